@@ -1,0 +1,27 @@
+# SPDX-FileCopyrightText: 2026 The QvUtil developers
+# SPDX-License-Identifier: MIT
+
+# Gives a target of this project the house's warnings, Qt strictness, hidden visibility and sanitizers.
+function(qvutil_configure_target target)
+    target_compile_features(${target} PRIVATE cxx_std_20)
+    set_target_properties(${target} PROPERTIES
+        AUTOMOC ON
+        CXX_EXTENSIONS OFF
+        CXX_VISIBILITY_PRESET hidden
+        VISIBILITY_INLINES_HIDDEN ON
+        POSITION_INDEPENDENT_CODE ON)
+    target_compile_definitions(${target} PRIVATE
+        QT_NO_CAST_FROM_ASCII QT_NO_CAST_TO_ASCII QT_NO_CAST_FROM_BYTEARRAY QT_NO_URL_CAST_FROM_STRING
+        QT_NO_KEYWORDS QT_NO_FOREACH QT_NO_NARROWING_CONVERSIONS_IN_CONNECT QT_NO_CONTEXTLESS_CONNECT
+        QT_DEPRECATED_WARNINGS_SINCE=0x060400 QT_WARN_DEPRECATED_UP_TO=0x060400)
+    if(CMAKE_CXX_COMPILER_ID MATCHES "GNU|Clang")
+        target_compile_options(${target} PRIVATE
+            -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wnon-virtual-dtor -Woverloaded-virtual
+            -Wold-style-cast -Wcast-qual)
+    endif()
+    if(QVUTIL_SANITIZE)
+        target_compile_options(${target} PRIVATE
+            "-fsanitize=${QVUTIL_SANITIZE}" -fno-omit-frame-pointer -fno-sanitize-recover=all)
+        target_link_options(${target} PRIVATE "-fsanitize=${QVUTIL_SANITIZE}")
+    endif()
+endfunction()

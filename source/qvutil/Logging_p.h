@@ -1,0 +1,17 @@
+// SPDX-FileCopyrightText: 2026 The QvUtil developers
+// SPDX-License-Identifier: MIT
+
+#ifndef QVUTIL_LOGGING_P_H
+#define QVUTIL_LOGGING_P_H
+
+#include <QLoggingCategory>
+
+namespace Quorvin::Util {
+
+/// The library's logging category "qvutil". Silent until the host's rules turn it on, for example with
+/// QT_LOGGING_RULES="qvutil.*=true".
+Q_DECLARE_LOGGING_CATEGORY(lcQvUtil)
+
+} // namespace Quorvin::Util
+
+#endif // QVUTIL_LOGGING_P_H
