@@ -1,0 +1,81 @@
+// SPDX-FileCopyrightText: 2026 The QvUtil developers
+// SPDX-License-Identifier: MIT
+
+#ifndef QVUTIL_PLATFORM_H
+#define QVUTIL_PLATFORM_H
+
+#include <QByteArray>
+#include <QString>
+#include <QStringList>
+#include <QStringView>
+
+/// Everything that a port of the library to another system has to answer. Each system has one source file
+/// beside this header that defines all of these functions; the rest of the library knows no system.
+///
+/// The answers are the system's own, as it gives them: cleaning a path, choosing a row of a table or a
+/// fallback is the business of the callers, which are the same everywhere. No function throws, none keeps
+/// state, and all may be called from any thread.
+namespace Quorvin::Util::Platform {
+
+// The user
+
+/// Tells which locale the user has chosen, read afresh on each call.
+/// \return language and region joined by '_' (en_GB), in UTF-8, without codeset and modifier; whatever
+/// further
+///         parts the system has are kept; empty when the user has chosen none
+[[nodiscard]] QByteArray GetUserLocaleIdentifier();
+
+// Folders. They need not exist.
+
+/// \return absolute path of the folder under which applications keep data for the current user
+[[nodiscard]] QString GetUserApplicationSupportFolder();
+
+/// \return absolute path of the folder under which applications keep data for all users of the machine
+[[nodiscard]] QString GetMachineApplicationSupportFolder();
+
+/// \return absolute path of the folder of the system's own libraries
+[[nodiscard]] QString GetSystemLibraryFolder();
+
+// Files
+
+/// Replaces the symbolic links in \p path by what they point to, as far as the system follows them.
+/// \param path  absolute or relative; an empty one is returned as it is
+/// \return the resolved path, not necessarily a clean one; from the first part that cannot be followed on (it
+///         is missing, a link to nothing, a loop) \p path is kept as it stands. A relative result is relative
+///         to the folder that contains \p path.
+[[nodiscard]] QString ResolveSymbolicLinks(const QString& path);
+
+// Processes
+
+/// \param processId  any number; those that are no process id of this system give false
+/// \return whether that process runs, whoever its user is. One that has ended, but whose parent has not yet
+///         asked for its result, does not run.
+[[nodiscard]] bool IsProcessRunning(qint64 processId);
+
+// Loaded libraries
+
+/// Lists the dynamic libraries that are loaded into this process, in the loader's order, without the program
+/// itself and without what is no file.
+/// \return their paths as the loader spells them; a relative one is relative to the current folder
+[[nodiscard]] QStringList GetLoadedLibraries();
+
+/// \return the ending of a library's file name, with its dot
+[[nodiscard]] QStringView GetLibrarySuffix();
+
+/// \param fileName  file name of a loaded library, without folder
+/// \return \p fileName without the version that the system's habit writes behind the suffix; \p fileName
+/// itself
+///         where there is no such habit, or no version
+[[nodiscard]] QStringView RemoveLibraryVersion(QStringView fileName);
+
+// Debug output
+
+/// Hands a text for developers to the system's place for such texts, if it has one. The text is not looked at
+/// unless somebody will see it.
+/// \param text  one message; in the second form zero-terminated, and null is no message
+void WriteDebugOutput(const QString& text);
+void WriteDebugOutput(const wchar_t* text);
+
+} // namespace Quorvin::Util::Platform
+
+#endif // QVUTIL_PLATFORM_H

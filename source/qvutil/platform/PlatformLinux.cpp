@@ -1,0 +1,198 @@
+// SPDX-FileCopyrightText: 2026 The QvUtil developers
+// SPDX-License-Identifier: MIT
+
+#include "Platform.h"
+
+#include "Logging_p.h"
+
+#include <QDir>
+#include <QFile>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdlib>
+#include <limits>
+#include <memory>
+
+#include <link.h>
+#include <signal.h>
+#include <sys/types.h>
+
+using namespace Qt::StringLiterals;
+
+namespace Quorvin::Util::Platform {
+namespace {
+
+// The first absolute path of a colon-separated variable. Relative ones mean nothing there: they would point
+// somewhere else in each process.
+QString FirstAbsolutePath(const char* variable)
+{
+    const QString value = QFile::decodeName(qgetenv(variable));
+    for (const QStringView path : value.tokenize(u':')) {
+        if (path.startsWith(u'/'))
+            return path.toString();
+    }
+    return {};
+}
+
+// The canonical form of a path that exists, otherwise empty.
+QByteArray CanonicalPath(const QByteArray& path)
+{
+    if (path.contains('\0'))
+        return {}; // no file has such a name; the system would see only what stands before
+    const std::unique_ptr<char, decltype(&std::free)> resolved(::realpath(path.constData(), nullptr),
+                                                               &std::free);
+    return QByteArray(resolved.get());
+}
+
+bool ProcessExists(pid_t processId)
+{
+    return ::kill(processId, 0) == 0 || errno == EPERM; // not permitted: somebody else's process
+}
+
+// What the kernel's status page of a process tells about it.
+struct ProcessStatus
+{
+    char State = 0;
+    qint64 ThreadGroup = 0;
+    int Threads = 0;
+};
+
+// Reads /proc/<id>/status, lines of the form "Name:\tvalue". Nothing is set when the page cannot be read.
+ProcessStatus ReadProcessStatus(pid_t processId)
+{
+    ProcessStatus status;
+    QFile file(u"/proc/%1/status"_s.arg(processId));
+    if (!file.open(QIODevice::ReadOnly))
+        return status;
+    const QByteArray page = file.readAll();
+    for (const QByteArray& line : page.split('\n')) {
+        const qsizetype colon = line.indexOf(':');
+        const QByteArray name = line.left(colon);
+        const QByteArray value = line.mid(colon + 1).trimmed();
+        if (name == "State" && !value.isEmpty())
+            status.State = value.front();
+        else if (name == "Tgid")
+            status.ThreadGroup = value.toLongLong();
+        else if (name == "Threads")
+            status.Threads = value.toInt();
+    }
+    return status;
+}
+
+int AppendLibrary(dl_phdr_info* info, std::size_t /*size*/, void* context)
+{
+    static_cast<QStringList*>(context)->append(QFile::decodeName(info->dlpi_name));
+    return 0; // go on
+}
+
+bool IsVersionPart(QStringView part)
+{
+    return !part.isEmpty() && part.front() >= u'0' && part.front() <= u'9';
+}
+
+} // namespace
+
+QByteArray GetUserLocaleIdentifier()
+{
+    for (const char* const variable : {"LC_ALL", "LC_MESSAGES", "LANG"}) {
+        const QByteArray value = qgetenv(variable);
+        if (!value.isEmpty()) {
+            const auto end
+                = std::find_if(value.cbegin(), value.cend(), [](char c) { return c == '.' || c == '@'; });
+            return value.left(end - value.cbegin());
+        }
+    }
+    return {};
+}
+
+QString GetUserApplicationSupportFolder()
+{
+    const QString folder = QFile::decodeName(qgetenv("XDG_DATA_HOME"));
+    return folder.startsWith(u'/') ? folder : QDir::homePath() + "/.local/share"_L1;
+}
+
+QString GetMachineApplicationSupportFolder()
+{
+    const QString folder = FirstAbsolutePath("XDG_DATA_DIRS");
+    return folder.isEmpty() ? u"/usr/local/share"_s : folder;
+}
+
+QString GetSystemLibraryFolder()
+{
+    return u"/usr/lib"_s;
+}
+
+QString ResolveSymbolicLinks(const QString& path)
+{
+    if (path.isEmpty())
+        return path;
+
+    const QByteArray whole
+        = QFile::encodeName(path.startsWith(u'/') ? path : QDir::currentPath() + u'/' + path);
+    // The longest leading part that exists is the one to resolve; "/" always does.
+    for (qsizetype length = whole.size(); length > 0; length = whole.lastIndexOf('/', length - 1)) {
+        const QByteArray resolved = CanonicalPath(whole.left(length));
+        if (!resolved.isEmpty())
+            return QFile::decodeName(resolved + whole.mid(length));
+    }
+    return QFile::decodeName(whole);
+}
+
+bool IsProcessRunning(qint64 processId)
+{
+    // 0 and negative numbers address groups of processes, and a larger number would be cut to another
+    // process's.
+    if (processId < 1 || processId > std::numeric_limits<pid_t>::max())
+        return false;
+    const auto id = static_cast<pid_t>(processId);
+    if (!ProcessExists(id))
+        return false;
+
+    const ProcessStatus status = ReadProcessStatus(id);
+    if (status.State == 0)
+        return ProcessExists(id); // ended just now, or its page is not shown to us
+    if (status.ThreadGroup != processId)
+        return false; // the id of a thread
+    // A main thread that has ended before the others looks like a zombie, but its process goes on.
+    return (status.State != 'Z' && status.State != 'X') || status.Threads > 1;
+}
+
+QStringList GetLoadedLibraries()
+{
+    QStringList paths;
+    ::dl_iterate_phdr(&AppendLibrary, &paths);
+    paths.pop_front(); // the program, which always comes first
+    paths.removeIf([](const QString& path) { return !path.contains(u'/'); }); // the kernel's own, not a file
+    return paths;
+}
+
+QStringView GetLibrarySuffix()
+{
+    return u".so";
+}
+
+QStringView RemoveLibraryVersion(QStringView fileName)
+{
+    QStringView name = fileName;
+    while (!name.endsWith(GetLibrarySuffix())) {
+        const qsizetype dot = name.lastIndexOf(u'.');
+        if (dot < 0 || !IsVersionPart(name.mid(dot + 1)))
+            return fileName;
+        name.truncate(dot);
+    }
+    return name;
+}
+
+void WriteDebugOutput(const QString& text)
+{
+    qCDebug(lcQvUtil).noquote() << text;
+}
+
+void WriteDebugOutput(const wchar_t* text)
+{
+    if (text != nullptr && lcQvUtil().isDebugEnabled())
+        WriteDebugOutput(QString::fromWCharArray(text));
+}
+
+} // namespace Quorvin::Util::Platform
