@@ -134,8 +134,8 @@ public:
     bool MoveToParent();
     /// Removes the node under the cursor and moves to its parent. Does nothing without a parent.
     void DeleteNode();
-    /// Removes the node at a node path; the cursor stays, also when it was in what is removed (it is then on a
-    /// node that belongs to no document). With no cursor, the cursor becomes the removed node's parent.
+    /// Removes the node at a node path; the cursor stays, also when it was in what is removed (it is then on
+    /// a node that belongs to no document). With no cursor, the cursor becomes the removed node's parent.
     void DeleteNode(const QString& path);
     /// Removes all children of the cursor, of every kind. The cursor stays.
     void DeleteChildNodes();
@@ -293,9 +293,11 @@ public:
     void WriteEnum(const QString& path, const QString& name, int value, EnumValueName* table, int count);
 
     /// See GeneralUtil::EnumValueToName.
-    [[nodiscard]] static QString EnumValueToName(int value, const EnumValueName* table, int count, bool flags);
+    [[nodiscard]] static QString EnumValueToName(int value, const EnumValueName* table, int count,
+                                                 bool flags);
     /// See GeneralUtil::EnumNameToValue.
-    [[nodiscard]] static int EnumNameToValue(const QString& name, EnumValueName* table, int count, bool flags);
+    [[nodiscard]] static int EnumNameToValue(const QString& name, EnumValueName* table, int count,
+                                             bool flags);
     /// See GeneralUtil::GetEnumNames.
     [[nodiscard]] static QStringList GetEnumNames(EnumValueName* table, int count);
 
@@ -382,9 +384,12 @@ public:
     bool TranslateEnabled = true;
 
 private:
+    template <typename Text> bool Load(const Text& xml);
+    bool MoveTo(const QDomNode& node);
     [[nodiscard]] QDomElement CurrentElement() const;
     [[nodiscard]] QDomElement ElementAt(const QString& path) const;
     [[nodiscard]] QDomElement CreateElementAt(const QString& path);
+    [[nodiscard]] QDomNode TakeStart(QStringView& path) const;
     [[nodiscard]] std::optional<QDomNode> FindNode(QStringView path) const;
     [[nodiscard]] QDomNode FindOrCreateNode(QStringView path, bool alwaysNewLast);
     [[nodiscard]] QDomNode AppendElement(const QDomNode& parent, const QString& name);
@@ -540,16 +545,17 @@ private:
     using Units = QHash<QByteArray, QString>;
 
     [[nodiscard]] const Units* FindUnits(const QString& context) const;
-    void ParseUnits(class XmlFiler& filer, Units& units) const;
+
+    void Parse() const;
 
     QString mXlfFile;
     // File name of the document in lower case to its units.
     mutable QMap<QString, Units> mTable;
     mutable bool mParsed = false;
-    // The units that the last context led to; reset whenever the table changes.
-    mutable QString mLastContext;
+    // The context asked about last and where it led to, since a document's texts come one after another;
+    // empty whenever the table changes. The units are those of mTable, null if it has none.
+    mutable std::optional<QString> mLastContext;
     mutable const Units* mLastUnits = nullptr;
-    mutable bool mLastContextKnown = false;
 };
 
 } // namespace Quorvin::Util

@@ -1,0 +1,21 @@
+// SPDX-FileCopyrightText: 2026 The QvUtil developers
+// SPDX-License-Identifier: MIT
+
+#ifndef QVUTIL_SAFEFILE_P_H
+#define QVUTIL_SAFEFILE_P_H
+
+#include <QByteArray>
+#include <QString>
+
+namespace Quorvin::Util::Internal {
+
+/// Replaces a file's content in one step: afterwards the file holds the old content or the new one, whatever
+/// happens in between (a killed process, a full disk). Symbolic links are followed and permissions kept.
+/// Where that cannot be had, because the folder is not writable or \p path is no regular file, the content is
+/// written directly.
+/// \return false if the file cannot be opened or not every byte could be written
+bool ReplaceFile(const QString& path, const QByteArray& content);
+
+} // namespace Quorvin::Util::Internal
+
+#endif // QVUTIL_SAFEFILE_P_H

@@ -1,0 +1,93 @@
+// SPDX-FileCopyrightText: 2026 The QvUtil developers
+// SPDX-License-Identifier: MIT
+
+#include "XmlFiler.h"
+
+#include <QFileInfo>
+
+#include <utility>
+
+using namespace Qt::StringLiterals;
+
+namespace Quorvin::Util {
+namespace {
+
+// Reads the unit under the cursor and all that follow it.
+template <typename Units> Units ReadUnits(XmlFiler& filer)
+{
+    Units units;
+    do {
+        const QString id = filer.ReadString(u"id"_s, QString());
+        const QString target = filer.ReadNodeText(u"target"_s);
+        units.insert(id.toUtf8(), target.isEmpty() ? id : target);
+    } while (filer.MoveToNextSibling());
+    return units;
+}
+
+} // namespace
+
+XlfTranslator::XlfTranslator() = default;
+
+XlfTranslator::XlfTranslator(const QString& file)
+{
+    SetXlfFile(file);
+}
+
+void XlfTranslator::SetXlfFile(const QString& file)
+{
+    if (file.compare(mXlfFile, Qt::CaseInsensitive) == 0)
+        return;
+    mTable.clear();
+    mLastContext.reset();
+    mXlfFile = file;
+    // That the first file counts as parsed stays: another one needs another object.
+}
+
+void XlfTranslator::ParseXlfFile()
+{
+    Parse();
+}
+
+void XlfTranslator::Parse() const
+{
+    XmlFiler filer;
+    if (!filer.LoadFromXmlFile(mXlfFile) || !filer.MoveToFirstChild())
+        return;
+    mLastContext.reset();
+    do {
+        const QString name = QFileInfo(filer.ReadString(u"original"_s, QString())).fileName();
+        if (name.isEmpty())
+            continue;
+        filer.PushCurrentNode();
+        // The body, which must come first, and its first unit.
+        if (filer.MoveToFirstChild() && filer.MoveToFirstChild())
+            mTable.insert(name.toLower(), ReadUnits<Units>(filer));
+        filer.PopCurrentNode();
+    } while (filer.MoveToNextSibling());
+}
+
+const XlfTranslator::Units* XlfTranslator::FindUnits(const QString& context) const
+{
+    if (mLastContext == context)
+        return mLastUnits;
+    const QString name = QFileInfo(context).fileName();
+    auto found = std::as_const(mTable).constFind(name.toLower());
+    if (name.isEmpty() && !mTable.isEmpty())
+        found = std::prev(mTable.cend()); // without a file name the last document answers, and it alone
+    mLastUnits = found == mTable.cend() ? nullptr : &found.value();
+    mLastContext = context;
+    return mLastUnits;
+}
+
+QString XlfTranslator::Translate(const QString& text, const QString& context) const
+{
+    if (!std::exchange(mParsed, true))
+        Parse();
+    const Units* units = FindUnits(context);
+    if (units == nullptr)
+        return text;
+    const QString translation = units->value(GeneralUtil::GetHash(text));
+    return translation.isEmpty() ? text : translation;
+}
+
+} // namespace Quorvin::Util
