@@ -66,15 +66,15 @@ void XlfTranslator::Parse() const
     } while (filer.MoveToNextSibling());
 }
 
-const XlfTranslator::Units* XlfTranslator::FindUnits(const QString& context) const
+const XlfTranslator::Units& XlfTranslator::FindUnits(const QString& context) const
 {
     if (mLastContext == context)
         return mLastUnits;
     const QString name = QFileInfo(context).fileName();
-    auto found = std::as_const(mTable).constFind(name.toLower());
-    if (name.isEmpty() && !mTable.isEmpty())
-        found = std::prev(mTable.cend()); // without a file name the last document answers, and it alone
-    mLastUnits = found == mTable.cend() ? nullptr : &found.value();
+    if (!name.isEmpty())
+        mLastUnits = mTable.value(name.toLower());
+    else // without a file name the last document answers, and it alone
+        mLastUnits = mTable.isEmpty() ? Units() : mTable.last();
     mLastContext = context;
     return mLastUnits;
 }
@@ -83,10 +83,8 @@ QString XlfTranslator::Translate(const QString& text, const QString& context) co
 {
     if (!std::exchange(mParsed, true))
         Parse();
-    const Units* units = FindUnits(context);
-    if (units == nullptr)
-        return text;
-    const QString translation = units->value(GeneralUtil::GetHash(text));
+    const Units& units = FindUnits(context);
+    const QString translation = units.isEmpty() ? QString() : units.value(GeneralUtil::GetHash(text));
     return translation.isEmpty() ? text : translation;
 }
 

@@ -544,7 +544,7 @@ private:
     // Unit id, in UTF-8, to translation.
     using Units = QHash<QByteArray, QString>;
 
-    [[nodiscard]] const Units* FindUnits(const QString& context) const;
+    [[nodiscard]] const Units& FindUnits(const QString& context) const;
 
     void Parse() const;
 
@@ -553,9 +553,9 @@ private:
     mutable QMap<QString, Units> mTable;
     mutable bool mParsed = false;
     // The context asked about last and where it led to, since a document's texts come one after another;
-    // empty whenever the table changes. The units are those of mTable, null if it has none.
+    // empty whenever the table changes. The units share those of the table.
     mutable std::optional<QString> mLastContext;
-    mutable const Units* mLastUnits = nullptr;
+    mutable Units mLastUnits;
 };
 
 } // namespace Quorvin::Util
