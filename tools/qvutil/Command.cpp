@@ -62,6 +62,36 @@ QString FindArgumentThatIsNoText(int argc, const char* const* argv)
     return {};
 }
 
+// CLI11 takes "[a,b]" apart, which is wrong for a value or a file name: a mark before it keeps it whole.
+constexpr char kWholeMark = '\x1f';
+
+std::vector<std::string> ToArguments(int argc, const char* const* argv)
+{
+    std::vector<std::string> arguments;
+    for (int i = argc - 1; i >= 1; --i) { // CLI11 takes them from the end
+        arguments.emplace_back(argv[i]);
+        if (arguments.back().starts_with('[') || arguments.back().starts_with(kWholeMark))
+            arguments.back().insert(0, 1, kWholeMark);
+    }
+    return arguments;
+}
+
+QString FromArgument(std::string_view argument)
+{
+    if (argument.starts_with(kWholeMark))
+        argument.remove_prefix(1);
+    return QString::fromUtf8(argument.data(), static_cast<qsizetype>(argument.size()));
+}
+
+// CLI11's sentences begin with a capital; the tool's follow "qvutil: ".
+QString ToReason(const CLI::ParseError& error)
+{
+    QString reason = QString::fromUtf8(error.what()).remove(QLatin1Char(kWholeMark));
+    if (reason.size() > 1 && reason.at(1).isLower())
+        reason[0] = reason.at(0).toLower();
+    return reason;
+}
+
 } // namespace
 
 CommandLine::CommandLine()
@@ -112,29 +142,32 @@ ExitCode CommandLine::RejectArguments(const QString& reason)
     return ExitCode::Error;
 }
 
+ExitCode CommandLine::RejectArguments(const CLI::ParseError& error)
+{
+    CLI::App& command = SelectedCommand();
+    const bool isGroup = !command.get_subcommands({}).empty();
+    const std::vector<std::string> rest = command.remaining();
+    if (isGroup && rest.empty()) {
+        Console::PrintError(QString::fromStdString(mApp.help()));
+        return ExitCode::Error;
+    }
+    if (isGroup)
+        return RejectArguments(u"there is no command or option '%1'"_s.arg(FromArgument(rest.front())));
+    if (dynamic_cast<const CLI::ExtrasError*>(&error) != nullptr)
+        return RejectArguments(u"unexpected argument '%1'"_s.arg(FromArgument(rest.front())));
+    return RejectArguments(ToReason(error));
+}
+
 ExitCode CommandLine::Parse(int argc, const char* const* argv)
 {
     try {
-        mApp.parse(argc, argv);
+        mApp.parse(ToArguments(argc, argv));
     } catch (const CLI::CallForHelp&) {
         Console::Print(QString::fromStdString(mApp.help()));
     } catch (const CLI::CallForVersion&) {
         Console::PrintLine(QString::fromStdString(mApp.version()));
     } catch (const CLI::ParseError& error) {
-        CLI::App& command = SelectedCommand();
-        const bool isGroup = !command.get_subcommands({}).empty();
-        const std::vector<std::string> rest = command.remaining();
-        if (isGroup && rest.empty()) {
-            Console::PrintError(QString::fromStdString(mApp.help()));
-            return ExitCode::Error;
-        }
-        if (isGroup)
-            return RejectArguments(
-                u"there is no command or option '%1'"_s.arg(QString::fromStdString(rest.front())));
-        QString reason = QString::fromStdString(error.what());
-        if (reason.size() > 1 && reason.at(1).isLower())
-            reason[0] = reason.at(0).toLower();
-        return RejectArguments(reason);
+        return RejectArguments(error);
     }
     return ExitCode::Yes;
 }
@@ -169,22 +202,23 @@ CLI::Option* AddText(CLI::App& command, const std::string& name, QString& target
                      const std::string& description)
 {
     return command.add_option_function<std::string>(
-        name, [&target](const std::string& text) { target = QString::fromStdString(text); }, description);
+        name, [&target](const std::string& text) { target = FromArgument(text); }, description);
 }
 
 CLI::Option* AddTexts(CLI::App& command, const std::string& name, QStringList& target,
                       const std::string& description)
 {
-    // Without its extra arguments CLI11 leaves a text such as "[a,b]" in one piece.
-    return command
-        .add_option_function<std::vector<std::string>>(
-            name,
-            [&target](const std::vector<std::string>& texts) {
-                for (const std::string& text : texts)
-                    target += QString::fromStdString(text);
-            },
-            description)
-        ->allow_extra_args(false);
+    CLI::Option* option = command.add_option_function<std::vector<std::string>>(
+        name,
+        [&target](const std::vector<std::string>& texts) {
+            for (const std::string& text : texts)
+                target += FromArgument(text);
+        },
+        description);
+    // An option takes one text each time that it is given; else it would swallow the arguments behind it.
+    if (!option->get_positional())
+        option->allow_extra_args(false);
+    return option;
 }
 
 CLI::Option* AddJsonFlag(CLI::App& command, bool& target)

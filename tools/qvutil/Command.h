@@ -60,16 +60,18 @@ public:
 private:
     [[nodiscard]] ExitCode Parse(int argc, const char* const* argv);
     [[nodiscard]] ExitCode RejectArguments(const QString& reason);
+    [[nodiscard]] ExitCode RejectArguments(const CLI::ParseError& error);
     [[nodiscard]] CLI::App& SelectedCommand();
 
     CLI::App mApp;
     Action mAction;
 };
 
-/// Adds an argument ("FILE") or an option ("--name,-n") that holds a text.
+/// Adds an argument ("FILE") or an option ("--name,-n") that holds a text. Texts are added in no other way:
+/// this one takes care that each arrives as it was typed.
 CLI::Option* AddText(CLI::App& command, const std::string& name, QString& target,
                      const std::string& description);
-/// Adds an argument ("FILE") that can be given any number of times.
+/// Adds an argument ("FILE") or an option ("--name") that can be given any number of times.
 CLI::Option* AddTexts(CLI::App& command, const std::string& name, QStringList& target,
                       const std::string& description);
 /// Adds the flag --json.
