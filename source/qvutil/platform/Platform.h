@@ -5,7 +5,6 @@
 #define QVUTIL_PLATFORM_H
 
 #include <QByteArray>
-#include <QLatin1StringView>
 #include <QString>
 #include <QStringList>
 #include <QStringView>
@@ -61,7 +60,7 @@ namespace Quorvin::Util::Platform {
 [[nodiscard]] QStringList GetLoadedLibraries();
 
 /// \return the ending of a library's file name, with its dot
-[[nodiscard]] QLatin1StringView GetLibrarySuffix();
+[[nodiscard]] QStringView GetLibrarySuffix();
 
 /// \param fileName  file name of a loaded library, without folder
 /// \return \p fileName without the version that the system's habit writes behind the suffix; \p fileName

@@ -167,9 +167,9 @@ QStringList GetLoadedLibraries()
     return paths;
 }
 
-QLatin1StringView GetLibrarySuffix()
+QStringView GetLibrarySuffix()
 {
-    return ".so"_L1;
+    return u".so";
 }
 
 QStringView RemoveLibraryVersion(QStringView fileName)

@@ -1,0 +1,98 @@
+# SPDX-FileCopyrightText: 2026 The QvUtil developers
+# SPDX-License-Identifier: MIT
+
+# What `cmake --install` puts where. The package can be moved to any folder afterwards: nothing in it names
+# the folder that it was installed to.
+#   component Runtime       the shared library, the tool and its manual pages
+#   component Development   headers, the static library or the link to the shared one, CMake package,
+#                           pkg-config module
+
+include(CMakePackageConfigHelpers)
+
+# Sets OUTPUT to the way from the folder FROM back to the installation prefix, such as "../..".
+function(qvutil_path_to_prefix output from)
+    file(RELATIVE_PATH way "/prefix/${from}" "/prefix")
+    string(REGEX REPLACE "/$" "" way "${way}")
+    set(${output} "${way}" PARENT_SCOPE)
+endfunction()
+
+# Sets OUTPUT to FOLDER as a pkg-config file says it: below ${prefix} unless it is absolute.
+function(qvutil_pkgconfig_folder output folder)
+    if(NOT IS_ABSOLUTE "${folder}")
+        set(folder "\${prefix}/${folder}")
+    endif()
+    set(${output} "${folder}" PARENT_SCOPE)
+endfunction()
+
+function(qvutil_install_pkgconfig)
+    set(folder "${CMAKE_INSTALL_LIBDIR}/pkgconfig")
+    if(IS_ABSOLUTE "${CMAKE_INSTALL_LIBDIR}")
+        set(QVUTIL_PC_PREFIX "${CMAKE_INSTALL_PREFIX}")
+    else()
+        qvutil_path_to_prefix(way "${folder}")
+        set(QVUTIL_PC_PREFIX "\${pcfiledir}/${way}")
+    endif()
+    qvutil_pkgconfig_folder(QVUTIL_PC_INCLUDEDIR "${CMAKE_INSTALL_INCLUDEDIR}")
+    qvutil_pkgconfig_folder(QVUTIL_PC_LIBDIR "${CMAKE_INSTALL_LIBDIR}")
+
+    list(TRANSFORM QVUTIL_QT_MODULES REPLACE "(.+)" "Qt6\\1 >= ${QVUTIL_QT_MINIMUM}"
+         OUTPUT_VARIABLE QVUTIL_PC_REQUIRES)
+    list(JOIN QVUTIL_PC_REQUIRES ", " QVUTIL_PC_REQUIRES)
+
+    # What the library itself needs beyond Qt's modules: a static one passes it on to its host.
+    get_target_property(libraries QvUtil LINK_LIBRARIES)
+    list(REMOVE_ITEM libraries ${QVUTIL_QT_TARGETS})
+    list(JOIN libraries " " QVUTIL_PC_LIBS_PRIVATE)
+
+    configure_file("${PROJECT_SOURCE_DIR}/cmake/qvutil.pc.in" "${PROJECT_BINARY_DIR}/qvutil.pc" @ONLY)
+    install(FILES "${PROJECT_BINARY_DIR}/qvutil.pc" DESTINATION "${folder}" COMPONENT Development)
+endfunction()
+
+function(qvutil_install_cmake_package)
+    set(folder "${CMAKE_INSTALL_LIBDIR}/cmake/QvUtil")
+    list(JOIN QVUTIL_QT_MODULES " " QVUTIL_QT_MODULES)
+    configure_package_config_file("${PROJECT_SOURCE_DIR}/cmake/QvUtilConfig.cmake.in"
+        "${PROJECT_BINARY_DIR}/QvUtilConfig.cmake" INSTALL_DESTINATION "${folder}"
+        NO_SET_AND_CHECK_MACRO)
+    write_basic_package_version_file("${PROJECT_BINARY_DIR}/QvUtilConfigVersion.cmake"
+        COMPATIBILITY SameMajorVersion)
+    install(FILES
+        "${PROJECT_BINARY_DIR}/QvUtilConfig.cmake" "${PROJECT_BINARY_DIR}/QvUtilConfigVersion.cmake"
+        DESTINATION "${folder}" COMPONENT Development)
+    install(EXPORT QvUtilTargets NAMESPACE QvUtil:: DESTINATION "${folder}" COMPONENT Development)
+endfunction()
+
+function(qvutil_install)
+    install(TARGETS QvUtil EXPORT QvUtilTargets
+        RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}" COMPONENT Runtime
+        LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}" COMPONENT Runtime NAMELINK_COMPONENT Development
+        ARCHIVE DESTINATION "${CMAKE_INSTALL_LIBDIR}" COMPONENT Development
+        FILE_SET HEADERS DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}" COMPONENT Development)
+    qvutil_install_cmake_package()
+    qvutil_install_pkgconfig()
+
+    # A Qt outside the system's folders is found by the installed files as it was by the built ones. On
+    # macOS the library is known as @rpath/libQvUtil.1.dylib: the host says where its libraries are.
+    set_target_properties(QvUtil PROPERTIES
+        MACOSX_RPATH ON
+        INSTALL_RPATH_USE_LINK_PATH ON)
+    if(TARGET qvutil)
+        qvutil_path_to_prefix(way "${CMAKE_INSTALL_BINDIR}")
+        set(origin "$ORIGIN")
+        if(APPLE)
+            set(origin "@loader_path")
+        endif()
+        set_target_properties(qvutil PROPERTIES
+            INSTALL_RPATH "${origin}/${way}/${CMAKE_INSTALL_LIBDIR}"
+            INSTALL_RPATH_USE_LINK_PATH ON)
+        install(TARGETS qvutil RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}" COMPONENT Runtime)
+    endif()
+
+    if(PROJECT_IS_TOP_LEVEL)
+        configure_file("${PROJECT_SOURCE_DIR}/cmake/Uninstall.cmake.in"
+            "${PROJECT_BINARY_DIR}/Uninstall.cmake" @ONLY)
+        add_custom_target(uninstall
+            COMMAND "${CMAKE_COMMAND}" -P "${PROJECT_BINARY_DIR}/Uninstall.cmake"
+            COMMENT "Removing the installed files" VERBATIM)
+    endif()
+endfunction()

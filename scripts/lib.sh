@@ -1,0 +1,183 @@
+# SPDX-FileCopyrightText: 2026 The QvUtil developers
+# SPDX-License-Identifier: MIT
+# shellcheck shell=bash
+
+# What the scripts of this folder share. Sourced, never run. Written for the bash 3.2 of macOS too.
+
+set -euo pipefail
+
+root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
+cd "$root"
+
+if [ -t 1 ]; then
+    bold=$'\033[1m' plain=$'\033[0m'
+else
+    bold='' plain=''
+fi
+
+say()
+{
+    printf '%s==> %s%s\n' "$bold" "$*" "$plain"
+}
+
+die()
+{
+    printf '%s: %s\n' "$(basename "$0")" "$*" >&2
+    exit 1
+}
+
+# Prints the comment block at the top of the calling script, as its help.
+usage()
+{
+    sed -n '/^# Usage:/,/^$/s/^# \{0,1\}//p' "$0"
+}
+
+# usage_error MESSAGE: for an option that is not known.
+usage_error()
+{
+    printf '%s: %s\n\n' "$(basename "$0")" "$1" >&2
+    usage >&2
+    exit 2
+}
+
+has()
+{
+    command -v "$1" >/dev/null 2>&1
+}
+
+on_macos()
+{
+    [ "$(uname -s)" = Darwin ]
+}
+
+jobs_count()
+{
+    getconf _NPROCESSORS_ONLN 2>/dev/null || echo 2
+}
+
+as_root()
+{
+    if [ "$(id -u)" -eq 0 ]; then
+        "$@"
+    elif has sudo; then
+        sudo "$@"
+    else
+        die "these packages must be installed by root, and there is no sudo here: $*"
+    fi
+}
+
+# The names of the packages by what they serve: Debian's and Ubuntu's first, Homebrew's second.
+# C.UTF-8 and a linker are part of every Debian; the time zones (tzdata) are not.
+packages_of()
+{
+    case "$1:$2" in
+        build:debian)
+            echo g++ cmake ninja-build ccache pkg-config qt6-base-dev libcli11-dev ;;
+        build:brew)
+            echo cmake ninja ccache pkgconf qt cli11 ;;
+        test:debian)
+            echo binutils tzdata libxml2-utils qt6-l10n-tools shared-mime-info ;;
+        test:brew)
+            echo libxml2 shared-mime-info ;;
+        demo:debian | demo:brew)
+            echo shared-mime-info ;;
+        bench:debian)
+            echo libbenchmark-dev libkf5config-dev ;;
+        bench:brew)
+            echo google-benchmark ;;
+        docs:debian)
+            echo doxygen graphviz python3 ;;
+        docs:brew)
+            echo doxygen graphviz ;;
+        clang:debian)
+            echo clang ;;
+        lint:debian)
+            echo clang-14 clang-format-14 clang-tidy-14 clazy codespell git python3 reuse shellcheck ;;
+        lint:brew)
+            echo clang-format codespell reuse shellcheck ;;
+        sanitize:debian)
+            echo g++ ;;
+        fuzz:debian)
+            echo clang libclang-rt-14-dev ;;
+        fuzz:brew)
+            echo llvm ;;
+    esac
+}
+
+missing_debian()
+{
+    local package
+    for package in "$@"; do
+        dpkg-query -W -f '${db:Status-Status}' "$package" 2>/dev/null | grep -qx installed || echo "$package"
+    done
+}
+
+missing_brew()
+{
+    local package
+    for package in "$@"; do
+        brew list --versions "$package" >/dev/null 2>&1 || echo "$package"
+    done
+}
+
+# need SUBJECT...: installs the packages that the subjects (of packages_of) take and that are not there yet.
+# Set QVUTIL_INSTALL=no to look after the packages yourself.
+need()
+{
+    local system subject packages='' missing
+    if [ "${QVUTIL_INSTALL:-yes}" = no ]; then
+        return
+    fi
+    if has apt-get; then
+        system=debian
+    elif has brew; then
+        system=brew
+    else
+        say "No apt-get and no Homebrew here: the packages are yours to install (see README.md)"
+        return
+    fi
+    for subject in "$@"; do
+        packages="$packages $(packages_of "$subject" "$system")"
+    done
+    # shellcheck disable=SC2086 # a list of words
+    missing=$("missing_$system" $packages | sort -u)
+    if [ -z "$missing" ]; then
+        return
+    fi
+    # shellcheck disable=SC2086 # a list of words
+    set -- $missing
+    say "Installing what is missing: $*"
+    if [ "$system" = debian ]; then
+        as_root env DEBIAN_FRONTEND=noninteractive apt-get update -qq
+        as_root env DEBIAN_FRONTEND=noninteractive apt-get install -y -qq --no-install-recommends "$@"
+    else
+        brew install "$@"
+    fi
+}
+
+# Compiles once what was compiled before, also in another clone of the same sources.
+use_ccache()
+{
+    if has ccache; then
+        export CMAKE_CXX_COMPILER_LAUNCHER=ccache
+        export CCACHE_BASEDIR="${CCACHE_BASEDIR:-$root}"
+    fi
+}
+
+# build PRESET [TARGET...]: configures the preset when it is new or its files changed, and builds it.
+build()
+{
+    local preset=$1 target
+    local targets=()
+    shift
+    for target in "$@"; do
+        targets+=(--target "$target")
+    done
+    use_ccache
+    if [ ! -f "build/$preset/build.ninja" ]; then
+        say "Configuring (preset $preset)"
+        cmake --preset "$preset"
+    fi
+    say "Building (preset $preset)"
+    cmake --build "build/$preset" ${targets[@]+"${targets[@]}"}
+}

@@ -1,0 +1,210 @@
+# SPDX-FileCopyrightText: 2026 The QvUtil developers
+# SPDX-License-Identifier: MIT
+
+# Builds and runs the host program of this folder against the library, in one of the ways that hosts have:
+#   cmake -DSTEP=... -DSCRATCH=folder ... -P Consume.cmake
+#   install        installs the library from its build tree
+#   find_package   from that installation, by find_package
+#   pkg_config     from that installation, by pkg-config
+#   moved          the same two, after the installation was moved to another folder
+#   subdirectory   with the library's sources as a folder of the host's project
+#   static         the same with a static library; then from an installation of it, by find_package and by
+#                  pkg-config
+#   uninstall      what the target `uninstall` leaves behind
+#   versions       which version requests the package grants
+# Each step is a test of its own; tests/CMakeLists.txt says which one waits for which.
+
+cmake_minimum_required(VERSION 3.23)
+
+function(run)
+    cmake_parse_arguments(PARSE_ARGV 0 arg "" "OUTPUT" "COMMAND;ENVIRONMENT")
+    execute_process(COMMAND "${CMAKE_COMMAND}" -E env ${arg_ENVIRONMENT} ${arg_COMMAND}
+        OUTPUT_VARIABLE output ERROR_VARIABLE errors RESULT_VARIABLE result)
+    if(NOT result EQUAL 0)
+        list(JOIN arg_COMMAND " " command)
+        message(FATAL_ERROR "${command}\ngave ${result}\n${output}\n${errors}")
+    endif()
+    if(arg_OUTPUT)
+        set(${arg_OUTPUT} "${output}" PARENT_SCOPE)
+    endif()
+endfunction()
+
+# Runs the host twice and checks every word that it prints; the second run finds the first one's settings.
+function(run_consumer program)
+    cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "ENVIRONMENT")
+    file(REMOVE "${program}.settings.xml")
+    foreach(count 1 2)
+        run(COMMAND "${program}" "${program}.settings.xml" ENVIRONMENT ${arg_ENVIRONMENT} OUTPUT output)
+        set(expected "QvUtil ${VERSION}\nplace 10 20 300 200\nhash c9cc8cce247e49bae79f15173ce97354\nrun ${count}\n")
+        if(NOT output STREQUAL expected)
+            message(FATAL_ERROR "${program} printed\n${output}\nnot\n${expected}")
+        endif()
+    endforeach()
+    message(STATUS "${program} ran and printed what it should")
+endfunction()
+
+function(configure_and_build build)
+    run(COMMAND "${CMAKE_COMMAND}" -G "${GENERATOR}" -S "${CMAKE_CURRENT_LIST_DIR}" -B "${build}"
+        -DCMAKE_BUILD_TYPE=Debug "-DCMAKE_CXX_COMPILER=${COMPILER}"
+        "-DCMAKE_CXX_COMPILER_LAUNCHER=${LAUNCHER}" ${ARGN})
+    run(COMMAND "${CMAKE_COMMAND}" --build "${build}")
+endfunction()
+
+function(consume_by_find_package prefix build)
+    file(REMOVE_RECURSE "${build}")
+    configure_and_build("${build}" "-DCMAKE_PREFIX_PATH=${prefix};${QT_PREFIX}" ${ARGN})
+    run_consumer("${build}/consumer")
+endfunction()
+
+function(consume_by_pkg_config prefix build)
+    cmake_parse_arguments(PARSE_ARGV 2 arg "STATIC" "" "")
+    file(REMOVE_RECURSE "${build}")
+    file(MAKE_DIRECTORY "${build}")
+    set(static "")
+    if(arg_STATIC)
+        set(static --static)
+    endif()
+    set(paths "PKG_CONFIG_PATH=${prefix}/${LIBDIR}/pkgconfig:${QT_PREFIX}/lib/pkgconfig")
+    foreach(question cflags libs)
+        run(COMMAND "${PKG_CONFIG}" --${question} ${static} qvutil ENVIRONMENT "${paths}" OUTPUT answer)
+        string(STRIP "${answer}" answer)
+        separate_arguments(${question} UNIX_COMMAND "${answer}")
+    endforeach()
+    foreach(source main settings)
+        run(COMMAND ${LAUNCHER} "${COMPILER}" -std=c++17 -Wall -fPIC ${cflags}
+            -c "${CMAKE_CURRENT_LIST_DIR}/${source}.cpp" -o "${build}/${source}.o")
+    endforeach()
+    run(COMMAND "${COMPILER}" -o "${build}/consumer" "${build}/main.o" "${build}/settings.o" ${libs})
+    run_consumer("${build}/consumer"
+        ENVIRONMENT "LD_LIBRARY_PATH=${prefix}/${LIBDIR}" "DYLD_LIBRARY_PATH=${prefix}/${LIBDIR}")
+endfunction()
+
+# The headers that are installed are the public ones and no others.
+function(check_headers prefix)
+    file(GLOB found RELATIVE "${prefix}/${INCLUDEDIR}/qvutil" "${prefix}/${INCLUDEDIR}/qvutil/*")
+    list(SORT found)
+    set(expected ${HEADERS})
+    list(SORT expected)
+    if(NOT found STREQUAL expected)
+        message(FATAL_ERROR "The installed headers are\n  ${found}\nnot\n  ${expected}")
+    endif()
+endfunction()
+
+# Nothing that is installed names a folder of the build or of the sources.
+function(check_paths prefix)
+    file(GLOB_RECURSE texts "${prefix}/*.cmake" "${prefix}/*.pc" "${prefix}/*.h")
+    foreach(text IN LISTS texts)
+        file(READ "${text}" content)
+        foreach(folder "${BUILD}" "${SOURCE}" "${prefix}")
+            string(FIND "${content}" "${folder}" place)
+            if(NOT place EQUAL -1)
+                message(FATAL_ERROR "${text} names ${folder}: it cannot be moved")
+            endif()
+        endforeach()
+    endforeach()
+endfunction()
+
+# Installs the build tree and checks what is there. With UNINSTALL, removes it again.
+# The list of what a person installed from this build tree, which `uninstall` goes by, stays as it was.
+function(install_package build prefix)
+    cmake_parse_arguments(PARSE_ARGV 2 arg "UNINSTALL" "" "")
+    set(manifest "${build}/install_manifest.txt")
+    file(MAKE_DIRECTORY "${SCRATCH}")
+    if(EXISTS "${manifest}")
+        file(RENAME "${manifest}" "${SCRATCH}/install_manifest.txt")
+    endif()
+    file(REMOVE_RECURSE "${prefix}")
+    run(COMMAND "${CMAKE_COMMAND}" --install "${build}" --prefix "${prefix}")
+    check_headers("${prefix}")
+    check_paths("${prefix}")
+    if(arg_UNINSTALL)
+        run(COMMAND "${CMAKE_COMMAND}" -P "${build}/Uninstall.cmake")
+    endif()
+    file(REMOVE "${manifest}")
+    if(EXISTS "${SCRATCH}/install_manifest.txt")
+        file(RENAME "${SCRATCH}/install_manifest.txt" "${manifest}")
+    endif()
+endfunction()
+
+function(step_install)
+    install_package("${BUILD}" "${SCRATCH}/installed")
+endfunction()
+
+function(step_find_package)
+    consume_by_find_package("${SCRATCH}/installed" "${SCRATCH}/find_package"
+        "-DQVUTIL_HEADERS=${HEADERS}")
+endfunction()
+
+function(step_pkg_config)
+    consume_by_pkg_config("${SCRATCH}/installed" "${SCRATCH}/pkg_config")
+endfunction()
+
+function(step_moved)
+    file(REMOVE_RECURSE "${SCRATCH}/elsewhere")
+    file(MAKE_DIRECTORY "${SCRATCH}/elsewhere")
+    file(RENAME "${SCRATCH}/installed" "${SCRATCH}/elsewhere/a b")
+    consume_by_find_package("${SCRATCH}/elsewhere/a b" "${SCRATCH}/elsewhere/find_package")
+    # A blank in a folder's name does not survive pkg-config.
+    file(RENAME "${SCRATCH}/elsewhere/a b" "${SCRATCH}/elsewhere/deep")
+    consume_by_pkg_config("${SCRATCH}/elsewhere/deep" "${SCRATCH}/elsewhere/pkg_config")
+endfunction()
+
+function(step_subdirectory)
+    configure_and_build("${SCRATCH}/subdirectory" "-DCMAKE_PREFIX_PATH=${QT_PREFIX}"
+        "-DQVUTIL_FOLDER=${SOURCE}" -UBUILD_SHARED_LIBS)
+    run_consumer("${SCRATCH}/subdirectory/consumer")
+endfunction()
+
+# Carries on in the build tree of the step before: only the linking differs.
+function(step_static)
+    set(build "${SCRATCH}/subdirectory")
+    configure_and_build("${build}" "-DCMAKE_PREFIX_PATH=${QT_PREFIX}"
+        "-DQVUTIL_FOLDER=${SOURCE}" -DBUILD_SHARED_LIBS=OFF)
+    run_consumer("${build}/consumer")
+
+    install_package("${build}" "${SCRATCH}/static")
+    file(GLOB libraries RELATIVE "${SCRATCH}/static/${LIBDIR}" "${SCRATCH}/static/${LIBDIR}/*QvUtil*.*")
+    if(NOT libraries STREQUAL "libQvUtil.a")
+        message(FATAL_ERROR "The static package holds ${libraries}")
+    endif()
+    consume_by_find_package("${SCRATCH}/static" "${SCRATCH}/static_find_package")
+    consume_by_pkg_config("${SCRATCH}/static" "${SCRATCH}/static_pkg_config" STATIC)
+endfunction()
+
+# The version file alone answers; no host is built.
+function(is_granted output request)
+    set(PACKAGE_FIND_VERSION "${request}")
+    string(REGEX MATCH "^[0-9]+" PACKAGE_FIND_VERSION_MAJOR "${request}")
+    set(CMAKE_SIZEOF_VOID_P "")
+    include("${BUILD}/QvUtilConfigVersion.cmake")
+    set(${output} "${PACKAGE_VERSION_COMPATIBLE}" PARENT_SCOPE)
+endfunction()
+
+function(step_versions)
+    string(REGEX MATCH "^[0-9]+" major "${VERSION}")
+    math(EXPR next "${major} + 1")
+    math(EXPR previous "${major} - 1")
+    foreach(request "${major}" "${major}.0" "${VERSION}")
+        is_granted(granted "${request}")
+        if(NOT granted)
+            message(FATAL_ERROR "Version ${request} is not granted by ${VERSION}")
+        endif()
+    endforeach()
+    foreach(request "${previous}.9" "${VERSION}.1" "${major}.999" "${next}.0")
+        is_granted(granted "${request}")
+        if(granted)
+            message(FATAL_ERROR "Version ${request} is granted by ${VERSION}")
+        endif()
+    endforeach()
+endfunction()
+
+# Installed and removed again, the package leaves no file behind.
+function(step_uninstall)
+    install_package("${BUILD}" "${SCRATCH}/uninstall" UNINSTALL)
+    file(GLOB_RECURSE files LIST_DIRECTORIES FALSE "${SCRATCH}/uninstall/*")
+    if(files)
+        message(FATAL_ERROR "Left behind: ${files}")
+    endif()
+endfunction()
+
+cmake_language(CALL "step_${STEP}")

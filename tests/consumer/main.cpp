@@ -1,0 +1,29 @@
+// SPDX-FileCopyrightText: 2026 The QvUtil developers
+// SPDX-License-Identifier: MIT
+
+#include "settings.h"
+
+#include <qvutil/GeneralUtil.h>
+#include <qvutil/QvUtilGlobal.h>
+#include <qvutil/XmlFiler.h>
+
+#include <QCoreApplication>
+
+#include <cstdio>
+
+// The counter is kept in the file that is named on the command line.
+int main(int argc, char* argv[])
+{
+    const QCoreApplication application(argc, argv);
+
+    Quorvin::Util::XmlFiler filer;
+    filer.CreateRoot(QStringLiteral("Window"));
+    filer.WriteRect(QStringLiteral("Main"), QStringLiteral("Place"), QRect(10, 20, 300, 200));
+    const QRect place = filer.ReadRect(QStringLiteral("/Main"), QStringLiteral("Place"), QRect());
+
+    std::printf("QvUtil %s\n", QVUTIL_VERSION_STR);
+    std::printf("place %d %d %d %d\n", place.x(), place.y(), place.width(), place.height());
+    std::printf("hash %s\n", Quorvin::Util::GeneralUtil::GetHash(QStringLiteral("Save")).constData());
+    std::printf("run %d\n", CountRun(application.arguments().at(1)));
+    return 0;
+}
