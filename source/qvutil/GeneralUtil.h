@@ -295,6 +295,72 @@ public:
     /// \return for example "1.50 KB"; not localised
     [[nodiscard]] static QString BytesToString(qint64 bytes, int precision);
 
+    // Links, and files for a locale
+
+    /// Follows the symbolic links in a path, also those in its leading folders.
+    /// \param path  absolute, or relative to the current folder; need not exist. An empty path gives
+    ///              the folder above the current one.
+    /// \return absolute clean path with the links replaced by what they point to. From the first part on that
+    ///         cannot be followed (it is missing, a link to nothing, a loop) the path is kept as it stands.
+    [[nodiscard]] static QString GetSymbolicLinkTarget(const QString& path);
+    /// Finds the variant of a file that is meant for a locale: a file of the same name in a sub-folder that
+    /// is named after the locale.
+    ///
+    /// The folders are searched in their order, then the application's own. Only the full name of the locale
+    /// counts: for "fr-CA" neither "fr" nor "fr-FR" is looked at.
+    ///
+    /// \param file     name of the file; folders in it are ignored. ".xlf" is added if it has no suffix.
+    /// \param locale   for example "de-DE"; empty means the locale of the system
+    /// \param folders  folders separated by ';', empty entries are ignored
+    /// \return absolute path of the first file found; empty if there is none, or if \p file is empty
+    [[nodiscard]] static QString FindLocaleFile(const QString& file, const QString& locale,
+                                                const QString& folders);
+
+    // The application's folders and its environment
+
+    /// \return absolute clean path of the folder that holds the application's executable
+    /// \pre a QCoreApplication exists
+    [[nodiscard]] static QString GetAppDirPath();
+    /// \return absolute clean path of the application's executable
+    /// \pre a QCoreApplication exists
+    [[nodiscard]] static QString GetAppFilePath();
+    /// Gives the folder under which applications keep data for the current user: on macOS the user's
+    /// application-support folder, on Linux $XDG_DATA_HOME or ~/.local/share.
+    /// \return absolute clean path; the folder need not exist
+    [[nodiscard]] static QString GetAppDataPath();
+    /// \return the same folder as GetAppDataPath
+    [[nodiscard]] static QString GetLocalAppDataPath();
+    /// Gives the folder under which applications keep data for all users: on macOS the machine's
+    /// application-support folder, on Linux the first folder of $XDG_DATA_DIRS or /usr/local/share.
+    /// \return absolute clean path; the folder need not exist
+    [[nodiscard]] static QString GetCommonAppDataPath();
+    /// \return the same folder as GetCommonAppDataPath
+    [[nodiscard]] static QString GetProgramDataPath();
+    /// \return empty: there is no such folder on the systems that the library serves
+    [[nodiscard]] static QString GetFavoritesPath();
+    /// \return the folder of the system's own libraries, as the system spells it
+    [[nodiscard]] static QString GetSystemDirectory();
+    /// Tells where a library that is loaded into this process lies.
+    /// \param name  the library's file name; matched with regard to case. Without any '.' the system's suffix
+    ///              (".dylib", ".so") is added. On Linux a file also matches without its version, so that
+    ///              "libFoo.so.6.4" is found as "libFoo.so" and as "libFoo".
+    /// \return absolute path of the folder of the first such library in the loader's order; empty if none is
+    ///         loaded. The program itself is no library.
+    [[nodiscard]] static QString GetModulePath(const QString& name);
+    /// \return always "x64/Release", however the library was built
+    [[nodiscard]] static QString GetBuild();
+    /// Tells whether a process runs. On macOS only applications count, not daemons and command-line tools. On
+    /// Linux every process of every user counts until it has ended, even if its parent has not taken note
+    /// yet. \param processId  the number of the process \return false also for numbers that are no process
+    [[nodiscard]] static bool IsProcessRunning(const long long& processId);
+    /// \return always true
+    [[nodiscard]] static bool Is64BitOS();
+    /// \return always true
+    [[nodiscard]] static bool Is64BitApp();
+    /// \param key  ignored: the systems that the library serves have no registry
+    /// \return always false
+    [[nodiscard]] static bool RegistryKeyExists(const QString& key);
+
     // Debug output
 
     /// Hands a message to developers. Goes to the logging category "qvutil" where the system has a channel

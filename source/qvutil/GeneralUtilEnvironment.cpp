@@ -5,7 +5,131 @@
 
 #include "platform/Platform.h"
 
+#include <QCoreApplication>
+#include <QDir>
+#include <QFileInfo>
+#include <QLocale>
+
+#include <utility>
+
+using namespace Qt::StringLiterals;
+
 namespace Quorvin::Util {
+namespace {
+
+// The name by which a localised file is looked for.
+QString LocaleFileName(const QString& file)
+{
+    const QFileInfo info(file);
+    return info.completeSuffix().isEmpty() ? info.fileName() + ".xlf"_L1 : info.fileName();
+}
+
+} // namespace
+
+QString GeneralUtil::GetSymbolicLinkTarget(const QString& path)
+{
+    const QString target = QDir::cleanPath(Platform::ResolveSymbolicLinks(path));
+    if (!QDir::isRelativePath(target))
+        return target;
+    QDir folder(path);
+    folder.cdUp();
+    return QDir::cleanPath(folder.absoluteFilePath(target));
+}
+
+QString GeneralUtil::FindLocaleFile(const QString& file, const QString& locale, const QString& folders)
+{
+    if (file.isEmpty())
+        return {};
+    const QString localeName = locale.isEmpty() ? QLocale::system().name().replace(u'_', u'-') : locale;
+    const QString tail = u'/' + localeName + u'/' + LocaleFileName(file);
+
+    QStringList places = folders.split(u';', Qt::SkipEmptyParts);
+    places.append(GetAppDirPath());
+    for (const QString& place : std::as_const(places)) {
+        const QFileInfo candidate(place + tail);
+        if (candidate.exists())
+            return candidate.absoluteFilePath();
+    }
+    return {};
+}
+
+QString GeneralUtil::GetAppDirPath()
+{
+    return QDir::cleanPath(QDir(QCoreApplication::applicationDirPath()).absolutePath());
+}
+
+QString GeneralUtil::GetAppFilePath()
+{
+    return QDir::cleanPath(QFileInfo(QCoreApplication::applicationFilePath()).absoluteFilePath());
+}
+
+QString GeneralUtil::GetAppDataPath()
+{
+    return QDir::cleanPath(Platform::GetUserApplicationSupportFolder());
+}
+
+QString GeneralUtil::GetLocalAppDataPath()
+{
+    return GetAppDataPath(); // clean already
+}
+
+QString GeneralUtil::GetCommonAppDataPath()
+{
+    return QDir::cleanPath(Platform::GetMachineApplicationSupportFolder());
+}
+
+QString GeneralUtil::GetProgramDataPath()
+{
+    return GetCommonAppDataPath();
+}
+
+QString GeneralUtil::GetFavoritesPath()
+{
+    return {};
+}
+
+QString GeneralUtil::GetSystemDirectory()
+{
+    return Platform::GetSystemLibraryFolder();
+}
+
+QString GeneralUtil::GetModulePath(const QString& name)
+{
+    const QString fileName = name.contains(u'.') ? name : name + Platform::GetLibrarySuffix();
+    const QStringList libraries = Platform::GetLoadedLibraries();
+    for (const QString& library : libraries) {
+        const QFileInfo info(library);
+        const QString loaded = info.fileName();
+        if (loaded == fileName || Platform::RemoveLibraryVersion(loaded) == fileName)
+            return info.absoluteDir().absolutePath();
+    }
+    return {};
+}
+
+QString GeneralUtil::GetBuild()
+{
+    return u"x64/Release"_s;
+}
+
+bool GeneralUtil::IsProcessRunning(const long long& processId)
+{
+    return Platform::IsProcessRunning(processId);
+}
+
+bool GeneralUtil::Is64BitOS()
+{
+    return true;
+}
+
+bool GeneralUtil::Is64BitApp()
+{
+    return Is64BitOS();
+}
+
+bool GeneralUtil::RegistryKeyExists(const QString& /*key*/)
+{
+    return false;
+}
 
 void GeneralUtil::OutputDebugString(const QString& text)
 {

@@ -23,6 +23,7 @@ namespace {
 
 constexpr int kFileIndent = 4;
 constexpr int kStringIndent = 1;
+constexpr qsizetype kMaxKnownPlaces = 4096;
 
 bool IsSeparator(QChar c)
 {
@@ -229,6 +230,7 @@ bool XmlFiler::LoadFromXmlString(const QString& xml)
 
 template <typename Text> bool XmlFiler::Load(const Text& xml)
 {
+    ForgetPlaces();
     RemoveChildren(mDocument);
     if (Internal::KeepsXmlLimits(xml) && mDocument.setContent(xml)) {
         MoveToRoot();
@@ -263,6 +265,7 @@ bool XmlFiler::IsEmpty() const
 
 void XmlFiler::Reset()
 {
+    ForgetPlaces();
     SetCursor({});
     if (mNodeStack.contains(mDocument))
         mDetachedTrees.append(mDocument);
@@ -326,7 +329,7 @@ QDomNode XmlFiler::TakeStart(QStringView& path) const
 }
 
 // Nothing if an element is missing; a null node is a place too: the one above an empty document.
-std::optional<QDomNode> XmlFiler::FindNode(QStringView path) const
+std::optional<QDomNode> XmlFiler::WalkTo(QStringView path) const
 {
     QDomNode node = TakeStart(path);
     for (QStringView step = TakeStep(path); !step.isEmpty(); step = TakeStep(path)) {
@@ -337,12 +340,47 @@ std::optional<QDomNode> XmlFiler::FindNode(QStringView path) const
     return node;
 }
 
-QDomNode XmlFiler::FindOrCreateNode(QStringView path, bool alwaysNewLast)
+std::optional<QDomNode> XmlFiler::FindNode(const QString& path) const
 {
-    QDomNode node = TakeStart(path);
-    QStringView step = TakeStep(path);
+    if (mNodesAreShared)
+        return WalkTo(path);
+    QHash<QString, QDomNode>& places = KnownPlaces(path);
+    const auto known = places.constFind(path);
+    if (known != places.cend())
+        return *known;
+    const std::optional<QDomNode> node = WalkTo(path);
+    if (node && !node->isNull()) {
+        if (places.size() >= kMaxKnownPlaces)
+            places.clear();
+        // A copy of the characters, since the caller's string may not own them.
+        places.insert(QString(path.constData(), path.size()), *node);
+    }
+    return node;
+}
+
+QHash<QString, QDomNode>& XmlFiler::KnownPlaces(const QString& path) const
+{
+    const bool isAbsolute = !path.isEmpty() && IsSeparator(path.front());
+    return isAbsolute ? mAbsolutePlaces : mRelativePlaces;
+}
+
+void XmlFiler::ForgetPlaces() const
+{
+    mAbsolutePlaces.clear();
+    mRelativePlaces.clear();
+}
+
+QDomNode XmlFiler::FindOrCreateNode(const QString& path, bool alwaysNewLast)
+{
+    if (!alwaysNewLast) {
+        if (const std::optional<QDomNode> node = FindNode(path))
+            return *node;
+    }
+    QStringView rest = path;
+    QDomNode node = TakeStart(rest);
+    QStringView step = TakeStep(rest);
     while (!step.isEmpty()) {
-        const QStringView next = TakeStep(path);
+        const QStringView next = TakeStep(rest);
         const bool lookUp = !(alwaysNewLast && next.isEmpty());
         const QDomNode child = lookUp ? FindChildElement(node, AsString(step)) : QDomNode();
         node = child.isNull() ? AppendElement(node, step.toString()) : child;
@@ -353,6 +391,7 @@ QDomNode XmlFiler::FindOrCreateNode(QStringView path, bool alwaysNewLast)
 
 QDomNode XmlFiler::AppendElement(const QDomNode& parent, const QString& name)
 {
+    ForgetPlaces();
     QDomNode element = mDocument.createElement(name);
     if (parent.isNull())
         mDocument.appendChild(element);
@@ -440,6 +479,8 @@ void XmlFiler::DeleteChildNodes(const QString& path)
 
 QDomNode XmlFiler::GetCurrentNode() const
 {
+    mNodesAreShared = true;
+    ForgetPlaces();
     return mCurrentNode;
 }
 
@@ -470,6 +511,7 @@ void XmlFiler::PopCurrentNode() const
 void XmlFiler::SetCursor(const QDomNode& node) const
 {
     mCurrentNode = node;
+    mRelativePlaces.clear();
     if (!mDetachedTrees.isEmpty())
         ReleaseUnusedTrees();
 }
@@ -492,6 +534,7 @@ void XmlFiler::ReleaseUnusedTrees() const
 
 void XmlFiler::RemoveChild(QDomNode parent, const QDomNode& child)
 {
+    ForgetPlaces();
     parent.removeChild(child);
     if (IsHeld(child))
         mDetachedTrees.append(child);
@@ -928,6 +971,7 @@ bool XmlFiler::WriteInnerXml(const QString& xml)
         CreateOrMoveToNode(u"Root"_s, true, false);
     if (mCurrentNode.isNull())
         return false;
+    ForgetPlaces();
     for (QDomNode child = wrapper.firstChild(); !child.isNull(); child = wrapper.firstChild())
         mCurrentNode.insertAfter(child, QDomNode());
     return true;

@@ -142,7 +142,9 @@ public:
     /// Removes all children of the element at a node path. The cursor stays.
     void DeleteChildNodes(const QString& path);
     /// Gives the node under the cursor, as a handle that shares it; null if there is no cursor.
-    /// The handle must not outlive this object's next change of the document.
+    /// The handle must not outlive this object's next change of the document. Once one has been given out,
+    /// this object cannot know what changes behind its back and looks for every path step by step, which
+    /// is slower for elements with many siblings.
     [[nodiscard]] QDomNode GetCurrentNode() const;
     /// Gives the cursor's path from the root, such as "/Settings/Panel"; empty if there is no cursor.
     /// Of equal siblings all have the same path.
@@ -390,8 +392,11 @@ private:
     [[nodiscard]] QDomElement ElementAt(const QString& path) const;
     [[nodiscard]] QDomElement CreateElementAt(const QString& path);
     [[nodiscard]] QDomNode TakeStart(QStringView& path) const;
-    [[nodiscard]] std::optional<QDomNode> FindNode(QStringView path) const;
-    [[nodiscard]] QDomNode FindOrCreateNode(QStringView path, bool alwaysNewLast);
+    [[nodiscard]] std::optional<QDomNode> FindNode(const QString& path) const;
+    [[nodiscard]] std::optional<QDomNode> WalkTo(QStringView path) const;
+    [[nodiscard]] QDomNode FindOrCreateNode(const QString& path, bool alwaysNewLast);
+    [[nodiscard]] QHash<QString, QDomNode>& KnownPlaces(const QString& path) const;
+    void ForgetPlaces() const;
     [[nodiscard]] QDomNode AppendElement(const QDomNode& parent, const QString& name);
     [[nodiscard]] QString ReadText(const QDomElement& element, const QString& name,
                                    const QString& defaultValue) const;
@@ -413,6 +418,12 @@ private:
     // Trees that were removed or replaced while the cursor or the node stack pointed into them. QDom leaves
     // dangling pointers in the nodes of a tree that is destroyed around them, so such a tree lives on.
     mutable QList<QDomNode> mDetachedTrees;
+
+    // Where paths led to, absolute ones and those from the present cursor; forgotten whenever an element
+    // comes or goes, and not used once a host holds a node, through which it could change the document.
+    mutable QHash<QString, QDomNode> mAbsolutePlaces;
+    mutable QHash<QString, QDomNode> mRelativePlaces;
+    mutable bool mNodesAreShared = false;
 };
 
 /// A settings file kept as an XML document: typed values by node path and name, saved by itself.

@@ -5,6 +5,7 @@
 #define QVUTIL_PLATFORM_H
 
 #include <QByteArray>
+#include <QLatin1StringView>
 #include <QString>
 #include <QStringList>
 #include <QStringView>
@@ -60,7 +61,7 @@ namespace Quorvin::Util::Platform {
 [[nodiscard]] QStringList GetLoadedLibraries();
 
 /// \return the ending of a library's file name, with its dot
-[[nodiscard]] QStringView GetLibrarySuffix();
+[[nodiscard]] QLatin1StringView GetLibrarySuffix();
 
 /// \param fileName  file name of a loaded library, without folder
 /// \return \p fileName without the version that the system's habit writes behind the suffix; \p fileName

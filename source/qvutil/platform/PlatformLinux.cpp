@@ -167,9 +167,9 @@ QStringList GetLoadedLibraries()
     return paths;
 }
 
-QStringView GetLibrarySuffix()
+QLatin1StringView GetLibrarySuffix()
 {
-    return u".so";
+    return ".so"_L1;
 }
 
 QStringView RemoveLibraryVersion(QStringView fileName)

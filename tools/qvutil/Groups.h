@@ -1,0 +1,19 @@
+// SPDX-FileCopyrightText: 2026 The QvUtil developers
+// SPDX-License-Identifier: MIT
+
+#ifndef QVUTIL_TOOL_GROUPS_H
+#define QVUTIL_TOOL_GROUPS_H
+
+namespace Quorvin::Tool {
+
+class CommandLine;
+
+// One function for each group of commands; main calls them in the order in which help shows the groups.
+void AddXmlCommands(CommandLine& line);
+void AddSettingsCommands(CommandLine& line);
+void AddHashCommand(CommandLine& line);
+void AddSelfCommands(CommandLine& line);
+
+} // namespace Quorvin::Tool
+
+#endif // QVUTIL_TOOL_GROUPS_H

@@ -1,0 +1,17 @@
+// SPDX-FileCopyrightText: 2026 The QvUtil developers
+// SPDX-License-Identifier: MIT
+
+#include "Command.h"
+#include "Groups.h"
+
+int main(int argc, char* argv[])
+{
+    using namespace Quorvin::Tool;
+
+    CommandLine line;
+    AddXmlCommands(line);
+    AddSettingsCommands(line);
+    AddHashCommand(line);
+    AddSelfCommands(line);
+    return static_cast<int>(line.Run(argc, argv));
+}
