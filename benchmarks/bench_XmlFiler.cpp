@@ -8,6 +8,7 @@
 #include <QCryptographicHash>
 #include <QFile>
 #include <QProcess>
+#include <QSaveFile>
 #include <QSettings>
 #include <QStandardPaths>
 #include <QTemporaryDir>
@@ -16,7 +17,7 @@
 
 #include <benchmark/benchmark.h>
 
-#include <memory>
+#include <type_traits>
 
 using namespace Qt::StringLiterals;
 using namespace Quorvin::Util;
@@ -160,24 +161,27 @@ bool RawLoad(QDomDocument& document, const QString& path)
     return file.open(QIODevice::ReadOnly) && document.setContent(&file);
 }
 
-bool RawSave(const QDomDocument& document, const QString& path)
+template <typename File> bool RawSave(const QDomDocument& document, const QString& path)
 {
-    QFile file(path);
+    File file(path);
     if (!file.open(QIODevice::WriteOnly))
         return false;
     QTextStream stream(&file);
     document.save(stream, 4);
+    stream.flush();
+    if constexpr (std::is_same_v<File, QSaveFile>)
+        return file.commit();
     return true;
 }
 
-void LoadSave1MB_rawQDomDocument(benchmark::State& state)
+template <typename File> void LoadSave1MB_QDomDocument(benchmark::State& state)
 {
     QTemporaryDir dir;
     const QString path = dir.filePath(u"document.xml"_s);
     WriteFile(path, LargeDocument());
     for (auto _ : state) {
         QDomDocument document;
-        if (!RawLoad(document, path) || !RawSave(document, path))
+        if (!RawLoad(document, path) || !RawSave<File>(document, path))
             state.SkipWithError("cannot load or save");
     }
 }
@@ -223,7 +227,7 @@ QDomElement ChildElement(QDomDocument& document, QDomElement parent, const QStri
     return child;
 }
 
-void Write1000AndSave_rawQDomDocument(benchmark::State& state)
+template <typename File> void Write1000AndSave_QDomDocument(benchmark::State& state)
 {
     QTemporaryDir dir;
     const QString path = dir.filePath(u"settings.xml"_s);
@@ -236,12 +240,28 @@ void Write1000AndSave_rawQDomDocument(benchmark::State& state)
             QDomElement group = ChildElement(document, root, setting.Group);
             ChildElement(document, group, setting.Page).setAttribute(setting.Name, setting.Value);
         }
-        if (!RawSave(document, path))
+        if (!RawSave<File>(document, path))
             state.SkipWithError("cannot save");
     }
 }
 
-void Write1000AndSave_QvUtil(benchmark::State& state)
+void Write1000AndSave_QvUtilXmlFiler(benchmark::State& state)
+{
+    QTemporaryDir dir;
+    const QString path = dir.filePath(u"settings.xml"_s);
+    const QList<Setting> settings = ManySettings();
+    for (auto _ : state) {
+        XmlFiler filer;
+        filer.CreateRoot(u"Settings"_s);
+        for (const Setting& setting : settings)
+            filer.WriteInt(setting.Group + u'/' + setting.Page, setting.Name, setting.Value);
+        if (!filer.SaveAsXmlFile(path))
+            state.SkipWithError("cannot save");
+    }
+}
+
+// Saves twice: a new store saves its first change at once.
+void Write1000AndSave_QvUtilSettings(benchmark::State& state)
 {
     QTemporaryDir dir;
     const QString path = dir.filePath(u"settings.xml"_s);
@@ -352,13 +372,26 @@ BENCHMARK(PathRead_QvUtil)->Name("PathRead/QvUtil")->Arg(10)->Arg(100)->Arg(1000
 BENCHMARK(PathRead_QvUtilStepByStep)->Name("PathRead/QvUtil step by step")->Arg(10)->Arg(100)->Arg(1000);
 BENCHMARK(PathRead_QSettings)->Name("PathRead/QSettings")->Arg(10)->Arg(100)->Arg(1000);
 
-BENCHMARK(LoadSave1MB_rawQDomDocument)->Name("LoadSave1MB/raw QDomDocument")->Unit(benchmark::kMillisecond);
+BENCHMARK(LoadSave1MB_QDomDocument<QFile>)
+    ->Name("LoadSave1MB/raw QDomDocument")
+    ->Unit(benchmark::kMillisecond);
+BENCHMARK(LoadSave1MB_QDomDocument<QSaveFile>)
+    ->Name("LoadSave1MB/QDomDocument and QSaveFile")
+    ->Unit(benchmark::kMillisecond);
 BENCHMARK(LoadSave1MB_QvUtil)->Name("LoadSave1MB/QvUtil")->Unit(benchmark::kMillisecond);
 
-BENCHMARK(Write1000AndSave_rawQDomDocument)
+BENCHMARK(Write1000AndSave_QDomDocument<QFile>)
     ->Name("Write1000AndSave/raw QDomDocument")
     ->Unit(benchmark::kMicrosecond);
-BENCHMARK(Write1000AndSave_QvUtil)->Name("Write1000AndSave/QvUtil")->Unit(benchmark::kMicrosecond);
+BENCHMARK(Write1000AndSave_QDomDocument<QSaveFile>)
+    ->Name("Write1000AndSave/QDomDocument and QSaveFile")
+    ->Unit(benchmark::kMicrosecond);
+BENCHMARK(Write1000AndSave_QvUtilXmlFiler)
+    ->Name("Write1000AndSave/QvUtil XmlFiler")
+    ->Unit(benchmark::kMicrosecond);
+BENCHMARK(Write1000AndSave_QvUtilSettings)
+    ->Name("Write1000AndSave/QvUtil Settings, two saves")
+    ->Unit(benchmark::kMicrosecond);
 BENCHMARK(Write1000AndSave_QSettings)->Name("Write1000AndSave/QSettings")->Unit(benchmark::kMicrosecond);
 
 BENCHMARK(Translate1000_rawDigests)->Name("Translate1000/raw MD5 digests")->Unit(benchmark::kMicrosecond);

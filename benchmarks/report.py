@@ -1,0 +1,110 @@
+#!/usr/bin/env python3
+# SPDX-FileCopyrightText: 2026 The QvUtil developers
+# SPDX-License-Identifier: MIT
+"""Turns the JSON output of the benchmark programs into a Markdown page and a chart.
+
+Each benchmark is named Subject/Contestant[/argument]. Within a subject and argument the contestant whose name
+begins with "raw" is the measure: every other one is shown as a multiple of it.
+"""
+
+import argparse
+import json
+import pathlib
+import sys
+from collections import defaultdict
+
+import matplotlib
+
+matplotlib.use("svg")
+import matplotlib.pyplot as plt  # noqa: E402
+
+OWN = "QvUtil"
+
+
+def read_runs(paths):
+    """Returns {subject: {contestant: (median ns, relative spread)}}, in the order of the files."""
+    subjects = defaultdict(dict)
+    for path in paths:
+        times = defaultdict(list)
+        for run in json.loads(pathlib.Path(path).read_text())["benchmarks"]:
+            if run.get("run_type") != "iteration":
+                continue
+            if run.get("error_occurred"):
+                sys.exit(f"{path}: {run['name']}: {run.get('error_message', 'failed')}")
+            unit = {"ns": 1, "us": 1e3, "ms": 1e6, "s": 1e9}[run["time_unit"]]
+            times[run["run_name"]].append(run["real_time"] * unit)
+        for name, values in times.items():
+            subject, contestant, *argument = name.split("/")
+            values.sort()
+            median = values[len(values) // 2]
+            spread = (values[-1] - values[0]) / median
+            subjects[" ".join([subject, *argument])][contestant] = (median, spread)
+    return subjects
+
+
+def show_time(ns):
+    for unit, size in (("s", 1e9), ("ms", 1e6), ("µs", 1e3)):
+        if ns >= size:
+            return f"{ns / size:.3g} {unit}"
+    return f"{ns:.3g} ns"
+
+
+def show_ratio(ratio):
+    return f"{ratio:.2f}" if ratio >= 0.1 else f"{ratio:.2g}"
+
+
+def measure_of(contestants):
+    return next((name for name in contestants if name.startswith("raw")), next(iter(contestants)))
+
+
+def write_tables(subjects, out):
+    for subject, contestants in subjects.items():
+        measure = measure_of(contestants)
+        out.write(f"\n### {subject}\n\n| contestant | time | ratio to “{measure}” | spread |\n|---|---:|---:|---:|\n")
+        for name, (median, spread) in sorted(contestants.items(), key=lambda item: item[1][0]):
+            label = f"**{name}**" if name.startswith(OWN) else name
+            ratio = median / contestants[measure][0]
+            out.write(f"| {label} | {show_time(median)} | {show_ratio(ratio)} | ±{spread * 50:.0f} % |\n")
+
+
+def draw_chart(subjects, path):
+    rows = []
+    for subject, contestants in subjects.items():
+        measure = contestants[measure_of(contestants)][0]
+        rows.append((subject, None, None))
+        rows.extend((name, median / measure, spread * median / measure / 2)
+                    for name, (median, spread) in sorted(contestants.items(), key=lambda item: item[1][0]))
+    figure, axes = plt.subplots(figsize=(9, 0.24 * len(rows) + 1))
+    for y, (label, ratio, noise) in enumerate(rows):
+        if ratio is None:
+            axes.text(-0.01, y, label, ha="right", va="center", weight="bold", transform=axes.get_yaxis_transform())
+            continue
+        colour = "#1b6ca8" if label.startswith(OWN) else "#b8b8b8"
+        axes.barh(y, ratio, xerr=noise, color=colour, error_kw={"elinewidth": 0.8, "ecolor": "#444444"})
+        axes.text(-0.01, y, label, ha="right", va="center", transform=axes.get_yaxis_transform())
+        axes.text(ratio + noise, y, f"  {show_ratio(ratio)}", va="center", fontsize=8)
+    axes.axvline(1, color="#444444", linewidth=0.8, linestyle="--")
+    axes.set_xscale("log")
+    axes.set_ylim(len(rows) - 0.5, -0.5)
+    axes.set_yticks([])
+    axes.set_xlabel("time, as a multiple of the raw contestant's (logarithmic; shorter is better)")
+    for side in ("top", "right", "left"):
+        axes.spines[side].set_visible(False)
+    figure.tight_layout()
+    figure.savefig(path)
+
+
+def main():
+    parser = argparse.ArgumentParser(description=__doc__)
+    parser.add_argument("json", nargs="+", help="output of a benchmark program (--benchmark_out=FILE)")
+    parser.add_argument("--tables", required=True, help="Markdown file to write")
+    parser.add_argument("--chart", required=True, help="picture to write (.svg or .png)")
+    arguments = parser.parse_args()
+    subjects = read_runs(arguments.json)
+    with open(arguments.tables, "w", encoding="utf-8") as out:
+        write_tables(subjects, out)
+    draw_chart(subjects, arguments.chart)
+
+
+if __name__ == "__main__":
+    main()
