@@ -1,0 +1,22 @@
+# SPDX-FileCopyrightText: 2026 The QvUtil developers
+# SPDX-License-Identifier: MIT
+
+# Runs an example in a fresh folder and compares what it prints with what the documentation says.
+#   cmake -DPROGRAM=file -DARGUMENTS=list -DRUNS=n -DFOLDER=folder -DEXPECTED=file -P RunExample.cmake
+
+file(REMOVE_RECURSE "${FOLDER}")
+file(MAKE_DIRECTORY "${FOLDER}")
+set(printed "")
+foreach(run RANGE 1 ${RUNS})
+    execute_process(COMMAND "${CMAKE_COMMAND}" -E env TZ=UTC "${PROGRAM}" ${ARGUMENTS}
+        WORKING_DIRECTORY "${FOLDER}" OUTPUT_VARIABLE output RESULT_VARIABLE result)
+    if(NOT result EQUAL 0)
+        message(FATAL_ERROR "${PROGRAM} gave ${result}\n${output}")
+    endif()
+    string(APPEND printed "${output}")
+endforeach()
+
+file(READ "${EXPECTED}" expected)
+if(NOT printed STREQUAL expected)
+    message(FATAL_ERROR "${PROGRAM} printed\n${printed}\nnot\n${expected}")
+endif()

@@ -1,0 +1,23 @@
+// SPDX-FileCopyrightText: 2026 The QvUtil developers
+// SPDX-License-Identifier: MIT
+
+#ifndef TOUR_SECTIONS_H
+#define TOUR_SECTIONS_H
+
+#include "Transcript.h"
+
+/// Where the sections find their documents, and where they may write.
+struct Folders
+{
+    QString Database; ///< the system's database of file types
+    QString Samples; ///< the sample documents and their translations
+    QString Work; ///< a folder of the tour's own
+};
+
+// The sections of the tour, each in a file of its own. They return false when something did not work.
+bool ShowDatabase(Transcript& transcript, const Folders& folders);
+bool ShowValues(Transcript& transcript, const Folders& folders);
+bool ShowSettings(Transcript& transcript, const Folders& folders);
+bool ShowTranslation(Transcript& transcript, const Folders& folders);
+
+#endif // TOUR_SECTIONS_H
