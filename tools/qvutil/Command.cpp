@@ -41,12 +41,26 @@ public:
 
     [[nodiscard]] std::string make_option_opts(const CLI::Option* option) const override
     {
+        if (IsList(option))
+            return {};
         std::string text;
         if (option->get_type_size() != 0 && !option->get_positional() && !option->get_type_name().empty())
             text = " " + option->get_type_name();
         if (option->get_expected_max() >= CLI::detail::expected_max_vector_size)
             text += " ...";
         return text;
+    }
+
+    [[nodiscard]] std::string make_option_usage(const CLI::Option* option) const override
+    {
+        return IsList(option) ? option->get_name(true) : Formatter::make_option_usage(option);
+    }
+
+private:
+    // Arguments such as "[NAME] VALUE", which are one list for CLI11.
+    static bool IsList(const CLI::Option* option)
+    {
+        return option->get_positional() && option->get_name(true).find(' ') != std::string::npos;
     }
 };
 
@@ -120,8 +134,14 @@ CLI::App& CommandLine::AddCommand(CLI::App& group, const std::string& name, cons
     CLI::App& command = *group.add_subcommand(name, description);
     command.group("Commands");
     command.footer("Examples:\n  " + CLI::detail::find_and_replace(examples, "\n", "\n  "));
-    command.callback([this, action = std::move(action)] { mAction = action; });
+    if (action)
+        SetAction(command, std::move(action));
     return command;
+}
+
+void CommandLine::SetAction(CLI::App& command, Action action)
+{
+    command.callback([this, action = std::move(action)] { mAction = action; });
 }
 
 CLI::App& CommandLine::SelectedCommand()

@@ -51,6 +51,8 @@ public:
     /// \param examples  one or more command lines, one a line, shown in the command's help
     CLI::App& AddCommand(CLI::App& group, const std::string& name, const std::string& description,
                          const std::string& examples, Action action);
+    /// Sets what a command does, for an action that needs the command's options.
+    void SetAction(CLI::App& command, Action action);
     /// The root, for commands without a group.
     [[nodiscard]] CLI::App& Root() { return mApp; }
 

@@ -58,12 +58,13 @@ void WriteToOutput(const QByteArray& bytes)
         FailToWrite();
 }
 
-// Characters that a terminal obeys instead of showing: controls, and those that turn the writing direction.
+// Characters that a terminal obeys instead of showing, or cannot show: controls, those that turn the writing
+// direction, and the two that are none.
 bool IsControl(QChar c)
 {
     const char16_t code = c.unicode();
     return code < 0x20 || (code >= 0x7f && code < 0xa0) || (code >= 0x202a && code <= 0x202e)
-        || (code >= 0x2066 && code <= 0x2069);
+        || (code >= 0x2066 && code <= 0x2069) || code >= 0xfffe;
 }
 
 void AppendEscaped(QString& to, QChar c)

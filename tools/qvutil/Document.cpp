@@ -8,6 +8,7 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <QStringDecoder>
 #include <QXmlStreamReader>
 
 #include <algorithm>
@@ -15,6 +16,58 @@
 using namespace Qt::StringLiterals;
 
 namespace Quorvin::Tool {
+namespace {
+
+// As much as the library takes.
+constexpr int kMaximumExpansion = 16 * 1024 * 1024;
+
+bool IsUtf8SoFar(QByteArrayView bytes)
+{
+    QStringDecoder decoder(QStringDecoder::Utf8); // takes a character that is cut off at the end
+    const QString text = decoder(bytes);
+    return !decoder.hasError();
+}
+
+// The parser decodes a file in large pieces and does not tell which byte is wrong.
+std::optional<qsizetype> FindByteThatIsNoUtf8(const QByteArray& bytes)
+{
+    if (IsUtf8SoFar(bytes))
+        return std::nullopt;
+    qsizetype good = 0;
+    qsizetype bad = bytes.size();
+    while (bad - good > 1) {
+        const qsizetype middle = good + (bad - good) / 2;
+        (IsUtf8SoFar(QByteArrayView(bytes).first(middle)) ? good : bad) = middle;
+    }
+    return good;
+}
+
+std::optional<ParseProblem> FindEncodingProblem(QFile& file)
+{
+    if (!file.seek(0))
+        return std::nullopt;
+    const QByteArray bytes = file.readAll();
+    const auto offset = FindByteThatIsNoUtf8(bytes);
+    if (!offset)
+        return std::nullopt;
+    const QByteArrayView before = QByteArrayView(bytes).first(*offset);
+    const qsizetype lineStart = before.lastIndexOf('\n') + 1;
+    return ParseProblem{.Line = before.count('\n') + 1,
+                        .Column = *offset - lineStart + 1,
+                        .Reason = u"a byte that is not valid UTF-8"_s,
+                        .IsTorn = false};
+}
+
+bool IsEncodingError(const QXmlStreamReader& reader)
+{
+    const QStringView encoding = reader.documentEncoding();
+    return reader.error() == QXmlStreamReader::NotWellFormedError
+        && reader.errorString().contains("encoded"_L1)
+        && (encoding.isEmpty() || encoding.compare("UTF-8"_L1, Qt::CaseInsensitive) == 0);
+}
+
+} // namespace
+
 std::optional<ParseProblem> FindParseProblem(const QString& path)
 {
     QFile file(path);
@@ -25,10 +78,15 @@ std::optional<ParseProblem> FindParseProblem(const QString& path)
 
     QXmlStreamReader reader(&file);
     reader.setNamespaceProcessing(false);
+    reader.setEntityExpansionLimit(kMaximumExpansion);
     while (!reader.atEnd())
         reader.readNext();
     if (!reader.hasError())
         return std::nullopt;
+    if (IsEncodingError(reader)) {
+        if (const auto problem = FindEncodingProblem(file))
+            return problem;
+    }
     const bool isTorn = reader.error() == QXmlStreamReader::PrematureEndOfDocumentError;
     QString reason
         = isTorn ? u"the file ends in the middle of the document"_s : reader.errorString().simplified();
@@ -40,15 +98,18 @@ std::optional<ParseProblem> FindParseProblem(const QString& path)
                         .IsTorn = isTorn};
 }
 
+QString LimitsReason()
+{
+    return u"nested deeper, or with more text in its entities, than the library takes"_s;
+}
+
 void LoadDocument(Util::XmlFiler& filer, const InputFile& file)
 {
     if (filer.LoadFromXmlFile(file.Path()))
         return;
     const auto problem = FindParseProblem(file.Path());
-    if (!problem) {
-        throw Failure(file.Name(),
-                      u"nested deeper, or with more text in its entities, than the library takes"_s);
-    }
+    if (!problem)
+        throw Failure(file.Name(), LimitsReason());
     throw Failure(u"%1:%2:%3"_s.arg(file.Name()).arg(problem->Line).arg(problem->Column), problem->Reason);
 }
 

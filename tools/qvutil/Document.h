@@ -27,6 +27,9 @@ struct ParseProblem
 /// \return empty if it is well-formed
 [[nodiscard]] std::optional<ParseProblem> FindParseProblem(const QString& path);
 
+/// What to say of a file that is well-formed and yet not taken by the library.
+[[nodiscard]] QString LimitsReason();
+
 /// Loads a document; throws Failure with line, column and reason if it cannot be read or does not parse.
 void LoadDocument(Util::XmlFiler& filer, const InputFile& file);
 

@@ -28,6 +28,8 @@ public:
     [[nodiscard]] const QString& Path() const { return mPath; }
     /// How to call it in messages.
     [[nodiscard]] const QString& Name() const { return mName; }
+    /// Whether Path is a copy of what was read.
+    [[nodiscard]] bool IsCopy() const { return mCopy != nullptr; }
 
 private:
     QString mPath;

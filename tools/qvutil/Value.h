@@ -1,0 +1,73 @@
+// SPDX-FileCopyrightText: 2026 The QvUtil developers
+// SPDX-License-Identifier: MIT
+
+#ifndef QVUTIL_TOOL_VALUE_H
+#define QVUTIL_TOOL_VALUE_H
+
+#include <qvutil/XmlFiler.h>
+
+#include <QByteArray>
+#include <QJsonValue>
+#include <QString>
+
+#include <optional>
+
+namespace Quorvin::Tool {
+
+/// The types of values that documents keep. All but the last two are kept in attributes.
+enum class ValueType {
+    Int,
+    UInt,
+    Long,
+    ULong,
+    Int64,
+    Double,
+    Bool,
+    Date,
+    Rect,
+    Size,
+    String,
+    Text, ///< the element's text
+    Buffer, ///< bytes, as the element's content
+};
+
+/// Finds a type by the name that is used on the command line; throws UsageFailure if there is none.
+[[nodiscard]] ValueType ValueTypeByName(const QString& name);
+[[nodiscard]] QString ValueTypeName(ValueType type);
+/// The names of all types, joined by ", ".
+[[nodiscard]] std::string ValueTypeNames();
+/// Whether a value of the type is an element's content, and so has no name.
+[[nodiscard]] bool IsContent(ValueType type);
+
+/// Where a value is kept: an element, and an attribute of it unless the value is the element's content.
+struct ValuePlace
+{
+    QString Path;
+    QString Name;
+};
+
+/// A value as it is printed.
+struct Value
+{
+    QByteArray Plain; ///< UTF-8, or the bytes of a buffer
+    QJsonValue Json;
+};
+
+/// Reads a value just as the library does.
+/// \return empty where the library would answer the caller's default
+[[nodiscard]] std::optional<Value> ReadValue(Util::XmlFiler& filer, ValueType type, const ValuePlace& place);
+/// Writes a value that was given as text, or as bytes if it is a buffer. Throws UsageFailure if it is no such
+/// value.
+void WriteValue(Util::XmlFiler& filer, ValueType type, const ValuePlace& place, const QByteArray& value);
+/// Tells in a sentence why ReadValue finds nothing.
+[[nodiscard]] QString WhyMissing(Util::XmlFiler& filer, ValueType type, const ValuePlace& place);
+
+/// Gives a value that was given as text in the form in which ReadValue would give it.
+[[nodiscard]] Value NormalizedValue(ValueType type, const QByteArray& value);
+
+/// Whether text is the name of an element or attribute.
+[[nodiscard]] bool IsXmlName(const QString& text);
+
+} // namespace Quorvin::Tool
+
+#endif // QVUTIL_TOOL_VALUE_H
