@@ -49,7 +49,13 @@ _qvutil()
     fi
     _describe 'qvutil' candidates
 }
-compdef _qvutil qvutil
+
+# Found by name in a folder of functions, or read by source.
+if [[ $funcstack[1] == _qvutil ]]; then
+    _qvutil "$@"
+else
+    compdef _qvutil qvutil
+fi
 )";
 
 constexpr const char16_t* kFish = uR"(# Completion of qvutil's commands and options for fish.
