@@ -76,13 +76,13 @@ packages_of()
         build:brew)
             echo cmake ninja ccache pkgconf qt cli11 ;;
         test:debian)
-            echo binutils tzdata libxml2-utils qt6-l10n-tools shared-mime-info ;;
+            echo binutils libicu-dev python3 tzdata libxml2-utils qt6-l10n-tools shared-mime-info ;;
         test:brew)
-            echo libxml2 shared-mime-info ;;
+            echo icu4c libxml2 shared-mime-info ;;
         demo:debian | demo:brew)
             echo shared-mime-info ;;
         bench:debian)
-            echo libbenchmark-dev libkf5config-dev ;;
+            echo libbenchmark-dev libkf5config-dev python3-matplotlib ;;
         bench:brew)
             echo google-benchmark ;;
         docs:debian)
