@@ -3,48 +3,241 @@
 
 #include "SafeFile_p.h"
 
+#include <QCryptographicHash>
 #include <QFile>
-#include <QFileInfo>
-#include <QSaveFile>
+
+#include <cerrno>
+#include <cstdio>
+#include <optional>
+#include <utility>
+
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+// QSaveFile does not serve here: each killed save leaves one more temporary file behind, a loop of links is
+// replaced by a file, the owner changes, and a file whose name fills the system's limit cannot be saved.
 
 namespace Quorvin::Util::Internal {
 namespace {
 
-bool WriteInFull(QFileDevice& file, const QByteArray& content)
+constexpr int kMostLinks = 40; // as many as the kernel follows
+constexpr int kMostSavers = 1000;
+constexpr qsizetype kLongestName = 255;
+
+class FileDescriptor
 {
-    return file.write(content) == content.size() && file.flush() && file.error() == QFileDevice::NoError;
-}
+public:
+    explicit FileDescriptor(int descriptor = -1)
+        : mDescriptor(descriptor)
+    { }
+    FileDescriptor(FileDescriptor&& other) noexcept
+        : mDescriptor(std::exchange(other.mDescriptor, -1))
+    { }
+    FileDescriptor& operator=(FileDescriptor&& other) noexcept
+    {
+        std::swap(mDescriptor, other.mDescriptor);
+        return *this;
+    }
+    ~FileDescriptor()
+    {
+        if (IsOpen())
+            close(mDescriptor);
+    }
+    Q_DISABLE_COPY(FileDescriptor)
+
+    [[nodiscard]] bool IsOpen() const { return mDescriptor >= 0; }
+    [[nodiscard]] int Get() const { return mDescriptor; }
+
+private:
+    int mDescriptor;
+};
 
 bool WriteDirectly(const QString& path, const QByteArray& content)
 {
     QFile file(path);
     if (!file.open(QIODevice::WriteOnly | QIODevice::Truncate))
         return false;
-    const bool written = WriteInFull(file, content);
+    const bool written = file.write(content) == content.size() && file.flush();
     file.close(); // what the last write could not store may show only now
     return written && file.error() == QFileDevice::NoError;
+}
+
+// Follows the links at the end of a path, also where the last one leads to nothing.
+std::optional<QByteArray> FollowLinks(QByteArray path)
+{
+    for (int i = 0; i < kMostLinks; ++i) {
+        QByteArray target(4096, '\0');
+        const ssize_t size = readlink(path.constData(), target.data(), static_cast<size_t>(target.size()));
+        if (size < 0) // no link, or nothing there
+            return path;
+        if (size == 0 || size == target.size())
+            return std::nullopt;
+        target.truncate(size);
+        path = target.startsWith('/') ? target : path.left(path.lastIndexOf('/') + 1) + target;
+    }
+    return std::nullopt;
+}
+
+// Every saver of a file uses the same few names, so that what a killed one left is found by the next.
+QByteArray TemporaryName(const QByteArray& path, int number)
+{
+    const qsizetype folderSize = path.lastIndexOf('/') + 1;
+    const QByteArray suffix = number == 0 ? ".saving" : ".saving" + QByteArray::number(number);
+    QByteArray name = path.sliced(folderSize);
+    if (name.size() + suffix.size() + 1 > kLongestName)
+        name = QCryptographicHash::hash(name, QCryptographicHash::Md5).toHex();
+    return path.left(folderSize) + '.' + name + suffix;
+}
+
+bool IsSameFile(const FileDescriptor& file, const QByteArray& path)
+{
+    struct stat opened;
+    struct stat named;
+    return fstat(file.Get(), &opened) == 0 && lstat(path.constData(), &named) == 0
+        && opened.st_dev == named.st_dev && opened.st_ino == named.st_ino;
+}
+
+// A saver holds the lock on its temporary file from its creation to its renaming or removal. So whoever gets
+// the lock, and finds the file still under its name, has it for himself.
+bool Lock(const FileDescriptor& file, const QByteArray& path)
+{
+    const bool locked = flock(file.Get(), LOCK_EX | LOCK_NB) == 0 || errno == ENOTSUP || errno == ENOLCK;
+    return locked && IsSameFile(file, path);
+}
+
+// Removes the temporary file that a killed saver has left. \return false if it is in use
+bool RemoveLeftover(const QByteArray& path)
+{
+    const FileDescriptor file(open(path.constData(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
+    return file.IsOpen() && flock(file.Get(), LOCK_EX | LOCK_NB) == 0 && IsSameFile(file, path)
+        && unlink(path.constData()) == 0;
+}
+
+// A new file beside the target, under its lock. The operations give 0 or the system's error number.
+class TemporaryFile
+{
+public:
+    TemporaryFile() = default;
+    ~TemporaryFile()
+    {
+        if (mFile.IsOpen() && !mPublished)
+            unlink(mName.constData());
+    }
+    Q_DISABLE_COPY_MOVE(TemporaryFile)
+
+    int Open(const QByteArray& target, mode_t mode)
+    {
+        int error = EEXIST;
+        for (int number = 0; number < kMostSavers && error == EEXIST; ++number) {
+            mName = TemporaryName(target, number);
+            error = Create(mode);
+            if (error == EEXIST && RemoveLeftover(mName))
+                error = Create(mode);
+        }
+        return error;
+    }
+
+    int Write(const QByteArray& content)
+    {
+        const char* at = content.constData();
+        for (qsizetype left = content.size(); left > 0;) {
+            const ssize_t written = write(mFile.Get(), at, static_cast<size_t>(left));
+            if (written < 0 && errno == EINTR)
+                continue;
+            if (written <= 0)
+                return written < 0 ? errno : ENOSPC;
+            at += written;
+            left -= written;
+        }
+        // A file system that cannot do it says EINVAL or the like; one that lost data says EIO or ENOSPC.
+        return fsync(mFile.Get()) == 0 || errno == EINVAL || errno == ENOTSUP ? 0 : errno;
+    }
+
+    // Owner and group stay as far as this user may give files away.
+    int TakeRightsOf(const struct stat& old)
+    {
+        struct stat status;
+        if (fstat(mFile.Get(), &status) != 0)
+            return errno;
+        constexpr auto kSameOwner = static_cast<uid_t>(-1);
+        const bool given = (status.st_uid != old.st_uid || status.st_gid != old.st_gid)
+            && (fchown(mFile.Get(), old.st_uid, old.st_gid) == 0
+                || fchown(mFile.Get(), kSameOwner, old.st_gid) == 0);
+        constexpr mode_t kModeBits = 07777;
+        if (!given && (status.st_mode & kModeBits) == (old.st_mode & kModeBits))
+            return 0; // not every file system has modes to set
+        return fchmod(mFile.Get(), old.st_mode & kModeBits) == 0 ? 0 : errno;
+    }
+
+    int Publish(const QByteArray& target)
+    {
+        mPublished = std::rename(mName.constData(), target.constData()) == 0;
+        return mPublished ? 0 : errno;
+    }
+
+private:
+    int Create(mode_t mode)
+    {
+        FileDescriptor file(
+            open(mName.constData(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, mode));
+        if (!file.IsOpen())
+            return errno;
+        if (!Lock(file, mName))
+            return EEXIST; // another saver has just taken it for a leftover, and removed it
+        mFile = std::move(file);
+        return 0;
+    }
+
+    QByteArray mName;
+    FileDescriptor mFile;
+    bool mPublished = false;
+};
+
+// Whether a file may well be written though nothing can be made or renamed beside it: a folder without the
+// right to write, somebody else's file in a sticky folder, a single file mounted over another.
+bool MayBeWrittenDirectly(int error)
+{
+    return error == EACCES || error == EPERM || error == EROFS || error == EBUSY || error == EXDEV
+        || error == ENAMETOOLONG || error == EEXIST;
+}
+
+// Gives 0 or the system's error number.
+int ReplaceRegularFile(const QByteArray& target, const struct stat* old, const QByteArray& content)
+{
+    TemporaryFile file;
+    // Until the rights of the old file are taken over, nobody else may read the new content.
+    int error = file.Open(target, old != nullptr ? 0600 : 0666);
+    if (error == 0)
+        error = file.Write(content);
+    if (error == 0 && old != nullptr)
+        error = file.TakeRightsOf(*old);
+    return error == 0 ? file.Publish(target) : error;
 }
 
 } // namespace
 
 bool ReplaceFile(const QString& path, const QByteArray& content)
 {
-    const QFileInfo target(path);
-    if (target.exists() && !target.isFile())
+    const QByteArray encoded = QFile::encodeName(path);
+    if (encoded.isEmpty() || encoded.contains('\0') || encoded.endsWith('/'))
+        return false;
+    struct stat old;
+    const bool exists = stat(encoded.constData(), &old) == 0;
+    if (!exists && errno != ENOENT)
+        return false;
+    // Names that begin with a colon are resources, which Qt knows better than the system.
+    if (encoded.startsWith(':') || (exists && !S_ISREG(old.st_mode)))
         return WriteDirectly(path, content);
-
-    QSaveFile file(path);
-    file.setDirectWriteFallback(true);
-    if (!file.open(QIODevice::WriteOnly))
+    // A file that must not be written must not be replaced either.
+    if (exists && !FileDescriptor(open(encoded.constData(), O_WRONLY | O_CLOEXEC)).IsOpen())
         return false;
-    // commit() alone would publish a torn file after a failed write: it looks at neither the number of
-    // bytes nor the error of a write that its buffer had put off.
-    if (!WriteInFull(file, content)) {
-        file.cancelWriting();
-        file.commit(); // removes the temporary file
+    const std::optional<QByteArray> target = FollowLinks(encoded);
+    if (!target)
         return false;
-    }
-    return file.commit();
+    const int error = ReplaceRegularFile(*target, exists ? &old : nullptr, content);
+    return error == 0 || (MayBeWrittenDirectly(error) && WriteDirectly(path, content));
 }
 
 } // namespace Quorvin::Util::Internal

@@ -10,10 +10,13 @@
 namespace Quorvin::Util::Internal {
 
 /// Replaces a file's content in one step: afterwards the file holds the old content or the new one, whatever
-/// happens in between (a killed process, a full disk). Symbolic links are followed and permissions kept.
-/// Where that cannot be had, because the folder is not writable or \p path is no regular file, the content is
-/// written directly.
-/// \return false if the file cannot be opened or not every byte could be written
+/// happens in between (a killed process, a full disk). Symbolic links are followed, permissions kept, and
+/// owner and group as far as the user may give files away. Where that cannot be had, because the folder is
+/// not writable or \p path is no regular file, the content is written directly.
+///
+/// The new content goes to the hidden file ".NAME.saving" beside the target (".NAME.saving1" and so on while
+/// that is in use), under a lock. One that a killed process left is removed by the next save of the same
+/// file. \return false if the file cannot be opened for writing or not every byte could be written
 bool ReplaceFile(const QString& path, const QByteArray& content);
 
 } // namespace Quorvin::Util::Internal

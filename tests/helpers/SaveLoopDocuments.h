@@ -1,0 +1,30 @@
+// SPDX-FileCopyrightText: 2026 The QvUtil developers
+// SPDX-License-Identifier: MIT
+
+#ifndef QVUTIL_SAVELOOPDOCUMENTS_H
+#define QVUTIL_SAVELOOPDOCUMENTS_H
+
+#include <XmlFiler.h>
+
+#include <array>
+
+/// The documents that the program SaveLoop saves, and that a file it was saving must hold one of.
+namespace SaveLoopDocuments {
+
+// Elements of each document: from one write call to several hundred kilobytes.
+constexpr std::array<int, 4> kSizes = {1, 40, 400, 6'000};
+
+/// Fills an empty filer with the document of that number.
+inline void Fill(Quorvin::Util::XmlFiler& filer, size_t number)
+{
+    filer.CreateRoot(QStringLiteral("Document%1").arg(number));
+    for (int i = 0; i < kSizes.at(number); ++i) {
+        filer.CreateNode(QStringLiteral("Item"), false);
+        filer.WriteInt(QStringLiteral("Number"), i); // one attribute, since their order is not fixed
+        filer.MoveToParent();
+    }
+}
+
+} // namespace SaveLoopDocuments
+
+#endif // QVUTIL_SAVELOOPDOCUMENTS_H

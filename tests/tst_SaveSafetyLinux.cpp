@@ -1,0 +1,351 @@
+// SPDX-FileCopyrightText: 2026 The QvUtil developers
+// SPDX-License-Identifier: MIT
+
+// The part of saving that is tested with what Linux alone has: /dev/full, a small file system in memory, and
+// a saver that is stopped at each of its system calls.
+
+#include "helpers/SaveSafetySupport.h"
+
+#include <XmlFiler.h>
+
+#include <QTemporaryDir>
+#include <QtTest>
+
+#include <csignal>
+#include <memory>
+#include <vector>
+
+#include <sys/mount.h>
+#include <sys/ptrace.h>
+#include <sys/syscall.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+using namespace Qt::StringLiterals;
+using namespace Quorvin::Util;
+using namespace SaveSafety;
+using TestSupport::ReadFile;
+using TestSupport::WriteFile;
+
+namespace {
+const QByteArray kOld = "<Old><!-- not yet replaced --></Old>";
+
+/// A saver that is followed from the moment before its save to the moment behind it.
+class TracedSaver
+{
+public:
+    TracedSaver(const QString& file, const QString& document)
+    {
+        const QByteArray path = QFile::encodeName(file);
+        const QByteArray number = document.toLatin1();
+        mProcess = fork();
+        if (mProcess == 0) {
+            ptrace(PTRACE_TRACEME, 0, nullptr, nullptr);
+            execl(SAVE_LOOP, SAVE_LOOP, "once", path.constData(), number.constData(), nullptr);
+            _exit(127);
+        }
+        mUsable = mProcess > 0 && Wait() && WIFSTOPPED(mStatus) && WSTOPSIG(mStatus) == SIGTRAP
+            && ptrace(PTRACE_SETOPTIONS, mProcess, nullptr, PTRACE_O_TRACESYSGOOD | PTRACE_O_EXITKILL) == 0
+            && ptrace(PTRACE_CONT, mProcess, nullptr, nullptr) == 0 && Wait() && IsStoppedByItself();
+    }
+    ~TracedSaver() { Kill(); }
+    Q_DISABLE_COPY_MOVE(TracedSaver)
+
+    /// Whether the system lets one process follow another, and the saver is about to save.
+    [[nodiscard]] bool IsUsable() const { return mUsable; }
+
+    /// Goes on to the beginning of the next system call. \return false if the save is over
+    bool Step()
+    {
+        // Each call stops the process twice, at its beginning and at its end.
+        do {
+            if (ptrace(PTRACE_SYSCALL, mProcess, nullptr, nullptr) != 0 || !Wait() || !IsAtSystemCall())
+                return false;
+        } while (!ReadCall());
+        return true;
+    }
+
+    [[nodiscard]] long Call() const { return mCall; }
+    [[nodiscard]] bool IsStoppedByItself() const
+    {
+        return WIFSTOPPED(mStatus) && WSTOPSIG(mStatus) == SIGSTOP;
+    }
+
+    void Kill()
+    {
+        if (mProcess <= 0)
+            return;
+        kill(mProcess, SIGKILL);
+        waitpid(mProcess, nullptr, 0);
+        mProcess = -1;
+    }
+
+private:
+    bool Wait() { return waitpid(mProcess, &mStatus, 0) == mProcess; }
+    [[nodiscard]] bool IsAtSystemCall() const
+    {
+        return WIFSTOPPED(mStatus) && WSTOPSIG(mStatus) == (SIGTRAP | 0x80);
+    }
+    bool ReadCall()
+    {
+        __ptrace_syscall_info info{};
+        if (ptrace(PTRACE_GET_SYSCALL_INFO, mProcess, sizeof info, &info) <= 0
+            || info.op != PTRACE_SYSCALL_INFO_ENTRY)
+            return false;
+        mCall = long(info.entry.nr);
+        return true;
+    }
+
+    pid_t mProcess = -1;
+    int mStatus = 0;
+    long mCall = -1;
+    bool mUsable = false;
+};
+
+/// A file system in memory of 64 KiB, for as long as the guard lives.
+class SmallFileSystem
+{
+public:
+    explicit SmallFileSystem(const QString& folder)
+        : mFolder(QFile::encodeName(folder))
+        , mMounted(mount("none", mFolder.constData(), "tmpfs", 0, "size=64k") == 0)
+    { }
+    ~SmallFileSystem()
+    {
+        if (mMounted)
+            umount2(mFolder.constData(), MNT_DETACH);
+    }
+    Q_DISABLE_COPY_MOVE(SmallFileSystem)
+
+    [[nodiscard]] bool IsMounted() const { return mMounted; }
+
+private:
+    QByteArray mFolder;
+    bool mMounted;
+};
+
+bool IsSync(long call)
+{
+    return call == SYS_fsync || call == SYS_fdatasync;
+}
+
+bool IsRename(long call)
+{
+#ifdef SYS_rename // newer processors have the others alone
+    if (call == SYS_rename)
+        return true;
+#endif
+    return call == SYS_renameat || call == SYS_renameat2;
+}
+
+bool SaveDocument(const QString& path, size_t number)
+{
+    XmlFiler filer;
+    SaveLoopDocuments::Fill(filer, number);
+    return filer.SaveAsXmlFile(path);
+}
+
+} // namespace
+
+class tst_SaveSafetyLinux : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void init();
+    void cleanup();
+
+    void Kill_atEachSystemCall_data();
+    void Kill_atEachSystemCall();
+    void Save_reachesTheDiskBeforeItReplaces();
+
+    void FullDevice();
+    void FullDevice_throughALink();
+    void FullFileSystem_existingFile();
+    void FullFileSystem_newFile();
+    void FullFileSystem_roomAgain();
+    void FullFileSystem_settingsStayDirty();
+    void MountedFile_isWrittenDirectly();
+
+private:
+    [[nodiscard]] QString Path(const QString& name) const { return mDir->filePath(name); }
+
+    std::unique_ptr<QTemporaryDir> mDir;
+};
+
+void tst_SaveSafetyLinux::init()
+{
+    TestSupport::FailOnAnyMessage();
+    mDir = std::make_unique<QTemporaryDir>();
+    QVERIFY(mDir->isValid());
+}
+
+void tst_SaveSafetyLinux::cleanup()
+{
+    mDir->setAutoRemove(!QTest::currentTestFailed());
+    mDir.reset();
+}
+
+void tst_SaveSafetyLinux::Kill_atEachSystemCall_data()
+{
+    QTest::addColumn<bool>("exists");
+
+    QTest::newRow("existing file") << true;
+    QTest::newRow("new file") << false;
+}
+
+void tst_SaveSafetyLinux::Kill_atEachSystemCall()
+{
+    QFETCH(const bool, exists);
+    const QString file = Path(u"s.xml"_s);
+    const QByteArray document = DocumentBytes(2);
+    const QByteArray before = exists ? kOld : QByteArray();
+
+    bool replaced = false;
+    for (int steps = 1;; ++steps) {
+        QVERIFY2(steps < 500, "a save of this size needs no such number of calls");
+        QFile::remove(file);
+        if (exists)
+            QVERIFY(WriteFile(file, kOld));
+        TracedSaver saver(file, u"2"_s);
+        if (!saver.IsUsable())
+            QSKIP("this system does not let a process follow another one");
+        int done = 0;
+        while (done < steps && saver.Step())
+            ++done;
+        const bool over = done < steps;
+        if (over)
+            QVERIFY(saver.IsStoppedByItself());
+        saver.Kill();
+
+        const QByteArray content = ReadFile(file);
+        const bool untouched = content == before && content.isNull() == before.isNull();
+        QVERIFY2(untouched || content == document, qPrintable(u"torn after %1 calls"_s.arg(done)));
+        QVERIFY(!replaced || content == document); // never back to the old one
+        replaced = content == document;
+        QVERIFY(FolderContent(mDir->path()).size() <= 2); // the file, and what a killed saver leaves
+        if (over) {
+            QVERIFY(replaced);
+            QVERIFY(steps > 5); // the saver was indeed followed
+            QCOMPARE(FolderContent(mDir->path()), QStringList({u"s.xml"_s}));
+            return;
+        }
+    }
+}
+
+void tst_SaveSafetyLinux::Save_reachesTheDiskBeforeItReplaces()
+{
+    TracedSaver saver(Path(u"s.xml"_s), u"2"_s);
+    if (!saver.IsUsable())
+        QSKIP("this system does not let a process follow another one");
+    std::vector<long> calls;
+    while (saver.Step())
+        calls.push_back(saver.Call());
+    QVERIFY(saver.IsStoppedByItself());
+
+    const auto isWrite
+        = [](long call) { return call == SYS_write || call == SYS_pwrite64 || call == SYS_writev; };
+    const auto lastWrite = std::find_if(calls.rbegin(), calls.rend(), isWrite).base();
+    const auto sync = std::find_if(lastWrite, calls.end(), IsSync);
+    const auto rename = std::find_if(calls.begin(), calls.end(), IsRename);
+    QVERIFY(lastWrite != calls.begin());
+    QVERIFY(sync != calls.end());
+    QVERIFY(rename != calls.end());
+    QVERIFY(sync < rename);
+}
+
+void tst_SaveSafetyLinux::FullDevice()
+{
+    for (size_t number = 0; number < SaveLoopDocuments::kSizes.size(); ++number)
+        QCOMPARE(SaveDocument(u"/dev/full"_s, number), false);
+    QCOMPARE(Kind(u"/dev/full"_s), mode_t(S_IFCHR));
+}
+
+void tst_SaveSafetyLinux::FullDevice_throughALink()
+{
+    QCOMPARE(symlink("/dev/full", QFile::encodeName(Path(u"full"_s)).constData()), 0);
+
+    QCOMPARE(SaveDocument(Path(u"full"_s), 0), false);
+
+    QCOMPARE(Kind(Path(u"full"_s)), mode_t(S_IFLNK));
+    QCOMPARE(Kind(u"/dev/full"_s), mode_t(S_IFCHR));
+    QCOMPARE(FolderContent(mDir->path()), QStringList({u"full"_s}));
+}
+
+#define MOUNT_OR_SKIP(name)                                                                                  \
+    const SmallFileSystem name(mDir->path());                                                                \
+    if (!name.IsMounted())                                                                                   \
+    QSKIP("mounting a small file system needs the rights of root")
+
+void tst_SaveSafetyLinux::FullFileSystem_existingFile()
+{
+    MOUNT_OR_SKIP(fileSystem);
+    QVERIFY(WriteFile(Path(u"s.xml"_s), kOld));
+
+    QCOMPARE(SaveDocument(Path(u"s.xml"_s), 3), false); // larger than the whole file system
+
+    QCOMPARE(ReadFile(Path(u"s.xml"_s)), kOld);
+    QCOMPARE(FolderContent(mDir->path()), QStringList({u"s.xml"_s}));
+}
+
+void tst_SaveSafetyLinux::FullFileSystem_newFile()
+{
+    MOUNT_OR_SKIP(fileSystem);
+    QCOMPARE(SaveDocument(Path(u"s.xml"_s), 3), false);
+    QCOMPARE(FolderContent(mDir->path()), QStringList());
+
+    QVERIFY(WriteFile(Path(u"filler"_s), QByteArray(65536, 'x')));
+    QCOMPARE(SaveDocument(Path(u"s.xml"_s), 0), false); // not a byte is left
+    QCOMPARE(FolderContent(mDir->path()), QStringList({u"filler"_s}));
+}
+
+void tst_SaveSafetyLinux::FullFileSystem_roomAgain()
+{
+    MOUNT_OR_SKIP(fileSystem);
+    QVERIFY(SaveDocument(Path(u"s.xml"_s), 1));
+    QVERIFY(WriteFile(Path(u"filler"_s), QByteArray(61440, 'x')));
+    QCOMPARE(SaveDocument(Path(u"s.xml"_s), 2), false);
+    QCOMPARE(ReadFile(Path(u"s.xml"_s)), DocumentBytes(1));
+
+    QVERIFY(QFile::remove(Path(u"filler"_s)));
+    QCOMPARE(SaveDocument(Path(u"s.xml"_s), 2), true);
+    QCOMPARE(ReadFile(Path(u"s.xml"_s)), DocumentBytes(2));
+}
+
+void tst_SaveSafetyLinux::FullFileSystem_settingsStayDirty()
+{
+    MOUNT_OR_SKIP(fileSystem);
+    QVERIFY(WriteFile(Path(u"s.xml"_s), "<Settings/>"));
+    QVERIFY(WriteFile(Path(u"filler"_s), QByteArray(61440, 'x')));
+    {
+        Settings settings(Path(u"s.xml"_s), QString());
+        settings.WriteString(u"P"_s, u"V"_s, QString(10'000, u'y'));
+        settings.Save();
+        QCOMPARE(ReadFile(Path(u"s.xml"_s)), QByteArray("<Settings/>"));
+        QVERIFY(QFile::remove(Path(u"filler"_s)));
+        settings.Save();
+        QVERIFY(ReadFile(Path(u"s.xml"_s)).size() > 10'000);
+    }
+    QCOMPARE(FolderContent(mDir->path()), QStringList({u"s.xml"_s}));
+}
+
+void tst_SaveSafetyLinux::MountedFile_isWrittenDirectly()
+{
+    // As containers do with a single file of configuration: nothing can be renamed over it.
+    QVERIFY(WriteFile(Path(u"real.xml"_s), kOld));
+    QVERIFY(WriteFile(Path(u"s.xml"_s), QByteArray()));
+    const QByteArray mounted = QFile::encodeName(Path(u"s.xml"_s));
+    if (mount(QFile::encodeName(Path(u"real.xml"_s)).constData(), mounted.constData(), nullptr, MS_BIND,
+              nullptr)
+        != 0)
+        QSKIP("mounting a file needs the rights of root");
+    const auto unmount = qScopeGuard([&] { umount2(mounted.constData(), MNT_DETACH); });
+
+    QVERIFY(SaveDocument(Path(u"s.xml"_s), 1));
+
+    QCOMPARE(ReadFile(Path(u"real.xml"_s)), DocumentBytes(1));
+    QCOMPARE(FolderContent(mDir->path()), QStringList({u"real.xml"_s, u"s.xml"_s}));
+}
+
+QTEST_GUILESS_MAIN(tst_SaveSafetyLinux)
+#include "tst_SaveSafetyLinux.moc"
