@@ -10,7 +10,7 @@
 #include <QtCore/QString>
 #include <QtCore/QStringList>
 
-#if defined(Q_OS_MACOS)
+#if defined(Q_OS_MACOS) || defined(QVUTIL_HAS_NSSTRING)
 Q_FORWARD_DECLARE_OBJC_CLASS(NSString);
 #endif
 
@@ -88,7 +88,7 @@ public:
     ///         characters beyond U+FFFF, which take one element but count twice, the elements in between
     ///         keep what they held. If \p buffer is null, the length of \p text. 0 if \p size is less than 1.
     static int QStringToWchar(const QString& text, wchar_t* buffer, int size);
-#if defined(Q_OS_MACOS)
+#if defined(Q_OS_MACOS) || defined(QVUTIL_HAS_NSSTRING)
     /// Converts a Foundation string. On macOS only.
     /// \param string  the string, not retained
     /// \return its text; empty if \p string is null

@@ -1,0 +1,141 @@
+// SPDX-FileCopyrightText: 2026 The QvUtil developers
+// SPDX-License-Identifier: MIT
+
+#include "Platform.h"
+
+#include "StringUtil.h"
+
+#include <limits>
+#include <vector>
+
+#import <AppKit/NSRunningApplication.h>
+#include <CoreFoundation/CoreFoundation.h>
+#import <Foundation/Foundation.h>
+#include <mach-o/dyld.h>
+#include <mach-o/loader.h>
+#include <sys/types.h>
+
+using namespace Qt::StringLiterals;
+
+namespace Quorvin::Util {
+namespace {
+
+// Releases what Foundation hands out on the way, since the host's thread need not have a pool.
+class AutoreleasePool
+{
+public:
+    AutoreleasePool() = default;
+    ~AutoreleasePool() { [mPool release]; }
+    Q_DISABLE_COPY_MOVE(AutoreleasePool)
+
+private:
+    NSAutoreleasePool* mPool = [[NSAutoreleasePool alloc] init];
+};
+
+// The first folder of a standard kind, as the system gives it; empty if it has none.
+QString FindFolder(NSSearchPathDirectory directory, NSSearchPathDomainMask domain)
+{
+    const AutoreleasePool pool;
+    NSArray* folders = NSSearchPathForDirectoriesInDomains(directory, domain, YES);
+    return [folders count] == 0 ? QString() : StringUtil::NSStringToQString([folders objectAtIndex:0]);
+}
+
+QByteArray ReadIdentifier(CFStringRef identifier)
+{
+    const char* text = CFStringGetCStringPtr(identifier, CFStringGetSystemEncoding());
+    if (text == nullptr)
+        text = CFStringGetCStringPtr(identifier, kCFStringEncodingUTF8);
+    if (text != nullptr)
+        return text;
+    // The size passed leaves no room for the terminator, so that the call may well fail; the buffer is
+    // then of no defined content.
+    const CFIndex length = CFStringGetLength(identifier);
+    std::vector<char> buffer(static_cast<std::size_t>(length) + 1);
+    const bool converted = CFStringGetCString(identifier, buffer.data(), length, kCFStringEncodingUTF8) != 0;
+    return converted ? QByteArray(buffer.data()) : QByteArray();
+}
+
+} // namespace
+
+QString StringUtil::NSStringToQString(NSString* string)
+{
+    const NSUInteger length = [string length]; // of nil: 0
+    std::vector<unichar> units(length);
+    [string getCharacters:units.data() range:NSMakeRange(0, length)];
+    static_assert(sizeof(unichar) == sizeof(char16_t));
+    return QString::fromUtf16(reinterpret_cast<const char16_t*>(units.data()),
+                              static_cast<qsizetype>(length));
+}
+
+namespace Platform {
+
+QByteArray GetUserLocaleIdentifier()
+{
+    const CFLocaleRef locale = CFLocaleCopyCurrent();
+    const QByteArray identifier = ReadIdentifier(CFLocaleGetIdentifier(locale));
+    CFRelease(locale);
+    return identifier;
+}
+
+QString GetUserApplicationSupportFolder()
+{
+    return FindFolder(NSApplicationSupportDirectory, NSUserDomainMask);
+}
+
+QString GetMachineApplicationSupportFolder()
+{
+    return FindFolder(NSApplicationSupportDirectory, NSLocalDomainMask);
+}
+
+QString GetSystemLibraryFolder()
+{
+    return FindFolder(NSLibraryDirectory, NSSystemDomainMask);
+}
+
+QString ResolveSymbolicLinks(const QString& path)
+{
+    const AutoreleasePool pool;
+    NSString* const text = [NSString stringWithUTF8String:path.toUtf8().constData()];
+    return StringUtil::NSStringToQString([text stringByResolvingSymlinksInPath]);
+}
+
+bool IsProcessRunning(qint64 processId)
+{
+    // A larger number would be cut to the id of another process.
+    if (processId < std::numeric_limits<pid_t>::min() || processId > std::numeric_limits<pid_t>::max())
+        return false;
+    const AutoreleasePool pool;
+    const auto id = static_cast<pid_t>(processId);
+    return [NSRunningApplication runningApplicationWithProcessIdentifier:id] != nil;
+}
+
+QStringList GetLoadedLibraries()
+{
+    QStringList paths;
+    const uint32_t count = _dyld_image_count();
+    for (uint32_t i = 0; i < count; ++i) {
+        // Another thread may unload an image meanwhile; the loader answers null then.
+        const mach_header* const header = _dyld_get_image_header(i);
+        const char* const name = _dyld_get_image_name(i);
+        if (header != nullptr && header->filetype == MH_DYLIB && name != nullptr)
+            paths.append(QString::fromUtf8(name));
+    }
+    return paths;
+}
+
+QLatin1StringView GetLibrarySuffix()
+{
+    return ".dylib"_L1;
+}
+
+QStringView RemoveLibraryVersion(QStringView fileName)
+{
+    return fileName; // the version stands before the suffix and is part of the name
+}
+
+void WriteDebugOutput(const QString& /*text*/) { }
+
+void WriteDebugOutput(const wchar_t* /*text*/) { }
+
+} // namespace Platform
+} // namespace Quorvin::Util

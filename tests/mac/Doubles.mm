@@ -1,0 +1,298 @@
+// SPDX-FileCopyrightText: 2026 The QvUtil developers
+// SPDX-License-Identifier: MIT
+
+#include "Doubles.h"
+
+#include <qvutil/StringUtil.h>
+
+#include <algorithm>
+#include <atomic>
+#include <cstring>
+
+#import <AppKit/NSRunningApplication.h>
+#include <CoreFoundation/CoreFoundation.h>
+#import <Foundation/Foundation.h>
+#include <mach-o/dyld.h>
+#include <mach-o/loader.h>
+#include <objc/runtime.h>
+
+namespace {
+
+// CoreFoundation
+
+Doubles::Locale gLocaleAnswers;
+Doubles::LocaleCalls gLocaleCalls;
+QByteArray gIdentifierInSystemEncoding;
+
+// Objects are told by their address. One locale at a time can be owned; its identifier goes with it.
+const char kLocaleObject = 0;
+const char kIdentifierObject = 0;
+
+bool IsAlive()
+{
+    return gLocaleCalls.Copies > gLocaleCalls.Releases;
+}
+
+void CountMisuseUnless(bool proper)
+{
+    if (!proper)
+        ++gLocaleCalls.Misuses;
+}
+
+bool IsIdentifier(CFStringRef string)
+{
+    return reinterpret_cast<const char*>(string) == &kIdentifierObject && IsAlive();
+}
+
+// The loader
+
+QList<Doubles::Image> gImages;
+QList<mach_header> gHeaders;
+int gGreatestImageIndex = -1;
+
+// AppKit and Foundation
+
+QList<qint64> gRunning;
+Doubles::ApplicationCalls gApplicationCalls;
+
+thread_local int gOpenPools = 0;
+std::atomic<int> gPoolsMade = 0;
+id (*gPoolInit)(id, SEL) = nullptr;
+void (*gPoolDealloc)(id, SEL) = nullptr;
+
+id CountPoolInit(id self, SEL selector)
+{
+    ++gOpenPools;
+    ++gPoolsMade;
+    return gPoolInit(self, selector);
+}
+
+void CountPoolDealloc(id self, SEL selector)
+{
+    --gOpenPools;
+    gPoolDealloc(self, selector);
+}
+
+template <typename Function> Function Replace(Class type, SEL selector, Function function)
+{
+    Method method = class_getInstanceMethod(type, selector);
+    const IMP old = method_getImplementation(method);
+    // Adds the method to this class if it inherits it, so that its parent stays as it is.
+    if (!class_addMethod(type, selector, reinterpret_cast<IMP>(function), method_getTypeEncoding(method)))
+        method_setImplementation(method, reinterpret_cast<IMP>(function));
+    return reinterpret_cast<Function>(old);
+}
+
+// Foundation is watched from the beginning of the program on.
+const bool gPoolsAreWatched = [] {
+    Class pool = [NSAutoreleasePool class];
+    gPoolInit = Replace(pool, @selector(init), &CountPoolInit);
+    gPoolDealloc = Replace(pool, @selector(dealloc), &CountPoolDealloc);
+    return true;
+}();
+
+} // namespace
+
+// An answer of NSRunningApplication that counts itself.
+@interface CountedApplication : NSObject
+@end
+
+@implementation CountedApplication
+
+- (id)init
+{
+    ++gApplicationCalls.ObjectsAlive;
+    return [super init];
+}
+
+- (void)dealloc
+{
+    --gApplicationCalls.ObjectsAlive;
+    [super dealloc];
+}
+
+@end
+
+namespace {
+
+id FindRunningApplication(id /*self*/, SEL /*selector*/, pid_t processId)
+{
+    gApplicationCalls.ProcessIds.append(processId);
+    return gRunning.contains(processId) ? [[[CountedApplication alloc] init] autorelease] : nil;
+}
+
+} // namespace
+
+extern "C" {
+
+CFLocaleRef CFLocaleCopyCurrent()
+{
+    CountMisuseUnless(!IsAlive());
+    ++gLocaleCalls.Copies;
+    return reinterpret_cast<CFLocaleRef>(&kLocaleObject);
+}
+
+CFStringRef CFLocaleGetIdentifier(CFLocaleRef locale)
+{
+    CountMisuseUnless(reinterpret_cast<const char*>(locale) == &kLocaleObject && IsAlive());
+    return reinterpret_cast<CFStringRef>(&kIdentifierObject);
+}
+
+CFStringEncoding CFStringGetSystemEncoding()
+{
+    return gLocaleAnswers.SystemEncoding;
+}
+
+const char* CFStringGetCStringPtr(CFStringRef string, CFStringEncoding encoding)
+{
+    CountMisuseUnless(IsIdentifier(string));
+    gLocaleCalls.PointerEncodings.append(encoding);
+    if (encoding == gLocaleAnswers.SystemEncoding && gLocaleAnswers.HasSystemEncodingPointer)
+        return gIdentifierInSystemEncoding.constData();
+    if (encoding == kCFStringEncodingUTF8 && gLocaleAnswers.HasUtf8Pointer)
+        return gLocaleAnswers.Identifier.constData();
+    return nullptr;
+}
+
+Boolean CFStringGetCString(CFStringRef string, char* buffer, CFIndex bufferSize, CFStringEncoding encoding)
+{
+    CountMisuseUnless(IsIdentifier(string) && buffer != nullptr);
+    gLocaleCalls.BufferSizes.append(bufferSize);
+    gLocaleCalls.ConversionEncodings.append(encoding);
+    const CFIndex needed = gLocaleAnswers.Identifier.size() + (gLocaleAnswers.ConvertsWithoutTerminator ? 0 : 1);
+    if (encoding != kCFStringEncodingUTF8 || bufferSize < needed) {
+        std::memset(buffer, '?', static_cast<std::size_t>(bufferSize)); // of no defined content
+        return 0;
+    }
+    std::memcpy(buffer, gLocaleAnswers.Identifier.constData(), static_cast<std::size_t>(needed));
+    return 1;
+}
+
+CFIndex CFStringGetLength(CFStringRef string)
+{
+    CountMisuseUnless(IsIdentifier(string));
+    return QString::fromUtf8(gLocaleAnswers.Identifier).size();
+}
+
+void CFRelease(CFTypeRef object)
+{
+    CountMisuseUnless(object == &kLocaleObject && IsAlive());
+    ++gLocaleCalls.Releases;
+    // What a released object's memory holds is anybody's guess.
+    gIdentifierInSystemEncoding.fill('?');
+    gLocaleAnswers.Identifier.fill('?');
+}
+
+std::uint32_t _dyld_image_count()
+{
+    return static_cast<std::uint32_t>(gImages.size());
+}
+
+const mach_header* _dyld_get_image_header(std::uint32_t index)
+{
+    gGreatestImageIndex = std::max(gGreatestImageIndex, static_cast<int>(index));
+    return index < gImages.size() && gImages.at(index).HasHeader ? &gHeaders.at(index) : nullptr;
+}
+
+const char* _dyld_get_image_name(std::uint32_t index)
+{
+    gGreatestImageIndex = std::max(gGreatestImageIndex, static_cast<int>(index));
+    return index < gImages.size() && gImages.at(index).Path ? gImages.at(index).Path->constData() : nullptr;
+}
+}
+
+namespace Doubles {
+
+void SetLocale(const Locale& locale)
+{
+    gLocaleAnswers = locale;
+    gIdentifierInSystemEncoding = locale.Identifier;
+    gIdentifierInSystemEncoding.detach();
+    gLocaleAnswers.Identifier.detach();
+    gLocaleCalls = {};
+}
+
+LocaleCalls GetLocaleCalls()
+{
+    return gLocaleCalls;
+}
+
+void SetImages(const QList<Image>& images)
+{
+    gImages = images;
+    gHeaders.clear();
+    for (const Image& image : images)
+        gHeaders.append({0xfeedfacf, 0x01000007, 3, image.FileType});
+    gGreatestImageIndex = -1;
+}
+
+int GetGreatestImageIndex()
+{
+    return gGreatestImageIndex;
+}
+
+void WatchRunningApplications(const QList<qint64>& running)
+{
+    static const bool replaced = [] {
+        Replace(object_getClass([NSRunningApplication class]),
+                @selector(runningApplicationWithProcessIdentifier:), &FindRunningApplication);
+        return true;
+    }();
+    Q_UNUSED(replaced)
+    gRunning = running;
+    gApplicationCalls = {};
+}
+
+ApplicationCalls GetApplicationCalls()
+{
+    return gApplicationCalls;
+}
+
+int GetOpenPools()
+{
+    return gOpenPools;
+}
+
+int GetPoolsMade()
+{
+    return gPoolsMade;
+}
+
+QStringList ListFolders(Folder folder)
+{
+    NSAutoreleasePool* pool = [[NSAutoreleasePool alloc] init];
+    NSArray* paths = nil;
+    switch (folder) {
+    case Folder::UserApplicationSupport:
+        paths = NSSearchPathForDirectoriesInDomains(NSApplicationSupportDirectory, NSUserDomainMask, YES);
+        break;
+    case Folder::LocalApplicationSupport:
+        paths = NSSearchPathForDirectoriesInDomains(NSApplicationSupportDirectory, NSLocalDomainMask, YES);
+        break;
+    case Folder::SystemLibrary:
+        paths = NSSearchPathForDirectoriesInDomains(NSLibraryDirectory, NSSystemDomainMask, YES);
+        break;
+    }
+    QStringList result;
+    for (NSString* path in paths)
+        result.append(QString::fromUtf8([path UTF8String]));
+    [pool release];
+    return result;
+}
+
+QString ConvertThroughNSString(const QString& text)
+{
+    NSAutoreleasePool* pool = [[NSAutoreleasePool alloc] init];
+    NSString* string = [NSString stringWithCharacters:reinterpret_cast<const unichar*>(text.utf16())
+                                               length:static_cast<NSUInteger>(text.size())];
+    const QString result = Quorvin::Util::StringUtil::NSStringToQString(string);
+    [pool release];
+    return result;
+}
+
+QString ConvertNil()
+{
+    return Quorvin::Util::StringUtil::NSStringToQString(nil);
+}
+
+} // namespace Doubles
