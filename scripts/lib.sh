@@ -76,7 +76,8 @@ packages_of()
         build:brew)
             echo cmake ninja ccache pkgconf qt cli11 ;;
         test:debian)
-            echo binutils libicu-dev python3 tzdata libxml2-utils qt6-l10n-tools shared-mime-info ;;
+            echo binutils clang gobjc++ libgnustep-gui-dev libicu-dev libxml2-utils python3 qt6-l10n-tools \
+                shared-mime-info tzdata ;;
         test:brew)
             echo icu4c libxml2 shared-mime-info ;;
         demo:debian | demo:brew)

@@ -12,8 +12,8 @@
 #include <cstdint>
 #include <optional>
 
-/// Stands for the parts of macOS that Foundation on other systems lacks, and keeps to what their documentation
-/// promises. Calls that break the rules of ownership are counted as misuse.
+/// Stands for the parts of macOS that Foundation on other systems lacks, and keeps to what their
+/// documentation promises. Calls that break the rules of ownership are counted as misuse.
 namespace Doubles {
 
 // CoreFoundation: the user's locale
@@ -66,9 +66,11 @@ struct ApplicationCalls
 };
 [[nodiscard]] ApplicationCalls GetApplicationCalls();
 
-/// Pools made and not yet released by the calling thread since the program began.
+/// Counts the pools made and released from now on. Call it once.
+void WatchPools();
+/// Pools made and not yet released by the calling thread since WatchPools.
 [[nodiscard]] int GetOpenPools();
-/// Pools made by any thread since the program began.
+/// Pools made by any thread since WatchPools.
 [[nodiscard]] int GetPoolsMade();
 
 // Foundation's own answers, to compare with

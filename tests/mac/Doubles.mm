@@ -83,14 +83,6 @@ template <typename Function> Function Replace(Class type, SEL selector, Function
     return reinterpret_cast<Function>(old);
 }
 
-// Foundation is watched from the beginning of the program on.
-const bool gPoolsAreWatched = [] {
-    Class pool = [NSAutoreleasePool class];
-    gPoolInit = Replace(pool, @selector(init), &CountPoolInit);
-    gPoolDealloc = Replace(pool, @selector(dealloc), &CountPoolDealloc);
-    return true;
-}();
-
 } // namespace
 
 // An answer of NSRunningApplication that counts itself.
@@ -159,7 +151,8 @@ Boolean CFStringGetCString(CFStringRef string, char* buffer, CFIndex bufferSize,
     CountMisuseUnless(IsIdentifier(string) && buffer != nullptr);
     gLocaleCalls.BufferSizes.append(bufferSize);
     gLocaleCalls.ConversionEncodings.append(encoding);
-    const CFIndex needed = gLocaleAnswers.Identifier.size() + (gLocaleAnswers.ConvertsWithoutTerminator ? 0 : 1);
+    const CFIndex needed
+        = gLocaleAnswers.Identifier.size() + (gLocaleAnswers.ConvertsWithoutTerminator ? 0 : 1);
     if (encoding != kCFStringEncodingUTF8 || bufferSize < needed) {
         std::memset(buffer, '?', static_cast<std::size_t>(bufferSize)); // of no defined content
         return 0;
@@ -246,6 +239,13 @@ void WatchRunningApplications(const QList<qint64>& running)
 ApplicationCalls GetApplicationCalls()
 {
     return gApplicationCalls;
+}
+
+void WatchPools()
+{
+    Class pool = [NSAutoreleasePool class];
+    gPoolInit = Replace(pool, @selector(init), &CountPoolInit);
+    gPoolDealloc = Replace(pool, @selector(dealloc), &CountPoolDealloc);
 }
 
 int GetOpenPools()

@@ -9,6 +9,7 @@
 
 #include <QDir>
 #include <QFile>
+#include <QLoggingCategory>
 #include <QRegularExpression>
 #include <QTemporaryDir>
 #include <QTest>
@@ -26,6 +27,7 @@ class tst_PlatformMac : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
+    void initTestCase();
     void init();
 
     void GetUserLocaleIdentifier_data();
@@ -80,6 +82,11 @@ using Encodings = QList<std::uint32_t>;
 
 } // namespace
 
+void tst_PlatformMac::initTestCase()
+{
+    Doubles::WatchPools();
+}
+
 void tst_PlatformMac::init()
 {
     QTest::failOnWarning(QRegularExpression(u".*"_s));
@@ -105,22 +112,22 @@ void tst_PlatformMac::GetUserLocaleIdentifier_data()
         << plain << true << true << false << kMacRoman << plain << Encodings{kMacRoman} << QList<long>{};
     QTest::newRow("another system encoding")
         << plain << true << true << false << kIsoLatin1 << plain << Encodings{kIsoLatin1} << QList<long>{};
-    QTest::newRow("pointer in UTF-8 alone")
-        << plain << false << true << false << kMacRoman << plain << Encodings{kMacRoman, kUtf8} << QList<long>{};
+    QTest::newRow("pointer in UTF-8 alone") << plain << false << true << false << kMacRoman << plain
+                                            << Encodings{kMacRoman, kUtf8} << QList<long>{};
     QTest::newRow("conversion, with a buffer one too small")
         << plain << false << false << false << kMacRoman << QByteArray() << Encodings{kMacRoman, kUtf8}
         << QList<long>{5};
     QTest::newRow("conversion that leaves out the terminator")
-        << plain << false << false << true << kMacRoman << plain << Encodings{kMacRoman, kUtf8} << QList<long>{5};
+        << plain << false << false << true << kMacRoman << plain << Encodings{kMacRoman, kUtf8}
+        << QList<long>{5};
     QTest::newRow("size of the conversion counts UTF-16 units")
         << QByteArray("x_Ä𝄞") << false << false << false << kMacRoman << QByteArray()
         << Encodings{kMacRoman, kUtf8} << QList<long>{5};
-    QTest::newRow("empty identifier")
-        << QByteArray("") << true << true << false << kMacRoman << QByteArray() << Encodings{kMacRoman}
-        << QList<long>{};
+    QTest::newRow("empty identifier") << QByteArray("") << true << true << false << kMacRoman << QByteArray()
+                                      << Encodings{kMacRoman} << QList<long>{};
     QTest::newRow("empty identifier, converted")
-        << QByteArray("") << false << false << true << kMacRoman << QByteArray() << Encodings{kMacRoman, kUtf8}
-        << QList<long>{0};
+        << QByteArray("") << false << false << true << kMacRoman << QByteArray()
+        << Encodings{kMacRoman, kUtf8} << QList<long>{0};
 }
 
 void tst_PlatformMac::GetUserLocaleIdentifier()
@@ -196,23 +203,25 @@ void tst_PlatformMac::LocaleUtil_usesTheIdentifier()
 void tst_PlatformMac::NSStringToQString_data()
 {
     QTest::addColumn<QString>("text");
+    QTest::addColumn<QString>("expected");
 
-    QTest::newRow("empty") << u""_s;
-    QTest::newRow("ASCII") << u"Library"_s;
-    QTest::newRow("Latin-1") << u"Größe"_s;
-    QTest::newRow("beyond Latin-1") << u"日本語 ελληνικά"_s;
-    QTest::newRow("surrogate pairs") << u"a𝄞b😀"_s;
-    QTest::newRow("decomposed") << u"Gro\u0308\u00dfe"_s;
-    QTest::newRow("NUL inside") << QString(u"a\0b"_s);
-    QTest::newRow("begins with a byte-order mark") << u"\ufeffx"_s;
-    QTest::newRow("long") << QString(100'000, u'ä');
+    QTest::newRow("empty") << u""_s << u""_s;
+    QTest::newRow("ASCII") << u"Library"_s << u"Library"_s;
+    QTest::newRow("Latin-1") << u"Größe"_s << u"Größe"_s;
+    QTest::newRow("beyond Latin-1") << u"日本語 ελληνικά"_s << u"日本語 ελληνικά"_s;
+    QTest::newRow("surrogate pairs") << u"a𝄞b😀"_s << u"a𝄞b😀"_s;
+    QTest::newRow("decomposed") << u"Gro\u0308\u00dfe"_s << u"Gro\u0308\u00dfe"_s;
+    QTest::newRow("NUL inside") << QString(u"a\0b"_s) << QString(u"a\0b"_s);
+    QTest::newRow("a byte-order mark is taken as one") << u"\ufeffx"_s << u"x"_s;
+    QTest::newRow("long") << QString(100'000, u'ä') << QString(100'000, u'ä');
 }
 
 void tst_PlatformMac::NSStringToQString()
 {
     QFETCH(const QString, text);
+    QFETCH(const QString, expected);
 
-    QCOMPARE(Doubles::ConvertThroughNSString(text), text);
+    QCOMPARE(Doubles::ConvertThroughNSString(text), expected);
 }
 
 void tst_PlatformMac::NSStringToQString_nil()
@@ -388,18 +397,19 @@ void tst_PlatformMac::GetLoadedLibraries_data()
     QTest::newRow("the program is no library")
         << Images{{kExecutable, "/App/program"}, {kDynamicLibrary, "/App/libA.dylib"}}
         << QStringList{u"/App/libA.dylib"_s};
-    QTest::newRow("bundles and stubs are none")
-        << Images{{kBundle, "/App/b.bundle"}, {kLibraryStub, "/App/s.dylib"}, {kDynamicLibrary, "/App/x.dylib"}}
-        << QStringList{u"/App/x.dylib"_s};
+    QTest::newRow("bundles and stubs are none") << Images{{kBundle, "/App/b.bundle"},
+                                                          {kLibraryStub, "/App/s.dylib"},
+                                                          {kDynamicLibrary, "/App/x.dylib"}}
+                                                << QStringList{u"/App/x.dylib"_s};
     QTest::newRow("null name") << Images{{kDynamicLibrary, {}}, {kDynamicLibrary, "/b.dylib"}}
                                << QStringList{u"/b.dylib"_s};
-    QTest::newRow("unloaded meanwhile") << Images{{kDynamicLibrary, "/a.dylib", false}, {kDynamicLibrary, "/b"}}
-                                        << QStringList{u"/b"_s};
+    QTest::newRow("unloaded meanwhile")
+        << Images{{kDynamicLibrary, "/a.dylib", false}, {kDynamicLibrary, "/b"}} << QStringList{u"/b"_s};
     QTest::newRow("in the loader's order")
         << Images{{kDynamicLibrary, "/2"}, {kDynamicLibrary, "/1"}, {kDynamicLibrary, "/3"}}
         << QStringList{u"/2"_s, u"/1"_s, u"/3"_s};
-    QTest::newRow("name beyond ASCII") << Images{{kDynamicLibrary, "/Größe/libä.dylib"}}
-                                       << QStringList{u"/Größe/libä.dylib"_s};
+    QTest::newRow("name beyond ASCII")
+        << Images{{kDynamicLibrary, "/Größe/libä.dylib"}} << QStringList{u"/Größe/libä.dylib"_s};
 }
 
 void tst_PlatformMac::GetLoadedLibraries()

@@ -105,8 +105,8 @@ bool IsProcessRunning(qint64 processId)
     if (processId < std::numeric_limits<pid_t>::min() || processId > std::numeric_limits<pid_t>::max())
         return false;
     const AutoreleasePool pool;
-    const auto id = static_cast<pid_t>(processId);
-    return [NSRunningApplication runningApplicationWithProcessIdentifier:id] != nil;
+    const auto pid = static_cast<pid_t>(processId);
+    return [NSRunningApplication runningApplicationWithProcessIdentifier:pid] != nil;
 }
 
 QStringList GetLoadedLibraries()
