@@ -1,0 +1,82 @@
+// SPDX-FileCopyrightText: 2026 The QvUtil developers
+// SPDX-License-Identifier: MIT
+
+#include "MessageCodec_p.h"
+
+#include "IPC_p.h"
+#include "VariantMapEncoder_p.h"
+#include "XmlFiler.h"
+
+using namespace Qt::StringLiterals;
+
+namespace Quorvin::Util {
+namespace {
+
+// Each document begins with it.
+constexpr QStringView kDocumentStart = u"<?xml ";
+
+void AppendMessage(const QString& document, QList<MessageInfo>& messages)
+{
+    MessageInfo message;
+    if (ReadMessageByFiler(document, message))
+        messages.append(message);
+}
+
+} // namespace
+
+QString EncodeMessage(const MessageInfo& message)
+{
+    const std::optional<QString> document = WriteMessageDirectly(message);
+    return document ? *document : WriteMessageByFiler(message);
+}
+
+bool DecodeMessage(const QString& text, QList<MessageInfo>& messages)
+{
+    const QStringView all = text;
+    qsizetype start = all.indexOf(kDocumentStart);
+    // What comes before the first document is a piece of its own.
+    if (start != 0 && !all.isEmpty())
+        AppendMessage(kDocumentStart.toString().append(start < 0 ? all : all.first(start)), messages);
+    while (start >= 0) {
+        const qsizetype next = all.indexOf(kDocumentStart, start + kDocumentStart.size());
+        const QStringView document = all.sliced(start, (next < 0 ? all.size() : next) - start);
+        if (std::optional<MessageInfo> message = ReadMessageDirectly(document))
+            messages.append(*std::move(message));
+        else if (document.size() > kDocumentStart.size())
+            AppendMessage(document.toString(), messages);
+        start = next;
+    }
+    return !messages.isEmpty();
+}
+
+QString WriteMessageByFiler(const MessageInfo& message)
+{
+    XmlFiler filer;
+    filer.CreateRoot(u"Message"_s);
+    filer.WriteString(u"Id"_s, message.Id);
+    filer.WriteString(u"UniqueId"_s, message.UniqueId.toString());
+    filer.WriteString(u"OriginalMessageUniqueId"_s, message.OriginalMessageUniqueId.toString());
+    filer.WriteBoolean(u"NeedResponse"_s, message.NeedResponse);
+    filer.WriteBoolean(u"IsResponse"_s, message.IsResponse);
+    filer.CreateNode(u"Params"_s, true);
+    VariantMapEncoder().WriteVariantMap(message.Params, filer);
+    return filer.SaveAsXmlString();
+}
+
+bool ReadMessageByFiler(const QString& document, MessageInfo& message)
+{
+    XmlFiler filer;
+    if (!filer.LoadFromXmlString(document))
+        return false;
+    message.Clear();
+    message.Id = filer.ReadString(u"Id"_s, QString());
+    message.UniqueId = QUuid(filer.ReadString(u"UniqueId"_s, QString()));
+    message.OriginalMessageUniqueId = QUuid(filer.ReadString(u"OriginalMessageUniqueId"_s, QString()));
+    message.NeedResponse = filer.ReadBoolean(u"NeedResponse"_s, false);
+    message.IsResponse = filer.ReadBoolean(u"IsResponse"_s, false);
+    if (filer.MoveToNode(u"Params"_s))
+        VariantMapEncoder().ReadVariantMap(filer, message.Params);
+    return true;
+}
+
+} // namespace Quorvin::Util
