@@ -28,7 +28,8 @@ set(internal "")
 set(seen "")
 foreach(symbol IN LISTS symbols)
     string(REGEX MATCHALL "Quorvin::Util::[A-Za-z0-9_~(]+" names "${symbol}")
-    list(TRANSFORM names REPLACE "Quorvin::Util::|[(]$" "") # of a function, not of "(anonymous"
+    list(TRANSFORM names REPLACE "Quorvin::Util::" "")
+    list(TRANSFORM names REPLACE "([A-Za-z0-9_])[(].*" "\\1") # of a function
     list(APPEND seen ${names})
     list(REMOVE_ITEM names ${public})
     if(names)
