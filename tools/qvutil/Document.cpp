@@ -115,8 +115,12 @@ void LoadDocument(Util::XmlFiler& filer, const InputFile& file)
 
 void SaveDocument(Util::XmlFiler& filer, const QString& file)
 {
-    if (filer.SaveAsXmlFile(file))
-        return;
+    if (!filer.SaveAsXmlFile(file))
+        FailToSave(file);
+}
+
+void FailToSave(const QString& file)
+{
     // The library tells that it failed, not why: look at what is most likely.
     const QFileInfo info(file);
     if (info.isDir())

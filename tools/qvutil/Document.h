@@ -36,6 +36,9 @@ void LoadDocument(Util::XmlFiler& filer, const InputFile& file);
 /// Saves a document so that the file is the old one or the new one; throws Failure if it stays the old one.
 void SaveDocument(Util::XmlFiler& filer, const QString& file);
 
+/// Throws Failure with the likeliest reason for a save that did not succeed.
+[[noreturn]] void FailToSave(const QString& file);
+
 } // namespace Quorvin::Tool
 
 #endif // QVUTIL_TOOL_DOCUMENT_H

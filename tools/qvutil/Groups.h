@@ -11,6 +11,7 @@ class CommandLine;
 // One function for each group of commands; main calls them in the order in which help shows the groups.
 void AddXmlCommands(CommandLine& line);
 void AddSettingsCommands(CommandLine& line);
+void AddXliffCommands(CommandLine& line);
 void AddHashCommand(CommandLine& line);
 void AddSelfCommands(CommandLine& line);
 

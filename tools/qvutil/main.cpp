@@ -11,6 +11,7 @@ int main(int argc, char* argv[])
     CommandLine line;
     AddXmlCommands(line);
     AddSettingsCommands(line);
+    AddXliffCommands(line);
     AddHashCommand(line);
     AddSelfCommands(line);
     return static_cast<int>(line.Run(argc, argv));

@@ -1,0 +1,152 @@
+// SPDX-FileCopyrightText: 2026 The QvUtil developers
+// SPDX-License-Identifier: MIT
+
+#include "DocumentWalk.h"
+
+#include "../Console.h"
+#include "../Failure.h"
+#include "XliffDocument.h"
+
+#include <QDir>
+#include <QDirIterator>
+#include <QFileInfo>
+#include <QHash>
+#include <QSet>
+
+#include <algorithm>
+
+using namespace Qt::StringLiterals;
+
+namespace Quorvin::Tool {
+namespace {
+
+class Walk
+{
+public:
+    explicit Walk(const DocumentSelection& selection)
+        : mSelection(selection)
+        , mExcept(QFileInfo(selection.Except).canonicalFilePath())
+    { }
+
+    WalkResult Run()
+    {
+        for (const QString& path : mSelection.Paths)
+            AddPath(path);
+        Console::ProgressBar bar(mFiles.size());
+        for (const QString& file : std::as_const(mFiles)) {
+            bar.Show(mResult.DocumentCount, file);
+            ReadDocument(file);
+        }
+        return mResult;
+    }
+
+private:
+    void Fail(const QString& subject, const QString& reason)
+    {
+        Console::Complain(subject, reason);
+        mResult.IsComplete = false;
+    }
+
+    void AddPath(const QString& path)
+    {
+        if (path == "-"_L1)
+            Fail(path, u"a document to translate needs a file name"_s);
+        else if (!path.isEmpty() && QFileInfo(path).isDir())
+            AddFolder(path);
+        else
+            AddFile(QDir::cleanPath(path));
+    }
+
+    void AddFile(const QString& path)
+    {
+        // A file that is named twice, or by two ways, is one document. One that does not exist has no such
+        // path, and is complained of when it is read.
+        const QString canonical = QFileInfo(path).canonicalFilePath();
+        if (canonical.isEmpty() || (canonical != mExcept && !mSeen.contains(canonical)))
+            mFiles.append(path);
+        mSeen.insert(canonical);
+    }
+
+    void AddFolder(const QString& path)
+    {
+        if (!QFileInfo(path).isReadable()) {
+            Fail(path, u"the folder cannot be read"_s);
+            return;
+        }
+        const QStringList patterns
+            = mSelection.Patterns.isEmpty() ? QStringList{u"*.xml"_s} : mSelection.Patterns;
+        const auto flags
+            = mSelection.IsRecursive ? QDirIterator::Subdirectories : QDirIterator::NoIteratorFlags;
+        QDirIterator entries(QDir::cleanPath(path), patterns,
+                             QDir::Files | QDir::AllDirs | QDir::NoDotAndDotDot, flags);
+        QStringList files;
+        while (entries.hasNext()) {
+            const QString entry = QDir::cleanPath(entries.next());
+            if (!entries.fileInfo().isDir())
+                files.append(entry);
+            else if (mSelection.IsRecursive && !entries.fileInfo().isReadable())
+                Fail(entry, u"the folder cannot be read"_s);
+        }
+        // A folder's own name must not decide between "a-b/c" and "a/c".
+        std::sort(files.begin(), files.end(),
+                  [](const QString& a, const QString& b) { return a.split(u'/') < b.split(u'/'); });
+        for (const QString& file : std::as_const(files))
+            AddFile(file);
+    }
+
+    void ReadDocument(const QString& path)
+    {
+        try {
+            XmlSource document;
+            document.Load(InputFile(path));
+            Collect(path, FindTranslationMarks(document));
+            ++mResult.DocumentCount;
+        } catch (const Failure& failure) {
+            Fail(failure.Subject, failure.Reason);
+        }
+    }
+
+    DocumentTexts& TextsOf(const QString& path)
+    {
+        const QString key = DocumentKey(path);
+        if (const auto known = mByKey.constFind(key); known != mByKey.constEnd()) {
+            DocumentTexts& texts = mResult.Documents[*known];
+            Console::Complain(path,
+                              u"has the same file name as %1, and translations are found by that name alone: "
+                              "their texts share one list"_s.arg(texts.Path));
+            return texts;
+        }
+        mByKey.insert(key, mResult.Documents.size());
+        mResult.Documents.append({path, key, {}});
+        return mResult.Documents.last();
+    }
+
+    void Collect(const QString& path, const QList<TranslationMark>& marks)
+    {
+        DocumentTexts& texts = TextsOf(path);
+        QSet<QString>& seen = mSeenTexts[texts.Key];
+        for (const TranslationMark& mark : marks) {
+            if (mark.Source.trimmed().isEmpty() || seen.contains(mark.Source))
+                continue;
+            seen.insert(mark.Source);
+            texts.Texts.append({mark.Source, mark.Path, mark.Where, path});
+        }
+    }
+
+    const DocumentSelection& mSelection;
+    QString mExcept;
+    QStringList mFiles;
+    QSet<QString> mSeen;
+    QHash<QString, qsizetype> mByKey;
+    QHash<QString, QSet<QString>> mSeenTexts;
+    WalkResult mResult;
+};
+
+} // namespace
+
+WalkResult CollectTexts(const DocumentSelection& selection)
+{
+    return Walk(selection).Run();
+}
+
+} // namespace Quorvin::Tool

@@ -1,0 +1,93 @@
+// SPDX-FileCopyrightText: 2026 The QvUtil developers
+// SPDX-License-Identifier: MIT
+
+#include "TranslationMarks.h"
+
+#include <QDomElement>
+
+#include <algorithm>
+
+using namespace Qt::StringLiterals;
+
+namespace Quorvin::Tool {
+namespace {
+
+class MarkFinder
+{
+public:
+    explicit MarkFinder(XmlSource& document)
+        : mDocument(document)
+        , mFiler(document.GetFiler())
+    { }
+
+    QList<TranslationMark> Run()
+    {
+        mDocument.ForEachElement([this](int element) { LookAtElement(element); });
+        return mMarks;
+    }
+
+private:
+    void LookAtElement(int element)
+    {
+        const QDomElement node = mFiler.GetCurrentNode().toElement();
+        // The tree keeps attributes in no order at all, and asking it for one by its index is slow.
+        if (!mDocument.HasPlaces()) {
+            LookAtUnplacedAttributes(node);
+        } else if (mDocument.GetElements().at(element).AttributeCount > 0) {
+            for (const XmlSource::Attribute& attribute : mDocument.GetAttributes(element))
+                LookAtAttribute(node, attribute.Name.toString(), attribute.Begin);
+        }
+        LookAtContent(node, element);
+    }
+
+    void LookAtUnplacedAttributes(const QDomElement& node)
+    {
+        const QDomNamedNodeMap attributes = node.attributes();
+        QStringList names;
+        for (int i = 0; i < attributes.count(); ++i)
+            names.append(attributes.item(i).nodeName());
+        names.sort();
+        for (const QString& name : std::as_const(names))
+            LookAtAttribute(node, name, -1);
+    }
+
+    void LookAtAttribute(const QDomElement& node, const QString& name, qsizetype offset)
+    {
+        QString source = node.attribute(name);
+        if (mFiler.StripTr(source)) {
+            const QString path = mFiler.GetCurrentNodePath() + u'@' + name;
+            mMarks.append({source, mFiler.ReadString(name, {}), path, PlaceOf(node, offset)});
+        }
+    }
+
+    void LookAtContent(const QDomElement& node, int element)
+    {
+        const QDomNode content = node.firstChild();
+        if (!content.isText() || content.isCDATASection())
+            return;
+        QString source = content.nodeValue();
+        if (mFiler.StripTr(source)) {
+            const qsizetype offset = mDocument.HasPlaces() ? mDocument.GetElements().at(element).Begin : -1;
+            mMarks.append(
+                {source, mFiler.ReadNodeText(), mFiler.GetCurrentNodePath(), PlaceOf(node, offset)});
+        }
+    }
+
+    [[nodiscard]] Place PlaceOf(const QDomNode& node, qsizetype offset) const
+    {
+        return offset < 0 ? Place{node.lineNumber(), 0} : mDocument.GetPlace(offset);
+    }
+
+    XmlSource& mDocument;
+    Util::XmlFiler& mFiler;
+    QList<TranslationMark> mMarks;
+};
+
+} // namespace
+
+QList<TranslationMark> FindTranslationMarks(XmlSource& document)
+{
+    return MarkFinder(document).Run();
+}
+
+} // namespace Quorvin::Tool

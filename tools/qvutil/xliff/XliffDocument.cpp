@@ -1,0 +1,439 @@
+// SPDX-FileCopyrightText: 2026 The QvUtil developers
+// SPDX-License-Identifier: MIT
+
+#include "XliffDocument.h"
+
+#include "../Document.h"
+#include "../Failure.h"
+#include "SafeFile_p.h"
+
+#include <qvutil/GeneralUtil.h>
+
+#include <QDomElement>
+#include <QFileInfo>
+
+#include <algorithm>
+
+using namespace Qt::StringLiterals;
+
+namespace Quorvin::Tool {
+namespace {
+
+constexpr QStringView kSkeleton = u"<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
+                                  "<xliff version=\"1.2\" xmlns=\"urn:oasis:names:tc:xliff:document:1.2\">\n"
+                                  "</xliff>\n";
+
+bool IsBlank(QStringView text)
+{
+    return text.trimmed().isEmpty();
+}
+
+QStringView LocalName(QStringView name)
+{
+    return name.mid(name.indexOf(u':') + 1);
+}
+
+void AppendReference(QString& to, char32_t c)
+{
+    to += "&#"_L1 + QString::number(static_cast<uint>(c)) + u';';
+}
+
+} // namespace
+
+QString DocumentKey(const QString& path)
+{
+    return QFileInfo(path).fileName().toLower();
+}
+
+UnitProgress XliffUnit::GetProgress() const
+{
+    if (Target.isEmpty())
+        return UnitProgress::Empty;
+    if (!IsApproved && (State == "new"_L1 || State.startsWith("needs-"_L1)))
+        return UnitProgress::Unfinished;
+    return UnitProgress::Finished;
+}
+
+XliffDocument::XliffDocument()
+{
+    mSource.LoadText(kSkeleton.toString());
+    Read();
+}
+
+XliffDocument::XliffDocument(const InputFile& file)
+    : mName(file.Name())
+{
+    mSource.Load(file);
+    const QDomElement root = mSource.GetFiler().GetCurrentNode().toElement();
+    const QString name = root.tagName();
+    if (LocalName(name) != u"xliff")
+        throw Failure(mName, u"is no XLIFF file: its root element is %1"_s.arg(name));
+    if (name != "xliff"_L1)
+        throw Failure(mName, u"its elements bear the prefix of a namespace, and the library finds none"_s);
+    const QString version = root.attribute(u"version"_s, u"1.2"_s);
+    if (!version.startsWith("1."_L1))
+        throw Failure(mName, u"is XLIFF %1; the library reads XLIFF 1.2"_s.arg(version));
+    if (!mSource.HasPlaces())
+        throw Failure(mName, u"entities of its own stand for markup; write it out"_s);
+    Read();
+}
+
+void XliffDocument::Read()
+{
+    mLineEnd = mSource.GetText().contains("\r\n"_L1) ? u"\r\n"_s : u"\n"_s;
+    mSource.ForEachElement([this](int element) {
+        if (mSource.GetElements().at(element).Parent == 0)
+            ReadFile(element);
+        if (LocalName(NameOf(element)) == u"trans-unit")
+            ReadUnit(element);
+    });
+    for (XliffUnit& unit : mUnits)
+        unit.Reach = RateUnit(unit);
+}
+
+void XliffDocument::ReadFile(int element)
+{
+    const Util::XmlFiler& filer = mSource.GetFiler();
+    XliffFile file;
+    file.Element = element;
+    file.Original = filer.ReadString(u"original"_s, {});
+    file.Key = DocumentKey(file.Original);
+    file.SourceLanguage = filer.ReadString(u"source-language"_s, {});
+    file.TargetLanguage = filer.ReadString(u"target-language"_s, {});
+    const QList<XmlSource::Element>& elements = mSource.GetElements();
+    if (element + 1 < elements.size() && elements.at(element + 1).Parent == element)
+        file.FirstChild = element + 1;
+    file.Body = FindChild(element, u"body");
+    mFiles.append(file);
+}
+
+void XliffDocument::ReadUnit(int element)
+{
+    Util::XmlFiler& filer = mSource.GetFiler();
+    const QDomElement node = filer.GetCurrentNode().toElement();
+    const QDomElement target = node.firstChildElement(u"target"_s);
+    XliffUnit unit;
+    unit.Element = element;
+    unit.SourceElement = FindChild(element, u"source");
+    unit.TargetElement = FindChild(element, u"target");
+    unit.Id = filer.ReadString(u"id"_s, {});
+    unit.Source = node.firstChildElement(u"source"_s).text();
+    unit.Target = filer.ReadNodeText(u"target"_s);
+    unit.WholeTarget = target.text();
+    unit.State = target.attribute(u"state"_s);
+    unit.IsApproved = node.attribute(u"approved"_s) == "yes"_L1;
+    if (!mFiles.isEmpty() && mFiles.constLast().Element != element) {
+        unit.File = static_cast<int>(mFiles.size()) - 1;
+        mFiles.last().Units.append(static_cast<int>(mUnits.size()));
+    }
+    mUnits.append(unit);
+}
+
+UnitReach XliffDocument::RateUnit(const XliffUnit& unit) const
+{
+    if (unit.File < 0)
+        return UnitReach::Nested;
+    const XliffFile& file = mFiles.at(unit.File);
+    const int parent = mSource.GetElements().at(unit.Element).Parent;
+    if (file.Key.isEmpty())
+        return UnitReach::NoFileName;
+    if (mSource.GetElements().at(parent).Parent != file.Element)
+        return UnitReach::Nested;
+    if (parent != file.FirstChild)
+        return UnitReach::BodyNotFirst;
+    return FindFiles(file.Key).constLast() == unit.File ? UnitReach::Found : UnitReach::Replaced;
+}
+
+/// Whether the reader takes the file at all: it passes over one whose first child holds no element.
+bool XliffDocument::HasUnits(const XliffFile& file) const
+{
+    const QList<XmlSource::Element>& elements = mSource.GetElements();
+    const int first = file.FirstChild;
+    return first >= 0 && first + 1 < elements.size() && elements.at(first + 1).Parent == first;
+}
+
+QList<int> XliffDocument::FindFiles(const QString& key) const
+{
+    QList<int> result;
+    for (int i = 0; i < mFiles.size(); ++i) {
+        if (mFiles.at(i).Key == key && HasUnits(mFiles.at(i)))
+            result.append(i);
+    }
+    return result;
+}
+
+QStringView XliffDocument::NameOf(int element) const
+{
+    return mSource.GetElements().at(element).Name;
+}
+
+QStringView XliffDocument::RawText(qsizetype begin, qsizetype end) const
+{
+    return QStringView(mSource.GetText()).mid(begin, end - begin);
+}
+
+int XliffDocument::FindChild(int parent, QStringView name) const
+{
+    const QList<XmlSource::Element>& elements = mSource.GetElements();
+    const qsizetype end = elements.at(parent).End;
+    for (int i = parent + 1; i < elements.size() && elements.at(i).Begin < end; ++i) {
+        if (elements.at(i).Parent == parent && elements.at(i).Name == name)
+            return i;
+    }
+    return -1;
+}
+
+qsizetype XliffDocument::LineStartOf(int element) const
+{
+    const qsizetype begin = mSource.GetElements().at(element).Begin;
+    return begin - mSource.GetElementPlace(element).Column + 1;
+}
+
+/// The white space before an element that begins its line; nothing before another.
+QString XliffDocument::IndentOf(int element) const
+{
+    const QStringView before = RawText(LineStartOf(element), mSource.GetElements().at(element).Begin);
+    return IsBlank(before) ? before.toString() : QString();
+}
+
+QString XliffDocument::IndentStep() const
+{
+    if (mFiles.isEmpty())
+        return u"    "_s;
+    return IndentOf(mFiles.constFirst().Element).mid(IndentOf(0).size());
+}
+
+QString XliffDocument::Escape(const QString& text, bool isAttribute) const
+{
+    QString result;
+    const QList<uint> characters = text.toUcs4();
+    for (const uint c : characters) {
+        if (c == U'&')
+            result += "&amp;"_L1;
+        else if (c == U'<')
+            result += "&lt;"_L1;
+        else if (c == U'>')
+            result += "&gt;"_L1;
+        else if (c == U'\r' || (isAttribute && c < U' ') || (c > U'~' && !mSource.IsUnicode()))
+            AppendReference(result, c);
+        else if (c == U'"' && isAttribute)
+            result += "&quot;"_L1;
+        else
+            result += QChar::fromUcs4(c);
+    }
+    return result;
+}
+
+/// Plain text, or a CDATA section where the reader would drop the text (white space) or unwrap it (a mark).
+QString XliffDocument::EscapeContent(const QString& text) const
+{
+    QString copy = text;
+    const bool isPlain
+        = !IsBlank(text) && !const_cast<XliffDocument*>(this)->mSource.GetFiler().StripTr(copy);
+    return isPlain ? Escape(text, false) : "<![CDATA["_L1 + text + "]]>"_L1;
+}
+
+QString XliffDocument::ComposeLocation(int line, const QString& indent) const
+{
+    return indent
+        + u"<context-group purpose=\"location\"><context context-type=\"linenumber\">%1</context>"_s.arg(line)
+        + "</context-group>"_L1;
+}
+
+QString XliffDocument::ComposeUnit(const NewUnit& unit, const QString& indent) const
+{
+    const QString inner = indent + IndentStep();
+    const QString space = unit.Source == unit.Source.simplified() ? QString() : u" xml:space=\"preserve\""_s;
+    QStringList lines;
+    lines += indent + "<trans-unit id=\""_L1 + QString::fromLatin1(Util::GeneralUtil::GetHash(unit.Source))
+        + u'"' + space + u'>';
+    lines += inner + "<source>"_L1 + Escape(unit.Source, false) + "</source>"_L1;
+    lines += unit.Target.isEmpty() ? inner + "<target/>"_L1
+                                   : inner + "<target state=\"needs-review-translation\">"_L1
+            + EscapeContent(unit.Target) + "</target>"_L1;
+    if (unit.Line > 0)
+        lines += ComposeLocation(unit.Line, inner);
+    lines += indent + "</trans-unit>"_L1;
+    return lines.join(mLineEnd);
+}
+
+QString XliffDocument::ComposeBody(const QList<NewUnit>& units, const QString& indent) const
+{
+    QStringList lines{indent + "<body>"_L1};
+    for (const NewUnit& unit : units)
+        lines += ComposeUnit(unit, indent + IndentStep());
+    lines += indent + "</body>"_L1;
+    return lines.join(mLineEnd);
+}
+
+bool XliffDocument::IsTargetBlank(const XliffUnit& unit) const
+{
+    if (unit.TargetElement < 0)
+        return true;
+    const XmlSource::Element& target = mSource.GetElements().at(unit.TargetElement);
+    return IsBlank(RawText(target.TagEnd, target.ContentEnd));
+}
+
+/// The end of what stands in a start tag: before '>' or '/>' and white space.
+qsizetype XliffDocument::TagContentEnd(int element) const
+{
+    const XmlSource::Element& e = mSource.GetElements().at(element);
+    return e.Begin + RawText(e.Begin, e.TagEnd - (e.IsSelfClosing() ? 2 : 1)).trimmed().size();
+}
+
+void XliffDocument::SetAttribute(int element, QStringView name, const QString& value)
+{
+    const QString text = Escape(value, true);
+    if (const XmlSource::Attribute* attribute = mSource.FindAttribute(element, name))
+        mEdits.append({attribute->ValueBegin, attribute->ValueEnd, text});
+    else
+        Insert(TagContentEnd(element), u' ' + name.toString() + "=\""_L1 + text + u'"');
+}
+
+void XliffDocument::SetTarget(const XliffUnit& unit, const QString& text, const QString& state)
+{
+    const QString content = EscapeContent(text);
+    if (unit.TargetElement >= 0) {
+        const XmlSource::Element& target = mSource.GetElements().at(unit.TargetElement);
+        SetAttribute(unit.TargetElement, u"state", state);
+        mEdits.append({TagContentEnd(unit.TargetElement), target.End, u'>' + content + "</target>"_L1});
+        return;
+    }
+    const int segments = FindChild(unit.Element, u"seg-source");
+    const int behind = segments >= 0 ? segments : unit.SourceElement;
+    if (behind >= 0) {
+        Insert(mSource.GetElements().at(behind).End,
+               mLineEnd + IndentOf(behind) + "<target state=\""_L1 + state + "\">"_L1 + content
+                   + "</target>"_L1);
+    }
+}
+
+void XliffDocument::SetId(const XliffUnit& unit)
+{
+    SetAttribute(unit.Element, u"id", QString::fromLatin1(Util::GeneralUtil::GetHash(unit.Source)));
+}
+
+bool XliffDocument::SetLine(const XliffUnit& unit, int line)
+{
+    const QList<XmlSource::Element>& elements = mSource.GetElements();
+    int last = unit.Element;
+    for (int i = unit.Element + 1;
+         i < elements.size() && elements.at(i).Begin < elements.at(unit.Element).End; ++i) {
+        const XmlSource::Element& element = elements.at(i);
+        const XmlSource::Attribute* type = mSource.FindAttribute(i, u"context-type");
+        if (element.Name == u"context" && type && elements.at(element.Parent).Parent == unit.Element
+            && RawText(type->ValueBegin, type->ValueEnd) == u"linenumber") {
+            const QString number = QString::number(line);
+            if (RawText(element.TagEnd, element.ContentEnd) == number || element.IsSelfClosing())
+                return false;
+            mEdits.append({element.TagEnd, element.ContentEnd, number});
+            return true;
+        }
+        if (element.Parent == unit.Element && (element.Name == u"target" || element.Name == u"source"))
+            last = i;
+    }
+    if (last == unit.Element)
+        return false;
+    Insert(elements.at(last).End, mLineEnd + ComposeLocation(line, IndentOf(last)));
+    return true;
+}
+
+void XliffDocument::SetTargetLanguage(const XliffFile& file, const QString& language)
+{
+    SetAttribute(file.Element, u"target-language", language);
+}
+
+void XliffDocument::AddUnits(const XliffFile& file, const XliffUnit* behind, const QList<NewUnit>& units)
+{
+    if (units.isEmpty())
+        return;
+    const QList<XmlSource::Element>& elements = mSource.GetElements();
+    if (behind) {
+        QString text;
+        for (const NewUnit& unit : units)
+            text += mLineEnd + ComposeUnit(unit, IndentOf(behind->Element));
+        Insert(elements.at(behind->Element).End, text);
+    } else if (file.Body < 0) {
+        AppendChild(file.Element, ComposeBody(units, IndentOf(file.Element) + IndentStep()));
+    } else if (const int next = file.Body + 1;
+               next < elements.size() && elements.at(next).Parent == file.Body) {
+        QString text;
+        for (const NewUnit& unit : units)
+            text += ComposeUnit(unit, IndentOf(next)) + mLineEnd;
+        // A first unit that is being removed goes with the whole of its line.
+        const qsizetype lineStart = LineStartOf(next);
+        const bool beginsLine = IsBlank(RawText(lineStart, elements.at(next).Begin));
+        Insert(beginsLine ? lineStart : elements.at(next).Begin, text);
+    } else {
+        for (const NewUnit& unit : units)
+            AppendChild(file.Body, ComposeUnit(unit, IndentOf(file.Body) + IndentStep()));
+    }
+}
+
+void XliffDocument::AddFile(const QString& original, const QString& sourceLanguage,
+                            const QString& targetLanguage, const QList<NewUnit>& units)
+{
+    const QString indent = IndentOf(0) + IndentStep();
+    QString text = indent + "<file original=\""_L1 + Escape(original, true) + "\" source-language=\""_L1
+        + Escape(sourceLanguage, true) + "\" target-language=\""_L1 + Escape(targetLanguage, true)
+        + "\" datatype=\"xml\">"_L1 + mLineEnd;
+    text += ComposeBody(units, indent + IndentStep()) + mLineEnd;
+    AppendChild(0, text + indent + "</file>"_L1);
+}
+
+void XliffDocument::RemoveElement(int element)
+{
+    const XmlSource::Element& e = mSource.GetElements().at(element);
+    const QString& text = mSource.GetText();
+    qsizetype lineEnd = e.End;
+    while (lineEnd < text.size() && text.at(lineEnd) != u'\n')
+        ++lineEnd;
+    const bool isAlone = IsBlank(RawText(LineStartOf(element), e.Begin)) && IsBlank(RawText(e.End, lineEnd));
+    if (isAlone)
+        mEdits.append({LineStartOf(element), std::min(lineEnd + 1, text.size()), {}});
+    else
+        mEdits.append({e.Begin, e.End, {}});
+}
+
+XliffDocument::Edit XliffDocument::ComposeAppended(int parent, const QStringList& children) const
+{
+    const XmlSource::Element& e = mSource.GetElements().at(parent);
+    const QString tail = mLineEnd + children.join(mLineEnd) + mLineEnd + IndentOf(parent);
+    if (e.IsSelfClosing())
+        return {TagContentEnd(parent), e.End, u'>' + tail + "</"_L1 + e.Name.toString() + u'>'};
+    qsizetype end = e.ContentEnd;
+    while (end > e.TagEnd && mSource.GetText().at(end - 1).isSpace())
+        --end;
+    return {end, e.ContentEnd, tail};
+}
+
+QString XliffDocument::GetChanged() const
+{
+    QList<Edit> edits = mEdits;
+    for (auto it = mAppended.cbegin(); it != mAppended.cend(); ++it)
+        edits.append(ComposeAppended(it.key(), it.value()));
+    std::stable_sort(edits.begin(), edits.end(),
+                     [](const Edit& a, const Edit& b) { return a.Begin < b.Begin; });
+    QString result;
+    qsizetype position = 0;
+    for (const Edit& edit : std::as_const(edits)) {
+        if (edit.Begin > position)
+            result += RawText(position, edit.Begin);
+        result += edit.Text;
+        position = std::max(position, edit.End);
+    }
+    result += RawText(position, mSource.GetText().size());
+    return result;
+}
+
+void XliffDocument::Save(const QString& path) const
+{
+    const QString text = GetChanged();
+    // A mistake of ours must never cost anybody's translations.
+    if (Util::XmlFiler probe; !probe.LoadFromXmlString(text))
+        throw Failure(path, u"would not load after the change; what was there is kept"_s);
+    if (!Util::Internal::ReplaceFile(path, mSource.Encode(text)))
+        FailToSave(path);
+}
+
+} // namespace Quorvin::Tool

@@ -1,0 +1,165 @@
+// SPDX-FileCopyrightText: 2026 The QvUtil developers
+// SPDX-License-Identifier: MIT
+
+#ifndef QVUTIL_TOOL_XLIFF_XLIFFDOCUMENT_H
+#define QVUTIL_TOOL_XLIFF_XLIFFDOCUMENT_H
+
+#include "XmlSource.h"
+
+#include <QList>
+#include <QMap>
+#include <QString>
+#include <QStringList>
+
+namespace Quorvin::Tool {
+
+/// The key under which the library files a document's units: its file name without folders, in lower case.
+[[nodiscard]] QString DocumentKey(const QString& path);
+
+/// Whether the library's translator finds a unit, and if not, why.
+enum class UnitReach {
+    Found,
+    NoFileName, ///< its `file` element has no "original" that ends in a file name
+    BodyNotFirst, ///< another element, such as a header, stands before the body
+    Nested, ///< it is in a group, not directly in the body
+    Replaced, ///< a later `file` element of the same file name takes the place of its own
+};
+
+/// How far the translation of a unit is.
+enum class UnitProgress {
+    Empty, ///< no target: the reader shows the id
+    Unfinished, ///< a target whose state says that it still needs work
+    Finished,
+};
+
+/// A `trans-unit` element.
+struct XliffUnit
+{
+    int Element = 0;
+    int SourceElement = -1;
+    int TargetElement = -1; ///< -1 if there is none
+    int File = -1; ///< index of its file; -1 if it is in none
+    QString Id; ///< as the reader takes it
+    QString Source;
+    QString Target; ///< as the reader takes it
+    QString WholeTarget; ///< all text in the target, markup removed
+    QString State; ///< the attribute of the target
+    bool IsApproved = false;
+    UnitReach Reach = UnitReach::Found;
+
+    [[nodiscard]] UnitProgress GetProgress() const;
+};
+
+/// A child of the root: a `file` element, but the reader takes any.
+struct XliffFile
+{
+    int Element = 0;
+    QString Original; ///< as the reader takes it
+    QString Key; ///< see DocumentKey
+    QString SourceLanguage;
+    QString TargetLanguage;
+    int FirstChild = -1; ///< what the reader takes for the body; -1 if there is none
+    int Body = -1; ///< the element named so; -1 if there is none
+    QList<int> Units; ///< indexes of all its units, wherever they are
+};
+
+/// What a new unit holds.
+struct NewUnit
+{
+    QString Source;
+    QString Target; ///< empty for none
+    int Line = 0; ///< where the text is in its document; 0 for not said
+};
+
+/// An XLIFF 1.2 file: its units as the library's translator sees them, and changes to its text.
+///
+/// Changes are made to the text itself, so that everything they do not concern stays as it is, to the byte:
+/// notes, comments, attributes and their order, indentation, line ends, the encoding. They show in GetChanged
+/// at once, but not in the units: load again to see them there.
+class XliffDocument
+{
+public:
+    /// Makes an XLIFF file without content.
+    XliffDocument();
+    /// Loads a file; throws Failure if it cannot be read, or is no XLIFF 1.
+    explicit XliffDocument(const InputFile& file);
+
+    /// How to call the file in messages.
+    [[nodiscard]] const QString& GetName() const { return mName; }
+    [[nodiscard]] const QList<XliffFile>& GetFiles() const { return mFiles; }
+    [[nodiscard]] const QList<XliffUnit>& GetUnits() const { return mUnits; }
+    [[nodiscard]] Place GetPlace(int element) const { return mSource.GetElementPlace(element); }
+    [[nodiscard]] int GetParent(int element) const { return mSource.GetElements().at(element).Parent; }
+    /// The files of a key that hold units, in their order; the reader uses the last.
+    [[nodiscard]] QList<int> FindFiles(const QString& key) const;
+
+    /// Whether there is nothing in a unit's target that a new one would replace.
+    [[nodiscard]] bool IsTargetBlank(const XliffUnit& unit) const;
+
+    /// Gives a unit a target, in place of the one it has.
+    void SetTarget(const XliffUnit& unit, const QString& text, const QString& state);
+    /// Gives a unit the id under which the reader finds its source.
+    void SetId(const XliffUnit& unit);
+    /// Notes in which line of the document a unit's text is. \return false if it is noted already
+    bool SetLine(const XliffUnit& unit, int line);
+    void SetTargetLanguage(const XliffFile& file, const QString& language);
+    /// Adds units to a file, behind one of its units, or before all others if \p behind is null.
+    void AddUnits(const XliffFile& file, const XliffUnit* behind, const QList<NewUnit>& units);
+    void AddFile(const QString& original, const QString& sourceLanguage, const QString& targetLanguage,
+                 const QList<NewUnit>& units);
+    void RemoveUnit(const XliffUnit& unit) { RemoveElement(unit.Element); }
+    void RemoveFile(const XliffFile& file) { RemoveElement(file.Element); }
+
+    [[nodiscard]] bool IsChanged() const { return !mEdits.isEmpty() || !mAppended.isEmpty(); }
+    /// The text with all changes.
+    [[nodiscard]] QString GetChanged() const;
+    /// Writes the changed text to a file, which holds the old content or the new one whatever happens in
+    /// between; throws Failure if it stays the old one.
+    void Save(const QString& path) const;
+
+private:
+    struct Edit
+    {
+        qsizetype Begin;
+        qsizetype End;
+        QString Text;
+    };
+
+    void Read();
+    void ReadFile(int element);
+    void ReadUnit(int element);
+    void RateUnits();
+    [[nodiscard]] int OutermostParent(int element) const;
+    [[nodiscard]] QStringView NameOf(int element) const;
+    [[nodiscard]] QStringView RawText(qsizetype begin, qsizetype end) const;
+    [[nodiscard]] bool HasUnits(const XliffFile& file) const;
+    [[nodiscard]] UnitReach RateUnit(const XliffUnit& unit) const;
+
+    [[nodiscard]] QString IndentOf(int element) const;
+    [[nodiscard]] QString IndentStep() const;
+    [[nodiscard]] int FindChild(int parent, QStringView name) const;
+    [[nodiscard]] QString Escape(const QString& text, bool isAttribute) const;
+    [[nodiscard]] QString EscapeContent(const QString& text) const;
+    [[nodiscard]] QString ComposeUnit(const NewUnit& unit, const QString& indent) const;
+    [[nodiscard]] QString ComposeBody(const QList<NewUnit>& units, const QString& indent) const;
+    [[nodiscard]] QString ComposeLocation(int line, const QString& indent) const;
+    void SetAttribute(int element, QStringView name, const QString& value);
+    void AppendChild(int parent, const QString& child) { mAppended[parent].append(child); }
+    [[nodiscard]] Edit ComposeAppended(int parent, const QStringList& children) const;
+    void RemoveElement(int element);
+    [[nodiscard]] qsizetype TagContentEnd(int element) const;
+    [[nodiscard]] qsizetype LineStartOf(int element) const;
+    void Insert(qsizetype at, const QString& text) { mEdits.append({at, at, text}); }
+
+    QString mName;
+    XmlSource mSource;
+    QString mLineEnd;
+    QList<XliffFile> mFiles;
+    QList<XliffUnit> mUnits;
+    QList<Edit> mEdits;
+    QMap<int, QStringList> mAppended; // new children, by the element that gets them
+};
+
+} // namespace Quorvin::Tool
+
+#endif // QVUTIL_TOOL_XLIFF_XLIFFDOCUMENT_H

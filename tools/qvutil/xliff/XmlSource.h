@@ -1,0 +1,123 @@
+// SPDX-FileCopyrightText: 2026 The QvUtil developers
+// SPDX-License-Identifier: MIT
+
+#ifndef QVUTIL_TOOL_XLIFF_XMLSOURCE_H
+#define QVUTIL_TOOL_XLIFF_XMLSOURCE_H
+
+#include "../InputFile.h"
+
+#include <qvutil/XmlFiler.h>
+
+#include <QByteArray>
+#include <QList>
+#include <QString>
+#include <QStringView>
+
+#include <memory>
+
+namespace Quorvin::Tool {
+
+/// A place in a text file, both counted from 1; 0 where it is not known.
+struct Place
+{
+    int Line = 0;
+    int Column = 0;
+};
+
+/// An XML file as the library reads it, together with its text and the place of each element in that text.
+///
+/// Values come from the library alone, so that they are what an application would get. The document tree
+/// knows neither where an element begins nor the order of its attributes; these come from a look at the text.
+/// Elements are known by their number in document order, the root being 0.
+class XmlSource
+{
+public:
+    struct Attribute
+    {
+        QStringView Name;
+        qsizetype Begin = 0; ///< of the name
+        qsizetype ValueBegin = 0; ///< after the opening quote
+        qsizetype ValueEnd = 0; ///< at the closing quote
+    };
+
+    /// Offsets into the text.
+    struct Element
+    {
+        QStringView Name;
+        int Parent = -1;
+        qsizetype Begin = 0; ///< at '<'
+        qsizetype TagEnd = 0; ///< after the '>' of the start tag
+        qsizetype ContentEnd = 0; ///< at the end tag; TagEnd if there is none
+        qsizetype End = 0; ///< after the element
+        qsizetype FirstAttribute = 0;
+        qsizetype AttributeCount = 0;
+
+        [[nodiscard]] bool IsSelfClosing() const { return ContentEnd == End; }
+    };
+
+    XmlSource();
+
+    /// Loads a file; throws Failure with the place and the reason if the library does not load it.
+    void Load(const InputFile& file);
+    /// Takes \p text for the content of a UTF-8 file. \return false if the library does not load it
+    bool LoadText(const QString& text);
+
+    /// The library's reader. Its cursor may be moved, its document must not be changed.
+    [[nodiscard]] Util::XmlFiler& GetFiler() { return *mFiler; }
+
+    /// Tells whether the text and the document tree hold the same elements. They do not if an entity of the
+    /// document's own stands for markup; there are no elements then, and no places.
+    [[nodiscard]] bool HasPlaces() const { return !mElements.isEmpty(); }
+    [[nodiscard]] const QString& GetText() const { return mText; }
+    [[nodiscard]] const QList<Element>& GetElements() const { return mElements; }
+    [[nodiscard]] QList<Attribute> GetAttributes(int element) const;
+    /// Finds an attribute. \return null if the element does not have it
+    [[nodiscard]] const Attribute* FindAttribute(int element, QStringView name) const;
+    [[nodiscard]] Place GetPlace(qsizetype offset) const;
+    /// Where an element begins.
+    [[nodiscard]] Place GetElementPlace(int element) const;
+    /// Encodes a text as the file was encoded; characters outside that encoding must not occur.
+    [[nodiscard]] QByteArray Encode(const QString& text) const;
+    /// Tells whether the file's encoding holds every character.
+    [[nodiscard]] bool IsUnicode() const { return mUnicode; }
+
+    /// Calls `visit(number)` for each element in document order, with the filer's cursor on it. The visitor
+    /// may read through the filer, and must leave the cursor where it is.
+    template <typename Visitor> void ForEachElement(Visitor visit)
+    {
+        mFiler->MoveToRoot();
+        if (mFiler->GetCurrentNode().isNull())
+            return;
+        int depth = 0;
+        for (int number = 0;; ++number) {
+            visit(number);
+            if (mFiler->MoveToFirstChild()) {
+                ++depth;
+                continue;
+            }
+            while (depth > 0 && !mFiler->MoveToNextSibling()) {
+                mFiler->MoveToParent();
+                --depth;
+            }
+            if (depth == 0)
+                return;
+        }
+    }
+
+private:
+    bool Decode(const QByteArray& content);
+    void Scan();
+
+    std::unique_ptr<Util::XmlFiler> mFiler;
+    QString mText;
+    QByteArray mEncoding;
+    bool mUnicode = true;
+    bool mByteOrderMark = false;
+    QList<Element> mElements;
+    QList<Attribute> mAttributes;
+    QList<qsizetype> mLineStarts;
+};
+
+} // namespace Quorvin::Tool
+
+#endif // QVUTIL_TOOL_XLIFF_XMLSOURCE_H
