@@ -73,6 +73,7 @@ public:
     bool LoadFromXmlFile(const QString& path);
     /// Loads the document from text and puts the cursor on its root element.
     /// An encoding named in the text's declaration is ignored; the remembered file path is not touched.
+    /// \param xml  the markup
     /// \return false if the text does not parse; the document is empty then, and the cursor left as it was
     bool LoadFromXmlString(const QString& xml);
     /// Saves the document as UTF-8 with four blanks of indentation a level.
@@ -80,12 +81,14 @@ public:
     /// written: whatever happens in between, the file is the old one or the new one. Symbolic links are
     /// followed and permissions kept. Where that is not possible (the folder is not writable, or \p path is
     /// not a regular file, such as a pipe) the file is written directly.
+    /// \param path  the file
     /// \return false if there is no document element, or if the file cannot be opened or written in full
     bool SaveAsXmlFile(const QString& path);
     /// Gives the document as text, with one blank of indentation a level.
     /// \return the text; empty if there is no document element
     [[nodiscard]] QString SaveAsXmlString();
     /// Tells whether there is no document element. A bare root element is not empty.
+    /// \return false if there is a document element
     [[nodiscard]] bool IsEmpty() const;
     /// Clears the document and the cursor. Node stack, file path, translator and flag are kept.
     void Reset();
@@ -93,6 +96,8 @@ public:
     void CreateXmlDeclaration();
     /// Adds a processing instruction before the root element, or at the document's end if there is no root.
     /// The cursor stays.
+    /// \param target  name of the instruction
+    /// \param data    its content
     void CreateProcessingInstruction(const QString& target, const QString& data);
     /// Gives an empty document its declaration and root element, and moves the cursor to that root.
     /// Does nothing if there is a root already.
@@ -114,6 +119,7 @@ public:
     /// \return false if an element is missing and \p create is false; the cursor has not moved then
     bool CreateOrMoveToNode(const QString& path, bool create, bool alwaysNewLast);
     /// Appends an element to the cursor's children (to the document if there is no cursor) and moves there.
+    /// \param name  name of the element
     void CreateImmediateChildNode(const QString& name);
     /// Moves to the root element; to nowhere if there is none.
     void MoveToRoot();
@@ -121,9 +127,11 @@ public:
     /// \return false if there is none; the cursor has not moved then
     bool MoveToFirstChild();
     /// Walks to a node path without creating anything.
+    /// \param path  a node path; blank is the cursor itself
     /// \return false if an element is missing; the cursor has not moved then
     bool MoveToNode(const QString& path);
     /// Moves to the first child element of that name; an empty name matches any.
+    /// \param name  name of the element
     /// \return false if there is none; the cursor has not moved then
     bool MoveToImmediateChildNode(const QString& name);
     /// Moves to the next sibling element, whatever its name.
@@ -136,18 +144,22 @@ public:
     void DeleteNode();
     /// Removes the node at a node path; the cursor stays, also when it was in what is removed (it is then on
     /// a node that belongs to no document). With no cursor, the cursor becomes the removed node's parent.
+    /// \param path  node path of the element
     void DeleteNode(const QString& path);
     /// Removes all children of the cursor, of every kind. The cursor stays.
     void DeleteChildNodes();
     /// Removes all children of the element at a node path. The cursor stays.
+    /// \param path  node path of the element
     void DeleteChildNodes(const QString& path);
     /// Gives the node under the cursor, as a handle that shares it; null if there is no cursor.
     /// The handle must not outlive this object's next change of the document. Once one has been given out,
     /// this object cannot know what changes behind its back and looks for every path step by step, which
     /// is slower for elements with many siblings.
+    /// \return the node under the cursor; null if there is none
     [[nodiscard]] QDomNode GetCurrentNode() const;
     /// Gives the cursor's path from the root, such as "/Settings/Panel"; empty if there is no cursor.
     /// Of equal siblings all have the same path.
+    /// \return the path; empty if there is no cursor
     [[nodiscard]] QString GetCurrentNodePath() const;
     /// Saves the cursor on the node stack.
     void PushCurrentNode() const;
@@ -157,150 +169,328 @@ public:
 
     // Numbers, flags and texts, kept in attributes
 
-    /// Reads a decimal int. \return \p defaultValue if missing, empty, no number or out of range
+    /// Reads a decimal int.
+    /// \param name          name of the attribute
+    /// \param defaultValue  what to answer if there is no such value
+    /// \return \p defaultValue if missing, empty, no number or out of range
     [[nodiscard]] int ReadInt(const QString& name, int defaultValue) const;
     /// \overload
+    /// \param path          node path of the element
+    /// \param name          name of the attribute
+    /// \param defaultValue  what to answer if there is no such value
+    /// \return \p defaultValue if missing, empty, no number or out of range
     [[nodiscard]] int ReadInt(const QString& path, const QString& name, int defaultValue) const;
     /// Writes a decimal int.
+    /// \param name   name of the attribute
+    /// \param value  the value
     void WriteInt(const QString& name, int value);
     /// \overload
+    /// \param path   node path of the element
+    /// \param name   name of the attribute
+    /// \param value  the value
     void WriteInt(const QString& path, const QString& name, int value);
 
-    /// Reads a decimal unsigned int. \return \p defaultValue if missing, empty, no number or out of range
+    /// Reads a decimal unsigned int.
+    /// \param name          name of the attribute
+    /// \param defaultValue  what to answer if there is no such value
+    /// \return \p defaultValue if missing, empty, no number or out of range
     [[nodiscard]] unsigned int ReadUInt(const QString& name, unsigned int defaultValue);
     /// \overload
+    /// \param path          node path of the element
+    /// \param name          name of the attribute
+    /// \param defaultValue  what to answer if there is no such value
+    /// \return \p defaultValue if missing, empty, no number or out of range
     [[nodiscard]] unsigned int ReadUInt(const QString& path, const QString& name, unsigned int defaultValue);
     /// Writes a decimal unsigned int.
+    /// \param name   name of the attribute
+    /// \param value  the value
     void WriteUInt(const QString& name, unsigned int value);
     /// \overload
+    /// \param path   node path of the element
+    /// \param name   name of the attribute
+    /// \param value  the value
     void WriteUInt(const QString& path, const QString& name, unsigned int value);
 
-    /// Reads a decimal 64-bit number. \return \p defaultValue if missing, empty, no number or out of range
+    /// Reads a decimal 64-bit number.
+    /// \param name          name of the attribute
+    /// \param defaultValue  what to answer if there is no such value
+    /// \return \p defaultValue if missing, empty, no number or out of range
     [[nodiscard]] long ReadLong(const QString& name, long defaultValue);
     /// \overload
+    /// \param path          node path of the element
+    /// \param name          name of the attribute
+    /// \param defaultValue  what to answer if there is no such value
+    /// \return \p defaultValue if missing, empty, no number or out of range
     [[nodiscard]] long ReadLong(const QString& path, const QString& name, long defaultValue);
     /// Writes a decimal 64-bit number.
+    /// \param name   name of the attribute
+    /// \param value  the value
     void WriteLong(const QString& name, long value);
     /// \overload
+    /// \param path   node path of the element
+    /// \param name   name of the attribute
+    /// \param value  the value
     void WriteLong(const QString& path, const QString& name, long value);
 
     /// Reads a decimal unsigned 64-bit number.
+    /// \param name          name of the attribute
+    /// \param defaultValue  what to answer if there is no such value
     /// \return \p defaultValue if missing, empty, no number or out of range
     [[nodiscard]] unsigned long ReadULong(const QString& name, unsigned long defaultValue);
     /// \overload
+    /// \param path          node path of the element
+    /// \param name          name of the attribute
+    /// \param defaultValue  what to answer if there is no such value
+    /// \return \p defaultValue if missing, empty, no number or out of range
     [[nodiscard]] unsigned long ReadULong(const QString& path, const QString& name,
                                           unsigned long defaultValue);
     /// Writes a decimal unsigned 64-bit number.
+    /// \param name   name of the attribute
+    /// \param value  the value
     void WriteULong(const QString& name, unsigned long value);
     /// \overload
+    /// \param path   node path of the element
+    /// \param name   name of the attribute
+    /// \param value  the value
     void WriteULong(const QString& path, const QString& name, unsigned long value);
 
-    /// Reads a decimal 64-bit number. \return \p defaultValue if missing, empty, no number or out of range
+    /// Reads a decimal 64-bit number.
+    /// \param name          name of the attribute
+    /// \param defaultValue  what to answer if there is no such value
+    /// \return \p defaultValue if missing, empty, no number or out of range
     [[nodiscard]] long long ReadInt64(const QString& name, long long defaultValue);
     /// \overload
+    /// \param path          node path of the element
+    /// \param name          name of the attribute
+    /// \param defaultValue  what to answer if there is no such value
+    /// \return \p defaultValue if missing, empty, no number or out of range
     [[nodiscard]] long long ReadInt64(const QString& path, const QString& name, long long defaultValue);
     /// Writes a decimal 64-bit number.
+    /// \param name   name of the attribute
+    /// \param value  the value
     void WriteInt64(const QString& name, long long value);
     /// \overload
+    /// \param path   node path of the element
+    /// \param name   name of the attribute
+    /// \param value  the value
     void WriteInt64(const QString& path, const QString& name, long long value);
 
-    /// Reads a floating-point number. \return \p defaultValue if missing, empty or no number
+    /// Reads a floating-point number.
+    /// \param name          name of the attribute
+    /// \param defaultValue  what to answer if there is no such value
+    /// \return \p defaultValue if missing, empty or no number
     [[nodiscard]] double ReadDouble(const QString& name, double defaultValue);
     /// \overload
+    /// \param path          node path of the element
+    /// \param name          name of the attribute
+    /// \param defaultValue  what to answer if there is no such value
+    /// \return \p defaultValue if missing, empty or no number
     [[nodiscard]] double ReadDouble(const QString& path, const QString& name, double defaultValue);
     /// Writes a floating-point number with the 17 digits that bring back the same value.
+    /// \param name   name of the attribute
+    /// \param value  the value
     void WriteDouble(const QString& name, double value);
     /// \overload
+    /// \param path   node path of the element
+    /// \param name   name of the attribute
+    /// \param value  the value
     void WriteDouble(const QString& path, const QString& name, double value);
 
     /// Reads a flag: "true" or "false" in any case, or an unsigned decimal number (0 is false).
+    /// \param name          name of the attribute
+    /// \param defaultValue  what to answer if there is no such value
     /// \return \p defaultValue for anything else
     [[nodiscard]] bool ReadBoolean(const QString& name, bool defaultValue) const;
     /// \overload
+    /// \param path          node path of the element
+    /// \param name          name of the attribute
+    /// \param defaultValue  what to answer if there is no such value
+    /// \return \p defaultValue for anything else
     [[nodiscard]] bool ReadBoolean(const QString& path, const QString& name, bool defaultValue) const;
     /// Writes "True" or "False".
+    /// \param name   name of the attribute
+    /// \param value  the value
     void WriteBoolean(const QString& name, bool value);
     /// \overload
+    /// \param path   node path of the element
+    /// \param name   name of the attribute
+    /// \param value  the value
     void WriteBoolean(const QString& path, const QString& name, bool value);
 
     /// Reads a rectangle written as "x,y,width,height"; a part that is no number counts as 0.
+    /// \param name          name of the attribute
+    /// \param defaultValue  what to answer if there is no such value
     /// \return \p defaultValue unless there are exactly four parts
     [[nodiscard]] QRect ReadRect(const QString& name, const QRect& defaultValue);
     /// \overload
+    /// \param path          node path of the element
+    /// \param name          name of the attribute
+    /// \param defaultValue  what to answer if there is no such value
+    /// \return \p defaultValue unless there are exactly four parts
     [[nodiscard]] QRect ReadRect(const QString& path, const QString& name, const QRect& defaultValue);
     /// Writes a rectangle as "x,y,width,height".
+    /// \param name   name of the attribute
+    /// \param value  the value
     void WriteRect(const QString& name, const QRect& value);
     /// \overload
+    /// \param path   node path of the element
+    /// \param name   name of the attribute
+    /// \param value  the value
     void WriteRect(const QString& path, const QString& name, const QRect& value);
 
     /// Reads a size written as "width,height"; a part that is no number counts as 0.
+    /// \param name          name of the attribute
+    /// \param defaultValue  what to answer if there is no such value
     /// \return \p defaultValue unless there are exactly two parts
     [[nodiscard]] QSize ReadSize(const QString& name, const QSize& defaultValue);
     /// \overload
+    /// \param path          node path of the element
+    /// \param name          name of the attribute
+    /// \param defaultValue  what to answer if there is no such value
+    /// \return \p defaultValue unless there are exactly two parts
     [[nodiscard]] QSize ReadSize(const QString& path, const QString& name, const QSize& defaultValue);
     /// Writes a size as "width,height".
+    /// \param name   name of the attribute
+    /// \param value  the value
     void WriteSize(const QString& name, const QSize& value);
     /// \overload
+    /// \param path   node path of the element
+    /// \param name   name of the attribute
+    /// \param value  the value
     void WriteSize(const QString& path, const QString& name, const QSize& value);
 
     /// Reads a text, translated if it is a tr(...) mark (see Translate).
+    /// \param name          name of the attribute
+    /// \param defaultValue  what to answer if there is no such value
     /// \return \p defaultValue, as it is, if missing or empty
     [[nodiscard]] QString ReadString(const QString& name, const QString& defaultValue) const;
     /// Reads a text, translated if it is a tr(...) mark; here the default is translated too.
+    /// \param path          node path of the element
+    /// \param name          name of the attribute
+    /// \param defaultValue  what to answer if there is no such value
     /// \return \p defaultValue through Translate if missing or empty
     [[nodiscard]] QString ReadString(const QString& path, const QString& name,
                                      const QString& defaultValue) const;
     /// Writes a text. An empty one reads back as the default.
+    /// \param name   name of the attribute
+    /// \param value  the value
     void WriteString(const QString& name, const QString& value);
     /// \overload
+    /// \param path   node path of the element
+    /// \param name   name of the attribute
+    /// \param value  the value
     void WriteString(const QString& path, const QString& name, const QString& value);
 
     /// Reads a point in time, kept in UTC with a resolution of one second.
+    /// \param name          name of the attribute
+    /// \param defaultValue  what to answer if there is no such value
     /// \return the time as local time; \p defaultValue if missing or empty; an invalid QDateTime if the text
     ///         is no ISO date
     [[nodiscard]] QDateTime ReadDate(const QString& name, const QDateTime& defaultValue) const;
     /// \overload
+    /// \param path          node path of the element
+    /// \param name          name of the attribute
+    /// \param defaultValue  what to answer if there is no such value
+    /// \return the time as local time; \p defaultValue if missing or empty; an invalid QDateTime if the text
+    ///         is no ISO date
     [[nodiscard]] QDateTime ReadDate(const QString& path, const QString& name,
                                      const QDateTime& defaultValue) const;
     /// Writes a point in time in ISO form, local times in UTC. A time with a fixed offset or a time zone is
     /// written with its own clock reading and comes back as if that had been UTC: pass local or UTC times.
+    /// \param name   name of the attribute
+    /// \param value  the value
     void WriteDate(const QString& name, const QDateTime& value);
     /// \overload
+    /// \param path   node path of the element
+    /// \param name   name of the attribute
+    /// \param value  the value
     void WriteDate(const QString& path, const QString& name, const QDateTime& value);
 
     /// Reads an enumeration value stored by name.
-    /// \param table  \p count rows; not owned
-    /// \param flags  whether the value is a set of bits, stored as names separated by ','
+    /// \param name          name of the attribute
+    /// \param defaultValue  what to answer if there is no such value
+    /// \param table         \p count rows; not owned
+    /// \param count         rows in \p table
+    /// \param flags         whether the value is a set of bits, stored as names separated by ','
     /// \return \p defaultValue if missing, empty or not in the table, and for every negative value
     [[nodiscard]] int ReadEnum(const QString& name, int defaultValue, EnumValueName* table, int count,
                                bool flags);
     /// \overload
+    /// \param name          name of the attribute
+    /// \param defaultValue  what to answer if there is no such value
+    /// \param table         first of \p count rows; not owned
+    /// \param count         rows in \p table
+    /// \return \p defaultValue if missing, empty or not in the table, and for every negative value
     [[nodiscard]] int ReadEnum(const QString& name, int defaultValue, EnumValueName* table, int count);
     /// \overload
+    /// \param path          node path of the element
+    /// \param name          name of the attribute
+    /// \param defaultValue  what to answer if there is no such value
+    /// \param table         first of \p count rows; not owned
+    /// \param count         rows in \p table
+    /// \param flags         whether the value is a set of bits, stored as names separated by ','
+    /// \return \p defaultValue if missing, empty or not in the table, and for every negative value
     [[nodiscard]] int ReadEnum(const QString& path, const QString& name, int defaultValue,
                                EnumValueName* table, int count, bool flags);
     /// \overload
+    /// \param path          node path of the element
+    /// \param name          name of the attribute
+    /// \param defaultValue  what to answer if there is no such value
+    /// \param table         first of \p count rows; not owned
+    /// \param count         rows in \p table
+    /// \return \p defaultValue if missing, empty or not in the table, and for every negative value
     [[nodiscard]] int ReadEnum(const QString& path, const QString& name, int defaultValue,
                                EnumValueName* table, int count);
     /// Writes an enumeration value by name. A value without a name is not written: what was there stays.
+    /// \param name   name of the attribute
+    /// \param value  the value
     /// \param table  \p count rows; not owned
+    /// \param count  rows in \p table
     /// \param flags  whether the value is a set of bits, stored as names separated by ','
     void WriteEnum(const QString& name, int value, EnumValueName* table, int count, bool flags);
     /// \overload
+    /// \param name   name of the attribute
+    /// \param value  the value
+    /// \param table  first of \p count rows; not owned
+    /// \param count  rows in \p table
     void WriteEnum(const QString& name, int value, EnumValueName* table, int count);
     /// \overload
+    /// \param path   node path of the element
+    /// \param name   name of the attribute
+    /// \param value  the value
+    /// \param table  first of \p count rows; not owned
+    /// \param count  rows in \p table
+    /// \param flags  whether the value is a set of bits, stored as names separated by ','
     void WriteEnum(const QString& path, const QString& name, int value, EnumValueName* table, int count,
                    bool flags);
     /// \overload
+    /// \param path   node path of the element
+    /// \param name   name of the attribute
+    /// \param value  the value
+    /// \param table  first of \p count rows; not owned
+    /// \param count  rows in \p table
     void WriteEnum(const QString& path, const QString& name, int value, EnumValueName* table, int count);
 
     /// See GeneralUtil::EnumValueToName.
+    /// \param value  the value
+    /// \param table  first of \p count rows; not owned
+    /// \param count  rows in \p table
+    /// \param flags  whether the value is a set of bits, stored as names separated by ','
+    /// \return empty if no row fits, or if there is no table
     [[nodiscard]] static QString EnumValueToName(int value, const EnumValueName* table, int count,
                                                  bool flags);
     /// See GeneralUtil::EnumNameToValue.
+    /// \param name   a name
+    /// \param table  first of \p count rows; not owned
+    /// \param count  rows in \p table
+    /// \param flags  whether the value is a set of bits, stored as names separated by ','
+    /// \return -1 if no row fits, or if there is no table
     [[nodiscard]] static int EnumNameToValue(const QString& name, EnumValueName* table, int count,
                                              bool flags);
     /// See GeneralUtil::GetEnumNames.
+    /// \param table  first of \p count rows; not owned
+    /// \param count  rows in \p table
+    /// \return the names in table order; empty if there is no table
     [[nodiscard]] static QStringList GetEnumNames(EnumValueName* table, int count);
 
     // Bytes, text and markup, kept as element content
@@ -309,10 +499,15 @@ public:
     /// \return the bytes; empty if there are none
     [[nodiscard]] QByteArray ReadBuffer();
     /// \overload
+    /// \param path  node path of the element
+    /// \return the bytes; empty if there are none
     [[nodiscard]] QByteArray ReadBuffer(const QString& path);
     /// Replaces the element's content by one CDATA section that holds the bytes as base64.
+    /// \param value  the value
     void WriteBuffer(const QByteArray& value);
     /// \overload
+    /// \param path   node path of the element
+    /// \param value  the value
     void WriteBuffer(const QString& path, const QByteArray& value);
 
     /// Reads the element's first child node if it is text; plain text is translated if it is a tr(...)
@@ -320,48 +515,72 @@ public:
     /// \return the text; empty if the first child is no text
     [[nodiscard]] QString ReadNodeText();
     /// \overload
+    /// \param path  node path of the element
+    /// \return the text; empty if the first child is no text
     [[nodiscard]] QString ReadNodeText(const QString& path);
     /// Replaces the element's content by one text node.
+    /// \param text  the text
     void WriteNodeText(const QString& text);
     /// Replaces the element's content by one text node or CDATA section.
+    /// \param text   the text
+    /// \param cdata  true for a CDATA section, false for plain text
     void WriteNodeText(const QString& text, bool cdata);
     /// Replaces the content of the element at a node path by one text node.
+    /// \param path  node path of the element
+    /// \param text  the text
     void WriteNodeText(const QString& path, const QString& text);
     /// Replaces the content of the element at a node path by one text node or CDATA section.
+    /// \param path   node path of the element
+    /// \param text   the text
+    /// \param cdata  true for a CDATA section, false for plain text
     void WriteNodeText(const QString& path, const QString& text, bool cdata);
     /// A literal without a prefix would silently become the flag: use u"…"_s.
     void WriteNodeText(const QString& path, const char* text) = delete;
 
-    /// Gives the element's content as markup. \return the markup; empty if the cursor is not on an element
+    /// Gives the element's content as markup.
+    /// \return the markup; empty if the cursor is not on an element
     [[nodiscard]] QString ReadInnerXml();
     /// \overload
+    /// \param path  node path of the element
+    /// \return the markup; empty if the cursor is not on an element
     [[nodiscard]] QString ReadInnerXml(const QString& path);
     /// Parses markup and appends it to the element's content. If the document has no root element, a root
     /// "Root" is made to hold it.
+    /// \param xml  the markup
     /// \return false if the markup does not parse or holds nothing; the document is unchanged then
     bool WriteInnerXml(const QString& xml);
     /// \overload
     /// Missing elements of the path are created even if the markup then turns out not to parse.
+    /// \param path  node path of the element
+    /// \param xml   the markup
+    /// \return false if the markup does not parse or holds nothing
     bool WriteInnerXml(const QString& path, const QString& xml);
 
     /// Gives the element itself as markup, its tags and attributes included.
     /// \return the markup; empty if the cursor is not on an element
     [[nodiscard]] QString ReadOuterXml();
     /// \overload
+    /// \param path  node path of the element
+    /// \return the markup; empty if the cursor is not on an element
     [[nodiscard]] QString ReadOuterXml(const QString& path);
 
     /// Appends a comment to the element's content; with no cursor, to the document after its declaration.
+    /// \param text  the text
     void WriteComment(const QString& text);
     /// \overload
+    /// \param path  node path of the element
+    /// \param text  the text
     void WriteComment(const QString& path, const QString& text);
 
     // Translation marks
 
     /// Unwraps a text of the form tr(...), in any case and with white space around its parts.
     /// Nothing but the mark is removed: quotes inside stay.
+    /// \param text  the text
     /// \return false if \p text is no such mark; it is unchanged then
     bool StripTr(QString& text) const;
     /// Translates a text of the form tr(...) with Translator, in the context of the file loaded last.
+    /// \param text  the text
     /// \return the translation; the unwrapped text without a translator; \p text itself if it is no mark, or
     ///         if TranslateEnabled is false
     [[nodiscard]] QString Translate(const QString& text) const;
@@ -374,8 +593,14 @@ public:
     /// \return the number of substitutions
     int ResolveVariables(const QMap<QString, QString>& variables);
     /// Substitutes the references $(name) in the values of \p attributes.
+    /// \param attributes  attributes of one element
+    /// \param variables   names and values
+    /// \return the number of substitutions
     int ResolveVariables(QDomNamedNodeMap attributes, const QMap<QString, QString>& variables);
     /// Substitutes the references $(name) in \p node and everything below it.
+    /// \param node       any node; null has no references
+    /// \param variables  names and values
+    /// \return the number of substitutions
     int ResolveVariables(QDomNode node, const QMap<QString, QString>& variables);
 
     /// For the host's use; the library neither reads nor writes it.
@@ -471,35 +696,71 @@ public:
 
     /// Changes the file that saves go to, and loads it if it exists. If it does not, the present content is
     /// kept, and an empty document gets the root \p rootName. Does not mark the store as changed.
+    /// \param file      the file that saves go to
+    /// \param rootName  name of a new root; "Root" if empty
     void SetFile(QString file, QString rootName);
 
     /// See XmlFiler::ReadBoolean.
+    /// \param path          node path of the element
+    /// \param name          name of the attribute
+    /// \param defaultValue  what to answer if there is no such value
+    /// \return \p defaultValue if there is no such flag
     [[nodiscard]] bool ReadBoolean(const QString& path, const QString& name, bool defaultValue) const;
     /// See XmlFiler::ReadInt.
+    /// \param path          node path of the element
+    /// \param name          name of the attribute
+    /// \param defaultValue  what to answer if there is no such value
+    /// \return \p defaultValue if there is no such number
     [[nodiscard]] int ReadInt(const QString& path, const QString& name, int defaultValue) const;
     /// See XmlFiler::ReadString; the default is translated too.
+    /// \param path          node path of the element
+    /// \param name          name of the attribute
+    /// \param defaultValue  what to answer if there is no such value
+    /// \return \p defaultValue through Translate if missing or empty
     [[nodiscard]] QString ReadString(const QString& path, const QString& name,
                                      const QString& defaultValue) const;
     /// See XmlFiler::ReadDate.
+    /// \param path          node path of the element
+    /// \param name          name of the attribute
+    /// \param defaultValue  what to answer if there is no such value
+    /// \return the time as local time; \p defaultValue if missing or empty; an invalid QDateTime if the text
+    ///         is no ISO date
     [[nodiscard]] QDateTime ReadDate(const QString& path, const QString& name,
                                      const QDateTime& defaultValue) const;
     /// See XmlFiler::ReadNodeText.
+    /// \param path  node path of the element
+    /// \return the text; empty if there is none
     [[nodiscard]] QString ReadNodeText(const QString& path);
 
     /// Writes a flag, marks the store as changed and saves it when due.
+    /// \param path   node path of the element
+    /// \param name   name of the attribute
+    /// \param value  the value
     void WriteBoolean(const QString& path, const QString& name, bool value);
     /// Writes an int, marks the store as changed and saves it when due.
+    /// \param path   node path of the element
+    /// \param name   name of the attribute
+    /// \param value  the value
     void WriteInt(const QString& path, const QString& name, int value);
     /// Writes a text, marks the store as changed and saves it when due.
+    /// \param path   node path of the element
+    /// \param name   name of the attribute
+    /// \param value  the value
     void WriteString(const QString& path, const QString& name, const QString& value);
     /// Writes a point in time, marks the store as changed and saves it when due.
+    /// \param path   node path of the element
+    /// \param name   name of the attribute
+    /// \param value  the value
     void WriteDate(const QString& path, const QString& name, const QDateTime& value);
     /// Writes an element's text, marks the store as changed and saves it when due.
+    /// \param path  node path of the element
+    /// \param text  the text
     void WriteNodeText(const QString& path, const QString& text);
     /// A literal without a prefix would silently become the flag: use u"…"_s.
     void WriteNodeText(const QString& path, const char* text) = delete;
     /// Removes an element, marks the store as changed (even if there was no such element) and saves it when
     /// due.
+    /// \param path  node path of the element
     void DeleteNode(const QString& path);
 
     /// Saves the store if it is marked as changed. A failure is silent and leaves the mark.
@@ -538,9 +799,11 @@ public:
     /// Makes a translator without a file: every text translates to itself.
     XlfTranslator();
     /// Makes a translator on an XLIFF file, which is read at the first translation.
+    /// \param file  the XLIFF file
     explicit XlfTranslator(const QString& file);
 
     /// Names the XLIFF file and forgets all translations; does nothing if the file is the same but for case.
+    /// \param file  the XLIFF file
     void SetXlfFile(const QString& file);
     /// Reads the XLIFF file now. A file that is missing or does not parse leaves the translations unchanged.
     void ParseXlfFile();
