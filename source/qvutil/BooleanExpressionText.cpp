@@ -1,0 +1,217 @@
+// SPDX-FileCopyrightText: 2026 The QvUtil developers
+// SPDX-License-Identifier: MIT
+
+#include "BooleanExpressionText_p.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace Quorvin::Util {
+namespace {
+
+constexpr bool IsOperatorCharacter(QChar c)
+{
+    return c == u'&' || c == u'|';
+}
+
+// White space as the pattern "\s" has it without its Unicode option: ASCII only.
+constexpr bool IsBlank(QChar c)
+{
+    return c == u' ' || (c >= u'\t' && c <= u'\r');
+}
+
+} // namespace
+
+// The walk along one level of an expression.
+class BooleanExpressionText::Scan
+{
+public:
+    Scan(const BooleanExpressionText& text, Range range, Ranges& parts, Ranges* dropped)
+        : mText(text)
+        , mRange(range)
+        , mParts(parts)
+        , mDropped(dropped)
+        , mSegment(range.Begin)
+    { }
+
+    // Appends the parts. Returns false if a '(' is not closed.
+    [[nodiscard]] bool Run()
+    {
+        for (qsizetype i = mRange.Begin; i < mRange.End; ++i) {
+            const QChar c = mText.mText[i];
+            if (c == u'(') {
+                const qsizetype close = mText.mPartner[i];
+                EndSegmentBeforeGroup(i);
+                if (close < 0)
+                    return false;
+                Append({i + 1, close});
+                mSegment = close + 1;
+                i = TakeOperatorBehindGroup() ? mSegment - 1 : close;
+            } else if (c == u'|') {
+                Append(mText.Trimmed({mSegment, i}));
+                mParts.append({i, i + 1});
+                mSegment = i + 1;
+            } else if (i == mRange.End - 1) {
+                Append(mText.Trimmed({mSegment, mRange.End}));
+            }
+        }
+        return true;
+    }
+
+private:
+    void Append(Range part)
+    {
+        if (!part.IsEmpty())
+            mParts.append(part);
+    }
+
+    // Text before a group counts only if an '&' joins them.
+    void EndSegmentBeforeGroup(qsizetype group)
+    {
+        const Range segment = mText.Trimmed({mSegment, group});
+        if (segment.IsEmpty())
+            return;
+        const qsizetype last = segment.End - 1;
+        if (mText.mText[last] == u'&') {
+            Append(mText.Trimmed({segment.Begin, last}));
+            mParts.append({last, segment.End});
+        } else if (mDropped != nullptr) {
+            mDropped->append(segment);
+        }
+    }
+
+    [[nodiscard]] bool TakeOperatorBehindGroup()
+    {
+        qsizetype next = mSegment;
+        while (next < mRange.End && IsBlank(mText.mText[next]))
+            ++next;
+        if (next == mRange.End || !IsOperatorCharacter(mText.mText[next])
+            || !mText.IsProper({mSegment, mRange.End}))
+            return false;
+        mParts.append({next, next + 1});
+        mSegment = next + 1;
+        return true;
+    }
+
+    const BooleanExpressionText& mText;
+    const Range mRange;
+    Ranges& mParts;
+    Ranges* mDropped;
+    qsizetype mSegment; // where the text begins that belongs to no part yet
+};
+
+BooleanExpressionText::BooleanExpressionText(QStringView text)
+    : mText(text)
+{
+    qsizetype open = -1; // the innermost open '('; until it is closed, it knows the one around it
+    for (qsizetype i = 0; i < text.size(); ++i) {
+        const QChar c = text[i];
+        if (c == u'(') {
+            if (mPartner.isEmpty())
+                mPartner.resize(text.size());
+            mPartner[i] = open;
+            open = i;
+        } else if (c == u')') {
+            if (open >= 0)
+                open = std::exchange(mPartner[open], i);
+        } else if (c.isSurrogate()) {
+            if (c.isHighSurrogate() && i + 1 < text.size() && text[i + 1].isLowSurrogate())
+                ++i;
+            else
+                mStray.append(i);
+        }
+    }
+    while (open >= 0)
+        open = std::exchange(mPartner[open], -1);
+}
+
+bool BooleanExpressionText::IsBalanced(Range range) const
+{
+    for (qsizetype i = range.Begin; i < range.End; ++i) {
+        if (mText[i] == u'(') {
+            i = mPartner[i];
+            if (i < 0 || i >= range.End)
+                return false;
+        } else if (mText[i] == u')') {
+            return false;
+        }
+    }
+    return true;
+}
+
+BooleanExpressionText::Range BooleanExpressionText::Trimmed(Range range) const
+{
+    if (range.IsEmpty())
+        return {range.Begin, range.Begin};
+    const QStringView trimmed = View(range).trimmed();
+    const qsizetype begin = trimmed.data() - mText.data();
+    return {begin, begin + trimmed.size()};
+}
+
+BooleanExpressionText::Range BooleanExpressionText::WithoutBraces(Range range) const
+{
+    while (!range.IsEmpty() && mText[range.Begin] == u'(' && mPartner[range.Begin] == range.End - 1)
+        range = {range.Begin + 1, range.End - 1};
+    return range;
+}
+
+char16_t BooleanExpressionText::Operator(Range range) const
+{
+    const Range token = Trimmed(range);
+    const bool isOperator = token.End - token.Begin == 1 && IsOperatorCharacter(mText[token.Begin]);
+    return isOperator ? mText[token.Begin].unicode() : u'\0';
+}
+
+bool BooleanExpressionText::Split(Range range, Ranges& parts, Ranges* dropped) const
+{
+    const qsizetype first = parts.size();
+    if (!Scan(*this, range, parts, dropped).Run() || parts.size() == first)
+        return false;
+
+    const Range only = parts[first];
+    if (parts.size() == first + 1 && !HasBraces(only)) {
+        parts.removeLast();
+        if (!SplitChain(only, parts))
+            return false;
+    }
+    for (qsizetype i = first; i < parts.size(); ++i) {
+        const bool operandDue = (i - first) % 2 == 0 || i == parts.size() - 1;
+        if (operandDue && Operator(parts[i]) != 0)
+            return false;
+    }
+    return true;
+}
+
+// Whether no stray half of a surrogate pair stands in a range. In such a text a pattern finds nothing, not
+// even a parenthesis or an operator.
+bool BooleanExpressionText::IsProper(Range range) const
+{
+    const auto stray = std::lower_bound(mStray.cbegin(), mStray.cend(), range.Begin);
+    return stray == mStray.cend() || *stray >= range.End;
+}
+
+bool BooleanExpressionText::HasBraces(Range range) const
+{
+    const QStringView view = View(range);
+    return (view.contains(u'(') || view.contains(u')')) && IsProper(range);
+}
+
+// Splits a range at each '&'. Returns false if nothing stands before or behind one.
+bool BooleanExpressionText::SplitChain(Range chain, Ranges& parts) const
+{
+    qsizetype begin = chain.Begin;
+    for (qsizetype i = chain.Begin; i <= chain.End; ++i) {
+        if (i < chain.End && mText[i] != u'&')
+            continue;
+        const Range piece = Trimmed({begin, i});
+        if (piece.IsEmpty())
+            return false;
+        parts.append(piece);
+        if (i < chain.End)
+            parts.append({i, i + 1});
+        begin = i + 1;
+    }
+    return true;
+}
+
+} // namespace Quorvin::Util
