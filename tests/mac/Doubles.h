@@ -10,6 +10,7 @@
 #include <QStringList>
 
 #include <cstdint>
+#include <functional>
 #include <optional>
 
 /// Stands for the parts of macOS that Foundation on other systems lacks, and keeps to what their
@@ -73,11 +74,17 @@ void WatchPools();
 /// Pools made by any thread since WatchPools.
 [[nodiscard]] int GetPoolsMade();
 
+/// Runs \p action within a pool of its own. \return number of objects that it left in that pool
+[[nodiscard]] int CountObjectsLeftBehind(const std::function<void()>& action);
+
 // Foundation's own answers, to compare with
 
 enum class Folder { UserApplicationSupport, LocalApplicationSupport, SystemLibrary };
 /// All folders that Foundation lists, its first one first.
 [[nodiscard]] QStringList ListFolders(Folder folder);
+
+/// Lets Foundation list one more folder, after those that it finds; none if empty.
+void AppendFolderToSearches(const QString& folder);
 
 /// Makes an NSString of UTF-16 units and converts it back with the library.
 [[nodiscard]] QString ConvertThroughNSString(const QString& text);

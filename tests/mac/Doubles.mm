@@ -12,6 +12,7 @@
 #import <AppKit/NSRunningApplication.h>
 #include <CoreFoundation/CoreFoundation.h>
 #import <Foundation/Foundation.h>
+#include <dlfcn.h>
 #include <mach-o/dyld.h>
 #include <mach-o/loader.h>
 #include <objc/runtime.h>
@@ -43,6 +44,10 @@ bool IsIdentifier(CFStringRef string)
 {
     return reinterpret_cast<const char*>(string) == &kIdentifierObject && IsAlive();
 }
+
+// Foundation's folder search
+
+QString gAppendedFolder;
 
 // The loader
 
@@ -116,6 +121,19 @@ id FindRunningApplication(id /*self*/, SEL /*selector*/, pid_t processId)
 } // namespace
 
 extern "C" {
+
+// Stands before Foundation's own, which it asks. That finds a single folder of each kind here; on macOS there
+// may be more.
+NSArray* NSSearchPathForDirectoriesInDomains(NSSearchPathDirectory directory, NSSearchPathDomainMask domain,
+                                             BOOL expandTilde)
+{
+    static const auto real = reinterpret_cast<decltype(&NSSearchPathForDirectoriesInDomains)>(
+        dlsym(RTLD_NEXT, "NSSearchPathForDirectoriesInDomains"));
+    NSArray* folders = real(directory, domain, expandTilde);
+    if (gAppendedFolder.isEmpty())
+        return folders;
+    return [folders arrayByAddingObject:[NSString stringWithUTF8String:gAppendedFolder.toUtf8().constData()]];
+}
 
 CFLocaleRef CFLocaleCopyCurrent()
 {
@@ -256,6 +274,20 @@ int GetOpenPools()
 int GetPoolsMade()
 {
     return gPoolsMade;
+}
+
+int CountObjectsLeftBehind(const std::function<void()>& action)
+{
+    NSAutoreleasePool* pool = [[NSAutoreleasePool alloc] init];
+    action();
+    const auto count = static_cast<int>([pool autoreleaseCount]);
+    [pool release];
+    return count;
+}
+
+void AppendFolderToSearches(const QString& folder)
+{
+    gAppendedFolder = folder;
 }
 
 QStringList ListFolders(Folder folder)
