@@ -87,6 +87,10 @@ void XliffDocument::Read()
         if (LocalName(NameOf(element)) == u"trans-unit")
             ReadUnit(element);
     });
+    for (int i = 0; i < mFiles.size(); ++i) {
+        if (HasUnits(mFiles.at(i)))
+            mReadFiles.insert(mFiles.at(i).Key, i);
+    }
     for (XliffUnit& unit : mUnits)
         unit.Reach = RateUnit(unit);
 }
@@ -141,7 +145,7 @@ UnitReach XliffDocument::RateUnit(const XliffUnit& unit) const
         return UnitReach::Nested;
     if (parent != file.FirstChild)
         return UnitReach::BodyNotFirst;
-    return FindFiles(file.Key).constLast() == unit.File ? UnitReach::Found : UnitReach::Replaced;
+    return mReadFiles.value(file.Key, -1) == unit.File ? UnitReach::Found : UnitReach::Replaced;
 }
 
 /// Whether the reader takes the file at all: it passes over one whose first child holds no element.
@@ -150,16 +154,6 @@ bool XliffDocument::HasUnits(const XliffFile& file) const
     const QList<XmlSource::Element>& elements = mSource.GetElements();
     const int first = file.FirstChild;
     return first >= 0 && first + 1 < elements.size() && elements.at(first + 1).Parent == first;
-}
-
-QList<int> XliffDocument::FindFiles(const QString& key) const
-{
-    QList<int> result;
-    for (int i = 0; i < mFiles.size(); ++i) {
-        if (mFiles.at(i).Key == key && HasUnits(mFiles.at(i)))
-            result.append(i);
-    }
-    return result;
 }
 
 QStringView XliffDocument::NameOf(int element) const
@@ -329,7 +323,9 @@ bool XliffDocument::SetLine(const XliffUnit& unit, int line)
             mEdits.append({element.TagEnd, element.ContentEnd, number});
             return true;
         }
-        if (element.Parent == unit.Element && (element.Name == u"target" || element.Name == u"source"))
+        const bool isText
+            = element.Name == u"source" || element.Name == u"seg-source" || element.Name == u"target";
+        if (element.Parent == unit.Element && isText)
             last = i;
     }
     if (last == unit.Element)

@@ -6,6 +6,7 @@
 
 #include "XmlSource.h"
 
+#include <QHash>
 #include <QList>
 #include <QMap>
 #include <QString>
@@ -90,8 +91,6 @@ public:
     [[nodiscard]] const QList<XliffUnit>& GetUnits() const { return mUnits; }
     [[nodiscard]] Place GetPlace(int element) const { return mSource.GetElementPlace(element); }
     [[nodiscard]] int GetParent(int element) const { return mSource.GetElements().at(element).Parent; }
-    /// The files of a key that hold units, in their order; the reader uses the last.
-    [[nodiscard]] QList<int> FindFiles(const QString& key) const;
 
     /// Whether there is nothing in a unit's target that a new one would replace.
     [[nodiscard]] bool IsTargetBlank(const XliffUnit& unit) const;
@@ -156,6 +155,7 @@ private:
     QString mLineEnd;
     QList<XliffFile> mFiles;
     QList<XliffUnit> mUnits;
+    QHash<QString, int> mReadFiles; // by the key: of several files, the reader uses the last that holds units
     QList<Edit> mEdits;
     QMap<int, QStringList> mAppended; // new children, by the element that gets them
 };

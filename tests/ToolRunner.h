@@ -1,0 +1,157 @@
+// SPDX-FileCopyrightText: 2026 The QvUtil developers
+// SPDX-License-Identifier: MIT
+
+#ifndef QVUTIL_TOOLRUNNER_H
+#define QVUTIL_TOOLRUNNER_H
+
+#include <QByteArray>
+#include <QFile>
+#include <QProcess>
+#include <QString>
+#include <QStringList>
+#include <QTemporaryDir>
+
+#include <cerrno>
+#include <cstdlib>
+
+#include <fcntl.h>
+#include <sys/ioctl.h>
+#include <unistd.h>
+
+namespace TestSupport {
+
+/// What a run of the tool left behind.
+struct ToolResult
+{
+    int ExitCode = -1; ///< -1 if it crashed or did not end
+    QByteArray Output;
+    QByteArray Errors;
+
+    /// All of it as one text: the output, the errors line by line after "! ", and "=> " with the exit code.
+    [[nodiscard]] QString ToText() const
+    {
+        QString text = QString::fromUtf8(Output);
+        if (!text.isEmpty() && !text.endsWith(u'\n'))
+            text += QStringLiteral("(no line break)\n");
+        const QStringList lines = QString::fromUtf8(Errors).split(u'\n', Qt::SkipEmptyParts);
+        for (const QString& line : lines)
+            text += QStringLiteral("! ") + line + u'\n';
+        return text + QStringLiteral("=> %1\n").arg(ExitCode);
+    }
+};
+
+/// Runs the tool that was built, as a process of its own in a folder of its own.
+/// The test program needs the definition QVUTIL_TOOL, the path of the tool.
+class ToolRunner
+{
+public:
+    /// Long enough for the slowest machine under sanitizers; a run that takes it has failed anyway.
+    static constexpr int kTimeoutMs = 120000;
+
+    /// The folder that the tool runs in; kept when the test failed, see KeepFolder.
+    [[nodiscard]] QString Path(const QString& file) const { return mFolder.filePath(file); }
+    void KeepFolder() { mFolder.setAutoRemove(false); }
+
+    /// Makes a file in the folder. \return false if that failed
+    [[nodiscard]] bool Write(const QString& name, const QByteArray& content) const
+    {
+        QFile file(Path(name));
+        return file.open(QIODevice::WriteOnly | QIODevice::Truncate) && file.write(content) == content.size();
+    }
+    /// The content of a file in the folder; a null array if it cannot be read.
+    [[nodiscard]] QByteArray Read(const QString& name) const
+    {
+        QFile file(Path(name));
+        return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+    }
+
+    /// Runs the tool with arguments and standard input.
+    [[nodiscard]] ToolResult Run(const QStringList& arguments, const QByteArray& input = {}) const
+    {
+        return RunProgram(QStringLiteral(QVUTIL_TOOL), arguments, input);
+    }
+
+    /// Runs a line of the shell, with the tool as $TOOL.
+    [[nodiscard]] ToolResult RunShell(const QString& line) const
+    {
+        return RunProgram(QStringLiteral("sh"), {QStringLiteral("-c"), line}, {});
+    }
+
+    /// Runs the tool with standard output and standard error on a terminal of 80 columns.
+    /// \return what appeared there, as Output
+    [[nodiscard]] ToolResult RunOnTerminal(const QStringList& arguments) const
+    {
+        const int terminal = posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC);
+        if (terminal < 0 || grantpt(terminal) != 0 || unlockpt(terminal) != 0)
+            return {};
+        const int inner = open(ptsname(terminal), O_RDWR | O_NOCTTY | O_CLOEXEC);
+        winsize size = {};
+        size.ws_col = 80;
+        size.ws_row = 24;
+        ioctl(inner, TIOCSWINSZ, &size);
+
+        QProcess process;
+        Prepare(process);
+        process.setChildProcessModifier([inner] {
+            dup2(inner, STDOUT_FILENO);
+            dup2(inner, STDERR_FILENO);
+        });
+        process.start(QStringLiteral(QVUTIL_TOOL), arguments);
+        ToolResult result;
+        const bool isStarted = process.waitForStarted(kTimeoutMs);
+        close(inner);
+        if (isStarted) {
+            process.closeWriteChannel();
+            char buffer[4096];
+            for (;;) { // Linux reports an error when the last process has let go of the terminal
+                const ssize_t count = read(terminal, buffer, sizeof(buffer));
+                if (count > 0)
+                    result.Output.append(buffer, count);
+                else if (count == 0 || errno != EINTR)
+                    break;
+            }
+            if (process.waitForFinished(kTimeoutMs) || process.state() == QProcess::NotRunning)
+                result.ExitCode = process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1;
+        }
+        close(terminal);
+        return result;
+    }
+
+private:
+    void Prepare(QProcess& process) const
+    {
+        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+        environment.insert(QStringLiteral("TOOL"), QStringLiteral(QVUTIL_TOOL));
+        environment.insert(QStringLiteral("TERM"), QStringLiteral("xterm"));
+        process.setProcessEnvironment(environment);
+        process.setWorkingDirectory(mFolder.path());
+    }
+
+    [[nodiscard]] ToolResult RunProgram(const QString& program, const QStringList& arguments,
+                                        const QByteArray& input) const
+    {
+        QProcess process;
+        Prepare(process);
+        process.start(program, arguments);
+        ToolResult result;
+        if (!process.waitForStarted(kTimeoutMs))
+            return result;
+        process.write(input);
+        process.closeWriteChannel();
+        if (!process.waitForFinished(kTimeoutMs)) {
+            process.kill();
+            process.waitForFinished(kTimeoutMs);
+            return result;
+        }
+        result.ExitCode = process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1;
+        result.Output = process.readAllStandardOutput();
+        result.Errors = process.readAllStandardError();
+        return result;
+    }
+
+    QTemporaryDir mFolder;
+};
+
+} // namespace TestSupport
+
+#endif // QVUTIL_TOOLRUNNER_H
