@@ -93,11 +93,11 @@ template <typename Char> bool KeepsDepth(Text<Char> text)
             --depth;
             at += 2;
         } else {
-            at = SkipTag(text, at + 1);
-            if (text[at - 1] == '>' && text[at - 2] == '/')
-                continue;
-            if (++depth > kMaxElementDepth)
+            if (depth >= kMaxElementDepth)
                 return false;
+            at = SkipTag(text, at + 1);
+            if (text[at - 1] != '>' || text[at - 2] != '/')
+                ++depth;
         }
     }
     return true;
@@ -112,6 +112,13 @@ QStringView EntityNameAt(QStringView text, qsizetype at)
 {
     const auto begin = text.begin() + at;
     return {begin, std::find_if(begin, text.end(), IsEntityNameEnd)};
+}
+
+// Unlike trimmed(), it does not look at the end of the text, which may be far away.
+QStringView SkipBlanks(QStringView text)
+{
+    const auto begin = std::find_if_not(text.begin(), text.end(), [](QChar c) { return c.isSpace(); });
+    return {begin, text.end()};
 }
 
 // Adds up what the entity references of a document stand for. An entity may use others that were declared
@@ -142,11 +149,11 @@ private:
     {
         constexpr QStringView kStart = u"<!ENTITY";
         for (qsizetype at = mDocument.indexOf(kStart); at >= 0; at = mDocument.indexOf(kStart, at + 1)) {
-            QStringView rest = mDocument.sliced(at + kStart.size()).trimmed();
+            QStringView rest = SkipBlanks(mDocument.sliced(at + kStart.size()));
             if (rest.startsWith(u'%'))
-                rest = rest.sliced(1).trimmed();
+                rest = SkipBlanks(rest.sliced(1));
             const QStringView name = EntityNameAt(rest, 0);
-            rest = rest.sliced(name.size()).trimmed();
+            rest = SkipBlanks(rest.sliced(name.size()));
             if (rest.isEmpty() || (rest.front() != u'"' && rest.front() != u'\''))
                 continue;
             const qsizetype end = rest.indexOf(rest.front(), 1);
@@ -190,12 +197,12 @@ private:
     int mNesting = 0;
 };
 
-// Entities may hold elements, so that the depth of a document that declares some is known only once they
-// are put in. Called when their size is known to be bounded.
-bool KeepsDepthWithEntities(QStringView document)
+// Reads the document as its parser will, when a look at the text does not tell the depth: entities may hold
+// elements, and the text may be in another encoding than it seems. The reader itself needs no stack.
+bool KeepsDepthWhenRead(QXmlStreamReader&& reader)
 {
+    reader.setNamespaceProcessing(false); // as the parser: an unknown prefix is no error
     int depth = 0;
-    QXmlStreamReader reader(document.toString());
     while (!reader.atEnd()) {
         const auto token = reader.readNext();
         if (token == QXmlStreamReader::StartElement && ++depth > kMaxElementDepth)
@@ -238,17 +245,19 @@ bool KeepsXmlLimits(QStringView document)
         return false;
     if (!document.contains(u"<!ENTITY"))
         return true;
-    return EntityCounter(document).KeepsLimit() && KeepsDepthWithEntities(document);
+    return EntityCounter(document).KeepsLimit() && KeepsDepthWhenRead(QXmlStreamReader(document.toString()));
 }
 
 bool KeepsXmlLimits(const QByteArray& document)
 {
     const Text<char> bytes(document.constData(), static_cast<size_t>(document.size()));
     // Nearly every document: an encoding that keeps ASCII, and no entities.
-    if (bytes.find('\0') == bytes.npos && !DeclaresOtherEncoding(bytes)
-        && bytes.find("<!ENTITY") == bytes.npos)
+    const bool keepsAscii = bytes.find('\0') == bytes.npos && !DeclaresOtherEncoding(bytes);
+    if (keepsAscii && bytes.find("<!ENTITY") == bytes.npos)
         return KeepsDepth(bytes);
-    return KeepsXmlLimits(Decode(document));
+    if (keepsAscii)
+        return KeepsXmlLimits(Decode(document));
+    return EntityCounter(Decode(document)).KeepsLimit() && KeepsDepthWhenRead(QXmlStreamReader(document));
 }
 
 } // namespace Quorvin::Util::Internal
