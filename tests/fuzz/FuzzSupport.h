@@ -1,0 +1,70 @@
+// SPDX-FileCopyrightText: 2026 The QvUtil developers
+// SPDX-License-Identifier: MIT
+
+#ifndef QVUTIL_FUZZSUPPORT_H
+#define QVUTIL_FUZZSUPPORT_H
+
+#include <QByteArray>
+#include <QFile>
+#include <QString>
+#include <QTemporaryDir>
+
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size);
+
+/// What the fuzzers share.
+namespace Fuzz {
+
+inline QByteArray Bytes(const uint8_t* data, size_t size)
+{
+    return {reinterpret_cast<const char*>(data), static_cast<qsizetype>(size)};
+}
+
+/// The bytes taken as 16-bit units, broken pairs of surrogates included.
+inline QString Utf16(const QByteArray& bytes)
+{
+    QString text(bytes.size() / 2, Qt::Uninitialized);
+    std::memcpy(text.data(), bytes.constData(), static_cast<size_t>(text.size()) * 2);
+    return text;
+}
+
+/// The path of a file that lives until the fuzzer ends.
+inline QString File(const char* name)
+{
+    static const QTemporaryDir folder;
+    return folder.filePath(QString::fromLatin1(name));
+}
+
+/// Ends the run with an error, as a sanitizer does.
+inline void Check(bool condition, const char* promise)
+{
+    if (condition)
+        return;
+    std::fprintf(stderr, "broken promise: %s\n", promise);
+    std::abort();
+}
+
+/// The same, filled with content.
+inline QString File(const char* name, const QByteArray& content)
+{
+    const QString path = File(name);
+    QFile file(path);
+    Check(file.open(QIODevice::WriteOnly | QIODevice::Truncate) && file.write(content) == content.size(),
+          "the fuzzer can write its input");
+    return path;
+}
+
+inline QByteArray Content(const QString& path)
+{
+    QFile file(path);
+    Check(file.open(QIODevice::ReadOnly), "the fuzzer can read its file");
+    return file.readAll();
+}
+
+} // namespace Fuzz
+
+#endif // QVUTIL_FUZZSUPPORT_H
