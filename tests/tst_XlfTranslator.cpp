@@ -150,6 +150,8 @@ void tst_XlfTranslator::Translate_context_data()
     QTest::newRow("lower case of a sharp s") << u"MA\u1E9E.xml"_s << u"ma\u00DF.xml"_s << true;
     QTest::newRow("lower case, not folded case") << u"Stra\u00DFe.xml"_s << u"strasse.xml"_s << false;
     QTest::newRow("final sigma stays") << u"\u039F\u03A3.xml"_s << u"\u03BF\u03C2.xml"_s << false;
+    QTest::newRow("final sigma on both sides") << u"\u03BF\u03C2.xml"_s << u"/x/\u03BF\u03C2.xml"_s << true;
+    QTest::newRow("final sigma, capital asked") << u"\u03BF\u03C2.xml"_s << u"\u039F\u03A3.xml"_s << false;
     QTest::newRow("sigma") << u"\u039F\u03A3.xml"_s << u"\u03BF\u03C3.xml"_s << true;
     QTest::newRow("Kelvin sign") << u"\u212A.xml"_s << u"k.xml"_s << true;
     QTest::newRow("letter beyond 16 bits") << u"\U00010400.xml"_s << u"\U00010428.xml"_s << true;
