@@ -151,7 +151,6 @@ private Q_SLOTS:
     void Target_thatCannotBeWritten_data();
     void Target_thatCannotBeWritten();
     void Target_pipe();
-    void Target_nullDevice();
     void Target_longestName();
     void Target_relativePath();
     void Target_strangeNames_data();
@@ -787,17 +786,6 @@ void tst_SaveSafety::Target_pipe()
     QCOMPARE(content, mDocuments.at(1));
     QCOMPARE(Kind(Path(u"pipe"_s)), mode_t(S_IFIFO));
     QCOMPARE(FolderContent(mDir->path()), QStringList({u"pipe"_s}));
-}
-
-void tst_SaveSafety::Target_nullDevice()
-{
-    QVERIFY(SaveDocument(u"/dev/null"_s, 1));
-    QCOMPARE(Kind(u"/dev/null"_s), mode_t(S_IFCHR));
-
-    QVERIFY(MakeLink(u"/dev/null"_s, Path(u"null"_s)));
-    QVERIFY(SaveDocument(Path(u"null"_s), 1));
-    QCOMPARE(Kind(u"/dev/null"_s), mode_t(S_IFCHR));
-    QCOMPARE(Kind(Path(u"null"_s)), mode_t(S_IFLNK));
 }
 
 void tst_SaveSafety::Target_longestName()
