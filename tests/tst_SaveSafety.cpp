@@ -797,6 +797,15 @@ void tst_SaveSafety::Target_longestName()
 
     QCOMPARE(ReadFile(file), mDocuments.at(2));
     QCOMPARE(FolderContent(mDir->path()), QStringList({QString(255, u'x')}));
+
+    // No less safe than any other: no name beside it would be short enough by itself.
+    bool saved = true;
+    {
+        const FileSizeLimit limit(1000);
+        saved = SaveDocument(file, 3);
+    }
+    QCOMPARE(saved, false);
+    QCOMPARE(ReadFile(file), mDocuments.at(2));
 }
 
 void tst_SaveSafety::Target_relativePath()
