@@ -268,7 +268,7 @@ void XmlFiler::Reset()
     ForgetPlaces();
     SetCursor({});
     if (mNodeStack.contains(mDocument))
-        mDetachedTrees.append(mDocument);
+        mDetachedTrees.append({mDocument, mDocument});
     else
         RemoveChildren(mDocument);
     mDocument.clear();
@@ -459,8 +459,10 @@ void XmlFiler::DeleteNode(const QString& path)
     if (!node)
         return;
     const QDomNode parent = node->parentNode();
-    if (parent.isNull())
-        return; // only the cursor itself can be found and have no parent
+    if (parent.isNull()) {
+        SetCursor(*node); // itself, or the root that an empty document does not have
+        return;
+    }
     RemoveChild(parent, *node);
     if (mCurrentNode.isNull())
         SetCursor(parent);
@@ -529,7 +531,7 @@ bool XmlFiler::IsHeld(const QDomNode& tree) const
 
 void XmlFiler::ReleaseUnusedTrees() const
 {
-    mDetachedTrees.removeIf([this](const QDomNode& tree) { return !IsHeld(tree); });
+    mDetachedTrees.removeIf([this](const DetachedTree& tree) { return !IsHeld(tree.Top); });
 }
 
 void XmlFiler::RemoveChild(QDomNode parent, const QDomNode& child)
@@ -537,7 +539,7 @@ void XmlFiler::RemoveChild(QDomNode parent, const QDomNode& child)
     ForgetPlaces();
     parent.removeChild(child);
     if (IsHeld(child))
-        mDetachedTrees.append(child);
+        mDetachedTrees.append({child, parent.ownerDocument()});
 }
 
 void XmlFiler::RemoveChildren(const QDomNode& parent)

@@ -636,13 +636,19 @@ private:
     void RemoveChildren(const QDomNode& parent);
     void ReleaseUnusedTrees() const;
 
+    struct DetachedTree
+    {
+        QDomNode Top;
+        QDomDocument Document; // what Top was taken from: QDom keeps writing to it, and does not own it
+    };
+
     QString mFilePath;
     QDomDocument mDocument;
     mutable QDomNode mCurrentNode;
     mutable QList<QDomNode> mNodeStack;
     // Trees that were removed or replaced while the cursor or the node stack pointed into them. QDom leaves
     // dangling pointers in the nodes of a tree that is destroyed around them, so such a tree lives on.
-    mutable QList<QDomNode> mDetachedTrees;
+    mutable QList<DetachedTree> mDetachedTrees;
 
     // Where paths led to, absolute ones and those from the present cursor; forgotten whenever an element
     // comes or goes, and not used once a host holds a node, through which it could change the document.
