@@ -9,12 +9,15 @@
 #include <QFile>
 #include <QLoggingCategory>
 #include <QMap>
+#include <QRegularExpression>
 #include <QString>
 #include <QStringList>
-#include <QtTest>
+#include <QTest>
 
-#include <ctime>
 #include <optional>
+
+#include <time.h>
+#include <unistd.h>
 
 /// What the test programs share. Everything is in this header, so that a program needs no more than it.
 namespace TestSupport {
@@ -107,6 +110,26 @@ private:
         else if (Previous() != nullptr)
             Previous()(type, context, text);
     }
+};
+
+/// Gives up the rights of the superuser, for whom every file can be read and written, for as long as the
+/// guard lives. Does nothing for any other user. Folders on the way to a file must be open to everybody.
+class UnprivilegedGuard
+{
+public:
+    UnprivilegedGuard()
+        : mActive(geteuid() == 0 && seteuid(kNobody) == 0)
+    { }
+    ~UnprivilegedGuard()
+    {
+        if (mActive && seteuid(0) != 0)
+            qFatal("cannot become the superuser again");
+    }
+    Q_DISABLE_COPY_MOVE(UnprivilegedGuard)
+
+private:
+    static constexpr uid_t kNobody = 65534;
+    bool mActive;
 };
 
 /// The whole content of a file; a null array if it cannot be read.

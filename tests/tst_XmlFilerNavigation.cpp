@@ -1,0 +1,1878 @@
+// SPDX-FileCopyrightText: 2026 The QvUtil developers
+// SPDX-License-Identifier: MIT
+
+#include "TestSupport.h"
+#include "XmlFiler.h"
+
+#include <QRandomGenerator>
+
+#include <algorithm>
+#include <memory>
+#include <vector>
+
+using namespace Qt::StringLiterals;
+using namespace Quorvin::Util;
+
+namespace {
+
+/// A document with what a path could mistake for an element before each of its elements.
+QString Sample()
+{
+    return u"<!DOCTYPE Settings><?Settings x?><!--Settings-->"
+           "<Settings id=\"root\" Panel=\"attribute\">Panel<?Panel x?><!--Panel--><![CDATA[Panel]]>"
+           "<Panel id=\"p1\"><?Item x?><Item id=\"p1i1\"/>Item<Item id=\"p1i2\"><Leaf "
+           "id=\"leaf\"/></Item></Panel>"
+           "<Panel id=\"p2\"><Other id=\"other\"/><Only id=\"only\"/></Panel>"
+           "<Settings id=\"inner\"><Panel id=\"innerPanel\"/></Settings>"
+           "<x:Item id=\"prefixed\" xmlns:x=\"urn:x\"/>"
+           "</Settings><?Tail x?>"_s;
+}
+
+QString Id(const XmlFiler& filer)
+{
+    return filer.GetCurrentNode().toElement().attribute(u"id"_s);
+}
+
+/// What stands in the document that \p node belongs to.
+QString Meaning(const QDomNode& node)
+{
+    QString result;
+    TestSupport::AppendMeaning(node.ownerDocument(), QString(), result);
+    return result;
+}
+
+/// Loads a document and takes the cursor away from it.
+void LoadWithoutCursor(XmlFiler& filer, const QString& xml)
+{
+    filer.Reset();
+    filer.PushCurrentNode();
+    QVERIFY(filer.LoadFromXmlString(xml));
+    filer.PopCurrentNode();
+    QVERIFY(filer.GetCurrentNode().isNull());
+}
+
+/// Names of the child elements of \p node.
+QStringList Children(const QDomNode& node)
+{
+    QStringList names;
+    for (QDomElement child = node.firstChildElement(); !child.isNull(); child = child.nextSiblingElement())
+        names.append(child.tagName());
+    return names;
+}
+
+// A plain tree with a cursor that says what each operation must do.
+
+struct Node
+{
+    QDomNode::NodeType Type;
+    QString Name;
+    QString Value;
+    QMap<QString, QString> Attributes;
+    std::vector<Node*> Children;
+    Node* Parent = nullptr;
+};
+
+class Model
+{
+public:
+    Model() { mDocument = Make(QDomNode::DocumentNode, u"#document"_s, QString()); }
+
+    [[nodiscard]] Node* Cursor() const { return mCursor; }
+    [[nodiscard]] Node* Root() const { return FirstElement(mDocument, QString()); }
+    [[nodiscard]] QString Path() const;
+    [[nodiscard]] size_t Size() const { return Count(mDocument); }
+    [[nodiscard]] size_t Depth() const { return mStack.size(); }
+    [[nodiscard]] static QString Describe(const Node* top);
+    [[nodiscard]] static QString DescribeMarkup(const Node* element);
+    [[nodiscard]] static const Node* Top(const Node* node);
+
+    bool Load(const QString& xml);
+    void Reset();
+    void CreateXmlDeclaration();
+    void CreateProcessingInstruction(const QString& target, const QString& data);
+    void CreateRoot(const QString& name);
+    bool Walk(const QString& path, bool create, bool alwaysNewLast);
+    void CreateImmediateChildNode(const QString& name);
+    void MoveToRoot() { mCursor = Root(); }
+    bool MoveTo(Node* node);
+    bool MoveToFirstChild() { return MoveTo(FirstElement(mCursor, QString())); }
+    bool MoveToImmediateChildNode(const QString& name) { return MoveTo(FirstElement(mCursor, name)); }
+    bool MoveToNextSibling();
+    bool MoveToParent() { return mCursor != nullptr && MoveTo(mCursor->Parent); }
+    void DeleteNode();
+    void DeleteNode(const QString& path);
+    void DeleteChildNodes();
+    void Push() { mStack.push_back(mCursor); }
+    void Pop();
+    void WriteAttribute(const QString& name, const QString& value);
+    void WriteText(QDomNode::NodeType type, const QString& text);
+    bool WriteInnerXml(const QString& xml);
+    void WriteComment(const QString& text);
+    [[nodiscard]] QString ReadAttribute(const QString& name) const;
+    [[nodiscard]] QString ReadText() const;
+
+private:
+    Node* Make(QDomNode::NodeType type, const QString& name, const QString& value);
+    Node* Copy(const QDomNode& node);
+    static void Append(Node* parent, Node* child);
+    static void Remove(Node* node);
+    [[nodiscard]] static Node* FirstElement(const Node* parent, const QString& name);
+    [[nodiscard]] static size_t Count(const Node* node);
+    static void Describe(const Node* node, const QString& indent, QString& result);
+
+    std::vector<std::unique_ptr<Node>> mNodes;
+    Node* mDocument = nullptr;
+    Node* mCursor = nullptr;
+    std::vector<Node*> mStack;
+};
+
+Node* Model::Make(QDomNode::NodeType type, const QString& name, const QString& value)
+{
+    mNodes.push_back(std::make_unique<Node>(Node{type, name, value, {}, {}, nullptr}));
+    return mNodes.back().get();
+}
+
+Node* Model::Copy(const QDomNode& node)
+{
+    Node* const copy = Make(node.nodeType(), node.nodeName(), node.nodeValue());
+    const QDomNamedNodeMap attributes = node.attributes();
+    for (int i = 0; i < attributes.count(); ++i)
+        copy->Attributes.insert(attributes.item(i).nodeName(), attributes.item(i).nodeValue());
+    for (QDomNode child = node.firstChild(); !child.isNull(); child = child.nextSibling())
+        Append(copy, Copy(child));
+    return copy;
+}
+
+void Model::Append(Node* parent, Node* child)
+{
+    parent->Children.push_back(child);
+    child->Parent = parent;
+}
+
+void Model::Remove(Node* node)
+{
+    std::erase(node->Parent->Children, node);
+    node->Parent = nullptr;
+}
+
+Node* Model::FirstElement(const Node* parent, const QString& name)
+{
+    if (parent == nullptr)
+        return nullptr;
+    for (Node* const child : parent->Children) {
+        if (child->Type == QDomNode::ElementNode && (name.isEmpty() || child->Name == name))
+            return child;
+    }
+    return nullptr;
+}
+
+size_t Model::Count(const Node* node)
+{
+    size_t count = 1;
+    for (const Node* const child : node->Children)
+        count += Count(child);
+    return count;
+}
+
+const Node* Model::Top(const Node* node)
+{
+    while (node != nullptr && node->Parent != nullptr)
+        node = node->Parent;
+    return node;
+}
+
+void Model::Describe(const Node* node, const QString& indent, QString& result)
+{
+    if (node->Type == QDomNode::ElementNode) {
+        result += indent + u"<%1>\n"_s.arg(node->Name);
+        for (auto it = node->Attributes.cbegin(); it != node->Attributes.cend(); ++it)
+            result += indent + u" @%1=[%2]\n"_s.arg(it.key(), it.value());
+    } else if (node->Type != QDomNode::DocumentNode) {
+        result += indent + u"%1 %2=[%3]\n"_s.arg(QString::number(node->Type), node->Name, node->Value);
+    }
+    for (const Node* const child : node->Children)
+        Describe(child, indent + u' ', result);
+}
+
+QString Model::Describe(const Node* top)
+{
+    QString result;
+    if (top != nullptr)
+        Describe(top, QString(), result);
+    return result;
+}
+
+/// Like Describe, as it is after writing and parsing: neighbouring texts are one, empty ones are gone.
+QString Model::DescribeMarkup(const Node* element)
+{
+    static const QRegularExpression lineStart(u"^(?=.)"_s, QRegularExpression::MultilineOption);
+    if (element == nullptr || element->Type != QDomNode::ElementNode)
+        return {};
+    QString result;
+    Describe(
+        std::make_unique<Node>(Node{element->Type, element->Name, {}, element->Attributes, {}, {}}).get(),
+        QString(), result);
+    QString text;
+    const auto flush = [&text, &result] {
+        if (!text.isEmpty())
+            result += u" %1 #text=[%2]\n"_s.arg(QString::number(QDomNode::TextNode), text);
+        text.clear();
+    };
+    for (const Node* const child : element->Children) {
+        if (child->Type == QDomNode::TextNode) {
+            text += child->Value;
+            continue;
+        }
+        flush();
+        if (child->Type == QDomNode::ElementNode)
+            result += DescribeMarkup(child).replace(lineStart, u" "_s);
+        else
+            Describe(child, u" "_s, result);
+    }
+    flush();
+    return result;
+}
+
+QString Model::Path() const
+{
+    QString path;
+    const Node* const root = Root();
+    for (const Node* node = mCursor; node != nullptr; node = node->Parent) {
+        path.prepend(u'/' + node->Name);
+        if (node == root)
+            break;
+    }
+    return path;
+}
+
+bool Model::Load(const QString& xml)
+{
+    while (!mDocument->Children.empty())
+        Remove(mDocument->Children.front());
+    QDomDocument parsed;
+    if (!parsed.setContent(xml))
+        return false;
+    for (QDomNode child = parsed.firstChild(); !child.isNull(); child = child.nextSibling())
+        Append(mDocument, Copy(child));
+    MoveToRoot();
+    return true;
+}
+
+void Model::Reset()
+{
+    // A saved cursor on the document itself keeps the old one as it was.
+    if (std::find(mStack.begin(), mStack.end(), mDocument) == mStack.end()) {
+        while (!mDocument->Children.empty())
+            Remove(mDocument->Children.front());
+    }
+    mDocument = Make(QDomNode::DocumentNode, u"#document"_s, QString());
+    mCursor = nullptr;
+}
+
+void Model::CreateXmlDeclaration()
+{
+    for (const Node* const child : mDocument->Children) {
+        if (child->Name == u"xml" && child->Type == QDomNode::ProcessingInstructionNode)
+            return;
+    }
+    CreateProcessingInstruction(u"xml"_s, u"version=\"1.0\""_s);
+}
+
+void Model::CreateProcessingInstruction(const QString& target, const QString& data)
+{
+    Node* const instruction = Make(QDomNode::ProcessingInstructionNode, target, data);
+    std::vector<Node*>& children = mDocument->Children;
+    children.insert(std::find(children.begin(), children.end(), Root()), instruction);
+    instruction->Parent = mDocument;
+}
+
+void Model::CreateRoot(const QString& name)
+{
+    if (Root() != nullptr)
+        return;
+    CreateXmlDeclaration();
+    Walk(name.isEmpty() ? u"Root"_s : name, true, false);
+}
+
+bool Model::Walk(const QString& path, bool create, bool alwaysNewLast)
+{
+    QString text = path.trimmed().replace(u'\\', u'/');
+    if (text.isEmpty())
+        return true;
+    Node* const saved = mCursor;
+    QStringList steps = text.split(u'/', Qt::SkipEmptyParts);
+    if (text.startsWith(u'/')) {
+        if (!steps.isEmpty() && Root() != nullptr && steps.first() == Root()->Name)
+            steps.removeFirst();
+        MoveToRoot();
+    }
+    for (qsizetype i = 0; i < steps.size(); ++i) {
+        const bool forceNew = create && alwaysNewLast && i == steps.size() - 1;
+        if (!forceNew && MoveToImmediateChildNode(steps[i]))
+            continue;
+        if (!create) {
+            mCursor = saved;
+            return false;
+        }
+        CreateImmediateChildNode(steps[i]);
+    }
+    return true;
+}
+
+void Model::CreateImmediateChildNode(const QString& name)
+{
+    Node* const element = Make(QDomNode::ElementNode, name, QString());
+    Append(mCursor == nullptr ? mDocument : mCursor, element);
+    mCursor = element;
+}
+
+bool Model::MoveTo(Node* node)
+{
+    if (node == nullptr)
+        return false;
+    mCursor = node;
+    return true;
+}
+
+bool Model::MoveToNextSibling()
+{
+    if (mCursor == nullptr || mCursor->Parent == nullptr)
+        return false;
+    const std::vector<Node*>& siblings = mCursor->Parent->Children;
+    const auto isElement = [](const Node* node) { return node->Type == QDomNode::ElementNode; };
+    const auto next
+        = std::find_if(std::find(siblings.begin(), siblings.end(), mCursor) + 1, siblings.end(), isElement);
+    return next != siblings.end() && MoveTo(*next);
+}
+
+void Model::DeleteNode()
+{
+    if (mCursor == nullptr || mCursor->Parent == nullptr)
+        return;
+    Node* const parent = mCursor->Parent;
+    Remove(mCursor);
+    mCursor = parent;
+}
+
+void Model::DeleteNode(const QString& path)
+{
+    Node* const saved = mCursor;
+    if (!Walk(path, false, false) || mCursor == nullptr || mCursor->Parent == nullptr)
+        return;
+    Node* const parent = mCursor->Parent;
+    Remove(mCursor);
+    mCursor = saved == nullptr ? parent : saved;
+}
+
+void Model::DeleteChildNodes()
+{
+    while (mCursor != nullptr && !mCursor->Children.empty())
+        Remove(mCursor->Children.front());
+}
+
+void Model::Pop()
+{
+    mCursor = mStack.back();
+    mStack.pop_back();
+}
+
+void Model::WriteAttribute(const QString& name, const QString& value)
+{
+    if (mCursor != nullptr && mCursor->Type == QDomNode::ElementNode)
+        mCursor->Attributes.insert(name, value);
+}
+
+void Model::WriteText(QDomNode::NodeType type, const QString& text)
+{
+    if (mCursor == nullptr || mCursor->Type != QDomNode::ElementNode)
+        return;
+    DeleteChildNodes();
+    const QString name = type == QDomNode::TextNode ? u"#text"_s : u"#cdata-section"_s;
+    Append(mCursor, Make(type, name, text));
+}
+
+bool Model::WriteInnerXml(const QString& xml)
+{
+    QDomDocument parsed;
+    if (!parsed.setContent(u"<Root>"_s + xml + u"</Root>"_s) || !parsed.documentElement().hasChildNodes())
+        return false;
+    if (Root() == nullptr)
+        Walk(u"Root"_s, true, false);
+    if (mCursor == nullptr)
+        return false;
+    QDomNode child = parsed.documentElement().firstChild();
+    for (; !child.isNull(); child = child.nextSibling())
+        Append(mCursor, Copy(child));
+    return true;
+}
+
+void Model::WriteComment(const QString& text)
+{
+    if (mCursor == nullptr)
+        CreateXmlDeclaration();
+    Append(mCursor == nullptr ? mDocument : mCursor, Make(QDomNode::CommentNode, u"#comment"_s, text));
+}
+
+QString Model::ReadAttribute(const QString& name) const
+{
+    return mCursor == nullptr ? QString() : mCursor->Attributes.value(name);
+}
+
+QString Model::ReadText() const
+{
+    if (mCursor == nullptr || mCursor->Type != QDomNode::ElementNode || mCursor->Children.empty())
+        return {};
+    const Node* const first = mCursor->Children.front();
+    const bool isText = first->Type == QDomNode::TextNode || first->Type == QDomNode::CDATASectionNode;
+    return isText ? first->Value : QString();
+}
+
+/// Applies random operations to a filer and to the model, and compares what both say after each.
+class RandomWalk
+{
+public:
+    /// \param withHandles  whether to look at the filer's nodes as well, which a filer may take as a sign
+    /// that
+    ///                     somebody else changes them
+    RandomWalk(quint32 seed, bool withHandles)
+        : mRandom(seed)
+        , mWithHandles(withHandles)
+    { }
+
+    /// \return what went wrong; empty if nothing did
+    QString Run(int count);
+
+private:
+    using Operation = void (RandomWalk::*)();
+
+    void Documents();
+    void Creation();
+    void Movement();
+    void Deletion();
+    void Stack();
+    void NameWrites();
+    void PathWrites();
+    void Reads();
+
+    void Expect(bool actual, bool expected);
+    void Expect(const QString& actual, const QString& expected);
+    void Compare();
+    void CompareNodes();
+    void CompareDocument();
+    [[nodiscard]] QString OuterMeaning();
+    template <typename Do> void AtPath(const QString& path, bool create, Do action);
+    [[nodiscard]] int Pick(int end) { return int(mRandom.bounded(end)); }
+    [[nodiscard]] bool Flag() { return Pick(2) == 1; }
+    [[nodiscard]] QString Name();
+    [[nodiscard]] QString PathText();
+    [[nodiscard]] QString Markup();
+
+    QRandomGenerator mRandom;
+    bool mWithHandles;
+    XmlFiler mFiler;
+    Model mModel;
+    QStringList mHistory;
+    QString mError;
+};
+
+QString RandomWalk::Name()
+{
+    static const QStringList names = {u"A"_s, u"B"_s, u"C"_s, u"r"_s};
+    return names[Pick(int(names.size()))];
+}
+
+QString RandomWalk::PathText()
+{
+    static const QStringList separators = {u"/"_s, u"\\"_s, u"//"_s};
+    QString path;
+    switch (Pick(8)) {
+    case 0:
+        return u" "_s;
+    case 1:
+        return u"/"_s;
+    case 2:
+    case 3:
+    case 4:
+        path = Flag() ? u"/"_s : u"\\"_s;
+        break;
+    default:
+        break;
+    }
+    path += Name();
+    while (Pick(3) != 0)
+        path += separators[Pick(int(separators.size()))] + Name();
+    return path;
+}
+
+QString RandomWalk::Markup()
+{
+    static const QStringList markups = {
+        u"<A>t<B a=\"1\"/><C><A/></C><!--A--><?B x?></A>"_s,
+        u"<r><?A x?><A/><A><B/></A><B>t</B></r>"_s,
+        u"<A/>"_s,
+        u"<r>text</r>"_s,
+        u"<B><![CDATA[d]]><C b=\"2\"><C/></C></B>"_s,
+        u"<A><B></A>"_s, // does not parse
+    };
+    return markups[Pick(int(markups.size()))];
+}
+
+void RandomWalk::Expect(bool actual, bool expected)
+{
+    Expect(actual ? u"true"_s : u"false"_s, expected ? u"true"_s : u"false"_s);
+}
+
+void RandomWalk::Expect(const QString& actual, const QString& expected)
+{
+    if (mError.isEmpty() && actual != expected)
+        mError = u"got\n%1\nwanted\n%2"_s.arg(actual, expected);
+}
+
+/// What the markup of the element under the cursor says.
+QString RandomWalk::OuterMeaning()
+{
+    QDomDocument parsed;
+    QString description;
+    if (parsed.setContent(mFiler.ReadOuterXml()))
+        TestSupport::AppendMeaning(parsed.documentElement(), QString(), description);
+    return description;
+}
+
+void RandomWalk::CompareDocument()
+{
+    Expect(mFiler.IsEmpty(), mModel.Root() == nullptr);
+    if (mFiler.IsEmpty()) {
+        Expect(mFiler.SaveAsXmlString(), QString());
+        return;
+    }
+    mFiler.PushCurrentNode();
+    mFiler.MoveToRoot();
+    if (mWithHandles) {
+        QString description;
+        TestSupport::AppendMeaning(mFiler.GetCurrentNode().parentNode(), QString(), description);
+        Expect(description, Model::Describe(mModel.Root()->Parent));
+    } else {
+        Expect(OuterMeaning(), Model::DescribeMarkup(mModel.Root()));
+    }
+    mFiler.PopCurrentNode();
+}
+
+void RandomWalk::CompareNodes()
+{
+    QDomNode top = mFiler.GetCurrentNode();
+    while (!top.parentNode().isNull())
+        top = top.parentNode();
+    QString description;
+    if (!top.isNull())
+        TestSupport::AppendMeaning(top, QString(), description);
+    Expect(description, Model::Describe(Model::Top(mModel.Cursor())));
+}
+
+void RandomWalk::Compare()
+{
+    Expect(mFiler.GetCurrentNodePath(), mModel.Path());
+    if (mWithHandles)
+        CompareNodes();
+    else
+        Expect(OuterMeaning(), Model::DescribeMarkup(mModel.Cursor()));
+    // Not always: looking moves the cursor, after which a filer may know less than before.
+    if (Flag())
+        CompareDocument();
+}
+
+void RandomWalk::Documents()
+{
+    const QString markup = Markup();
+    switch (Pick(6)) {
+    case 0:
+        mHistory.append(u"Reset"_s);
+        mFiler.Reset();
+        mModel.Reset();
+        break;
+    case 1:
+        mHistory.append(u"CreateXmlDeclaration"_s);
+        mFiler.CreateXmlDeclaration();
+        mModel.CreateXmlDeclaration();
+        break;
+    case 2:
+        mHistory.append(u"CreateProcessingInstruction"_s);
+        mFiler.CreateProcessingInstruction(u"A"_s, u"x"_s);
+        mModel.CreateProcessingInstruction(u"A"_s, u"x"_s);
+        break;
+    case 3:
+        mHistory.append(u"CreateRoot"_s);
+        mFiler.CreateRoot(u"r"_s);
+        mModel.CreateRoot(u"r"_s);
+        break;
+    default:
+        mHistory.append(u"LoadFromXmlString "_s + markup);
+        Expect(mFiler.LoadFromXmlString(markup), mModel.Load(markup));
+        break;
+    }
+}
+
+void RandomWalk::Creation()
+{
+    const QString path = PathText();
+    const QString name = Name();
+    const bool create = Flag();
+    const bool alwaysNewLast = Flag();
+    switch (Pick(3)) {
+    case 0:
+        mHistory.append(u"CreateImmediateChildNode "_s + name);
+        mFiler.CreateImmediateChildNode(name);
+        mModel.CreateImmediateChildNode(name);
+        break;
+    case 1:
+        mHistory.append(u"CreateNode %1 %2"_s.arg(path).arg(alwaysNewLast));
+        Expect(mFiler.CreateNode(path, alwaysNewLast), mModel.Walk(path, true, !alwaysNewLast));
+        break;
+    default:
+        mHistory.append(u"CreateOrMoveToNode %1 %2 %3"_s.arg(path).arg(create).arg(alwaysNewLast));
+        Expect(mFiler.CreateOrMoveToNode(path, create, alwaysNewLast),
+               mModel.Walk(path, create, alwaysNewLast));
+        break;
+    }
+}
+
+void RandomWalk::Movement()
+{
+    const QString path = PathText();
+    const QString name = Name();
+    switch (Pick(6)) {
+    case 0:
+        mHistory.append(u"MoveToRoot"_s);
+        mFiler.MoveToRoot();
+        mModel.MoveToRoot();
+        break;
+    case 1:
+        mHistory.append(u"MoveToFirstChild"_s);
+        Expect(mFiler.MoveToFirstChild(), mModel.MoveToFirstChild());
+        break;
+    case 2:
+        mHistory.append(u"MoveToNode "_s + path);
+        Expect(mFiler.MoveToNode(path), mModel.Walk(path, false, false));
+        break;
+    case 3:
+        mHistory.append(u"MoveToImmediateChildNode "_s + name);
+        Expect(mFiler.MoveToImmediateChildNode(name), mModel.MoveToImmediateChildNode(name));
+        break;
+    case 4:
+        mHistory.append(u"MoveToNextSibling"_s);
+        Expect(mFiler.MoveToNextSibling(), mModel.MoveToNextSibling());
+        break;
+    default:
+        mHistory.append(u"MoveToParent"_s);
+        Expect(mFiler.MoveToParent(), mModel.MoveToParent());
+        break;
+    }
+}
+
+void RandomWalk::Deletion()
+{
+    const QString path = PathText();
+    switch (Pick(4)) {
+    case 0:
+        mHistory.append(u"DeleteNode"_s);
+        mFiler.DeleteNode();
+        mModel.DeleteNode();
+        break;
+    case 1:
+        mHistory.append(u"DeleteNode "_s + path);
+        mFiler.DeleteNode(path);
+        mModel.DeleteNode(path);
+        break;
+    case 2:
+        mHistory.append(u"DeleteChildNodes"_s);
+        mFiler.DeleteChildNodes();
+        mModel.DeleteChildNodes();
+        break;
+    default:
+        mHistory.append(u"DeleteChildNodes "_s + path);
+        mFiler.DeleteChildNodes(path);
+        AtPath(path, false, [this] { mModel.DeleteChildNodes(); });
+        break;
+    }
+}
+
+void RandomWalk::Stack()
+{
+    if (mModel.Depth() < 4 && Pick(5) != 0) {
+        mHistory.append(u"PushCurrentNode"_s);
+        mFiler.PushCurrentNode();
+        mModel.Push();
+    } else if (mModel.Depth() > 0) {
+        mHistory.append(u"PopCurrentNode"_s);
+        mFiler.PopCurrentNode();
+        mModel.Pop();
+    }
+}
+
+void RandomWalk::NameWrites()
+{
+    const QString value = QString::number(Pick(3));
+    const QString markup = Markup();
+    switch (Pick(5)) {
+    case 0:
+        mHistory.append(u"WriteString"_s);
+        mFiler.WriteString(u"a"_s, value);
+        mModel.WriteAttribute(u"a"_s, value);
+        break;
+    case 1:
+        mHistory.append(u"WriteNodeText"_s);
+        mFiler.WriteNodeText(value, false);
+        mModel.WriteText(QDomNode::TextNode, value);
+        break;
+    case 2:
+        mHistory.append(u"WriteBuffer"_s);
+        mFiler.WriteBuffer("abc");
+        mModel.WriteText(QDomNode::CDATASectionNode, u"YWJj"_s);
+        break;
+    case 3:
+        mHistory.append(u"WriteInnerXml "_s + markup);
+        Expect(mFiler.WriteInnerXml(markup), mModel.WriteInnerXml(markup));
+        break;
+    default:
+        mHistory.append(u"WriteComment"_s);
+        mFiler.WriteComment(value);
+        mModel.WriteComment(value);
+        break;
+    }
+}
+
+/// What every operation with a path does: save the cursor, walk, act, go back.
+template <typename Do> void RandomWalk::AtPath(const QString& path, bool create, Do action)
+{
+    mModel.Push();
+    if (mModel.Walk(path, create, false))
+        action();
+    mModel.Pop();
+}
+
+void RandomWalk::PathWrites()
+{
+    const QString path = PathText();
+    const QString value = QString::number(Pick(3));
+    const QString markup = Markup();
+    mHistory.append(u"write at "_s + path);
+    switch (Pick(5)) {
+    case 0:
+        mFiler.WriteInt(path, u"b"_s, value.toInt());
+        AtPath(path, true, [&] { mModel.WriteAttribute(u"b"_s, value); });
+        break;
+    case 1:
+        mFiler.WriteNodeText(path, value, true);
+        AtPath(path, true, [&] { mModel.WriteText(QDomNode::CDATASectionNode, value); });
+        break;
+    case 2:
+        mFiler.WriteBuffer(path, "abc");
+        AtPath(path, true, [&] { mModel.WriteText(QDomNode::CDATASectionNode, u"YWJj"_s); });
+        break;
+    case 3: {
+        bool expected = false;
+        AtPath(path, true, [&] { expected = mModel.WriteInnerXml(markup); });
+        Expect(mFiler.WriteInnerXml(path, markup), expected);
+        break;
+    }
+    default:
+        mFiler.WriteComment(path, value);
+        AtPath(path, true, [&] { mModel.WriteComment(value); });
+        break;
+    }
+}
+
+void RandomWalk::Reads()
+{
+    const QString path = PathText();
+    mHistory.append(u"read at "_s + path);
+    Expect(mFiler.ReadString(u"a"_s, QString()), mModel.ReadAttribute(u"a"_s));
+    Expect(mFiler.ReadNodeText(), mModel.ReadText());
+    QString attribute;
+    QString text;
+    AtPath(path, false, [&] {
+        attribute = mModel.ReadAttribute(u"a"_s);
+        text = mModel.ReadText();
+    });
+    Expect(mFiler.ReadString(path, u"a"_s, QString()), attribute);
+    Expect(mFiler.ReadNodeText(path), text);
+    (void)mFiler.ReadOuterXml(path);
+    (void)mFiler.ReadInnerXml();
+    (void)mFiler.ReadBuffer(path);
+    (void)mFiler.ResolveVariables({{u"x"_s, u"y"_s}});
+}
+
+QString RandomWalk::Run(int count)
+{
+    static constexpr Operation kOperations[]
+        = {&RandomWalk::Documents, &RandomWalk::Creation,   &RandomWalk::Creation,   &RandomWalk::Movement,
+           &RandomWalk::Movement,  &RandomWalk::Deletion,   &RandomWalk::Stack,      &RandomWalk::Stack,
+           &RandomWalk::Reads,     &RandomWalk::NameWrites, &RandomWalk::PathWrites, &RandomWalk::PathWrites};
+    for (int i = 0; i < count && mError.isEmpty(); ++i) {
+        if (mModel.Size() > 100) {
+            mHistory.append(u"LoadFromXmlString <r/>"_s);
+            Expect(mFiler.LoadFromXmlString(u"<r/>"_s), mModel.Load(u"<r/>"_s));
+        }
+        (this->*kOperations[Pick(int(std::size(kOperations)))])();
+        Compare();
+    }
+    return mError.isEmpty() ? mError
+                            : mHistory.mid(qMax(0, mHistory.size() - 25)).join(u'\n') + u'\n' + mError;
+}
+
+} // namespace
+
+class tst_XmlFilerNavigation : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void init();
+
+    void MoveToNode_data();
+    void MoveToNode();
+    void MoveToNode_noSecondTry();
+    void MoveToNode_emptyDocument();
+    void MoveToNode_withoutCursor();
+    void MoveToNode_documentNode();
+    void MoveToNode_detachedCursor();
+
+    void CreateOrMoveToNode_data();
+    void CreateOrMoveToNode();
+    void CreateOrMoveToNode_findsLikeMoveToNode_data();
+    void CreateOrMoveToNode_findsLikeMoveToNode();
+    void CreateOrMoveToNode_twice();
+    void CreateOrMoveToNode_emptyDocument_data();
+    void CreateOrMoveToNode_emptyDocument();
+    void CreateOrMoveToNode_withoutCursor();
+    void CreateOrMoveToNode_documentNode();
+    void CreateOrMoveToNode_detachedCursor();
+    void CreateNode();
+
+    void CreateImmediateChildNode();
+    void CreateImmediateChildNode_withoutCursor();
+    void CreateImmediateChildNode_nameIsTakenAsItIs();
+    void MoveToRoot();
+    void MoveToFirstChild();
+    void MoveToImmediateChildNode_data();
+    void MoveToImmediateChildNode();
+    void MoveToNextSibling();
+    void MoveToParent();
+    void Movement_withoutCursor();
+
+    void DeleteNode();
+    void DeleteNode_root();
+    void DeleteNode_withoutParent();
+    void DeleteNode_path_data();
+    void DeleteNode_path();
+    void DeleteNode_path_cursorInside();
+    void DeleteNode_path_itself();
+    void DeleteNode_path_withoutCursor();
+    void DeleteNode_path_withoutParent();
+    void DeleteChildNodes();
+    void DeleteChildNodes_documentNode();
+    void DeleteChildNodes_path_data();
+    void DeleteChildNodes_path();
+    void DeleteChildNodes_cursorInside();
+
+    void GetCurrentNode();
+    void GetCurrentNodePath();
+    void GetCurrentNodePath_besideTheRoot();
+    void Stack();
+    void Stack_survivesDeletion();
+
+    void DetachedSiblings_data();
+    void DetachedSiblings();
+    void RandomOperations_data();
+    void RandomOperations();
+};
+
+void tst_XmlFilerNavigation::init()
+{
+    TestSupport::FailOnAnyMessage();
+}
+
+// Paths
+
+void tst_XmlFilerNavigation::MoveToNode_data()
+{
+    QTest::addColumn<QString>("start");
+    QTest::addColumn<QString>("path");
+    QTest::addColumn<bool>("expected");
+    QTest::addColumn<QString>("id");
+
+    const QString root = u"/"_s;
+    const QString panel = u"/Panel"_s;
+    QTest::newRow("empty") << panel << u""_s << true << u"p1"_s;
+    QTest::newRow("null") << panel << QString() << true << u"p1"_s;
+    QTest::newRow("blanks") << panel << u"  "_s << true << u"p1"_s;
+    QTest::newRow("all kinds of white space") << panel << u"\t\n\r\v\f\u00A0\u2003"_s << true << u"p1"_s;
+    QTest::newRow("root by slash") << panel << u"/"_s << true << u"root"_s;
+    QTest::newRow("root by backslash") << panel << u"\\"_s << true << u"root"_s;
+    QTest::newRow("root by slashes") << panel << u"//\\/"_s << true << u"root"_s;
+    QTest::newRow("root by slash in blanks") << panel << u" / "_s << true << u"root"_s;
+    QTest::newRow("root by name") << panel << u"/Settings"_s << true << u"root"_s;
+    QTest::newRow("root by name, slash after it") << panel << u"/Settings/"_s << true << u"root"_s;
+    QTest::newRow("root by name, slashes before it") << panel << u"//Settings"_s << true << u"root"_s;
+    QTest::newRow("root name in other case") << panel << u"/settings"_s << false << u"p1"_s;
+    QTest::newRow("only one root step is dropped") << root << u"/Settings/Settings"_s << true << u"inner"_s;
+    QTest::newRow("root step dropped twice over")
+        << root << u"/Settings/Settings/Settings"_s << false << u"root"_s;
+    QTest::newRow("relative path that names the root") << root << u"Settings"_s << true << u"inner"_s;
+    QTest::newRow("relative path that names the root, elsewhere")
+        << panel << u"Settings"_s << false << u"p1"_s;
+    QTest::newRow("absolute without root")
+        << u"/Settings/Settings"_s << u"/Panel/Item"_s << true << u"p1i1"_s;
+    QTest::newRow("absolute with root")
+        << u"/Settings/Settings"_s << u"/Settings/Panel/Item"_s << true << u"p1i1"_s;
+    QTest::newRow("absolute with root step dropped, then not")
+        << root << u"/Settings/Settings/Panel"_s << true << u"innerPanel"_s;
+    QTest::newRow("child") << root << u"Panel"_s << true << u"p1"_s;
+    QTest::newRow("grandchild") << root << u"Panel/Item"_s << true << u"p1i1"_s;
+    QTest::newRow("backslashes") << root << u"Panel\\Item"_s << true << u"p1i1"_s;
+    QTest::newRow("absolute with backslashes") << panel << u"\\Settings\\Panel/Item"_s << true << u"p1i1"_s;
+    QTest::newRow("empty steps") << root << u"Panel//\\Item//"_s << true << u"p1i1"_s;
+    QTest::newRow("blanks around") << root << u" \tPanel/Item\n"_s << true << u"p1i1"_s;
+    QTest::newRow("no-break space around") << root << u"\u00A0Panel\u0085"_s << true << u"p1"_s;
+    QTest::newRow("blank inside, before a step") << root << u"Panel/ Item"_s << false << u"root"_s;
+    QTest::newRow("blank inside, after a step") << root << u"Panel /Item"_s << false << u"root"_s;
+    QTest::newRow("blank after the first slash") << panel << u"/ Panel"_s << false << u"p1"_s;
+    QTest::newRow("step of blanks") << root << u"Panel/ /Item"_s << false << u"root"_s;
+    QTest::newRow("other case") << root << u"panel"_s << false << u"root"_s;
+    QTest::newRow("first step missing") << root << u"Missing/Panel"_s << false << u"root"_s;
+    QTest::newRow("middle step missing") << root << u"Panel/Missing/Leaf"_s << false << u"root"_s;
+    QTest::newRow("last step missing") << root << u"Panel/Item/Missing"_s << false << u"root"_s;
+    QTest::newRow("absolute with missing step") << panel << u"/Settings/Panel/Missing"_s << false << u"p1"_s;
+    QTest::newRow("dot") << panel << u"."_s << false << u"p1"_s;
+    QTest::newRow("two dots") << panel << u".."_s << false << u"p1"_s;
+    QTest::newRow("index") << root << u"Panel[2]"_s << false << u"root"_s;
+    QTest::newRow("wildcard") << root << u"*"_s << false << u"root"_s;
+    QTest::newRow("attribute") << root << u"@id"_s << false << u"root"_s;
+    QTest::newRow("attribute's plain name") << root << u"id"_s << false << u"root"_s;
+    QTest::newRow("name of an instruction") << panel << u"Item/Tail"_s << false << u"p1"_s;
+    QTest::newRow("prefixed name as written") << root << u"x:Item"_s << true << u"prefixed"_s;
+    QTest::newRow("prefixed name without prefix") << root << u"Item"_s << false << u"root"_s;
+    QTest::newRow("text node's name") << root << u"#text"_s << false << u"root"_s;
+    QTest::newRow("comment's name") << root << u"#comment"_s << false << u"root"_s;
+    QTest::newRow("CDATA section's name") << root << u"#cdata-section"_s << false << u"root"_s;
+    QTest::newRow("document's name") << root << u"/#document"_s << false << u"root"_s;
+    QTest::newRow("part of a name") << root << u"Pane"_s << false << u"root"_s;
+    QTest::newRow("more than a name") << root << u"Panels"_s << false << u"root"_s;
+}
+
+void tst_XmlFilerNavigation::MoveToNode()
+{
+    QFETCH(const QString, start);
+    QFETCH(const QString, path);
+    QFETCH(const bool, expected);
+    QFETCH(const QString, id);
+    XmlFiler filer;
+    QVERIFY(filer.LoadFromXmlString(Sample()));
+    const QString before = filer.SaveAsXmlString();
+    QVERIFY(filer.MoveToNode(start));
+    filer.PushCurrentNode();
+
+    QCOMPARE(filer.MoveToNode(path), expected);
+    QCOMPARE(Id(filer), id);
+
+    // Without creation the second flag means nothing.
+    for (const bool alwaysNewLast : {false, true}) {
+        filer.PopCurrentNode();
+        filer.PushCurrentNode();
+        QCOMPARE(filer.CreateOrMoveToNode(path, false, alwaysNewLast), expected);
+        QCOMPARE(Id(filer), id);
+    }
+    QCOMPARE(filer.SaveAsXmlString(), before);
+}
+
+void tst_XmlFilerNavigation::MoveToNode_noSecondTry()
+{
+    // The first element of each name decides, also when a later one would lead on.
+    XmlFiler filer;
+    QVERIFY(filer.LoadFromXmlString(u"<r><A id=\"1\"/><A id=\"2\"><B/></A></r>"_s));
+
+    QVERIFY(!filer.MoveToNode(u"A/B"_s));
+    QCOMPARE(filer.GetCurrentNodePath(), u"/r"_s);
+
+    QVERIFY(filer.CreateOrMoveToNode(u"A/B"_s, true, false));
+    QVERIFY(filer.MoveToParent());
+    QCOMPARE(Id(filer), u"1"_s);
+}
+
+void tst_XmlFilerNavigation::MoveToNode_emptyDocument()
+{
+    XmlFiler filer;
+
+    QVERIFY(filer.MoveToNode(u" "_s));
+    QVERIFY(filer.MoveToNode(u"/"_s));
+    QVERIFY(!filer.MoveToNode(u"A"_s));
+    QVERIFY(!filer.MoveToNode(u"/A"_s));
+    QVERIFY(!filer.CreateOrMoveToNode(u"/A"_s, false, true));
+
+    QVERIFY(filer.GetCurrentNode().isNull());
+    QVERIFY(filer.IsEmpty());
+}
+
+void tst_XmlFilerNavigation::MoveToNode_withoutCursor()
+{
+    XmlFiler filer;
+    LoadWithoutCursor(filer, Sample());
+
+    QVERIFY(filer.MoveToNode(u""_s));
+    QVERIFY(filer.GetCurrentNode().isNull());
+    QVERIFY(!filer.MoveToNode(u"Settings"_s));
+    QVERIFY(filer.GetCurrentNode().isNull());
+    QVERIFY(!filer.MoveToNode(u"/Missing"_s));
+    QVERIFY(filer.GetCurrentNode().isNull());
+    QVERIFY(filer.MoveToNode(u"/Panel"_s));
+    QCOMPARE(Id(filer), u"p1"_s);
+}
+
+void tst_XmlFilerNavigation::MoveToNode_documentNode()
+{
+    XmlFiler filer;
+    QVERIFY(filer.LoadFromXmlString(Sample()));
+    QVERIFY(filer.MoveToParent());
+    QVERIFY(filer.GetCurrentNode().isDocument());
+
+    QVERIFY(!filer.MoveToNode(u"Panel"_s));
+    QVERIFY(filer.GetCurrentNode().isDocument());
+    QVERIFY(!filer.MoveToNode(u"Tail"_s));
+    QVERIFY(filer.GetCurrentNode().isDocument());
+    QVERIFY(filer.MoveToNode(u"Settings/Settings"_s));
+    QCOMPARE(Id(filer), u"inner"_s);
+}
+
+void tst_XmlFilerNavigation::MoveToNode_detachedCursor()
+{
+    XmlFiler filer;
+    QVERIFY(filer.LoadFromXmlString(u"<Old><A/></Old>"_s));
+    QVERIFY(!filer.LoadFromXmlString(u"<"_s));
+
+    QVERIFY(!filer.MoveToNode(u"B"_s));
+    QCOMPARE(filer.GetCurrentNode().nodeName(), u"Old"_s);
+    QVERIFY(!filer.MoveToNode(u"/Old"_s));
+    QCOMPARE(filer.GetCurrentNode().nodeName(), u"Old"_s);
+    QVERIFY(filer.MoveToNode(u"A"_s));
+    QCOMPARE(filer.GetCurrentNode().nodeName(), u"A"_s);
+    // The root of a document that has none is nowhere.
+    QVERIFY(filer.MoveToNode(u"/"_s));
+    QVERIFY(filer.GetCurrentNode().isNull());
+}
+
+// Creation
+
+void tst_XmlFilerNavigation::CreateOrMoveToNode_data()
+{
+    QTest::addColumn<QString>("start");
+    QTest::addColumn<QString>("path");
+    QTest::addColumn<bool>("alwaysNewLast");
+    QTest::addColumn<QString>("cursor");
+    QTest::addColumn<QString>("expected");
+
+    const QString root = u"/"_s;
+    QTest::newRow("blank") << u"/A"_s << u" "_s << true << u"/r/A"_s << u"<r><A/></r>"_s;
+    QTest::newRow("slash") << u"/A"_s << u"/"_s << true << u"/r"_s << u"<r><A/></r>"_s;
+    QTest::newRow("the root is never made again")
+        << u"/A"_s << u"/r"_s << true << u"/r"_s << u"<r><A/></r>"_s;
+    QTest::newRow("existing") << root << u"A"_s << false << u"/r/A"_s << u"<r><A/></r>"_s;
+    QTest::newRow("existing, always new") << root << u"A"_s << true << u"/r/A"_s << u"<r><A/><A/></r>"_s;
+    QTest::newRow("missing") << root << u"B"_s << false << u"/r/B"_s << u"<r><A/><B/></r>"_s;
+    QTest::newRow("missing, always new") << root << u"B"_s << true << u"/r/B"_s << u"<r><A/><B/></r>"_s;
+    QTest::newRow("two missing steps")
+        << root << u"B/C"_s << false << u"/r/B/C"_s << u"<r><A/><B><C/></B></r>"_s;
+    QTest::newRow("first step exists") << root << u"A/C"_s << false << u"/r/A/C"_s << u"<r><A><C/></A></r>"_s;
+    QTest::newRow("first step is found, last is new")
+        << root << u"A/A/A"_s << true << u"/r/A/A/A"_s << u"<r><A><A><A/></A></A></r>"_s;
+    QTest::newRow("absolute without root")
+        << u"/A"_s << u"/B"_s << false << u"/r/B"_s << u"<r><A/><B/></r>"_s;
+    QTest::newRow("absolute with root") << u"/A"_s << u"/r/B"_s << false << u"/r/B"_s << u"<r><A/><B/></r>"_s;
+    QTest::newRow("absolute, root step twice")
+        << u"/A"_s << u"/r/r"_s << false << u"/r/r"_s << u"<r><A/><r/></r>"_s;
+    QTest::newRow("absolute, root in other case")
+        << u"/A"_s << u"/R/B"_s << false << u"/r/R/B"_s << u"<r><A/><R><B/></R></r>"_s;
+    QTest::newRow("relative") << u"/A"_s << u"A"_s << false << u"/r/A/A"_s << u"<r><A><A/></A></r>"_s;
+    QTest::newRow("backslashes and empty steps")
+        << root << u"\\\\r\\B//C\\"_s << false << u"/r/B/C"_s << u"<r><A/><B><C/></B></r>"_s;
+    QTest::newRow("blanks around") << root << u"  B  "_s << false << u"/r/B"_s << u"<r><A/><B/></r>"_s;
+}
+
+void tst_XmlFilerNavigation::CreateOrMoveToNode()
+{
+    QFETCH(const QString, start);
+    QFETCH(const QString, path);
+    QFETCH(const bool, alwaysNewLast);
+    QFETCH(const QString, cursor);
+    QFETCH(const QString, expected);
+    XmlFiler filer;
+    QVERIFY(filer.LoadFromXmlString(u"<r><A/></r>"_s));
+    QVERIFY(filer.MoveToNode(start));
+
+    QVERIFY(filer.CreateOrMoveToNode(path, true, alwaysNewLast));
+
+    QCOMPARE(filer.GetCurrentNodePath(), cursor);
+    QCOMPARE(Meaning(filer.GetCurrentNode()), TestSupport::XmlMeaning(expected));
+}
+
+void tst_XmlFilerNavigation::CreateOrMoveToNode_findsLikeMoveToNode_data()
+{
+    QTest::addColumn<QString>("path");
+    QTest::addColumn<QString>("name");
+
+    QTest::newRow("two dots") << u".."_s << u".."_s;
+    QTest::newRow("dot") << u"."_s << u"."_s;
+    QTest::newRow("index") << u"Panel[1]"_s << u"Panel[1]"_s;
+    QTest::newRow("wildcard") << u"*"_s << u"*"_s;
+    QTest::newRow("attribute") << u"@id"_s << u"@id"_s;
+    QTest::newRow("prefixed name") << u"y:Item"_s << u"y:Item"_s;
+    QTest::newRow("beyond Latin-1") << u"日本"_s << u"日本"_s;
+    QTest::newRow("blank inside the name") << u"two words"_s << u"two words"_s;
+}
+
+void tst_XmlFilerNavigation::CreateOrMoveToNode_findsLikeMoveToNode()
+{
+    QFETCH(const QString, path);
+    QFETCH(const QString, name);
+    XmlFiler filer;
+    QVERIFY(filer.LoadFromXmlString(Sample()));
+    QVERIFY(!filer.MoveToNode(path));
+
+    QVERIFY(filer.CreateOrMoveToNode(path, true, false));
+    QCOMPARE(filer.GetCurrentNodePath(), u"/Settings/"_s + name);
+    QCOMPARE(filer.GetCurrentNode().nodeName(), name);
+    const QDomNode made = filer.GetCurrentNode();
+    QVERIFY(made.nextSibling().isNull());
+
+    filer.MoveToRoot();
+    QVERIFY(filer.MoveToNode(path));
+    QVERIFY(filer.GetCurrentNode() == made);
+    filer.MoveToRoot();
+    QVERIFY(filer.CreateOrMoveToNode(path, true, false));
+    QVERIFY(filer.GetCurrentNode() == made);
+}
+
+void tst_XmlFilerNavigation::CreateOrMoveToNode_twice()
+{
+    XmlFiler filer;
+    filer.CreateRoot(u"r"_s);
+    for (int i = 0; i < 2; ++i) {
+        QVERIFY(filer.CreateOrMoveToNode(u"A/B"_s, true, true));
+        filer.MoveToRoot();
+    }
+    QCOMPARE(filer.ReadInnerXml().simplified().remove(u' '), u"<A><B/><B/></A>"_s);
+
+    for (int i = 0; i < 2; ++i) {
+        QVERIFY(filer.CreateOrMoveToNode(u"C/D"_s, true, false));
+        filer.MoveToRoot();
+    }
+    QCOMPARE(filer.ReadInnerXml().simplified().remove(u' '), u"<A><B/><B/></A><C><D/></C>"_s);
+}
+
+void tst_XmlFilerNavigation::CreateOrMoveToNode_emptyDocument_data()
+{
+    QTest::addColumn<QString>("path");
+    QTest::addColumn<QString>("expected");
+
+    QTest::newRow("relative") << u"A/B"_s << u"/A/B"_s;
+    QTest::newRow("absolute") << u"/A/B"_s << u"/A/B"_s;
+    QTest::newRow("absolute, first step twice") << u"/A/A"_s << u"/A/A"_s;
+    QTest::newRow("one step") << u"A"_s << u"/A"_s;
+    QTest::newRow("slash") << u"/"_s << QString();
+    QTest::newRow("blank") << u" "_s << QString();
+}
+
+void tst_XmlFilerNavigation::CreateOrMoveToNode_emptyDocument()
+{
+    QFETCH(const QString, path);
+    QFETCH(const QString, expected);
+
+    for (const bool alwaysNewLast : {false, true}) {
+        XmlFiler filer;
+        QVERIFY(filer.CreateOrMoveToNode(path, true, alwaysNewLast));
+        QCOMPARE(filer.GetCurrentNodePath(), expected);
+        QCOMPARE(filer.IsEmpty(), expected.isEmpty());
+    }
+
+    // An instruction is no root.
+    XmlFiler filer;
+    filer.CreateXmlDeclaration();
+    QVERIFY(filer.CreateOrMoveToNode(path, true, false));
+    QCOMPARE(filer.GetCurrentNodePath(), expected);
+}
+
+void tst_XmlFilerNavigation::CreateOrMoveToNode_withoutCursor()
+{
+    XmlFiler filer;
+    LoadWithoutCursor(filer, u"<r><A/></r>"_s);
+    filer.PushCurrentNode();
+    filer.PushCurrentNode();
+
+    // Nothing is looked up without a cursor, so each call makes one more top-level element.
+    QVERIFY(filer.CreateOrMoveToNode(u"r/A"_s, true, false));
+    const QDomDocument document = filer.GetCurrentNode().ownerDocument();
+    QCOMPARE(Children(document), QStringList({u"r"_s, u"r"_s}));
+    QVERIFY(filer.GetCurrentNode().parentNode() == document.lastChild());
+    filer.PopCurrentNode();
+    QVERIFY(filer.CreateNode(u"s"_s, true));
+    QCOMPARE(Children(document), QStringList({u"r"_s, u"r"_s, u"s"_s}));
+
+    // An absolute path begins at the root all the same.
+    filer.PopCurrentNode();
+    QVERIFY(filer.CreateOrMoveToNode(u"/B"_s, true, false));
+    QCOMPARE(filer.GetCurrentNodePath(), u"/r/B"_s);
+    QCOMPARE(Children(document), QStringList({u"r"_s, u"r"_s, u"s"_s}));
+}
+
+void tst_XmlFilerNavigation::CreateOrMoveToNode_documentNode()
+{
+    XmlFiler filer;
+    QVERIFY(filer.LoadFromXmlString(u"<r><A/></r>"_s));
+    QVERIFY(filer.MoveToParent());
+    const QDomNode document = filer.GetCurrentNode();
+
+    QVERIFY(filer.CreateOrMoveToNode(u"r/B"_s, true, false));
+    QCOMPARE(filer.GetCurrentNodePath(), u"/r/B"_s);
+    QCOMPARE(Children(document), QStringList(u"r"_s));
+
+    filer.MoveToRoot();
+    QVERIFY(filer.MoveToParent());
+    QVERIFY(filer.CreateOrMoveToNode(u"s/B"_s, true, false));
+    QCOMPARE(Children(document), QStringList({u"r"_s, u"s"_s}));
+    QVERIFY(filer.GetCurrentNode().parentNode() == document.lastChild());
+}
+
+void tst_XmlFilerNavigation::CreateOrMoveToNode_detachedCursor()
+{
+    XmlFiler filer;
+    QVERIFY(filer.LoadFromXmlString(u"<Old><A/></Old>"_s));
+    QVERIFY(!filer.LoadFromXmlString(u"<"_s));
+
+    QVERIFY(filer.CreateOrMoveToNode(u"A/B"_s, true, false));
+    QVERIFY(filer.IsEmpty());
+    QVERIFY(filer.MoveToParent());
+    QVERIFY(filer.MoveToParent());
+    QCOMPARE(Children(filer.GetCurrentNode()), QStringList(u"A"_s));
+
+    QVERIFY(filer.CreateOrMoveToNode(u"/New/A"_s, true, false));
+    QCOMPARE(filer.GetCurrentNodePath(), u"/New/A"_s);
+    QVERIFY(!filer.IsEmpty());
+}
+
+void tst_XmlFilerNavigation::CreateNode()
+{
+    XmlFiler filer;
+    filer.CreateRoot(u"r"_s);
+
+    for (int i = 0; i < 3; ++i) {
+        QVERIFY(filer.CreateNode(u"List/Item"_s, false));
+        filer.WriteInt(u"i"_s, i);
+        filer.MoveToRoot();
+    }
+    QCOMPARE(Children(filer.GetCurrentNode()), QStringList(u"List"_s));
+    QCOMPARE(Children(filer.GetCurrentNode().firstChild()), QStringList({u"Item"_s, u"Item"_s, u"Item"_s}));
+
+    QVERIFY(filer.CreateNode(u"List/Item"_s, true));
+    QCOMPARE(filer.ReadInt(u"i"_s, -1), 0);
+    QVERIFY(filer.CreateNode(u" "_s, false));
+    QCOMPARE(filer.GetCurrentNodePath(), u"/r/List/Item"_s);
+    QCOMPARE(Children(filer.GetCurrentNode().parentNode()), QStringList({u"Item"_s, u"Item"_s, u"Item"_s}));
+}
+
+// Single movements
+
+void tst_XmlFilerNavigation::CreateImmediateChildNode()
+{
+    XmlFiler filer;
+    QVERIFY(filer.LoadFromXmlString(u"<r><A/>text<!--c--></r>"_s));
+
+    filer.CreateImmediateChildNode(u"A"_s);
+
+    QCOMPARE(filer.GetCurrentNodePath(), u"/r/A"_s);
+    QVERIFY(filer.GetCurrentNode().nextSibling().isNull());
+    QVERIFY(filer.GetCurrentNode().previousSibling().isComment());
+    QCOMPARE(Meaning(filer.GetCurrentNode()), TestSupport::XmlMeaning(u"<r><A/>text<!--c--><A/></r>"_s));
+}
+
+void tst_XmlFilerNavigation::CreateImmediateChildNode_withoutCursor()
+{
+    XmlFiler filer;
+    filer.CreateImmediateChildNode(u"r"_s);
+    QCOMPARE(filer.GetCurrentNodePath(), u"/r"_s);
+    QCOMPARE(Meaning(filer.GetCurrentNode()), TestSupport::XmlMeaning(u"<r/>"_s));
+
+    LoadWithoutCursor(filer, u"<r/><!--c-->"_s);
+    filer.CreateImmediateChildNode(u"s"_s);
+    const QDomDocument document = filer.GetCurrentNode().ownerDocument();
+    QCOMPARE(Children(document), QStringList({u"r"_s, u"s"_s}));
+    QVERIFY(filer.GetCurrentNode() == document.lastChild());
+}
+
+void tst_XmlFilerNavigation::CreateImmediateChildNode_nameIsTakenAsItIs()
+{
+    XmlFiler filer;
+    filer.CreateRoot(u"r"_s);
+    filer.CreateImmediateChildNode(u"A/B"_s);
+    QCOMPARE(filer.GetCurrentNode().nodeName(), u"A/B"_s);
+    QVERIFY(filer.MoveToParent());
+    QCOMPARE(Children(filer.GetCurrentNode()), QStringList(u"A/B"_s));
+    QVERIFY(!filer.MoveToNode(u"A/B"_s));
+    QVERIFY(filer.MoveToImmediateChildNode(u"A/B"_s));
+}
+
+void tst_XmlFilerNavigation::MoveToRoot()
+{
+    XmlFiler filer;
+    filer.MoveToRoot();
+    QVERIFY(filer.GetCurrentNode().isNull());
+
+    QVERIFY(filer.LoadFromXmlString(Sample()));
+    QVERIFY(filer.MoveToNode(u"Panel/Item"_s));
+    filer.MoveToRoot();
+    QCOMPARE(Id(filer), u"root"_s);
+
+    QVERIFY(!filer.LoadFromXmlString(u"<"_s));
+    filer.MoveToRoot();
+    QVERIFY(filer.GetCurrentNode().isNull());
+}
+
+void tst_XmlFilerNavigation::MoveToFirstChild()
+{
+    XmlFiler filer;
+    QVERIFY(filer.LoadFromXmlString(Sample()));
+
+    QVERIFY(filer.MoveToFirstChild());
+    QCOMPARE(Id(filer), u"p1"_s);
+    QVERIFY(filer.MoveToFirstChild());
+    QCOMPARE(Id(filer), u"p1i1"_s);
+    QVERIFY(!filer.MoveToFirstChild());
+    QCOMPARE(Id(filer), u"p1i1"_s);
+
+    filer.MoveToRoot();
+    QVERIFY(filer.MoveToParent());
+    QVERIFY(filer.MoveToFirstChild());
+    QCOMPARE(Id(filer), u"root"_s);
+
+    QVERIFY(filer.LoadFromXmlString(u"<r>text<!--c--><?p q?></r>"_s));
+    QVERIFY(!filer.MoveToFirstChild());
+    QCOMPARE(filer.GetCurrentNodePath(), u"/r"_s);
+}
+
+void tst_XmlFilerNavigation::MoveToImmediateChildNode_data()
+{
+    QTest::addColumn<QString>("name");
+    QTest::addColumn<bool>("expected");
+    QTest::addColumn<QString>("id");
+
+    QTest::newRow("first of its name") << u"Panel"_s << true << u"p1"_s;
+    QTest::newRow("later child") << u"Settings"_s << true << u"inner"_s;
+    QTest::newRow("prefixed") << u"x:Item"_s << true << u"prefixed"_s;
+    QTest::newRow("empty name is any name") << u""_s << true << u"p1"_s;
+    QTest::newRow("null name is any name") << QString() << true << u"p1"_s;
+    QTest::newRow("missing") << u"Missing"_s << false << u"root"_s;
+    QTest::newRow("other case") << u"panel"_s << false << u"root"_s;
+    QTest::newRow("grandchild") << u"Item"_s << false << u"root"_s;
+    QTest::newRow("path") << u"Panel/Item"_s << false << u"root"_s;
+    QTest::newRow("slash before") << u"/Panel"_s << false << u"root"_s;
+    QTest::newRow("blanks around") << u" Panel "_s << false << u"root"_s;
+    QTest::newRow("blank") << u" "_s << false << u"root"_s;
+}
+
+void tst_XmlFilerNavigation::MoveToImmediateChildNode()
+{
+    QFETCH(const QString, name);
+    QFETCH(const bool, expected);
+    QFETCH(const QString, id);
+    XmlFiler filer;
+    QVERIFY(filer.LoadFromXmlString(Sample()));
+
+    QCOMPARE(filer.MoveToImmediateChildNode(name), expected);
+
+    QCOMPARE(Id(filer), id);
+}
+
+void tst_XmlFilerNavigation::MoveToNextSibling()
+{
+    XmlFiler filer;
+    QVERIFY(filer.LoadFromXmlString(Sample()));
+    QVERIFY(!filer.MoveToNextSibling());
+    QCOMPARE(Id(filer), u"root"_s);
+
+    QVERIFY(filer.MoveToNode(u"Panel/Item"_s));
+    QVERIFY(filer.MoveToNextSibling());
+    QCOMPARE(Id(filer), u"p1i2"_s);
+    QVERIFY(!filer.MoveToNextSibling());
+    QCOMPARE(Id(filer), u"p1i2"_s);
+
+    QVERIFY(filer.MoveToParent());
+    QStringList ids;
+    do {
+        ids.append(Id(filer));
+    } while (filer.MoveToNextSibling());
+    QCOMPARE(ids, QStringList({u"p1"_s, u"p2"_s, u"inner"_s, u"prefixed"_s}));
+
+    filer.MoveToRoot();
+    QVERIFY(filer.MoveToParent());
+    QVERIFY(!filer.MoveToNextSibling());
+    QVERIFY(filer.GetCurrentNode().isDocument());
+}
+
+void tst_XmlFilerNavigation::MoveToParent()
+{
+    XmlFiler filer;
+    QVERIFY(filer.LoadFromXmlString(Sample()));
+    QVERIFY(filer.MoveToNode(u"Panel/Item"_s));
+
+    QVERIFY(filer.MoveToParent());
+    QCOMPARE(Id(filer), u"p1"_s);
+    QVERIFY(filer.MoveToParent());
+    QCOMPARE(Id(filer), u"root"_s);
+    QVERIFY(filer.MoveToParent());
+    QVERIFY(filer.GetCurrentNode().isDocument());
+    QVERIFY(!filer.MoveToParent());
+    QVERIFY(filer.GetCurrentNode().isDocument());
+}
+
+void tst_XmlFilerNavigation::Movement_withoutCursor()
+{
+    XmlFiler filer;
+    LoadWithoutCursor(filer, Sample());
+
+    QVERIFY(!filer.MoveToFirstChild());
+    QVERIFY(!filer.MoveToNextSibling());
+    QVERIFY(!filer.MoveToParent());
+    QVERIFY(!filer.MoveToImmediateChildNode(u"Settings"_s));
+    QVERIFY(!filer.MoveToImmediateChildNode(QString()));
+    filer.DeleteNode();
+    filer.DeleteChildNodes();
+
+    QVERIFY(filer.GetCurrentNode().isNull());
+    filer.MoveToRoot();
+    QCOMPARE(Meaning(filer.GetCurrentNode()), TestSupport::XmlMeaning(Sample()));
+}
+
+// Deletion
+
+void tst_XmlFilerNavigation::DeleteNode()
+{
+    XmlFiler filer;
+    QVERIFY(filer.LoadFromXmlString(u"<r><A/>text<A id=\"2\"><B/></A><C/></r>"_s));
+    QVERIFY(filer.MoveToNode(u"A"_s));
+    QVERIFY(filer.MoveToNextSibling());
+
+    filer.DeleteNode();
+
+    QCOMPARE(filer.GetCurrentNodePath(), u"/r"_s);
+    QCOMPARE(Meaning(filer.GetCurrentNode()), TestSupport::XmlMeaning(u"<r><A/>text<C/></r>"_s));
+}
+
+void tst_XmlFilerNavigation::DeleteNode_root()
+{
+    XmlFiler filer;
+    QVERIFY(filer.LoadFromXmlString(u"<?p q?><r><A/></r><!--c-->"_s));
+
+    filer.DeleteNode();
+
+    QVERIFY(filer.IsEmpty());
+    QVERIFY(filer.GetCurrentNode().isDocument());
+    QCOMPARE(filer.GetCurrentNode().childNodes().count(), 2);
+    QCOMPARE(filer.SaveAsXmlString(), QString());
+
+    // The cursor is on the document, so what is made next becomes the root.
+    QVERIFY(filer.CreateOrMoveToNode(u"s/A"_s, true, false));
+    QCOMPARE(filer.GetCurrentNodePath(), u"/s/A"_s);
+}
+
+void tst_XmlFilerNavigation::DeleteNode_withoutParent()
+{
+    XmlFiler filer;
+    filer.DeleteNode();
+    QVERIFY(filer.GetCurrentNode().isNull());
+
+    QVERIFY(filer.LoadFromXmlString(u"<r><A/></r>"_s));
+    QVERIFY(filer.MoveToParent());
+    filer.DeleteNode();
+    QVERIFY(filer.GetCurrentNode().isDocument());
+    QVERIFY(!filer.IsEmpty());
+
+    filer.MoveToRoot();
+    QVERIFY(filer.MoveToNode(u"A"_s));
+    filer.DeleteNode(QString());
+    filer.DeleteNode();
+    QCOMPARE(filer.GetCurrentNode().nodeName(), u"A"_s);
+}
+
+void tst_XmlFilerNavigation::DeleteNode_path_data()
+{
+    QTest::addColumn<QString>("start");
+    QTest::addColumn<QString>("path");
+    QTest::addColumn<QString>("expected");
+
+    const QString whole = u"<r><A/><B><C/><C/></B><D/></r>"_s;
+    QTest::newRow("child") << u"/"_s << u"A"_s << u"<r><B><C/><C/></B><D/></r>"_s;
+    QTest::newRow("first of two") << u"/"_s << u"B/C"_s << u"<r><A/><B><C/></B><D/></r>"_s;
+    QTest::newRow("absolute, from elsewhere") << u"/D"_s << u"/B"_s << u"<r><A/><D/></r>"_s;
+    QTest::newRow("absolute with root") << u"/D"_s << u"\\r\\B/C/"_s << u"<r><A/><B><C/></B><D/></r>"_s;
+    QTest::newRow("missing") << u"/D"_s << u"A"_s << whole;
+    QTest::newRow("missing last step") << u"/D"_s << u"/B/X"_s << whole;
+    QTest::newRow("other case") << u"/"_s << u"a"_s << whole;
+}
+
+void tst_XmlFilerNavigation::DeleteNode_path()
+{
+    QFETCH(const QString, start);
+    QFETCH(const QString, path);
+    QFETCH(const QString, expected);
+    XmlFiler filer;
+    QVERIFY(filer.LoadFromXmlString(u"<r><A/><B><C/><C/></B><D/></r>"_s));
+    QVERIFY(filer.MoveToNode(start));
+    const QDomNode cursor = filer.GetCurrentNode();
+
+    filer.DeleteNode(path);
+
+    QVERIFY(filer.GetCurrentNode() == cursor);
+    QCOMPARE(Meaning(cursor), TestSupport::XmlMeaning(expected));
+}
+
+void tst_XmlFilerNavigation::DeleteNode_path_cursorInside()
+{
+    XmlFiler filer;
+    QVERIFY(filer.LoadFromXmlString(u"<r><A/><B><C id=\"7\"><D/></C><E/></B><F/></r>"_s));
+    QVERIFY(filer.MoveToNode(u"B/C"_s));
+
+    filer.DeleteNode(u"/B"_s);
+
+    // The removed tree stays whole around the cursor, and apart from the document.
+    QCOMPARE(filer.GetCurrentNodePath(), u"/B/C"_s);
+    QCOMPARE(filer.ReadInt(u"id"_s, 0), 7);
+    QVERIFY(filer.MoveToNextSibling());
+    QCOMPARE(filer.GetCurrentNodePath(), u"/B/E"_s);
+    QVERIFY(filer.MoveToParent());
+    QVERIFY(!filer.MoveToNextSibling());
+    QVERIFY(!filer.MoveToParent());
+    filer.DeleteNode();
+    QCOMPARE(filer.GetCurrentNodePath(), u"/B"_s);
+    filer.MoveToRoot();
+    QCOMPARE(Meaning(filer.GetCurrentNode()), TestSupport::XmlMeaning(u"<r><A/><F/></r>"_s));
+}
+
+void tst_XmlFilerNavigation::DeleteNode_path_itself()
+{
+    XmlFiler filer;
+    QVERIFY(filer.LoadFromXmlString(u"<r><A id=\"7\"/><B/></r>"_s));
+    QVERIFY(filer.MoveToNode(u"A"_s));
+
+    filer.DeleteNode(u" "_s);
+
+    QCOMPARE(Id(filer), u"7"_s);
+    QCOMPARE(filer.GetCurrentNodePath(), u"/A"_s);
+    QVERIFY(!filer.MoveToParent());
+    QVERIFY(!filer.MoveToNextSibling());
+    filer.MoveToRoot();
+    QCOMPARE(Meaning(filer.GetCurrentNode()), TestSupport::XmlMeaning(u"<r><B/></r>"_s));
+
+    // The root, by its path, from inside it.
+    QVERIFY(filer.MoveToNode(u"B"_s));
+    filer.DeleteNode(u"/"_s);
+    QCOMPARE(filer.GetCurrentNode().nodeName(), u"B"_s);
+    QVERIFY(filer.IsEmpty());
+    filer.MoveToRoot();
+    QVERIFY(filer.GetCurrentNode().isNull());
+}
+
+void tst_XmlFilerNavigation::DeleteNode_path_withoutCursor()
+{
+    XmlFiler filer;
+    LoadWithoutCursor(filer, u"<r><A><B/></A></r>"_s);
+    filer.DeleteNode(u"A"_s);
+    QVERIFY(filer.GetCurrentNode().isNull());
+    filer.DeleteNode(QString());
+    QVERIFY(filer.GetCurrentNode().isNull());
+
+    filer.DeleteNode(u"/A/B"_s);
+    QCOMPARE(filer.GetCurrentNodePath(), u"/r/A"_s);
+    QCOMPARE(Meaning(filer.GetCurrentNode()), TestSupport::XmlMeaning(u"<r><A/></r>"_s));
+
+    LoadWithoutCursor(filer, u"<r><A><B/></A></r>"_s);
+    filer.DeleteNode(u"/r"_s);
+    QVERIFY(filer.GetCurrentNode().isDocument());
+    QVERIFY(filer.IsEmpty());
+}
+
+void tst_XmlFilerNavigation::DeleteNode_path_withoutParent()
+{
+    XmlFiler filer;
+    QVERIFY(filer.LoadFromXmlString(u"<Old><A/></Old>"_s));
+    QVERIFY(!filer.LoadFromXmlString(u"<"_s));
+    filer.DeleteNode(QString());
+    QCOMPARE(filer.GetCurrentNode().nodeName(), u"Old"_s);
+
+    // The path leads to the root that is not there, and there the cursor stays.
+    filer.DeleteNode(u"/"_s);
+    QVERIFY(filer.GetCurrentNode().isNull());
+
+    QVERIFY(filer.LoadFromXmlString(u"<r/>"_s));
+    QVERIFY(filer.MoveToParent());
+    filer.DeleteNode(QString());
+    QVERIFY(filer.GetCurrentNode().isDocument());
+    QVERIFY(!filer.IsEmpty());
+}
+
+void tst_XmlFilerNavigation::DeleteChildNodes()
+{
+    XmlFiler filer;
+    QVERIFY(
+        filer.LoadFromXmlString(u"<r><A id=\"1\">t<B><C/></B><![CDATA[d]]><!--c--><?p q?></A><D/></r>"_s));
+    QVERIFY(filer.MoveToNode(u"A"_s));
+
+    filer.DeleteChildNodes();
+
+    QCOMPARE(filer.GetCurrentNodePath(), u"/r/A"_s);
+    QVERIFY(!filer.GetCurrentNode().hasChildNodes());
+    QCOMPARE(Meaning(filer.GetCurrentNode()), TestSupport::XmlMeaning(u"<r><A id=\"1\"/><D/></r>"_s));
+    filer.DeleteChildNodes();
+    QCOMPARE(filer.GetCurrentNodePath(), u"/r/A"_s);
+}
+
+void tst_XmlFilerNavigation::DeleteChildNodes_documentNode()
+{
+    XmlFiler filer;
+    QVERIFY(filer.LoadFromXmlString(Sample()));
+    QVERIFY(filer.MoveToParent());
+
+    filer.DeleteChildNodes();
+
+    QVERIFY(filer.GetCurrentNode().isDocument());
+    QVERIFY(!filer.GetCurrentNode().hasChildNodes());
+    QVERIFY(filer.IsEmpty());
+    QCOMPARE(filer.SaveAsXmlString(), QString());
+}
+
+void tst_XmlFilerNavigation::DeleteChildNodes_path_data()
+{
+    QTest::addColumn<QString>("start");
+    QTest::addColumn<QString>("path");
+    QTest::addColumn<QString>("expected");
+
+    QTest::newRow("child") << u"/"_s << u"A"_s << u"<r><A/><B x=\"1\"><C/></B></r>"_s;
+    QTest::newRow("absolute, from elsewhere")
+        << u"/A"_s << u"/B"_s << u"<r><A>t<!--c--></A><B x=\"1\"/></r>"_s;
+    QTest::newRow("blank is the cursor") << u"/B"_s << u" "_s << u"<r><A>t<!--c--></A><B x=\"1\"/></r>"_s;
+    QTest::newRow("root") << u"/"_s << u"/"_s << u"<r/>"_s;
+    QTest::newRow("missing") << u"/A"_s << u"/X"_s << u"<r><A>t<!--c--></A><B x=\"1\"><C/></B></r>"_s;
+    QTest::newRow("missing last step")
+        << u"/A"_s << u"/B/X"_s << u"<r><A>t<!--c--></A><B x=\"1\"><C/></B></r>"_s;
+}
+
+void tst_XmlFilerNavigation::DeleteChildNodes_path()
+{
+    QFETCH(const QString, start);
+    QFETCH(const QString, path);
+    QFETCH(const QString, expected);
+    XmlFiler filer;
+    QVERIFY(filer.LoadFromXmlString(u"<r><A>t<!--c--></A><B x=\"1\"><C/></B></r>"_s));
+    QVERIFY(filer.MoveToNode(start));
+    const QDomNode cursor = filer.GetCurrentNode();
+
+    filer.DeleteChildNodes(path);
+
+    QVERIFY(filer.GetCurrentNode() == cursor);
+    filer.MoveToRoot();
+    QCOMPARE(Meaning(filer.GetCurrentNode()), TestSupport::XmlMeaning(expected));
+
+    LoadWithoutCursor(filer, u"<r><A/></r>"_s);
+    filer.DeleteChildNodes(u"/"_s);
+    QVERIFY(filer.GetCurrentNode().isNull());
+    filer.MoveToRoot();
+    QVERIFY(!filer.GetCurrentNode().hasChildNodes());
+}
+
+void tst_XmlFilerNavigation::DeleteChildNodes_cursorInside()
+{
+    XmlFiler filer;
+    QVERIFY(filer.LoadFromXmlString(u"<r><A><B/><C><D/></C></A><E/></r>"_s));
+    QVERIFY(filer.MoveToNode(u"A/B"_s));
+
+    filer.DeleteChildNodes(u"/"_s);
+
+    QCOMPARE(filer.GetCurrentNodePath(), u"/A/B"_s);
+    QVERIFY(filer.MoveToNextSibling());
+    QVERIFY(filer.MoveToNode(u"D"_s));
+    QVERIFY(filer.MoveToParent());
+    QVERIFY(filer.MoveToParent());
+    QVERIFY(!filer.MoveToNextSibling());
+    QVERIFY(!filer.MoveToParent());
+}
+
+// Cursor and stack
+
+void tst_XmlFilerNavigation::GetCurrentNode()
+{
+    XmlFiler filer;
+    filer.CreateRoot(u"r"_s);
+
+    filer.GetCurrentNode().toElement().setAttribute(u"a"_s, u"1"_s);
+
+    QCOMPARE(filer.ReadInt(u"a"_s, 0), 1);
+    const QDomNode handle = filer.GetCurrentNode();
+    QVERIFY(filer.CreateNode(u"A"_s, false));
+    QVERIFY(filer.GetCurrentNode() != handle);
+    QVERIFY(filer.GetCurrentNode().parentNode() == handle);
+}
+
+void tst_XmlFilerNavigation::GetCurrentNodePath()
+{
+    XmlFiler filer;
+    QCOMPARE(filer.GetCurrentNodePath(), QString());
+    QVERIFY(filer.LoadFromXmlString(Sample()));
+
+    QCOMPARE(filer.GetCurrentNodePath(), u"/Settings"_s);
+    QVERIFY(filer.MoveToNode(u"/Panel/Item"_s));
+    QCOMPARE(filer.GetCurrentNodePath(), u"/Settings/Panel/Item"_s);
+    QVERIFY(filer.MoveToNextSibling());
+    QCOMPARE(filer.GetCurrentNodePath(), u"/Settings/Panel/Item"_s);
+    QVERIFY(filer.MoveToNode(u"/Settings/Settings"_s));
+    QCOMPARE(filer.GetCurrentNodePath(), u"/Settings/Settings"_s);
+    QVERIFY(filer.MoveToNode(u"/x:Item"_s));
+    QCOMPARE(filer.GetCurrentNodePath(), u"/Settings/x:Item"_s);
+}
+
+void tst_XmlFilerNavigation::GetCurrentNodePath_besideTheRoot()
+{
+    XmlFiler filer;
+    LoadWithoutCursor(filer, u"<r/>"_s);
+    QVERIFY(filer.CreateOrMoveToNode(u"s/A"_s, true, false));
+    QCOMPARE(filer.GetCurrentNodePath(), u"/#document/s/A"_s);
+    QVERIFY(filer.MoveToParent());
+    QVERIFY(filer.MoveToParent());
+    QCOMPARE(filer.GetCurrentNodePath(), u"/#document"_s);
+}
+
+void tst_XmlFilerNavigation::Stack()
+{
+    XmlFiler filer;
+    filer.PushCurrentNode();
+    QVERIFY(filer.LoadFromXmlString(Sample()));
+    filer.PushCurrentNode();
+    QVERIFY(filer.MoveToNode(u"Panel"_s));
+    filer.PushCurrentNode();
+    filer.PushCurrentNode();
+    QVERIFY(filer.MoveToNode(u"Item"_s));
+
+    const XmlFiler& constant = filer;
+    constant.PopCurrentNode();
+    QCOMPARE(Id(filer), u"p1"_s);
+    filer.MoveToRoot();
+    filer.PopCurrentNode();
+    QCOMPARE(Id(filer), u"p1"_s);
+    filer.PopCurrentNode();
+    QCOMPARE(Id(filer), u"root"_s);
+    constant.PushCurrentNode();
+    filer.PopCurrentNode();
+    QCOMPARE(Id(filer), u"root"_s);
+    filer.PopCurrentNode();
+    QVERIFY(filer.GetCurrentNode().isNull());
+}
+
+void tst_XmlFilerNavigation::Stack_survivesDeletion()
+{
+    XmlFiler filer;
+    QVERIFY(filer.LoadFromXmlString(u"<r><A><B id=\"7\"/><C id=\"8\"/></A></r>"_s));
+    QVERIFY(filer.MoveToNode(u"A/B"_s));
+    filer.PushCurrentNode();
+    filer.MoveToRoot();
+    filer.DeleteChildNodes();
+    for (int i = 0; i < 100; ++i) {
+        filer.CreateImmediateChildNode(u"X"_s);
+        filer.DeleteNode();
+    }
+
+    filer.PopCurrentNode();
+
+    QCOMPARE(Id(filer), u"7"_s);
+    QVERIFY(filer.MoveToNextSibling());
+    QCOMPARE(Id(filer), u"8"_s);
+    QCOMPARE(filer.GetCurrentNodePath(), u"/A/C"_s);
+}
+
+void tst_XmlFilerNavigation::DetachedSiblings_data()
+{
+    QTest::addColumn<int>("way");
+
+    QTest::newRow("failed load") << 0;
+    QTest::newRow("successful load") << 1;
+    QTest::newRow("reset") << 2;
+    QTest::newRow("parent removed") << 3;
+    QTest::newRow("content of the parent's parent removed") << 4;
+    QTest::newRow("content written over") << 5;
+    QTest::newRow("root removed") << 6;
+}
+
+void tst_XmlFilerNavigation::DetachedSiblings()
+{
+    // Whichever way a tree goes, the cursor in it keeps its surroundings and never meets freed memory.
+    QFETCH(const int, way);
+    XmlFiler filer;
+    QVERIFY(filer.LoadFromXmlString(u"<r><A><B id=\"7\"><K/></B><C id=\"8\"/></A></r>"_s));
+    QVERIFY(filer.MoveToNode(u"A/B"_s));
+    filer.PushCurrentNode();
+    switch (way) {
+    case 0:
+        QVERIFY(!filer.LoadFromXmlString(u"<"_s));
+        break;
+    case 1:
+        QVERIFY(filer.LoadFromXmlString(u"<r/>"_s));
+        break;
+    case 2:
+        filer.Reset();
+        break;
+    case 3:
+        filer.DeleteNode(u"/A"_s);
+        break;
+    case 4:
+        filer.DeleteChildNodes(u"/"_s);
+        break;
+    case 5:
+        filer.WriteNodeText(u"/"_s, u"text"_s);
+        break;
+    default:
+        filer.DeleteNode(u"/"_s);
+        break;
+    }
+    filer.PopCurrentNode();
+
+    QCOMPARE(Id(filer), u"7"_s);
+    QVERIFY(filer.MoveToNode(u"K"_s));
+    QVERIFY(filer.MoveToParent());
+    QVERIFY(filer.MoveToNextSibling());
+    QCOMPARE(Id(filer), u"8"_s);
+    filer.WriteInt(u"n/m"_s, u"v"_s, 1);
+    QCOMPARE(filer.ReadInt(u"n/m"_s, u"v"_s, 0), 1);
+    filer.DeleteNode();
+    QCOMPARE(filer.GetCurrentNode().nodeName(), u"A"_s);
+    QCOMPARE(Children(filer.GetCurrentNode()), QStringList(u"B"_s));
+    QVERIFY(!filer.MoveToNextSibling());
+}
+
+void tst_XmlFilerNavigation::RandomOperations_data()
+{
+    QTest::addColumn<quint32>("seed");
+
+    for (quint32 seed = 1; seed <= 30; ++seed)
+        QTest::addRow("seed %u", seed) << seed;
+    // For long runs under a memory checker.
+    bool ok = false;
+    const quint32 own = qEnvironmentVariable("QVUTIL_TEST_SEED").toUInt(&ok);
+    if (ok)
+        QTest::addRow("own seed %u", own) << own;
+}
+
+void tst_XmlFilerNavigation::RandomOperations()
+{
+    QFETCH(const quint32, seed);
+
+    const QString error = RandomWalk(seed, seed % 3 == 0).Run(500);
+
+    QVERIFY2(error.isEmpty(), qPrintable(error));
+}
+
+QTEST_GUILESS_MAIN(tst_XmlFilerNavigation)
+#include "tst_XmlFilerNavigation.moc"
