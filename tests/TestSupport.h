@@ -177,6 +177,14 @@ inline void AppendMeaning(const QDomNode& node, const QString& indent, QString& 
         AppendMeaning(child, indent + u' ', result);
 }
 
+/// What the document that a node belongs to says.
+[[nodiscard]] inline QString DocumentMeaning(const QDomNode& node)
+{
+    QString result;
+    AppendMeaning(node.ownerDocument(), QString(), result);
+    return result;
+}
+
 /// What a document says, attribute order and indentation aside; "unreadable" if it does not parse.
 [[nodiscard]] inline QString XmlMeaning(const QByteArray& xml)
 {

@@ -33,14 +33,6 @@ QString Id(const XmlFiler& filer)
     return filer.GetCurrentNode().toElement().attribute(u"id"_s);
 }
 
-/// What stands in the document that \p node belongs to.
-QString Meaning(const QDomNode& node)
-{
-    QString result;
-    TestSupport::AppendMeaning(node.ownerDocument(), QString(), result);
-    return result;
-}
-
 /// Loads a document and takes the cursor away from it.
 void LoadWithoutCursor(XmlFiler& filer, const QString& xml)
 {
@@ -1110,7 +1102,7 @@ void tst_XmlFilerNavigation::CreateOrMoveToNode()
     QVERIFY(filer.CreateOrMoveToNode(path, true, alwaysNewLast));
 
     QCOMPARE(filer.GetCurrentNodePath(), cursor);
-    QCOMPARE(Meaning(filer.GetCurrentNode()), TestSupport::XmlMeaning(expected));
+    QCOMPARE(TestSupport::DocumentMeaning(filer.GetCurrentNode()), TestSupport::XmlMeaning(expected));
 }
 
 void tst_XmlFilerNavigation::CreateOrMoveToNode_findsLikeMoveToNode_data()
@@ -1289,7 +1281,8 @@ void tst_XmlFilerNavigation::CreateImmediateChildNode()
     QCOMPARE(filer.GetCurrentNodePath(), u"/r/A"_s);
     QVERIFY(filer.GetCurrentNode().nextSibling().isNull());
     QVERIFY(filer.GetCurrentNode().previousSibling().isComment());
-    QCOMPARE(Meaning(filer.GetCurrentNode()), TestSupport::XmlMeaning(u"<r><A/>text<!--c--><A/></r>"_s));
+    QCOMPARE(TestSupport::DocumentMeaning(filer.GetCurrentNode()),
+             TestSupport::XmlMeaning(u"<r><A/>text<!--c--><A/></r>"_s));
 }
 
 void tst_XmlFilerNavigation::CreateImmediateChildNode_withoutCursor()
@@ -1297,7 +1290,7 @@ void tst_XmlFilerNavigation::CreateImmediateChildNode_withoutCursor()
     XmlFiler filer;
     filer.CreateImmediateChildNode(u"r"_s);
     QCOMPARE(filer.GetCurrentNodePath(), u"/r"_s);
-    QCOMPARE(Meaning(filer.GetCurrentNode()), TestSupport::XmlMeaning(u"<r/>"_s));
+    QCOMPARE(TestSupport::DocumentMeaning(filer.GetCurrentNode()), TestSupport::XmlMeaning(u"<r/>"_s));
 
     LoadWithoutCursor(filer, u"<r/><!--c-->"_s);
     filer.CreateImmediateChildNode(u"s"_s);
@@ -1446,7 +1439,7 @@ void tst_XmlFilerNavigation::Movement_withoutCursor()
 
     QVERIFY(filer.GetCurrentNode().isNull());
     filer.MoveToRoot();
-    QCOMPARE(Meaning(filer.GetCurrentNode()), TestSupport::XmlMeaning(Sample()));
+    QCOMPARE(TestSupport::DocumentMeaning(filer.GetCurrentNode()), TestSupport::XmlMeaning(Sample()));
 }
 
 // Deletion
@@ -1461,7 +1454,8 @@ void tst_XmlFilerNavigation::DeleteNode()
     filer.DeleteNode();
 
     QCOMPARE(filer.GetCurrentNodePath(), u"/r"_s);
-    QCOMPARE(Meaning(filer.GetCurrentNode()), TestSupport::XmlMeaning(u"<r><A/>text<C/></r>"_s));
+    QCOMPARE(TestSupport::DocumentMeaning(filer.GetCurrentNode()),
+             TestSupport::XmlMeaning(u"<r><A/>text<C/></r>"_s));
 }
 
 void tst_XmlFilerNavigation::DeleteNode_root()
@@ -1529,7 +1523,7 @@ void tst_XmlFilerNavigation::DeleteNode_path()
     filer.DeleteNode(path);
 
     QVERIFY(filer.GetCurrentNode() == cursor);
-    QCOMPARE(Meaning(cursor), TestSupport::XmlMeaning(expected));
+    QCOMPARE(TestSupport::DocumentMeaning(cursor), TestSupport::XmlMeaning(expected));
 }
 
 void tst_XmlFilerNavigation::DeleteNode_path_cursorInside()
@@ -1551,7 +1545,8 @@ void tst_XmlFilerNavigation::DeleteNode_path_cursorInside()
     filer.DeleteNode();
     QCOMPARE(filer.GetCurrentNodePath(), u"/B"_s);
     filer.MoveToRoot();
-    QCOMPARE(Meaning(filer.GetCurrentNode()), TestSupport::XmlMeaning(u"<r><A/><F/></r>"_s));
+    QCOMPARE(TestSupport::DocumentMeaning(filer.GetCurrentNode()),
+             TestSupport::XmlMeaning(u"<r><A/><F/></r>"_s));
 }
 
 void tst_XmlFilerNavigation::DeleteNode_path_itself()
@@ -1567,7 +1562,7 @@ void tst_XmlFilerNavigation::DeleteNode_path_itself()
     QVERIFY(!filer.MoveToParent());
     QVERIFY(!filer.MoveToNextSibling());
     filer.MoveToRoot();
-    QCOMPARE(Meaning(filer.GetCurrentNode()), TestSupport::XmlMeaning(u"<r><B/></r>"_s));
+    QCOMPARE(TestSupport::DocumentMeaning(filer.GetCurrentNode()), TestSupport::XmlMeaning(u"<r><B/></r>"_s));
 
     // The root, by its path, from inside it.
     QVERIFY(filer.MoveToNode(u"B"_s));
@@ -1589,7 +1584,7 @@ void tst_XmlFilerNavigation::DeleteNode_path_withoutCursor()
 
     filer.DeleteNode(u"/A/B"_s);
     QCOMPARE(filer.GetCurrentNodePath(), u"/r/A"_s);
-    QCOMPARE(Meaning(filer.GetCurrentNode()), TestSupport::XmlMeaning(u"<r><A/></r>"_s));
+    QCOMPARE(TestSupport::DocumentMeaning(filer.GetCurrentNode()), TestSupport::XmlMeaning(u"<r><A/></r>"_s));
 
     LoadWithoutCursor(filer, u"<r><A><B/></A></r>"_s);
     filer.DeleteNode(u"/r"_s);
@@ -1627,7 +1622,8 @@ void tst_XmlFilerNavigation::DeleteChildNodes()
 
     QCOMPARE(filer.GetCurrentNodePath(), u"/r/A"_s);
     QVERIFY(!filer.GetCurrentNode().hasChildNodes());
-    QCOMPARE(Meaning(filer.GetCurrentNode()), TestSupport::XmlMeaning(u"<r><A id=\"1\"/><D/></r>"_s));
+    QCOMPARE(TestSupport::DocumentMeaning(filer.GetCurrentNode()),
+             TestSupport::XmlMeaning(u"<r><A id=\"1\"/><D/></r>"_s));
     filer.DeleteChildNodes();
     QCOMPARE(filer.GetCurrentNodePath(), u"/r/A"_s);
 }
@@ -1676,7 +1672,7 @@ void tst_XmlFilerNavigation::DeleteChildNodes_path()
 
     QVERIFY(filer.GetCurrentNode() == cursor);
     filer.MoveToRoot();
-    QCOMPARE(Meaning(filer.GetCurrentNode()), TestSupport::XmlMeaning(expected));
+    QCOMPARE(TestSupport::DocumentMeaning(filer.GetCurrentNode()), TestSupport::XmlMeaning(expected));
 
     LoadWithoutCursor(filer, u"<r><A/></r>"_s);
     filer.DeleteChildNodes(u"/"_s);
