@@ -56,7 +56,8 @@ int GeneralUtil::FindMatchingBrace(const QString& text, int position)
 
 bool GeneralUtil::ParseFunction(const QString& text, QString& name, QStringList& arguments)
 {
-    const QString source = text; // the text may be the same object as the name or an old argument
+    // The text may be the same object as the name or as an old argument.
+    const QString source = text; // NOLINT(performance-unnecessary-copy-initialization)
     name.clear();
     arguments.clear();
 

@@ -132,14 +132,14 @@ QString GeneralUtil::GetUniqueFile(const QString& file, const QString& format, c
     const auto candidate = [&](const QString& tag) { return withName.arg(tag) + ending; };
 
     if (!firstTry.isEmpty()) {
-        const QString first = candidate(firstTry);
+        QString first = candidate(firstTry);
         if (!QFile::exists(first))
             return first;
     }
     const QString tagFormat = format.isEmpty() ? u"%1"_s : format;
     const bool counts = HasPlaceholder(tagFormat);
     for (int counter = start; counter < kCounterEnd; ++counter) {
-        const QString next = candidate(counts ? tagFormat.arg(counter) : tagFormat);
+        QString next = candidate(counts ? tagFormat.arg(counter) : tagFormat);
         if (!QFile::exists(next))
             return next;
         if (!counts)
