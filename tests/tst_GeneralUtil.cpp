@@ -377,7 +377,7 @@ void tst_GeneralUtil::EnumNameToValue_data()
     QTest::newRow("first of two rows of the name") << u"TWICE"_s << false << 16;
     QTest::newRow("value 0") << u"None"_s << false << 0;
     QTest::newRow("negative value") << u"minus"_s << false << -5;
-    QTest::newRow("empty") << u""_s << false << -1;
+    QTest::newRow("row without a name") << u""_s << false << 128;
     QTest::newRow("name with a comma") << u"With,Comma"_s << false << 64;
 
     QTest::newRow("flags, one") << u"Green"_s << true << 2;
@@ -389,8 +389,9 @@ void tst_GeneralUtil::EnumNameToValue_data()
     QTest::newRow("flags, value 0 alone") << u"none"_s << true << 0;
     QTest::newRow("flags, negative value") << u"Minus,Red"_s << true << (-5 | 1);
     QTest::newRow("flags, nothing") << u""_s << true << -1;
+    QTest::newRow("flags, empty part is not the row without a name") << u"Red,"_s << true << 1;
     QTest::newRow("flags, commas alone") << u",,"_s << true << -1;
-    QTest::newRow("flags, blank part") << u" , "_s << true << -1;
+    QTest::newRow("flags, blank part is the row without a name") << u" , "_s << true << 128;
     QTest::newRow("flags, name with a comma") << u"With,Comma"_s << true << -1;
 }
 
@@ -402,7 +403,7 @@ void tst_GeneralUtil::EnumNameToValue()
 
     QList<EnumValueName> table(mColors.cbegin(), mColors.cend());
     table << EnumValueName{16, u"Twice"_s} << EnumValueName{32, u"tWICE"_s} << EnumValueName{0, u"None"_s}
-          << EnumValueName{-5, u"Minus"_s} << EnumValueName{64, u"With,Comma"_s};
+          << EnumValueName{-5, u"Minus"_s} << EnumValueName{64, u"With,Comma"_s} << EnumValueName{128, u""_s};
     QCOMPARE(GeneralUtil::EnumNameToValue(name, table.data(), static_cast<int>(table.size()), flags),
              expected);
 }

@@ -387,6 +387,9 @@ void tst_GeneralUtilFiles::GetFiles_links()
         Paths({u"d/a.txt"_s, u"d/file"_s, u"d/folder/o.txt"_s, u"d/folder/sub/p.txt"_s, u"d/nothing"_s}));
     QCOMPARE(GeneralUtil::GetFiles(folder, u""_s, QDir::Files | QDir::Dirs | QDir::NoSymLinks, true),
              Paths({u"d/a.txt"_s}));
+    // A link that leads nowhere is no sub-folder.
+    QCOMPARE(GeneralUtil::GetFiles(folder, u"*.txt"_s, QDir::Dirs | QDir::System | QDir::NoSymLinks, true),
+             QStringList());
     // To Qt, a link that leads nowhere is a system file first.
     QCOMPARE(
         Sorted(GeneralUtil::GetFiles(folder, u""_s, QDir::Files | QDir::System | QDir::NoSymLinks, true)),

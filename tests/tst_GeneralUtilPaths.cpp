@@ -117,6 +117,7 @@ void tst_GeneralUtilPaths::CleanPath_data()
     QTest::newRow("server, backslashes and slashes at the end")
         << u" \\\\server\\share// "_s << u"\\\\server\\share"_s;
     QTest::newRow("server, both kinds in front") << u"\\/server//share/"_s << u"\\/server/share"_s;
+    QTest::newRow("server, slash and backslash in front") << u"/\\server/share/"_s << u"/\\server/share"_s;
     QTest::newRow("backslash in front is no slash") << u"\\a/"_s << u"\\a"_s;
 
     QTest::newRow("scheme") << u"ftp:\\\\a\\b"_s << u"ftp://a/b"_s;

@@ -81,8 +81,8 @@ qsizetype GeneralUtil::RemoveDuplicates(QStringList& list, bool ignoreCase)
     if (!ignoreCase)
         return list.removeDuplicates();
 
-    // An ordered set, because only the comparison itself knows which texts are equal but for case: the
-    // folded forms, which could be hashed, make "ß" and "ss" equal, and the comparison does not.
+    // An ordered set, because it asks the comparison itself which texts are equal but for case; a hash would
+    // need folded texts, and so a guess at how the comparison folds.
     std::set<QStringView, LessIgnoringCase> seen;
     return list.removeIf([&seen](const QString& entry) { return !seen.insert(entry).second; });
 }
