@@ -3,6 +3,8 @@
 
 #include "Transcript.h"
 
+#include <QRegularExpression>
+
 #include <cstdio>
 
 #include <unistd.h>
@@ -19,8 +21,9 @@ constexpr auto kPlain = "\033[0m"_L1;
 // The source of a call without what a literal needs in C++ and a reader does not.
 QString Readable(const char* source)
 {
+    static const QRegularExpression prefix(u"\\bu\""_s);
     QString text = QString::fromUtf8(source);
-    text.replace("u\""_L1, "\""_L1);
+    text.replace(prefix, u"\""_s);
     text.replace("\"_s"_L1, "\""_L1);
     return text;
 }
