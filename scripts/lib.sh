@@ -165,7 +165,18 @@ use_ccache()
     fi
 }
 
-# build PRESET [TARGET...]: configures the preset when it is new or its files changed, and builds it.
+# configure PRESET: makes the build tree of a preset, unless it is there. The build looks after its changes.
+configure()
+{
+    use_ccache
+    if [ ! -f "build/$1/build.ninja" ]; then
+        say "Configuring (preset $1)"
+        # A compiler that nobody here has seen yet may warn where ours do not: only for us is that an error.
+        cmake --preset "$1" -DCMAKE_COMPILE_WARNING_AS_ERROR="${CI:-OFF}"
+    fi
+}
+
+# build PRESET [TARGET...]: builds a preset, all of it or these targets.
 build()
 {
     local preset=$1 target
@@ -174,12 +185,7 @@ build()
     for target in "$@"; do
         targets+=(--target "$target")
     done
-    use_ccache
-    if [ ! -f "build/$preset/build.ninja" ]; then
-        say "Configuring (preset $preset)"
-        # A compiler that nobody here has seen yet may warn where ours do not: only for us is that an error.
-        cmake --preset "$preset" -DCMAKE_COMPILE_WARNING_AS_ERROR="${CI:-OFF}"
-    fi
+    configure "$preset"
     say "Building (preset $preset)"
     cmake --build "build/$preset" ${targets[@]+"${targets[@]}"}
 }
