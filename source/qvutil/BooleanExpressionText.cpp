@@ -26,11 +26,11 @@ constexpr bool IsBlank(QChar c)
 class BooleanExpressionText::Scan
 {
 public:
-    Scan(const BooleanExpressionText& text, Range range, Ranges& parts, Ranges* dropped)
+    Scan(const BooleanExpressionText& text, Range range, Ranges& parts, Notes& notes)
         : mText(text)
         , mRange(range)
         , mParts(parts)
-        , mDropped(dropped)
+        , mNotes(notes)
         , mSegment(range.Begin)
     { }
 
@@ -42,8 +42,10 @@ public:
             if (c == u'(') {
                 const qsizetype close = mText.mPartner[i];
                 EndSegmentBeforeGroup(i);
-                if (close < 0)
+                if (close < 0) {
+                    mNotes.Mistake = {i, i + 1};
                     return false;
+                }
                 Append({i + 1, close});
                 mSegment = close + 1;
                 i = TakeOperatorBehindGroup() ? mSegment - 1 : close;
@@ -75,8 +77,8 @@ private:
         if (mText.mText[last] == u'&') {
             Append(mText.Trimmed({segment.Begin, last}));
             mParts.append({last, segment.End});
-        } else if (mDropped != nullptr) {
-            mDropped->append(segment);
+        } else {
+            mNotes.Dropped.append(segment);
         }
     }
 
@@ -96,7 +98,7 @@ private:
     const BooleanExpressionText& mText;
     const Range mRange;
     Ranges& mParts;
-    Ranges* mDropped;
+    Notes& mNotes;
     qsizetype mSegment; // where the text begins that belongs to no part yet
 };
 
@@ -125,18 +127,18 @@ BooleanExpressionText::BooleanExpressionText(QStringView text)
         open = std::exchange(mPartner[open], -1);
 }
 
-bool BooleanExpressionText::IsBalanced(Range range) const
+qsizetype BooleanExpressionText::FindUnpaired(Range range) const
 {
     for (qsizetype i = range.Begin; i < range.End; ++i) {
         if (mText[i] == u'(') {
+            if (mPartner[i] < 0 || mPartner[i] >= range.End)
+                return i;
             i = mPartner[i];
-            if (i < 0 || i >= range.End)
-                return false;
         } else if (mText[i] == u')') {
-            return false;
+            return i;
         }
     }
-    return true;
+    return -1;
 }
 
 BooleanExpressionText::Range BooleanExpressionText::Trimmed(Range range) const
@@ -162,22 +164,30 @@ char16_t BooleanExpressionText::Operator(Range range) const
     return isOperator ? mText[token.Begin].unicode() : u'\0';
 }
 
-bool BooleanExpressionText::Split(Range range, Ranges& parts, Ranges* dropped) const
+bool BooleanExpressionText::Split(Range range, Ranges& parts, Notes* notes) const
 {
+    Notes ownNotes;
+    Notes& allNotes = notes != nullptr ? *notes : ownNotes;
     const qsizetype first = parts.size();
-    if (!Scan(*this, range, parts, dropped).Run() || parts.size() == first)
+    if (!Scan(*this, range, parts, allNotes).Run())
         return false;
+    if (parts.size() == first) {
+        allNotes.Mistake = range;
+        return false;
+    }
 
     const Range only = parts[first];
     if (parts.size() == first + 1 && !HasBraces(only)) {
         parts.removeLast();
-        if (!SplitChain(only, parts))
+        if (!SplitChain(only, parts, allNotes))
             return false;
     }
     for (qsizetype i = first; i < parts.size(); ++i) {
         const bool operandDue = (i - first) % 2 == 0 || i == parts.size() - 1;
-        if (operandDue && Operator(parts[i]) != 0)
+        if (operandDue && Operator(parts[i]) != 0) {
+            allNotes.Mistake = parts[i];
             return false;
+        }
     }
     return true;
 }
@@ -197,15 +207,17 @@ bool BooleanExpressionText::HasBraces(Range range) const
 }
 
 // Splits a range at each '&'. Returns false if nothing stands before or behind one.
-bool BooleanExpressionText::SplitChain(Range chain, Ranges& parts) const
+bool BooleanExpressionText::SplitChain(Range chain, Ranges& parts, Notes& notes) const
 {
     qsizetype begin = chain.Begin;
     for (qsizetype i = chain.Begin; i <= chain.End; ++i) {
         if (i < chain.End && mText[i] != u'&')
             continue;
         const Range piece = Trimmed({begin, i});
-        if (piece.IsEmpty())
+        if (piece.IsEmpty()) {
+            notes.Mistake = i < chain.End ? Range{i, i + 1} : Range{begin - 1, begin}; // the '&' beside it
             return false;
+        }
         parts.append(piece);
         if (i < chain.End)
             parts.append({i, i + 1});

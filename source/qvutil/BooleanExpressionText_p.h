@@ -25,6 +25,13 @@ public:
     };
     using Ranges = QVarLengthArray<Range, 64>;
 
+    /// What a split has to say to people who write expressions.
+    struct Notes
+    {
+        Ranges Dropped; ///< pieces of text that take no part
+        Range Mistake; ///< after a failure: the empty operand, or the operator that stands in the wrong place
+    };
+
     /// \param text  the text, which must outlive this object
     explicit BooleanExpressionText(QStringView text);
 
@@ -33,8 +40,8 @@ public:
     {
         return mText.sliced(range.Begin, range.End - range.Begin);
     }
-    /// \return whether the parentheses of \p range pair up within it
-    [[nodiscard]] bool IsBalanced(Range range) const;
+    /// \return position of the first parenthesis that has no partner within \p range; -1 if all have one
+    [[nodiscard]] qsizetype FindUnpaired(Range range) const;
     /// \return \p range without the white space at its ends, as QString::trimmed sees it
     [[nodiscard]] Range Trimmed(Range range) const;
     /// \return \p range without the pairs of parentheses around the whole of it
@@ -44,16 +51,16 @@ public:
     /// Splits a range at its uppermost level.
     /// \param range    the whole text, or a range whose parentheses balance
     /// \param parts    operands and operators are appended here; nothing is taken back after a failure
-    /// \param dropped  if not null, pieces of text that the split passes over are appended here
+    /// \param notes    receives what is odd about the range, if not null
     /// \return whether the parts can be an expression
-    [[nodiscard]] bool Split(Range range, Ranges& parts, Ranges* dropped = nullptr) const;
+    [[nodiscard]] bool Split(Range range, Ranges& parts, Notes* notes = nullptr) const;
 
 private:
     class Scan;
 
     [[nodiscard]] bool IsProper(Range range) const;
     [[nodiscard]] bool HasBraces(Range range) const;
-    [[nodiscard]] bool SplitChain(Range chain, Ranges& parts) const;
+    [[nodiscard]] bool SplitChain(Range chain, Ranges& parts, Notes& notes) const;
 
     QStringView mText;
     QVarLengthArray<qsizetype, 256> mPartner; ///< for each '(' the position of its ')', -1 if there is none

@@ -1,0 +1,105 @@
+// SPDX-FileCopyrightText: 2026 The QvUtil developers
+// SPDX-License-Identifier: MIT
+
+#ifndef QVUTIL_BOOLEANEXPRESSIONEVALUATION_P_H
+#define QVUTIL_BOOLEANEXPRESSIONEVALUATION_P_H
+
+#include "BooleanExpressionText_p.h"
+
+#include <QVarLengthArray>
+
+#include <utility>
+
+namespace Quorvin::Util {
+
+/// One evaluation of an expression. Groups within groups are kept in lists of its own rather than on the
+/// stack, which a deeply nested expression would overflow.
+///
+/// \tparam Ask  bool(BooleanExpressionText::Range operand, bool& value): answers for an operand, false if it
+///              is not known; \c value is false when it is called
+template <typename Ask> class BooleanExpressionEvaluation
+{
+public:
+    BooleanExpressionEvaluation(const BooleanExpressionText& text, Ask ask)
+        : mText(text)
+        , mAsk(std::move(ask))
+    { }
+
+    /// \param value  receives the truth of the whole text; false after a failure
+    /// \return whether the expression is well formed, as far as it was looked at, and all operands are known
+    [[nodiscard]] bool Run(bool& value)
+    {
+        value = false;
+        if (!Enter(mText.Whole()))
+            return false;
+        while (!mLevels.isEmpty()) {
+            if (!Advance())
+                return false;
+        }
+        value = mValue;
+        return true;
+    }
+
+private:
+    using Range = BooleanExpressionText::Range;
+
+    // A list of operands and operators that is being worked through. Its parts are the last ones of mParts.
+    struct Level
+    {
+        qsizetype First;
+        qsizetype Next;
+    };
+
+    // Begins with an operand: asks for it, or splits it and leaves its parts to Advance.
+    [[nodiscard]] bool Enter(Range operand)
+    {
+        mValue = false;
+        const qsizetype first = mParts.size();
+        const Range trimmed = mText.Trimmed(operand);
+        if (mText.FindUnpaired(trimmed) >= 0 || !mText.Split(mText.WithoutBraces(trimmed), mParts))
+            return false;
+        if (mParts.size() > first + 1) {
+            mLevels.append({first, first});
+            return true;
+        }
+        const Range name = mParts.last();
+        mParts.removeLast();
+        return mAsk(name, mValue);
+    }
+
+    // Goes on with the innermost list: mValue is that of its operands so far.
+    [[nodiscard]] bool Advance()
+    {
+        Level& level = mLevels.last();
+        if (level.Next > level.First) {
+            if (level.Next == mParts.size())
+                return Leave();
+            const Range part = mParts[level.Next++];
+            if (mText.Operator(part) == 0)
+                return false;
+            // Only a bare operator can decide early; one that was written in a group of its own, with blanks
+            // around it, cannot.
+            const QStringView token = mText.View(part);
+            if ((mValue && token == u'|') || (!mValue && token == u'&'))
+                return Leave();
+        }
+        return Enter(mParts[level.Next++]);
+    }
+
+    bool Leave()
+    {
+        mParts.resize(mLevels.last().First);
+        mLevels.removeLast();
+        return true;
+    }
+
+    const BooleanExpressionText& mText;
+    Ask mAsk;
+    bool mValue = false; // of the operand that was evaluated last
+    BooleanExpressionText::Ranges mParts;
+    QVarLengthArray<Level, 16> mLevels;
+};
+
+} // namespace Quorvin::Util
+
+#endif // QVUTIL_BOOLEANEXPRESSIONEVALUATION_P_H
