@@ -12,6 +12,8 @@ class CommandLine;
 void AddXmlCommands(CommandLine& line);
 void AddSettingsCommands(CommandLine& line);
 void AddXliffCommands(CommandLine& line);
+void AddExprCommands(CommandLine& line);
+void AddLocaleCommands(CommandLine& line);
 void AddHashCommand(CommandLine& line);
 void AddSelfCommands(CommandLine& line);
 

@@ -12,6 +12,8 @@ int main(int argc, char* argv[])
     AddXmlCommands(line);
     AddSettingsCommands(line);
     AddXliffCommands(line);
+    AddExprCommands(line);
+    AddLocaleCommands(line);
     AddHashCommand(line);
     AddSelfCommands(line);
     return static_cast<int>(line.Run(argc, argv));
