@@ -83,9 +83,9 @@ packages_of()
         demo:debian | demo:brew)
             echo shared-mime-info ;;
         bench:debian)
-            echo libbenchmark-dev libkf5config-dev python3-matplotlib ;;
+            echo libbenchmark-dev libicu-dev libkf5config-dev libmuparser-dev python3-matplotlib ;;
         bench:brew)
-            echo google-benchmark ;;
+            echo google-benchmark icu4c muparser ;;
         docs:debian)
             echo doxygen graphviz python3 ;;
         docs:brew)
