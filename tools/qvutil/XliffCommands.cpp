@@ -243,7 +243,9 @@ void AddExtract(CommandLine& line, CLI::App& group)
         [options] { return ExtractCommand(*options).Run(); });
     AddTexts(command, "DOCUMENT", options->Documents.Paths, "XML files, and folders to look for them in")
         ->required();
-    AddText(command, "--output,-o", options->Output, "XLIFF file to write or update")->required();
+    AddText(command, "--output,-o", options->Output,
+            "XLIFF file to write or update (required); {language} stands for each --language")
+        ->required();
     AddTexts(command, "--language,-l", options->Languages,
              "Language to translate into, such as de or pt-BR; default: the one in the file");
     AddText(command, "--source-language", options->Extraction.SourceLanguage,
@@ -270,11 +272,17 @@ struct CheckOptions
     bool Json = false;
 };
 
+QStringList KindNames()
+{
+    QStringList names;
+    for (const FindingKind kind : GetFindingKinds())
+        names.append(GetKindName(kind));
+    return names;
+}
+
 QStringList AllowedKinds(const CheckOptions& options)
 {
-    QStringList known;
-    for (const FindingKind kind : GetFindingKinds())
-        known.append(GetKindName(kind));
+    const QStringList known = KindNames();
     for (const QString& kind : options.Allowed) {
         if (!known.contains(kind))
             throw UsageFailure(
@@ -353,6 +361,7 @@ ExitCode Check(const CheckOptions& options)
 void AddCheck(CommandLine& line, CLI::App& group)
 {
     auto options = std::make_shared<CheckOptions>();
+    const QStringList kinds = KindNames();
     CLI::App& command = line.AddCommand(
         group, "check", "Find what a user would see untranslated, cut or not at all",
         "qvutil xliff check de.xlf ja.xlf\n"
@@ -368,7 +377,8 @@ void AddCheck(CommandLine& line, CLI::App& group)
                      "Do not mind missing and empty targets");
     command.add_flag("--require-finished", options->RequireFinished,
                      "Mind targets whose state is new or needs-...");
-    AddTexts(command, "--allow", options->Allowed, "Do not mind this kind of finding, as named in brackets");
+    AddTexts(command, "--allow", options->Allowed,
+             "Do not mind this kind of finding: " + kinds.join(", "_L1).toStdString());
     AddJsonFlag(command, options->Json);
 }
 

@@ -222,8 +222,7 @@ QString XliffDocument::Escape(const QString& text, bool isAttribute) const
 QString XliffDocument::EscapeContent(const QString& text) const
 {
     QString copy = text;
-    const bool isPlain
-        = !IsBlank(text) && !const_cast<XliffDocument*>(this)->mSource.GetFiler().StripTr(copy);
+    const bool isPlain = !IsBlank(text) && !mSource.GetFiler().StripTr(copy);
     return isPlain ? Escape(text, false) : "<![CDATA["_L1 + text + "]]>"_L1;
 }
 

@@ -64,6 +64,7 @@ public:
 
     /// The library's reader. Its cursor may be moved, its document must not be changed.
     [[nodiscard]] Util::XmlFiler& GetFiler() { return *mFiler; }
+    [[nodiscard]] const Util::XmlFiler& GetFiler() const { return *mFiler; }
 
     /// Tells whether the text and the document tree hold the same elements. They do not if an entity of the
     /// document's own stands for markup; there are no elements then, and no places.
