@@ -21,24 +21,28 @@ namespace {
 // As much as the library takes.
 constexpr int kMaximumExpansion = 16 * 1024 * 1024;
 
-bool IsUtf8SoFar(QByteArrayView bytes)
+bool IsUtf8(QByteArrayView bytes, QStringDecoder::Flag flag)
 {
-    QStringDecoder decoder(QStringDecoder::Utf8); // takes a character that is cut off at the end
+    QStringDecoder decoder(QStringDecoder::Utf8, flag);
     const QString text = decoder(bytes);
     return !decoder.hasError();
 }
 
 // The parser decodes a file in large pieces and does not tell which byte is wrong.
-std::optional<qsizetype> FindByteThatIsNoUtf8(const QByteArray& bytes)
+std::optional<qsizetype> FindByteThatIsNoUtf8(QByteArrayView bytes)
 {
-    if (IsUtf8SoFar(bytes))
+    // A piece that ends within a character is right so far.
+    if (IsUtf8(bytes, QStringDecoder::Flag::Default))
         return std::nullopt;
     qsizetype good = 0;
     qsizetype bad = bytes.size();
     while (bad - good > 1) {
         const qsizetype middle = good + (bad - good) / 2;
-        (IsUtf8SoFar(QByteArrayView(bytes).first(middle)) ? good : bad) = middle;
+        (IsUtf8(bytes.first(middle), QStringDecoder::Flag::Default) ? good : bad) = middle;
     }
+    // The character that does not go on is the wrong one, not the byte that shows it.
+    while (!IsUtf8(bytes.first(good), QStringDecoder::Flag::Stateless))
+        --good;
     return good;
 }
 

@@ -12,6 +12,7 @@
 #include <QFileInfo>
 #include <QJsonObject>
 
+#include <algorithm>
 #include <memory>
 
 using namespace Qt::StringLiterals;
@@ -122,6 +123,12 @@ QByteArray ReadAll(const QString& argument)
     return file.readAll();
 }
 
+void CheckName(const QString& name)
+{
+    if (!IsXmlName(name))
+        throw UsageFailure(u"%1 is no name of an element or attribute"_s.arg(Console::Quoted(name)));
+}
+
 void CheckNames(const ValuePlace& place, ValueType type)
 {
     QString path = place.Path.trimmed();
@@ -129,10 +136,7 @@ void CheckNames(const ValuePlace& place, ValueType type)
     QStringList names = path.split(u'/', Qt::SkipEmptyParts);
     if (!IsContent(type))
         names += place.Name;
-    for (const QString& name : std::as_const(names)) {
-        if (!IsXmlName(name))
-            throw UsageFailure(u"%1 is no name of an element or attribute"_s.arg(Console::Quoted(name)));
-    }
+    std::for_each(names.cbegin(), names.cend(), &CheckName);
 }
 
 void CheckCharacters(const QByteArray& value)
@@ -174,6 +178,7 @@ void OpenForChange(XmlFiler& filer, const SetOptions& options)
     if (options.File != "-"_L1 && !options.File.isEmpty() && !info.exists()) {
         if (!options.Create)
             throw Failure(options.File, u"No such file or directory; --create makes it"_s);
+        CheckName(options.Root);
         filer.CreateRoot(options.Root);
         return;
     }

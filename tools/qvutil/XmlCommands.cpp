@@ -11,7 +11,6 @@
 #include <QJsonArray>
 #include <QJsonObject>
 
-#include <limits>
 #include <memory>
 
 using namespace Qt::StringLiterals;
@@ -20,13 +19,15 @@ using Quorvin::Util::XmlFiler;
 namespace Quorvin::Tool {
 namespace {
 
+// Documents that are deeper are not loaded.
+constexpr int kDeepest = 1000;
 constexpr qsizetype kShownCharacters = 100;
 
 struct PartOptions
 {
     QString File;
     QString Path;
-    int Depth = std::numeric_limits<int>::max();
+    int Depth = kDeepest;
     bool Inner = false;
     bool Json = false;
 };
@@ -142,7 +143,7 @@ void AddXmlCommands(CommandLine& line)
     AddPartArguments(list, *listOptions);
     list.add_option("--depth", listOptions->Depth, "Levels to go down below the element; all if not given")
         ->type_name("LEVELS")
-        ->check(CLI::NonNegativeNumber);
+        ->check(CLI::Range(0, kDeepest));
 
     auto catOptions = std::make_shared<PartOptions>();
     CLI::App& cat = line.AddCommand(group, "cat", "Print an element as XML",
