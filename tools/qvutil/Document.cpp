@@ -62,6 +62,17 @@ std::optional<ParseProblem> FindEncodingProblem(QFile& file)
                         .IsTorn = false};
 }
 
+// The parser does not always know how far it came.
+ParseProblem TornAtEnd(QFile& file)
+{
+    const QByteArray bytes = file.seek(0) ? file.readAll() : QByteArray();
+    const QByteArray lastLine = bytes.sliced(bytes.lastIndexOf('\n') + 1);
+    return ParseProblem{.Line = bytes.count('\n') + 1,
+                        .Column = std::max<qint64>(QString::fromUtf8(lastLine).size(), 1),
+                        .Reason = u"the file ends in the middle of the document"_s,
+                        .IsTorn = true};
+}
+
 bool IsEncodingError(const QXmlStreamReader& reader)
 {
     const QStringView encoding = reader.documentEncoding();
@@ -91,15 +102,15 @@ std::optional<ParseProblem> FindParseProblem(const QString& path)
         if (const auto problem = FindEncodingProblem(file))
             return problem;
     }
-    const bool isTorn = reader.error() == QXmlStreamReader::PrematureEndOfDocumentError;
-    QString reason
-        = isTorn ? u"the file ends in the middle of the document"_s : reader.errorString().simplified();
+    if (reader.error() == QXmlStreamReader::PrematureEndOfDocumentError)
+        return TornAtEnd(file);
+    QString reason = reader.errorString().simplified();
     while (reason.endsWith(u'.'))
         reason.chop(1);
     return ParseProblem{.Line = reader.lineNumber(),
                         .Column = std::max<qint64>(reader.columnNumber(), 1),
                         .Reason = reason,
-                        .IsTorn = isTorn};
+                        .IsTorn = false};
 }
 
 QString LimitsReason()

@@ -8,6 +8,7 @@
 
 #include <qvutil/GeneralUtil.h>
 
+#include <QElapsedTimer>
 #include <QFileInfo>
 #include <QJsonArray>
 #include <QJsonObject>
@@ -63,8 +64,10 @@ QString HashFile(const QString& argument, Console::ProgressBar& bar, qint64 done
     auto digest = std::async(std::launch::async, &GeneralUtil::GenerateCheckSumMD5, file.Path());
     const QString label
         = file.Name() + u", "_s + GeneralUtil::BytesToString(QFileInfo(file.Path()).size(), 1);
+    QElapsedTimer timer;
+    timer.start();
     do {
-        bar.Show(done, label);
+        bar.Show(done, label + u", %1 s"_s.arg(timer.elapsed() / 1000));
     } while (digest.wait_for(std::chrono::milliseconds(100)) != std::future_status::ready);
     const QString result = digest.get();
     if (result.isEmpty())

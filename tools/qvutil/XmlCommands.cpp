@@ -143,7 +143,7 @@ void AddXmlCommands(CommandLine& line)
     AddPartArguments(list, *listOptions);
     list.add_option("--depth", listOptions->Depth, "Levels to go down below the element; all if not given")
         ->type_name("LEVELS")
-        ->check(CLI::Range(0, kDeepest));
+        ->check(CLI::Range(0, kDeepest).description(""));
 
     auto catOptions = std::make_shared<PartOptions>();
     CLI::App& cat = line.AddCommand(group, "cat", "Print an element as XML",
