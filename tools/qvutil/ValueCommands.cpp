@@ -61,7 +61,7 @@ ValueType TypeOf(const QString& typeName, bool hasName)
 QString PathOf(XmlFiler& filer, const QString& path)
 {
     filer.PushCurrentNode();
-    const QString result = filer.MoveToNode(path) ? filer.GetCurrentNodePath() : path;
+    QString result = filer.MoveToNode(path) ? filer.GetCurrentNodePath() : path;
     filer.PopCurrentNode();
     return result;
 }
