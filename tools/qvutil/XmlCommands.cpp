@@ -55,7 +55,7 @@ QString Shortened(const QString& value)
 
 void PrintTree(const QDomElement& element, int level, int depth)
 {
-    QString line = QString(qsizetype {2} * level, u' ') + element.tagName();
+    QString line = QString(qsizetype{2} * level, u' ') + element.tagName();
     const QMap<QString, QString> attributes = AttributesOf(element);
     for (auto it = attributes.cbegin(); it != attributes.cend(); ++it)
         line += u' ' + it.key() + u'=' + Shortened(it.value());
