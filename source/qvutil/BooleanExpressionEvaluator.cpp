@@ -18,7 +18,8 @@ bool BooleanExpressionEvaluator::Evaluate(const QString& expression, bool& value
     value = false;
     if (mCallback == nullptr)
         return false;
-    const QString copy = expression; // the callback may change the host's
+    // The callback may change the host's text. NOLINTNEXTLINE(performance-unnecessary-copy-initialization)
+    const QString copy = expression;
     const BooleanExpressionText text(copy);
     BooleanExpressionEvaluation evaluation(text,
                                            [&](BooleanExpressionText::Range operand, bool& operandValue) {
@@ -39,7 +40,8 @@ bool BooleanExpressionEvaluator::ValidateAndFixBraces(QString& expression) const
 
 bool BooleanExpressionEvaluator::SplitByPrecedence(const QString& expression, QStringList& parts) const
 {
-    const QString copy = expression; // it may be one of the parts
+    // The expression may be one of the parts. NOLINTNEXTLINE(performance-unnecessary-copy-initialization)
+    const QString copy = expression;
     parts.clear();
     const BooleanExpressionText text(copy);
     BooleanExpressionText::Ranges ranges;

@@ -41,7 +41,8 @@ struct NameKey
     {
         (position < 8 ? High : Low) |= character << (56 - position % 8 * 8);
     }
-    constexpr auto operator<=>(const NameKey&) const = default;
+    // clang-tidy 14 takes the comparison's inner 0 for a pointer.
+    constexpr auto operator<=>(const NameKey&) const = default; // NOLINT(modernize-use-nullptr): see above
 };
 
 constexpr char FoldAscii(char c)
@@ -87,7 +88,7 @@ template <typename Key> struct Index
         Key Value{};
         quint8 Position = 0; ///< in gLocales
         // of equal keys the one that comes first in the table
-        constexpr auto operator<=>(const Entry&) const = default;
+        constexpr auto operator<=>(const Entry&) const = default; // NOLINT(modernize-use-nullptr): as above
     };
     std::array<Entry, gLocales.size()> Entries{};
 
