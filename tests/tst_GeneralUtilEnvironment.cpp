@@ -15,7 +15,9 @@
 #include <QtTest>
 
 #include <cstdio>
+#include <cstring>
 #include <optional>
+#include <type_traits>
 
 using namespace Qt::StringLiterals;
 using namespace Quorvin::Util;
@@ -77,6 +79,7 @@ private Q_SLOTS:
     void FindLocaleFile_listedFolderBeforeApplicationFolder();
     void FindLocaleFile_emptyLocaleIsTheSystems();
     void FindLocaleFile_relativeFolder();
+    void FindLocaleFile_foundWithoutApplication();
 
     void OutputDebugString_silentByDefault();
     void OutputDebugString_text();
@@ -156,6 +159,7 @@ void tst_GeneralUtilEnvironment::RegistryKeyExists()
 {
     QFETCH(const QString, key);
 
+    static_assert(std::is_same_v<decltype(&GeneralUtil::RegistryKeyExists), bool (*)(QString)>);
     QCOMPARE(GeneralUtil::RegistryKeyExists(key), false);
 }
 
@@ -458,6 +462,19 @@ void tst_GeneralUtilEnvironment::FindLocaleFile_relativeFolder()
     QCOMPARE(GeneralUtil::FindLocaleFile(u"strings"_s, u"fr-FR"_s, u"sub"_s), expected);
 }
 
+// The application's folder is asked for only when the listed ones have failed; Qt warns if nobody can tell
+// it.
+void tst_GeneralUtilEnvironment::FindLocaleFile_foundWithoutApplication()
+{
+    const QString expected = MakeFile(u"fr-FR/strings.xlf"_s);
+    QProcess process;
+    process.setProcessChannelMode(QProcess::MergedChannels);
+    process.start(QCoreApplication::applicationFilePath(), {u"--locale-file"_s, mRoot});
+    QVERIFY(process.waitForFinished());
+
+    QCOMPARE(process.readAllStandardOutput(), QByteArray('[' + expected.toUtf8() + "]\n"));
+}
+
 void tst_GeneralUtilEnvironment::OutputDebugString_silentByDefault()
 {
     // FailOnAnyMessage() sees warnings only, so look at every message that leaves the library.
@@ -502,6 +519,12 @@ void tst_GeneralUtilEnvironment::OutputDebugString_wideText()
 int main(int argc, char* argv[])
 {
     qputenv("LC_ALL", "de_DE.UTF-8"); // before Qt looks at it
+    if (argc == 3 && std::strcmp(argv[1], "--locale-file") == 0) {
+        const QString folders = QFile::decodeName(argv[2]);
+        const QString path = GeneralUtil::FindLocaleFile(u"strings"_s, u"fr-FR"_s, folders);
+        std::printf("[%s]\n", qUtf8Printable(path));
+        return 0;
+    }
     QCoreApplication application(argc, argv);
     const QStringList arguments = QCoreApplication::arguments();
     if (arguments.value(1) == "--module-path"_L1) {

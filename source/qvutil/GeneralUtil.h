@@ -232,7 +232,8 @@ public:
     /// \param format    the tag, in which `%1` is replaced by a counter; empty for `%1`. Without a
     ///                  placeholder there is only the one tag.
     /// \param firstTry  a tag to try before the counted ones; none if empty
-    /// \param append    true: the tag follows the name, before the suffix; false: it precedes the name
+    /// \param append    true: the tag follows the name, before the suffix; false: it precedes the name, and
+    ///                  takes the place of its first character if that is a digit
     /// \param start     first value of the counter, which ends before 2147483647
     /// \return \p file as given if there is no such file; otherwise a free path in the same folder; empty
     ///         if \p file is empty, or if all names are taken
@@ -349,9 +350,11 @@ public:
     [[nodiscard]] static QString GetModulePath(const QString& name);
     /// \return always "x64/Release", however the library was built
     [[nodiscard]] static QString GetBuild();
-    /// Tells whether a process runs. On macOS only applications count, not daemons and command-line tools. On
-    /// Linux every process of every user counts until it has ended, even if its parent has not taken note
-    /// yet. \param processId  the number of the process \return false also for numbers that are no process
+    /// Tells whether a process runs. On macOS only applications count, not daemons and command-line tools.
+    /// On Linux every process of every user counts, until it has ended, whether or not its parent has taken
+    /// note of that.
+    /// \param processId  the number of the process
+    /// \return false also for numbers that are no process
     [[nodiscard]] static bool IsProcessRunning(const long long& processId);
     /// \return always true
     [[nodiscard]] static bool Is64BitOS();
@@ -359,7 +362,7 @@ public:
     [[nodiscard]] static bool Is64BitApp();
     /// \param key  ignored: the systems that the library serves have no registry
     /// \return always false
-    [[nodiscard]] static bool RegistryKeyExists(const QString& key);
+    [[nodiscard]] static bool RegistryKeyExists(QString key);
 
     // Debug output
 

@@ -10,8 +10,6 @@
 #include <QFileInfo>
 #include <QLocale>
 
-#include <utility>
-
 using namespace Qt::StringLiterals;
 
 namespace Quorvin::Util {
@@ -22,6 +20,13 @@ QString LocaleFileName(const QString& file)
 {
     const QFileInfo info(file);
     return info.completeSuffix().isEmpty() ? info.fileName() + ".xlf"_L1 : info.fileName();
+}
+
+// The absolute path of a file if it exists, otherwise empty.
+QString ExistingFile(const QString& path)
+{
+    const QFileInfo file(path);
+    return file.exists() ? file.absoluteFilePath() : QString();
 }
 
 } // namespace
@@ -43,14 +48,13 @@ QString GeneralUtil::FindLocaleFile(const QString& file, const QString& locale, 
     const QString localeName = locale.isEmpty() ? QLocale::system().name().replace(u'_', u'-') : locale;
     const QString tail = u'/' + localeName + u'/' + LocaleFileName(file);
 
-    QStringList places = folders.split(u';', Qt::SkipEmptyParts);
-    places.append(GetAppDirPath());
-    for (const QString& place : std::as_const(places)) {
-        const QFileInfo candidate(place + tail);
-        if (candidate.exists())
-            return candidate.absoluteFilePath();
+    const QStringList places = folders.split(u';', Qt::SkipEmptyParts);
+    for (const QString& place : places) {
+        QString found = ExistingFile(place + tail);
+        if (!found.isEmpty())
+            return found;
     }
-    return {};
+    return ExistingFile(GetAppDirPath() + tail);
 }
 
 QString GeneralUtil::GetAppDirPath()
@@ -126,7 +130,8 @@ bool GeneralUtil::Is64BitApp()
     return Is64BitOS();
 }
 
-bool GeneralUtil::RegistryKeyExists(const QString& /*key*/)
+// NOLINTNEXTLINE(performance-unnecessary-value-param): the interface takes a copy
+bool GeneralUtil::RegistryKeyExists(QString /*key*/)
 {
     return false;
 }
