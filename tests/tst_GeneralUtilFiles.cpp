@@ -665,6 +665,10 @@ void tst_GeneralUtilFiles::GetUniqueFile_data()
     row("nothing but a suffix", {u".profile"_s}, u"-%1"_s, u""_s, true, 2, u"-2.profile"_s);
     row("dot at the end goes", {u"a."_s}, u"-%1"_s, u""_s, true, 2, u"a-2"_s);
     row("placeholder in the name takes the tag", {u"a%1.txt"_s}, u"(%1)"_s, u""_s, true, 2, u"a(2)%3.txt"_s);
+    // In "%3%2" the name's first digit joins the placeholder in front of it, "%31", which the tag replaces.
+    row("digit in front of the name, tag behind it", {u"1a.txt"_s}, u"(%1)"_s, u""_s, true, 2,
+        u"1a(2).txt"_s);
+    row("digit in front of the name, tag before it", {u"1a.txt"_s}, u"%1_"_s, u""_s, false, 2, u"2_a.txt"_s);
     row("placeholder in the suffix stays", {u"a.%1"_s}, u"(%1)"_s, u""_s, true, 2, u"a(2).%1"_s);
 
     row("no placeholder", {u"a.txt"_s}, u"_"_s, u""_s, true, 2, u"a_.txt"_s);
