@@ -61,11 +61,10 @@ public:
     /// without '|' and parentheses is split at '&'.
     /// \param expression  the expression, usually after ValidateAndFixBraces
     /// \param parts       receives operands and operators by turns, the content of a group in one piece;
-    /// empty
-    ///                    after a failure. Two operands without an operator between them are not found here.
-    /// \return false if there is nothing to split, an operator stands where an operand is due or at the end,
-    /// or
-    ///         a '(' is not closed
+    ///                    empty after a failure. Two operands without an operator between them are not
+    ///                    found here.
+    /// \return false if there is nothing to split, an operator stands where an operand is due or at the
+    ///         end, or a '(' is not closed
     bool SplitByPrecedence(const QString& expression, QStringList& parts) const;
     /// \param token  any text
     /// \return whether it is "&" or "|", apart from blanks around it

@@ -52,11 +52,12 @@ public:
     ///
     /// The operation may open an event loop, send messages, stop the server or delete the manager. While it
     /// runs, responders must not be deleted: a responder that is unregistered now may still be asked about
-    /// the request under way. \param messageId       the request's name \param params          the request's
-    /// parameters \param responseParams  the answer's parameters, to be filled; holds what earlier responders
-    /// wrote \return true if the request is answered; false to have the next responder asked. What was
-    /// written to
-    ///         \p responseParams stays in the answer in both cases.
+    /// the request under way.
+    /// \param messageId       the request's name
+    /// \param params          the request's parameters
+    /// \param responseParams  the answer's parameters, to be filled; holds what earlier responders wrote
+    /// \return true if the request is answered; false to have the next responder asked. What was written
+    ///         to \p responseParams stays in the answer in both cases.
     virtual bool HandleMessage(const QString& messageId, const QVariantMap& params,
                                QVariantMap& responseParams)
         = 0;

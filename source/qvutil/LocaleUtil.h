@@ -54,9 +54,8 @@ public:
     [[nodiscard]] static const char* GetUserDefaultLocaleForMac();
     /// \return identifier of the user's locale; 0x0409, that of en-US, if it is not in the table
     [[nodiscard]] static quint32 GetUserDefaultLCIDForMac();
-    /// \return name of the user's locale, "en-GB", as the system spells it but with '-' for '_'; "en-US" if
-    /// it
-    ///         is not in the table
+    /// \return name of the user's locale, "en-GB", as the system spells it but with '-' for '_'; "en-US"
+    ///         if it is not in the table
     [[nodiscard]] static QString GetCurrentUserLocale();
 
     // Files

@@ -16,7 +16,8 @@ namespace Quorvin::Util::Internal {
 ///
 /// The new content goes to the hidden file ".NAME.saving" beside the target (".NAME.saving1" and so on while
 /// that is in use), under a lock. One that a killed process left is removed by the next save of the same
-/// file. \return false if the file cannot be opened for writing or not every byte could be written
+/// file.
+/// \return false if the file cannot be opened for writing or not every byte could be written
 bool ReplaceFile(const QString& path, const QByteArray& content);
 
 } // namespace Quorvin::Util::Internal

@@ -22,8 +22,7 @@ namespace Quorvin::Util::Platform {
 
 /// Tells which locale the user has chosen, read afresh on each call.
 /// \return language and region joined by '_' (en_GB), in UTF-8, without codeset and modifier; whatever
-/// further
-///         parts the system has are kept; empty when the user has chosen none
+///         further parts the system has are kept; empty when the user has chosen none
 [[nodiscard]] QByteArray GetUserLocaleIdentifier();
 
 // Folders. They need not exist.
@@ -64,9 +63,8 @@ namespace Quorvin::Util::Platform {
 [[nodiscard]] QLatin1StringView GetLibrarySuffix();
 
 /// \param fileName  file name of a loaded library, without folder
-/// \return \p fileName without the version that the system's habit writes behind the suffix; \p fileName
-/// itself
-///         where there is no such habit, or no version
+/// \return \p fileName without the version that the system's habit writes behind the suffix;
+///         \p fileName itself where there is no such habit, or no version
 [[nodiscard]] QStringView RemoveLibraryVersion(QStringView fileName);
 
 // Debug output
