@@ -14,6 +14,8 @@ void AddSettingsCommands(CommandLine& line);
 void AddXliffCommands(CommandLine& line);
 void AddExprCommands(CommandLine& line);
 void AddLocaleCommands(CommandLine& line);
+void AddPathCommands(CommandLine& line);
+void AddFilesCommands(CommandLine& line);
 void AddHashCommand(CommandLine& line);
 void AddSelfCommands(CommandLine& line);
 

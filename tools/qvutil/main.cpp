@@ -14,6 +14,8 @@ int main(int argc, char* argv[])
     AddXliffCommands(line);
     AddExprCommands(line);
     AddLocaleCommands(line);
+    AddPathCommands(line);
+    AddFilesCommands(line);
     AddHashCommand(line);
     AddSelfCommands(line);
     return static_cast<int>(line.Run(argc, argv));
