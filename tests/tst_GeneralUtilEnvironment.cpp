@@ -376,6 +376,8 @@ void tst_GeneralUtilEnvironment::FindLocaleFile_data()
     QTest::newRow("name of a suffix alone") << u"fr-FR/.hidden"_s << u".hidden"_s << u"fr-FR"_s << true;
     QTest::newRow("dot at the end is no suffix")
         << u"fr-FR/strings..xlf"_s << u"strings."_s << u"fr-FR"_s << true;
+    QTest::newRow("suffix and a dot at the end")
+        << u"fr-FR/strings.txt."_s << u"strings.txt."_s << u"fr-FR"_s << true;
     QTest::newRow("folders of the file are dropped")
         << u"fr-FR/strings.xlf"_s << u"/else/where.d/strings"_s << u"fr-FR"_s << true;
     QTest::newRow("empty file") << u"fr-FR/.xlf"_s << QString() << u"fr-FR"_s << false;
@@ -416,6 +418,10 @@ void tst_GeneralUtilEnvironment::FindLocaleFile_folderOrder()
 
     const QString inA = MakeFile(u"a/fr-FR/strings.xlf"_s);
     QCOMPARE(GeneralUtil::FindLocaleFile(u"strings"_s, u"fr-FR"_s, folders), inA);
+
+    // an empty entry is no folder, least of all the root
+    const QString fromRoot = mRoot.mid(1) + "/a/fr-FR"_L1;
+    QCOMPARE(GeneralUtil::FindLocaleFile(u"strings"_s, fromRoot, u";"_s + mRoot + u";;"_s), QString());
 
     // blanks belong to a folder's name
     QCOMPARE(GeneralUtil::FindLocaleFile(u"strings"_s, u"fr-FR"_s, u' ' + mRoot + "/a"_L1), QString());
