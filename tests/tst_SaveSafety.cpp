@@ -153,6 +153,7 @@ private Q_SLOTS:
     void Target_pipe();
     void Target_longestName();
     void Target_relativePath();
+    void Target_searchPath();
     void Target_strangeNames_data();
     void Target_strangeNames();
 
@@ -819,6 +820,27 @@ void tst_SaveSafety::Target_relativePath()
 
     QCOMPARE(ReadFile(Path(u"s.xml"_s)), mDocuments.at(2));
     QCOMPARE(FolderContent(mDir->path()), QStringList({u"s.xml"_s}));
+}
+
+void tst_SaveSafety::Target_searchPath()
+{
+    const QString startFolder = QDir::currentPath();
+    const QString folder = Path(u"found"_s);
+    const QString elsewhere = Path(u"elsewhere"_s);
+    QVERIFY(QDir().mkpath(folder) && QDir().mkpath(elsewhere) && QDir::setCurrent(elsewhere));
+    QDir::setSearchPaths(u"saves"_s, {folder});
+    const auto restore = qScopeGuard([&] {
+        QDir::setCurrent(startFolder);
+        QDir::setSearchPaths(u"saves"_s, {});
+    });
+    QVERIFY(WriteFile(folder + u"/s.xml"_s, kOld));
+
+    QVERIFY(SaveDocument(u"saves:s.xml"_s, 1)); // where a load finds it
+    QVERIFY(SaveDocument(u"saves:new.xml"_s, 2)); // a file that is not there yet has just this name
+
+    QCOMPARE(ReadFile(folder + u"/s.xml"_s), mDocuments.at(1));
+    QCOMPARE(FolderContent(folder), QStringList({u"s.xml"_s}));
+    QCOMPARE(FolderContent(elsewhere), QStringList({u"saves:new.xml"_s}));
 }
 
 void tst_SaveSafety::Target_strangeNames_data()

@@ -11,6 +11,7 @@
 #include <QTemporaryDir>
 #include <QtTest>
 
+#include <cerrno>
 #include <csignal>
 #include <memory>
 #include <vector>
@@ -29,6 +30,7 @@ using TestSupport::ReadFile;
 using TestSupport::WriteFile;
 
 namespace {
+int gLockError = 0;
 const QByteArray kOld = "<Old><!-- not yet replaced --></Old>";
 
 /// A saver that is followed from the moment before its save to the moment behind it.
@@ -148,6 +150,17 @@ bool SaveDocument(const QString& path, size_t number)
 
 } // namespace
 
+// Stands in for the system's own flock, so that saving meets a file system that cannot lock files.
+extern "C" Q_DECL_EXPORT int LockFile(int descriptor, int operation) __asm__("flock");
+
+int LockFile(int descriptor, int operation)
+{
+    if (gLockError == 0)
+        return static_cast<int>(syscall(SYS_flock, descriptor, operation));
+    errno = gLockError;
+    return -1;
+}
+
 class tst_SaveSafetyLinux : public QObject
 {
     Q_OBJECT
@@ -167,6 +180,8 @@ private Q_SLOTS:
     void FullFileSystem_roomAgain();
     void FullFileSystem_settingsStayDirty();
     void MountedFile_isWrittenDirectly();
+    void NoLocks_data();
+    void NoLocks();
 
 private:
     [[nodiscard]] QString Path(const QString& name) const { return mDir->filePath(name); }
@@ -368,6 +383,34 @@ void tst_SaveSafetyLinux::MountedFile_isWrittenDirectly()
 
     QCOMPARE(ReadFile(Path(u"real.xml"_s)), DocumentBytes(1));
     QCOMPARE(FolderContent(mDir->path()), QStringList({u"real.xml"_s, u"s.xml"_s}));
+}
+
+void tst_SaveSafetyLinux::NoLocks_data()
+{
+    QTest::addColumn<int>("error");
+
+    QTest::newRow("not supported") << EOPNOTSUPP;
+    QTest::newRow("none left") << ENOLCK;
+    QTest::newRow("not for such a file") << EINVAL;
+    QTest::newRow("no such call") << ENOSYS;
+    QTest::newRow("not allowed") << EACCES;
+}
+
+void tst_SaveSafetyLinux::NoLocks()
+{
+    QFETCH(const int, error);
+    const QString file = Path(u"s.xml"_s);
+    QVERIFY(WriteFile(file, kOld));
+    QFile old(file);
+    QVERIFY(old.open(QIODevice::ReadOnly));
+    gLockError = error;
+    const auto restore = qScopeGuard([] { gLockError = 0; });
+
+    QVERIFY(SaveDocument(file, 1));
+
+    QCOMPARE(FolderContent(mDir->path()), QStringList({u"s.xml"_s}));
+    QCOMPARE(ReadFile(file), AllDocumentBytes().at(1));
+    QCOMPARE(old.readAll(), kOld); // replaced, not written over
 }
 
 QTEST_GUILESS_MAIN(tst_SaveSafetyLinux)

@@ -5,6 +5,7 @@
 
 #include <QCryptographicHash>
 #include <QFile>
+#include <QFileInfo>
 
 #include <cerrno>
 #include <cstdio>
@@ -100,11 +101,12 @@ bool IsSameFile(const FileDescriptor& file, const QByteArray& path)
 }
 
 // A saver holds the lock on its temporary file from its creation to its renaming or removal. So whoever gets
-// the lock, and finds the file still under its name, has it for himself.
+// the lock, and finds the file still under its name, has it for himself. Where files cannot be locked, which
+// each file system says in its own way, nobody takes another's file for a leftover.
 bool Lock(const FileDescriptor& file, const QByteArray& path)
 {
-    const bool locked = flock(file.Get(), LOCK_EX | LOCK_NB) == 0 || errno == ENOTSUP || errno == ENOLCK;
-    return locked && IsSameFile(file, path);
+    const bool taken = flock(file.Get(), LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK;
+    return !taken && IsSameFile(file, path);
 }
 
 // Removes the temporary file that a killed saver has left. \return false if it is in use
@@ -220,7 +222,8 @@ int ReplaceRegularFile(const QByteArray& target, const struct stat* old, const Q
 
 bool ReplaceFile(const QString& path, const QByteArray& content)
 {
-    const QByteArray encoded = QFile::encodeName(path);
+    // A file that a load finds through one of Qt's search paths ("prefix:name") is saved where it was found.
+    const QByteArray encoded = QFile::encodeName(QFileInfo(path).filePath());
     if (encoded.isEmpty() || encoded.contains('\0') || encoded.endsWith('/'))
         return false;
     struct stat old;
