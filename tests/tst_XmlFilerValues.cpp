@@ -502,6 +502,10 @@ void tst_XmlFilerValues::ReadRect_data()
     QTest::newRow("last part no number") << u"1,2,3,4.5"_s << QRect(1, 2, 3, 0);
     QTest::newRow("parts empty") << u",,,"_s << QRect(0, 0, 0, 0);
     QTest::newRow("part too large") << u"1,99999999999,3,4"_s << QRect(1, 0, 3, 4);
+    QTest::newRow("right edge beyond int")
+        << u"2147483647,0,10,5"_s << QRect(QPoint(2147483647, 0), QPoint(-2147483640, 4));
+    QTest::newRow("bottom edge below int")
+        << u"0,-2147483648,5,-5"_s << QRect(QPoint(0, -2147483647 - 1), QPoint(4, 2147483642));
     QTest::newRow("three parts") << u"1,2,3"_s << none;
     QTest::newRow("five parts") << u"1,2,3,4,5"_s << none;
     QTest::newRow("comma at the end") << u"1,2,3,4,"_s << none;

@@ -536,7 +536,8 @@ void XmlFiler::ReleaseUnusedTrees() const
 
 void XmlFiler::RemoveChild(QDomNode parent, const QDomNode& child)
 {
-    ForgetPlaces();
+    if (child.isElement()) // no path leads to other nodes
+        ForgetPlaces();
     parent.removeChild(child);
     if (IsHeld(child))
         mDetachedTrees.append({child, parent.ownerDocument()});
@@ -707,10 +708,19 @@ void XmlFiler::WriteBoolean(const QString& path, const QString& name, bool value
 
 namespace {
 
+// The last coordinate of what begins at start, as QRect has it; one beyond int wraps around.
+int LastCoordinate(int start, int length)
+{
+    return static_cast<int>(static_cast<unsigned int>(start) + static_cast<unsigned int>(length) - 1U);
+}
+
 QRect ReadRectFrom(const QDomElement& element, const QString& name, const QRect& defaultValue)
 {
     const auto numbers = ParseIntList<4>(element.attribute(name));
-    return numbers ? QRect((*numbers)[0], (*numbers)[1], (*numbers)[2], (*numbers)[3]) : defaultValue;
+    if (!numbers)
+        return defaultValue;
+    const auto [x, y, width, height] = *numbers;
+    return {QPoint(x, y), QPoint(LastCoordinate(x, width), LastCoordinate(y, height))};
 }
 
 QSize ReadSizeFrom(const QDomElement& element, const QString& name, const QSize& defaultValue)

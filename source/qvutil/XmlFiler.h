@@ -547,7 +547,8 @@ public:
     /// Parses markup and appends it to the element's content. If the document has no root element, a root
     /// "Root" is made to hold it.
     /// \param xml  the markup
-    /// \return false if the markup does not parse or holds nothing; the document is unchanged then
+    /// \return false if the markup does not parse or holds nothing, or if there is a root element but no
+    ///         cursor; the document is unchanged then
     bool WriteInnerXml(const QString& xml);
     /// \overload
     /// Missing elements of the path are created even if the markup then turns out not to parse.
