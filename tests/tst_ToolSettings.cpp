@@ -333,8 +333,7 @@ void tst_ToolSettings::Check_json()
 {
     QVERIFY(mTool->Write(u"torn.xml"_s, "<a>\n<b"));
     QVERIFY(mTool->Write(u"control.xml"_s, "<a>\x01</a>"));
-    QVERIFY(mTool->Write(u"app.xml.Ab3dEf"_s, "no leftover: a digit"));
-    QVERIFY(mTool->Write(u"torn.xml.AbcDef"_s, "<a>"));
+    QVERIFY(mTool->Write(u".torn.xml.saving"_s, "<a>"));
     QCOMPARE(RunJson({u"check"_s, u"app.xml"_s, u"torn.xml"_s, u"control.xml"_s, u"--json"_s}),
              QJsonDocument::fromJson(R"json([
                  {"file": "app.xml", "ok": true, "problems": []},
@@ -342,7 +341,7 @@ void tst_ToolSettings::Check_json()
                      {"kind": "torn", "line": 2, "column": 2,
                       "reason": "the file ends in the middle of the document"},
                      {"kind": "leftover",
-                      "reason": "an interrupted save left torn.xml.AbcDef behind, 3 bytes"}]},
+                      "reason": "an interrupted save left .torn.xml.saving behind, 3 bytes"}]},
                  {"file": "control.xml", "ok": false, "problems": [
                      {"kind": "character", "line": 1, "column": 4,
                       "reason": "the character U+0001 cannot be read back"}]}])json")
@@ -351,24 +350,29 @@ void tst_ToolSettings::Check_json()
 
 void tst_ToolSettings::Check_leftovers()
 {
-    QVERIFY(mTool->Write(u"app.xml.QwErTy"_s, QByteArray(2048, 'x')));
-    QVERIFY(mTool->Write(u"app.xml.backup"_s, "a word"));
-    QVERIFY(mTool->Write(u"app.xml.README"_s, "a word"));
-    QVERIFY(mTool->Write(u"app.xml.QwErTyU"_s, "too long"));
-    QVERIFY(mTool->Write(u"app.xml-QwErTy"_s, "no dot"));
-    QVERIFY(mTool->Write(u"other.xml.QwErTy"_s, "of another file"));
+    QVERIFY(mTool->Write(u".app.xml.saving"_s, QByteArray(2048, 'x')));
+    QVERIFY(mTool->Write(u".app.xml.saving7"_s, "a later one"));
+    QVERIFY(mTool->Write(u"app.xml.saving"_s, "not hidden"));
+    QVERIFY(mTool->Write(u".app.xml.savings"_s, "another word"));
+    QVERIFY(mTool->Write(u".other.xml.saving"_s, "of another file"));
     QCOMPARE(Run({u"check"_s, u"app.xml"_s}),
-             u"app.xml: an interrupted save left app.xml.QwErTy behind, 2.0 KB\n=> 1\n"_s);
+             u"app.xml: an interrupted save left .app.xml.saving behind, 2.0 KB\n"
+             "app.xml: an interrupted save left .app.xml.saving7 behind, 11 bytes\n=> 1\n"_s);
+
+    // The next save that needs the name clears it away.
+    QCOMPARE(mTool->Run({u"settings"_s, u"set"_s, u"app.xml"_s, u"/"_s, u"n"_s, u"1"_s}).ExitCode, 0);
+    QCOMPARE(Run({u"check"_s, u"app.xml"_s}),
+             u"app.xml: an interrupted save left .app.xml.saving7 behind, 11 bytes\n=> 1\n"_s);
 }
 
 void tst_ToolSettings::Check_leftoverBehindLink()
 {
     QVERIFY(QDir(mTool->Path(u"."_s)).mkdir(u"real"_s));
     QVERIFY(mTool->Write(u"real/file.xml"_s, "<a/>"));
-    QVERIFY(mTool->Write(u"real/file.xml.aBcDeF"_s, "<a/>"));
+    QVERIFY(mTool->Write(u"real/.file.xml.saving"_s, "<a/>"));
     QVERIFY(QFile::link(u"real/file.xml"_s, mTool->Path(u"link.xml"_s)));
     QCOMPARE(Run({u"check"_s, u"link.xml"_s}),
-             u"link.xml: an interrupted save left file.xml.aBcDeF behind, 4 bytes\n=> 1\n"_s);
+             u"link.xml: an interrupted save left .file.xml.saving behind, 4 bytes\n=> 1\n"_s);
 }
 
 QTEST_GUILESS_MAIN(tst_ToolSettings)

@@ -109,12 +109,19 @@ bool Lock(const FileDescriptor& file, const QByteArray& path)
     return !taken && IsSameFile(file, path);
 }
 
-// Removes the temporary file that a killed saver has left. \return false if it is in use
+// The temporary file that a killed saver has left, under its lock; not open if there is none, or one in use.
+FileDescriptor OpenLeftover(const QByteArray& path)
+{
+    FileDescriptor file(open(path.constData(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
+    const bool isOurs = file.IsOpen() && flock(file.Get(), LOCK_EX | LOCK_NB) == 0 && IsSameFile(file, path);
+    return isOurs ? std::move(file) : FileDescriptor();
+}
+
+// \return false if there is none, or one in use
 bool RemoveLeftover(const QByteArray& path)
 {
-    const FileDescriptor file(open(path.constData(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
-    return file.IsOpen() && flock(file.Get(), LOCK_EX | LOCK_NB) == 0 && IsSameFile(file, path)
-        && unlink(path.constData()) == 0;
+    const FileDescriptor file = OpenLeftover(path);
+    return file.IsOpen() && unlink(path.constData()) == 0;
 }
 
 // A new file beside the target, under its lock. The operations give 0 or the system's error number.
@@ -241,6 +248,18 @@ bool ReplaceFile(const QString& path, const QByteArray& content)
         return false;
     const int error = ReplaceRegularFile(*target, exists ? &old : nullptr, content);
     return error == 0 || (MayBeWrittenDirectly(error) && WriteDirectly(path, content));
+}
+
+QStringList FindAbandonedFiles(const QString& path)
+{
+    QStringList found;
+    const std::optional<QByteArray> target = FollowLinks(QFile::encodeName(path));
+    for (int number = 0; target && number < kMostSavers; ++number) {
+        const QByteArray name = TemporaryName(*target, number);
+        if (OpenLeftover(name).IsOpen())
+            found.append(QFile::decodeName(name));
+    }
+    return found;
 }
 
 } // namespace Quorvin::Util::Internal

@@ -6,6 +6,7 @@
 
 #include <QByteArray>
 #include <QString>
+#include <QStringList>
 
 namespace Quorvin::Util::Internal {
 
@@ -19,6 +20,10 @@ namespace Quorvin::Util::Internal {
 /// file.
 /// \return false if the file cannot be opened for writing or not every byte could be written
 bool ReplaceFile(const QString& path, const QByteArray& content);
+
+/// Finds the temporary files that killed saves of a file have left beside it. The next save removes them.
+/// \return their paths; not those of saves that are under way
+[[nodiscard]] QStringList FindAbandonedFiles(const QString& path);
 
 } // namespace Quorvin::Util::Internal
 

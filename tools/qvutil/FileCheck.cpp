@@ -6,9 +6,8 @@
 #include "Document.h"
 #include "Entries.h"
 #include "Failure.h"
+#include "SafeFile_p.h"
 
-#include <QDir>
-#include <QFile>
 #include <QFileInfo>
 
 #include <algorithm>
@@ -22,8 +21,6 @@ namespace {
 
 // Of a kind; a binary file would have thousands.
 constexpr qsizetype kMaximumOfKind = 10;
-// What is put behind a file's name while it is saved: '.' and six random letters.
-constexpr qsizetype kSuffixLength = 7;
 
 constexpr QLatin1StringView gKindNames[] = {
     "torn"_L1, "malformed"_L1, "limits"_L1, "character"_L1, "change"_L1, "leftover"_L1,
@@ -148,35 +145,18 @@ void FindChanges(XmlFiler& filer, QList<FileProblem>& problems)
     }
 }
 
-// A random mixture of letters. Words such as ".backup" are in one case, as only one random mixture in
-// thirty-two is.
-bool IsRandomSuffix(QStringView suffix)
-{
-    const auto isLetter = [](QChar c) { return (c >= u'a' && c <= u'z') || (c >= u'A' && c <= u'Z'); };
-    const QStringView letters = suffix.sliced(1);
-    return suffix.startsWith(u'.') && std::all_of(letters.begin(), letters.end(), isLetter)
-        && letters.toString().toLower() != letters && letters.toString().toUpper() != letters;
-}
-
 void FindLeftovers(const InputFile& file, QList<FileProblem>& problems)
 {
     if (file.IsCopy())
         return;
-    // Saves go to the folder of the real file, behind all links.
-    const QFileInfo target(QFileInfo(file.Path()).canonicalFilePath());
-    const QString name = target.fileName();
-    const QFileInfoList candidates
-        = target.dir().entryInfoList(QDir::Files | QDir::Hidden | QDir::System, QDir::Name);
-    for (const QFileInfo& candidate : candidates) {
-        const QString other = candidate.fileName();
-        if (other.size() != name.size() + kSuffixLength || !other.startsWith(name)
-            || !IsRandomSuffix(QStringView(other).sliced(name.size())))
-            continue;
+    const QStringList leftovers = Quorvin::Util::Internal::FindAbandonedFiles(file.Path());
+    for (const QString& leftover : leftovers) {
+        const QFileInfo info(leftover);
         problems.append({.What = FileProblem::Leftover,
                          .Line = 0,
                          .Column = 0,
                          .Reason = u"an interrupted save left %1 behind, %2"_s.arg(
-                             other, GeneralUtil::BytesToString(candidate.size(), 1))});
+                             info.fileName(), GeneralUtil::BytesToString(info.size(), 1))});
     }
 }
 
