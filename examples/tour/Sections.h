@@ -19,5 +19,8 @@ bool ShowDatabase(Transcript& transcript, const Folders& folders);
 bool ShowValues(Transcript& transcript, const Folders& folders);
 bool ShowSettings(Transcript& transcript, const Folders& folders);
 bool ShowTranslation(Transcript& transcript, const Folders& folders);
+bool ShowFiles(Transcript& transcript, const Folders& folders);
+bool ShowLocales(Transcript& transcript, const Folders& folders);
+bool ShowConditions(Transcript& transcript, const Folders& folders);
 
 #endif // TOUR_SECTIONS_H

@@ -5,6 +5,8 @@
 
 #include <qvutil/XmlFiler.h>
 
+#include <QTimeZone>
+
 using namespace Qt::StringLiterals;
 using Quorvin::Util::EnumValueName;
 using Quorvin::Util::XmlFiler;
@@ -14,7 +16,7 @@ bool ShowValues(Transcript& transcript, const Folders& /*folders*/)
     transcript.Heading(u"Typed values by path"_s);
 
     XmlFiler filer;
-    const QDateTime moon(QDate(1969, 7, 20), QTime(20, 17, 40), Qt::UTC);
+    const QDateTime moon(QDate(1969, 7, 20), QTime(20, 17, 40), QTimeZone::utc());
     SHOW_VOID(transcript, filer.CreateRoot(u"Log"_s));
     SHOW_VOID(transcript, filer.WriteInt(u"Flight/Crew"_s, u"Count"_s, 3));
     SHOW_VOID(transcript, filer.WriteDouble(u"Flight/Crew"_s, u"Mass"_s, 15103.5));

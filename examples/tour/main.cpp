@@ -20,10 +20,9 @@ struct Section
 };
 
 constexpr Section kSections[] = {
-    {"database", ShowDatabase},
-    {"values", ShowValues},
-    {"settings", ShowSettings},
-    {"translation", ShowTranslation},
+    {"database", ShowDatabase},       {"values", ShowValues}, {"settings", ShowSettings},
+    {"translation", ShowTranslation}, {"files", ShowFiles},   {"locales", ShowLocales},
+    {"conditions", ShowConditions},
 };
 
 QString SectionNames()
