@@ -6,9 +6,17 @@
 set(messaging_tests
     tst_MessageEncoding
     tst_MessageFraming
+    tst_MessageServer
 )
+
+# The other process of the tests.
+add_executable(MessagePeer helpers/MessagePeer.cpp)
+qvutil_configure_target(MessagePeer)
+target_link_libraries(MessagePeer PRIVATE QvUtilInternals)
 
 foreach(test IN LISTS messaging_tests)
     qvutil_add_test(${test} INTERNALS)
+    add_dependencies(${test} MessagePeer)
+    target_compile_definitions(${test} PRIVATE MESSAGE_PEER="$<TARGET_FILE:MessagePeer>")
 endforeach()
 set_tests_properties(${messaging_tests} PROPERTIES LABELS threads)

@@ -10,6 +10,8 @@
 #include <QStringList>
 #include <QStringView>
 
+#include <optional>
+
 /// Everything that a port of the library to another system has to answer. Each system has one source file
 /// beside this header that defines all of these functions; the rest of the library knows no system.
 ///
@@ -66,6 +68,48 @@ namespace Quorvin::Util::Platform {
 /// \return \p fileName without the version that the system's habit writes behind the suffix;
 ///         \p fileName itself where there is no such habit, or no version
 [[nodiscard]] QStringView RemoveLibraryVersion(QStringView fileName);
+
+// Local sockets, by the descriptor that QLocalSocket gives
+
+/// Makes the send buffer larger; it never gets smaller.
+/// \param bytes  the size that is wished for
+/// \return size of the largest document that one write hands over completely while nothing else is under way;
+///         0 if the system does not tell
+[[nodiscard]] qsizetype EnlargeSendBuffer(qintptr socket, int bytes);
+
+/// \return bytes that were sent and that the receiver has not yet taken, in the system's way of counting; 0
+/// if
+///         there are none, or if the system does not tell
+[[nodiscard]] qint64 GetUnreadBytes(qintptr socket);
+
+/// Takes what is there, without waiting.
+/// \param bytes  array to append to
+/// \return false if there was nothing, or if the connection has ended
+bool ReadAvailable(qintptr socket, QByteArray& bytes);
+
+/// Waits until there is something to read, or the connection has ended.
+/// \return false if the time is over
+bool WaitForBytes(qintptr socket, int timeoutMs);
+
+/// \return the user as whom the process at the other end runs; nothing if the system does not tell
+[[nodiscard]] std::optional<quint32> GetPeerUserId(qintptr socket);
+
+/// \return the user as whom this process runs
+[[nodiscard]] quint32 GetUserId();
+
+/// \return size of the longest path, in bytes, at which a local server can listen
+[[nodiscard]] qsizetype GetLongestSocketPath();
+
+// Locks between processes
+
+/// Locks a file for this process, waiting for others to unlock it; makes the file if need be. The lock ends
+/// with the process at the latest.
+/// \return what UnlockFile takes; -1 if the file cannot be made
+[[nodiscard]] int LockFile(const QString& path);
+
+/// Ends a lock. The file stays.
+/// \param lock  what LockFile has returned; -1 does nothing
+void UnlockFile(int lock);
 
 // Debug output
 

@@ -15,8 +15,12 @@
 #include <memory>
 
 #include <link.h>
+#include <linux/sockios.h>
 #include <signal.h>
+#include <sys/ioctl.h>
+#include <sys/socket.h>
 #include <sys/types.h>
+#include <sys/un.h>
 
 using namespace Qt::StringLiterals;
 
@@ -182,6 +186,43 @@ QStringView RemoveLibraryVersion(QStringView fileName)
         name.truncate(dot);
     }
     return name;
+}
+
+qsizetype EnlargeSendBuffer(qintptr socket, int bytes)
+{
+    const int descriptor = static_cast<int>(socket);
+    int size = 0;
+    socklen_t length = sizeof(size);
+    if (::getsockopt(descriptor, SOL_SOCKET, SO_SNDBUF, &size, &length) == -1)
+        return 0;
+    // The kernel doubles what it is asked for, up to twice net.core.wmem_max, and tells the doubled size.
+    if (size / 2 < bytes) {
+        ::setsockopt(descriptor, SOL_SOCKET, SO_SNDBUF, &bytes, sizeof(bytes));
+        ::getsockopt(descriptor, SOL_SOCKET, SO_SNDBUF, &size, &length);
+    }
+    // Each piece of some 36 KiB costs its administration too: 4 KiB at the most.
+    return size - size / 8;
+}
+
+qint64 GetUnreadBytes(qintptr socket)
+{
+    int bytes = 0;
+    return ::ioctl(static_cast<int>(socket), SIOCOUTQ, &bytes) == -1 ? 0 : bytes;
+}
+
+std::optional<quint32> GetPeerUserId(qintptr socket)
+{
+    ucred peer = {};
+    socklen_t length = sizeof(peer);
+    if (::getsockopt(static_cast<int>(socket), SOL_SOCKET, SO_PEERCRED, &peer, &length) == -1)
+        return std::nullopt;
+    return peer.uid;
+}
+
+qsizetype GetLongestSocketPath()
+{
+    // Qt leaves room for a zero at both ends, as an abstract name would need it.
+    return static_cast<qsizetype>(sizeof(sockaddr_un::sun_path)) - 2;
 }
 
 void WriteDebugOutput(const QString& text)

@@ -1,0 +1,191 @@
+// SPDX-FileCopyrightText: 2026 The QvUtil developers
+// SPDX-License-Identifier: MIT
+
+#ifndef QVUTIL_MESSAGECLIENT_P_H
+#define QVUTIL_MESSAGECLIENT_P_H
+
+#include "IPC.h"
+
+#include <QEventLoop>
+#include <QObject>
+#include <QPointer>
+#include <QRecursiveMutex>
+#include <QThread>
+#include <QTimer>
+#include <QtNetwork/QLocalSocket>
+
+#include <atomic>
+#include <memory>
+
+namespace Quorvin::Util {
+
+class MessageClientThread;
+class MessageWriter;
+
+/// The connecting end of a link. Connects by itself, again and again until it succeeds, and after each
+/// disconnection.
+///
+/// \par Threads
+/// Lives in its owner's thread, which needs an event loop; all work with sockets is done in a thread of its
+/// own. The operations that wait run an event loop, so that slots of the host are called meanwhile; they may
+/// delete the client, and the wait is over then. One wait at a time: a second one fails at once.
+class MessageClient final : public QObject
+{
+    Q_OBJECT
+public:
+    MessageClient();
+    ~MessageClient() override;
+    Q_DISABLE_COPY_MOVE(MessageClient)
+
+    /// Connects to receive only: what is sent on such a client is dropped. \return true
+    bool ConnectToServer(const QString& name);
+    /// Starts to connect and does not wait for it. Once called, another name changes what GetName answers and
+    /// nothing else, until DisconnectFromServer.
+    /// \param mode  must hold WriteOnly for messages to be sent
+    /// \return true
+    bool ConnectToServer(const QString& name, QIODeviceBase::OpenMode mode);
+    /// \return whether there is a connection; after DisconnectFromServer, whether there was one
+    [[nodiscard]] bool IsConnected() const;
+    /// Waits for the connection.
+    /// \param timeoutMs  milliseconds; negative waits without limit
+    /// \return false if the time is over, or another wait is running
+    bool WaitForConnection(int timeoutMs);
+    /// Ends the thread, and with it the connection, and waits for its end. Messages that still wait to be
+    /// written are dropped.
+    void DisconnectFromServer();
+
+    /// Sends a message. \return false if there is no connection
+    bool SendMessage(const QString& id, const QVariantMap& params);
+    /// Sends a message.
+    /// \param waitForSent  whether to wait up to 15 seconds until it is written
+    /// \return false if there is no connection, or if it was not written in time
+    bool SendMessage(const QString& id, const QVariantMap& params, bool waitForSent);
+    /// \overload
+    bool SendMessage(const MessageInfo& message, bool waitForSent);
+    /// Sends a request and waits for its answer.
+    /// \param response   set to the answer's parameters; empty if there is none
+    /// \param timeoutMs  milliseconds; negative waits for 30 seconds
+    /// \return false if there is no connection, no answer in time, or another wait is running
+    bool SendMessageAndGetResponse(const QString& id, const QVariantMap& params, QVariantMap& response,
+                                   int timeoutMs);
+    /// \return the name last given to ConnectToServer
+    [[nodiscard]] QString GetName() const;
+
+Q_SIGNALS:
+    /// A message came that is no answer.
+    void MessageReceived(QString id, QVariantMap paramMap);
+    /// A message is to be sent.
+    void NewOutgoingMessage(MessageInfo msg);
+    void Connected(QString name);
+    void Disconnected(QString name);
+
+public Q_SLOTS:
+    void ConnectedSlot();
+    void DisconnectedSlot();
+    void MessageReceivedSlot(MessageInfo msg);
+    void MessageSentSlot(MessageInfo msg);
+    void EventLoopTimeout();
+
+private:
+    [[nodiscard]] bool IsSocketConnected() const;
+    [[nodiscard]] bool IsWaiting() const;
+    bool Wait(int timeoutMs);
+
+    QString mServerName;
+    MessageClientThread* mThread = nullptr;
+    bool mConnected = false;
+    bool mAwaitingResponse = false;
+    MessageInfo mPendingRequest;
+    QVariantMap mResponse;
+    // Shared with the wait that runs it, which may outlive the client.
+    std::shared_ptr<QEventLoop> mEventLoop = std::make_shared<QEventLoop>();
+    QTimer mWaitTimer;
+    bool mAwaitingSend = false;
+    mutable QRecursiveMutex mThreadLock; // guards the way through mThread to the state of the socket
+};
+
+class MessageClientWorker;
+
+/// The thread of a client. The object itself belongs to the owner's thread, so that what the worker signals
+/// to it is queued there.
+class MessageClientThread final : public QThread
+{
+    Q_OBJECT
+public:
+    MessageClientThread(const QString& serverName, QIODeviceBase::OpenMode mode, MessageClient* client);
+    ~MessageClientThread() override;
+    Q_DISABLE_COPY_MOVE(MessageClientThread)
+
+    /// Any thread. \return whether the worker's socket is connected
+    [[nodiscard]] bool IsConnected() const;
+    void run() override;
+
+Q_SIGNALS:
+    void Connected();
+    void Disconnected();
+    void MessageReceived(MessageInfo msg);
+    void MessageSent(MessageInfo msg);
+
+private:
+    MessageClient* mClient;
+    std::unique_ptr<MessageClientWorker> mWorker; // exists only while run() does; for this thread alone
+    QString mServerName;
+    QIODeviceBase::OpenMode mMode;
+    // What the worker lets other threads know of its socket. The value stands alone, so that no order with
+    // other memory is needed.
+    std::atomic<bool> mSocketConnected = false;
+};
+
+/// Owns the socket and the timer that reconnects it. Made, used and destroyed in the client's thread.
+class MessageClientWorker final : public QObject
+{
+    Q_OBJECT
+public:
+    MessageClientWorker(const QString& serverName, QIODeviceBase::OpenMode mode, MessageClient* client);
+    ~MessageClientWorker() override;
+    Q_DISABLE_COPY_MOVE(MessageClientWorker)
+
+    /// Connects, now and every second until it has succeeded.
+    void ConnectAndListen();
+    /// Tries to connect, unless connected or about to be. \return true
+    bool ConnectToServer();
+    /// Disconnects, and stays so.
+    void DisconnectFromServer();
+    [[nodiscard]] bool IsConnected() const;
+
+Q_SIGNALS:
+    void Connected();
+    void Disconnected();
+    void MessageReceived(MessageInfo msg);
+    void MessageSent(MessageInfo msg);
+
+public Q_SLOTS:
+    void ConnectedSlot();
+    void DisconnectedSlot();
+    void ConnectTimerTimeout();
+    void NewOutgoingMessage(MessageInfo msg);
+    void ReadMessage();
+    void Error(QLocalSocket::LocalSocketError e);
+
+private:
+    [[nodiscard]] bool IsTrustedServer() const;
+
+    MessageClient* mClient;
+    QString mServerName;
+    QLocalSocket* mSocket = nullptr;
+    QPointer<MessageWriter> mWriter; // belongs to mSocket
+    std::unique_ptr<QTimer> mConnectTimer;
+    bool mKeepConnecting = false;
+    bool mWasConnected = false;
+    QIODeviceBase::OpenMode mMode;
+};
+
+/// Whether a process of the user \p user may be talked to by one of the user \p own: the same user, or root.
+[[nodiscard]] constexpr bool IsTrustedUser(quint32 user, quint32 own)
+{
+    return user == own || user == 0;
+}
+
+} // namespace Quorvin::Util
+
+#endif // QVUTIL_MESSAGECLIENT_P_H

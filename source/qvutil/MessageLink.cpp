@@ -1,0 +1,157 @@
+// SPDX-FileCopyrightText: 2026 The QvUtil developers
+// SPDX-License-Identifier: MIT
+
+#include "MessageLink_p.h"
+
+#include "Logging_p.h"
+#include "MessageCodec_p.h"
+#include "platform/Platform.h"
+
+#include <QDir>
+#include <QFile>
+
+#include <algorithm>
+#include <atomic>
+#include <limits>
+
+namespace Quorvin::Util {
+namespace {
+
+// A receiver that never finds the socket empty reads on until so many bytes are there, before it looks at
+// them.
+constexpr qsizetype kEnoughBytes = 4 * 1024 * 1024;
+
+// How long the rest of a large document may take once its beginning is there. The writer is in the middle of
+// one system call then, and at the worst waits for a processor.
+constexpr int kRestTimeoutMs = 50;
+
+// A receiver that waits for its next message empties the socket within microseconds; one that does not is
+// asked less and less often.
+constexpr qint64 kImpatientNs = 300'000;
+constexpr qint64 kLongestPauseMs = 20;
+
+std::atomic<int> gSendBufferLimit{std::numeric_limits<int>::max()};
+
+// Whether the end of a large document is missing that the kernel hands over in several pieces. Smaller ones
+// come whole, so that nothing is to be waited for where they are cut off.
+bool IsInMidDocument(const QByteArray& bytes)
+{
+    constexpr QByteArrayView kEnd = "</Message>";
+    if (bytes.size() < kWholePiece)
+        return false;
+    const QByteArrayView tail = QByteArrayView(bytes).last(kEnd.size() + 2).trimmed();
+    if (tail.endsWith(kEnd))
+        return false;
+    const qsizetype start = bytes.lastIndexOf("<?xml ");
+    return start >= 0 && bytes.size() - start >= kWholePiece;
+}
+
+QByteArray TakeBytes(QLocalSocket& socket)
+{
+    QByteArray bytes = socket.readAll();
+    const qintptr descriptor = socket.socketDescriptor();
+    if (bytes.isEmpty() || descriptor == -1)
+        return bytes;
+    // Past QLocalSocket, whose buffer is empty now: its own way of reading on would emit signals.
+    for (;;) {
+        const bool inMidDocument = IsInMidDocument(bytes);
+        if (bytes.size() >= kEnoughBytes && !inMidDocument)
+            return bytes;
+        if (Platform::ReadAvailable(descriptor, bytes))
+            continue;
+        if (!inMidDocument || !Platform::WaitForBytes(descriptor, kRestTimeoutMs)
+            || !Platform::ReadAvailable(descriptor, bytes))
+            return bytes;
+    }
+}
+
+} // namespace
+
+void LimitSendBuffer(int bytes)
+{
+    gSendBufferLimit = bytes > 0 ? bytes : std::numeric_limits<int>::max();
+}
+
+bool IsSocketNameTooLong(const QString& name)
+{
+    const QString path = name.startsWith(u'/') ? name : QDir::cleanPath(QDir::tempPath()) + u'/' + name;
+    return QFile::encodeName(path).size() > Platform::GetLongestSocketPath();
+}
+
+QList<MessageInfo> TakeMessages(QLocalSocket& socket)
+{
+    QList<MessageInfo> messages;
+    const QByteArray bytes = TakeBytes(socket);
+    if (!bytes.isEmpty())
+        DecodeMessage(QString::fromUtf8(bytes), messages);
+    return messages;
+}
+
+MessageWriter::MessageWriter(QLocalSocket* socket)
+    : QObject(socket)
+    , mSocket(socket)
+    , mLargestWhole(Platform::EnlargeSendBuffer(socket->socketDescriptor(),
+                                                std::min(kWantedSendBuffer, gSendBufferLimit.load())))
+{
+    mTimer.setSingleShot(true);
+    mTimer.setTimerType(Qt::PreciseTimer);
+    connect(&mTimer, &QTimer::timeout, this, &MessageWriter::WriteWaiting);
+}
+
+void MessageWriter::Write(const MessageInfo& message)
+{
+    const QByteArray document = EncodeMessage(message).toUtf8();
+    WarnIfTooLarge(message, document);
+    if (mWaiting.isEmpty() && CanWrite(document)) {
+        WriteNow(message, document);
+        return;
+    }
+    if (mWaiting.isEmpty()) {
+        mWaitingSince.start();
+        mTimer.start(0);
+    }
+    mWaiting.enqueue({message, document});
+}
+
+bool MessageWriter::CanWrite(const QByteArray& document) const
+{
+    return document.size() <= kWholePiece
+        || (mSocket->bytesToWrite() == 0 && Platform::GetUnreadBytes(mSocket->socketDescriptor()) <= 0);
+}
+
+void MessageWriter::WriteNow(const MessageInfo& message, const QByteArray& document)
+{
+    mSocket->write(document);
+    mSocket->flush();
+    Q_EMIT Written(message);
+}
+
+void MessageWriter::WriteWaiting()
+{
+    while (!mWaiting.isEmpty() && mSocket->state() == QLocalSocket::ConnectedState) {
+        if (!CanWrite(mWaiting.head().Document)) {
+            const qint64 waitedNs = mWaitingSince.nsecsElapsed();
+            const qint64 pauseMs
+                = waitedNs < kImpatientNs ? 0 : std::clamp(waitedNs / 8'000'000, qint64(1), kLongestPauseMs);
+            mTimer.start(static_cast<int>(pauseMs));
+            return;
+        }
+        const Waiting next = mWaiting.dequeue();
+        WriteNow(next.Message, next.Document);
+        mWaitingSince.start();
+    }
+}
+
+void MessageWriter::WarnIfTooLarge(const MessageInfo& message, const QByteArray& document) const
+{
+    if (mLargestWhole > 0 && document.size() > mLargestWhole) {
+        qCWarning(
+            lcQvUtil,
+            "message \"%ls\" has a document of %lld bytes: one of up to %lld bytes travels in one piece, a "
+            "larger one may be lost",
+            qUtf16Printable(message.Id), static_cast<long long>(document.size()),
+            static_cast<long long>(mLargestWhole));
+    }
+}
+
+} // namespace Quorvin::Util

@@ -1,0 +1,84 @@
+// SPDX-FileCopyrightText: 2026 The QvUtil developers
+// SPDX-License-Identifier: MIT
+
+#ifndef QVUTIL_MESSAGELINK_P_H
+#define QVUTIL_MESSAGELINK_P_H
+
+#include "IPC.h"
+
+#include <QByteArray>
+#include <QElapsedTimer>
+#include <QList>
+#include <QObject>
+#include <QQueue>
+#include <QTimer>
+#include <QtNetwork/QLocalSocket>
+
+namespace Quorvin::Util {
+
+// What both ends of a link do with their socket, in the thread that owns it.
+//
+// A receiver keeps nothing from one read to the next, so that a document arrives whole or not at all. The
+// kernel hands over a write in pieces of about 36 KiB. A document of up to kWholePiece is one piece. Larger
+// ones stay together because
+//   - the send buffer is as large as the system lets it be, so that one write can take all of the document;
+//   - such a document is written only when nothing is under way, so that all of the buffer is free for it;
+//   - the receiver takes all that is there, and waits a moment where the writer was evidently interrupted
+//     in the middle of its write.
+
+/// A document of up to so many bytes is handed over in one piece, whatever else is under way.
+inline constexpr qsizetype kWholePiece = 32 * 1024;
+
+/// The send buffer that is asked of the system, in bytes. Not all systems grant it.
+inline constexpr int kWantedSendBuffer = 4 * 1024 * 1024;
+
+/// Tests lower it to what other systems would grant; 0 is no limit.
+void LimitSendBuffer(int bytes);
+
+/// Takes all bytes that a socket has to give at the moment, and reads the messages in them.
+[[nodiscard]] QList<MessageInfo> TakeMessages(QLocalSocket& socket);
+
+/// Whether the socket of a server with that name would have a path that is too long for the system.
+[[nodiscard]] bool IsSocketNameTooLong(const QString& name);
+
+/// The thread of a server or client needs stack enough for documents nested as deep as they may be.
+inline constexpr unsigned int kThreadStackSize = 8 * 1024 * 1024;
+
+/// Writes messages to a socket, whole and in order.
+class MessageWriter final : public QObject
+{
+    Q_OBJECT
+public:
+    /// \param socket  a connected socket; becomes the parent, so that what still waits goes with it
+    explicit MessageWriter(QLocalSocket* socket);
+
+    /// Writes a message at once, or as soon as it can be written in one piece.
+    void Write(const MessageInfo& message);
+
+Q_SIGNALS:
+    /// A message was written to the socket.
+    void Written(MessageInfo msg);
+
+private:
+    struct Waiting
+    {
+        MessageInfo Message;
+        QByteArray Document;
+    };
+
+    [[nodiscard]] bool CanWrite(const QByteArray& document) const;
+    void WriteNow(const MessageInfo& message, const QByteArray& document);
+    void WriteWaiting();
+    void WarnIfTooLarge(const MessageInfo& message, const QByteArray& document) const;
+
+    QLocalSocket* mSocket;
+    qsizetype mLargestWhole;
+    QQueue<Waiting> mWaiting;
+    QElapsedTimer mWaitingSince;
+    // Runs only while something waits: no system tells when the receiver has taken the last byte.
+    QTimer mTimer;
+};
+
+} // namespace Quorvin::Util
+
+#endif // QVUTIL_MESSAGELINK_P_H

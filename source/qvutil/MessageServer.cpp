@@ -1,0 +1,231 @@
+// SPDX-FileCopyrightText: 2026 The QvUtil developers
+// SPDX-License-Identifier: MIT
+
+#include "MessageServer_p.h"
+
+#include "IPC_p.h"
+#include "Logging_p.h"
+#include "MessageLink_p.h"
+#include "platform/Platform.h"
+
+#include <utility>
+
+namespace Quorvin::Util {
+
+// MessageServer
+
+MessageServer::MessageServer()
+{
+    RegisterMessageInfo();
+}
+
+MessageServer::~MessageServer()
+{
+    Stop();
+}
+
+bool MessageServer::Start(const QString& name)
+{
+    if (mThread == nullptr) {
+        mServerName = name;
+        mThread = new MessageServerThread(name, this);
+        connect(mThread, &MessageServerThread::Connected, this, &MessageServer::ConnectedSlot);
+        connect(mThread, &MessageServerThread::Disconnected, this, &MessageServer::DisconnectedSlot);
+        connect(mThread, &MessageServerThread::MessageReceived, this, &MessageServer::MessageReceivedSlot);
+    }
+    mThread->start(QThread::InheritPriority);
+    return true;
+}
+
+bool MessageServer::Stop()
+{
+    if (mThread != nullptr) {
+        if (mThread->isRunning()) {
+            mThread->exit(0);
+            mThread->wait();
+        }
+        // Also from within a slot that a signal of this thread object has called: Qt provides for that.
+        delete std::exchange(mThread, nullptr);
+    }
+    return true;
+}
+
+bool MessageServer::IsStarted() const
+{
+    return mThread != nullptr && mThread->isRunning();
+}
+
+bool MessageServer::SendMessage(const QString& id, const QVariantMap& params)
+{
+    MessageInfo message;
+    message.Id = id;
+    message.Params = params;
+    return SendMessage(message);
+}
+
+bool MessageServer::SendMessage(const MessageInfo& message)
+{
+    Q_EMIT NewOutgoingMessage(message);
+    return true;
+}
+
+void MessageServer::AddMessageResponder(IMessageResponder* responder)
+{
+    if (responder != nullptr && !mResponders.contains(responder))
+        mResponders.append(responder);
+}
+
+void MessageServer::RemoveMessageResponder(IMessageResponder* responder)
+{
+    mResponders.removeOne(responder);
+}
+
+int MessageServer::GetConnectionCount() const
+{
+    return mConnectionCount;
+}
+
+void MessageServer::MessageReceivedSlot(MessageInfo msg)
+{
+    if (!msg.NeedResponse) {
+        Q_EMIT MessageReceived(msg.Id, msg.Params);
+        return;
+    }
+    const QPointer<MessageServer> self(this); // a responder may delete the server
+    MessageInfo response;
+    const QList<IMessageResponder*> responders = mResponders;
+    for (IMessageResponder* const responder : responders) {
+        const bool handled = responder->HandleMessage(msg.Id, msg.Params, response.Params);
+        if (self.isNull())
+            return;
+        if (handled)
+            break;
+    }
+    response.Id = kMsgResponse;
+    response.IsResponse = true;
+    response.OriginalMessageUniqueId = msg.UniqueId;
+    SendMessage(response);
+}
+
+void MessageServer::ConnectedSlot(QLocalSocket* socket)
+{
+    ++mConnectionCount;
+    Q_EMIT Connected(socket);
+}
+
+void MessageServer::DisconnectedSlot(QLocalSocket* socket)
+{
+    --mConnectionCount;
+    Q_EMIT Disconnected(socket);
+}
+
+// MessageServerThread
+
+MessageServerThread::MessageServerThread(const QString& serverName, MessageServer* server)
+    : mServer(server)
+    , mServerName(serverName)
+{
+    setStackSize(kThreadStackSize);
+}
+
+MessageServerThread::~MessageServerThread() = default;
+
+void MessageServerThread::run()
+{
+    mWorker = std::make_unique<MessageServerWorker>(mServer);
+    connect(mWorker.get(), &MessageServerWorker::MessageReceived, this,
+            &MessageServerThread::MessageReceived);
+    connect(mWorker.get(), &MessageServerWorker::Connected, this, &MessageServerThread::Connected);
+    connect(mWorker.get(), &MessageServerWorker::Disconnected, this, &MessageServerThread::Disconnected);
+    mWorker->Start(mServerName);
+    exec();
+    mWorker.reset();
+}
+
+// MessageServerWorker
+
+MessageServerWorker::MessageServerWorker(MessageServer* server)
+    : mServer(server)
+{
+    connect(mServer, &MessageServer::NewOutgoingMessage, this, &MessageServerWorker::NewOutgoingMessage);
+}
+
+MessageServerWorker::~MessageServerWorker()
+{
+    Stop();
+}
+
+bool MessageServerWorker::Start(const QString& name)
+{
+    mLocalServer = std::make_unique<QLocalServer>();
+    QLocalServer::removeServer(name); // what a process that crashed has left
+    mLocalServer->setSocketOptions(QLocalServer::UserAccessOption);
+    if (!mLocalServer->listen(name)) {
+        qCWarning(lcQvUtil, "cannot listen on \"%ls\": %ls%s", qUtf16Printable(name),
+                  qUtf16Printable(mLocalServer->errorString()),
+                  IsSocketNameTooLong(name) ? " (the name is too long)" : "");
+        return false;
+    }
+    connect(mLocalServer.get(), &QLocalServer::newConnection, this, &MessageServerWorker::ConnectedSlot);
+    return true;
+}
+
+bool MessageServerWorker::Stop()
+{
+    if (mLocalServer)
+        mLocalServer->close();
+    mSocket = nullptr;
+    mLocalServer.reset();
+    return true;
+}
+
+void MessageServerWorker::ConnectedSlot()
+{
+    QLocalSocket* const socket = mLocalServer->nextPendingConnection();
+    if (socket == nullptr)
+        return; // gone before it was accepted
+    if (mSocket != nullptr)
+        mSocket->deleteLater();
+    mSocket = socket;
+    mWriter = new MessageWriter(socket);
+    connect(socket, &QLocalSocket::disconnected, this, &MessageServerWorker::DisconnectedSlot);
+    connect(socket, &QLocalSocket::readyRead, this, &MessageServerWorker::ReadMessage);
+    Q_EMIT Connected(socket);
+}
+
+void MessageServerWorker::DisconnectedSlot()
+{
+    auto* const socket = qobject_cast<QLocalSocket*>(sender());
+    if (socket == nullptr)
+        return;
+    if (socket == mSocket) {
+        mSocket->deleteLater();
+        mSocket = nullptr;
+    }
+    Q_EMIT Disconnected(socket);
+}
+
+void MessageServerWorker::ReadMessage()
+{
+    auto* const socket = qobject_cast<QLocalSocket*>(sender());
+    if (socket == nullptr)
+        return;
+    const QList<MessageInfo> messages = TakeMessages(*socket);
+    for (const MessageInfo& message : messages)
+        Q_EMIT MessageReceived(message);
+}
+
+void MessageServerWorker::NewOutgoingMessage(MessageInfo msg)
+{
+    SendMessage(msg);
+}
+
+bool MessageServerWorker::SendMessage(const MessageInfo& message)
+{
+    if (mSocket == nullptr)
+        return false;
+    mWriter->Write(message);
+    return true;
+}
+
+} // namespace Quorvin::Util

@@ -1,0 +1,140 @@
+// SPDX-FileCopyrightText: 2026 The QvUtil developers
+// SPDX-License-Identifier: MIT
+
+#ifndef QVUTIL_MESSAGESERVER_P_H
+#define QVUTIL_MESSAGESERVER_P_H
+
+#include "IPC.h"
+
+#include <QList>
+#include <QObject>
+#include <QPointer>
+#include <QThread>
+#include <QtNetwork/QLocalServer>
+#include <QtNetwork/QLocalSocket>
+
+#include <memory>
+
+namespace Quorvin::Util {
+
+class MessageServerThread;
+class MessageWriter;
+
+/// The listening end of a link: one named endpoint, one client at a time.
+///
+/// \par Threads
+/// Lives in its owner's thread, which needs an event loop; all work with sockets is done in a thread of its
+/// own. The sockets that the signals carry belong to that thread: they tell clients apart, and must not be
+/// used, since they may be gone at any time.
+class MessageServer final : public QObject
+{
+    Q_OBJECT
+public:
+    MessageServer();
+    /// Stops the server.
+    ~MessageServer() override;
+    Q_DISABLE_COPY_MOVE(MessageServer)
+
+    /// Starts the thread, which then listens; does not wait for that. With the server started, nothing
+    /// happens. A name that cannot be listened on leaves a started server that no client reaches, and one
+    /// warning. \return true
+    bool Start(const QString& name);
+    /// Ends the thread, and with it the connection, and waits for its end. What has arrived but was not yet
+    /// announced is lost, the client's disconnection included. \return true
+    bool Stop();
+    [[nodiscard]] bool IsStarted() const;
+    /// Sends a message to the client, if there is one. \return true
+    bool SendMessage(const QString& id, const QVariantMap& params);
+    /// \overload
+    bool SendMessage(const MessageInfo& message);
+    /// Registers a responder, unless it is null or registered. Not owned.
+    void AddMessageResponder(IMessageResponder* responder);
+    /// Removes a responder, if it is registered.
+    void RemoveMessageResponder(IMessageResponder* responder);
+    /// \return connections announced less disconnections announced
+    [[nodiscard]] int GetConnectionCount() const;
+
+Q_SIGNALS:
+    /// A message came that wants no answer.
+    void MessageReceived(QString id, QVariantMap paramMap);
+    /// A message is to be sent.
+    void NewOutgoingMessage(MessageInfo msg);
+    /// A client has connected. It replaces the one before.
+    void Connected(QLocalSocket* socket);
+    /// A client is gone.
+    void Disconnected(QLocalSocket* socket);
+
+public Q_SLOTS:
+    /// Announces a message, or has the responders answer it.
+    void MessageReceivedSlot(MessageInfo msg);
+    void ConnectedSlot(QLocalSocket* socket);
+    void DisconnectedSlot(QLocalSocket* socket);
+
+private:
+    QString mServerName;
+    MessageServerThread* mThread = nullptr;
+    QList<IMessageResponder*> mResponders;
+    int mConnectionCount = 0;
+};
+
+class MessageServerWorker;
+
+/// The thread of a server. The object itself belongs to the owner's thread, so that what the worker signals
+/// to it is queued there.
+class MessageServerThread final : public QThread
+{
+    Q_OBJECT
+public:
+    MessageServerThread(const QString& serverName, MessageServer* server);
+    ~MessageServerThread() override;
+    Q_DISABLE_COPY_MOVE(MessageServerThread)
+
+    void run() override;
+
+Q_SIGNALS:
+    void MessageReceived(MessageInfo msg);
+    void Connected(QLocalSocket* socket);
+    void Disconnected(QLocalSocket* socket);
+
+private:
+    MessageServer* mServer;
+    std::unique_ptr<MessageServerWorker> mWorker; // exists only while run() does
+    QString mServerName;
+};
+
+/// Owns the endpoint and the client's socket. Made, used and destroyed in the server's thread.
+class MessageServerWorker final : public QObject
+{
+    Q_OBJECT
+public:
+    explicit MessageServerWorker(MessageServer* server);
+    ~MessageServerWorker() override;
+    Q_DISABLE_COPY_MOVE(MessageServerWorker)
+
+    /// Listens. \return false, after one warning, if the name cannot be listened on
+    bool Start(const QString& name);
+    bool Stop();
+    /// \return false if there is no client; the message is dropped then
+    bool SendMessage(const MessageInfo& message);
+
+Q_SIGNALS:
+    void MessageReceived(MessageInfo msg);
+    void Connected(QLocalSocket* socket);
+    void Disconnected(QLocalSocket* socket);
+
+public Q_SLOTS:
+    void ConnectedSlot();
+    void DisconnectedSlot();
+    void ReadMessage();
+    void NewOutgoingMessage(MessageInfo msg);
+
+private:
+    MessageServer* mServer;
+    std::unique_ptr<QLocalServer> mLocalServer;
+    QLocalSocket* mSocket = nullptr; // the current client's; belongs to mLocalServer
+    QPointer<MessageWriter> mWriter; // belongs to mSocket
+};
+
+} // namespace Quorvin::Util
+
+#endif // QVUTIL_MESSAGESERVER_P_H

@@ -1,0 +1,91 @@
+// SPDX-FileCopyrightText: 2026 The QvUtil developers
+// SPDX-License-Identifier: MIT
+
+// What all Unix systems answer alike.
+
+#include "Platform.h"
+
+#include <QFile>
+
+#include <cerrno>
+
+#include <fcntl.h>
+#include <poll.h>
+#include <sys/file.h>
+#include <sys/ioctl.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace Quorvin::Util::Platform {
+namespace {
+
+template <typename Call> auto RepeatWhenInterrupted(Call call)
+{
+    auto result = call();
+    while (result == -1 && errno == EINTR)
+        result = call();
+    return result;
+}
+
+// Whether a path still leads to an open file: another process may have removed the file, or replaced it.
+bool IsFileAt(const QByteArray& path, int file)
+{
+    struct stat opened = {};
+    struct stat there = {};
+    return ::fstat(file, &opened) == 0 && ::stat(path.constData(), &there) == 0
+        && opened.st_dev == there.st_dev && opened.st_ino == there.st_ino;
+}
+
+} // namespace
+
+bool ReadAvailable(qintptr socket, QByteArray& bytes)
+{
+    int available = 0;
+    if (::ioctl(static_cast<int>(socket), FIONREAD, &available) == -1 || available <= 0)
+        return false;
+    const qsizetype before = bytes.size();
+    bytes.resize(before + available);
+    const ssize_t count = RepeatWhenInterrupted([&] {
+        return ::recv(static_cast<int>(socket), bytes.data() + before, static_cast<size_t>(available),
+                      MSG_DONTWAIT);
+    });
+    bytes.resize(before + qMax(count, ssize_t(0)));
+    return count > 0;
+}
+
+bool WaitForBytes(qintptr socket, int timeoutMs)
+{
+    pollfd request = {static_cast<int>(socket), POLLIN, 0};
+    return RepeatWhenInterrupted([&] { return ::poll(&request, 1, timeoutMs); }) > 0;
+}
+
+quint32 GetUserId()
+{
+    return ::geteuid();
+}
+
+int LockFile(const QString& path)
+{
+    const QByteArray name = QFile::encodeName(path);
+    for (;;) {
+        const int file = RepeatWhenInterrupted(
+            [&] { return ::open(name.constData(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0600); });
+        if (file == -1)
+            return -1;
+        const bool locked = RepeatWhenInterrupted([&] { return ::flock(file, LOCK_EX); }) == 0;
+        if (locked && IsFileAt(name, file))
+            return file;
+        ::close(file);
+        if (!locked)
+            return -1;
+    }
+}
+
+void UnlockFile(int lock)
+{
+    if (lock != -1)
+        ::close(lock);
+}
+
+} // namespace Quorvin::Util::Platform

@@ -1,0 +1,158 @@
+// SPDX-FileCopyrightText: 2026 The QvUtil developers
+// SPDX-License-Identifier: MIT
+
+#ifndef QVUTIL_MESSAGINGSUPPORT_H
+#define QVUTIL_MESSAGINGSUPPORT_H
+
+#include "IPC.h"
+#include "MessageCodec_p.h"
+#include "platform/Platform.h"
+
+#include <QCoreApplication>
+#include <QDeadlineTimer>
+#include <QFile>
+#include <QLocalSocket>
+#include <QMetaMethod>
+#include <QProcess>
+#include <QString>
+#include <QStringList>
+#include <QtTest>
+
+/// Waits up to a minute: the machine may be busy with other things.
+#define EVENTUALLY(condition) QTRY_VERIFY_WITH_TIMEOUT(condition, 60000)
+#define EVENTUALLY_EQUAL(actual, expected) QTRY_COMPARE_WITH_TIMEOUT(actual, expected, 60000)
+
+/// What the tests of messaging share.
+namespace MessagingSupport {
+
+/// A server or grid name that nobody else uses, short enough for every system.
+[[nodiscard]] inline QString UniqueName()
+{
+    static int number = 0;
+    return QStringLiteral("qv%1-%2").arg(QCoreApplication::applicationPid()).arg(++number);
+}
+
+/// Runs the event loop until a condition holds. \return false if it does not within a minute
+template <typename Condition> [[nodiscard]] bool WaitUntil(Condition condition)
+{
+    return QTest::qWaitFor(condition, 60000);
+}
+
+/// Connects a plain Qt socket as soon as somebody listens.
+[[nodiscard]] inline bool Connect(QLocalSocket& socket, const QString& name)
+{
+    return WaitUntil([&] {
+        if (socket.state() == QLocalSocket::UnconnectedState)
+            socket.connectToServer(name);
+        return socket.state() == QLocalSocket::ConnectedState;
+    });
+}
+
+/// Writes bytes as one piece.
+inline void Write(QLocalSocket& socket, const QByteArray& bytes)
+{
+    socket.write(bytes);
+    socket.flush();
+}
+
+/// Waits until the other end has read all that was written.
+[[nodiscard]] inline bool IsTaken(QLocalSocket& socket)
+{
+    return WaitUntil([&] {
+        return socket.bytesToWrite() == 0
+            && Quorvin::Util::Platform::GetUnreadBytes(socket.socketDescriptor()) == 0;
+    });
+}
+
+/// A request or message as another program might send it.
+[[nodiscard]] inline QByteArray Document(const QString& id, const QVariantMap& params = {},
+                                         const QUuid& request = {}, const QUuid& answered = {})
+{
+    Quorvin::Util::MessageInfo message;
+    message.Id = id;
+    message.Params = params;
+    message.UniqueId = request;
+    message.NeedResponse = !request.isNull();
+    message.OriginalMessageUniqueId = answered;
+    message.IsResponse = !answered.isNull();
+    return Quorvin::Util::WriteMessageByFiler(message).toUtf8();
+}
+
+/// Reads messages off a plain Qt socket until there are \p count of them.
+/// \return those that came within a minute
+[[nodiscard]] inline QList<Quorvin::Util::MessageInfo> ReadMessages(QLocalSocket& socket, int count)
+{
+    QByteArray bytes;
+    QList<Quorvin::Util::MessageInfo> messages;
+    static_cast<void>(WaitUntil([&] {
+        bytes += socket.readAll();
+        messages.clear();
+        Quorvin::Util::DecodeMessage(QString::fromUtf8(bytes), messages);
+        return messages.size() >= count;
+    }));
+    return messages;
+}
+
+/// Signals and slots of a class's own, in the order of their declaration, with the names of parameters.
+[[nodiscard]] inline QStringList MethodsOf(const QMetaObject& metaObject)
+{
+    QStringList result;
+    for (int i = metaObject.methodOffset(); i < metaObject.methodCount(); ++i) {
+        const QMetaMethod method = metaObject.method(i);
+        const QString kind = method.methodType() == QMetaMethod::Signal ? QStringLiteral("signal ")
+                                                                        : QStringLiteral("slot ");
+        result.append(kind + QString::fromLatin1(method.methodSignature()) + u' '
+                      + QString::fromLatin1(method.parameterNames().join(',')));
+    }
+    return result;
+}
+
+/// A helper process that prints lines, ended with the object.
+class Peer
+{
+public:
+    explicit Peer(const QStringList& arguments)
+    {
+        mProcess.setProcessChannelMode(QProcess::ForwardedErrorChannel);
+        mProcess.start(QString::fromLatin1(MESSAGE_PEER), arguments);
+    }
+    ~Peer()
+    {
+        mProcess.closeWriteChannel(); // it ends then
+        if (!mProcess.waitForFinished(60000))
+            Kill();
+    }
+    Q_DISABLE_COPY_MOVE(Peer)
+
+    /// Waits for a line that begins with \p start, and forgets all up to it.
+    /// \return the line; a null text if none comes within a minute
+    [[nodiscard]] QString WaitForLine(const QString& start)
+    {
+        QString line;
+        static_cast<void>(WaitUntil([&] {
+            while (mProcess.canReadLine()) {
+                line = QString::fromUtf8(mProcess.readLine()).trimmed();
+                if (line.startsWith(start))
+                    return true;
+            }
+            line.clear();
+            return mProcess.state() == QProcess::NotRunning;
+        }));
+        return line;
+    }
+
+    void Kill()
+    {
+        mProcess.kill();
+        mProcess.waitForFinished(60000);
+    }
+
+    [[nodiscard]] qint64 Id() const { return mProcess.processId(); }
+
+private:
+    QProcess mProcess;
+};
+
+} // namespace MessagingSupport
+
+#endif // QVUTIL_MESSAGINGSUPPORT_H

@@ -1,0 +1,137 @@
+// SPDX-FileCopyrightText: 2026 The QvUtil developers
+// SPDX-License-Identifier: MIT
+
+// The other process of the messaging tests. It does what its first argument says, with lines of text on
+// standard output for what has happened; it ends when standard input is closed, or with the line "quit".
+//
+//   serve NAME           a server: answers requests with their own parameters and the process id; prints
+//                        "ready", and "message ID" for each message
+//   client NAME          a client that asks without end; prints "connected" once and "answer N" for each
+//   answer flood NAME SIZE N [LIMIT]
+//                        connects and sends N messages with SIZE bytes each, as fast as it can
+//   paced NAME SIZE N [LIMIT]
+//                        the same, waiting each time until the message is written
+//   grid NAME            joins a grid; prints "joined SERVERNAME", and "linked" when its client is connected
+
+#include "IPCManager.h"
+#include "MessageClient_p.h"
+#include "MessageLink_p.h"
+#include "MessageServer_p.h"
+
+#include <QCoreApplication>
+#include <QSocketNotifier>
+#include <QTimer>
+
+#include <cstdio>
+
+#include <unistd.h>
+
+using namespace Qt::StringLiterals;
+using namespace Quorvin::Util;
+
+namespace {
+
+void Print(const QString& line)
+{
+    std::puts(qPrintable(line));
+    std::fflush(stdout);
+}
+
+class Echo final : public IMessageResponder
+{
+public:
+    bool HandleMessage(const QString& messageId, const QVariantMap& params,
+                       QVariantMap& responseParams) override
+    {
+        responseParams = params;
+        responseParams.insert(u"id"_s, messageId);
+        responseParams.insert(u"pid"_s, QCoreApplication::applicationPid());
+        return true;
+    }
+};
+
+int Serve(const QString& name)
+{
+    Echo echo;
+    IPCManager manager;
+    manager.AddMessageResponder(&echo);
+    QObject::connect(&manager, &IPCManager::MessageReceived, &manager,
+                     [](const QString& id) { Print(u"message "_s + id); });
+    manager.StartServer(name, QIODeviceBase::ReadWrite);
+    // It starts in the background; a client of our own tells when it listens.
+    {
+        MessageClient probe;
+        probe.ConnectToServer(name);
+        if (!probe.WaitForConnection(60000))
+            return 1;
+    }
+    Print(u"ready"_s);
+    return QCoreApplication::exec();
+}
+
+int Ask(const QString& name)
+{
+    IPCManager manager;
+    manager.ConnectToServer(name, QIODeviceBase::ReadWrite);
+    int asked = 0;
+    QTimer timer;
+    QObject::connect(&timer, &QTimer::timeout, &manager, [&] {
+        if (!manager.IsConnectedToServer(name))
+            return;
+        QVariantMap answer;
+        const int number = ++asked;
+        if (manager.SendMessageAndGetResponse(name, u"Ask"_s, {{u"n"_s, number}}, answer, 2000))
+            Print(u"answer %1 %2"_s.arg(answer.value(u"n"_s).toInt()).arg(number));
+    });
+    QObject::connect(&manager, &IPCManager::ConnectedToServer, &manager, [] { Print(u"connected"_s); });
+    timer.start(1);
+    return QCoreApplication::exec();
+}
+
+int Send(const QStringList& arguments, bool waitForSent)
+{
+    const qsizetype size = arguments.at(3).toLongLong();
+    const int count = arguments.at(4).toInt();
+    if (arguments.size() > 5)
+        LimitSendBuffer(arguments.at(5).toInt());
+    MessageClient client;
+    client.ConnectToServer(arguments.at(2), QIODeviceBase::ReadWrite);
+    if (!client.WaitForConnection(60000))
+        return 1;
+    const QString text(size, u'x');
+    for (int i = 0; i < count; ++i)
+        client.SendMessage(u"Data"_s, {{u"n"_s, i}, {u"text"_s, text}}, waitForSent);
+    client.SendMessage(u"End"_s, {}, true);
+    Print(u"sent"_s);
+    return QCoreApplication::exec();
+}
+
+int Join(const QString& name)
+{
+    IPCManager manager;
+    QObject::connect(&manager, &IPCManager::ConnectedToServer, &manager,
+                     [](const QString& server) { Print(u"linked "_s + server); });
+    manager.CreateGridConnection(name, QIODeviceBase::ReadWrite);
+    Print(u"joined"_s);
+    return QCoreApplication::exec();
+}
+
+} // namespace
+
+int main(int argc, char* argv[])
+{
+    const QCoreApplication application(argc, argv);
+    QSocketNotifier input(STDIN_FILENO, QSocketNotifier::Read);
+    QObject::connect(&input, &QSocketNotifier::activated, &application, [] { QCoreApplication::quit(); });
+    const QStringList arguments = QCoreApplication::arguments();
+    const QString mode = arguments.value(1);
+    if (mode == "serve"_L1)
+        return Serve(arguments.value(2));
+    if (mode == "client"_L1)
+        return Ask(arguments.value(2));
+    if (mode == "flood"_L1 || mode == "paced"_L1)
+        return Send(arguments, mode == "paced"_L1);
+    if (mode == "grid"_L1)
+        return Join(arguments.value(2));
+    return 2;
+}
