@@ -491,7 +491,7 @@ void tst_MessageServer::Receive_wholeLargeMessages_data()
     for (const char* const mode : {"flood", "paced"}) {
         for (const int size : {100, 30000, 40000, 70000, 130000, 262144 - 500}) {
             QTest::addRow("%s, %d bytes", mode, size)
-                << QString::fromLatin1(mode) << size << (size < 1000 ? 20000 : 300);
+                << QString::fromLatin1(mode) << size << (size < 1000 ? 5000 : 200);
         }
     }
 }
@@ -539,13 +539,13 @@ void tst_MessageServer::Send_wholeLargeMessages()
     QVERIFY(Connect(client, name));
     EVENTUALLY_EQUAL(connected.count(), 1);
     LimitSendBuffer(0);
-    for (int i = 0; i < 50; ++i) {
+    for (int i = 0; i < 20; ++i) {
         server.SendMessage(u"large"_s, {{u"n"_s, i}, {u"text"_s, QString(size, u'x')}});
         server.SendMessage(u"small"_s, {{u"n"_s, i}});
     }
-    const QList<MessageInfo> messages = ReadMessages(client, 100);
-    QCOMPARE(messages.size(), 100);
-    for (int i = 0; i < 100; ++i) {
+    const QList<MessageInfo> messages = ReadMessages(client, 40);
+    QCOMPARE(messages.size(), 40);
+    for (int i = 0; i < 40; ++i) {
         QCOMPARE(messages.at(i).Id, i % 2 == 0 ? u"large"_s : u"small"_s);
         QCOMPARE(messages.at(i).Params.value(u"n"_s).toInt(), i / 2);
     }
@@ -785,7 +785,6 @@ void tst_MessageServer::Slot_opensEventLoop()
     QLocalSocket client;
     QVERIFY(Connect(client, name));
     Write(client, Document(u"m0"_s));
-    EVENTUALLY(!order.isEmpty() || true);
     Write(client, Document(u"m1"_s));
     EVENTUALLY_EQUAL(order, (QStringList{u"m0"_s, u"m1"_s, u"end of m1"_s, u"end of m0"_s}));
 }

@@ -13,7 +13,10 @@
 #import <Foundation/Foundation.h>
 #include <mach-o/dyld.h>
 #include <mach-o/loader.h>
+#include <sys/socket.h>
 #include <sys/types.h>
+#include <sys/un.h>
+#include <unistd.h>
 
 using namespace Qt::StringLiterals;
 
@@ -131,6 +134,45 @@ QLatin1StringView GetLibrarySuffix()
 QStringView RemoveLibraryVersion(QStringView fileName)
 {
     return fileName; // the version stands before the suffix and is part of the name
+}
+
+qsizetype EnlargeSendBuffer(qintptr socket, int bytes)
+{
+    const int descriptor = static_cast<int>(socket);
+    int size = 0;
+    socklen_t length = sizeof(size);
+    if (::getsockopt(descriptor, SOL_SOCKET, SO_SNDBUF, &size, &length) == -1)
+        return 0;
+    // More than kern.ipc.maxsockbuf is refused, not cut down to it.
+    for (int wish = bytes; wish > size; wish /= 2) {
+        if (::setsockopt(descriptor, SOL_SOCKET, SO_SNDBUF, &wish, sizeof(wish)) == 0)
+            break;
+    }
+    ::getsockopt(descriptor, SOL_SOCKET, SO_SNDBUF, &size, &length);
+    return size;
+}
+
+qint64 GetUnreadBytes(qintptr socket)
+{
+    int bytes = 0;
+    socklen_t length = sizeof(bytes);
+    const int result
+        = ::getsockopt(static_cast<int>(socket), SOL_SOCKET, SO_NWRITE, &bytes, &length);
+    return result == -1 ? 0 : bytes;
+}
+
+std::optional<quint32> GetPeerUserId(qintptr socket)
+{
+    uid_t user = 0;
+    gid_t group = 0;
+    if (::getpeereid(static_cast<int>(socket), &user, &group) == -1)
+        return std::nullopt;
+    return user;
+}
+
+qsizetype GetLongestSocketPath()
+{
+    return static_cast<qsizetype>(sizeof(sockaddr_un::sun_path)) - 1; // a zero ends it
 }
 
 void WriteDebugOutput(const QString& /*text*/) { }
