@@ -4,6 +4,8 @@
 # The tests of messaging, labelled `threads`: those to run under the thread sanitizer.
 
 set(messaging_tests
+    tst_IPCManager
+    tst_MessageClient
     tst_MessageEncoding
     tst_MessageFraming
     tst_MessageServer

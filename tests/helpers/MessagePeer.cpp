@@ -11,7 +11,9 @@
 //                        connects and sends N messages with SIZE bytes each, as fast as it can
 //   paced NAME SIZE N [LIMIT]
 //                        the same, waiting each time until the message is written
-//   grid NAME            joins a grid; prints "joined SERVERNAME", and "linked" when its client is connected
+//   foreign NAME         a plain server of another user; prints "ready", and "came" for each client. Needs
+//   root. grid NAME            joins a grid; prints "joined SERVERNAME", and "linked" when its client is
+//   connected
 
 #include "IPCManager.h"
 #include "MessageClient_p.h"
@@ -19,6 +21,7 @@
 #include "MessageServer_p.h"
 
 #include <QCoreApplication>
+#include <QLocalServer>
 #include <QSocketNotifier>
 #include <QTimer>
 
@@ -106,6 +109,19 @@ int Send(const QStringList& arguments, bool waitForSent)
     return QCoreApplication::exec();
 }
 
+int ServeAsOther(const QString& name)
+{
+    QLocalServer server;
+    QObject::connect(&server, &QLocalServer::newConnection, &server, [&server] {
+        server.nextPendingConnection()->deleteLater();
+        Print(u"came"_s);
+    });
+    if (!server.listen(name))
+        return 1;
+    Print(u"ready"_s);
+    return QCoreApplication::exec();
+}
+
 int Join(const QString& name)
 {
     IPCManager manager;
@@ -120,6 +136,10 @@ int Join(const QString& name)
 
 int main(int argc, char* argv[])
 {
+    constexpr uid_t kNobody = 65534;
+    const bool foreign = argc > 1 && qstrcmp(argv[1], "foreign") == 0;
+    if (foreign && (::setgid(kNobody) != 0 || ::setuid(kNobody) != 0))
+        return 3;
     const QCoreApplication application(argc, argv);
     QSocketNotifier input(STDIN_FILENO, QSocketNotifier::Read);
     QObject::connect(&input, &QSocketNotifier::activated, &application, [] { QCoreApplication::quit(); });
@@ -131,6 +151,8 @@ int main(int argc, char* argv[])
         return Ask(arguments.value(2));
     if (mode == "flood"_L1 || mode == "paced"_L1)
         return Send(arguments, mode == "paced"_L1);
+    if (foreign)
+        return ServeAsOther(arguments.value(2));
     if (mode == "grid"_L1)
         return Join(arguments.value(2));
     return 2;
