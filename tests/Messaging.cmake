@@ -4,6 +4,7 @@
 # The tests of messaging, labelled `threads`: those to run under the thread sanitizer.
 
 set(messaging_tests
+    tst_Grid
     tst_IPCManager
     tst_MessageClient
     tst_MessageEncoding

@@ -141,6 +141,9 @@ public:
         return line;
     }
 
+    /// Tells it to end, and does not wait for that.
+    void EndInput() { mProcess.closeWriteChannel(); }
+
     void Kill()
     {
         mProcess.kill();
