@@ -13,6 +13,7 @@
 #include <algorithm>
 #include <atomic>
 #include <limits>
+#include <utility>
 
 namespace Quorvin::Util {
 namespace {
@@ -100,17 +101,17 @@ MessageWriter::MessageWriter(QLocalSocket* socket)
 
 void MessageWriter::Write(const MessageInfo& message)
 {
-    const QByteArray document = EncodeMessage(message).toUtf8();
-    WarnIfTooLarge(message, document);
-    if (mWaiting.isEmpty() && CanWrite(document)) {
-        WriteNow(message, document);
-        return;
-    }
     if (mWaiting.isEmpty()) {
+        const QByteArray document = MakeDocument(message);
+        if (CanWrite(document)) {
+            WriteNow(message, document);
+            return;
+        }
+        mNextDocument = document;
         mWaitingSince.start();
         mTimer.start(0);
     }
-    mWaiting.enqueue({message, document});
+    mWaiting.enqueue(message);
 }
 
 bool MessageWriter::CanWrite(const QByteArray& document) const
@@ -129,21 +130,23 @@ void MessageWriter::WriteNow(const MessageInfo& message, const QByteArray& docum
 void MessageWriter::WriteWaiting()
 {
     while (!mWaiting.isEmpty() && mSocket->state() == QLocalSocket::ConnectedState) {
-        if (!CanWrite(mWaiting.head().Document)) {
+        if (mNextDocument.isEmpty())
+            mNextDocument = MakeDocument(mWaiting.head());
+        if (!CanWrite(mNextDocument)) {
             const qint64 waitedNs = mWaitingSince.nsecsElapsed();
             const qint64 pauseMs
                 = waitedNs < kImpatientNs ? 0 : std::clamp(waitedNs / 8'000'000, qint64(1), kLongestPauseMs);
             mTimer.start(static_cast<int>(pauseMs));
             return;
         }
-        const Waiting next = mWaiting.dequeue();
-        WriteNow(next.Message, next.Document);
+        WriteNow(mWaiting.dequeue(), std::exchange(mNextDocument, {}));
         mWaitingSince.start();
     }
 }
 
-void MessageWriter::WarnIfTooLarge(const MessageInfo& message, const QByteArray& document) const
+QByteArray MessageWriter::MakeDocument(const MessageInfo& message) const
 {
+    const QByteArray document = EncodeMessage(message).toUtf8();
     if (mLargestWhole > 0 && document.size() > mLargestWhole) {
         qCWarning(
             lcQvUtil,
@@ -152,6 +155,7 @@ void MessageWriter::WarnIfTooLarge(const MessageInfo& message, const QByteArray&
             qUtf16Printable(message.Id), static_cast<long long>(document.size()),
             static_cast<long long>(mLargestWhole));
     }
+    return document;
 }
 
 } // namespace Quorvin::Util

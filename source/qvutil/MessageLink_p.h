@@ -60,20 +60,15 @@ Q_SIGNALS:
     void Written(MessageInfo msg);
 
 private:
-    struct Waiting
-    {
-        MessageInfo Message;
-        QByteArray Document;
-    };
-
+    [[nodiscard]] QByteArray MakeDocument(const MessageInfo& message) const;
     [[nodiscard]] bool CanWrite(const QByteArray& document) const;
     void WriteNow(const MessageInfo& message, const QByteArray& document);
     void WriteWaiting();
-    void WarnIfTooLarge(const MessageInfo& message, const QByteArray& document) const;
 
     QLocalSocket* mSocket;
     qsizetype mLargestWhole;
-    QQueue<Waiting> mWaiting;
+    QQueue<MessageInfo> mWaiting;
+    QByteArray mNextDocument; // of the first that waits; the others have none yet
     QElapsedTimer mWaitingSince;
     // Runs only while something waits: no system tells when the receiver has taken the last byte.
     QTimer mTimer;
