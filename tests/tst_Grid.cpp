@@ -37,7 +37,7 @@ public:
     { }
     [[nodiscard]] bool Attach() { return mMemory.isAttached() || mMemory.attach(); }
     [[nodiscard]] bool Create() { return mMemory.create(kRegistrySize); }
-    [[nodiscard]] int Size() const { return mMemory.size(); }
+    [[nodiscard]] qsizetype Size() const { return mMemory.size(); }
     [[nodiscard]] QByteArray Bytes()
     {
         mMemory.lock();
@@ -427,7 +427,7 @@ void tst_Grid::Locking_nested()
     IPCManager manager;
     // Nested locking would make QSharedMemory warn, which would fail the test.
     manager.CreateGridConnection(grid, kReadWrite);
-    manager.ReadFromSharedMemory();
+    QCOMPARE(manager.ReadFromSharedMemory().size(), 1);
     manager.DeleteAllConnections();
     // It is unlocked now: another program can lock it.
     QSharedMemory other(grid);

@@ -218,8 +218,6 @@ MessageClientThread::MessageClientThread(const QString& serverName, QIODeviceBas
     setStackSize(kThreadStackSize);
 }
 
-MessageClientThread::~MessageClientThread() = default;
-
 bool MessageClientThread::IsConnected() const
 {
     return mSocketConnected.load(std::memory_order_relaxed);
@@ -227,20 +225,18 @@ bool MessageClientThread::IsConnected() const
 
 void MessageClientThread::run()
 {
-    mWorker = std::make_unique<MessageClientWorker>(mServerName, mMode, mClient);
-    MessageClientWorker* const worker = mWorker.get();
-    connect(worker, &MessageClientWorker::Connected, worker,
+    MessageClientWorker worker(mServerName, mMode, mClient);
+    connect(&worker, &MessageClientWorker::Connected, &worker,
             [this] { mSocketConnected.store(true, std::memory_order_relaxed); });
-    connect(worker, &MessageClientWorker::Disconnected, worker,
+    connect(&worker, &MessageClientWorker::Disconnected, &worker,
             [this] { mSocketConnected.store(false, std::memory_order_relaxed); });
-    connect(worker, &MessageClientWorker::Connected, this, &MessageClientThread::Connected);
-    connect(worker, &MessageClientWorker::Disconnected, this, &MessageClientThread::Disconnected);
-    connect(worker, &MessageClientWorker::MessageReceived, this, &MessageClientThread::MessageReceived);
-    connect(worker, &MessageClientWorker::MessageSent, this, &MessageClientThread::MessageSent);
-    worker->ConnectAndListen();
+    connect(&worker, &MessageClientWorker::Connected, this, &MessageClientThread::Connected);
+    connect(&worker, &MessageClientWorker::Disconnected, this, &MessageClientThread::Disconnected);
+    connect(&worker, &MessageClientWorker::MessageReceived, this, &MessageClientThread::MessageReceived);
+    connect(&worker, &MessageClientWorker::MessageSent, this, &MessageClientThread::MessageSent);
+    worker.ConnectAndListen();
     exec();
     mSocketConnected.store(false, std::memory_order_relaxed);
-    mWorker.reset();
 }
 
 // MessageClientWorker

@@ -104,16 +104,13 @@ private:
     mutable QRecursiveMutex mThreadLock; // guards the way through mThread to the state of the socket
 };
 
-class MessageClientWorker;
-
 /// The thread of a client. The object itself belongs to the owner's thread, so that what the worker signals
-/// to it is queued there.
+/// to it is queued there. The worker lives in run(), which nobody else can look into.
 class MessageClientThread final : public QThread
 {
     Q_OBJECT
 public:
     MessageClientThread(const QString& serverName, QIODeviceBase::OpenMode mode, MessageClient* client);
-    ~MessageClientThread() override;
     Q_DISABLE_COPY_MOVE(MessageClientThread)
 
     /// Any thread. \return whether the worker's socket is connected
@@ -128,7 +125,6 @@ Q_SIGNALS:
 
 private:
     MessageClient* mClient;
-    std::unique_ptr<MessageClientWorker> mWorker; // exists only while run() does; for this thread alone
     QString mServerName;
     QIODeviceBase::OpenMode mMode;
     // What the worker lets other threads know of its socket. The value stands alone, so that no order with

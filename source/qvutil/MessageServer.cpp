@@ -128,18 +128,14 @@ MessageServerThread::MessageServerThread(const QString& serverName, MessageServe
     setStackSize(kThreadStackSize);
 }
 
-MessageServerThread::~MessageServerThread() = default;
-
 void MessageServerThread::run()
 {
-    mWorker = std::make_unique<MessageServerWorker>(mServer);
-    connect(mWorker.get(), &MessageServerWorker::MessageReceived, this,
-            &MessageServerThread::MessageReceived);
-    connect(mWorker.get(), &MessageServerWorker::Connected, this, &MessageServerThread::Connected);
-    connect(mWorker.get(), &MessageServerWorker::Disconnected, this, &MessageServerThread::Disconnected);
-    mWorker->Start(mServerName);
+    MessageServerWorker worker(mServer);
+    connect(&worker, &MessageServerWorker::MessageReceived, this, &MessageServerThread::MessageReceived);
+    connect(&worker, &MessageServerWorker::Connected, this, &MessageServerThread::Connected);
+    connect(&worker, &MessageServerWorker::Disconnected, this, &MessageServerThread::Disconnected);
+    worker.Start(mServerName);
     exec();
-    mWorker.reset();
 }
 
 // MessageServerWorker

@@ -77,16 +77,13 @@ private:
     int mConnectionCount = 0;
 };
 
-class MessageServerWorker;
-
 /// The thread of a server. The object itself belongs to the owner's thread, so that what the worker signals
-/// to it is queued there.
+/// to it is queued there. The worker lives in run(), which nobody else can look into.
 class MessageServerThread final : public QThread
 {
     Q_OBJECT
 public:
     MessageServerThread(const QString& serverName, MessageServer* server);
-    ~MessageServerThread() override;
     Q_DISABLE_COPY_MOVE(MessageServerThread)
 
     void run() override;
@@ -98,7 +95,6 @@ Q_SIGNALS:
 
 private:
     MessageServer* mServer;
-    std::unique_ptr<MessageServerWorker> mWorker; // exists only while run() does
     QString mServerName;
 };
 
