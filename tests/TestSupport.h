@@ -9,6 +9,8 @@
 #include <QFile>
 #include <QLoggingCategory>
 #include <QMap>
+#include <QMutex>
+#include <QMutexLocker>
 #include <QRegularExpression>
 #include <QString>
 #include <QStringList>
@@ -79,7 +81,7 @@ class LogGuard
 public:
     LogGuard()
     {
-        Messages().clear();
+        Clear();
         Previous() = qInstallMessageHandler(&LogGuard::Handle);
         QLoggingCategory::setFilterRules(QStringLiteral("qvutil=true"));
     }
@@ -90,14 +92,29 @@ public:
     }
     Q_DISABLE_COPY_MOVE(LogGuard)
 
-    /// The messages of the category "qvutil" since the guard was made.
-    [[nodiscard]] static QStringList& Messages()
+    /// The messages of the category "qvutil" since the guard was made, whichever thread they came from.
+    [[nodiscard]] static QStringList Messages()
+    {
+        const QMutexLocker locker(&Lock());
+        return List();
+    }
+
+private:
+    static void Clear()
+    {
+        const QMutexLocker locker(&Lock());
+        List().clear();
+    }
+    static QMutex& Lock()
+    {
+        static QMutex mutex;
+        return mutex;
+    }
+    static QStringList& List()
     {
         static QStringList messages;
         return messages;
     }
-
-private:
     static QtMessageHandler& Previous()
     {
         static QtMessageHandler handler = nullptr;
@@ -105,10 +122,12 @@ private:
     }
     static void Handle(QtMsgType type, const QMessageLogContext& context, const QString& text)
     {
-        if (qstrcmp(context.category, "qvutil") == 0)
-            Messages().append(text);
-        else if (Previous() != nullptr)
+        if (qstrcmp(context.category, "qvutil") == 0) {
+            const QMutexLocker locker(&Lock());
+            List().append(text);
+        } else if (Previous() != nullptr) {
             Previous()(type, context, text);
+        }
     }
 };
 

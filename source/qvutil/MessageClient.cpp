@@ -83,7 +83,7 @@ void MessageClient::DisconnectFromServer()
         return;
     if (mThread->isRunning()) {
         mThread->exit(0);
-        mThread->wait();
+        mThread->WaitUntilDone();
     }
     const QMutexLocker locker(&mThreadLock);
     // Also from within a slot that a signal of this thread object has called: Qt provides for that.
@@ -224,6 +224,18 @@ bool MessageClientThread::IsConnected() const
 }
 
 void MessageClientThread::run()
+{
+    RunWorker();
+    mDone.store(true, std::memory_order_release);
+}
+
+void MessageClientThread::WaitUntilDone()
+{
+    wait();
+    static_cast<void>(mDone.load(std::memory_order_acquire));
+}
+
+void MessageClientThread::RunWorker()
 {
     MessageClientWorker worker(mServerName, mMode, mClient);
     connect(&worker, &MessageClientWorker::Connected, &worker,

@@ -116,6 +116,8 @@ public:
     /// Any thread. \return whether the worker's socket is connected
     [[nodiscard]] bool IsConnected() const;
     void run() override;
+    /// Waits for the end of run(); what the thread has done happened before it returns.
+    void WaitUntilDone();
 
 Q_SIGNALS:
     void Connected();
@@ -124,6 +126,10 @@ Q_SIGNALS:
     void MessageSent(MessageInfo msg);
 
 private:
+    void RunWorker();
+
+    // Set when the worker is gone. wait() alone would do; a race detector does not see into it.
+    std::atomic<bool> mDone = false;
     MessageClient* mClient;
     QString mServerName;
     QIODeviceBase::OpenMode mMode;

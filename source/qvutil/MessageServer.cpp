@@ -42,7 +42,7 @@ bool MessageServer::Stop()
     if (mThread != nullptr) {
         if (mThread->isRunning()) {
             mThread->exit(0);
-            mThread->wait();
+            mThread->WaitUntilDone();
         }
         // Also from within a slot that a signal of this thread object has called: Qt provides for that.
         delete std::exchange(mThread, nullptr);
@@ -129,6 +129,18 @@ MessageServerThread::MessageServerThread(const QString& serverName, MessageServe
 }
 
 void MessageServerThread::run()
+{
+    RunWorker();
+    mDone.store(true, std::memory_order_release);
+}
+
+void MessageServerThread::WaitUntilDone()
+{
+    wait();
+    static_cast<void>(mDone.load(std::memory_order_acquire));
+}
+
+void MessageServerThread::RunWorker()
 {
     MessageServerWorker worker(mServer);
     connect(&worker, &MessageServerWorker::MessageReceived, this, &MessageServerThread::MessageReceived);

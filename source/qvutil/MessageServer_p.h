@@ -13,6 +13,7 @@
 #include <QtNetwork/QLocalServer>
 #include <QtNetwork/QLocalSocket>
 
+#include <atomic>
 #include <memory>
 
 namespace Quorvin::Util {
@@ -87,6 +88,8 @@ public:
     Q_DISABLE_COPY_MOVE(MessageServerThread)
 
     void run() override;
+    /// Waits for the end of run(); what the thread has done happened before it returns.
+    void WaitUntilDone();
 
 Q_SIGNALS:
     void MessageReceived(MessageInfo msg);
@@ -94,6 +97,10 @@ Q_SIGNALS:
     void Disconnected(QLocalSocket* socket);
 
 private:
+    void RunWorker();
+
+    // Set when the worker is gone. wait() alone would do; a race detector does not see into it.
+    std::atomic<bool> mDone = false;
     MessageServer* mServer;
     QString mServerName;
 };
