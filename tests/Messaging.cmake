@@ -9,6 +9,7 @@ set(messaging_tests
     tst_MessageClient
     tst_MessageEncoding
     tst_MessageFraming
+    tst_MessageRestarts
     tst_MessageServer
 )
 
@@ -22,4 +23,5 @@ foreach(test IN LISTS messaging_tests)
     add_dependencies(${test} MessagePeer)
     target_compile_definitions(${test} PRIVATE MESSAGE_PEER="$<TARGET_FILE:MessagePeer>")
 endforeach()
-set_tests_properties(${messaging_tests} PROPERTIES LABELS threads)
+set_tests_properties(${messaging_tests} PROPERTIES LABELS threads TIMEOUT 600)
+set_tests_properties(tst_MessageRestarts PROPERTIES LABELS "threads;slow" TIMEOUT 1200)

@@ -11,6 +11,7 @@
 #include <QCoreApplication>
 #include <QDeadlineTimer>
 #include <QFile>
+#include <QLocalServer>
 #include <QLocalSocket>
 #include <QMetaMethod>
 #include <QProcess>
@@ -106,6 +107,30 @@ inline void Write(QLocalSocket& socket, const QByteArray& bytes)
     }
     return result;
 }
+
+/// A plain Qt server at the other end.
+class RawServer
+{
+public:
+    explicit RawServer(const QString& name)
+    {
+        QLocalServer::removeServer(name);
+        mListening = mServer.listen(name);
+    }
+    [[nodiscard]] bool IsListening() const { return mListening; }
+    /// The client's socket, as soon as there is one.
+    [[nodiscard]] QLocalSocket* Client()
+    {
+        if (mClient == nullptr && WaitUntil([&] { return mServer.hasPendingConnections(); }))
+            mClient = mServer.nextPendingConnection();
+        return mClient;
+    }
+
+private:
+    QLocalServer mServer;
+    QLocalSocket* mClient = nullptr;
+    bool mListening = false;
+};
 
 /// A helper process that prints lines, ended with the object.
 class Peer

@@ -8,8 +8,6 @@
 
 #include <QDir>
 #include <QElapsedTimer>
-#include <QLocalServer>
-#include <QRandomGenerator>
 #include <QSignalSpy>
 #include <QTimer>
 #include <QtTest>
@@ -25,30 +23,6 @@ using namespace MessagingSupport;
 namespace {
 
 constexpr QIODeviceBase::OpenMode kReadWrite = QIODeviceBase::ReadWrite;
-
-// A plain Qt server at the other end.
-class RawServer
-{
-public:
-    explicit RawServer(const QString& name)
-    {
-        QLocalServer::removeServer(name);
-        mListening = mServer.listen(name);
-    }
-    [[nodiscard]] bool IsListening() const { return mListening; }
-    /// The client's socket, as soon as there is one.
-    [[nodiscard]] QLocalSocket* Client()
-    {
-        if (mClient == nullptr && WaitUntil([&] { return mServer.hasPendingConnections(); }))
-            mClient = mServer.nextPendingConnection();
-        return mClient;
-    }
-
-private:
-    QLocalServer mServer;
-    QLocalSocket* mClient = nullptr;
-    bool mListening = false;
-};
 
 // A client connected to a plain Qt server.
 struct Link
@@ -131,9 +105,6 @@ private Q_SLOTS:
 
     void TrustedUsers();
     void ForeignServer();
-    void ServerRestarts();
-    void ServerKilled();
-    void ClientKilled();
 };
 
 void tst_MessageClient::MetaObjects()
@@ -746,80 +717,6 @@ void tst_MessageClient::ForeignServer()
     QCOMPARE(connected.count(), 0);
     QCOMPARE(disconnected.count(), 0);
     QCOMPARE(TestSupport::LogGuard::Messages(), QStringList());
-}
-
-void tst_MessageClient::ServerRestarts()
-{
-    // 100 restarts under a client that keeps asking. A restarted server is found within a second; by then
-    // the next one may be there, so that not every one need be seen.
-    const QString name = UniqueName();
-    Peer client({u"client"_s, name});
-    int answers = 0;
-    for (int round = 0; round < 100; ++round) {
-        RawServer server(name);
-        QVERIFY(server.IsListening());
-        QLocalSocket* const socket = server.Client();
-        QVERIFY(socket != nullptr);
-        const QList<MessageInfo> messages = ReadMessages(*socket, 1);
-        QCOMPARE(messages.size(), 1);
-        Write(*socket,
-              Document(u"Response"_s, messages.constFirst().Params, {}, messages.constFirst().UniqueId));
-        QString line;
-        do { // the return of the connection ends a wait too, with an empty answer
-            line = client.WaitForLine(u"answer "_s);
-            QVERIFY(!line.isEmpty());
-        } while (line.startsWith(u"answer 0 "_s));
-        QCOMPARE(line.section(u' ', 1, 1), line.section(u' ', 2, 2)); // its own answer, and no other
-        ++answers;
-    }
-    QCOMPARE(answers, 100);
-}
-
-void tst_MessageClient::ServerKilled()
-{
-    const QString name = UniqueName();
-    MessageClient client;
-    client.ConnectToServer(name, kReadWrite);
-    QRandomGenerator random(7);
-    for (int round = 0; round < 50; ++round) {
-        Peer server({u"serve"_s, name});
-        const QObject thisRound;
-        QVERIFY(!server.WaitForLine(u"ready"_s).isEmpty());
-        // Some connection is there soon, be it one to the server before that is about to be noticed.
-        QVERIFY(WaitUntil([&] {
-            QVariantMap answer;
-            return client.SendMessageAndGetResponse(u"ask"_s, {{u"n"_s, round}}, answer, 1000)
-                && answer.value(u"n"_s).toInt() == round;
-        }));
-        for (int i = random.bounded(5); i > 0; --i)
-            client.SendMessage(u"m"_s, {{u"text"_s, QString(random.bounded(100000), u'x')}});
-        if (random.bounded(2) == 0)
-            QTimer::singleShot(random.bounded(5), &thisRound, [&] { server.Kill(); });
-        QVariantMap answer;
-        client.SendMessageAndGetResponse(u"ask"_s, {}, answer, random.bounded(20));
-        server.Kill();
-    }
-}
-
-void tst_MessageClient::ClientKilled()
-{
-    const QString name = UniqueName();
-    Peer server({u"serve"_s, name});
-    QVERIFY(!server.WaitForLine(u"ready"_s).isEmpty());
-    for (int round = 0; round < 50; ++round) {
-        Peer client({round % 2 == 0 ? u"client"_s : u"flood"_s, name, u"50000"_s, u"1000"_s});
-        if (round % 2 == 0)
-            QVERIFY(!client.WaitForLine(u"answer"_s).isEmpty());
-        else
-            QVERIFY(!server.WaitForLine(u"message"_s).isEmpty());
-        client.Kill();
-    }
-    MessageClient client;
-    client.ConnectToServer(name, kReadWrite);
-    QVERIFY(client.WaitForConnection(60000));
-    QVariantMap answer;
-    QVERIFY(client.SendMessageAndGetResponse(u"ask"_s, {}, answer, 60000));
-    QCOMPARE(answer.value(u"pid"_s).toLongLong(), server.Id());
 }
 
 QTEST_GUILESS_MAIN(tst_MessageClient)

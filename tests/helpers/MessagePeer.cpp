@@ -124,7 +124,9 @@ int ServeAsOther(const QString& name)
 
 int Join(const QString& name)
 {
+    Echo echo;
     IPCManager manager;
+    manager.AddMessageResponder(&echo);
     QObject::connect(&manager, &IPCManager::ConnectedToServer, &manager,
                      [](const QString& server) { Print(u"linked "_s + server); });
     manager.CreateGridConnection(name, QIODeviceBase::ReadWrite);
