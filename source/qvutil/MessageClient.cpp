@@ -31,6 +31,7 @@ MessageClient::MessageClient()
 {
     RegisterMessageInfo();
     mWaitTimer.setSingleShot(true);
+    mWaitTimer.setTimerType(Qt::PreciseTimer); // a coarse one may end a wait 5 % too early
     connect(&mWaitTimer, &QTimer::timeout, this, &MessageClient::EventLoopTimeout);
 }
 
