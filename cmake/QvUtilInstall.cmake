@@ -58,6 +58,7 @@ function(qvutil_install_cmake_package)
         COMPATIBILITY SameMajorVersion)
     install(FILES
         "${PROJECT_BINARY_DIR}/QvUtilConfig.cmake" "${PROJECT_BINARY_DIR}/QvUtilConfigVersion.cmake"
+        "${PROJECT_SOURCE_DIR}/cmake/QvUtilChecks.cmake"
         DESTINATION "${folder}" COMPONENT Development)
     install(EXPORT QvUtilTargets NAMESPACE QvUtil:: DESTINATION "${folder}" COMPONENT Development)
 endfunction()
@@ -85,7 +86,8 @@ function(qvutil_install)
         set_target_properties(qvutil PROPERTIES
             INSTALL_RPATH "${origin}/${way}/${CMAKE_INSTALL_LIBDIR}"
             INSTALL_RPATH_USE_LINK_PATH ON)
-        install(TARGETS qvutil RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}" COMPONENT Runtime)
+        install(TARGETS qvutil EXPORT QvUtilTargets
+            RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}" COMPONENT Runtime)
     endif()
 
     if(PROJECT_IS_TOP_LEVEL)

@@ -6,6 +6,7 @@
 #   install        installs the library from its build tree
 #   find_package   from that installation, by find_package
 #   pkg_config     from that installation, by pkg-config
+#   checks         from that installation, a host whose build checks its translations and expressions
 #   moved          the same two, after the installation was moved to another folder
 #   subdirectory   with the library's sources as a folder of the host's project
 #   static         the same with a static library; then from an installation of it, by find_package and by
@@ -137,6 +138,61 @@ endfunction()
 
 function(step_pkg_config)
     consume_by_pkg_config("${SCRATCH}/installed" "${SCRATCH}/pkg_config")
+endfunction()
+
+# Builds the host of the folder "checks" and runs its tests; both must succeed, or both fail and say WORDS.
+function(build_checks build)
+    cmake_parse_arguments(PARSE_ARGV 1 arg "" "FAILS_WITH" "")
+    set(build_command "${CMAKE_COMMAND}" --build "${build}")
+    set(test_command "${CMAKE_CTEST_COMMAND}" --test-dir "${build}" --output-on-failure)
+    foreach(command build_command test_command)
+        execute_process(COMMAND ${${command}}
+            OUTPUT_VARIABLE output ERROR_VARIABLE output RESULT_VARIABLE result)
+        if(NOT arg_FAILS_WITH AND NOT result EQUAL 0)
+            message(FATAL_ERROR "${${command}}\ngave ${result}\n${output}")
+        endif()
+        if(arg_FAILS_WITH AND (result EQUAL 0 OR NOT output MATCHES "${arg_FAILS_WITH}"))
+            message(FATAL_ERROR "${${command}}\ngave ${result} without \"${arg_FAILS_WITH}\"\n${output}")
+        endif()
+    endforeach()
+endfunction()
+
+function(step_checks)
+    set(host "${SCRATCH}/checks")
+    file(REMOVE_RECURSE "${host}")
+    file(COPY "${CMAKE_CURRENT_LIST_DIR}/../../examples/host-checks/" DESTINATION "${host}")
+    run(COMMAND "${CMAKE_COMMAND}" -G "${GENERATOR}" -S "${host}" -B "${host}/build"
+        "-DCMAKE_CXX_COMPILER=${COMPILER}" "-DCMAKE_PREFIX_PATH=${SCRATCH}/installed;${QT_PREFIX}")
+    build_checks("${host}/build")
+
+    run(COMMAND "${CMAKE_COMMAND}" --build "${host}/build" OUTPUT output)
+    if(output MATCHES "Checking")
+        message(FATAL_ERROR "The checks run again, though nothing has changed\n${output}")
+    endif()
+
+    break_and_mend("${host}" menu.de.xlf "<target>Speichern</target>" "<target/>" "untranslated")
+    break_and_mend("${host}" menu.xml "open & writable" "open & (writable" "menu.xml")
+    break_and_mend("${host}" menu.xml "open & writable" "open & writeable" "not known")
+    break_and_mend("${host}" conditions.txt "licensed | trial" "licensed | (trial" "conditions.txt")
+endfunction()
+
+# The host is broken, with TEXT replaced, and whole again without.
+function(break_and_mend host file text replacement words)
+    string(REPLACE "&" "&amp;" escaped_text "${text}")
+    string(REPLACE "&" "&amp;" escaped_replacement "${replacement}")
+    file(READ "${host}/${file}" good)
+    if(file MATCHES "xml$")
+        string(REPLACE "${escaped_text}" "${escaped_replacement}" bad "${good}")
+    else()
+        string(REPLACE "${text}" "${replacement}" bad "${good}")
+    endif()
+    if(bad STREQUAL good)
+        message(FATAL_ERROR "${file} does not hold ${text}")
+    endif()
+    file(WRITE "${host}/${file}" "${bad}")
+    build_checks("${host}/build" FAILS_WITH "${words}")
+    file(WRITE "${host}/${file}" "${good}")
+    build_checks("${host}/build")
 endfunction()
 
 function(step_moved)
