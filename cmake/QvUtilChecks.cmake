@@ -34,7 +34,7 @@ macro(_qvutil_require_check function)
     endif()
 endmacro()
 
-# Sets OUTPUT to absolute paths of files that exist.
+# Sets OUTPUT to the absolute paths of files.
 function(_qvutil_find_files output)
     set(files "")
     foreach(file IN LISTS ARGN)

@@ -157,7 +157,25 @@ function(build_checks build)
     endforeach()
 endfunction()
 
+# A project that makes CALL of the package's functions, without the tool, does not configure and says WORDS.
+function(reject_call call words)
+    set(project "${SCRATCH}/checks_rejected")
+    file(REMOVE_RECURSE "${project}")
+    file(WRITE "${project}/CMakeLists.txt" "cmake_minimum_required(VERSION 3.23)\nproject(rejected NONE)\n"
+        "include(\"${SOURCE}/cmake/QvUtilChecks.cmake\")\nadd_custom_target(app)\n${call}\n")
+    execute_process(COMMAND "${CMAKE_COMMAND}" -G "${GENERATOR}" -S "${project}" -B "${project}/build"
+        OUTPUT_VARIABLE output ERROR_VARIABLE output RESULT_VARIABLE result)
+    if(result EQUAL 0 OR NOT output MATCHES "${words}")
+        message(FATAL_ERROR "${call}\ngave ${result} without \"${words}\"\n${output}")
+    endif()
+endfunction()
+
 function(step_checks)
+    reject_call("qvutil_check_xliff(TARGET app FILES a.xlf)" "this QvUtil has no tool")
+    reject_call("qvutil_lint_expressions(TARGET app FILES a.txt)" "this QvUtil has no tool")
+    reject_call("qvutil_check_xliff(TARGET none FILES a.xlf)" "\"none\" is not a target")
+    reject_call("qvutil_check_xliff(b.xlf TARGET app FILES a.xlf)" "unexpected b.xlf")
+
     set(host "${SCRATCH}/checks")
     file(REMOVE_RECURSE "${host}")
     file(COPY "${CMAKE_CURRENT_LIST_DIR}/../../examples/host-checks/" DESTINATION "${host}")
