@@ -3,6 +3,8 @@
 
 #include "BooleanExpressionText_p.h"
 
+#include "PatternSpace_p.h"
+
 #include <algorithm>
 #include <utility>
 
@@ -12,12 +14,6 @@ namespace {
 constexpr bool IsOperatorCharacter(QChar c)
 {
     return c == u'&' || c == u'|';
-}
-
-// White space as the pattern "\s" has it without its Unicode option: ASCII only.
-constexpr bool IsBlank(QChar c)
-{
-    return c == u' ' || (c >= u'\t' && c <= u'\r');
 }
 
 } // namespace
@@ -85,7 +81,7 @@ private:
     [[nodiscard]] bool TakeOperatorBehindGroup()
     {
         qsizetype next = mSegment;
-        while (next < mRange.End && IsBlank(mText.mText[next]))
+        while (next < mRange.End && Quorvin::Util::Internal::IsPatternSpace(mText.mText[next]))
             ++next;
         if (next == mRange.End || !IsOperatorCharacter(mText.mText[next])
             || !mText.IsProper({mSegment, mRange.End}))

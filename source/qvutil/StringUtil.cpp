@@ -3,10 +3,12 @@
 
 #include "StringUtil.h"
 
-#include <QRegularExpression>
+#include "PatternSpace_p.h"
+
 #include <QStringView>
 
 #include <algorithm>
+#include <utility>
 
 using namespace Qt::StringLiterals;
 
@@ -15,14 +17,24 @@ namespace {
 
 constexpr QLatin1StringView kEllipsisText("...");
 constexpr QStringView kVariableStart = u"$(";
-constexpr QStringView kVariableRegExp = u"\\$\\((\\S+)\\)";
 
-const QRegularExpression& VariablePattern()
+// The first reference from a position on, as the pattern "\$\((\S+?)\)" finds it; empty if there is none.
+QStringView FindReference(QStringView text, qsizetype from)
 {
-    // Inverted greediness makes \S+ stop at the first ')' that it can.
-    static const QRegularExpression pattern(kVariableRegExp.toString(),
-                                            QRegularExpression::InvertedGreedinessOption);
-    return pattern;
+    qsizetype start = text.indexOf(kVariableStart, from);
+    while (start >= 0) {
+        const qsizetype name = start + kVariableStart.size();
+        qsizetype end = name;
+        while (end < text.size() && !Internal::IsPatternSpace(text[end])
+               && (end == name || text[end] != u')'))
+            ++end;
+        if (end == text.size())
+            return {}; // no ')' is left
+        if (text[end] == u')')
+            return text.sliced(start, end + 1 - start);
+        start = text.indexOf(kVariableStart, end); // what begins before the blank ends there too
+    }
+    return {};
 }
 
 char16_t FirstUnit(wchar_t ch)
@@ -41,12 +53,6 @@ const QString* FindValue(const QMap<QString, QString>& map, const QString& key, 
                 }).base();
     }
     return found == map.cend() ? nullptr : &found.value();
-}
-
-bool IsInsideSurrogatePair(const QString& text, qsizetype position)
-{
-    return position > 0 && position < text.size() && text.at(position).isLowSurrogate()
-        && text.at(position - 1).isHighSurrogate();
 }
 
 } // namespace
@@ -83,23 +89,20 @@ bool StringUtil::IsTextElided(QString text)
 
 int StringUtil::ResolveVariables(QString& text, const QMap<QString, QString>& variables, bool ignoreCase)
 {
+    if (!text.isValidUtf16())
+        return 0;
     int count = 0;
-    qsizetype position = 0;
-    // Most texts hold no reference: the plain search spares them the regular expression.
-    while (position <= text.size() && text.indexOf(kVariableStart, position) >= 0) {
-        const QRegularExpressionMatch match = VariablePattern().match(text, position);
-        if (!match.hasMatch())
-            break;
-        const qsizetype start = match.capturedStart();
-        if (const QString* found = FindValue(variables, match.captured(1), ignoreCase)) {
-            const QString value = *found; // the text may itself be one of the values
-            text.replace(start, match.capturedLength(), value);
-            ++count;
-        }
-        position = start + 1;
-        // No reference begins inside a surrogate pair, and a search from there would fail altogether.
-        if (IsInsideSurrogatePair(text, position))
-            ++position;
+    QStringView reference;
+    for (qsizetype position = 0; !(reference = FindReference(text, position)).isEmpty(); ++position) {
+        position = reference.data() - std::as_const(text).data();
+        const QStringView name = reference.sliced(2).chopped(1);
+        const QString* found
+            = FindValue(variables, QString::fromRawData(name.data(), name.size()), ignoreCase);
+        if (found == nullptr)
+            continue;
+        const QString value = *found; // the text may itself be one of the values
+        text.replace(position, reference.size(), value);
+        ++count;
     }
     return count;
 }

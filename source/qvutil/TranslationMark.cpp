@@ -3,16 +3,12 @@
 
 #include "TranslationMark_p.h"
 
+#include "PatternSpace_p.h"
+
 #include <algorithm>
 
 namespace Quorvin::Util::Internal {
 namespace {
-
-// What \s matches without Unicode properties.
-bool IsPatternSpace(QChar c)
-{
-    return c == u' ' || (c >= u'\t' && c <= u'\r');
-}
 
 QStringView TrimmedLeft(QStringView text)
 {

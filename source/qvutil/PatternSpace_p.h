@@ -1,0 +1,19 @@
+// SPDX-FileCopyrightText: 2026 The QvUtil developers
+// SPDX-License-Identifier: MIT
+
+#ifndef QVUTIL_PATTERNSPACE_P_H
+#define QVUTIL_PATTERNSPACE_P_H
+
+#include <QChar>
+
+namespace Quorvin::Util::Internal {
+
+/// White space as the pattern "\s" of QRegularExpression has it without its Unicode option: ASCII only.
+[[nodiscard]] constexpr bool IsPatternSpace(QChar c)
+{
+    return c == u' ' || (c >= u'\t' && c <= u'\r');
+}
+
+} // namespace Quorvin::Util::Internal
+
+#endif // QVUTIL_PATTERNSPACE_P_H
