@@ -5,10 +5,10 @@
 
 #include "Logging_p.h"
 #include "QtCompat_p.h"
-#include "SafeFile_p.h"
 #include "StringUtil.h"
 #include "TranslationMark_p.h"
 #include "XmlLimits_p.h"
+#include "platform/Platform.h"
 
 #include <QFile>
 #include <QTextStream>
@@ -249,7 +249,7 @@ bool XmlFiler::SaveAsXmlFile(const QString& path)
     QTextStream stream(&content);
     mDocument.save(stream, kFileIndent, QDomNode::EncodingFromTextStream);
     stream.flush();
-    return Internal::ReplaceFile(path, content);
+    return Platform::ReplaceFile(path, content);
 }
 
 QString XmlFiler::SaveAsXmlString()

@@ -6,7 +6,7 @@
 #include "Document.h"
 #include "Entries.h"
 #include "Failure.h"
-#include "SafeFile_p.h"
+#include "platform/Platform.h"
 
 #include <QFileInfo>
 
@@ -149,7 +149,7 @@ void FindLeftovers(const InputFile& file, QList<FileProblem>& problems)
 {
     if (file.IsCopy())
         return;
-    const QStringList leftovers = Quorvin::Util::Internal::FindAbandonedFiles(file.Path());
+    const QStringList leftovers = Quorvin::Util::Platform::FindAbandonedFiles(file.Path());
     for (const QString& leftover : leftovers) {
         const QFileInfo info(leftover);
         problems.append({.What = FileProblem::Leftover,

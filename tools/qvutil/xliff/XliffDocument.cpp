@@ -1,11 +1,11 @@
 // SPDX-FileCopyrightText: 2026 The QvUtil developers
 // SPDX-License-Identifier: MIT
 
+#include "platform/Platform.h"
 #include "XliffDocument.h"
 
 #include "../Document.h"
 #include "../Failure.h"
-#include "SafeFile_p.h"
 
 #include <qvutil/GeneralUtil.h>
 
@@ -427,7 +427,7 @@ void XliffDocument::Save(const QString& path) const
     // A mistake of ours must never cost anybody's translations.
     if (Util::XmlFiler probe; !probe.LoadFromXmlString(text))
         throw Failure(path, u"would not load after the change; what was there is kept"_s);
-    if (!Util::Internal::ReplaceFile(path, mSource.Encode(text)))
+    if (!Util::Platform::ReplaceFile(path, mSource.Encode(text)))
         FailToSave(path);
 }
 

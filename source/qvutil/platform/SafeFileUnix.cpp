@@ -1,7 +1,9 @@
 // SPDX-FileCopyrightText: 2026 The QvUtil developers
 // SPDX-License-Identifier: MIT
 
-#include "SafeFile_p.h"
+// How all Unix systems save files safely.
+
+#include "Platform.h"
 
 #include <QCryptographicHash>
 #include <QFile>
@@ -20,7 +22,7 @@
 // QSaveFile does not serve here: each killed save leaves one more temporary file behind, a loop of links is
 // replaced by a file, the owner changes, and a file whose name fills the system's limit cannot be saved.
 
-namespace Quorvin::Util::Internal {
+namespace Quorvin::Util::Platform {
 namespace {
 
 constexpr int kMostLinks = 40; // as many as the kernel follows
@@ -262,4 +264,4 @@ QStringList FindAbandonedFiles(const QString& path)
     return found;
 }
 
-} // namespace Quorvin::Util::Internal
+} // namespace Quorvin::Util::Platform
