@@ -13,9 +13,12 @@
 #include <CoreFoundation/CoreFoundation.h>
 #import <Foundation/Foundation.h>
 #include <dlfcn.h>
+#include <linux/sockios.h>
 #include <mach-o/dyld.h>
 #include <mach-o/loader.h>
 #include <objc/runtime.h>
+#include <sys/ioctl.h>
+#include <sys/socket.h>
 
 namespace {
 
@@ -210,6 +213,26 @@ const char* _dyld_get_image_name(std::uint32_t index)
     gGreatestImageIndex = std::max(gGreatestImageIndex, static_cast<int>(index));
     return index < gImages.size() && gImages.at(index).Path ? gImages.at(index).Path->constData() : nullptr;
 }
+}
+
+extern "C" int getpeereid(int socket, uid_t* user, gid_t* group)
+{
+    ucred peer = {};
+    socklen_t length = sizeof(peer);
+    if (getsockopt(socket, SOL_SOCKET, SO_PEERCRED, &peer, &length) == -1)
+        return -1;
+    *user = peer.uid;
+    *group = peer.gid;
+    return 0;
+}
+
+// Stands before the system's own, to which SO_NWRITE means something else.
+extern "C" int getsockopt(int socket, int level, int option, void* value, socklen_t* length) noexcept
+{
+    if (level == SOL_SOCKET && option == SO_NWRITE)
+        return ioctl(socket, SIOCOUTQ, value);
+    static const auto real = reinterpret_cast<decltype(&getsockopt)>(dlsym(RTLD_NEXT, "getsockopt"));
+    return real(socket, level, option, value, length);
 }
 
 namespace Doubles {

@@ -17,6 +17,10 @@
 
 #include <memory>
 
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <unistd.h>
+
 using namespace Qt::StringLiterals;
 using namespace Quorvin::Util;
 
@@ -60,6 +64,9 @@ private Q_SLOTS:
     void GetModulePath_data();
     void GetModulePath();
     void GetModulePath_withoutImages();
+
+    void LocalSockets();
+    void LocalSockets_closed();
 
     void GetLibrarySuffix();
     void RemoveLibraryVersion_data();
@@ -467,6 +474,41 @@ void tst_PlatformMac::GetModulePath()
 void tst_PlatformMac::GetModulePath_withoutImages()
 {
     QCOMPARE(GeneralUtil::GetModulePath(u"libFoo"_s), QString());
+}
+
+// Local sockets
+
+void tst_PlatformMac::LocalSockets()
+{
+    int ends[2];
+    QCOMPARE(socketpair(AF_UNIX, SOCK_STREAM, 0, ends), 0);
+    QCOMPARE(Platform::GetPeerUserId(ends[0]), std::optional<quint32>(getuid()));
+    QCOMPARE(Platform::GetUserId(), static_cast<quint32>(geteuid()));
+    QCOMPARE(Platform::GetUnreadBytes(ends[0]), 0);
+    QCOMPARE(write(ends[0], "12345", 5), 5);
+    QVERIFY(Platform::GetUnreadBytes(ends[0]) >= 5);
+
+    QByteArray bytes = "0"_ba;
+    QVERIFY(Platform::WaitForBytes(ends[1], 0));
+    QVERIFY(Platform::ReadAvailable(ends[1], bytes));
+    QCOMPARE(bytes, "012345"_ba);
+    QCOMPARE(Platform::GetUnreadBytes(ends[0]), 0);
+
+    const qsizetype size = Platform::EnlargeSendBuffer(ends[0], 1);
+    QVERIFY(size > 1); // it never gets smaller
+    QVERIFY(Platform::EnlargeSendBuffer(ends[0], 1 << 30) >= size);
+    close(ends[0]);
+    close(ends[1]);
+}
+
+void tst_PlatformMac::LocalSockets_closed()
+{
+    QByteArray bytes;
+    QCOMPARE(Platform::GetPeerUserId(-1), std::optional<quint32>());
+    QCOMPARE(Platform::GetUnreadBytes(-1), 0);
+    QCOMPARE(Platform::EnlargeSendBuffer(-1, 4096), 0);
+    QVERIFY(!Platform::ReadAvailable(-1, bytes));
+    QCOMPARE(Platform::GetLongestSocketPath(), static_cast<qsizetype>(sizeof(sockaddr_un::sun_path)) - 1);
 }
 
 void tst_PlatformMac::GetLibrarySuffix()

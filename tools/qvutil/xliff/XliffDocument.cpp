@@ -1,11 +1,11 @@
 // SPDX-FileCopyrightText: 2026 The QvUtil developers
 // SPDX-License-Identifier: MIT
 
-#include "platform/Platform.h"
 #include "XliffDocument.h"
 
 #include "../Document.h"
 #include "../Failure.h"
+#include "platform/Platform.h"
 
 #include <qvutil/GeneralUtil.h>
 
