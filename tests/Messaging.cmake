@@ -1,7 +1,7 @@
 # SPDX-FileCopyrightText: 2026 The QvUtil developers
 # SPDX-License-Identifier: MIT
 
-# The tests of messaging, labelled `threads`: those to run under the thread sanitizer.
+# The tests of messaging. Those labelled `threads` are to run under the thread sanitizer.
 
 set(messaging_tests
     tst_Grid

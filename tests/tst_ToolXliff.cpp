@@ -392,7 +392,7 @@ void tst_ToolXliff::Extract_pruneKeepsWhatCouldNotBeRead()
     QCOMPARE(mTool->Run({u"xliff"_s, u"extract"_s, u"."_s, u"-o"_s, u"de.xlf"_s, u"--prune"_s}).ToText(),
              u"de.xlf:5:13: \"B\" is gone from ui.xml\n"
              "de.xlf: 0 texts in 1 document: 0 kept, 0 new, 1 gone (kept: --prune removes); unchanged\n"
-             "! qvutil: z.xml:1:1: the file ends in the middle of the document\n"
+             "! qvutil: z.xml:1:3: the file ends in the middle of the document\n"
              "! qvutil: de.xlf: nothing is removed, since not all documents could be read\n=> 2\n"_s);
     QCOMPARE(mTool->Read(u"de.xlf"_s), before);
 }
@@ -519,7 +519,7 @@ void tst_ToolXliff::Extract_malformedDocument()
              u"de.xlf: 1 text in 1 document: 0 kept, 1 new; written\n"
              "! qvutil: a.xml:3:4: Opening and ending tag mismatch\n"
              "! qvutil: b.xml:1:1: the file is empty\n"
-             "! qvutil: c.xml:1:1: the file ends in the middle of the document\n"
+             "! qvutil: c.xml:1:3: the file ends in the middle of the document\n"
              "! qvutil: e.xml: nested deeper, or with more text in its entities, than the library takes\n"
              "! qvutil: none.xml: No such file or directory\n=> 2\n"_s);
     QCOMPARE(mTool->Read(u"de.xlf"_s), Xliff(Unit(u"A"_s, "<target/>", 1)).replace("ui.xml", "d.xml"));
@@ -807,7 +807,7 @@ void tst_ToolXliff::Check_documents()
         mTool->Run({u"xliff"_s, u"check"_s, u"de.xlf"_s, u"-d"_s, u"bad.xml"_s, u"--allow"_s, u"obsolete"_s})
             .ToText(),
         u"de.xlf: 3 units, no findings, 3 allowed\n"
-        "! qvutil: bad.xml:1:1: the file ends in the middle of the document\n=> 2\n"_s);
+        "! qvutil: bad.xml:1:2: the file ends in the middle of the document\n=> 2\n"_s);
 }
 
 void tst_ToolXliff::Check_allow_data()
