@@ -9,19 +9,23 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
+//! [callback]
 // What the operands mean is the program's business; an operand that it does not know fails the expression.
 bool IsTrue(const QString& operand, bool& value)
 {
     value = operand == "document open"_L1 || operand == "text selected"_L1;
     return value || operand == "read only"_L1;
 }
+//! [callback]
 
+//! [evaluate]
 QString Evaluate(const QString& expression)
 {
     bool value = false;
     const bool isValid = BooleanExpressionEvaluator(&IsTrue).Evaluate(expression, value);
     return !isValid ? u"not valid"_s : value ? u"true"_s : u"false"_s;
 }
+//! [evaluate]
 
 } // namespace
 

@@ -14,12 +14,14 @@ bool ShowFiles(Transcript& transcript, const Folders& folders)
 {
     transcript.Heading(u"Paths, files and hashes"_s);
 
+    //! [paths]
     SHOW(transcript, GeneralUtil::CleanPath(u"C:\\work\\..\\data\\"_s));
     SHOW(transcript, GeneralUtil::CleanPath(u"/Users/ada/notes/"_s));
     SHOW(transcript, GeneralUtil::RelativeToAbsolutePath(u"icons/open.png"_s, u"/opt/app/ui.xml"_s, true));
     SHOW(transcript, GeneralUtil::IsParentPath(u"Projects/Moon"_s, u"projects/moon/lander"_s));
     SHOW(transcript, GeneralUtil::GetCommonParentPath(u"/Users/ada/notes"_s, u"/users/Ada/maps"_s));
     SHOW(transcript, GeneralUtil::GetSubPath(u"a/b"_s, u"a/b/c/d"_s));
+    //! [paths]
 
     const QString folder = folders.Work + "/tour-files"_L1;
     const QString file = folder + "/report.txt"_L1;
