@@ -156,8 +156,7 @@ qint64 GetUnreadBytes(qintptr socket)
 {
     int bytes = 0;
     socklen_t length = sizeof(bytes);
-    const int result
-        = ::getsockopt(static_cast<int>(socket), SOL_SOCKET, SO_NWRITE, &bytes, &length);
+    const int result = ::getsockopt(static_cast<int>(socket), SOL_SOCKET, SO_NWRITE, &bytes, &length);
     return result == -1 ? 0 : bytes;
 }
 
