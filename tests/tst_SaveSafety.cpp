@@ -421,7 +421,7 @@ void tst_SaveSafety::FullDisk_existingFile()
     {
         const FileSizeLimit limit{rlim_t(room)};
         limited = limit.IsSet();
-        saved = SaveDocument(file, mDocuments.size() - 1);
+        saved = SaveDocument(file, static_cast<std::size_t>(mDocuments.size()) - 1);
     }
     QVERIFY(limited);
     QCOMPARE(saved, false);
