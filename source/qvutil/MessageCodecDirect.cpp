@@ -348,7 +348,7 @@ private:
             if (!ReadVariant(attributes[0], attributes[2], value, depth))
                 return false;
             if (!name.isEmpty())
-                map.insert(name, std::move(value));
+                map.insert(name, value);
             return mCertain;
         });
     }

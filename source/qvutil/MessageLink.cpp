@@ -20,7 +20,7 @@ namespace {
 
 // A receiver that never finds the socket empty reads on until so many bytes are there, before it looks at
 // them.
-constexpr qsizetype kEnoughBytes = 4 * 1024 * 1024;
+constexpr qsizetype kEnoughBytes = qsizetype(4) * 1024 * 1024;
 
 // How long the rest of a large document may take once its beginning is there. The writer is in the middle of
 // one system call then, and at the worst waits for a processor.

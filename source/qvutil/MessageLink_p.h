@@ -27,7 +27,7 @@ namespace Quorvin::Util {
 //     in the middle of its write.
 
 /// A document of up to so many bytes is handed over in one piece, whatever else is under way.
-inline constexpr qsizetype kWholePiece = 32 * 1024;
+inline constexpr qsizetype kWholePiece = qsizetype(32) * 1024;
 
 /// The send buffer that is asked of the system, in bytes. Not all systems grant it.
 inline constexpr int kWantedSendBuffer = 4 * 1024 * 1024;

@@ -14,7 +14,7 @@ namespace Quorvin::Util::Internal {
 inline constexpr int kMaxElementDepth = 1000;
 
 /// Characters that the entity references of a document from outside may stand for in all.
-inline constexpr qint64 kMaxEntityExpansion = 16 * 1024 * 1024;
+inline constexpr qint64 kMaxEntityExpansion = qint64(16) * 1024 * 1024;
 
 /// Tells whether a document keeps to both limits. It need not be well formed: what a parser would read before
 /// it met the error counts.
