@@ -19,6 +19,11 @@
 #include <QStringList>
 #include <QtTest>
 
+#include <csignal>
+
+#include <sys/types.h>
+#include <sys/wait.h>
+
 /// Waits up to a minute: the machine may be busy with other things.
 #define EVENTUALLY(condition) QTRY_VERIFY_WITH_TIMEOUT(condition, 60000)
 #define EVENTUALLY_EQUAL(actual, expected) QTRY_COMPARE_WITH_TIMEOUT(actual, expected, 60000)
@@ -143,6 +148,8 @@ public:
     }
     ~Peer()
     {
+        if (mFrozen)
+            ::kill(static_cast<pid_t>(Id()), SIGCONT);
         mProcess.closeWriteChannel(); // it ends then
         if (!mProcess.waitForFinished(60000))
             Kill();
@@ -175,10 +182,21 @@ public:
         mProcess.waitForFinished(60000);
     }
 
+    /// Stops it where it is, alive: it does nothing more until the object ends. \return false if it is gone
+    [[nodiscard]] bool Freeze()
+    {
+        siginfo_t info = {};
+        const auto id = static_cast<id_t>(Id());
+        mFrozen = ::kill(static_cast<pid_t>(Id()), SIGSTOP) == 0
+            && ::waitid(P_PID, id, &info, WSTOPPED | WNOWAIT) == 0;
+        return mFrozen;
+    }
+
     [[nodiscard]] qint64 Id() const { return mProcess.processId(); }
 
 private:
     QProcess mProcess;
+    bool mFrozen = false;
 };
 
 } // namespace MessagingSupport
