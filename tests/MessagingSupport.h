@@ -118,11 +118,13 @@ class RawServer
 {
 public:
     explicit RawServer(const QString& name)
+        : mName(name)
     {
         QLocalServer::removeServer(name);
         mListening = mServer.listen(name);
     }
     [[nodiscard]] bool IsListening() const { return mListening; }
+    [[nodiscard]] const QString& Name() const { return mName; }
     /// The client's socket, as soon as there is one.
     [[nodiscard]] QLocalSocket* Client()
     {
@@ -132,6 +134,7 @@ public:
     }
 
 private:
+    QString mName;
     QLocalServer mServer;
     QLocalSocket* mClient = nullptr;
     bool mListening = false;

@@ -68,6 +68,7 @@ private Q_SLOTS:
     void ConnectToServer_unusableName();
     void ConnectToServer_again();
     void WaitForConnection_connected();
+    void WaitForConnection_newsStillQueued();
     void WaitForConnection_time();
     void DisconnectFromServer();
     void Reconnect();
@@ -232,6 +233,24 @@ void tst_MessageClient::WaitForConnection_connected()
     QCOMPARE(link.Client.WaitForConnection(60000), true);
     QCOMPARE(ran, false); // no event loop
     EVENTUALLY(ran);
+}
+
+void tst_MessageClient::WaitForConnection_newsStillQueued()
+{
+    RawServer server(UniqueName());
+    QVERIFY(server.IsListening());
+    MessageClient client;
+    QSignalSpy connected(&client, &MessageClient::Connected);
+    client.ConnectToServer(server.Name(), kReadWrite);
+    const QDeadlineTimer limit(60000);
+    while (!client.IsConnected() && !limit.hasExpired())
+        QThread::yieldCurrentThread(); // no event is taken in meanwhile
+    QCOMPARE(connected.count(), 0);
+    QCOMPARE(client.WaitForConnection(0), true);
+    QCOMPARE(connected.count(), 1);
+    // So a request waits for its answer, which nobody gives here.
+    QVariantMap answer;
+    QCOMPARE(client.SendMessageAndGetResponse(u"request"_s, {}, answer, 200), false);
 }
 
 void tst_MessageClient::WaitForConnection_time()

@@ -149,7 +149,7 @@ bool IPCManager::ConnectToServer(const QString& serverName, QIODeviceBase::OpenM
 
 bool IPCManager::WaitForConnectionToServer(const QString& /*serverName*/, int timeoutMs)
 {
-    return mClient->IsConnected() || mClient->WaitForConnection(timeoutMs);
+    return mClient->WaitForConnection(timeoutMs); // true at once if it is connected
 }
 
 bool IPCManager::DisconnectFromServer(const QString& /*serverName*/)

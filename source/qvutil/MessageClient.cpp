@@ -8,6 +8,7 @@
 #include "MessageLink_p.h"
 #include "platform/Platform.h"
 
+#include <QCoreApplication>
 #include <QMutexLocker>
 
 #include <optional>
@@ -75,7 +76,13 @@ bool MessageClient::IsSocketConnected() const
 
 bool MessageClient::WaitForConnection(int timeoutMs)
 {
-    return IsConnected() || (!IsWaiting() && Wait(timeoutMs));
+    if (!IsConnected())
+        return !IsWaiting() && Wait(timeoutMs);
+    // The news of the connection may still be queued, and would end the wait for the answer to a first
+    // request.
+    if (!mConnected)
+        QCoreApplication::sendPostedEvents(mThread, QEvent::MetaCall);
+    return true;
 }
 
 void MessageClient::DisconnectFromServer()
@@ -221,7 +228,7 @@ MessageClientThread::MessageClientThread(const QString& serverName, QIODeviceBas
 
 bool MessageClientThread::IsConnected() const
 {
-    return mSocketConnected.load(std::memory_order_relaxed);
+    return mSocketConnected.load(std::memory_order_acquire);
 }
 
 void MessageClientThread::run()
@@ -239,17 +246,18 @@ void MessageClientThread::WaitUntilDone()
 void MessageClientThread::RunWorker()
 {
     MessageClientWorker worker(mServerName, mMode, mClient);
-    connect(&worker, &MessageClientWorker::Connected, &worker,
-            [this] { mSocketConnected.store(true, std::memory_order_relaxed); });
-    connect(&worker, &MessageClientWorker::Disconnected, &worker,
-            [this] { mSocketConnected.store(false, std::memory_order_relaxed); });
     connect(&worker, &MessageClientWorker::Connected, this, &MessageClientThread::Connected);
     connect(&worker, &MessageClientWorker::Disconnected, this, &MessageClientThread::Disconnected);
+    // After the signals above: whoever sees the connection finds the news of it in the queue.
+    connect(&worker, &MessageClientWorker::Connected, &worker,
+            [this] { mSocketConnected.store(true, std::memory_order_release); });
+    connect(&worker, &MessageClientWorker::Disconnected, &worker,
+            [this] { mSocketConnected.store(false, std::memory_order_release); });
     connect(&worker, &MessageClientWorker::MessageReceived, this, &MessageClientThread::MessageReceived);
     connect(&worker, &MessageClientWorker::MessageSent, this, &MessageClientThread::MessageSent);
     worker.ConnectAndListen();
     exec();
-    mSocketConnected.store(false, std::memory_order_relaxed);
+    mSocketConnected.store(false, std::memory_order_release);
 }
 
 // MessageClientWorker

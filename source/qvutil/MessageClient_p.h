@@ -46,7 +46,7 @@ public:
     bool ConnectToServer(const QString& name, QIODeviceBase::OpenMode mode);
     /// \return whether there is a connection; after DisconnectFromServer, whether there was one
     [[nodiscard]] bool IsConnected() const;
-    /// Waits for the connection.
+    /// Waits for the connection. The signal Connected has been emitted when it returns true.
     /// \param timeoutMs  milliseconds; negative waits without limit
     /// \return false if the time is over, or another wait is running
     bool WaitForConnection(int timeoutMs);
@@ -133,8 +133,8 @@ private:
     MessageClient* mClient;
     QString mServerName;
     QIODeviceBase::OpenMode mMode;
-    // What the worker lets other threads know of its socket. The value stands alone, so that no order with
-    // other memory is needed.
+    // What the worker lets other threads know of its socket, set once the signal that tells the same is
+    // queued.
     std::atomic<bool> mSocketConnected = false;
 };
 
