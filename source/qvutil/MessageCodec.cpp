@@ -12,9 +12,6 @@ using namespace Qt::StringLiterals;
 namespace Quorvin::Util {
 namespace {
 
-// Each document begins with it.
-constexpr QStringView kDocumentStart = u"<?xml ";
-
 void AppendMessage(const QString& document, QList<MessageInfo>& messages)
 {
     MessageInfo message;
@@ -32,20 +29,14 @@ QString EncodeMessage(const MessageInfo& message)
 
 bool DecodeMessage(const QString& text, QList<MessageInfo>& messages)
 {
-    const QStringView all = text;
-    qsizetype start = all.indexOf(kDocumentStart);
-    // What comes before the first document is a piece of its own.
-    if (start != 0 && !all.isEmpty())
-        AppendMessage(kDocumentStart.toString().append(start < 0 ? all : all.first(start)), messages);
-    while (start >= 0) {
-        const qsizetype next = all.indexOf(kDocumentStart, start + kDocumentStart.size());
-        const QStringView document = all.sliced(start, (next < 0 ? all.size() : next) - start);
-        if (std::optional<MessageInfo> message = ReadMessageDirectly(document))
+    ForEachPiece(QStringView(text), kDocumentStart, [&messages](QStringView piece) {
+        if (!piece.startsWith(kDocumentStart))
+            AppendMessage(kDocumentStart.toString().append(piece), messages);
+        else if (std::optional<MessageInfo> message = ReadMessageDirectly(piece))
             messages.append(*std::move(message));
-        else if (document.size() > kDocumentStart.size())
-            AppendMessage(document.toString(), messages);
-        start = next;
-    }
+        else if (piece.size() > kDocumentStart.size())
+            AppendMessage(piece.toString(), messages);
+    });
     return !messages.isEmpty();
 }
 

@@ -6,6 +6,7 @@
 
 #include "IPC.h"
 
+#include <QByteArrayView>
 #include <QList>
 #include <QString>
 #include <QStringView>
@@ -27,6 +28,27 @@ namespace Quorvin::Util {
 //     </Message>
 //
 // The order of attributes, and the white space, carry no meaning. (Here one line is broken in two.)
+
+/// What every document begins with, and none holds further on.
+inline constexpr QStringView kDocumentStart = u"<?xml ";
+inline constexpr QByteArrayView kDocumentStartBytes = "<?xml ";
+
+/// Cuts text, or bytes, into the pieces that are looked at one by one: what stands before the first document,
+/// unless that is nothing, and each document with all that follows it up to the next one.
+/// \param all            what one read has brought
+/// \param documentStart  kDocumentStart or kDocumentStartBytes
+/// \param visit          called with each piece
+template <typename View, typename Visit> void ForEachPiece(View all, View documentStart, Visit visit)
+{
+    qsizetype start = all.indexOf(documentStart);
+    if (start != 0 && !all.isEmpty())
+        visit(start < 0 ? all : all.first(start));
+    while (start >= 0) {
+        const qsizetype next = all.indexOf(documentStart, start + documentStart.size());
+        visit(all.sliced(start, (next < 0 ? all.size() : next) - start));
+        start = next;
+    }
+}
 
 /// Writes the document of one message.
 [[nodiscard]] QString EncodeMessage(const MessageInfo& message);
