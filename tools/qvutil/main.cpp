@@ -13,6 +13,7 @@ int main(int argc, char* argv[])
     AddSettingsCommands(line);
     AddXliffCommands(line);
     AddExprCommands(line);
+    AddMessageCommands(line);
     AddLocaleCommands(line);
     AddPathCommands(line);
     AddFilesCommands(line);
