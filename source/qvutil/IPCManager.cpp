@@ -41,7 +41,7 @@ QList<ProcessInfo> ParseRegistry(const QByteArray& image)
     qint32 count = 0;
     stream >> count;
     // A count that is not true, or a name that is longer than what is left, ends with the data.
-    while (count-- > 0) {
+    for (; count > 0; --count) {
         ProcessInfo process;
         stream >> process.ProcessId >> process.ServerName;
         if (stream.status() != QDataStream::Ok)
