@@ -4,14 +4,12 @@
 #include "IPCManager.h"
 
 #include "GeneralUtil.h"
+#include "GridRegistry_p.h"
 #include "MessageClient_p.h"
 #include "MessageServer_p.h"
 #include "platform/Platform.h"
 
 #include <QCoreApplication>
-#include <QCryptographicHash>
-#include <QDataStream>
-#include <QDir>
 #include <QFile>
 #include <QFileInfo>
 #include <QSharedMemory>
@@ -23,54 +21,6 @@
 using namespace Qt::StringLiterals;
 
 namespace Quorvin::Util {
-namespace {
-
-// The registry, in shared memory whose key is the grid's name, in QDataStream's default form (big-endian):
-//
-//     offset 0   number of members, 32-bit signed
-//     offset 4   the members, one after another, the oldest first:
-//                    process id      64-bit signed
-//                    server name     its length in bytes, 32-bit (0xFFFFFFFF: null), then UTF-16 units
-//     then       zero bytes up to the end
-constexpr int kRegistrySize = 8192;
-
-QList<ProcessInfo> ParseRegistry(const QByteArray& image)
-{
-    QList<ProcessInfo> processes;
-    QDataStream stream(image);
-    qint32 count = 0;
-    stream >> count;
-    // A count that is not true, or a name that is longer than what is left, ends with the data.
-    for (; count > 0; --count) {
-        ProcessInfo process;
-        stream >> process.ProcessId >> process.ServerName;
-        if (stream.status() != QDataStream::Ok)
-            break;
-        processes.append(process);
-    }
-    return processes;
-}
-
-// Longer than kRegistrySize if the members do not fit.
-QByteArray FormatRegistry(const QList<ProcessInfo>& processes)
-{
-    QByteArray image(kRegistrySize, '\0');
-    QDataStream stream(&image, QIODevice::ReadWrite);
-    stream << static_cast<qint32>(processes.size());
-    for (const ProcessInfo& process : processes)
-        stream << process.ProcessId << process.ServerName;
-    return image;
-}
-
-// Beside the lock of the segment, which guards its content but neither the making of segment and lock nor
-// their end: there Qt has windows in which two processes hold the lock, or two segments exist.
-QString LockFilePath(const QString& gridName)
-{
-    const QByteArray digest = QCryptographicHash::hash(gridName.toUtf8(), QCryptographicHash::Sha1).toHex();
-    return QDir::tempPath() + u"/qvutil-grid-%1.lock"_s.arg(QLatin1StringView(digest));
-}
-
-} // namespace
 
 // Holds the registry's lock as long as it lives; further ones within it do nothing.
 class IPCManager::RegistryLock
@@ -294,7 +244,7 @@ void IPCManager::LeaveRegistry()
     const QString gridName = mSharedMemory->key();
     if (gridName.isEmpty())
         return;
-    const QString lockFile = LockFilePath(gridName);
+    const QString lockFile = GridLockFilePath(gridName);
     const int lock = Platform::LockFile(lockFile);
     mSharedMemory = std::make_unique<QSharedMemory>();
     if (!QSharedMemory(gridName).attach(QSharedMemory::ReadOnly))
@@ -306,7 +256,7 @@ void IPCManager::LockSharedMemory()
 {
     if (mLockDepth++ > 0)
         return;
-    mFileLock = Platform::LockFile(LockFilePath(mSharedMemory->key()));
+    mFileLock = Platform::LockFile(GridLockFilePath(mSharedMemory->key()));
     CreateSharedMemory();
     mSharedMemory->lock();
 }
