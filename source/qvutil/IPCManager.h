@@ -104,7 +104,8 @@ public:
 
     /// Connects to a server, without waiting for it, now and whenever the connection is lost. With a client
     /// already there, nothing changes, whatever the name.
-    /// \param mode  must hold WriteOnly for messages to be sent
+    /// \param serverName  the name that the server was started with
+    /// \param mode        must hold WriteOnly for messages to be sent
     /// \return true
     bool ConnectToServer(const QString& serverName, QIODeviceBase::OpenMode mode);
     /// Waits for the client to be connected.
@@ -124,14 +125,21 @@ public:
     // Messages
 
     /// Sends a message to the server's client, if the server was started to write, and to the server that the
-    /// client is connected to. Where there is no connection it is dropped. \return true
+    /// client is connected to. Where there is no connection it is dropped.
+    /// \param id      the message's name
+    /// \param params  of the types that messages carry; values of others arrive invalid
+    /// \return true
     bool SendMessage(const QString& id, const QVariantMap& params);
     /// Sends a message.
+    /// \param id           the message's name
+    /// \param params       as above
     /// \param waitForSent  whether to wait up to 15 seconds until the client has written it
     /// \return true
     bool SendMessage(const QString& id, const QVariantMap& params, bool waitForSent);
     /// Sends a request to the server that the client is connected to, and waits for the answer.
     /// \param serverName  not looked at
+    /// \param id          the request's name
+    /// \param params      as for SendMessage; it may be the same map as \p response
     /// \param response    set to the answer's parameters; empty if no answer came, unchanged without a client
     /// \param timeoutMs   milliseconds; negative waits for 30 seconds
     /// \return false without client or connection, if no answer came in time, or if another wait is running
@@ -140,15 +148,18 @@ public:
     /// Registers an object that answers requests to the server; it may be done before the server is started.
     /// \param responder  not owned; null, and one that is registered, change nothing
     void AddMessageResponder(IMessageResponder* responder);
-    /// Removes a responder; to be called before it is deleted. One that is not registered changes nothing.
+    /// Removes a responder; to be called before it is deleted.
+    /// \param responder  one that is not registered changes nothing
     void RemoveMessageResponder(IMessageResponder* responder);
 
     // Grid
 
     /// Joins a grid: starts a server under a name of its own, connects to the oldest member that runs,
     /// removes those that have died from the registry, and enters this process. With a grid joined, nothing
-    /// changes. \param gridName  the grid's name; with the program's name and the process id it makes the
-    /// server's name \param mode      as for StartServer and ConnectToServer \return true
+    /// changes.
+    /// \param gridName  with the program's name and the process id it makes the server's name
+    /// \param mode      as for StartServer and ConnectToServer
+    /// \return true
     bool CreateGridConnection(const QString& gridName, QIODeviceBase::OpenMode mode);
     /// Leaves the grid, stops the server and deletes the client. \return true
     bool DeleteAllConnections();
@@ -162,12 +173,12 @@ public:
     bool AttachToSharedMemory();
     /// Reads the registry.
     /// \return its members, the oldest first; empty if there is no registry. Where its content is damaged,
-    /// the
-    ///         members before the damage.
+    ///         those before the damage.
     [[nodiscard]] QList<ProcessInfo> ReadFromSharedMemory();
     /// Replaces the registry's content.
+    /// \param processes  the members, the oldest first
     /// \return false if there is no registry, or if the members do not fit its 8192 bytes; it is unchanged
-    /// then
+    ///         then
     bool WriteToSharedMemory(const QList<ProcessInfo>& processes);
 
 Q_SIGNALS:

@@ -4,16 +4,24 @@
 // The other process of the messaging tests. It does what its first argument says, with lines of text on
 // standard output for what has happened; it ends when standard input is closed, or with the line "quit".
 //
-//   serve NAME           a server: answers requests with their own parameters and the process id; prints
-//                        "ready", and "message ID" for each message
-//   client NAME          a client that asks without end; prints "connected" once and "answer N" for each
-//   answer flood NAME SIZE N [LIMIT]
-//                        connects and sends N messages with SIZE bytes each, as fast as it can
+//   serve NAME
+//       a server: answers requests with their own parameters and the process id; prints "ready", and
+//       "message ID" for each message
+//
+//   client NAME
+//       a client that asks without end; prints "connected" once and "answer N" for each answer
+//
+//   flood NAME SIZE N [LIMIT]
+//       connects and sends N messages with SIZE bytes each, as fast as it can
+//
 //   paced NAME SIZE N [LIMIT]
-//                        the same, waiting each time until the message is written
-//   foreign NAME         a plain server of another user; prints "ready", and "came" for each client. Needs
-//   root. grid NAME            joins a grid; prints "joined SERVERNAME", and "linked" when its client is
-//   connected
+//       the same, waiting each time until the message is written
+//
+//   foreign NAME
+//       a plain server of another user; prints "ready", and "came" for each client; needs root
+//
+//   grid NAME
+//       joins a grid; prints "joined", and "linked SERVERNAME" when its client is connected
 
 #include "IPCManager.h"
 #include "MessageClient_p.h"
