@@ -4,7 +4,8 @@
 """Turns the JSON output of the benchmark programs into a Markdown page and a chart.
 
 Each benchmark is named Subject/Contestant[/argument]. Within a subject and argument the contestant whose name
-begins with "raw" is the measure: every other one is shown as a multiple of it.
+begins with "raw" is the measure: every other one is shown as a multiple of it. Where single runs were timed,
+their 99th percentile is the counter p99_ns.
 """
 
 import argparse
@@ -12,6 +13,7 @@ import json
 import pathlib
 import sys
 from collections import defaultdict
+from typing import NamedTuple, Optional
 
 import matplotlib
 
@@ -21,11 +23,29 @@ import matplotlib.pyplot as plt  # noqa: E402
 OWN = "QvUtil"
 
 
+class Result(NamedTuple):
+    median: float  # ns
+    spread: float  # half the distance between the extremes, relative to the median
+    p99: Optional[float]  # ns
+
+
+def median_of(values):
+    return sorted(values)[len(values) // 2]
+
+
+def split_name(name):
+    """Returns subject with argument, and contestant; what the benchmark library adds to names is left out."""
+    subject, contestant, *arguments = name.split("/")
+    arguments = [word for word in arguments if not word.startswith("iterations:") and not word.endswith("_time")]
+    return " ".join([subject, *arguments]), contestant
+
+
 def read_runs(paths):
-    """Returns {subject: {contestant: (median ns, relative spread)}}, in the order of the files."""
+    """Returns {subject: {contestant: Result}}, in the order of the files."""
     subjects = defaultdict(dict)
     for path in paths:
         times = defaultdict(list)
+        percentiles = defaultdict(list)
         for run in json.loads(pathlib.Path(path).read_text())["benchmarks"]:
             if run.get("run_type") != "iteration":
                 continue
@@ -33,12 +53,14 @@ def read_runs(paths):
                 sys.exit(f"{path}: {run['name']}: {run.get('error_message', 'failed')}")
             unit = {"ns": 1, "us": 1e3, "ms": 1e6, "s": 1e9}[run["time_unit"]]
             times[run["run_name"]].append(run["real_time"] * unit)
+            if "p99_ns" in run:
+                percentiles[run["run_name"]].append(run["p99_ns"])
         for name, values in times.items():
-            subject, contestant, *argument = name.split("/")
-            values.sort()
-            median = values[len(values) // 2]
-            spread = (values[-1] - values[0]) / median
-            subjects[" ".join([subject, *argument])][contestant] = (median, spread)
+            subject, contestant = split_name(name)
+            median = median_of(values)
+            spread = (max(values) - min(values)) / median / 2
+            p99 = median_of(percentiles[name]) if name in percentiles else None
+            subjects[subject][contestant] = Result(median, spread, p99)
     return subjects
 
 
@@ -60,20 +82,24 @@ def measure_of(contestants):
 def write_tables(subjects, out):
     for subject, contestants in subjects.items():
         measure = measure_of(contestants)
-        out.write(f"\n### {subject}\n\n| contestant | time | ratio to “{measure}” | spread |\n|---|---:|---:|---:|\n")
-        for name, (median, spread) in sorted(contestants.items(), key=lambda item: item[1][0]):
+        has_p99 = any(result.p99 is not None for result in contestants.values())
+        out.write(f"\n### {subject}\n\n| contestant | time | ratio to “{measure}” | spread |"
+                  f"{' 99th percentile |' if has_p99 else ''}\n|---|---:|---:|---:|{'---:|' if has_p99 else ''}\n")
+        for name, result in sorted(contestants.items(), key=lambda item: item[1].median):
             label = f"**{name}**" if name.startswith(OWN) else name
-            ratio = median / contestants[measure][0]
-            out.write(f"| {label} | {show_time(median)} | {show_ratio(ratio)} | ±{spread * 50:.0f} % |\n")
+            ratio = result.median / contestants[measure].median
+            p99 = f" {show_time(result.p99)} |" if has_p99 else ""
+            out.write(f"| {label} | {show_time(result.median)} | {show_ratio(ratio)} | ±{result.spread * 100:.0f} % |"
+                      f"{p99}\n")
 
 
 def draw_chart(subjects, path):
     rows = []
     for subject, contestants in subjects.items():
-        measure = contestants[measure_of(contestants)][0]
+        measure = contestants[measure_of(contestants)].median
         rows.append((subject, None, None))
-        rows.extend((name, median / measure, spread * median / measure / 2)
-                    for name, (median, spread) in sorted(contestants.items(), key=lambda item: item[1][0]))
+        rows.extend((name, result.median / measure, result.spread * result.median / measure)
+                    for name, result in sorted(contestants.items(), key=lambda item: item[1].median))
     figure, axes = plt.subplots(figsize=(9, 0.24 * len(rows) + 1))
     for y, (label, ratio, noise) in enumerate(rows):
         if ratio is None:

@@ -83,9 +83,10 @@ packages_of()
         demo:debian | demo:brew)
             echo shared-mime-info ;;
         bench:debian)
-            echo libbenchmark-dev libicu-dev libkf5config-dev libmuparser-dev python3-matplotlib ;;
+            echo dbus libbenchmark-dev libicu-dev libkf5config-dev libmuparser-dev python3-matplotlib \
+                qt6-remoteobjects-dev ;;
         bench:brew)
-            echo google-benchmark icu4c muparser ;;
+            echo dbus google-benchmark icu4c muparser ;;
         docs:debian)
             echo doxygen graphviz python3 ;;
         docs:brew)

@@ -1,0 +1,57 @@
+// SPDX-FileCopyrightText: 2026 The QvUtil developers
+// SPDX-License-Identifier: MIT
+
+#ifndef QVUTIL_BENCHMARKS_CONTESTANT_H
+#define QVUTIL_BENCHMARKS_CONTESTANT_H
+
+#include <QString>
+#include <QVariantMap>
+
+#include <memory>
+#include <string>
+#include <vector>
+
+/// One way for two processes to exchange messages. The other process is this program again.
+class Contestant
+{
+public:
+    Contestant() = default;
+    Q_DISABLE_COPY_MOVE(Contestant)
+    virtual ~Contestant() = default;
+
+    /// Sets what Ask and Tell send from now on. Those who send bytes alone make them here.
+    virtual void SetParameters(const QVariantMap& params) = 0;
+    /// Sends a request and waits for the answer, whose parameters are those of the request.
+    /// \return false if no answer came, or a different one
+    [[nodiscard]] virtual bool Ask() = 0;
+    /// Sends a message that the other process counts. \return false if it cannot be sent
+    [[nodiscard]] virtual bool Tell() = 0;
+    /// Waits until the other process has counted all messages so far.
+    /// \return how many came since the last call; -1 if it does not answer
+    [[nodiscard]] virtual int TakeCount() = 0;
+};
+
+/// The two ends of a contestant. Both are given the same address: the path of a file that is not there yet,
+/// in a folder that is removed in the end.
+struct ContestantKind
+{
+    std::string Name;
+    /// Connects to the other process, which is ready. \return null if that fails
+    std::unique_ptr<Contestant> (*Connect)(const QString& address);
+    /// The other process: prints its readiness with AnnounceReady, and runs until the application quits.
+    int (*Serve)(const QString& address);
+};
+
+/// Says that a process is ready to be connected to.
+void AnnounceReady();
+
+/// How long a request may take before the contestant is given up.
+inline constexpr int kAnswerTimeoutMs = 60'000;
+
+// Each is in a source file of its own.
+std::vector<ContestantKind> GetQvUtilKinds();
+std::vector<ContestantKind> GetBytesKinds();
+std::vector<ContestantKind> GetRemoteObjectsKinds();
+std::vector<ContestantKind> GetDBusKinds();
+
+#endif // QVUTIL_BENCHMARKS_CONTESTANT_H
