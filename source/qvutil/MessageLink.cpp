@@ -47,6 +47,29 @@ bool IsInMidDocument(const QByteArray& bytes)
     return start >= 0 && bytes.size() - start >= kWholePiece;
 }
 
+} // namespace
+
+void LimitSendBuffer(int bytes)
+{
+    gSendBufferLimit = bytes > 0 ? bytes : std::numeric_limits<int>::max();
+}
+
+QString GetSocketPath(const QString& name)
+{
+    return name.startsWith(u'/') ? name : QDir::cleanPath(QDir::tempPath()) + u'/' + name;
+}
+
+bool IsSocketNameTooLong(const QString& name)
+{
+    return QFile::encodeName(GetSocketPath(name)).size() > Platform::GetLongestSocketPath();
+}
+
+bool CanWriteWhole(const QLocalSocket& socket, qsizetype size)
+{
+    return size <= kWholePiece
+        || (socket.bytesToWrite() == 0 && Platform::GetUnreadBytes(socket.socketDescriptor()) <= 0);
+}
+
 QByteArray TakeBytes(QLocalSocket& socket)
 {
     QByteArray bytes = socket.readAll();
@@ -64,19 +87,6 @@ QByteArray TakeBytes(QLocalSocket& socket)
             || !Platform::ReadAvailable(descriptor, bytes))
             return bytes;
     }
-}
-
-} // namespace
-
-void LimitSendBuffer(int bytes)
-{
-    gSendBufferLimit = bytes > 0 ? bytes : std::numeric_limits<int>::max();
-}
-
-bool IsSocketNameTooLong(const QString& name)
-{
-    const QString path = name.startsWith(u'/') ? name : QDir::cleanPath(QDir::tempPath()) + u'/' + name;
-    return QFile::encodeName(path).size() > Platform::GetLongestSocketPath();
 }
 
 QList<MessageInfo> TakeMessages(QLocalSocket& socket)
@@ -103,7 +113,7 @@ void MessageWriter::Write(const MessageInfo& message)
 {
     if (mWaiting.isEmpty()) {
         const QByteArray document = MakeDocument(message);
-        if (CanWrite(document)) {
+        if (CanWriteWhole(*mSocket, document.size())) {
             WriteNow(message, document);
             return;
         }
@@ -112,12 +122,6 @@ void MessageWriter::Write(const MessageInfo& message)
         mTimer.start(0);
     }
     mWaiting.enqueue(message);
-}
-
-bool MessageWriter::CanWrite(const QByteArray& document) const
-{
-    return document.size() <= kWholePiece
-        || (mSocket->bytesToWrite() == 0 && Platform::GetUnreadBytes(mSocket->socketDescriptor()) <= 0);
 }
 
 void MessageWriter::WriteNow(const MessageInfo& message, const QByteArray& document)
@@ -132,7 +136,7 @@ void MessageWriter::WriteWaiting()
     while (!mWaiting.isEmpty() && mSocket->state() == QLocalSocket::ConnectedState) {
         if (mNextDocument.isEmpty())
             mNextDocument = MakeDocument(mWaiting.head());
-        if (!CanWrite(mNextDocument)) {
+        if (!CanWriteWhole(*mSocket, mNextDocument.size())) {
             const qint64 waitedNs = mWaitingSince.nsecsElapsed();
             const qint64 pauseMs
                 = waitedNs < kImpatientNs ? 0 : std::clamp(waitedNs / 8'000'000, qint64(1), kLongestPauseMs);

@@ -35,11 +35,21 @@ inline constexpr int kWantedSendBuffer = 4 * 1024 * 1024;
 /// Tests lower it to what other systems would grant; 0 is no limit.
 void LimitSendBuffer(int bytes);
 
-/// Takes all bytes that a socket has to give at the moment, and reads the messages in them.
+/// Takes all bytes that a socket has to give at the moment, and the rest of a large document in them.
+[[nodiscard]] QByteArray TakeBytes(QLocalSocket& socket);
+
+/// Takes bytes, and reads the messages in them.
 [[nodiscard]] QList<MessageInfo> TakeMessages(QLocalSocket& socket);
+
+/// \return path of the socket of a server with that name
+[[nodiscard]] QString GetSocketPath(const QString& name);
 
 /// Whether the socket of a server with that name would have a path that is too long for the system.
 [[nodiscard]] bool IsSocketNameTooLong(const QString& name);
+
+/// Whether a document of so many bytes that is written now is handed over in one piece, as far as a document
+/// of its size can be.
+[[nodiscard]] bool CanWriteWhole(const QLocalSocket& socket, qsizetype size);
 
 /// The thread of a server or client needs stack enough for documents nested as deep as they may be.
 inline constexpr unsigned int kThreadStackSize = 8 * 1024 * 1024;
@@ -61,7 +71,6 @@ Q_SIGNALS:
 
 private:
     [[nodiscard]] QByteArray MakeDocument(const MessageInfo& message) const;
-    [[nodiscard]] bool CanWrite(const QByteArray& document) const;
     void WriteNow(const MessageInfo& message, const QByteArray& document);
     void WriteWaiting();
 
