@@ -336,7 +336,7 @@ void tst_ToolGeneral::Manual_namesEverything()
     QCOMPARE(result.ExitCode, 0);
     const QString page = QString::fromUtf8(result.Output);
     QVERIFY(page.contains(u".SH NAME\n"_s) && page.contains(u".SH EXIT STATUS\n"_s));
-    QVERIFY(!page.contains(u'@'));
+    QVERIFY(!page.contains(QRegularExpression(u"@[A-Z]+@"_s)));
     for (const Command& command : Commands()) {
         if (!Section(command.Help, u"Commands"_s).isEmpty())
             continue;

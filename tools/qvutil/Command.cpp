@@ -218,6 +218,11 @@ ExitCode CommandLine::Run(int argc, const char* const* argv)
     return code;
 }
 
+void AddExplanation(CLI::App& command, const std::string& text)
+{
+    command.footer(text + "\n\n" + command.get_footer());
+}
+
 CLI::Option* AddText(CLI::App& command, const std::string& name, QString& target,
                      const std::string& description)
 {

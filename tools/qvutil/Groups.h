@@ -14,6 +14,7 @@ void AddSettingsCommands(CommandLine& line);
 void AddXliffCommands(CommandLine& line);
 void AddExprCommands(CommandLine& line);
 void AddMessageCommands(CommandLine& line);
+void AddIpcCommands(CommandLine& line);
 void AddLocaleCommands(CommandLine& line);
 void AddPathCommands(CommandLine& line);
 void AddFilesCommands(CommandLine& line);

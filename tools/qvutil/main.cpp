@@ -14,6 +14,7 @@ int main(int argc, char* argv[])
     AddXliffCommands(line);
     AddExprCommands(line);
     AddMessageCommands(line);
+    AddIpcCommands(line);
     AddLocaleCommands(line);
     AddPathCommands(line);
     AddFilesCommands(line);

@@ -1,0 +1,225 @@
+// SPDX-FileCopyrightText: 2026 The QvUtil developers
+// SPDX-License-Identifier: MIT
+
+#include "../Command.h"
+#include "../Console.h"
+#include "IPCManager.h"
+#include "IpcCommands.h"
+#include "ServerLink.h"
+#include "Session.h"
+
+#include <QElapsedTimer>
+#include <QJsonDocument>
+#include <QJsonObject>
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+#include <memory>
+
+using namespace Qt::StringLiterals;
+using Quorvin::Util::IPCManager;
+
+namespace Quorvin::Tool {
+namespace {
+
+constexpr int kDefaultTimeoutMs = 5000;
+constexpr int kMostBytes = 64 * 1024 * 1024;
+constexpr int kMostRequests = 100'000'000;
+
+constexpr const char* kExplanation
+    = R"(The server gets requests with one parameter, "data". Any server of the library answers them,
+if need be without parameters. Messages that are not answered, with --one-way, are counted as
+arrived when a request that follows them is answered. A server has one client: this one takes
+the place of the one that is there.)";
+
+// The first requests pay for the processors' and the allocators' waking up.
+constexpr int kWarmUp = 20;
+
+// So many messages are queued at the most before one is waited for.
+constexpr int kMostQueued = 1000;
+
+struct BenchOptions
+{
+    QString Name;
+    QString Message = u"Bench"_s;
+    int Count = 1000;
+    int Size = 64;
+    int TimeoutMs = kDefaultTimeoutMs;
+    bool OneWay = false;
+    bool Json = false;
+};
+
+struct Result
+{
+    double Seconds = 0;
+    QList<qint64> LatenciesNs; ///< sorted; none for messages that are not answered
+};
+
+// The library's own client, threads and all: what an application would have.
+class Bench
+{
+public:
+    explicit Bench(const BenchOptions& options)
+        : mOptions(options)
+        , mParameters{{u"data"_s, QByteArray(options.Size, 'x')}}
+        , mBar(options.Count)
+    {
+        QObject::connect(&mManager, &IPCManager::DisconnectedFromServer, &mManager, [this] {
+            mLost = true;
+            mManager.DisconnectFromServer(mOptions.Name); // ends the wait for an answer
+        });
+    }
+
+    Result Run()
+    {
+        RequireServer(mOptions.Name);
+        mManager.ConnectToServer(mOptions.Name, QIODeviceBase::ReadWrite);
+        if (!mManager.WaitForConnectionToServer(mOptions.Name, mOptions.TimeoutMs))
+            throw LinkFailure(u"cannot connect in time"_s);
+        for (int i = 0; i < std::min(kWarmUp, mOptions.Count); ++i)
+            Ask(i);
+        return mOptions.OneWay ? SendAll() : AskAll();
+    }
+
+private:
+    void Ask(int number)
+    {
+        QVariantMap answer;
+        if (mManager.SendMessageAndGetResponse(mOptions.Name, mOptions.Message, mParameters, answer,
+                                               mOptions.TimeoutMs))
+            return;
+        throw LinkFailure(
+            mLost ? u"the connection was lost"_s
+                  : u"no answer to request %1 within %2 ms"_s.arg(number + 1).arg(mOptions.TimeoutMs));
+    }
+
+    Result AskAll()
+    {
+        Result result;
+        result.LatenciesNs.reserve(mOptions.Count);
+        QElapsedTimer whole;
+        whole.start();
+        for (int i = 0; i < mOptions.Count; ++i) {
+            QElapsedTimer one;
+            one.start();
+            Ask(i);
+            result.LatenciesNs.append(one.nsecsElapsed());
+            mBar.Show(i, u"requests"_s);
+        }
+        result.Seconds = static_cast<double>(whole.nsecsElapsed()) / 1e9;
+        std::sort(result.LatenciesNs.begin(), result.LatenciesNs.end());
+        return result;
+    }
+
+    // A server handles messages in their order: when it answers the last one, a request, it has had them all.
+    Result SendAll()
+    {
+        QElapsedTimer whole;
+        whole.start();
+        for (int i = 0; i < mOptions.Count && !mLost; ++i) {
+            mManager.SendMessage(mOptions.Message, mParameters, i % kMostQueued == kMostQueued - 1);
+            mBar.Show(i, u"messages"_s);
+        }
+        Ask(mOptions.Count);
+        return {.Seconds = static_cast<double>(whole.nsecsElapsed()) / 1e9, .LatenciesNs = {}};
+    }
+
+    const BenchOptions& mOptions;
+    QVariantMap mParameters;
+    Console::ProgressBar mBar;
+    IPCManager mManager;
+    bool mLost = false;
+};
+
+double Percentile(const QList<qint64>& sorted, double share)
+{
+    const auto rank = static_cast<qsizetype>(std::ceil(share * static_cast<double>(sorted.size())));
+    return static_cast<double>(sorted.at(std::max<qsizetype>(rank, 1) - 1)) / 1000.0;
+}
+
+struct Row
+{
+    QStringView Name;
+    QStringView JsonName;
+    double Share;
+};
+constexpr Row gRows[] = {{u"median", u"medianUs", 0.5},
+                         {u"90 %", u"p90Us", 0.9},
+                         {u"99 %", u"p99Us", 0.99},
+                         {u"max", u"maxUs", 1.0}};
+
+void PrintJson(const BenchOptions& options, const Result& result, double rate)
+{
+    QJsonObject object{{u"count"_s, options.Count},
+                       {u"size"_s, options.Size},
+                       {u"oneWay"_s, options.OneWay},
+                       {u"seconds"_s, result.Seconds},
+                       {u"perSecond"_s, rate}};
+    for (const Row& row : gRows) {
+        if (!options.OneWay)
+            object.insert(row.JsonName.toString(), Percentile(result.LatenciesNs, row.Share));
+    }
+    Console::PrintJson(QJsonDocument(object));
+}
+
+void PrintText(const BenchOptions& options, const Result& result, double rate)
+{
+    Console::PrintLine(u"%1 %2 of %3 bytes in %4 s, %5 a second"_s.arg(options.Count)
+                           .arg(options.OneWay ? u"messages"_s : u"requests"_s)
+                           .arg(options.Size)
+                           .arg(result.Seconds, 0, 'f', 3)
+                           .arg(rate, 0, 'f', 0));
+    for (const Row& row : gRows) {
+        if (!options.OneWay) {
+            Console::PrintLine(row.Name.toString().leftJustified(8)
+                               + u"%1 us"_s.arg(Percentile(result.LatenciesNs, row.Share), 10, 'f', 1));
+        }
+    }
+}
+
+ExitCode RunBench(const BenchOptions& options)
+{
+    Session session(Session::DiesOfSignals);
+    Result result;
+    try {
+        result = Bench(options).Run();
+    } catch (const LinkFailure& failure) {
+        Console::Complain(options.Name, failure.Reason);
+        return ExitCode::No;
+    }
+    const double rate = static_cast<double>(options.Count) / std::max(result.Seconds, 1e-9);
+    if (options.Json)
+        PrintJson(options, result, rate);
+    else
+        PrintText(options, result, rate);
+    return ExitCode::Yes;
+}
+
+} // namespace
+
+void AddBenchCommand(CommandLine& line, CLI::App& group)
+{
+    auto options = std::make_shared<BenchOptions>();
+    CLI::App& bench = line.AddCommand(group, "bench", "Measure how fast a server answers",
+                                      "qvutil ipc listen echo --echo --quiet &\n"
+                                      "qvutil ipc bench echo --count 5000\n"
+                                      "qvutil ipc bench echo --one-way --count 50000 --json",
+                                      [options] { return RunBench(*options); });
+    AddExplanation(bench, kExplanation);
+    AddText(bench, "NAME", options->Name, "The server's name")->required();
+    AddText(bench, "--message", options->Message, "The name of the requests (default Bench)");
+    bench.add_option("--count", options->Count, "How many (default 1000)")
+        ->type_name("N")
+        ->check(CLI::Range(1, kMostRequests).description(""));
+    bench.add_option("--size", options->Size, "Bytes that each carries (default 64)")
+        ->type_name("BYTES")
+        ->check(CLI::Range(0, kMostBytes).description(""));
+    bench.add_option("--timeout", options->TimeoutMs, "Milliseconds for each answer (default 5000)")
+        ->type_name("MS")
+        ->check(CLI::Range(0, std::numeric_limits<int>::max()).description(""));
+    bench.add_flag("--one-way", options->OneWay, "Send messages that are not answered");
+    AddJsonFlag(bench, options->Json);
+}
+
+} // namespace Quorvin::Tool

@@ -1,0 +1,236 @@
+// SPDX-FileCopyrightText: 2026 The QvUtil developers
+// SPDX-License-Identifier: MIT
+
+#include "../Command.h"
+#include "../Console.h"
+#include "Endpoint.h"
+#include "IpcCommands.h"
+#include "ServerLink.h"
+#include "platform/Platform.h"
+
+#include <QElapsedTimer>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+
+#include <algorithm>
+#include <limits>
+#include <memory>
+#include <optional>
+
+using namespace Qt::StringLiterals;
+
+namespace Quorvin::Tool {
+namespace {
+
+constexpr int kDefaultTimeoutMs = 2000;
+
+// A name that no application gives to its requests: those that do not know it answer without parameters.
+constexpr QStringView kQuestion = u"qvutil.doctor";
+
+struct DoctorOptions
+{
+    QString Name;
+    int TimeoutMs = kDefaultTimeoutMs;
+    bool Connect = false;
+    bool Json = false;
+};
+
+struct Visit
+{
+    std::optional<ProcessName> Process;
+    std::optional<quint32> UserId;
+    std::optional<double> AnswerMs;
+};
+
+QString PermissionText(quint32 mode)
+{
+    QString text = u"rwxrwxrwx"_s;
+    for (int i = 0; i < text.size(); ++i) {
+        if ((mode & (0400U >> i)) == 0)
+            text[i] = u'-';
+    }
+    return text;
+}
+
+std::optional<Visit> PayVisit(const DoctorOptions& options, QList<EndpointProblem>& problems)
+{
+    Session session(Session::DiesOfSignals);
+    ServerLink link(session, options.Name);
+    const QDeadlineTimer deadline(options.TimeoutMs, Qt::PreciseTimer);
+    Visit visit;
+    try {
+        link.Connect(false, deadline);
+        visit.Process = FindPeerProcess(link.Socket().socketDescriptor());
+        visit.UserId = Util::Platform::GetPeerUserId(link.Socket().socketDescriptor());
+        QElapsedTimer time;
+        time.start();
+        Util::MessageInfo question;
+        question.Id = kQuestion.toString();
+        (void)link.Ask(question, deadline);
+        visit.AnswerMs = static_cast<double>(time.nsecsElapsed()) / 1e6;
+    } catch (const LinkFailure& failure) {
+        problems.append(
+            {.Code = u"no-answer"_s,
+             .Text = failure.Reason,
+             .Advice = u"is the server busy, stopped in a debugger, or no server of messages?"_s});
+    }
+    return visit;
+}
+
+void PrintRow(QStringView label, const QString& text)
+{
+    Console::PrintLine(label.toString().leftJustified(12) + Console::Visible(text));
+}
+
+QString FileText(const Endpoint& endpoint)
+{
+    if (endpoint.Kind == Endpoint::Missing || endpoint.Kind == Endpoint::FolderMissing)
+        return u"none"_s;
+    return u"%1 of the user %2%3, %4"_s.arg(
+        endpoint.Kind == Endpoint::Socket ? u"socket"_s : u"no socket, but a file"_s, endpoint.Owner,
+        endpoint.OwnerId == Util::Platform::GetUserId() ? u" (this user)"_s : QString(),
+        PermissionText(endpoint.Mode));
+}
+
+QString ListeningText(const Endpoint& endpoint)
+{
+    if (endpoint.Listening == Endpoint::Forbidden)
+        return u"unknown"_s;
+    if (endpoint.Listening == Endpoint::No)
+        return u"no"_s;
+    if (!endpoint.Processes || endpoint.Processes->Servers.isEmpty())
+        return u"yes"_s;
+    return u"yes, process %1"_s.arg(ToText(endpoint.Processes->Servers));
+}
+
+void PrintVisit(const std::optional<Visit>& visit)
+{
+    if (!visit) {
+        PrintRow(u"answers", u"not asked: --connect asks, and replaces the server's client"_s);
+        return;
+    }
+    if (visit->UserId) {
+        PrintRow(u"runs as",
+                 u"%1%2"_s.arg(UserName(*visit->UserId),
+                               visit->Process ? u", process "_s + ToText(*visit->Process) : QString()));
+    }
+    PrintRow(u"answers", visit->AnswerMs ? u"after %1 ms"_s.arg(*visit->AnswerMs, 0, 'f', 3) : u"no"_s);
+}
+
+void PrintText(const Endpoint& endpoint, const std::optional<Visit>& visit,
+               const QList<EndpointProblem>& problems)
+{
+    PrintRow(u"name", endpoint.Name);
+    PrintRow(u"path",
+             u"%1 (%2 bytes of %3)"_s.arg(endpoint.Path).arg(endpoint.PathSize).arg(endpoint.LongestPath));
+    PrintRow(u"file", FileText(endpoint));
+    PrintRow(u"listening", ListeningText(endpoint));
+    if (endpoint.Processes && endpoint.Listening == Endpoint::Yes) {
+        const QString clients = ToText(endpoint.Processes->Clients);
+        PrintRow(u"clients",
+                 u"%1%2"_s.arg(endpoint.Processes->Connections)
+                     .arg(clients.isEmpty() ? QString() : u": process "_s + clients));
+    }
+    PrintVisit(visit);
+    for (const EndpointProblem& problem : problems) {
+        Console::PrintLine(u"problem: "_s + Console::Visible(problem.Text));
+        Console::PrintLine(u"  advice: "_s + Console::Visible(problem.Advice));
+    }
+    if (problems.isEmpty())
+        Console::PrintLine(u"no problems"_s);
+}
+
+QJsonArray ToJson(const QList<ProcessName>& processes)
+{
+    QJsonArray array;
+    for (const ProcessName& process : processes)
+        array.append(QJsonObject{{u"id"_s, process.Id}, {u"name"_s, process.Name}});
+    return array;
+}
+
+QJsonValue ToJson(Endpoint::Answer answer)
+{
+    return answer == Endpoint::Forbidden ? QJsonValue() : QJsonValue(answer == Endpoint::Yes);
+}
+
+QJsonObject ToJson(const Visit& visit)
+{
+    QJsonObject object{{u"answerMs"_s, visit.AnswerMs ? QJsonValue(*visit.AnswerMs) : QJsonValue()}};
+    if (visit.UserId)
+        object.insert(u"user"_s, UserName(*visit.UserId));
+    if (visit.Process)
+        object.insert(u"process"_s, ToJson(QList<ProcessName>{*visit.Process}).first());
+    return object;
+}
+
+void PrintJson(const Endpoint& endpoint, const std::optional<Visit>& visit,
+               const QList<EndpointProblem>& problems)
+{
+    QJsonObject object{{u"name"_s, endpoint.Name},
+                       {u"path"_s, endpoint.Path},
+                       {u"pathBytes"_s, endpoint.PathSize},
+                       {u"longestPathBytes"_s, endpoint.LongestPath},
+                       {u"isSocket"_s, endpoint.Kind == Endpoint::Socket},
+                       {u"listening"_s, ToJson(endpoint.Listening)}};
+    if (endpoint.Kind == Endpoint::Socket || endpoint.Kind == Endpoint::OtherFile) {
+        object.insert(u"owner"_s, endpoint.Owner);
+        object.insert(u"permissions"_s, PermissionText(endpoint.Mode));
+    }
+    if (endpoint.Processes) {
+        object.insert(u"servers"_s, ToJson(endpoint.Processes->Servers));
+        object.insert(u"clients"_s, ToJson(endpoint.Processes->Clients));
+        object.insert(u"connections"_s, endpoint.Processes->Connections);
+    }
+    if (visit)
+        object.insert(u"visit"_s, ToJson(*visit));
+    QJsonArray list;
+    for (const EndpointProblem& problem : problems) {
+        list.append(
+            QJsonObject{{u"code"_s, problem.Code}, {u"text"_s, problem.Text}, {u"advice"_s, problem.Advice}});
+    }
+    object.insert(u"problems"_s, list);
+    Console::PrintJson(QJsonDocument(object));
+}
+
+ExitCode Diagnose(const DoctorOptions& options)
+{
+    const Endpoint endpoint = LookAtEndpoint(options.Name);
+    QList<EndpointProblem> problems = FindProblems(endpoint);
+    std::optional<Visit> visit;
+    const bool isReachable = std::none_of(problems.begin(), problems.end(),
+                                          [](const EndpointProblem& problem) { return problem.IsInTheWay; });
+    if (options.Connect && isReachable)
+        visit = PayVisit(options, problems);
+    if (options.Json)
+        PrintJson(endpoint, visit, problems);
+    else
+        PrintText(endpoint, visit, problems);
+    return problems.isEmpty() ? ExitCode::Yes : ExitCode::No;
+}
+
+} // namespace
+
+void AddDoctorCommand(CommandLine& line, CLI::App& group)
+{
+    auto options = std::make_shared<DoctorOptions>();
+    CLI::App& doctor
+        = line.AddCommand(group, "doctor",
+                          "Tell what is wrong with a server's name, file and process; the exit code is 1 if "
+                          "anything is",
+                          "qvutil ipc doctor viewer\n"
+                          "qvutil ipc doctor viewer --connect --json",
+                          [options] { return Diagnose(*options); });
+    AddExplanation(
+        doctor,
+        "Without --connect the server notices nothing. With it the server is asked for an answer;\n"
+        "since it has one client, that replaces the one that is there.");
+    AddText(doctor, "NAME", options->Name, "The server's name")->required();
+    doctor.add_flag("--connect", options->Connect, "Connect, which replaces the server's client, and ask");
+    doctor.add_option("--timeout", options->TimeoutMs, "Milliseconds for the answer (default 2000)")
+        ->type_name("MS")
+        ->check(CLI::Range(0, std::numeric_limits<int>::max()).description(""));
+    AddJsonFlag(doctor, options->Json);
+}
+
+} // namespace Quorvin::Tool

@@ -1,0 +1,185 @@
+// SPDX-FileCopyrightText: 2026 The QvUtil developers
+// SPDX-License-Identifier: MIT
+
+#include "../Command.h"
+#include "../Console.h"
+#include "../MessageFile.h"
+#include "Endpoint.h"
+#include "IPC_p.h"
+#include "IpcCommands.h"
+#include "MessageLines.h"
+#include "MessageLink_p.h"
+#include "MessageServer_p.h"
+#include "Session.h"
+
+#include <QHash>
+
+#include <limits>
+#include <memory>
+
+using namespace Qt::StringLiterals;
+using namespace Quorvin::Util;
+
+namespace Quorvin::Tool {
+namespace {
+
+// For the last answer to get away.
+constexpr int kFinishMs = 5000;
+
+constexpr const char* kExplanation
+    = R"(Requests are answered in any case, if need be without parameters. The file for --reply holds
+answers in JSON, each with the name of the request that it answers, or * for all others:
+  {"id": "Open", "params": {"ok": true}}
+  {"id": "*", "params": {}}
+The command ends with SIGINT (Ctrl+C) or SIGTERM.)";
+
+struct ListenOptions
+{
+    QString Name;
+    QString ReplyFile;
+    int Count = std::numeric_limits<int>::max();
+    bool Echo = false;
+    bool Quiet = false;
+    bool Replace = false;
+    bool Json = false;
+};
+
+using Replies = QHash<QString, QVariantMap>;
+constexpr QStringView kAnyRequest = u"*";
+
+// One message, or an array of them, in the form in which all commands print them.
+Replies ReadReplies(const QString& argument)
+{
+    Replies replies;
+    if (argument.isEmpty())
+        return replies;
+    const InputFile input(argument);
+    for (const MessageInfo& message : ReadMessages(ReadAll(input), input.Name()))
+        replies.insert(message.Id, message.Params);
+    return replies;
+}
+
+// The server itself is the library's, in this thread.
+class Listener
+{
+public:
+    Listener(const ListenOptions& options, Session& session)
+        : mOptions(options)
+        , mReplies(ReadReplies(options.ReplyFile))
+        , mLines(options.Json)
+        , mSession(session)
+        , mWorker(&mOutgoing)
+    {
+        QObject::connect(&mWorker, &MessageServerWorker::Connected, &mWorker,
+                         [this](QLocalSocket* socket) { mSession.Do([&] { Welcome(socket); }); });
+        QObject::connect(&mWorker, &MessageServerWorker::Disconnected, &mWorker,
+                         [this](QLocalSocket* socket) { mSession.Do([&] { Leave(socket); }); });
+        QObject::connect(&mWorker, &MessageServerWorker::MessageReceived, &mWorker,
+                         [this](const MessageInfo& message) { mSession.Do([&] { Take(message); }); });
+    }
+
+    ExitCode Run()
+    {
+        if (!mWorker.Start(mOptions.Name))
+            return ExitCode::Error; // the library has said why
+        Console::Complain({}, u"listening at %1"_s.arg(GetSocketPath(mOptions.Name)));
+        (void)mSession.WaitFor([this] { return mCount >= mOptions.Count; });
+        (void)mSession.WaitFor(
+            [this] { return mUnwritten == 0 && (!mClient || mClient->bytesToWrite() == 0); },
+            QDeadlineTimer(kFinishMs));
+        return ExitCode::Yes;
+    }
+
+private:
+    void Welcome(QLocalSocket* socket)
+    {
+        mClient = socket;
+        mUnwritten = 0;
+        const auto* writer = socket->findChild<MessageWriter*>();
+        QObject::connect(writer, &MessageWriter::Written, socket,
+                         [this, socket] { mSession.Do([&] { mUnwritten -= mClient == socket ? 1 : 0; }); });
+        QObject::connect(socket, &QLocalSocket::bytesWritten, socket, [this] { mSession.Do([] {}); });
+        const std::optional<ProcessName> process = FindPeerProcess(socket->socketDescriptor());
+        Console::Complain(
+            {}, u"a client has connected: process %1"_s.arg(process ? ToText(*process) : u"unknown"_s));
+    }
+
+    void Leave(const QLocalSocket* socket)
+    {
+        if (mClient == socket || mClient.isNull()) {
+            mClient.clear();
+            mUnwritten = 0;
+        }
+        Console::Complain({}, u"a client has disconnected"_s);
+    }
+
+    void Take(const MessageInfo& message)
+    {
+        if (mCount >= mOptions.Count)
+            return;
+        ++mCount;
+        if (!mOptions.Quiet)
+            mLines.Print(message);
+        if (!message.NeedResponse)
+            return;
+        MessageInfo answer;
+        answer.Id = kMsgResponse;
+        answer.IsResponse = true;
+        answer.OriginalMessageUniqueId = message.UniqueId;
+        answer.Params = AnswerTo(message);
+        ++mUnwritten;
+        if (!mWorker.SendMessage(answer))
+            --mUnwritten; // the client has gone
+    }
+
+    [[nodiscard]] QVariantMap AnswerTo(const MessageInfo& request) const
+    {
+        if (const auto reply = mReplies.find(request.Id); reply != mReplies.end())
+            return *reply;
+        if (mOptions.Echo)
+            return request.Params;
+        return mReplies.value(kAnyRequest.toString());
+    }
+
+    const ListenOptions& mOptions;
+    Replies mReplies;
+    MessageLines mLines;
+    Session& mSession;
+    MessageServer mOutgoing; // is not started: the worker listens to its signal
+    MessageServerWorker mWorker;
+    QPointer<QLocalSocket> mClient;
+    int mCount = 0;
+    int mUnwritten = 0;
+};
+
+ExitCode Listen(const ListenOptions& options)
+{
+    RequireFreeEndpoint(options.Name, options.Replace);
+    Session session(Session::EndsOnSignals);
+    return Listener(options, session).Run();
+}
+
+} // namespace
+
+void AddListenCommand(CommandLine& line, CLI::App& group)
+{
+    auto options = std::make_shared<ListenOptions>();
+    CLI::App& listen = line.AddCommand(group, "listen", "Be a server that prints every message",
+                                       "qvutil ipc listen viewer\n"
+                                       "qvutil ipc listen viewer --echo --count 1 --json\n"
+                                       "qvutil ipc listen viewer --reply answers.json",
+                                       [options] { return Listen(*options); });
+    AddExplanation(listen, kExplanation);
+    AddText(listen, "NAME", options->Name, "The server's name")->required();
+    listen.add_flag("--echo", options->Echo, "Answer each request with its own parameters");
+    AddText(listen, "--reply", options->ReplyFile, "JSON file with answers; they come before --echo")
+        ->type_name("FILE");
+    listen.add_option("--count", options->Count, "End after so many messages")
+        ->type_name("N")
+        ->check(CLI::Range(1, std::numeric_limits<int>::max()).description(""));
+    listen.add_flag("--quiet", options->Quiet, "Print no messages, as when speed is measured");
+    listen.add_flag("--replace", options->Replace, "Take the name away from a server that listens");
+    AddJsonFlag(listen, options->Json);
+}
+
+} // namespace Quorvin::Tool

@@ -1,0 +1,119 @@
+// SPDX-FileCopyrightText: 2026 The QvUtil developers
+// SPDX-License-Identifier: MIT
+
+#include "ParameterText.h"
+
+#include "../Console.h"
+#include "../Failure.h"
+#include "../MessageFile.h"
+#include "../MessageText.h"
+#include "VariantMapEncoder_p.h"
+
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+
+using namespace Qt::StringLiterals;
+using Quorvin::Util::MessageInfo;
+
+namespace Quorvin::Tool {
+namespace {
+
+QByteArray ReadBytes(const QString& argument)
+{
+    const QByteArray bytes = ReadAll(InputFile(argument));
+    return bytes.isNull() ? QByteArray("") : bytes;
+}
+
+// Of any kind: QJsonDocument itself takes objects and arrays only.
+QVariant ReadJson(const QString& text, const QString& key)
+{
+    QJsonParseError error;
+    const QJsonDocument document = QJsonDocument::fromJson(u'[' + text.toUtf8() + ']', &error);
+    if (error.error != QJsonParseError::NoError)
+        throw UsageFailure(u"%1: no JSON: %2"_s.arg(key, error.errorString()));
+    if (document.array().size() != 1)
+        throw UsageFailure(u"%1: no JSON: one value is wanted"_s.arg(key));
+    return ValueFromJson({.Value = document.array().first(), .Types = {}}, key);
+}
+
+QVariant ReadText(const QString& text)
+{
+    if (text.startsWith("@@"_L1))
+        return text.sliced(1);
+    if (text.startsWith(u'@'))
+        return ReadBytes(text.sliced(1));
+    return text;
+}
+
+} // namespace
+
+QVariantMap ReadParameters(const QStringList& texts)
+{
+    QVariantMap parameters;
+    for (const QString& text : texts) {
+        const qsizetype equals = text.indexOf(u'=');
+        if (equals <= 0)
+            throw UsageFailure(u"%1 is no parameter; parameters are KEY=TEXT, KEY:TYPE=VALUE, KEY:=JSON or "
+                               "KEY=@FILE"_s.arg(Console::Quoted(text)));
+        const QString left = text.first(equals);
+        const QString value = text.sliced(equals + 1);
+        const qsizetype colon = left.lastIndexOf(u':');
+        const QString key = colon < 0 ? left : left.first(colon);
+        if (key.isEmpty())
+            throw UsageFailure(u"%1 has no key"_s.arg(Console::Quoted(text)));
+        if (parameters.contains(key))
+            throw UsageFailure(u"%1 is given twice"_s.arg(Console::Quoted(key)));
+        if (colon < 0)
+            parameters.insert(key, ReadText(value));
+        else if (const QString type = left.sliced(colon + 1); type.isEmpty())
+            parameters.insert(key, ReadJson(value, key));
+        else
+            parameters.insert(key, ValueFromText(type, value, key));
+    }
+    return parameters;
+}
+
+MessageInfo ReadMessage(const QString& id, const QString& file, const QStringList& parameters)
+{
+    MessageInfo message;
+    if (!file.isEmpty()) {
+        const InputFile input(file);
+        const QList<MessageInfo> messages = ReadMessages(ReadAll(input), input.Name());
+        if (messages.size() > 1)
+            throw Failure(input.Name(), u"there are %1 messages; one is wanted"_s.arg(messages.size()));
+        message.Params = messages.first().Params;
+    }
+    message.Id = id;
+    message.Params.insert(ReadParameters(parameters));
+    // Once more as JSON: a text that no receiver could read is refused there.
+    (void)MessageFromJson(MessageToJson(message), id);
+    return message;
+}
+
+QString ParameterToText(const QString& key, const QVariant& value, qsizetype longest)
+{
+    const auto type = static_cast<QMetaType::Type>(value.typeId());
+    const JsonValue json = ValueToJson(value);
+    const QJsonValue shown = json.Value;
+    const QString name = Console::Visible(key);
+    QString left = name + u':' + Util::VariantMapEncoder().TypeToString(type).toLower() + u'=';
+    QString text;
+    if (type == QMetaType::QString) {
+        left = name + u'=';
+        text = (shown.toString().startsWith(u'@') ? u"@"_s : QString()) + Console::Visible(shown.toString());
+    } else if (shown.isObject() || shown.isArray()) {
+        const QJsonDocument document
+            = shown.isObject() ? QJsonDocument(shown.toObject()) : QJsonDocument(shown.toArray());
+        text = Console::Visible(QString::fromUtf8(document.toJson(QJsonDocument::Compact)));
+    } else if (shown.isNull()) {
+        return name + u" (a value of a type that does not travel)"_s;
+    } else {
+        text = Console::Visible(shown.toVariant().toString());
+    }
+    if (longest > 0 && text.size() > longest)
+        text = text.first(longest) + u"… (%1 characters)"_s.arg(text.size());
+    return left + text;
+}
+
+} // namespace Quorvin::Tool

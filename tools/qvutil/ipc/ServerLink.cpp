@@ -1,0 +1,125 @@
+// SPDX-FileCopyrightText: 2026 The QvUtil developers
+// SPDX-License-Identifier: MIT
+
+#include "ServerLink.h"
+
+#include "Endpoint.h"
+#include "MessageClient_p.h"
+#include "platform/Platform.h"
+
+#include <QUuid>
+
+#include <algorithm>
+
+using namespace Qt::StringLiterals;
+using Quorvin::Util::MessageInfo;
+using Quorvin::Util::MessageWriter;
+
+namespace Quorvin::Tool {
+namespace {
+
+constexpr int kRetryMs = 50;
+
+// Problems that time may solve, as a server starts.
+bool MayGoAway(const EndpointProblem& problem)
+{
+    return problem.Code == "missing"_L1 || problem.Code == "stale"_L1 || problem.Code == "no-folder"_L1;
+}
+
+std::optional<EndpointProblem> FindObstacle(const QString& name)
+{
+    const QList<EndpointProblem> problems = FindProblems(LookAtEndpoint(name));
+    const auto found = std::find_if(problems.begin(), problems.end(),
+                                    [](const EndpointProblem& problem) { return problem.IsInTheWay; });
+    return found == problems.end() ? std::nullopt : std::optional(*found);
+}
+
+} // namespace
+
+void RequireServer(const QString& name)
+{
+    if (const std::optional<EndpointProblem> obstacle = FindObstacle(name))
+        throw LinkFailure(obstacle->Text);
+}
+
+ServerLink::ServerLink(Session& session, const QString& name)
+    : mSession(session)
+    , mName(name)
+{
+    QObject::connect(&mSocket, &QLocalSocket::stateChanged, &mSocket, [this] { mSession.Do([] {}); });
+    QObject::connect(&mSocket, &QLocalSocket::bytesWritten, &mSocket, [this] { mSession.Do([] {}); });
+    QObject::connect(&mSocket, &QLocalSocket::readyRead, &mSocket,
+                     [this] { mSession.Do([this] { mReceived += Util::TakeMessages(mSocket); }); });
+}
+
+bool ServerLink::TryToConnect(QDeadlineTimer deadline)
+{
+    mSocket.connectToServer(mName, QIODeviceBase::ReadWrite);
+    return mSession.WaitFor([this] { return mSocket.state() != QLocalSocket::ConnectingState; }, deadline)
+        && IsConnected();
+}
+
+void ServerLink::Connect(bool waitForServer, QDeadlineTimer deadline)
+{
+    for (;;) {
+        const std::optional<EndpointProblem> obstacle = FindObstacle(mName);
+        if (!obstacle && TryToConnect(deadline))
+            break;
+        const bool mayComeUp = waitForServer && (!obstacle || MayGoAway(*obstacle));
+        if (!mayComeUp || deadline.hasExpired())
+            throw LinkFailure(obstacle ? obstacle->Text : u"cannot connect: "_s + mSocket.errorString());
+        mSocket.abort();
+        const QDeadlineTimer pause(kRetryMs, Qt::PreciseTimer);
+        (void)mSession.WaitFor([] { return false; }, std::min(pause, deadline));
+    }
+    const std::optional<quint32> user = Util::Platform::GetPeerUserId(mSocket.socketDescriptor());
+    if (user && !Util::IsTrustedUser(*user, Util::Platform::GetUserId())) {
+        throw LinkFailure(
+            u"the server runs as the user %1; clients talk only to servers of their own user, or "
+            "of root"_s.arg(UserName(*user)));
+    }
+    mWriter = new MessageWriter(&mSocket);
+    QObject::connect(mWriter, &MessageWriter::Written, &mSocket,
+                     [this] { mSession.Do([this] { ++mWritten; }); });
+}
+
+void ServerLink::Send(const MessageInfo& message, QDeadlineTimer deadline)
+{
+    mWritten = 0;
+    mWriter->Write(message);
+    const bool inTime = mSession.WaitFor(
+        [this] { return !IsConnected() || (mWritten > 0 && mSocket.bytesToWrite() == 0); }, deadline);
+    if (!inTime)
+        throw LinkFailure(u"the server did not take the message in time"_s);
+    if (!IsConnected() && (mWritten == 0 || mSocket.bytesToWrite() != 0))
+        throw LinkFailure(u"the connection was lost before the message was written"_s);
+}
+
+MessageInfo ServerLink::Ask(MessageInfo request, QDeadlineTimer deadline)
+{
+    request.UniqueId = QUuid::createUuid();
+    request.NeedResponse = true;
+    mReceived.clear();
+    mWriter->Write(request);
+    const auto findAnswer = [&] {
+        return std::find_if(mReceived.cbegin(), mReceived.cend(), [&request](const MessageInfo& message) {
+            return message.IsResponse && message.OriginalMessageUniqueId == request.UniqueId;
+        });
+    };
+    const bool inTime
+        = mSession.WaitFor([&] { return findAnswer() != mReceived.cend() || !IsConnected(); }, deadline);
+    if (const auto answer = findAnswer(); answer != mReceived.cend())
+        return *answer;
+    if (inTime)
+        throw LinkFailure(u"the connection was lost before an answer came: the server has ended, or another "
+                          "client has taken the place of this one"_s);
+    throw LinkFailure(u"no answer came in time"_s);
+}
+
+void ServerLink::Close(QDeadlineTimer deadline)
+{
+    mSocket.disconnectFromServer();
+    (void)mSession.WaitFor([this] { return mSocket.state() == QLocalSocket::UnconnectedState; }, deadline);
+}
+
+} // namespace Quorvin::Tool

@@ -1,0 +1,128 @@
+// SPDX-FileCopyrightText: 2026 The QvUtil developers
+// SPDX-License-Identifier: MIT
+
+#include "Session.h"
+
+#include "../Console.h"
+#include "../Failure.h"
+
+#include <QLoggingCategory>
+#include <QTimer>
+
+#include <algorithm>
+#include <cerrno>
+#include <csignal>
+#include <limits>
+#include <utility>
+
+#include <fcntl.h>
+#include <unistd.h>
+
+using namespace Qt::StringLiterals;
+
+namespace Quorvin::Tool {
+namespace {
+
+// A signal handler may do little more than write to a pipe.
+constinit int gSignalPipe[2] = {-1, -1};
+constinit QtMessageHandler gPreviousHandler = nullptr;
+
+void HandleSignal(int /*signal*/)
+{
+    const int error = errno;
+    const char byte = 0;
+    (void)!write(gSignalPipe[1], &byte, 1);
+    errno = error;
+}
+
+// The library's warnings come from any thread; the console belongs to the main one.
+void HandleMessage(QtMsgType type, const QMessageLogContext& context, const QString& text)
+{
+    if (qstrcmp(context.category, "qvutil") != 0) {
+        gPreviousHandler(type, context, text);
+        return;
+    }
+    QMetaObject::invokeMethod(
+        QCoreApplication::instance(), [text] { Console::Complain({}, text); }, Qt::AutoConnection);
+}
+
+} // namespace
+
+Session::Session(Interruption interruption)
+    : mApplication(mArgumentCount, mArguments)
+{
+    gPreviousHandler = qInstallMessageHandler(&HandleMessage);
+    QLoggingCategory::setFilterRules(u"qvutil=true"_s);
+    if (interruption == EndsOnSignals)
+        CatchSignals();
+}
+
+Session::~Session()
+{
+    QCoreApplication::sendPostedEvents(); // warnings among them
+    QLoggingCategory::setFilterRules({});
+    qInstallMessageHandler(gPreviousHandler);
+}
+
+void Session::CatchSignals()
+{
+    if (pipe(gSignalPipe) != 0)
+        throw Failure({}, qt_error_string(errno));
+    for (const int end : gSignalPipe) {
+        fcntl(end, F_SETFD, FD_CLOEXEC);
+        fcntl(end, F_SETFL, O_NONBLOCK);
+    }
+    mSignals = std::make_unique<QSocketNotifier>(gSignalPipe[0], QSocketNotifier::Read);
+    QObject::connect(mSignals.get(), &QSocketNotifier::activated, &mApplication, [this] {
+        mSignals->setEnabled(false);
+        mInterrupted = true;
+        mLoop.quit();
+    });
+    struct sigaction action = {};
+    action.sa_handler = &HandleSignal;
+    action.sa_flags = static_cast<int>(SA_RESTART | SA_RESETHAND); // a second one ends it at once
+    sigemptyset(&action.sa_mask);
+    for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
+        struct sigaction before = {};
+        sigaction(signal, nullptr, &before);
+        if (before.sa_handler != SIG_IGN) // as nohup has it
+            sigaction(signal, &action, nullptr);
+    }
+}
+
+bool Session::WaitFor(const std::function<bool()>& isDone, QDeadlineTimer deadline)
+{
+    QTimer timer;
+    timer.setSingleShot(true);
+    timer.setTimerType(Qt::PreciseTimer);
+    QObject::connect(&timer, &QTimer::timeout, &mLoop, &QEventLoop::quit);
+    while (!mInterrupted && !mException) {
+        if (isDone())
+            return true;
+        if (deadline.hasExpired())
+            return false;
+        if (!deadline.isForever()) {
+            // Rounded up, so that the time is over when the timer says so.
+            const qint64 left = (deadline.remainingTimeNSecs() + 999'999) / 1'000'000;
+            timer.start(static_cast<int>(std::min<qint64>(left, std::numeric_limits<int>::max())));
+        }
+        mLoop.exec();
+    }
+    if (mException)
+        std::rethrow_exception(std::exchange(mException, nullptr));
+    return false;
+}
+
+void Session::Do(const std::function<void()>& action)
+{
+    if (mException)
+        return;
+    try {
+        action();
+    } catch (...) {
+        mException = std::current_exception();
+    }
+    mLoop.quit();
+}
+
+} // namespace Quorvin::Tool

@@ -1,0 +1,59 @@
+// SPDX-FileCopyrightText: 2026 The QvUtil developers
+// SPDX-License-Identifier: MIT
+
+#ifndef QVUTIL_TOOL_IPC_SESSION_H
+#define QVUTIL_TOOL_IPC_SESSION_H
+
+#include <QCoreApplication>
+#include <QDeadlineTimer>
+#include <QEventLoop>
+#include <QSocketNotifier>
+
+#include <exception>
+#include <functional>
+#include <memory>
+
+namespace Quorvin::Tool {
+
+/// What a command that talks to other processes needs: an event loop, a clean end when it is interrupted, and
+/// the library's warnings on standard error.
+///
+/// \par Threads
+/// The main thread; one object at a time.
+class Session
+{
+public:
+    enum Interruption {
+        DiesOfSignals, ///< SIGINT and SIGTERM end the process at once
+        EndsOnSignals, ///< they end WaitFor, so that the command can clean up
+    };
+
+    explicit Session(Interruption interruption);
+    ~Session();
+    Q_DISABLE_COPY_MOVE(Session)
+
+    /// Runs the event loop until a condition holds, which is looked at after each call of Do. Throws what an
+    /// action given to Do has thrown.
+    /// \return false if the time is over, or a signal came
+    bool WaitFor(const std::function<bool()>& isDone, QDeadlineTimer deadline = QDeadlineTimer::Forever);
+    /// Runs an action in a slot: the event loop would not survive an exception.
+    void Do(const std::function<void()>& action);
+    /// Whether a signal asked the command to end.
+    [[nodiscard]] bool IsInterrupted() const { return mInterrupted; }
+
+private:
+    void CatchSignals();
+
+    int mArgumentCount = 1;
+    char mName[7] = "qvutil";
+    char* mArguments[2] = {mName, nullptr};
+    QCoreApplication mApplication;
+    QEventLoop mLoop;
+    std::unique_ptr<QSocketNotifier> mSignals;
+    std::exception_ptr mException;
+    bool mInterrupted = false;
+};
+
+} // namespace Quorvin::Tool
+
+#endif // QVUTIL_TOOL_IPC_SESSION_H
