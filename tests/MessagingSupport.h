@@ -99,6 +99,40 @@ inline void Write(QLocalSocket& socket, const QByteArray& bytes)
     return messages;
 }
 
+/// Calls a function with each message that comes over a plain Qt socket, those that are there already
+/// included.
+template <typename Function> void ForEachMessage(QLocalSocket& socket, Function function)
+{
+    const auto read = [&socket, function] {
+        QList<Quorvin::Util::MessageInfo> messages;
+        Quorvin::Util::DecodeMessage(QString::fromUtf8(socket.readAll()), messages);
+        for (const Quorvin::Util::MessageInfo& message : messages)
+            function(message);
+    };
+    QObject::connect(&socket, &QLocalSocket::readyRead, &socket, read);
+    read();
+}
+
+/// Connects a message client, and waits until it has announced that. A wait of another kind that begins
+/// before would end with the announcement.
+template <typename Client>
+[[nodiscard]] bool ConnectClient(Client& client, const QString& name, QIODeviceBase::OpenMode mode)
+{
+    const QSignalSpy connected(&client, &Client::Connected);
+    client.ConnectToServer(name, mode);
+    return WaitUntil([&] { return connected.count() > 0; });
+}
+
+/// Waits until the message server or client at the other end of a plain Qt socket has dealt with all that was
+/// written: what it is told to send it sends afterwards. The socket's own unread bytes are dropped.
+template <typename Library> [[nodiscard]] bool IsDealtWith(QLocalSocket& socket, Library& library)
+{
+    if (!IsTaken(socket))
+        return false;
+    library.SendMessage(QStringLiteral("tick"), {});
+    return ReadMessages(socket, 1).size() == 1;
+}
+
 /// Signals and slots of a class's own, in the order of their declaration, with the names of parameters.
 [[nodiscard]] inline QStringList MethodsOf(const QMetaObject& metaObject)
 {
@@ -144,10 +178,10 @@ private:
 class Peer
 {
 public:
-    explicit Peer(const QStringList& arguments)
+    explicit Peer(const QStringList& arguments, const QString& program = QString::fromLatin1(MESSAGE_PEER))
     {
         mProcess.setProcessChannelMode(QProcess::ForwardedErrorChannel);
-        mProcess.start(QString::fromLatin1(MESSAGE_PEER), arguments);
+        mProcess.start(program, arguments);
     }
     ~Peer()
     {

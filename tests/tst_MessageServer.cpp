@@ -9,12 +9,17 @@
 #include <QDir>
 #include <QFileInfo>
 #include <QMetaType>
+#include <QScopeGuard>
 #include <QSignalSpy>
 #include <QTemporaryDir>
+#include <QThread>
 #include <QtTest>
 
+#include <atomic>
 #include <functional>
 #include <memory>
+
+#include <sys/socket.h>
 
 using namespace Qt::StringLiterals;
 using namespace Quorvin::Util;
@@ -93,6 +98,7 @@ private Q_SLOTS:
     void Receive_joined();
     void Receive_split();
     void Receive_splitLarge();
+    void Receive_drops();
     void Receive_truncatedAtClose();
     void Receive_response();
     void Receive_deepNesting();
@@ -109,10 +115,16 @@ private Q_SLOTS:
 
     void Responders_none();
     void Responders_order();
+    void Responders_allDecline();
     void Responders_registration();
     void Responders_changedWhileAsked();
 
+    void Worker();
+    void Worker_slotsWithoutSender();
+    void Worker_startsAgain();
+
     void Slot_opensEventLoop();
+    void Slot_opensEventLoopUntilDeleted();
     void Slot_stopsServer();
     void Slot_deletesServer();
     void Responder_stopsServer();
@@ -254,6 +266,8 @@ void tst_MessageServer::Start_longestName()
     QVERIFY(Connect(client, longest));
     QVERIFY(!IsSocketNameTooLong(longest));
     QVERIFY(IsSocketNameTooLong(longest + u'x'));
+    QLocalServer other;
+    QVERIFY(!other.listen(longest + u'x'));
     QVERIFY(IsSocketNameTooLong(u'/' + QString(Platform::GetLongestSocketPath(), u'x')));
 }
 
@@ -388,7 +402,7 @@ void tst_MessageServer::Receive_joined()
     QLocalSocket client;
     QVERIFY(Connect(client, name));
     Write(client, bytes);
-    QVERIFY(IsTaken(client));
+    QVERIFY(IsDealtWith(client, server));
     Write(client, Document(u"last"_s));
     expected.append(u"last"_s);
     EVENTUALLY_EQUAL(Names(received), expected);
@@ -405,14 +419,14 @@ void tst_MessageServer::Receive_split()
     const QByteArray document = Document(u"split"_s, {{u"text"_s, u"some text"_s}});
     for (const int at : {3, 30, 200}) {
         Write(client, document.first(at));
-        QVERIFY(IsTaken(client));
+        QVERIFY(IsDealtWith(client, server));
         Write(client, document.sliced(at));
-        QVERIFY(IsTaken(client));
+        QVERIFY(IsDealtWith(client, server));
         // The rest of one document does not spoil the next.
         Write(client, document.first(at));
-        QVERIFY(IsTaken(client));
+        QVERIFY(IsDealtWith(client, server));
         Write(client, document.sliced(at) + Document(u"next"_s));
-        QVERIFY(IsTaken(client));
+        QVERIFY(IsDealtWith(client, server));
     }
     EVENTUALLY_EQUAL(received.count(), 3);
     QCOMPARE(Names(received), (QStringList{u"next"_s, u"next"_s, u"next"_s}));
@@ -429,11 +443,43 @@ void tst_MessageServer::Receive_splitLarge()
     // The beginning alone, and then nothing more: given up after a moment, and not kept.
     const QByteArray document = Document(u"split"_s, {{u"text"_s, QString(100000, u'x')}});
     Write(client, document.first(60000));
-    QVERIFY(IsTaken(client));
+    QVERIFY(IsDealtWith(client, server));
     Write(client, Document(u"next"_s));
     EVENTUALLY_EQUAL(Names(received), QStringList{u"next"_s});
     Write(client, document.sliced(60000) + Document(u"last"_s));
     EVENTUALLY_EQUAL(Names(received), (QStringList{u"next"_s, u"last"_s}));
+}
+
+void tst_MessageServer::Receive_drops()
+{
+    MessageServer server;
+    QSignalSpy connected(&server, &MessageServer::Connected);
+    const QString name = UniqueName();
+    server.Start(name);
+    QLocalSocket client;
+    QVERIFY(Connect(client, name));
+    EVENTUALLY_EQUAL(connected.count(), 1);
+    // A large document that never ends, byte by byte.
+    const QByteArray document = Document(u"endless"_s, {{u"text"_s, QString(100000, u'x')}});
+    Write(client, document.first(60000));
+    std::atomic<bool> stop = false;
+    const std::unique_ptr<QThread> drops(
+        QThread::create([&stop, socket = static_cast<int>(client.socketDescriptor())] {
+            while (!stop)
+                static_cast<void>(::send(socket, "x", 1, MSG_DONTWAIT));
+        }));
+    const auto end = qScopeGuard([&] {
+        stop = true;
+        drops->wait();
+    });
+    drops->start();
+    // Neither what is to be sent nor the end is kept waiting.
+    for (int i = 0; i < 10; ++i) {
+        server.SendMessage(u"m"_s, {});
+        QCOMPARE(ReadMessages(client, 1).size(), 1);
+    }
+    server.Stop();
+    QVERIFY(!server.IsStarted());
 }
 
 void tst_MessageServer::Receive_truncatedAtClose()
@@ -713,6 +759,33 @@ void tst_MessageServer::Responders_order()
     QCOMPARE(third.Calls(), 0);
 }
 
+void tst_MessageServer::Responders_allDecline()
+{
+    MessageServer server;
+    const QString name = UniqueName();
+    Responder first([](const QString& /*id*/, const QVariantMap& /*params*/, QVariantMap& response) {
+        response.insert(u"written"_s, 1);
+        return false;
+    });
+    Responder second(&Decline);
+    server.AddMessageResponder(&first);
+    server.AddMessageResponder(&second);
+    server.Start(name);
+    QLocalSocket client;
+    QVERIFY(Connect(client, name));
+    // That it is an answer itself makes no difference.
+    MessageInfo request;
+    request.UniqueId = QUuid::createUuid();
+    request.NeedResponse = true;
+    request.IsResponse = true;
+    Write(client, EncodeMessage(request).toUtf8());
+    const QList<MessageInfo> messages = ReadMessages(client, 1);
+    QCOMPARE(messages.size(), 1);
+    QCOMPARE(messages.constFirst().Params, (QVariantMap{{u"written"_s, 1}}));
+    QCOMPARE(messages.constFirst().OriginalMessageUniqueId, request.UniqueId);
+    QCOMPARE(second.Calls(), 1);
+}
+
 void tst_MessageServer::Responders_registration()
 {
     MessageServer server;
@@ -770,6 +843,79 @@ void tst_MessageServer::Responders_changedWhileAsked()
     QCOMPARE(second.Calls(), 1);
 }
 
+void tst_MessageServer::Worker()
+{
+    MessageServer server; // only tells what is to be sent
+    MessageServerWorker worker(&server);
+    QSignalSpy connected(&worker, &MessageServerWorker::Connected);
+    QSignalSpy disconnected(&worker, &MessageServerWorker::Disconnected);
+    QSignalSpy received(&worker, &MessageServerWorker::MessageReceived);
+    const MessageInfo message{u"N"_s, QUuid::createUuid(), true, true, QUuid::createUuid(), {{u"a"_s, 1}}};
+    const QString name = UniqueName();
+
+    QCOMPARE(worker.SendMessage(message), false);
+    QCOMPARE(worker.Stop(), true);
+    QCOMPARE(worker.Start(name), true);
+    QCOMPARE(worker.SendMessage(message), false);
+    QLocalSocket client;
+    QVERIFY(Connect(client, name));
+    EVENTUALLY_EQUAL(connected.count(), 1);
+    QCOMPARE(worker.SendMessage(message), true);
+    Q_EMIT server.NewOutgoingMessage(message);
+    const QList<MessageInfo> messages = ReadMessages(client, 2);
+    QCOMPARE(messages.size(), 2);
+    QCOMPARE(EncodeMessage(messages.constLast()), EncodeMessage(message));
+
+    Write(client, EncodeMessage(message).toUtf8());
+    EVENTUALLY_EQUAL(received.count(), 1);
+    QCOMPARE(EncodeMessage(received.at(0).at(0).value<MessageInfo>()), EncodeMessage(message));
+
+    client.disconnectFromServer();
+    EVENTUALLY_EQUAL(disconnected.count(), 1);
+    QCOMPARE(worker.SendMessage(message), false);
+    QCOMPARE(worker.Stop(), true);
+    QVERIFY(!QFile::exists(SocketPath(name)));
+}
+
+void tst_MessageServer::Worker_slotsWithoutSender()
+{
+    MessageServer server;
+    MessageServerWorker worker(&server);
+    QSignalSpy connected(&worker, &MessageServerWorker::Connected);
+    QSignalSpy disconnected(&worker, &MessageServerWorker::Disconnected);
+    const QString name = UniqueName();
+    worker.Start(name);
+    QLocalSocket client;
+    QVERIFY(Connect(client, name));
+    EVENTUALLY_EQUAL(connected.count(), 1);
+    worker.DisconnectedSlot();
+    worker.ReadMessage();
+    QObject stranger;
+    connect(&stranger, &QObject::objectNameChanged, &worker, &MessageServerWorker::DisconnectedSlot);
+    connect(&stranger, &QObject::objectNameChanged, &worker, &MessageServerWorker::ReadMessage);
+    stranger.setObjectName(u"x"_s);
+    QCOMPARE(disconnected.count(), 0);
+    QCOMPARE(worker.SendMessage(MessageInfo()), true);
+    QCOMPARE(ReadMessages(client, 1).size(), 1);
+}
+
+void tst_MessageServer::Worker_startsAgain()
+{
+    MessageServer server;
+    MessageServerWorker worker(&server);
+    const QString name = UniqueName();
+    const QString other = UniqueName();
+    QCOMPARE(worker.Start(name), true);
+    QCOMPARE(worker.Start(other), true); // in the place of the first one
+    QVERIFY(!QFile::exists(SocketPath(name)));
+    QLocalSocket client;
+    QVERIFY(Connect(client, other));
+    const TestSupport::LogGuard log;
+    QCOMPARE(worker.Start(QString(200, u'x')), false);
+    QVERIFY(!QFile::exists(SocketPath(other)));
+    QCOMPARE(TestSupport::LogGuard::Messages().size(), 1);
+}
+
 void tst_MessageServer::Slot_opensEventLoop()
 {
     MessageServer server;
@@ -787,6 +933,25 @@ void tst_MessageServer::Slot_opensEventLoop()
     Write(client, Document(u"m0"_s));
     Write(client, Document(u"m1"_s));
     EVENTUALLY_EQUAL(order, (QStringList{u"m0"_s, u"m1"_s, u"end of m1"_s, u"end of m0"_s}));
+}
+
+void tst_MessageServer::Slot_opensEventLoopUntilDeleted()
+{
+    auto server = std::make_unique<MessageServer>();
+    const QString name = UniqueName();
+    QStringList order;
+    connect(server.get(), &MessageServer::MessageReceived, this, [&](const QString& id) {
+        if (id == u"b"_s)
+            server.reset();
+        else
+            QVERIFY(WaitUntil([&] { return server == nullptr; }));
+        order.append(id);
+    });
+    server->Start(name);
+    QLocalSocket client;
+    QVERIFY(Connect(client, name));
+    Write(client, Document(u"a"_s) + Document(u"b"_s) + Document(u"c"_s));
+    EVENTUALLY_EQUAL(order, (QStringList{u"b"_s, u"a"_s}));
 }
 
 void tst_MessageServer::Slot_stopsServer()

@@ -9,6 +9,7 @@
 
 #include <QDir>
 #include <QFile>
+#include <QThread>
 
 #include <algorithm>
 #include <atomic>
@@ -22,9 +23,13 @@ namespace {
 // them.
 constexpr qsizetype kEnoughBytes = qsizetype(4) * 1024 * 1024;
 
-// How long the rest of a large document may take once its beginning is there. The writer is in the middle of
-// one system call then, and at the worst waits for a processor.
+// How long the next piece of a large document may take once its beginning is there. The writer is in the
+// middle of one system call then, and at the worst waits for a processor.
 constexpr int kRestTimeoutMs = 50;
+
+// How many reads may pass before they have brought as much as one piece. Whoever writes in so small ones is
+// not in the middle of one write.
+constexpr int kMostReadsPerPiece = 64;
 
 // A receiver that waits for its next message empties the socket within microseconds; one that does not is
 // asked less and less often.
@@ -33,19 +38,32 @@ constexpr qint64 kLongestPauseMs = 20;
 
 std::atomic<int> gSendBufferLimit{std::numeric_limits<int>::max()};
 
-// Whether the end of a large document is missing that the kernel hands over in several pieces. Smaller ones
-// come whole, so that nothing is to be waited for where they are cut off.
-bool IsInMidDocument(const QByteArray& bytes)
+// Looks at bytes as they become more.
+class DocumentWatch
 {
-    constexpr QByteArrayView kEnd = "</Message>";
-    if (bytes.size() < kWholePiece)
-        return false;
-    const QByteArrayView tail = QByteArrayView(bytes).last(kEnd.size() + 2).trimmed();
-    if (tail.endsWith(kEnd))
-        return false;
-    const qsizetype start = bytes.lastIndexOf("<?xml ");
-    return start >= 0 && bytes.size() - start >= kWholePiece;
-}
+public:
+    // Whether the end of a large document is missing that the kernel hands over in several pieces. Smaller
+    // ones come whole, so that nothing is to be waited for where they are cut off.
+    [[nodiscard]] bool IsInMidDocument(const QByteArray& bytes)
+    {
+        constexpr QByteArrayView kStart = "<?xml ";
+        constexpr QByteArrayView kEnd = "</Message>";
+        if (bytes.size() < kWholePiece)
+            return false;
+        if (QByteArrayView(bytes).last(kEnd.size() + 2).trimmed().endsWith(kEnd))
+            return false;
+        const qsizetype from = std::max<qsizetype>(mSeen - kStart.size() + 1, 0);
+        const qsizetype start = QByteArrayView(bytes).sliced(from).lastIndexOf(kStart);
+        if (start >= 0)
+            mStart = from + start;
+        mSeen = bytes.size();
+        return mStart >= 0 && bytes.size() - mStart >= kWholePiece;
+    }
+
+private:
+    qsizetype mSeen = 0;
+    qsizetype mStart = -1; // of the last document
+};
 
 } // namespace
 
@@ -76,17 +94,25 @@ QByteArray TakeBytes(QLocalSocket& socket)
     const qintptr descriptor = socket.socketDescriptor();
     if (bytes.isEmpty() || descriptor == -1)
         return bytes;
+    DocumentWatch watch;
+    qsizetype sizeAtPiece = bytes.size();
+    int reads = 0;
     // Past QLocalSocket, whose buffer is empty now: its own way of reading on would emit signals.
-    for (;;) {
-        const bool inMidDocument = IsInMidDocument(bytes);
+    while (reads < kMostReadsPerPiece && !QThread::currentThread()->isInterruptionRequested()) {
+        const bool inMidDocument = watch.IsInMidDocument(bytes);
         if (bytes.size() >= kEnoughBytes && !inMidDocument)
-            return bytes;
-        if (Platform::ReadAvailable(descriptor, bytes))
-            continue;
-        if (!inMidDocument || !Platform::WaitForBytes(descriptor, kRestTimeoutMs)
-            || !Platform::ReadAvailable(descriptor, bytes))
-            return bytes;
+            break;
+        if (!Platform::ReadAvailable(descriptor, bytes)
+            && !(inMidDocument && Platform::WaitForBytes(descriptor, kRestTimeoutMs)
+                 && Platform::ReadAvailable(descriptor, bytes)))
+            break;
+        ++reads;
+        if (bytes.size() - sizeAtPiece >= kWholePiece) {
+            sizeAtPiece = bytes.size();
+            reads = 0;
+        }
     }
+    return bytes;
 }
 
 QList<MessageInfo> TakeMessages(QLocalSocket& socket)

@@ -41,6 +41,7 @@ bool MessageServer::Stop()
 {
     if (mThread != nullptr) {
         if (mThread->isRunning()) {
+            mThread->requestInterruption(); // a peer may be writing on and on
             mThread->exit(0);
             mThread->WaitUntilDone();
         }
