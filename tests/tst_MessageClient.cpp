@@ -31,8 +31,7 @@ struct Link
         : Name(UniqueName())
         , Server(Name)
     {
-        Client.ConnectToServer(Name, mode);
-        Ok = Server.IsListening() && Client.WaitForConnection(60000) && Server.Client() != nullptr;
+        Ok = Server.IsListening() && ConnectClient(Client, Name, mode) && Server.Client() != nullptr;
     }
     [[nodiscard]] QLocalSocket& Other() { return *Server.Client(); }
 
@@ -67,11 +66,17 @@ private Q_SLOTS:
     void ConnectToServer_unusableName_data();
     void ConnectToServer_unusableName();
     void ConnectToServer_again();
+    void ConnectToServer_modes_data();
+    void ConnectToServer_modes();
+    void IsConnected_beforeAnnounced();
     void WaitForConnection_connected();
     void WaitForConnection_newsStillQueued();
     void WaitForConnection_time();
+    void WaitForConnection_withoutLimit();
+    void WaitForConnection_waitsInSlot();
     void DisconnectFromServer();
     void Reconnect();
+    void Reconnect_afterSecond();
 
     void SendMessage_notConnected();
     void SendMessage_wire();
@@ -80,7 +85,9 @@ private Q_SLOTS:
     void SendMessage_waitForSent();
     void SendMessage_readOnly();
     void SendMessage_largeWaitsForReceiver();
+    void SendMessage_timeOut();
     void SendMessage_connectionEndsWait();
+    void SendMessage_anyConfirmationEndsWait();
 
     void Request_answered();
     void Request_wire();
@@ -93,6 +100,7 @@ private Q_SLOTS:
     void Request_waitsWithinWaits();
     void Request_otherAnswers();
     void Request_lateAnswer();
+    void Request_connectionEndsWait();
 
     void Receive_messages();
     void Receive_split();
@@ -103,6 +111,11 @@ private Q_SLOTS:
     void Slot_deletesClientInWait();
     void Slot_disconnects();
     void Slot_opensEventLoop();
+    void Slot_opensEventLoopUntilDeleted();
+
+    void Worker();
+    void Worker_withoutTimer();
+    void Worker_staysDisconnected();
 
     void TrustedUsers();
     void ForeignServer();
@@ -224,6 +237,63 @@ void tst_MessageClient::ConnectToServer_again()
     QCOMPARE(ReadMessages(*server.Client(), 1).size(), 1);
 }
 
+void tst_MessageClient::ConnectToServer_modes_data()
+{
+    QTest::addColumn<int>("mode");
+    QTest::addColumn<bool>("sends");
+    QTest::addColumn<bool>("receives");
+
+    QTest::newRow("read and write") << static_cast<int>(QIODeviceBase::ReadWrite) << true << true;
+    QTest::newRow("read only") << static_cast<int>(QIODeviceBase::ReadOnly) << false << true;
+    QTest::newRow("write only") << static_cast<int>(QIODeviceBase::WriteOnly) << true << false;
+}
+
+void tst_MessageClient::ConnectToServer_modes()
+{
+    QFETCH(const int, mode);
+    QFETCH(const bool, sends);
+    QFETCH(const bool, receives);
+
+    Link link(static_cast<QIODeviceBase::OpenMode>(mode));
+    QVERIFY(link.Ok);
+    QSignalSpy received(&link.Client, &MessageClient::MessageReceived);
+    QSignalSpy disconnected(&link.Client, &MessageClient::Disconnected);
+    QCOMPARE(link.Client.SendMessage(u"to the server"_s, {}), true);
+    if (sends)
+        QCOMPARE(ReadMessages(link.Other(), 1).size(), 1);
+    Write(link.Other(), Document(u"to the client"_s));
+    if (receives) {
+        EVENTUALLY_EQUAL(received.count(), 1);
+        // By the end of the connection there is what else was written.
+        link.Client.DisconnectFromServer();
+        EVENTUALLY_EQUAL(link.Other().state(), QLocalSocket::UnconnectedState);
+        QCOMPARE(link.Other().readAll(), QByteArray());
+    } else {
+        link.Other().disconnectFromServer();
+        EVENTUALLY_EQUAL(disconnected.count(), 1);
+        QCOMPARE(received.count(), 0);
+    }
+}
+
+// Between the connection and the slot that learns of it, the state of the socket counts.
+void tst_MessageClient::IsConnected_beforeAnnounced()
+{
+    const QString name = UniqueName();
+    RawServer server(name);
+    MessageClient client;
+    QSignalSpy connected(&client, &MessageClient::Connected);
+    client.ConnectToServer(name, kReadWrite);
+    const QDeadlineTimer deadline(60000);
+    while (!client.IsConnected() && !deadline.hasExpired()) // without an event loop
+        QThread::yieldCurrentThread();
+    QCOMPARE(client.IsConnected(), true);
+    QCOMPARE(client.SendMessage(u"m"_s, {}), true);
+    QCOMPARE(connected.count(), 0);
+    QVERIFY(server.Client() != nullptr);
+    QCOMPARE(ReadMessages(*server.Client(), 1).size(), 1);
+    EVENTUALLY_EQUAL(connected.count(), 1);
+}
+
 void tst_MessageClient::WaitForConnection_connected()
 {
     Link link;
@@ -264,6 +334,38 @@ void tst_MessageClient::WaitForConnection_time()
     QVERIFY(time.elapsed() < 30000);
 }
 
+void tst_MessageClient::WaitForConnection_withoutLimit()
+{
+    const QString name = UniqueName();
+    MessageClient client;
+    client.ConnectToServer(name, kReadWrite);
+    std::unique_ptr<RawServer> server;
+    Later(&client, [&] { server = std::make_unique<RawServer>(name); });
+    QCOMPARE(client.WaitForConnection(-1), true);
+}
+
+void tst_MessageClient::WaitForConnection_waitsInSlot()
+{
+    const QString name = UniqueName();
+    RawServer server(name);
+    MessageClient client;
+    bool answered = true;
+    bool sent = true;
+    connect(&client, &MessageClient::Connected, &client, [&] {
+        // The wait is over but has not returned yet.
+        QVariantMap answer;
+        answered = client.SendMessageAndGetResponse(u"ask"_s, {}, answer, 60000);
+        sent = client.SendMessage(u"m"_s, {}, true);
+    });
+    Later(&client, [&] { client.ConnectToServer(name, kReadWrite); });
+    QCOMPARE(client.WaitForConnection(60000), true);
+    QCOMPARE(answered, false);
+    QCOMPARE(sent, false);
+    QVERIFY(server.Client() != nullptr);
+    QCOMPARE(ReadMessages(*server.Client(), 2).size(), 2);
+    QCOMPARE(client.SendMessage(u"later"_s, {}, true), true);
+}
+
 void tst_MessageClient::DisconnectFromServer()
 {
     Link link;
@@ -290,6 +392,20 @@ void tst_MessageClient::Reconnect()
     QCOMPARE(disconnected.at(0).at(0).toString(), link.Name);
     EVENTUALLY_EQUAL(connected.count(), 1);
     QCOMPARE(link.Client.IsConnected(), true);
+}
+
+void tst_MessageClient::Reconnect_afterSecond()
+{
+    Link link;
+    QVERIFY(link.Ok);
+    QSignalSpy connected(&link.Client, &MessageClient::Connected);
+    QElapsedTimer time;
+    time.start();
+    link.Other().disconnectFromServer();
+    EVENTUALLY_EQUAL(connected.count(), 1);
+    QVERIFY2(time.elapsed() >= 940,
+             qPrintable(QString::number(time.elapsed()))); // a timer may be early by 5 %
+    QVERIFY2(time.elapsed() < 20000, qPrintable(QString::number(time.elapsed())));
 }
 
 void tst_MessageClient::SendMessage_notConnected()
@@ -358,8 +474,9 @@ void tst_MessageClient::SendMessage_readOnly()
     RawServer server(name);
     MessageClient client;
     QSignalSpy received(&client, &MessageClient::MessageReceived);
+    QSignalSpy connected(&client, &MessageClient::Connected);
     client.ConnectToServer(name); // receives, and sends nothing
-    QVERIFY(client.WaitForConnection(60000));
+    EVENTUALLY_EQUAL(connected.count(), 1);
     QVERIFY(server.Client() != nullptr);
     QCOMPARE(client.SendMessage(u"m"_s, {}), true);
     QVariantMap answer;
@@ -387,6 +504,17 @@ void tst_MessageClient::SendMessage_largeWaitsForReceiver()
     QCOMPARE(ReadMessages(other, 2).size(), 2);
 }
 
+void tst_MessageClient::SendMessage_timeOut()
+{
+    Link link(QIODeviceBase::ReadOnly); // nothing is written, and so nothing confirmed
+    QVERIFY(link.Ok);
+    QElapsedTimer time;
+    time.start();
+    QCOMPARE(link.Client.SendMessage(u"m"_s, {}, true), false);
+    QVERIFY2(time.elapsed() >= 15000, qPrintable(QString::number(time.elapsed())));
+    QVERIFY2(time.elapsed() < 29000, qPrintable(QString::number(time.elapsed())));
+}
+
 void tst_MessageClient::SendMessage_connectionEndsWait()
 {
     // All waits share one loop: whatever ends it with success ends the wait.
@@ -399,16 +527,34 @@ void tst_MessageClient::SendMessage_connectionEndsWait()
     QVERIFY(time.elapsed() < 14000);
 }
 
+void tst_MessageClient::SendMessage_anyConfirmationEndsWait()
+{
+    Link link(QIODeviceBase::ReadOnly);
+    QVERIFY(link.Ok);
+    QStringList order;
+    Later(&link.Client, [&] {
+        MessageInfo answer; // to nobody: does not end the wait
+        answer.IsResponse = true;
+        link.Client.MessageReceivedSlot(answer);
+        Later(&link.Client, [&] {
+            order.append(u"answer"_s);
+            MessageInfo other; // a confirmation is not compared with what was sent
+            other.Id = u"other"_s;
+            link.Client.MessageSentSlot(other);
+        });
+    });
+    QCOMPARE(link.Client.SendMessage(u"m"_s, {}, true), true);
+    order.append(u"sent"_s);
+    QCOMPARE(order, (QStringList{u"answer"_s, u"sent"_s}));
+}
+
 void tst_MessageClient::Request_answered()
 {
     Link link;
     QVERIFY(link.Ok);
     QLocalSocket& other = link.Other();
-    connect(&other, &QLocalSocket::readyRead, &other, [&] {
-        const QList<MessageInfo> messages = ReadMessages(other, 1);
-        for (const MessageInfo& message : messages) {
-            Write(other, Document(u"any name"_s, {{u"asked"_s, message.Params}}, {}, message.UniqueId));
-        }
+    ForEachMessage(other, [&other](const MessageInfo& message) {
+        Write(other, Document(u"any name"_s, {{u"asked"_s, message.Params}}, {}, message.UniqueId));
     });
     QSignalSpy received(&link.Client, &MessageClient::MessageReceived);
     for (int i = 0; i < 20; ++i) {
@@ -577,6 +723,17 @@ void tst_MessageClient::Request_lateAnswer()
     QCOMPARE(answer, QVariantMap());
 }
 
+void tst_MessageClient::Request_connectionEndsWait()
+{
+    // All waits share one loop, as above: no answer, and yet a success.
+    Link link;
+    QVERIFY(link.Ok);
+    Later(&link.Client, [&] { link.Other().disconnectFromServer(); });
+    QVariantMap answer{{u"old"_s, true}};
+    QCOMPARE(link.Client.SendMessageAndGetResponse(u"ask"_s, {}, answer, 60000), true);
+    QCOMPARE(answer, QVariantMap());
+}
+
 void tst_MessageClient::Receive_messages()
 {
     Link link;
@@ -596,9 +753,9 @@ void tst_MessageClient::Receive_split()
     QSignalSpy received(&link.Client, &MessageClient::MessageReceived);
     const QByteArray document = Document(u"split"_s);
     Write(link.Other(), document.first(100));
-    QVERIFY(IsTaken(link.Other()));
+    QVERIFY(IsDealtWith(link.Other(), link.Client));
     Write(link.Other(), document.sliced(100));
-    QVERIFY(IsTaken(link.Other()));
+    QVERIFY(IsDealtWith(link.Other(), link.Client));
     Write(link.Other(), Document(u"next"_s));
     EVENTUALLY_EQUAL(received.count(), 1);
     QCOMPARE(received.at(0).at(0).toString(), u"next"_s);
@@ -610,7 +767,7 @@ void tst_MessageClient::Receive_joinedAndNoise()
     QVERIFY(link.Ok);
     QSignalSpy received(&link.Client, &MessageClient::MessageReceived);
     Write(link.Other(), "noise" + Document(u"a"_s) + Document(u"b"_s) + Document(u"cut"_s).chopped(5));
-    QVERIFY(IsTaken(link.Other()));
+    QVERIFY(IsDealtWith(link.Other(), link.Client));
     Write(link.Other(), Document(u"last"_s));
     EVENTUALLY_EQUAL(received.count(), 3);
     QCOMPARE(received.at(0).at(0).toString(), u"a"_s);
@@ -649,9 +806,10 @@ void tst_MessageClient::Slot_deletesClientInWait()
         const QString name = UniqueName();
         RawServer server(name);
         auto client = std::make_unique<MessageClient>();
-        client->ConnectToServer(wait == 2 ? UniqueName() : name, QIODeviceBase::ReadOnly);
-        if (wait != 2)
-            QVERIFY(client->WaitForConnection(60000));
+        if (wait == 2)
+            client->ConnectToServer(UniqueName(), QIODeviceBase::ReadOnly);
+        else
+            QVERIFY(ConnectClient(*client, name, QIODeviceBase::ReadOnly));
         Later(this, [&] { client.reset(); });
         QVariantMap answer{{u"old"_s, true}};
         MessageClient* const waiting = client.get();
@@ -701,6 +859,108 @@ void tst_MessageClient::Slot_opensEventLoop()
     });
     Write(link.Other(), Document(u"a"_s) + Document(u"b"_s));
     EVENTUALLY_EQUAL(order, (QStringList{u"a"_s, u"b"_s, u"end of b"_s, u"end of a"_s}));
+}
+
+void tst_MessageClient::Slot_opensEventLoopUntilDeleted()
+{
+    const QString name = UniqueName();
+    RawServer server(name);
+    auto client = std::make_unique<MessageClient>();
+    QStringList order;
+    connect(client.get(), &MessageClient::MessageReceived, this, [&](const QString& id) {
+        if (id == u"b"_s)
+            client.reset();
+        else
+            QVERIFY(WaitUntil([&] { return client == nullptr; }));
+        order.append(id);
+    });
+    client->ConnectToServer(name, kReadWrite);
+    QVERIFY(server.Client() != nullptr);
+    Write(*server.Client(), Document(u"a"_s) + Document(u"b"_s) + Document(u"c"_s));
+    EVENTUALLY_EQUAL(order, (QStringList{u"b"_s, u"a"_s}));
+}
+
+void tst_MessageClient::Worker()
+{
+    const QString name = UniqueName();
+    RawServer server(name);
+    MessageClient client; // only tells what is to be sent
+    MessageClientWorker worker(name, kReadWrite, &client);
+    QSignalSpy connected(&worker, &MessageClientWorker::Connected);
+    QSignalSpy disconnected(&worker, &MessageClientWorker::Disconnected);
+    QSignalSpy sent(&worker, &MessageClientWorker::MessageSent);
+    QSignalSpy received(&worker, &MessageClientWorker::MessageReceived);
+    const MessageInfo message{u"N"_s, QUuid::createUuid(), true, true, QUuid::createUuid(), {{u"a"_s, 1}}};
+
+    QCOMPARE(worker.IsConnected(), false);
+    worker.ReadMessage();
+    worker.DisconnectFromServer();
+    Q_EMIT client.NewOutgoingMessage(message); // dropped
+    worker.ConnectAndListen();
+    EVENTUALLY(worker.IsConnected());
+    QCOMPARE(worker.ConnectToServer(), true);
+    QCOMPARE(connected.count(), 1);
+    QVERIFY(server.Client() != nullptr);
+
+    Q_EMIT client.NewOutgoingMessage(message);
+    QCOMPARE(sent.count(), 1);
+    QCOMPARE(EncodeMessage(sent.at(0).at(0).value<MessageInfo>()), EncodeMessage(message));
+    QCOMPARE(ReadMessages(*server.Client(), 1).size(), 1);
+
+    worker.ReadMessage(); // nothing is there
+    QCOMPARE(received.count(), 0);
+    Write(*server.Client(), EncodeMessage(message).toUtf8());
+    EVENTUALLY_EQUAL(received.count(), 1);
+    QCOMPARE(EncodeMessage(received.at(0).at(0).value<MessageInfo>()), EncodeMessage(message));
+    QCOMPARE(disconnected.count(), 0);
+}
+
+void tst_MessageClient::Worker_withoutTimer()
+{
+    // One attempt, and no further ones.
+    const QString name = UniqueName();
+    MessageClient client;
+    MessageClientWorker worker(name, kReadWrite, &client);
+    QSignalSpy disconnected(&worker, &MessageClientWorker::Disconnected);
+    QCOMPARE(worker.ConnectToServer(), true); // nobody there
+    QCOMPARE(worker.IsConnected(), false);
+    RawServer server(name);
+    QCOMPARE(worker.ConnectToServer(), true);
+    EVENTUALLY(worker.IsConnected());
+    QVERIFY(server.Client() != nullptr);
+    server.Client()->disconnectFromServer();
+    EVENTUALLY_EQUAL(disconnected.count(), 1);
+    QCOMPARE(worker.IsConnected(), false);
+}
+
+void tst_MessageClient::Worker_staysDisconnected()
+{
+    const QString name = UniqueName();
+    QLocalServer server;
+    QVERIFY(server.listen(name));
+    MessageClient client;
+    MessageClientWorker worker(name, kReadWrite, &client);
+    MessageClientWorker other(name, kReadWrite, &client);
+    QSignalSpy connected(&worker, &MessageClientWorker::Connected);
+    QSignalSpy disconnected(&worker, &MessageClientWorker::Disconnected);
+    QSignalSpy otherConnected(&other, &MessageClientWorker::Connected);
+    worker.ConnectAndListen();
+    EVENTUALLY_EQUAL(connected.count(), 1);
+    worker.DisconnectFromServer();
+    EVENTUALLY_EQUAL(disconnected.count(), 1);
+    // Of two in one thread the other one begins later, and comes back twice.
+    other.ConnectAndListen();
+    for (int connections = 1; connections <= 2; ++connections) {
+        EVENTUALLY_EQUAL(otherConnected.count(), connections);
+        EVENTUALLY(server.hasPendingConnections());
+        while (server.hasPendingConnections())
+            server.nextPendingConnection()->disconnectFromServer();
+    }
+    EVENTUALLY_EQUAL(otherConnected.count(), 3);
+    QCOMPARE(connected.count(), 1);
+    // An error starts the attempts, whoever has stopped them.
+    worker.Error(QLocalSocket::PeerClosedError);
+    EVENTUALLY_EQUAL(connected.count(), 2);
 }
 
 void tst_MessageClient::TrustedUsers()

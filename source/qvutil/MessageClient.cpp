@@ -77,7 +77,7 @@ bool MessageClient::IsSocketConnected() const
 bool MessageClient::WaitForConnection(int timeoutMs)
 {
     if (!IsConnected())
-        return !IsWaiting() && Wait(timeoutMs);
+        return !mWaiting && Wait(timeoutMs);
     // The news of the connection may still be queued, and would end the wait for the answer to a first
     // request.
     if (!mConnected)
@@ -90,6 +90,7 @@ void MessageClient::DisconnectFromServer()
     if (mThread == nullptr)
         return;
     if (mThread->isRunning()) {
+        mThread->requestInterruption(); // a peer may be writing on and on
         mThread->exit(0);
         mThread->WaitUntilDone();
     }
@@ -119,7 +120,7 @@ bool MessageClient::SendMessage(const MessageInfo& message, bool waitForSent)
     Q_EMIT NewOutgoingMessage(message);
     if (!waitForSent)
         return true;
-    if (self.isNull() || IsWaiting())
+    if (self.isNull() || mWaiting)
         return false;
     mAwaitingSend = true;
     const bool sent = Wait(kSendTimeoutMs);
@@ -145,7 +146,7 @@ bool MessageClient::SendMessageAndGetResponse(const QString& id, const QVariantM
     mPendingRequest = request;
 
     const QPointer<MessageClient> self(this);
-    const bool answered = SendMessage(request, false) && !self.isNull() && !IsWaiting()
+    const bool answered = SendMessage(request, false) && !self.isNull() && !mWaiting
         && Wait(timeoutMs < 0 ? kResponseTimeoutMs : timeoutMs);
     if (self.isNull())
         return false;
@@ -160,20 +161,20 @@ QString MessageClient::GetName() const
     return mServerName;
 }
 
-bool MessageClient::IsWaiting() const
-{
-    return mEventLoop->isRunning();
-}
-
 // Ends with the next exit of the event loop; the client may be gone then.
 bool MessageClient::Wait(int timeoutMs)
 {
+    const QPointer<MessageClient> self(this);
     const std::shared_ptr<QEventLoop> loop = mEventLoop;
     if (timeoutMs < 0)
         mWaitTimer.stop();
     else
         mWaitTimer.start(timeoutMs);
-    return loop->exec(QEventLoop::ExcludeUserInputEvents) == kExitSuccess;
+    mWaiting = true;
+    const int result = loop->exec(QEventLoop::ExcludeUserInputEvents);
+    if (!self.isNull())
+        mWaiting = false;
+    return result == kExitSuccess;
 }
 
 void MessageClient::ConnectedSlot()
@@ -333,7 +334,8 @@ void MessageClientWorker::ConnectedSlot()
         mSocket->abort(); // not a server to talk to; the timer goes on trying
         return;
     }
-    mConnectTimer->stop();
+    if (mConnectTimer)
+        mConnectTimer->stop();
     mWasConnected = true;
     mWriter = new MessageWriter(mSocket);
     connect(mWriter, &MessageWriter::Written, this, &MessageClientWorker::MessageSent);

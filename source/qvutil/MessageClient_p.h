@@ -41,7 +41,7 @@ public:
     bool ConnectToServer(const QString& name);
     /// Starts to connect and does not wait for it. Once called, another name changes what GetName answers and
     /// nothing else, until DisconnectFromServer.
-    /// \param mode  must hold WriteOnly for messages to be sent
+    /// \param mode  must hold WriteOnly for messages to be sent, and ReadOnly for them to be received
     /// \return true
     bool ConnectToServer(const QString& name, QIODeviceBase::OpenMode mode);
     /// \return whether there is a connection; after DisconnectFromServer, whether there was one
@@ -88,7 +88,6 @@ public Q_SLOTS:
 
 private:
     [[nodiscard]] bool IsSocketConnected() const;
-    [[nodiscard]] bool IsWaiting() const;
     bool Wait(int timeoutMs);
 
     QString mServerName;
@@ -101,6 +100,9 @@ private:
     std::shared_ptr<QEventLoop> mEventLoop = std::make_shared<QEventLoop>();
     QTimer mWaitTimer;
     bool mAwaitingSend = false;
+    // From the beginning of a wait until it returns. The loop itself calls itself ended earlier: with exit(),
+    // be there still slots to call that might want to wait.
+    bool mWaiting = false;
     mutable QRecursiveMutex mThreadLock; // guards the way through mThread to the state of the socket
 };
 
