@@ -11,6 +11,7 @@
 #include <QRandomGenerator>
 #include <QSharedMemory>
 #include <QSignalSpy>
+#include <QTemporaryDir>
 #include <QtEndian>
 #include <QtTest>
 
@@ -111,11 +112,15 @@ private Q_SLOTS:
 
     void FirstMember();
     void FirstMember_rawBytes();
+    void FirstMember_programName();
     void SecondMember();
+    void SecondMember_modes_data();
+    void SecondMember_modes();
     void JoinTwice();
     void JoinOtherGrid();
     void Leave();
     void Leave_removesFirstOwnEntry();
+    void Leave_withoutOwnEntry();
     void Destructor_leaves();
     void OwnEntryLeftOver();
     void DeadMembersPruned();
@@ -124,6 +129,8 @@ private Q_SLOTS:
 
     void Read_damaged_data();
     void Read_damaged();
+    void Read_largerSegment();
+    void SmallerSegment();
     void Write_rawBytes();
     void Write_fits_data();
     void Write_fits();
@@ -163,6 +170,21 @@ void tst_Grid::FirstMember_rawBytes()
              Image(Number32(1) + Entry(QCoreApplication::applicationPid(), OwnServerName(grid))));
 }
 
+void tst_Grid::FirstMember_programName()
+{
+    // Without any of its suffixes.
+    const QTemporaryDir dir;
+    const QString program = dir.filePath(u"viewer.one.bin"_s);
+    QVERIFY(QFile::copy(QString::fromLatin1(MESSAGE_PEER), program));
+    const QString grid = UniqueName();
+    Peer peer({u"grid"_s, grid}, program);
+    QVERIFY(!peer.WaitForLine(u"joined"_s).isEmpty());
+    Registry registry(grid);
+    QVERIFY(registry.Attach());
+    QCOMPARE(registry.Bytes().first(kRegistrySize),
+             Image(Number32(1) + Entry(peer.Id(), u"%1.viewer.%2"_s.arg(grid).arg(peer.Id()))));
+}
+
 void tst_Grid::SecondMember()
 {
     const QString grid = UniqueName();
@@ -176,6 +198,49 @@ void tst_Grid::SecondMember()
     QCOMPARE(connected.at(0).at(0).toString(), u"%1.MessagePeer.%2"_s.arg(grid).arg(first.Id()));
     QCOMPARE(ProcessIds(manager.ReadFromSharedMemory()),
              (QList<qint64>{first.Id(), QCoreApplication::applicationPid()}));
+}
+
+void tst_Grid::SecondMember_modes_data()
+{
+    QTest::addColumn<int>("mode");
+    QTest::addColumn<bool>("reads");
+    QTest::addColumn<bool>("writes");
+
+    QTest::newRow("read and write") << static_cast<int>(QIODeviceBase::ReadWrite) << true << true;
+    QTest::newRow("read only") << static_cast<int>(QIODeviceBase::ReadOnly) << true << false;
+    QTest::newRow("write only") << static_cast<int>(QIODeviceBase::WriteOnly) << false << true;
+}
+
+void tst_Grid::SecondMember_modes()
+{
+    QFETCH(const int, mode);
+    QFETCH(const bool, reads);
+    QFETCH(const bool, writes);
+
+    const QString grid = UniqueName();
+    Peer first({u"grid"_s, grid});
+    QVERIFY(!first.WaitForLine(u"joined"_s).isEmpty());
+    IPCManager manager;
+    QSignalSpy connected(&manager, &IPCManager::ConnectedToServer);
+    QSignalSpy received(&manager, &IPCManager::MessageReceived);
+    manager.CreateGridConnection(grid, static_cast<QIODeviceBase::OpenMode>(mode));
+    EVENTUALLY_EQUAL(connected.count(), 1);
+    // The server: messages and answers in the order in which they were sent.
+    QLocalSocket client;
+    QVERIFY(Connect(client, OwnServerName(grid)));
+    EVENTUALLY(manager.IsConnectedToAnyClient());
+    Write(client, Document(u"m"_s));
+    manager.SendMessage(u"to both"_s, {});
+    Write(client, Document(u"ask"_s, {}, QUuid::createUuid()));
+    const QList<MessageInfo> messages = ReadMessages(client, writes ? 2 : 1);
+    QCOMPARE(messages.size(), writes ? 2 : 1);
+    QCOMPARE(messages.constLast().Id, u"Response"_s);
+    QCOMPARE(received.count(), reads ? 1 : 0);
+    // The client: a request is written, and its answer read, if both are allowed.
+    QVariantMap answer;
+    const bool both = reads && writes;
+    QCOMPARE(manager.SendMessageAndGetResponse(QString(), u"who"_s, {}, answer, both ? 60000 : 100), both);
+    QCOMPARE(answer.contains(u"pid"_s), both);
 }
 
 void tst_Grid::JoinTwice()
@@ -235,6 +300,19 @@ void tst_Grid::Leave_removesFirstOwnEntry()
     manager.DeleteAllConnections();
     QCOMPARE(registry.Bytes().first(kRegistrySize),
              Image(Number32(2) + Entry(1, u"a"_s) + Entry(own, u"c"_s)));
+}
+
+void tst_Grid::Leave_withoutOwnEntry()
+{
+    const QString grid = UniqueName();
+    IPCManager manager;
+    manager.CreateGridConnection(grid, kReadWrite);
+    Registry registry(grid);
+    QVERIFY(registry.Attach());
+    const QByteArray other = Number32(1) + Entry(1, u"a"_s);
+    registry.SetBytes(other + "rest");
+    manager.DeleteAllConnections();
+    QCOMPARE(registry.Bytes().first(kRegistrySize), Image(other)); // written anew all the same
 }
 
 void tst_Grid::Destructor_leaves()
@@ -346,6 +424,40 @@ void tst_Grid::Read_damaged()
     const QList<ProcessInfo> processes = manager.ReadFromSharedMemory();
     QVERIFY(processes.size() <= registry.Size() / 12);
     QCOMPARE(processes.at(0).ServerName, u"name"_s);
+}
+
+// Some systems round a segment up to their pages. The registry is its first 8192 bytes everywhere.
+void tst_Grid::Read_largerSegment()
+{
+    const QString grid = UniqueName();
+    QSharedMemory memory(grid);
+    QVERIFY(memory.create(2 * kRegistrySize));
+    IPCManager manager;
+    manager.CreateGridConnection(grid, kReadWrite);
+    const QByteArray entry = Entry(7, u"name"_s);
+    const QByteArray content = Number32(1000000) + entry;
+    std::memset(memory.data(), 0, 2 * kRegistrySize);
+    std::memcpy(memory.data(), content.constData(), static_cast<size_t>(content.size()));
+    QCOMPARE(manager.ReadFromSharedMemory().size(), 1 + (kRegistrySize - content.size()) / 12);
+    QVERIFY(manager.WriteToSharedMemory({{7, u"x"_s}}));
+    QCOMPARE(ProcessIds(manager.ReadFromSharedMemory()), QList<qint64>{7});
+}
+
+// What another program may have made under that name.
+void tst_Grid::SmallerSegment()
+{
+    const QString grid = UniqueName();
+    QSharedMemory memory(grid);
+    QVERIFY(memory.create(100));
+    if (memory.size() >= kRegistrySize)
+        QSKIP("the system's pages are as large as the registry");
+    std::memset(memory.data(), 'x', static_cast<size_t>(memory.size()));
+    const QByteArray before(static_cast<const char*>(memory.constData()), memory.size());
+    IPCManager manager;
+    QCOMPARE(manager.CreateGridConnection(grid, kReadWrite), true);
+    QCOMPARE(manager.WriteToSharedMemory({}), false);
+    QCOMPARE(manager.ReadFromSharedMemory().size(), 0);
+    QCOMPARE(QByteArray(static_cast<const char*>(memory.constData()), memory.size()), before);
 }
 
 void tst_Grid::Write_rawBytes()

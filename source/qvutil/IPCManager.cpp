@@ -221,8 +221,9 @@ QList<ProcessInfo> IPCManager::ReadFromSharedMemory()
     if (!AttachToSharedMemory())
         return {};
     const RegistryLock lock(*this);
-    return ParseRegistry(
-        QByteArray(static_cast<const char*>(mSharedMemory->constData()), mSharedMemory->size()));
+    // Some systems round a segment up to whole pages.
+    const qsizetype size = std::min<qsizetype>(mSharedMemory->size(), kRegistrySize);
+    return ParseRegistry(QByteArray(static_cast<const char*>(mSharedMemory->constData()), size));
 }
 
 bool IPCManager::WriteToSharedMemory(const QList<ProcessInfo>& processes)
@@ -256,14 +257,17 @@ void IPCManager::LockSharedMemory()
 {
     if (mLockDepth++ > 0)
         return;
-    mFileLock = Platform::LockFile(GridLockFilePath(mSharedMemory->key()));
+    const QString gridName = mSharedMemory->key();
+    if (gridName.isEmpty())
+        return; // there is no segment either
+    mFileLock = Platform::LockFile(GridLockFilePath(gridName));
     CreateSharedMemory();
     mSharedMemory->lock();
 }
 
 void IPCManager::UnlockSharedMemory()
 {
-    if (--mLockDepth > 0)
+    if (--mLockDepth > 0 || mSharedMemory->key().isEmpty())
         return;
     mSharedMemory->unlock();
     Platform::UnlockFile(std::exchange(mFileLock, -1));
