@@ -105,7 +105,8 @@ public:
     /// Connects to a server, without waiting for it, now and whenever the connection is lost. With a client
     /// already there, nothing changes, whatever the name.
     /// \param serverName  the name that the server was started with
-    /// \param mode        must hold WriteOnly for messages to be sent
+    /// \param mode        must hold WriteOnly for messages to be sent, and ReadOnly for messages and answers
+    ///                    to be received
     /// \return true
     bool ConnectToServer(const QString& serverName, QIODeviceBase::OpenMode mode);
     /// Waits for the client to be connected.

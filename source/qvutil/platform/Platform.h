@@ -94,9 +94,8 @@ bool ReplaceFile(const QString& path, const QByteArray& content);
 ///         0 if the system does not tell
 [[nodiscard]] qsizetype EnlargeSendBuffer(qintptr socket, int bytes);
 
-/// \return bytes that were sent and that the receiver has not yet taken, in the system's way of counting; 0
-/// if
-///         there are none, or if the system does not tell
+/// \return bytes that were sent and that the receiver has not yet taken, in the system's way of counting;
+///         0 if there are none, or if the system does not tell
 [[nodiscard]] qint64 GetUnreadBytes(qintptr socket);
 
 /// Takes what is there, without waiting.
