@@ -86,9 +86,12 @@ private Q_SLOTS:
     void StartServer_signals_data();
     void StartServer_signals();
     void StartServer_afterStopDoublesSignals();
+    void StartServer_modeOfLastStart();
     void StartServer_unusableName();
     void ConnectToServer();
     void ConnectToServer_twice();
+    void ConnectToServer_modes_data();
+    void ConnectToServer_modes();
     void DisconnectFromServer();
     void WaitForConnectionToServer_time();
     void Reconnect();
@@ -97,7 +100,9 @@ private Q_SLOTS:
     void SendMessage_serverMode_data();
     void SendMessage_serverMode();
     void SendMessage_waitForSent();
+    void SendMessage_notConnected();
     void Request_answered();
+    void Request_large();
     void Request_withoutClient();
 
     void Responders_beforeServer();
@@ -228,6 +233,34 @@ void tst_IPCManager::StartServer_afterStopDoublesSignals()
     }
 }
 
+void tst_IPCManager::StartServer_modeOfLastStart()
+{
+    const QString name = UniqueName();
+    IPCManager manager;
+    QSignalSpy received(&manager, &IPCManager::MessageReceived);
+    // Announces nothing, and sends.
+    manager.StartServer(name, QIODeviceBase::WriteOnly);
+    QLocalSocket first;
+    QVERIFY(Connect(first, name));
+    EVENTUALLY(manager.IsConnectedToAnyClient());
+    manager.SendMessage(u"m"_s, {});
+    QCOMPARE(ReadMessages(first, 1).size(), 1);
+    manager.StopServer();
+    // Announces, once, and sends nothing.
+    manager.StartServer(name, QIODeviceBase::ReadOnly);
+    QLocalSocket second;
+    QVERIFY(Connect(second, name));
+    Write(second, Document(u"m"_s));
+    EVENTUALLY_EQUAL(received.count(), 1);
+    manager.SendMessage(u"not sent"_s, {});
+    Write(second, Document(u"ask"_s, {}, QUuid::createUuid()));
+    const QList<MessageInfo> messages
+        = ReadMessages(second, 1); // the answer comes behind what was sent before
+    QCOMPARE(messages.size(), 1);
+    QCOMPARE(messages.constFirst().Id, u"Response"_s);
+    QCOMPARE(received.count(), 1);
+}
+
 void tst_IPCManager::StartServer_unusableName()
 {
     const TestSupport::LogGuard log;
@@ -266,6 +299,35 @@ void tst_IPCManager::ConnectToServer_twice()
     pair.Client->SendMessage(u"m"_s, {});
     EVENTUALLY_EQUAL(pair.AtServer.count(), 1);
     QVERIFY(!other.hasPendingConnections());
+}
+
+void tst_IPCManager::ConnectToServer_modes_data()
+{
+    QTest::addColumn<int>("mode");
+    QTest::addColumn<int>("sent");
+    QTest::addColumn<int>("received");
+
+    QTest::newRow("read and write") << static_cast<int>(QIODeviceBase::ReadWrite) << 1 << 1;
+    QTest::newRow("read only") << static_cast<int>(QIODeviceBase::ReadOnly) << 0 << 1;
+    QTest::newRow("write only") << static_cast<int>(QIODeviceBase::WriteOnly) << 1 << 0;
+}
+
+void tst_IPCManager::ConnectToServer_modes()
+{
+    QFETCH(const int, mode);
+    QFETCH(const int, sent);
+    QFETCH(const int, received);
+
+    Pair pair(kReadWrite, static_cast<QIODeviceBase::OpenMode>(mode));
+    QVERIFY(pair.Ok); // the connection is announced in any mode
+    QCOMPARE(pair.Client->SendMessage(u"m"_s, {}), true);
+    EVENTUALLY_EQUAL(pair.AtServer.count(), sent);
+    pair.Server.SendMessage(u"m"_s, {});
+    EVENTUALLY_EQUAL(pair.AtClient.count(), received);
+    pair.Server.StopServer();
+    EVENTUALLY_EQUAL(pair.ServerLost.count(), 1); // as well as its end
+    QCOMPARE(pair.AtServer.count(), sent);
+    QCOMPARE(pair.AtClient.count(), received);
 }
 
 void tst_IPCManager::DisconnectFromServer()
@@ -353,8 +415,26 @@ void tst_IPCManager::SendMessage_waitForSent()
 {
     Pair pair;
     QVERIFY(pair.Ok);
+    bool ran = false;
+    const auto run = [&] { ran = true; };
+    QMetaObject::invokeMethod(this, run, Qt::QueuedConnection);
+    QCOMPARE(pair.Client->SendMessage(u"m"_s, {}, false), true);
+    QCOMPARE(pair.Client->SendMessage(u"m"_s, {}), true);
+    QCOMPARE(ran, false); // these do not wait
     QCOMPARE(pair.Client->SendMessage(u"m"_s, {}, true), true);
-    EVENTUALLY_EQUAL(pair.AtServer.count(), 1);
+    QCOMPARE(ran, true); // and this one does
+    EVENTUALLY_EQUAL(pair.AtServer.count(), 3);
+}
+
+void tst_IPCManager::SendMessage_notConnected()
+{
+    IPCManager manager;
+    manager.ConnectToServer(UniqueName(), kReadWrite);
+    QCOMPARE(manager.SendMessage(u"m"_s, {}), true);
+    QCOMPARE(manager.SendMessage(u"m"_s, {}, true), true);
+    QVariantMap answer{{u"old"_s, 1}};
+    QCOMPARE(manager.SendMessageAndGetResponse(QString(), u"m"_s, {}, answer, 60000), false);
+    QCOMPARE(answer, QVariantMap());
 }
 
 void tst_IPCManager::Request_answered()
@@ -368,6 +448,21 @@ void tst_IPCManager::Request_answered()
     QCOMPARE(answer, (QVariantMap{{u"a"_s, 1.5}, {u"id"_s, u"ask"_s}}));
     QCOMPARE(pair.AtServer.count(), 0);
     QCOMPARE(pair.AtClient.count(), 0);
+}
+
+void tst_IPCManager::Request_large()
+{
+    Pair pair;
+    QVERIFY(pair.Ok);
+    Responder responder;
+    pair.Server.AddMessageResponder(&responder);
+    for (int round = 0; round < 20; ++round) {
+        const QByteArray bytes(150000 + round, static_cast<char>(round)); // 200,000 as text
+        QVariantMap answer;
+        QVERIFY(
+            pair.Client->SendMessageAndGetResponse(QString(), u"ask"_s, {{u"a"_s, bytes}}, answer, 60000));
+        QVERIFY(answer.value(u"a"_s).toByteArray() == bytes);
+    }
 }
 
 void tst_IPCManager::Request_withoutClient()
@@ -418,11 +513,20 @@ void tst_IPCManager::DeleteAllConnections_withoutGrid()
 {
     Pair pair;
     QVERIFY(pair.Ok);
+    Responder responder;
+    pair.Server.AddMessageResponder(&responder);
     QCOMPARE(pair.Client->DeleteAllConnections(), true);
     QCOMPARE(pair.Client->IsConnectedToServer(pair.Name), false);
+    QCOMPARE(pair.Client->DisconnectFromServer(pair.Name), false); // the client is deleted
     QCOMPARE(pair.Server.DeleteAllConnections(), true);
     QCOMPARE(pair.Server.IsServerRunning(), false);
+    // The server is stopped, and not deleted: it has its responders.
     QCOMPARE(pair.Server.StartServer(pair.Name, kReadWrite), true);
+    QLocalSocket client;
+    QVERIFY(Connect(client, pair.Name));
+    Write(client, Document(u"ask"_s, {}, QUuid::createUuid()));
+    QCOMPARE(ReadMessages(client, 1).size(), 1);
+    QCOMPARE(responder.Calls, 1);
 }
 
 void tst_IPCManager::Slot_deletesClient()

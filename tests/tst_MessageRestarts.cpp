@@ -28,29 +28,31 @@ private Q_SLOTS:
 
 void tst_MessageRestarts::ServerRestarts()
 {
-    // 100 restarts under a client that keeps asking. A restarted server is found within a second; by then
-    // the next one may be there, so that not every one need be seen.
+    // 100 restarts under a client that keeps asking.
     const QString name = UniqueName();
     Peer client({u"client"_s, name});
-    int answers = 0;
     for (int round = 0; round < 100; ++round) {
+        int firstAsked = 0;
         RawServer server(name);
         QVERIFY(server.IsListening());
         QLocalSocket* const socket = server.Client();
         QVERIFY(socket != nullptr);
-        const QList<MessageInfo> messages = ReadMessages(*socket, 1);
-        QCOMPARE(messages.size(), 1);
-        Write(*socket,
-              Document(u"Response"_s, messages.constFirst().Params, {}, messages.constFirst().UniqueId));
-        QString line;
-        do { // the return of the connection ends a wait too, with an empty answer
-            line = client.WaitForLine(u"answer "_s);
+        ForEachMessage(*socket, [&](const MessageInfo& message) {
+            if (firstAsked == 0)
+                firstAsked = message.Params.value(u"n"_s).toInt();
+            Write(*socket, Document(u"Response"_s, message.Params, {}, message.UniqueId));
+        });
+        int answered = 0;
+        int asked = 0;
+        while (answered == 0 || firstAsked == 0 || asked < firstAsked) { // until this server's is there
+            const QString line = client.WaitForLine(u"answer "_s);
             QVERIFY(!line.isEmpty());
-        } while (line.startsWith(u"answer 0 "_s));
-        QCOMPARE(line.section(u' ', 1, 1), line.section(u' ', 2, 2)); // its own answer, and no other
-        ++answers;
+            answered = line.section(u' ', 1, 1).toInt();
+            asked = line.section(u' ', 2, 2).toInt();
+            // Its own answer, and no other. The return of the connection ends a wait too, with an empty one.
+            QVERIFY2(answered == asked || answered == 0, qPrintable(line));
+        }
     }
-    QCOMPARE(answers, 100);
 }
 
 void tst_MessageRestarts::ServerKilled()
@@ -93,8 +95,7 @@ void tst_MessageRestarts::ClientKilled()
         client.Kill();
     }
     MessageClient client;
-    client.ConnectToServer(name, QIODeviceBase::ReadWrite);
-    QVERIFY(client.WaitForConnection(60000));
+    QVERIFY(ConnectClient(client, name, QIODeviceBase::ReadWrite));
     QVariantMap answer;
     QVERIFY(client.SendMessageAndGetResponse(u"ask"_s, {}, answer, 60000));
     QCOMPARE(answer.value(u"pid"_s).toLongLong(), server.Id());

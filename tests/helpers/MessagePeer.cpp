@@ -9,7 +9,8 @@
 //       "message ID" for each message
 //
 //   client NAME
-//       a client that asks without end; prints "connected" once and "answer N" for each answer
+//       a client that asks without end; prints "connected" for each connection, and "answer N M" for each
+//       answer: N as it came back, M as it was sent
 //
 //   flood NAME SIZE N [LIMIT]
 //       connects and sends N messages with SIZE bytes each, as fast as it can
