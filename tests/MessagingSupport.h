@@ -133,6 +133,18 @@ template <typename Library> [[nodiscard]] bool IsDealtWith(QLocalSocket& socket,
     return ReadMessages(socket, 1).size() == 1;
 }
 
+/// Rows for each mode in which a host may open a connection.
+inline void AddModes()
+{
+    QTest::addColumn<int>("mode");
+    QTest::addColumn<bool>("reads");
+    QTest::addColumn<bool>("writes");
+
+    QTest::newRow("read and write") << static_cast<int>(QIODeviceBase::ReadWrite) << true << true;
+    QTest::newRow("read only") << static_cast<int>(QIODeviceBase::ReadOnly) << true << false;
+    QTest::newRow("write only") << static_cast<int>(QIODeviceBase::WriteOnly) << false << true;
+}
+
 /// Signals and slots of a class's own, in the order of their declaration, with the names of parameters.
 [[nodiscard]] inline QStringList MethodsOf(const QMetaObject& metaObject)
 {

@@ -202,13 +202,7 @@ void tst_Grid::SecondMember()
 
 void tst_Grid::SecondMember_modes_data()
 {
-    QTest::addColumn<int>("mode");
-    QTest::addColumn<bool>("reads");
-    QTest::addColumn<bool>("writes");
-
-    QTest::newRow("read and write") << static_cast<int>(QIODeviceBase::ReadWrite) << true << true;
-    QTest::newRow("read only") << static_cast<int>(QIODeviceBase::ReadOnly) << true << false;
-    QTest::newRow("write only") << static_cast<int>(QIODeviceBase::WriteOnly) << false << true;
+    AddModes();
 }
 
 void tst_Grid::SecondMember_modes()

@@ -239,30 +239,24 @@ void tst_MessageClient::ConnectToServer_again()
 
 void tst_MessageClient::ConnectToServer_modes_data()
 {
-    QTest::addColumn<int>("mode");
-    QTest::addColumn<bool>("sends");
-    QTest::addColumn<bool>("receives");
-
-    QTest::newRow("read and write") << static_cast<int>(QIODeviceBase::ReadWrite) << true << true;
-    QTest::newRow("read only") << static_cast<int>(QIODeviceBase::ReadOnly) << false << true;
-    QTest::newRow("write only") << static_cast<int>(QIODeviceBase::WriteOnly) << true << false;
+    AddModes();
 }
 
 void tst_MessageClient::ConnectToServer_modes()
 {
     QFETCH(const int, mode);
-    QFETCH(const bool, sends);
-    QFETCH(const bool, receives);
+    QFETCH(const bool, reads);
+    QFETCH(const bool, writes);
 
     Link link(static_cast<QIODeviceBase::OpenMode>(mode));
     QVERIFY(link.Ok);
     QSignalSpy received(&link.Client, &MessageClient::MessageReceived);
     QSignalSpy disconnected(&link.Client, &MessageClient::Disconnected);
     QCOMPARE(link.Client.SendMessage(u"to the server"_s, {}), true);
-    if (sends)
+    if (writes)
         QCOMPARE(ReadMessages(link.Other(), 1).size(), 1);
     Write(link.Other(), Document(u"to the client"_s));
-    if (receives) {
+    if (reads) {
         EVENTUALLY_EQUAL(received.count(), 1);
         // By the end of the connection there is what else was written.
         link.Client.DisconnectFromServer();

@@ -46,14 +46,13 @@ public:
     // ones come whole, so that nothing is to be waited for where they are cut off.
     [[nodiscard]] bool IsInMidDocument(const QByteArray& bytes)
     {
-        constexpr QByteArrayView kStart = "<?xml ";
         constexpr QByteArrayView kEnd = "</Message>";
         if (bytes.size() < kWholePiece)
             return false;
         if (QByteArrayView(bytes).last(kEnd.size() + 2).trimmed().endsWith(kEnd))
             return false;
-        const qsizetype from = std::max<qsizetype>(mSeen - kStart.size() + 1, 0);
-        const qsizetype start = QByteArrayView(bytes).sliced(from).lastIndexOf(kStart);
+        const qsizetype from = std::max<qsizetype>(mSeen - kDocumentStartBytes.size() + 1, 0);
+        const qsizetype start = QByteArrayView(bytes).sliced(from).lastIndexOf(kDocumentStartBytes);
         if (start >= 0)
             mStart = from + start;
         mSeen = bytes.size();
