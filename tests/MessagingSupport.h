@@ -194,10 +194,11 @@ public:
     {
         mProcess.setProcessChannelMode(QProcess::ForwardedErrorChannel);
         mProcess.start(program, arguments);
+        mId = mProcess.processId();
     }
     ~Peer()
     {
-        if (mFrozen)
+        if (mFrozen && mProcess.state() != QProcess::NotRunning)
             ::kill(static_cast<pid_t>(Id()), SIGCONT);
         mProcess.closeWriteChannel(); // it ends then
         if (!mProcess.waitForFinished(60000))
@@ -241,10 +242,12 @@ public:
         return mFrozen;
     }
 
-    [[nodiscard]] qint64 Id() const { return mProcess.processId(); }
+    /// Its process id, after its end too.
+    [[nodiscard]] qint64 Id() const { return mId; }
 
 private:
     QProcess mProcess;
+    qint64 mId = 0;
     bool mFrozen = false;
 };
 

@@ -13,6 +13,7 @@
 
 #include <cerrno>
 #include <cstdlib>
+#include <functional>
 
 #include <fcntl.h>
 #include <sys/ioctl.h>
@@ -69,6 +70,16 @@ public:
     [[nodiscard]] ToolResult Run(const QStringList& arguments, const QByteArray& input = {}) const
     {
         return RunProgram(QStringLiteral(QVUTIL_TOOL), arguments, input);
+    }
+
+    /// Runs the tool as a user without rights, if the test has the superuser's.
+    [[nodiscard]] ToolResult RunUnprivileged(const QStringList& arguments) const
+    {
+        return RunProgram(QStringLiteral(QVUTIL_TOOL), arguments, {}, [] {
+            constexpr uid_t kNobody = 65534;
+            if (geteuid() == 0 && (setgid(kNobody) != 0 || setuid(kNobody) != 0))
+                _exit(127);
+        });
     }
 
     /// Runs a line of the shell, with the tool as $TOOL.
@@ -128,10 +139,13 @@ private:
     }
 
     [[nodiscard]] ToolResult RunProgram(const QString& program, const QStringList& arguments,
-                                        const QByteArray& input) const
+                                        const QByteArray& input,
+                                        const std::function<void()>& prepareChild = {}) const
     {
         QProcess process;
         Prepare(process);
+        if (prepareChild)
+            process.setChildProcessModifier(prepareChild);
         process.start(program, arguments);
         ToolResult result;
         if (!process.waitForStarted(kTimeoutMs))

@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: MIT
 
 #include "GeneralUtil.h"
+#include "GridSupport.h"
 #include "IPCManager.h"
 #include "MessagingSupport.h"
 #include "TestSupport.h"
@@ -12,78 +13,20 @@
 #include <QSharedMemory>
 #include <QSignalSpy>
 #include <QTemporaryDir>
-#include <QtEndian>
 #include <QtTest>
 
 #include <algorithm>
-#include <cstring>
 #include <memory>
 #include <vector>
 
 using namespace Qt::StringLiterals;
 using namespace Quorvin::Util;
+using namespace GridSupport;
 using namespace MessagingSupport;
 
 namespace {
 
 constexpr QIODeviceBase::OpenMode kReadWrite = QIODeviceBase::ReadWrite;
-constexpr int kRegistrySize = 8192;
-
-// The registry as another program sees it.
-class Registry
-{
-public:
-    explicit Registry(const QString& gridName)
-        : mMemory(gridName)
-    { }
-    [[nodiscard]] bool Attach() { return mMemory.isAttached() || mMemory.attach(); }
-    [[nodiscard]] bool Create() { return mMemory.create(kRegistrySize); }
-    [[nodiscard]] qsizetype Size() const { return mMemory.size(); }
-    [[nodiscard]] QByteArray Bytes()
-    {
-        mMemory.lock();
-        const QByteArray bytes(static_cast<const char*>(mMemory.constData()), mMemory.size());
-        mMemory.unlock();
-        return bytes;
-    }
-    void SetBytes(const QByteArray& bytes)
-    {
-        mMemory.lock();
-        std::memset(mMemory.data(), 0, static_cast<size_t>(mMemory.size()));
-        std::memcpy(mMemory.data(), bytes.constData(), static_cast<size_t>(bytes.size()));
-        mMemory.unlock();
-    }
-
-private:
-    QSharedMemory mMemory;
-};
-
-// The bytes of a registry, put together by hand.
-QByteArray Number32(quint32 value)
-{
-    QByteArray bytes(4, '\0');
-    qToBigEndian(value, bytes.data());
-    return bytes;
-}
-
-QByteArray Entry(qint64 processId, const QString& name)
-{
-    QByteArray bytes(8, '\0');
-    qToBigEndian(processId, bytes.data());
-    if (name.isNull())
-        return bytes + Number32(0xFFFFFFFF);
-    bytes += Number32(static_cast<quint32>(name.size() * 2));
-    for (const QChar c : name) {
-        bytes += static_cast<char>(c.row());
-        bytes += static_cast<char>(c.cell());
-    }
-    return bytes;
-}
-
-QByteArray Image(const QByteArray& content)
-{
-    return content + QByteArray(kRegistrySize - content.size(), '\0');
-}
 
 QList<qint64> ProcessIds(const QList<ProcessInfo>& processes)
 {
@@ -97,9 +40,6 @@ QString OwnServerName(const QString& grid)
 {
     return u"%1.tst_Grid.%2"_s.arg(grid).arg(QCoreApplication::applicationPid());
 }
-
-// A process id that no process has.
-constexpr qint64 kNobody = 0x7FFFFFF0;
 
 } // namespace
 

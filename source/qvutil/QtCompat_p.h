@@ -4,8 +4,15 @@
 #ifndef QVUTIL_QTCOMPAT_P_H
 #define QVUTIL_QTCOMPAT_P_H
 
+#include <QCryptographicHash>
 #include <QDateTime>
+#include <QDir>
+#include <QSharedMemory>
+#include <QString>
 #include <QTimeZone>
+
+#include <algorithm>
+#include <iterator>
 
 // The one place that tells Qt versions apart.
 namespace Quorvin::Util::Internal {
@@ -19,6 +26,21 @@ namespace Quorvin::Util::Internal {
     date.setTimeSpec(Qt::UTC); // deprecated from Qt 6.9 on; QTimeZone::UTC came with 6.5
 #endif
     return date;
+}
+
+/// \return the system's own name for what a QSharedMemory with that key uses
+[[nodiscard]] inline QString NativeSharedMemoryKey(const QString& key)
+{
+#if QT_VERSION >= QT_VERSION_CHECK(6, 6, 0)
+    return QSharedMemory::legacyNativeKey(key).nativeKey();
+#else
+    // Before 6.6 an object with the key had to be made, which makes semaphores and files.
+    QString letters;
+    std::copy_if(key.begin(), key.end(), std::back_inserter(letters),
+                 [](QChar c) { return (c >= u'a' && c <= u'z') || (c >= u'A' && c <= u'Z'); });
+    const QByteArray digest = QCryptographicHash::hash(key.toUtf8(), QCryptographicHash::Sha1).toHex();
+    return QDir::tempPath() + QStringLiteral("/qipc_sharedmemory_") + letters + QString::fromLatin1(digest);
+#endif
 }
 
 } // namespace Quorvin::Util::Internal

@@ -13,6 +13,7 @@ void AddXmlCommands(CommandLine& line);
 void AddSettingsCommands(CommandLine& line);
 void AddXliffCommands(CommandLine& line);
 void AddExprCommands(CommandLine& line);
+void AddGridCommands(CommandLine& line);
 void AddMessageCommands(CommandLine& line);
 void AddIpcCommands(CommandLine& line);
 void AddLocaleCommands(CommandLine& line);

@@ -13,6 +13,7 @@ int main(int argc, char* argv[])
     AddSettingsCommands(line);
     AddXliffCommands(line);
     AddExprCommands(line);
+    AddGridCommands(line);
     AddMessageCommands(line);
     AddIpcCommands(line);
     AddLocaleCommands(line);

@@ -118,10 +118,18 @@ bool WaitForBytes(qintptr socket, int timeoutMs);
 
 // Locks between processes
 
-/// Locks a file for this process, waiting for others to unlock it; makes the file if need be. The lock ends
-/// with the process at the latest.
-/// \return what UnlockFile takes; -1 if the file cannot be made
-[[nodiscard]] int LockFile(const QString& path);
+/// Whether LockFile makes the file that it is to lock.
+enum class MissingLockFile {
+    IsMade,
+    StaysAway,
+};
+
+/// Locks a file for this process, waiting for others to unlock it. The lock ends with the process at the
+/// latest.
+/// \param timeoutMs  how long to wait; negative for as long as it takes
+/// \return what UnlockFile takes; -1 if the file cannot be made or opened, or the time is over
+[[nodiscard]] int LockFile(const QString& path, MissingLockFile missing = MissingLockFile::IsMade,
+                           int timeoutMs = -1);
 
 /// Ends a lock. The file stays.
 /// \param lock  what LockFile has returned; -1 does nothing

@@ -5,6 +5,7 @@
 
 #include "Platform.h"
 
+#include <QDeadlineTimer>
 #include <QFile>
 
 #include <cerrno>
@@ -37,6 +38,20 @@ bool IsFileAt(const QByteArray& path, int file)
         && opened.st_dev == there.st_dev && opened.st_ino == there.st_ino;
 }
 
+// No system waits for such a lock for a limited time: it is asked now and then.
+bool WaitForLock(int file, const QDeadlineTimer& deadline)
+{
+    constexpr int kPauseMs = 2;
+    if (deadline.isForever())
+        return RepeatWhenInterrupted([&] { return ::flock(file, LOCK_EX); }) == 0;
+    while (::flock(file, LOCK_EX | LOCK_NB) == -1) {
+        if ((errno != EWOULDBLOCK && errno != EINTR) || deadline.hasExpired())
+            return false;
+        ::poll(nullptr, 0, kPauseMs);
+    }
+    return true;
+}
+
 } // namespace
 
 bool ReadAvailable(qintptr socket, QByteArray& bytes)
@@ -65,15 +80,16 @@ quint32 GetUserId()
     return ::geteuid();
 }
 
-int LockFile(const QString& path)
+int LockFile(const QString& path, MissingLockFile missing, int timeoutMs)
 {
     const QByteArray name = QFile::encodeName(path);
+    const int flags = O_RDWR | O_CLOEXEC | O_NOFOLLOW | (missing == MissingLockFile::IsMade ? O_CREAT : 0);
+    const QDeadlineTimer deadline(timeoutMs); // one for all files that stood there meanwhile
     for (;;) {
-        const int file = RepeatWhenInterrupted(
-            [&] { return ::open(name.constData(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0600); });
+        const int file = RepeatWhenInterrupted([&] { return ::open(name.constData(), flags, 0600); });
         if (file == -1)
             return -1;
-        const bool locked = RepeatWhenInterrupted([&] { return ::flock(file, LOCK_EX); }) == 0;
+        const bool locked = WaitForLock(file, deadline);
         if (locked && IsFileAt(name, file))
             return file;
         ::close(file);

@@ -1,0 +1,120 @@
+// SPDX-FileCopyrightText: 2026 The QvUtil developers
+// SPDX-License-Identifier: MIT
+
+#include "GridCleaning.h"
+
+#include "../Failure.h"
+#include "GeneralUtil.h"
+#include "GridRegistry_p.h"
+#include "platform/Platform.h"
+
+#include <QFile>
+#include <QSharedMemory>
+
+#include <algorithm>
+#include <cstring>
+
+using namespace Qt::StringLiterals;
+using Quorvin::Util::ProcessInfo;
+
+namespace Quorvin::Tool {
+namespace {
+
+namespace Platform = Util::Platform;
+
+constexpr int kLockTimeoutMs = 5000;
+
+// The lock that is held by whoever joins or leaves.
+class WriterLock
+{
+public:
+    explicit WriterLock(const QString& grid)
+        : mPath(Util::GridLockFilePath(grid))
+        , mLock(Platform::LockFile(mPath, Platform::MissingLockFile::IsMade, kLockTimeoutMs))
+    {
+        if (mLock == -1) {
+            const bool isThere = QFile::exists(mPath);
+            throw Failure(mPath,
+                          isThere ? u"another process keeps it locked, or it belongs to another user"_s
+                                  : u"the file cannot be made"_s);
+        }
+    }
+    ~WriterLock() { Platform::UnlockFile(mLock); }
+    Q_DISABLE_COPY_MOVE(WriterLock)
+
+    [[nodiscard]] const QString& Path() const { return mPath; }
+
+private:
+    QString mPath;
+    int mLock;
+};
+
+// \return the members that live
+QList<ProcessInfo> RemoveDeadEntries(const QList<ProcessInfo>& processes, GridCleaning& cleaning)
+{
+    QList<ProcessInfo> alive;
+    for (const ProcessInfo& process : processes) {
+        if (Util::GeneralUtil::IsProcessRunning(process.ProcessId))
+            alive.append(process);
+        else if (process.ProcessId != 0 || !process.ServerName.isEmpty())
+            cleaning.Removed.append(
+                {.What = GridLeftover::Entry, .ProcessId = process.ProcessId, .Path = process.ServerName});
+    }
+    return alive;
+}
+
+void CleanEntries(QSharedMemory& memory, GridCleaning& cleaning)
+{
+    const QByteArray before(static_cast<const char*>(memory.constData()), memory.size());
+    const QByteArray after = Util::FormatRegistry(RemoveDeadEntries(Util::ParseRegistry(before), cleaning));
+    if (memory.size() < after.size() || before.startsWith(after))
+        return; // another program's memory, or nothing to change
+    std::memcpy(memory.data(), after.constData(), static_cast<size_t>(after.size()));
+    cleaning.IsRepaired = cleaning.Removed.isEmpty();
+}
+
+// \return whether the registry is gone afterwards
+bool CleanRegistry(const QString& grid, GridCleaning& cleaning)
+{
+    if (!ReadGridSegment(grid))
+        return true; // else the memory's lock would be made here
+    {
+        QSharedMemory memory(grid);
+        if (!memory.attach(QSharedMemory::ReadWrite) || !memory.lock())
+            throw Failure(u"grid %1"_s.arg(grid), memory.errorString());
+        CleanEntries(memory, cleaning);
+        memory.unlock();
+    } // who detaches last destroys the memory
+    if (ReadGridSegment(grid))
+        return false;
+    cleaning.Removed.append({.What = GridLeftover::Registry, .ProcessId = 0, .Path = {}});
+    return true;
+}
+
+void RemoveFile(const GridLeftover& leftover, GridCleaning& cleaning)
+{
+    (QFile::remove(leftover.Path) ? cleaning.Removed : cleaning.Kept).append(leftover);
+}
+
+} // namespace
+
+GridCleaning CleanGrid(const QString& grid)
+{
+    GridCleaning cleaning;
+    const bool hadLockFile = QFile::exists(Util::GridLockFilePath(grid));
+    const WriterLock lock(grid);
+    const bool isGone = CleanRegistry(grid, cleaning);
+    const QList<GridLeftover> sockets = FindStaleSockets(grid);
+    for (const GridLeftover& socket : sockets)
+        RemoveFile(socket, cleaning);
+    if (isGone) {
+        // While it is locked: whoever waits for it then makes a new one.
+        if (hadLockFile)
+            RemoveFile({.What = GridLeftover::LockFile, .ProcessId = 0, .Path = lock.Path()}, cleaning);
+        else
+            QFile::remove(lock.Path());
+    }
+    return cleaning;
+}
+
+} // namespace Quorvin::Tool

@@ -1,0 +1,280 @@
+// SPDX-FileCopyrightText: 2026 The QvUtil developers
+// SPDX-License-Identifier: MIT
+
+#include "GridSnapshot.h"
+
+#include "../Failure.h"
+#include "../ipc/EndpointProcesses.h"
+#include "GeneralUtil.h"
+#include "GridRegistry_p.h"
+#include "MessageLink_p.h"
+#include "QtCompat_p.h"
+#include "SharedSegment.h"
+#include "platform/Platform.h"
+
+#include <QDir>
+#include <QDirIterator>
+#include <QFile>
+#include <QFileInfo>
+#include <QSet>
+#include <QtEndian>
+
+#include <algorithm>
+
+#include <sys/stat.h>
+
+using namespace Qt::StringLiterals;
+using Quorvin::Util::ProcessInfo;
+
+namespace Quorvin::Tool {
+namespace {
+
+namespace Platform = Util::Platform;
+
+// Members lock the registry for some milliseconds when they come and go.
+constexpr int kLockTimeoutMs = 2000;
+
+constexpr qsizetype kDigestSize = 40;
+constexpr QLatin1StringView kMemoryFileStart = "qipc_sharedmemory_"_L1;
+
+// The lock of a grid's registry, if there is one, for reading.
+class ReaderLock
+{
+public:
+    explicit ReaderLock(const QString& grid)
+        : mPath(Util::GridLockFilePath(grid))
+        , mLock(Platform::LockFile(mPath, Platform::MissingLockFile::StaysAway, kLockTimeoutMs))
+    { }
+    ~ReaderLock() { Platform::UnlockFile(mLock); }
+    Q_DISABLE_COPY_MOVE(ReaderLock)
+
+    /// Whether somebody else kept it.
+    [[nodiscard]] bool IsRefused() const { return mLock == -1 && QFile::exists(mPath); }
+
+private:
+    QString mPath;
+    int mLock;
+};
+
+qsizetype EntrySize(const ProcessInfo& process)
+{
+    return qsizetype(sizeof(qint64) + sizeof(quint32))
+        + process.ServerName.size() * qsizetype(sizeof(char16_t));
+}
+
+// Where a count promises more members than there are, zeros are read as such.
+bool IsNobody(const ProcessInfo& process)
+{
+    return process.ProcessId == 0 && process.ServerName.isEmpty();
+}
+
+void FindDamage(const QByteArray& image, qsizetype readable, GridRegistry& registry)
+{
+    if (image.size() < Util::kRegistrySize)
+        registry.Problems.append(
+            u"the memory has %1 bytes instead of %2"_s.arg(image.size()).arg(Util::kRegistrySize));
+    const qint32 count
+        = image.size() >= qsizetype(sizeof(qint32)) ? qFromBigEndian<qint32>(image.constData()) : 0;
+    if (count != readable)
+        registry.Problems.append(
+            u"it claims to have %1 members, and %2 can be read"_s.arg(count).arg(readable));
+    const QByteArrayView rest = QByteArrayView(image).sliced(std::min(registry.UsedBytes, image.size()));
+    const QByteArrayView own
+        = rest.first(std::clamp(Util::kRegistrySize - registry.UsedBytes, qsizetype(0), rest.size()));
+    if (std::any_of(own.begin(), own.end(), [](char c) { return c != 0; }))
+        registry.Problems.append(u"there is something behind the last member"_s);
+}
+
+GridRegistry ParseGridRegistry(const QByteArray& image)
+{
+    GridRegistry registry;
+    registry.Exists = true;
+    QList<ProcessInfo> processes = Util::ParseRegistry(image);
+    while (!processes.isEmpty() && IsNobody(processes.last()))
+        processes.removeLast();
+    registry.UsedBytes = sizeof(qint32);
+    for (const ProcessInfo& process : processes) {
+        registry.Members.append({.ProcessId = process.ProcessId,
+                                 .ServerName = process.ServerName,
+                                 .IsAlive = Util::GeneralUtil::IsProcessRunning(process.ProcessId)});
+        registry.UsedBytes += EntrySize(process);
+    }
+    FindDamage(image, processes.size(), registry);
+    return registry;
+}
+
+// The three parts of a server's name: grid, program, process id.
+struct NameParts
+{
+    QString Grid;
+    qint64 ProcessId = 0;
+};
+
+std::optional<NameParts> SplitServerName(const QString& name)
+{
+    const qsizetype idDot = name.lastIndexOf(u'.');
+    const qsizetype programDot = idDot > 0 ? name.lastIndexOf(u'.', idDot - 1) : -1;
+    bool ok = false;
+    const qint64 processId = QStringView(name).sliced(idDot + 1).toLongLong(&ok);
+    if (programDot <= 0 || !ok || processId <= 0)
+        return std::nullopt;
+    return NameParts{.Grid = name.first(programDot), .ProcessId = processId};
+}
+
+bool IsSocket(const QString& path)
+{
+    struct stat file = {};
+    return ::lstat(QFile::encodeName(path).constData(), &file) == 0 && S_ISSOCK(file.st_mode);
+}
+
+// Where the system does not tell who listens, nobody does if the process has ended.
+bool IsStale(const QString& path, qint64 processId)
+{
+    if (Util::GeneralUtil::IsProcessRunning(processId))
+        return false;
+    const std::optional<EndpointProcesses> processes = FindEndpointProcesses(path);
+    return !processes || (processes->Servers.isEmpty() && processes->Connections == 0);
+}
+
+std::optional<QList<GridLinks>> FindLinks(const QList<GridMember>& members)
+{
+    QList<GridLinks> all(members.size());
+    for (qsizetype i = 0; i < members.size(); ++i) {
+        const QString path = Util::GetSocketPath(members.at(i).ServerName);
+        if (!members.at(i).IsAlive || !IsSocket(path))
+            continue;
+        const std::optional<EndpointProcesses> processes = FindEndpointProcesses(path);
+        if (!processes)
+            return std::nullopt;
+        all[i].IsListening = !processes->Servers.isEmpty();
+        for (const ProcessName& client : processes->Clients) {
+            all[i].Clients.append(client.Id);
+            for (qsizetype j = 0; j < members.size(); ++j) {
+                if (members.at(j).ProcessId == client.Id)
+                    all[j].Servers.append(members.at(i).ProcessId);
+            }
+        }
+    }
+    return all;
+}
+
+// The grids of which members have left an entry.
+void AddGridsWithEntries(const QString& memoryFile, QSet<QString>& grids)
+{
+    try {
+        const std::optional<QByteArray> image = ReadSharedSegment(memoryFile, memoryFile);
+        for (const ProcessInfo& process : Util::ParseRegistry(image.value_or(QByteArray()))) {
+            if (const auto parts = SplitServerName(process.ServerName))
+                grids.insert(parts->Grid);
+        }
+    } catch (const Failure&) { // somebody else's
+    }
+}
+
+} // namespace
+
+QString GridLeftover::ToText() const
+{
+    switch (What) {
+    case Entry:
+        return u"the entry of process %1, %2"_s.arg(ProcessId).arg(Path);
+    case Socket:
+        return u"the socket %1"_s.arg(Path);
+    case Registry:
+        return u"the registry, in which nobody is left"_s;
+    case LockFile:
+        return u"the lock file %1"_s.arg(Path);
+    }
+    return {};
+}
+
+qsizetype GridSnapshot::DeadCount() const
+{
+    return std::count_if(Registry.Members.begin(), Registry.Members.end(),
+                         [](const GridMember& member) { return !member.IsAlive; });
+}
+
+bool GridSnapshot::IsHealthy() const
+{
+    if (!Registry.Exists || Registry.IsLocked || !Registry.Problems.isEmpty() || !Leftovers.isEmpty())
+        return false;
+    return !Links || std::all_of(Links->begin(), Links->end(), [](const GridLinks& links) {
+        return links.IsListening;
+    });
+}
+
+std::optional<QByteArray> ReadGridSegment(const QString& grid)
+{
+    return ReadSharedSegment(Util::Internal::NativeSharedMemoryKey(grid), u"grid %1"_s.arg(grid));
+}
+
+GridRegistry ReadGridRegistry(const QString& grid)
+{
+    const ReaderLock lock(grid);
+    const std::optional<QByteArray> image = ReadGridSegment(grid);
+    GridRegistry registry;
+    if (image)
+        registry = ParseGridRegistry(*image);
+    registry.IsLocked = lock.IsRefused();
+    return registry;
+}
+
+QList<GridLeftover> FindStaleSockets(const QString& grid)
+{
+    QList<GridLeftover> sockets;
+    const QFileInfo place(Util::GetSocketPath(grid));
+    QDirIterator files(place.absolutePath(), QDir::Files | QDir::System | QDir::Hidden);
+    while (files.hasNext()) {
+        const QString path = files.next();
+        const auto parts = SplitServerName(files.fileName());
+        if (parts && parts->Grid == place.fileName() && IsSocket(path) && IsStale(path, parts->ProcessId))
+            sockets.append({.What = GridLeftover::Socket, .ProcessId = parts->ProcessId, .Path = path});
+    }
+    std::sort(sockets.begin(), sockets.end(),
+              [](const GridLeftover& a, const GridLeftover& b) { return a.Path < b.Path; });
+    return sockets;
+}
+
+GridSnapshot LookAtGrid(const QString& grid)
+{
+    GridSnapshot snapshot;
+    snapshot.Name = grid;
+    snapshot.Registry = ReadGridRegistry(grid);
+    const QList<GridMember>& members = snapshot.Registry.Members;
+    snapshot.Links = FindLinks(members);
+    for (const GridMember& member : members) {
+        if (!member.IsAlive)
+            snapshot.Leftovers.append(
+                {.What = GridLeftover::Entry, .ProcessId = member.ProcessId, .Path = member.ServerName});
+    }
+    snapshot.Leftovers += FindStaleSockets(grid);
+    if (snapshot.Registry.Exists && snapshot.DeadCount() == members.size())
+        snapshot.Leftovers.append({.What = GridLeftover::Registry, .ProcessId = 0, .Path = {}});
+    const QString lockFile = Util::GridLockFilePath(grid);
+    if (snapshot.DeadCount() == members.size() && QFile::exists(lockFile))
+        snapshot.Leftovers.append({.What = GridLeftover::LockFile, .ProcessId = 0, .Path = lockFile});
+    return snapshot;
+}
+
+QStringList FindGrids()
+{
+    // The names stand in the members' entries and sockets only; of all else there is but a digest.
+    const QDir folder(QDir::tempPath());
+    QSet<QString> candidates;
+    const QStringList files = folder.entryList(QDir::Files | QDir::System | QDir::Hidden);
+    for (const QString& file : files) {
+        if (const auto parts = SplitServerName(file); parts && IsSocket(folder.filePath(file)))
+            candidates.insert(parts->Grid);
+        if (file.startsWith(kMemoryFileStart) && file.size() > kMemoryFileStart.size() + kDigestSize - 1)
+            AddGridsWithEntries(folder.filePath(file), candidates);
+    }
+    QStringList grids;
+    for (const QString& grid : std::as_const(candidates)) {
+        if (QFile::exists(Util::GridLockFilePath(grid)))
+            grids.append(grid);
+    }
+    grids.sort();
+    return grids;
+}
+
+} // namespace Quorvin::Tool
