@@ -1,0 +1,108 @@
+// SPDX-FileCopyrightText: 2026 The QvUtil developers
+// SPDX-License-Identifier: MIT
+
+#include "Story.h"
+
+#include <QCoreApplication>
+#include <QProcess>
+
+#include <cstdio>
+#include <initializer_list>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+constexpr int kTimeoutMs = 60000;
+
+void Print(const QString& line)
+{
+    std::puts(qPrintable(line));
+    std::fflush(stdout);
+}
+
+/// A member in a process of its own, which is told what to do, one line at a time.
+class Actor
+{
+public:
+    Actor(const QString& grid, const QString& name)
+        : mName(name)
+    {
+        mProcess.setProcessChannelMode(QProcess::ForwardedErrorChannel);
+        mProcess.start(QCoreApplication::applicationFilePath(), {grid, name});
+        PrintAnswer();
+    }
+    ~Actor()
+    {
+        mProcess.closeWriteChannel();
+        mProcess.waitForFinished(kTimeoutMs);
+    }
+    Q_DISABLE_COPY_MOVE(Actor)
+
+    [[nodiscard]] QString NameAndId() const
+    {
+        return u"%1 is process %2"_s.arg(mName).arg(mProcess.processId());
+    }
+    void Do(const QByteArray& command)
+    {
+        mProcess.write(command + '\n');
+        PrintAnswer();
+    }
+    void Kill()
+    {
+        Print(u"%1 is killed"_s.arg(mName));
+        mProcess.kill();
+        mProcess.waitForFinished(kTimeoutMs);
+    }
+
+private:
+    // Up to the line that says that it is done.
+    void PrintAnswer()
+    {
+        for (;;) {
+            while (!mProcess.canReadLine() && mProcess.waitForReadyRead(kTimeoutMs)) { }
+            const QString line = QString::fromUtf8(mProcess.readLine()).chopped(1);
+            if (line.isNull() || line == u"done")
+                return;
+            Print(line);
+        }
+    }
+
+    QString mName;
+    QProcess mProcess;
+};
+
+void ShowGrid(const QString& tool, const QString& grid, std::initializer_list<const Actor*> actors)
+{
+    if (tool.isEmpty())
+        return;
+    for (const Actor* actor : actors)
+        Print(actor->NameAndId());
+    Print(u"$ qvutil grid list "_s + grid);
+    QProcess process;
+    process.setProcessChannelMode(QProcess::ForwardedChannels);
+    process.start(tool, {u"grid"_s, u"list"_s, grid});
+    process.waitForFinished(kTimeoutMs);
+}
+
+} // namespace
+
+int PlayStory(const QString& tool)
+{
+    const QString grid = u"chat-%1"_s.arg(QCoreApplication::applicationPid());
+    Actor anna(grid, u"anna"_s);
+    Actor ben(grid, u"ben"_s);
+    ben.Do("ask");
+    anna.Do("turn");
+    anna.Do("ask");
+    Actor cleo(grid, u"cleo"_s);
+    cleo.Do("ask");
+    ShowGrid(tool, grid, {&anna, &ben, &cleo});
+    ben.Kill();
+    cleo.Do("members");
+    ShowGrid(tool, grid, {});
+    // Who joins prunes the entries of the dead.
+    Actor newBen(grid, u"ben"_s);
+    ShowGrid(tool, grid, {&newBen});
+    return 0;
+}

@@ -1,0 +1,14 @@
+// SPDX-FileCopyrightText: 2026 The QvUtil developers
+// SPDX-License-Identifier: MIT
+
+#ifndef GRID_CHAT_STORY_H
+#define GRID_CHAT_STORY_H
+
+#include <QString>
+
+/// Lets three processes join a grid and talk, and kills one of them.
+/// \param tool  the program qvutil, which then shows the grid in between; none if empty
+/// \return the exit code
+int PlayStory(const QString& tool);
+
+#endif // GRID_CHAT_STORY_H
