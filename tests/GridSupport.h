@@ -4,7 +4,10 @@
 #ifndef QVUTIL_GRIDSUPPORT_H
 #define QVUTIL_GRIDSUPPORT_H
 
+#include "GridRegistry_p.h"
+
 #include <QByteArray>
+#include <QList>
 #include <QSharedMemory>
 #include <QString>
 #include <QtEndian>
@@ -14,7 +17,8 @@
 /// What the tests of grids share.
 namespace GridSupport {
 
-inline constexpr int kRegistrySize = 8192;
+using Quorvin::Util::kRegistrySize;
+static_assert(kRegistrySize == 8192);
 
 // The registry as another program sees it.
 class Registry
@@ -36,12 +40,28 @@ public:
     void SetBytes(const QByteArray& bytes)
     {
         mMemory.lock();
-        std::memset(mMemory.data(), 0, static_cast<size_t>(mMemory.size()));
-        std::memcpy(mMemory.data(), bytes.constData(), static_cast<size_t>(bytes.size()));
+        Replace(bytes);
         mMemory.unlock();
+    }
+    // Reads, changes and writes the members under one lock. Returns them as they are then.
+    template <typename Change> QList<Quorvin::Util::ProcessInfo> Update(Change change)
+    {
+        mMemory.lock();
+        QList<Quorvin::Util::ProcessInfo> processes = Quorvin::Util::ParseRegistry(
+            QByteArray::fromRawData(static_cast<const char*>(mMemory.constData()), kRegistrySize));
+        change(processes);
+        Replace(Quorvin::Util::FormatRegistry(processes));
+        mMemory.unlock();
+        return processes;
     }
 
 private:
+    void Replace(const QByteArray& bytes)
+    {
+        std::memset(mMemory.data(), 0, static_cast<size_t>(mMemory.size()));
+        std::memcpy(mMemory.data(), bytes.constData(), static_cast<size_t>(bytes.size()));
+    }
+
     QSharedMemory mMemory;
 };
 

@@ -77,6 +77,7 @@ private Q_SLOTS:
     void Write_tooLargeWhenJoining();
     void SharedMemory_createAndAttach();
     void Locking_nested();
+    void Locking_otherProgram();
 
     void Messages_oneHop();
     void ManyProcesses();
@@ -480,6 +481,44 @@ void tst_Grid::Locking_nested()
     QVERIFY(other.attach());
     QVERIFY(other.lock());
     QVERIFY(other.unlock());
+}
+
+// Another program, which takes the lock of the memory and no other, changes the registry while members join
+// and leave: nobody's change is lost.
+void tst_Grid::Locking_otherProgram()
+{
+    const QString grid = UniqueName();
+    const qint64 own = QCoreApplication::applicationPid();
+    Registry registry(grid);
+    QVERIFY(registry.Create());
+    QRandomGenerator random(3);
+    int ownEntries = 0;
+    const auto update = [&] {
+        const bool append = ownEntries < 100 && random.bounded(2) == 0;
+        const bool remove = !append && ownEntries > 0;
+        ownEntries += append ? 1 : remove ? -1 : 0;
+        return registry.Update([&](QList<ProcessInfo>& processes) {
+            if (append)
+                processes.append({own, u"x"_s});
+            const auto last
+                = std::find_if(processes.begin(), processes.end(),
+                               [own](const ProcessInfo& process) { return process.ProcessId == own; });
+            if (remove && last != processes.end())
+                processes.erase(last);
+        });
+    };
+    for (int round = 0; round < 5; ++round) {
+        std::vector<std::unique_ptr<Peer>> peers;
+        for (int i = 0; i < 4; ++i)
+            peers.push_back(std::make_unique<Peer>(QStringList{u"grid"_s, grid}));
+        const QDeadlineTimer deadline(60000);
+        while (update().size() != ownEntries + 4 && !deadline.hasExpired()) { }
+        QCOMPARE(registry.Update([](QList<ProcessInfo>&) {}).size(), ownEntries + 4);
+        for (const auto& peer : peers)
+            peer->EndInput();
+        while (update().size() != ownEntries && !deadline.hasExpired()) { }
+        QCOMPARE(registry.Update([](QList<ProcessInfo>&) {}).size(), ownEntries);
+    }
 }
 
 void tst_Grid::Messages_oneHop()
