@@ -7,15 +7,17 @@
 #include "MessagingSupport.h"
 #include "TestSupport.h"
 
-#include <QDataStream>
+#include <QDir>
 #include <QFileInfo>
 #include <QRandomGenerator>
 #include <QSharedMemory>
 #include <QSignalSpy>
 #include <QTemporaryDir>
+#include <QThread>
 #include <QtTest>
 
 #include <algorithm>
+#include <atomic>
 #include <memory>
 #include <vector>
 
@@ -78,6 +80,8 @@ private Q_SLOTS:
     void SharedMemory_createAndAttach();
     void Locking_nested();
     void Locking_otherProgram();
+    void LockFile_keepsOthersOut();
+    void LockFile_goesWithLastMember();
 
     void Messages_oneHop();
     void ManyProcesses();
@@ -519,6 +523,57 @@ void tst_Grid::Locking_otherProgram()
         while (update().size() != ownEntries && !deadline.hasExpired()) { }
         QCOMPARE(registry.Update([](QList<ProcessInfo>&) {}).size(), ownEntries);
     }
+}
+
+// Nobody makes, changes or leaves a registry without the lock on the library's file.
+void tst_Grid::LockFile_keepsOthersOut()
+{
+    if (!QFile::exists(u"/proc/self/fd"_s))
+        QSKIP("the system does not tell which files a process has open");
+    const QString grid = UniqueName();
+    const QString path = GridLockFilePath(grid);
+    const auto opened = [&path] {
+        const QFileInfoList files = QDir(u"/proc/self/fd"_s).entryInfoList(QDir::Files | QDir::System);
+        return std::count_if(files.cbegin(), files.cend(),
+                             [&path](const QFileInfo& file) { return file.symLinkTarget() == path; });
+    };
+    std::atomic<bool> unlocked = false;
+    bool waited = false;
+    const std::unique_ptr<QThread> member(QThread::create([&] {
+        IPCManager manager;
+        manager.CreateGridConnection(grid, kReadWrite);
+        waited = unlocked;
+    }));
+    const int lock = Platform::LockFile(path);
+    QVERIFY(lock != -1);
+    member->start();
+    const bool came = WaitUntil([&] { return opened() == 2 || member->isFinished(); });
+    unlocked = true;
+    Platform::UnlockFile(lock);
+    QVERIFY(member->wait(60000));
+    QVERIFY(came);
+    QVERIFY(waited);
+}
+
+void tst_Grid::LockFile_goesWithLastMember()
+{
+    const QString grid = UniqueName();
+    const QString path = GridLockFilePath(grid);
+    auto first = std::make_unique<IPCManager>();
+    first->CreateGridConnection(grid, kReadWrite);
+    auto second = std::make_unique<IPCManager>();
+    second->CreateGridConnection(grid, kReadWrite);
+    QVERIFY(QFile::exists(path));
+    first.reset();
+    QVERIFY(QFile::exists(path));
+    second.reset();
+    QVERIFY(!QFile::exists(path));
+    QVERIFY(!Registry(grid).Attach());
+    // Without a name there is neither.
+    QFile::remove(GridLockFilePath(QString())); // another version may have left it
+    IPCManager unnamed;
+    unnamed.CreateGridConnection(QString(), kReadWrite);
+    QVERIFY(!QFile::exists(GridLockFilePath(QString())));
 }
 
 void tst_Grid::Messages_oneHop()

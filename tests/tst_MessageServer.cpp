@@ -98,7 +98,8 @@ private Q_SLOTS:
     void Receive_joined();
     void Receive_split();
     void Receive_splitLarge();
-    void Receive_drops();
+    void Receive_endless_data();
+    void Receive_endless();
     void Receive_truncatedAtClose();
     void Receive_response();
     void Receive_deepNesting();
@@ -450,8 +451,20 @@ void tst_MessageServer::Receive_splitLarge()
     EVENTUALLY_EQUAL(Names(received), (QStringList{u"next"_s, u"last"_s}));
 }
 
-void tst_MessageServer::Receive_drops()
+void tst_MessageServer::Receive_endless_data()
 {
+    QTest::addColumn<int>("size");
+    QTest::addColumn<int>("messages");
+
+    QTest::newRow("byte by byte") << 1 << 10;
+    QTest::newRow("piece by piece") << 40000 << 1;
+}
+
+void tst_MessageServer::Receive_endless()
+{
+    QFETCH(const int, size);
+    QFETCH(const int, messages);
+
     MessageServer server;
     QSignalSpy connected(&server, &MessageServer::Connected);
     const QString name = UniqueName();
@@ -459,27 +472,41 @@ void tst_MessageServer::Receive_drops()
     QLocalSocket client;
     QVERIFY(Connect(client, name));
     EVENTUALLY_EQUAL(connected.count(), 1);
-    // A large document that never ends, byte by byte.
-    const QByteArray document = Document(u"endless"_s, {{u"text"_s, QString(100000, u'x')}});
-    Write(client, document.first(60000));
+    // A large document that never ends.
+    const QByteArray begin
+        = Document(u"endless"_s, {{u"text"_s, QString(100000, u'x')}}).first(60000) + QByteArray(size, 'x');
+    std::atomic<int> written = 0;
     std::atomic<bool> stop = false;
-    const std::unique_ptr<QThread> drops(
-        QThread::create([&stop, socket = static_cast<int>(client.socketDescriptor())] {
-            while (!stop)
-                static_cast<void>(::send(socket, "x", 1, MSG_DONTWAIT));
-        }));
-    const auto end = qScopeGuard([&] {
-        stop = true;
-        drops->wait();
-    });
-    drops->start();
-    // Neither what is to be sent nor the end is kept waiting.
-    for (int i = 0; i < 10; ++i) {
-        server.SendMessage(u"m"_s, {});
-        QCOMPARE(ReadMessages(client, 1).size(), 1);
+    const auto write = [&, socket = static_cast<int>(client.socketDescriptor())] {
+        while (!stop
+               && ::send(socket, begin.constData(), static_cast<size_t>(begin.size()), MSG_DONTWAIT) < 0) { }
+        while (!stop) {
+            static_cast<void>(
+                ::send(socket, begin.constData() + 60000, static_cast<size_t>(size), MSG_DONTWAIT));
+            ++written;
+        }
+    };
+    for (const bool last : {false, true}) {
+        const std::unique_ptr<QThread> writer(QThread::create(write));
+        const auto end = qScopeGuard([&] {
+            stop = true;
+            writer->wait();
+            stop = false;
+        });
+        writer->start();
+        EVENTUALLY(written > 100);
+        written = 0;
+        // Neither what is to be sent nor the end is kept waiting.
+        if (last) {
+            server.Stop();
+            QVERIFY(!server.IsStarted());
+            break;
+        }
+        for (int i = 0; i < messages; ++i) {
+            server.SendMessage(u"m"_s, {});
+            QCOMPARE(ReadMessages(client, 1).size(), 1);
+        }
     }
-    server.Stop();
-    QVERIFY(!server.IsStarted());
 }
 
 void tst_MessageServer::Receive_truncatedAtClose()

@@ -23,6 +23,9 @@ namespace {
 // them.
 constexpr qsizetype kEnoughBytes = qsizetype(4) * 1024 * 1024;
 
+// Nor does it wait any longer for the end of a document then.
+constexpr qsizetype kMostBytes = qsizetype(64) * 1024 * 1024;
+
 // How long the next piece of a large document may take once its beginning is there. The writer is in the
 // middle of one system call then, and at the worst waits for a processor.
 constexpr int kRestTimeoutMs = 50;
@@ -99,7 +102,7 @@ QByteArray TakeBytes(QLocalSocket& socket)
     // Past QLocalSocket, whose buffer is empty now: its own way of reading on would emit signals.
     while (reads < kMostReadsPerPiece && !QThread::currentThread()->isInterruptionRequested()) {
         const bool inMidDocument = watch.IsInMidDocument(bytes);
-        if (bytes.size() >= kEnoughBytes && !inMidDocument)
+        if (bytes.size() >= (inMidDocument ? kMostBytes : kEnoughBytes))
             break;
         if (!Platform::ReadAvailable(descriptor, bytes)
             && !(inMidDocument && Platform::WaitForBytes(descriptor, kRestTimeoutMs)
