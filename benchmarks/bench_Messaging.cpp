@@ -130,7 +130,7 @@ void RoundTrip(benchmark::State& state, Contestant* client, const QVariantMap& p
         return state.SkipWithError("no connection");
     client->SetParameters(params);
     for (int i = 0; i < kRequests / 20; ++i) {
-        if (!client->Ask())
+        if (!client->Ask() || !client->IsAnswered())
             return state.SkipWithError("no answer, or a wrong one");
     }
     for (auto _ : state) {
@@ -140,7 +140,7 @@ void RoundTrip(benchmark::State& state, Contestant* client, const QVariantMap& p
             timer.start();
             const bool answered = client->Ask();
             time = timer.nsecsElapsed();
-            if (!answered)
+            if (!answered || !client->IsAnswered())
                 return state.SkipWithError("no answer, or a wrong one");
         }
         std::ranges::sort(times);
@@ -221,8 +221,7 @@ void Codec(benchmark::State& state, const QVariantMap& params, ThereAndBack ther
 MessageInfo Codec_QvUtil(const MessageInfo& message)
 {
     QList<MessageInfo> messages;
-    const QByteArray bytes = EncodeMessage(message).toUtf8();
-    DecodeMessage(QString::fromUtf8(bytes), messages);
+    DecodeMessage(EncodeMessageAsBytes(message), messages);
     return messages.isEmpty() ? MessageInfo() : messages.constFirst();
 }
 

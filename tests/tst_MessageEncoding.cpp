@@ -1,6 +1,7 @@
 // SPDX-FileCopyrightText: 2026 The QvUtil developers
 // SPDX-License-Identifier: MIT
 
+#include "Base64_p.h"
 #include "IPC.h"
 #include "IPC_p.h"
 #include "TestSupport.h"
@@ -8,6 +9,7 @@
 #include "XmlFiler.h"
 
 #include <QMetaType>
+#include <QRandomGenerator>
 #include <QUrl>
 #include <QtTest>
 
@@ -98,6 +100,10 @@ private Q_SLOTS:
     void Decode_data();
     void Decode();
     void EncodeAndDecode_withFiler();
+
+    void Base64_sameAsQt();
+    void ReadBase64_data();
+    void ReadBase64();
 };
 
 void tst_MessageEncoding::MessageInfo_new()
@@ -511,6 +517,60 @@ void tst_MessageEncoding::EncodeAndDecode_withFiler()
     QVariantMap result;
     VariantMapEncoder().Decode(filer, result);
     QCOMPARE(result, map);
+}
+
+void tst_MessageEncoding::Base64_sameAsQt()
+{
+    QRandomGenerator random(1);
+    for (int size = 0; size < 300; ++size) {
+        QByteArray bytes(size, Qt::Uninitialized);
+        for (char& byte : bytes)
+            byte = static_cast<char>(random.bounded(256));
+        QByteArray text(Internal::Base64Size(size), Qt::Uninitialized);
+        QCOMPARE(Internal::WriteBase64(bytes, text.data()) - text.constData(), text.size());
+        QCOMPARE(text, bytes.toBase64());
+        const std::optional<QByteArray> read = Internal::ReadBase64(text);
+        QVERIFY(read);
+        QCOMPARE(*read, bytes);
+    }
+}
+
+void tst_MessageEncoding::ReadBase64_data()
+{
+    QTest::addColumn<QByteArray>("text");
+    QTest::addColumn<bool>("isBase64");
+
+    QTest::newRow("empty") << QByteArray("") << true;
+    QTest::newRow("all digits") << QByteArray(
+        "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/")
+                                << true;
+    QTest::newRow("one padded") << QByteArray("AAAAAAA=") << true;
+    QTest::newRow("two padded") << QByteArray("AAAAAA==") << true;
+    QTest::newRow("bits in the padding") << QByteArray("AP9=") << true;
+    QTest::newRow("three characters") << QByteArray("AAA") << false;
+    QTest::newRow("one more") << QByteArray("AAAAA") << false;
+    QTest::newRow("padding missing") << QByteArray("AAAAAA") << false;
+    QTest::newRow("three padded") << QByteArray("A===") << false;
+    QTest::newRow("padding alone") << QByteArray("====") << false;
+    QTest::newRow("padding in the middle") << QByteArray("AA==AAAA") << false;
+    QTest::newRow("padding before the last") << QByteArray("AA=A") << false;
+    QTest::newRow("line end") << QByteArray("AAA\n") << false;
+    QTest::newRow("digits of the other alphabet") << QByteArray("AA-_") << false;
+    QTest::newRow("null character") << QByteArray("AA\0A", 4) << false;
+    QTest::newRow("above ASCII") << QByteArray("AA\xC1\x41") << false;
+    QTest::newRow("wrong before the padding") << QByteArray("A*==") << false;
+}
+
+// What it reads, Qt reads alike; the rest is left to it.
+void tst_MessageEncoding::ReadBase64()
+{
+    QFETCH(const QByteArray, text);
+    QFETCH(const bool, isBase64);
+
+    const std::optional<QByteArray> read = Internal::ReadBase64(text);
+    QCOMPARE(read.has_value(), isBase64);
+    if (read)
+        QCOMPARE(*read, QByteArray::fromBase64(text));
 }
 
 QTEST_GUILESS_MAIN(tst_MessageEncoding)

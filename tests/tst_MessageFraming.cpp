@@ -57,6 +57,14 @@ QString Description(const std::optional<MessageInfo>& message)
     return message ? Description(*message) : u"nothing"_s;
 }
 
+QStringList Descriptions(const QList<MessageInfo>& messages)
+{
+    QStringList descriptions;
+    for (const MessageInfo& message : messages)
+        descriptions.append(Description(message));
+    return descriptions;
+}
+
 std::optional<MessageInfo> ReadByFiler(const QString& document)
 {
     MessageInfo message;
@@ -145,6 +153,35 @@ public:
             }
         }
         return document;
+    }
+
+    // Bytes with some of them replaced, removed or cut off; half of them are left as they are.
+    QByteArray MutatedBytes(QByteArray bytes)
+    {
+        static const QByteArrayList kSnippets
+            = {"\xEF\xBB\xBF", "\xEF\xBF\xBD", "\xEF\xBF\xBE",     "\xC3",
+               "\xC3\xA4",     "\xED\xA0\x80", "\xF4\x90\x80\x80", "\xC0\xAF",
+               "\x80",         "\xF0\x9F\x98", "\xE2\x84\xAA",     "<?xml "};
+        if (One())
+            return bytes;
+        for (int count = Below(2) + 1; count > 0; --count) {
+            const int at = Below(static_cast<int>(bytes.size()));
+            switch (Below(4)) {
+            case 0:
+                bytes[at] = static_cast<char>(Below(256));
+                break;
+            case 1:
+                bytes.insert(at, kSnippets.at(Below(static_cast<int>(kSnippets.size()))));
+                break;
+            case 2:
+                bytes.remove(at, Below(4));
+                break;
+            default:
+                bytes.truncate(Below(8) == 0 ? at + 1 : static_cast<int>(bytes.size()));
+                break;
+            }
+        }
+        return bytes;
     }
 
     bool One() { return Below(2) == 0; }
@@ -271,6 +308,8 @@ private Q_SLOTS:
 
     void DecodeMessage_data();
     void DecodeMessage();
+    void DecodeMessage_bytes_data();
+    void DecodeMessage_bytes();
     void DecodeMessage_fields();
     void DecodeMessage_listNotCleared();
     void DecodeMessage_deepNesting_data();
@@ -288,6 +327,7 @@ private Q_SLOTS:
     void Direct_writesSameDocuments();
     void Direct_readsSameMessages();
     void Direct_readsSameFromMutated();
+    void Direct_readsSameFromMutatedBytes();
 };
 
 void tst_MessageFraming::EncodeMessage_document()
@@ -418,6 +458,38 @@ void tst_MessageFraming::DecodeMessage()
     QList<MessageInfo> messages;
     QCOMPARE(Quorvin::Util::DecodeMessage(text, messages), !expected.isEmpty());
     QCOMPARE(Names(messages), expected);
+}
+
+void tst_MessageFraming::DecodeMessage_bytes_data()
+{
+    QTest::addColumn<QByteArray>("text");
+    QTest::addColumn<QString>("expected");
+
+    QTest::newRow("two bytes") << QByteArray("\xC3\xA4") << u"\u00e4"_s;
+    QTest::newRow("three bytes") << QByteArray("\xE2\x82\xAC") << u"\u20ac"_s;
+    QTest::newRow("four bytes") << QByteArray("\xF0\x9F\x98\x80") << u"\U0001F600"_s;
+    QTest::newRow("byte order mark in the middle") << QByteArray("\xEF\xBB\xBFx") << u"\uFEFFx"_s;
+    QTest::newRow("replacement character") << QByteArray("\xEF\xBF\xBD") << u"\uFFFD"_s;
+    QTest::newRow("last characters of the plane before")
+        << QByteArray("\xEF\xBE\xBF\xEF\xBF\xBC") << u"\uFFBF\uFFFC"_s;
+    QTest::newRow("half a character") << QByteArray("\xC3") << u"\uFFFD"_s;
+    QTest::newRow("following byte alone") << QByteArray("\x80") << u"\uFFFD"_s;
+    QTest::newRow("too long a form") << QByteArray("\xC0\xAF") << u"\uFFFD\uFFFD"_s;
+}
+
+void tst_MessageFraming::DecodeMessage_bytes()
+{
+    QFETCH(const QByteArray, text);
+    QFETCH(const QString, expected);
+
+    const QByteArray document
+        = EncodeMessageAsBytes({u"Name"_s, {}, false, false, {}, {{u"k"_s, u"Text"_s}}});
+    QByteArray changed = document;
+    changed.replace("Text", text).replace("Id=\"Name\"", "Id=\"" + text + '"');
+    QList<MessageInfo> messages;
+    QVERIFY(Quorvin::Util::DecodeMessage(document + changed + document, messages));
+    QCOMPARE(Names(messages), (QStringList{u"Name"_s, expected, u"Name"_s}));
+    QCOMPARE(messages.at(1).Params, (QVariantMap{{u"k"_s, expected}}));
 }
 
 void tst_MessageFraming::DecodeMessage_fields()
@@ -562,12 +634,13 @@ void tst_MessageFraming::Direct_readsItsOwn()
     QFETCH(const QVariant, value);
 
     MessageInfo message{u"N"_s, SomeId(), true, true, OtherId(), {{u"k"_s, value}, {QString(), value}}};
-    const std::optional<QString> document = WriteMessageDirectly(message);
-    QVERIFY(document);
-    QCOMPARE(TestSupport::XmlMeaning(*document), TestSupport::XmlMeaning(WriteMessageByFiler(message)));
-    const std::optional<MessageInfo> direct = ReadMessageDirectly(*document);
+    const std::optional<QByteArray> bytes = WriteMessageDirectly(message);
+    QVERIFY(bytes);
+    const QString document = QString::fromUtf8(*bytes);
+    QCOMPARE(TestSupport::XmlMeaning(document), TestSupport::XmlMeaning(WriteMessageByFiler(message)));
+    const std::optional<MessageInfo> direct = ReadMessageDirectly(*bytes);
     QVERIFY(direct);
-    QCOMPARE(Description(direct), Description(ReadByFiler(*document)));
+    QCOMPARE(Description(direct), Description(ReadByFiler(document)));
 }
 
 void tst_MessageFraming::Direct_leavesToFiler_data()
@@ -650,11 +723,15 @@ void tst_MessageFraming::Direct_writesSameDocuments()
     corpus.mBadTexts = false;
     for (int i = 0; i < 3000; ++i) {
         const MessageInfo message = corpus.Message();
-        const std::optional<QString> document = WriteMessageDirectly(message);
-        QVERIFY(document);
+        const std::optional<QByteArray> bytes = WriteMessageDirectly(message);
+        QVERIFY(bytes);
+        QVERIFY(bytes->isValidUtf8());
+        const QString document = QString::fromUtf8(*bytes);
         const QString byFiler = WriteMessageByFiler(message);
-        QCOMPARE(document->size(), byFiler.size()); // the same but for the order of attributes
-        QCOMPARE(TestSupport::XmlMeaning(*document), TestSupport::XmlMeaning(byFiler));
+        QCOMPARE(document.size(), byFiler.size()); // the same but for the order of attributes
+        QCOMPARE(TestSupport::XmlMeaning(document), TestSupport::XmlMeaning(byFiler));
+        QCOMPARE(EncodeMessage(message), document);
+        QCOMPARE(EncodeMessageAsBytes(message), *bytes);
     }
 }
 
@@ -687,6 +764,30 @@ void tst_MessageFraming::Direct_readsSameFromMutated()
         ++direct;
         const QString expected = Description(ReadByFiler(document));
         QVERIFY2(Description(read) == expected, qPrintable(document + u" reads as "_s + expected));
+    }
+    QVERIFY2(direct > 200, qPrintable(QString::number(direct)));
+}
+
+// What several writers may have sent, broken in the middle of characters too.
+void tst_MessageFraming::Direct_readsSameFromMutatedBytes()
+{
+    Corpus corpus(4);
+    int direct = 0;
+    for (int i = 0; i < 6000; ++i) {
+        QByteArray bytes;
+        for (int count = corpus.Below(3) + 1; count > 0; --count)
+            bytes += corpus.MutatedBytes(EncodeMessageAsBytes(corpus.Message()));
+        const QString text = QString::fromUtf8(bytes);
+        QList<MessageInfo> expected;
+        ForEachPiece(QStringView(text), kDocumentStart, [&expected](QStringView piece) {
+            const QString start = piece.startsWith(kDocumentStart) ? QString() : kDocumentStart.toString();
+            if (const std::optional<MessageInfo> message = ReadByFiler(start + piece.toString()))
+                expected.append(*message);
+        });
+        QList<MessageInfo> read;
+        QCOMPARE(Quorvin::Util::DecodeMessage(bytes, read), !expected.isEmpty());
+        QCOMPARE(Descriptions(read), Descriptions(expected));
+        direct += ReadMessageDirectly(bytes) ? 1 : 0;
     }
     QVERIFY2(direct > 200, qPrintable(QString::number(direct)));
 }

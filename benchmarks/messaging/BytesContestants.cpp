@@ -100,7 +100,7 @@ QByteArray DocumentOf(const QVariantMap& params)
     message.Id = u"Ask"_s;
     message.UniqueId = QUuid::createUuid();
     message.Params = params;
-    return EncodeMessage(message).toUtf8();
+    return EncodeMessageAsBytes(message);
 }
 
 class BytesContestant : public Contestant
@@ -113,7 +113,13 @@ public:
         mTell = Frame(kTell, document);
     }
 
-    bool Ask() override { return Exchange(mAsk) == mAsk; }
+    bool Ask() override
+    {
+        mAnswer = Exchange(mAsk);
+        return !mAnswer.isEmpty();
+    }
+
+    bool IsAnswered() const override { return mAnswer == mAsk; }
 
     int TakeCount() override
     {
@@ -125,8 +131,11 @@ protected:
     // Sends a request. \return the answer; empty if none came
     virtual QByteArray Exchange(const QByteArray& frame) = 0;
 
-    QByteArray mAsk;
     QByteArray mTell;
+
+private:
+    QByteArray mAsk;
+    QByteArray mAnswer;
 };
 
 // A socket in a thread of its own, as the library has it at either end.
@@ -205,7 +214,7 @@ public:
         : mHops(&Worker::Connect, address)
     {
         QObject::connect(&mHops, &Hops::Received, &mHops, [this](const QByteArray& frame) {
-            mAnswer = frame;
+            mReceived = frame;
             mLoop.exit(0);
         });
         mTimer.setSingleShot(true);
@@ -221,18 +230,18 @@ public:
 private:
     QByteArray Exchange(const QByteArray& frame) override
     {
-        mAnswer.clear();
+        mReceived.clear();
         Q_EMIT mHops.Write(frame);
         mTimer.start(kAnswerTimeoutMs);
         mLoop.exec(QEventLoop::ExcludeUserInputEvents);
         mTimer.stop();
-        return mAnswer;
+        return mReceived;
     }
 
     Hops mHops;
     QEventLoop mLoop;
     QTimer mTimer;
-    QByteArray mAnswer;
+    QByteArray mReceived;
 };
 
 std::unique_ptr<Contestant> ConnectHops(const QString& address)

@@ -21,9 +21,10 @@ public:
 
     /// Sets what Ask and Tell send from now on. Those who send bytes alone make them here.
     virtual void SetParameters(const QVariantMap& params) = 0;
-    /// Sends a request and waits for the answer, whose parameters are those of the request.
-    /// \return false if no answer came, or a different one
+    /// Sends a request and waits for the answer. \return false if none came
     [[nodiscard]] virtual bool Ask() = 0;
+    /// \return whether the last answer's parameters are those of the request
+    [[nodiscard]] virtual bool IsAnswered() const = 0;
     /// Sends a message that the other process counts. \return false if it cannot be sent
     [[nodiscard]] virtual bool Tell() = 0;
     /// Waits until the other process has counted all messages so far.

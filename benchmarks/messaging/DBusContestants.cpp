@@ -57,8 +57,12 @@ public:
     bool Ask() override
     {
         const std::optional<QVariant> answer = Call(MakeCall(u"Ask"_s) << u"Ask"_s << mParams);
-        return answer && qdbus_cast<QVariantMap>(*answer) == mParams;
+        if (answer)
+            mAnswer = qdbus_cast<QVariantMap>(*answer);
+        return answer.has_value();
     }
+
+    bool IsAnswered() const override { return mAnswer == mParams; }
 
     bool Tell() override { return mConnection.send(MakeCall(u"Tell"_s) << u"Tell"_s << mParams); }
 
@@ -85,6 +89,7 @@ private:
     QDBusConnection mConnection;
     QString mService;
     QVariantMap mParams;
+    QVariantMap mAnswer;
 };
 
 std::unique_ptr<Contestant> Use(const QDBusConnection& connection, const QString& service)

@@ -28,7 +28,9 @@ public:
 
     void SetParameters(const QVariantMap& params) override { mParams = params; }
 
-    bool Ask() override { return Ask(u"Ask"_s, mParams) && mAnswer == mParams; }
+    bool Ask() override { return Ask(u"Ask"_s, mParams); }
+
+    bool IsAnswered() const override { return mAnswer == mParams; }
 
     bool Tell() override { return mManager.SendMessage(u"Tell"_s, mParams); }
 

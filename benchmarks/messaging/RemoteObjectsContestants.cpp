@@ -35,8 +35,12 @@ public:
     bool Ask() override
     {
         QRemoteObjectPendingReply<QVariantMap> reply = mReplica->Ask(u"Ask"_s, mParams);
-        return reply.waitForFinished(kAnswerTimeoutMs) && reply.returnValue() == mParams;
+        const bool answered = reply.waitForFinished(kAnswerTimeoutMs);
+        mAnswer = reply.returnValue();
+        return answered;
     }
+
+    bool IsAnswered() const override { return mAnswer == mParams; }
 
     bool Tell() override
     {
@@ -58,6 +62,7 @@ private:
     QRemoteObjectNode mNode;
     std::unique_ptr<MessengerReplica> mReplica;
     QVariantMap mParams;
+    QVariantMap mAnswer;
 };
 
 template <bool Waits> std::unique_ptr<Contestant> Connect(const QString& address)

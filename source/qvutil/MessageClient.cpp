@@ -146,10 +146,12 @@ bool MessageClient::SendMessageAndGetResponse(const QString& id, const QVariantM
     mPendingRequest = request;
 
     const QPointer<MessageClient> self(this);
+    HoldSent(true); // nobody waits for that now
     const bool answered = SendMessage(request, false) && !self.isNull() && !mWaiting
         && Wait(timeoutMs < 0 ? kResponseTimeoutMs : timeoutMs);
     if (self.isNull())
         return false;
+    HoldSent(false);
     mAwaitingResponse = false;
     mPendingRequest.Clear();
     response = std::exchange(mResponse, {});
@@ -159,6 +161,12 @@ bool MessageClient::SendMessageAndGetResponse(const QString& id, const QVariantM
 QString MessageClient::GetName() const
 {
     return mServerName;
+}
+
+void MessageClient::HoldSent(bool held)
+{
+    if (mThread != nullptr)
+        mThread->HoldSent(held);
 }
 
 // Ends with the next exit of the event loop; the client may be gone then.
@@ -244,6 +252,38 @@ void MessageClientThread::WaitUntilDone()
     static_cast<void>(mDone.load(std::memory_order_acquire));
 }
 
+void MessageClientThread::HoldSent(bool held)
+{
+    {
+        const QMutexLocker locker(&mSentLock);
+        mSentIsHeld = held;
+    }
+    if (!held)
+        AnnounceSent();
+}
+
+void MessageClientThread::AddSent(const MessageInfo& message)
+{
+    const QMutexLocker locker(&mSentLock);
+    mSent.append(message);
+    if (mSentIsHeld || mSentIsQueued)
+        return;
+    mSentIsQueued = true;
+    QMetaObject::invokeMethod(this, &MessageClientThread::AnnounceSent, Qt::QueuedConnection);
+}
+
+void MessageClientThread::AnnounceSent()
+{
+    QList<MessageInfo> sent;
+    {
+        const QMutexLocker locker(&mSentLock);
+        sent.swap(mSent);
+        mSentIsQueued = false;
+    }
+    for (const MessageInfo& message : std::as_const(sent))
+        Q_EMIT MessageSent(message);
+}
+
 void MessageClientThread::RunWorker()
 {
     MessageClientWorker worker(mServerName, mMode, mClient);
@@ -254,8 +294,12 @@ void MessageClientThread::RunWorker()
             [this] { mSocketConnected.store(true, std::memory_order_release); });
     connect(&worker, &MessageClientWorker::Disconnected, &worker,
             [this] { mSocketConnected.store(false, std::memory_order_release); });
-    connect(&worker, &MessageClientWorker::MessageReceived, this, &MessageClientThread::MessageReceived);
-    connect(&worker, &MessageClientWorker::MessageSent, this, &MessageClientThread::MessageSent);
+    connect(&worker, &MessageClientWorker::MessageReceived, this, [this](const MessageInfo& message) {
+        AnnounceSent();
+        Q_EMIT MessageReceived(message);
+    });
+    connect(&worker, &MessageClientWorker::MessageSent, &worker,
+            [this](const MessageInfo& message) { AddSent(message); });
     worker.ConnectAndListen();
     exec();
     mSocketConnected.store(false, std::memory_order_release);

@@ -7,6 +7,8 @@
 #include "IPC.h"
 
 #include <QEventLoop>
+#include <QList>
+#include <QMutex>
 #include <QObject>
 #include <QPointer>
 #include <QRecursiveMutex>
@@ -88,6 +90,7 @@ public Q_SLOTS:
 
 private:
     [[nodiscard]] bool IsSocketConnected() const;
+    void HoldSent(bool held);
     bool Wait(int timeoutMs);
 
     QString mServerName;
@@ -118,6 +121,9 @@ public:
     /// Any thread. \return whether the worker's socket is connected
     [[nodiscard]] bool IsConnected() const;
     void run() override;
+    /// The owner's thread. While held, what was sent is announced before the next message that arrives, or
+    /// when it is no longer held.
+    void HoldSent(bool held);
     /// Waits for the end of run(); what the thread has done happened before it returns.
     void WaitUntilDone();
 
@@ -129,7 +135,15 @@ Q_SIGNALS:
 
 private:
     void RunWorker();
+    void AddSent(const MessageInfo& message);
+    void AnnounceSent();
 
+    // What was sent and is not yet announced. Many messages are announced at once, if the owner's thread does
+    // not look at them meanwhile: to wake it up for each costs more than to send one.
+    QMutex mSentLock; // guards the next three
+    QList<MessageInfo> mSent;
+    bool mSentIsQueued = false; // an event for the owner's thread is under way
+    bool mSentIsHeld = false;
     // Set when the worker is gone. wait() alone would do; a race detector does not see into it.
     std::atomic<bool> mDone = false;
     MessageClient* mClient;

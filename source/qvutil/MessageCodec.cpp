@@ -23,8 +23,14 @@ void AppendMessage(const QString& document, QList<MessageInfo>& messages)
 
 QString EncodeMessage(const MessageInfo& message)
 {
-    const std::optional<QString> document = WriteMessageDirectly(message);
-    return document ? *document : WriteMessageByFiler(message);
+    const std::optional<QByteArray> document = WriteMessageDirectly(message);
+    return document ? QString::fromUtf8(*document) : WriteMessageByFiler(message);
+}
+
+QByteArray EncodeMessageAsBytes(const MessageInfo& message)
+{
+    const std::optional<QByteArray> document = WriteMessageDirectly(message);
+    return document ? *document : WriteMessageByFiler(message).toUtf8();
 }
 
 bool DecodeMessage(const QString& text, QList<MessageInfo>& messages)
@@ -38,6 +44,23 @@ bool DecodeMessage(const QString& text, QList<MessageInfo>& messages)
             AppendMessage(piece.toString(), messages);
     });
     return !messages.isEmpty();
+}
+
+bool DecodeMessage(const QByteArray& bytes, QList<MessageInfo>& messages)
+{
+    const qsizetype before = messages.size();
+    bool isDirect = true;
+    ForEachPiece(QByteArrayView(bytes), kDocumentStartBytes, [&](QByteArrayView piece) {
+        std::optional<MessageInfo> message = isDirect ? ReadMessageDirectly(piece) : std::nullopt;
+        isDirect = message.has_value();
+        if (isDirect)
+            messages.append(*std::move(message));
+    });
+    if (isDirect)
+        return !messages.isEmpty();
+    // All over again as a text: how broken UTF-8 reads does not depend on where it is cut.
+    messages.resize(before);
+    return DecodeMessage(QString::fromUtf8(bytes), messages);
 }
 
 QString WriteMessageByFiler(const MessageInfo& message)

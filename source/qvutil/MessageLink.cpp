@@ -122,7 +122,7 @@ QList<MessageInfo> TakeMessages(QLocalSocket& socket)
     QList<MessageInfo> messages;
     const QByteArray bytes = TakeBytes(socket);
     if (!bytes.isEmpty())
-        DecodeMessage(QString::fromUtf8(bytes), messages);
+        DecodeMessage(bytes, messages);
     return messages;
 }
 
@@ -178,7 +178,7 @@ void MessageWriter::WriteWaiting()
 
 QByteArray MessageWriter::MakeDocument(const MessageInfo& message) const
 {
-    const QByteArray document = EncodeMessage(message).toUtf8();
+    const QByteArray document = EncodeMessageAsBytes(message);
     if (mLargestWhole > 0 && document.size() > mLargestWhole) {
         qCWarning(
             lcQvUtil,

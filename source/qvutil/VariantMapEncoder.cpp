@@ -18,30 +18,30 @@ namespace {
 struct TypeRow
 {
     int Id;
-    QStringView Name;
+    QLatin1StringView Name;
 };
 
 // Written into documents, so the numbers are spelled out: they must not follow Qt's. In the order of ids,
 // in which those up to 17 are their own index.
 constexpr std::array<TypeRow, 52> kTypes = {{
-    {0, u"Invalid"},       {1, u"Bool"},           {2, u"Int"},
-    {3, u"UInt"},          {4, u"LongLong"},       {5, u"ULongLong"},
-    {6, u"Double"},        {7, u"Char"},           {8, u"Map"},
-    {9, u"List"},          {10, u"String"},        {11, u"StringList"},
-    {12, u"ByteArray"},    {13, u"BitArray"},      {14, u"Date"},
-    {15, u"Time"},         {16, u"DateTime"},      {17, u"Url"},
-    {18, u"Locale"},       {19, u"Rect"},          {20, u"RectF"},
-    {21, u"Size"},         {22, u"SizeF"},         {23, u"Line"},
-    {24, u"LineF"},        {25, u"Point"},         {26, u"PointF"},
-    {28, u"Hash"},         {29, u"EasingCurve"},   {4096, u"Font"},
-    {4097, u"Pixmap"},     {4098, u"Brush"},       {4099, u"Color"},
-    {4100, u"Palette"},    {4101, u"Icon"},        {4102, u"Image"},
-    {4103, u"Polygon"},    {4104, u"Region"},      {4105, u"Bitmap"},
-    {4106, u"Cursor"},     {4107, u"KeySequence"}, {4108, u"Pen"},
-    {4109, u"TextLength"}, {4110, u"TextFormat"},  {4112, u"Transform"},
-    {4113, u"Matrix4x4"},  {4114, u"Vector2D"},    {4115, u"Vector3D"},
-    {4116, u"Vector4D"},   {4117, u"Quaternion"},  {8192, u"SizePolicy"},
-    {65536, u"UserType"},
+    {0, "Invalid"_L1},       {1, "Bool"_L1},           {2, "Int"_L1},
+    {3, "UInt"_L1},          {4, "LongLong"_L1},       {5, "ULongLong"_L1},
+    {6, "Double"_L1},        {7, "Char"_L1},           {8, "Map"_L1},
+    {9, "List"_L1},          {10, "String"_L1},        {11, "StringList"_L1},
+    {12, "ByteArray"_L1},    {13, "BitArray"_L1},      {14, "Date"_L1},
+    {15, "Time"_L1},         {16, "DateTime"_L1},      {17, "Url"_L1},
+    {18, "Locale"_L1},       {19, "Rect"_L1},          {20, "RectF"_L1},
+    {21, "Size"_L1},         {22, "SizeF"_L1},         {23, "Line"_L1},
+    {24, "LineF"_L1},        {25, "Point"_L1},         {26, "PointF"_L1},
+    {28, "Hash"_L1},         {29, "EasingCurve"_L1},   {4096, "Font"_L1},
+    {4097, "Pixmap"_L1},     {4098, "Brush"_L1},       {4099, "Color"_L1},
+    {4100, "Palette"_L1},    {4101, "Icon"_L1},        {4102, "Image"_L1},
+    {4103, "Polygon"_L1},    {4104, "Region"_L1},      {4105, "Bitmap"_L1},
+    {4106, "Cursor"_L1},     {4107, "KeySequence"_L1}, {4108, "Pen"_L1},
+    {4109, "TextLength"_L1}, {4110, "TextFormat"_L1},  {4112, "Transform"_L1},
+    {4113, "Matrix4x4"_L1},  {4114, "Vector2D"_L1},    {4115, "Vector3D"_L1},
+    {4116, "Vector4D"_L1},   {4117, "Quaternion"_L1},  {8192, "SizePolicy"_L1},
+    {65536, "UserType"_L1},
 }};
 
 // Calls visit with the filer on each child element in turn; the filer ends where it began.
@@ -62,24 +62,34 @@ template <typename Fill> void WriteElement(XmlFiler& filer, Fill fill)
     filer.PopCurrentNode();
 }
 
+template <typename View> int FindTypeId(View name)
+{
+    const auto isExact = [name](const TypeRow& type) { return type.Name == name; };
+    const auto isSame
+        = [name](const TypeRow& type) { return type.Name.compare(name, Qt::CaseInsensitive) == 0; };
+    // Nearly every name is spelled as here, and comparing exactly is much faster.
+    auto row = std::ranges::find_if(kTypes, isExact);
+    if (row == kTypes.cend())
+        row = std::ranges::find_if(kTypes, isSame);
+    return row != kTypes.cend() ? row->Id : 0;
+}
+
 } // namespace
 
-QStringView TypeName(int typeId)
+QLatin1StringView TypeName(int typeId)
 {
     const auto row = std::ranges::lower_bound(kTypes, typeId, {}, &TypeRow::Id);
-    return row != kTypes.cend() && row->Id == typeId ? row->Name : QStringView();
+    return row != kTypes.cend() && row->Id == typeId ? row->Name : QLatin1StringView();
 }
 
 int TypeIdOf(QStringView name)
 {
-    // Nearly every name is spelled as here, and comparing exactly is much faster.
-    auto row = std::ranges::find(kTypes, name, &TypeRow::Name);
-    if (row == kTypes.cend()) {
-        row = std::ranges::find_if(kTypes, [name](const TypeRow& type) {
-            return type.Name.compare(name, Qt::CaseInsensitive) == 0;
-        });
-    }
-    return row != kTypes.cend() ? row->Id : 0;
+    return FindTypeId(name);
+}
+
+int TypeIdOf(QLatin1StringView name)
+{
+    return FindTypeId(name);
 }
 
 QString VariantMapEncoder::Encode(const QVariantMap& map) const

@@ -73,9 +73,10 @@ public:
 };
 
 /// The same names as a table lookup without copies, for the quick reader and writer.
-[[nodiscard]] QStringView TypeName(int typeId);
+[[nodiscard]] QLatin1StringView TypeName(int typeId);
 /// \return the id of the type named \p name, in any case; 0 if there is none
 [[nodiscard]] int TypeIdOf(QStringView name);
+[[nodiscard]] int TypeIdOf(QLatin1StringView name);
 /// Whether values of that type are written by type.
 [[nodiscard]] constexpr bool IsSupportedTypeId(int typeId)
 {

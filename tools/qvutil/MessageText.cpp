@@ -213,7 +213,7 @@ QVariant FromPlainNumber(const QJsonValue& json)
     return NumberIn<qlonglong>(json).value_or(json.toDouble());
 }
 
-JsonValue NumberToJson(qint64 number, QStringView type)
+JsonValue NumberToJson(qint64 number, QLatin1StringView type)
 {
     const bool isExact = number <= kLargestExact && number >= -kLargestExact;
     return {isExact ? QJsonValue(number) : QJsonValue(QString::number(number)), type.toString()};
