@@ -6,6 +6,7 @@
 
 #include "IPC.h"
 #include "MessageCodec_p.h"
+#include "TestSupport.h"
 #include "platform/Platform.h"
 
 #include <QCoreApplication>
@@ -24,10 +25,6 @@
 #include <sys/types.h>
 #include <sys/wait.h>
 
-/// Waits up to a minute: the machine may be busy with other things.
-#define EVENTUALLY(condition) QTRY_VERIFY_WITH_TIMEOUT(condition, 60000)
-#define EVENTUALLY_EQUAL(actual, expected) QTRY_COMPARE_WITH_TIMEOUT(actual, expected, 60000)
-
 /// What the tests of messaging share.
 namespace MessagingSupport {
 
@@ -41,7 +38,7 @@ namespace MessagingSupport {
 /// Runs the event loop until a condition holds. \return false if it does not within a minute
 template <typename Condition> [[nodiscard]] bool WaitUntil(Condition condition)
 {
-    return QTest::qWaitFor(condition, 60000);
+    return QTest::qWaitFor(condition, TestSupport::kPatienceMs);
 }
 
 /// Connects a plain Qt socket as soon as somebody listens.
