@@ -628,8 +628,8 @@ void tst_ToolMessage::Encode_bad_data()
     row("list of something else", "[1]", u":1: message 1: 1 is no message"_s);
     row("no name", "{}", u":1: id: a message has a name, which is a text"_s);
     row("name that is none", "{\"id\":5}", u":1: id: a message has a name, which is a text"_s);
-    row("unknown field", "\n{\"id\":\"A\",\"parms\":{}}",
-        u":2: parms: a message has no such field; fields are id, uniqueId, originalMessageUniqueId, "
+    row("unknown field", "\n{\"id\":\"A\",\"extras\":{}}",
+        u":2: extras: a message has no such field; fields are id, uniqueId, originalMessageUniqueId, "
         u"needResponse, "
         "isResponse, params, types"_s);
     row("flag", "{\"id\":\"A\",\"needResponse\":\"True\"}",

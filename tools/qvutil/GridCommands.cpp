@@ -437,7 +437,7 @@ void AddWatch(CommandLine& line, CLI::App& group)
     CLI::App& watch
         = AddGridCommand(line, group, "watch", "Print who joins, leaves and dies, until interrupted",
                          "qvutil grid watch desk\n"
-                         "qvutil grid watch desk --count 1   # until something happens",
+                         "qvutil grid watch desk --json | jq --unbuffered -r .event",
                          *options);
     watch.footer("Begins with the members that there are. \"left\" is said of a process that took its entry\n"
                  "with it, \"died\" of one that did not, and \"pruned\" when another removes that entry.\n\n"

@@ -13,9 +13,9 @@ int main(int argc, char* argv[])
     AddSettingsCommands(line);
     AddXliffCommands(line);
     AddExprCommands(line);
-    AddGridCommands(line);
-    AddMessageCommands(line);
     AddIpcCommands(line);
+    AddMessageCommands(line);
+    AddGridCommands(line);
     AddLocaleCommands(line);
     AddPathCommands(line);
     AddFilesCommands(line);
