@@ -457,7 +457,8 @@ void tst_MessageServer::Receive_endless_data()
     QTest::addColumn<int>("messages");
 
     QTest::newRow("byte by byte") << 1 << 10;
-    QTest::newRow("piece by piece") << 40000 << 1;
+    // Nothing is sent before the reader has given up, which takes its time with a race detector.
+    QTest::newRow("piece by piece") << 40000 << 0;
 }
 
 void tst_MessageServer::Receive_endless()
