@@ -128,6 +128,19 @@ public:
         return result;
     }
 
+    /// Starts the tool with arguments, and does not wait for anything.
+    void Start(QProcess& process, const QStringList& arguments) const
+    {
+        Prepare(process);
+        process.start(QStringLiteral(QVUTIL_TOOL), arguments);
+    }
+    /// Starts a line of the shell, with the tool as $TOOL.
+    void StartShell(QProcess& process, const QString& line) const
+    {
+        Prepare(process);
+        process.start(QStringLiteral("sh"), {QStringLiteral("-c"), line});
+    }
+
 private:
     void Prepare(QProcess& process) const
     {

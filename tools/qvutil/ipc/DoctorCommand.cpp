@@ -131,6 +131,9 @@ void PrintText(const Endpoint& endpoint, const std::optional<Visit>& visit,
         PrintRow(u"clients",
                  u"%1%2"_s.arg(endpoint.Processes->Connections)
                      .arg(clients.isEmpty() ? QString() : u": process "_s + clients));
+        if (endpoint.Processes->Waiting > 0)
+            PrintRow(u"waiting",
+                     u"%1, which the server has not yet accepted"_s.arg(endpoint.Processes->Waiting));
     }
     PrintVisit(visit);
     for (const EndpointProblem& problem : problems) {
@@ -181,6 +184,7 @@ void PrintJson(const Endpoint& endpoint, const std::optional<Visit>& visit,
         object.insert(u"servers"_s, ToJson(endpoint.Processes->Servers));
         object.insert(u"clients"_s, ToJson(endpoint.Processes->Clients));
         object.insert(u"connections"_s, endpoint.Processes->Connections);
+        object.insert(u"waiting"_s, endpoint.Processes->Waiting);
     }
     if (visit)
         object.insert(u"visit"_s, ToJson(*visit));

@@ -24,6 +24,7 @@ struct EndpointProcesses
     QList<ProcessName> Servers; ///< those that have the listening socket
     QList<ProcessName> Clients; ///< those that are connected to it
     int Connections = 0; ///< to the server; the processes of some may be unknown
+    int Waiting = 0; ///< further connections that the server has not yet accepted
 };
 
 // Each system answers these in a file of its own.

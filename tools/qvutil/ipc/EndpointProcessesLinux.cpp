@@ -36,6 +36,7 @@ struct SocketRow
     quint32 Inode = 0;
     quint32 FileInode = 0; // of the file that it is bound to; 0 for none
     quint32 PeerInode = 0;
+    quint32 QueueSize = 0; // of a listening socket: the connections that wait to be accepted
 };
 
 // A plain structure at the beginning of some bytes; zero if there are too few.
@@ -69,6 +70,8 @@ SocketRow ReadRow(QByteArrayView body)
             row.FileInode = ReadPlain<unix_diag_vfs>(data).udiag_vfs_ino;
         else if (attribute.rta_type == UNIX_DIAG_PEER)
             row.PeerInode = ReadPlain<quint32>(data);
+        else if (attribute.rta_type == UNIX_DIAG_RQLEN)
+            row.QueueSize = ReadPlain<unix_diag_rqlen>(data).udiag_rqueue;
         at += Aligned(attribute.rta_len);
     }
     return row;
@@ -105,7 +108,7 @@ std::optional<QList<SocketRow>> ListSockets()
     question.Header.nlmsg_flags = NLM_F_REQUEST | NLM_F_DUMP;
     question.Request.sdiag_family = AF_UNIX;
     question.Request.udiag_states = (1U << kConnected) | (1U << kListening);
-    question.Request.udiag_show = UDIAG_SHOW_VFS | UDIAG_SHOW_PEER;
+    question.Request.udiag_show = UDIAG_SHOW_VFS | UDIAG_SHOW_PEER | UDIAG_SHOW_RQLEN;
 
     const int socket = ::socket(AF_NETLINK, SOCK_RAW | SOCK_CLOEXEC, NETLINK_SOCK_DIAG);
     if (socket == -1)
@@ -165,6 +168,7 @@ std::optional<EndpointProcesses> FindEndpointProcesses(const QString& path)
             continue;
         if (row.State == kListening) {
             servers.insert(row.Inode);
+            result.Waiting += static_cast<int>(row.QueueSize);
         } else {
             ++result.Connections;
             clients.insert(row.PeerInode);

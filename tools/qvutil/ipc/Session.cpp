@@ -53,6 +53,8 @@ Session::Session(Interruption interruption)
 {
     gPreviousHandler = qInstallMessageHandler(&HandleMessage);
     QLoggingCategory::setFilterRules(u"qvutil=true"_s);
+    // A reader that has gone, of standard output too, is an error of the writing operation.
+    (void)std::signal(SIGPIPE, SIG_IGN);
     if (interruption == EndsOnSignals)
         CatchSignals();
 }

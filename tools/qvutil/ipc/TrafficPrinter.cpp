@@ -5,9 +5,13 @@
 
 #include "../MessageText.h"
 
+#include "MessageCodec_p.h"
+
+#include <algorithm>
 #include <utility>
 
 using namespace Qt::StringLiterals;
+using Quorvin::Util::kDocumentStartBytes;
 
 namespace Quorvin::Tool {
 namespace {
@@ -15,12 +19,30 @@ namespace {
 // What never becomes a document is not collected for ever.
 constexpr qsizetype kMostPending = qsizetype(64) * 1024 * 1024;
 
+// Whether a document begins there that the next bytes may complete.
+bool MayGoOn(QByteArrayView bytes)
+{
+    return bytes.size() < kMostPending
+        && (bytes.startsWith(kDocumentStartBytes) || kDocumentStartBytes.startsWith(bytes));
+}
+
 } // namespace
 
 void TrafficPrinter::Take(const QByteArray& bytes)
 {
-    const QByteArray all = std::exchange(mPending, {}) + bytes;
-    const int reads = std::exchange(mPendingReads, 0) + 1;
+    const qsizetype newStart = std::max<qsizetype>(mPending.size() - kDocumentStartBytes.size() + 1, 0);
+    const bool wasPending = !mPending.isEmpty();
+    mPending += bytes;
+    ++mPendingReads;
+    // To read the beginning of a large document once more with each of its parts would take long.
+    const bool hasNewStart = mPending.indexOf(kDocumentStartBytes, newStart) >= 0;
+    const bool mayEndHere
+        = QByteArrayView(mPending).last(std::min<qsizetype>(mPending.size(), 16)).trimmed().endsWith('>');
+    if (wasPending && !hasNewStart && !mayEndHere && mPending.size() < kMostPending)
+        return;
+
+    const QByteArray all = std::exchange(mPending, {});
+    const int reads = std::exchange(mPendingReads, 0);
     ForEachMessagePiece(all, [&](const MessagePiece& piece) {
         QJsonObject notes{{u"bytes"_s, piece.Bytes.size()}};
         const int readsOfPiece = piece.Offset == 0 ? reads : 1;
@@ -29,7 +51,7 @@ void TrafficPrinter::Take(const QByteArray& bytes)
         const bool isLast = piece.Offset + piece.Bytes.size() == all.size();
         if (piece.Message) {
             mLines.Print(*piece.Message, mDirection, notes);
-        } else if (isLast && piece.Bytes.size() < kMostPending) {
+        } else if (isLast && MayGoOn(piece.Bytes)) {
             mPending = piece.Bytes.toByteArray();
             mPendingReads = readsOfPiece;
         } else {

@@ -1,0 +1,61 @@
+// SPDX-FileCopyrightText: 2026 The QvUtil developers
+// SPDX-License-Identifier: MIT
+
+#ifndef QVUTIL_BARESOCKET_H
+#define QVUTIL_BARESOCKET_H
+
+#include <QByteArray>
+#include <QDir>
+#include <QFile>
+#include <QString>
+
+#include <algorithm>
+#include <utility>
+
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+namespace TestSupport {
+
+/// The path of the socket of a server.
+[[nodiscard]] inline QString PathOf(const QString& serverName)
+{
+    return QDir::cleanPath(QDir::tempPath()) + u'/' + serverName;
+}
+
+/// A socket in the file system, of no process that reads: with backlog it takes what fits the system's
+/// buffers, without it is what a killed server leaves.
+class BareSocket
+{
+public:
+    BareSocket(const QString& path, bool listens)
+        : mPath(QFile::encodeName(path))
+        , mSocket(::socket(AF_UNIX, SOCK_STREAM, 0))
+    {
+        sockaddr_un address = {};
+        address.sun_family = AF_UNIX;
+        std::copy(mPath.begin(), mPath.end(), address.sun_path);
+        mGood = ::bind(mSocket, reinterpret_cast<const sockaddr*>(&address), sizeof(address)) == 0
+            && (!listens || ::listen(mSocket, 10) == 0);
+        if (!listens)
+            ::close(std::exchange(mSocket, -1));
+    }
+    ~BareSocket()
+    {
+        if (mSocket != -1)
+            ::close(mSocket);
+        ::unlink(mPath.constData());
+    }
+    Q_DISABLE_COPY_MOVE(BareSocket)
+    [[nodiscard]] bool IsGood() const { return mGood; }
+
+private:
+    QByteArray mPath;
+    int mSocket;
+    bool mGood = false;
+};
+
+} // namespace TestSupport
+
+#endif // QVUTIL_BARESOCKET_H

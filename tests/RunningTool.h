@@ -1,0 +1,96 @@
+// SPDX-FileCopyrightText: 2026 The QvUtil developers
+// SPDX-License-Identifier: MIT
+
+#ifndef QVUTIL_RUNNINGTOOL_H
+#define QVUTIL_RUNNINGTOOL_H
+
+#include "ToolRunner.h"
+
+#include <QtTest>
+
+#include <csignal>
+
+namespace TestSupport {
+
+/// A tool that runs while the test does something else; killed with the object. Waiting runs the event loop,
+/// so that the test's own sockets are served.
+class RunningTool
+{
+public:
+    RunningTool(const ToolRunner& tool, const QStringList& arguments)
+    {
+        tool.Start(mProcess, arguments);
+        mProcess.waitForStarted(ToolRunner::kTimeoutMs);
+    }
+    /// Starts a line of the shell instead.
+    RunningTool(const ToolRunner& tool, const QString& shellLine)
+    {
+        tool.StartShell(mProcess, shellLine);
+        mProcess.waitForStarted(ToolRunner::kTimeoutMs);
+    }
+    ~RunningTool()
+    {
+        if (mProcess.state() != QProcess::NotRunning) {
+            mProcess.kill();
+            mProcess.waitForFinished(ToolRunner::kTimeoutMs);
+        }
+    }
+    Q_DISABLE_COPY_MOVE(RunningTool)
+
+    /// Waits until some text stands on standard output, or on standard error.
+    /// \return false if it does not within a minute, or the tool has ended before
+    [[nodiscard]] bool WaitForOutput(const QByteArray& text) { return WaitFor(mOutput, text, 1); }
+    [[nodiscard]] bool WaitForError(const QByteArray& text, int count = 1)
+    {
+        return WaitFor(mErrors, text, count);
+    }
+
+    /// Waits for the end. \return what is there altogether; -1 as the exit code if it does not end
+    [[nodiscard]] ToolResult WaitForEnd()
+    {
+        const bool hasEnded = QTest::qWaitFor([this] { return mProcess.state() == QProcess::NotRunning; },
+                                              ToolRunner::kTimeoutMs);
+        Read();
+        const bool isNormal = hasEnded && mProcess.exitStatus() == QProcess::NormalExit;
+        return {.ExitCode = isNormal ? mProcess.exitCode() : -1, .Output = mOutput, .Errors = mErrors};
+    }
+    /// Sends a signal and waits for the end.
+    [[nodiscard]] ToolResult End(int signal = SIGTERM)
+    {
+        Signal(signal);
+        return WaitForEnd();
+    }
+    void Signal(int signal) const { ::kill(static_cast<pid_t>(mProcess.processId()), signal); }
+
+    [[nodiscard]] bool IsRunning() const { return mProcess.state() == QProcess::Running; }
+    [[nodiscard]] qint64 Id() const { return mProcess.processId(); }
+    /// What is known so far.
+    [[nodiscard]] const QByteArray& Output() const { return mOutput; }
+
+private:
+    void Read()
+    {
+        mOutput += mProcess.readAllStandardOutput();
+        mErrors += mProcess.readAllStandardError();
+    }
+
+    [[nodiscard]] bool WaitFor(const QByteArray& bytes, const QByteArray& text, int count)
+    {
+        const bool isThere = QTest::qWaitFor(
+            [&] {
+                const bool hasEnded = mProcess.state() == QProcess::NotRunning;
+                Read();
+                return bytes.count(text) >= count || hasEnded;
+            },
+            ToolRunner::kTimeoutMs);
+        return isThere && bytes.count(text) >= count;
+    }
+
+    QProcess mProcess;
+    QByteArray mOutput;
+    QByteArray mErrors;
+};
+
+} // namespace TestSupport
+
+#endif // QVUTIL_RUNNINGTOOL_H
