@@ -9,6 +9,8 @@
 #include <QtTest>
 
 #include <csignal>
+#include <memory>
+#include <utility>
 
 namespace TestSupport {
 
@@ -90,6 +92,15 @@ private:
     QByteArray mOutput;
     QByteArray mErrors;
 };
+
+/// Starts a server of messages, and waits until it listens. \return null if it does not
+[[nodiscard]] inline std::unique_ptr<RunningTool> StartListener(const ToolRunner& tool, const QString& name,
+                                                                const QStringList& options = {})
+{
+    auto listener = std::make_unique<RunningTool>(
+        tool, QStringList{QStringLiteral("ipc"), QStringLiteral("listen"), name} + options);
+    return listener->WaitForError("qvutil: listening at ") ? std::move(listener) : nullptr;
+}
 
 } // namespace TestSupport
 

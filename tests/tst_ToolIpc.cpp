@@ -25,6 +25,7 @@ using Quorvin::Util::MessageInfo;
 using TestSupport::BareSocket;
 using TestSupport::PathOf;
 using TestSupport::RunningTool;
+using TestSupport::StartListener;
 using TestSupport::ToolResult;
 using TestSupport::ToolRunner;
 
@@ -99,9 +100,6 @@ private Q_SLOTS:
     void Listen_outputClosed();
 
 private:
-    // Starts a listener and waits until it listens.
-    [[nodiscard]] std::unique_ptr<RunningTool> Listen(const QString& name,
-                                                      const QStringList& options = {}) const;
     // Runs a command of the group while the event loop runs.
     [[nodiscard]] ToolResult Run(const QStringList& arguments) const;
 
@@ -119,12 +117,6 @@ void tst_ToolIpc::cleanup()
     if (QTest::currentTestFailed())
         mTool->KeepFolder();
     mTool.reset();
-}
-
-std::unique_ptr<RunningTool> tst_ToolIpc::Listen(const QString& name, const QStringList& options) const
-{
-    auto tool = std::make_unique<RunningTool>(*mTool, QStringList{u"ipc"_s, u"listen"_s, name} + options);
-    return tool->WaitForError("qvutil: listening at ") ? std::move(tool) : nullptr;
 }
 
 ToolResult tst_ToolIpc::Run(const QStringList& arguments) const
@@ -185,7 +177,7 @@ void tst_ToolIpc::Call_echo()
 
     QVERIFY(mTool->Write(u"bytes"_s, QByteArray("\x00\xff\x0a", 3)) && mTool->Write(u"empty"_s, {}));
     const QString name = UniqueName();
-    const auto listener = Listen(name, {u"--echo"_s});
+    const auto listener = StartListener(*mTool, name, {u"--echo"_s});
     QVERIFY(listener);
     QCOMPARE(Run(QStringList{u"call"_s, name, u"Ask"_s} + parameters).ToText(), expected);
 }
@@ -245,7 +237,7 @@ void tst_ToolIpc::Call_badParameters()
 void tst_ToolIpc::Call_json()
 {
     const QString name = UniqueName();
-    const auto listener = Listen(name, {u"--echo"_s});
+    const auto listener = StartListener(*mTool, name, {u"--echo"_s});
     QVERIFY(listener);
     const ToolResult result = Run({u"call"_s, name, u"Ask"_s, u"a:uint=1"_s, u"b=x"_s, u"--json"_s});
     QCOMPARE(result.ExitCode, 0);
@@ -265,7 +257,7 @@ void tst_ToolIpc::Call_file()
     QVERIFY(mTool->Write(u"m.json"_s,
                          R"({"id": "Other", "params": {"a": 1, "b": 2, "x": 3}, "types": {"x": "Double"}})"));
     const QString name = UniqueName();
-    const auto listener = Listen(name, {u"--echo"_s});
+    const auto listener = StartListener(*mTool, name, {u"--echo"_s});
     QVERIFY(listener);
     QCOMPARE(Run({u"call"_s, name, u"Ask"_s, u"b=other"_s, u"--params"_s, u"m.json"_s}).ToText(),
              u"a:int=1\nb=other\nx:double=3\n=> 0\n"_s);
@@ -275,7 +267,7 @@ void tst_ToolIpc::Call_file()
 void tst_ToolIpc::Call_standardInput()
 {
     const QString name = UniqueName();
-    const auto listener = Listen(name, {u"--echo"_s});
+    const auto listener = StartListener(*mTool, name, {u"--echo"_s});
     QVERIFY(listener);
     QCOMPARE(mTool->RunShell(u"printf 'ab\\000' | $TOOL ipc call %1 Ask b=@-"_s.arg(name)).ToText(),
              u"b:bytearray=YWIA\n=> 0\n"_s);
@@ -428,7 +420,7 @@ void tst_ToolIpc::Call_connectionLost()
 void tst_ToolIpc::Call_serverKilled()
 {
     const QString name = UniqueName();
-    const auto listener = Listen(name, {u"--echo"_s});
+    const auto listener = StartListener(*mTool, name, {u"--echo"_s});
     QVERIFY(listener);
     listener->Signal(SIGSTOP); // so that it does not answer
     RunningTool call(*mTool, {u"ipc"_s, u"call"_s, name, u"Ask"_s, u"--timeout"_s, u"600000"_s});
@@ -460,7 +452,7 @@ void tst_ToolIpc::Call_wait()
         *mTool, {u"ipc"_s, u"call"_s, name, u"Ask"_s, u"a=b"_s, u"--wait"_s, u"--timeout"_s, u"600000"_s});
     QCOMPARE(Run({u"call"_s, name, u"Ask"_s}).ExitCode, 1); // one that does not wait
     QVERIFY(call.IsRunning());
-    const auto listener = Listen(name, {u"--echo"_s});
+    const auto listener = StartListener(*mTool, name, {u"--echo"_s});
     QVERIFY(listener);
     QCOMPARE(call.WaitForEnd().ToText(), u"a=b\n=> 0\n"_s);
 }
@@ -545,7 +537,7 @@ void tst_ToolIpc::Send_unreachable()
 void tst_ToolIpc::Listen_text()
 {
     const QString name = UniqueName();
-    const auto listener = Listen(name);
+    const auto listener = StartListener(*mTool, name);
     QVERIFY(listener);
     QCOMPARE(Run({u"call"_s, name, u"Ask"_s, u"n:int=5"_s, u"t=a\nb"_s}).ToText(), u"=> 0\n"_s);
     QCOMPARE(Run({u"send"_s, name, u"News"_s}).ToText(), u"=> 0\n"_s);
@@ -573,7 +565,7 @@ void tst_ToolIpc::Listen_text()
 void tst_ToolIpc::Listen_json()
 {
     const QString name = UniqueName();
-    const auto listener = Listen(name, {u"--json"_s, u"--count"_s, u"2"_s});
+    const auto listener = StartListener(*mTool, name, {u"--json"_s, u"--count"_s, u"2"_s});
     QVERIFY(listener);
     QCOMPARE(Run({u"call"_s, name, u"Ask"_s, u"n:uint=5"_s}).ExitCode, 0);
     QCOMPARE(Run({u"send"_s, name, u"News"_s, u"t=a\nb"_s}).ExitCode, 0);
@@ -601,7 +593,7 @@ void tst_ToolIpc::Listen_reply()
                          R"([{"id": "Open", "params": {"ok": true, "n": 1}, "types": {"n": "Double"}},
         {"id": "*", "params": {"ok": false}}])"));
     const QString name = UniqueName();
-    const auto listener = Listen(name, {u"--reply"_s, u"replies.json"_s});
+    const auto listener = StartListener(*mTool, name, {u"--reply"_s, u"replies.json"_s});
     QVERIFY(listener);
     QCOMPARE(Run({u"call"_s, name, u"Open"_s, u"x=1"_s}).ToText(), u"n:double=1\nok:bool=true\n=> 0\n"_s);
     QCOMPARE(Run({u"call"_s, name, u"open"_s, u"x=1"_s}).ToText(), u"ok:bool=false\n=> 0\n"_s);
@@ -612,7 +604,7 @@ void tst_ToolIpc::Listen_replyAndEcho()
     QVERIFY(mTool->Write(u"replies.json"_s,
                          R"({"id": "Open", "params": {"ok": true}} {"id": "*", "params": {"any": 1}})"));
     const QString name = UniqueName();
-    const auto listener = Listen(name, {u"--reply"_s, u"replies.json"_s, u"--echo"_s});
+    const auto listener = StartListener(*mTool, name, {u"--reply"_s, u"replies.json"_s, u"--echo"_s});
     QVERIFY(listener);
     QCOMPARE(Run({u"call"_s, name, u"Open"_s, u"x=1"_s}).ToText(), u"ok:bool=true\n=> 0\n"_s);
     QCOMPARE(Run({u"call"_s, name, u"Close"_s, u"x=1"_s}).ToText(), u"x=1\n=> 0\n"_s);
@@ -645,7 +637,7 @@ void tst_ToolIpc::Listen_badReply()
 void tst_ToolIpc::Listen_longValues()
 {
     const QString name = UniqueName();
-    const auto listener = Listen(name, {u"--echo"_s});
+    const auto listener = StartListener(*mTool, name, {u"--echo"_s});
     QVERIFY(listener);
     const QString text(201, u'x');
     QCOMPARE(Run({u"call"_s, name, u"Ask"_s, u"t="_s + text}).ToText(), u"t=%1\n=> 0\n"_s.arg(text));
@@ -659,7 +651,7 @@ void tst_ToolIpc::Listen_longValues()
 void tst_ToolIpc::Listen_quiet()
 {
     const QString name = UniqueName();
-    const auto listener = Listen(name, {u"--echo"_s, u"--quiet"_s, u"--count"_s, u"1"_s});
+    const auto listener = StartListener(*mTool, name, {u"--echo"_s, u"--quiet"_s, u"--count"_s, u"1"_s});
     QVERIFY(listener);
     QCOMPARE(Run({u"call"_s, name, u"Ask"_s, u"a=b"_s}).ToText(), u"a=b\n=> 0\n"_s);
     const ToolResult result = listener->WaitForEnd();
@@ -671,7 +663,7 @@ void tst_ToolIpc::Listen_quiet()
 void tst_ToolIpc::Listen_count()
 {
     const QString name = UniqueName();
-    const auto listener = Listen(name, {u"--count"_s, u"2"_s});
+    const auto listener = StartListener(*mTool, name, {u"--count"_s, u"2"_s});
     QVERIFY(listener);
     QLocalSocket client;
     QVERIFY(Connect(client, name));
@@ -686,7 +678,7 @@ void tst_ToolIpc::Listen_countWritesLastAnswer()
 {
     QVERIFY(mTool->Write(u"large"_s, QByteArray(3 * 1024 * 1024, 'x')));
     const QString name = UniqueName();
-    const auto listener = Listen(name, {u"--count"_s, u"1"_s, u"--echo"_s, u"--quiet"_s});
+    const auto listener = StartListener(*mTool, name, {u"--count"_s, u"1"_s, u"--echo"_s, u"--quiet"_s});
     QVERIFY(listener);
     QLocalSocket client;
     QVERIFY(Connect(client, name));
@@ -703,7 +695,7 @@ void tst_ToolIpc::Listen_countWritesLastAnswer()
 void tst_ToolIpc::Listen_replacedClient()
 {
     const QString name = UniqueName();
-    const auto listener = Listen(name, {u"--echo"_s});
+    const auto listener = StartListener(*mTool, name, {u"--echo"_s});
     QVERIFY(listener);
     QLocalSocket first;
     QVERIFY(Connect(first, name));
@@ -718,7 +710,7 @@ void tst_ToolIpc::Listen_replacedClient()
 void tst_ToolIpc::Listen_nameInUse()
 {
     const QString name = UniqueName();
-    const auto listener = Listen(name, {u"--echo"_s});
+    const auto listener = StartListener(*mTool, name, {u"--echo"_s});
     QVERIFY(listener);
     const ToolResult result = Run({u"listen"_s, name});
     QCOMPARE(result.ExitCode, 2);
@@ -734,9 +726,9 @@ void tst_ToolIpc::Listen_nameInUse()
 void tst_ToolIpc::Listen_replace()
 {
     const QString name = UniqueName();
-    const auto first = Listen(name);
+    const auto first = StartListener(*mTool, name);
     QVERIFY(first);
-    const auto second = Listen(name, {u"--echo"_s, u"--replace"_s});
+    const auto second = StartListener(*mTool, name, {u"--echo"_s, u"--replace"_s});
     QVERIFY(second);
     QCOMPARE(Run({u"call"_s, name, u"Ask"_s, u"a=b"_s}).ToText(), u"a=b\n=> 0\n"_s);
     QCOMPARE(second->End().ExitCode, 0);
@@ -748,7 +740,7 @@ void tst_ToolIpc::Listen_staleSocket()
     const QString name = UniqueName();
     const BareSocket stale(PathOf(name), false);
     QVERIFY(stale.IsGood());
-    const auto listener = Listen(name, {u"--echo"_s});
+    const auto listener = StartListener(*mTool, name, {u"--echo"_s});
     QVERIFY(listener);
     QCOMPARE(Run({u"call"_s, name, u"Ask"_s, u"a=b"_s}).ToText(), u"a=b\n=> 0\n"_s);
 }
@@ -801,7 +793,7 @@ void tst_ToolIpc::Listen_ends()
     QFETCH(const int, signal);
 
     const QString name = UniqueName();
-    const auto listener = Listen(name);
+    const auto listener = StartListener(*mTool, name);
     QVERIFY(listener);
     QVERIFY(QFile::exists(PathOf(name)));
     QLocalSocket client;

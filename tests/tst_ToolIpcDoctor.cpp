@@ -25,6 +25,7 @@ using namespace MessagingSupport;
 using TestSupport::BareSocket;
 using TestSupport::PathOf;
 using TestSupport::RunningTool;
+using TestSupport::StartListener;
 using TestSupport::ToolResult;
 using TestSupport::ToolRunner;
 
@@ -74,8 +75,6 @@ private:
     [[nodiscard]] QJsonObject Diagnose(const QString& name, const QStringList& options = {}) const;
     // The codes of the problems.
     [[nodiscard]] static QStringList Codes(const QJsonObject& diagnosis);
-    [[nodiscard]] std::unique_ptr<RunningTool> Listen(const QString& name,
-                                                      const QStringList& options = {}) const;
 
     std::optional<ToolRunner> mTool;
 };
@@ -118,18 +117,12 @@ QStringList tst_ToolIpcDoctor::Codes(const QJsonObject& diagnosis)
     return codes;
 }
 
-std::unique_ptr<RunningTool> tst_ToolIpcDoctor::Listen(const QString& name, const QStringList& options) const
-{
-    auto tool = std::make_unique<RunningTool>(*mTool, QStringList{u"ipc"_s, u"listen"_s, name} + options);
-    return tool->WaitForError("qvutil: listening at ") ? std::move(tool) : nullptr;
-}
-
 // doctor
 
 void tst_ToolIpcDoctor::Doctor_healthy()
 {
     const QString name = UniqueName();
-    const auto listener = Listen(name);
+    const auto listener = StartListener(*mTool, name);
     QVERIFY(listener);
     const QJsonObject found = Diagnose(name);
     QCOMPARE(found.value("name"_L1), QJsonValue(name));
@@ -154,7 +147,7 @@ void tst_ToolIpcDoctor::Doctor_healthy()
 void tst_ToolIpcDoctor::Doctor_healthyText()
 {
     const QString name = UniqueName();
-    const auto listener = Listen(name);
+    const auto listener = StartListener(*mTool, name);
     QVERIFY(listener);
     const QString path = PathOf(name);
     QString expected = u"name        %1\npath        %2 (%3 bytes of %4)\n"
@@ -175,7 +168,7 @@ void tst_ToolIpcDoctor::Doctor_healthyText()
 void tst_ToolIpcDoctor::Doctor_doesNotDisturb()
 {
     const QString name = UniqueName();
-    const auto listener = Listen(name);
+    const auto listener = StartListener(*mTool, name);
     QVERIFY(listener);
     QLocalSocket client;
     QVERIFY(Connect(client, name));
@@ -193,7 +186,7 @@ void tst_ToolIpcDoctor::Doctor_client()
 {
 #ifdef Q_OS_LINUX
     const QString name = UniqueName();
-    const auto listener = Listen(name);
+    const auto listener = StartListener(*mTool, name);
     QVERIFY(listener);
     QLocalSocket client;
     QVERIFY(Connect(client, name));
@@ -221,7 +214,7 @@ void tst_ToolIpcDoctor::Doctor_client()
 void tst_ToolIpcDoctor::Doctor_connect()
 {
     const QString name = UniqueName();
-    const auto listener = Listen(name);
+    const auto listener = StartListener(*mTool, name);
     QVERIFY(listener);
     const QJsonObject found = Diagnose(name, {u"--connect"_s});
     QCOMPARE(Codes(found), QStringList());
@@ -240,7 +233,7 @@ void tst_ToolIpcDoctor::Doctor_connect()
 void tst_ToolIpcDoctor::Doctor_connectReplacesClient()
 {
     const QString name = UniqueName();
-    const auto listener = Listen(name);
+    const auto listener = StartListener(*mTool, name);
     QVERIFY(listener);
     QLocalSocket client;
     QVERIFY(Connect(client, name));
@@ -297,7 +290,7 @@ void tst_ToolIpcDoctor::Doctor_missing()
 void tst_ToolIpcDoctor::Doctor_stale()
 {
     const QString name = UniqueName();
-    const auto listener = Listen(name);
+    const auto listener = StartListener(*mTool, name);
     QVERIFY(listener);
     (void)listener->End(SIGKILL);
     const QJsonObject found = Diagnose(name);
@@ -338,7 +331,7 @@ void tst_ToolIpcDoctor::Doctor_longest()
 {
     QString name = UniqueName();
     name += QString(Quorvin::Util::Platform::GetLongestSocketPath() - PathOf(name).size(), u'x');
-    const auto listener = Listen(name);
+    const auto listener = StartListener(*mTool, name);
     QVERIFY(listener);
     QCOMPARE(Codes(Diagnose(name, {u"--connect"_s})), QStringList());
 }
@@ -351,7 +344,7 @@ void tst_ToolIpcDoctor::Doctor_emptyName()
 void tst_ToolIpcDoctor::Doctor_openToOthers()
 {
     const QString name = UniqueName();
-    const auto listener = Listen(name);
+    const auto listener = StartListener(*mTool, name);
     QVERIFY(listener);
     for (const mode_t mode : {0770, 0707, 0720, 0702}) {
         QVERIFY(::chmod(QFile::encodeName(PathOf(name)).constData(), mode) == 0);
@@ -385,7 +378,7 @@ void tst_ToolIpcDoctor::Doctor_forbidden()
     if (::geteuid() != 0)
         QSKIP("needs to be root to have a socket that another user may not use");
     const QString name = UniqueName();
-    const auto listener = Listen(name);
+    const auto listener = StartListener(*mTool, name);
     QVERIFY(listener);
     // The tool where that user can reach it.
     const QString tool = mTool->Path(u"qvutil"_s);
@@ -416,7 +409,7 @@ void tst_ToolIpcDoctor::Doctor_usage()
 void tst_ToolIpcDoctor::Bench_text()
 {
     const QString name = UniqueName();
-    const auto listener = Listen(name, {u"--echo"_s, u"--quiet"_s});
+    const auto listener = StartListener(*mTool, name, {u"--echo"_s, u"--quiet"_s});
     QVERIFY(listener);
     const ToolResult result = Run({u"bench"_s, name, u"--count"_s, u"50"_s});
     QCOMPARE(result.ExitCode, 0);
@@ -430,7 +423,7 @@ void tst_ToolIpcDoctor::Bench_text()
 void tst_ToolIpcDoctor::Bench_json()
 {
     const QString name = UniqueName();
-    const auto listener = Listen(name, {u"--echo"_s, u"--quiet"_s});
+    const auto listener = StartListener(*mTool, name, {u"--echo"_s, u"--quiet"_s});
     QVERIFY(listener);
     const ToolResult result
         = Run({u"bench"_s, name, u"--count"_s, u"200"_s, u"--size"_s, u"0"_s, u"--json"_s});
@@ -454,7 +447,7 @@ void tst_ToolIpcDoctor::Bench_json()
 void tst_ToolIpcDoctor::Bench_oneWay()
 {
     const QString name = UniqueName();
-    const auto listener = Listen(name, {u"--json"_s});
+    const auto listener = StartListener(*mTool, name, {u"--json"_s});
     QVERIFY(listener);
     const ToolResult result
         = Run({u"bench"_s, name, u"--count"_s, u"2500"_s, u"--size"_s, u"10"_s, u"--one-way"_s, u"--json"_s});
@@ -472,7 +465,7 @@ void tst_ToolIpcDoctor::Bench_oneWay()
 void tst_ToolIpcDoctor::Bench_message()
 {
     const QString name = UniqueName();
-    const auto listener = Listen(name);
+    const auto listener = StartListener(*mTool, name);
     QVERIFY(listener);
     QCOMPARE(Run({u"bench"_s, name, u"--count"_s, u"1"_s, u"--message"_s, u"Special"_s}).ExitCode, 0);
     QCOMPARE(listener->End().Output.count("  request  Special  {"), 2);
@@ -481,7 +474,7 @@ void tst_ToolIpcDoctor::Bench_message()
 void tst_ToolIpcDoctor::Bench_terminal()
 {
     const QString name = UniqueName();
-    const auto listener = Listen(name, {u"--echo"_s, u"--quiet"_s});
+    const auto listener = StartListener(*mTool, name, {u"--echo"_s, u"--quiet"_s});
     QVERIFY(listener);
     // Long enough for the bar to appear on any machine.
     const ToolResult result = mTool->RunOnTerminal({u"ipc"_s, u"bench"_s, name, u"--count"_s, u"12000"_s});

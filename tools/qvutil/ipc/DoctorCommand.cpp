@@ -93,15 +93,15 @@ QString FileText(const Endpoint& endpoint)
         PermissionText(endpoint.Mode));
 }
 
-QString ListeningText(const Endpoint& endpoint)
+QString ListeningText(const Endpoint& endpoint, const std::optional<EndpointProcesses>& processes)
 {
     if (endpoint.Listening == Endpoint::Forbidden)
         return u"unknown"_s;
     if (endpoint.Listening == Endpoint::No)
         return u"no"_s;
-    if (!endpoint.Processes || endpoint.Processes->Servers.isEmpty())
+    if (!processes || processes->Servers.isEmpty())
         return u"yes"_s;
-    return u"yes, process %1"_s.arg(ToText(endpoint.Processes->Servers));
+    return u"yes, process %1"_s.arg(ToText(processes->Servers));
 }
 
 void PrintVisit(const std::optional<Visit>& visit)
@@ -118,22 +118,21 @@ void PrintVisit(const std::optional<Visit>& visit)
     PrintRow(u"answers", visit->AnswerMs ? u"after %1 ms"_s.arg(*visit->AnswerMs, 0, 'f', 3) : u"no"_s);
 }
 
-void PrintText(const Endpoint& endpoint, const std::optional<Visit>& visit,
-               const QList<EndpointProblem>& problems)
+void PrintText(const Endpoint& endpoint, const std::optional<EndpointProcesses>& processes,
+               const std::optional<Visit>& visit, const QList<EndpointProblem>& problems)
 {
     PrintRow(u"name", endpoint.Name);
     PrintRow(u"path",
              u"%1 (%2 bytes of %3)"_s.arg(endpoint.Path).arg(endpoint.PathSize).arg(endpoint.LongestPath));
     PrintRow(u"file", FileText(endpoint));
-    PrintRow(u"listening", ListeningText(endpoint));
-    if (endpoint.Processes && endpoint.Listening == Endpoint::Yes) {
-        const QString clients = ToText(endpoint.Processes->Clients);
+    PrintRow(u"listening", ListeningText(endpoint, processes));
+    if (processes) {
+        const QString clients = ToText(processes->Clients);
         PrintRow(u"clients",
-                 u"%1%2"_s.arg(endpoint.Processes->Connections)
+                 u"%1%2"_s.arg(processes->Connections)
                      .arg(clients.isEmpty() ? QString() : u": process "_s + clients));
-        if (endpoint.Processes->Waiting > 0)
-            PrintRow(u"waiting",
-                     u"%1, which the server has not yet accepted"_s.arg(endpoint.Processes->Waiting));
+        if (processes->Waiting > 0)
+            PrintRow(u"waiting", u"%1, which the server has not yet accepted"_s.arg(processes->Waiting));
     }
     PrintVisit(visit);
     for (const EndpointProblem& problem : problems) {
@@ -167,8 +166,8 @@ QJsonObject ToJson(const Visit& visit)
     return object;
 }
 
-void PrintJson(const Endpoint& endpoint, const std::optional<Visit>& visit,
-               const QList<EndpointProblem>& problems)
+void PrintJson(const Endpoint& endpoint, const std::optional<EndpointProcesses>& processes,
+               const std::optional<Visit>& visit, const QList<EndpointProblem>& problems)
 {
     QJsonObject object{{u"name"_s, endpoint.Name},
                        {u"path"_s, endpoint.Path},
@@ -180,11 +179,11 @@ void PrintJson(const Endpoint& endpoint, const std::optional<Visit>& visit,
         object.insert(u"owner"_s, endpoint.Owner);
         object.insert(u"permissions"_s, PermissionText(endpoint.Mode));
     }
-    if (endpoint.Processes) {
-        object.insert(u"servers"_s, ToJson(endpoint.Processes->Servers));
-        object.insert(u"clients"_s, ToJson(endpoint.Processes->Clients));
-        object.insert(u"connections"_s, endpoint.Processes->Connections);
-        object.insert(u"waiting"_s, endpoint.Processes->Waiting);
+    if (processes) {
+        object.insert(u"servers"_s, ToJson(processes->Servers));
+        object.insert(u"clients"_s, ToJson(processes->Clients));
+        object.insert(u"connections"_s, processes->Connections);
+        object.insert(u"waiting"_s, processes->Waiting);
     }
     if (visit)
         object.insert(u"visit"_s, ToJson(*visit));
@@ -200,6 +199,8 @@ void PrintJson(const Endpoint& endpoint, const std::optional<Visit>& visit,
 ExitCode Diagnose(const DoctorOptions& options)
 {
     const Endpoint endpoint = LookAtEndpoint(options.Name);
+    const std::optional<EndpointProcesses> processes
+        = endpoint.Listening == Endpoint::Yes ? FindEndpointProcesses(endpoint.Path) : std::nullopt;
     QList<EndpointProblem> problems = FindProblems(endpoint);
     std::optional<Visit> visit;
     const bool isReachable = std::none_of(problems.begin(), problems.end(),
@@ -207,9 +208,9 @@ ExitCode Diagnose(const DoctorOptions& options)
     if (options.Connect && isReachable)
         visit = PayVisit(options, problems);
     if (options.Json)
-        PrintJson(endpoint, visit, problems);
+        PrintJson(endpoint, processes, visit, problems);
     else
-        PrintText(endpoint, visit, problems);
+        PrintText(endpoint, processes, visit, problems);
     return problems.isEmpty() ? ExitCode::Yes : ExitCode::No;
 }
 

@@ -110,10 +110,8 @@ Endpoint LookAtEndpoint(const QString& name)
     endpoint.OwnerId = file.st_uid;
     endpoint.Owner = UserName(file.st_uid);
     endpoint.Mode = file.st_mode & 0777U;
-    if (endpoint.Kind == Endpoint::Socket) {
+    if (endpoint.Kind == Endpoint::Socket)
         endpoint.Listening = AskWhetherListening(path);
-        endpoint.Processes = FindEndpointProcesses(endpoint.Path);
-    }
     return endpoint;
 }
 
@@ -151,8 +149,9 @@ void RequireFreeEndpoint(const QString& name, bool mayReplace)
 {
     const Endpoint endpoint = LookAtEndpoint(name);
     if (IsReachable(endpoint) && !mayReplace) {
-        const QString who = endpoint.Processes && !endpoint.Processes->Servers.isEmpty()
-            ? u"process %1"_s.arg(ToText(endpoint.Processes->Servers))
+        const std::optional<EndpointProcesses> processes = FindEndpointProcesses(endpoint.Path);
+        const QString who = processes && !processes->Servers.isEmpty()
+            ? u"process %1"_s.arg(ToText(processes->Servers))
             : u"another server"_s;
         throw Failure(name, u"%1 listens there; --replace takes the name away from it"_s.arg(who));
     }

@@ -29,7 +29,6 @@ struct Endpoint
     QString Owner;
     quint32 Mode = 0; ///< rwx bits
     Answer Listening = No; ///< whether a process has the socket; Forbidden if this one may not ask
-    std::optional<EndpointProcesses> Processes; ///< nothing if the system does not tell
 
     [[nodiscard]] bool IsTooLong() const { return PathSize > LongestPath; }
 };

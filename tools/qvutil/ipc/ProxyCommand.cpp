@@ -6,13 +6,11 @@
 #include "Endpoint.h"
 #include "Forwarder.h"
 #include "IpcCommands.h"
-#include "MessageClient_p.h"
 #include "MessageLines.h"
 #include "MessageLink_p.h"
 #include "ServerLink.h"
 #include "Session.h"
 #include "TrafficPrinter.h"
-#include "platform/Platform.h"
 
 #include <QtNetwork/QLocalServer>
 
@@ -67,9 +65,7 @@ public:
         mServer.connectToServer(name, QIODeviceBase::ReadWrite);
         if (!mServer.waitForConnected(kConnectMs))
             throw LinkFailure(mServer.errorString());
-        const std::optional<quint32> user = Util::Platform::GetPeerUserId(mServer.socketDescriptor());
-        if (user && !Util::IsTrustedUser(*user, Util::Platform::GetUserId()))
-            throw LinkFailure(u"it runs as the user %1"_s.arg(UserName(*user)));
+        RequireTrustedServer(mServer);
         mToServer.Start();
         mToClient.Start();
     }

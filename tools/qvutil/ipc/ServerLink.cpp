@@ -42,6 +42,16 @@ void RequireServer(const QString& name)
         throw LinkFailure(obstacle->Text);
 }
 
+void RequireTrustedServer(const QLocalSocket& socket)
+{
+    const std::optional<quint32> user = Util::Platform::GetPeerUserId(socket.socketDescriptor());
+    if (user && !Util::IsTrustedUser(*user, Util::Platform::GetUserId())) {
+        throw LinkFailure(
+            u"the server runs as the user %1; clients talk only to servers of their own user, or "
+            "of root"_s.arg(UserName(*user)));
+    }
+}
+
 ServerLink::ServerLink(Session& session, const QString& name)
     : mSession(session)
     , mName(name)
@@ -72,12 +82,7 @@ void ServerLink::Connect(bool waitForServer, QDeadlineTimer deadline)
         const QDeadlineTimer pause(kRetryMs, Qt::PreciseTimer);
         (void)mSession.WaitFor([] { return false; }, std::min(pause, deadline));
     }
-    const std::optional<quint32> user = Util::Platform::GetPeerUserId(mSocket.socketDescriptor());
-    if (user && !Util::IsTrustedUser(*user, Util::Platform::GetUserId())) {
-        throw LinkFailure(
-            u"the server runs as the user %1; clients talk only to servers of their own user, or "
-            "of root"_s.arg(UserName(*user)));
-    }
+    RequireTrustedServer(mSocket);
     mWriter = new MessageWriter(&mSocket);
     QObject::connect(mWriter, &MessageWriter::Written, &mSocket,
                      [this] { mSession.Do([this] { ++mWritten; }); });

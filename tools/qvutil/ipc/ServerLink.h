@@ -64,6 +64,8 @@ private:
 
 /// Throws LinkFailure if no client can talk to a server of that name, as far as the system tells.
 void RequireServer(const QString& name);
+/// Throws LinkFailure if the process at the other end runs as a user whose servers clients do not talk to.
+void RequireTrustedServer(const QLocalSocket& socket);
 
 } // namespace Quorvin::Tool
 

@@ -62,6 +62,7 @@ Session::Session(Interruption interruption)
 Session::~Session()
 {
     QCoreApplication::sendPostedEvents(); // warnings among them
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
     QLoggingCategory::setFilterRules({});
     qInstallMessageHandler(gPreviousHandler);
 }
