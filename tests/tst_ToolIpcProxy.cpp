@@ -332,6 +332,8 @@ void tst_ToolIpcProxy::ServerGone()
     QVERIFY(mServer->Client());
     mServer->Client()->disconnectFromServer();
     EVENTUALLY_EQUAL(client.state(), QLocalSocket::UnconnectedState);
+    QVERIFY(
+        mProxy->WaitForError("qvutil: the server has disconnected\nqvutil: the client has disconnected\n"));
 }
 
 void tst_ToolIpcProxy::ClientGone()
@@ -342,6 +344,8 @@ void tst_ToolIpcProxy::ClientGone()
     QVERIFY(mServer->Client());
     client.disconnectFromServer();
     EVENTUALLY_EQUAL(mServer->Client()->state(), QLocalSocket::UnconnectedState);
+    QVERIFY(
+        mProxy->WaitForError("qvutil: the client has disconnected\nqvutil: the server has disconnected\n"));
 }
 
 // As without the proxy, the client finds nobody; it may try again.

@@ -136,19 +136,17 @@ private:
         const std::optional<ProcessName> process = FindPeerProcess(client->socketDescriptor());
         Console::Complain(
             {}, u"a client has connected: process %1"_s.arg(process ? ToText(*process) : u"unknown"_s));
-        mPair.reset();
-        auto pair = std::make_unique<Pair>(mSession, mLines, client.release());
-        try {
-            pair->Connect(mOptions.Name);
-        } catch (const LinkFailure& failure) {
-            Console::Complain(mOptions.Name, failure.Reason);
-            pair->Client().disconnectFromServer();
-            return;
-        }
-        mPair = std::move(pair);
+        mPair = std::make_unique<Pair>(mSession, mLines, client.release());
+        // Before the bytes are handed on, so that the end that goes first is told first.
         for (QLocalSocket* end : {&mPair->Client(), &mPair->Server()}) {
             QObject::connect(end, &QLocalSocket::disconnected, end,
                              [this, end] { mSession.Do([this, end] { Leave(*end); }); });
+        }
+        try {
+            mPair->Connect(mOptions.Name);
+        } catch (const LinkFailure& failure) {
+            Console::Complain(mOptions.Name, failure.Reason);
+            mPair.reset();
         }
     }
 
