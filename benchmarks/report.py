@@ -33,6 +33,11 @@ def median_of(values):
     return sorted(values)[len(values) // 2]
 
 
+def natural_order(text):
+    """Sorts "x 10" behind "x 9"."""
+    return [(word.isdigit(), int(word) if word.isdigit() else word) for word in text.split()]
+
+
 def split_name(name):
     """Returns subject with argument, and contestant; what the benchmark library adds to names is left out."""
     subject, contestant, *arguments = name.split("/")
@@ -41,7 +46,7 @@ def split_name(name):
 
 
 def read_runs(paths):
-    """Returns {subject: {contestant: Result}}, in the order of the files."""
+    """Returns {subject: {contestant: Result}}, in the order of the subjects' names."""
     subjects = defaultdict(dict)
     for path in paths:
         times = defaultdict(list)
@@ -61,7 +66,7 @@ def read_runs(paths):
             spread = (max(values) - min(values)) / median / 2
             p99 = median_of(percentiles[name]) if name in percentiles else None
             subjects[subject][contestant] = Result(median, spread, p99)
-    return subjects
+    return dict(sorted(subjects.items(), key=lambda item: natural_order(item[0])))
 
 
 def show_time(ns):
