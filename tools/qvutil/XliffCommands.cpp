@@ -5,7 +5,7 @@
 #include "Console.h"
 #include "Groups.h"
 #include "xliff/DocumentWalk.h"
-#include "xliff/MessageText.h"
+#include "xliff/SourceText.h"
 #include "xliff/XliffChecks.h"
 #include "xliff/XliffDocument.h"
 #include "xliff/XliffExtractor.h"

@@ -4,7 +4,7 @@
 #include "XliffChecks.h"
 
 #include "../Console.h"
-#include "MessageText.h"
+#include "SourceText.h"
 
 #include <qvutil/GeneralUtil.h>
 

@@ -1,8 +1,8 @@
 // SPDX-FileCopyrightText: 2026 The QvUtil developers
 // SPDX-License-Identifier: MIT
 
-#ifndef QVUTIL_TOOL_XLIFF_MESSAGETEXT_H
-#define QVUTIL_TOOL_XLIFF_MESSAGETEXT_H
+#ifndef QVUTIL_TOOL_XLIFF_SOURCETEXT_H
+#define QVUTIL_TOOL_XLIFF_SOURCETEXT_H
 
 #include <QString>
 #include <QStringList>
@@ -21,4 +21,4 @@ namespace Quorvin::Tool {
 
 } // namespace Quorvin::Tool
 
-#endif // QVUTIL_TOOL_XLIFF_MESSAGETEXT_H
+#endif // QVUTIL_TOOL_XLIFF_SOURCETEXT_H
