@@ -23,6 +23,9 @@ namespace {
 // Elements inside one another that the direct reader follows; far below what a document may have.
 constexpr int kMaxDepth = 200;
 
+// At least one of a message's two is null, and both are where nobody waits for an answer.
+constexpr QLatin1StringView kNullId = "{00000000-0000-0000-0000-000000000000}"_L1;
+
 // What stands for a character in the text of an attribute. White space other than blanks has to be written
 // so too: a reader turns it into blanks.
 struct CharacterReference
@@ -185,7 +188,10 @@ private:
 
     void WriteId(QLatin1StringView start, const QUuid& id)
     {
-        mOutput.Append(start, QLatin1StringView(id.toByteArray()), "\""_L1);
+        if (id.isNull())
+            mOutput.Append(start, kNullId, "\""_L1);
+        else
+            mOutput.Append(start, QLatin1StringView(id.toByteArray()), "\""_L1);
     }
 
     // An attribute, from the blank before its name on.
@@ -654,6 +660,8 @@ private:
 
     QUuid Id(const Attribute& attribute)
     {
+        if (QLatin1StringView(attribute.Text) == kNullId)
+            return {};
         mCertain = mCertain && attribute.Text.startsWith('{') && !attribute.Escaped && !attribute.Wide;
         return QUuid::fromString(QLatin1StringView(attribute.Text));
     }
