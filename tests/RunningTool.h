@@ -44,7 +44,7 @@ public:
     [[nodiscard]] bool WaitForOutput(const QByteArray& text) { return WaitFor(mOutput, text, 1); }
     [[nodiscard]] bool WaitForError(const QByteArray& text, int count = 1)
     {
-        return WaitFor(mErrors, text, count);
+        return WaitFor(mErrorText, text, count);
     }
 
     /// Waits for the end. \return what is there altogether; -1 as the exit code if it does not end
@@ -54,7 +54,7 @@ public:
                                               ToolRunner::kTimeoutMs);
         Read();
         const bool isNormal = hasEnded && mProcess.exitStatus() == QProcess::NormalExit;
-        return {.ExitCode = isNormal ? mProcess.exitCode() : -1, .Output = mOutput, .Errors = mErrors};
+        return {.ExitCode = isNormal ? mProcess.exitCode() : -1, .Output = mOutput, .Errors = mErrorText};
     }
     /// Sends a signal and waits for the end.
     [[nodiscard]] ToolResult End(int signal = SIGTERM)
@@ -73,7 +73,7 @@ private:
     void Read()
     {
         mOutput += mProcess.readAllStandardOutput();
-        mErrors += mProcess.readAllStandardError();
+        mErrorText += mProcess.readAllStandardError();
     }
 
     [[nodiscard]] bool WaitFor(const QByteArray& bytes, const QByteArray& text, int count)
@@ -90,7 +90,7 @@ private:
 
     QProcess mProcess;
     QByteArray mOutput;
-    QByteArray mErrors;
+    QByteArray mErrorText;
 };
 
 /// Starts a server of messages, and waits until it listens. \return null if it does not
