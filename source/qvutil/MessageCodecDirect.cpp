@@ -105,8 +105,7 @@ public:
 private:
     void AppendOne(QLatin1StringView text)
     {
-        std::memcpy(Room(text.size()), text.data(), static_cast<size_t>(text.size()));
-        mEnd += text.size();
+        mEnd = std::copy(text.begin(), text.end(), Room(text.size())); // an empty one may have no address
     }
 
     void Grow(qsizetype size)
