@@ -113,7 +113,8 @@ def draw_chart(subjects, path):
         colour = "#1b6ca8" if label.startswith(OWN) else "#b8b8b8"
         axes.barh(y, ratio, xerr=noise, color=colour, error_kw={"elinewidth": 0.8, "ecolor": "#444444"})
         axes.text(-0.01, y, label, ha="right", va="center", transform=axes.get_yaxis_transform())
-        axes.text(ratio + noise, y, f"  {show_ratio(ratio)}", va="center", fontsize=8)
+        axes.annotate(show_ratio(ratio), (ratio + noise, y), xytext=(6, 0), textcoords="offset points", va="center",
+                      fontsize=8, bbox={"facecolor": "white", "edgecolor": "none", "pad": 0.8})
     axes.axvline(1, color="#444444", linewidth=0.8, linestyle="--")
     axes.set_xscale("log")
     axes.set_ylim(len(rows) - 0.5, -0.5)
