@@ -947,14 +947,12 @@ void tst_MessageClient::Worker_staysDisconnected()
     worker.DisconnectFromServer();
     EVENTUALLY_EQUAL(disconnected.count(), 1);
     // Of two in one thread the other one begins later, and comes back twice.
-    other.ConnectAndListen();
-    for (int connections = 1; connections <= 2; ++connections) {
-        EVENTUALLY_EQUAL(otherConnected.count(), connections);
-        EVENTUALLY(server.hasPendingConnections());
+    connect(&server, &QLocalServer::newConnection, &server, [&] {
         while (server.hasPendingConnections())
             server.nextPendingConnection()->disconnectFromServer();
-    }
-    EVENTUALLY_EQUAL(otherConnected.count(), 3);
+    });
+    other.ConnectAndListen();
+    EVENTUALLY(otherConnected.count() >= 3);
     QCOMPARE(connected.count(), 1);
     // An error starts the attempts, whoever has stopped them.
     worker.Error(QLocalSocket::PeerClosedError);

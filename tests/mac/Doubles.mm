@@ -81,14 +81,20 @@ void CountPoolDealloc(id self, SEL selector)
     gPoolDealloc(self, selector);
 }
 
+// Every method is called by its real type; IMP stands for any of them, which newer compilers want confirmed.
+template <typename To, typename From> To CastMethod(From function)
+{
+    return reinterpret_cast<To>(reinterpret_cast<void*>(function));
+}
+
 template <typename Function> Function Replace(Class type, SEL selector, Function function)
 {
     Method method = class_getInstanceMethod(type, selector);
     const IMP old = method_getImplementation(method);
     // Adds the method to this class if it inherits it, so that its parent stays as it is.
-    if (!class_addMethod(type, selector, reinterpret_cast<IMP>(function), method_getTypeEncoding(method)))
-        method_setImplementation(method, reinterpret_cast<IMP>(function));
-    return reinterpret_cast<Function>(old);
+    if (!class_addMethod(type, selector, CastMethod<IMP>(function), method_getTypeEncoding(method)))
+        method_setImplementation(method, CastMethod<IMP>(function));
+    return CastMethod<Function>(old);
 }
 
 } // namespace
