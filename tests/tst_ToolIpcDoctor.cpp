@@ -346,7 +346,7 @@ void tst_ToolIpcDoctor::Doctor_openToOthers()
     const QString name = UniqueName();
     const auto listener = StartListener(*mTool, name);
     QVERIFY(listener);
-    for (const mode_t mode : {0770, 0707, 0720, 0702}) {
+    for (const mode_t mode : {0770U, 0707U, 0720U, 0702U}) {
         QVERIFY(::chmod(QFile::encodeName(PathOf(name)).constData(), mode) == 0);
         QCOMPARE(Codes(Diagnose(name)), QStringList(u"open-to-others"_s));
     }

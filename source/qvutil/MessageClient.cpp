@@ -269,7 +269,12 @@ void MessageClientThread::AddSent(const MessageInfo& message)
     if (mSentIsHeld || mSentIsQueued)
         return;
     mSentIsQueued = true;
-    QMetaObject::invokeMethod(this, &MessageClientThread::AnnounceSent, Qt::QueuedConnection);
+    QCoreApplication::postEvent(this, new QEvent(QEvent::User));
+}
+
+void MessageClientThread::customEvent(QEvent* /*event*/)
+{
+    AnnounceSent();
 }
 
 void MessageClientThread::AnnounceSent()

@@ -133,6 +133,10 @@ Q_SIGNALS:
     void MessageReceived(MessageInfo msg);
     void MessageSent(MessageInfo msg);
 
+protected:
+    /// Announces what was sent.
+    void customEvent(QEvent* event) override;
+
 private:
     void RunWorker();
     void AddSent(const MessageInfo& message);
