@@ -98,6 +98,7 @@ private Q_SLOTS:
     void Request_negativeTimeLimit();
     void Request_nested();
     void Request_waitsWithinWaits();
+    void Request_sendsAndWaitsInSlot();
     void Request_otherAnswers();
     void Request_lateAnswer();
     void Request_connectionEndsWait();
@@ -113,6 +114,7 @@ private Q_SLOTS:
     void Slot_opensEventLoop();
     void Slot_opensEventLoopUntilDeleted();
 
+    void Thread_holdsSent();
     void Worker();
     void Worker_withoutTimer();
     void Worker_staysDisconnected();
@@ -678,6 +680,24 @@ void tst_MessageClient::Request_waitsWithinWaits()
     QCOMPARE(ReadMessages(link.Other(), 2).size(), 2); // sent all the same
 }
 
+// Slots of NewOutgoingMessage are called before the wait for the answer begins, and may wait themselves.
+void tst_MessageClient::Request_sendsAndWaitsInSlot()
+{
+    Link link;
+    QVERIFY(link.Ok);
+    bool sent = false;
+    QElapsedTimer time;
+    time.start();
+    connect(&link.Client, &MessageClient::NewOutgoingMessage, &link.Client, [&](const MessageInfo& message) {
+        if (message.Id == "ask"_L1)
+            sent = link.Client.SendMessage(u"beside it"_s, {}, true);
+    });
+    QVariantMap answer;
+    QCOMPARE(link.Client.SendMessageAndGetResponse(u"ask"_s, {}, answer, 0), false); // nobody answers
+    QCOMPARE(sent, true);
+    QVERIFY2(time.elapsed() < 14000, qPrintable(QString::number(time.elapsed())));
+}
+
 void tst_MessageClient::Request_otherAnswers()
 {
     Link link;
@@ -876,6 +896,53 @@ void tst_MessageClient::Slot_opensEventLoopUntilDeleted()
     QVERIFY(server.Client() != nullptr);
     Write(*server.Client(), Document(u"a"_s) + Document(u"b"_s) + Document(u"c"_s));
     EVENTUALLY_EQUAL(order, (QStringList{u"b"_s, u"a"_s}));
+}
+
+// What was sent is announced in order, before what has arrived since, and each once.
+void tst_MessageClient::Thread_holdsSent()
+{
+    RawServer server(UniqueName());
+    QVERIFY(server.IsListening());
+    MessageClient client; // only tells what is to be sent
+    MessageClientThread thread(server.Name(), kReadWrite, &client);
+    const auto stop = qScopeGuard([&thread] {
+        thread.exit(0);
+        thread.WaitUntilDone();
+    });
+    QStringList order;
+    connect(&thread, &MessageClientThread::MessageSent, &thread,
+            [&order](const MessageInfo& message) { order.append(u"sent "_s + message.Id); });
+    connect(&thread, &MessageClientThread::MessageReceived, &thread,
+            [&order](const MessageInfo& message) { order.append(u"received "_s + message.Id); });
+    const auto send = [&](const QString& id) {
+        MessageInfo message;
+        message.Id = id;
+        Q_EMIT client.NewOutgoingMessage(message);
+    };
+    thread.start();
+    EVENTUALLY(thread.IsConnected());
+    QVERIFY(server.Client() != nullptr);
+    QLocalSocket& other = *server.Client();
+
+    thread.HoldSent(true);
+    send(u"1"_s);
+    send(u"2"_s);
+    QCOMPARE(ReadMessages(other, 2).size(), 2);
+    QCOMPARE(order, QStringList());
+    Write(other, Document(u"a"_s));
+    QStringList expected{u"sent 1"_s, u"sent 2"_s, u"received a"_s};
+    EVENTUALLY_EQUAL(order, expected);
+
+    send(u"3"_s); // still held
+    QCOMPARE(ReadMessages(other, 1).size(), 1);
+    QCOMPARE(order, expected);
+    thread.HoldSent(false);
+    expected.append(u"sent 3"_s);
+    EVENTUALLY_EQUAL(order, expected);
+
+    send(u"4"_s); // nothing arrives, and nobody asks for it
+    expected.append(u"sent 4"_s);
+    EVENTUALLY_EQUAL(order, expected);
 }
 
 void tst_MessageClient::Worker()

@@ -117,6 +117,8 @@ bool MessageClient::SendMessage(const MessageInfo& message, bool waitForSent)
     if (!IsConnected())
         return false;
     const QPointer<MessageClient> self(this);
+    if (waitForSent)
+        HoldSent(false); // a slot may send beside a request
     Q_EMIT NewOutgoingMessage(message);
     if (!waitForSent)
         return true;
