@@ -203,7 +203,7 @@ private:
         const char16_t* const end = begin + value.size();
         for (const char16_t* c = begin; c < end;) {
             const char16_t* const partEnd = c + std::min(kPart, qsizetype(end - c));
-            char* out = mOutput.Room(kPart * kLongestReference);
+            char* out = mOutput.Room((partEnd - c) * kLongestReference);
             while (c < partEnd && mCertain) {
                 if (*c < 0x80)
                     out = WriteNarrow(c++, begin, out);
