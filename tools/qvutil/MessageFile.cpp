@@ -18,16 +18,13 @@ using Quorvin::Util::MessageInfo;
 namespace Quorvin::Tool {
 namespace {
 
-QString LineOf(const QString& name, QByteArrayView before)
-{
-    return u"%1:%2"_s.arg(name).arg(before.count('\n') + 1);
-}
-
 // Where the last of some bytes stands; the parser of JSON tells how far it has read.
 QString PlaceOf(const QString& name, QByteArrayView before)
 {
     const QByteArrayView line = before.sliced(before.lastIndexOf('\n') + 1);
-    return LineOf(name, before) + u":%1"_s.arg(std::max<qsizetype>(QString::fromUtf8(line).size(), 1));
+    return u"%1:%2:%3"_s.arg(name)
+        .arg(before.count('\n') + 1)
+        .arg(std::max<qsizetype>(QString::fromUtf8(line).size(), 1));
 }
 
 /// The JSON values of a text, one after another, whatever white space there is between them.
@@ -43,7 +40,7 @@ public:
 
     [[nodiscard]] bool AtEnd() const { return mStart == mText.size(); }
     /// What to call the next one in messages.
-    [[nodiscard]] QString Place() const { return LineOf(mName, QByteArrayView(mText).first(mStart)); }
+    [[nodiscard]] QString Place() const { return u"%1:%2"_s.arg(mName).arg(mLine); }
 
     [[nodiscard]] QJsonDocument Next()
     {
@@ -58,21 +55,31 @@ public:
         if (error.error != QJsonParseError::NoError)
             throw Failure(PlaceOf(mName, QByteArrayView(mText).first(mStart + error.offset)),
                           error.errorString());
-        mStart += size;
+        MoveTo(mStart + size);
         SkipSpace();
         return document;
     }
 
 private:
+    // Counts the lines on the way: to count them anew for each value would take long.
+    void MoveTo(qsizetype position)
+    {
+        mLine += QByteArrayView(mText).sliced(mStart, position - mStart).count('\n');
+        mStart = position;
+    }
+
     void SkipSpace()
     {
-        while (!AtEnd() && QByteArrayView(" \t\r\n").contains(mText.at(mStart)))
-            ++mStart;
+        qsizetype end = mStart;
+        while (end < mText.size() && QByteArrayView(" \t\r\n").contains(mText.at(end)))
+            ++end;
+        MoveTo(end);
     }
 
     QByteArray mText;
     QString mName;
     qsizetype mStart = 0;
+    qsizetype mLine = 1; // of mStart
 };
 
 } // namespace
