@@ -706,6 +706,11 @@ void tst_ToolMessage::Split_list()
              u"    offset       size  message\n         0          5  (skipped: no document begins here)\n"
              "         5        216  A\n       221         20  (skipped: the document is cut off)\n=> 1\n"_s);
     QCOMPARE(mTool->Run({u"message"_s, u"split"_s}).ToText(), u"    offset       size  message\n=> 1\n"_s);
+    // What the document has in it is told by its problem, too.
+    const ToolResult control
+        = mTool->Run({u"message"_s, u"split"_s}, "<?xml version=\"1.0\"?><a>&\xc2\x9b;</a>");
+    QVERIFY2(control.Output.contains("\\u009b") && !control.Output.contains("\xc2\x9b"),
+             control.Output.constData());
 }
 
 void tst_ToolMessage::Split_json()

@@ -165,8 +165,8 @@ QJsonObject ToJson(const MessagePiece& piece, const QString& file)
 
 QString ToText(const MessagePiece& piece, const QString& file)
 {
-    const QString what
-        = piece.Message ? Console::Visible(piece.Message->Id) : u"(skipped: %1)"_s.arg(piece.Problem);
+    const QString what = piece.Message ? Console::Visible(piece.Message->Id)
+                                       : u"(skipped: %1)"_s.arg(Console::Visible(piece.Problem));
     return u"%1 %2  %3"_s.arg(piece.Offset, 10)
         .arg(piece.Bytes.size(), 10)
         .arg(file.isEmpty() ? what : file + "  "_L1 + what);

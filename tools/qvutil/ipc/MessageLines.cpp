@@ -78,7 +78,7 @@ void MessageLines::PrintEvent(const QString& event, const QString& text, const Q
         PrintJsonLine({}, direction, notes);
         return;
     }
-    Console::PrintLine(LineStart(direction) + "  "_L1 + text);
+    Console::PrintLine(LineStart(direction) + "  "_L1 + Console::Visible(text));
     Console::Flush();
 }
 
