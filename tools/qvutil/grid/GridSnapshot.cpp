@@ -35,14 +35,15 @@ namespace Platform = Util::Platform;
 constexpr int kLockTimeoutMs = 2000;
 
 constexpr qsizetype kDigestSize = 40;
+constexpr QLatin1StringView kLockFileEnd = ".lock"_L1;
 constexpr QLatin1StringView kMemoryFileStart = "qipc_sharedmemory_"_L1;
 
 // The lock of a grid's registry, if there is one, for reading.
 class ReaderLock
 {
 public:
-    explicit ReaderLock(const QString& grid)
-        : mPath(Util::GridLockFilePath(grid))
+    explicit ReaderLock(const QString& path)
+        : mPath(path)
         , mLock(Platform::LockFile(mPath, Platform::MissingLockFile::StaysAway, kLockTimeoutMs))
     { }
     ~ReaderLock() { Platform::UnlockFile(mLock); }
@@ -158,9 +159,22 @@ std::optional<QList<GridLinks>> FindLinks(const QList<GridMember>& members)
     return all;
 }
 
+// The lock of the registry that is kept under the name of a file: both carry the digest of the grid's name.
+QString LockFileOf(const QString& memoryFile)
+{
+    const QString digest = memoryFile.last(kDigestSize);
+    const QString ofNothing = Util::GridLockFilePath({});
+    return ofNothing.left(ofNothing.size() - kDigestSize - kLockFileEnd.size()) + digest + kLockFileEnd;
+}
+
 // The grids of which members have left an entry.
 void AddGridsWithEntries(const QString& memoryFile, QSet<QString>& grids)
 {
+    // While it is read, its last member would not destroy it.
+    const QString lockFile = LockFileOf(memoryFile);
+    if (!QFile::exists(lockFile))
+        return; // another program's memory, or a grid that ends just now
+    const ReaderLock lock(lockFile);
     try {
         const std::optional<QByteArray> image = ReadSharedSegment(memoryFile, memoryFile);
         for (const ProcessInfo& process : Util::ParseRegistry(image.value_or(QByteArray()))) {
@@ -210,7 +224,7 @@ std::optional<QByteArray> ReadGridSegment(const QString& grid)
 
 GridRegistry ReadGridRegistry(const QString& grid)
 {
-    const ReaderLock lock(grid);
+    const ReaderLock lock(Util::GridLockFilePath(grid));
     const std::optional<QByteArray> image = ReadGridSegment(grid);
     GridRegistry registry;
     if (image)
