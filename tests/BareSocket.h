@@ -29,7 +29,7 @@ namespace TestSupport {
 class BareSocket
 {
 public:
-    BareSocket(const QString& path, bool listens)
+    BareSocket(const QString& path, bool listens, int backlog = 10)
         : mPath(QFile::encodeName(path))
         , mSocket(::socket(AF_UNIX, SOCK_STREAM, 0))
     {
@@ -37,7 +37,7 @@ public:
         address.sun_family = AF_UNIX;
         std::copy(mPath.begin(), mPath.end(), address.sun_path);
         mGood = ::bind(mSocket, reinterpret_cast<const sockaddr*>(&address), sizeof(address)) == 0
-            && (!listens || ::listen(mSocket, 10) == 0);
+            && (!listens || ::listen(mSocket, backlog) == 0);
         if (!listens)
             ::close(std::exchange(mSocket, -1));
     }

@@ -44,6 +44,7 @@ private Q_SLOTS:
     void Doctor_connect();
     void Doctor_connectReplacesClient();
     void Doctor_noAnswer();
+    void Doctor_notAccepted();
     void Doctor_notAsked();
     void Doctor_missing();
     void Doctor_stale();
@@ -258,12 +259,35 @@ void tst_ToolIpcDoctor::Doctor_noAnswer()
              result.Output.constData());
 }
 
+// A server that accepts nobody, and whose queue is full: who comes next has to wait.
+void tst_ToolIpcDoctor::Doctor_notAccepted()
+{
+#ifdef Q_OS_LINUX
+    const QString name = UniqueName();
+    const BareSocket server(PathOf(name), true, 0);
+    QVERIFY(server.IsGood());
+    QVERIFY(::chmod(QFile::encodeName(PathOf(name)).constData(), 0700) == 0);
+    QLocalSocket first;
+    QVERIFY(Connect(first, name));
+    const QStringList rest{name, u"--connect"_s, u"--timeout"_s, u"50"_s};
+    const ToolResult result = Run(QStringList{u"doctor"_s} + rest);
+    QCOMPARE(result.ExitCode, 1);
+    QVERIFY2(result.Output.contains("problem: the server did not accept the connection in time\n"),
+             result.Output.constData());
+#else
+    QSKIP("Elsewhere a full queue refuses connections.");
+#endif
+}
+
 // Where no connection can be made, none is tried.
 void tst_ToolIpcDoctor::Doctor_notAsked()
 {
     const QJsonObject found = Diagnose(UniqueName(), {u"--connect"_s});
     QCOMPARE(Codes(found), QStringList(u"missing"_s));
     QVERIFY(found.value("visit"_L1).isUndefined());
+    const ToolResult result = Run({u"doctor"_s, UniqueName(), u"--connect"_s});
+    QVERIFY2(result.Output.contains("\nanswers     not asked: no connection can be made\n"),
+             result.Output.constData());
 }
 
 void tst_ToolIpcDoctor::Doctor_missing()

@@ -104,10 +104,12 @@ QString ListeningText(const Endpoint& endpoint, const std::optional<EndpointProc
     return u"yes, process %1"_s.arg(ToText(processes->Servers));
 }
 
-void PrintVisit(const std::optional<Visit>& visit)
+void PrintVisit(const std::optional<Visit>& visit, bool isWanted)
 {
     if (!visit) {
-        PrintRow(u"answers", u"not asked: --connect asks, and replaces the server's client"_s);
+        PrintRow(u"answers",
+                 isWanted ? u"not asked: no connection can be made"_s
+                          : u"not asked: --connect asks, and replaces the server's client"_s);
         return;
     }
     if (visit->UserId) {
@@ -119,7 +121,7 @@ void PrintVisit(const std::optional<Visit>& visit)
 }
 
 void PrintText(const Endpoint& endpoint, const std::optional<EndpointProcesses>& processes,
-               const std::optional<Visit>& visit, const QList<EndpointProblem>& problems)
+               const std::optional<Visit>& visit, bool isVisitWanted, const QList<EndpointProblem>& problems)
 {
     PrintRow(u"name", endpoint.Name);
     PrintRow(u"path",
@@ -134,7 +136,7 @@ void PrintText(const Endpoint& endpoint, const std::optional<EndpointProcesses>&
         if (processes->Waiting > 0)
             PrintRow(u"waiting", u"%1, which the server has not yet accepted"_s.arg(processes->Waiting));
     }
-    PrintVisit(visit);
+    PrintVisit(visit, isVisitWanted);
     for (const EndpointProblem& problem : problems) {
         Console::PrintLine(u"problem: "_s + Console::Visible(problem.Text));
         Console::PrintLine(u"  advice: "_s + Console::Visible(problem.Advice));
@@ -210,7 +212,7 @@ ExitCode Diagnose(const DoctorOptions& options)
     if (options.Json)
         PrintJson(endpoint, processes, visit, problems);
     else
-        PrintText(endpoint, processes, visit, problems);
+        PrintText(endpoint, processes, visit, options.Connect, problems);
     return problems.isEmpty() ? ExitCode::Yes : ExitCode::No;
 }
 

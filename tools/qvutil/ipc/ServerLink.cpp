@@ -69,6 +69,14 @@ bool ServerLink::TryToConnect(QDeadlineTimer deadline)
         && IsConnected();
 }
 
+QString ServerLink::WhyNotConnected() const
+{
+    // Nothing has gone wrong there: connections wait in a queue, and that is full.
+    return mSocket.state() == QLocalSocket::ConnectingState
+        ? u"the server did not accept the connection in time"_s
+        : u"cannot connect: "_s + mSocket.errorString();
+}
+
 void ServerLink::Connect(bool waitForServer, QDeadlineTimer deadline)
 {
     for (;;) {
@@ -77,7 +85,7 @@ void ServerLink::Connect(bool waitForServer, QDeadlineTimer deadline)
             break;
         const bool mayComeUp = waitForServer && (!obstacle || MayGoAway(*obstacle));
         if (!mayComeUp || deadline.hasExpired())
-            throw LinkFailure(obstacle ? obstacle->Text : u"cannot connect: "_s + mSocket.errorString());
+            throw LinkFailure(obstacle ? obstacle->Text : WhyNotConnected());
         mSocket.abort();
         const QDeadlineTimer pause(kRetryMs, Qt::PreciseTimer);
         (void)mSession.WaitFor([] { return false; }, std::min(pause, deadline));

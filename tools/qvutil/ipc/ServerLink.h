@@ -52,6 +52,7 @@ public:
 
 private:
     [[nodiscard]] bool TryToConnect(QDeadlineTimer deadline);
+    [[nodiscard]] QString WhyNotConnected() const;
     [[nodiscard]] bool IsConnected() const { return mSocket.state() == QLocalSocket::ConnectedState; }
 
     Session& mSession;
