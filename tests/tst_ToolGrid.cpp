@@ -182,13 +182,17 @@ private:
         return !peer.WaitForLine(sign).isEmpty()
             && WaitUntil([&] { return QFile::exists(Temporary(ServerName(peer, grid))); });
     }
-    /// The folder for temporary files, where sockets and locks are; without Qt's semaphores, which it keeps.
+    /// The folder for temporary files, where sockets and locks are; without Qt's semaphores, which it keeps,
+    /// and the hidden folders in which it makes sockets, which it removes some time after a socket has its
+    /// name.
     [[nodiscard]] QStringList Files() const
     {
         QStringList files
             = QDir(mTemporary->path())
                   .entryList(QDir::AllEntries | QDir::System | QDir::Hidden | QDir::NoDotAndDotDot);
-        files.removeIf([](const QString& file) { return file.startsWith(u"qipc_systemsem_"_s); });
+        files.removeIf([](const QString& file) {
+            return file.startsWith(u"qipc_systemsem_"_s) || file.startsWith(u'.');
+        });
         return files;
     }
     [[nodiscard]] QString Temporary(const QString& file) const { return mTemporary->filePath(file); }
