@@ -78,6 +78,10 @@ public:
                          [this](const MessageInfo& message) { mSession.Do([&] { Take(message); }); });
     }
 
+    // Here, since clients that are still there leave, which members are told of that are destroyed first.
+    ~Listener() { mWorker.Stop(); }
+    Q_DISABLE_COPY_MOVE(Listener)
+
     ExitCode Run()
     {
         if (!mWorker.Start(mOptions.Name))
