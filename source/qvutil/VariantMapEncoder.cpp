@@ -21,8 +21,7 @@ struct TypeRow
     QLatin1StringView Name;
 };
 
-// Written into documents, so the numbers are spelled out: they must not follow Qt's. In the order of ids,
-// in which those up to 17 are their own index.
+// Written into documents, so the numbers are spelled out: they must not follow Qt's. In the order of ids.
 constexpr std::array<TypeRow, 52> kTypes = {{
     {0, "Invalid"_L1},       {1, "Bool"_L1},           {2, "Int"_L1},
     {3, "UInt"_L1},          {4, "LongLong"_L1},       {5, "ULongLong"_L1},
