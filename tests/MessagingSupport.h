@@ -4,6 +4,7 @@
 #ifndef QVUTIL_MESSAGINGSUPPORT_H
 #define QVUTIL_MESSAGINGSUPPORT_H
 
+#include "GridRegistry_p.h"
 #include "IPC.h"
 #include "MessageCodec_p.h"
 #include "TestSupport.h"
@@ -11,11 +12,13 @@
 
 #include <QCoreApplication>
 #include <QDeadlineTimer>
+#include <QDir>
 #include <QFile>
 #include <QLocalServer>
 #include <QLocalSocket>
 #include <QMetaMethod>
 #include <QProcess>
+#include <QRandomGenerator>
 #include <QString>
 #include <QStringList>
 #include <QtTest>
@@ -28,11 +31,40 @@
 /// What the tests of messaging share.
 namespace MessagingSupport {
 
-/// A server or grid name that nobody else uses, short enough for every system.
+/// The names of servers and grids that a test program gives out. A process that is killed leaves a socket and
+/// a lock behind, and the system gives its number to another one later: so the number is not in the names,
+/// and what is left of them goes with the program. (The keys of Qt's semaphores stay: without its file, a
+/// semaphore could not be told from a new one.)
+class UniqueNames
+{
+public:
+    ~UniqueNames()
+    {
+        const QDir folder = QDir::temp();
+        const QStringList sockets
+            = folder.entryList({mPrefix + u'*'}, QDir::Files | QDir::System | QDir::Hidden);
+        for (const QString& socket : sockets)
+            QFile::remove(folder.filePath(socket));
+        for (int number = 1; number <= mCount; ++number)
+            QFile::remove(Quorvin::Util::GridLockFilePath(Name(number)));
+    }
+    UniqueNames() = default;
+    Q_DISABLE_COPY_MOVE(UniqueNames)
+    [[nodiscard]] QString Next() { return Name(++mCount); }
+
+private:
+    [[nodiscard]] QString Name(int number) const { return mPrefix + QString::number(number); }
+
+    const QString mPrefix
+        = QStringLiteral("qv%1-").arg(QRandomGenerator::system()->generate(), 8, 16, QLatin1Char('0'));
+    int mCount = 0;
+};
+
+/// A server or grid name that nobody else uses or has used, short enough for every system.
 [[nodiscard]] inline QString UniqueName()
 {
-    static int number = 0;
-    return QStringLiteral("qv%1-%2").arg(QCoreApplication::applicationPid()).arg(++number);
+    static UniqueNames names;
+    return names.Next();
 }
 
 /// Runs the event loop until a condition holds. \return false if it does not within a minute

@@ -5,6 +5,7 @@
 
 #include <QCoreApplication>
 #include <QProcess>
+#include <QRandomGenerator>
 
 #include <cstdio>
 #include <initializer_list>
@@ -89,7 +90,7 @@ void ShowGrid(const QString& tool, const QString& grid, std::initializer_list<co
 
 int PlayStory(const QString& tool)
 {
-    const QString grid = u"chat-%1"_s.arg(QCoreApplication::applicationPid());
+    const QString grid = u"chat-%1"_s.arg(QRandomGenerator::system()->generate());
     Actor anna(grid, u"anna"_s);
     Actor ben(grid, u"ben"_s);
     ben.Do("ask");

@@ -8,6 +8,7 @@
 
 #include <QCoreApplication>
 #include <QProcess>
+#include <QRandomGenerator>
 #include <QTextStream>
 
 using namespace Qt::StringLiterals;
@@ -88,7 +89,7 @@ int main(int argc, char* argv[])
     if (argc == 3 && qstrcmp(argv[1], "serve") == 0)
         return Serve(QString::fromLocal8Bit(argv[2]));
 
-    const QString name = u"shop-%1"_s.arg(QCoreApplication::applicationPid());
+    const QString name = u"shop-%1"_s.arg(QRandomGenerator::system()->generate());
     QProcess shop;
     shop.start(QCoreApplication::applicationFilePath(), {u"serve"_s, name});
     const int result = Ask(name);
