@@ -11,6 +11,7 @@ set(messaging_tests
     tst_MessageFraming
     tst_MessageRestarts
     tst_MessageServer
+    tst_MessageThreads
 )
 
 # The other process of the tests.

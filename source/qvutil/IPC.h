@@ -16,8 +16,8 @@ namespace Quorvin::Util {
 
 /// One message between two processes: a name, parameters, and what ties an answer to its request.
 ///
-/// A new record equals a cleared one. It is a plain value: copied, compared field by field, and passed by
-/// value through queued signals under the meta-type name "MessageInfo".
+/// A new record is like a cleared one. It is a plain value: copied, and passed through queued signals under
+/// the meta-type name "MessageInfo".
 struct MessageInfo
 {
     /// The message's name, chosen by the application; an automatic answer is named "Response".

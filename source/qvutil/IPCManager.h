@@ -63,12 +63,13 @@ struct ProcessInfo
 /// \endcode
 ///
 /// \par Threads
-/// One thread, the one that the object lives in; it needs an event loop for messages to arrive. Sockets are
-/// served by threads of their own. All signals are emitted, and responders asked, in the object's thread.
+/// One thread, the one that the object lives in; it needs an event loop for messages to arrive, and a
+/// QCoreApplication, which may end before the object does. Sockets are served by threads of their own. All
+/// signals are emitted, and responders asked, in the object's thread.
 ///
 /// The operations that wait run an event loop that leaves out user input: slots and responders are called
 /// meanwhile. They may send messages (a wait within a wait fails at once), disconnect, stop the server, or
-/// delete the manager.
+/// delete the manager. A wait fails, too, when the application or the thread is told to quit meanwhile.
 class QVUTIL_EXPORT IPCManager : public QObject
 {
     Q_OBJECT
@@ -143,7 +144,8 @@ public:
     /// \param params      as for SendMessage; it may be the same map as \p response
     /// \param response    set to the answer's parameters; empty if no answer came, unchanged without a client
     /// \param timeoutMs   milliseconds; negative waits for 30 seconds
-    /// \return false without client or connection, if no answer came in time, or if another wait is running
+    /// \return false without client or connection, if no answer came in time, or if another wait is running.
+    ///         A connection that was lost and comes back ends the wait with true, and without an answer.
     bool SendMessageAndGetResponse(const QString& serverName, const QString& id, const QVariantMap& params,
                                    QVariantMap& response, int timeoutMs);
     /// Registers an object that answers requests to the server; it may be done before the server is started.

@@ -39,7 +39,7 @@ MessageClient::MessageClient()
 MessageClient::~MessageClient()
 {
     DisconnectFromServer();
-    mEventLoop->exit(kExitTimeout); // a slot that the loop runs may have deleted the client
+    EndWait(kExitTimeout); // a slot that the loop runs may have deleted the client
 }
 
 bool MessageClient::ConnectToServer(const QString& name)
@@ -181,16 +181,25 @@ bool MessageClient::Wait(int timeoutMs)
     else
         mWaitTimer.start(timeoutMs);
     mWaiting = true;
-    const int result = loop->exec(QEventLoop::ExcludeUserInputEvents);
-    if (!self.isNull())
-        mWaiting = false;
-    return result == kExitSuccess;
+    // Code 0 alone would not do: with it the end of the application, or of the thread, ends all loops.
+    mWaitSucceeded = false;
+    loop->exec(QEventLoop::ExcludeUserInputEvents);
+    if (self.isNull())
+        return false;
+    mWaiting = false;
+    return mWaitSucceeded;
+}
+
+void MessageClient::EndWait(int code)
+{
+    mWaitSucceeded = code == kExitSuccess;
+    mEventLoop->exit(code);
 }
 
 void MessageClient::ConnectedSlot()
 {
     mConnected = true;
-    mEventLoop->exit(kExitSuccess);
+    EndWait(kExitSuccess);
     Q_EMIT Connected(mServerName);
 }
 
@@ -209,7 +218,7 @@ void MessageClient::MessageReceivedSlot(MessageInfo msg)
     if (mAwaitingResponse && msg.OriginalMessageUniqueId == mPendingRequest.UniqueId) {
         mWaitTimer.stop();
         mResponse = msg.Params;
-        mEventLoop->exit(kExitSuccess);
+        EndWait(kExitSuccess);
     }
 }
 
@@ -217,13 +226,13 @@ void MessageClient::MessageSentSlot(MessageInfo /*msg*/)
 {
     if (mAwaitingSend) {
         mAwaitingSend = false;
-        mEventLoop->exit(kExitSuccess);
+        EndWait(kExitSuccess);
     }
 }
 
 void MessageClient::EventLoopTimeout()
 {
-    mEventLoop->exit(kExitTimeout);
+    EndWait(kExitTimeout);
 }
 
 // MessageClientThread

@@ -23,6 +23,9 @@
 //
 //   grid NAME
 //       joins a grid; prints "joined", and "linked SERVERNAME" when its client is connected
+//
+//   outlives NAME GRID
+//       managers that end after the application object; prints "answered" and "done"
 
 #include "IPCManager.h"
 #include "MessageClient_p.h"
@@ -35,6 +38,7 @@
 #include <QTimer>
 
 #include <cstdio>
+#include <memory>
 
 #include <unistd.h>
 
@@ -143,6 +147,33 @@ int Join(const QString& name)
     return QCoreApplication::exec();
 }
 
+int OutliveApplication(int argc, char* argv[])
+{
+    Echo echo;
+    std::unique_ptr<IPCManager> server;
+    std::unique_ptr<IPCManager> client;
+    IPCManager member;
+    {
+        const QCoreApplication application(argc, argv);
+        const QString name = QCoreApplication::arguments().value(2);
+        server = std::make_unique<IPCManager>();
+        client = std::make_unique<IPCManager>();
+        server->AddMessageResponder(&echo);
+        server->StartServer(name, QIODevice::ReadWrite);
+        client->ConnectToServer(name, QIODevice::ReadWrite);
+        member.CreateGridConnection(QCoreApplication::arguments().value(3), QIODevice::ReadWrite);
+        QVariantMap answer;
+        if (client->WaitForConnectionToServer(name, 60000)
+            && client->SendMessageAndGetResponse(name, u"ask"_s, {}, answer, 60000))
+            Print(u"answered"_s);
+    }
+    client.reset();
+    server.reset();
+    member.DeleteAllConnections();
+    Print(u"done"_s);
+    return 0;
+}
+
 } // namespace
 
 int main(int argc, char* argv[])
@@ -151,6 +182,8 @@ int main(int argc, char* argv[])
     const bool foreign = argc > 1 && qstrcmp(argv[1], "foreign") == 0;
     if (foreign && (::setgid(kNobody) != 0 || ::setuid(kNobody) != 0))
         return 3;
+    if (argc > 1 && qstrcmp(argv[1], "outlives") == 0)
+        return OutliveApplication(argc, argv);
     const QCoreApplication application(argc, argv);
     QSocketNotifier input(STDIN_FILENO, QSocketNotifier::Read);
     QObject::connect(&input, &QSocketNotifier::activated, &application, [] { QCoreApplication::quit(); });

@@ -1,0 +1,401 @@
+// SPDX-FileCopyrightText: 2026 The QvUtil developers
+// SPDX-License-Identifier: MIT
+
+#include "IPCManager.h"
+#include "MessageClient_p.h"
+#include "MessageServer_p.h"
+#include "MessagingSupport.h"
+#include "TestSupport.h"
+
+#include <QAbstractEventDispatcher>
+#include <QMap>
+#include <QMutex>
+#include <QSignalSpy>
+#include <QThread>
+#include <QWaitCondition>
+#include <QtTest>
+
+#include <functional>
+#include <memory>
+
+using namespace Qt::StringLiterals;
+using namespace Quorvin::Util;
+using namespace MessagingSupport;
+
+namespace {
+
+constexpr QIODeviceBase::OpenMode kReadWrite = QIODeviceBase::ReadWrite;
+constexpr int kLongMs = 60000;
+
+class Responder final : public IMessageResponder
+{
+public:
+    explicit Responder(std::function<void(QVariantMap&)> answer)
+        : mAnswer(std::move(answer))
+    { }
+    bool HandleMessage(const QString& /*messageId*/, const QVariantMap& /*params*/,
+                       QVariantMap& responseParams) override
+    {
+        mAnswer(responseParams);
+        return true;
+    }
+
+private:
+    std::function<void(QVariantMap&)> mAnswer;
+};
+
+// Runs a function in a thread of its own, and events meanwhile.
+// \return false if it has not returned within a minute
+[[nodiscard]] bool RunInThread(const std::function<void()>& function,
+                               QAbstractEventDispatcher* dispatcher = nullptr)
+{
+    const std::unique_ptr<QThread> thread(QThread::create(function));
+    if (dispatcher != nullptr)
+        thread->setEventDispatcher(dispatcher); // which the thread owns now
+    thread->start();
+    const bool finished = WaitUntil([&] { return thread->isFinished(); });
+    thread->wait();
+    return finished;
+}
+
+// An event dispatcher for a thread without sockets, which remembers what it is asked to leave out.
+class Dispatcher final : public QAbstractEventDispatcher
+{
+public:
+    // What all rounds since the last call have left out; counts them too.
+    [[nodiscard]] QEventLoop::ProcessEventsFlags TakeCommonFlags(int& rounds)
+    {
+        rounds = std::exchange(mRounds, 0);
+        return std::exchange(mCommonFlags, QEventLoop::ProcessEventsFlags(~0U));
+    }
+
+    bool processEvents(QEventLoop::ProcessEventsFlags flags) override
+    {
+        ++mRounds;
+        mCommonFlags &= flags;
+        QCoreApplication::sendPostedEvents();
+        SendTimerEvents();
+        if (flags.testFlag(QEventLoop::WaitForMoreEvents))
+            WaitForMore();
+        return true;
+    }
+    void registerSocketNotifier(QSocketNotifier* /*notifier*/) override { }
+    void unregisterSocketNotifier(QSocketNotifier* /*notifier*/) override { }
+    void registerTimer(int timerId, qint64 interval, Qt::TimerType timerType, QObject* object) override
+    {
+        mTimers.insert(timerId, {object, interval, timerType, QDeadlineTimer(interval, timerType)});
+    }
+    bool unregisterTimer(int timerId) override { return mTimers.remove(timerId) > 0; }
+    bool unregisterTimers(QObject* object) override
+    {
+        return mTimers.removeIf([=](const auto& timer) { return timer.value().Object == object; }) > 0;
+    }
+    QList<TimerInfo> registeredTimers(QObject* object) const override
+    {
+        QList<TimerInfo> timers;
+        for (auto timer = mTimers.cbegin(); timer != mTimers.cend(); ++timer) {
+            if (timer->Object == object)
+                timers.append({timer.key(), static_cast<int>(timer->IntervalMs), timer->Type});
+        }
+        return timers;
+    }
+    int remainingTime(int timerId) override
+    {
+        return static_cast<int>(mTimers.value(timerId).Deadline.remainingTime());
+    }
+    void wakeUp() override
+    {
+        const QMutexLocker locker(&mLock);
+        mAwake = true;
+        mChanged.wakeAll();
+    }
+    void interrupt() override { wakeUp(); }
+
+private:
+    struct Timer
+    {
+        QObject* Object = nullptr;
+        qint64 IntervalMs = 0;
+        Qt::TimerType Type = Qt::PreciseTimer;
+        QDeadlineTimer Deadline = QDeadlineTimer(QDeadlineTimer::Forever);
+    };
+
+    void SendTimerEvents()
+    {
+        const QList<int> ids = mTimers.keys();
+        for (const int id : ids) {
+            const auto timer = mTimers.find(id);
+            if (timer == mTimers.end() || !timer->Deadline.hasExpired())
+                continue;
+            timer->Deadline.setRemainingTime(timer->IntervalMs, timer->Type);
+            QTimerEvent event(id);
+            QCoreApplication::sendEvent(timer->Object, &event);
+        }
+    }
+
+    void WaitForMore()
+    {
+        QDeadlineTimer first(QDeadlineTimer::Forever);
+        for (const Timer& timer : std::as_const(mTimers))
+            first = std::min(first, timer.Deadline);
+        QMutexLocker locker(&mLock);
+        while (!mAwake && mChanged.wait(&mLock, first)) { }
+        mAwake = false;
+    }
+
+    QMap<int, Timer> mTimers;
+    QEventLoop::ProcessEventsFlags mCommonFlags = QEventLoop::ProcessEventsFlags(~0U);
+    int mRounds = 0;
+    QMutex mLock; // guards mAwake
+    QWaitCondition mChanged;
+    bool mAwake = false;
+};
+
+} // namespace
+
+// In which thread things happen, and what becomes of them when it ends.
+class tst_MessageThreads : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void init() { TestSupport::FailOnAnyMessage(); }
+
+    void ManagersOfOtherThread();
+    void ResponderAsksBack();
+    void Wait_leavesOutUserInput();
+    void Wait_endOfThread_data();
+    void Wait_endOfThread();
+    void Wait_lostConnection();
+    void Wait_withinWait();
+    void OutlivesApplication();
+};
+
+// Signals are emitted, and responders asked, in the thread of the manager, whichever it is.
+void tst_MessageThreads::ManagersOfOtherThread()
+{
+    const QString name = UniqueName();
+    QStringList inThread;
+    QStringList elsewhere;
+    int answered = 0;
+    QVERIFY(RunInThread([&] {
+        const auto note = [&, own = QThread::currentThread()](const QString& what) {
+            (QThread::currentThread() == own ? inThread : elsewhere).append(what);
+        };
+        IPCManager server;
+        IPCManager client;
+        Responder responder([&](QVariantMap& answer) {
+            note(u"asked"_s);
+            answer.insert(u"n"_s, 1);
+        });
+        server.AddMessageResponder(&responder);
+        connect(
+            &server, &IPCManager::ConnectedToClient, &server, [&] { note(u"client came"_s); },
+            Qt::DirectConnection);
+        connect(
+            &server, &IPCManager::DisconnectedFromClient, &server, [&] { note(u"client left"_s); },
+            Qt::DirectConnection);
+        connect(
+            &server, &IPCManager::MessageReceived, &server, [&] { note(u"at server"_s); },
+            Qt::DirectConnection);
+        connect(
+            &client, &IPCManager::ConnectedToServer, &client, [&] { note(u"server found"_s); },
+            Qt::DirectConnection);
+        connect(
+            &client, &IPCManager::DisconnectedFromServer, &client, [&] { note(u"server lost"_s); },
+            Qt::DirectConnection);
+        connect(
+            &client, &IPCManager::MessageReceived, &client, [&] { note(u"at client"_s); },
+            Qt::DirectConnection);
+        server.StartServer(name, kReadWrite);
+        client.ConnectToServer(name, kReadWrite);
+        client.WaitForConnectionToServer(name, kLongMs);
+        for (int i = 0; i < 10; ++i) {
+            QVariantMap answer;
+            client.SendMessageAndGetResponse(name, u"ask"_s, {}, answer, kLongMs);
+            answered += answer.value(u"n"_s).toInt();
+        }
+        client.SendMessage(u"m"_s, {});
+        server.SendMessage(u"m"_s, {});
+        static_cast<void>(WaitUntil(
+            [&] { return inThread.contains(u"at server"_s) && inThread.contains(u"at client"_s); }));
+        // The server goes, its client comes back to the next one, and goes itself.
+        server.StopServer();
+        static_cast<void>(WaitUntil([&] { return inThread.contains(u"server lost"_s); }));
+        IPCManager next;
+        connect(
+            &next, &IPCManager::DisconnectedFromClient, &next, [&] { note(u"client left"_s); },
+            Qt::DirectConnection);
+        next.StartServer(name, kReadWrite);
+        static_cast<void>(WaitUntil([&] { return next.IsConnectedToAnyClient(); }));
+        client.DisconnectFromServer(name);
+        static_cast<void>(WaitUntil([&] { return inThread.contains(u"client left"_s); }));
+    }));
+    QCOMPARE(elsewhere, QStringList());
+    QCOMPARE(answered, 10);
+    inThread.removeDuplicates();
+    inThread.sort();
+    QCOMPARE(inThread,
+             (QStringList{u"asked"_s, u"at client"_s, u"at server"_s, u"client came"_s, u"client left"_s,
+                          u"server found"_s, u"server lost"_s}));
+}
+
+// Two that are each other's server: who is asked may ask back, while the first one waits.
+void tst_MessageThreads::ResponderAsksBack()
+{
+    const QString firstName = UniqueName();
+    const QString secondName = UniqueName();
+    IPCManager first;
+    IPCManager second;
+    const QSignalSpy firstFound(&first, &IPCManager::ConnectedToServer);
+    const QSignalSpy secondFound(&second, &IPCManager::ConnectedToServer);
+    first.StartServer(firstName, kReadWrite);
+    second.StartServer(secondName, kReadWrite);
+    first.ConnectToServer(secondName, kReadWrite);
+    second.ConnectToServer(firstName, kReadWrite);
+    EVENTUALLY(firstFound.count() == 1 && secondFound.count() == 1);
+
+    Responder atFirst([](QVariantMap& answer) { answer.insert(u"first"_s, 1); });
+    Responder atSecond([&](QVariantMap& answer) {
+        QVariantMap back;
+        answer.insert(u"asked"_s, second.SendMessageAndGetResponse(firstName, u"back"_s, {}, back, kLongMs));
+        answer.insert(back);
+    });
+    first.AddMessageResponder(&atFirst);
+    second.AddMessageResponder(&atSecond);
+    for (int i = 0; i < 10; ++i) {
+        QVariantMap answer;
+        QCOMPARE(first.SendMessageAndGetResponse(secondName, u"ask"_s, {}, answer, kLongMs), true);
+        QCOMPARE(answer, (QVariantMap{{u"asked"_s, true}, {u"first"_s, 1}}));
+    }
+}
+
+void tst_MessageThreads::Wait_leavesOutUserInput()
+{
+    const QString name = UniqueName();
+    MessageServer server;
+    server.Start(name);
+    struct Round
+    {
+        bool Succeeded = false;
+        int Rounds = 0;
+        QEventLoop::ProcessEventsFlags Flags;
+    };
+    QMap<QString, Round> rounds;
+    auto* const dispatcher = new Dispatcher;
+    QVERIFY(RunInThread(
+        [&] {
+            MessageClient client;
+            const auto run = [&](const QString& what, const std::function<bool()>& wait) {
+                Round& round = rounds[what];
+                static_cast<void>(dispatcher->TakeCommonFlags(round.Rounds));
+                round.Succeeded = wait();
+                round.Flags = dispatcher->TakeCommonFlags(round.Rounds);
+            };
+            // Before the first attempt, so that there is something to wait for.
+            QMetaObject::invokeMethod(
+                &client, [&] { client.ConnectToServer(name, kReadWrite); }, Qt::QueuedConnection);
+            run(u"connection"_s, [&] { return client.WaitForConnection(kLongMs); });
+            run(u"sent"_s, [&] { return client.SendMessage(u"m"_s, {}, true); });
+            run(u"answer"_s, [&] {
+                QVariantMap answer;
+                return client.SendMessageAndGetResponse(u"ask"_s, {}, answer, kLongMs);
+            });
+            run(u"timer"_s, [&] {
+                client.DisconnectFromServer();
+                QVariantMap answer;
+                return !client.SendMessageAndGetResponse(u"ask"_s, {}, answer, 1);
+            });
+        },
+        dispatcher));
+    QCOMPARE(rounds.keys(), (QStringList{u"answer"_s, u"connection"_s, u"sent"_s, u"timer"_s}));
+    for (const Round& round : std::as_const(rounds)) {
+        QVERIFY(round.Succeeded);
+        QVERIFY(round.Rounds > 0);
+        QVERIFY(round.Flags.testFlag(QEventLoop::ExcludeUserInputEvents));
+    }
+}
+
+void tst_MessageThreads::Wait_endOfThread_data()
+{
+    QTest::addColumn<int>("wait");
+
+    QTest::newRow("connection") << 0;
+    QTest::newRow("sending") << 1;
+    QTest::newRow("answer") << 2;
+}
+
+// With the thread's event loop, or the application's, all loops within it end. What was waited for has not
+// come then.
+void tst_MessageThreads::Wait_endOfThread()
+{
+    QFETCH(const int, wait);
+
+    const QString name = UniqueName();
+    MessageServer server;
+    if (wait > 0)
+        server.Start(name);
+    bool ready = false;
+    QList<bool> results;
+    QVariantMap answer{{u"old"_s, true}};
+    QVERIFY(RunInThread([&] {
+        MessageClient client; // sends nothing, so that no confirmation and no answer ever comes
+        const QSignalSpy connected(&client, &MessageClient::Connected);
+        client.ConnectToServer(name);
+        ready = wait == 0 || WaitUntil([&] { return connected.count() > 0; });
+        QMetaObject::invokeMethod(
+            &client, [] { QThread::currentThread()->quit(); }, Qt::QueuedConnection);
+        for (int i = 0; i < 2; ++i) { // the second one ends at once
+            results.append(wait == 0       ? client.WaitForConnection(kLongMs)
+                               : wait == 1 ? client.SendMessage(u"m"_s, {}, true)
+                                           : client.SendMessageAndGetResponse(u"ask"_s, {}, answer, kLongMs));
+        }
+    }));
+    QVERIFY(ready);
+    QCOMPARE(results, (QList<bool>{false, false}));
+    if (wait == 2)
+        QCOMPARE(answer, QVariantMap());
+}
+
+// That the connection is lost ends no wait; its return does.
+void tst_MessageThreads::Wait_lostConnection()
+{
+    const QString name = UniqueName();
+    MessageServer server;
+    server.Start(name);
+    MessageClient client;
+    QVERIFY(ConnectClient(client, name, QIODeviceBase::ReadOnly));
+    const QSignalSpy disconnected(&client, &MessageClient::Disconnected);
+    QMetaObject::invokeMethod(&client, &MessageClient::DisconnectedSlot, Qt::QueuedConnection);
+    QVariantMap answer;
+    QCOMPARE(client.SendMessageAndGetResponse(u"ask"_s, {}, answer, 200), false);
+    QCOMPARE(disconnected.count(), 1);
+    // The flag is gone, the connection is not.
+    QCOMPARE(client.IsConnected(), true);
+    QMetaObject::invokeMethod(&client, &MessageClient::ConnectedSlot, Qt::QueuedConnection);
+    QCOMPARE(client.SendMessageAndGetResponse(u"ask"_s, {}, answer, kLongMs), true);
+}
+
+void tst_MessageThreads::Wait_withinWait()
+{
+    MessageClient client;
+    client.ConnectToServer(UniqueName(), kReadWrite); // nobody there
+    bool inner = true;
+    QMetaObject::invokeMethod(
+        &client, [&] { inner = client.WaitForConnection(kLongMs); }, Qt::QueuedConnection);
+    const QDeadlineTimer deadline(kLongMs / 2);
+    QCOMPARE(client.WaitForConnection(200), false);
+    QCOMPARE(inner, false);
+    QVERIFY(!deadline.hasExpired()); // the inner one has not moved the end of the outer one
+}
+
+void tst_MessageThreads::OutlivesApplication()
+{
+    Peer peer({u"outlives"_s, UniqueName(), UniqueName()});
+    QCOMPARE(peer.WaitForLine(QString()), u"answered"_s);
+    QCOMPARE(peer.WaitForLine(QString()), u"done"_s);
+}
+
+QTEST_GUILESS_MAIN(tst_MessageThreads)
+
+#include "tst_MessageThreads.moc"
