@@ -12,6 +12,8 @@
 #include <memory>
 #include <utility>
 
+#include <sys/wait.h>
+
 namespace TestSupport {
 
 /// A tool that runs while the test does something else; killed with the object. Waiting runs the event loop,
@@ -63,6 +65,14 @@ public:
         return WaitForEnd();
     }
     void Signal(int signal) const { ::kill(static_cast<pid_t>(mProcess.processId()), signal); }
+    /// Stops it where it is, alive, and waits until it has stopped. SIGCONT lets it go on. \return false if
+    /// it is gone
+    [[nodiscard]] bool Freeze() const
+    {
+        siginfo_t info = {};
+        Signal(SIGSTOP);
+        return ::waitid(P_PID, static_cast<id_t>(mProcess.processId()), &info, WSTOPPED | WNOWAIT) == 0;
+    }
 
     [[nodiscard]] bool IsRunning() const { return mProcess.state() == QProcess::Running; }
     [[nodiscard]] qint64 Id() const { return mProcess.processId(); }
@@ -92,6 +102,28 @@ private:
     QByteArray mOutput;
     QByteArray mErrorText;
 };
+
+/// The arguments of a command that talks to a server: call, send, doctor or bench. Unless they say for how
+/// long, it waits longer than any test does: a machine that stalls must not make a difference.
+[[nodiscard]] inline QStringList IpcArguments(const QStringList& arguments)
+{
+    QStringList all = QStringList{QStringLiteral("ipc")} + arguments;
+    const bool isTimed = QStringList{QStringLiteral("call"), QStringLiteral("send"), QStringLiteral("doctor"),
+                                     QStringLiteral("bench")}
+                             .contains(all.value(1));
+    const QString option = QStringLiteral("--timeout");
+    if (isTimed && !all.contains(option)) {
+        all.insert(2, option); // before the parameters of messages, which may look like options
+        all.insert(3, QString::number(10 * ToolRunner::kTimeoutMs));
+    }
+    return all;
+}
+
+/// Runs a command of the group ipc while the event loop runs.
+[[nodiscard]] inline ToolResult RunIpc(const ToolRunner& tool, const QStringList& arguments)
+{
+    return RunningTool(tool, IpcArguments(arguments)).WaitForEnd();
+}
 
 /// Starts a server of messages, and waits until it listens. \return null if it does not
 [[nodiscard]] inline std::unique_ptr<RunningTool> StartListener(const ToolRunner& tool, const QString& name,

@@ -23,6 +23,7 @@ using namespace Qt::StringLiterals;
 using namespace MessagingSupport;
 using Quorvin::Util::MessageInfo;
 using TestSupport::BareSocket;
+using TestSupport::IpcArguments;
 using TestSupport::PathOf;
 using TestSupport::RunningTool;
 using TestSupport::StartListener;
@@ -121,7 +122,7 @@ void tst_ToolIpc::cleanup()
 
 ToolResult tst_ToolIpc::Run(const QStringList& arguments) const
 {
-    return RunningTool(*mTool, QStringList{u"ipc"_s} + arguments).WaitForEnd();
+    return TestSupport::RunIpc(*mTool, arguments);
 }
 
 // call
@@ -269,15 +270,14 @@ void tst_ToolIpc::Call_standardInput()
     const QString name = UniqueName();
     const auto listener = StartListener(*mTool, name, {u"--echo"_s});
     QVERIFY(listener);
-    QCOMPARE(mTool->RunShell(u"printf 'ab\\000' | $TOOL ipc call %1 Ask b=@-"_s.arg(name)).ToText(),
-             u"b:bytearray=YWIA\n=> 0\n"_s);
-    QCOMPARE(
-        mTool
-            ->RunShell(
-                u"echo '{\"id\": \"x\", \"params\": {\"k\": true}}' | $TOOL ipc call %1 Ask --params -"_s.arg(
-                    name))
-            .ToText(),
-        u"k:bool=true\n=> 0\n"_s);
+    const auto call = [&](const QString& input, const QString& parameters) {
+        return mTool
+            ->RunShell(u"%1 | $TOOL ipc call %2 Ask --timeout 600000 %3"_s.arg(input, name, parameters))
+            .ToText();
+    };
+    QCOMPARE(call(u"printf 'ab\\000'"_s, u"b=@-"_s), u"b:bytearray=YWIA\n=> 0\n"_s);
+    QCOMPARE(call(u"echo '{\"id\": \"x\", \"params\": {\"k\": true}}'"_s, u"--params -"_s),
+             u"k:bool=true\n=> 0\n"_s);
 }
 
 void tst_ToolIpc::Call_badFile_data()
@@ -388,7 +388,7 @@ void tst_ToolIpc::Call_rightAnswerOnly()
     const QString name = UniqueName();
     RawServer server(name);
     QVERIFY(server.IsListening());
-    RunningTool call(*mTool, {u"ipc"_s, u"call"_s, name, u"Ask"_s, u"a=b"_s});
+    RunningTool call(*mTool, IpcArguments({u"call"_s, name, u"Ask"_s, u"a=b"_s}));
     QVERIFY(server.Client());
     const QList<MessageInfo> requests = ReadMessages(*server.Client(), 1);
     QCOMPARE(requests.size(), 1);
@@ -408,7 +408,7 @@ void tst_ToolIpc::Call_connectionLost()
     const QString name = UniqueName();
     RawServer server(name);
     QVERIFY(server.IsListening());
-    RunningTool call(*mTool, {u"ipc"_s, u"call"_s, name, u"Ask"_s});
+    RunningTool call(*mTool, IpcArguments({u"call"_s, name, u"Ask"_s}));
     QVERIFY(server.Client());
     QCOMPARE(ReadMessages(*server.Client(), 1).size(), 1);
     server.Client()->abort();
@@ -422,8 +422,8 @@ void tst_ToolIpc::Call_serverKilled()
     const QString name = UniqueName();
     const auto listener = StartListener(*mTool, name, {u"--echo"_s});
     QVERIFY(listener);
-    listener->Signal(SIGSTOP); // so that it does not answer
-    RunningTool call(*mTool, {u"ipc"_s, u"call"_s, name, u"Ask"_s, u"--timeout"_s, u"600000"_s});
+    QVERIFY(listener->Freeze()); // so that it does not answer
+    RunningTool call(*mTool, IpcArguments({u"call"_s, name, u"Ask"_s}));
 #ifdef Q_OS_LINUX
     // The system tells when the call has connected.
     bool isConnected = false;
@@ -448,8 +448,7 @@ void tst_ToolIpc::Call_wait()
     const QString name = UniqueName();
     const BareSocket stale(PathOf(name), false);
     QVERIFY(stale.IsGood());
-    RunningTool call(
-        *mTool, {u"ipc"_s, u"call"_s, name, u"Ask"_s, u"a=b"_s, u"--wait"_s, u"--timeout"_s, u"600000"_s});
+    RunningTool call(*mTool, IpcArguments({u"call"_s, name, u"Ask"_s, u"a=b"_s, u"--wait"_s}));
     QCOMPARE(Run({u"call"_s, name, u"Ask"_s}).ExitCode, 1); // one that does not wait
     QVERIFY(call.IsRunning());
     const auto listener = StartListener(*mTool, name, {u"--echo"_s});
@@ -464,9 +463,7 @@ void tst_ToolIpc::Call_waitInVain()
              u"! qvutil: %1: no server has this name: there is no %2\n=> 1\n"_s.arg(name, PathOf(name)));
     // Waiting does not help there.
     QVERIFY(mTool->Write(u"s"_s, "x"));
-    QCOMPARE(
-        Run({u"call"_s, mTool->Path(u"s"_s), u"Ask"_s, u"--wait"_s, u"--timeout"_s, u"600000"_s}).ExitCode,
-        1);
+    QCOMPARE(Run({u"call"_s, mTool->Path(u"s"_s), u"Ask"_s, u"--wait"_s}).ExitCode, 1);
 }
 
 // send
@@ -476,7 +473,7 @@ void tst_ToolIpc::Send()
     const QString name = UniqueName();
     RawServer server(name);
     QVERIFY(server.IsListening());
-    RunningTool send(*mTool, {u"ipc"_s, u"send"_s, name, u"News"_s, u"n:int=5"_s});
+    RunningTool send(*mTool, IpcArguments({u"send"_s, name, u"News"_s, u"n:int=5"_s}));
     QVERIFY(server.Client());
     const QList<MessageInfo> messages = ReadMessages(*server.Client(), 1);
     QCOMPARE(messages.size(), 1);
@@ -495,8 +492,7 @@ void tst_ToolIpc::Send_large()
     const QString name = UniqueName();
     RawServer server(name);
     QVERIFY(server.IsListening());
-    RunningTool send(*mTool,
-                     {u"ipc"_s, u"send"_s, name, u"News"_s, u"data=@large"_s, u"--timeout"_s, u"600000"_s});
+    RunningTool send(*mTool, IpcArguments({u"send"_s, name, u"News"_s, u"data=@large"_s}));
     QVERIFY(server.Client());
     QByteArray received;
     QVERIFY(WaitUntil([&] {
@@ -540,6 +536,7 @@ void tst_ToolIpc::Listen_text()
     const auto listener = StartListener(*mTool, name);
     QVERIFY(listener);
     QCOMPARE(Run({u"call"_s, name, u"Ask"_s, u"n:int=5"_s, u"t=a\nb"_s}).ToText(), u"=> 0\n"_s);
+    QVERIFY(listener->WaitForError("a client has disconnected")); // else the next one might replace it
     QCOMPARE(Run({u"send"_s, name, u"News"_s}).ToText(), u"=> 0\n"_s);
     QVERIFY(listener->WaitForError("a client has disconnected", 2));
     {
@@ -812,7 +809,10 @@ void tst_ToolIpc::Listen_ends()
 void tst_ToolIpc::Listen_outputClosed()
 {
     const QString name = UniqueName();
-    RunningTool listener(*mTool, u"{ $TOOL ipc listen %1; echo \"code $?\" >&2; } | true"_s.arg(name));
+    RunningTool listener(*mTool,
+                         u"{ $TOOL ipc listen %1; echo \"code $?\" >&2; }"
+                         " | { exec <&-; echo \"nobody reads\" >&2; }"_s.arg(name));
+    QVERIFY(listener.WaitForError("nobody reads\n"));
     QVERIFY(listener.WaitForError("qvutil: listening at "));
     QCOMPARE(Run({u"send"_s, name, u"News"_s}).ExitCode, 0);
     QVERIFY(listener.WaitForError("code 2\n"));

@@ -95,7 +95,7 @@ void tst_ToolIpcDoctor::cleanup()
 
 ToolResult tst_ToolIpcDoctor::Run(const QStringList& arguments) const
 {
-    return RunningTool(*mTool, QStringList{u"ipc"_s} + arguments).WaitForEnd();
+    return TestSupport::RunIpc(*mTool, arguments);
 }
 
 QJsonObject tst_ToolIpcDoctor::Diagnose(const QString& name, const QStringList& options) const
@@ -202,7 +202,7 @@ void tst_ToolIpcDoctor::Doctor_client()
                                  + QByteArray::number(QCoreApplication::applicationPid())
                                  + " (tst_ToolIpcDoct)\n"));
     // A connection that a server does not accept, since it hangs.
-    listener->Signal(SIGSTOP);
+    QVERIFY(listener->Freeze());
     QLocalSocket second;
     second.connectToServer(name);
     QCOMPARE(Diagnose(name).value("waiting"_L1), QJsonValue(1));
@@ -501,7 +501,8 @@ void tst_ToolIpcDoctor::Bench_terminal()
     const auto listener = StartListener(*mTool, name, {u"--echo"_s, u"--quiet"_s});
     QVERIFY(listener);
     // Long enough for the bar to appear on any machine.
-    const ToolResult result = mTool->RunOnTerminal({u"ipc"_s, u"bench"_s, name, u"--count"_s, u"12000"_s});
+    const ToolResult result
+        = mTool->RunOnTerminal(TestSupport::IpcArguments({u"bench"_s, name, u"--count"_s, u"12000"_s}));
     QCOMPARE(result.ExitCode, 0);
     QVERIFY(result.Output.contains(" %  requests"));
     QVERIFY(result.Output.contains("12000 requests of 64 bytes in "));
@@ -528,7 +529,7 @@ void tst_ToolIpcDoctor::Bench_lost()
     const QString name = UniqueName();
     RawServer server(name);
     QVERIFY(server.IsListening());
-    RunningTool bench(*mTool, {u"ipc"_s, u"bench"_s, name, u"--timeout"_s, u"600000"_s});
+    RunningTool bench(*mTool, TestSupport::IpcArguments({u"bench"_s, name}));
     QVERIFY(server.Client());
     QCOMPARE(ReadMessages(*server.Client(), 1).size(), 1);
     server.Client()->abort();
