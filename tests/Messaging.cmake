@@ -9,6 +9,7 @@ set(messaging_tests
     tst_MessageClient
     tst_MessageEncoding
     tst_MessageFraming
+    tst_MessageLink
     tst_MessageRestarts
     tst_MessageServer
     tst_MessageThreads

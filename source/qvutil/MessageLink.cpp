@@ -27,8 +27,10 @@ constexpr qsizetype kEnoughBytes = qsizetype(4) * 1024 * 1024;
 constexpr qsizetype kMostBytes = qsizetype(64) * 1024 * 1024;
 
 // How long the next piece of a large document may take once its beginning is there. The writer is in the
-// middle of one system call then, and at the worst waits for a processor.
-constexpr int kRestTimeoutMs = 50;
+// middle of one system call then, and at the worst waits for a processor. The time is taken in steps: a
+// machine that stalls as a whole uses up one of them, and not the writer's chance.
+constexpr int kRestTimeoutMs = 500;
+constexpr int kRestStepMs = 50;
 
 // How many reads may pass before they have brought as much as one piece. Whoever writes in so small ones is
 // not in the middle of one write.
@@ -67,6 +69,33 @@ private:
     qsizetype mStart = -1; // of the last document
 };
 
+// Past QLocalSocket, whose buffer is empty then: its own way of reading on would emit signals.
+class SocketBytes final : public ByteSource
+{
+public:
+    explicit SocketBytes(qintptr descriptor)
+        : mDescriptor(descriptor)
+    { }
+    bool Read(QByteArray& bytes) override { return Platform::ReadAvailable(mDescriptor, bytes); }
+    bool Wait(int timeoutMs) override { return Platform::WaitForBytes(mDescriptor, timeoutMs); }
+    [[nodiscard]] bool IsToEnd() const override
+    {
+        return QThread::currentThread()->isInterruptionRequested();
+    }
+
+private:
+    qintptr mDescriptor;
+};
+
+bool WaitForRest(ByteSource& source)
+{
+    for (int waitedMs = 0; waitedMs < kRestTimeoutMs && !source.IsToEnd(); waitedMs += kRestStepMs) {
+        if (source.Wait(kRestStepMs))
+            return true;
+    }
+    return false;
+}
+
 } // namespace
 
 void LimitSendBuffer(int bytes)
@@ -90,23 +119,16 @@ bool CanWriteWhole(const QLocalSocket& socket, qsizetype size)
         || (socket.bytesToWrite() == 0 && Platform::GetUnreadBytes(socket.socketDescriptor()) <= 0);
 }
 
-QByteArray TakeBytes(QLocalSocket& socket)
+void ReadOn(ByteSource& source, QByteArray& bytes)
 {
-    QByteArray bytes = socket.readAll();
-    const qintptr descriptor = socket.socketDescriptor();
-    if (bytes.isEmpty() || descriptor == -1)
-        return bytes;
     DocumentWatch watch;
     qsizetype sizeAtPiece = bytes.size();
     int reads = 0;
-    // Past QLocalSocket, whose buffer is empty now: its own way of reading on would emit signals.
-    while (reads < kMostReadsPerPiece && !QThread::currentThread()->isInterruptionRequested()) {
+    while (reads < kMostReadsPerPiece && !source.IsToEnd()) {
         const bool inMidDocument = watch.IsInMidDocument(bytes);
         if (bytes.size() >= (inMidDocument ? kMostBytes : kEnoughBytes))
             break;
-        if (!Platform::ReadAvailable(descriptor, bytes)
-            && !(inMidDocument && Platform::WaitForBytes(descriptor, kRestTimeoutMs)
-                 && Platform::ReadAvailable(descriptor, bytes)))
+        if (!source.Read(bytes) && !(inMidDocument && WaitForRest(source) && source.Read(bytes)))
             break;
         ++reads;
         if (bytes.size() - sizeAtPiece >= kWholePiece) {
@@ -114,6 +136,16 @@ QByteArray TakeBytes(QLocalSocket& socket)
             reads = 0;
         }
     }
+}
+
+QByteArray TakeBytes(QLocalSocket& socket)
+{
+    QByteArray bytes = socket.readAll();
+    const qintptr descriptor = socket.socketDescriptor();
+    if (bytes.isEmpty() || descriptor == -1)
+        return bytes;
+    SocketBytes source(descriptor);
+    ReadOn(source, bytes);
     return bytes;
 }
 

@@ -35,6 +35,28 @@ inline constexpr int kWantedSendBuffer = 4 * 1024 * 1024;
 /// Tests lower it to what other systems would grant; 0 is no limit.
 void LimitSendBuffer(int bytes);
 
+/// Where more bytes come from: a socket.
+class ByteSource
+{
+public:
+    ByteSource() = default;
+    virtual ~ByteSource() = default;
+    Q_DISABLE_COPY_MOVE(ByteSource)
+    /// Takes what is there, without waiting.
+    /// \return false if there was nothing, or if the connection has ended
+    virtual bool Read(QByteArray& bytes) = 0;
+    /// Waits until there is something to read, or the connection has ended.
+    /// \return false if the time is over
+    virtual bool Wait(int timeoutMs) = 0;
+    /// Whether the thread that reads is to end.
+    [[nodiscard]] virtual bool IsToEnd() const = 0;
+};
+
+/// Reads on until there is no more at the moment, and no large document is cut off; or there is enough, or
+/// little comes in many reads, or the thread is to end.
+/// \param bytes  what was read already; is appended to
+void ReadOn(ByteSource& source, QByteArray& bytes);
+
 /// Takes all bytes that a socket has to give at the moment, and the rest of a large document in them.
 [[nodiscard]] QByteArray TakeBytes(QLocalSocket& socket);
 
