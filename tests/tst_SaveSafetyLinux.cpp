@@ -172,6 +172,7 @@ private Q_SLOTS:
     void Kill_atEachSystemCall_data();
     void Kill_atEachSystemCall();
     void Save_reachesTheDiskBeforeItReplaces();
+    void Save_neverShowsAPrivateFileToOthers();
 
     void Device_data();
     void Device();
@@ -268,6 +269,32 @@ void tst_SaveSafetyLinux::Save_reachesTheDiskBeforeItReplaces()
     QVERIFY(sync != calls.end());
     QVERIFY(rename != calls.end());
     QVERIFY(sync < rename);
+}
+
+void tst_SaveSafetyLinux::Save_neverShowsAPrivateFileToOthers()
+{
+    const QString file = Path(u"s.xml"_s);
+    QVERIFY(WriteFile(file, kOld));
+    QCOMPARE(chmod(QFile::encodeName(file).constData(), 0600), 0);
+    const mode_t mask = umask(0); // which keeps nothing from others
+    TracedSaver saver(file, u"2"_s);
+    umask(mask);
+    if (!saver.IsUsable())
+        QSKIP("this system does not let a process follow another one");
+
+    bool sawBoth = false;
+    while (saver.Step()) {
+        const QStringList names = FolderContent(mDir->path());
+        sawBoth = sawBoth || names.size() == 2;
+        for (const QString& name : names) {
+            struct stat status = {};
+            QCOMPARE(stat(QFile::encodeName(Path(name)).constData(), &status), 0);
+            QCOMPARE(status.st_mode & 0777U, 0600U);
+        }
+    }
+    QVERIFY(saver.IsStoppedByItself());
+    QVERIFY(sawBoth); // the old file, and the new one before it replaced that
+    QCOMPARE(ReadFile(file), DocumentBytes(2));
 }
 
 void tst_SaveSafetyLinux::Device_data()
