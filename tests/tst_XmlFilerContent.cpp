@@ -52,6 +52,21 @@ QString RandomText(QRandomGenerator& random)
     return text;
 }
 
+/// Whether a text of that type can be written to an element at a node path.
+template <typename Filer, typename Text>
+concept TakesNodeText = requires(Filer& filer, const QString& path, Text text)
+{
+    filer.WriteNodeText(path, text);
+};
+template <typename Filer> constexpr bool TakesTextsOnly()
+{
+    // What is no QString would not become one, but the flag of the operation that takes no path.
+    return TakesNodeText<
+               Filer, QString> && TakesNodeText<Filer, QLatin1StringView> && TakesNodeText<Filer, bool> && !TakesNodeText<Filer, const char*> && !TakesNodeText<Filer, const char16_t*> && !TakesNodeText<Filer, const wchar_t*> && !TakesNodeText<Filer, const char8_t*> && !TakesNodeText<Filer, std::nullptr_t>;
+}
+static_assert(TakesTextsOnly<XmlFiler>());
+static_assert(TakesTextsOnly<Settings>());
+
 QString Saved(const QDomNode& node)
 {
     QString text;
@@ -76,6 +91,8 @@ private Q_SLOTS:
     void ReadBuffer();
     void WriteNodeText_data();
     void WriteNodeText();
+    void WriteText_thatXmlCannotHold_data();
+    void WriteText_thatXmlCannotHold();
     void ReadNodeText_data();
     void ReadNodeText();
     void ReadNodeText_translator();
@@ -228,6 +245,48 @@ void tst_XmlFilerContent::WriteNodeText()
     QVERIFY(filer.GetCurrentNode().lastChild().firstChild().firstChild().nodeType() == QDomNode::TextNode);
     QCOMPARE(filer.GetCurrentNode().lastChild().firstChild().childNodes().count(), 1);
     QCOMPARE(filer.GetCurrentNodePath(), u"/r"_s);
+}
+
+void tst_XmlFilerContent::WriteText_thatXmlCannotHold_data()
+{
+    QTest::addColumn<QString>("text");
+    QTest::addColumn<QString>("character"); // the one that is named; none if there is nothing to say
+
+    QTest::newRow("empty") << QString() << QString();
+    QTest::newRow("tab and line ends") << u"\t\n\r"_s << QString();
+    QTest::newRow("NUL") << QString(QChar(0)) << u"U+0000"_s;
+    QTest::newRow("first of two") << u"a\u0008\u0001"_s << u"U+0008"_s;
+    QTest::newRow("before the tab") << u"\t\u0008"_s << u"U+0008"_s;
+    QTest::newRow("after the line feed") << u"\n\u000B"_s << u"U+000B"_s;
+    QTest::newRow("before the carriage return") << u"\u000C"_s << u"U+000C"_s;
+    QTest::newRow("after the carriage return") << u"\u000E"_s << u"U+000E"_s;
+    QTest::newRow("last control character") << u"\u001F"_s << u"U+001F"_s;
+    QTest::newRow("blank and above") << u" \u007F\u0085\uD7FF\uE000\uFFFD"_s << QString();
+    QTest::newRow("pair") << u"😀\U0010FFFF"_s << QString();
+    QTest::newRow("high half at the end") << u"a"_s + QChar(0xD83D) << u"U+D83D"_s;
+    QTest::newRow("high half alone") << QString(QChar(0xD83D)) + u'a' << u"U+D83D"_s;
+    QTest::newRow("low half alone") << QString(QChar(0xDE00)) + u'a' << u"U+DE00"_s;
+    QTest::newRow("two high halves") << QString(2, QChar(0xD83D)) + QChar(0xDE00) << u"U+D83D"_s;
+    QTest::newRow("last but one") << QString(QChar(0xFFFE)) << u"U+FFFE"_s;
+    QTest::newRow("last") << QString(QChar(0xFFFF)) << u"U+FFFF"_s;
+}
+
+void tst_XmlFilerContent::WriteText_thatXmlCannotHold()
+{
+    QFETCH(const QString, text);
+    QFETCH(const QString, character);
+    XmlFiler filer;
+    filer.CreateRoot(u"r"_s);
+    const TestSupport::LogGuard log;
+
+    filer.WriteString(u"n"_s, text);
+    filer.WriteString(u"A"_s, u"n"_s, text);
+    filer.WriteNodeText(text);
+    filer.WriteNodeText(u"A"_s, text);
+
+    const QString warning = u"a text holds %1, which XML cannot hold: it will not read back"_s.arg(character);
+    QCOMPARE(log.Messages(), character.isNull() ? QStringList() : QStringList(4, warning));
+    QCOMPARE(filer.ReadString(u"n"_s, QString()), text);
 }
 
 void tst_XmlFilerContent::ReadNodeText_data()

@@ -106,6 +106,8 @@ private Q_SLOTS:
     void SaveAsXmlFile_replacesLongerFile();
     void SaveAsXmlFile_nothingToSaveKeepsFile();
     void SaveAsXmlFile_cannotOpen();
+    void SaveAsXmlFile_unloadable_data();
+    void SaveAsXmlFile_unloadable();
 
     void IsEmpty_data();
     void IsEmpty();
@@ -642,6 +644,61 @@ void tst_XmlFilerDocument::SaveAsXmlFile_cannotOpen()
     QVERIFY(QFileInfo(mDir->path()).isDir());
     QVERIFY(!QFileInfo::exists(Path(u"none"_s)));
     QCOMPARE(log.Messages(), QStringList());
+}
+
+// What cannot be loaded again is saved all the same, and somebody who looks is told.
+void tst_XmlFilerDocument::SaveAsXmlFile_unloadable_data()
+{
+    QTest::addColumn<QString>("path");
+    QTest::addColumn<QString>("name");
+    QTest::addColumn<QString>("section");
+    QTest::addColumn<QString>("comment");
+    QTest::addColumn<QString>("warning"); // its end; none if the document loads again
+
+    const QString plain = u"a"_s;
+    QTest::newRow("nothing wrong") << u"A"_s << plain << plain << plain << QString();
+    QTest::newRow("blank in an element's name") << u"My A"_s << plain << plain << plain << u"line 3: "_s;
+    QTest::newRow("digit before an element's name") << u"A/1B"_s << plain << plain << plain << u"line 4: "_s;
+    QTest::newRow("blank in an attribute's name") << u"A"_s << u"a b"_s << plain << plain << u"line 3: "_s;
+    QTest::newRow("no attribute's name") << u"A"_s << QString() << plain << plain << u"line 3: "_s;
+    QTest::newRow("end of a section in it") << u"A"_s << plain << u"]]>"_s << plain << u"line 3: "_s;
+    QTest::newRow("hyphens in a comment") << u"A"_s << plain << plain << u"a--b"_s << u"line 4: "_s;
+    QTest::newRow("control character in a comment")
+        << u"A"_s << plain << plain << u"\u0001"_s << u"line 4: "_s;
+    QTest::newRow("1,000 levels") << u"/A"_s.repeated(999) << plain << plain << plain << QString();
+    QTest::newRow("1,001 levels") << u"/A"_s.repeated(1000) << plain << plain << plain
+                                  << u"it is nested too deeply, or its entities are too large"_s;
+}
+
+void tst_XmlFilerDocument::SaveAsXmlFile_unloadable()
+{
+    QFETCH(const QString, path);
+    QFETCH(const QString, name);
+    QFETCH(const QString, section);
+    QFETCH(const QString, comment);
+    QFETCH(const QString, warning);
+    const QString file = Path(u"out.xml"_s);
+    XmlFiler filer;
+    filer.CreateRoot(u"r"_s);
+    filer.WriteInt(path, name, 1);
+    filer.WriteNodeText(path, section, true);
+    filer.WriteComment(comment);
+
+    QVERIFY(filer.SaveAsXmlFile(file)); // nobody looks
+
+    const TestSupport::LogGuard log;
+    QVERIFY(filer.SaveAsXmlFile(file));
+    const bool isFine = warning.isNull();
+    QCOMPARE(log.Messages().size(), isFine ? 0 : 1);
+    if (!isFine) {
+        const QString begin = u"\"%1\" is saved, but will not load again: "_s.arg(file) + warning;
+        QVERIFY2(log.Messages().constFirst().startsWith(begin), qPrintable(log.Messages().constFirst()));
+    }
+    QCOMPARE(XmlFiler().LoadFromXmlFile(file), isFine);
+
+    // A save that fails says nothing of the kind.
+    QVERIFY(!filer.SaveAsXmlFile(Path(u"none/out.xml"_s)));
+    QCOMPARE(log.Messages().size(), isFine ? 0 : 1);
 }
 
 // Emptiness

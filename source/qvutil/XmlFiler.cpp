@@ -12,6 +12,7 @@
 
 #include <QFile>
 #include <QTextStream>
+#include <QXmlStreamReader>
 
 #include <algorithm>
 #include <array>
@@ -156,6 +157,31 @@ void WarnOfUnwritableCharacters(QStringView text)
     }
 }
 
+// What keeps a document from being loaded; empty if nothing does.
+QString FindLoadError(const QByteArray& document)
+{
+    if (!Internal::KeepsXmlLimits(document))
+        return u"it is nested too deeply, or its entities are too large"_s;
+    QXmlStreamReader reader(document);
+    reader.setNamespaceProcessing(false); // as the document's own parser
+    while (!reader.atEnd())
+        reader.readNext();
+    return reader.hasError() ? u"line %1: %2"_s.arg(reader.lineNumber()).arg(reader.errorString())
+                             : QString();
+}
+
+// A name with a blank, a second root element or a "--" in a comment can be saved, but the file is then lost
+// to its readers. The document is parsed for this only if somebody will see the warning.
+void WarnOfUnreadableDocument(const QString& path, const QByteArray& document)
+{
+    if (!lcQvUtil().isWarningEnabled())
+        return;
+    const QString error = FindLoadError(document);
+    if (!error.isEmpty())
+        qCWarning(lcQvUtil, "\"%ls\" is saved, but will not load again: %ls", qUtf16Printable(path),
+                  qUtf16Printable(error));
+}
+
 QString Serialise(const QDomNode& node)
 {
     QString text;
@@ -249,7 +275,10 @@ bool XmlFiler::SaveAsXmlFile(const QString& path)
     QTextStream stream(&content);
     mDocument.save(stream, kFileIndent, QDomNode::EncodingFromTextStream);
     stream.flush();
-    return Platform::ReplaceFile(path, content);
+    if (!Platform::ReplaceFile(path, content))
+        return false;
+    WarnOfUnreadableDocument(path, content);
+    return true;
 }
 
 QString XmlFiler::SaveAsXmlString()

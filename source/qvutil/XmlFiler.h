@@ -81,6 +81,10 @@ public:
     /// written: whatever happens in between, the file is the old one or the new one. Symbolic links are
     /// followed and permissions kept. Where that is not possible (the folder is not writable, or \p path is
     /// not a regular file, such as a pipe) the file is written directly.
+    ///
+    /// What the document holds is saved as it is, also what no parser takes: a name with a blank in it, a
+    /// second root element, a character that XML does not have, "--" in a comment, "]]>" in a CDATA section.
+    /// Such a file does not load again; the logging category `qvutil` tells.
     /// \param path  the file
     /// \return false if there is no document element, or if the file cannot be opened or written in full
     bool SaveAsXmlFile(const QString& path);
@@ -534,8 +538,10 @@ public:
     /// \param text   the text
     /// \param cdata  true for a CDATA section, false for plain text
     void WriteNodeText(const QString& path, const QString& text, bool cdata);
-    /// A literal without a prefix would silently become the flag: use u"…"_s.
+    /// A literal that is no QString would silently become the flag: use u"…"_s.
     void WriteNodeText(const QString& path, const char* text) = delete;
+    /// \overload
+    template <typename Char> void WriteNodeText(const QString& path, const Char* text) = delete;
 
     /// Gives the element's content as markup.
     /// \return the markup; empty if the cursor is not on an element
@@ -604,13 +610,6 @@ public:
     /// \return the number of substitutions
     int ResolveVariables(QDomNode node, const QMap<QString, QString>& variables);
 
-    /// For the host's use; the library neither reads nor writes it.
-    QString ExtraText;
-    /// Translates texts of the form tr(...) as they are read. Not owned; null by default.
-    XlfTranslator* Translator = nullptr;
-    /// Whether texts of the form tr(...) are unwrapped and translated as they are read; true by default.
-    bool TranslateEnabled = true;
-
 private:
     template <typename Text> bool Load(const Text& xml);
     bool MoveTo(const QDomNode& node);
@@ -647,6 +646,16 @@ private:
     QDomDocument mDocument;
     mutable QDomNode mCurrentNode;
     mutable QList<QDomNode> mNodeStack;
+
+public:
+    /// For the host's use; the library neither reads nor writes it.
+    QString ExtraText;
+    /// Translates texts of the form tr(...) as they are read. Not owned; null by default.
+    XlfTranslator* Translator = nullptr;
+    /// Whether texts of the form tr(...) are unwrapped and translated as they are read; true by default.
+    bool TranslateEnabled = true;
+
+private:
     // Trees that were removed or replaced while the cursor or the node stack pointed into them. QDom leaves
     // dangling pointers in the nodes of a tree that is destroyed around them, so such a tree lives on.
     mutable QList<DetachedTree> mDetachedTrees;
@@ -763,7 +772,7 @@ public:
     /// \param path  node path of the element
     /// \param text  the text
     void WriteNodeText(const QString& path, const QString& text);
-    /// A literal without a prefix would silently become the flag: use u"…"_s.
+    /// A literal that is no QString would silently become the flag: use u"…"_s.
     void WriteNodeText(const QString& path, const char* text) = delete;
     /// Removes an element, marks the store as changed (even if there was no such element) and saves it when
     /// due.
