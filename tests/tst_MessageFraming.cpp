@@ -320,6 +320,8 @@ private Q_SLOTS:
     void ExtractMessage_data();
     void ExtractMessage();
 
+    void Direct_takesOneByOne();
+    void Direct_takesNoneBeforeNoise();
     void Direct_readsItsOwn_data();
     void Direct_readsItsOwn();
     void Direct_leavesToFiler_data();
@@ -603,6 +605,43 @@ void tst_MessageFraming::ExtractMessage()
     const auto [name, map] = Quorvin::Util::ExtractMessage(document);
     QCOMPARE(name, id);
     QCOMPARE(map, params);
+}
+
+void tst_MessageFraming::Direct_takesOneByOne()
+{
+    const MessageInfo first{u"First"_s, SomeId(), true, false, OtherId(), {{u"n"_s, 1}}};
+    const MessageInfo second{u"Second"_s, {}, false, false, {}, {{u"bytes"_s, QByteArray(1000, '\0')}}};
+    const QByteArray document = EncodeMessageAsBytes(second);
+    const QByteArray bytes = EncodeMessageAsBytes(first) + " \n " + document;
+
+    QByteArrayView rest = bytes;
+    MessageInfo message;
+    QVERIFY(TakeMessageDirectly(rest, message));
+    QCOMPARE(Description(message), Description(first));
+    QCOMPARE(rest.toByteArray(), document);
+    message.Clear();
+    QVERIFY(TakeMessageDirectly(rest, message));
+    QCOMPARE(Description(message), Description(second));
+    QVERIFY(rest.isEmpty());
+    QVERIFY(!TakeMessageDirectly(rest, message));
+    QVERIFY(!ReadMessageDirectly(bytes)); // not a single one
+}
+
+// A document goes on until the next one begins, so that this is none.
+void tst_MessageFraming::Direct_takesNoneBeforeNoise()
+{
+    const QByteArray document = EncodeMessageAsBytes({u"Id"_s, {}, false, false, {}, {}});
+    for (const QByteArray& noise :
+         {QByteArray("noise"), QByteArray("<?xml"), QByteArray("<?XML "), QByteArray("\0", 1)}) {
+        const QByteArray bytes = document + noise + document;
+        QByteArrayView rest = bytes;
+        MessageInfo message;
+        QVERIFY(!TakeMessageDirectly(rest, message));
+        QCOMPARE(rest.toByteArray(), bytes);
+        QList<MessageInfo> messages;
+        QVERIFY(Quorvin::Util::DecodeMessage(bytes, messages));
+        QCOMPARE(messages.size(), 1); // the second
+    }
 }
 
 void tst_MessageFraming::Direct_readsItsOwn_data()

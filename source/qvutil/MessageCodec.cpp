@@ -49,18 +49,14 @@ bool DecodeMessage(const QString& text, QList<MessageInfo>& messages)
 bool DecodeMessage(const QByteArray& bytes, QList<MessageInfo>& messages)
 {
     const qsizetype before = messages.size();
-    bool isDirect = true;
-    ForEachPiece(QByteArrayView(bytes), kDocumentStartBytes, [&](QByteArrayView piece) {
-        std::optional<MessageInfo> message = isDirect ? ReadMessageDirectly(piece) : std::nullopt;
-        isDirect = message.has_value();
-        if (isDirect)
-            messages.append(*std::move(message));
-    });
-    if (isDirect)
-        return !messages.isEmpty();
-    // All over again as a text: how broken UTF-8 reads does not depend on where it is cut.
-    messages.resize(before);
-    return DecodeMessage(QString::fromUtf8(bytes), messages);
+    for (QByteArrayView rest = bytes; !rest.isEmpty();) {
+        if (!TakeMessageDirectly(rest, messages.emplaceBack())) {
+            // All over again as a text: how broken UTF-8 reads does not depend on where it is cut.
+            messages.resize(before);
+            return DecodeMessage(QString::fromUtf8(bytes), messages);
+        }
+    }
+    return !messages.isEmpty();
 }
 
 QString WriteMessageByFiler(const MessageInfo& message)

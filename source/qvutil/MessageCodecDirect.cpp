@@ -14,6 +14,8 @@
 #include <array>
 #include <charconv>
 #include <cstring>
+#include <map>
+#include <utility>
 
 using namespace Qt::StringLiterals;
 
@@ -53,6 +55,7 @@ const CharacterReference* FindReference(QByteArrayView text)
 // What a byte of an attribute's text is.
 enum class ByteKind : quint8 {
     Plain, // stands for itself wherever it is
+    Parenthesis, // stands for itself, and may be part of a translation mark
     Special, // may have to be written as a reference, or is the beginning of one
     Wide, // belongs to a character above U+007F
     Forbidden // XML cannot hold it
@@ -64,6 +67,7 @@ constexpr std::array<ByteKind, 256> kByteKinds = [] {
     std::fill(kinds.begin() + 0x80, kinds.end(), ByteKind::Wide);
     for (const CharacterReference& reference : kReferences)
         kinds[static_cast<uchar>(reference.Character)] = ByteKind::Special;
+    kinds['('] = ByteKind::Parenthesis;
     return kinds;
 }();
 
@@ -385,34 +389,56 @@ bool IsCertainUtf8(QByteArrayView text)
 class DirectReader
 {
 public:
-    explicit DirectReader(QByteArrayView document)
-        : mNext(document.data())
-        , mEnd(document.data() + document.size())
+    // The document is what the bytes begin with.
+    explicit DirectReader(QByteArrayView bytes)
+        : mNext(bytes.data())
+        , mEnd(bytes.data() + bytes.size())
     { }
 
     [[nodiscard]] bool Read(MessageInfo& message)
     {
-        return Take("<?xml version=\"1.0\"?>"_L1) && TakeElement("<Message"_L1) && ReadHead(message)
-            && Take(">"_L1) && TakeElement("<Params"_L1) && ReadMap(message.Params, "</Params>"_L1, 0)
-            && TakeElement("</Message>"_L1) && SkipBlanks() == mEnd && mCertain;
+        return Take("<?xml version=\"1.0\"?>") && TakeElement("<Message") && ReadHead(message) && Take(">")
+            && TakeElement("<Params") && ReadMap(message.Params, "</Params>"_L1, 0)
+            && TakeElement("</Message>") && IsAtEnd() && mCertain;
     }
 
+    // What follows the document that was read.
+    [[nodiscard]] QByteArrayView Rest() const { return {mNext, mEnd}; }
+
 private:
-    // The text of an attribute as it stands in the document.
+    // The text of an attribute as it stands in the document, and what stands before it.
     struct Attribute
     {
-        QLatin1StringView Name;
+        QLatin1StringView Start;
         QByteArrayView Text = {};
         bool Present = false;
         bool Escaped = false;
         bool Wide = false;
+        bool HasParenthesis = false;
     };
 
-    const char* SkipBlanks()
+    // Whether nothing follows, or another document: none of what was read so far can hold the beginning of
+    // one.
+    bool IsAtEnd()
+    {
+        SkipBlanks();
+        return mNext == mEnd || Rest().startsWith(kDocumentStartBytes);
+    }
+
+    void SkipBlanks()
     {
         while (mNext != mEnd && (*mNext == ' ' || *mNext == '\n'))
             ++mNext;
-        return mNext;
+    }
+
+    // Much faster than the other one, since the size is known.
+    template <size_t Size> bool Take(const char (&text)[Size])
+    {
+        constexpr size_t kLength = Size - 1;
+        if (static_cast<size_t>(mEnd - mNext) < kLength || std::memcmp(mNext, text, kLength) != 0)
+            return false;
+        mNext += kLength;
+        return true;
     }
 
     bool Take(QLatin1StringView text)
@@ -424,48 +450,45 @@ private:
         return true;
     }
 
-    bool TakeElement(QLatin1StringView text)
+    template <typename Text> bool TakeElement(const Text& text)
     {
         SkipBlanks();
         return Take(text);
     }
 
-    // All attributes of a tag, in any order; false on one that is not among those asked for, or comes twice.
+    // All attributes of a tag, in any order; false on a text that is not as the writer writes them. One that
+    // is not among those asked for, or comes twice, is left, and nothing else can stand there.
     template <size_t Count> bool ReadAttributes(std::array<Attribute, Count>& attributes)
     {
-        while (Take(" "_L1)) {
-            const auto attribute = std::ranges::find_if(
-                attributes, [this](const Attribute& a) { return !a.Present && TakeName(a.Name); });
-            if (attribute == attributes.end() || !ReadText(*attribute))
+        const auto isNext
+            = [this](const Attribute& attribute) { return !attribute.Present && Take(attribute.Start); };
+        for (auto next = std::ranges::find_if(attributes, isNext); next != attributes.end();
+             next = std::ranges::find_if(attributes, isNext)) {
+            if (!ReadText(*next))
                 return false;
         }
         return true;
-    }
-
-    bool TakeName(QLatin1StringView name)
-    {
-        const char* const start = mNext;
-        if (Take(name) && Take("=\""_L1))
-            return true;
-        mNext = start;
-        return false;
     }
 
     // Up to and with the closing quote. All of it is looked at even where nobody reads the text: a wrong one
     // makes the document unreadable.
     bool ReadText(Attribute& attribute)
     {
+        constexpr auto kIsPlain = [](char byte) { return KindOf(byte) == ByteKind::Plain; };
         const char* const begin = mNext;
-        for (; mNext != mEnd && *mNext != '"'; ++mNext) {
+        for (mNext = std::find_if_not(mNext, mEnd, kIsPlain); mNext != mEnd && *mNext != '"';
+             mNext = std::find_if_not(mNext + 1, mEnd, kIsPlain)) {
             const ByteKind kind = KindOf(*mNext);
             if (kind == ByteKind::Wide)
                 attribute.Wide = true;
-            else if (kind != ByteKind::Plain && *mNext != '>' && !SkipReference(attribute))
+            else if (kind == ByteKind::Parenthesis)
+                attribute.HasParenthesis = true;
+            else if (*mNext != '>' && !SkipReference(attribute))
                 return false;
         }
         attribute.Present = true;
         attribute.Text = QByteArrayView(begin, mNext);
-        return (!attribute.Wide || IsCertainUtf8(attribute.Text)) && Take("\""_L1);
+        return (!attribute.Wide || IsCertainUtf8(attribute.Text)) && Take("\"");
     }
 
     // To the last character of a reference.
@@ -481,11 +504,11 @@ private:
 
     bool ReadHead(MessageInfo& message)
     {
-        std::array<Attribute, 5> head = {{{"Id"_L1},
-                                          {"UniqueId"_L1},
-                                          {"OriginalMessageUniqueId"_L1},
-                                          {"NeedResponse"_L1},
-                                          {"IsResponse"_L1}}};
+        std::array<Attribute, 5> head = {{{" Id=\""_L1},
+                                          {" UniqueId=\""_L1},
+                                          {" OriginalMessageUniqueId=\""_L1},
+                                          {" NeedResponse=\""_L1},
+                                          {" IsResponse=\""_L1}}};
         if (!ReadAttributes(head) || !std::ranges::all_of(head, &Attribute::Present))
             return false;
         message.Id = Text(head[0]);
@@ -499,24 +522,29 @@ private:
     // The entries of a map from the end of its tag on: "/>", or ">", the entries and the end tag.
     bool ReadMap(QVariantMap& map, QLatin1StringView endTag, int depth)
     {
-        return ReadChildren(endTag, depth, [this, &map, depth] {
-            std::array<Attribute, 3> attributes = {{{"Name"_L1}, {"Type"_L1}, {"Value"_L1}}};
+        // QMap takes it over, and has no way to take over a key.
+        std::map<QString, QVariant> entries;
+        const bool ok = ReadChildren(endTag, depth, [this, &entries, depth] {
+            std::array<Attribute, 3> attributes = {{{kNameStart}, {kTypeStart}, {kValueStart}}};
             if (!ReadAttributes(attributes) || !attributes[0].Present)
                 return false;
-            const QString name = Text(attributes[0]);
+            QString name = Text(attributes[0]);
             QVariant value;
             if (!ReadVariant(attributes[1], attributes[2], value, depth))
                 return false;
-            if (!name.isEmpty())
-                map.insert(map.cend(), name, value); // they come in this order mostly
+            if (!name.isEmpty()) // they come in this order mostly
+                entries.emplace_hint(entries.cend(), std::move(name), QVariant())->second = std::move(value);
             return mCertain;
         });
+        if (!entries.empty())
+            map = QVariantMap(std::move(entries));
+        return ok;
     }
 
     bool ReadList(QVariantList& list, int depth)
     {
         return ReadChildren(kEndTag, depth, [this, &list, depth] {
-            std::array<Attribute, 2> attributes = {{{"Type"_L1}, {"Value"_L1}}};
+            std::array<Attribute, 2> attributes = {{{kTypeStart}, {kValueStart}}};
             QVariant value;
             if (!ReadAttributes(attributes) || !ReadVariant(attributes[0], attributes[1], value, depth))
                 return false;
@@ -528,8 +556,8 @@ private:
     bool ReadStringList(QStringList& list, int depth)
     {
         return ReadChildren(kEndTag, depth, [this, &list] {
-            std::array<Attribute, 1> attributes = {{{"Value"_L1}}};
-            if (!ReadAttributes(attributes) || !attributes[0].Present || !Take("/>"_L1))
+            std::array<Attribute, 1> attributes = {{{kValueStart}}};
+            if (!ReadAttributes(attributes) || !attributes[0].Present || !Take("/>"))
                 return false;
             list.append(Text(attributes[0]));
             return mCertain;
@@ -538,12 +566,12 @@ private:
 
     template <typename ReadChild> bool ReadChildren(QLatin1StringView endTag, int depth, ReadChild readChild)
     {
-        if (Take("/>"_L1))
+        if (Take("/>"))
             return true;
-        if (depth > kMaxDepth || !Take(">"_L1))
+        if (depth > kMaxDepth || !Take(">"))
             return false;
         while (!TakeElement(endTag)) {
-            if (!Take("<Param"_L1) || !readChild())
+            if (!Take("<Param") || !readChild())
                 return false;
         }
         return true;
@@ -570,7 +598,7 @@ private:
             return ReadBytes(value);
         default:
             // Types that have no name, or cannot travel, leave the value invalid.
-            return (!HasText(typeId) || ReadScalar(typeId, text, value)) && Take("/>"_L1);
+            return (!HasText(typeId) || ReadScalar(typeId, text, value)) && Take("/>");
         }
     }
 
@@ -636,7 +664,7 @@ private:
 
     bool ReadBytes(QVariant& value)
     {
-        if (!Take("><![CDATA["_L1))
+        if (!Take("><![CDATA["))
             return false;
         const QByteArrayView rest(mNext, mEnd);
         const qsizetype size = rest.indexOf(']');
@@ -647,7 +675,7 @@ private:
             return false;
         value = *std::move(bytes);
         mNext += size;
-        return Take("]]></Param>"_L1);
+        return Take("]]></Param>");
     }
 
     bool Boolean(const Attribute& attribute)
@@ -673,7 +701,7 @@ private:
             : attribute.Wide                   ? QString::fromUtf8(attribute.Text)
                                                : QString::fromLatin1(attribute.Text);
         // No mark is without a parenthesis, which nothing else can stand for.
-        mCertain = mCertain && (!attribute.Text.contains('(') || !Internal::FindTranslationMark(text));
+        mCertain = mCertain && (!attribute.HasParenthesis || !Internal::FindTranslationMark(text));
         return text;
     }
 
@@ -690,6 +718,9 @@ private:
     }
 
     static constexpr QLatin1StringView kEndTag = "</Param>"_L1;
+    static constexpr QLatin1StringView kNameStart = " Name=\""_L1;
+    static constexpr QLatin1StringView kTypeStart = " Type=\""_L1;
+    static constexpr QLatin1StringView kValueStart = " Value=\""_L1;
 
     const char* mNext;
     const char* mEnd;
@@ -703,10 +734,19 @@ std::optional<QByteArray> WriteMessageDirectly(const MessageInfo& message)
     return DirectWriter().Write(message);
 }
 
+bool TakeMessageDirectly(QByteArrayView& bytes, MessageInfo& message)
+{
+    DirectReader reader(bytes);
+    if (!reader.Read(message))
+        return false;
+    bytes = reader.Rest();
+    return true;
+}
+
 std::optional<MessageInfo> ReadMessageDirectly(QByteArrayView document)
 {
     MessageInfo message;
-    if (!DirectReader(document).Read(message))
+    if (!TakeMessageDirectly(document, message) || !document.isEmpty())
         return std::nullopt;
     return message;
 }

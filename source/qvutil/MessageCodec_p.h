@@ -87,6 +87,10 @@ bool DecodeMessage(const QByteArray& bytes, QList<MessageInfo>& messages);
 
 /// \return the document in UTF-8; nothing if a text holds a character that XML may not be able to hold
 [[nodiscard]] std::optional<QByteArray> WriteMessageDirectly(const MessageInfo& message);
+/// Takes one document off the front of \p bytes, at whose end, or at another document, it must end.
+/// \return false if the document is not exactly of the shape that the library itself writes; \p message holds
+///         a part of it then, and \p bytes are unchanged
+[[nodiscard]] bool TakeMessageDirectly(QByteArrayView& bytes, MessageInfo& message);
 /// \return the message; nothing if the document is not exactly of the shape that the library itself writes
 [[nodiscard]] std::optional<MessageInfo> ReadMessageDirectly(QByteArrayView document);
 [[nodiscard]] std::optional<MessageInfo> ReadMessageDirectly(QStringView document);

@@ -43,6 +43,10 @@ constexpr std::array<TypeRow, 52> kTypes = {{
     {65536, "UserType"_L1},
 }};
 
+// Up to here a type's row is its id.
+constexpr int kLastPlainId = 26;
+static_assert(kTypes[kLastPlainId].Id == kLastPlainId && std::ranges::is_sorted(kTypes, {}, &TypeRow::Id));
+
 // Calls visit with the filer on each child element in turn; the filer ends where it began.
 template <typename Visit> void ForEachChild(XmlFiler& filer, Visit visit)
 {
@@ -77,6 +81,9 @@ template <typename View> int FindTypeId(View name)
 
 QLatin1StringView TypeName(int typeId)
 {
+    // The types that travel are among the first rows, where the id is the row.
+    if (typeId >= 0 && typeId <= kLastPlainId)
+        return kTypes[static_cast<size_t>(typeId)].Name;
     const auto row = std::ranges::lower_bound(kTypes, typeId, {}, &TypeRow::Id);
     return row != kTypes.cend() && row->Id == typeId ? row->Name : QLatin1StringView();
 }
