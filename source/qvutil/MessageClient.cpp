@@ -116,12 +116,13 @@ bool MessageClient::SendMessage(const MessageInfo& message, bool waitForSent)
 {
     if (!IsConnected())
         return false;
-    const QPointer<MessageClient> self(this);
-    if (waitForSent)
-        HoldSent(false); // a slot may send beside a request
-    Q_EMIT NewOutgoingMessage(message);
-    if (!waitForSent)
+    if (!waitForSent) {
+        Q_EMIT NewOutgoingMessage(message);
         return true;
+    }
+    const QPointer<MessageClient> self(this);
+    HoldSent(false); // a slot may send beside a request
+    Q_EMIT NewOutgoingMessage(message);
     if (self.isNull() || mWaiting)
         return false;
     mAwaitingSend = true;
@@ -209,7 +210,7 @@ void MessageClient::DisconnectedSlot()
     Q_EMIT Disconnected(mServerName);
 }
 
-void MessageClient::MessageReceivedSlot(MessageInfo msg)
+void MessageClient::MessageReceivedSlot(const MessageInfo& msg)
 {
     if (!msg.IsResponse) {
         Q_EMIT MessageReceived(msg.Id, msg.Params);
@@ -222,7 +223,7 @@ void MessageClient::MessageReceivedSlot(MessageInfo msg)
     }
 }
 
-void MessageClient::MessageSentSlot(MessageInfo /*msg*/)
+void MessageClient::MessageSentSlot(const MessageInfo& /*msg*/)
 {
     if (mAwaitingSend) {
         mAwaitingSend = false;
@@ -421,7 +422,7 @@ void MessageClientWorker::ConnectTimerTimeout()
     ConnectToServer();
 }
 
-void MessageClientWorker::NewOutgoingMessage(MessageInfo msg)
+void MessageClientWorker::NewOutgoingMessage(const MessageInfo& msg)
 {
     if (mMode.testFlag(QIODeviceBase::WriteOnly) && IsConnected() && mWriter)
         mWriter->Write(msg);

@@ -75,17 +75,17 @@ public:
 
 Q_SIGNALS:
     /// A message came that is no answer.
-    void MessageReceived(QString id, QVariantMap paramMap);
+    void MessageReceived(const QString& id, const QVariantMap& paramMap);
     /// A message is to be sent.
-    void NewOutgoingMessage(MessageInfo msg);
+    void NewOutgoingMessage(const MessageInfo& msg);
     void Connected(QString name);
     void Disconnected(QString name);
 
 public Q_SLOTS:
     void ConnectedSlot();
     void DisconnectedSlot();
-    void MessageReceivedSlot(MessageInfo msg);
-    void MessageSentSlot(MessageInfo msg);
+    void MessageReceivedSlot(const MessageInfo& msg);
+    void MessageSentSlot(const MessageInfo& msg);
     void EventLoopTimeout();
 
 private:
@@ -132,8 +132,8 @@ public:
 Q_SIGNALS:
     void Connected();
     void Disconnected();
-    void MessageReceived(MessageInfo msg);
-    void MessageSent(MessageInfo msg);
+    void MessageReceived(const MessageInfo& msg);
+    void MessageSent(const MessageInfo& msg);
 
 protected:
     /// Announces what was sent.
@@ -180,14 +180,14 @@ public:
 Q_SIGNALS:
     void Connected();
     void Disconnected();
-    void MessageReceived(MessageInfo msg);
-    void MessageSent(MessageInfo msg);
+    void MessageReceived(const MessageInfo& msg);
+    void MessageSent(const MessageInfo& msg);
 
 public Q_SLOTS:
     void ConnectedSlot();
     void DisconnectedSlot();
     void ConnectTimerTimeout();
-    void NewOutgoingMessage(MessageInfo msg);
+    void NewOutgoingMessage(const MessageInfo& msg);
     void ReadMessage();
     void Error(QLocalSocket::LocalSocketError e);
 

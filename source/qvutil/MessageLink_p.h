@@ -89,7 +89,7 @@ public:
 
 Q_SIGNALS:
     /// A message was written to the socket.
-    void Written(MessageInfo msg);
+    void Written(const MessageInfo& msg);
 
 private:
     [[nodiscard]] QByteArray MakeDocument(const MessageInfo& message) const;

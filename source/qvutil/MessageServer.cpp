@@ -86,7 +86,7 @@ int MessageServer::GetConnectionCount() const
     return mConnectionCount;
 }
 
-void MessageServer::MessageReceivedSlot(MessageInfo msg)
+void MessageServer::MessageReceivedSlot(const MessageInfo& msg)
 {
     if (!msg.NeedResponse) {
         Q_EMIT MessageReceived(msg.Id, msg.Params);
@@ -224,7 +224,7 @@ void MessageServerWorker::ReadMessage()
         Q_EMIT MessageReceived(message);
 }
 
-void MessageServerWorker::NewOutgoingMessage(MessageInfo msg)
+void MessageServerWorker::NewOutgoingMessage(const MessageInfo& msg)
 {
     SendMessage(msg);
 }

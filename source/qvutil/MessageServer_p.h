@@ -57,9 +57,9 @@ public:
 
 Q_SIGNALS:
     /// A message came that wants no answer.
-    void MessageReceived(QString id, QVariantMap paramMap);
+    void MessageReceived(const QString& id, const QVariantMap& paramMap);
     /// A message is to be sent.
-    void NewOutgoingMessage(MessageInfo msg);
+    void NewOutgoingMessage(const MessageInfo& msg);
     /// A client has connected. It replaces the one before.
     void Connected(QLocalSocket* socket);
     /// A client is gone.
@@ -67,7 +67,7 @@ Q_SIGNALS:
 
 public Q_SLOTS:
     /// Announces a message, or has the responders answer it.
-    void MessageReceivedSlot(MessageInfo msg);
+    void MessageReceivedSlot(const MessageInfo& msg);
     void ConnectedSlot(QLocalSocket* socket);
     void DisconnectedSlot(QLocalSocket* socket);
 
@@ -92,7 +92,7 @@ public:
     void WaitUntilDone();
 
 Q_SIGNALS:
-    void MessageReceived(MessageInfo msg);
+    void MessageReceived(const MessageInfo& msg);
     void Connected(QLocalSocket* socket);
     void Disconnected(QLocalSocket* socket);
 
@@ -121,7 +121,7 @@ public:
     bool SendMessage(const MessageInfo& message);
 
 Q_SIGNALS:
-    void MessageReceived(MessageInfo msg);
+    void MessageReceived(const MessageInfo& msg);
     void Connected(QLocalSocket* socket);
     void Disconnected(QLocalSocket* socket);
 
@@ -129,7 +129,7 @@ public Q_SLOTS:
     void ConnectedSlot();
     void DisconnectedSlot();
     void ReadMessage();
-    void NewOutgoingMessage(MessageInfo msg);
+    void NewOutgoingMessage(const MessageInfo& msg);
 
 private:
     MessageServer* mServer;
