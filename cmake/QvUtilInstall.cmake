@@ -78,14 +78,7 @@ function(qvutil_install)
         MACOSX_RPATH ON
         INSTALL_RPATH_USE_LINK_PATH ON)
     if(TARGET qvutil)
-        qvutil_path_to_prefix(way "${CMAKE_INSTALL_BINDIR}")
-        set(origin "$ORIGIN")
-        if(APPLE)
-            set(origin "@loader_path")
-        endif()
-        set_target_properties(qvutil PROPERTIES
-            INSTALL_RPATH "${origin}/${way}/${CMAKE_INSTALL_LIBDIR}"
-            INSTALL_RPATH_USE_LINK_PATH ON)
+        set_target_properties(qvutil PROPERTIES INSTALL_RPATH_USE_LINK_PATH ON) # it holds the library itself
         install(TARGETS qvutil EXPORT QvUtilTargets
             RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}" COMPONENT Runtime)
     endif()

@@ -159,6 +159,7 @@ private Q_SLOTS:
     void Watch_lastMemberLeavesNothing();
     void Clean_nothing();
     void Clean_deadAmongLiving();
+    void Clean_damagedAmongLiving();
     void Clean_whatOnlyLooksStale();
     void Clean_withoutRegistry();
     void Clean_json();
@@ -814,6 +815,25 @@ void tst_ToolGrid::Clean_deadAmongLiving()
     // They go on as if nothing had been.
     Peer newcomer({u"grid"_s, kGrid});
     QCOMPARE(newcomer.WaitForLine(u"linked"_s), u"linked "_s + ServerName(*peers.at(1)));
+}
+
+void tst_ToolGrid::Clean_damagedAmongLiving()
+{
+    Peer peer({u"grid"_s, kGrid});
+    QVERIFY(IsIn(peer));
+    Registry registry(kGrid);
+    QVERIFY(registry.Attach());
+    const QByteArray good = registry.Bytes().first(kRegistrySize);
+    const QByteArray damaged = Image(Number32(3) + Entry(peer.Id(), ServerName(peer)));
+    registry.SetBytes(damaged);
+    const QString text = u" the damaged registry anew, with the members that can be read\n=> 0\n"_s;
+    QCOMPARE(Run(u"clean"_s, {kGrid, u"--dry-run"_s}).ToText(), u"would write"_s + text);
+    const ToolResult json = Run(u"clean"_s, {kGrid, u"--dry-run"_s, u"--json"_s});
+    QCOMPARE(QJsonDocument::fromJson(json.Output).object().value("repaired"_L1), QJsonValue(true));
+    QCOMPARE(registry.Bytes().first(kRegistrySize), damaged);
+    QCOMPARE(Run(u"clean"_s, {kGrid}).ToText(), u"wrote"_s + text);
+    QCOMPARE(registry.Bytes().first(kRegistrySize), good);
+    QCOMPARE(Run(u"clean"_s, {kGrid, u"--dry-run"_s}).ToText(), u"nothing to remove\n=> 0\n"_s);
 }
 
 void tst_ToolGrid::Clean_whatOnlyLooksStale()

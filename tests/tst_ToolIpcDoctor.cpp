@@ -205,10 +205,21 @@ void tst_ToolIpcDoctor::Doctor_client()
     QVERIFY(listener->Freeze());
     QLocalSocket second;
     second.connectToServer(name);
-    QCOMPARE(Diagnose(name).value("waiting"_L1), QJsonValue(1));
-    QVERIFY(
-        Run({u"doctor"_s, name}).Output.contains("waiting     1, which the server has not yet accepted\n"));
+    const QJsonObject waiting = Diagnose(name);
+    QCOMPARE(waiting.value("waiting"_L1), QJsonValue(1));
+    QCOMPARE(Codes(waiting), QStringList(u"not-accepted"_s));
+    const QByteArray text = Run({u"doctor"_s, name}).Output;
+    QVERIFY2(text.contains("waiting     1, which the server has not yet accepted\n"), text.constData());
+    QVERIFY2(text.contains("problem: the server does not accept a connection that waits\n"),
+             text.constData());
+    QLocalSocket third;
+    third.connectToServer(name);
+    QVERIFY(Run({u"doctor"_s, name})
+                .Output.contains("problem: the server does not accept 2 connections that wait\n"));
+    // As soon as it goes on, all is well.
     listener->Signal(SIGCONT);
+    QVERIFY(listener->WaitForError("a client has connected", 3));
+    QCOMPARE(Codes(Diagnose(name)), QStringList());
 #endif
 }
 

@@ -358,6 +358,7 @@ void tst_ToolIpcProxy::ServerMissing()
     EVENTUALLY_EQUAL(client.state(), QLocalSocket::UnconnectedState);
     QVERIFY(mProxy->WaitForError("qvutil: " + mServerName.toUtf8() + ": no server has this name: there is no "
                                  + PathOf(mServerName).toUtf8()));
+    QVERIFY(mProxy->WaitForError("qvutil: the client has been disconnected: there is no server for it\n"));
     mServer.emplace(mServerName);
     QVERIFY(Connect(client, mProxyName));
     Write(client, Document(u"News"_s));
@@ -390,6 +391,8 @@ void tst_ToolIpcProxy::NextClient()
     QVERIFY(Connect(second, mProxyName));
     EVENTUALLY_EQUAL(first.state(), QLocalSocket::UnconnectedState);
     EVENTUALLY_EQUAL(firstAtServer->state(), QLocalSocket::UnconnectedState);
+    QVERIFY(mProxy->WaitForError("qvutil: the client has been disconnected: a new one takes "
+                                 "its place\nqvutil: the server has been disconnected\n"));
     QCOMPARE(mProxy->End().ExitCode, 0);
     EVENTUALLY_EQUAL(second.state(), QLocalSocket::UnconnectedState);
 }

@@ -186,7 +186,8 @@ CLI::App& AddFilesCommand(CommandLine& line, CLI::App& group, const std::string&
         = line.AddCommand(group, name, description, examples, [options, run] { return run(*options); });
     AddText(command, "FOLDER", options->Folder, "The folder")->required();
     AddTexts(command, "--name,-n", options->Patterns,
-             "Pattern of the names, such as *.log; default: all files");
+             "Pattern of the names, such as *.log; default: all files")
+        ->type_name("PATTERN");
     command.add_flag("--recursive,-r", options->Recursive, "Look into folders in folders too");
     command.add_flag("--hidden", options->Hidden, "Take hidden files and folders too");
     AddJsonFlag(command, options->Json);

@@ -356,13 +356,17 @@ ExitCode Watch(const WatchOptions& options)
 
 // --- clean
 
-void PrintCleaning(const QList<GridLeftover>& removed, bool isRepaired, const QString& verb)
+void PrintCleaning(const GridCleaning& cleaning, bool isDryRun)
 {
-    for (const GridLeftover& leftover : removed)
-        Console::PrintLine(verb + Console::Visible(leftover.ToText()));
-    if (isRepaired)
-        Console::PrintLine(u"wrote the damaged registry anew, with the members that can be read"_s);
-    if (removed.isEmpty() && !isRepaired)
+    for (const GridLeftover& leftover : cleaning.Removed) {
+        Console::PrintLine((isDryRun ? u"would remove "_s : u"removed "_s)
+                           + Console::Visible(leftover.ToText()));
+    }
+    if (cleaning.IsRepaired) {
+        Console::PrintLine((isDryRun ? u"would write"_s : u"wrote"_s)
+                           + u" the damaged registry anew, with the members that can be read"_s);
+    }
+    if (cleaning.Removed.isEmpty() && !cleaning.IsRepaired)
         Console::PrintLine(u"nothing to remove"_s);
 }
 
@@ -381,17 +385,12 @@ ExitCode Clean(const CleanOptions& options)
     const GridSnapshot snapshot = LookAtGrid(options.Grid);
     if (!snapshot.Exists())
         return ComplainOfMissing(snapshot);
-    GridCleaning cleaning;
-    if (options.DryRun)
-        cleaning.Removed = snapshot.Leftovers;
-    else
-        cleaning = CleanGrid(options.Grid);
+    const GridCleaning cleaning = options.DryRun ? PreviewCleaning(snapshot) : CleanGrid(options.Grid);
     if (options.Json)
         PrintCleaningJson(options, cleaning);
     else
-        PrintCleaning(cleaning.Removed, cleaning.IsRepaired,
-                      options.DryRun ? u"would remove "_s : u"removed "_s);
-    for (const GridLeftover& leftover : std::as_const(cleaning.Kept))
+        PrintCleaning(cleaning, options.DryRun);
+    for (const GridLeftover& leftover : cleaning.Kept)
         Console::Complain(leftover.Path, u"cannot be removed"_s);
     return cleaning.Kept.isEmpty() ? ExitCode::Yes : ExitCode::Error;
 }

@@ -234,7 +234,8 @@ void AddEncode(CommandLine& line, CLI::App& group)
                   "object, several of them, or a list.\n\n"
                   + encode.get_footer());
     AddText(encode, "FILE", options->File, "JSON to read; - or nothing for standard input");
-    AddText(encode, "--output,-o", options->Output, "Write to this file instead of standard output");
+    AddText(encode, "--output,-o", options->Output, "Write to this file instead of standard output")
+        ->type_name("FILE");
 }
 
 void AddSplit(CommandLine& line, CLI::App& group)
@@ -251,7 +252,8 @@ void AddSplit(CommandLine& line, CLI::App& group)
         "skip is listed with the reason, and makes the exit code 1.\n\n"
         + split.get_footer());
     AddText(split, "FILE", options->File, "Captured bytes; - or nothing for standard input");
-    AddText(split, "--to", options->To, "Folder to write the documents to; files that exist are not touched");
+    AddText(split, "--to", options->To, "Folder to write the documents to; files that exist are not touched")
+        ->type_name("FOLDER");
     AddJsonFlag(split, options->Json);
 }
 

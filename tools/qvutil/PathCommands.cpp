@@ -102,7 +102,7 @@ void AddConversion(CommandLine& line, CLI::App& group, const std::string& name,
                                         [options, convert] { return Convert(*options, convert); });
     AddTexts(command, "PATH", options->Paths, "Path; it need not exist")->required();
     if (!baseDescription.empty()) {
-        AddText(command, "--base,-b", options->Base, baseDescription)->required();
+        AddText(command, "--base,-b", options->Base, baseDescription)->type_name("FOLDER")->required();
         command.add_flag("--base-is-file", options->BaseIsFile, "The base is a file: its folder is meant");
     }
     AddJsonFlag(command, options->Json);

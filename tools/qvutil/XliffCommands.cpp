@@ -72,7 +72,8 @@ void AddDocumentOptions(CLI::App& command, DocumentSelection& selection)
 {
     command.add_flag("--recursive,-r", selection.IsRecursive, "Look into folders in folders too");
     AddTexts(command, "--pattern", selection.Patterns,
-             "Which files of a folder are documents, such as *.ui.xml; default: *.xml");
+             "Which files of a folder are documents, such as *.ui.xml; default: *.xml")
+        ->type_name("PATTERN");
 }
 
 // extract
@@ -245,11 +246,14 @@ void AddExtract(CommandLine& line, CLI::App& group)
         ->required();
     AddText(command, "--output,-o", options->Output,
             "XLIFF file to write or update (required); {language} stands for each --language")
+        ->type_name("FILE")
         ->required();
     AddTexts(command, "--language,-l", options->Languages,
-             "Language to translate into, such as de or pt-BR; default: the one in the file");
+             "Language to translate into, such as de or pt-BR; default: the one in the file")
+        ->type_name("LANGUAGE");
     AddText(command, "--source-language", options->Extraction.SourceLanguage,
-            "Language of the documents; default: the one in the file, or en");
+            "Language of the documents; default: the one in the file, or en")
+        ->type_name("LANGUAGE");
     AddDocumentOptions(command, options->Documents);
     command.add_flag("--prune", options->Extraction.Prune, "Remove units whose text or document is gone");
     command.add_flag(
@@ -371,14 +375,16 @@ void AddCheck(CommandLine& line, CLI::App& group)
         [options] { return Check(*options); });
     AddTexts(command, "XLIFF", options->Files, "XLIFF files")->required();
     AddTexts(command, "--documents,-d", options->Documents.Paths,
-             "XML file, or folder to look for them in, whose texts the XLIFF files translate");
+             "XML file, or folder to look for them in, whose texts the XLIFF files translate")
+        ->type_name("PATH");
     AddDocumentOptions(command, options->Documents);
     command.add_flag("--allow-untranslated", options->AllowUntranslated,
                      "Do not mind missing and empty targets");
     command.add_flag("--require-finished", options->RequireFinished,
                      "Mind targets whose state is new or needs-...");
     AddTexts(command, "--allow", options->Allowed,
-             "Do not mind this kind of finding: " + kinds.join(", "_L1).toStdString());
+             "Do not mind this kind of finding: " + kinds.join(", "_L1).toStdString())
+        ->type_name("KIND");
     AddJsonFlag(command, options->Json);
 }
 
@@ -437,7 +443,7 @@ void AddFill(CommandLine& line, CLI::App& group)
         [options] { return Fill(*options); });
     AddTexts(command, "XLIFF", options->Files, "XLIFF files; changed in place")->required();
     command.add_flag("--pseudo", options->Pseudo, "Fill in the source with accents, longer and in brackets");
-    AddText(command, "--output,-o", options->Output, "Write to this file instead");
+    AddText(command, "--output,-o", options->Output, "Write to this file instead")->type_name("FILE");
 }
 
 // stat

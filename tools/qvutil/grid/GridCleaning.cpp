@@ -13,6 +13,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <optional>
 
 using namespace Qt::StringLiterals;
 using Quorvin::Util::ProcessInfo;
@@ -63,14 +64,14 @@ QList<ProcessInfo> RemoveDeadEntries(const QList<ProcessInfo>& processes, GridCl
     return alive;
 }
 
-void CleanEntries(QSharedMemory& memory, GridCleaning& cleaning)
+// \return what the registry should hold; nothing if it does, or is another program's memory
+std::optional<QByteArray> CleanEntries(const QByteArray& before, GridCleaning& cleaning)
 {
-    const QByteArray before(static_cast<const char*>(memory.constData()), memory.size());
-    const QByteArray after = Util::FormatRegistry(RemoveDeadEntries(Util::ParseRegistry(before), cleaning));
-    if (memory.size() < after.size() || before.startsWith(after))
-        return; // another program's memory, or nothing to change
-    std::memcpy(memory.data(), after.constData(), static_cast<size_t>(after.size()));
+    QByteArray after = Util::FormatRegistry(RemoveDeadEntries(Util::ParseRegistry(before), cleaning));
+    if (before.size() < after.size() || before.startsWith(after))
+        return std::nullopt;
     cleaning.IsRepaired = cleaning.Removed.isEmpty();
+    return after;
 }
 
 // \return whether the registry is gone afterwards
@@ -82,12 +83,15 @@ bool CleanRegistry(const QString& grid, GridCleaning& cleaning)
         QSharedMemory memory(grid);
         if (!memory.attach(QSharedMemory::ReadWrite) || !memory.lock())
             throw Failure(u"grid %1"_s.arg(grid), memory.errorString());
-        CleanEntries(memory, cleaning);
+        const QByteArray before(static_cast<const char*>(memory.constData()), memory.size());
+        if (const std::optional<QByteArray> after = CleanEntries(before, cleaning))
+            std::memcpy(memory.data(), after->constData(), static_cast<size_t>(after->size()));
         memory.unlock();
     } // who detaches last destroys the memory
     if (ReadGridSegment(grid))
         return false;
     cleaning.Removed.append({.What = GridLeftover::Registry, .ProcessId = 0, .Path = {}});
+    cleaning.IsRepaired = false; // it went, whatever was in it
     return true;
 }
 
@@ -114,6 +118,19 @@ GridCleaning CleanGrid(const QString& grid)
         else
             QFile::remove(lock.Path());
     }
+    return cleaning;
+}
+
+GridCleaning PreviewCleaning(const GridSnapshot& snapshot)
+{
+    GridCleaning cleaning;
+    if (const std::optional<QByteArray> bytes = ReadGridSegment(snapshot.Name))
+        (void)CleanEntries(*bytes, cleaning);
+    cleaning.Removed = snapshot.Leftovers;
+    const bool goesAltogether
+        = std::any_of(snapshot.Leftovers.begin(), snapshot.Leftovers.end(),
+                      [](const GridLeftover& leftover) { return leftover.What == GridLeftover::Registry; });
+    cleaning.IsRepaired = cleaning.IsRepaired && !goesAltogether;
     return cleaning;
 }
 

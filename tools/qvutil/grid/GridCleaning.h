@@ -11,7 +11,7 @@
 
 namespace Quorvin::Tool {
 
-/// What cleaning has done.
+/// What cleaning has done, or would do.
 struct GridCleaning
 {
     QList<GridLeftover> Removed;
@@ -23,6 +23,9 @@ struct GridCleaning
 /// lock file too if nobody is left, as the last member does who leaves.
 /// Throws Failure if another process keeps the grid locked, or it is not allowed.
 [[nodiscard]] GridCleaning CleanGrid(const QString& grid);
+
+/// Tells what CleanGrid would do, and changes nothing. Throws Failure if the registry must not be read.
+[[nodiscard]] GridCleaning PreviewCleaning(const GridSnapshot& snapshot);
 
 } // namespace Quorvin::Tool
 

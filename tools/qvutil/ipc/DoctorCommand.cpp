@@ -6,6 +6,7 @@
 #include "Endpoint.h"
 #include "IpcCommands.h"
 #include "ServerLink.h"
+#include "Session.h"
 #include "platform/Platform.h"
 
 #include <QElapsedTimer>
@@ -24,6 +25,8 @@ namespace Quorvin::Tool {
 namespace {
 
 constexpr int kDefaultTimeoutMs = 2000;
+constexpr int kAcceptMs = 500;
+constexpr int kLookAgainMs = 50;
 
 // A name that no application gives to its requests: those that do not know it answer without parameters.
 constexpr QStringView kQuestion = u"qvutil.doctor";
@@ -76,6 +79,33 @@ std::optional<Visit> PayVisit(const DoctorOptions& options, QList<EndpointProble
              .Advice = u"is the server busy, stopped in a debugger, or no server of messages?"_s});
     }
     return visit;
+}
+
+// Who has the socket and who is connected. A server that is well accepts a connection at once: one that waits
+// is given the time that a busy server takes before it counts.
+std::optional<EndpointProcesses> FindProcesses(const Endpoint& endpoint)
+{
+    if (endpoint.Listening != Endpoint::Yes)
+        return std::nullopt;
+    std::optional<EndpointProcesses> processes = FindEndpointProcesses(endpoint.Path);
+    if (!processes || processes->Waiting == 0)
+        return processes;
+    Session session(Session::DiesOfSignals);
+    const QDeadlineTimer deadline(kAcceptMs);
+    while (processes && processes->Waiting > 0 && !deadline.hasExpired()) {
+        (void)session.WaitFor([] { return false; }, QDeadlineTimer(kLookAgainMs));
+        processes = FindEndpointProcesses(endpoint.Path);
+    }
+    return processes;
+}
+
+EndpointProblem NotAccepted(int waiting)
+{
+    return {.Code = u"not-accepted"_s,
+            .Text = waiting == 1 ? u"the server does not accept a connection that waits"_s
+                                 : u"the server does not accept %1 connections that wait"_s.arg(waiting),
+            .Advice = u"is the server busy, stopped in a debugger, or does its thread run no event loop?"_s,
+            .IsInTheWay = false};
 }
 
 void PrintRow(QStringView label, const QString& text)
@@ -201,14 +231,15 @@ void PrintJson(const Endpoint& endpoint, const std::optional<EndpointProcesses>&
 ExitCode Diagnose(const DoctorOptions& options)
 {
     const Endpoint endpoint = LookAtEndpoint(options.Name);
-    const std::optional<EndpointProcesses> processes
-        = endpoint.Listening == Endpoint::Yes ? FindEndpointProcesses(endpoint.Path) : std::nullopt;
+    const std::optional<EndpointProcesses> processes = FindProcesses(endpoint);
     QList<EndpointProblem> problems = FindProblems(endpoint);
     std::optional<Visit> visit;
     const bool isReachable = std::none_of(problems.begin(), problems.end(),
                                           [](const EndpointProblem& problem) { return problem.IsInTheWay; });
     if (options.Connect && isReachable)
         visit = PayVisit(options, problems);
+    else if (processes && processes->Waiting > 0)
+        problems.append(NotAccepted(processes->Waiting));
     if (options.Json)
         PrintJson(endpoint, processes, visit, problems);
     else

@@ -136,6 +136,7 @@ private:
         const std::optional<ProcessName> process = FindPeerProcess(client->socketDescriptor());
         Console::Complain(
             {}, u"a client has connected: process %1"_s.arg(process ? ToText(*process) : u"unknown"_s));
+        Dismiss(u"a new one takes its place"_s);
         mPair = std::make_unique<Pair>(mSession, mLines, client.release());
         // Before the bytes are handed on, so that the end that goes first is told first.
         for (QLocalSocket* end : {&mPair->Client(), &mPair->Server()}) {
@@ -146,8 +147,24 @@ private:
             mPair->Connect(mOptions.Name);
         } catch (const LinkFailure& failure) {
             Console::Complain(mOptions.Name, failure.Reason);
-            mPair.reset();
+            Dismiss(u"there is no server for it"_s);
         }
+    }
+
+    // Ends what is there, and tells of each end that had not gone by itself.
+    void Dismiss(const QString& reason)
+    {
+        if (!mPair)
+            return;
+        const bool hadClient = mPair->Client().state() != QLocalSocket::UnconnectedState;
+        const bool hadServer = mPair->Server().state() != QLocalSocket::UnconnectedState;
+        if (hadClient || hadServer)
+            mPair->Finish();
+        mPair.reset();
+        if (hadClient)
+            Console::Complain({}, u"the client has been disconnected: "_s + reason);
+        if (hadServer)
+            Console::Complain({}, u"the server has been disconnected"_s);
     }
 
     void Leave(const QLocalSocket& end)
