@@ -30,9 +30,12 @@ private Q_SLOTS:
     void Lint_file();
     void Lint_standardInput();
     void Lint_xml();
+    void Lint_xml_prefixWithoutNamespace();
+    void Lint_xml_moreThanIsRead();
     void Lint_badFiles_data();
     void Lint_badFiles();
     void Lint_manyOperands();
+    void Lint_longExpression();
     void Table_json();
     void Table_tooLong();
     void Operands_json();
@@ -155,6 +158,8 @@ void tst_ToolExpr::Run_data()
         "false\tfalse\tfalse\tfalse\nfalse\tfalse\ttrue\tfalse\nfalse\ttrue\tfalse\tfalse\n"
         "false\ttrue\ttrue\tfalse\ntrue\tfalse\tfalse\tfalse\ntrue\tfalse\ttrue\ttrue\n"
         "true\ttrue\tfalse\ttrue\ntrue\ttrue\ttrue\ttrue\n=> 0\n"_s);
+    row("table, line break in an operand", {u"table"_s, u"a\nb"_s},
+        u"a\\nb\tresult\nfalse\tfalse\ntrue\ttrue\n=> 0\n"_s);
     row("table, mistake", {u"table"_s, u"a |"_s},
         u"!   a |\n!     ^\n! qvutil: expression, column 3: an operand is missing beside this operator\n=> 2\n"_s);
     row("operands", {u"operands"_s, u"x & (big cat | y) & x"_s}, u"x\nbig cat\ny\n=> 0\n"_s);
@@ -247,6 +252,32 @@ void tst_ToolExpr::Lint_xml()
              "  x (b)\n  ^\n=> 1\n"_s);
 }
 
+// The library loads such a document, so what follows the prefix must be looked at.
+void tst_ToolExpr::Lint_xml_prefixWithoutNamespace()
+{
+    QVERIFY(
+        mTool->Write(u"ui.xml"_s, "<ui:window ui:enabled=\"x (a)\">\n<b enabled=\"x (b)\"/></ui:window>\n"));
+    QCOMPARE(mTool
+                 ->Run({u"expr"_s, u"lint"_s, u"--xml"_s, u"ui.xml"_s, u"--attribute"_s, u"enabled"_s,
+                        u"--attribute"_s, u"ui:enabled"_s})
+                 .ToText(),
+             u"ui.xml:1, ui:enabled, column 1: text before '(' takes no part unless '&' joins them\n"
+             "  x (a)\n  ^\n"
+             "ui.xml:2, enabled, column 1: text before '(' takes no part unless '&' joins them\n"
+             "  x (b)\n  ^\n=> 1\n"_s);
+}
+
+// An entity that is too long for the library ends the reading: "no problems" would be a guess.
+void tst_ToolExpr::Lint_xml_moreThanIsRead()
+{
+    QVERIFY(mTool->Write(u"ui.xml"_s,
+                         "<!DOCTYPE r [<!ENTITY e \"" + QByteArray(5000, 'x')
+                             + "\">]><r><a tip=\"&e;\"/><b enabled=\"x (b)\"/></r>"));
+    QCOMPARE(
+        mTool->Run({u"expr"_s, u"lint"_s, u"--xml"_s, u"ui.xml"_s, u"--attribute"_s, u"enabled"_s}).ToText(),
+        u"! qvutil: ui.xml: nested deeper, or with more text in its entities, than the library takes\n=> 2\n"_s);
+}
+
 void tst_ToolExpr::Lint_badFiles_data()
 {
     QTest::addColumn<QStringList>("arguments");
@@ -283,6 +314,19 @@ void tst_ToolExpr::Lint_manyOperands()
     QCOMPARE(result.ToText(),
              u"no problems; expressions looked at: 1\n"
              "! qvutil: expression 1: too many operands to tell whether each is consulted\n=> 0\n"_s);
+}
+
+// Seconds if what the search reads is limited; minutes, more than the tool may take here, if only the number
+// of evaluations is.
+void tst_ToolExpr::Lint_longExpression()
+{
+    QByteArray expression = "x & ";
+    for (int i = 0; i < 50'000; ++i)
+        expression += "(a" + QByteArray::number(i) + " | b) & ";
+    QVERIFY(mTool->Write(u"list.txt"_s, expression + "(x | y)\n"));
+    QCOMPARE(mTool->Run({u"expr"_s, u"lint"_s, u"--file"_s, u"list.txt"_s}).ToText(),
+             u"no problems; expressions looked at: 1\n"
+             "! qvutil: list.txt:1: too many operands to tell whether each is consulted\n=> 0\n"_s);
 }
 
 void tst_ToolExpr::Table_json()

@@ -269,6 +269,7 @@ void LintXmlFile(Linter& linter, const QString& argument, const QStringList& att
     if (!file.open(QIODevice::ReadOnly))
         throw Failure(input.Name(), file.errorString());
     QXmlStreamReader reader(&file);
+    reader.setNamespaceProcessing(false); // as the library: an unknown prefix is no error
     while (!reader.atEnd()) {
         if (reader.readNext() != QXmlStreamReader::StartElement)
             continue;
@@ -281,6 +282,8 @@ void LintXmlFile(Linter& linter, const QString& argument, const QStringList& att
             }
         }
     }
+    if (reader.hasError()) // what follows was not looked at
+        throw Failure(input.Name(), LimitsReason());
 }
 
 ExitCode Lint(const LintOptions& options)
@@ -302,6 +305,14 @@ ExitCode Lint(const LintOptions& options)
 
 // --- table
 
+QString TableHead(const QStringList& names)
+{
+    QString head;
+    for (const QString& name : names)
+        head += Console::Visible(name) + u'\t';
+    return head + u"result"_s;
+}
+
 ExitCode Table(const TextOptions& options)
 {
     const ExpressionOutline outline(options.Expression);
@@ -314,7 +325,7 @@ ExitCode Table(const TextOptions& options)
     }
     QJsonArray rows;
     if (!options.Json)
-        Console::PrintLine(names.join(u'\t') + u"\tresult"_s);
+        Console::PrintLine(TableHead(names));
     // Counts from all false to all true, the last operand changing most often.
     for (uint combination = 0; combination < 1U << names.size(); ++combination) {
         const auto valueOf = [&](qsizetype i) { return ((combination >> (names.size() - 1 - i)) & 1U) != 0; };

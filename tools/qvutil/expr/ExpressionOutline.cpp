@@ -17,8 +17,10 @@ using Quorvin::Util::BooleanExpressionText;
 namespace Quorvin::Tool {
 namespace {
 
-// Evaluations that the search for operands that are never consulted may take: some tenths of a second.
-constexpr int kMostEvaluations = 10'000;
+// What the search for operands that are never consulted may take, some tenths of a second: evaluations, and
+// characters that they read.
+constexpr qsizetype kMostEvaluations = 10'000;
+constexpr qsizetype kMostCharacters = 5'000'000;
 
 QString KindName(ExpressionProblem::Kind kind)
 {
@@ -106,6 +108,7 @@ ExpressionOutline::ExpressionOutline(const QString& expression)
 
 void ExpressionOutline::Build()
 {
+    QSet<QString> names;
     mPending = {{Part::List, mStructure.Whole(), 0}};
     while (!mPending.isEmpty()) {
         const Part part = mPending.takeLast();
@@ -128,8 +131,10 @@ void ExpressionOutline::Build()
                                          : u"there is no operand here"_s});
         } else if (ranges.size() == 1) {
             mParts.append({Part::Operand, ranges.first(), part.Depth});
-            if (const QString name = TextOf(ranges.first()); !mOperands.contains(name))
+            const QString name = TextOf(ranges.first());
+            if (!names.contains(name))
                 mOperands.append(name);
+            names.insert(name);
         } else {
             AddList(ranges, content, part.Depth);
         }
@@ -194,8 +199,9 @@ QList<qsizetype> ExpressionOutline::FindUnreachable(bool& complete) const
     }
     AnswerSequence answers;
     complete = true;
-    for (int i = 0; !unreached.isEmpty(); ++i) {
-        if (i == kMostEvaluations) {
+    const qsizetype most = std::min(kMostEvaluations, 1 + kMostCharacters / (mText.size() + 1));
+    for (qsizetype i = 0; !unreached.isEmpty(); ++i) {
+        if (i == most) {
             complete = false;
             return {};
         }
