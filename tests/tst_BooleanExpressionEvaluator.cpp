@@ -576,6 +576,7 @@ void tst_BooleanExpressionEvaluator::Evaluate_callbackMayChangeTheExpression()
 {
     static QString expression;
     expression = u"first operand & (second operand | third operand)"_s;
+    expression.detach(); // from the program's own text, which stays whatever becomes of the expression
     const BooleanExpressionEvaluator evaluator([](const QString& operand, bool& value) {
         gAsked.append(operand);
         expression.fill(u'#');
