@@ -60,6 +60,7 @@ private Q_SLOTS:
     void ResolveVariables_data();
     void ResolveVariables();
     void ResolveVariables_sameAsStepByStep();
+    void ResolveVariables_everyCharacterInAName();
     void ResolveVariables_textIsOneOfTheValues();
     void ResolveVariables_manyReferences();
     void GetKeyValue_data();
@@ -302,6 +303,20 @@ void tst_StringUtil::ResolveVariables_sameAsStepByStep()
         replaced += count;
     }
     QVERIFY(replaced > 5000); // the texts were worth the effort
+}
+
+// Which characters end a name is up to the pattern "\\S". All white space of Unicode lies below this limit.
+void tst_StringUtil::ResolveVariables_everyCharacterInAName()
+{
+    for (char16_t code = 0; code <= 0x3001; ++code) {
+        const QString name = u'a' + QString(QChar(code)) + u'b';
+        const Variables variables{{name, u"1"_s}, {name.left(2), u"2"_s}, {u"a"_s, u"3"_s}};
+        QString expected = u"$("_s + name + u")"_s;
+        QString actual = expected;
+        const int expectedCount = ResolveStepByStep(expected, variables, false);
+        const int count = StringUtil::ResolveVariables(actual, variables, false);
+        QVERIFY2(actual == expected && count == expectedCount, qPrintable(QString::number(code, 16)));
+    }
 }
 
 void tst_StringUtil::ResolveVariables_textIsOneOfTheValues()

@@ -494,9 +494,17 @@ void tst_PlatformMac::LocalSockets()
     QCOMPARE(bytes, "012345"_ba);
     QCOMPARE(Platform::GetUnreadBytes(ends[0]), 0);
 
-    const qsizetype size = Platform::EnlargeSendBuffer(ends[0], 1);
-    QVERIFY(size > 1); // it never gets smaller
-    QVERIFY(Platform::EnlargeSendBuffer(ends[0], 1 << 30) >= size);
+    const auto bufferSize = [&] {
+        int size = 0;
+        socklen_t length = sizeof(size);
+        return getsockopt(ends[0], SOL_SOCKET, SO_SNDBUF, &size, &length) == 0 ? size : -1;
+    };
+    const int size = bufferSize();
+    QCOMPARE(Platform::EnlargeSendBuffer(ends[0], 1), size); // it never gets smaller
+    QCOMPARE(bufferSize(), size);
+    const qsizetype larger = Platform::EnlargeSendBuffer(ends[0], 1 << 30);
+    QVERIFY(larger >= size);
+    QCOMPARE(larger, bufferSize());
     close(ends[0]);
     close(ends[1]);
 }
