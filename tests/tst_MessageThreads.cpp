@@ -153,7 +153,7 @@ private:
 
 } // namespace
 
-// In which thread things happen, and what becomes of them when it ends.
+// In which thread things happen, and what ends a wait in it.
 class tst_MessageThreads : public QObject
 {
     Q_OBJECT
@@ -168,6 +168,8 @@ private Q_SLOTS:
     void Wait_endOfThread();
     void Wait_lostConnection();
     void Wait_withinWait();
+    void Wait_forgetsUnconfirmed();
+    void Wait_forgetsAnswer();
     void OutlivesApplication();
 };
 
@@ -387,6 +389,49 @@ void tst_MessageThreads::Wait_withinWait()
     QCOMPARE(client.WaitForConnection(200), false);
     QCOMPARE(inner, false);
     QVERIFY(!deadline.hasExpired()); // the inner one has not moved the end of the outer one
+}
+
+// A confirmation that comes too late ends no other wait.
+void tst_MessageThreads::Wait_forgetsUnconfirmed()
+{
+    const QString name = UniqueName();
+    MessageServer server;
+    server.Start(name);
+    MessageClient client;
+    QVERIFY(ConnectClient(client, name, QIODeviceBase::ReadOnly)); // nothing is written, and so confirmed
+    QMetaObject::invokeMethod(&client, &MessageClient::EventLoopTimeout, Qt::QueuedConnection);
+    QCOMPARE(client.SendMessage(u"m"_s, {}, true), false);
+    bool confirmed = false;
+    QMetaObject::invokeMethod(
+        &client,
+        [&] {
+            client.MessageSentSlot({});
+            confirmed = true;
+        },
+        Qt::QueuedConnection);
+    QVariantMap answer;
+    QCOMPARE(client.SendMessageAndGetResponse(u"ask"_s, {}, answer, 200), false);
+    QVERIFY(confirmed);
+}
+
+// Where no answer has come there is none, not that to the request before.
+void tst_MessageThreads::Wait_forgetsAnswer()
+{
+    RawServer server(UniqueName());
+    QVERIFY(server.IsListening());
+    MessageClient client;
+    QVERIFY(ConnectClient(client, server.Name(), kReadWrite));
+    QVERIFY(server.Client() != nullptr);
+    QLocalSocket& other = *server.Client();
+    ForEachMessage(other, [&other](const MessageInfo& message) {
+        if (message.Id == "ask"_L1)
+            Write(other, Document(u"Response"_s, {{u"n"_s, 1}}, {}, message.UniqueId));
+    });
+    QVariantMap answer;
+    QCOMPARE(client.SendMessageAndGetResponse(u"ask"_s, {}, answer, kLongMs), true);
+    QCOMPARE(answer, (QVariantMap{{u"n"_s, 1}}));
+    QCOMPARE(client.SendMessageAndGetResponse(u"say nothing"_s, {}, answer, 50), false);
+    QCOMPARE(answer, QVariantMap());
 }
 
 void tst_MessageThreads::OutlivesApplication()

@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: MIT
 
 #include "GeneralUtil.h"
+#include "IPCManager.h"
 #include "TestSupport.h"
 #include "platform/Platform.h"
 
@@ -11,16 +12,21 @@
 #include <QLibrary>
 #include <QProcess>
 #include <QTemporaryDir>
+#include <QUuid>
 #include <QtTest>
 
 #include <array>
+#include <atomic>
+#include <cerrno>
 #include <latch>
 #include <limits>
 #include <optional>
 #include <thread>
 
+#include <dlfcn.h>
 #include <fcntl.h>
 #include <signal.h>
+#include <sys/shm.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -50,7 +56,23 @@ private:
 
 using Variable = std::optional<QByteArray>;
 
+// How often shared memory is still to be missing for who asks for it.
+std::atomic<int> gMissing = 0;
+
 } // namespace
+
+// In the place of the system's, for Qt too.
+extern "C" Q_DECL_EXPORT int shmget(key_t key, size_t size, int flags) noexcept
+{
+    if ((flags & IPC_CREAT) == 0 && gMissing > 0) {
+        --gMissing;
+        errno = ENOENT;
+        return -1;
+    }
+    using Function = int (*)(key_t, size_t, int);
+    static const auto next = reinterpret_cast<Function>(::dlsym(RTLD_NEXT, "shmget"));
+    return next(key, size, flags);
+}
 
 Q_DECLARE_METATYPE(Variable)
 
@@ -77,6 +99,8 @@ private Q_SLOTS:
     void IsProcessRunning_otherUser();
     void IsProcessRunning_thread();
     void IsProcessRunning_mainThreadEnded();
+
+    void GridMadeMeanwhile();
 
     void GetLoadedLibraries();
     void RemoveLibraryVersion_data();
@@ -316,6 +340,21 @@ void tst_PlatformLinux::IsProcessRunning_mainThreadEnded()
     QVERIFY(process.waitForFinished());
 
     QCOMPARE(running, true);
+}
+
+// Another program makes the registry between the look for it and its making.
+void tst_PlatformLinux::GridMadeMeanwhile()
+{
+    const QString grid = QUuid::createUuid().toString(QUuid::Id128);
+    IPCManager first;
+    first.CreateGridConnection(grid, QIODeviceBase::ReadWrite);
+    IPCManager second;
+    gMissing = 1;
+    QCOMPARE(second.CreateGridConnection(grid, QIODeviceBase::ReadWrite), true);
+    gMissing = 0;
+    // Both are in the same one.
+    QCOMPARE(second.ReadFromSharedMemory().size(), 2);
+    QCOMPARE(first.ReadFromSharedMemory().size(), 2);
 }
 
 void tst_PlatformLinux::GetLoadedLibraries()

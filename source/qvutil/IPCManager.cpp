@@ -208,7 +208,8 @@ bool IPCManager::DeleteAllConnections()
 
 bool IPCManager::CreateSharedMemory()
 {
-    return AttachToSharedMemory() || mSharedMemory->create(kRegistrySize, QSharedMemory::ReadWrite);
+    return AttachToSharedMemory() || mSharedMemory->create(kRegistrySize, QSharedMemory::ReadWrite)
+        || AttachToSharedMemory(); // somebody else has made it meanwhile
 }
 
 bool IPCManager::AttachToSharedMemory()
