@@ -9,14 +9,18 @@
 
 #include <QAbstractEventDispatcher>
 #include <QMap>
-#include <QMutex>
 #include <QSignalSpy>
 #include <QThread>
-#include <QWaitCondition>
 #include <QtTest>
 
+#include <algorithm>
+#include <atomic>
+#include <chrono>
+#include <condition_variable>
 #include <functional>
 #include <memory>
+#include <mutex>
+#include <utility>
 
 using namespace Qt::StringLiterals;
 using namespace Quorvin::Util;
@@ -49,11 +53,16 @@ private:
 [[nodiscard]] bool RunInThread(const std::function<void()>& function,
                                QAbstractEventDispatcher* dispatcher = nullptr)
 {
-    const std::unique_ptr<QThread> thread(QThread::create(function));
+    // What the function has done happened before it: a race detector does not see into the thread's own end.
+    std::atomic<bool> done = false;
+    const std::unique_ptr<QThread> thread(QThread::create([&] {
+        function();
+        done = true;
+    }));
     if (dispatcher != nullptr)
         thread->setEventDispatcher(dispatcher); // which the thread owns now
     thread->start();
-    const bool finished = WaitUntil([&] { return thread->isFinished(); });
+    const bool finished = WaitUntil([&] { return done.load(); });
     thread->wait();
     return finished;
 }
@@ -67,6 +76,15 @@ public:
     {
         rounds = std::exchange(mRounds, 0);
         return std::exchange(mCommonFlags, QEventLoop::ProcessEventsFlags(~0U));
+    }
+
+    // Of all timers that run, in milliseconds.
+    [[nodiscard]] QList<qint64> Intervals() const
+    {
+        QList<qint64> intervals;
+        for (const Timer& timer : mTimers)
+            intervals.append(timer.IntervalMs);
+        return intervals;
     }
 
     bool processEvents(QEventLoop::ProcessEventsFlags flags) override
@@ -105,9 +123,9 @@ public:
     }
     void wakeUp() override
     {
-        const QMutexLocker locker(&mLock);
+        const std::lock_guard lock(mLock);
         mAwake = true;
-        mChanged.wakeAll();
+        mChanged.notify_all();
     }
     void interrupt() override { wakeUp(); }
 
@@ -138,18 +156,42 @@ private:
         QDeadlineTimer first(QDeadlineTimer::Forever);
         for (const Timer& timer : std::as_const(mTimers))
             first = std::min(first, timer.Deadline);
-        QMutexLocker locker(&mLock);
-        while (!mAwake && mChanged.wait(&mLock, first)) { }
+        std::unique_lock lock(mLock);
+        const auto isAwake = [this] { return mAwake; };
+        if (first.isForever())
+            mChanged.wait(lock, isAwake);
+        else
+            mChanged.wait_for(lock, std::chrono::milliseconds(first.remainingTime()), isAwake);
         mAwake = false;
     }
 
     QMap<int, Timer> mTimers;
     QEventLoop::ProcessEventsFlags mCommonFlags = QEventLoop::ProcessEventsFlags(~0U);
     int mRounds = 0;
-    QMutex mLock; // guards mAwake
-    QWaitCondition mChanged;
+    std::mutex mLock; // guards mAwake
+    std::condition_variable mChanged;
     bool mAwake = false;
 };
+
+enum class Wait {
+    Connection,
+    Sending,
+    Answer,
+};
+
+// Waits for one of them; sending has a limit of its own.
+bool WaitFor(MessageClient& client, Wait wait, int limitMs)
+{
+    QVariantMap answer;
+    switch (wait) {
+    case Wait::Connection:
+        return client.WaitForConnection(limitMs);
+    case Wait::Sending:
+        return client.SendMessage(u"m"_s, {}, true);
+    default:
+        return client.SendMessageAndGetResponse(u"ask"_s, {}, answer, limitMs);
+    }
+}
 
 } // namespace
 
@@ -164,12 +206,18 @@ private Q_SLOTS:
     void ManagersOfOtherThread();
     void ResponderAsksBack();
     void Wait_leavesOutUserInput();
+    void Wait_timeLimit_data();
+    void Wait_timeLimit();
+    void Reconnect_interval();
+    void Reconnect_again();
     void Wait_endOfThread_data();
     void Wait_endOfThread();
     void Wait_lostConnection();
     void Wait_withinWait();
     void Wait_forgetsUnconfirmed();
     void Wait_forgetsAnswer();
+    void Connected_stateInSlot();
+    void Connected_slotDeletesClient();
     void OutlivesApplication();
 };
 
@@ -318,45 +366,121 @@ void tst_MessageThreads::Wait_leavesOutUserInput()
     }
 }
 
+void tst_MessageThreads::Wait_timeLimit_data()
+{
+    QTest::addColumn<Wait>("wait");
+    QTest::addColumn<int>("limitMs");
+    QTest::addColumn<QList<qint64>>("expected");
+
+    QTest::newRow("connection") << Wait::Connection << 1234 << QList<qint64>{1234};
+    QTest::newRow("connection, without limit") << Wait::Connection << -1 << QList<qint64>();
+    QTest::newRow("sending") << Wait::Sending << 0 << QList<qint64>{15000};
+    QTest::newRow("answer") << Wait::Answer << 1234 << QList<qint64>{1234};
+    QTest::newRow("answer, negative") << Wait::Answer << -1 << QList<qint64>{30000};
+}
+
+// What ends a wait is a timer with the limit, and nothing else runs meanwhile.
+void tst_MessageThreads::Wait_timeLimit()
+{
+    QFETCH(const Wait, wait);
+    QFETCH(const int, limitMs);
+    QFETCH(const QList<qint64>, expected);
+
+    const QString name = UniqueName();
+    MessageServer server;
+    if (wait != Wait::Connection)
+        server.Start(name);
+    bool ready = false;
+    bool result = true;
+    QList<qint64> intervals{-1};
+    auto* const dispatcher = new Dispatcher;
+    QVERIFY(RunInThread(
+        [&] {
+            MessageClient client;
+            client.ConnectToServer(name); // receives only: neither confirmation nor answer ever comes
+            ready = wait == Wait::Connection || client.WaitForConnection(kLongMs);
+            QMetaObject::invokeMethod(
+                &client,
+                [&] {
+                    intervals = dispatcher->Intervals();
+                    client.EventLoopTimeout();
+                },
+                Qt::QueuedConnection);
+            result = WaitFor(client, wait, limitMs);
+        },
+        dispatcher));
+    QVERIFY(ready);
+    QCOMPARE(intervals, expected);
+    QCOMPARE(result, false);
+}
+
+void tst_MessageThreads::Reconnect_interval()
+{
+    QList<qint64> before{-1};
+    QList<qint64> after;
+    auto* const dispatcher = new Dispatcher;
+    QVERIFY(RunInThread(
+        [&] {
+            MessageClient client; // only tells what is to be sent
+            MessageClientWorker worker(UniqueName(), kReadWrite, &client); // nobody there
+            before = dispatcher->Intervals();
+            worker.ConnectAndListen();
+            after = dispatcher->Intervals();
+        },
+        dispatcher));
+    QCOMPARE(before, QList<qint64>());
+    QCOMPARE(after, QList<qint64>{1000});
+}
+
+// Each connection has a socket of its own, and is announced once, as is its end.
+void tst_MessageThreads::Reconnect_again()
+{
+    const QString name = UniqueName();
+    QLocalServer server;
+    QVERIFY(server.listen(name));
+    connect(&server, &QLocalServer::newConnection, &server,
+            [&server] { server.nextPendingConnection()->disconnectFromServer(); });
+    MessageClient client;
+    QString order;
+    connect(&client, &MessageClient::Connected, this, [&order] { order += u'c'; });
+    connect(&client, &MessageClient::Disconnected, this, [&order] { order += u'd'; });
+    client.ConnectToServer(name, kReadWrite);
+    EVENTUALLY(order.size() >= 5);
+    QCOMPARE(order.first(5), u"cdcdc"_s);
+}
+
 void tst_MessageThreads::Wait_endOfThread_data()
 {
-    QTest::addColumn<int>("wait");
+    QTest::addColumn<Wait>("wait");
 
-    QTest::newRow("connection") << 0;
-    QTest::newRow("sending") << 1;
-    QTest::newRow("answer") << 2;
+    QTest::newRow("connection") << Wait::Connection;
+    QTest::newRow("sending") << Wait::Sending;
+    QTest::newRow("answer") << Wait::Answer;
 }
 
 // With the thread's event loop, or the application's, all loops within it end. What was waited for has not
 // come then.
 void tst_MessageThreads::Wait_endOfThread()
 {
-    QFETCH(const int, wait);
+    QFETCH(const Wait, wait);
 
     const QString name = UniqueName();
     MessageServer server;
-    if (wait > 0)
+    if (wait != Wait::Connection)
         server.Start(name);
     bool ready = false;
     QList<bool> results;
-    QVariantMap answer{{u"old"_s, true}};
     QVERIFY(RunInThread([&] {
-        MessageClient client; // sends nothing, so that no confirmation and no answer ever comes
-        const QSignalSpy connected(&client, &MessageClient::Connected);
-        client.ConnectToServer(name);
-        ready = wait == 0 || WaitUntil([&] { return connected.count() > 0; });
+        MessageClient client;
+        client.ConnectToServer(name); // receives only, as above
+        ready = wait == Wait::Connection || client.WaitForConnection(kLongMs);
         QMetaObject::invokeMethod(
             &client, [] { QThread::currentThread()->quit(); }, Qt::QueuedConnection);
-        for (int i = 0; i < 2; ++i) { // the second one ends at once
-            results.append(wait == 0       ? client.WaitForConnection(kLongMs)
-                               : wait == 1 ? client.SendMessage(u"m"_s, {}, true)
-                                           : client.SendMessageAndGetResponse(u"ask"_s, {}, answer, kLongMs));
-        }
+        for (int i = 0; i < 2; ++i) // the second one ends at once
+            results.append(WaitFor(client, wait, kLongMs));
     }));
     QVERIFY(ready);
     QCOMPARE(results, (QList<bool>{false, false}));
-    if (wait == 2)
-        QCOMPARE(answer, QVariantMap());
 }
 
 // That the connection is lost ends no wait; its return does.
@@ -432,6 +556,45 @@ void tst_MessageThreads::Wait_forgetsAnswer()
     QCOMPARE(answer, (QVariantMap{{u"n"_s, 1}}));
     QCOMPARE(client.SendMessageAndGetResponse(u"say nothing"_s, {}, answer, 50), false);
     QCOMPARE(answer, QVariantMap());
+}
+
+// What slots are told is so when they are told.
+void tst_MessageThreads::Connected_stateInSlot()
+{
+    auto server = std::make_unique<RawServer>(UniqueName());
+    QVERIFY(server->IsListening());
+    MessageClient client;
+    QList<bool> connected;
+    connect(&client, &MessageClient::Connected, this, [&] {
+        QVERIFY(server->Client() != nullptr);
+        client.DisconnectFromServer(); // which leaves the flag
+        connected.append(client.IsConnected());
+    });
+    client.ConnectToServer(server->Name(), kReadWrite);
+    EVENTUALLY_EQUAL(connected, QList<bool>{true});
+
+    client.disconnect(this);
+    server = std::make_unique<RawServer>(UniqueName());
+    QVERIFY(server->IsListening());
+    QVERIFY(ConnectClient(client, server->Name(), kReadWrite));
+    connect(&client, &MessageClient::Disconnected, this, [&] { connected.append(client.IsConnected()); });
+    server.reset(); // nobody to come back to
+    EVENTUALLY_EQUAL(connected, (QList<bool>{true, false}));
+}
+
+void tst_MessageThreads::Connected_slotDeletesClient()
+{
+    for (int round = 0; round < 10; ++round) {
+        RawServer server(UniqueName());
+        QVERIFY(server.IsListening());
+        auto client = std::make_unique<MessageClient>();
+        connect(client.get(), &MessageClient::Connected, this, [&] { client.reset(); });
+        MessageClient* const waiting = client.get();
+        QMetaObject::invokeMethod(
+            waiting, [&] { client->ConnectToServer(server.Name(), kReadWrite); }, Qt::QueuedConnection);
+        QCOMPARE(waiting->WaitForConnection(kLongMs), false);
+        QVERIFY(client == nullptr);
+    }
 }
 
 void tst_MessageThreads::OutlivesApplication()
