@@ -421,8 +421,7 @@ void tst_ToolMessage::Decode_files()
                             "=> 2\n"));
     QFile::setPermissions(mTool->Path(u"a.bin"_s), {});
     QFile::setPermissions(mTool->Path(u"."_s), QFile::Permissions(0x7777));
-    const TestSupport::UnprivilegedGuard guard;
-    QCOMPARE(mTool->Run({u"message"_s, u"decode"_s, u"a.bin"_s}).ToText(),
+    QCOMPARE(mTool->RunUnprivileged({u"message"_s, u"decode"_s, u"a.bin"_s}).ToText(),
              u"! qvutil: a.bin: Permission denied\n=> 2\n"_s);
 }
 
