@@ -120,7 +120,8 @@ function(qvutil_lint_expressions)
         list(TRANSFORM names STRIP)
         list(FILTER names EXCLUDE REGEX "^(#.*)?$")
         list(JOIN names "," known)
-        list(APPEND options --known "${known}")
+        # The comma stands for a list without a name, which is one too: no operand is known then.
+        list(APPEND options "--known=,${known}")
     endif()
     _qvutil_add_check("${arg_TARGET}" expressions
         COMMAND expr lint ${options} -- ${arg_EXPRESSIONS} INPUTS ${files} ${operands})

@@ -142,6 +142,10 @@ void tst_ToolExpr::Run_data()
         u"no problems; expressions looked at: 1\n=> 0\n"_s);
     row("lint, unknown operand", {u"lint"_s, u"a & big cat"_s, u"--known"_s, u"a,b"_s},
         u"expression 1, column 5: this operand is not known\n  a & big cat\n      ^~~~~~~\n=> 1\n"_s);
+    row("lint, no operand is known", {u"lint"_s, u"a"_s, u"--known"_s, u","_s},
+        u"expression 1, column 1: this operand is not known\n  a\n  ^\n=> 1\n"_s);
+    row("lint, no operand is known, by an empty text", {u"lint"_s, u"a"_s, u"--known"_s, QString()},
+        u"expression 1, column 1: this operand is not known\n  a\n  ^\n=> 1\n"_s);
     row("lint, second of two", {u"lint"_s, u"a"_s, u"("_s},
         u"expression 2, column 1: this '(' is not closed\n  (\n  ^\n=> 1\n"_s);
     row("lint, line break", lint(u"a\n& (b"_s),

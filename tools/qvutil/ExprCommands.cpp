@@ -185,7 +185,7 @@ public:
         QList<ExpressionProblem> problems = outline.Problems();
         if (outline.Mistake() == nullptr)
             AddUnreachable(place, outline, problems);
-        if (!mKnown.isEmpty())
+        if (!mOptions.Known.isEmpty()) // a list without a name is one too
             AddUnknown(outline, problems);
         for (const ExpressionProblem& problem : std::as_const(problems))
             Report(place, outline, problem);
