@@ -130,6 +130,7 @@ private Q_SLOTS:
 
     void ResolveTranslatorFile_data();
     void ResolveTranslatorFile();
+    void ResolveTranslatorFile_rootIsNoModulesFolder();
     void ResolveTranslatorFile_noApplication();
 
 private:
@@ -628,6 +629,16 @@ void tst_LocaleUtil::ResolveTranslatorFile()
     QVERIFY(process.waitForFinished());
     QCOMPARE(process.exitCode(), 0);
     QCOMPARE(QString::fromUtf8(process.readAllStandardOutput()), u'[' + full(expected) + "]\n"_L1);
+}
+
+// A module that is not loaded lies nowhere, and not in the root of the file system either.
+void tst_LocaleUtil::ResolveTranslatorFile_rootIsNoModulesFolder()
+{
+    QVERIFY(WriteFile(mRoot + "/x.qm"_L1, "content"));
+    const QString fromRoot = mRoot.mid(1); // without the slash in front
+    const QString none;
+    QCOMPARE(LocaleUtil::ResolveTranslatorFile(u"libNone"_s, fromRoot + "/x.qm"_L1, none, none), none);
+    QCOMPARE(LocaleUtil::ResolveTranslatorFile(u"libNone"_s, u"x.qm"_s, fromRoot, none), none);
 }
 
 void tst_LocaleUtil::ResolveTranslatorFile_noApplication()
