@@ -94,6 +94,7 @@ void tst_GeneralUtilPaths::CleanPath_data()
     QTest::newRow("white space alone") << u" \t\n"_s << u""_s;
     QTest::newRow("slashes in front and behind") << u"/Users/a/b/"_s << u"Users/a/b"_s;
     QTest::newRow("padded, doubled separator") << u" /a//b/ "_s << u"a/b"_s;
+    QTest::newRow("padded dots") << u" ./a/b/.. "_s << u"a"_s;
     QTest::newRow("clean already") << u"a/b"_s << u"a/b"_s;
     QTest::newRow("one name") << u"a"_s << u"a"_s;
     QTest::newRow("dots") << u"/a/./b/../c"_s << u"a/c"_s;
