@@ -1,0 +1,81 @@
+#!/usr/bin/env python3
+# SPDX-FileCopyrightText: 2026 The QvUtil developers
+# SPDX-License-Identifier: MIT
+
+"""Makes the links of the reference lead somewhere: links.py HTML-FOLDER
+
+The handbook links to examples and sources of the repository, and to headings of its pages, which Doxygen leaves
+as they stand. The files are copied beside the pages, a folder is linked by its main.cpp or CMakeLists.txt. The
+exit code is 1 if a link is left that leads nowhere.
+"""
+
+import functools
+import html
+import pathlib
+import re
+import shutil
+import sys
+
+ROOT = pathlib.Path(__file__).resolve().parent.parent
+LINK = re.compile(r'(?<=href=")(?!\w+:)([^"#]*)(#[\w-]*)?(?=")')
+HEADING = re.compile(r'<h\d><a class="anchor" id="(autotoc_\w+)"></a>\s*(.*?)</h\d>', re.DOTALL)
+
+
+@functools.lru_cache(maxsize=None)
+def headings(page):
+    """The ids of a page's headings, by the names that links in Markdown have for them."""
+    ids = {}
+    for identity, title in HEADING.findall(page.read_text(encoding="utf-8")):
+        words = html.unescape(re.sub(r"<[^>]*>", "", title)).strip().lower()
+        ids["#" + re.sub(r"[^\w -]", "", words).replace(" ", "-")] = "#" + identity
+    return ids
+
+
+def page_of(path):
+    name = pathlib.Path(path).stem.replace("-", "_")
+    return "index.html" if name == "README" else f"md_docs_{name}.html"
+
+
+def copied(path, folder):
+    name = re.sub(r"^(\.\./)+", "", path)
+    for file in (name, f"{name}/main.cpp", f"{name}/CMakeLists.txt"):
+        if (ROOT / file).is_file():
+            (folder / file).parent.mkdir(parents=True, exist_ok=True)
+            shutil.copyfile(ROOT / file, folder / file)
+            return file
+    return path
+
+
+def mended(link, page):
+    path, heading = link[1], link[2] or ""
+    if path and not (page.parent / path).exists():
+        path = page_of(path) if path.endswith(".md") else copied(path, page.parent)
+    target = page.parent / path if path else page
+    if heading and target.suffix == ".html" and target.exists():
+        heading = headings(target).get(heading, heading)
+    return path + heading
+
+
+def leads_nowhere(path, heading, page):
+    target = page.parent / path if path else page
+    is_ours = page.name == "index.html" or page.name.startswith("md_")
+    return not target.exists() or bool(
+        is_ours and heading[1:] and f'id="{heading[1:]}"' not in target.read_text(encoding="utf-8"))
+
+
+def main():
+    good = True
+    for page in sorted(pathlib.Path(sys.argv[1]).glob("*.html")):
+        old = page.read_text(encoding="utf-8")
+        new = LINK.sub(lambda link: mended(link, page), old)
+        if new != old:
+            page.write_text(new, encoding="utf-8")
+        for path, heading in LINK.findall(new):
+            if leads_nowhere(path, heading, page):
+                print(f"{page.name}: the link to {path}{heading} leads nowhere")
+                good = False
+    return 0 if good else 1
+
+
+if __name__ == "__main__":
+    sys.exit(main())
