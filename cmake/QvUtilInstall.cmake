@@ -3,7 +3,7 @@
 
 # What `cmake --install` puts where. The package can be moved to any folder afterwards: nothing in it names
 # the folder that it was installed to.
-#   component Runtime       the shared library, the tool and its manual pages
+#   component Runtime       the shared library, the tool and its manual pages, the licence
 #   component Development   headers, the static library or the link to the shared one, CMake package,
 #                           pkg-config module
 
@@ -69,6 +69,8 @@ function(qvutil_install)
         LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}" COMPONENT Runtime NAMELINK_COMPONENT Development
         ARCHIVE DESTINATION "${CMAKE_INSTALL_LIBDIR}" COMPONENT Development
         FILE_SET HEADERS DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}" COMPONENT Development)
+    install(FILES "${PROJECT_SOURCE_DIR}/LICENSE" COMPONENT Runtime
+        DESTINATION "${CMAKE_INSTALL_DATADIR}/doc/qvutil")
     qvutil_install_cmake_package()
     qvutil_install_pkgconfig()
 

@@ -73,17 +73,24 @@ private:
     QProcess mProcess;
 };
 
+void RunTool(const QString& tool, const QString& command, const QString& grid)
+{
+    if (tool.isEmpty())
+        return;
+    Print(u"$ qvutil grid %1 %2"_s.arg(command, grid));
+    QProcess process;
+    process.setProcessChannelMode(QProcess::ForwardedChannels);
+    process.start(tool, {u"grid"_s, command, grid});
+    process.waitForFinished(kTimeoutMs);
+}
+
 void ShowGrid(const QString& tool, const QString& grid, std::initializer_list<const Actor*> actors)
 {
     if (tool.isEmpty())
         return;
     for (const Actor* actor : actors)
         Print(actor->NameAndId());
-    Print(u"$ qvutil grid list "_s + grid);
-    QProcess process;
-    process.setProcessChannelMode(QProcess::ForwardedChannels);
-    process.start(tool, {u"grid"_s, u"list"_s, grid});
-    process.waitForFinished(kTimeoutMs);
+    RunTool(tool, u"list"_s, grid);
 }
 
 } // namespace
@@ -105,5 +112,7 @@ int PlayStory(const QString& tool)
     // Who joins prunes the entries of the dead.
     Actor newBen(grid, u"ben"_s);
     ShowGrid(tool, grid, {&newBen});
+    // What is left of the killed one is its socket, which no other process has a use for.
+    RunTool(tool, u"clean"_s, grid);
     return 0;
 }

@@ -91,6 +91,14 @@ function(check_headers prefix)
     endif()
 endfunction()
 
+# The licence goes where the library goes.
+function(check_licence prefix)
+    file(GLOB_RECURSE found RELATIVE "${prefix}" "${prefix}/*LICENSE")
+    if(NOT found MATCHES "doc/qvutil/LICENSE$")
+        message(FATAL_ERROR "The installed licence is \"${found}\"")
+    endif()
+endfunction()
+
 # Nothing that is installed names a folder of the build or of the sources.
 function(check_paths prefix)
     file(GLOB_RECURSE texts "${prefix}/*.cmake" "${prefix}/*.pc" "${prefix}/*.h")
@@ -117,6 +125,7 @@ function(install_package build prefix)
     file(REMOVE_RECURSE "${prefix}")
     run(COMMAND "${CMAKE_COMMAND}" --install "${build}" --prefix "${prefix}")
     check_headers("${prefix}")
+    check_licence("${prefix}")
     check_paths("${prefix}")
     if(arg_UNINSTALL)
         run(COMMAND "${CMAKE_COMMAND}" -P "${build}/Uninstall.cmake")
