@@ -31,6 +31,8 @@ using TestSupport::WriteFile;
 
 namespace {
 int gLockError = 0;
+/// A file that goes before the next lock is asked for: another saver took it for a leftover.
+const char* gTakenFile = nullptr;
 const QByteArray kOld = "<Old><!-- not yet replaced --></Old>";
 
 /// A saver that is followed from the moment before its save to the moment behind it.
@@ -155,9 +157,15 @@ extern "C" Q_DECL_EXPORT int LockFile(int descriptor, int operation) __asm__("fl
 
 int LockFile(int descriptor, int operation)
 {
-    if (gLockError == 0)
+    const int error = gLockError;
+    if (gTakenFile != nullptr) {
+        unlink(gTakenFile);
+        gTakenFile = nullptr;
+        gLockError = 0;
+    }
+    if (error == 0)
         return static_cast<int>(syscall(SYS_flock, descriptor, operation));
-    errno = gLockError;
+    errno = error;
     return -1;
 }
 
@@ -183,6 +191,8 @@ private Q_SLOTS:
     void MountedFile_isWrittenDirectly();
     void NoLocks_data();
     void NoLocks();
+    void TakenForALeftover_data();
+    void TakenForALeftover();
 
 private:
     [[nodiscard]] QString Path(const QString& name) const { return mDir->filePath(name); }
@@ -438,6 +448,40 @@ void tst_SaveSafetyLinux::NoLocks()
     QCOMPARE(FolderContent(mDir->path()), QStringList({u"s.xml"_s}));
     QCOMPARE(ReadFile(file), AllDocumentBytes().at(1));
     QCOMPARE(old.readAll(), kOld); // replaced, not written over
+}
+
+void tst_SaveSafetyLinux::TakenForALeftover_data()
+{
+    QTest::addColumn<bool>("exists");
+    QTest::addColumn<int>("error");
+
+    QTest::newRow("removed, existing file") << true << 0;
+    QTest::newRow("removed, new file") << false << 0;
+    QTest::newRow("locked, existing file") << true << EWOULDBLOCK;
+    QTest::newRow("locked, new file") << false << EWOULDBLOCK;
+}
+
+// Between the making of the temporary file and its lock there is a moment for another saver.
+void tst_SaveSafetyLinux::TakenForALeftover()
+{
+    QFETCH(const bool, exists);
+    QFETCH(const int, error);
+    const QString file = Path(u"s.xml"_s);
+    if (exists)
+        QVERIFY(WriteFile(file, kOld));
+    const QByteArray taken = QFile::encodeName(Path(u".s.xml.saving"_s));
+    gTakenFile = taken.constData();
+    gLockError = error;
+    const auto restore = qScopeGuard([] {
+        gTakenFile = nullptr;
+        gLockError = 0;
+    });
+
+    QVERIFY(SaveDocument(file, 1));
+
+    QVERIFY(gTakenFile == nullptr); // it was taken
+    QCOMPARE(FolderContent(mDir->path()), QStringList({u"s.xml"_s}));
+    QCOMPARE(ReadFile(file), AllDocumentBytes().at(1));
 }
 
 QTEST_GUILESS_MAIN(tst_SaveSafetyLinux)

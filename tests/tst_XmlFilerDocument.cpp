@@ -657,6 +657,7 @@ void tst_XmlFilerDocument::SaveAsXmlFile_unloadable_data()
 
     const QString plain = u"a"_s;
     QTest::newRow("nothing wrong") << u"A"_s << plain << plain << plain << QString();
+    QTest::newRow("prefix without a namespace") << u"p:A"_s << u"q:a"_s << plain << plain << QString();
     QTest::newRow("blank in an element's name") << u"My A"_s << plain << plain << plain << u"line 3: "_s;
     QTest::newRow("digit before an element's name") << u"A/1B"_s << plain << plain << plain << u"line 4: "_s;
     QTest::newRow("blank in an attribute's name") << u"A"_s << u"a b"_s << plain << plain << u"line 3: "_s;

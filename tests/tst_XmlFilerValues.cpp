@@ -429,6 +429,11 @@ void tst_XmlFilerValues::WriteDouble()
 
     QCOMPARE(Written(filer), expected);
     QVERIFY(std::equal_to<double>()(filer.ReadDouble(kName, 77), value));
+
+    filer.WriteDouble(u"A"_s, kName, value);
+    QVERIFY(filer.MoveToNode(u"A"_s));
+    QCOMPARE(Written(filer), expected);
+    QVERIFY(std::equal_to<double>()(filer.ReadDouble(u"/A"_s, kName, 77), value));
 }
 
 // Flags, rectangles, sizes
