@@ -51,6 +51,12 @@ void tst_XmlFilerEnums::Forwarders()
     QCOMPARE(XmlFiler::EnumNameToValue(u" green"_s, mTable.data(), 3, false), -1);
     QCOMPARE(XmlFiler::GetEnumNames(mTable.data(), 3), QStringList({u"Red"_s, u"Green"_s, u"Blue"_s}));
     QCOMPARE(XmlFiler::GetEnumNames(mTable.data(), 0), QStringList());
+
+    mTable[0].Name = u""_s; // a name all the same, but a comma stands behind some text only
+    QCOMPARE(XmlFiler::EnumValueToName(7, mTable.data(), 3, true), u"Green,Blue"_s);
+    mTable[1].Name = u""_s;
+    mTable[0].Name = u"Red"_s;
+    QCOMPARE(XmlFiler::EnumValueToName(7, mTable.data(), 3, true), u"Red,,Blue"_s);
 }
 
 void tst_XmlFilerEnums::Forwarders_noTable()

@@ -36,8 +36,8 @@ class XlfTranslator;
 /// Value operations come in two shapes. The *name-only* shape acts on the element under the cursor; the
 /// *path* shape takes a node path first, and leaves the cursor where it was. Writes through a path create
 /// the elements that are missing; reads never create anything. A read answers its default when the element
-/// or the attribute is missing, when the attribute is empty, and when its text is not of the type asked for;
-/// a write does nothing when the cursor is not on an element.
+/// or the attribute is missing, when the attribute is empty, and, unless it says otherwise, when its text is
+/// not of the type asked for; a write does nothing when the cursor is not on an element.
 ///
 /// \code
 /// XmlFiler filer;
