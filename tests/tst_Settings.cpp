@@ -90,6 +90,7 @@ private Q_SLOTS:
     void SetFile_keepsDirtyMark();
     void SetFile_keepsTimeOfLastSave();
     void SetFile_unparsableTarget();
+    void SetFile_targetThatCannotBeOpened();
     void SetFile_toNothing();
     void SetFile_sameFileDropsUnsavedChanges();
 
@@ -402,6 +403,29 @@ void tst_Settings::SetFile_unparsableTarget()
     QVERIFY(settings.IsEmpty());
     QCOMPARE(settings.ReadInt(u"/Panel"_s, u"Width"_s, 7), 7);
     QCOMPARE(ReadFile(Path(u"b.xml"_s)), broken);
+}
+
+void tst_Settings::SetFile_targetThatCannotBeOpened()
+{
+    const QString folder = Path(u"folder"_s);
+    QVERIFY(QDir().mkdir(folder));
+    Settings settings(Path(u"a.xml"_s), u"Settings"_s);
+    settings.WriteInt(u"Panel"_s, u"Width"_s, 1);
+    QVERIFY(settings.MoveToNode(u"Panel"_s));
+    const LogGuard log;
+
+    settings.SetFile(folder, u"Ignored"_s);
+
+    QCOMPARE(log.Messages().size(), 1);
+    QVERIFY(log.Messages().constFirst().contains(u"XmlFiler: Failed to open file %1. "_s.arg(folder)));
+    // Nothing was read that could take the place of the content.
+    QCOMPARE(settings.GetCurrentNodePath(), u"/Settings/Panel"_s);
+    QCOMPARE(settings.ReadInt(u"Width"_s, 7), 1);
+
+    settings.WriteInt(u"/Panel"_s, u"Width"_s, 2); // cannot be saved
+    settings.SetFile(Path(u"b.xml"_s), u"Ignored"_s);
+    settings.Save();
+    QCOMPARE(ReadFile(Path(u"b.xml"_s)), SettingsXml("    <Panel Width=\"2\"/>\n"));
 }
 
 void tst_Settings::SetFile_toNothing()

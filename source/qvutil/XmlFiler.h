@@ -674,8 +674,10 @@ private:
 /// Save, or by the destructor. There is no timer. The other operations of XmlFiler are reachable too, but
 /// do not mark the store as changed.
 ///
-/// A file that exists but cannot be opened or parsed leaves the document empty, and the next save replaces
-/// it: check IsEmpty after construction if that matters to you.
+/// A file that exists but cannot be opened or parsed leaves a new store empty, and the next save replaces
+/// it: check IsEmpty after construction if that matters to you. Such a store has no cursor: give it a root
+/// with CreateRoot, since otherwise each write with a relative path adds one more root element, and a file
+/// with several does not load.
 ///
 /// \code
 /// Settings settings(path, u"Settings"_s);
@@ -711,7 +713,8 @@ public:
     using XmlFiler::WriteString;
 
     /// Changes the file that saves go to, and loads it if it exists. If it does not, the present content is
-    /// kept, and an empty document gets the root \p rootName. Does not mark the store as changed.
+    /// kept, and an empty document gets the root \p rootName. The content is kept, too, if the file cannot be
+    /// opened; it is lost if the file does not parse. Does not mark the store as changed.
     /// \param file      the file that saves go to
     /// \param rootName  name of a new root; "Root" if empty
     void SetFile(QString file, QString rootName);
