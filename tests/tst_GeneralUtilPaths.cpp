@@ -421,6 +421,7 @@ void tst_GeneralUtilPaths::GetCommonParentPath_data()
     row("none and drive", u"/a/b"_s, u"C:/a/b"_s, u""_s);
     row("same drive", u"C:/a/b"_s, u"C:/A/c"_s, u"c:/a"_s);
     row("same drive, other case, backslashes", u"C:\\a\\b"_s, u"c:/a/c"_s, u"c:/a"_s);
+    row("same drive, characters that no URL has", u"C:/a %b|/x"_s, u"C:/a %b|/y"_s, u"c:/a %b|"_s);
     row("same drive alone", u"C:/a"_s, u"C:/b"_s, GeneralUtil::CleanPath(u"c:"_s));
     row("drive, relative", u"C:a/b"_s, u"C:/a/c"_s, u"c:/a"_s);
     row("first has a scheme", u"http://h/a"_s, u"http://h/b"_s, u""_s);
