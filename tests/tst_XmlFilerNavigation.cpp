@@ -867,6 +867,7 @@ private Q_SLOTS:
     void DeleteChildNodes_cursorInside();
 
     void GetCurrentNode();
+    void GetCurrentNode_changesThroughTheHandle();
     void GetCurrentNodePath();
     void GetCurrentNodePath_besideTheRoot();
     void Stack();
@@ -1712,6 +1713,28 @@ void tst_XmlFilerNavigation::GetCurrentNode()
     QVERIFY(filer.CreateNode(u"A"_s, false));
     QVERIFY(filer.GetCurrentNode() != handle);
     QVERIFY(filer.GetCurrentNode().parentNode() == handle);
+}
+
+// What a host does to the document behind the object's back counts at once, also where a path was walked
+// before.
+void tst_XmlFilerNavigation::GetCurrentNode_changesThroughTheHandle()
+{
+    const QString name = u"n"_s;
+    XmlFiler filer;
+    QVERIFY(filer.LoadFromXmlString(u"<r><A n=\"1\"/><A n=\"2\"/></r>"_s));
+    QCOMPARE(filer.ReadInt(u"/A"_s, name, 7), 1);
+
+    QDomNode root = filer.GetCurrentNode();
+    QCOMPARE(filer.ReadInt(u"/A"_s, name, 7), 1);
+    QCOMPARE(filer.ReadInt(u"A"_s, name, 7), 1);
+    root.removeChild(root.firstChild());
+    QCOMPARE(filer.ReadInt(u"/A"_s, name, 7), 2);
+    QCOMPARE(filer.ReadInt(u"A"_s, name, 7), 2);
+    root.removeChild(root.firstChild());
+    QCOMPARE(filer.ReadInt(u"/A"_s, name, 7), 7);
+    QVERIFY(!filer.MoveToNode(u"A"_s));
+    root.appendChild(root.ownerDocument().createElement(u"A"_s));
+    QVERIFY(filer.MoveToNode(u"A"_s));
 }
 
 void tst_XmlFilerNavigation::GetCurrentNodePath()
