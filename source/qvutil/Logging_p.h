@@ -9,7 +9,7 @@
 namespace Quorvin::Util {
 
 /// The library's logging category "qvutil". Silent until the host's rules turn it on, for example with
-/// QT_LOGGING_RULES="qvutil.*=true".
+/// QT_LOGGING_RULES="qvutil=true".
 Q_DECLARE_LOGGING_CATEGORY(lcQvUtil)
 
 } // namespace Quorvin::Util
