@@ -113,16 +113,24 @@ inline void Write(QLocalSocket& socket, const QByteArray& bytes)
     return Quorvin::Util::WriteMessageByFiler(message).toUtf8();
 }
 
-/// Reads messages off a plain Qt socket until there are \p count of them.
+/// Reads messages off a plain Qt socket until there are \p count of them. Each is decoded once: to begin anew
+/// after each read would take a slow machine longer than the messages take.
 /// \return those that came within a minute
 [[nodiscard]] inline QList<Quorvin::Util::MessageInfo> ReadMessages(QLocalSocket& socket, int count)
 {
+    const QByteArray kEnd = "</Message>";
     QByteArray bytes;
     QList<Quorvin::Util::MessageInfo> messages;
     static_cast<void>(WaitUntil([&] {
-        bytes += socket.readAll();
-        messages.clear();
-        Quorvin::Util::DecodeMessage(QString::fromUtf8(bytes), messages);
+        const QByteArray read = socket.readAll();
+        bytes += read;
+        const qsizetype end = read.isEmpty() ? -1 : bytes.lastIndexOf(kEnd);
+        if (end >= 0) {
+            QList<Quorvin::Util::MessageInfo> whole;
+            Quorvin::Util::DecodeMessage(QString::fromUtf8(bytes.first(end + kEnd.size())).trimmed(), whole);
+            messages += whole;
+            bytes.remove(0, end + kEnd.size());
+        }
         return messages.size() >= count;
     }));
     return messages;
