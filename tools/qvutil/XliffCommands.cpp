@@ -250,10 +250,10 @@ void AddExtract(CommandLine& line, CLI::App& group)
         ->required();
     AddTexts(command, "--language,-l", options->Languages,
              "Language to translate into, such as de or pt-BR; default: the one in the file")
-        ->type_name("LANGUAGE");
+        ->type_name("LANG");
     AddText(command, "--source-language", options->Extraction.SourceLanguage,
             "Language of the documents; default: the one in the file, or en")
-        ->type_name("LANGUAGE");
+        ->type_name("LANG");
     AddDocumentOptions(command, options->Documents);
     command.add_flag("--prune", options->Extraction.Prune, "Remove units whose text or document is gone");
     command.add_flag(
