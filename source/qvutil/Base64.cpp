@@ -14,7 +14,7 @@ namespace {
 constexpr char kDigits[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
 
 // The digits of each pair of values, since two at once take half the steps.
-using DigitPairs = std::array<std::array<char, 2>, 64 * 64>;
+using DigitPairs = std::array<std::array<char, 2>, size_t(64) * 64>;
 
 constexpr DigitPairs kDigitPairs = [] {
     DigitPairs pairs = {};
