@@ -208,8 +208,7 @@ bool IPCManager::DeleteAllConnections()
 
 bool IPCManager::CreateSharedMemory()
 {
-    return AttachToSharedMemory() || mSharedMemory->create(kRegistrySize, QSharedMemory::ReadWrite)
-        || AttachToSharedMemory(); // somebody else has made it meanwhile
+    return AttachToSharedMemory() || mSharedMemory->create(kRegistrySize, QSharedMemory::ReadWrite);
 }
 
 bool IPCManager::AttachToSharedMemory()
@@ -262,7 +261,10 @@ void IPCManager::LockSharedMemory()
     if (gridName.isEmpty())
         return; // there is no segment either
     mFileLock = Platform::LockFile(GridLockFilePath(gridName));
-    CreateSharedMemory();
+    // Somebody else may make it between the look for it and its making. Under its lock it could not be
+    // attached.
+    if (!CreateSharedMemory())
+        AttachToSharedMemory();
     mSharedMemory->lock();
 }
 

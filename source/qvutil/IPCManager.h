@@ -69,7 +69,8 @@ struct ProcessInfo
 ///
 /// The operations that wait run an event loop that leaves out user input: slots and responders are called
 /// meanwhile. They may send messages (a wait within a wait fails at once), disconnect, stop the server, or
-/// delete the manager. A wait fails, too, when the application or the thread is told to quit meanwhile.
+/// delete the manager. When the application or the thread is told to quit meanwhile, the wait ends as well:
+/// with code 0, the usual one, its result is true although nothing has come.
 class QVUTIL_EXPORT IPCManager : public QObject
 {
     Q_OBJECT

@@ -39,7 +39,7 @@ MessageClient::MessageClient()
 MessageClient::~MessageClient()
 {
     DisconnectFromServer();
-    EndWait(kExitTimeout); // a slot that the loop runs may have deleted the client
+    mEventLoop->exit(kExitTimeout); // a slot that the loop runs may have deleted the client
 }
 
 bool MessageClient::ConnectToServer(const QString& name)
@@ -182,25 +182,16 @@ bool MessageClient::Wait(int timeoutMs)
     else
         mWaitTimer.start(timeoutMs);
     mWaiting = true;
-    // Code 0 alone would not do: with it the end of the application, or of the thread, ends all loops.
-    mWaitSucceeded = false;
-    loop->exec(QEventLoop::ExcludeUserInputEvents);
-    if (self.isNull())
-        return false;
-    mWaiting = false;
-    return mWaitSucceeded;
-}
-
-void MessageClient::EndWait(int code)
-{
-    mWaitSucceeded = code == kExitSuccess;
-    mEventLoop->exit(code);
+    const int result = loop->exec(QEventLoop::ExcludeUserInputEvents);
+    if (!self.isNull())
+        mWaiting = false;
+    return result == kExitSuccess;
 }
 
 void MessageClient::ConnectedSlot()
 {
     mConnected = true;
-    EndWait(kExitSuccess);
+    mEventLoop->exit(kExitSuccess);
     Q_EMIT Connected(mServerName);
 }
 
@@ -219,7 +210,7 @@ void MessageClient::MessageReceivedSlot(const MessageInfo& msg)
     if (mAwaitingResponse && msg.OriginalMessageUniqueId == mPendingRequest.UniqueId) {
         mWaitTimer.stop();
         mResponse = msg.Params;
-        EndWait(kExitSuccess);
+        mEventLoop->exit(kExitSuccess);
     }
 }
 
@@ -227,13 +218,13 @@ void MessageClient::MessageSentSlot(const MessageInfo& /*msg*/)
 {
     if (mAwaitingSend) {
         mAwaitingSend = false;
-        EndWait(kExitSuccess);
+        mEventLoop->exit(kExitSuccess);
     }
 }
 
 void MessageClient::EventLoopTimeout()
 {
-    EndWait(kExitTimeout);
+    mEventLoop->exit(kExitTimeout);
 }
 
 // MessageClientThread

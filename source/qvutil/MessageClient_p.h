@@ -92,7 +92,6 @@ private:
     [[nodiscard]] bool IsSocketConnected() const;
     void HoldSent(bool held);
     bool Wait(int timeoutMs);
-    void EndWait(int code);
 
     QString mServerName;
     MessageClientThread* mThread = nullptr;
@@ -107,7 +106,6 @@ private:
     // From the beginning of a wait until it returns. The loop itself calls itself ended earlier: with exit(),
     // be there still slots to call that might want to wait.
     bool mWaiting = false;
-    bool mWaitSucceeded = false; // by the code of the last EndWait
     mutable QRecursiveMutex mThreadLock; // guards the way through mThread to the state of the socket
 };
 
