@@ -5,8 +5,8 @@
 """Makes the links of the reference lead somewhere: links.py HTML-FOLDER
 
 The handbook links to examples and sources of the repository, and to headings of its pages, which Doxygen leaves
-as they stand. The files are copied beside the pages, a folder is linked by its main.cpp or CMakeLists.txt. The
-exit code is 1 if a link is left that leads nowhere.
+as they stand. The files are copied beside the pages, a folder is linked by its main.cpp or CMakeLists.txt, and
+the project file of the help collection lists them. The exit code is 1 if a link or a picture leads nowhere.
 """
 
 import functools
@@ -17,7 +17,8 @@ import shutil
 import sys
 
 ROOT = pathlib.Path(__file__).resolve().parent.parent
-LINK = re.compile(r'(?<=href=")(?!\w+:)([^"#]*)(#[\w-]*)?(?=")')
+LINK = re.compile(r'((?:\bhref|\bsrc|\bdata)=")(?!\w+:)([^"#]*)(#[\w-]*)?(?=")')
+FILES = re.compile(r"(?<=<files>\n).*(?=</files>)", re.DOTALL)
 HEADING = re.compile(r'<h\d><a class="anchor" id="(autotoc_\w+)"></a>\s*(.*?)</h\d>', re.DOTALL)
 
 
@@ -47,13 +48,21 @@ def copied(path, folder):
 
 
 def mended(link, page):
-    path, heading = link[1], link[2] or ""
+    attribute, path, heading = link[1], link[2], link[3] or ""
     if path and not (page.parent / path).exists():
         path = page_of(path) if path.endswith(".md") else copied(path, page.parent)
     target = page.parent / path if path else page
     if heading and target.suffix == ".html" and target.exists():
         heading = headings(target).get(heading, heading)
-    return path + heading
+    return attribute + path + heading
+
+
+def list_files(project):
+    """Names every file in the project of the help collection; Doxygen knows only its own."""
+    folder = project.parent
+    files = sorted(file.relative_to(folder) for file in folder.rglob("*") if file.is_file() and file != project)
+    lines = "".join(f"<file>{html.escape(str(file))}</file>\n" for file in files)
+    project.write_text(FILES.sub(lambda _: lines, project.read_text(encoding="utf-8")), encoding="utf-8")
 
 
 def leads_nowhere(path, heading, page):
@@ -65,15 +74,17 @@ def leads_nowhere(path, heading, page):
 
 def main():
     good = True
-    for page in sorted(pathlib.Path(sys.argv[1]).glob("*.html")):
+    folder = pathlib.Path(sys.argv[1])
+    for page in sorted(folder.glob("*.html")):
         old = page.read_text(encoding="utf-8")
         new = LINK.sub(lambda link: mended(link, page), old)
         if new != old:
             page.write_text(new, encoding="utf-8")
-        for path, heading in LINK.findall(new):
+        for _, path, heading in LINK.findall(new):
             if leads_nowhere(path, heading, page):
                 print(f"{page.name}: the link to {path}{heading} leads nowhere")
                 good = False
+    list_files(folder / "index.qhp")
     return 0 if good else 1
 
 

@@ -88,9 +88,9 @@ packages_of()
         bench:brew)
             echo dbus google-benchmark icu4c muparser ;;
         docs:debian)
-            echo doxygen graphviz python3 ;;
+            echo doxygen graphviz python3 qt6-documentation-tools ;;
         docs:brew)
-            echo doxygen graphviz ;;
+            echo doxygen graphviz qt ;;
         clang:debian)
             echo clang ;;
         lint:debian)
