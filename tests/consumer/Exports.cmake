@@ -1,13 +1,17 @@
 # SPDX-FileCopyrightText: 2026 The QvUtil developers
 # SPDX-License-Identifier: MIT
 
-# The shared library shows its hosts the public classes and nothing else:
-#   cmake -DNM=program -DLIBRARY=file -P Exports.cmake
+# The shared library exports the public classes and nothing else:
+#   cmake -DNM=program -DLIBRARY=file [-DAPPLE=ON] -P Exports.cmake
 
 cmake_minimum_required(VERSION 3.23)
 
-set(public EnumValueName GeneralUtil IMessageResponder IPCManager LocaleUtil MessageInfo PackMessage
-    ProcessInfo ExtractMessage Settings StringUtil XlfTranslator XmlFiler)
+# Each of them must be there. The second list has virtual functions.
+set(classes BooleanExpressionEvaluator Quorvin::Util::GeneralUtil Quorvin::Util::LocaleUtil
+    Quorvin::Util::StringUtil Quorvin::Util::XlfTranslator)
+set(polymorphic Quorvin::Util::IMessageResponder Quorvin::Util::IPCManager Quorvin::Util::Settings
+    Quorvin::Util::XmlFiler)
+set(functions Quorvin::Util::ExtractMessage Quorvin::Util::PackMessage)
 
 if(APPLE)
     set(options -gUC)
@@ -19,31 +23,46 @@ execute_process(COMMAND "${NM}" ${options} "${LIBRARY}"
 if(NOT result EQUAL 0 OR output STREQUAL "")
     message(FATAL_ERROR "${NM} ${options} ${LIBRARY} gave ${result}")
 endif()
-
 string(REPLACE ";" "," output "${output}")
 string(REPLACE "[" "<" output "${output}")
 string(REPLACE "]" ">" output "${output}")
 string(REPLACE "\n" ";" symbols "${output}")
+list(FILTER symbols EXCLUDE REGEX "^$")
+
+list(JOIN classes "|" all)
+list(JOIN polymorphic "|" virtual)
+list(JOIN functions "|" free)
 set(internal "")
-set(seen "")
 foreach(symbol IN LISTS symbols)
-    string(REGEX MATCHALL "Quorvin::Util::[A-Za-z0-9_~(]+" names "${symbol}")
-    list(TRANSFORM names REPLACE "Quorvin::Util::" "")
-    list(TRANSFORM names REPLACE "([A-Za-z0-9_])[(].*" "\\1") # of a function
-    list(APPEND seen ${names})
-    list(REMOVE_ITEM names ${public})
-    if(names)
+    if(NOT symbol MATCHES "^[0-9a-f]+ ([A-Za-z]) (.*)$")
+        message(FATAL_ERROR "${NM} printed \"${symbol}\"")
+    endif()
+    set(kind "${CMAKE_MATCH_1}")
+    string(REGEX REPLACE "@+QVUTIL_[0-9]+$" "" name "${CMAKE_MATCH_2}")
+    if(kind STREQUAL "A" AND name MATCHES "^QVUTIL_[0-9]+$") # the version of the others
+    elseif(name MATCHES "^(non-virtual thunk to )?(${all}|${virtual})::[A-Za-z_0-9~]+(<|[(]|$)")
+        list(APPEND seen "${CMAKE_MATCH_2}")
+    elseif(name MATCHES "^(${free})(<|[(])")
+        list(APPEND seen "${CMAKE_MATCH_1}")
+    elseif(name MATCHES "^(typeinfo|typeinfo name|vtable) for (${virtual})$")
+        list(APPEND seen "${CMAKE_MATCH_1} for ${CMAKE_MATCH_2}")
+    elseif(APPLE AND NOT name MATCHES "Quorvin|QvUtil")
+        # There the compiler alone hides symbols, and leaves instantiated templates visible.
+    else()
         list(APPEND internal "${symbol}")
-    elseif(symbol MATCHES "^[0-9a-f]+ [A-Z] " AND NOT symbol MATCHES "Quorvin::Util::"
-            AND NOT symbol MATCHES " [WV] |BooleanExpressionEvaluator")
-        list(APPEND internal "${symbol}") # ours, and in no namespace
     endif()
 endforeach()
-
 if(internal)
     list(JOIN internal "\n  " internal)
     message(FATAL_ERROR "These symbols are internal, but the library exports them:\n  ${internal}")
 endif()
-if(NOT "XmlFiler" IN_LIST seen)
-    message(FATAL_ERROR "${LIBRARY} does not even export XmlFiler")
+
+set(expected ${classes} ${functions})
+foreach(class IN LISTS polymorphic)
+    list(APPEND expected "${class}" "typeinfo for ${class}" "typeinfo name for ${class}" "vtable for ${class}")
+endforeach()
+list(REMOVE_ITEM expected ${seen})
+if(expected)
+    list(JOIN expected "\n  " expected)
+    message(FATAL_ERROR "The library does not export\n  ${expected}")
 endif()

@@ -18,6 +18,7 @@ function(qvutil_add_package_test step)
         "-DINCLUDEDIR=${CMAKE_INSTALL_INCLUDEDIR}" "-DQT_PREFIX=${QVUTIL_QT_PREFIX}"
         "-DGENERATOR=${CMAKE_GENERATOR}" "-DCOMPILER=${CMAKE_CXX_COMPILER}"
         "-DLAUNCHER=${CMAKE_CXX_COMPILER_LAUNCHER}" "-DPKG_CONFIG=${QVUTIL_PKG_CONFIG}"
+        "-DMOC=$<TARGET_FILE:Qt6::moc>"
         -P "${CMAKE_CURRENT_SOURCE_DIR}/consumer/Consume.cmake")
     list(TRANSFORM arg_AFTER PREPEND package_)
     set_tests_properties(package_${step} PROPERTIES

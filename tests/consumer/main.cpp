@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: 2026 The QvUtil developers
 // SPDX-License-Identifier: MIT
 
-#include "settings.h"
+#include "Host.h"
 
 #include <qvutil/GeneralUtil.h>
 #include <qvutil/QvUtilGlobal.h>
@@ -24,6 +24,8 @@ int main(int argc, char* argv[])
     std::printf("QvUtil %s\n", QVUTIL_VERSION_STR);
     std::printf("place %d %d %d %d\n", place.x(), place.y(), place.width(), place.height());
     std::printf("hash %s\n", Quorvin::Util::GeneralUtil::GetHash(QStringLiteral("Save")).constData());
-    std::printf("run %d\n", CountRun(application.arguments().at(1)));
+    std::printf("types %s\n", Host::SharesTypesWithLibrary() ? "shared" : "apart");
+    std::printf("answer %d\n", Host().AskItself());
+    std::printf("run %d\n", Host::CountRun(application.arguments().at(1)));
     return 0;
 }
