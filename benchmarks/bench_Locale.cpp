@@ -3,7 +3,7 @@
 
 // Locale name to Windows locale identifier, beside ICU. Both are asked for all names of the table in turn,
 // each in the form that it takes: a QString with '-' here, 0-terminated bytes with '_' there.
-#include "LocaleTable.h"
+#include "locale/LocaleTable_p.h"
 
 #include <qvutil/LocaleUtil.h>
 

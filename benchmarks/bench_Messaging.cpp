@@ -6,8 +6,8 @@
 //   bench_Messaging --serve NAME ADDRESS     serves the contestant NAME until standard input is closed
 
 #include "IPC.h"
-#include "MessageCodec_p.h"
 #include "messaging/Contestant.h"
+#include "messaging/MessageCodec_p.h"
 
 #include <QCoreApplication>
 #include <QDataStream>

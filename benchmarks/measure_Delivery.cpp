@@ -7,9 +7,9 @@
 //   measure_Delivery --serve NAME     until standard input is closed
 
 #include "IPCManager.h"
-#include "MessageCodec_p.h"
-#include "MessageLink_p.h"
-#include "platform/Platform.h"
+#include "messaging/MessageCodec_p.h"
+#include "messaging/MessageLink_p.h"
+#include "platform/Platform_p.h"
 
 #include <QCommandLineParser>
 #include <QCoreApplication>

@@ -4,7 +4,7 @@
 #ifndef QVUTIL_GRIDSUPPORT_H
 #define QVUTIL_GRIDSUPPORT_H
 
-#include "GridRegistry_p.h"
+#include "messaging/GridRegistry_p.h"
 
 #include <QByteArray>
 #include <QList>

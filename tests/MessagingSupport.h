@@ -4,11 +4,11 @@
 #ifndef QVUTIL_MESSAGINGSUPPORT_H
 #define QVUTIL_MESSAGINGSUPPORT_H
 
-#include "GridRegistry_p.h"
 #include "IPC.h"
-#include "MessageCodec_p.h"
 #include "TestSupport.h"
-#include "platform/Platform.h"
+#include "messaging/GridRegistry_p.h"
+#include "messaging/MessageCodec_p.h"
+#include "platform/Platform_p.h"
 
 #include <QCoreApplication>
 #include <QDeadlineTimer>

@@ -3,7 +3,7 @@
 
 #include "GeneralUtil.h"
 #include "TestSupport.h"
-#include "platform/Platform.h"
+#include "platform/Platform_p.h"
 
 #include <QCoreApplication>
 #include <QDir>

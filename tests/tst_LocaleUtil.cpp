@@ -1,10 +1,10 @@
 // SPDX-FileCopyrightText: 2026 The QvUtil developers
 // SPDX-License-Identifier: MIT
 
-#include "LocaleTable.h"
 #include "LocaleUtil.h"
 #include "TestSupport.h"
-#include "platform/Platform.h"
+#include "locale/LocaleTable_p.h"
+#include "platform/Platform_p.h"
 
 #include <QCoreApplication>
 #include <QDir>

@@ -1,10 +1,10 @@
 // SPDX-FileCopyrightText: 2026 The QvUtil developers
 // SPDX-License-Identifier: MIT
 
-#include "MessageClient_p.h"
-#include "MessageLink_p.h"
 #include "MessagingSupport.h"
 #include "TestSupport.h"
+#include "messaging/MessageClient_p.h"
+#include "messaging/MessageLink_p.h"
 
 #include <QDir>
 #include <QElapsedTimer>

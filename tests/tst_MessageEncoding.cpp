@@ -1,12 +1,12 @@
 // SPDX-FileCopyrightText: 2026 The QvUtil developers
 // SPDX-License-Identifier: MIT
 
-#include "Base64_p.h"
 #include "IPC.h"
-#include "IPC_p.h"
 #include "TestSupport.h"
-#include "VariantMapEncoder_p.h"
 #include "XmlFiler.h"
+#include "messaging/Base64_p.h"
+#include "messaging/IPC_p.h"
+#include "messaging/VariantMapEncoder_p.h"
 
 #include <QMetaType>
 #include <QRandomGenerator>

@@ -2,8 +2,8 @@
 // SPDX-License-Identifier: MIT
 
 #include "IPC.h"
-#include "MessageCodec_p.h"
 #include "TestSupport.h"
+#include "messaging/MessageCodec_p.h"
 
 #include <QRandomGenerator>
 #include <QUrl>

@@ -1,8 +1,8 @@
 // SPDX-FileCopyrightText: 2026 The QvUtil developers
 // SPDX-License-Identifier: MIT
 
-#include "MessageLink_p.h"
 #include "TestSupport.h"
+#include "messaging/MessageLink_p.h"
 
 #include <QtTest>
 

@@ -1,9 +1,9 @@
 // SPDX-FileCopyrightText: 2026 The QvUtil developers
 // SPDX-License-Identifier: MIT
 
-#include "MessageClient_p.h"
 #include "MessagingSupport.h"
 #include "TestSupport.h"
+#include "messaging/MessageClient_p.h"
 
 #include <QRandomGenerator>
 #include <QTimer>

@@ -1,10 +1,10 @@
 // SPDX-FileCopyrightText: 2026 The QvUtil developers
 // SPDX-License-Identifier: MIT
 
-#include "MessageLink_p.h"
-#include "MessageServer_p.h"
 #include "MessagingSupport.h"
 #include "TestSupport.h"
+#include "messaging/MessageLink_p.h"
+#include "messaging/MessageServer_p.h"
 
 #include <QDir>
 #include <QFileInfo>

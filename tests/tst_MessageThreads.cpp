@@ -2,10 +2,10 @@
 // SPDX-License-Identifier: MIT
 
 #include "IPCManager.h"
-#include "MessageClient_p.h"
-#include "MessageServer_p.h"
 #include "MessagingSupport.h"
 #include "TestSupport.h"
+#include "messaging/MessageClient_p.h"
+#include "messaging/MessageServer_p.h"
 
 #include <QAbstractEventDispatcher>
 #include <QMap>

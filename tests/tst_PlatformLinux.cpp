@@ -4,7 +4,7 @@
 #include "GeneralUtil.h"
 #include "IPCManager.h"
 #include "TestSupport.h"
-#include "platform/Platform.h"
+#include "platform/Platform_p.h"
 
 #include <QCoreApplication>
 #include <QDir>

@@ -3,8 +3,8 @@
 
 #include "TestSupport.h"
 
-#include <Clock_p.h>
 #include <XmlFiler.h>
+#include <base/Clock_p.h>
 
 #include <QDir>
 #include <QFileInfo>

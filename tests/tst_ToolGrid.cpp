@@ -1,11 +1,11 @@
 // SPDX-FileCopyrightText: 2026 The QvUtil developers
 // SPDX-License-Identifier: MIT
 
-#include "GridRegistry_p.h"
 #include "GridSupport.h"
 #include "MessagingSupport.h"
 #include "TestSupport.h"
 #include "ToolRunner.h"
+#include "messaging/GridRegistry_p.h"
 
 #include <QDir>
 #include <QJsonArray>

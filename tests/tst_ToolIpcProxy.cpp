@@ -4,11 +4,11 @@
 // qvutil ipc proxy as a process of its own, between plain sockets: every byte must get through.
 
 #include "BareSocket.h"
-#include "MessageLink_p.h"
 #include "MessagingSupport.h"
 #include "RunningTool.h"
 #include "TestSupport.h"
 #include "ToolRunner.h"
+#include "messaging/MessageLink_p.h"
 
 #include <QJsonDocument>
 #include <QJsonObject>

@@ -1,9 +1,9 @@
 // SPDX-FileCopyrightText: 2026 The QvUtil developers
 // SPDX-License-Identifier: MIT
 
-#include "MessageCodec_p.h"
 #include "TestSupport.h"
 #include "ToolRunner.h"
+#include "messaging/MessageCodec_p.h"
 
 #include <QJsonArray>
 #include <QJsonDocument>

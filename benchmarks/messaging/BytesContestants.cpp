@@ -4,7 +4,7 @@
 // Bytes without a meaning, as many as the library's documents have: what sockets and threads alone cost.
 
 #include "Contestant.h"
-#include "MessageCodec_p.h"
+#include "messaging/MessageCodec_p.h"
 
 #include <QCoreApplication>
 #include <QEventLoop>

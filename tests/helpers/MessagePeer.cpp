@@ -28,9 +28,9 @@
 //       managers that end after the application object; prints "answered" and "done"
 
 #include "IPCManager.h"
-#include "MessageClient_p.h"
-#include "MessageLink_p.h"
-#include "MessageServer_p.h"
+#include "messaging/MessageClient_p.h"
+#include "messaging/MessageLink_p.h"
+#include "messaging/MessageServer_p.h"
 
 #include <QCoreApplication>
 #include <QLocalServer>

@@ -5,7 +5,7 @@
 
 #include <qvutil/GeneralUtil.h>
 #include <qvutil/LocaleUtil.h>
-#include <qvutil/platform/Platform.h>
+#include <qvutil/platform/Platform_p.h>
 
 #include <QDir>
 #include <QFile>

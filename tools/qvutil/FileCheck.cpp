@@ -6,7 +6,7 @@
 #include "Document.h"
 #include "Entries.h"
 #include "Failure.h"
-#include "platform/Platform.h"
+#include "platform/Platform_p.h"
 
 #include <QFileInfo>
 

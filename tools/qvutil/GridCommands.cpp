@@ -3,11 +3,11 @@
 
 #include "Command.h"
 #include "Console.h"
-#include "GridRegistry_p.h"
 #include "Groups.h"
 #include "grid/GridCleaning.h"
 #include "grid/GridSnapshot.h"
 #include "ipc/Session.h"
+#include "messaging/GridRegistry_p.h"
 
 #include <QDateTime>
 #include <QDir>

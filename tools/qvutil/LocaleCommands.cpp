@@ -4,7 +4,7 @@
 #include "Command.h"
 #include "Console.h"
 #include "Groups.h"
-#include "LocaleTable.h"
+#include "locale/LocaleTable_p.h"
 
 #include <qvutil/LocaleUtil.h>
 

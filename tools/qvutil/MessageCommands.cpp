@@ -7,9 +7,9 @@
 #include "Console.h"
 #include "Groups.h"
 #include "InputFile.h"
-#include "MessageCodec_p.h"
 #include "MessageFile.h"
 #include "MessageText.h"
+#include "messaging/MessageCodec_p.h"
 
 #include <QDir>
 #include <QFile>

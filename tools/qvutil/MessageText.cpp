@@ -6,10 +6,10 @@
 #include "Console.h"
 #include "Document.h"
 #include "Failure.h"
-#include "IPC_p.h"
-#include "MessageCodec_p.h"
-#include "VariantMapEncoder_p.h"
 #include "XmlFiler.h"
+#include "messaging/IPC_p.h"
+#include "messaging/MessageCodec_p.h"
+#include "messaging/VariantMapEncoder_p.h"
 
 #include <QJsonArray>
 #include <QJsonDocument>

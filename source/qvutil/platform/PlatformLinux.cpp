@@ -1,9 +1,9 @@
 // SPDX-FileCopyrightText: 2026 The QvUtil developers
 // SPDX-License-Identifier: MIT
 
-#include "Platform.h"
+#include "platform/Platform_p.h"
 
-#include "Logging_p.h"
+#include "base/Logging_p.h"
 
 #include <QDir>
 #include <QFile>

@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: 2026 The QvUtil developers
 // SPDX-License-Identifier: MIT
 
-#include "Platform.h"
+#include "platform/Platform_p.h"
 
 #include "StringUtil.h"
 

@@ -3,7 +3,7 @@
 
 // What all Unix systems answer alike.
 
-#include "Platform.h"
+#include "platform/Platform_p.h"
 
 #include <QDeadlineTimer>
 #include <QFile>

@@ -3,7 +3,7 @@
 
 #include "ExpressionOutline.h"
 
-#include "BooleanExpressionEvaluation_p.h"
+#include "expressions/BooleanExpressionEvaluation_p.h"
 
 #include <QHash>
 #include <QSet>

@@ -4,7 +4,7 @@
 #ifndef QVUTIL_TOOL_EXPRESSIONOUTLINE_H
 #define QVUTIL_TOOL_EXPRESSIONOUTLINE_H
 
-#include "BooleanExpressionText_p.h"
+#include "expressions/BooleanExpressionText_p.h"
 
 #include <QJsonObject>
 #include <QList>

@@ -5,8 +5,8 @@
 
 #include "../Failure.h"
 #include "GeneralUtil.h"
-#include "GridRegistry_p.h"
-#include "platform/Platform.h"
+#include "messaging/GridRegistry_p.h"
+#include "platform/Platform_p.h"
 
 #include <QFile>
 #include <QSharedMemory>

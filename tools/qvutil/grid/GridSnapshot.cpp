@@ -6,11 +6,11 @@
 #include "../Failure.h"
 #include "../ipc/EndpointProcesses.h"
 #include "GeneralUtil.h"
-#include "GridRegistry_p.h"
-#include "MessageLink_p.h"
-#include "QtCompat_p.h"
 #include "SharedSegment.h"
-#include "platform/Platform.h"
+#include "base/QtCompat_p.h"
+#include "messaging/GridRegistry_p.h"
+#include "messaging/MessageLink_p.h"
+#include "platform/Platform_p.h"
 
 #include <QDir>
 #include <QDirIterator>

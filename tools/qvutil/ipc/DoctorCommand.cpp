@@ -7,7 +7,7 @@
 #include "IpcCommands.h"
 #include "ServerLink.h"
 #include "Session.h"
-#include "platform/Platform.h"
+#include "platform/Platform_p.h"
 
 #include <QElapsedTimer>
 #include <QJsonArray>

@@ -4,9 +4,9 @@
 #include "Endpoint.h"
 
 #include "../Failure.h"
-#include "MessageClient_p.h"
-#include "MessageLink_p.h"
-#include "platform/Platform.h"
+#include "messaging/MessageClient_p.h"
+#include "messaging/MessageLink_p.h"
+#include "platform/Platform_p.h"
 
 #include <QFile>
 #include <QFileInfo>

@@ -3,9 +3,9 @@
 
 #include "Forwarder.h"
 
-#include "MessageCodec_p.h"
-#include "MessageLink_p.h"
-#include "platform/Platform.h"
+#include "messaging/MessageCodec_p.h"
+#include "messaging/MessageLink_p.h"
+#include "platform/Platform_p.h"
 
 #include <utility>
 

@@ -5,12 +5,12 @@
 #include "../Console.h"
 #include "../MessageFile.h"
 #include "Endpoint.h"
-#include "IPC_p.h"
 #include "IpcCommands.h"
 #include "MessageLines.h"
-#include "MessageLink_p.h"
-#include "MessageServer_p.h"
 #include "Session.h"
+#include "messaging/IPC_p.h"
+#include "messaging/MessageLink_p.h"
+#include "messaging/MessageServer_p.h"
 
 #include <QHash>
 

@@ -7,7 +7,7 @@
 #include "../Failure.h"
 #include "../MessageFile.h"
 #include "../MessageText.h"
-#include "VariantMapEncoder_p.h"
+#include "messaging/VariantMapEncoder_p.h"
 
 #include <QJsonArray>
 #include <QJsonDocument>

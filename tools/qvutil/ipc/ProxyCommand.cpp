@@ -7,10 +7,10 @@
 #include "Forwarder.h"
 #include "IpcCommands.h"
 #include "MessageLines.h"
-#include "MessageLink_p.h"
 #include "ServerLink.h"
 #include "Session.h"
 #include "TrafficPrinter.h"
+#include "messaging/MessageLink_p.h"
 
 #include <QtNetwork/QLocalServer>
 

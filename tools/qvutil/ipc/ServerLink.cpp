@@ -4,8 +4,8 @@
 #include "ServerLink.h"
 
 #include "Endpoint.h"
-#include "MessageClient_p.h"
-#include "platform/Platform.h"
+#include "messaging/MessageClient_p.h"
+#include "platform/Platform_p.h"
 
 #include <QUuid>
 

@@ -5,8 +5,8 @@
 #define QVUTIL_TOOL_IPC_SERVERLINK_H
 
 #include "IPC.h"
-#include "MessageLink_p.h"
 #include "Session.h"
+#include "messaging/MessageLink_p.h"
 
 #include <QDeadlineTimer>
 #include <QList>

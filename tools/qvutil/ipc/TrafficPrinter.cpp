@@ -5,7 +5,7 @@
 
 #include "../MessageText.h"
 
-#include "MessageCodec_p.h"
+#include "messaging/MessageCodec_p.h"
 
 #include <algorithm>
 #include <utility>

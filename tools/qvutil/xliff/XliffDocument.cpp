@@ -5,7 +5,7 @@
 
 #include "../Document.h"
 #include "../Failure.h"
-#include "platform/Platform.h"
+#include "platform/Platform_p.h"
 
 #include <qvutil/GeneralUtil.h>
 

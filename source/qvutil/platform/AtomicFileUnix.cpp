@@ -3,7 +3,7 @@
 
 // How all Unix systems save files safely.
 
-#include "Platform.h"
+#include "platform/Platform_p.h"
 
 #include <QCryptographicHash>
 #include <QFile>

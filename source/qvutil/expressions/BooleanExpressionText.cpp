@@ -1,9 +1,9 @@
 // SPDX-FileCopyrightText: 2026 The QvUtil developers
 // SPDX-License-Identifier: MIT
 
-#include "BooleanExpressionText_p.h"
+#include "expressions/BooleanExpressionText_p.h"
 
-#include "PatternSpace_p.h"
+#include "base/PatternSpace_p.h"
 
 #include <algorithm>
 #include <utility>

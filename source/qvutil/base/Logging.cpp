@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: 2026 The QvUtil developers
 // SPDX-License-Identifier: MIT
 
-#include "Logging_p.h"
+#include "base/Logging_p.h"
 
 namespace Quorvin::Util {
 

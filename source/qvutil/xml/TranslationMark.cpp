@@ -1,9 +1,9 @@
 // SPDX-FileCopyrightText: 2026 The QvUtil developers
 // SPDX-License-Identifier: MIT
 
-#include "TranslationMark_p.h"
+#include "xml/TranslationMark_p.h"
 
-#include "PatternSpace_p.h"
+#include "base/PatternSpace_p.h"
 
 #include <algorithm>
 

@@ -4,10 +4,10 @@
 #include "IPCManager.h"
 
 #include "GeneralUtil.h"
-#include "GridRegistry_p.h"
-#include "MessageClient_p.h"
-#include "MessageServer_p.h"
-#include "platform/Platform.h"
+#include "messaging/GridRegistry_p.h"
+#include "messaging/MessageClient_p.h"
+#include "messaging/MessageServer_p.h"
+#include "platform/Platform_p.h"
 
 #include <QCoreApplication>
 #include <QFile>

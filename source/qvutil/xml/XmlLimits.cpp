@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: 2026 The QvUtil developers
 // SPDX-License-Identifier: MIT
 
-#include "XmlLimits_p.h"
+#include "xml/XmlLimits_p.h"
 
 #include <QHash>
 #include <QStringConverter>

@@ -3,8 +3,8 @@
 
 #include "IPC.h"
 
-#include "IPC_p.h"
-#include "MessageCodec_p.h"
+#include "messaging/IPC_p.h"
+#include "messaging/MessageCodec_p.h"
 
 #include <QMetaType>
 

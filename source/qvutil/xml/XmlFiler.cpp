@@ -3,12 +3,12 @@
 
 #include "XmlFiler.h"
 
-#include "Logging_p.h"
-#include "QtCompat_p.h"
 #include "StringUtil.h"
-#include "TranslationMark_p.h"
-#include "XmlLimits_p.h"
-#include "platform/Platform.h"
+#include "base/Logging_p.h"
+#include "base/QtCompat_p.h"
+#include "platform/Platform_p.h"
+#include "xml/TranslationMark_p.h"
+#include "xml/XmlLimits_p.h"
 
 #include <QFile>
 #include <QTextStream>

@@ -1,11 +1,11 @@
 // SPDX-FileCopyrightText: 2026 The QvUtil developers
 // SPDX-License-Identifier: MIT
 
-#include "MessageLink_p.h"
+#include "messaging/MessageLink_p.h"
 
-#include "Logging_p.h"
-#include "MessageCodec_p.h"
-#include "platform/Platform.h"
+#include "base/Logging_p.h"
+#include "messaging/MessageCodec_p.h"
+#include "platform/Platform_p.h"
 
 #include <QDir>
 #include <QFile>

@@ -4,8 +4,8 @@
 #include "LocaleUtil.h"
 
 #include "GeneralUtil.h"
-#include "LocaleTable.h"
-#include "platform/Platform.h"
+#include "locale/LocaleTable_p.h"
+#include "platform/Platform_p.h"
 
 #include <QChar>
 #include <QCoreApplication>

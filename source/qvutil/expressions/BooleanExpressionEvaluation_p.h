@@ -4,7 +4,7 @@
 #ifndef QVUTIL_BOOLEANEXPRESSIONEVALUATION_P_H
 #define QVUTIL_BOOLEANEXPRESSIONEVALUATION_P_H
 
-#include "BooleanExpressionText_p.h"
+#include "expressions/BooleanExpressionText_p.h"
 
 #include <QVarLengthArray>
 

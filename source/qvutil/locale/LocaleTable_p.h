@@ -1,8 +1,8 @@
 // SPDX-FileCopyrightText: 2026 The QvUtil developers
 // SPDX-License-Identifier: MIT
 
-#ifndef QVUTIL_LOCALETABLE_H
-#define QVUTIL_LOCALETABLE_H
+#ifndef QVUTIL_LOCALETABLE_P_H
+#define QVUTIL_LOCALETABLE_P_H
 
 #include <QtGlobal>
 
@@ -263,4 +263,4 @@ inline constexpr std::array<LocaleRecord, 234> gLocales = {{
 
 } // namespace Quorvin::Util
 
-#endif // QVUTIL_LOCALETABLE_H
+#endif // QVUTIL_LOCALETABLE_P_H

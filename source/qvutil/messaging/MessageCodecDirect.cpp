@@ -1,11 +1,11 @@
 // SPDX-FileCopyrightText: 2026 The QvUtil developers
 // SPDX-License-Identifier: MIT
 
-#include "Base64_p.h"
-#include "IPC_p.h"
-#include "MessageCodec_p.h"
-#include "TranslationMark_p.h"
-#include "VariantMapEncoder_p.h"
+#include "messaging/Base64_p.h"
+#include "messaging/IPC_p.h"
+#include "messaging/MessageCodec_p.h"
+#include "messaging/VariantMapEncoder_p.h"
+#include "xml/TranslationMark_p.h"
 
 #include <QByteArray>
 #include <QStringList>

@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: 2026 The QvUtil developers
 // SPDX-License-Identifier: MIT
 
-#include "Clock_p.h"
+#include "base/Clock_p.h"
 
 #include <QDateTime>
 

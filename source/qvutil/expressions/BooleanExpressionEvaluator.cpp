@@ -3,8 +3,8 @@
 
 #include "BooleanExpressionEvaluator.h"
 
-#include "BooleanExpressionEvaluation_p.h"
-#include "BooleanExpressionText_p.h"
+#include "expressions/BooleanExpressionEvaluation_p.h"
+#include "expressions/BooleanExpressionText_p.h"
 
 using Quorvin::Util::BooleanExpressionEvaluation;
 using Quorvin::Util::BooleanExpressionText;

@@ -1,12 +1,12 @@
 // SPDX-FileCopyrightText: 2026 The QvUtil developers
 // SPDX-License-Identifier: MIT
 
-#include "MessageClient_p.h"
+#include "messaging/MessageClient_p.h"
 
-#include "IPC_p.h"
-#include "Logging_p.h"
-#include "MessageLink_p.h"
-#include "platform/Platform.h"
+#include "base/Logging_p.h"
+#include "messaging/IPC_p.h"
+#include "messaging/MessageLink_p.h"
+#include "platform/Platform_p.h"
 
 #include <QCoreApplication>
 #include <QMutexLocker>

@@ -3,7 +3,7 @@
 
 #include "StringUtil.h"
 
-#include "PatternSpace_p.h"
+#include "base/PatternSpace_p.h"
 
 #include <QStringView>
 

@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: 2026 The QvUtil developers
 // SPDX-License-Identifier: MIT
 
-#include "GridRegistry_p.h"
+#include "messaging/GridRegistry_p.h"
 
 #include <QCryptographicHash>
 #include <QDataStream>

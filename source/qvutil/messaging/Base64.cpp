@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: 2026 The QvUtil developers
 // SPDX-License-Identifier: MIT
 
-#include "Base64_p.h"
+#include "messaging/Base64_p.h"
 
 #include <QtEndian>
 

@@ -1,8 +1,8 @@
 // SPDX-FileCopyrightText: 2026 The QvUtil developers
 // SPDX-License-Identifier: MIT
 
-#ifndef QVUTIL_PLATFORM_H
-#define QVUTIL_PLATFORM_H
+#ifndef QVUTIL_PLATFORM_P_H
+#define QVUTIL_PLATFORM_P_H
 
 #include <QByteArray>
 #include <QLatin1StringView>
@@ -145,4 +145,4 @@ void WriteDebugOutput(const wchar_t* text);
 
 } // namespace Quorvin::Util::Platform
 
-#endif // QVUTIL_PLATFORM_H
+#endif // QVUTIL_PLATFORM_P_H

@@ -1,10 +1,10 @@
 // SPDX-FileCopyrightText: 2026 The QvUtil developers
 // SPDX-License-Identifier: MIT
 
-#include "VariantMapEncoder_p.h"
+#include "messaging/VariantMapEncoder_p.h"
 
-#include "IPC_p.h"
 #include "XmlFiler.h"
+#include "messaging/IPC_p.h"
 
 #include <algorithm>
 #include <array>

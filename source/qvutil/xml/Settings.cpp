@@ -3,7 +3,7 @@
 
 #include "XmlFiler.h"
 
-#include "Clock_p.h"
+#include "base/Clock_p.h"
 
 #include <QFile>
 
