@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: 2026 The QvUtil developers
 // SPDX-License-Identifier: MIT
 
-#include "TestSupport.h"
+#include "support/TestSupport.h"
 
 #include <XmlFiler.h>
 

@@ -3,7 +3,7 @@
 
 #include "BooleanExpressionEvaluator.h"
 #include "GeneralUtil.h"
-#include "TestSupport.h"
+#include "support/TestSupport.h"
 
 #include <QRandomGenerator>
 #include <QRegularExpression>

@@ -2,8 +2,8 @@
 // SPDX-License-Identifier: MIT
 
 #include "GeneralUtil.h"
-#include "TestSupport.h"
 #include "platform/Platform_p.h"
+#include "support/TestSupport.h"
 
 #include <QCoreApplication>
 #include <QDir>

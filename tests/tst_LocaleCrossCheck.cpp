@@ -3,8 +3,8 @@
 
 // The table of locales beside ICU's knowledge of the same identifiers. The differences that we know of stand
 // here; any other one is a mistake in the table or a change in ICU that somebody should look at.
-#include "TestSupport.h"
 #include "locale/LocaleTable_p.h"
+#include "support/TestSupport.h"
 
 #include <QtTest>
 

@@ -2,9 +2,9 @@
 // SPDX-License-Identifier: MIT
 
 #include "LocaleUtil.h"
-#include "TestSupport.h"
 #include "locale/LocaleTable_p.h"
 #include "platform/Platform_p.h"
+#include "support/TestSupport.h"
 
 #include <QCoreApplication>
 #include <QDir>

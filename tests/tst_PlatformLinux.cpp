@@ -3,8 +3,8 @@
 
 #include "GeneralUtil.h"
 #include "IPCManager.h"
-#include "TestSupport.h"
 #include "platform/Platform_p.h"
+#include "support/TestSupport.h"
 
 #include <QCoreApplication>
 #include <QDir>

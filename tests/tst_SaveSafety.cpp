@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: 2026 The QvUtil developers
 // SPDX-License-Identifier: MIT
 
-#include "helpers/SaveSafetySupport.h"
+#include "support/SaveSafetySupport.h"
 
 #include <XmlFiler.h>
 

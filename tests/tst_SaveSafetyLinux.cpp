@@ -4,7 +4,7 @@
 // The part of saving that is tested with what Linux alone has: /dev/full, a small file system in memory, and
 // a saver that is stopped at each of its system calls.
 
-#include "helpers/SaveSafetySupport.h"
+#include "support/SaveSafetySupport.h"
 
 #include <XmlFiler.h>
 

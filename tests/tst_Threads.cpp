@@ -3,8 +3,8 @@
 
 #include "GeneralUtil.h"
 #include "StringUtil.h"
-#include "TestSupport.h"
 #include "XmlFiler.h"
+#include "support/TestSupport.h"
 
 #include <QTemporaryDir>
 

@@ -1,8 +1,8 @@
 // SPDX-FileCopyrightText: 2026 The QvUtil developers
 // SPDX-License-Identifier: MIT
 
-#include "TestSupport.h"
 #include "XmlFiler.h"
+#include "support/TestSupport.h"
 
 #include <array>
 

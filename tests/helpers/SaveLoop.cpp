@@ -12,7 +12,7 @@
 //
 // With --user UID before the command it works as that user.
 
-#include "SaveLoopDocuments.h"
+#include "support/SaveLoopDocuments.h"
 
 #include <XmlFiler.h>
 

@@ -1,8 +1,8 @@
 // SPDX-FileCopyrightText: 2026 The QvUtil developers
 // SPDX-License-Identifier: MIT
 
-#include "Command.h"
-#include "Groups.h"
+#include "cli/Command.h"
+#include "cli/Groups.h"
 
 int main(int argc, char* argv[])
 {
@@ -20,6 +20,6 @@ int main(int argc, char* argv[])
     AddPathCommands(line);
     AddFilesCommands(line);
     AddHashCommand(line);
-    AddSelfCommands(line);
+    AddGeneratorCommands(line);
     return static_cast<int>(line.Run(argc, argv));
 }

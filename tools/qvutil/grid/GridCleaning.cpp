@@ -1,12 +1,12 @@
 // SPDX-FileCopyrightText: 2026 The QvUtil developers
 // SPDX-License-Identifier: MIT
 
-#include "GridCleaning.h"
+#include "grid/GridCleaning.h"
 
-#include "../Failure.h"
-#include "GeneralUtil.h"
-#include "messaging/GridRegistry_p.h"
-#include "platform/Platform_p.h"
+#include "cli/Failure.h"
+#include <qvutil/GeneralUtil.h>
+#include <qvutil/messaging/GridRegistry_p.h>
+#include <qvutil/platform/Platform_p.h>
 
 #include <QFile>
 #include <QSharedMemory>

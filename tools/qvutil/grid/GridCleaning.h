@@ -4,7 +4,7 @@
 #ifndef QVUTIL_TOOL_GRID_GRIDCLEANING_H
 #define QVUTIL_TOOL_GRID_GRIDCLEANING_H
 
-#include "GridSnapshot.h"
+#include "grid/GridSnapshot.h"
 
 #include <QList>
 #include <QString>

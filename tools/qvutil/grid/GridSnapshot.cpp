@@ -1,16 +1,16 @@
 // SPDX-FileCopyrightText: 2026 The QvUtil developers
 // SPDX-License-Identifier: MIT
 
-#include "GridSnapshot.h"
+#include "grid/GridSnapshot.h"
 
-#include "../Failure.h"
-#include "../ipc/EndpointProcesses.h"
-#include "GeneralUtil.h"
-#include "SharedSegment.h"
-#include "base/QtCompat_p.h"
-#include "messaging/GridRegistry_p.h"
-#include "messaging/MessageLink_p.h"
-#include "platform/Platform_p.h"
+#include "cli/Failure.h"
+#include "grid/SharedSegment.h"
+#include "ipc/EndpointProcesses.h"
+#include <qvutil/GeneralUtil.h>
+#include <qvutil/base/QtCompat_p.h>
+#include <qvutil/messaging/GridRegistry_p.h>
+#include <qvutil/messaging/MessageLink_p.h>
+#include <qvutil/platform/Platform_p.h>
 
 #include <QDir>
 #include <QDirIterator>

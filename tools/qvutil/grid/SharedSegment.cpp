@@ -1,9 +1,9 @@
 // SPDX-FileCopyrightText: 2026 The QvUtil developers
 // SPDX-License-Identifier: MIT
 
-#include "SharedSegment.h"
+#include "grid/SharedSegment.h"
 
-#include "../Failure.h"
+#include "cli/Failure.h"
 
 #include <QSharedMemory>
 

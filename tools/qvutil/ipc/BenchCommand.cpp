@@ -1,12 +1,12 @@
 // SPDX-FileCopyrightText: 2026 The QvUtil developers
 // SPDX-License-Identifier: MIT
 
-#include "../Command.h"
-#include "../Console.h"
-#include "IPCManager.h"
-#include "IpcCommands.h"
-#include "ServerLink.h"
-#include "Session.h"
+#include "cli/Command.h"
+#include "cli/Console.h"
+#include "ipc/IpcCommands.h"
+#include "ipc/ServerLink.h"
+#include "ipc/Session.h"
+#include <qvutil/IPCManager.h>
 
 #include <QElapsedTimer>
 #include <QJsonDocument>

@@ -1,13 +1,13 @@
 // SPDX-FileCopyrightText: 2026 The QvUtil developers
 // SPDX-License-Identifier: MIT
 
-#include "../Command.h"
-#include "../Console.h"
-#include "../MessageText.h"
-#include "IpcCommands.h"
-#include "MessageLines.h"
-#include "ParameterText.h"
-#include "ServerLink.h"
+#include "cli/Command.h"
+#include "cli/Console.h"
+#include "ipc/IpcCommands.h"
+#include "ipc/MessageLines.h"
+#include "ipc/ParameterText.h"
+#include "ipc/ServerLink.h"
+#include "messages/MessageText.h"
 
 #include <QJsonDocument>
 

@@ -1,13 +1,13 @@
 // SPDX-FileCopyrightText: 2026 The QvUtil developers
 // SPDX-License-Identifier: MIT
 
-#include "../Command.h"
-#include "../Console.h"
-#include "Endpoint.h"
-#include "IpcCommands.h"
-#include "ServerLink.h"
-#include "Session.h"
-#include "platform/Platform_p.h"
+#include "cli/Command.h"
+#include "cli/Console.h"
+#include "ipc/Endpoint.h"
+#include "ipc/IpcCommands.h"
+#include "ipc/ServerLink.h"
+#include "ipc/Session.h"
+#include <qvutil/platform/Platform_p.h>
 
 #include <QElapsedTimer>
 #include <QJsonArray>

@@ -1,12 +1,12 @@
 // SPDX-FileCopyrightText: 2026 The QvUtil developers
 // SPDX-License-Identifier: MIT
 
-#include "Endpoint.h"
+#include "ipc/Endpoint.h"
 
-#include "../Failure.h"
-#include "messaging/MessageClient_p.h"
-#include "messaging/MessageLink_p.h"
-#include "platform/Platform_p.h"
+#include "cli/Failure.h"
+#include <qvutil/messaging/MessageClient_p.h>
+#include <qvutil/messaging/MessageLink_p.h>
+#include <qvutil/platform/Platform_p.h>
 
 #include <QFile>
 #include <QFileInfo>

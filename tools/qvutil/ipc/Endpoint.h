@@ -4,7 +4,7 @@
 #ifndef QVUTIL_TOOL_IPC_ENDPOINT_H
 #define QVUTIL_TOOL_IPC_ENDPOINT_H
 
-#include "EndpointProcesses.h"
+#include "ipc/EndpointProcesses.h"
 
 #include <QList>
 #include <QString>

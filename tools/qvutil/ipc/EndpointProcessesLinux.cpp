@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: 2026 The QvUtil developers
 // SPDX-License-Identifier: MIT
 
-#include "EndpointProcesses.h"
+#include "ipc/EndpointProcesses.h"
 
 #include <QByteArray>
 #include <QDir>

@@ -1,11 +1,11 @@
 // SPDX-FileCopyrightText: 2026 The QvUtil developers
 // SPDX-License-Identifier: MIT
 
-#include "Forwarder.h"
+#include "ipc/Forwarder.h"
 
-#include "messaging/MessageCodec_p.h"
-#include "messaging/MessageLink_p.h"
-#include "platform/Platform_p.h"
+#include <qvutil/messaging/MessageCodec_p.h>
+#include <qvutil/messaging/MessageLink_p.h>
+#include <qvutil/platform/Platform_p.h>
 
 #include <utility>
 

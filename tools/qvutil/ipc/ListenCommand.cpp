@@ -1,16 +1,16 @@
 // SPDX-FileCopyrightText: 2026 The QvUtil developers
 // SPDX-License-Identifier: MIT
 
-#include "../Command.h"
-#include "../Console.h"
-#include "../MessageFile.h"
-#include "Endpoint.h"
-#include "IpcCommands.h"
-#include "MessageLines.h"
-#include "Session.h"
-#include "messaging/IPC_p.h"
-#include "messaging/MessageLink_p.h"
-#include "messaging/MessageServer_p.h"
+#include "cli/Command.h"
+#include "cli/Console.h"
+#include "ipc/Endpoint.h"
+#include "ipc/IpcCommands.h"
+#include "ipc/MessageLines.h"
+#include "ipc/Session.h"
+#include "messages/MessageFile.h"
+#include <qvutil/messaging/IPC_p.h>
+#include <qvutil/messaging/MessageLink_p.h>
+#include <qvutil/messaging/MessageServer_p.h>
 
 #include <QHash>
 

@@ -1,11 +1,11 @@
 // SPDX-FileCopyrightText: 2026 The QvUtil developers
 // SPDX-License-Identifier: MIT
 
-#include "MessageLines.h"
+#include "ipc/MessageLines.h"
 
-#include "../Console.h"
-#include "../MessageText.h"
-#include "ParameterText.h"
+#include "cli/Console.h"
+#include "ipc/ParameterText.h"
+#include "messages/MessageText.h"
 
 #include <QDateTime>
 

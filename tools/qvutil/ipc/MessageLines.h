@@ -4,7 +4,7 @@
 #ifndef QVUTIL_TOOL_IPC_MESSAGELINES_H
 #define QVUTIL_TOOL_IPC_MESSAGELINES_H
 
-#include "IPC.h"
+#include <qvutil/IPC.h>
 
 #include <QJsonObject>
 #include <QString>

@@ -1,13 +1,13 @@
 // SPDX-FileCopyrightText: 2026 The QvUtil developers
 // SPDX-License-Identifier: MIT
 
-#include "ParameterText.h"
+#include "ipc/ParameterText.h"
 
-#include "../Console.h"
-#include "../Failure.h"
-#include "../MessageFile.h"
-#include "../MessageText.h"
-#include "messaging/VariantMapEncoder_p.h"
+#include "cli/Console.h"
+#include "cli/Failure.h"
+#include "messages/MessageFile.h"
+#include "messages/MessageText.h"
+#include <qvutil/messaging/VariantMapEncoder_p.h>
 
 #include <QJsonArray>
 #include <QJsonDocument>

@@ -4,7 +4,7 @@
 #ifndef QVUTIL_TOOL_IPC_PARAMETERTEXT_H
 #define QVUTIL_TOOL_IPC_PARAMETERTEXT_H
 
-#include "IPC.h"
+#include <qvutil/IPC.h>
 
 #include <QString>
 #include <QStringList>

@@ -1,16 +1,16 @@
 // SPDX-FileCopyrightText: 2026 The QvUtil developers
 // SPDX-License-Identifier: MIT
 
-#include "../Command.h"
-#include "../Console.h"
-#include "Endpoint.h"
-#include "Forwarder.h"
-#include "IpcCommands.h"
-#include "MessageLines.h"
-#include "ServerLink.h"
-#include "Session.h"
-#include "TrafficPrinter.h"
-#include "messaging/MessageLink_p.h"
+#include "cli/Command.h"
+#include "cli/Console.h"
+#include "ipc/Endpoint.h"
+#include "ipc/Forwarder.h"
+#include "ipc/IpcCommands.h"
+#include "ipc/MessageLines.h"
+#include "ipc/ServerLink.h"
+#include "ipc/Session.h"
+#include "ipc/TrafficPrinter.h"
+#include <qvutil/messaging/MessageLink_p.h>
 
 #include <QtNetwork/QLocalServer>
 

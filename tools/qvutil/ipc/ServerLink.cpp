@@ -1,11 +1,11 @@
 // SPDX-FileCopyrightText: 2026 The QvUtil developers
 // SPDX-License-Identifier: MIT
 
-#include "ServerLink.h"
+#include "ipc/ServerLink.h"
 
-#include "Endpoint.h"
-#include "messaging/MessageClient_p.h"
-#include "platform/Platform_p.h"
+#include "ipc/Endpoint.h"
+#include <qvutil/messaging/MessageClient_p.h>
+#include <qvutil/platform/Platform_p.h>
 
 #include <QUuid>
 

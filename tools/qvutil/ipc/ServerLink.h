@@ -4,9 +4,9 @@
 #ifndef QVUTIL_TOOL_IPC_SERVERLINK_H
 #define QVUTIL_TOOL_IPC_SERVERLINK_H
 
-#include "IPC.h"
-#include "Session.h"
-#include "messaging/MessageLink_p.h"
+#include "ipc/Session.h"
+#include <qvutil/IPC.h>
+#include <qvutil/messaging/MessageLink_p.h>
 
 #include <QDeadlineTimer>
 #include <QList>

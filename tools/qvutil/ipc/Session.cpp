@@ -1,10 +1,10 @@
 // SPDX-FileCopyrightText: 2026 The QvUtil developers
 // SPDX-License-Identifier: MIT
 
-#include "Session.h"
+#include "ipc/Session.h"
 
-#include "../Console.h"
-#include "../Failure.h"
+#include "cli/Console.h"
+#include "cli/Failure.h"
 
 #include <QLoggingCategory>
 #include <QTimer>

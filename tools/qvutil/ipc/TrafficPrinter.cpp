@@ -1,11 +1,11 @@
 // SPDX-FileCopyrightText: 2026 The QvUtil developers
 // SPDX-License-Identifier: MIT
 
-#include "TrafficPrinter.h"
+#include "ipc/TrafficPrinter.h"
 
-#include "../MessageText.h"
+#include "messages/MessageText.h"
 
-#include "messaging/MessageCodec_p.h"
+#include <qvutil/messaging/MessageCodec_p.h>
 
 #include <algorithm>
 #include <utility>

@@ -4,8 +4,8 @@
 #ifndef QVUTIL_TOOL_IPC_TRAFFICPRINTER_H
 #define QVUTIL_TOOL_IPC_TRAFFICPRINTER_H
 
-#include "../MessageText.h"
-#include "MessageLines.h"
+#include "ipc/MessageLines.h"
+#include "messages/MessageText.h"
 
 #include <QByteArray>
 #include <QString>

@@ -1,11 +1,11 @@
 // SPDX-FileCopyrightText: 2026 The QvUtil developers
 // SPDX-License-Identifier: MIT
 
-#include "DocumentWalk.h"
+#include "xliff/DocumentWalk.h"
 
-#include "../Console.h"
-#include "../Failure.h"
-#include "XliffDocument.h"
+#include "cli/Console.h"
+#include "cli/Failure.h"
+#include "xliff/XliffDocument.h"
 
 #include <QDir>
 #include <QDirIterator>

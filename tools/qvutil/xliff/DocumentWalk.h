@@ -4,7 +4,7 @@
 #ifndef QVUTIL_TOOL_XLIFF_DOCUMENTWALK_H
 #define QVUTIL_TOOL_XLIFF_DOCUMENTWALK_H
 
-#include "TranslationMarks.h"
+#include "xliff/TranslationMarks.h"
 
 #include <QList>
 #include <QString>

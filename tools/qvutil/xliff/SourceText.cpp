@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: 2026 The QvUtil developers
 // SPDX-License-Identifier: MIT
 
-#include "SourceText.h"
+#include "xliff/SourceText.h"
 
 #include <algorithm>
 #include <array>

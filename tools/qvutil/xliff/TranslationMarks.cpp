@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: 2026 The QvUtil developers
 // SPDX-License-Identifier: MIT
 
-#include "TranslationMarks.h"
+#include "xliff/TranslationMarks.h"
 
 #include <QDomElement>
 

@@ -4,7 +4,7 @@
 #ifndef QVUTIL_TOOL_XLIFF_TRANSLATIONMARKS_H
 #define QVUTIL_TOOL_XLIFF_TRANSLATIONMARKS_H
 
-#include "XmlSource.h"
+#include "xliff/XmlSource.h"
 
 #include <QList>
 #include <QString>

@@ -1,10 +1,10 @@
 // SPDX-FileCopyrightText: 2026 The QvUtil developers
 // SPDX-License-Identifier: MIT
 
-#include "XliffChecks.h"
+#include "xliff/XliffChecks.h"
 
-#include "../Console.h"
-#include "SourceText.h"
+#include "cli/Console.h"
+#include "xliff/SourceText.h"
 
 #include <qvutil/GeneralUtil.h>
 

@@ -4,8 +4,8 @@
 #ifndef QVUTIL_TOOL_XLIFF_XLIFFCHECKS_H
 #define QVUTIL_TOOL_XLIFF_XLIFFCHECKS_H
 
-#include "DocumentWalk.h"
-#include "XliffDocument.h"
+#include "xliff/DocumentWalk.h"
+#include "xliff/XliffDocument.h"
 
 #include <QList>
 #include <QString>

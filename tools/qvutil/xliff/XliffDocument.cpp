@@ -1,11 +1,11 @@
 // SPDX-FileCopyrightText: 2026 The QvUtil developers
 // SPDX-License-Identifier: MIT
 
-#include "XliffDocument.h"
+#include "xliff/XliffDocument.h"
 
-#include "../Document.h"
-#include "../Failure.h"
-#include "platform/Platform_p.h"
+#include "cli/Failure.h"
+#include "documents/DocumentFile.h"
+#include <qvutil/platform/Platform_p.h>
 
 #include <qvutil/GeneralUtil.h>
 

@@ -4,7 +4,7 @@
 #ifndef QVUTIL_TOOL_XLIFF_XLIFFDOCUMENT_H
 #define QVUTIL_TOOL_XLIFF_XLIFFDOCUMENT_H
 
-#include "XmlSource.h"
+#include "xliff/XmlSource.h"
 
 #include <QHash>
 #include <QList>

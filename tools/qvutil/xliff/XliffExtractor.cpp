@@ -1,9 +1,9 @@
 // SPDX-FileCopyrightText: 2026 The QvUtil developers
 // SPDX-License-Identifier: MIT
 
-#include "XliffExtractor.h"
+#include "xliff/XliffExtractor.h"
 
-#include "../Failure.h"
+#include "cli/Failure.h"
 
 #include <qvutil/GeneralUtil.h>
 

@@ -1,10 +1,10 @@
 // SPDX-FileCopyrightText: 2026 The QvUtil developers
 // SPDX-License-Identifier: MIT
 
-#include "XmlSource.h"
+#include "xliff/XmlSource.h"
 
-#include "../Document.h"
-#include "../Failure.h"
+#include "cli/Failure.h"
+#include "documents/DocumentFile.h"
 
 #include <QFile>
 #include <QRegularExpression>

@@ -4,7 +4,7 @@
 #ifndef QVUTIL_TOOL_XLIFF_XMLSOURCE_H
 #define QVUTIL_TOOL_XLIFF_XMLSOURCE_H
 
-#include "../InputFile.h"
+#include "cli/InputFile.h"
 
 #include <qvutil/XmlFiler.h>
 

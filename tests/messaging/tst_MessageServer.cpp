@@ -1,0 +1,1058 @@
+// SPDX-FileCopyrightText: 2026 The QvUtil developers
+// SPDX-License-Identifier: MIT
+
+#include "messaging/MessageLink_p.h"
+#include "messaging/MessageServer_p.h"
+#include "support/MessagingSupport.h"
+#include "support/TestSupport.h"
+
+#include <QDir>
+#include <QFileInfo>
+#include <QMetaType>
+#include <QScopeGuard>
+#include <QSignalSpy>
+#include <QTemporaryDir>
+#include <QThread>
+#include <QtTest>
+
+#include <atomic>
+#include <functional>
+#include <memory>
+
+#include <sys/socket.h>
+
+using namespace Qt::StringLiterals;
+using namespace Quorvin::Util;
+using namespace MessagingSupport;
+
+namespace {
+
+class Responder final : public IMessageResponder
+{
+public:
+    using Function = std::function<bool(const QString&, const QVariantMap&, QVariantMap&)>;
+    explicit Responder(Function function)
+        : mFunction(std::move(function))
+    { }
+    bool HandleMessage(const QString& messageId, const QVariantMap& params,
+                       QVariantMap& responseParams) override
+    {
+        ++mCalls;
+        return mFunction(messageId, params, responseParams);
+    }
+    [[nodiscard]] int Calls() const { return mCalls; }
+
+private:
+    Function mFunction;
+    int mCalls = 0;
+};
+
+bool Decline(const QString& /*id*/, const QVariantMap& /*params*/, QVariantMap& /*response*/)
+{
+    return false;
+}
+
+QString SocketPath(const QString& name)
+{
+    return QDir::tempPath() + u'/' + name;
+}
+
+QStringList Names(const QSignalSpy& received)
+{
+    QStringList names;
+    for (const QVariantList& arguments : received)
+        names.append(arguments.at(0).toString());
+    return names;
+}
+
+} // namespace
+
+class tst_MessageServer : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void init() { TestSupport::FailOnAnyMessage(); }
+
+    void MetaObjects();
+    void Constructor_registersMetaType();
+
+    void Start();
+    void Start_twice();
+    void Start_afterStop();
+    void Start_nameInUse();
+    void Start_unusableName_data();
+    void Start_unusableName();
+    void Start_staleEndpoint();
+    void Start_longestName();
+    void Endpoint_forUserOnly();
+    void Stop_whenStopped();
+    void Destructor_stops();
+
+    void SendMessage_withoutClient();
+    void SendMessage_wire();
+    void SendMessage_record();
+
+    void Receive_messages();
+    void Receive_joined_data();
+    void Receive_joined();
+    void Receive_split();
+    void Receive_splitLarge();
+    void Receive_endless_data();
+    void Receive_endless();
+    void Receive_truncatedAtClose();
+    void Receive_response();
+    void Receive_deepNesting();
+    void Receive_wholeLargeMessages_data();
+    void Receive_wholeLargeMessages();
+    void Send_wholeLargeMessages_data();
+    void Send_wholeLargeMessages();
+    void Send_receiverThatDoesNotRead();
+    void Send_tooLarge();
+
+    void Client_connectsAndLeaves();
+    void Client_replaced();
+    void Client_connectedAtStop();
+
+    void Responders_none();
+    void Responders_order();
+    void Responders_allDecline();
+    void Responders_registration();
+    void Responders_changedWhileAsked();
+
+    void Worker();
+    void Worker_slotsWithoutSender();
+    void Worker_startsAgain();
+
+    void Slot_opensEventLoop();
+    void Slot_opensEventLoopUntilDeleted();
+    void Slot_stopsServer();
+    void Slot_deletesServer();
+    void Responder_stopsServer();
+    void Responder_deletesServer();
+};
+
+void tst_MessageServer::MetaObjects()
+{
+    QCOMPARE(MethodsOf(MessageServer::staticMetaObject),
+             (QStringList{u"signal MessageReceived(QString,QVariantMap) id,paramMap"_s,
+                          u"signal NewOutgoingMessage(MessageInfo) msg"_s,
+                          u"signal Connected(QLocalSocket*) socket"_s,
+                          u"signal Disconnected(QLocalSocket*) socket"_s,
+                          u"slot MessageReceivedSlot(MessageInfo) msg"_s,
+                          u"slot ConnectedSlot(QLocalSocket*) socket"_s,
+                          u"slot DisconnectedSlot(QLocalSocket*) socket"_s}));
+    QCOMPARE(MethodsOf(MessageServerThread::staticMetaObject),
+             (QStringList{u"signal MessageReceived(MessageInfo) msg"_s,
+                          u"signal Connected(QLocalSocket*) socket"_s,
+                          u"signal Disconnected(QLocalSocket*) socket"_s}));
+    QCOMPARE(MethodsOf(MessageServerWorker::staticMetaObject),
+             (QStringList{u"signal MessageReceived(MessageInfo) msg"_s,
+                          u"signal Connected(QLocalSocket*) socket"_s,
+                          u"signal Disconnected(QLocalSocket*) socket"_s, u"slot ConnectedSlot() "_s,
+                          u"slot DisconnectedSlot() "_s, u"slot ReadMessage() "_s,
+                          u"slot NewOutgoingMessage(MessageInfo) msg"_s}));
+}
+
+void tst_MessageServer::Constructor_registersMetaType()
+{
+    const MessageServer server;
+    QCOMPARE(QMetaType::fromName("MessageInfo"), QMetaType::fromType<MessageInfo>());
+    QCOMPARE(server.IsStarted(), false);
+    QCOMPARE(server.GetConnectionCount(), 0);
+}
+
+void tst_MessageServer::Start()
+{
+    MessageServer server;
+    const QString name = UniqueName();
+    QCOMPARE(server.Start(name), true);
+    QCOMPARE(server.IsStarted(), true);
+    QLocalSocket client;
+    QVERIFY(Connect(client, name));
+    QCOMPARE(server.Stop(), true);
+    QCOMPARE(server.IsStarted(), false);
+    EVENTUALLY_EQUAL(client.state(), QLocalSocket::UnconnectedState);
+    QVERIFY(!QFile::exists(SocketPath(name)));
+}
+
+void tst_MessageServer::Start_twice()
+{
+    MessageServer server;
+    const QString name = UniqueName();
+    const QString other = UniqueName();
+    server.Start(name);
+    QCOMPARE(server.Start(other), true);
+    QCOMPARE(server.IsStarted(), true);
+    QLocalSocket client;
+    QVERIFY(Connect(client, name));
+    QVERIFY(!QFile::exists(SocketPath(other)));
+}
+
+void tst_MessageServer::Start_afterStop()
+{
+    MessageServer server;
+    const QString name = UniqueName();
+    for (int i = 0; i < 3; ++i) {
+        server.Start(name + QString::number(i));
+        QLocalSocket client;
+        QVERIFY(Connect(client, name + QString::number(i)));
+        server.Stop();
+    }
+}
+
+void tst_MessageServer::Start_nameInUse()
+{
+    MessageServer first;
+    MessageServer second;
+    QSignalSpy toFirst(&first, &MessageServer::Connected);
+    QSignalSpy toSecond(&second, &MessageServer::Connected);
+    const QString name = UniqueName();
+    first.Start(name);
+    QLocalSocket client;
+    QVERIFY(Connect(client, name));
+    EVENTUALLY_EQUAL(toFirst.count(), 1);
+
+    QCOMPARE(second.Start(name), true);
+    EVENTUALLY([&] {
+        QLocalSocket next;
+        return Connect(next, name) && QTest::qWaitFor([&] { return toSecond.count() > 0; }, 50);
+    }());
+    QVERIFY(first.IsStarted());
+}
+
+void tst_MessageServer::Start_unusableName_data()
+{
+    QTest::addColumn<QString>("name");
+    QTest::addColumn<QString>("warning");
+
+    QTest::newRow("too long") << QString(200, u'x') << u"the name is too long"_s;
+    QTest::newRow("folder missing") << u"/nowhere/at/all"_s << u"cannot listen"_s;
+    QTest::newRow("empty") << QString() << u"cannot listen"_s;
+}
+
+void tst_MessageServer::Start_unusableName()
+{
+    QFETCH(const QString, name);
+    QFETCH(const QString, warning);
+
+    const TestSupport::LogGuard log;
+    MessageServer server;
+    QCOMPARE(server.Start(name), true);
+    QCOMPARE(server.IsStarted(), true);
+    QCOMPARE(server.SendMessage(u"x"_s, {}), true);
+    QCOMPARE(server.Stop(), true); // by then the thread has tried
+    QCOMPARE(TestSupport::LogGuard::Messages().size(), 1);
+    QVERIFY(TestSupport::LogGuard::Messages().constFirst().contains(warning));
+}
+
+void tst_MessageServer::Start_staleEndpoint()
+{
+    const QString name = UniqueName();
+    QVERIFY(TestSupport::WriteFile(SocketPath(name), "left over"));
+    MessageServer server;
+    server.Start(name);
+    QLocalSocket client;
+    QVERIFY(Connect(client, name));
+}
+
+void tst_MessageServer::Start_longestName()
+{
+    const qsizetype rest = Platform::GetLongestSocketPath() - SocketPath(UniqueName()).size();
+    const QString name = UniqueName().leftJustified(UniqueName().size() + rest, u'x');
+    const QString longest = name.left(Platform::GetLongestSocketPath() - SocketPath(QString()).size());
+    MessageServer server;
+    server.Start(longest);
+    QLocalSocket client;
+    QVERIFY(Connect(client, longest));
+    QVERIFY(!IsSocketNameTooLong(longest));
+    QVERIFY(IsSocketNameTooLong(longest + u'x'));
+    QLocalServer other;
+    QVERIFY(!other.listen(longest + u'x'));
+    QVERIFY(IsSocketNameTooLong(u'/' + QString(Platform::GetLongestSocketPath(), u'x')));
+}
+
+void tst_MessageServer::Endpoint_forUserOnly()
+{
+    MessageServer server;
+    const QString name = UniqueName();
+    server.Start(name);
+    QLocalSocket client;
+    QVERIFY(Connect(client, name));
+    const QFile::Permissions others = QFile::ReadGroup | QFile::WriteGroup | QFile::ExeGroup
+        | QFile::ReadOther | QFile::WriteOther | QFile::ExeOther;
+    QCOMPARE(QFileInfo(SocketPath(name)).permissions() & others, QFile::Permissions());
+}
+
+void tst_MessageServer::Stop_whenStopped()
+{
+    MessageServer server;
+    QCOMPARE(server.Stop(), true);
+    QCOMPARE(server.IsStarted(), false);
+}
+
+void tst_MessageServer::Destructor_stops()
+{
+    const QString name = UniqueName();
+    QLocalSocket client;
+    {
+        MessageServer server;
+        server.Start(name);
+        QVERIFY(Connect(client, name));
+    }
+    EVENTUALLY_EQUAL(client.state(), QLocalSocket::UnconnectedState);
+}
+
+void tst_MessageServer::SendMessage_withoutClient()
+{
+    MessageServer server;
+    QCOMPARE(server.SendMessage(u"stopped"_s, {}), true);
+    const QString name = UniqueName();
+    server.Start(name);
+    QCOMPARE(server.SendMessage(u"early"_s, {}), true);
+    QSignalSpy connected(&server, &MessageServer::Connected);
+    QLocalSocket client;
+    QVERIFY(Connect(client, name));
+    EVENTUALLY_EQUAL(connected.count(), 1);
+    server.SendMessage(u"late"_s, {});
+    const QList<MessageInfo> messages = ReadMessages(client, 1);
+    QCOMPARE(messages.size(), 1);
+    QCOMPARE(messages.constFirst().Id, u"late"_s);
+}
+
+void tst_MessageServer::SendMessage_wire()
+{
+    MessageServer server;
+    QSignalSpy connected(&server, &MessageServer::Connected);
+    const QString name = UniqueName();
+    server.Start(name);
+    QLocalSocket client;
+    QVERIFY(Connect(client, name));
+    EVENTUALLY_EQUAL(connected.count(), 1);
+    QCOMPARE(server.SendMessage(u"Grüße"_s, {{u"a"_s, 1}}), true);
+
+    QByteArray bytes;
+    EVENTUALLY((bytes += client.readAll()).endsWith("</Message>\n"));
+    QVERIFY2(bytes.startsWith("<?xml version=\"1.0\"?>\n<Message "), bytes.constData());
+    QCOMPARE(TestSupport::XmlMeaning(bytes),
+             TestSupport::XmlMeaning(
+                 u"<?xml version='1.0'?><Message Id='Grüße' UniqueId='{00000000-0000-0000-0000-000000000000}'"
+                 " OriginalMessageUniqueId='{00000000-0000-0000-0000-000000000000}' NeedResponse='False'"
+                 " IsResponse='False'><Params><Param Name='a' Type='Int' Value='1'/></Params></Message>"_s));
+}
+
+void tst_MessageServer::SendMessage_record()
+{
+    MessageServer server;
+    QSignalSpy connected(&server, &MessageServer::Connected);
+    const QString name = UniqueName();
+    server.Start(name);
+    QLocalSocket client;
+    QVERIFY(Connect(client, name));
+    EVENTUALLY_EQUAL(connected.count(), 1);
+    const MessageInfo message{u"N"_s, QUuid::createUuid(), true, true, QUuid::createUuid(), {{u"a"_s, 1}}};
+    QCOMPARE(server.SendMessage(message), true);
+    const QList<MessageInfo> messages = ReadMessages(client, 1);
+    QCOMPARE(messages.size(), 1);
+    QCOMPARE(EncodeMessage(messages.constFirst()), EncodeMessage(message));
+}
+
+void tst_MessageServer::Receive_messages()
+{
+    MessageServer server;
+    QSignalSpy received(&server, &MessageServer::MessageReceived);
+    const QString name = UniqueName();
+    server.Start(name);
+    QLocalSocket client;
+    QVERIFY(Connect(client, name));
+    QByteArray bytes;
+    QStringList expected;
+    for (int i = 0; i < 200; ++i) {
+        expected.append(u"m%1"_s.arg(i));
+        Write(client, Document(expected.constLast(), {{u"i"_s, i}}));
+    }
+    EVENTUALLY_EQUAL(received.count(), 200);
+    QCOMPARE(Names(received), expected);
+    QCOMPARE(received.at(7).at(1).toMap(), (QVariantMap{{u"i"_s, 7}}));
+}
+
+void tst_MessageServer::Receive_joined_data()
+{
+    QTest::addColumn<QByteArray>("bytes");
+    QTest::addColumn<QStringList>("expected");
+
+    const QByteArray a = Document(u"a"_s);
+    const QByteArray b = Document(u"b"_s);
+    QTest::newRow("two documents") << a + b << QStringList{u"a"_s, u"b"_s};
+    QTest::newRow("noise before") << "noise" + a << QStringList{u"a"_s};
+    QTest::newRow("noise between") << a + "noise" + b << QStringList{u"b"_s};
+    QTest::newRow("tail missing") << a + b.chopped(10) << QStringList{u"a"_s};
+    QTest::newRow("bytes that are no text") << "\xff\xfe\0" + a << QStringList{u"a"_s};
+    QTest::newRow("only noise") << QByteArray("noise") << QStringList();
+}
+
+void tst_MessageServer::Receive_joined()
+{
+    QFETCH(const QByteArray, bytes);
+    QFETCH(QStringList, expected);
+
+    MessageServer server;
+    QSignalSpy received(&server, &MessageServer::MessageReceived);
+    const QString name = UniqueName();
+    server.Start(name);
+    QLocalSocket client;
+    QVERIFY(Connect(client, name));
+    Write(client, bytes);
+    QVERIFY(IsDealtWith(client, server));
+    Write(client, Document(u"last"_s));
+    expected.append(u"last"_s);
+    EVENTUALLY_EQUAL(Names(received), expected);
+}
+
+void tst_MessageServer::Receive_split()
+{
+    MessageServer server;
+    QSignalSpy received(&server, &MessageServer::MessageReceived);
+    const QString name = UniqueName();
+    server.Start(name);
+    QLocalSocket client;
+    QVERIFY(Connect(client, name));
+    const QByteArray document = Document(u"split"_s, {{u"text"_s, u"some text"_s}});
+    for (const int at : {3, 30, 200}) {
+        Write(client, document.first(at));
+        QVERIFY(IsDealtWith(client, server));
+        Write(client, document.sliced(at));
+        QVERIFY(IsDealtWith(client, server));
+        // The rest of one document does not spoil the next.
+        Write(client, document.first(at));
+        QVERIFY(IsDealtWith(client, server));
+        Write(client, document.sliced(at) + Document(u"next"_s));
+        QVERIFY(IsDealtWith(client, server));
+    }
+    EVENTUALLY_EQUAL(received.count(), 3);
+    QCOMPARE(Names(received), (QStringList{u"next"_s, u"next"_s, u"next"_s}));
+}
+
+void tst_MessageServer::Receive_splitLarge()
+{
+    MessageServer server;
+    QSignalSpy received(&server, &MessageServer::MessageReceived);
+    const QString name = UniqueName();
+    server.Start(name);
+    QLocalSocket client;
+    QVERIFY(Connect(client, name));
+    // The beginning alone, and then nothing more: given up after a moment, and not kept.
+    const QByteArray document = Document(u"split"_s, {{u"text"_s, QString(100000, u'x')}});
+    Write(client, document.first(60000));
+    QVERIFY(IsDealtWith(client, server));
+    Write(client, Document(u"next"_s));
+    EVENTUALLY_EQUAL(Names(received), QStringList{u"next"_s});
+    Write(client, document.sliced(60000) + Document(u"last"_s));
+    EVENTUALLY_EQUAL(Names(received), (QStringList{u"next"_s, u"last"_s}));
+}
+
+void tst_MessageServer::Receive_endless_data()
+{
+    QTest::addColumn<int>("size");
+    QTest::addColumn<int>("messages");
+
+    QTest::newRow("byte by byte") << 1 << 10;
+    // Nothing is sent before the reader has given up, which takes its time with a race detector.
+    QTest::newRow("piece by piece") << 40000 << 0;
+}
+
+void tst_MessageServer::Receive_endless()
+{
+    QFETCH(const int, size);
+    QFETCH(const int, messages);
+
+    MessageServer server;
+    QSignalSpy connected(&server, &MessageServer::Connected);
+    const QString name = UniqueName();
+    server.Start(name);
+    QLocalSocket client;
+    QVERIFY(Connect(client, name));
+    EVENTUALLY_EQUAL(connected.count(), 1);
+    // A large document that never ends.
+    const QByteArray begin
+        = Document(u"endless"_s, {{u"text"_s, QString(100000, u'x')}}).first(60000) + QByteArray(size, 'x');
+    std::atomic<int> written = 0;
+    std::atomic<bool> stop = false;
+    const auto write = [&, socket = static_cast<int>(client.socketDescriptor())] {
+        while (!stop
+               && ::send(socket, begin.constData(), static_cast<size_t>(begin.size()), MSG_DONTWAIT) < 0) { }
+        while (!stop) {
+            static_cast<void>(
+                ::send(socket, begin.constData() + 60000, static_cast<size_t>(size), MSG_DONTWAIT));
+            ++written;
+        }
+    };
+    for (const bool last : {false, true}) {
+        const std::unique_ptr<QThread> writer(QThread::create(write));
+        const auto end = qScopeGuard([&] {
+            stop = true;
+            writer->wait();
+            stop = false;
+        });
+        writer->start();
+        EVENTUALLY(written > 100);
+        written = 0;
+        // Neither what is to be sent nor the end is kept waiting.
+        if (last) {
+            server.Stop();
+            QVERIFY(!server.IsStarted());
+            break;
+        }
+        for (int i = 0; i < messages; ++i) {
+            server.SendMessage(u"m"_s, {});
+            QCOMPARE(ReadMessages(client, 1).size(), 1);
+        }
+    }
+}
+
+void tst_MessageServer::Receive_truncatedAtClose()
+{
+    MessageServer server;
+    QSignalSpy received(&server, &MessageServer::MessageReceived);
+    QSignalSpy disconnected(&server, &MessageServer::Disconnected);
+    const QString name = UniqueName();
+    server.Start(name);
+    {
+        QLocalSocket client;
+        QVERIFY(Connect(client, name));
+        Write(client, Document(u"whole"_s) + Document(u"cut"_s).chopped(20));
+    }
+    EVENTUALLY_EQUAL(disconnected.count(), 1);
+    QCOMPARE(Names(received), QStringList{u"whole"_s}); // announced before the end of the connection
+}
+
+void tst_MessageServer::Receive_response()
+{
+    MessageServer server;
+    QSignalSpy received(&server, &MessageServer::MessageReceived);
+    const QString name = UniqueName();
+    server.Start(name);
+    QLocalSocket client;
+    QVERIFY(Connect(client, name));
+    Write(client, Document(u"answer"_s, {}, {}, QUuid::createUuid()));
+    EVENTUALLY_EQUAL(Names(received), QStringList{u"answer"_s}); // a server waits for no answers
+}
+
+void tst_MessageServer::Receive_deepNesting()
+{
+    MessageServer server;
+    QSignalSpy received(&server, &MessageServer::MessageReceived);
+    const QString name = UniqueName();
+    server.Start(name);
+    QLocalSocket client;
+    QVERIFY(Connect(client, name));
+    const auto document = [](int depth) {
+        return QByteArray("<?xml version='1.0'?><Message Id='deep'><Params>")
+            + QByteArray("<Param Name='k' Type='Map'>").repeated(depth)
+            + QByteArray("</Param>").repeated(depth) + "</Params></Message>";
+    };
+    Write(client, document(990) + document(100000) + Document(u"next"_s));
+    EVENTUALLY_EQUAL(Names(received), (QStringList{u"deep"_s, u"next"_s}));
+}
+
+void tst_MessageServer::Receive_wholeLargeMessages_data()
+{
+    QTest::addColumn<QString>("mode");
+    QTest::addColumn<int>("size");
+    QTest::addColumn<int>("count");
+
+    // With the send buffer that most systems grant.
+    for (const char* const mode : {"flood", "paced"}) {
+        for (const int size : {100, 30000, 40000, 70000, 130000, 262144 - 500}) {
+            QTest::addRow("%s, %d bytes", mode, size)
+                << QString::fromLatin1(mode) << size << (size < 1000 ? 5000 : 200);
+        }
+    }
+}
+
+void tst_MessageServer::Receive_wholeLargeMessages()
+{
+    QFETCH(const QString, mode);
+    QFETCH(const int, size);
+    QFETCH(const int, count);
+
+    MessageServer server;
+    QSignalSpy received(&server, &MessageServer::MessageReceived);
+    const QString name = UniqueName();
+    server.Start(name);
+    Peer peer({mode, name, QString::number(size), QString::number(count), u"212992"_s});
+    EVENTUALLY(!received.isEmpty() && received.constLast().at(0).toString() == u"End"_s);
+    QCOMPARE(received.count(), count + 1);
+    for (int i = 0; i < count; ++i) {
+        const QVariantMap params = received.at(i).at(1).toMap();
+        QCOMPARE(params.value(u"n"_s).toInt(), i);
+        QCOMPARE(params.value(u"text"_s).toString().size(), size);
+    }
+}
+
+void tst_MessageServer::Send_wholeLargeMessages_data()
+{
+    QTest::addColumn<int>("size");
+
+    QTest::newRow("one piece") << 30000;
+    QTest::newRow("two pieces") << 60000;
+    QTest::newRow("many pieces") << 250000;
+}
+
+void tst_MessageServer::Send_wholeLargeMessages()
+{
+    QFETCH(const int, size);
+
+    // A receiver that takes what is there at each readyRead, in pieces of its own.
+    LimitSendBuffer(212992);
+    MessageServer server;
+    QSignalSpy connected(&server, &MessageServer::Connected);
+    const QString name = UniqueName();
+    server.Start(name);
+    QLocalSocket client;
+    QVERIFY(Connect(client, name));
+    EVENTUALLY_EQUAL(connected.count(), 1);
+    LimitSendBuffer(0);
+    for (int i = 0; i < 20; ++i) {
+        server.SendMessage(u"large"_s, {{u"n"_s, i}, {u"text"_s, QString(size, u'x')}});
+        server.SendMessage(u"small"_s, {{u"n"_s, i}});
+    }
+    const QList<MessageInfo> messages = ReadMessages(client, 40);
+    QCOMPARE(messages.size(), 40);
+    for (int i = 0; i < 40; ++i) {
+        QCOMPARE(messages.at(i).Id, i % 2 == 0 ? u"large"_s : u"small"_s);
+        QCOMPARE(messages.at(i).Params.value(u"n"_s).toInt(), i / 2);
+    }
+}
+
+void tst_MessageServer::Send_receiverThatDoesNotRead()
+{
+    MessageServer server;
+    QSignalSpy connected(&server, &MessageServer::Connected);
+    const QString name = UniqueName();
+    server.Start(name);
+    QLocalSocket client;
+    client.setReadBufferSize(1);
+    QVERIFY(Connect(client, name));
+    EVENTUALLY_EQUAL(connected.count(), 1);
+    for (int i = 0; i < 100; ++i)
+        server.SendMessage(u"large"_s, {{u"text"_s, QString(200000, u'x')}});
+    // Neither a new client nor the end is kept waiting.
+    QLocalSocket next;
+    QVERIFY(Connect(next, name));
+    EVENTUALLY_EQUAL(connected.count(), 2);
+    server.SendMessage(u"next"_s, {});
+    const QList<MessageInfo> messages = ReadMessages(next, 1);
+    QCOMPARE(messages.size(), 1);
+    QCOMPARE(messages.constFirst().Id, u"next"_s);
+    server.SendMessage(u"large"_s, {{u"text"_s, QString(200000, u'x')}});
+    server.SendMessage(u"large"_s, {{u"text"_s, QString(200000, u'x')}});
+    server.Stop();
+    QVERIFY(!server.IsStarted());
+}
+
+void tst_MessageServer::Send_tooLarge()
+{
+    const TestSupport::LogGuard log;
+    LimitSendBuffer(212992);
+    MessageServer server;
+    QSignalSpy connected(&server, &MessageServer::Connected);
+    const QString name = UniqueName();
+    server.Start(name);
+    QLocalSocket client;
+    QVERIFY(Connect(client, name));
+    EVENTUALLY_EQUAL(connected.count(), 1);
+    LimitSendBuffer(0);
+    server.SendMessage(u"fits"_s, {{u"text"_s, QString(262144, u'x')}});
+    server.SendMessage(u"large"_s, {{u"text"_s, QString(1000000, u'x')}});
+    QCOMPARE(ReadMessages(client, 2).size(), 2); // this receiver does put the pieces together
+    QCOMPARE(TestSupport::LogGuard::Messages().size(), 1);
+    QVERIFY(TestSupport::LogGuard::Messages().constFirst().contains(u"\"large\""_s));
+}
+
+void tst_MessageServer::Client_connectsAndLeaves()
+{
+    MessageServer server;
+    QSignalSpy connected(&server, &MessageServer::Connected);
+    QSignalSpy disconnected(&server, &MessageServer::Disconnected);
+    const QString name = UniqueName();
+    server.Start(name);
+    for (int i = 1; i <= 3; ++i) {
+        QLocalSocket client;
+        QVERIFY(Connect(client, name));
+        EVENTUALLY_EQUAL(connected.count(), i);
+        QCOMPARE(server.GetConnectionCount(), 1);
+        client.disconnectFromServer();
+        EVENTUALLY_EQUAL(disconnected.count(), i);
+        QCOMPARE(server.GetConnectionCount(), 0);
+        QCOMPARE(disconnected.last().at(0).value<QLocalSocket*>(),
+                 connected.last().at(0).value<QLocalSocket*>());
+    }
+}
+
+void tst_MessageServer::Client_replaced()
+{
+    MessageServer server;
+    QSignalSpy connected(&server, &MessageServer::Connected);
+    QSignalSpy received(&server, &MessageServer::MessageReceived);
+    const QString name = UniqueName();
+    server.Start(name);
+    QLocalSocket first;
+    QVERIFY(Connect(first, name));
+    EVENTUALLY_EQUAL(connected.count(), 1);
+    QLocalSocket second;
+    QVERIFY(Connect(second, name));
+    EVENTUALLY_EQUAL(connected.count(), 2);
+    EVENTUALLY_EQUAL(first.state(), QLocalSocket::UnconnectedState);
+    EVENTUALLY_EQUAL(server.GetConnectionCount(), 1); // Qt reports the end of the first one
+
+    server.SendMessage(u"to the second"_s, {});
+    QCOMPARE(ReadMessages(second, 1).size(), 1);
+    QCOMPARE(first.bytesAvailable(), 0);
+    Write(second, Document(u"from the second"_s));
+    EVENTUALLY_EQUAL(Names(received), QStringList{u"from the second"_s});
+}
+
+void tst_MessageServer::Client_connectedAtStop()
+{
+    MessageServer server;
+    QSignalSpy connected(&server, &MessageServer::Connected);
+    QSignalSpy disconnected(&server, &MessageServer::Disconnected);
+    const QString name = UniqueName();
+    server.Start(name);
+    QLocalSocket client;
+    QVERIFY(Connect(client, name));
+    EVENTUALLY_EQUAL(connected.count(), 1);
+    server.Stop();
+    EVENTUALLY_EQUAL(client.state(), QLocalSocket::UnconnectedState);
+    // The count follows the signals, and the thread that would have signalled is gone.
+    QCOMPARE(disconnected.count(), 0);
+    QCOMPARE(server.GetConnectionCount(), 1);
+}
+
+void tst_MessageServer::Responders_none()
+{
+    MessageServer server;
+    QSignalSpy received(&server, &MessageServer::MessageReceived);
+    const QString name = UniqueName();
+    server.Start(name);
+    QLocalSocket client;
+    QVERIFY(Connect(client, name));
+    const QUuid request = QUuid::createUuid();
+    Write(client, Document(u"ask"_s, {{u"a"_s, 1}}, request));
+    QByteArray bytes;
+    EVENTUALLY((bytes += client.readAll()).endsWith("</Message>\n"));
+    QCOMPARE(
+        TestSupport::XmlMeaning(bytes),
+        TestSupport::XmlMeaning(
+            u"<?xml version='1.0'?><Message Id='Response' UniqueId='{00000000-0000-0000-0000-000000000000}'"
+            " OriginalMessageUniqueId='%1' NeedResponse='False' IsResponse='True'><Params/></Message>"_s.arg(
+                request.toString())));
+    QCOMPARE(received.count(), 0);
+}
+
+void tst_MessageServer::Responders_order()
+{
+    MessageServer server;
+    const QString name = UniqueName();
+    QString askedId;
+    QVariantMap askedParams;
+    Responder first([&](const QString& id, const QVariantMap& params, QVariantMap& response) {
+        askedId = id;
+        askedParams = params;
+        response.insert(u"first"_s, true);
+        response.insert(u"both"_s, 1);
+        return false;
+    });
+    Responder second([](const QString& /*id*/, const QVariantMap& /*params*/, QVariantMap& response) {
+        response.insert(u"second"_s, response.contains(u"first"_s));
+        response.insert(u"both"_s, 2);
+        return true;
+    });
+    Responder third(&Decline);
+    for (Responder* const responder : {&first, &second, &third})
+        server.AddMessageResponder(responder);
+    server.Start(name);
+    QLocalSocket client;
+    QVERIFY(Connect(client, name));
+    Write(client, Document(u"ask"_s, {{u"a"_s, 1}}, QUuid::createUuid()));
+    const QList<MessageInfo> messages = ReadMessages(client, 1);
+    QCOMPARE(messages.size(), 1);
+    QCOMPARE(messages.constFirst().Params,
+             (QVariantMap{{u"first"_s, true}, {u"second"_s, true}, {u"both"_s, 2}}));
+    QCOMPARE(askedId, u"ask"_s);
+    QCOMPARE(askedParams, (QVariantMap{{u"a"_s, 1}}));
+    QCOMPARE(first.Calls(), 1);
+    QCOMPARE(second.Calls(), 1);
+    QCOMPARE(third.Calls(), 0);
+}
+
+void tst_MessageServer::Responders_allDecline()
+{
+    MessageServer server;
+    const QString name = UniqueName();
+    Responder first([](const QString& /*id*/, const QVariantMap& /*params*/, QVariantMap& response) {
+        response.insert(u"written"_s, 1);
+        return false;
+    });
+    Responder second(&Decline);
+    server.AddMessageResponder(&first);
+    server.AddMessageResponder(&second);
+    server.Start(name);
+    QLocalSocket client;
+    QVERIFY(Connect(client, name));
+    // That it is an answer itself makes no difference.
+    MessageInfo request;
+    request.UniqueId = QUuid::createUuid();
+    request.NeedResponse = true;
+    request.IsResponse = true;
+    Write(client, EncodeMessage(request).toUtf8());
+    const QList<MessageInfo> messages = ReadMessages(client, 1);
+    QCOMPARE(messages.size(), 1);
+    QCOMPARE(messages.constFirst().Params, (QVariantMap{{u"written"_s, 1}}));
+    QCOMPARE(messages.constFirst().OriginalMessageUniqueId, request.UniqueId);
+    QCOMPARE(second.Calls(), 1);
+}
+
+void tst_MessageServer::Responders_registration()
+{
+    MessageServer server;
+    const QString name = UniqueName();
+    Responder twice(&Decline);
+    Responder removed(&Decline);
+    Responder unknown(&Decline);
+    server.AddMessageResponder(nullptr);
+    server.AddMessageResponder(&twice);
+    server.AddMessageResponder(&removed);
+    server.AddMessageResponder(&twice);
+    server.RemoveMessageResponder(&removed);
+    server.RemoveMessageResponder(&removed);
+    server.RemoveMessageResponder(&unknown);
+    server.RemoveMessageResponder(nullptr);
+    server.Start(name);
+    QLocalSocket client;
+    QVERIFY(Connect(client, name));
+    Write(client, Document(u"ask"_s, {}, QUuid::createUuid()));
+    QCOMPARE(ReadMessages(client, 1).size(), 1);
+    QCOMPARE(twice.Calls(), 1);
+    QCOMPARE(removed.Calls(), 0);
+    QCOMPARE(unknown.Calls(), 0);
+
+    server.RemoveMessageResponder(&twice);
+    Write(client, Document(u"ask"_s, {}, QUuid::createUuid()));
+    QCOMPARE(ReadMessages(client, 1).size(), 1);
+    QCOMPARE(twice.Calls(), 1);
+}
+
+void tst_MessageServer::Responders_changedWhileAsked()
+{
+    MessageServer server;
+    const QString name = UniqueName();
+    Responder added(&Decline);
+    Responder second(&Decline);
+    Responder first([&](const QString& /*id*/, const QVariantMap& /*params*/, QVariantMap& /*response*/) {
+        server.AddMessageResponder(&added);
+        server.RemoveMessageResponder(&second);
+        return false;
+    });
+    server.AddMessageResponder(&first);
+    server.AddMessageResponder(&second);
+    server.Start(name);
+    QLocalSocket client;
+    QVERIFY(Connect(client, name));
+    Write(client, Document(u"ask"_s, {}, QUuid::createUuid()));
+    QCOMPARE(ReadMessages(client, 1).size(), 1);
+    // The list as it was when the request came.
+    QCOMPARE(added.Calls(), 0);
+    QCOMPARE(second.Calls(), 1);
+    Write(client, Document(u"ask"_s, {}, QUuid::createUuid()));
+    QCOMPARE(ReadMessages(client, 1).size(), 1);
+    QCOMPARE(added.Calls(), 1);
+    QCOMPARE(second.Calls(), 1);
+}
+
+void tst_MessageServer::Worker()
+{
+    MessageServer server; // only tells what is to be sent
+    MessageServerWorker worker(&server);
+    QSignalSpy connected(&worker, &MessageServerWorker::Connected);
+    QSignalSpy disconnected(&worker, &MessageServerWorker::Disconnected);
+    QSignalSpy received(&worker, &MessageServerWorker::MessageReceived);
+    const MessageInfo message{u"N"_s, QUuid::createUuid(), true, true, QUuid::createUuid(), {{u"a"_s, 1}}};
+    const QString name = UniqueName();
+
+    QCOMPARE(worker.SendMessage(message), false);
+    QCOMPARE(worker.Stop(), true);
+    QCOMPARE(worker.Start(name), true);
+    QCOMPARE(worker.SendMessage(message), false);
+    QLocalSocket client;
+    QVERIFY(Connect(client, name));
+    EVENTUALLY_EQUAL(connected.count(), 1);
+    QCOMPARE(worker.SendMessage(message), true);
+    Q_EMIT server.NewOutgoingMessage(message);
+    const QList<MessageInfo> messages = ReadMessages(client, 2);
+    QCOMPARE(messages.size(), 2);
+    QCOMPARE(EncodeMessage(messages.constLast()), EncodeMessage(message));
+
+    Write(client, EncodeMessage(message).toUtf8());
+    EVENTUALLY_EQUAL(received.count(), 1);
+    QCOMPARE(EncodeMessage(received.at(0).at(0).value<MessageInfo>()), EncodeMessage(message));
+
+    client.disconnectFromServer();
+    EVENTUALLY_EQUAL(disconnected.count(), 1);
+    QCOMPARE(worker.SendMessage(message), false);
+    QCOMPARE(worker.Stop(), true);
+    QVERIFY(!QFile::exists(SocketPath(name)));
+}
+
+void tst_MessageServer::Worker_slotsWithoutSender()
+{
+    MessageServer server;
+    MessageServerWorker worker(&server);
+    QSignalSpy connected(&worker, &MessageServerWorker::Connected);
+    QSignalSpy disconnected(&worker, &MessageServerWorker::Disconnected);
+    const QString name = UniqueName();
+    worker.Start(name);
+    QLocalSocket client;
+    QVERIFY(Connect(client, name));
+    EVENTUALLY_EQUAL(connected.count(), 1);
+    worker.DisconnectedSlot();
+    worker.ReadMessage();
+    QObject stranger;
+    connect(&stranger, &QObject::objectNameChanged, &worker, &MessageServerWorker::DisconnectedSlot);
+    connect(&stranger, &QObject::objectNameChanged, &worker, &MessageServerWorker::ReadMessage);
+    stranger.setObjectName(u"x"_s);
+    QCOMPARE(disconnected.count(), 0);
+    QCOMPARE(worker.SendMessage(MessageInfo()), true);
+    QCOMPARE(ReadMessages(client, 1).size(), 1);
+}
+
+void tst_MessageServer::Worker_startsAgain()
+{
+    MessageServer server;
+    MessageServerWorker worker(&server);
+    const QString name = UniqueName();
+    const QString other = UniqueName();
+    QCOMPARE(worker.Start(name), true);
+    QCOMPARE(worker.Start(other), true); // in the place of the first one
+    QVERIFY(!QFile::exists(SocketPath(name)));
+    QLocalSocket client;
+    QVERIFY(Connect(client, other));
+    const TestSupport::LogGuard log;
+    QCOMPARE(worker.Start(QString(200, u'x')), false);
+    QVERIFY(!QFile::exists(SocketPath(other)));
+    QCOMPARE(TestSupport::LogGuard::Messages().size(), 1);
+}
+
+void tst_MessageServer::Slot_opensEventLoop()
+{
+    MessageServer server;
+    const QString name = UniqueName();
+    QStringList order;
+    connect(&server, &MessageServer::MessageReceived, &server, [&](const QString& id) {
+        order.append(id);
+        if (id == u"m0"_s)
+            QVERIFY(WaitUntil([&] { return order.size() == 3; })); // the others come meanwhile
+        order.append(u"end of "_s + id);
+    });
+    server.Start(name);
+    QLocalSocket client;
+    QVERIFY(Connect(client, name));
+    Write(client, Document(u"m0"_s));
+    Write(client, Document(u"m1"_s));
+    EVENTUALLY_EQUAL(order, (QStringList{u"m0"_s, u"m1"_s, u"end of m1"_s, u"end of m0"_s}));
+}
+
+void tst_MessageServer::Slot_opensEventLoopUntilDeleted()
+{
+    auto server = std::make_unique<MessageServer>();
+    const QString name = UniqueName();
+    QStringList order;
+    connect(server.get(), &MessageServer::MessageReceived, this, [&](const QString& id) {
+        if (id == u"b"_s)
+            server.reset();
+        else
+            QVERIFY(WaitUntil([&] { return server == nullptr; }));
+        order.append(id);
+    });
+    server->Start(name);
+    QLocalSocket client;
+    QVERIFY(Connect(client, name));
+    Write(client, Document(u"a"_s) + Document(u"b"_s) + Document(u"c"_s));
+    EVENTUALLY_EQUAL(order, (QStringList{u"b"_s, u"a"_s}));
+}
+
+void tst_MessageServer::Slot_stopsServer()
+{
+    MessageServer server;
+    const QString name = UniqueName();
+    int received = 0;
+    connect(&server, &MessageServer::MessageReceived, &server, [&] {
+        ++received;
+        server.Stop();
+    });
+    for (int round = 1; round <= 20; ++round) {
+        server.Start(name);
+        QLocalSocket client;
+        QVERIFY(Connect(client, name));
+        Write(client, Document(u"m"_s) + Document(u"m"_s));
+        EVENTUALLY_EQUAL(received, round);
+        QVERIFY(!server.IsStarted());
+        QCOMPARE(received, round); // what was behind it is gone
+    }
+}
+
+void tst_MessageServer::Slot_deletesServer()
+{
+    for (int round = 0; round < 20; ++round) {
+        auto server = std::make_unique<MessageServer>();
+        const QString name = UniqueName();
+        connect(server.get(), &MessageServer::MessageReceived, this, [&] { server.reset(); });
+        server->Start(name);
+        QLocalSocket client;
+        QVERIFY(Connect(client, name));
+        Write(client, Document(u"m"_s) + Document(u"m"_s));
+        EVENTUALLY(server == nullptr);
+    }
+}
+
+void tst_MessageServer::Responder_stopsServer()
+{
+    MessageServer server;
+    const QString name = UniqueName();
+    Responder responder([&](const QString& /*id*/, const QVariantMap& /*params*/, QVariantMap& /*response*/) {
+        server.Stop();
+        return true;
+    });
+    server.AddMessageResponder(&responder);
+    server.Start(name);
+    QLocalSocket client;
+    QVERIFY(Connect(client, name));
+    Write(client, Document(u"m"_s, {}, QUuid::createUuid()));
+    EVENTUALLY_EQUAL(responder.Calls(), 1);
+    EVENTUALLY_EQUAL(client.state(), QLocalSocket::UnconnectedState);
+}
+
+void tst_MessageServer::Responder_deletesServer()
+{
+    auto server = std::make_unique<MessageServer>();
+    const QString name = UniqueName();
+    Responder first([&](const QString& /*id*/, const QVariantMap& /*params*/, QVariantMap& /*response*/) {
+        server.reset();
+        return false;
+    });
+    Responder second(&Decline);
+    server->AddMessageResponder(&first);
+    server->AddMessageResponder(&second);
+    server->Start(name);
+    QLocalSocket client;
+    QVERIFY(Connect(client, name));
+    Write(client, Document(u"m"_s, {}, QUuid::createUuid()));
+    EVENTUALLY_EQUAL(first.Calls(), 1);
+    EVENTUALLY_EQUAL(client.state(), QLocalSocket::UnconnectedState);
+    QCOMPARE(second.Calls(), 0);
+}
+
+QTEST_GUILESS_MAIN(tst_MessageServer)
+
+#include "tst_MessageServer.moc"

@@ -1,0 +1,293 @@
+// SPDX-FileCopyrightText: 2026 The QvUtil developers
+// SPDX-License-Identifier: MIT
+
+#ifndef QVUTIL_MESSAGINGSUPPORT_H
+#define QVUTIL_MESSAGINGSUPPORT_H
+
+#include "IPC.h"
+#include "messaging/GridRegistry_p.h"
+#include "messaging/MessageCodec_p.h"
+#include "platform/Platform_p.h"
+#include "support/TestSupport.h"
+
+#include <QCoreApplication>
+#include <QDeadlineTimer>
+#include <QDir>
+#include <QFile>
+#include <QLocalServer>
+#include <QLocalSocket>
+#include <QMetaMethod>
+#include <QProcess>
+#include <QRandomGenerator>
+#include <QString>
+#include <QStringList>
+#include <QtTest>
+
+#include <csignal>
+
+#include <sys/types.h>
+#include <sys/wait.h>
+
+/// What the tests of messaging share.
+namespace MessagingSupport {
+
+/// The names of servers and grids that a test program gives out. A process that is killed leaves a socket and
+/// a lock behind, and the system gives its number to another one later: so the number is not in the names,
+/// and what is left of them goes with the program. (The keys of Qt's semaphores stay: without its file, a
+/// semaphore could not be told from a new one.)
+class UniqueNames
+{
+public:
+    ~UniqueNames()
+    {
+        const QDir folder = QDir::temp();
+        const QStringList sockets
+            = folder.entryList({mPrefix + u'*'}, QDir::Files | QDir::System | QDir::Hidden);
+        for (const QString& socket : sockets)
+            QFile::remove(folder.filePath(socket));
+        for (int number = 1; number <= mCount; ++number)
+            QFile::remove(Quorvin::Util::GridLockFilePath(Name(number)));
+    }
+    UniqueNames() = default;
+    Q_DISABLE_COPY_MOVE(UniqueNames)
+    [[nodiscard]] QString Next() { return Name(++mCount); }
+
+private:
+    [[nodiscard]] QString Name(int number) const { return mPrefix + QString::number(number); }
+
+    const QString mPrefix
+        = QStringLiteral("qv%1-").arg(QRandomGenerator::system()->generate(), 8, 16, QLatin1Char('0'));
+    int mCount = 0;
+};
+
+/// A server or grid name that nobody else uses or has used, short enough for every system.
+[[nodiscard]] inline QString UniqueName()
+{
+    static UniqueNames names;
+    return names.Next();
+}
+
+/// Runs the event loop until a condition holds. \return false if it does not within a minute
+template <typename Condition> [[nodiscard]] bool WaitUntil(Condition condition)
+{
+    return QTest::qWaitFor(condition, TestSupport::kPatienceMs);
+}
+
+/// Connects a plain Qt socket as soon as somebody listens.
+[[nodiscard]] inline bool Connect(QLocalSocket& socket, const QString& name)
+{
+    return WaitUntil([&] {
+        if (socket.state() == QLocalSocket::UnconnectedState)
+            socket.connectToServer(name);
+        return socket.state() == QLocalSocket::ConnectedState;
+    });
+}
+
+/// Writes bytes as one piece.
+inline void Write(QLocalSocket& socket, const QByteArray& bytes)
+{
+    socket.write(bytes);
+    socket.flush();
+}
+
+/// Waits until the other end has read all that was written.
+[[nodiscard]] inline bool IsTaken(QLocalSocket& socket)
+{
+    return WaitUntil([&] {
+        return socket.bytesToWrite() == 0
+            && Quorvin::Util::Platform::GetUnreadBytes(socket.socketDescriptor()) == 0;
+    });
+}
+
+/// A request or message as another program might send it.
+[[nodiscard]] inline QByteArray Document(const QString& id, const QVariantMap& params = {},
+                                         const QUuid& request = {}, const QUuid& answered = {})
+{
+    Quorvin::Util::MessageInfo message;
+    message.Id = id;
+    message.Params = params;
+    message.UniqueId = request;
+    message.NeedResponse = !request.isNull();
+    message.OriginalMessageUniqueId = answered;
+    message.IsResponse = !answered.isNull();
+    return Quorvin::Util::WriteMessageByFiler(message).toUtf8();
+}
+
+/// Reads messages off a plain Qt socket until there are \p count of them. Each is decoded once: to begin anew
+/// after each read would take a slow machine longer than the messages take.
+/// \return those that came within a minute
+[[nodiscard]] inline QList<Quorvin::Util::MessageInfo> ReadMessages(QLocalSocket& socket, int count)
+{
+    const QByteArray kEnd = "</Message>";
+    QByteArray bytes;
+    QList<Quorvin::Util::MessageInfo> messages;
+    static_cast<void>(WaitUntil([&] {
+        const QByteArray read = socket.readAll();
+        bytes += read;
+        const qsizetype end = read.isEmpty() ? -1 : bytes.lastIndexOf(kEnd);
+        if (end >= 0) {
+            QList<Quorvin::Util::MessageInfo> whole;
+            Quorvin::Util::DecodeMessage(QString::fromUtf8(bytes.first(end + kEnd.size())).trimmed(), whole);
+            messages += whole;
+            bytes.remove(0, end + kEnd.size());
+        }
+        return messages.size() >= count;
+    }));
+    return messages;
+}
+
+/// Calls a function with each message that comes over a plain Qt socket, those that are there already
+/// included.
+template <typename Function> void ForEachMessage(QLocalSocket& socket, Function function)
+{
+    const auto read = [&socket, function] {
+        QList<Quorvin::Util::MessageInfo> messages;
+        Quorvin::Util::DecodeMessage(QString::fromUtf8(socket.readAll()), messages);
+        for (const Quorvin::Util::MessageInfo& message : messages)
+            function(message);
+    };
+    QObject::connect(&socket, &QLocalSocket::readyRead, &socket, read);
+    read();
+}
+
+/// Connects a message client, and waits until it has announced that. A wait of another kind that begins
+/// before would end with the announcement.
+template <typename Client>
+[[nodiscard]] bool ConnectClient(Client& client, const QString& name, QIODeviceBase::OpenMode mode)
+{
+    const QSignalSpy connected(&client, &Client::Connected);
+    client.ConnectToServer(name, mode);
+    return WaitUntil([&] { return connected.count() > 0; });
+}
+
+/// Waits until the message server or client at the other end of a plain Qt socket has dealt with all that was
+/// written: what it is told to send it sends afterwards. The socket's own unread bytes are dropped.
+template <typename Library> [[nodiscard]] bool IsDealtWith(QLocalSocket& socket, Library& library)
+{
+    if (!IsTaken(socket))
+        return false;
+    library.SendMessage(QStringLiteral("tick"), {});
+    return ReadMessages(socket, 1).size() == 1;
+}
+
+/// Rows for each mode in which a host may open a connection.
+inline void AddModes()
+{
+    QTest::addColumn<int>("mode");
+    QTest::addColumn<bool>("reads");
+    QTest::addColumn<bool>("writes");
+
+    QTest::newRow("read and write") << static_cast<int>(QIODeviceBase::ReadWrite) << true << true;
+    QTest::newRow("read only") << static_cast<int>(QIODeviceBase::ReadOnly) << true << false;
+    QTest::newRow("write only") << static_cast<int>(QIODeviceBase::WriteOnly) << false << true;
+}
+
+/// Signals and slots of a class's own, in the order of their declaration, with the names of parameters.
+[[nodiscard]] inline QStringList MethodsOf(const QMetaObject& metaObject)
+{
+    QStringList result;
+    for (int i = metaObject.methodOffset(); i < metaObject.methodCount(); ++i) {
+        const QMetaMethod method = metaObject.method(i);
+        const QString kind = method.methodType() == QMetaMethod::Signal ? QStringLiteral("signal ")
+                                                                        : QStringLiteral("slot ");
+        result.append(kind + QString::fromLatin1(method.methodSignature()) + u' '
+                      + QString::fromLatin1(method.parameterNames().join(',')));
+    }
+    return result;
+}
+
+/// A plain Qt server at the other end.
+class RawServer
+{
+public:
+    explicit RawServer(const QString& name)
+        : mName(name)
+    {
+        QLocalServer::removeServer(name);
+        mListening = mServer.listen(name);
+    }
+    [[nodiscard]] bool IsListening() const { return mListening; }
+    [[nodiscard]] const QString& Name() const { return mName; }
+    /// The client's socket, as soon as there is one.
+    [[nodiscard]] QLocalSocket* Client()
+    {
+        if (mClient == nullptr && WaitUntil([&] { return mServer.hasPendingConnections(); }))
+            mClient = mServer.nextPendingConnection();
+        return mClient;
+    }
+
+private:
+    QString mName;
+    QLocalServer mServer;
+    QLocalSocket* mClient = nullptr;
+    bool mListening = false;
+};
+
+/// A helper process that prints lines, ended with the object.
+class Peer
+{
+public:
+    explicit Peer(const QStringList& arguments, const QString& program = QString::fromLatin1(MESSAGE_PEER))
+    {
+        mProcess.setProcessChannelMode(QProcess::ForwardedErrorChannel);
+        mProcess.start(program, arguments);
+        mId = mProcess.processId();
+    }
+    ~Peer()
+    {
+        if (mFrozen && mProcess.state() != QProcess::NotRunning)
+            ::kill(static_cast<pid_t>(Id()), SIGCONT);
+        mProcess.closeWriteChannel(); // it ends then
+        if (!mProcess.waitForFinished(60000))
+            Kill();
+    }
+    Q_DISABLE_COPY_MOVE(Peer)
+
+    /// Waits for a line that begins with \p start, and forgets all up to it.
+    /// \return the line; a null text if none comes within a minute
+    [[nodiscard]] QString WaitForLine(const QString& start)
+    {
+        QString line;
+        static_cast<void>(WaitUntil([&] {
+            while (mProcess.canReadLine()) {
+                line = QString::fromUtf8(mProcess.readLine()).trimmed();
+                if (line.startsWith(start))
+                    return true;
+            }
+            line.clear();
+            return mProcess.state() == QProcess::NotRunning;
+        }));
+        return line;
+    }
+
+    /// Tells it to end, and does not wait for that.
+    void EndInput() { mProcess.closeWriteChannel(); }
+
+    void Kill()
+    {
+        mProcess.kill();
+        mProcess.waitForFinished(60000);
+    }
+
+    /// Stops it where it is, alive: it does nothing more until the object ends. \return false if it is gone
+    [[nodiscard]] bool Freeze()
+    {
+        siginfo_t info = {};
+        const auto id = static_cast<id_t>(Id());
+        mFrozen = ::kill(static_cast<pid_t>(Id()), SIGSTOP) == 0
+            && ::waitid(P_PID, id, &info, WSTOPPED | WNOWAIT) == 0;
+        return mFrozen;
+    }
+
+    /// Its process id, after its end too.
+    [[nodiscard]] qint64 Id() const { return mId; }
+
+private:
+    QProcess mProcess;
+    qint64 mId = 0;
+    bool mFrozen = false;
+};
+
+} // namespace MessagingSupport
+
+#endif // QVUTIL_MESSAGINGSUPPORT_H

@@ -1,0 +1,62 @@
+// SPDX-FileCopyrightText: 2026 The QvUtil developers
+// SPDX-License-Identifier: MIT
+
+#ifndef QVUTIL_SAVESAFETYSUPPORT_H
+#define QVUTIL_SAVESAFETYSUPPORT_H
+
+#include "support/SaveLoopDocuments.h"
+#include "support/TestSupport.h"
+
+#include <QDir>
+#include <QFile>
+#include <QStringList>
+#include <QTemporaryDir>
+
+#include <sys/stat.h>
+
+/// What the tests of saving share.
+namespace SaveSafety {
+
+/// The bytes of a saved document of SaveLoop; empty if it could not be saved.
+[[nodiscard]] inline QByteArray DocumentBytes(size_t number)
+{
+    const QTemporaryDir folder;
+    const QString path = folder.filePath(QStringLiteral("expected.xml"));
+    Quorvin::Util::XmlFiler filer;
+    SaveLoopDocuments::Fill(filer, number);
+    return filer.SaveAsXmlFile(path) ? TestSupport::ReadFile(path) : QByteArray();
+}
+
+/// The bytes of all documents of SaveLoop.
+[[nodiscard]] inline QList<QByteArray> AllDocumentBytes()
+{
+    QList<QByteArray> documents;
+    for (size_t i = 0; i < SaveLoopDocuments::kSizes.size(); ++i)
+        documents.append(DocumentBytes(i));
+    return documents;
+}
+
+/// Everything in a folder, hidden entries and broken links included.
+[[nodiscard]] inline QStringList FolderContent(const QString& folder)
+{
+    return QDir(folder).entryList(QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot,
+                                  QDir::Name);
+}
+
+/// The permission bits of a file, or -1.
+[[nodiscard]] inline int Mode(const QString& path)
+{
+    struct stat status;
+    return stat(QFile::encodeName(path).constData(), &status) == 0 ? int(status.st_mode & 07777) : -1;
+}
+
+/// What kind of thing a path itself is (S_IFREG, S_IFLNK, ...), or 0.
+[[nodiscard]] inline mode_t Kind(const QString& path)
+{
+    struct stat status;
+    return lstat(QFile::encodeName(path).constData(), &status) == 0 ? status.st_mode & S_IFMT : 0;
+}
+
+} // namespace SaveSafety
+
+#endif // QVUTIL_SAVESAFETYSUPPORT_H

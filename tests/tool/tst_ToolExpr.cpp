@@ -1,0 +1,369 @@
+// SPDX-FileCopyrightText: 2026 The QvUtil developers
+// SPDX-License-Identifier: MIT
+
+#include "support/TestSupport.h"
+#include "support/ToolRunner.h"
+
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QtTest>
+
+#include <optional>
+
+using namespace Qt::StringLiterals;
+using TestSupport::ToolResult;
+using TestSupport::ToolRunner;
+
+class tst_ToolExpr : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void init();
+    void cleanup();
+    void Run_data();
+    void Run();
+    void Eval_json();
+    void Eval_deeplyNested();
+    void Lint_json();
+    void Lint_file();
+    void Lint_standardInput();
+    void Lint_xml();
+    void Lint_xml_prefixWithoutNamespace();
+    void Lint_xml_moreThanIsRead();
+    void Lint_badFiles_data();
+    void Lint_badFiles();
+    void Lint_manyOperands();
+    void Lint_longExpression();
+    void Table_json();
+    void Table_tooLong();
+    void Operands_json();
+
+private:
+    std::optional<ToolRunner> mTool;
+};
+
+void tst_ToolExpr::init()
+{
+    TestSupport::FailOnAnyMessage();
+    mTool.emplace();
+}
+
+void tst_ToolExpr::cleanup()
+{
+    if (QTest::currentTestFailed())
+        mTool->KeepFolder();
+    mTool.reset();
+}
+
+void tst_ToolExpr::Run_data()
+{
+    QTest::addColumn<QStringList>("arguments");
+    QTest::addColumn<QString>("expected");
+
+    const auto row = [](const char* circumstance, const QStringList& arguments, const QString& expected) {
+        QTest::newRow(circumstance) << arguments << expected;
+    };
+    const auto lint = [](const QString& expression) { return QStringList{u"lint"_s, expression}; };
+
+    row("eval, true", {u"eval"_s, u"a & b"_s, u"--true"_s, u"a, b"_s}, u"true\n=> 0\n"_s);
+    row("eval, false", {u"eval"_s, u"a & b"_s, u"--true"_s, u"a"_s, u"--false"_s, u"b"_s},
+        u"false\n=> 1\n"_s);
+    row("eval, option twice", {u"eval"_s, u"a & b"_s, u"--true"_s, u"a"_s, u"--true"_s, u"b"_s},
+        u"true\n=> 0\n"_s);
+    row("eval, skipped operand need not be known", {u"eval"_s, u"a | b"_s, u"--true"_s, u"a"_s},
+        u"true\n=> 0\n"_s);
+    row("eval, skipped mistake does no harm", {u"eval"_s, u"a | (b & & c)"_s, u"--true"_s, u"a"_s},
+        u"true\n=> 0\n"_s);
+    row("eval, unknown operand", {u"eval"_s, u"a & bb"_s, u"--true"_s, u"a"_s},
+        u"!   a & bb\n!       ^~\n! qvutil: expression, column 5: operand \"bb\" is neither in --true nor in "
+        "--false\n=> 2\n"_s);
+    row("eval, true and false", {u"eval"_s, u"a"_s, u"--true"_s, u"a"_s, u"--false"_s, u"a"_s},
+        u"! qvutil: \"a\" is both true and false\n! Try 'qvutil expr eval --help'.\n=> 2\n"_s);
+    row("eval, empty", {u"eval"_s, QString()},
+        u"!   \n!   ^\n! qvutil: expression, column 1: there is no operand here\n=> 2\n"_s);
+    row("eval, not closed", {u"eval"_s, u"a & (b"_s},
+        u"!   a & (b\n!       ^\n! qvutil: expression, column 5: this '(' is not closed\n=> 2\n"_s);
+    row("eval, consulted mistake", {u"eval"_s, u"a & (b & & c)"_s, u"--true"_s, u"a,b,c"_s},
+        u"!   a & (b & & c)\n!            ^\n! qvutil: expression, column 10: an operand is missing beside "
+        u"this "
+        "operator\n=> 2\n"_s);
+    row("eval, explain",
+        {u"eval"_s, u"a & (b | c) | d"_s, u"--true"_s, u"a,c"_s, u"--false"_s, u"b"_s, u"--explain"_s},
+        u"  a & (b | c) | d\n    a   1. true\n    &\n    b | c\n      b   2. false\n      |\n      c   3. "
+        u"true\n"
+        "    |\n    d   skipped\n"
+        "  note, column 1: '&' and '|' are applied from left to right here, since a group comes before\n"
+        "true\n=> 0\n"_s);
+    row("eval, explain an operand that stands twice",
+        {u"eval"_s, u"(x | a) & a"_s, u"--true"_s, u"x,a"_s, u"--explain"_s},
+        u"  (x | a) & a\n    x | a\n      x   1. true\n      |\n      a   skipped\n    &\n    a   2. true\n"
+        "true\n=> 0\n"_s);
+    row("eval, explain dropped text", {u"eval"_s, u"a & b (c)"_s, u"--true"_s, u"c"_s, u"--explain"_s},
+        u"  c   1. true\n  note, column 1: text before '(' takes no part unless '&' joins them\ntrue\n=> 0\n"_s);
+
+    row("lint, nothing wrong", lint(u"a & (b | c)"_s), u"no problems; expressions looked at: 1\n=> 0\n"_s);
+    row("lint, dropped", lint(u"a & b (c)"_s),
+        u"expression 1, column 1: text before '(' takes no part unless '&' joins them\n"
+        "  a & b (c)\n  ^~~~~\n=> 1\n"_s);
+    row("lint, dropped in a group", lint(u"a & (x (b))"_s),
+        u"expression 1, column 6: text before '(' takes no part unless '&' joins them\n"
+        "  a & (x (b))\n       ^\n=> 1\n"_s);
+    row("lint, mixed", lint(u"(a) & b | c"_s),
+        u"expression 1, column 1: '&' and '|' are applied from left to right here, since a group comes "
+        u"before\n"
+        "  (a) & b | c\n  ^~~~~~~~~~~\n=> 1\n"_s);
+    row("lint, not mixed", lint(u"a & b | c & d"_s), u"no problems; expressions looked at: 1\n=> 0\n"_s);
+    row("lint, never consulted", lint(u"a & (a | b)"_s),
+        u"expression 1, column 10: this operand is never consulted, whatever the others are\n"
+        "  a & (a | b)\n           ^\n=> 1\n"_s);
+    row("lint, consulted by one way only", lint(u"a | b & (a | c)"_s),
+        u"expression 1, column 1: '&' and '|' are applied from left to right here, since a group comes "
+        u"before\n"
+        "  a | b & (a | c)\n  ^~~~~~~~~~~~~~~\n=> 1\n"_s);
+    row("lint, empty operand of a chain", lint(u"a & & b"_s),
+        u"expression 1, column 5: an operand is missing beside this operator\n  a & & b\n      ^\n=> 1\n"_s);
+    row("lint, and at the end", lint(u"a &"_s),
+        u"expression 1, column 3: an operand is missing beside this operator\n  a &\n    ^\n=> 1\n"_s);
+    row("lint, and at the front", lint(u"& a"_s),
+        u"expression 1, column 1: an operand is missing beside this operator\n  & a\n  ^\n=> 1\n"_s);
+    row("lint, or doubled", lint(u"a | | b"_s),
+        u"expression 1, column 5: an operand is missing beside this operator\n  a | | b\n      ^\n=> 1\n"_s);
+    row("lint, blank group", lint(u"a & ( )"_s),
+        u"expression 1, column 6: there is no operand here\n  a & ( )\n       ^\n=> 1\n"_s);
+    row("lint, operator missing", lint(u"(a) b"_s),
+        u"expression 1, column 5: an operator is missing before this operand\n  (a) b\n      ^\n=> 1\n"_s);
+    row("lint, not closed", lint(u"a & (b"_s),
+        u"expression 1, column 5: this '(' is not closed\n  a & (b\n      ^\n=> 1\n"_s);
+    row("lint, not opened", lint(u"a) & b"_s),
+        u"expression 1, column 2: this ')' was not opened\n  a) & b\n   ^\n=> 1\n"_s);
+    row("lint, known operands", {u"lint"_s, u"a & b"_s, u"--known"_s, u"a, b"_s},
+        u"no problems; expressions looked at: 1\n=> 0\n"_s);
+    row("lint, unknown operand", {u"lint"_s, u"a & big cat"_s, u"--known"_s, u"a,b"_s},
+        u"expression 1, column 5: this operand is not known\n  a & big cat\n      ^~~~~~~\n=> 1\n"_s);
+    row("lint, no operand is known", {u"lint"_s, u"a"_s, u"--known"_s, u","_s},
+        u"expression 1, column 1: this operand is not known\n  a\n  ^\n=> 1\n"_s);
+    row("lint, no operand is known, by an empty text", {u"lint"_s, u"a"_s, u"--known"_s, QString()},
+        u"expression 1, column 1: this operand is not known\n  a\n  ^\n=> 1\n"_s);
+    row("lint, second of two", {u"lint"_s, u"a"_s, u"("_s},
+        u"expression 2, column 1: this '(' is not closed\n  (\n  ^\n=> 1\n"_s);
+    row("lint, line break", lint(u"a\n& (b"_s),
+        u"expression 1, column 5: this '(' is not closed\n  a & (b\n      ^\n=> 1\n"_s);
+    row("lint, nothing given", {u"lint"_s},
+        u"! qvutil: EXPRESSION, --file or --xml is required\n! Try 'qvutil expr lint --help'.\n=> 2\n"_s);
+    row("lint, XML without attribute", {u"lint"_s, u"--xml"_s, u"x.xml"_s},
+        u"! qvutil: --xml and --attribute need each other\n! Try 'qvutil expr lint --help'.\n=> 2\n"_s);
+    row("lint, attribute without XML", {u"lint"_s, u"a"_s, u"--attribute"_s, u"x"_s},
+        u"! qvutil: --xml and --attribute need each other\n! Try 'qvutil expr lint --help'.\n=> 2\n"_s);
+
+    row("table", {u"table"_s, u"(a) & b | c"_s},
+        u"a\tb\tc\tresult\n"
+        "false\tfalse\tfalse\tfalse\nfalse\tfalse\ttrue\tfalse\nfalse\ttrue\tfalse\tfalse\n"
+        "false\ttrue\ttrue\tfalse\ntrue\tfalse\tfalse\tfalse\ntrue\tfalse\ttrue\ttrue\n"
+        "true\ttrue\tfalse\ttrue\ntrue\ttrue\ttrue\ttrue\n=> 0\n"_s);
+    row("table, line break in an operand", {u"table"_s, u"a\nb"_s},
+        u"a\\nb\tresult\nfalse\tfalse\ntrue\ttrue\n=> 0\n"_s);
+    row("table, mistake", {u"table"_s, u"a |"_s},
+        u"!   a |\n!     ^\n! qvutil: expression, column 3: an operand is missing beside this operator\n=> 2\n"_s);
+    row("operands", {u"operands"_s, u"x & (big cat | y) & x"_s}, u"x\nbig cat\ny\n=> 0\n"_s);
+    row("operands, mistake", {u"operands"_s, u"(a"_s},
+        u"!   (a\n!   ^\n! qvutil: expression, column 1: this '(' is not closed\n=> 2\n"_s);
+}
+
+void tst_ToolExpr::Run()
+{
+    QFETCH(const QStringList, arguments);
+    QFETCH(const QString, expected);
+
+    QCOMPARE(mTool->Run(QStringList{u"expr"_s} + arguments).ToText(), expected);
+}
+
+void tst_ToolExpr::Eval_json()
+{
+    const ToolResult result
+        = mTool->Run({u"expr"_s, u"eval"_s, u"x (a) & b"_s, u"--false"_s, u"a"_s, u"--json"_s});
+    const QJsonObject expected{
+        {u"value"_s, false},
+        {u"consulted"_s,
+         QJsonArray{QJsonObject{{u"operand"_s, u"a"_s}, {u"column"_s, 4}, {u"value"_s, false}}}},
+        {u"skipped"_s, QJsonArray{QJsonObject{{u"operand"_s, u"b"_s}, {u"column"_s, 9}}}},
+        {u"notes"_s,
+         QJsonArray{QJsonObject{{u"kind"_s, u"dropped"_s},
+                                {u"column"_s, 1},
+                                {u"length"_s, 1},
+                                {u"reason"_s, u"text before '(' takes no part unless '&' joins them"_s}}}}};
+    QCOMPARE(QJsonDocument::fromJson(result.Output).object(), expected);
+    QCOMPARE(result.ExitCode, 1);
+}
+
+void tst_ToolExpr::Eval_deeplyNested()
+{
+    constexpr int kDepth = 5'000;
+    const QString expression = u"t&("_s.repeated(kDepth) + u't' + u")"_s.repeated(kDepth);
+    const ToolResult result
+        = mTool->Run({u"expr"_s, u"eval"_s, expression, u"--true"_s, u"t"_s, u"--explain"_s});
+    QCOMPARE(result.ExitCode, 0);
+    QVERIFY(result.Output.endsWith(" 5001. true\ntrue\n"));
+    QVERIFY(result.Output.size() < 5'000'000);
+}
+
+void tst_ToolExpr::Lint_json()
+{
+    const ToolResult result = mTool->Run({u"expr"_s, u"lint"_s, u"(a"_s, u"--json"_s});
+    const QJsonArray expected{QJsonObject{{u"place"_s, u"expression 1"_s},
+                                          {u"expression"_s, u"(a"_s},
+                                          {u"kind"_s, u"unbalanced"_s},
+                                          {u"column"_s, 1},
+                                          {u"length"_s, 1},
+                                          {u"reason"_s, u"this '(' is not closed"_s}}};
+    QCOMPARE(QJsonDocument::fromJson(result.Output).array(), expected);
+    QCOMPARE(result.ExitCode, 1);
+
+    const ToolResult fine = mTool->Run({u"expr"_s, u"lint"_s, u"a"_s, u"--json"_s});
+    QCOMPARE(fine.Output, QByteArray("[\n]\n"));
+    QCOMPARE(fine.ExitCode, 0);
+}
+
+void tst_ToolExpr::Lint_file()
+{
+    QVERIFY(mTool->Write(u"list.txt"_s, "a & b\n\n  (a\r\nc |"));
+    QCOMPARE(mTool->Run({u"expr"_s, u"lint"_s, u"--file"_s, u"list.txt"_s}).ToText(),
+             u"list.txt:3, column 1: this '(' is not closed\n  (a\n  ^\n"
+             "list.txt:4, column 3: an operand is missing beside this operator\n  c |\n    ^\n=> 1\n"_s);
+}
+
+void tst_ToolExpr::Lint_standardInput()
+{
+    QCOMPARE(mTool->Run({u"expr"_s, u"lint"_s, u"--file"_s, u"-"_s}, "a & b\na | c\n").ToText(),
+             u"no problems; expressions looked at: 2\n=> 0\n"_s);
+}
+
+void tst_ToolExpr::Lint_xml()
+{
+    QVERIFY(mTool->Write(u"ui.xml"_s,
+                         "<window>\n"
+                         " <button enabled=\"a &amp; b\" visible=\"(\" tip=\"(\"/>\n"
+                         " <group enabled=\"  \"><button enabled=\"x (b)\"/></group>\n"
+                         " enabled=\"(\"\n"
+                         "</window>\n"));
+    QCOMPARE(mTool
+                 ->Run({u"expr"_s, u"lint"_s, u"--xml"_s, u"ui.xml"_s, u"--attribute"_s, u"enabled"_s,
+                        u"--attribute"_s, u"visible"_s})
+                 .ToText(),
+             u"ui.xml:2, visible, column 1: this '(' is not closed\n  (\n  ^\n"
+             "ui.xml:3, enabled, column 1: text before '(' takes no part unless '&' joins them\n"
+             "  x (b)\n  ^\n=> 1\n"_s);
+}
+
+// The library loads such a document, so what follows the prefix must be looked at.
+void tst_ToolExpr::Lint_xml_prefixWithoutNamespace()
+{
+    QVERIFY(
+        mTool->Write(u"ui.xml"_s, "<ui:window ui:enabled=\"x (a)\">\n<b enabled=\"x (b)\"/></ui:window>\n"));
+    QCOMPARE(mTool
+                 ->Run({u"expr"_s, u"lint"_s, u"--xml"_s, u"ui.xml"_s, u"--attribute"_s, u"enabled"_s,
+                        u"--attribute"_s, u"ui:enabled"_s})
+                 .ToText(),
+             u"ui.xml:1, ui:enabled, column 1: text before '(' takes no part unless '&' joins them\n"
+             "  x (a)\n  ^\n"
+             "ui.xml:2, enabled, column 1: text before '(' takes no part unless '&' joins them\n"
+             "  x (b)\n  ^\n=> 1\n"_s);
+}
+
+// An entity that is too long for the library ends the reading: "no problems" would be a guess.
+void tst_ToolExpr::Lint_xml_moreThanIsRead()
+{
+    QVERIFY(mTool->Write(u"ui.xml"_s,
+                         "<!DOCTYPE r [<!ENTITY e \"" + QByteArray(5000, 'x')
+                             + "\">]><r><a tip=\"&e;\"/><b enabled=\"x (b)\"/></r>"));
+    QCOMPARE(
+        mTool->Run({u"expr"_s, u"lint"_s, u"--xml"_s, u"ui.xml"_s, u"--attribute"_s, u"enabled"_s}).ToText(),
+        u"! qvutil: ui.xml: nested deeper, or with more text in its entities, than the library takes\n=> 2\n"_s);
+}
+
+void tst_ToolExpr::Lint_badFiles_data()
+{
+    QTest::addColumn<QStringList>("arguments");
+    QTest::addColumn<QString>("complaint");
+
+    QTest::newRow("missing list") << QStringList{u"--file"_s, u"missing.txt"_s} << u"qvutil: missing.txt: "_s;
+    QTest::newRow("folder as list") << QStringList{u"--file"_s, u"."_s} << u"qvutil: .: "_s;
+    QTest::newRow("missing document")
+        << QStringList{u"--xml"_s, u"missing.xml"_s, u"--attribute"_s, u"x"_s} << u"qvutil: missing.xml: "_s;
+    QTest::newRow("torn document") << QStringList{u"--xml"_s, u"torn.xml"_s, u"--attribute"_s, u"x"_s}
+                                   << u"qvutil: torn.xml:1:"_s;
+}
+
+void tst_ToolExpr::Lint_badFiles()
+{
+    QFETCH(const QStringList, arguments);
+    QFETCH(const QString, complaint);
+
+    QVERIFY(mTool->Write(u"torn.xml"_s, "<a x=\"("));
+    const ToolResult result = mTool->Run(QStringList{u"expr"_s, u"lint"_s} + arguments);
+    QCOMPARE(result.ExitCode, 2);
+    QCOMPARE(result.Output, QByteArray());
+    QVERIFY2(result.Errors.startsWith(complaint.toUtf8()), result.Errors.constData());
+}
+
+void tst_ToolExpr::Lint_manyOperands()
+{
+    // More ways to answer than can be tried, and one operand that none of them reaches.
+    QStringList groups;
+    for (int i = 0; i < 40; ++i)
+        groups.append(u"(a%1 | b%1)"_s.arg(i));
+    const QString expression = u"x & "_s + groups.join(" & "_L1) + u" & (x | y)"_s;
+    const ToolResult result = mTool->Run({u"expr"_s, u"lint"_s, expression});
+    QCOMPARE(result.ToText(),
+             u"no problems; expressions looked at: 1\n"
+             "! qvutil: expression 1: too many operands to tell whether each is consulted\n=> 0\n"_s);
+}
+
+// Seconds if what the search reads is limited; minutes, more than the tool may take here, if only the number
+// of evaluations is.
+void tst_ToolExpr::Lint_longExpression()
+{
+    QByteArray expression = "x & ";
+    for (int i = 0; i < 50'000; ++i)
+        expression += "(a" + QByteArray::number(i) + " | b) & ";
+    QVERIFY(mTool->Write(u"list.txt"_s, expression + "(x | y)\n"));
+    QCOMPARE(mTool->Run({u"expr"_s, u"lint"_s, u"--file"_s, u"list.txt"_s}).ToText(),
+             u"no problems; expressions looked at: 1\n"
+             "! qvutil: list.txt:1: too many operands to tell whether each is consulted\n=> 0\n"_s);
+}
+
+void tst_ToolExpr::Table_json()
+{
+    const ToolResult result = mTool->Run({u"expr"_s, u"table"_s, u"a"_s, u"--json"_s});
+    const QJsonArray expected{
+        QJsonObject{{u"operands"_s, QJsonObject{{u"a"_s, false}}}, {u"result"_s, false}},
+        QJsonObject{{u"operands"_s, QJsonObject{{u"a"_s, true}}}, {u"result"_s, true}}};
+    QCOMPARE(QJsonDocument::fromJson(result.Output).array(), expected);
+    QCOMPARE(result.ExitCode, 0);
+}
+
+void tst_ToolExpr::Table_tooLong()
+{
+    QStringList names;
+    for (int i = 0; i < 16; ++i)
+        names.append(u"o%1"_s.arg(i));
+    const ToolResult longest = mTool->Run({u"expr"_s, u"table"_s, names.join(u'&')});
+    QCOMPARE(longest.ExitCode, 0);
+    QCOMPARE(longest.Output.count('\n'), 65'537);
+
+    names.append(u"o16"_s);
+    QCOMPARE(mTool->Run({u"expr"_s, u"table"_s, names.join(u'&')}).ToText(),
+             u"! qvutil: a table of 17 operands is too long; at most 16 are shown\n=> 2\n"_s);
+}
+
+void tst_ToolExpr::Operands_json()
+{
+    const ToolResult result = mTool->Run({u"expr"_s, u"operands"_s, u"b & a & b"_s, u"--json"_s});
+    QCOMPARE(QJsonDocument::fromJson(result.Output).array(), QJsonArray({u"b"_s, u"a"_s}));
+    QCOMPARE(result.ExitCode, 0);
+}
+
+QTEST_GUILESS_MAIN(tst_ToolExpr)
+
+#include "tst_ToolExpr.moc"

@@ -1,0 +1,504 @@
+// SPDX-FileCopyrightText: 2026 The QvUtil developers
+// SPDX-License-Identifier: MIT
+
+// What all commands of the tool have in common, and `hash`.
+
+#include "support/TestSupport.h"
+#include "support/ToolRunner.h"
+
+#include <QCryptographicHash>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QRegularExpression>
+#include <QStandardPaths>
+#include <QtTest>
+
+#include <optional>
+
+using namespace Qt::StringLiterals;
+using TestSupport::ToolResult;
+using TestSupport::ToolRunner;
+
+class tst_ToolGeneral : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void init();
+    void cleanup();
+    void Help();
+    void Help_ofEachCommand();
+    void Version();
+    void Usage_data();
+    void Usage();
+    void Usage_noCommand();
+    void Output_fullDevice();
+    void Output_closedPipe();
+    void Terminal_escapes();
+    void Terminal_bytes();
+    void Terminal_progress();
+    void Terminal_noProgressElsewhere();
+    void Locale_C();
+    void Memory_exhausted();
+    void Manual_namesEverything();
+    void Manual_badFrame();
+    void Completion_namesEverything_data();
+    void Completion_namesEverything();
+    void Completion_inBash_data();
+    void Completion_inBash();
+    void Completion_unknownShell();
+    void Hash_data();
+    void Hash();
+    void Hash_json();
+    void Hash_input();
+    void Hash_largeFile();
+
+private:
+    struct Command
+    {
+        QStringList Path;
+        QString Help;
+    };
+    [[nodiscard]] QString Run(const QStringList& arguments, const QByteArray& input = {}) const
+    {
+        return mTool->Run(arguments, input).ToText();
+    }
+    // The tool itself, its groups and commands, with what --help prints.
+    void CollectCommands(const QStringList& path, QList<Command>& commands) const;
+    [[nodiscard]] QList<Command> Commands() const
+    {
+        QList<Command> commands;
+        CollectCommands({}, commands);
+        return commands;
+    }
+    // The lines of a section of a help text, without their indentation.
+    [[nodiscard]] static QStringList Section(const QString& help, const QString& name);
+    // "--json", "-t" and so on.
+    [[nodiscard]] static QStringList OptionNames(const QString& help);
+
+    std::optional<ToolRunner> mTool;
+};
+
+void tst_ToolGeneral::init()
+{
+    QTest::failOnWarning(QRegularExpression(u".*"_s));
+    mTool.emplace();
+}
+
+void tst_ToolGeneral::cleanup()
+{
+    if (QTest::currentTestFailed())
+        mTool->KeepFolder();
+    mTool.reset();
+}
+
+QStringList tst_ToolGeneral::Section(const QString& help, const QString& name)
+{
+    QStringList lines;
+    bool isInside = false;
+    for (const QString& line : help.split(u'\n')) {
+        if (isInside && !line.startsWith(u' '))
+            break;
+        if (isInside && line.startsWith(u"  "_s) && !line.startsWith(u"   "_s))
+            lines += line.trimmed();
+        isInside = isInside || line == name + u':';
+    }
+    return lines;
+}
+
+QStringList tst_ToolGeneral::OptionNames(const QString& help)
+{
+    QStringList names;
+    for (const QString& line : Section(help, u"Options"_s))
+        names += line.section(u' ', 0, 0).split(u',');
+    return names;
+}
+
+void tst_ToolGeneral::CollectCommands(const QStringList& path, QList<Command>& commands) const
+{
+    const ToolResult result = mTool->Run(path + QStringList(u"--help"_s));
+    QCOMPARE(result.ExitCode, 0);
+    QCOMPARE(result.Errors, QByteArray());
+    const QString help = QString::fromUtf8(result.Output);
+    commands.append({.Path = path, .Help = help});
+    for (const QString& line : Section(help, u"Commands"_s))
+        CollectCommands(path + QStringList(line.section(u' ', 0, 0)), commands);
+}
+
+void tst_ToolGeneral::Help()
+{
+    const ToolResult result = mTool->Run({u"--help"_s});
+    QCOMPARE(result.ExitCode, 0);
+    QCOMPARE(result.Errors, QByteArray());
+    const QString help = QString::fromUtf8(result.Output);
+    QVERIFY(help.startsWith(u"Look into, change and check the files of applications that use QvUtil\n"
+                            "Usage: qvutil [options] COMMAND\n"_s));
+    QVERIFY(help.contains(u"\nExit status:\n  0  yes: done, found, equal, no problems\n"
+                          "  1  no: not found, different, problems found\n"
+                          "  2  wrong usage, or a file that cannot be read or written\n"_s));
+    QVERIFY(Section(help, u"Commands"_s)
+                .contains(u"hash                      Print MD5 digests of files or texts"_s));
+    QCOMPARE(mTool->Run({u"-h"_s}).Output, result.Output);
+}
+
+void tst_ToolGeneral::Help_ofEachCommand()
+{
+    const QList<Command> commands = Commands();
+    QVERIFY(commands.size() >= 13);
+    for (const Command& command : commands) {
+        const QString name = (QStringList(u"qvutil"_s) + command.Path).join(u' ');
+        QVERIFY2(command.Help.contains(u"Usage: "_s + name + u' '), qPrintable(name));
+        QVERIFY2(OptionNames(command.Help).contains(u"--help"_s), qPrintable(name));
+        if (!Section(command.Help, u"Commands"_s).isEmpty())
+            continue; // a group
+        const QStringList examples = Section(command.Help, u"Examples"_s);
+        QVERIFY2(!examples.isEmpty(), qPrintable(name));
+        QVERIFY2(examples.join(u'\n').contains(name), qPrintable(name));
+        for (const QString& line :
+             Section(command.Help, u"Options"_s) + Section(command.Help, u"Arguments"_s))
+            QVERIFY2(line.contains(QRegularExpression(u" {2,}\\S| \\.\\.\\. +\\S|^\\S{24,}"_s)),
+                     qPrintable(line));
+    }
+}
+
+void tst_ToolGeneral::Version()
+{
+    const ToolResult result = mTool->Run({u"--version"_s});
+    QCOMPARE(result.ExitCode, 0);
+    QVERIFY(QRegularExpression(u"^qvutil \\d+\\.\\d+\\.\\d+\n$"_s)
+                .match(QString::fromUtf8(result.Output))
+                .hasMatch());
+}
+
+void tst_ToolGeneral::Usage_data()
+{
+    QTest::addColumn<QStringList>("arguments");
+    QTest::addColumn<QString>("expected");
+
+    QTest::newRow("no such group") << QStringList{u"foo"_s, u"bar"_s}
+                                   << u"! qvutil: there is no command or option 'foo'\n"
+                                      "! Try 'qvutil --help'.\n=> 2\n"_s;
+    QTest::newRow("no such command") << QStringList{u"xml"_s, u"foo"_s}
+                                     << u"! qvutil: there is no command or option 'foo'\n"
+                                        "! Try 'qvutil xml --help'.\n=> 2\n"_s;
+    QTest::newRow("no such option") << QStringList{u"hash"_s, u"--foo"_s}
+                                    << u"! qvutil: unexpected argument '--foo'\n"
+                                       "! Try 'qvutil hash --help'.\n=> 2\n"_s;
+    QTest::newRow("option of the tool behind a command")
+        << QStringList{u"hash"_s, u"--version"_s}
+        << u"! qvutil: unexpected argument '--version'\n! Try 'qvutil hash --help'.\n=> 2\n"_s;
+    QTest::newRow("option without its value") << QStringList{u"hash"_s, u"--text"_s}
+                                              << u"! qvutil: --text: 1 required TEXT missing\n"
+                                                 "! Try 'qvutil hash --help'.\n=> 2\n"_s;
+    QTest::newRow("nothing to do") << QStringList{u"hash"_s}
+                                   << u"! qvutil: FILE or --text is required\n"
+                                      "! Try 'qvutil hash --help'.\n=> 2\n"_s;
+    QTest::newRow("control characters in a name")
+        << QStringList{u"\u001b[31m"_s}
+        << u"! qvutil: there is no command or option '\\u001b[31m'\n! Try 'qvutil --help'.\n=> 2\n"_s;
+    QTest::newRow("brackets in a name") << QStringList{u"[foo]"_s}
+                                        << u"! qvutil: there is no command or option '[foo]'\n"
+                                           "! Try 'qvutil --help'.\n=> 2\n"_s;
+    QTest::newRow("empty argument") << QStringList{u""_s}
+                                    << u"! qvutil: there is no command or option ''\n"
+                                       "! Try 'qvutil --help'.\n=> 2\n"_s;
+}
+
+void tst_ToolGeneral::Usage()
+{
+    QFETCH(const QStringList, arguments);
+    QFETCH(const QString, expected);
+
+    QCOMPARE(Run(arguments), expected);
+}
+
+void tst_ToolGeneral::Usage_noCommand()
+{
+    const ToolResult tool = mTool->Run({});
+    QCOMPARE(tool.ExitCode, 2);
+    QCOMPARE(tool.Output, QByteArray());
+    QCOMPARE(tool.Errors, mTool->Run({u"--help"_s}).Output);
+
+    const ToolResult group = mTool->Run({u"settings"_s});
+    QCOMPARE(group.ExitCode, 2);
+    QCOMPARE(group.Output, QByteArray());
+    QCOMPARE(group.Errors, mTool->Run({u"settings"_s, u"--help"_s}).Output);
+
+    QCOMPARE(mTool->RunShell(u"$TOOL hash \"$(printf 'a\\377')\""_s).ToText(),
+             u"! qvutil: a\ufffd: the argument is not valid UTF-8\n=> 2\n"_s);
+}
+
+void tst_ToolGeneral::Output_fullDevice()
+{
+    if (!QFile::exists(u"/dev/full"_s))
+        QSKIP("this system has no device that is always full");
+    const QString complaint = u"! qvutil: standard output: No space left on device\n=> 2\n"_s;
+    QCOMPARE(mTool->RunShell(u"$TOOL hash --text x > /dev/full"_s).ToText(), complaint);
+    QCOMPARE(mTool->RunShell(u"$TOOL --help > /dev/full"_s).ToText(), complaint);
+    QCOMPARE(mTool->RunShell(u"$TOOL --version > /dev/full"_s).ToText(), complaint);
+    // More than fits into a buffer.
+    QCOMPARE(mTool
+                 ->RunShell(u"i=0; while [ $i -lt 3000 ]; do set -- \"$@\" --text x; i=$((i+1)); done; "
+                            "$TOOL hash \"$@\" > /dev/full"_s)
+                 .ToText(),
+             complaint);
+}
+
+void tst_ToolGeneral::Output_closedPipe()
+{
+    // More than a pipe holds, so that the tool is still writing when the reader goes.
+    QVERIFY(mTool->Write(u"a.xml"_s, "<a>" + QByteArray("<b c='1'/>").repeated(50000) + "</a>"));
+    const QString pipe = u"%1; echo $? > code; } | head -n 1"_s;
+    // 141 is what a shell shows of a process that a closed pipe has ended.
+    QCOMPARE(mTool->RunShell(pipe.arg(u"{ $TOOL xml list a.xml"_s)).ToText(), u"a\n=> 0\n"_s);
+    QCOMPARE(mTool->Read(u"code"_s), QByteArray("141\n"));
+    QCOMPARE(mTool->RunShell(pipe.arg(u"trap '' PIPE; { $TOOL xml list a.xml"_s)).ToText(), u"a\n=> 0\n"_s);
+    QCOMPARE(mTool->Read(u"code"_s), QByteArray("2\n"));
+}
+
+void tst_ToolGeneral::Terminal_escapes()
+{
+    QVERIFY(mTool->Write(u"a.xml"_s, "<a b='x&#x9b;31m&#x202e;y\tz&#10;'/>"));
+    const QStringList arguments{u"xml"_s, u"get"_s, u"a.xml"_s, u"/"_s, u"b"_s};
+    QCOMPARE(Run(arguments), u"x\u009b31m\u202ey z\n\n=> 0\n"_s);
+    QCOMPARE(mTool->RunOnTerminal(arguments).ToText(), u"x\\u009b31m\\u202ey z\r\n\r\n=> 0\n"_s);
+    QCOMPARE(mTool->RunOnTerminal({u"xml"_s, u"list"_s, u"a.xml"_s}).ToText(),
+             u"a b=\"x\\u009b31m\\u202ey z\\n\"\r\n=> 0\n"_s);
+}
+
+void tst_ToolGeneral::Terminal_bytes()
+{
+    QVERIFY(mTool->Write(u"a.xml"_s, "<a><b>AP8=</b><c>eA==</c></a>"));
+    QCOMPARE(
+        mTool->RunOnTerminal({u"xml"_s, u"get"_s, u"a.xml"_s, u"b"_s, u"-t"_s, u"buffer"_s}).ToText(),
+        u"qvutil: standard output: bytes are not printed to a terminal; use --json, or a file\r\n=> 2\n"_s);
+    QCOMPARE(mTool->RunOnTerminal({u"xml"_s, u"get"_s, u"a.xml"_s, u"c"_s, u"-t"_s, u"buffer"_s}).Output,
+             QByteArray("x"));
+}
+
+void tst_ToolGeneral::Terminal_progress()
+{
+    // Takes some seconds to read; holds no bytes on disk.
+    QFile file(mTool->Path(u"large"_s));
+    QVERIFY(file.open(QIODevice::WriteOnly));
+    QVERIFY(file.resize(qint64{1} << 29));
+    const ToolResult result = mTool->RunOnTerminal({u"hash"_s, u"large"_s});
+    QCOMPARE(result.ExitCode, 0);
+    const QList<QByteArray> pieces = result.Output.split('\r');
+    QVERIFY(pieces.size() >= 4);
+    // Each bar clears the line before it and fits into it; the last thing to be seen is the result.
+    for (const QByteArray& piece : pieces.sliced(1, pieces.size() - 3)) {
+        QVERIFY2(piece.startsWith("\x1b[K[........................]   0 %  large, 512.0 MB, "),
+                 piece.constData());
+        QVERIFY(piece.size() < 80 + 3);
+    }
+    QCOMPARE(pieces.at(pieces.size() - 2),
+             QByteArray("\x1b[K"
+                        "aa559b4e3523a6c931f08f4df52d58f2  large"));
+    QCOMPARE(pieces.back(), QByteArray("\n"));
+}
+
+void tst_ToolGeneral::Terminal_noProgressElsewhere()
+{
+    QFile file(mTool->Path(u"large"_s));
+    QVERIFY(file.open(QIODevice::WriteOnly));
+    QVERIFY(file.resize(qint64{1} << 28));
+    QCOMPARE(Run({u"hash"_s, u"large"_s}), u"1f5039e50bd66b290c56684d8550c6c2  large\n=> 0\n"_s);
+}
+
+void tst_ToolGeneral::Locale_C()
+{
+    QVERIFY(mTool->Write(u"\u00fc.xml"_s, "<\u00e4/>"));
+    QCOMPARE(mTool->RunShell(u"LC_ALL=C $TOOL xml list \u00fc.xml"_s).ToText(), u"\u00e4\n=> 0\n"_s);
+}
+
+void tst_ToolGeneral::Memory_exhausted()
+{
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+    QSKIP("sanitizers need the address space themselves");
+#endif
+    QFile file(mTool->Path(u"huge.xml"_s));
+    QVERIFY(file.open(QIODevice::WriteOnly));
+    QVERIFY(file.resize(qint64{900} << 20));
+    file.close();
+    QCOMPARE(mTool->RunShell(u"ulimit -v 700000; $TOOL xml list huge.xml"_s).ToText(),
+             u"! qvutil: not enough memory\n=> 2\n"_s);
+    QVERIFY(QFile::resize(mTool->Path(u"huge.xml"_s), (qint64{1} << 30) + 1));
+    QCOMPARE(Run({u"xml"_s, u"list"_s, u"huge.xml"_s}),
+             u"! qvutil: huge.xml: larger than 1 GiB, which is more than the tool reads\n=> 2\n"_s);
+}
+
+void tst_ToolGeneral::Manual_namesEverything()
+{
+    const ToolResult result
+        = mTool->Run({u"manual"_s, QStringLiteral(QVUTIL_SOURCE_DIR "/docs/man/qvutil.1.in")});
+    QCOMPARE(result.ExitCode, 0);
+    const QString page = QString::fromUtf8(result.Output);
+    QVERIFY(page.contains(u".SH NAME\n"_s) && page.contains(u".SH EXIT STATUS\n"_s));
+    QVERIFY(!page.contains(QRegularExpression(u"@[A-Z]+@"_s)));
+    for (const Command& command : Commands()) {
+        if (!Section(command.Help, u"Commands"_s).isEmpty())
+            continue;
+        const QString title = u"\n.SS qvutil "_s + command.Path.join(u' ');
+        const qsizetype start = page.indexOf(title);
+        QVERIFY2(start >= 0, qPrintable(title));
+        const QString section = page.sliced(start, page.indexOf(u"\n.S"_s, start + title.size()) - start);
+        for (const QString& name : OptionNames(command.Help)) {
+            QVERIFY2(section.contains(u"\\fB"_s + QString(name).replace(u'-', u"\\-"_s) + u"\\fR"_s),
+                     qPrintable(title + u' ' + name));
+        }
+    }
+}
+
+void tst_ToolGeneral::Manual_badFrame()
+{
+    QCOMPARE(Run({u"manual"_s, u"none"_s}), u"! qvutil: none: No such file or directory\n=> 2\n"_s);
+    QCOMPARE(Run({u"manual"_s, u"-"_s}, "a @VERSION@ b"),
+             u"a "_s + QString::fromUtf8(mTool->Run({u"--version"_s}).Output).trimmed().sliced(7)
+                 + u" b(no line break)\n=> 0\n"_s);
+}
+
+void tst_ToolGeneral::Completion_namesEverything_data()
+{
+    QTest::addColumn<QString>("shell");
+    QTest::addColumn<QString>("option"); // how the script writes a long option
+    for (const char* shell : {"bash", "zsh"})
+        QTest::newRow(shell) << QString::fromLatin1(shell) << u"%1"_s;
+    QTest::newRow("fish") << u"fish"_s << u"-l %1 "_s;
+}
+
+void tst_ToolGeneral::Completion_namesEverything()
+{
+    QFETCH(const QString, shell);
+    QFETCH(const QString, option);
+
+    const ToolResult result = mTool->Run({u"completion"_s, shell});
+    QCOMPARE(result.ExitCode, 0);
+    const QStringList lines = QString::fromUtf8(result.Output).split(u'\n');
+    const QString script = QString::fromUtf8(result.Output);
+    for (const Command& command : Commands()) {
+        const QString name = command.Path.join(u' ');
+        QVERIFY2(script.contains(name), qPrintable(name));
+        for (const QString& optionName : OptionNames(command.Help)) {
+            if (!optionName.startsWith(u"--"_s))
+                continue;
+            const QString bare = shell == u"fish"_s ? optionName.sliced(2) : optionName;
+            QVERIFY2(script.contains(option.arg(bare)), qPrintable(name + u' ' + optionName));
+        }
+    }
+    if (QStandardPaths::findExecutable(shell).isEmpty())
+        return; // its syntax can be checked by itself alone
+    QVERIFY(mTool->Write(u"script"_s, result.Output));
+    QCOMPARE(mTool->RunShell(shell + u" -n script"_s).ToText(), u"=> 0\n"_s);
+}
+
+void tst_ToolGeneral::Completion_inBash_data()
+{
+    QTest::addColumn<QString>("words");
+    QTest::addColumn<QString>("expected");
+
+    QTest::newRow("group") << u"qvutil setti"_s << u"settings"_s;
+    QTest::newRow("command") << u"qvutil xml li"_s << u"list"_s;
+    QTest::newRow("all commands") << u"qvutil xml ''"_s << u"get set list cat"_s;
+    QTest::newRow("option") << u"qvutil xml get a.xml --ty"_s << u"--type"_s;
+    QTest::newRow("options of the tool") << u"qvutil --"_s << u"--help --version"_s;
+    QTest::newRow("files are left to bash") << u"qvutil xml get ''"_s << u""_s;
+    QTest::newRow("name of a command as an argument") << u"qvutil xml get list --inn"_s << u""_s;
+}
+
+void tst_ToolGeneral::Completion_inBash()
+{
+    QFETCH(const QString, words);
+    QFETCH(const QString, expected);
+
+    if (QStandardPaths::findExecutable(u"bash"_s).isEmpty())
+        QSKIP("there is no bash");
+    QVERIFY(mTool->Write(u"script"_s, mTool->Run({u"completion"_s, u"bash"_s}).Output));
+    QVERIFY(mTool->Write(u"try"_s,
+                         u"source ./script; COMP_WORDS=(%1); COMP_CWORD=$((${#COMP_WORDS[@]} - 1)); "
+                         "_qvutil; echo \"${COMPREPLY[*]}\"\n"_s.arg(words)
+                             .toUtf8()));
+    QCOMPARE(mTool->RunShell(u"bash try"_s).ToText(), expected + u"\n=> 0\n"_s);
+}
+
+void tst_ToolGeneral::Completion_unknownShell()
+{
+    QCOMPARE(Run({u"completion"_s, u"ksh"_s}),
+             u"! qvutil: there is no completion for 'ksh'; shells are bash, zsh and fish\n"
+             "! Try 'qvutil completion --help'.\n=> 2\n"_s);
+}
+
+void tst_ToolGeneral::Hash_data()
+{
+    QTest::addColumn<QStringList>("arguments");
+    QTest::addColumn<QString>("expected");
+
+    QTest::newRow("file") << QStringList{u"abc"_s} << u"900150983cd24fb0d6963f7d28e17f72  abc\n=> 0\n"_s;
+    QTest::newRow("empty file") << QStringList{u"empty"_s}
+                                << u"d41d8cd98f00b204e9800998ecf8427e  empty\n=> 0\n"_s;
+    QTest::newRow("several, some bad")
+        << QStringList{u"none"_s, u"abc"_s, u"."_s, u""_s, u"empty"_s}
+        << u"900150983cd24fb0d6963f7d28e17f72  abc\nd41d8cd98f00b204e9800998ecf8427e  empty\n"
+           "! qvutil: none: No such file or directory\n! qvutil: .: is a folder\n"
+           "! qvutil: \"\": an empty file name\n=> 2\n"_s;
+    QTest::newRow("name in brackets")
+        << QStringList{u"[a,b]"_s} << u"900150983cd24fb0d6963f7d28e17f72  [a,b]\n=> 0\n"_s;
+    QTest::newRow("name with a line break")
+        << QStringList{u"a\nb"_s} << u"900150983cd24fb0d6963f7d28e17f72  a\\nb\n=> 0\n"_s;
+    QTest::newRow("name like an option")
+        << QStringList{u"--"_s, u"-x"_s} << u"900150983cd24fb0d6963f7d28e17f72  -x\n=> 0\n"_s;
+    QTest::newRow("text") << QStringList{u"--text"_s, u"abc"_s}
+                          << u"900150983cd24fb0d6963f7d28e17f72  abc\n=> 0\n"_s;
+    QTest::newRow("empty text") << QStringList{u"--text"_s, u""_s}
+                                << u"d41d8cd98f00b204e9800998ecf8427e  \n=> 0\n"_s;
+    QTest::newRow("texts in brackets and a file")
+        << QStringList{u"--text"_s, u"[a,b]"_s, u"abc"_s, u"--text"_s, u"\u00e4"_s}
+        << u"2c3d331bc98b44e71cb2aae9edadca7e  [a,b]\n8419b71c87a225a2c70b50486fbee545  \u00e4\n"
+           "900150983cd24fb0d6963f7d28e17f72  abc\n=> 0\n"_s;
+}
+
+void tst_ToolGeneral::Hash()
+{
+    QFETCH(const QStringList, arguments);
+    QFETCH(const QString, expected);
+
+    QVERIFY(mTool->Write(u"empty"_s, ""));
+    for (const QString& name : {u"abc"_s, u"[a,b]"_s, u"a\nb"_s, u"-x"_s})
+        QVERIFY(mTool->Write(name, "abc"));
+    QCOMPARE(Run(QStringList(u"hash"_s) + arguments), expected);
+}
+
+void tst_ToolGeneral::Hash_json()
+{
+    QVERIFY(mTool->Write(u"abc"_s, "abc"));
+    const ToolResult result
+        = mTool->Run({u"hash"_s, u"abc"_s, u"none"_s, u"--text"_s, u"abc"_s, u"--json"_s});
+    QCOMPARE(result.ExitCode, 2);
+    const QString digest = u"900150983cd24fb0d6963f7d28e17f72"_s;
+    QCOMPARE(QJsonDocument::fromJson(result.Output).array(),
+             (QJsonArray{QJsonObject{{u"text"_s, u"abc"_s}, {u"md5"_s, digest}},
+                         QJsonObject{{u"file"_s, u"abc"_s}, {u"md5"_s, digest}}}));
+}
+
+void tst_ToolGeneral::Hash_input()
+{
+    QCOMPARE(Run({u"hash"_s, u"-"_s}, "abc"), u"900150983cd24fb0d6963f7d28e17f72  -\n=> 0\n"_s);
+    QCOMPARE(mTool->RunShell(u"mkfifo pipe; printf abc > pipe & $TOOL hash pipe"_s).ToText(),
+             u"900150983cd24fb0d6963f7d28e17f72  pipe\n=> 0\n"_s);
+}
+
+void tst_ToolGeneral::Hash_largeFile()
+{
+    QByteArray content;
+    for (int i = 0; i < 100000; ++i)
+        content += QByteArray::number(i);
+    QVERIFY(mTool->Write(u"large"_s, content));
+    const QString digest
+        = QString::fromLatin1(QCryptographicHash::hash(content, QCryptographicHash::Md5).toHex());
+    QCOMPARE(Run({u"hash"_s, u"large"_s}), digest + u"  large\n=> 0\n"_s);
+    QCOMPARE(Run({u"hash"_s, u"-"_s}, content), digest + u"  -\n=> 0\n"_s);
+}
+
+QTEST_GUILESS_MAIN(tst_ToolGeneral)
+#include "tst_ToolGeneral.moc"

@@ -1,0 +1,161 @@
+// SPDX-FileCopyrightText: 2026 The QvUtil developers
+// SPDX-License-Identifier: MIT
+
+#include "support/TestSupport.h"
+#include "support/ToolRunner.h"
+
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QtTest>
+
+#include <optional>
+
+using namespace Qt::StringLiterals;
+using TestSupport::EnvironmentGuard;
+using TestSupport::ToolResult;
+using TestSupport::ToolRunner;
+
+class tst_ToolLocale : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void init();
+    void cleanup();
+    void Run_data();
+    void Run();
+    void Show_json();
+    void Find_json();
+    void List();
+    void List_json();
+    void Current_data();
+    void Current();
+
+private:
+    std::optional<ToolRunner> mTool;
+};
+
+void tst_ToolLocale::init()
+{
+    TestSupport::FailOnAnyMessage();
+    mTool.emplace();
+}
+
+void tst_ToolLocale::cleanup()
+{
+    if (QTest::currentTestFailed())
+        mTool->KeepFolder();
+    mTool.reset();
+}
+
+void tst_ToolLocale::Run_data()
+{
+    QTest::addColumn<QStringList>("arguments");
+    QTest::addColumn<QString>("expected");
+
+    const auto row = [](const char* circumstance, const QStringList& arguments, const QString& expected) {
+        QTest::newRow(circumstance) << arguments << expected;
+    };
+    const QString britain = u"en-GB      eng 0x0809 English (Kingdom)\n"_s;
+    row("show by name", {u"show"_s, u"en-GB"_s}, britain + u"=> 0\n"_s);
+    row("show in any case", {u"show"_s, u"EN-gb"_s}, britain + u"=> 0\n"_s);
+    row("show by hexadecimal identifier", {u"show"_s, u"0x0809"_s}, britain + u"=> 0\n"_s);
+    row("show by decimal identifier", {u"show"_s, u"2057"_s}, britain + u"=> 0\n"_s);
+    row("show in the order asked", {u"show"_s, u"zh-CHT"_s, u"en-GB"_s},
+        u"zh-CHT     cht 0x7c04 Chinese (Traditional)\n"_s + britain + u"=> 0\n"_s);
+    row("show two-letter name", {u"show"_s, u"cy-GB"_s}, u"cy-GB      cy  0x0452 Welsh\n=> 0\n"_s);
+    row("show unknown name", {u"show"_s, u"xx"_s}, u"! qvutil: xx: there is no such locale\n=> 1\n"_s);
+    row("show unknown identifier", {u"show"_s, u"0x9999"_s},
+        u"! qvutil: 0x9999: there is no such locale\n=> 1\n"_s);
+    row("show identifier too large", {u"show"_s, u"0x100000809"_s},
+        u"! qvutil: 0x100000809: there is no such locale\n=> 1\n"_s);
+    row("show a known one beside an unknown one", {u"show"_s, u"xx"_s, u"en-GB"_s},
+        britain + u"! qvutil: xx: there is no such locale\n=> 1\n"_s);
+    row("find by region", {u"find"_s, u"CANADA"_s},
+        u"en-CA      eng 0x1009 English (Canada)\nfr-CA      fra 0x0c0c French (Canada)\n"
+        "iu-Latn-CA iu  0x085d Inuktitut (Latin,Canada)\n=> 0\n"_s);
+    row("find by two texts", {u"find"_s, u"canada"_s, u"fr"_s},
+        u"fr-CA      fra 0x0c0c French (Canada)\n=> 0\n"_s);
+    row("find by identifier", {u"find"_s, u"0c0c"_s}, u"fr-CA      fra 0x0c0c French (Canada)\n=> 0\n"_s);
+    row("find by three-letter name", {u"find"_s, u"csy"_s, u"-"_s},
+        u"cs-CZ      csy 0x0405 Czech (Republic)\n=> 0\n"_s);
+    row("find nothing", {u"find"_s, u"atlantis"_s}, u"=> 1\n"_s);
+}
+
+void tst_ToolLocale::Run()
+{
+    QFETCH(const QStringList, arguments);
+    QFETCH(const QString, expected);
+
+    QCOMPARE(mTool->Run(QStringList{u"locale"_s} + arguments).ToText(), expected);
+}
+
+void tst_ToolLocale::Show_json()
+{
+    const ToolResult result = mTool->Run({u"locale"_s, u"show"_s, u"nb-NO"_s, u"--json"_s});
+    const QJsonArray expected{QJsonObject{{u"name"_s, u"nb-NO"_s},
+                                          {u"threeLetterName"_s, u"nob"_s},
+                                          {u"lcid"_s, 0x0414},
+                                          {u"displayName"_s, u"Norwegian, Bokml (Norway)"_s}}};
+    QCOMPARE(QJsonDocument::fromJson(result.Output).array(), expected);
+    QCOMPARE(result.ExitCode, 0);
+}
+
+void tst_ToolLocale::Find_json()
+{
+    const ToolResult result = mTool->Run({u"locale"_s, u"find"_s, u"atlantis"_s, u"--json"_s});
+    QCOMPARE(result.Output, QByteArray("[\n]\n"));
+    QCOMPARE(result.ExitCode, 1);
+}
+
+void tst_ToolLocale::List()
+{
+    const ToolResult result = mTool->Run({u"locale"_s, u"list"_s});
+    QCOMPARE(result.ExitCode, 0);
+    QCOMPARE(result.Output.count('\n'), 234);
+    QVERIFY(result.Output.startsWith("af         afr 0x0036 Afrikaans\n"));
+    QVERIFY(result.Output.endsWith("\nzu-ZA      zu  0x0435 Zulu\n"));
+}
+
+void tst_ToolLocale::List_json()
+{
+    const ToolResult result = mTool->Run({u"locale"_s, u"list"_s, u"--json"_s});
+    QCOMPARE(QJsonDocument::fromJson(result.Output).array().size(), 234);
+    QCOMPARE(result.ExitCode, 0);
+}
+
+void tst_ToolLocale::Current_data()
+{
+    QTest::addColumn<QByteArray>("variable");
+    QTest::addColumn<QStringList>("options");
+    QTest::addColumn<QString>("expected");
+
+    QTest::newRow("known") << QByteArray("en_GB.UTF-8") << QStringList() << u"en-GB 0x0809\n=> 0\n"_s;
+    QTest::newRow("unknown")
+        << QByteArray("zh-Hans_CN.UTF-8") << QStringList()
+        << u"en-US 0x0409\nThe system's locale, \"zh-Hans_CN\", is not in the table.\n=> 1\n"_s;
+    QTest::newRow("known, for programs")
+        << QByteArray("de_AT") << QStringList{u"--json"_s}
+        << u"{\n    \"identifier\": \"de_AT\",\n    \"known\": true,\n    \"lcid\": 3079,\n"
+           "    \"name\": \"de-AT\"\n}\n=> 0\n"_s;
+}
+
+void tst_ToolLocale::Current()
+{
+    QFETCH(const QByteArray, variable);
+    QFETCH(const QStringList, options);
+    QFETCH(const QString, expected);
+#ifndef Q_OS_LINUX
+    QSKIP("The user's locale cannot be chosen here.");
+#endif
+
+    const EnvironmentGuard guard("LC_ALL", variable);
+    const EnvironmentGuard encoding("LC_CTYPE");
+
+    QCOMPARE(mTool->Run(QStringList{u"locale"_s, u"current"_s} + options).ToText(), expected);
+}
+
+QTEST_GUILESS_MAIN(tst_ToolLocale)
+
+#include "tst_ToolLocale.moc"

@@ -1,0 +1,641 @@
+// SPDX-FileCopyrightText: 2026 The QvUtil developers
+// SPDX-License-Identifier: MIT
+
+#include "support/TestSupport.h"
+#include "support/ToolRunner.h"
+
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QRegularExpression>
+#include <QtTest>
+
+#include <optional>
+
+#include <unistd.h>
+
+using namespace Qt::StringLiterals;
+using TestSupport::ToolResult;
+using TestSupport::ToolRunner;
+
+namespace {
+
+constexpr const char* kDocument = R"xml(<?xml version="1.0" encoding="UTF-8"?>
+<!-- kept by hand -->
+<App version="3">
+    <Panel>
+        <Main Width="640" Height="-48" Ratio="0.1" Visible="TRUE" Odd="abc" Empty="" Title="tr(Main)"/>
+    </Panel>
+    <Notes>Call back&#10;tomorrow</Notes>
+    <Icon><![CDATA[AAEC/w==]]></Icon>
+    <List><Item a="1"/><Item a="2"/></List>
+</App>
+)xml";
+
+// What the parser says of an error is its own, and differs between versions of Qt: a complaint that ends in a
+// blank is compared up to there.
+QString WithoutParsersWords(const QString& result, const QString& complaint)
+{
+    const qsizetype at = result.indexOf(complaint);
+    if (!complaint.endsWith(u' ') || at < 0)
+        return result;
+    return result.left(at + complaint.size()) + result.sliced(result.indexOf(u'\n', at));
+}
+
+} // namespace
+
+class tst_ToolXml : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void init();
+    void cleanup();
+    void Get_data();
+    void Get();
+    void Get_type_data();
+    void Get_type();
+    void Get_bytes();
+    void Get_json();
+    void Get_translated();
+    void Get_badFile_data();
+    void Get_badFile();
+    void Get_fromInput();
+    void Set_type_data();
+    void Set_type();
+    void Set_refused_data();
+    void Set_refused();
+    void Set_badFileIsKept_data();
+    void Set_badFileIsKept();
+    void Set_keepsTheRest();
+    void Set_createsPath();
+    void Set_newElement();
+    void Set_fromFile();
+    void Set_throughPipe();
+    void Set_newFile();
+    void Set_followsLink();
+    void Set_readOnlyFolder();
+    void Set_diskFull();
+    void List_data();
+    void List();
+    void List_json();
+    void List_deepest();
+    void Cat_data();
+    void Cat();
+    void Cat_json();
+
+private:
+    [[nodiscard]] QString Run(const QStringList& arguments, const QByteArray& input = {}) const
+    {
+        return mTool->Run(arguments, input).ToText();
+    }
+    [[nodiscard]] QJsonObject RunJson(const QStringList& arguments) const
+    {
+        return QJsonDocument::fromJson(mTool->Run(arguments).Output).object();
+    }
+
+    std::optional<ToolRunner> mTool;
+};
+
+void tst_ToolXml::init()
+{
+    QTest::failOnWarning(QRegularExpression(u".*"_s));
+    mTool.emplace();
+    QVERIFY(mTool->Write(u"app.xml"_s, kDocument));
+}
+
+void tst_ToolXml::cleanup()
+{
+    if (QTest::currentTestFailed())
+        mTool->KeepFolder();
+    mTool.reset();
+}
+
+void tst_ToolXml::Get_data()
+{
+    QTest::addColumn<QStringList>("arguments");
+    QTest::addColumn<QString>("expected");
+
+    QTest::newRow("attribute") << QStringList{u"Panel/Main"_s, u"Width"_s} << u"640\n=> 0\n"_s;
+    QTest::newRow("from the root") << QStringList{u"/App/Panel/Main"_s, u"Width"_s} << u"640\n=> 0\n"_s;
+    QTest::newRow("of the root") << QStringList{u"/"_s, u"version"_s} << u"3\n=> 0\n"_s;
+    QTest::newRow("blank path") << QStringList{u""_s, u"version"_s} << u"3\n=> 0\n"_s;
+    QTest::newRow("first of equal names") << QStringList{u"List/Item"_s, u"a"_s} << u"1\n=> 0\n"_s;
+    QTest::newRow("text without a name") << QStringList{u"Notes"_s} << u"Call back\ntomorrow\n=> 0\n"_s;
+    QTest::newRow("mark is shown as it is")
+        << QStringList{u"Panel/Main"_s, u"Title"_s} << u"tr(Main)\n=> 0\n"_s;
+    QTest::newRow("no element") << QStringList{u"Panel/None"_s, u"Width"_s}
+                                << u"! qvutil: app.xml: there is no element Panel/None\n=> 1\n"_s;
+    QTest::newRow("no attribute") << QStringList{u"Panel/Main"_s, u"None"_s}
+                                  << u"! qvutil: app.xml: /App/Panel/Main has no attribute None\n=> 1\n"_s;
+    QTest::newRow("empty attribute") << QStringList{u"Panel/Main"_s, u"Empty"_s}
+                                     << u"! qvutil: app.xml: /App/Panel/Main Empty is empty\n=> 1\n"_s;
+    QTest::newRow("no text") << QStringList{u"List"_s}
+                             << u"! qvutil: app.xml: /App/List has no text\n=> 1\n"_s;
+    QTest::newRow("no bytes") << QStringList{u"List"_s, u"-t"_s, u"buffer"_s}
+                              << u"! qvutil: app.xml: /App/List has no bytes\n=> 1\n"_s;
+    QTest::newRow("default not needed")
+        << QStringList{u"Panel/Main"_s, u"Width"_s, u"-d"_s, u"5"_s} << u"640\n=> 0\n"_s;
+    QTest::newRow("default") << QStringList{u"Panel/Main"_s, u"None"_s, u"--default"_s, u"5"_s}
+                             << u"5\n=> 0\n"_s;
+    QTest::newRow("empty default") << QStringList{u"Panel/Main"_s, u"None"_s, u"-d"_s, u""_s}
+                                   << u"\n=> 0\n"_s;
+    QTest::newRow("default in the type's form")
+        << QStringList{u"Panel/Main"_s, u"None"_s, u"-t"_s, u"bool"_s, u"-d"_s, u"true"_s}
+        << u"True\n=> 0\n"_s;
+    QTest::newRow("default of another type")
+        << QStringList{u"Panel/Main"_s, u"None"_s, u"-t"_s, u"int"_s, u"-d"_s, u"x"_s}
+        << u"! qvutil: \"x\" is no value of the type int\n! Try 'qvutil xml get --help'.\n=> 2\n"_s;
+    QTest::newRow("unknown type")
+        << QStringList{u"Panel/Main"_s, u"Width"_s, u"-t"_s, u"number"_s}
+        << u"! qvutil: there is no type 'number'; types are string, int, uint, long, ulong, int64, double, "
+           "bool, date, rect, size, text, buffer\n! Try 'qvutil xml get --help'.\n=> 2\n"_s;
+    QTest::newRow("number without a name")
+        << QStringList{u"Panel/Main"_s, u"-t"_s, u"int"_s}
+        << u"! qvutil: NAME is required for a value of the type int\n! Try 'qvutil xml get --help'.\n=> 2\n"_s;
+    QTest::newRow("text with a name")
+        << QStringList{u"Notes"_s, u"a"_s, u"-t"_s, u"text"_s}
+        << u"! qvutil: a value of the type text is the content of an element and has no NAME\n"
+           "! Try 'qvutil xml get --help'.\n=> 2\n"_s;
+    QTest::newRow("path that is a command's name")
+        << QStringList{u"get"_s, u"list"_s} << u"! qvutil: app.xml: there is no element get\n=> 1\n"_s;
+    QTest::newRow("path missing") << QStringList{}
+                                  << u"! qvutil: PATH is required\n! Try 'qvutil xml get --help'.\n=> 2\n"_s;
+    QTest::newRow("too many") << QStringList{
+        u"a"_s, u"b"_s,
+        u"c"_s} << u"! qvutil: unexpected argument 'c'\n! Try 'qvutil xml get --help'.\n=> 2\n"_s;
+}
+
+void tst_ToolXml::Get()
+{
+    QFETCH(const QStringList, arguments);
+    QFETCH(const QString, expected);
+
+    QCOMPARE(Run(QStringList{u"xml"_s, u"get"_s, u"app.xml"_s} + arguments), expected);
+}
+
+void tst_ToolXml::Get_type_data()
+{
+    QTest::addColumn<QString>("type");
+    QTest::addColumn<QString>("stored");
+    QTest::addColumn<QString>("plain"); // null if it is no value of the type
+    QTest::addColumn<QString>("json");
+
+    const auto row = [](const char* name, const char* type, const char* stored, const char* plain,
+                        const char* json = "null") {
+        QTest::newRow(name) << QString::fromUtf8(type) << QString::fromUtf8(stored)
+                            << QString::fromUtf8(plain) << QString::fromUtf8(json);
+    };
+    row("int", "int", "-48", "-48", "-48");
+    row("int's default", "int", "0", "0", "0");
+    row("int's other default", "int", "1", "1", "1");
+    row("int, smallest", "int", "-2147483648", "-2147483648", "-2147483648");
+    row("int out of range", "int", "2147483648", nullptr);
+    row("int of letters", "int", "12abc", nullptr);
+    row("uint, largest", "uint", "4294967295", "4294967295", "4294967295");
+    row("uint below zero", "uint", "-1", nullptr);
+    row("long, largest", "long", "9223372036854775807", "9223372036854775807", "9223372036854775807");
+    row("ulong, largest", "ulong", "18446744073709551615", "18446744073709551615",
+        "\"18446744073709551615\"");
+    row("int64, smallest", "int64", "-9223372036854775808", "-9223372036854775808", "-9223372036854775808");
+    row("int64 out of range", "int64", "9223372036854775808", nullptr);
+    row("double", "double", "0.10000000000000001", "0.1", "0.1");
+    row("double, no number", "double", "nan", "nan", "\"nan\"");
+    row("double of letters", "double", "1.5x", nullptr);
+    row("bool in capitals", "bool", "TRUE", "True", "true");
+    row("bool by number", "bool", "7", "True", "true");
+    row("bool by zero", "bool", "0", "False", "false");
+    row("bool by word", "bool", "yes", nullptr);
+    row("date", "date", "2026-11-21T04:30:00Z", "2026-11-21T04:30:00Z", "\"2026-11-21T04:30:00Z\"");
+    row("date's offset does not count", "date", "2026-11-21T04:30:00+02:00", "2026-11-21T04:30:00Z",
+        "\"2026-11-21T04:30:00Z\"");
+    row("date of letters", "date", "today", nullptr);
+    row("rect", "rect", "1,2,30,40", "1,2,30,40", R"({"x":1,"y":2,"width":30,"height":40})");
+    row("rect with a letter", "rect", "a,2,30,40", "0,2,30,40", R"({"x":0,"y":2,"width":30,"height":40})");
+    row("rect of three", "rect", "1,2,3", nullptr);
+    row("size", "size", "30,-1", "30,-1", R"({"width":30,"height":-1})");
+    row("size of three", "size", "1,2,3", nullptr);
+    row("string", "string", "ä, \"ö\" <ü>", "ä, \"ö\" <ü>", R"("ä, \"ö\" <ü>")");
+}
+
+void tst_ToolXml::Get_type()
+{
+    QFETCH(const QString, type);
+    QFETCH(const QString, stored);
+    QFETCH(const QString, plain);
+    QFETCH(const QString, json);
+
+    QVERIFY(mTool->Write(u"v.xml"_s, u"<R a=\"%1\"/>"_s.arg(stored.toHtmlEscaped()).toUtf8()));
+    const QStringList arguments{u"xml"_s, u"get"_s, u"v.xml"_s, u"/"_s, u"a"_s, u"--type"_s, type};
+    const QString expected = plain.isNull()
+        ? u"! qvutil: v.xml: /R a=\"%1\" is no value of the type %2\n=> 1\n"_s.arg(stored, type)
+        : plain + u"\n=> 0\n"_s;
+    QCOMPARE(Run(arguments), expected);
+
+    const QJsonObject object = RunJson(arguments + QStringList(u"--json"_s));
+    QCOMPARE(object.value("value"_L1), QJsonDocument::fromJson("[" + json.toUtf8() + "]").array().first());
+    QCOMPARE(object.value("type"_L1).toString(), type);
+}
+
+void tst_ToolXml::Get_bytes()
+{
+    const ToolResult result = mTool->Run({u"xml"_s, u"get"_s, u"app.xml"_s, u"Icon"_s, u"-t"_s, u"buffer"_s});
+    QCOMPARE(result.Output, QByteArray("\x00\x01\x02\xff", 4));
+    QCOMPARE(result.Errors, QByteArray());
+    QCOMPARE(result.ExitCode, 0);
+}
+
+void tst_ToolXml::Get_json()
+{
+    QCOMPARE(RunJson({u"xml"_s, u"get"_s, u"app.xml"_s, u"Notes"_s, u"--json"_s}),
+             (QJsonObject{{u"path"_s, u"/App/Notes"_s},
+                          {u"type"_s, u"text"_s},
+                          {u"value"_s, u"Call back\ntomorrow"_s}}));
+    QCOMPARE(
+        RunJson({u"xml"_s, u"get"_s, u"app.xml"_s, u"Icon"_s, u"-t"_s, u"buffer"_s, u"--json"_s}),
+        (QJsonObject{{u"path"_s, u"/App/Icon"_s}, {u"type"_s, u"buffer"_s}, {u"value"_s, u"AAEC/w=="_s}}));
+    QCOMPARE(RunJson({u"xml"_s, u"get"_s, u"app.xml"_s, u"Panel"_s, u"x"_s, u"--json"_s}),
+             (QJsonObject{{u"path"_s, u"/App/Panel"_s},
+                          {u"name"_s, u"x"_s},
+                          {u"type"_s, u"string"_s},
+                          {u"value"_s, QJsonValue::Null}}));
+}
+
+void tst_ToolXml::Get_translated()
+{
+    const QString id = QString::fromLatin1(mTool->Run({u"hash"_s, u"--text"_s, u"Main"_s}).Output.left(32));
+    QVERIFY(mTool->Write(
+        u"de.xlf"_s,
+        u"<xliff version=\"1.2\"><file original=\"app.xml\"><body><trans-unit id=\"%1\">"
+        "<source>Main</source><target>Haupt</target></trans-unit></body></file></xliff>"_s.arg(id)
+            .toUtf8()));
+    const QStringList arguments{u"xml"_s,        u"get"_s,   u"app.xml"_s,
+                                u"Panel/Main"_s, u"Title"_s, u"--translations"_s};
+    QCOMPARE(Run(arguments + QStringList(u"de.xlf"_s)), u"Haupt\n=> 0\n"_s);
+    QCOMPARE(Run(arguments + QStringList(u"none.xlf"_s)),
+             u"! qvutil: none.xlf: No such file or directory\n=> 2\n"_s);
+}
+
+void tst_ToolXml::Get_badFile_data()
+{
+    QTest::addColumn<QByteArray>("content");
+    QTest::addColumn<QString>("complaint");
+
+    QTest::newRow("empty") << QByteArray() << u":1:1: the file is empty"_s;
+    QTest::newRow("torn") << QByteArray("<a>\n  <b x=\"1\"/>\n  <c")
+                          << u":3:4: the file ends in the middle of the document"_s;
+    QTest::newRow("wrong end tag") << QByteArray("<a>\n<b></a>") << u":2:7: "_s;
+    QTest::newRow("two roots") << QByteArray("<a/>\n<b/>") << u":2:4: "_s;
+    QTest::newRow("no markup") << QByteArray("hello") << u":1:1: "_s;
+    QTest::newRow("not UTF-8") << QByteArray("<a>\n<b c=\"\xc3\xa4\xff\"/></a>")
+                               << u":2:9: a byte that is not valid UTF-8"_s;
+    QTest::newRow("binary") << QByteArray("\x7f"
+                                          "ELF\x02\x01\x01\x00\x00\xf0\xf1\xf2",
+                                          12)
+                            << u":1:10: a byte that is not valid UTF-8"_s;
+    QTest::newRow("too deep") << QByteArray("<a>").repeated(1001)
+            + QByteArray("</a>").repeated(
+                1001) << u": nested deeper, or with more text in its entities, than the library takes"_s;
+    QTest::newRow("never ending entity")
+        << QByteArray("<!DOCTYPE a [<!ENTITY e \"&e;\">]><a>&e;</a>") << u":1:38: "_s;
+}
+
+void tst_ToolXml::Get_badFile()
+{
+    QFETCH(const QByteArray, content);
+    QFETCH(const QString, complaint);
+
+    QVERIFY(mTool->Write(u"bad.xml"_s, content));
+    QCOMPARE(WithoutParsersWords(Run({u"xml"_s, u"get"_s, u"bad.xml"_s, u"a"_s, u"b"_s}), complaint),
+             u"! qvutil: bad.xml"_s + complaint + u"\n=> 2\n"_s);
+    QCOMPARE(WithoutParsersWords(Run({u"xml"_s, u"list"_s, u"-"_s}, content), complaint),
+             u"! qvutil: standard input"_s + complaint + u"\n=> 2\n"_s);
+}
+
+void tst_ToolXml::Get_fromInput()
+{
+    QCOMPARE(Run({u"xml"_s, u"get"_s, u"-"_s, u"Panel/Main"_s, u"Width"_s}, kDocument), u"640\n=> 0\n"_s);
+    QCOMPARE(
+        mTool->RunShell(u"mkfifo pipe; cat app.xml > pipe & $TOOL xml get pipe Panel/Main Width"_s).ToText(),
+        u"640\n=> 0\n"_s);
+    QCOMPARE(Run({u"xml"_s, u"get"_s, u"."_s, u"a"_s}), u"! qvutil: .: is a folder\n=> 2\n"_s);
+    QCOMPARE(Run({u"xml"_s, u"get"_s, u""_s, u"a"_s}), u"! qvutil: \"\": an empty file name\n=> 2\n"_s);
+}
+
+void tst_ToolXml::Set_type_data()
+{
+    QTest::addColumn<QString>("type");
+    QTest::addColumn<QString>("given");
+    QTest::addColumn<QString>("stored");
+
+    const auto row = [](const char* name, const char* type, const char* given, const char* stored) {
+        QTest::newRow(name) << QString::fromUtf8(type) << QString::fromUtf8(given)
+                            << QString::fromUtf8(stored);
+    };
+    row("int", "int", "-5", "-5");
+    row("uint", "uint", "4294967295", "4294967295");
+    row("long", "long", "-9223372036854775808", "-9223372036854775808");
+    row("ulong", "ulong", "18446744073709551615", "18446744073709551615");
+    row("int64", "int64", "9223372036854775807", "9223372036854775807");
+    row("double", "double", "0.1", "0.10000000000000001");
+    row("bool", "bool", "true", "True");
+    row("bool by number", "bool", "0", "False");
+    row("date in UTC", "date", "2026-11-21T04:30:00Z", "2026-11-21T04:30:00Z");
+    row("date with an offset", "date", "2026-11-21T04:30:00+05:30", "2026-11-20T23:00:00Z");
+    row("date in local time, which is UTC here", "date", "2026-11-21T04:30:00", "2026-11-21T04:30:00Z");
+    row("rect", "rect", "-1,2,30,40", "-1,2,30,40");
+    row("size", "size", "30,40", "30,40");
+    row("string", "string", "a \"b\" <c> & 'd'", "a \"b\" <c> & 'd'");
+    row("string of white space", "string", " a\n\tb\r ", " a\n\tb\r ");
+    row("string that is empty", "string", "", "");
+    row("string in brackets", "string", "[a,b]", "[a,b]");
+    row("string outside the basic plane", "string", "\xf0\x9f\x98\x80", "\xf0\x9f\x98\x80");
+}
+
+void tst_ToolXml::Set_type()
+{
+    QFETCH(const QString, type);
+    QFETCH(const QString, given);
+    QFETCH(const QString, stored);
+
+    QCOMPARE(Run({u"xml"_s, u"set"_s, u"app.xml"_s, u"New/Value"_s, u"a"_s, given, u"--type"_s, type}),
+             u"=> 0\n"_s);
+    QDomDocument document;
+    QVERIFY(document.setContent(mTool->Read(u"app.xml"_s)));
+    const QDomElement element
+        = document.documentElement().firstChildElement(u"New"_s).firstChildElement(u"Value"_s);
+    QVERIFY(element.hasAttribute(u"a"_s));
+    QCOMPARE(element.attribute(u"a"_s), stored);
+}
+
+void tst_ToolXml::Set_refused_data()
+{
+    QTest::addColumn<QStringList>("arguments");
+    QTest::addColumn<QString>("complaint");
+
+    const auto row = [](const char* name, const QStringList& arguments, const char* complaint) {
+        QTest::newRow(name) << arguments << QString::fromUtf8(complaint);
+    };
+    row("no value", {u"Panel"_s}, "VALUE is required");
+    row("too many values", {u"Panel"_s, u"a"_s, u"b"_s, u"c"_s}, "unexpected argument 'c'");
+    row("no int", {u"P"_s, u"a"_s, u"1.5"_s, u"-t"_s, u"int"_s}, "\"1.5\" is no value of the type int");
+    row("no bool", {u"P"_s, u"a"_s, u"yes"_s, u"-t"_s, u"bool"_s}, "\"yes\" is no value of the type bool");
+    row("no date", {u"P"_s, u"a"_s, u"today"_s, u"-t"_s, u"date"_s},
+        "\"today\" is no value of the type date");
+    row("letter in a rect", {u"P"_s, u"a"_s, u"1,2,x,4"_s, u"-t"_s, u"rect"_s},
+        "\"1,2,x,4\" is no value of the type rect");
+    row("short size", {u"P"_s, u"a"_s, u"1"_s, u"-t"_s, u"size"_s}, "\"1\" is no value of the type size");
+    row("name with a blank", {u"P"_s, u"a b"_s, u"1"_s}, "\"a b\" is no name of an element or attribute");
+    row("empty name", {u"P"_s, u""_s, u"1"_s}, "\"\" is no name of an element or attribute");
+    row("markup as a step", {u"P/<x>"_s, u"a"_s, u"1"_s}, "\"<x>\" is no name of an element or attribute");
+    row("digit as a step", {u"P/1"_s, u"a"_s, u"1"_s}, "\"1\" is no name of an element or attribute");
+    row("control character", {u"P"_s, u"a"_s, u"x\u0001"_s},
+        "the value holds the character U+0001, which XML cannot hold");
+    row("no character", {u"P"_s, u"a"_s, u"\uffff"_s},
+        "the value holds the character U+FFFF, which XML cannot hold");
+    row("name for text", {u"P"_s, u"a"_s, u"x"_s, u"-t"_s, u"text"_s},
+        "a value of the type text is the content of an element and has no NAME");
+    row("no name for a number", {u"P"_s, u"1"_s, u"-t"_s, u"int"_s},
+        "NAME is required for a value of the type int");
+}
+
+void tst_ToolXml::Set_refused()
+{
+    QFETCH(const QStringList, arguments);
+    QFETCH(const QString, complaint);
+
+    QCOMPARE(Run(QStringList{u"xml"_s, u"set"_s, u"app.xml"_s} + arguments),
+             u"! qvutil: %1\n! Try 'qvutil xml set --help'.\n=> 2\n"_s.arg(complaint));
+    QCOMPARE(mTool->Read(u"app.xml"_s), QByteArray(kDocument));
+}
+
+void tst_ToolXml::Set_badFileIsKept_data()
+{
+    QTest::addColumn<QByteArray>("content");
+    QTest::addColumn<QString>("complaint");
+
+    QTest::newRow("empty") << QByteArray("") << u"1:1: the file is empty"_s;
+    QTest::newRow("torn") << QByteArray("<a><b>") << u"1:6: the file ends in the middle of the document"_s;
+    QTest::newRow("malformed") << QByteArray("<a></b>") << u"1:7: "_s;
+    QTest::newRow("text") << QByteArray("my notes") << u"1:1: "_s;
+}
+
+void tst_ToolXml::Set_badFileIsKept()
+{
+    QFETCH(const QByteArray, content);
+    QFETCH(const QString, complaint);
+
+    QVERIFY(mTool->Write(u"bad.xml"_s, content));
+    const QString result = Run({u"xml"_s, u"set"_s, u"bad.xml"_s, u"a"_s, u"b"_s, u"c"_s, u"--create"_s});
+    QCOMPARE(WithoutParsersWords(result, complaint), u"! qvutil: bad.xml:%1\n=> 2\n"_s.arg(complaint));
+    QCOMPARE(mTool->Read(u"bad.xml"_s), content);
+}
+
+void tst_ToolXml::Set_keepsTheRest()
+{
+    QCOMPARE(Run({u"xml"_s, u"set"_s, u"app.xml"_s, u"Panel/Main"_s, u"Width"_s, u"800"_s}), u"=> 0\n"_s);
+    QByteArray expected = kDocument;
+    expected.replace("640", "800");
+    QDomDocument before;
+    QDomDocument after;
+    QVERIFY(before.setContent(expected));
+    QVERIFY(after.setContent(mTool->Read(u"app.xml"_s)));
+    QString beforeText;
+    QString afterText;
+    TestSupport::AppendMeaning(before.documentElement(), {}, beforeText);
+    TestSupport::AppendMeaning(after.documentElement(), {}, afterText);
+    QCOMPARE(afterText, beforeText);
+    QVERIFY(mTool->Read(u"app.xml"_s).contains("<!-- kept by hand -->"));
+}
+
+void tst_ToolXml::Set_createsPath()
+{
+    QVERIFY(mTool->Write(u"a.xml"_s, "<A/>"));
+    QCOMPARE(Run({u"xml"_s, u"set"_s, u"a.xml"_s, u"B\\C"_s, u"d"_s, u"1"_s}), u"=> 0\n"_s);
+    QCOMPARE(Run({u"xml"_s, u"set"_s, u"a.xml"_s, u"/A/B/C"_s, u"text & more"_s}), u"=> 0\n"_s);
+    QCOMPARE(mTool->Read(u"a.xml"_s),
+             QByteArray("<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<A>\n    <B>\n        <C d=\"1\">text "
+                        "&amp; more</C>\n    </B>\n</A>\n"));
+}
+
+void tst_ToolXml::Set_newElement()
+{
+    QVERIFY(mTool->Write(u"a.xml"_s, "<A><I n=\"1\"/></A>"));
+    QCOMPARE(Run({u"xml"_s, u"set"_s, u"a.xml"_s, u"I"_s, u"n"_s, u"2"_s, u"--new"_s}), u"=> 0\n"_s);
+    QCOMPARE(
+        mTool->Read(u"a.xml"_s),
+        QByteArray(
+            "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<A>\n    <I n=\"1\"/>\n    <I n=\"2\"/>\n</A>\n"));
+}
+
+void tst_ToolXml::Set_fromFile()
+{
+    QByteArray bytes;
+    for (int i = 0; i < 256; ++i)
+        bytes += static_cast<char>(i);
+    QVERIFY(mTool->Write(u"bytes"_s, bytes));
+    QCOMPARE(
+        Run({u"xml"_s, u"set"_s, u"app.xml"_s, u"Icon"_s, u"-t"_s, u"buffer"_s, u"--from"_s, u"bytes"_s}),
+        u"=> 0\n"_s);
+    QCOMPARE(mTool->Run({u"xml"_s, u"get"_s, u"app.xml"_s, u"Icon"_s, u"-t"_s, u"buffer"_s}).Output, bytes);
+
+    QCOMPARE(Run({u"xml"_s, u"set"_s, u"app.xml"_s, u"N"_s, u"a"_s, u"-f"_s, u"-"_s}, "from input"),
+             u"=> 0\n"_s);
+    QCOMPARE(Run({u"xml"_s, u"get"_s, u"app.xml"_s, u"N"_s, u"a"_s}), u"from input\n=> 0\n"_s);
+    QCOMPARE(Run({u"xml"_s, u"set"_s, u"app.xml"_s, u"N"_s, u"a"_s, u"-f"_s, u"none"_s}),
+             u"! qvutil: none: No such file or directory\n=> 2\n"_s);
+    QCOMPARE(
+        Run({u"xml"_s, u"set"_s, u"-"_s, u"N"_s, u"a"_s, u"-f"_s, u"-"_s}),
+        u"! qvutil: FILE and --from cannot both be standard input\n! Try 'qvutil xml set --help'.\n=> 2\n"_s);
+}
+
+void tst_ToolXml::Set_throughPipe()
+{
+    QCOMPARE(
+        Run({u"xml"_s, u"set"_s, u"-"_s, u"B"_s, u"c"_s, u"\u00e4"_s},
+            "<?xml version=\"1.0\" encoding=\"ISO-8859-1\"?><A x=\"\xe4\"/>"),
+        u"<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<A x=\"\u00e4\">\n    <B c=\"\u00e4\"/>\n</A>\n=> 0\n"_s);
+}
+
+void tst_ToolXml::Set_newFile()
+{
+    QCOMPARE(Run({u"xml"_s, u"set"_s, u"new.xml"_s, u"B"_s, u"c"_s, u"1"_s}),
+             u"! qvutil: new.xml: No such file or directory; --create makes it\n=> 2\n"_s);
+    QVERIFY(!QFile::exists(mTool->Path(u"new.xml"_s)));
+    QCOMPARE(Run({u"xml"_s, u"set"_s, u"new.xml"_s, u"B"_s, u"c"_s, u"1"_s, u"--create"_s}), u"=> 0\n"_s);
+    QCOMPARE(mTool->Read(u"new.xml"_s),
+             QByteArray("<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<Root>\n    <B c=\"1\"/>\n</Root>\n"));
+    QCOMPARE(Run({u"xml"_s, u"set"_s, u"other.xml"_s, u"/"_s, u"c"_s, u"1"_s, u"--create"_s, u"--root"_s,
+                  u"Top"_s}),
+             u"=> 0\n"_s);
+    QCOMPARE(mTool->Read(u"other.xml"_s),
+             QByteArray("<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<Top c=\"1\"/>\n"));
+    QCOMPARE(
+        Run({u"xml"_s, u"set"_s, u"third.xml"_s, u"/"_s, u"c"_s, u"1"_s, u"--create"_s, u"--root"_s,
+             u"a b"_s}),
+        u"! qvutil: \"a b\" is no name of an element or attribute\n! Try 'qvutil xml set --help'.\n=> 2\n"_s);
+    QCOMPARE(Run({u"xml"_s, u"set"_s, u"none/new.xml"_s, u"/"_s, u"c"_s, u"1"_s, u"--create"_s}),
+             u"! qvutil: none/new.xml: there is no folder none\n=> 2\n"_s);
+}
+
+void tst_ToolXml::Set_followsLink()
+{
+    QVERIFY(QFile::link(u"app.xml"_s, mTool->Path(u"link.xml"_s)));
+    QCOMPARE(Run({u"xml"_s, u"set"_s, u"link.xml"_s, u"/"_s, u"version"_s, u"4"_s}), u"=> 0\n"_s);
+    QVERIFY(QFileInfo(mTool->Path(u"link.xml"_s)).isSymLink());
+    QCOMPARE(Run({u"xml"_s, u"get"_s, u"app.xml"_s, u"/"_s, u"version"_s}), u"4\n=> 0\n"_s);
+    QCOMPARE(Run({u"xml"_s, u"set"_s, u"/dev/null"_s, u"/"_s, u"version"_s, u"4"_s}),
+             u"! qvutil: /dev/null: is not a regular file\n=> 2\n"_s);
+}
+
+void tst_ToolXml::Set_readOnlyFolder()
+{
+    constexpr auto kReadOnly = QFile::ReadOwner | QFile::ExeOwner | QFile::ReadOther | QFile::ExeOther;
+    QVERIFY(QFile::setPermissions(mTool->Path(u"."_s), kReadOnly));
+    // The superuser may write anywhere, and Qt refuses to run with a user that is only half another one.
+    const bool isRoot = geteuid() == 0;
+    const QString asNobody
+        = isRoot ? u"exec setpriv --reuid 65534 --regid 65534 --clear-groups "_s : QString();
+    if (isRoot && mTool->RunShell(asNobody + u"$TOOL --version"_s).ExitCode != 0)
+        QSKIP("the tool was built in a folder that only the superuser may enter");
+    const ToolResult result = mTool->RunShell(asNobody + u"$TOOL xml set new.xml / c 1 --create"_s);
+    QVERIFY(QFile::setPermissions(mTool->Path(u"."_s), kReadOnly | QFile::WriteOwner));
+    QCOMPARE(result.ToText(), u"! qvutil: new.xml: Permission denied\n=> 2\n"_s);
+}
+
+void tst_ToolXml::Set_diskFull()
+{
+    QCOMPARE(mTool->RunShell(u"trap '' XFSZ; ulimit -f 0; $TOOL xml set app.xml / version 4"_s).ToText(),
+             u"! qvutil: app.xml: could not be written in full; what was there is kept\n=> 2\n"_s);
+    QCOMPARE(mTool->Read(u"app.xml"_s), QByteArray(kDocument));
+}
+
+void tst_ToolXml::List_data()
+{
+    QTest::addColumn<QStringList>("arguments");
+    QTest::addColumn<QString>("expected");
+
+    const QString main = u"Main Empty=\"\" Height=\"-48\" Odd=\"abc\" Ratio=\"0.1\" Title=\"tr(Main)\" "
+                         "Visible=\"TRUE\" Width=\"640\"\n"_s;
+    QTest::newRow("whole") << QStringList{}
+                           << u"App version=\"3\"\n  Panel\n    "_s + main
+            + u"  Notes: \"Call back\\ntomorrow\"\n  Icon: \"AAEC/w==\"\n  List\n    Item a=\"1\"\n"
+              "    Item a=\"2\"\n=> 0\n"_s;
+    QTest::newRow("part") << QStringList{u"Panel"_s} << u"Panel\n  "_s + main + u"=> 0\n"_s;
+    QTest::newRow("one level") << QStringList{u"/"_s, u"--depth"_s, u"1"_s}
+                               << u"App version=\"3\"\n  Panel ...\n  Notes: \"Call back\\ntomorrow\"\n"
+                                  "  Icon: \"AAEC/w==\"\n  List ...\n=> 0\n"_s;
+    QTest::newRow("no level") << QStringList{u"List"_s, u"--depth"_s, u"0"_s} << u"List ...\n=> 0\n"_s;
+    QTest::newRow("missing") << QStringList{u"None"_s}
+                             << u"! qvutil: app.xml: there is no element None\n=> 1\n"_s;
+    QTest::newRow("wrong depth")
+        << QStringList{u"--depth"_s, u"-1"_s}
+        << u"! qvutil: --depth: Value -1 not in range 0 to 1000\n! Try 'qvutil xml list --help'.\n=> 2\n"_s;
+}
+
+void tst_ToolXml::List()
+{
+    QFETCH(const QStringList, arguments);
+    QFETCH(const QString, expected);
+
+    QCOMPARE(Run(QStringList{u"xml"_s, u"list"_s, u"app.xml"_s} + arguments), expected);
+}
+
+void tst_ToolXml::List_json()
+{
+    QCOMPARE(RunJson({u"xml"_s, u"list"_s, u"app.xml"_s, u"List"_s, u"--json"_s}),
+             QJsonDocument::fromJson(R"({"name": "List", "attributes": {}, "children": [
+                 {"name": "Item", "attributes": {"a": "1"}, "children": []},
+                 {"name": "Item", "attributes": {"a": "2"}, "children": []}]})")
+                 .object());
+    QCOMPARE(RunJson({u"xml"_s, u"list"_s, u"app.xml"_s, u"Notes"_s, u"--json"_s, u"--depth"_s, u"0"_s}),
+             QJsonDocument::fromJson(R"({"name": "Notes", "attributes": {}, "text": "Call back\ntomorrow"})")
+                 .object());
+}
+
+void tst_ToolXml::List_deepest()
+{
+    QVERIFY(
+        mTool->Write(u"deep.xml"_s, QByteArray("<a>").repeated(1000) + QByteArray("</a>").repeated(1000)));
+    const ToolResult result = mTool->Run({u"xml"_s, u"list"_s, u"deep.xml"_s});
+    QCOMPARE(result.ExitCode, 0);
+    QCOMPARE(result.Output.count('\n'), 1000);
+    QCOMPARE(mTool->Run({u"xml"_s, u"list"_s, u"deep.xml"_s, u"--json"_s}).ExitCode, 0);
+
+    QVERIFY(mTool->Write(u"long.xml"_s, "<a b=\"" + QByteArray(101, 'x') + "\"/>"));
+    QCOMPARE(Run({u"xml"_s, u"list"_s, u"long.xml"_s}),
+             u"a b=\"%1\"... (101 characters)\n=> 0\n"_s.arg(QString(100, u'x')));
+}
+
+void tst_ToolXml::Cat_data()
+{
+    QTest::addColumn<QStringList>("arguments");
+    QTest::addColumn<QString>("expected");
+
+    QTest::newRow("element") << QStringList{
+        u"List"_s} << u"    <List>\n        <Item a=\"1\"/>\n        <Item a=\"2\"/>\n    </List>\n=> 0\n"_s;
+    QTest::newRow("content") << QStringList{u"List"_s, u"--inner"_s}
+                             << u"    <Item a=\"1\"/>\n    <Item a=\"2\"/>\n=> 0\n"_s;
+    QTest::newRow("text") << QStringList{u"Notes"_s, u"--inner"_s} << u"Call back\ntomorrow\n=> 0\n"_s;
+    QTest::newRow("section") << QStringList{u"Icon"_s, u"--inner"_s} << u"<![CDATA[AAEC/w==]]>\n=> 0\n"_s;
+    QTest::newRow("no content") << QStringList{u"List/Item"_s, u"--inner"_s} << u"=> 0\n"_s;
+    QTest::newRow("missing") << QStringList{u"None"_s}
+                             << u"! qvutil: app.xml: there is no element None\n=> 1\n"_s;
+}
+
+void tst_ToolXml::Cat()
+{
+    QFETCH(const QStringList, arguments);
+    QFETCH(const QString, expected);
+
+    QCOMPARE(Run(QStringList{u"xml"_s, u"cat"_s, u"app.xml"_s} + arguments), expected);
+}
+
+void tst_ToolXml::Cat_json()
+{
+    QCOMPARE(RunJson({u"xml"_s, u"cat"_s, u"app.xml"_s, u"Notes"_s, u"--inner"_s, u"--json"_s}),
+             (QJsonObject{{u"path"_s, u"/App/Notes"_s}, {u"xml"_s, u"Call back\ntomorrow"_s}}));
+}
+
+QTEST_GUILESS_MAIN(tst_ToolXml)
+#include "tst_ToolXml.moc"

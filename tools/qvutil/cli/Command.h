@@ -1,0 +1,86 @@
+// SPDX-FileCopyrightText: 2026 The QvUtil developers
+// SPDX-License-Identifier: MIT
+
+#ifndef QVUTIL_TOOL_COMMAND_H
+#define QVUTIL_TOOL_COMMAND_H
+
+#include "cli/Failure.h"
+
+#include <QString>
+#include <QStringList>
+
+#include <CLI/CLI.hpp>
+
+#include <functional>
+#include <string>
+
+namespace Quorvin::Tool {
+
+/// The tool's command line: groups of commands, their options and what they do.
+///
+/// Each group has one source file with one function Add…Commands, which is listed in Groups.h:
+/// \code
+/// struct ShowOptions
+/// {
+///     QString File;
+///     bool Json = false;
+/// };
+///
+/// void AddGridCommands(CommandLine& line)
+/// {
+///     CLI::App& group = line.AddGroup("grid", "Look at a grid of processes");
+///     auto options = std::make_shared<ShowOptions>();
+///     CLI::App& show = line.AddCommand(group, "show", "Show one member",
+///                                      "qvutil grid show desk 4711", [options] { return Show(*options); });
+///     AddText(show, "FILE", options->File, "The file")->required();
+///     AddJsonFlag(show, options->Json);
+/// }
+/// \endcode
+/// The action runs after the whole command line has been read. It prints through Console, returns its answer,
+/// and throws Failure (a file) or UsageFailure (a wrong combination of arguments) if it cannot give one.
+class CommandLine
+{
+public:
+    using Action = std::function<ExitCode()>;
+
+    CommandLine();
+
+    /// Adds a group, such as `qvutil xml`.
+    CLI::App& AddGroup(const std::string& name, const std::string& description);
+    /// Adds a command to a group, such as `qvutil xml get`.
+    /// \param examples  one or more command lines, one a line, shown in the command's help
+    CLI::App& AddCommand(CLI::App& group, const std::string& name, const std::string& description,
+                         const std::string& examples, Action action);
+    /// Sets what a command does, for an action that needs the command's options.
+    void SetAction(CLI::App& command, Action action);
+    /// The root, for commands without a group.
+    [[nodiscard]] CLI::App& Root() { return mApp; }
+
+    /// Reads the arguments, runs the command and tells its exit code. All output is written when it returns.
+    [[nodiscard]] ExitCode Run(int argc, const char* const* argv);
+
+private:
+    [[nodiscard]] ExitCode Parse(int argc, const char* const* argv);
+    [[nodiscard]] ExitCode RejectArguments(const QString& reason);
+    [[nodiscard]] ExitCode RejectArguments(const CLI::ParseError& error);
+    [[nodiscard]] CLI::App& SelectedCommand();
+
+    CLI::App mApp;
+    Action mAction;
+};
+
+/// Explains a command in its help, before the examples. The text comes in lines of 90 characters at the most.
+void AddExplanation(CLI::App& command, const std::string& text);
+/// Adds an argument ("FILE") or an option ("--name,-n") that holds a text. Texts are added in no other way:
+/// this one takes care that each arrives as it was typed.
+CLI::Option* AddText(CLI::App& command, const std::string& name, QString& target,
+                     const std::string& description);
+/// Adds an argument ("FILE") or an option ("--name") that can be given any number of times.
+CLI::Option* AddTexts(CLI::App& command, const std::string& name, QStringList& target,
+                      const std::string& description);
+/// Adds the flag --json.
+CLI::Option* AddJsonFlag(CLI::App& command, bool& target);
+
+} // namespace Quorvin::Tool
+
+#endif // QVUTIL_TOOL_COMMAND_H

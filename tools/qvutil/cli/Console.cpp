@@ -1,0 +1,219 @@
+// SPDX-FileCopyrightText: 2026 The QvUtil developers
+// SPDX-License-Identifier: MIT
+
+#include "cli/Console.h"
+
+#include "cli/Failure.h"
+
+#include <QStringDecoder>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdio>
+
+#include <sys/ioctl.h>
+#include <unistd.h>
+
+using namespace Qt::StringLiterals;
+
+namespace Quorvin::Tool::Console {
+namespace {
+
+// Work that is over sooner needs no bar.
+constexpr qint64 kBarDelayMs = 300;
+constexpr qint64 kBarIntervalMs = 60;
+constexpr int kBarWidth = 24;
+
+// Whether the last line of the terminal is a progress bar.
+constinit bool gBarDrawn = false;
+
+void WriteToError(const QByteArray& bytes)
+{
+    // When even standard error fails, nobody is left to tell.
+    (void)std::fwrite(bytes.constData(), 1, static_cast<size_t>(bytes.size()), stderr);
+    (void)std::fflush(stderr);
+}
+
+void HideBar()
+{
+    if (!gBarDrawn)
+        return;
+    gBarDrawn = false;
+    WriteToError("\r\x1b[K");
+}
+
+[[noreturn]] void FailToWrite()
+{
+    const int error = errno;
+    if (error == EPIPE)
+        throw OutputClosed();
+    throw Failure(u"standard output"_s, qt_error_string(error));
+}
+
+void WriteToOutput(const QByteArray& bytes)
+{
+    HideBar();
+    const size_t size = static_cast<size_t>(bytes.size());
+    if (std::fwrite(bytes.constData(), 1, size, stdout) != size)
+        FailToWrite();
+}
+
+// Characters that a terminal obeys instead of showing, or cannot show: controls, those that turn the writing
+// direction, and the two that are none.
+bool IsControl(QChar c)
+{
+    const char16_t code = c.unicode();
+    return code < 0x20 || (code >= 0x7f && code < 0xa0) || (code >= 0x202a && code <= 0x202e)
+        || (code >= 0x2066 && code <= 0x2069) || code >= 0xfffe;
+}
+
+void AppendEscaped(QString& to, QChar c)
+{
+    switch (c.unicode()) {
+    case '\n':
+        to += "\\n"_L1;
+        break;
+    case '\r':
+        to += "\\r"_L1;
+        break;
+    case '\t':
+        to += "\\t"_L1;
+        break;
+    default:
+        to += "\\u"_L1 + QString::number(c.unicode(), 16).rightJustified(4, u'0');
+    }
+}
+
+QString Escape(const QString& text, QStringView kept, QStringView escaped)
+{
+    const auto isSpecial
+        = [&](QChar c) { return (IsControl(c) && !kept.contains(c)) || escaped.contains(c); };
+    if (std::none_of(text.begin(), text.end(), isSpecial))
+        return text;
+    QString result;
+    result.reserve(text.size() + 16);
+    for (const QChar c : text) {
+        if (escaped.contains(c))
+            result += u'\\' + c;
+        else if (isSpecial(c))
+            AppendEscaped(result, c);
+        else
+            result += c;
+    }
+    return result;
+}
+
+int TerminalWidth()
+{
+    winsize size = {};
+    if (ioctl(STDERR_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 0)
+        return size.ws_col;
+    return 80;
+}
+
+} // namespace
+
+bool IsOutputTerminal()
+{
+    static const bool isTerminal = isatty(STDOUT_FILENO) == 1;
+    return isTerminal;
+}
+
+bool IsErrorTerminal()
+{
+    static const bool isTerminal = isatty(STDERR_FILENO) == 1;
+    return isTerminal;
+}
+
+void Print(const QString& text)
+{
+    WriteToOutput((IsOutputTerminal() ? Escape(text, u"\n\t", {}) : text).toUtf8());
+}
+
+void PrintLine(const QString& text)
+{
+    Print(text + u'\n');
+}
+
+void PrintBytes(const QByteArray& bytes)
+{
+    if (!IsOutputTerminal()) {
+        WriteToOutput(bytes);
+        return;
+    }
+    QStringDecoder decoder(QStringDecoder::Utf8, QStringDecoder::Flag::Stateless);
+    const QString text = decoder(bytes);
+    if (decoder.hasError() || text.contains(QChar::Null))
+        throw Failure(u"standard output"_s, u"bytes are not printed to a terminal; use --json, or a file"_s);
+    Print(text);
+}
+
+void PrintJson(const QJsonDocument& document)
+{
+    Print(QString::fromUtf8(document.toJson(QJsonDocument::Indented)));
+}
+
+void Flush()
+{
+    if (std::fflush(stdout) != 0)
+        FailToWrite();
+}
+
+void Complain(const QString& subject, const QString& reason)
+{
+    PrintError("qvutil: "_L1 + (subject.isEmpty() ? QString() : Visible(subject) + ": "_L1) + Visible(reason)
+               + u'\n');
+}
+
+void PrintError(const QString& text)
+{
+    // In the order of events for whoever sees both on one terminal. What cannot be written is noticed later.
+    (void)std::fflush(stdout);
+    HideBar();
+    WriteToError(Escape(text, u"\n\t", {}).toUtf8());
+}
+
+QString Visible(const QString& text)
+{
+    return Escape(text, {}, {});
+}
+
+QString Quoted(const QString& text)
+{
+    return u'"' + Escape(text, {}, u"\"\\") + u'"';
+}
+
+ProgressBar::ProgressBar(qint64 total)
+    : mTotal(std::max<qint64>(total, 1))
+    , mWanted(IsErrorTerminal() && qgetenv("TERM") != "dumb")
+{
+    mSinceStart.start();
+}
+
+ProgressBar::~ProgressBar()
+{
+    HideBar();
+}
+
+void ProgressBar::Show(qint64 done, const QString& label)
+{
+    if (!mWanted)
+        return;
+    const qint64 now = mSinceStart.elapsed();
+    if (now < kBarDelayMs || (gBarDrawn && now - mLastDrawn < kBarIntervalMs))
+        return;
+    mLastDrawn = now;
+
+    const double share = std::clamp(static_cast<double>(done) / static_cast<double>(mTotal), 0.0, 1.0);
+    const int filled = static_cast<int>(share * kBarWidth);
+    QString line = u'[' + QString(filled, u'#') + QString(kBarWidth - filled, u'.')
+        + u"] %1 %  "_s.arg(static_cast<int>(share * 100), 3);
+    line += Visible(label);
+    const int width = TerminalWidth() - 1;
+    if (line.size() > width)
+        line.truncate(std::max(width, 0));
+    WriteToError("\r\x1b[K" + line.toUtf8());
+    gBarDrawn = true;
+}
+
+} // namespace Quorvin::Tool::Console

@@ -1,0 +1,82 @@
+// SPDX-FileCopyrightText: 2026 The QvUtil developers
+// SPDX-License-Identifier: MIT
+
+#include "cli/InputFile.h"
+
+#include "cli/Failure.h"
+
+#include <QFile>
+#include <QFileInfo>
+
+#include <cstdio>
+#include <limits>
+
+using namespace Qt::StringLiterals;
+
+namespace Quorvin::Tool {
+namespace {
+
+// A document takes many times its size in memory; a larger file was hardly meant.
+constexpr qint64 kMaximumSize = qint64{1} << 30;
+constexpr qint64 kChunkSize = 1 << 16;
+
+constexpr QStringView kTooLarge = u"larger than 1 GiB, which is more than the tool reads";
+
+// What QFile says of failed opening, in the tool's own words where Qt's are odd.
+QString OpenError(const QFile& file)
+{
+    if (QFileInfo(file).isDir())
+        return u"is a folder"_s;
+    return file.errorString();
+}
+
+void CopyTo(QFile& from, QTemporaryFile& to, const QString& name, qint64 maximumSize)
+{
+    qint64 size = 0;
+    if (!to.open())
+        throw Failure(to.fileTemplate(), to.errorString());
+    for (;;) {
+        const QByteArray chunk = from.read(kChunkSize);
+        if (chunk.isEmpty())
+            break;
+        size += chunk.size();
+        if (size > maximumSize)
+            throw Failure(name, kTooLarge.toString());
+        if (to.write(chunk) != chunk.size())
+            throw Failure(to.fileName(), to.errorString());
+    }
+    if (from.error() != QFileDevice::NoError)
+        throw Failure(name, from.errorString());
+    if (!to.flush())
+        throw Failure(to.fileName(), to.errorString());
+}
+
+} // namespace
+
+InputFile::InputFile(const QString& argument, Size size)
+    : mPath(argument)
+    , mName(argument)
+{
+    const qint64 maximumSize = size == AnySize ? std::numeric_limits<qint64>::max() : kMaximumSize;
+    QFile file(argument);
+    if (argument == "-"_L1) {
+        mName = u"standard input"_s;
+        if (!file.open(stdin, QIODevice::ReadOnly))
+            throw Failure(mName, file.errorString());
+    } else {
+        if (argument.isEmpty())
+            throw Failure(u"\"\""_s, u"an empty file name"_s);
+        if (!file.open(QIODevice::ReadOnly) || QFileInfo(argument).isDir())
+            throw Failure(mName, OpenError(file));
+        if (!file.isSequential()) {
+            if (file.size() > maximumSize)
+                throw Failure(mName, kTooLarge.toString());
+            return;
+        }
+    }
+    mCopy = std::make_unique<QTemporaryFile>();
+    CopyTo(file, *mCopy, mName, maximumSize);
+    mPath = mCopy->fileName();
+}
+
+} // namespace Quorvin::Tool

@@ -1,0 +1,196 @@
+// SPDX-FileCopyrightText: 2026 The QvUtil developers
+// SPDX-License-Identifier: MIT
+
+#include "documents/FileCheck.h"
+
+#include "cli/Failure.h"
+#include "documents/DocumentEntries.h"
+#include "documents/DocumentFile.h"
+#include <qvutil/platform/Platform_p.h>
+
+#include <QFileInfo>
+
+#include <algorithm>
+
+using namespace Qt::StringLiterals;
+using Quorvin::Util::GeneralUtil;
+using Quorvin::Util::XmlFiler;
+
+namespace Quorvin::Tool {
+namespace {
+
+// Of a kind; a binary file would have thousands.
+constexpr qsizetype kMaximumOfKind = 10;
+
+constexpr QLatin1StringView gKindNames[] = {
+    "torn"_L1, "malformed"_L1, "limits"_L1, "character"_L1, "change"_L1, "leftover"_L1,
+};
+
+QByteArray ReadBytes(const InputFile& input)
+{
+    QFile file(input.Path());
+    if (!file.open(QIODevice::ReadOnly))
+        throw Failure(input.Name(), file.errorString());
+    return file.readAll();
+}
+
+/// Counts lines and columns while it walks through bytes.
+class Position
+{
+public:
+    explicit Position(const QByteArray& bytes)
+        : mBytes(bytes)
+    { }
+    void MoveTo(qsizetype offset)
+    {
+        for (; mOffset < offset; ++mOffset) {
+            const bool isLineEnd = mBytes.at(mOffset) == '\n';
+            mLine += isLineEnd ? 1 : 0;
+            mLineStart = isLineEnd ? mOffset + 1 : mLineStart;
+        }
+    }
+    [[nodiscard]] FileProblem ProblemHere(FileProblem::Kind what, const QString& reason) const
+    {
+        return {.What = what, .Line = mLine, .Column = mOffset - mLineStart + 1, .Reason = reason};
+    }
+
+private:
+    const QByteArray& mBytes;
+    qsizetype mOffset = 0;
+    qsizetype mLineStart = 0;
+    qint64 mLine = 1;
+};
+
+bool IsForbidden(char byte)
+{
+    const auto code = static_cast<unsigned char>(byte);
+    return code < 0x20 && code != '\t' && code != '\n' && code != '\r';
+}
+
+// UTF-16 has zero bytes of its own: in such a file the parser's word has to do.
+bool IsWideText(const QByteArray& bytes)
+{
+    return bytes.startsWith("\xff\xfe") || bytes.startsWith("\xfe\xff");
+}
+
+qsizetype SizeWithoutZeros(const QByteArray& bytes)
+{
+    const auto last = std::find_if(bytes.rbegin(), bytes.rend(), [](char byte) { return byte != '\0'; });
+    return bytes.rend() - last;
+}
+
+void FindCharacters(const QByteArray& bytes, QList<FileProblem>& problems)
+{
+    if (IsWideText(bytes))
+        return;
+    Position position(bytes);
+    const qsizetype size = SizeWithoutZeros(bytes);
+    qsizetype found = 0;
+    for (qsizetype i = 0; i < size && found < kMaximumOfKind; ++i) {
+        if (!IsForbidden(bytes.at(i)))
+            continue;
+        ++found;
+        position.MoveTo(i);
+        const QString code = QString::number(static_cast<unsigned char>(bytes.at(i)), 16).toUpper();
+        problems.append(position.ProblemHere(
+            FileProblem::Character,
+            u"the character U+%1 cannot be read back"_s.arg(code.rightJustified(4, u'0'))));
+    }
+    if (size < bytes.size()) {
+        position.MoveTo(size);
+        problems.append(position.ProblemHere(FileProblem::Torn,
+                                             u"the file ends in %1 zero bytes"_s.arg(bytes.size() - size)));
+    }
+}
+
+void FindParseProblems(const InputFile& file, QList<FileProblem>& problems)
+{
+    const auto problem = FindParseProblem(file.Path());
+    if (!problem) {
+        problems.append({.What = FileProblem::Limits, .Line = 0, .Column = 0, .Reason = LimitsReason()});
+        return;
+    }
+    // The parser stumbles over what has been found already.
+    if (!problems.isEmpty() && problems.front().Line <= problem->Line)
+        return;
+    problems.append({.What = problem->IsTorn ? FileProblem::Torn : FileProblem::Malformed,
+                     .Line = problem->Line,
+                     .Column = problem->Column,
+                     .Reason = problem->Reason});
+}
+
+// What the library would change by loading and saving the file without a change by the user.
+void FindChanges(XmlFiler& filer, QList<FileProblem>& problems)
+{
+    XmlFiler copy;
+    if (!copy.LoadFromXmlString(filer.SaveAsXmlString())) {
+        problems.append({.What = FileProblem::Change,
+                         .Line = 0,
+                         .Column = 0,
+                         .Reason = u"the file would not parse any more once it is saved"_s});
+        return;
+    }
+    const QList<Entry> before = ListEntries(filer.GetCurrentNode().toElement());
+    const QList<Entry> after = ListEntries(copy.GetCurrentNode().toElement());
+    qsizetype found = 0;
+    for (qsizetype i = 0; i < before.size() && i < after.size() && found < kMaximumOfKind; ++i) {
+        if (before.at(i).ToText() == after.at(i).ToText())
+            continue;
+        ++found;
+        problems.append(
+            {.What = FileProblem::Change,
+             .Line = 0,
+             .Column = 0,
+             .Reason = u"%1 would read back differently once it is saved"_s.arg(before.at(i).ToText())});
+    }
+}
+
+void FindLeftovers(const InputFile& file, QList<FileProblem>& problems)
+{
+    if (file.IsCopy())
+        return;
+    const QStringList leftovers = Quorvin::Util::Platform::FindAbandonedFiles(file.Path());
+    for (const QString& leftover : leftovers) {
+        const QFileInfo info(leftover);
+        problems.append({.What = FileProblem::Leftover,
+                         .Line = 0,
+                         .Column = 0,
+                         .Reason = u"an interrupted save left %1 behind, %2"_s.arg(
+                             info.fileName(), GeneralUtil::BytesToString(info.size(), 1))});
+    }
+}
+
+} // namespace
+
+QString FileProblem::ToText(const QString& file) const
+{
+    if (Line == 0)
+        return file + u": "_s + Reason;
+    return u"%1:%2:%3: "_s.arg(file).arg(Line).arg(Column) + Reason;
+}
+
+QJsonObject FileProblem::ToJson() const
+{
+    QJsonObject object{{u"kind"_s, QString(gKindNames[What])}, {u"reason"_s, Reason}};
+    if (Line != 0) {
+        object.insert(u"line"_s, Line);
+        object.insert(u"column"_s, Column);
+    }
+    return object;
+}
+
+QList<FileProblem> CheckFile(const InputFile& file)
+{
+    QList<FileProblem> problems;
+    FindCharacters(ReadBytes(file), problems);
+    XmlFiler filer;
+    filer.TranslateEnabled = false;
+    if (filer.LoadFromXmlFile(file.Path()))
+        FindChanges(filer, problems);
+    else
+        FindParseProblems(file, problems);
+    FindLeftovers(file, problems);
+    return problems;
+}
+
+} // namespace Quorvin::Tool

@@ -1,0 +1,41 @@
+// SPDX-FileCopyrightText: 2026 The QvUtil developers
+// SPDX-License-Identifier: MIT
+
+#ifndef QVUTIL_TOOL_FILECHECK_H
+#define QVUTIL_TOOL_FILECHECK_H
+
+#include "cli/InputFile.h"
+
+#include <QJsonObject>
+#include <QList>
+#include <QString>
+
+namespace Quorvin::Tool {
+
+/// One thing that is wrong with a settings file.
+struct FileProblem
+{
+    enum Kind {
+        Torn, ///< the file ends in the middle, or with the zero bytes of a crashed system
+        Malformed, ///< it does not parse
+        Limits, ///< it parses, but the library does not take it
+        Character, ///< it holds a character that cannot be read back
+        Change, ///< a value changes when the file is loaded and saved
+        Leftover, ///< an interrupted save left a file behind
+    };
+    Kind What;
+    qint64 Line; ///< counted from 1; 0 if the problem has no place
+    qint64 Column; ///< counted from 1, in bytes for characters
+    QString Reason;
+
+    /// "FILE:LINE:COLUMN: reason", or "FILE: reason".
+    [[nodiscard]] QString ToText(const QString& file) const;
+    [[nodiscard]] QJsonObject ToJson() const;
+};
+
+/// Looks for everything that is wrong with a settings file. Throws Failure if it cannot be read.
+[[nodiscard]] QList<FileProblem> CheckFile(const InputFile& file);
+
+} // namespace Quorvin::Tool
+
+#endif // QVUTIL_TOOL_FILECHECK_H

@@ -1,0 +1,359 @@
+// SPDX-FileCopyrightText: 2026 The QvUtil developers
+// SPDX-License-Identifier: MIT
+
+#include "documents/TypedValue.h"
+
+#include "cli/Console.h"
+#include "cli/Failure.h"
+
+#include <QDomElement>
+#include <QJsonObject>
+#include <QXmlStreamReader>
+
+#include <algorithm>
+#include <limits>
+
+using namespace Qt::StringLiterals;
+using Quorvin::Util::XmlFiler;
+
+namespace Quorvin::Tool {
+namespace {
+
+struct TypeName
+{
+    ValueType Type;
+    const char* Name;
+};
+
+constexpr TypeName gTypeNames[] = {
+    {ValueType::String, "string"}, {ValueType::Int, "int"},     {ValueType::UInt, "uint"},
+    {ValueType::Long, "long"},     {ValueType::ULong, "ulong"}, {ValueType::Int64, "int64"},
+    {ValueType::Double, "double"}, {ValueType::Bool, "bool"},   {ValueType::Date, "date"},
+    {ValueType::Rect, "rect"},     {ValueType::Size, "size"},   {ValueType::Text, "text"},
+    {ValueType::Buffer, "buffer"},
+};
+
+template <typename Number> Value NumberValue(Number value)
+{
+    QJsonValue json;
+    // JSON's whole numbers end where those of 64 bits with a sign do.
+    if constexpr (std::is_same_v<Number, unsigned long>) {
+        json = value <= static_cast<unsigned long>(std::numeric_limits<qint64>::max())
+            ? QJsonValue(static_cast<qint64>(value))
+            : QJsonValue(QString::number(value));
+    } else {
+        json = QJsonValue(static_cast<qint64>(value));
+    }
+    return {.Plain = QByteArray::number(value), .Json = json};
+}
+
+Value DoubleValue(double value)
+{
+    const QByteArray text = QByteArray::number(value, 'g', QLocale::FloatingPointShortest);
+    // JSON has no infinity and no NaN.
+    return {.Plain = text,
+            .Json = qIsFinite(value) ? QJsonValue(value) : QJsonValue(QString::fromLatin1(text))};
+}
+
+Value BoolValue(bool value)
+{
+    return {.Plain = value ? "True" : "False", .Json = value};
+}
+
+Value TextValue(const QString& value)
+{
+    return {.Plain = value.toUtf8(), .Json = value};
+}
+
+Value DateValue(const QDateTime& value)
+{
+    return TextValue(value.toUTC().toString(Qt::ISODate));
+}
+
+Value RectValue(const QRect& value)
+{
+    return {.Plain
+            = u"%1,%2,%3,%4"_s.arg(value.x()).arg(value.y()).arg(value.width()).arg(value.height()).toUtf8(),
+            .Json = QJsonObject{{u"x"_s, value.x()},
+                                {u"y"_s, value.y()},
+                                {u"width"_s, value.width()},
+                                {u"height"_s, value.height()}}};
+}
+
+Value SizeValue(const QSize& value)
+{
+    return {.Plain = u"%1,%2"_s.arg(value.width()).arg(value.height()).toUtf8(),
+            .Json = QJsonObject{{u"width"_s, value.width()}, {u"height"_s, value.height()}}};
+}
+
+// A read that gives the same for two defaults has found the value.
+template <typename Type, typename Read> std::optional<Type> Found(Read read, const Type& a, const Type& b)
+{
+    const Type first = read(a);
+    const Type second = read(b);
+    const bool isNumber = first == first; // NaN is not equal to itself
+    if (isNumber ? first == second : second != second)
+        return first;
+    return std::nullopt;
+}
+
+template <typename Type, typename ToValue>
+std::optional<Value> FoundValue(const std::optional<Type>& found, ToValue toValue)
+{
+    return found ? std::optional<Value>(toValue(*found)) : std::nullopt;
+}
+
+// The reads of the library, by the type of the default.
+template <typename Type> auto Reader(XmlFiler& filer, const ValuePlace& place)
+{
+    return [&filer, &place](const Type& defaultValue) -> Type {
+        const auto& [path, name] = place;
+        if constexpr (std::is_same_v<Type, int>)
+            return filer.ReadInt(path, name, defaultValue);
+        else if constexpr (std::is_same_v<Type, unsigned int>)
+            return filer.ReadUInt(path, name, defaultValue);
+        else if constexpr (std::is_same_v<Type, long>)
+            return filer.ReadLong(path, name, defaultValue);
+        else if constexpr (std::is_same_v<Type, unsigned long>)
+            return filer.ReadULong(path, name, defaultValue);
+        else if constexpr (std::is_same_v<Type, long long>)
+            return filer.ReadInt64(path, name, defaultValue);
+        else if constexpr (std::is_same_v<Type, double>)
+            return filer.ReadDouble(path, name, defaultValue);
+        else if constexpr (std::is_same_v<Type, bool>)
+            return filer.ReadBoolean(path, name, defaultValue);
+        else if constexpr (std::is_same_v<Type, QDateTime>)
+            return filer.ReadDate(path, name, defaultValue);
+        else if constexpr (std::is_same_v<Type, QRect>)
+            return filer.ReadRect(path, name, defaultValue);
+        else if constexpr (std::is_same_v<Type, QSize>)
+            return filer.ReadSize(path, name, defaultValue);
+        else
+            return filer.ReadString(path, name, defaultValue);
+    };
+}
+
+template <typename Type>
+std::optional<Type> Find(XmlFiler& filer, const ValuePlace& place, const Type& a, const Type& b)
+{
+    return Found<Type>(Reader<Type>(filer, place), a, b);
+}
+
+template <typename Number> std::optional<Number> FindNumber(XmlFiler& filer, const ValuePlace& place)
+{
+    return Find<Number>(filer, place, Number{0}, Number{1});
+}
+
+std::optional<QDateTime> FindDate(XmlFiler& filer, const ValuePlace& place)
+{
+    const auto date = Find<QDateTime>(filer, place, QDateTime::fromMSecsSinceEpoch(0),
+                                      QDateTime::fromMSecsSinceEpoch(1000));
+    return date && date->isValid() ? date : std::nullopt;
+}
+
+std::optional<QRect> FindRect(XmlFiler& filer, const ValuePlace& place)
+{
+    return Find<QRect>(filer, place, QRect(0, 0, 0, 0), QRect(1, 1, 1, 1));
+}
+
+std::optional<QSize> FindSize(XmlFiler& filer, const ValuePlace& place)
+{
+    return Find<QSize>(filer, place, QSize(0, 0), QSize(1, 1));
+}
+
+std::optional<QString> FindContent(const QString& text)
+{
+    return text.isEmpty() ? std::nullopt : std::optional(text);
+}
+
+// A value given on the command line, parsed by the library's own rules.
+struct GivenValue
+{
+    explicit GivenValue(ValueType type, const QByteArray& value)
+        : Type(type)
+        , Text(QString::fromUtf8(value))
+    {
+        Filer.TranslateEnabled = false;
+        Filer.CreateRoot({});
+        Filer.WriteString({}, Place.Name, Text);
+    }
+
+    // The library reads a part that is no number as 0. Typed by hand it is a mistake.
+    [[nodiscard]] bool HasNumbersOnly() const
+    {
+        const QStringList parts = Text.split(u',');
+        return std::all_of(parts.begin(), parts.end(), [](const QString& part) {
+            bool isNumber = false;
+            (void)part.toInt(&isNumber);
+            return isNumber;
+        });
+    }
+
+    template <typename Found> Found Checked(const std::optional<Found>& found) const
+    {
+        if (!found)
+            throw UsageFailure(
+                u"%1 is no value of the type %2"_s.arg(Console::Quoted(Text), ValueTypeName(Type)));
+        return *found;
+    }
+
+    template <typename Number> Number ToNumber() { return Checked(FindNumber<Number>(Filer, Place)); }
+    bool ToBool() { return Checked(Find<bool>(Filer, Place, false, true)); }
+    QRect ToRect() { return Checked(HasNumbersOnly() ? FindRect(Filer, Place) : std::nullopt); }
+    QSize ToSize() { return Checked(HasNumbersOnly() ? FindSize(Filer, Place) : std::nullopt); }
+    // Unlike in a document, an offset from UTC means what it says.
+    QDateTime ToDate()
+    {
+        const QDateTime date = QDateTime::fromString(Text, Qt::ISODate);
+        return Checked(date.isValid() ? std::optional(date.toUTC()) : std::nullopt);
+    }
+
+    ValueType Type;
+    QString Text;
+    XmlFiler Filer;
+    ValuePlace Place{.Path = {}, .Name = u"Value"_s};
+};
+
+} // namespace
+
+ValueType ValueTypeByName(const QString& name)
+{
+    for (const TypeName& row : gTypeNames) {
+        if (name == QLatin1StringView(row.Name))
+            return row.Type;
+    }
+    throw UsageFailure(
+        u"there is no type '%1'; types are %2"_s.arg(name, QString::fromStdString(ValueTypeNames())));
+}
+
+QString ValueTypeName(ValueType type)
+{
+    const auto* row = std::find_if(std::begin(gTypeNames), std::end(gTypeNames),
+                                   [type](const TypeName& candidate) { return candidate.Type == type; });
+    return QString::fromLatin1(row->Name);
+}
+
+std::string ValueTypeNames()
+{
+    std::string names;
+    for (const TypeName& row : gTypeNames)
+        names += (names.empty() ? "" : ", ") + std::string(row.Name);
+    return names;
+}
+
+bool IsContent(ValueType type)
+{
+    return type == ValueType::Text || type == ValueType::Buffer;
+}
+
+std::optional<Value> ReadValue(XmlFiler& filer, ValueType type, const ValuePlace& place)
+{
+    switch (type) {
+    case ValueType::Int:
+        return FoundValue(FindNumber<int>(filer, place), &NumberValue<int>);
+    case ValueType::UInt:
+        return FoundValue(FindNumber<unsigned int>(filer, place), &NumberValue<unsigned int>);
+    case ValueType::Long:
+        return FoundValue(FindNumber<long>(filer, place), &NumberValue<long>);
+    case ValueType::ULong:
+        return FoundValue(FindNumber<unsigned long>(filer, place), &NumberValue<unsigned long>);
+    case ValueType::Int64:
+        return FoundValue(FindNumber<long long>(filer, place), &NumberValue<long long>);
+    case ValueType::Double:
+        return FoundValue(FindNumber<double>(filer, place), &DoubleValue);
+    case ValueType::Bool:
+        return FoundValue(Find<bool>(filer, place, false, true), &BoolValue);
+    case ValueType::Date:
+        return FoundValue(FindDate(filer, place), &DateValue);
+    case ValueType::Rect:
+        return FoundValue(FindRect(filer, place), &RectValue);
+    case ValueType::Size:
+        return FoundValue(FindSize(filer, place), &SizeValue);
+    case ValueType::String:
+        return FoundValue(Find<QString>(filer, place, u"a"_s, u"b"_s), &TextValue);
+    case ValueType::Text:
+        return FoundValue(FindContent(filer.ReadNodeText(place.Path)), &TextValue);
+    case ValueType::Buffer:
+        break;
+    }
+    const QByteArray bytes = filer.ReadBuffer(place.Path);
+    if (bytes.isEmpty())
+        return std::nullopt;
+    return Value{.Plain = bytes, .Json = QString::fromLatin1(bytes.toBase64())};
+}
+
+void WriteValue(XmlFiler& filer, ValueType type, const ValuePlace& place, const QByteArray& value)
+{
+    GivenValue given(type, value);
+    const auto& [path, name] = place;
+    switch (type) {
+    case ValueType::Int:
+        return filer.WriteInt(path, name, given.ToNumber<int>());
+    case ValueType::UInt:
+        return filer.WriteUInt(path, name, given.ToNumber<unsigned int>());
+    case ValueType::Long:
+        return filer.WriteLong(path, name, given.ToNumber<long>());
+    case ValueType::ULong:
+        return filer.WriteULong(path, name, given.ToNumber<unsigned long>());
+    case ValueType::Int64:
+        return filer.WriteInt64(path, name, given.ToNumber<long long>());
+    case ValueType::Double:
+        return filer.WriteDouble(path, name, given.ToNumber<double>());
+    case ValueType::Bool:
+        return filer.WriteBoolean(path, name, given.ToBool());
+    case ValueType::Date:
+        return filer.WriteDate(path, name, given.ToDate());
+    case ValueType::Rect:
+        return filer.WriteRect(path, name, given.ToRect());
+    case ValueType::Size:
+        return filer.WriteSize(path, name, given.ToSize());
+    case ValueType::String:
+        return filer.WriteString(path, name, given.Text);
+    case ValueType::Text:
+        return filer.WriteNodeText(path, given.Text);
+    case ValueType::Buffer:
+        return filer.WriteBuffer(path, value);
+    }
+}
+
+Value NormalizedValue(ValueType type, const QByteArray& value)
+{
+    XmlFiler filer;
+    filer.TranslateEnabled = false;
+    filer.CreateRoot({});
+    const ValuePlace place{.Path = {}, .Name = u"Value"_s};
+    WriteValue(filer, type, place, value);
+    // An empty text cannot be told from a missing one.
+    return ReadValue(filer, type, place).value_or(Value{.Plain = {}, .Json = QString()});
+}
+
+QString WhyMissing(XmlFiler& filer, ValueType type, const ValuePlace& place)
+{
+    const auto& [path, name] = place;
+    filer.PushCurrentNode();
+    const bool isThere = filer.MoveToNode(path);
+    const QDomElement element = filer.GetCurrentNode().toElement();
+    const QString where = filer.GetCurrentNodePath();
+    filer.PopCurrentNode();
+
+    if (!isThere)
+        return u"there is no element %1"_s.arg(path);
+    if (IsContent(type))
+        return u"%1 has no %2"_s.arg(where, type == ValueType::Text ? u"text"_s : u"bytes"_s);
+    if (!element.hasAttribute(name))
+        return u"%1 has no attribute %2"_s.arg(where, name);
+    const QString text = element.attribute(name);
+    if (text.isEmpty())
+        return u"%1 %2 is empty"_s.arg(where, name);
+    return u"%1 %2=%3 is no value of the type %4"_s.arg(where, name, Console::Quoted(text),
+                                                        ValueTypeName(type));
+}
+
+bool IsXmlName(const QString& text)
+{
+    QXmlStreamReader reader(u'<' + text + "/>"_L1);
+    reader.setNamespaceProcessing(false);
+    return reader.readNextStartElement() && reader.qualifiedName() == text;
+}
+
+} // namespace Quorvin::Tool

@@ -1,0 +1,303 @@
+// SPDX-FileCopyrightText: 2026 The QvUtil developers
+// SPDX-License-Identifier: MIT
+
+#include "documents/ValueCommands.h"
+
+#include "cli/Command.h"
+#include "cli/Console.h"
+#include "documents/DocumentFile.h"
+#include "documents/TypedValue.h"
+
+#include <QDomElement>
+#include <QFileInfo>
+#include <QJsonObject>
+
+#include <algorithm>
+#include <memory>
+
+using namespace Qt::StringLiterals;
+using Quorvin::Util::XlfTranslator;
+using Quorvin::Util::XmlFiler;
+
+namespace Quorvin::Tool {
+namespace {
+
+struct GetOptions
+{
+    QString File;
+    ValuePlace Place;
+    QString Type;
+    QString Default;
+    QString Translations;
+    bool Json = false;
+};
+
+struct SetOptions
+{
+    QString File;
+    QString Path;
+    QStringList NameAndValue;
+    QString Type;
+    QString From;
+    QString Root;
+    bool Create = false;
+    bool NewElement = false;
+};
+
+// Without --type, what has a name is a string and what has none is the element's text.
+ValueType TypeOf(const QString& typeName, bool hasName)
+{
+    if (typeName.isEmpty())
+        return hasName ? ValueType::String : ValueType::Text;
+    const ValueType type = ValueTypeByName(typeName);
+    if (IsContent(type) && hasName)
+        throw UsageFailure(
+            u"a value of the type %1 is the content of an element and has no NAME"_s.arg(typeName));
+    if (!IsContent(type) && !hasName)
+        throw UsageFailure(u"NAME is required for a value of the type %1"_s.arg(typeName));
+    return type;
+}
+
+QString PathOf(XmlFiler& filer, const QString& path)
+{
+    filer.PushCurrentNode();
+    QString result = filer.MoveToNode(path) ? filer.GetCurrentNodePath() : path;
+    filer.PopCurrentNode();
+    return result;
+}
+
+void PrintValue(XmlFiler& filer, const GetOptions& options, ValueType type, const Value& value)
+{
+    if (options.Json) {
+        QJsonObject object{{u"path"_s, PathOf(filer, options.Place.Path)},
+                           {u"type"_s, ValueTypeName(type)},
+                           {u"value"_s, value.Json}};
+        if (!IsContent(type))
+            object.insert(u"name"_s, options.Place.Name);
+        Console::PrintJson(QJsonDocument(object));
+    } else {
+        Console::PrintBytes(type == ValueType::Buffer ? value.Plain : value.Plain + '\n');
+    }
+}
+
+ExitCode Get(const GetOptions& options, bool hasName, bool hasDefault)
+{
+    const ValueType type = TypeOf(options.Type, hasName);
+    std::optional<Value> defaultValue;
+    if (hasDefault)
+        defaultValue = NormalizedValue(type, options.Default.toUtf8());
+
+    std::optional<InputFile> translations;
+    XlfTranslator translator;
+    XmlFiler filer;
+    filer.TranslateEnabled = !options.Translations.isEmpty();
+    if (filer.TranslateEnabled) {
+        translations.emplace(options.Translations);
+        XmlFiler probe; // the translator itself takes a bad file silently
+        LoadDocument(probe, *translations);
+        translator.SetXlfFile(translations->Path());
+        filer.Translator = &translator;
+    }
+    const InputFile file(options.File);
+    LoadDocument(filer, file);
+
+    std::optional<Value> value = ReadValue(filer, type, options.Place);
+    if (!value && defaultValue)
+        value = defaultValue;
+    if (value) {
+        PrintValue(filer, options, type, *value);
+        return ExitCode::Yes;
+    }
+    if (options.Json)
+        PrintValue(filer, options, type, Value{.Plain = {}, .Json = QJsonValue::Null});
+    Console::Complain(file.Name(), WhyMissing(filer, type, options.Place));
+    return ExitCode::No;
+}
+
+QByteArray ReadAll(const QString& argument)
+{
+    const InputFile input(argument);
+    QFile file(input.Path());
+    if (!file.open(QIODevice::ReadOnly))
+        throw Failure(input.Name(), file.errorString());
+    return file.readAll();
+}
+
+void CheckName(const QString& name)
+{
+    if (!IsXmlName(name))
+        throw UsageFailure(u"%1 is no name of an element or attribute"_s.arg(Console::Quoted(name)));
+}
+
+void CheckNames(const ValuePlace& place, ValueType type)
+{
+    QString path = place.Path.trimmed();
+    path.replace(u'\\', u'/');
+    QStringList names = path.split(u'/', Qt::SkipEmptyParts);
+    if (!IsContent(type))
+        names += place.Name;
+    std::for_each(names.cbegin(), names.cend(), &CheckName);
+}
+
+void CheckCharacters(const QByteArray& value)
+{
+    const QString text = QString::fromUtf8(value);
+    for (const QChar c : text) {
+        const char16_t code = c.unicode();
+        const bool isWhite = code == '\t' || code == '\n' || code == '\r';
+        if ((code < 0x20 && !isWhite) || code >= 0xfffe) {
+            throw UsageFailure(u"the value holds the character U+%1, which XML cannot hold"_s.arg(
+                QString::number(code, 16).toUpper().rightJustified(4, u'0')));
+        }
+    }
+}
+
+// The stored text of a value, whatever its type.
+QString StoredText(XmlFiler& filer, ValueType type, const ValuePlace& place)
+{
+    filer.PushCurrentNode();
+    const bool isThere = filer.MoveToNode(place.Path);
+    const QDomElement element = isThere ? filer.GetCurrentNode().toElement() : QDomElement();
+    filer.PopCurrentNode();
+    return IsContent(type) ? element.firstChild().nodeValue() : element.attribute(place.Name);
+}
+
+// Whatever else may go wrong: what is saved must read back.
+void CheckReadsBack(XmlFiler& filer, ValueType type, const ValuePlace& place)
+{
+    XmlFiler copy;
+    if (!copy.LoadFromXmlString(filer.SaveAsXmlString())
+        || StoredText(copy, type, place) != StoredText(filer, type, place)) {
+        throw Failure({}, u"the value would not read back from a file; nothing was changed"_s);
+    }
+}
+
+void OpenForChange(XmlFiler& filer, const SetOptions& options)
+{
+    const QFileInfo info(options.File);
+    if (options.File != "-"_L1 && !options.File.isEmpty() && !info.exists()) {
+        if (!options.Create)
+            throw Failure(options.File, u"No such file or directory; --create makes it"_s);
+        CheckName(options.Root);
+        filer.CreateRoot(options.Root);
+        return;
+    }
+    if (options.File != "-"_L1 && info.exists() && !info.isFile() && !info.isDir())
+        throw Failure(options.File, u"is not a regular file"_s);
+    // A file that does not parse is left alone: whatever it holds may still be of use to somebody.
+    LoadDocument(filer, InputFile(options.File));
+}
+
+void PrintDocument(XmlFiler& filer)
+{
+    QTemporaryFile file;
+    if (!file.open())
+        throw Failure(file.fileTemplate(), file.errorString());
+    SaveDocument(filer, file.fileName());
+    Console::PrintBytes(ReadAll(file.fileName()));
+}
+
+ExitCode Set(const SetOptions& options)
+{
+    const bool fromFile = !options.From.isEmpty();
+    const qsizetype count = options.NameAndValue.size() + (fromFile ? 1 : 0);
+    if (count < 1)
+        throw UsageFailure(u"VALUE is required"_s);
+    if (count > 2)
+        throw UsageFailure(u"unexpected argument '%1'"_s.arg(options.NameAndValue.back()));
+    const bool hasName = count == 2;
+    const ValueType type = TypeOf(options.Type, hasName);
+    if (fromFile && options.From == "-"_L1 && options.File == "-"_L1)
+        throw UsageFailure(u"FILE and --from cannot both be standard input"_s);
+
+    const ValuePlace place{.Path = options.Path, .Name = hasName ? options.NameAndValue.front() : QString()};
+    CheckNames(place, type);
+    const QByteArray value = fromFile ? ReadAll(options.From) : options.NameAndValue.back().toUtf8();
+    if (type != ValueType::Buffer)
+        CheckCharacters(value);
+
+    XmlFiler filer;
+    filer.TranslateEnabled = false;
+    OpenForChange(filer, options);
+    ValuePlace target = place;
+    if (options.NewElement) {
+        filer.CreateNode(place.Path, false);
+        target.Path.clear();
+    }
+    WriteValue(filer, type, target, value);
+    if (!options.NewElement)
+        CheckReadsBack(filer, type, target);
+    if (options.File == "-"_L1)
+        PrintDocument(filer);
+    else
+        SaveDocument(filer, options.File);
+    return ExitCode::Yes;
+}
+
+void AddTypeOption(CLI::App& command, QString& type)
+{
+    AddText(command, "--type,-t", type, "Type of the value; string if not given, text if there is no NAME")
+        ->type_name("TYPE");
+    command.footer(command.get_footer() + "\n\nTypes:\n  " + ValueTypeNames());
+}
+
+} // namespace
+
+void AddGetCommand(CommandLine& line, CLI::App& group)
+{
+    auto options = std::make_shared<GetOptions>();
+    const std::string name = "qvutil " + group.get_name() + " get ";
+    CLI::App& get = line.AddCommand(group, "get", "Print one value",
+                                    name + "app.xml Panel/Main Width --type int\n" + name
+                                        + "app.xml Panel/Main Width --type int --default 640\n" + name
+                                        + "app.xml Notes                       # the element's text\n" + name
+                                        + "app.xml Icon --type buffer > icon.png",
+                                    {});
+    AddText(get, "FILE", options->File, "Document to read; - for standard input")->required();
+    AddText(get, "PATH", options->Place.Path,
+            "Element, as names from the root joined by '/'; / for the root itself")
+        ->required();
+    CLI::Option* valueName
+        = AddText(get, "NAME", options->Place.Name, "Name of the value, an attribute of the element");
+    AddTypeOption(get, options->Type);
+    CLI::Option* defaultValue
+        = AddText(get, "--default,-d", options->Default, "Value to print if it is missing or of another type")
+              ->type_name("VALUE");
+    AddText(get, "--translations", options->Translations, "XLIFF file to translate texts of the form tr(...)")
+        ->type_name("FILE");
+    AddJsonFlag(get, options->Json);
+    line.SetAction(get, [options, valueName, defaultValue] {
+        return Get(*options, valueName->count() > 0, defaultValue->count() > 0);
+    });
+}
+
+void AddSetCommand(CommandLine& line, CLI::App& group, MissingFile missing, const std::string& root)
+{
+    auto options = std::make_shared<SetOptions>();
+    options->Root = QString::fromStdString(root);
+    options->Create = missing == MissingFile::IsCreated;
+    const std::string name = "qvutil " + group.get_name() + " set ";
+    CLI::App& set = line.AddCommand(group, "set", "Write one value; missing elements are created",
+                                    name + "app.xml Panel/Main Width 640 --type int\n" + name
+                                        + "app.xml Notes \"Call back\"           # the element's text\n"
+                                        + name + "app.xml Icon --type buffer --from icon.png",
+                                    [options] { return Set(*options); });
+    AddText(set, "FILE", options->File, "Document to change; - reads standard input and prints the result")
+        ->required();
+    AddText(set, "PATH", options->Path,
+            "Element, as names from the root joined by '/'; / for the root itself")
+        ->required();
+    AddTexts(set, "[NAME] VALUE", options->NameAndValue,
+             "Name and value of an attribute; VALUE alone is the element's content");
+    AddTypeOption(set, options->Type);
+    AddText(set, "--from,-f", options->From, "Read VALUE from a file; - for standard input")
+        ->type_name("FILE");
+    set.add_flag("--new", options->NewElement, "Append a new element even if there is one of that name");
+    if (missing == MissingFile::IsError)
+        set.add_flag("--create", options->Create, "Make the file if it does not exist");
+    AddText(set, "--root", options->Root,
+            "Name of the root element if the file is made; " + root + " if not given")
+        ->type_name("NAME");
+}
+
+} // namespace Quorvin::Tool

@@ -1,0 +1,232 @@
+// SPDX-FileCopyrightText: 2026 The QvUtil developers
+// SPDX-License-Identifier: MIT
+
+#include "expressions/ExpressionOutline.h"
+
+#include <qvutil/expressions/BooleanExpressionEvaluation_p.h>
+
+#include <QHash>
+#include <QSet>
+
+#include <algorithm>
+
+using namespace Qt::StringLiterals;
+using Quorvin::Util::BooleanExpressionEvaluation;
+using Quorvin::Util::BooleanExpressionText;
+
+namespace Quorvin::Tool {
+namespace {
+
+// What the search for operands that are never consulted may take, some tenths of a second: evaluations, and
+// characters that they read.
+constexpr qsizetype kMostEvaluations = 10'000;
+constexpr qsizetype kMostCharacters = 5'000'000;
+
+QString KindName(ExpressionProblem::Kind kind)
+{
+    switch (kind) {
+    case ExpressionProblem::Unbalanced:
+        return u"unbalanced"_s;
+    case ExpressionProblem::Empty:
+        return u"empty"_s;
+    case ExpressionProblem::NoOperator:
+        return u"no-operator"_s;
+    case ExpressionProblem::Dropped:
+        return u"dropped"_s;
+    case ExpressionProblem::Mixed:
+        return u"mixed"_s;
+    case ExpressionProblem::Unreachable:
+        return u"unreachable"_s;
+    case ExpressionProblem::Unknown:
+        return u"unknown"_s;
+    }
+    return {};
+}
+
+/// Goes through all ways in which the operands can be answered, like an odometer: each evaluation follows the
+/// answers of the one before, but for the last one that was false, which becomes true.
+class AnswerSequence
+{
+public:
+    void Restart()
+    {
+        mKnown.clear();
+        mUsed = 0;
+    }
+    [[nodiscard]] bool Next(const QString& operand)
+    {
+        if (const auto known = mKnown.constFind(operand); known != mKnown.constEnd())
+            return *known;
+        if (mUsed == mAnswers.size())
+            mAnswers.append(false);
+        return *mKnown.insert(operand, mAnswers.at(mUsed++));
+    }
+    /// \return false if there is no other way
+    [[nodiscard]] bool Advance()
+    {
+        while (!mAnswers.isEmpty() && mAnswers.last())
+            mAnswers.removeLast();
+        if (mAnswers.isEmpty())
+            return false;
+        mAnswers.last() = true;
+        return true;
+    }
+
+private:
+    QList<bool> mAnswers; // in the order in which the operands are first consulted
+    QHash<QString, bool> mKnown;
+    qsizetype mUsed = 0;
+};
+
+} // namespace
+
+QJsonObject ExpressionProblem::ToJson() const
+{
+    return {{u"kind"_s, KindName(What)},
+            {u"column"_s, Where.Begin + 1},
+            {u"length"_s, Where.End - Where.Begin},
+            {u"reason"_s, Reason}};
+}
+
+ExpressionOutline::ExpressionOutline(const QString& expression)
+    : mText(expression)
+    , mStructure(mText)
+{
+    const qsizetype unpaired = mStructure.FindUnpaired(mStructure.Whole());
+    if (unpaired >= 0) {
+        const bool isOpen = mText.at(unpaired) == u'(';
+        mProblems.append({ExpressionProblem::Unbalanced,
+                          {unpaired, unpaired + 1},
+                          isOpen ? u"this '(' is not closed"_s : u"this ')' was not opened"_s});
+        return;
+    }
+    Build();
+    std::stable_sort(mProblems.begin(), mProblems.end(), [](const auto& left, const auto& right) {
+        return left.Where.Begin < right.Where.Begin;
+    });
+}
+
+void ExpressionOutline::Build()
+{
+    QSet<QString> names;
+    mPending = {{Part::List, mStructure.Whole(), 0}};
+    while (!mPending.isEmpty()) {
+        const Part part = mPending.takeLast();
+        if (part.What == Part::Operator) {
+            mParts.append(part);
+            continue;
+        }
+        const Range content = mStructure.WithoutBraces(mStructure.Trimmed(part.Where));
+        BooleanExpressionText::Ranges ranges;
+        BooleanExpressionText::Notes notes;
+        const bool isSplit = mStructure.Split(content, ranges, &notes);
+        for (const Range dropped : notes.Dropped) {
+            mProblems.append({ExpressionProblem::Dropped, dropped,
+                              u"text before '(' takes no part unless '&' joins them"_s});
+        }
+        if (!isSplit) {
+            const bool isOperator = mStructure.Operator(notes.Mistake) != 0;
+            mProblems.append({ExpressionProblem::Empty, notes.Mistake,
+                              isOperator ? u"an operand is missing beside this operator"_s
+                                         : u"there is no operand here"_s});
+        } else if (ranges.size() == 1) {
+            mParts.append({Part::Operand, ranges.first(), part.Depth});
+            const QString name = TextOf(ranges.first());
+            if (!names.contains(name))
+                mOperands.append(name);
+            names.insert(name);
+        } else {
+            AddList(ranges, content, part.Depth);
+        }
+    }
+}
+
+// Adds a list, and what it holds to what is still to be looked at.
+void ExpressionOutline::AddList(const BooleanExpressionText::Ranges& parts, Range content, int depth)
+{
+    mParts.append({Part::List, content, depth});
+    char16_t first = 0;
+    bool isMixed = false;
+    for (qsizetype i = parts.size() - 1; i >= 0; --i) {
+        const bool isOperator = i % 2 == 1;
+        const char16_t sign = mStructure.Operator(parts[i]);
+        if (isOperator && sign == 0) {
+            mProblems.append(
+                {ExpressionProblem::NoOperator, parts[i], u"an operator is missing before this operand"_s});
+        }
+        isMixed = isMixed || (isOperator && first != 0 && sign != 0 && sign != first);
+        if (isOperator && sign != 0)
+            first = sign;
+        mPending.append({isOperator && sign != 0 ? Part::Operator : Part::List, parts[i], depth + 1});
+    }
+    if (isMixed) {
+        mProblems.append({ExpressionProblem::Mixed, content,
+                          u"'&' and '|' are applied from left to right here, since a group comes before"_s});
+    }
+}
+
+const ExpressionProblem* ExpressionOutline::Mistake() const
+{
+    const auto mistake = std::find_if(mProblems.cbegin(), mProblems.cend(),
+                                      [](const ExpressionProblem& problem) { return problem.IsMistake(); });
+    return mistake != mProblems.cend() ? &*mistake : nullptr;
+}
+
+ExpressionOutline::Trace ExpressionOutline::Evaluate(const Answer& answer) const
+{
+    Trace trace;
+    qsizetype next = 0; // operands are consulted in the order of the parts
+    BooleanExpressionEvaluation evaluation(mStructure, [&](Range operand, bool& value) {
+        while (next < mParts.size()
+               && (mParts.at(next).What != Part::Operand || mParts.at(next).Where.Begin != operand.Begin))
+            ++next;
+        const std::optional<bool> known = answer(TextOf(operand));
+        value = known.value_or(false);
+        trace.Consulted.append(next);
+        trace.Values.append(value);
+        return known.has_value();
+    });
+    trace.Done = evaluation.Run(trace.Value);
+    return trace;
+}
+
+QList<qsizetype> ExpressionOutline::FindUnreachable(bool& complete) const
+{
+    QSet<qsizetype> unreached;
+    for (qsizetype i = 0; i < mParts.size(); ++i) {
+        if (mParts.at(i).What == Part::Operand)
+            unreached.insert(i);
+    }
+    AnswerSequence answers;
+    complete = true;
+    const qsizetype most = std::min(kMostEvaluations, 1 + kMostCharacters / (mText.size() + 1));
+    for (qsizetype i = 0; !unreached.isEmpty(); ++i) {
+        if (i == most) {
+            complete = false;
+            return {};
+        }
+        answers.Restart();
+        const Trace trace
+            = Evaluate([&answers](const QString& operand) { return std::optional(answers.Next(operand)); });
+        for (const qsizetype consulted : trace.Consulted)
+            unreached.remove(consulted);
+        if (!answers.Advance())
+            break;
+    }
+    QList<qsizetype> result(unreached.cbegin(), unreached.cend());
+    std::sort(result.begin(), result.end());
+    return result;
+}
+
+QString ExpressionOutline::Marked(Range range) const
+{
+    QString text = mText;
+    for (QChar& c : text) {
+        if (c == u'\t' || c == u'\n' || c == u'\r')
+            c = u' '; // so that the marks stay below what they mark
+    }
+    const qsizetype length = std::max<qsizetype>(range.End - range.Begin, 1);
+    return u"  "_s + text + u"\n  "_s + QString(range.Begin, u' ') + u'^' + QString(length - 1, u'~');
+}
+
+} // namespace Quorvin::Tool

@@ -1,0 +1,120 @@
+// SPDX-FileCopyrightText: 2026 The QvUtil developers
+// SPDX-License-Identifier: MIT
+
+#include "cli/Command.h"
+#include "cli/Console.h"
+#include "cli/Groups.h"
+#include "cli/InputFile.h"
+
+#include <qvutil/GeneralUtil.h>
+
+#include <QElapsedTimer>
+#include <QFileInfo>
+#include <QJsonArray>
+#include <QJsonObject>
+
+#include <chrono>
+#include <future>
+#include <memory>
+
+using namespace Qt::StringLiterals;
+using Quorvin::Util::GeneralUtil;
+
+namespace Quorvin::Tool {
+namespace {
+
+struct HashOptions
+{
+    QStringList Files;
+    QStringList Texts;
+    bool Json = false;
+};
+
+/// Prints the digests one by one, or collects them for JSON.
+class DigestPrinter
+{
+public:
+    explicit DigestPrinter(bool json)
+        : mJson(json)
+    { }
+
+    void Add(const QString& kind, const QString& name, const QString& digest)
+    {
+        if (mJson)
+            mArray.append(QJsonObject{{kind, name}, {u"md5"_s, digest}});
+        else
+            Console::PrintLine(digest + "  "_L1 + Console::Visible(name));
+    }
+
+    void Finish() const
+    {
+        if (mJson)
+            Console::PrintJson(QJsonDocument(mArray));
+    }
+
+private:
+    bool mJson;
+    QJsonArray mArray;
+};
+
+QString HashFile(const QString& argument, Console::ProgressBar& bar, qint64 done)
+{
+    const InputFile file(argument, InputFile::AnySize);
+    // The library reads the file in one go: the bar goes on while another thread does it.
+    auto digest = std::async(std::launch::async, &GeneralUtil::GenerateCheckSumMD5, file.Path());
+    const QString label
+        = file.Name() + u", "_s + GeneralUtil::BytesToString(QFileInfo(file.Path()).size(), 1);
+    QElapsedTimer timer;
+    timer.start();
+    do {
+        bar.Show(done, label + u", %1 s"_s.arg(timer.elapsed() / 1000));
+    } while (digest.wait_for(std::chrono::milliseconds(100)) != std::future_status::ready);
+    const QString result = digest.get();
+    if (result.isEmpty())
+        throw Failure(file.Name(), u"could not be read"_s);
+    return result;
+}
+
+ExitCode Hash(const HashOptions& options)
+{
+    if (options.Files.isEmpty() && options.Texts.isEmpty())
+        throw UsageFailure(u"FILE or --text is required"_s);
+
+    DigestPrinter printer(options.Json);
+    for (const QString& text : options.Texts)
+        printer.Add(u"text"_s, text, QString::fromLatin1(GeneralUtil::GetHash(text)));
+
+    qint64 total = 0;
+    for (const QString& file : options.Files)
+        total += QFileInfo(file).size();
+    Console::ProgressBar bar(total);
+    qint64 done = 0;
+    auto code = ExitCode::Yes;
+    for (const QString& file : options.Files) {
+        try {
+            printer.Add(u"file"_s, file, HashFile(file, bar, done));
+        } catch (const Failure& failure) { // the other files are still of interest
+            Console::Complain(failure.Subject, failure.Reason);
+            code = ExitCode::Error;
+        }
+        done += QFileInfo(file).size();
+    }
+    printer.Finish();
+    return code;
+}
+
+} // namespace
+
+void AddHashCommand(CommandLine& line)
+{
+    auto options = std::make_shared<HashOptions>();
+    CLI::App& hash = line.AddCommand(line.Root(), "hash", "Print MD5 digests of files or texts",
+                                     "qvutil hash settings.xml *.xlf\n"
+                                     "qvutil hash --text \"Save as...\"   # the id of a text to translate",
+                                     [options] { return Hash(*options); });
+    AddTexts(hash, "FILE", options->Files, "File to read; - for standard input");
+    AddTexts(hash, "--text", options->Texts, "Text to take the digest of, as UTF-8");
+    AddJsonFlag(hash, options->Json);
+}
+
+} // namespace Quorvin::Tool
