@@ -3,6 +3,7 @@
 
 #include "messaging/MessageLink_p.h"
 #include "messaging/MessageServer_p.h"
+#include "support/LinkedServer.h"
 #include "support/MessagingSupport.h"
 #include "support/TestSupport.h"
 
@@ -248,12 +249,9 @@ void tst_MessageServer::Start_unusableName()
 
 void tst_MessageServer::Start_staleEndpoint()
 {
-    const QString name = UniqueName();
-    QVERIFY(TestSupport::WriteFile(SocketPath(name), "left over"));
-    MessageServer server;
-    server.Start(name);
-    QLocalSocket client;
-    QVERIFY(Connect(client, name));
+    LinkedServer link;
+    QVERIFY(TestSupport::WriteFile(SocketPath(link.Name), "left over"));
+    QVERIFY(link.Open());
 }
 
 void tst_MessageServer::Start_longestName()
@@ -274,14 +272,11 @@ void tst_MessageServer::Start_longestName()
 
 void tst_MessageServer::Endpoint_forUserOnly()
 {
-    MessageServer server;
-    const QString name = UniqueName();
-    server.Start(name);
-    QLocalSocket client;
-    QVERIFY(Connect(client, name));
+    LinkedServer link;
+    QVERIFY(link.Open());
     const QFile::Permissions others = QFile::ReadGroup | QFile::WriteGroup | QFile::ExeGroup
         | QFile::ReadOther | QFile::WriteOther | QFile::ExeOther;
-    QCOMPARE(QFileInfo(SocketPath(name)).permissions() & others, QFile::Permissions());
+    QCOMPARE(QFileInfo(SocketPath(link.Name)).permissions() & others, QFile::Permissions());
 }
 
 void tst_MessageServer::Stop_whenStopped()
@@ -305,34 +300,26 @@ void tst_MessageServer::Destructor_stops()
 
 void tst_MessageServer::SendMessage_withoutClient()
 {
-    MessageServer server;
-    QCOMPARE(server.SendMessage(u"stopped"_s, {}), true);
-    const QString name = UniqueName();
-    server.Start(name);
-    QCOMPARE(server.SendMessage(u"early"_s, {}), true);
-    QSignalSpy connected(&server, &MessageServer::Connected);
-    QLocalSocket client;
-    QVERIFY(Connect(client, name));
-    EVENTUALLY_EQUAL(connected.count(), 1);
-    server.SendMessage(u"late"_s, {});
-    const QList<MessageInfo> messages = ReadMessages(client, 1);
+    LinkedServer link;
+    QCOMPARE(link.Server.SendMessage(u"stopped"_s, {}), true);
+    link.Server.Start(link.Name);
+    QCOMPARE(link.Server.SendMessage(u"early"_s, {}), true);
+    QVERIFY(Connect(link.Client, link.Name));
+    EVENTUALLY_EQUAL(link.Connected.count(), 1);
+    link.Server.SendMessage(u"late"_s, {});
+    const QList<MessageInfo> messages = ReadMessages(link.Client, 1);
     QCOMPARE(messages.size(), 1);
     QCOMPARE(messages.constFirst().Id, u"late"_s);
 }
 
 void tst_MessageServer::SendMessage_wire()
 {
-    MessageServer server;
-    QSignalSpy connected(&server, &MessageServer::Connected);
-    const QString name = UniqueName();
-    server.Start(name);
-    QLocalSocket client;
-    QVERIFY(Connect(client, name));
-    EVENTUALLY_EQUAL(connected.count(), 1);
-    QCOMPARE(server.SendMessage(u"Grüße"_s, {{u"a"_s, 1}}), true);
+    LinkedServer link;
+    QVERIFY(link.OpenAndWait());
+    QCOMPARE(link.Server.SendMessage(u"Grüße"_s, {{u"a"_s, 1}}), true);
 
     QByteArray bytes;
-    EVENTUALLY((bytes += client.readAll()).endsWith("</Message>\n"));
+    EVENTUALLY((bytes += link.Client.readAll()).endsWith("</Message>\n"));
     QVERIFY2(bytes.startsWith("<?xml version=\"1.0\"?>\n<Message "), bytes.constData());
     QCOMPARE(TestSupport::XmlMeaning(bytes),
              TestSupport::XmlMeaning(
@@ -343,37 +330,28 @@ void tst_MessageServer::SendMessage_wire()
 
 void tst_MessageServer::SendMessage_record()
 {
-    MessageServer server;
-    QSignalSpy connected(&server, &MessageServer::Connected);
-    const QString name = UniqueName();
-    server.Start(name);
-    QLocalSocket client;
-    QVERIFY(Connect(client, name));
-    EVENTUALLY_EQUAL(connected.count(), 1);
+    LinkedServer link;
+    QVERIFY(link.OpenAndWait());
     const MessageInfo message{u"N"_s, QUuid::createUuid(), true, true, QUuid::createUuid(), {{u"a"_s, 1}}};
-    QCOMPARE(server.SendMessage(message), true);
-    const QList<MessageInfo> messages = ReadMessages(client, 1);
+    QCOMPARE(link.Server.SendMessage(message), true);
+    const QList<MessageInfo> messages = ReadMessages(link.Client, 1);
     QCOMPARE(messages.size(), 1);
     QCOMPARE(EncodeMessage(messages.constFirst()), EncodeMessage(message));
 }
 
 void tst_MessageServer::Receive_messages()
 {
-    MessageServer server;
-    QSignalSpy received(&server, &MessageServer::MessageReceived);
-    const QString name = UniqueName();
-    server.Start(name);
-    QLocalSocket client;
-    QVERIFY(Connect(client, name));
+    LinkedServer link;
+    QVERIFY(link.Open());
     QByteArray bytes;
     QStringList expected;
     for (int i = 0; i < 200; ++i) {
         expected.append(u"m%1"_s.arg(i));
-        Write(client, Document(expected.constLast(), {{u"i"_s, i}}));
+        Write(link.Client, Document(expected.constLast(), {{u"i"_s, i}}));
     }
-    EVENTUALLY_EQUAL(received.count(), 200);
-    QCOMPARE(Names(received), expected);
-    QCOMPARE(received.at(7).at(1).toMap(), (QVariantMap{{u"i"_s, 7}}));
+    EVENTUALLY_EQUAL(link.Received.count(), 200);
+    QCOMPARE(Names(link.Received), expected);
+    QCOMPARE(link.Received.at(7).at(1).toMap(), (QVariantMap{{u"i"_s, 7}}));
 }
 
 void tst_MessageServer::Receive_joined_data()
@@ -396,59 +374,47 @@ void tst_MessageServer::Receive_joined()
     QFETCH(const QByteArray, bytes);
     QFETCH(QStringList, expected);
 
-    MessageServer server;
-    QSignalSpy received(&server, &MessageServer::MessageReceived);
-    const QString name = UniqueName();
-    server.Start(name);
-    QLocalSocket client;
-    QVERIFY(Connect(client, name));
-    Write(client, bytes);
-    QVERIFY(IsDealtWith(client, server));
-    Write(client, Document(u"last"_s));
+    LinkedServer link;
+    QVERIFY(link.Open());
+    Write(link.Client, bytes);
+    QVERIFY(IsDealtWith(link.Client, link.Server));
+    Write(link.Client, Document(u"last"_s));
     expected.append(u"last"_s);
-    EVENTUALLY_EQUAL(Names(received), expected);
+    EVENTUALLY_EQUAL(Names(link.Received), expected);
 }
 
 void tst_MessageServer::Receive_split()
 {
-    MessageServer server;
-    QSignalSpy received(&server, &MessageServer::MessageReceived);
-    const QString name = UniqueName();
-    server.Start(name);
-    QLocalSocket client;
-    QVERIFY(Connect(client, name));
+    LinkedServer link;
+    QVERIFY(link.Open());
     const QByteArray document = Document(u"split"_s, {{u"text"_s, u"some text"_s}});
     for (const int at : {3, 30, 200}) {
-        Write(client, document.first(at));
-        QVERIFY(IsDealtWith(client, server));
-        Write(client, document.sliced(at));
-        QVERIFY(IsDealtWith(client, server));
+        Write(link.Client, document.first(at));
+        QVERIFY(IsDealtWith(link.Client, link.Server));
+        Write(link.Client, document.sliced(at));
+        QVERIFY(IsDealtWith(link.Client, link.Server));
         // The rest of one document does not spoil the next.
-        Write(client, document.first(at));
-        QVERIFY(IsDealtWith(client, server));
-        Write(client, document.sliced(at) + Document(u"next"_s));
-        QVERIFY(IsDealtWith(client, server));
+        Write(link.Client, document.first(at));
+        QVERIFY(IsDealtWith(link.Client, link.Server));
+        Write(link.Client, document.sliced(at) + Document(u"next"_s));
+        QVERIFY(IsDealtWith(link.Client, link.Server));
     }
-    EVENTUALLY_EQUAL(received.count(), 3);
-    QCOMPARE(Names(received), (QStringList{u"next"_s, u"next"_s, u"next"_s}));
+    EVENTUALLY_EQUAL(link.Received.count(), 3);
+    QCOMPARE(Names(link.Received), (QStringList{u"next"_s, u"next"_s, u"next"_s}));
 }
 
 void tst_MessageServer::Receive_splitLarge()
 {
-    MessageServer server;
-    QSignalSpy received(&server, &MessageServer::MessageReceived);
-    const QString name = UniqueName();
-    server.Start(name);
-    QLocalSocket client;
-    QVERIFY(Connect(client, name));
+    LinkedServer link;
+    QVERIFY(link.Open());
     // The beginning alone, and then nothing more: given up after a moment, and not kept.
     const QByteArray document = Document(u"split"_s, {{u"text"_s, QString(100000, u'x')}});
-    Write(client, document.first(60000));
-    QVERIFY(IsDealtWith(client, server));
-    Write(client, Document(u"next"_s));
-    EVENTUALLY_EQUAL(Names(received), QStringList{u"next"_s});
-    Write(client, document.sliced(60000) + Document(u"last"_s));
-    EVENTUALLY_EQUAL(Names(received), (QStringList{u"next"_s, u"last"_s}));
+    Write(link.Client, document.first(60000));
+    QVERIFY(IsDealtWith(link.Client, link.Server));
+    Write(link.Client, Document(u"next"_s));
+    EVENTUALLY_EQUAL(Names(link.Received), QStringList{u"next"_s});
+    Write(link.Client, document.sliced(60000) + Document(u"last"_s));
+    EVENTUALLY_EQUAL(Names(link.Received), (QStringList{u"next"_s, u"last"_s}));
 }
 
 void tst_MessageServer::Receive_endless_data()
@@ -466,19 +432,14 @@ void tst_MessageServer::Receive_endless()
     QFETCH(const int, size);
     QFETCH(const int, messages);
 
-    MessageServer server;
-    QSignalSpy connected(&server, &MessageServer::Connected);
-    const QString name = UniqueName();
-    server.Start(name);
-    QLocalSocket client;
-    QVERIFY(Connect(client, name));
-    EVENTUALLY_EQUAL(connected.count(), 1);
+    LinkedServer link;
+    QVERIFY(link.OpenAndWait());
     // A large document that never ends.
     const QByteArray begin
         = Document(u"endless"_s, {{u"text"_s, QString(100000, u'x')}}).first(60000) + QByteArray(size, 'x');
     std::atomic<int> written = 0;
     std::atomic<bool> stop = false;
-    const auto write = [&, socket = static_cast<int>(client.socketDescriptor())] {
+    const auto write = [&, socket = static_cast<int>(link.Client.socketDescriptor())] {
         while (!stop
                && ::send(socket, begin.constData(), static_cast<size_t>(begin.size()), MSG_DONTWAIT) < 0) { }
         while (!stop) {
@@ -499,60 +460,49 @@ void tst_MessageServer::Receive_endless()
         written = 0;
         // Neither what is to be sent nor the end is kept waiting.
         if (last) {
-            server.Stop();
-            QVERIFY(!server.IsStarted());
+            link.Server.Stop();
+            QVERIFY(!link.Server.IsStarted());
             break;
         }
         for (int i = 0; i < messages; ++i) {
-            server.SendMessage(u"m"_s, {});
-            QCOMPARE(ReadMessages(client, 1).size(), 1);
+            link.Server.SendMessage(u"m"_s, {});
+            QCOMPARE(ReadMessages(link.Client, 1).size(), 1);
         }
     }
 }
 
 void tst_MessageServer::Receive_truncatedAtClose()
 {
-    MessageServer server;
-    QSignalSpy received(&server, &MessageServer::MessageReceived);
-    QSignalSpy disconnected(&server, &MessageServer::Disconnected);
-    const QString name = UniqueName();
-    server.Start(name);
+    LinkedServer link;
+    link.Server.Start(link.Name);
     {
         QLocalSocket client;
-        QVERIFY(Connect(client, name));
+        QVERIFY(Connect(client, link.Name));
         Write(client, Document(u"whole"_s) + Document(u"cut"_s).chopped(20));
     }
-    EVENTUALLY_EQUAL(disconnected.count(), 1);
-    QCOMPARE(Names(received), QStringList{u"whole"_s}); // announced before the end of the connection
+    EVENTUALLY_EQUAL(link.Disconnected.count(), 1);
+    QCOMPARE(Names(link.Received), QStringList{u"whole"_s}); // announced before the end of the connection
 }
 
 void tst_MessageServer::Receive_response()
 {
-    MessageServer server;
-    QSignalSpy received(&server, &MessageServer::MessageReceived);
-    const QString name = UniqueName();
-    server.Start(name);
-    QLocalSocket client;
-    QVERIFY(Connect(client, name));
-    Write(client, Document(u"answer"_s, {}, {}, QUuid::createUuid()));
-    EVENTUALLY_EQUAL(Names(received), QStringList{u"answer"_s}); // a server waits for no answers
+    LinkedServer link;
+    QVERIFY(link.Open());
+    Write(link.Client, Document(u"answer"_s, {}, {}, QUuid::createUuid()));
+    EVENTUALLY_EQUAL(Names(link.Received), QStringList{u"answer"_s}); // a server waits for no answers
 }
 
 void tst_MessageServer::Receive_deepNesting()
 {
-    MessageServer server;
-    QSignalSpy received(&server, &MessageServer::MessageReceived);
-    const QString name = UniqueName();
-    server.Start(name);
-    QLocalSocket client;
-    QVERIFY(Connect(client, name));
+    LinkedServer link;
+    QVERIFY(link.Open());
     const auto document = [](int depth) {
         return QByteArray("<?xml version='1.0'?><Message Id='deep'><Params>")
             + QByteArray("<Param Name='k' Type='Map'>").repeated(depth)
             + QByteArray("</Param>").repeated(depth) + "</Params></Message>";
     };
-    Write(client, document(990) + document(100000) + Document(u"next"_s));
-    EVENTUALLY_EQUAL(Names(received), (QStringList{u"deep"_s, u"next"_s}));
+    Write(link.Client, document(990) + document(100000) + Document(u"next"_s));
+    EVENTUALLY_EQUAL(Names(link.Received), (QStringList{u"deep"_s, u"next"_s}));
 }
 
 void tst_MessageServer::Receive_wholeLargeMessages_data()
@@ -576,15 +526,13 @@ void tst_MessageServer::Receive_wholeLargeMessages()
     QFETCH(const int, size);
     QFETCH(const int, count);
 
-    MessageServer server;
-    QSignalSpy received(&server, &MessageServer::MessageReceived);
-    const QString name = UniqueName();
-    server.Start(name);
-    Peer peer({mode, name, QString::number(size), QString::number(count), u"212992"_s});
-    EVENTUALLY(!received.isEmpty() && received.constLast().at(0).toString() == u"End"_s);
-    QCOMPARE(received.count(), count + 1);
+    LinkedServer link;
+    link.Server.Start(link.Name);
+    Peer peer({mode, link.Name, QString::number(size), QString::number(count), u"212992"_s});
+    EVENTUALLY(!link.Received.isEmpty() && link.Received.constLast().at(0).toString() == u"End"_s);
+    QCOMPARE(link.Received.count(), count + 1);
     for (int i = 0; i < count; ++i) {
-        const QVariantMap params = received.at(i).at(1).toMap();
+        const QVariantMap params = link.Received.at(i).at(1).toMap();
         QCOMPARE(params.value(u"n"_s).toInt(), i);
         QCOMPARE(params.value(u"text"_s).toString().size(), size);
     }
@@ -605,19 +553,14 @@ void tst_MessageServer::Send_wholeLargeMessages()
 
     // A receiver that takes what is there at each readyRead, in pieces of its own.
     LimitSendBuffer(212992);
-    MessageServer server;
-    QSignalSpy connected(&server, &MessageServer::Connected);
-    const QString name = UniqueName();
-    server.Start(name);
-    QLocalSocket client;
-    QVERIFY(Connect(client, name));
-    EVENTUALLY_EQUAL(connected.count(), 1);
+    LinkedServer link;
+    QVERIFY(link.OpenAndWait());
     LimitSendBuffer(0);
     for (int i = 0; i < 20; ++i) {
-        server.SendMessage(u"large"_s, {{u"n"_s, i}, {u"text"_s, QString(size, u'x')}});
-        server.SendMessage(u"small"_s, {{u"n"_s, i}});
+        link.Server.SendMessage(u"large"_s, {{u"n"_s, i}, {u"text"_s, QString(size, u'x')}});
+        link.Server.SendMessage(u"small"_s, {{u"n"_s, i}});
     }
-    const QList<MessageInfo> messages = ReadMessages(client, 40);
+    const QList<MessageInfo> messages = ReadMessages(link.Client, 40);
     QCOMPARE(messages.size(), 40);
     for (int i = 0; i < 40; ++i) {
         QCOMPARE(messages.at(i).Id, i % 2 == 0 ? u"large"_s : u"small"_s);
@@ -627,134 +570,104 @@ void tst_MessageServer::Send_wholeLargeMessages()
 
 void tst_MessageServer::Send_receiverThatDoesNotRead()
 {
-    MessageServer server;
-    QSignalSpy connected(&server, &MessageServer::Connected);
-    const QString name = UniqueName();
-    server.Start(name);
-    QLocalSocket client;
-    client.setReadBufferSize(1);
-    QVERIFY(Connect(client, name));
-    EVENTUALLY_EQUAL(connected.count(), 1);
+    LinkedServer link;
+    link.Client.setReadBufferSize(1);
+    QVERIFY(link.OpenAndWait());
     for (int i = 0; i < 100; ++i)
-        server.SendMessage(u"large"_s, {{u"text"_s, QString(200000, u'x')}});
+        link.Server.SendMessage(u"large"_s, {{u"text"_s, QString(200000, u'x')}});
     // Neither a new client nor the end is kept waiting.
     QLocalSocket next;
-    QVERIFY(Connect(next, name));
-    EVENTUALLY_EQUAL(connected.count(), 2);
-    server.SendMessage(u"next"_s, {});
+    QVERIFY(Connect(next, link.Name));
+    EVENTUALLY_EQUAL(link.Connected.count(), 2);
+    link.Server.SendMessage(u"next"_s, {});
     const QList<MessageInfo> messages = ReadMessages(next, 1);
     QCOMPARE(messages.size(), 1);
     QCOMPARE(messages.constFirst().Id, u"next"_s);
-    server.SendMessage(u"large"_s, {{u"text"_s, QString(200000, u'x')}});
-    server.SendMessage(u"large"_s, {{u"text"_s, QString(200000, u'x')}});
-    server.Stop();
-    QVERIFY(!server.IsStarted());
+    link.Server.SendMessage(u"large"_s, {{u"text"_s, QString(200000, u'x')}});
+    link.Server.SendMessage(u"large"_s, {{u"text"_s, QString(200000, u'x')}});
+    link.Server.Stop();
+    QVERIFY(!link.Server.IsStarted());
 }
 
 void tst_MessageServer::Send_tooLarge()
 {
     const TestSupport::LogGuard log;
     LimitSendBuffer(212992);
-    MessageServer server;
-    QSignalSpy connected(&server, &MessageServer::Connected);
-    const QString name = UniqueName();
-    server.Start(name);
-    QLocalSocket client;
-    QVERIFY(Connect(client, name));
-    EVENTUALLY_EQUAL(connected.count(), 1);
+    LinkedServer link;
+    QVERIFY(link.OpenAndWait());
     LimitSendBuffer(0);
-    server.SendMessage(u"fits"_s, {{u"text"_s, QString(262144, u'x')}});
-    server.SendMessage(u"large"_s, {{u"text"_s, QString(1000000, u'x')}});
-    QCOMPARE(ReadMessages(client, 2).size(), 2); // this receiver does put the pieces together
+    link.Server.SendMessage(u"fits"_s, {{u"text"_s, QString(262144, u'x')}});
+    link.Server.SendMessage(u"large"_s, {{u"text"_s, QString(1000000, u'x')}});
+    QCOMPARE(ReadMessages(link.Client, 2).size(), 2); // this receiver does put the pieces together
     QCOMPARE(TestSupport::LogGuard::Messages().size(), 1);
     QVERIFY(TestSupport::LogGuard::Messages().constFirst().contains(u"\"large\""_s));
 }
 
 void tst_MessageServer::Client_connectsAndLeaves()
 {
-    MessageServer server;
-    QSignalSpy connected(&server, &MessageServer::Connected);
-    QSignalSpy disconnected(&server, &MessageServer::Disconnected);
-    const QString name = UniqueName();
-    server.Start(name);
+    LinkedServer link;
+    link.Server.Start(link.Name);
     for (int i = 1; i <= 3; ++i) {
         QLocalSocket client;
-        QVERIFY(Connect(client, name));
-        EVENTUALLY_EQUAL(connected.count(), i);
-        QCOMPARE(server.GetConnectionCount(), 1);
+        QVERIFY(Connect(client, link.Name));
+        EVENTUALLY_EQUAL(link.Connected.count(), i);
+        QCOMPARE(link.Server.GetConnectionCount(), 1);
         client.disconnectFromServer();
-        EVENTUALLY_EQUAL(disconnected.count(), i);
-        QCOMPARE(server.GetConnectionCount(), 0);
-        QCOMPARE(disconnected.last().at(0).value<QLocalSocket*>(),
-                 connected.last().at(0).value<QLocalSocket*>());
+        EVENTUALLY_EQUAL(link.Disconnected.count(), i);
+        QCOMPARE(link.Server.GetConnectionCount(), 0);
+        QCOMPARE(link.Disconnected.last().at(0).value<QLocalSocket*>(),
+                 link.Connected.last().at(0).value<QLocalSocket*>());
     }
 }
 
 void tst_MessageServer::Client_replaced()
 {
-    MessageServer server;
-    QSignalSpy connected(&server, &MessageServer::Connected);
-    QSignalSpy received(&server, &MessageServer::MessageReceived);
-    const QString name = UniqueName();
-    server.Start(name);
-    QLocalSocket first;
-    QVERIFY(Connect(first, name));
-    EVENTUALLY_EQUAL(connected.count(), 1);
+    LinkedServer link;
+    QVERIFY(link.OpenAndWait());
     QLocalSocket second;
-    QVERIFY(Connect(second, name));
-    EVENTUALLY_EQUAL(connected.count(), 2);
-    EVENTUALLY_EQUAL(first.state(), QLocalSocket::UnconnectedState);
-    EVENTUALLY_EQUAL(server.GetConnectionCount(), 1); // Qt reports the end of the first one
+    QVERIFY(Connect(second, link.Name));
+    EVENTUALLY_EQUAL(link.Connected.count(), 2);
+    EVENTUALLY_EQUAL(link.Client.state(), QLocalSocket::UnconnectedState);
+    EVENTUALLY_EQUAL(link.Server.GetConnectionCount(), 1); // Qt reports the end of the first one
 
-    server.SendMessage(u"to the second"_s, {});
+    link.Server.SendMessage(u"to the second"_s, {});
     QCOMPARE(ReadMessages(second, 1).size(), 1);
-    QCOMPARE(first.bytesAvailable(), 0);
+    QCOMPARE(link.Client.bytesAvailable(), 0);
     Write(second, Document(u"from the second"_s));
-    EVENTUALLY_EQUAL(Names(received), QStringList{u"from the second"_s});
+    EVENTUALLY_EQUAL(Names(link.Received), QStringList{u"from the second"_s});
 }
 
 void tst_MessageServer::Client_connectedAtStop()
 {
-    MessageServer server;
-    QSignalSpy connected(&server, &MessageServer::Connected);
-    QSignalSpy disconnected(&server, &MessageServer::Disconnected);
-    const QString name = UniqueName();
-    server.Start(name);
-    QLocalSocket client;
-    QVERIFY(Connect(client, name));
-    EVENTUALLY_EQUAL(connected.count(), 1);
-    server.Stop();
-    EVENTUALLY_EQUAL(client.state(), QLocalSocket::UnconnectedState);
+    LinkedServer link;
+    QVERIFY(link.OpenAndWait());
+    link.Server.Stop();
+    EVENTUALLY_EQUAL(link.Client.state(), QLocalSocket::UnconnectedState);
     // The count follows the signals, and the thread that would have signalled is gone.
-    QCOMPARE(disconnected.count(), 0);
-    QCOMPARE(server.GetConnectionCount(), 1);
+    QCOMPARE(link.Disconnected.count(), 0);
+    QCOMPARE(link.Server.GetConnectionCount(), 1);
 }
 
 void tst_MessageServer::Responders_none()
 {
-    MessageServer server;
-    QSignalSpy received(&server, &MessageServer::MessageReceived);
-    const QString name = UniqueName();
-    server.Start(name);
-    QLocalSocket client;
-    QVERIFY(Connect(client, name));
+    LinkedServer link;
+    QVERIFY(link.Open());
     const QUuid request = QUuid::createUuid();
-    Write(client, Document(u"ask"_s, {{u"a"_s, 1}}, request));
+    Write(link.Client, Document(u"ask"_s, {{u"a"_s, 1}}, request));
     QByteArray bytes;
-    EVENTUALLY((bytes += client.readAll()).endsWith("</Message>\n"));
+    EVENTUALLY((bytes += link.Client.readAll()).endsWith("</Message>\n"));
     QCOMPARE(
         TestSupport::XmlMeaning(bytes),
         TestSupport::XmlMeaning(
             u"<?xml version='1.0'?><Message Id='Response' UniqueId='{00000000-0000-0000-0000-000000000000}'"
             " OriginalMessageUniqueId='%1' NeedResponse='False' IsResponse='True'><Params/></Message>"_s.arg(
                 request.toString())));
-    QCOMPARE(received.count(), 0);
+    QCOMPARE(link.Received.count(), 0);
 }
 
 void tst_MessageServer::Responders_order()
 {
-    MessageServer server;
-    const QString name = UniqueName();
+    LinkedServer link;
     QString askedId;
     QVariantMap askedParams;
     Responder first([&](const QString& id, const QVariantMap& params, QVariantMap& response) {
@@ -771,12 +684,10 @@ void tst_MessageServer::Responders_order()
     });
     Responder third(&Decline);
     for (Responder* const responder : {&first, &second, &third})
-        server.AddMessageResponder(responder);
-    server.Start(name);
-    QLocalSocket client;
-    QVERIFY(Connect(client, name));
-    Write(client, Document(u"ask"_s, {{u"a"_s, 1}}, QUuid::createUuid()));
-    const QList<MessageInfo> messages = ReadMessages(client, 1);
+        link.Server.AddMessageResponder(responder);
+    QVERIFY(link.Open());
+    Write(link.Client, Document(u"ask"_s, {{u"a"_s, 1}}, QUuid::createUuid()));
+    const QList<MessageInfo> messages = ReadMessages(link.Client, 1);
     QCOMPARE(messages.size(), 1);
     QCOMPARE(messages.constFirst().Params,
              (QVariantMap{{u"first"_s, true}, {u"second"_s, true}, {u"both"_s, 2}}));
@@ -789,25 +700,22 @@ void tst_MessageServer::Responders_order()
 
 void tst_MessageServer::Responders_allDecline()
 {
-    MessageServer server;
-    const QString name = UniqueName();
+    LinkedServer link;
     Responder first([](const QString& /*id*/, const QVariantMap& /*params*/, QVariantMap& response) {
         response.insert(u"written"_s, 1);
         return false;
     });
     Responder second(&Decline);
-    server.AddMessageResponder(&first);
-    server.AddMessageResponder(&second);
-    server.Start(name);
-    QLocalSocket client;
-    QVERIFY(Connect(client, name));
+    link.Server.AddMessageResponder(&first);
+    link.Server.AddMessageResponder(&second);
+    QVERIFY(link.Open());
     // That it is an answer itself makes no difference.
     MessageInfo request;
     request.UniqueId = QUuid::createUuid();
     request.NeedResponse = true;
     request.IsResponse = true;
-    Write(client, EncodeMessage(request).toUtf8());
-    const QList<MessageInfo> messages = ReadMessages(client, 1);
+    Write(link.Client, EncodeMessage(request).toUtf8());
+    const QList<MessageInfo> messages = ReadMessages(link.Client, 1);
     QCOMPARE(messages.size(), 1);
     QCOMPARE(messages.constFirst().Params, (QVariantMap{{u"written"_s, 1}}));
     QCOMPARE(messages.constFirst().OriginalMessageUniqueId, request.UniqueId);
@@ -816,57 +724,51 @@ void tst_MessageServer::Responders_allDecline()
 
 void tst_MessageServer::Responders_registration()
 {
-    MessageServer server;
-    const QString name = UniqueName();
+    LinkedServer link;
     Responder twice(&Decline);
     Responder removed(&Decline);
     Responder unknown(&Decline);
-    server.AddMessageResponder(nullptr);
-    server.AddMessageResponder(&twice);
-    server.AddMessageResponder(&removed);
-    server.AddMessageResponder(&twice);
-    server.RemoveMessageResponder(&removed);
-    server.RemoveMessageResponder(&removed);
-    server.RemoveMessageResponder(&unknown);
-    server.RemoveMessageResponder(nullptr);
-    server.Start(name);
-    QLocalSocket client;
-    QVERIFY(Connect(client, name));
-    Write(client, Document(u"ask"_s, {}, QUuid::createUuid()));
-    QCOMPARE(ReadMessages(client, 1).size(), 1);
+    link.Server.AddMessageResponder(nullptr);
+    link.Server.AddMessageResponder(&twice);
+    link.Server.AddMessageResponder(&removed);
+    link.Server.AddMessageResponder(&twice);
+    link.Server.RemoveMessageResponder(&removed);
+    link.Server.RemoveMessageResponder(&removed);
+    link.Server.RemoveMessageResponder(&unknown);
+    link.Server.RemoveMessageResponder(nullptr);
+    QVERIFY(link.Open());
+    Write(link.Client, Document(u"ask"_s, {}, QUuid::createUuid()));
+    QCOMPARE(ReadMessages(link.Client, 1).size(), 1);
     QCOMPARE(twice.Calls(), 1);
     QCOMPARE(removed.Calls(), 0);
     QCOMPARE(unknown.Calls(), 0);
 
-    server.RemoveMessageResponder(&twice);
-    Write(client, Document(u"ask"_s, {}, QUuid::createUuid()));
-    QCOMPARE(ReadMessages(client, 1).size(), 1);
+    link.Server.RemoveMessageResponder(&twice);
+    Write(link.Client, Document(u"ask"_s, {}, QUuid::createUuid()));
+    QCOMPARE(ReadMessages(link.Client, 1).size(), 1);
     QCOMPARE(twice.Calls(), 1);
 }
 
 void tst_MessageServer::Responders_changedWhileAsked()
 {
-    MessageServer server;
-    const QString name = UniqueName();
+    LinkedServer link;
     Responder added(&Decline);
     Responder second(&Decline);
     Responder first([&](const QString& /*id*/, const QVariantMap& /*params*/, QVariantMap& /*response*/) {
-        server.AddMessageResponder(&added);
-        server.RemoveMessageResponder(&second);
+        link.Server.AddMessageResponder(&added);
+        link.Server.RemoveMessageResponder(&second);
         return false;
     });
-    server.AddMessageResponder(&first);
-    server.AddMessageResponder(&second);
-    server.Start(name);
-    QLocalSocket client;
-    QVERIFY(Connect(client, name));
-    Write(client, Document(u"ask"_s, {}, QUuid::createUuid()));
-    QCOMPARE(ReadMessages(client, 1).size(), 1);
+    link.Server.AddMessageResponder(&first);
+    link.Server.AddMessageResponder(&second);
+    QVERIFY(link.Open());
+    Write(link.Client, Document(u"ask"_s, {}, QUuid::createUuid()));
+    QCOMPARE(ReadMessages(link.Client, 1).size(), 1);
     // The list as it was when the request came.
     QCOMPARE(added.Calls(), 0);
     QCOMPARE(second.Calls(), 1);
-    Write(client, Document(u"ask"_s, {}, QUuid::createUuid()));
-    QCOMPARE(ReadMessages(client, 1).size(), 1);
+    Write(link.Client, Document(u"ask"_s, {}, QUuid::createUuid()));
+    QCOMPARE(ReadMessages(link.Client, 1).size(), 1);
     QCOMPARE(added.Calls(), 1);
     QCOMPARE(second.Calls(), 1);
 }
@@ -946,20 +848,17 @@ void tst_MessageServer::Worker_startsAgain()
 
 void tst_MessageServer::Slot_opensEventLoop()
 {
-    MessageServer server;
-    const QString name = UniqueName();
+    LinkedServer link;
     QStringList order;
-    connect(&server, &MessageServer::MessageReceived, &server, [&](const QString& id) {
+    connect(&link.Server, &MessageServer::MessageReceived, &link.Server, [&](const QString& id) {
         order.append(id);
         if (id == u"m0"_s)
             QVERIFY(WaitUntil([&] { return order.size() == 3; })); // the others come meanwhile
         order.append(u"end of "_s + id);
     });
-    server.Start(name);
-    QLocalSocket client;
-    QVERIFY(Connect(client, name));
-    Write(client, Document(u"m0"_s));
-    Write(client, Document(u"m1"_s));
+    QVERIFY(link.Open());
+    Write(link.Client, Document(u"m0"_s));
+    Write(link.Client, Document(u"m1"_s));
     EVENTUALLY_EQUAL(order, (QStringList{u"m0"_s, u"m1"_s, u"end of m1"_s, u"end of m0"_s}));
 }
 
@@ -1018,19 +917,16 @@ void tst_MessageServer::Slot_deletesServer()
 
 void tst_MessageServer::Responder_stopsServer()
 {
-    MessageServer server;
-    const QString name = UniqueName();
+    LinkedServer link;
     Responder responder([&](const QString& /*id*/, const QVariantMap& /*params*/, QVariantMap& /*response*/) {
-        server.Stop();
+        link.Server.Stop();
         return true;
     });
-    server.AddMessageResponder(&responder);
-    server.Start(name);
-    QLocalSocket client;
-    QVERIFY(Connect(client, name));
-    Write(client, Document(u"m"_s, {}, QUuid::createUuid()));
+    link.Server.AddMessageResponder(&responder);
+    QVERIFY(link.Open());
+    Write(link.Client, Document(u"m"_s, {}, QUuid::createUuid()));
     EVENTUALLY_EQUAL(responder.Calls(), 1);
-    EVENTUALLY_EQUAL(client.state(), QLocalSocket::UnconnectedState);
+    EVENTUALLY_EQUAL(link.Client.state(), QLocalSocket::UnconnectedState);
 }
 
 void tst_MessageServer::Responder_deletesServer()
