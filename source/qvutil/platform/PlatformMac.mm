@@ -1,9 +1,8 @@
 // SPDX-FileCopyrightText: 2026 The QvUtil developers
 // SPDX-License-Identifier: MIT
 
+#include "platform/FoundationText_p.h"
 #include "platform/Platform_p.h"
-
-#include "StringUtil.h"
 
 #include <limits>
 #include <vector>
@@ -40,7 +39,7 @@ QString FindFolder(NSSearchPathDirectory directory, NSSearchPathDomainMask domai
 {
     const AutoreleasePool pool;
     NSArray* folders = NSSearchPathForDirectoriesInDomains(directory, domain, YES);
-    return [folders count] == 0 ? QString() : StringUtil::NSStringToQString([folders objectAtIndex:0]);
+    return [folders count] == 0 ? QString() : Platform::FromFoundation([folders objectAtIndex:0]);
 }
 
 QByteArray ReadIdentifier(CFStringRef identifier)
@@ -60,7 +59,9 @@ QByteArray ReadIdentifier(CFStringRef identifier)
 
 } // namespace
 
-QString StringUtil::NSStringToQString(NSString* string)
+namespace Platform {
+
+QString FromFoundation(NSString* string)
 {
     const NSUInteger length = [string length]; // of nil: 0
     std::vector<unichar> units(length);
@@ -69,8 +70,6 @@ QString StringUtil::NSStringToQString(NSString* string)
     return QString::fromUtf16(reinterpret_cast<const char16_t*>(units.data()),
                               static_cast<qsizetype>(length));
 }
-
-namespace Platform {
 
 QByteArray GetUserLocaleIdentifier()
 {
@@ -99,7 +98,7 @@ QString ResolveSymbolicLinks(const QString& path)
 {
     const AutoreleasePool pool;
     NSString* const text = [NSString stringWithUTF8String:path.toUtf8().constData()];
-    return StringUtil::NSStringToQString([text stringByResolvingSymlinksInPath]);
+    return FromFoundation([text stringByResolvingSymlinksInPath]);
 }
 
 bool IsProcessRunning(qint64 processId)
