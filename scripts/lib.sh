@@ -166,15 +166,21 @@ use_ccache()
     fi
 }
 
-# configure PRESET: makes the build tree of a preset, unless it is there. The build looks after its changes.
+# A script that builds no tests sets this to OFF, so that the packages of the tests need not be installed.
+with_tests=ON
+
+# configure PRESET: makes the build tree of a preset, unless it exists. If a script without tests made it, the tests
+# are added. The build regenerates itself when the CMake files change.
 configure()
 {
     use_ccache
-    if [ ! -f "build/$1/build.ninja" ]; then
-        say "Configuring (preset $1)"
-        # A compiler that nobody here has seen yet may warn where ours do not: only for us is that an error.
-        cmake --preset "$1" -DCMAKE_COMPILE_WARNING_AS_ERROR="${CI:-OFF}"
+    if [ -f "build/$1/build.ninja" ] \
+        && ! { [ "$with_tests" = ON ] && grep -qx 'QVUTIL_BUILD_TESTS:BOOL=OFF' "build/$1/CMakeCache.txt"; }; then
+        return
     fi
+    say "Configuring (preset $1)"
+    # A compiler that nobody here has seen yet may warn where ours do not: only for us is that an error.
+    cmake --preset "$1" -DQVUTIL_BUILD_TESTS="$with_tests" -DCMAKE_COMPILE_WARNING_AS_ERROR="${CI:-OFF}"
 }
 
 # build PRESET [TARGET...]: builds a preset, all of it or these targets.
