@@ -67,6 +67,7 @@ as_root()
 }
 
 # The names of the packages by what they serve: Debian's and Ubuntu's first, Homebrew's second.
+# Debian 12 and 13 have different versions of clang, so the names carry none.
 # C.UTF-8 and a linker are part of every Debian; the time zones (tzdata) are not.
 packages_of()
 {
@@ -94,15 +95,15 @@ packages_of()
         clang:debian)
             echo clang ;;
         lint:debian)
-            echo clang-14 clang-format-14 clang-tidy-14 clazy codespell git python3 reuse shellcheck ;;
+            echo clang clang-format clang-tidy clazy codespell git python3 reuse shellcheck ;;
         lint:brew)
             echo clang-format codespell reuse shellcheck ;;
-        sanitize:debian)
-            echo g++ ;;
         fuzz:debian)
-            echo clang libclang-rt-14-dev ;;
+            echo clang libclang-rt-dev ;;
         fuzz:brew)
             echo llvm ;;
+        bare:debian)
+            echo debian-archive-keyring debootstrap git ;;
     esac
 }
 
