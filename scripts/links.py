@@ -32,9 +32,13 @@ def headings(page):
     return ids
 
 
-def page_of(path):
+def page_of(path, folder):
+    """The page of a file of the handbook: Doxygen names it md_docs_NAME.html up to 1.9.7, then md_docs_2NAME.html."""
     name = pathlib.Path(path).stem.replace("-", "_")
-    return "index.html" if name == "README" else f"md_docs_{name}.html"
+    if name == "README":
+        return "index.html"
+    newer = f"md_docs_2{name}.html"
+    return newer if (folder / newer).exists() else f"md_docs_{name}.html"
 
 
 def copied(path, folder):
@@ -50,7 +54,7 @@ def copied(path, folder):
 def mended(link, page):
     attribute, path, heading = link[1], link[2], link[3] or ""
     if path and not (page.parent / path).exists():
-        path = page_of(path) if path.endswith(".md") else copied(path, page.parent)
+        path = page_of(path, page.parent) if path.endswith(".md") else copied(path, page.parent)
     target = page.parent / path if path else page
     if heading and target.suffix == ".html" and target.exists():
         heading = headings(target).get(heading, heading)
