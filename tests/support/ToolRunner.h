@@ -5,8 +5,11 @@
 #define QVUTIL_TOOLRUNNER_H
 
 #include <QByteArray>
+#include <QDir>
 #include <QFile>
+#include <QFileInfo>
 #include <QProcess>
+#include <QRegularExpression>
 #include <QString>
 #include <QStringList>
 #include <QTemporaryDir>
@@ -72,14 +75,17 @@ public:
         return RunProgram(QStringLiteral(QVUTIL_TOOL), arguments, input);
     }
 
-    /// Runs the tool as a user without rights, if the test has the superuser's.
+    /// Runs the tool as a user without rights, if the test has the superuser's. The folder must be open to
+    /// all.
     [[nodiscard]] ToolResult RunUnprivileged(const QStringList& arguments) const
     {
-        return RunProgram(QStringLiteral(QVUTIL_TOOL), arguments, {}, [](QProcess& process) {
+        const QString folder = CopyToolForAll();
+        return RunProgram(folder + QStringLiteral("/qvutil"), arguments, {}, [folder](QProcess& process) {
             // The leak sanitizer follows its own process, which not every system allows to such a user.
             QProcessEnvironment environment = process.processEnvironment();
             const QString name = QStringLiteral("ASAN_OPTIONS");
             environment.insert(name, environment.value(name) + QStringLiteral(":detect_leaks=0"));
+            environment.insert(QStringLiteral("LD_LIBRARY_PATH"), folder);
             process.setProcessEnvironment(environment);
             process.setChildProcessModifier([] {
                 constexpr uid_t kNobody = 65534;
@@ -149,6 +155,32 @@ public:
     }
 
 private:
+    /// Copies the tool, and each library that it takes from outside the system's folders, to where every user
+    /// can run it: the build tree may be in the superuser's home folder, which nobody else can enter.
+    /// \return the folder of the copies
+    [[nodiscard]] QString CopyToolForAll() const
+    {
+        const QDir folder(Path(QStringLiteral("tool-for-all")));
+        if (folder.exists())
+            return folder.path();
+        folder.mkpath(QStringLiteral("."));
+        QFile::setPermissions(folder.path(), QFile::Permissions(0x7755));
+        QFile::copy(QStringLiteral(QVUTIL_TOOL), folder.filePath(QStringLiteral("qvutil")));
+
+        QProcess ldd;
+        ldd.start(QStringLiteral("ldd"), {QStringLiteral(QVUTIL_TOOL)});
+        ldd.waitForFinished(kTimeoutMs);
+        static const QRegularExpression pattern(QStringLiteral(R"(=> (/(?!usr/|lib).*) \(0x[0-9a-f]+\)$)"),
+                                                QRegularExpression::MultilineOption);
+        QRegularExpressionMatchIterator matches
+            = pattern.globalMatch(QString::fromLocal8Bit(ldd.readAllStandardOutput()));
+        while (matches.hasNext()) {
+            const QString library = matches.next().captured(1);
+            QFile::copy(library, folder.filePath(QFileInfo(library).fileName()));
+        }
+        return folder.path();
+    }
+
     void Prepare(QProcess& process) const
     {
         QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
