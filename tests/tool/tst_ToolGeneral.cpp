@@ -189,8 +189,28 @@ void tst_ToolGeneral::Usage_data()
         << QStringList{u"hash"_s, u"--version"_s}
         << u"! qvutil: unexpected argument '--version'\n! Try 'qvutil hash --help'.\n=> 2\n"_s;
     QTest::newRow("option without its value") << QStringList{u"hash"_s, u"--text"_s}
-                                              << u"! qvutil: --text: 1 required TEXT missing\n"
+                                              << u"! qvutil: --text needs a value\n"
                                                  "! Try 'qvutil hash --help'.\n=> 2\n"_s;
+    const auto row = [](const char* name, const QStringList& arguments, const QString& complaint) {
+        const QString command = arguments.first(arguments.first() == "hash"_L1 ? 1 : 2).join(u' ');
+        QTest::newRow(name) << arguments
+                            << u"! qvutil: %1\n! Try 'qvutil %2 --help'.\n=> 2\n"_s.arg(complaint, command);
+    };
+    row("option without its value, of a long name", {u"xml"_s, u"get"_s, u"f"_s, u"p"_s, u"--default"_s},
+        u"--default needs a value"_s);
+    row("option given twice", {u"xml"_s, u"get"_s, u"f"_s, u"p"_s, u"-d"_s, u"1"_s, u"-d"_s, u"2"_s},
+        u"--default is given more than once"_s);
+    row("flag with a value", {u"hash"_s, u"--json=maybe"_s}, u"--json takes no value"_s);
+    row("number that is none", {u"xml"_s, u"list"_s, u"f"_s, u"--depth"_s, u"%2"_s},
+        u"--depth: '%2' is not a whole number from 0 to 1000"_s);
+    row("number in brackets", {u"xml"_s, u"list"_s, u"f"_s, u"--depth"_s, u"[1]"_s},
+        u"--depth: '[1]' is not a whole number from 0 to 1000"_s);
+    row("number below its range", {u"xml"_s, u"list"_s, u"f"_s, u"--depth"_s, u"-1"_s},
+        u"--depth: '-1' is not a whole number from 0 to 1000"_s);
+    row("number above its range", {u"xml"_s, u"list"_s, u"f"_s, u"--depth"_s, u"1001"_s},
+        u"--depth: '1001' is not a whole number from 0 to 1000"_s);
+    row("number beyond all", {u"files"_s, u"unique"_s, u"f"_s, u"--start"_s, u"2147483648"_s},
+        u"--start: '2147483648' is not a whole number from -2147483648 to 2147483647"_s);
     QTest::newRow("nothing to do") << QStringList{u"hash"_s}
                                    << u"! qvutil: FILE or --text is required\n"
                                       "! Try 'qvutil hash --help'.\n=> 2\n"_s;

@@ -223,7 +223,7 @@ void tst_ToolIpc::Call_badParameters_data()
         u"! qvutil: Ask: params.a\\u0002: holds the character U+0002, which a message cannot hold\n"_s);
     row("unknown option", {u"--colour"_s}, u"! qvutil: unexpected argument '--colour'\n"_s + hint);
     row("negative time", {u"--timeout"_s, u"-1"_s},
-        u"! qvutil: --timeout: Value -1 not in range 0 to 2147483647\n"_s + hint);
+        u"! qvutil: --timeout: '-1' is not a whole number from 0 to 2147483647\n"_s + hint);
 }
 
 // The parameters are looked at first: no server is needed to see what is wrong with them.

@@ -570,7 +570,7 @@ void tst_ToolXml::List_data()
                              << u"! qvutil: app.xml: there is no element None\n=> 1\n"_s;
     QTest::newRow("wrong depth")
         << QStringList{u"--depth"_s, u"-1"_s}
-        << u"! qvutil: --depth: Value -1 not in range 0 to 1000\n! Try 'qvutil xml list --help'.\n=> 2\n"_s;
+        << u"! qvutil: --depth: '-1' is not a whole number from 0 to 1000\n! Try 'qvutil xml list --help'.\n=> 2\n"_s;
 }
 
 void tst_ToolXml::List()

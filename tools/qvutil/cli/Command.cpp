@@ -3,10 +3,12 @@
 
 #include "cli/Command.h"
 
+#include "cli/CommandTree.h"
 #include "cli/Console.h"
 
 #include <QStringDecoder>
 
+#include <algorithm>
 #include <new>
 #include <utility>
 
@@ -51,16 +53,21 @@ public:
         return text;
     }
 
+    [[nodiscard]] std::string make_option_name(const CLI::Option* option, bool isPositional) const override
+    {
+        return IsList(option) ? ShownName(*option) : Formatter::make_option_name(option, isPositional);
+    }
+
     [[nodiscard]] std::string make_option_usage(const CLI::Option* option) const override
     {
-        return IsList(option) ? option->get_name(true) : Formatter::make_option_usage(option);
+        return IsList(option) ? ShownName(*option) : Formatter::make_option_usage(option);
     }
 
 private:
     // Arguments such as "[NAME] VALUE", which are one list for CLI11.
     static bool IsList(const CLI::Option* option)
     {
-        return option->get_positional() && option->get_name(true).find(' ') != std::string::npos;
+        return option->get_positional() && ShownName(*option).find(' ') != std::string::npos;
     }
 };
 
@@ -79,6 +86,18 @@ QString FindArgumentThatIsNoText(int argc, const char* const* argv)
 // CLI11 takes "[a,b]" apart, which is wrong for a value or a file name: a mark before it keeps it whole.
 constexpr char kWholeMark = '\x1f';
 
+QString FromArgument(std::string_view argument)
+{
+    if (argument.starts_with(kWholeMark))
+        argument.remove_prefix(1);
+    return QString::fromUtf8(argument.data(), static_cast<qsizetype>(argument.size()));
+}
+
+bool NeedsValue(const CLI::Option* option)
+{
+    return option != nullptr && option->get_items_expected_min() > 0;
+}
+
 std::vector<std::string> ToArguments(int argc, const char* const* argv)
 {
     std::vector<std::string> arguments;
@@ -90,17 +109,33 @@ std::vector<std::string> ToArguments(int argc, const char* const* argv)
     return arguments;
 }
 
-QString FromArgument(std::string_view argument)
+// Why an option that CLI11 complains about is wrong. Its own words change from version to version.
+QString ReasonOf(const CLI::Option& option)
 {
-    if (argument.starts_with(kWholeMark))
-        argument.remove_prefix(1);
-    return QString::fromUtf8(argument.data(), static_cast<qsizetype>(argument.size()));
+    const QString name = QString::fromStdString(option.get_name());
+    if (!NeedsValue(&option))
+        return name + u" takes no value"_s;
+    return name + (option.count() > 1 ? u" is given more than once"_s : u" needs a value"_s);
 }
 
-// CLI11's sentences begin with a capital; the tool's follow "qvutil: ".
-QString ToReason(const CLI::ParseError& error)
+QString ToReason(const CLI::ParseError& error, const CLI::App& command)
 {
+    const bool isMismatch = dynamic_cast<const CLI::ArgumentMismatch*>(&error) != nullptr
+        || dynamic_cast<const CLI::ConversionError*>(&error) != nullptr;
     QString reason = QString::fromUtf8(error.what()).remove(QLatin1Char(kWholeMark));
+    if (isMismatch) {
+        const auto isMeant = [&reason](const CLI::Option* option) {
+            return !option->get_positional() && reason.contains(QString::fromStdString(option->get_name()));
+        };
+        const auto options = command.get_options(isMeant);
+        const auto longest = std::max_element(options.begin(), options.end(),
+                                              [](const CLI::Option* left, const CLI::Option* right) {
+                                                  return left->get_name().size() < right->get_name().size();
+                                              });
+        if (longest != options.end())
+            return ReasonOf(**longest);
+    }
+    // CLI11's sentences begin with a capital; the tool's follow "qvutil: ".
     if (reason.size() > 1 && reason.at(1).isLower())
         reason[0] = reason.at(0).toLower();
     return reason;
@@ -175,7 +210,7 @@ ExitCode CommandLine::RejectArguments(const CLI::ParseError& error)
         return RejectArguments(u"there is no command or option '%1'"_s.arg(FromArgument(rest.front())));
     if (dynamic_cast<const CLI::ExtrasError*>(&error) != nullptr)
         return RejectArguments(u"unexpected argument '%1'"_s.arg(FromArgument(rest.front())));
-    return RejectArguments(ToReason(error));
+    return RejectArguments(ToReason(error, command));
 }
 
 ExitCode CommandLine::Parse(int argc, const char* const* argv)
@@ -244,6 +279,25 @@ CLI::Option* AddTexts(CLI::App& command, const std::string& name, QStringList& t
     if (!option->get_positional())
         option->allow_extra_args(false);
     return option;
+}
+
+CLI::Option* AddNumber(CLI::App& command, const std::string& name, int& target, NumberRange range,
+                       const std::string& description)
+{
+    const auto check = [range](const std::string& text) {
+        bool isNumber = false;
+        const int number = FromArgument(text).toInt(&isNumber);
+        if (isNumber && number >= range.Min && number <= range.Max)
+            return std::string();
+        return u"'%1' is not a whole number from %2 to %3"_s
+            .arg(FromArgument(text), QString::number(range.Min), QString::number(range.Max))
+            .toStdString();
+    };
+    return command
+        .add_option_function<std::string>(
+            name, [&target](const std::string& text) { target = FromArgument(text).toInt(); }, description)
+        ->check(check)
+        ->type_name("INT");
 }
 
 CLI::Option* AddJsonFlag(CLI::App& command, bool& target)

@@ -12,6 +12,7 @@
 #include <CLI/CLI.hpp>
 
 #include <functional>
+#include <limits>
 #include <string>
 
 namespace Quorvin::Tool {
@@ -75,9 +76,19 @@ void AddExplanation(CLI::App& command, const std::string& text);
 /// this one takes care that each arrives as it was typed.
 CLI::Option* AddText(CLI::App& command, const std::string& name, QString& target,
                      const std::string& description);
-/// Adds an argument ("FILE") or an option ("--name") that can be given any number of times.
+/// Adds an argument ("FILE") or an option ("--name") that can be given any number of times. An argument whose
+/// type_name() has a space in it is shown by that: "[NAME] VALUE" for one or two texts.
 CLI::Option* AddTexts(CLI::App& command, const std::string& name, QStringList& target,
                       const std::string& description);
+/// The numbers that an option takes.
+struct NumberRange
+{
+    int Min = std::numeric_limits<int>::min();
+    int Max = std::numeric_limits<int>::max();
+};
+/// Adds an option ("--count") that holds a whole number.
+CLI::Option* AddNumber(CLI::App& command, const std::string& name, int& target, NumberRange range,
+                       const std::string& description);
 /// Adds the flag --json.
 CLI::Option* AddJsonFlag(CLI::App& command, bool& target);
 

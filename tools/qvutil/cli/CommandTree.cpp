@@ -25,7 +25,7 @@ OptionInfo InfoOf(const CLI::Option& option)
     OptionInfo info;
     info.Description = QString::fromStdString(option.get_description());
     if (option.get_positional()) {
-        info.Names += QString::fromStdString(option.get_name(true));
+        info.Names += QString::fromStdString(ShownName(option));
         return info;
     }
     for (const std::string& name : option.get_lnames())
@@ -61,6 +61,12 @@ void Append(const CLI::App& command, const QStringList& path, QList<CommandInfo>
 }
 
 } // namespace
+
+std::string ShownName(const CLI::Option& option)
+{
+    const std::string type = option.get_type_name();
+    return type.find(' ') != std::string::npos ? type : option.get_name(true);
+}
 
 QList<CommandInfo> ListCommands(const CLI::App& root)
 {

@@ -10,7 +10,13 @@
 
 #include <CLI/CLI.hpp>
 
+#include <string>
+
 namespace Quorvin::Tool {
+
+/// The name of an argument as help shows it: "FILE", or "[NAME] VALUE" for a list that stands for both. CLI11
+/// takes no space in a name, so the latter is the argument's type name.
+[[nodiscard]] std::string ShownName(const CLI::Option& option);
 
 /// An argument or option, as help shows it.
 struct OptionInfo

@@ -287,8 +287,9 @@ void AddSetCommand(CommandLine& line, CLI::App& group, MissingFile missing, cons
     AddText(set, "PATH", options->Path,
             "Element, as names from the root joined by '/'; / for the root itself")
         ->required();
-    AddTexts(set, "[NAME] VALUE", options->NameAndValue,
-             "Name and value of an attribute; VALUE alone is the element's content");
+    AddTexts(set, "VALUE", options->NameAndValue,
+             "Name and value of an attribute; VALUE alone is the element's content")
+        ->type_name("[NAME] VALUE");
     AddTypeOption(set, options->Type);
     AddText(set, "--from,-f", options->From, "Read VALUE from a file; - for standard input")
         ->type_name("FILE");

@@ -141,9 +141,9 @@ void AddXmlCommands(CommandLine& line)
                                      "qvutil xml list app.xml --json | jq .children[].name",
                                      [listOptions] { return List(*listOptions); });
     AddPartArguments(list, *listOptions);
-    list.add_option("--depth", listOptions->Depth, "Levels to go down below the element; all if not given")
-        ->type_name("LEVELS")
-        ->check(CLI::Range(0, kDeepest).description(""));
+    AddNumber(list, "--depth", listOptions->Depth, {.Min = 0, .Max = kDeepest},
+              "Levels to go down below the element; all if not given")
+        ->type_name("LEVELS");
 
     auto catOptions = std::make_shared<PartOptions>();
     CLI::App& cat = line.AddCommand(group, "cat", "Print an element as XML",

@@ -206,7 +206,7 @@ void AddUnique(CommandLine& line, CLI::App& group)
     AddText(unique, "--format", options->Format, "Tag, with %1 where the counter goes; default: %1");
     AddText(unique, "--first", options->FirstTry, "Tag to try before the counted ones");
     unique.add_flag("--prefix", options->Prefix, "Put the tag before the name, not behind it");
-    unique.add_option("--start", options->Start, "First value of the counter; default: 2");
+    AddNumber(unique, "--start", options->Start, {}, "First value of the counter; default: 2");
 }
 
 } // namespace

@@ -442,12 +442,11 @@ void AddWatch(CommandLine& line, CLI::App& group)
                  "with it, \"died\" of one that did not, and \"pruned\" when another removes that entry.\n\n"
                  + watch.get_footer());
     watch.get_option("GRID")->required();
-    watch.add_option("--count", options->Count, "End after so many lines")
-        ->type_name("N")
-        ->check(CLI::Range(1, 1000000000).description(""));
-    watch.add_option("--interval", options->IntervalMs, "Time between two looks, 250 if not given")
-        ->type_name("MS")
-        ->check(CLI::Range(1, 3600000).description(""));
+    AddNumber(watch, "--count", options->Count, {.Min = 1, .Max = 1000000000}, "End after so many lines")
+        ->type_name("N");
+    AddNumber(watch, "--interval", options->IntervalMs, {.Min = 1, .Max = 3600000},
+              "Time between two looks, 250 if not given")
+        ->type_name("MS");
     line.SetAction(watch, [options] { return Watch(*options); });
 }
 

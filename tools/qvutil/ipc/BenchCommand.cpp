@@ -209,15 +209,14 @@ void AddBenchCommand(CommandLine& line, CLI::App& group)
     AddExplanation(bench, kExplanation);
     AddText(bench, "NAME", options->Name, "The server's name")->required();
     AddText(bench, "--message", options->Message, "The name of the requests (default Bench)");
-    bench.add_option("--count", options->Count, "How many (default 1000)")
-        ->type_name("N")
-        ->check(CLI::Range(1, kMostRequests).description(""));
-    bench.add_option("--size", options->Size, "Bytes that each carries (default 64)")
-        ->type_name("BYTES")
-        ->check(CLI::Range(0, kMostBytes).description(""));
-    bench.add_option("--timeout", options->TimeoutMs, "Milliseconds for each answer (default 5000)")
-        ->type_name("MS")
-        ->check(CLI::Range(0, std::numeric_limits<int>::max()).description(""));
+    AddNumber(bench, "--count", options->Count, {.Min = 1, .Max = kMostRequests}, "How many (default 1000)")
+        ->type_name("N");
+    AddNumber(bench, "--size", options->Size, {.Min = 0, .Max = kMostBytes},
+              "Bytes that each carries (default 64)")
+        ->type_name("BYTES");
+    AddNumber(bench, "--timeout", options->TimeoutMs, {.Min = 0},
+              "Milliseconds for each answer (default 5000)")
+        ->type_name("MS");
     bench.add_flag("--one-way", options->OneWay, "Send messages that are not answered");
     AddJsonFlag(bench, options->Json);
 }

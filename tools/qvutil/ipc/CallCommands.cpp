@@ -94,9 +94,9 @@ CLI::App& AddMessageCommand(CommandLine& line, CLI::App& group, const std::strin
     AddText(command, "--params", options->File,
             "JSON file with the message, as qvutil message writes it; its parameters come first")
         ->type_name("FILE");
-    command.add_option("--timeout", options->TimeoutMs, "Milliseconds for all of it (default 5000)")
-        ->type_name("MS")
-        ->check(CLI::Range(0, std::numeric_limits<int>::max()).description(""));
+    AddNumber(command, "--timeout", options->TimeoutMs, {.Min = 0},
+              "Milliseconds for all of it (default 5000)")
+        ->type_name("MS");
     command.add_flag("--wait", options->Wait, "Wait for the server to be started");
     return command;
 }

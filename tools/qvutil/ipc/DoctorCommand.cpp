@@ -265,9 +265,9 @@ void AddDoctorCommand(CommandLine& line, CLI::App& group)
         "since it has one client, that replaces the one that is there.");
     AddText(doctor, "NAME", options->Name, "The server's name")->required();
     doctor.add_flag("--connect", options->Connect, "Connect, which replaces the server's client, and ask");
-    doctor.add_option("--timeout", options->TimeoutMs, "Milliseconds for the answer (default 2000)")
-        ->type_name("MS")
-        ->check(CLI::Range(0, std::numeric_limits<int>::max()).description(""));
+    AddNumber(doctor, "--timeout", options->TimeoutMs, {.Min = 0},
+              "Milliseconds for the answer (default 2000)")
+        ->type_name("MS");
     AddJsonFlag(doctor, options->Json);
 }
 
