@@ -33,6 +33,8 @@ private Q_SLOTS:
     void Usage_data();
     void Usage();
     void Usage_noCommand();
+    void Usage_endOfOptions_data();
+    void Usage_endOfOptions();
     void Output_fullDevice();
     void Output_closedPipe();
     void Terminal_escapes();
@@ -211,6 +213,11 @@ void tst_ToolGeneral::Usage_data()
         u"--depth: '1001' is not a whole number from 0 to 1000"_s);
     row("number beyond all", {u"files"_s, u"unique"_s, u"f"_s, u"--start"_s, u"2147483648"_s},
         u"--start: '2147483648' is not a whole number from -2147483648 to 2147483647"_s);
+    row("too many arguments behind --", {u"xml"_s, u"get"_s, u"f"_s, u"p"_s, u"n"_s, u"--"_s, u"-v"_s},
+        u"unexpected argument '-v'"_s);
+    QTest::newRow("command behind --") << QStringList{u"--"_s, u"xml"_s}
+                                       << u"! qvutil: there is no command or option 'xml'\n"
+                                          "! Try 'qvutil --help'.\n=> 2\n"_s;
     QTest::newRow("nothing to do") << QStringList{u"hash"_s}
                                    << u"! qvutil: FILE or --text is required\n"
                                       "! Try 'qvutil hash --help'.\n=> 2\n"_s;
@@ -247,6 +254,43 @@ void tst_ToolGeneral::Usage_noCommand()
 
     QCOMPARE(mTool->RunShell(u"$TOOL hash \"$(printf 'a\\377')\""_s).ToText(),
              u"! qvutil: a\ufffd: the argument is not valid UTF-8\n=> 2\n"_s);
+}
+
+void tst_ToolGeneral::Usage_endOfOptions_data()
+{
+    QTest::addColumn<QStringList>("arguments");
+    QTest::addColumn<QString>("expected");
+
+    const auto digest = [](const char* text) {
+        return QString::fromLatin1(QCryptographicHash::hash(text, QCryptographicHash::Md5).toHex()) + "  "_L1
+            + QString::fromLatin1(text) + u'\n';
+    };
+    const QString yes = u"=> 0\n"_s;
+    QTest::newRow("before the only argument")
+        << QStringList{u"hash"_s, u"--"_s, u"-v"_s} << digest("-v") + yes;
+    QTest::newRow("between arguments")
+        << QStringList{u"hash"_s, u"a"_s, u"--"_s, u"b"_s} << digest("a") + digest("b") + yes;
+    QTest::newRow("behind all arguments") << QStringList{u"hash"_s, u"a"_s, u"--"_s} << digest("a") + yes;
+    QTest::newRow("twice") << QStringList{u"hash"_s, u"a"_s, u"--"_s, u"--"_s}
+                           << digest("a") + digest("--") + yes;
+    QTest::newRow("before what looks like an option")
+        << QStringList{u"hash"_s, u"--"_s, u"--json"_s} << digest("--json") + yes;
+    QTest::newRow("before what looks like a list")
+        << QStringList{u"hash"_s, u"--"_s, u"[a,b]"_s} << digest("[a,b]") + yes;
+    QTest::newRow("value of an option")
+        << QStringList{u"hash"_s, u"--text"_s, u"--"_s, u"a"_s} << digest("--") + digest("a") + yes;
+    QTest::newRow("behind the value of an option")
+        << QStringList{u"hash"_s, u"--text"_s, u"x"_s, u"--"_s, u"-v"_s} << digest("x") + digest("-v") + yes;
+}
+
+void tst_ToolGeneral::Usage_endOfOptions()
+{
+    QFETCH(const QStringList, arguments);
+    QFETCH(const QString, expected);
+    for (const char* name : {"a", "b", "-v", "--", "--json", "[a,b]"})
+        QVERIFY(mTool->Write(QString::fromLatin1(name), name));
+
+    QCOMPARE(Run(arguments), expected);
 }
 
 void tst_ToolGeneral::Output_fullDevice()

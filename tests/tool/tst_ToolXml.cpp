@@ -72,6 +72,7 @@ private Q_SLOTS:
     void Set_newElement();
     void Set_fromFile();
     void Set_throughPipe();
+    void Set_valueLikeAnOption();
     void Set_newFile();
     void Set_followsLink();
     void Set_readOnlyFolder();
@@ -495,6 +496,20 @@ void tst_ToolXml::Set_throughPipe()
         Run({u"xml"_s, u"set"_s, u"-"_s, u"B"_s, u"c"_s, u"\u00e4"_s},
             "<?xml version=\"1.0\" encoding=\"ISO-8859-1\"?><A x=\"\xe4\"/>"),
         u"<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<A x=\"\u00e4\">\n    <B c=\"\u00e4\"/>\n</A>\n=> 0\n"_s);
+}
+
+// Values that begin with '-' come behind "--".
+void tst_ToolXml::Set_valueLikeAnOption()
+{
+    QVERIFY(mTool->Write(u"w.xml"_s, "<A/>"));
+    QCOMPARE(Run({u"xml"_s, u"set"_s, u"w.xml"_s, u"Panel"_s, u"Option"_s, u"--"_s, u"-v"_s}), u"=> 0\n"_s);
+    QCOMPARE(Run({u"xml"_s, u"get"_s, u"w.xml"_s, u"Panel"_s, u"Option"_s}), u"-v\n=> 0\n"_s);
+    QCOMPARE(Run({u"xml"_s, u"set"_s, u"w.xml"_s, u"Panel"_s, u"Option"_s, u"--"_s, u"v"_s}), u"=> 0\n"_s);
+    QCOMPARE(Run({u"xml"_s, u"get"_s, u"w.xml"_s, u"Panel"_s, u"Option"_s}), u"v\n=> 0\n"_s);
+    QCOMPARE(Run({u"xml"_s, u"set"_s, u"w.xml"_s, u"Text"_s, u"--"_s, u"--create"_s}), u"=> 0\n"_s);
+    QCOMPARE(Run({u"xml"_s, u"get"_s, u"w.xml"_s, u"Text"_s}), u"--create\n=> 0\n"_s);
+    QCOMPARE(Run({u"xml"_s, u"get"_s, u"w.xml"_s, u"Panel"_s, u"Width"_s, u"--default"_s, u"-1"_s}),
+             u"-1\n=> 0\n"_s);
 }
 
 void tst_ToolXml::Set_newFile()

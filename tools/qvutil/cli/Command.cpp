@@ -83,7 +83,8 @@ QString FindArgumentThatIsNoText(int argc, const char* const* argv)
     return {};
 }
 
-// CLI11 takes "[a,b]" apart, which is wrong for a value or a file name: a mark before it keeps it whole.
+// CLI11 takes "[a,b]" apart, and arguments that begin with '-' for options. This mark in front keeps an
+// argument whole.
 constexpr char kWholeMark = '\x1f';
 
 QString FromArgument(std::string_view argument)
@@ -98,12 +99,48 @@ bool NeedsValue(const CLI::Option* option)
     return option != nullptr && option->get_items_expected_min() > 0;
 }
 
-std::vector<std::string> ToArguments(int argc, const char* const* argv)
+// Whether the next argument is this one's value: "--type int", "-t int".
+bool NeedsNextArgument(const CLI::App& command, std::string_view argument)
 {
+    if (argument.starts_with("--"))
+        return NeedsValue(command.get_option_no_throw(std::string(argument)));
+    if (!argument.starts_with('-'))
+        return false;
+    for (std::size_t i = 1; i < argument.size(); ++i) {
+        if (NeedsValue(command.get_option_no_throw({'-', argument[i]})))
+            return i + 1 == argument.size(); // else its value is what follows in this argument
+    }
+    return false;
+}
+
+// The index of the "--" that ends the options; argc if there is none. A "--" behind an option that needs a
+// value is that value.
+int FindEndOfOptions(const CLI::App* command, int argc, const char* const* argv)
+{
+    for (int i = 1; i < argc; ++i) {
+        const std::string_view argument = argv[i];
+        if (argument == "--")
+            return i;
+        const auto commands = command->get_subcommands(
+            [argument](const CLI::App* child) { return child->get_name() == argument; });
+        if (!commands.empty())
+            command = commands.front();
+        else if (NeedsNextArgument(*command, argument))
+            ++i;
+    }
+    return argc;
+}
+
+// CLI11 itself hands what follows "--" to the group if the command has all that it requires.
+std::vector<std::string> ToArguments(const CLI::App& root, int argc, const char* const* argv)
+{
+    const int end = FindEndOfOptions(&root, argc, argv);
     std::vector<std::string> arguments;
     for (int i = argc - 1; i >= 1; --i) { // CLI11 takes them from the end
+        if (i == end)
+            continue;
         arguments.emplace_back(argv[i]);
-        if (arguments.back().starts_with('[') || arguments.back().starts_with(kWholeMark))
+        if (i > end || arguments.back().starts_with('[') || arguments.back().starts_with(kWholeMark))
             arguments.back().insert(0, 1, kWholeMark);
     }
     return arguments;
@@ -208,7 +245,7 @@ ExitCode CommandLine::RejectArguments(const CLI::ParseError& error)
     }
     if (isGroup)
         return RejectArguments(u"there is no command or option '%1'"_s.arg(FromArgument(rest.front())));
-    if (dynamic_cast<const CLI::ExtrasError*>(&error) != nullptr)
+    if (dynamic_cast<const CLI::ExtrasError*>(&error) != nullptr && !rest.empty())
         return RejectArguments(u"unexpected argument '%1'"_s.arg(FromArgument(rest.front())));
     return RejectArguments(ToReason(error, command));
 }
@@ -216,7 +253,7 @@ ExitCode CommandLine::RejectArguments(const CLI::ParseError& error)
 ExitCode CommandLine::Parse(int argc, const char* const* argv)
 {
     try {
-        mApp.parse(ToArguments(argc, argv));
+        mApp.parse(ToArguments(mApp, argc, argv));
     } catch (const CLI::CallForHelp&) {
         Console::Print(QString::fromStdString(mApp.help()));
     } catch (const CLI::CallForVersion&) {
