@@ -38,6 +38,9 @@ private Q_SLOTS:
     void Delete_dryRunTellsTheTruth_data();
     void Delete_dryRunTellsTheTruth();
     void Delete_folderIsALink();
+    void Delete_preciousFolder_data();
+    void Delete_preciousFolder();
+    void Delete_otherFileSystem();
     void Delete_missingRights();
     void Delete_json();
     void Unique_data();
@@ -243,22 +246,32 @@ void tst_ToolPaths::Delete_data()
     QTest::addColumn<QString>("expected");
     QTest::addColumn<QStringList>("left");
 
-    QTest::newRow("one level, a read-only file too")
-        << QStringList{u"tree"_s} << u"~/tree/a.txt\n~/tree/b.log\n~/tree/empty\n=> 0\n"_s
-        << QStringList{u"tree"_s,          u"tree/.dot"_s,          u"tree/.dot/e.txt"_s, u"tree/.hidden"_s,
-                       u"tree/link.txt"_s, u"tree/sub"_s,           u"tree/sub/c.txt"_s,  u"tree/sub/deep"_s,
-                       u"tree/sub/link"_s, u"tree/sub/deep/d.log"_s};
+    QTest::newRow("one level, a read-only file too, folders stay")
+        << QStringList{u"tree"_s} << u"~/tree/a.txt\n~/tree/b.log\n=> 0\n"_s
+        << QStringList{u"tree"_s,          u"tree/.dot"_s,     u"tree/.dot/e.txt"_s,    u"tree/.hidden"_s,
+                       u"tree/empty"_s,    u"tree/link.txt"_s, u"tree/sub"_s,           u"tree/sub/c.txt"_s,
+                       u"tree/sub/deep"_s, u"tree/sub/link"_s, u"tree/sub/deep/d.log"_s};
     QTest::newRow("all levels, links stay")
         << QStringList{u"tree"_s, u"--recursive"_s, u"--hidden"_s}
         << u"~/tree/.dot/e.txt\n~/tree/.hidden\n~/tree/a.txt\n~/tree/b.log\n~/tree/sub/c.txt\n"
            "~/tree/sub/deep/d.log\n~/tree/sub/deep\n~/tree/empty\n~/tree/.dot\n=> 0\n"_s
         << QStringList{u"tree"_s, u"tree/link.txt"_s, u"tree/sub"_s, u"tree/sub/link"_s};
-    QTest::newRow("by pattern, the folder goes with its last file")
-        << QStringList{u"tree/sub/deep"_s, u"--name"_s, u"*.log"_s}
-        << u"~/tree/sub/deep/d.log\n~/tree/sub/deep\n=> 0\n"_s
+    QTest::newRow("by pattern, the folder stays without a file")
+        << QStringList{u"tree/sub/deep"_s, u"--name"_s, u"*.log"_s} << u"~/tree/sub/deep/d.log\n=> 0\n"_s
         << QStringList{u"tree"_s,       u"tree/.dot"_s,      u"tree/.dot/e.txt"_s, u"tree/.hidden"_s,
                        u"tree/a.txt"_s, u"tree/b.log"_s,     u"tree/empty"_s,      u"tree/link.txt"_s,
-                       u"tree/sub"_s,   u"tree/sub/c.txt"_s, u"tree/sub/link"_s};
+                       u"tree/sub"_s,   u"tree/sub/c.txt"_s, u"tree/sub/deep"_s,   u"tree/sub/link"_s};
+    QTest::newRow("all levels, the folder itself stays")
+        << QStringList{u"tree/sub/deep"_s, u"--recursive"_s} << u"~/tree/sub/deep/d.log\n=> 0\n"_s
+        << QStringList{u"tree"_s,       u"tree/.dot"_s,      u"tree/.dot/e.txt"_s, u"tree/.hidden"_s,
+                       u"tree/a.txt"_s, u"tree/b.log"_s,     u"tree/empty"_s,      u"tree/link.txt"_s,
+                       u"tree/sub"_s,   u"tree/sub/c.txt"_s, u"tree/sub/deep"_s,   u"tree/sub/link"_s};
+    QTest::newRow("nothing of the name, folders stay")
+        << QStringList{u"tree"_s, u"--name"_s, u"*.none"_s} << u"=> 0\n"_s
+        << QStringList{u"tree"_s,         u"tree/.dot"_s,      u"tree/.dot/e.txt"_s, u"tree/.hidden"_s,
+                       u"tree/a.txt"_s,   u"tree/b.log"_s,     u"tree/empty"_s,      u"tree/link.txt"_s,
+                       u"tree/sub"_s,     u"tree/sub/c.txt"_s, u"tree/sub/deep"_s,   u"tree/sub/deep/d.log"_s,
+                       u"tree/sub/link"_s};
     QTest::newRow("nothing to delete")
         << QStringList{u"tree/sub"_s, u"--name"_s, u"*.none"_s} << u"=> 0\n"_s
         << QStringList{u"tree"_s,         u"tree/.dot"_s,      u"tree/.dot/e.txt"_s, u"tree/.hidden"_s,
@@ -289,8 +302,8 @@ void tst_ToolPaths::Delete_dryRunLeavesAll()
 {
     QVERIFY(MakeTree());
     const QStringList before = Tree();
-    QCOMPARE(Run({u"files"_s, u"delete"_s, u"tree/sub/deep"_s, u"--dry-run"_s}),
-             u"~/tree/sub/deep/d.log\n~/tree/sub/deep\n=> 0\n"_s);
+    QCOMPARE(Run({u"files"_s, u"delete"_s, u"tree/sub"_s, u"--recursive"_s, u"--dry-run"_s}),
+             u"~/tree/sub/c.txt\n~/tree/sub/deep/d.log\n~/tree/sub/deep\n=> 0\n"_s);
     QCOMPARE(Tree(), before);
 }
 
@@ -334,6 +347,58 @@ void tst_ToolPaths::Delete_folderIsALink()
     QVERIFY(QFileInfo::exists(mTool->Path(u"outside/kept.txt"_s)));
 }
 
+void tst_ToolPaths::Delete_preciousFolder_data()
+{
+    QTest::addColumn<QString>("home");
+    QTest::addColumn<QStringList>("arguments");
+    QTest::addColumn<QString>("expected");
+
+    const auto row
+        = [](const char* name, const QString& home, const QStringList& arguments, const QString& reason) {
+              QTest::newRow(name) << home << arguments
+                                  << u"! qvutil: %1: %2: name a folder below it\n=> 2\n"_s.arg(
+                                         arguments.front(), reason);
+          };
+    row("root", u"$PWD/tree"_s, {u"/"_s, u"--name"_s, u"*.none"_s}, u"is the root folder"_s);
+    row("root by another name", u"$PWD/tree"_s, {u"/usr/.."_s, u"--name"_s, u"*.none"_s},
+        u"is the root folder"_s);
+    row("home", u"$PWD/tree"_s, {u"tree"_s, u"--recursive"_s}, u"is the home folder"_s);
+    row("home, one level", u"$PWD/tree"_s, {u"tree/"_s}, u"is the home folder"_s);
+    row("home behind a link", u"$PWD/home"_s, {u"tree"_s}, u"is the home folder"_s);
+    row("home below it", u"$PWD/tree/sub/deep"_s, {u"tree"_s, u"--recursive"_s}, u"holds the home folder"_s);
+}
+
+// Dry runs: a test that fails must do no harm.
+void tst_ToolPaths::Delete_preciousFolder()
+{
+    QFETCH(const QString, home);
+    QFETCH(const QStringList, arguments);
+    QFETCH(const QString, expected);
+
+    QVERIFY(MakeTree());
+    QVERIFY(QFile::link(mTool->Path(u"tree"_s), mTool->Path(u"home"_s)));
+    const QString line = uR"(HOME="%1" "$TOOL" files delete --dry-run '%2')"_s;
+    QCOMPARE(mTool->RunShell(line.arg(home, arguments.join("' '"_L1))).ToText(), expected);
+}
+
+// Seen only where a file system can be mounted: in a name space of its own, which ends with the shell.
+void tst_ToolPaths::Delete_otherFileSystem()
+{
+    const QString inNameSpace = u"unshare --user --map-root-user --mount sh -c "_s;
+    if (mTool->RunShell(inNameSpace + u"'mount -t tmpfs none .'"_s).ExitCode != 0)
+        QSKIP("no file system can be mounted here");
+    QVERIFY(MakeTree());
+    const QString result = mTool
+                               ->RunShell(inNameSpace + uR"('mount -t tmpfs none tree/empty
+                                                              touch tree/empty/mounted.txt
+                                                              "$TOOL" files delete tree --recursive
+                                                              echo $?; ls tree/empty')"_s)
+                               .ToText();
+    QCOMPARE(QString(result).replace(mTool->Path(QString()), u"~"_s),
+             u"~/tree/a.txt\n~/tree/b.log\n~/tree/sub/c.txt\n~/tree/sub/deep/d.log\n~/tree/sub/deep\n"
+             "0\nmounted.txt\n=> 0\n"_s);
+}
+
 void tst_ToolPaths::Delete_missingRights()
 {
     const auto open
@@ -356,7 +421,7 @@ void tst_ToolPaths::Delete_json()
 {
     QVERIFY(MakeTree());
     QCOMPARE(Run({u"files"_s, u"delete"_s, u"tree"_s, u"--name"_s, u"a*"_s, u"--json"_s}),
-             u"[\n    \"~/tree/a.txt\",\n    \"~/tree/empty\"\n]\n=> 0\n"_s);
+             u"[\n    \"~/tree/a.txt\"\n]\n=> 0\n"_s);
 }
 
 void tst_ToolPaths::Unique_data()

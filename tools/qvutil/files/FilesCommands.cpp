@@ -8,12 +8,17 @@
 #include <qvutil/GeneralUtil.h>
 
 #include <QDir>
+#include <QFile>
 #include <QFileInfo>
 #include <QJsonArray>
 #include <QSet>
 
 #include <algorithm>
 #include <memory>
+#include <optional>
+#include <utility>
+
+#include <sys/stat.h>
 
 using namespace Qt::StringLiterals;
 using Quorvin::Util::GeneralUtil;
@@ -104,44 +109,104 @@ QStringList EverythingIn(const QString& folder)
     return paths;
 }
 
-// What DeleteFiles removes if nothing prevents it: the files, then the folders that are empty by then.
-QStringList PlanDeletion(const FilesOptions& options)
+/// What `delete` removes: the files, then the folders below the given one that are empty by then.
+class DeletionPlan
 {
-    QStringList plan = ListFiles(options);
-    QSet<QString> going(plan.cbegin(), plan.cend());
+public:
+    explicit DeletionPlan(const FilesOptions& options)
+        : mOptions(options)
+        , mFileSystem(FileSystemOf(options.Folder))
+    {
+        AddFolder(options.Folder);
+        mFiles.sort();
+        const QSet<QString> files(mFiles.cbegin(), mFiles.cend());
+        AddEmptyFolders(files);
+    }
 
-    const QDir::Filters folderFilters = (options.Filters() & ~QDir::Filters(QDir::Files)) | QDir::Dirs;
-    QStringList folders = GeneralUtil::GetFiles(options.Folder, {}, folderFilters, true);
-    folders.prepend(QDir::cleanPath(QFileInfo(options.Folder).absoluteFilePath()));
-    std::reverse(folders.begin(), folders.end()); // each folder comes before those below it
-    for (const QString& folder : std::as_const(folders)) {
-        const QStringList content = EverythingIn(folder);
-        const bool becomesEmpty = std::all_of(content.cbegin(), content.cend(),
-                                              [&](const QString& path) { return going.contains(path); });
-        if (becomesEmpty && QFileInfo(folder).isReadable()) {
-            going.insert(folder);
-            plan.append(folder);
+    [[nodiscard]] QStringList Paths() const { return mFiles + mFolders; }
+
+private:
+    static std::optional<dev_t> FileSystemOf(const QString& folder)
+    {
+        struct stat status = {};
+        const bool isThere = ::stat(QFile::encodeName(folder).constData(), &status) == 0;
+        return isThere ? std::optional(status.st_dev) : std::nullopt;
+    }
+
+    void AddFolder(const QString& folder)
+    {
+        mFiles += GeneralUtil::GetFiles(folder, mOptions.Filter(), mOptions.Filters(), false);
+        if (!mOptions.Recursive)
+            return;
+        const QDir::Filters filters
+            = (mOptions.Filters() & ~QDir::Filters(QDir::Files)) | QDir::AllDirs | QDir::NoDotAndDotDot;
+        const QFileInfoList entries = QDir(folder).entryInfoList({}, filters, QDir::NoSort);
+        for (const QFileInfo& entry : entries) {
+            const QString path = QDir::cleanPath(entry.absoluteFilePath());
+            if (FileSystemOf(path) != mFileSystem)
+                continue;
+            mFolders.append(path);
+            AddFolder(path);
         }
     }
-    return plan;
+
+    void AddEmptyFolders(QSet<QString> going)
+    {
+        QStringList folders;
+        std::swap(folders, mFolders);
+        std::reverse(folders.begin(), folders.end()); // each folder comes before those below it
+        for (const QString& folder : std::as_const(folders)) {
+            const QStringList content = EverythingIn(folder);
+            const bool becomesEmpty = std::all_of(content.cbegin(), content.cend(),
+                                                  [&](const QString& path) { return going.contains(path); });
+            if (becomesEmpty && QFileInfo(folder).isReadable()) {
+                going.insert(folder);
+                mFolders.append(folder);
+            }
+        }
+    }
+
+    const FilesOptions& mOptions;
+    std::optional<dev_t> mFileSystem;
+    QStringList mFiles;
+    QStringList mFolders;
+};
+
+bool DeleteFile(const QString& path)
+{
+    if (!QFileInfo(path).isWritable())
+        QFile::setPermissions(path, QFile::permissions(path) | QFileDevice::WriteUser);
+    return QFile::remove(path);
 }
 
-ExitCode CarryOut(const FilesOptions& options, const QStringList& plan)
+ExitCode CarryOut(const QStringList& plan, bool json)
 {
-    const bool isDone
-        = GeneralUtil::DeleteFiles(options.Folder, options.Filter(), options.Filters(), options.Recursive);
-    auto code = isDone ? ExitCode::Yes : ExitCode::Error;
+    auto code = ExitCode::Yes;
     QStringList gone;
     for (const QString& path : plan) {
-        if (!QFileInfo::exists(path)) {
+        const bool isFolder = QFileInfo(path).isDir();
+        if (isFolder ? QDir().rmdir(path) : DeleteFile(path)) {
             gone.append(path);
-        } else if (EverythingIn(path).isEmpty()) { // a folder that is not empty is not the cause
+        } else if (!isFolder || EverythingIn(path).isEmpty()) { // a folder that is not empty is not the cause
             Console::Complain(path, u"could not be deleted"_s);
             code = ExitCode::Error;
         }
     }
-    PrintPaths(gone, options.Json);
+    PrintPaths(gone, json);
     return code;
+}
+
+// A mistake here would cost too much.
+void RejectPreciousFolder(const FilesOptions& options)
+{
+    const QString folder = QFileInfo(options.Folder).canonicalFilePath();
+    const QString home = QFileInfo(QDir::homePath()).canonicalFilePath();
+    if (folder == "/"_L1)
+        throw Failure(options.Folder, u"is the root folder: name a folder below it"_s);
+    if (folder == home)
+        throw Failure(options.Folder, u"is the home folder: name a folder below it"_s);
+    if (options.Recursive && home.startsWith(folder + u'/'))
+        throw Failure(options.Folder, u"holds the home folder: name a folder below it"_s);
 }
 
 ExitCode Delete(const FilesOptions& options)
@@ -156,10 +221,11 @@ ExitCode Delete(const FilesOptions& options)
         throw Failure(options.Folder, u"is not a folder"_s);
     if (!info.isReadable())
         throw Failure(options.Folder, u"cannot be read"_s);
+    RejectPreciousFolder(options);
 
-    const QStringList plan = PlanDeletion(options);
+    const QStringList plan = DeletionPlan(options).Paths();
     if (!options.DryRun)
-        return CarryOut(options, plan);
+        return CarryOut(plan, options.Json);
     PrintPaths(plan, options.Json);
     return ExitCode::Yes;
 }
@@ -220,11 +286,15 @@ void AddFilesCommands(CommandLine& line)
 
     auto options = std::make_shared<FilesOptions>();
     CLI::App& remove = AddFilesCommand(
-        line, group, "delete",
-        "Delete files without asking, read-only ones too, and then the folders that are empty; list them",
-        "qvutil files delete cache --name '*.tmp' --recursive --dry-run\n"
-        "qvutil files delete cache --recursive   # and the folder itself, if nothing hidden is in it",
+        line, group, "delete", "Delete files without asking, read-only ones too, and list them",
+        "qvutil files delete cache --name '*.tmp' --dry-run\n"
+        "qvutil files delete cache --recursive   # and the folders in it that are empty then",
         options, &Delete);
+    AddExplanation(
+        remove,
+        "Deletes folders only with --recursive: those below FOLDER that are empty afterwards. FOLDER\n"
+        "stays, and so does what lies on another file system. The root folder and the home folder are\n"
+        "refused.");
     remove.add_flag("--dry-run", options->DryRun, "Delete nothing: list what would go");
     AddUnique(line, group);
 }
