@@ -32,6 +32,8 @@ private Q_SLOTS:
     void Lint_xml();
     void Lint_xml_prefixWithoutNamespace();
     void Lint_xml_moreThanIsRead();
+    void Lint_nothingToLookAt_data();
+    void Lint_nothingToLookAt();
     void Lint_badFiles_data();
     void Lint_badFiles();
     void Lint_manyOperands();
@@ -280,6 +282,29 @@ void tst_ToolExpr::Lint_xml_moreThanIsRead()
     QCOMPARE(
         mTool->Run({u"expr"_s, u"lint"_s, u"--xml"_s, u"ui.xml"_s, u"--attribute"_s, u"enabled"_s}).ToText(),
         u"! qvutil: ui.xml: nested deeper, or with more text in its entities, than the library takes\n=> 2\n"_s);
+}
+
+void tst_ToolExpr::Lint_nothingToLookAt_data()
+{
+    QTest::addColumn<QStringList>("arguments");
+
+    QTest::newRow("no such attribute") << QStringList{u"--xml"_s, u"ui.xml"_s, u"--attribute"_s, u"enable"_s};
+    QTest::newRow("attribute is blank everywhere")
+        << QStringList{u"--xml"_s, u"ui.xml"_s, u"--attribute"_s, u"visible"_s};
+    QTest::newRow("list without a line") << QStringList{u"--file"_s, u"blank.txt"_s};
+    QTest::newRow("for programs") << QStringList{u"--xml"_s, u"ui.xml"_s, u"--attribute"_s, u"enable"_s,
+                                                 u"--json"_s};
+}
+
+// A typing error in the name of an attribute must not look like expressions without problems.
+void tst_ToolExpr::Lint_nothingToLookAt()
+{
+    QFETCH(const QStringList, arguments);
+
+    QVERIFY(mTool->Write(u"ui.xml"_s, "<window enabled=\"a\" visible=\" \"/>"));
+    QVERIFY(mTool->Write(u"blank.txt"_s, "\n  \n"));
+    QCOMPARE(mTool->Run(QStringList{u"expr"_s, u"lint"_s} + arguments).ToText(),
+             u"! qvutil: there is no expression to look at\n=> 2\n"_s);
 }
 
 void tst_ToolExpr::Lint_badFiles_data()

@@ -193,6 +193,8 @@ public:
 
     [[nodiscard]] ExitCode Finish() const
     {
+        if (mCount == 0) // a wrong name of an attribute would look like a clean result
+            throw Failure({}, u"there is no expression to look at"_s);
         if (mOptions.Json)
             Console::PrintJson(QJsonDocument(mProblems));
         else if (mFound == 0)
@@ -389,6 +391,8 @@ void AddLint(CommandLine& line, CLI::App& group)
         "qvutil expr lint \"a & b (c)\"\n"
         "qvutil expr lint --xml Window.xml --attribute enabled --known admin,trial",
         [options] { return Lint(*options); });
+    AddExplanation(
+        lint, "If there is no expression to look at, the exit code is 2: check the names after --attribute.");
     AddTexts(lint, "EXPRESSION", options->Expressions, "Expression to look at");
     AddTexts(lint, "--file", options->Files, "File with one expression a line; - for standard input");
     AddTexts(lint, "--xml", options->XmlFiles, "XML file with expressions in attributes");
