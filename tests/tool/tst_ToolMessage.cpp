@@ -151,6 +151,7 @@ private Q_SLOTS:
     void Decode_files();
     void Decode_indent();
     void Decode_otherWriters();
+    void Decode_noMessage();
     void Decode_lostValueReplaced();
     void Decode_everyCut();
     void Decode_binaryNoise();
@@ -441,11 +442,38 @@ void tst_ToolMessage::Decode_otherWriters()
         = "<?xml version='1.0' encoding=\"UTF-8\"?><!-- by hand --><Message IsResponse='yes' "
           "NeedResponse=\"true\" Id='A' Extra='1'><Other/><Params><Entry Name='a' type='x' "
           "Type='int' Value='5'/><Param Type='Int' Value='6'/></Params></Message>"
-          "<?xml version=\"1.0\"?><Data/>";
+          "<?xml version=\"1.0\"?><Message/>";
     QCOMPARE(mTool->Run({u"message"_s, u"decode"_s}, bytes).ToText(),
              u"{\"id\":\"A\",\"isResponse\":false,\"needResponse\":true,\"originalMessageUniqueId\":null,"
              "\"params\":{\"a\":5},\"uniqueId\":null}\n"_s
                  + QString::fromUtf8(Line("")) + u"=> 0\n"_s);
+}
+
+// A receiver takes any document for a message, but what stands in a file was hardly meant to be one.
+void tst_ToolMessage::Decode_noMessage()
+{
+    const QByteArray settings = "<?xml version=\"1.0\"?><Settings><Panel Width=\"640\"/></Settings>";
+    const QByteArray a = Document("A");
+    const QString reason = u"the root element is Settings: this is no message"_s;
+    QVERIFY(mTool->Write(u"app.xml"_s, settings));
+    QVERIFY(mTool->Write(u"both.bin"_s, settings + a));
+    QCOMPARE(
+        mTool->Run({u"message"_s, u"decode"_s, u"app.xml"_s}).ToText(),
+        u"! qvutil: app.xml: byte 0: %1 bytes are skipped: %2\n! qvutil: app.xml: there is no message\n=> 1\n"_s
+            .arg(settings.size())
+            .arg(reason));
+    QCOMPARE(mTool->Run({u"message"_s, u"decode"_s, u"both.bin"_s}).ToText(),
+             QString::fromUtf8(Line("A"))
+                 + u"! qvutil: both.bin: byte 0: %1 bytes are skipped: %2\n=> 1\n"_s.arg(settings.size())
+                       .arg(reason));
+    QCOMPARE(mTool->Run({u"message"_s, u"decode"_s}, settings.sliced(6) + a).ExitCode, 1);
+    const QJsonArray list
+        = QJsonDocument::fromJson(mTool->Run({u"message"_s, u"split"_s, u"app.xml"_s, u"--json"_s}).Output)
+              .array();
+    QCOMPARE(list.at(0).toObject().value(u"problem"_s).toString(), reason);
+    // Of another root, but with a name, it is what a receiver makes of it.
+    QCOMPARE(mTool->Run({u"message"_s, u"decode"_s}, "<?xml version=\"1.0\"?><Other Id=\"A\"/>").ToText(),
+             QString::fromUtf8(Line("A") + "=> 0\n"));
 }
 
 // Of two values of one name the later counts, whatever became of either.

@@ -9,6 +9,7 @@
 #include "cli/InputFile.h"
 #include "messages/MessageFile.h"
 #include "messages/MessageText.h"
+#include <qvutil/XmlFiler.h>
 #include <qvutil/messaging/MessageCodec_p.h>
 
 #include <QDir>
@@ -17,10 +18,12 @@
 #include <QSaveFile>
 
 #include <algorithm>
+#include <functional>
 #include <memory>
 
 using namespace Qt::StringLiterals;
 using Quorvin::Util::MessageInfo;
+using Quorvin::Util::XmlFiler;
 
 namespace Quorvin::Tool {
 namespace {
@@ -50,6 +53,34 @@ QString OrStandardInput(const QString& argument)
     return argument.isEmpty() ? u"-"_s : argument;
 }
 
+// A receiver takes any document for a message, one without a name if there is none; it would answer with
+// nothing. In a capture such a document was hardly meant to be one.
+QString WhyNoMessage(const MessagePiece& piece)
+{
+    if (!piece.Message || !piece.Message->Id.isEmpty())
+        return {};
+    QString document = QString::fromUtf8(piece.Bytes);
+    if (!document.startsWith(Util::kDocumentStart)) // a receiver adds what is missing
+        document.prepend(Util::kDocumentStart);
+    XmlFiler filer;
+    if (!filer.LoadFromXmlString(document))
+        return {};
+    const QString root = filer.GetCurrentNode().nodeName();
+    return root == "Message"_L1 ? QString() : u"the root element is %1: this is no message"_s.arg(root);
+}
+
+// The pieces of a capture; documents that are no messages are skipped like those that do not load.
+void ForEachPiece(QByteArrayView bytes, const std::function<void(const MessagePiece&)>& visit)
+{
+    ForEachMessagePiece(bytes, [&visit](const MessagePiece& piece) {
+        const QString problem = WhyNoMessage(piece);
+        if (problem.isEmpty())
+            visit(piece);
+        else
+            visit({.Offset = piece.Offset, .Bytes = piece.Bytes, .Message = {}, .Problem = problem});
+    });
+}
+
 // --- decode
 
 QString DescribeSkipped(const MessagePiece& piece)
@@ -64,7 +95,7 @@ ExitCode DecodeFile(const InputFile& input, bool indent)
     const QByteArray bytes = ReadAll(input);
     auto code = ExitCode::Yes;
     bool found = false;
-    ForEachMessagePiece(bytes, [&](const MessagePiece& piece) {
+    ForEachPiece(bytes, [&](const MessagePiece& piece) {
         if (!piece.Message) {
             Console::Complain(input.Name(), DescribeSkipped(piece));
             code = ExitCode::No;
@@ -185,7 +216,7 @@ ExitCode Split(const SplitOptions& options)
         Console::PrintLine(u"%1 %2  %3"_s.arg(u"offset"_s, 10)
                                .arg(u"size"_s, 10)
                                .arg(options.To.isEmpty() ? u"message"_s : u"file  message"_s));
-    ForEachMessagePiece(bytes, [&](const MessagePiece& piece) {
+    ForEachPiece(bytes, [&](const MessagePiece& piece) {
         QString file;
         if (!options.To.isEmpty()) {
             file = FileNameOf(piece, ++count);
@@ -214,8 +245,9 @@ void AddDecode(CommandLine& line, CLI::App& group)
                           [options] { return Decode(*options); });
     decode.footer(
         "Reads the bytes as a receiver does. What a receiver would skip is told on standard error\n"
-        "with its place, and makes the exit code 1. Values are plain JSON; where that does not tell\n"
-        "their type, the object \"types\" does, so that encode writes the same document again.\n\n"
+        "with its place, and makes the exit code 1; so does XML that is no message. Values are plain\n"
+        "JSON; where that does not tell their type, the object \"types\" does, so that encode writes\n"
+        "the same document again.\n\n"
         + decode.get_footer());
     AddTexts(decode, "FILE", options->Files, "Captured bytes; - or nothing for standard input");
     decode.add_flag("--indent", options->Indent, "Print each message on several lines, for people to read");
