@@ -1,6 +1,7 @@
 // SPDX-FileCopyrightText: 2026 The QvUtil developers
 // SPDX-License-Identifier: MIT
 
+#include "base/QtCompat_p.h"
 #include "messaging/GridRegistry_p.h"
 #include "support/GridSupport.h"
 #include "support/MessagingSupport.h"
@@ -31,6 +32,7 @@ using namespace MessagingSupport;
 using Quorvin::Util::GridLockFilePath;
 using Quorvin::Util::ParseRegistry;
 using Quorvin::Util::ProcessInfo;
+using Quorvin::Util::Internal::NativeSharedMemoryKey;
 using TestSupport::ToolResult;
 using TestSupport::ToolRunner;
 
@@ -133,6 +135,7 @@ private Q_SLOTS:
     void cleanup();
     void NoGrid_data();
     void NoGrid();
+    void NoGrid_noSemaphore();
     void LiveMembers();
     void LiveMembers_replacedClient();
     void LiveMembers_json();
@@ -245,6 +248,24 @@ void tst_ToolGrid::NoGrid()
     QCOMPARE(QDir(mTemporary->path())
                  .isEmpty(QDir::AllEntries | QDir::System | QDir::Hidden | QDir::NoDotAndDotDot),
              true);
+}
+
+// Semaphores are counted in a name space where nobody else makes any. The file of a segment that is gone must
+// not make a look leave one either.
+void tst_ToolGrid::NoGrid_noSemaphore()
+{
+    const QString inNameSpace
+        = u"unshare --user --map-root-user --ipc sh -c '%1 wc -l < /proc/sysvipc/sem'"_s;
+    const QString none = u"1\n=> 0\n"_s; // the heading
+    if (mTool->RunShell(inNameSpace.arg(QString())).ToText() != none)
+        QSKIP("semaphores cannot be counted here");
+    QFile file(NativeSharedMemoryKey(kGrid));
+    QVERIFY(file.open(QIODevice::WriteOnly));
+    for (const QString& command : {u"list desk"_s, u"list other"_s, u"show desk"_s, u"clean other"_s}) {
+        QCOMPARE(mTool->RunShell(inNameSpace.arg(u"\"$TOOL\" grid %1 2> /dev/null;"_s.arg(command))).ToText(),
+                 none);
+    }
+    QCOMPARE(Files(), QStringList(QFileInfo(file).fileName()));
 }
 
 void tst_ToolGrid::LiveMembers()

@@ -5,115 +5,70 @@
 
 #include "cli/Failure.h"
 
-#include <QSharedMemory>
+#include <QFile>
 
 #include <cerrno>
-#include <new>
 
-#include <sys/wait.h>
-#include <unistd.h>
+#include <sys/ipc.h>
+#include <sys/shm.h>
+#include <sys/stat.h>
 
 using namespace Qt::StringLiterals;
 
 namespace Quorvin::Tool {
 namespace {
 
-// How the reader ends.
-enum Result : int {
-    IsRead,
-    IsMissing,
-    IsForbidden,
-    IsBroken,
+// As QSharedMemory makes the number of a segment from the name of its file.
+constexpr int kProject = 'Q';
+
+/// The segment in this process, as long as the object lives.
+class Attachment
+{
+public:
+    explicit Attachment(int segment)
+        : mMemory(::shmat(segment, nullptr, SHM_RDONLY))
+    { }
+    ~Attachment()
+    {
+        if (IsValid())
+            ::shmdt(mMemory);
+    }
+    Q_DISABLE_COPY_MOVE(Attachment)
+
+    [[nodiscard]] bool IsValid() const { return mMemory != reinterpret_cast<void*>(-1); }
+    [[nodiscard]] QByteArray Copy(size_t size) const
+    {
+        return {static_cast<const char*>(mMemory), static_cast<qsizetype>(size)};
+    }
+
+private:
+    void* mMemory;
 };
 
-// Writes the memory to a pipe.
-int CopySegment(const QString& nativeKey, int pipe)
+bool IsMissing(int error)
 {
-    // Never destroyed: that would destroy the memory too if nobody else is attached to it just now. The end
-    // of the process only detaches.
-    auto* memory = new (std::nothrow) QSharedMemory;
-    if (memory == nullptr)
-        return IsBroken;
-    memory->setNativeKey(nativeKey);
-    if (!memory->attach(QSharedMemory::ReadOnly)) {
-        switch (memory->error()) {
-        case QSharedMemory::NotFound:
-            return IsMissing;
-        case QSharedMemory::PermissionDenied:
-            return IsForbidden;
-        default:
-            return IsBroken;
-        }
-    }
-    const char* bytes = static_cast<const char*>(memory->constData());
-    qsizetype left = memory->size();
-    while (left > 0) {
-        const ssize_t count = ::write(pipe, bytes, static_cast<size_t>(left));
-        if (count == -1 && errno == EINTR)
-            continue;
-        if (count <= 0)
-            return IsBroken;
-        bytes += count;
-        left -= count;
-    }
-    return IsRead;
-}
-
-QByteArray ReadToEnd(int pipe)
-{
-    QByteArray bytes;
-    char buffer[16384];
-    for (;;) {
-        const ssize_t count = ::read(pipe, buffer, sizeof(buffer));
-        if (count > 0)
-            bytes.append(buffer, count);
-        else if (count == 0 || errno != EINTR)
-            return bytes;
-    }
-}
-
-int WaitForEnd(pid_t process)
-{
-    int status = 0;
-    while (::waitpid(process, &status, 0) == -1) {
-        if (errno != EINTR)
-            return IsBroken;
-    }
-    return WIFEXITED(status) ? WEXITSTATUS(status) : IsBroken;
+    return error == ENOENT || error == EIDRM || error == EINVAL; // the last two if it went just now
 }
 
 } // namespace
 
+// Not by QSharedMemory. From Qt 6.6 on, it makes the file and a semaphore before it looks for the memory; and
+// the last to let go of the memory destroys it.
 std::optional<QByteArray> ReadSharedSegment(const QString& nativeKey, const QString& name)
 {
-    int pipe[2] = {};
-    if (::pipe(pipe) != 0)
-        throw Failure(name, qt_error_string(errno));
-    // A process of its own, whose end detaches from the memory.
-    const pid_t process = ::fork();
-    if (process == -1) {
-        const int error = errno;
-        ::close(pipe[0]);
-        ::close(pipe[1]);
-        throw Failure(name, qt_error_string(error));
+    const key_t key = ::ftok(QFile::encodeName(nativeKey).constData(), kProject);
+    const int segment = key == -1 ? -1 : ::shmget(key, 0, S_IRUSR);
+    shmid_ds status = {};
+    if (segment != -1 && ::shmctl(segment, IPC_STAT, &status) == 0) {
+        const Attachment memory(segment);
+        if (memory.IsValid())
+            return memory.Copy(status.shm_segsz);
     }
-    if (process == 0) {
-        ::close(pipe[0]);
-        ::_exit(CopySegment(nativeKey, pipe[1]));
-    }
-    ::close(pipe[1]);
-    const QByteArray bytes = ReadToEnd(pipe[0]);
-    ::close(pipe[0]);
-    switch (WaitForEnd(process)) {
-    case IsRead:
-        return bytes;
-    case IsMissing:
+    const int error = errno;
+    if (IsMissing(error))
         return std::nullopt;
-    case IsForbidden:
-        throw Failure(name, u"belongs to another user"_s);
-    default:
-        throw Failure(name, u"the shared memory cannot be read"_s);
-    }
+    throw Failure(name,
+                  error == EACCES ? u"belongs to another user"_s : u"the shared memory cannot be read"_s);
 }
 
 } // namespace Quorvin::Tool
