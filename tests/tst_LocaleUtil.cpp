@@ -21,6 +21,8 @@
 
 using namespace Qt::StringLiterals;
 using namespace Quorvin::Util;
+using Quorvin::Util::Internal::gLocales;
+using Quorvin::Util::Internal::LocaleRecord;
 using namespace TestSupport;
 
 namespace {

@@ -668,7 +668,7 @@ void tst_XmlFilerDocument::SaveAsXmlFile_unloadable_data()
         << u"A"_s << plain << plain << u"\u0001"_s << u"line 4: "_s;
     QTest::newRow("1,000 levels") << u"/A"_s.repeated(999) << plain << plain << plain << QString();
     QTest::newRow("1,001 levels") << u"/A"_s.repeated(1000) << plain << plain << plain
-                                  << u"it is nested too deeply, or its entities are too large"_s;
+                                  << u"line 1: nested deeper, or with more text in its entities"_s;
 }
 
 void tst_XmlFilerDocument::SaveAsXmlFile_unloadable()

@@ -18,6 +18,7 @@
 #include <QtCore/QStringList>
 #include <QtXml/QDomDocument>
 
+#include <memory>
 #include <optional>
 
 namespace Quorvin::Util {
@@ -620,8 +621,6 @@ private:
     [[nodiscard]] std::optional<QDomNode> FindNode(const QString& path) const;
     [[nodiscard]] std::optional<QDomNode> WalkTo(QStringView path) const;
     [[nodiscard]] QDomNode FindOrCreateNode(const QString& path, bool alwaysNewLast);
-    [[nodiscard]] QHash<QString, QDomNode>& KnownPlaces(const QString& path) const;
-    void ForgetPlaces() const;
     [[nodiscard]] QDomNode AppendElement(const QDomNode& parent, const QString& name);
     [[nodiscard]] QString ReadText(const QDomElement& element, const QString& name,
                                    const QString& defaultValue) const;
@@ -631,16 +630,9 @@ private:
     void WriteContentBytes(const QDomElement& element, const QByteArray& value);
 
     void SetCursor(const QDomNode& node) const;
-    [[nodiscard]] bool IsHeld(const QDomNode& tree) const;
+    void AppendChild(QDomNode parent, const QDomNode& child);
     void RemoveChild(QDomNode parent, const QDomNode& child);
     void RemoveChildren(const QDomNode& parent);
-    void ReleaseUnusedTrees() const;
-
-    struct DetachedTree
-    {
-        QDomNode Top;
-        QDomDocument Document; // what Top was taken from: QDom keeps writing to it, and does not own it
-    };
 
     QString mFilePath;
     QDomDocument mDocument;
@@ -656,15 +648,8 @@ public:
     bool TranslateEnabled = true;
 
 private:
-    // Trees that were removed or replaced while the cursor or the node stack pointed into them. QDom leaves
-    // dangling pointers in the nodes of a tree that is destroyed around them, so such a tree lives on.
-    mutable QList<DetachedTree> mDetachedTrees;
-
-    // Where paths led to, absolute ones and those from the present cursor; forgotten whenever an element
-    // comes or goes, and not used once a host holds a node, through which it could change the document.
-    mutable QHash<QString, QDomNode> mAbsolutePlaces;
-    mutable QHash<QString, QDomNode> mRelativePlaces;
-    mutable bool mNodesAreShared = false;
+    struct Private;
+    const std::unique_ptr<Private> mPrivate;
 };
 
 /// A settings file kept as an XML document: typed values by node path and name, saved by itself.
@@ -794,9 +779,9 @@ private:
 
     bool mDirty = false;
     QString mSettingsFile;
-    // Milliseconds since 1970 in UTC; empty until the first save. A number, since making a QDateTime of
-    // the local time costs forty times as much as reading the clock, and every write asks.
-    std::optional<qint64> mLastSaved;
+
+    struct Private;
+    const std::unique_ptr<Private> mPrivate;
 };
 
 /// Translates texts from an XLIFF file.
@@ -820,6 +805,22 @@ public:
     /// Makes a translator on an XLIFF file, which is read at the first translation.
     /// \param file  the XLIFF file
     explicit XlfTranslator(const QString& file);
+    /// Destroys the translations.
+    ~XlfTranslator();
+    /// Copies the file's name and the translations that have been read.
+    /// \param other  the translator to copy
+    XlfTranslator(const XlfTranslator& other);
+    /// Takes over the file's name and the translations that have been read.
+    /// \param other  the translator to move from
+    XlfTranslator(XlfTranslator&& other) noexcept;
+    /// Copies the file's name and the translations that have been read.
+    /// \param other  the translator to copy
+    /// \return this translator
+    XlfTranslator& operator=(const XlfTranslator& other);
+    /// Takes over the file's name and the translations that have been read.
+    /// \param other  the translator to move from
+    /// \return this translator
+    XlfTranslator& operator=(XlfTranslator&& other) noexcept;
 
     /// Names the XLIFF file and forgets all translations; does nothing if the file is the same but for case.
     /// \param file  the XLIFF file
@@ -838,17 +839,15 @@ private:
     using Units = QHash<QByteArray, QString>;
 
     [[nodiscard]] const Units& FindUnits(const QString& context) const;
-
     void Parse() const;
 
     QString mXlfFile;
     // File name of the document in lower case to its units.
     mutable QMap<QString, Units> mTable;
     mutable bool mParsed = false;
-    // The context asked about last and where it led to, since a document's texts come one after another;
-    // empty whenever the table changes. The units share those of the table.
-    mutable std::optional<QString> mLastContext;
-    mutable Units mLastUnits;
+
+    struct Private;
+    mutable std::unique_ptr<Private> mPrivate;
 };
 
 } // namespace Quorvin::Util

@@ -6,6 +6,8 @@
 
 #include <QtGlobal>
 
+// Internal, not API: may change in any version.
+
 namespace Quorvin::Util::Internal {
 
 /// Milliseconds since 1970 in UTC. Any thread.

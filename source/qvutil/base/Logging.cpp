@@ -3,9 +3,9 @@
 
 #include "base/Logging_p.h"
 
-namespace Quorvin::Util {
+namespace Quorvin::Util::Internal {
 
 // Only fatal messages pass by default: the library stays quiet unless somebody asks.
 Q_LOGGING_CATEGORY(lcQvUtil, "qvutil", QtFatalMsg)
 
-} // namespace Quorvin::Util
+} // namespace Quorvin::Util::Internal

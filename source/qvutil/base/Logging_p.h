@@ -6,12 +6,14 @@
 
 #include <QLoggingCategory>
 
-namespace Quorvin::Util {
+// Internal, not API: may change in any version.
+
+namespace Quorvin::Util::Internal {
 
 /// The library's logging category "qvutil". Silent until the host's rules turn it on, for example with
 /// QT_LOGGING_RULES="qvutil=true".
 Q_DECLARE_LOGGING_CATEGORY(lcQvUtil)
 
-} // namespace Quorvin::Util
+} // namespace Quorvin::Util::Internal
 
 #endif // QVUTIL_LOGGING_P_H

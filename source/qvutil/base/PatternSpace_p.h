@@ -6,6 +6,8 @@
 
 #include <QChar>
 
+// Internal, not API: may change in any version.
+
 namespace Quorvin::Util::Internal {
 
 /// White space as the pattern "\s" of QRegularExpression has it without its Unicode option: ASCII only.

@@ -14,6 +14,8 @@
 #include <algorithm>
 #include <iterator>
 
+// Internal, not API: may change in any version.
+
 // The one place that tells Qt versions apart.
 namespace Quorvin::Util::Internal {
 

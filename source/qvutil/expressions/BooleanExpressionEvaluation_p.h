@@ -10,7 +10,9 @@
 
 #include <utility>
 
-namespace Quorvin::Util {
+// Internal, not API: may change in any version.
+
+namespace Quorvin::Util::Internal {
 
 /// One evaluation of an expression. Groups within groups are kept in lists of its own rather than on the
 /// stack, which a deeply nested expression would overflow.
@@ -100,6 +102,6 @@ private:
     QVarLengthArray<Level, 16> mLevels;
 };
 
-} // namespace Quorvin::Util
+} // namespace Quorvin::Util::Internal
 
 #endif // QVUTIL_BOOLEANEXPRESSIONEVALUATION_P_H

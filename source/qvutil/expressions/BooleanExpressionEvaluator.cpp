@@ -6,8 +6,8 @@
 #include "expressions/BooleanExpressionEvaluation_p.h"
 #include "expressions/BooleanExpressionText_p.h"
 
-using Quorvin::Util::BooleanExpressionEvaluation;
-using Quorvin::Util::BooleanExpressionText;
+using Quorvin::Util::Internal::BooleanExpressionEvaluation;
+using Quorvin::Util::Internal::BooleanExpressionText;
 
 BooleanExpressionEvaluator::BooleanExpressionEvaluator(OperandCallback callback)
     : mCallback(callback)

@@ -8,7 +8,7 @@
 #include <algorithm>
 #include <utility>
 
-namespace Quorvin::Util {
+namespace Quorvin::Util::Internal {
 namespace {
 
 constexpr bool IsOperatorCharacter(QChar c)
@@ -81,7 +81,7 @@ private:
     [[nodiscard]] bool TakeOperatorBehindGroup()
     {
         qsizetype next = mSegment;
-        while (next < mRange.End && Quorvin::Util::Internal::IsPatternSpace(mText.mText[next]))
+        while (next < mRange.End && IsPatternSpace(mText.mText[next]))
             ++next;
         if (next == mRange.End || !IsOperatorCharacter(mText.mText[next])
             || !mText.IsProper({mSegment, mRange.End}))
@@ -222,4 +222,4 @@ bool BooleanExpressionText::SplitChain(Range chain, Ranges& parts, Notes& notes)
     return true;
 }
 
-} // namespace Quorvin::Util
+} // namespace Quorvin::Util::Internal

@@ -7,7 +7,9 @@
 #include <QStringView>
 #include <QVarLengthArray>
 
-namespace Quorvin::Util {
+// Internal, not API: may change in any version.
+
+namespace Quorvin::Util::Internal {
 
 /// The text of a boolean expression with its parentheses paired up, so that any part of it can be split
 /// without a search. Every part, operators included, is a range of the text. Reads the text in one walk, and
@@ -67,6 +69,6 @@ private:
     QVarLengthArray<qsizetype, 4> mStray; ///< positions of halves of surrogate pairs
 };
 
-} // namespace Quorvin::Util
+} // namespace Quorvin::Util::Internal
 
 #endif // QVUTIL_BOOLEANEXPRESSIONTEXT_P_H

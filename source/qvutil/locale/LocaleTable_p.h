@@ -8,7 +8,9 @@
 
 #include <array>
 
-namespace Quorvin::Util {
+// Internal, not API: may change in any version.
+
+namespace Quorvin::Util::Internal {
 
 /// One locale. The texts are ASCII, end with a 0 and are filled up with 0.
 struct LocaleRecord
@@ -261,6 +263,6 @@ inline constexpr std::array<LocaleRecord, 234> gLocales = {{
 }};
 // clang-format on
 
-} // namespace Quorvin::Util
+} // namespace Quorvin::Util::Internal
 
 #endif // QVUTIL_LOCALETABLE_P_H

@@ -23,6 +23,9 @@ using namespace Qt::StringLiterals;
 namespace Quorvin::Util {
 namespace {
 
+using Internal::gLocales;
+using Internal::LocaleRecord;
+
 constexpr quint32 kEnglishLcid = 0x0409;
 constexpr std::size_t kNameCapacity = sizeof(LocaleRecord::Name) - 1;
 

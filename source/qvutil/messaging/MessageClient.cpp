@@ -341,7 +341,7 @@ void MessageClientWorker::ConnectAndListen()
     }
     mKeepConnecting = true;
     if (IsSocketNameTooLong(mServerName)) {
-        qCWarning(lcQvUtil, "no server can be reached at \"%ls\": the name is too long",
+        qCWarning(Internal::lcQvUtil, "no server can be reached at \"%ls\": the name is too long",
                   qUtf16Printable(mServerName));
     }
     ConnectToServer();

@@ -213,7 +213,7 @@ QByteArray MessageWriter::MakeDocument(const MessageInfo& message) const
     const QByteArray document = EncodeMessageAsBytes(message);
     if (mLargestWhole > 0 && document.size() > mLargestWhole) {
         qCWarning(
-            lcQvUtil,
+            Internal::lcQvUtil,
             "message \"%ls\" has a document of %lld bytes: one of up to %lld bytes travels in one piece, a "
             "larger one may be lost",
             qUtf16Printable(message.Id), static_cast<long long>(document.size()),

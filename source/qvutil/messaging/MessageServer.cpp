@@ -170,7 +170,7 @@ bool MessageServerWorker::Start(const QString& name)
     QLocalServer::removeServer(name); // what a process that crashed has left
     mLocalServer->setSocketOptions(QLocalServer::UserAccessOption);
     if (!mLocalServer->listen(name)) {
-        qCWarning(lcQvUtil, "cannot listen on \"%ls\": %ls%s", qUtf16Printable(name),
+        qCWarning(Internal::lcQvUtil, "cannot listen on \"%ls\": %ls%s", qUtf16Printable(name),
                   qUtf16Printable(mLocalServer->errorString()),
                   IsSocketNameTooLong(name) ? " (the name is too long)" : "");
         return false;

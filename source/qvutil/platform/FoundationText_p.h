@@ -8,6 +8,8 @@
 
 Q_FORWARD_DECLARE_OBJC_CLASS(NSString);
 
+// Internal, not API: may change in any version.
+
 namespace Quorvin::Util::Platform {
 
 /// Converts a Foundation string. On macOS only.

@@ -227,12 +227,12 @@ qsizetype GetLongestSocketPath()
 
 void WriteDebugOutput(const QString& text)
 {
-    qCDebug(lcQvUtil).noquote() << text;
+    qCDebug(Internal::lcQvUtil).noquote() << text;
 }
 
 void WriteDebugOutput(const wchar_t* text)
 {
-    if (text != nullptr && lcQvUtil().isDebugEnabled())
+    if (text != nullptr && Internal::lcQvUtil().isDebugEnabled())
         WriteDebugOutput(QString::fromWCharArray(text));
 }
 

@@ -12,6 +12,8 @@
 
 #include <optional>
 
+// Internal, not API: may change in any version.
+
 /// Everything that a port of the library to another system has to answer. Each system has one source file
 /// beside this header that defines all of these functions; the rest of the library knows no system.
 ///

@@ -7,6 +7,8 @@
 
 #include <QFile>
 
+#include <utility>
+
 namespace Quorvin::Util {
 namespace {
 
@@ -15,9 +17,19 @@ constexpr qint64 kMSecsPerSecond = 1000;
 
 } // namespace
 
-Settings::Settings() = default;
+struct Settings::Private
+{
+    // Milliseconds since 1970 in UTC; empty until the first save. A number, since making a QDateTime of
+    // the local time costs forty times as much as reading the clock, and every write asks.
+    std::optional<qint64> LastSaved;
+};
+
+Settings::Settings()
+    : mPrivate(std::make_unique<Private>())
+{ }
 
 Settings::Settings(QString file, QString rootName)
+    : Settings()
 {
     SetFile(std::move(file), std::move(rootName));
 }
@@ -114,13 +126,14 @@ void Settings::SaveInternal()
     if (mSettingsFile.isEmpty() || !SaveAsXmlFile(mSettingsFile))
         return;
     mDirty = false;
-    mLastSaved = Internal::CurrentMSecsSinceEpoch();
+    mPrivate->LastSaved = Internal::CurrentMSecsSinceEpoch();
 }
 
 void Settings::AutoSave()
 {
     // Whole seconds count, as QDateTime::secsTo tells them; a clock that was put back keeps waiting.
-    if (mLastSaved && (Internal::CurrentMSecsSinceEpoch() - *mLastSaved) / kMSecsPerSecond < kAutoSaveSeconds)
+    const std::optional<qint64>& last = mPrivate->LastSaved;
+    if (last && (Internal::CurrentMSecsSinceEpoch() - *last) / kMSecsPerSecond < kAutoSaveSeconds)
         return;
     Save();
 }

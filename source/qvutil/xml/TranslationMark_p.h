@@ -8,6 +8,8 @@
 
 #include <optional>
 
+// Internal, not API: may change in any version.
+
 namespace Quorvin::Util::Internal {
 
 /// Finds what a translation mark wraps: the part of \p text between a match of `^\s*tr\s*\(`, in any case,

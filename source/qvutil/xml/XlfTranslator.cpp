@@ -26,7 +26,33 @@ template <typename Units> Units ReadUnits(XmlFiler& filer)
 
 } // namespace
 
+// The context asked about last and its units, since a document's texts come one after another. The units
+// share those of the table. There is no such object while nothing is cached.
+struct XlfTranslator::Private
+{
+    QString Context;
+    Units ContextUnits;
+};
+
 XlfTranslator::XlfTranslator() = default;
+
+XlfTranslator::~XlfTranslator() = default;
+
+// A copy begins without the cache.
+XlfTranslator::XlfTranslator(const XlfTranslator& other)
+    : mXlfFile(other.mXlfFile)
+    , mTable(other.mTable)
+    , mParsed(other.mParsed)
+{ }
+
+XlfTranslator::XlfTranslator(XlfTranslator&& other) noexcept = default;
+
+XlfTranslator& XlfTranslator::operator=(const XlfTranslator& other)
+{
+    return *this = XlfTranslator(other);
+}
+
+XlfTranslator& XlfTranslator::operator=(XlfTranslator&& other) noexcept = default;
 
 XlfTranslator::XlfTranslator(const QString& file)
 {
@@ -38,7 +64,7 @@ void XlfTranslator::SetXlfFile(const QString& file)
     if (file.compare(mXlfFile, Qt::CaseInsensitive) == 0)
         return;
     mTable.clear();
-    mLastContext.reset();
+    mPrivate.reset();
     mXlfFile = file;
     // That the first file counts as parsed stays: another one needs another object.
 }
@@ -53,7 +79,7 @@ void XlfTranslator::Parse() const
     XmlFiler filer;
     if (!filer.LoadFromXmlFile(mXlfFile) || !filer.MoveToFirstChild())
         return;
-    mLastContext.reset();
+    mPrivate.reset();
     do {
         const QString name = QFileInfo(filer.ReadString(u"original"_s, QString())).fileName();
         if (name.isEmpty())
@@ -68,15 +94,16 @@ void XlfTranslator::Parse() const
 
 const XlfTranslator::Units& XlfTranslator::FindUnits(const QString& context) const
 {
-    if (mLastContext == context)
-        return mLastUnits;
+    if (mPrivate != nullptr && mPrivate->Context == context)
+        return mPrivate->ContextUnits;
     const QString name = QFileInfo(context).fileName();
+    Units units;
     if (!name.isEmpty())
-        mLastUnits = mTable.value(name.toLower());
-    else // without a file name the last document answers, and it alone
-        mLastUnits = mTable.isEmpty() ? Units() : mTable.last();
-    mLastContext = context;
-    return mLastUnits;
+        units = mTable.value(name.toLower());
+    else if (!mTable.isEmpty()) // without a file name the last document answers, and it alone
+        units = mTable.last();
+    mPrivate = std::make_unique<Private>(Private{context, units});
+    return mPrivate->ContextUnits;
 }
 
 QString XlfTranslator::Translate(const QString& text, const QString& context) const

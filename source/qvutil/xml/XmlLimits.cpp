@@ -3,6 +3,8 @@
 
 #include "xml/XmlLimits_p.h"
 
+#include "xml/XmlRules_p.h"
+
 #include <QHash>
 #include <QStringConverter>
 #include <QXmlStreamReader>

@@ -11,8 +11,8 @@
 #include <algorithm>
 
 using namespace Qt::StringLiterals;
-using Quorvin::Util::BooleanExpressionEvaluation;
-using Quorvin::Util::BooleanExpressionText;
+using Quorvin::Util::Internal::BooleanExpressionEvaluation;
+using Quorvin::Util::Internal::BooleanExpressionText;
 
 namespace Quorvin::Tool {
 namespace {

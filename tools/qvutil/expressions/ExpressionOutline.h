@@ -29,7 +29,7 @@ struct ExpressionProblem
         Unknown, ///< an operand that is not in the list of known ones
     };
     Kind What;
-    Util::BooleanExpressionText::Range Where;
+    Util::Internal::BooleanExpressionText::Range Where;
     QString Reason;
 
     /// Whether the expression cannot be evaluated, at least not with all values of its operands.
@@ -42,7 +42,7 @@ struct ExpressionProblem
 class ExpressionOutline
 {
 public:
-    using Range = Util::BooleanExpressionText::Range;
+    using Range = Util::Internal::BooleanExpressionText::Range;
 
     /// A part of the expression. Parts follow one another as in the text, each list before what it holds.
     struct Part
@@ -94,10 +94,10 @@ public:
 
 private:
     void Build();
-    void AddList(const Util::BooleanExpressionText::Ranges& parts, Range content, int depth);
+    void AddList(const Util::Internal::BooleanExpressionText::Ranges& parts, Range content, int depth);
 
     QString mText;
-    Util::BooleanExpressionText mStructure;
+    Util::Internal::BooleanExpressionText mStructure;
     QList<Part> mParts;
     QList<ExpressionProblem> mProblems;
     QStringList mOperands;

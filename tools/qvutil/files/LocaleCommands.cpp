@@ -14,9 +14,9 @@
 #include <memory>
 
 using namespace Qt::StringLiterals;
-using Quorvin::Util::gLocales;
-using Quorvin::Util::LocaleRecord;
 using Quorvin::Util::LocaleUtil;
+using Quorvin::Util::Internal::gLocales;
+using Quorvin::Util::Internal::LocaleRecord;
 
 namespace Quorvin::Tool {
 namespace {

@@ -1,0 +1,135 @@
+// SPDX-FileCopyrightText: 2026 The QvUtil developers
+// SPDX-License-Identifier: MIT
+
+#include "XmlFiler.h"
+
+#include "base/Logging_p.h"
+#include "platform/Platform_p.h"
+#include "xml/XmlFilerPrivate_p.h"
+#include "xml/XmlLimits_p.h"
+#include "xml/XmlRules_p.h"
+#include "xml/XmlWriter_p.h"
+
+#include <QFile>
+
+using namespace Qt::StringLiterals;
+
+namespace Quorvin::Util {
+namespace {
+
+// A name with a blank, a second root element or a "--" in a comment can be saved, but the file is then lost
+// to its readers. The document is parsed for this only if somebody will see the warning.
+void WarnOfUnreadableDocument(const QString& path, const QByteArray& document)
+{
+    if (!Internal::lcQvUtil().isWarningEnabled())
+        return;
+    const std::optional<Internal::XmlProblem> problem = Internal::FindXmlProblem(document);
+    if (problem)
+        qCWarning(Internal::lcQvUtil, "\"%ls\" is saved, but will not load again: line %lld: %ls",
+                  qUtf16Printable(path), problem->Line, qUtf16Printable(problem->Reason));
+}
+
+} // namespace
+
+XmlFiler::XmlFiler()
+    : mPrivate(std::make_unique<Private>(*this))
+{ }
+
+XmlFiler::~XmlFiler() = default;
+
+// Documents
+
+bool XmlFiler::LoadFromXmlFile(const QString& path)
+{
+    if (!QFile::exists(path))
+        return false;
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly)) {
+        GeneralUtil::OutputDebugString(u"XmlFiler: Failed to open file %1. %2 (Error code: %3)"_s.arg(path)
+                                           .arg(file.errorString())
+                                           .arg(static_cast<int>(file.error())));
+        return false;
+    }
+    if (!Load(file.readAll()))
+        return false;
+    mFilePath = path;
+    return true;
+}
+
+bool XmlFiler::LoadFromXmlString(const QString& xml)
+{
+    return Load(xml);
+}
+
+template <typename Text> bool XmlFiler::Load(const Text& xml)
+{
+    RemoveChildren(mDocument);
+    mPrivate->Paths.Invalidate();
+    if (Internal::KeepsXmlLimits(xml) && mDocument.setContent(xml)) {
+        MoveToRoot();
+        return true;
+    }
+    // Qt 6.4 keeps what it had read before the error. Nothing, parsed, clears the document type as well.
+    static_cast<void>(mDocument.setContent(QString()));
+    return false;
+}
+
+bool XmlFiler::SaveAsXmlFile(const QString& path)
+{
+    if (IsEmpty())
+        return false;
+    const QByteArray content = Internal::WriteXmlFile(mDocument);
+    if (!Platform::ReplaceFile(path, content))
+        return false;
+    WarnOfUnreadableDocument(path, content);
+    return true;
+}
+
+QString XmlFiler::SaveAsXmlString()
+{
+    return IsEmpty() ? QString() : Internal::WriteXmlString(mDocument);
+}
+
+bool XmlFiler::IsEmpty() const
+{
+    // A root element without attributes and content is content all the same: it is a child of the document.
+    return mDocument.documentElement().isNull();
+}
+
+void XmlFiler::Reset()
+{
+    SetCursor({});
+    if (mNodeStack.contains(mDocument))
+        mPrivate->Detached.KeepIfHeld(mDocument, mDocument);
+    else
+        RemoveChildren(mDocument);
+    mDocument.clear();
+    mPrivate->Paths.Invalidate();
+}
+
+void XmlFiler::CreateXmlDeclaration()
+{
+    const QDomNode declaration = mDocument.namedItem(u"xml"_s);
+    if (!declaration.isProcessingInstruction())
+        CreateProcessingInstruction(u"xml"_s, u"version=\"1.0\""_s);
+}
+
+void XmlFiler::CreateProcessingInstruction(const QString& target, const QString& data)
+{
+    const QDomNode instruction = mDocument.createProcessingInstruction(target, data);
+    const QDomElement root = mDocument.documentElement();
+    if (root.isNull())
+        mDocument.appendChild(instruction);
+    else
+        mDocument.insertBefore(instruction, root);
+}
+
+void XmlFiler::CreateRoot(const QString& name)
+{
+    if (!mDocument.documentElement().isNull())
+        return;
+    CreateXmlDeclaration();
+    CreateOrMoveToNode(name.isEmpty() ? u"Root"_s : name, true, false);
+}
+
+} // namespace Quorvin::Util

@@ -1,0 +1,264 @@
+// SPDX-FileCopyrightText: 2026 The QvUtil developers
+// SPDX-License-Identifier: MIT
+
+#include "XmlFiler.h"
+
+#include "xml/XmlFilerPrivate_p.h"
+
+#include <algorithm>
+
+using namespace Qt::StringLiterals;
+
+namespace Quorvin::Util {
+namespace {
+
+bool IsSeparator(QChar c)
+{
+    return c == u'/' || c == u'\\';
+}
+
+// Takes the next step off the front of a path; empty at its end.
+QStringView TakeStep(QStringView& path)
+{
+    const auto begin = std::find_if_not(path.begin(), path.end(), IsSeparator);
+    const auto end = std::find_if(begin, path.end(), IsSeparator);
+    const QStringView step(begin, end);
+    path = QStringView(end, path.end());
+    return step;
+}
+
+QDomElement FindChildElement(const QDomNode& parent, const QString& name)
+{
+    if (name.isEmpty())
+        return parent.firstChildElement();
+    // namedItem looks at nodes without making a handle of each, which firstChildElement does.
+    const QDomNode child = parent.namedItem(name);
+    if (child.isNull() || child.isElement())
+        return child.toElement();
+    return parent.firstChildElement(name); // another kind of node bears the name and comes first
+}
+
+// A step as the QString that QDom asks for, without copying it; good as long as the path is.
+QString AsString(QStringView step)
+{
+    return QString::fromRawData(step.data(), step.size());
+}
+
+} // namespace
+
+// Movement and structure
+
+bool XmlFiler::CreateNode(const QString& path, bool b)
+{
+    return CreateOrMoveToNode(path, true, !b);
+}
+
+bool XmlFiler::CreateOrMoveToNode(const QString& path, bool create, bool alwaysNewLast)
+{
+    const std::optional<QDomNode> node = create ? FindOrCreateNode(path, alwaysNewLast) : FindNode(path);
+    if (!node)
+        return false;
+    SetCursor(*node);
+    return true;
+}
+
+// The start of a path's walk: the cursor or the root; takes the steps off the path that lead there.
+QDomNode XmlFiler::TakeStart(QStringView& path) const
+{
+    path = path.trimmed();
+    if (path.isEmpty() || !IsSeparator(path.front()))
+        return mCurrentNode;
+    const QDomElement root = mDocument.documentElement();
+    QStringView rest = path;
+    if (TakeStep(rest) == root.tagName())
+        path = rest;
+    return root;
+}
+
+// Nothing if an element is missing; a null node is a place too: the one above an empty document.
+std::optional<QDomNode> XmlFiler::WalkTo(QStringView path) const
+{
+    QDomNode node = TakeStart(path);
+    for (QStringView step = TakeStep(path); !step.isEmpty(); step = TakeStep(path)) {
+        node = FindChildElement(node, AsString(step));
+        if (node.isNull())
+            return std::nullopt;
+    }
+    return node;
+}
+
+std::optional<QDomNode> XmlFiler::FindNode(const QString& path) const
+{
+    if (std::optional<QDomNode> node = mPrivate->Paths.Find(path))
+        return node;
+    std::optional<QDomNode> node = WalkTo(path);
+    if (node && !node->isNull())
+        mPrivate->Paths.Insert(path, *node);
+    return node;
+}
+
+QDomNode XmlFiler::FindOrCreateNode(const QString& path, bool alwaysNewLast)
+{
+    if (!alwaysNewLast) {
+        if (const std::optional<QDomNode> node = FindNode(path))
+            return *node;
+    }
+    QStringView rest = path;
+    QDomNode node = TakeStart(rest);
+    QStringView step = TakeStep(rest);
+    while (!step.isEmpty()) {
+        const QStringView next = TakeStep(rest);
+        const bool lookUp = !(alwaysNewLast && next.isEmpty());
+        const QDomNode child = lookUp ? FindChildElement(node, AsString(step)) : QDomNode();
+        node = child.isNull() ? AppendElement(node, step.toString()) : child;
+        step = next;
+    }
+    return node;
+}
+
+QDomNode XmlFiler::AppendElement(const QDomNode& parent, const QString& name)
+{
+    const QDomNode element = mDocument.createElement(name);
+    AppendChild(parent.isNull() ? mDocument : parent, element);
+    return element;
+}
+
+void XmlFiler::CreateImmediateChildNode(const QString& name)
+{
+    SetCursor(AppendElement(mCurrentNode, name));
+}
+
+void XmlFiler::MoveToRoot()
+{
+    SetCursor(mDocument.documentElement());
+}
+
+bool XmlFiler::MoveTo(const QDomNode& node)
+{
+    if (node.isNull())
+        return false;
+    SetCursor(node);
+    return true;
+}
+
+bool XmlFiler::MoveToFirstChild()
+{
+    return MoveTo(mCurrentNode.firstChildElement());
+}
+
+bool XmlFiler::MoveToNode(const QString& path)
+{
+    return CreateOrMoveToNode(path, false, false);
+}
+
+bool XmlFiler::MoveToImmediateChildNode(const QString& name)
+{
+    return MoveTo(FindChildElement(mCurrentNode, name));
+}
+
+bool XmlFiler::MoveToNextSibling()
+{
+    return MoveTo(mCurrentNode.nextSiblingElement());
+}
+
+bool XmlFiler::MoveToParent()
+{
+    return MoveTo(mCurrentNode.parentNode());
+}
+
+void XmlFiler::DeleteNode()
+{
+    const QDomNode parent = mCurrentNode.parentNode();
+    if (parent.isNull())
+        return;
+    const QDomNode node = mCurrentNode;
+    SetCursor(parent);
+    RemoveChild(parent, node);
+}
+
+void XmlFiler::DeleteNode(const QString& path)
+{
+    const std::optional<QDomNode> node = FindNode(path);
+    if (!node)
+        return;
+    const QDomNode parent = node->parentNode();
+    if (parent.isNull()) {
+        SetCursor(*node); // itself, or the root that an empty document does not have
+        return;
+    }
+    RemoveChild(parent, *node);
+    if (mCurrentNode.isNull())
+        SetCursor(parent);
+}
+
+void XmlFiler::DeleteChildNodes()
+{
+    RemoveChildren(mCurrentNode);
+}
+
+void XmlFiler::DeleteChildNodes(const QString& path)
+{
+    if (const std::optional<QDomNode> node = FindNode(path))
+        RemoveChildren(*node);
+}
+
+QDomNode XmlFiler::GetCurrentNode() const
+{
+    mPrivate->Paths.Disable();
+    return mCurrentNode;
+}
+
+QString XmlFiler::GetCurrentNodePath() const
+{
+    QStringList names;
+    const QDomElement root = mDocument.documentElement();
+    for (QDomNode node = mCurrentNode; !node.isNull(); node = node.parentNode()) {
+        names.prepend(node.nodeName());
+        if (node == root)
+            break;
+    }
+    return names.isEmpty() ? QString() : u'/' + names.join(u'/');
+}
+
+void XmlFiler::PushCurrentNode() const
+{
+    mNodeStack.append(mCurrentNode);
+}
+
+void XmlFiler::PopCurrentNode() const
+{
+    SetCursor(mNodeStack.takeLast());
+}
+
+// The cursor and what it keeps alive
+
+void XmlFiler::SetCursor(const QDomNode& node) const
+{
+    mCurrentNode = node;
+    mPrivate->Paths.CursorMoved();
+    mPrivate->Detached.ReleaseUnused();
+}
+
+// Every element comes through here, and leaves through RemoveChild.
+void XmlFiler::AppendChild(QDomNode parent, const QDomNode& child)
+{
+    if (child.isElement()) // no path leads to other nodes
+        mPrivate->Paths.Invalidate();
+    parent.appendChild(child);
+}
+
+void XmlFiler::RemoveChild(QDomNode parent, const QDomNode& child)
+{
+    if (child.isElement())
+        mPrivate->Paths.Invalidate();
+    parent.removeChild(child);
+    mPrivate->Detached.KeepIfHeld(child, parent.ownerDocument());
+}
+
+void XmlFiler::RemoveChildren(const QDomNode& parent)
+{
+    for (QDomNode child = parent.firstChild(); !child.isNull(); child = parent.firstChild())
+        RemoveChild(parent, child);
+}
+
+} // namespace Quorvin::Util

@@ -1,0 +1,28 @@
+// SPDX-FileCopyrightText: 2026 The QvUtil developers
+// SPDX-License-Identifier: MIT
+
+#ifndef QVUTIL_XMLFILERPRIVATE_P_H
+#define QVUTIL_XMLFILERPRIVATE_P_H
+
+#include "XmlFiler.h"
+#include "xml/DetachedTrees_p.h"
+#include "xml/PathCache_p.h"
+
+// Internal, not API: may change in any version.
+
+namespace Quorvin::Util {
+
+/// What an XmlFiler keeps besides the fields of its interface.
+struct XmlFiler::Private
+{
+    explicit Private(const XmlFiler& filer)
+        : Detached(filer.mCurrentNode, filer.mNodeStack)
+    { }
+
+    Internal::PathCache Paths;
+    Internal::DetachedTrees Detached;
+};
+
+} // namespace Quorvin::Util
+
+#endif // QVUTIL_XMLFILERPRIVATE_P_H
