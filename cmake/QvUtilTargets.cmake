@@ -1,6 +1,15 @@
 # SPDX-FileCopyrightText: 2026 The QvUtil developers
 # SPDX-License-Identifier: MIT
 
+# When clazy is the compiler, it makes the checks that scripts/lint makes.
+if(CMAKE_CXX_COMPILER MATCHES "/clazy[^/]*$")
+    file(STRINGS "${PROJECT_SOURCE_DIR}/.clazy" QVUTIL_CLAZY_CHECKS REGEX "^[^#]")
+    list(JOIN QVUTIL_CLAZY_CHECKS "," QVUTIL_CLAZY_CHECKS)
+    set(QVUTIL_CLAZY_OPTIONS
+        "SHELL:-Xclang -plugin-arg-clazy -Xclang ${QVUTIL_CLAZY_CHECKS}"
+        "SHELL:-Xclang -plugin-arg-clazy -Xclang ignore-included-files")
+endif()
+
 # Gives a target of this project the house's warnings, Qt strictness, hidden visibility and sanitizers.
 function(qvutil_configure_target target)
     target_compile_features(${target} PRIVATE cxx_std_20)
@@ -22,6 +31,7 @@ function(qvutil_configure_target target)
             -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wnon-virtual-dtor -Woverloaded-virtual
             -Wold-style-cast -Wcast-qual)
     endif()
+    target_compile_options(${target} PRIVATE ${QVUTIL_CLAZY_OPTIONS})
     if(QVUTIL_SANITIZE)
         target_compile_options(${target} PRIVATE
             "-fsanitize=${QVUTIL_SANITIZE}" -fno-omit-frame-pointer -fno-sanitize-recover=all)

@@ -4,9 +4,9 @@
 
 """Runs clang-tidy or clazy over the sources of a build, in parallel.
 
-    analyse.py BUILD_FOLDER JOBS COMMAND...
+    analyse.py BUILD_FOLDER JOBS FOLDERS COMMAND...
 
-COMMAND is run for each source, with its name behind it. A source that passed is not looked at again until it,
+COMMAND is run for each source in FOLDERS (names of top folders, separated by commas), with its name behind it. A source that passed is not looked at again until it,
 one of its headers, the configuration, the program or the command changes: what is compared is the digest of all
 of these, kept as an empty file in the user's cache folder. The exit code is 1 if a source did not pass.
 """
@@ -23,15 +23,14 @@ import sys
 
 ROOT = pathlib.Path(__file__).resolve().parent.parent
 CACHE = pathlib.Path(os.environ.get("XDG_CACHE_HOME") or pathlib.Path.home() / ".cache") / "qvutil-analyse"
-FOLDERS = {"source", "examples"}  # the tool and the tests, which take ten times as long, are left to the compilers
 NOISE = re.compile(r"^\d+ warnings? generated\.\n|^Suppressed .*\n|^Use -header-filter.*\n", re.MULTILINE)
 
 
-def sources(build):
+def sources(build, folders):
     """Yields each source that the build compiles and the compiler's command, generated files left out."""
     for entry in json.loads((build / "compile_commands.json").read_text()):
         path = pathlib.Path(entry["file"])
-        if path.is_relative_to(ROOT) and path.relative_to(ROOT).parts[0] in FOLDERS:
+        if path.is_relative_to(ROOT) and path.relative_to(ROOT).parts[0] in folders:
             yield path, entry
 
 
@@ -75,12 +74,13 @@ def analyse(path, entry, command, version):
 
 
 def main():
-    build, jobs, command = pathlib.Path(sys.argv[1]).resolve(), int(sys.argv[2]), sys.argv[3:]
+    build, jobs, folders = pathlib.Path(sys.argv[1]).resolve(), int(sys.argv[2]), sys.argv[3].split(",")
+    command = sys.argv[4:]
     version = subprocess.run([command[0], "--version"], stdout=subprocess.PIPE).stdout
     CACHE.mkdir(parents=True, exist_ok=True)
     failed = fresh = 0
     with concurrent.futures.ThreadPoolExecutor(jobs) as pool:
-        found = {path: pool.submit(analyse, path, entry, command, version) for path, entry in sources(build)}
+        found = {path: pool.submit(analyse, path, entry, command, version) for path, entry in sources(build, folders)}
         for path, future in found.items():
             good, output = future.result()
             fresh += output is not None

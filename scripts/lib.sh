@@ -95,7 +95,7 @@ packages_of()
         clang:debian)
             echo clang ;;
         lint:debian)
-            echo clang clang-format clang-tidy clazy codespell git python3 reuse shellcheck ;;
+            echo clang clang-format clang-tidy clazy cmake-format codespell git python3 reuse shellcheck ;;
         lint:brew)
             echo clang-format codespell reuse shellcheck ;;
         fuzz:debian)
