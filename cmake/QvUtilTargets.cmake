@@ -11,10 +11,18 @@ if(CMAKE_CXX_COMPILER MATCHES "/clazy[^/]*$")
 endif()
 
 # Gives a target of this project the house's warnings, Qt strictness, hidden visibility and sanitizers.
+#
+# A project that adds this one sets CMAKE_AUTOMOC, CMAKE_CXX_STANDARD, CMAKE_UNITY_BUILD and the like for its
+# own targets. They would become the defaults of ours, so each property that matters is set here. Optimisation,
+# CMAKE_INTERPROCEDURAL_OPTIMIZATION included, stays the surrounding project's choice.
 function(qvutil_configure_target target)
     target_compile_features(${target} PRIVATE cxx_std_20)
     set_target_properties(${target} PROPERTIES
         AUTOMOC ON
+        AUTORCC OFF
+        AUTOUIC OFF
+        CXX_STANDARD 20
+        CXX_STANDARD_REQUIRED ON
         CXX_EXTENSIONS OFF
         CXX_VISIBILITY_PRESET hidden
         OBJCXX_VISIBILITY_PRESET hidden
@@ -26,7 +34,13 @@ function(qvutil_configure_target target)
         QT_NO_CAST_FROM_ASCII QT_NO_CAST_TO_ASCII QT_NO_CAST_FROM_BYTEARRAY QT_NO_URL_CAST_FROM_STRING
         QT_NO_KEYWORDS QT_NO_FOREACH QT_NO_NARROWING_CONVERSIONS_IN_CONNECT QT_NO_CONTEXTLESS_CONNECT
         QT_DEPRECATED_WARNINGS_SINCE=0x060400 QT_WARN_DEPRECATED_UP_TO=0x060400)
-    if(CMAKE_CXX_COMPILER_ID MATCHES "GNU|Clang")
+    if(NOT PROJECT_IS_TOP_LEVEL)
+        # The surrounding project's warnings are for its own sources, and must not stop at ours.
+        set_target_properties(${target} PROPERTIES COMPILE_WARNING_AS_ERROR OFF UNITY_BUILD OFF)
+        if(CMAKE_CXX_COMPILER_ID MATCHES "GNU|Clang")
+            target_compile_options(${target} PRIVATE -w)
+        endif()
+    elseif(CMAKE_CXX_COMPILER_ID MATCHES "GNU|Clang")
         target_compile_options(${target} PRIVATE
             -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wnon-virtual-dtor -Woverloaded-virtual
             -Wold-style-cast -Wcast-qual)

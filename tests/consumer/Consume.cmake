@@ -3,17 +3,18 @@
 
 # Builds and runs the host program of this folder against the library, in one of the ways that hosts have:
 #   cmake -DSTEP=... -DSCRATCH=folder ... -P Consume.cmake
-#   install        installs the library from its build tree
-#   find_package   from that installation, by find_package
-#   pkg_config     from that installation, by pkg-config
-#   checks         from that installation, a host whose build checks its translations and expressions
-#   moved          the same two, after the installation was moved to another folder
-#   subdirectory   with the library's sources as a folder of the host's project
-#   static         the same with a static library; then from an installation of it, by find_package and by
-#                  pkg-config
-#   uninstall      what the target `uninstall` leaves behind
-#   versions       which version requests the package grants
-# Each step is a test of its own; tests/CMakeLists.txt says which one waits for which.
+#   install            installs the library from its build tree
+#   install_static     installs a static library along with a host that has it as a folder of its project
+#   host               builds, runs and installs one host, which the variables WAY, KIND, META and VARIANT describe
+#                      (qvutil_add_host_test in Tests.cmake tells their values)
+#   pkg_config         builds one from the installation, by nothing but the compiler and pkg-config
+#   pkg_config_static  the same from the static installation
+#   checks             builds one whose build checks its translations and expressions
+#   checks_inside      configures the same one with the library and its tool as a folder of the project
+#   moved              moves the installation to another folder, and builds hosts from there
+#   uninstall          looks for what the target `uninstall` leaves behind
+#   versions           asks which version requests the package grants
+# Each step is a test of its own; Tests.cmake tells which one waits for which.
 
 cmake_minimum_required(VERSION 3.23)
 
@@ -45,16 +46,17 @@ function(run_consumer program)
     message(STATUS "${program} ran and printed what it should")
 endfunction()
 
+# Builds the host in the folder BUILD. Without a build type, all hosts share what ccache keeps of the library.
 function(configure_and_build build)
+    file(REMOVE_RECURSE "${build}")
     run(COMMAND "${CMAKE_COMMAND}" -G "${GENERATOR}" -S "${CMAKE_CURRENT_LIST_DIR}" -B "${build}"
-        -DCMAKE_BUILD_TYPE=Debug "-DCMAKE_CXX_COMPILER=${COMPILER}"
         "-DCMAKE_CXX_COMPILER_LAUNCHER=${LAUNCHER}" ${ARGN})
-    run(COMMAND "${CMAKE_COMMAND}" --build "${build}")
+    run(COMMAND "${CMAKE_COMMAND}" --build "${build}" --parallel 2)
 endfunction()
 
 function(consume_by_find_package prefix build)
-    file(REMOVE_RECURSE "${build}")
-    configure_and_build("${build}" "-DCMAKE_PREFIX_PATH=${prefix};${QT_PREFIX}" ${ARGN})
+    configure_and_build("${build}" "-DCMAKE_CXX_COMPILER=${COMPILER}" -DWAY=find_package
+        "-DCMAKE_PREFIX_PATH=${prefix};${QT_PREFIX}" ${ARGN})
     run_consumer("${build}/consumer")
 endfunction()
 
@@ -145,13 +147,109 @@ function(step_install)
     install_package("${BUILD}" "${SCRATCH}/installed")
 endfunction()
 
-function(step_find_package)
-    consume_by_find_package("${SCRATCH}/installed" "${SCRATCH}/find_package"
-        "-DQVUTIL_HEADERS=${HEADERS}")
+# Installs a host that was built with the library as a part of it, and runs it there. Only with INSTALL may
+# anything of the library go with it.
+function(install_host build prefix)
+    cmake_parse_arguments(PARSE_ARGV 2 arg "INSTALL" "" "")
+    file(REMOVE_RECURSE "${prefix}")
+    run(COMMAND "${CMAKE_COMMAND}" --install "${build}" --prefix "${prefix}")
+    file(GLOB_RECURSE files RELATIVE "${prefix}" "${prefix}/*")
+    if(NOT arg_INSTALL)
+        if(NOT files STREQUAL "${BINDIR}/consumer")
+            message(FATAL_ERROR "With the host these files were installed: ${files}")
+        endif()
+        return()
+    endif()
+    check_headers("${prefix}")
+    check_licence("${prefix}")
+    check_paths("${prefix}")
+    run_consumer("${prefix}/${BINDIR}/consumer")
+endfunction()
+
+# The library that was built in a folder is of the kind, and of no other.
+function(check_kind folder kind)
+    file(GLOB_RECURSE found RELATIVE "${folder}" "${folder}/*libQvUtil*")
+    if(kind STREQUAL "static" AND NOT found MATCHES "^[^;]*libQvUtil\\.a$")
+        message(FATAL_ERROR "The static library should be alone: ${found}")
+    endif()
+    if(kind STREQUAL "shared" AND (NOT found MATCHES "libQvUtil\\.(so|1|dylib)" OR found MATCHES "libQvUtil\\.a"))
+        message(FATAL_ERROR "The shared library should be alone: ${found}")
+    endif()
+endfunction()
+
+function(step_install_static)
+    set(build "${SCRATCH}/install_static")
+    configure_and_build("${build}" "-DCMAKE_CXX_COMPILER=${COMPILER}" "-DCMAKE_PREFIX_PATH=${QT_PREFIX}"
+        -DWAY=subdirectory "-DQVUTIL_FOLDER=${SOURCE}" -DHOST_AUTOMOC=ON -DQVUTIL_INSTALL=ON)
+    run_consumer("${build}/consumer")
+    check_kind("${build}" static)
+    install_host("${build}" "${SCRATCH}/static" INSTALL)
+    check_kind("${SCRATCH}/static" static)
+endfunction()
+
+function(step_host)
+    set(build "${SCRATCH}/${NAME}")
+    set(compiler "${COMPILER}")
+    set(arguments "-DWAY=${WAY}")
+    set(prefix "${QT_PREFIX}")
+    set(inside FALSE)
+    if(WAY MATCHES "^(subdirectory|fetch_content)$")
+        set(inside TRUE)
+        list(APPEND arguments "-DQVUTIL_FOLDER=${SOURCE}")
+        if(KIND STREQUAL "shared") # static is the default
+            list(APPEND arguments -DBUILD_SHARED_LIBS=ON)
+        endif()
+    elseif(KIND STREQUAL "shared")
+        string(PREPEND prefix "${SCRATCH}/installed;")
+    else()
+        string(PREPEND prefix "${SCRATCH}/static;")
+    endif()
+    if(META STREQUAL "automoc")
+        list(APPEND arguments -DHOST_AUTOMOC=ON)
+    endif()
+
+    set(install "")
+    if(VARIANT STREQUAL "clang")
+        set(compiler "${CLANG}")
+    elseif(VARIANT STREQUAL "cxx23")
+        list(APPEND arguments -DCMAKE_CXX_STANDARD=23)
+    elseif(VARIANT STREQUAL "demanding")
+        list(APPEND arguments -DHOST_DEMANDING=ON)
+    elseif(VARIANT STREQUAL "headers")
+        list(APPEND arguments "-DQVUTIL_HEADERS=${HEADERS}")
+    elseif(VARIANT STREQUAL "install")
+        list(APPEND arguments -DQVUTIL_INSTALL=ON)
+        set(install INSTALL)
+    elseif(VARIANT STREQUAL "lto")
+        list(APPEND arguments -DCMAKE_INTERPROCEDURAL_OPTIMIZATION=ON)
+    elseif(VARIANT STREQUAL "unity")
+        list(APPEND arguments -DCMAKE_UNITY_BUILD=ON)
+    elseif(VARIANT)
+        message(FATAL_ERROR "VARIANT is \"${VARIANT}\"")
+    endif()
+
+    configure_and_build("${build}" "-DCMAKE_CXX_COMPILER=${compiler}" "-DCMAKE_PREFIX_PATH=${prefix}" ${arguments})
+    run_consumer("${build}/consumer")
+    if(NOT inside)
+        return()
+    endif()
+    check_kind("${build}" "${KIND}")
+    install_host("${build}" "${build}_installed" ${install})
+    if(KIND STREQUAL "static")
+        run_consumer("${build}_installed/${BINDIR}/consumer")
+    else()
+        file(GLOB_RECURSE libraries "${build}/*libQvUtil.so" "${build}/*libQvUtil.dylib")
+        run(COMMAND "${CMAKE_COMMAND}" "-DNM=${NM}" "-DLIBRARY=${libraries}" "-DAPPLE=${APPLE}"
+            -P "${CMAKE_CURRENT_LIST_DIR}/Exports.cmake")
+    endif()
 endfunction()
 
 function(step_pkg_config)
     consume_by_pkg_config("${SCRATCH}/installed" "${SCRATCH}/pkg_config")
+endfunction()
+
+function(step_pkg_config_static)
+    consume_by_pkg_config("${SCRATCH}/static" "${SCRATCH}/pkg_config_static" STATIC)
 endfunction()
 
 # Builds the host of the folder "checks" and runs its tests; both must succeed, or both fail and say WORDS.
@@ -227,6 +325,31 @@ function(break_and_mend host file text replacement words)
     build_checks("${host}/build")
 endfunction()
 
+# With the library's tool built inside the host's project, the same calls add the same checks.
+function(step_checks_inside)
+    set(host "${SCRATCH}/checks_inside")
+    file(REMOVE_RECURSE "${host}")
+    file(WRITE "${host}/CMakeLists.txt" "cmake_minimum_required(VERSION 3.23)\nproject(inside LANGUAGES CXX)\n"
+        "enable_testing()\nset(CMAKE_AUTOMOC ON)\nset(QVUTIL_BUILD_TOOLS ON)\n"
+        "add_subdirectory(\"${SOURCE}\" qvutil)\nset(QvUtil_DIR \"${host}\")\n"
+        "add_subdirectory(\"${SOURCE}/examples/host-checks\" host-checks)\n")
+    file(WRITE "${host}/QvUtilConfig.cmake" "set(QvUtil_FOUND TRUE)\n")
+    file(WRITE "${host}/QvUtilConfigVersion.cmake"
+        "set(PACKAGE_VERSION ${VERSION})\nset(PACKAGE_VERSION_COMPATIBLE TRUE)\n")
+    run(COMMAND "${CMAKE_COMMAND}" -G Ninja -S "${host}" -B "${host}/build"
+        "-DCMAKE_CXX_COMPILER=${COMPILER}" "-DCMAKE_PREFIX_PATH=${QT_PREFIX}")
+    run(COMMAND "${CMAKE_COMMAND}" --build "${host}/build" -- -n OUTPUT plan)
+    run(COMMAND "${CMAKE_CTEST_COMMAND}" --test-dir "${host}/build" -N OUTPUT tests)
+    foreach(check host-checks_xliff_1 host-checks_expressions_1)
+        if(NOT plan MATCHES "Linking CXX executable [^\n]*/qvutil\n.*Checking ${check}")
+            message(FATAL_ERROR "The build does not run ${check} after it has built the tool\n${plan}")
+        endif()
+        if(NOT tests MATCHES ": ${check}\n")
+            message(FATAL_ERROR "There is no test ${check}\n${tests}")
+        endif()
+    endforeach()
+endfunction()
+
 function(step_moved)
     file(REMOVE_RECURSE "${SCRATCH}/elsewhere")
     file(MAKE_DIRECTORY "${SCRATCH}/elsewhere")
@@ -235,28 +358,6 @@ function(step_moved)
     # A blank in a folder's name does not survive pkg-config.
     file(RENAME "${SCRATCH}/elsewhere/a b" "${SCRATCH}/elsewhere/deep")
     consume_by_pkg_config("${SCRATCH}/elsewhere/deep" "${SCRATCH}/elsewhere/pkg_config")
-endfunction()
-
-function(step_subdirectory)
-    configure_and_build("${SCRATCH}/subdirectory" "-DCMAKE_PREFIX_PATH=${QT_PREFIX}"
-        "-DQVUTIL_FOLDER=${SOURCE}" -UBUILD_SHARED_LIBS)
-    run_consumer("${SCRATCH}/subdirectory/consumer")
-endfunction()
-
-# Carries on in the build tree of the step before: only the linking differs.
-function(step_static)
-    set(build "${SCRATCH}/subdirectory")
-    configure_and_build("${build}" "-DCMAKE_PREFIX_PATH=${QT_PREFIX}"
-        "-DQVUTIL_FOLDER=${SOURCE}" -DBUILD_SHARED_LIBS=OFF)
-    run_consumer("${build}/consumer")
-
-    install_package("${build}" "${SCRATCH}/static")
-    file(GLOB libraries RELATIVE "${SCRATCH}/static/${LIBDIR}" "${SCRATCH}/static/${LIBDIR}/*QvUtil*.*")
-    if(NOT libraries STREQUAL "libQvUtil.a")
-        message(FATAL_ERROR "The static package holds ${libraries}")
-    endif()
-    consume_by_find_package("${SCRATCH}/static" "${SCRATCH}/static_find_package")
-    consume_by_pkg_config("${SCRATCH}/static" "${SCRATCH}/static_pkg_config" STATIC)
 endfunction()
 
 # The version file alone answers; no host is built.
@@ -286,13 +387,21 @@ function(step_versions)
     endforeach()
 endfunction()
 
-# Installed and removed again, the package leaves no file behind.
+# Installed and removed again, the package leaves no file behind, and no folder of its name.
 function(step_uninstall)
     install_package("${BUILD}" "${SCRATCH}/uninstall" UNINSTALL)
     file(GLOB_RECURSE files LIST_DIRECTORIES FALSE "${SCRATCH}/uninstall/*")
     if(files)
         message(FATAL_ERROR "Left behind: ${files}")
     endif()
+    file(GLOB_RECURSE folders LIST_DIRECTORIES TRUE "${SCRATCH}/uninstall/*")
+    list(FILTER folders INCLUDE REGEX "/(qvutil|QvUtil)$")
+    if(folders)
+        message(FATAL_ERROR "Folders left behind: ${folders}")
+    endif()
 endfunction()
 
+if(NOT DEFINED ENV{CCACHE_BASEDIR})
+    set(ENV{CCACHE_BASEDIR} "${SOURCE}")
+endif()
 cmake_language(CALL "step_${STEP}")

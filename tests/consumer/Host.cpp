@@ -44,10 +44,11 @@ bool Host::SharesTypesWithLibrary()
 {
     const std::unique_ptr<XmlFiler> settings = std::make_unique<Settings>();
     const std::unique_ptr<XmlFiler> filer = std::make_unique<XmlFiler>();
+    const XmlFiler& stored = *settings;
     IPCManager manager;
     QObject* const object = &manager;
     if (dynamic_cast<Settings*>(settings.get()) == nullptr || dynamic_cast<Settings*>(filer.get()) != nullptr
-        || typeid(*settings) != typeid(Settings) || qobject_cast<IPCManager*>(object) != &manager
+        || typeid(stored) != typeid(Settings) || qobject_cast<IPCManager*>(object) != &manager
         || !object->inherits("Quorvin::Util::IPCManager"))
         return false;
 
