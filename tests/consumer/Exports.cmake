@@ -40,7 +40,7 @@ foreach(symbol IN LISTS symbols)
     set(kind "${CMAKE_MATCH_1}")
     string(REGEX REPLACE "@+QVUTIL_[0-9]+$" "" name "${CMAKE_MATCH_2}")
     if(kind STREQUAL "A" AND name MATCHES "^QVUTIL_[0-9]+$") # the version of the others
-    elseif(name MATCHES "^(non-virtual thunk to )?(${all}|${virtual})::[A-Za-z_0-9~]+(<|[(]|$)")
+    elseif(name MATCHES "^(non-virtual thunk to )?(${all}|${virtual})::(~?[A-Za-z_0-9]+|operator[^A-Za-z ]+)(<|[(]|$)")
         list(APPEND seen "${CMAKE_MATCH_2}")
     elseif(name MATCHES "^(${free})(<|[(])")
         list(APPEND seen "${CMAKE_MATCH_1}")

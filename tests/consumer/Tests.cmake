@@ -55,7 +55,7 @@ function(qvutil_add_host_test way kind meta)
     else()
         set(after install_static) # where the library is compiled for the first time
     endif()
-    if(ARGN MATCHES "lto|clang" AND way STREQUAL "subdirectory" AND kind STREQUAL "shared")
+    if(ARGN MATCHES "lto|clang|demanding" AND way STREQUAL "subdirectory" AND kind STREQUAL "shared")
         set(after "host_subdirectory_static_${meta}_${ARGN}")
     endif()
     qvutil_add_package_test(${name} STEP host AFTER ${after}
