@@ -2,8 +2,8 @@
 # SPDX-License-Identifier: MIT
 
 # Registers the tests of the package. They build small programs outside this build tree, with this build's
-# compiler, and take the library from its build tree where they can; they are labelled `package` and `slow`. Where ccache is used, it keeps
-# what is compiled again and again.
+# compiler, and take the library from its build tree where they can; they are labelled `package` and
+# `slow`. Where ccache is used, it keeps what is compiled again and again.
 
 find_program(QVUTIL_PKG_CONFIG NAMES pkg-config pkgconf)
 get_filename_component(QVUTIL_QT_PREFIX "${Qt6_DIR}/../../.." ABSOLUTE)
