@@ -103,6 +103,13 @@ void tst_GeneralUtilPaths::CleanPath_data()
     QTest::newRow("white space inside stays") << u"/a b/ c"_s << u"a b/ c"_s;
     QTest::newRow("case stays") << u"/A/b"_s << u"A/b"_s;
 
+    QTest::newRow("doubled separator behind a dot") << u"/.//a"_s << u"a"_s;
+    QTest::newRow("doubled separator behind two dots") << u"/a/..//b"_s << u"b"_s;
+    QTest::newRow("doubled separator behind two dots, relative") << u"..//a"_s << u"../a"_s;
+    QTest::newRow("doubled separator above the root") << u"/..//a"_s << u"../a"_s;
+    QTest::newRow("doubled separator behind a detour above the root") << u"/a/../..//b"_s << u"../b"_s;
+    QTest::newRow("tripled separator behind a detour above the root") << u"/x/../..///a"_s << u"../a"_s;
+
     QTest::newRow("drive, backslashes") << u"C:\\x\\..\\y"_s << u"C:/y"_s;
     QTest::newRow("drive, slashes") << u"C:/x/../y/"_s << u"C:/y"_s;
     QTest::newRow("drive, both kinds") << u"c:\\x/y\\"_s << u"c:/x/y"_s;
@@ -241,6 +248,10 @@ void tst_GeneralUtilPaths::RelativeToAbsolutePath_data()
     row("dots", u"../x/./y/.."_s, u"/b/c"_s, false, u"/b/x"_s);
     row("above the root", u"../../x"_s, u"/b"_s, false, QDir::cleanPath(u"/b/../../x"_s));
     row("base not clean", u"x"_s, u"/a/../b//c"_s, false, u"/b/c/x"_s);
+    row("doubled separator behind two dots", u"x/..//y"_s, u"/b"_s, false, u"/b/y"_s);
+    row("base with a doubled separator behind two dots", u"x"_s, u"/a/..//b"_s, false, u"/b/x"_s);
+    row("base with a doubled separator, as a file", u"x"_s, u"/a/..//b/f"_s, true, u"/b/x"_s);
+    row("colon, doubled separator behind two dots", u"/a/..//b:c"_s, u"/b"_s, false, u"/b:c"_s);
     row("root as the base", u"x"_s, u"/"_s, false, u"/x"_s);
     row("file in the root", u"x"_s, u"/f"_s, true, u"/x"_s);
     row("relative base", u"x"_s, u"b"_s, false, u"b/x"_s);
@@ -300,6 +311,8 @@ void tst_GeneralUtilPaths::AbsoluteToRelativePath_data()
     row("colon further on, beside the base", u"/c/x:y"_s, u"/b/d"_s, false, u"../../c/x:y"_s);
     row("colon further on, base is a file", u"/b/x:y"_s, u"/b/f.txt"_s, true, u"x:y"_s);
     row("colon further on, base not clean", u"/b/x:y"_s, u"/a/../b/"_s, false, u"x:y"_s);
+    row("colon further on, doubled separator behind two dots", u"/a/..//b/x:y"_s, u"/b"_s, false, u"x:y"_s);
+    row("colon further on, doubled separator in the base", u"/b/x:y"_s, u"/a/..//b"_s, false, u"x:y"_s);
     row("colon further on, the base itself", u"/b/x:y"_s, u"/b/x:y"_s, false, u"."_s);
 }
 

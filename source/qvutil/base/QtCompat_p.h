@@ -19,6 +19,27 @@
 // The one place that tells Qt versions apart.
 namespace Quorvin::Util::Internal {
 
+/// Collapses slashes that follow one another, but for a slash at the front: two may begin a network path.
+///
+/// Does no harm to a path that Qt cleans afterwards, and is needed before: QDir::cleanPath() of Qt 6.8, and
+/// absolute paths of QDir and QFileInfo with it, keep doubled slashes behind "." and "..", so that "/a/..//b"
+/// becomes "//b".
+[[nodiscard]] inline QString CollapseSlashes(QString path)
+{
+    if (!path.isEmpty()) {
+        const auto end = std::unique(path.begin() + 1, path.end(),
+                                     [](QChar left, QChar right) { return left == u'/' && right == u'/'; });
+        path.truncate(end - path.begin());
+    }
+    return path;
+}
+
+/// \return what QDir::cleanPath() gives, the same with every version of Qt
+[[nodiscard]] inline QString QDirCleanPath(const QString& path)
+{
+    return QDir::cleanPath(CollapseSlashes(path));
+}
+
 /// Takes a date's clock reading as UTC, whatever offset it came with.
 [[nodiscard]] inline QDateTime ReinterpretAsUtc(QDateTime date)
 {

@@ -3,6 +3,7 @@
 
 #include "GeneralUtil.h"
 
+#include "base/QtCompat_p.h"
 #include "platform/Platform_p.h"
 
 #include <QCoreApplication>
@@ -25,7 +26,7 @@ QString LocaleFileName(const QString& file)
 // The absolute path of a file if it exists, otherwise empty.
 QString ExistingFile(const QString& path)
 {
-    const QFileInfo file(path);
+    const QFileInfo file(Internal::CollapseSlashes(path));
     return file.exists() ? file.absoluteFilePath() : QString();
 }
 
@@ -33,12 +34,12 @@ QString ExistingFile(const QString& path)
 
 QString GeneralUtil::GetSymbolicLinkTarget(const QString& path)
 {
-    const QString target = QDir::cleanPath(Platform::ResolveSymbolicLinks(path));
+    const QString target = Internal::QDirCleanPath(Platform::ResolveSymbolicLinks(path));
     if (!QDir::isRelativePath(target))
         return target;
-    QDir folder(path);
+    QDir folder(Internal::CollapseSlashes(path));
     folder.cdUp();
-    return QDir::cleanPath(folder.absoluteFilePath(target));
+    return Internal::QDirCleanPath(folder.absoluteFilePath(target));
 }
 
 QString GeneralUtil::FindLocaleFile(const QString& file, const QString& locale, const QString& folders)
@@ -59,17 +60,17 @@ QString GeneralUtil::FindLocaleFile(const QString& file, const QString& locale, 
 
 QString GeneralUtil::GetAppDirPath()
 {
-    return QDir::cleanPath(QDir(QCoreApplication::applicationDirPath()).absolutePath());
+    return Internal::QDirCleanPath(QDir(QCoreApplication::applicationDirPath()).absolutePath());
 }
 
 QString GeneralUtil::GetAppFilePath()
 {
-    return QDir::cleanPath(QFileInfo(QCoreApplication::applicationFilePath()).absoluteFilePath());
+    return Internal::QDirCleanPath(QFileInfo(QCoreApplication::applicationFilePath()).absoluteFilePath());
 }
 
 QString GeneralUtil::GetAppDataPath()
 {
-    return QDir::cleanPath(Platform::GetUserApplicationSupportFolder());
+    return Internal::QDirCleanPath(Platform::GetUserApplicationSupportFolder());
 }
 
 QString GeneralUtil::GetLocalAppDataPath()
@@ -79,7 +80,7 @@ QString GeneralUtil::GetLocalAppDataPath()
 
 QString GeneralUtil::GetCommonAppDataPath()
 {
-    return QDir::cleanPath(Platform::GetMachineApplicationSupportFolder());
+    return Internal::QDirCleanPath(Platform::GetMachineApplicationSupportFolder());
 }
 
 QString GeneralUtil::GetProgramDataPath()

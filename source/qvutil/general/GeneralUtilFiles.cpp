@@ -3,6 +3,8 @@
 
 #include "GeneralUtil.h"
 
+#include "base/QtCompat_p.h"
+
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
@@ -35,13 +37,13 @@ void AppendFiles(const QString& folder, const QStringList& patterns, QDir::Filte
     const QDir::Filters flags = recursive ? filters & ~kFolders : filters;
     const QFileInfoList entries = QDir(folder).entryInfoList(patterns, flags, QDir::NoSort);
     for (const QFileInfo& entry : entries)
-        files.append(QDir::cleanPath(entry.absoluteFilePath()));
+        files.append(Internal::QDirCleanPath(entry.absoluteFilePath()));
     if (!recursive)
         return;
 
     const QFileInfoList subFolders = SubFolders(folder, filters);
     for (const QFileInfo& subFolder : subFolders) {
-        const QString path = QDir::cleanPath(subFolder.absoluteFilePath());
+        const QString path = Internal::QDirCleanPath(subFolder.absoluteFilePath());
         if (filters & kFolders)
             files.append(path);
         AppendFiles(path, patterns, filters, recursive, files);
@@ -72,6 +74,7 @@ bool OpenText(QFile& file, QIODevice::OpenMode mode)
 
 QStringList GeneralUtil::GetFiles(QString folder, QString filter, QDir::Filters filters, bool recursive)
 {
+    folder = Internal::CollapseSlashes(folder);
     if (filter.isEmpty()) {
         const QFileInfo file(folder);
         if (!file.isDir()) {
@@ -117,14 +120,14 @@ bool GeneralUtil::DeleteEmptyDirectories(const QString& folder, QDir::Filters fi
 QString GeneralUtil::GetUniqueFile(const QString& file, const QString& format, const QString& firstTry,
                                    bool append, int start)
 {
-    const QString path = QDir::cleanPath(file);
+    const QString path = Internal::QDirCleanPath(file);
     if (file.isEmpty() || !QFile::exists(path))
         return file;
 
     // One argument at a time, so that what a folder or a name holds can be a placeholder too.
     const QFileInfo info(path);
     const QString withFolder
-        = (append ? u"%1/%2%3"_s : u"%1/%3%2"_s).arg(QDir::cleanPath(info.absolutePath()));
+        = (append ? u"%1/%2%3"_s : u"%1/%3%2"_s).arg(Internal::QDirCleanPath(info.absolutePath()));
     const QString withName = withFolder.arg(info.completeBaseName());
     QString ending = info.suffix();
     if (!ending.isEmpty())

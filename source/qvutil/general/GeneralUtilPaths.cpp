@@ -4,6 +4,7 @@
 #include "GeneralUtil.h"
 
 #include "StringUtil.h"
+#include "base/QtCompat_p.h"
 
 #include <QDir>
 #include <QFileInfo>
@@ -65,7 +66,8 @@ bool IsAbsolute(const QString& path)
 
 QString BaseFolder(const QString& base, bool baseIsFile)
 {
-    return QDir::cleanPath(baseIsFile ? QFileInfo(base).absolutePath() : base);
+    return Internal::QDirCleanPath(baseIsFile ? QFileInfo(Internal::CollapseSlashes(base)).absolutePath()
+                                              : base);
 }
 
 // A clean path, taken apart.
@@ -95,7 +97,7 @@ QString GeneralUtil::CleanPath(const QString& path)
         return result.replace(u'\\', u'/');
     if (HasDriveLetter(path))
         result.replace(u'\\', u'/'); // Qt itself does this on Windows alone
-    result = QDir::cleanPath(result.trimmed());
+    result = Internal::QDirCleanPath(result.trimmed());
     if (IsRoot(result))
         return result;
     if (!IsUNCPath(result))
@@ -119,16 +121,17 @@ bool GeneralUtil::IsUNCPath(const QString& path)
 QString GeneralUtil::RelativeToAbsolutePath(const QString& path, const QString& base, bool baseIsFile)
 {
     if (IsAbsolute(path))
-        return QDir::cleanPath(path);
+        return Internal::QDirCleanPath(path);
     const QString withFolder = u"%1/%2"_s.arg(BaseFolder(base, baseIsFile));
-    return QDir::cleanPath(withFolder.arg(path));
+    return Internal::QDirCleanPath(withFolder.arg(path));
 }
 
 QString GeneralUtil::AbsoluteToRelativePath(const QString& path, const QString& base, bool baseIsFile)
 {
     if (!IsAbsolute(path))
-        return QDir::cleanPath(path);
-    return QDir::cleanPath(QDir(BaseFolder(base, baseIsFile)).relativeFilePath(path));
+        return Internal::QDirCleanPath(path);
+    return Internal::QDirCleanPath(
+        QDir(BaseFolder(base, baseIsFile)).relativeFilePath(Internal::CollapseSlashes(path)));
 }
 
 bool GeneralUtil::IsParentPath(const QString& parent, const QString& child)

@@ -4,6 +4,7 @@
 #include "messaging/MessageLink_p.h"
 
 #include "base/Logging_p.h"
+#include "base/QtCompat_p.h"
 #include "messaging/MessageCodec_p.h"
 #include "platform/Platform_p.h"
 
@@ -105,7 +106,7 @@ void LimitSendBuffer(int bytes)
 
 QString GetSocketPath(const QString& name)
 {
-    return name.startsWith(u'/') ? name : QDir::cleanPath(QDir::tempPath()) + u'/' + name;
+    return name.startsWith(u'/') ? name : Internal::QDirCleanPath(QDir::tempPath()) + u'/' + name;
 }
 
 bool IsSocketNameTooLong(const QString& name)
