@@ -711,6 +711,19 @@ void tst_XmlFilerValues::ReadDate_data()
     QTest::newRow("milliseconds") << u"2024-07-01T12:00:05.250Z"_s << u"2024-07-01T12:00:05.250Z"_s;
     QTest::newRow("winter") << u"2024-01-01T00:00:00Z"_s << u"2024-01-01T00:00:00.000Z"_s;
     QTest::newRow("before 1970") << u"1901-02-03T04:05:06Z"_s << u"1901-02-03T04:05:06.000Z"_s;
+    // Each of these hours is skipped by one of the time zones, and is an hour like any other in UTC.
+    QTest::newRow("skipped in New York") << u"2020-03-08T02:30:00"_s << u"2020-03-08T02:30:00.000Z"_s;
+    QTest::newRow("skipped in Berlin, no seconds") << u"2024-03-31t02:30"_s << u"2024-03-31T02:30:00.000Z"_s;
+    QTest::newRow("skipped in Berlin, milliseconds")
+        << u"2024-03-31 02:59:59.999"_s << u"2024-03-31T02:59:59.999Z"_s;
+    QTest::newRow("skipped in New York, UTC") << u"2020-03-08T02:30:00Z"_s << u"2020-03-08T02:30:00.000Z"_s;
+    QTest::newRow("skipped in New York, offset")
+        << u"2020-03-08T02:30:00-05:00"_s << u"2020-03-08T02:30:00.000Z"_s;
+    QTest::newRow("twice in New York") << u"2020-11-01T01:30:00"_s << u"2020-11-01T01:30:00.000Z"_s;
+    QTest::newRow("end of a day") << u"2024-07-01T24:00:00"_s << u"2024-07-02T00:00:00.000Z"_s;
+    QTest::newRow("end of a day, UTC") << u"2024-07-01T24:00Z"_s << u"2024-07-02T00:00:00.000Z"_s;
+    QTest::newRow("no time behind the T") << u"2024-07-01T"_s << u"invalid"_s;
+    QTest::newRow("sign without an offset") << u"2024-07-01T10:-1"_s << u"invalid"_s;
     QTest::newRow("word") << u"yesterday"_s << u"invalid"_s;
     QTest::newRow("blank") << u" "_s << u"invalid"_s;
     QTest::newRow("no such day") << u"2023-02-29T12:00:00Z"_s << u"invalid"_s;

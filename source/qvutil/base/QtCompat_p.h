@@ -51,6 +51,24 @@ namespace Quorvin::Util::Internal {
     return date;
 }
 
+/// Reads a date in Qt::ISODate form and takes its clock reading as UTC, whatever offset it has.
+/// \return an invalid date if it is not one
+[[nodiscard]] inline QDateTime ParseClockReadingAsUtc(const QString& text)
+{
+    constexpr qsizetype kDateSize = 10;
+    const QDateTime date = QDateTime::fromString(text, Qt::ISODate);
+    const QStringView time = QStringView(text).sliced(std::min(kDateSize, text.size()));
+    if (time.isEmpty() || time.endsWith(u'Z', Qt::CaseInsensitive) || time.contains(u'+')
+        || time.contains(u'-'))
+        return ReinterpretAsUtc(date);
+    // Without an offset the text is local time, and from Qt 6.7 on one in the hour that local time skips has
+    // been moved already. What 24:00 means is left to Qt: the start of the next day, which may be skipped as
+    // well.
+    const QDateTime utc = QDateTime::fromString(text + u'Z', Qt::ISODate);
+    const bool isSameDay = utc.date() == QDate::fromString(text.first(kDateSize), Qt::ISODate);
+    return ReinterpretAsUtc(isSameDay ? utc : date);
+}
+
 /// \return the system's own name for what a QSharedMemory with that key uses
 [[nodiscard]] inline QString NativeSharedMemoryKey(const QString& key)
 {

@@ -73,7 +73,7 @@ QDateTime ParseDate(const QString& text, const QDateTime& defaultValue)
 {
     if (text.isEmpty())
         return defaultValue;
-    return Internal::ReinterpretAsUtc(QDateTime::fromString(text, Qt::ISODate)).toLocalTime();
+    return Internal::ParseClockReadingAsUtc(text).toLocalTime();
 }
 
 QString FormatDate(const QDateTime& value)
