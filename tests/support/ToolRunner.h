@@ -19,6 +19,7 @@
 #include <functional>
 
 #include <fcntl.h>
+#include <grp.h>
 #include <sys/ioctl.h>
 #include <unistd.h>
 
@@ -75,10 +76,12 @@ public:
         return RunProgram(QStringLiteral(QVUTIL_TOOL), arguments, input);
     }
 
-    /// Runs the tool as a user without rights, if the test has the superuser's. The folder must be open to
-    /// all.
+    /// Runs the tool as a user without rights: as `nobody` if the test has the superuser's, who needs to be
+    /// able to enter the folder.
     [[nodiscard]] ToolResult RunUnprivileged(const QStringList& arguments) const
     {
+        if (geteuid() != 0)
+            return Run(arguments);
         const QString folder = CopyToolForAll();
         return RunProgram(folder + QStringLiteral("/qvutil"), arguments, {}, [folder](QProcess& process) {
             // The leak sanitizer follows its own process, which not every system allows to such a user.
@@ -89,7 +92,7 @@ public:
             process.setProcessEnvironment(environment);
             process.setChildProcessModifier([] {
                 constexpr uid_t kNobody = 65534;
-                if (geteuid() == 0 && (setgid(kNobody) != 0 || setuid(kNobody) != 0))
+                if (setgroups(0, nullptr) != 0 || setgid(kNobody) != 0 || setuid(kNobody) != 0)
                     _exit(127);
             });
         });

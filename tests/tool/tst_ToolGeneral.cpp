@@ -252,7 +252,7 @@ void tst_ToolGeneral::Usage_noCommand()
     QCOMPARE(group.Output, QByteArray());
     QCOMPARE(group.Errors, mTool->Run({u"settings"_s, u"--help"_s}).Output);
 
-    QCOMPARE(mTool->RunShell(u"$TOOL hash \"$(printf 'a\\377')\""_s).ToText(),
+    QCOMPARE(mTool->RunShell(u"\"$TOOL\" hash \"$(printf 'a\\377')\""_s).ToText(),
              u"! qvutil: a\ufffd: the argument is not valid UTF-8\n=> 2\n"_s);
 }
 
@@ -298,13 +298,13 @@ void tst_ToolGeneral::Output_fullDevice()
     if (!QFile::exists(u"/dev/full"_s))
         QSKIP("this system has no device that is always full");
     const QString complaint = u"! qvutil: standard output: No space left on device\n=> 2\n"_s;
-    QCOMPARE(mTool->RunShell(u"$TOOL hash --text x > /dev/full"_s).ToText(), complaint);
-    QCOMPARE(mTool->RunShell(u"$TOOL --help > /dev/full"_s).ToText(), complaint);
-    QCOMPARE(mTool->RunShell(u"$TOOL --version > /dev/full"_s).ToText(), complaint);
+    QCOMPARE(mTool->RunShell(u"\"$TOOL\" hash --text x > /dev/full"_s).ToText(), complaint);
+    QCOMPARE(mTool->RunShell(u"\"$TOOL\" --help > /dev/full"_s).ToText(), complaint);
+    QCOMPARE(mTool->RunShell(u"\"$TOOL\" --version > /dev/full"_s).ToText(), complaint);
     // More than fits into a buffer.
     QCOMPARE(mTool
                  ->RunShell(u"i=0; while [ $i -lt 3000 ]; do set -- \"$@\" --text x; i=$((i+1)); done; "
-                            "$TOOL hash \"$@\" > /dev/full"_s)
+                            "\"$TOOL\" hash \"$@\" > /dev/full"_s)
                  .ToText(),
              complaint);
 }
@@ -315,9 +315,10 @@ void tst_ToolGeneral::Output_closedPipe()
     QVERIFY(mTool->Write(u"a.xml"_s, "<a>" + QByteArray("<b c='1'/>").repeated(50000) + "</a>"));
     const QString pipe = u"%1; echo $? > code; } | head -n 1"_s;
     // 141 is what a shell shows of a process that a closed pipe has ended.
-    QCOMPARE(mTool->RunShell(pipe.arg(u"{ $TOOL xml list a.xml"_s)).ToText(), u"a\n=> 0\n"_s);
+    QCOMPARE(mTool->RunShell(pipe.arg(u"{ \"$TOOL\" xml list a.xml"_s)).ToText(), u"a\n=> 0\n"_s);
     QCOMPARE(mTool->Read(u"code"_s), QByteArray("141\n"));
-    QCOMPARE(mTool->RunShell(pipe.arg(u"trap '' PIPE; { $TOOL xml list a.xml"_s)).ToText(), u"a\n=> 0\n"_s);
+    QCOMPARE(mTool->RunShell(pipe.arg(u"trap '' PIPE; { \"$TOOL\" xml list a.xml"_s)).ToText(),
+             u"a\n=> 0\n"_s);
     QCOMPARE(mTool->Read(u"code"_s), QByteArray("2\n"));
 }
 
@@ -374,7 +375,7 @@ void tst_ToolGeneral::Terminal_noProgressElsewhere()
 void tst_ToolGeneral::Locale_C()
 {
     QVERIFY(mTool->Write(u"\u00fc.xml"_s, "<\u00e4/>"));
-    QCOMPARE(mTool->RunShell(u"LC_ALL=C $TOOL xml list \u00fc.xml"_s).ToText(), u"\u00e4\n=> 0\n"_s);
+    QCOMPARE(mTool->RunShell(u"LC_ALL=C \"$TOOL\" xml list \u00fc.xml"_s).ToText(), u"\u00e4\n=> 0\n"_s);
 }
 
 void tst_ToolGeneral::Memory_exhausted()
@@ -386,7 +387,7 @@ void tst_ToolGeneral::Memory_exhausted()
     QVERIFY(file.open(QIODevice::WriteOnly));
     QVERIFY(file.resize(qint64{900} << 20));
     file.close();
-    QCOMPARE(mTool->RunShell(u"ulimit -v 700000; $TOOL xml list huge.xml"_s).ToText(),
+    QCOMPARE(mTool->RunShell(u"ulimit -v 700000; \"$TOOL\" xml list huge.xml"_s).ToText(),
              u"! qvutil: not enough memory\n=> 2\n"_s);
     QVERIFY(QFile::resize(mTool->Path(u"huge.xml"_s), (qint64{1} << 30) + 1));
     QCOMPARE(Run({u"xml"_s, u"list"_s, u"huge.xml"_s}),
@@ -548,7 +549,7 @@ void tst_ToolGeneral::Hash_json()
 void tst_ToolGeneral::Hash_input()
 {
     QCOMPARE(Run({u"hash"_s, u"-"_s}, "abc"), u"900150983cd24fb0d6963f7d28e17f72  -\n=> 0\n"_s);
-    QCOMPARE(mTool->RunShell(u"mkfifo pipe; printf abc > pipe & $TOOL hash pipe"_s).ToText(),
+    QCOMPARE(mTool->RunShell(u"mkfifo pipe; printf abc > pipe & \"$TOOL\" hash pipe"_s).ToText(),
              u"900150983cd24fb0d6963f7d28e17f72  pipe\n=> 0\n"_s);
 }
 

@@ -272,7 +272,7 @@ void tst_ToolIpc::Call_standardInput()
     QVERIFY(listener);
     const auto call = [&](const QString& input, const QString& parameters) {
         return mTool
-            ->RunShell(u"%1 | $TOOL ipc call %2 Ask --timeout 600000 %3"_s.arg(input, name, parameters))
+            ->RunShell(u"%1 | \"$TOOL\" ipc call %2 Ask --timeout 600000 %3"_s.arg(input, name, parameters))
             .ToText();
     };
     QCOMPARE(call(u"printf 'ab\\000'"_s, u"b=@-"_s), u"b:bytearray=YWIA\n=> 0\n"_s);
@@ -810,7 +810,7 @@ void tst_ToolIpc::Listen_outputClosed()
 {
     const QString name = UniqueName();
     RunningTool listener(*mTool,
-                         u"{ $TOOL ipc listen %1; echo \"code $?\" >&2; }"
+                         u"{ \"$TOOL\" ipc listen %1; echo \"code $?\" >&2; }"
                          " | { exec <&-; echo \"nobody reads\" >&2; }"_s.arg(name));
     QVERIFY(listener.WaitForError("nobody reads\n"));
     QVERIFY(listener.WaitForError("qvutil: listening at "));
