@@ -13,7 +13,7 @@
 #include <map>
 #include <string_view>
 
-using namespace Quorvin::Util;
+using namespace Quorvin::Util::Internal;
 
 class tst_LocaleCrossCheck : public QObject
 {
