@@ -10,6 +10,7 @@
 #include <QtTest>
 
 #include <cmath>
+#include <utility>
 
 using namespace Qt::StringLiterals;
 using Quorvin::Util::GeneralUtil;
@@ -50,7 +51,7 @@ public:
         if (expression.isEmpty())
             return true;
         int depth = 0;
-        for (const QChar c : expression) {
+        for (const QChar c : std::as_const(expression)) {
             if (c == u'(') {
                 ++depth;
             } else if (c == QChar(static_cast<char16_t>(GeneralUtil::GetMatchingBrace(L'(')))) {

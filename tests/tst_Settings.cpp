@@ -42,7 +42,11 @@ QByteArray SettingsXml(const QByteArray& content)
     return "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<Settings>\n" + content + "</Settings>\n";
 }
 
-const QByteArray kBareSettings = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<Settings/>\n";
+// A function, since an object would be made before main.
+QByteArray BareSettings()
+{
+    return "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<Settings/>\n";
+}
 
 QDateTime UtcTime(const QString& isoText)
 {
@@ -540,7 +544,7 @@ void tst_Settings::Change_isSavedAtOnce_data()
     QTest::newRow("WriteNodeText") << Change([](Settings& s) { s.WriteNodeText(u"P"_s, u"a<b"_s); })
                                    << SettingsXml("    <P>a&lt;b</P>\n");
     QTest::newRow("DeleteNode, missing")
-        << Change([](Settings& s) { s.DeleteNode(u"P"_s); }) << kBareSettings;
+        << Change([](Settings& s) { s.DeleteNode(u"P"_s); }) << BareSettings();
 }
 
 void tst_Settings::Change_isSavedAtOnce()
@@ -572,7 +576,7 @@ void tst_Settings::Change_marksDirty_data()
     }) << SettingsXml(old + "    <P V=\"2026-03-04T05:06:07Z\"/>\n");
     QTest::newRow("WriteNodeText") << Change([](Settings& s) { s.WriteNodeText(u"P"_s, u"x"_s); })
                                    << SettingsXml(old + "    <P>x</P>\n");
-    QTest::newRow("DeleteNode") << Change([](Settings& s) { s.DeleteNode(u"Old"_s); }) << kBareSettings;
+    QTest::newRow("DeleteNode") << Change([](Settings& s) { s.DeleteNode(u"Old"_s); }) << BareSettings();
     QTest::newRow("DeleteNode, missing")
         << Change([](Settings& s) { s.DeleteNode(u"None"_s); }) << SettingsXml(old);
 }
@@ -622,7 +626,7 @@ void tst_Settings::Change_withoutEffectMarksDirty()
     settings.SetFile(Path(u"s.xml"_s), u"Settings"_s);
     settings.Save();
 
-    QCOMPARE(ReadFile(Path(u"s.xml"_s)), kBareSettings);
+    QCOMPARE(ReadFile(Path(u"s.xml"_s)), BareSettings());
 }
 
 void tst_Settings::DeleteNode_root()
@@ -942,11 +946,11 @@ void tst_Settings::SaveInternal_writesWhenClean()
 {
     Settings settings(Path(u"s.xml"_s), u"Settings"_s);
     settings.SaveInternal();
-    QCOMPARE(ReadFile(Path(u"s.xml"_s)), kBareSettings);
+    QCOMPARE(ReadFile(Path(u"s.xml"_s)), BareSettings());
 
     QVERIFY(QFile::remove(Path(u"s.xml"_s)));
     settings.SaveInternal();
-    QCOMPARE(ReadFile(Path(u"s.xml"_s)), kBareSettings);
+    QCOMPARE(ReadFile(Path(u"s.xml"_s)), BareSettings());
 }
 
 void tst_Settings::SaveInternal_clearsTheMark()

@@ -505,9 +505,9 @@ void tst_Grid::Locking_otherProgram()
             if (append)
                 processes.append({own, u"x"_s});
             const auto last
-                = std::find_if(processes.begin(), processes.end(),
+                = std::find_if(processes.cbegin(), processes.cend(),
                                [own](const ProcessInfo& process) { return process.ProcessId == own; });
-            if (remove && last != processes.end())
+            if (remove && last != processes.cend())
                 processes.erase(last);
         });
     };

@@ -24,7 +24,7 @@ constexpr int kMaximumExpansion = 16 * 1024 * 1024;
 bool IsUtf8(QByteArrayView bytes, QStringDecoder::Flag flag)
 {
     QStringDecoder decoder(QStringDecoder::Utf8, flag);
-    const QString text = decoder(bytes);
+    static_cast<void>(QString(decoder(bytes))); // the conversion to a text decodes
     return !decoder.hasError();
 }
 

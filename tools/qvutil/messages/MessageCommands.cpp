@@ -158,7 +158,7 @@ ExitCode Encode(const EncodeOptions& options)
 QString FileNamePart(const QString& id)
 {
     QString part;
-    for (const QChar c : id.left(40)) {
+    for (const QChar c : QStringView(id).left(40)) {
         const bool isPlain = (c >= u'a' && c <= u'z') || (c >= u'A' && c <= u'Z') || (c >= u'0' && c <= u'9')
             || c == u'-' || c == u'_';
         part += isPlain ? c : u'_';

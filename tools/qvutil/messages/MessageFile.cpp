@@ -105,7 +105,8 @@ QList<MessageInfo> ReadMessages(const QByteArray& text, const QString& name)
         if (document.isObject())
             messages.append(MessageFromJson(document.object(), place));
         int number = 0;
-        for (const QJsonValue& json : document.array())
+        const QJsonArray array = document.array();
+        for (const QJsonValue& json : array)
             messages.append(MessageFromJson(json, u"%1: message %2"_s.arg(place).arg(++number)));
     }
     if (messages.isEmpty())
