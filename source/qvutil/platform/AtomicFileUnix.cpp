@@ -4,6 +4,7 @@
 // How all Unix systems save files safely.
 
 #include "platform/Platform_p.h"
+#include "platform/UnixFile_p.h"
 
 #include <QCryptographicHash>
 #include <QFile>
@@ -28,34 +29,6 @@ namespace {
 constexpr int kMostLinks = 40; // as many as the kernel follows
 constexpr int kMostSavers = 1000;
 constexpr qsizetype kLongestName = 255;
-
-class FileDescriptor
-{
-public:
-    explicit FileDescriptor(int descriptor = -1)
-        : mDescriptor(descriptor)
-    { }
-    FileDescriptor(FileDescriptor&& other) noexcept
-        : mDescriptor(std::exchange(other.mDescriptor, -1))
-    { }
-    FileDescriptor& operator=(FileDescriptor&& other) noexcept
-    {
-        std::swap(mDescriptor, other.mDescriptor);
-        return *this;
-    }
-    ~FileDescriptor()
-    {
-        if (IsOpen())
-            close(mDescriptor);
-    }
-    Q_DISABLE_COPY(FileDescriptor)
-
-    [[nodiscard]] bool IsOpen() const { return mDescriptor >= 0; }
-    [[nodiscard]] int Get() const { return mDescriptor; }
-
-private:
-    int mDescriptor;
-};
 
 bool WriteDirectly(const QString& path, const QByteArray& content)
 {
@@ -94,28 +67,21 @@ QByteArray TemporaryName(const QByteArray& path, int number)
     return path.left(folderSize) + '.' + name + suffix;
 }
 
-bool IsSameFile(const FileDescriptor& file, const QByteArray& path)
-{
-    struct stat opened;
-    struct stat named;
-    return fstat(file.Get(), &opened) == 0 && lstat(path.constData(), &named) == 0
-        && opened.st_dev == named.st_dev && opened.st_ino == named.st_ino;
-}
-
 // A saver holds the lock on its temporary file from its creation to its renaming or removal. So whoever gets
 // the lock, and finds the file still under its name, has it for himself. Where files cannot be locked, which
 // each file system says in its own way, nobody takes another's file for a leftover.
 bool Lock(const FileDescriptor& file, const QByteArray& path)
 {
     const bool taken = flock(file.Get(), LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK;
-    return !taken && IsSameFile(file, path);
+    return !taken && IsFileAt(path, file.Get());
 }
 
 // The temporary file that a killed saver has left, under its lock; not open if there is none, or one in use.
 FileDescriptor OpenLeftover(const QByteArray& path)
 {
     FileDescriptor file(open(path.constData(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
-    const bool isOurs = file.IsOpen() && flock(file.Get(), LOCK_EX | LOCK_NB) == 0 && IsSameFile(file, path);
+    const bool isOurs
+        = file.IsOpen() && flock(file.Get(), LOCK_EX | LOCK_NB) == 0 && IsFileAt(path, file.Get());
     return isOurs ? std::move(file) : FileDescriptor();
 }
 
@@ -154,9 +120,8 @@ public:
     {
         const char* at = content.constData();
         for (qsizetype left = content.size(); left > 0;) {
-            const ssize_t written = write(mFile.Get(), at, static_cast<size_t>(left));
-            if (written < 0 && errno == EINTR)
-                continue;
+            const ssize_t written
+                = RepeatWhenInterrupted([&] { return write(mFile.Get(), at, static_cast<size_t>(left)); });
             if (written <= 0)
                 return written < 0 ? errno : ENOSPC;
             at += written;

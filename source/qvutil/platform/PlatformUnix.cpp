@@ -4,6 +4,7 @@
 // What all Unix systems answer alike.
 
 #include "platform/Platform_p.h"
+#include "platform/UnixFile_p.h"
 
 #include <QDeadlineTimer>
 #include <QFile>
@@ -20,23 +21,6 @@
 
 namespace Quorvin::Util::Platform {
 namespace {
-
-template <typename Call> auto RepeatWhenInterrupted(Call call)
-{
-    auto result = call();
-    while (result == -1 && errno == EINTR)
-        result = call();
-    return result;
-}
-
-// Whether a path still leads to an open file: another process may have removed the file, or replaced it.
-bool IsFileAt(const QByteArray& path, int file)
-{
-    struct stat opened = {};
-    struct stat there = {};
-    return ::fstat(file, &opened) == 0 && ::stat(path.constData(), &there) == 0
-        && opened.st_dev == there.st_dev && opened.st_ino == there.st_ino;
-}
 
 // No system waits for such a lock for a limited time: it is asked now and then.
 bool WaitForLock(int file, const QDeadlineTimer& deadline)
@@ -86,15 +70,11 @@ int LockFile(const QString& path, MissingLockFile missing, int timeoutMs)
     const int flags = O_RDWR | O_CLOEXEC | O_NOFOLLOW | (missing == MissingLockFile::IsMade ? O_CREAT : 0);
     const QDeadlineTimer deadline(timeoutMs); // one for all files that stood there meanwhile
     for (;;) {
-        const int file = RepeatWhenInterrupted([&] { return ::open(name.constData(), flags, 0600); });
-        if (file == -1)
+        FileDescriptor file(RepeatWhenInterrupted([&] { return ::open(name.constData(), flags, 0600); }));
+        if (!file.IsOpen() || !WaitForLock(file.Get(), deadline))
             return -1;
-        const bool locked = WaitForLock(file, deadline);
-        if (locked && IsFileAt(name, file))
-            return file;
-        ::close(file);
-        if (!locked)
-            return -1;
+        if (IsFileAt(name, file.Get()))
+            return file.Release();
     }
 }
 

@@ -7,6 +7,7 @@
 #include <qvutil/messaging/MessageClient_p.h>
 #include <qvutil/messaging/MessageLink_p.h>
 #include <qvutil/platform/Platform_p.h>
+#include <qvutil/platform/UnixFile_p.h>
 
 #include <QFile>
 #include <QFileInfo>
@@ -35,12 +36,11 @@ Endpoint::Answer AskWhetherListening(const QByteArray& path)
     if (path.size() >= static_cast<qsizetype>(sizeof(address.sun_path)))
         return Endpoint::No;
     std::copy(path.begin(), path.end(), address.sun_path);
-    const int socket = ::socket(AF_UNIX, SOCK_DGRAM, 0);
-    if (socket == -1)
+    const Util::Platform::FileDescriptor socket(::socket(AF_UNIX, SOCK_DGRAM, 0));
+    if (!socket.IsOpen())
         return Endpoint::Forbidden;
-    const int result = ::connect(socket, reinterpret_cast<const sockaddr*>(&address), sizeof(address));
+    const int result = ::connect(socket.Get(), reinterpret_cast<const sockaddr*>(&address), sizeof(address));
     const int error = errno;
-    ::close(socket);
     if (result == -1 && (error == EACCES || error == EPERM))
         return Endpoint::Forbidden;
     return result == -1 && error == EPROTOTYPE ? Endpoint::Yes : Endpoint::No;

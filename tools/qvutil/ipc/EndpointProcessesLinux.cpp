@@ -3,6 +3,8 @@
 
 #include "ipc/EndpointProcesses.h"
 
+#include <qvutil/platform/UnixFile_p.h>
+
 #include <QByteArray>
 #include <QDir>
 #include <QFile>
@@ -110,18 +112,19 @@ std::optional<QList<SocketRow>> ListSockets()
     question.Request.udiag_states = (1U << kConnected) | (1U << kListening);
     question.Request.udiag_show = UDIAG_SHOW_VFS | UDIAG_SHOW_PEER | UDIAG_SHOW_RQLEN;
 
-    const int socket = ::socket(AF_NETLINK, SOCK_RAW | SOCK_CLOEXEC, NETLINK_SOCK_DIAG);
-    if (socket == -1)
+    const Util::Platform::FileDescriptor socket(
+        ::socket(AF_NETLINK, SOCK_RAW | SOCK_CLOEXEC, NETLINK_SOCK_DIAG));
+    if (!socket.IsOpen())
         return std::nullopt;
     QList<SocketRow> rows;
-    auto progress = ::send(socket, &question, sizeof(question), 0) == sizeof(question) ? Progress::More
-                                                                                       : Progress::Failed;
+    auto progress = ::send(socket.Get(), &question, sizeof(question), 0) == sizeof(question)
+        ? Progress::More
+        : Progress::Failed;
     QByteArray buffer(64 * 1024, Qt::Uninitialized);
     while (progress == Progress::More) {
-        const ssize_t count = ::recv(socket, buffer.data(), static_cast<size_t>(buffer.size()), 0);
+        const ssize_t count = ::recv(socket.Get(), buffer.data(), static_cast<size_t>(buffer.size()), 0);
         progress = count > 0 ? ReadRows(QByteArrayView(buffer).first(count), rows) : Progress::Failed;
     }
-    ::close(socket);
     return progress == Progress::Done ? std::optional(rows) : std::nullopt;
 }
 
