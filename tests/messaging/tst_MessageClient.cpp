@@ -905,10 +905,7 @@ void tst_MessageClient::Thread_holdsSent()
     QVERIFY(server.IsListening());
     MessageClient client; // only tells what is to be sent
     MessageClientThread thread(server.Name(), kReadWrite, &client);
-    const auto stop = qScopeGuard([&thread] {
-        thread.exit(0);
-        thread.WaitUntilDone();
-    });
+    const auto stop = qScopeGuard([&thread] { thread.Stop(); });
     QStringList order;
     connect(&thread, &MessageClientThread::MessageSent, &thread,
             [&order](const MessageInfo& message) { order.append(u"sent "_s + message.Id); });

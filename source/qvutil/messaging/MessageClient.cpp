@@ -89,11 +89,7 @@ void MessageClient::DisconnectFromServer()
 {
     if (mThread == nullptr)
         return;
-    if (mThread->isRunning()) {
-        mThread->requestInterruption(); // a peer may be writing on and on
-        mThread->exit(0);
-        mThread->WaitUntilDone();
-    }
+    mThread->Stop();
     const QMutexLocker locker(&mThreadLock);
     // Also from within a slot that a signal of this thread object has called: Qt provides for that.
     delete std::exchange(mThread, nullptr);
@@ -234,25 +230,11 @@ MessageClientThread::MessageClientThread(const QString& serverName, QIODeviceBas
     : mClient(client)
     , mServerName(serverName)
     , mMode(mode)
-{
-    setStackSize(kThreadStackSize);
-}
+{ }
 
 bool MessageClientThread::IsConnected() const
 {
     return mSocketConnected.load(std::memory_order_acquire);
-}
-
-void MessageClientThread::run()
-{
-    RunWorker();
-    mDone.store(true, std::memory_order_release);
-}
-
-void MessageClientThread::WaitUntilDone()
-{
-    wait();
-    static_cast<void>(mDone.load(std::memory_order_acquire));
 }
 
 void MessageClientThread::HoldSent(bool held)

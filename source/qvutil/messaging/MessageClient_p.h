@@ -5,6 +5,7 @@
 #define QVUTIL_MESSAGECLIENT_P_H
 
 #include "IPC.h"
+#include "messaging/WorkerThread_p.h"
 
 #include <QEventLoop>
 #include <QList>
@@ -12,7 +13,6 @@
 #include <QObject>
 #include <QPointer>
 #include <QRecursiveMutex>
-#include <QThread>
 #include <QTimer>
 #include <QtNetwork/QLocalSocket>
 
@@ -109,9 +109,8 @@ private:
     mutable QRecursiveMutex mThreadLock; // guards the way through mThread to the state of the socket
 };
 
-/// The thread of a client. The object itself belongs to the owner's thread, so that what the worker signals
-/// to it is queued there. The worker lives in run(), which nobody else can look into.
-class MessageClientThread final : public QThread
+/// The thread of a client.
+class MessageClientThread final : public Internal::WorkerThread
 {
     Q_OBJECT
 public:
@@ -120,12 +119,9 @@ public:
 
     /// Any thread. \return whether the worker's socket is connected
     [[nodiscard]] bool IsConnected() const;
-    void run() override;
     /// The owner's thread. While held, what was sent is announced before the next message that arrives, or
     /// when it is no longer held.
     void HoldSent(bool held);
-    /// Waits for the end of run(); what the thread has done happened before it returns.
-    void WaitUntilDone();
 
 Q_SIGNALS:
     void Connected();
@@ -138,7 +134,7 @@ protected:
     void customEvent(QEvent* event) override;
 
 private:
-    void RunWorker();
+    void RunWorker() override;
     void AddSent(const MessageInfo& message);
     void AnnounceSent();
 
@@ -148,8 +144,6 @@ private:
     QList<MessageInfo> mSent;
     bool mSentIsQueued = false; // an event for the owner's thread is under way
     bool mSentIsHeld = false;
-    // Set when the worker is gone. wait() alone would do; a race detector does not see into it.
-    std::atomic<bool> mDone = false;
     MessageClient* mClient;
     QString mServerName;
     QIODeviceBase::OpenMode mMode;

@@ -73,9 +73,6 @@ void ReadOn(ByteSource& source, QByteArray& bytes);
 /// of its size can be.
 [[nodiscard]] bool CanWriteWhole(const QLocalSocket& socket, qsizetype size);
 
-/// The thread of a server or client needs stack enough for documents nested as deep as they may be.
-inline constexpr unsigned int kThreadStackSize = 8 * 1024 * 1024;
-
 /// Writes messages to a socket, whole and in order.
 class MessageWriter final : public QObject
 {

@@ -40,11 +40,7 @@ bool MessageServer::Start(const QString& name)
 bool MessageServer::Stop()
 {
     if (mThread != nullptr) {
-        if (mThread->isRunning()) {
-            mThread->requestInterruption(); // a peer may be writing on and on
-            mThread->exit(0);
-            mThread->WaitUntilDone();
-        }
+        mThread->Stop();
         // Also from within a slot that a signal of this thread object has called: Qt provides for that.
         delete std::exchange(mThread, nullptr);
     }
@@ -125,21 +121,7 @@ void MessageServer::DisconnectedSlot(QLocalSocket* socket)
 MessageServerThread::MessageServerThread(const QString& serverName, MessageServer* server)
     : mServer(server)
     , mServerName(serverName)
-{
-    setStackSize(kThreadStackSize);
-}
-
-void MessageServerThread::run()
-{
-    RunWorker();
-    mDone.store(true, std::memory_order_release);
-}
-
-void MessageServerThread::WaitUntilDone()
-{
-    wait();
-    static_cast<void>(mDone.load(std::memory_order_acquire));
-}
+{ }
 
 void MessageServerThread::RunWorker()
 {

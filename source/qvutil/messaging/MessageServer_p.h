@@ -5,15 +5,14 @@
 #define QVUTIL_MESSAGESERVER_P_H
 
 #include "IPC.h"
+#include "messaging/WorkerThread_p.h"
 
 #include <QList>
 #include <QObject>
 #include <QPointer>
-#include <QThread>
 #include <QtNetwork/QLocalServer>
 #include <QtNetwork/QLocalSocket>
 
-#include <atomic>
 #include <memory>
 
 namespace Quorvin::Util {
@@ -78,18 +77,13 @@ private:
     int mConnectionCount = 0;
 };
 
-/// The thread of a server. The object itself belongs to the owner's thread, so that what the worker signals
-/// to it is queued there. The worker lives in run(), which nobody else can look into.
-class MessageServerThread final : public QThread
+/// The thread of a server.
+class MessageServerThread final : public Internal::WorkerThread
 {
     Q_OBJECT
 public:
     MessageServerThread(const QString& serverName, MessageServer* server);
     Q_DISABLE_COPY_MOVE(MessageServerThread)
-
-    void run() override;
-    /// Waits for the end of run(); what the thread has done happened before it returns.
-    void WaitUntilDone();
 
 Q_SIGNALS:
     void MessageReceived(const MessageInfo& msg);
@@ -97,10 +91,8 @@ Q_SIGNALS:
     void Disconnected(QLocalSocket* socket);
 
 private:
-    void RunWorker();
+    void RunWorker() override;
 
-    // Set when the worker is gone. wait() alone would do; a race detector does not see into it.
-    std::atomic<bool> mDone = false;
     MessageServer* mServer;
     QString mServerName;
 };

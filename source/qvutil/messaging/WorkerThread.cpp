@@ -1,0 +1,35 @@
+// SPDX-FileCopyrightText: 2026 The QvUtil developers
+// SPDX-License-Identifier: MIT
+
+#include "messaging/WorkerThread_p.h"
+
+namespace Quorvin::Util::Internal {
+namespace {
+
+// Enough for documents nested as deep as they may be.
+constexpr unsigned int kStackSize = 8 * 1024 * 1024;
+
+} // namespace
+
+WorkerThread::WorkerThread()
+{
+    setStackSize(kStackSize);
+}
+
+void WorkerThread::Stop()
+{
+    if (!isRunning())
+        return;
+    requestInterruption();
+    exit(0);
+    wait();
+    static_cast<void>(mDone.load(std::memory_order_acquire));
+}
+
+void WorkerThread::run()
+{
+    RunWorker();
+    mDone.store(true, std::memory_order_release);
+}
+
+} // namespace Quorvin::Util::Internal
