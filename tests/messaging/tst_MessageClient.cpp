@@ -114,7 +114,7 @@ private Q_SLOTS:
     void Slot_opensEventLoop();
     void Slot_opensEventLoopUntilDeleted();
 
-    void Thread_holdsSent();
+    void Thread_pausesSentNotifications();
     void Worker();
     void Worker_withoutTimer();
     void Worker_staysDisconnected();
@@ -899,7 +899,7 @@ void tst_MessageClient::Slot_opensEventLoopUntilDeleted()
 }
 
 // What was sent is announced in order, before what has arrived since, and each once.
-void tst_MessageClient::Thread_holdsSent()
+void tst_MessageClient::Thread_pausesSentNotifications()
 {
     RawServer server(UniqueName());
     QVERIFY(server.IsListening());
@@ -921,7 +921,7 @@ void tst_MessageClient::Thread_holdsSent()
     QVERIFY(server.Client() != nullptr);
     QLocalSocket& other = *server.Client();
 
-    thread.HoldSent(true);
+    thread.PauseSentNotifications();
     send(u"1"_s);
     send(u"2"_s);
     QCOMPARE(ReadMessages(other, 2).size(), 2);
@@ -930,10 +930,10 @@ void tst_MessageClient::Thread_holdsSent()
     QStringList expected{u"sent 1"_s, u"sent 2"_s, u"received a"_s};
     EVENTUALLY_EQUAL(order, expected);
 
-    send(u"3"_s); // still held
+    send(u"3"_s); // still paused
     QCOMPARE(ReadMessages(other, 1).size(), 1);
     QCOMPARE(order, expected);
-    thread.HoldSent(false);
+    thread.ResumeSentNotifications();
     expected.append(u"sent 3"_s);
     EVENTUALLY_EQUAL(order, expected);
 

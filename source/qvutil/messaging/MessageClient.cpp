@@ -24,6 +24,28 @@ constexpr int kResponseTimeoutMs = 30000;
 constexpr int kExitSuccess = 0;
 constexpr int kExitTimeout = 1;
 
+// Nobody is told what was sent for as long as it lives, to save waking up the owner's thread. The thread
+// object may be deleted before.
+class SentNotificationsPause
+{
+public:
+    explicit SentNotificationsPause(MessageClientThread* thread)
+        : mThread(thread)
+    {
+        if (!mThread.isNull()) // there is none after DisconnectFromServer
+            mThread->PauseSentNotifications();
+    }
+    ~SentNotificationsPause()
+    {
+        if (!mThread.isNull())
+            mThread->ResumeSentNotifications();
+    }
+    Q_DISABLE_COPY_MOVE(SentNotificationsPause)
+
+private:
+    QPointer<MessageClientThread> mThread;
+};
+
 } // namespace
 
 // MessageClient
@@ -31,15 +53,15 @@ constexpr int kExitTimeout = 1;
 MessageClient::MessageClient()
 {
     RegisterMessageInfo();
-    mWaitTimer.setSingleShot(true);
-    mWaitTimer.setTimerType(Qt::PreciseTimer); // a coarse one may end a wait 5 % too early
-    connect(&mWaitTimer, &QTimer::timeout, this, &MessageClient::EventLoopTimeout);
+    mWait.Timer.setSingleShot(true);
+    mWait.Timer.setTimerType(Qt::PreciseTimer); // a coarse one may end a wait 5 % too early
+    connect(&mWait.Timer, &QTimer::timeout, this, &MessageClient::EventLoopTimeout);
 }
 
 MessageClient::~MessageClient()
 {
     DisconnectFromServer();
-    mEventLoop->exit(kExitTimeout); // a slot that the loop runs may have deleted the client
+    mWait.Loop->exit(kExitTimeout); // a slot that the loop runs may have deleted the client
 }
 
 bool MessageClient::ConnectToServer(const QString& name)
@@ -77,7 +99,7 @@ bool MessageClient::IsSocketConnected() const
 bool MessageClient::WaitForConnection(int timeoutMs)
 {
     if (!IsConnected())
-        return !mWaiting && Wait(timeoutMs);
+        return !IsWaiting() && WaitFor(Wait::Goal::Connection, timeoutMs);
     // The news of the connection may still be queued, and would end the wait for the answer to a first
     // request.
     if (!mConnected)
@@ -117,15 +139,10 @@ bool MessageClient::SendMessage(const MessageInfo& message, bool waitForSent)
         return true;
     }
     const QPointer<MessageClient> self(this);
-    HoldSent(false); // a slot may send beside a request
+    if (mThread != nullptr)
+        mThread->ResumeSentNotifications(); // a slot may send beside a request
     Q_EMIT NewOutgoingMessage(message);
-    if (self.isNull() || mWaiting)
-        return false;
-    mAwaitingSend = true;
-    const bool sent = Wait(kSendTimeoutMs);
-    if (!self.isNull())
-        mAwaitingSend = false;
-    return sent;
+    return !self.isNull() && !IsWaiting() && WaitFor(Wait::Goal::Sent, kSendTimeoutMs);
 }
 
 bool MessageClient::SendMessageAndGetResponse(const QString& id, const QVariantMap& params,
@@ -136,25 +153,20 @@ bool MessageClient::SendMessageAndGetResponse(const QString& id, const QVariantM
     request.Id = id;
     request.Params = params;
     response.clear();
-    if (!IsConnected() || mAwaitingResponse)
+    if (!IsConnected() || mWait.For == Wait::Goal::Answer)
         return false;
     request.UniqueId = QUuid::createUuid();
     request.NeedResponse = true;
-    mAwaitingResponse = true;
-    mResponse.clear();
-    mPendingRequest = request;
 
     const QPointer<MessageClient> self(this);
-    HoldSent(true); // nobody waits for that now
-    const bool answered = SendMessage(request, false) && !self.isNull() && !mWaiting
-        && Wait(timeoutMs < 0 ? kResponseTimeoutMs : timeoutMs);
-    if (self.isNull())
+    const SentNotificationsPause pause(mThread); // nobody waits for them now
+    if (!SendMessage(request, false) || self.isNull() || IsWaiting())
         return false;
-    HoldSent(false);
-    mAwaitingResponse = false;
-    mPendingRequest.Clear();
-    response = std::exchange(mResponse, {});
-    return answered;
+    mWait.Request = request.UniqueId;
+    const bool answered = WaitFor(Wait::Goal::Answer, timeoutMs < 0 ? kResponseTimeoutMs : timeoutMs);
+    if (!self.isNull())
+        response = std::exchange(mWait.Answer, {});
+    return answered && !self.isNull();
 }
 
 QString MessageClient::GetName() const
@@ -162,32 +174,26 @@ QString MessageClient::GetName() const
     return mServerName;
 }
 
-void MessageClient::HoldSent(bool held)
-{
-    if (mThread != nullptr)
-        mThread->HoldSent(held);
-}
-
 // Ends with the next exit of the event loop; the client may be gone then.
-bool MessageClient::Wait(int timeoutMs)
+bool MessageClient::WaitFor(Wait::Goal goal, int timeoutMs)
 {
     const QPointer<MessageClient> self(this);
-    const std::shared_ptr<QEventLoop> loop = mEventLoop;
+    const std::shared_ptr<QEventLoop> loop = mWait.Loop;
     if (timeoutMs < 0)
-        mWaitTimer.stop();
+        mWait.Timer.stop();
     else
-        mWaitTimer.start(timeoutMs);
-    mWaiting = true;
+        mWait.Timer.start(timeoutMs);
+    mWait.For = goal;
     const int result = loop->exec(QEventLoop::ExcludeUserInputEvents);
     if (!self.isNull())
-        mWaiting = false;
+        mWait.For = Wait::Goal::None;
     return result == kExitSuccess;
 }
 
 void MessageClient::ConnectedSlot()
 {
     mConnected = true;
-    mEventLoop->exit(kExitSuccess);
+    mWait.Loop->exit(kExitSuccess);
     Q_EMIT Connected(mServerName);
 }
 
@@ -203,24 +209,22 @@ void MessageClient::MessageReceivedSlot(const MessageInfo& msg)
         Q_EMIT MessageReceived(msg.Id, msg.Params);
         return;
     }
-    if (mAwaitingResponse && msg.OriginalMessageUniqueId == mPendingRequest.UniqueId) {
-        mWaitTimer.stop();
-        mResponse = msg.Params;
-        mEventLoop->exit(kExitSuccess);
+    if (mWait.For == Wait::Goal::Answer && msg.OriginalMessageUniqueId == mWait.Request) {
+        mWait.Timer.stop();
+        mWait.Answer = msg.Params;
+        mWait.Loop->exit(kExitSuccess);
     }
 }
 
 void MessageClient::MessageSentSlot(const MessageInfo& /*msg*/)
 {
-    if (mAwaitingSend) {
-        mAwaitingSend = false;
-        mEventLoop->exit(kExitSuccess);
-    }
+    if (mWait.For == Wait::Goal::Sent)
+        mWait.Loop->exit(kExitSuccess);
 }
 
 void MessageClient::EventLoopTimeout()
 {
-    mEventLoop->exit(kExitTimeout);
+    mWait.Loop->exit(kExitTimeout);
 }
 
 // MessageClientThread
@@ -237,38 +241,43 @@ bool MessageClientThread::IsConnected() const
     return mSocketConnected.load(std::memory_order_acquire);
 }
 
-void MessageClientThread::HoldSent(bool held)
+void MessageClientThread::PauseSentNotifications()
+{
+    const QMutexLocker locker(&mSentLock);
+    mIsSentPaused = true;
+}
+
+void MessageClientThread::ResumeSentNotifications()
 {
     {
         const QMutexLocker locker(&mSentLock);
-        mSentIsHeld = held;
+        mIsSentPaused = false;
     }
-    if (!held)
-        AnnounceSent();
+    FlushSentNotifications();
 }
 
-void MessageClientThread::AddSent(const MessageInfo& message)
+void MessageClientThread::QueueSentNotification(const MessageInfo& message)
 {
     const QMutexLocker locker(&mSentLock);
     mSent.append(message);
-    if (mSentIsHeld || mSentIsQueued)
+    if (mIsSentPaused || mIsFlushPosted)
         return;
-    mSentIsQueued = true;
+    mIsFlushPosted = true;
     QCoreApplication::postEvent(this, new QEvent(QEvent::User));
 }
 
 void MessageClientThread::customEvent(QEvent* /*event*/)
 {
-    AnnounceSent();
+    FlushSentNotifications();
 }
 
-void MessageClientThread::AnnounceSent()
+void MessageClientThread::FlushSentNotifications()
 {
     QList<MessageInfo> sent;
     {
         const QMutexLocker locker(&mSentLock);
         sent.swap(mSent);
-        mSentIsQueued = false;
+        mIsFlushPosted = false;
     }
     for (const MessageInfo& message : std::as_const(sent))
         Q_EMIT MessageSent(message);
@@ -285,11 +294,11 @@ void MessageClientThread::RunWorker()
     connect(&worker, &MessageClientWorker::Disconnected, &worker,
             [this] { mSocketConnected.store(false, std::memory_order_release); });
     connect(&worker, &MessageClientWorker::MessageReceived, this, [this](const MessageInfo& message) {
-        AnnounceSent();
+        FlushSentNotifications();
         Q_EMIT MessageReceived(message);
     });
     connect(&worker, &MessageClientWorker::MessageSent, &worker,
-            [this](const MessageInfo& message) { AddSent(message); });
+            [this](const MessageInfo& message) { QueueSentNotification(message); });
     worker.ConnectAndListen();
     exec();
     mSocketConnected.store(false, std::memory_order_release);

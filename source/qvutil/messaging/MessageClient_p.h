@@ -89,23 +89,27 @@ public Q_SLOTS:
     void EventLoopTimeout();
 
 private:
+    // The one wait that may be running: what for, and what ends it.
+    struct Wait
+    {
+        enum class Goal { None, Connection, Sent, Answer };
+
+        Goal For = Goal::None; // from the beginning of the wait until it returns
+        QUuid Request; // whose answer is awaited
+        QVariantMap Answer;
+        QTimer Timer;
+        // Shared with the function that runs it, which may outlive the client.
+        std::shared_ptr<QEventLoop> Loop = std::make_shared<QEventLoop>();
+    };
+
     [[nodiscard]] bool IsSocketConnected() const;
-    void HoldSent(bool held);
-    bool Wait(int timeoutMs);
+    [[nodiscard]] bool IsWaiting() const { return mWait.For != Wait::Goal::None; }
+    bool WaitFor(Wait::Goal goal, int timeoutMs);
 
     QString mServerName;
     MessageClientThread* mThread = nullptr;
     bool mConnected = false;
-    bool mAwaitingResponse = false;
-    MessageInfo mPendingRequest;
-    QVariantMap mResponse;
-    // Shared with the wait that runs it, which may outlive the client.
-    std::shared_ptr<QEventLoop> mEventLoop = std::make_shared<QEventLoop>();
-    QTimer mWaitTimer;
-    bool mAwaitingSend = false;
-    // From the beginning of a wait until it returns. The loop itself calls itself ended earlier: with exit(),
-    // be there still slots to call that might want to wait.
-    bool mWaiting = false;
+    Wait mWait;
     mutable QRecursiveMutex mThreadLock; // guards the way through mThread to the state of the socket
 };
 
@@ -119,9 +123,10 @@ public:
 
     /// Any thread. \return whether the worker's socket is connected
     [[nodiscard]] bool IsConnected() const;
-    /// The owner's thread. While held, what was sent is announced before the next message that arrives, or
-    /// when it is no longer held.
-    void HoldSent(bool held);
+    /// The owner's thread. While paused, what was sent is announced before the next message that arrives, or
+    /// when the pause ends.
+    void PauseSentNotifications();
+    void ResumeSentNotifications();
 
 Q_SIGNALS:
     void Connected();
@@ -135,15 +140,15 @@ protected:
 
 private:
     void RunWorker() override;
-    void AddSent(const MessageInfo& message);
-    void AnnounceSent();
+    void QueueSentNotification(const MessageInfo& message);
+    void FlushSentNotifications();
 
     // What was sent and is not yet announced. Many messages are announced at once, if the owner's thread does
     // not look at them meanwhile: to wake it up for each costs more than to send one.
     QMutex mSentLock; // guards the next three
     QList<MessageInfo> mSent;
-    bool mSentIsQueued = false; // an event for the owner's thread is under way
-    bool mSentIsHeld = false;
+    bool mIsFlushPosted = false; // an event for the owner's thread is under way
+    bool mIsSentPaused = false;
     MessageClient* mClient;
     QString mServerName;
     QIODeviceBase::OpenMode mMode;

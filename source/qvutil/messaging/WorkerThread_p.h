@@ -12,9 +12,9 @@
 
 namespace Quorvin::Util::Internal {
 
-/// The thread in which a server or client serves its sockets. The object itself belongs to the owner's thread,
-/// so that what the worker signals to it is queued there. The worker lives in RunWorker, which nobody else can
-/// look into.
+/// The thread in which a server or client serves its sockets. The object itself belongs to the owner's
+/// thread, so that what the worker signals to it is queued there. The worker lives in RunWorker, which nobody
+/// else can look into.
 class WorkerThread : public QThread
 {
 public:
