@@ -27,6 +27,7 @@
 
 using namespace Qt::StringLiterals;
 using namespace Quorvin::Util;
+using namespace Quorvin::Util::Internal;
 
 void AnnounceReady()
 {
@@ -228,8 +229,8 @@ MessageInfo Codec_QvUtil(const MessageInfo& message)
 MessageInfo Codec_XmlFiler(const MessageInfo& message)
 {
     MessageInfo result;
-    const QByteArray bytes = WriteMessageByFiler(message).toUtf8();
-    static_cast<void>(ReadMessageByFiler(QString::fromUtf8(bytes), result));
+    const QByteArray bytes = EncodeMessageByDom(message).toUtf8();
+    static_cast<void>(DecodeMessageByDom(QString::fromUtf8(bytes), result));
     return result;
 }
 

@@ -8,7 +8,7 @@
 
 #include "IPCManager.h"
 #include "messaging/MessageCodec_p.h"
-#include "messaging/MessageLink_p.h"
+#include "messaging/MessageSocket_p.h"
 #include "platform/Platform_p.h"
 
 #include <QCommandLineParser>
@@ -31,6 +31,7 @@
 
 using namespace Qt::StringLiterals;
 using namespace Quorvin::Util;
+using namespace Quorvin::Util::Internal;
 
 namespace {
 
@@ -206,7 +207,7 @@ qsizetype LargestWhole(int limit)
     std::array<int, 2> ends = {};
     if (::socketpair(AF_UNIX, SOCK_STREAM, 0, ends.data()) != 0)
         return 0;
-    const qsizetype size = Platform::EnlargeSendBuffer(ends[0], std::min(kWantedSendBuffer, limit));
+    const qsizetype size = Platform::EnlargeSendBuffer(ends[0], std::min(kRequestedSendBuffer, limit));
     ::close(ends[0]);
     ::close(ends[1]);
     return size;

@@ -29,7 +29,7 @@
 
 #include "IPCManager.h"
 #include "messaging/MessageClient_p.h"
-#include "messaging/MessageLink_p.h"
+#include "messaging/MessageSocket_p.h"
 #include "messaging/MessageServer_p.h"
 
 #include <QCoreApplication>
@@ -44,6 +44,7 @@
 
 using namespace Qt::StringLiterals;
 using namespace Quorvin::Util;
+using namespace Quorvin::Util::Internal;
 
 namespace {
 

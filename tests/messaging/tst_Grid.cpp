@@ -23,6 +23,7 @@
 
 using namespace Qt::StringLiterals;
 using namespace Quorvin::Util;
+using namespace Quorvin::Util::Internal;
 using namespace GridSupport;
 using namespace MessagingSupport;
 

@@ -2,7 +2,7 @@
 // SPDX-License-Identifier: MIT
 
 #include "messaging/MessageClient_p.h"
-#include "messaging/MessageLink_p.h"
+#include "messaging/MessageSocket_p.h"
 #include "support/MessagingSupport.h"
 #include "support/TestSupport.h"
 
@@ -18,6 +18,7 @@
 
 using namespace Qt::StringLiterals;
 using namespace Quorvin::Util;
+using namespace Quorvin::Util::Internal;
 using namespace MessagingSupport;
 
 namespace {

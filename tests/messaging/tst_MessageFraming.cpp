@@ -3,6 +3,7 @@
 
 #include "IPC.h"
 #include "messaging/MessageCodec_p.h"
+#include "messaging/MessageFastCodec_p.h"
 #include "support/TestSupport.h"
 
 #include <QRandomGenerator>
@@ -14,6 +15,7 @@
 
 using namespace Qt::StringLiterals;
 using namespace Quorvin::Util;
+using namespace Quorvin::Util::Internal;
 
 namespace {
 
@@ -68,7 +70,7 @@ QStringList Descriptions(const QList<MessageInfo>& messages)
 std::optional<MessageInfo> ReadByFiler(const QString& document)
 {
     MessageInfo message;
-    return ReadMessageByFiler(document, message) ? std::optional(message) : std::nullopt;
+    return DecodeMessageByDom(document, message) ? std::optional(message) : std::nullopt;
 }
 
 // Random values with everything in them that has a written form of its own.
@@ -340,7 +342,7 @@ void tst_MessageFraming::EncodeMessage_document()
           " OriginalMessageUniqueId='{fedcba98-7654-3210-fedc-ba9876543210}' NeedResponse='True'"
           " IsResponse='False'><Params><Param Name='a' Type='Int' Value='1'/></Params></Message>"_s;
     QCOMPARE(TestSupport::XmlMeaning(EncodeMessage(message)), TestSupport::XmlMeaning(expected));
-    QCOMPARE(TestSupport::XmlMeaning(WriteMessageByFiler(message)), TestSupport::XmlMeaning(expected));
+    QCOMPARE(TestSupport::XmlMeaning(EncodeMessageByDom(message)), TestSupport::XmlMeaning(expected));
 }
 
 void tst_MessageFraming::EncodeMessage_emptyMessage()
@@ -403,7 +405,7 @@ void tst_MessageFraming::EncodeMessage_unwritableCharacters()
     const QString document = EncodeMessage(message);
     QCOMPARE(TestSupport::LogGuard::Messages().size(), 1);
     QVERIFY(TestSupport::LogGuard::Messages().constFirst().contains(u"XML cannot hold"_s));
-    QCOMPARE(document.size(), WriteMessageByFiler(message).size());
+    QCOMPARE(document.size(), EncodeMessageByDom(message).size());
     QList<MessageInfo> messages;
     QVERIFY(!Quorvin::Util::DecodeMessage(document, messages)); // the receiver drops it
 }
@@ -616,15 +618,15 @@ void tst_MessageFraming::Direct_takesOneByOne()
 
     QByteArrayView rest = bytes;
     MessageInfo message;
-    QVERIFY(TakeMessageDirectly(rest, message));
+    QVERIFY(TakeMessageFast(rest, message));
     QCOMPARE(Description(message), Description(first));
     QCOMPARE(rest.toByteArray(), document);
     message.Clear();
-    QVERIFY(TakeMessageDirectly(rest, message));
+    QVERIFY(TakeMessageFast(rest, message));
     QCOMPARE(Description(message), Description(second));
     QVERIFY(rest.isEmpty());
-    QVERIFY(!TakeMessageDirectly(rest, message));
-    QVERIFY(!ReadMessageDirectly(bytes)); // not a single one
+    QVERIFY(!TakeMessageFast(rest, message));
+    QVERIFY(!DecodeMessageFast(bytes)); // not a single one
 }
 
 // A document goes on until the next one begins, so that this is none.
@@ -636,7 +638,7 @@ void tst_MessageFraming::Direct_takesNoneBeforeNoise()
         const QByteArray bytes = document + noise + document;
         QByteArrayView rest = bytes;
         MessageInfo message;
-        QVERIFY(!TakeMessageDirectly(rest, message));
+        QVERIFY(!TakeMessageFast(rest, message));
         QCOMPARE(rest.toByteArray(), bytes);
         QList<MessageInfo> messages;
         QVERIFY(Quorvin::Util::DecodeMessage(bytes, messages));
@@ -673,11 +675,11 @@ void tst_MessageFraming::Direct_readsItsOwn()
     QFETCH(const QVariant, value);
 
     MessageInfo message{u"N"_s, SomeId(), true, true, OtherId(), {{u"k"_s, value}, {QString(), value}}};
-    const std::optional<QByteArray> bytes = WriteMessageDirectly(message);
+    const std::optional<QByteArray> bytes = EncodeMessageFast(message);
     QVERIFY(bytes);
     const QString document = QString::fromUtf8(*bytes);
-    QCOMPARE(TestSupport::XmlMeaning(document), TestSupport::XmlMeaning(WriteMessageByFiler(message)));
-    const std::optional<MessageInfo> direct = ReadMessageDirectly(*bytes);
+    QCOMPARE(TestSupport::XmlMeaning(document), TestSupport::XmlMeaning(EncodeMessageByDom(message)));
+    const std::optional<MessageInfo> direct = DecodeMessageFast(*bytes);
     QVERIFY(direct);
     QCOMPARE(Description(direct), Description(ReadByFiler(document)));
 }
@@ -740,14 +742,14 @@ void tst_MessageFraming::Direct_leavesToFiler()
         u"N"_s, SomeId(),  true,
         false,  OtherId(), {{u"key"_s, 1}, {u"text"_s, u"text"_s}, {u"x"_s, QByteArray("\0\xff", 2)}}};
     QString document = EncodeMessage(message);
-    QVERIFY(ReadMessageDirectly(document));
+    QVERIFY(DecodeMessageFast(document));
     const qsizetype at = document.indexOf(before);
     QVERIFY(at >= 0);
     document.replace(at, before.size(), after);
     if (before == u"Message"_s)
         document.replace(u"</Message"_s, u"</Massage"_s);
 
-    QVERIFY(!ReadMessageDirectly(document));
+    QVERIFY(!DecodeMessageFast(document));
     QList<MessageInfo> messages;
     Quorvin::Util::DecodeMessage(document, messages);
     const std::optional<MessageInfo> expected = ReadByFiler(document);
@@ -762,11 +764,11 @@ void tst_MessageFraming::Direct_writesSameDocuments()
     corpus.mBadTexts = false;
     for (int i = 0; i < 3000; ++i) {
         const MessageInfo message = corpus.Message();
-        const std::optional<QByteArray> bytes = WriteMessageDirectly(message);
+        const std::optional<QByteArray> bytes = EncodeMessageFast(message);
         QVERIFY(bytes);
         QVERIFY(bytes->isValidUtf8());
         const QString document = QString::fromUtf8(*bytes);
-        const QString byFiler = WriteMessageByFiler(message);
+        const QString byFiler = EncodeMessageByDom(message);
         QCOMPARE(document.size(), byFiler.size()); // the same but for the order of attributes
         QCOMPARE(TestSupport::XmlMeaning(document), TestSupport::XmlMeaning(byFiler));
         QCOMPARE(EncodeMessage(message), document);
@@ -781,8 +783,8 @@ void tst_MessageFraming::Direct_readsSameMessages()
     for (int i = 0; i < 3000; ++i) {
         const MessageInfo message = corpus.Message();
         // Written by the other way, with its order of attributes.
-        for (const QString& document : {EncodeMessage(message), WriteMessageByFiler(message)}) {
-            const std::optional<MessageInfo> read = ReadMessageDirectly(document);
+        for (const QString& document : {EncodeMessage(message), EncodeMessageByDom(message)}) {
+            const std::optional<MessageInfo> read = DecodeMessageFast(document);
             direct += read ? 1 : 0;
             if (read)
                 QCOMPARE(Description(read), Description(ReadByFiler(document)));
@@ -797,7 +799,7 @@ void tst_MessageFraming::Direct_readsSameFromMutated()
     int direct = 0;
     for (int i = 0; i < 20000; ++i) {
         const QString document = corpus.Mutated(EncodeMessage(corpus.Message()));
-        const std::optional<MessageInfo> read = ReadMessageDirectly(document);
+        const std::optional<MessageInfo> read = DecodeMessageFast(document);
         if (!read)
             continue;
         ++direct;
@@ -818,15 +820,15 @@ void tst_MessageFraming::Direct_readsSameFromMutatedBytes()
             bytes += corpus.MutatedBytes(EncodeMessageAsBytes(corpus.Message()));
         const QString text = QString::fromUtf8(bytes);
         QList<MessageInfo> expected;
-        ForEachPiece(QStringView(text), kDocumentStart, [&expected](QStringView piece) {
-            const QString start = piece.startsWith(kDocumentStart) ? QString() : kDocumentStart.toString();
+        ForEachPiece(QStringView(text), kFrameStart, [&expected](QStringView piece) {
+            const QString start = piece.startsWith(kFrameStart) ? QString() : kFrameStart.toString();
             if (const std::optional<MessageInfo> message = ReadByFiler(start + piece.toString()))
                 expected.append(*message);
         });
         QList<MessageInfo> read;
         QCOMPARE(Quorvin::Util::DecodeMessage(bytes, read), !expected.isEmpty());
         QCOMPARE(Descriptions(read), Descriptions(expected));
-        direct += ReadMessageDirectly(bytes) ? 1 : 0;
+        direct += DecodeMessageFast(bytes) ? 1 : 0;
     }
     QVERIFY2(direct > 200, qPrintable(QString::number(direct)));
 }

@@ -1,8 +1,8 @@
 // SPDX-FileCopyrightText: 2026 The QvUtil developers
 // SPDX-License-Identifier: MIT
 
-#include "messaging/MessageLink_p.h"
 #include "messaging/MessageServer_p.h"
+#include "messaging/MessageSocket_p.h"
 #include "support/LinkedServer.h"
 #include "support/MessagingSupport.h"
 #include "support/TestSupport.h"
@@ -24,6 +24,7 @@
 
 using namespace Qt::StringLiterals;
 using namespace Quorvin::Util;
+using namespace Quorvin::Util::Internal;
 using namespace MessagingSupport;
 
 namespace {

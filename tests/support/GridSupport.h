@@ -4,6 +4,7 @@
 #ifndef QVUTIL_GRIDSUPPORT_H
 #define QVUTIL_GRIDSUPPORT_H
 
+#include "IPCManager.h"
 #include "messaging/GridRegistry_p.h"
 
 #include <QByteArray>
@@ -17,7 +18,7 @@
 /// What the tests of grids share.
 namespace GridSupport {
 
-using Quorvin::Util::kRegistrySize;
+using Quorvin::Util::Internal::kRegistrySize;
 static_assert(kRegistrySize == 8192);
 
 // The registry as another program sees it.
@@ -47,10 +48,10 @@ public:
     template <typename Change> QList<Quorvin::Util::ProcessInfo> Update(Change change)
     {
         mMemory.lock();
-        QList<Quorvin::Util::ProcessInfo> processes = Quorvin::Util::ParseRegistry(
+        QList<Quorvin::Util::ProcessInfo> processes = Quorvin::Util::Internal::ParseRegistry(
             QByteArray::fromRawData(static_cast<const char*>(mMemory.constData()), kRegistrySize));
         change(processes);
-        Replace(Quorvin::Util::FormatRegistry(processes));
+        Replace(Quorvin::Util::Internal::FormatRegistry(processes));
         mMemory.unlock();
         return processes;
     }

@@ -46,7 +46,7 @@ public:
         for (const QString& socket : sockets)
             QFile::remove(folder.filePath(socket));
         for (int number = 1; number <= mCount; ++number)
-            QFile::remove(Quorvin::Util::GridLockFilePath(Name(number)));
+            QFile::remove(Quorvin::Util::Internal::GridLockFilePath(Name(number)));
     }
     UniqueNames() = default;
     Q_DISABLE_COPY_MOVE(UniqueNames)
@@ -110,7 +110,7 @@ inline void Write(QLocalSocket& socket, const QByteArray& bytes)
     message.NeedResponse = !request.isNull();
     message.OriginalMessageUniqueId = answered;
     message.IsResponse = !answered.isNull();
-    return Quorvin::Util::WriteMessageByFiler(message).toUtf8();
+    return Quorvin::Util::Internal::EncodeMessageByDom(message).toUtf8();
 }
 
 /// Reads messages off a plain Qt socket until there are \p count of them. Each is decoded once: to begin anew

@@ -29,8 +29,8 @@
 using namespace Qt::StringLiterals;
 using namespace GridSupport;
 using namespace MessagingSupport;
-using Quorvin::Util::GridLockFilePath;
-using Quorvin::Util::ParseRegistry;
+using Quorvin::Util::Internal::GridLockFilePath;
+using Quorvin::Util::Internal::ParseRegistry;
 using Quorvin::Util::ProcessInfo;
 using Quorvin::Util::Internal::NativeSharedMemoryKey;
 using TestSupport::ToolResult;

@@ -3,7 +3,7 @@
 
 // qvutil ipc proxy as a process of its own, between plain sockets: every byte must get through.
 
-#include "messaging/MessageLink_p.h"
+#include "messaging/MessageSocket_p.h"
 #include "support/BareSocket.h"
 #include "support/MessagingSupport.h"
 #include "support/RunningTool.h"
@@ -210,8 +210,8 @@ void tst_ToolIpcProxy::Documents_stayWhole()
     QVERIFY(mServer->Client());
     QList<MessageInfo> received;
     connect(mServer->Client(), &QLocalSocket::readyRead, mServer->Client(),
-            [&] { received += Quorvin::Util::TakeMessages(*mServer->Client()); });
-    auto* const writer = new Quorvin::Util::MessageWriter(&client);
+            [&] { received += Quorvin::Util::Internal::ReadMessages(*mServer->Client()); });
+    auto* const writer = new Quorvin::Util::Internal::MessageWriter(&client);
     for (int i = 0; i < kCount; ++i) {
         MessageInfo message;
         message.Id = QString::number(i);

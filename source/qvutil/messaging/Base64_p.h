@@ -4,6 +4,8 @@
 #ifndef QVUTIL_BASE64_P_H
 #define QVUTIL_BASE64_P_H
 
+// This file is not part of the interface. It may change from one version to the next.
+
 #include <QByteArray>
 #include <QByteArrayView>
 

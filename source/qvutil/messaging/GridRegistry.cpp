@@ -3,13 +3,15 @@
 
 #include "messaging/GridRegistry_p.h"
 
+#include "IPCManager.h"
+
 #include <QCryptographicHash>
 #include <QDataStream>
 #include <QDir>
 
 using namespace Qt::StringLiterals;
 
-namespace Quorvin::Util {
+namespace Quorvin::Util::Internal {
 
 QList<ProcessInfo> ParseRegistry(const QByteArray& image)
 {
@@ -43,4 +45,4 @@ QString GridLockFilePath(const QString& gridName)
     return QDir::tempPath() + u"/qvutil-grid-%1.lock"_s.arg(QLatin1StringView(digest));
 }
 
-} // namespace Quorvin::Util
+} // namespace Quorvin::Util::Internal

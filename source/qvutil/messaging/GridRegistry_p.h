@@ -4,13 +4,17 @@
 #ifndef QVUTIL_GRIDREGISTRY_P_H
 #define QVUTIL_GRIDREGISTRY_P_H
 
-#include "IPCManager.h"
+// This file is not part of the interface. It may change from one version to the next.
 
 #include <QByteArray>
 #include <QList>
 #include <QString>
 
 namespace Quorvin::Util {
+struct ProcessInfo;
+}
+
+namespace Quorvin::Util::Internal {
 
 // The registry of a grid, in shared memory whose key is the grid's name, in QDataStream's default form
 // (big-endian):
@@ -37,6 +41,6 @@ inline constexpr int kRegistrySize = 8192;
 /// nor their end: there Qt has windows in which two processes hold the lock, or two memories exist.
 [[nodiscard]] QString GridLockFilePath(const QString& gridName);
 
-} // namespace Quorvin::Util
+} // namespace Quorvin::Util::Internal
 
 #endif // QVUTIL_GRIDREGISTRY_P_H

@@ -5,6 +5,7 @@
 
 #include "messaging/IPC_p.h"
 #include "messaging/MessageCodec_p.h"
+#include "messaging/MessageFastCodec_p.h"
 
 #include <QMetaType>
 
@@ -38,9 +39,9 @@ QString PackMessage(const QString& id, const QVariantMap& params)
 std::pair<QString, QVariantMap> ExtractMessage(const QString& document)
 {
     MessageInfo message;
-    if (std::optional<MessageInfo> direct = ReadMessageDirectly(document))
-        message = *std::move(direct);
-    else if (!ReadMessageByFiler(document, message))
+    if (std::optional<MessageInfo> fast = Internal::DecodeMessageFast(document))
+        message = *std::move(fast);
+    else if (!Internal::DecodeMessageByDom(document, message))
         return {};
     return {message.Id, message.Params};
 }

@@ -208,7 +208,7 @@ bool IPCManager::DeleteAllConnections()
 
 bool IPCManager::CreateSharedMemory()
 {
-    return AttachToSharedMemory() || mSharedMemory->create(kRegistrySize, QSharedMemory::ReadWrite);
+    return AttachToSharedMemory() || mSharedMemory->create(Internal::kRegistrySize, QSharedMemory::ReadWrite);
 }
 
 bool IPCManager::AttachToSharedMemory()
@@ -222,16 +222,16 @@ QList<ProcessInfo> IPCManager::ReadFromSharedMemory()
         return {};
     const RegistryLock lock(*this);
     // Some systems round a segment up to whole pages.
-    const qsizetype size = std::min<qsizetype>(mSharedMemory->size(), kRegistrySize);
-    return ParseRegistry(QByteArray(static_cast<const char*>(mSharedMemory->constData()), size));
+    const qsizetype size = std::min<qsizetype>(mSharedMemory->size(), Internal::kRegistrySize);
+    return Internal::ParseRegistry(QByteArray(static_cast<const char*>(mSharedMemory->constData()), size));
 }
 
 bool IPCManager::WriteToSharedMemory(const QList<ProcessInfo>& processes)
 {
     if (!AttachToSharedMemory())
         return false;
-    const QByteArray image = FormatRegistry(processes);
-    if (image.size() > kRegistrySize || image.size() > mSharedMemory->size())
+    const QByteArray image = Internal::FormatRegistry(processes);
+    if (image.size() > Internal::kRegistrySize || image.size() > mSharedMemory->size())
         return false;
     const RegistryLock lock(*this);
     std::memcpy(mSharedMemory->data(), image.constData(), static_cast<size_t>(image.size()));
@@ -245,7 +245,7 @@ void IPCManager::LeaveRegistry()
     const QString gridName = mSharedMemory->key();
     if (gridName.isEmpty())
         return;
-    const QString lockFile = GridLockFilePath(gridName);
+    const QString lockFile = Internal::GridLockFilePath(gridName);
     const int lock = Platform::LockFile(lockFile);
     mSharedMemory = std::make_unique<QSharedMemory>();
     if (!QSharedMemory(gridName).attach(QSharedMemory::ReadOnly))
@@ -260,7 +260,7 @@ void IPCManager::LockSharedMemory()
     const QString gridName = mSharedMemory->key();
     if (gridName.isEmpty())
         return; // there is no segment either
-    mFileLock = Platform::LockFile(GridLockFilePath(gridName));
+    mFileLock = Platform::LockFile(Internal::GridLockFilePath(gridName));
     // Somebody else may make it between the look for it and its making. Under its lock it could not be
     // attached.
     if (!CreateSharedMemory())

@@ -4,6 +4,8 @@
 #ifndef QVUTIL_IPC_P_H
 #define QVUTIL_IPC_P_H
 
+// This file is not part of the interface. It may change from one version to the next.
+
 #include "IPC.h"
 
 #include <QString>

@@ -5,7 +5,7 @@
 
 #include "base/Logging_p.h"
 #include "messaging/IPC_p.h"
-#include "messaging/MessageLink_p.h"
+#include "messaging/MessageSocket_p.h"
 #include "platform/Platform_p.h"
 
 #include <QCoreApplication>
@@ -331,7 +331,7 @@ void MessageClientWorker::ConnectAndListen()
         connect(mConnectTimer.get(), &QTimer::timeout, this, &MessageClientWorker::ConnectTimerTimeout);
     }
     mKeepConnecting = true;
-    if (IsSocketNameTooLong(mServerName)) {
+    if (Internal::IsSocketNameTooLong(mServerName)) {
         qCWarning(Internal::lcQvUtil, "no server can be reached at \"%ls\": the name is too long",
                   qUtf16Printable(mServerName));
     }
@@ -368,7 +368,7 @@ bool MessageClientWorker::IsConnected() const
 bool MessageClientWorker::IsTrustedServer() const
 {
     const std::optional<quint32> user = Platform::GetPeerUserId(mSocket->socketDescriptor());
-    return !user || IsTrustedUser(*user, Platform::GetUserId());
+    return !user || Internal::IsTrustedUser(*user, Platform::GetUserId());
 }
 
 void MessageClientWorker::ConnectedSlot()
@@ -380,8 +380,8 @@ void MessageClientWorker::ConnectedSlot()
     if (mConnectTimer)
         mConnectTimer->stop();
     mWasConnected = true;
-    mWriter = new MessageWriter(mSocket);
-    connect(mWriter, &MessageWriter::Written, this, &MessageClientWorker::MessageSent);
+    mWriter = new Internal::MessageWriter(mSocket);
+    connect(mWriter, &Internal::MessageWriter::Written, this, &MessageClientWorker::MessageSent);
     connect(mSocket, &QLocalSocket::readyRead, this, &MessageClientWorker::ReadMessage);
     connect(mSocket, &QLocalSocket::disconnected, this, &MessageClientWorker::DisconnectedSlot);
     Q_EMIT Connected();
@@ -414,7 +414,7 @@ void MessageClientWorker::ReadMessage()
 {
     if (mSocket == nullptr)
         return;
-    const QList<MessageInfo> messages = TakeMessages(*mSocket);
+    const QList<MessageInfo> messages = Internal::ReadMessages(*mSocket);
     for (const MessageInfo& message : messages)
         Q_EMIT MessageReceived(message);
 }

@@ -4,6 +4,8 @@
 #ifndef QVUTIL_MESSAGECLIENT_P_H
 #define QVUTIL_MESSAGECLIENT_P_H
 
+// This file is not part of the interface. It may change from one version to the next.
+
 #include "IPC.h"
 #include "messaging/WorkerThread_p.h"
 
@@ -21,8 +23,11 @@
 
 namespace Quorvin::Util {
 
-class MessageClientThread;
+namespace Internal {
 class MessageWriter;
+}
+
+class MessageClientThread;
 
 /// The connecting end of a link. Connects by itself, again and again until it succeeds, and after each
 /// disconnection.
@@ -194,18 +199,12 @@ private:
     MessageClient* mClient;
     QString mServerName;
     QLocalSocket* mSocket = nullptr;
-    QPointer<MessageWriter> mWriter; // belongs to mSocket
+    QPointer<Internal::MessageWriter> mWriter; // belongs to mSocket
     std::unique_ptr<QTimer> mConnectTimer;
     bool mKeepConnecting = false;
     bool mWasConnected = false;
     QIODeviceBase::OpenMode mMode;
 };
-
-/// Whether a process of the user \p user may be talked to by one of the user \p own: the same user, or root.
-[[nodiscard]] constexpr bool IsTrustedUser(quint32 user, quint32 own)
-{
-    return user == own || user == 0;
-}
 
 } // namespace Quorvin::Util
 

@@ -4,7 +4,7 @@
 #include "messaging/MessageCodec_p.h"
 
 #include "XmlFiler.h"
-#include "messaging/IPC_p.h"
+#include "messaging/MessageFastCodec_p.h"
 #include "messaging/VariantMapEncoder_p.h"
 
 using namespace Qt::StringLiterals;
@@ -12,10 +12,10 @@ using namespace Qt::StringLiterals;
 namespace Quorvin::Util {
 namespace {
 
-void AppendMessage(const QString& document, QList<MessageInfo>& messages)
+void AppendByDom(const QString& frame, QList<MessageInfo>& messages)
 {
     MessageInfo message;
-    if (ReadMessageByFiler(document, message))
+    if (Internal::DecodeMessageByDom(frame, message))
         messages.append(message);
 }
 
@@ -23,25 +23,26 @@ void AppendMessage(const QString& document, QList<MessageInfo>& messages)
 
 QString EncodeMessage(const MessageInfo& message)
 {
-    const std::optional<QByteArray> document = WriteMessageDirectly(message);
-    return document ? QString::fromUtf8(*document) : WriteMessageByFiler(message);
+    const std::optional<QByteArray> frame = Internal::EncodeMessageFast(message);
+    return frame ? QString::fromUtf8(*frame) : Internal::EncodeMessageByDom(message);
 }
 
 QByteArray EncodeMessageAsBytes(const MessageInfo& message)
 {
-    const std::optional<QByteArray> document = WriteMessageDirectly(message);
-    return document ? *document : WriteMessageByFiler(message).toUtf8();
+    const std::optional<QByteArray> frame = Internal::EncodeMessageFast(message);
+    return frame ? *frame : Internal::EncodeMessageByDom(message).toUtf8();
 }
 
 bool DecodeMessage(const QString& text, QList<MessageInfo>& messages)
 {
-    ForEachPiece(QStringView(text), kDocumentStart, [&messages](QStringView piece) {
-        if (!piece.startsWith(kDocumentStart))
-            AppendMessage(kDocumentStart.toString().append(piece), messages);
-        else if (std::optional<MessageInfo> message = ReadMessageDirectly(piece))
+    using Internal::kFrameStart;
+    Internal::ForEachPiece(QStringView(text), kFrameStart, [&messages](QStringView piece) {
+        if (!piece.startsWith(kFrameStart))
+            AppendByDom(kFrameStart.toString().append(piece), messages);
+        else if (std::optional<MessageInfo> message = Internal::DecodeMessageFast(piece))
             messages.append(*std::move(message));
-        else if (piece.size() > kDocumentStart.size())
-            AppendMessage(piece.toString(), messages);
+        else if (piece.size() > kFrameStart.size())
+            AppendByDom(piece.toString(), messages);
     });
     return !messages.isEmpty();
 }
@@ -50,8 +51,9 @@ bool DecodeMessage(const QByteArray& bytes, QList<MessageInfo>& messages)
 {
     const qsizetype before = messages.size();
     for (QByteArrayView rest = bytes; !rest.isEmpty();) {
-        if (!TakeMessageDirectly(rest, messages.emplaceBack())) {
-            // All over again as a text: how broken UTF-8 reads does not depend on where it is cut.
+        MessageInfo& message = messages.emplaceBack();
+        if (!Internal::TakeMessageFast(rest, message)) {
+            // All over again as a text: how malformed UTF-8 reads does not depend on where it is cut.
             messages.resize(before);
             return DecodeMessage(QString::fromUtf8(bytes), messages);
         }
@@ -59,7 +61,7 @@ bool DecodeMessage(const QByteArray& bytes, QList<MessageInfo>& messages)
     return !messages.isEmpty();
 }
 
-QString WriteMessageByFiler(const MessageInfo& message)
+QString Internal::EncodeMessageByDom(const MessageInfo& message)
 {
     XmlFiler filer;
     filer.CreateRoot(u"Message"_s);
@@ -73,10 +75,10 @@ QString WriteMessageByFiler(const MessageInfo& message)
     return filer.SaveAsXmlString();
 }
 
-bool ReadMessageByFiler(const QString& document, MessageInfo& message)
+bool Internal::DecodeMessageByDom(const QString& frame, MessageInfo& message)
 {
     XmlFiler filer;
-    if (!filer.LoadFromXmlString(document))
+    if (!filer.LoadFromXmlString(frame))
         return false;
     message.Clear();
     message.Id = filer.ReadString(u"Id"_s, QString());

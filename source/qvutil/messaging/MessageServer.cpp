@@ -5,7 +5,7 @@
 
 #include "base/Logging_p.h"
 #include "messaging/IPC_p.h"
-#include "messaging/MessageLink_p.h"
+#include "messaging/MessageSocket_p.h"
 #include "platform/Platform_p.h"
 
 #include <utility>
@@ -154,7 +154,7 @@ bool MessageServerWorker::Start(const QString& name)
     if (!mLocalServer->listen(name)) {
         qCWarning(Internal::lcQvUtil, "cannot listen on \"%ls\": %ls%s", qUtf16Printable(name),
                   qUtf16Printable(mLocalServer->errorString()),
-                  IsSocketNameTooLong(name) ? " (the name is too long)" : "");
+                  Internal::IsSocketNameTooLong(name) ? " (the name is too long)" : "");
         return false;
     }
     connect(mLocalServer.get(), &QLocalServer::newConnection, this, &MessageServerWorker::ConnectedSlot);
@@ -178,7 +178,7 @@ void MessageServerWorker::ConnectedSlot()
     if (mSocket != nullptr)
         mSocket->deleteLater();
     mSocket = socket;
-    mWriter = new MessageWriter(socket);
+    mWriter = new Internal::MessageWriter(socket);
     connect(socket, &QLocalSocket::disconnected, this, &MessageServerWorker::DisconnectedSlot);
     connect(socket, &QLocalSocket::readyRead, this, &MessageServerWorker::ReadMessage);
     Q_EMIT Connected(socket);
@@ -201,7 +201,7 @@ void MessageServerWorker::ReadMessage()
     auto* const socket = qobject_cast<QLocalSocket*>(sender());
     if (socket == nullptr)
         return;
-    const QList<MessageInfo> messages = TakeMessages(*socket);
+    const QList<MessageInfo> messages = Internal::ReadMessages(*socket);
     for (const MessageInfo& message : messages)
         Q_EMIT MessageReceived(message);
 }

@@ -4,6 +4,8 @@
 #ifndef QVUTIL_MESSAGESERVER_P_H
 #define QVUTIL_MESSAGESERVER_P_H
 
+// This file is not part of the interface. It may change from one version to the next.
+
 #include "IPC.h"
 #include "messaging/WorkerThread_p.h"
 
@@ -17,8 +19,11 @@
 
 namespace Quorvin::Util {
 
-class MessageServerThread;
+namespace Internal {
 class MessageWriter;
+}
+
+class MessageServerThread;
 
 /// The listening end of a link: one named endpoint, one client at a time.
 ///
@@ -127,7 +132,7 @@ private:
     MessageServer* mServer;
     std::unique_ptr<QLocalServer> mLocalServer;
     QLocalSocket* mSocket = nullptr; // the current client's; belongs to mLocalServer
-    QPointer<MessageWriter> mWriter; // belongs to mSocket
+    QPointer<Internal::MessageWriter> mWriter; // belongs to mSocket
 };
 
 } // namespace Quorvin::Util

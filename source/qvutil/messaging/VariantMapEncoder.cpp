@@ -5,47 +5,12 @@
 
 #include "XmlFiler.h"
 #include "messaging/IPC_p.h"
-
-#include <algorithm>
-#include <array>
-#include <iterator>
+#include "messaging/ParameterTypes_p.h"
 
 using namespace Qt::StringLiterals;
 
 namespace Quorvin::Util {
 namespace {
-
-struct TypeRow
-{
-    int Id;
-    QLatin1StringView Name;
-};
-
-// Written into documents, so the numbers are spelled out: they must not follow Qt's. In the order of ids.
-constexpr std::array<TypeRow, 52> kTypes = {{
-    {0, "Invalid"_L1},       {1, "Bool"_L1},           {2, "Int"_L1},
-    {3, "UInt"_L1},          {4, "LongLong"_L1},       {5, "ULongLong"_L1},
-    {6, "Double"_L1},        {7, "Char"_L1},           {8, "Map"_L1},
-    {9, "List"_L1},          {10, "String"_L1},        {11, "StringList"_L1},
-    {12, "ByteArray"_L1},    {13, "BitArray"_L1},      {14, "Date"_L1},
-    {15, "Time"_L1},         {16, "DateTime"_L1},      {17, "Url"_L1},
-    {18, "Locale"_L1},       {19, "Rect"_L1},          {20, "RectF"_L1},
-    {21, "Size"_L1},         {22, "SizeF"_L1},         {23, "Line"_L1},
-    {24, "LineF"_L1},        {25, "Point"_L1},         {26, "PointF"_L1},
-    {28, "Hash"_L1},         {29, "EasingCurve"_L1},   {4096, "Font"_L1},
-    {4097, "Pixmap"_L1},     {4098, "Brush"_L1},       {4099, "Color"_L1},
-    {4100, "Palette"_L1},    {4101, "Icon"_L1},        {4102, "Image"_L1},
-    {4103, "Polygon"_L1},    {4104, "Region"_L1},      {4105, "Bitmap"_L1},
-    {4106, "Cursor"_L1},     {4107, "KeySequence"_L1}, {4108, "Pen"_L1},
-    {4109, "TextLength"_L1}, {4110, "TextFormat"_L1},  {4112, "Transform"_L1},
-    {4113, "Matrix4x4"_L1},  {4114, "Vector2D"_L1},    {4115, "Vector3D"_L1},
-    {4116, "Vector4D"_L1},   {4117, "Quaternion"_L1},  {8192, "SizePolicy"_L1},
-    {65536, "UserType"_L1},
-}};
-
-// Up to here a type's row is its id.
-constexpr int kLastPlainId = 26;
-static_assert(kTypes[kLastPlainId].Id == kLastPlainId && std::ranges::is_sorted(kTypes, {}, &TypeRow::Id));
 
 // Calls visit with the filer on each child element in turn; the filer ends where it began.
 template <typename Visit> void ForEachChild(XmlFiler& filer, Visit visit)
@@ -65,38 +30,7 @@ template <typename Fill> void WriteElement(XmlFiler& filer, Fill fill)
     filer.PopCurrentNode();
 }
 
-template <typename View> int FindTypeId(View name)
-{
-    const auto isExact = [name](const TypeRow& type) { return type.Name == name; };
-    const auto isSame
-        = [name](const TypeRow& type) { return type.Name.compare(name, Qt::CaseInsensitive) == 0; };
-    // Nearly every name is spelled as here, and comparing exactly is much faster.
-    auto row = std::ranges::find_if(kTypes, isExact);
-    if (row == kTypes.cend())
-        row = std::ranges::find_if(kTypes, isSame);
-    return row != kTypes.cend() ? row->Id : 0;
-}
-
 } // namespace
-
-QLatin1StringView TypeName(int typeId)
-{
-    // The types that travel are among the first rows, where the id is the row.
-    if (typeId >= 0 && typeId <= kLastPlainId)
-        return kTypes[static_cast<size_t>(typeId)].Name;
-    const auto row = std::ranges::lower_bound(kTypes, typeId, {}, &TypeRow::Id);
-    return row != kTypes.cend() && row->Id == typeId ? row->Name : QLatin1StringView();
-}
-
-int TypeIdOf(QStringView name)
-{
-    return FindTypeId(name);
-}
-
-int TypeIdOf(QLatin1StringView name)
-{
-    return FindTypeId(name);
-}
 
 QString VariantMapEncoder::Encode(const QVariantMap& map) const
 {
@@ -131,7 +65,7 @@ void VariantMapEncoder::WriteVariantMap(const QVariantMap& map, XmlFiler& filer)
     for (auto entry = map.cbegin(); entry != map.cend(); ++entry) {
         WriteElement(filer, [&] {
             filer.WriteString(kNameAttribute, entry.key());
-            filer.WriteString(kTypeAttribute, TypeName(entry.value().typeId()).toString());
+            filer.WriteString(kTypeAttribute, Internal::TypeName(entry.value().typeId()).toString());
             WriteVariant(entry.value(), filer);
         });
     }
@@ -194,7 +128,7 @@ void VariantMapEncoder::WriteVariant(const QVariant& value, XmlFiler& filer) con
 void VariantMapEncoder::ReadVariant(XmlFiler& filer, QVariant& value) const
 {
     value.clear();
-    switch (TypeIdOf(filer.ReadString(kTypeAttribute, QString()))) {
+    switch (Internal::TypeIdOf(filer.ReadString(kTypeAttribute, QString()))) {
     case QMetaType::Bool:
         value = filer.ReadBoolean(kValueAttribute, false);
         break;
@@ -243,7 +177,7 @@ void VariantMapEncoder::WriteVariantList(const QVariantList& list, XmlFiler& fil
 {
     for (const QVariant& item : list) {
         WriteElement(filer, [&] {
-            filer.WriteString(kTypeAttribute, TypeName(item.typeId()).toString());
+            filer.WriteString(kTypeAttribute, Internal::TypeName(item.typeId()).toString());
             WriteVariant(item, filer);
         });
     }
@@ -271,17 +205,17 @@ void VariantMapEncoder::ReadStringList(XmlFiler& filer, QStringList& list) const
 
 QString VariantMapEncoder::TypeToString(QMetaType::Type type) const
 {
-    return TypeName(type).toString();
+    return Internal::TypeName(type).toString();
 }
 
 QMetaType::Type VariantMapEncoder::StringToType(const QString& name) const
 {
-    return static_cast<QMetaType::Type>(TypeIdOf(name));
+    return static_cast<QMetaType::Type>(Internal::TypeIdOf(name));
 }
 
 bool VariantMapEncoder::IsSupportedType(QMetaType::Type type) const
 {
-    return IsSupportedTypeId(type);
+    return Internal::IsSupportedTypeId(type);
 }
 
 } // namespace Quorvin::Util

@@ -4,6 +4,8 @@
 #ifndef QVUTIL_VARIANTMAPENCODER_P_H
 #define QVUTIL_VARIANTMAPENCODER_P_H
 
+// This file is not part of the interface. It may change from one version to the next.
+
 #include <QMetaType>
 #include <QString>
 #include <QStringList>
@@ -71,17 +73,6 @@ public:
     /// \return whether \p type is one of those that are written by type, Bool to QByteArray
     [[nodiscard]] bool IsSupportedType(QMetaType::Type type) const;
 };
-
-/// The same names as a table lookup without copies, for the quick reader and writer.
-[[nodiscard]] QLatin1StringView TypeName(int typeId);
-/// \return the id of the type named \p name, in any case; 0 if there is none
-[[nodiscard]] int TypeIdOf(QStringView name);
-[[nodiscard]] int TypeIdOf(QLatin1StringView name);
-/// Whether values of that type are written by type.
-[[nodiscard]] constexpr bool IsSupportedTypeId(int typeId)
-{
-    return typeId >= QMetaType::Bool && typeId <= QMetaType::QByteArray;
-}
 
 } // namespace Quorvin::Util
 

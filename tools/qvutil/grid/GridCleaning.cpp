@@ -5,6 +5,7 @@
 
 #include "cli/Failure.h"
 #include <qvutil/GeneralUtil.h>
+#include <qvutil/IPCManager.h>
 #include <qvutil/messaging/GridRegistry_p.h>
 #include <qvutil/platform/Platform_p.h>
 
@@ -30,7 +31,7 @@ class WriterLock
 {
 public:
     explicit WriterLock(const QString& grid)
-        : mPath(Util::GridLockFilePath(grid))
+        : mPath(Util::Internal::GridLockFilePath(grid))
         , mLock(Platform::LockFile(mPath, Platform::MissingLockFile::IsMade, kLockTimeoutMs))
     {
         if (mLock == -1) {
@@ -67,7 +68,8 @@ QList<ProcessInfo> RemoveDeadEntries(const QList<ProcessInfo>& processes, GridCl
 // \return what the registry should hold; nothing if it does, or is another program's memory
 std::optional<QByteArray> CleanEntries(const QByteArray& before, GridCleaning& cleaning)
 {
-    QByteArray after = Util::FormatRegistry(RemoveDeadEntries(Util::ParseRegistry(before), cleaning));
+    QByteArray after
+        = Util::Internal::FormatRegistry(RemoveDeadEntries(Util::Internal::ParseRegistry(before), cleaning));
     if (before.size() < after.size() || before.startsWith(after))
         return std::nullopt;
     cleaning.IsRepaired = cleaning.Removed.isEmpty();
@@ -105,7 +107,7 @@ void RemoveFile(const GridLeftover& leftover, GridCleaning& cleaning)
 GridCleaning CleanGrid(const QString& grid)
 {
     GridCleaning cleaning;
-    const bool hadLockFile = QFile::exists(Util::GridLockFilePath(grid));
+    const bool hadLockFile = QFile::exists(Util::Internal::GridLockFilePath(grid));
     const WriterLock lock(grid);
     const bool isGone = CleanRegistry(grid, cleaning);
     const QList<GridLeftover> sockets = FindStaleSockets(grid);

@@ -166,7 +166,7 @@ QJsonObject ToJson(const GridSnapshot& snapshot)
             {u"healthy"_s, snapshot.IsHealthy()},
             {u"locked"_s, snapshot.Registry.IsLocked},
             {u"usedBytes"_s, snapshot.Registry.UsedBytes},
-            {u"size"_s, Util::kRegistrySize},
+            {u"size"_s, Util::Internal::kRegistrySize},
             {u"members"_s, MembersToJson(snapshot)},
             {u"problems"_s, QJsonArray::fromStringList(snapshot.Registry.Problems)},
             {u"leftovers"_s, ToJson(snapshot.Leftovers)}};
@@ -222,7 +222,7 @@ QString Summary(const GridSnapshot& snapshot)
         .arg(snapshot.Registry.Members.size() - dead)
         .arg(dead)
         .arg(snapshot.Registry.UsedBytes)
-        .arg(Util::kRegistrySize);
+        .arg(Util::Internal::kRegistrySize);
 }
 
 void PrintIndented(const QStringList& lines)

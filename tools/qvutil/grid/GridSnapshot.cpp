@@ -7,9 +7,10 @@
 #include "grid/SharedSegment.h"
 #include "ipc/EndpointProcesses.h"
 #include <qvutil/GeneralUtil.h>
+#include <qvutil/IPCManager.h>
 #include <qvutil/base/QtCompat_p.h>
 #include <qvutil/messaging/GridRegistry_p.h>
-#include <qvutil/messaging/MessageLink_p.h>
+#include <qvutil/messaging/MessageSocket_p.h>
 #include <qvutil/platform/Platform_p.h>
 
 #include <QDir>
@@ -71,17 +72,17 @@ bool IsNobody(const ProcessInfo& process)
 
 void FindDamage(const QByteArray& image, qsizetype readable, GridRegistry& registry)
 {
-    if (image.size() < Util::kRegistrySize)
+    if (image.size() < Util::Internal::kRegistrySize)
         registry.Problems.append(
-            u"the memory has %1 bytes instead of %2"_s.arg(image.size()).arg(Util::kRegistrySize));
+            u"the memory has %1 bytes instead of %2"_s.arg(image.size()).arg(Util::Internal::kRegistrySize));
     const qint32 count
         = image.size() >= qsizetype(sizeof(qint32)) ? qFromBigEndian<qint32>(image.constData()) : 0;
     if (count != readable)
         registry.Problems.append(
             u"it claims to have %1 members, and %2 can be read"_s.arg(count).arg(readable));
     const QByteArrayView rest = QByteArrayView(image).sliced(std::min(registry.UsedBytes, image.size()));
-    const QByteArrayView own
-        = rest.first(std::clamp(Util::kRegistrySize - registry.UsedBytes, qsizetype(0), rest.size()));
+    const QByteArrayView own = rest.first(
+        std::clamp(Util::Internal::kRegistrySize - registry.UsedBytes, qsizetype(0), rest.size()));
     if (std::any_of(own.begin(), own.end(), [](char c) { return c != 0; }))
         registry.Problems.append(u"there is something behind the last member"_s);
 }
@@ -90,7 +91,7 @@ GridRegistry ParseGridRegistry(const QByteArray& image)
 {
     GridRegistry registry;
     registry.Exists = true;
-    QList<ProcessInfo> processes = Util::ParseRegistry(image);
+    QList<ProcessInfo> processes = Util::Internal::ParseRegistry(image);
     while (!processes.isEmpty() && IsNobody(processes.last()))
         processes.removeLast();
     registry.UsedBytes = sizeof(qint32);
@@ -141,7 +142,7 @@ std::optional<QList<GridLinks>> FindLinks(const QList<GridMember>& members)
 {
     QList<GridLinks> all(members.size());
     for (qsizetype i = 0; i < members.size(); ++i) {
-        const QString path = Util::GetSocketPath(members.at(i).ServerName);
+        const QString path = Util::Internal::GetSocketPath(members.at(i).ServerName);
         if (!members.at(i).IsAlive || !IsSocket(path))
             continue;
         const std::optional<EndpointProcesses> processes = FindEndpointProcesses(path);
@@ -163,7 +164,7 @@ std::optional<QList<GridLinks>> FindLinks(const QList<GridMember>& members)
 QString LockFileOf(const QString& memoryFile)
 {
     const QString digest = memoryFile.last(kDigestSize);
-    const QString ofNothing = Util::GridLockFilePath({});
+    const QString ofNothing = Util::Internal::GridLockFilePath({});
     return ofNothing.left(ofNothing.size() - kDigestSize - kLockFileEnd.size()) + digest + kLockFileEnd;
 }
 
@@ -177,7 +178,7 @@ void AddGridsWithEntries(const QString& memoryFile, QSet<QString>& grids)
     const ReaderLock lock(lockFile);
     try {
         const std::optional<QByteArray> image = ReadSharedSegment(memoryFile, memoryFile);
-        for (const ProcessInfo& process : Util::ParseRegistry(image.value_or(QByteArray()))) {
+        for (const ProcessInfo& process : Util::Internal::ParseRegistry(image.value_or(QByteArray()))) {
             if (const auto parts = SplitServerName(process.ServerName))
                 grids.insert(parts->Grid);
         }
@@ -224,7 +225,7 @@ std::optional<QByteArray> ReadGridSegment(const QString& grid)
 
 GridRegistry ReadGridRegistry(const QString& grid)
 {
-    const ReaderLock lock(Util::GridLockFilePath(grid));
+    const ReaderLock lock(Util::Internal::GridLockFilePath(grid));
     const std::optional<QByteArray> image = ReadGridSegment(grid);
     GridRegistry registry;
     if (image)
@@ -236,7 +237,7 @@ GridRegistry ReadGridRegistry(const QString& grid)
 QList<GridLeftover> FindStaleSockets(const QString& grid)
 {
     QList<GridLeftover> sockets;
-    const QFileInfo place(Util::GetSocketPath(grid));
+    const QFileInfo place(Util::Internal::GetSocketPath(grid));
     QDirIterator files(place.absolutePath(), QDir::Files | QDir::System | QDir::Hidden);
     while (files.hasNext()) {
         const QString path = files.next();
@@ -264,7 +265,7 @@ GridSnapshot LookAtGrid(const QString& grid)
     snapshot.Leftovers += FindStaleSockets(grid);
     if (snapshot.Registry.Exists && snapshot.DeadCount() == members.size())
         snapshot.Leftovers.append({.What = GridLeftover::Registry, .ProcessId = 0, .Path = {}});
-    const QString lockFile = Util::GridLockFilePath(grid);
+    const QString lockFile = Util::Internal::GridLockFilePath(grid);
     if (snapshot.DeadCount() == members.size() && QFile::exists(lockFile))
         snapshot.Leftovers.append({.What = GridLeftover::LockFile, .ProcessId = 0, .Path = lockFile});
     return snapshot;
@@ -284,7 +285,7 @@ QStringList FindGrids()
     }
     QStringList grids;
     for (const QString& grid : std::as_const(candidates)) {
-        if (QFile::exists(Util::GridLockFilePath(grid)))
+        if (QFile::exists(Util::Internal::GridLockFilePath(grid)))
             grids.append(grid);
     }
     grids.sort();

@@ -4,8 +4,7 @@
 #include "ipc/Endpoint.h"
 
 #include "cli/Failure.h"
-#include <qvutil/messaging/MessageClient_p.h>
-#include <qvutil/messaging/MessageLink_p.h>
+#include <qvutil/messaging/MessageSocket_p.h>
 #include <qvutil/platform/Platform_p.h>
 #include <qvutil/platform/UnixFile_p.h>
 
@@ -96,7 +95,7 @@ Endpoint LookAtEndpoint(const QString& name)
 {
     Endpoint endpoint;
     endpoint.Name = name;
-    endpoint.Path = Util::GetSocketPath(name);
+    endpoint.Path = Util::Internal::GetSocketPath(name);
     endpoint.LongestPath = Util::Platform::GetLongestSocketPath();
     const QByteArray path = QFile::encodeName(endpoint.Path);
     endpoint.PathSize = path.size();
@@ -129,7 +128,7 @@ QList<EndpointProblem> FindProblems(const Endpoint& endpoint)
         problems.append({.Code = u"no-permission"_s,
                          .Text = u"this user may not connect to %1"_s.arg(endpoint.Path),
                          .Advice = u"run as the user %1"_s.arg(endpoint.Owner)});
-    } else if (!Util::IsTrustedUser(endpoint.OwnerId, Util::Platform::GetUserId())) {
+    } else if (!Util::Internal::IsTrustedUser(endpoint.OwnerId, Util::Platform::GetUserId())) {
         problems.append(
             {.Code = u"other-user"_s,
              .Text = u"the socket belongs to the user %1; clients talk only to servers of their own "

@@ -4,18 +4,18 @@
 #include "ipc/Forwarder.h"
 
 #include <qvutil/messaging/MessageCodec_p.h>
-#include <qvutil/messaging/MessageLink_p.h>
-#include <qvutil/platform/Platform_p.h>
+#include <qvutil/messaging/MessageSocket_p.h>
+
+#include <QTimer>
 
 #include <utility>
 
 namespace Quorvin::Tool {
 namespace {
 
-// With so much under way the sender has to wait, as it would have to without us.
-constexpr qsizetype kMostWaiting = qsizetype(8) * 1024 * 1024;
+// With this many bytes queued the sender has to wait, as it would have to without us.
+constexpr qsizetype kMaxQueued = qsizetype(8) * 1024 * 1024;
 constexpr qint64 kReadBuffer = 1024 * 1024;
-constexpr int kPauseMs = 1;
 
 } // namespace
 
@@ -25,15 +25,19 @@ Forwarder::Forwarder(QLocalSocket& from, QLocalSocket& to, std::function<void(co
     , mOnBytes(std::move(onBytes))
 {
     mFrom.setReadBufferSize(kReadBuffer);
-    mTimer.setSingleShot(true);
-    mTimer.setTimerType(Qt::PreciseTimer);
+}
+
+Forwarder::~Forwarder()
+{
+    delete mFrames.data();
 }
 
 void Forwarder::Start()
 {
-    (void)Util::Platform::EnlargeSendBuffer(mTo.socketDescriptor(), Util::kWantedSendBuffer);
-    QObject::connect(&mTimer, &QTimer::timeout, &mContext, [this] { WriteWaiting(); });
-    QObject::connect(&mTo, &QLocalSocket::bytesWritten, &mContext, [this] { WriteWaiting(); });
+    mFrames = new Util::Internal::FrameQueue(&mTo);
+    QObject::connect(mFrames, &Util::Internal::FrameQueue::QueuedFrameWritten, &mContext,
+                     [this] { OnWritten(); });
+    QObject::connect(&mTo, &QLocalSocket::bytesWritten, &mContext, [this] { OnWritten(); });
     QObject::connect(&mFrom, &QLocalSocket::readyRead, &mContext, [this] { Take(); });
     QObject::connect(&mFrom, &QLocalSocket::disconnected, &mContext, [this] { Take(); });
     Take();
@@ -41,33 +45,20 @@ void Forwarder::Start()
 
 void Forwarder::Take()
 {
-    if (mWaitingBytes + mTo.bytesToWrite() < kMostWaiting) {
-        if (const QByteArray bytes = Util::TakeBytes(mFrom); !bytes.isEmpty()) {
-            Util::ForEachPiece(QByteArrayView(bytes), Util::kDocumentStartBytes,
-                               [this](QByteArrayView piece) {
-                                   mWaiting.enqueue(piece.toByteArray());
-                                   mWaitingBytes += piece.size();
-                               });
-            WriteWaiting();
+    if (mFrames->GetQueuedBytes() < kMaxQueued) {
+        if (const QByteArray bytes = Util::Internal::ReadAvailableBytes(mFrom); !bytes.isEmpty()) {
+            Util::Internal::ForEachPiece(
+                QByteArrayView(bytes), Util::Internal::kFrameStartBytes,
+                [this](QByteArrayView piece) { mFrames->Write(piece.toByteArray()); });
             mOnBytes(bytes);
         }
     }
     FinishIfDone();
 }
 
-void Forwarder::WriteWaiting()
+void Forwarder::OnWritten()
 {
-    while (!mWaiting.isEmpty() && mTo.state() == QLocalSocket::ConnectedState) {
-        if (!Util::CanWriteWhole(mTo, mWaiting.head().size())) {
-            mTimer.start(kPauseMs);
-            return;
-        }
-        const QByteArray piece = mWaiting.dequeue();
-        mWaitingBytes -= piece.size();
-        mTo.write(piece);
-        mTo.flush();
-    }
-    if (mFrom.bytesAvailable() > 0) // left there while too much was waiting
+    if (mFrom.bytesAvailable() > 0) // left there while too much was queued
         QTimer::singleShot(0, &mContext, [this] { Take(); });
     else
         FinishIfDone();
@@ -75,7 +66,7 @@ void Forwarder::WriteWaiting()
 
 void Forwarder::FinishIfDone()
 {
-    if (mFrom.state() == QLocalSocket::UnconnectedState && mFrom.bytesAvailable() == 0 && mWaiting.isEmpty())
+    if (mFrom.state() == QLocalSocket::UnconnectedState && mFrom.bytesAvailable() == 0 && mFrames->IsEmpty())
         mTo.disconnectFromServer(); // writes what is left
 }
 

@@ -4,10 +4,11 @@
 #ifndef QVUTIL_TOOL_IPC_FORWARDER_H
 #define QVUTIL_TOOL_IPC_FORWARDER_H
 
+#include <qvutil/messaging/FrameQueue_p.h>
+
 #include <QByteArray>
 #include <QObject>
-#include <QQueue>
-#include <QTimer>
+#include <QPointer>
 #include <QtNetwork/QLocalSocket>
 
 #include <functional>
@@ -22,6 +23,7 @@ class Forwarder
 public:
     /// \param onBytes  told what one read has brought, after it has gone on
     Forwarder(QLocalSocket& from, QLocalSocket& to, std::function<void(const QByteArray&)> onBytes);
+    ~Forwarder();
     Q_DISABLE_COPY_MOVE(Forwarder)
 
     /// To be called as soon as \p to is connected: nothing is read before.
@@ -29,16 +31,13 @@ public:
 
 private:
     void Take();
-    void WriteWaiting();
+    void OnWritten();
     void FinishIfDone();
 
     QLocalSocket& mFrom;
     QLocalSocket& mTo;
     std::function<void(const QByteArray&)> mOnBytes;
-    QQueue<QByteArray> mWaiting;
-    qsizetype mWaitingBytes = 0;
-    // Runs only while something waits: no system tells when the receiver has taken the last byte.
-    QTimer mTimer;
+    QPointer<Util::Internal::FrameQueue> mFrames; // belongs to mTo
     QObject mContext; // ends the connections first
 };
 

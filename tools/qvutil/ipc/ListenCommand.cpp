@@ -9,8 +9,8 @@
 #include "ipc/Session.h"
 #include "messages/MessageFile.h"
 #include <qvutil/messaging/IPC_p.h>
-#include <qvutil/messaging/MessageLink_p.h>
 #include <qvutil/messaging/MessageServer_p.h>
+#include <qvutil/messaging/MessageSocket_p.h>
 
 #include <QHash>
 
@@ -86,7 +86,7 @@ public:
     {
         if (!mWorker.Start(mOptions.Name))
             return ExitCode::Error; // the library has said why
-        Console::Complain({}, u"listening at %1"_s.arg(GetSocketPath(mOptions.Name)));
+        Console::Complain({}, u"listening at %1"_s.arg(Util::Internal::GetSocketPath(mOptions.Name)));
         (void)mSession.WaitFor([this] { return mCount >= mOptions.Count; });
         (void)mSession.WaitFor(
             [this] { return mUnwritten == 0 && (!mClient || mClient->bytesToWrite() == 0); },
@@ -99,8 +99,8 @@ private:
     {
         mClient = socket;
         mUnwritten = 0;
-        const auto* writer = socket->findChild<MessageWriter*>();
-        QObject::connect(writer, &MessageWriter::Written, socket,
+        const auto* writer = socket->findChild<Util::Internal::MessageWriter*>();
+        QObject::connect(writer, &Util::Internal::MessageWriter::Written, socket,
                          [this, socket] { mSession.Do([&] { mUnwritten -= mClient == socket ? 1 : 0; }); });
         QObject::connect(socket, &QLocalSocket::bytesWritten, socket, [this] { mSession.Do([] {}); });
         const std::optional<ProcessName> process = FindPeerProcess(socket->socketDescriptor());

@@ -10,7 +10,7 @@
 #include "ipc/ServerLink.h"
 #include "ipc/Session.h"
 #include "ipc/TrafficPrinter.h"
-#include <qvutil/messaging/MessageLink_p.h>
+#include <qvutil/messaging/MessageSocket_p.h>
 
 #include <QtNetwork/QLocalServer>
 
@@ -118,8 +118,9 @@ public:
         QLocalServer::removeServer(mOptions.As);
         if (!mServer.listen(mOptions.As))
             throw Failure(mOptions.As, mServer.errorString());
-        Console::Complain(
-            {}, u"listening at %1, for the server %2"_s.arg(Util::GetSocketPath(mOptions.As), mOptions.Name));
+        Console::Complain({},
+                          u"listening at %1, for the server %2"_s.arg(
+                              Util::Internal::GetSocketPath(mOptions.As), mOptions.Name));
         (void)mSession.WaitFor([] { return false; });
         mPair.reset();
         return ExitCode::Yes;
@@ -185,7 +186,7 @@ private:
 
 ExitCode RunProxy(const ProxyOptions& options)
 {
-    if (Util::GetSocketPath(options.Name) == Util::GetSocketPath(options.As))
+    if (Util::Internal::GetSocketPath(options.Name) == Util::Internal::GetSocketPath(options.As))
         throw UsageFailure(u"NAME and --as are the same: clients must be told the name given by --as"_s);
     RequireFreeEndpoint(options.As, options.Replace);
     Session session(Session::EndsOnSignals);

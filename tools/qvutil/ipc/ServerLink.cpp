@@ -4,7 +4,7 @@
 #include "ipc/ServerLink.h"
 
 #include "ipc/Endpoint.h"
-#include <qvutil/messaging/MessageClient_p.h>
+#include <qvutil/messaging/MessageSocket_p.h>
 #include <qvutil/platform/Platform_p.h>
 
 #include <QUuid>
@@ -13,7 +13,7 @@
 
 using namespace Qt::StringLiterals;
 using Quorvin::Util::MessageInfo;
-using Quorvin::Util::MessageWriter;
+using Quorvin::Util::Internal::MessageWriter;
 
 namespace Quorvin::Tool {
 namespace {
@@ -45,7 +45,7 @@ void RequireServer(const QString& name)
 void RequireTrustedServer(const QLocalSocket& socket)
 {
     const std::optional<quint32> user = Util::Platform::GetPeerUserId(socket.socketDescriptor());
-    if (user && !Util::IsTrustedUser(*user, Util::Platform::GetUserId())) {
+    if (user && !Util::Internal::IsTrustedUser(*user, Util::Platform::GetUserId())) {
         throw LinkFailure(
             u"the server runs as the user %1; clients talk only to servers of their own user, or "
             "of root"_s.arg(UserName(*user)));
@@ -59,7 +59,7 @@ ServerLink::ServerLink(Session& session, const QString& name)
     QObject::connect(&mSocket, &QLocalSocket::stateChanged, &mSocket, [this] { mSession.Do([] {}); });
     QObject::connect(&mSocket, &QLocalSocket::bytesWritten, &mSocket, [this] { mSession.Do([] {}); });
     QObject::connect(&mSocket, &QLocalSocket::readyRead, &mSocket,
-                     [this] { mSession.Do([this] { mReceived += Util::TakeMessages(mSocket); }); });
+                     [this] { mSession.Do([this] { mReceived += Util::Internal::ReadMessages(mSocket); }); });
 }
 
 bool ServerLink::TryToConnect(QDeadlineTimer deadline)

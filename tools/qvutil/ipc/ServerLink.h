@@ -6,7 +6,7 @@
 
 #include "ipc/Session.h"
 #include <qvutil/IPC.h>
-#include <qvutil/messaging/MessageLink_p.h>
+#include <qvutil/messaging/MessageSocket_p.h>
 
 #include <QDeadlineTimer>
 #include <QList>
@@ -58,7 +58,7 @@ private:
     Session& mSession;
     QString mName;
     QLocalSocket mSocket;
-    QPointer<Util::MessageWriter> mWriter; // belongs to mSocket
+    QPointer<Util::Internal::MessageWriter> mWriter; // belongs to mSocket
     QList<Util::MessageInfo> mReceived;
     int mWritten = 0;
 };

@@ -11,7 +11,7 @@
 #include <utility>
 
 using namespace Qt::StringLiterals;
-using Quorvin::Util::kDocumentStartBytes;
+using Quorvin::Util::Internal::kFrameStartBytes;
 
 namespace Quorvin::Tool {
 namespace {
@@ -23,19 +23,19 @@ constexpr qsizetype kMostPending = qsizetype(64) * 1024 * 1024;
 bool MayGoOn(QByteArrayView bytes)
 {
     return bytes.size() < kMostPending
-        && (bytes.startsWith(kDocumentStartBytes) || kDocumentStartBytes.startsWith(bytes));
+        && (bytes.startsWith(kFrameStartBytes) || kFrameStartBytes.startsWith(bytes));
 }
 
 } // namespace
 
 void TrafficPrinter::Take(const QByteArray& bytes)
 {
-    const qsizetype newStart = std::max<qsizetype>(mPending.size() - kDocumentStartBytes.size() + 1, 0);
+    const qsizetype newStart = std::max<qsizetype>(mPending.size() - kFrameStartBytes.size() + 1, 0);
     const bool wasPending = !mPending.isEmpty();
     mPending += bytes;
     ++mPendingReads;
     // To read the beginning of a large document once more with each of its parts would take long.
-    const bool hasNewStart = mPending.indexOf(kDocumentStartBytes, newStart) >= 0;
+    const bool hasNewStart = mPending.indexOf(kFrameStartBytes, newStart) >= 0;
     const bool mayEndHere
         = QByteArrayView(mPending).last(std::min<qsizetype>(mPending.size(), 16)).trimmed().endsWith('>');
     if (wasPending && !hasNewStart && !mayEndHere && mPending.size() < kMostPending)

@@ -9,7 +9,7 @@
 #include <qvutil/XmlFiler.h>
 #include <qvutil/messaging/IPC_p.h>
 #include <qvutil/messaging/MessageCodec_p.h>
-#include <qvutil/messaging/VariantMapEncoder_p.h>
+#include <qvutil/messaging/ParameterTypes_p.h>
 
 #include <QJsonArray>
 #include <QJsonDocument>
@@ -20,9 +20,9 @@
 
 using namespace Qt::StringLiterals;
 using Quorvin::Util::MessageInfo;
-using Quorvin::Util::TypeIdOf;
-using Quorvin::Util::TypeName;
 using Quorvin::Util::XmlFiler;
+using Quorvin::Util::Internal::TypeIdOf;
+using Quorvin::Util::Internal::TypeName;
 
 namespace Quorvin::Tool {
 
@@ -387,7 +387,7 @@ void NameLostParameters(const QString& document, MessageInfo& message)
 
 QString WhySkipped(const MessagePiece& piece, const QString& document)
 {
-    if (!piece.Bytes.startsWith(Util::kDocumentStartBytes))
+    if (!piece.Bytes.startsWith(Util::Internal::kFrameStartBytes))
         return u"no document begins here"_s;
     QXmlStreamReader reader(document);
     reader.setNamespaceProcessing(false);
@@ -530,7 +530,7 @@ QString JsonLine(const QJsonObject& object)
 
 void ForEachMessagePiece(QByteArrayView bytes, const std::function<void(const MessagePiece&)>& visit)
 {
-    Util::ForEachPiece(bytes, Util::kDocumentStartBytes, [&](QByteArrayView pieceBytes) {
+    Util::Internal::ForEachPiece(bytes, Util::Internal::kFrameStartBytes, [&](QByteArrayView pieceBytes) {
         MessagePiece piece{
             .Offset = pieceBytes.data() - bytes.data(), .Bytes = pieceBytes, .Message = {}, .Problem = {}};
         const QString document = QString::fromUtf8(pieceBytes);

@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: 2026 The QvUtil developers
 // SPDX-License-Identifier: MIT
 
-#include "messaging/MessageLink_p.h"
+#include "messaging/MessageSocket_p.h"
 #include "support/TestSupport.h"
 
 #include <QtTest>
@@ -9,7 +9,7 @@
 #include <numeric>
 
 using namespace Qt::StringLiterals;
-using namespace Quorvin::Util;
+using namespace Quorvin::Util::Internal;
 
 namespace {
 
@@ -18,13 +18,13 @@ constexpr qsizetype kMiB = qsizetype(1024) * 1024;
 // More than any reader may ask for: one without bounds fails its test, and does not run for ever.
 constexpr int kTooManyReads = 10000;
 
-// The beginning of a document that is longer than that.
+// The beginning of a frame that is longer than that.
 QByteArray Beginning(qsizetype size)
 {
     return QByteArray("<?xml version=\"1.0\"?>\n<Message Id=\"").leftJustified(size, 'x');
 }
 
-QByteArray WholeDocument(qsizetype size)
+QByteArray WholeFrame(qsizetype size)
 {
     const QByteArray end = "\"/></Message>\n";
     return Beginning(size - end.size()) + end;
@@ -51,7 +51,7 @@ public:
         Waits.append(timeoutMs);
         return Waits.size() >= WaitsForPiece && !Pieces.isEmpty();
     }
-    [[nodiscard]] bool IsToEnd() const override
+    [[nodiscard]] bool ShouldStop() const override
     {
         return (EndAfterReads >= 0 && Reads >= EndAfterReads)
             || (EndAfterWaits >= 0 && Waits.size() >= EndAfterWaits);
@@ -68,67 +68,67 @@ public:
 
 } // namespace
 
-// How a receiver reads on. Whatever it is sent, it comes to an end.
-class tst_MessageLink : public QObject
+// How a receiver drains its socket. Whatever it is sent, it comes to an end.
+class tst_MessageSocket : public QObject
 {
     Q_OBJECT
 
 private Q_SLOTS:
     void init() { TestSupport::FailOnAnyMessage(); }
 
-    void ReadOn_takesAllThatIsThere();
-    void ReadOn_waits_data();
-    void ReadOn_waits();
-    void ReadOn_waitsForEachPiece();
-    void ReadOn_waitsInSteps();
-    void ReadOn_waitsInVain();
-    void ReadOn_littleInManyReads_data();
-    void ReadOn_littleInManyReads();
-    void ReadOn_countsReadsAnew();
-    void ReadOn_enough_data();
-    void ReadOn_enough();
-    void ReadOn_threadEnds();
-    void ReadOn_threadEndsWhileItWaits();
+    void Drain_takesAllThatIsThere();
+    void Drain_waits_data();
+    void Drain_waits();
+    void Drain_waitsForEachPiece();
+    void Drain_waitsInSteps();
+    void Drain_waitsOnlySoLong();
+    void Drain_littleInManyReads_data();
+    void Drain_littleInManyReads();
+    void Drain_countsReadsAnew();
+    void Drain_enough_data();
+    void Drain_enough();
+    void Drain_threadEnds();
+    void Drain_threadEndsWhileItWaits();
 };
 
-void tst_MessageLink::ReadOn_takesAllThatIsThere()
+void tst_MessageSocket::Drain_takesAllThatIsThere()
 {
     Script source;
     source.Pieces = {"b", "c", "d", {}, "later"};
     QByteArray bytes = "a";
-    ReadOn(source, bytes);
+    Drain(source, bytes);
     QCOMPARE(bytes, QByteArray("abcd"));
     QCOMPARE(source.Waits, QList<int>());
 }
 
-void tst_MessageLink::ReadOn_waits_data()
+void tst_MessageSocket::Drain_waits_data()
 {
     QTest::addColumn<QByteArray>("first");
     QTest::addColumn<QByteArray>("second");
     QTest::addColumn<bool>("waits");
 
     const QByteArray nothing;
-    const QByteArray noise(2 * kWholePiece, 'x');
-    const QByteArray whole = WholeDocument(2 * kWholePiece);
+    const QByteArray noise(2 * kMaxPiece, 'x');
+    const QByteArray whole = WholeFrame(2 * kMaxPiece);
     const auto row = [](const char* name, const QByteArray& first, const QByteArray& second, bool waits) {
         QTest::newRow(name) << first << second << waits;
     };
-    row("small document, cut off", Beginning(kWholePiece - 1), nothing, false);
-    row("large document, cut off", Beginning(kWholePiece), nothing, true);
-    row("large document, cut off after the second read", Beginning(kWholePiece - 1), "x", true);
-    row("large document, whole", whole, nothing, false);
-    row("large document, whole, without line end", whole.chopped(1), nothing, false);
-    row("large document, last character missing", whole.chopped(2), nothing, true);
-    row("large document, end in the second read", whole.first(kWholePiece), whole.sliced(kWholePiece), false);
+    row("small frame, cut off", Beginning(kMaxPiece - 1), nothing, false);
+    row("large frame, cut off", Beginning(kMaxPiece), nothing, true);
+    row("large frame, cut off after the second read", Beginning(kMaxPiece - 1), "x", true);
+    row("large frame, whole", whole, nothing, false);
+    row("large frame, whole, without line end", whole.chopped(1), nothing, false);
+    row("large frame, last character missing", whole.chopped(2), nothing, true);
+    row("large frame, end in the second read", whole.first(kMaxPiece), whole.sliced(kMaxPiece), false);
     row("large noise", noise, nothing, false);
-    row("small beginning behind noise", noise + Beginning(kWholePiece - 1), nothing, false);
-    row("large beginning behind noise", noise + Beginning(kWholePiece), nothing, true);
-    row("large beginning behind a document", whole + Beginning(kWholePiece), nothing, true);
-    row("small beginning behind a large one", Beginning(2 * kWholePiece) + Beginning(100), nothing, false);
-    row("beginning in two reads", noise + Beginning(3), Beginning(kWholePiece).sliced(3), true);
+    row("small beginning behind noise", noise + Beginning(kMaxPiece - 1), nothing, false);
+    row("large beginning behind noise", noise + Beginning(kMaxPiece), nothing, true);
+    row("large beginning behind a frame", whole + Beginning(kMaxPiece), nothing, true);
+    row("small beginning behind a large one", Beginning(2 * kMaxPiece) + Beginning(100), nothing, false);
+    row("beginning in two reads", noise + Beginning(3), Beginning(kMaxPiece).sliced(3), true);
 }
 
-void tst_MessageLink::ReadOn_waits()
+void tst_MessageSocket::Drain_waits()
 {
     QFETCH(const QByteArray, first);
     QFETCH(const QByteArray, second);
@@ -138,47 +138,47 @@ void tst_MessageLink::ReadOn_waits()
     if (!second.isEmpty())
         source.Pieces.append(second);
     QByteArray bytes = first;
-    ReadOn(source, bytes);
+    Drain(source, bytes);
     QVERIFY(bytes == first + second);
     QCOMPARE(!source.Waits.isEmpty(), waits);
 }
 
-void tst_MessageLink::ReadOn_waitsForEachPiece()
+void tst_MessageSocket::Drain_waitsForEachPiece()
 {
-    const QByteArray document = WholeDocument(4 * kWholePiece);
+    const QByteArray frame = WholeFrame(4 * kMaxPiece);
     Script source;
-    for (qsizetype at = kWholePiece; at < document.size(); at += kWholePiece)
-        source.Pieces += {QByteArray(), document.sliced(at, kWholePiece)};
-    QByteArray bytes = document.first(kWholePiece);
-    ReadOn(source, bytes);
-    QVERIFY(bytes == document);
+    for (qsizetype at = kMaxPiece; at < frame.size(); at += kMaxPiece)
+        source.Pieces += {QByteArray(), frame.sliced(at, kMaxPiece)};
+    QByteArray bytes = frame.first(kMaxPiece);
+    Drain(source, bytes);
+    QVERIFY(bytes == frame);
     QCOMPARE(source.Waits.size(), 3);
 }
 
-void tst_MessageLink::ReadOn_waitsInSteps()
+void tst_MessageSocket::Drain_waitsInSteps()
 {
-    const QByteArray document = WholeDocument(2 * kWholePiece);
+    const QByteArray frame = WholeFrame(2 * kMaxPiece);
     Script source;
-    source.Pieces = {QByteArray(), document.sliced(kWholePiece)};
+    source.Pieces = {QByteArray(), frame.sliced(kMaxPiece)};
     source.WaitsForPiece = 10; // the last one in half a second
-    QByteArray bytes = document.first(kWholePiece);
-    ReadOn(source, bytes);
-    QVERIFY(bytes == document);
+    QByteArray bytes = frame.first(kMaxPiece);
+    Drain(source, bytes);
+    QVERIFY(bytes == frame);
     QCOMPARE(source.Waits, QList<int>(10, 50));
 }
 
-void tst_MessageLink::ReadOn_waitsInVain()
+void tst_MessageSocket::Drain_waitsOnlySoLong()
 {
     Script source;
     source.Pieces = {QByteArray(), "too late"};
     source.WaitsForPiece = 11;
-    QByteArray bytes = Beginning(kWholePiece);
-    ReadOn(source, bytes);
-    QVERIFY(bytes == Beginning(kWholePiece));
+    QByteArray bytes = Beginning(kMaxPiece);
+    Drain(source, bytes);
+    QVERIFY(bytes == Beginning(kMaxPiece));
     QCOMPARE(std::accumulate(source.Waits.cbegin(), source.Waits.cend(), 0), 500);
 }
 
-void tst_MessageLink::ReadOn_littleInManyReads_data()
+void tst_MessageSocket::Drain_littleInManyReads_data()
 {
     QTest::addColumn<QByteArray>("first");
     QTest::addColumn<int>("size");
@@ -186,12 +186,12 @@ void tst_MessageLink::ReadOn_littleInManyReads_data()
 
     // 64 reads are to bring 32 KiB.
     QTest::newRow("single bytes of noise") << QByteArray("x") << 1 << true;
-    QTest::newRow("single bytes of a document") << Beginning(kWholePiece) << 1 << true;
-    QTest::newRow("just too little") << Beginning(kWholePiece) << 511 << true;
-    QTest::newRow("just as much") << Beginning(kWholePiece) << 512 << false;
+    QTest::newRow("single bytes of a frame") << Beginning(kMaxPiece) << 1 << true;
+    QTest::newRow("just too little") << Beginning(kMaxPiece) << 511 << true;
+    QTest::newRow("just as much") << Beginning(kMaxPiece) << 512 << false;
 }
 
-void tst_MessageLink::ReadOn_littleInManyReads()
+void tst_MessageSocket::Drain_littleInManyReads()
 {
     QFETCH(const QByteArray, first);
     QFETCH(const int, size);
@@ -200,31 +200,31 @@ void tst_MessageLink::ReadOn_littleInManyReads()
     Script source;
     source.Endless = QByteArray(size, 'x');
     QByteArray bytes = first;
-    ReadOn(source, bytes);
+    Drain(source, bytes);
     QCOMPARE(source.Reads, stops ? 64 : kTooManyReads);
     QCOMPARE(bytes.size(), first.size() + source.Reads * size);
 }
 
-void tst_MessageLink::ReadOn_countsReadsAnew()
+void tst_MessageSocket::Drain_countsReadsAnew()
 {
     Script source;
-    source.Pieces = QList<QByteArray>(63, "x") + QList<QByteArray>{QByteArray(kWholePiece, 'x')};
+    source.Pieces = QList<QByteArray>(63, "x") + QList<QByteArray>{QByteArray(kMaxPiece, 'x')};
     source.Endless = "x";
     QByteArray bytes = "x";
-    ReadOn(source, bytes);
+    Drain(source, bytes);
     QCOMPARE(source.Reads, 64 + 64);
 }
 
-void tst_MessageLink::ReadOn_enough_data()
+void tst_MessageSocket::Drain_enough_data()
 {
     QTest::addColumn<QByteArray>("first");
     QTest::addColumn<qsizetype>("most");
 
     QTest::newRow("noise") << QByteArray(1, 'x') << 4 * kMiB;
-    QTest::newRow("document without end") << Beginning(kWholePiece) << 64 * kMiB;
+    QTest::newRow("frame without end") << Beginning(kMaxPiece) << 64 * kMiB;
 }
 
-void tst_MessageLink::ReadOn_enough()
+void tst_MessageSocket::Drain_enough()
 {
     QFETCH(const QByteArray, first);
     QFETCH(const qsizetype, most);
@@ -232,32 +232,32 @@ void tst_MessageLink::ReadOn_enough()
     Script source;
     source.Endless = QByteArray(kMiB / 8, 'x');
     QByteArray bytes = first;
-    ReadOn(source, bytes);
+    Drain(source, bytes);
     QCOMPARE(source.Reads, static_cast<int>((most - first.size()) / source.Endless.size()) + 1);
 }
 
-void tst_MessageLink::ReadOn_threadEnds()
+void tst_MessageSocket::Drain_threadEnds()
 {
     Script source;
-    source.Endless = QByteArray(kWholePiece, 'x');
+    source.Endless = QByteArray(kMaxPiece, 'x');
     source.EndAfterReads = 5;
-    QByteArray bytes = Beginning(kWholePiece);
-    ReadOn(source, bytes);
+    QByteArray bytes = Beginning(kMaxPiece);
+    Drain(source, bytes);
     QCOMPARE(source.Reads, 5);
 }
 
-void tst_MessageLink::ReadOn_threadEndsWhileItWaits()
+void tst_MessageSocket::Drain_threadEndsWhileItWaits()
 {
     Script source;
     source.Pieces = {QByteArray(), "too late"};
     source.WaitsForPiece = 4;
     source.EndAfterWaits = 3;
-    QByteArray bytes = Beginning(kWholePiece);
-    ReadOn(source, bytes);
+    QByteArray bytes = Beginning(kMaxPiece);
+    Drain(source, bytes);
     QCOMPARE(source.Waits.size(), 3);
     QCOMPARE(source.Reads, 0);
 }
 
-QTEST_GUILESS_MAIN(tst_MessageLink)
+QTEST_GUILESS_MAIN(tst_MessageSocket)
 
-#include "tst_MessageLink.moc"
+#include "tst_MessageSocket.moc"

@@ -1,0 +1,170 @@
+// SPDX-FileCopyrightText: 2026 The QvUtil developers
+// SPDX-License-Identifier: MIT
+
+#include "messaging/MessageSocket_p.h"
+
+#include "base/Logging_p.h"
+#include "base/QtCompat_p.h"
+#include "messaging/MessageCodec_p.h"
+#include "platform/Platform_p.h"
+
+#include <QDir>
+#include <QFile>
+#include <QThread>
+
+#include <algorithm>
+
+namespace Quorvin::Util::Internal {
+namespace {
+
+// Stop draining after this many bytes even if more keep coming.
+constexpr qsizetype kMaxBytes = qsizetype(4) * 1024 * 1024;
+
+// Give up on an unfinished frame beyond this size.
+constexpr qsizetype kMaxFrameBytes = qsizetype(64) * 1024 * 1024;
+
+// How long the next piece of a large frame may take once its beginning is there. The writer is in the middle
+// of one system call then, and at most waits for a processor. The time is taken in steps: a machine that
+// stalls as a whole uses up one of them only.
+constexpr int kRestTimeoutMs = 500;
+constexpr int kRestStepMs = 50;
+
+// How many reads may pass before they have brought as much as one piece. A peer that writes in smaller parts
+// is not in the middle of one write.
+constexpr int kMaxReadsPerPiece = 64;
+
+// Looks at bytes as they become more.
+class PartialFrameDetector
+{
+public:
+    // Whether the end of a large frame is missing, which the kernel hands over in several pieces. Smaller
+    // ones always come whole: there is nothing to wait for where they are cut off.
+    [[nodiscard]] bool IsInMidFrame(const QByteArray& bytes)
+    {
+        constexpr QByteArrayView kEnd = "</Message>";
+        if (bytes.size() < kMaxPiece)
+            return false;
+        if (QByteArrayView(bytes).last(kEnd.size() + 2).trimmed().endsWith(kEnd))
+            return false;
+        const qsizetype from = std::max<qsizetype>(mSeen - kFrameStartBytes.size() + 1, 0);
+        const qsizetype start = QByteArrayView(bytes).sliced(from).lastIndexOf(kFrameStartBytes);
+        if (start >= 0)
+            mStart = from + start;
+        mSeen = bytes.size();
+        return mStart >= 0 && bytes.size() - mStart >= kMaxPiece;
+    }
+
+private:
+    qsizetype mSeen = 0;
+    qsizetype mStart = -1; // of the last frame
+};
+
+// Past QLocalSocket, whose buffer is empty then: its own way of reading on would emit signals.
+class SocketBytes final : public ByteSource
+{
+public:
+    explicit SocketBytes(qintptr descriptor)
+        : mDescriptor(descriptor)
+    { }
+    bool Read(QByteArray& bytes) override { return Platform::ReadAvailable(mDescriptor, bytes); }
+    bool Wait(int timeoutMs) override { return Platform::WaitForBytes(mDescriptor, timeoutMs); }
+    [[nodiscard]] bool ShouldStop() const override
+    {
+        return QThread::currentThread()->isInterruptionRequested();
+    }
+
+private:
+    qintptr mDescriptor;
+};
+
+bool WaitForRest(ByteSource& source)
+{
+    for (int waitedMs = 0; waitedMs < kRestTimeoutMs && !source.ShouldStop(); waitedMs += kRestStepMs) {
+        if (source.Wait(kRestStepMs))
+            return true;
+    }
+    return false;
+}
+
+} // namespace
+
+QString GetSocketPath(const QString& name)
+{
+    return name.startsWith(u'/') ? name : QDirCleanPath(QDir::tempPath()) + u'/' + name;
+}
+
+bool IsSocketNameTooLong(const QString& name)
+{
+    return QFile::encodeName(GetSocketPath(name)).size() > Platform::GetLongestSocketPath();
+}
+
+void Drain(ByteSource& source, QByteArray& bytes)
+{
+    PartialFrameDetector detector;
+    qsizetype sizeAtPiece = bytes.size();
+    int reads = 0;
+    while (reads < kMaxReadsPerPiece && !source.ShouldStop()) {
+        const bool inMidFrame = detector.IsInMidFrame(bytes);
+        if (bytes.size() >= (inMidFrame ? kMaxFrameBytes : kMaxBytes))
+            break;
+        if (!source.Read(bytes) && !(inMidFrame && WaitForRest(source) && source.Read(bytes)))
+            break;
+        ++reads;
+        if (bytes.size() - sizeAtPiece >= kMaxPiece) {
+            sizeAtPiece = bytes.size();
+            reads = 0;
+        }
+    }
+}
+
+QByteArray ReadAvailableBytes(QLocalSocket& socket)
+{
+    QByteArray bytes = socket.readAll();
+    const qintptr descriptor = socket.socketDescriptor();
+    if (bytes.isEmpty() || descriptor == -1)
+        return bytes;
+    SocketBytes source(descriptor);
+    Drain(source, bytes);
+    return bytes;
+}
+
+QList<MessageInfo> ReadMessages(QLocalSocket& socket)
+{
+    QList<MessageInfo> messages;
+    const QByteArray bytes = ReadAvailableBytes(socket);
+    if (!bytes.isEmpty())
+        DecodeMessage(bytes, messages);
+    return messages;
+}
+
+MessageWriter::MessageWriter(QLocalSocket* socket)
+    : QObject(socket)
+    , mFrames(new FrameQueue(socket))
+{
+    connect(mFrames, &FrameQueue::QueuedFrameWritten, this, [this] { Q_EMIT Written(mQueued.dequeue()); });
+}
+
+void MessageWriter::Write(const MessageInfo& message)
+{
+    if (mFrames->Write(Encode(message)))
+        Q_EMIT Written(message);
+    else
+        mQueued.enqueue(message);
+}
+
+QByteArray MessageWriter::Encode(const MessageInfo& message) const
+{
+    const QByteArray frame = EncodeMessageAsBytes(message);
+    const qsizetype maxSize = mFrames->GetMaxWholeFrame();
+    if (maxSize > 0 && frame.size() > maxSize) {
+        qCWarning(
+            lcQvUtil,
+            "message \"%ls\" has a document of %lld bytes: one of up to %lld bytes travels in one piece, a "
+            "larger one may be lost",
+            qUtf16Printable(message.Id), static_cast<long long>(frame.size()),
+            static_cast<long long>(maxSize));
+    }
+    return frame;
+}
+
+} // namespace Quorvin::Util::Internal
