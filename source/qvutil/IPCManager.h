@@ -16,14 +16,7 @@
 
 #include <memory>
 
-QT_BEGIN_NAMESPACE
-class QSharedMemory;
-QT_END_NAMESPACE
-
 namespace Quorvin::Util {
-
-class MessageClient;
-class MessageServer;
 
 /// One member of a grid.
 struct ProcessInfo
@@ -199,20 +192,9 @@ Q_SIGNALS:
     void DisconnectedFromServer(QString name);
 
 private:
-    class RegistryLock;
+    class Private;
 
-    void LeaveRegistry();
-    void LockSharedMemory();
-    void UnlockSharedMemory();
-
-    std::unique_ptr<MessageServer> mServer;
-    QIODeviceBase::OpenMode mServerMode = QIODeviceBase::NotOpen;
-    bool mRegistered = false;
-    std::unique_ptr<QSharedMemory> mSharedMemory; // never null; without a key until a grid is joined
-    int mLockDepth = 0;
-    int mFileLock = -1;
-    std::unique_ptr<MessageClient> mClient;
-    QList<IMessageResponder*> mResponders;
+    const std::unique_ptr<Private> mPrivate;
 };
 
 } // namespace Quorvin::Util

@@ -22,30 +22,52 @@ using namespace Qt::StringLiterals;
 
 namespace Quorvin::Util {
 
-// Holds the registry's lock as long as it lives; further ones within it do nothing.
-class IPCManager::RegistryLock
+class Q_DECL_HIDDEN IPCManager::Private // else it would be exported with the class around it
 {
 public:
-    explicit RegistryLock(IPCManager& manager)
+    class RegistryLock;
+
+    bool Create();
+    bool Attach();
+    void LeaveRegistry();
+    void LockRegistry();
+    void UnlockRegistry();
+
+    std::unique_ptr<MessageServer> Server;
+    QIODeviceBase::OpenMode ServerMode = QIODeviceBase::NotOpen;
+    bool IsRegistered = false;
+    // Never null; without a key until a grid is joined.
+    std::unique_ptr<QSharedMemory> SharedMemory = std::make_unique<QSharedMemory>();
+    int LockDepth = 0;
+    int FileLock = -1;
+    std::unique_ptr<MessageClient> Client;
+    QList<IMessageResponder*> Responders;
+};
+
+// Holds the registry's lock as long as it lives; further ones within it do nothing.
+class Q_DECL_HIDDEN IPCManager::Private::RegistryLock
+{
+public:
+    explicit RegistryLock(Private& manager)
         : mManager(manager)
     {
-        mManager.LockSharedMemory();
+        mManager.LockRegistry();
     }
-    ~RegistryLock() { mManager.UnlockSharedMemory(); }
+    ~RegistryLock() { mManager.UnlockRegistry(); }
     Q_DISABLE_COPY_MOVE(RegistryLock)
 
 private:
-    IPCManager& mManager;
+    Private& mManager;
 };
 
 IPCManager::IPCManager()
-    : mSharedMemory(std::make_unique<QSharedMemory>())
+    : mPrivate(std::make_unique<Private>())
 { }
 
 IPCManager::~IPCManager()
 {
     DeleteAllConnections();
-    LeaveRegistry();
+    mPrivate->LeaveRegistry();
 }
 
 // Server
@@ -54,64 +76,64 @@ bool IPCManager::StartServer(const QString& serverName, QIODeviceBase::OpenMode 
 {
     if (IsServerRunning())
         return true;
-    if (!mServer)
-        mServer = std::make_unique<MessageServer>();
-    mServerMode = mode;
-    if (!mServer->Start(serverName))
+    if (!mPrivate->Server)
+        mPrivate->Server = std::make_unique<MessageServer>();
+    mPrivate->ServerMode = mode;
+    if (!mPrivate->Server->Start(serverName))
         return false;
     if (!mode.testFlag(QIODeviceBase::ReadOnly))
         return true;
-    connect(mServer.get(), &MessageServer::MessageReceived, this, &IPCManager::MessageReceived);
-    connect(mServer.get(), &MessageServer::Connected, this, &IPCManager::ConnectedToClient);
-    return static_cast<bool>(
-        connect(mServer.get(), &MessageServer::Disconnected, this, &IPCManager::DisconnectedFromClient));
+    connect(mPrivate->Server.get(), &MessageServer::MessageReceived, this, &IPCManager::MessageReceived);
+    connect(mPrivate->Server.get(), &MessageServer::Connected, this, &IPCManager::ConnectedToClient);
+    return static_cast<bool>(connect(mPrivate->Server.get(), &MessageServer::Disconnected, this,
+                                     &IPCManager::DisconnectedFromClient));
 }
 
 bool IPCManager::StopServer()
 {
-    if (mServer)
-        mServer->Stop();
+    if (mPrivate->Server)
+        mPrivate->Server->Stop();
     return true;
 }
 
 bool IPCManager::IsServerRunning() const
 {
-    return mServer && mServer->IsStarted();
+    return mPrivate->Server && mPrivate->Server->IsStarted();
 }
 
 bool IPCManager::IsConnectedToAnyClient() const
 {
-    return mServer && mServer->GetConnectionCount() > 0;
+    return mPrivate->Server && mPrivate->Server->GetConnectionCount() > 0;
 }
 
 // Client
 
 bool IPCManager::ConnectToServer(const QString& serverName, QIODeviceBase::OpenMode mode)
 {
-    if (mClient)
+    if (mPrivate->Client)
         return true;
-    mClient = std::make_unique<MessageClient>();
-    connect(mClient.get(), &MessageClient::MessageReceived, this, &IPCManager::MessageReceived);
-    connect(mClient.get(), &MessageClient::Connected, this, &IPCManager::ConnectedToServer);
-    connect(mClient.get(), &MessageClient::Disconnected, this, &IPCManager::DisconnectedFromServer);
-    return mClient->ConnectToServer(serverName, mode);
+    mPrivate->Client = std::make_unique<MessageClient>();
+    connect(mPrivate->Client.get(), &MessageClient::MessageReceived, this, &IPCManager::MessageReceived);
+    connect(mPrivate->Client.get(), &MessageClient::Connected, this, &IPCManager::ConnectedToServer);
+    connect(mPrivate->Client.get(), &MessageClient::Disconnected, this, &IPCManager::DisconnectedFromServer);
+    return mPrivate->Client->ConnectToServer(serverName, mode);
 }
 
 bool IPCManager::WaitForConnectionToServer(const QString& /*serverName*/, int timeoutMs)
 {
-    return mClient->WaitForConnection(timeoutMs); // true at once if it is connected
+    return mPrivate->Client->WaitForConnection(timeoutMs); // true at once if it is connected
 }
 
 bool IPCManager::DisconnectFromServer(const QString& /*serverName*/)
 {
-    const bool hadClient = mClient != nullptr;
-    mClient.reset();
+    const bool hadClient = mPrivate->Client != nullptr;
+    mPrivate->Client.reset();
     return hadClient;
 }
 
 bool IPCManager::IsConnectedToServer(const QString& /*serverName*/) const
 {
-    return mClient && mClient->IsConnected();
+    return mPrivate->Client && mPrivate->Client->IsConnected();
 }
 
 // Messages
@@ -123,49 +145,50 @@ bool IPCManager::SendMessage(const QString& id, const QVariantMap& params)
 
 bool IPCManager::SendMessage(const QString& id, const QVariantMap& params, bool waitForSent)
 {
-    if (mServer && mServerMode.testFlag(QIODeviceBase::WriteOnly))
-        mServer->SendMessage(id, params);
-    if (mClient)
-        mClient->SendMessage(id, params, waitForSent); // a slot may delete client and manager meanwhile
+    if (mPrivate->Server && mPrivate->ServerMode.testFlag(QIODeviceBase::WriteOnly))
+        mPrivate->Server->SendMessage(id, params);
+    if (mPrivate->Client)
+        mPrivate->Client->SendMessage(id, params,
+                                      waitForSent); // a slot may delete client and manager meanwhile
     return true;
 }
 
 bool IPCManager::SendMessageAndGetResponse(const QString& /*serverName*/, const QString& id,
                                            const QVariantMap& params, QVariantMap& response, int timeoutMs)
 {
-    return mClient && mClient->SendMessageAndGetResponse(id, params, response, timeoutMs);
+    return mPrivate->Client && mPrivate->Client->SendMessageAndGetResponse(id, params, response, timeoutMs);
 }
 
 void IPCManager::AddMessageResponder(IMessageResponder* responder)
 {
     if (responder == nullptr)
         return;
-    if (!mResponders.contains(responder))
-        mResponders.append(responder);
-    if (!mServer)
-        mServer = std::make_unique<MessageServer>();
-    mServer->AddMessageResponder(responder);
+    if (!mPrivate->Responders.contains(responder))
+        mPrivate->Responders.append(responder);
+    if (!mPrivate->Server)
+        mPrivate->Server = std::make_unique<MessageServer>();
+    mPrivate->Server->AddMessageResponder(responder);
 }
 
 void IPCManager::RemoveMessageResponder(IMessageResponder* responder)
 {
-    mResponders.removeOne(responder);
-    if (mServer)
-        mServer->RemoveMessageResponder(responder);
+    mPrivate->Responders.removeOne(responder);
+    if (mPrivate->Server)
+        mPrivate->Server->RemoveMessageResponder(responder);
 }
 
 // Grid
 
 bool IPCManager::CreateGridConnection(const QString& gridName, QIODeviceBase::OpenMode mode)
 {
-    if (mRegistered)
+    if (mPrivate->IsRegistered)
         return true;
-    mRegistered = true;
-    if (mSharedMemory->key() != gridName)
-        LeaveRegistry();
-    mSharedMemory->setKey(gridName);
+    mPrivate->IsRegistered = true;
+    if (mPrivate->SharedMemory->key() != gridName)
+        mPrivate->LeaveRegistry();
+    mPrivate->SharedMemory->setKey(gridName);
 
-    const RegistryLock lock(*this);
+    const Private::RegistryLock lock(*mPrivate);
     const qint64 processId = QCoreApplication::applicationPid();
     const QString program = QFileInfo(QCoreApplication::applicationFilePath()).baseName();
     const QString serverName = gridName + u'.' + program + u'.' + QString::number(processId);
@@ -187,8 +210,8 @@ bool IPCManager::CreateGridConnection(const QString& gridName, QIODeviceBase::Op
 
 bool IPCManager::DeleteAllConnections()
 {
-    if (mRegistered) {
-        const RegistryLock lock(*this);
+    if (mPrivate->IsRegistered) {
+        const Private::RegistryLock lock(*mPrivate);
         const qint64 processId = QCoreApplication::applicationPid();
         QList<ProcessInfo> processes = ReadFromSharedMemory();
         const auto own = std::find_if(processes.cbegin(), processes.cend(), [=](const ProcessInfo& process) {
@@ -197,10 +220,10 @@ bool IPCManager::DeleteAllConnections()
         if (own != processes.cend())
             processes.erase(own);
         WriteToSharedMemory(processes);
-        mRegistered = false;
+        mPrivate->IsRegistered = false;
     }
     StopServer();
-    mClient.reset();
+    mPrivate->Client.reset();
     return true;
 }
 
@@ -208,22 +231,23 @@ bool IPCManager::DeleteAllConnections()
 
 bool IPCManager::CreateSharedMemory()
 {
-    return AttachToSharedMemory() || mSharedMemory->create(Internal::kRegistrySize, QSharedMemory::ReadWrite);
+    return mPrivate->Create();
 }
 
 bool IPCManager::AttachToSharedMemory()
 {
-    return mSharedMemory->isAttached() || mSharedMemory->attach(QSharedMemory::ReadWrite);
+    return mPrivate->Attach();
 }
 
 QList<ProcessInfo> IPCManager::ReadFromSharedMemory()
 {
     if (!AttachToSharedMemory())
         return {};
-    const RegistryLock lock(*this);
+    const Private::RegistryLock lock(*mPrivate);
     // Some systems round a segment up to whole pages.
-    const qsizetype size = std::min<qsizetype>(mSharedMemory->size(), Internal::kRegistrySize);
-    return Internal::ParseRegistry(QByteArray(static_cast<const char*>(mSharedMemory->constData()), size));
+    const qsizetype size = std::min<qsizetype>(mPrivate->SharedMemory->size(), Internal::kRegistrySize);
+    return Internal::ParseRegistry(
+        QByteArray(static_cast<const char*>(mPrivate->SharedMemory->constData()), size));
 }
 
 bool IPCManager::WriteToSharedMemory(const QList<ProcessInfo>& processes)
@@ -231,49 +255,59 @@ bool IPCManager::WriteToSharedMemory(const QList<ProcessInfo>& processes)
     if (!AttachToSharedMemory())
         return false;
     const QByteArray image = Internal::FormatRegistry(processes);
-    if (image.size() > Internal::kRegistrySize || image.size() > mSharedMemory->size())
+    if (image.size() > Internal::kRegistrySize || image.size() > mPrivate->SharedMemory->size())
         return false;
-    const RegistryLock lock(*this);
-    std::memcpy(mSharedMemory->data(), image.constData(), static_cast<size_t>(image.size()));
+    const Private::RegistryLock lock(*mPrivate);
+    std::memcpy(mPrivate->SharedMemory->data(), image.constData(), static_cast<size_t>(image.size()));
     return true;
+}
+
+bool IPCManager::Private::Create()
+{
+    return Attach() || SharedMemory->create(Internal::kRegistrySize, QSharedMemory::ReadWrite);
+}
+
+bool IPCManager::Private::Attach()
+{
+    return SharedMemory->isAttached() || SharedMemory->attach(QSharedMemory::ReadWrite);
 }
 
 // Detaches from the registry. The last process to do so destroys segment and lock, which must not happen
 // while another process makes or attaches them.
-void IPCManager::LeaveRegistry()
+void IPCManager::Private::LeaveRegistry()
 {
-    const QString gridName = mSharedMemory->key();
+    const QString gridName = SharedMemory->key();
     if (gridName.isEmpty())
         return;
     const QString lockFile = Internal::GridLockFilePath(gridName);
     const int lock = Platform::LockFile(lockFile);
-    mSharedMemory = std::make_unique<QSharedMemory>();
+    SharedMemory = std::make_unique<QSharedMemory>();
     if (!QSharedMemory(gridName).attach(QSharedMemory::ReadOnly))
         QFile::remove(lockFile); // while it is locked: whoever waits for it then makes a new one
     Platform::UnlockFile(lock);
 }
 
-void IPCManager::LockSharedMemory()
+void IPCManager::Private::LockRegistry()
 {
-    if (mLockDepth++ > 0)
+    if (LockDepth++ > 0)
         return;
-    const QString gridName = mSharedMemory->key();
+    const QString gridName = SharedMemory->key();
     if (gridName.isEmpty())
         return; // there is no segment either
-    mFileLock = Platform::LockFile(Internal::GridLockFilePath(gridName));
-    // Somebody else may make it between the look for it and its making. Under its lock it could not be
-    // attached.
-    if (!CreateSharedMemory())
-        AttachToSharedMemory();
-    mSharedMemory->lock();
+    FileLock = Platform::LockFile(Internal::GridLockFilePath(gridName));
+    // Another process may create the segment between attach() and create(). Attach before lock(): attach()
+    // takes the same semaphore.
+    if (!Create())
+        Attach();
+    SharedMemory->lock();
 }
 
-void IPCManager::UnlockSharedMemory()
+void IPCManager::Private::UnlockRegistry()
 {
-    if (--mLockDepth > 0 || mSharedMemory->key().isEmpty())
+    if (--LockDepth > 0 || SharedMemory->key().isEmpty())
         return;
-    mSharedMemory->unlock();
-    Platform::UnlockFile(std::exchange(mFileLock, -1));
+    SharedMemory->unlock();
+    Platform::UnlockFile(std::exchange(FileLock, -1));
 }
 
 } // namespace Quorvin::Util
