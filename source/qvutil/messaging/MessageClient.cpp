@@ -6,12 +6,10 @@
 #include "base/Logging_p.h"
 #include "messaging/IPC_p.h"
 #include "messaging/MessageSocket_p.h"
-#include "platform/Platform_p.h"
 
 #include <QCoreApplication>
 #include <QMutexLocker>
 
-#include <optional>
 #include <utility>
 
 namespace Quorvin::Util {
@@ -365,15 +363,9 @@ bool MessageClientWorker::IsConnected() const
     return mSocket != nullptr && mSocket->state() == QLocalSocket::ConnectedState;
 }
 
-bool MessageClientWorker::IsTrustedServer() const
-{
-    const std::optional<quint32> user = Platform::GetPeerUserId(mSocket->socketDescriptor());
-    return !user || Internal::IsTrustedUser(*user, Platform::GetUserId());
-}
-
 void MessageClientWorker::ConnectedSlot()
 {
-    if (!IsTrustedServer()) {
+    if (!Internal::IsTrustedPeer(*mSocket)) {
         mSocket->abort(); // not a server to talk to; the timer goes on trying
         return;
     }

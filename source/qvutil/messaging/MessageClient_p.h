@@ -194,8 +194,6 @@ public Q_SLOTS:
     void Error(QLocalSocket::LocalSocketError e);
 
 private:
-    [[nodiscard]] bool IsTrustedServer() const;
-
     MessageClient* mClient;
     QString mServerName;
     QLocalSocket* mSocket = nullptr;

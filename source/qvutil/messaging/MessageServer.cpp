@@ -6,11 +6,18 @@
 #include "base/Logging_p.h"
 #include "messaging/IPC_p.h"
 #include "messaging/MessageSocket_p.h"
-#include "platform/Platform_p.h"
 
+#include <QFile>
+
+#include <optional>
 #include <utility>
 
 namespace Quorvin::Util {
+namespace {
+
+constexpr int kEndpointCheckMs = 2000;
+
+} // namespace
 
 // MessageServer
 
@@ -139,6 +146,8 @@ MessageServerWorker::MessageServerWorker(MessageServer* server)
     : mServer(server)
 {
     connect(mServer, &MessageServer::NewOutgoingMessage, this, &MessageServerWorker::NewOutgoingMessage);
+    mEndpointTimer.setTimerType(Qt::VeryCoarseTimer);
+    connect(&mEndpointTimer, &QTimer::timeout, this, &MessageServerWorker::CheckEndpoint);
 }
 
 MessageServerWorker::~MessageServerWorker()
@@ -148,24 +157,67 @@ MessageServerWorker::~MessageServerWorker()
 
 bool MessageServerWorker::Start(const QString& name)
 {
-    mLocalServer = std::make_unique<QLocalServer>();
-    QLocalServer::removeServer(name); // what a process that crashed has left
-    mLocalServer->setSocketOptions(QLocalServer::UserAccessOption);
-    if (!mLocalServer->listen(name)) {
-        qCWarning(Internal::lcQvUtil, "cannot listen on \"%ls\": %ls%s", qUtf16Printable(name),
-                  qUtf16Printable(mLocalServer->errorString()),
-                  Internal::IsSocketNameTooLong(name) ? " (the name is too long)" : "");
+    Stop(); // the one before, if there is one
+    mName = name;
+    if (!Listen(Platform::ExistingSocket::Replace)) // a process that crashed has left it, or loses the name
+        return false;
+    mEndpointTimer.start(kEndpointCheckMs);
+    return true;
+}
+
+// Does not use QLocalServer::listen(name): closing such a server removes whatever is under the name by then,
+// the socket of a successor included.
+bool MessageServerWorker::Listen(Platform::ExistingSocket existing)
+{
+    const Platform::ListeningSocket socket = Platform::ListenAt(Internal::GetSocketPath(mName), existing);
+    auto server = std::make_unique<QLocalServer>();
+    server->setSocketOptions(QLocalServer::UserAccessOption);
+    if (socket.Descriptor == -1 || !server->listen(socket.Descriptor)) {
+        qCWarning(Internal::lcQvUtil, "cannot listen on \"%ls\": %ls%s", qUtf16Printable(mName),
+                  qUtf16Printable(socket.Descriptor == -1 ? socket.Error : server->errorString()),
+                  Internal::IsSocketNameTooLong(mName) ? " (the name is too long)" : "");
         return false;
     }
+    mLocalServer = std::move(server);
+    mEndpoint = socket.File;
     connect(mLocalServer.get(), &QLocalServer::newConnection, this, &MessageServerWorker::ConnectedSlot);
     return true;
 }
 
+// Without its file a server runs on, and nobody can connect.
+void MessageServerWorker::CheckEndpoint()
+{
+    const std::optional<Platform::FileIdentity> file
+        = Platform::GetFileIdentity(Internal::GetSocketPath(mName));
+    if (file == mEndpoint)
+        return;
+    if (file) {
+        qCWarning(Internal::lcQvUtil,
+                  "another server has taken over the name \"%ls\": clients reach that one",
+                  qUtf16Printable(mName));
+    } else if (Listen(Platform::ExistingSocket::Keep)) {
+        qCWarning(Internal::lcQvUtil, "the socket of \"%ls\" was removed: listening again",
+                  qUtf16Printable(mName));
+        return;
+    }
+    mEndpointTimer.stop(); // one line is enough
+}
+
+// A successor may have taken the name over. The file's number cannot be used again while the socket is open.
+void MessageServerWorker::RemoveEndpoint()
+{
+    const QString path = Internal::GetSocketPath(mName);
+    if (mLocalServer && Platform::GetFileIdentity(path) == mEndpoint)
+        QFile::remove(path);
+}
+
 bool MessageServerWorker::Stop()
 {
+    mEndpointTimer.stop();
+    RemoveEndpoint();
     if (mLocalServer)
         mLocalServer->close();
-    mSocket = nullptr;
+    delete std::exchange(mSocket, nullptr);
     mLocalServer.reset();
     return true;
 }
@@ -175,6 +227,14 @@ void MessageServerWorker::ConnectedSlot()
     QLocalSocket* const socket = mLocalServer->nextPendingConnection();
     if (socket == nullptr)
         return; // gone before it was accepted
+    if (!Internal::IsTrustedPeer(*socket)) {
+        qCWarning(Internal::lcQvUtil, "a process of another user has connected to \"%ls\" and was refused",
+                  qUtf16Printable(mName));
+        socket->abort();
+        socket->deleteLater();
+        return;
+    }
+    socket->setParent(this); // it outlives a server that listens again
     if (mSocket != nullptr)
         mSocket->deleteLater();
     mSocket = socket;

@@ -8,10 +8,13 @@
 
 #include "IPC.h"
 #include "messaging/WorkerThread_p.h"
+#include "platform/Platform_p.h"
 
 #include <QList>
 #include <QObject>
 #include <QPointer>
+#include <QString>
+#include <QTimer>
 #include <QtNetwork/QLocalServer>
 #include <QtNetwork/QLocalSocket>
 
@@ -129,9 +132,16 @@ public Q_SLOTS:
     void NewOutgoingMessage(const MessageInfo& msg);
 
 private:
+    bool Listen(Platform::ExistingSocket existing);
+    void CheckEndpoint();
+    void RemoveEndpoint();
+
     MessageServer* mServer;
+    QString mName;
     std::unique_ptr<QLocalServer> mLocalServer;
-    QLocalSocket* mSocket = nullptr; // the current client's; belongs to mLocalServer
+    Platform::FileIdentity mEndpoint; // the file of mLocalServer
+    QTimer mEndpointTimer; // looks whether the file is still there
+    QLocalSocket* mSocket = nullptr; // the current client's
     QPointer<Internal::MessageWriter> mWriter; // belongs to mSocket
 };
 

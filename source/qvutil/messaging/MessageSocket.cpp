@@ -13,6 +13,7 @@
 #include <QThread>
 
 #include <algorithm>
+#include <optional>
 
 namespace Quorvin::Util::Internal {
 namespace {
@@ -96,6 +97,12 @@ QString GetSocketPath(const QString& name)
 bool IsSocketNameTooLong(const QString& name)
 {
     return QFile::encodeName(GetSocketPath(name)).size() > Platform::GetLongestSocketPath();
+}
+
+bool IsTrustedPeer(const QLocalSocket& socket)
+{
+    const std::optional<quint32> user = Platform::GetPeerUserId(socket.socketDescriptor());
+    return !user || IsTrustedUser(*user, Platform::GetUserId());
 }
 
 void Drain(ByteSource& source, QByteArray& bytes)

@@ -59,6 +59,10 @@ void Drain(ByteSource& source, QByteArray& bytes);
     return user == own || user == 0;
 }
 
+/// Whether the process at the other end may be talked to: one of the same user or of root. Where the system
+/// does not tell, it may.
+[[nodiscard]] bool IsTrustedPeer(const QLocalSocket& socket);
+
 /// Writes messages to a socket, whole and in order.
 class MessageWriter final : public QObject
 {

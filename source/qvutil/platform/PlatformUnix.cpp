@@ -9,7 +9,10 @@
 #include <QDeadlineTimer>
 #include <QFile>
 
+#include <algorithm>
 #include <cerrno>
+#include <cstdio>
+#include <cstdlib>
 
 #include <fcntl.h>
 #include <poll.h>
@@ -17,6 +20,7 @@
 #include <sys/ioctl.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
+#include <sys/un.h>
 #include <unistd.h>
 
 namespace Quorvin::Util::Platform {
@@ -36,7 +40,98 @@ bool WaitForLock(int file, const QDeadlineTimer& deadline)
     return true;
 }
 
+FileIdentity IdentityOf(const struct stat& file)
+{
+    return {static_cast<quint64>(file.st_dev), static_cast<quint64>(file.st_ino)};
+}
+
+// A folder that only this user can look into, in the folder of a path. It goes with what is in it.
+class PrivateFolder
+{
+public:
+    explicit PrivateFolder(const QByteArray& beside)
+        : mPath(beside.left(beside.lastIndexOf('/') + 1) + "XXXXXX")
+        , mExists(::mkdtemp(mPath.data()) != nullptr)
+    { }
+    ~PrivateFolder()
+    {
+        if (!mExists)
+            return;
+        ::unlink(FilePath().constData());
+        ::rmdir(mPath.constData());
+    }
+    Q_DISABLE_COPY_MOVE(PrivateFolder)
+
+    [[nodiscard]] bool Exists() const { return mExists; }
+    /// The path of the one file in it.
+    [[nodiscard]] QByteArray FilePath() const { return mPath + "/s"; }
+
+private:
+    QByteArray mPath;
+    bool mExists;
+};
+
+// All but the last step of ListenAt: a socket that listens at some path. Not open if that failed.
+FileDescriptor ListenPrivately(const QByteArray& path)
+{
+    constexpr int kMaxWaitingClients = 50; // as many as QLocalServer allows
+    sockaddr_un address = {};
+    address.sun_family = AF_UNIX;
+    if (path.size() >= static_cast<qsizetype>(sizeof(address.sun_path))) {
+        errno = ENAMETOOLONG;
+        return FileDescriptor();
+    }
+    std::copy(path.begin(), path.end(), address.sun_path);
+    FileDescriptor socket(::socket(AF_UNIX, SOCK_STREAM, 0));
+    if (!socket.IsOpen() || ::fcntl(socket.Get(), F_SETFD, FD_CLOEXEC) == -1
+        || ::bind(socket.Get(), reinterpret_cast<const sockaddr*>(&address), sizeof(address)) == -1
+        || ::chmod(path.constData(), S_IRWXU) == -1 || ::listen(socket.Get(), kMaxWaitingClients) == -1)
+        return FileDescriptor();
+    return socket;
+}
+
+// Gives a file its final name. \return false, and errno, if that failed
+bool MoveSocket(const QByteArray& from, const QByteArray& to, ExistingSocket existing)
+{
+    if (existing == ExistingSocket::Keep)
+        return ::link(from.constData(), to.constData()) == 0; // fails if there is anything
+    struct stat there = {};
+    if (::lstat(to.constData(), &there) == 0 && !S_ISSOCK(there.st_mode)) {
+        errno = EEXIST;
+        return false;
+    }
+    return std::rename(from.constData(), to.constData()) == 0;
+}
+
 } // namespace
+
+std::optional<FileIdentity> GetFileIdentity(const QString& path)
+{
+    struct stat file = {};
+    if (::lstat(QFile::encodeName(path).constData(), &file) == -1)
+        return std::nullopt;
+    return IdentityOf(file);
+}
+
+ListeningSocket ListenAt(const QString& path, ExistingSocket existing)
+{
+    const QByteArray target = QFile::encodeName(path);
+    const auto failed
+        = [] { return ListeningSocket{.Descriptor = -1, .File = {}, .Error = qt_error_string(errno)}; };
+    if (target.isEmpty() || target.endsWith('/') || target.size() > GetLongestSocketPath()) {
+        errno = target.size() > GetLongestSocketPath() ? ENAMETOOLONG : EINVAL;
+        return failed();
+    }
+    const PrivateFolder folder(target);
+    if (!folder.Exists())
+        return failed();
+    const QByteArray made = folder.FilePath();
+    FileDescriptor socket = ListenPrivately(made);
+    struct stat file = {};
+    if (!socket.IsOpen() || ::lstat(made.constData(), &file) == -1 || !MoveSocket(made, target, existing))
+        return failed();
+    return {.Descriptor = socket.Release(), .File = IdentityOf(file), .Error = {}};
+}
 
 bool ReadAvailable(qintptr socket, QByteArray& bytes)
 {

@@ -115,6 +115,36 @@ bool WaitForBytes(qintptr socket, int timeoutMs);
 /// \return the user as whom this process runs
 [[nodiscard]] quint32 GetUserId();
 
+/// What makes a file the one that it is, wherever it is moved.
+struct FileIdentity
+{
+    quint64 Device = 0;
+    quint64 Inode = 0;
+
+    [[nodiscard]] bool operator==(const FileIdentity&) const = default;
+};
+
+/// \return what is at \p path, without following a link; nothing if nothing is there
+[[nodiscard]] std::optional<FileIdentity> GetFileIdentity(const QString& path);
+
+/// What ListenAt does with a socket that is at the path already.
+enum class ExistingSocket {
+    Replace,
+    Keep,
+};
+
+/// A socket that listens, and its file.
+struct ListeningSocket
+{
+    int Descriptor = -1; ///< -1 if it could not be made; the caller closes it
+    FileIdentity File;
+    QString Error; ///< the reason if it could not be made
+};
+
+/// Makes a socket that only this user can reach and that listens at \p path. Its file appears there in one
+/// step, under which clients can connect at once. A file that is no socket is never replaced.
+[[nodiscard]] ListeningSocket ListenAt(const QString& path, ExistingSocket existing);
+
 /// \return size of the longest path, in bytes, at which a local server can listen
 [[nodiscard]] qsizetype GetLongestSocketPath();
 

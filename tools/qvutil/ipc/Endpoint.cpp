@@ -81,8 +81,7 @@ std::optional<EndpointProblem> FindWhyMissing(const Endpoint& endpoint)
     case Endpoint::OtherFile:
         return EndpointProblem{.Code = u"not-a-socket"_s,
                                .Text = u"%1 is not a socket"_s.arg(endpoint.Path),
-                               .Advice
-                               = u"choose another name: a server of this one would delete the file"_s};
+                               .Advice = u"choose another name, or remove the file"_s};
     case Endpoint::Socket:
         break;
     }
