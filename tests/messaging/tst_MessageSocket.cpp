@@ -46,10 +46,10 @@ public:
         bytes += Pieces.isEmpty() ? Endless : Pieces.takeFirst();
         return true;
     }
-    bool Wait(int timeoutMs) override
+    qint64 Wait(int timeoutMs) override
     {
         Waits.append(timeoutMs);
-        return Waits.size() >= WaitsForPiece && !Pieces.isEmpty();
+        return Waits.size() >= WaitsForPiece && !Pieces.isEmpty() ? WaitNs : -1;
     }
     [[nodiscard]] bool ShouldStop() const override
     {
@@ -59,6 +59,7 @@ public:
 
     QList<QByteArray> Pieces; // an empty one is a read that brings nothing
     QByteArray Endless; // comes behind them, at each read
+    qint64 WaitNs = 0; // how long the others take
     qsizetype WaitsForPiece = 1; // as many come to nothing before
     int EndAfterReads = -1;
     int EndAfterWaits = -1;
@@ -82,6 +83,8 @@ private Q_SLOTS:
     void Drain_waitsForEachPiece();
     void Drain_waitsInSteps();
     void Drain_waitsOnlySoLong();
+    void Drain_trickle_data();
+    void Drain_trickle();
     void Drain_littleInManyReads_data();
     void Drain_littleInManyReads();
     void Drain_countsReadsAnew();
@@ -178,6 +181,33 @@ void tst_MessageSocket::Drain_waitsOnlySoLong()
     QCOMPARE(std::accumulate(source.Waits.cbegin(), source.Waits.cend(), 0), 500);
 }
 
+// A peer that lets a frame trickle in wins no time: each part comes before its step is over.
+void tst_MessageSocket::Drain_trickle_data()
+{
+    QTest::addColumn<qint64>("waitNs");
+    QTest::addColumn<int>("reads");
+
+    QTest::newRow("400 ms, on a machine that stalls") << qint64(400'000'000) << 10;
+    QTest::newRow("40 ms") << qint64(40'000'000) << 13;
+    QTest::newRow("1 ms") << qint64(1'000'000) << 500;
+    QTest::newRow("no time") << qint64(0) << 1000;
+}
+
+void tst_MessageSocket::Drain_trickle()
+{
+    QFETCH(const qint64, waitNs);
+    QFETCH(const int, reads);
+
+    const QByteArray part(kMaxPiece / 32, 'x');
+    Script source;
+    source.WaitNs = waitNs;
+    for (int i = 0; i < 1000; ++i)
+        source.Pieces += {QByteArray(), part};
+    QByteArray bytes = Beginning(kMaxPiece);
+    Drain(source, bytes);
+    QCOMPARE(source.Reads, reads);
+}
+
 void tst_MessageSocket::Drain_littleInManyReads_data()
 {
     QTest::addColumn<QByteArray>("first");
@@ -221,7 +251,7 @@ void tst_MessageSocket::Drain_enough_data()
     QTest::addColumn<qsizetype>("most");
 
     QTest::newRow("noise") << QByteArray(1, 'x') << 4 * kMiB;
-    QTest::newRow("frame without end") << Beginning(kMaxPiece) << 64 * kMiB;
+    QTest::newRow("frame without end") << Beginning(kMaxPiece) << 8 * kMiB;
 }
 
 void tst_MessageSocket::Drain_enough()

@@ -19,6 +19,23 @@ void AppendByDom(const QString& frame, QList<MessageInfo>& messages)
         messages.append(message);
 }
 
+void DecodeText(const QString& text, QList<MessageInfo>& messages, bool (*shouldStop)())
+{
+    using Internal::kFrameStart;
+    Internal::ForEachPiece(QStringView(text), kFrameStart, [&messages, shouldStop](QStringView piece) {
+        const bool isFrame = piece.startsWith(kFrameStart);
+        if (isFrame) {
+            if (std::optional<MessageInfo> message = Internal::DecodeMessageFast(piece)) {
+                messages.append(*std::move(message));
+                return;
+            }
+        }
+        // The DOM path may take seconds for what a hostile peer has made up.
+        if (piece.size() > kFrameStart.size() && (shouldStop == nullptr || !shouldStop()))
+            AppendByDom(isFrame ? piece.toString() : kFrameStart.toString().append(piece), messages);
+    });
+}
+
 } // namespace
 
 QString EncodeMessage(const MessageInfo& message)
@@ -35,19 +52,11 @@ QByteArray EncodeMessageAsBytes(const MessageInfo& message)
 
 bool DecodeMessage(const QString& text, QList<MessageInfo>& messages)
 {
-    using Internal::kFrameStart;
-    Internal::ForEachPiece(QStringView(text), kFrameStart, [&messages](QStringView piece) {
-        if (!piece.startsWith(kFrameStart))
-            AppendByDom(kFrameStart.toString().append(piece), messages);
-        else if (std::optional<MessageInfo> message = Internal::DecodeMessageFast(piece))
-            messages.append(*std::move(message));
-        else if (piece.size() > kFrameStart.size())
-            AppendByDom(piece.toString(), messages);
-    });
+    DecodeText(text, messages, nullptr);
     return !messages.isEmpty();
 }
 
-bool DecodeMessage(const QByteArray& bytes, QList<MessageInfo>& messages)
+bool DecodeMessage(const QByteArray& bytes, QList<MessageInfo>& messages, bool (*shouldStop)())
 {
     const qsizetype before = messages.size();
     for (QByteArrayView rest = bytes; !rest.isEmpty();) {
@@ -55,7 +64,8 @@ bool DecodeMessage(const QByteArray& bytes, QList<MessageInfo>& messages)
         if (!Internal::TakeMessageFast(rest, message)) {
             // All over again as a text: how malformed UTF-8 reads does not depend on where it is cut.
             messages.resize(before);
-            return DecodeMessage(QString::fromUtf8(bytes), messages);
+            DecodeText(QString::fromUtf8(bytes), messages, shouldStop);
+            break;
         }
     }
     return !messages.isEmpty();

@@ -43,7 +43,9 @@ namespace Quorvin::Util {
 /// \return whether \p messages, with what it held before, is not empty
 bool DecodeMessage(const QString& text, QList<MessageInfo>& messages);
 /// The same for bytes as they arrive.
-bool DecodeMessage(const QByteArray& bytes, QList<MessageInfo>& messages);
+/// \param shouldStop  asked before each frame that takes the DOM path: true leaves the rest unread; may be
+/// null
+bool DecodeMessage(const QByteArray& bytes, QList<MessageInfo>& messages, bool (*shouldStop)() = nullptr);
 
 namespace Internal {
 

@@ -9,6 +9,7 @@
 #include "platform/Platform_p.h"
 
 #include <QDir>
+#include <QElapsedTimer>
 #include <QFile>
 #include <QThread>
 
@@ -21,18 +22,24 @@ namespace {
 // Stop draining after this many bytes even if more keep coming.
 constexpr qsizetype kMaxBytes = qsizetype(4) * 1024 * 1024;
 
-// Give up on an unfinished frame beyond this size.
-constexpr qsizetype kMaxFrameBytes = qsizetype(64) * 1024 * 1024;
+// Give up on an unfinished frame beyond this size: no system keeps a larger one in one piece.
+constexpr qsizetype kMaxFrameBytes = 2 * qsizetype(kRequestedSendBuffer);
 
-// How long the next piece of a large frame may take once its beginning is there. The writer is in the middle
-// of one system call then, and at most waits for a processor. The time is taken in steps: a machine that
-// stalls as a whole uses up one of them only.
+// How long one call may wait for the rest of large frames, however often something trickles in. The writer is
+// in the middle of one system call then, and at most waits for a processor. The time is taken in steps: a
+// machine that stalls as a whole uses up one of them only.
 constexpr int kRestTimeoutMs = 500;
 constexpr int kRestStepMs = 50;
+constexpr qint64 kNsPerMs = 1'000'000;
 
 // How many reads may pass before they have brought as much as one piece. A peer that writes in smaller parts
 // is not in the middle of one write.
 constexpr int kMaxReadsPerPiece = 64;
+
+bool IsThreadToStop()
+{
+    return QThread::currentThread()->isInterruptionRequested();
+}
 
 // Looks at bytes as they become more.
 class PartialFrameDetector
@@ -68,24 +75,39 @@ public:
         : mDescriptor(descriptor)
     { }
     bool Read(QByteArray& bytes) override { return Platform::ReadAvailable(mDescriptor, bytes); }
-    bool Wait(int timeoutMs) override { return Platform::WaitForBytes(mDescriptor, timeoutMs); }
-    [[nodiscard]] bool ShouldStop() const override
+    qint64 Wait(int timeoutMs) override
     {
-        return QThread::currentThread()->isInterruptionRequested();
+        QElapsedTimer timer;
+        timer.start();
+        return Platform::WaitForBytes(mDescriptor, timeoutMs) ? timer.nsecsElapsed() : -1;
     }
+    [[nodiscard]] bool ShouldStop() const override { return IsThreadToStop(); }
 
 private:
     qintptr mDescriptor;
 };
 
-bool WaitForRest(ByteSource& source)
+// What is left of the time that may be spent waiting.
+class RestTime
 {
-    for (int waitedMs = 0; waitedMs < kRestTimeoutMs && !source.ShouldStop(); waitedMs += kRestStepMs) {
-        if (source.Wait(kRestStepMs))
-            return true;
+public:
+    // Waits for the next piece. \return false if there is no time left
+    bool Wait(ByteSource& source)
+    {
+        while (mLeftNs > 0 && !source.ShouldStop()) {
+            const qint64 waitedNs = source.Wait(kRestStepMs);
+            mLeftNs -= waitedNs >= 0 ? std::min(waitedNs, kStepNs) : kStepNs;
+            if (waitedNs >= 0)
+                return true;
+        }
+        return false;
     }
-    return false;
-}
+
+private:
+    static constexpr qint64 kStepNs = kRestStepMs * kNsPerMs;
+
+    qint64 mLeftNs = kRestTimeoutMs * kNsPerMs;
+};
 
 } // namespace
 
@@ -108,13 +130,14 @@ bool IsTrustedPeer(const QLocalSocket& socket)
 void Drain(ByteSource& source, QByteArray& bytes)
 {
     PartialFrameDetector detector;
+    RestTime restTime;
     qsizetype sizeAtPiece = bytes.size();
     int reads = 0;
     while (reads < kMaxReadsPerPiece && !source.ShouldStop()) {
         const bool inMidFrame = detector.IsInMidFrame(bytes);
         if (bytes.size() >= (inMidFrame ? kMaxFrameBytes : kMaxBytes))
             break;
-        if (!source.Read(bytes) && !(inMidFrame && WaitForRest(source) && source.Read(bytes)))
+        if (!source.Read(bytes) && !(inMidFrame && restTime.Wait(source) && source.Read(bytes)))
             break;
         ++reads;
         if (bytes.size() - sizeAtPiece >= kMaxPiece) {
@@ -140,7 +163,7 @@ QList<MessageInfo> ReadMessages(QLocalSocket& socket)
     QList<MessageInfo> messages;
     const QByteArray bytes = ReadAvailableBytes(socket);
     if (!bytes.isEmpty())
-        DecodeMessage(bytes, messages);
+        DecodeMessage(bytes, messages, &IsThreadToStop);
     return messages;
 }
 

@@ -30,15 +30,15 @@ public:
     /// \return false if there was nothing, or if the connection has ended
     virtual bool Read(QByteArray& bytes) = 0;
     /// Waits until there is something to read, or the connection has ended.
-    /// \return false if the time is over
-    virtual bool Wait(int timeoutMs) = 0;
+    /// \return how long that took, in nanoseconds; -1 if the time is over
+    virtual qint64 Wait(int timeoutMs) = 0;
     /// Whether the thread that reads is to end.
     [[nodiscard]] virtual bool ShouldStop() const = 0;
 };
 
 /// Reads until the source is empty and no large frame is cut off. Stops earlier when there is enough, when
-/// little comes in many reads, or when the thread is to end.
-/// \param bytes  what was read already; is appended to
+/// little comes in many reads, when waiting for the rest of frames has taken half a second in all, or when
+/// the thread is to end. \param bytes  what was read already; is appended to
 void Drain(ByteSource& source, QByteArray& bytes);
 
 /// Reads all bytes that a socket has to give at the moment, and the rest of a large frame in them.
