@@ -292,11 +292,14 @@ void MessageClientThread::RunWorker()
     connect(&worker, &MessageClientWorker::Disconnected, &worker,
             [this] { mSocketConnected.store(false, std::memory_order_release); });
     connect(&worker, &MessageClientWorker::MessageReceived, this, [this](const MessageInfo& message) {
+        CountTaken();
         FlushSentNotifications();
         Q_EMIT MessageReceived(message);
     });
     connect(&worker, &MessageClientWorker::MessageSent, &worker,
             [this](const MessageInfo& message) { QueueSentNotification(message); });
+    worker.SetWindow(&Window());
+    SetReader(&worker, [&worker] { worker.ResumeReading(); });
     worker.ConnectAndListen();
     exec();
     mSocketConnected.store(false, std::memory_order_release);
@@ -406,9 +409,14 @@ void MessageClientWorker::ReadMessage()
 {
     if (mSocket == nullptr)
         return;
-    const QList<MessageInfo> messages = Internal::ReadMessages(*mSocket);
+    const QList<MessageInfo> messages = Internal::ReadMessages(*mSocket, mWindow);
     for (const MessageInfo& message : messages)
         Q_EMIT MessageReceived(message);
+}
+
+void MessageClientWorker::ResumeReading()
+{
+    ReadMessage();
 }
 
 void MessageClientWorker::Error(QLocalSocket::LocalSocketError /*e*/)

@@ -171,6 +171,10 @@ public:
     ~MessageClientWorker() override;
     Q_DISABLE_COPY_MOVE(MessageClientWorker)
 
+    /// Counts in \p window what is read. To be called first.
+    void SetWindow(Internal::DeliveryWindow* window) { mWindow = window; }
+    /// Reads on after \p window was full.
+    void ResumeReading();
     /// Connects, now and every second until it has succeeded.
     void ConnectAndListen();
     /// Tries to connect, unless connected or about to be. \return true
@@ -197,6 +201,7 @@ private:
     MessageClient* mClient;
     QString mServerName;
     QLocalSocket* mSocket = nullptr;
+    Internal::DeliveryWindow* mWindow = nullptr;
     QPointer<Internal::MessageWriter> mWriter; // belongs to mSocket
     std::unique_ptr<QTimer> mConnectTimer;
     bool mKeepConnecting = false;

@@ -133,9 +133,14 @@ MessageServerThread::MessageServerThread(const QString& serverName, MessageServe
 void MessageServerThread::RunWorker()
 {
     MessageServerWorker worker(mServer);
-    connect(&worker, &MessageServerWorker::MessageReceived, this, &MessageServerThread::MessageReceived);
+    connect(&worker, &MessageServerWorker::MessageReceived, this, [this](const MessageInfo& message) {
+        CountTaken();
+        Q_EMIT MessageReceived(message);
+    });
     connect(&worker, &MessageServerWorker::Connected, this, &MessageServerThread::Connected);
     connect(&worker, &MessageServerWorker::Disconnected, this, &MessageServerThread::Disconnected);
+    worker.SetWindow(&Window());
+    SetReader(&worker, [&worker] { worker.ResumeReading(); });
     worker.Start(mServerName);
     exec();
 }
@@ -259,9 +264,19 @@ void MessageServerWorker::DisconnectedSlot()
 void MessageServerWorker::ReadMessage()
 {
     auto* const socket = qobject_cast<QLocalSocket*>(sender());
-    if (socket == nullptr)
-        return;
-    const QList<MessageInfo> messages = Internal::ReadMessages(*socket);
+    if (socket != nullptr)
+        ReadFrom(*socket);
+}
+
+void MessageServerWorker::ResumeReading()
+{
+    if (mSocket != nullptr)
+        ReadFrom(*mSocket);
+}
+
+void MessageServerWorker::ReadFrom(QLocalSocket& socket)
+{
+    const QList<MessageInfo> messages = Internal::ReadMessages(socket, mWindow);
     for (const MessageInfo& message : messages)
         Q_EMIT MessageReceived(message);
 }

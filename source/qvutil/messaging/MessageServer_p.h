@@ -114,6 +114,10 @@ public:
     ~MessageServerWorker() override;
     Q_DISABLE_COPY_MOVE(MessageServerWorker)
 
+    /// Counts in \p window what is read. To be called first.
+    void SetWindow(Internal::DeliveryWindow* window) { mWindow = window; }
+    /// Reads on after \p window was full.
+    void ResumeReading();
     /// Listens. \return false, after one warning, if the name cannot be listened on
     bool Start(const QString& name);
     bool Stop();
@@ -135,6 +139,7 @@ private:
     bool Listen(Platform::ExistingSocket existing);
     void CheckEndpoint();
     void RemoveEndpoint();
+    void ReadFrom(QLocalSocket& socket);
 
     MessageServer* mServer;
     QString mName;
@@ -142,6 +147,7 @@ private:
     Platform::FileIdentity mEndpoint; // the file of mLocalServer
     QTimer mEndpointTimer; // looks whether the file is still there
     QLocalSocket* mSocket = nullptr; // the current client's
+    Internal::DeliveryWindow* mWindow = nullptr;
     QPointer<Internal::MessageWriter> mWriter; // belongs to mSocket
 };
 

@@ -32,6 +32,9 @@ constexpr int kRestTimeoutMs = 500;
 constexpr int kRestStepMs = 50;
 constexpr qint64 kNsPerMs = 1'000'000;
 
+// A queue that is longer than this, in bytes, is logged.
+constexpr qint64 kMaxQuietQueue = qint64(16) * 1024 * 1024;
+
 // How many reads may pass before they have brought as much as one piece. A peer that writes in smaller parts
 // is not in the middle of one write.
 constexpr int kMaxReadsPerPiece = 64;
@@ -158,12 +161,24 @@ QByteArray ReadAvailableBytes(QLocalSocket& socket)
     return bytes;
 }
 
-QList<MessageInfo> ReadMessages(QLocalSocket& socket)
+QList<MessageInfo> ReadMessages(QLocalSocket& socket, DeliveryWindow* window)
 {
+    // QLocalSocket reads by itself as much as it may. With one byte it waits until that is taken.
+    const auto isPaused = [&socket, window] {
+        const bool isFull = window->IsFull();
+        socket.setReadBufferSize(isFull ? 1 : 0);
+        return isFull;
+    };
+    if (window != nullptr && isPaused())
+        return {};
     QList<MessageInfo> messages;
     const QByteArray bytes = ReadAvailableBytes(socket);
     if (!bytes.isEmpty())
         DecodeMessage(bytes, messages, &IsThreadToStop);
+    if (window != nullptr) {
+        window->Add(messages.size(), bytes.size());
+        static_cast<void>(isPaused());
+    }
     return messages;
 }
 
@@ -176,10 +191,20 @@ MessageWriter::MessageWriter(QLocalSocket* socket)
 
 void MessageWriter::Write(const MessageInfo& message)
 {
-    if (mFrames->Write(Encode(message)))
+    if (mFrames->Write(Encode(message))) {
         Q_EMIT Written(message);
-    else
+    } else {
         mQueued.enqueue(message);
+    }
+    if (!mHasWarned && mFrames->GetQueuedBytes() > kMaxQuietQueue)
+        WarnOfLongQueue();
+}
+
+void MessageWriter::WarnOfLongQueue()
+{
+    mHasWarned = true;
+    qCWarning(lcQvUtil, "%lld bytes wait to be sent: the receiver does not read, or too slowly",
+              static_cast<long long>(mFrames->GetQueuedBytes()));
 }
 
 QByteArray MessageWriter::Encode(const MessageInfo& message) const

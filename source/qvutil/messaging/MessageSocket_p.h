@@ -7,6 +7,7 @@
 // This file is not part of the interface. It may change from one version to the next.
 
 #include "IPC.h"
+#include "messaging/DeliveryWindow_p.h"
 #include "messaging/FrameQueue_p.h"
 
 #include <QByteArray>
@@ -45,7 +46,10 @@ void Drain(ByteSource& source, QByteArray& bytes);
 [[nodiscard]] QByteArray ReadAvailableBytes(QLocalSocket& socket);
 
 /// Reads the messages in all bytes that a socket has to give at the moment.
-[[nodiscard]] QList<MessageInfo> ReadMessages(QLocalSocket& socket);
+/// \param window  counts them, unless it is null; while it is full, nothing is read, and the socket is left
+/// to
+///                fill up, so that its peer has to wait
+[[nodiscard]] QList<MessageInfo> ReadMessages(QLocalSocket& socket, DeliveryWindow* window = nullptr);
 
 /// \return path of the socket of a server with that name
 [[nodiscard]] QString GetSocketPath(const QString& name);
@@ -80,9 +84,11 @@ Q_SIGNALS:
 
 private:
     [[nodiscard]] QByteArray Encode(const MessageInfo& message) const;
+    void WarnOfLongQueue();
 
     FrameQueue* mFrames;
     QQueue<MessageInfo> mQueued; // whose frames are queued
+    bool mHasWarned = false;
 };
 
 } // namespace Quorvin::Util::Internal

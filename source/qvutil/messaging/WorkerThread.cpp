@@ -26,6 +26,18 @@ void WorkerThread::Stop()
     static_cast<void>(mDone.load(std::memory_order_acquire));
 }
 
+void WorkerThread::SetReader(QObject* worker, const std::function<void()>& read)
+{
+    mRead = read;
+    mWorker.store(worker, std::memory_order_release);
+}
+
+void WorkerThread::CountTaken()
+{
+    if (mWindow.Take())
+        QMetaObject::invokeMethod(mWorker.load(std::memory_order_acquire), mRead, Qt::QueuedConnection);
+}
+
 void WorkerThread::run()
 {
     RunWorker();

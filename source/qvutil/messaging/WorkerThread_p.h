@@ -6,9 +6,12 @@
 
 // This file is not part of the interface. It may change from one version to the next.
 
+#include "messaging/DeliveryWindow_p.h"
+
 #include <QThread>
 
 #include <atomic>
+#include <functional>
 
 namespace Quorvin::Util::Internal {
 
@@ -30,7 +33,18 @@ protected:
     /// Makes the worker, runs the event loop and destroys the worker.
     virtual void RunWorker() = 0;
 
+    /// What waits for the owner's thread.
+    [[nodiscard]] DeliveryWindow& Window() { return mWindow; }
+    /// The worker's thread. Names the worker before it reads.
+    /// \param read  called in the worker's thread once there is room to read again
+    void SetReader(QObject* worker, const std::function<void()>& read);
+    /// The owner's thread. To be called for each message that the worker has sent.
+    void CountTaken();
+
 private:
+    DeliveryWindow mWindow;
+    std::function<void()> mRead; // set before mWorker
+    std::atomic<QObject*> mWorker = nullptr; // set before it reads; lives until Stop
     // Set when the worker is gone. wait() alone would do; a race detector does not see into it.
     std::atomic<bool> mDone = false;
 };
