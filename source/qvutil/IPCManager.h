@@ -57,8 +57,9 @@ struct ProcessInfo
 ///
 /// \par Threads
 /// One thread, the one that the object lives in; it needs an event loop for messages to arrive, and a
-/// QCoreApplication, which may end before the object does. Sockets are served by threads of their own. All
-/// signals are emitted, and responders asked, in the object's thread.
+/// QCoreApplication, which may end before the object does. An operation that another thread calls does
+/// nothing, logs one line in the category "qvutil" and returns false, or an empty list. Sockets are served by
+/// threads of their own. All signals are emitted, and responders asked, in the object's thread.
 ///
 /// The operations that wait run an event loop that leaves out user input: slots and responders are called
 /// meanwhile. They may send messages (a wait within a wait fails at once), disconnect, stop the server, or
@@ -107,8 +108,7 @@ public:
     /// Waits for the client to be connected.
     /// \param serverName  not looked at
     /// \param timeoutMs   milliseconds; negative waits without limit
-    /// \return false if the time is over, or another wait is running
-    /// \pre ConnectToServer was called (not checked)
+    /// \return false if the time is over, another wait is running, or ConnectToServer was not called
     bool WaitForConnectionToServer(const QString& serverName, int timeoutMs);
     /// Disconnects and deletes the client. The disconnection is not announced.
     /// \param serverName  not looked at

@@ -4,6 +4,7 @@
 #include "IPCManager.h"
 
 #include "GeneralUtil.h"
+#include "base/Logging_p.h"
 #include "messaging/GridRegistry_p.h"
 #include "messaging/MessageClient_p.h"
 #include "messaging/MessageServer_p.h"
@@ -13,6 +14,7 @@
 #include <QFile>
 #include <QFileInfo>
 #include <QSharedMemory>
+#include <QThread>
 
 #include <algorithm>
 #include <cstring>
@@ -27,12 +29,19 @@ class Q_DECL_HIDDEN IPCManager::Private // else it would be exported with the cl
 public:
     class RegistryLock;
 
+    explicit Private(const IPCManager& manager)
+        : Manager(manager)
+    { }
+
+    [[nodiscard]] bool IsCalledWrongly(const char* operation) const;
+
     bool Create();
     bool Attach();
     void LeaveRegistry();
     void LockRegistry();
     void UnlockRegistry();
 
+    const IPCManager& Manager;
     std::unique_ptr<MessageServer> Server;
     QIODeviceBase::OpenMode ServerMode = QIODeviceBase::NotOpen;
     bool IsRegistered = false;
@@ -61,12 +70,12 @@ private:
 };
 
 IPCManager::IPCManager()
-    : mPrivate(std::make_unique<Private>())
+    : mPrivate(std::make_unique<Private>(*this))
 { }
 
 IPCManager::~IPCManager()
 {
-    DeleteAllConnections();
+    mPrivate->CloseAll();
     mPrivate->LeaveRegistry();
 }
 
@@ -74,6 +83,8 @@ IPCManager::~IPCManager()
 
 bool IPCManager::StartServer(const QString& serverName, QIODeviceBase::OpenMode mode)
 {
+    if (mPrivate->IsCalledWrongly("StartServer"))
+        return false;
     if (IsServerRunning())
         return true;
     if (!mPrivate->Server)
@@ -91,6 +102,8 @@ bool IPCManager::StartServer(const QString& serverName, QIODeviceBase::OpenMode 
 
 bool IPCManager::StopServer()
 {
+    if (mPrivate->IsCalledWrongly("StopServer"))
+        return false;
     if (mPrivate->Server)
         mPrivate->Server->Stop();
     return true;
@@ -98,11 +111,15 @@ bool IPCManager::StopServer()
 
 bool IPCManager::IsServerRunning() const
 {
+    if (mPrivate->IsCalledWrongly("IsServerRunning"))
+        return false;
     return mPrivate->Server && mPrivate->Server->IsStarted();
 }
 
 bool IPCManager::IsConnectedToAnyClient() const
 {
+    if (mPrivate->IsCalledWrongly("IsConnectedToAnyClient"))
+        return false;
     return mPrivate->Server && mPrivate->Server->GetConnectionCount() > 0;
 }
 
@@ -110,6 +127,8 @@ bool IPCManager::IsConnectedToAnyClient() const
 
 bool IPCManager::ConnectToServer(const QString& serverName, QIODeviceBase::OpenMode mode)
 {
+    if (mPrivate->IsCalledWrongly("ConnectToServer"))
+        return false;
     if (mPrivate->Client)
         return true;
     mPrivate->Client = std::make_unique<MessageClient>();
@@ -121,11 +140,19 @@ bool IPCManager::ConnectToServer(const QString& serverName, QIODeviceBase::OpenM
 
 bool IPCManager::WaitForConnectionToServer(const QString& /*serverName*/, int timeoutMs)
 {
+    if (mPrivate->IsCalledWrongly("WaitForConnectionToServer"))
+        return false;
+    if (!mPrivate->Client) {
+        qCWarning(Internal::lcQvUtil, "IPCManager::WaitForConnectionToServer: call ConnectToServer first");
+        return false;
+    }
     return mPrivate->Client->WaitForConnection(timeoutMs); // true at once if it is connected
 }
 
 bool IPCManager::DisconnectFromServer(const QString& /*serverName*/)
 {
+    if (mPrivate->IsCalledWrongly("DisconnectFromServer"))
+        return false;
     const bool hadClient = mPrivate->Client != nullptr;
     mPrivate->Client.reset();
     return hadClient;
@@ -133,6 +160,8 @@ bool IPCManager::DisconnectFromServer(const QString& /*serverName*/)
 
 bool IPCManager::IsConnectedToServer(const QString& /*serverName*/) const
 {
+    if (mPrivate->IsCalledWrongly("IsConnectedToServer"))
+        return false;
     return mPrivate->Client && mPrivate->Client->IsConnected();
 }
 
@@ -145,6 +174,8 @@ bool IPCManager::SendMessage(const QString& id, const QVariantMap& params)
 
 bool IPCManager::SendMessage(const QString& id, const QVariantMap& params, bool waitForSent)
 {
+    if (mPrivate->IsCalledWrongly("SendMessage"))
+        return false;
     if (mPrivate->Server && mPrivate->ServerMode.testFlag(QIODeviceBase::WriteOnly))
         mPrivate->Server->SendMessage(id, params);
     if (mPrivate->Client)
@@ -156,11 +187,15 @@ bool IPCManager::SendMessage(const QString& id, const QVariantMap& params, bool 
 bool IPCManager::SendMessageAndGetResponse(const QString& /*serverName*/, const QString& id,
                                            const QVariantMap& params, QVariantMap& response, int timeoutMs)
 {
+    if (mPrivate->IsCalledWrongly("SendMessageAndGetResponse"))
+        return false;
     return mPrivate->Client && mPrivate->Client->SendMessageAndGetResponse(id, params, response, timeoutMs);
 }
 
 void IPCManager::AddMessageResponder(IMessageResponder* responder)
 {
+    if (mPrivate->IsCalledWrongly("AddMessageResponder"))
+        return;
     if (responder == nullptr)
         return;
     if (!mPrivate->Responders.contains(responder))
@@ -172,6 +207,8 @@ void IPCManager::AddMessageResponder(IMessageResponder* responder)
 
 void IPCManager::RemoveMessageResponder(IMessageResponder* responder)
 {
+    if (mPrivate->IsCalledWrongly("RemoveMessageResponder"))
+        return;
     mPrivate->Responders.removeOne(responder);
     if (mPrivate->Server)
         mPrivate->Server->RemoveMessageResponder(responder);
@@ -181,6 +218,8 @@ void IPCManager::RemoveMessageResponder(IMessageResponder* responder)
 
 bool IPCManager::CreateGridConnection(const QString& gridName, QIODeviceBase::OpenMode mode)
 {
+    if (mPrivate->IsCalledWrongly("CreateGridConnection"))
+        return false;
     if (mPrivate->IsRegistered)
         return true;
     mPrivate->IsRegistered = true;
@@ -210,6 +249,8 @@ bool IPCManager::CreateGridConnection(const QString& gridName, QIODeviceBase::Op
 
 bool IPCManager::DeleteAllConnections()
 {
+    if (mPrivate->IsCalledWrongly("DeleteAllConnections"))
+        return false;
     if (mPrivate->IsRegistered) {
         const Private::RegistryLock lock(*mPrivate);
         const qint64 processId = QCoreApplication::applicationPid();
@@ -231,16 +272,22 @@ bool IPCManager::DeleteAllConnections()
 
 bool IPCManager::CreateSharedMemory()
 {
+    if (mPrivate->IsCalledWrongly("CreateSharedMemory"))
+        return false;
     return mPrivate->Create();
 }
 
 bool IPCManager::AttachToSharedMemory()
 {
+    if (mPrivate->IsCalledWrongly("AttachToSharedMemory"))
+        return false;
     return mPrivate->Attach();
 }
 
 QList<ProcessInfo> IPCManager::ReadFromSharedMemory()
 {
+    if (mPrivate->IsCalledWrongly("ReadFromSharedMemory"))
+        return {};
     if (!AttachToSharedMemory())
         return {};
     const Private::RegistryLock lock(*mPrivate);
@@ -252,6 +299,8 @@ QList<ProcessInfo> IPCManager::ReadFromSharedMemory()
 
 bool IPCManager::WriteToSharedMemory(const QList<ProcessInfo>& processes)
 {
+    if (mPrivate->IsCalledWrongly("WriteToSharedMemory"))
+        return false;
     if (!AttachToSharedMemory())
         return false;
     const QByteArray image = Internal::FormatRegistry(processes);
@@ -259,6 +308,16 @@ bool IPCManager::WriteToSharedMemory(const QList<ProcessInfo>& processes)
         return false;
     const Private::RegistryLock lock(*mPrivate);
     std::memcpy(mPrivate->SharedMemory->data(), image.constData(), static_cast<size_t>(image.size()));
+    return true;
+}
+
+// Whoever calls from another thread would wait for events that never come there, or race with the owner.
+bool IPCManager::Private::IsCalledWrongly(const char* operation) const
+{
+    if (Manager.thread() == QThread::currentThread())
+        return false;
+    qCWarning(Internal::lcQvUtil, "IPCManager::%s: called from a thread that the manager does not live in",
+              operation);
     return true;
 }
 

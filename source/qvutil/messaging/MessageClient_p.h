@@ -51,7 +51,7 @@ public:
     /// \param mode  must hold WriteOnly for messages to be sent, and ReadOnly for them to be received
     /// \return true
     bool ConnectToServer(const QString& name, QIODeviceBase::OpenMode mode);
-    /// \return whether there is a connection; after DisconnectFromServer, whether there was one
+    /// Any thread. \return whether there is a connection; after DisconnectFromServer, whether there was one
     [[nodiscard]] bool IsConnected() const;
     /// Waits for the connection. The signal Connected has been emitted when it returns true.
     /// \param timeoutMs  milliseconds; negative waits without limit
@@ -113,9 +113,9 @@ private:
 
     QString mServerName;
     MessageClientThread* mThread = nullptr;
-    bool mConnected = false;
+    std::atomic<bool> mConnected = false; // written by the owner's thread only
     Wait mWait;
-    mutable QRecursiveMutex mThreadLock; // guards the way through mThread to the state of the socket
+    mutable QRecursiveMutex mThreadLock; // guards mThread where another thread looks for it in IsConnected
 };
 
 /// The thread of a client.
