@@ -154,9 +154,12 @@ public:
     /// Joins a grid: starts a server under a name of its own, connects to the oldest member that runs,
     /// removes those that have died from the registry, and enters this process. With a grid joined, nothing
     /// changes.
-    /// \param gridName  with the program's name and the process id it makes the server's name
-    /// \param mode      as for StartServer and ConnectToServer
-    /// \return true
+    ///
+    /// Another process that keeps the grid locked is waited for, 5 seconds at most. After that the server is
+    /// started all the same, but this process is not entered in the registry; a line in the log category
+    /// "qvutil" says so, and a later call tries again. \param gridName  with the program's name and the
+    /// process id it makes the server's name \param mode      as for StartServer and ConnectToServer \return
+    /// true
     bool CreateGridConnection(const QString& gridName, QIODeviceBase::OpenMode mode);
     /// Leaves the grid, stops the server and deletes the client. \return true
     bool DeleteAllConnections();

@@ -34,6 +34,10 @@ inline constexpr int kRegistrySize = 8192;
 /// Writes the image of some members; longer than kRegistrySize if they do not fit.
 [[nodiscard]] QByteArray FormatRegistry(const QList<ProcessInfo>& processes);
 
+/// How long a process waits for the lock of a grid, in milliseconds. A member that is stopped while it holds
+/// the lock must not stop the others for ever.
+inline constexpr int kGridLockTimeoutMs = 5000;
+
 /// The file that is locked, with Platform::LockFile, by whoever reads or changes the registry, or makes or
 /// destroys the memory.
 ///

@@ -37,8 +37,11 @@ public:
 
     bool Create();
     bool Attach();
+    [[nodiscard]] QList<ProcessInfo> Read();
+    bool Write(const QList<ProcessInfo>& processes);
     void LeaveRegistry();
-    void LockRegistry();
+    void CloseAll();
+    bool LockRegistry();
     void UnlockRegistry();
 
     const IPCManager& Manager;
@@ -48,7 +51,7 @@ public:
     // Never null; without a key until a grid is joined.
     std::unique_ptr<QSharedMemory> SharedMemory = std::make_unique<QSharedMemory>();
     int LockDepth = 0;
-    int FileLock = -1;
+    int FileLock = Platform::kLockFailed;
     std::unique_ptr<MessageClient> Client;
     QList<IMessageResponder*> Responders;
 };
@@ -59,14 +62,21 @@ class Q_DECL_HIDDEN IPCManager::Private::RegistryLock
 public:
     explicit RegistryLock(Private& manager)
         : mManager(manager)
+        , mIsLocked(manager.LockRegistry())
+    { }
+    ~RegistryLock()
     {
-        mManager.LockRegistry();
+        if (mIsLocked)
+            mManager.UnlockRegistry();
     }
-    ~RegistryLock() { mManager.UnlockRegistry(); }
     Q_DISABLE_COPY_MOVE(RegistryLock)
+
+    /// False if another process keeps the registry locked.
+    [[nodiscard]] bool IsLocked() const { return mIsLocked; }
 
 private:
     Private& mManager;
+    bool mIsLocked;
 };
 
 IPCManager::IPCManager()
@@ -222,7 +232,6 @@ bool IPCManager::CreateGridConnection(const QString& gridName, QIODeviceBase::Op
         return false;
     if (mPrivate->IsRegistered)
         return true;
-    mPrivate->IsRegistered = true;
     if (mPrivate->SharedMemory->key() != gridName)
         mPrivate->LeaveRegistry();
     mPrivate->SharedMemory->setKey(gridName);
@@ -232,6 +241,11 @@ bool IPCManager::CreateGridConnection(const QString& gridName, QIODeviceBase::Op
     const QString program = QFileInfo(QCoreApplication::applicationFilePath()).baseName();
     const QString serverName = gridName + u'.' + program + u'.' + QString::number(processId);
     StartServer(serverName, mode);
+    // Without the lock nothing is read or written, since a stopped member may hold the memory's own lock as
+    // well, for which nobody can wait for a limited time. A later call tries again.
+    if (!lock.IsLocked())
+        return true;
+    mPrivate->IsRegistered = true;
 
     QList<ProcessInfo> processes = ReadFromSharedMemory();
     processes.removeIf([&](const ProcessInfo& process) {
@@ -243,7 +257,10 @@ bool IPCManager::CreateGridConnection(const QString& gridName, QIODeviceBase::Op
         return false;
     });
     processes.append({processId, serverName});
-    WriteToSharedMemory(processes);
+    if (!WriteToSharedMemory(processes)) {
+        qCWarning(Internal::lcQvUtil, "grid \"%ls\": this process could not be entered in the registry",
+                  qUtf16Printable(gridName));
+    }
     return true;
 }
 
@@ -251,20 +268,7 @@ bool IPCManager::DeleteAllConnections()
 {
     if (mPrivate->IsCalledWrongly("DeleteAllConnections"))
         return false;
-    if (mPrivate->IsRegistered) {
-        const Private::RegistryLock lock(*mPrivate);
-        const qint64 processId = QCoreApplication::applicationPid();
-        QList<ProcessInfo> processes = ReadFromSharedMemory();
-        const auto own = std::find_if(processes.cbegin(), processes.cend(), [=](const ProcessInfo& process) {
-            return process.ProcessId == processId;
-        });
-        if (own != processes.cend())
-            processes.erase(own);
-        WriteToSharedMemory(processes);
-        mPrivate->IsRegistered = false;
-    }
-    StopServer();
-    mPrivate->Client.reset();
+    mPrivate->CloseAll();
     return true;
 }
 
@@ -288,27 +292,12 @@ QList<ProcessInfo> IPCManager::ReadFromSharedMemory()
 {
     if (mPrivate->IsCalledWrongly("ReadFromSharedMemory"))
         return {};
-    if (!AttachToSharedMemory())
-        return {};
-    const Private::RegistryLock lock(*mPrivate);
-    // Some systems round a segment up to whole pages.
-    const qsizetype size = std::min<qsizetype>(mPrivate->SharedMemory->size(), Internal::kRegistrySize);
-    return Internal::ParseRegistry(
-        QByteArray(static_cast<const char*>(mPrivate->SharedMemory->constData()), size));
+    return mPrivate->Read();
 }
 
 bool IPCManager::WriteToSharedMemory(const QList<ProcessInfo>& processes)
 {
-    if (mPrivate->IsCalledWrongly("WriteToSharedMemory"))
-        return false;
-    if (!AttachToSharedMemory())
-        return false;
-    const QByteArray image = Internal::FormatRegistry(processes);
-    if (image.size() > Internal::kRegistrySize || image.size() > mPrivate->SharedMemory->size())
-        return false;
-    const Private::RegistryLock lock(*mPrivate);
-    std::memcpy(mPrivate->SharedMemory->data(), image.constData(), static_cast<size_t>(image.size()));
-    return true;
+    return !mPrivate->IsCalledWrongly("WriteToSharedMemory") && mPrivate->Write(processes);
 }
 
 // Whoever calls from another thread would wait for events that never come there, or race with the owner.
@@ -331,6 +320,51 @@ bool IPCManager::Private::Attach()
     return SharedMemory->isAttached() || SharedMemory->attach(QSharedMemory::ReadWrite);
 }
 
+QList<ProcessInfo> IPCManager::Private::Read()
+{
+    if (!Attach())
+        return {};
+    const RegistryLock lock(*this);
+    if (!lock.IsLocked())
+        return {};
+    // Some systems round a segment up to whole pages.
+    const qsizetype size = std::min<qsizetype>(SharedMemory->size(), Internal::kRegistrySize);
+    return Internal::ParseRegistry(QByteArray(static_cast<const char*>(SharedMemory->constData()), size));
+}
+
+bool IPCManager::Private::Write(const QList<ProcessInfo>& processes)
+{
+    if (!Attach())
+        return false;
+    const QByteArray image = Internal::FormatRegistry(processes);
+    if (image.size() > Internal::kRegistrySize || image.size() > SharedMemory->size())
+        return false;
+    const RegistryLock lock(*this);
+    if (!lock.IsLocked())
+        return false;
+    std::memcpy(SharedMemory->data(), image.constData(), static_cast<size_t>(image.size()));
+    return true;
+}
+
+void IPCManager::Private::CloseAll()
+{
+    if (std::exchange(IsRegistered, false)) {
+        const RegistryLock lock(*this);
+        const qint64 processId = QCoreApplication::applicationPid();
+        QList<ProcessInfo> processes = Read();
+        const auto own = std::find_if(processes.cbegin(), processes.cend(), [=](const ProcessInfo& process) {
+            return process.ProcessId == processId;
+        });
+        if (own != processes.cend())
+            processes.erase(own);
+        if (lock.IsLocked()) // else the next process that joins removes the entry
+            Write(processes);
+    }
+    if (Server)
+        Server->Stop();
+    Client.reset();
+}
+
 // Detaches from the registry. The last process to do so destroys segment and lock, which must not happen
 // while another process makes or attaches them.
 void IPCManager::Private::LeaveRegistry()
@@ -339,26 +373,43 @@ void IPCManager::Private::LeaveRegistry()
     if (gridName.isEmpty())
         return;
     const QString lockFile = Internal::GridLockFilePath(gridName);
-    const int lock = Platform::LockFile(lockFile);
+    const int lock
+        = Platform::LockFile(lockFile, Platform::LockFileMode::CreateIfMissing, Internal::kGridLockTimeoutMs);
     SharedMemory = std::make_unique<QSharedMemory>();
-    if (!QSharedMemory(gridName).attach(QSharedMemory::ReadOnly))
-        QFile::remove(lockFile); // while it is locked: whoever waits for it then makes a new one
+    // Removed only while it is locked: a process that waits for it then makes a new one.
+    if (lock >= 0 && !QSharedMemory(gridName).attach(QSharedMemory::ReadOnly))
+        QFile::remove(lockFile);
     Platform::UnlockFile(lock);
 }
 
-void IPCManager::Private::LockRegistry()
+// \return false if another process keeps it locked
+bool IPCManager::Private::LockRegistry()
 {
-    if (LockDepth++ > 0)
-        return;
     const QString gridName = SharedMemory->key();
-    if (gridName.isEmpty())
-        return; // there is no segment either
-    FileLock = Platform::LockFile(Internal::GridLockFilePath(gridName));
+    if (gridName.isEmpty() || LockDepth > 0) { // there is no segment either, or it is locked already
+        ++LockDepth;
+        return true;
+    }
+    const QString lockFile = Internal::GridLockFilePath(gridName);
+    FileLock
+        = Platform::LockFile(lockFile, Platform::LockFileMode::CreateIfMissing, Internal::kGridLockTimeoutMs);
+    if (FileLock == Platform::kLockTimedOut) {
+        qCWarning(Internal::lcQvUtil,
+                  "grid \"%ls\": another process keeps %ls locked; nothing was read or entered",
+                  qUtf16Printable(gridName), qUtf16Printable(lockFile));
+        return false;
+    }
+    if (FileLock == Platform::kLockFailed) {
+        qCWarning(Internal::lcQvUtil, "grid \"%ls\": %ls is no file of this user and cannot be locked",
+                  qUtf16Printable(gridName), qUtf16Printable(lockFile));
+    }
+    ++LockDepth;
     // Another process may create the segment between attach() and create(). Attach before lock(): attach()
     // takes the same semaphore.
     if (!Create())
         Attach();
     SharedMemory->lock();
+    return true;
 }
 
 void IPCManager::Private::UnlockRegistry()
@@ -366,7 +417,7 @@ void IPCManager::Private::UnlockRegistry()
     if (--LockDepth > 0 || SharedMemory->key().isEmpty())
         return;
     SharedMemory->unlock();
-    Platform::UnlockFile(std::exchange(FileLock, -1));
+    Platform::UnlockFile(std::exchange(FileLock, Platform::kLockFailed));
 }
 
 } // namespace Quorvin::Util

@@ -27,17 +27,25 @@ namespace Quorvin::Util::Platform {
 namespace {
 
 // No system waits for such a lock for a limited time: it is asked now and then.
-bool WaitForLock(int file, const QDeadlineTimer& deadline)
+// \return 0, or what LockFile returns
+int WaitForLock(int file, const QDeadlineTimer& deadline)
 {
     constexpr int kPauseMs = 2;
-    if (deadline.isForever())
-        return RepeatWhenInterrupted([&] { return ::flock(file, LOCK_EX); }) == 0;
     while (::flock(file, LOCK_EX | LOCK_NB) == -1) {
-        if ((errno != EWOULDBLOCK && errno != EINTR) || deadline.hasExpired())
-            return false;
+        if (errno != EWOULDBLOCK && errno != EINTR)
+            return kLockFailed;
+        if (deadline.hasExpired())
+            return kLockTimedOut;
         ::poll(nullptr, 0, kPauseMs);
     }
-    return true;
+    return 0;
+}
+
+// Another user, who may make a file in the folder for temporary files first, could keep it locked.
+bool IsOwnRegularFile(int descriptor)
+{
+    struct stat file = {};
+    return ::fstat(descriptor, &file) == 0 && S_ISREG(file.st_mode) && file.st_uid == ::geteuid();
 }
 
 FileIdentity IdentityOf(const struct stat& file)
@@ -159,15 +167,18 @@ quint32 GetUserId()
     return ::geteuid();
 }
 
-int LockFile(const QString& path, MissingLockFile missing, int timeoutMs)
+int LockFile(const QString& path, LockFileMode mode, int timeoutMs)
 {
     const QByteArray name = QFile::encodeName(path);
-    const int flags = O_RDWR | O_CLOEXEC | O_NOFOLLOW | (missing == MissingLockFile::IsMade ? O_CREAT : 0);
+    const int flags = O_RDWR | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK
+        | (mode == LockFileMode::CreateIfMissing ? O_CREAT : 0);
     const QDeadlineTimer deadline(timeoutMs); // one for all files that stood there meanwhile
     for (;;) {
         FileDescriptor file(RepeatWhenInterrupted([&] { return ::open(name.constData(), flags, 0600); }));
-        if (!file.IsOpen() || !WaitForLock(file.Get(), deadline))
-            return -1;
+        if (!file.IsOpen() || !IsOwnRegularFile(file.Get()))
+            return kLockFailed;
+        if (const int failure = WaitForLock(file.Get(), deadline); failure != 0)
+            return failure;
         if (IsFileAt(name, file.Get()))
             return file.Release();
     }
@@ -175,7 +186,7 @@ int LockFile(const QString& path, MissingLockFile missing, int timeoutMs)
 
 void UnlockFile(int lock)
 {
-    if (lock != -1)
+    if (lock >= 0)
         ::close(lock);
 }
 

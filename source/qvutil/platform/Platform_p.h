@@ -150,21 +150,25 @@ struct ListeningSocket
 
 // Locks between processes
 
-/// Whether LockFile makes the file that it is to lock.
-enum class MissingLockFile {
-    IsMade,
-    StaysAway,
+/// What LockFile does where there is no file yet.
+enum class LockFileMode {
+    CreateIfMissing,
+    OpenExisting,
 };
 
+/// What LockFile returns instead of a lock.
+inline constexpr int kLockFailed = -1; ///< the file cannot be made or opened, or is no file of this user
+inline constexpr int kLockTimedOut = -2; ///< another process keeps it locked
+
 /// Locks a file for this process, waiting for others to unlock it. The lock ends with the process at the
-/// latest.
+/// latest. The file must be a regular one that belongs to this user; a symbolic link is not followed.
 /// \param timeoutMs  how long to wait; negative for as long as it takes
-/// \return what UnlockFile takes; -1 if the file cannot be made or opened, or the time is over
-[[nodiscard]] int LockFile(const QString& path, MissingLockFile missing = MissingLockFile::IsMade,
+/// \return what UnlockFile takes; kLockFailed or kLockTimedOut, which are negative
+[[nodiscard]] int LockFile(const QString& path, LockFileMode mode = LockFileMode::CreateIfMissing,
                            int timeoutMs = -1);
 
 /// Ends a lock. The file stays.
-/// \param lock  what LockFile has returned; -1 does nothing
+/// \param lock  what LockFile has returned; a negative one does nothing
 void UnlockFile(int lock);
 
 // Debug output

@@ -32,13 +32,14 @@ class WriterLock
 public:
     explicit WriterLock(const QString& grid)
         : mPath(Util::Internal::GridLockFilePath(grid))
-        , mLock(Platform::LockFile(mPath, Platform::MissingLockFile::IsMade, kLockTimeoutMs))
+        , mLock(Platform::LockFile(mPath, Platform::LockFileMode::CreateIfMissing, kLockTimeoutMs))
     {
-        if (mLock == -1) {
-            const bool isThere = QFile::exists(mPath);
+        if (mLock == Platform::kLockTimedOut)
+            throw Failure(mPath, u"another process keeps it locked"_s);
+        if (mLock == Platform::kLockFailed) {
             throw Failure(mPath,
-                          isThere ? u"another process keeps it locked, or it belongs to another user"_s
-                                  : u"the file cannot be made"_s);
+                          QFile::exists(mPath) ? u"it is no regular file of this user"_s
+                                               : u"the file cannot be made"_s);
         }
     }
     ~WriterLock() { Platform::UnlockFile(mLock); }

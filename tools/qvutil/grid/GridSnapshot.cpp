@@ -45,13 +45,13 @@ class ReaderLock
 public:
     explicit ReaderLock(const QString& path)
         : mPath(path)
-        , mLock(Platform::LockFile(mPath, Platform::MissingLockFile::StaysAway, kLockTimeoutMs))
+        , mLock(Platform::LockFile(mPath, Platform::LockFileMode::OpenExisting, kLockTimeoutMs))
     { }
     ~ReaderLock() { Platform::UnlockFile(mLock); }
     Q_DISABLE_COPY_MOVE(ReaderLock)
 
     /// Whether somebody else kept it.
-    [[nodiscard]] bool IsRefused() const { return mLock == -1 && QFile::exists(mPath); }
+    [[nodiscard]] bool IsRefused() const { return mLock < 0 && QFile::exists(mPath); }
 
 private:
     QString mPath;
