@@ -13,6 +13,7 @@
 #include <QSharedMemory>
 #include <QSignalSpy>
 #include <QTemporaryDir>
+#include <QTemporaryFile>
 #include <QThread>
 #include <QtTest>
 
@@ -20,6 +21,12 @@
 #include <atomic>
 #include <memory>
 #include <vector>
+
+#include <cstdio>
+#include <optional>
+
+#include <sys/stat.h>
+#include <unistd.h>
 
 using namespace Qt::StringLiterals;
 using namespace Quorvin::Util;
@@ -82,6 +89,10 @@ private Q_SLOTS:
     void Locking_nested();
     void Locking_otherProgram();
     void LockFile_keepsOthersOut();
+    void LockFile_heldTooLong();
+    void LockFile_heldWhileLeaving();
+    void LockFile_other_data();
+    void LockFile_other();
     void LockFile_goesWithLastMember();
 
     void Messages_oneHop();
@@ -555,7 +566,7 @@ void tst_Grid::LockFile_keepsOthersOut()
         waited = unlocked;
     }));
     const int lock = Platform::LockFile(path);
-    QVERIFY(lock != -1);
+    QVERIFY(lock >= 0);
     member->start();
     const bool came = WaitUntil([&] { return opened() == 2 || member->isFinished(); });
     unlocked = true;
@@ -563,6 +574,91 @@ void tst_Grid::LockFile_keepsOthersOut()
     QVERIFY(member->wait(60000));
     QVERIFY(came);
     QVERIFY(waited);
+}
+
+// A member that is stopped while it holds the lock does not stop the others for ever.
+void tst_Grid::LockFile_heldTooLong()
+{
+    const TestSupport::LogGuard log;
+    const QString grid = UniqueName();
+    const QString path = GridLockFilePath(grid);
+    IPCManager member;
+    const int lock = Platform::LockFile(path);
+    QVERIFY(lock >= 0);
+    QCOMPARE(member.CreateGridConnection(grid, kReadWrite), true);
+    QVERIFY(member.IsServerRunning());
+    QCOMPARE(TestSupport::LogGuard::Messages().size(), 1);
+    QVERIFY(TestSupport::LogGuard::Messages().constFirst().contains(u"keeps "_s));
+    Platform::UnlockFile(lock);
+    QVERIFY(!Registry(grid).Attach());
+
+    QCOMPARE(member.CreateGridConnection(grid, kReadWrite), true); // tries again
+    QCOMPARE(ProcessIds(member.ReadFromSharedMemory()), QList<qint64>{QCoreApplication::applicationPid()});
+}
+
+void tst_Grid::LockFile_heldWhileLeaving()
+{
+    const TestSupport::LogGuard log;
+    const QString grid = UniqueName();
+    const QString path = GridLockFilePath(grid);
+    auto member = std::make_unique<IPCManager>();
+    member->CreateGridConnection(grid, kReadWrite);
+    const int lock = Platform::LockFile(path);
+    QVERIFY(lock >= 0);
+    const std::optional<Platform::FileIdentity> file = Platform::GetFileIdentity(path);
+    member.reset();
+    QVERIFY(Platform::GetFileIdentity(path) == file); // a process that waits for it would not notice
+    Platform::UnlockFile(lock);
+}
+
+// Another user could keep it locked for ever, or lead to a file of this one. The memory's own lock is left
+// then.
+void tst_Grid::LockFile_other_data()
+{
+    QTest::addColumn<int>("kind");
+
+    QTest::newRow("symbolic link") << int(S_IFLNK);
+    QTest::newRow("pipe") << int(S_IFIFO);
+    QTest::newRow("folder") << int(S_IFDIR);
+    QTest::newRow("file of another user") << int(S_IFREG);
+}
+
+void tst_Grid::LockFile_other()
+{
+    QFETCH(const int, kind);
+
+    const TestSupport::LogGuard log;
+    const QString grid = UniqueName();
+    const QByteArray path = QFile::encodeName(GridLockFilePath(grid));
+    const auto remove = qScopeGuard([&path] { std::remove(path.constData()); });
+    QTemporaryFile target;
+    QVERIFY(target.open());
+    switch (kind) {
+    case S_IFLNK:
+        QCOMPARE(::symlink(QFile::encodeName(target.fileName()).constData(), path.constData()), 0);
+        break;
+    case S_IFIFO:
+        QCOMPARE(::mkfifo(path.constData(), 0600), 0);
+        break;
+    case S_IFDIR:
+        QCOMPARE(::mkdir(path.constData(), 0700), 0);
+        break;
+    default:
+        if (::geteuid() != 0)
+            QSKIP("only the superuser can give a file away");
+        QVERIFY(TestSupport::WriteFile(QFile::decodeName(path), ""));
+        QCOMPARE(::chown(path.constData(), 65534, 65534), 0);
+        break;
+    }
+    const std::optional<Platform::FileIdentity> before = Platform::GetFileIdentity(GridLockFilePath(grid));
+    {
+        IPCManager member;
+        QCOMPARE(member.CreateGridConnection(grid, kReadWrite), true);
+        QCOMPARE(member.ReadFromSharedMemory().size(), 1);
+    }
+    QVERIFY(Platform::GetFileIdentity(GridLockFilePath(grid)) == before);
+    QVERIFY(!TestSupport::LogGuard::Messages().isEmpty());
+    QVERIFY(TestSupport::LogGuard::Messages().constFirst().contains(u"cannot be locked"_s));
 }
 
 void tst_Grid::LockFile_goesWithLastMember()

@@ -8,9 +8,11 @@
 #include <QElapsedTimer>
 #include <QLocalServer>
 #include <QSignalSpy>
+#include <QThread>
 #include <QTimer>
 #include <QtTest>
 
+#include <atomic>
 #include <functional>
 #include <memory>
 
@@ -70,6 +72,8 @@ struct Pair
     bool Ok = false;
 };
 
+using Operation = std::function<bool(IPCManager&)>; // returns what is to be false
+
 } // namespace
 
 class tst_IPCManager : public QObject
@@ -80,6 +84,9 @@ private Q_SLOTS:
     void init() { TestSupport::FailOnAnyMessage(); }
 
     void MetaObject();
+    void WrongThread_data();
+    void WrongThread();
+    void WaitForConnectionToServer_withoutClient();
     void Untouched();
     void StartServer();
     void StartServer_twice();
@@ -123,6 +130,77 @@ void tst_IPCManager::MetaObject()
                           u"signal DisconnectedFromClient(QLocalSocket*) socket"_s,
                           u"signal ConnectedToServer(QString) name"_s,
                           u"signal DisconnectedFromServer(QString) name"_s}));
+}
+
+// Each one does nothing, says so, and comes back.
+void tst_IPCManager::WrongThread_data()
+{
+    QTest::addColumn<Operation>("operation");
+
+    const auto row = [](const char* name, const Operation& operation) { QTest::newRow(name) << operation; };
+    row("StartServer", [](IPCManager& m) { return m.StartServer(UniqueName(), kReadWrite); });
+    row("StopServer", [](IPCManager& m) { return m.StopServer(); });
+    row("IsServerRunning", [](IPCManager& m) { return m.IsServerRunning(); });
+    row("IsConnectedToAnyClient", [](IPCManager& m) { return m.IsConnectedToAnyClient(); });
+    row("ConnectToServer", [](IPCManager& m) { return m.ConnectToServer(UniqueName(), kReadWrite); });
+    row("WaitForConnectionToServer", [](IPCManager& m) { return m.WaitForConnectionToServer({}, -1); });
+    row("DisconnectFromServer", [](IPCManager& m) { return m.DisconnectFromServer({}); });
+    row("IsConnectedToServer", [](IPCManager& m) { return m.IsConnectedToServer({}); });
+    row("SendMessage", [](IPCManager& m) { return m.SendMessage(u"m"_s, {}); });
+    row("SendMessage and wait", [](IPCManager& m) { return m.SendMessage(u"m"_s, {}, true); });
+    row("SendMessageAndGetResponse", [](IPCManager& m) {
+        QVariantMap answer;
+        return m.SendMessageAndGetResponse({}, u"m"_s, {}, answer, -1);
+    });
+    row("AddMessageResponder", [](IPCManager& m) {
+        m.AddMessageResponder(nullptr);
+        return false;
+    });
+    row("RemoveMessageResponder", [](IPCManager& m) {
+        m.RemoveMessageResponder(nullptr);
+        return false;
+    });
+    row("CreateGridConnection",
+        [](IPCManager& m) { return m.CreateGridConnection(UniqueName(), kReadWrite); });
+    row("DeleteAllConnections", [](IPCManager& m) { return m.DeleteAllConnections(); });
+    row("CreateSharedMemory", [](IPCManager& m) { return m.CreateSharedMemory(); });
+    row("AttachToSharedMemory", [](IPCManager& m) { return m.AttachToSharedMemory(); });
+    row("ReadFromSharedMemory", [](IPCManager& m) { return !m.ReadFromSharedMemory().isEmpty(); });
+    row("WriteToSharedMemory", [](IPCManager& m) { return m.WriteToSharedMemory({}); });
+}
+
+void tst_IPCManager::WrongThread()
+{
+    QFETCH(const Operation, operation);
+
+    const TestSupport::LogGuard log;
+    const QString name = UniqueName();
+    IPCManager manager;
+    manager.StartServer(name, kReadWrite);
+    manager.ConnectToServer(name, kReadWrite);
+    QVERIFY(manager.WaitForConnectionToServer(name, TestSupport::kPatienceMs));
+    QSignalSpy disconnected(&manager, &IPCManager::DisconnectedFromServer);
+    std::atomic<bool> result = true;
+    const std::unique_ptr<QThread> other(QThread::create([&] { result = operation(manager); }));
+    other->start();
+    QVERIFY(other->wait(TestSupport::kPatienceMs));
+    QCOMPARE(result, false);
+    QCOMPARE(TestSupport::LogGuard::Messages().size(), 1);
+    const QString called = QString::fromLatin1(QTest::currentDataTag()).section(u' ', 0, 0);
+    QVERIFY(TestSupport::LogGuard::Messages().constFirst().startsWith(u"IPCManager::%1: "_s.arg(called)));
+
+    QVERIFY(manager.IsServerRunning()); // nothing has changed
+    QVERIFY(manager.IsConnectedToServer(name));
+    QCOMPARE(disconnected.count(), 0);
+}
+
+void tst_IPCManager::WaitForConnectionToServer_withoutClient()
+{
+    const TestSupport::LogGuard log;
+    IPCManager manager;
+    QCOMPARE(manager.WaitForConnectionToServer(u"any"_s, -1), false);
+    QCOMPARE(TestSupport::LogGuard::Messages().size(), 1);
+    QVERIFY(TestSupport::LogGuard::Messages().constFirst().contains(u"ConnectToServer first"_s));
 }
 
 void tst_IPCManager::Untouched()

@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: MIT
 
 #include "messaging/MessageClient_p.h"
+#include "messaging/MessageServer_p.h"
 #include "messaging/MessageSocket_p.h"
 #include "support/MessagingSupport.h"
 #include "support/TestSupport.h"
@@ -9,9 +10,11 @@
 #include <QDir>
 #include <QElapsedTimer>
 #include <QSignalSpy>
+#include <QThread>
 #include <QTimer>
 #include <QtTest>
 
+#include <atomic>
 #include <memory>
 
 #include <unistd.h>
@@ -115,6 +118,7 @@ private Q_SLOTS:
     void Slot_opensEventLoop();
     void Slot_opensEventLoopUntilDeleted();
 
+    void IsConnected_fromOtherThread();
     void Thread_pausesSentNotifications();
     void Worker();
     void Worker_withoutTimer();
@@ -897,6 +901,32 @@ void tst_MessageClient::Slot_opensEventLoopUntilDeleted()
     QVERIFY(server.Client() != nullptr);
     Write(*server.Client(), Document(u"a"_s) + Document(u"b"_s) + Document(u"c"_s));
     EVENTUALLY_EQUAL(order, (QStringList{u"b"_s, u"a"_s}));
+}
+
+void tst_MessageClient::IsConnected_fromOtherThread()
+{
+    MessageServer server;
+    const QString name = UniqueName();
+    server.Start(name);
+    MessageClient client;
+    std::atomic<bool> isOver = false;
+    std::atomic<int> seen = 0;
+    const std::unique_ptr<QThread> other(QThread::create([&] {
+        while (!isOver)
+            seen += client.IsConnected() ? 1 : 0;
+    }));
+    other->start();
+    const auto end = qScopeGuard([&] {
+        isOver = true;
+        other->wait();
+    });
+    for (int i = 0; i < 20; ++i) {
+        client.ConnectToServer(name, kReadWrite);
+        QVERIFY(client.WaitForConnection(TestSupport::kPatienceMs));
+        const int before = seen;
+        EVENTUALLY(seen > before);
+        client.DisconnectFromServer();
+    }
 }
 
 // What was sent is announced in order, before what has arrived since, and each once.

@@ -318,6 +318,7 @@ private Q_SLOTS:
     void DecodeMessage_deepNesting();
 
     void PackAndExtract();
+    void DecodeMessage_interrupted();
     void PackMessage_document();
     void ExtractMessage_data();
     void ExtractMessage();
@@ -563,6 +564,24 @@ void tst_MessageFraming::PackAndExtract()
     const auto [id, read] = Quorvin::Util::ExtractMessage(PackMessage(u"Name"_s, params));
     QCOMPARE(id, u"Name"_s);
     QCOMPARE(read, params);
+}
+
+// Between frames that take the DOM path, a thread that is to end stops decoding.
+void tst_MessageFraming::DecodeMessage_interrupted()
+{
+    static int left; // questions until the answer is yes
+    const QByteArray fast = *EncodeMessageFast(MessageInfo());
+    const QByteArray slow = QByteArray(fast).replace("<Message ", "<Message Other=\"1\" ");
+    QVERIFY(!DecodeMessageFast(QByteArrayView(slow)));
+    QList<MessageInfo> messages;
+    left = 3;
+    Quorvin::Util::DecodeMessage(slow.repeated(10), messages, [] { return --left < 0; });
+    QCOMPARE(messages.size(), 3);
+
+    left = 0;
+    messages.clear();
+    Quorvin::Util::DecodeMessage(fast.repeated(10), messages, [] { return --left < 0; });
+    QCOMPARE(messages.size(), 10); // these take no time
 }
 
 void tst_MessageFraming::PackMessage_document()

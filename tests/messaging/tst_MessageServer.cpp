@@ -3,6 +3,7 @@
 
 #include "messaging/MessageServer_p.h"
 #include "messaging/MessageSocket_p.h"
+#include "support/BareSocket.h"
 #include "support/LinkedServer.h"
 #include "support/MessagingSupport.h"
 #include "support/TestSupport.h"
@@ -16,11 +17,21 @@
 #include <QThread>
 #include <QtTest>
 
+#include <algorithm>
+#include <cstdio>
+#include <optional>
+
 #include <atomic>
 #include <functional>
 #include <memory>
 
 #include <sys/socket.h>
+
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/un.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 using namespace Qt::StringLiterals;
 using namespace Quorvin::Util;
@@ -86,6 +97,14 @@ private Q_SLOTS:
     void Start_unusableName_data();
     void Start_unusableName();
     void Start_staleEndpoint();
+    void Start_otherFile_data();
+    void Start_otherFile();
+    void Stop_leavesSuccessorAlone();
+    void Endpoint_removed();
+    void Endpoint_takenOver();
+    void Client_ofOtherUser();
+    void Receive_busyOwner();
+    void Send_peerNeverReads();
     void Start_longestName();
     void Endpoint_forUserOnly();
     void Stop_whenStopped();
@@ -251,8 +270,180 @@ void tst_MessageServer::Start_unusableName()
 void tst_MessageServer::Start_staleEndpoint()
 {
     LinkedServer link;
-    QVERIFY(TestSupport::WriteFile(SocketPath(link.Name), "left over"));
+    const TestSupport::BareSocket stale(SocketPath(link.Name), false);
+    QVERIFY(stale.IsGood());
     QVERIFY(link.Open());
+}
+
+// Only a socket is replaced.
+void tst_MessageServer::Start_otherFile_data()
+{
+    QTest::addColumn<int>("kind");
+
+    QTest::newRow("regular file") << int(S_IFREG);
+    QTest::newRow("folder") << int(S_IFDIR);
+    QTest::newRow("pipe") << int(S_IFIFO);
+    QTest::newRow("symbolic link") << int(S_IFLNK);
+}
+
+void tst_MessageServer::Start_otherFile()
+{
+    QFETCH(const int, kind);
+
+    const QString name = UniqueName();
+    const QByteArray path = QFile::encodeName(SocketPath(name));
+    const auto remove = qScopeGuard([&path] { std::remove(path.constData()); });
+    switch (kind) {
+    case S_IFREG:
+        QVERIFY(TestSupport::WriteFile(SocketPath(name), "my notes"));
+        break;
+    case S_IFDIR:
+        QCOMPARE(::mkdir(path.constData(), 0700), 0);
+        break;
+    case S_IFIFO:
+        QCOMPARE(::mkfifo(path.constData(), 0600), 0);
+        break;
+    default:
+        QCOMPARE(::symlink("/nowhere/at/all", path.constData()), 0);
+        break;
+    }
+    const std::optional<Platform::FileIdentity> before = Platform::GetFileIdentity(SocketPath(name));
+    const TestSupport::LogGuard log;
+    MessageServer server;
+    QCOMPARE(server.Start(name), true);
+    QCOMPARE(server.Stop(), true); // by then the thread has tried
+    QVERIFY(before.has_value());
+    QVERIFY(Platform::GetFileIdentity(SocketPath(name)) == before);
+    if (kind == S_IFREG)
+        QCOMPARE(TestSupport::ReadFile(SocketPath(name)), QByteArray("my notes"));
+    QCOMPARE(TestSupport::LogGuard::Messages().size(), 1);
+    QVERIFY(TestSupport::LogGuard::Messages().constFirst().contains(u"cannot listen"_s));
+}
+
+void tst_MessageServer::Stop_leavesSuccessorAlone()
+{
+    const QString name = UniqueName();
+    MessageServer first;
+    first.Start(name);
+    QLocalSocket client;
+    QVERIFY(Connect(client, name));
+    const std::optional<Platform::FileIdentity> old = Platform::GetFileIdentity(SocketPath(name));
+    LinkedServer second;
+    second.Server.Start(name);
+    EVENTUALLY(Platform::GetFileIdentity(SocketPath(name)) != old && QFile::exists(SocketPath(name)));
+    const std::optional<Platform::FileIdentity> taken = Platform::GetFileIdentity(SocketPath(name));
+
+    first.Stop();
+    QVERIFY(Platform::GetFileIdentity(SocketPath(name)) == taken);
+    QVERIFY(Connect(second.Client, name));
+    EVENTUALLY_EQUAL(second.Connected.count(), 1);
+    second.Server.Stop();
+    QVERIFY(!QFile::exists(SocketPath(name)));
+}
+
+void tst_MessageServer::Endpoint_removed()
+{
+    const TestSupport::LogGuard log;
+    LinkedServer link;
+    QVERIFY(link.OpenAndWait());
+    QVERIFY(QFile::remove(SocketPath(link.Name)));
+    EVENTUALLY(QFile::exists(SocketPath(link.Name))); // looked after every two seconds
+    QVERIFY(TestSupport::LogGuard::Messages().join(u' ').contains(u"listening again"_s));
+
+    Write(link.Client, Document(u"still there"_s));
+    EVENTUALLY_EQUAL(Names(link.Received), QStringList{u"still there"_s});
+    QLocalSocket next;
+    QVERIFY(Connect(next, link.Name));
+    EVENTUALLY_EQUAL(link.Connected.count(), 2);
+    Write(next, Document(u"new one"_s));
+    EVENTUALLY_EQUAL(Names(link.Received), (QStringList{u"still there"_s, u"new one"_s}));
+    link.Server.Stop();
+    QVERIFY(!QFile::exists(SocketPath(link.Name)));
+}
+
+void tst_MessageServer::Endpoint_takenOver()
+{
+    const TestSupport::LogGuard log;
+    LinkedServer link;
+    QVERIFY(link.OpenAndWait());
+    QVERIFY(QFile::remove(SocketPath(link.Name)));
+    const TestSupport::BareSocket other(SocketPath(link.Name), true);
+    QVERIFY(other.IsGood());
+    const std::optional<Platform::FileIdentity> file = Platform::GetFileIdentity(SocketPath(link.Name));
+    EVENTUALLY_EQUAL(TestSupport::LogGuard::Messages().size(), 1);
+    QVERIFY(TestSupport::LogGuard::Messages().constFirst().contains(u"another server has taken over"_s));
+    link.Server.Stop();
+    QVERIFY(Platform::GetFileIdentity(SocketPath(link.Name)) == file);
+}
+
+// The file does not let other users in. The server looks as well, since somebody may have opened it up.
+void tst_MessageServer::Client_ofOtherUser()
+{
+    if (::geteuid() != 0)
+        QSKIP("only the superuser can take the part of another user");
+    const TestSupport::LogGuard log;
+    LinkedServer link;
+    QVERIFY(link.OpenAndWait());
+    const QByteArray path = QFile::encodeName(SocketPath(link.Name));
+    QCOMPARE(::chmod(path.constData(), 0777), 0);
+    sockaddr_un address = {};
+    address.sun_family = AF_UNIX;
+    std::copy(path.begin(), path.end(), address.sun_path);
+    // A process of its own: the user of this one's threads cannot be told apart.
+    const pid_t child = ::fork();
+    if (child == 0) {
+        constexpr uid_t kNobody = 65534;
+        char byte = 0;
+        const int socket = ::socket(AF_UNIX, SOCK_STREAM, 0);
+        if (::setuid(kNobody) != 0 || ::getuid() != kNobody)
+            ::_exit(2);
+        if (::connect(socket, reinterpret_cast<const sockaddr*>(&address), sizeof(address)) != 0)
+            ::_exit(3);
+        ::_exit(::recv(socket, &byte, 1, 0) <= 0 ? 0 : 1); // until the server hangs up
+    }
+    int status = 0;
+    EVENTUALLY(::waitpid(child, &status, WNOHANG) == child);
+    QCOMPARE(WEXITSTATUS(status), 0);
+    QCOMPARE(TestSupport::LogGuard::Messages().size(), 1);
+    QVERIFY(TestSupport::LogGuard::Messages().constFirst().contains(u"another user"_s));
+
+    QCOMPARE(link.Connected.count(), 1); // and the client before is still the current one
+    Write(link.Client, Document(u"still there"_s));
+    EVENTUALLY_EQUAL(Names(link.Received), QStringList{u"still there"_s});
+}
+
+// While the owner's thread is busy, the peer has to wait. Nothing is lost.
+void tst_MessageServer::Receive_busyOwner()
+{
+    LinkedServer link;
+    QVERIFY(link.OpenAndWait());
+    const QByteArray filling(30'000, 'x');
+    constexpr int kCount = 2000; // some 80 MB
+    for (int i = 0; i < kCount; ++i)
+        link.Client.write(Document(QString::number(i), {{u"filling"_s, filling}}));
+    const qint64 all = link.Client.bytesToWrite();
+    while (link.Client.waitForBytesWritten(2000)) { } // without the event loop that the server needs
+    QVERIFY(all - link.Client.bytesToWrite() < 3 * 4 * 1024 * 1024 + 2 * kRequestedSendBuffer);
+
+    EVENTUALLY_EQUAL(link.Received.count(), kCount);
+    for (int i = 0; i < kCount; ++i)
+        QCOMPARE(link.Received.at(i).at(0).toString(), QString::number(i));
+}
+
+void tst_MessageServer::Send_peerNeverReads()
+{
+    const TestSupport::LogGuard log;
+    LinkedServer link;
+    QVERIFY(link.OpenAndWait());
+    link.Client.setReadBufferSize(1);
+    const QVariantMap filling{{u"filling"_s, QByteArray(20'000, 'x')}};
+    for (int i = 0; i < 1500; ++i) // some 40 MB
+        link.Server.SendMessage(u"m"_s, filling);
+    EVENTUALLY(!TestSupport::LogGuard::Messages().isEmpty());
+    link.Client.setReadBufferSize(0);
+    QCOMPARE(ReadMessages(link.Client, 1500).size(), 1500); // all were written by then
+    QCOMPARE(TestSupport::LogGuard::Messages().size(), 1);
+    QVERIFY(TestSupport::LogGuard::Messages().constFirst().contains(u"wait to be sent"_s));
 }
 
 void tst_MessageServer::Start_longestName()

@@ -4,8 +4,11 @@
 #include "messaging/MessageSocket_p.h"
 #include "support/TestSupport.h"
 
+#include <QSemaphore>
+#include <QThread>
 #include <QtTest>
 
+#include <memory>
 #include <numeric>
 
 using namespace Qt::StringLiterals;
@@ -92,6 +95,11 @@ private Q_SLOTS:
     void Drain_enough();
     void Drain_threadEnds();
     void Drain_threadEndsWhileItWaits();
+
+    void Window_full_data();
+    void Window_full();
+    void Window_resumesAtHalf();
+    void Window_twoThreads();
 };
 
 void tst_MessageSocket::Drain_takesAllThatIsThere()
@@ -286,6 +294,75 @@ void tst_MessageSocket::Drain_threadEndsWhileItWaits()
     Drain(source, bytes);
     QCOMPARE(source.Waits.size(), 3);
     QCOMPARE(source.Reads, 0);
+}
+
+void tst_MessageSocket::Window_full_data()
+{
+    QTest::addColumn<QList<qsizetype>>("reads"); // one message each
+    QTest::addColumn<bool>("full");
+
+    QTest::newRow("nothing") << QList<qsizetype>() << false;
+    QTest::newRow("as much as may wait") << QList<qsizetype>{kMaxUndelivered} << false;
+    QTest::newRow("one byte more") << QList<qsizetype>{kMaxUndelivered, 1} << true;
+    QTest::newRow("one large read") << QList<qsizetype>{10 * kMaxUndelivered} << true;
+}
+
+void tst_MessageSocket::Window_full()
+{
+    QFETCH(const QList<qsizetype>, reads);
+    QFETCH(const bool, full);
+
+    DeliveryWindow window;
+    for (const qsizetype bytes : reads)
+        window.Add(1, bytes);
+    QCOMPARE(window.IsFull(), full);
+    bool resumed = false;
+    for (qsizetype i = 0; i < reads.size(); ++i)
+        resumed = window.Take() || resumed;
+    QCOMPARE(resumed, full);
+    QVERIFY(!window.IsFull());
+}
+
+// Reading begins again when half of it is taken, and is told once.
+void tst_MessageSocket::Window_resumesAtHalf()
+{
+    DeliveryWindow window;
+    for (int i = 0; i < 10; ++i)
+        window.Add(2, kMaxUndelivered / 8);
+    QVERIFY(window.IsFull());
+    QList<int> resumedAt;
+    for (int i = 1; i <= 20; ++i) {
+        if (window.Take())
+            resumedAt.append(i);
+    }
+    QCOMPARE(resumedAt, QList<int>{12}); // four of ten reads are left, half of what may wait
+}
+
+// A worker that has stopped is always told to read again, whatever the two threads do at the same time.
+void tst_MessageSocket::Window_twoThreads()
+{
+    constexpr int kReads = 200'000;
+    DeliveryWindow window;
+    QSemaphore added;
+    QSemaphore resumed;
+    const std::unique_ptr<QThread> owner(QThread::create([&] {
+        for (int i = 0; i < kReads; ++i) {
+            added.acquire();
+            if (window.Take())
+                resumed.release();
+        }
+    }));
+    owner->start();
+    bool isStuck = false;
+    for (int i = 0; i < kReads && !isStuck; ++i) {
+        window.Add(1, kMaxUndelivered / 3);
+        added.release();
+        while (!isStuck && window.IsFull())
+            isStuck = !resumed.tryAcquire(1, TestSupport::kPatienceMs);
+    }
+    added.release(kReads); // lets it end in any case
+    QVERIFY(owner->wait(TestSupport::kPatienceMs));
+    QVERIFY(!isStuck);
 }
 
 QTEST_GUILESS_MAIN(tst_MessageSocket)
