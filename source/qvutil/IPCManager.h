@@ -83,7 +83,9 @@ public:
     ///
     /// A server that is stopped and started again announces each message and connection once more for each
     /// start.
-    /// \param serverName  the name; a server that has it loses it to this one
+    /// \param serverName  the name; a server that has it loses it to this one. A file that is no socket is
+    /// not
+    ///                    replaced: nobody can connect then.
     /// \param mode        ReadOnly in it: messages and connections are announced by signals. WriteOnly in it:
     ///                    SendMessage sends to the server's client. Requests are answered in any mode.
     /// \return false if the signals could not be connected
