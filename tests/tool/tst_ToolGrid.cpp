@@ -29,10 +29,10 @@
 using namespace Qt::StringLiterals;
 using namespace GridSupport;
 using namespace MessagingSupport;
-using Quorvin::Util::Internal::GridLockFilePath;
-using Quorvin::Util::Internal::ParseRegistry;
 using Quorvin::Util::ProcessInfo;
+using Quorvin::Util::Internal::GridLockFilePath;
 using Quorvin::Util::Internal::NativeSharedMemoryKey;
+using Quorvin::Util::Internal::ParseRegistry;
 using TestSupport::ToolResult;
 using TestSupport::ToolRunner;
 
@@ -161,6 +161,7 @@ private Q_SLOTS:
     void Watch_signals();
     void Watch_lastMemberLeavesNothing();
     void Clean_nothing();
+    void Clean_semaphore();
     void Clean_deadAmongLiving();
     void Clean_damagedAmongLiving();
     void Clean_whatOnlyLooksStale();
@@ -799,6 +800,26 @@ void tst_ToolGrid::Clean_nothing()
     QCOMPARE(Run(u"clean"_s, {kGrid, u"--dry-run"_s}).ToText(), u"nothing to remove\n=> 0\n"_s);
     QCOMPARE(registry.Bytes(), bytes);
     QCOMPARE(Files(), files);
+}
+
+// A semaphore that stays counts against the system's limit for ever.
+void tst_ToolGrid::Clean_semaphore()
+{
+    const auto semaphores = [this] {
+        return QDir(mTemporary->path())
+            .entryList({u"qipc_systemsem_*"_s}, QDir::AllEntries | QDir::System | QDir::Hidden)
+            .size();
+    };
+    Peer first({u"grid"_s, kGrid});
+    QVERIFY(IsIn(first));
+    Peer second({u"grid"_s, kGrid});
+    QVERIFY(IsIn(second, u"linked"_s));
+    first.Kill();
+    QVERIFY(Run(u"clean"_s, {kGrid}).ExitCode == 0);
+    QCOMPARE(semaphores(), 1); // somebody uses it
+    second.Kill();
+    QVERIFY(Run(u"clean"_s, {kGrid}).ExitCode == 0);
+    QCOMPARE(semaphores(), 0);
 }
 
 void tst_ToolGrid::Clean_deadAmongLiving()

@@ -9,6 +9,7 @@
 #include <QDir>
 #include <QSharedMemory>
 #include <QString>
+#include <QSystemSemaphore>
 #include <QTimeZone>
 
 #include <algorithm>
@@ -81,6 +82,18 @@ namespace Quorvin::Util::Internal {
                  [](QChar c) { return (c >= u'a' && c <= u'z') || (c >= u'A' && c <= u'Z'); });
     const QByteArray digest = QCryptographicHash::hash(key.toUtf8(), QCryptographicHash::Sha1).toHex();
     return QDir::tempPath() + QStringLiteral("/qipc_sharedmemory_") + letters + QString::fromLatin1(digest);
+#endif
+}
+
+/// Removes the semaphore, and its file, that locks what a QSharedMemory with that key uses. For memory that
+/// is gone: processes that have crashed leave it.
+inline void RemoveSharedMemorySemaphore(const QString& key)
+{
+    // An object that has created a semaphore removes it, and in this mode every object counts as its creator.
+#if QT_VERSION >= QT_VERSION_CHECK(6, 6, 0)
+    const QSystemSemaphore semaphore(QSystemSemaphore::legacyNativeKey(key), 1, QSystemSemaphore::Create);
+#else
+    const QSystemSemaphore semaphore(key, 1, QSystemSemaphore::Create);
 #endif
 }
 

@@ -6,6 +6,7 @@
 #include "cli/Failure.h"
 #include <qvutil/GeneralUtil.h>
 #include <qvutil/IPCManager.h>
+#include <qvutil/base/QtCompat_p.h>
 #include <qvutil/messaging/GridRegistry_p.h>
 #include <qvutil/platform/Platform_p.h>
 
@@ -115,6 +116,7 @@ GridCleaning CleanGrid(const QString& grid)
     for (const GridLeftover& socket : sockets)
         RemoveFile(socket, cleaning);
     if (isGone) {
+        Util::Internal::RemoveSharedMemorySemaphore(grid);
         // While it is locked: whoever waits for it then makes a new one.
         if (hadLockFile)
             RemoveFile({.What = GridLeftover::LockFile, .ProcessId = 0, .Path = lock.Path()}, cleaning);
