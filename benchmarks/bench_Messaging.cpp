@@ -6,6 +6,7 @@
 //   bench_Messaging --serve NAME ADDRESS     serves the contestant NAME until standard input is closed
 
 #include "IPC.h"
+#include "messaging/Base64_p.h"
 #include "messaging/Contestant.h"
 #include "messaging/MessageCodec_p.h"
 
@@ -262,6 +263,25 @@ void RegisterCodecs()
     add("XmlFiler and QDomDocument", Codec_XmlFiler);
 }
 
+// Encodes and decodes bytes alone.
+void RegisterBase64()
+{
+    const QByteArray bytes = Bytes16KiB().value(u"bytes"_s).toByteArray();
+    benchmark::RegisterBenchmark("Base64/QvUtil/16 KiB", [bytes](benchmark::State& state) {
+        for (auto _ : state) {
+            QByteArray text(Base64Size(bytes.size()), Qt::Uninitialized);
+            WriteBase64(bytes, text.data());
+            benchmark::DoNotOptimize(ReadBase64(text));
+        }
+    });
+    benchmark::RegisterBenchmark("Base64/raw QByteArray/16 KiB", [bytes](benchmark::State& state) {
+        for (auto _ : state) {
+            benchmark::DoNotOptimize(
+                QByteArray::fromBase64Encoding(bytes.toBase64(), QByteArray::AbortOnBase64DecodingErrors));
+        }
+    });
+}
+
 int Serve(const QString& name, const QString& address)
 {
     const QSocketNotifier input(STDIN_FILENO, QSocketNotifier::Read);
@@ -287,6 +307,7 @@ int main(int argc, char* argv[])
     Pairs pairs;
     RegisterExchanges(pairs);
     RegisterCodecs();
+    RegisterBase64();
     benchmark::RunSpecifiedBenchmarks();
     benchmark::Shutdown();
     return 0;
