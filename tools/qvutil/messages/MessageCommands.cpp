@@ -60,8 +60,8 @@ QString WhyNoMessage(const MessagePiece& piece)
     if (!piece.Message || !piece.Message->Id.isEmpty())
         return {};
     QString document = QString::fromUtf8(piece.Bytes);
-    if (!document.startsWith(Util::kDocumentStart)) // a receiver adds what is missing
-        document.prepend(Util::kDocumentStart);
+    if (!document.startsWith(Util::Internal::kFrameStart)) // a receiver adds what is missing
+        document.prepend(Util::Internal::kFrameStart);
     XmlFiler filer;
     if (!filer.LoadFromXmlString(document))
         return {};
