@@ -77,6 +77,7 @@ TREES = (
 SOURCES = {".h", ".cpp", ".mm"}
 INCLUDE = re.compile(r'^\s*#\s*(?:include|import)\s*(["<])([^">]+)[">]')
 SYSTEM = re.compile(r"^\s*#\s*(?:if|ifdef|ifndef|elif)\b.*\b(?:Q_OS_\w+|__linux__|__APPLE__|__unix__|_WIN32)\b")
+NOT_API = re.compile(r"^// .*\bnot (?:API|part of the interface)\b", re.MULTILINE)
 PAGE = pathlib.PurePosixPath("docs/architecture.md")
 
 
@@ -105,7 +106,7 @@ def folder_of(tree, relative):
     return next((folder.name for folder in tree.folders if relative.name in folder.headers), "")
 
 
-def check_names(tree, relative):
+def check_names(tree, relative, text):
     if not tree.is_library or relative.suffix not in SOURCES:
         return
     on_top = len(relative.parts) == 1
@@ -113,6 +114,8 @@ def check_names(tree, relative):
         yield 1, "only public headers stand here, and the table of scripts/layers.py must give each a folder"
     if not on_top and relative.suffix == ".h" and not relative.stem.endswith("_p"):
         yield 1, "the name of a private header ends in _p.h"
+    if not on_top and relative.suffix == ".h" and not NOT_API.search(text):
+        yield 1, "a private header says in a comment that it is not part of the interface"
 
 
 def check_lines(tree, root, relative, text):
@@ -144,7 +147,7 @@ def check_tree(tree, root):
         if path.suffix not in SOURCES:
             continue
         text = path.read_text(encoding="utf-8")
-        for number, reason in [*check_names(tree, relative), *check_lines(tree, root, relative, text)]:
+        for number, reason in [*check_names(tree, relative, text), *check_lines(tree, root, relative, text)]:
             yield f"{tree.path}/{relative}:{number}: {reason}"
 
 

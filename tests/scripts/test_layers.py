@@ -28,7 +28,7 @@ TOOL = layers.Tree("tool", (layers.Folder("cli", "shared"), layers.Folder("one",
 GOOD = {
     "lib/Global.h": "#include <QtCore/qglobal.h>\n",
     "lib/High.h": '#include "Global.h"\n#ifdef Q_OS_MACOS\n#endif\n',
-    "lib/low/Low_p.h": '#include "Global.h"\n#include <QString>\n',
+    "lib/low/Low_p.h": '// This file is not part of the interface.\n#include "Global.h"\n#include <QString>\n',
     "lib/low/Low.cpp": '#include "low/Low_p.h"\n#include "Low.moc"\n#if QT_VERSION >= 1\n#endif\n',
     "lib/system/SystemLinux.cpp": '#include "low/Low_p.h"\n#ifdef __linux__\n#endif\n',
     "lib/high/High.cpp": '#include "High.h"\n#include <qvutil/low/Low_p.h>\n// #include "system/Any_p.h"\n',
@@ -77,7 +77,7 @@ class Layers(unittest.TestCase):
             "group of the tool from its top": ("tool/main.cpp", '#include "one/One.h"\n', 1,
                                                "a file on top may not include one"),
         }
-        there = {"lib/system/System_p.h": "", "tool/one/One.h": ""}
+        there = {"lib/system/System_p.h": "// Internal, not API.\n", "tool/one/One.h": ""}
         for name, (file, text, line, reason) in cases.items():
             with self.subTest(name):
                 found = self.check({**there, file: text})
@@ -94,7 +94,8 @@ class Layers(unittest.TestCase):
                     self.assertIn("asks for the system", found[0])
 
     def test_names(self):
-        self.assertIn("ends in _p.h", self.check({"lib/low/Bare.h": ""})[0])
+        self.assertIn("ends in _p.h", self.check({"lib/low/Bare.h": "// not API\n"})[0])
+        self.assertIn("is not part of the interface", self.check({"lib/low/Low_p.h": "/* not API */\n"})[0])
         self.assertIn("only public headers", self.check({"lib/Loose.cpp": ""})[0])
         self.assertIn("only public headers", self.check({"lib/Loose.h": ""})[0])
 
