@@ -29,8 +29,8 @@
 
 #include "IPCManager.h"
 #include "messaging/MessageClient_p.h"
-#include "messaging/MessageSocket_p.h"
 #include "messaging/MessageServer_p.h"
+#include "messaging/MessageSocket_p.h"
 
 #include <QCoreApplication>
 #include <QLocalServer>
