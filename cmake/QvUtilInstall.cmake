@@ -24,6 +24,21 @@ function(qvutil_pkgconfig_folder output folder)
     set(${output} "${folder}" PARENT_SCOPE)
 endfunction()
 
+# Sets OUTPUT to where the installed tool looks for the library: relative to the tool, so that both can be moved
+# together.
+function(qvutil_path_to_library output)
+    if(IS_ABSOLUTE "${CMAKE_INSTALL_LIBDIR}" OR IS_ABSOLUTE "${CMAKE_INSTALL_BINDIR}")
+        set(${output} "${CMAKE_INSTALL_FULL_LIBDIR}" PARENT_SCOPE)
+        return()
+    endif()
+    file(RELATIVE_PATH way "/prefix/${CMAKE_INSTALL_BINDIR}" "/prefix/${CMAKE_INSTALL_LIBDIR}")
+    if(APPLE)
+        set(${output} "@loader_path/${way}" PARENT_SCOPE)
+    else()
+        set(${output} "$ORIGIN/${way}" PARENT_SCOPE)
+    endif()
+endfunction()
+
 function(qvutil_install_pkgconfig)
     set(folder "${CMAKE_INSTALL_LIBDIR}/pkgconfig")
     if(IS_ABSOLUTE "${CMAKE_INSTALL_LIBDIR}")
@@ -53,7 +68,7 @@ function(qvutil_install_cmake_package)
     list(JOIN QVUTIL_QT_MODULES " " QVUTIL_QT_MODULES)
     configure_package_config_file("${PROJECT_SOURCE_DIR}/cmake/QvUtilConfig.cmake.in"
         "${PROJECT_BINARY_DIR}/QvUtilConfig.cmake" INSTALL_DESTINATION "${folder}"
-        NO_SET_AND_CHECK_MACRO)
+        PATH_VARS CMAKE_INSTALL_BINDIR NO_SET_AND_CHECK_MACRO)
     write_basic_package_version_file("${PROJECT_BINARY_DIR}/QvUtilConfigVersion.cmake"
         COMPATIBILITY SameMajorVersion)
     install(FILES
@@ -80,9 +95,15 @@ function(qvutil_install)
         MACOSX_RPATH ON
         INSTALL_RPATH_USE_LINK_PATH ON)
     if(TARGET qvutil)
-        set_target_properties(qvutil PROPERTIES INSTALL_RPATH_USE_LINK_PATH ON) # it holds the library itself
-        install(TARGETS qvutil EXPORT QvUtilTargets
+        qvutil_path_to_library(way)
+        set_target_properties(qvutil PROPERTIES
+            INSTALL_RPATH "${way}"
+            INSTALL_RPATH_USE_LINK_PATH ON)
+        # Exported apart from the library: the tool can be left out, or be packaged separately.
+        install(TARGETS qvutil EXPORT QvUtilToolTargets
             RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}" COMPONENT Runtime)
+        install(EXPORT QvUtilToolTargets NAMESPACE QvUtil:: COMPONENT Development
+            DESTINATION "${CMAKE_INSTALL_LIBDIR}/cmake/QvUtil")
     endif()
 
     if(PROJECT_IS_TOP_LEVEL)

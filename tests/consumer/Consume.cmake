@@ -362,6 +362,16 @@ function(step_moved)
     # A blank in a folder's name does not survive pkg-config.
     file(RENAME "${SCRATCH}/elsewhere/a b" "${SCRATCH}/elsewhere/deep")
     consume_by_pkg_config("${SCRATCH}/elsewhere/deep" "${SCRATCH}/elsewhere/pkg_config")
+    # The tool finds the library beside it, and a host finds the tool.
+    if(EXISTS "${SCRATCH}/elsewhere/deep/bin/qvutil")
+        run(COMMAND "${SCRATCH}/elsewhere/deep/bin/qvutil" --version OUTPUT output)
+        if(NOT output MATCHES "${VERSION}")
+            message(FATAL_ERROR "The moved tool printed\n${output}")
+        endif()
+        # Without the tool, the rest of the package serves.
+        file(REMOVE "${SCRATCH}/elsewhere/deep/bin/qvutil")
+        consume_by_find_package("${SCRATCH}/elsewhere/deep" "${SCRATCH}/elsewhere/without_tool")
+    endif()
 endfunction()
 
 # The version file alone answers; no host is built.

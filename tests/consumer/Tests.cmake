@@ -120,4 +120,10 @@ if(QVUTIL_LIBRARY_KIND STREQUAL "SHARED_LIBRARY")
         "-DNM=${CMAKE_NM}" "-DLIBRARY=$<TARGET_FILE:QvUtil>" "-DAPPLE=${APPLE}"
         -P "${CMAKE_CURRENT_SOURCE_DIR}/consumer/Exports.cmake")
     set_tests_properties(package_exports PROPERTIES LABELS "package")
+    if(TARGET qvutil AND NOT APPLE)
+        add_test(NAME package_tool_symbols COMMAND "${CMAKE_COMMAND}"
+            "-DNM=${CMAKE_NM}" "-DLIBRARY=$<TARGET_FILE:QvUtil>" "-DTOOL=$<TARGET_FILE:qvutil>"
+            -P "${CMAKE_CURRENT_SOURCE_DIR}/consumer/ToolSymbols.cmake")
+        set_tests_properties(package_tool_symbols PROPERTIES LABELS "package")
+    endif()
 endif()

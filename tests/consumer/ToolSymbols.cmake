@@ -1,0 +1,34 @@
+# SPDX-FileCopyrightText: 2026 The QvUtil developers
+# SPDX-License-Identifier: MIT
+
+# The tool takes the public classes from the shared library, and holds none of them itself:
+#   cmake -DNM=program -DLIBRARY=file -DTOOL=file -P ToolSymbols.cmake
+
+cmake_minimum_required(VERSION 3.23)
+
+# Sets OUTPUT to the names that FILE defines. An imported variable, which bears the library's version, is not
+# its own.
+function(get_defined_names output file)
+    execute_process(COMMAND "${NM}" --defined-only --format=posix ${ARGN} "${file}"
+        OUTPUT_VARIABLE lines RESULT_VARIABLE result)
+    if(NOT result EQUAL 0 OR lines STREQUAL "")
+        message(FATAL_ERROR "${NM} ${file} gave ${result}")
+    endif()
+    string(REGEX MATCHALL "[^\n]+" lines "${lines}")
+    list(TRANSFORM lines REPLACE " .*" "")
+    set(${output} "${lines}" PARENT_SCOPE)
+endfunction()
+
+get_defined_names(public "${LIBRARY}" --dynamic)
+list(TRANSFORM public REPLACE "@.*" "")
+get_defined_names(own "${TOOL}")
+
+set(twice "")
+foreach(name IN LISTS public)
+    if(name IN_LIST own)
+        string(APPEND twice "\n  ${name}")
+    endif()
+endforeach()
+if(twice)
+    message(FATAL_ERROR "These symbols of the library are in the tool as well:${twice}")
+endif()
