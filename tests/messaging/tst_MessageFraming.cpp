@@ -319,6 +319,8 @@ private Q_SLOTS:
 
     void PackAndExtract();
     void DecodeMessage_interrupted();
+    void DecodeMessage_manyAttributes_data();
+    void DecodeMessage_manyAttributes();
     void PackMessage_document();
     void ExtractMessage_data();
     void ExtractMessage();
@@ -582,6 +584,36 @@ void tst_MessageFraming::DecodeMessage_interrupted()
     messages.clear();
     Quorvin::Util::DecodeMessage(fast.repeated(10), messages, [] { return --left < 0; });
     QCOMPARE(messages.size(), 10); // these take no time
+}
+
+// The parser's time grows with the square of an element's attributes.
+void tst_MessageFraming::DecodeMessage_manyAttributes_data()
+{
+    QTest::addColumn<int>("attributes"); // of one element of each frame
+    QTest::addColumn<int>("frames");
+    QTest::addColumn<int>("decoded");
+
+    QTest::newRow("a thousand") << 1000 << 3 << 3;
+    QTest::newRow("too many in one frame") << 40'000 << 1 << 0;
+    QTest::newRow("too many in one read") << 9000 << 6 << 4;
+}
+
+void tst_MessageFraming::DecodeMessage_manyAttributes()
+{
+    QFETCH(const int, attributes);
+    QFETCH(const int, frames);
+    QFETCH(const int, decoded);
+
+    QByteArray tag = "<Params";
+    for (int i = 0; i < attributes; ++i)
+        tag += " a" + QByteArray::number(i) + "='>'";
+    const QByteArray small = *EncodeMessageFast(MessageInfo());
+    const QByteArray large = QByteArray(small).replace("<Params", tag);
+    QList<MessageInfo> messages;
+    Quorvin::Util::DecodeMessage(large.repeated(frames), messages);
+    QCOMPARE(messages.size(), decoded);
+    Quorvin::Util::DecodeMessage(large + small, messages); // what follows is not lost
+    QVERIFY(messages.size() > decoded);
 }
 
 void tst_MessageFraming::PackMessage_document()

@@ -12,6 +12,41 @@ using namespace Qt::StringLiterals;
 namespace Quorvin::Util {
 namespace {
 
+// The parser compares each attribute of an element with all before it. This many comparisons take about half
+// a second; the frames of the library itself have some ten an element.
+constexpr qint64 kMaxAttributeComparisons = 200'000'000;
+
+// Index behind the next \p end; the text's size if there is none.
+qsizetype SkipPast(QStringView text, qsizetype from, QStringView end)
+{
+    const qsizetype at = text.indexOf(end, from);
+    return at < 0 ? text.size() : at + end.size();
+}
+
+// How often the parser would compare attributes. Counts quoted texts in tags, of which a declaration has
+// some, too.
+qint64 CountAttributeComparisons(QStringView frame)
+{
+    qint64 comparisons = 0;
+    for (qsizetype at = frame.indexOf(u'<'); at >= 0; at = frame.indexOf(u'<', at)) {
+        if (frame.sliced(at).startsWith(u"<![CDATA[")) {
+            at = SkipPast(frame, at, u"]]>");
+        } else if (frame.sliced(at).startsWith(u"<!--")) {
+            at = SkipPast(frame, at, u"-->");
+        } else {
+            qint64 attributes = 0;
+            for (++at; at < frame.size() && frame[at] != u'>'; ++at) {
+                if (frame[at] == u'"' || frame[at] == u'\'') {
+                    at = SkipPast(frame, at + 1, frame.sliced(at, 1)) - 1;
+                    ++attributes;
+                }
+            }
+            comparisons += attributes * attributes / 2;
+        }
+    }
+    return comparisons;
+}
+
 void AppendByDom(const QString& frame, QList<MessageInfo>& messages)
 {
     MessageInfo message;
@@ -22,7 +57,8 @@ void AppendByDom(const QString& frame, QList<MessageInfo>& messages)
 void DecodeText(const QString& text, QList<MessageInfo>& messages, bool (*shouldStop)())
 {
     using Internal::kFrameStart;
-    Internal::ForEachPiece(QStringView(text), kFrameStart, [&messages, shouldStop](QStringView piece) {
+    qint64 comparisonsLeft = kMaxAttributeComparisons; // for all that one read has brought
+    Internal::ForEachPiece(QStringView(text), kFrameStart, [&](QStringView piece) {
         const bool isFrame = piece.startsWith(kFrameStart);
         if (isFrame) {
             if (std::optional<MessageInfo> message = Internal::DecodeMessageFast(piece)) {
@@ -30,9 +66,14 @@ void DecodeText(const QString& text, QList<MessageInfo>& messages, bool (*should
                 return;
             }
         }
-        // The DOM path may take seconds for what a hostile peer has made up.
-        if (piece.size() > kFrameStart.size() && (shouldStop == nullptr || !shouldStop()))
-            AppendByDom(isFrame ? piece.toString() : kFrameStart.toString().append(piece), messages);
+        // The DOM path takes its time with what a hostile peer makes up.
+        if (piece.size() <= kFrameStart.size() || (shouldStop != nullptr && shouldStop()))
+            return;
+        const qint64 comparisons = CountAttributeComparisons(piece);
+        if (comparisons > comparisonsLeft)
+            return;
+        comparisonsLeft -= comparisons;
+        AppendByDom(isFrame ? piece.toString() : kFrameStart.toString().append(piece), messages);
     });
 }
 
