@@ -34,11 +34,11 @@ def headings(page):
 
 def page_of(path, folder):
     """The page of a file of the handbook: Doxygen names it md_docs_NAME.html up to 1.9.7, then md_docs_2NAME.html."""
-    name = pathlib.Path(path).stem.replace("-", "_")
+    name = pathlib.Path(path).stem
     if name == "README":
         return "index.html"
     newer = f"md_docs_2{name}.html"
-    return newer if (folder / newer).exists() else f"md_docs_{name}.html"
+    return newer if (folder / newer).exists() else f"md_docs_{name.replace('-', '_')}.html"
 
 
 def copied(path, folder):
