@@ -90,6 +90,7 @@ private Q_SLOTS:
     void Locking_otherProgram();
     void LockFile_keepsOthersOut();
     void LockFile_heldTooLong();
+    void LockFile_changesHands();
     void LockFile_heldWhileLeaving();
     void LockFile_other_data();
     void LockFile_other();
@@ -594,6 +595,32 @@ void tst_Grid::LockFile_heldTooLong()
 
     QCOMPARE(member.CreateGridConnection(grid, kReadWrite), true); // tries again
     QCOMPARE(ProcessIds(member.ReadFromSharedMemory()), QList<qint64>{QCoreApplication::applicationPid()});
+}
+
+// Processes that take turns are waited for longer than one that is stopped.
+void tst_Grid::LockFile_changesHands()
+{
+    const QString path = GridLockFilePath(UniqueName());
+    std::atomic<int> turns = 0;
+    std::atomic<bool> isOver = false;
+    const int first = Platform::LockFile(path);
+    QVERIFY(first >= 0);
+    // Takes the lock away from itself, so that nobody else ever gets it, for longer than the wait is to take.
+    const std::unique_ptr<QThread> holder(QThread::create([&] {
+        for (turns = 0; turns < 30 && !isOver; ++turns) {
+            const timespec times[2] = {{turns + 1000, 0}, {turns + 1000, 0}};
+            ::futimens(first, times);
+            QThread::msleep(250);
+        }
+        Platform::UnlockFile(first);
+    }));
+    holder->start();
+    const int second = Platform::LockFile(path, Platform::LockFileMode::OpenExisting, 5000);
+    QCOMPARE(turns, 30);
+    isOver = true;
+    QVERIFY(holder->wait(TestSupport::kPatienceMs));
+    QVERIFY(second >= 0);
+    Platform::UnlockFile(second);
 }
 
 void tst_Grid::LockFile_heldWhileLeaving()

@@ -26,18 +26,28 @@
 namespace Quorvin::Util::Platform {
 namespace {
 
-// No system waits for such a lock for a limited time: it is asked now and then.
-// \return 0, or what LockFile returns
-int WaitForLock(int file, const QDeadlineTimer& deadline)
+// No system waits for such a lock for a limited time: it is asked now and then. Each holder sets the file's
+// time, and the wait begins anew when that changes: many processes that take turns are not one that is
+// stopped. \return 0, or what LockFile returns
+int WaitForLock(int file, int timeoutMs)
 {
     constexpr int kPauseMs = 2;
+    QDeadlineTimer deadline(timeoutMs);
+    struct stat before = {};
+    ::fstat(file, &before);
     while (::flock(file, LOCK_EX | LOCK_NB) == -1) {
         if (errno != EWOULDBLOCK && errno != EINTR)
             return kLockFailed;
+        struct stat now = {};
+        if (::fstat(file, &now) == 0 && now.st_mtime != before.st_mtime) {
+            before = now;
+            deadline.setRemainingTime(timeoutMs);
+        }
         if (deadline.hasExpired())
             return kLockTimedOut;
         ::poll(nullptr, 0, kPauseMs);
     }
+    ::futimens(file, nullptr);
     return 0;
 }
 
@@ -172,12 +182,11 @@ int LockFile(const QString& path, LockFileMode mode, int timeoutMs)
     const QByteArray name = QFile::encodeName(path);
     const int flags = O_RDWR | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK
         | (mode == LockFileMode::CreateIfMissing ? O_CREAT : 0);
-    const QDeadlineTimer deadline(timeoutMs); // one for all files that stood there meanwhile
     for (;;) {
         FileDescriptor file(RepeatWhenInterrupted([&] { return ::open(name.constData(), flags, 0600); }));
         if (!file.IsOpen() || !IsOwnRegularFile(file.Get()))
             return kLockFailed;
-        if (const int failure = WaitForLock(file.Get(), deadline); failure != 0)
+        if (const int failure = WaitForLock(file.Get(), timeoutMs); failure != 0)
             return failure;
         if (IsFileAt(name, file.Get()))
             return file.Release();

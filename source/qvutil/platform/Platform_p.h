@@ -162,7 +162,7 @@ inline constexpr int kLockTimedOut = -2; ///< another process keeps it locked
 
 /// Locks a file for this process, waiting for others to unlock it. The lock ends with the process at the
 /// latest. The file must be a regular one that belongs to this user; a symbolic link is not followed.
-/// \param timeoutMs  how long to wait; negative for as long as it takes
+/// \param timeoutMs  how long to wait for one holder; negative for as long as it takes
 /// \return what UnlockFile takes; kLockFailed or kLockTimedOut, which are negative
 [[nodiscard]] int LockFile(const QString& path, LockFileMode mode = LockFileMode::CreateIfMissing,
                            int timeoutMs = -1);
