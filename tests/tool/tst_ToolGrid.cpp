@@ -675,8 +675,7 @@ void tst_ToolGrid::Locked()
     QVERIFY(show.Output.contains(
         "\nproblems:\n  a process keeps the registry locked: nobody can join or leave\n"));
     QCOMPARE(clean.ToText(),
-             u"! qvutil: %1: another process keeps it locked, or it belongs to another user\n=> 2\n"_s.arg(
-                 GridLockFilePath(kGrid)));
+             u"! qvutil: %1: another process keeps it locked\n=> 2\n"_s.arg(GridLockFilePath(kGrid)));
     EVENTUALLY_EQUAL(Run(u"show"_s, {kGrid}).ExitCode, 0);
 }
 
@@ -968,7 +967,7 @@ void tst_ToolGrid::Clean_notAllowed()
     // A lock file that cannot even be opened.
     QFile::setPermissions(GridLockFilePath(kGrid), {});
     QCOMPARE(clean(),
-             u"! qvutil: %1: another process keeps it locked, or it belongs to another user\n=> 2\n"_s.arg(
+             u"! qvutil: %1: it cannot be opened, or is no regular file of this user\n=> 2\n"_s.arg(
                  GridLockFilePath(kGrid)));
 }
 

@@ -400,8 +400,10 @@ bool IPCManager::Private::LockRegistry()
         return false;
     }
     if (FileLock == Platform::kLockFailed) {
-        qCWarning(Internal::lcQvUtil, "grid \"%ls\": %ls is no file of this user and cannot be locked",
-                  qUtf16Printable(gridName), qUtf16Printable(lockFile));
+        qCWarning(
+            Internal::lcQvUtil,
+            "grid \"%ls\": %ls cannot be locked: it cannot be opened, or is no regular file of this user",
+            qUtf16Printable(gridName), qUtf16Printable(lockFile));
     }
     ++LockDepth;
     // Another process may create the segment between attach() and create(). Attach before lock(): attach()

@@ -39,7 +39,7 @@ public:
             throw Failure(mPath, u"another process keeps it locked"_s);
         if (mLock == Platform::kLockFailed) {
             throw Failure(mPath,
-                          QFile::exists(mPath) ? u"it is no regular file of this user"_s
+                          QFile::exists(mPath) ? u"it cannot be opened, or is no regular file of this user"_s
                                                : u"the file cannot be made"_s);
         }
     }
