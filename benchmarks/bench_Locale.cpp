@@ -16,6 +16,8 @@
 #include <vector>
 
 using namespace Quorvin::Util;
+using Quorvin::Util::Internal::gLocales;
+using Quorvin::Util::Internal::LocaleRecord;
 
 namespace {
 

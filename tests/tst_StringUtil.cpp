@@ -3,6 +3,8 @@
 
 #include "support/TestSupport.h"
 
+#include "general/VariableResolver_p.h"
+
 #include <StringUtil.h>
 
 #include <QRandomGenerator>
@@ -20,6 +22,7 @@ constexpr wchar_t kUntouched = L'#';
 
 // The reference for ResolveVariables: the search and the replacement one step at a time, with the pattern
 // built anew and without any short cut.
+// \return the number of substitutions; -1 if there are so many that the text may grow without end
 int ResolveStepByStep(QString& text, const Variables& variables, bool ignoreCase)
 {
     const QRegularExpression pattern(u"\\$\\((\\S+)\\)"_s, QRegularExpression::InvertedGreedinessOption);
@@ -33,7 +36,8 @@ int ResolveStepByStep(QString& text, const Variables& variables, bool ignoreCase
         if (StringUtil::GetKeyValue(match.captured(1), variables, value, ignoreCase)) {
             text.remove(match.capturedStart(0), match.capturedLength(0));
             text.insert(match.capturedStart(0), value);
-            ++count;
+            if (++count > 50)
+                return -1;
         }
         position = match.capturedStart(0) + 1;
     }
@@ -63,6 +67,9 @@ private Q_SLOTS:
     void ResolveVariables_everyCharacterInAName();
     void ResolveVariables_textIsOneOfTheValues();
     void ResolveVariables_manyReferences();
+    void ResolveVariables_anyMapSameAsStepByStep();
+    void ResolveVariables_workIsLinear_data();
+    void ResolveVariables_workIsLinear();
     void GetKeyValue_data();
     void GetKeyValue();
     void GetKeyValue_replacesOldValue();
@@ -334,6 +341,85 @@ void tst_StringUtil::ResolveVariables_manyReferences()
 
     QCOMPARE(StringUtil::ResolveVariables(text, {{u"NAME"_s, u"value"_s}}, true), kReferences);
     QCOMPARE(text, u"-value"_s.repeated(kReferences));
+}
+
+void tst_StringUtil::ResolveVariables_anyMapSameAsStepByStep()
+{
+    // Letters of which the case is folded in other ways than by a fixed distance. One beyond 16 bits stands
+    // in names only, since the pattern matches nothing from the middle of such a character on.
+    const QStringList letters{u"a"_s,      u"A"_s,      u"b"_s,      u"s"_s, u"\u017F"_s, u"k"_s,
+                              u"\u212A"_s, u"\u00DF"_s, u"\u0130"_s, u")"_s, u"("_s,      u"$"_s};
+    const QStringList names = letters + QStringList{u"\U00010400"_s, u"\U00010428"_s};
+    const QStringList pieces
+        = letters + QStringList{u"$("_s, u"$(a"_s,  u"$(A)"_s,          u" "_s,
+                                u")"_s,  u"$($("_s, u"$(\U00010400)"_s, u"$(\U00010428)"_s};
+    QRandomGenerator random(20261);
+    const auto make = [&random](const QStringList& parts, quint32 most) {
+        QString text;
+        for (quint32 length = random.bounded(most + 1); length > 0; --length)
+            text += parts.at(random.bounded(parts.size()));
+        return text;
+    };
+    int compared = 0;
+    int replaced = 0;
+    for (int i = 0; i < 20000; ++i) {
+        Variables variables;
+        for (quint32 size = random.bounded(6U); size > 0; --size)
+            variables.insert(make(names, 2), make(pieces, 4));
+        const QString text = make(pieces, 12);
+        const bool ignoreCase = i % 4 != 0;
+
+        QString expected = text;
+        const int expectedCount = ResolveStepByStep(expected, variables, ignoreCase);
+        if (expectedCount < 0)
+            continue;
+        QString actual = text;
+        const int count = StringUtil::ResolveVariables(actual, variables, ignoreCase);
+        QVERIFY2(actual == expected && count == expectedCount, qPrintable(text));
+        ++compared;
+        replaced += count;
+    }
+    QVERIFY(compared > 10000);
+    QVERIFY(replaced > 500);
+}
+
+void tst_StringUtil::ResolveVariables_workIsLinear_data()
+{
+    QTest::addColumn<QString>("start");
+    QTest::addColumn<QString>("repeated");
+    QTest::addColumn<QString>("end");
+    QTest::addColumn<Variables>("variables");
+
+    const Variables some{{u"a"_s, u"value"_s}, {u"empty"_s, QString()}, {u"b"_s, u"x$(a)y$(a"_s}};
+    QTest::newRow("starts without an end") << QString() << u"$("_s << QString() << some;
+    QTest::newRow("starts with one end") << QString() << u"$("_s << u")"_s << some;
+    QTest::newRow("starts before a blank") << QString() << u"$("_s << u" )"_s << some;
+    QTest::newRow("dollars") << QString() << u"$"_s << u"(a)"_s << some;
+    QTest::newRow("unknown names") << QString() << u"$(none)"_s << QString() << some;
+    QTest::newRow("known names") << QString() << u"$(a)"_s << QString() << some;
+    QTest::newRow("known names in other case") << QString() << u"$(A)"_s << QString() << some;
+    QTest::newRow("references in values") << QString() << u"$(b))"_s << QString() << some;
+    QTest::newRow("empty values") << QString() << u"$(empty)"_s << QString() << some;
+    QTest::newRow("a value, then a name without end") << u"$(b)"_s << u"$(x"_s << QString() << some;
+    QTest::newRow("starts, then references") << QString() << u"$($(a)"_s << QString() << some;
+    QTest::newRow("long text without references") << u"$(a)"_s << u"x"_s << u"$(a)"_s << some;
+}
+
+void tst_StringUtil::ResolveVariables_workIsLinear()
+{
+    QFETCH(const QString, start);
+    QFETCH(const QString, repeated);
+    QFETCH(const QString, end);
+    QFETCH(const Variables, variables);
+
+    for (const qsizetype count : {1'000, 10'000, 100'000}) {
+        QString text = start + repeated.repeated(count) + end;
+        const qsizetype input = text.size();
+        Quorvin::Util::Internal::VariableResolver resolver(variables, true);
+        resolver.Resolve(text);
+        QVERIFY2(resolver.GetWork() <= 4 * (input + text.size()),
+                 qPrintable(QString::number(resolver.GetWork())));
+    }
 }
 
 void tst_StringUtil::GetKeyValue_data()

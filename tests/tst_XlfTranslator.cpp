@@ -473,7 +473,7 @@ void tst_XlfTranslator::Translate_failedReadIsNotRepeated()
 
     QCOMPARE(Write(Xliff(File(u"main.xml"_s, Unit(u"Save"_s, u"one"_s)))), path);
     QCOMPARE(translator.Translate(u"Save"_s, u"main.xml"_s), u"Save"_s);
-    QCOMPARE(LogGuard::Messages(), QStringList());
+    QCOMPARE(LogGuard::Messages().size(), exists ? 1 : 0); // why it does not load, once
 }
 
 void tst_XlfTranslator::Translate_directoryAsFile()

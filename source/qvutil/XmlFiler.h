@@ -49,8 +49,10 @@ class XlfTranslator;
 /// const int width = filer.ReadInt(u"/Panel/Main"_s, u"Width"_s, 320);
 /// \endcode
 ///
-/// Documents from outside are bounded: one nested deeper than 1,000 elements, or whose entities would
-/// expand to more than 16 MiB of text, does not load, like one that does not parse.
+/// Documents from outside are bounded: one nested deeper than 1,000 elements, with more than 10,000 attributes
+/// in one element, or whose entities and attribute defaults would expand to more than 16 MiB of text, does not
+/// load, like one that does not parse. A file has at most 1 GiB. The logging category `qvutil` says why a
+/// document did not load.
 ///
 /// \par Threads
 /// One thread at a time for each object; distinct objects are independent.
@@ -77,7 +79,8 @@ public:
     /// \param xml  the markup
     /// \return false if the text does not parse; the document is empty then, and the cursor left as it was
     bool LoadFromXmlString(const QString& xml);
-    /// Saves the document as UTF-8 with four blanks of indentation a level.
+    /// Saves the document as UTF-8 with four blanks of indentation a level, each element's attributes sorted by
+    /// name.
     /// The new content goes to a temporary file in the same folder, which replaces \p path once all of it is
     /// written: whatever happens in between, the file is the old one or the new one. Symbolic links are
     /// followed and permissions kept. Where that is not possible (the folder is not writable, or \p path is
@@ -89,7 +92,8 @@ public:
     /// \param path  the file
     /// \return false if there is no document element, or if the file cannot be opened or written in full
     bool SaveAsXmlFile(const QString& path);
-    /// Gives the document as text, with one blank of indentation a level.
+    /// Gives the document as text, with one blank of indentation a level, each element's attributes sorted by
+    /// name.
     /// \return the text; empty if there is no document element
     [[nodiscard]] QString SaveAsXmlString();
     /// Tells whether there is no document element. A bare root element is not empty.
@@ -612,7 +616,8 @@ public:
     int ResolveVariables(QDomNode node, const QMap<QString, QString>& variables);
 
 private:
-    template <typename Text> bool Load(const Text& xml);
+    void RemoveContent();
+    bool FinishLoad(bool loaded);
     bool MoveTo(const QDomNode& node);
     [[nodiscard]] QDomElement CurrentElement() const;
     [[nodiscard]] QDomElement ElementAt(const QString& path) const;

@@ -3,7 +3,7 @@
 
 #include "StringUtil.h"
 
-#include "base/PatternSpace_p.h"
+#include "general/VariableResolver_p.h"
 
 #include <QStringView>
 
@@ -16,26 +16,6 @@ namespace Quorvin::Util {
 namespace {
 
 constexpr QLatin1StringView kEllipsisText("...");
-constexpr QStringView kVariableStart = u"$(";
-
-// The first reference from a position on, as the pattern "\$\((\S+?)\)" finds it; empty if there is none.
-QStringView FindReference(QStringView text, qsizetype from)
-{
-    qsizetype start = text.indexOf(kVariableStart, from);
-    while (start >= 0) {
-        const qsizetype name = start + kVariableStart.size();
-        qsizetype end = name;
-        while (end < text.size() && !Internal::IsPatternSpace(text[end])
-               && (end == name || text[end] != u')'))
-            ++end;
-        if (end == text.size())
-            return {}; // no ')' is left
-        if (text[end] == u')')
-            return text.sliced(start, end + 1 - start);
-        start = text.indexOf(kVariableStart, end); // what begins before the blank ends there too
-    }
-    return {};
-}
 
 char16_t FirstUnit(wchar_t ch)
 {
@@ -89,22 +69,7 @@ bool StringUtil::IsTextElided(QString text)
 
 int StringUtil::ResolveVariables(QString& text, const QMap<QString, QString>& variables, bool ignoreCase)
 {
-    if (!text.isValidUtf16())
-        return 0;
-    int count = 0;
-    QStringView reference;
-    for (qsizetype position = 0; !(reference = FindReference(text, position)).isEmpty(); ++position) {
-        position = reference.data() - std::as_const(text).data();
-        const QStringView name = reference.sliced(2).chopped(1);
-        const QString* found
-            = FindValue(variables, QString::fromRawData(name.data(), name.size()), ignoreCase);
-        if (found == nullptr)
-            continue;
-        const QString value = *found; // the text may itself be one of the values
-        text.replace(position, reference.size(), value);
-        ++count;
-    }
-    return count;
+    return Internal::VariableResolver(variables, ignoreCase).Resolve(text);
 }
 
 // NOLINTNEXTLINE(performance-unnecessary-value-param): the interface takes a copy

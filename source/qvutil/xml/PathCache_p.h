@@ -8,8 +8,6 @@
 #include <QHash>
 #include <QString>
 
-#include <optional>
-
 // Internal, not API: may change in any version.
 
 namespace Quorvin::Util::Internal {
@@ -19,12 +17,12 @@ namespace Quorvin::Util::Internal {
 class PathCache
 {
 public:
-    /// \return the node; nothing if the path has to be walked
-    [[nodiscard]] std::optional<QDomNode> Find(const QString& path) const
+    /// \return the node, good until the next change of the cache; null if the path has to be walked
+    [[nodiscard]] const QDomNode* Find(const QString& path) const
     {
         const Nodes& nodes = IsAbsolute(path) ? mAbsolute : mRelative;
         const auto found = nodes.constFind(path);
-        return found == nodes.cend() ? std::nullopt : std::optional(*found);
+        return found == nodes.cend() ? nullptr : &*found;
     }
 
     void Insert(const QString& path, const QDomNode& node)

@@ -3,9 +3,8 @@
 
 #include "XmlFiler.h"
 
-#include "StringUtil.h"
+#include "general/VariableResolver_p.h"
 #include "xml/TranslationMark_p.h"
-#include "xml/XmlLimits_p.h"
 #include "xml/XmlRules_p.h"
 #include "xml/XmlWriter_p.h"
 
@@ -18,6 +17,35 @@ QByteArray DecodeContent(const QDomElement& element)
 {
     const QString data = element.firstChild().toText().data();
     return QByteArray::fromBase64(data.toLatin1());
+}
+
+int ResolveAttributes(const QDomNamedNodeMap& attributes, Internal::VariableResolver& resolver)
+{
+    int count = 0;
+    for (int i = 0; i < attributes.count(); ++i) {
+        QDomAttr attribute = attributes.item(i).toAttr();
+        QString value = attribute.value();
+        const int substitutions = resolver.Resolve(value);
+        if (substitutions > 0)
+            attribute.setValue(value);
+        count += substitutions;
+    }
+    return count;
+}
+
+int ResolveNode(QDomNode node, Internal::VariableResolver& resolver)
+{
+    if (node.isNull() || node.isComment())
+        return 0;
+    int count = ResolveAttributes(node.attributes(), resolver);
+    QString value = node.nodeValue();
+    const int substitutions = resolver.Resolve(value);
+    if (substitutions > 0)
+        node.setNodeValue(value);
+    count += substitutions;
+    for (QDomNode child = node.firstChild(); !child.isNull(); child = child.nextSibling())
+        count += ResolveNode(child, resolver);
+    return count;
 }
 
 } // namespace
@@ -117,7 +145,7 @@ bool XmlFiler::WriteInnerXml(const QString& xml)
 {
     const QString document = "<Root>"_L1 + xml + "</Root>"_L1;
     QDomDocument parsed;
-    if (!Internal::KeepsXmlLimits(document) || !parsed.setContent(document))
+    if (Internal::FindXmlProblem(document) || !parsed.setContent(document))
         return false;
     QDomElement wrapper = parsed.documentElement();
     if (!wrapper.hasChildNodes())
@@ -200,31 +228,14 @@ int XmlFiler::ResolveVariables(const QMap<QString, QString>& variables)
 
 int XmlFiler::ResolveVariables(QDomNamedNodeMap attributes, const QMap<QString, QString>& variables)
 {
-    int count = 0;
-    for (int i = 0; i < attributes.count(); ++i) {
-        QDomAttr attribute = attributes.item(i).toAttr();
-        QString value = attribute.value();
-        const int substitutions = StringUtil::ResolveVariables(value, variables, true);
-        if (substitutions > 0)
-            attribute.setValue(value);
-        count += substitutions;
-    }
-    return count;
+    Internal::VariableResolver resolver(variables, true);
+    return ResolveAttributes(attributes, resolver);
 }
 
 int XmlFiler::ResolveVariables(QDomNode node, const QMap<QString, QString>& variables)
 {
-    if (node.isNull() || node.isComment())
-        return 0;
-    int count = ResolveVariables(node.attributes(), variables);
-    QString value = node.nodeValue();
-    const int substitutions = StringUtil::ResolveVariables(value, variables, true);
-    if (substitutions > 0)
-        node.setNodeValue(value);
-    count += substitutions;
-    for (QDomNode child = node.firstChild(); !child.isNull(); child = child.nextSibling())
-        count += ResolveVariables(child, variables);
-    return count;
+    Internal::VariableResolver resolver(variables, true);
+    return ResolveNode(node, resolver);
 }
 
 } // namespace Quorvin::Util

@@ -6,11 +6,12 @@
 #include "base/Logging_p.h"
 #include "platform/Platform_p.h"
 #include "xml/XmlFilerPrivate_p.h"
-#include "xml/XmlLimits_p.h"
 #include "xml/XmlRules_p.h"
 #include "xml/XmlWriter_p.h"
 
 #include <QFile>
+
+#include <new>
 
 using namespace Qt::StringLiterals;
 
@@ -27,6 +28,51 @@ void WarnOfUnreadableDocument(const QString& path, const QByteArray& document)
     if (problem)
         qCWarning(Internal::lcQvUtil, "\"%ls\" is saved, but will not load again: line %lld: %ls",
                   qUtf16Printable(path), problem->Line, qUtf16Printable(problem->Reason));
+}
+
+// The whole file, a device that never ends included; nothing, and a line in the log, if it cannot be read.
+std::optional<QByteArray> ReadAll(QFile& file)
+{
+    constexpr qint64 kPieceSize = 1024 * 1024;
+    // A file may also grow while it is read, or be no regular file, of which the size says nothing.
+    QByteArray content;
+    if (file.size() <= Internal::kMaxFileSize) {
+        content.reserve(file.size() + 1);
+        for (QByteArray piece = file.read(kPieceSize); !piece.isEmpty(); piece = file.read(kPieceSize)) {
+            content += piece;
+            if (content.size() > Internal::kMaxFileSize)
+                break;
+        }
+    }
+    if (file.size() > Internal::kMaxFileSize || content.size() > Internal::kMaxFileSize) {
+        qCWarning(Internal::lcQvUtil, "%ls does not load: it is larger than 1 GiB",
+                  qUtf16Printable(file.fileName()));
+        return std::nullopt;
+    }
+    if (file.error() != QFileDevice::NoError) {
+        qCWarning(Internal::lcQvUtil, "%ls does not load: %ls", qUtf16Printable(file.fileName()),
+                  qUtf16Printable(file.errorString()));
+        return std::nullopt;
+    }
+    return content;
+}
+
+// Parses the text that read gives, if it gives one.
+template <typename Read> bool Fill(QDomDocument& document, Read read, const QString& name)
+{
+    try {
+        const auto xml = read();
+        if (!xml)
+            return false;
+        const std::optional<Internal::XmlProblem> problem = Internal::FindXmlProblem(*xml);
+        if (!problem)
+            return static_cast<bool>(document.setContent(*xml));
+        qCWarning(Internal::lcQvUtil, "%ls does not load: line %lld, column %lld: %ls", qUtf16Printable(name),
+                  problem->Line, problem->Column, qUtf16Printable(problem->Reason));
+    } catch (const std::bad_alloc&) {
+        qCWarning(Internal::lcQvUtil, "%ls does not load: out of memory", qUtf16Printable(name));
+    }
+    return false;
 }
 
 } // namespace
@@ -50,7 +96,9 @@ bool XmlFiler::LoadFromXmlFile(const QString& path)
                                            .arg(static_cast<int>(file.error())));
         return false;
     }
-    if (!Load(file.readAll()))
+    RemoveContent();
+    if (!FinishLoad(Fill(
+            mDocument, [&file] { return ReadAll(file); }, path)))
         return false;
     mFilePath = path;
     return true;
@@ -58,20 +106,24 @@ bool XmlFiler::LoadFromXmlFile(const QString& path)
 
 bool XmlFiler::LoadFromXmlString(const QString& xml)
 {
-    return Load(xml);
+    RemoveContent();
+    return FinishLoad(Fill(
+        mDocument, [&xml] { return std::optional(xml); }, u"a text"_s));
 }
 
-template <typename Text> bool XmlFiler::Load(const Text& xml)
+void XmlFiler::RemoveContent()
 {
     RemoveChildren(mDocument);
     mPrivate->Paths.Invalidate();
-    if (Internal::KeepsXmlLimits(xml) && mDocument.setContent(xml)) {
+}
+
+bool XmlFiler::FinishLoad(bool loaded)
+{
+    if (loaded)
         MoveToRoot();
-        return true;
-    }
-    // Qt 6.4 keeps what it had read before the error. Nothing, parsed, clears the document type as well.
-    static_cast<void>(mDocument.setContent(QString()));
-    return false;
+    else // Qt 6.4 keeps what it had read before the error; nothing, parsed, clears the document type as well
+        static_cast<void>(mDocument.setContent(QString()));
+    return loaded;
 }
 
 bool XmlFiler::SaveAsXmlFile(const QString& path)

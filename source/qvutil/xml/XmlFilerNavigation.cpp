@@ -89,8 +89,8 @@ std::optional<QDomNode> XmlFiler::WalkTo(QStringView path) const
 
 std::optional<QDomNode> XmlFiler::FindNode(const QString& path) const
 {
-    if (std::optional<QDomNode> node = mPrivate->Paths.Find(path))
-        return node;
+    if (const QDomNode* const node = mPrivate->Paths.Find(path))
+        return *node;
     std::optional<QDomNode> node = WalkTo(path);
     if (node && !node->isNull())
         mPrivate->Paths.Insert(path, *node);

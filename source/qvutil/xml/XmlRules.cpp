@@ -16,7 +16,13 @@ using namespace Qt::StringLiterals;
 namespace Quorvin::Util::Internal {
 namespace {
 
-constexpr int kMaxExpansionOfOneEntity = 4096; // QDomDocument leaves QXmlStreamReader's default
+// How much of a document with declarations the parser sees before these have been counted.
+constexpr qsizetype kPieceSize = 16 * 1024;
+
+constexpr QLatin1StringView kTooDeep("elements are nested more than 1,000 deep");
+constexpr QLatin1StringView kTooManyAttributes("an element has more than 10,000 attributes");
+constexpr QLatin1StringView kTooMuchDeclared("the document type declares too many attributes or entities");
+constexpr QLatin1StringView kTooMuchExpanded("entities or attribute defaults expand to too much");
 
 // An offset in UTF-16 units as one into the document itself. What is in another encoding than UTF-8 counts
 // as one byte a unit.
@@ -130,20 +136,187 @@ template <typename Text> XmlProblem DescribeError(const QXmlStreamReader& reader
     return problem;
 }
 
-template <typename Text> std::optional<XmlProblem> FindProblem(const Text& document)
+// The encoding in a document's declaration; empty if it names none.
+QByteArray DeclaredEncoding(const QByteArray& document)
 {
-    if (!KeepsXmlLimits(document)) {
-        return XmlProblem{.What = XmlProblem::Kind::LimitExceeded,
-                          .Reason = u"nested deeper, or with more text in its entities, than is accepted"_s};
-    }
-    QXmlStreamReader reader(document);
-    ConfigureXmlReader(reader);
-    while (!reader.atEnd())
-        reader.readNext();
-    if (!reader.hasError())
-        return std::nullopt;
-    return DescribeError(reader, document);
+    const QByteArray declaration = document.left(document.indexOf("?>"));
+    const qsizetype key = declaration.startsWith("<?xml") ? declaration.indexOf("encoding") : -1;
+    const qsizetype begin
+        = key < 0 ? -1 : declaration.indexOf(declaration.indexOf('"', key) < 0 ? '\'' : '"', key);
+    const qsizetype end = begin < 0 ? -1 : declaration.indexOf(declaration[begin], begin + 1);
+    return end < 0 ? QByteArray() : declaration.sliced(begin + 1, end - begin - 1);
 }
+
+// Whether ASCII characters are the same bytes as in ASCII, and no other bytes are.
+bool KeepsAscii(const QByteArray& document)
+{
+    const QByteArray name = DeclaredEncoding(document).toLower();
+    return !document.contains('\0')
+        && (name.isEmpty() || name.startsWith("utf-8") || name.startsWith("iso-8859-")
+            || name.startsWith("us-ascii") || name.startsWith("windows-125"));
+}
+
+constexpr bool KeepsAscii(const QString& /*document*/)
+{
+    return true;
+}
+
+// The text of a document, as far as its encoding is known here.
+QString Decode(const QByteArray& document)
+{
+    if (const auto byMark = QStringConverter::encodingForData(document, u'<'))
+        return QStringDecoder(*byMark)(document);
+    QStringDecoder declared(DeclaredEncoding(document).constData());
+    return declared.isValid() ? declared(document) : QString::fromUtf8(document);
+}
+
+QString Decode(const QString& document)
+{
+    return document;
+}
+
+qsizetype FindDocumentType(const QByteArray& document)
+{
+    return document.indexOf("<!DOCTYPE");
+}
+
+qsizetype FindDocumentType(const QString& document)
+{
+    return document.indexOf("<!DOCTYPE"_L1);
+}
+
+bool MayDeclareAttributes(const QByteArray& document)
+{
+    return document.contains("ATTLIST");
+}
+
+bool MayDeclareAttributes(const QString& document)
+{
+    return document.contains("ATTLIST"_L1);
+}
+
+// A piece of a document that does not end between the halves of a character.
+QByteArray PieceAt(const QByteArray& document, qsizetype at)
+{
+    return document.mid(at, kPieceSize);
+}
+
+QString PieceAt(const QString& document, qsizetype at)
+{
+    const QString piece = document.mid(at, kPieceSize);
+    return piece.back().isHighSurrogate() ? document.mid(at, kPieceSize + 1) : piece;
+}
+
+// Reads a document as the parser will, up to an error or a limit.
+template <typename Text> class LimitedReading
+{
+public:
+    explicit LimitedReading(const Text& document)
+        : mDocument(document)
+        , mKeepsAscii(KeepsAscii(document))
+        , mBudget(!mKeepsAscii || MayDeclareAttributes(document))
+    {
+        ConfigureXmlReader(mReader);
+    }
+
+    std::optional<XmlProblem> FindProblem()
+    {
+        if (const qsizetype tag = FindOverfullTagAnywhere(); tag >= 0) {
+            XmlProblem problem = LimitProblem(kTooManyAttributes);
+            SetPlace(problem, mDocument, std::min(tag, mDocument.size()));
+            return problem;
+        }
+        const qsizetype documentType = mKeepsAscii ? FindDocumentType(mDocument) : 0;
+        mHasDeclarations = documentType >= 0;
+        if (mHasDeclarations && !ReadDeclarations(documentType))
+            return LimitProblem(mReason);
+        if (mFed < mDocument.size())
+            mReader.addData(mFed == 0 ? mDocument : mDocument.sliced(mFed));
+        if (!ReadOn())
+            return LimitProblem(mReason);
+        return mReader.hasError() ? std::optional(DescribeError(mReader, mDocument)) : std::nullopt;
+    }
+
+private:
+    qsizetype FindOverfullTagAnywhere() const
+    {
+        const qsizetype tag = FindOverfullTag(mDocument);
+        return tag >= 0 || mKeepsAscii ? tag : FindOverfullTag(QStringView(Decode(mDocument)));
+    }
+
+    // Reads up to the first element, piece by piece, so that no more is declared than has been counted.
+    bool ReadDeclarations(qsizetype documentType)
+    {
+        while (mFed < mDocument.size() && !mHasRoot
+               && mReader.error() != QXmlStreamReader::NotWellFormedError) {
+            const Text piece = PieceAt(mDocument, mFed);
+            const qsizetype skipped = std::clamp<qsizetype>(documentType - mFed, 0, piece.size());
+            if (!mHasCountedEntities && !mBudget.AddDeclarations(View(piece).sliced(skipped)))
+                return Fail(kTooMuchDeclared);
+            mFed += piece.size();
+            mReader.addData(piece);
+            if (!ReadOn())
+                return false;
+        }
+        return true;
+    }
+
+    static QByteArrayView View(const QByteArray& piece) { return piece; }
+    static QStringView View(const QString& piece) { return piece; }
+
+    // Reads what has been fed.
+    bool ReadOn()
+    {
+        while (!mReader.atEnd()) {
+            switch (mReader.readNext()) {
+            case QXmlStreamReader::DTD:
+                mHasCountedEntities = true;
+                if (!mBudget.AddEntities(mReader, Decode(mDocument)))
+                    return Fail(kTooMuchExpanded);
+                break;
+            case QXmlStreamReader::StartElement:
+                mHasRoot = true;
+                if (++mDepth > kMaxElementDepth)
+                    return Fail(kTooDeep);
+                if (mHasDeclarations && !mBudget.AddElement(mReader))
+                    return Fail(kTooMuchExpanded);
+                break;
+            case QXmlStreamReader::EndElement:
+                --mDepth;
+                break;
+            default:
+                break;
+            }
+        }
+        return true;
+    }
+
+    bool Fail(QLatin1StringView reason)
+    {
+        mReason = reason;
+        return false;
+    }
+
+    XmlProblem LimitProblem(QLatin1StringView reason) const
+    {
+        return {.What = XmlProblem::Kind::LimitExceeded,
+                .Offset = ToDocumentOffset(mDocument, mReader, mReader.characterOffset()),
+                .Line = mReader.lineNumber(),
+                .Column = std::max<qint64>(mReader.columnNumber(), 1),
+                .Reason = reason};
+    }
+
+    const Text& mDocument;
+    bool mKeepsAscii;
+    ExpansionBudget mBudget;
+    QXmlStreamReader mReader;
+    QLatin1StringView mReason;
+    qsizetype mFed = 0;
+    int mDepth = 0;
+    bool mHasDeclarations = false;
+    bool mHasCountedEntities = false;
+    bool mHasRoot = false;
+};
 
 } // namespace
 
@@ -175,12 +348,12 @@ void ConfigureXmlReader(QXmlStreamReader& reader)
 
 std::optional<XmlProblem> FindXmlProblem(const QByteArray& document)
 {
-    return FindProblem(document);
+    return LimitedReading(document).FindProblem();
 }
 
 std::optional<XmlProblem> FindXmlProblem(const QString& document)
 {
-    return FindProblem(document);
+    return LimitedReading(document).FindProblem();
 }
 
 } // namespace Quorvin::Util::Internal

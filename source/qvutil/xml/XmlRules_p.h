@@ -22,8 +22,20 @@ namespace Quorvin::Util::Internal {
 /// a level, so that a deeper document could exhaust the stack.
 inline constexpr int kMaxElementDepth = 1000;
 
-/// Maximum number of characters that the entity references of a document may stand for in all.
-inline constexpr qint64 kMaxEntityExpansion = qint64(16) * 1024 * 1024;
+/// Maximum number of attributes of one element. The parser compares each with all others.
+inline constexpr int kMaxAttributes = 10'000;
+
+/// Maximum number of characters that a document may make the parser produce besides its own text: what its
+/// entities stand for and the defaults of attributes. Elements in entities, and attributes that come by
+/// default, count as 64 characters more.
+inline constexpr qint64 kMaxExpansion = qint64(16) * 1024 * 1024;
+
+/// Maximum number of characters that one entity may expand to. QDomDocument leaves QXmlStreamReader's
+/// default.
+inline constexpr int kMaxExpansionOfOneEntity = 4096;
+
+/// Maximum size of a file that is loaded, in bytes.
+inline constexpr qint64 kMaxFileSize = qint64(1024) * 1024 * 1024;
 
 /// Whether XML 1.0 allows a character in a document.
 [[nodiscard]] constexpr bool IsXmlCharacter(char32_t c)

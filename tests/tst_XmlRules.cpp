@@ -1,0 +1,167 @@
+// SPDX-FileCopyrightText: 2026 The QvUtil developers
+// SPDX-License-Identifier: MIT
+
+#include "xml/XmlRules_p.h"
+
+#include <QDomDocument>
+#include <QRandomGenerator>
+#include <QXmlStreamReader>
+#include <QtTest>
+
+using namespace Qt::StringLiterals;
+using namespace Quorvin::Util::Internal;
+using Kind = XmlProblem::Kind;
+
+class tst_XmlRules : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void init();
+
+    void IsXmlCharacter_asTheParser();
+    void FindNonXmlCharacter_data();
+    void FindNonXmlCharacter();
+    void FindXmlProblem_data();
+    void FindXmlProblem();
+    void FindXmlProblem_sameVerdictAsTheParser();
+};
+
+void tst_XmlRules::init()
+{
+    QTest::failOnWarning(QRegularExpression(u".*"_s));
+}
+
+void tst_XmlRules::IsXmlCharacter_asTheParser()
+{
+    for (char32_t c = 0; c <= 0x10FFFF; c += c < 0x3000 || c >= 0xD700 ? (c < 0x11000 ? 1 : 0xFF) : 0xFF) {
+        QXmlStreamReader reader(u"<a>&#"_s + QString::number(c) + u";</a>"_s);
+        while (!reader.atEnd())
+            reader.readNext();
+        QVERIFY2(IsXmlCharacter(c) == !reader.hasError(), qPrintable(QString::number(c, 16)));
+    }
+}
+
+void tst_XmlRules::FindNonXmlCharacter_data()
+{
+    QTest::addColumn<QString>("text");
+    QTest::addColumn<qsizetype>("expected");
+
+    QTest::newRow("empty") << QString() << qsizetype(-1);
+    QTest::newRow("plain") << u"a\t\r\n\u20AC\uFFFD"_s << qsizetype(-1);
+    QTest::newRow("pair") << u"\U0001F600"_s << qsizetype(-1);
+    QTest::newRow("NUL") << u"a"_s + QChar(0) << qsizetype(1);
+    QTest::newRow("control character") << u"ab\u0001"_s << qsizetype(2);
+    QTest::newRow("first half") << u"a"_s + QChar(0xD800) + u"b"_s << qsizetype(1);
+    QTest::newRow("second half") << QString(QChar(0xDC00)) << qsizetype(0);
+    QTest::newRow("halves in the wrong order") << QString(QChar(0xDC00)) + QChar(0xD800) << qsizetype(0);
+    QTest::newRow("no character") << u"a"_s + QChar(0xFFFE) << qsizetype(1);
+}
+
+void tst_XmlRules::FindNonXmlCharacter()
+{
+    QFETCH(const QString, text);
+    QFETCH(const qsizetype, expected);
+
+    QCOMPARE(Quorvin::Util::Internal::FindNonXmlCharacter(text), expected);
+}
+
+void tst_XmlRules::FindXmlProblem_data()
+{
+    QTest::addColumn<QByteArray>("xml");
+    QTest::addColumn<int>("kind"); // -1 if the document loads
+    QTest::addColumn<qint64>("line");
+    QTest::addColumn<qint64>("column");
+    QTest::addColumn<QString>("reason"); // a part of it
+
+    const auto row
+        = [](const char* name, const QByteArray& xml, int kind, qint64 line, qint64 column,
+             const QString& reason) { QTest::newRow(name) << xml << kind << line << column << reason; };
+    row("fine", "<?xml version='1.0'?>\n<r a='b'>&lt;<!-- c --></r>\n", -1, 0, 0, {});
+    row("unknown prefix", "<x:r y:a='b'/>", -1, 0, 0, {});
+    row("empty", "", int(Kind::Truncated), 1, 1, u"empty"_s);
+    row("cut off", "<r>\n  <a>\n te", int(Kind::Truncated), 3, 4, u"ends in the middle"_s);
+    row("cut off behind two-byte characters", "<r>\n\xC3\xA4\xC3\xA4", int(Kind::Truncated), 2, 3,
+        u"ends in the middle"_s);
+    row("wrong end tag", "<r>\n<a></b></r>", int(Kind::Malformed), 2, 6, u"tag mismatch"_s);
+    row("not UTF-8", "<r>\n \xC3\xA4 \xFF</r>", int(Kind::BadEncoding), 2, 4, u"not valid UTF-8"_s);
+    row("unknown encoding", "<?xml version='1.0' encoding='none'?><r/>", int(Kind::Malformed), 1, 37,
+        u"unsupported"_s);
+    row("unknown entity", "<r>&none;</r>", int(Kind::Malformed), 1, 9, u"none"_s);
+    row("too deep", QByteArray("<a>\n").repeated(1001), int(Kind::LimitExceeded), 1001, 3, u"1,000 deep"_s);
+    row(
+        "too many attributes",
+        "<r>\n <b" +
+            [] {
+                QByteArray attributes;
+                for (int i = 0; i < 10'001; ++i)
+                    attributes += " a" + QByteArray::number(i) + "=''";
+                return attributes;
+            }()
+            + "/></r>",
+        int(Kind::LimitExceeded), 2, 2, u"10,000 attributes"_s);
+}
+
+void tst_XmlRules::FindXmlProblem()
+{
+    QFETCH(const QByteArray, xml);
+    QFETCH(const int, kind);
+    QFETCH(const qint64, line);
+    QFETCH(const qint64, column);
+    QFETCH(const QString, reason);
+
+    const std::optional<XmlProblem> problem = Quorvin::Util::Internal::FindXmlProblem(xml);
+    QCOMPARE(problem ? int(problem->What) : -1, kind);
+    if (!problem)
+        return;
+    QVERIFY2(problem->Reason.contains(reason), qPrintable(problem->Reason));
+    QVERIFY(!problem->Reason.endsWith(u'.'));
+    QCOMPARE(problem->Line, line);
+    // Qt's own columns are not the same in all versions.
+    QVERIFY2(qAbs(problem->Column - column) <= (problem->What == Kind::Malformed ? 2 : 0),
+             qPrintable(QString::number(problem->Column)));
+    // The offset is the same place.
+    const QByteArray before = xml.first(problem->Offset);
+    QCOMPARE(before.count('\n') + 1, line);
+    QVERIFY(qAbs(QString::fromUtf8(before.sliced(before.lastIndexOf('\n') + 1)).size() + 1 - problem->Column)
+            <= 2);
+
+    if (problem->What == Kind::BadEncoding || reason == "unsupported"_L1)
+        return; // what text cannot have
+    const std::optional<XmlProblem> inText = Quorvin::Util::Internal::FindXmlProblem(QString::fromUtf8(xml));
+    QVERIFY(inText);
+    QCOMPARE(inText->What, problem->What);
+    QCOMPARE(inText->Line, problem->Line);
+    QCOMPARE(inText->Column, problem->Column);
+    QCOMPARE(inText->Reason, problem->Reason);
+}
+
+void tst_XmlRules::FindXmlProblem_sameVerdictAsTheParser()
+{
+    const QByteArray whole
+        = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
+          "<!DOCTYPE s [<!ENTITY e \"<f/>\"><!ENTITY % p \"<!-- p -->\"><!ATTLIST b c CDATA 'd&e;'>%p;]>\n"
+          "<s a='1'><!-- c --><b c=\"&e;\">t\xC3\xA4&e;</b><![CDATA[d]]><?p i?></s>\n";
+    const QByteArray bytes("<>&\"'[]/%#;!?- ab\xC3\xFF\0", 22);
+    QRandomGenerator random(7);
+    int loaded = 0;
+    for (int i = 0; i < 20'000; ++i) {
+        QByteArray changed = whole;
+        for (quint32 changes = random.bounded(4U); changes > 0; --changes) {
+            const auto at = random.bounded(changed.size());
+            const auto size = random.bounded(3);
+            changed.replace(at, size, QByteArray(random.bounded(3), bytes[random.bounded(bytes.size())]));
+        }
+        const bool isFine = !Quorvin::Util::Internal::FindXmlProblem(changed);
+        QVERIFY2(isFine == static_cast<bool>(QDomDocument().setContent(changed)), changed.constData());
+        const QString text = QString::fromUtf8(changed);
+        QVERIFY2(!Quorvin::Util::Internal::FindXmlProblem(text)
+                     == static_cast<bool>(QDomDocument().setContent(text)),
+                 changed.constData());
+        loaded += isFine ? 1 : 0;
+    }
+    QVERIFY(loaded > 1'000);
+}
+
+QTEST_GUILESS_MAIN(tst_XmlRules)
+#include "tst_XmlRules.moc"
