@@ -49,10 +49,10 @@ class XlfTranslator;
 /// const int width = filer.ReadInt(u"/Panel/Main"_s, u"Width"_s, 320);
 /// \endcode
 ///
-/// Documents from outside are bounded: one nested deeper than 1,000 elements, with more than 10,000 attributes
-/// in one element, or whose entities and attribute defaults would expand to more than 16 MiB of text, does not
-/// load, like one that does not parse. A file has at most 1 GiB. The logging category `qvutil` says why a
-/// document did not load.
+/// Documents from outside are bounded: one nested deeper than 1,000 elements, with more than 10,000
+/// attributes in one element, or whose entities and attribute defaults would expand to more than 16 MiB of
+/// text, does not load, like one that does not parse. A file has at most 1 GiB. The logging category `qvutil`
+/// says why a document did not load.
 ///
 /// \par Threads
 /// One thread at a time for each object; distinct objects are independent.
@@ -79,12 +79,11 @@ public:
     /// \param xml  the markup
     /// \return false if the text does not parse; the document is empty then, and the cursor left as it was
     bool LoadFromXmlString(const QString& xml);
-    /// Saves the document as UTF-8 with four blanks of indentation a level, each element's attributes sorted by
-    /// name.
-    /// The new content goes to a temporary file in the same folder, which replaces \p path once all of it is
-    /// written: whatever happens in between, the file is the old one or the new one. Symbolic links are
-    /// followed and permissions kept. Where that is not possible (the folder is not writable, or \p path is
-    /// not a regular file, such as a pipe) the file is written directly.
+    /// Saves the document as UTF-8 with four blanks of indentation a level, each element's attributes sorted
+    /// by name. The new content goes to a temporary file in the same folder, which replaces \p path once all
+    /// of it is written: whatever happens in between, the file is the old one or the new one. Symbolic links
+    /// are followed and permissions kept. Where that is not possible (the folder is not writable, or \p path
+    /// is not a regular file, such as a pipe) the file is written directly.
     ///
     /// What the document holds is saved as it is, also what no parser takes: a name with a blank in it, a
     /// second root element, a character that XML does not have, "--" in a comment, "]]>" in a CDATA section.
