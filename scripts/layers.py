@@ -50,7 +50,7 @@ TREES = (
             Folder("expressions", "the evaluator of boolean expressions and its parser", ("base",),
                    ("BooleanExpressionEvaluator.h",)),
             Folder("xml", "documents, settings, translation, limits on input", ("base", "platform", "general"),
-                   ("XmlFiler.h",)),
+                   ("Settings.h", "XlfTranslator.h", "XmlFiler.h")),
             Folder("messaging", "messages, codecs, server, client, manager, the registry of a grid",
                    ("base", "platform", "general", "xml"), ("IPC.h", "IPCManager.h")),
         ),

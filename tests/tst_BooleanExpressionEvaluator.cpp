@@ -10,6 +10,7 @@
 #include <QtTest>
 
 #include <cmath>
+#include <optional>
 #include <utility>
 
 using namespace Qt::StringLiterals;
@@ -229,6 +230,9 @@ private Q_SLOTS:
 
     void Evaluate_data();
     void Evaluate();
+    void Evaluate_functionObject_data();
+    void Evaluate_functionObject();
+    void Evaluate_functionObjectIsCopied();
     void Evaluate_noCallback();
     void Evaluate_operandStartsFalse();
     void Evaluate_valueOfADeclinedOperand();
@@ -530,8 +534,60 @@ void tst_BooleanExpressionEvaluator::Evaluate()
     QCOMPARE(gAsked, asked);
 }
 
+void tst_BooleanExpressionEvaluator::Evaluate_functionObject_data()
+{
+    Evaluate_data();
+}
+
+void tst_BooleanExpressionEvaluator::Evaluate_functionObject()
+{
+    QFETCH(const QString, expression);
+    QFETCH(const bool, expected);
+    QFETCH(const bool, value);
+    QFETCH(const QStringList, asked);
+
+    QStringList heard; // captured: a function pointer could not reach it
+    const auto answer = [&heard](const QString& operand, bool& operandValue) {
+        heard.append(operand);
+        return Answer(operand, operandValue);
+    };
+    bool result = true;
+    QCOMPARE(BooleanExpressionEvaluator(answer).Evaluate(expression, result), expected);
+    QCOMPARE(result, value);
+    QCOMPARE(heard, asked);
+
+    const BooleanExpressionEvaluator::OperandFunction function = answer;
+    result = !value;
+    QCOMPARE(BooleanExpressionEvaluator(function).Evaluate(expression, result), expected);
+    QCOMPARE(result, value);
+}
+
+void tst_BooleanExpressionEvaluator::Evaluate_functionObjectIsCopied()
+{
+    // The evaluator outlives the function object that it was made of, and is copied with it.
+    std::optional<BooleanExpressionEvaluator> evaluator;
+    {
+        const QString known = u"open"_s;
+        evaluator.emplace([known](const QString& operand, bool& value) {
+            value = true;
+            return operand == known;
+        });
+    }
+    const BooleanExpressionEvaluator copy = *evaluator; // NOLINT(performance-unnecessary-copy-initialization)
+    bool value = false;
+    QCOMPARE(copy.Evaluate(u"open & open"_s, value), true);
+    QCOMPARE(value, true);
+    QCOMPARE(copy.Evaluate(u"open & saved"_s, value), false);
+    QCOMPARE(value, false);
+}
+
 void tst_BooleanExpressionEvaluator::Evaluate_noCallback()
 {
+    bool unused = true;
+    QCOMPARE(
+        BooleanExpressionEvaluator(BooleanExpressionEvaluator::OperandFunction()).Evaluate(u"a"_s, unused),
+        false);
+    QCOMPARE(unused, false);
     const BooleanExpressionEvaluator evaluator(nullptr);
     for (const QString& expression : {QString(), u"a"_s, u"a & b"_s, u")"_s}) {
         bool value = true;

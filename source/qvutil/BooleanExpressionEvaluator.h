@@ -9,6 +9,10 @@
 #include <QtCore/QString>
 #include <QtCore/QStringList>
 
+#include <functional>
+#include <type_traits>
+#include <utility>
+
 /// Evaluates expressions of named conditions, joined by '&' (and), '|' (or) and parentheses: "a & (b | c)".
 ///
 /// What a condition means is up to the caller, who is asked for each operand that matters. An operand is any
@@ -32,6 +36,8 @@
 ///     reportMistake(expression);
 /// \endcode
 ///
+/// A callback may also be a function object with a state, such as a lambda that captures a window.
+///
 /// \par Threads
 /// Any thread, at any time, as far as the callback allows it: no operation keeps state.
 class QVUTIL_EXPORT BooleanExpressionEvaluator
@@ -43,8 +49,32 @@ public:
     /// \return false if there is no such operand, which ends the evaluation
     using OperandCallback = bool (*)(const QString& operand, bool& value);
 
+    /// Answers for an operand, as OperandCallback, and may hold a state.
+    using OperandFunction = std::function<bool(const QString& operand, bool& value)>;
+
     /// \param callback  answers for the operands; with null no expression can be evaluated
     explicit BooleanExpressionEvaluator(OperandCallback callback);
+
+    /// Takes a std::function, or any other function object that is no OperandCallback.
+    ///
+    /// \code
+    /// const BooleanExpressionEvaluator evaluator([this](const QString& operand, bool& value) {
+    ///     value = mConditions.value(operand);
+    ///     return mConditions.contains(operand);
+    /// });
+    /// \endcode
+    ///
+    /// \param callable  answers for the operands; copied or moved. With an empty std::function no expression
+    ///                  can be evaluated.
+    template <
+        typename Callable,
+        std::enable_if_t<
+            !std::is_convertible_v<
+                Callable, OperandCallback> && std::is_invocable_r_v<bool, Callable&, const QString&, bool&>,
+            int> = 0>
+    explicit BooleanExpressionEvaluator(Callable callable)
+        : mCallback(std::move(callable))
+    { }
 
     /// Evaluates an expression.
     /// \param expression  the expression; groups may be nested to any depth
@@ -71,7 +101,7 @@ public:
     [[nodiscard]] bool IsOperator(const QString& token) const;
 
 private:
-    OperandCallback mCallback;
+    OperandFunction mCallback;
 };
 
 #endif // QVUTIL_BOOLEANEXPRESSIONEVALUATOR_H

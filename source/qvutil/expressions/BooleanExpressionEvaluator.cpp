@@ -16,7 +16,7 @@ BooleanExpressionEvaluator::BooleanExpressionEvaluator(OperandCallback callback)
 bool BooleanExpressionEvaluator::Evaluate(const QString& expression, bool& value) const
 {
     value = false;
-    if (mCallback == nullptr)
+    if (!mCallback)
         return false;
     // The callback may change the host's text. NOLINTNEXTLINE(performance-unnecessary-copy-initialization)
     const QString copy = expression;
