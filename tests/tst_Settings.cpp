@@ -11,6 +11,9 @@
 #include <QTemporaryDir>
 #include <QtTest>
 
+#include <sys/resource.h>
+
+#include <cerrno>
 #include <functional>
 #include <memory>
 #include <utility>
@@ -139,8 +142,23 @@ private Q_SLOTS:
     void Destructor_savesWhatIsPending();
     void Destructor_cleanWritesNothing();
     void Destructor_withoutFileWritesNothing();
-    void Destructor_failureIsSilent();
+    void Destructor_failureIsLogged();
     void Destructor_throughTheBase();
+
+    void OpenFile_newFile();
+    void OpenFile_loads();
+    void OpenFile_setsADamagedFileAside_data();
+    void OpenFile_setsADamagedFileAside();
+    void OpenFile_setsSeveralAside();
+    void OpenFile_followsLinks();
+    void OpenFile_cannotBeRead_data();
+    void OpenFile_cannotBeRead();
+    void OpenFile_cannotBeSetAside();
+    void OpenFile_dropsWhatWasThere();
+    void OpenFile_logs();
+    void MarkChanged_savesByTheRule();
+    void LostChanges_data();
+    void LostChanges();
 
     void UnreadableFile_isLeftAlone_data();
     void UnreadableFile_isLeftAlone();
@@ -1116,7 +1134,7 @@ void tst_Settings::Destructor_withoutFileWritesNothing()
     QVERIFY(QDir(mDir->path()).isEmpty());
 }
 
-void tst_Settings::Destructor_failureIsSilent()
+void tst_Settings::Destructor_failureIsLogged()
 {
     LogGuard log;
     {
@@ -1124,7 +1142,12 @@ void tst_Settings::Destructor_failureIsSilent()
         settings.WriteInt(u"P"_s, u"V"_s, 1);
     }
     QVERIFY(!QFile::exists(Path(u"folder"_s)));
-    QCOMPARE(LogGuard::Messages(), QStringList());
+    // The change is saved at once and once more at the end; then it is lost.
+    const QStringList messages = LogGuard::Messages();
+    QCOMPARE(messages.size(), 3);
+    for (const QString& message : messages)
+        QVERIFY2(message.contains(Path(u"folder/s.xml"_s)), qPrintable(message));
+    QVERIFY2(messages[0].contains(qt_error_string(ENOENT)), qPrintable(messages[0]));
 }
 
 void tst_Settings::Destructor_throughTheBase()
@@ -1139,6 +1162,236 @@ void tst_Settings::Destructor_throughTheBase()
 }
 
 // Files that exist but hold no document
+
+void tst_Settings::OpenFile_newFile()
+{
+    Settings settings;
+    QCOMPARE(settings.OpenFile(Path(u"s.xml"_s), u"Settings"_s), Settings::FileState::New);
+    QCOMPARE(settings.GetSetAsideFile(), QString());
+    QCOMPARE(settings.GetCurrentNodePath(), u"/Settings"_s);
+    QVERIFY(!QFileInfo::exists(Path(u"s.xml"_s)));
+    settings.WriteInt(u"Panel"_s, u"Width"_s, 7);
+    QCOMPARE(ReadFile(Path(u"s.xml"_s)), SettingsXml("    <Panel Width=\"7\"/>\n"));
+}
+
+void tst_Settings::OpenFile_loads()
+{
+    QVERIFY(WriteFile(Path(u"s.xml"_s), "<Settings><Panel Width='7'/></Settings>"));
+    Settings settings;
+    QCOMPARE(settings.OpenFile(Path(u"s.xml"_s), u"Other"_s), Settings::FileState::Loaded);
+    QCOMPARE(settings.GetLoadError().Text, QString());
+    QCOMPARE(settings.ReadInt(u"Panel"_s, u"Width"_s, 0), 7);
+    QCOMPARE(QDir(Path(QString())).entryList(QDir::Files), QStringList(u"s.xml"_s));
+}
+
+void tst_Settings::OpenFile_setsADamagedFileAside_data()
+{
+    QTest::addColumn<QByteArray>("content");
+    QTest::addColumn<int>("line");
+
+    QTest::newRow("torn") << QByteArray("<Settings>\n<Panel") << 2;
+    QTest::newRow("empty") << QByteArray() << 1;
+    QTest::newRow("no XML") << QByteArray("torn") << 1;
+    QTest::newRow("two roots") << QByteArray("<A/>\n\n<B/>") << 3;
+}
+
+void tst_Settings::OpenFile_setsADamagedFileAside()
+{
+    QFETCH(const QByteArray, content);
+    QFETCH(const int, line);
+
+    const QString file = Path(u"s.xml"_s);
+    QVERIFY(WriteFile(file, content));
+    {
+        Settings settings;
+        QCOMPARE(settings.OpenFile(file, u"Settings"_s), Settings::FileState::SetAside);
+        QCOMPARE(settings.GetSetAsideFile(), file + u".damaged"_s);
+        QCOMPARE(settings.GetLoadError().Line, line);
+        QVERIFY(!settings.GetLoadError().Text.isEmpty());
+        QVERIFY(!QFileInfo::exists(file));
+        settings.WriteInt(u"Panel"_s, u"Width"_s, 7); // below the root, unlike in a store without a cursor
+        settings.WriteInt(u"Other"_s, u"Width"_s, 8);
+    }
+    QCOMPARE(ReadFile(file + u".damaged"_s), content);
+    Settings again;
+    QCOMPARE(again.OpenFile(file, u"Settings"_s), Settings::FileState::Loaded);
+    QCOMPARE(again.ReadInt(u"Other"_s, u"Width"_s, 0), 8);
+}
+
+void tst_Settings::OpenFile_setsSeveralAside()
+{
+    const QString file = Path(u"s.xml"_s);
+    for (const QString& kept : {u".damaged"_s, u".damaged-2"_s, u".damaged-3"_s}) {
+        QVERIFY(WriteFile(file, "torn" + kept.toUtf8()));
+        Settings settings;
+        QCOMPARE(settings.OpenFile(file, u"Settings"_s), Settings::FileState::SetAside);
+        QCOMPARE(settings.GetSetAsideFile(), file + kept);
+        QCOMPARE(ReadFile(file + kept), "torn" + kept.toUtf8());
+    }
+}
+
+void tst_Settings::OpenFile_followsLinks()
+{
+    QVERIFY(QDir().mkpath(Path(u"real"_s)));
+    QVERIFY(WriteFile(Path(u"real/s.xml"_s), "torn"));
+    QVERIFY(QFile::link(Path(u"real/s.xml"_s), Path(u"link.xml"_s)));
+    Settings settings;
+    QCOMPARE(settings.OpenFile(Path(u"link.xml"_s), u"Settings"_s), Settings::FileState::SetAside);
+    QCOMPARE(ReadFile(Path(u"real/s.xml.damaged"_s)), QByteArray("torn"));
+    settings.WriteInt(u"Panel"_s, u"Width"_s, 7);
+    QVERIFY(QFileInfo(Path(u"link.xml"_s)).isSymLink());
+    QVERIFY(ReadFile(Path(u"real/s.xml"_s)).contains("Width=\"7\""));
+}
+
+void tst_Settings::OpenFile_cannotBeRead_data()
+{
+    QTest::addColumn<bool>("isFolder");
+
+    QTest::newRow("a folder") << true; // whoever runs the test
+    QTest::newRow("no file descriptor is left") << false;
+}
+
+void tst_Settings::OpenFile_cannotBeRead()
+{
+    QFETCH(const bool, isFolder);
+
+    const QString file = Path(u"s.xml"_s);
+    if (isFolder)
+        QVERIFY(QDir().mkpath(file));
+    else
+        QVERIFY(WriteFile(file, BareSettings()));
+    {
+        Settings settings;
+        rlimit before{};
+        QCOMPARE(getrlimit(RLIMIT_NOFILE, &before), 0);
+        const rlimit none{0, before.rlim_max};
+        if (!isFolder)
+            QCOMPARE(setrlimit(RLIMIT_NOFILE, &none), 0);
+        const Settings::FileState state = settings.OpenFile(file, u"Settings"_s);
+        QCOMPARE(setrlimit(RLIMIT_NOFILE, &before), 0);
+        QCOMPARE(state, Settings::FileState::Unreadable);
+        QCOMPARE(settings.GetLoadError().Line, 0);
+        QVERIFY(!settings.GetLoadError().Text.isEmpty());
+        QCOMPARE(settings.GetSetAsideFile(), QString());
+
+        settings.WriteInt(u"Panel"_s, u"Width"_s, 7); // works, but is not saved
+        settings.SaveInternal();
+        QCOMPARE(settings.ReadInt(u"Panel"_s, u"Width"_s, 0), 7);
+    }
+    if (isFolder)
+        QVERIFY(QFileInfo(file).isDir());
+    else
+        QCOMPARE(ReadFile(file), BareSettings());
+}
+
+void tst_Settings::OpenFile_cannotBeSetAside()
+{
+    // No system takes a longer name, whoever renames the file.
+    const QString file = Path(u"s"_s.repeated(250));
+    QVERIFY(WriteFile(file, "torn"));
+    Settings settings;
+    QCOMPARE(settings.OpenFile(file, u"Settings"_s), Settings::FileState::Unreadable);
+    QCOMPARE(settings.GetSetAsideFile(), QString());
+    QCOMPARE(settings.GetLoadError().Line, 1);
+    settings.WriteInt(u"Panel"_s, u"Width"_s, 7);
+    QCOMPARE(ReadFile(file), QByteArray("torn"));
+}
+
+void tst_Settings::OpenFile_dropsWhatWasThere()
+{
+    Settings settings;
+    settings.OpenFile(Path(u"a.xml"_s), u"A"_s);
+    settings.WriteInt(u"Panel"_s, u"Width"_s, 7); // saved
+    settings.WriteInt(u"Panel"_s, u"Width"_s, 8); // not yet
+    QCOMPARE(settings.OpenFile(Path(u"b.xml"_s), u"B"_s), Settings::FileState::New);
+    QCOMPARE(settings.GetCurrentNodePath(), u"/B"_s);
+    QCOMPARE(settings.ReadInt(u"Panel"_s, u"Width"_s, 0), 0);
+    settings.Save(); // nothing has changed
+    QVERIFY(!QFileInfo::exists(Path(u"b.xml"_s)));
+    QVERIFY(ReadFile(Path(u"a.xml"_s)).contains("\"7\""));
+    settings.WriteInt(u"Panel"_s, u"Width"_s, 9); // the first change of this file is saved at once
+    QVERIFY(ReadFile(Path(u"b.xml"_s)).contains("\"9\""));
+}
+
+void tst_Settings::OpenFile_logs()
+{
+    const QString file = Path(u"s.xml"_s);
+    QVERIFY(WriteFile(file, "<Settings>\n</Other>"));
+    const LogGuard log;
+    Settings settings;
+    settings.OpenFile(file, u"Settings"_s);
+    const QStringList messages = LogGuard::Messages();
+    QCOMPARE(messages.size(), 2);
+    QVERIFY2(messages[0].contains(file) && messages[0].contains(u"line 2"_s), qPrintable(messages[0]));
+    QVERIFY2(messages[1].contains(file + u".damaged"_s), qPrintable(messages[1]));
+}
+
+void tst_Settings::MarkChanged_savesByTheRule()
+{
+    Settings settings;
+    settings.OpenFile(Path(u"s.xml"_s), u"Settings"_s);
+    settings.WriteRect(u"Window"_s, u"Place"_s, QRect(1, 2, 3, 4));
+    QVERIFY(!QFileInfo::exists(Path(u"s.xml"_s)));
+    settings.MarkChanged();
+    QVERIFY(ReadFile(Path(u"s.xml"_s)).contains("Place=\"1,2,3,4\""));
+    settings.WriteRect(u"Window"_s, u"Place"_s, QRect(5, 6, 7, 8));
+    settings.MarkChanged(); // too soon after the last save
+    QVERIFY(ReadFile(Path(u"s.xml"_s)).contains("Place=\"1,2,3,4\""));
+    settings.Save();
+    QVERIFY(ReadFile(Path(u"s.xml"_s)).contains("Place=\"5,6,7,8\""));
+}
+
+void tst_Settings::LostChanges_data()
+{
+    QTest::addColumn<Change>("change");
+    QTest::addColumn<bool>("isLost");
+
+    QTest::newRow("nothing") << Change([](Settings&) {}) << false;
+    QTest::newRow("an own write") << Change([](Settings& s) { s.WriteInt(u"A"_s, u"B"_s, 1); }) << false;
+    QTest::newRow("an inherited write")
+        << Change([](Settings& s) { s.WriteRect(u"A"_s, u"B"_s, QRect(1, 2, 3, 4)); }) << true;
+    QTest::newRow("a write by name alone") << Change([](Settings& s) { s.WriteInt(u"B"_s, 1); }) << true;
+    QTest::newRow("bytes") << Change([](Settings& s) { s.WriteBuffer(u"A"_s, "x"); }) << true;
+    QTest::newRow("marked") << Change([](Settings& s) {
+        s.WriteDouble(u"A"_s, u"B"_s, 0.5);
+        s.MarkChanged();
+    }) << false;
+    QTest::newRow("an own write behind it") << Change([](Settings& s) {
+        s.WriteSize(u"A"_s, u"B"_s, QSize(1, 2));
+        s.WriteInt(u"A"_s, u"C"_s, 1);
+    }) << false;
+    QTest::newRow("an own write before it") << Change([](Settings& s) {
+        s.WriteInt(u"A"_s, u"C"_s, 1);
+        s.WriteSize(u"A"_s, u"B"_s, QSize(1, 2));
+    }) << true;
+    QTest::newRow("taken back") << Change([](Settings& s) {
+        s.WriteSize(u"A"_s, u"B"_s, QSize(1, 2));
+        s.XmlFiler::DeleteNode(u"A"_s);
+    }) << false;
+}
+
+void tst_Settings::LostChanges()
+{
+    QFETCH(const Change, change);
+    QFETCH(const bool, isLost);
+
+    const LogGuard log;
+    for (const bool opens : {true, false}) {
+        const qsizetype before = LogGuard::Messages().size();
+        const QString file = Path(opens ? u"a.xml"_s : u"b.xml"_s);
+        {
+            Settings settings;
+            if (opens)
+                settings.OpenFile(file, u"Settings"_s);
+            else
+                settings.SetFile(file, u"Settings"_s);
+            change(settings);
+            QCOMPARE(LogGuard::Messages().size(), before);
+        }
+        QCOMPARE(LogGuard::Messages().size() - before, isLost ? 1 : 0);
+        QVERIFY(!isLost || LogGuard::Messages().constLast().contains(file));
+    }
+}
 
 void tst_Settings::UnreadableFile_isLeftAlone_data()
 {

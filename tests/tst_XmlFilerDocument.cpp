@@ -10,6 +10,8 @@
 #include <QTemporaryDir>
 #include <QTextStream>
 
+#include <cerrno>
+
 using namespace Qt::StringLiterals;
 using namespace Quorvin::Util;
 
@@ -95,6 +97,9 @@ private Q_SLOTS:
     void LoadFromXmlString_boundsOnInput_data();
     void LoadFromXmlString_boundsOnInput();
     void LoadFromXmlString_failureDetachesCursor();
+    void GetLoadError_data();
+    void GetLoadError();
+    void GetLoadError_ofFiles();
     void LoadFromXmlString_afterFailure();
 
     void SaveAsXmlString_data();
@@ -270,7 +275,8 @@ void tst_XmlFilerDocument::LoadFromXmlFile_missingFileKeepsDocument()
     QVERIFY(!filer.LoadFromXmlFile(Path(u"none/none.xml"_s)));
     QVERIFY(!filer.LoadFromXmlFile(QString()));
 
-    QCOMPARE(log.Messages(), QStringList());
+    QCOMPARE(log.Messages().size(), 3);
+    QCOMPARE(log.Messages().constFirst(), Path(u"none.xml"_s) + u" does not load: there is no such file"_s);
     QCOMPARE(filer.GetCurrentNodePath(), u"/Old/Child"_s);
     QCOMPARE(filer.SaveAsXmlString(), RawString(u"<Old><Child/></Old>"_s));
     QVERIFY(!QFileInfo::exists(Path(u"none.xml"_s)));
@@ -484,6 +490,58 @@ void tst_XmlFilerDocument::LoadFromXmlString_boundsOnInput()
     QCOMPARE(filer.IsEmpty(), !expected);
 }
 
+void tst_XmlFilerDocument::GetLoadError_data()
+{
+    QTest::addColumn<QString>("xml");
+    QTest::addColumn<QString>("text");
+    QTest::addColumn<int>("line");
+    QTest::addColumn<int>("column");
+
+    QTest::newRow("loads") << u"<a/>"_s << QString() << 0 << 0;
+    QTest::newRow("empty") << QString() << u"the document is empty"_s << 1 << 1;
+    QTest::newRow("cut off") << u"<a>\n <b>"_s << u"the text ends in the middle of the document"_s << 2 << 5;
+    QTest::newRow("tags do not match") << u"<a>\n\n</b>"_s << u"Opening and ending tag mismatch"_s << 3 << 4;
+    QTest::newRow("too deep") << Nested(1001) << u"elements are nested more than 1,000 deep"_s << 1 << 3003;
+}
+
+void tst_XmlFilerDocument::GetLoadError()
+{
+    QFETCH(const QString, xml);
+    QFETCH(const QString, text);
+    QFETCH(const int, line);
+    QFETCH(const int, column);
+
+    XmlFiler filer;
+    QCOMPARE(filer.GetLoadError().Text, QString());
+    QCOMPARE(filer.GetLoadError().Line, 0);
+    QCOMPARE(filer.LoadFromXmlString(xml), text.isEmpty());
+    QVERIFY2(filer.GetLoadError().Text.startsWith(text), qPrintable(filer.GetLoadError().Text));
+    QCOMPARE(filer.GetLoadError().Line, line);
+    QCOMPARE(filer.GetLoadError().Column, column);
+    QVERIFY(filer.LoadFromXmlString(u"<a/>"_s)); // forgets it
+    QCOMPARE(filer.GetLoadError().Text, QString());
+    QCOMPARE(filer.GetLoadError().Line, 0);
+}
+
+void tst_XmlFilerDocument::GetLoadError_ofFiles()
+{
+    const QTemporaryDir dir;
+    XmlFiler filer;
+    QVERIFY(!filer.LoadFromXmlFile(dir.filePath(u"none.xml"_s)));
+    QCOMPARE(filer.GetLoadError().Text, u"there is no such file"_s);
+    QCOMPARE(filer.GetLoadError().Line, 0);
+    QVERIFY(!filer.LoadFromXmlFile(dir.path())); // a folder
+    QVERIFY(!filer.GetLoadError().Text.isEmpty());
+    QCOMPARE(filer.GetLoadError().Line, 0);
+    const QString file = dir.filePath(u"f.xml"_s);
+    QVERIFY(TestSupport::WriteFile(file, "<a>\n<b></a>"));
+    QVERIFY(!filer.LoadFromXmlFile(file));
+    QCOMPARE(filer.GetLoadError().Line, 2);
+    QVERIFY(TestSupport::WriteFile(file, "<a/>"));
+    QVERIFY(filer.LoadFromXmlFile(file));
+    QCOMPARE(filer.GetLoadError().Text, QString());
+}
+
 void tst_XmlFilerDocument::LoadFromXmlString_failureDetachesCursor()
 {
     XmlFiler filer;
@@ -647,7 +705,10 @@ void tst_XmlFilerDocument::SaveAsXmlFile_cannotOpen()
 
     QVERIFY(QFileInfo(mDir->path()).isDir());
     QVERIFY(!QFileInfo::exists(Path(u"none"_s)));
-    QCOMPARE(log.Messages(), QStringList());
+    QCOMPARE(log.Messages(),
+             QStringList({mDir->path() + u" is not saved: "_s + qt_error_string(EISDIR),
+                          Path(u"none/out.xml"_s) + u" is not saved: "_s + qt_error_string(ENOENT),
+                          u" is not saved: this is no name of a file"_s}));
 }
 
 // What cannot be loaded again is saved all the same, and somebody who looks is told.
@@ -704,8 +765,10 @@ void tst_XmlFilerDocument::SaveAsXmlFile_unloadable()
     QCOMPARE(log.Messages().size(), count);
 
     // A save that fails says nothing of the kind.
+    const qsizetype before = log.Messages().size();
     QVERIFY(!filer.SaveAsXmlFile(Path(u"none/out.xml"_s)));
-    QCOMPARE(log.Messages().size(), count);
+    QCOMPARE(log.Messages().size(), before + 1);
+    QVERIFY(log.Messages().constLast().contains(u" is not saved: "_s));
 }
 
 // Emptiness

@@ -105,6 +105,8 @@ private Q_SLOTS:
     void GetCurrentNode_changesThroughTheHandle();
     void GetCurrentNodePath();
     void GetCurrentNodePath_besideTheRoot();
+    void GetCurrentNodeName();
+    void GetAttributeNames();
     void Stack();
     void Stack_survivesDeletion();
 
@@ -985,6 +987,36 @@ void tst_XmlFilerNavigation::GetCurrentNodePath()
     QCOMPARE(filer.GetCurrentNodePath(), u"/Settings/Settings"_s);
     QVERIFY(filer.MoveToNode(u"/x:Item"_s));
     QCOMPARE(filer.GetCurrentNodePath(), u"/Settings/x:Item"_s);
+}
+
+void tst_XmlFilerNavigation::GetCurrentNodeName()
+{
+    XmlFiler filer;
+    QCOMPARE(filer.GetCurrentNodeName(), QString()); // no cursor
+    QVERIFY(filer.LoadFromXmlString(u"<a><x:b/><c/></a>"_s));
+    QCOMPARE(filer.GetCurrentNodeName(), u"a"_s);
+    QVERIFY(filer.MoveToFirstChild());
+    QCOMPARE(filer.GetCurrentNodeName(), u"x:b"_s);
+    QVERIFY(filer.MoveToNextSibling());
+    QCOMPARE(filer.GetCurrentNodeName(), u"c"_s);
+    filer.MoveToRoot();
+    QVERIFY(filer.MoveToParent()); // the document itself
+    QCOMPARE(filer.GetCurrentNodeName(), QString());
+}
+
+void tst_XmlFilerNavigation::GetAttributeNames()
+{
+    XmlFiler filer;
+    QCOMPARE(filer.GetAttributeNames(), QStringList());
+    QVERIFY(filer.LoadFromXmlString(u"<a z='1' B='2' x:y='' c='4'><b/></a>"_s));
+    QCOMPARE(filer.GetAttributeNames(), QStringList({u"B"_s, u"c"_s, u"x:y"_s, u"z"_s}));
+    filer.WriteInt(u"aa"_s, 1);
+    QCOMPARE(filer.GetAttributeNames(), QStringList({u"B"_s, u"aa"_s, u"c"_s, u"x:y"_s, u"z"_s}));
+    QVERIFY(filer.MoveToFirstChild());
+    QCOMPARE(filer.GetAttributeNames(), QStringList());
+    filer.MoveToRoot();
+    QVERIFY(filer.MoveToParent());
+    QCOMPARE(filer.GetAttributeNames(), QStringList());
 }
 
 void tst_XmlFilerNavigation::GetCurrentNodePath_besideTheRoot()

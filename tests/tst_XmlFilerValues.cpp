@@ -92,6 +92,8 @@ class tst_XmlFilerValues : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
+    void ReadString_pathWithoutName_data();
+    void ReadString_pathWithoutName();
     void init();
 
     void Shapes_data();
@@ -130,6 +132,41 @@ private Q_SLOTS:
     void Date_roundTrip();
     void OtherType();
 };
+
+void tst_XmlFilerValues::ReadString_pathWithoutName_data()
+{
+    QTest::addColumn<QString>("first");
+    QTest::addColumn<QString>("second");
+    QTest::addColumn<bool>("isMistake");
+
+    QTest::newRow("a path and a name") << u"Ui"_s << u"Language"_s << true;
+    QTest::newRow("a deeper path") << u"Ui/Menu"_s << u"Text"_s << true;
+    QTest::newRow("no such attribute there") << u"Ui"_s << u"English"_s << false;
+    QTest::newRow("no such element") << u"Other"_s << u"Language"_s << false;
+    QTest::newRow("the attribute exists") << u"Own"_s << u"Language"_s << false;
+    QTest::newRow("no default") << u"Ui"_s << QString() << false;
+    QTest::newRow("a blank name") << u" "_s << u"Own"_s << false;
+}
+
+void tst_XmlFilerValues::ReadString_pathWithoutName()
+{
+    QFETCH(const QString, first);
+    QFETCH(const QString, second);
+    QFETCH(const bool, isMistake);
+
+    XmlFiler filer;
+    QVERIFY(filer.LoadFromXmlString(
+        u"<A Own='1'><Ui Language='de'><Menu Text='x'/></Ui><Own Language='x'/></A>"_s));
+    QCOMPARE(filer.ReadString(first, second), first == "Own"_L1 ? u"1"_s : second); // silent by default
+    const TestSupport::LogGuard log;
+    QCOMPARE(filer.ReadString(first, second), first == "Own"_L1 ? u"1"_s : second);
+    QCOMPARE(log.Messages().size(), isMistake ? 1 : 0);
+    if (first.contains(u'/') || first.contains(u' '))
+        return; // no name to write to
+    filer.WriteString(first, second);
+    QCOMPARE(log.Messages().size(), isMistake ? 2 : 0);
+    QCOMPARE(filer.ReadString(first, QString()), second);
+}
 
 void tst_XmlFilerValues::init()
 {

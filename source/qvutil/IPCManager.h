@@ -71,6 +71,10 @@ class QVUTIL_EXPORT IPCManager : public QObject
 public:
     /// Makes a manager without server, client and grid.
     IPCManager();
+    /// Makes a manager that belongs to another object.
+    /// \param parent  deletes the manager when it is deleted itself; it must live in the same thread. May be
+    /// null.
+    explicit IPCManager(QObject* parent);
     /// Leaves the grid, stops the server and disconnects. Waits for the threads to end.
     ~IPCManager() override;
     Q_DISABLE_COPY_MOVE(IPCManager)

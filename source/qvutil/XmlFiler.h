@@ -25,6 +25,17 @@ namespace Quorvin::Util {
 
 class XlfTranslator;
 
+/// Why a document did not load.
+struct XmlLoadError
+{
+    /// The reason in English, such as "Opening and ending tag mismatch"; empty if nothing failed.
+    QString Text;
+    /// Line of the mistake, counted from 1; 0 if the file could not be opened or read at all.
+    int Line = 0;
+    /// Column of the mistake, counted from 1; 0 if the file could not be opened or read at all.
+    int Column = 0;
+};
+
 /// A cursor over one XML document: loads and saves it, moves through it by node path, and reads and
 /// writes typed values in attributes and element content.
 ///
@@ -51,8 +62,11 @@ class XlfTranslator;
 ///
 /// Documents from outside are bounded: one nested deeper than 1,000 elements, with more than 10,000
 /// attributes in one element, or whose entities and attribute defaults would expand to more than 16 MiB of
-/// text, does not load, like one that does not parse. A file has at most 1 GiB. The logging category `qvutil`
-/// says why a document did not load.
+/// text, does not load, like one that does not parse. A file has at most 1 GiB.
+///
+/// \par Failures
+/// GetLoadError returns why a load failed. Failed loads and saves are also logged, with file, place and
+/// reason, in the category `qvutil`.
 ///
 /// \par Threads
 /// One thread at a time for each object; distinct objects are independent.
@@ -79,6 +93,9 @@ public:
     /// \param xml  the markup
     /// \return false if the text does not parse; the document is empty then, and the cursor left as it was
     bool LoadFromXmlString(const QString& xml);
+    /// Returns why the last load failed.
+    /// \return the reason and its place; an empty text if the last load succeeded, or if there was none
+    [[nodiscard]] XmlLoadError GetLoadError() const;
     /// Saves the document as UTF-8 with four blanks of indentation a level, each element's attributes sorted
     /// by name. The new content goes to a temporary file in the same folder, which replaces \p path once all
     /// of it is written: whatever happens in between, the file is the old one or the new one. Symbolic links
@@ -169,6 +186,12 @@ public:
     /// Of equal siblings all have the same path.
     /// \return the path; empty if there is no cursor
     [[nodiscard]] QString GetCurrentNodePath() const;
+    /// Returns the name of the element under the cursor.
+    /// \return the name; empty if the cursor is not on an element
+    [[nodiscard]] QString GetCurrentNodeName() const;
+    /// Returns the names of the attributes of the element under the cursor.
+    /// \return the names, sorted; empty if there are none, or if the cursor is not on an element
+    [[nodiscard]] QStringList GetAttributeNames() const;
     /// Saves the cursor on the node stack.
     void PushCurrentNode() const;
     /// Moves the cursor to the place saved last and takes that off the node stack.
@@ -189,6 +212,7 @@ public:
     /// \return \p defaultValue if missing, empty, no number or out of range
     [[nodiscard]] int ReadInt(const QString& path, const QString& name, int defaultValue) const;
     /// Writes a decimal int.
+    /// On a Settings this does not mark the store as changed: call Settings::MarkChanged afterwards.
     /// \param name   name of the attribute
     /// \param value  the value
     void WriteInt(const QString& name, int value);
@@ -210,10 +234,12 @@ public:
     /// \return \p defaultValue if missing, empty, no number or out of range
     [[nodiscard]] unsigned int ReadUInt(const QString& path, const QString& name, unsigned int defaultValue);
     /// Writes a decimal unsigned int.
+    /// On a Settings this does not mark the store as changed: call Settings::MarkChanged afterwards.
     /// \param name   name of the attribute
     /// \param value  the value
     void WriteUInt(const QString& name, unsigned int value);
     /// \overload
+    /// On a Settings this does not mark the store as changed: call Settings::MarkChanged afterwards.
     /// \param path   node path of the element
     /// \param name   name of the attribute
     /// \param value  the value
@@ -231,10 +257,12 @@ public:
     /// \return \p defaultValue if missing, empty, no number or out of range
     [[nodiscard]] long ReadLong(const QString& path, const QString& name, long defaultValue);
     /// Writes a decimal 64-bit number.
+    /// On a Settings this does not mark the store as changed: call Settings::MarkChanged afterwards.
     /// \param name   name of the attribute
     /// \param value  the value
     void WriteLong(const QString& name, long value);
     /// \overload
+    /// On a Settings this does not mark the store as changed: call Settings::MarkChanged afterwards.
     /// \param path   node path of the element
     /// \param name   name of the attribute
     /// \param value  the value
@@ -253,10 +281,12 @@ public:
     [[nodiscard]] unsigned long ReadULong(const QString& path, const QString& name,
                                           unsigned long defaultValue);
     /// Writes a decimal unsigned 64-bit number.
+    /// On a Settings this does not mark the store as changed: call Settings::MarkChanged afterwards.
     /// \param name   name of the attribute
     /// \param value  the value
     void WriteULong(const QString& name, unsigned long value);
     /// \overload
+    /// On a Settings this does not mark the store as changed: call Settings::MarkChanged afterwards.
     /// \param path   node path of the element
     /// \param name   name of the attribute
     /// \param value  the value
@@ -274,10 +304,12 @@ public:
     /// \return \p defaultValue if missing, empty, no number or out of range
     [[nodiscard]] long long ReadInt64(const QString& path, const QString& name, long long defaultValue);
     /// Writes a decimal 64-bit number.
+    /// On a Settings this does not mark the store as changed: call Settings::MarkChanged afterwards.
     /// \param name   name of the attribute
     /// \param value  the value
     void WriteInt64(const QString& name, long long value);
     /// \overload
+    /// On a Settings this does not mark the store as changed: call Settings::MarkChanged afterwards.
     /// \param path   node path of the element
     /// \param name   name of the attribute
     /// \param value  the value
@@ -295,10 +327,12 @@ public:
     /// \return \p defaultValue if missing, empty or no number
     [[nodiscard]] double ReadDouble(const QString& path, const QString& name, double defaultValue);
     /// Writes a floating-point number with the 17 digits that bring back the same value.
+    /// On a Settings this does not mark the store as changed: call Settings::MarkChanged afterwards.
     /// \param name   name of the attribute
     /// \param value  the value
     void WriteDouble(const QString& name, double value);
     /// \overload
+    /// On a Settings this does not mark the store as changed: call Settings::MarkChanged afterwards.
     /// \param path   node path of the element
     /// \param name   name of the attribute
     /// \param value  the value
@@ -316,6 +350,7 @@ public:
     /// \return \p defaultValue for anything else
     [[nodiscard]] bool ReadBoolean(const QString& path, const QString& name, bool defaultValue) const;
     /// Writes "True" or "False".
+    /// On a Settings this does not mark the store as changed: call Settings::MarkChanged afterwards.
     /// \param name   name of the attribute
     /// \param value  the value
     void WriteBoolean(const QString& name, bool value);
@@ -337,10 +372,12 @@ public:
     /// \return \p defaultValue unless there are exactly four parts
     [[nodiscard]] QRect ReadRect(const QString& path, const QString& name, const QRect& defaultValue);
     /// Writes a rectangle as "x,y,width,height".
+    /// On a Settings this does not mark the store as changed: call Settings::MarkChanged afterwards.
     /// \param name   name of the attribute
     /// \param value  the value
     void WriteRect(const QString& name, const QRect& value);
     /// \overload
+    /// On a Settings this does not mark the store as changed: call Settings::MarkChanged afterwards.
     /// \param path   node path of the element
     /// \param name   name of the attribute
     /// \param value  the value
@@ -358,16 +395,22 @@ public:
     /// \return \p defaultValue unless there are exactly two parts
     [[nodiscard]] QSize ReadSize(const QString& path, const QString& name, const QSize& defaultValue);
     /// Writes a size as "width,height".
+    /// On a Settings this does not mark the store as changed: call Settings::MarkChanged afterwards.
     /// \param name   name of the attribute
     /// \param value  the value
     void WriteSize(const QString& name, const QSize& value);
     /// \overload
+    /// On a Settings this does not mark the store as changed: call Settings::MarkChanged afterwards.
     /// \param path   node path of the element
     /// \param name   name of the attribute
     /// \param value  the value
     void WriteSize(const QString& path, const QString& name, const QSize& value);
 
     /// Reads a text, translated if it is a tr(...) mark (see Translate).
+    ///
+    /// With two texts this overload is called, never one with a path: `ReadString(u"Ui"_s, u"Language"_s)`
+    /// reads the attribute "Ui" of the cursor and answers "Language" if there is none. To read by path, give
+    /// all three arguments. The category `qvutil` logs a call that looks like this mistake.
     /// \param name          name of the attribute
     /// \param defaultValue  what to answer if there is no such value
     /// \return \p defaultValue, as it is, if missing or empty
@@ -380,6 +423,9 @@ public:
     [[nodiscard]] QString ReadString(const QString& path, const QString& name,
                                      const QString& defaultValue) const;
     /// Writes a text. An empty one reads back as the default.
+    ///
+    /// The two texts are a name and a value, never a path and a name.
+    /// On a Settings this does not mark the store as changed: call Settings::MarkChanged afterwards.
     /// \param name   name of the attribute
     /// \param value  the value
     void WriteString(const QString& name, const QString& value);
@@ -405,6 +451,7 @@ public:
                                      const QDateTime& defaultValue) const;
     /// Writes a point in time in ISO form, local times in UTC. A time with a fixed offset or a time zone is
     /// written with its own clock reading and comes back as if that had been UTC: pass local or UTC times.
+    /// On a Settings this does not mark the store as changed: call Settings::MarkChanged afterwards.
     /// \param name   name of the attribute
     /// \param value  the value
     void WriteDate(const QString& name, const QDateTime& value);
@@ -450,6 +497,7 @@ public:
     [[nodiscard]] int ReadEnum(const QString& path, const QString& name, int defaultValue,
                                EnumValueName* table, int count);
     /// Writes an enumeration value by name. A value without a name is not written: what was there stays.
+    /// On a Settings this does not mark the store as changed: call Settings::MarkChanged afterwards.
     /// \param name   name of the attribute
     /// \param value  the value
     /// \param table  \p count rows; not owned
@@ -457,12 +505,14 @@ public:
     /// \param flags  whether the value is a set of bits, stored as names separated by ','
     void WriteEnum(const QString& name, int value, EnumValueName* table, int count, bool flags);
     /// \overload
+    /// On a Settings this does not mark the store as changed: call Settings::MarkChanged afterwards.
     /// \param name   name of the attribute
     /// \param value  the value
     /// \param table  first of \p count rows; not owned
     /// \param count  rows in \p table
     void WriteEnum(const QString& name, int value, EnumValueName* table, int count);
     /// \overload
+    /// On a Settings this does not mark the store as changed: call Settings::MarkChanged afterwards.
     /// \param path   node path of the element
     /// \param name   name of the attribute
     /// \param value  the value
@@ -472,6 +522,7 @@ public:
     void WriteEnum(const QString& path, const QString& name, int value, EnumValueName* table, int count,
                    bool flags);
     /// \overload
+    /// On a Settings this does not mark the store as changed: call Settings::MarkChanged afterwards.
     /// \param path   node path of the element
     /// \param name   name of the attribute
     /// \param value  the value
@@ -511,9 +562,11 @@ public:
     /// \return the bytes; empty if there are none
     [[nodiscard]] QByteArray ReadBuffer(const QString& path);
     /// Replaces the element's content by one CDATA section that holds the bytes as base64.
+    /// On a Settings this does not mark the store as changed: call Settings::MarkChanged afterwards.
     /// \param value  the value
     void WriteBuffer(const QByteArray& value);
     /// \overload
+    /// On a Settings this does not mark the store as changed: call Settings::MarkChanged afterwards.
     /// \param path   node path of the element
     /// \param value  the value
     void WriteBuffer(const QString& path, const QByteArray& value);
@@ -527,9 +580,11 @@ public:
     /// \return the text; empty if the first child is no text
     [[nodiscard]] QString ReadNodeText(const QString& path);
     /// Replaces the element's content by one text node.
+    /// On a Settings this does not mark the store as changed: call Settings::MarkChanged afterwards.
     /// \param text  the text
     void WriteNodeText(const QString& text);
     /// Replaces the element's content by one text node or CDATA section.
+    /// On a Settings this does not mark the store as changed: call Settings::MarkChanged afterwards.
     /// \param text   the text
     /// \param cdata  true for a CDATA section, false for plain text
     void WriteNodeText(const QString& text, bool cdata);
@@ -538,6 +593,7 @@ public:
     /// \param text  the text
     void WriteNodeText(const QString& path, const QString& text);
     /// Replaces the content of the element at a node path by one text node or CDATA section.
+    /// On a Settings this does not mark the store as changed: call Settings::MarkChanged afterwards.
     /// \param path   node path of the element
     /// \param text   the text
     /// \param cdata  true for a CDATA section, false for plain text
@@ -556,12 +612,14 @@ public:
     [[nodiscard]] QString ReadInnerXml(const QString& path);
     /// Parses markup and appends it to the element's content. If the document has no root element, a root
     /// "Root" is made to hold it.
+    /// On a Settings this does not mark the store as changed: call Settings::MarkChanged afterwards.
     /// \param xml  the markup
     /// \return false if the markup does not parse or holds nothing, or if there is a root element but no
     ///         cursor; the document is unchanged then
     bool WriteInnerXml(const QString& xml);
     /// \overload
     /// Missing elements of the path are created even if the markup then turns out not to parse.
+    /// On a Settings this does not mark the store as changed: call Settings::MarkChanged afterwards.
     /// \param path  node path of the element
     /// \param xml   the markup
     /// \return false if the markup does not parse or holds nothing
@@ -576,9 +634,11 @@ public:
     [[nodiscard]] QString ReadOuterXml(const QString& path);
 
     /// Appends a comment to the element's content; with no cursor, to the document after its declaration.
+    /// On a Settings this does not mark the store as changed: call Settings::MarkChanged afterwards.
     /// \param text  the text
     void WriteComment(const QString& text);
     /// \overload
+    /// On a Settings this does not mark the store as changed: call Settings::MarkChanged afterwards.
     /// \param path  node path of the element
     /// \param text  the text
     void WriteComment(const QString& path, const QString& text);
@@ -630,7 +690,9 @@ private:
                                    const QString& defaultValue) const;
     [[nodiscard]] QString ReadContentText(const QDomElement& element) const;
     void ReplaceContent(QDomElement element, const QDomNode& content);
+    /// On a Settings this does not mark the store as changed: call Settings::MarkChanged afterwards.
     void WriteContentText(const QDomElement& element, const QString& text, bool cdata);
+    /// On a Settings this does not mark the store as changed: call Settings::MarkChanged afterwards.
     void WriteContentBytes(const QDomElement& element, const QByteArray& value);
 
     void SetCursor(const QDomNode& node) const;
@@ -661,17 +723,29 @@ private:
 /// Each change through an operation of this class marks the store as changed and saves it, unless it was
 /// saved less than 31 seconds ago; what is still unsaved is written by the next change after that time, by
 /// Save, or by the destructor. There is no timer. The other operations of XmlFiler are reachable too, but
-/// do not mark the store as changed.
+/// do not mark the store as changed: call MarkChanged after WriteRect, WriteDouble, WriteBuffer and the like.
 ///
-/// A file that exists but cannot be opened or parsed leaves a new store empty, and the next save replaces
-/// it: check IsEmpty after construction if that matters to you. Such a store has no cursor: give it a root
-/// with CreateRoot, since otherwise each write with a relative path adds one more root element, and a file
-/// with several does not load.
+/// Open the file with OpenFile. It keeps a damaged file under another name and never overwrites a file that
+/// could not be read:
 ///
 /// \code
-/// Settings settings(path, u"Settings"_s);
+/// Settings settings;
+/// if (settings.OpenFile(path, u"Settings"_s) == Settings::FileState::SetAside)
+///     warn(settings.GetSetAsideFile());
 /// settings.WriteInt(u"Panel/Main"_s, u"Width"_s, 640);
+/// settings.WriteRect(u"Panel/Main"_s, u"Place"_s, place);
+/// settings.MarkChanged();
 /// \endcode
+///
+/// With the constructor and SetFile, a file that exists but cannot be opened or parsed leaves a new store
+/// empty, and the next save replaces it: check IsEmpty after construction. Such a store has no cursor: give
+/// it a root with CreateRoot, since otherwise each write with a relative path adds one more root element, and
+/// a file with several does not load.
+///
+/// \par Failures
+/// OpenFile returns how the file was found, GetLoadError why it could not be read. A failed save, a store
+/// that starts empty, and changes that are lost because nothing marked the store, are logged in the category
+/// `qvutil`.
 ///
 /// \par Threads
 /// One thread at a time. Two objects on one file are not coordinated: the later save wins.
@@ -685,7 +759,7 @@ public:
     /// \param file      the file that saves go to; may be empty
     /// \param rootName  name of a new root; "Root" if empty
     Settings(QString file, QString rootName);
-    /// Saves what is still unsaved. A failure is silent.
+    /// Saves what is still unsaved. A failure is logged, and so are changes that nothing marked.
     ~Settings() override;
     Q_DISABLE_COPY_MOVE(Settings)
 
@@ -707,6 +781,28 @@ public:
     /// \param file      the file that saves go to
     /// \param rootName  name of a new root; "Root" if empty
     void SetFile(QString file, QString rootName);
+
+    /// What OpenFile found.
+    enum class FileState {
+        New, ///< there is no such file; the first save makes it
+        Loaded, ///< the file was read
+        SetAside, ///< the file was damaged and has another name now, GetSetAsideFile; the store is empty
+        Unreadable, ///< the file could not be read, or not be renamed; the store is empty and has no file
+    };
+    /// Changes the file that saves go to, and replaces the content of the store by that of the file. Unless
+    /// it is loaded, the store holds only the root \p rootName afterwards. Changes that were not saved before
+    /// are dropped. Writes no file.
+    ///
+    /// A file that does not parse is renamed to "FILE.damaged" ("FILE.damaged-2" and so on if that exists),
+    /// so that the next save does not destroy what can still be rescued. A file that exists but cannot be
+    /// opened or read, perhaps only for now, is left alone: nothing is saved until a file is named again.
+    /// \param file      the file that saves go to
+    /// \param rootName  name of a new root; "Root" if empty
+    /// \return how the file was found; after SetAside and Unreadable, GetLoadError returns the reason
+    FileState OpenFile(const QString& file, const QString& rootName);
+    /// Returns the name under which the last OpenFile kept a damaged file.
+    /// \return the path; empty unless that OpenFile returned SetAside
+    [[nodiscard]] QString GetSetAsideFile() const;
 
     /// See XmlFiler::ReadBoolean.
     /// \param path          node path of the element
@@ -771,15 +867,19 @@ public:
     /// \param path  node path of the element
     void DeleteNode(const QString& path);
 
-    /// Saves the store if it is marked as changed. A failure is silent and leaves the mark.
+    /// Marks the store as changed and saves it when due. To be called after writes that do not do so
+    /// themselves, such as WriteRect, WriteDouble, WriteEnum and WriteBuffer.
+    void MarkChanged();
+    /// Saves the store if it is marked as changed. A failure is logged and leaves the mark.
     void Save();
-    /// Saves the store, changed or not. A failure is silent and leaves the mark.
+    /// Saves the store, changed or not. A failure is logged and leaves the mark.
     void SaveInternal();
     /// Saves the store if it is marked as changed and was last saved 31 seconds ago or more, or never.
     void AutoSave();
 
 private:
-    void MarkChanged();
+    void NoteSavedContent();
+    void WarnOfLostChanges();
 
     bool mDirty = false;
     QString mSettingsFile;
@@ -798,6 +898,10 @@ private:
 ///
 /// The file is read at the first translation. After that, naming another file with SetXlfFile leaves the
 /// object without translations: make a new object for another file.
+///
+/// \par Failures
+/// A file that is missing, malformed or without translations is logged in the category `qvutil`; its texts
+/// stay untranslated.
 ///
 /// \par Threads
 /// One thread at a time: Translate is const, but reads the file when it is first called.

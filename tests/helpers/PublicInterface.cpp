@@ -4,7 +4,10 @@
 // Compiled, and never run: the operations have the very types that hosts were written against. A host may
 // keep pointers to them, call the const ones on a const object, and is made of C++17.
 
+#include <qvutil/BooleanExpressionEvaluator.h>
 #include <qvutil/GeneralUtil.h>
+#include <qvutil/Settings.h>
+#include <qvutil/XlfTranslator.h>
 #include <qvutil/XmlFiler.h>
 
 #include <type_traits>
@@ -46,6 +49,9 @@ static_assert(kHas<void (XmlFiler::*)(), &XmlFiler::DeleteChildNodes>);
 static_assert(kHas<void (XmlFiler::*)(Name), &XmlFiler::DeleteChildNodes>);
 static_assert(kHas<QDomNode (XmlFiler::*)() const, &XmlFiler::GetCurrentNode>);
 static_assert(kHas<QString (XmlFiler::*)() const, &XmlFiler::GetCurrentNodePath>);
+static_assert(kHas<QString (XmlFiler::*)() const, &XmlFiler::GetCurrentNodeName>);
+static_assert(kHas<QStringList (XmlFiler::*)() const, &XmlFiler::GetAttributeNames>);
+static_assert(kHas<XmlLoadError (XmlFiler::*)() const, &XmlFiler::GetLoadError>);
 static_assert(kHas<void (XmlFiler::*)() const, &XmlFiler::PushCurrentNode>);
 static_assert(kHas<void (XmlFiler::*)() const, &XmlFiler::PopCurrentNode>);
 static_assert(kHas<QString XmlFiler::*, &XmlFiler::ExtraText>);
@@ -168,10 +174,25 @@ static_assert(kHas<void (Settings::*)(Name), &Settings::DeleteNode>);
 static_assert(kHas<void (Settings::*)(), &Settings::Save>);
 static_assert(kHas<void (Settings::*)(), &Settings::SaveInternal>);
 static_assert(kHas<void (Settings::*)(), &Settings::AutoSave>);
+static_assert(kHas<void (Settings::*)(), &Settings::MarkChanged>);
+static_assert(kHas<Settings::FileState (Settings::*)(Name, Name), &Settings::OpenFile>);
+static_assert(kHas<QString (Settings::*)() const, &Settings::GetSetAsideFile>);
 static_assert(kHas<int (XmlFiler::*)(Name, int) const, &Settings::ReadInt>);
 static_assert(kHas<void (XmlFiler::*)(Name, Name), &Settings::WriteString>);
 static_assert(kHas<void (XmlFiler::*)(Name, Name, bool), &Settings::WriteNodeText>);
 static_assert(kHas<void (XmlFiler::*)(), &Settings::DeleteNode>);
+
+// Conditions: a function pointer as ever, and function objects with a state
+
+using Callback = bool (*)(Name, bool&);
+static_assert(std::is_same_v<BooleanExpressionEvaluator::OperandCallback, Callback>);
+static_assert(std::is_constructible_v<BooleanExpressionEvaluator, Callback>);
+static_assert(std::is_constructible_v<BooleanExpressionEvaluator, std::nullptr_t>);
+static_assert(std::is_constructible_v<BooleanExpressionEvaluator, std::function<bool(Name, bool&)>>);
+static_assert(!std::is_constructible_v<BooleanExpressionEvaluator, std::function<bool(bool&)>>);
+static_assert(!std::is_constructible_v<BooleanExpressionEvaluator, int>);
+static_assert(!std::is_convertible_v<Callback, BooleanExpressionEvaluator>);
+static_assert(std::is_copy_constructible_v<BooleanExpressionEvaluator>);
 
 // Digests, sizes and debug output
 

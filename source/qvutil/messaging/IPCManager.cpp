@@ -80,7 +80,12 @@ private:
 };
 
 IPCManager::IPCManager()
-    : mPrivate(std::make_unique<Private>(*this))
+    : IPCManager(nullptr)
+{ }
+
+IPCManager::IPCManager(QObject* parent)
+    : QObject(parent)
+    , mPrivate(std::make_unique<Private>(*this))
 { }
 
 IPCManager::~IPCManager()

@@ -214,7 +214,10 @@ bool ReplaceFile(const QString& path, const QByteArray& content)
     if (!target)
         return false;
     const int error = ReplaceRegularFile(*target, exists ? &old : nullptr, content);
-    return error == 0 || (MayBeWrittenDirectly(error) && WriteDirectly(path, content));
+    if (error == 0 || (MayBeWrittenDirectly(error) && WriteDirectly(path, content)))
+        return true;
+    errno = error;
+    return false;
 }
 
 QStringList FindAbandonedFiles(const QString& path)

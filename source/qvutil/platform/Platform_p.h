@@ -59,7 +59,8 @@ namespace Quorvin::Util::Platform {
 /// The new content goes to the hidden file ".NAME.saving" beside the target (".NAME.saving1" and so on while
 /// that is in use), under a lock. One that a killed process left is removed by the next save of the same
 /// file.
-/// \return false if the file cannot be opened for writing or not every byte could be written
+/// \return false if the file cannot be opened for writing or not every byte could be written; errno is the
+///         reason then
 bool ReplaceFile(const QString& path, const QByteArray& content);
 
 /// Finds the temporary files that killed saves of a file have left beside it. The next save removes them.

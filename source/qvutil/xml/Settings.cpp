@@ -4,16 +4,44 @@
 #include "XmlFiler.h"
 
 #include "base/Clock_p.h"
+#include "base/Logging_p.h"
 
 #include <QFile>
+#include <QFileInfo>
 
+#include <filesystem>
 #include <utility>
+
+using namespace Qt::StringLiterals;
 
 namespace Quorvin::Util {
 namespace {
 
 constexpr qint64 kAutoSaveSeconds = 31;
 constexpr qint64 kMSecsPerSecond = 1000;
+constexpr int kMaxSetAsideFiles = 1000;
+
+// Whether there certainly is no such file. A folder that must not be searched says nothing about its files.
+bool IsMissing(const QString& file)
+{
+    std::error_code error;
+    const std::filesystem::path path(QFile::encodeName(file).toStdString());
+    return std::filesystem::status(path, error).type() == std::filesystem::file_type::not_found;
+}
+
+// Renames a file to a name that is not taken. \return the new name; empty if it cannot be renamed
+QString SetAside(const QString& file)
+{
+    // The file that a link leads to, so that the link goes on leading to the settings.
+    const QString path = QFileInfo(file).canonicalFilePath();
+    for (int number = 1; number <= kMaxSetAsideFiles; ++number) {
+        const QString name = path + (number == 1 ? u".damaged"_s : u".damaged-%1"_s.arg(number));
+        if (QFileInfo::exists(name))
+            continue;
+        return QFile::rename(path, name) ? name : QString();
+    }
+    return {};
+}
 
 } // namespace
 
@@ -22,6 +50,10 @@ struct Settings::Private
     // Milliseconds since 1970 in UTC; empty until the first save. A number, since making a QDateTime of
     // the local time costs forty times as much as reading the clock, and every write asks.
     std::optional<qint64> LastSaved;
+    QString SetAsideFile;
+    // The content as it was last loaded or saved; kept only while somebody would see what it is good for, the
+    // warning about changes that are lost.
+    std::optional<QString> SavedContent;
 };
 
 Settings::Settings()
@@ -37,6 +69,7 @@ Settings::Settings(QString file, QString rootName)
 Settings::~Settings()
 {
     Save();
+    WarnOfLostChanges();
 }
 
 void Settings::SetFile(QString file, QString rootName)
@@ -46,6 +79,45 @@ void Settings::SetFile(QString file, QString rootName)
         LoadFromXmlFile(mSettingsFile);
     else
         CreateRoot(rootName);
+    NoteSavedContent();
+}
+
+Settings::FileState Settings::OpenFile(const QString& file, const QString& rootName)
+{
+    mPrivate->SetAsideFile.clear();
+    mPrivate->LastSaved.reset();
+    mDirty = false;
+    mSettingsFile = file;
+    FileState state = FileState::New;
+    if (!IsMissing(file)) {
+        if (LoadFromXmlFile(file))
+            state = FileState::Loaded;
+        else if (GetLoadError().Line > 0)
+            mPrivate->SetAsideFile = SetAside(file);
+        if (state != FileState::Loaded)
+            state = mPrivate->SetAsideFile.isEmpty() ? FileState::Unreadable : FileState::SetAside;
+    }
+    if (state != FileState::Loaded) {
+        Reset();
+        CreateRoot(rootName);
+    }
+    if (state == FileState::SetAside) {
+        qCWarning(Internal::lcQvUtil,
+                  "the settings in %ls are damaged and kept as %ls; the store starts empty",
+                  qUtf16Printable(file), qUtf16Printable(mPrivate->SetAsideFile));
+    } else if (state == FileState::Unreadable) {
+        qCWarning(Internal::lcQvUtil,
+                  "the settings in %ls cannot be read; the store starts empty and is not saved",
+                  qUtf16Printable(file));
+        mSettingsFile.clear();
+    }
+    NoteSavedContent();
+    return state;
+}
+
+QString Settings::GetSetAsideFile() const
+{
+    return mPrivate->SetAsideFile;
 }
 
 bool Settings::ReadBoolean(const QString& path, const QString& name, bool defaultValue) const
@@ -127,6 +199,30 @@ void Settings::SaveInternal()
         return;
     mDirty = false;
     mPrivate->LastSaved = Internal::CurrentMSecsSinceEpoch();
+    NoteSavedContent();
+}
+
+void Settings::NoteSavedContent()
+{
+    mPrivate->SavedContent.reset();
+    if (Internal::lcQvUtil().isWarningEnabled())
+        mPrivate->SavedContent = SaveAsXmlString();
+}
+
+void Settings::WarnOfLostChanges()
+{
+    if (mSettingsFile.isEmpty() || !Internal::lcQvUtil().isWarningEnabled())
+        return;
+    if (mDirty) {
+        qCWarning(Internal::lcQvUtil, "changes of the settings in %ls could not be saved and are lost",
+                  qUtf16Printable(mSettingsFile));
+    } else if (mPrivate->SavedContent && *mPrivate->SavedContent != SaveAsXmlString()) {
+        qCWarning(
+            Internal::lcQvUtil,
+            "changes of the settings in %ls are lost: WriteRect, WriteDouble and the like do not mark the "
+            "store as changed; call MarkChanged after them",
+            qUtf16Printable(mSettingsFile));
+    }
 }
 
 void Settings::AutoSave()

@@ -3,6 +3,8 @@
 
 #include "XmlFiler.h"
 
+#include "base/Logging_p.h"
+
 #include <QFileInfo>
 
 #include <utility>
@@ -77,8 +79,12 @@ void XlfTranslator::ParseXlfFile()
 void XlfTranslator::Parse() const
 {
     XmlFiler filer;
-    if (!filer.LoadFromXmlFile(mXlfFile) || !filer.MoveToFirstChild())
+    if (!filer.LoadFromXmlFile(mXlfFile))
+        return; // the load has logged why
+    if (!filer.MoveToFirstChild()) {
+        qCWarning(Internal::lcQvUtil, "%ls holds no translations", qUtf16Printable(mXlfFile));
         return;
+    }
     mPrivate.reset();
     do {
         const QString name = QFileInfo(filer.ReadString(u"original"_s, QString())).fileName();
@@ -90,6 +96,8 @@ void XlfTranslator::Parse() const
             mTable.insert(name.toLower(), ReadUnits<Units>(filer));
         filer.PopCurrentNode();
     } while (filer.MoveToNextSibling());
+    if (mTable.isEmpty())
+        qCWarning(Internal::lcQvUtil, "%ls holds no translations", qUtf16Printable(mXlfFile));
 }
 
 const XlfTranslator::Units& XlfTranslator::FindUnits(const QString& context) const

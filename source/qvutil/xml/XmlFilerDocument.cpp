@@ -11,6 +11,7 @@
 
 #include <QFile>
 
+#include <cerrno>
 #include <new>
 
 using namespace Qt::StringLiterals;
@@ -30,8 +31,18 @@ void WarnOfUnreadableDocument(const QString& path, const QByteArray& document)
                   qUtf16Printable(path), problem->Line, qUtf16Printable(problem->Reason));
 }
 
-// The whole file, a device that never ends included; nothing, and a line in the log, if it cannot be read.
-std::optional<QByteArray> ReadAll(QFile& file)
+void LogLoadError(const QString& name, const XmlLoadError& error)
+{
+    if (error.Line > 0)
+        qCWarning(Internal::lcQvUtil, "%ls does not load: line %d, column %d: %ls", qUtf16Printable(name),
+                  error.Line, error.Column, qUtf16Printable(error.Text));
+    else
+        qCWarning(Internal::lcQvUtil, "%ls does not load: %ls", qUtf16Printable(name),
+                  qUtf16Printable(error.Text));
+}
+
+// The whole file, a device that never ends included; nothing, and the reason, if it cannot be read.
+std::optional<QByteArray> ReadAll(QFile& file, XmlLoadError& error)
 {
     constexpr qint64 kPieceSize = 1024 * 1024;
     // A file may also grow while it is read, or be no regular file, of which the size says nothing.
@@ -45,33 +56,34 @@ std::optional<QByteArray> ReadAll(QFile& file)
         }
     }
     if (file.size() > Internal::kMaxFileSize || content.size() > Internal::kMaxFileSize) {
-        qCWarning(Internal::lcQvUtil, "%ls does not load: it is larger than 1 GiB",
-                  qUtf16Printable(file.fileName()));
+        error.Text = u"it is larger than 1 GiB"_s;
         return std::nullopt;
     }
     if (file.error() != QFileDevice::NoError) {
-        qCWarning(Internal::lcQvUtil, "%ls does not load: %ls", qUtf16Printable(file.fileName()),
-                  qUtf16Printable(file.errorString()));
+        error.Text = file.errorString();
         return std::nullopt;
     }
     return content;
 }
 
-// Parses the text that read gives, if it gives one.
-template <typename Read> bool Fill(QDomDocument& document, Read read, const QString& name)
+// Parses the text that read gives, if it gives one. After a failure, error and the log say why.
+template <typename Read>
+bool Fill(QDomDocument& document, Read read, const QString& name, XmlLoadError& error)
 {
+    error = {};
     try {
-        const auto xml = read();
-        if (!xml)
-            return false;
-        const std::optional<Internal::XmlProblem> problem = Internal::FindXmlProblem(*xml);
-        if (!problem)
-            return static_cast<bool>(document.setContent(*xml));
-        qCWarning(Internal::lcQvUtil, "%ls does not load: line %lld, column %lld: %ls", qUtf16Printable(name),
-                  problem->Line, problem->Column, qUtf16Printable(problem->Reason));
+        if (const auto xml = read(error)) {
+            const std::optional<Internal::XmlProblem> problem = Internal::FindXmlProblem(*xml);
+            if (!problem && document.setContent(*xml))
+                return true;
+            const Internal::XmlProblem reason
+                = problem.value_or(Internal::XmlProblem{.Reason = u"it is not well formed"_s});
+            error = {reason.Reason, static_cast<int>(reason.Line), static_cast<int>(reason.Column)};
+        }
     } catch (const std::bad_alloc&) {
-        qCWarning(Internal::lcQvUtil, "%ls does not load: out of memory", qUtf16Printable(name));
+        error = {u"out of memory"_s, 0, 0};
     }
+    LogLoadError(name, error);
     return false;
 }
 
@@ -87,18 +99,22 @@ XmlFiler::~XmlFiler() = default;
 
 bool XmlFiler::LoadFromXmlFile(const QString& path)
 {
-    if (!QFile::exists(path))
+    if (!QFile::exists(path)) {
+        mPrivate->LoadError = {u"there is no such file"_s, 0, 0};
+        LogLoadError(path, mPrivate->LoadError);
         return false;
+    }
     QFile file(path);
     if (!file.open(QIODevice::ReadOnly)) {
+        mPrivate->LoadError = {file.errorString(), 0, 0};
         GeneralUtil::OutputDebugString(u"XmlFiler: Failed to open file %1. %2 (Error code: %3)"_s.arg(path)
                                            .arg(file.errorString())
                                            .arg(static_cast<int>(file.error())));
         return false;
     }
     RemoveContent();
-    if (!FinishLoad(Fill(
-            mDocument, [&file] { return ReadAll(file); }, path)))
+    const auto read = [&file](XmlLoadError& error) { return ReadAll(file, error); };
+    if (!FinishLoad(Fill(mDocument, read, path, mPrivate->LoadError)))
         return false;
     mFilePath = path;
     return true;
@@ -107,8 +123,13 @@ bool XmlFiler::LoadFromXmlFile(const QString& path)
 bool XmlFiler::LoadFromXmlString(const QString& xml)
 {
     RemoveContent();
-    return FinishLoad(Fill(
-        mDocument, [&xml] { return std::optional(xml); }, u"a text"_s));
+    const auto read = [&xml](XmlLoadError&) { return std::optional(xml); };
+    return FinishLoad(Fill(mDocument, read, u"a text"_s, mPrivate->LoadError));
+}
+
+XmlLoadError XmlFiler::GetLoadError() const
+{
+    return mPrivate->LoadError;
 }
 
 void XmlFiler::RemoveContent()
@@ -131,8 +152,13 @@ bool XmlFiler::SaveAsXmlFile(const QString& path)
     if (IsEmpty())
         return false;
     const QByteArray content = Internal::WriteXmlFile(mDocument);
-    if (!Platform::ReplaceFile(path, content))
+    errno = 0;
+    if (!Platform::ReplaceFile(path, content)) {
+        const int error = errno;
+        qCWarning(Internal::lcQvUtil, "%ls is not saved: %ls", qUtf16Printable(path),
+                  qUtf16Printable(error != 0 ? qt_error_string(error) : u"this is no name of a file"_s));
         return false;
+    }
     WarnOfUnreadableDocument(path, content);
     return true;
 }

@@ -220,6 +220,22 @@ QString XmlFiler::GetCurrentNodePath() const
     return names.isEmpty() ? QString() : u'/' + names.join(u'/');
 }
 
+QString XmlFiler::GetCurrentNodeName() const
+{
+    return CurrentElement().tagName();
+}
+
+QStringList XmlFiler::GetAttributeNames() const
+{
+    const QDomNamedNodeMap attributes = CurrentElement().attributes();
+    QStringList names;
+    names.reserve(attributes.count());
+    for (int i = 0; i < attributes.count(); ++i)
+        names.append(attributes.item(i).nodeName());
+    names.sort();
+    return names;
+}
+
 void XmlFiler::PushCurrentNode() const
 {
     mNodeStack.append(mCurrentNode);

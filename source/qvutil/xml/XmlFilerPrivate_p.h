@@ -21,6 +21,7 @@ struct XmlFiler::Private
 
     Internal::PathCache Paths;
     Internal::DetachedTrees Detached;
+    XmlLoadError LoadError;
 };
 
 } // namespace Quorvin::Util

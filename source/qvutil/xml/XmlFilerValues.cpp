@@ -3,6 +3,7 @@
 
 #include "XmlFiler.h"
 
+#include "base/Logging_p.h"
 #include "base/QtCompat_p.h"
 #include "xml/XmlRules_p.h"
 
@@ -334,8 +335,28 @@ QString XmlFiler::ReadText(const QDomElement& element, const QString& name, cons
     return text.isEmpty() ? defaultValue : Translate(text);
 }
 
+namespace {
+
+// Two texts are a name and a value, but easily mistaken for a path and a name. It looks like a mistake if the
+// first one leads to an element that has an attribute called like the second one.
+void WarnOfPathWithoutName(const QDomElement& cursor, const QDomElement& element, const QString& first,
+                           const QString& second, const char* remedy)
+{
+    if (!first.isEmpty() && !second.isEmpty() && element != cursor && element.hasAttribute(second))
+        qCWarning(
+            Internal::lcQvUtil,
+            "\"%ls\" was taken for the name of an attribute, though an element \"%ls\" has an attribute "
+            "\"%ls\": %s",
+            qUtf16Printable(first), qUtf16Printable(first), qUtf16Printable(second), remedy);
+}
+
+} // namespace
+
 QString XmlFiler::ReadString(const QString& name, const QString& defaultValue) const
 {
+    if (Internal::lcQvUtil().isWarningEnabled() && !CurrentElement().hasAttribute(name))
+        WarnOfPathWithoutName(CurrentElement(), ElementAt(name), name, defaultValue,
+                              "to read by path, give path, name and default");
     return ReadText(CurrentElement(), name, defaultValue);
 }
 
@@ -349,6 +370,9 @@ QString XmlFiler::ReadString(const QString& path, const QString& name, const QSt
 void XmlFiler::WriteString(const QString& name, const QString& value)
 {
     Internal::WarnOfNonXmlCharacters(value);
+    if (Internal::lcQvUtil().isWarningEnabled() && !CurrentElement().hasAttribute(name))
+        WarnOfPathWithoutName(CurrentElement(), ElementAt(name), name, value,
+                              "to write by path, give path, name and value");
     CurrentElement().setAttribute(name, value);
 }
 
