@@ -83,6 +83,8 @@ packages_of()
             echo icu4c libxml2 shared-mime-info ;;
         demo:debian | demo:brew)
             echo shared-mime-info ;;
+        pictures:debian)
+            echo fonts-dejavu-core fonts-vlgothic ;;
         bench:debian)
             echo dbus libbenchmark-dev libicu-dev libkf5config-dev libmuparser-dev python3-matplotlib \
                 qt6-remoteobjects-dev ;;

@@ -43,7 +43,7 @@ def page_of(path, folder):
 
 def copied(path, folder):
     name = re.sub(r"^(\.\./)+", "", path)
-    for file in (name, f"{name}/main.cpp", f"{name}/CMakeLists.txt"):
+    for file in (name, f"docs/{name}", f"{name}/main.cpp", f"{name}/CMakeLists.txt"):
         if (ROOT / file).is_file():
             (folder / file).parent.mkdir(parents=True, exist_ok=True)
             shutil.copyfile(ROOT / file, folder / file)

@@ -4,7 +4,7 @@
 // Keeps settings in a file from one run to the next.
 
 //! [program]
-#include <qvutil/XmlFiler.h>
+#include <qvutil/Settings.h>
 
 #include <QTextStream>
 
@@ -13,7 +13,9 @@ using Quorvin::Util::Settings;
 
 int main()
 {
-    Settings settings(u"settings.xml"_s, u"Settings"_s);
+    Settings settings;
+    if (settings.OpenFile(u"settings.xml"_s, u"Settings"_s) == Settings::FileState::SetAside)
+        qWarning("the damaged settings are kept as %ls", qUtf16Printable(settings.GetSetAsideFile()));
 
     const int runs = settings.ReadInt(u"Program"_s, u"Runs"_s, 0);
     const int width = settings.ReadInt(u"Panel/Main"_s, u"Width"_s, 320);

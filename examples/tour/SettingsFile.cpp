@@ -3,7 +3,7 @@
 
 #include "Sections.h"
 
-#include <qvutil/XmlFiler.h>
+#include <qvutil/Settings.h>
 
 using namespace Qt::StringLiterals;
 using Quorvin::Util::Settings;
@@ -11,7 +11,8 @@ using Quorvin::Util::Settings;
 bool ShowSettings(Transcript& transcript, const Folders& folders)
 {
     const QString file = folders.Work + u"/tour-settings.xml"_s;
-    Settings settings(file, u"Tour"_s);
+    Settings settings;
+    settings.OpenFile(file, u"Tour"_s);
     const int runs = settings.ReadInt(u"Runs"_s, u"Count"_s, 0);
     transcript.Heading(u"Settings in a file, run %1: %2"_s.arg(runs + 1).arg(file));
 

@@ -1,0 +1,92 @@
+// SPDX-FileCopyrightText: 2026 The QvUtil developers
+// SPDX-License-Identifier: MIT
+
+#include "Language.h"
+
+#include <qvutil/GeneralUtil.h>
+#include <qvutil/LocaleUtil.h>
+
+#include <QCoreApplication>
+#include <QLibraryInfo>
+
+using namespace Qt::StringLiterals;
+using Quorvin::Util::GeneralUtil;
+using Quorvin::Util::LocaleUtil;
+using Quorvin::Util::XlfTranslator;
+
+namespace {
+
+struct Choice
+{
+    QLatin1StringView Code;
+    QLatin1StringView LocaleName; // where the user's own locale is one of another language
+};
+
+constexpr Choice kChoices[] = {{"en"_L1, "en-US"_L1}, {"de"_L1, "de-DE"_L1}, {"ja"_L1, "ja-JP"_L1}};
+
+// The user's locale if it is of that language ("de-AT" for "de"), else the usual one.
+QString LocaleNameFor(const Choice& choice)
+{
+    const QString own = LocaleUtil::GetCurrentUserLocale();
+    return own.section(u'-', 0, 0) == choice.Code ? own : QString(choice.LocaleName);
+}
+
+const Choice& FindChoice(const QString& code)
+{
+    for (const Choice& choice : kChoices) {
+        if (choice.Code == code)
+            return choice;
+    }
+    return kChoices[0];
+}
+
+} // namespace
+
+Language::Language(QString dataFolder, QObject* parent)
+    : QObject(parent)
+    , mDataFolder(std::move(dataFolder))
+{
+    Select({});
+}
+
+//! [select]
+void Language::Select(const QString& code)
+{
+    const Choice& choice
+        = FindChoice(code.isEmpty() ? LocaleUtil::GetCurrentUserLocale().section(u'-', 0, 0) : code);
+    mCode = choice.Code;
+    mLocale = QLocale(LocaleNameFor(choice));
+
+    // A translator belongs to one file. The documents may still point to the old one until Changed.
+    const std::unique_ptr<XlfTranslator> old = std::move(mTranslator);
+    if (mCode != "en"_L1)
+        mTranslator = std::make_unique<XlfTranslator>(mDataFolder + u"/Waypost.%1.xlf"_s.arg(mCode));
+    InstallQtTranslations();
+    Q_EMIT Changed();
+}
+//! [select]
+
+//! [qt]
+// The buttons of file dialogs and the like are Qt's own texts. They come from Qt's translations by the usual
+// QTranslator, which goes well with the XlfTranslator of the documents.
+void Language::InstallQtTranslations()
+{
+    QCoreApplication::removeTranslator(&mQtTexts);
+    if (mQtTexts.load(u"qtbase_"_s + mCode, QLibraryInfo::path(QLibraryInfo::TranslationsPath)))
+        QCoreApplication::installTranslator(&mQtTexts);
+}
+//! [qt]
+
+//! [find]
+QString Language::FindFile(const QString& name, const QString& folder) const
+{
+    const Choice& choice = FindChoice(mCode);
+    // Only the full name of a locale counts, so the fallbacks are ours: de-AT, then de-DE, then en-US.
+    for (const QString& locale : {LocaleNameFor(choice), QString(choice.LocaleName), u"en-US"_s}) {
+        const QString file = GeneralUtil::FindLocaleFile(name, locale, folder);
+        if (!file.isEmpty())
+            return file;
+    }
+    return {};
+}
+//! [find]

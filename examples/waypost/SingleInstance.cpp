@@ -1,0 +1,80 @@
+// SPDX-FileCopyrightText: 2026 The QvUtil developers
+// SPDX-License-Identifier: MIT
+
+#include "SingleInstance.h"
+
+#include <QDeadlineTimer>
+#include <QLockFile>
+
+#include <algorithm>
+
+using namespace Qt::StringLiterals;
+using Quorvin::Util::IPCManager;
+
+namespace {
+
+constexpr int kPatienceMs = 5000;
+constexpr int kFirstTryMs = 50;
+constexpr int kLongestTryMs = 800;
+
+// Asks the first instance, once. A manager tries to connect once a second, so each try has a new one.
+//! [handover]
+bool HandOver(const QString& name, const QStringList& files, int timeoutMs)
+{
+    IPCManager manager;
+    manager.ConnectToServer(name, QIODeviceBase::ReadWrite);
+    if (!manager.WaitForConnectionToServer(name, timeoutMs))
+        return false;
+    QVariantMap answer;
+    manager.SendMessageAndGetResponse(name, u"Open"_s, {{u"Files"_s, files}}, answer, timeoutMs);
+    return answer.value(u"Taken"_s).toBool(); // an answer without it comes from nobody
+}
+//! [handover]
+
+} // namespace
+
+//! [claim]
+SingleInstance::Outcome SingleInstance::Claim(QLockFile& lock, const QString& name, const QStringList& files)
+{
+    lock.setStaleLockTime(0); // a lock is stale when its process has died, and not after some time
+    const QDeadlineTimer deadline(kPatienceMs);
+    for (int timeoutMs = kFirstTryMs; !deadline.hasExpired();
+         timeoutMs = std::min(2 * timeoutMs, kLongestTryMs)) {
+        if (lock.tryLock(0))
+            return Outcome::First;
+        // Whoever holds the lock may still be starting and not listen yet, or be ending: so both are tried
+        // by turns.
+        if (HandOver(name, files, timeoutMs))
+            return Outcome::HandedOver;
+    }
+    return Outcome::NoAnswer;
+}
+//! [claim]
+
+//! [listen]
+SingleInstance::SingleInstance(const QString& name, QObject* parent)
+    : QObject(parent)
+    , mManager(this)
+{
+    mManager.AddMessageResponder(this);
+    mManager.StartServer(name, QIODeviceBase::ReadWrite);
+}
+
+SingleInstance::~SingleInstance()
+{
+    mManager.RemoveMessageResponder(this);
+}
+
+bool SingleInstance::HandleMessage(const QString& messageId, const QVariantMap& params,
+                                   QVariantMap& responseParams)
+{
+    if (messageId != "Open"_L1)
+        return false;
+    responseParams.insert(u"Taken"_s, true);
+    // Opening takes time, and may ask the user something: the other process need not wait for that.
+    const QStringList files = params.value(u"Files"_s).toStringList();
+    QMetaObject::invokeMethod(
+        this, [this, files] { Q_EMIT FilesReceived(files); }, Qt::QueuedConnection);
+    return true;
+}
+//! [listen]

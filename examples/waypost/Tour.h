@@ -1,0 +1,110 @@
+// SPDX-FileCopyrightText: 2026 The QvUtil developers
+// SPDX-License-Identifier: MIT
+
+#ifndef WAYPOST_TOUR_H
+#define WAYPOST_TOUR_H
+
+#include <QByteArray>
+#include <QDateTime>
+#include <QList>
+#include <QRect>
+#include <QString>
+
+#include <optional>
+
+namespace Quorvin::Util {
+class XmlFiler;
+}
+
+enum class PointKind {
+    Track, // on the way, without a name
+    Start,
+    Summit,
+    Hut,
+    View,
+    Water,
+    End,
+};
+
+struct Point
+{
+    QString Name;
+    PointKind Kind = PointKind::Track;
+    double Latitude = 0; // degrees
+    double Longitude = 0; // degrees
+    double Elevation = 0; // metres
+
+    bool operator==(const Point&) const = default;
+};
+
+enum class TourKind {
+    Hike,
+    Climb,
+    Ski,
+    Ride,
+};
+
+/// Why a tour could not be loaded.
+struct TourError
+{
+    enum class Reason {
+        Unreadable, // no such file, or it cannot be opened
+        Damaged, // not well-formed; Line and Column say where
+        NotATour, // a document of another kind
+    };
+
+    Reason Why = Reason::Unreadable;
+    QString Text;
+    int Line = 0;
+    int Column = 0;
+};
+
+/// A tour: what one file holds. A plain value.
+struct Tour
+{
+    QString Name;
+    QDateTime Date;
+    TourKind Kind = TourKind::Hike;
+    QString Notes;
+    QList<Point> Points;
+    QRect Section; // of the map, in metres east and south of the first point; null for all of the tour
+    QByteArray Thumbnail; // PNG
+
+    bool operator==(const Tour&) const = default;
+
+    /// \return length of the way in metres
+    [[nodiscard]] double Length() const;
+    /// \return metres climbed
+    [[nodiscard]] double Ascent() const;
+
+    /// Loads a tour from a file.
+    /// \param error  receives the reason of a failure
+    /// \return nothing if the file does not hold a tour
+    static std::optional<Tour> Load(const QString& file, TourError& error);
+    /// Saves the tour. The file is the old or the new one, whatever happens meanwhile.
+    /// \return false if it cannot be written
+    [[nodiscard]] bool Save(const QString& file) const;
+
+    /// Reads a tour from text, as another process sends it.
+    static std::optional<Tour> FromXml(const QString& xml);
+    [[nodiscard]] QString ToXml() const;
+
+    /// Writes the track and the waypoints in the format that navigation devices read.
+    /// \return false if the file cannot be written
+    [[nodiscard]] bool ExportGpx(const QString& file) const;
+
+    /// The names of the kinds in files.
+    static QString NameOf(PointKind kind);
+    static QString NameOf(TourKind kind);
+    static PointKind PointKindOf(const QString& name);
+    static TourKind TourKindOf(const QString& name);
+
+private:
+    [[nodiscard]] bool ReadFrom(Quorvin::Util::XmlFiler& filer);
+    void WriteTo(Quorvin::Util::XmlFiler& filer) const;
+};
+
+/// \return metres between two points, along the ground
+double Distance(const Point& from, const Point& to);
+
+#endif // WAYPOST_TOUR_H

@@ -1,0 +1,183 @@
+// SPDX-FileCopyrightText: 2026 The QvUtil developers
+// SPDX-License-Identifier: MIT
+
+#include "WindowGrid.h"
+
+#include <qvutil/GeneralUtil.h>
+
+#include <QCoreApplication>
+#include <QPointer>
+
+#include <algorithm>
+#include <chrono>
+#include <utility>
+
+using namespace Qt::StringLiterals;
+using namespace std::chrono_literals;
+using Quorvin::Util::GeneralUtil;
+using Quorvin::Util::IPCManager;
+using Quorvin::Util::ProcessInfo;
+
+namespace {
+
+constexpr auto kLookAround = 500ms;
+constexpr auto kPatience = 4s;
+constexpr auto kAskAgain = 100ms;
+constexpr int kAnswerMs = 2000;
+
+} // namespace
+
+//! [join]
+WindowGrid::WindowGrid(const QString& grid, QObject* parent)
+    : QObject(parent)
+    , mManager(this)
+{
+    mManager.AddMessageResponder(this);
+    // Enters this process and starts its server. It connects to the oldest member, too, and keeps that
+    // member's only place for a client: so disconnect, and leave the place to whoever has something to say.
+    mManager.CreateGridConnection(grid, QIODeviceBase::ReadWrite);
+    mManager.DisconnectFromServer({});
+
+    // A grid has no signal for members that come and go.
+    connect(&mTimer, &QTimer::timeout, this, &WindowGrid::LookAround);
+    mTimer.start(kLookAround);
+    LookAround();
+}
+//! [join]
+
+WindowGrid::~WindowGrid()
+{
+    mManager.RemoveMessageResponder(this);
+}
+
+//! [look]
+void WindowGrid::LookAround()
+{
+    QList<Window> others;
+    const QList<ProcessInfo> members = mManager.ReadFromSharedMemory();
+    for (const ProcessInfo& member : members) {
+        // A process that was killed stays in the registry until another one joins.
+        if (member.ProcessId == QCoreApplication::applicationPid()
+            || !GeneralUtil::IsProcessRunning(member.ProcessId))
+            continue;
+        const auto known = std::find_if(mOthers.cbegin(), mOthers.cend(), [&member](const Window& window) {
+            return window.ProcessId == member.ProcessId;
+        });
+        others.append(
+            {member.ProcessId, member.ServerName, known != mOthers.cend() ? known->Title : QString()});
+    }
+    if (others == mOthers)
+        return;
+    const QList<Window> before = std::exchange(mOthers, others);
+    for (const Window& window : others) {
+        if (!before.contains(window))
+            AskTitle(window);
+    }
+    Q_EMIT OthersChanged();
+}
+//! [look]
+
+void WindowGrid::AskTitles()
+{
+    for (const Window& window : std::as_const(mOthers))
+        AskTitle(window);
+}
+
+void WindowGrid::AskTitle(const Window& asked)
+{
+    Ask(asked.ProcessId, u"Title"_s, {}, [this, processId = asked.ProcessId](const auto& answer) {
+        const auto window = std::find_if(mOthers.begin(), mOthers.end(), [processId](const Window& other) {
+            return other.ProcessId == processId;
+        });
+        if (window == mOthers.end() || !answer)
+            return;
+        const QString title = answer->value(u"Title"_s).toString();
+        if (std::exchange(window->Title, title) != title)
+            Q_EMIT OthersChanged();
+    });
+}
+
+void WindowGrid::Raise(qint64 processId)
+{
+    Ask(processId, u"Raise"_s, {}, [](const auto&) {});
+}
+
+void WindowGrid::SendTour(qint64 processId, const QString& xml)
+{
+    QString title;
+    for (const Window& window : std::as_const(mOthers)) {
+        if (window.ProcessId == processId)
+            title = window.Title;
+    }
+    Ask(processId, u"Tour"_s, {{u"Xml"_s, xml}},
+        [this, title](const auto& answer) { Q_EMIT TourSent(title, answer.has_value()); });
+}
+
+void WindowGrid::Ask(qint64 processId, const QString& question, const QVariantMap& params, const Done& done)
+{
+    for (const Window& window : std::as_const(mOthers)) {
+        if (window.ProcessId == processId) {
+            new Courier(window.ServerName, question, params, done, this);
+            return;
+        }
+    }
+    done(std::nullopt);
+}
+
+//! [answer]
+bool WindowGrid::HandleMessage(const QString& messageId, const QVariantMap& params,
+                               QVariantMap& responseParams)
+{
+    responseParams.insert(u"Taken"_s, true); // tells an answer from a connection that was lost
+    if (messageId == "Title"_L1) {
+        responseParams.insert(u"Title"_s, mTitle);
+    } else if (messageId == "Raise"_L1) {
+        QMetaObject::invokeMethod(this, &WindowGrid::RaiseWanted, Qt::QueuedConnection);
+    } else if (messageId == "Tour"_L1) {
+        const QString xml = params.value(u"Xml"_s).toString();
+        QMetaObject::invokeMethod(
+            this, [this, xml] { Q_EMIT TourReceived(xml); }, Qt::QueuedConnection);
+    }
+    return true;
+}
+//! [answer]
+
+//! [courier]
+Courier::Courier(const QString& server, const QString& question, const QVariantMap& params, Done done,
+                 QObject* parent)
+    : QObject(parent)
+    , mManager(this)
+    , mQuestion(question)
+    , mParams(params)
+    , mDone(std::move(done))
+{
+    mTimeout.setSingleShot(true);
+    connect(&mTimeout, &QTimer::timeout, this, [this] { Finish(std::nullopt); });
+    mTimeout.start(kPatience);
+    connect(&mManager, &IPCManager::ConnectedToServer, this, &Courier::Ask);
+    mManager.ConnectToServer(server, QIODeviceBase::ReadWrite);
+}
+
+void Courier::Ask()
+{
+    if (std::exchange(mIsAsking, true))
+        return;
+    const QPointer<Courier> alive = this; // windows may be closed while this one waits
+    QVariantMap answer;
+    mManager.SendMessageAndGetResponse({}, mQuestion, mParams, answer, kAnswerMs);
+    if (!alive)
+        return;
+    mIsAsking = false;
+    if (answer.contains(u"Taken"_s))
+        Finish(answer);
+    else if (mDone) // another courier has pushed this one out; the connection comes back
+        QTimer::singleShot(kAskAgain, this, &Courier::Ask);
+}
+
+void Courier::Finish(const std::optional<QVariantMap>& answer)
+{
+    if (mDone)
+        std::exchange(mDone, {})(answer);
+    deleteLater();
+}
+//! [courier]

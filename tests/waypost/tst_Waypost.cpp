@@ -1,0 +1,792 @@
+// SPDX-FileCopyrightText: 2026 The QvUtil developers
+// SPDX-License-Identifier: MIT
+
+// The example application: its window in this process, driven by mouse and keys, and whole programs where
+// processes meet. Nothing is compared with a picture.
+
+#include "FormDialog.h"
+#include "MainWindow.h"
+#include "Places.h"
+#include "Tour.h"
+#include "TourView.h"
+#include "UserSettings.h"
+#include "WindowGrid.h"
+
+#include <QComboBox>
+#include <QHeaderView>
+#include <QLabel>
+#include <QLineEdit>
+#include <QMenu>
+#include <QMenuBar>
+#include <QProcess>
+#include <QPushButton>
+#include <QSignalSpy>
+#include <QTableWidget>
+#include <QTemporaryDir>
+#include <QTextBrowser>
+#include <QTimer>
+#include <QtTest>
+
+#include <algorithm>
+#include <memory>
+#include <vector>
+
+using namespace Qt::StringLiterals;
+using Quorvin::Util::Settings;
+
+namespace {
+
+constexpr int kLongMs = 30000; // nothing but a hang takes so long
+
+const QString kData = QStringLiteral(WAYPOST_DATA); // clazy:exclude=non-pod-global-static
+
+// What the program keeps, in a folder of its own, so that tests and a user's Waypost do not meet.
+class Home
+{
+public:
+    Home() { qputenv("XDG_DATA_HOME", mFolder.path().toLocal8Bit()); }
+    [[nodiscard]] QString File(const QString& name) const { return mFolder.filePath(name); }
+    // A sample tour that may be changed.
+    [[nodiscard]] QString CopyTour(const QString& name) const
+    {
+        const QString copy = File(name + u".tour"_s);
+        return QFile::copy(kData + u"/tours/"_s + name + u".tour"_s, copy) ? copy : QString();
+    }
+    [[nodiscard]] static QString SettingsFile() { return Places::UserFolder() + u"/settings.xml"_s; }
+
+private:
+    QTemporaryDir mFolder;
+};
+
+void WriteFile(const QString& name, const QByteArray& content)
+{
+    QFile file(name);
+    QVERIFY(file.open(QIODevice::WriteOnly));
+    QCOMPARE(file.write(content), content.size());
+}
+
+QByteArray ReadFile(const QString& name)
+{
+    QFile file(name);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+
+// A window with what it needs, shown and active.
+struct Shown
+{
+    explicit Shown(const QString& grid = {})
+        : Store(Places::UserFolder())
+        , Window(Store, kData, grid)
+    {
+        Window.show();
+        IsActive = QTest::qWaitForWindowActive(&Window, kLongMs);
+    }
+    [[nodiscard]] QAction* Action(const QString& name) const
+    {
+        return Window.findChild<QAction*>(u"action"_s + name);
+    }
+    [[nodiscard]] QTableWidget* Points() const { return Window.findChild<QTableWidget*>(u"tablePoints"_s); }
+    [[nodiscard]] QTableWidget* Tours() const { return Window.findChild<QTableWidget*>(u"tableTours"_s); }
+    void ClickCell(QTableWidget* table, int row, int column) const
+    {
+        QTest::mouseClick(table->viewport(), Qt::LeftButton, {},
+                          table->visualItemRect(table->item(row, column)).center());
+    }
+    // The message that the window shows, and then closes.
+    [[nodiscard]] QString TakeNotice() const
+    {
+        auto* notice = Window.findChild<FormDialog*>(u"Notice"_s);
+        if (notice == nullptr)
+            return {};
+        const QString text = notice->Message();
+        QTest::mouseClick(notice->findChild<QPushButton*>(u"buttonOk"_s), Qt::LeftButton);
+        return text;
+    }
+
+    UserSettings Store;
+    MainWindow Window;
+    bool IsActive = false;
+};
+
+// Presses a button of the question about unsaved changes as soon as it is asked.
+void AnswerQuestion(MainWindow& window, const QString& button)
+{
+    auto* timer = new QTimer(&window);
+    QObject::connect(timer, &QTimer::timeout, &window, [&window, button, timer] {
+        if (auto* question = window.findChild<FormDialog*>(u"CloseTour"_s)) {
+            timer->stop();
+            timer->deleteLater();
+            QTest::mouseClick(question->findChild<QPushButton*>(button), Qt::LeftButton);
+        }
+    });
+    timer->start(10);
+}
+
+// A Waypost process, killed at the end.
+class Program
+{
+public:
+    explicit Program(const QStringList& arguments)
+    {
+        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+        environment.insert(u"QT_QPA_PLATFORM"_s, u"offscreen"_s);
+        mProcess.setProcessEnvironment(environment);
+        mProcess.start(QStringLiteral(WAYPOST_PROGRAM), arguments);
+    }
+    ~Program() { Kill(); }
+    Q_DISABLE_COPY_MOVE(Program)
+
+    // Ends as a crash does.
+    void Kill()
+    {
+        mProcess.kill();
+        mProcess.waitForFinished(kLongMs);
+    }
+    [[nodiscard]] bool IsRunning() const { return mProcess.state() != QProcess::NotRunning; }
+    [[nodiscard]] qint64 ProcessId() const { return mProcess.processId(); }
+    // \return the exit code; -1 if the program does not end by itself
+    [[nodiscard]] int Result()
+    {
+        if (IsRunning() && !mProcess.waitForFinished(kLongMs))
+            return -1;
+        return mProcess.exitStatus() == QProcess::NormalExit ? mProcess.exitCode() : -1;
+    }
+    [[nodiscard]] QString Output() { return QString::fromUtf8(mProcess.readAllStandardOutput()); }
+    [[nodiscard]] QString Errors() { return QString::fromUtf8(mProcess.readAllStandardError()); }
+
+private:
+    QProcess mProcess;
+};
+
+Tour MakeTour()
+{
+    Tour tour;
+    tour.Name = u"Über <viele> \"Berge\" & tr(Täler)"_s;
+    tour.Date = QDateTime(QDate(2026, 7, 5), QTime(8, 30), Qt::UTC).toLocalTime();
+    tour.Kind = TourKind::Ski;
+    tour.Notes = u"Zwei\nZeilen"_s;
+    tour.Points = {{u"Dorf"_s, PointKind::Start, 47.1, 11.25, 812.5},
+                   {{}, PointKind::Track, 47.11, 11.26, 900},
+                   {u"Gipfel"_s, PointKind::Summit, 47.125, -0.1234567891234, 2000}};
+    tour.Section = QRect(-200, -50, 3000, 2000);
+    tour.Thumbnail = QByteArray("\x89PNG\0\xff", 6);
+    return tour;
+}
+
+} // namespace
+
+class tst_Waypost : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void init();
+    void cleanup();
+
+    void Tour_comesBackFromItsFile();
+    void Tour_cannotBeLoaded_data();
+    void Tour_cannotBeLoaded();
+    void Tour_exportsGpx();
+
+    void Window_isBuiltFromItsDocument();
+    void Language_data();
+    void Language();
+    void Language_isKept();
+    void Conditions();
+    void EditingIsUndoneAndSaved();
+    void NewTourIsNamedInItsDialog();
+    void Map_selectsByMouseAndKeys();
+    void DamagedFileIsTold_data();
+    void DamagedFileIsTold();
+    void ClosingAsks_data();
+    void ClosingAsks();
+    void RecentFiles();
+    void Help_data();
+    void Help();
+
+    void Settings_placeOfTheWindow();
+    void Settings_damaged();
+    void Settings_unreadable();
+    void Settings_twoWindowsKeepBothChanges();
+
+    void Program_help();
+    void Program_picture_data();
+    void Program_picture();
+    void Program_handsItsFilesOver();
+    void Program_manyStartsAtOnce();
+    void Program_killedFirstBlocksNobody();
+    void Grid_findsAndLosesWindows();
+    void Grid_sendsTours();
+
+private:
+    std::unique_ptr<Home> mHome;
+};
+
+void tst_Waypost::init()
+{
+    qputenv("LC_ALL", "en_GB.UTF-8");
+    mHome = std::make_unique<Home>();
+}
+
+void tst_Waypost::cleanup()
+{
+    mHome.reset();
+}
+
+// Tours
+
+void tst_Waypost::Tour_comesBackFromItsFile()
+{
+    const Tour tour = MakeTour();
+    const QString file = mHome->File(u"t.tour"_s);
+    QVERIFY(tour.Save(file));
+    TourError error;
+    const std::optional<Tour> read = Tour::Load(file, error);
+    QVERIFY(read.has_value());
+    QCOMPARE(read->Name, tour.Name);
+    QCOMPARE(read->Date, tour.Date);
+    QCOMPARE(read->Section, tour.Section);
+    QCOMPARE(read->Thumbnail, tour.Thumbnail);
+    QVERIFY(*read == tour);
+    QVERIFY(Tour::FromXml(tour.ToXml()) == tour);
+    QVERIFY(ReadFile(file).contains("Kind=\"Ski\""));
+}
+
+void tst_Waypost::Tour_cannotBeLoaded_data()
+{
+    QTest::addColumn<QByteArray>("content");
+    QTest::addColumn<int>("reason");
+    QTest::addColumn<int>("line");
+
+    QTest::newRow("tags do not match")
+        << QByteArray("<Tour>\n <Points>\n </Tour>") << int(TourError::Reason::Damaged) << 3;
+    QTest::newRow("cut off") << QByteArray("<Tour>\n <Points>\n") << int(TourError::Reason::Damaged) << 3;
+    QTest::newRow("empty") << QByteArray("") << int(TourError::Reason::Damaged) << 1;
+    QTest::newRow("another document") << QByteArray("<Settings/>") << int(TourError::Reason::NotATour) << 0;
+}
+
+void tst_Waypost::Tour_cannotBeLoaded()
+{
+    QFETCH(const QByteArray, content);
+    QFETCH(const int, reason);
+    QFETCH(const int, line);
+
+    const QString file = mHome->File(u"t.tour"_s);
+    TourError error;
+    QVERIFY(!Tour::Load(file, error).has_value());
+    QCOMPARE(int(error.Why), int(TourError::Reason::Unreadable));
+    WriteFile(file, content);
+    QVERIFY(!Tour::Load(file, error).has_value());
+    QCOMPARE(int(error.Why), reason);
+    QCOMPARE(error.Line, line);
+}
+
+void tst_Waypost::Tour_exportsGpx()
+{
+    const QString file = mHome->File(u"t.gpx"_s);
+    QVERIFY(MakeTour().ExportGpx(file));
+    const QByteArray gpx = ReadFile(file);
+    QCOMPARE(gpx.count("<wpt "), 2);
+    QCOMPARE(gpx.count("<trkpt "), 3);
+    QVERIFY(gpx.contains("<ele>812.5</ele>"));
+    QVERIFY(!MakeTour().ExportGpx(mHome->File(u"nowhere/t.gpx"_s)));
+}
+
+// The window
+
+void tst_Waypost::Window_isBuiltFromItsDocument()
+{
+    const Shown shown;
+    QVERIFY(shown.Window.IsComplete());
+    QStringList menus;
+    for (const QAction* action : shown.Window.menuBar()->actions())
+        menus.append(action->text());
+    QCOMPARE(menus, QStringList({u"&File"_s, u"&Edit"_s, u"&View"_s, u"&Window"_s, u"&Help"_s}));
+    QCOMPARE(shown.Action(u"Save"_s)->shortcut(), QKeySequence(u"Ctrl+S"_s));
+    QCOMPARE(shown.Tours()->columnCount(), 4);
+    QCOMPARE(shown.Tours()->horizontalHeaderItem(2)->text(), u"Length"_s);
+    QCOMPARE(shown.Tours()->accessibleName(), u"Tours"_s);
+    QCOMPARE(shown.Window.findChild<QLabel*>(u"labelEmpty"_s)->text(),
+             u"No tours yet. Begin one with File > New tour."_s);
+    QCOMPARE(shown.Window.windowTitle(), u"Waypost - untitled[*]"_s);
+}
+
+void tst_Waypost::Language_data()
+{
+    QTest::addColumn<int>("downs");
+    QTest::addColumn<QString>("file");
+    QTest::addColumn<QString>("length");
+    QTest::addColumn<QString>("count");
+
+    QTest::newRow("English") << 1 << u"&File"_s << u"Length"_s << u"0 tours, 0.0\u00a0km in all"_s;
+    QTest::newRow("German") << 2 << u"&Datei"_s << u"Länge"_s << u"0 Touren, zusammen 0,0\u00a0km"_s;
+    QTest::newRow("Japanese") << 3 << u"ファイル(&F)"_s << u"距離"_s << u"ツアー0件、合計0.0\u00a0km"_s;
+}
+
+void tst_Waypost::Language()
+{
+    QFETCH(const int, downs);
+    QFETCH(const QString, file);
+    QFETCH(const QString, length);
+    QFETCH(const QString, count);
+
+    Shown shown;
+    QVERIFY(shown.IsActive);
+    QTest::keyClick(&shown.Window, Qt::Key_Comma, Qt::ControlModifier); // the preferences
+    auto* dialog = shown.Window.findChild<FormDialog*>(u"Preferences"_s);
+    QVERIFY(dialog != nullptr);
+    QVERIFY(QTest::qWaitForWindowActive(dialog, kLongMs));
+    auto* choice = dialog->findChild<QComboBox*>(u"Language"_s);
+    QCOMPARE(choice->currentIndex(), 0); // as the system
+    choice->setFocus();
+    for (int i = 0; i < downs; ++i)
+        QTest::keyClick(choice, Qt::Key_Down);
+    QTest::mouseClick(dialog->findChild<QPushButton*>(u"buttonOk"_s), Qt::LeftButton);
+
+    QTRY_COMPARE(shown.Window.menuBar()->actions().constFirst()->text(), file);
+    QCOMPARE(shown.Tours()->horizontalHeaderItem(2)->text(), length);
+    QCOMPARE(shown.Window.findChild<QLabel*>(u"labelCount"_s)->text(), count);
+    QCOMPARE(shown.Action(u"Save"_s)->shortcut(), QKeySequence(u"Ctrl+S"_s));
+    QCOMPARE(shown.Window.findChildren<QAction*>(u"actionSave"_s).size(), 1); // nothing is made twice
+}
+
+void tst_Waypost::Language_isKept()
+{
+    {
+        Shown shown;
+        shown.Window.findChild<QAction*>(u"actionLanguageja"_s)->trigger();
+        QTRY_COMPARE(shown.Window.Speech().Code(), u"ja"_s);
+    }
+    const Shown again;
+    QCOMPARE(again.Window.Speech().Code(), u"ja"_s);
+    QCOMPARE(again.Action(u"Quit"_s)->text(), u"終了(&Q)"_s);
+}
+
+void tst_Waypost::Conditions()
+{
+    Shown shown;
+    const auto enabled = [&shown] {
+        QStringList names;
+        for (const QString& name :
+             {u"Save"_s, u"SaveAs"_s, u"Export"_s, u"Close"_s, u"Undo"_s, u"Delete"_s}) {
+            if (shown.Action(name)->isEnabled())
+                names.append(name);
+        }
+        return names.join(u' ');
+    };
+    QCOMPARE(enabled(), QString());
+    QVERIFY(shown.Action(u"Open"_s)->isEnabled()); // without a condition
+    shown.Window.OpenFiles({mHome->CopyTour(u"ridge-walk"_s)});
+    QCOMPARE(enabled(), u"SaveAs Export Close"_s);
+    shown.ClickCell(shown.Points(), 1, 0);
+    QCOMPARE(enabled(), u"SaveAs Export Close Delete"_s);
+    QTest::keyClick(shown.Points(), Qt::Key_Delete);
+    QTRY_COMPARE(enabled(), u"Save SaveAs Export Close Undo"_s);
+    QCOMPARE(shown.Action(u"Undo"_s)->text(), u"&Undo deletion of waypoint"_s);
+}
+
+void tst_Waypost::EditingIsUndoneAndSaved()
+{
+    const QString file = mHome->CopyTour(u"ridge-walk"_s);
+    Shown shown;
+    QVERIFY(shown.IsActive);
+    shown.Window.OpenFiles({file});
+    const QString before = shown.Points()->item(0, 0)->text();
+    QVERIFY(!shown.Window.isWindowModified());
+
+    const QPoint cell = shown.Points()->visualItemRect(shown.Points()->item(0, 0)).center();
+    QTest::mouseClick(shown.Points()->viewport(), Qt::LeftButton, {}, cell);
+    QTest::mouseDClick(shown.Points()->viewport(), Qt::LeftButton, {}, cell);
+    auto* editor = shown.Points()->findChild<QLineEdit*>();
+    QVERIFY(editor != nullptr);
+    editor->selectAll();
+    QTest::keyClicks(editor, u"Old mill"_s);
+    QTest::keyClick(editor, Qt::Key_Return);
+    QTRY_COMPARE(shown.Points()->item(0, 0)->text(), u"Old mill"_s);
+    QVERIFY(shown.Window.isWindowModified());
+
+    QTest::keyClick(&shown.Window, Qt::Key_Z, Qt::ControlModifier);
+    QTRY_COMPARE(shown.Points()->item(0, 0)->text(), before);
+    QVERIFY(!shown.Window.isWindowModified());
+    QTest::keyClick(&shown.Window, Qt::Key_Z, Qt::ControlModifier | Qt::ShiftModifier);
+    QTRY_COMPARE(shown.Points()->item(0, 0)->text(), u"Old mill"_s);
+
+    QTest::keyClick(&shown.Window, Qt::Key_S, Qt::ControlModifier);
+    QTRY_VERIFY(!shown.Window.isWindowModified());
+    TourError error;
+    const std::optional<Tour> saved = Tour::Load(file, error);
+    QVERIFY(saved.has_value());
+    QCOMPARE(saved->Points.constFirst().Name, u"Old mill"_s);
+    QVERIFY(QImage::fromData(saved->Thumbnail).width() > 0);
+}
+
+void tst_Waypost::NewTourIsNamedInItsDialog()
+{
+    Shown shown;
+    QTimer timer;
+    connect(&timer, &QTimer::timeout, &shown.Window, [&] {
+        auto* dialog = shown.Window.findChild<FormDialog*>(u"Details"_s);
+        if (dialog == nullptr)
+            return;
+        timer.stop();
+        auto* name = dialog->findChild<QLineEdit*>(u"Name"_s);
+        name->selectAll();
+        QTest::keyClicks(name, u"Through the valley"_s);
+        QTest::mouseClick(dialog->findChild<QPushButton*>(u"buttonOk"_s), Qt::LeftButton);
+    });
+    timer.start(10);
+    QTest::keyClick(&shown.Window, Qt::Key_N, Qt::ControlModifier);
+    QTRY_COMPARE(shown.Window.Tours().Count(), 1);
+    QTRY_COMPARE(shown.Window.Tours().At(0).Content.Name, u"Through the valley"_s);
+    QCOMPARE(shown.Window.windowTitle(), u"Waypost - Through the valley[*]"_s);
+    QVERIFY(shown.Window.isWindowModified());
+
+    shown.Window.activateWindow(); // again, without the dialog
+    QVERIFY(QTest::qWaitForWindowActive(&shown.Window, kLongMs));
+    QTest::keyClick(&shown.Window, Qt::Key_Insert);
+    QTRY_COMPARE(shown.Points()->rowCount(), 1);
+}
+
+void tst_Waypost::Map_selectsByMouseAndKeys()
+{
+    Shown shown;
+    shown.Window.OpenFiles({mHome->CopyTour(u"ridge-walk"_s)});
+    auto* view = shown.Window.findChild<TourView*>(u"tourView"_s);
+    view->setFocus();
+    QTest::keyClick(view, Qt::Key_Right);
+    QCOMPARE(view->Selected(), 0);
+    QTRY_COMPARE(shown.Points()->currentRow(), 0);
+    QTest::keyClick(view, Qt::Key_Right);
+    QVERIFY(view->Selected() > 0); // points on the way are left out
+    QCOMPARE(shown.Points()->currentRow(), 1);
+    QTest::keyClick(view, Qt::Key_Left);
+    QCOMPARE(view->Selected(), 0);
+
+    QSignalSpy moved(view, &TourView::SectionChanged);
+    QTest::keyClick(view, Qt::Key_Plus);
+    QCOMPARE(moved.count(), 1);
+    QVERIFY(!shown.Window.Tours().At(0).Content.Section.isNull());
+    QTest::keyClick(view, Qt::Key_0);
+    QVERIFY(shown.Window.Tours().At(0).Content.Section.isNull());
+    QCOMPARE(view->accessibleName(), u"Ridge walk"_s);
+}
+
+void tst_Waypost::DamagedFileIsTold_data()
+{
+    QTest::addColumn<QByteArray>("content");
+    QTest::addColumn<QString>("expected");
+
+    QTest::newRow("tags do not match")
+        << QByteArray("<Tour>\n <Points>\n</Tour>") << u"%1 is damaged in line 3, column "_s;
+    QTest::newRow("another document") << QByteArray("<Settings/>") << u"%1 does not hold a tour."_s;
+}
+
+void tst_Waypost::DamagedFileIsTold()
+{
+    QFETCH(const QByteArray, content);
+    QFETCH(const QString, expected);
+
+    const QString file = mHome->File(u"t.tour"_s);
+    WriteFile(file, content);
+    Shown shown;
+    shown.Window.OpenFiles({file});
+    const QString notice = shown.TakeNotice();
+    QVERIFY2(notice.startsWith(expected.arg(file)), qPrintable(notice));
+    QCOMPARE(shown.Window.Tours().Count(), 0);
+    QCOMPARE(shown.Store.RecentFiles(), QStringList());
+    QCOMPARE(ReadFile(file), content);
+}
+
+void tst_Waypost::ClosingAsks_data()
+{
+    QTest::addColumn<QString>("button");
+    QTest::addColumn<bool>("closes");
+    QTest::addColumn<bool>("saves");
+
+    QTest::newRow("save") << u"buttonSave"_s << true << true;
+    QTest::newRow("discard") << u"buttonDiscard"_s << true << false;
+    QTest::newRow("cancel") << u"buttonCancel"_s << false << false;
+}
+
+void tst_Waypost::ClosingAsks()
+{
+    QFETCH(const QString, button);
+    QFETCH(const bool, closes);
+    QFETCH(const bool, saves);
+
+    const QString file = mHome->CopyTour(u"ridge-walk"_s);
+    const QByteArray before = ReadFile(file);
+    Shown shown;
+    shown.Window.OpenFiles({file});
+    shown.Action(u"AddPoint"_s)->trigger();
+    QVERIFY(shown.Window.isWindowModified());
+    AnswerQuestion(shown.Window, button);
+    QCOMPARE(shown.Window.close(), closes);
+    QCOMPARE(ReadFile(file) != before, saves);
+}
+
+void tst_Waypost::RecentFiles()
+{
+    const QString first = mHome->CopyTour(u"ridge-walk"_s);
+    const QString second = mHome->CopyTour(u"north-face"_s);
+    {
+        Shown shown;
+        QVERIFY(!shown.Window.findChild<QMenu*>(u"menuRecent"_s)->menuAction()->isEnabled());
+        shown.Window.OpenFiles({first, second});
+        shown.Window.OpenFiles({first});
+        QCOMPARE(shown.Window.Tours().Count(), 2); // not opened twice
+        QVERIFY(shown.Window.close());
+    }
+    Shown again;
+    const auto* menu = again.Window.findChild<QMenu*>(u"menuRecent"_s);
+    QCOMPARE(again.Store.RecentFiles(), QStringList({first, second}));
+    QCOMPARE(menu->actions().size(), 2);
+    menu->actions().at(1)->trigger();
+    QTRY_COMPARE(again.Window.Tours().Count(), 1);
+    QCOMPARE(again.Window.Tours().At(0).File, second);
+    again.Window.OpenLastFiles();
+    QCOMPARE(again.Window.Tours().Count(), 2);
+}
+
+void tst_Waypost::Help_data()
+{
+    QTest::addColumn<QString>("code");
+    QTest::addColumn<QString>("title");
+
+    QTest::newRow("English") << u"en"_s << u"Waypost help"_s;
+    QTest::newRow("German") << u"de"_s << u"Waypost-Hilfe"_s;
+    QTest::newRow("Japanese") << u"ja"_s << u"Waypostヘルプ"_s;
+}
+
+void tst_Waypost::Help()
+{
+    QFETCH(const QString, code);
+    QFETCH(const QString, title);
+
+    Shown shown;
+    shown.Window.SpeakOnce(code);
+    QTest::keyClick(&shown.Window, Qt::Key_F1);
+    auto* help = shown.Window.findChild<QTextBrowser*>(u"help"_s);
+    QVERIFY(help != nullptr);
+    QTRY_COMPARE(help->windowTitle(), title);
+}
+
+// Settings
+
+void tst_Waypost::Settings_placeOfTheWindow()
+{
+    const QRect place(60, 50, 700, 480);
+    {
+        Shown shown;
+        shown.Window.setGeometry(place);
+        QVERIFY(shown.Window.close());
+    }
+    Shown again;
+    again.Window.RestorePlace();
+    QTRY_COMPARE(again.Window.geometry(), place);
+}
+
+void tst_Waypost::Settings_damaged()
+{
+    const QByteArray damaged("<Waypost>\n<General Language=\"de\"/>\n<Track");
+    WriteFile(Home::SettingsFile(), damaged);
+    {
+        Shown shown;
+        QCOMPARE(int(shown.Store.State()), int(Settings::FileState::SetAside));
+        QCOMPARE(shown.Window.Speech().Code(), u"en"_s);
+        shown.Window.TellOfSettings();
+        const QString notice = shown.TakeNotice();
+        QVERIFY2(notice.startsWith(u"Your settings were damaged (line 3, column "_s), qPrintable(notice));
+        QVERIFY(notice.contains(Home::SettingsFile() + u".damaged"_s));
+        QVERIFY(shown.Window.close());
+    }
+    QCOMPARE(ReadFile(Home::SettingsFile() + u".damaged"_s), damaged);
+    const Shown again;
+    QCOMPARE(int(again.Store.State()), int(Settings::FileState::Loaded)); // one start was enough
+}
+
+void tst_Waypost::Settings_unreadable()
+{
+    // A folder of that name cannot be read as a file, whoever asks.
+    QVERIFY(QDir().mkpath(Home::SettingsFile()));
+    Shown shown;
+    QCOMPARE(int(shown.Store.State()), int(Settings::FileState::Unreadable));
+    shown.Window.TellOfSettings();
+    const QString notice = shown.TakeNotice();
+    QVERIFY2(notice.startsWith(u"Your settings cannot be read: "_s), qPrintable(notice));
+    QVERIFY(shown.Window.close());
+    QVERIFY(QFileInfo(Home::SettingsFile()).isDir());
+}
+
+void tst_Waypost::Settings_twoWindowsKeepBothChanges()
+{
+    UserSettings one(Places::UserFolder());
+    UserSettings other(Places::UserFolder());
+    one.AddRecentFile(u"/a.tour"_s);
+    Preferences preferences = other.ReadPreferences();
+    preferences.Unit = Units::Imperial;
+    other.Write(preferences);
+    UserSettings now(Places::UserFolder());
+    QCOMPARE(now.RecentFiles(), QStringList({u"/a.tour"_s}));
+    QCOMPARE(int(now.ReadPreferences().Unit), int(Units::Imperial));
+}
+
+// Programs
+
+void tst_Waypost::Program_help()
+{
+    Program program({u"--help"_s});
+    QCOMPARE(program.Result(), 0);
+    const QString help = program.Output();
+    for (const QString& option : {u"--new-window"_s, u"--language"_s, u"--screenshot"_s, u"--picture"_s})
+        QVERIFY2(help.contains(option), qPrintable(option));
+    Program mistake({u"--picture"_s, u"nothing"_s});
+    QCOMPARE(mistake.Result(), 2);
+}
+
+void tst_Waypost::Program_picture_data()
+{
+    QTest::addColumn<QString>("language");
+    QTest::addColumn<QString>("picture");
+
+    QTest::newRow("English") << u"en"_s << u"window"_s;
+    QTest::newRow("German") << u"de"_s << u"window"_s;
+    QTest::newRow("Japanese") << u"ja"_s << u"window"_s;
+    QTest::newRow("preferences") << u"de"_s << u"preferences"_s;
+}
+
+void tst_Waypost::Program_picture()
+{
+    QFETCH(const QString, language);
+    QFETCH(const QString, picture);
+
+    const QString file = mHome->File(u"p.png"_s);
+    Program program({u"--language"_s, language, u"--screenshot"_s, file, u"--picture"_s, picture,
+                     kData + u"/tours/ridge-walk.tour"_s});
+    const int result = program.Result();
+    QVERIFY2(result == 0, qPrintable(program.Errors()));
+    QVERIFY(QImage(file).width() > 300);
+}
+
+void tst_Waypost::Program_handsItsFilesOver()
+{
+    const QString file = mHome->CopyTour(u"lake-circuit"_s);
+    Program first({});
+    QTRY_VERIFY_WITH_TIMEOUT(QFile::exists(Places::UserFolder() + u"/instance.lock"_s), kLongMs);
+    // The first may still be starting: the second waits for it.
+    Program second({file});
+    QCOMPARE(second.Result(), 0);
+    QTRY_VERIFY_WITH_TIMEOUT(ReadFile(Home::SettingsFile()).contains("lake-circuit.tour"), kLongMs);
+    QVERIFY(first.IsRunning());
+
+    QElapsedTimer clock;
+    clock.start();
+    Program third({});
+    QCOMPARE(third.Result(), 0);
+    qInfo("a later start took %lld ms", clock.elapsed());
+}
+
+void tst_Waypost::Program_manyStartsAtOnce()
+{
+    constexpr int kPrograms = 5;
+    std::vector<std::unique_ptr<Program>> programs;
+    for (int i = 0; i < kPrograms; ++i)
+        programs.push_back(std::make_unique<Program>(QStringList()));
+    const auto running = [&programs] {
+        return std::count_if(programs.cbegin(), programs.cend(),
+                             [](const auto& program) { return program->IsRunning(); });
+    };
+    QTRY_COMPARE_WITH_TIMEOUT(running(), 1, kLongMs);
+    int handedOver = 0;
+    for (const auto& program : programs) {
+        if (!program->IsRunning() && program->Result() == 0)
+            ++handedOver;
+    }
+    QCOMPARE(handedOver, kPrograms - 1);
+    Program last({});
+    QCOMPARE(last.Result(), 0); // the one that is left answers
+    QCOMPARE(running(), 1);
+}
+
+void tst_Waypost::Program_killedFirstBlocksNobody()
+{
+    auto first = std::make_unique<Program>(QStringList());
+    {
+        QTRY_VERIFY_WITH_TIMEOUT(QFile::exists(Places::UserFolder() + u"/instance.lock"_s), kLongMs);
+        Program second({});
+        QCOMPARE(second.Result(), 0);
+    }
+    first->Kill();
+    QVERIFY(QFile::exists(Places::UserFolder() + u"/instance.lock"_s)); // left behind
+    Program next({});
+    Program other({});
+    // One of them is the first now, and the other one has handed over to it.
+    QTRY_VERIFY_WITH_TIMEOUT(next.IsRunning() != other.IsRunning(), kLongMs);
+    QCOMPARE((next.IsRunning() ? other : next).Result(), 0);
+    Program later({});
+    QCOMPARE(later.Result(), 0);
+}
+
+void tst_Waypost::Grid_findsAndLosesWindows()
+{
+    Shown shown(Places::ProcessName());
+    const WindowGrid* grid = shown.Window.Grid();
+    QVERIFY(grid->Others().isEmpty());
+    QVERIFY(!shown.Window.findChild<QMenu*>(u"menuSend"_s)->menuAction()->isEnabled());
+
+    Program other({u"--new-window"_s, kData + u"/tours/north-face.tour"_s});
+    Program third({u"--new-window"_s});
+    QTRY_COMPARE_WITH_TIMEOUT(grid->Others().size(), 2, kLongMs);
+    QTRY_VERIFY_WITH_TIMEOUT(!grid->Others().at(0).Title.isEmpty() && !grid->Others().at(1).Title.isEmpty(),
+                             kLongMs);
+    const auto* menu = shown.Window.findChild<QMenu*>(u"menuWindow"_s);
+    const auto entries = [menu] {
+        return std::ranges::count_if(
+            menu->actions(), [](const QAction* action) { return action->property("window").isValid(); });
+    };
+    QTRY_COMPARE(entries(), 2);
+
+    other.Kill();
+    QTRY_COMPARE_WITH_TIMEOUT(grid->Others().size(), 1, kLongMs);
+    QCOMPARE(grid->Others().constFirst().ProcessId, third.ProcessId());
+    QCOMPARE(entries(), 1);
+    third.Kill();
+    QTRY_VERIFY_WITH_TIMEOUT(grid->Others().isEmpty(), kLongMs);
+}
+
+void tst_Waypost::Grid_sendsTours()
+{
+    Shown shown(Places::ProcessName());
+    WindowGrid* grid = shown.Window.Grid();
+    shown.Window.OpenFiles({kData + u"/tours/ridge-walk.tour"_s});
+    Program other({u"--new-window"_s});
+    QTRY_COMPARE_WITH_TIMEOUT(grid->Others().size(), 1, kLongMs);
+    QVERIFY(shown.Window.findChild<QMenu*>(u"menuSend"_s)->menuAction()->isEnabled());
+
+    QSignalSpy sent(grid, &WindowGrid::TourSent);
+    shown.Window.findChild<QMenu*>(u"menuSend"_s)->actions().constFirst()->trigger();
+    QTRY_COMPARE_WITH_TIMEOUT(sent.count(), 1, kLongMs);
+    QCOMPARE(sent.at(0).at(1).toBool(), true);
+    // It shows what it was sent, and says so when asked for its title.
+    QTRY_VERIFY_WITH_TIMEOUT(
+        (grid->AskTitles(), QTest::qWait(50),
+         !grid->Others().isEmpty() && grid->Others().constFirst().Title == u"Waypost - Ridge walk"_s),
+        kLongMs);
+
+    // The way back, from a courier of this process.
+    const qint64 processId = QCoreApplication::applicationPid();
+    const QString server = Places::ProcessName() + u'.'
+        + QFileInfo(QCoreApplication::applicationFilePath()).baseName() + u'.' + QString::number(processId);
+    bool isTaken = false;
+    new Courier(
+        server, u"Tour"_s, {{u"Xml"_s, MakeTour().ToXml()}},
+        [&isTaken](const std::optional<QVariantMap>& answer) { isTaken = answer.has_value(); },
+        &shown.Window);
+    QTRY_COMPARE_WITH_TIMEOUT(shown.Window.Tours().Count(), 2, kLongMs);
+    QTRY_VERIFY(isTaken);
+    QVERIFY(shown.Window.Tours().At(1).Content == MakeTour());
+    QVERIFY(shown.Window.Tours().IsModified(1)); // it is in no file yet
+}
+
+QTEST_MAIN(tst_Waypost)
+#include "tst_Waypost.moc"
