@@ -629,7 +629,7 @@ void tst_ToolMessage::Encode_output()
     QCOMPARE(mTool->Read(u"out.bin"_s), Document("A"));
     const ToolResult result
         = mTool->Run({u"message"_s, u"encode"_s, u"m.json"_s, u"-o"_s, u"missing/out.bin"_s});
-    QCOMPARE(result.ToText(), u"! qvutil: missing/out.bin: No such file or directory\n=> 2\n"_s);
+    QCOMPARE(result.ToText(), u"! qvutil: missing/out.bin: there is no folder missing\n=> 2\n"_s);
 }
 
 void tst_ToolMessage::Encode_bad_data()

@@ -10,7 +10,6 @@
 #include "cli/Groups.h"
 #include "cli/InputFile.h"
 
-#include <QFile>
 
 #include <memory>
 
@@ -35,11 +34,7 @@ ExitCode PrintCompletion(const QString& shell, const CLI::App& root)
 
 ExitCode PrintManual(const QString& frame, const CLI::App& root)
 {
-    const InputFile input(frame);
-    QFile file(input.Path());
-    if (!file.open(QIODevice::ReadOnly))
-        throw Failure(input.Name(), file.errorString());
-    const QString text = QString::fromUtf8(file.readAll());
+    const QString text = QString::fromUtf8(InputFile(frame).ReadAll());
     Console::Print(QString(text)
                        .replace("@VERSION@"_L1, QStringLiteral(QVUTIL_TOOL_VERSION))
                        .replace("@COMMANDS@\n"_L1, ManualSections(ListCommands(root))));

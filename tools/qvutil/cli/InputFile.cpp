@@ -79,4 +79,15 @@ InputFile::InputFile(const QString& argument, Size size)
     mPath = mCopy->fileName();
 }
 
+QByteArray InputFile::ReadAll() const
+{
+    QFile file(mPath);
+    if (!file.open(QIODevice::ReadOnly))
+        throw Failure(mName, file.errorString());
+    QByteArray bytes = file.readAll();
+    if (file.error() != QFileDevice::NoError)
+        throw Failure(mName, file.errorString());
+    return bytes;
+}
+
 } // namespace Quorvin::Tool

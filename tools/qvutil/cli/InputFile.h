@@ -4,6 +4,7 @@
 #ifndef QVUTIL_TOOL_INPUTFILE_H
 #define QVUTIL_TOOL_INPUTFILE_H
 
+#include <QByteArray>
 #include <QString>
 #include <QTemporaryFile>
 
@@ -28,6 +29,8 @@ public:
     [[nodiscard]] const QString& Path() const { return mPath; }
     /// How to call it in messages.
     [[nodiscard]] const QString& Name() const { return mName; }
+    /// All of its bytes. Throws Failure if they cannot be read.
+    [[nodiscard]] QByteArray ReadAll() const;
     /// Whether Path is a copy of what was read.
     [[nodiscard]] bool IsCopy() const { return mCopy != nullptr; }
 

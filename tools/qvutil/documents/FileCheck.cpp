@@ -26,14 +26,6 @@ constexpr QLatin1StringView gKindNames[] = {
     "torn"_L1, "malformed"_L1, "limits"_L1, "character"_L1, "change"_L1, "leftover"_L1,
 };
 
-QByteArray ReadBytes(const InputFile& input)
-{
-    QFile file(input.Path());
-    if (!file.open(QIODevice::ReadOnly))
-        throw Failure(input.Name(), file.errorString());
-    return file.readAll();
-}
-
 /// Counts lines and columns while it walks through bytes.
 class Position
 {
@@ -182,7 +174,7 @@ QJsonObject FileProblem::ToJson() const
 QList<FileProblem> CheckFile(const InputFile& file)
 {
     QList<FileProblem> problems;
-    FindCharacters(ReadBytes(file), problems);
+    FindCharacters(file.ReadAll(), problems);
     XmlFiler filer;
     filer.TranslateEnabled = false;
     if (filer.LoadFromXmlFile(file.Path()))

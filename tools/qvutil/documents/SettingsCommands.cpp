@@ -228,10 +228,10 @@ void AddDiffCommand(CommandLine& line, CLI::App& group)
                                      "qvutil settings diff app.xml backup/app.xml\n"
                                      "qvutil settings diff app.xml backup/app.xml --json | jq length",
                                      [options] { return Diff(*options); });
-    diff.footer("The order of attributes and of elements of different names, comments and white space\n"
-                "between elements make no difference. Of elements of the same name in one place, the\n"
-                "first is compared with the first, the second with the second.\n\n"
-                + diff.get_footer());
+    AddExplanation(diff,
+                   "The order of attributes and of elements of different names, comments and white space\n"
+                   "between elements make no difference. Of elements of the same name in one place, the\n"
+                   "first is compared with the first, the second with the second.");
     AddText(diff, "FILE", options->Left, "First settings file; - for standard input")->required();
     AddText(diff, "OTHER", options->Right, "Second settings file; - for standard input")->required();
     AddJsonFlag(diff, options->Json);
@@ -244,9 +244,9 @@ void AddCheckCommand(CommandLine& line, CLI::App& group)
                                       "qvutil settings check app.xml\n"
                                       "qvutil settings check ~/.config/*/*.xml --json",
                                       [options] { return Check(*options); });
-    check.footer("Reports what does not parse, with line and column; files that end in the middle;\n"
-                 "characters that cannot be read back; and files that interrupted saves left behind.\n\n"
-                 + check.get_footer());
+    AddExplanation(check,
+                   "Reports what does not parse, with line and column; files that end in the middle;\n"
+                   "characters that cannot be read back; and files that interrupted saves left behind.");
     AddTexts(check, "FILE", options->Files, "Settings file to check; - for standard input")->required();
     AddJsonFlag(check, options->Json);
 }

@@ -114,15 +114,6 @@ ExitCode Get(const GetOptions& options, bool hasName, bool hasDefault)
     return ExitCode::No;
 }
 
-QByteArray ReadAll(const QString& argument)
-{
-    const InputFile input(argument);
-    QFile file(input.Path());
-    if (!file.open(QIODevice::ReadOnly))
-        throw Failure(input.Name(), file.errorString());
-    return file.readAll();
-}
-
 void CheckName(const QString& name)
 {
     if (!IsXmlName(name))
@@ -194,7 +185,7 @@ void PrintDocument(XmlFiler& filer)
     if (!file.open())
         throw Failure(file.fileTemplate(), file.errorString());
     SaveDocument(filer, file.fileName());
-    Console::PrintBytes(ReadAll(file.fileName()));
+    Console::PrintBytes(InputFile(file.fileName()).ReadAll());
 }
 
 ExitCode Set(const SetOptions& options)
@@ -212,7 +203,8 @@ ExitCode Set(const SetOptions& options)
 
     const ValuePlace place{.Path = options.Path, .Name = hasName ? options.NameAndValue.front() : QString()};
     CheckNames(place, type);
-    const QByteArray value = fromFile ? ReadAll(options.From) : options.NameAndValue.back().toUtf8();
+    const QByteArray value
+        = fromFile ? InputFile(options.From).ReadAll() : options.NameAndValue.back().toUtf8();
     if (type != ValueType::Buffer)
         CheckCharacters(value);
 

@@ -3,6 +3,7 @@
 
 #include "cli/Command.h"
 #include "cli/Console.h"
+#include "cli/InputFile.h"
 #include "ipc/Endpoint.h"
 #include "ipc/IpcCommands.h"
 #include "ipc/MessageLines.h"
@@ -54,7 +55,7 @@ Replies ReadReplies(const QString& argument)
     if (argument.isEmpty())
         return replies;
     const InputFile input(argument);
-    for (const MessageInfo& message : ReadMessages(ReadAll(input), input.Name()))
+    for (const MessageInfo& message : ReadMessages(input.ReadAll(), input.Name()))
         replies.insert(message.Id, message.Params);
     return replies;
 }

@@ -5,6 +5,7 @@
 
 #include "cli/Console.h"
 #include "cli/Failure.h"
+#include "cli/InputFile.h"
 #include "messages/MessageFile.h"
 #include "messages/MessageText.h"
 #include <qvutil/messaging/VariantMapEncoder_p.h>
@@ -21,7 +22,7 @@ namespace {
 
 QByteArray ReadBytes(const QString& argument)
 {
-    const QByteArray bytes = ReadAll(InputFile(argument));
+    const QByteArray bytes = InputFile(argument).ReadAll();
     return bytes.isNull() ? QByteArray("") : bytes;
 }
 
@@ -79,7 +80,7 @@ MessageInfo ReadMessage(const QString& id, const QString& file, const QStringLis
     MessageInfo message;
     if (!file.isEmpty()) {
         const InputFile input(file);
-        const QList<MessageInfo> messages = ReadMessages(ReadAll(input), input.Name());
+        const QList<MessageInfo> messages = ReadMessages(input.ReadAll(), input.Name());
         if (messages.size() > 1)
             throw Failure(input.Name(), u"there are %1 messages; one is wanted"_s.arg(messages.size()));
         message.Params = messages.first().Params;

@@ -4,9 +4,9 @@
 #include "messages/MessageFile.h"
 
 #include "cli/Failure.h"
-#include "messages/MessageText.h"
+#include <qvutil/XmlFiler.h>
+#include <qvutil/messaging/MessageCodec_p.h>
 
-#include <QFile>
 #include <QJsonArray>
 #include <QJsonDocument>
 
@@ -14,6 +14,7 @@
 
 using namespace Qt::StringLiterals;
 using Quorvin::Util::MessageInfo;
+using Quorvin::Util::XmlFiler;
 
 namespace Quorvin::Tool {
 namespace {
@@ -82,17 +83,38 @@ private:
     qsizetype mLine = 1; // of mStart
 };
 
+// A receiver takes any document for a message, one without a name if there is none; it would answer with
+// nothing. In a capture such a document was hardly meant to be one.
+QString WhyNoMessage(const MessagePiece& piece)
+{
+    if (!piece.Message || !piece.Message->Id.isEmpty())
+        return {};
+    QString document = QString::fromUtf8(piece.Bytes);
+    if (!document.startsWith(Util::Internal::kFrameStart)) // a receiver adds what is missing
+        document.prepend(Util::Internal::kFrameStart);
+    XmlFiler filer;
+    if (!filer.LoadFromXmlString(document))
+        return {};
+    const QString root = filer.GetCurrentNode().nodeName();
+    return root == "Message"_L1 ? QString() : u"the root element is %1: this is no message"_s.arg(root);
+}
+
 } // namespace
 
-QByteArray ReadAll(const InputFile& input)
+QString OrStandardInput(const QString& argument)
 {
-    QFile file(input.Path());
-    if (!file.open(QIODevice::ReadOnly))
-        throw Failure(input.Name(), file.errorString());
-    const QByteArray bytes = file.readAll();
-    if (file.error() != QFileDevice::NoError)
-        throw Failure(input.Name(), file.errorString());
-    return bytes;
+    return argument.isEmpty() ? u"-"_s : argument;
+}
+
+void ForEachCapturedPiece(QByteArrayView bytes, const std::function<void(const MessagePiece&)>& visit)
+{
+    ForEachMessagePiece(bytes, [&visit](const MessagePiece& piece) {
+        const QString problem = WhyNoMessage(piece);
+        if (problem.isEmpty())
+            visit(piece);
+        else
+            visit({.Offset = piece.Offset, .Bytes = piece.Bytes, .Message = {}, .Problem = problem});
+    });
 }
 
 QList<MessageInfo> ReadMessages(const QByteArray& text, const QString& name)

@@ -4,17 +4,25 @@
 #ifndef QVUTIL_TOOL_MESSAGEFILE_H
 #define QVUTIL_TOOL_MESSAGEFILE_H
 
-#include "cli/InputFile.h"
+#include "messages/MessageText.h"
+
 #include <qvutil/IPC.h>
 
 #include <QByteArray>
+#include <QByteArrayView>
 #include <QList>
 #include <QString>
 
+#include <functional>
+
 namespace Quorvin::Tool {
 
-/// Reads all bytes of a file. Throws Failure.
-[[nodiscard]] QByteArray ReadAll(const InputFile& input);
+/// The argument, or "-" for standard input if there is none, as after a pipe.
+[[nodiscard]] QString OrStandardInput(const QString& argument);
+
+/// Cuts captured bytes into pieces like ForEachMessagePiece. Documents that are no messages are skipped as
+/// well, like those that do not load.
+void ForEachCapturedPiece(QByteArrayView bytes, const std::function<void(const MessagePiece&)>& visit);
 
 /// Reads messages in JSON: one object, several of them, or a list, see MessageText.h.
 /// \param name  what to call the text in messages

@@ -6,7 +6,6 @@
 #include "cli/Failure.h"
 #include "documents/DocumentFile.h"
 
-#include <QFile>
 #include <QRegularExpression>
 #include <QStringConverter>
 
@@ -181,10 +180,7 @@ XmlSource::XmlSource()
 void XmlSource::Load(const InputFile& file)
 {
     LoadDocument(*mFiler, file);
-    QFile content(file.Path());
-    if (!content.open(QIODevice::ReadOnly))
-        throw Failure(file.Name(), content.errorString());
-    if (!Decode(content.readAll()))
+    if (!Decode(file.ReadAll()))
         throw Failure(file.Name(), u"the encoding %1 is not known"_s.arg(QString::fromLatin1(mEncoding)));
     Scan();
 }

@@ -1,0 +1,196 @@
+// SPDX-FileCopyrightText: 2026 The QvUtil developers
+// SPDX-License-Identifier: MIT
+
+#include "expressions/ExprCommands.h"
+
+#include "cli/Command.h"
+#include "cli/Console.h"
+#include "cli/InputFile.h"
+#include "documents/DocumentFile.h"
+#include "expressions/CommandSupport.h"
+#include "expressions/ExpressionOutline.h"
+
+#include <QFile>
+#include <QJsonArray>
+#include <QJsonObject>
+#include <QXmlStreamReader>
+
+#include <memory>
+#include <optional>
+#include <utility>
+
+using namespace Qt::StringLiterals;
+
+namespace Quorvin::Tool {
+namespace {
+
+using Part = ExpressionOutline::Part;
+
+struct LintOptions
+{
+    QStringList Expressions;
+    QStringList Files;
+    QStringList XmlFiles;
+    QStringList Attributes;
+    QStringList Known;
+    bool Json = false;
+};
+
+/// Looks at expressions one by one and tells what is odd.
+class Linter
+{
+public:
+    explicit Linter(const LintOptions& options)
+        : mOptions(options)
+        , mKnown(SplitNames(options.Known))
+    { }
+
+    void Look(const QString& place, const QString& expression)
+    {
+        ++mCount;
+        const ExpressionOutline outline(expression);
+        QList<ExpressionProblem> problems = outline.Problems();
+        if (outline.Mistake() == nullptr)
+            AddUnreachable(place, outline, problems);
+        if (!mOptions.Known.isEmpty()) // a list without a name is one too
+            AddUnknown(outline, problems);
+        for (const ExpressionProblem& problem : std::as_const(problems))
+            Report(place, outline, problem);
+    }
+
+    [[nodiscard]] ExitCode Finish() const
+    {
+        if (mCount == 0) // a wrong name of an attribute would look like a clean result
+            throw Failure({}, u"there is no expression to look at"_s);
+        if (mOptions.Json)
+            Console::PrintJson(QJsonDocument(mProblems));
+        else if (mFound == 0)
+            Console::PrintLine(u"no problems; expressions looked at: %1"_s.arg(mCount));
+        return mFound == 0 ? ExitCode::Yes : ExitCode::No;
+    }
+
+private:
+    static void AddUnreachable(const QString& place, const ExpressionOutline& outline,
+                               QList<ExpressionProblem>& problems)
+    {
+        bool complete = false;
+        for (const qsizetype index : outline.FindUnreachable(complete)) {
+            problems.append({ExpressionProblem::Unreachable, outline.Parts().at(index).Where,
+                             u"this operand is never consulted, whatever the others are"_s});
+        }
+        if (!complete)
+            Console::Complain(place, u"too many operands to tell whether each is consulted"_s);
+    }
+
+    void AddUnknown(const ExpressionOutline& outline, QList<ExpressionProblem>& problems) const
+    {
+        for (const Part& part : outline.Parts()) {
+            if (part.What == Part::Operand && !mKnown.contains(outline.TextOf(part.Where)))
+                problems.append({ExpressionProblem::Unknown, part.Where, u"this operand is not known"_s});
+        }
+    }
+
+    void Report(const QString& place, const ExpressionOutline& outline, const ExpressionProblem& problem)
+    {
+        ++mFound;
+        if (mOptions.Json) {
+            QJsonObject object = problem.ToJson();
+            object.insert(u"place"_s, place);
+            object.insert(u"expression"_s, outline.Text());
+            mProblems.append(object);
+            return;
+        }
+        Console::PrintLine(
+            u"%1, column %2: %3"_s.arg(place).arg(problem.Where.Begin + 1).arg(problem.Reason));
+        Console::PrintLine(outline.Marked(problem.Where));
+    }
+
+    const LintOptions& mOptions;
+    const QStringList mKnown;
+    int mCount = 0;
+    int mFound = 0;
+    QJsonArray mProblems;
+};
+
+// One expression a line; empty lines are passed over.
+void LintFile(Linter& linter, const QString& argument)
+{
+    const InputFile input(argument);
+    QFile file(input.Path());
+    if (!file.open(QIODevice::ReadOnly))
+        throw Failure(input.Name(), file.errorString());
+    for (int number = 1; !file.atEnd(); ++number) {
+        const QString line = QString::fromUtf8(file.readLine()).trimmed();
+        if (!line.isEmpty())
+            linter.Look(u"%1:%2"_s.arg(input.Name()).arg(number), line);
+    }
+}
+
+// The values of attributes of these names, wherever they stand.
+void LintXmlFile(Linter& linter, const QString& argument, const QStringList& attributes)
+{
+    const InputFile input(argument);
+    if (const std::optional<ParseProblem> problem = FindParseProblem(input.Path())) {
+        throw Failure(u"%1:%2:%3"_s.arg(input.Name()).arg(problem->Line).arg(problem->Column),
+                      problem->Reason);
+    }
+    QFile file(input.Path());
+    if (!file.open(QIODevice::ReadOnly))
+        throw Failure(input.Name(), file.errorString());
+    QXmlStreamReader reader(&file);
+    reader.setNamespaceProcessing(false); // as the library: an unknown prefix is no error
+    while (!reader.atEnd()) {
+        if (reader.readNext() != QXmlStreamReader::StartElement)
+            continue;
+        const QXmlStreamAttributes found = reader.attributes();
+        for (const QXmlStreamAttribute& attribute : found) {
+            if (attributes.contains(attribute.qualifiedName()) && !attribute.value().trimmed().isEmpty()) {
+                linter.Look(
+                    u"%1:%2, %3"_s.arg(input.Name()).arg(reader.lineNumber()).arg(attribute.qualifiedName()),
+                    attribute.value().toString());
+            }
+        }
+    }
+    if (reader.hasError()) // what follows was not looked at
+        throw Failure(input.Name(), LimitsReason());
+}
+
+ExitCode Lint(const LintOptions& options)
+{
+    if (options.Expressions.isEmpty() && options.Files.isEmpty() && options.XmlFiles.isEmpty())
+        throw UsageFailure(u"EXPRESSION, --file or --xml is required"_s);
+    if (options.XmlFiles.isEmpty() != options.Attributes.isEmpty())
+        throw UsageFailure(u"--xml and --attribute need each other"_s);
+
+    Linter linter(options);
+    for (qsizetype i = 0; i < options.Expressions.size(); ++i)
+        linter.Look(u"expression %1"_s.arg(i + 1), options.Expressions.at(i));
+    for (const QString& file : options.Files)
+        LintFile(linter, file);
+    for (const QString& file : options.XmlFiles)
+        LintXmlFile(linter, file, options.Attributes);
+    return linter.Finish();
+}
+
+} // namespace
+
+void AddExprLintCommand(CommandLine& line, CLI::App& group)
+{
+    auto options = std::make_shared<LintOptions>();
+    CLI::App& lint = line.AddCommand(
+        group, "lint", "Report mistakes and traps in expressions; the exit code is 1 if there are any",
+        "qvutil expr lint \"a & b (c)\"\n"
+        "qvutil expr lint --xml Window.xml --attribute enabled --known admin,trial",
+        [options] { return Lint(*options); });
+    AddExplanation(
+        lint, "If there is no expression to look at, the exit code is 2: check the names after --attribute.");
+    AddTexts(lint, "EXPRESSION", options->Expressions, "Expression to look at");
+    AddTexts(lint, "--file", options->Files, "File with one expression a line; - for standard input");
+    AddTexts(lint, "--xml", options->XmlFiles, "XML file with expressions in attributes");
+    AddTexts(lint, "--attribute", options->Attributes, "Name of the attributes to look at, with --xml");
+    AddTexts(lint, "--known", options->Known,
+             "Operands that exist, separated by commas: others are reported");
+    AddJsonFlag(lint, options->Json);
+}
+
+} // namespace Quorvin::Tool

@@ -1,0 +1,85 @@
+// SPDX-FileCopyrightText: 2026 The QvUtil developers
+// SPDX-License-Identifier: MIT
+
+#include "grid/GridCommands.h"
+
+#include "cli/Command.h"
+#include "cli/Console.h"
+#include "grid/GridCleaning.h"
+#include "grid/GridReport.h"
+#include "grid/GridSnapshot.h"
+
+#include <QJsonObject>
+
+#include <memory>
+
+using namespace Qt::StringLiterals;
+
+namespace Quorvin::Tool {
+namespace {
+
+struct CleanOptions : GridOptions
+{
+    bool DryRun = false;
+};
+
+void PrintCleaning(const GridCleaning& cleaning, bool isDryRun)
+{
+    for (const GridLeftover& leftover : cleaning.Removed) {
+        Console::PrintLine((isDryRun ? u"would remove "_s : u"removed "_s)
+                           + Console::Visible(leftover.ToText()));
+    }
+    if (cleaning.IsRepaired) {
+        Console::PrintLine((isDryRun ? u"would write"_s : u"wrote"_s)
+                           + u" the damaged registry anew, with the members that can be read"_s);
+    }
+    if (cleaning.Removed.isEmpty() && !cleaning.IsRepaired)
+        Console::PrintLine(u"nothing to remove"_s);
+}
+
+void PrintCleaningJson(const CleanOptions& options, const GridCleaning& cleaning)
+{
+    Console::PrintJson(QJsonDocument(QJsonObject{{u"grid"_s, options.Grid},
+                                                 {u"dryRun"_s, options.DryRun},
+                                                 {u"removed"_s, LeftoversToJson(cleaning.Removed)},
+                                                 {u"kept"_s, LeftoversToJson(cleaning.Kept)},
+                                                 {u"repaired"_s, cleaning.IsRepaired}}));
+}
+
+ExitCode Clean(const CleanOptions& options)
+{
+    RequireGridName(options.Grid);
+    const GridSnapshot snapshot = LookAtGrid(options.Grid);
+    if (!snapshot.Exists())
+        return ReportMissingGrid(snapshot);
+    const GridCleaning cleaning = options.DryRun ? PreviewCleaning(snapshot) : CleanGrid(options.Grid);
+    if (options.Json)
+        PrintCleaningJson(options, cleaning);
+    else
+        PrintCleaning(cleaning, options.DryRun);
+    for (const GridLeftover& leftover : cleaning.Kept)
+        Console::Complain(leftover.Path, u"cannot be removed"_s);
+    return cleaning.Kept.isEmpty() ? ExitCode::Yes : ExitCode::Error;
+}
+
+} // namespace
+
+void AddGridCleanCommand(CommandLine& line, CLI::App& group)
+{
+    auto options = std::make_shared<CleanOptions>();
+    CLI::App& clean
+        = AddGridCommand(line, group, "clean", "Remove what crashed processes have left of a grid",
+                         "qvutil grid clean desk --dry-run\n"
+                         "qvutil grid clean desk",
+                         *options);
+    AddExplanation(
+        clean,
+        "Removes the entries of processes that have ended, and socket files at which nobody\n"
+        "listens; and the registry and its lock file if no member is left. It takes the locks that\n"
+        "members take, so that they may come and go meanwhile.");
+    clean.get_option("GRID")->required();
+    clean.add_flag("--dry-run", options->DryRun, "Remove nothing: tell what would go");
+    line.SetAction(clean, [options] { return Clean(*options); });
+}
+
+} // namespace Quorvin::Tool

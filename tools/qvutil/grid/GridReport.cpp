@@ -1,0 +1,118 @@
+// SPDX-FileCopyrightText: 2026 The QvUtil developers
+// SPDX-License-Identifier: MIT
+
+#include "grid/GridReport.h"
+
+#include "cli/Console.h"
+
+#include <QJsonObject>
+
+#include <algorithm>
+
+using namespace Qt::StringLiterals;
+
+namespace Quorvin::Tool {
+namespace {
+
+QString JoinIds(const QList<qint64>& ids)
+{
+    QStringList texts;
+    for (const qint64 id : ids)
+        texts.append(QString::number(id));
+    return texts.isEmpty() ? u"-"_s : texts.join(u',');
+}
+
+QString StateOf(const GridMember& member, const GridLinks* links)
+{
+    if (!member.IsAlive)
+        return u"dead"_s;
+    return links && !links->IsListening ? u"alive, not listening"_s : u"alive"_s;
+}
+
+const GridLinks* LinksOf(const GridSnapshot& snapshot, qsizetype member)
+{
+    return snapshot.Links ? &snapshot.Links->at(member) : nullptr;
+}
+
+QJsonArray ToJson(const QList<qint64>& ids)
+{
+    QJsonArray array;
+    for (const qint64 id : ids)
+        array.append(id);
+    return array;
+}
+
+QJsonObject ToJson(const GridLeftover& leftover)
+{
+    switch (leftover.What) {
+    case GridLeftover::Entry:
+        return {
+            {u"kind"_s, u"entry"_s}, {u"processId"_s, leftover.ProcessId}, {u"serverName"_s, leftover.Path}};
+    case GridLeftover::Socket:
+        return {{u"kind"_s, u"socket"_s}, {u"processId"_s, leftover.ProcessId}, {u"path"_s, leftover.Path}};
+    case GridLeftover::Registry:
+        return {{u"kind"_s, u"registry"_s}};
+    case GridLeftover::LockFile:
+        break;
+    }
+    return {{u"kind"_s, u"lockFile"_s}, {u"path"_s, leftover.Path}};
+}
+
+} // namespace
+
+void PrintTable(const QList<QStringList>& rows)
+{
+    QList<qsizetype> widths;
+    for (const QStringList& row : rows) {
+        widths.resize(std::max(widths.size(), row.size()));
+        for (qsizetype i = 0; i < row.size(); ++i)
+            widths[i] = std::max(widths.at(i), row.at(i).size());
+    }
+    for (const QStringList& row : rows) {
+        QString line;
+        for (qsizetype i = 0; i < row.size(); ++i)
+            line += i + 1 < row.size() ? row.at(i).leftJustified(widths.at(i) + 2) : row.at(i);
+        Console::PrintLine(line);
+    }
+}
+
+void PrintMembers(const GridSnapshot& snapshot)
+{
+    QList<QStringList> rows = {{u"process"_s, u"state"_s, u"connected to"_s, u"client"_s, u"server"_s}};
+    for (qsizetype i = 0; i < snapshot.Registry.Members.size(); ++i) {
+        const GridMember& member = snapshot.Registry.Members.at(i);
+        const GridLinks* links = LinksOf(snapshot, i);
+        rows.append({QString::number(member.ProcessId), StateOf(member, links),
+                     links ? JoinIds(links->Servers) : u"?"_s, links ? JoinIds(links->Clients) : u"?"_s,
+                     Console::Visible(member.ServerName)});
+    }
+    PrintTable(rows);
+}
+
+QJsonArray MembersToJson(const GridSnapshot& snapshot)
+{
+    QJsonArray array;
+    for (qsizetype i = 0; i < snapshot.Registry.Members.size(); ++i) {
+        const GridMember& member = snapshot.Registry.Members.at(i);
+        const GridLinks* links = LinksOf(snapshot, i);
+        array.append(QJsonObject{
+            {u"processId"_s, member.ProcessId},
+            {u"serverName"_s, member.ServerName},
+            {u"alive"_s, member.IsAlive},
+            {u"listening"_s, links ? QJsonValue(links->IsListening) : QJsonValue::Null},
+            {u"connectedTo"_s, links ? QJsonValue(ToJson(links->Servers)) : QJsonValue::Null},
+            {u"clients"_s, links ? QJsonValue(ToJson(links->Clients)) : QJsonValue::Null},
+        });
+    }
+    return array;
+}
+
+QJsonArray LeftoversToJson(const QList<GridLeftover>& leftovers)
+{
+    QJsonArray array;
+    for (const GridLeftover& leftover : leftovers)
+        array.append(ToJson(leftover));
+    return array;
+}
+
+} // namespace Quorvin::Tool

@@ -1,0 +1,26 @@
+// SPDX-FileCopyrightText: 2026 The QvUtil developers
+// SPDX-License-Identifier: MIT
+
+#ifndef QVUTIL_TOOL_GRID_GRIDREPORT_H
+#define QVUTIL_TOOL_GRID_GRIDREPORT_H
+
+#include "grid/GridSnapshot.h"
+
+#include <QJsonArray>
+#include <QList>
+#include <QStringList>
+
+// How the commands of `qvutil grid` show what they found.
+namespace Quorvin::Tool {
+
+/// Prints columns side by side, each as wide as its longest text.
+void PrintTable(const QList<QStringList>& rows);
+/// Prints a table of the members and their links.
+void PrintMembers(const GridSnapshot& snapshot);
+
+[[nodiscard]] QJsonArray MembersToJson(const GridSnapshot& snapshot);
+[[nodiscard]] QJsonArray LeftoversToJson(const QList<GridLeftover>& leftovers);
+
+} // namespace Quorvin::Tool
+
+#endif // QVUTIL_TOOL_GRID_GRIDREPORT_H

@@ -1,0 +1,74 @@
+// SPDX-FileCopyrightText: 2026 The QvUtil developers
+// SPDX-License-Identifier: MIT
+
+#include "grid/GridCommands.h"
+
+#include "cli/Command.h"
+#include "cli/Console.h"
+#include "grid/GridReport.h"
+#include "grid/GridSnapshot.h"
+
+#include <QDir>
+#include <QJsonObject>
+
+#include <memory>
+
+using namespace Qt::StringLiterals;
+
+namespace Quorvin::Tool {
+namespace {
+
+ExitCode ListGrids(bool json)
+{
+    QJsonArray array;
+    QList<QStringList> rows = {{u"grid"_s, u"alive"_s, u"dead"_s, u"leftovers"_s}};
+    for (const QString& grid : FindGrids()) {
+        const GridSnapshot snapshot = LookAtGrid(grid);
+        const qsizetype dead = snapshot.DeadCount();
+        const qsizetype alive = snapshot.Registry.Members.size() - dead;
+        array.append(QJsonObject{{u"grid"_s, grid},
+                                 {u"alive"_s, alive},
+                                 {u"dead"_s, dead},
+                                 {u"leftovers"_s, snapshot.Leftovers.size()}});
+        rows.append({Console::Visible(grid), QString::number(alive), QString::number(dead),
+                     QString::number(snapshot.Leftovers.size())});
+    }
+    if (json)
+        Console::PrintJson(QJsonDocument(array));
+    else if (array.isEmpty())
+        Console::PrintLine(u"no grids in %1"_s.arg(QDir::tempPath()));
+    else
+        PrintTable(rows);
+    return array.isEmpty() ? ExitCode::No : ExitCode::Yes;
+}
+
+ExitCode List(const GridOptions& options)
+{
+    if (options.Grid.isNull())
+        return ListGrids(options.Json);
+    RequireGridName(options.Grid);
+    const GridSnapshot snapshot = LookAtGrid(options.Grid);
+    if (!snapshot.Registry.Exists)
+        return ReportMissingGrid(snapshot);
+    if (options.Json)
+        Console::PrintJson(QJsonDocument(MembersToJson(snapshot)));
+    else
+        PrintMembers(snapshot);
+    return ExitCode::Yes;
+}
+
+} // namespace
+
+void AddGridListCommand(CommandLine& line, CLI::App& group)
+{
+    auto options = std::make_shared<GridOptions>();
+    CLI::App& list = AddGridCommand(line, group, "list", "List the members of a grid, or all grids",
+                                    "qvutil grid list\n"
+                                    "qvutil grid list desk\n"
+                                    "qvutil grid list desk --json | jq '.[] | select(.alive).processId'",
+                                    *options);
+    list.get_option("GRID")->description("Name of the grid; all grids if not given");
+    line.SetAction(list, [options] { return List(*options); });
+}
+
+} // namespace Quorvin::Tool

@@ -1,0 +1,104 @@
+// SPDX-FileCopyrightText: 2026 The QvUtil developers
+// SPDX-License-Identifier: MIT
+
+#include "grid/GridCommands.h"
+
+#include "cli/Command.h"
+#include "cli/Console.h"
+#include "grid/GridReport.h"
+#include "grid/GridSnapshot.h"
+#include <qvutil/messaging/GridRegistry_p.h>
+
+#include <QJsonObject>
+
+#include <memory>
+
+using namespace Qt::StringLiterals;
+
+namespace Quorvin::Tool {
+namespace {
+
+QJsonObject ToJson(const GridSnapshot& snapshot)
+{
+    return {{u"grid"_s, snapshot.Name},
+            {u"exists"_s, snapshot.Registry.Exists},
+            {u"healthy"_s, snapshot.IsHealthy()},
+            {u"locked"_s, snapshot.Registry.IsLocked},
+            {u"usedBytes"_s, snapshot.Registry.UsedBytes},
+            {u"size"_s, Util::Internal::kRegistrySize},
+            {u"members"_s, MembersToJson(snapshot)},
+            {u"problems"_s, QJsonArray::fromStringList(snapshot.Registry.Problems)},
+            {u"leftovers"_s, LeftoversToJson(snapshot.Leftovers)}};
+}
+
+QString Summary(const GridSnapshot& snapshot)
+{
+    const qsizetype dead = snapshot.DeadCount();
+    return u"grid %1: %2 alive, %3 dead; %4 of %5 bytes used"_s.arg(Console::Visible(snapshot.Name))
+        .arg(snapshot.Registry.Members.size() - dead)
+        .arg(dead)
+        .arg(snapshot.Registry.UsedBytes)
+        .arg(Util::Internal::kRegistrySize);
+}
+
+void PrintIndented(const QStringList& lines)
+{
+    for (const QString& line : lines)
+        Console::PrintLine(u"  "_s + Console::Visible(line));
+}
+
+void PrintSnapshot(const GridSnapshot& snapshot)
+{
+    if (snapshot.Registry.Exists) {
+        Console::PrintLine(Summary(snapshot));
+        if (!snapshot.Registry.Members.isEmpty()) {
+            Console::PrintLine({});
+            PrintMembers(snapshot);
+        }
+    } else {
+        Console::PrintLine(u"grid %1: nobody has joined"_s.arg(Console::Visible(snapshot.Name)));
+    }
+    QStringList problems = snapshot.Registry.Problems;
+    if (snapshot.Registry.IsLocked)
+        problems.append(u"a process keeps the registry locked: nobody can join or leave"_s);
+    if (!problems.isEmpty()) {
+        Console::PrintLine(u"\nproblems:"_s);
+        PrintIndented(problems);
+    }
+    if (!snapshot.Leftovers.isEmpty()) {
+        Console::PrintLine(u"\nleft by processes that have crashed; `qvutil grid clean` removes it:"_s);
+        for (const GridLeftover& leftover : snapshot.Leftovers)
+            PrintIndented({leftover.ToText()});
+    }
+}
+
+ExitCode Show(const GridOptions& options)
+{
+    RequireGridName(options.Grid);
+    const GridSnapshot snapshot = LookAtGrid(options.Grid);
+    if (!snapshot.Exists())
+        return ReportMissingGrid(snapshot);
+    if (options.Json)
+        Console::PrintJson(QJsonDocument(ToJson(snapshot)));
+    else
+        PrintSnapshot(snapshot);
+    return snapshot.IsHealthy() ? ExitCode::Yes : ExitCode::No;
+}
+
+} // namespace
+
+void AddGridShowCommand(CommandLine& line, CLI::App& group)
+{
+    auto options = std::make_shared<GridOptions>();
+    CLI::App& show = AddGridCommand(line, group, "show", "Show a grid, its links and what is wrong with it",
+                                    "qvutil grid show desk\n"
+                                    "qvutil grid show desk --json | jq .leftovers",
+                                    *options);
+    AddExplanation(show,
+                   "The exit code is 0 if all is well with the grid, and 1 if members have died or do not\n"
+                   "listen, something is left of them, or the registry is damaged.");
+    show.get_option("GRID")->required();
+    line.SetAction(show, [options] { return Show(*options); });
+}
+
+} // namespace Quorvin::Tool

@@ -1,0 +1,147 @@
+// SPDX-FileCopyrightText: 2026 The QvUtil developers
+// SPDX-License-Identifier: MIT
+
+#include "xliff/XliffCommands.h"
+
+#include "cli/Command.h"
+#include "cli/Console.h"
+#include "xliff/CommandSupport.h"
+#include "xliff/DocumentWalk.h"
+#include "xliff/XliffChecks.h"
+#include "xliff/XliffDocument.h"
+
+#include <QJsonArray>
+#include <QJsonObject>
+
+#include <memory>
+
+using namespace Qt::StringLiterals;
+
+namespace Quorvin::Tool {
+namespace {
+
+struct CheckOptions
+{
+    QStringList Files;
+    DocumentSelection Documents;
+    QStringList Allowed;
+    bool AllowUntranslated = false;
+    bool RequireFinished = false;
+    bool Json = false;
+};
+
+QStringList KindNames()
+{
+    QStringList names;
+    for (const FindingKind kind : GetFindingKinds())
+        names.append(GetKindName(kind));
+    return names;
+}
+
+QStringList AllowedKinds(const CheckOptions& options)
+{
+    const QStringList known = KindNames();
+    for (const QString& kind : options.Allowed) {
+        if (!known.contains(kind))
+            throw UsageFailure(
+                u"there is no kind of finding '%1', only: %2"_s.arg(kind, known.join(", "_L1)));
+    }
+    QStringList allowed = options.Allowed;
+    if (options.AllowUntranslated)
+        allowed.append(GetKindName(FindingKind::Untranslated));
+    if (!options.RequireFinished)
+        allowed.append(GetKindName(FindingKind::Unfinished));
+    return allowed;
+}
+
+QJsonObject ToJson(const Finding& finding)
+{
+    QJsonObject object = PlaceJson(finding.Where);
+    object.insert(u"kind"_s, GetKindName(finding.Kind));
+    object.insert(u"file"_s, finding.File);
+    object.insert(u"original"_s, finding.Original);
+    object.insert(u"id"_s, finding.Id);
+    object.insert(u"text"_s, finding.Text);
+    return object;
+}
+
+void PrintFindings(const XliffDocument& xliff, const QList<Finding>& findings, qsizetype allowed)
+{
+    for (const Finding& finding : findings) {
+        Console::PrintLine(u"%1: %2 [%3]"_s.arg(PlaceText(finding.File, finding.Where), finding.Text,
+                                                GetKindName(finding.Kind)));
+    }
+    QString summary = u"%1: %2, "_s.arg(xliff.GetName(), Count(xliff.GetUnits().size(), u"unit"_s));
+    summary += findings.isEmpty() ? u"no findings"_s : Count(findings.size(), u"finding"_s);
+    if (allowed > 0)
+        summary += u", %1 allowed"_s.arg(allowed);
+    Console::PrintLine(summary);
+}
+
+QJsonObject ToJson(const XliffDocument& xliff, const QList<Finding>& findings, qsizetype allowed)
+{
+    QJsonArray array;
+    for (const Finding& finding : findings)
+        array.append(ToJson(finding));
+    return {{u"file"_s, xliff.GetName()},
+            {u"units"_s, xliff.GetUnits().size()},
+            {u"findings"_s, array},
+            {u"allowed"_s, allowed}};
+}
+
+ExitCode Check(const CheckOptions& options)
+{
+    const QStringList allowedKinds = AllowedKinds(options);
+    const bool hasDocuments = !options.Documents.Paths.isEmpty();
+    WalkResult walk;
+    if (hasDocuments)
+        walk = CollectTexts(options.Documents);
+    bool isClean = true;
+    QJsonArray json;
+    const ExitCode code = ForEachFile(options.Files, [&](const QString& file) {
+        const XliffDocument xliff{InputFile(file)};
+        QList<Finding> findings = CheckXliff(xliff, hasDocuments ? &walk.Documents : nullptr);
+        const qsizetype allowed = findings.removeIf(
+            [&](const Finding& finding) { return allowedKinds.contains(GetKindName(finding.Kind)); });
+        isClean = isClean && findings.isEmpty();
+        if (options.Json)
+            json.append(ToJson(xliff, findings, allowed));
+        else
+            PrintFindings(xliff, findings, allowed);
+    });
+    if (options.Json)
+        Console::PrintJson(QJsonDocument(json));
+    if (code == ExitCode::Error || !walk.IsComplete)
+        return ExitCode::Error;
+    return isClean ? ExitCode::Yes : ExitCode::No;
+}
+
+} // namespace
+
+void AddXliffCheckCommand(CommandLine& line, CLI::App& group)
+{
+    auto options = std::make_shared<CheckOptions>();
+    const QStringList kinds = KindNames();
+    CLI::App& command = line.AddCommand(
+        group, "check", "Find what a user would see untranslated, cut or not at all",
+        "qvutil xliff check de.xlf ja.xlf\n"
+        "qvutil xliff check de.xlf --documents ui --recursive  # also texts that are missing or gone\n"
+        "qvutil xliff check *.xlf --allow-untranslated         # in a build while translation goes on\n"
+        "qvutil xliff check *.xlf --require-finished           # in a build for release",
+        [options] { return Check(*options); });
+    AddTexts(command, "XLIFF", options->Files, "XLIFF files")->required();
+    AddTexts(command, "--documents,-d", options->Documents.Paths,
+             "XML file, or folder to look for them in, whose texts the XLIFF files translate")
+        ->type_name("PATH");
+    AddDocumentOptions(command, options->Documents);
+    command.add_flag("--allow-untranslated", options->AllowUntranslated,
+                     "Do not mind missing and empty targets");
+    command.add_flag("--require-finished", options->RequireFinished,
+                     "Mind targets whose state is new or needs-...");
+    AddTexts(command, "--allow", options->Allowed,
+             "Do not mind this kind of finding: " + kinds.join(", "_L1).toStdString())
+        ->type_name("KIND");
+    AddJsonFlag(command, options->Json);
+}
+
+} // namespace Quorvin::Tool

@@ -1,0 +1,41 @@
+// SPDX-FileCopyrightText: 2026 The QvUtil developers
+// SPDX-License-Identifier: MIT
+
+#include "xliff/CommandSupport.h"
+
+using namespace Qt::StringLiterals;
+
+namespace Quorvin::Tool {
+
+QString Count(qsizetype number, const QString& noun)
+{
+    return QString::number(number) + u' ' + noun + (number == 1 ? QString() : u"s"_s);
+}
+
+QString PlaceText(const QString& file, Place place)
+{
+    QString text = file;
+    if (place.Line > 0)
+        text += u':' + QString::number(place.Line);
+    if (place.Column > 0)
+        text += u':' + QString::number(place.Column);
+    return text;
+}
+
+QJsonObject PlaceJson(Place place)
+{
+    QJsonObject object{{u"line"_s, place.Line}};
+    if (place.Column > 0)
+        object.insert(u"column"_s, place.Column);
+    return object;
+}
+
+void AddDocumentOptions(CLI::App& command, DocumentSelection& selection)
+{
+    command.add_flag("--recursive,-r", selection.IsRecursive, "Look into folders in folders too");
+    AddTexts(command, "--pattern", selection.Patterns,
+             "Which files of a folder are documents, such as *.ui.xml; default: *.xml")
+        ->type_name("PATTERN");
+}
+
+} // namespace Quorvin::Tool

@@ -1,0 +1,139 @@
+// SPDX-FileCopyrightText: 2026 The QvUtil developers
+// SPDX-License-Identifier: MIT
+
+#include "xliff/XliffCommands.h"
+
+#include "cli/Command.h"
+#include "cli/Console.h"
+#include "xliff/CommandSupport.h"
+#include "xliff/DocumentWalk.h"
+#include "xliff/XliffDocument.h"
+
+#include <QHash>
+#include <QJsonArray>
+#include <QJsonObject>
+
+#include <memory>
+
+using namespace Qt::StringLiterals;
+
+namespace Quorvin::Tool {
+namespace {
+
+struct ShowOptions
+{
+    QString File;
+    QString Document;
+    bool Json = false;
+};
+
+enum class Sight {
+    Translated,
+    Untranslated,
+    Id,
+};
+
+/// Prints what the library gives for each mark of a document.
+class ShowCommand
+{
+public:
+    explicit ShowCommand(const ShowOptions& options)
+        : mOptions(options)
+        , mFile(options.File)
+        , mXliff(mFile)
+    {
+        const QString key = DocumentKey(options.Document);
+        for (const XliffUnit& unit : mXliff.GetUnits()) {
+            if (unit.Reach == UnitReach::Found && mXliff.GetFiles().at(unit.File).Key == key)
+                mUnits.insert(unit.Id, &unit);
+        }
+    }
+
+    ExitCode Run()
+    {
+        if (mOptions.Document == "-"_L1)
+            throw UsageFailure(u"the document needs a file name: translations are found by it"_s);
+        Util::XlfTranslator translator(mFile.Path());
+        XmlSource document;
+        document.GetFiler().Translator = &translator;
+        document.Load(InputFile(mOptions.Document));
+        int translated = 0, untranslated = 0, ids = 0;
+        for (const TranslationMark& mark : FindTranslationMarks(document)) {
+            if (mark.Source.trimmed().isEmpty() && mark.Shown == mark.Source)
+                continue; // nothing to translate
+            const QString id = QString::fromLatin1(Util::GeneralUtil::GetHash(mark.Source));
+            const Sight sight = Classify(mark, id);
+            ++(sight == Sight::Translated ? translated : sight == Sight::Id ? ids : untranslated);
+            if (mOptions.Json)
+                mJson.append(ToJson(mark, sight, id));
+            else
+                Print(mark, sight);
+        }
+        if (mOptions.Json) {
+            Console::PrintJson(QJsonDocument(mJson));
+        } else {
+            Console::PrintLine(u"%1 with %2: %3 translated, %4 untranslated, %5 shown as an id"_s.arg(
+                mOptions.Document, mXliff.GetName(), QString::number(translated),
+                QString::number(untranslated), QString::number(ids)));
+        }
+        return ExitCode::Yes;
+    }
+
+private:
+    [[nodiscard]] Sight Classify(const TranslationMark& mark, const QString& id) const
+    {
+        const XliffUnit* unit = mUnits.value(id);
+        if (!unit)
+            return Sight::Untranslated;
+        return mark.Shown == id && unit->Target != id ? Sight::Id : Sight::Translated;
+    }
+
+    void Print(const TranslationMark& mark, Sight sight) const
+    {
+        QString text = PlaceText(mOptions.Document, mark.Where) + ": "_L1 + Console::Quoted(mark.Source);
+        if (sight == Sight::Untranslated && mark.Shown == mark.Source)
+            text += u"  UNTRANSLATED: no unit"_s;
+        else
+            text += " -> "_L1 + Console::Quoted(mark.Shown);
+        if (sight == Sight::Id)
+            text += u"  ID SHOWN: no target"_s;
+        Console::PrintLine(text);
+    }
+
+    static QJsonObject ToJson(const TranslationMark& mark, Sight sight, const QString& id)
+    {
+        QJsonObject object = PlaceJson(mark.Where);
+        object.insert(u"source"_s, mark.Source);
+        object.insert(u"shown"_s, mark.Shown);
+        object.insert(u"path"_s, mark.Path);
+        object.insert(u"id"_s, id);
+        object.insert(u"result"_s,
+                      sight == Sight::Translated ? u"translated"_s
+                          : sight == Sight::Id   ? u"id"_s
+                                                 : u"untranslated"_s);
+        return object;
+    }
+
+    const ShowOptions& mOptions;
+    InputFile mFile;
+    XliffDocument mXliff;
+    QHash<QString, const XliffUnit*> mUnits;
+    QJsonArray mJson;
+};
+
+} // namespace
+
+void AddXliffShowCommand(CommandLine& line, CLI::App& group)
+{
+    auto options = std::make_shared<ShowOptions>();
+    CLI::App& command
+        = line.AddCommand(group, "show", "Show what a user of a document sees, read through the library",
+                          "qvutil xliff show de.xlf ui/MainWindow.xml\n"
+                          "qvutil xliff show de.xlf ui/MainWindow.xml | grep -e UNTRANSLATED -e 'ID SHOWN'",
+                          [options] { return ShowCommand(*options).Run(); });
+    AddText(command, "XLIFF", options->File, "XLIFF file")->required();
+    AddText(command, "DOCUMENT", options->Document, "XML document that is read with it")->required();
+    AddJsonFlag(command, options->Json);
+}
+
+} // namespace Quorvin::Tool
