@@ -10,7 +10,6 @@
 #include "cli/Groups.h"
 #include "cli/InputFile.h"
 
-
 #include <memory>
 
 using namespace Qt::StringLiterals;

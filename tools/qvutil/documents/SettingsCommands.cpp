@@ -4,6 +4,7 @@
 #include "cli/Command.h"
 #include "cli/Console.h"
 #include "cli/Groups.h"
+#include "cli/Report.h"
 #include "documents/DocumentEntries.h"
 #include "documents/DocumentFile.h"
 #include "documents/FileCheck.h"
@@ -58,16 +59,11 @@ ExitCode List(const ListOptions& options)
         Console::Complain(file.Name(), u"there is no element %1"_s.arg(options.Path));
         return ExitCode::No;
     }
-    QJsonArray array;
+    Report report(options.Json);
     const QList<Entry> entries = ListEntries(filer.GetCurrentNode().toElement());
-    for (const Entry& entry : entries) {
-        if (options.Json)
-            array.append(entry.ToJson());
-        else
-            Console::PrintLine(entry.ToText());
-    }
-    if (options.Json)
-        Console::PrintJson(QJsonDocument(array));
+    for (const Entry& entry : entries)
+        report.AddItem([&] { return entry.ToJson(); }, [&] { Console::PrintLine(entry.ToText()); });
+    report.Finish();
     return ExitCode::Yes;
 }
 
@@ -131,6 +127,14 @@ QJsonObject ToJson(const Difference& difference)
     return object;
 }
 
+void Print(const Difference& difference)
+{
+    if (difference.Left)
+        Console::PrintLine("- "_L1 + difference.Left->ToText());
+    if (difference.Right)
+        Console::PrintLine("+ "_L1 + difference.Right->ToText());
+}
+
 QList<Entry> LoadEntries(const QString& argument)
 {
     XmlFiler filer;
@@ -145,19 +149,10 @@ ExitCode Diff(const DiffOptions& options)
     const QList<Entry> left = LoadEntries(options.Left);
     const QList<Entry> right = LoadEntries(options.Right);
     const QList<Difference> differences = Compare(left, right);
-    QJsonArray array;
-    for (const Difference& difference : differences) {
-        if (options.Json) {
-            array.append(ToJson(difference));
-            continue;
-        }
-        if (difference.Left)
-            Console::PrintLine("- "_L1 + difference.Left->ToText());
-        if (difference.Right)
-            Console::PrintLine("+ "_L1 + difference.Right->ToText());
-    }
-    if (options.Json)
-        Console::PrintJson(QJsonDocument(array));
+    Report report(options.Json);
+    for (const Difference& difference : differences)
+        report.AddItem([&] { return ToJson(difference); }, [&] { Print(difference); });
+    report.Finish();
     return differences.isEmpty() ? ExitCode::Yes : ExitCode::No;
 }
 
@@ -169,30 +164,32 @@ QJsonObject ToJson(const QString& file, const QList<FileProblem>& problems)
     return {{u"file"_s, file}, {u"ok"_s, problems.isEmpty()}, {u"problems"_s, array}};
 }
 
+void Print(const QString& file, const QList<FileProblem>& problems)
+{
+    if (problems.isEmpty())
+        Console::PrintLine(Console::Visible(file) + ": good"_L1);
+    for (const FileProblem& problem : problems)
+        Console::PrintLine(Console::Visible(problem.ToText(file)));
+}
+
 ExitCode Check(const CheckOptions& options)
 {
     auto code = ExitCode::Yes;
-    QJsonArray array;
+    Report report(options.Json);
     for (const QString& argument : options.Files) {
         try {
             const InputFile file(argument);
             const QList<FileProblem> problems = CheckFile(file);
             if (!problems.isEmpty())
                 code = std::max(code, ExitCode::No);
-            if (options.Json)
-                array.append(ToJson(file.Name(), problems));
-            else if (problems.isEmpty())
-                Console::PrintLine(Console::Visible(file.Name()) + ": good"_L1);
-            else
-                for (const FileProblem& problem : problems)
-                    Console::PrintLine(Console::Visible(problem.ToText(file.Name())));
+            report.AddItem([&] { return ToJson(file.Name(), problems); },
+                           [&] { Print(file.Name(), problems); });
         } catch (const Failure& failure) { // the other files are still of interest
             Console::Complain(failure.Subject, failure.Reason);
             code = ExitCode::Error;
         }
     }
-    if (options.Json)
-        Console::PrintJson(QJsonDocument(array));
+    report.Finish();
     return code;
 }
 

@@ -5,6 +5,7 @@
 
 #include "cli/Command.h"
 #include "cli/Console.h"
+#include "cli/Report.h"
 #include "documents/DocumentFile.h"
 #include "documents/TypedValue.h"
 
@@ -68,16 +69,17 @@ QString PathOf(XmlFiler& filer, const QString& path)
 
 void PrintValue(XmlFiler& filer, const GetOptions& options, ValueType type, const Value& value)
 {
-    if (options.Json) {
-        QJsonObject object{{u"path"_s, PathOf(filer, options.Place.Path)},
-                           {u"type"_s, ValueTypeName(type)},
-                           {u"value"_s, value.Json}};
-        if (!IsContent(type))
-            object.insert(u"name"_s, options.Place.Name);
-        Console::PrintJson(QJsonDocument(object));
-    } else {
-        Console::PrintBytes(type == ValueType::Buffer ? value.Plain : value.Plain + '\n');
-    }
+    Report(options.Json)
+        .Answer(
+            [&] {
+                QJsonObject object{{u"path"_s, PathOf(filer, options.Place.Path)},
+                                   {u"type"_s, ValueTypeName(type)},
+                                   {u"value"_s, value.Json}};
+                if (!IsContent(type))
+                    object.insert(u"name"_s, options.Place.Name);
+                return object;
+            },
+            [&] { Console::PrintBytes(type == ValueType::Buffer ? value.Plain : value.Plain + '\n'); });
 }
 
 ExitCode Get(const GetOptions& options, bool hasName, bool hasDefault)

@@ -4,6 +4,7 @@
 #include "cli/Command.h"
 #include "cli/Console.h"
 #include "cli/Groups.h"
+#include "cli/Report.h"
 #include "documents/DocumentEntries.h"
 #include "documents/DocumentFile.h"
 #include "documents/ValueCommands.h"
@@ -96,10 +97,9 @@ ExitCode List(const PartOptions& options)
     if (!Open(filer, options))
         return ExitCode::No;
     const QDomElement element = filer.GetCurrentNode().toElement();
-    if (options.Json)
-        Console::PrintJson(QJsonDocument(TreeToJson(element, options.Depth)));
-    else
-        PrintTree(element, 0, options.Depth);
+    Report(options.Json)
+        .Answer([&] { return TreeToJson(element, options.Depth); },
+                [&] { PrintTree(element, 0, options.Depth); });
     return ExitCode::Yes;
 }
 
@@ -109,12 +109,12 @@ ExitCode Cat(const PartOptions& options)
     if (!Open(filer, options))
         return ExitCode::No;
     const QString markup = options.Inner ? filer.ReadInnerXml() : filer.ReadOuterXml();
-    if (options.Json) {
-        Console::PrintJson(
-            QJsonDocument(QJsonObject{{u"path"_s, filer.GetCurrentNodePath()}, {u"xml"_s, markup}}));
-    } else {
-        Console::Print(markup.isEmpty() || markup.endsWith(u'\n') ? markup : markup + u'\n');
-    }
+    Report(options.Json)
+        .Answer(
+            [&] {
+                return QJsonObject{{u"path"_s, filer.GetCurrentNodePath()}, {u"xml"_s, markup}};
+            },
+            [&] { Console::Print(markup.isEmpty() || markup.endsWith(u'\n') ? markup : markup + u'\n'); });
     return ExitCode::Yes;
 }
 

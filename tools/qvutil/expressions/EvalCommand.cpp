@@ -5,6 +5,7 @@
 
 #include "cli/Command.h"
 #include "cli/Console.h"
+#include "cli/Report.h"
 #include "expressions/CommandSupport.h"
 #include "expressions/ExpressionOutline.h"
 
@@ -108,13 +109,13 @@ ExitCode Eval(const EvalOptions& options)
     }
     if (!trace.Done) // a mistake in a part that is skipped does no harm
         RequireWellFormed(outline);
-    if (options.Json) {
-        Console::PrintJson(QJsonDocument(ExplainJson(outline, trace)));
-    } else {
-        if (options.Explain)
-            Explain(outline, trace);
-        Console::PrintLine(Word(trace.Value));
-    }
+    Report(options.Json)
+        .Answer([&] { return ExplainJson(outline, trace); },
+                [&] {
+                    if (options.Explain)
+                        Explain(outline, trace);
+                    Console::PrintLine(Word(trace.Value));
+                });
     return trace.Value ? ExitCode::Yes : ExitCode::No;
 }
 

@@ -6,12 +6,12 @@
 #include "cli/Command.h"
 #include "cli/Console.h"
 #include "cli/InputFile.h"
+#include "cli/Report.h"
 #include "documents/DocumentFile.h"
 #include "expressions/CommandSupport.h"
 #include "expressions/ExpressionOutline.h"
 
 #include <QFile>
-#include <QJsonArray>
 #include <QJsonObject>
 #include <QXmlStreamReader>
 
@@ -43,6 +43,7 @@ public:
     explicit Linter(const LintOptions& options)
         : mOptions(options)
         , mKnown(SplitNames(options.Known))
+        , mReport(options.Json)
     { }
 
     void Look(const QString& place, const QString& expression)
@@ -55,17 +56,17 @@ public:
         if (!mOptions.Known.isEmpty()) // a list without a name is one too
             AddUnknown(outline, problems);
         for (const ExpressionProblem& problem : std::as_const(problems))
-            Report(place, outline, problem);
+            AddProblem(place, outline, problem);
     }
 
     [[nodiscard]] ExitCode Finish() const
     {
         if (mCount == 0) // a wrong name of an attribute would look like a clean result
             throw Failure({}, u"there is no expression to look at"_s);
-        if (mOptions.Json)
-            Console::PrintJson(QJsonDocument(mProblems));
-        else if (mFound == 0)
-            Console::PrintLine(u"no problems; expressions looked at: %1"_s.arg(mCount));
+        mReport.Finish([this] {
+            if (mFound == 0)
+                Console::PrintLine(u"no problems; expressions looked at: %1"_s.arg(mCount));
+        });
         return mFound == 0 ? ExitCode::Yes : ExitCode::No;
     }
 
@@ -90,26 +91,28 @@ private:
         }
     }
 
-    void Report(const QString& place, const ExpressionOutline& outline, const ExpressionProblem& problem)
+    void AddProblem(const QString& place, const ExpressionOutline& outline, const ExpressionProblem& problem)
     {
         ++mFound;
-        if (mOptions.Json) {
-            QJsonObject object = problem.ToJson();
-            object.insert(u"place"_s, place);
-            object.insert(u"expression"_s, outline.Text());
-            mProblems.append(object);
-            return;
-        }
-        Console::PrintLine(
-            u"%1, column %2: %3"_s.arg(place).arg(problem.Where.Begin + 1).arg(problem.Reason));
-        Console::PrintLine(outline.Marked(problem.Where));
+        mReport.AddItem(
+            [&] {
+                QJsonObject object = problem.ToJson();
+                object.insert(u"place"_s, place);
+                object.insert(u"expression"_s, outline.Text());
+                return object;
+            },
+            [&] {
+                Console::PrintLine(
+                    u"%1, column %2: %3"_s.arg(place).arg(problem.Where.Begin + 1).arg(problem.Reason));
+                Console::PrintLine(outline.Marked(problem.Where));
+            });
     }
 
     const LintOptions& mOptions;
     const QStringList mKnown;
     int mCount = 0;
     int mFound = 0;
-    QJsonArray mProblems;
+    Report mReport;
 };
 
 // One expression a line; empty lines are passed over.

@@ -5,10 +5,9 @@
 
 #include "cli/Command.h"
 #include "cli/Console.h"
+#include "cli/Report.h"
 #include "expressions/CommandSupport.h"
 #include "expressions/ExpressionOutline.h"
-
-#include <QJsonArray>
 
 using namespace Qt::StringLiterals;
 
@@ -19,12 +18,10 @@ ExitCode Operands(const TextOptions& options)
 {
     const ExpressionOutline outline(options.Expression);
     RequireWellFormed(outline);
-    if (options.Json) {
-        Console::PrintJson(QJsonDocument(QJsonArray::fromStringList(outline.Operands())));
-        return ExitCode::Yes;
-    }
+    Report report(options.Json);
     for (const QString& name : outline.Operands())
-        Console::PrintLine(Console::Visible(name));
+        report.AddItem([&] { return name; }, [&] { Console::PrintLine(Console::Visible(name)); });
+    report.Finish();
     return ExitCode::Yes;
 }
 

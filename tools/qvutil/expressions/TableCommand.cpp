@@ -5,10 +5,10 @@
 
 #include "cli/Command.h"
 #include "cli/Console.h"
+#include "cli/Report.h"
 #include "expressions/CommandSupport.h"
 #include "expressions/ExpressionOutline.h"
 
-#include <QJsonArray>
 #include <QJsonObject>
 
 #include <optional>
@@ -38,30 +38,32 @@ ExitCode Table(const TextOptions& options)
                       u"a table of %1 operands is too long; at most %2 are shown"_s.arg(names.size())
                           .arg(kMostTableOperands));
     }
-    QJsonArray rows;
-    if (!options.Json)
-        Console::PrintLine(TableHead(names));
+    const auto combinations = 1U << names.size();
+    Report report(options.Json);
+    report.Heading([&] { Console::PrintLine(TableHead(names)); });
     // Counts from all false to all true, the last operand changing most often.
-    for (uint combination = 0; combination < 1U << names.size(); ++combination) {
+    for (uint combination = 0; combination < combinations; ++combination) {
         const auto valueOf = [&](qsizetype i) { return ((combination >> (names.size() - 1 - i)) & 1U) != 0; };
         const bool result = outline
                                 .Evaluate([&](const QString& operand) {
                                     return std::optional(valueOf(names.indexOf(operand)));
                                 })
                                 .Value;
-        QJsonObject values;
-        QString line;
-        for (qsizetype i = 0; i < names.size(); ++i) {
-            values.insert(names.at(i), valueOf(i));
-            line += Word(valueOf(i)) + u'\t';
-        }
-        if (options.Json)
-            rows.append(QJsonObject{{u"operands"_s, values}, {u"result"_s, result}});
-        else
-            Console::PrintLine(line + Word(result));
+        report.AddItem(
+            [&] {
+                QJsonObject values;
+                for (qsizetype i = 0; i < names.size(); ++i)
+                    values.insert(names.at(i), valueOf(i));
+                return QJsonObject{{u"operands"_s, values}, {u"result"_s, result}};
+            },
+            [&] {
+                QString line;
+                for (qsizetype i = 0; i < names.size(); ++i)
+                    line += Word(valueOf(i)) + u'\t';
+                Console::PrintLine(line + Word(result));
+            });
     }
-    if (options.Json)
-        Console::PrintJson(QJsonDocument(rows));
+    report.Finish();
     return ExitCode::Yes;
 }
 

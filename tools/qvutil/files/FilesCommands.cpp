@@ -4,6 +4,7 @@
 #include "cli/Command.h"
 #include "cli/Console.h"
 #include "cli/Groups.h"
+#include "cli/Report.h"
 
 #include <qvutil/GeneralUtil.h>
 
@@ -73,12 +74,10 @@ void RejectEmptyPatterns(const QStringList& patterns)
 
 void PrintPaths(const QStringList& paths, bool json)
 {
-    if (json) {
-        Console::PrintJson(QJsonDocument(QJsonArray::fromStringList(paths)));
-        return;
-    }
+    Report report(json);
     for (const QString& path : paths)
-        Console::PrintLine(path);
+        report.AddItem([&] { return path; }, [&] { Console::PrintLine(path); });
+    report.Finish();
 }
 
 ExitCode List(const FilesOptions& options)

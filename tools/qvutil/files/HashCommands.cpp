@@ -5,12 +5,12 @@
 #include "cli/Console.h"
 #include "cli/Groups.h"
 #include "cli/InputFile.h"
+#include "cli/Report.h"
 
 #include <qvutil/GeneralUtil.h>
 
 #include <QElapsedTimer>
 #include <QFileInfo>
-#include <QJsonArray>
 #include <QJsonObject>
 
 #include <chrono>
@@ -30,32 +30,14 @@ struct HashOptions
     bool Json = false;
 };
 
-/// Prints the digests one by one, or collects them for JSON.
-class DigestPrinter
+void AddDigest(Report& report, const QString& kind, const QString& name, const QString& digest)
 {
-public:
-    explicit DigestPrinter(bool json)
-        : mJson(json)
-    { }
-
-    void Add(const QString& kind, const QString& name, const QString& digest)
-    {
-        if (mJson)
-            mArray.append(QJsonObject{{kind, name}, {u"md5"_s, digest}});
-        else
-            Console::PrintLine(digest + "  "_L1 + Console::Visible(name));
-    }
-
-    void Finish() const
-    {
-        if (mJson)
-            Console::PrintJson(QJsonDocument(mArray));
-    }
-
-private:
-    bool mJson;
-    QJsonArray mArray;
-};
+    report.AddItem(
+        [&] {
+            return QJsonObject{{kind, name}, {u"md5"_s, digest}};
+        },
+        [&] { Console::PrintLine(digest + "  "_L1 + Console::Visible(name)); });
+}
 
 QString HashFile(const QString& argument, Console::ProgressBar& bar, qint64 done)
 {
@@ -80,9 +62,9 @@ ExitCode Hash(const HashOptions& options)
     if (options.Files.isEmpty() && options.Texts.isEmpty())
         throw UsageFailure(u"FILE or --text is required"_s);
 
-    DigestPrinter printer(options.Json);
+    Report report(options.Json);
     for (const QString& text : options.Texts)
-        printer.Add(u"text"_s, text, QString::fromLatin1(GeneralUtil::GetHash(text)));
+        AddDigest(report, u"text"_s, text, QString::fromLatin1(GeneralUtil::GetHash(text)));
 
     qint64 total = 0;
     for (const QString& file : options.Files)
@@ -92,14 +74,14 @@ ExitCode Hash(const HashOptions& options)
     auto code = ExitCode::Yes;
     for (const QString& file : options.Files) {
         try {
-            printer.Add(u"file"_s, file, HashFile(file, bar, done));
+            AddDigest(report, u"file"_s, file, HashFile(file, bar, done));
         } catch (const Failure& failure) { // the other files are still of interest
             Console::Complain(failure.Subject, failure.Reason);
             code = ExitCode::Error;
         }
         done += QFileInfo(file).size();
     }
-    printer.Finish();
+    report.Finish();
     return code;
 }
 

@@ -4,11 +4,11 @@
 #include "cli/Command.h"
 #include "cli/Console.h"
 #include "cli/Groups.h"
+#include "cli/Report.h"
 #include <qvutil/locale/LocaleTable_p.h>
 
 #include <qvutil/LocaleUtil.h>
 
-#include <QJsonArray>
 #include <QJsonObject>
 
 #include <memory>
@@ -32,44 +32,24 @@ QString IdentifierText(quint32 lcid)
     return u"0x%1"_s.arg(lcid, 4, 16, QLatin1Char('0'));
 }
 
-/// Prints locales one by one, or collects them for JSON.
-class LocalePrinter
+void AddLocale(Report& report, const LocaleRecord& record)
 {
-public:
-    explicit LocalePrinter(bool json)
-        : mJson(json)
-    { }
-
-    void Add(const LocaleRecord& record)
-    {
-        const auto name = QString::fromLatin1(record.Name);
-        const auto threeLetterName = QString::fromLatin1(record.ThreeLetterName);
-        const auto displayName = QString::fromLatin1(record.DisplayName);
-        mFound = true;
-        if (mJson) {
-            mArray.append(QJsonObject{{u"name"_s, name},
-                                      {u"threeLetterName"_s, threeLetterName},
-                                      {u"lcid"_s, static_cast<qint64>(record.Lcid)},
-                                      {u"displayName"_s, displayName}});
-            return;
-        }
-        Console::PrintLine(u"%1 %2 %3 %4"_s.arg(name, -10)
-                               .arg(threeLetterName, -3)
-                               .arg(IdentifierText(record.Lcid), displayName));
-    }
-
-    [[nodiscard]] ExitCode Finish() const
-    {
-        if (mJson)
-            Console::PrintJson(QJsonDocument(mArray));
-        return mFound ? ExitCode::Yes : ExitCode::No;
-    }
-
-private:
-    bool mJson;
-    bool mFound = false;
-    QJsonArray mArray;
-};
+    const auto name = QString::fromLatin1(record.Name);
+    const auto threeLetterName = QString::fromLatin1(record.ThreeLetterName);
+    const auto displayName = QString::fromLatin1(record.DisplayName);
+    report.AddItem(
+        [&] {
+            return QJsonObject{{u"name"_s, name},
+                               {u"threeLetterName"_s, threeLetterName},
+                               {u"lcid"_s, static_cast<qint64>(record.Lcid)},
+                               {u"displayName"_s, displayName}};
+        },
+        [&] {
+            Console::PrintLine(u"%1 %2 %3 %4"_s.arg(name, -10)
+                                   .arg(threeLetterName, -3)
+                                   .arg(IdentifierText(record.Lcid), displayName));
+        });
+}
 
 // The record of a name, or of an identifier (0x0409 or 1033); null if there is none.
 const LocaleRecord* FindRecord(const QString& text)
@@ -86,23 +66,24 @@ const LocaleRecord* FindRecord(const QString& text)
 
 ExitCode Show(const LocaleOptions& options)
 {
-    LocalePrinter printer(options.Json);
+    Report report(options.Json);
     auto code = ExitCode::Yes;
     for (const QString& text : options.Texts) {
         if (const LocaleRecord* record = FindRecord(text)) {
-            printer.Add(*record);
+            AddLocale(report, *record);
         } else {
             Console::Complain(text, u"there is no such locale"_s);
             code = ExitCode::No;
         }
     }
-    static_cast<void>(printer.Finish());
+    report.Finish();
     return code;
 }
 
 ExitCode Find(const LocaleOptions& options)
 {
-    LocalePrinter printer(options.Json);
+    Report report(options.Json);
+    auto code = ExitCode::No;
     for (const LocaleRecord& record : gLocales) {
         const QString everything
             = QStringList{QString::fromLatin1(record.Name), QString::fromLatin1(record.ThreeLetterName),
@@ -111,18 +92,22 @@ ExitCode Find(const LocaleOptions& options)
         bool fits = true;
         for (const QString& text : options.Texts)
             fits = fits && everything.contains(text, Qt::CaseInsensitive);
-        if (fits)
-            printer.Add(record);
+        if (fits) {
+            AddLocale(report, record);
+            code = ExitCode::Yes;
+        }
     }
-    return printer.Finish();
+    report.Finish();
+    return code;
 }
 
 ExitCode List(const LocaleOptions& options)
 {
-    LocalePrinter printer(options.Json);
+    Report report(options.Json);
     for (const LocaleRecord& record : gLocales)
-        printer.Add(record);
-    return printer.Finish();
+        AddLocale(report, record);
+    report.Finish();
+    return ExitCode::Yes;
 }
 
 ExitCode Current(const LocaleOptions& options)
@@ -131,18 +116,21 @@ ExitCode Current(const LocaleOptions& options)
     const QString name = LocaleUtil::GetCurrentUserLocale();
     const quint32 lcid = LocaleUtil::GetUserDefaultLCIDForMac();
     const bool isKnown = FindRecord(QString(identifier).replace(u'_', u'-')) != nullptr;
-    if (options.Json) {
-        Console::PrintJson(QJsonDocument(QJsonObject{{u"identifier"_s, identifier},
-                                                     {u"name"_s, name},
-                                                     {u"lcid"_s, static_cast<qint64>(lcid)},
-                                                     {u"known"_s, isKnown}}));
-    } else {
-        Console::PrintLine(name + u' ' + IdentifierText(lcid));
-        if (!isKnown) {
-            Console::PrintLine(
-                u"The system's locale, %1, is not in the table."_s.arg(Console::Quoted(identifier)));
-        }
-    }
+    Report(options.Json)
+        .Answer(
+            [&] {
+                return QJsonObject{{u"identifier"_s, identifier},
+                                   {u"name"_s, name},
+                                   {u"lcid"_s, static_cast<qint64>(lcid)},
+                                   {u"known"_s, isKnown}};
+            },
+            [&] {
+                Console::PrintLine(name + u' ' + IdentifierText(lcid));
+                if (!isKnown) {
+                    Console::PrintLine(
+                        u"The system's locale, %1, is not in the table."_s.arg(Console::Quoted(identifier)));
+                }
+            });
     return isKnown ? ExitCode::Yes : ExitCode::No;
 }
 

@@ -4,6 +4,7 @@
 #include "cli/Command.h"
 #include "cli/Console.h"
 #include "cli/Groups.h"
+#include "cli/Report.h"
 
 #include <qvutil/GeneralUtil.h>
 
@@ -53,31 +54,35 @@ QString MakeAbsolute(const QString& path, const PathOptions& options)
 
 using Conversion = QString (*)(const QString& path, const PathOptions& options);
 
+QJsonObject ToJson(const QString& path, const QString& result)
+{
+    return {{u"path"_s, path},
+            {u"result"_s, result},
+            {u"drive"_s, GeneralUtil::GetDrive(path)},
+            {u"unc"_s, GeneralUtil::IsUNCPath(path)}};
+}
+
 ExitCode Convert(const PathOptions& options, Conversion convert)
 {
-    QJsonArray array;
+    Report report(options.Json);
     for (const QString& path : options.Paths) {
         const QString result = convert(path, options);
-        if (!options.Json) {
-            Console::PrintLine(result);
-            continue;
-        }
-        array.append(QJsonObject{{u"path"_s, path},
-                                 {u"result"_s, result},
-                                 {u"drive"_s, GeneralUtil::GetDrive(path)},
-                                 {u"unc"_s, GeneralUtil::IsUNCPath(path)}});
+        report.AddItem([&] { return ToJson(path, result); }, [&] { Console::PrintLine(result); });
     }
-    if (options.Json)
-        Console::PrintJson(QJsonDocument(array));
+    report.Finish();
     return ExitCode::Yes;
 }
 
 ExitCode PrintAnswer(const QString& result, bool isYes, bool json)
 {
-    if (json)
-        Console::PrintJson(QJsonDocument(QJsonObject{{u"result"_s, result}, {u"found"_s, isYes}}));
-    else if (isYes || !result.isEmpty())
-        Console::PrintLine(result);
+    Report(json).Answer(
+        [&] {
+            return QJsonObject{{u"result"_s, result}, {u"found"_s, isYes}};
+        },
+        [&] {
+            if (isYes || !result.isEmpty())
+                Console::PrintLine(result);
+        });
     return isYes ? ExitCode::Yes : ExitCode::No;
 }
 

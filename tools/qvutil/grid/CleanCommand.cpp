@@ -5,6 +5,7 @@
 
 #include "cli/Command.h"
 #include "cli/Console.h"
+#include "cli/Report.h"
 #include "grid/GridCleaning.h"
 #include "grid/GridReport.h"
 #include "grid/GridSnapshot.h"
@@ -37,13 +38,13 @@ void PrintCleaning(const GridCleaning& cleaning, bool isDryRun)
         Console::PrintLine(u"nothing to remove"_s);
 }
 
-void PrintCleaningJson(const CleanOptions& options, const GridCleaning& cleaning)
+QJsonObject ToJson(const CleanOptions& options, const GridCleaning& cleaning)
 {
-    Console::PrintJson(QJsonDocument(QJsonObject{{u"grid"_s, options.Grid},
-                                                 {u"dryRun"_s, options.DryRun},
-                                                 {u"removed"_s, LeftoversToJson(cleaning.Removed)},
-                                                 {u"kept"_s, LeftoversToJson(cleaning.Kept)},
-                                                 {u"repaired"_s, cleaning.IsRepaired}}));
+    return {{u"grid"_s, options.Grid},
+            {u"dryRun"_s, options.DryRun},
+            {u"removed"_s, LeftoversToJson(cleaning.Removed)},
+            {u"kept"_s, LeftoversToJson(cleaning.Kept)},
+            {u"repaired"_s, cleaning.IsRepaired}};
 }
 
 ExitCode Clean(const CleanOptions& options)
@@ -53,10 +54,8 @@ ExitCode Clean(const CleanOptions& options)
     if (!snapshot.Exists())
         return ReportMissingGrid(snapshot);
     const GridCleaning cleaning = options.DryRun ? PreviewCleaning(snapshot) : CleanGrid(options.Grid);
-    if (options.Json)
-        PrintCleaningJson(options, cleaning);
-    else
-        PrintCleaning(cleaning, options.DryRun);
+    Report(options.Json)
+        .Answer([&] { return ToJson(options, cleaning); }, [&] { PrintCleaning(cleaning, options.DryRun); });
     for (const GridLeftover& leftover : cleaning.Kept)
         Console::Complain(leftover.Path, u"cannot be removed"_s);
     return cleaning.Kept.isEmpty() ? ExitCode::Yes : ExitCode::Error;

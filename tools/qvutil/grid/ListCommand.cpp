@@ -5,6 +5,7 @@
 
 #include "cli/Command.h"
 #include "cli/Console.h"
+#include "cli/Report.h"
 #include "grid/GridReport.h"
 #include "grid/GridSnapshot.h"
 
@@ -33,12 +34,13 @@ ExitCode ListGrids(bool json)
         rows.append({Console::Visible(grid), QString::number(alive), QString::number(dead),
                      QString::number(snapshot.Leftovers.size())});
     }
-    if (json)
-        Console::PrintJson(QJsonDocument(array));
-    else if (array.isEmpty())
-        Console::PrintLine(u"no grids in %1"_s.arg(QDir::tempPath()));
-    else
-        PrintTable(rows);
+    Report(json).Answer([&] { return array; },
+                        [&] {
+                            if (array.isEmpty())
+                                Console::PrintLine(u"no grids in %1"_s.arg(QDir::tempPath()));
+                            else
+                                PrintTable(rows);
+                        });
     return array.isEmpty() ? ExitCode::No : ExitCode::Yes;
 }
 
@@ -50,10 +52,7 @@ ExitCode List(const GridOptions& options)
     const GridSnapshot snapshot = LookAtGrid(options.Grid);
     if (!snapshot.Registry.Exists)
         return ReportMissingGrid(snapshot);
-    if (options.Json)
-        Console::PrintJson(QJsonDocument(MembersToJson(snapshot)));
-    else
-        PrintMembers(snapshot);
+    Report(options.Json).Answer([&] { return MembersToJson(snapshot); }, [&] { PrintMembers(snapshot); });
     return ExitCode::Yes;
 }
 

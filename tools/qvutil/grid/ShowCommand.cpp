@@ -5,6 +5,7 @@
 
 #include "cli/Command.h"
 #include "cli/Console.h"
+#include "cli/Report.h"
 #include "grid/GridReport.h"
 #include "grid/GridSnapshot.h"
 #include <qvutil/messaging/GridRegistry_p.h>
@@ -78,10 +79,7 @@ ExitCode Show(const GridOptions& options)
     const GridSnapshot snapshot = LookAtGrid(options.Grid);
     if (!snapshot.Exists())
         return ReportMissingGrid(snapshot);
-    if (options.Json)
-        Console::PrintJson(QJsonDocument(ToJson(snapshot)));
-    else
-        PrintSnapshot(snapshot);
+    Report(options.Json).Answer([&] { return ToJson(snapshot); }, [&] { PrintSnapshot(snapshot); });
     return snapshot.IsHealthy() ? ExitCode::Yes : ExitCode::No;
 }
 

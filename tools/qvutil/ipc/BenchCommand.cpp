@@ -3,6 +3,7 @@
 
 #include "cli/Command.h"
 #include "cli/Console.h"
+#include "cli/Report.h"
 #include "ipc/IpcCommands.h"
 #include "ipc/ServerLink.h"
 #include "ipc/Session.h"
@@ -149,7 +150,7 @@ constexpr Row gRows[] = {{u"median", u"medianUs", 0.5},
                          {u"99 %", u"p99Us", 0.99},
                          {u"max", u"maxUs", 1.0}};
 
-void PrintJson(const BenchOptions& options, const Result& result, double rate)
+QJsonObject ToJson(const BenchOptions& options, const Result& result, double rate)
 {
     QJsonObject object{{u"count"_s, options.Count},
                        {u"size"_s, options.Size},
@@ -160,7 +161,7 @@ void PrintJson(const BenchOptions& options, const Result& result, double rate)
         if (!options.OneWay)
             object.insert(row.JsonName.toString(), Percentile(result.LatenciesNs, row.Share));
     }
-    Console::PrintJson(QJsonDocument(object));
+    return object;
 }
 
 void PrintText(const BenchOptions& options, const Result& result, double rate)
@@ -189,10 +190,8 @@ ExitCode RunBench(const BenchOptions& options)
         return ExitCode::No;
     }
     const double rate = static_cast<double>(options.Count) / std::max(result.Seconds, 1e-9);
-    if (options.Json)
-        PrintJson(options, result, rate);
-    else
-        PrintText(options, result, rate);
+    Report(options.Json)
+        .Answer([&] { return ToJson(options, result, rate); }, [&] { PrintText(options, result, rate); });
     return ExitCode::Yes;
 }
 

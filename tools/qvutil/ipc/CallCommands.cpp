@@ -3,6 +3,7 @@
 
 #include "cli/Command.h"
 #include "cli/Console.h"
+#include "cli/Report.h"
 #include "ipc/IpcCommands.h"
 #include "ipc/MessageLines.h"
 #include "ipc/ParameterText.h"
@@ -65,10 +66,8 @@ ExitCode Call(const MessageOptions& options)
 {
     return Talk(options, [&options](ServerLink& link, const MessageInfo& message, QDeadlineTimer deadline) {
         const MessageInfo answer = link.Ask(message, deadline);
-        if (options.Json)
-            Console::PrintJson(QJsonDocument(MessageToJson(answer)));
-        else
-            PrintParameters(answer.Params, {}, 0);
+        Report(options.Json)
+            .Answer([&] { return MessageToJson(answer); }, [&] { PrintParameters(answer.Params, {}, 0); });
     });
 }
 

@@ -3,6 +3,7 @@
 
 #include "cli/Command.h"
 #include "cli/Console.h"
+#include "cli/Report.h"
 #include "ipc/Endpoint.h"
 #include "ipc/IpcCommands.h"
 #include "ipc/ServerLink.h"
@@ -198,8 +199,8 @@ QJsonObject ToJson(const Visit& visit)
     return object;
 }
 
-void PrintJson(const Endpoint& endpoint, const std::optional<EndpointProcesses>& processes,
-               const std::optional<Visit>& visit, const QList<EndpointProblem>& problems)
+QJsonObject ToJson(const Endpoint& endpoint, const std::optional<EndpointProcesses>& processes,
+                   const std::optional<Visit>& visit, const QList<EndpointProblem>& problems)
 {
     QJsonObject object{{u"name"_s, endpoint.Name},
                        {u"path"_s, endpoint.Path},
@@ -225,7 +226,7 @@ void PrintJson(const Endpoint& endpoint, const std::optional<EndpointProcesses>&
             QJsonObject{{u"code"_s, problem.Code}, {u"text"_s, problem.Text}, {u"advice"_s, problem.Advice}});
     }
     object.insert(u"problems"_s, list);
-    Console::PrintJson(QJsonDocument(object));
+    return object;
 }
 
 ExitCode Diagnose(const DoctorOptions& options)
@@ -240,10 +241,9 @@ ExitCode Diagnose(const DoctorOptions& options)
         visit = PayVisit(options, problems);
     else if (processes && processes->Waiting > 0)
         problems.append(NotAccepted(processes->Waiting));
-    if (options.Json)
-        PrintJson(endpoint, processes, visit, problems);
-    else
-        PrintText(endpoint, processes, visit, options.Connect, problems);
+    Report(options.Json)
+        .Answer([&] { return ToJson(endpoint, processes, visit, problems); },
+                [&] { PrintText(endpoint, processes, visit, options.Connect, problems); });
     return problems.isEmpty() ? ExitCode::Yes : ExitCode::No;
 }
 

@@ -6,13 +6,14 @@
 #include "cli/Command.h"
 #include "cli/Console.h"
 #include "cli/InputFile.h"
+#include "cli/Report.h"
 #include "messages/MessageFile.h"
 #include "messages/MessageText.h"
 
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
-#include <QJsonArray>
+#include <QJsonObject>
 
 #include <memory>
 
@@ -84,12 +85,13 @@ ExitCode Split(const SplitOptions& options)
     if (!options.To.isEmpty() && !QDir().mkpath(options.To))
         throw Failure(options.To, u"the folder cannot be made"_s);
     auto code = ExitCode::Yes;
-    QJsonArray array;
+    Report report(options.Json);
     qsizetype count = 0;
-    if (!options.Json)
+    report.Heading([&] {
         Console::PrintLine(u"%1 %2  %3"_s.arg(u"offset"_s, 10)
                                .arg(u"size"_s, 10)
                                .arg(options.To.isEmpty() ? u"message"_s : u"file  message"_s));
+    });
     ForEachCapturedPiece(bytes, [&](const MessagePiece& piece) {
         QString file;
         if (!options.To.isEmpty()) {
@@ -98,13 +100,9 @@ ExitCode Split(const SplitOptions& options)
         }
         if (!piece.Message)
             code = ExitCode::No;
-        if (options.Json)
-            array.append(ToJson(piece, file));
-        else
-            Console::PrintLine(ToText(piece, file));
+        report.AddItem([&] { return ToJson(piece, file); }, [&] { Console::PrintLine(ToText(piece, file)); });
     });
-    if (options.Json)
-        Console::PrintJson(QJsonDocument(array));
+    report.Finish();
     return bytes.isEmpty() ? ExitCode::No : code;
 }
 

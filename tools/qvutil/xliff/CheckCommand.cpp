@@ -5,6 +5,7 @@
 
 #include "cli/Command.h"
 #include "cli/Console.h"
+#include "cli/Report.h"
 #include "xliff/CommandSupport.h"
 #include "xliff/DocumentWalk.h"
 #include "xliff/XliffChecks.h"
@@ -97,20 +98,17 @@ ExitCode Check(const CheckOptions& options)
     if (hasDocuments)
         walk = CollectTexts(options.Documents);
     bool isClean = true;
-    QJsonArray json;
+    Report report(options.Json);
     const ExitCode code = ForEachFile(options.Files, [&](const QString& file) {
         const XliffDocument xliff{InputFile(file)};
         QList<Finding> findings = CheckXliff(xliff, hasDocuments ? &walk.Documents : nullptr);
         const qsizetype allowed = findings.removeIf(
             [&](const Finding& finding) { return allowedKinds.contains(GetKindName(finding.Kind)); });
         isClean = isClean && findings.isEmpty();
-        if (options.Json)
-            json.append(ToJson(xliff, findings, allowed));
-        else
-            PrintFindings(xliff, findings, allowed);
+        report.AddItem([&] { return ToJson(xliff, findings, allowed); },
+                       [&] { PrintFindings(xliff, findings, allowed); });
     });
-    if (options.Json)
-        Console::PrintJson(QJsonDocument(json));
+    report.Finish();
     if (code == ExitCode::Error || !walk.IsComplete)
         return ExitCode::Error;
     return isClean ? ExitCode::Yes : ExitCode::No;

@@ -5,6 +5,7 @@
 
 #include "cli/Command.h"
 #include "cli/Console.h"
+#include "cli/Report.h"
 #include "xliff/CommandSupport.h"
 #include "xliff/DocumentWalk.h"
 #include "xliff/XliffDocument.h"
@@ -40,6 +41,7 @@ class ExtractCommand
 public:
     explicit ExtractCommand(const ExtractOptions& options)
         : mOptions(options)
+        , mReport(options.Json)
     { }
 
     ExitCode Run()
@@ -55,8 +57,7 @@ public:
             Update(mOptions.Output, {});
         for (const QString& language : mOptions.Languages)
             Update(QString(mOptions.Output).replace(kLanguageField, language), language);
-        if (mOptions.Json)
-            Console::PrintJson(QJsonDocument(mJson));
+        mReport.Finish();
         if (!walk.IsComplete)
             return ExitCode::Error;
         return mOptions.DryRun && mAnyChanged ? ExitCode::No : ExitCode::Yes;
@@ -101,10 +102,8 @@ private:
         if (xliff.IsChanged() && !mOptions.DryRun)
             xliff.Save(file);
         mAnyChanged = mAnyChanged || xliff.IsChanged();
-        if (mOptions.Json)
-            mJson.append(ToJson(file, xliff.IsChanged(), reports));
-        else
-            Print(file, xliff.IsChanged(), extraction.Prune, reports);
+        mReport.AddItem([&] { return ToJson(file, xliff.IsChanged(), reports); },
+                        [&] { Print(file, xliff.IsChanged(), extraction.Prune, reports); });
         for (const DocumentReport& report : reports) {
             if (report.Unreachable > 0) {
                 Console::Complain(file,
@@ -173,7 +172,7 @@ private:
     const ExtractOptions& mOptions;
     const WalkResult* mWalk = nullptr;
     bool mAnyChanged = false;
-    QJsonArray mJson;
+    Report mReport;
 };
 
 } // namespace

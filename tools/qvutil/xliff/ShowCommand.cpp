@@ -5,12 +5,12 @@
 
 #include "cli/Command.h"
 #include "cli/Console.h"
+#include "cli/Report.h"
 #include "xliff/CommandSupport.h"
 #include "xliff/DocumentWalk.h"
 #include "xliff/XliffDocument.h"
 
 #include <QHash>
-#include <QJsonArray>
 #include <QJsonObject>
 
 #include <memory>
@@ -57,6 +57,7 @@ public:
         XmlSource document;
         document.GetFiler().Translator = &translator;
         document.Load(InputFile(mOptions.Document));
+        Report report(mOptions.Json);
         int translated = 0, untranslated = 0, ids = 0;
         for (const TranslationMark& mark : FindTranslationMarks(document)) {
             if (mark.Source.trimmed().isEmpty() && mark.Shown == mark.Source)
@@ -64,18 +65,13 @@ public:
             const QString id = QString::fromLatin1(Util::GeneralUtil::GetHash(mark.Source));
             const Sight sight = Classify(mark, id);
             ++(sight == Sight::Translated ? translated : sight == Sight::Id ? ids : untranslated);
-            if (mOptions.Json)
-                mJson.append(ToJson(mark, sight, id));
-            else
-                Print(mark, sight);
+            report.AddItem([&] { return ToJson(mark, sight, id); }, [&] { Print(mark, sight); });
         }
-        if (mOptions.Json) {
-            Console::PrintJson(QJsonDocument(mJson));
-        } else {
+        report.Finish([&] {
             Console::PrintLine(u"%1 with %2: %3 translated, %4 untranslated, %5 shown as an id"_s.arg(
                 mOptions.Document, mXliff.GetName(), QString::number(translated),
                 QString::number(untranslated), QString::number(ids)));
-        }
+        });
         return ExitCode::Yes;
     }
 
@@ -118,7 +114,6 @@ private:
     InputFile mFile;
     XliffDocument mXliff;
     QHash<QString, const XliffUnit*> mUnits;
-    QJsonArray mJson;
 };
 
 } // namespace

@@ -5,6 +5,7 @@
 
 #include "cli/Command.h"
 #include "cli/Console.h"
+#include "cli/Report.h"
 #include "xliff/CommandSupport.h"
 #include "xliff/XliffDocument.h"
 
@@ -146,17 +147,14 @@ QJsonObject ToJson(const XliffDocument& xliff, const Statistics& statistics)
 
 ExitCode Stat(const StatOptions& options)
 {
-    QJsonArray json;
+    Report report(options.Json);
     const ExitCode code = ForEachFile(options.Files, [&](const QString& file) {
         const XliffDocument xliff{InputFile(file)};
         const Statistics statistics = CountProgress(xliff);
-        if (options.Json)
-            json.append(ToJson(xliff, statistics));
-        else
-            PrintStatistics(xliff, LanguagesOf(xliff).join(", "_L1), statistics);
+        report.AddItem([&] { return ToJson(xliff, statistics); },
+                       [&] { PrintStatistics(xliff, LanguagesOf(xliff).join(", "_L1), statistics); });
     });
-    if (options.Json)
-        Console::PrintJson(QJsonDocument(json));
+    report.Finish();
     return code;
 }
 
