@@ -17,7 +17,7 @@ namespace Quorvin::Tool {
 namespace {
 
 // A document takes many times its size in memory; a larger file was hardly meant.
-constexpr qint64 kMaximumSize = qint64{1} << 30;
+constexpr qint64 kMaxSize = qint64{1} << 30;
 constexpr qint64 kChunkSize = 1 << 16;
 
 constexpr QStringView kTooLarge = u"larger than 1 GiB, which is more than the tool reads";
@@ -57,7 +57,7 @@ InputFile::InputFile(const QString& argument, Size size)
     : mPath(argument)
     , mName(argument)
 {
-    const qint64 maximumSize = size == AnySize ? std::numeric_limits<qint64>::max() : kMaximumSize;
+    const qint64 maximumSize = size == AnySize ? std::numeric_limits<qint64>::max() : kMaxSize;
     QFile file(argument);
     if (argument == "-"_L1) {
         mName = u"standard input"_s;

@@ -19,7 +19,7 @@ namespace Quorvin::Tool {
 namespace {
 
 // As much as the library takes.
-constexpr int kMaximumExpansion = 16 * 1024 * 1024;
+constexpr int kMaxExpansion = 16 * 1024 * 1024;
 
 bool IsUtf8(QByteArrayView bytes, QStringDecoder::Flag flag)
 {
@@ -93,7 +93,7 @@ std::optional<ParseProblem> FindParseProblem(const QString& path)
 
     QXmlStreamReader reader(&file);
     reader.setNamespaceProcessing(false);
-    reader.setEntityExpansionLimit(kMaximumExpansion);
+    reader.setEntityExpansionLimit(kMaxExpansion);
     while (!reader.atEnd())
         reader.readNext();
     if (!reader.hasError())

@@ -20,7 +20,7 @@ namespace Quorvin::Tool {
 namespace {
 
 // Of a kind; a binary file would have thousands.
-constexpr qsizetype kMaximumOfKind = 10;
+constexpr qsizetype kMaxOfKind = 10;
 
 constexpr QLatin1StringView gKindNames[] = {
     "torn"_L1, "malformed"_L1, "limits"_L1, "character"_L1, "change"_L1, "leftover"_L1,
@@ -78,7 +78,7 @@ void FindCharacters(const QByteArray& bytes, QList<FileProblem>& problems)
     Position position(bytes);
     const qsizetype size = SizeWithoutZeros(bytes);
     qsizetype found = 0;
-    for (qsizetype i = 0; i < size && found < kMaximumOfKind; ++i) {
+    for (qsizetype i = 0; i < size && found < kMaxOfKind; ++i) {
         if (!IsForbidden(bytes.at(i)))
             continue;
         ++found;
@@ -125,7 +125,7 @@ void FindChanges(XmlFiler& filer, QList<FileProblem>& problems)
     const QList<Entry> before = ListEntries(filer.GetCurrentNode().toElement());
     const QList<Entry> after = ListEntries(copy.GetCurrentNode().toElement());
     qsizetype found = 0;
-    for (qsizetype i = 0; i < before.size() && i < after.size() && found < kMaximumOfKind; ++i) {
+    for (qsizetype i = 0; i < before.size() && i < after.size() && found < kMaxOfKind; ++i) {
         if (before.at(i).ToText() == after.at(i).ToText())
             continue;
         ++found;

@@ -21,14 +21,14 @@ namespace Quorvin::Tool {
 namespace {
 
 // Documents that are deeper are not loaded.
-constexpr int kDeepest = 1000;
+constexpr int kMaxDepth = 1000;
 constexpr qsizetype kShownCharacters = 100;
 
 struct PartOptions
 {
     QString File;
     QString Path;
-    int Depth = kDeepest;
+    int Depth = kMaxDepth;
     bool Inner = false;
     bool Json = false;
 };
@@ -141,7 +141,7 @@ void AddXmlCommands(CommandLine& line)
                                      "qvutil xml list app.xml --json | jq .children[].name",
                                      [listOptions] { return List(*listOptions); });
     AddPartArguments(list, *listOptions);
-    AddNumber(list, "--depth", listOptions->Depth, {.Min = 0, .Max = kDeepest},
+    AddNumber(list, "--depth", listOptions->Depth, {.Min = 0, .Max = kMaxDepth},
               "Levels to go down below the element; all if not given")
         ->type_name("LEVELS");
 

@@ -19,8 +19,8 @@ namespace {
 
 // What the search for operands that are never consulted may take, some tenths of a second: evaluations, and
 // characters that they read.
-constexpr qsizetype kMostEvaluations = 10'000;
-constexpr qsizetype kMostCharacters = 5'000'000;
+constexpr qsizetype kMaxEvaluations = 10'000;
+constexpr qsizetype kMaxCharacters = 5'000'000;
 
 QString KindName(ExpressionProblem::Kind kind)
 {
@@ -199,7 +199,7 @@ QList<qsizetype> ExpressionOutline::FindUnreachable(bool& complete) const
     }
     AnswerSequence answers;
     complete = true;
-    const qsizetype most = std::min(kMostEvaluations, 1 + kMostCharacters / (mText.size() + 1));
+    const qsizetype most = std::min(kMaxEvaluations, 1 + kMaxCharacters / (mText.size() + 1));
     for (qsizetype i = 0; !unreached.isEmpty(); ++i) {
         if (i == most) {
             complete = false;

@@ -18,7 +18,7 @@ using namespace Qt::StringLiterals;
 namespace Quorvin::Tool {
 namespace {
 
-constexpr qsizetype kMostTableOperands = 16;
+constexpr qsizetype kMaxTableOperands = 16;
 
 QString TableHead(const QStringList& names)
 {
@@ -33,10 +33,10 @@ ExitCode Table(const TextOptions& options)
     const ExpressionOutline outline(options.Expression);
     RequireWellFormed(outline);
     const QStringList& names = outline.Operands();
-    if (names.size() > kMostTableOperands) {
+    if (names.size() > kMaxTableOperands) {
         throw Failure(QString(),
                       u"a table of %1 operands is too long; at most %2 are shown"_s.arg(names.size())
-                          .arg(kMostTableOperands));
+                          .arg(kMaxTableOperands));
     }
     const auto combinations = 1U << names.size();
     Report report(options.Json);

@@ -50,7 +50,7 @@ QJsonObject ToJson(const CleanOptions& options, const GridCleaning& cleaning)
 ExitCode Clean(const CleanOptions& options)
 {
     RequireGridName(options.Grid);
-    const GridSnapshot snapshot = LookAtGrid(options.Grid);
+    const GridSnapshot snapshot = InspectGrid(options.Grid);
     if (!snapshot.Exists())
         return ReportMissingGrid(snapshot);
     const GridCleaning cleaning = options.DryRun ? PreviewCleaning(snapshot) : CleanGrid(options.Grid);

@@ -250,7 +250,7 @@ QList<GridLeftover> FindStaleSockets(const QString& grid)
     return sockets;
 }
 
-GridSnapshot LookAtGrid(const QString& grid)
+GridSnapshot InspectGrid(const QString& grid)
 {
     GridSnapshot snapshot;
     snapshot.Name = grid;

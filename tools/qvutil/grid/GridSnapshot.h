@@ -82,7 +82,7 @@ struct GridSnapshot
 };
 
 /// Looks at a grid. Throws Failure like ReadGridRegistry.
-[[nodiscard]] GridSnapshot LookAtGrid(const QString& grid);
+[[nodiscard]] GridSnapshot InspectGrid(const QString& grid);
 
 /// Finds the socket files of a grid that nobody listens at, of processes that have ended.
 [[nodiscard]] QList<GridLeftover> FindStaleSockets(const QString& grid);

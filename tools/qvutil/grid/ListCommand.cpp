@@ -24,7 +24,7 @@ ExitCode ListGrids(bool json)
     QJsonArray array;
     QList<QStringList> rows = {{u"grid"_s, u"alive"_s, u"dead"_s, u"leftovers"_s}};
     for (const QString& grid : FindGrids()) {
-        const GridSnapshot snapshot = LookAtGrid(grid);
+        const GridSnapshot snapshot = InspectGrid(grid);
         const qsizetype dead = snapshot.DeadCount();
         const qsizetype alive = snapshot.Registry.Members.size() - dead;
         array.append(QJsonObject{{u"grid"_s, grid},
@@ -49,7 +49,7 @@ ExitCode List(const GridOptions& options)
     if (options.Grid.isNull())
         return ListGrids(options.Json);
     RequireGridName(options.Grid);
-    const GridSnapshot snapshot = LookAtGrid(options.Grid);
+    const GridSnapshot snapshot = InspectGrid(options.Grid);
     if (!snapshot.Registry.Exists)
         return ReportMissingGrid(snapshot);
     Report(options.Json).Answer([&] { return MembersToJson(snapshot); }, [&] { PrintMembers(snapshot); });

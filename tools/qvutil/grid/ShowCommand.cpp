@@ -76,7 +76,7 @@ void PrintSnapshot(const GridSnapshot& snapshot)
 ExitCode Show(const GridOptions& options)
 {
     RequireGridName(options.Grid);
-    const GridSnapshot snapshot = LookAtGrid(options.Grid);
+    const GridSnapshot snapshot = InspectGrid(options.Grid);
     if (!snapshot.Exists())
         return ReportMissingGrid(snapshot);
     Report(options.Json).Answer([&] { return ToJson(snapshot); }, [&] { PrintSnapshot(snapshot); });

@@ -106,7 +106,7 @@ ExitCode Watch(const WatchOptions& options)
         return watcher.IsDone();
     };
     while (!isDone() && !session.IsInterrupted())
-        session.WaitFor([] { return false; }, QDeadlineTimer(options.IntervalMs));
+        session.Pause(QDeadlineTimer(options.IntervalMs));
     return ExitCode::Yes;
 }
 

@@ -25,8 +25,8 @@ namespace Quorvin::Tool {
 namespace {
 
 constexpr int kDefaultTimeoutMs = 5000;
-constexpr int kMostBytes = 64 * 1024 * 1024;
-constexpr int kMostRequests = 100'000'000;
+constexpr int kMaxBytes = 64 * 1024 * 1024;
+constexpr int kMaxRequests = 100'000'000;
 
 constexpr const char* kExplanation
     = R"(The server gets requests with one parameter, "data". Any server of the library answers them,
@@ -38,7 +38,7 @@ the place of the one that is there.)";
 constexpr int kWarmUp = 20;
 
 // So many messages are queued at the most before one is waited for.
-constexpr int kMostQueued = 1000;
+constexpr int kMaxQueued = 1000;
 
 struct BenchOptions
 {
@@ -119,7 +119,7 @@ private:
         QElapsedTimer whole;
         whole.start();
         for (int i = 0; i < mOptions.Count && !mLost; ++i) {
-            mManager.SendMessage(mOptions.Message, mParameters, i % kMostQueued == kMostQueued - 1);
+            mManager.SendMessage(mOptions.Message, mParameters, i % kMaxQueued == kMaxQueued - 1);
             mBar.Show(i, u"messages"_s);
         }
         Ask(mOptions.Count);
@@ -208,9 +208,9 @@ void AddBenchCommand(CommandLine& line, CLI::App& group)
     AddExplanation(bench, kExplanation);
     AddText(bench, "NAME", options->Name, "The server's name")->required();
     AddText(bench, "--message", options->Message, "The name of the requests (default Bench)");
-    AddNumber(bench, "--count", options->Count, {.Min = 1, .Max = kMostRequests}, "How many (default 1000)")
+    AddNumber(bench, "--count", options->Count, {.Min = 1, .Max = kMaxRequests}, "How many (default 1000)")
         ->type_name("N");
-    AddNumber(bench, "--size", options->Size, {.Min = 0, .Max = kMostBytes},
+    AddNumber(bench, "--size", options->Size, {.Min = 0, .Max = kMaxBytes},
               "Bytes that each carries (default 64)")
         ->type_name("BYTES");
     AddNumber(bench, "--timeout", options->TimeoutMs, {.Min = 0},

@@ -57,7 +57,7 @@ QString PermissionText(quint32 mode)
     return text;
 }
 
-std::optional<Visit> PayVisit(const DoctorOptions& options, QList<EndpointProblem>& problems)
+std::optional<Visit> ProbeServer(const DoctorOptions& options, QList<EndpointProblem>& problems)
 {
     Session session(Session::DiesOfSignals);
     ServerLink link(session, options.Name);
@@ -94,7 +94,7 @@ std::optional<EndpointProcesses> FindProcesses(const Endpoint& endpoint)
     Session session(Session::DiesOfSignals);
     const QDeadlineTimer deadline(kAcceptMs);
     while (processes && processes->Waiting > 0 && !deadline.hasExpired()) {
-        (void)session.WaitFor([] { return false; }, QDeadlineTimer(kLookAgainMs));
+        session.Pause(QDeadlineTimer(kLookAgainMs));
         processes = FindEndpointProcesses(endpoint.Path);
     }
     return processes;
@@ -231,14 +231,14 @@ QJsonObject ToJson(const Endpoint& endpoint, const std::optional<EndpointProcess
 
 ExitCode Diagnose(const DoctorOptions& options)
 {
-    const Endpoint endpoint = LookAtEndpoint(options.Name);
+    const Endpoint endpoint = InspectEndpoint(options.Name);
     const std::optional<EndpointProcesses> processes = FindProcesses(endpoint);
     QList<EndpointProblem> problems = FindProblems(endpoint);
     std::optional<Visit> visit;
     const bool isReachable = std::none_of(problems.begin(), problems.end(),
                                           [](const EndpointProblem& problem) { return problem.IsInTheWay; });
     if (options.Connect && isReachable)
-        visit = PayVisit(options, problems);
+        visit = ProbeServer(options, problems);
     else if (processes && processes->Waiting > 0)
         problems.append(NotAccepted(processes->Waiting));
     Report(options.Json)

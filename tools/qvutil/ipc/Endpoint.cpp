@@ -90,7 +90,7 @@ std::optional<EndpointProblem> FindWhyMissing(const Endpoint& endpoint)
 
 } // namespace
 
-Endpoint LookAtEndpoint(const QString& name)
+Endpoint InspectEndpoint(const QString& name)
 {
     Endpoint endpoint;
     endpoint.Name = name;
@@ -145,7 +145,7 @@ QList<EndpointProblem> FindProblems(const Endpoint& endpoint)
 
 void RequireFreeEndpoint(const QString& name, bool mayReplace)
 {
-    const Endpoint endpoint = LookAtEndpoint(name);
+    const Endpoint endpoint = InspectEndpoint(name);
     if (IsReachable(endpoint) && !mayReplace) {
         const std::optional<EndpointProcesses> processes = FindEndpointProcesses(endpoint.Path);
         const QString who = processes && !processes->Servers.isEmpty()

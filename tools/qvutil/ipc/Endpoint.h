@@ -33,7 +33,7 @@ struct Endpoint
     [[nodiscard]] bool IsTooLong() const { return PathSize > LongestPath; }
 };
 
-[[nodiscard]] Endpoint LookAtEndpoint(const QString& name);
+[[nodiscard]] Endpoint InspectEndpoint(const QString& name);
 
 /// Something that keeps a client from talking to a server, or should not be as it is.
 struct EndpointProblem

@@ -72,9 +72,9 @@ public:
         , mWorker(&mOutgoing)
     {
         QObject::connect(&mWorker, &MessageServerWorker::Connected, &mWorker,
-                         [this](QLocalSocket* socket) { mSession.Do([&] { Welcome(socket); }); });
+                         [this](QLocalSocket* socket) { mSession.Do([&] { Accept(socket); }); });
         QObject::connect(&mWorker, &MessageServerWorker::Disconnected, &mWorker,
-                         [this](QLocalSocket* socket) { mSession.Do([&] { Leave(socket); }); });
+                         [this](QLocalSocket* socket) { mSession.Do([&] { OnDisconnected(socket); }); });
         QObject::connect(&mWorker, &MessageServerWorker::MessageReceived, &mWorker,
                          [this](const MessageInfo& message) { mSession.Do([&] { Take(message); }); });
     }
@@ -96,7 +96,7 @@ public:
     }
 
 private:
-    void Welcome(QLocalSocket* socket)
+    void Accept(QLocalSocket* socket)
     {
         mClient = socket;
         mUnwritten = 0;
@@ -109,7 +109,7 @@ private:
             {}, u"a client has connected: process %1"_s.arg(process ? ToText(*process) : u"unknown"_s));
     }
 
-    void Leave(const QLocalSocket* socket)
+    void OnDisconnected(const QLocalSocket* socket)
     {
         if (mClient == socket || mClient.isNull()) {
             mClient.clear();

@@ -15,7 +15,7 @@ using Quorvin::Util::MessageInfo;
 namespace Quorvin::Tool {
 namespace {
 
-constexpr qsizetype kLongestValue = 200;
+constexpr qsizetype kMaxValueLength = 200;
 
 QString KindOf(const MessageInfo& message)
 {
@@ -66,7 +66,7 @@ void MessageLines::Print(const MessageInfo& message, const QString& direction, c
             line += "  ("_L1 + note.toString() + u')';
     }
     Console::PrintLine(line);
-    PrintParameters(message.Params, u"    "_s, kLongestValue);
+    PrintParameters(message.Params, u"    "_s, kMaxValueLength);
     Console::Flush();
 }
 

@@ -110,7 +110,7 @@ public:
     {
         mServer.setSocketOptions(QLocalServer::UserAccessOption);
         QObject::connect(&mServer, &QLocalServer::newConnection, &mServer,
-                         [this] { mSession.Do([this] { Welcome(); }); });
+                         [this] { mSession.Do([this] { Accept(); }); });
     }
 
     ExitCode Run()
@@ -121,14 +121,14 @@ public:
         Console::Complain({},
                           u"listening at %1, for the server %2"_s.arg(
                               Util::Internal::GetSocketPath(mOptions.As), mOptions.Name));
-        (void)mSession.WaitFor([] { return false; });
+        mSession.RunUntilInterrupted();
         mPair.reset();
         return ExitCode::Yes;
     }
 
 private:
     // As a server does, one client at a time is served, the newest.
-    void Welcome()
+    void Accept()
     {
         std::unique_ptr<QLocalSocket> client(mServer.nextPendingConnection());
         if (!client)
@@ -137,23 +137,23 @@ private:
         const std::optional<ProcessName> process = FindPeerProcess(client->socketDescriptor());
         Console::Complain(
             {}, u"a client has connected: process %1"_s.arg(process ? ToText(*process) : u"unknown"_s));
-        Dismiss(u"a new one takes its place"_s);
+        DropPair(u"a new one takes its place"_s);
         mPair = std::make_unique<Pair>(mSession, mLines, client.release());
         // Before the bytes are handed on, so that the end that goes first is told first.
         for (QLocalSocket* end : {&mPair->Client(), &mPair->Server()}) {
             QObject::connect(end, &QLocalSocket::disconnected, end,
-                             [this, end] { mSession.Do([this, end] { Leave(*end); }); });
+                             [this, end] { mSession.Do([this, end] { OnDisconnected(*end); }); });
         }
         try {
             mPair->Connect(mOptions.Name);
         } catch (const LinkFailure& failure) {
             Console::Complain(mOptions.Name, failure.Reason);
-            Dismiss(u"there is no server for it"_s);
+            DropPair(u"there is no server for it"_s);
         }
     }
 
     // Ends what is there, and tells of each end that had not gone by itself.
-    void Dismiss(const QString& reason)
+    void DropPair(const QString& reason)
     {
         if (!mPair)
             return;
@@ -168,7 +168,7 @@ private:
             Console::Complain({}, u"the server has been disconnected"_s);
     }
 
-    void Leave(const QLocalSocket& end)
+    void OnDisconnected(const QLocalSocket& end)
     {
         Console::Complain({},
                           &end == &mPair->Client() ? u"the client has disconnected"_s

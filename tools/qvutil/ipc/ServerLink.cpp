@@ -28,7 +28,7 @@ bool MayGoAway(const EndpointProblem& problem)
 
 std::optional<EndpointProblem> FindObstacle(const QString& name)
 {
-    const QList<EndpointProblem> problems = FindProblems(LookAtEndpoint(name));
+    const QList<EndpointProblem> problems = FindProblems(InspectEndpoint(name));
     const auto found = std::find_if(problems.begin(), problems.end(),
                                     [](const EndpointProblem& problem) { return problem.IsInTheWay; });
     return found == problems.end() ? std::nullopt : std::optional(*found);
@@ -88,7 +88,7 @@ void ServerLink::Connect(bool waitForServer, QDeadlineTimer deadline)
             throw LinkFailure(obstacle ? obstacle->Text : WhyNotConnected());
         mSocket.abort();
         const QDeadlineTimer pause(kRetryMs, Qt::PreciseTimer);
-        (void)mSession.WaitFor([] { return false; }, std::min(pause, deadline));
+        mSession.Pause(std::min(pause, deadline));
     }
     RequireTrustedServer(mSocket);
     mWriter = new MessageWriter(&mSocket);

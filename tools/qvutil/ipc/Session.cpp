@@ -116,6 +116,16 @@ bool Session::WaitFor(const std::function<bool()>& isDone, QDeadlineTimer deadli
     return false;
 }
 
+void Session::Pause(QDeadlineTimer deadline)
+{
+    (void)WaitFor([] { return false; }, deadline);
+}
+
+void Session::RunUntilInterrupted()
+{
+    Pause(QDeadlineTimer::Forever);
+}
+
 void Session::Do(const std::function<void()>& action)
 {
     if (mException)

@@ -36,6 +36,10 @@ public:
     /// action given to Do has thrown.
     /// \return false if the time is over, or a signal came
     bool WaitFor(const std::function<bool()>& isDone, QDeadlineTimer deadline = QDeadlineTimer::Forever);
+    /// Runs the event loop for a while. Ends early if a signal came, and throws as WaitFor does.
+    void Pause(QDeadlineTimer deadline);
+    /// Runs the event loop until a signal comes. Throws as WaitFor does.
+    void RunUntilInterrupted();
     /// Runs an action in a slot: the event loop would not survive an exception.
     void Do(const std::function<void()>& action);
     /// Whether a signal asked the command to end.

@@ -17,12 +17,12 @@ namespace Quorvin::Tool {
 namespace {
 
 // What never becomes a document is not collected for ever.
-constexpr qsizetype kMostPending = qsizetype(64) * 1024 * 1024;
+constexpr qsizetype kMaxPending = qsizetype(64) * 1024 * 1024;
 
 // Whether a document begins there that the next bytes may complete.
 bool MayGoOn(QByteArrayView bytes)
 {
-    return bytes.size() < kMostPending
+    return bytes.size() < kMaxPending
         && (bytes.startsWith(kFrameStartBytes) || kFrameStartBytes.startsWith(bytes));
 }
 
@@ -38,7 +38,7 @@ void TrafficPrinter::Take(const QByteArray& bytes)
     const bool hasNewStart = mPending.indexOf(kFrameStartBytes, newStart) >= 0;
     const bool mayEndHere
         = QByteArrayView(mPending).last(std::min<qsizetype>(mPending.size(), 16)).trimmed().endsWith('>');
-    if (wasPending && !hasNewStart && !mayEndHere && mPending.size() < kMostPending)
+    if (wasPending && !hasNewStart && !mayEndHere && mPending.size() < kMaxPending)
         return;
 
     const QByteArray all = std::exchange(mPending, {});

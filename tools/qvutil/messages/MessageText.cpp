@@ -40,7 +40,7 @@ namespace Quorvin::Tool {
 namespace {
 
 // Programs keep JSON's numbers as doubles, which have all whole numbers up to here.
-constexpr qint64 kLargestExact = qint64{1} << 53;
+constexpr qint64 kMaxExact = qint64{1} << 53;
 
 [[noreturn]] void FailAt(const QString& place, const QString& reason)
 {
@@ -215,7 +215,7 @@ QVariant FromPlainNumber(const QJsonValue& json)
 
 JsonValue NumberToJson(qint64 number, QLatin1StringView type)
 {
-    const bool isExact = number <= kLargestExact && number >= -kLargestExact;
+    const bool isExact = number <= kMaxExact && number >= -kMaxExact;
     return {isExact ? QJsonValue(number) : QJsonValue(QString::number(number)), type.toString()};
 }
 

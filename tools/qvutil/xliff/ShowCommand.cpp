@@ -27,7 +27,7 @@ struct ShowOptions
     bool Json = false;
 };
 
-enum class Sight {
+enum class ShownAs {
     Translated,
     Untranslated,
     Id,
@@ -44,7 +44,7 @@ public:
     {
         const QString key = DocumentKey(options.Document);
         for (const XliffUnit& unit : mXliff.GetUnits()) {
-            if (unit.Reach == UnitReach::Found && mXliff.GetFiles().at(unit.File).Key == key)
+            if (unit.Reachability == UnitReachability::Found && mXliff.GetFiles().at(unit.File).Key == key)
                 mUnits.insert(unit.Id, &unit);
         }
     }
@@ -63,9 +63,9 @@ public:
             if (mark.Source.trimmed().isEmpty() && mark.Shown == mark.Source)
                 continue; // nothing to translate
             const QString id = QString::fromLatin1(Util::GeneralUtil::GetHash(mark.Source));
-            const Sight sight = Classify(mark, id);
-            ++(sight == Sight::Translated ? translated : sight == Sight::Id ? ids : untranslated);
-            report.AddItem([&] { return ToJson(mark, sight, id); }, [&] { Print(mark, sight); });
+            const ShownAs shownAs = Classify(mark, id);
+            ++(shownAs == ShownAs::Translated ? translated : shownAs == ShownAs::Id ? ids : untranslated);
+            report.AddItem([&] { return ToJson(mark, shownAs, id); }, [&] { Print(mark, shownAs); });
         }
         report.Finish([&] {
             Console::PrintLine(u"%1 with %2: %3 translated, %4 untranslated, %5 shown as an id"_s.arg(
@@ -76,27 +76,27 @@ public:
     }
 
 private:
-    [[nodiscard]] Sight Classify(const TranslationMark& mark, const QString& id) const
+    [[nodiscard]] ShownAs Classify(const TranslationMark& mark, const QString& id) const
     {
         const XliffUnit* unit = mUnits.value(id);
         if (!unit)
-            return Sight::Untranslated;
-        return mark.Shown == id && unit->Target != id ? Sight::Id : Sight::Translated;
+            return ShownAs::Untranslated;
+        return mark.Shown == id && unit->Target != id ? ShownAs::Id : ShownAs::Translated;
     }
 
-    void Print(const TranslationMark& mark, Sight sight) const
+    void Print(const TranslationMark& mark, ShownAs shownAs) const
     {
         QString text = PlaceText(mOptions.Document, mark.Where) + ": "_L1 + Console::Quoted(mark.Source);
-        if (sight == Sight::Untranslated && mark.Shown == mark.Source)
+        if (shownAs == ShownAs::Untranslated && mark.Shown == mark.Source)
             text += u"  UNTRANSLATED: no unit"_s;
         else
             text += " -> "_L1 + Console::Quoted(mark.Shown);
-        if (sight == Sight::Id)
+        if (shownAs == ShownAs::Id)
             text += u"  ID SHOWN: no target"_s;
         Console::PrintLine(text);
     }
 
-    static QJsonObject ToJson(const TranslationMark& mark, Sight sight, const QString& id)
+    static QJsonObject ToJson(const TranslationMark& mark, ShownAs shownAs, const QString& id)
     {
         QJsonObject object = PlaceJson(mark.Where);
         object.insert(u"source"_s, mark.Source);
@@ -104,9 +104,9 @@ private:
         object.insert(u"path"_s, mark.Path);
         object.insert(u"id"_s, id);
         object.insert(u"result"_s,
-                      sight == Sight::Translated ? u"translated"_s
-                          : sight == Sight::Id   ? u"id"_s
-                                                 : u"untranslated"_s);
+                      shownAs == ShownAs::Translated ? u"translated"_s
+                          : shownAs == ShownAs::Id   ? u"id"_s
+                                                     : u"untranslated"_s);
         return object;
     }
 

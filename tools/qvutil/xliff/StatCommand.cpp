@@ -40,7 +40,7 @@ struct Progress
     void Add(const XliffUnit& unit)
     {
         ++Units;
-        if (unit.Reach != UnitReach::Found)
+        if (unit.Reachability != UnitReachability::Found)
             ++Unreachable;
         else if (unit.GetProgress() == UnitProgress::Finished)
             ++Finished;

@@ -22,25 +22,25 @@ public:
 
     QList<TranslationMark> Run()
     {
-        mDocument.ForEachElement([this](int element) { LookAtElement(element); });
+        mDocument.ForEachElement([this](int element) { InspectElement(element); });
         return mMarks;
     }
 
 private:
-    void LookAtElement(int element)
+    void InspectElement(int element)
     {
         const QDomElement node = mFiler.GetCurrentNode().toElement();
         // The tree keeps attributes in no order at all, and asking it for one by its index is slow.
         if (!mDocument.HasPlaces()) {
-            LookAtUnplacedAttributes(node);
+            InspectUnplacedAttributes(node);
         } else if (mDocument.GetElements().at(element).AttributeCount > 0) {
             for (const XmlSource::Attribute& attribute : mDocument.GetAttributes(element))
-                LookAtAttribute(node, attribute.Name.toString(), attribute.Begin);
+                InspectAttribute(node, attribute.Name.toString(), attribute.Begin);
         }
-        LookAtContent(node, element);
+        InspectContent(node, element);
     }
 
-    void LookAtUnplacedAttributes(const QDomElement& node)
+    void InspectUnplacedAttributes(const QDomElement& node)
     {
         const QDomNamedNodeMap attributes = node.attributes();
         QStringList names;
@@ -48,10 +48,10 @@ private:
             names.append(attributes.item(i).nodeName());
         names.sort();
         for (const QString& name : std::as_const(names))
-            LookAtAttribute(node, name, -1);
+            InspectAttribute(node, name, -1);
     }
 
-    void LookAtAttribute(const QDomElement& node, const QString& name, qsizetype offset)
+    void InspectAttribute(const QDomElement& node, const QString& name, qsizetype offset)
     {
         QString source = node.attribute(name);
         if (mFiler.StripTr(source)) {
@@ -60,7 +60,7 @@ private:
         }
     }
 
-    void LookAtContent(const QDomElement& node, int element)
+    void InspectContent(const QDomElement& node, int element)
     {
         const QDomNode content = node.firstChild();
         if (!content.isText() || content.isCDATASection())

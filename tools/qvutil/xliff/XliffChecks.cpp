@@ -40,18 +40,18 @@ constexpr std::array kKindNames = {
     KindName{FindingKind::Missing, u"missing"},
 };
 
-QString ReasonOf(UnitReach reach)
+QString ReasonOf(UnitReachability reach)
 {
     switch (reach) {
-    case UnitReach::Found:
+    case UnitReachability::Found:
         break;
-    case UnitReach::NoFileName:
+    case UnitReachability::NoFileName:
         return u"its file element has no \"original\" with a file name"_s;
-    case UnitReach::BodyNotFirst:
+    case UnitReachability::BodyNotFirst:
         return u"it is not in the first element of its file: nothing, no header either, may stand before the body"_s;
-    case UnitReach::Nested:
+    case UnitReachability::Nested:
         return u"it is not directly in a body, but in a group or elsewhere"_s;
-    case UnitReach::Replaced:
+    case UnitReachability::Replaced:
         return u"a later file element with the same file name takes the place of its own"_s;
     }
     return {};
@@ -118,9 +118,9 @@ private:
     void CheckUnit(const XliffUnit& unit)
     {
         const QString source = Console::Quoted(unit.Source);
-        if (unit.Reach != UnitReach::Found)
+        if (unit.Reachability != UnitReachability::Found)
             Add(FindingKind::Unreachable, unit,
-                u"%1 is out of reach: %2"_s.arg(source, ReasonOf(unit.Reach)));
+                u"%1 is out of reach: %2"_s.arg(source, ReasonOf(unit.Reachability)));
         const QString id = QString::fromLatin1(Util::GeneralUtil::GetHash(unit.Source));
         if (unit.Id != id) {
             Add(FindingKind::WrongId, unit,
@@ -193,7 +193,7 @@ private:
     {
         QHash<QString, QSet<QString>> units; // ids that the reader finds, by the document's key
         for (const XliffUnit& unit : mXliff.GetUnits()) {
-            if (unit.Reach == UnitReach::Found)
+            if (unit.Reachability == UnitReachability::Found)
                 units[mXliff.GetFiles().at(unit.File).Key].insert(unit.Id);
         }
         QHash<QString, QSet<QString>> sources; // by the document's key

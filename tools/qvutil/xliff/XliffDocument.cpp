@@ -92,7 +92,7 @@ void XliffDocument::Read()
             mReadFiles.insert(mFiles.at(i).Key, i);
     }
     for (XliffUnit& unit : mUnits)
-        unit.Reach = RateUnit(unit);
+        unit.Reachability = ClassifyUnit(unit);
 }
 
 void XliffDocument::ReadFile(int element)
@@ -133,19 +133,19 @@ void XliffDocument::ReadUnit(int element)
     mUnits.append(unit);
 }
 
-UnitReach XliffDocument::RateUnit(const XliffUnit& unit) const
+UnitReachability XliffDocument::ClassifyUnit(const XliffUnit& unit) const
 {
     if (unit.File < 0)
-        return UnitReach::Nested;
+        return UnitReachability::Nested;
     const XliffFile& file = mFiles.at(unit.File);
     const int parent = mSource.GetElements().at(unit.Element).Parent;
     if (file.Key.isEmpty())
-        return UnitReach::NoFileName;
+        return UnitReachability::NoFileName;
     if (mSource.GetElements().at(parent).Parent != file.Element)
-        return UnitReach::Nested;
+        return UnitReachability::Nested;
     if (parent != file.FirstChild)
-        return UnitReach::BodyNotFirst;
-    return mReadFiles.value(file.Key, -1) == unit.File ? UnitReach::Found : UnitReach::Replaced;
+        return UnitReachability::BodyNotFirst;
+    return mReadFiles.value(file.Key, -1) == unit.File ? UnitReachability::Found : UnitReachability::Replaced;
 }
 
 /// Whether the reader takes the file at all: it passes over one whose first child holds no element.

@@ -18,7 +18,7 @@ namespace Quorvin::Tool {
 [[nodiscard]] QString DocumentKey(const QString& path);
 
 /// Whether the library's translator finds a unit, and if not, why.
-enum class UnitReach {
+enum class UnitReachability {
     Found,
     NoFileName, ///< its `file` element has no "original" that ends in a file name
     BodyNotFirst, ///< another element, such as a header, stands before the body
@@ -46,7 +46,7 @@ struct XliffUnit
     QString WholeTarget; ///< all text in the target, markup removed
     QString State; ///< the attribute of the target
     bool IsApproved = false;
-    UnitReach Reach = UnitReach::Found;
+    UnitReachability Reachability = UnitReachability::Found;
 
     [[nodiscard]] UnitProgress GetProgress() const;
 };
@@ -132,7 +132,7 @@ private:
     [[nodiscard]] QStringView NameOf(int element) const;
     [[nodiscard]] QStringView RawText(qsizetype begin, qsizetype end) const;
     [[nodiscard]] bool HasUnits(const XliffFile& file) const;
-    [[nodiscard]] UnitReach RateUnit(const XliffUnit& unit) const;
+    [[nodiscard]] UnitReachability ClassifyUnit(const XliffUnit& unit) const;
 
     [[nodiscard]] QString IndentOf(int element) const;
     [[nodiscard]] QString IndentStep() const;

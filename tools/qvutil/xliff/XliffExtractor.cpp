@@ -90,7 +90,7 @@ private:
     void CollectTargets()
     {
         for (const XliffUnit& unit : mXliff.GetUnits()) {
-            if (unit.Reach == UnitReach::Found && unit.GetProgress() != UnitProgress::Empty
+            if (unit.Reachability == UnitReachability::Found && unit.GetProgress() != UnitProgress::Empty
                 && IsOurs(mXliff.GetFiles().at(unit.File)) && !mTargets.contains(unit.Id))
                 mTargets.insert(unit.Id, unit.Target);
         }
@@ -192,7 +192,7 @@ private:
     void Keep(const XliffUnit& unit, const DocumentTexts::Text& text, DocumentReport& report)
     {
         ++report.Kept;
-        if (unit.Reach != UnitReach::Found)
+        if (unit.Reachability != UnitReachability::Found)
             ++report.Unreachable;
         if (mOptions.Locations)
             mXliff.SetLine(unit, text.Where.Line);
