@@ -100,6 +100,8 @@ packages_of()
             echo clang clang-format clang-tidy clazy cmake-format codespell git python3 reuse shellcheck ;;
         lint:brew)
             echo clang-format codespell reuse shellcheck ;;
+        abi:debian)
+            echo abigail-tools binutils ;;
         fuzz:debian)
             echo clang libclang-rt-dev ;;
         fuzz:brew)
