@@ -4,8 +4,10 @@
 #include "messaging/MessageCodec_p.h"
 
 #include "XmlFiler.h"
+#include "base/Logging_p.h"
 #include "messaging/MessageFastCodec_p.h"
 #include "messaging/VariantMapEncoder_p.h"
+#include "xml/XmlRules_p.h"
 
 using namespace Qt::StringLiterals;
 
@@ -128,6 +130,9 @@ QString Internal::EncodeMessageByDom(const MessageInfo& message)
 
 bool Internal::DecodeMessageByDom(const QString& frame, MessageInfo& message)
 {
+    // Bytes that are no frame are dropped without a trace, but a failed load is logged.
+    if (Internal::lcQvUtil().isWarningEnabled() && Internal::FindXmlProblem(frame))
+        return false;
     XmlFiler filer;
     if (!filer.LoadFromXmlString(frame))
         return false;
