@@ -46,7 +46,7 @@ Outcome RunWithLittleMemory(const std::function<bool()>& load)
 #endif
         const LogGuard log;
         const bool loaded = load();
-        const bool outOfMemory = log.Messages().join(u' ').contains(u"out of memory"_s);
+        const bool outOfMemory = log.Messages().join(u' ').contains(u"not enough memory"_s);
         _exit(outOfMemory ? int(Outcome::OutOfMemory) : int(loaded ? Outcome::Loaded : Outcome::Refused));
     }
     int status = 0;

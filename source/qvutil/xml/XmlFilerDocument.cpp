@@ -81,7 +81,7 @@ bool Fill(QDomDocument& document, Read read, const QString& name, XmlLoadError& 
             error = {reason.Reason, static_cast<int>(reason.Line), static_cast<int>(reason.Column)};
         }
     } catch (const std::bad_alloc&) {
-        error = {u"out of memory"_s, 0, 0};
+        error = {u"not enough memory"_s, 0, 0};
     }
     LogLoadError(name, error);
     return false;

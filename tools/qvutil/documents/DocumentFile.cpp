@@ -122,6 +122,9 @@ void LoadDocument(Util::XmlFiler& filer, const InputFile& file)
 {
     if (filer.LoadFromXmlFile(file.Path()))
         return;
+    const Util::XmlLoadError error = filer.GetLoadError();
+    if (error.Line == 0) // not a matter of what the file holds
+        throw Failure(file.Name(), error.Text);
     const auto problem = FindParseProblem(file.Path());
     if (!problem)
         throw Failure(file.Name(), LimitsReason());
