@@ -25,6 +25,7 @@ namespace {
 
 // A signal handler may do little more than write to a pipe.
 constinit int gSignalPipe[2] = {-1, -1};
+// Null until the application is made.
 constinit QtMessageHandler gPreviousHandler = nullptr;
 
 void HandleSignal(int /*signal*/)
@@ -39,7 +40,10 @@ void HandleSignal(int /*signal*/)
 void HandleMessage(QtMsgType type, const QMessageLogContext& context, const QString& text)
 {
     if (qstrcmp(context.category, "qvutil") != 0) {
-        gPreviousHandler(type, context, text);
+        // While the application is being made, newer versions of Qt warn of a locale that is not UTF-8, and
+        // then use UTF-8 all the same. That is no message for the tool's users.
+        if (gPreviousHandler)
+            gPreviousHandler(type, context, text);
         return;
     }
     QMetaObject::invokeMethod(
@@ -49,9 +53,10 @@ void HandleMessage(QtMsgType type, const QMessageLogContext& context, const QStr
 } // namespace
 
 Session::Session(Interruption interruption)
-    : mApplication(mArgumentCount, mArguments)
+    : mPreviousHandler(qInstallMessageHandler(&HandleMessage))
+    , mApplication(mArgumentCount, mArguments)
 {
-    gPreviousHandler = qInstallMessageHandler(&HandleMessage);
+    gPreviousHandler = mPreviousHandler;
     QLoggingCategory::setFilterRules(u"qvutil=true"_s);
     // A reader that has gone, of standard output too, is an error of the writing operation.
     (void)std::signal(SIGPIPE, SIG_IGN);
@@ -64,7 +69,8 @@ Session::~Session()
     QCoreApplication::sendPostedEvents(); // warnings among them
     QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
     QLoggingCategory::setFilterRules({});
-    qInstallMessageHandler(gPreviousHandler);
+    qInstallMessageHandler(mPreviousHandler);
+    gPreviousHandler = nullptr;
 }
 
 void Session::CatchSignals()

@@ -48,6 +48,7 @@ public:
 private:
     void CatchSignals();
 
+    QtMessageHandler mPreviousHandler; // before mApplication, whose start has messages too
     int mArgumentCount = 1;
     char mName[7] = "qvutil";
     char* mArguments[2] = {mName, nullptr};
