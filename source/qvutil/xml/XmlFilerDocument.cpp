@@ -44,7 +44,7 @@ void LogLoadError(const QString& name, const XmlLoadError& error)
 // The whole file, a device that never ends included; nothing, and the reason, if it cannot be read.
 std::optional<QByteArray> ReadAll(QFile& file, XmlLoadError& error)
 {
-    constexpr qint64 kPieceSize = 1024 * 1024;
+    constexpr qint64 kPieceSize = qint64{1024} * 1024;
     // A file may also grow while it is read, or be no regular file, of which the size says nothing.
     QByteArray content;
     if (file.size() <= Internal::kMaxFileSize) {
