@@ -34,8 +34,11 @@ void WorkerThread::SetReader(QObject* worker, const std::function<void()>& read)
 
 void WorkerThread::CountTaken()
 {
-    if (mWindow.Take())
+    if (mWindow.Take()) {
+#ifndef __clang_analyzer__ // which takes the slot object that Qt owns for a leak
         QMetaObject::invokeMethod(mWorker.load(std::memory_order_acquire), mRead, Qt::QueuedConnection);
+#endif
+    }
 }
 
 void WorkerThread::run()
