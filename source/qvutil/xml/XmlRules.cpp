@@ -17,7 +17,7 @@ namespace Quorvin::Util::Internal {
 namespace {
 
 // How much of a document with declarations the parser sees before these have been counted.
-constexpr qsizetype kPieceSize = 16 * 1024;
+constexpr qsizetype kPieceSize = qsizetype{16} * 1024;
 
 constexpr QLatin1StringView kTooDeep("elements are nested more than 1,000 deep");
 constexpr QLatin1StringView kTooManyAttributes("an element has more than 10,000 attributes");
