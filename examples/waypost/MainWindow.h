@@ -73,7 +73,7 @@ private:
     void BuildCentre();
     void ConnectActions();
     void ConnectGrid(const QString& grid);
-    void On(const QString& action, void (MainWindow::*slot)());
+    void On(const QString& name, void (MainWindow::*slot)());
 
     // What the conditions in MainWindow.xml mean.
     void DefineConditions();
