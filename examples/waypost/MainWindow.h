@@ -41,7 +41,7 @@ public:
     /// \return false if there is no MainWindow.xml or Preferences.xml, or if one is damaged
     [[nodiscard]] bool IsComplete() const { return mIsComplete; }
 
-    /// Opens tours and selects the last one. What cannot be opened is told.
+    /// Opens tours and selects the last one. Reports the files that cannot be opened.
     void OpenFiles(const QStringList& files);
     /// Opens the tours of the last time, if the user wants that.
     void OpenLastFiles();

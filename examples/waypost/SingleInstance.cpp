@@ -42,7 +42,7 @@ SingleInstance::Outcome SingleInstance::Claim(QLockFile& lock, const QString& na
          timeoutMs = std::min(2 * timeoutMs, kLongestTryMs)) {
         if (lock.tryLock(0))
             return Outcome::First;
-        // Whoever holds the lock may still be starting and not listen yet, or be ending: so both are tried
+        // The holder of the lock may not listen yet, or may be ending, so keep trying both
         // by turns.
         if (HandOver(name, files, timeoutMs))
             return Outcome::HandedOver;
