@@ -31,7 +31,7 @@ QString LocaleNameFor(const Choice& choice)
     return own.section(u'-', 0, 0) == choice.Code ? own : QString(choice.LocaleName);
 }
 
-const Choice& FindChoice(const QString& code)
+Choice FindChoice(const QString& code)
 {
     for (const Choice& choice : kChoices) {
         if (choice.Code == code)
@@ -52,7 +52,7 @@ Language::Language(QString dataFolder, QObject* parent)
 //! [select]
 void Language::Select(const QString& code)
 {
-    const Choice& choice
+    const Choice choice
         = FindChoice(code.isEmpty() ? LocaleUtil::GetCurrentUserLocale().section(u'-', 0, 0) : code);
     mCode = choice.Code;
     mLocale = QLocale(LocaleNameFor(choice));
