@@ -73,7 +73,7 @@ public:
     IPCManager();
     /// Makes a manager that belongs to another object.
     /// \param parent  deletes the manager when it is deleted itself; it must live in the same thread. May be
-    /// null.
+    ///                null.
     explicit IPCManager(QObject* parent);
     /// Leaves the grid, stops the server and disconnects. Waits for the threads to end.
     ~IPCManager() override;
@@ -88,8 +88,7 @@ public:
     /// A server that is stopped and started again announces each message and connection once more for each
     /// start.
     /// \param serverName  the name; a server that has it loses it to this one. A file that is no socket is
-    /// not
-    ///                    replaced: nobody can connect then.
+    ///                    not replaced: nobody can connect then.
     /// \param mode        ReadOnly in it: messages and connections are announced by signals. WriteOnly in it:
     ///                    SendMessage sends to the server's client. Requests are answered in any mode.
     /// \return false if the signals could not be connected
@@ -97,8 +96,17 @@ public:
     /// Stops the server, if there is one. What has arrived but was not yet announced is lost; the client's
     /// disconnection is not announced. \return true
     bool StopServer();
-    /// \return whether the server is started
+    /// \return whether the server is started; it need not listen (see IsServerListening)
     [[nodiscard]] bool IsServerRunning() const;
+    /// Returns whether clients can connect to the server: it listens, and its name leads to it. StartServer
+    /// does not wait for that, so this becomes true shortly afterwards, without a signal.
+    ///
+    /// The call looks at the socket's file. If somebody has deleted the file, the result is false at once;
+    /// the server listens again within some seconds, and the result is true again. It stays false if another
+    /// server, or another file, has taken the name. A connected client stays connected in both cases.
+    /// \return false if the server is not started, does not listen yet, cannot listen on its name, or has
+    ///         lost its file; also if another thread calls
+    [[nodiscard]] bool IsServerListening() const;
     /// \return whether a client was announced that was not announced as gone
     [[nodiscard]] bool IsConnectedToAnyClient() const;
 
@@ -163,9 +171,10 @@ public:
     ///
     /// Another process that keeps the grid locked is waited for, 5 seconds at most. After that the server is
     /// started all the same, but this process is not entered in the registry; a line in the log category
-    /// "qvutil" says so, and a later call tries again. \param gridName  with the program's name and the
-    /// process id it makes the server's name \param mode      as for StartServer and ConnectToServer \return
-    /// true
+    /// "qvutil" says so, and a later call tries again.
+    /// \param gridName  with the program's name and the process id it makes the server's name
+    /// \param mode      as for StartServer and ConnectToServer
+    /// \return true
     bool CreateGridConnection(const QString& gridName, QIODeviceBase::OpenMode mode);
     /// Leaves the grid, stops the server and deletes the client. \return true
     bool DeleteAllConnections();

@@ -5,7 +5,9 @@
 #include "support/MessagingSupport.h"
 #include "support/TestSupport.h"
 
+#include <QDir>
 #include <QElapsedTimer>
+#include <QFile>
 #include <QLocalServer>
 #include <QSignalSpy>
 #include <QThread>
@@ -13,6 +15,7 @@
 #include <QtTest>
 
 #include <atomic>
+#include <cstdio>
 #include <functional>
 #include <memory>
 
@@ -40,6 +43,11 @@ public:
     int Calls = 0;
     std::function<void()> Then;
 };
+
+QString SocketPath(const QString& name)
+{
+    return QDir::temp().filePath(name);
+}
 
 // A manager with a server and one with a client, connected.
 struct Pair
@@ -95,6 +103,13 @@ private Q_SLOTS:
     void StartServer_afterStopDoublesSignals();
     void StartServer_modeOfLastStart();
     void StartServer_unusableName();
+    void IsServerListening();
+    void IsServerListening_unusableName();
+    void IsServerListening_socketDeleted();
+    void IsServerListening_folderMovedAway();
+    void IsServerListening_socketReplaced_data();
+    void IsServerListening_socketReplaced();
+    void IsServerListening_nameTakenOver();
     void ConnectToServer();
     void ConnectToServer_twice();
     void ConnectToServer_modes_data();
@@ -141,6 +156,7 @@ void tst_IPCManager::WrongThread_data()
     row("StartServer", [](IPCManager& m) { return m.StartServer(UniqueName(), kReadWrite); });
     row("StopServer", [](IPCManager& m) { return m.StopServer(); });
     row("IsServerRunning", [](IPCManager& m) { return m.IsServerRunning(); });
+    row("IsServerListening", [](IPCManager& m) { return m.IsServerListening(); });
     row("IsConnectedToAnyClient", [](IPCManager& m) { return m.IsConnectedToAnyClient(); });
     row("ConnectToServer", [](IPCManager& m) { return m.ConnectToServer(UniqueName(), kReadWrite); });
     row("WaitForConnectionToServer", [](IPCManager& m) { return m.WaitForConnectionToServer({}, -1); });
@@ -208,6 +224,7 @@ void tst_IPCManager::Untouched()
     IPCManager manager;
     QVariantMap answer{{u"old"_s, 1}};
     QCOMPARE(manager.IsServerRunning(), false);
+    QCOMPARE(manager.IsServerListening(), false);
     QCOMPARE(manager.IsConnectedToAnyClient(), false);
     QCOMPARE(manager.IsConnectedToServer(u"any"_s), false);
     QCOMPARE(manager.StopServer(), true);
@@ -347,6 +364,110 @@ void tst_IPCManager::StartServer_unusableName()
     QCOMPARE(manager.IsServerRunning(), true);
     manager.StopServer();
     QCOMPARE(TestSupport::LogGuard::Messages().size(), 1);
+}
+
+void tst_IPCManager::IsServerListening()
+{
+    const QString name = UniqueName();
+    IPCManager manager;
+    QVERIFY(manager.StartServer(name, kReadWrite));
+    EVENTUALLY(manager.IsServerListening());
+    QLocalSocket client; // the only attempt succeeds
+    client.connectToServer(name);
+    QCOMPARE(client.state(), QLocalSocket::ConnectedState);
+    EVENTUALLY(manager.IsConnectedToAnyClient());
+    QCOMPARE(manager.IsServerListening(), true); // with a client
+    manager.StopServer();
+    QCOMPARE(manager.IsServerListening(), false);
+    QVERIFY(manager.StartServer(UniqueName(), kReadWrite));
+    EVENTUALLY(manager.IsServerListening());
+    manager.DeleteAllConnections();
+    QCOMPARE(manager.IsServerListening(), false);
+}
+
+void tst_IPCManager::IsServerListening_unusableName()
+{
+    const TestSupport::LogGuard log;
+    IPCManager manager;
+    QVERIFY(manager.StartServer(QString(300, u'x'), kReadWrite));
+    EVENTUALLY_EQUAL(TestSupport::LogGuard::Messages().size(), 1); // it has tried
+    QCOMPARE(manager.IsServerListening(), false);
+    QCOMPARE(manager.IsServerRunning(), true);
+}
+
+void tst_IPCManager::IsServerListening_socketDeleted()
+{
+    const TestSupport::LogGuard log;
+    Pair pair;
+    QVERIFY(pair.Ok);
+    QVERIFY(QFile::remove(SocketPath(pair.Name)));
+    EVENTUALLY_EQUAL(TestSupport::LogGuard::Messages().size(), 1); // a new socket has the name
+    EVENTUALLY(pair.Server.IsServerListening());
+    QCOMPARE(pair.Server.IsConnectedToAnyClient(), true);
+    QCOMPARE(pair.ClientLeft.count(), 0);
+}
+
+// In a folder that is not there the server cannot listen again.
+void tst_IPCManager::IsServerListening_folderMovedAway()
+{
+    const TestSupport::LogGuard log;
+    const QString folder = SocketPath(UniqueName());
+    const QString away = folder + u'x';
+    QVERIFY(QDir().mkpath(folder));
+    IPCManager manager;
+    QVERIFY(manager.StartServer(folder + u"/s"_s, kReadWrite));
+    EVENTUALLY(manager.IsServerListening());
+    QVERIFY(QDir().rename(folder, away));
+    QCOMPARE(manager.IsServerListening(), false);
+    QVERIFY(QDir().rename(away, folder));
+    QCOMPARE(manager.IsServerListening(), true);
+    manager.StopServer();
+    QVERIFY(QDir().rmdir(folder));
+}
+
+void tst_IPCManager::IsServerListening_socketReplaced_data()
+{
+    QTest::addColumn<bool>("isSocket");
+
+    QTest::newRow("by a file") << false;
+    QTest::newRow("by another socket") << true;
+}
+
+void tst_IPCManager::IsServerListening_socketReplaced()
+{
+    QFETCH(const bool, isSocket);
+
+    const TestSupport::LogGuard log;
+    const QString name = UniqueName();
+    const QString otherName = UniqueName();
+    IPCManager manager;
+    QVERIFY(manager.StartServer(name, kReadWrite));
+    EVENTUALLY(manager.IsServerListening());
+    QLocalServer other;
+    QFile file(SocketPath(otherName));
+    QVERIFY(isSocket ? other.listen(otherName) : file.open(QIODevice::WriteOnly));
+    QCOMPARE(std::rename(qPrintable(SocketPath(otherName)), qPrintable(SocketPath(name))), 0);
+    QCOMPARE(manager.IsServerListening(), false);
+    EVENTUALLY_EQUAL(TestSupport::LogGuard::Messages().size(), 1); // the server has given the name up
+    QCOMPARE(manager.IsServerListening(), false);
+    QCOMPARE(manager.IsServerRunning(), true);
+    manager.StopServer();
+    QVERIFY(QFile::remove(SocketPath(name)));
+}
+
+void tst_IPCManager::IsServerListening_nameTakenOver()
+{
+    const TestSupport::LogGuard log;
+    const QString name = UniqueName();
+    IPCManager first;
+    IPCManager second;
+    QVERIFY(first.StartServer(name, kReadWrite));
+    EVENTUALLY(first.IsServerListening());
+    QVERIFY(second.StartServer(name, kReadWrite));
+    EVENTUALLY(second.IsServerListening());
+    QCOMPARE(first.IsServerListening(), false);
+    first.StopServer();
+    QCOMPARE(second.IsServerListening(), true);
 }
 
 void tst_IPCManager::ConnectToServer()

@@ -131,6 +131,13 @@ bool IPCManager::IsServerRunning() const
     return mPrivate->Server && mPrivate->Server->IsStarted();
 }
 
+bool IPCManager::IsServerListening() const
+{
+    if (mPrivate->IsCalledWrongly("IsServerListening"))
+        return false;
+    return mPrivate->Server && mPrivate->Server->IsListening();
+}
+
 bool IPCManager::IsConnectedToAnyClient() const
 {
     if (mPrivate->IsCalledWrongly("IsConnectedToAnyClient"))

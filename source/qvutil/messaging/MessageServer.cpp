@@ -59,6 +59,14 @@ bool MessageServer::IsStarted() const
     return mThread != nullptr && mThread->isRunning();
 }
 
+bool MessageServer::IsListening() const
+{
+    if (mThread == nullptr)
+        return false;
+    const std::optional<Platform::FileIdentity> endpoint = mThread->Endpoint();
+    return endpoint && Platform::GetFileIdentity(Internal::GetSocketPath(mServerName)) == endpoint;
+}
+
 bool MessageServer::SendMessage(const QString& id, const QVariantMap& params)
 {
     MessageInfo message;
@@ -130,9 +138,19 @@ MessageServerThread::MessageServerThread(const QString& serverName, MessageServe
     , mServerName(serverName)
 { }
 
+std::optional<Platform::FileIdentity> MessageServerThread::Endpoint() const
+{
+    const QMutexLocker locker(&mEndpointMutex);
+    return mEndpoint;
+}
+
 void MessageServerThread::RunWorker()
 {
     MessageServerWorker worker(mServer);
+    worker.SetEndpointObserver([this](const Platform::FileIdentity& endpoint) {
+        const QMutexLocker locker(&mEndpointMutex);
+        mEndpoint = endpoint;
+    });
     connect(&worker, &MessageServerWorker::MessageReceived, this, [this](const MessageInfo& message) {
         CountTaken();
         Q_EMIT MessageReceived(message);
@@ -158,6 +176,11 @@ MessageServerWorker::MessageServerWorker(MessageServer* server)
 MessageServerWorker::~MessageServerWorker()
 {
     Stop();
+}
+
+void MessageServerWorker::SetEndpointObserver(std::function<void(const Platform::FileIdentity&)> announce)
+{
+    mAnnounceEndpoint = std::move(announce);
 }
 
 bool MessageServerWorker::Start(const QString& name)
@@ -186,6 +209,8 @@ bool MessageServerWorker::Listen(Platform::ExistingSocket existing)
     mLocalServer = std::move(server);
     mEndpoint = socket.File;
     connect(mLocalServer.get(), &QLocalServer::newConnection, this, &MessageServerWorker::ConnectedSlot);
+    if (mAnnounceEndpoint)
+        mAnnounceEndpoint(mEndpoint);
     return true;
 }
 

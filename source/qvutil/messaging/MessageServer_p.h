@@ -11,6 +11,7 @@
 #include "platform/Platform_p.h"
 
 #include <QList>
+#include <QMutex>
 #include <QObject>
 #include <QPointer>
 #include <QString>
@@ -18,7 +19,9 @@
 #include <QtNetwork/QLocalServer>
 #include <QtNetwork/QLocalSocket>
 
+#include <functional>
 #include <memory>
+#include <optional>
 
 namespace Quorvin::Util {
 
@@ -51,6 +54,8 @@ public:
     /// announced is lost, the client's disconnection included. \return true
     bool Stop();
     [[nodiscard]] bool IsStarted() const;
+    /// Looks at the file of the socket. \return whether clients that connect to the name reach this server
+    [[nodiscard]] bool IsListening() const;
     /// Sends a message to the client, if there is one. \return true
     bool SendMessage(const QString& id, const QVariantMap& params);
     /// \overload
@@ -93,6 +98,9 @@ public:
     MessageServerThread(const QString& serverName, MessageServer* server);
     Q_DISABLE_COPY_MOVE(MessageServerThread)
 
+    /// The file of the socket that the worker listens on; nothing if it does not listen. Any thread.
+    [[nodiscard]] std::optional<Platform::FileIdentity> Endpoint() const;
+
 Q_SIGNALS:
     void MessageReceived(const MessageInfo& msg);
     void Connected(QLocalSocket* socket);
@@ -103,6 +111,8 @@ private:
 
     MessageServer* mServer;
     QString mServerName;
+    mutable QMutex mEndpointMutex;
+    std::optional<Platform::FileIdentity> mEndpoint; // guarded by mEndpointMutex
 };
 
 /// Owns the endpoint and the client's socket. Made, used and destroyed in the server's thread.
@@ -116,6 +126,8 @@ public:
 
     /// Counts in \p window what is read. To be called first.
     void SetWindow(Internal::DeliveryWindow* window) { mWindow = window; }
+    /// \param announce  called in the worker's thread with the file of each socket that the worker listens on
+    void SetEndpointObserver(std::function<void(const Platform::FileIdentity&)> announce);
     /// Reads on after \p window was full.
     void ResumeReading();
     /// Listens. \return false, after one warning, if the name cannot be listened on
@@ -145,6 +157,7 @@ private:
     QString mName;
     std::unique_ptr<QLocalServer> mLocalServer;
     Platform::FileIdentity mEndpoint; // the file of mLocalServer
+    std::function<void(const Platform::FileIdentity&)> mAnnounceEndpoint;
     QTimer mEndpointTimer; // looks whether the file is still there
     QLocalSocket* mSocket = nullptr; // the current client's
     Internal::DeliveryWindow* mWindow = nullptr;
