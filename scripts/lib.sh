@@ -128,11 +128,11 @@ missing_brew()
 }
 
 # need SUBJECT...: installs the packages that the subjects (of packages_of) take and that are not there yet.
-# Set QVUTIL_INSTALL=no to look after the packages yourself.
+# Set QVUTIL_INSTALL_PACKAGES=no to look after the packages yourself.
 need()
 {
     local system subject packages='' missing
-    if [ "${QVUTIL_INSTALL:-yes}" = no ]; then
+    if [ "${QVUTIL_INSTALL_PACKAGES:-yes}" = no ]; then
         return
     fi
     if has apt-get; then
