@@ -13,18 +13,18 @@
 #include <type_traits>
 #include <utility>
 
-/// Evaluates expressions of named conditions, joined by '&' (and), '|' (or) and parentheses: "a & (b | c)".
+/// Evaluates boolean expressions of named conditions with '&' (and), '|' (or) and parentheses: "a & (b | c)".
 ///
-/// What a condition means is up to the caller, who is asked for each operand that matters. An operand is any
-/// text without '(', ')', '&' and '|'; blanks around it are removed, blanks in it are kept.
+/// The caller supplies the value of each operand through a callback. An operand is any text without '(', ')',
+/// '&' and '|'; surrounding blanks are removed, blanks inside are kept.
 ///
-/// '&' binds more tightly than '|' as long as no parenthesis is involved: "a & b | c" is "(a & b) | c". These
-/// rules follow from the way in which an expression is split, and hosts rely on them:
-/// - Behind a group, operators are applied from left to right, and the first one that decides ends the list:
+/// Without parentheses, '&' has precedence over '|': "a & b | c" means "(a & b) | c". With parentheses, some
+/// results differ from what other expression languages give, and applications rely on them:
+/// - After a group, operators are applied from left to right, and evaluation stops at the first that decides:
 ///   "(a) & b | c" is false if a is false, whatever c is.
-/// - Text before a '(' takes part only if it ends with '&': in "a & b (c)" and "x (c)" only c counts.
-/// - An operand that cannot change the result any more is not looked at: "a | b" does not ask for b if a is
-///   true, and succeeds even if b is unknown.
+/// - Text before a '(' is ignored unless it ends with '&': in "a & b (c)" and "x (c)", only c is evaluated.
+/// - Operands that cannot change the result are not evaluated: if a is true, "a | b" does not call the
+///   callback for b, and succeeds even if b is unknown.
 ///
 /// \code
 /// const BooleanExpressionEvaluator evaluator([](const QString& operand, bool& value) {
@@ -36,26 +36,27 @@
 ///     reportMistake(expression);
 /// \endcode
 ///
-/// A callback may also be a function object with a state, such as a lambda that captures a window.
-///
 /// \par Threads
-/// Any thread, at any time, as far as the callback allows it: no operation keeps state.
+/// Thread-safe if the callback is: no operation keeps state.
+/// \since QvUtil 1.0
 class QVUTIL_EXPORT BooleanExpressionEvaluator
 {
 public:
-    /// Answers for an operand.
-    /// \param operand  its text, trimmed unless it is the content of nested parentheses
-    /// \param value    false when called; receives the operand's truth
-    /// \return false if there is no such operand, which ends the evaluation
+    /// Returns the value of an operand.
+    /// \param operand  the text of the operand, trimmed unless it is the content of nested parentheses
+    /// \param value    false on entry; receives the operand's value
+    /// \return false if the operand is unknown, which ends the evaluation
     using OperandCallback = bool (*)(const QString& operand, bool& value);
 
-    /// Answers for an operand, as OperandCallback, and may hold a state.
+    /// Returns the value of an operand, as OperandCallback does, and may have state.
     using OperandFunction = std::function<bool(const QString& operand, bool& value)>;
 
-    /// \param callback  answers for the operands; with null no expression can be evaluated
+    /// Constructs an evaluator with a function pointer or a lambda without captures.
+    /// \param callback  returns the value of an operand; if null, every evaluation fails
     explicit BooleanExpressionEvaluator(OperandCallback callback);
 
-    /// Takes a std::function, or any other function object that is no OperandCallback.
+    /// Constructs an evaluator with a std::function or another function object, such as a lambda with
+    /// captures.
     ///
     /// \code
     /// const BooleanExpressionEvaluator evaluator([this](const QString& operand, bool& value) {
@@ -64,8 +65,8 @@ public:
     /// });
     /// \endcode
     ///
-    /// \param callable  answers for the operands; copied or moved. With an empty std::function no expression
-    ///                  can be evaluated.
+    /// \param callable  returns the value of an operand; copied or moved. If it is an empty std::function,
+    ///                  every evaluation fails.
     template <
         typename Callable,
         std::enable_if_t<
@@ -78,26 +79,28 @@ public:
 
     /// Evaluates an expression.
     /// \param expression  the expression; groups may be nested to any depth
-    /// \param value       receives its truth; false after a failure
-    /// \return false if the expression is empty, blank or not well formed, if there is no callback, or if the
-    ///         callback does not know an operand that it was asked for
+    /// \param value       receives the result; false after a failure
+    /// \return false if the expression is blank or malformed, if there is no callback, or if the callback was
+    ///         called for an operand that it does not know
     bool Evaluate(const QString& expression, bool& value) const;
-    /// Checks that the parentheses of an expression balance, and removes those around the whole of it:
-    /// "((a & b))" becomes "a & b", while "(a) & (b)" is left whole.
-    /// \param expression  the expression; trimmed first, and not again between or after its parentheses
-    /// \return false if they do not balance; \p expression is only trimmed then. True for a blank one.
+    /// Checks that parentheses are balanced, and removes those that enclose the whole expression: "((a & b))"
+    /// becomes "a & b", while "(a) & (b)" does not change.
+    /// \param expression  trimmed first, and changed in place; white space inside the removed parentheses is
+    ///                    kept
+    /// \return false, with \p expression only trimmed, if the parentheses are not balanced; true for a blank
+    ///         expression
     bool ValidateAndFixBraces(QString& expression) const;
-    /// Splits an expression at its uppermost level: "a | b & c" into "a", "|" and "b & c". An expression
-    /// without '|' and parentheses is split at '&'.
+    /// Splits an expression at its top level: "a | b & c" into "a", "|" and "b & c". An expression without
+    /// '|' and parentheses is split at '&'.
     /// \param expression  the expression, usually after ValidateAndFixBraces
-    /// \param parts       receives operands and operators by turns, the content of a group in one piece;
-    ///                    empty after a failure. Two operands without an operator between them are not
-    ///                    found here.
-    /// \return false if there is nothing to split, an operator stands where an operand is due or at the
-    ///         end, or a '(' is not closed
+    /// \param parts       set to operands and operators in turn, with the content of a group as one operand;
+    ///                    empty after a failure
+    /// \return false if the expression is empty, if an operand is missing before or after an operator, or if
+    ///         a '(' is not closed. A missing operator between two operands is not detected.
     bool SplitByPrecedence(const QString& expression, QStringList& parts) const;
+    /// Returns whether a text is an operator.
     /// \param token  any text
-    /// \return whether it is "&" or "|", apart from blanks around it
+    /// \return true for "&" and "|", with or without surrounding blanks
     [[nodiscard]] bool IsOperator(const QString& token) const;
 
 private:

@@ -13,96 +13,100 @@
 
 namespace Quorvin::Util {
 
-/// One row of an enumeration's name table. Tables are plain arrays that belong to the caller.
+/// One row of a table of enumeration names. Tables are plain arrays owned by the caller.
+/// \since QvUtil 1.0
 struct EnumValueName
 {
     int Value; ///< the enumeration value; a single bit in a table of flags
     QString Name; ///< the name written to XML
 };
 
-/// Helpers for strings, paths, files and the application's folders.
+/// Provides helpers for strings, paths, files and the application's folders.
 ///
 /// \par Threads
-/// Any thread, at any time: no operation keeps state.
+/// Thread-safe: no operation keeps state.
+/// \since QvUtil 1.0
 class QVUTIL_EXPORT GeneralUtil
 {
 public:
-    // Strings
+    /// \name Strings
+    /// @{
 
-    /// Gives the closing partner of an opening brace.
+    /// Returns the closing counterpart of an opening brace.
     /// \param open  any character
-    /// \return ')' for '('; 0 for every other character, '[' and '{' included
+    /// \return ')' for '('; 0 for every other character, including '[' and '{'
     [[nodiscard]] static wchar_t GetMatchingBrace(wchar_t open);
-    /// Finds the partner of an opening brace. Quotes are not recognised: braces in quoted text count too.
-    /// \param text      any text, an empty one included
+    /// Finds the brace that closes an opening brace. Braces inside quotation marks count too.
+    /// \param text      any text
     /// \param position  index of a '(' in \p text, counted from 0
-    /// \return index of the ')' that closes it; -1 if none does, or if \p position holds no '('
+    /// \return index of the matching ')'; -1 if there is none, or if there is no '(' at \p position
     [[nodiscard]] static int FindMatchingBrace(const QString& text, int position);
-    /// Takes apart a text of the form `name(argument, argument, ...)`.
+    /// Parses a function call of the form `name(argument, argument, ...)`.
     ///
-    /// The arguments are split at every comma, also within inner braces and quotes, and each is trimmed:
-    /// "Max(a, (b, c))" has the arguments "a", "(b" and "c)". Text behind the closing brace is ignored.
+    /// Arguments are split at every comma, even inside inner braces and quotation marks, and trimmed:
+    /// "Max(a, (b, c))" has the arguments "a", "(b" and "c)". Text after the closing brace is ignored.
     ///
     /// \param text       the text
-    /// \param name       receives all that stands before the first '(', untrimmed; empty if there is none
-    /// \param arguments  receives the arguments, replacing what the list held; empty after a failure and for
-    ///                   "()", but one empty argument for "( )"
-    /// \return false if there is no '(', or no ')' that closes the first one
+    /// \param name       set to everything before the first '(', untrimmed; empty if there is no '('
+    /// \param arguments  set to the arguments; empty after a failure and for "()", but one empty argument for
+    ///                   "( )"
+    /// \return false if there is no '(', or if the first one is not closed
     static bool ParseFunction(const QString& text, QString& name, QStringList& arguments);
-    /// Removes the entries that repeat an earlier one; the others keep their order and spelling.
+    /// Removes entries that repeat an earlier one. The order and spelling of the others do not change.
     /// \param list        the list, changed in place
-    /// \param ignoreCase  whether entries that differ in case alone are the same
-    /// \return number of entries removed
+    /// \param ignoreCase  whether entries that differ only in case are duplicates
+    /// \return the number of entries removed
     static qsizetype RemoveDuplicates(QStringList& list, bool ignoreCase);
-    /// Kept for hosts that call it: the result is always empty.
+    /// Returns an empty string. Provided for source compatibility.
     /// \param signature  ignored
-    /// \return an empty text
+    /// \return an empty string
     [[nodiscard]] static QString DYNAMIC_SLOT(const char* signature);
-    /// Kept for hosts that call it: the result is always empty.
-    /// \param signature  ignored
-    /// \return an empty text
+    /// \copydoc DYNAMIC_SLOT
     [[nodiscard]] static QString DYNAMIC_SIGNAL(const char* signature);
 
-    // Names of enumeration values
+    /// @}
+    /// \name Enumeration names
+    /// @{
 
-    /// Gives the name of an enumeration value, or the names of a set of flags.
+    /// Returns the name of an enumeration value, or the names of a set of flags.
     /// \param value  the value
     /// \param table  first row of the name table; may be null
     /// \param count  rows in \p table
     /// \param flags  false: the name of the first row with exactly this value. True: the names of all rows
-    ///               that have a bit in common with \p value, in table order, joined by ",".
-    /// \return empty if no row fits, or if there is no table
+    ///               that share a bit with \p value, in table order, separated by ",".
+    /// \return empty if no row matches, or if there is no table
     [[nodiscard]] static QString EnumValueToName(int value, const EnumValueName* table, int count,
                                                  bool flags);
-    /// Gives the enumeration value of a name, or of a list of names of flags, without regard to case.
-    /// \param name   the name, which must not be padded; with \p flags, names separated by ",", which may be
+    /// Returns the enumeration value for a name, or for a list of flag names. Names are compared
+    /// case-insensitively.
+    /// \param name   the name, without surrounding white space; with \p flags, names separated by ",", which
+    ///               may have it
     /// \param table  first row of the name table; may be null
     /// \param count  rows in \p table
-    /// \param flags  false: the value of the first row of this name. True: the values of all rows whose name
-    ///               is in the list, joined by OR; names without a row are ignored.
-    /// \return -1 if no row fits, or if there is no table
+    /// \param flags  false: the value of the first row with this name. True: the values of all rows whose
+    ///               name is in the list, combined by OR; unknown names are ignored.
+    /// \return -1 if no row matches, or if there is no table
     [[nodiscard]] static int EnumNameToValue(const QString& name, EnumValueName* table, int count,
                                              bool flags);
-    /// Lists the names of a name table.
+    /// Returns the names in a name table.
     /// \param table  first row of the name table; may be null
     /// \param count  rows in \p table
     /// \return the names in table order; empty if there is no table or \p count is less than 1
     [[nodiscard]] static QStringList GetEnumNames(EnumValueName* table, int count);
 
-    // Paths
-    //
-    // These rules come from paths with drive letters and UNC paths, and hold on every system: absolute is
-    // what has a ':' (a drive letter or a scheme) or begins with two slashes, and a clean path has no slash
-    // in front. Paths and their segments are compared without regard to case. None of these operations
-    // looks at the file system.
+    /// @}
+    /// \name Paths
+    /// These operations treat paths the same way on every system: a path is absolute if it contains a ':' (a
+    /// drive letter or a scheme) or begins with two slashes, and a clean path has no leading slash. Paths are
+    /// compared case-insensitively. No operation accesses the file system.
+    /// @{
 
-    /// Brings a path into the form in which the other operations compare paths.
+    /// Normalises a path for comparison.
     ///
-    /// White space around the path goes, as do "." and "..", doubled separators and separators at the end;
-    /// unless it is a UNC path, separators in front go too. A root stays: "/" is "/". In a path with a drive
-    /// letter, backslashes become slashes; in other paths they do where QDir::cleanPath has it so. In a path
-    /// with a scheme of two letters or more, as in a URL, backslashes become slashes and nothing else
-    /// changes.
+    /// Removes surrounding white space, "." and "..", and doubled and trailing separators; also leading ones,
+    /// except in a UNC path. The root "/" does not change. Backslashes become slashes in a path with a drive
+    /// letter, and in other paths where QDir::cleanPath converts them. In a path whose scheme has two letters
+    /// or more, such as a URL, backslashes become slashes and nothing else changes.
     ///
     /// \code
     /// GeneralUtil::CleanPath(u"/Users/a/b/"_s); // "Users/a/b"
@@ -112,171 +116,178 @@ public:
     /// \param path  any path
     /// \return the clean path; empty for an empty one
     [[nodiscard]] static QString CleanPath(const QString& path);
-    /// Gives the drive, or the scheme, of a path.
+    /// Returns the drive, or the scheme, of a path.
     /// \param path  any path
-    /// \return the clean path up to and including its first ':'; empty if there is none
+    /// \return the clean path up to and including its first ':'; empty if it has none
     [[nodiscard]] static QString GetDrive(const QString& path);
-    /// Tells whether a path begins with two slashes, of either kind, and so names a server.
-    /// \param path  any path, as it stands
+    /// Returns whether a path begins with two slashes or backslashes. The path is not cleaned first.
+    /// \param path  any path
     /// \return false for an empty path
     [[nodiscard]] static bool IsUNCPath(const QString& path);
     /// Makes a path absolute.
-    /// \param path        the path; one that begins with '/', but has no ':', is relative like any other
+    /// \param path        the path; one that begins with '/' but has no ':' counts as relative
     /// \param base        the folder that \p path is relative to, or a file in that folder
-    /// \param baseIsFile  whether \p base is a file; a relative one is then taken from the current folder
-    /// \return the path below the base folder, cleaned by QDir::cleanPath; \p path itself, so cleaned, if it
-    ///         is absolute already
+    /// \param baseIsFile  whether \p base is a file; if it is relative, it is resolved against the current
+    ///                    folder
+    /// \return the path below the base folder, cleaned by QDir::cleanPath; if \p path is absolute, \p path
+    ///         itself, cleaned in the same way
     [[nodiscard]] static QString RelativeToAbsolutePath(const QString& path, const QString& base,
                                                         bool baseIsFile);
     /// Makes a path relative.
     /// \param path        the path
     /// \param base        the folder that the result is relative to, or a file in that folder
     /// \param baseIsFile  whether \p base is a file
-    /// \return what QDir::relativeFilePath makes of it, cleaned by QDir::cleanPath: the path unchanged where
-    ///         the system knows no drives, and from one drive to another. \p path itself, so cleaned, if it
-    ///         is relative already, which a path that begins with '/' but has no ':' is.
+    /// \return the result of QDir::relativeFilePath, cleaned by QDir::cleanPath. It is \p path itself if the
+    ///         system has no drives, if the drives differ, or if \p path is relative, which includes a path
+    ///         that begins with '/' but has no ':'.
     [[nodiscard]] static QString AbsoluteToRelativePath(const QString& path, const QString& base,
                                                         bool baseIsFile);
-    /// Tells whether one path lies below another, after cleaning both.
-    /// \param parent  the upper path; since clean paths have no slash in front, "/" is no parent of "/a"
+    /// Returns whether one path is below another. Both are cleaned first.
+    /// \param parent  the upper path; "/" is not a parent of "/a", because clean paths have no leading slash
     /// \param child   the lower path
-    /// \return false if the paths are the same; "a/b" is no parent of "a/bc"
+    /// \return false if the paths are equal; "a/b" is not a parent of "a/bc"
     [[nodiscard]] static bool IsParentPath(const QString& parent, const QString& child);
-    /// Tells whether one path lies below another, or is the same, after cleaning both.
+    /// Returns whether one path is below or equal to another. Both are cleaned first.
     /// \param parent  the upper path
     /// \param child   the lower path
-    /// \return true if \p child is \p parent or lies below it
+    /// \return true if \p child is \p parent or below it
     [[nodiscard]] static bool IsParentOrSamePath(const QString& parent, const QString& child);
-    /// Finds the longest path that two paths begin with, segment by segment.
+    /// Finds the longest common parent of two paths, segment by segment.
     /// \param path1  a path
-    /// \param path2  another
-    /// \return the clean common path, spelled as in the path with fewer segments, or as in \p path1 if they
-    ///         have as many; a drive letter is in lower case. Empty if there is none, if the drives differ,
-    ///         and if \p path1 has a scheme of two letters or more.
+    /// \param path2  another path
+    /// \return the clean common path, spelled as in the path with fewer segments, or as in \p path1 if both
+    ///         have the same number; a drive letter is in lower case. Empty if there is none, if the drives
+    ///         differ, or if the scheme of \p path1 has two letters or more.
     [[nodiscard]] static QString GetCommonParentPath(const QString& path1, const QString& path2);
-    /// Tells whether two paths have a beginning in common.
+    /// Returns whether two paths have a common parent.
     /// \param path1  a path
-    /// \param path2  another
-    /// \return whether GetCommonParentPath has a result
+    /// \param path2  another path
+    /// \return false if GetCommonParentPath returns an empty path
     [[nodiscard]] static bool HasCommonParentPath(const QString& path1, const QString& path2);
-    /// Cuts the parent off a path.
+    /// Removes the parent from a path.
     /// \param parent  the upper path
     /// \param child   the lower path
-    /// \return the clean path from \p parent to \p child; empty if they are the same; the whole of \p child,
-    ///         cleaned, if it does not lie below \p parent
+    /// \return the clean path from \p parent to \p child; empty if they are equal; all of \p child, cleaned,
+    ///         if it is not below \p parent
     [[nodiscard]] static QString GetSubPath(const QString& parent, const QString& child);
 
-    // Files
+    /// @}
+    /// \name Files
+    /// @{
 
-    /// Lists the files of a folder. Links to folders are followed unless QDir::NoSymLinks is passed.
+    /// Returns the files in a folder. Links to folders are followed unless QDir::NoSymLinks is passed.
     ///
     /// \code
     /// const QStringList logs
     ///     = GeneralUtil::GetFiles(folder, u"*.log|*.txt"_s, QDir::Files | QDir::NoSymLinks, true);
     /// \endcode
     ///
-    /// \param folder     the folder; if \p filter is empty also a file, whose name is then taken as the
-    ///                   pattern and whose folder is listed
-    /// \param filter     name patterns with wildcards, separated by '|', as QDir::entryList takes them;
-    ///                   empty for "*"
-    /// \param filters    what to list. With \p recursive, the patterns select files only, and QDir::Dirs or
-    ///                   QDir::AllDirs adds every sub-folder. Without, QDir::Dirs lists "." and ".." too,
+    /// \param folder     the folder. If \p filter is empty it may be a file: its name is then the pattern,
+    ///                   and the folder that contains it is listed.
+    /// \param filter     wildcard patterns separated by '|', as for QDir::entryList; empty for "*"
+    /// \param filters    what to list. With \p recursive, the patterns apply to files only, and QDir::Dirs or
+    ///                   QDir::AllDirs adds every sub-folder. Otherwise QDir::Dirs also lists "." and "..",
     ///                   unless QDir::NoDotAndDotDot is passed.
-    /// \param recursive  whether to list the sub-folders' files too; hidden ones only with QDir::Hidden
-    /// \return clean absolute paths, first those in the folder, then each sub-folder with its contents;
-    ///         empty if there is no such folder
+    /// \param recursive  whether to list sub-folders too; hidden ones only with QDir::Hidden
+    /// \return clean absolute paths: those in the folder first, then each sub-folder with its contents; empty
+    ///         if the folder does not exist
     [[nodiscard]] static QStringList GetFiles(QString folder, QString filter, QDir::Filters filters,
                                               bool recursive);
-    /// Deletes files, and then all empty folders. Links to folders are followed, and what they lead to is
-    /// deleted too, unless QDir::NoSymLinks is passed.
+    /// Deletes files, and then every empty folder.
     ///
-    /// The files are those that GetFiles lists with the same arguments; read-only ones are made writable
-    /// first. Whatever \p recursive says, and also when there was nothing to delete, DeleteEmptyDirectories
-    /// then removes every sub-folder that is empty, and the folder itself if it is.
+    /// Deletes the files that GetFiles returns for the same arguments; read-only files are made writable
+    /// first. DeleteEmptyDirectories then removes every empty sub-folder, and the folder itself if it is
+    /// empty, even if \p recursive is false or no file matched.
+    ///
+    /// \warning Links to folders are followed, and their targets are emptied too, unless QDir::NoSymLinks is
+    /// passed.
     ///
     /// \code
     /// GeneralUtil::DeleteFiles(cacheFolder, u"*.tmp"_s, QDir::Files | QDir::NoSymLinks, true);
     /// \endcode
     ///
-    /// \param folder     the folder; must not be empty
-    /// \param filter     name patterns, as for GetFiles
-    /// \param filters    what to delete, as for GetFiles; folders cannot be deleted in this way
-    /// \param recursive  whether to delete the sub-folders' files too
-    /// \return false if \p folder is empty (nothing is deleted then) or if a file could not be deleted (the
-    ///         others are). How the removal of folders went has no influence.
+    /// \param folder     the folder; must not be empty text
+    /// \param filter     wildcard patterns, as for GetFiles
+    /// \param filters    what to delete, as for GetFiles; folders cannot be deleted this way
+    /// \param recursive  whether to delete the files of sub-folders too
+    /// \return false if \p folder is empty text, in which case nothing is deleted, or if a file could not be
+    ///         deleted, in which case the others are. Folders that could not be removed do not count.
     static bool DeleteFiles(const QString& folder, const QString& filter, QDir::Filters filters,
                             bool recursive);
-    /// Removes a folder and the folders below it, as far as they hold nothing but empty folders. Links to
-    /// folders are followed, and what they lead to is cleared too, unless QDir::NoSymLinks is passed.
+    /// Removes a folder and the folders below it, unless they contain files.
+    ///
+    /// \warning Links to folders are followed, and empty folders in their targets are removed too, unless
+    /// QDir::NoSymLinks is passed.
     ///
     /// \code
     /// GeneralUtil::DeleteEmptyDirectories(cacheFolder, QDir::Dirs | QDir::NoSymLinks);
     /// \endcode
     ///
     /// \param folder   the folder
-    /// \param filters  which folders to look into: hidden ones only with QDir::Hidden
-    /// \return false if \p folder is empty text or no folder, or if it could not be removed because
-    ///         something is left in it; folders below it may be gone all the same
+    /// \param filters  which folders to visit: hidden ones only with QDir::Hidden
+    /// \return false if \p folder is empty text or not a folder, or if it could not be removed because it is
+    ///         not empty; folders below it may have been removed nevertheless
     static bool DeleteEmptyDirectories(const QString& folder, QDir::Filters filters);
-    /// Finds a file name that is not taken, by adding a tag to it while a file of that name exists.
+    /// Finds a file name that is not in use, by adding a tag to it for as long as a file of that name exists.
     ///
-    /// The name is free at the time of asking: when others write to the same folder, open the file with
-    /// QIODevice::NewOnly and ask again if that fails.
+    /// Another process may create the file before you do: open it with QIODevice::NewOnly, and ask for
+    /// another name if that fails.
     ///
     /// \code
-    /// // "/d/a.txt", else "/d/a(2).txt", "/d/a(3).txt" and so on
+    /// // "/d/a.txt", or else "/d/a(2).txt", "/d/a(3).txt" and so on
     /// GeneralUtil::GetUniqueFile(u"/d/a.txt"_s, u"(%1)"_s, QString(), true, 2);
     /// \endcode
     ///
-    /// \param file      the path wanted
+    /// \param file      the preferred path
     /// \param format    the tag, in which `%1` is replaced by a counter; empty for `%1`. Without a
-    ///                  placeholder there is only the one tag.
+    ///                  placeholder, the tag is tried only once.
     /// \param firstTry  a tag to try before the counted ones; none if empty
-    /// \param append    true: the tag follows the name, before the suffix; false: it precedes the name, and
-    ///                  takes the place of its first character if that is a digit
-    /// \param start     first value of the counter, which ends before 2147483647
-    /// \return \p file as given if there is no such file; otherwise a free path in the same folder; empty
-    ///         if \p file is empty, or if all names are taken
+    /// \param append    true: the tag follows the base name; false: it precedes the base name, and replaces
+    ///                  its first character if that is a digit
+    /// \param start     first value of the counter, which stops before 2147483647
+    /// \return \p file unchanged if no such file exists; otherwise an unused path in the same folder; empty
+    ///         if \p file is empty, or if all names are in use
     [[nodiscard]] static QString GetUniqueFile(const QString& file, const QString& format,
                                                const QString& firstTry, bool append, int start);
-    /// Finds a file name that is not taken in a folder.
-    /// \param folder     the folder; empty for the system's folder of temporary files
+    /// Finds a file name that is not in use in a folder.
+    /// \param folder     the folder; empty for the system's folder for temporary files
     /// \param name       the name; empty for "Temp"
-    /// \param extension  the extension, with or without its '.'; if empty, \p name is taken apart: what
-    ///                   follows its last '.' is the extension, what precedes its first '.' is the name
-    /// \param separator  what is added if the file exists: twice the separator with '%' in between. It must
-    ///                   hold a `%1` for the counter, which begins with 1: `_%1` gives `a_1%_1.txt`.
-    ///                   Without it there is only one further name to try.
-    /// \return path of a file that does not exist; empty if all names are taken
+    /// \param extension  the extension, with or without '.'. If empty, \p name is split: the part after its
+    ///                   last '.' is the extension, the part before its first '.' is the name.
+    /// \param separator  must contain `%1`, which is replaced by a counter starting at 1. If the file exists,
+    ///                   the separator, '%' and the separator again are appended to the name: `_%1` gives
+    ///                   `a_1%_1.txt`. Without `%1`, only one such name is tried.
+    /// \return path of a file that does not exist; empty if all names are in use
     [[nodiscard]] static QString GetUniqueFile(const QString& folder, const QString& name,
                                                const QString& extension, const QString& separator);
-    /// Finds a file name that is not taken, with a tag behind the name and a counter that begins with 2.
-    /// \param file    the path wanted
+    /// Finds a file name that is not in use, with a tag after the base name and a counter starting at 2.
+    /// \param file    the preferred path
     /// \param format  the tag, in which `%1` is replaced by the counter; empty for `%1`
-    /// \return see the first overload
+    /// \return as for the first overload
     [[nodiscard]] static QString GetUniqueFile(const QString& file, const QString& format);
-    /// Replaces the characters that some system does not allow in a file name: the backslash and
+    /// Replaces the characters that some systems do not allow in a file name: the backslash and
     /// `/ : * ? " < > |`.
-    /// \param name         the name, without folder
-    /// \param replacement  the text for each of them; every backslash that it brings in is replaced once
-    ///                     more
+    /// \param name         the name, without a folder
+    /// \param replacement  the text for each of them; a backslash in it is itself replaced once
     /// \return the name with all of them replaced
     [[nodiscard]] static QString FixInvalidCharsInFileName(const QString& name, const QString& replacement);
-    /// Reads a text file in UTF-8, or with a byte order mark in UTF-16 or UTF-32.
+    /// Reads the lines of a text file in UTF-8 or, if it has a byte order mark, in UTF-16 or UTF-32.
     /// \param path   the file
-    /// \param lines  receives the lines, without line ends, behind the entries that it holds; unchanged
-    ///               after a failure
+    /// \param lines  the lines, without line endings, are appended to it; unchanged after a failure
     /// \return false if the file cannot be opened
     static bool ReadAllLines(const QString& path, QStringList& lines);
-    /// Writes a text file in UTF-8, replacing one that exists.
+    /// Writes a text file in UTF-8, replacing an existing one. The write is not atomic.
     /// \param path   the file
-    /// \param lines  the lines; each is followed by a line feed. None at all make an empty file.
-    /// \return false if the file cannot be opened; a failure later on, as on a full disk, is not reported
+    /// \param lines  the lines, each of which is followed by a line feed; an empty list makes an empty file
+    /// \return false if the file cannot be opened; a later failure, such as a full disk, is not reported
     static bool WriteAllLines(const QString& path, const QStringList& lines);
 
-    // Hashes and sizes
+    /// @}
+    /// \name Hashes and sizes
+    /// @{
 
-    /// Computes the MD5 digest of a file that is read into memory as a whole.
+    /// Computes the MD5 digest of a file. The whole file is read into memory; GenerateCheckSumMD5 avoids
+    /// that.
     /// \param path  the file
     /// \return 32 lower-case hexadecimal digits; empty if the file cannot be opened
     [[nodiscard]] static QByteArray GetFileHash(const QString& path);
@@ -284,95 +295,112 @@ public:
     /// \param text  any text
     /// \return 32 lower-case hexadecimal digits
     [[nodiscard]] static QByteArray GetHash(const QString& text);
-    /// Computes the MD5 digest of a file that is read in pieces, so that it may be of any size.
+    /// Computes the MD5 digest of a file of any size, which is read in blocks.
     /// \param path  the file
-    /// \return 32 lower-case hexadecimal digits, the same as those of GetFileHash; empty if the file cannot
-    ///         be opened
+    /// \return 32 lower-case hexadecimal digits, as from GetFileHash; empty if the file cannot be opened
     [[nodiscard]] static QString GenerateCheckSumMD5(const QString& path);
-    /// Writes a number of bytes for people to read, in the largest unit of bytes, KB, MB and GB of which it
-    /// has at least one. A KB is 1024 bytes, an MB 1024 KB, a GB 1024 MB.
-    /// \param bytes      the number; below 1024, negative ones included, it is given in bytes
-    /// \param precision  digits after the point in the other units
+    /// Formats a number of bytes in the largest of the units bytes, KB, MB and GB in which it is at least 1.
+    /// Each unit is 1,024 times the one before.
+    /// \param bytes      the number; below 1,024, and if negative, it is formatted in bytes
+    /// \param precision  decimal places in the other units
     /// \return for example "1.50 KB"; not localised
     [[nodiscard]] static QString BytesToString(qint64 bytes, int precision);
 
-    // Links, and files for a locale
+    /// @}
+    /// \name Links and localised files
+    /// @{
 
-    /// Follows the symbolic links in a path, also those in its leading folders.
-    /// \param path  absolute, or relative to the current folder; need not exist. An empty path gives
-    ///              the folder above the current one.
-    /// \return absolute clean path with the links replaced by what they point to. From the first part on that
-    ///         cannot be followed (it is missing, a link to nothing, a loop) the path is kept as it stands.
+    /// Resolves the symbolic links in a path, including those in its leading folders.
+    /// \param path  an absolute path, or one relative to the current folder; it need not exist. An empty path
+    ///              gives the parent of the current folder.
+    /// \return the absolute clean path. From the first segment that cannot be resolved (it is missing, a
+    ///         dangling link, or a loop of links) the path is kept unchanged.
     [[nodiscard]] static QString GetSymbolicLinkTarget(const QString& path);
-    /// Finds the variant of a file that is meant for a locale: a file of the same name in a sub-folder that
-    /// is named after the locale.
+    /// Finds the variant of a file for a locale: a file of the same name in a sub-folder named after the
+    /// locale.
     ///
-    /// The folders are searched in their order, then the application's own. Only the full name of the locale
-    /// counts: for "fr-CA" neither "fr" nor "fr-FR" is looked at.
+    /// Searches \p folders in order, then the application's folder. Only the full locale name is tried:
+    /// "fr-CA" does not fall back to "fr" or "fr-FR".
     ///
-    /// \param file     name of the file; folders in it are ignored. ".xlf" is added if it has no suffix.
-    /// \param locale   for example "de-DE"; empty means the locale of the system
-    /// \param folders  folders separated by ';', empty entries are ignored
+    /// \param file     name of the file; any folders in it are ignored. ".xlf" is appended if it has no
+    ///                 suffix.
+    /// \param locale   for example "de-DE"; empty for the system's locale
+    /// \param folders  folders separated by ';'; empty entries are ignored
     /// \return absolute path of the first file found; empty if there is none, or if \p file is empty
     [[nodiscard]] static QString FindLocaleFile(const QString& file, const QString& locale,
                                                 const QString& folders);
 
-    // The application's folders and its environment
+    /// @}
+    /// \name Application folders and environment
+    /// @{
 
-    /// \return absolute clean path of the folder that holds the application's executable
-    /// \pre a QCoreApplication exists
+    /// Returns the folder of the application's executable.
+    /// \return the absolute clean path
+    /// \pre A QCoreApplication exists.
     [[nodiscard]] static QString GetAppDirPath();
-    /// \return absolute clean path of the application's executable
-    /// \pre a QCoreApplication exists
+    /// Returns the path of the application's executable.
+    /// \return the absolute clean path
+    /// \pre A QCoreApplication exists.
     [[nodiscard]] static QString GetAppFilePath();
-    /// Gives the folder under which applications keep data for the current user: on macOS the user's
-    /// application-support folder, on Linux $XDG_DATA_HOME or ~/.local/share.
-    /// \return absolute clean path; the folder need not exist
+    /// Returns the folder for the current user's application data: the user's Application Support folder on
+    /// macOS; $XDG_DATA_HOME, or else ~/.local/share, on Linux.
+    /// \return the absolute clean path; the folder need not exist
     [[nodiscard]] static QString GetAppDataPath();
-    /// \return the same folder as GetAppDataPath
+    /// Returns the same folder as GetAppDataPath.
+    /// \return the absolute clean path; the folder need not exist
     [[nodiscard]] static QString GetLocalAppDataPath();
-    /// Gives the folder under which applications keep data for all users: on macOS the machine's
-    /// application-support folder, on Linux the first folder of $XDG_DATA_DIRS or /usr/local/share.
-    /// \return absolute clean path; the folder need not exist
+    /// Returns the folder for the application data of all users: the machine's Application Support folder on
+    /// macOS; the first folder of $XDG_DATA_DIRS, or else /usr/local/share, on Linux.
+    /// \return the absolute clean path; the folder need not exist
     [[nodiscard]] static QString GetCommonAppDataPath();
-    /// \return the same folder as GetCommonAppDataPath
+    /// Returns the same folder as GetCommonAppDataPath.
+    /// \return the absolute clean path; the folder need not exist
     [[nodiscard]] static QString GetProgramDataPath();
-    /// \return empty: there is no such folder on the systems that the library serves
+    /// Returns an empty path: the supported systems have no such folder.
+    /// \return an empty string
     [[nodiscard]] static QString GetFavoritesPath();
-    /// \return the folder of the system's own libraries, as the system spells it
+    /// Returns the folder of the system's libraries.
+    /// \return the path as the system spells it
     [[nodiscard]] static QString GetSystemDirectory();
-    /// Tells where a library that is loaded into this process lies.
-    /// \param name  the library's file name; matched with regard to case. Without any '.' the system's suffix
-    ///              (".dylib", ".so") is added. On Linux a file also matches without its version, so that
-    ///              "libFoo.so.6.4" is found as "libFoo.so" and as "libFoo".
-    /// \return absolute path of the folder of the first such library in the loader's order; empty if none is
-    ///         loaded. The program itself is no library.
+    /// Returns the folder of a library that is loaded into this process.
+    /// \param name  file name of the library, compared case-sensitively. If it has no '.', the system's
+    ///              suffix (".dylib" or ".so") is appended. On Linux, the version in a file name is optional:
+    ///              "libFoo.so.6.4" is also found as "libFoo.so" and "libFoo".
+    /// \return absolute path of the folder of the first match in the loader's order; empty if there is none.
+    ///         The program itself does not count.
     [[nodiscard]] static QString GetModulePath(const QString& name);
-    /// \return always "x64/Release", however the library was built
+    /// Returns "x64/Release", whatever the build type of the library.
+    /// \return always "x64/Release"
     [[nodiscard]] static QString GetBuild();
-    /// Tells whether a process runs. On macOS only applications count, not daemons and command-line tools.
-    /// On Linux every process of every user counts, until it has ended, whether or not its parent has taken
-    /// note of that.
-    /// \param processId  the number of the process
-    /// \return false also for numbers that are no process
+    /// Returns whether a process is running. On macOS only applications count, not daemons and command-line
+    /// tools. On Linux the processes of all users count; a zombie process does not.
+    /// \param processId  the process id
+    /// \return false also for numbers that are not valid process ids
     [[nodiscard]] static bool IsProcessRunning(const long long& processId);
+    /// Returns true: only 64-bit systems are supported.
     /// \return always true
     [[nodiscard]] static bool Is64BitOS();
+    /// Returns true: only 64-bit builds are supported.
     /// \return always true
     [[nodiscard]] static bool Is64BitApp();
-    /// \param key  ignored: the systems that the library serves have no registry
+    /// Returns false: the supported systems have no registry.
+    /// \param key  ignored
     /// \return always false
     [[nodiscard]] static bool RegistryKeyExists(QString key);
 
-    // Debug output
+    /// @}
+    /// \name Debug output
+    /// @{
 
-    /// Hands a message to developers. Goes to the logging category "qvutil" where the system has a channel
-    /// for it, which is off until the host's logging rules turn it on; on macOS nothing happens.
+    /// Logs a message for developers. On Linux it goes to the logging category "qvutil", which is off unless
+    /// the application's logging rules enable it; on macOS it is dropped.
     /// \param text  the message
     static void OutputDebugString(const QString& text);
-    /// Hands a message to developers, like the other overload.
-    /// \param text  the message, ended by a 0; null does nothing
+    /// \overload
+    /// \param text  the message, terminated by 0; null does nothing
     static void OutputDebugString(const wchar_t* text);
+
+    /// @}
 };
 
 } // namespace Quorvin::Util

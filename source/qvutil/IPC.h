@@ -14,79 +14,79 @@
 
 namespace Quorvin::Util {
 
-/// One message between two processes: a name, parameters, and what ties an answer to its request.
+/// One message between two processes: a name, parameters, and the link from an answer to its request.
 ///
-/// A new record is like a cleared one. It is a plain value: copied, and passed through queued signals under
-/// the meta-type name "MessageInfo".
+/// A plain value. It travels through queued signals under the meta-type name "MessageInfo".
+/// \since QvUtil 1.0
 struct MessageInfo
 {
-    /// The message's name, chosen by the application; an automatic answer is named "Response".
+    /// Name of the message, chosen by the application; automatic answers are named "Response".
     QString Id;
-    /// Identity of this message; null unless somebody waits for the answer.
+    /// Identifies this message; null unless its sender waits for an answer.
     QUuid UniqueId;
-    /// Whether the sender wants an answer.
+    /// Whether the sender waits for an answer.
     bool NeedResponse = false;
     /// Whether this message is an answer.
     bool IsResponse = false;
-    /// For an answer: UniqueId of the message that it answers.
+    /// In an answer: the UniqueId of its request.
     QUuid OriginalMessageUniqueId;
-    /// The parameters. What types they may have, and how they travel, is told at PackMessage.
+    /// The parameters; PackMessage lists the types that they may have.
     QVariantMap Params;
 
-    /// Resets every field: empty texts and parameters, null identities, flags false.
+    /// Resets every field to its default.
     void Clear() { *this = MessageInfo(); }
 };
 
-/// Answers requests. The host implements it, and registers objects of its class with
-/// IPCManager::AddMessageResponder; the library never owns one.
+/// Answers requests. Derive from this class, and register objects with IPCManager::AddMessageResponder.
 ///
 /// \par Threads
-/// Called in the thread in which the IPCManager lives.
+/// Called in the thread that the IPCManager lives in.
+/// \since QvUtil 1.0
 class QVUTIL_EXPORT IMessageResponder
 {
 public:
     virtual ~IMessageResponder();
 
-    /// Answers a request, or leaves it to the next responder. Responders are asked in the order of their
+    /// Answers a request, or leaves it to the next responder. Responders are called in the order of their
     /// registration until one returns true.
     ///
-    /// The operation may open an event loop, send messages, stop the server or delete the manager. While it
-    /// runs, responders must not be deleted: a responder that is unregistered now may still be asked about
-    /// the request under way.
-    /// \param messageId       the request's name
-    /// \param params          the request's parameters
-    /// \param responseParams  the answer's parameters, to be filled; holds what earlier responders wrote
-    /// \return true if the request is answered; false to have the next responder asked. What was written
-    ///         to \p responseParams stays in the answer in both cases.
+    /// This operation may run an event loop, send messages, stop the server, or delete the manager. It must
+    /// not delete a responder, not even an unregistered one: that one may still be called for the same
+    /// request.
+    /// \param messageId       name of the request
+    /// \param params          parameters of the request
+    /// \param responseParams  parameters of the answer; contains what earlier responders wrote
+    /// \return true if the request is answered; false to call the next responder. The content of
+    ///         \p responseParams becomes part of the answer in both cases.
     virtual bool HandleMessage(const QString& messageId, const QVariantMap& params,
                                QVariantMap& responseParams)
         = 0;
 };
 
-/// Writes a message as the document that travels between processes, for a channel of your own.
+/// Encodes a message as an XML document, the form in which IPCManager sends it, for use with other channels.
 ///
-/// Parameters come back with value and type if they are of type bool, int, uint, qlonglong, double, QString,
-/// QStringList, QByteArray, QVariantMap or QVariantList (whose entries are of these types again). Everything
-/// else, qulonglong and QChar included, comes back as an invalid QVariant under its name. An entry with an
-/// empty name is lost. Texts must hold only characters that XML allows: with a control character other than
-/// tab and line ends in it, the document cannot be read.
-///
-/// A text of the form tr(...) comes back without the mark: "tr(Save)" as "Save".
-/// \param id      the message's name
+/// Parameters keep value and type if they are of type bool, int, uint, qlonglong, double, QString,
+/// QStringList, QByteArray, QVariantMap or QVariantList, where the entries of maps and lists have these types
+/// too. Parameters of all other types, including qulonglong and QChar, are decoded as invalid QVariants. An
+/// entry with an empty name is lost. A text of the form tr(...) loses its mark: "tr(Save)" is decoded as
+/// "Save". Text must not contain characters that XML forbids, such as control characters other than tab and
+/// line endings: the document could not be decoded.
+/// \param id      name of the message
 /// \param params  its parameters
-/// \return the document, which ExtractMessage reads
+/// \return the document, for ExtractMessage
 ///
 /// \par Threads
-/// Any thread.
+/// Thread-safe.
+/// \since QvUtil 1.0
 [[nodiscard]] QVUTIL_EXPORT QString PackMessage(const QString& id, const QVariantMap& params);
 
-/// Reads a message that PackMessage has written.
+/// Decodes a message that PackMessage encoded.
 /// \param document  the text of exactly one document
-/// \return the message's name and parameters; both empty if the text is no readable document
+/// \return name and parameters of the message; both are empty if the text is malformed
 ///
-/// \par Threads
-/// Any thread. Give it a stack of 2 MiB or more where documents from outside are read: they may be nested up
-/// to 1,000 elements deep.
+/// \par Threads Thread-safe. To decode documents from an untrusted source, the thread needs a stack of 2 MiB
+/// or more: their elements may be nested up to 1,000 deep.
+/// \since QvUtil 1.0
 [[nodiscard]] QVUTIL_EXPORT std::pair<QString, QVariantMap> ExtractMessage(const QString& document);
 
 } // namespace Quorvin::Util

@@ -19,29 +19,30 @@
 namespace Quorvin::Util {
 
 /// One member of a grid.
+/// \since QvUtil 1.0
 struct ProcessInfo
 {
-    qint64 ProcessId = 0; ///< the member's process id
-    QString ServerName; ///< the name at which the member's server listens
+    qint64 ProcessId = 0; ///< process id of the member
+    QString ServerName; ///< name of the member's server
 };
 
-/// Exchanges messages with other processes of the same machine: one server, one client, and the grid.
+/// Exchanges messages with other processes of the same user on the same machine, through one server, one
+/// client, and a grid.
 ///
-/// A *message* is a name and a map of typed parameters (PackMessage tells which types). It either is sent and
-/// forgotten, or is a *request*: the IMessageResponder objects at the receiving end are asked for an answer,
-/// and the sender waits for it.
+/// A *message* has a name and a map of typed parameters; PackMessage lists the types. A *request* is a
+/// message whose sender waits for an answer: the receiving server asks its IMessageResponder objects for it.
 ///
-/// The *server* publishes an endpoint under a name (a socket file in the folder for temporary files, or an
-/// absolute path; about 100 bytes in all, fewer on macOS) which only the same user can reach. It talks to one
-/// client at a time: a new one replaces the one before. The *client* connects to one server, and does so
-/// again whenever the connection is lost, once a second. It talks only to servers that run as the same user
-/// or as root.
+/// The *server* listens under a name: either the name of a socket file in the folder for temporary files, or
+/// an absolute path, of about 100 bytes in all (fewer on macOS). Only processes of the same user can connect.
+/// It has one client at a time; a new client displaces the one before. The *client* connects to one server,
+/// and tries once a second to reconnect if the connection is lost. It accepts only servers that run as the
+/// same user or as root.
 ///
 /// A *grid* is a group of processes that find one another by a common name. Each member runs a server, and
-/// connects to the oldest member alive when it joined. Messages travel one hop: nothing is forwarded.
+/// connects to the oldest member that was alive when it joined. Messages are not forwarded to other members.
 ///
-/// A document of up to 32 KiB always arrives; larger ones do up to a size that follows from the system's
-/// limit for socket buffers (more than 256 KiB usually). A message to nobody is dropped.
+/// A frame of up to 32 KiB always arrives. Larger frames arrive up to a limit that depends on the system's
+/// socket buffers, usually more than 256 KiB. Messages sent without a connection are dropped.
 ///
 /// \code
 /// IPCManager manager;
@@ -55,158 +56,175 @@ struct ProcessInfo
 ///     other.SendMessageAndGetResponse(u"viewer"_s, u"Open"_s, {{u"file"_s, path}}, answer, 5000);
 /// \endcode
 ///
-/// \par Threads
-/// One thread, the one that the object lives in; it needs an event loop for messages to arrive, and a
-/// QCoreApplication, which may end before the object does. An operation that another thread calls does
-/// nothing, logs one line in the category "qvutil" and returns false, or an empty list. Sockets are served by
-/// threads of their own. All signals are emitted, and responders asked, in the object's thread.
+/// \par Threads Use the object only in the thread that it lives in (QObject::thread). Called from another
+/// thread, an operation does nothing, logs a line in the category "qvutil", and returns false or an empty
+/// list. The owner thread needs an event loop for messages to arrive, and a QCoreApplication, which may be
+/// destroyed before the object. Sockets are served by worker threads; signals are emitted and responders
+/// called in the owner thread.
 ///
-/// The operations that wait run an event loop that leaves out user input: slots and responders are called
-/// meanwhile. They may send messages (a wait within a wait fails at once), disconnect, stop the server, or
-/// delete the manager. When the application or the thread is told to quit meanwhile, the wait ends as well:
-/// with code 0, the usual one, its result is true although nothing has come.
+/// \par Waiting Operations that wait run an event loop that excludes user input. Slots and responders are
+/// called meanwhile. They may send messages, disconnect, stop the server, or delete the manager; an operation
+/// that waits within another wait fails at once. If the application or the thread is told to quit, the wait
+/// ends. With exit code 0, its result is then true although nothing has arrived.
+/// \since QvUtil 1.0
 class QVUTIL_EXPORT IPCManager : public QObject
 {
     Q_OBJECT
 public:
-    /// Makes a manager without server, client and grid.
+    /// Constructs a manager without a server, client or grid.
     IPCManager();
-    /// Makes a manager that belongs to another object.
-    /// \param parent  deletes the manager when it is deleted itself; it must live in the same thread. May be
-    ///                null.
+    /// Constructs a manager with a parent.
+    /// \param parent  owns and deletes the manager, and must live in the same thread; may be null
     explicit IPCManager(QObject* parent);
-    /// Leaves the grid, stops the server and disconnects. Waits for the threads to end.
+    /// Leaves the grid, stops the server and disconnects. Waits for the worker threads to end.
     ~IPCManager() override;
     Q_DISABLE_COPY_MOVE(IPCManager)
 
-    // Server
+    /// \name Server
+    /// @{
 
-    /// Starts the server. It does not wait until the server listens, and a name that cannot be listened on
-    /// gives a server that nobody reaches, and a line in the log category "qvutil". With the server started,
-    /// nothing changes.
+    /// Starts the server. Does nothing if it is running.
     ///
-    /// A server that is stopped and started again announces each message and connection once more for each
-    /// start.
-    /// \param serverName  the name; a server that has it loses it to this one. A file that is no socket is
-    ///                    not replaced: nobody can connect then.
-    /// \param mode        ReadOnly in it: messages and connections are announced by signals. WriteOnly in it:
-    ///                    SendMessage sends to the server's client. Requests are answered in any mode.
+    /// This operation does not wait until the server listens; IsServerListening returns whether it does. If
+    /// it cannot listen, a line is logged in the category "qvutil", and no client can connect. After a server
+    /// is stopped and started again, each message and connection is announced once more for every start.
+    /// \param serverName  the name; it is taken over from a server that has it. A file that is not a socket
+    ///                    is not replaced, and no client can then connect.
+    /// \param mode        with ReadOnly, messages and connections are announced by signals. With WriteOnly,
+    ///                    SendMessage sends to the server's client. Requests are answered in every mode.
     /// \return false if the signals could not be connected
     bool StartServer(const QString& serverName, QIODeviceBase::OpenMode mode);
-    /// Stops the server, if there is one. What has arrived but was not yet announced is lost; the client's
-    /// disconnection is not announced. \return true
+    /// Stops the server, if there is one. Messages that have arrived but were not yet announced are lost, and
+    /// the client's disconnection is not announced.
+    /// \return true
     bool StopServer();
-    /// \return whether the server is started; it need not listen (see IsServerListening)
+    /// Returns whether the server is started. It need not be listening; see IsServerListening.
+    /// \return false if it was never started, or has been stopped
     [[nodiscard]] bool IsServerRunning() const;
-    /// Returns whether clients can connect to the server: it listens, and its name leads to it. StartServer
-    /// does not wait for that, so this becomes true shortly afterwards, without a signal.
+    /// Returns whether clients can connect to the server: whether it listens, and its name leads to it.
     ///
-    /// The call looks at the socket's file. If somebody has deleted the file, the result is false at once;
-    /// the server listens again within some seconds, and the result is true again. It stays false if another
-    /// server, or another file, has taken the name. A connected client stays connected in both cases.
-    /// \return false if the server is not started, does not listen yet, cannot listen on its name, or has
-    ///         lost its file; also if another thread calls
+    /// StartServer does not wait for this; the result becomes true shortly afterwards, without a signal. If
+    /// the socket file is deleted, the result is false until the server listens again some seconds later. If
+    /// another server or another file has taken the name, the result stays false. A connected client stays
+    /// connected in both cases.
+    /// \return false if the server is not started, does not listen yet, or cannot listen on its name, or if
+    ///         its socket file is gone
     [[nodiscard]] bool IsServerListening() const;
-    /// \return whether a client was announced that was not announced as gone
+    /// Returns whether a client of the server is connected, as far as the signals have announced it.
+    /// \return false if there is no client or no server
     [[nodiscard]] bool IsConnectedToAnyClient() const;
 
-    // Client
+    /// @}
+    /// \name Client
+    /// There is one client, so that \a serverName only matters to ConnectToServer; the other operations
+    /// ignore it.
+    /// @{
 
-    /// Connects to a server, without waiting for it, now and whenever the connection is lost. With a client
-    /// already there, nothing changes, whatever the name.
+    /// Connects to a server, and reconnects whenever the connection is lost. Does not wait for the
+    /// connection. Does nothing if there is a client, even for another server; call DisconnectFromServer
+    /// first.
     /// \param serverName  the name that the server was started with
-    /// \param mode        must hold WriteOnly for messages to be sent, and ReadOnly for messages and answers
-    ///                    to be received
+    /// \param mode        must contain WriteOnly to send messages, and ReadOnly to receive messages and
+    ///                    answers
     /// \return true
     bool ConnectToServer(const QString& serverName, QIODeviceBase::OpenMode mode);
-    /// Waits for the client to be connected.
-    /// \param serverName  not looked at
-    /// \param timeoutMs   milliseconds; negative waits without limit
-    /// \return false if the time is over, another wait is running, or ConnectToServer was not called
+    /// Waits until the client is connected.
+    /// \param serverName  ignored
+    /// \param timeoutMs   in milliseconds; if negative, there is no time-out
+    /// \return false after the time-out, if another wait is running, or if ConnectToServer was not called
     bool WaitForConnectionToServer(const QString& serverName, int timeoutMs);
     /// Disconnects and deletes the client. The disconnection is not announced.
-    /// \param serverName  not looked at
-    /// \return whether there was a client
+    /// \param serverName  ignored
+    /// \return false if there was no client
     bool DisconnectFromServer(const QString& serverName);
-    /// \param serverName  not looked at
-    /// \return whether the client is connected
+    /// Returns whether the client is connected.
+    /// \param serverName  ignored
+    /// \return false if it is not connected, or if there is no client
     [[nodiscard]] bool IsConnectedToServer(const QString& serverName) const;
 
-    // Messages
+    /// @}
+    /// \name Messages
+    /// @{
 
-    /// Sends a message to the server's client, if the server was started to write, and to the server that the
-    /// client is connected to. Where there is no connection it is dropped.
-    /// \param id      the message's name
-    /// \param params  of the types that messages carry; values of others arrive invalid
-    /// \return true
+    /// Sends a message to the server's client, if the server was started with WriteOnly, and to the server
+    /// that the client is connected to. The message is dropped where there is no connection.
+    /// \param id      name of the message
+    /// \param params  parameters of the types that PackMessage lists; others arrive as invalid values
+    /// \return true, even if the message was dropped
     bool SendMessage(const QString& id, const QVariantMap& params);
-    /// Sends a message.
-    /// \param id           the message's name
-    /// \param params       as above
-    /// \param waitForSent  whether to wait up to 15 seconds until the client has written it
-    /// \return true
+    /// Sends a message, and optionally waits until the client has written it to its socket.
+    /// \param id           name of the message
+    /// \param params       parameters of the types that PackMessage lists; others arrive as invalid values
+    /// \param waitForSent  whether to wait, for up to 15 seconds
+    /// \return true, even if the message was dropped
     bool SendMessage(const QString& id, const QVariantMap& params, bool waitForSent);
     /// Sends a request to the server that the client is connected to, and waits for the answer.
-    /// \param serverName  not looked at
-    /// \param id          the request's name
-    /// \param params      as for SendMessage; it may be the same map as \p response
-    /// \param response    set to the answer's parameters; empty if no answer came, unchanged without a client
-    /// \param timeoutMs   milliseconds; negative waits for 30 seconds
-    /// \return false without client or connection, if no answer came in time, or if another wait is running.
-    ///         A connection that was lost and comes back ends the wait with true, and without an answer.
+    /// \param serverName  ignored
+    /// \param id          name of the request
+    /// \param params      parameters, as for SendMessage; may be the same map as \p response
+    /// \param response    set to the answer's parameters; empty if there was no answer, unchanged if there is
+    ///                    no client
+    /// \param timeoutMs   in milliseconds; if negative, 30 seconds
+    /// \return false if there is no connection, no answer arrived in time, or another wait is running. If the
+    ///         connection is lost and restored meanwhile, the result is true, without an answer.
     bool SendMessageAndGetResponse(const QString& serverName, const QString& id, const QVariantMap& params,
                                    QVariantMap& response, int timeoutMs);
-    /// Registers an object that answers requests to the server; it may be done before the server is started.
-    /// \param responder  not owned; null, and one that is registered, change nothing
+    /// Registers an object that answers the requests that reach the server. The server need not be started.
+    /// \param responder  not owned; does nothing if it is null or already registered
     void AddMessageResponder(IMessageResponder* responder);
-    /// Removes a responder; to be called before it is deleted.
-    /// \param responder  one that is not registered changes nothing
+    /// Unregisters a responder. Call it before the responder is deleted.
+    /// \param responder  does nothing if it is not registered
     void RemoveMessageResponder(IMessageResponder* responder);
 
-    // Grid
+    /// @}
+    /// \name Grid
+    /// The registry is the shared memory in which the members of a grid are listed. The operations on it are
+    /// meant for tools, and act on the grid that CreateGridConnection named last.
+    /// @{
 
-    /// Joins a grid: starts a server under a name of its own, connects to the oldest member that runs,
-    /// removes those that have died from the registry, and enters this process. With a grid joined, nothing
-    /// changes.
+    /// Joins a grid: starts a server under a generated name, connects to the oldest member that is alive,
+    /// prunes dead entries from the registry, and registers this process. Does nothing if a grid was joined.
     ///
-    /// Another process that keeps the grid locked is waited for, 5 seconds at most. After that the server is
-    /// started all the same, but this process is not entered in the registry; a line in the log category
-    /// "qvutil" says so, and a later call tries again.
-    /// \param gridName  with the program's name and the process id it makes the server's name
+    /// If another process keeps the registry locked for 5 seconds, or if the registry is full, the server is
+    /// started but this process is not registered, and a line is logged in the category "qvutil". After a
+    /// locked registry, a later call tries again.
+    /// \param gridName  name of the grid. The server's name consists of it, the program's name and the
+    ///                  process id.
     /// \param mode      as for StartServer and ConnectToServer
     /// \return true
     bool CreateGridConnection(const QString& gridName, QIODeviceBase::OpenMode mode);
-    /// Leaves the grid, stops the server and deletes the client. \return true
+    /// Leaves the grid, stops the server and deletes the client.
+    /// \return true
     bool DeleteAllConnections();
-
-    // The grid's registry: for tools. The grid is the one that CreateGridConnection named last.
-
-    /// Attaches to the registry, or makes it.
-    /// \return false if neither is possible, or no grid was named
+    /// Attaches to the registry, and creates it if necessary.
+    /// \return false if that failed, or if no grid was named
     bool CreateSharedMemory();
-    /// Attaches to the registry. \return false if there is none, or no grid was named
+    /// Attaches to the registry.
+    /// \return false if there is none, or if no grid was named
     bool AttachToSharedMemory();
     /// Reads the registry.
-    /// \return its members, the oldest first; empty if there is no registry. Where its content is damaged,
-    ///         those before the damage.
+    /// \return the members, oldest first; empty if there is no registry or it stays locked. If it is damaged,
+    ///         the members before the damage.
     [[nodiscard]] QList<ProcessInfo> ReadFromSharedMemory();
     /// Replaces the registry's content.
-    /// \param processes  the members, the oldest first
-    /// \return false if there is no registry, or if the members do not fit its 8192 bytes; it is unchanged
-    ///         then
+    /// \param processes  the members, oldest first
+    /// \return false, with the registry unchanged, if there is none, if it stays locked, or if the members do
+    ///         not fit its 8192 bytes
     bool WriteToSharedMemory(const QList<ProcessInfo>& processes);
 
+    /// @}
+
 Q_SIGNALS:
-    /// A message came that wants no answer, over the server or the client.
+    /// A message arrived, through the server or the client. Requests and answers are not announced.
     void MessageReceived(QString id, QVariantMap paramMap);
-    /// A client has connected to the server. The socket tells clients apart and must not be used: it belongs
-    /// to another thread, and may be gone.
+    /// A client connected to the server. Use \p socket only to distinguish clients: it belongs to a worker
+    /// thread, and may already be deleted.
     void ConnectedToClient(QLocalSocket* socket);
-    /// A client of the server is gone.
+    /// A client disconnected from the server. Use \p socket as in ConnectedToClient.
     void DisconnectedFromClient(QLocalSocket* socket);
-    /// The client has connected to the server \p name.
+    /// The client connected to the server \p name.
     void ConnectedToServer(QString name);
-    /// The client has lost the server \p name. It goes on trying to connect.
+    /// The client lost its connection to the server \p name. It tries to reconnect.
     void DisconnectedFromServer(QString name);
 
 private:

@@ -10,71 +10,80 @@
 
 namespace Quorvin::Util {
 
-/// Converts between locale names ("en-US"), Windows locale identifiers (0x0409), three-letter names ("enu")
-/// and English display names, tells the current user's locale, and finds translation files.
+/// Converts between locale names ("en-US"), Windows locale identifiers (0x0409), three-letter language names
+/// ("enu") and English display names, determines the current user's locale, and finds translation files.
 ///
-/// The conversions look into one fixed table of 234 locales. Names are matched without regard to case, and
-/// only as a whole: an unknown region is not replaced by its language alone.
+/// Conversions use a fixed table of 234 locales. Names are compared case-insensitively and in full: a
+/// language with an unknown region does not match the language alone.
 ///
-/// \par Threads
-/// Conversions from an identifier, to a three-letter name and to a display name: any thread, at any time. The
-/// operations that look at the user's locale (GetUserDefaultLocaleForMac, GetUserDefaultLCIDForMac,
-/// GetCurrentUserLocale, and LocaleNameToLCID for a name that is not in the table) share one buffer without a
-/// lock: not in two threads at once.
+/// \par Threads The conversions are thread-safe, except LocaleNameToLCID for a name that is not in the table.
+/// That one, GetUserDefaultLocaleForMac, GetUserDefaultLCIDForMac and GetCurrentUserLocale share a buffer
+/// without a lock: call them in one thread at a time.
+/// \since QvUtil 1.0
 class QVUTIL_EXPORT LocaleUtil
 {
 public:
-    // Conversions
+    /// \name Conversions
+    /// @{
 
-    /// Gives the identifier of a locale.
+    /// Returns the identifier of a locale.
     /// \param name  for example "en-US"
-    /// \return its identifier; that of the user's locale, as from GetUserDefaultLCIDForMac, if \p name is
-    ///         unknown, empty or "C"
+    /// \return the identifier; that of the user's locale (GetUserDefaultLCIDForMac) if \p name is unknown,
+    ///         empty or "C"
     [[nodiscard]] static quint32 LocaleNameToLCID(const QString& name);
-    /// Gives the name of a locale.
+    /// Returns the name of a locale.
     /// \param lcid  for example 0x0409
-    /// \return its name in the table's spelling; empty if the identifier is unknown
+    /// \return the name as spelled in the table; empty if the identifier is unknown
     [[nodiscard]] static QString LCIDToLocaleName(quint32 lcid);
-    /// Gives the short name of a locale's language.
+    /// Returns the short name of a locale's language.
     /// \param name  for example "de-AT"
     /// \return two or three letters; empty if \p name is unknown
     [[nodiscard]] static QString LocaleNameToThreeLetterLocaleName(const QString& name);
-    /// Gives the English name of a locale.
+    /// Returns the English name of a locale.
     /// \param name  for example "fr-CA"
-    /// \return language, mostly with the last word of the region: "French (Canada)", but "English (Kingdom)";
-    ///         empty if \p name is unknown
+    /// \return the language, usually with the last word of the region: "French (Canada)", but
+    ///         "English (Kingdom)"; empty if \p name is unknown
     [[nodiscard]] static QString LocaleNameToDisplayName(const QString& name);
 
-    // The current user
+    /// @}
+    /// \name Current user
+    /// The system is queried at each call. On Linux, the first non-empty of LC_ALL, LC_MESSAGES and LANG is
+    /// used.
+    /// @{
 
-    /// Reads the identifier of the user's locale from the system, afresh on each call. Despite its name it
-    /// serves every system; on Linux the first non-empty of LC_ALL, LC_MESSAGES and LANG counts.
-    /// \return language and region joined by '_' ("en_GB"), 0-terminated and cut to 255 bytes; empty if the
-    ///         user has chosen none. The library owns the text; the next call overwrites it.
+    /// Returns the identifier of the user's locale, on every supported system.
+    /// \return language and region joined by '_' ("en_GB"), terminated by 0 and truncated to 255 bytes; empty
+    ///         if no locale is set. The library owns the buffer, and the next call overwrites it.
     [[nodiscard]] static const char* GetUserDefaultLocaleForMac();
-    /// \return identifier of the user's locale; 0x0409, that of en-US, if it is not in the table
+    /// Returns the Windows locale identifier of the user's locale.
+    /// \return the identifier; 0x0409 (en-US) if the locale is not in the table
     [[nodiscard]] static quint32 GetUserDefaultLCIDForMac();
-    /// \return name of the user's locale, "en-GB", as the system spells it but with '-' for '_'; "en-US"
-    ///         if it is not in the table
+    /// Returns the name of the user's locale.
+    /// \return the name as the system spells it, but with '-' in place of '_', such as "en-GB"; "en-US" if
+    ///         the locale is not in the table
     [[nodiscard]] static QString GetCurrentUserLocale();
 
-    // Files
+    /// @}
+    /// \name Files
+    /// @{
 
-    /// Returns a path as it is. GeneralUtil::GetSymbolicLinkTarget follows links.
+    /// Returns a path unchanged. Use GeneralUtil::GetSymbolicLinkTarget to resolve links.
     /// \param path  any path
     /// \return \p path
     [[nodiscard]] static QString GetSymbolicLinkTarget(const QString& path);
-    /// Finds the compiled translation of a library: in \p folder alone if one is given; otherwise in the
-    /// application's folder, in its sub-folder, and then in the same two places beside the loaded library.
+    /// Finds the compiled translation of a library. Without \p folder, searches the application's folder, its
+    /// sub-folder, the folder of the loaded library, and its sub-folder.
     /// \param module     file name of the library, with its suffix, as for GeneralUtil::GetModulePath
-    /// \param file       name of the translation file; empty means that of \p module without what follows its
-    ///                   last '.'. ".qm" is added to a name without any '.'.
+    /// \param file       name of the translation file; empty for \p module up to its last '.'. ".qm" is
+    ///                   appended to a name without '.'.
     /// \param subFolder  name of the sub-folder
-    /// \param folder     the only folder to look in; empty means the search described above
+    /// \param folder     the only folder to search; empty for the search described above
     /// \return path of the first file that exists; empty if there is none, if \p module is empty, or if no
     ///         QCoreApplication exists
     [[nodiscard]] static QString ResolveTranslatorFile(const QString& module, const QString& file,
                                                        const QString& subFolder, const QString& folder);
+
+    /// @}
 };
 
 } // namespace Quorvin::Util

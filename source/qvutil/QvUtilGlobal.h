@@ -6,15 +6,14 @@
 
 #include <QtCore/QtGlobal>
 
-/// Version of the library's interface, as text and as one comparable number (0xMMmmpp).
+/// Version of the library as text, and as a number of the form 0xMMmmpp for comparisons.
 #define QVUTIL_VERSION_STR "1.0.0"
 #define QVUTIL_VERSION 0x010000
 
-/// \namespace Quorvin::Util
-/// The library's classes and functions. BooleanExpressionEvaluator alone is outside of it, in the global
-/// namespace.
+/// \namespace Quorvin::Util Contains all classes and functions of the library except
+/// BooleanExpressionEvaluator, which is in the global namespace.
 
-/// Marks what the shared library shows to its hosts; everything else is hidden.
+/// Exports a class or function from the shared library, where everything else is hidden.
 #define QVUTIL_EXPORT __attribute__((visibility("default")))
 
 #endif // QVUTIL_QVUTILGLOBAL_H

@@ -16,45 +16,49 @@ Q_FORWARD_DECLARE_OBJC_CLASS(NSString);
 
 namespace Quorvin::Util {
 
-/// Small helpers for texts: trimming, variables, wide-character buffers.
+/// Provides helpers for strings: trimming, variables and wide-character buffers.
 ///
-/// A *character* of a text is one UTF-16 unit here, as everywhere in QString.
+/// A *character* is one UTF-16 code unit, as in QString.
 ///
 /// \par Threads
-/// Any thread, at any time: no operation keeps state.
+/// Thread-safe: no operation keeps state.
+/// \since QvUtil 1.0
 class QVUTIL_EXPORT StringUtil
 {
 public:
-    // Trimming
+    /// \name Trimming
+    /// @{
 
-    /// Removes the white space at both ends of every entry, in place.
-    /// \param list  any texts; an entry that is all white space becomes empty and stays in the list
+    /// Removes white space from both ends of every entry.
+    /// \param list  the list, changed in place; an entry of white space alone becomes empty and stays in the
+    ///              list
     static void Trim(QStringList& list);
-    /// Removes one character from the front of a text for as long as the text begins with it.
+    /// Removes all leading occurrences of a character. White space is not treated specially.
     /// \param text  the text, changed in place
-    /// \param ch    the character, as a code point; of a character beyond U+FFFF only the first UTF-16
-    ///              unit is looked for and removed. White space is a character like any other.
-    /// \return number of characters removed; 0 for an empty text
+    /// \param ch    the character as a code point; of one beyond U+FFFF, only the first UTF-16 code unit is
+    ///              compared and removed
+    /// \return the number of characters removed
     static int TrimLeft(QString& text, wchar_t ch);
-    /// Removes one character from the end of a text for as long as the text ends with it.
+    /// Removes all trailing occurrences of a character.
     /// \param text  the text, changed in place
     /// \param ch    the character, as for TrimLeft
-    /// \return number of characters removed; 0 for an empty text
+    /// \return the number of characters removed
     static int TrimRight(QString& text, wchar_t ch);
-    /// Tells whether a text was cut short for display, that is, ends with three full stops.
+    /// Returns whether a text ends with "...", as one shortened for display does.
     /// \param text  any text
     /// \return false for an empty text, and for one that ends with the single character U+2026
     [[nodiscard]] static bool IsTextElided(QString text);
 
-    // Variables
+    /// @}
+    /// \name Variables
+    /// @{
 
-    /// Replaces references of the form `$(name)` by the values of variables, in place.
+    /// Replaces references of the form `$(name)` with the values of variables.
     ///
-    /// A name is the shortest run of at least one character, none of them white space, that ends before a
-    /// ')'. References to unknown variables stay. After each reference, replaced or not, the search goes on
-    /// one character after the place where that reference began. So references within a value are replaced
-    /// in turn, unless the value begins with one, and so is the inner reference of `$(a$(b))` when "a$(b"
-    /// is unknown.
+    /// A name is the shortest run of one or more characters other than white space that is followed by ')'.
+    /// References to unknown variables are left unchanged. The search resumes one character after the start
+    /// of each reference, replaced or not. References in a value are therefore replaced too, unless the value
+    /// begins with one; and in `$(a$(b))`, if "a$(b" is unknown, the inner reference is replaced.
     ///
     /// \code
     /// QString path = u"$(Home)/$(User)/data"_s;
@@ -62,38 +66,44 @@ public:
     /// // path is now "/home/ada/data"
     /// \endcode
     ///
-    /// \param text        the text, changed in place; one that is no valid UTF-16 stays as it is
+    /// \param text        the text, changed in place; left unchanged if it is not valid UTF-16
     /// \param variables   names and values
-    /// \param ignoreCase  whether names are also found in another case, as by GetKeyValue
-    /// \return number of references replaced
-    /// \pre No value contains a reference that leads back to itself after its first character: the text
+    /// \param ignoreCase  whether names are compared case-insensitively, as in GetKeyValue
+    /// \return the number of references replaced
+    /// \pre No value contains, after its first character, a reference that leads back to itself: the text
     ///      would grow without end.
     static int ResolveVariables(QString& text, const QMap<QString, QString>& variables, bool ignoreCase);
-    /// Looks up a key, if wanted without regard to case.
+    /// Looks up a key in a map, optionally case-insensitively.
     /// \param key         the key
     /// \param map         keys and values
-    /// \param value       receives the value; empty if the key is not found
-    /// \param ignoreCase  whether a key that differs in case will do. The exact key comes first, then the
-    ///                    first one in the order of the map that is equal but for case.
+    /// \param value       set to the value; empty if the key is not found
+    /// \param ignoreCase  whether a key that differs only in case matches. An exact match takes precedence,
+    ///                    then the first match in the order of the map.
     /// \return false if the key is not found
     static bool GetKeyValue(const QString& key, QMap<QString, QString> map, QString& value, bool ignoreCase);
 
-    // Other representations of text
+    /// @}
+    /// \name Conversions
+    /// @{
 
-    /// Copies a text, or as much of it as fits, to a buffer of wide characters (UCS-4) and terminates it.
+    /// Copies as much of a text as fits into a wide-character (UCS-4) buffer, and terminates it with 0.
+    ///
+    /// The terminator stands at the index that is returned. A character beyond U+FFFF takes one element but
+    /// counts as two, so that elements between the end of the text and the terminator keep their old values.
     /// \param text    the text
-    /// \param buffer  receives the characters and a 0; null asks for the length alone
-    /// \param size    elements in \p buffer, the terminator included; with less than 1 nothing is written
-    /// \return number of UTF-16 units copied, without the terminator, which stands at that index: after
-    ///         characters beyond U+FFFF, which take one element but count twice, the elements in between
-    ///         keep what they held. If \p buffer is null, the length of \p text. 0 if \p size is less than 1.
+    /// \param buffer  the buffer; null to ask only for the length
+    /// \param size    elements in \p buffer, including the terminator; if less than 1, nothing is written
+    /// \return the number of UTF-16 code units copied, without the terminator; the length of \p text if
+    ///         \p buffer is null; 0 if \p size is less than 1
     static int QStringToWchar(const QString& text, wchar_t* buffer, int size);
 #if defined(Q_OS_MACOS) || defined(QVUTIL_HAS_NSSTRING)
-    /// Converts a Foundation string. On macOS only.
-    /// \param string  the string, not retained
+    /// Converts a Foundation string. Only available on macOS.
+    /// \param string  the string; not retained
     /// \return its text; empty if \p string is null
     [[nodiscard]] static QString NSStringToQString(NSString* string);
 #endif
+
+    /// @}
 };
 
 } // namespace Quorvin::Util

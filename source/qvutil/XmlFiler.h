@@ -25,31 +25,29 @@ namespace Quorvin::Util {
 
 class XlfTranslator;
 
-/// Why a document did not load.
+/// Why a document failed to load.
+/// \since QvUtil 1.0
 struct XmlLoadError
 {
     /// The reason in English, such as "Opening and ending tag mismatch"; empty if nothing failed.
     QString Text;
-    /// Line of the mistake, counted from 1; 0 if the file could not be opened or read at all.
+    /// Line of the error, counted from 1; 0 if the file could not be opened or read.
     int Line = 0;
-    /// Column of the mistake, counted from 1; 0 if the file could not be opened or read at all.
+    /// Column of the error, counted from 1; 0 if the file could not be opened or read.
     int Column = 0;
 };
 
-/// A cursor over one XML document: loads and saves it, moves through it by node path, and reads and
-/// writes typed values in attributes and element content.
+/// Loads, edits and saves an XML document through a cursor, with typed values addressed by node path.
 ///
-/// A *node path* is a list of element names separated by '/' ('\' counts as '/'). A path that begins
-/// with '/' starts at the root element, and may or may not name it: with the root "Settings",
-/// "/Settings/Panel" and "/Panel" are the same place. Any other path starts at the cursor. White space
-/// around the path and empty steps are ignored; a blank path is the cursor itself. Names are matched
-/// exactly; there are no indexes, wildcards or "..": such text is an element name like any other.
+/// A *node path* is a list of element names separated by '/' or '\'. A path that begins with a separator
+/// starts at the root element, which it may name or omit: with the root "Settings", "/Settings/Panel" and
+/// "/Panel" are the same element. Any other path starts at the cursor. A blank path is the cursor itself.
+/// White space around the path and empty steps are ignored, and names are compared case-sensitively. There
+/// are no indexes, wildcards or "..": such text is taken as an element name.
 ///
-/// Value operations come in two shapes. The *name-only* shape acts on the element under the cursor; the
-/// *path* shape takes a node path first, and leaves the cursor where it was. Writes through a path create
-/// the elements that are missing; reads never create anything. A read answers its default when the element
-/// or the attribute is missing, when the attribute is empty, and, unless it says otherwise, when its text is
-/// not of the type asked for; a write does nothing when the cursor is not on an element.
+/// Operations on values have two forms. The *name-only* form acts on the element under the cursor. The
+/// *path* form takes a node path first and does not move the cursor. Writing through a path creates missing
+/// elements; reading never creates anything.
 ///
 /// \code
 /// XmlFiler filer;
@@ -60,130 +58,144 @@ struct XmlLoadError
 /// const int width = filer.ReadInt(u"/Panel/Main"_s, u"Width"_s, 320);
 /// \endcode
 ///
-/// Documents from outside are bounded: one nested deeper than 1,000 elements, with more than 10,000
-/// attributes in one element, or whose entities and attribute defaults would expand to more than 16 MiB of
-/// text, does not load, like one that does not parse. A file has at most 1 GiB.
+/// \par Limits
+/// A document does not load if its elements are nested more than 1,000 deep, if one element has more than
+/// 10,000 attributes, if its entities and attribute defaults expand to more than 16 MiB of text, or if the
+/// file is larger than 1 GiB.
 ///
 /// \par Failures
-/// GetLoadError returns why a load failed. Failed loads and saves are also logged, with file, place and
+/// GetLoadError returns why a load failed. Failed loads and saves are also logged, with file, position and
 /// reason, in the category `qvutil`.
 ///
 /// \par Threads
-/// One thread at a time for each object; distinct objects are independent.
+/// Reentrant: different objects can be used in different threads, but each object by one thread at a time.
+/// \since QvUtil 1.0
 class QVUTIL_EXPORT XmlFiler
 {
 public:
-    /// Makes a filer with an empty document and no cursor.
+    /// Constructs a filer with an empty document and no cursor.
     XmlFiler();
-    /// Destroys the document. The translator is not owned and stays.
+    /// Destroys the document. Translator is not owned and is not deleted.
     virtual ~XmlFiler();
     Q_DISABLE_COPY_MOVE(XmlFiler)
 
-    // Documents
+    /// \name Documents
+    /// @{
 
-    /// Loads the document from a file and puts the cursor on its root element.
-    /// The node stack is kept.
-    /// \param path  the file; remembered as the translation context once the load has succeeded
-    /// \return false if there is no such file, if it cannot be opened (this alone sends a message to
-    ///         GeneralUtil::OutputDebugString), or if it does not parse; after a failed parse the document is
-    ///         empty and the cursor, left as it was, is on a node that belongs to no document
+    /// Loads the document from a file and moves the cursor to its root element. The node stack is kept.
+    ///
+    /// If the file does not exist or cannot be opened, document and cursor are unchanged. After any other
+    /// failure the document is empty, and the cursor points to a node that no longer belongs to a document.
+    /// \param path  the file; after a successful load it is also the context for translations
+    /// \return false if the file does not exist, cannot be opened (which is also reported through
+    ///         GeneralUtil::OutputDebugString), cannot be read, or does not parse
     bool LoadFromXmlFile(const QString& path);
-    /// Loads the document from text and puts the cursor on its root element.
-    /// An encoding named in the text's declaration is ignored; the remembered file path is not touched.
+    /// Loads the document from text and moves the cursor to its root element. An encoding in the XML
+    /// declaration is ignored, and the context for translations does not change.
     /// \param xml  the markup
-    /// \return false if the text does not parse; the document is empty then, and the cursor left as it was
+    /// \return false if the text does not parse; the document is then empty, as after LoadFromXmlFile
     bool LoadFromXmlString(const QString& xml);
     /// Returns why the last load failed.
-    /// \return the reason and its place; an empty text if the last load succeeded, or if there was none
+    /// \return the reason and its position; the text is empty if the last load succeeded or nothing was
+    ///         loaded
     [[nodiscard]] XmlLoadError GetLoadError() const;
-    /// Saves the document as UTF-8 with four blanks of indentation a level, each element's attributes sorted
-    /// by name. The new content goes to a temporary file in the same folder, which replaces \p path once all
-    /// of it is written: whatever happens in between, the file is the old one or the new one. Symbolic links
-    /// are followed and permissions kept. Where that is not possible (the folder is not writable, or \p path
-    /// is not a regular file, such as a pipe) the file is written directly.
+    /// Saves the document as UTF-8, indented by four spaces per level, with each element's attributes sorted
+    /// by name.
     ///
-    /// What the document holds is saved as it is, also what no parser takes: a name with a blank in it, a
-    /// second root element, a character that XML does not have, "--" in a comment, "]]>" in a CDATA section.
-    /// Such a file does not load again; the logging category `qvutil` tells.
+    /// The write is atomic: the content goes to a temporary file in the same folder, which then replaces
+    /// \p path. Symbolic links are followed, and permissions are kept. If the folder is not writable, or
+    /// \p path is not a regular file (a pipe, for example), the file is written directly.
+    ///
+    /// The content is not checked. A document that no parser accepts is saved all the same, and logged: one
+    /// with a space in a name, a second root element, a character that XML does not allow, "--" in a comment,
+    /// or "]]>" in a CDATA section.
     /// \param path  the file
-    /// \return false if there is no document element, or if the file cannot be opened or written in full
+    /// \return false if there is no root element, or if the file cannot be opened or written completely
     bool SaveAsXmlFile(const QString& path);
-    /// Gives the document as text, with one blank of indentation a level, each element's attributes sorted by
-    /// name.
-    /// \return the text; empty if there is no document element
+    /// Returns the document as text, indented by one space per level, with each element's attributes sorted
+    /// by name.
+    /// \return the text; empty if there is no root element
     [[nodiscard]] QString SaveAsXmlString();
-    /// Tells whether there is no document element. A bare root element is not empty.
-    /// \return false if there is a document element
+    /// Returns whether the document has no root element.
+    /// \return false if there is a root element, even one without content
     [[nodiscard]] bool IsEmpty() const;
-    /// Clears the document and the cursor. Node stack, file path, translator and flag are kept.
+    /// Clears the document and the cursor. The node stack, the context for translations, Translator and
+    /// TranslateEnabled are kept.
     void Reset();
-    /// Puts the declaration `<?xml version="1.0"?>` before the root, unless there is one.
+    /// Inserts the declaration `<?xml version="1.0"?>` unless the document has one.
     void CreateXmlDeclaration();
-    /// Adds a processing instruction before the root element, or at the document's end if there is no root.
-    /// The cursor stays.
+    /// Inserts a processing instruction before the root element, or at the end if there is no root element.
+    /// The cursor does not move.
     /// \param target  name of the instruction
     /// \param data    its content
     void CreateProcessingInstruction(const QString& target, const QString& data);
-    /// Gives an empty document its declaration and root element, and moves the cursor to that root.
-    /// Does nothing if there is a root already.
+    /// Creates the declaration and the root element of an empty document, and moves the cursor to the root.
+    /// Does nothing if there is a root element.
     /// \param name  the root's name; "Root" if empty
     void CreateRoot(const QString& name);
 
-    // Movement and structure
+    /// @}
+    /// \name Cursor and structure
+    /// Where several siblings have the same name, a node path leads to the first of them.
+    /// @{
 
-    /// Walks to a node path, creating what is missing.
-    /// \param path  a node path; blank is the cursor itself
-    /// \param b     true to use an existing element for the last step, false to append a new one always
+    /// Moves along a node path and creates missing elements.
+    /// \param path  a node path; a blank path is the cursor itself
+    /// \param b     true to reuse an existing element for the last step, false to always append a new one
     /// \return true
     bool CreateNode(const QString& path, bool b);
-    /// Walks to a node path, with or without creating what is missing.
-    /// \param path           a node path; blank is the cursor itself
-    /// \param create         whether missing elements are appended; with no cursor, the first one is appended
+    /// Moves along a node path, optionally creating missing elements.
+    /// \param path           a node path; a blank path is the cursor itself
+    /// \param create         whether to append missing elements; without a cursor, the first one is appended
     ///                       to the document itself
-    /// \param alwaysNewLast  with \p create: append a new element for the last step even if one exists
-    /// \return false if an element is missing and \p create is false; the cursor has not moved then
+    /// \param alwaysNewLast  with \p create: whether to append a new element for the last step even if one
+    ///                       exists
+    /// \return false, with the cursor unmoved, if an element is missing and \p create is false
     bool CreateOrMoveToNode(const QString& path, bool create, bool alwaysNewLast);
-    /// Appends an element to the cursor's children (to the document if there is no cursor) and moves there.
+    /// Appends an element to the cursor's children, or to the document if there is no cursor, and moves to
+    /// it.
     /// \param name  name of the element
     void CreateImmediateChildNode(const QString& name);
-    /// Moves to the root element; to nowhere if there is none.
+    /// Moves to the root element. Clears the cursor if there is none.
     void MoveToRoot();
     /// Moves to the first child element, whatever its name.
-    /// \return false if there is none; the cursor has not moved then
+    /// \return false, with the cursor unmoved, if there is none
     bool MoveToFirstChild();
-    /// Walks to a node path without creating anything.
-    /// \param path  a node path; blank is the cursor itself
-    /// \return false if an element is missing; the cursor has not moved then
+    /// Moves along a node path without creating anything.
+    /// \param path  a node path; a blank path is the cursor itself
+    /// \return false, with the cursor unmoved, if an element is missing
     bool MoveToNode(const QString& path);
-    /// Moves to the first child element of that name; an empty name matches any.
-    /// \param name  name of the element
-    /// \return false if there is none; the cursor has not moved then
+    /// Moves to the first child element with a name.
+    /// \param name  name of the element; empty for any
+    /// \return false, with the cursor unmoved, if there is none
     bool MoveToImmediateChildNode(const QString& name);
     /// Moves to the next sibling element, whatever its name.
-    /// \return false if there is none; the cursor has not moved then
+    /// \return false, with the cursor unmoved, if there is none
     bool MoveToNextSibling();
-    /// Moves to the parent node; the root's parent is the document node.
-    /// \return false if there is none; the cursor has not moved then
+    /// Moves to the parent node. The root element's parent is the document node.
+    /// \return false, with the cursor unmoved, if there is none
     bool MoveToParent();
-    /// Removes the node under the cursor and moves to its parent. Does nothing without a parent.
+    /// Removes the node under the cursor and moves to its parent. Does nothing if it has no parent.
     void DeleteNode();
-    /// Removes the node at a node path; the cursor stays, also when it was in what is removed (it is then on
-    /// a node that belongs to no document). With no cursor, the cursor becomes the removed node's parent.
+    /// Removes the element at a node path. The cursor does not move: if it was inside the removed element, it
+    /// points to a node that no longer belongs to any document. Without a cursor, the cursor moves to the
+    /// parent of the removed element.
     /// \param path  node path of the element
     void DeleteNode(const QString& path);
-    /// Removes all children of the cursor, of every kind. The cursor stays.
+    /// Removes all children of the node under the cursor, of every kind. The cursor does not move.
     void DeleteChildNodes();
-    /// Removes all children of the element at a node path. The cursor stays.
+    /// Removes all children of the element at a node path, of every kind. The cursor does not move.
     /// \param path  node path of the element
     void DeleteChildNodes(const QString& path);
-    /// Gives the node under the cursor, as a handle that shares it; null if there is no cursor.
-    /// The handle must not outlive this object's next change of the document. Once one has been given out,
-    /// this object cannot know what changes behind its back and looks for every path step by step, which
-    /// is slower for elements with many siblings.
-    /// \return the node under the cursor; null if there is none
+    /// Returns a handle to the node under the cursor.
+    ///
+    /// The handle is valid until this object next changes the document. Calling this operation turns the
+    /// caching of node paths off for good, because the document can then be changed through the handle; paths
+    /// through elements with many children become slower.
+    /// \return the node under the cursor; null if there is no cursor
     [[nodiscard]] QDomNode GetCurrentNode() const;
-    /// Gives the cursor's path from the root, such as "/Settings/Panel"; empty if there is no cursor.
-    /// Of equal siblings all have the same path.
+    /// Returns the cursor's path from the root, such as "/Settings/Panel". Siblings with the same name have
+    /// the same path.
     /// \return the path; empty if there is no cursor
     [[nodiscard]] QString GetCurrentNodePath() const;
     /// Returns the name of the element under the cursor.
@@ -192,487 +204,443 @@ public:
     /// Returns the names of the attributes of the element under the cursor.
     /// \return the names, sorted; empty if there are none, or if the cursor is not on an element
     [[nodiscard]] QStringList GetAttributeNames() const;
-    /// Saves the cursor on the node stack.
+    /// Pushes the cursor onto the node stack.
     void PushCurrentNode() const;
-    /// Moves the cursor to the place saved last and takes that off the node stack.
-    /// \pre the node stack is not empty (not checked)
+    /// Moves the cursor to the node on top of the node stack and removes it from the stack.
+    /// \pre The node stack is not empty.
     void PopCurrentNode() const;
 
-    // Numbers, flags and texts, kept in attributes
+    /// @}
+    /// \name Values in attributes
+    /// A read returns its default if the element or attribute is missing, if the attribute is empty, and,
+    /// unless stated otherwise, if its text does not convert to the type. A write does nothing if the cursor
+    /// is not on an element.
+    ///
+    /// The writes of this class do not mark a Settings as changed; call Settings::MarkChanged after them.
+    /// @{
 
-    /// Reads a decimal int.
+    /// Reads an int in decimal notation.
     /// \param name          name of the attribute
-    /// \param defaultValue  what to answer if there is no such value
-    /// \return \p defaultValue if missing, empty, no number or out of range
+    /// \param defaultValue  the value to return instead
+    /// \return \p defaultValue if missing, empty, not a number or out of range
     [[nodiscard]] int ReadInt(const QString& name, int defaultValue) const;
-    /// \overload
-    /// \param path          node path of the element
-    /// \param name          name of the attribute
-    /// \param defaultValue  what to answer if there is no such value
-    /// \return \p defaultValue if missing, empty, no number or out of range
+    /// Reads an int from the element at \p path.
+    /// \param path  node path of the element
+    /// \copydetails ReadInt(const QString&, int) const
     [[nodiscard]] int ReadInt(const QString& path, const QString& name, int defaultValue) const;
-    /// Writes a decimal int.
-    /// On a Settings this does not mark the store as changed: call Settings::MarkChanged afterwards.
+    /// Writes an int in decimal notation; does not mark a Settings as changed.
     /// \param name   name of the attribute
     /// \param value  the value
     void WriteInt(const QString& name, int value);
-    /// \overload
-    /// \param path   node path of the element
-    /// \param name   name of the attribute
-    /// \param value  the value
+    /// Writes an int to the element at \p path, which is created if it is missing. Does not mark a Settings
+    /// as changed.
+    /// \param path  node path of the element
+    /// \copydetails WriteInt(const QString&, int)
     void WriteInt(const QString& path, const QString& name, int value);
 
-    /// Reads a decimal unsigned int.
+    /// Reads an unsigned int in decimal notation.
     /// \param name          name of the attribute
-    /// \param defaultValue  what to answer if there is no such value
-    /// \return \p defaultValue if missing, empty, no number or out of range
+    /// \param defaultValue  the value to return instead
+    /// \return \p defaultValue if missing, empty, not a number or out of range
     [[nodiscard]] unsigned int ReadUInt(const QString& name, unsigned int defaultValue);
-    /// \overload
-    /// \param path          node path of the element
-    /// \param name          name of the attribute
-    /// \param defaultValue  what to answer if there is no such value
-    /// \return \p defaultValue if missing, empty, no number or out of range
+    /// Reads an unsigned int from the element at \p path.
+    /// \param path  node path of the element
+    /// \copydetails ReadUInt(const QString&, unsigned int)
     [[nodiscard]] unsigned int ReadUInt(const QString& path, const QString& name, unsigned int defaultValue);
-    /// Writes a decimal unsigned int.
-    /// On a Settings this does not mark the store as changed: call Settings::MarkChanged afterwards.
+    /// Writes an unsigned int in decimal notation; does not mark a Settings as changed.
     /// \param name   name of the attribute
     /// \param value  the value
     void WriteUInt(const QString& name, unsigned int value);
-    /// \overload
-    /// On a Settings this does not mark the store as changed: call Settings::MarkChanged afterwards.
-    /// \param path   node path of the element
-    /// \param name   name of the attribute
-    /// \param value  the value
+    /// Writes an unsigned int to the element at \p path, which is created if it is missing. Does not mark a
+    /// Settings as changed.
+    /// \param path  node path of the element
+    /// \copydetails WriteUInt(const QString&, unsigned int)
     void WriteUInt(const QString& path, const QString& name, unsigned int value);
 
-    /// Reads a decimal 64-bit number.
+    /// Reads a long in decimal notation.
     /// \param name          name of the attribute
-    /// \param defaultValue  what to answer if there is no such value
-    /// \return \p defaultValue if missing, empty, no number or out of range
+    /// \param defaultValue  the value to return instead
+    /// \return \p defaultValue if missing, empty, not a number or out of range
     [[nodiscard]] long ReadLong(const QString& name, long defaultValue);
-    /// \overload
-    /// \param path          node path of the element
-    /// \param name          name of the attribute
-    /// \param defaultValue  what to answer if there is no such value
-    /// \return \p defaultValue if missing, empty, no number or out of range
+    /// Reads a long from the element at \p path.
+    /// \param path  node path of the element
+    /// \copydetails ReadLong(const QString&, long)
     [[nodiscard]] long ReadLong(const QString& path, const QString& name, long defaultValue);
-    /// Writes a decimal 64-bit number.
-    /// On a Settings this does not mark the store as changed: call Settings::MarkChanged afterwards.
+    /// Writes a long in decimal notation; does not mark a Settings as changed.
     /// \param name   name of the attribute
     /// \param value  the value
     void WriteLong(const QString& name, long value);
-    /// \overload
-    /// On a Settings this does not mark the store as changed: call Settings::MarkChanged afterwards.
-    /// \param path   node path of the element
-    /// \param name   name of the attribute
-    /// \param value  the value
+    /// Writes a long to the element at \p path, which is created if it is missing. Does not mark a Settings
+    /// as changed.
+    /// \param path  node path of the element
+    /// \copydetails WriteLong(const QString&, long)
     void WriteLong(const QString& path, const QString& name, long value);
 
-    /// Reads a decimal unsigned 64-bit number.
+    /// Reads an unsigned long in decimal notation.
     /// \param name          name of the attribute
-    /// \param defaultValue  what to answer if there is no such value
-    /// \return \p defaultValue if missing, empty, no number or out of range
+    /// \param defaultValue  the value to return instead
+    /// \return \p defaultValue if missing, empty, not a number or out of range
     [[nodiscard]] unsigned long ReadULong(const QString& name, unsigned long defaultValue);
-    /// \overload
-    /// \param path          node path of the element
-    /// \param name          name of the attribute
-    /// \param defaultValue  what to answer if there is no such value
-    /// \return \p defaultValue if missing, empty, no number or out of range
+    /// Reads an unsigned long from the element at \p path.
+    /// \param path  node path of the element
+    /// \copydetails ReadULong(const QString&, unsigned long)
     [[nodiscard]] unsigned long ReadULong(const QString& path, const QString& name,
                                           unsigned long defaultValue);
-    /// Writes a decimal unsigned 64-bit number.
-    /// On a Settings this does not mark the store as changed: call Settings::MarkChanged afterwards.
+    /// Writes an unsigned long in decimal notation; does not mark a Settings as changed.
     /// \param name   name of the attribute
     /// \param value  the value
     void WriteULong(const QString& name, unsigned long value);
-    /// \overload
-    /// On a Settings this does not mark the store as changed: call Settings::MarkChanged afterwards.
-    /// \param path   node path of the element
-    /// \param name   name of the attribute
-    /// \param value  the value
+    /// Writes an unsigned long to the element at \p path, which is created if it is missing. Does not mark a
+    /// Settings as changed.
+    /// \param path  node path of the element
+    /// \copydetails WriteULong(const QString&, unsigned long)
     void WriteULong(const QString& path, const QString& name, unsigned long value);
 
-    /// Reads a decimal 64-bit number.
+    /// Reads a 64-bit integer in decimal notation.
     /// \param name          name of the attribute
-    /// \param defaultValue  what to answer if there is no such value
-    /// \return \p defaultValue if missing, empty, no number or out of range
+    /// \param defaultValue  the value to return instead
+    /// \return \p defaultValue if missing, empty, not a number or out of range
     [[nodiscard]] long long ReadInt64(const QString& name, long long defaultValue);
-    /// \overload
-    /// \param path          node path of the element
-    /// \param name          name of the attribute
-    /// \param defaultValue  what to answer if there is no such value
-    /// \return \p defaultValue if missing, empty, no number or out of range
+    /// Reads a 64-bit integer from the element at \p path.
+    /// \param path  node path of the element
+    /// \copydetails ReadInt64(const QString&, long long)
     [[nodiscard]] long long ReadInt64(const QString& path, const QString& name, long long defaultValue);
-    /// Writes a decimal 64-bit number.
-    /// On a Settings this does not mark the store as changed: call Settings::MarkChanged afterwards.
+    /// Writes a 64-bit integer in decimal notation; does not mark a Settings as changed.
     /// \param name   name of the attribute
     /// \param value  the value
     void WriteInt64(const QString& name, long long value);
-    /// \overload
-    /// On a Settings this does not mark the store as changed: call Settings::MarkChanged afterwards.
-    /// \param path   node path of the element
-    /// \param name   name of the attribute
-    /// \param value  the value
+    /// Writes a 64-bit integer to the element at \p path, which is created if it is missing. Does not mark a
+    /// Settings as changed.
+    /// \param path  node path of the element
+    /// \copydetails WriteInt64(const QString&, long long)
     void WriteInt64(const QString& path, const QString& name, long long value);
 
     /// Reads a floating-point number.
     /// \param name          name of the attribute
-    /// \param defaultValue  what to answer if there is no such value
-    /// \return \p defaultValue if missing, empty or no number
+    /// \param defaultValue  the value to return instead
+    /// \return \p defaultValue if missing, empty or not a number
     [[nodiscard]] double ReadDouble(const QString& name, double defaultValue);
-    /// \overload
-    /// \param path          node path of the element
-    /// \param name          name of the attribute
-    /// \param defaultValue  what to answer if there is no such value
-    /// \return \p defaultValue if missing, empty or no number
+    /// Reads a floating-point number from the element at \p path.
+    /// \param path  node path of the element
+    /// \copydetails ReadDouble(const QString&, double)
     [[nodiscard]] double ReadDouble(const QString& path, const QString& name, double defaultValue);
-    /// Writes a floating-point number with the 17 digits that bring back the same value.
-    /// On a Settings this does not mark the store as changed: call Settings::MarkChanged afterwards.
+    /// Writes a floating-point number with the 17 digits that read back as the same value; does not mark a
+    /// Settings as changed.
     /// \param name   name of the attribute
     /// \param value  the value
     void WriteDouble(const QString& name, double value);
-    /// \overload
-    /// On a Settings this does not mark the store as changed: call Settings::MarkChanged afterwards.
-    /// \param path   node path of the element
-    /// \param name   name of the attribute
-    /// \param value  the value
+    /// Writes a floating-point number to the element at \p path, which is created if it is missing. Does not
+    /// mark a Settings as changed.
+    /// \param path  node path of the element
+    /// \copydetails WriteDouble(const QString&, double)
     void WriteDouble(const QString& path, const QString& name, double value);
 
-    /// Reads a flag: "true" or "false" in any case, or an unsigned decimal number (0 is false).
+    /// Reads a boolean: "true" or "false" in any case, or an unsigned decimal number, of which 0 is false.
     /// \param name          name of the attribute
-    /// \param defaultValue  what to answer if there is no such value
+    /// \param defaultValue  the value to return instead
     /// \return \p defaultValue for anything else
     [[nodiscard]] bool ReadBoolean(const QString& name, bool defaultValue) const;
-    /// \overload
-    /// \param path          node path of the element
-    /// \param name          name of the attribute
-    /// \param defaultValue  what to answer if there is no such value
-    /// \return \p defaultValue for anything else
+    /// Reads a boolean from the element at \p path.
+    /// \param path  node path of the element
+    /// \copydetails ReadBoolean(const QString&, bool) const
     [[nodiscard]] bool ReadBoolean(const QString& path, const QString& name, bool defaultValue) const;
-    /// Writes "True" or "False".
-    /// On a Settings this does not mark the store as changed: call Settings::MarkChanged afterwards.
+    /// Writes "True" or "False"; does not mark a Settings as changed.
     /// \param name   name of the attribute
     /// \param value  the value
     void WriteBoolean(const QString& name, bool value);
-    /// \overload
-    /// \param path   node path of the element
-    /// \param name   name of the attribute
-    /// \param value  the value
+    /// Writes a boolean to the element at \p path, which is created if it is missing. Does not mark a
+    /// Settings as changed.
+    /// \param path  node path of the element
+    /// \copydetails WriteBoolean(const QString&, bool)
     void WriteBoolean(const QString& path, const QString& name, bool value);
 
-    /// Reads a rectangle written as "x,y,width,height"; a part that is no number counts as 0.
+    /// Reads a rectangle from the text "x,y,width,height". A part that is not a number counts as 0.
     /// \param name          name of the attribute
-    /// \param defaultValue  what to answer if there is no such value
+    /// \param defaultValue  the value to return instead
     /// \return \p defaultValue unless there are exactly four parts
     [[nodiscard]] QRect ReadRect(const QString& name, const QRect& defaultValue);
-    /// \overload
-    /// \param path          node path of the element
-    /// \param name          name of the attribute
-    /// \param defaultValue  what to answer if there is no such value
-    /// \return \p defaultValue unless there are exactly four parts
+    /// Reads a rectangle from the element at \p path.
+    /// \param path  node path of the element
+    /// \copydetails ReadRect(const QString&, const QRect&)
     [[nodiscard]] QRect ReadRect(const QString& path, const QString& name, const QRect& defaultValue);
-    /// Writes a rectangle as "x,y,width,height".
-    /// On a Settings this does not mark the store as changed: call Settings::MarkChanged afterwards.
+    /// Writes a rectangle as "x,y,width,height"; does not mark a Settings as changed.
     /// \param name   name of the attribute
     /// \param value  the value
     void WriteRect(const QString& name, const QRect& value);
-    /// \overload
-    /// On a Settings this does not mark the store as changed: call Settings::MarkChanged afterwards.
-    /// \param path   node path of the element
-    /// \param name   name of the attribute
-    /// \param value  the value
+    /// Writes a rectangle to the element at \p path, which is created if it is missing. Does not mark a
+    /// Settings as changed.
+    /// \param path  node path of the element
+    /// \copydetails WriteRect(const QString&, const QRect&)
     void WriteRect(const QString& path, const QString& name, const QRect& value);
 
-    /// Reads a size written as "width,height"; a part that is no number counts as 0.
+    /// Reads a size from the text "width,height". A part that is not a number counts as 0.
     /// \param name          name of the attribute
-    /// \param defaultValue  what to answer if there is no such value
+    /// \param defaultValue  the value to return instead
     /// \return \p defaultValue unless there are exactly two parts
     [[nodiscard]] QSize ReadSize(const QString& name, const QSize& defaultValue);
-    /// \overload
-    /// \param path          node path of the element
-    /// \param name          name of the attribute
-    /// \param defaultValue  what to answer if there is no such value
-    /// \return \p defaultValue unless there are exactly two parts
+    /// Reads a size from the element at \p path.
+    /// \param path  node path of the element
+    /// \copydetails ReadSize(const QString&, const QSize&)
     [[nodiscard]] QSize ReadSize(const QString& path, const QString& name, const QSize& defaultValue);
-    /// Writes a size as "width,height".
-    /// On a Settings this does not mark the store as changed: call Settings::MarkChanged afterwards.
+    /// Writes a size as "width,height"; does not mark a Settings as changed.
     /// \param name   name of the attribute
     /// \param value  the value
     void WriteSize(const QString& name, const QSize& value);
-    /// \overload
-    /// On a Settings this does not mark the store as changed: call Settings::MarkChanged afterwards.
-    /// \param path   node path of the element
-    /// \param name   name of the attribute
-    /// \param value  the value
+    /// Writes a size to the element at \p path, which is created if it is missing. Does not mark a Settings
+    /// as changed.
+    /// \param path  node path of the element
+    /// \copydetails WriteSize(const QString&, const QSize&)
     void WriteSize(const QString& path, const QString& name, const QSize& value);
 
-    /// Reads a text, translated if it is a tr(...) mark (see Translate).
+    /// Reads a string. A text of the form tr(...) is translated; see Translate.
     ///
-    /// With two texts this overload is called, never one with a path: `ReadString(u"Ui"_s, u"Language"_s)`
-    /// reads the attribute "Ui" of the cursor and answers "Language" if there is none. To read by path, give
-    /// all three arguments. The category `qvutil` logs a call that looks like this mistake.
+    /// The arguments are a name and a default, not a path and a name: `ReadString(u"Ui"_s, u"Language"_s)`
+    /// reads the attribute "Ui" of the element under the cursor, and returns "Language" if there is none. A
+    /// call that looks like this mistake is logged in the category `qvutil`.
     /// \param name          name of the attribute
-    /// \param defaultValue  what to answer if there is no such value
-    /// \return \p defaultValue, as it is, if missing or empty
+    /// \param defaultValue  the value to return instead
+    /// \return \p defaultValue, untranslated, if missing or empty
     [[nodiscard]] QString ReadString(const QString& name, const QString& defaultValue) const;
-    /// Reads a text, translated if it is a tr(...) mark; here the default is translated too.
+    /// Reads a string from the element at \p path. A text of the form tr(...) is translated, and so is the
+    /// default.
     /// \param path          node path of the element
     /// \param name          name of the attribute
-    /// \param defaultValue  what to answer if there is no such value
-    /// \return \p defaultValue through Translate if missing or empty
+    /// \param defaultValue  the value to return instead
+    /// \return Translate(\p defaultValue) if missing or empty
     [[nodiscard]] QString ReadString(const QString& path, const QString& name,
                                      const QString& defaultValue) const;
-    /// Writes a text. An empty one reads back as the default.
+    /// Writes a string. An empty string reads back as the default. Does not mark a Settings as changed.
     ///
-    /// The two texts are a name and a value, never a path and a name.
-    /// On a Settings this does not mark the store as changed: call Settings::MarkChanged afterwards.
+    /// The arguments are a name and a value, not a path and a name.
     /// \param name   name of the attribute
     /// \param value  the value
     void WriteString(const QString& name, const QString& value);
-    /// \overload
+    /// Writes a string to the element at \p path, which is created if it is missing. An empty string reads
+    /// back as the default. Does not mark a Settings as changed.
     /// \param path   node path of the element
     /// \param name   name of the attribute
     /// \param value  the value
     void WriteString(const QString& path, const QString& name, const QString& value);
 
-    /// Reads a point in time, kept in UTC with a resolution of one second.
+    /// Reads a date and time, which is stored in UTC to the second.
     /// \param name          name of the attribute
-    /// \param defaultValue  what to answer if there is no such value
-    /// \return the time as local time; \p defaultValue if missing or empty; an invalid QDateTime if the text
-    ///         is no ISO date
+    /// \param defaultValue  the value to return instead
+    /// \return the date in local time; \p defaultValue if missing or empty; an invalid QDateTime if the text
+    ///         is not an ISO 8601 date
     [[nodiscard]] QDateTime ReadDate(const QString& name, const QDateTime& defaultValue) const;
-    /// \overload
-    /// \param path          node path of the element
-    /// \param name          name of the attribute
-    /// \param defaultValue  what to answer if there is no such value
-    /// \return the time as local time; \p defaultValue if missing or empty; an invalid QDateTime if the text
-    ///         is no ISO date
+    /// Reads a date and time from the element at \p path.
+    /// \param path  node path of the element
+    /// \copydetails ReadDate(const QString&, const QDateTime&) const
     [[nodiscard]] QDateTime ReadDate(const QString& path, const QString& name,
                                      const QDateTime& defaultValue) const;
-    /// Writes a point in time in ISO form, local times in UTC. A time with a fixed offset or a time zone is
-    /// written with its own clock reading and comes back as if that had been UTC: pass local or UTC times.
-    /// On a Settings this does not mark the store as changed: call Settings::MarkChanged afterwards.
+    /// Writes a date and time in ISO 8601 format. Does not mark a Settings as changed.
+    ///
+    /// Pass local time or UTC. The offset of any other time zone is dropped, so that such a time is read back
+    /// as if it were UTC.
     /// \param name   name of the attribute
-    /// \param value  the value
+    /// \param value  the value; local time is converted to UTC
     void WriteDate(const QString& name, const QDateTime& value);
-    /// \overload
+    /// Writes a date and time in ISO 8601 format to the element at \p path, which is created if it is
+    /// missing. Does not mark a Settings as changed.
     /// \param path   node path of the element
     /// \param name   name of the attribute
-    /// \param value  the value
+    /// \param value  the value, in local time, which is converted to UTC, or in UTC; see the overload above
     void WriteDate(const QString& path, const QString& name, const QDateTime& value);
 
-    /// Reads an enumeration value stored by name.
+    /// Reads an enumeration value or a set of flags, which is stored by name.
     /// \param name          name of the attribute
-    /// \param defaultValue  what to answer if there is no such value
+    /// \param defaultValue  the value to return instead
     /// \param table         \p count rows; not owned
     /// \param count         rows in \p table
-    /// \param flags         whether the value is a set of bits, stored as names separated by ','
+    /// \param flags         whether the value is a set of flags, stored as names separated by ','
     /// \return \p defaultValue if missing, empty or not in the table, and for every negative value
     [[nodiscard]] int ReadEnum(const QString& name, int defaultValue, EnumValueName* table, int count,
                                bool flags);
-    /// \overload
+    /// Reads an enumeration value.
     /// \param name          name of the attribute
-    /// \param defaultValue  what to answer if there is no such value
-    /// \param table         first of \p count rows; not owned
+    /// \param defaultValue  the value to return instead
+    /// \param table         \p count rows; not owned
     /// \param count         rows in \p table
     /// \return \p defaultValue if missing, empty or not in the table, and for every negative value
     [[nodiscard]] int ReadEnum(const QString& name, int defaultValue, EnumValueName* table, int count);
-    /// \overload
-    /// \param path          node path of the element
-    /// \param name          name of the attribute
-    /// \param defaultValue  what to answer if there is no such value
-    /// \param table         first of \p count rows; not owned
-    /// \param count         rows in \p table
-    /// \param flags         whether the value is a set of bits, stored as names separated by ','
-    /// \return \p defaultValue if missing, empty or not in the table, and for every negative value
+    /// Reads an enumeration value or a set of flags from the element at \p path.
+    /// \param path  node path of the element
+    /// \copydetails ReadEnum(const QString&, int, EnumValueName*, int, bool)
     [[nodiscard]] int ReadEnum(const QString& path, const QString& name, int defaultValue,
                                EnumValueName* table, int count, bool flags);
-    /// \overload
-    /// \param path          node path of the element
-    /// \param name          name of the attribute
-    /// \param defaultValue  what to answer if there is no such value
-    /// \param table         first of \p count rows; not owned
-    /// \param count         rows in \p table
-    /// \return \p defaultValue if missing, empty or not in the table, and for every negative value
+    /// Reads an enumeration value from the element at \p path.
+    /// \param path  node path of the element
+    /// \copydetails ReadEnum(const QString&, int, EnumValueName*, int)
     [[nodiscard]] int ReadEnum(const QString& path, const QString& name, int defaultValue,
                                EnumValueName* table, int count);
-    /// Writes an enumeration value by name. A value without a name is not written: what was there stays.
-    /// On a Settings this does not mark the store as changed: call Settings::MarkChanged afterwards.
+    /// Writes an enumeration value or a set of flags by name; does not mark a Settings as changed.
     /// \param name   name of the attribute
-    /// \param value  the value
+    /// \param value  the value; if the table has no name for it, the attribute keeps its old text
     /// \param table  \p count rows; not owned
     /// \param count  rows in \p table
-    /// \param flags  whether the value is a set of bits, stored as names separated by ','
+    /// \param flags  whether the value is a set of flags, stored as names separated by ','
     void WriteEnum(const QString& name, int value, EnumValueName* table, int count, bool flags);
-    /// \overload
-    /// On a Settings this does not mark the store as changed: call Settings::MarkChanged afterwards.
+    /// Writes an enumeration value by name; does not mark a Settings as changed.
     /// \param name   name of the attribute
-    /// \param value  the value
-    /// \param table  first of \p count rows; not owned
+    /// \param value  the value; if the table has no name for it, the attribute keeps its old text
+    /// \param table  \p count rows; not owned
     /// \param count  rows in \p table
     void WriteEnum(const QString& name, int value, EnumValueName* table, int count);
-    /// \overload
-    /// On a Settings this does not mark the store as changed: call Settings::MarkChanged afterwards.
-    /// \param path   node path of the element
-    /// \param name   name of the attribute
-    /// \param value  the value
-    /// \param table  first of \p count rows; not owned
-    /// \param count  rows in \p table
-    /// \param flags  whether the value is a set of bits, stored as names separated by ','
+    /// Writes an enumeration value or a set of flags to the element at \p path, which is created if it is
+    /// missing, even for a value without a name. Does not mark a Settings as changed.
+    /// \param path  node path of the element
+    /// \copydetails WriteEnum(const QString&, int, EnumValueName*, int, bool)
     void WriteEnum(const QString& path, const QString& name, int value, EnumValueName* table, int count,
                    bool flags);
-    /// \overload
-    /// On a Settings this does not mark the store as changed: call Settings::MarkChanged afterwards.
-    /// \param path   node path of the element
-    /// \param name   name of the attribute
-    /// \param value  the value
-    /// \param table  first of \p count rows; not owned
-    /// \param count  rows in \p table
+    /// Writes an enumeration value to the element at \p path, which is created if it is missing, even for a
+    /// value without a name. Does not mark a Settings as changed.
+    /// \param path  node path of the element
+    /// \copydetails WriteEnum(const QString&, int, EnumValueName*, int)
     void WriteEnum(const QString& path, const QString& name, int value, EnumValueName* table, int count);
 
-    /// See GeneralUtil::EnumValueToName.
-    /// \param value  the value
-    /// \param table  first of \p count rows; not owned
-    /// \param count  rows in \p table
-    /// \param flags  whether the value is a set of bits, stored as names separated by ','
-    /// \return empty if no row fits, or if there is no table
+    /// \copydoc GeneralUtil::EnumValueToName
     [[nodiscard]] static QString EnumValueToName(int value, const EnumValueName* table, int count,
                                                  bool flags);
-    /// See GeneralUtil::EnumNameToValue.
-    /// \param name   a name
-    /// \param table  first of \p count rows; not owned
-    /// \param count  rows in \p table
-    /// \param flags  whether the value is a set of bits, stored as names separated by ','
-    /// \return -1 if no row fits, or if there is no table
+    /// \copydoc GeneralUtil::EnumNameToValue
     [[nodiscard]] static int EnumNameToValue(const QString& name, EnumValueName* table, int count,
                                              bool flags);
-    /// See GeneralUtil::GetEnumNames.
-    /// \param table  first of \p count rows; not owned
-    /// \param count  rows in \p table
-    /// \return the names in table order; empty if there is no table
+    /// \copydoc GeneralUtil::GetEnumNames
     [[nodiscard]] static QStringList GetEnumNames(EnumValueName* table, int count);
 
-    // Bytes, text and markup, kept as element content
+    /// @}
+    /// \name Element content
+    /// A read returns an empty value if there is no such element. Unless stated otherwise, a write does
+    /// nothing if the cursor is not on an element.
+    ///
+    /// The writes of this class do not mark a Settings as changed; call Settings::MarkChanged after them.
+    /// @{
 
-    /// Reads bytes kept as base64 in the element's first child node (text or CDATA).
-    /// \return the bytes; empty if there are none
+    /// Reads binary data, stored as base64 in the element's first child node (text or CDATA).
+    /// \return the data; empty if there is none
     [[nodiscard]] QByteArray ReadBuffer();
-    /// \overload
+    /// Reads binary data from the element at \p path.
     /// \param path  node path of the element
-    /// \return the bytes; empty if there are none
+    /// \copydetails ReadBuffer()
     [[nodiscard]] QByteArray ReadBuffer(const QString& path);
-    /// Replaces the element's content by one CDATA section that holds the bytes as base64.
-    /// On a Settings this does not mark the store as changed: call Settings::MarkChanged afterwards.
-    /// \param value  the value
+    /// Replaces the element's content with one CDATA section that holds binary data as base64. Does not mark
+    /// a Settings as changed.
+    /// \param value  the data
     void WriteBuffer(const QByteArray& value);
-    /// \overload
-    /// On a Settings this does not mark the store as changed: call Settings::MarkChanged afterwards.
+    /// Replaces the content of the element at \p path, which is created if it is missing, with one CDATA
+    /// section that holds binary data as base64. Does not mark a Settings as changed.
     /// \param path   node path of the element
-    /// \param value  the value
+    /// \param value  the data
     void WriteBuffer(const QString& path, const QByteArray& value);
 
-    /// Reads the element's first child node if it is text; plain text is translated if it is a tr(...)
-    /// mark, a CDATA section never is.
-    /// \return the text; empty if the first child is no text
+    /// Reads the element's first child node if it is text. Plain text of the form tr(...) is translated, a
+    /// CDATA section is not.
+    /// \return the text; empty if the first child is not text
     [[nodiscard]] QString ReadNodeText();
-    /// \overload
+    /// Reads text from the element at \p path. Plain text of the form tr(...) is translated, a CDATA section
+    /// is not.
     /// \param path  node path of the element
-    /// \return the text; empty if the first child is no text
+    /// \return the text; empty if the first child is not text
     [[nodiscard]] QString ReadNodeText(const QString& path);
-    /// Replaces the element's content by one text node.
-    /// On a Settings this does not mark the store as changed: call Settings::MarkChanged afterwards.
+    /// Replaces the element's content with one text node. Does not mark a Settings as changed.
     /// \param text  the text
     void WriteNodeText(const QString& text);
-    /// Replaces the element's content by one text node or CDATA section.
-    /// On a Settings this does not mark the store as changed: call Settings::MarkChanged afterwards.
+    /// Replaces the element's content with one text node or CDATA section. Does not mark a Settings as
+    /// changed.
     /// \param text   the text
     /// \param cdata  true for a CDATA section, false for plain text
     void WriteNodeText(const QString& text, bool cdata);
-    /// Replaces the content of the element at a node path by one text node.
+    /// Replaces the content of the element at \p path, which is created if it is missing, with one text node.
+    /// Does not mark a Settings as changed.
     /// \param path  node path of the element
     /// \param text  the text
     void WriteNodeText(const QString& path, const QString& text);
-    /// Replaces the content of the element at a node path by one text node or CDATA section.
-    /// On a Settings this does not mark the store as changed: call Settings::MarkChanged afterwards.
+    /// Replaces the content of the element at \p path, which is created if it is missing, with one text node
+    /// or CDATA section. Does not mark a Settings as changed.
     /// \param path   node path of the element
     /// \param text   the text
     /// \param cdata  true for a CDATA section, false for plain text
     void WriteNodeText(const QString& path, const QString& text, bool cdata);
-    /// A literal that is no QString would silently become the flag: use u"…"_s.
+    /// Deleted: a string literal would silently convert to the flag \a cdata. Write u"…"_s.
     void WriteNodeText(const QString& path, const char* text) = delete;
     /// \overload
     template <typename Char> void WriteNodeText(const QString& path, const Char* text) = delete;
 
-    /// Gives the element's content as markup.
-    /// \return the markup; empty if the cursor is not on an element
+    /// Returns the element's content as markup.
+    /// \return the markup; empty if there is no such element
     [[nodiscard]] QString ReadInnerXml();
-    /// \overload
+    /// Returns the content of the element at \p path as markup.
     /// \param path  node path of the element
-    /// \return the markup; empty if the cursor is not on an element
+    /// \copydetails ReadInnerXml()
     [[nodiscard]] QString ReadInnerXml(const QString& path);
     /// Parses markup and appends it to the element's content. If the document has no root element, a root
-    /// "Root" is made to hold it.
-    /// On a Settings this does not mark the store as changed: call Settings::MarkChanged afterwards.
+    /// element "Root" is created for it. Does not mark a Settings as changed.
     /// \param xml  the markup
-    /// \return false if the markup does not parse or holds nothing, or if there is a root element but no
-    ///         cursor; the document is unchanged then
+    /// \return false, with the document unchanged, if the markup is malformed or empty, or if there is a root
+    ///         element but no cursor
     bool WriteInnerXml(const QString& xml);
-    /// \overload
-    /// Missing elements of the path are created even if the markup then turns out not to parse.
-    /// On a Settings this does not mark the store as changed: call Settings::MarkChanged afterwards.
+    /// Parses markup and appends it to the content of the element at \p path. Missing elements of the path
+    /// are created even if the markup is malformed. Does not mark a Settings as changed.
     /// \param path  node path of the element
     /// \param xml   the markup
-    /// \return false if the markup does not parse or holds nothing
+    /// \return false if the markup is malformed or empty
     bool WriteInnerXml(const QString& path, const QString& xml);
 
-    /// Gives the element itself as markup, its tags and attributes included.
-    /// \return the markup; empty if the cursor is not on an element
+    /// Returns the element as markup, including its own tags and attributes.
+    /// \return the markup; empty if there is no such element
     [[nodiscard]] QString ReadOuterXml();
-    /// \overload
+    /// Returns the element at \p path as markup, including its own tags and attributes.
     /// \param path  node path of the element
-    /// \return the markup; empty if the cursor is not on an element
+    /// \copydetails ReadOuterXml()
     [[nodiscard]] QString ReadOuterXml(const QString& path);
 
-    /// Appends a comment to the element's content; with no cursor, to the document after its declaration.
-    /// On a Settings this does not mark the store as changed: call Settings::MarkChanged afterwards.
+    /// Appends a comment to the element's content or, without a cursor, inserts it after the document's
+    /// declaration. Does not mark a Settings as changed.
     /// \param text  the text
     void WriteComment(const QString& text);
-    /// \overload
-    /// On a Settings this does not mark the store as changed: call Settings::MarkChanged afterwards.
+    /// Appends a comment to the content of the element at \p path, which is created if it is missing. Does
+    /// not mark a Settings as changed.
     /// \param path  node path of the element
     /// \param text  the text
     void WriteComment(const QString& path, const QString& text);
 
-    // Translation marks
+    /// @}
+    /// \name Translation marks
+    /// @{
 
-    /// Unwraps a text of the form tr(...), in any case and with white space around its parts.
-    /// Nothing but the mark is removed: quotes inside stay.
-    /// \param text  the text
-    /// \return false if \p text is no such mark; it is unchanged then
+    /// Strips the mark from a text of the form tr(...), in any case and with white space around its parts.
+    /// Quotation marks inside are kept.
+    /// \param text  the text, changed in place
+    /// \return false, with \p text unchanged, if it has no such form
     bool StripTr(QString& text) const;
-    /// Translates a text of the form tr(...) with Translator, in the context of the file loaded last.
+    /// Translates a text of the form tr(...) with Translator. The context is the file that was loaded last.
     /// \param text  the text
-    /// \return the translation; the unwrapped text without a translator; \p text itself if it is no mark, or
-    ///         if TranslateEnabled is false
+    /// \return the translation; the text without its mark if there is no translator; \p text unchanged if it
+    ///         has no mark, or if TranslateEnabled is false
     [[nodiscard]] QString Translate(const QString& text) const;
 
-    // Variables
+    /// @}
+    /// \name Variables
+    /// References have the form $(name); names are compared case-insensitively. See
+    /// StringUtil::ResolveVariables for the rules.
+    /// @{
 
-    /// Substitutes the references $(name) in attribute values, texts, CDATA sections and processing
-    /// instructions of the whole document; never in names and comments. Names are looked up in any case.
-    /// \param variables  name to value; a value must not contain a reference to itself
-    /// \return the number of substitutions
+    /// Replaces references in the attribute values, text, CDATA sections and processing instructions of the
+    /// whole document. Names of elements and comments are not touched.
+    /// \param variables  names and values; a value must not contain a reference to itself
+    /// \return the number of replacements
     int ResolveVariables(const QMap<QString, QString>& variables);
-    /// Substitutes the references $(name) in the values of \p attributes.
+    /// Replaces references in attribute values.
     /// \param attributes  attributes of one element
     /// \param variables   names and values
-    /// \return the number of substitutions
+    /// \return the number of replacements
     int ResolveVariables(QDomNamedNodeMap attributes, const QMap<QString, QString>& variables);
-    /// Substitutes the references $(name) in \p node and everything below it.
-    /// \param node       any node; null has no references
+    /// Replaces references in a node and its descendants.
+    /// \param node       any node; a null node has no references
     /// \param variables  names and values
-    /// \return the number of substitutions
+    /// \return the number of replacements
     int ResolveVariables(QDomNode node, const QMap<QString, QString>& variables);
+
+    /// @}
 
 private:
     void RemoveContent();
@@ -690,9 +658,7 @@ private:
                                    const QString& defaultValue) const;
     [[nodiscard]] QString ReadContentText(const QDomElement& element) const;
     void ReplaceContent(QDomElement element, const QDomNode& content);
-    /// On a Settings this does not mark the store as changed: call Settings::MarkChanged afterwards.
     void WriteContentText(const QDomElement& element, const QString& text, bool cdata);
-    /// On a Settings this does not mark the store as changed: call Settings::MarkChanged afterwards.
     void WriteContentBytes(const QDomElement& element, const QByteArray& value);
 
     void SetCursor(const QDomNode& node) const;
@@ -706,11 +672,12 @@ private:
     mutable QList<QDomNode> mNodeStack;
 
 public:
-    /// For the host's use; the library neither reads nor writes it.
+    /// For the application's own use; the library neither reads nor writes it.
     QString ExtraText;
-    /// Translates texts of the form tr(...) as they are read. Not owned; null by default.
+    /// Translates texts of the form tr(...) when they are read. Not owned; null by default.
     XlfTranslator* Translator = nullptr;
-    /// Whether texts of the form tr(...) are unwrapped and translated as they are read; true by default.
+    /// Whether texts of the form tr(...) are stripped of their mark and translated when they are read; true
+    /// by default.
     bool TranslateEnabled = true;
 
 private:
@@ -718,15 +685,16 @@ private:
     const std::unique_ptr<Private> mPrivate;
 };
 
-/// A settings file kept as an XML document: typed values by node path and name, saved by itself.
+/// Stores application settings in an XML file, with typed values addressed by node path and name, and saves
+/// itself.
 ///
 /// Each change through an operation of this class marks the store as changed and saves it, unless it was
-/// saved less than 31 seconds ago; what is still unsaved is written by the next change after that time, by
-/// Save, or by the destructor. There is no timer. The other operations of XmlFiler are reachable too, but
-/// do not mark the store as changed: call MarkChanged after WriteRect, WriteDouble, WriteBuffer and the like.
+/// saved less than 31 seconds ago. Changes within that time are written by the next change after it, by Save,
+/// or by the destructor; there is no timer. The operations inherited from XmlFiler do not mark the store as
+/// changed: call MarkChanged after WriteRect, WriteDouble, WriteBuffer and so on.
 ///
-/// Open the file with OpenFile. It keeps a damaged file under another name and never overwrites a file that
-/// could not be read:
+/// Open the file with OpenFile, which renames a damaged file and never overwrites a file that it could not
+/// read:
 ///
 /// \code
 /// Settings settings;
@@ -737,29 +705,30 @@ private:
 /// settings.MarkChanged();
 /// \endcode
 ///
-/// With the constructor and SetFile, a file that exists but cannot be opened or parsed leaves a new store
-/// empty, and the next save replaces it: check IsEmpty after construction. Such a store has no cursor: give
-/// it a root with CreateRoot, since otherwise each write with a relative path adds one more root element, and
-/// a file with several does not load.
+/// The constructor and SetFile do not protect such a file: if it cannot be opened or parsed, a new store is
+/// empty, and the next save replaces the file. Check IsEmpty after construction. An empty store has no
+/// cursor; call CreateRoot, because otherwise every write with a relative path appends another root element,
+/// and a file with several root elements does not load.
 ///
 /// \par Failures
-/// OpenFile returns how the file was found, GetLoadError why it could not be read. A failed save, a store
-/// that starts empty, and changes that are lost because nothing marked the store, are logged in the category
+/// OpenFile returns the state of the file, and GetLoadError why it could not be read. A failed save, a store
+/// that starts empty, and changes that are lost because nothing marked the store are logged in the category
 /// `qvutil`.
 ///
 /// \par Threads
-/// One thread at a time. Two objects on one file are not coordinated: the later save wins.
+/// Reentrant, as XmlFiler. Two objects with the same file are not synchronised: the last save wins.
+/// \since QvUtil 1.0
 class QVUTIL_EXPORT Settings : public XmlFiler
 {
 public:
-    /// Makes a store without a file; nothing is saved until SetFile names one.
+    /// Constructs a store without a file. Nothing is saved until SetFile or OpenFile sets one.
     Settings();
-    /// Makes a store on a file: loads it if it exists, else begins with an empty root element.
-    /// Nothing is written.
-    /// \param file      the file that saves go to; may be empty
+    /// Constructs a store and loads its file, or creates an empty root element if the file does not exist.
+    /// Writes nothing.
+    /// \param file      the file that saves write to; may be empty
     /// \param rootName  name of a new root; "Root" if empty
     Settings(QString file, QString rootName);
-    /// Saves what is still unsaved. A failure is logged, and so are changes that nothing marked.
+    /// Saves unsaved changes. Logs a failed save, and changes that were never marked.
     ~Settings() override;
     Q_DISABLE_COPY_MOVE(Settings)
 
@@ -775,107 +744,108 @@ public:
     using XmlFiler::WriteNodeText;
     using XmlFiler::WriteString;
 
-    /// Changes the file that saves go to, and loads it if it exists. If it does not, the present content is
-    /// kept, and an empty document gets the root \p rootName. The content is kept, too, if the file cannot be
-    /// opened; it is lost if the file does not parse. Does not mark the store as changed.
-    /// \param file      the file that saves go to
+    /// \name File
+    /// @{
+
+    /// Sets the file that saves write to, and loads it if it exists. Does not mark the store as changed.
+    ///
+    /// If the file does not exist, the content is kept, and an empty document gets the root \p rootName. If
+    /// the file cannot be opened, the content is kept. If it does not parse, the content is lost.
+    /// \param file      the file that saves write to
     /// \param rootName  name of a new root; "Root" if empty
     void SetFile(QString file, QString rootName);
 
-    /// What OpenFile found.
+    /// The result of OpenFile.
     enum class FileState {
-        New, ///< there is no such file; the first save makes it
-        Loaded, ///< the file was read
-        SetAside, ///< the file was damaged and has another name now, GetSetAsideFile; the store is empty
+        New, ///< the file does not exist; the first save creates it
+        Loaded, ///< the file was loaded
+        SetAside, ///< the file was damaged and has been renamed to GetSetAsideFile; the store is empty
         Unreadable, ///< the file could not be read, or not be renamed; the store is empty and has no file
     };
-    /// Changes the file that saves go to, and replaces the content of the store by that of the file. Unless
-    /// it is loaded, the store holds only the root \p rootName afterwards. Changes that were not saved before
-    /// are dropped. Writes no file.
+    /// Sets the file that saves write to, and replaces the content of the store with that of the file. Unless
+    /// the file is loaded, the store then holds only the root \p rootName. Unsaved changes are dropped.
+    /// Writes nothing.
     ///
-    /// A file that does not parse is renamed to "FILE.damaged" ("FILE.damaged-2" and so on if that exists),
-    /// so that the next save does not destroy what can still be rescued. A file that exists but cannot be
-    /// opened or read, perhaps only for now, is left alone: nothing is saved until a file is named again.
-    /// \param file      the file that saves go to
+    /// A file that does not parse is renamed to "FILE.damaged", or "FILE.damaged-2" and so on if that exists,
+    /// so that its content can still be rescued. A file that exists but cannot be opened or read is left
+    /// alone, and nothing is saved until SetFile or OpenFile sets a file again.
+    /// \param file      the file that saves write to
     /// \param rootName  name of a new root; "Root" if empty
-    /// \return how the file was found; after SetAside and Unreadable, GetLoadError returns the reason
+    /// \return the state of the file; after SetAside and Unreadable, GetLoadError returns the reason
     FileState OpenFile(const QString& file, const QString& rootName);
-    /// Returns the name under which the last OpenFile kept a damaged file.
+    /// Returns the new name of the damaged file that the last OpenFile renamed.
     /// \return the path; empty unless that OpenFile returned SetAside
     [[nodiscard]] QString GetSetAsideFile() const;
 
-    /// See XmlFiler::ReadBoolean.
-    /// \param path          node path of the element
-    /// \param name          name of the attribute
-    /// \param defaultValue  what to answer if there is no such value
-    /// \return \p defaultValue if there is no such flag
+    /// @}
+    /// \name Values
+    /// The writes mark the store as changed and, if the last save was 31 seconds ago or more, save it. A
+    /// missing element is created.
+    /// @{
+
+    /// Reads a boolean from the element at \p path.
+    /// \copydetails XmlFiler::ReadBoolean(const QString&, const QString&, bool) const
     [[nodiscard]] bool ReadBoolean(const QString& path, const QString& name, bool defaultValue) const;
-    /// See XmlFiler::ReadInt.
-    /// \param path          node path of the element
-    /// \param name          name of the attribute
-    /// \param defaultValue  what to answer if there is no such value
-    /// \return \p defaultValue if there is no such number
+    /// Reads an int from the element at \p path.
+    /// \copydetails XmlFiler::ReadInt(const QString&, const QString&, int) const
     [[nodiscard]] int ReadInt(const QString& path, const QString& name, int defaultValue) const;
-    /// See XmlFiler::ReadString; the default is translated too.
-    /// \param path          node path of the element
-    /// \param name          name of the attribute
-    /// \param defaultValue  what to answer if there is no such value
-    /// \return \p defaultValue through Translate if missing or empty
+    /// \copydoc XmlFiler::ReadString(const QString&, const QString&, const QString&) const
     [[nodiscard]] QString ReadString(const QString& path, const QString& name,
                                      const QString& defaultValue) const;
-    /// See XmlFiler::ReadDate.
-    /// \param path          node path of the element
-    /// \param name          name of the attribute
-    /// \param defaultValue  what to answer if there is no such value
-    /// \return the time as local time; \p defaultValue if missing or empty; an invalid QDateTime if the text
-    ///         is no ISO date
+    /// Reads a date and time from the element at \p path.
+    /// \copydetails XmlFiler::ReadDate(const QString&, const QString&, const QDateTime&) const
     [[nodiscard]] QDateTime ReadDate(const QString& path, const QString& name,
                                      const QDateTime& defaultValue) const;
-    /// See XmlFiler::ReadNodeText.
-    /// \param path  node path of the element
-    /// \return the text; empty if there is none
+    /// \copydoc XmlFiler::ReadNodeText(const QString&)
     [[nodiscard]] QString ReadNodeText(const QString& path);
 
-    /// Writes a flag, marks the store as changed and saves it when due.
+    /// Writes "True" or "False", marks the store as changed and saves it if due.
     /// \param path   node path of the element
     /// \param name   name of the attribute
     /// \param value  the value
     void WriteBoolean(const QString& path, const QString& name, bool value);
-    /// Writes an int, marks the store as changed and saves it when due.
+    /// Writes an int, marks the store as changed and saves it if due.
     /// \param path   node path of the element
     /// \param name   name of the attribute
     /// \param value  the value
     void WriteInt(const QString& path, const QString& name, int value);
-    /// Writes a text, marks the store as changed and saves it when due.
+    /// Writes a string, marks the store as changed and saves it if due.
     /// \param path   node path of the element
     /// \param name   name of the attribute
-    /// \param value  the value
+    /// \param value  the value; an empty string reads back as the default
     void WriteString(const QString& path, const QString& name, const QString& value);
-    /// Writes a point in time, marks the store as changed and saves it when due.
+    /// Writes a date and time, marks the store as changed and saves it if due.
     /// \param path   node path of the element
     /// \param name   name of the attribute
-    /// \param value  the value
+    /// \param value  the value, in local time or UTC; see XmlFiler::WriteDate
     void WriteDate(const QString& path, const QString& name, const QDateTime& value);
-    /// Writes an element's text, marks the store as changed and saves it when due.
+    /// Replaces an element's content with one text node, marks the store as changed and saves it if due.
     /// \param path  node path of the element
     /// \param text  the text
     void WriteNodeText(const QString& path, const QString& text);
-    /// A literal that is no QString would silently become the flag: use u"…"_s.
+    /// Deleted: a string literal would silently convert to the flag \a cdata. Write u"…"_s.
     void WriteNodeText(const QString& path, const char* text) = delete;
-    /// Removes an element, marks the store as changed (even if there was no such element) and saves it when
+    /// Removes an element, marks the store as changed, even if there was no such element, and saves it if
     /// due.
     /// \param path  node path of the element
     void DeleteNode(const QString& path);
 
-    /// Marks the store as changed and saves it when due. To be called after writes that do not do so
-    /// themselves, such as WriteRect, WriteDouble, WriteEnum and WriteBuffer.
+    /// @}
+    /// \name Saving
+    /// A failed save is logged and leaves the store marked as changed.
+    /// @{
+
+    /// Marks the store as changed and saves it if due. Call it after writes that do not do so themselves,
+    /// such as WriteRect, WriteDouble, WriteEnum and WriteBuffer.
     void MarkChanged();
-    /// Saves the store if it is marked as changed. A failure is logged and leaves the mark.
+    /// Saves the store if it is marked as changed.
     void Save();
-    /// Saves the store, changed or not. A failure is logged and leaves the mark.
+    /// Saves the store, changed or not. Does nothing without a file.
     void SaveInternal();
     /// Saves the store if it is marked as changed and was last saved 31 seconds ago or more, or never.
     void AutoSave();
+
+    /// @}
 
 private:
     void NoteSavedContent();
@@ -888,57 +858,60 @@ private:
     const std::unique_ptr<Private> mPrivate;
 };
 
-/// Translates texts from an XLIFF file.
+/// Translates texts with an XLIFF 1.2 file.
 ///
-/// Units are found by the MD5 digest of their source text (GeneralUtil::GetHash), which must be their "id",
-/// and are grouped by the file name in the "original" attribute of their `file` element: the same text can
-/// read differently in different documents. In each `file` element the `body` must come first; units in
-/// groups are not found. A unit with an empty target translates into its id, so that missing translations
-/// are seen.
+/// Translations are grouped by the file name in the "original" attribute of their `file` element, so that
+/// different documents can translate the same text differently. The "id" of each unit must be the MD5 digest
+/// of its source text (GeneralUtil::GetHash). In each `file` element the `body` must come first; units inside
+/// groups are not found. A unit with an empty target translates to its id, which makes missing translations
+/// visible.
 ///
-/// The file is read at the first translation. After that, naming another file with SetXlfFile leaves the
-/// object without translations: make a new object for another file.
+/// The first call of Translate reads the file. If SetXlfFile sets another file after that, the object has no
+/// translations: construct a new object for another file.
 ///
 /// \par Failures
-/// A file that is missing, malformed or without translations is logged in the category `qvutil`; its texts
+/// A file that is missing, malformed or without translations is logged in the category `qvutil`, and texts
 /// stay untranslated.
 ///
 /// \par Threads
-/// One thread at a time: Translate is const, but reads the file when it is first called.
+/// Reentrant. Each object may be used by one thread at a time, even for Translate: it is const, but the first
+/// call reads the file.
+/// \since QvUtil 1.0
 class QVUTIL_EXPORT XlfTranslator
 {
 public:
-    /// Makes a translator without a file: every text translates to itself.
+    /// Constructs a translator without a file: every text translates to itself.
     XlfTranslator();
-    /// Makes a translator on an XLIFF file, which is read at the first translation.
+    /// Constructs a translator for an XLIFF file. The file is read by the first translation.
     /// \param file  the XLIFF file
     explicit XlfTranslator(const QString& file);
-    /// Destroys the translations.
+    /// Destroys the translator.
     ~XlfTranslator();
-    /// Copies the file's name and the translations that have been read.
+    /// Copies the file name and the translations read so far.
     /// \param other  the translator to copy
     XlfTranslator(const XlfTranslator& other);
-    /// Takes over the file's name and the translations that have been read.
+    /// Moves the file name and the translations read so far.
     /// \param other  the translator to move from
     XlfTranslator(XlfTranslator&& other) noexcept;
-    /// Copies the file's name and the translations that have been read.
+    /// Copies the file name and the translations read so far.
     /// \param other  the translator to copy
     /// \return this translator
     XlfTranslator& operator=(const XlfTranslator& other);
-    /// Takes over the file's name and the translations that have been read.
+    /// Moves the file name and the translations read so far.
     /// \param other  the translator to move from
     /// \return this translator
     XlfTranslator& operator=(XlfTranslator&& other) noexcept;
 
-    /// Names the XLIFF file and forgets all translations; does nothing if the file is the same but for case.
+    /// Sets the XLIFF file and clears all translations. Does nothing if the name differs only in case.
     /// \param file  the XLIFF file
     void SetXlfFile(const QString& file);
-    /// Reads the XLIFF file now. A file that is missing or does not parse leaves the translations unchanged.
+    /// Reads the XLIFF file now. If it is missing or does not parse, the translations are unchanged.
     void ParseXlfFile();
     /// Translates a text.
     /// \param text     the source text
-    /// \param context  path of the document that shows the text; its file name, in any case, selects the
-    ///                 translations. If it has no file name, the last document by name answers.
+    /// \param context  path of the document that shows the text. Its file name, compared case-insensitively,
+    ///                 selects the translations; without a file name, those of the document whose name sorts
+    ///                 last are used.
     /// \return the translation; \p text itself if there is none
     [[nodiscard]] QString Translate(const QString& text, const QString& context) const;
 
@@ -950,7 +923,7 @@ private:
     void Parse() const;
 
     QString mXlfFile;
-    // File name of the document in lower case to its units.
+    // Lower-case file name of the document to its units.
     mutable QMap<QString, Units> mTable;
     mutable bool mParsed = false;
 
