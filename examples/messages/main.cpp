@@ -1,8 +1,8 @@
 // SPDX-FileCopyrightText: 2026 The QvUtil developers
 // SPDX-License-Identifier: MIT
 
-// Two processes: a shop that answers questions, and a customer who asks them. Run without arguments, the
-// program is the customer and starts itself a second time as the shop.
+// Two processes: a shop that answers questions, and a customer who asks them. Without arguments, the program
+// is the customer and starts itself a second time as the shop.
 
 #include <qvutil/IPCManager.h>
 
@@ -53,6 +53,7 @@ int Serve(const QString& name)
 int Ask(const QString& name)
 {
     QTextStream out(stdout);
+    //! [request]
     IPCManager manager;
     manager.ConnectToServer(name, QIODeviceBase::ReadWrite);
     if (!manager.WaitForConnectionToServer(name, 20000)) {
@@ -68,9 +69,11 @@ int Ask(const QString& name)
     }
     out << "total:   " << answer.value(u"Total"_s).toDouble() << '\n';
     out << "colours: " << answer.value(u"Colours"_s).toStringList().join(u' ') << '\n';
+    //! [request]
     out.flush();
 
-    // A message wants no answer. The shop says something of its own accord, which arrives as a signal.
+    // This message asks for no answer. The shop sends a message of its own in return, which arrives as a
+    // signal.
     QObject::connect(&manager, &IPCManager::MessageReceived, &manager,
                      [&out](const QString& id, const QVariantMap& params) {
                          out << id << ", customers: " << params.value(u"Customers"_s).toInt() << '\n';
