@@ -10,10 +10,10 @@
 
 namespace Quorvin::Util::Internal {
 
-/// Milliseconds since 1970 in UTC. Any thread.
+/// Returns milliseconds since 1970 in UTC. Thread-safe.
 [[nodiscard]] qint64 CurrentMSecsSinceEpoch();
 
-/// Replaces the clock, so that a test need not wait; null brings the real one back. Any thread.
+/// Replaces the clock in tests; null restores the real one. Thread-safe.
 void SetClockForTesting(qint64 (*clock)());
 
 } // namespace Quorvin::Util::Internal

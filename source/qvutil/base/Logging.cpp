@@ -5,7 +5,7 @@
 
 namespace Quorvin::Util::Internal {
 
-// Only fatal messages pass by default: the library stays quiet unless somebody asks.
+// Only fatal messages are enabled by default: the library is silent unless the application asks for messages.
 Q_LOGGING_CATEGORY(lcQvUtil, "qvutil", QtFatalMsg)
 
 } // namespace Quorvin::Util::Internal

@@ -10,7 +10,7 @@
 
 namespace Quorvin::Util::Internal {
 
-/// The library's logging category "qvutil". Silent until the host's rules turn it on, for example with
+/// The library's logging category "qvutil". It is silent until logging rules enable it, for example
 /// QT_LOGGING_RULES="qvutil=true".
 Q_DECLARE_LOGGING_CATEGORY(lcQvUtil)
 

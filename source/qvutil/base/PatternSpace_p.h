@@ -10,7 +10,8 @@
 
 namespace Quorvin::Util::Internal {
 
-/// White space as the pattern "\s" of QRegularExpression has it without its Unicode option: ASCII only.
+/// Returns whether a character is ASCII white space, as "\s" in a QRegularExpression without Unicode
+/// properties.
 [[nodiscard]] constexpr bool IsPatternSpace(QChar c)
 {
     return c == u' ' || (c >= u'\t' && c <= u'\r');

@@ -17,14 +17,13 @@
 
 // Internal, not API: may change in any version.
 
-// The one place that tells Qt versions apart.
+// All code that depends on the version of Qt.
 namespace Quorvin::Util::Internal {
 
-/// Collapses slashes that follow one another, but for a slash at the front: two may begin a network path.
+/// Collapses repeated slashes, except two at the front, which may begin a network path.
 ///
-/// Does no harm to a path that Qt cleans afterwards, and is needed before: QDir::cleanPath() of Qt 6.8, and
-/// absolute paths of QDir and QFileInfo with it, keep doubled slashes behind "." and "..", so that "/a/..//b"
-/// becomes "//b".
+/// Call this before Qt cleans a path: QDir::cleanPath() of Qt 6.8, and with it the absolute paths of QDir and
+/// QFileInfo, keep repeated slashes after "." and "..", so that "/a/..//b" becomes "//b".
 [[nodiscard]] inline QString CollapseSlashes(QString path)
 {
     if (!path.isEmpty()) {
@@ -35,25 +34,25 @@ namespace Quorvin::Util::Internal {
     return path;
 }
 
-/// \return what QDir::cleanPath() gives, the same with every version of Qt
+/// \return the result of QDir::cleanPath(), the same with every version of Qt
 [[nodiscard]] inline QString QDirCleanPath(const QString& path)
 {
     return QDir::cleanPath(CollapseSlashes(path));
 }
 
-/// Takes a date's clock reading as UTC, whatever offset it came with.
+/// Reinterprets the time of a date as UTC, ignoring its offset.
 [[nodiscard]] inline QDateTime ReinterpretAsUtc(QDateTime date)
 {
 #if QT_VERSION >= QT_VERSION_CHECK(6, 5, 0)
     date.setTimeZone(QTimeZone::UTC);
 #else
-    date.setTimeSpec(Qt::UTC); // deprecated from Qt 6.9 on; QTimeZone::UTC came with 6.5
+    date.setTimeSpec(Qt::UTC); // deprecated since Qt 6.9; QTimeZone::UTC needs Qt 6.5
 #endif
     return date;
 }
 
-/// Reads a date in Qt::ISODate form and takes its clock reading as UTC, whatever offset it has.
-/// \return an invalid date if it is not one
+/// Reads a date in Qt::ISODate format and takes its time as UTC, ignoring any offset.
+/// \return an invalid date if the text is not an ISO 8601 date
 [[nodiscard]] inline QDateTime ParseClockReadingAsUtc(const QString& text)
 {
     constexpr qsizetype kDateSize = 10;
@@ -62,21 +61,21 @@ namespace Quorvin::Util::Internal {
     if (time.isEmpty() || time.endsWith(u'Z', Qt::CaseInsensitive) || time.contains(u'+')
         || time.contains(u'-'))
         return ReinterpretAsUtc(date);
-    // Without an offset the text is local time, and from Qt 6.7 on one in the hour that local time skips has
-    // been moved already. What 24:00 means is left to Qt: the start of the next day, which may be skipped as
-    // well.
+    // Without an offset, the text is local time, and since Qt 6.7 a time in the hour that daylight saving
+    // skips has already been moved. Parsing the text as UTC avoids that. 24:00 is left to Qt, which takes it
+    // as the start of the next day; that may be skipped too.
     const QDateTime utc = QDateTime::fromString(text + u'Z', Qt::ISODate);
     const bool isSameDay = utc.date() == QDate::fromString(text.first(kDateSize), Qt::ISODate);
     return ReinterpretAsUtc(isSameDay ? utc : date);
 }
 
-/// \return the system's own name for what a QSharedMemory with that key uses
+/// \return the system's name for the segment of a QSharedMemory with this key
 [[nodiscard]] inline QString NativeSharedMemoryKey(const QString& key)
 {
 #if QT_VERSION >= QT_VERSION_CHECK(6, 6, 0)
     return QSharedMemory::legacyNativeKey(key).nativeKey();
 #else
-    // Before 6.6 an object with the key had to be made, which makes semaphores and files.
+    // Before Qt 6.6, finding out the name means constructing an object, which creates semaphores and files.
     QString letters;
     std::copy_if(key.begin(), key.end(), std::back_inserter(letters),
                  [](QChar c) { return (c >= u'a' && c <= u'z') || (c >= u'A' && c <= u'Z'); });
@@ -85,11 +84,12 @@ namespace Quorvin::Util::Internal {
 #endif
 }
 
-/// Removes the semaphore, and its file, that locks what a QSharedMemory with that key uses. For memory that
-/// is gone: processes that have crashed leave it.
+/// Removes the semaphore, with its file, that locks the segment of a QSharedMemory with this key. Crashed
+/// processes leave it behind, even when the segment is gone.
 inline void RemoveSharedMemorySemaphore(const QString& key)
 {
-    // An object that has created a semaphore removes it, and in this mode every object counts as its creator.
+    // A QSystemSemaphore that created the semaphore removes it, and in Create mode every object counts as its
+    // creator.
 #if QT_VERSION >= QT_VERSION_CHECK(6, 6, 0)
     const QSystemSemaphore semaphore(QSystemSemaphore::legacyNativeKey(key), 1, QSystemSemaphore::Create);
 #else

@@ -14,11 +14,11 @@
 
 namespace Quorvin::Util::Internal {
 
-/// One evaluation of an expression. Groups within groups are kept in lists of its own rather than on the
-/// stack, which a deeply nested expression would overflow.
+/// Evaluates one expression. Nested groups are kept in lists instead of on the stack, which a deeply nested
+/// expression would overflow.
 ///
-/// \tparam Ask  bool(BooleanExpressionText::Range operand, bool& value): answers for an operand, false if it
-///              is not known; \c value is false when it is called
+/// \tparam Ask  bool(BooleanExpressionText::Range operand, bool& value): returns the value of an operand, or
+///              false if it is unknown; \c value is false on entry
 template <typename Ask> class BooleanExpressionEvaluation
 {
 public:
@@ -27,8 +27,8 @@ public:
         , mAsk(std::move(ask))
     { }
 
-    /// \param value  receives the truth of the whole text; false after a failure
-    /// \return whether the expression is well formed, as far as it was looked at, and all operands are known
+    /// \param value  receives the result; false after a failure
+    /// \return false if the part of the expression that was evaluated is malformed or has an unknown operand
     [[nodiscard]] bool Run(bool& value)
     {
         value = false;
@@ -45,14 +45,14 @@ public:
 private:
     using Range = BooleanExpressionText::Range;
 
-    // A list of operands and operators that is being worked through. Its parts are the last ones of mParts.
+    // A list of operands and operators under evaluation. Its parts are the last ones in mParts.
     struct Level
     {
         qsizetype First;
         qsizetype Next;
     };
 
-    // Begins with an operand: asks for it, or splits it and leaves its parts to Advance.
+    // Starts with an operand: calls the callback for it, or splits it and leaves its parts to Advance.
     [[nodiscard]] bool Enter(Range operand)
     {
         mValue = false;
@@ -69,7 +69,7 @@ private:
         return mAsk(name, mValue);
     }
 
-    // Goes on with the innermost list: mValue is that of its operands so far.
+    // Continues with the innermost list. mValue is the result of its operands so far.
     [[nodiscard]] bool Advance()
     {
         Level& level = mLevels.last();
@@ -79,8 +79,8 @@ private:
             const Range part = mParts[level.Next++];
             if (mText.Operator(part) == 0)
                 return false;
-            // Only a bare operator can decide early; one that was written in a group of its own, with blanks
-            // around it, cannot.
+            // Only a bare operator can end the list early, not one in a group of its own with blanks around
+            // it.
             const QStringView token = mText.View(part);
             if ((mValue && token == u'|') || (!mValue && token == u'&'))
                 return Leave();
@@ -97,7 +97,7 @@ private:
 
     const BooleanExpressionText& mText;
     Ask mAsk;
-    bool mValue = false; // of the operand that was evaluated last
+    bool mValue = false; // of the operand evaluated last
     BooleanExpressionText::Ranges mParts;
     QVarLengthArray<Level, 16> mLevels;
 };

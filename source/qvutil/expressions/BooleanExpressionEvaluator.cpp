@@ -18,7 +18,7 @@ bool BooleanExpressionEvaluator::Evaluate(const QString& expression, bool& value
     value = false;
     if (!mCallback)
         return false;
-    // The callback may change the host's text. NOLINTNEXTLINE(performance-unnecessary-copy-initialization)
+    // The callback may change the caller's text. NOLINTNEXTLINE(performance-unnecessary-copy-initialization)
     const QString copy = expression;
     const BooleanExpressionText text(copy);
     BooleanExpressionEvaluation evaluation(text,

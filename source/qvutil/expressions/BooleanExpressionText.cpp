@@ -18,7 +18,7 @@ constexpr bool IsOperatorCharacter(QChar c)
 
 } // namespace
 
-// The walk along one level of an expression.
+// Scans one level of an expression.
 class BooleanExpressionText::Scan
 {
 public:
@@ -63,7 +63,7 @@ private:
             mParts.append(part);
     }
 
-    // Text before a group counts only if an '&' joins them.
+    // Text before a group is kept only if it ends with '&'.
     void EndSegmentBeforeGroup(qsizetype group)
     {
         const Range segment = mText.Trimmed({mSegment, group});
@@ -95,13 +95,13 @@ private:
     const Range mRange;
     Ranges& mParts;
     Notes& mNotes;
-    qsizetype mSegment; // where the text begins that belongs to no part yet
+    qsizetype mSegment; // start of the text that belongs to no part yet
 };
 
 BooleanExpressionText::BooleanExpressionText(QStringView text)
     : mText(text)
 {
-    qsizetype open = -1; // the innermost open '('; until it is closed, it knows the one around it
+    qsizetype open = -1; // innermost open '('; until it is closed, mPartner holds the enclosing one
     for (qsizetype i = 0; i < text.size(); ++i) {
         const QChar c = text[i];
         if (c == u'(') {
@@ -188,8 +188,8 @@ bool BooleanExpressionText::Split(Range range, Ranges& parts, Notes* notes) cons
     return true;
 }
 
-// Whether no stray half of a surrogate pair stands in a range. In such a text a pattern finds nothing, not
-// even a parenthesis or an operator.
+// Returns whether a range contains no unpaired surrogate. A regular expression finds nothing in a text with
+// one, not even a parenthesis or an operator.
 bool BooleanExpressionText::IsProper(Range range) const
 {
     const auto stray = std::lower_bound(mStray.cbegin(), mStray.cend(), range.Begin);
@@ -202,7 +202,7 @@ bool BooleanExpressionText::HasBraces(Range range) const
     return (view.contains(u'(') || view.contains(u')')) && IsProper(range);
 }
 
-// Splits a range at each '&'. Returns false if nothing stands before or behind one.
+// Splits a range at each '&'. Returns false if an operand is missing before or after one.
 bool BooleanExpressionText::SplitChain(Range chain, Ranges& parts, Notes& notes) const
 {
     qsizetype begin = chain.Begin;
@@ -211,7 +211,7 @@ bool BooleanExpressionText::SplitChain(Range chain, Ranges& parts, Notes& notes)
             continue;
         const Range piece = Trimmed({begin, i});
         if (piece.IsEmpty()) {
-            notes.Mistake = i < chain.End ? Range{i, i + 1} : Range{begin - 1, begin}; // the '&' beside it
+            notes.Mistake = i < chain.End ? Range{i, i + 1} : Range{begin - 1, begin}; // the adjacent '&'
             return false;
         }
         parts.append(piece);

@@ -11,13 +11,13 @@
 
 namespace Quorvin::Util::Internal {
 
-/// The text of a boolean expression with its parentheses paired up, so that any part of it can be split
-/// without a search. Every part, operators included, is a range of the text. Reads the text in one walk, and
-/// each level of parentheses once when it is split; whatever the nesting, that is linear.
+/// The text of a boolean expression with its parentheses paired up, so that any part can be split without a
+/// search. Every part, including operators, is a range of the text. The constructor reads the text once, and
+/// Split reads each level of parentheses once, so that the time is linear for any nesting.
 class BooleanExpressionText
 {
 public:
-    /// A piece of the text, from one position up to, not including, another.
+    /// Part of the text: the index of its first character, and the index after its last.
     struct Range
     {
         qsizetype Begin = 0;
@@ -27,11 +27,11 @@ public:
     };
     using Ranges = QVarLengthArray<Range, 64>;
 
-    /// What a split has to say to people who write expressions.
+    /// What Split reports to people who write expressions.
     struct Notes
     {
-        Ranges Dropped; ///< pieces of text that take no part
-        Range Mistake; ///< after a failure: the empty operand, or the operator that stands in the wrong place
+        Ranges Dropped; ///< text that is ignored
+        Range Mistake; ///< after a failure: the empty operand or the misplaced operator
     };
 
     /// \param text  the text, which must outlive this object
@@ -42,19 +42,19 @@ public:
     {
         return mText.sliced(range.Begin, range.End - range.Begin);
     }
-    /// \return position of the first parenthesis that has no partner within \p range; -1 if all have one
+    /// \return index of the first parenthesis without a partner in \p range; -1 if all are paired
     [[nodiscard]] qsizetype FindUnpaired(Range range) const;
-    /// \return \p range without the white space at its ends, as QString::trimmed sees it
+    /// \return \p range without leading and trailing white space, as in QString::trimmed
     [[nodiscard]] Range Trimmed(Range range) const;
-    /// \return \p range without the pairs of parentheses around the whole of it
+    /// \return \p range without the parentheses that enclose all of it
     [[nodiscard]] Range WithoutBraces(Range range) const;
-    /// \return '&' or '|' if that, apart from white space, is all that \p range holds; otherwise 0
+    /// \return '&' or '|' if \p range contains only that, apart from white space; otherwise 0
     [[nodiscard]] char16_t Operator(Range range) const;
-    /// Splits a range at its uppermost level.
-    /// \param range    the whole text, or a range whose parentheses balance
-    /// \param parts    operands and operators are appended here; nothing is taken back after a failure
-    /// \param notes    receives what is odd about the range, if not null
-    /// \return whether the parts can be an expression
+    /// Splits a range at its top level.
+    /// \param range  the whole text, or a range with balanced parentheses
+    /// \param parts  operands and operators are appended to it, even before a failure
+    /// \param notes  receives oddities of the range; may be null
+    /// \return false if the parts cannot be an expression
     [[nodiscard]] bool Split(Range range, Ranges& parts, Notes* notes = nullptr) const;
 
 private:
@@ -65,8 +65,8 @@ private:
     [[nodiscard]] bool SplitChain(Range chain, Ranges& parts, Notes& notes) const;
 
     QStringView mText;
-    QVarLengthArray<qsizetype, 256> mPartner; ///< for each '(' the position of its ')', -1 if there is none
-    QVarLengthArray<qsizetype, 4> mStray; ///< positions of halves of surrogate pairs
+    QVarLengthArray<qsizetype, 256> mPartner; ///< for each '(' the index of its ')', -1 if there is none
+    QVarLengthArray<qsizetype, 4> mStray; ///< indexes of unpaired surrogates
 };
 
 } // namespace Quorvin::Util::Internal

@@ -56,7 +56,7 @@ int GeneralUtil::FindMatchingBrace(const QString& text, int position)
 
 bool GeneralUtil::ParseFunction(const QString& text, QString& name, QStringList& arguments)
 {
-    // The text may be the same object as the name or as an old argument.
+    // The text may be the same object as name or as an entry of arguments.
     const QString source = text; // NOLINT(performance-unnecessary-copy-initialization)
     name.clear();
     arguments.clear();
@@ -81,8 +81,8 @@ qsizetype GeneralUtil::RemoveDuplicates(QStringList& list, bool ignoreCase)
     if (!ignoreCase)
         return list.removeDuplicates();
 
-    // An ordered set, because it asks the comparison itself which texts are equal but for case; a hash would
-    // need folded texts, and so a guess at how the comparison folds.
+    // An ordered set uses the same comparison as QString. A hash would need folded text, and folding does not
+    // match that comparison in every case.
     std::set<QStringView, LessIgnoringCase> seen;
     return list.removeIf([&seen](const QString& entry) { return !seen.insert(entry).second; });
 }

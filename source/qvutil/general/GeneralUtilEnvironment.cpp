@@ -16,14 +16,13 @@ using namespace Qt::StringLiterals;
 namespace Quorvin::Util {
 namespace {
 
-// The name by which a localised file is looked for.
 QString LocaleFileName(const QString& file)
 {
     const QFileInfo info(file);
     return info.completeSuffix().isEmpty() ? info.fileName() + ".xlf"_L1 : info.fileName();
 }
 
-// The absolute path of a file if it exists, otherwise empty.
+// Returns the absolute path of a file; empty if it does not exist.
 QString ExistingFile(const QString& path)
 {
     const QFileInfo file(Internal::CollapseSlashes(path));
@@ -75,7 +74,7 @@ QString GeneralUtil::GetAppDataPath()
 
 QString GeneralUtil::GetLocalAppDataPath()
 {
-    return GetAppDataPath(); // clean already
+    return GetAppDataPath();
 }
 
 QString GeneralUtil::GetCommonAppDataPath()

@@ -57,14 +57,14 @@ bool DeleteFile(const QString& path)
     return QDir().remove(path);
 }
 
-// Whether QString::arg finds something to replace. It is asked with a placeholder more, because it warns when
-// there is none at all.
+// Returns whether QString::arg has something to replace. A placeholder is appended first, because arg() warns
+// if there is none.
 bool HasPlaceholder(const QString& format)
 {
     return QString(format + "%99"_L1).arg(QString()) != format;
 }
 
-// An empty path is told apart here, because Qt prints a warning for it.
+// Test for an empty path first: QFile::open warns about one.
 bool OpenText(QFile& file, QIODevice::OpenMode mode)
 {
     return !file.fileName().isEmpty() && file.open(mode | QIODevice::Text);
@@ -124,7 +124,7 @@ QString GeneralUtil::GetUniqueFile(const QString& file, const QString& format, c
     if (file.isEmpty() || !QFile::exists(path))
         return file;
 
-    // One argument at a time, so that what a folder or a name holds can be a placeholder too.
+    // Fill in one argument at a time, because placeholders in the folder and the name are replaced too.
     const QFileInfo info(path);
     const QString withFolder
         = (append ? u"%1/%2%3"_s : u"%1/%3%2"_s).arg(Internal::QDirCleanPath(info.absolutePath()));
@@ -146,7 +146,7 @@ QString GeneralUtil::GetUniqueFile(const QString& file, const QString& format, c
         if (!QFile::exists(next))
             return next;
         if (!counts)
-            break; // all further candidates are this one
+            break; // every further candidate would be the same
     }
     return {};
 }
@@ -170,7 +170,7 @@ QString GeneralUtil::GetUniqueFile(const QString& folder, const QString& name, c
 
     const QString withFolder = u"%1/%2%3"_s.arg(parent);
     const QString withName = withFolder.arg(baseName);
-    // The format counts only when the separator brings a placeholder with it.
+    // Without a placeholder in the separator, this format has none: "%%1" alone is not replaced.
     return GetUniqueFile(withName.arg(ending), u"%1%%1"_s.arg(separator), QString(), true, 1);
 }
 
@@ -189,7 +189,7 @@ QString GeneralUtil::FixInvalidCharsInFileName(const QString& name, const QStrin
         else
             result += c;
     }
-    // Last, because the backslashes of a replacement are replaced as well.
+    // Backslashes come last, because those in the replacement are replaced as well.
     return result.replace(u"\\"_s, replacement);
 }
 

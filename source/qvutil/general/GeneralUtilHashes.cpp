@@ -16,7 +16,7 @@ constexpr qint64 kKilobyte = 1024;
 constexpr qint64 kMegabyte = 1024 * kKilobyte;
 constexpr qint64 kGigabyte = 1024 * kMegabyte;
 
-// An empty path is told apart here, because Qt prints a warning for it.
+// Test for an empty path first: QFile::open warns about one.
 bool OpenForReading(QFile& file)
 {
     return !file.fileName().isEmpty() && file.open(QIODevice::ReadOnly);

@@ -19,7 +19,7 @@ namespace Quorvin::Util {
 namespace {
 
 constexpr wchar_t kSeparator = L'/';
-// A ':' at this index or later ends a scheme; before it, it ends a drive letter at most.
+// A ':' at this index or later ends a scheme. Before it, a ':' can only end a drive letter.
 constexpr qsizetype kMinimumSchemeLength = 2;
 
 bool HasScheme(const QString& path)
@@ -45,7 +45,7 @@ bool IsSame(QStringView left, QStringView right)
     return left.compare(right, Qt::CaseInsensitive) == 0;
 }
 
-// These two take paths that CleanPath has been through.
+// IsCleanParent and IsCleanParentOrSame expect clean paths.
 bool IsCleanParent(const QString& parent, const QString& child)
 {
     const QStringView start = QStringView(parent).chopped(IsRoot(parent) ? 1 : 0);
@@ -58,7 +58,7 @@ bool IsCleanParentOrSame(const QString& parent, const QString& child)
     return IsSame(parent, child) || IsCleanParent(parent, child);
 }
 
-// What counts as absolute, on every system, is a path with a drive letter or a scheme, and a UNC path.
+// On every system, a path is absolute if it has a drive letter or a scheme, or is a UNC path.
 bool IsAbsolute(const QString& path)
 {
     return path.contains(u':') || GeneralUtil::IsUNCPath(path);
@@ -70,10 +70,10 @@ QString BaseFolder(const QString& base, bool baseIsFile)
                                               : base);
 }
 
-// A clean path, taken apart.
+// The parts of a clean path.
 struct PathParts
 {
-    QString Scheme; // with its ':', in lower case; empty if there is none
+    QString Scheme; // including ':', in lower case; empty if there is none
     QStringList Segments;
 };
 
@@ -96,7 +96,7 @@ QString GeneralUtil::CleanPath(const QString& path)
     if (HasScheme(path))
         return result.replace(u'\\', u'/');
     if (HasDriveLetter(path))
-        result.replace(u'\\', u'/'); // Qt itself does this on Windows alone
+        result.replace(u'\\', u'/'); // Qt does this on Windows only
     result = Internal::QDirCleanPath(result.trimmed());
     if (IsRoot(result))
         return result;

@@ -76,7 +76,7 @@ int StringUtil::ResolveVariables(QString& text, const QMap<QString, QString>& va
 bool StringUtil::GetKeyValue(const QString& key, QMap<QString, QString> map, QString& value, bool ignoreCase)
 {
     const QString* found = FindValue(map, key, ignoreCase);
-    value = found != nullptr ? *found : QString(); // only now: the key may be the same object
+    value = found != nullptr ? *found : QString(); // not earlier: the key may be the same object
     return found != nullptr;
 }
 

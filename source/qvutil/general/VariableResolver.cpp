@@ -12,7 +12,7 @@ namespace {
 
 constexpr QStringView kVariableStart = u"$(";
 
-// Equal for two names if, and only if, they compare as equal without regard to case.
+// Folds a name such that two folded names are equal exactly if the names compare equal case-insensitively.
 QString Folded(const QString& name)
 {
     QString folded = name;
@@ -54,7 +54,7 @@ int VariableResolver::Resolve(QString& text)
         if (isStart && !IsPatternSpace(mRest[static_cast<size_t>(start - 2)])) {
             const qsizetype stop = FindStop(start - 3);
             if (stop < 0)
-                break; // nor is there one for those that follow
+                break; // the rest contains no reference either
             const QString* const value
                 = mRest[static_cast<size_t>(stop)] == u')' ? FindValue(start - 2, stop) : nullptr;
             if (value != nullptr) {
@@ -83,9 +83,9 @@ QChar VariableResolver::Take()
     return c;
 }
 
-// Index of the next ')' or blank at or after a place (that is at or below its index); -1 if there is none.
-// What has been searched is not searched again: a value, which would change the answer, takes the place of
-// all characters up to it.
+// Finds the next ')' or white space at or after a position of the text, which is at or below that index of
+// mRest; -1 if there is none. Characters are searched only once: a value, which would change the result,
+// always replaces all characters up to the stop.
 qsizetype VariableResolver::FindStop(qsizetype from)
 {
     if (from <= mStopFrom && from >= mStop)
@@ -100,12 +100,12 @@ qsizetype VariableResolver::FindStop(qsizetype from)
     return mStop;
 }
 
-// The value for the name whose characters lie from one index down to another.
+// Returns the value for the name between two indexes of mRest.
 const QString* VariableResolver::FindValue(qsizetype nameBegin, qsizetype nameEnd)
 {
     const qsizetype size = nameBegin - nameEnd;
     if (!mNameLengths.contains(size))
-        return nullptr; // a name that is too long is not looked at
+        return nullptr; // no name has this length
     QString name(size, Qt::Uninitialized);
     for (qsizetype i = 0; i < size; ++i)
         name[i] = mRest[static_cast<size_t>(nameBegin - i)];

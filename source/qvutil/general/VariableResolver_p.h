@@ -16,22 +16,22 @@
 
 namespace Quorvin::Util::Internal {
 
-/// Substitutes references $(name) in any number of texts. The work is proportional to the characters read and
-/// written, however the references lie in one another.
+/// Replaces references of the form $(name) in any number of texts. The time needed is linear in the number of
+/// characters read and written, however references are nested.
 class VariableResolver
 {
 public:
-    /// \param variables   name to value; must outlive the resolver
-    /// \param ignoreCase  whether a name that is not found as it stands is looked up in any case; of several
-    ///                    spellings the first in the order of the map counts
+    /// \param variables   names and values; must outlive the resolver
+    /// \param ignoreCase  whether a name without an exact match is compared case-insensitively; if several
+    ///                    names match, the first in the order of the map is used
     VariableResolver(const QMap<QString, QString>& variables, bool ignoreCase);
 
-    /// Substitutes the references in \p text from left to right. Behind a reference, substituted or not, the
-    /// search goes on at the character after its first, so that references in a value count too.
-    /// \return the number of substitutions
+    /// Replaces the references in \p text from left to right. The search resumes one character after the
+    /// start of each reference, replaced or not, so that references in a value are replaced too.
+    /// \return the number of replacements
     int Resolve(QString& text);
 
-    /// \return characters that were read or written so far; tests watch how it grows
+    /// \return the number of characters read and written so far; tests check how it grows
     [[nodiscard]] qint64 GetWork() const { return mWork; }
 
 private:
@@ -43,13 +43,13 @@ private:
     const QMap<QString, QString>& mVariables;
     const bool mIgnoreCase;
     QSet<qsizetype> mNameLengths;
-    // By folded name; made when it is first needed.
+    // Values by folded name; filled on first use.
     std::optional<QHash<QString, const QString*>> mFolded;
 
-    // What has not been read yet, backwards, so that it begins at the end of the list: a value is put before
-    // it without moving it.
+    // The unread text in reverse order. It begins at the end of the list, so that inserting a value before it
+    // moves nothing.
     std::vector<QChar> mRest;
-    // Where a name ends that begins at or before mStopFrom, which lies at or before it.
+    // The cached result of FindStop for mStopFrom, which also holds for every index between the two.
     qsizetype mStop = -1;
     qsizetype mStopFrom = -1;
     qint64 mWork = 0;

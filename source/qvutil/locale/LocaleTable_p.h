@@ -12,7 +12,7 @@
 
 namespace Quorvin::Util::Internal {
 
-/// One locale. The texts are ASCII, end with a 0 and are filled up with 0.
+/// One locale. The texts are ASCII, terminated by 0 and padded with 0.
 struct LocaleRecord
 {
     char Name[16]; ///< language, script and region joined by '-'; unique
@@ -22,8 +22,8 @@ struct LocaleRecord
 };
 static_assert(sizeof(LocaleRecord) == 88);
 
-/// All locales that the library knows. The order, and the display names with their odd abbreviations, are
-/// part of the interface: hosts show and store them.
+/// All known locales. The order, and the display names with their odd abbreviations, are part of the
+/// interface: applications show and store them.
 // clang-format off
 inline constexpr std::array<LocaleRecord, 234> gLocales = {{
     { "af", "afr", 0x0036, "Afrikaans" },

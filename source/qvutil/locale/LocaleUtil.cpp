@@ -29,12 +29,12 @@ using Internal::LocaleRecord;
 constexpr quint32 kEnglishLcid = 0x0409;
 constexpr std::size_t kNameCapacity = sizeof(LocaleRecord::Name) - 1;
 
-// The identifier of the user's locale, as long as the most recent call of GetUserDefaultLocaleForMac left it.
+// The result of the most recent call of GetUserDefaultLocaleForMac.
 char cLocale[256];
 
-// A locale name in folded case as two numbers, so that a comparison takes two steps. The first character
-// stands in the most significant byte, the length in the least significant one: a 0 in a name is no end of
-// it.
+// A case-folded locale name as two numbers, which makes comparisons quick. The first character is the most
+// significant byte, and the length is the least significant one, so that a name with a 0 inside differs from
+// the name before it.
 struct NameKey
 {
     quint64 High = 0;
@@ -44,7 +44,7 @@ struct NameKey
     {
         (position < 8 ? High : Low) |= character << (56 - position % 8 * 8);
     }
-    // clang-tidy 14 takes the comparison's inner 0 for a pointer.
+    // clang-tidy 14 mistakes the 0 in the generated comparison for a pointer.
     constexpr auto operator<=>(const NameKey&) const = default; // NOLINT(modernize-use-nullptr): see above
 };
 
@@ -63,7 +63,7 @@ constexpr NameKey MakeKey(const LocaleRecord& record)
     return key;
 }
 
-// The key of any text; none if no record can have such a name.
+// Returns the key of any text; nullopt if no locale can have such a name.
 std::optional<NameKey> MakeKey(QStringView name)
 {
     const auto length = static_cast<std::size_t>(name.size());
@@ -71,7 +71,7 @@ std::optional<NameKey> MakeKey(QStringView name)
         return {};
     NameKey key;
     for (std::size_t i = 0; i < length; ++i) {
-        // Beyond ASCII, too, there are characters that fold to a letter: long s and the Kelvin sign.
+        // Some characters outside ASCII fold to an ASCII letter: long s and the Kelvin sign.
         const char16_t unit = name[static_cast<qsizetype>(i)].unicode();
         const char16_t folded = unit < 0x80 ? static_cast<char16_t>(FoldAscii(static_cast<char>(unit)))
                                             : QChar(unit).toCaseFolded().unicode();
@@ -83,14 +83,14 @@ std::optional<NameKey> MakeKey(QStringView name)
     return key;
 }
 
-// The table in the order of a key, so that a record can be found without a walk.
+// The table sorted by a key, for binary search.
 template <typename Key> struct Index
 {
     struct Entry
     {
         Key Value{};
-        quint8 Position = 0; ///< in gLocales
-        // of equal keys the one that comes first in the table
+        quint8 Position = 0; ///< index in gLocales
+        // Records with equal keys keep the order of the table.
         constexpr auto operator<=>(const Entry&) const = default; // NOLINT(modernize-use-nullptr): as above
     };
     std::array<Entry, gLocales.size()> Entries{};
@@ -114,14 +114,14 @@ template <typename Key> struct Index
 constexpr Index<NameKey> gNameIndex([](const LocaleRecord& record) { return MakeKey(record); });
 constexpr Index<quint32> gLcidIndex([](const LocaleRecord& record) { return record.Lcid; });
 
-// The record of a name, null if there is none.
+// Returns the record for a name; null if there is none.
 const LocaleRecord* FindRecord(QStringView name)
 {
     const std::optional<NameKey> key = MakeKey(name);
     return key ? gNameIndex.Find(*key) : nullptr;
 }
 
-// The user's locale in the form of the table's names.
+// Returns the name of the user's locale, with '-' as in the table.
 QString UserLocaleName()
 {
     return QString::fromUtf8(LocaleUtil::GetUserDefaultLocaleForMac()).replace(u'_', u'-');
@@ -131,7 +131,7 @@ QString UserLocaleName()
 
 quint32 LocaleUtil::LocaleNameToLCID(const QString& name)
 {
-    const LocaleRecord* const record = FindRecord(name); // none is named "C", nor has an empty name
+    const LocaleRecord* const record = FindRecord(name); // no record has the name "C" or an empty name
     return record != nullptr ? record->Lcid : GetUserDefaultLCIDForMac();
 }
 

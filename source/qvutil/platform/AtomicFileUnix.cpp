@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: 2026 The QvUtil developers
 // SPDX-License-Identifier: MIT
 
-// How all Unix systems save files safely.
+// Atomic writes on all Unix systems.
 
 #include "platform/Platform_p.h"
 #include "platform/UnixFile_p.h"
@@ -20,13 +20,13 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-// QSaveFile does not serve here: each killed save leaves one more temporary file behind, a loop of links is
-// replaced by a file, the owner changes, and a file whose name fills the system's limit cannot be saved.
+// QSaveFile is not used, because every killed save leaves another temporary file, a loop of links is replaced
+// with a file, the owner changes, and a file whose name has the maximum length cannot be saved.
 
 namespace Quorvin::Util::Platform {
 namespace {
 
-constexpr int kMostLinks = 40; // as many as the kernel follows
+constexpr int kMostLinks = 40; // the kernel's limit
 constexpr int kMostSavers = 1000;
 constexpr qsizetype kLongestName = 255;
 
@@ -36,17 +36,17 @@ bool WriteDirectly(const QString& path, const QByteArray& content)
     if (!file.open(QIODevice::WriteOnly | QIODevice::Truncate))
         return false;
     const bool written = file.write(content) == content.size() && file.flush();
-    file.close(); // what the last write could not store may show only now
+    file.close(); // an error of the last write may only be reported now
     return written && file.error() == QFileDevice::NoError;
 }
 
-// Follows the links at the end of a path, also where the last one leads to nothing.
+// Follows the links at the end of a path, even if the last one is dangling.
 std::optional<QByteArray> FollowLinks(QByteArray path)
 {
     for (int i = 0; i < kMostLinks; ++i) {
         QByteArray target(4096, '\0');
         const ssize_t size = readlink(path.constData(), target.data(), static_cast<size_t>(target.size()));
-        if (size < 0) // no link, or nothing there
+        if (size < 0) // not a link, or missing
             return path;
         if (size == 0 || size == target.size())
             return std::nullopt;
@@ -56,7 +56,8 @@ std::optional<QByteArray> FollowLinks(QByteArray path)
     return std::nullopt;
 }
 
-// Every saver of a file uses the same few names, so that what a killed one left is found by the next.
+// Every save of a file uses the same few names, so that the next save finds the temporary file of a killed
+// one.
 QByteArray TemporaryName(const QByteArray& path, int number)
 {
     const qsizetype folderSize = path.lastIndexOf('/') + 1;
@@ -67,16 +68,16 @@ QByteArray TemporaryName(const QByteArray& path, int number)
     return path.left(folderSize) + '.' + name + suffix;
 }
 
-// A saver holds the lock on its temporary file from its creation to its renaming or removal. So whoever gets
-// the lock, and finds the file still under its name, has it for himself. Where files cannot be locked, which
-// each file system says in its own way, nobody takes another's file for a leftover.
+// A save holds the lock on its temporary file from creation to renaming or removal. Holding the lock while
+// the name still leads to the same inode means sole ownership. On file systems without locks, which report
+// this in different ways, no temporary file counts as stale.
 bool Lock(const FileDescriptor& file, const QByteArray& path)
 {
     const bool taken = flock(file.Get(), LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK;
     return !taken && IsFileAt(path, file.Get());
 }
 
-// The temporary file that a killed saver has left, under its lock; not open if there is none, or one in use.
+// Opens and locks a stale temporary file. The result is not open if there is none, or if the file is in use.
 FileDescriptor OpenLeftover(const QByteArray& path)
 {
     FileDescriptor file(open(path.constData(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
@@ -85,14 +86,14 @@ FileDescriptor OpenLeftover(const QByteArray& path)
     return isOurs ? std::move(file) : FileDescriptor();
 }
 
-// \return false if there is none, or one in use
+// \return false if there is none, or if it is in use
 bool RemoveLeftover(const QByteArray& path)
 {
     const FileDescriptor file = OpenLeftover(path);
     return file.IsOpen() && unlink(path.constData()) == 0;
 }
 
-// A new file beside the target, under its lock. The operations give 0 or the system's error number.
+// A locked temporary file beside the target. The operations return 0 or the system's error number.
 class TemporaryFile
 {
 public:
@@ -127,11 +128,11 @@ public:
             at += written;
             left -= written;
         }
-        // A file system that cannot do it says EINVAL or the like; one that lost data says EIO or ENOSPC.
+        // A file system without fsync reports EINVAL or ENOTSUP; one that lost data reports EIO or ENOSPC.
         return fsync(mFile.Get()) == 0 || errno == EINVAL || errno == ENOTSUP ? 0 : errno;
     }
 
-    // Owner and group stay as far as this user may give files away.
+    // Copies the permissions, and owner and group as far as this user may change them.
     int TakeRightsOf(const struct stat& old)
     {
         struct stat status;
@@ -143,7 +144,7 @@ public:
                 || fchown(mFile.Get(), kSameOwner, old.st_gid) == 0);
         constexpr mode_t kModeBits = 07777;
         if (!given && (status.st_mode & kModeBits) == (old.st_mode & kModeBits))
-            return 0; // not every file system has modes to set
+            return 0; // some file systems have no permissions to set
         return fchmod(mFile.Get(), old.st_mode & kModeBits) == 0 ? 0 : errno;
     }
 
@@ -161,7 +162,7 @@ private:
         if (!file.IsOpen())
             return errno;
         if (!Lock(file, mName))
-            return EEXIST; // another saver has just taken it for a leftover, and removed it
+            return EEXIST; // another save took the file for a stale one and removed it
         mFile = std::move(file);
         return 0;
     }
@@ -171,19 +172,19 @@ private:
     bool mPublished = false;
 };
 
-// Whether a file may well be written though nothing can be made or renamed beside it: a folder without the
-// right to write, somebody else's file in a sticky folder, a single file mounted over another.
+// Returns whether the file may be writable although nothing can be created or renamed beside it: the folder
+// is not writable, the file belongs to another user in a sticky folder, or it is a mount point.
 bool MayBeWrittenDirectly(int error)
 {
     return error == EACCES || error == EPERM || error == EROFS || error == EBUSY || error == EXDEV
         || error == ENAMETOOLONG || error == EEXIST;
 }
 
-// Gives 0 or the system's error number.
+// Returns 0 or the system's error number.
 int ReplaceRegularFile(const QByteArray& target, const struct stat* old, const QByteArray& content)
 {
     TemporaryFile file;
-    // Until the rights of the old file are taken over, nobody else may read the new content.
+    // Nobody else may read the new content before it has the permissions of the old file.
     int error = file.Open(target, old != nullptr ? 0600 : 0666);
     if (error == 0)
         error = file.Write(content);
@@ -196,7 +197,7 @@ int ReplaceRegularFile(const QByteArray& target, const struct stat* old, const Q
 
 bool ReplaceFile(const QString& path, const QByteArray& content)
 {
-    // A file that a load finds through one of Qt's search paths ("prefix:name") is saved where it was found.
+    // A file that was loaded through one of Qt's search paths ("prefix:name") is saved where it was found.
     const QByteArray encoded = QFile::encodeName(QFileInfo(path).filePath());
     if (encoded.isEmpty() || encoded.contains('\0') || encoded.endsWith('/'))
         return false;
@@ -204,10 +205,10 @@ bool ReplaceFile(const QString& path, const QByteArray& content)
     const bool exists = stat(encoded.constData(), &old) == 0;
     if (!exists && errno != ENOENT)
         return false;
-    // Names that begin with a colon are resources, which Qt knows better than the system.
+    // A name that begins with ':' is a Qt resource.
     if (encoded.startsWith(':') || (exists && !S_ISREG(old.st_mode)))
         return WriteDirectly(path, content);
-    // A file that must not be written must not be replaced either.
+    // A read-only file must not be replaced either.
     if (exists && !FileDescriptor(open(encoded.constData(), O_WRONLY | O_CLOEXEC)).IsOpen())
         return false;
     const std::optional<QByteArray> target = FollowLinks(encoded);

@@ -12,8 +12,8 @@ Q_FORWARD_DECLARE_OBJC_CLASS(NSString);
 
 namespace Quorvin::Util::Platform {
 
-/// Converts a Foundation string. On macOS only.
-/// \param string  the string, not retained
+/// Converts a Foundation string. Only available on macOS.
+/// \param string  the string; not retained
 /// \return its text; empty if \p string is null
 [[nodiscard]] QString FromFoundation(NSString* string);
 

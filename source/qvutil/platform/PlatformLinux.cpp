@@ -27,8 +27,8 @@ using namespace Qt::StringLiterals;
 namespace Quorvin::Util::Platform {
 namespace {
 
-// The first absolute path of a colon-separated variable. Relative ones mean nothing there: they would point
-// somewhere else in each process.
+// Returns the first absolute path in a colon-separated variable. Relative paths are skipped: their meaning
+// would depend on the current folder.
 QString FirstAbsolutePath(const char* variable)
 {
     const QString value = QFile::decodeName(qgetenv(variable));
@@ -39,11 +39,11 @@ QString FirstAbsolutePath(const char* variable)
     return {};
 }
 
-// The canonical form of a path that exists, otherwise empty.
+// Returns the canonical form of a path; empty if it does not exist.
 QByteArray CanonicalPath(const QByteArray& path)
 {
     if (path.contains('\0'))
-        return {}; // no file has such a name; the system would see only what stands before
+        return {}; // not a file name: the system would stop reading at the zero
     const std::unique_ptr<char, decltype(&std::free)> resolved(::realpath(path.constData(), nullptr),
                                                                &std::free);
     return QByteArray(resolved.get());
@@ -51,10 +51,10 @@ QByteArray CanonicalPath(const QByteArray& path)
 
 bool ProcessExists(pid_t processId)
 {
-    return ::kill(processId, 0) == 0 || errno == EPERM; // not permitted: somebody else's process
+    return ::kill(processId, 0) == 0 || errno == EPERM; // EPERM: the process belongs to another user
 }
 
-// What the kernel's status page of a process tells about it.
+// The fields of a process's status file.
 struct ProcessStatus
 {
     char State = 0;
@@ -62,7 +62,7 @@ struct ProcessStatus
     int Threads = 0;
 };
 
-// Reads /proc/<id>/status, lines of the form "Name:\tvalue". Nothing is set when the page cannot be read.
+// Reads /proc/<id>/status, which has lines of the form "Name:\tvalue". If it cannot be read, nothing is set.
 ProcessStatus ReadProcessStatus(pid_t processId)
 {
     ProcessStatus status;
@@ -87,7 +87,7 @@ ProcessStatus ReadProcessStatus(pid_t processId)
 int AppendLibrary(dl_phdr_info* info, std::size_t /*size*/, void* context)
 {
     static_cast<QStringList*>(context)->append(QFile::decodeName(info->dlpi_name));
-    return 0; // go on
+    return 0; // continue the iteration
 }
 
 bool IsVersionPart(QStringView part)
@@ -134,7 +134,7 @@ QString ResolveSymbolicLinks(const QString& path)
 
     const QByteArray whole
         = QFile::encodeName(path.startsWith(u'/') ? path : QDir::currentPath() + u'/' + path);
-    // The longest leading part that exists is the one to resolve; "/" always does.
+    // Resolve the longest leading part that exists; "/" always does.
     for (qsizetype length = whole.size(); length > 0; length = whole.lastIndexOf('/', length - 1)) {
         const QByteArray resolved = CanonicalPath(whole.left(length));
         if (!resolved.isEmpty())
@@ -145,8 +145,8 @@ QString ResolveSymbolicLinks(const QString& path)
 
 bool IsProcessRunning(qint64 processId)
 {
-    // 0 and negative numbers address groups of processes, and a larger number would be cut to another
-    // process's.
+    // 0 and negative numbers address process groups, and a larger number would be truncated to the id of
+    // another process.
     if (processId < 1 || processId > std::numeric_limits<pid_t>::max())
         return false;
     const auto id = static_cast<pid_t>(processId);
@@ -155,10 +155,10 @@ bool IsProcessRunning(qint64 processId)
 
     const ProcessStatus status = ReadProcessStatus(id);
     if (status.State == 0)
-        return ProcessExists(id); // ended just now, or its page is not shown to us
+        return ProcessExists(id); // it has just ended, or its status file is not accessible
     if (status.ThreadGroup != processId)
-        return false; // the id of a thread
-    // A main thread that has ended before the others looks like a zombie, but its process goes on.
+        return false; // the id is that of a thread
+    // If the main thread ends before the others, the process looks like a zombie but is still running.
     return (status.State != 'Z' && status.State != 'X') || status.Threads > 1;
 }
 
@@ -166,8 +166,8 @@ QStringList GetLoadedLibraries()
 {
     QStringList paths;
     ::dl_iterate_phdr(&AppendLibrary, &paths);
-    paths.pop_front(); // the program, which always comes first
-    paths.removeIf([](const QString& path) { return !path.contains(u'/'); }); // the kernel's own, not a file
+    paths.pop_front(); // the program, which is always first
+    paths.removeIf([](const QString& path) { return !path.contains(u'/'); }); // the vDSO has no file
     return paths;
 }
 
@@ -195,12 +195,13 @@ qsizetype EnlargeSendBuffer(qintptr socket, int bytes)
     socklen_t length = sizeof(size);
     if (::getsockopt(descriptor, SOL_SOCKET, SO_SNDBUF, &size, &length) == -1)
         return 0;
-    // The kernel doubles what it is asked for, up to twice net.core.wmem_max, and tells the doubled size.
+    // The kernel doubles the requested size, limited to twice net.core.wmem_max, and returns the doubled
+    // size.
     if (size / 2 < bytes) {
         ::setsockopt(descriptor, SOL_SOCKET, SO_SNDBUF, &bytes, sizeof(bytes));
         ::getsockopt(descriptor, SOL_SOCKET, SO_SNDBUF, &size, &length);
     }
-    // Each piece of some 36 KiB costs its administration too: 4 KiB at the most.
+    // The kernel's overhead is up to 4 KiB for every 36 KiB of data.
     return size - size / 8;
 }
 
@@ -221,7 +222,7 @@ std::optional<quint32> GetPeerUserId(qintptr socket)
 
 qsizetype GetLongestSocketPath()
 {
-    // Qt leaves room for a zero at both ends, as an abstract name would need it.
+    // Qt reserves a byte at each end of the path, as for an abstract name.
     return static_cast<qsizetype>(sizeof(sockaddr_un::sun_path)) - 2;
 }
 

@@ -22,7 +22,7 @@ using namespace Qt::StringLiterals;
 namespace Quorvin::Util {
 namespace {
 
-// Releases what Foundation hands out on the way, since the host's thread need not have a pool.
+// Releases temporary Foundation objects, because the caller's thread may have no pool.
 class AutoreleasePool
 {
 public:
@@ -34,7 +34,7 @@ private:
     NSAutoreleasePool* mPool = [[NSAutoreleasePool alloc] init];
 };
 
-// The first folder of a standard kind, as the system gives it; empty if it has none.
+// Returns the first of the system's standard folders of a kind; empty if there is none.
 QString FindFolder(NSSearchPathDirectory directory, NSSearchPathDomainMask domain)
 {
     const AutoreleasePool pool;
@@ -49,8 +49,8 @@ QByteArray ReadIdentifier(CFStringRef identifier)
         text = CFStringGetCStringPtr(identifier, kCFStringEncodingUTF8);
     if (text != nullptr)
         return text;
-    // The size passed leaves no room for the terminator, so that the call may well fail; the buffer is
-    // then of no defined content.
+    // The size passed leaves no room for the terminator, so that the call may fail and leave the buffer
+    // undefined.
     const CFIndex length = CFStringGetLength(identifier);
     std::vector<char> buffer(static_cast<std::size_t>(length) + 1);
     const bool converted = CFStringGetCString(identifier, buffer.data(), length, kCFStringEncodingUTF8) != 0;
@@ -63,7 +63,7 @@ namespace Platform {
 
 QString FromFoundation(NSString* string)
 {
-    const NSUInteger length = [string length]; // of nil: 0
+    const NSUInteger length = [string length]; // 0 for nil
     std::vector<unichar> units(length);
     [string getCharacters:units.data() range:NSMakeRange(0, length)];
     static_assert(sizeof(unichar) == sizeof(char16_t));
@@ -103,7 +103,7 @@ QString ResolveSymbolicLinks(const QString& path)
 
 bool IsProcessRunning(qint64 processId)
 {
-    // A larger number would be cut to the id of another process.
+    // A larger number would be truncated to the id of another process.
     if (processId < std::numeric_limits<pid_t>::min() || processId > std::numeric_limits<pid_t>::max())
         return false;
     const AutoreleasePool pool;
@@ -116,7 +116,7 @@ QStringList GetLoadedLibraries()
     QStringList paths;
     const uint32_t count = _dyld_image_count();
     for (uint32_t i = 0; i < count; ++i) {
-        // Another thread may unload an image meanwhile; the loader answers null then.
+        // If another thread unloads an image meanwhile, the loader returns null.
         const mach_header* const header = _dyld_get_image_header(i);
         const char* const name = _dyld_get_image_name(i);
         if (header != nullptr && header->filetype == MH_DYLIB && name != nullptr)
@@ -132,7 +132,7 @@ QLatin1StringView GetLibrarySuffix()
 
 QStringView RemoveLibraryVersion(QStringView fileName)
 {
-    return fileName; // the version stands before the suffix and is part of the name
+    return fileName; // the version precedes the suffix and is part of the name
 }
 
 qsizetype EnlargeSendBuffer(qintptr socket, int bytes)
@@ -142,7 +142,7 @@ qsizetype EnlargeSendBuffer(qintptr socket, int bytes)
     socklen_t length = sizeof(size);
     if (::getsockopt(descriptor, SOL_SOCKET, SO_SNDBUF, &size, &length) == -1)
         return 0;
-    // More than kern.ipc.maxsockbuf is refused, not cut down to it.
+    // A request above kern.ipc.maxsockbuf fails; it is not reduced to that limit.
     for (int wish = bytes; wish > size; wish /= 2) {
         if (::setsockopt(descriptor, SOL_SOCKET, SO_SNDBUF, &wish, sizeof(wish)) == 0)
             break;
@@ -170,7 +170,7 @@ std::optional<quint32> GetPeerUserId(qintptr socket)
 
 qsizetype GetLongestSocketPath()
 {
-    return static_cast<qsizetype>(sizeof(sockaddr_un::sun_path)) - 1; // a zero ends it
+    return static_cast<qsizetype>(sizeof(sockaddr_un::sun_path)) - 1; // for the terminating 0
 }
 
 void WriteDebugOutput(const QString& /*text*/) { }

@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: 2026 The QvUtil developers
 // SPDX-License-Identifier: MIT
 
-// What all Unix systems answer alike.
+// What is the same on all Unix systems.
 
 #include "platform/Platform_p.h"
 #include "platform/UnixFile_p.h"
@@ -26,9 +26,10 @@
 namespace Quorvin::Util::Platform {
 namespace {
 
-// No system waits for such a lock for a limited time: it is asked now and then. Each holder sets the file's
-// time, and the wait begins anew when that changes: many processes that take turns are not one that is
-// stopped. \return 0, or what LockFile returns
+// Waits for the lock on a file. No system has a time-out for flock, so this polls. Each holder updates the
+// file's modification time, which restarts the deadline: many processes that take turns differ from one that
+// hangs.
+// \return 0, or what LockFile returns
 int WaitForLock(int file, int timeoutMs)
 {
     constexpr int kPauseMs = 2;
@@ -51,7 +52,7 @@ int WaitForLock(int file, int timeoutMs)
     return 0;
 }
 
-// Another user, who may make a file in the folder for temporary files first, could keep it locked.
+// Rejects a file of another user, who could keep it locked, and might create it first in a shared folder.
 bool IsOwnRegularFile(int descriptor)
 {
     struct stat file = {};
@@ -63,7 +64,7 @@ FileIdentity IdentityOf(const struct stat& file)
     return {static_cast<quint64>(file.st_dev), static_cast<quint64>(file.st_ino)};
 }
 
-// A folder that only this user can look into, in the folder of a path. It goes with what is in it.
+// A folder next to a path that only this user can access. Destroying the object removes it with its file.
 class PrivateFolder
 {
 public:
@@ -81,7 +82,7 @@ public:
     Q_DISABLE_COPY_MOVE(PrivateFolder)
 
     [[nodiscard]] bool Exists() const { return mExists; }
-    /// The path of the one file in it.
+    /// Returns the path of the one file in the folder.
     [[nodiscard]] QByteArray FilePath() const { return mPath + "/s"; }
 
 private:
@@ -89,10 +90,10 @@ private:
     bool mExists;
 };
 
-// All but the last step of ListenAt: a socket that listens at some path. Not open if that failed.
+// Performs all but the last step of ListenAt. The result is not open if it failed.
 FileDescriptor ListenPrivately(const QByteArray& path)
 {
-    constexpr int kMaxWaitingClients = 50; // as many as QLocalServer allows
+    constexpr int kMaxWaitingClients = 50; // as in QLocalServer
     sockaddr_un address = {};
     address.sun_family = AF_UNIX;
     if (path.size() >= static_cast<qsizetype>(sizeof(address.sun_path))) {
@@ -108,11 +109,11 @@ FileDescriptor ListenPrivately(const QByteArray& path)
     return socket;
 }
 
-// Gives a file its final name. \return false, and errno, if that failed
+// Moves a socket file to its final name. \return false, with errno set, if that failed
 bool MoveSocket(const QByteArray& from, const QByteArray& to, ExistingSocket existing)
 {
     if (existing == ExistingSocket::Keep)
-        return ::link(from.constData(), to.constData()) == 0; // fails if there is anything
+        return ::link(from.constData(), to.constData()) == 0; // fails if the name exists
     struct stat there = {};
     if (::lstat(to.constData(), &there) == 0 && !S_ISSOCK(there.st_mode)) {
         errno = EEXIST;

@@ -14,109 +14,105 @@
 
 // Internal, not API: may change in any version.
 
-/// Everything that a port of the library to another system has to answer. Each system has one source file
-/// beside this header that defines all of these functions; the rest of the library knows no system.
+/// The functions that a port of the library to another system has to implement. Each system has a source file
+/// beside this header; no other code of the library depends on the system.
 ///
-/// The answers are the system's own, as it gives them: cleaning a path, choosing a row of a table or a
-/// fallback is the business of the callers, which are the same everywhere. No function throws, none keeps
-/// state, and all may be called from any thread.
+/// Results are returned as the system gives them. The callers, which are the same on all systems, clean
+/// paths, look up table rows and choose fallbacks. All functions are thread-safe; none throws or keeps state.
 namespace Quorvin::Util::Platform {
 
-// The user
+// User
 
-/// Tells which locale the user has chosen, read afresh on each call.
-/// \return language and region joined by '_' (en_GB), in UTF-8, without codeset and modifier; whatever
-///         further parts the system has are kept; empty when the user has chosen none
+/// Returns the user's locale. The system is queried at each call.
+/// \return language and region joined by '_' (en_GB), in UTF-8, without codeset and modifier, but with any
+///         further parts that the system has; empty if the user has set none
 [[nodiscard]] QByteArray GetUserLocaleIdentifier();
 
 // Folders. They need not exist.
 
-/// \return absolute path of the folder under which applications keep data for the current user
+/// \return absolute path of the folder for the current user's application data
 [[nodiscard]] QString GetUserApplicationSupportFolder();
 
-/// \return absolute path of the folder under which applications keep data for all users of the machine
+/// \return absolute path of the folder for the application data of all users
 [[nodiscard]] QString GetMachineApplicationSupportFolder();
 
-/// \return absolute path of the folder of the system's own libraries
+/// \return absolute path of the folder of the system's libraries
 [[nodiscard]] QString GetSystemLibraryFolder();
 
 // Files
 
-/// Replaces the symbolic links in \p path by what they point to, as far as the system follows them.
-/// \param path  absolute or relative; an empty one is returned as it is
-/// \return the resolved path, not necessarily a clean one; from the first part that cannot be followed on (it
-///         is missing, a link to nothing, a loop) \p path is kept as it stands. A relative result is relative
-///         to the folder that contains \p path.
+/// Resolves symbolic links in \p path as far as the system can.
+/// \param path  absolute or relative; an empty path is returned unchanged
+/// \return the resolved path, which need not be clean. From the first part that cannot be resolved (missing,
+///         a dangling link, a loop of links) \p path is kept unchanged. A relative result is relative to the
+///         folder that contains \p path.
 [[nodiscard]] QString ResolveSymbolicLinks(const QString& path);
 
 // Saving
 
-/// Replaces a file's content in one step: afterwards the file holds the old content or the new one, whatever
-/// happens in between (a killed process, a full disk). Symbolic links are followed, permissions kept, and
-/// owner and group as far as the user may give files away. Where that cannot be had, because the folder is
-/// not writable or \p path is no regular file, the content is written directly.
+/// Replaces a file's content atomically: the file holds either the old or the new content, even if the
+/// process is killed or the disk is full. Follows symbolic links and keeps permissions, and owner and group
+/// as far as the user may change them. If the folder is not writable, or \p path is not a regular file, the
+/// content is written directly.
 ///
-/// The new content goes to the hidden file ".NAME.saving" beside the target (".NAME.saving1" and so on while
-/// that is in use), under a lock. One that a killed process left is removed by the next save of the same
-/// file.
-/// \return false if the file cannot be opened for writing or not every byte could be written; errno is the
-///         reason then
+/// The new content goes to the hidden temporary file ".NAME.saving" beside the target (".NAME.saving1" and so
+/// on while that is in use), which is locked. The next save of the same file removes stale ones.
+/// \return false, with errno set, if the file cannot be opened for writing or not every byte could be written
 bool ReplaceFile(const QString& path, const QByteArray& content);
 
-/// Finds the temporary files that killed saves of a file have left beside it. The next save removes them.
-/// \return their paths; not those of saves that are under way
+/// Finds stale temporary files beside a file, which killed saves have left. The next save removes them.
+/// \return their paths, without those of saves in progress
 [[nodiscard]] QStringList FindAbandonedFiles(const QString& path);
 
 // Processes
 
-/// \param processId  any number; those that are no process id of this system give false
-/// \return whether that process runs, whoever its user is. One that has ended, but whose parent has not yet
-///         asked for its result, does not run.
+/// \param processId  any number; false if it is not a valid process id
+/// \return whether the process is running, whoever its user is. A zombie is not running.
 [[nodiscard]] bool IsProcessRunning(qint64 processId);
 
 // Loaded libraries
 
-/// Lists the dynamic libraries that are loaded into this process, in the loader's order, without the program
-/// itself and without what is no file.
-/// \return their paths as the loader spells them; a relative one is relative to the current folder
+/// Returns the dynamic libraries loaded into this process in the loader's order, without the program itself
+/// and images that are not files.
+/// \return their paths as the loader spells them; a relative path is relative to the current folder
 [[nodiscard]] QStringList GetLoadedLibraries();
 
-/// \return the ending of a library's file name, with its dot
+/// \return the suffix of library file names, including '.'
 [[nodiscard]] QLatin1StringView GetLibrarySuffix();
 
-/// \param fileName  file name of a loaded library, without folder
-/// \return \p fileName without the version that the system's habit writes behind the suffix;
-///         \p fileName itself where there is no such habit, or no version
+/// \param fileName  file name of a loaded library, without a folder
+/// \return \p fileName without the version that follows the suffix; unchanged if there is none, or if the
+///         system has no such convention
 [[nodiscard]] QStringView RemoveLibraryVersion(QStringView fileName);
 
-// Local sockets, by the descriptor that QLocalSocket gives
+// Local sockets, by the descriptor of a QLocalSocket
 
-/// Makes the send buffer larger; it never gets smaller.
-/// \param bytes  the size that is wished for
-/// \return size of the largest document that one write hands over completely while nothing else is under way;
-///         0 if the system does not tell
+/// Enlarges the send buffer; never shrinks it.
+/// \param bytes  the requested size
+/// \return maximum size of a frame that one write passes on completely while nothing else is queued; 0 if
+///         unknown
 [[nodiscard]] qsizetype EnlargeSendBuffer(qintptr socket, int bytes);
 
-/// \return bytes that were sent and that the receiver has not yet taken, in the system's way of counting;
-///         0 if there are none, or if the system does not tell
+/// \return bytes that were sent but not yet read by the receiver, as the system counts them; 0 if there are
+///         none, or if unknown
 [[nodiscard]] qint64 GetUnreadBytes(qintptr socket);
 
-/// Takes what is there, without waiting.
-/// \param bytes  array to append to
-/// \return false if there was nothing, or if the connection has ended
+/// Reads the available bytes without waiting.
+/// \param bytes  receives the bytes at its end
+/// \return false if there were none, or if the connection is closed
 bool ReadAvailable(qintptr socket, QByteArray& bytes);
 
-/// Waits until there is something to read, or the connection has ended.
-/// \return false if the time is over
+/// Waits until there is something to read or the connection is closed.
+/// \return false after the time-out
 bool WaitForBytes(qintptr socket, int timeoutMs);
 
-/// \return the user as whom the process at the other end runs; nothing if the system does not tell
+/// \return the user id of the process at the other end; nullopt if unknown
 [[nodiscard]] std::optional<quint32> GetPeerUserId(qintptr socket);
 
-/// \return the user as whom this process runs
+/// \return the user id of this process
 [[nodiscard]] quint32 GetUserId();
 
-/// What makes a file the one that it is, wherever it is moved.
+/// Identifies a file independently of its name.
 struct FileIdentity
 {
     quint64 Device = 0;
@@ -125,58 +121,58 @@ struct FileIdentity
     [[nodiscard]] bool operator==(const FileIdentity&) const = default;
 };
 
-/// \return what is at \p path, without following a link; nothing if nothing is there
+/// \return the identity of the file at \p path, without following a link; nullopt if there is none
 [[nodiscard]] std::optional<FileIdentity> GetFileIdentity(const QString& path);
 
-/// What ListenAt does with a socket that is at the path already.
+/// What ListenAt does with an existing socket at the path.
 enum class ExistingSocket {
     Replace,
     Keep,
 };
 
-/// A socket that listens, and its file.
+/// A listening socket and its file.
 struct ListeningSocket
 {
-    int Descriptor = -1; ///< -1 if it could not be made; the caller closes it
+    int Descriptor = -1; ///< -1 after a failure; owned by the caller
     FileIdentity File;
-    QString Error; ///< the reason if it could not be made
+    QString Error; ///< the reason for a failure
 };
 
-/// Makes a socket that only this user can reach and that listens at \p path. Its file appears there in one
-/// step, under which clients can connect at once. A file that is no socket is never replaced.
+/// Creates a listening socket that only this user can access. Its file appears at \p path atomically, when
+/// clients can already connect. A file that is not a socket is never replaced.
 [[nodiscard]] ListeningSocket ListenAt(const QString& path, ExistingSocket existing);
 
-/// \return size of the longest path, in bytes, at which a local server can listen
+/// \return maximum length in bytes of the path of a local server
 [[nodiscard]] qsizetype GetLongestSocketPath();
 
 // Locks between processes
 
-/// What LockFile does where there is no file yet.
+/// What LockFile does if the file does not exist.
 enum class LockFileMode {
     CreateIfMissing,
     OpenExisting,
 };
 
 /// What LockFile returns instead of a lock.
-inline constexpr int kLockFailed = -1; ///< the file cannot be made or opened, or is no file of this user
+inline constexpr int kLockFailed = -1; ///< no file, or not a regular file of this user
 inline constexpr int kLockTimedOut = -2; ///< another process keeps it locked
 
-/// Locks a file for this process, waiting for others to unlock it. The lock ends with the process at the
-/// latest. The file must be a regular one that belongs to this user; a symbolic link is not followed.
-/// \param timeoutMs  how long to wait for one holder; negative for as long as it takes
-/// \return what UnlockFile takes; kLockFailed or kLockTimedOut, which are negative
+/// Locks a file for this process, and waits while others hold the lock. When the process ends, the lock does
+/// too. The file must be a regular file of this user; symbolic links are not followed.
+/// \param timeoutMs  how long to wait for one holder, in milliseconds; if negative, there is no time-out
+/// \return a lock for UnlockFile; kLockFailed or kLockTimedOut, which are negative
 [[nodiscard]] int LockFile(const QString& path, LockFileMode mode = LockFileMode::CreateIfMissing,
                            int timeoutMs = -1);
 
-/// Ends a lock. The file stays.
-/// \param lock  what LockFile has returned; a negative one does nothing
+/// Releases a lock. The file is kept.
+/// \param lock  the result of LockFile; does nothing if it is negative
 void UnlockFile(int lock);
 
 // Debug output
 
-/// Hands a text for developers to the system's place for such texts, if it has one. The text is not looked at
-/// unless somebody will see it.
-/// \param text  one message; in the second form zero-terminated, and null is no message
+/// Writes a message for developers to the system's debug output, if there is one. The text is only read if
+/// the output is enabled.
+/// \param text  one message; terminated by 0 in the second overload, where null does nothing
 void WriteDebugOutput(const QString& text);
 void WriteDebugOutput(const wchar_t* text);
 

@@ -4,7 +4,7 @@
 #ifndef QVUTIL_UNIXFILE_P_H
 #define QVUTIL_UNIXFILE_P_H
 
-// This file is not part of the interface. It may change from one version to the next.
+// Internal, not API: may change in any version.
 
 #include <QByteArray>
 #include <QtGlobal>
@@ -15,7 +15,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-// What Unix code needs around file descriptors, for the library and its tool.
+// Helpers for file descriptors on Unix, for the library and its tool.
 namespace Quorvin::Util::Platform {
 
 /// Owns a file descriptor.
@@ -38,7 +38,7 @@ public:
 
     [[nodiscard]] bool IsOpen() const { return mDescriptor >= 0; }
     [[nodiscard]] int Get() const { return mDescriptor; }
-    /// Gives the descriptor away.
+    /// Returns the descriptor and gives up its ownership.
     [[nodiscard]] int Release() { return std::exchange(mDescriptor, -1); }
     void Close()
     {
@@ -50,7 +50,7 @@ private:
     int mDescriptor;
 };
 
-/// Repeats a system call that returns -1 for as long as a signal interrupts it. \return its result
+/// Repeats a system call that returns -1 while a signal interrupts it. \return its result
 template <typename Call> auto RepeatWhenInterrupted(Call call)
 {
     auto result = call();
@@ -64,8 +64,8 @@ template <typename Call> auto RepeatWhenInterrupted(Call call)
     return one.st_dev == other.st_dev && one.st_ino == other.st_ino;
 }
 
-/// Tells whether \p path still leads to an open file: another process may have removed or replaced the file.
-/// A symbolic link at \p path is not followed.
+/// Returns whether \p path still leads to an open file, which another process may have removed or replaced. A
+/// symbolic link at \p path is not followed.
 [[nodiscard]] inline bool IsFileAt(const QByteArray& path, int descriptor)
 {
     struct stat opened = {};
