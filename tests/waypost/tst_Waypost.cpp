@@ -307,7 +307,7 @@ void tst_Waypost::Window_isBuiltFromItsDocument()
     QCOMPARE(shown.Tours()->horizontalHeaderItem(2)->text(), u"Length"_s);
     QCOMPARE(shown.Tours()->accessibleName(), u"Tours"_s);
     QCOMPARE(shown.Window.findChild<QLabel*>(u"labelEmpty"_s)->text(),
-             u"No tours yet. Begin one with File > New tour."_s);
+             u"No tours yet. Create one with File > New tour."_s);
     QCOMPARE(shown.Window.windowTitle(), u"Waypost - untitled[*]"_s);
 }
 
@@ -319,7 +319,7 @@ void tst_Waypost::Language_data()
     QTest::addColumn<QString>("count");
 
     QTest::newRow("English") << 1 << u"&File"_s << u"Length"_s << u"0 tours, 0.0\u00a0km in all"_s;
-    QTest::newRow("German") << 2 << u"&Datei"_s << u"Länge"_s << u"0 Touren, zusammen 0,0\u00a0km"_s;
+    QTest::newRow("German") << 2 << u"&Datei"_s << u"Länge"_s << u"0 Touren, insgesamt 0,0\u00a0km"_s;
     QTest::newRow("Japanese") << 3 << u"ファイル(&F)"_s << u"距離"_s << u"ツアー0件、合計0.0\u00a0km"_s;
 }
 
@@ -382,7 +382,7 @@ void tst_Waypost::Conditions()
     QCOMPARE(enabled(), u"SaveAs Export Close Delete"_s);
     QTest::keyClick(shown.Points(), Qt::Key_Delete);
     QTRY_COMPARE(enabled(), u"Save SaveAs Export Close Undo"_s);
-    QCOMPARE(shown.Action(u"Undo"_s)->text(), u"&Undo deletion of waypoint"_s);
+    QCOMPARE(shown.Action(u"Undo"_s)->text(), u"&Undo delete waypoint"_s);
 }
 
 void tst_Waypost::EditingIsUndoneAndSaved()
@@ -477,8 +477,8 @@ void tst_Waypost::DamagedFileIsTold_data()
     QTest::addColumn<QString>("expected");
 
     QTest::newRow("tags do not match")
-        << QByteArray("<Tour>\n <Points>\n</Tour>") << u"%1 is damaged in line 3, column "_s;
-    QTest::newRow("another document") << QByteArray("<Settings/>") << u"%1 does not hold a tour."_s;
+        << QByteArray("<Tour>\n <Points>\n</Tour>") << u"%1 is damaged at line 3, column "_s;
+    QTest::newRow("another document") << QByteArray("<Settings/>") << u"%1 does not contain a tour."_s;
 }
 
 void tst_Waypost::DamagedFileIsTold()
