@@ -1,8 +1,9 @@
 // SPDX-FileCopyrightText: 2026 The QvUtil developers
 // SPDX-License-Identifier: MIT
 
-// Boolean expressions beside muParser, which is given '&' and '|' as operators. Both read the text anew each
-// time and look each operand up by its name; in every expression the result depends on all operands.
+// Boolean expressions, compared with muParser, where '&' and '|' are defined as operators. Both parse the
+// text anew each time and look up each operand by name. In every expression the result depends on all
+// operands.
 #include <qvutil/BooleanExpressionEvaluator.h>
 
 #include <QHash>

@@ -1,8 +1,8 @@
 // SPDX-FileCopyrightText: 2026 The QvUtil developers
 // SPDX-License-Identifier: MIT
 
-// Locale name to Windows locale identifier, beside ICU. Both are asked for all names of the table in turn,
-// each in the form that it takes: a QString with '-' here, 0-terminated bytes with '_' there.
+// Locale name to Windows locale identifier, compared with ICU. Both look up all names of the table in turn,
+// each in its own format: QString with '-', and 0-terminated bytes with '_'.
 #include "locale/LocaleTable_p.h"
 
 #include <qvutil/LocaleUtil.h>
@@ -66,7 +66,7 @@ void NameToIdentifier_ICU(benchmark::State& state)
 }
 BENCHMARK(NameToIdentifier_ICU)->Name("NameToIdentifier/raw ICU");
 
-// What the table would cost without its index.
+// The cost of a look-up without the index.
 void NameToIdentifier_PlainScan(benchmark::State& state)
 {
     const std::vector<QString>& names = Names();

@@ -1,7 +1,8 @@
 // SPDX-FileCopyrightText: 2026 The QvUtil developers
 // SPDX-License-Identifier: MIT
 
-// Messages between two processes, beside what else Qt has for that. The other process is this program again:
+// Messages between two processes, compared with Qt's other means. The other process is this program with
+// other arguments:
 //
 //   bench_Messaging --serve NAME ADDRESS     serves the contestant NAME until standard input is closed
 
@@ -41,7 +42,7 @@ namespace {
 constexpr int kRequests = 5000;
 constexpr int kMessages = 50'000;
 
-// One of each type that has a scalar value.
+// One parameter of each scalar type.
 QVariantMap SixParameters()
 {
     return {{u"count"_s, 42},
@@ -109,7 +110,7 @@ private:
     std::unique_ptr<Contestant> mClient;
 };
 
-// Started when first asked for; it idles while others are measured.
+// Started on first use; idle while others are measured.
 class Pairs
 {
 public:
@@ -125,7 +126,7 @@ private:
     std::map<std::string, std::unique_ptr<Pair>> mPairs;
 };
 
-// Median and 99th percentile of single requests.
+// Median and 99th percentile of the round trip of single requests.
 void RoundTrip(benchmark::State& state, Contestant* client, const QVariantMap& params)
 {
     if (client == nullptr)
@@ -151,7 +152,7 @@ void RoundTrip(benchmark::State& state, Contestant* client, const QVariantMap& p
     }
 }
 
-// Time per message, from the first one sent until all are counted at the other end.
+// Time per message, from sending the first until the receiver has counted all.
 void OneWay(benchmark::State& state, Contestant* client)
 {
     if (client == nullptr)
@@ -184,7 +185,7 @@ void RegisterExchanges(Pairs& pairs)
     };
     for (const ContestantKind& kind : AllKinds()) {
         for (const auto& [subject, params] : kRequestKinds) {
-            // Whether anybody waits for single messages makes no difference to requests.
+            // This contestant differs from the others only for messages, not for requests.
             if (kind.Name.ends_with("not waiting"))
                 continue;
             add("RoundTrip/" + kind.Name + '/' + subject, [&pairs, kind, params](benchmark::State& state) {
@@ -210,7 +211,7 @@ MessageInfo MakeMessage(const QVariantMap& params)
 
 using ThereAndBack = MessageInfo (*)(const MessageInfo&);
 
-// Encodes and decodes.
+// Encodes and decodes a message.
 void Codec(benchmark::State& state, const QVariantMap& params, ThereAndBack thereAndBack)
 {
     const MessageInfo message = MakeMessage(params);
@@ -263,7 +264,7 @@ void RegisterCodecs()
     add("XmlFiler and QDomDocument", Codec_XmlFiler);
 }
 
-// Encodes and decodes bytes alone.
+// Encodes and decodes base64.
 void RegisterBase64()
 {
     const QByteArray bytes = Bytes16KiB().value(u"bytes"_s).toByteArray();

@@ -22,8 +22,8 @@
 using namespace Qt::StringLiterals;
 using namespace Quorvin::Util;
 
-// Each family is named Subject/Contestant, so that the report can set the contestants side by side. The
-// first contestant named "raw…" of a subject is what the ratios refer to.
+// Families are named Subject/Contestant, so that the report can group them. Ratios refer to the first
+// contestant of a subject whose name begins with "raw".
 
 namespace {
 
@@ -32,7 +32,7 @@ QString SiblingName(int level, int index)
     return u"Node%1x%2"_s.arg(level).arg(index);
 }
 
-// Four levels; at each, the element on the path stands in the middle of its siblings.
+// Four levels. At each, the element on the path is in the middle of its siblings.
 constexpr int kLevels = 4;
 
 void FillTree(QDomDocument& document, int siblings)
@@ -102,7 +102,8 @@ void PathRead_QvUtil(benchmark::State& state)
         benchmark::DoNotOptimize(filer.ReadInt(path, name, -1));
 }
 
-// What a path costs that was not asked for before, or that a host which holds a node asks for.
+// The cost of a path that is not cached: one that is new, or any path after the application has taken a node
+// handle.
 void PathRead_QvUtilStepByStep(benchmark::State& state)
 {
     const int siblings = static_cast<int>(state.range(0));
@@ -130,7 +131,7 @@ void PathRead_QSettings(benchmark::State& state)
         benchmark::DoNotOptimize(settings.value(key).toInt());
 }
 
-// About one MiB of the kind of document that applications keep.
+// About 1 MiB of the kind of document that applications keep.
 QByteArray LargeDocument()
 {
     QDomDocument document;

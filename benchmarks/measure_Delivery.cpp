@@ -1,8 +1,8 @@
 // SPDX-FileCopyrightText: 2026 The QvUtil developers
 // SPDX-License-Identifier: MIT
 
-// How many messages arrive, by the size of their documents: sent one by one, and as fast as the caller can.
-// The receiver is this program again:
+// Counts how many messages arrive, by frame size: sent one by one, and as fast as possible. The receiver is
+// this program with other arguments:
 //
 //   measure_Delivery --serve NAME     until standard input is closed
 
@@ -37,14 +37,14 @@ namespace {
 
 constexpr int kAnswerTimeoutMs = 600'000;
 
-// What most systems allow for a socket's send buffer.
+// The send buffer limit of most systems.
 constexpr int kUsualLimit = 212'992;
 
-// In KiB; the last two are above what the usual limit allows.
+// In KiB; the last two exceed the usual limit.
 constexpr std::array kSizes = {1, 4, 16, 32, 36, 40, 64, 128, 192, 256, 512, 1024};
 constexpr int kAlwaysWhole = 256;
 
-// Numbers of one length, so that all documents have one size.
+// Numbers with the same number of digits, so that all frames have the same size.
 constexpr int kFirstNumber = 10'000;
 
 QString TextOf(qsizetype size)
@@ -60,7 +60,7 @@ QVariantMap ParamsOf(int number, const QString& text)
     return {{u"n"_s, number}, {u"text"_s, text}};
 }
 
-// The text that makes a document of that many bytes, if \p number is the number in it.
+// Returns the text that makes a frame of this size, if \p number is the number in it.
 QString TextForDocument(qsizetype size, int number)
 {
     return TextOf(size - PackMessage(u"Data"_s, ParamsOf(number, {})).size());
@@ -83,7 +83,7 @@ public:
         return true;
     }
 
-    // In order, once each, and whole.
+    // Checks that messages arrive in order, once each, and complete.
     void Receive(const QVariantMap& params)
     {
         const int number = params.value(u"n"_s, -1).toInt();
@@ -112,7 +112,7 @@ int Serve(const QString& name)
     return QCoreApplication::exec();
 }
 
-// Keeps all processors busy while it lives.
+// Keeps all processors busy for its lifetime.
 class Load
 {
 public:
@@ -159,7 +159,7 @@ public:
 
     [[nodiscard]] bool IsConnected() const { return mConnected; }
 
-    // Sends messages with documents of so many bytes. \return how many came; nothing if the receiver is gone
+    // Sends messages with frames of this size. \return how many arrived; nullopt if the receiver has ended
     std::optional<int> Send(qsizetype size, int count, bool paced)
     {
         const QString text = TextForDocument(size, kFirstNumber);
@@ -201,7 +201,7 @@ QString SystemSetting(const char* name)
     return file.open(QIODevice::ReadOnly) ? QString::fromLatin1(file.readAll().trimmed()) : u"unknown"_s;
 }
 
-// The largest document that is known to travel in one piece.
+// Returns the maximum size of a frame that is known to arrive in a single read.
 qsizetype LargestWhole(int limit)
 {
     std::array<int, 2> ends = {};

@@ -11,7 +11,7 @@
 
 namespace {
 
-// The same thousand settings that bench_XmlFiler writes.
+// The same thousand settings as in bench_XmlFiler.
 void Write1000AndSave_KConfig(benchmark::State& state)
 {
     QTemporaryDir dir;

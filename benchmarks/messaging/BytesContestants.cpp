@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: 2026 The QvUtil developers
 // SPDX-License-Identifier: MIT
 
-// Bytes without a meaning, as many as the library's documents have: what sockets and threads alone cost.
+// Opaque bytes, as many as in the library's frames: the cost of sockets and threads alone.
 
 #include "Contestant.h"
 #include "messaging/MessageCodec_p.h"
@@ -22,7 +22,7 @@ namespace {
 
 enum Kind : char { kAsk = 'a', kTell = 't', kCount = 'c' };
 
-// What a message is on the wire: its size, its kind and its bytes.
+// A message on the wire: its size, its kind and its bytes.
 QByteArray Frame(Kind kind, const QByteArray& bytes)
 {
     const quint32 size = static_cast<quint32>(bytes.size()) + 1;
@@ -41,7 +41,7 @@ QByteArray BytesOf(const QByteArray& frame)
     return frame.sliced(sizeof(quint32) + 1);
 }
 
-// Calls use with each complete message of what has come.
+// Calls a function with each complete message in the received bytes.
 class FrameReader
 {
 public:
@@ -65,7 +65,7 @@ private:
     QByteArray mBytes;
 };
 
-// What the server says to a message; empty if it says nothing.
+// Computes the server's answer to a message; empty if there is none.
 class Answerer
 {
 public:
@@ -93,7 +93,7 @@ void Write(QLocalSocket& socket, const QByteArray& frame)
     socket.flush();
 }
 
-// The document of a request, with everything in it that the library's has.
+// Returns a frame with everything that the library's request contains.
 QByteArray DocumentOf(const QVariantMap& params)
 {
     MessageInfo message;
@@ -128,7 +128,7 @@ public:
     }
 
 protected:
-    // Sends a request. \return the answer; empty if none came
+    // Sends a request. \return the answer; empty if none arrived
     virtual QByteArray Exchange(const QByteArray& frame) = 0;
 
     QByteArray mTell;
@@ -138,7 +138,7 @@ private:
     QByteArray mAnswer;
 };
 
-// A socket in a thread of its own, as the library has it at either end.
+// A socket in a thread of its own, as the library has it at both ends.
 class Worker : public QObject
 {
     Q_OBJECT
@@ -176,7 +176,7 @@ private:
     FrameReader mReader;
 };
 
-// The caller's end of such a thread.
+// The caller's side of such a thread.
 class Hops : public QObject
 {
     Q_OBJECT
@@ -262,7 +262,7 @@ int ServeHops(const QString& address)
     return QCoreApplication::exec();
 }
 
-// One thread at either end.
+// One thread at each end.
 class SocketContestant final : public BytesContestant
 {
 public:

@@ -11,7 +11,7 @@
 #include <string>
 #include <vector>
 
-/// One way for two processes to exchange messages. The other process is this program again.
+/// One way for two processes to exchange messages. The other process is this program with other arguments.
 class Contestant
 {
 public:
@@ -19,37 +19,38 @@ public:
     Q_DISABLE_COPY_MOVE(Contestant)
     virtual ~Contestant() = default;
 
-    /// Sets what Ask and Tell send from now on. Those who send bytes alone make them here.
+    /// Sets the parameters that Ask and Tell send from now on. Contestants that send only bytes encode them
+    /// here.
     virtual void SetParameters(const QVariantMap& params) = 0;
-    /// Sends a request and waits for the answer. \return false if none came
+    /// Sends a request and waits for the answer. \return false if none arrived
     [[nodiscard]] virtual bool Ask() = 0;
     /// \return whether the last answer's parameters are those of the request
     [[nodiscard]] virtual bool IsAnswered() const = 0;
-    /// Sends a message that the other process counts. \return false if it cannot be sent
+    /// Sends a message, which the other process counts. \return false if it cannot be sent
     [[nodiscard]] virtual bool Tell() = 0;
     /// Waits until the other process has counted all messages so far.
-    /// \return how many came since the last call; -1 if it does not answer
+    /// \return how many arrived since the last call; -1 if it does not answer
     [[nodiscard]] virtual int TakeCount() = 0;
 };
 
-/// The two ends of a contestant. Both are given the same address: the path of a file that is not there yet,
-/// in a folder that is removed in the end.
+/// The two ends of a contestant. Both get the same address: the path of a file that does not exist yet, in a
+/// folder that is removed at the end.
 struct ContestantKind
 {
     std::string Name;
-    /// Connects to the other process, which is ready. \return null if that fails
+    /// Connects to the other process, which is ready. \return null after a failure
     std::unique_ptr<Contestant> (*Connect)(const QString& address);
-    /// The other process: prints its readiness with AnnounceReady, and runs until the application quits.
+    /// Runs the other process: calls AnnounceReady, and returns when the application quits.
     int (*Serve)(const QString& address);
 };
 
-/// Says that a process is ready to be connected to.
+/// Reports that the process accepts connections.
 void AnnounceReady();
 
-/// How long a request may take before the contestant is given up.
+/// Time-out of a request, in milliseconds; after it the contestant has failed.
 inline constexpr int kAnswerTimeoutMs = 60'000;
 
-// Each is in a source file of its own.
+// Each is defined in a source file of its own.
 std::vector<ContestantKind> GetQvUtilKinds();
 std::vector<ContestantKind> GetBytesKinds();
 std::vector<ContestantKind> GetRemoteObjectsKinds();

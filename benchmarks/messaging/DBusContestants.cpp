@@ -41,7 +41,7 @@ public:
     }
     Q_DISABLE_COPY_MOVE(DBusContestant)
 
-    // The other end may not have registered its object yet.
+    // The other process may not have registered its object yet.
     [[nodiscard]] bool WaitForConnection()
     {
         const QDeadlineTimer deadline(kAnswerTimeoutMs);
@@ -138,7 +138,7 @@ int ServePeer(const QString& address)
     return QCoreApplication::exec();
 }
 
-// A bus of our own: nobody else's traffic, and nothing of ours on anybody else's.
+// Starts a private bus, which carries no other traffic.
 bool StartBus(QProcess& daemon, const QString& address)
 {
     QFile config(address + u".conf"_s);
@@ -152,7 +152,7 @@ bool StartBus(QProcess& daemon, const QString& address)
     daemon.setProcessChannelMode(QProcess::ForwardedErrorChannel);
     daemon.start(u"dbus-daemon"_s,
                  {u"--nofork"_s, u"--print-address"_s, u"--config-file"_s, config.fileName()});
-    return daemon.waitForReadyRead(kAnswerTimeoutMs); // the address, once it listens
+    return daemon.waitForReadyRead(kAnswerTimeoutMs); // it prints the address when it listens
 }
 
 int ServeBus(const QString& address)

@@ -1,20 +1,21 @@
 # SPDX-FileCopyrightText: 2026 The QvUtil developers
 # SPDX-License-Identifier: MIT
 
-# Builds and runs the host program of this folder against the library, in one of the ways that hosts have:
+# Builds and runs the application of this folder against the library, in one of the ways in which applications
+# use it:
 #   cmake -DSTEP=... -DSCRATCH=folder ... -P Consume.cmake
 #   install            installs the library from its build tree
-#   install_static     installs a static library along with a host that has it as a folder of its project
-#   host               builds, runs and installs one host, which the variables WAY, KIND, META and VARIANT describe
-#                      (qvutil_add_host_test in Tests.cmake tells their values)
-#   pkg_config         builds one from the installation, by nothing but the compiler and pkg-config
+#   install_static     installs a static library together with an application that has it as a sub-project
+#   host               builds, runs and installs one application, selected by WAY, KIND, META and VARIANT
+#                      (see qvutil_add_host_test in Tests.cmake)
+#   pkg_config         builds one from the installation with only the compiler and pkg-config
 #   pkg_config_static  the same from the static installation
 #   checks             builds one whose build checks its translations and expressions
-#   checks_inside      configures the same one with the library and its tool as a folder of the project
-#   moved              moves the installation to another folder, and builds hosts from there
-#   uninstall          looks for what the target `uninstall` leaves behind
-#   versions           asks which version requests the package grants
-# Each step is a test of its own; Tests.cmake tells which one waits for which.
+#   checks_inside      configures the same one with the library and its tool as a sub-project
+#   moved              moves the installation to another folder, and builds applications from there
+#   uninstall          checks what the target `uninstall` leaves behind
+#   versions           checks which version requests the package accepts
+# Each step is a test; Tests.cmake defines their dependencies.
 
 cmake_minimum_required(VERSION 3.23)
 
@@ -31,7 +32,7 @@ function(run)
     endif()
 endfunction()
 
-# Runs the host twice and checks every word that it prints; the second run finds the first one's settings.
+# Runs the application twice and checks its output; the second run finds the settings of the first.
 function(run_consumer program)
     cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "ENVIRONMENT")
     file(REMOVE "${program}.settings.xml")
@@ -46,7 +47,8 @@ function(run_consumer program)
     message(STATUS "${program} ran and printed what it should")
 endfunction()
 
-# Builds the host in the folder BUILD. Without a build type, all hosts share what ccache keeps of the library.
+# Builds the application in the folder BUILD. Without a build type, so that all applications share the
+# library's objects in ccache.
 function(configure_and_build build)
     file(REMOVE_RECURSE "${build}")
     run(COMMAND "${CMAKE_COMMAND}" -G "${GENERATOR}" -S "${CMAKE_CURRENT_LIST_DIR}" -B "${build}"
@@ -87,7 +89,7 @@ function(consume_by_pkg_config prefix build)
         ENVIRONMENT "LD_LIBRARY_PATH=${prefix}/${LIBDIR}" "DYLD_LIBRARY_PATH=${prefix}/${LIBDIR}")
 endfunction()
 
-# The headers that are installed are the public ones and no others.
+# Checks that exactly the public headers are installed.
 function(check_headers prefix)
     file(GLOB found RELATIVE "${prefix}/${INCLUDEDIR}/qvutil" "${prefix}/${INCLUDEDIR}/qvutil/*")
     list(SORT found)
@@ -98,7 +100,7 @@ function(check_headers prefix)
     endif()
 endfunction()
 
-# The licence goes where the library goes.
+# Checks that the licence is installed with the library.
 function(check_licence prefix)
     file(GLOB_RECURSE found RELATIVE "${prefix}" "${prefix}/*LICENSE")
     if(NOT found MATCHES "doc/qvutil/LICENSE$")
@@ -106,7 +108,7 @@ function(check_licence prefix)
     endif()
 endfunction()
 
-# Nothing that is installed names a folder of the build or of the sources.
+# Checks that no installed file names a folder of the build or the sources.
 function(check_paths prefix)
     file(GLOB_RECURSE texts "${prefix}/*.cmake" "${prefix}/*.pc" "${prefix}/*.h")
     foreach(text IN LISTS texts)
@@ -120,8 +122,8 @@ function(check_paths prefix)
     endforeach()
 endfunction()
 
-# Installs the build tree and checks what is there. With UNINSTALL, removes it again.
-# The list of what a person installed from this build tree, which `uninstall` goes by, stays as it was.
+# Installs the build tree and checks the installation. With UNINSTALL, removes it again. Keeps the list of
+# files that a person installed from this build tree, which `uninstall` uses.
 function(install_package build prefix)
     cmake_parse_arguments(PARSE_ARGV 2 arg "UNINSTALL" "" "")
     set(manifest "${build}/install_manifest.txt")
@@ -147,8 +149,8 @@ function(step_install)
     install_package("${BUILD}" "${SCRATCH}/installed")
 endfunction()
 
-# Installs a host that was built with the library as a part of it, and runs it there. Only with INSTALL may
-# anything of the library go with it.
+# Installs an application that was built with the library as a sub-project, and runs the installed program.
+# Files of the library may only be installed with INSTALL.
 function(install_host build prefix)
     cmake_parse_arguments(PARSE_ARGV 2 arg "INSTALL" "" "")
     file(REMOVE_RECURSE "${prefix}")
@@ -166,7 +168,7 @@ function(install_host build prefix)
     run_consumer("${prefix}/${BINDIR}/consumer")
 endfunction()
 
-# The library that was built in a folder is of the kind, and of no other.
+# Checks that a folder contains a library of this kind and no other.
 function(check_kind folder kind)
     file(GLOB_RECURSE found RELATIVE "${folder}" "${folder}/*libQvUtil*")
     if(kind STREQUAL "static" AND NOT found MATCHES "^[^;]*libQvUtil\\.a$")
@@ -187,7 +189,7 @@ function(step_install_static)
     check_kind("${SCRATCH}/static" static)
 endfunction()
 
-# Adds what is special about the host to the variables of step_host.
+# Adds the settings of the variant to the variables of step_host.
 macro(apply_variant)
     set(install "")
     if(VARIANT STREQUAL "clang")
@@ -256,7 +258,8 @@ function(step_pkg_config_static)
     consume_by_pkg_config("${SCRATCH}/static" "${SCRATCH}/pkg_config_static" STATIC)
 endfunction()
 
-# Builds the host of the folder "checks" and runs its tests; both must succeed, or both fail and say WORDS.
+# Builds the application in the folder "checks" and runs its tests; both must succeed, or both must fail and
+# print WORDS.
 function(build_checks build)
     cmake_parse_arguments(PARSE_ARGV 1 arg "" "FAILS_WITH" "")
     set(build_command "${CMAKE_COMMAND}" --build "${build}")
@@ -273,7 +276,8 @@ function(build_checks build)
     endforeach()
 endfunction()
 
-# A project that makes CALL of the package's functions, without the tool, does not configure and says WORDS.
+# Checks that a project without the tool that makes CALL of the package's functions does not configure, and
+# prints WORDS.
 function(reject_call call words)
     set(project "${SCRATCH}/checks_rejected")
     file(REMOVE_RECURSE "${project}")
@@ -310,7 +314,7 @@ function(step_checks)
     break_and_mend("${host}" conditions.txt "licensed | trial" "licensed | (trial" "conditions.txt")
 endfunction()
 
-# The host is broken, with TEXT replaced, and whole again without.
+# Checks that the application fails with TEXT replaced, and succeeds again without the change.
 function(break_and_mend host file text replacement words)
     string(REPLACE "&" "&amp;" escaped_text "${text}")
     string(REPLACE "&" "&amp;" escaped_replacement "${replacement}")
@@ -329,7 +333,7 @@ function(break_and_mend host file text replacement words)
     build_checks("${host}/build")
 endfunction()
 
-# With the library's tool built inside the host's project, the same calls add the same checks.
+# The same calls add the same checks if the tool is built inside the application's project.
 function(step_checks_inside)
     set(host "${SCRATCH}/checks_inside")
     file(REMOVE_RECURSE "${host}")
@@ -359,22 +363,22 @@ function(step_moved)
     file(MAKE_DIRECTORY "${SCRATCH}/elsewhere")
     file(RENAME "${SCRATCH}/installed" "${SCRATCH}/elsewhere/a b")
     consume_by_find_package("${SCRATCH}/elsewhere/a b" "${SCRATCH}/elsewhere/find_package")
-    # A blank in a folder's name does not survive pkg-config.
+    # pkg-config does not support spaces in folder names.
     file(RENAME "${SCRATCH}/elsewhere/a b" "${SCRATCH}/elsewhere/deep")
     consume_by_pkg_config("${SCRATCH}/elsewhere/deep" "${SCRATCH}/elsewhere/pkg_config")
-    # The tool finds the library beside it, and a host finds the tool.
+    # The tool finds the library beside it, and an application finds the tool.
     if(EXISTS "${SCRATCH}/elsewhere/deep/bin/qvutil")
         run(COMMAND "${SCRATCH}/elsewhere/deep/bin/qvutil" --version OUTPUT output)
         if(NOT output MATCHES "${VERSION}")
             message(FATAL_ERROR "The moved tool printed\n${output}")
         endif()
-        # Without the tool, the rest of the package serves.
+        # Without the tool, the rest of the package works.
         file(REMOVE "${SCRATCH}/elsewhere/deep/bin/qvutil")
         consume_by_find_package("${SCRATCH}/elsewhere/deep" "${SCRATCH}/elsewhere/without_tool")
     endif()
 endfunction()
 
-# The version file alone answers; no host is built.
+# Asks only the version file; no application is built.
 function(is_granted output request)
     set(PACKAGE_FIND_VERSION "${request}")
     string(REGEX MATCH "^[0-9]+" PACKAGE_FIND_VERSION_MAJOR "${request}")
@@ -401,7 +405,7 @@ function(step_versions)
     endforeach()
 endfunction()
 
-# Installed and removed again, the package leaves no file behind, and no folder of its name.
+# Checks that installing and uninstalling leaves no file behind, and no folder with the package's name.
 function(step_uninstall)
     install_package("${BUILD}" "${SCRATCH}/uninstall" UNINSTALL)
     file(GLOB_RECURSE files LIST_DIRECTORIES FALSE "${SCRATCH}/uninstall/*")

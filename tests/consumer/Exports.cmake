@@ -1,12 +1,12 @@
 # SPDX-FileCopyrightText: 2026 The QvUtil developers
 # SPDX-License-Identifier: MIT
 
-# The shared library exports the public classes and nothing else:
+# Checks that the shared library exports only the public classes:
 #   cmake -DNM=program -DLIBRARY=file [-DAPPLE=ON] -P Exports.cmake
 
 cmake_minimum_required(VERSION 3.23)
 
-# Each of them must be there. The second list has virtual functions.
+# All of them must be exported. The second list has virtual functions.
 set(classes BooleanExpressionEvaluator Quorvin::Util::GeneralUtil Quorvin::Util::LocaleUtil
     Quorvin::Util::StringUtil Quorvin::Util::XlfTranslator)
 set(polymorphic Quorvin::Util::IMessageResponder Quorvin::Util::IPCManager Quorvin::Util::Settings
@@ -39,7 +39,7 @@ foreach(symbol IN LISTS symbols)
     endif()
     set(kind "${CMAKE_MATCH_1}")
     string(REGEX REPLACE "@+QVUTIL_[0-9]+$" "" name "${CMAKE_MATCH_2}")
-    if(kind STREQUAL "A" AND name MATCHES "^QVUTIL_[0-9]+$") # the version of the others
+    if(kind STREQUAL "A" AND name MATCHES "^QVUTIL_[0-9]+$") # the symbol version
     elseif(name MATCHES "^(non-virtual thunk to )?(${all}|${virtual})::(~?[A-Za-z_0-9]+|operator[^A-Za-z ]+)(<|[(]|$)")
         list(APPEND seen "${CMAKE_MATCH_2}")
     elseif(name MATCHES "^(${free})(<|[(])")
@@ -47,7 +47,7 @@ foreach(symbol IN LISTS symbols)
     elseif(name MATCHES "^(typeinfo|typeinfo name|vtable) for (${virtual})$")
         list(APPEND seen "${CMAKE_MATCH_1} for ${CMAKE_MATCH_2}")
     elseif(APPLE AND NOT name MATCHES "Quorvin|QvUtil")
-        # There the compiler alone hides symbols, and leaves instantiated templates visible.
+        # On macOS only the compiler hides symbols, and instantiated templates stay visible.
     else()
         list(APPEND internal "${symbol}")
     endif()

@@ -9,14 +9,14 @@
 #include <QObject>
 #include <QString>
 
-/// The host application's own class with a meta-object. It talks to itself through the library.
+/// The application's class with a meta-object. It sends messages to itself through the library.
 class Host : public QObject, public Quorvin::Util::IMessageResponder
 {
     Q_OBJECT
 public:
-    /// Counts the runs in a settings file. \return the number of runs so far, this one included
+    /// Counts the runs in a settings file. \return the number of runs so far, including this one
     static int CountRun(const QString& file);
-    /// \return whether the library's types are the same ones on both sides of its boundary: for dynamic_cast,
+    /// \return whether types are the same on both sides of the library boundary: for dynamic_cast,
     ///         qobject_cast, typeid, and an exception that passes through the library
     static bool SharesTypesWithLibrary();
 

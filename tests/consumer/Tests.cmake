@@ -1,9 +1,9 @@
 # SPDX-FileCopyrightText: 2026 The QvUtil developers
 # SPDX-License-Identifier: MIT
 
-# Registers the tests of the package. They build small programs outside this build tree, with this build's
-# compiler, and take the library from its build tree where they can; they are labelled `package` and
-# `slow`. Where ccache is used, it keeps what is compiled again and again.
+# Adds the tests of the package. They build small programs outside this build tree, with the same compiler,
+# and use the library from its build tree where possible. Their labels are `package` and `slow`. ccache, if
+# installed, keeps what they compile repeatedly.
 
 find_program(QVUTIL_PKG_CONFIG NAMES pkg-config pkgconf)
 get_filename_component(QVUTIL_QT_PREFIX "${Qt6_DIR}/../../.." ABSOLUTE)
@@ -12,9 +12,9 @@ get_target_property(QVUTIL_LIBRARY_KIND QvUtil TYPE)
 find_program(QVUTIL_CLANG NAMES clang++ clang++-19 clang++-18 clang++-16 clang++-15 clang++-14)
 
 # Adds the test package_NAME.
-#   STEP name          the step of Consume.cmake, if it is not NAME
-#   AFTER name...      what must have been done before
-#   VARIABLES x=y...   what else the step has to know
+#   STEP name          the step of Consume.cmake; NAME by default
+#   AFTER name...      steps that must run before
+#   VARIABLES x=y...   further variables for the step
 function(qvutil_add_package_test name)
     cmake_parse_arguments(PARSE_ARGV 1 arg "" "STEP" "AFTER;VARIABLES")
     if(NOT arg_STEP)
@@ -40,10 +40,10 @@ function(qvutil_add_package_test name)
         FIXTURES_REQUIRED "${arg_AFTER}")
 endfunction()
 
-# Adds the test of one kind of host, package_host_WAY_KIND_MOC or package_host_WAY_KIND_MOC_VARIANT.
+# Adds the test of one kind of application, package_host_WAY_KIND_MOC or package_host_WAY_KIND_MOC_VARIANT.
 #   WAY      find_package, pkg_config, subdirectory or fetch_content
 #   KIND     shared or static: the library
-#   META     automoc or wrap: how the host's meta-objects are made
+#   META     automoc or wrap: how the application's meta-objects are created
 #   VARIANT  clang, cxx23, demanding, headers, install, lto or unity: what is special
 function(qvutil_add_host_test way kind meta)
     set(name "host_${way}_${kind}_${meta}")
@@ -53,7 +53,7 @@ function(qvutil_add_host_test way kind meta)
     if(way MATCHES "find_package|pkg_config" AND kind STREQUAL "shared")
         set(after install)
     else()
-        set(after install_static) # where the library is compiled for the first time
+        set(after install_static) # which compiles the library for the first time
     endif()
     if(ARGN MATCHES "lto|clang|demanding" AND way STREQUAL "subdirectory" AND kind STREQUAL "shared")
         set(after "host_subdirectory_static_${meta}_${ARGN}")
@@ -84,7 +84,7 @@ if(TARGET qvutil)
     qvutil_add_package_test(checks_inside)
 endif()
 
-# Every kind of host. The installed shared library is that of this build tree.
+# All kinds of applications. The installed shared library is that of this build tree.
 foreach(meta automoc wrap)
     foreach(kind shared static)
         foreach(way subdirectory fetch_content find_package pkg_config)

@@ -1,13 +1,13 @@
 # SPDX-FileCopyrightText: 2026 The QvUtil developers
 # SPDX-License-Identifier: MIT
 
-# The tool takes the public classes from the shared library, and holds none of them itself:
+# Checks that the tool uses the public classes from the shared library and does not contain any of them:
 #   cmake -DNM=program -DLIBRARY=file -DTOOL=file -P ToolSymbols.cmake
 
 cmake_minimum_required(VERSION 3.23)
 
-# Sets OUTPUT to the names that FILE defines. An imported variable, which bears the library's version, is not
-# its own.
+# Sets OUTPUT to the names that FILE defines. Imported variables, whose names have the library's version, do
+# not count.
 function(get_defined_names output file)
     execute_process(COMMAND "${NM}" --defined-only --format=posix ${ARGN} "${file}"
         OUTPUT_VARIABLE lines RESULT_VARIABLE result)

@@ -11,7 +11,7 @@
 
 #include <cstdio>
 
-// The counter is kept in the file that is named on the command line.
+// The counter is stored in the file named on the command line.
 int main(int argc, char* argv[])
 {
     const QCoreApplication application(argc, argv);

@@ -16,7 +16,7 @@
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size);
 
-/// What the fuzzers share.
+/// Helpers for the fuzzers.
 namespace Fuzz {
 
 inline QByteArray Bytes(const uint8_t* data, size_t size)
@@ -24,7 +24,7 @@ inline QByteArray Bytes(const uint8_t* data, size_t size)
     return {reinterpret_cast<const char*>(data), static_cast<qsizetype>(size)};
 }
 
-/// The bytes taken as 16-bit units, broken pairs of surrogates included.
+/// Returns the input as UTF-16, including unpaired surrogates.
 inline QString Utf16(const QByteArray& bytes)
 {
     QString text(bytes.size() / 2, Qt::Uninitialized);
@@ -32,14 +32,14 @@ inline QString Utf16(const QByteArray& bytes)
     return text;
 }
 
-/// The path of a file that lives until the fuzzer ends.
+/// Returns the path of a file that exists until the fuzzer ends.
 inline QString File(const char* name)
 {
     static const QTemporaryDir folder;
     return folder.filePath(QString::fromLatin1(name));
 }
 
-/// Ends the run with an error, as a sanitizer does.
+/// Aborts with a message if a promise is broken, as a sanitizer does.
 inline void Check(bool condition, const char* promise)
 {
     if (condition)
@@ -48,7 +48,7 @@ inline void Check(bool condition, const char* promise)
     std::abort();
 }
 
-/// The same, filled with content.
+/// The same, with content.
 inline QString File(const char* name, const QByteArray& content)
 {
     const QString path = File(name);

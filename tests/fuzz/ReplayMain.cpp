@@ -1,8 +1,8 @@
 // SPDX-FileCopyrightText: 2026 The QvUtil developers
 // SPDX-License-Identifier: MIT
 
-// Gives a fuzzer the files and folders named on the command line, one by one: a main() for every build that
-// is not made by libFuzzer, which brings its own.
+// Passes the files and folders on the command line to a fuzzer, one by one: main() for builds without
+// libFuzzer, which has its own.
 
 #include "FuzzSupport.h"
 
@@ -20,7 +20,7 @@ bool Replay(const QString& path)
     }
     const QByteArray bytes = file.readAll();
     std::printf("%s (%lld bytes)\n", qPrintable(path), static_cast<long long>(bytes.size()));
-    std::fflush(stdout); // so that the last line names the file that fails
+    std::fflush(stdout); // so that the last line names the failing file
     LLVMFuzzerTestOneInput(reinterpret_cast<const uint8_t*>(bytes.constData()),
                            static_cast<size_t>(bytes.size()));
     return true;

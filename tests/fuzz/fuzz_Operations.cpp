@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: 2026 The QvUtil developers
 // SPDX-License-Identifier: MIT
 
-// Any bytes as a sequence of operations on one document: no order of them may touch memory that is gone.
+// Interprets the input as operations on one document. No order of them may access freed memory.
 
 #include "FuzzSupport.h"
 
@@ -28,7 +28,7 @@ const std::array<QString, 8>& Paths()
     return paths;
 }
 
-// The number of saved cursors is kept, since taking one off an empty stack is the caller's mistake.
+// Counts the saved cursors, because popping from an empty stack is a caller's error.
 void Act(XmlFiler& filer, uint8_t code, int& stack)
 {
     const QString& path = Paths().at(code & 7U);
@@ -141,7 +141,7 @@ void Act(XmlFiler& filer, uint8_t code, int& stack)
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {
-    constexpr size_t kMostOperations = 200; // the size of the document must stay bounded
+    constexpr size_t kMostOperations = 200; // limits the size of the document
     XmlFiler filer;
     int stack = 0;
     for (size_t i = 0; i < qMin(size, kMostOperations); ++i)

@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: 2026 The QvUtil developers
 // SPDX-License-Identifier: MIT
 
-// Any bytes as a settings file: opening it changes nothing, and a change made through it is saved.
+// Opens the input as a settings file: opening must not change it, and a change must be saved.
 
 #include "FuzzSupport.h"
 

@@ -1,8 +1,7 @@
 // SPDX-FileCopyrightText: 2026 The QvUtil developers
 // SPDX-License-Identifier: MIT
 
-// Any bytes as a text with references to variables, alone and in a document. The first line gives the value
-// of one variable.
+// Resolves variables in the input, as text and in a document. The first line is the value of one variable.
 
 #include "FuzzSupport.h"
 
@@ -16,7 +15,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     const QByteArray bytes = Fuzz::Bytes(data, size);
     const qsizetype line = bytes.indexOf('\n');
     QString value = QString::fromUtf8(bytes.left(qMax<qsizetype>(line, 0)));
-    value.remove(u'$'); // a value that leads back to itself is the caller's mistake
+    value.remove(u'$'); // a value that refers to itself is a caller's error
     const QMap<QString, QString> variables{{QStringLiteral("Dir"), value},
                                            {QStringLiteral("empty"), QString()},
                                            {QStringLiteral("a)b"), QStringLiteral("x")}};

@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: 2026 The QvUtil developers
 // SPDX-License-Identifier: MIT
 
-// Any bytes as an XLIFF file.
+// Reads the input as an XLIFF file.
 
 #include "FuzzSupport.h"
 

@@ -1,7 +1,8 @@
 // SPDX-FileCopyrightText: 2026 The QvUtil developers
 // SPDX-License-Identifier: MIT
 
-// Any bytes as a document: from a file, as text, and as markup to put into another document.
+// Reads the input as a document: from a file, from text, and as markup that is inserted into another
+// document.
 
 #include "FuzzSupport.h"
 
@@ -11,7 +12,7 @@ using namespace Quorvin::Util;
 
 namespace {
 
-/// Touches everything that a document holds.
+/// Reads everything in a document.
 void Visit(XmlFiler& filer)
 {
     do {

@@ -1,22 +1,22 @@
 // SPDX-FileCopyrightText: 2026 The QvUtil developers
 // SPDX-License-Identifier: MIT
 
-// The other process of the messaging tests. It does what its first argument says, with lines of text on
-// standard output for what has happened; it ends when standard input is closed, or with the line "quit".
+// The second process in messaging tests. The first argument selects what it does. It reports events as lines
+// on standard output, and ends when standard input is closed or with the line "quit".
 //
 //   serve NAME
 //       a server: answers requests with their own parameters and the process id; prints "ready", and
 //       "message ID" for each message
 //
 //   client NAME
-//       a client that asks without end; prints "connected" for each connection, and "answer N M" for each
-//       answer: N as it came back, M as it was sent
+//       a client that sends requests endlessly; prints "connected" for each connection, and "answer N M" for
+//       each answer: N is the number in the answer, M the one in the request
 //
 //   flood NAME SIZE N [LIMIT]
-//       connects and sends N messages with SIZE bytes each, as fast as it can
+//       connects and sends N messages of SIZE bytes each, as fast as it can
 //
 //   paced NAME SIZE N [LIMIT]
-//       the same, waiting each time until the message is written
+//       the same, but waits each time until the message is written
 //
 //   foreign NAME
 //       a plain server of another user; prints "ready", and "came" for each client; needs root
@@ -25,7 +25,7 @@
 //       joins a grid; prints "joined", and "linked SERVERNAME" when its client is connected
 //
 //   outlives NAME GRID
-//       managers that end after the application object; prints "answered" and "done"
+//       managers that outlive the application object; prints "answered" and "done"
 
 #include "IPCManager.h"
 #include "messaging/MessageClient_p.h"
@@ -75,7 +75,7 @@ int Serve(const QString& name)
     QObject::connect(&manager, &IPCManager::MessageReceived, &manager,
                      [](const QString& id) { Print(u"message "_s + id); });
     manager.StartServer(name, QIODeviceBase::ReadWrite);
-    // It starts in the background; a client of our own tells when it listens.
+    // The server starts in the background. When a client of our own connects, it is listening.
     {
         MessageClient probe;
         probe.ConnectToServer(name);

@@ -1,8 +1,8 @@
 // SPDX-FileCopyrightText: 2026 The QvUtil developers
 // SPDX-License-Identifier: MIT
 
-// Compiled, and never run: the operations have the very types that hosts were written against. A host may
-// keep pointers to them, call the const ones on a const object, and is made of C++17.
+// Compiled but never run: checks that operations have exactly the types that applications were written
+// against. These may store pointers to them, call const operations on const objects, and use C++17.
 
 #include <qvutil/BooleanExpressionEvaluator.h>
 #include <qvutil/GeneralUtil.h>
@@ -16,7 +16,7 @@ using namespace Quorvin::Util;
 
 namespace {
 
-// Does not compile unless the operation can be had as exactly this type.
+// Compiles only if the operation has exactly this type.
 template <typename Type, Type> constexpr bool kHas = true;
 
 using Name = const QString&;
@@ -152,7 +152,7 @@ static_assert(kHas<int (XmlFiler::*)(Variables), &XmlFiler::ResolveVariables>);
 static_assert(kHas<int (XmlFiler::*)(QDomNamedNodeMap, Variables), &XmlFiler::ResolveVariables>);
 static_assert(kHas<int (XmlFiler::*)(QDomNode, Variables), &XmlFiler::ResolveVariables>);
 
-// Settings: their own operations, and those of the base behind them
+// Settings: its own operations, and the inherited ones that they would hide
 
 static_assert(std::is_base_of_v<XmlFiler, Settings> && std::is_convertible_v<Settings*, XmlFiler*>);
 static_assert(std::has_virtual_destructor_v<XmlFiler> && std::is_nothrow_destructible_v<Settings>);
@@ -182,7 +182,7 @@ static_assert(kHas<void (XmlFiler::*)(Name, Name), &Settings::WriteString>);
 static_assert(kHas<void (XmlFiler::*)(Name, Name, bool), &Settings::WriteNodeText>);
 static_assert(kHas<void (XmlFiler::*)(), &Settings::DeleteNode>);
 
-// Conditions: a function pointer as ever, and function objects with a state
+// Conditions: a function pointer, and function objects with state
 
 using Callback = bool (*)(Name, bool&);
 static_assert(std::is_same_v<BooleanExpressionEvaluator::OperandCallback, Callback>);

@@ -1,16 +1,16 @@
 // SPDX-FileCopyrightText: 2026 The QvUtil developers
 // SPDX-License-Identifier: MIT
 
-// Saves documents on behalf of tst_SaveSafety, which kills it or takes its rights away.
+// Saves documents for tst_SaveSafety, which kills it or takes away its rights.
 //
-//   SaveLoop loop FILE              saves the documents in turn, for ever; prints a line once it has begun
+//   SaveLoop loop FILE              saves the documents in turn, endlessly; prints a line when it begins
 //   SaveLoop settings FILE          the same with Settings instead of XmlFiler
-//   SaveLoop count FILE COUNT       saves so many times; fails if a save fails
-//   SaveLoop save FILE NUMBER       saves one document; exit code 0 for true, 1 for false
-//   SaveLoop once FILE NUMBER       the same, stopped by itself (SIGSTOP) before and after the save
+//   SaveLoop count FILE COUNT       saves COUNT times; fails if a save fails
+//   SaveLoop save FILE NUMBER       saves one document; the exit code is 0 for true, 1 for false
+//   SaveLoop once FILE NUMBER       the same, but stops itself (SIGSTOP) before and after the save
 //   SaveLoop overwrite FILE         opens a Settings on a file and changes it; prints whether it was empty
 //
-// With --user UID before the command it works as that user.
+// With --user UID before the command, it runs as that user.
 
 #include "support/SaveLoopDocuments.h"
 
@@ -48,7 +48,7 @@ void SayReady()
     std::fflush(stdout);
 }
 
-// The largest document first, since it takes the longest time.
+// Starts with the largest document, because saving it takes longest.
 size_t Turn(size_t i)
 {
     constexpr size_t kCount = SaveLoopDocuments::kSizes.size();
@@ -79,7 +79,7 @@ int LoopSettings(const QString& file)
         SaveLoopDocuments::Fill(stores.at(i), i);
         stores.at(i).MoveToRoot();
     }
-    // The file is set now, and is not there yet, so that the stores keep what they hold.
+    // The file does not exist yet, so that setting it keeps the content of the stores.
     for (Settings& store : stores)
         store.SetFile(file, QString());
     for (size_t i = 0;; ++i) {

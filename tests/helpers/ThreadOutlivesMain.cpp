@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: 2026 The QvUtil developers
 // SPDX-License-Identifier: MIT
 
-// A program whose main thread ends at once, while a second thread goes on until standard input is closed.
+// A program whose main thread ends at once, while a second thread runs until standard input is closed.
 #include <cstdio>
 #include <thread>
 

@@ -13,32 +13,32 @@
 #include <functional>
 #include <optional>
 
-/// Stands for the parts of macOS that Foundation on other systems lacks, and keeps to what their
-/// documentation promises. Calls that break the rules of ownership are counted as misuse.
+/// Test doubles for the parts of macOS that Foundation lacks on other systems, as their documentation
+/// describes them. Violations of the ownership rules are counted as misuse.
 namespace Doubles {
 
 // CoreFoundation: the user's locale
 
-/// What the locale answers, and what was asked of it.
+/// What the locale functions return.
 struct Locale
 {
     QByteArray Identifier = "en_US"; ///< UTF-8
-    bool HasSystemEncodingPointer = true; ///< whether the string can be had without conversion
+    bool HasSystemEncodingPointer = true; ///< whether the string is available without conversion
     bool HasUtf8Pointer = true;
-    bool ConvertsWithoutTerminator = false; ///< convert even if the buffer has no room for the terminator
+    bool ConvertsWithoutTerminator = false; ///< convert even without room for the terminator
     std::uint32_t SystemEncoding = 0; ///< MacRoman
 };
 
-/// Installs a locale and forgets what was counted.
+/// Sets the locale and resets the counts.
 void SetLocale(const Locale& locale);
 
-/// What was asked since SetLocale.
+/// Calls since SetLocale.
 struct LocaleCalls
 {
-    int Copies = 0; ///< locales handed out that the caller owns
+    int Copies = 0; ///< locales returned to a caller who owns them
     int Releases = 0;
-    int Misuses = 0; ///< releases of what the caller does not own, uses after release, unknown objects
-    QList<std::uint32_t> PointerEncodings; ///< encodings asked for without conversion, in order
+    int Misuses = 0; ///< releases without ownership, uses after release, unknown objects
+    QList<std::uint32_t> PointerEncodings; ///< encodings of requests without conversion, in order
     QList<long> BufferSizes; ///< buffer sizes of conversions
     QList<std::uint32_t> ConversionEncodings;
 };
@@ -49,44 +49,45 @@ struct LocaleCalls
 struct Image
 {
     std::uint32_t FileType = 6; ///< Mach-O file type; 6 is a dynamic library
-    std::optional<QByteArray> Path; ///< nothing is a null name
+    std::optional<QByteArray> Path; ///< nullopt for a null name
     bool HasHeader = true;
 };
 void SetImages(const QList<Image>& images);
-/// The greatest index asked for since SetImages; -1 if none was.
+/// Returns the greatest index requested since SetImages; -1 if there was no request.
 [[nodiscard]] int GetGreatestImageIndex();
 
-// AppKit and Foundation: the real classes, watched
+// AppKit and Foundation: the real classes, observed
 
-/// Answers for each process id in \p running with an object, for every other one with nil, and counts.
+/// Makes NSRunningApplication return an object for each process id in \p running, and nil for others, and
+/// counts the calls.
 void WatchRunningApplications(const QList<qint64>& running);
 struct ApplicationCalls
 {
-    QList<qint64> ProcessIds; ///< asked for, in order
-    int ObjectsAlive = 0; ///< answers that no pool has released yet
+    QList<qint64> ProcessIds; ///< requested ids, in order
+    int ObjectsAlive = 0; ///< returned objects that no pool has released yet
 };
 [[nodiscard]] ApplicationCalls GetApplicationCalls();
 
-/// Counts the pools made and released from now on. Call it once.
+/// Counts pools that are created and released from now on. Call it once.
 void WatchPools();
-/// Pools made and not yet released by the calling thread since WatchPools.
+/// Returns the number of pools that the calling thread has created since WatchPools and not yet released.
 [[nodiscard]] int GetOpenPools();
-/// Pools made by any thread since WatchPools.
+/// Returns the number of pools created by any thread since WatchPools.
 [[nodiscard]] int GetPoolsMade();
 
-/// Runs \p action within a pool of its own. \return number of objects that it left in that pool
+/// Runs \p action within a new pool. \return the number of objects that it left in that pool
 [[nodiscard]] int CountObjectsLeftBehind(const std::function<void()>& action);
 
-// Foundation's own answers, to compare with
+// Foundation's own results, for comparison
 
 enum class Folder { UserApplicationSupport, LocalApplicationSupport, SystemLibrary };
-/// All folders that Foundation lists, its first one first.
+/// Returns all folders that Foundation lists, in order.
 [[nodiscard]] QStringList ListFolders(Folder folder);
 
-/// Lets Foundation list one more folder, after those that it finds; none if empty.
+/// Makes Foundation list one more folder, after those that it finds; none if empty.
 void AppendFolderToSearches(const QString& folder);
 
-/// Makes an NSString of UTF-16 units and converts it back with the library.
+/// Creates an NSString from UTF-16 code units and converts it back with the library.
 [[nodiscard]] QString ConvertThroughNSString(const QString& text);
 /// Converts a nil NSString.
 [[nodiscard]] QString ConvertNil();

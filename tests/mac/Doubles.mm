@@ -28,7 +28,7 @@ Doubles::Locale gLocaleAnswers;
 Doubles::LocaleCalls gLocaleCalls;
 QByteArray gIdentifierInSystemEncoding;
 
-// Objects are told by their address. One locale at a time can be owned; its identifier goes with it.
+// Objects are identified by address. One locale at a time can be owned; its identifier is released with it.
 const char kLocaleObject = 0;
 const char kIdentifierObject = 0;
 
@@ -81,7 +81,7 @@ void CountPoolDealloc(id self, SEL selector)
     gPoolDealloc(self, selector);
 }
 
-// Every method is called by its real type; IMP stands for any of them, which newer compilers want confirmed.
+// Calls a method by its real type. IMP stands for any type, which newer compilers warn about without a cast.
 template <typename To, typename From> To CastMethod(From function)
 {
     return reinterpret_cast<To>(reinterpret_cast<void*>(function));
@@ -91,7 +91,7 @@ template <typename Function> Function Replace(Class type, SEL selector, Function
 {
     Method method = class_getInstanceMethod(type, selector);
     const IMP old = method_getImplementation(method);
-    // Adds the method to this class if it inherits it, so that its parent stays as it is.
+    // If this class inherits the method, add it, so that the parent class does not change.
     if (!class_addMethod(type, selector, CastMethod<IMP>(function), method_getTypeEncoding(method)))
         method_setImplementation(method, CastMethod<IMP>(function));
     return CastMethod<Function>(old);
@@ -99,7 +99,7 @@ template <typename Function> Function Replace(Class type, SEL selector, Function
 
 } // namespace
 
-// An answer of NSRunningApplication that counts itself.
+// A result of NSRunningApplication that counts its instances.
 @interface CountedApplication : NSObject
 @end
 
@@ -131,7 +131,7 @@ id FindRunningApplication(id /*self*/, SEL /*selector*/, pid_t processId)
 
 extern "C" {
 
-// Stands before Foundation's own, which it asks. That finds a single folder of each kind here; on macOS there
+// Replaces Foundation's function and calls it. Foundation finds one folder of each kind here; on macOS there
 // may be more.
 NSArray* NSSearchPathForDirectoriesInDomains(NSSearchPathDirectory directory, NSSearchPathDomainMask domain,
                                              BOOL expandTilde)
@@ -181,7 +181,7 @@ Boolean CFStringGetCString(CFStringRef string, char* buffer, CFIndex bufferSize,
     const CFIndex needed
         = gLocaleAnswers.Identifier.size() + (gLocaleAnswers.ConvertsWithoutTerminator ? 0 : 1);
     if (encoding != kCFStringEncodingUTF8 || bufferSize < needed) {
-        std::memset(buffer, '?', static_cast<std::size_t>(bufferSize)); // of no defined content
+        std::memset(buffer, '?', static_cast<std::size_t>(bufferSize)); // undefined content
         return 0;
     }
     std::memcpy(buffer, gLocaleAnswers.Identifier.constData(), static_cast<std::size_t>(needed));
@@ -198,7 +198,7 @@ void CFRelease(CFTypeRef object)
 {
     CountMisuseUnless(object == &kLocaleObject && IsAlive());
     ++gLocaleCalls.Releases;
-    // What a released object's memory holds is anybody's guess.
+    // Memory of a released object has undefined content.
     gIdentifierInSystemEncoding.fill('?');
     gLocaleAnswers.Identifier.fill('?');
 }
@@ -232,7 +232,7 @@ extern "C" int getpeereid(int socket, uid_t* user, gid_t* group)
     return 0;
 }
 
-// Stands before the system's own, to which SO_NWRITE means something else.
+// Replaces the system's function, for which SO_NWRITE has another meaning.
 extern "C" int getsockopt(int socket, int level, int option, void* value, socklen_t* length) noexcept
 {
     if (level == SOL_SOCKET && option == SO_NWRITE)

@@ -1,7 +1,7 @@
 # SPDX-FileCopyrightText: 2026 The QvUtil developers
 # SPDX-License-Identifier: MIT
 
-# The macOS backend gives other libraries the public function alone:
+# Checks that the macOS backend exports only the public function to other libraries:
 #   cmake -DOBJDUMP=program -DINTERNAL=object -DPUBLIC=object -P Symbols.cmake
 
 cmake_minimum_required(VERSION 3.23)

@@ -24,8 +24,8 @@
 using namespace Qt::StringLiterals;
 using namespace Quorvin::Util;
 
-// The macOS backend, compiled from the file that macOS compiles. Foundation and AppKit are real ones; the
-// locale calls and the loader's image list are doubles.
+// Tests the macOS backend, compiled from the file that macOS compiles. Foundation and AppKit are real; the
+// locale functions and the loader's image list are test doubles.
 class tst_PlatformMac : public QObject
 {
     Q_OBJECT
@@ -157,7 +157,7 @@ void tst_PlatformMac::GetUserLocaleIdentifier()
     QCOMPARE(calls.BufferSizes, bufferSizes);
     QCOMPARE(calls.ConversionEncodings, Encodings(bufferSizes.size(), kUtf8));
     QCOMPARE(calls.Copies, 1);
-    QCOMPARE(calls.Releases, 1); // the locale alone: its identifier belongs to it
+    QCOMPARE(calls.Releases, 1); // only the locale, which owns its identifier
     QCOMPARE(calls.Misuses, 0);
 }
 
@@ -173,7 +173,7 @@ void tst_PlatformMac::GetUserLocaleIdentifier_survivesTheLocale()
 {
     Doubles::SetLocale({"pt_BR"});
     const QByteArray identifier = Platform::GetUserLocaleIdentifier();
-    QCOMPARE(Doubles::GetLocaleCalls().Releases, 1); // from now on the string's memory holds something else
+    QCOMPARE(Doubles::GetLocaleCalls().Releases, 1); // from now on the string's memory has other content
     QCOMPARE(identifier, "pt_BR"_ba);
 }
 
@@ -248,7 +248,7 @@ void tst_PlatformMac::Folders_areTheFirstOfFoundation()
     const QString user = first(Folder::UserApplicationSupport);
     const QString machine = first(Folder::LocalApplicationSupport);
     const QString system = first(Folder::SystemLibrary);
-    QVERIFY(QDir::isAbsolutePath(user)); // its tilde is expanded
+    QVERIFY(QDir::isAbsolutePath(user)); // the tilde is expanded
     QVERIFY(QDir::isAbsolutePath(machine));
     QVERIFY(QDir::isAbsolutePath(system));
     QVERIFY(user != machine);
@@ -299,8 +299,8 @@ void tst_PlatformMac::ResolveSymbolicLinks_data()
     QTest::addColumn<QString>("path");
     QTest::addColumn<QString>("expected");
 
-    // Below the test's folder, which holds: folder/file, link to folder, file-link to folder/file,
-    // chain to link, dangling to nothing.
+    // The test's folder contains folder/file, link to folder, file-link to folder/file, chain to link, and
+    // dangling to nothing.
     QTest::newRow("no link") << u"folder/file"_s << u"folder/file"_s;
     QTest::newRow("link to a file") << u"file-link"_s << u"folder/file"_s;
     QTest::newRow("link to a folder") << u"link"_s << u"folder"_s;
@@ -344,8 +344,8 @@ void tst_PlatformMac::GetSymbolicLinkTarget_relativeResult()
     QTemporaryDir dir;
     const QDir root(QFileInfo(dir.path()).canonicalFilePath());
     QVERIFY(root.mkdir(u"folder"_s));
-    // Foundation leaves a relative path that leads nowhere as it is; it is then taken from the folder that
-    // holds it.
+    // Foundation returns a relative path that does not exist unchanged. It is then relative to the folder
+    // that contains it.
     const QString result = Platform::ResolveSymbolicLinks(u"folder/missing"_s);
     QVERIFY(QDir::isRelativePath(result));
     QDir base(u"folder/missing"_s);
@@ -500,7 +500,7 @@ void tst_PlatformMac::LocalSockets()
         return getsockopt(ends[0], SOL_SOCKET, SO_SNDBUF, &size, &length) == 0 ? size : -1;
     };
     const int size = bufferSize();
-    QCOMPARE(Platform::EnlargeSendBuffer(ends[0], 1), size); // it never gets smaller
+    QCOMPARE(Platform::EnlargeSendBuffer(ends[0], 1), size); // never shrinks
     QCOMPARE(bufferSize(), size);
     const qsizetype larger = Platform::EnlargeSendBuffer(ends[0], 1 << 30);
     QVERIFY(larger >= size);
@@ -541,7 +541,7 @@ void tst_PlatformMac::RemoveLibraryVersion()
     QCOMPARE(Platform::RemoveLibraryVersion(fileName).toString(), fileName);
 }
 
-// Even where the host's rules turn the library's category on: failOnWarning would not see a debug message.
+// Also when logging rules enable the category: failOnWarning would not see a debug message.
 void tst_PlatformMac::OutputDebugString_isSilent()
 {
     static int messages = 0;

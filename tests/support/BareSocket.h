@@ -18,14 +18,14 @@
 
 namespace TestSupport {
 
-/// The path of the socket of a server.
+/// Returns the path of a server's socket file.
 [[nodiscard]] inline QString PathOf(const QString& serverName)
 {
     return QDir::cleanPath(QDir::tempPath()) + u'/' + serverName;
 }
 
-/// A socket in the file system, of no process that reads: with backlog it takes what fits the system's
-/// buffers, without it is what a killed server leaves.
+/// A socket file whose process never reads. With backlog, it accepts what fits the system's buffers; without,
+/// it is what a killed server leaves.
 class BareSocket
 {
 public:

@@ -15,13 +15,13 @@
 
 #include <cstring>
 
-/// What the tests of grids share.
+/// Helpers for tests of grids.
 namespace GridSupport {
 
 using Quorvin::Util::Internal::kRegistrySize;
 static_assert(kRegistrySize == 8192);
 
-// The registry as another program sees it.
+// Accesses the registry as another program would.
 class Registry
 {
 public:
@@ -44,7 +44,7 @@ public:
         Replace(bytes);
         mMemory.unlock();
     }
-    // Reads, changes and writes the members under one lock. Returns them as they are then.
+    // Reads, changes and writes the members under one lock. Returns the changed members.
     template <typename Change> QList<Quorvin::Util::ProcessInfo> Update(Change change)
     {
         mMemory.lock();
@@ -66,7 +66,7 @@ private:
     QSharedMemory mMemory;
 };
 
-// The bytes of a registry, put together by hand.
+// Builds the bytes of a registry by hand.
 [[nodiscard]] inline QByteArray Number32(quint32 value)
 {
     QByteArray bytes(4, '\0');

@@ -13,8 +13,8 @@
 
 namespace MessagingSupport {
 
-/// A message server, spies on all that it announces, and a plain Qt socket as its client. What a test
-/// prepares before the server starts, it does between the constructor and Open().
+/// A message server, spies on all its signals, and a plain Qt socket as its client. Prepare the server
+/// between the constructor and Open().
 struct LinkedServer
 {
     /// Starts the server and connects the client, which may write at once. The server announces the
@@ -25,7 +25,7 @@ struct LinkedServer
         return Connect(Client, Name);
     }
 
-    /// As Open(), and waits until the server has announced the connection: from then on it sends.
+    /// Like Open(), but waits until the server has announced the connection. From then on it sends messages.
     [[nodiscard]] bool OpenAndWait()
     {
         return Open() && WaitUntil([this] { return Connected.count() == 1; });

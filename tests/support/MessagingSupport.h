@@ -28,13 +28,12 @@
 #include <sys/types.h>
 #include <sys/wait.h>
 
-/// What the tests of messaging share.
+/// Helpers for tests of messaging.
 namespace MessagingSupport {
 
-/// The names of servers and grids that a test program gives out. A process that is killed leaves a socket and
-/// a lock behind, and the system gives its number to another one later: so the number is not in the names,
-/// and what is left of them goes with the program. (The keys of Qt's semaphores stay: without its file, a
-/// semaphore could not be told from a new one.)
+/// Names for servers and grids. A killed process leaves a socket and a lock file behind, and the system
+/// reuses its id, so the id is not part of the names, and the leftover files are removed when the program
+/// ends. (The key files of Qt's semaphores stay: without its file, a semaphore would be taken for a new one.)
 class UniqueNames
 {
 public:
@@ -60,20 +59,20 @@ private:
     int mCount = 0;
 };
 
-/// A server or grid name that nobody else uses or has used, short enough for every system.
+/// Returns a server or grid name that was never used before and is short enough for every system.
 [[nodiscard]] inline QString UniqueName()
 {
     static UniqueNames names;
     return names.Next();
 }
 
-/// Runs the event loop until a condition holds. \return false if it does not within a minute
+/// Runs the event loop until a condition holds. \return false if it does not hold within a minute
 template <typename Condition> [[nodiscard]] bool WaitUntil(Condition condition)
 {
     return QTest::qWaitFor(condition, TestSupport::kPatienceMs);
 }
 
-/// Connects a plain Qt socket as soon as somebody listens.
+/// Connects a plain Qt socket as soon as a server listens.
 [[nodiscard]] inline bool Connect(QLocalSocket& socket, const QString& name)
 {
     return WaitUntil([&] {
@@ -83,14 +82,14 @@ template <typename Condition> [[nodiscard]] bool WaitUntil(Condition condition)
     });
 }
 
-/// Writes bytes as one piece.
+/// Writes bytes in one call.
 inline void Write(QLocalSocket& socket, const QByteArray& bytes)
 {
     socket.write(bytes);
     socket.flush();
 }
 
-/// Waits until the other end has read all that was written.
+/// Waits until the peer has read everything that was written.
 [[nodiscard]] inline bool IsTaken(QLocalSocket& socket)
 {
     return WaitUntil([&] {
@@ -99,7 +98,7 @@ inline void Write(QLocalSocket& socket, const QByteArray& bytes)
     });
 }
 
-/// A request or message as another program might send it.
+/// Returns a request or message as another program might send it.
 [[nodiscard]] inline QByteArray Document(const QString& id, const QVariantMap& params = {},
                                          const QUuid& request = {}, const QUuid& answered = {})
 {
@@ -113,9 +112,9 @@ inline void Write(QLocalSocket& socket, const QByteArray& bytes)
     return Quorvin::Util::Internal::EncodeMessageByDom(message).toUtf8();
 }
 
-/// Reads messages off a plain Qt socket until there are \p count of them. Each is decoded once: to begin anew
-/// after each read would take a slow machine longer than the messages take.
-/// \return those that came within a minute
+/// Reads \p count messages from a plain Qt socket. Each frame is decoded once: starting over after each read
+/// would be too slow on a busy machine.
+/// \return the messages that arrived within a minute
 [[nodiscard]] inline QList<Quorvin::Util::MessageInfo> ReadMessages(QLocalSocket& socket, int count)
 {
     const QByteArray kEnd = "</Message>";
@@ -136,8 +135,8 @@ inline void Write(QLocalSocket& socket, const QByteArray& bytes)
     return messages;
 }
 
-/// Calls a function with each message that comes over a plain Qt socket, those that are there already
-/// included.
+/// Calls a function with each message that arrives on a plain Qt socket, including those that have already
+/// arrived.
 template <typename Function> void ForEachMessage(QLocalSocket& socket, Function function)
 {
     const auto read = [&socket, function] {
@@ -150,8 +149,8 @@ template <typename Function> void ForEachMessage(QLocalSocket& socket, Function 
     read();
 }
 
-/// Connects a message client, and waits until it has announced that. A wait of another kind that begins
-/// before would end with the announcement.
+/// Connects a message client and waits until it has announced the connection. Another wait that starts before
+/// that would be ended by the announcement.
 template <typename Client>
 [[nodiscard]] bool ConnectClient(Client& client, const QString& name, QIODeviceBase::OpenMode mode)
 {
@@ -160,8 +159,8 @@ template <typename Client>
     return WaitUntil([&] { return connected.count() > 0; });
 }
 
-/// Waits until the message server or client at the other end of a plain Qt socket has dealt with all that was
-/// written: what it is told to send it sends afterwards. The socket's own unread bytes are dropped.
+/// Waits until the message server or client at the other end of a plain Qt socket has processed everything
+/// that was written; it sends later messages after that. Unread bytes of the socket are dropped.
 template <typename Library> [[nodiscard]] bool IsDealtWith(QLocalSocket& socket, Library& library)
 {
     if (!IsTaken(socket))
@@ -170,7 +169,7 @@ template <typename Library> [[nodiscard]] bool IsDealtWith(QLocalSocket& socket,
     return ReadMessages(socket, 1).size() == 1;
 }
 
-/// Rows for each mode in which a host may open a connection.
+/// Adds a row for each mode in which a connection can be opened.
 inline void AddModes()
 {
     QTest::addColumn<int>("mode");
@@ -182,7 +181,7 @@ inline void AddModes()
     QTest::newRow("write only") << static_cast<int>(QIODeviceBase::WriteOnly) << false << true;
 }
 
-/// Signals and slots of a class's own, in the order of their declaration, with the names of parameters.
+/// Returns the signals and slots that a class declares itself, in order, with parameter names.
 [[nodiscard]] inline QStringList MethodsOf(const QMetaObject& metaObject)
 {
     QStringList result;
@@ -196,7 +195,7 @@ inline void AddModes()
     return result;
 }
 
-/// A plain Qt server at the other end.
+/// A plain Qt server as the peer.
 class RawServer
 {
 public:
@@ -208,7 +207,7 @@ public:
     }
     [[nodiscard]] bool IsListening() const { return mListening; }
     [[nodiscard]] const QString& Name() const { return mName; }
-    /// The client's socket, as soon as there is one.
+    /// Returns the client's socket once a client has connected.
     [[nodiscard]] QLocalSocket* Client()
     {
         if (mClient == nullptr && WaitUntil([&] { return mServer.hasPendingConnections(); }))
@@ -223,7 +222,7 @@ private:
     bool mListening = false;
 };
 
-/// A helper process that prints lines, ended with the object.
+/// A helper process that prints lines. It ends with the object.
 class Peer
 {
 public:
@@ -237,14 +236,14 @@ public:
     {
         if (mFrozen && mProcess.state() != QProcess::NotRunning)
             ::kill(static_cast<pid_t>(Id()), SIGCONT);
-        mProcess.closeWriteChannel(); // it ends then
+        mProcess.closeWriteChannel(); // makes it end
         if (!mProcess.waitForFinished(60000))
             Kill();
     }
     Q_DISABLE_COPY_MOVE(Peer)
 
-    /// Waits for a line that begins with \p start, and forgets all up to it.
-    /// \return the line; a null text if none comes within a minute
+    /// Waits for a line that begins with \p start, and discards all lines up to it.
+    /// \return the line; a null text if none arrives within a minute
     [[nodiscard]] QString WaitForLine(const QString& start)
     {
         QString line;
@@ -260,7 +259,7 @@ public:
         return line;
     }
 
-    /// Tells it to end, and does not wait for that.
+    /// Makes the process end, without waiting for it.
     void EndInput() { mProcess.closeWriteChannel(); }
 
     void Kill()
@@ -269,7 +268,7 @@ public:
         mProcess.waitForFinished(60000);
     }
 
-    /// Stops it where it is, alive: it does nothing more until the object ends. \return false if it is gone
+    /// Stops the process until the object is destroyed. \return false if it has ended
     [[nodiscard]] bool Freeze()
     {
         siginfo_t info = {};
@@ -279,7 +278,7 @@ public:
         return mFrozen;
     }
 
-    /// Its process id, after its end too.
+    /// Returns the process id, even after the process has ended.
     [[nodiscard]] qint64 Id() const { return mId; }
 
 private:

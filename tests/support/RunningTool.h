@@ -16,8 +16,8 @@
 
 namespace TestSupport {
 
-/// A tool that runs while the test does something else; killed with the object. Waiting runs the event loop,
-/// so that the test's own sockets are served.
+/// A run of the tool in the background, killed when the object is destroyed. Waiting runs the event loop, so
+/// that the test's own sockets are served.
 class RunningTool
 {
 public:
@@ -26,7 +26,7 @@ public:
         tool.Start(mProcess, arguments);
         mProcess.waitForStarted(ToolRunner::kTimeoutMs);
     }
-    /// Starts a line of the shell instead.
+    /// Starts a shell command line instead.
     RunningTool(const ToolRunner& tool, const QString& shellLine)
     {
         tool.StartShell(mProcess, shellLine);
@@ -41,15 +41,15 @@ public:
     }
     Q_DISABLE_COPY_MOVE(RunningTool)
 
-    /// Waits until some text stands on standard output, or on standard error.
-    /// \return false if it does not within a minute, or the tool has ended before
+    /// Waits for a text on standard output or standard error.
+    /// \return false if it does not appear within a minute, or if the tool ends first
     [[nodiscard]] bool WaitForOutput(const QByteArray& text) { return WaitFor(mOutput, text, 1); }
     [[nodiscard]] bool WaitForError(const QByteArray& text, int count = 1)
     {
         return WaitFor(mErrorText, text, count);
     }
 
-    /// Waits for the end. \return what is there altogether; -1 as the exit code if it does not end
+    /// Waits for the tool to end. \return all of its output; the exit code is -1 if it does not end
     [[nodiscard]] ToolResult WaitForEnd()
     {
         const bool hasEnded = QTest::qWaitFor([this] { return mProcess.state() == QProcess::NotRunning; },
@@ -58,15 +58,14 @@ public:
         const bool isNormal = hasEnded && mProcess.exitStatus() == QProcess::NormalExit;
         return {.ExitCode = isNormal ? mProcess.exitCode() : -1, .Output = mOutput, .Errors = mErrorText};
     }
-    /// Sends a signal and waits for the end.
+    /// Sends a signal and waits for the tool to end.
     [[nodiscard]] ToolResult End(int signal = SIGTERM)
     {
         Signal(signal);
         return WaitForEnd();
     }
     void Signal(int signal) const { ::kill(static_cast<pid_t>(mProcess.processId()), signal); }
-    /// Stops it where it is, alive, and waits until it has stopped. SIGCONT lets it go on. \return false if
-    /// it is gone
+    /// Stops the process and waits until it has stopped. SIGCONT resumes it. \return false if it has ended
     [[nodiscard]] bool Freeze() const
     {
         siginfo_t info = {};
@@ -76,7 +75,7 @@ public:
 
     [[nodiscard]] bool IsRunning() const { return mProcess.state() == QProcess::Running; }
     [[nodiscard]] qint64 Id() const { return mProcess.processId(); }
-    /// What is known so far.
+    /// Returns the output so far.
     [[nodiscard]] const QByteArray& Output() const { return mOutput; }
 
 private:
@@ -103,8 +102,8 @@ private:
     QByteArray mErrorText;
 };
 
-/// The arguments of a command that talks to a server: call, send, doctor or bench. Unless they say for how
-/// long, it waits longer than any test does: a machine that stalls must not make a difference.
+/// Returns the arguments of a command that talks to a server: call, send, doctor or bench. Unless they
+/// contain a time-out, adds one longer than any test, so that a busy machine makes no difference.
 [[nodiscard]] inline QStringList IpcArguments(const QStringList& arguments)
 {
     QStringList all = QStringList{QStringLiteral("ipc")} + arguments;
@@ -113,7 +112,7 @@ private:
                              .contains(all.value(1));
     const QString option = QStringLiteral("--timeout");
     if (isTimed && !all.contains(option)) {
-        all.insert(2, option); // before the parameters of messages, which may look like options
+        all.insert(2, option); // before message parameters, which may look like options
         all.insert(3, QString::number(10 * ToolRunner::kTimeoutMs));
     }
     return all;
@@ -125,7 +124,7 @@ private:
     return RunningTool(tool, IpcArguments(arguments)).WaitForEnd();
 }
 
-/// Starts a server of messages, and waits until it listens. \return null if it does not
+/// Starts a message server and waits until it listens. \return null if it does not
 [[nodiscard]] inline std::unique_ptr<RunningTool> StartListener(const ToolRunner& tool, const QString& name,
                                                                 const QStringList& options = {})
 {

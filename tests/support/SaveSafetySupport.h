@@ -14,10 +14,10 @@
 
 #include <sys/stat.h>
 
-/// What the tests of saving share.
+/// Helpers for tests of saving.
 namespace SaveSafety {
 
-/// The bytes of a saved document of SaveLoop; empty if it could not be saved.
+/// Returns the bytes of one of SaveLoop's documents when saved; empty if it could not be saved.
 [[nodiscard]] inline QByteArray DocumentBytes(size_t number)
 {
     const QTemporaryDir folder;
@@ -27,7 +27,7 @@ namespace SaveSafety {
     return filer.SaveAsXmlFile(path) ? TestSupport::ReadFile(path) : QByteArray();
 }
 
-/// The bytes of all documents of SaveLoop.
+/// Returns the bytes of all of SaveLoop's documents.
 [[nodiscard]] inline QList<QByteArray> AllDocumentBytes()
 {
     QList<QByteArray> documents;
@@ -36,21 +36,21 @@ namespace SaveSafety {
     return documents;
 }
 
-/// Everything in a folder, hidden entries and broken links included.
+/// Returns all entries of a folder, including hidden ones and dangling links.
 [[nodiscard]] inline QStringList FolderContent(const QString& folder)
 {
     return QDir(folder).entryList(QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot,
                                   QDir::Name);
 }
 
-/// The permission bits of a file, or -1.
+/// Returns the permission bits of a file, or -1.
 [[nodiscard]] inline int Mode(const QString& path)
 {
     struct stat status;
     return stat(QFile::encodeName(path).constData(), &status) == 0 ? int(status.st_mode & 07777) : -1;
 }
 
-/// What kind of thing a path itself is (S_IFREG, S_IFLNK, ...), or 0.
+/// Returns the type of the path itself (S_IFREG, S_IFLNK, ...), or 0.
 [[nodiscard]] inline mode_t Kind(const QString& path)
 {
     struct stat status;

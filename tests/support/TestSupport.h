@@ -21,8 +21,8 @@
 #include <time.h>
 #include <unistd.h>
 
-// QTRY_VERIFY and QTRY_COMPARE with time for a busy machine: a minute. (Qt's own, expanded in code that
-// converts strictly, warn with Qt 6.8.)
+// QTRY_VERIFY and QTRY_COMPARE with a time-out of a minute, for busy machines. (With Qt 6.8, Qt's own macros
+// cause warnings about conversions.)
 #define EVENTUALLY(condition)                                                                                \
     QVERIFY(QTest::qWaitFor([&] { return static_cast<bool>(condition); }, TestSupport::kPatienceMs))
 #define EVENTUALLY_EQUAL(actual, expected)                                                                   \
@@ -32,13 +32,13 @@
         QCOMPARE(actual, expected);                                                                          \
     } while (false)
 
-/// What the test programs share. Everything is in this header, so that a program needs no more than it.
+/// Helpers for all tests. Everything is in this header, so that a test program needs nothing else.
 namespace TestSupport {
 
-/// How long to wait for what must come, in milliseconds: the machine may be busy with other things.
+/// Time-out in milliseconds for events that must happen; the machine may be busy.
 inline constexpr int kPatienceMs = 60000;
 
-/// Sets an environment variable (or removes it) for as long as the guard lives.
+/// Sets or removes an environment variable for the lifetime of the guard.
 class EnvironmentGuard
 {
 public:
@@ -67,7 +67,7 @@ private:
     std::optional<QByteArray> mSaved;
 };
 
-/// Puts the process into a time zone ("Asia/Kolkata") for as long as the guard lives.
+/// Sets the time zone of the process, such as "Asia/Kolkata", for the lifetime of the guard.
 class TimeZoneGuard
 {
 public:
@@ -87,9 +87,8 @@ private:
     std::optional<EnvironmentGuard> mVariable;
 };
 
-/// Turns the library's logging category on and collects its messages for as long as the guard lives. All
-/// other messages go where they would have gone.
-/// One guard at a time.
+/// Enables the library's logging category and collects its messages for the lifetime of the guard. Other
+/// messages go where they would have gone. There may be one guard at a time.
 class LogGuard
 {
 public:
@@ -106,7 +105,7 @@ public:
     }
     Q_DISABLE_COPY_MOVE(LogGuard)
 
-    /// The messages of the category "qvutil" since the guard was made, whichever thread they came from.
+    /// Returns the messages of the category "qvutil" since the guard was created, from all threads.
     [[nodiscard]] static QStringList Messages()
     {
         const QMutexLocker locker(&Lock());
@@ -145,8 +144,8 @@ private:
     }
 };
 
-/// Gives up the rights of the superuser, for whom every file can be read and written, for as long as the
-/// guard lives. Does nothing for any other user. Folders on the way to a file must be open to everybody.
+/// Drops the rights of root, who can read and write every file, for the lifetime of the guard. Does nothing
+/// for other users. The folders above a file must be accessible to everybody.
 class UnprivilegedGuard
 {
 public:
@@ -165,7 +164,7 @@ private:
     bool mActive;
 };
 
-/// The whole content of a file; a null array if it cannot be read.
+/// Returns the content of a file; a null array if it cannot be read.
 [[nodiscard]] inline QByteArray ReadFile(const QString& path)
 {
     QFile file(path);
@@ -175,7 +174,7 @@ private:
     return content.isNull() ? QByteArray("") : content;
 }
 
-/// Replaces the whole content of a file. \return false if that failed
+/// Replaces the content of a file. \return false after a failure
 [[nodiscard]] inline bool WriteFile(const QString& path, const QByteArray& content)
 {
     QFile file(path);
@@ -183,8 +182,8 @@ private:
         && file.flush();
 }
 
-/// One line per node, attributes in the order of their names: equal for documents of equal meaning, and
-/// readable where two differ.
+/// Appends one line per node, with attributes sorted by name: equal for documents of equal meaning, and
+/// readable where two documents differ.
 inline void AppendMeaning(const QDomNode& node, const QString& indent, QString& result)
 {
     switch (node.nodeType()) {
@@ -210,7 +209,7 @@ inline void AppendMeaning(const QDomNode& node, const QString& indent, QString& 
         AppendMeaning(child, indent + u' ', result);
 }
 
-/// What the document that a node belongs to says.
+/// Describes the document that a node belongs to.
 [[nodiscard]] inline QString DocumentMeaning(const QDomNode& node)
 {
     QString result;
@@ -218,7 +217,7 @@ inline void AppendMeaning(const QDomNode& node, const QString& indent, QString& 
     return result;
 }
 
-/// What a document says, attribute order and indentation aside; "unreadable" if it does not parse.
+/// Describes a document without regard to attribute order and indentation; "unreadable" if it does not parse.
 [[nodiscard]] inline QString XmlMeaning(const QByteArray& xml)
 {
     QDomDocument document;
@@ -240,8 +239,8 @@ inline void AppendMeaning(const QDomNode& node, const QString& indent, QString& 
     return result;
 }
 
-/// Makes every warning of the program, and so everything the library would write to standard error, fail the
-/// running test. Called by each init().
+/// Makes every warning of the program fail the running test, and so all that the library would write to
+/// standard error. Call it in each init().
 inline void FailOnAnyMessage()
 {
     static const QRegularExpression any(QStringLiteral(".*"));

@@ -25,14 +25,15 @@
 
 namespace TestSupport {
 
-/// What a run of the tool left behind.
+/// The result of running the tool.
 struct ToolResult
 {
     int ExitCode = -1; ///< -1 if it crashed or did not end
     QByteArray Output;
     QByteArray Errors;
 
-    /// All of it as one text: the output, the errors line by line after "! ", and "=> " with the exit code.
+    /// Returns the result as one text: the output, the lines of the error output, each after "! ", and "=> "
+    /// with the exit code.
     [[nodiscard]] QString ToText() const
     {
         QString text = QString::fromUtf8(Output);
@@ -45,25 +46,26 @@ struct ToolResult
     }
 };
 
-/// Runs the tool that was built, as a process of its own in a folder of its own.
-/// The test program needs the definition QVUTIL_TOOL, the path of the tool.
+/// Runs the tool from the build tree as a process, in a folder of its own.
+/// The test program must define QVUTIL_TOOL as the path of the tool.
 class ToolRunner
 {
 public:
-    /// Long enough for the slowest machine under sanitizers; a run that takes it has failed anyway.
+    /// Time for the slowest machine under sanitizers, in milliseconds; a run that needs it has failed anyway.
     static constexpr int kTimeoutMs = 120000;
 
-    /// The folder that the tool runs in; kept when the test failed, see KeepFolder.
+    /// Returns a path in the folder that the tool runs in. After a failed test the folder is kept, see
+    /// KeepFolder.
     [[nodiscard]] QString Path(const QString& file) const { return mFolder.filePath(file); }
     void KeepFolder() { mFolder.setAutoRemove(false); }
 
-    /// Makes a file in the folder. \return false if that failed
+    /// Creates a file in the folder. \return false after a failure
     [[nodiscard]] bool Write(const QString& name, const QByteArray& content) const
     {
         QFile file(Path(name));
         return file.open(QIODevice::WriteOnly | QIODevice::Truncate) && file.write(content) == content.size();
     }
-    /// The content of a file in the folder; a null array if it cannot be read.
+    /// Returns the content of a file in the folder; a null array if it cannot be read.
     [[nodiscard]] QByteArray Read(const QString& name) const
     {
         QFile file(Path(name));
@@ -76,15 +78,15 @@ public:
         return RunProgram(QStringLiteral(QVUTIL_TOOL), arguments, input);
     }
 
-    /// Runs the tool as a user without rights: as `nobody` if the test has the superuser's, who needs to be
-    /// able to enter the folder.
+    /// Runs the tool as an unprivileged user: as `nobody` if the test runs as root. That user needs access to
+    /// the folder.
     [[nodiscard]] ToolResult RunUnprivileged(const QStringList& arguments) const
     {
         if (geteuid() != 0)
             return Run(arguments);
         const QString folder = CopyToolForAll();
         return RunProgram(folder + QStringLiteral("/qvutil"), arguments, {}, [folder](QProcess& process) {
-            // The leak sanitizer follows its own process, which not every system allows to such a user.
+            // The leak sanitizer traces its own process, which some systems forbid to such a user.
             QProcessEnvironment environment = process.processEnvironment();
             const QString name = QStringLiteral("ASAN_OPTIONS");
             environment.insert(name, environment.value(name) + QStringLiteral(":detect_leaks=0"));
@@ -98,14 +100,14 @@ public:
         });
     }
 
-    /// Runs a line of the shell, with the tool as $TOOL.
+    /// Runs a shell command line, with the tool as $TOOL.
     [[nodiscard]] ToolResult RunShell(const QString& line) const
     {
         return RunProgram(QStringLiteral("sh"), {QStringLiteral("-c"), line}, {});
     }
 
     /// Runs the tool with standard output and standard error on a terminal of 80 columns.
-    /// \return what appeared there, as Output
+    /// \return what appeared on the terminal, as Output
     [[nodiscard]] ToolResult RunOnTerminal(const QStringList& arguments) const
     {
         const int terminal = posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC);
@@ -130,7 +132,7 @@ public:
         if (isStarted) {
             process.closeWriteChannel();
             char buffer[4096];
-            for (;;) { // Linux reports an error when the last process has let go of the terminal
+            for (;;) { // on Linux, read() fails once no process has the terminal open
                 const ssize_t count = read(terminal, buffer, sizeof(buffer));
                 if (count > 0)
                     result.Output.append(buffer, count);
@@ -144,13 +146,13 @@ public:
         return result;
     }
 
-    /// Starts the tool with arguments, and does not wait for anything.
+    /// Starts the tool with arguments, without waiting.
     void Start(QProcess& process, const QStringList& arguments) const
     {
         Prepare(process);
         process.start(QStringLiteral(QVUTIL_TOOL), arguments);
     }
-    /// Starts a line of the shell, with the tool as $TOOL.
+    /// Starts a shell command line, with the tool as $TOOL, without waiting.
     void StartShell(QProcess& process, const QString& line) const
     {
         Prepare(process);
@@ -158,8 +160,8 @@ public:
     }
 
 private:
-    /// Copies the tool, and each library that it takes from outside the system's folders, to where every user
-    /// can run it: the build tree may be in the superuser's home folder, which nobody else can enter.
+    /// Copies the tool and its libraries, except the system's, to where every user can run it: the build tree
+    /// may be in root's home folder, which nobody else can enter.
     /// \return the folder of the copies
     [[nodiscard]] QString CopyToolForAll() const
     {

@@ -4,7 +4,7 @@
 #ifndef QVUTIL_TESTS_COREFOUNDATION_H
 #define QVUTIL_TESTS_COREFOUNDATION_H
 
-// The part of CoreFoundation that the macOS backend uses, for systems that lack it.
+// The part of CoreFoundation that the macOS backend uses, for other systems.
 
 #include <cstdint>
 
