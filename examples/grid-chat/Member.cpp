@@ -53,7 +53,7 @@ Member::Member(const QString& grid, const QString& name)
     : mAnswers(name)
 {
     mManager.AddMessageResponder(&mAnswers);
-    // Starts a server, and connects to the oldest member that lives, unless this is the first one.
+    // Starts a server and connects to the oldest member that is alive, unless this is the first member.
     mManager.CreateGridConnection(grid, QIODeviceBase::ReadWrite);
     const QList<ProcessInfo> members = mManager.ReadFromSharedMemory(); // the oldest first
     mHasServer = members.size() > 1 && members[0].ProcessId != QCoreApplication::applicationPid();
@@ -63,9 +63,9 @@ Member::Member(const QString& grid, const QString& name)
 //! [ask]
 QVariant Member::Ask(const QString& question, const QVariantMap& params)
 {
-    // A server talks to one client at a time: another member may take this one's place at any moment, and a
-    // question or its answer be lost. The client is back within a second. So what matters is asked again,
-    // until there is an answer that is more than empty.
+    // A server talks to one client at a time, so another member may displace this one at any moment. The
+    // question or its answer is lost then, and the client connects again within a second. So ask again until
+    // an answer with a value arrives.
     for (int i = 0; mHasServer && i < kTries; ++i) {
         QVariantMap answer;
         if (mManager.SendMessageAndGetResponse({}, question, params, answer, kPatienceMs)
