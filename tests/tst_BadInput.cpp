@@ -25,13 +25,13 @@ namespace {
 constexpr int kDeepest = 1'000;
 constexpr qsizetype kMebibyte = 1024 * 1024;
 
-/// Elements nested that deep, with \p inside in the innermost.
+/// Returns nested elements of this depth, with \p inside in the innermost.
 QByteArray Nested(int depth, const QByteArray& inside = {})
 {
     return QByteArray("<a>").repeated(depth) + inside + QByteArray("</a>").repeated(depth);
 }
 
-/// A document whose entities refer to each other, each \p width times to the one before it.
+/// Returns a document in which each entity refers \p width times to the one before it.
 QByteArray EntityBomb(int levels, int width, const QByteArray& use)
 {
     QByteArray xml = "<!DOCTYPE r [<!ENTITY e0 \"ha\">";
@@ -43,7 +43,8 @@ QByteArray EntityBomb(int levels, int width, const QByteArray& use)
     return xml.replace("&last;", "&e" + QByteArray::number(levels - 1) + ';');
 }
 
-/// Entities that each put one more element around the one before, so that no tag in the text is deep.
+/// Returns entities that each wrap another element around the one before, so that the elements in the text
+/// itself are not deep.
 QByteArray NestedByEntities(int levels, const QByteArray& root = "<r>&last;</r>")
 {
     QByteArray xml = "<!DOCTYPE r [<!ENTITY e0 \"x\">";
@@ -129,8 +130,7 @@ void tst_BadInput::cleanup()
     mDir.reset();
 }
 
-/// Whoever reads the file gives the failure result that it has, without a message and without changing the
-/// file.
+/// Every reader of the file must return its failure result, without a message and without changing the file.
 void tst_BadInput::CheckRefused(const QByteArray& xml)
 {
     const QString path = Path(u"bad.xml"_s);
@@ -153,12 +153,12 @@ void tst_BadInput::CheckRefused(const QByteArray& xml)
     const XlfTranslator translator(path);
     QCOMPARE(translator.Translate(u"Save"_s, u"main.xml"_s), u"Save"_s);
     QCOMPARE(translator.Translate(u"Save"_s, QString()), u"Save"_s);
-    // Each of the three loads says why it failed, and nothing else is said.
+    // Each of the three loads logs why it failed, and nothing else is logged.
     QCOMPARE(LogGuard::Messages().size(), 3);
     QCOMPARE(LogGuard::Messages().filter(path + u" does not load: "_s).size(), 3);
 }
 
-/// Whoever reads the file has a document to work with.
+/// Every reader of the file must end up with a usable document.
 void tst_BadInput::CheckUsable(const QByteArray& xml)
 {
     const QString path = Path(u"odd.xml"_s);
@@ -321,7 +321,7 @@ void tst_BadInput::TornAtEachByte()
 
 void tst_BadInput::EachByteReplaced()
 {
-    // Whether it loads is the parser's word; the library must neither stumble nor say anything else.
+    // The parser decides whether the document loads; the library must neither crash nor log anything else.
     const QByteArray whole = "<?xml version=\"1.0\"?><!DOCTYPE s [<!ENTITY e \"<f/>\">]>"
                              "<s a='1'><!-- c --><b c=\"2\">t&e;</b><![CDATA[d]]><?p i?></s>";
     const QString path = Path(u"s.xml"_s);
@@ -508,7 +508,7 @@ void tst_BadInput::Huge()
     QFETCH(const QByteArray, repeated);
     QFETCH(const QByteArray, end);
     QFETCH(const bool, loads);
-    // The plainest of them at 64 MiB, the others smaller, since a parser takes its time for them.
+    // Only the simplest one has 64 MiB, because the parser needs time for the others.
     const qsizetype size = start.isEmpty() && repeated == " " ? 64 * kMebibyte : 2 * kMebibyte;
     QVERIFY(WriteFile(Path(u"s.xml"_s), start + repeated.repeated(size / repeated.size()) + end));
 
@@ -529,7 +529,7 @@ void tst_BadInput::Text_data()
     QTest::newRow("NUL") << u"<a>"_s + QChar(0) + u"</a>"_s << false;
     QTest::newRow("NUL behind") << u"<a/>"_s + QChar(0) << false;
     QTest::newRow("first half of a character")
-        << u"<a>"_s + QChar(0xD800) + u"</a>"_s << true; // as the parser has it
+        << u"<a>"_s + QChar(0xD800) + u"</a>"_s << true; // the parser accepts it
     QTest::newRow("second half of a character") << u"<a>"_s + QChar(0xDC00) + u"</a>"_s << true;
     QTest::newRow("half a character at the end") << u"<a/>"_s + QChar(0xD800) << false;
     QTest::newRow("half a character in a name") << u"<a"_s + QChar(0xD800) + u"/>"_s << false;
@@ -570,7 +570,7 @@ void tst_BadInput::InnerXml_data()
     QTest::newRow("document type") << u"<!DOCTYPE b [<!ENTITY c 'd'>]><b/>"_s << false;
     QTest::newRow("unknown entity") << u"&c;"_s << false;
     QTest::newRow("NUL") << QString(QChar(0)) << false;
-    QTest::newRow("half a character") << QString(QChar(0xD800)) << true; // as the parser has it
+    QTest::newRow("unpaired surrogate") << QString(QChar(0xD800)) << true; // the parser accepts it
     QTest::newRow("900 deep") << QString::fromLatin1(Nested(900)) << true;
     QTest::newRow("1,100 deep") << QString::fromLatin1(Nested(1'100)) << false;
     QTest::newRow("a million deep") << QString::fromLatin1(Nested(1'000'000)) << false;
@@ -653,7 +653,7 @@ void tst_BadInput::FilerGoesOnAfterAFailedLoad()
     filer.PushCurrentNode();
     QVERIFY(!filer.LoadFromXmlString(u"<broken"_s));
 
-    // The cursor is on a node of no document: nothing it does may touch memory that is gone.
+    // The cursor is on a node that belongs to no document: using it must not access freed memory.
     filer.MoveToNextSibling();
     filer.WriteInt(u"V"_s, 1);
     filer.CreateNode(u"C/D"_s, true);
@@ -694,8 +694,8 @@ void tst_BadInput::FileNames()
     QCOMPARE(filer.LoadFromXmlFile(QString()), false);
     QCOMPARE(filer.LoadFromXmlFile(Path(name)), false);
     const Settings settings(Path(name), u"Settings"_s);
-    QCOMPARE(settings.GetCurrentNodePath(), u"/Settings"_s); // a new store: there is no such file
-    QCOMPARE(LogGuard::Messages().size(), 2); // of the two loads
+    QCOMPARE(settings.GetCurrentNodePath(), u"/Settings"_s); // a new store, because the file does not exist
+    QCOMPARE(LogGuard::Messages().size(), 2); // from the two loads
 }
 
 QTEST_GUILESS_MAIN(tst_BadInput)

@@ -20,7 +20,8 @@ namespace {
 
 using Callback = BooleanExpressionEvaluator::OperandCallback;
 
-// What the callbacks were asked, in order. Operands that begin with 't' are true, with '?' unknown.
+// The operands for which the callbacks were called, in order. Those that begin with 't' are true, with '?'
+// unknown.
 QStringList gAsked; // clazy:exclude=non-pod-global-static
 
 bool Answer(const QString& operand, bool& value)
@@ -30,8 +31,8 @@ bool Answer(const QString& operand, bool& value)
     return !operand.startsWith(u'?');
 }
 
-// The rules of the evaluator, followed one by one with strings and patterns: slow, and easy to compare with
-// them.
+// A reference implementation that follows the rules one by one, with strings and patterns: slow, but easy to
+// compare with the rules.
 class Reference
 {
 public:
@@ -170,7 +171,7 @@ private:
     Callback mCallback;
 };
 
-// All that can be seen of one expression, in one text, so that two evaluators are easy to compare.
+// Describes all results for one expression as one text, so that two evaluators are easy to compare.
 template <typename Evaluator> QString Describe(const Evaluator& evaluator, const QString& expression)
 {
     QString fixed = expression;
@@ -191,7 +192,7 @@ template <typename Evaluator> QString Describe(const Evaluator& evaluator, const
         .arg(gAsked.join("]["_L1));
 }
 
-// Fails with the expression in a form that can be pasted if the evaluator and the rules disagree.
+// Fails, with the expression in a form that can be pasted, if the evaluator and the reference disagree.
 bool AgreesWithReference(const QString& expression)
 {
     const QString actual = Describe(BooleanExpressionEvaluator(&Answer), expression);
@@ -339,7 +340,7 @@ void tst_BooleanExpressionEvaluator::ValidateAndFixBraces()
 void tst_BooleanExpressionEvaluator::SplitByPrecedence_data()
 {
     QTest::addColumn<QString>("expression");
-    QTest::addColumn<QStringList>("expected"); // none after a failure
+    QTest::addColumn<QStringList>("expected"); // empty after a failure
 
     const auto row = [](const char* circumstance, const QString& expression, const QStringList& expected) {
         QTest::newRow(circumstance) << expression << expected;
@@ -434,7 +435,7 @@ void tst_BooleanExpressionEvaluator::SplitByPrecedence_expressionIsOneOfTheParts
 
 void tst_BooleanExpressionEvaluator::SplitByPrecedence_everyCharacterBehindAGroup()
 {
-    // Which characters may stand between a group and its operator is up to the pattern "\S".
+    // The pattern "\S" decides which characters may stand between a group and its operator.
     for (char32_t code = 0; code <= 0xffff; ++code) {
         const QString expression = "(a)"_L1 + QChar(static_cast<char16_t>(code)) + "& b"_L1;
         if (!AgreesWithReference(expression))
@@ -546,7 +547,7 @@ void tst_BooleanExpressionEvaluator::Evaluate_functionObject()
     QFETCH(const bool, value);
     QFETCH(const QStringList, asked);
 
-    QStringList heard; // captured: a function pointer could not reach it
+    QStringList heard; // captured, so that a function pointer would not work
     const auto answer = [&heard](const QString& operand, bool& operandValue) {
         heard.append(operand);
         return Answer(operand, operandValue);
@@ -564,7 +565,7 @@ void tst_BooleanExpressionEvaluator::Evaluate_functionObject()
 
 void tst_BooleanExpressionEvaluator::Evaluate_functionObjectIsCopied()
 {
-    // The evaluator outlives the function object that it was made of, and is copied with it.
+    // The evaluator outlives the function object that it was constructed from, and copying copies it.
     std::optional<BooleanExpressionEvaluator> evaluator;
     {
         const QString known = u"open"_s;
@@ -595,12 +596,12 @@ void tst_BooleanExpressionEvaluator::Evaluate_noCallback()
         QCOMPARE(value, false);
     }
     QStringList parts;
-    QCOMPARE(evaluator.SplitByPrecedence(u"a & b"_s, parts), true); // needs none
+    QCOMPARE(evaluator.SplitByPrecedence(u"a & b"_s, parts), true); // works without a callback
 }
 
 void tst_BooleanExpressionEvaluator::Evaluate_operandStartsFalse()
 {
-    // A callback that sets nothing means false, whatever was true before.
+    // If the callback does not set the value, it is false, even if it was true before.
     const BooleanExpressionEvaluator evaluator([](const QString& operand, bool& value) {
         gAsked.append(operand + (value ? " true"_L1 : " false"_L1));
         if (operand == "t"_L1)
@@ -633,7 +634,7 @@ void tst_BooleanExpressionEvaluator::Evaluate_callbackMayChangeTheExpression()
 {
     static QString expression;
     expression = u"first operand & (second operand | third operand)"_s;
-    expression.detach(); // from the program's own text, which stays whatever becomes of the expression
+    expression.detach(); // the literal's data would never be freed
     const BooleanExpressionEvaluator evaluator([](const QString& operand, bool& value) {
         gAsked.append(operand);
         expression.fill(u'#');
@@ -713,8 +714,8 @@ void tst_BooleanExpressionEvaluator::DeepNesting_data()
     QTest::addColumn<bool>("expected");
     QTest::addColumn<int>("asked");
 
-    // Milliseconds if each level is read once; minutes, more than a test may take, if each level reads all
-    // that is below it.
+    // This takes milliseconds if each level is read once, but minutes, which is beyond the time-out, if each
+    // level reads all levels below it.
     constexpr int kDepth = 200'000;
     const auto repeated = [](const QString& text) { return text.repeated(kDepth); };
     QTest::newRow("pairs around one operand") << repeated(u"("_s) + u't' + repeated(u")"_s) << true << 1;

@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: 2026 The QvUtil developers
 // SPDX-License-Identifier: MIT
 
-// Documents that are small, and would take far more memory or time than their size suggests.
+// Small documents that would take far more memory or time than their size suggests.
 
 #include "support/TestSupport.h"
 
@@ -30,11 +30,12 @@ namespace {
 enum class Outcome {
     Refused,
     Loaded,
-    OutOfMemory, // though the library survived it
+    OutOfMemory, // but the library survived it
     Died,
 };
 
-/// Runs a load in a process of its own that may use only so much memory more than this one.
+/// Runs a load in another process, which may use only a limited amount of memory in addition to that of this
+/// one.
 Outcome RunWithLittleMemory(const std::function<bool()>& load)
 {
     const pid_t child = fork();
@@ -159,7 +160,7 @@ void tst_DocumentBombs::Refused()
     const QByteArray start = type.isEmpty() ? QByteArray() : "<!DOCTYPE Message [" + type + "]>";
     const QString file = Path(u"bomb.xml"_s);
 
-    // As a document, as translations, and as a message.
+    // As a document, as a file of translations, and as a message.
     QVERIFY(WriteFile(file, start + "<Message>" + content + "</Message>"));
     QCOMPARE(RunWithLittleMemory([&] { return XmlFiler().LoadFromXmlFile(file); }), Outcome::Refused);
 
@@ -180,7 +181,7 @@ void tst_DocumentBombs::Refused()
     message.insert(declarationEnd, QString::fromLatin1(start));
     QCOMPARE(RunWithLittleMemory([&] { return !ExtractMessage(message).first.isEmpty(); }), Outcome::Refused);
 
-    // In UTF-16, in which no byte is what it is in ASCII.
+    // In UTF-16, where no character has its ASCII encoding.
     QStringEncoder encoder(QStringConverter::Utf16LE);
     const QByteArray encoded = encoder(u'\uFEFF' + text);
     QVERIFY(WriteFile(file, encoded));
@@ -235,7 +236,7 @@ void tst_DocumentBombs::FileSize()
     QVERIFY(!filer.LoadFromXmlFile(file));
 
     QCOMPARE(log.Messages(), QStringList(file + u" does not load: it is larger than 1 GiB"_s));
-    // One that is just small enough has zeros where XML cannot have them.
+    // A file below the limit consists of zeros, which XML does not allow.
     QVERIFY(QFile::resize(file, qint64(256) * 1024 * 1024));
     QVERIFY(!filer.LoadFromXmlFile(file));
 }
@@ -244,13 +245,13 @@ void tst_DocumentBombs::EndlessFile()
 {
     if (!QFile::exists(u"/dev/zero"_s))
         QSKIP("this system has no such device");
-    // It has no size, and the bytes take all the memory that there is.
+    // The device has no size and never ends, so that reading it could use up all memory.
     QVERIFY(RunWithLittleMemory([] { return XmlFiler().LoadFromXmlFile(u"/dev/zero"_s); }) != Outcome::Died);
 }
 
 void tst_DocumentBombs::ReadError()
 {
-    // Opens, but cannot be read.
+    // This file can be opened, but not read.
     const QString file = u"/proc/self/mem"_s;
     if (!QFile::exists(file))
         QSKIP("this system has no such file");

@@ -21,7 +21,7 @@ namespace {
 
 constexpr int kNoPair = -1;
 
-// The reference for RemoveDuplicates with ignoreCase: every entry against every later one.
+// The reference for RemoveDuplicates with ignoreCase: compares each entry with every later one.
 qsizetype RemoveDuplicatesOneByOne(QStringList& list)
 {
     qsizetype removed = 0;
@@ -453,7 +453,7 @@ void tst_GeneralUtil::GetHash_data()
     QTest::addColumn<QString>("text");
     QTest::addColumn<QByteArray>("expected");
 
-    // Computed with md5sum over the UTF-8 form.
+    // Computed with md5sum from the UTF-8 encoding.
     QTest::newRow("empty") << u""_s << "d41d8cd98f00b204e9800998ecf8427e"_ba;
     QTest::newRow("null") << QString() << "d41d8cd98f00b204e9800998ecf8427e"_ba;
     QTest::newRow("one letter") << u"a"_s << "0cc175b9c0f1b6a831c399e269772661"_ba;
@@ -481,7 +481,7 @@ void tst_GeneralUtil::FileHash_data()
     QTest::addColumn<QByteArray>("content");
     QTest::addColumn<QByteArray>("expected");
 
-    // Computed with md5sum. The sizes lie around the 32768 bytes that are read at a time.
+    // Computed with md5sum. The sizes are around 32768 bytes, which are read at a time.
     QTest::newRow("empty") << ""_ba
                            << "d41d8cd98f00b204e9800998ecf8427e"_ba;
     QTest::newRow("short") << "abc"_ba
@@ -559,7 +559,7 @@ void tst_GeneralUtil::BytesToString()
     QFETCH(const int, precision);
     QFETCH(const QString, expected);
 
-    // The user's own number format has no say in it.
+    // The user's number format must make no difference.
     for (const QLocale& locale : {QLocale::c(), QLocale(QLocale::German, QLocale::Germany)}) {
         QLocale::setDefault(locale);
         const QString actual = GeneralUtil::BytesToString(bytes, precision);

@@ -25,7 +25,7 @@ using namespace TestSupport;
 
 namespace {
 
-// Makes a folder the current one for as long as the guard lives.
+// Changes the current folder for the lifetime of the guard.
 class CurrentFolderGuard
 {
 public:
@@ -89,7 +89,7 @@ private:
     [[nodiscard]] QString MakeFile(const QString& path);
 
     std::optional<QTemporaryDir> mDir;
-    QString mRoot; ///< the test's own folder, free of links
+    QString mRoot; ///< the test's folder, without links
 };
 
 void tst_GeneralUtilEnvironment::init()
@@ -106,7 +106,7 @@ void tst_GeneralUtilEnvironment::cleanup()
     mDir.reset();
 }
 
-// Makes a file and the folders above it, \a path being relative to the test's folder. \return its full path
+// Creates a file and the folders above it, at \a path in the test's folder. \return its full path
 QString tst_GeneralUtilEnvironment::MakeFile(const QString& path)
 {
     const QFileInfo info(mRoot + u'/' + path);
@@ -258,7 +258,7 @@ void tst_GeneralUtilEnvironment::GetModulePath_nameThatEndsLikeAnother()
 
 void tst_GeneralUtilEnvironment::GetModulePath_programIsNoLibrary()
 {
-    // A program whose file name would fit; it asks for itself.
+    // A copy of this program whose file name would match, and which looks for itself.
     const QString copy = mRoot + "/tst_copy"_L1 + Platform::GetLibrarySuffix();
     QVERIFY(QFile::copy(QCoreApplication::applicationFilePath(), copy));
     QProcess process;
@@ -273,7 +273,7 @@ void tst_GeneralUtilEnvironment::IsProcessRunning()
 {
     QCOMPARE(GeneralUtil::IsProcessRunning(0), false);
     QCOMPARE(GeneralUtil::IsProcessRunning(-1), false);
-    // What counts as a process, and how it ends, is tested with the system's own file.
+    // The platform's tests cover what counts as a process and how it ends.
     for (const qint64 id : {QCoreApplication::applicationPid(), qint64(1), qint64(1) << 40})
         QCOMPARE(GeneralUtil::IsProcessRunning(id), Platform::IsProcessRunning(id));
 }
@@ -419,7 +419,7 @@ void tst_GeneralUtilEnvironment::FindLocaleFile_folderOrder()
     const QString inA = MakeFile(u"a/fr-FR/strings.xlf"_s);
     QCOMPARE(GeneralUtil::FindLocaleFile(u"strings"_s, u"fr-FR"_s, folders), inA);
 
-    // an empty entry is no folder, least of all the root
+    // an empty entry is not a folder, in particular not the root
     const QString fromRoot = mRoot.mid(1) + "/a/fr-FR"_L1;
     QCOMPARE(GeneralUtil::FindLocaleFile(u"strings"_s, fromRoot, u";"_s + mRoot + u";;"_s), QString());
 
@@ -429,7 +429,7 @@ void tst_GeneralUtilEnvironment::FindLocaleFile_folderOrder()
 
 void tst_GeneralUtilEnvironment::FindLocaleFile_applicationFolder()
 {
-    // A folder of a fresh name beside the program plays the locale's.
+    // A new folder beside the program takes the role of the locale's folder.
     const QTemporaryDir localeFolder(GeneralUtil::GetAppDirPath() + "/locale-XXXXXX"_L1);
     QVERIFY(localeFolder.isValid());
     const QString locale = QFileInfo(localeFolder.path()).fileName();
@@ -455,7 +455,7 @@ void tst_GeneralUtilEnvironment::FindLocaleFile_listedFolderBeforeApplicationFol
 
 void tst_GeneralUtilEnvironment::FindLocaleFile_emptyLocaleIsTheSystems()
 {
-    const QString expected = MakeFile(u"de-DE/strings.xlf"_s); // main() has chosen de_DE
+    const QString expected = MakeFile(u"de-DE/strings.xlf"_s); // main() has set de_DE
 
     QCOMPARE(GeneralUtil::FindLocaleFile(u"strings"_s, QString(), mRoot), expected);
 }
@@ -468,8 +468,8 @@ void tst_GeneralUtilEnvironment::FindLocaleFile_relativeFolder()
     QCOMPARE(GeneralUtil::FindLocaleFile(u"strings"_s, u"fr-FR"_s, u"sub"_s), expected);
 }
 
-// The application's folder is asked for only when the listed ones have failed; Qt warns if nobody can tell
-// it.
+// The application's folder is only looked up after the listed ones; without a QCoreApplication, that would
+// make Qt warn.
 void tst_GeneralUtilEnvironment::FindLocaleFile_foundWithoutApplication()
 {
     const QString expected = MakeFile(u"fr-FR/strings.xlf"_s);
@@ -483,7 +483,7 @@ void tst_GeneralUtilEnvironment::FindLocaleFile_foundWithoutApplication()
 
 void tst_GeneralUtilEnvironment::OutputDebugString_silentByDefault()
 {
-    // FailOnAnyMessage() sees warnings only, so look at every message that leaves the library.
+    // FailOnAnyMessage() sees only warnings, so check every message of the library.
     static int messages = 0;
     const QtMessageHandler previous
         = qInstallMessageHandler([](QtMsgType, const QMessageLogContext&, const QString&) { ++messages; });
@@ -524,7 +524,7 @@ void tst_GeneralUtilEnvironment::OutputDebugString_wideText()
 
 int main(int argc, char* argv[])
 {
-    qputenv("LC_ALL", "de_DE.UTF-8"); // before Qt looks at it
+    qputenv("LC_ALL", "de_DE.UTF-8"); // before Qt reads it
     if (argc == 3 && std::strcmp(argv[1], "--locale-file") == 0) {
         const QString folders = QFile::decodeName(argv[2]);
         const QString path = GeneralUtil::FindLocaleFile(u"strings"_s, u"fr-FR"_s, folders);

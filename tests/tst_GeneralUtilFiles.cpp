@@ -25,8 +25,8 @@ namespace {
 constexpr QDir::Filters kFilesOnly = QDir::Files | QDir::NoSymLinks;
 constexpr int kLastCounter = std::numeric_limits<int>::max() - 1;
 
-// Permissions do not hold back the super-user. For as long as the guard lives, the process is an ordinary
-// user, to whom the tree has been given.
+// Permissions do not restrict root. For the lifetime of the guard, the process runs as another user, who owns
+// the tree.
 class OrdinaryUserGuard
 {
 public:
@@ -36,7 +36,8 @@ public:
             return;
         for (const QString& path : tree)
             mReady = mReady && lchown(QFile::encodeName(path).constData(), kNobody, kNobody) == 0;
-        // Both the real user, whom access() asks about, and the effective one; the saved one leads back.
+        // Change both the real user id, which access() checks, and the effective one; the saved one allows
+        // changing back.
         mReady = mReady && setreuid(kNobody, 0) == 0 && seteuid(kNobody) == 0;
         mSwitched = mReady;
     }
@@ -56,7 +57,7 @@ private:
     bool mSwitched = false;
 };
 
-// Makes a folder the current one for as long as the guard lives.
+// Changes the current folder for the lifetime of the guard.
 class CurrentFolderGuard
 {
 public:
@@ -175,8 +176,8 @@ QStringList tst_GeneralUtilFiles::Paths(const QStringList& relative) const
     return paths;
 }
 
-// Makes files, folders ("sub/") and links ("link>target", the target as it stands); the folders above come by
-// themselves.
+// Creates files, folders ("sub/") and links ("link>target", with the target unchanged), and the folders above
+// them.
 bool tst_GeneralUtilFiles::Make(const QStringList& entries) const
 {
     for (const QString& entry : entries) {
@@ -192,7 +193,7 @@ bool tst_GeneralUtilFiles::Make(const QStringList& entries) const
     return true;
 }
 
-// All that is left, in order, in the form that Make takes; links are not followed.
+// Returns everything that is left, sorted, in the form that Make takes; links are not followed.
 QStringList tst_GeneralUtilFiles::Tree() const
 {
     QStringList tree;
@@ -270,7 +271,7 @@ void tst_GeneralUtilFiles::GetFiles()
     const QStringList expectedPaths = Paths(expected);
     QCOMPARE(Sorted(GeneralUtil::GetFiles(mRoot, filter, filters, recursive)), expectedPaths);
 
-    // The paths are clean, however the folder was named.
+    // The paths are clean, however the folder is spelled.
     const QString detour = mRoot + u"/sub/..//sub//deep/.//..//../"_s;
     QCOMPARE(Sorted(GeneralUtil::GetFiles(detour, filter, filters, recursive)), expectedPaths);
     const CurrentFolderGuard guard(Path(u"sub"_s));
@@ -304,7 +305,7 @@ void tst_GeneralUtilFiles::GetFiles_dotFolders()
 {
     QVERIFY(Make({u"d/a"_s, u"d/sub/"_s}));
 
-    // Cleaned, "." is the folder itself, and ".." the one above.
+    // Cleaned, "." is the folder itself, and ".." its parent.
     QCOMPARE(Sorted(GeneralUtil::GetFiles(Path(u"d"_s), u""_s, QDir::Dirs, false)),
              (QStringList{mRoot, Path(u"d"_s), Path(u"d/sub"_s)}));
     QCOMPARE(GeneralUtil::GetFiles(Path(u"d"_s), u""_s, QDir::Dirs, true), QStringList{Path(u"d/sub"_s)});
@@ -350,7 +351,7 @@ void tst_GeneralUtilFiles::GetFiles_noFolder()
     }
 }
 
-// As QDir has it, a folder without a name is the current one.
+// As in QDir, a folder without a name is the current one.
 void tst_GeneralUtilFiles::GetFiles_currentFolder()
 {
     QVERIFY(Make({u"a.txt"_s, u"sub/b.txt"_s}));
@@ -387,16 +388,16 @@ void tst_GeneralUtilFiles::GetFiles_links()
         Paths({u"d/a.txt"_s, u"d/file"_s, u"d/folder/o.txt"_s, u"d/folder/sub/p.txt"_s, u"d/nothing"_s}));
     QCOMPARE(GeneralUtil::GetFiles(folder, u""_s, QDir::Files | QDir::Dirs | QDir::NoSymLinks, true),
              Paths({u"d/a.txt"_s}));
-    // A link that leads nowhere is no sub-folder.
+    // A dangling link is not a sub-folder.
     QCOMPARE(GeneralUtil::GetFiles(folder, u"*.txt"_s, QDir::Dirs | QDir::System | QDir::NoSymLinks, true),
              QStringList());
-    // To Qt, a link that leads nowhere is a system file first.
+    // For Qt, a dangling link is a system file.
     QCOMPARE(
         Sorted(GeneralUtil::GetFiles(folder, u""_s, QDir::Files | QDir::System | QDir::NoSymLinks, true)),
         Paths({u"d/a.txt"_s, u"d/nothing"_s}));
 }
 
-// The system follows such a link a number of times, and then no longer.
+// The system follows such a link only a limited number of times.
 void tst_GeneralUtilFiles::GetFiles_linkToItself()
 {
     QVERIFY(Make({u"a.txt"_s, u"loop>."_s}));
@@ -448,7 +449,7 @@ void tst_GeneralUtilFiles::DeleteFiles_data()
     row("hidden files and folders", {u"d/.h"_s, u"d/.s/a"_s}, u""_s, kFilesOnly | QDir::Hidden, true, {});
     row("hidden folders stay, even if empty", {u"d/.s/"_s, u"d/a"_s}, u""_s, kFilesOnly, true,
         {u"d/"_s, u"d/.s/"_s});
-    // Folders that are listed like files cannot be removed like files; the sweep has its own listing.
+    // Folders that are listed as files cannot be deleted as files; removing empty folders uses its own list.
     row("listed folders are failures", {u"d/a"_s, u"d/sub/b"_s}, u""_s, kFilesOnly | QDir::Dirs, true, {},
         false);
     row("listed folders, not recursive", {u"d/a"_s, u"d/sub/b"_s}, u""_s,
@@ -483,13 +484,13 @@ void tst_GeneralUtilFiles::DeleteFiles_noFolder()
 {
     QVERIFY(Make({u"a"_s}));
 
-    QVERIFY(GeneralUtil::DeleteFiles(Path(u"nope"_s), u""_s, kFilesOnly, true)); // nothing was listed
+    QVERIFY(GeneralUtil::DeleteFiles(Path(u"nope"_s), u""_s, kFilesOnly, true)); // nothing to delete
     QCOMPARE(Tree(), QStringList{u"a"_s});
 }
 
 void tst_GeneralUtilFiles::DeleteFiles_failureDoesNotStopIt()
 {
-    // "b" is listed between the two files, and cannot be removed like a file.
+    // "b" is listed between the two files, and cannot be deleted as a file.
     QVERIFY(Make({u"d/a"_s, u"d/b/x"_s, u"d/c"_s}));
     const QDir::Filters filters = kFilesOnly | QDir::AllDirs | QDir::NoDotAndDotDot;
     QCOMPARE(GeneralUtil::GetFiles(Path(u"d"_s), u"*"_s, filters, false).size(), 3);
@@ -511,7 +512,7 @@ void tst_GeneralUtilFiles::DeleteFiles_readOnlyFile()
     QCOMPARE(Tree(), QStringList());
 }
 
-// In a folder that must not be written to, no file can be removed, and what was done to it before shows.
+// In a folder that is not writable, no file can be deleted, so that the changed permissions show.
 void tst_GeneralUtilFiles::DeleteFiles_readOnlyFileIsMadeWritableFirst()
 {
     QVERIFY(Make({u"d/a"_s, u"d/sub/b"_s}));
@@ -530,7 +531,7 @@ void tst_GeneralUtilFiles::DeleteFiles_readOnlyFileIsMadeWritableFirst()
                                   QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ExeOwner));
 
     QVERIFY(!deleted);
-    QCOMPARE(left, (QStringList{u"d/"_s, u"d/a"_s, u"d/sub/"_s})); // the other file, elsewhere, is gone
+    QCOMPARE(left, (QStringList{u"d/"_s, u"d/a"_s, u"d/sub/"_s})); // the file elsewhere is deleted
     for (const auto bit :
          {QFileDevice::WriteOwner, QFileDevice::ReadOwner, QFileDevice::ReadGroup, QFileDevice::ExeOther})
         QVERIFY(permissions & bit);
@@ -543,12 +544,12 @@ void tst_GeneralUtilFiles::DeleteFiles_links()
                              u"outside/empty/"_s, u"outside/o"_s};
     QVERIFY(Make(before));
 
-    // Links stay out of it altogether ...
+    // Links are either skipped ...
     QVERIFY(GeneralUtil::DeleteFiles(Path(u"d"_s), u""_s, kFilesOnly, true));
     QCOMPARE(Tree(),
              (QStringList{u"d/"_s, u"d/file>"_s, u"d/folder>"_s, u"d/nothing>"_s, u"outside/"_s,
                           u"outside/empty/"_s, u"outside/o"_s}));
-    // ... or are removed, if they lead to a file, and followed, if they lead to a folder.
+    // ... or, if they lead to a file, deleted; if they lead to a folder, followed.
     QVERIFY(GeneralUtil::DeleteFiles(Path(u"d"_s), u""_s, QDir::Files, false));
     QCOMPARE(Tree(), (QStringList{u"d/"_s, u"d/folder>"_s, u"d/nothing>"_s, u"outside/"_s, u"outside/o"_s}));
     QVERIFY(GeneralUtil::DeleteFiles(Path(u"d"_s), u""_s, QDir::Files, true));
@@ -560,7 +561,7 @@ void tst_GeneralUtilFiles::DeleteFiles_fileAsFolder()
     QVERIFY(Make({u"d/a"_s, u"d/empty/"_s}));
 
     QVERIFY(GeneralUtil::DeleteFiles(Path(u"d/a"_s), u""_s, kFilesOnly, false));
-    QCOMPARE(Tree(), (QStringList{u"d/"_s, u"d/empty/"_s})); // no folder of that name to sweep
+    QCOMPARE(Tree(), (QStringList{u"d/"_s, u"d/empty/"_s})); // there is no folder of that name to remove
 }
 
 void tst_GeneralUtilFiles::DeleteEmptyDirectories_data()
@@ -623,7 +624,7 @@ void tst_GeneralUtilFiles::DeleteEmptyDirectories_links()
 
     QVERIFY(!GeneralUtil::DeleteEmptyDirectories(Path(u"d"_s), QDir::Dirs | QDir::NoSymLinks));
     QCOMPARE(Tree(), (QStringList{u"d/"_s, u"d/link>"_s, u"outside/"_s, u"outside/empty/"_s}));
-    // Followed, but neither the link nor the folder it leads to can be removed through it.
+    // The link is followed, but neither the link nor its target can be removed through it.
     QVERIFY(!GeneralUtil::DeleteEmptyDirectories(Path(u"d"_s), QDir::Dirs));
     QCOMPARE(Tree(), (QStringList{u"d/"_s, u"d/link>"_s, u"outside/"_s}));
 }
@@ -637,7 +638,7 @@ void tst_GeneralUtilFiles::GetUniqueFile_data()
     QTest::addColumn<int>("start");
     QTest::addColumn<QString>("expected"); // empty: no result
 
-    // The path asked for is the first one of those that exist.
+    // "before" lists the existing files; the first of them is the path that is passed.
     const auto row = [](const char* name, const QStringList& before, const QString& format,
                         const QString& firstTry, bool append, int start, const QString& expected) {
         QTest::newRow(name) << before << format << firstTry << append << start << expected;
@@ -665,7 +666,7 @@ void tst_GeneralUtilFiles::GetUniqueFile_data()
     row("nothing but a suffix", {u".profile"_s}, u"-%1"_s, u""_s, true, 2, u"-2.profile"_s);
     row("dot at the end goes", {u"a."_s}, u"-%1"_s, u""_s, true, 2, u"a-2"_s);
     row("placeholder in the name takes the tag", {u"a%1.txt"_s}, u"(%1)"_s, u""_s, true, 2, u"a(2)%3.txt"_s);
-    // In "%3%2" the name's first digit joins the placeholder in front of it, "%31", which the tag replaces.
+    // In "%3%2" the first digit of the name completes the placeholder "%31", which the tag replaces.
     row("digit in front of the name, tag behind it", {u"1a.txt"_s}, u"(%1)"_s, u""_s, true, 2,
         u"1a(2).txt"_s);
     row("digit in front of the name, tag before it", {u"1a.txt"_s}, u"%1_"_s, u""_s, false, 2, u"2_a.txt"_s);
@@ -739,7 +740,8 @@ void tst_GeneralUtilFiles::GetUniqueFile_folderCountsAsTaken()
     QCOMPARE(GeneralUtil::GetUniqueFile(Path(u"a/"_s), u"(%1)"_s, u""_s, true, 2), Path(u"a(3)"_s));
 }
 
-// Folder, name and tag are filled in one after the other, so the name takes the place in the folder.
+// Folder, name and tag are filled in one after the other, so that the name replaces the placeholder in the
+// folder.
 void tst_GeneralUtilFiles::GetUniqueFile_placeholderInTheFolder()
 {
     QVERIFY(Make({u"x%1y/a.txt"_s}));
@@ -788,7 +790,7 @@ void tst_GeneralUtilFiles::GetUniqueFile_inFolder_data()
         u""_s);
     row("no separator", {u"a.txt"_s}, u"a"_s, u"txt"_s, u""_s, u"a%.txt"_s);
     row("no separator, taken", {u"a.txt"_s, u"a%.txt"_s}, u"a"_s, u"txt"_s, u""_s, u""_s);
-    // The '%' in the middle and the digit behind it make a placeholder of their own.
+    // The '%' in the middle and the digit after it form a placeholder.
     row("separator begins with a digit", {u"a.txt"_s}, u"a"_s, u"txt"_s, u"5"_s, u"a51.txt"_s);
 }
 
@@ -807,7 +809,7 @@ void tst_GeneralUtilFiles::GetUniqueFile_inFolder()
 
 void tst_GeneralUtilFiles::GetUniqueFile_inTemporaryFolder()
 {
-    // The system's folder of temporary files is one of our own, so that no other program's files are met.
+    // Use the test's folder for temporary files, because the system's contains files of other programs.
     const TestSupport::EnvironmentGuard guard("TMPDIR", QFile::encodeName(mRoot));
     QCOMPARE(QDir::tempPath(), mRoot);
 
@@ -847,7 +849,7 @@ void tst_GeneralUtilFiles::FixInvalidCharsInFileName()
     QFETCH(const QString, expected);
 
     QCOMPARE(GeneralUtil::FixInvalidCharsInFileName(name, replacement), expected);
-    // The same in the two steps that it is made of.
+    // The same, in the two steps that the operation consists of.
     static const QRegularExpression invalid(u"[\\/:*?\"<>|]"_s);
     QCOMPARE(QString(name).replace(invalid, replacement).replace(u"\\"_s, replacement), expected);
 }

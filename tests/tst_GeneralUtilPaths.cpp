@@ -16,7 +16,7 @@ using Quorvin::Util::GeneralUtil;
 
 namespace {
 
-// The standard library's form of a path without "." and "..", and without a slash at the end.
+// The standard library's form of a path, without "." and "..", and without a trailing slash.
 std::filesystem::path Normal(const QString& path)
 {
     const std::filesystem::path normal = std::filesystem::path(path.toStdU16String()).lexically_normal();
@@ -33,7 +33,7 @@ QString Relative(const QString& path, const QString& base)
     return ToQt(Normal(path).lexically_relative(Normal(base)));
 }
 
-// A plain relative path, clean or not, made of few names so that paths often have a beginning in common.
+// Returns a relative path, clean or not, made of few names, so that paths often have a common parent.
 QString RandomPath(QRandomGenerator& random, const QStringList& steps)
 {
     QString path = u"a"_s;
@@ -117,7 +117,7 @@ void tst_GeneralUtilPaths::CleanPath_data()
     QTest::newRow("drive, relative") << u"C:x\\y"_s << u"C:x/y"_s;
     QTest::newRow("colon in front") << u":a//b/"_s << u":a/b"_s;
 
-    // Two slashes in front stay as far as Qt keeps them, which differs between systems.
+    // Two leading slashes are kept if Qt keeps them, which depends on the system.
     const bool qtKeepsTwoSlashes = QDir::cleanPath(u"//server/share"_s).startsWith("//"_L1);
     QTest::newRow("server, slashes") << u"//server/share/"_s
                                      << (qtKeepsTwoSlashes ? u"//server/share"_s : u"server/share"_s);
@@ -143,7 +143,7 @@ void tst_GeneralUtilPaths::CleanPath()
     QCOMPARE(GeneralUtil::CleanPath(path), expected);
 }
 
-// On what both understand, which is neither drives nor white space around the path.
+// Only paths that both understand: without drives and surrounding white space.
 void tst_GeneralUtilPaths::CleanPath_sameAsStandardLibrary()
 {
     QRandomGenerator random(52);
@@ -152,14 +152,14 @@ void tst_GeneralUtilPaths::CleanPath_sameAsStandardLibrary()
         const QString path = RandomPath(random, steps);
         const QString expected = ToQt(Normal(path));
         QCOMPARE(GeneralUtil::CleanPath(path), expected);
-        // Above the root, the standard library stays at the root, and Qt does not.
+        // ".." in the root is the root for the standard library, but not for Qt.
         if (!expected.startsWith(u".."_s))
             QCOMPARE(GeneralUtil::CleanPath(u'/' + path), expected == u"."_s ? u"/"_s : expected);
     }
 }
 
-// The other operations clean what may be clean already. (White space behind a slash in front is the
-// exception: only the second cleaning finds it in front.)
+// Other operations clean paths that may be clean already. (White space after a leading slash is an exception:
+// only a second cleaning removes it.)
 void tst_GeneralUtilPaths::CleanPath_isStable()
 {
     QRandomGenerator random(53);
@@ -266,7 +266,7 @@ void tst_GeneralUtilPaths::RelativeToAbsolutePath_data()
     row("server, slashes, as Qt cleans it", u"//srv/x/"_s, u"/b"_s, false, QDir::cleanPath(u"//srv/x/"_s));
     row("server, backslashes", u"\\\\srv\\x"_s, u"/b"_s, false, QDir::cleanPath(u"\\\\srv\\x"_s));
     row("base on a drive", u"x"_s, u"C:/b"_s, false, u"C:/b/x"_s);
-    // The folder is filled in first, and what it holds can take the place of the path.
+    // The folder is filled in first, so that the path replaces a placeholder in it.
     row("placeholder in the base", u"x"_s, u"/b/%1/c"_s, false, u"/b/x/c/%2"_s);
     row("placeholder in the path", u"%1/%2"_s, u"/b"_s, false, u"/b/%1/%2"_s);
 }
@@ -281,7 +281,7 @@ void tst_GeneralUtilPaths::RelativeToAbsolutePath()
     QCOMPARE(GeneralUtil::RelativeToAbsolutePath(path, base, baseIsFile), expected);
 }
 
-// A file's folder is absolute, a folder is taken as it stands.
+// The folder of a file is made absolute, a folder is not.
 void tst_GeneralUtilPaths::RelativeToAbsolutePath_relativeBase()
 {
     QCOMPARE(GeneralUtil::RelativeToAbsolutePath(u"x"_s, u"b/f.txt"_s, true),
@@ -326,7 +326,7 @@ void tst_GeneralUtilPaths::AbsoluteToRelativePath()
     QCOMPARE(GeneralUtil::AbsoluteToRelativePath(path, base, baseIsFile), expected);
 }
 
-// Drives and servers are the system's business: the path that comes out is Qt's.
+// The system decides about drives and servers: the result is Qt's.
 void tst_GeneralUtilPaths::AbsoluteToRelativePath_driveOrServer()
 {
     const QList<std::pair<QString, QString>> places{{u"C:/b/x"_s, u"C:/b"_s},
@@ -372,8 +372,8 @@ void tst_GeneralUtilPaths::IsParentPath_data()
     row("other drive", u"C:/a"_s, u"D:/a/b"_s, false, false);
     row("scheme", u"http://h/a"_s, u"HTTP://h/a/b"_s, true, true);
     row("root and a path", u"/"_s, u"/a"_s, false, false);
-    // Cut of its one character, the root is the beginning of every path, and of these "/" alone goes on with
-    // a slash.
+    // Without its only character, the root is the beginning of every path, but only "/" continues with a
+    // slash.
     row("root and itself", u"/"_s, u"/"_s, true, true);
     row("empty and root", u""_s, u"/"_s, true, true);
     row("empty and a path", u""_s, u"a"_s, false, false);

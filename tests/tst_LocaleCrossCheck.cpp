@@ -1,8 +1,8 @@
 // SPDX-FileCopyrightText: 2026 The QvUtil developers
 // SPDX-License-Identifier: MIT
 
-// The table of locales beside ICU's knowledge of the same identifiers. The differences that we know of stand
-// here; any other one is a mistake in the table or a change in ICU that somebody should look at.
+// Compares the table of locales with ICU's data. Known differences are listed here; any other one is an error
+// in the table or a change in ICU that needs a look.
 #include "locale/LocaleTable_p.h"
 #include "support/TestSupport.h"
 
@@ -28,10 +28,10 @@ private Q_SLOTS:
 
 void tst_LocaleCrossCheck::IdentifierOfEveryName()
 {
-    // Names that are Windows' own; ICU has newer ones for the same languages.
+    // Names that only Windows uses; ICU has newer names for the same languages.
     const std::map<std::string_view, quint32> differences{
         {"ns-ZA", 0x0000}, // nso-ZA today
-        {"zh-CHS", 0x7804}, // zh-Hans today; ICU sees Chinese alone
+        {"zh-CHS", 0x7804}, // zh-Hans today; ICU only recognises Chinese
         {"zh-CHT", 0x7804}, // zh-Hant today
     };
     for (const LocaleRecord& record : gLocales) {
@@ -45,7 +45,7 @@ void tst_LocaleCrossCheck::IdentifierOfEveryName()
 
 void tst_LocaleCrossCheck::NameOfEveryIdentifier()
 {
-    // ICU names the script of a Chinese locale, and knows fewer kinds of Quechua.
+    // ICU includes the script of a Chinese locale, and has fewer variants of Quechua.
     const std::map<std::string_view, QByteArray> differences{
         {"ns-ZA", "nso-ZA"},     {"quz-BO", "qu-BO"},     {"quz-EC", "qu-EC"},     {"quz-PE", "qu-PE"},
         {"zh-CHS", "zh-Hans"},   {"zh-CHT", "zh-Hant"},   {"zh-HK", "zh-Hant-HK"}, {"zh-MO", "zh-Hant-MO"},
@@ -66,7 +66,7 @@ void tst_LocaleCrossCheck::NameOfEveryIdentifier()
 
 void tst_LocaleCrossCheck::ThreeLetterNames()
 {
-    // The table's short names that are not those of ISO 639-2, and what ICU has in their place.
+    // Short names in the table that differ from ISO 639-2, with ICU's names.
     const std::map<std::string_view, std::string_view> differences{
         {"bs", "bos"}, {"chs", "zho"}, {"cht", "zho"}, {"csy", "ces"}, {"cy", "cym"}, {"esp", "spa"},
         {"fy", "fry"}, {"ga", "gle"},  {"hr", "hrv"},  {"iu", "iku"},  {"lb", "ltz"}, {"mi", "mri"},

@@ -27,7 +27,7 @@ using namespace TestSupport;
 
 namespace {
 
-// One row of the copy of the table that the tests compare with.
+// One row of the tests' copy of the table.
 struct ExpectedLocale
 {
     QString Name;
@@ -56,7 +56,7 @@ const QList<ExpectedLocale>& ExpectedLocales()
     return locales;
 }
 
-// The plain walk through the table: what every look-up by name must agree with. \return null if unknown
+// Finds a locale by a linear search: the reference for look-ups by name. \return null if unknown
 const ExpectedLocale* FindByWalk(const QString& name)
 {
     for (const ExpectedLocale& locale : ExpectedLocales()) {
@@ -66,7 +66,7 @@ const ExpectedLocale* FindByWalk(const QString& name)
     return nullptr;
 }
 
-// Compares all look-ups of a name with the walk.
+// Compares all look-ups of a name with the reference.
 bool AgreesWithWalk(const QString& name)
 {
     const ExpectedLocale* const expected = FindByWalk(name);
@@ -78,14 +78,14 @@ bool AgreesWithWalk(const QString& name)
         == (expected != nullptr ? expected->DisplayName : QString());
 }
 
-// The environment decides on the user's locale, which the tests can choose; not so on macOS.
+// On Linux tests can choose the user's locale, because the environment determines it; on macOS they cannot.
 #ifdef Q_OS_LINUX
 constexpr bool kCanChooseLocale = true;
 #else
 constexpr bool kCanChooseLocale = false;
 #endif
 
-// The bytes of a fixed-size field: the text, then zeros.
+// Returns the bytes of a fixed-size field: the text, padded with zeros.
 QByteArray Field(const QString& text, int width)
 {
     return text.toLatin1().leftJustified(width, '\0');
@@ -137,7 +137,7 @@ private Q_SLOTS:
 
 private:
     std::optional<QTemporaryDir> mDir;
-    QString mRoot; ///< the test's own folder, free of links
+    QString mRoot; ///< the test's folder, without links
     std::optional<EnvironmentGuard> mLocale;
 };
 
@@ -218,7 +218,7 @@ void tst_LocaleUtil::Lookup_otherCase()
 
 void tst_LocaleUtil::Lookup_neighboursOfEveryName()
 {
-    // Every name with one character more, one less, or another one in each place.
+    // Every name with one character added, removed or replaced, at each position.
     const QString characters = u"@AZ[`az{-_0 9\0\u017f\u212a"_s;
     for (const ExpectedLocale& locale : ExpectedLocales()) {
         for (qsizetype i = 0; i <= locale.Name.size(); ++i) {
@@ -234,7 +234,7 @@ void tst_LocaleUtil::Lookup_neighboursOfEveryName()
 
 void tst_LocaleUtil::Lookup_everyCharacterForEveryLetter()
 {
-    // For each character of the names the first place where it stands.
+    // The first occurrence of each character in the names.
     std::map<QChar, QPair<QString, qsizetype>> places;
     for (const ExpectedLocale& locale : ExpectedLocales()) {
         for (qsizetype i = 0; i < locale.Name.size(); ++i)
@@ -254,7 +254,7 @@ void tst_LocaleUtil::Lookup_everyCharacterForEveryLetter()
             beyondAscii += same ? 1 : 0;
         }
     }
-    QCOMPARE(beyondAscii, 4); // long s and the Kelvin sign, each for the small and the capital letter
+    QCOMPARE(beyondAscii, 4); // long s and the Kelvin sign, each for the lower-case and the capital letter
 }
 
 void tst_LocaleUtil::Lookup_charactersBeyondTheFirstPlane()
@@ -492,7 +492,7 @@ void tst_LocaleUtil::GetUserDefaultLocaleForMac_buffer()
     qputenv("LC_ALL", "de");
     QCOMPARE(QByteArray(first), QByteArray("en_GB")); // until the next call
     const char* const second = LocaleUtil::GetUserDefaultLocaleForMac();
-    QVERIFY(first == second); // one buffer
+    QVERIFY(first == second); // the same buffer
     QCOMPARE(QByteArray(first), QByteArray("de"));
 
     qputenv("LC_ALL", "fr_FR");
@@ -504,7 +504,7 @@ void tst_LocaleUtil::GetUserDefaultLocaleForMac_buffer()
     QCOMPARE(QByteArray(first), QByteArray("it_IT"));
 
     qputenv("LC_ALL", "es_ES");
-    QCOMPARE(LocaleUtil::LocaleNameToLCID(u"en-US"_s), quint32(0x0409)); // has no need to ask
+    QCOMPARE(LocaleUtil::LocaleNameToLCID(u"en-US"_s), quint32(0x0409)); // the user's locale is not needed
     QCOMPARE(QByteArray(first), QByteArray("it_IT"));
 }
 
@@ -542,10 +542,10 @@ void tst_LocaleUtil::GetSymbolicLinkTarget()
     QCOMPARE(LocaleUtil::GetSymbolicLinkTarget(QString()), QString());
 }
 
-// The application is a copy of this program in a folder of its own, which loads a module and is asked.
+// A copy of this program, in a folder of its own, loads a module and prints the result.
 void tst_LocaleUtil::ResolveTranslatorFile_data()
 {
-    QTest::addColumn<QString>("loaded"); // relative to the test's folder, as all paths here
+    QTest::addColumn<QString>("loaded"); // relative to the test's folder, as are all paths here
     QTest::addColumn<QString>("module");
     QTest::addColumn<QString>("file");
     QTest::addColumn<QString>("subFolder");
@@ -633,11 +633,11 @@ void tst_LocaleUtil::ResolveTranslatorFile()
     QCOMPARE(QString::fromUtf8(process.readAllStandardOutput()), u'[' + full(expected) + "]\n"_L1);
 }
 
-// A module that is not loaded lies nowhere, and not in the root of the file system either.
+// A module that is not loaded has no folder; in particular, it is not in the root folder.
 void tst_LocaleUtil::ResolveTranslatorFile_rootIsNoModulesFolder()
 {
     QVERIFY(WriteFile(mRoot + "/x.qm"_L1, "content"));
-    const QString fromRoot = mRoot.mid(1); // without the slash in front
+    const QString fromRoot = mRoot.mid(1); // without the leading slash
     const QString none;
     QCOMPARE(LocaleUtil::ResolveTranslatorFile(u"libNone"_s, fromRoot + "/x.qm"_L1, none, none), none);
     QCOMPARE(LocaleUtil::ResolveTranslatorFile(u"libNone"_s, u"x.qm"_s, fromRoot, none), none);

@@ -36,7 +36,7 @@ using namespace TestSupport;
 
 namespace {
 
-// Sets a variable, or removes it if there is no value, for as long as the guard lives.
+// Sets a variable, or removes it if there is no value, for the lifetime of the guard.
 class VariableGuard
 {
 public:
@@ -56,12 +56,12 @@ private:
 
 using Variable = std::optional<QByteArray>;
 
-// How often shared memory is still to be missing for who asks for it.
+// How many more times shared memory appears to be missing.
 std::atomic<int> gMissing = 0;
 
 } // namespace
 
-// In the place of the system's, for Qt too.
+// Replaces the system's function, for Qt too.
 extern "C" Q_DECL_EXPORT int shmget(key_t key, size_t size, int flags) noexcept
 {
     if ((flags & IPC_CREAT) == 0 && gMissing > 0) {
@@ -278,8 +278,8 @@ void tst_PlatformLinux::IsProcessRunning_zombie()
     ::close(pipe[0]);
     ::close(pipe[1]);
     siginfo_t info{};
-    QCOMPARE(::waitid(P_PID, static_cast<id_t>(child), &info, WEXITED | WNOWAIT), 0); // ended, not reaped
-    QCOMPARE(::kill(child, 0), 0); // the system still knows it
+    QCOMPARE(::waitid(P_PID, static_cast<id_t>(child), &info, WEXITED | WNOWAIT), 0); // ended, but not reaped
+    QCOMPARE(::kill(child, 0), 0); // the system still knows the process
     QCOMPARE(GeneralUtil::IsProcessRunning(child), false);
 
     QCOMPARE(::waitpid(child, nullptr, 0), child);
@@ -289,7 +289,7 @@ void tst_PlatformLinux::IsProcessRunning_zombie()
 void tst_PlatformLinux::IsProcessRunning_otherUser()
 {
     constexpr uid_t kNobody = 65534;
-    if (::geteuid() != 0) { // the first process is root's
+    if (::geteuid() != 0) { // the first process belongs to root
         if (::kill(1, 0) == 0)
             QSKIP("Every process here is this user's own.");
         QCOMPARE(GeneralUtil::IsProcessRunning(1), true);
@@ -324,7 +324,7 @@ void tst_PlatformLinux::IsProcessRunning_thread()
     finish.count_down();
     thread.join();
 
-    QVERIFY(known); // the system takes it for its process
+    QVERIFY(known); // the system takes it for a process
     QCOMPARE(running, false);
 }
 
@@ -342,7 +342,7 @@ void tst_PlatformLinux::IsProcessRunning_mainThreadEnded()
     QCOMPARE(running, true);
 }
 
-// Another program makes the registry between the look for it and its making.
+// Another program creates the registry between attach() and create().
 void tst_PlatformLinux::GridMadeMeanwhile()
 {
     const QString grid = QUuid::createUuid().toString(QUuid::Id128);
@@ -352,7 +352,7 @@ void tst_PlatformLinux::GridMadeMeanwhile()
     gMissing = 1;
     QCOMPARE(second.CreateGridConnection(grid, QIODeviceBase::ReadWrite), true);
     gMissing = 0;
-    // Both are in the same one.
+    // Both are in the same grid.
     QCOMPARE(second.ReadFromSharedMemory().size(), 2);
     QCOMPARE(first.ReadFromSharedMemory().size(), 2);
 }
@@ -414,8 +414,8 @@ void tst_PlatformLinux::GetModulePath_version()
     QCOMPARE(GeneralUtil::GetModulePath(u"libProbeLibrary.so.6.4.1"_s), QString());
     QVERIFY(library.unload());
 
-    QVERIFY(!GeneralUtil::GetModulePath(u"libQt6Core"_s).isEmpty()); // linked, and with a version
-    QCOMPARE(GeneralUtil::GetModulePath(u"linux-vdso.so.1"_s), QString()); // the kernel's own
+    QVERIFY(!GeneralUtil::GetModulePath(u"libQt6Core"_s).isEmpty()); // it is linked, and has a version
+    QCOMPARE(GeneralUtil::GetModulePath(u"linux-vdso.so.1"_s), QString()); // the vDSO has no file
 }
 
 void tst_PlatformLinux::ResolveSymbolicLinks_nameWithZero()

@@ -34,10 +34,10 @@ namespace {
 constexpr int kKills = 300;
 constexpr int kTimeoutMs = 120000; // disks may be slow, and each save waits for them
 constexpr uid_t kNobody = 65534;
-// Nothing else is made before main.
+// The only object that is constructed before main().
 const QByteArray kOld = "<Old><!-- not yet replaced --></Old>"; // clazy:exclude=non-pod-global-static
 
-/// Lets no file grow beyond a size for as long as the guard lives: a disk that is full.
+/// Limits the size of files for the lifetime of the guard, as a full disk would.
 class FileSizeLimit
 {
 public:
@@ -76,7 +76,7 @@ private:
     mode_t mOld;
 };
 
-/// Saves the document of that number in this process.
+/// Saves the document of this number in this process.
 bool SaveDocument(const QString& path, size_t number)
 {
     XmlFiler filer;
@@ -161,12 +161,12 @@ private Q_SLOTS:
 
 private:
     [[nodiscard]] QString Path(const QString& name) const { return mDir->filePath(name); }
-    /// Runs SaveLoop to its end. \return its exit code; -1 if it did not end by itself
+    /// Runs SaveLoop until it ends. \return its exit code; -1 if it was killed or hangs
     int RunSaver(const QStringList& arguments, QByteArray* output = nullptr) const;
-    /// Runs SaveLoop without the rights of root.
+    /// Runs SaveLoop without root's rights.
     int RunSaverWithoutRights(const QStringList& arguments, QByteArray* output = nullptr) const;
-    /// Kills a saver at a random moment, the first one after it has saved a second time.
-    /// \param seen  gets the numbers of the documents that stood in the file; -1 for what is none
+    /// Kills a save at a random moment; the first time, after it has saved a second document.
+    /// \param seen  receives the numbers of the documents that the file contained; -1 for anything else
     void KillOneSaver(const QString& command, const QString& file, QRandomGenerator& random,
                       QSet<qsizetype>& seen);
 
@@ -223,7 +223,7 @@ void tst_SaveSafety::KillOneSaver(const QString& command, const QString& file, Q
     QVERIFY(saver.waitForStarted(kTimeoutMs));
     QVERIFY(saver.waitForReadyRead(kTimeoutMs));
 
-    // Looking at the file until a random moment, which may see nothing else than a whole document.
+    // Until a random moment, reading the file must always give a complete document.
     const bool isFirst = seen.isEmpty();
     const QDeadlineTimer latest(kTimeoutMs);
     const QDeadlineTimer end(std::chrono::microseconds(random.bounded(8'000)), Qt::PreciseTimer);
@@ -253,12 +253,12 @@ void tst_SaveSafety::Kill_leavesACompleteFile()
     QSet<qsizetype> seen;
 
     for (int i = 0; i < kills; ++i) {
-        QFile::remove(file); // each child begins without a file
+        QFile::remove(file); // each process starts without a file
         KillOneSaver(command, file, random, seen);
         if (QTest::currentTestFailed())
             return;
         QVERIFY(!seen.contains(-1));
-        // The next save removes what this one may have left, so that nothing piles up.
+        // The next save removes what this one may have left, so that nothing accumulates.
         QVERIFY2(FolderContent(mDir->path()).size() <= 2, qPrintable(FolderContent(mDir->path()).join(u' ')));
         const qsizetype number = mDocuments.indexOf(ReadFile(file));
         QVERIFY2(number >= 0, qPrintable(u"torn after kill %1"_s.arg(i)));
@@ -266,7 +266,7 @@ void tst_SaveSafety::Kill_leavesACompleteFile()
     }
     QVERIFY(SaveDocument(file, 0));
     QCOMPARE(FolderContent(mDir->path()), QStringList({u"s.xml"_s}));
-    QVERIFY(seen.size() > 1); // the saver was indeed replacing one by another
+    QVERIFY(seen.size() > 1); // the process did replace one document with another
 }
 
 void tst_SaveSafety::Leftover_isRemoved_data()
@@ -306,7 +306,7 @@ void tst_SaveSafety::Leftover_inUseStays()
     QCOMPARE(ReadFile(other), QByteArray("of another saver"));
     QCOMPARE(FolderContent(mDir->path()), QStringList({u".s.xml.saving"_s, u"s.xml"_s}));
 
-    QCOMPARE(flock(file, LOCK_UN), 0); // the other saver was killed
+    QCOMPARE(flock(file, LOCK_UN), 0); // the other save was killed
     QVERIFY(SaveDocument(Path(u"s.xml"_s), 2));
     QCOMPARE(FolderContent(mDir->path()), QStringList({u"s.xml"_s}));
 }
@@ -367,7 +367,7 @@ void tst_SaveSafety::ParallelSavers()
     QCOMPARE(FolderContent(mDir->path()), QStringList({u"s.xml"_s}));
 }
 
-// Plain success
+// Successful saves
 
 void tst_SaveSafety::Success_leavesNothingElse_data()
 {
@@ -401,7 +401,7 @@ void tst_SaveSafety::Success_replacesLongerContent()
     QCOMPARE(ReadFile(Path(u"s.xml"_s)), mDocuments.at(0));
 }
 
-// No room
+// Full disk
 
 void tst_SaveSafety::FullDisk_existingFile_data()
 {
@@ -433,7 +433,7 @@ void tst_SaveSafety::FullDisk_existingFile()
     QCOMPARE(ReadFile(file), kOld);
     QCOMPARE(FolderContent(mDir->path()), QStringList({u"s.xml"_s}));
 
-    QVERIFY(SaveDocument(file, 3)); // there is room again
+    QVERIFY(SaveDocument(file, 3)); // there is space again
     QCOMPARE(ReadFile(file), mDocuments.at(3));
 }
 
@@ -490,7 +490,7 @@ void tst_SaveSafety::FullDisk_settingsStayDirty()
         }
         QCOMPARE(ReadFile(file), old);
         QCOMPARE(FolderContent(mDir->path()), QStringList({u"s.xml"_s}));
-        settings.WriteInt(u"P"_s, u"V"_s, 2); // tries again, since no save has succeeded yet
+        settings.WriteInt(u"P"_s, u"V"_s, 2); // tries again, because no save has succeeded yet
         QCOMPARE(Settings(file, QString()).ReadInt(u"P"_s, u"V"_s, 0), 2);
         {
             const FileSizeLimit limit(10);
@@ -499,10 +499,10 @@ void tst_SaveSafety::FullDisk_settingsStayDirty()
         }
         QCOMPARE(Settings(file, QString()).ReadInt(u"P"_s, u"V"_s, 0), 2);
     }
-    QCOMPARE(Settings(file, QString()).ReadInt(u"P"_s, u"V"_s, 0), 3); // by the destructor
+    QCOMPARE(Settings(file, QString()).ReadInt(u"P"_s, u"V"_s, 0), 3); // saved by the destructor
 }
 
-// No right to write
+// Missing permissions
 
 void tst_SaveSafety::Rights_data()
 {
@@ -565,7 +565,7 @@ void tst_SaveSafety::Rights_unreadableSettings()
         QCOMPARE(chown(QFile::encodeName(mDir->path()).constData(), kNobody, kNobody), 0);
         QCOMPARE(chown(QFile::encodeName(file).constData(), kNobody, kNobody), 0);
     }
-    QVERIFY(ChangeMode(file, 0200)); // may be written, not read
+    QVERIFY(ChangeMode(file, 0200)); // writable, but not readable
 
     QByteArray output;
     QCOMPARE(RunSaverWithoutRights({u"overwrite"_s, file}, &output), 0);
@@ -580,7 +580,7 @@ void tst_SaveSafety::Rights_unreadableSettings()
 void tst_SaveSafety::Link_data()
 {
     QTest::addColumn<QString>("file");
-    QTest::addColumn<QStringList>("links"); // place, what it points to, place, ...; the last is saved to
+    QTest::addColumn<QStringList>("links"); // place, target, place, ...; the last place is saved to
 
     QTest::newRow("in the same folder") << u"real.xml"_s << QStringList({u"l.xml"_s, u"real.xml"_s});
     QTest::newRow("into another folder") << u"sub/real.xml"_s << QStringList({u"l.xml"_s, u"sub/real.xml"_s});
@@ -743,7 +743,7 @@ void tst_SaveSafety::Owner_isKept()
     QCOMPARE(ReadFile(Path(u"s.xml"_s)), mDocuments.at(1));
 }
 
-// What is no plain file
+// Targets that are not regular files
 
 void tst_SaveSafety::Target_thatCannotBeWritten_data()
 {
@@ -804,7 +804,7 @@ void tst_SaveSafety::Target_longestName()
     QCOMPARE(ReadFile(file), mDocuments.at(2));
     QCOMPARE(FolderContent(mDir->path()), QStringList({QString(255, u'x')}));
 
-    // No less safe than any other: no name beside it would be short enough by itself.
+    // Saving is atomic even so, although no name beside the file would be short enough.
     bool saved = true;
     {
         const FileSizeLimit limit(1000);
@@ -841,7 +841,7 @@ void tst_SaveSafety::Target_searchPath()
     QVERIFY(WriteFile(folder + u"/s.xml"_s, kOld));
 
     QVERIFY(SaveDocument(u"saves:s.xml"_s, 1)); // where a load finds it
-    QVERIFY(SaveDocument(u"saves:new.xml"_s, 2)); // a file that is not there yet has just this name
+    QVERIFY(SaveDocument(u"saves:new.xml"_s, 2)); // a new file has exactly this name
 
     QCOMPARE(ReadFile(folder + u"/s.xml"_s), mDocuments.at(1));
     QCOMPARE(FolderContent(folder), QStringList({u"s.xml"_s}));

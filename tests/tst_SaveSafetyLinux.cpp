@@ -1,8 +1,8 @@
 // SPDX-FileCopyrightText: 2026 The QvUtil developers
 // SPDX-License-Identifier: MIT
 
-// The part of saving that is tested with what Linux alone has: /dev/full, a small file system in memory, and
-// a saver that is stopped at each of its system calls.
+// Tests of saving with means that only Linux has: /dev/full, a small file system in memory, and a process
+// that is stopped at each of its system calls.
 
 #include "support/SaveSafetySupport.h"
 
@@ -31,12 +31,12 @@ using TestSupport::WriteFile;
 
 namespace {
 int gLockError = 0;
-/// A file that goes before the next lock is asked for: another saver took it for a leftover.
+/// A file that is removed before it can be locked, as by another save that took it for a stale one.
 const char* gTakenFile = nullptr;
-// Nothing else is made before main.
+// The only object that is constructed before main().
 const QByteArray kOld = "<Old><!-- not yet replaced --></Old>"; // clazy:exclude=non-pod-global-static
 
-/// A saver that is followed from the moment before its save to the moment behind it.
+/// Traces a process from just before its save to just after it.
 class TracedSaver
 {
 public:
@@ -57,13 +57,13 @@ public:
     ~TracedSaver() { Kill(); }
     Q_DISABLE_COPY_MOVE(TracedSaver)
 
-    /// Whether the system lets one process follow another, and the saver is about to save.
+    /// Returns whether the system allows tracing, and the process is about to save.
     [[nodiscard]] bool IsUsable() const { return mUsable; }
 
-    /// Goes on to the beginning of the next system call. \return false if the save is over
+    /// Continues to the start of the next system call. \return false if the save is complete
     bool Step()
     {
-        // Each call stops the process twice, at its beginning and at its end.
+        // Each call stops the process twice, at its start and at its end.
         do {
             if (ptrace(PTRACE_SYSCALL, mProcess, nullptr, nullptr) != 0 || !Wait() || !IsAtSystemCall())
                 return false;
@@ -108,7 +108,7 @@ private:
     bool mUsable = false;
 };
 
-/// A file system in memory of 64 KiB, for as long as the guard lives.
+/// A file system of 64 KiB in memory, for the lifetime of the guard.
 class SmallFileSystem
 {
 public:
@@ -137,7 +137,7 @@ bool IsSync(long call)
 
 bool IsRename(long call)
 {
-#ifdef SYS_rename // newer processors have the others alone
+#ifdef SYS_rename // newer architectures have only the others
     if (call == SYS_rename)
         return true;
 #endif
@@ -153,7 +153,7 @@ bool SaveDocument(const QString& path, size_t number)
 
 } // namespace
 
-// Stands in for the system's own flock, so that saving meets a file system that cannot lock files.
+// Replaces the system's flock(), so that saving finds a file system without locks.
 extern "C" Q_DECL_EXPORT int LockFile(int descriptor, int operation) __asm__("flock");
 
 int LockFile(int descriptor, int operation)
@@ -249,12 +249,12 @@ void tst_SaveSafetyLinux::Kill_atEachSystemCall()
         const QByteArray content = ReadFile(file);
         const bool untouched = content == before && content.isNull() == before.isNull();
         QVERIFY2(untouched || content == document, qPrintable(u"torn after %1 calls"_s.arg(done)));
-        QVERIFY(!replaced || content == document); // never back to the old one
+        QVERIFY(!replaced || content == document); // never again the old one
         replaced = content == document;
-        QVERIFY(FolderContent(mDir->path()).size() <= 2); // the file, and what a killed saver leaves
+        QVERIFY(FolderContent(mDir->path()).size() <= 2); // the file, and what a killed save leaves
         if (over) {
             QVERIFY(replaced);
-            QVERIFY(steps > 5); // the saver was indeed followed
+            QVERIFY(steps > 5); // the process was indeed traced
             QCOMPARE(FolderContent(mDir->path()), QStringList({u"s.xml"_s}));
             return;
         }
@@ -287,7 +287,7 @@ void tst_SaveSafetyLinux::Save_neverShowsAPrivateFileToOthers()
     const QString file = Path(u"s.xml"_s);
     QVERIFY(WriteFile(file, kOld));
     QCOMPARE(chmod(QFile::encodeName(file).constData(), 0600), 0);
-    const mode_t mask = umask(0); // which keeps nothing from others
+    const mode_t mask = umask(0); // grants all permissions
     TracedSaver saver(file, u"2"_s);
     umask(mask);
     if (!saver.IsUsable())
@@ -304,7 +304,7 @@ void tst_SaveSafetyLinux::Save_neverShowsAPrivateFileToOthers()
         }
     }
     QVERIFY(saver.IsStoppedByItself());
-    QVERIFY(sawBoth); // the old file, and the new one before it replaced that
+    QVERIFY(sawBoth); // the old file, and the new one before it replaced the old
     QCOMPARE(ReadFile(file), DocumentBytes(2));
 }
 
@@ -327,7 +327,7 @@ void tst_SaveSafetyLinux::Device()
     QFETCH(const unsigned, minor);
     QFETCH(const bool, linked);
     QFETCH(const bool, saved);
-    // Root would replace the system's own device if saving had a fault, so it takes one of its own.
+    // If saving had a fault, root would replace the system's device, so use a new one.
     QString device = u"/dev/"_s + name;
     if (geteuid() == 0) {
         device = Path(name);
@@ -371,7 +371,7 @@ void tst_SaveSafetyLinux::FullFileSystem_newFile()
     QCOMPARE(FolderContent(mDir->path()), QStringList());
 
     QVERIFY(WriteFile(Path(u"filler"_s), QByteArray(65536, 'x')));
-    QCOMPARE(SaveDocument(Path(u"s.xml"_s), 0), false); // not a byte is left
+    QCOMPARE(SaveDocument(Path(u"s.xml"_s), 0), false); // no space at all
     QCOMPARE(FolderContent(mDir->path()), QStringList({u"filler"_s}));
 }
 
@@ -407,7 +407,7 @@ void tst_SaveSafetyLinux::FullFileSystem_settingsStayDirty()
 
 void tst_SaveSafetyLinux::MountedFile_isWrittenDirectly()
 {
-    // As containers do with a single file of configuration: nothing can be renamed over it.
+    // As containers do with a single configuration file: it cannot be replaced by renaming.
     QVERIFY(WriteFile(Path(u"real.xml"_s), kOld));
     QVERIFY(WriteFile(Path(u"s.xml"_s), QByteArray()));
     const QByteArray mounted = QFile::encodeName(Path(u"s.xml"_s));
@@ -448,7 +448,7 @@ void tst_SaveSafetyLinux::NoLocks()
 
     QCOMPARE(FolderContent(mDir->path()), QStringList({u"s.xml"_s}));
     QCOMPARE(ReadFile(file), AllDocumentBytes().at(1));
-    QCOMPARE(old.readAll(), kOld); // replaced, not written over
+    QCOMPARE(old.readAll(), kOld); // replaced, not overwritten
 }
 
 void tst_SaveSafetyLinux::TakenForALeftover_data()
@@ -462,7 +462,7 @@ void tst_SaveSafetyLinux::TakenForALeftover_data()
     QTest::newRow("locked, new file") << false << EWOULDBLOCK;
 }
 
-// Between the making of the temporary file and its lock there is a moment for another saver.
+// Another save may intervene between the creation of the temporary file and its locking.
 void tst_SaveSafetyLinux::TakenForALeftover()
 {
     QFETCH(const bool, exists);
@@ -480,7 +480,7 @@ void tst_SaveSafetyLinux::TakenForALeftover()
 
     QVERIFY(SaveDocument(file, 1));
 
-    QVERIFY(gTakenFile == nullptr); // it was taken
+    QVERIFY(gTakenFile == nullptr); // it was removed
     QCOMPARE(FolderContent(mDir->path()), QStringList({u"s.xml"_s}));
     QCOMPARE(ReadFile(file), AllDocumentBytes().at(1));
 }

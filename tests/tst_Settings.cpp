@@ -30,7 +30,7 @@ Q_DECLARE_METATYPE(std::function<void(Settings&)>)
 namespace {
 using Change = std::function<void(Settings&)>;
 
-constexpr qint64 kStart = 1'700'000'000'000; // some moment in 2023
+constexpr qint64 kStart = 1'700'000'000'000; // any moment; this one is in 2023
 qint64 gNow = kStart;
 
 qint64 TestClock()
@@ -38,14 +38,13 @@ qint64 TestClock()
     return gNow;
 }
 
-/// What a file of settings with the root "Settings" and this content looks like. Lines of content carry their
-/// own indentation.
+/// Returns a settings file with the root "Settings" and this content, whose lines must be indented.
 QByteArray SettingsXml(const QByteArray& content)
 {
     return "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<Settings>\n" + content + "</Settings>\n";
 }
 
-// A function, since an object would be made before main.
+// A function, because an object would be constructed before main().
 QByteArray BareSettings()
 {
     return "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<Settings/>\n";
@@ -56,10 +55,10 @@ QDateTime UtcTime(const QString& isoText)
     return QDateTime::fromString(isoText, Qt::ISODate);
 }
 
-/// The names of the document's top-level elements, in order.
+/// Returns the names of the document's top-level elements, in order.
 QStringList TopLevelElements(Settings& settings)
 {
-    // The serialised form is asked, not the cursor: the document may well have more than one root here.
+    // Uses the saved text, not the cursor: the document may have more than one root here.
     QDomDocument wrapper;
     QString xml = settings.SaveAsXmlString();
     xml.remove(u"<?xml version=\"1.0\"?>"_s);
@@ -208,11 +207,11 @@ void tst_Settings::Constructor_withoutFile()
     QCOMPARE(settings.TranslateEnabled, true);
     QCOMPARE(settings.ExtraText, QString());
 
-    // With no root yet, the first write makes one named after the first step of its path.
+    // Without a root, the first write creates one, named after the first step of its path.
     settings.WriteInt(u"Panel/Main"_s, u"Width"_s, 640);
     QCOMPARE(XmlMeaning(settings.SaveAsXmlString()), XmlMeaning(u"<Panel><Main Width='640'/></Panel>"_s));
 
-    // The mark was set without a file to save to, and is honoured as soon as there is one.
+    // The store was marked while it had no file, and is saved as soon as it has one.
     settings.SetFile(Path(u"s.xml"_s), u"Ignored"_s);
     QVERIFY(!QFile::exists(Path(u"s.xml"_s)));
     settings.Save();
@@ -298,7 +297,7 @@ void tst_Settings::Constructor_directory()
     QVERIFY(QDir().mkdir(folder));
     LogGuard log;
 
-    // Something is there, so it is loaded; it cannot be opened, so the store is empty, and no root is made.
+    // The path exists, so it is loaded; it cannot be opened, so the store is empty and no root is created.
     Settings settings(folder, u"Settings"_s);
     QCOMPARE(LogGuard::Messages().size(), 1);
     QVERIFY2(LogGuard::Messages().constFirst().contains(u"XmlFiler: Failed to open file %1. "_s.arg(folder)),
@@ -440,7 +439,7 @@ void tst_Settings::SetFile_targetThatCannotBeOpened()
 
     QCOMPARE(log.Messages().size(), 1);
     QVERIFY(log.Messages().constFirst().contains(u"XmlFiler: Failed to open file %1. "_s.arg(folder)));
-    // Nothing was read that could take the place of the content.
+    // Nothing was read, so the content is kept.
     QCOMPARE(settings.GetCurrentNodePath(), u"/Settings/Panel"_s);
     QCOMPARE(settings.ReadInt(u"Width"_s, 7), 1);
 
@@ -470,7 +469,7 @@ void tst_Settings::SetFile_sameFileDropsUnsavedChanges()
 {
     Settings settings(Path(u"a.xml"_s), u"Settings"_s);
     settings.WriteInt(u"Panel"_s, u"Width"_s, 1);
-    settings.WriteInt(u"Panel"_s, u"Width"_s, 2); // pending
+    settings.WriteInt(u"Panel"_s, u"Width"_s, 2); // unsaved
 
     settings.SetFile(Path(u"a.xml"_s), u"Settings"_s);
 
@@ -517,7 +516,7 @@ void tst_Settings::Read_defaults()
 
     QCOMPARE(settings.SaveAsXmlString(), before); // nothing was created
     settings.Save();
-    QVERIFY(!QFile::exists(Path(u"s.xml"_s))); // nor marked
+    QVERIFY(!QFile::exists(Path(u"s.xml"_s))); // and nothing was marked
 }
 
 void tst_Settings::Read_translatesTexts()
@@ -606,16 +605,16 @@ void tst_Settings::Change_marksDirty()
     QVERIFY(WriteFile(Path(u"s.xml"_s), SettingsXml("    <Old/>\n")));
     {
         Settings settings(Path(u"s.xml"_s), u"Settings"_s);
-        settings.SaveInternal(); // begins a quiet period
+        settings.SaveInternal(); // restarts the interval
         QVERIFY(QFile::remove(Path(u"s.xml"_s)));
 
         change(settings);
-        QVERIFY(!QFile::exists(Path(u"s.xml"_s))); // pending
+        QVERIFY(!QFile::exists(Path(u"s.xml"_s))); // unsaved
         settings.Save();
         QCOMPARE(ReadFile(Path(u"s.xml"_s)), expected);
 
         QVERIFY(QFile::remove(Path(u"s.xml"_s)));
-        settings.Save(); // clean again
+        settings.Save(); // not marked any more
     }
     QVERIFY(!QFile::exists(Path(u"s.xml"_s)));
 }
@@ -624,7 +623,7 @@ void tst_Settings::Change_withoutEffectMarksDirty_data()
 {
     QTest::addColumn<Change>("change");
 
-    // With the cursor on nothing a blank path leads nowhere, so that nothing can be written.
+    // Without a cursor, a blank path leads nowhere, so that nothing can be written.
     QTest::newRow("WriteBoolean") << Change([](Settings& s) { s.WriteBoolean(u" "_s, u"V"_s, true); });
     QTest::newRow("WriteInt") << Change([](Settings& s) { s.WriteInt(QString(), u"V"_s, 1); });
     QTest::newRow("WriteString") << Change([](Settings& s) { s.WriteString(QString(), u"V"_s, u"x"_s); });
@@ -653,7 +652,7 @@ void tst_Settings::DeleteNode_root()
     QVERIFY(WriteFile(Path(u"s.xml"_s), content));
     Settings settings(Path(u"s.xml"_s), u"Settings"_s);
 
-    // A document without a root cannot be saved: the file stays, and so does the mark.
+    // A document without a root cannot be saved: the file is unchanged, and the store stays marked.
     settings.DeleteNode(u"/"_s);
     QVERIFY(settings.IsEmpty());
     QCOMPARE(ReadFile(Path(u"s.xml"_s)), content);
@@ -666,7 +665,7 @@ void tst_Settings::DeleteNode_root()
              XmlMeaning(u"<?xml version='1.0' encoding='UTF-8'?><New><A B='1'/></New>"_s));
 }
 
-// What comes from the base
+// Inherited operations
 
 void tst_Settings::BaseOperation_doesNotMarkDirty_data()
 {
@@ -821,7 +820,7 @@ void tst_Settings::Const_readsAreReachable()
     QCOMPARE(settings.ReadDate(u"V"_s, QDateTime()), QDateTime());
 }
 
-// The quiet period
+// The interval between saves
 
 void tst_Settings::QuietPeriod_data()
 {
@@ -870,7 +869,7 @@ void tst_Settings::QuietPeriod_countsFromTheLastSave()
 
     writeAt(0, 1);
     QCOMPARE(savedValue(), 1);
-    writeAt(20, 2); // must not begin a quiet period of its own
+    writeAt(20, 2); // must not restart the interval
     QCOMPARE(savedValue(), 1);
     writeAt(31, 3);
     QCOMPARE(savedValue(), 3);
@@ -885,11 +884,11 @@ void tst_Settings::QuietPeriod_startsWithEverySave()
     Settings settings(Path(u"s.xml"_s), u"Settings"_s);
     const auto savedValue = [&] { return Settings(Path(u"s.xml"_s), QString()).ReadInt(u"P"_s, u"V"_s, 0); };
 
-    settings.SaveInternal(); // clean, yet it counts
+    settings.SaveInternal(); // saves although nothing is marked
     gNow = kStart + 30'999;
     settings.WriteInt(u"P"_s, u"V"_s, 1);
     QCOMPARE(savedValue(), 0);
-    settings.Save(); // begins the next one
+    settings.Save(); // starts the next interval
     QCOMPARE(savedValue(), 1);
     gNow = kStart + 31'000;
     settings.WriteInt(u"P"_s, u"V"_s, 2);
@@ -926,7 +925,7 @@ void tst_Settings::QuietPeriod_clockSetBack()
     settings.WriteInt(u"P"_s, u"V"_s, 1);
 
     gNow = kStart - 100'000;
-    settings.WriteInt(u"P"_s, u"V"_s, 2); // pending: the last save lies in the future
+    settings.WriteInt(u"P"_s, u"V"_s, 2); // unsaved: the last save is in the future
     settings.Save(); // from now on the clock that was set back counts
     QCOMPARE(ReadFile(Path(u"s.xml"_s)), SettingsXml("    <P V=\"2\"/>\n"));
     gNow = kStart - 69'000;
@@ -976,7 +975,7 @@ void tst_Settings::SaveInternal_clearsTheMark()
     {
         Settings settings(Path(u"s.xml"_s), u"Settings"_s);
         settings.WriteInt(u"P"_s, u"V"_s, 1);
-        settings.WriteInt(u"P"_s, u"V"_s, 2); // pending
+        settings.WriteInt(u"P"_s, u"V"_s, 2); // unsaved
         settings.SaveInternal();
         QCOMPARE(ReadFile(Path(u"s.xml"_s)), SettingsXml("    <P V=\"2\"/>\n"));
         QVERIFY(QFile::remove(Path(u"s.xml"_s)));
@@ -1029,7 +1028,7 @@ void tst_Settings::AutoSave_waitsForTheQuietPeriod()
     settings.AutoSave();
     QCOMPARE(ReadFile(Path(u"s.xml"_s)), SettingsXml("    <P V=\"2\"/>\n"));
 
-    // It has cleared the mark and begun the next quiet period.
+    // It has cleared the mark and restarted the interval.
     QVERIFY(QFile::remove(Path(u"s.xml"_s)));
     settings.Save();
     QVERIFY(!QFile::exists(Path(u"s.xml"_s)));
@@ -1043,7 +1042,7 @@ void tst_Settings::AutoSave_firstEver()
     Settings settings;
     settings.WriteInt(u"Settings/P"_s, u"V"_s, 1);
     settings.SetFile(Path(u"s.xml"_s), QString());
-    settings.AutoSave(); // never saved before, so there is no quiet period
+    settings.AutoSave(); // never saved before, so it saves at once
 
     QCOMPARE(ReadFile(Path(u"s.xml"_s)), SettingsXml("    <P V=\"1\"/>\n"));
 }
@@ -1058,7 +1057,7 @@ void tst_Settings::FailedSave_nextChangeTriesAgain()
     QVERIFY(!QFile::exists(folder));
 
     QVERIFY(QDir().mkdir(folder));
-    settings.WriteInt(u"P"_s, u"V"_s, 2); // at the same moment: no save has succeeded yet
+    settings.WriteInt(u"P"_s, u"V"_s, 2); // at the same time: no save has succeeded yet
     QCOMPARE(ReadFile(folder + u"/s.xml"_s), SettingsXml("    <P V=\"2\"/>\n"));
 }
 
@@ -1081,7 +1080,7 @@ void tst_Settings::FailedSave_doesNotStartAQuietPeriod()
 
 void tst_Settings::FailedSave_keepsTheOldFile()
 {
-    // The document has no root any more, so that it cannot be saved.
+    // The document has no root any more, so it cannot be saved.
     const QByteArray old = SettingsXml("    <P V=\"1\"/>\n");
     {
         Settings settings(Path(u"s.xml"_s), u"Settings"_s);
@@ -1142,7 +1141,7 @@ void tst_Settings::Destructor_failureIsLogged()
         settings.WriteInt(u"P"_s, u"V"_s, 1);
     }
     QVERIFY(!QFile::exists(Path(u"folder"_s)));
-    // The change is saved at once and once more at the end; then it is lost.
+    // The change is saved at once and again at the end; then it is lost.
     const QStringList messages = LogGuard::Messages();
     QCOMPARE(messages.size(), 3);
     for (const QString& message : messages)
@@ -1154,14 +1153,14 @@ void tst_Settings::Destructor_throughTheBase()
 {
     auto settings = std::make_unique<Settings>(Path(u"s.xml"_s), u"Settings"_s);
     settings->SaveInternal();
-    settings->WriteInt(u"P"_s, u"V"_s, 1); // pending
+    settings->WriteInt(u"P"_s, u"V"_s, 1); // unsaved
     std::unique_ptr<XmlFiler> base = std::move(settings);
     base.reset();
 
     QCOMPARE(ReadFile(Path(u"s.xml"_s)), SettingsXml("    <P V=\"1\"/>\n"));
 }
 
-// Files that exist but hold no document
+// Files that exist but contain no document
 
 void tst_Settings::OpenFile_newFile()
 {
@@ -1247,7 +1246,7 @@ void tst_Settings::OpenFile_cannotBeRead_data()
 {
     QTest::addColumn<bool>("isFolder");
 
-    QTest::newRow("a folder") << true; // whoever runs the test
+    QTest::newRow("a folder") << true; // for every user
     QTest::newRow("no file descriptor is left") << false;
 }
 
@@ -1286,7 +1285,7 @@ void tst_Settings::OpenFile_cannotBeRead()
 
 void tst_Settings::OpenFile_cannotBeSetAside()
 {
-    // No system takes a longer name, whoever renames the file.
+    // With ".damaged", the name would be longer than any system allows.
     const QString file = Path(u"s"_s.repeated(250));
     QVERIFY(WriteFile(file, "torn"));
     Settings settings;
@@ -1421,7 +1420,7 @@ void tst_Settings::UnreadableFile_isLeftAlone()
         QCOMPARE(ReadFile(Path(u"s.xml"_s)), content);
     }
     QCOMPARE(ReadFile(Path(u"s.xml"_s)), content);
-    // One line says why, and nothing else is said.
+    // One line logs the reason, and nothing else is logged.
     QCOMPARE(LogGuard::Messages().size(), 1);
     QCOMPARE(LogGuard::Messages().filter(Path(u"s.xml"_s) + u" does not load: line "_s).size(), 1);
 }
@@ -1431,7 +1430,7 @@ void tst_Settings::UnreadableFile_relativeWrites()
     QVERIFY(WriteFile(Path(u"s.xml"_s), "torn"));
     Settings settings(Path(u"s.xml"_s), u"Settings"_s);
 
-    // No root was made, and each write puts the cursor back to nothing.
+    // No root was created, and each write restores the null cursor.
     settings.WriteInt(u"Panel/Main"_s, u"Width"_s, 1);
     QVERIFY(settings.GetCurrentNode().isNull());
     QCOMPARE(ReadFile(Path(u"s.xml"_s)),
@@ -1508,7 +1507,7 @@ void tst_Settings::UnreadableFile_severalRootsDoNotLoadAgain()
     QVERIFY(settings.IsEmpty());
 }
 
-// The rest
+// Other operations
 
 void tst_Settings::RelativePathsStartAtTheRoot_data()
 {

@@ -20,9 +20,9 @@ using Variables = QMap<QString, QString>;
 
 constexpr wchar_t kUntouched = L'#';
 
-// The reference for ResolveVariables: the search and the replacement one step at a time, with the pattern
-// built anew and without any short cut.
-// \return the number of substitutions; -1 if there are so many that the text may grow without end
+// The reference for ResolveVariables: searches and replaces one reference at a time, with a new pattern each
+// time and without any optimisation.
+// \return the number of replacements; -1 if there are so many that the text may grow without end
 int ResolveStepByStep(QString& text, const Variables& variables, bool ignoreCase)
 {
     const QRegularExpression pattern(u"\\$\\((\\S+)\\)"_s, QRegularExpression::InvertedGreedinessOption);
@@ -150,12 +150,12 @@ void tst_StringUtil::TrimOneCharacter_data()
     row("beyond ASCII", u"ÄÄaÄ"_s, U'Ä', u"aÄ"_s, 2, u"ÄÄa"_s, 1);
     row("zero", QString(QChar(0)) + u'a', U'\0', u"a"_s, 1, QString(QChar(0)) + u'a', 0);
     row("byte order mark", u"\uFEFFa\uFEFF"_s, U'\uFEFF', u"a\uFEFF"_s, 1, u"\uFEFFa"_s, 1);
-    // Of a character in two units the first is looked for: the second one stays behind it in front, and hides
-    // it at the end.
-    row("two units, in front", u"😀a"_s, U'😀', u"😀a"_s.mid(1), 1, u"😀a"_s, 0);
-    row("two units, at the end", u"a😀"_s, U'😀', u"a😀"_s, 0, u"a😀"_s, 0);
-    row("two units, first one shared by another", u"😁"_s, U'😀', u"😁"_s.mid(1), 1, u"😁"_s, 0);
-    row("first units alone", u"\xD83D\xD83D\x0061\xD83D"_s, U'😀', u"\x0061\xD83D"_s, 2,
+    // Only the first of a character's two UTF-16 units is compared: at the front the second one stays, and at
+    // the end it hides the first.
+    row("surrogate pair, in front", u"😀a"_s, U'😀', u"😀a"_s.mid(1), 1, u"😀a"_s, 0);
+    row("surrogate pair, at the end", u"a😀"_s, U'😀', u"a😀"_s, 0, u"a😀"_s, 0);
+    row("surrogate pair, same high surrogate", u"😁"_s, U'😀', u"😁"_s.mid(1), 1, u"😁"_s, 0);
+    row("high surrogates alone", u"\xD83D\xD83D\x0061\xD83D"_s, U'😀', u"\x0061\xD83D"_s, 2,
         u"\xD83D\xD83D\x0061"_s, 1);
 }
 
@@ -177,7 +177,7 @@ void tst_StringUtil::TrimOneCharacter()
     QCOMPARE(right, expectedRight);
 }
 
-// One character of every row of every plane, against Qt's own conversion.
+// One character from each row of each plane, compared with Qt's own conversion.
 void tst_StringUtil::TrimOneCharacter_everyPlane()
 {
     for (char32_t ch = 0x21; ch <= 0x10FFFF; ch += 0xFB) {
@@ -241,7 +241,7 @@ void tst_StringUtil::ResolveVariables_data()
     row("exact case goes first", u"$(b)"_s, {{u"B"_s, u"1"_s}, {u"b"_s, u"2"_s}}, u"2"_s, 1, true);
     row("empty value", u"x$(A)y"_s, {{u"A"_s, u""_s}}, u"xy"_s, 1);
     row("empty value, nothing left", u"$(A)"_s, {{u"A"_s, u""_s}}, u""_s, 1);
-    // The search goes on one character after the start of the match, which is now behind the '$'.
+    // The search resumes one character after the start of the match, which is then after the '$'.
     row("empty value hides the next reference", u"$(A)$(B)"_s, {{u"A"_s, u""_s}, {u"B"_s, u"2"_s}}, u"$(B)"_s,
         1);
 
@@ -288,7 +288,7 @@ void tst_StringUtil::ResolveVariables()
 
 void tst_StringUtil::ResolveVariables_sameAsStepByStep()
 {
-    // "b" leads to "a", "a" leads nowhere, so no text grows without end.
+    // "b" leads to "a", and "a" leads nowhere, so that no text grows without end.
     const Variables variables{{u"a"_s, u"1)"_s},  {u"B"_s, u"$(a)$(a"_s}, {u"b"_s, u" $(a)"_s},
                               {u"ab"_s, u""_s},   {u")"_s, u"("_s},       {u"a$(b"_s, u"$"_s},
                               {u"(a"_s, u"a) "_s}};
@@ -309,10 +309,10 @@ void tst_StringUtil::ResolveVariables_sameAsStepByStep()
         QVERIFY2(actual == expected && count == expectedCount, qPrintable(text));
         replaced += count;
     }
-    QVERIFY(replaced > 5000); // the texts were worth the effort
+    QVERIFY(replaced > 5000); // enough for a meaningful comparison
 }
 
-// Which characters end a name is up to the pattern "\\S". All white space of Unicode lies below this limit.
+// The pattern "\\S" decides which characters end a name. All white space of Unicode is below this limit.
 void tst_StringUtil::ResolveVariables_everyCharacterInAName()
 {
     for (char16_t code = 0; code <= 0x3001; ++code) {
@@ -345,8 +345,8 @@ void tst_StringUtil::ResolveVariables_manyReferences()
 
 void tst_StringUtil::ResolveVariables_anyMapSameAsStepByStep()
 {
-    // Letters of which the case is folded in other ways than by a fixed distance. One beyond 16 bits stands
-    // in names only, since the pattern matches nothing from the middle of such a character on.
+    // Letters whose folding is not a fixed distance. Letters beyond U+FFFF occur only in names, because the
+    // pattern matches nothing from inside a surrogate pair.
     const QStringList letters{u"a"_s,      u"A"_s,      u"b"_s,      u"s"_s, u"\u017F"_s, u"k"_s,
                               u"\u212A"_s, u"\u00DF"_s, u"\u0130"_s, u")"_s, u"("_s,      u"$"_s};
     const QStringList names = letters + QStringList{u"\U00010400"_s, u"\U00010428"_s};
@@ -480,7 +480,7 @@ void tst_StringUtil::QStringToWchar_data()
     QTest::addColumn<QString>("text");
     QTest::addColumn<int>("size");
     QTest::addColumn<int>("expected");
-    QTest::addColumn<QList<uint>>("expectedBuffer"); // the elements that are not as before, and one more
+    QTest::addColumn<QList<uint>>("expectedBuffer"); // the elements that change, and one more
 
     const auto row
         = [](const char* name, const QString& text, int size, int expected, const QList<uint>& buffer) {
@@ -498,9 +498,9 @@ void tst_StringUtil::QStringToWchar_data()
     row("null text", QString(), 1, 0, {0, kOld});
     row("empty, no room", u""_s, 0, 0, {kOld});
     row("beyond ASCII", u"ä€"_s, 10, 2, {0xE4, 0x20AC, 0, kOld});
-    // One element for two units: the terminator stands where the count says, the element before it is as it
-    // was.
-    row("character in two units", u"😀a"_s, 10, 3, {0x1F600, 'a', kOld, 0, kOld});
+    // One element for two UTF-16 units: the terminator is at the index returned, and the element before it
+    // does not change.
+    row("surrogate pair", u"😀a"_s, 10, 3, {0x1F600, 'a', kOld, 0, kOld});
     row("two characters in two units", u"😀😁"_s, 10, 4, {0x1F600, 0x1F601, kOld, kOld, 0, kOld});
     row("cut inside a character", u"a😀"_s, 3, 2, {'a', QChar::ReplacementCharacter, 0, kOld});
     row("cut behind a character", u"😀a"_s, 3, 2, {0x1F600, kOld, 0, kOld});

@@ -15,7 +15,7 @@
 using namespace Qt::StringLiterals;
 using namespace Quorvin::Util;
 
-// What may be used from several threads at once is used so here; the thread sanitizer looks on.
+// Uses in several threads at once what is documented as thread-safe, for the thread sanitizer.
 class tst_Threads : public QObject
 {
     Q_OBJECT
@@ -34,7 +34,7 @@ namespace {
 constexpr int kThreads = 4;
 constexpr int kRounds = 25;
 
-// Runs the work in all threads at once; the work gets the thread's number and tells whether all was well.
+// Runs the work in all threads at once. It gets the thread's number, and returns whether it succeeded.
 template <typename Work> int CountFailures(const Work& work)
 {
     std::atomic<int> failures = 0;
@@ -44,7 +44,7 @@ template <typename Work> int CountFailures(const Work& work)
         threads.emplace_back([&, number] {
             --waiting;
             while (waiting > 0) {
-                std::this_thread::yield(); // all begin together
+                std::this_thread::yield(); // so that all start together
             }
             for (int round = 0; round < kRounds; ++round) {
                 if (!work(number))

@@ -20,27 +20,27 @@ using TestSupport::LogGuard;
 using TestSupport::WriteFile;
 
 namespace {
-/// The id that a unit must have to be found by its source text.
+/// Returns the id of the unit for a source text.
 QString Digest(const QString& text)
 {
     return QString::fromLatin1(QCryptographicHash::hash(text.toUtf8(), QCryptographicHash::Md5).toHex());
 }
 
-/// A unit with the right id; \p target is markup.
+/// Returns a unit with a valid id; \p target is markup.
 QString Unit(const QString& source, const QString& target)
 {
     return u"<trans-unit id=\"%1\"><source>%2</source><target>%3</target></trans-unit>"_s.arg(
         Digest(source), source.toHtmlEscaped(), target);
 }
 
-/// A `file` element with nothing but a body; \p units is markup.
+/// Returns a `file` element that contains only a body; \p units is markup.
 QString File(const QString& original, const QString& units)
 {
     return u"<file original=\"%1\" source-language=\"en\" target-language=\"de\" datatype=\"plaintext\">"
            "<body>%2</body></file>"_s.arg(original.toHtmlEscaped(), units);
 }
 
-/// A whole XLIFF document; \p files is markup.
+/// Returns a complete XLIFF document; \p files is markup.
 QString Xliff(const QString& files)
 {
     return u"<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<xliff version=\"1.2\">%1</xliff>\n"_s.arg(files);
@@ -97,7 +97,7 @@ private Q_SLOTS:
 
 private:
     [[nodiscard]] QString Path(const QString& name) const { return mDir->filePath(name); }
-    /// Writes an XLIFF file and gives its path.
+    /// Writes an XLIFF file and returns its path.
     [[nodiscard]] QString Write(const QString& xml, const QString& name = u"texts.xlf"_s) const;
 
     std::unique_ptr<QTemporaryDir> mDir;
@@ -130,7 +130,7 @@ void tst_XlfTranslator::Translate_untouchedObject()
     QCOMPARE(translator.Translate(QString(), QString()), QString());
 }
 
-// Which document a context means
+// Contexts and documents
 
 void tst_XlfTranslator::Translate_context_data()
 {
@@ -222,7 +222,7 @@ void tst_XlfTranslator::Translate_contextWithoutFileName()
     QCOMPARE(translator.Translate(text, u"/"_s), expected);
 }
 
-// What a text is looked up as
+// Look-ups of texts
 
 void tst_XlfTranslator::Translate_text_data()
 {
@@ -447,7 +447,7 @@ void tst_XlfTranslator::Translate_readsTheFileOnce()
 {
     const QString path = Path(u"texts.xlf"_s);
     const XlfTranslator translator(path);
-    QCOMPARE(Write(Xliff(File(u"main.xml"_s, Unit(u"Save"_s, u"one"_s)))), path); // read no sooner
+    QCOMPARE(Write(Xliff(File(u"main.xml"_s, Unit(u"Save"_s, u"one"_s)))), path); // not read before
     QCOMPARE(translator.Translate(u"Save"_s, u"main.xml"_s), u"one"_s);
 
     QCOMPARE(Write(Xliff(File(u"main.xml"_s, Unit(u"Save"_s, u"two"_s)))), path);
@@ -561,7 +561,7 @@ void tst_XlfTranslator::SetXlfFile_sameFile()
 
     translator.SetXlfFile(otherCase ? path.toUpper() : path);
 
-    // On a file system that tells the cases apart, the path in capitals does not even exist.
+    // On a case-sensitive file system, the upper-case path does not exist.
     QCOMPARE(translator.Translate(u"Save"_s, u"main.xml"_s), u"one"_s);
 }
 
@@ -582,7 +582,7 @@ void tst_XlfTranslator::ParseXlfFile_doesNotEndTheFirstReading()
     XlfTranslator translator(path);
     translator.ParseXlfFile();
 
-    // The first translation reads the file all the same, over what is there.
+    // The first translation still reads the file, in addition to what was read before.
     QCOMPARE(Write(Xliff(File(u"other.xml"_s, Unit(u"Save"_s, u"two"_s)))), path);
     QCOMPARE(translator.Translate(u"Save"_s, u"other.xml"_s), u"two"_s);
     QCOMPARE(translator.Translate(u"Save"_s, u"main.xml"_s), u"one"_s);
@@ -606,9 +606,9 @@ void tst_XlfTranslator::ParseXlfFile_again()
         path);
     translator.ParseXlfFile();
 
-    QCOMPARE(translator.Translate(u"Save"_s, u"a.xml"_s), u"a2"_s); // right after the same context
+    QCOMPARE(translator.Translate(u"Save"_s, u"a.xml"_s), u"a2"_s); // directly after the same context
     QCOMPARE(translator.Translate(u"Open"_s, u"a.xml"_s), u"Open"_s);
-    QCOMPARE(translator.Translate(u"Save"_s, u"b.xml"_s), u"b1"_s); // kept
+    QCOMPARE(translator.Translate(u"Save"_s, u"b.xml"_s), u"b1"_s); // unchanged
     QCOMPARE(translator.Translate(u"Save"_s, u"c.xml"_s), u"c2"_s);
     QCOMPARE(translator.Translate(u"Save"_s, QString()), u"c2"_s);
 }
@@ -667,7 +667,7 @@ void tst_XlfTranslator::Contexts_doNotLeakIntoEachOther()
 
 void tst_XlfTranslator::Contexts_afterReading()
 {
-    // The first translations ask before and after the table appears, each time in the same context.
+    // The first translations are requested before and after the table exists, each time in the same context.
     const QString path = Path(u"texts.xlf"_s);
     XlfTranslator translator(path);
     QCOMPARE(translator.Translate(u"Save"_s, QString()), u"Save"_s);
@@ -683,7 +683,7 @@ void tst_XlfTranslator::Contexts_afterReading()
 
 void tst_XlfTranslator::Contexts_againstModel()
 {
-    // A table kept in the plainest way answers beside the translator, in random order.
+    // Compares the translator with a simple table, in random order.
     QRandomGenerator random(20261121);
     const QStringList names{u"a.xml"_s, u"/x/B.xml"_s, u"c"_s, u"Ä.xml"_s, u"d/"_s, QString()};
     const QStringList texts{u"Save"_s, u"Open"_s, u"Close"_s, u"Größe"_s, QString()};
@@ -730,7 +730,7 @@ void tst_XlfTranslator::Contexts_againstModel()
             found += int(translation != text);
         }
     }
-    QVERIFY(found > 1'000); // or the comparison would say little
+    QVERIFY(found > 1'000); // enough for a meaningful comparison
 }
 
 void tst_XlfTranslator::Copies_areIndependent()
@@ -743,7 +743,7 @@ void tst_XlfTranslator::Copies_areIndependent()
     QCOMPARE(assigned.Translate(u"Save"_s, u"main.xml"_s), u"Save"_s);
     assigned = *original;
 
-    // The original changes, then goes: neither reaches the copies.
+    // The original changes and is then destroyed: neither affects the copies.
     original->SetXlfFile(Write(Xliff(File(u"main.xml"_s, Unit(u"Save"_s, u"two"_s))), u"two.xlf"_s));
     original->ParseXlfFile();
     QCOMPARE(original->Translate(u"Save"_s, u"main.xml"_s), u"two"_s);
@@ -771,7 +771,7 @@ void tst_XlfTranslator::Filer_translatesThroughTranslator()
     QCOMPARE(filer.ReadString(u"Missing"_s, QString()), u"None"_s);
     QCOMPARE(filer.ReadNodeText(), u"Sichern"_s);
 
-    XmlFiler fromText; // has no file name, so that the last document by name answers
+    XmlFiler fromText; // has no file name, so that the document sorted last is used
     fromText.Translator = &translator;
     QVERIFY(fromText.LoadFromXmlString(QString::fromUtf8(document)));
     QCOMPARE(fromText.ReadString(u"Title"_s, QString()), u"Zuletzt"_s);

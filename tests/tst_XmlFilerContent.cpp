@@ -21,7 +21,7 @@ QByteArray AllBytes()
     return bytes;
 }
 
-/// The two patterns that define a translation mark, as they are written down.
+/// The two patterns that define a translation mark.
 bool StripByPatterns(QString& text)
 {
     static const QRegularExpression opening(u"^\\s*tr\\s*\\("_s, QRegularExpression::CaseInsensitiveOption);
@@ -33,7 +33,7 @@ bool StripByPatterns(QString& text)
     return true;
 }
 
-/// A text of the pieces that marks are made of, and of what could be mistaken for them.
+/// Returns a text made of the parts of marks, and of similar text.
 QString RandomText(QRandomGenerator& random)
 {
     static const QStringList pieces = {
@@ -52,7 +52,7 @@ QString RandomText(QRandomGenerator& random)
     return text;
 }
 
-/// Whether a text of that type can be written to an element at a node path.
+/// Whether a text of this type can be written to an element at a node path.
 template <typename Filer, typename Text>
 concept TakesNodeText = requires(Filer& filer, const QString& path, Text text)
 {
@@ -60,7 +60,7 @@ concept TakesNodeText = requires(Filer& filer, const QString& path, Text text)
 };
 template <typename Filer> constexpr bool TakesTextsOnly()
 {
-    // What is no QString would not become one, but the flag of the operation that takes no path.
+    // A type that does not convert to QString would convert to the flag of the overload without a path.
     return TakesNodeText<
                Filer, QString> && TakesNodeText<Filer, QLatin1StringView> && TakesNodeText<Filer, bool> && !TakesNodeText<Filer, const char*> && !TakesNodeText<Filer, const char16_t*> && !TakesNodeText<Filer, const wchar_t*> && !TakesNodeText<Filer, const char8_t*> && !TakesNodeText<Filer, std::nullptr_t>;
 }
@@ -250,7 +250,7 @@ void tst_XmlFilerContent::WriteNodeText()
 void tst_XmlFilerContent::WriteText_thatXmlCannotHold_data()
 {
     QTest::addColumn<QString>("text");
-    QTest::addColumn<QString>("character"); // the one that is named; none if there is nothing to say
+    QTest::addColumn<QString>("character"); // the character in the message; empty if there is no message
 
     QTest::newRow("empty") << QString() << QString();
     QTest::newRow("tab and line ends") << u"\t\n\r"_s << QString();
@@ -368,7 +368,7 @@ void tst_XmlFilerContent::Content_noElement()
         QCOMPARE(filer.SaveAsXmlString(), before);
         QCOMPARE(filer.GetCurrentNode().isNull(), i == 0);
 
-        // Then on the document itself, which is no element either.
+        // The document itself is not an element either.
         QVERIFY(filer.LoadFromXmlString(u"<r>text</r>"_s));
         QVERIFY(filer.MoveToParent());
     }
@@ -496,7 +496,7 @@ void tst_XmlFilerContent::WriteInnerXml_fails()
     QVERIFY(!filer.WriteInnerXml(u"Old"_s, xml));
     QCOMPARE(TestSupport::DocumentMeaning(filer.GetCurrentNode()),
              TestSupport::XmlMeaning(u"<r>t<Old/></r>"_s));
-    // The path is made before the markup is looked at.
+    // The path is created before the markup is parsed.
     QVERIFY(!filer.WriteInnerXml(u"New"_s, xml));
     QCOMPARE(TestSupport::DocumentMeaning(filer.GetCurrentNode()),
              TestSupport::XmlMeaning(u"<r>t<Old/><New/></r>"_s));
@@ -516,7 +516,7 @@ void tst_XmlFilerContent::WriteInnerXml_withoutRoot()
     QCOMPARE(TestSupport::DocumentMeaning(filer.GetCurrentNode()),
              TestSupport::XmlMeaning(u"<Root>a<b/></Root>"_s));
 
-    // A cursor that is in no document gets the new root below it.
+    // If the cursor is on a detached node, the new root is created below it.
     QVERIFY(filer.LoadFromXmlString(u"<Old/>"_s));
     QVERIFY(!filer.LoadFromXmlString(u"<"_s));
     QVERIFY(filer.WriteInnerXml(u"<b/>"_s));
@@ -650,7 +650,7 @@ void tst_XmlFilerContent::StripTr_likeItsPatterns()
     }
     QVERIFY(marks > 1000 && marks < 99000);
 
-    // Each character alone in each place where white space may stand.
+    // Every character by itself, in every place where white space is allowed.
     for (int code = 0; code <= 0xFFFF; ++code) {
         const QChar c(static_cast<char16_t>(code));
         for (const QString& text :
@@ -673,7 +673,7 @@ void tst_XmlFilerContent::Translate()
     QCOMPARE(filer.Translate(QString()), QString());
     filer.TranslateEnabled = false;
     QCOMPARE(filer.Translate(u"tr(Save)"_s), u"tr(Save)"_s);
-    // StripTr does not ask.
+    // StripTr does not depend on it.
     QString text = u"tr(Save)"_s;
     QVERIFY(filer.StripTr(text));
     QCOMPARE(text, u"Save"_s);
@@ -693,7 +693,7 @@ void tst_XmlFilerContent::Translate_context()
     XmlFiler filer;
     filer.Translator = &translator;
 
-    // Without a file the last document's texts answer.
+    // Without a file, the texts of the document that sorts last are used.
     QCOMPARE(filer.Translate(u"tr(Save)"_s), u"Letzte"_s);
     QCOMPARE(filer.Translate(u"Save"_s), u"Save"_s);
     QVERIFY(filer.LoadFromXmlFile(dir.filePath(u"main.xml"_s)));

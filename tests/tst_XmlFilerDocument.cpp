@@ -17,13 +17,13 @@ using namespace Quorvin::Util;
 
 namespace {
 
-/// Nested elements "e", \p depth of them.
+/// Returns \p depth nested elements "e".
 QString Nested(int depth)
 {
     return u"<e>"_s.repeated(depth) + u"</e>"_s.repeated(depth);
 }
 
-/// A document whose one entity of \p size characters is used \p uses times, in texts or in an attribute.
+/// Returns a document whose entity of \p size characters is used \p uses times, in text or in an attribute.
 QString Expanding(int size, int uses, bool inAttribute)
 {
     const QString head
@@ -32,7 +32,7 @@ QString Expanding(int size, int uses, bool inAttribute)
     return head + (inAttribute ? u"<r a=\"%1\"/>"_s : u"<r>%1</r>"_s).arg(references);
 }
 
-/// The document of a few hundred characters that grows a thousandfold with each of its entities.
+/// A document of a few hundred characters that grows by a factor of a thousand with each of its entities.
 QString Bomb()
 {
     QString head = u"<!DOCTYPE r [<!ENTITY e0 \"%1\">"_s.arg(u"x"_s.repeated(1000));
@@ -41,14 +41,14 @@ QString Bomb()
     return head + u"]><r>&e9;</r>"_s;
 }
 
-/// What Qt alone makes of the same text.
+/// Returns what Qt alone makes of the same text.
 QString RawString(const QString& xml)
 {
     QDomDocument document;
     return document.setContent(xml) ? document.toString(1) : u"unreadable"_s;
 }
 
-/// The bytes that Qt alone writes for the same text.
+/// Returns the bytes that Qt alone writes for the same text.
 QByteArray RawFile(const QString& xml)
 {
     QDomDocument document;
@@ -151,7 +151,7 @@ void tst_XmlFilerDocument::cleanup()
     mDir.reset();
 }
 
-/// Writes translations that tell which document a filer holds for the one it loaded last.
+/// Writes translations that show which document the filer has loaded last.
 QString tst_XmlFilerDocument::WriteXliff() const
 {
     const QString id = QString::fromLatin1(GeneralUtil::GetHash(u"Where"_s));
@@ -287,7 +287,8 @@ void tst_XmlFilerDocument::LoadFromXmlFile_cannotOpen_data()
     QTest::addColumn<QString>("name");
 
     QTest::newRow("folder") << u"folder"_s;
-    // The parts of the message are filled in one after the other, so a mark in the path takes part.
+    // The parts of the message are filled in one after the other, so that a placeholder in the path is
+    // replaced.
     QTest::newRow("folder whose name holds a mark") << u"a%1b"_s;
     QTest::newRow("folder whose name holds a later mark") << u"a%2b"_s;
 }
@@ -321,7 +322,7 @@ void tst_XmlFilerDocument::LoadFromXmlFile_noPermission()
     const QString path = Path(u"secret.xml"_s);
     QVERIFY(TestSupport::WriteFile(path, "<r/>"));
     QVERIFY(QFile::setPermissions(path, {}));
-    // Another user must reach the file itself to be refused.
+    // Another user must be able to reach the file to be refused.
     QVERIFY(QFile::setPermissions(mDir->path(),
                                   QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner | QFile::ExeOther));
     XmlFiler filer;
@@ -370,7 +371,7 @@ void tst_XmlFilerDocument::LoadFromXmlFile_remembersPath()
     QVERIFY(filer.LoadFromXmlFile(one));
     QCOMPARE(filer.Translate(mark), u"in one.xml"_s);
 
-    // Nothing but a load that succeeds changes it.
+    // Only a successful load changes it.
     QVERIFY(!filer.LoadFromXmlFile(two));
     QCOMPARE(filer.Translate(mark), u"in one.xml"_s);
     QVERIFY(!filer.LoadFromXmlFile(Path(u"none/two.xml"_s)));
@@ -518,7 +519,7 @@ void tst_XmlFilerDocument::GetLoadError()
     QVERIFY2(filer.GetLoadError().Text.startsWith(text), qPrintable(filer.GetLoadError().Text));
     QCOMPARE(filer.GetLoadError().Line, line);
     QCOMPARE(filer.GetLoadError().Column, column);
-    QVERIFY(filer.LoadFromXmlString(u"<a/>"_s)); // forgets it
+    QVERIFY(filer.LoadFromXmlString(u"<a/>"_s)); // clears it
     QCOMPARE(filer.GetLoadError().Text, QString());
     QCOMPARE(filer.GetLoadError().Line, 0);
 }
@@ -550,7 +551,7 @@ void tst_XmlFilerDocument::LoadFromXmlString_failureDetachesCursor()
 
     QVERIFY(!filer.LoadFromXmlString(u"<"_s));
 
-    // The node goes on living, apart from the document.
+    // The node still exists, separate from the document.
     QCOMPARE(filer.ReadInt(u"id"_s, 0), 7);
     filer.WriteInt(u"id"_s, 8);
     QCOMPARE(filer.ReadInt(u"id"_s, 0), 8);
@@ -582,7 +583,7 @@ void tst_XmlFilerDocument::LoadFromXmlString_afterFailure()
 
 void tst_XmlFilerDocument::SaveAsXmlString_data()
 {
-    // At most one attribute an element: the order of several is not fixed.
+    // At most one attribute per element, because their order is not fixed.
     QTest::addColumn<QString>("xml");
 
     QTest::newRow("bare root") << u"<r/>"_s;
@@ -609,7 +610,7 @@ void tst_XmlFilerDocument::SaveAsXmlString()
     if (xml == u"<r><a><b/></a><a><b x=\"1\"/></a></r>")
         QCOMPARE(filer.SaveAsXmlString(), u"<r>\n <a>\n  <b/>\n </a>\n <a>\n  <b x=\"1\"/>\n </a>\n</r>\n"_s);
 
-    // What is written reads back as the same document.
+    // The file reads back as the same document.
     XmlFiler again;
     QVERIFY(again.LoadFromXmlString(filer.SaveAsXmlString()));
     QCOMPARE(again.SaveAsXmlString(), filer.SaveAsXmlString());
@@ -711,14 +712,14 @@ void tst_XmlFilerDocument::SaveAsXmlFile_cannotOpen()
                           u" is not saved: this is no name of a file"_s}));
 }
 
-// What cannot be loaded again is saved all the same, and somebody who looks is told.
+// A document that cannot be loaded again is saved all the same, with a log message.
 void tst_XmlFilerDocument::SaveAsXmlFile_unloadable_data()
 {
     QTest::addColumn<QString>("path");
     QTest::addColumn<QString>("name");
     QTest::addColumn<QString>("section");
     QTest::addColumn<QString>("comment");
-    QTest::addColumn<QString>("warning"); // its end; none if the document loads again
+    QTest::addColumn<QString>("warning"); // its end; empty if the document loads again
 
     const QString plain = u"a"_s;
     QTest::newRow("nothing wrong") << u"A"_s << plain << plain << plain << QString();
@@ -750,7 +751,7 @@ void tst_XmlFilerDocument::SaveAsXmlFile_unloadable()
     filer.WriteNodeText(path, section, true);
     filer.WriteComment(comment);
 
-    QVERIFY(filer.SaveAsXmlFile(file)); // nobody looks
+    QVERIFY(filer.SaveAsXmlFile(file)); // logging is off
 
     const TestSupport::LogGuard log;
     QVERIFY(filer.SaveAsXmlFile(file));
@@ -761,10 +762,10 @@ void tst_XmlFilerDocument::SaveAsXmlFile_unloadable()
         QVERIFY2(log.Messages().constFirst().startsWith(begin), qPrintable(log.Messages().constFirst()));
     }
     QCOMPARE(XmlFiler().LoadFromXmlFile(file), isFine);
-    const qsizetype count = isFine ? 0 : 2; // that it does not load is another message
+    const qsizetype count = isFine ? 0 : 2; // the failed load logs another message
     QCOMPARE(log.Messages().size(), count);
 
-    // A save that fails says nothing of the kind.
+    // A failed save does not log this warning.
     const qsizetype before = log.Messages().size();
     QVERIFY(!filer.SaveAsXmlFile(Path(u"none/out.xml"_s)));
     QCOMPARE(log.Messages().size(), before + 1);
@@ -792,7 +793,7 @@ void tst_XmlFilerDocument::IsEmpty()
     QVERIFY(filer.LoadFromXmlString(xml));
     QVERIFY(!filer.IsEmpty());
 
-    // What stands beside the root is not content.
+    // Nodes beside the root do not count as content.
     filer.CreateXmlDeclaration();
     filer.DeleteNode();
     QVERIFY(filer.IsEmpty());
@@ -892,7 +893,7 @@ void tst_XmlFilerDocument::CreateXmlDeclaration()
     QVERIFY(filer.LoadFromXmlString(xml));
     const QDomNode cursor = filer.GetCurrentNode();
 
-    // The second call must find what the first has made.
+    // The second call must find the result of the first.
     for (int i = 0; i < 2; ++i) {
         filer.CreateXmlDeclaration();
         QString actual;
@@ -999,7 +1000,7 @@ void tst_XmlFilerDocument::CreateRoot_detachedCursor()
     filer.CreateRoot(u"Old"_s);
     QVERIFY(!filer.LoadFromXmlString(u"<"_s));
 
-    // A name is a path from the cursor, which is not in the document.
+    // The name is a path from the cursor, which is not in the document.
     filer.CreateRoot(u"New"_s);
     QVERIFY(filer.IsEmpty());
     QCOMPARE(filer.GetCurrentNode().nodeName(), u"New"_s);

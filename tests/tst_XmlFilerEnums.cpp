@@ -52,7 +52,7 @@ void tst_XmlFilerEnums::Forwarders()
     QCOMPARE(XmlFiler::GetEnumNames(mTable.data(), 3), QStringList({u"Red"_s, u"Green"_s, u"Blue"_s}));
     QCOMPARE(XmlFiler::GetEnumNames(mTable.data(), 0), QStringList());
 
-    mTable[0].Name = u""_s; // a name all the same, but a comma stands behind some text only
+    mTable[0].Name = u""_s; // an empty name counts, but a comma is only added after text
     QCOMPARE(XmlFiler::EnumValueToName(7, mTable.data(), 3, true), u"Green,Blue"_s);
     mTable[1].Name = u""_s;
     mTable[0].Name = u"Red"_s;
@@ -126,7 +126,7 @@ void tst_XmlFilerEnums::ReadEnum_noTable()
 
 void tst_XmlFilerEnums::ReadEnum_negativeValue()
 {
-    // Written by its name, never read.
+    // Written by name, but never read.
     XmlFiler filer;
     filer.CreateRoot(u"r"_s);
     filer.WriteEnum(u"n"_s, -5, mTable.data(), Count());
@@ -179,7 +179,7 @@ void tst_XmlFilerEnums::WriteEnum_noName()
     filer.WriteEnum(u"n"_s, 1, nullptr, 3);
     QVERIFY(!filer.GetCurrentNode().hasAttributes());
 
-    // What was there stays; a path is made all the same.
+    // The attribute is unchanged, but the path is created.
     filer.WriteEnum(u"n"_s, 1, mTable.data(), 3);
     filer.WriteEnum(u"n"_s, 3, mTable.data(), 3);
     QCOMPARE(filer.ReadEnum(u"n"_s, 77, mTable.data(), 3), 1);

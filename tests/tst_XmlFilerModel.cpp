@@ -14,13 +14,13 @@
 using namespace Qt::StringLiterals;
 using namespace Quorvin::Util;
 
-// A second implementation of the document, the cursor and the node stack, so simple that it can be seen to be
-// right. Random operations are applied to both, and both must agree after each of them. What each operation
-// is meant to do is in the rows of the other tst_XmlFiler programs.
+// A second implementation of the document, the cursor and the node stack, so simple that it is obviously
+// correct. Random operations are applied to both, which must agree after each one. The rows of the other
+// tst_XmlFiler programs show what each operation should do.
 
 namespace {
 
-// A plain tree with a cursor that says what each operation must do.
+// A plain tree with a cursor, which defines the result of each operation.
 
 struct Node
 {
@@ -162,7 +162,7 @@ QString Model::Describe(const Node* top)
     return result;
 }
 
-/// Like Describe, as it is after writing and parsing: neighbouring texts are one, empty ones are gone.
+/// Like Describe, but as after writing and parsing: adjacent texts are merged, and empty ones are gone.
 QString Model::DescribeMarkup(const Node* element)
 {
     static const QRegularExpression lineStart(u"^(?=.)"_s, QRegularExpression::MultilineOption);
@@ -220,7 +220,7 @@ bool Model::Load(const QString& xml)
 
 void Model::Reset()
 {
-    // A saved cursor on the document itself keeps the old one as it was.
+    // If the document itself is saved on the stack, it keeps its content.
     if (std::find(mStack.begin(), mStack.end(), mDocument) == mStack.end()) {
         while (!mDocument->Children.empty())
             Remove(mDocument->Children.front());
@@ -387,19 +387,17 @@ QString Model::ReadText() const
     return isText ? first->Value : QString();
 }
 
-/// Applies random operations to a filer and to the model, and compares what both say after each.
+/// Applies random operations to a filer and to the model, and compares them after each one.
 class RandomWalk
 {
 public:
-    /// \param withHandles  whether to look at the filer's nodes as well, which a filer may take as a sign
-    /// that
-    ///                     somebody else changes them
+    /// \param withHandles  whether to access the filer's nodes too, which turns its caching off
     RandomWalk(quint32 seed, bool withHandles)
         : mRandom(seed)
         , mWithHandles(withHandles)
     { }
 
-    /// \return what went wrong; empty if nothing did
+    /// \return a description of the first difference; empty if there is none
     QString Run(int count);
 
 private:
@@ -488,7 +486,7 @@ void RandomWalk::Expect(const QString& actual, const QString& expected)
         mError = u"got\n%1\nwanted\n%2"_s.arg(actual, expected);
 }
 
-/// What the markup of the element under the cursor says.
+/// Describes the markup of the element under the cursor.
 QString RandomWalk::OuterMeaning()
 {
     QDomDocument parsed;
@@ -535,7 +533,7 @@ void RandomWalk::Compare()
         CompareNodes();
     else
         Expect(OuterMeaning(), Model::DescribeMarkup(mModel.Cursor()));
-    // Not always: looking moves the cursor, after which a filer may know less than before.
+    // Not every time: comparing moves the cursor, which clears part of the filer's cache.
     if (Flag())
         CompareDocument();
 }
@@ -700,7 +698,7 @@ void RandomWalk::NameWrites()
     }
 }
 
-/// What every operation with a path does: save the cursor, walk, act, go back.
+/// Performs an operation with a path: saves the cursor, walks, acts, and restores the cursor.
 template <typename Do> void RandomWalk::AtPath(const QString& path, bool create, Do action)
 {
     mModel.Push();

@@ -9,7 +9,7 @@ using namespace Quorvin::Util;
 
 namespace {
 
-/// A document with what a path could mistake for an element before each of its elements.
+/// Returns a document in which every element follows nodes that a path could mistake for an element.
 QString Sample()
 {
     return u"<!DOCTYPE Settings><?Settings x?><!--Settings-->"
@@ -27,7 +27,7 @@ QString Id(const XmlFiler& filer)
     return filer.GetCurrentNode().toElement().attribute(u"id"_s);
 }
 
-/// Loads a document and takes the cursor away from it.
+/// Loads a document and clears the cursor.
 void LoadWithoutCursor(XmlFiler& filer, const QString& xml)
 {
     filer.Reset();
@@ -37,7 +37,7 @@ void LoadWithoutCursor(XmlFiler& filer, const QString& xml)
     QVERIFY(filer.GetCurrentNode().isNull());
 }
 
-/// Names of the child elements of \p node.
+/// Returns the names of the child elements of \p node.
 QStringList Children(const QDomNode& node)
 {
     QStringList names;
@@ -202,7 +202,7 @@ void tst_XmlFilerNavigation::MoveToNode()
     QCOMPARE(filer.MoveToNode(path), expected);
     QCOMPARE(Id(filer), id);
 
-    // Without creation the second flag means nothing.
+    // Without creation, the second flag has no effect.
     for (const bool alwaysNewLast : {false, true}) {
         filer.PopCurrentNode();
         filer.PushCurrentNode();
@@ -214,7 +214,7 @@ void tst_XmlFilerNavigation::MoveToNode()
 
 void tst_XmlFilerNavigation::MoveToNode_noSecondTry()
 {
-    // The first element of each name decides, also when a later one would lead on.
+    // The first element of each name is used, even if only a later one would lead further.
     XmlFiler filer;
     QVERIFY(filer.LoadFromXmlString(u"<r><A id=\"1\"/><A id=\"2\"><B/></A></r>"_s));
 
@@ -282,7 +282,7 @@ void tst_XmlFilerNavigation::MoveToNode_detachedCursor()
     QCOMPARE(filer.GetCurrentNode().nodeName(), u"Old"_s);
     QVERIFY(filer.MoveToNode(u"A"_s));
     QCOMPARE(filer.GetCurrentNode().nodeName(), u"A"_s);
-    // The root of a document that has none is nowhere.
+    // The root of an empty document is nowhere.
     QVERIFY(filer.MoveToNode(u"/"_s));
     QVERIFY(filer.GetCurrentNode().isNull());
 }
@@ -420,7 +420,7 @@ void tst_XmlFilerNavigation::CreateOrMoveToNode_emptyDocument()
         QCOMPARE(filer.IsEmpty(), expected.isEmpty());
     }
 
-    // An instruction is no root.
+    // A processing instruction is not a root.
     XmlFiler filer;
     filer.CreateXmlDeclaration();
     QVERIFY(filer.CreateOrMoveToNode(path, true, false));
@@ -434,7 +434,7 @@ void tst_XmlFilerNavigation::CreateOrMoveToNode_withoutCursor()
     filer.PushCurrentNode();
     filer.PushCurrentNode();
 
-    // Nothing is looked up without a cursor, so each call makes one more top-level element.
+    // Without a cursor nothing is found, so that each call creates another top-level element.
     QVERIFY(filer.CreateOrMoveToNode(u"r/A"_s, true, false));
     const QDomDocument document = filer.GetCurrentNode().ownerDocument();
     QCOMPARE(Children(document), QStringList({u"r"_s, u"r"_s}));
@@ -443,7 +443,7 @@ void tst_XmlFilerNavigation::CreateOrMoveToNode_withoutCursor()
     QVERIFY(filer.CreateNode(u"s"_s, true));
     QCOMPARE(Children(document), QStringList({u"r"_s, u"r"_s, u"s"_s}));
 
-    // An absolute path begins at the root all the same.
+    // An absolute path still begins at the root.
     filer.PopCurrentNode();
     QVERIFY(filer.CreateOrMoveToNode(u"/B"_s, true, false));
     QCOMPARE(filer.GetCurrentNodePath(), u"/r/B"_s);
@@ -706,7 +706,7 @@ void tst_XmlFilerNavigation::DeleteNode_root()
     QCOMPARE(filer.GetCurrentNode().childNodes().count(), 2);
     QCOMPARE(filer.SaveAsXmlString(), QString());
 
-    // The cursor is on the document, so what is made next becomes the root.
+    // The cursor is on the document, so that the next element becomes the root.
     QVERIFY(filer.CreateOrMoveToNode(u"s/A"_s, true, false));
     QCOMPARE(filer.GetCurrentNodePath(), u"/s/A"_s);
 }
@@ -770,7 +770,7 @@ void tst_XmlFilerNavigation::DeleteNode_path_cursorInside()
 
     filer.DeleteNode(u"/B"_s);
 
-    // The removed tree stays whole around the cursor, and apart from the document.
+    // The removed tree stays complete around the cursor, separate from the document.
     QCOMPARE(filer.GetCurrentNodePath(), u"/B/C"_s);
     QCOMPARE(filer.ReadInt(u"id"_s, 0), 7);
     QVERIFY(filer.MoveToNextSibling());
@@ -800,7 +800,7 @@ void tst_XmlFilerNavigation::DeleteNode_path_itself()
     filer.MoveToRoot();
     QCOMPARE(TestSupport::DocumentMeaning(filer.GetCurrentNode()), TestSupport::XmlMeaning(u"<r><B/></r>"_s));
 
-    // The root, by its path, from inside it.
+    // Removes the root by its path, with the cursor inside.
     QVERIFY(filer.MoveToNode(u"B"_s));
     filer.DeleteNode(u"/"_s);
     QCOMPARE(filer.GetCurrentNode().nodeName(), u"B"_s);
@@ -836,7 +836,7 @@ void tst_XmlFilerNavigation::DeleteNode_path_withoutParent()
     filer.DeleteNode(QString());
     QCOMPARE(filer.GetCurrentNode().nodeName(), u"Old"_s);
 
-    // The path leads to the root that is not there, and there the cursor stays.
+    // The path leads to a root that does not exist, so that the cursor is null.
     filer.DeleteNode(u"/"_s);
     QVERIFY(filer.GetCurrentNode().isNull());
 
@@ -950,8 +950,7 @@ void tst_XmlFilerNavigation::GetCurrentNode()
     QVERIFY(filer.GetCurrentNode().parentNode() == handle);
 }
 
-// What a host does to the document behind the object's back counts at once, also where a path was walked
-// before.
+// Changes of the document through a handle take effect at once, even for paths that were used before.
 void tst_XmlFilerNavigation::GetCurrentNode_changesThroughTheHandle()
 {
     const QString name = u"n"_s;
@@ -1000,7 +999,7 @@ void tst_XmlFilerNavigation::GetCurrentNodeName()
     QVERIFY(filer.MoveToNextSibling());
     QCOMPARE(filer.GetCurrentNodeName(), u"c"_s);
     filer.MoveToRoot();
-    QVERIFY(filer.MoveToParent()); // the document itself
+    QVERIFY(filer.MoveToParent()); // to the document itself
     QCOMPARE(filer.GetCurrentNodeName(), QString());
 }
 
@@ -1092,7 +1091,7 @@ void tst_XmlFilerNavigation::DetachedSiblings_data()
 
 void tst_XmlFilerNavigation::DetachedSiblings()
 {
-    // Whichever way a tree goes, the cursor in it keeps its surroundings and never meets freed memory.
+    // However a tree is removed, the cursor inside keeps its surroundings and never accesses freed memory.
     QFETCH(const int, way);
     XmlFiler filer;
     QVERIFY(filer.LoadFromXmlString(u"<r><A><B id=\"7\"><K/></B><C id=\"8\"/></A></r>"_s));

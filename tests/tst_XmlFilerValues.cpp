@@ -15,12 +15,12 @@ using namespace Quorvin::Util;
 
 namespace {
 
-/// Two values of one kind, and how it is read and written; results as text.
+/// Two values of one type, and how to read and write them; results are text.
 struct Kind
 {
-    std::function<QString(XmlFiler&)> Read; // default: the second value
+    std::function<QString(XmlFiler&)> Read; // the default is the second value
     std::function<QString(XmlFiler&, const QString&)> ReadAt;
-    std::function<void(XmlFiler&)> Write; // the first value
+    std::function<void(XmlFiler&)> Write; // writes the first value
     std::function<void(XmlFiler&, const QString&)> WriteAt;
     QString First;
     QString Second;
@@ -53,7 +53,7 @@ template <typename Number> QString Text(Number value)
 
 const QString kName = u"n"_s; // clazy:exclude=non-pod-global-static
 
-/// The four operations named Read... and Write... for a type.
+/// The four operations Read... and Write... of a type.
 #define KIND(suffix, first, second)                                                                          \
     Kind                                                                                                     \
     {                                                                                                        \
@@ -69,7 +69,7 @@ QDateTime Utc(const QString& text)
     return QDateTime::fromString(text + u'Z', Qt::ISODate);
 }
 
-/// A filer whose root has the attribute "n".
+/// Loads a document whose root has the attribute "n".
 void Load(XmlFiler& filer, const QString& value)
 {
     filer.Reset();
@@ -157,7 +157,7 @@ void tst_XmlFilerValues::ReadString_pathWithoutName()
     XmlFiler filer;
     QVERIFY(filer.LoadFromXmlString(
         u"<A Own='1'><Ui Language='de'><Menu Text='x'/></Ui><Own Language='x'/></A>"_s));
-    QCOMPARE(filer.ReadString(first, second), first == "Own"_L1 ? u"1"_s : second); // silent by default
+    QCOMPARE(filer.ReadString(first, second), first == "Own"_L1 ? u"1"_s : second); // not logged by default
     const TestSupport::LogGuard log;
     QCOMPARE(filer.ReadString(first, second), first == "Own"_L1 ? u"1"_s : second);
     QCOMPARE(log.Messages().size(), isMistake ? 1 : 0);
@@ -173,7 +173,7 @@ void tst_XmlFilerValues::init()
     TestSupport::FailOnAnyMessage();
 }
 
-// Both shapes of all kinds
+// Both forms of all operations
 
 void tst_XmlFilerValues::Shapes_data()
 {
@@ -199,7 +199,7 @@ void tst_XmlFilerValues::Shapes()
     QVERIFY(filer.LoadFromXmlString(u"<r><A/><A n=\"\"/></r>"_s));
     const QString before = filer.SaveAsXmlString();
 
-    // What is missing or empty reads as the default, and reading makes nothing.
+    // A missing or empty value reads as the default, and reading creates nothing.
     QCOMPARE(kind.Read(filer), kind.Second);
     QCOMPARE(kind.ReadAt(filer, u"A"_s), kind.Second);
     QCOMPARE(kind.ReadAt(filer, u"A/B"_s), kind.Second);
@@ -209,7 +209,7 @@ void tst_XmlFilerValues::Shapes()
     QCOMPARE(filer.SaveAsXmlString(), before);
     QCOMPARE(filer.GetCurrentNodePath(), u"/r/A"_s);
 
-    // A path may lead anywhere; the cursor stays.
+    // The path does not matter; the cursor does not move.
     kind.WriteAt(filer, u"B\\C"_s);
     QCOMPARE(filer.GetCurrentNodePath(), u"/r/A"_s);
     QCOMPARE(kind.Read(filer), kind.Second);
@@ -250,7 +250,7 @@ void tst_XmlFilerValues::Shapes_noElement()
     QVERIFY(filer.IsEmpty());
     QVERIFY(filer.GetCurrentNode().isNull());
 
-    // Without a cursor, a write through a path makes a top-level element, and the cursor stays nowhere.
+    // Without a cursor, writing through a path creates a top-level element, and the cursor stays null.
     kind.WriteAt(filer, u"r/A"_s);
     QVERIFY(filer.GetCurrentNode().isNull());
     QCOMPARE(kind.ReadAt(filer, u"r/A"_s), kind.Second);
@@ -295,7 +295,7 @@ void tst_XmlFilerValues::Shapes_detachedElement()
 void tst_XmlFilerValues::ReadInteger_data()
 {
     QTest::addColumn<QString>("text");
-    // What each type reads; empty for the default.
+    // The result of reading each type; empty for the default.
     QTest::addColumn<QString>("asInt");
     QTest::addColumn<QString>("asUInt");
     QTest::addColumn<QString>("asInt64");
@@ -387,7 +387,7 @@ void tst_XmlFilerValues::WriteInteger()
     filer.WriteInt64(kName, std::numeric_limits<long long>::max());
     QCOMPARE(Written(filer), u"9223372036854775807"_s);
 
-    // A host's own language does not show in files.
+    // The application's locale does not affect files.
     const QLocale before;
     QLocale::setDefault(QLocale(QLocale::German));
     filer.WriteInt(kName, 1234567);
@@ -660,7 +660,7 @@ void tst_XmlFilerValues::ReadString_translation()
     XmlFiler filer;
     Load(filer, u"tr(tr(Save))"_s);
 
-    // A path's value is unwrapped twice, a name's once.
+    // A value read by path has its mark stripped twice, one read by name once.
     QCOMPARE(filer.ReadString(u"/"_s, kName, QString()), u"Save"_s);
     filer.MoveToRoot();
     QCOMPARE(filer.ReadString(kName, QString()), u"tr(Save)"_s);
@@ -676,7 +676,8 @@ void tst_XmlFilerValues::ReadString_defaults()
     Load(filer, QString());
     filer.MoveToRoot();
 
-    // As it is by name, translated by path, whether the attribute or the element is missing.
+    // By name the default is returned unchanged, by path translated, whether the attribute or the element is
+    // missing.
     QCOMPARE(filer.ReadString(kName, u"tr(X)"_s), u"tr(X)"_s);
     QCOMPARE(filer.ReadString(u"none"_s, u"tr(X)"_s), u"tr(X)"_s);
     QCOMPARE(filer.ReadString(u"/"_s, kName, u"tr(X)"_s), u"X"_s);
@@ -700,7 +701,7 @@ void tst_XmlFilerValues::WriteDate_data()
     const QDate day(2024, 7, 1);
     const QTime noon(12, 0, 5, 250);
     const QTimeZone kolkata("Asia/Kolkata");
-    // A local time is made in its zone, by the test.
+    // A null date stands for a local time in the time zone of the row.
     QTest::newRow("local in UTC") << QByteArray("UTC") << QDateTime() << u"2024-07-01T12:00:05Z"_s;
     QTest::newRow("local in Kolkata")
         << QByteArray("Asia/Kolkata") << QDateTime() << u"2024-07-01T06:30:05Z"_s;
@@ -748,7 +749,7 @@ void tst_XmlFilerValues::ReadDate_data()
     QTest::newRow("milliseconds") << u"2024-07-01T12:00:05.250Z"_s << u"2024-07-01T12:00:05.250Z"_s;
     QTest::newRow("winter") << u"2024-01-01T00:00:00Z"_s << u"2024-01-01T00:00:00.000Z"_s;
     QTest::newRow("before 1970") << u"1901-02-03T04:05:06Z"_s << u"1901-02-03T04:05:06.000Z"_s;
-    // Each of these hours is skipped by one of the time zones, and is an hour like any other in UTC.
+    // Each of these hours is skipped by daylight saving time in one of the time zones, but exists in UTC.
     QTest::newRow("skipped in New York") << u"2020-03-08T02:30:00"_s << u"2020-03-08T02:30:00.000Z"_s;
     QTest::newRow("skipped in Berlin, no seconds") << u"2024-03-31t02:30"_s << u"2024-03-31T02:30:00.000Z"_s;
     QTest::newRow("skipped in Berlin, milliseconds")
@@ -800,7 +801,7 @@ void tst_XmlFilerValues::Date_roundTrip()
     XmlFiler filer;
     filer.CreateRoot(u"r"_s);
 
-    // Every 7 hours of a year, across both changes of the clocks.
+    // Every 7 hours of a year, including both changes of the clocks.
     for (qint64 seconds = 1704067200; seconds < 1704067200 + 366 * 86400; seconds += 7 * 3600) {
         const QDateTime local = QDateTime::fromSecsSinceEpoch(seconds);
         filer.WriteDate(kName, local);
@@ -814,7 +815,7 @@ void tst_XmlFilerValues::Date_roundTrip()
 
 void tst_XmlFilerValues::OtherType()
 {
-    // Nothing but the text is stored.
+    // Only the text is stored.
     XmlFiler filer;
     filer.CreateRoot(u"r"_s);
     filer.WriteInt(kName, 5);
@@ -825,7 +826,7 @@ void tst_XmlFilerValues::OtherType()
     QCOMPARE(filer.ReadInt(kName, 77), 77);
     filer.WriteRect(kName, QRect(1, 2, 3, 4));
     QCOMPARE(filer.ReadSize(kName, QSize(7, 7)), QSize(7, 7));
-    // Names are exact.
+    // Names are case-sensitive.
     QCOMPARE(filer.ReadString(u"N"_s, u"default"_s), u"default"_s);
 }
 

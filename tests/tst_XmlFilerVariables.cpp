@@ -139,7 +139,7 @@ void tst_XmlFilerVariables::Node()
 
 void tst_XmlFilerVariables::Node_foreign()
 {
-    // Nodes of any document; the filer's own, even an empty one, does not matter.
+    // Nodes of any document can be passed; the filer's own document is not involved.
     XmlFiler filer;
     QDomDocument document;
     QVERIFY(document.setContent(u"<?p $(x)?><r a=\"$(x)\">$(x)</r>"_s));

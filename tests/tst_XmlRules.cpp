@@ -72,7 +72,7 @@ void tst_XmlRules::FindXmlProblem_data()
     QTest::addColumn<int>("kind"); // -1 if the document loads
     QTest::addColumn<qint64>("line");
     QTest::addColumn<qint64>("column");
-    QTest::addColumn<QString>("reason"); // a part of it
+    QTest::addColumn<QString>("reason"); // part of it
 
     const auto row
         = [](const char* name, const QByteArray& xml, int kind, qint64 line, qint64 column,
@@ -117,17 +117,17 @@ void tst_XmlRules::FindXmlProblem()
     QVERIFY2(problem->Reason.contains(reason), qPrintable(problem->Reason));
     QVERIFY(!problem->Reason.endsWith(u'.'));
     QCOMPARE(problem->Line, line);
-    // Qt's own columns are not the same in all versions.
+    // The columns that Qt reports differ between versions.
     QVERIFY2(qAbs(problem->Column - column) <= (problem->What == Kind::Malformed ? 2 : 0),
              qPrintable(QString::number(problem->Column)));
-    // The offset is the same place.
+    // The offset refers to the same position.
     const QByteArray before = xml.first(problem->Offset);
     QCOMPARE(before.count('\n') + 1, line);
     QVERIFY(qAbs(QString::fromUtf8(before.sliced(before.lastIndexOf('\n') + 1)).size() + 1 - problem->Column)
             <= 2);
 
     if (problem->What == Kind::BadEncoding || reason == "unsupported"_L1)
-        return; // what text cannot have
+        return; // which text cannot contain
     const std::optional<XmlProblem> inText = Quorvin::Util::Internal::FindXmlProblem(QString::fromUtf8(xml));
     QVERIFY(inText);
     QCOMPARE(inText->What, problem->What);

@@ -33,8 +33,8 @@ QString NodeSavedByQt(const QDomNode& node)
     return content;
 }
 
-/// The text with the attributes of each tag in order, whatever writes them. Tags are told by the form in
-/// which both writers write them; what looks like one in a comment or section is changed in both texts alike.
+/// Returns the text with the attributes of each tag sorted. Tags are recognised by the form in which both
+/// writers write them; what looks like one in a comment or CDATA section is changed in both texts alike.
 QString Sorted(const QString& text)
 {
     static const QRegularExpression tag(u"<([^\\s<>/!?=\"]*)((?: [^\\s=\"<>]*=\"[^\"<]*\")+)(/?>)"_s);
@@ -54,13 +54,13 @@ QString Sorted(const QString& text)
     return result + text.mid(done);
 }
 
-/// The text without halves of characters, in which no pattern matches.
+/// Returns the text without unpaired surrogates, because no pattern matches a text with them.
 QString Valid(const QString& text)
 {
     return QString::fromUtf8(text.toUtf8());
 }
 
-/// Documents of every kind of node, with every character that is written in another way.
+/// Generates documents with every kind of node and every character that is escaped.
 class RandomDocument
 {
 public:
@@ -174,7 +174,7 @@ private Q_SLOTS:
     void DeepDocument();
 };
 
-// The very bytes, whatever Qt is used.
+// Exactly these bytes, with every version of Qt.
 void tst_XmlWriter::WriteXmlFile_everything()
 {
     QDomDocument document;
@@ -246,7 +246,7 @@ void tst_XmlWriter::RandomDocuments_asByQt()
     }
 }
 
-// Documents that others have written.
+// Documents of other programs.
 void tst_XmlWriter::Files_asByQt()
 {
     if (QT_VERSION >= QT_VERSION_CHECK(6, 5, 0))
