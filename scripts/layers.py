@@ -63,7 +63,9 @@ TREES = (
         (
             Folder("cli", "the tree of commands, output, errors, completion, the manual page"),
             Folder("documents", "`xml`, `settings` and the values in documents", ("cli",)),
-            Folder("files", "`path`, `files`, `hash`, `locale`", ("cli",)),
+            Folder("files", "`files` and `hash`", ("cli",)),
+            Folder("paths", "`path`", ("cli",)),
+            Folder("locale", "`locale`", ("cli",)),
             Folder("expressions", "`expr`", ("cli", "documents")),
             Folder("xliff", "`xliff`", ("cli", "documents")),
             Folder("messages", "`message`: messages as files and as JSON", ("cli", "documents")),

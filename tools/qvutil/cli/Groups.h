@@ -20,7 +20,11 @@ void AddLocaleCommands(CommandLine& line);
 void AddPathCommands(CommandLine& line);
 void AddFilesCommands(CommandLine& line);
 void AddHashCommand(CommandLine& line);
-void AddGeneratorCommands(CommandLine& line);
+
+// Commands that the build runs to make what is installed beside the tool. They are made from the tool's own
+// commands and options, so that they cannot lag behind them, and are not shown in help.
+void AddCompletionCommand(CommandLine& line);
+void AddManualCommand(CommandLine& line);
 
 } // namespace Quorvin::Tool
 

@@ -4,15 +4,14 @@
 #ifndef QVUTIL_TOOL_VALUECOMMANDS_H
 #define QVUTIL_TOOL_VALUECOMMANDS_H
 
+#include "cli/Command.h"
+#include "documents/TypedValue.h"
+
+#include <QString>
+
 #include <string>
 
-namespace CLI {
-class App;
-}
-
 namespace Quorvin::Tool {
-
-class CommandLine;
 
 /// Adds the command `get` to a group.
 void AddGetCommand(CommandLine& line, CLI::App& group);
@@ -25,6 +24,12 @@ enum class MissingFile {
 /// Adds the command `set` to a group.
 /// \param root  name of the root element of new files, unless the user names another
 void AddSetCommand(CommandLine& line, CLI::App& group, MissingFile missing, const std::string& root);
+
+/// Adds the option --type.
+void AddTypeOption(CLI::App& command, QString& type);
+/// The type of that name; throws UsageFailure if it does not go with a NAME, or with none.
+/// Without --type, what has a name is a string and what has none is the element's text.
+[[nodiscard]] ValueType TypeOf(const QString& typeName, bool hasName);
 
 } // namespace Quorvin::Tool
 

@@ -1,0 +1,119 @@
+// SPDX-FileCopyrightText: 2026 The QvUtil developers
+// SPDX-License-Identifier: MIT
+
+#include "documents/ValueCommands.h"
+
+#include "cli/Console.h"
+#include "cli/Report.h"
+#include "documents/DocumentFile.h"
+
+#include <QJsonObject>
+
+#include <memory>
+#include <optional>
+
+using namespace Qt::StringLiterals;
+using Quorvin::Util::XlfTranslator;
+using Quorvin::Util::XmlFiler;
+
+namespace Quorvin::Tool {
+namespace {
+
+struct GetOptions
+{
+    QString File;
+    ValuePlace Place;
+    QString Type;
+    QString Default;
+    QString Translations;
+    bool Json = false;
+};
+
+QString PathOf(XmlFiler& filer, const QString& path)
+{
+    filer.PushCurrentNode();
+    QString result = filer.MoveToNode(path) ? filer.GetCurrentNodePath() : path;
+    filer.PopCurrentNode();
+    return result;
+}
+
+void PrintValue(XmlFiler& filer, const GetOptions& options, ValueType type, const Value& value)
+{
+    Report(options.Json)
+        .Answer(
+            [&] {
+                QJsonObject object{{u"path"_s, PathOf(filer, options.Place.Path)},
+                                   {u"type"_s, ValueTypeName(type)},
+                                   {u"value"_s, value.Json}};
+                if (!IsContent(type))
+                    object.insert(u"name"_s, options.Place.Name);
+                return object;
+            },
+            [&] { Console::PrintBytes(type == ValueType::Buffer ? value.Plain : value.Plain + '\n'); });
+}
+
+ExitCode Get(const GetOptions& options, bool hasName, bool hasDefault)
+{
+    const ValueType type = TypeOf(options.Type, hasName);
+    std::optional<Value> defaultValue;
+    if (hasDefault)
+        defaultValue = NormalizedValue(type, options.Default.toUtf8());
+
+    std::optional<InputFile> translations;
+    XlfTranslator translator;
+    XmlFiler filer;
+    filer.TranslateEnabled = !options.Translations.isEmpty();
+    if (filer.TranslateEnabled) {
+        translations.emplace(options.Translations);
+        XmlFiler probe; // the translator itself takes a bad file silently
+        LoadDocument(probe, *translations);
+        translator.SetXlfFile(translations->Path());
+        filer.Translator = &translator;
+    }
+    const InputFile file(options.File);
+    LoadDocument(filer, file);
+
+    std::optional<Value> value = ReadValue(filer, type, options.Place);
+    if (!value && defaultValue)
+        value = defaultValue;
+    if (value) {
+        PrintValue(filer, options, type, *value);
+        return ExitCode::Yes;
+    }
+    if (options.Json)
+        PrintValue(filer, options, type, Value{.Plain = {}, .Json = QJsonValue::Null});
+    Console::Complain(file.Name(), WhyMissing(filer, type, options.Place));
+    return ExitCode::No;
+}
+
+} // namespace
+
+void AddGetCommand(CommandLine& line, CLI::App& group)
+{
+    auto options = std::make_shared<GetOptions>();
+    const std::string name = "qvutil " + group.get_name() + " get ";
+    CLI::App& get = line.AddCommand(group, "get", "Print one value",
+                                    name + "app.xml Panel/Main Width --type int\n" + name
+                                        + "app.xml Panel/Main Width --type int --default 640\n" + name
+                                        + "app.xml Notes                       # the element's text\n" + name
+                                        + "app.xml Icon --type buffer > icon.png",
+                                    {});
+    AddText(get, "FILE", options->File, "Document to read; - for standard input")->required();
+    AddText(get, "PATH", options->Place.Path,
+            "Element, as names from the root joined by '/'; / for the root itself")
+        ->required();
+    CLI::Option* valueName
+        = AddText(get, "NAME", options->Place.Name, "Name of the value, an attribute of the element");
+    AddTypeOption(get, options->Type);
+    CLI::Option* defaultValue
+        = AddText(get, "--default,-d", options->Default, "Value to print if it is missing or of another type")
+              ->type_name("VALUE");
+    AddText(get, "--translations", options->Translations, "XLIFF file to translate texts of the form tr(...)")
+        ->type_name("FILE");
+    AddJsonFlag(get, options->Json);
+    line.SetAction(get, [options, valueName, defaultValue] {
+        return Get(*options, valueName->count() > 0, defaultValue->count() > 0);
+    });
+}
+
+} // namespace Quorvin::Tool

@@ -1,0 +1,64 @@
+// SPDX-FileCopyrightText: 2026 The QvUtil developers
+// SPDX-License-Identifier: MIT
+
+#include "ipc/CommandSupport.h"
+
+#include "cli/Console.h"
+#include "ipc/ParameterText.h"
+
+using Quorvin::Util::MessageInfo;
+
+namespace Quorvin::Tool {
+namespace {
+
+constexpr const char* kExplanation = R"(Parameters:
+  KEY=TEXT          a text
+  KEY:TYPE=VALUE    bool, int, uint, longlong, double, string, stringlist, map, list (in JSON),
+                    bytearray (in base64)
+  KEY:=JSON         a value of JSON, such as 1.5, true, [1,2] or {"x": 1}
+  KEY=@FILE         the bytes of a file; - is standard input
+  KEY=@@TEXT        a text that begins with @
+
+A server has one client: this one takes the place of the one that is there. If that is a
+client of the library, it connects again within a second, and takes its place back.)";
+
+} // namespace
+
+CLI::App& AddMessageCommand(CommandLine& line, CLI::App& group, const std::string& name,
+                            const std::string& description, const std::string& examples,
+                            const std::shared_ptr<MessageOptions>& options,
+                            ExitCode (*run)(const MessageOptions&))
+{
+    CLI::App& command
+        = line.AddCommand(group, name, description, examples, [options, run] { return run(*options); });
+    AddExplanation(command, kExplanation);
+    AddText(command, "NAME", options->Name, "The server's name")->required();
+    AddText(command, "MESSAGE", options->Message, "The message's name")->required();
+    AddTexts(command, "PARAMETER", options->Parameters, "A parameter, as below");
+    AddText(command, "--params", options->File,
+            "JSON file with the message, as qvutil message writes it; its parameters come first")
+        ->type_name("FILE");
+    AddNumber(command, "--timeout", options->TimeoutMs, {.Min = 0},
+              "Milliseconds for all of it (default 5000)")
+        ->type_name("MS");
+    command.add_flag("--wait", options->Wait, "Wait for the server to be started");
+    return command;
+}
+
+ExitCode Talk(const MessageOptions& options, const Conversation& converse)
+{
+    const MessageInfo message = ReadMessage(options.Message, options.File, options.Parameters);
+    const QDeadlineTimer deadline(options.TimeoutMs, Qt::PreciseTimer);
+    Session session(Session::DiesOfSignals);
+    ServerLink link(session, options.Name);
+    try {
+        link.Connect(options.Wait, deadline);
+        converse(link, message, deadline);
+    } catch (const LinkFailure& failure) {
+        Console::Complain(options.Name, failure.Reason);
+        return ExitCode::No;
+    }
+    return ExitCode::Yes;
+}
+
+} // namespace Quorvin::Tool

@@ -1,0 +1,45 @@
+// SPDX-FileCopyrightText: 2026 The QvUtil developers
+// SPDX-License-Identifier: MIT
+
+#ifndef QVUTIL_TOOL_LOCALE_LOCALECOMMANDS_H
+#define QVUTIL_TOOL_LOCALE_LOCALECOMMANDS_H
+
+#include "cli/Command.h"
+#include "cli/Report.h"
+#include <qvutil/locale/LocaleTable_p.h>
+
+#include <QString>
+#include <QStringList>
+
+#include <string>
+
+namespace Quorvin::Tool {
+
+// The commands of `qvutil locale`, in the order of its help.
+void AddLocaleShowCommand(CommandLine& line, CLI::App& group);
+void AddLocaleFindCommand(CommandLine& line, CLI::App& group);
+void AddLocaleCurrentCommand(CommandLine& line, CLI::App& group);
+void AddLocaleListCommand(CommandLine& line, CLI::App& group);
+
+/// What the commands need.
+struct LocaleOptions
+{
+    QStringList Texts;
+    bool Json = false;
+};
+/// Adds a command, which takes texts if they have a description.
+void AddLocaleCommand(CommandLine& line, CLI::App& group, const std::string& name,
+                      const std::string& description, const std::string& examples,
+                      ExitCode (*run)(const LocaleOptions&), const std::string& argument = {},
+                      const std::string& argumentDescription = {});
+
+/// An identifier as people write it: 0x0409.
+[[nodiscard]] QString IdentifierText(quint32 lcid);
+/// Adds a locale to a list.
+void AddLocale(Report& report, const Util::Internal::LocaleRecord& record);
+/// The record of a name, or of an identifier (0x0409 or 1033); null if there is none.
+[[nodiscard]] const Util::Internal::LocaleRecord* FindRecord(const QString& text);
+
+} // namespace Quorvin::Tool
+
+#endif // QVUTIL_TOOL_LOCALE_LOCALECOMMANDS_H

@@ -1,0 +1,29 @@
+// SPDX-FileCopyrightText: 2026 The QvUtil developers
+// SPDX-License-Identifier: MIT
+
+#include "paths/PathCommands.h"
+
+#include <qvutil/GeneralUtil.h>
+
+using Quorvin::Util::GeneralUtil;
+
+namespace Quorvin::Tool {
+namespace {
+
+QString Clean(const QString& path, const PathOptions&)
+{
+    return GeneralUtil::CleanPath(path);
+}
+
+} // namespace
+
+void AddPathCleanCommand(CommandLine& line, CLI::App& group)
+{
+    AddPathConversion(line, group, "clean",
+                      "Print paths as the library compares them: without slashes in front, unless two",
+                      "qvutil path clean /Users/a/b/      # Users/a/b\n"
+                      "qvutil path clean 'C:\\x\\..\\y'      # C:/y",
+                      &Clean);
+}
+
+} // namespace Quorvin::Tool
