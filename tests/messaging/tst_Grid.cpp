@@ -123,14 +123,14 @@ void tst_Grid::FirstMember_rawBytes()
     manager.CreateGridConnection(grid, kReadWrite);
     Registry registry(grid);
     QVERIFY(registry.Attach());
-    QVERIFY(registry.Size() >= kRegistrySize); // a system may round it up to its pages
+    QVERIFY(registry.Size() >= kRegistrySize); // some systems round it up to whole pages
     QCOMPARE(registry.Bytes().first(kRegistrySize),
              Image(Number32(1) + Entry(QCoreApplication::applicationPid(), OwnServerName(grid))));
 }
 
 void tst_Grid::FirstMember_programName()
 {
-    // Without any of its suffixes.
+    // The base name is the file name without any of its suffixes.
     const QTemporaryDir dir;
     const QString program = dir.filePath(u"viewer.one.bin"_s);
     QVERIFY(QFile::copy(QString::fromLatin1(MESSAGE_PEER), program));
@@ -177,7 +177,7 @@ void tst_Grid::SecondMember_modes()
     QSignalSpy received(&manager, &IPCManager::MessageReceived);
     manager.CreateGridConnection(grid, static_cast<QIODeviceBase::OpenMode>(mode));
     EVENTUALLY_EQUAL(connected.count(), 1);
-    // The server: messages and answers in the order in which they were sent.
+    // The server sends messages and answers in the order in which they were queued.
     QLocalSocket client;
     QVERIFY(Connect(client, OwnServerName(grid)));
     EVENTUALLY(manager.IsConnectedToAnyClient());
@@ -188,7 +188,7 @@ void tst_Grid::SecondMember_modes()
     QCOMPARE(messages.size(), writes ? 2 : 1);
     QCOMPARE(messages.constLast().Id, u"Response"_s);
     QCOMPARE(received.count(), reads ? 1 : 0);
-    // The client: a request is written, and its answer read, if both are allowed.
+    // A request is written, and its answer read, only if the mode allows both.
     QVariantMap answer;
     const bool both = reads && writes;
     QCOMPARE(manager.SendMessageAndGetResponse(QString(), u"who"_s, {}, answer, both ? 60000 : 100), both);
@@ -215,7 +215,7 @@ void tst_Grid::JoinOtherGrid()
     manager.DeleteAllConnections();
     QCOMPARE(manager.CreateGridConnection(second, kReadWrite), true);
     QCOMPARE(manager.ReadFromSharedMemory().at(0).ServerName, OwnServerName(second));
-    QVERIFY(!Registry(first).Attach()); // nobody is left in it
+    QVERIFY(!Registry(first).Attach()); // it has no members left
     QLocalSocket client;
     QVERIFY(Connect(client, OwnServerName(second)));
 }
@@ -230,12 +230,12 @@ void tst_Grid::Leave()
     QCOMPARE(manager.DeleteAllConnections(), true);
     QCOMPARE(manager.IsServerRunning(), false);
     QCOMPARE(registry.Bytes().first(kRegistrySize), QByteArray(kRegistrySize, '\0'));
-    // A second time does nothing, not even to somebody else's entry.
+    // A second call does nothing, not even to an entry that another program has added.
     const QByteArray other = Image(Number32(1) + Entry(QCoreApplication::applicationPid(), u"other"_s));
     registry.SetBytes(other);
     QCOMPARE(manager.DeleteAllConnections(), true);
     QCOMPARE(registry.Bytes().first(kRegistrySize), other);
-    // And it can be joined again.
+    // The grid can be joined again.
     manager.CreateGridConnection(grid, kReadWrite);
     QCOMPARE(manager.ReadFromSharedMemory().size(), 2);
 }
@@ -264,7 +264,7 @@ void tst_Grid::Leave_withoutOwnEntry()
     const QByteArray other = Number32(1) + Entry(1, u"a"_s);
     registry.SetBytes(other + "rest");
     manager.DeleteAllConnections();
-    QCOMPARE(registry.Bytes().first(kRegistrySize), Image(other)); // written anew all the same
+    QCOMPARE(registry.Bytes().first(kRegistrySize), Image(other)); // rewritten even without a change
 }
 
 void tst_Grid::Destructor_leaves()
@@ -288,7 +288,7 @@ void tst_Grid::OwnEntryLeftOver()
     registry.SetBytes(Number32(1) + Entry(own, u"left over"_s));
     IPCManager manager;
     manager.CreateGridConnection(grid, kReadWrite);
-    QCOMPARE(manager.DisconnectFromServer(QString()), false); // not to itself
+    QCOMPARE(manager.DisconnectFromServer(QString()), false); // a member does not connect to itself
     QCOMPARE(registry.Bytes().first(kRegistrySize),
              Image(Number32(2) + Entry(own, u"left over"_s) + Entry(own, OwnServerName(grid))));
 }
@@ -306,7 +306,7 @@ void tst_Grid::DeadMembersPruned()
     manager.CreateGridConnection(grid, kReadWrite);
     QCOMPARE(registry.Bytes().first(kRegistrySize),
              Image(Number32(2) + Entry(1, u"init"_s) + Entry(own, OwnServerName(grid))));
-    QCOMPARE(manager.DisconnectFromServer(QString()), true); // a client that tries to reach "init"
+    QCOMPARE(manager.DisconnectFromServer(QString()), true); // there is a client, which tries to reach "init"
 }
 
 void tst_Grid::OldestLiveMember()
@@ -371,14 +371,14 @@ void tst_Grid::Read_damaged()
     registry.SetBytes(bytes);
     QCOMPARE(ProcessIds(manager.ReadFromSharedMemory()), expected);
 
-    // A count that promises more than there is ends with the data, which here is zeros.
+    // With a count that exceeds the data, reading stops at the end of the data, which is zeros here.
     registry.SetBytes(Number32(0x7FFFFFFF) + Entry(7, u"name"_s));
     const QList<ProcessInfo> processes = manager.ReadFromSharedMemory();
     QVERIFY(processes.size() <= registry.Size() / 12);
     QCOMPARE(processes.at(0).ServerName, u"name"_s);
 }
 
-// Some systems round a segment up to their pages. The registry is its first 8192 bytes everywhere.
+// Some systems round a segment up to whole pages. The registry is always its first 8192 bytes.
 void tst_Grid::Read_largerSegment()
 {
     const QString grid = UniqueName();
@@ -395,7 +395,7 @@ void tst_Grid::Read_largerSegment()
     QCOMPARE(ProcessIds(manager.ReadFromSharedMemory()), QList<qint64>{7});
 }
 
-// What another program may have made under that name.
+// A segment that another program created under the same name.
 void tst_Grid::SmallerSegment()
 {
     const QString grid = UniqueName();
@@ -465,7 +465,7 @@ void tst_Grid::Write_tooLargeWhenJoining()
     registry.SetBytes(full);
     IPCManager manager;
     QCOMPARE(manager.CreateGridConnection(grid, kReadWrite), true);
-    QCOMPARE(registry.Bytes().first(kRegistrySize), full); // not entered, the old image stays
+    QCOMPARE(registry.Bytes().first(kRegistrySize), full); // not registered, and the old content is kept
     manager.DisconnectFromServer(QString());
     QCOMPARE(manager.DeleteAllConnections(), true);
     QCOMPARE(registry.Bytes().first(kRegistrySize), full);
@@ -479,7 +479,7 @@ void tst_Grid::SharedMemory_createAndAttach()
     QCOMPARE(manager.AttachToSharedMemory(), true);
     QCOMPARE(manager.CreateSharedMemory(), true);
     manager.DeleteAllConnections();
-    // It stays attached, for who wants to look at the grid.
+    // The segment stays attached, so that the grid can still be read.
     QCOMPARE(manager.AttachToSharedMemory(), true);
     QVERIFY(manager.WriteToSharedMemory({{7, u"x"_s}}));
     QCOMPARE(ProcessIds(manager.ReadFromSharedMemory()), QList<qint64>{7});
@@ -493,15 +493,15 @@ void tst_Grid::Locking_nested()
     manager.CreateGridConnection(grid, kReadWrite);
     QCOMPARE(manager.ReadFromSharedMemory().size(), 1);
     manager.DeleteAllConnections();
-    // It is unlocked now: another program can lock it.
+    // The segment is unlocked now: another program can lock it.
     QSharedMemory other(grid);
     QVERIFY(other.attach());
     QVERIFY(other.lock());
     QVERIFY(other.unlock());
 }
 
-// Another program, which takes the lock of the memory and no other, changes the registry while members join
-// and leave: nobody's change is lost.
+// Another program, which takes only the lock of the segment, changes the registry while members join and
+// leave. No change is lost.
 void tst_Grid::Locking_otherProgram()
 {
     const QString grid = UniqueName();
@@ -524,11 +524,11 @@ void tst_Grid::Locking_otherProgram()
                 processes.erase(last);
         });
     };
-    // Goes on until so many entries are there besides its own.
+    // Repeats the update until the registry contains this number of other entries.
     const auto updateUntil = [&](qsizetype others) {
         const QDeadlineTimer deadline(TestSupport::kPatienceMs);
         for (;;) {
-            const qsizetype all = update().size(); // which changes how many are its own
+            const qsizetype all = update().size(); // changes the number of its own entries
             if (all == ownEntries + others || deadline.hasExpired())
                 return;
         }
@@ -546,7 +546,7 @@ void tst_Grid::Locking_otherProgram()
     }
 }
 
-// Nobody makes, changes or leaves a registry without the lock on the library's file.
+// Nobody creates, changes or leaves a registry without holding the lock on the library's file.
 void tst_Grid::LockFile_keepsOthersOut()
 {
     if (!QFile::exists(u"/proc/self/fd"_s))
@@ -554,7 +554,7 @@ void tst_Grid::LockFile_keepsOthersOut()
     const QString grid = UniqueName();
     const QString path = GridLockFilePath(grid);
     const auto opened = [&path] {
-        const QString real = QFileInfo(path).canonicalFilePath(); // as the system tells it
+        const QString real = QFileInfo(path).canonicalFilePath(); // as the system reports it
         const QFileInfoList files = QDir(u"/proc/self/fd"_s).entryInfoList(QDir::Files | QDir::System);
         return std::count_if(files.cbegin(), files.cend(),
                              [&real](const QFileInfo& file) { return file.symLinkTarget() == real; });
@@ -577,7 +577,7 @@ void tst_Grid::LockFile_keepsOthersOut()
     QVERIFY(waited);
 }
 
-// A member that is stopped while it holds the lock does not stop the others for ever.
+// A member that is stopped while it holds the lock does not block the others for ever.
 void tst_Grid::LockFile_heldTooLong()
 {
     const TestSupport::LogGuard log;
@@ -597,7 +597,7 @@ void tst_Grid::LockFile_heldTooLong()
     QCOMPARE(ProcessIds(member.ReadFromSharedMemory()), QList<qint64>{QCoreApplication::applicationPid()});
 }
 
-// Processes that take turns are waited for longer than one that is stopped.
+// While holders take turns, the wait is longer than for one that hangs.
 void tst_Grid::LockFile_changesHands()
 {
     const QString path = GridLockFilePath(UniqueName());
@@ -605,7 +605,8 @@ void tst_Grid::LockFile_changesHands()
     std::atomic<bool> isOver = false;
     const int first = Platform::LockFile(path);
     QVERIFY(first >= 0);
-    // Takes the lock away from itself, so that nobody else ever gets it, for longer than the wait is to take.
+    // The holder acts like a series of holders, for longer than the time-out, so that nobody else gets the
+    // lock.
     const std::unique_ptr<QThread> holder(QThread::create([&] {
         for (turns = 0; turns < 30 && !isOver; ++turns) {
             const timespec times[2] = {{turns + 1000, 0}, {turns + 1000, 0}};
@@ -634,12 +635,12 @@ void tst_Grid::LockFile_heldWhileLeaving()
     QVERIFY(lock >= 0);
     const std::optional<Platform::FileIdentity> file = Platform::GetFileIdentity(path);
     member.reset();
-    QVERIFY(Platform::GetFileIdentity(path) == file); // a process that waits for it would not notice
+    QVERIFY(Platform::GetFileIdentity(path) == file); // a waiting process would not notice a new file
     Platform::UnlockFile(lock);
 }
 
-// Another user could keep it locked for ever, or lead to a file of this one. The memory's own lock is left
-// then.
+// Another user could keep the file locked for ever, or link it to a file of this one. Then only the segment's
+// own lock is used.
 void tst_Grid::LockFile_other_data()
 {
     QTest::addColumn<int>("kind");
@@ -716,8 +717,8 @@ void tst_Grid::Messages_oneHop()
     QVERIFY(!first.WaitForLine(u"joined"_s).isEmpty());
     Peer second({u"grid"_s, grid});
     QVERIFY(!second.WaitForLine(u"linked"_s).isEmpty());
-    // The manager takes the place of the second one at the first one's server; the second one would come
-    // back.
+    // The manager displaces the second member at the first one's server. Unless stopped, the second one would
+    // reconnect.
     QVERIFY(second.Freeze());
     IPCManager manager;
     manager.CreateGridConnection(grid, kReadWrite);
@@ -746,7 +747,7 @@ void tst_Grid::ManyProcesses()
             const auto which = alive.begin() + random.bounded(static_cast<int>(alive.size()));
             if (random.bounded(2) == 0) {
                 dead.append((*which)->Id());
-                (*which)->Kill(); // its entry stays until somebody joins
+                (*which)->Kill(); // its entry stays until a process joins
             } else {
                 expected.removeOne((*which)->Id());
             }
@@ -779,7 +780,7 @@ void tst_Grid::ManyProcessesAtOnce()
         QCOMPARE(ids, expected);
         for (const auto& peer : peers)
             peer->EndInput();
-        peers.clear(); // all leave at once
+        peers.clear(); // all leave at the same time
         QCOMPARE(ProcessIds(manager.ReadFromSharedMemory()),
                  QList<qint64>{QCoreApplication::applicationPid()});
     }

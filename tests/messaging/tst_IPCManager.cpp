@@ -49,7 +49,7 @@ QString SocketPath(const QString& name)
     return QDir::temp().filePath(name);
 }
 
-// A manager with a server and one with a client, connected.
+// A manager with a server, and another one connected to it.
 struct Pair
 {
     explicit Pair(QIODeviceBase::OpenMode serverMode = kReadWrite,
@@ -80,7 +80,7 @@ struct Pair
     bool Ok = false;
 };
 
-using Operation = std::function<bool(IPCManager&)>; // returns what is to be false
+using Operation = std::function<bool(IPCManager&)>; // returns a value that must be false
 
 } // namespace
 
@@ -147,7 +147,7 @@ void tst_IPCManager::MetaObject()
                           u"signal DisconnectedFromServer(QString) name"_s}));
 }
 
-// Each one does nothing, says so, and comes back.
+// Each operation does nothing, logs a line and returns.
 void tst_IPCManager::WrongThread_data()
 {
     QTest::addColumn<Operation>("operation");
@@ -263,7 +263,7 @@ void tst_IPCManager::StartServer_twice()
     Pair pair;
     QVERIFY(pair.Ok);
     QCOMPARE(pair.Server.StartServer(UniqueName(), QIODeviceBase::NotOpen), true);
-    // Name and mode are the first one's.
+    // The first call's name and mode are used.
     pair.Server.SendMessage(u"to the client"_s, {});
     EVENTUALLY_EQUAL(pair.AtClient.count(), 1);
     pair.Client->SendMessage(u"to the server"_s, {});
@@ -291,7 +291,7 @@ void tst_IPCManager::StartServer_signals()
     Responder responder;
     pair.Server.AddMessageResponder(&responder);
     pair.Client->SendMessage(u"m"_s, {{u"a"_s, 1}});
-    QVariantMap answer; // requests are answered in any mode
+    QVariantMap answer; // requests are answered in every mode
     QVERIFY(pair.Client->SendMessageAndGetResponse(pair.Name, u"ask"_s, {}, answer, 60000));
     pair.Client->DisconnectFromServer(pair.Name);
     EVENTUALLY(!pair.Server.IsConnectedToAnyClient());
@@ -333,7 +333,7 @@ void tst_IPCManager::StartServer_modeOfLastStart()
     const QString name = UniqueName();
     IPCManager manager;
     QSignalSpy received(&manager, &IPCManager::MessageReceived);
-    // Announces nothing, and sends.
+    // Announces nothing, but sends.
     manager.StartServer(name, QIODeviceBase::WriteOnly);
     QLocalSocket first;
     QVERIFY(Connect(first, name));
@@ -341,7 +341,7 @@ void tst_IPCManager::StartServer_modeOfLastStart()
     manager.SendMessage(u"m"_s, {});
     QCOMPARE(ReadMessages(first, 1).size(), 1);
     manager.StopServer();
-    // Announces, once, and sends nothing.
+    // Announces once, but sends nothing.
     manager.StartServer(name, QIODeviceBase::ReadOnly);
     QLocalSocket second;
     QVERIFY(Connect(second, name));
@@ -349,8 +349,7 @@ void tst_IPCManager::StartServer_modeOfLastStart()
     EVENTUALLY_EQUAL(received.count(), 1);
     manager.SendMessage(u"not sent"_s, {});
     Write(second, Document(u"ask"_s, {}, QUuid::createUuid()));
-    const QList<MessageInfo> messages
-        = ReadMessages(second, 1); // the answer comes behind what was sent before
+    const QList<MessageInfo> messages = ReadMessages(second, 1); // the answer follows what was sent before it
     QCOMPARE(messages.size(), 1);
     QCOMPARE(messages.constFirst().Id, u"Response"_s);
     QCOMPARE(received.count(), 1);
@@ -390,7 +389,7 @@ void tst_IPCManager::IsServerListening_unusableName()
     const TestSupport::LogGuard log;
     IPCManager manager;
     QVERIFY(manager.StartServer(QString(300, u'x'), kReadWrite));
-    EVENTUALLY_EQUAL(TestSupport::LogGuard::Messages().size(), 1); // it has tried
+    EVENTUALLY_EQUAL(TestSupport::LogGuard::Messages().size(), 1); // after the first attempt
     QCOMPARE(manager.IsServerListening(), false);
     QCOMPARE(manager.IsServerRunning(), true);
 }
@@ -407,7 +406,7 @@ void tst_IPCManager::IsServerListening_socketDeleted()
     QCOMPARE(pair.ClientLeft.count(), 0);
 }
 
-// In a folder that is not there the server cannot listen again.
+// The server cannot listen again in a folder that does not exist.
 void tst_IPCManager::IsServerListening_folderMovedAway()
 {
     const TestSupport::LogGuard log;
@@ -448,7 +447,7 @@ void tst_IPCManager::IsServerListening_socketReplaced()
     QVERIFY(isSocket ? other.listen(otherName) : file.open(QIODevice::WriteOnly));
     QCOMPARE(std::rename(qPrintable(SocketPath(otherName)), qPrintable(SocketPath(name))), 0);
     QCOMPARE(manager.IsServerListening(), false);
-    EVENTUALLY_EQUAL(TestSupport::LogGuard::Messages().size(), 1); // the server has given the name up
+    EVENTUALLY_EQUAL(TestSupport::LogGuard::Messages().size(), 1); // the server has given up the name
     QCOMPARE(manager.IsServerListening(), false);
     QCOMPARE(manager.IsServerRunning(), true);
     manager.StopServer();
@@ -514,13 +513,13 @@ void tst_IPCManager::ConnectToServer_modes()
     const int received = reads ? 1 : 0;
 
     Pair pair(kReadWrite, static_cast<QIODeviceBase::OpenMode>(mode));
-    QVERIFY(pair.Ok); // the connection is announced in any mode
+    QVERIFY(pair.Ok); // the connection is announced in every mode
     QCOMPARE(pair.Client->SendMessage(u"m"_s, {}), true);
     EVENTUALLY_EQUAL(pair.AtServer.count(), sent);
     pair.Server.SendMessage(u"m"_s, {});
     EVENTUALLY_EQUAL(pair.AtClient.count(), received);
     pair.Server.StopServer();
-    EVENTUALLY_EQUAL(pair.ServerLost.count(), 1); // as well as its end
+    EVENTUALLY_EQUAL(pair.ServerLost.count(), 1); // and so is its end
     QCOMPARE(pair.AtServer.count(), sent);
     QCOMPARE(pair.AtClient.count(), received);
 }
@@ -560,7 +559,7 @@ void tst_IPCManager::Reconnect()
 
 void tst_IPCManager::SendMessage_toBoth()
 {
-    // One in the middle: its server has a client, and its client a server.
+    // A manager in the middle: its server has a client, and its client is connected to a server.
     Pair below;
     QVERIFY(below.Ok);
     const QString name = UniqueName();
@@ -572,7 +571,7 @@ void tst_IPCManager::SendMessage_toBoth()
     QCOMPARE(below.Server.SendMessage(u"m"_s, {}), true);
     EVENTUALLY_EQUAL(atAbove.count(), 1);
     EVENTUALLY_EQUAL(below.AtClient.count(), 1);
-    // One hop and no more.
+    // Messages are not forwarded.
     above.SendMessage(u"down"_s, {});
     EVENTUALLY_EQUAL(below.AtServer.count(), 1);
     below.Server.SendMessage(u"last"_s, {});
@@ -601,7 +600,7 @@ void tst_IPCManager::SendMessage_serverMode()
     QCOMPARE(pair.Server.SendMessage(u"m"_s, {}, true), true);
     Responder responder;
     pair.Server.AddMessageResponder(&responder);
-    QVariantMap answer; // its answer comes behind the messages
+    QVariantMap answer; // the answer follows the messages
     QVERIFY(pair.Client->SendMessageAndGetResponse(pair.Name, u"ask"_s, {}, answer, 60000));
     QCOMPARE(pair.AtClient.count(), expected);
 }
@@ -617,7 +616,7 @@ void tst_IPCManager::SendMessage_waitForSent()
     QCOMPARE(pair.Client->SendMessage(u"m"_s, {}), true);
     QCOMPARE(ran, false); // these do not wait
     QCOMPARE(pair.Client->SendMessage(u"m"_s, {}, true), true);
-    QCOMPARE(ran, true); // and this one does
+    QCOMPARE(ran, true); // but this one does
     EVENTUALLY_EQUAL(pair.AtServer.count(), 3);
 }
 
@@ -652,7 +651,7 @@ void tst_IPCManager::Request_large()
     Responder responder;
     pair.Server.AddMessageResponder(&responder);
     for (int round = 0; round < 20; ++round) {
-        const QByteArray bytes(150000 + round, static_cast<char>(round)); // 200,000 as text
+        const QByteArray bytes(150000 + round, static_cast<char>(round)); // 200,000 as base64
         QVariantMap answer;
         QVERIFY(
             pair.Client->SendMessageAndGetResponse(QString(), u"ask"_s, {{u"a"_s, bytes}}, answer, 60000));
@@ -715,7 +714,7 @@ void tst_IPCManager::DeleteAllConnections_withoutGrid()
     QCOMPARE(pair.Client->DisconnectFromServer(pair.Name), false); // the client is deleted
     QCOMPARE(pair.Server.DeleteAllConnections(), true);
     QCOMPARE(pair.Server.IsServerRunning(), false);
-    // The server is stopped, and not deleted: it has its responders.
+    // The server is stopped but not deleted, and keeps its responders.
     QCOMPARE(pair.Server.StartServer(pair.Name, kReadWrite), true);
     QLocalSocket client;
     QVERIFY(Connect(client, pair.Name));
@@ -777,7 +776,7 @@ void tst_IPCManager::Responder_stopsServer()
     Responder responder;
     responder.Then = [&] { pair.Server.StopServer(); };
     pair.Server.AddMessageResponder(&responder);
-    QVariantMap answer; // nobody is there any more to give it
+    QVariantMap answer; // the server that would send it is stopped
     QCOMPARE(pair.Client->SendMessageAndGetResponse(pair.Name, u"ask"_s, {}, answer, 1500), false);
     EVENTUALLY_EQUAL(responder.Calls,
                      1); // on a machine that stalls, the time is over before the request comes

@@ -201,7 +201,7 @@ void tst_MessageClient::ConnectToServer_otherName()
     const QString other = UniqueName();
     QCOMPARE(link.Client.ConnectToServer(other, QIODeviceBase::ReadOnly), true);
     QCOMPARE(link.Client.GetName(), other);
-    // Name and mode of the thread stay.
+    // The thread keeps its name and mode.
     QCOMPARE(link.Client.SendMessage(u"m"_s, {}), true);
     QCOMPARE(ReadMessages(link.Other(), 1).size(), 1);
 }
@@ -213,7 +213,7 @@ void tst_MessageClient::ConnectToServer_unusableName_data()
 
     QTest::newRow("too long") << QString(200, u'x') << 1;
     QTest::newRow("empty") << QString() << 0;
-    QTest::newRow("folder missing") << u"/nowhere/at/all"_s << 0; // may come
+    QTest::newRow("folder missing") << u"/nowhere/at/all"_s << 0; // it may be created
 }
 
 void tst_MessageClient::ConnectToServer_unusableName()
@@ -224,7 +224,7 @@ void tst_MessageClient::ConnectToServer_unusableName()
     const TestSupport::LogGuard log;
     MessageClient client;
     QCOMPARE(client.ConnectToServer(name, kReadWrite), true);
-    QCOMPARE(client.WaitForConnection(1200), false); // it tries a second time meanwhile
+    QCOMPARE(client.WaitForConnection(1200), false); // which allows a second attempt
     client.DisconnectFromServer();
     QCOMPARE(TestSupport::LogGuard::Messages().size(), warnings);
 }
@@ -265,7 +265,7 @@ void tst_MessageClient::ConnectToServer_modes()
     Write(link.Other(), Document(u"to the client"_s));
     if (reads) {
         EVENTUALLY_EQUAL(received.count(), 1);
-        // By the end of the connection there is what else was written.
+        // Everything that was sent before is written when the connection ends.
         link.Client.DisconnectFromServer();
         EVENTUALLY_EQUAL(link.Other().state(), QLocalSocket::UnconnectedState);
         QCOMPARE(link.Other().readAll(), QByteArray());
@@ -276,7 +276,7 @@ void tst_MessageClient::ConnectToServer_modes()
     }
 }
 
-// Between the connection and the slot that learns of it, the state of the socket counts.
+// Between the connection and its announcement, the state of the socket is what counts.
 void tst_MessageClient::IsConnected_beforeAnnounced()
 {
     const QString name = UniqueName();
@@ -315,11 +315,11 @@ void tst_MessageClient::WaitForConnection_newsStillQueued()
     client.ConnectToServer(server.Name(), kReadWrite);
     const QDeadlineTimer limit(60000);
     while (!client.IsConnected() && !limit.hasExpired())
-        QThread::yieldCurrentThread(); // no event is taken in meanwhile
+        QThread::yieldCurrentThread(); // events must not be processed meanwhile
     QCOMPARE(connected.count(), 0);
     QCOMPARE(client.WaitForConnection(0), true);
     QCOMPARE(connected.count(), 1);
-    // So a request waits for its answer, which nobody gives here.
+    // The request therefore waits for an answer, which nobody sends here.
     QVariantMap answer;
     QCOMPARE(client.SendMessageAndGetResponse(u"request"_s, {}, answer, 200), false);
 }
@@ -353,7 +353,7 @@ void tst_MessageClient::WaitForConnection_waitsInSlot()
     bool answered = true;
     bool sent = true;
     connect(&client, &MessageClient::Connected, &client, [&] {
-        // The wait is over but has not returned yet.
+        // The wait has ended but not returned yet.
         QVariantMap answer;
         answered = client.SendMessageAndGetResponse(u"ask"_s, {}, answer, 60000);
         sent = client.SendMessage(u"m"_s, {}, true);
@@ -374,7 +374,7 @@ void tst_MessageClient::DisconnectFromServer()
     QSignalSpy disconnected(&link.Client, &MessageClient::Disconnected);
     link.Client.DisconnectFromServer();
     EVENTUALLY_EQUAL(link.Other().state(), QLocalSocket::UnconnectedState);
-    // The flag follows the signals, and the thread that would have signalled is gone.
+    // The flag follows the signals, and the thread that would emit them has ended.
     QCOMPARE(disconnected.count(), 0);
     QCOMPARE(link.Client.IsConnected(), true);
     QCOMPARE(link.Client.SendMessage(u"to nobody"_s, {}), true);
@@ -405,7 +405,7 @@ void tst_MessageClient::Reconnect_afterSecond()
     link.Other().disconnectFromServer();
     EVENTUALLY_EQUAL(connected.count(), 1);
     QVERIFY2(time.elapsed() >= 940,
-             qPrintable(QString::number(time.elapsed()))); // a timer may be early by 5 %
+             qPrintable(QString::number(time.elapsed()))); // a timer may fire 5 % early
     QVERIFY2(time.elapsed() < 20000, qPrintable(QString::number(time.elapsed())));
 }
 
@@ -450,7 +450,7 @@ void tst_MessageClient::SendMessage_order()
 {
     Link link;
     QVERIFY(link.Ok);
-    // Small ones behind a large one wait for it.
+    // Small messages after a large one wait for it.
     for (int i = 0; i < 60; ++i)
         link.Client.SendMessage(u"m"_s, {{u"n"_s, i}, {u"text"_s, QString(i % 3 == 0 ? 100000 : 10, u'x')}});
     const QList<MessageInfo> messages = ReadMessages(link.Other(), 60);
@@ -464,7 +464,7 @@ void tst_MessageClient::SendMessage_waitForSent()
     Link link;
     QVERIFY(link.Ok);
     QCOMPARE(link.Client.SendMessage(u"m"_s, {}, true), true);
-    // It is written by now: nothing needs to run for it to arrive.
+    // It has been written: it arrives even if nothing runs here.
     QVERIFY(link.Other().bytesAvailable() > 0 || link.Other().waitForReadyRead(60000));
     QVERIFY(link.Other().readAll().endsWith("</Message>\n"));
 }
@@ -476,7 +476,7 @@ void tst_MessageClient::SendMessage_readOnly()
     MessageClient client;
     QSignalSpy received(&client, &MessageClient::MessageReceived);
     QSignalSpy connected(&client, &MessageClient::Connected);
-    client.ConnectToServer(name); // receives, and sends nothing
+    client.ConnectToServer(name); // receives, but does not send
     EVENTUALLY_EQUAL(connected.count(), 1);
     QVERIFY(server.Client() != nullptr);
     QCOMPARE(client.SendMessage(u"m"_s, {}), true);
@@ -494,20 +494,20 @@ void tst_MessageClient::SendMessage_largeWaitsForReceiver()
     QLocalSocket& other = link.Other();
     const QVariantMap params{{u"text"_s, QString(100000, u'x')}};
     other.setReadBufferSize(1);
-    QVERIFY(link.Client.SendMessage(u"first"_s, params, true)); // nothing is under way
+    QVERIFY(link.Client.SendMessage(u"first"_s, params, true)); // no other message is queued
     bool reading = false;
     QTimer::singleShot(100, &link.Client, [&] {
         reading = true;
         other.setReadBufferSize(0);
     });
     QVERIFY(link.Client.SendMessage(u"second"_s, params, true));
-    QVERIFY(reading); // it is announced when it is written, and not before
+    QVERIFY(reading); // it is announced once written, not before
     QCOMPARE(ReadMessages(other, 2).size(), 2);
 }
 
 void tst_MessageClient::SendMessage_timeOut()
 {
-    Link link(QIODeviceBase::ReadOnly); // nothing is written, and so nothing confirmed
+    Link link(QIODeviceBase::ReadOnly); // nothing is written, so nothing is confirmed
     QVERIFY(link.Ok);
     QElapsedTimer time;
     time.start();
@@ -518,13 +518,13 @@ void tst_MessageClient::SendMessage_timeOut()
 
 void tst_MessageClient::SendMessage_connectionEndsWait()
 {
-    // All waits share one loop: whatever ends it with success ends the wait.
-    Link link(QIODeviceBase::ReadOnly); // no confirmation ever comes
+    // All waits share one loop: whatever ends it successfully ends the wait.
+    Link link(QIODeviceBase::ReadOnly); // never confirmed
     QVERIFY(link.Ok);
     Later(&link.Client, [&] { link.Other().disconnectFromServer(); });
     QElapsedTimer time;
     time.start();
-    QCOMPARE(link.Client.SendMessage(u"m"_s, {}, true), true); // by the connection that comes back
+    QCOMPARE(link.Client.SendMessage(u"m"_s, {}, true), true); // because the connection comes back
     QVERIFY(time.elapsed() < 14000);
 }
 
@@ -534,12 +534,12 @@ void tst_MessageClient::SendMessage_anyConfirmationEndsWait()
     QVERIFY(link.Ok);
     QStringList order;
     Later(&link.Client, [&] {
-        MessageInfo answer; // to nobody: does not end the wait
+        MessageInfo answer; // answers no request, so the wait goes on
         answer.IsResponse = true;
         link.Client.MessageReceivedSlot(answer);
         Later(&link.Client, [&] {
             order.append(u"answer"_s);
-            MessageInfo other; // a confirmation is not compared with what was sent
+            MessageInfo other; // a confirmation of any message ends the wait
             other.Id = u"other"_s;
             link.Client.MessageSentSlot(other);
         });
@@ -679,10 +679,10 @@ void tst_MessageClient::Request_waitsWithinWaits()
     QElapsedTimer time;
     time.start();
     QCOMPARE(link.Client.SendMessageAndGetResponse(u"ask"_s, {}, answer, 300), false);
-    QVERIFY(time.elapsed() < 14000); // the inner wait has not moved the end of the outer one
-    QCOMPARE(sent, false); // nobody waited for it
-    QCOMPARE(connected, true); // nothing to wait for
-    QCOMPARE(ReadMessages(link.Other(), 2).size(), 2); // sent all the same
+    QVERIFY(time.elapsed() < 14000); // the inner wait has not postponed the outer deadline
+    QCOMPARE(sent, false); // it did not wait
+    QCOMPARE(connected, true); // no wait was necessary
+    QCOMPARE(ReadMessages(link.Other(), 2).size(), 2); // sent nevertheless
 }
 
 // Slots of NewOutgoingMessage are called before the wait for the answer begins, and may wait themselves.
@@ -719,7 +719,7 @@ void tst_MessageClient::Request_otherAnswers()
               Document(u"Response"_s, {{u"wrong"_s, 1}}, {}, QUuid::createUuid())
                   + EncodeMessage(withoutQuestion).toUtf8() + Document(u"message"_s));
     });
-    // The right one once the client is through with the others.
+    // The right answer, once the client has processed the others.
     connect(&link.Client, &MessageClient::MessageReceived, &other, [&] {
         Write(other, Document(u"Response"_s, {{u"right"_s, 1}}, {}, asked));
     });
@@ -748,7 +748,7 @@ void tst_MessageClient::Request_lateAnswer()
 
 void tst_MessageClient::Request_connectionEndsWait()
 {
-    // All waits share one loop, as above: no answer, and yet a success.
+    // All waits share one loop, as above, so this one succeeds without an answer.
     Link link;
     QVERIFY(link.Ok);
     Later(&link.Client, [&] { link.Other().disconnectFromServer(); });
@@ -762,7 +762,7 @@ void tst_MessageClient::Receive_messages()
     Link link;
     QVERIFY(link.Ok);
     QSignalSpy received(&link.Client, &MessageClient::MessageReceived);
-    // One that wants an answer is announced like any other: a client has no responders.
+    // A message that wants an answer is announced like any other, because a client has no responders.
     Write(link.Other(), Document(u"a"_s, {{u"k"_s, 1}}, QUuid::createUuid()));
     EVENTUALLY_EQUAL(received.count(), 1);
     QCOMPARE(received.at(0).at(0).toString(), u"a"_s);
@@ -929,12 +929,12 @@ void tst_MessageClient::IsConnected_fromOtherThread()
     }
 }
 
-// What was sent is announced in order, before what has arrived since, and each once.
+// Sent messages are announced once each, in order, and before messages that have arrived since.
 void tst_MessageClient::Thread_pausesSentNotifications()
 {
     RawServer server(UniqueName());
     QVERIFY(server.IsListening());
-    MessageClient client; // only tells what is to be sent
+    MessageClient client; // only announces what is to be sent
     MessageClientThread thread(server.Name(), kReadWrite, &client);
     const auto stop = qScopeGuard([&thread] { thread.Stop(); });
     QStringList order;
@@ -968,7 +968,7 @@ void tst_MessageClient::Thread_pausesSentNotifications()
     expected.append(u"sent 3"_s);
     EVENTUALLY_EQUAL(order, expected);
 
-    send(u"4"_s); // nothing arrives, and nobody asks for it
+    send(u"4"_s); // nothing arrives, and nobody waits
     expected.append(u"sent 4"_s);
     EVENTUALLY_EQUAL(order, expected);
 }
@@ -977,7 +977,7 @@ void tst_MessageClient::Worker()
 {
     const QString name = UniqueName();
     RawServer server(name);
-    MessageClient client; // only tells what is to be sent
+    MessageClient client; // only announces what is to be sent
     MessageClientWorker worker(name, kReadWrite, &client);
     QSignalSpy connected(&worker, &MessageClientWorker::Connected);
     QSignalSpy disconnected(&worker, &MessageClientWorker::Disconnected);
@@ -1000,7 +1000,7 @@ void tst_MessageClient::Worker()
     QCOMPARE(EncodeMessage(sent.at(0).at(0).value<MessageInfo>()), EncodeMessage(message));
     QCOMPARE(ReadMessages(*server.Client(), 1).size(), 1);
 
-    worker.ReadMessage(); // nothing is there
+    worker.ReadMessage(); // nothing to read
     QCOMPARE(received.count(), 0);
     Write(*server.Client(), EncodeMessage(message).toUtf8());
     EVENTUALLY_EQUAL(received.count(), 1);
@@ -1010,12 +1010,12 @@ void tst_MessageClient::Worker()
 
 void tst_MessageClient::Worker_withoutTimer()
 {
-    // One attempt, and no further ones.
+    // Makes one attempt, and no further ones.
     const QString name = UniqueName();
     MessageClient client;
     MessageClientWorker worker(name, kReadWrite, &client);
     QSignalSpy disconnected(&worker, &MessageClientWorker::Disconnected);
-    QCOMPARE(worker.ConnectToServer(), true); // nobody there
+    QCOMPARE(worker.ConnectToServer(), true); // no server
     QCOMPARE(worker.IsConnected(), false);
     RawServer server(name);
     QCOMPARE(worker.ConnectToServer(), true);
@@ -1041,7 +1041,7 @@ void tst_MessageClient::Worker_staysDisconnected()
     EVENTUALLY_EQUAL(connected.count(), 1);
     worker.DisconnectFromServer();
     EVENTUALLY_EQUAL(disconnected.count(), 1);
-    // Of two in one thread the other one begins later, and comes back twice.
+    // If one of two workers in a thread starts later, it still reconnects twice.
     connect(&server, &QLocalServer::newConnection, &server, [&] {
         while (server.hasPendingConnections())
             server.nextPendingConnection()->disconnectFromServer();
@@ -1049,7 +1049,7 @@ void tst_MessageClient::Worker_staysDisconnected()
     other.ConnectAndListen();
     EVENTUALLY(otherConnected.count() >= 3);
     QCOMPARE(connected.count(), 1);
-    // An error starts the attempts, whoever has stopped them.
+    // An error restarts the attempts after a disconnection too.
     worker.Error(QLocalSocket::PeerClosedError);
     EVENTUALLY_EQUAL(connected.count(), 2);
 }
@@ -1066,7 +1066,7 @@ void tst_MessageClient::TrustedUsers()
     QCOMPARE(Platform::GetPeerUserId(link.Other().socketDescriptor()), std::optional(Platform::GetUserId()));
 }
 
-// A server of another user can be had only by who may change users.
+// Only root can start a server of another user.
 void tst_MessageClient::ForeignServer()
 {
     if (::geteuid() != 0)
@@ -1079,7 +1079,7 @@ void tst_MessageClient::ForeignServer()
     QSignalSpy connected(&client, &MessageClient::Connected);
     QSignalSpy disconnected(&client, &MessageClient::Disconnected);
     client.ConnectToServer(name, kReadWrite);
-    // Tried again a second later, and given up each time.
+    // The client tries again a second later, and gives up each time.
     QCOMPARE(peer.WaitForLine(u"came"_s), u"came"_s);
     QCOMPARE(peer.WaitForLine(u"came"_s), u"came"_s);
     QCOMPARE(client.IsConnected(), false);

@@ -25,7 +25,7 @@ struct Custom
     int Number = 0;
 };
 
-// A document with the root "R" around \p content.
+// Returns a document with the root "R" around \p content.
 QString InRoot(const QString& content)
 {
     return u"<R>%1</R>"_s.arg(content);
@@ -561,7 +561,7 @@ void tst_MessageEncoding::ReadBase64_data()
     QTest::newRow("wrong before the padding") << QByteArray("A*==") << false;
 }
 
-// What it reads, Qt reads alike; the rest is left to it.
+// Where it succeeds, its result equals Qt's; everything else is left to Qt.
 void tst_MessageEncoding::ReadBase64()
 {
     QFETCH(const QByteArray, text);

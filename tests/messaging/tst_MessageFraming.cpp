@@ -31,7 +31,7 @@ const QUuid& OtherId()
     return id;
 }
 
-// A document such as another program might write it.
+// Returns a frame as another program might write it.
 QString Document(const QString& id, const QString& params = u"<Params/>"_s)
 {
     return u"<?xml version='1.0'?><Message Id='%1'>%2</Message>"_s.arg(id, params);
@@ -45,7 +45,8 @@ QStringList Names(const QList<MessageInfo>& messages)
     return names;
 }
 
-// Everything that a message holds; unlike ==, it tells an int from a double and a null text from none.
+// Describes everything in a message; unlike ==, it distinguishes an int from a double, and a null text from
+// an empty one.
 QString Description(const MessageInfo& message)
 {
     QString text;
@@ -73,7 +74,7 @@ std::optional<MessageInfo> ReadByFiler(const QString& document)
     return DecodeMessageByDom(document, message) ? std::optional(message) : std::nullopt;
 }
 
-// Random values with everything in them that has a written form of its own.
+// Random values that include everything with a special encoding.
 class Corpus
 {
 public:
@@ -93,7 +94,7 @@ public:
         return message;
     }
 
-    // A document with some characters removed, replaced, doubled or moved.
+    // Returns the document with some characters removed, replaced, doubled or moved.
     QString Mutated(QString document)
     {
         static const QStringList kSnippets = {u"<"_s,
@@ -157,7 +158,7 @@ public:
         return document;
     }
 
-    // Bytes with some of them replaced, removed or cut off; half of them are left as they are.
+    // Returns the bytes with some of them replaced, removed or truncated, or in half of the cases unchanged.
     QByteArray MutatedBytes(QByteArray bytes)
     {
         static const QByteArrayList kSnippets
@@ -197,7 +198,7 @@ public:
             u"\n"_s,     u"\r"_s,     u"\r\n"_s,  u"ä"_s,          u"漢"_s,     u"\U0001F600"_s, u"\u00a0"_s,
             u"<?xml "_s, u"&amp;"_s,  u"&#x9;"_s, u"\u0085"_s,     u"\u2028"_s, u"\uFFFD"_s,     u"\x7f"_s,
             u"\uFEFF"_s, u"\uE000"_s, u"12"_s,    u"--"_s,         u"%1"_s,     u"<!ENTITY"_s};
-        // Rarely something that XML cannot hold.
+        // Rarely a character that XML does not allow.
         static const QStringList kBad
             = {QString(QChar(0)),      QString(QChar(1)),      QString(QChar(0x1f)),  QString(QChar(0xD800)),
                QString(QChar(0xDC00)), QString(QChar(0xFFFE)), QString(QChar(0xFFFF))};
@@ -532,7 +533,7 @@ void tst_MessageFraming::DecodeMessage_deepNesting_data()
     QTest::addColumn<int>("depth");
     QTest::addColumn<bool>("expected");
 
-    // The root, Params and the innermost value count too.
+    // The root, Params and the innermost value count as levels.
     QTest::newRow("shallow") << 1 << true;
     QTest::newRow("as far as the direct reader goes") << 200 << true;
     QTest::newRow("farther") << 210 << true;
@@ -568,10 +569,10 @@ void tst_MessageFraming::PackAndExtract()
     QCOMPARE(read, params);
 }
 
-// Between frames that take the DOM path, a thread that is to end stops decoding.
+// A thread that should end stops decoding between frames that take the DOM path.
 void tst_MessageFraming::DecodeMessage_interrupted()
 {
-    static int left; // questions until the answer is yes
+    static int left; // calls until the result is true
     const QByteArray fast = *EncodeMessageFast(MessageInfo());
     const QByteArray slow = QByteArray(fast).replace("<Message ", "<Message Other=\"1\" ");
     QVERIFY(!DecodeMessageFast(QByteArrayView(slow)));
@@ -583,13 +584,13 @@ void tst_MessageFraming::DecodeMessage_interrupted()
     left = 0;
     messages.clear();
     Quorvin::Util::DecodeMessage(fast.repeated(10), messages, [] { return --left < 0; });
-    QCOMPARE(messages.size(), 10); // these take no time
+    QCOMPARE(messages.size(), 10); // the fast path does not check
 }
 
-// The parser's time grows with the square of an element's attributes.
+// The parser's time is quadratic in the number of an element's attributes.
 void tst_MessageFraming::DecodeMessage_manyAttributes_data()
 {
-    QTest::addColumn<int>("attributes"); // of one element of each frame
+    QTest::addColumn<int>("attributes"); // of one element in each frame
     QTest::addColumn<int>("frames");
     QTest::addColumn<int>("decoded");
 
@@ -612,7 +613,7 @@ void tst_MessageFraming::DecodeMessage_manyAttributes()
     QList<MessageInfo> messages;
     Quorvin::Util::DecodeMessage(large.repeated(frames), messages);
     QCOMPARE(messages.size(), decoded);
-    Quorvin::Util::DecodeMessage(large + small, messages); // what follows is not lost
+    Quorvin::Util::DecodeMessage(large + small, messages); // the following message is not lost
     QVERIFY(messages.size() > decoded);
 }
 
@@ -677,10 +678,10 @@ void tst_MessageFraming::Direct_takesOneByOne()
     QCOMPARE(Description(message), Description(second));
     QVERIFY(rest.isEmpty());
     QVERIFY(!TakeMessageFast(rest, message));
-    QVERIFY(!DecodeMessageFast(bytes)); // not a single one
+    QVERIFY(!DecodeMessageFast(bytes)); // more than one frame
 }
 
-// A document goes on until the next one begins, so that this is none.
+// A frame extends to the start of the next one, so that noise makes it malformed.
 void tst_MessageFraming::Direct_takesNoneBeforeNoise()
 {
     const QByteArray document = EncodeMessageAsBytes({u"Id"_s, {}, false, false, {}, {}});
@@ -693,7 +694,7 @@ void tst_MessageFraming::Direct_takesNoneBeforeNoise()
         QCOMPARE(rest.toByteArray(), bytes);
         QList<MessageInfo> messages;
         QVERIFY(Quorvin::Util::DecodeMessage(bytes, messages));
-        QCOMPARE(messages.size(), 1); // the second
+        QCOMPARE(messages.size(), 1); // the second frame
     }
 }
 
@@ -720,7 +721,7 @@ void tst_MessageFraming::Direct_readsItsOwn_data()
     QTest::newRow("type without a name") << QVariant(1.5F);
 }
 
-// The quick way is not only right, but also the one that is taken.
+// The fast path is not only correct, but also taken.
 void tst_MessageFraming::Direct_readsItsOwn()
 {
     QFETCH(const QVariant, value);
@@ -820,7 +821,7 @@ void tst_MessageFraming::Direct_writesSameDocuments()
         QVERIFY(bytes->isValidUtf8());
         const QString document = QString::fromUtf8(*bytes);
         const QString byFiler = EncodeMessageByDom(message);
-        QCOMPARE(document.size(), byFiler.size()); // the same but for the order of attributes
+        QCOMPARE(document.size(), byFiler.size()); // equal except for the order of attributes
         QCOMPARE(TestSupport::XmlMeaning(document), TestSupport::XmlMeaning(byFiler));
         QCOMPARE(EncodeMessage(message), document);
         QCOMPARE(EncodeMessageAsBytes(message), *bytes);
@@ -833,7 +834,7 @@ void tst_MessageFraming::Direct_readsSameMessages()
     int direct = 0;
     for (int i = 0; i < 3000; ++i) {
         const MessageInfo message = corpus.Message();
-        // Written by the other way, with its order of attributes.
+        // Written by the DOM path, with its order of attributes.
         for (const QString& document : {EncodeMessage(message), EncodeMessageByDom(message)}) {
             const std::optional<MessageInfo> read = DecodeMessageFast(document);
             direct += read ? 1 : 0;
@@ -860,7 +861,7 @@ void tst_MessageFraming::Direct_readsSameFromMutated()
     QVERIFY2(direct > 200, qPrintable(QString::number(direct)));
 }
 
-// What several writers may have sent, broken in the middle of characters too.
+// Frames as several writers may have sent them, also truncated in the middle of a character.
 void tst_MessageFraming::Direct_readsSameFromMutatedBytes()
 {
     Corpus corpus(4);

@@ -13,7 +13,7 @@ using namespace Qt::StringLiterals;
 using namespace Quorvin::Util;
 using namespace MessagingSupport;
 
-// Ends of connections by the dozen. A client tries again once a second, so that this takes minutes.
+// Dozens of lost connections. A client retries once a second, so that this takes minutes.
 class tst_MessageRestarts : public QObject
 {
     Q_OBJECT
@@ -28,7 +28,7 @@ private Q_SLOTS:
 
 void tst_MessageRestarts::ServerRestarts()
 {
-    // 100 restarts under a client that keeps asking.
+    // 100 restarts of the server of a client that keeps sending requests.
     const QString name = UniqueName();
     Peer client({u"client"_s, name});
     for (int round = 0; round < 100; ++round) {
@@ -44,12 +44,12 @@ void tst_MessageRestarts::ServerRestarts()
         });
         int answered = 0;
         int asked = 0;
-        while (answered == 0 || firstAsked == 0 || asked < firstAsked) { // until this server's is there
+        while (answered == 0 || firstAsked == 0 || asked < firstAsked) { // until this server answers
             const QString line = client.WaitForLine(u"answer "_s);
             QVERIFY(!line.isEmpty());
             answered = line.section(u' ', 1, 1).toInt();
             asked = line.section(u' ', 2, 2).toInt();
-            // Its own answer, and no other. The return of the connection ends a wait too, with an empty one.
+            // The answer to this request and no other. Reconnecting also ends a wait, with an empty answer.
             QVERIFY2(answered == asked || answered == 0, qPrintable(line));
         }
     }
@@ -65,7 +65,7 @@ void tst_MessageRestarts::ServerKilled()
         Peer server({u"serve"_s, name});
         const QObject thisRound;
         QVERIFY(!server.WaitForLine(u"ready"_s).isEmpty());
-        // Some connection is there soon, be it one to the server before that is about to be noticed.
+        // There is soon a connection, possibly to the previous server, whose end has not been noticed yet.
         QVERIFY(WaitUntil([&] {
             QVariantMap answer;
             return client.SendMessageAndGetResponse(u"ask"_s, {{u"n"_s, round}}, answer, 1000)

@@ -347,7 +347,7 @@ void tst_MessageServer::Endpoint_removed()
     LinkedServer link;
     QVERIFY(link.OpenAndWait());
     QVERIFY(QFile::remove(SocketPath(link.Name)));
-    EVENTUALLY(QFile::exists(SocketPath(link.Name))); // looked after every two seconds
+    EVENTUALLY(QFile::exists(SocketPath(link.Name))); // the server checks every two seconds
     QVERIFY(TestSupport::LogGuard::Messages().join(u' ').contains(u"listening again"_s));
 
     Write(link.Client, Document(u"still there"_s));
@@ -376,7 +376,8 @@ void tst_MessageServer::Endpoint_takenOver()
     QVERIFY(Platform::GetFileIdentity(SocketPath(link.Name)) == file);
 }
 
-// The file does not let other users in. The server looks as well, since somebody may have opened it up.
+// The socket file keeps other users out. The server checks too, because the permissions may have been
+// changed.
 void tst_MessageServer::Client_ofOtherUser()
 {
     if (::geteuid() != 0)
@@ -389,7 +390,7 @@ void tst_MessageServer::Client_ofOtherUser()
     sockaddr_un address = {};
     address.sun_family = AF_UNIX;
     std::copy(path.begin(), path.end(), address.sun_path);
-    // A process of its own: the user of this one's threads cannot be told apart.
+    // Another process, because the system does not distinguish the users of this one's threads.
     const pid_t child = ::fork();
     if (child == 0) {
         constexpr uid_t kNobody = 65534;
@@ -399,7 +400,7 @@ void tst_MessageServer::Client_ofOtherUser()
             ::_exit(2);
         if (::connect(socket, reinterpret_cast<const sockaddr*>(&address), sizeof(address)) != 0)
             ::_exit(3);
-        ::_exit(::recv(socket, &byte, 1, 0) <= 0 ? 0 : 1); // until the server hangs up
+        ::_exit(::recv(socket, &byte, 1, 0) <= 0 ? 0 : 1); // until the server disconnects
     }
     int status = 0;
     EVENTUALLY(::waitpid(child, &status, WNOHANG) == child);
@@ -407,18 +408,18 @@ void tst_MessageServer::Client_ofOtherUser()
     QCOMPARE(TestSupport::LogGuard::Messages().size(), 1);
     QVERIFY(TestSupport::LogGuard::Messages().constFirst().contains(u"another user"_s));
 
-    QCOMPARE(link.Connected.count(), 1); // and the client before is still the current one
+    QCOMPARE(link.Connected.count(), 1); // the previous client is still the current one
     Write(link.Client, Document(u"still there"_s));
     EVENTUALLY_EQUAL(Names(link.Received), QStringList{u"still there"_s});
 }
 
-// While the owner's thread is busy, the peer has to wait. Nothing is lost.
+// While the owner thread is busy, the peer has to wait. Nothing is lost.
 void tst_MessageServer::Receive_busyOwner()
 {
     LinkedServer link;
     QVERIFY(link.OpenAndWait());
     const QByteArray filling(30'000, 'x');
-    constexpr int kCount = 2000; // some 80 MB
+    constexpr int kCount = 2000; // about 80 MB
     for (int i = 0; i < kCount; ++i)
         link.Client.write(Document(QString::number(i), {{u"filling"_s, filling}}));
     const qint64 all = link.Client.bytesToWrite();
@@ -437,7 +438,7 @@ void tst_MessageServer::Send_peerNeverReads()
     QVERIFY(link.OpenAndWait());
     link.Client.setReadBufferSize(1);
     const QVariantMap filling{{u"filling"_s, QByteArray(20'000, 'x')}};
-    for (int i = 0; i < 1500; ++i) // some 40 MB
+    for (int i = 0; i < 1500; ++i) // about 40 MB
         link.Server.SendMessage(u"m"_s, filling);
     EVENTUALLY(!TestSupport::LogGuard::Messages().isEmpty());
     link.Client.setReadBufferSize(0);
@@ -585,7 +586,7 @@ void tst_MessageServer::Receive_split()
         QVERIFY(IsDealtWith(link.Client, link.Server));
         Write(link.Client, document.sliced(at));
         QVERIFY(IsDealtWith(link.Client, link.Server));
-        // The rest of one document does not spoil the next.
+        // The end of one frame does not affect the next one.
         Write(link.Client, document.first(at));
         QVERIFY(IsDealtWith(link.Client, link.Server));
         Write(link.Client, document.sliced(at) + Document(u"next"_s));
@@ -599,7 +600,7 @@ void tst_MessageServer::Receive_splitLarge()
 {
     LinkedServer link;
     QVERIFY(link.Open());
-    // The beginning alone, and then nothing more: given up after a moment, and not kept.
+    // Only the beginning: the server gives up after half a second, and drops it.
     const QByteArray document = Document(u"split"_s, {{u"text"_s, QString(100000, u'x')}});
     Write(link.Client, document.first(60000));
     QVERIFY(IsDealtWith(link.Client, link.Server));
@@ -615,7 +616,7 @@ void tst_MessageServer::Receive_endless_data()
     QTest::addColumn<int>("messages");
 
     QTest::newRow("byte by byte") << 1 << 10;
-    // Nothing is sent before the reader has given up, which takes its time with a race detector.
+    // Nothing is sent before the reader has given up, which takes long with a race detector.
     QTest::newRow("piece by piece") << 40000 << 0;
 }
 
@@ -626,7 +627,7 @@ void tst_MessageServer::Receive_endless()
 
     LinkedServer link;
     QVERIFY(link.OpenAndWait());
-    // A large document that never ends.
+    // A large frame that never ends.
     const QByteArray begin
         = Document(u"endless"_s, {{u"text"_s, QString(100000, u'x')}}).first(60000) + QByteArray(size, 'x');
     std::atomic<int> written = 0;
@@ -650,7 +651,7 @@ void tst_MessageServer::Receive_endless()
         writer->start();
         EVENTUALLY(written > 100);
         written = 0;
-        // Neither what is to be sent nor the end is kept waiting.
+        // Neither outgoing messages nor stopping the server has to wait.
         if (last) {
             link.Server.Stop();
             QVERIFY(!link.Server.IsStarted());
@@ -673,7 +674,7 @@ void tst_MessageServer::Receive_truncatedAtClose()
         Write(client, Document(u"whole"_s) + Document(u"cut"_s).chopped(20));
     }
     EVENTUALLY_EQUAL(link.Disconnected.count(), 1);
-    QCOMPARE(Names(link.Received), QStringList{u"whole"_s}); // announced before the end of the connection
+    QCOMPARE(Names(link.Received), QStringList{u"whole"_s}); // announced before the disconnection
 }
 
 void tst_MessageServer::Receive_response()
@@ -681,7 +682,7 @@ void tst_MessageServer::Receive_response()
     LinkedServer link;
     QVERIFY(link.Open());
     Write(link.Client, Document(u"answer"_s, {}, {}, QUuid::createUuid()));
-    EVENTUALLY_EQUAL(Names(link.Received), QStringList{u"answer"_s}); // a server waits for no answers
+    EVENTUALLY_EQUAL(Names(link.Received), QStringList{u"answer"_s}); // a server never waits for an answer
 }
 
 void tst_MessageServer::Receive_deepNesting()
@@ -703,7 +704,7 @@ void tst_MessageServer::Receive_wholeLargeMessages_data()
     QTest::addColumn<int>("size");
     QTest::addColumn<int>("count");
 
-    // With the send buffer that most systems grant.
+    // With the send buffer that most systems have.
     for (const char* const mode : {"flood", "paced"}) {
         for (const int size : {100, 30000, 40000, 70000, 130000, 262144 - 500}) {
             QTest::addRow("%s, %d bytes", mode, size)
@@ -743,7 +744,7 @@ void tst_MessageServer::Send_wholeLargeMessages()
 {
     QFETCH(const int, size);
 
-    // A receiver that takes what is there at each readyRead, in pieces of its own.
+    // A receiver that reads what is available at each readyRead, in blocks of its own size.
     LimitSendBuffer(212992);
     LinkedServer link;
     QVERIFY(link.OpenAndWait());
@@ -767,7 +768,7 @@ void tst_MessageServer::Send_receiverThatDoesNotRead()
     QVERIFY(link.OpenAndWait());
     for (int i = 0; i < 100; ++i)
         link.Server.SendMessage(u"large"_s, {{u"text"_s, QString(200000, u'x')}});
-    // Neither a new client nor the end is kept waiting.
+    // Neither a new client nor stopping the server has to wait.
     QLocalSocket next;
     QVERIFY(Connect(next, link.Name));
     EVENTUALLY_EQUAL(link.Connected.count(), 2);
@@ -790,7 +791,7 @@ void tst_MessageServer::Send_tooLarge()
     LimitSendBuffer(0);
     link.Server.SendMessage(u"fits"_s, {{u"text"_s, QString(262144, u'x')}});
     link.Server.SendMessage(u"large"_s, {{u"text"_s, QString(1000000, u'x')}});
-    QCOMPARE(ReadMessages(link.Client, 2).size(), 2); // this receiver does put the pieces together
+    QCOMPARE(ReadMessages(link.Client, 2).size(), 2); // this receiver does join split frames
     QCOMPARE(TestSupport::LogGuard::Messages().size(), 1);
     QVERIFY(TestSupport::LogGuard::Messages().constFirst().contains(u"\"large\""_s));
 }
@@ -820,7 +821,7 @@ void tst_MessageServer::Client_replaced()
     QVERIFY(Connect(second, link.Name));
     EVENTUALLY_EQUAL(link.Connected.count(), 2);
     EVENTUALLY_EQUAL(link.Client.state(), QLocalSocket::UnconnectedState);
-    EVENTUALLY_EQUAL(link.Server.GetConnectionCount(), 1); // Qt reports the end of the first one
+    EVENTUALLY_EQUAL(link.Server.GetConnectionCount(), 1); // Qt reports the disconnection of the first one
 
     link.Server.SendMessage(u"to the second"_s, {});
     QCOMPARE(ReadMessages(second, 1).size(), 1);
@@ -835,7 +836,7 @@ void tst_MessageServer::Client_connectedAtStop()
     QVERIFY(link.OpenAndWait());
     link.Server.Stop();
     EVENTUALLY_EQUAL(link.Client.state(), QLocalSocket::UnconnectedState);
-    // The count follows the signals, and the thread that would have signalled is gone.
+    // The count follows the signals, and the thread that would emit them has ended.
     QCOMPARE(link.Disconnected.count(), 0);
     QCOMPARE(link.Server.GetConnectionCount(), 1);
 }
@@ -901,7 +902,7 @@ void tst_MessageServer::Responders_allDecline()
     link.Server.AddMessageResponder(&first);
     link.Server.AddMessageResponder(&second);
     QVERIFY(link.Open());
-    // That it is an answer itself makes no difference.
+    // It makes no difference that the request is itself an answer.
     MessageInfo request;
     request.UniqueId = QUuid::createUuid();
     request.NeedResponse = true;
@@ -956,7 +957,7 @@ void tst_MessageServer::Responders_changedWhileAsked()
     QVERIFY(link.Open());
     Write(link.Client, Document(u"ask"_s, {}, QUuid::createUuid()));
     QCOMPARE(ReadMessages(link.Client, 1).size(), 1);
-    // The list as it was when the request came.
+    // The list of responders as it was when the request arrived.
     QCOMPARE(added.Calls(), 0);
     QCOMPARE(second.Calls(), 1);
     Write(link.Client, Document(u"ask"_s, {}, QUuid::createUuid()));
@@ -967,7 +968,7 @@ void tst_MessageServer::Responders_changedWhileAsked()
 
 void tst_MessageServer::Worker()
 {
-    MessageServer server; // only tells what is to be sent
+    MessageServer server; // only announces what is to be sent
     MessageServerWorker worker(&server);
     QSignalSpy connected(&worker, &MessageServerWorker::Connected);
     QSignalSpy disconnected(&worker, &MessageServerWorker::Disconnected);
@@ -1028,7 +1029,7 @@ void tst_MessageServer::Worker_startsAgain()
     const QString name = UniqueName();
     const QString other = UniqueName();
     QCOMPARE(worker.Start(name), true);
-    QCOMPARE(worker.Start(other), true); // in the place of the first one
+    QCOMPARE(worker.Start(other), true); // in place of the first one
     QVERIFY(!QFile::exists(SocketPath(name)));
     QLocalSocket client;
     QVERIFY(Connect(client, other));
@@ -1045,7 +1046,7 @@ void tst_MessageServer::Slot_opensEventLoop()
     connect(&link.Server, &MessageServer::MessageReceived, &link.Server, [&](const QString& id) {
         order.append(id);
         if (id == u"m0"_s)
-            QVERIFY(WaitUntil([&] { return order.size() == 3; })); // the others come meanwhile
+            QVERIFY(WaitUntil([&] { return order.size() == 3; })); // the others arrive meanwhile
         order.append(u"end of "_s + id);
     });
     QVERIFY(link.Open());
@@ -1089,7 +1090,7 @@ void tst_MessageServer::Slot_stopsServer()
         Write(client, Document(u"m"_s) + Document(u"m"_s));
         EVENTUALLY_EQUAL(received, round);
         QVERIFY(!server.IsStarted());
-        QCOMPARE(received, round); // what was behind it is gone
+        QCOMPARE(received, round); // the message after it is lost
     }
 }
 

@@ -18,10 +18,10 @@ namespace {
 
 constexpr qsizetype kMiB = qsizetype(1024) * 1024;
 
-// More than any reader may ask for: one without bounds fails its test, and does not run for ever.
+// More than any reader may need: a reader without a limit fails the test instead of running for ever.
 constexpr int kTooManyReads = 10000;
 
-// The beginning of a frame that is longer than that.
+// Returns the beginning of a frame that is longer than this.
 QByteArray Beginning(qsizetype size)
 {
     return QByteArray("<?xml version=\"1.0\"?>\n<Message Id=\"").leftJustified(size, 'x');
@@ -33,13 +33,13 @@ QByteArray WholeFrame(qsizetype size)
     return Beginning(size - end.size()) + end;
 }
 
-// What a socket gives, read by read, without any time that passes.
+// Simulates a socket, read by read, without any delay.
 class Script final : public ByteSource
 {
 public:
     bool Read(QByteArray& bytes) override
     {
-        if (!Pieces.isEmpty() && Pieces.constFirst().isEmpty()) { // nothing until somebody waits
+        if (!Pieces.isEmpty() && Pieces.constFirst().isEmpty()) { // nothing until Wait is called
             Pieces.removeFirst();
             return false;
         }
@@ -60,19 +60,19 @@ public:
             || (EndAfterWaits >= 0 && Waits.size() >= EndAfterWaits);
     }
 
-    QList<QByteArray> Pieces; // an empty one is a read that brings nothing
-    QByteArray Endless; // comes behind them, at each read
-    qint64 WaitNs = 0; // how long the others take
-    qsizetype WaitsForPiece = 1; // as many come to nothing before
+    QList<QByteArray> Pieces; // an empty one is a read without a result
+    QByteArray Endless; // result of each read after them
+    qint64 WaitNs = 0; // duration of successful waits
+    qsizetype WaitsForPiece = 1; // the waits before this one fail
     int EndAfterReads = -1;
     int EndAfterWaits = -1;
-    int Reads = 0; // that have brought something
-    QList<int> Waits; // their times
+    int Reads = 0; // with a result
+    QList<int> Waits; // their time-outs
 };
 
 } // namespace
 
-// How a receiver drains its socket. Whatever it is sent, it comes to an end.
+// How a receiver drains its socket. It ends whatever is sent.
 class tst_MessageSocket : public QObject
 {
     Q_OBJECT
@@ -171,7 +171,7 @@ void tst_MessageSocket::Drain_waitsInSteps()
     const QByteArray frame = WholeFrame(2 * kMaxPiece);
     Script source;
     source.Pieces = {QByteArray(), frame.sliced(kMaxPiece)};
-    source.WaitsForPiece = 10; // the last one in half a second
+    source.WaitsForPiece = 10; // after half a second in all
     QByteArray bytes = frame.first(kMaxPiece);
     Drain(source, bytes);
     QVERIFY(bytes == frame);
@@ -189,7 +189,7 @@ void tst_MessageSocket::Drain_waitsOnlySoLong()
     QCOMPARE(std::accumulate(source.Waits.cbegin(), source.Waits.cend(), 0), 500);
 }
 
-// A peer that lets a frame trickle in wins no time: each part comes before its step is over.
+// A peer gains no time by sending a frame in small parts, each just within its step.
 void tst_MessageSocket::Drain_trickle_data()
 {
     QTest::addColumn<qint64>("waitNs");
@@ -222,7 +222,7 @@ void tst_MessageSocket::Drain_littleInManyReads_data()
     QTest::addColumn<int>("size");
     QTest::addColumn<bool>("stops");
 
-    // 64 reads are to bring 32 KiB.
+    // 64 reads must bring 32 KiB.
     QTest::newRow("single bytes of noise") << QByteArray("x") << 1 << true;
     QTest::newRow("single bytes of a frame") << Beginning(kMaxPiece) << 1 << true;
     QTest::newRow("just too little") << Beginning(kMaxPiece) << 511 << true;
@@ -323,7 +323,7 @@ void tst_MessageSocket::Window_full()
     QVERIFY(!window.IsFull());
 }
 
-// Reading begins again when half of it is taken, and is told once.
+// Reading resumes when half has been delivered, and is signalled once.
 void tst_MessageSocket::Window_resumesAtHalf()
 {
     DeliveryWindow window;
@@ -335,10 +335,10 @@ void tst_MessageSocket::Window_resumesAtHalf()
         if (window.Take())
             resumedAt.append(i);
     }
-    QCOMPARE(resumedAt, QList<int>{12}); // four of ten reads are left, half of what may wait
+    QCOMPARE(resumedAt, QList<int>{12}); // four of ten reads are left: half of what may be queued
 }
 
-// A worker that has stopped is always told to read again, whatever the two threads do at the same time.
+// A worker that has stopped reading is always told to resume, however the two threads interleave.
 void tst_MessageSocket::Window_twoThreads()
 {
     constexpr int kReads = 200'000;
@@ -360,7 +360,7 @@ void tst_MessageSocket::Window_twoThreads()
         while (!isStuck && window.IsFull())
             isStuck = !resumed.tryAcquire(1, TestSupport::kPatienceMs);
     }
-    added.release(kReads); // lets it end in any case
+    added.release(kReads); // lets it end in every case
     QVERIFY(owner->wait(TestSupport::kPatienceMs));
     QVERIFY(!isStuck);
 }

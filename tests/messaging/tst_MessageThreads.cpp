@@ -48,37 +48,37 @@ private:
     std::function<void(QVariantMap&)> mAnswer;
 };
 
-// Runs a function in a thread of its own, and events meanwhile.
+// Runs a function in a new thread, and processes events meanwhile.
 // \return false if it has not returned within a minute
 [[nodiscard]] bool RunInThread(const std::function<void()>& function,
                                QAbstractEventDispatcher* dispatcher = nullptr)
 {
-    // What the function has done happened before it: a race detector does not see into the thread's own end.
+    // Orders the function before what follows: a race detector does not see how the thread ends.
     std::atomic<bool> done = false;
     const std::unique_ptr<QThread> thread(QThread::create([&] {
         function();
         done = true;
     }));
     if (dispatcher != nullptr)
-        thread->setEventDispatcher(dispatcher); // which the thread owns now
+        thread->setEventDispatcher(dispatcher); // now owned by the thread
     thread->start();
     const bool finished = WaitUntil([&] { return done.load(); });
     thread->wait();
     return finished;
 }
 
-// An event dispatcher for a thread without sockets, which remembers what it is asked to leave out.
+// An event dispatcher for a thread without sockets, which records the events that it must exclude.
 class Dispatcher final : public QAbstractEventDispatcher
 {
 public:
-    // What all rounds since the last call have left out; counts them too.
+    // Returns the flags that all rounds since the last call have in common, and counts the rounds.
     [[nodiscard]] QEventLoop::ProcessEventsFlags TakeCommonFlags(int& rounds)
     {
         rounds = std::exchange(mRounds, 0);
         return std::exchange(mCommonFlags, QEventLoop::ProcessEventsFlags(~0U));
     }
 
-    // Of all timers that run, in milliseconds.
+    // Intervals of all active timers, in milliseconds.
     [[nodiscard]] QList<qint64> Intervals() const
     {
         QList<qint64> intervals;
@@ -179,7 +179,7 @@ enum class Wait {
     Answer,
 };
 
-// Waits for one of them; sending has a limit of its own.
+// Performs one of the waits; sending has a fixed time-out.
 bool WaitFor(MessageClient& client, Wait wait, int limitMs)
 {
     QVariantMap answer;
@@ -195,7 +195,7 @@ bool WaitFor(MessageClient& client, Wait wait, int limitMs)
 
 } // namespace
 
-// In which thread things happen, and what ends a wait in it.
+// The threads in which things happen, and what ends a wait there.
 class tst_MessageThreads : public QObject
 {
     Q_OBJECT
@@ -221,7 +221,7 @@ private Q_SLOTS:
     void OutlivesApplication();
 };
 
-// Signals are emitted, and responders asked, in the thread of the manager, whichever it is.
+// Signals are emitted and responders called in the manager's thread, whichever that is.
 void tst_MessageThreads::ManagersOfOtherThread()
 {
     const QString name = UniqueName();
@@ -269,7 +269,7 @@ void tst_MessageThreads::ManagersOfOtherThread()
         server.SendMessage(u"m"_s, {});
         static_cast<void>(WaitUntil(
             [&] { return inThread.contains(u"at server"_s) && inThread.contains(u"at client"_s); }));
-        // The server goes, its client comes back to the next one, and goes itself.
+        // The server stops, its client reconnects to the next one, and disconnects.
         server.StopServer();
         static_cast<void>(WaitUntil([&] { return inThread.contains(u"server lost"_s); }));
         IPCManager next;
@@ -290,7 +290,7 @@ void tst_MessageThreads::ManagersOfOtherThread()
                           u"server found"_s, u"server lost"_s}));
 }
 
-// Two that are each other's server: who is asked may ask back, while the first one waits.
+// Two managers that are each other's server: while one waits, the other may send it a request.
 void tst_MessageThreads::ResponderAsksBack()
 {
     const QString firstName = UniqueName();
@@ -379,7 +379,7 @@ void tst_MessageThreads::Wait_timeLimit_data()
     QTest::newRow("answer, negative") << Wait::Answer << -1 << QList<qint64>{30000};
 }
 
-// What ends a wait is a timer with the limit, and nothing else runs meanwhile.
+// Only a timer with the time-out ends a wait, and nothing else runs meanwhile.
 void tst_MessageThreads::Wait_timeLimit()
 {
     QFETCH(const Wait, wait);
@@ -397,7 +397,7 @@ void tst_MessageThreads::Wait_timeLimit()
     QVERIFY(RunInThread(
         [&] {
             MessageClient client;
-            client.ConnectToServer(name); // receives only: neither confirmation nor answer ever comes
+            client.ConnectToServer(name); // receives only: neither confirmation nor answer arrives
             ready = wait == Wait::Connection || client.WaitForConnection(kLongMs);
             QMetaObject::invokeMethod(
                 &client,
@@ -421,8 +421,8 @@ void tst_MessageThreads::Reconnect_interval()
     auto* const dispatcher = new Dispatcher;
     QVERIFY(RunInThread(
         [&] {
-            MessageClient client; // only tells what is to be sent
-            MessageClientWorker worker(UniqueName(), kReadWrite, &client); // nobody there
+            MessageClient client; // only announces what is to be sent
+            MessageClientWorker worker(UniqueName(), kReadWrite, &client); // no server
             before = dispatcher->Intervals();
             worker.ConnectAndListen();
             after = dispatcher->Intervals();
@@ -432,7 +432,7 @@ void tst_MessageThreads::Reconnect_interval()
     QCOMPARE(after, QList<qint64>{1000});
 }
 
-// Each connection has a socket of its own, and is announced once, as is its end.
+// Each connection has a new socket, and is announced once, as is its end.
 void tst_MessageThreads::Reconnect_again()
 {
     const QString name = UniqueName();
@@ -458,8 +458,8 @@ void tst_MessageThreads::Wait_endOfThread_data()
     QTest::newRow("answer") << Wait::Answer;
 }
 
-// With the thread's event loop, or the application's, all loops within it end, with the same code: 0 counts
-// as success, as from any other side. No loop starts after that.
+// When the event loop of the thread or the application ends, all loops within it end with the same exit code,
+// of which 0 means success. No loop starts after that.
 void tst_MessageThreads::Wait_endOfThread()
 {
     QFETCH(const Wait, wait);
@@ -483,7 +483,7 @@ void tst_MessageThreads::Wait_endOfThread()
     QCOMPARE(results, (QList<bool>{true, false}));
 }
 
-// That the connection is lost ends no wait; its return does.
+// Losing the connection does not end a wait; reconnecting does.
 void tst_MessageThreads::Wait_lostConnection()
 {
     const QString name = UniqueName();
@@ -496,7 +496,7 @@ void tst_MessageThreads::Wait_lostConnection()
     QVariantMap answer;
     QCOMPARE(client.SendMessageAndGetResponse(u"ask"_s, {}, answer, 200), false);
     QCOMPARE(disconnected.count(), 1);
-    // The flag is gone, the connection is not.
+    // The flag is cleared, but the connection still exists.
     QCOMPARE(client.IsConnected(), true);
     QMetaObject::invokeMethod(&client, &MessageClient::ConnectedSlot, Qt::QueuedConnection);
     QCOMPARE(client.SendMessageAndGetResponse(u"ask"_s, {}, answer, kLongMs), true);
@@ -505,24 +505,24 @@ void tst_MessageThreads::Wait_lostConnection()
 void tst_MessageThreads::Wait_withinWait()
 {
     MessageClient client;
-    client.ConnectToServer(UniqueName(), kReadWrite); // nobody there
+    client.ConnectToServer(UniqueName(), kReadWrite); // no server
     bool inner = true;
     QMetaObject::invokeMethod(
         &client, [&] { inner = client.WaitForConnection(kLongMs); }, Qt::QueuedConnection);
     const QDeadlineTimer deadline(kLongMs / 2);
     QCOMPARE(client.WaitForConnection(200), false);
     QCOMPARE(inner, false);
-    QVERIFY(!deadline.hasExpired()); // the inner one has not moved the end of the outer one
+    QVERIFY(!deadline.hasExpired()); // the inner wait has not postponed the outer deadline
 }
 
-// A confirmation that comes too late ends no other wait.
+// A late confirmation does not end another wait.
 void tst_MessageThreads::Wait_forgetsUnconfirmed()
 {
     const QString name = UniqueName();
     MessageServer server;
     server.Start(name);
     MessageClient client;
-    QVERIFY(ConnectClient(client, name, QIODeviceBase::ReadOnly)); // nothing is written, and so confirmed
+    QVERIFY(ConnectClient(client, name, QIODeviceBase::ReadOnly)); // nothing is written or confirmed
     QMetaObject::invokeMethod(&client, &MessageClient::EventLoopTimeout, Qt::QueuedConnection);
     QCOMPARE(client.SendMessage(u"m"_s, {}, true), false);
     bool confirmed = false;
@@ -538,7 +538,7 @@ void tst_MessageThreads::Wait_forgetsUnconfirmed()
     QVERIFY(confirmed);
 }
 
-// Where no answer has come there is none, not that to the request before.
+// A wait without an answer gives none, and in particular not that of the previous request.
 void tst_MessageThreads::Wait_forgetsAnswer()
 {
     RawServer server(UniqueName());
@@ -558,7 +558,7 @@ void tst_MessageThreads::Wait_forgetsAnswer()
     QCOMPARE(answer, QVariantMap());
 }
 
-// What slots are told is so when they are told.
+// The state matches each signal when its slots are called.
 void tst_MessageThreads::Connected_stateInSlot()
 {
     auto server = std::make_unique<RawServer>(UniqueName());
@@ -567,7 +567,7 @@ void tst_MessageThreads::Connected_stateInSlot()
     QList<bool> connected;
     connect(&client, &MessageClient::Connected, this, [&] {
         QVERIFY(server->Client() != nullptr);
-        client.DisconnectFromServer(); // which leaves the flag
+        client.DisconnectFromServer(); // does not clear the flag
         connected.append(client.IsConnected());
     });
     client.ConnectToServer(server->Name(), kReadWrite);
@@ -578,7 +578,7 @@ void tst_MessageThreads::Connected_stateInSlot()
     QVERIFY(server->IsListening());
     QVERIFY(ConnectClient(client, server->Name(), kReadWrite));
     connect(&client, &MessageClient::Disconnected, this, [&] { connected.append(client.IsConnected()); });
-    server.reset(); // nobody to come back to
+    server.reset(); // no server to reconnect to
     EVENTUALLY_EQUAL(connected, (QList<bool>{true, false}));
 }
 

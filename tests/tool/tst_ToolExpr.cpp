@@ -258,7 +258,7 @@ void tst_ToolExpr::Lint_xml()
              "  x (b)\n  ^\n=> 1\n"_s);
 }
 
-// The library loads such a document, so what follows the prefix must be looked at.
+// The library loads such a document, so the part after the prefix must be checked.
 void tst_ToolExpr::Lint_xml_prefixWithoutNamespace()
 {
     QVERIFY(
@@ -273,7 +273,7 @@ void tst_ToolExpr::Lint_xml_prefixWithoutNamespace()
              "  x (b)\n  ^\n=> 1\n"_s);
 }
 
-// An entity that is too long for the library ends the reading: "no problems" would be a guess.
+// Reading stops at an entity that is too long for the library, so that "no problems" would be a guess.
 void tst_ToolExpr::Lint_xml_moreThanIsRead()
 {
     QVERIFY(mTool->Write(u"ui.xml"_s,
@@ -296,7 +296,7 @@ void tst_ToolExpr::Lint_nothingToLookAt_data()
                                                  u"--json"_s};
 }
 
-// A typing error in the name of an attribute must not look like expressions without problems.
+// A misspelt attribute name must not look like expressions without problems.
 void tst_ToolExpr::Lint_nothingToLookAt()
 {
     QFETCH(const QStringList, arguments);
@@ -334,7 +334,7 @@ void tst_ToolExpr::Lint_badFiles()
 
 void tst_ToolExpr::Lint_manyOperands()
 {
-    // More ways to answer than can be tried, and one operand that none of them reaches.
+    // Too many combinations of answers to try, and one operand that none of them reaches.
     QStringList groups;
     for (int i = 0; i < 40; ++i)
         groups.append(u"(a%1 | b%1)"_s.arg(i));
@@ -345,8 +345,8 @@ void tst_ToolExpr::Lint_manyOperands()
              "! qvutil: expression 1: too many operands to tell whether each is consulted\n=> 0\n"_s);
 }
 
-// Seconds if what the search reads is limited; minutes, more than the tool may take here, if only the number
-// of evaluations is.
+// This takes seconds if the search limits what it reads, but minutes, which is beyond the time-out, if it
+// only limits the number of evaluations.
 void tst_ToolExpr::Lint_longExpression()
 {
     QByteArray expression = "x & ";

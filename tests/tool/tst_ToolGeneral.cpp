@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: 2026 The QvUtil developers
 // SPDX-License-Identifier: MIT
 
-// What all commands of the tool have in common, and `hash`.
+// Tests what all commands of the tool have in common, and `hash`.
 
 #include "support/TestSupport.h"
 #include "support/ToolRunner.h"
@@ -66,7 +66,7 @@ private:
     {
         return mTool->Run(arguments, input).ToText();
     }
-    // The tool itself, its groups and commands, with what --help prints.
+    // Collects the tool, its groups and its commands, with the output of --help.
     void CollectCommands(const QStringList& path, QList<Command>& commands) const;
     [[nodiscard]] QList<Command> Commands() const
     {
@@ -74,7 +74,7 @@ private:
         CollectCommands({}, commands);
         return commands;
     }
-    // The lines of a section of a help text, without their indentation.
+    // Returns the lines of a section of a help text, without indentation.
     [[nodiscard]] static QStringList Section(const QString& help, const QString& name);
     // "--json", "-t" and so on.
     [[nodiscard]] static QStringList OptionNames(const QString& help);
@@ -311,10 +311,10 @@ void tst_ToolGeneral::Output_fullDevice()
 
 void tst_ToolGeneral::Output_closedPipe()
 {
-    // More than a pipe holds, so that the tool is still writing when the reader goes.
+    // More than a pipe holds, so that the tool is still writing when the reader ends.
     QVERIFY(mTool->Write(u"a.xml"_s, "<a>" + QByteArray("<b c='1'/>").repeated(50000) + "</a>"));
     const QString pipe = u"%1; echo $? > code; } | head -n 1"_s;
-    // 141 is what a shell shows of a process that a closed pipe has ended.
+    // Shells report exit code 141 for a process that a closed pipe has ended.
     QCOMPARE(mTool->RunShell(pipe.arg(u"{ \"$TOOL\" xml list a.xml"_s)).ToText(), u"a\n=> 0\n"_s);
     QCOMPARE(mTool->Read(u"code"_s), QByteArray("141\n"));
     QCOMPARE(mTool->RunShell(pipe.arg(u"trap '' PIPE; { \"$TOOL\" xml list a.xml"_s)).ToText(),
@@ -344,7 +344,7 @@ void tst_ToolGeneral::Terminal_bytes()
 
 void tst_ToolGeneral::Terminal_progress()
 {
-    // Takes some seconds to read; holds no bytes on disk.
+    // Reading it takes seconds, but it is sparse and takes no space on disk.
     QFile file(mTool->Path(u"large"_s));
     QVERIFY(file.open(QIODevice::WriteOnly));
     QVERIFY(file.resize(qint64{1} << 29));
@@ -352,7 +352,7 @@ void tst_ToolGeneral::Terminal_progress()
     QCOMPARE(result.ExitCode, 0);
     const QList<QByteArray> pieces = result.Output.split('\r');
     QVERIFY(pieces.size() >= 4);
-    // Each bar clears the line before it and fits into it; the last thing to be seen is the result.
+    // Each progress bar clears the line before it and fits into it; the result is what remains visible.
     for (const QByteArray& piece : pieces.sliced(1, pieces.size() - 3)) {
         QVERIFY2(piece.startsWith("\x1b[K[........................]   0 %  large, 512.0 MB, "),
                  piece.constData());
@@ -453,7 +453,7 @@ void tst_ToolGeneral::Completion_namesEverything()
         }
     }
     if (QStandardPaths::findExecutable(shell).isEmpty())
-        return; // its syntax can be checked by itself alone
+        return; // only that shell can check the syntax
     QVERIFY(mTool->Write(u"script"_s, result.Output));
     QCOMPARE(mTool->RunShell(shell + u" -n script"_s).ToText(), u"=> 0\n"_s);
 }

@@ -42,7 +42,7 @@ namespace Platform = Quorvin::Util::Platform;
 
 const QString kGrid = u"desk"_s;
 
-// Columns are as wide as their widest text: here one blank between them is enough.
+// The width of columns depends on the text, so reduce the gaps to one space.
 QString Text(const ToolResult& result)
 {
     QString text;
@@ -52,7 +52,7 @@ QString Text(const ToolResult& result)
     return text.chopped(1);
 }
 
-// Puts process ids in the place of words.
+// Replaces words with process ids.
 class Words
 {
 public:
@@ -68,7 +68,7 @@ private:
     QList<std::pair<QString, QString>> mWords;
 };
 
-// A socket file as a killed process leaves it.
+// Creates a socket file as a killed process leaves it.
 [[nodiscard]] bool LeaveSocket(const QString& path)
 {
     const QByteArray name = QFile::encodeName(path);
@@ -83,7 +83,7 @@ private:
     return isBound;
 }
 
-// The tool, running until it is told to end.
+// The tool, running in the background.
 class Watch
 {
 public:
@@ -102,17 +102,17 @@ public:
     }
     Q_DISABLE_COPY_MOVE(Watch)
 
-    /// Waits for a line. \return null if none comes within a minute
+    /// Waits for a line. \return null if none arrives within a minute
     [[nodiscard]] QString Line()
     {
         if (!WaitUntil([&] { return mProcess.canReadLine() || mProcess.state() == QProcess::NotRunning; }))
             return {};
         return mProcess.canReadLine() ? QString::fromUtf8(mProcess.readLine()).trimmed() : QString();
     }
-    /// A line without its time.
+    /// Returns a line without its time.
     [[nodiscard]] QString Event() { return Line().mid(12).simplified(); }
     void Interrupt(int signal) { ::kill(static_cast<pid_t>(mProcess.processId()), signal); }
-    /// Waits for its end. \return its exit code
+    /// Waits for the tool to end. \return its exit code
     [[nodiscard]] int Wait()
     {
         const bool isOver = mProcess.state() == QProcess::NotRunning || mProcess.waitForFinished(60000);
@@ -181,16 +181,16 @@ private:
     {
         return u"%1.MessagePeer.%2"_s.arg(grid).arg(peer.Id());
     }
-    /// Waits until a member has joined, and listens: it does so in the background. One that is linked sees
-    /// its connection, which the other one accepts some time after.
+    /// Waits until a member has joined and its server listens, which starts in the background. With the sign
+    /// "linked", the member is connected, but the other one may not have accepted the connection yet.
     [[nodiscard]] bool IsIn(Peer& peer, const QString& sign = u"joined"_s, const QString& grid = kGrid) const
     {
         return !peer.WaitForLine(sign).isEmpty()
             && WaitUntil([&] { return QFile::exists(Temporary(ServerName(peer, grid))); });
     }
-    /// The folder for temporary files, where sockets and locks are; without Qt's semaphores, which it keeps,
-    /// and the hidden folders in which it makes sockets, which it removes some time after a socket has its
-    /// name.
+    /// Returns the contents of the folder for temporary files, where sockets and lock files are, except Qt's
+    /// semaphore files, which stay, and the hidden folders in which sockets are created, which disappear some
+    /// time after a socket has its name.
     [[nodiscard]] QStringList Files() const
     {
         QStringList files
@@ -220,8 +220,8 @@ void tst_ToolGrid::cleanup()
 {
     if (QTest::currentTestFailed())
         mTool->KeepFolder();
-    // What killed processes have left outlives the folder: who attaches last removes the memory, who makes it
-    // the semaphore.
+    // What killed processes leave outlives the folder. The last process to detach removes the segment, and
+    // the creator of a semaphore removes that.
     QSharedMemory(kGrid).attach();
     QSystemSemaphore(kGrid, 1, QSystemSemaphore::Create);
     mFolderGuard.reset();
@@ -229,7 +229,7 @@ void tst_ToolGrid::cleanup()
     mTool.reset();
 }
 
-// --- looking
+// --- show
 
 void tst_ToolGrid::NoGrid_data()
 {
@@ -251,8 +251,8 @@ void tst_ToolGrid::NoGrid()
              true);
 }
 
-// Semaphores are counted in a name space where nobody else makes any. The file of a segment that is gone must
-// not make a look leave one either.
+// Count semaphores in a namespace where nobody else creates any. Not even for a leftover key file may `grid
+// show` create one.
 void tst_ToolGrid::NoGrid_noSemaphore()
 {
     const QString inNameSpace
@@ -292,8 +292,7 @@ void tst_ToolGrid::LiveMembers()
              u"grid desk: 2 alive, 0 dead; %1 of 8192 bytes used\n\n"_s.arg(used) + table + u"=> 0\n"_s);
 }
 
-// A client that another has replaced is no longer told; here it cannot come back, as it would within a
-// second.
+// A displaced client is no longer shown; it is stopped here, because it would reconnect within a second.
 void tst_ToolGrid::LiveMembers_replacedClient()
 {
     Peer first({u"grid"_s, kGrid});
@@ -367,7 +366,7 @@ void tst_ToolGrid::DeadMember()
                                  "the entry of process SECOND, desk.MessagePeer.SECOND\n"
                                  "the socket %1/desk.MessagePeer.SECOND\n=> 1\n"_s)
                              .arg(mTemporary->path())));
-    // Who joins next prunes the entry; the socket stays.
+    // The next process to join prunes the entry; the socket stays.
     Peer third({u"grid"_s, kGrid});
     QVERIFY(IsIn(third, u"linked"_s));
     words.Add(u"THIRD"_s, third);
@@ -435,10 +434,10 @@ void tst_ToolGrid::NotListening()
     QCOMPARE(members.at(0).toObject().value("alive"_L1), true);
     QCOMPARE(members.at(0).toObject().value("listening"_L1), false);
 
-    // Another file at the socket's place.
+    // Another file in place of the socket.
     QVERIFY(TestSupport::WriteFile(Temporary(u"desk.tst.%1"_s.arg(own)), "x"));
     QCOMPARE(Text(Run(u"list"_s, {kGrid})), line(u"alive, not listening"_s));
-    // And somebody who listens.
+    // Another server in its place.
     QVERIFY(QFile::remove(Temporary(u"desk.tst.%1"_s.arg(own))));
     const RawServer server(u"desk.tst.%1"_s.arg(own));
     QVERIFY(server.IsListening());
@@ -473,7 +472,7 @@ void tst_ToolGrid::ChangesNothing()
     }
 }
 
-// Looking at it must not destroy what is left: the last one who detaches from the memory would.
+// Looking must not destroy what is left, which the last process to detach from the segment would do.
 void tst_ToolGrid::ChangesNothing_whenNobodyIsLeft()
 {
     Peer only({u"grid"_s, kGrid});
@@ -506,7 +505,7 @@ void tst_ToolGrid::ListGrids()
     Peer b2({u"grid"_s, u"b"_s});
     QVERIFY(IsIn(b2, u"joined"_s, u"b"_s));
     b2.Kill();
-    // Other things with names like those of a grid.
+    // Files with names similar to those of a grid.
     QVERIFY(LeaveSocket(Temporary(u"no.grid.2147483632"_s)));
     QSharedMemory other(u"c"_s);
     QVERIFY(other.create(100));
@@ -517,7 +516,7 @@ void tst_ToolGrid::ListGrids()
                     QJsonObject{{u"grid"_s, u"b"_s}, {u"alive"_s, 1}, {u"dead"_s, 1}, {u"leftovers"_s, 2}}}));
 }
 
-// --- damage
+// --- damaged registries
 
 void tst_ToolGrid::Damaged_data()
 {
@@ -560,7 +559,7 @@ void tst_ToolGrid::Damaged()
     QFETCH(const int, members);
     QFETCH(const QString, problem);
 
-    // In each there is nobody who lives, so that cleaning leaves nothing but this test's own hold on it.
+    // None of them has a live member, so that after cleaning only this test is attached.
     Registry registry(kGrid);
     QVERIFY(registry.Create());
     registry.SetBytes(bytes);
@@ -570,7 +569,7 @@ void tst_ToolGrid::Damaged()
     QCOMPARE(list.ExitCode, 0);
     QCOMPARE(QJsonDocument::fromJson(list.Output).array().size(), members);
     const ToolResult show = Run(u"show"_s, {kGrid, u"--json"_s});
-    QCOMPARE(show.ExitCode, 1); // nobody lives
+    QCOMPARE(show.ExitCode, 1); // no live members
     QCOMPARE(QJsonDocument::fromJson(show.Output).object().value("problems"_L1).toArray(),
              QJsonArray::fromStringList(problems));
     const QString text = Run(u"show"_s, {kGrid}).ToText();
@@ -587,7 +586,7 @@ void tst_ToolGrid::Damaged()
     QCOMPARE(registry.Bytes().first(kRegistrySize), QByteArray(kRegistrySize, '\0'));
 }
 
-// A memory of the name that some other program has made.
+// A segment of that name which another program created.
 void tst_ToolGrid::OtherSize()
 {
     QSharedMemory memory(kGrid);
@@ -600,7 +599,7 @@ void tst_ToolGrid::OtherSize()
     QVERIFY(Run(u"clean"_s, {kGrid}).ExitCode == 0);
     QCOMPARE(QByteArray(static_cast<const char*>(memory.constData()), 100), bytes);
 
-    // And one that is too small to hold even a number.
+    // One that is too small even for the count.
     const QString grid = u"tiny"_s;
     QSharedMemory tiny(grid);
     QVERIFY(tiny.create(1));
@@ -612,7 +611,7 @@ void tst_ToolGrid::FullRegistry()
 {
     Registry registry(kGrid);
     QVERIFY(registry.Create());
-    // Entries of 12 + 2 * 17 bytes, as many as there is room for.
+    // As many entries of 12 + 2 * 17 bytes as fit.
     const QByteArray entry = Entry(kNobody, u"desk.x.2147483632"_s);
     const int count = static_cast<int>((kRegistrySize - 4) / entry.size());
     registry.SetBytes(Number32(static_cast<quint32>(count)) + entry.repeated(count));
@@ -652,14 +651,14 @@ void tst_ToolGrid::OddNames()
         return member.value("serverName"_L1).toString()
             + (member.value("listening"_L1).toBool() ? u"+"_s : u"-"_s);
     };
-    // It listens some time after it has joined.
+    // It starts to listen some time after it has joined.
     EVENTUALLY_EQUAL(state(), ServerName(peer, grid) + (listens ? u"+"_s : u"-"_s));
     peer.Kill();
     QCOMPARE(mTool->Run(QStringList{u"grid"_s, u"clean"_s} + arguments).ExitCode, 0);
     QCOMPARE(Files(), QStringList());
 }
 
-// --- obstacles
+// --- failures
 
 void tst_ToolGrid::Locked()
 {
@@ -716,7 +715,7 @@ void tst_ToolGrid::Watch_events()
     QCOMPARE(watch.Event(), event(u"pruned"_s, third));
     first.EndInput();
     QCOMPARE(watch.Event(), event(u"left"_s, first));
-    // The grid is gone, and may come again.
+    // The grid is gone, and can be created again.
     Peer fourth({u"grid"_s, kGrid});
     QCOMPARE(watch.Event(), event(u"joined"_s, fourth));
     watch.Interrupt(SIGINT);
@@ -733,7 +732,7 @@ void tst_ToolGrid::Watch_json()
     QVERIFY(time.isValid());
     QCOMPARE(time.timeSpec(), Qt::UTC);
     const QString event = joined.take("event"_L1).toString();
-    QVERIFY(event == u"joined"_s || event == u"member"_s); // whichever was quicker
+    QVERIFY(event == u"joined"_s || event == u"member"_s); // whichever was first
     QCOMPARE(joined, (QJsonObject{{u"processId"_s, peer.Id()}, {u"serverName"_s, ServerName(peer)}}));
     peer.Kill();
     QCOMPARE(QJsonDocument::fromJson(watch.Line().toUtf8()).object().value("event"_L1).toString(), u"died"_s);
@@ -771,7 +770,7 @@ void tst_ToolGrid::Watch_signals()
     QCOMPARE(watch.Wait(), 0);
 }
 
-// A watcher that held on to the memory would keep the last member from destroying it.
+// A watcher that stayed attached to the segment would keep the last member from destroying it.
 void tst_ToolGrid::Watch_lastMemberLeavesNothing()
 {
     for (int round = 0; round < 10; ++round) {
@@ -801,7 +800,7 @@ void tst_ToolGrid::Clean_nothing()
     QCOMPARE(Files(), files);
 }
 
-// A semaphore that stays counts against the system's limit for ever.
+// A leftover semaphore counts towards the system's limit for ever.
 void tst_ToolGrid::Clean_semaphore()
 {
     const auto semaphores = [this] {
@@ -815,7 +814,7 @@ void tst_ToolGrid::Clean_semaphore()
     QVERIFY(IsIn(second, u"linked"_s));
     first.Kill();
     QVERIFY(Run(u"clean"_s, {kGrid}).ExitCode == 0);
-    QCOMPARE(semaphores(), 1); // somebody uses it
+    QCOMPARE(semaphores(), 1); // it is in use
     second.Kill();
     QVERIFY(Run(u"clean"_s, {kGrid}).ExitCode == 0);
     QCOMPARE(semaphores(), 0);
@@ -853,7 +852,7 @@ void tst_ToolGrid::Clean_deadAmongLiving()
     QCOMPARE(QFile::exists(Temporary(ServerName(*peers.at(1)))), true);
     QCOMPARE(QFile::exists(Temporary(ServerName(*peers.at(3)))), true);
     QCOMPARE(Run(u"clean"_s, {kGrid}).ToText(), u"nothing to remove\n=> 0\n"_s);
-    // They go on as if nothing had been.
+    // They continue undisturbed.
     Peer newcomer({u"grid"_s, kGrid});
     QCOMPARE(newcomer.WaitForLine(u"linked"_s), u"linked "_s + ServerName(*peers.at(1)));
 }
@@ -881,8 +880,8 @@ void tst_ToolGrid::Clean_whatOnlyLooksStale()
 {
     Peer peer({u"grid"_s, kGrid});
     QVERIFY(IsIn(peer));
-    // Of another grid, of a program that lives, no socket, not of a member, and one at which somebody listens
-    // though no process has the id in its name.
+    // Socket of another grid, socket of a live process, not a socket, not a member's socket, and one with a
+    // listening server although no process has the id in its name.
     QVERIFY(LeaveSocket(Temporary(u"desk.two.x.2147483632"_s)));
     QVERIFY(LeaveSocket(Temporary(u"desk.x.%1"_s.arg(QCoreApplication::applicationPid()))));
     QVERIFY(TestSupport::WriteFile(Temporary(u"desk.y.2147483632"_s), "x"));
@@ -899,7 +898,7 @@ void tst_ToolGrid::Clean_whatOnlyLooksStale()
     QVERIFY(Connect(client, u"desk.z.2147483632"_s));
 }
 
-// As after a restart of the system, or when the memory was removed by hand.
+// As after a reboot, or after the segment was removed by hand.
 void tst_ToolGrid::Clean_withoutRegistry()
 {
     QVERIFY(LeaveSocket(Temporary(u"desk.x.2147483632"_s)));
@@ -964,7 +963,7 @@ void tst_ToolGrid::Clean_notAllowed()
              u"nothing to remove\n! qvutil: %1/desk.x.2147483632: cannot be removed\n"
              "! qvutil: %2: cannot be removed\n=> 2\n"_s.arg(mTemporary->path(), GridLockFilePath(kGrid)));
     QVERIFY(QFile::exists(Temporary(u"desk.x.2147483632"_s)));
-    // A lock file that cannot even be opened.
+    // A lock file that cannot be opened.
     QFile::setPermissions(GridLockFilePath(kGrid), {});
     QCOMPARE(clean(),
              u"! qvutil: %1: it cannot be opened, or is no regular file of this user\n=> 2\n"_s.arg(

@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: 2026 The QvUtil developers
 // SPDX-License-Identifier: MIT
 
-// qvutil ipc call, send and listen, each a process of its own, with one another and with plain sockets.
+// Tests qvutil ipc call, send and listen, as processes, with each other and with plain sockets.
 
 #include "support/BareSocket.h"
 #include "support/MessagingSupport.h"
@@ -32,7 +32,7 @@ using TestSupport::ToolRunner;
 
 namespace {
 
-// An output with times and identities made the same for every run.
+// Returns the output with all times and ids replaced by fixed ones.
 QString Normalized(const QByteArray& output)
 {
     static const QRegularExpression time(u"\\d\\d:\\d\\d:\\d\\d\\.\\d\\d\\d"_s);
@@ -226,7 +226,7 @@ void tst_ToolIpc::Call_badParameters_data()
         u"! qvutil: --timeout: '-1' is not a whole number from 0 to 2147483647\n"_s + hint);
 }
 
-// The parameters are looked at first: no server is needed to see what is wrong with them.
+// The parameters are checked first: no server is needed to report errors in them.
 void tst_ToolIpc::Call_badParameters()
 {
     QFETCH(const QStringList, parameters);
@@ -382,7 +382,7 @@ void tst_ToolIpc::Call_noAnswer()
              u"! qvutil: %1: no answer came in time\n=> 1\n"_s.arg(name));
 }
 
-// Only what answers this request is an answer.
+// Only an answer to this request counts.
 void tst_ToolIpc::Call_rightAnswerOnly()
 {
     const QString name = UniqueName();
@@ -425,7 +425,7 @@ void tst_ToolIpc::Call_serverKilled()
     QVERIFY(listener->Freeze()); // so that it does not answer
     RunningTool call(*mTool, IpcArguments({u"call"_s, name, u"Ask"_s}));
 #ifdef Q_OS_LINUX
-    // The system tells when the call has connected.
+    // The system shows when the call has connected.
     bool isConnected = false;
     const QDeadlineTimer deadline(60000);
     while (!isConnected && call.IsRunning() && !deadline.hasExpired())
@@ -449,7 +449,7 @@ void tst_ToolIpc::Call_wait()
     const BareSocket stale(PathOf(name), false);
     QVERIFY(stale.IsGood());
     RunningTool call(*mTool, IpcArguments({u"call"_s, name, u"Ask"_s, u"a=b"_s, u"--wait"_s}));
-    QCOMPARE(Run({u"call"_s, name, u"Ask"_s}).ExitCode, 1); // one that does not wait
+    QCOMPARE(Run({u"call"_s, name, u"Ask"_s}).ExitCode, 1); // does not wait
     QVERIFY(call.IsRunning());
     const auto listener = StartListener(*mTool, name, {u"--echo"_s});
     QVERIFY(listener);
@@ -461,7 +461,7 @@ void tst_ToolIpc::Call_waitInVain()
     const QString name = UniqueName();
     QCOMPARE(Run({u"call"_s, name, u"Ask"_s, u"--wait"_s, u"--timeout"_s, u"120"_s}).ToText(),
              u"! qvutil: %1: no server has this name: there is no %2\n=> 1\n"_s.arg(name, PathOf(name)));
-    // Waiting does not help there.
+    // Waiting does not help in this case.
     QVERIFY(mTool->Write(u"s"_s, "x"));
     QCOMPARE(Run({u"call"_s, mTool->Path(u"s"_s), u"Ask"_s, u"--wait"_s}).ExitCode, 1);
 }
@@ -484,7 +484,7 @@ void tst_ToolIpc::Send()
     EVENTUALLY_EQUAL(server.Client()->state(), QLocalSocket::UnconnectedState);
 }
 
-// Larger than what travels in one piece: the bytes arrive all the same.
+// Larger than what arrives in a single read; the bytes arrive nevertheless.
 void tst_ToolIpc::Send_large()
 {
     const QByteArray bytes(12 * 1024 * 1024, 'x');
@@ -536,7 +536,7 @@ void tst_ToolIpc::Listen_text()
     const auto listener = StartListener(*mTool, name);
     QVERIFY(listener);
     QCOMPARE(Run({u"call"_s, name, u"Ask"_s, u"n:int=5"_s, u"t=a\nb"_s}).ToText(), u"=> 0\n"_s);
-    QVERIFY(listener->WaitForError("a client has disconnected")); // else the next one might replace it
+    QVERIFY(listener->WaitForError("a client has disconnected")); // else the next client might displace it
     QCOMPARE(Run({u"send"_s, name, u"News"_s}).ToText(), u"=> 0\n"_s);
     QVERIFY(listener->WaitForError("a client has disconnected", 2));
     {
@@ -656,7 +656,7 @@ void tst_ToolIpc::Listen_quiet()
     QCOMPARE(result.Output, QByteArray());
 }
 
-// Those that came with the last one are no longer looked at.
+// Messages that arrive together with the last one are ignored.
 void tst_ToolIpc::Listen_count()
 {
     const QString name = UniqueName();
@@ -717,7 +717,7 @@ void tst_ToolIpc::Listen_nameInUse()
         u"qvutil: %1: process %2 (qvutil) listens there; --replace takes the name away from it\n"_s.arg(name)
             .arg(listener->Id()));
 #endif
-    QCOMPARE(Run({u"call"_s, name, u"Ask"_s, u"a=b"_s}).ToText(), u"a=b\n=> 0\n"_s); // is not disturbed
+    QCOMPARE(Run({u"call"_s, name, u"Ask"_s, u"a=b"_s}).ToText(), u"a=b\n=> 0\n"_s); // not disturbed
 }
 
 void tst_ToolIpc::Listen_replace()
@@ -766,7 +766,7 @@ void tst_ToolIpc::Listen_impossible()
     QCOMPARE(Run({u"listen"_s, name}).ToText(), expected);
 }
 
-// A server deletes what is in its way: not the tool, if that is no socket.
+// A server removes a socket that is in its way, but the tool never removes another file.
 void tst_ToolIpc::Listen_keepsFile()
 {
     QVERIFY(mTool->Write(u"f"_s, "precious"));
@@ -799,7 +799,7 @@ void tst_ToolIpc::Listen_ends()
     QVERIFY(listener->WaitForOutput("Hello"));
     const ToolResult end = listener->End(signal);
     QCOMPARE(end.ExitCode, 0);
-    // Its own lines: nothing that Qt has to say about the client that is still there.
+    // The tool's own messages, and no warning of Qt about the client that is still connected.
     for (const QByteArray& line : end.Errors.trimmed().split('\n'))
         QVERIFY2(line.startsWith("qvutil: "), line.constData());
     QVERIFY(!QFile::exists(PathOf(name)));

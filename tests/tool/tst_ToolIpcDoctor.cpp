@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: 2026 The QvUtil developers
 // SPDX-License-Identifier: MIT
 
-// qvutil ipc doctor and bench, each a process of its own.
+// Tests qvutil ipc doctor and bench, as processes.
 
 #include "support/BareSocket.h"
 #include "support/MessagingSupport.h"
@@ -72,9 +72,9 @@ private Q_SLOTS:
 private:
     // Runs a command of the group while the event loop runs.
     [[nodiscard]] ToolResult Run(const QStringList& arguments) const;
-    // What the doctor finds, in JSON; checks that the exit code goes with it.
+    // Returns the diagnosis as JSON, and checks that the exit code matches.
     [[nodiscard]] QJsonObject Diagnose(const QString& name, const QStringList& options = {}) const;
-    // The codes of the problems.
+    // Returns the codes of the problems.
     [[nodiscard]] static QStringList Codes(const QJsonObject& diagnosis);
 
     std::optional<ToolRunner> mTool;
@@ -175,7 +175,7 @@ void tst_ToolIpcDoctor::Doctor_doesNotDisturb()
     QVERIFY(Connect(client, name));
     QVERIFY(listener->WaitForError("a client has connected"));
     QCOMPARE(Codes(Diagnose(name)), QStringList());
-    // The first that the server hears after that is the end.
+    // The next thing the server receives is the disconnection.
     client.disconnectFromServer();
     QVERIFY(listener->WaitForError("a client has disconnected"));
     const ToolResult result = listener->End();
@@ -196,12 +196,12 @@ void tst_ToolIpcDoctor::Doctor_client()
     QCOMPARE(found.value("connections"_L1), QJsonValue(1));
     QCOMPARE(found.value("clients"_L1),
              QJsonValue(QJsonArray{QJsonObject{{u"id"_s, QCoreApplication::applicationPid()},
-                                               {u"name"_s, u"tst_ToolIpcDoct"_s}}})); // the system cuts it
+                                               {u"name"_s, u"tst_ToolIpcDoct"_s}}})); // truncated
     QVERIFY(Run({u"doctor"_s, name})
                 .Output.contains("clients     1: process "
                                  + QByteArray::number(QCoreApplication::applicationPid())
                                  + " (tst_ToolIpcDoct)\n"));
-    // A connection that a server does not accept, since it hangs.
+    // A hanging server does not accept the connection.
     QVERIFY(listener->Freeze());
     QLocalSocket second;
     second.connectToServer(name);
@@ -216,7 +216,7 @@ void tst_ToolIpcDoctor::Doctor_client()
     third.connectToServer(name);
     QVERIFY(Run({u"doctor"_s, name})
                 .Output.contains("problem: the server does not accept 2 connections that wait\n"));
-    // As soon as it goes on, all is well.
+    // As soon as it resumes, there is no problem left.
     listener->Signal(SIGCONT);
     QVERIFY(listener->WaitForError("a client has connected", 3));
     QCOMPARE(Codes(Diagnose(name)), QStringList());
@@ -270,7 +270,7 @@ void tst_ToolIpcDoctor::Doctor_noAnswer()
              result.Output.constData());
 }
 
-// A server that accepts nobody, and whose queue is full: who comes next has to wait.
+// A server that accepts nobody, with a full queue: the next client has to wait.
 void tst_ToolIpcDoctor::Doctor_notAccepted()
 {
 #ifdef Q_OS_LINUX
@@ -290,7 +290,7 @@ void tst_ToolIpcDoctor::Doctor_notAccepted()
 #endif
 }
 
-// Where no connection can be made, none is tried.
+// If no connection is possible, none is tried.
 void tst_ToolIpcDoctor::Doctor_notAsked()
 {
     const QJsonObject found = Diagnose(UniqueName(), {u"--connect"_s});
@@ -357,7 +357,7 @@ void tst_ToolIpcDoctor::Doctor_tooLong()
     const QJsonObject found = Diagnose(name);
     QCOMPARE(Codes(found), QStringList(u"name-too-long"_s));
     QCOMPARE(found.value("pathBytes"_L1).toInteger(), longest + 1);
-    // Bytes count, not characters.
+    // The limit is in bytes, not characters.
     QCOMPARE(Codes(Diagnose(u"/tmp/"_s + QString((longest - 4) / 2 + 1, u'\u00e4'))),
              QStringList(u"name-too-long"_s));
 }
@@ -385,7 +385,7 @@ void tst_ToolIpcDoctor::Doctor_openToOthers()
         QVERIFY(::chmod(QFile::encodeName(PathOf(name)).constData(), mode) == 0);
         QCOMPARE(Codes(Diagnose(name)), QStringList(u"open-to-others"_s));
     }
-    // It can be talked to all the same.
+    // The server still answers.
     const QJsonObject found = Diagnose(name, {u"--connect"_s});
     QVERIFY(found.value("visit"_L1).toObject().value("answerMs"_L1).isDouble());
     QVERIFY(::chmod(QFile::encodeName(PathOf(name)).constData(), 0755)
@@ -469,7 +469,7 @@ void tst_ToolIpcDoctor::Bench_json()
         latencies.append(found.value(key).toDouble());
     QVERIFY(latencies.first() > 0);
     QVERIFY(std::is_sorted(latencies.begin(), latencies.end()));
-    // Half of the requests took the median or longer, none longer than all together.
+    // Half of the requests took at least the median, and none took longer than all together.
     QVERIFY(100 * latencies.first() <= seconds * 1e6);
     QVERIFY(latencies.last() <= seconds * 1e6);
 }
@@ -485,7 +485,7 @@ void tst_ToolIpcDoctor::Bench_oneWay()
     const QJsonObject found = QJsonDocument::fromJson(result.Output).object();
     QCOMPARE(found.keys(), QStringList({u"count"_s, u"oneWay"_s, u"perSecond"_s, u"seconds"_s, u"size"_s}));
     QCOMPARE(found.value("oneWay"_L1), QJsonValue(true));
-    // All were there when the request behind them was answered: 20 to warm up, and the one at the end.
+    // All messages had arrived when the request after them was answered: 20 to warm up, and one at the end.
     const ToolResult heard = listener->End();
     QCOMPARE(heard.Output.count("\"needResponse\":false"), 2500);
     QCOMPARE(heard.Output.count("\"needResponse\":true"), 21);
@@ -506,7 +506,7 @@ void tst_ToolIpcDoctor::Bench_terminal()
     const QString name = UniqueName();
     const auto listener = StartListener(*mTool, name, {u"--echo"_s, u"--quiet"_s});
     QVERIFY(listener);
-    // Long enough for the bar to appear on any machine.
+    // Long enough for the progress bar to appear on any machine.
     const ToolResult result
         = mTool->RunOnTerminal(TestSupport::IpcArguments({u"bench"_s, name, u"--count"_s, u"12000"_s}));
     QCOMPARE(result.ExitCode, 0);

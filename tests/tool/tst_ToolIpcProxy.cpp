@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: 2026 The QvUtil developers
 // SPDX-License-Identifier: MIT
 
-// qvutil ipc proxy as a process of its own, between plain sockets: every byte must get through.
+// Tests qvutil ipc proxy as a process between plain sockets: every byte must get through.
 
 #include "messaging/MessageSocket_p.h"
 #include "support/BareSocket.h"
@@ -81,7 +81,7 @@ void tst_ToolIpcProxy::cleanup()
     if (QTest::currentTestFailed())
         mTool->KeepFolder();
     mProxy.reset();
-    QFile::remove(PathOf(mProxyName)); // left where it was killed
+    QFile::remove(PathOf(mProxyName)); // left by a killed proxy
     mServer.reset();
     mTool.reset();
 }
@@ -130,7 +130,7 @@ void tst_ToolIpcProxy::Bytes()
     QLocalSocket client;
     QVERIFY(Connect(client, mProxyName));
     QVERIFY(mServer->Client());
-    // In pieces of odd sizes, both ways at once.
+    // Blocks of odd sizes, in both directions at once.
     QRandomGenerator generator(7);
     qsizetype sentToServer = 0;
     qsizetype sentToClient = 0;
@@ -157,7 +157,7 @@ void tst_ToolIpcProxy::Bytes()
     QVERIFY(atClient == toClient);
 }
 
-// What was written before the end still arrives.
+// Bytes written before a disconnection still arrive.
 void tst_ToolIpcProxy::Bytes_beforeDisconnection()
 {
     QVERIFY(Start());
@@ -175,7 +175,7 @@ void tst_ToolIpcProxy::Bytes_beforeDisconnection()
     QVERIFY(received == bytes);
 }
 
-// The sender has to wait then: the proxy does not keep everything.
+// The proxy does not buffer everything, so the sender has to wait.
 void tst_ToolIpcProxy::Bytes_readerThatPauses()
 {
     mServer.reset();
@@ -186,7 +186,7 @@ void tst_ToolIpcProxy::Bytes_readerThatPauses()
     QVERIFY(Connect(client, mProxyName));
     const qint64 size = 40 * 1024 * 1024;
     client.write(QByteArray(size, 'x'));
-    // It goes on until the buffers are full, and then no further.
+    // Writing succeeds until the buffers are full, and then stops.
     qint64 left = size;
     int unchanged = 0;
     QVERIFY(QTest::qWaitFor(
@@ -200,7 +200,7 @@ void tst_ToolIpcProxy::Bytes_readerThatPauses()
     client.abort();
 }
 
-// The library reads at the other end: what it gets in two reads it loses.
+// The peer uses the library, which loses a frame that arrives in two reads.
 void tst_ToolIpcProxy::Documents_stayWhole()
 {
     constexpr int kCount = 100;
@@ -264,7 +264,7 @@ void tst_ToolIpcProxy::Json()
              QJsonValue(QJsonObject{{u"n"_s, u"UInt"_s}}));
 }
 
-// It goes on in two pieces, as it came, and is told.
+// The frame is forwarded in two parts, as it arrived, and reported as split.
 void tst_ToolIpcProxy::SplitDocument()
 {
     QVERIFY(Start());
@@ -348,7 +348,7 @@ void tst_ToolIpcProxy::ClientGone()
         mProxy->WaitForError("qvutil: the client has disconnected\nqvutil: the server has disconnected\n"));
 }
 
-// As without the proxy, the client finds nobody; it may try again.
+// As without the proxy, the client cannot connect, and may try again.
 void tst_ToolIpcProxy::ServerMissing()
 {
     mServer.reset();

@@ -23,7 +23,7 @@ namespace {
 
 const QString kNoIdentity = u"{00000000-0000-0000-0000-000000000000}"_s;
 
-// A document as the library writes it, with nothing but a name and the lines of its parameters.
+// Returns a frame as the library writes it, with only a name and the lines of its parameters.
 QByteArray Document(const QByteArray& id, const QByteArray& params = {})
 {
     const QByteArray head = "<?xml version=\"1.0\"?>\n<Message Id=\"" + id + "\" UniqueId=\""
@@ -33,7 +33,7 @@ QByteArray Document(const QByteArray& id, const QByteArray& params = {})
         + "</Message>\n";
 }
 
-// What decode prints of it.
+// Returns what decode prints for it.
 QByteArray Line(const QByteArray& id, const QByteArray& paramsAndTypes = "\"params\":{}")
 {
     return "{\"id\":\"" + id
@@ -186,7 +186,7 @@ void tst_ToolMessage::cleanup()
     mTool.reset();
 }
 
-// --- both ways
+// --- encode and decode
 
 void tst_ToolMessage::Values_data()
 {
@@ -394,7 +394,7 @@ void tst_ToolMessage::Decode_skipped()
     const ToolResult result = mTool->Run({u"message"_s, u"decode"_s}, bytes);
     QCOMPARE(result.ToText(), expected + errors + (errors.isEmpty() ? u"=> 0\n"_s : u"=> 1\n"_s));
 
-    // A receiver that gets the same bytes in one read has the same messages.
+    // A receiver that gets the same bytes in one read decodes the same messages.
     QList<MessageInfo> messages;
     DecodeMessage(QString::fromUtf8(bytes), messages);
     QStringList read;
@@ -412,7 +412,7 @@ void tst_ToolMessage::Decode_files()
              QString::fromUtf8(Line("A") + Line("A2") + Line("B") + "=> 0\n"));
     QCOMPARE(mTool->Run({u"message"_s, u"decode"_s, u"-"_s, u"b.bin"_s}, Document("C")).ToText(),
              QString::fromUtf8(Line("C") + Line("B") + "=> 0\n"));
-    // One that says nothing, or cannot be read, does not hide the others.
+    // An empty or unreadable file does not hide the others.
     QCOMPARE(mTool->Run({u"message"_s, u"decode"_s, u"empty.bin"_s, u"b.bin"_s}).ToText(),
              QString::fromUtf8(Line("B") + "! qvutil: empty.bin: there is no message\n=> 1\n"));
     QCOMPARE(
@@ -435,7 +435,7 @@ void tst_ToolMessage::Decode_indent()
     QCOMPARE(mTool->Run({u"message"_s, u"encode"_s}, result.Output).Output, bytes);
 }
 
-// Other white space, other order, other quotes, comments, unknown elements and attributes.
+// Different white space, order and quotation marks, comments, unknown elements and attributes.
 void tst_ToolMessage::Decode_otherWriters()
 {
     const QByteArray bytes
@@ -449,7 +449,7 @@ void tst_ToolMessage::Decode_otherWriters()
                  + QString::fromUtf8(Line("")) + u"=> 0\n"_s);
 }
 
-// A receiver takes any document for a message, but what stands in a file was hardly meant to be one.
+// A receiver accepts any document as a message, but a document in a file is hardly meant as one.
 void tst_ToolMessage::Decode_noMessage()
 {
     const QByteArray settings = "<?xml version=\"1.0\"?><Settings><Panel Width=\"640\"/></Settings>";
@@ -471,12 +471,12 @@ void tst_ToolMessage::Decode_noMessage()
         = QJsonDocument::fromJson(mTool->Run({u"message"_s, u"split"_s, u"app.xml"_s, u"--json"_s}).Output)
               .array();
     QCOMPARE(list.at(0).toObject().value(u"problem"_s).toString(), reason);
-    // Of another root, but with a name, it is what a receiver makes of it.
+    // With a different root but a name, a receiver decodes it, and so does the tool.
     QCOMPARE(mTool->Run({u"message"_s, u"decode"_s}, "<?xml version=\"1.0\"?><Other Id=\"A\"/>").ToText(),
              QString::fromUtf8(Line("A") + "=> 0\n"));
 }
 
-// Of two values of one name the later counts, whatever became of either.
+// Of two values with the same name the last counts, whether it was lost or not.
 void tst_ToolMessage::Decode_lostValueReplaced()
 {
     const auto decode = [this](const QByteArray& params) {
@@ -500,7 +500,7 @@ void tst_ToolMessage::Decode_lostValueReplaced()
              QString::fromUtf8(Line("M", "\"params\":{\"a\":null},\"types\":{\"a\":\"Char\"}") + "=> 0\n"));
 }
 
-// Wherever a capture ends, what was whole is printed, and the rest is told.
+// Wherever a capture is truncated, complete frames are printed and the rest is reported.
 void tst_ToolMessage::Decode_everyCut()
 {
     const QByteArray whole
@@ -535,7 +535,7 @@ void tst_ToolMessage::Decode_binaryNoise()
 
 void tst_ToolMessage::Decode_hugeFile()
 {
-    // Twenty thousand documents, and one of 8 MiB.
+    // Twenty thousand frames, and one of 8 MiB.
     QByteArray bytes = Document("A").repeated(20000);
     bytes += Document("B",
                       "  <Param Name=\"a\" Type=\"String\" Value=\"" + QByteArray(8 << 20, 'x') + "\"/>\n");
@@ -546,7 +546,7 @@ void tst_ToolMessage::Decode_hugeFile()
     QCOMPARE(result.Output.count('\n'), 20001);
     QVERIFY(result.Output.size() > (8 << 20));
 
-    // More than anybody meant to give, without taking the room.
+    // A sparse file that is larger than any real capture.
     QFile file(mTool->Path(u"hole.bin"_s));
     QVERIFY(file.open(QIODevice::WriteOnly));
     QVERIFY(file.resize((qint64(1) << 30) + 1));
@@ -624,7 +624,7 @@ void tst_ToolMessage::Encode_output()
     QCOMPARE(mTool->Run({u"message"_s, u"encode"_s, u"m.json"_s, u"-o"_s, u"new.bin"_s}).ToText(),
              u"=> 0\n"_s);
     QCOMPARE(mTool->Read(u"new.bin"_s), Document("A"));
-    // What is wrong leaves the old file alone.
+    // After an error, the existing file is unchanged.
     QCOMPARE(mTool->Run({u"message"_s, u"encode"_s, u"-"_s, u"-o"_s, u"out.bin"_s}, "{}").ExitCode, 2);
     QCOMPARE(mTool->Read(u"out.bin"_s), Document("A"));
     const ToolResult result
@@ -733,7 +733,7 @@ void tst_ToolMessage::Split_list()
              u"    offset       size  message\n         0          5  (skipped: no document begins here)\n"
              "         5        216  A\n       221         20  (skipped: the document is cut off)\n=> 1\n"_s);
     QCOMPARE(mTool->Run({u"message"_s, u"split"_s}).ToText(), u"    offset       size  message\n=> 1\n"_s);
-    // What the document has in it is told by its problem, too.
+    // The problem describes the content of the document, too.
     const ToolResult control
         = mTool->Run({u"message"_s, u"split"_s}, "<?xml version=\"1.0\"?><a>&\xc2\x9b;</a>");
     QVERIFY2(control.Output.contains("\\u009b") && !control.Output.contains("\xc2\x9b"),
@@ -774,7 +774,7 @@ void tst_ToolMessage::Split_files()
     QCOMPARE(mTool->Read(u"new/folder/0001-skipped.bin"_s), QByteArray("noise"));
     QCOMPARE(mTool->Read(u"new/folder/0003-___A__b.xml"_s), odd);
     QCOMPARE(mTool->Read(u"new/folder/0004-skipped.bin"_s), Document("A").first(30));
-    // Once more, nothing is touched.
+    // Again nothing is changed.
     QVERIFY(mTool->Write(u"new/folder/0001-skipped.bin"_s, "mine"));
     const ToolResult again
         = mTool->Run({u"message"_s, u"split"_s, u"capture.bin"_s, u"--to"_s, u"new/folder"_s});

@@ -67,7 +67,8 @@ void tst_ToolPaths::cleanup()
     mTool.reset();
 }
 
-// tree: files of all kinds, links to a file and to a folder outside, an empty folder.
+// Creates the folder "tree": files of all types, links to a file and to a folder outside, and an empty
+// folder.
 bool tst_ToolPaths::MakeTree() const
 {
     const QDir folder(mTool->Path(QString()));
@@ -82,7 +83,7 @@ bool tst_ToolPaths::MakeTree() const
         && QFile::link(mTool->Path(u"outside/kept.txt"_s), mTool->Path(u"tree/link.txt"_s));
 }
 
-// Everything in the folder, links not followed, sorted.
+// Returns all entries of the folder, sorted, without following links.
 QStringList tst_ToolPaths::Tree() const
 {
     const QDir folder(mTool->Path(QString()));
@@ -104,7 +105,7 @@ QStringList tst_ToolPaths::Tree() const
     return found;
 }
 
-// Runs the tool; "~" stands for the folder in what it says.
+// Runs the tool and returns its output, with "~" for the folder.
 QString tst_ToolPaths::Run(const QStringList& arguments) const
 {
     const QString folder = QFileInfo(mTool->Path(QString())).canonicalFilePath();
@@ -228,7 +229,7 @@ void tst_ToolPaths::Files_data()
         u"! qvutil: FILE is empty\n! Try 'qvutil files unique --help'.\n=> 2\n"_s);
 }
 
-// None of these changes anything.
+// None of these commands changes anything.
 void tst_ToolPaths::Files()
 {
     QFETCH(const QStringList, arguments);
@@ -287,7 +288,7 @@ void tst_ToolPaths::Delete()
     QFETCH(QStringList, left);
 
     QVERIFY(MakeTree());
-    // Folders come in the file system's own order, each behind those in it.
+    // Folders are in the file system's order, each after its contents.
     QStringList said = Run(QStringList{u"files"_s, u"delete"_s} + arguments).split(u'\n');
     QStringList expectedLines = expected.split(u'\n');
     said.sort();
@@ -318,7 +319,7 @@ void tst_ToolPaths::Delete_dryRunTellsTheTruth_data()
     QTest::newRow("by pattern") << QStringList{u"--recursive"_s, u"--name"_s, u"*.log"_s};
 }
 
-// What disappears is what the dry run has announced, seen from outside.
+// Exactly what the dry run announced is deleted.
 void tst_ToolPaths::Delete_dryRunTellsTheTruth()
 {
     QFETCH(const QStringList, options);
@@ -368,7 +369,7 @@ void tst_ToolPaths::Delete_preciousFolder_data()
     row("home below it", u"$PWD/tree/sub/deep"_s, {u"tree"_s, u"--recursive"_s}, u"holds the home folder"_s);
 }
 
-// Dry runs: a test that fails must do no harm.
+// Dry runs, because a failing test must do no harm.
 void tst_ToolPaths::Delete_preciousFolder()
 {
     QFETCH(const QString, home);
@@ -381,7 +382,7 @@ void tst_ToolPaths::Delete_preciousFolder()
     QCOMPARE(mTool->RunShell(line.arg(home, arguments.join("' '"_L1))).ToText(), expected);
 }
 
-// Seen only where a file system can be mounted: in a name space of its own, which ends with the shell.
+// Needs a file system to be mounted, in a namespace that ends with the shell.
 void tst_ToolPaths::Delete_otherFileSystem()
 {
     const QString inNameSpace = u"unshare --user --map-root-user --mount sh -c "_s;

@@ -141,7 +141,7 @@ void tst_ToolSettings::Delete()
     QVERIFY(mTool->Write(u"before.xml"_s, kSettings));
     QCOMPARE(Run(QStringList{u"delete"_s, u"app.xml"_s} + arguments), expected);
     QCOMPARE(Run({u"diff"_s, u"before.xml"_s, u"app.xml"_s}), difference);
-    // What was not changed was not written either.
+    // An unchanged file was not written either.
     QCOMPARE(mTool->Read(u"app.xml"_s) == QByteArray(kSettings), difference == u"=> 0\n"_s);
 }
 
@@ -309,7 +309,7 @@ void tst_ToolSettings::Check()
     QFETCH(const QString, expected);
 
     QVERIFY(mTool->Write(u"a.xml"_s, content));
-    // The parser's own words differ between versions of Qt.
+    // The parser's messages differ between versions of Qt.
     QString result = Run({u"check"_s, u"a.xml"_s});
     result.replace(QRegularExpression(u"(:\\d+:\\d+: )(?!the |a byte)[^\\n]+"_s), u"\\1"_s);
     QCOMPARE(result, expected);
@@ -324,7 +324,7 @@ void tst_ToolSettings::Check_severalFiles()
              u"torn.xml:1:3: the file ends in the middle of the document\napp.xml: good\n"
              "! qvutil: none.xml: No such file or directory\n! qvutil: .: is a folder\n=> 2\n"_s);
     QCOMPARE(mTool->Run({u"settings"_s, u"check"_s, u"app.xml"_s, u"torn.xml"_s, u"app.xml"_s}).ExitCode, 1);
-    // A binary file does not flood the screen.
+    // A binary file does not flood the terminal.
     QCOMPARE(mTool->Run({u"settings"_s, u"check"_s, u"binary"_s}).Output.count('\n'), 10);
     QCOMPARE(Run({u"check"_s, u"-"_s}, kSettings), u"standard input: good\n=> 0\n"_s);
 }
@@ -359,7 +359,7 @@ void tst_ToolSettings::Check_leftovers()
              u"app.xml: an interrupted save left .app.xml.saving behind, 2.0 KB\n"
              "app.xml: an interrupted save left .app.xml.saving7 behind, 11 bytes\n=> 1\n"_s);
 
-    // The next save that needs the name clears it away.
+    // The next save that needs the name removes the stale temporary file.
     QCOMPARE(mTool->Run({u"settings"_s, u"set"_s, u"app.xml"_s, u"/"_s, u"n"_s, u"1"_s}).ExitCode, 0);
     QCOMPARE(Run({u"check"_s, u"app.xml"_s}),
              u"app.xml: an interrupted save left .app.xml.saving7 behind, 11 bytes\n=> 1\n"_s);

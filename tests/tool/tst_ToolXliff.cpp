@@ -1,8 +1,8 @@
 // SPDX-FileCopyrightText: 2026 The QvUtil developers
 // SPDX-License-Identifier: MIT
 
-// The commands `qvutil xliff`: each test runs the real tool on real files, and compares all of what it prints
-// and writes. Lines that begin with "! " were printed on standard error; "=> " is the exit code.
+// Tests the commands `qvutil xliff`: each test runs the real tool on real files, and compares everything that
+// it prints and writes. Lines that begin with "! " are from standard error; "=> " is the exit code.
 
 #include "support/TestSupport.h"
 #include "support/ToolRunner.h"
@@ -44,7 +44,7 @@ QByteArray Id(const QString& source)
     return GeneralUtil::GetHash(source);
 }
 
-/// An XLIFF file with one file element for ui.xml that holds \p body.
+/// Returns an XLIFF file with one file element for ui.xml that contains \p body.
 QByteArray Xliff(const QByteArray& body)
 {
     return "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
@@ -57,7 +57,7 @@ QByteArray Xliff(const QByteArray& body)
           "</xliff>\n";
 }
 
-/// A unit as the tool writes it.
+/// Returns a unit as the tool writes it.
 QByteArray Unit(const QString& source, const QByteArray& target, int line = 0,
                 const QByteArray& attributes = {})
 {
@@ -71,7 +71,7 @@ QByteArray Unit(const QString& source, const QByteArray& target, int line = 0,
     return text + "            </trans-unit>\n";
 }
 
-/// What a translator gives for a text of ui.xml.
+/// Returns a translator's result for a text of ui.xml.
 QString Translated(const QString& file, const QString& source)
 {
     return XlfTranslator(file).Translate(source, u"ui.xml"_s);
@@ -161,7 +161,7 @@ private Q_SLOTS:
     void Show_json();
     void Show_likeTheLibrary();
 
-    // as a whole
+    // all commands
     void Help_data();
     void Help();
     void Rules_data();
@@ -192,7 +192,7 @@ void tst_ToolXliff::Extract_twiceChangesNothing()
     const QStringList arguments{u"xliff"_s, u"extract"_s, u"."_s, u"-l"_s, u"de"_s, u"-o"_s, u"de.xlf"_s};
     QCOMPARE(mTool->Run(arguments).ExitCode, 0);
     const QByteArray first = mTool->Read(u"de.xlf"_s);
-    // The language is in the file now. A file that does not change is not written at all.
+    // The file now contains the language. An unchanged file is not written at all.
     QVERIFY(QFile::setPermissions(mTool->Path(u"de.xlf"_s), QFile::ReadOwner));
     const QDateTime time = QFileInfo(mTool->Path(u"de.xlf"_s)).lastModified();
     QCOMPARE(mTool->Run({u"xliff"_s, u"extract"_s, u"ui.xml"_s, u"-o"_s, u"de.xlf"_s}).ToText(),
@@ -251,7 +251,7 @@ void tst_ToolXliff::Extract_findsMarks()
     for (const QJsonValue text : documents.at(0).toObject().value(u"new"_s).toArray())
         found.append(text.toString());
     QCOMPARE(found, texts);
-    // Without any text, no file is needed.
+    // Without any text, no file is created.
     QCOMPARE(QFile::exists(mTool->Path(u"de.xlf"_s)), !texts.isEmpty());
 }
 
@@ -322,13 +322,14 @@ void tst_ToolXliff::Extract_update()
     const ToolResult result = mTool->Run(arguments);
     QVERIFY2(result.ToText().endsWith(report + u"\n=> 0\n"_s), result.Output.constData());
     QCOMPARE(QString::fromUtf8(mTool->Read(u"de.xlf"_s)), QString::fromUtf8(after));
-    // The change has brought it up to date.
+    // The change has updated the file.
     QVERIFY(mTool->Run(arguments).Output.contains("; unchanged\n"));
 }
 
 void tst_ToolXliff::Extract_keepsEverythingElse()
 {
-    // Odd on purpose: line ends, quotes, indentation, a declaration, comments, notes, other languages.
+    // Unusual on purpose: line endings, quotation marks, indentation, a declaration, comments, notes, other
+    // languages.
     const QByteArray before
         = "<?xml version='1.0' encoding='UTF-8' standalone=\"yes\"?>\r\n"
           "<!DOCTYPE xliff [<!-- > ] --><!ELEMENT x ANY>]>\r\n"
@@ -405,7 +406,7 @@ void tst_ToolXliff::Extract_goneDocument()
     const QStringList arguments{u"xliff"_s, u"extract"_s, u"ui"_s, u"-l"_s, u"de"_s, u"-o"_s, u"de.xlf"_s};
     QCOMPARE(mTool->Run(arguments).ExitCode, 0);
     QVERIFY(QFile::remove(mTool->Path(u"ui/b.xml"_s)));
-    // Of a document that was not asked for, nothing is known.
+    // Nothing is known about a document that was not passed.
     QCOMPARE(
         mTool->Run({u"xliff"_s, u"extract"_s, u"ui/a.xml"_s, u"-o"_s, u"de.xlf"_s, u"--prune"_s}).ToText(),
         u"de.xlf: 1 text in 1 document: 1 kept, 0 new; unchanged\n=> 0\n"_s);
@@ -477,7 +478,7 @@ void tst_ToolXliff::Extract_folders()
             names.append(document.toObject().value(u"document"_s).toString());
         return names.join(u' ');
     };
-    // The file to be written is no document, whatever it is called.
+    // The output file is not read as a document, whatever its name.
     QVERIFY(mTool->Write(u"ui/out.xml"_s, Xliff({})));
     QCOMPARE(originals({u"ui"_s}), u"ui/Y.XML ui/p.ui.xml ui/z.xml"_s);
     QCOMPARE(originals({u"./ui//"_s, u"-r"_s}), u"ui/Y.XML ui/a/1.xml ui/a-b/2.xml ui/p.ui.xml ui/z.xml"_s);
@@ -622,7 +623,7 @@ void tst_ToolXliff::Extract_encodings()
     QVERIFY(same > 0);
     QCOMPARE(after.left(same), before.left(same));
     QCOMPARE(Translated(mTool->Path(u"de.xlf"_s), u"A"_s), u"Größe"_s);
-    // What the encoding does not hold is written as a reference; either way the text is found.
+    // Characters that the encoding lacks are written as references; either way the text is found.
     QCOMPARE(after.contains("&#8364;&#128512;"), encoding == "ISO-8859-1");
     QCOMPARE(
         mTool->Run({u"xliff"_s, u"check"_s, u"de.xlf"_s, u"-d"_s, u"ui.xml"_s, u"--allow-untranslated"_s})
@@ -636,7 +637,7 @@ void tst_ToolXliff::Extract_failedWriteKeepsFile()
     QCOMPARE(mTool->Run({u"xliff"_s, u"extract"_s, u"ui.xml"_s, u"-l"_s, u"de"_s, u"-o"_s, u"no/de.xlf"_s})
                  .ToText(),
              u"! qvutil: no/de.xlf: there is no folder no\n=> 2\n"_s);
-    // A limit on the size of files is a full disk, for the program.
+    // For the program, a limit on the file size is like a full disk.
     const QByteArray before = Xliff(Unit(u"Z"_s, "<target>" + QByteArray(5000, 'z') + "</target>"));
     QVERIFY(mTool->Write(u"de.xlf"_s, before));
     const ToolResult result
@@ -655,7 +656,7 @@ void tst_ToolXliff::Extract_unreachableUnits()
     QCOMPARE(mTool->Run({u"xliff"_s, u"extract"_s, u"ui.xml"_s, u"-o"_s, u"de.xlf"_s}).ToText(),
              u"de.xlf: 2 texts in 1 document: 1 kept, 1 new; written\n"
              "! qvutil: de.xlf: the reader does not find 1 unit of ui.xml: see qvutil xliff check\n=> 0\n"_s);
-    // The new one went where it is found.
+    // The new unit was inserted where the library finds it.
     QCOMPARE(Translated(mTool->Path(u"de.xlf"_s), u"B"_s), QString::fromLatin1(Id(u"B"_s)));
     QVERIFY(mTool->Read(u"de.xlf"_s).contains("<target>a</target>"));
 }
@@ -705,7 +706,7 @@ void tst_ToolXliff::Check_findings_data()
 {
     QTest::addColumn<QByteArray>("xliff");
     QTest::addColumn<QString>("finding");
-    QTest::addColumn<QString>("seen"); // what the library gives for A
+    QTest::addColumn<QString>("seen"); // what the library returns for A
 
     const QString id = QString::fromLatin1(Id(u"A"_s));
     const QByteArray good = Unit(u"A"_s, "<target>a</target>");
@@ -869,7 +870,7 @@ void tst_ToolXliff::Check_duplicateFiles()
              "the last one [duplicate-file]\n"
              "de.xlf: 2 units, 2 findings\n=> 1\n"_s);
     QCOMPARE(Translated(mTool->Path(u"de.xlf"_s), u"A"_s), u"b"_s);
-    // The reader passes over one without units, and so it hides nothing.
+    // The library ignores a file element without units, so that it hides nothing.
     xliff.replace("<body>            <trans", "<body/><note>            <trans")
         .replace("</body></file>\n</xliff>", "</note></file>\n</xliff>");
     QVERIFY(mTool->Write(u"de.xlf"_s, xliff));
@@ -919,7 +920,7 @@ void tst_ToolXliff::Check_unusable()
         QCOMPARE(result.Errors.count('\n'), 1);
         if (!error.isEmpty())
             QCOMPARE(u"! "_s + QString::fromUtf8(result.Errors), error);
-        QVERIFY(result.Output.startsWith("de.xlf")); // the other file is dealt with all the same
+        QVERIFY(result.Output.startsWith("de.xlf")); // the other file is processed nevertheless
         QCOMPARE(mTool->Read(u"bad.xlf"_s), content);
     }
     QCOMPARE(mTool->Run({u"xliff"_s, u"show"_s, u"bad.xlf"_s, u"de.xlf"_s}).ExitCode, 2);
@@ -998,7 +999,7 @@ void tst_ToolXliff::Fill_output()
              u"out.xlf: 1 of 1 target filled\n=> 0\n"_s);
     QCOMPARE(mTool->Read(u"de.xlf"_s), before);
     QCOMPARE(Translated(mTool->Path(u"out.xlf"_s), u"A"_s), u"A"_s);
-    // Nothing to fill: the output is wanted all the same.
+    // With nothing to fill in, the output file is still written.
     QCOMPARE(mTool->Run({u"xliff"_s, u"fill"_s, u"out.xlf"_s, u"-o"_s, u"again.xlf"_s}).ExitCode, 0);
     QCOMPARE(mTool->Read(u"again.xlf"_s), mTool->Read(u"out.xlf"_s));
 }
@@ -1132,14 +1133,14 @@ void tst_ToolXliff::Help()
 
 void tst_ToolXliff::Rules_data()
 {
-    QTest::addColumn<QByteArray>("before"); // an XLIFF file to update; empty to make one
+    QTest::addColumn<QByteArray>("before"); // an XLIFF file to update; empty to create one
     QTest::addColumn<bool>("isValid");
 
     QTest::newRow("new file") << QByteArray() << true;
     QTest::newRow("update") << Xliff(
         Unit(u"Main"_s, "<seg-source>Main</seg-source>\n                <note>n</note>"))
                             << true;
-    // The rules themselves are able to say no.
+    // Checks that the rules reject something.
     QTest::newRow("wrong from the start") << Xliff(Unit(u"Main"_s, "<note>n</note><target/>")) << false;
 }
 
@@ -1178,13 +1179,13 @@ void tst_ToolXliff::Linguist_roundTrip()
         = RunOther(program, {mTool->Path(u"de.xlf"_s), u"-o"_s, mTool->Path(u"back.xlf"_s)});
     QVERIFY2(result.ExitCode == 0, "lconvert is needed: Debian's package qt6-l10n-tools");
 
-    // What Linguist writes is read by the library as before, in the document of each text.
+    // The library reads Linguist's file as before, with each text in its document.
     const QString back = mTool->Path(u"back.xlf"_s);
     QCOMPARE(Translated(back, u"Main"_s), u"[Ṁáíñ~~]"_s);
     QCOMPARE(Translated(back, u"Save %1"_s), u"[Šáṽé %1~~]"_s);
     QCOMPARE(Translated(back, u" Spaced "_s), u"[ Šþáçéđ ~~~]"_s);
     QCOMPARE(XlfTranslator(back).Translate(u"Z"_s, u"z.xml"_s), u"[Ž~]"_s);
-    // Linguist holds each id once: the same text of a second document is dropped, and comes back.
+    // Linguist keeps each id only once: the same text in a second document is dropped, and extracted again.
     QCOMPARE(
         mTool->Run({u"xliff"_s, u"extract"_s, u"."_s, u"-o"_s, u"back.xlf"_s, u"--reuse"_s}).ToText(),
         u"back.xlf: 6 texts in 2 documents: 5 kept, 1 new (1 with a translation from elsewhere); written\n=> 0\n"_s);

@@ -32,8 +32,8 @@ constexpr const char* kDocument = R"xml(<?xml version="1.0" encoding="UTF-8"?>
 </App>
 )xml";
 
-// What the parser says of an error is its own, and differs between versions of Qt: a complaint that ends in a
-// blank is compared up to there.
+// Removes the parser's message, which differs between versions of Qt: if \a complaint ends in a space, the
+// rest of its line is removed.
 QString WithoutParsersWords(const QString& result, const QString& complaint)
 {
     const qsizetype at = result.indexOf(complaint);
@@ -179,7 +179,7 @@ void tst_ToolXml::Get_type_data()
 {
     QTest::addColumn<QString>("type");
     QTest::addColumn<QString>("stored");
-    QTest::addColumn<QString>("plain"); // null if it is no value of the type
+    QTest::addColumn<QString>("plain"); // null if it is not a value of the type
     QTest::addColumn<QString>("json");
 
     const auto row = [](const char* name, const char* type, const char* stored, const char* plain,
@@ -498,7 +498,7 @@ void tst_ToolXml::Set_throughPipe()
         u"<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<A x=\"\u00e4\">\n    <B c=\"\u00e4\"/>\n</A>\n=> 0\n"_s);
 }
 
-// Values that begin with '-' come behind "--".
+// Values that begin with '-' follow "--".
 void tst_ToolXml::Set_valueLikeAnOption()
 {
     QVERIFY(mTool->Write(u"w.xml"_s, "<A/>"));
