@@ -2,13 +2,13 @@
 # SPDX-FileCopyrightText: 2026 The QvUtil developers
 # SPDX-License-Identifier: MIT
 
-"""Checks which folder of the library and of the tool includes which.
+"""Checks which folders of the library and of the tool include each other.
 
     layers.py [--update] [ROOT]
 
-The tables below are the only place that says it. docs/architecture.md shows them: --update writes them there, and
-without it a difference is an error. ROOT is the tree to check, by default the one that holds this script. The exit
-code is 1 if there is a problem; each is printed as FILE:LINE: REASON.
+The tables below define which includes are allowed. docs/architecture.md shows them: --update writes them there, and
+without it a difference is an error. ROOT is the tree to check, by default the one that contains this script. Each
+problem is printed as FILE:LINE: REASON, and the exit code is then 1.
 """
 
 import pathlib
@@ -21,18 +21,18 @@ from dataclasses import dataclass, field
 class Folder:
     name: str
     subject: str
-    includes: tuple = ()  # folders above this one
-    headers: tuple = ()  # files of the top folder that belong here
+    includes: tuple = ()  # names of folders above this one in the table
+    headers: tuple = ()  # files in the top folder that count as part of this folder
 
 
 @dataclass(frozen=True)
 class Tree:
-    """A folder of folders, from the bottom to the top."""
+    """A source tree and its folders, lowest layer first."""
 
     path: str
     folders: tuple
-    top: tuple = ()  # folders that the files on top may include
-    # Files that may ask for the system they are compiled for, and folders that may.
+    top: tuple = ()  # folders that the files in the top folder may include
+    # Files and folders that may test for the operating system.
     knows_systems: frozenset = field(default_factory=frozenset)
     is_library: bool = False
 
@@ -42,7 +42,7 @@ TREES = (
         "source/qvutil",
         (
             Folder("base", "logging, the clock, differences between versions of Qt", (), ("QvUtilGlobal.h",)),
-            Folder("platform", "what each system answers differently; the only place that knows systems", ("base",)),
+            Folder("platform", "everything that depends on the operating system", ("base",)),
             Folder("general", "strings, paths, files, hashes, application folders", ("base", "platform"),
                    ("GeneralUtil.h", "StringUtil.h")),
             Folder("locale", "the table of locales and its look-ups", ("base", "platform", "general"),
@@ -54,14 +54,14 @@ TREES = (
             Folder("messaging", "messages, codecs, server, client, manager, the registry of a grid",
                    ("base", "platform", "general", "xml"), ("IPC.h", "IPCManager.h")),
         ),
-        # StringUtil.h declares one operation on macOS only, for which hosts ask.
+        # StringUtil.h declares one operation on macOS only.
         knows_systems=frozenset({"platform", "StringUtil.h"}),
         is_library=True,
     ),
     Tree(
         "tools/qvutil",
         (
-            Folder("cli", "the tree of commands, output, errors, completion, the manual page"),
+            Folder("cli", "the command tree, output, errors, completion, the manual page"),
             Folder("documents", "`xml`, `settings` and the values in documents", ("cli",)),
             Folder("files", "`files` and `hash`", ("cli",)),
             Folder("paths", "`path`", ("cli",)),
@@ -84,7 +84,7 @@ PAGE = pathlib.PurePosixPath("docs/architecture.md")
 
 
 def check_table(tree, root):
-    """Yields what is wrong with the table itself."""
+    """Yields the mistakes in the table itself."""
     known = set()
     for folder in tree.folders:
         for below in folder.includes:
@@ -102,7 +102,7 @@ def check_table(tree, root):
 
 
 def folder_of(tree, relative):
-    """Returns the folder that a file belongs to; empty for a file on top that belongs to none."""
+    """Returns the folder that a file belongs to; empty for a file in the top folder that belongs to none."""
     if len(relative.parts) > 1:
         return relative.parts[0]
     return next((folder.name for folder in tree.folders if relative.name in folder.headers), "")
@@ -113,11 +113,11 @@ def check_names(tree, relative, text):
         return
     on_top = len(relative.parts) == 1
     if on_top and not folder_of(tree, relative):
-        yield 1, "only public headers stand here, and the table of scripts/layers.py must give each a folder"
+        yield 1, "only public headers belong here, and the table of scripts/layers.py must name each of them"
     if not on_top and relative.suffix == ".h" and not relative.stem.endswith("_p"):
-        yield 1, "the name of a private header ends in _p.h"
+        yield 1, "the name of a private header must end in _p.h"
     if not on_top and relative.suffix == ".h" and not NOT_API.search(text):
-        yield 1, "a private header says in a comment that it is not part of the interface"
+        yield 1, "a private header must say in a comment that it is not part of the interface"
 
 
 def check_lines(tree, root, relative, text):
@@ -127,7 +127,7 @@ def check_lines(tree, root, relative, text):
     may_ask = bool(tree.knows_systems & {here, relative.as_posix()})
     for number, line in enumerate(text.splitlines(), 1):
         if SYSTEM.match(line) and not may_ask:
-            yield number, "asks for the system: that belongs in platform, or in a file that only one system compiles"
+            yield number, "tests for the operating system: move this to platform, or to a file that is compiled on one system only"
         match = INCLUDE.match(line)
         if not match or match[2].endswith(".moc"):
             continue
@@ -154,7 +154,7 @@ def check_tree(tree, root):
 
 
 def table(tree):
-    """The table as the page shows it."""
+    """Returns the table in Markdown."""
     quoted = lambda names: ", ".join(f"`{name}`" for name in names) or "–"
     rows = ["| folder | subject | may include |", "| --- | --- | --- |"]
     if tree.is_library:

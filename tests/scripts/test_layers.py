@@ -1,7 +1,7 @@
 # SPDX-FileCopyrightText: 2026 The QvUtil developers
 # SPDX-License-Identifier: MIT
 
-"""The check of the layers finds each kind of violation in a small tree, and nothing else."""
+"""Tests that scripts/layers.py finds each kind of violation in a small tree, and nothing else."""
 
 import pathlib
 import sys
@@ -91,10 +91,10 @@ class Layers(unittest.TestCase):
                 with self.subTest(line, file=file):
                     found = self.check({file: line + "\n"})
                     self.assertEqual(len(found), 1, found)
-                    self.assertIn("asks for the system", found[0])
+                    self.assertIn("tests for the operating system", found[0])
 
     def test_names(self):
-        self.assertIn("ends in _p.h", self.check({"lib/low/Bare.h": "// not API\n"})[0])
+        self.assertIn("must end in _p.h", self.check({"lib/low/Bare.h": "// not API\n"})[0])
         self.assertIn("is not part of the interface", self.check({"lib/low/Low_p.h": "/* not API */\n"})[0])
         self.assertIn("only public headers", self.check({"lib/Loose.cpp": ""})[0])
         self.assertIn("only public headers", self.check({"lib/Loose.h": ""})[0])
