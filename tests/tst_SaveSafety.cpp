@@ -116,6 +116,7 @@ private Q_SLOTS:
     void Kill_leavesACompleteFile();
     void Leftover_isRemoved_data();
     void Leftover_isRemoved();
+    void Leftovers_ofSeveralSavers();
     void Leftover_inUseStays();
     void Leftover_isNoPlainFile_data();
     void Leftover_isNoPlainFile();
@@ -149,6 +150,8 @@ private Q_SLOTS:
     void Mode_ofANewFile();
     void Mode_throughALink();
     void Owner_isKept();
+    void Owner_changes_data();
+    void Owner_changes();
 
     void Target_thatCannotBeWritten_data();
     void Target_thatCannotBeWritten();
@@ -291,6 +294,21 @@ void tst_SaveSafety::Leftover_isRemoved()
     QCOMPARE(FolderContent(mDir->path()), QStringList({u"s.xml"_s}));
     QCOMPARE(ReadFile(Path(u"s.xml"_s)), mDocuments.at(1));
     QCOMPARE(Mode(Path(u"s.xml"_s)), 0640);
+}
+
+void tst_SaveSafety::Leftovers_ofSeveralSavers()
+{
+    for (const int number : {0, 1, 2, 7, 31, 63})
+        QVERIFY(
+            WriteFile(Path(u".s.xml.saving"_s + (number == 0 ? QString() : QString::number(number))), kOld));
+    const QStringList others = {u".s.xml.savings"_s, u".t.xml.saving1"_s};
+    for (const QString& other : others)
+        QVERIFY(WriteFile(Path(other), kOld));
+
+    QVERIFY(SaveDocument(Path(u"s.xml"_s), 1));
+
+    QCOMPARE(FolderContent(mDir->path()), others + QStringList{u"s.xml"_s});
+    QCOMPARE(ReadFile(Path(u"s.xml"_s)), mDocuments.at(1));
 }
 
 void tst_SaveSafety::Leftover_inUseStays()
@@ -678,7 +696,7 @@ void tst_SaveSafety::Mode_isKept_data()
 {
     QTest::addColumn<int>("mode");
 
-    for (const int mode : {0600, 0640, 0644, 0660, 0664, 0666, 0755, 0777})
+    for (const int mode : {0600, 0640, 0644, 0660, 0664, 0666, 0755, 0777, 04755, 02640, 01644})
         QTest::addRow("%o", unsigned(mode)) << mode;
 }
 
@@ -741,6 +759,47 @@ void tst_SaveSafety::Owner_isKept()
     QCOMPARE(status.st_gid, gid_t(12345));
     QCOMPARE(Mode(Path(u"s.xml"_s)), 0640);
     QCOMPARE(ReadFile(Path(u"s.xml"_s)), mDocuments.at(1));
+}
+
+void tst_SaveSafety::Owner_changes_data()
+{
+    QTest::addColumn<uid_t>("owner");
+    QTest::addColumn<gid_t>("group");
+    QTest::addColumn<int>("before");
+    QTest::addColumn<int>("after");
+
+    constexpr gid_t kOtherGroup = 12345;
+    QTest::newRow("set-user-id of another owner") << uid_t(0) << gid_t(kNobody) << 04666 << 0666;
+    QTest::newRow("set-group-id of another owner") << uid_t(0) << gid_t(kNobody) << 02676 << 0676;
+    QTest::newRow("both, another group") << kNobody << kOtherGroup << 06777 << 0777;
+    QTest::newRow("both, the same owner") << kNobody << gid_t(kNobody) << 06775 << 06775;
+    QTest::newRow("the new group had no right") << kNobody << kOtherGroup << 0640 << 0600;
+    QTest::newRow("the new group might read") << kNobody << kOtherGroup << 0664 << 0644;
+    QTest::newRow("the old group had no right") << kNobody << kOtherGroup << 0606 << 0600;
+}
+
+void tst_SaveSafety::Owner_changes()
+{
+    QFETCH(const uid_t, owner);
+    QFETCH(const gid_t, group);
+    QFETCH(const int, before);
+    QFETCH(const int, after);
+    if (geteuid() != 0)
+        QSKIP("only root can make a file that belongs to somebody else");
+    const QString file = Path(u"s.xml"_s);
+    QVERIFY(WriteFile(file, kOld));
+    QCOMPARE(chown(QFile::encodeName(file).constData(), owner, group), 0);
+    QVERIFY(ChangeMode(file, mode_t(before)));
+    QVERIFY(ChangeMode(mDir->path(), 0777));
+
+    QCOMPARE(RunSaverWithoutRights({u"save"_s, file, u"1"_s}), 0);
+
+    struct stat status;
+    QCOMPARE(stat(QFile::encodeName(file).constData(), &status), 0);
+    QCOMPARE(status.st_uid, kNobody);
+    QCOMPARE(status.st_gid, gid_t(kNobody));
+    QCOMPARE(Mode(file), after);
+    QCOMPARE(ReadFile(file), mDocuments.at(1));
 }
 
 // Targets that are not regular files

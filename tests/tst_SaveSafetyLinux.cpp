@@ -8,19 +8,26 @@
 
 #include <XmlFiler.h>
 
+#include <QProcess>
 #include <QTemporaryDir>
+#include <QtEndian>
 #include <QtTest>
 
 #include <cerrno>
 #include <csignal>
+#include <cstring>
 #include <memory>
+#include <optional>
 #include <vector>
 
+#include <linux/posix_acl.h>
+#include <linux/posix_acl_xattr.h>
 #include <sys/mount.h>
 #include <sys/ptrace.h>
 #include <sys/syscall.h>
 #include <sys/sysmacros.h>
 #include <sys/wait.h>
+#include <sys/xattr.h>
 #include <unistd.h>
 
 using namespace Qt::StringLiterals;
@@ -31,6 +38,7 @@ using TestSupport::WriteFile;
 
 namespace {
 int gLockError = 0;
+int gAttributeError = 0; ///< refuses every extended attribute with this error, unless 0
 /// A file that is removed before it can be locked, as by another save that took it for a stale one.
 const char* gTakenFile = nullptr;
 // The only object that is constructed before main().
@@ -144,6 +152,46 @@ bool IsRename(long call)
     return call == SYS_renameat || call == SYS_renameat2;
 }
 
+constexpr uid_t kNamedUser = 65534;
+constexpr const char* kAccessList = "system.posix_acl_access";
+
+/// An access control list as the kernel has it, with one entry of each kind. Rights are 4 for reading, 2 for
+/// writing and 1 for running.
+QByteArray AccessList(quint16 owner, quint16 namedUser, quint16 group, quint16 namedGroup, quint16 mask,
+                      quint16 others)
+{
+    const posix_acl_xattr_header header = {qToLittleEndian<quint32>(POSIX_ACL_XATTR_VERSION)};
+    QByteArray list(reinterpret_cast<const char*>(&header), sizeof header);
+    const auto add = [&list](quint16 tag, quint16 rights, quint32 id) {
+        const posix_acl_xattr_entry entry
+            = {qToLittleEndian(tag), qToLittleEndian(rights), qToLittleEndian(id)};
+        list.append(reinterpret_cast<const char*>(&entry), sizeof entry);
+    };
+    constexpr quint32 kNamedGroup = 12345;
+    add(ACL_USER_OBJ, owner, static_cast<quint32>(ACL_UNDEFINED_ID));
+    add(ACL_USER, namedUser, kNamedUser);
+    add(ACL_GROUP_OBJ, group, static_cast<quint32>(ACL_UNDEFINED_ID));
+    add(ACL_GROUP, namedGroup, kNamedGroup);
+    add(ACL_MASK, mask, static_cast<quint32>(ACL_UNDEFINED_ID));
+    add(ACL_OTHER, others, static_cast<quint32>(ACL_UNDEFINED_ID));
+    return list;
+}
+
+/// \return false, and errno, if the file did not take it
+bool SetFileAttribute(const QString& path, const char* name, const QByteArray& value)
+{
+    return setxattr(QFile::encodeName(path).constData(), name, value.constData(), size_t(value.size()), 0)
+        == 0;
+}
+
+std::optional<QByteArray> FileAttribute(const QString& path, const char* name)
+{
+    QByteArray value(4096, Qt::Uninitialized);
+    const ssize_t size
+        = getxattr(QFile::encodeName(path).constData(), name, value.data(), size_t(value.size()));
+    return size < 0 ? std::nullopt : std::optional(value.left(size));
+}
+
 bool SaveDocument(const QString& path, size_t number)
 {
     XmlFiler filer;
@@ -170,6 +218,18 @@ int LockFile(int descriptor, int operation)
     return -1;
 }
 
+// The same for extended attributes and access control lists.
+extern "C" Q_DECL_EXPORT int SetAttribute(int descriptor, const char* name, const void* value, size_t size,
+                                          int flags) __asm__("fsetxattr");
+
+int SetAttribute(int descriptor, const char* name, const void* value, size_t size, int flags)
+{
+    if (gAttributeError == 0)
+        return static_cast<int>(syscall(SYS_fsetxattr, descriptor, name, value, size, flags));
+    errno = gAttributeError;
+    return -1;
+}
+
 class tst_SaveSafetyLinux : public QObject
 {
     Q_OBJECT
@@ -190,6 +250,15 @@ private Q_SLOTS:
     void FullFileSystem_roomAgain();
     void FullFileSystem_settingsStayDirty();
     void MountedFile_isWrittenDirectly();
+    void AccessList_isKept_data();
+    void AccessList_isKept();
+    void AccessList_ofTheFolder();
+    void AccessList_thatCannotBeSet_data();
+    void AccessList_thatCannotBeSet();
+    void AccessList_ofAnotherOwner();
+    void Attributes_areKept_data();
+    void Attributes_areKept();
+    void Attributes_thatCannotBeSet();
     void NoLocks_data();
     void NoLocks();
     void TakenForALeftover_data();
@@ -197,6 +266,8 @@ private Q_SLOTS:
 
 private:
     [[nodiscard]] QString Path(const QString& name) const { return mDir->filePath(name); }
+    /// Moves the test's folder to a file system that has an extended attribute. \return false if none has it
+    [[nodiscard]] bool FindFileSystemWith(const char* attribute, const QByteArray& value);
 
     std::unique_ptr<QTemporaryDir> mDir;
 };
@@ -421,6 +492,183 @@ void tst_SaveSafetyLinux::MountedFile_isWrittenDirectly()
 
     QCOMPARE(ReadFile(Path(u"real.xml"_s)), DocumentBytes(1));
     QCOMPARE(FolderContent(mDir->path()), QStringList({u"real.xml"_s, u"s.xml"_s}));
+}
+
+bool tst_SaveSafetyLinux::FindFileSystemWith(const char* attribute, const QByteArray& value)
+{
+    for (const QString& folder : {QDir::tempPath(), u"/dev/shm"_s, QCoreApplication::applicationDirPath()}) {
+        auto dir = std::make_unique<QTemporaryDir>(folder + u"/saving-XXXXXX"_s);
+        const QString probe = dir->filePath(u"probe"_s);
+        if (!WriteFile(probe, kOld))
+            continue;
+        const bool isSet = SetFileAttribute(probe, attribute, value);
+        const int error = errno;
+        QFile::remove(probe);
+        if (isSet) {
+            mDir = std::move(dir);
+            return true;
+        }
+        if (error != ENOTSUP)
+            QTest::qFail(strerror(error), __FILE__, __LINE__);
+    }
+    return false;
+}
+
+#define FIND_FILE_SYSTEM_OR_SKIP(attribute, value)                                                           \
+    if (!FindFileSystemWith(attribute, value)) {                                                             \
+        QVERIFY(!QTest::currentTestFailed());                                                                \
+        QSKIP("no file system here has the attribute " #attribute " (ENOTSUP)");                             \
+    }
+
+void tst_SaveSafetyLinux::AccessList_isKept_data()
+{
+    QTest::addColumn<QByteArray>("list");
+    QTest::addColumn<int>("mode");
+
+    // user, a named user, group, a named group, mask, others
+    QTest::newRow("mask that gives more than the group has") << AccessList(6, 4, 0, 0, 4, 0) << 0640;
+    QTest::newRow("mask that gives less than the group has") << AccessList(6, 6, 6, 6, 4, 0) << 0640;
+    QTest::newRow("entries that deny") << AccessList(6, 0, 4, 0, 4, 4) << 0644;
+    QTest::newRow("all rights") << AccessList(7, 7, 7, 7, 7, 7) << 0777;
+}
+
+void tst_SaveSafetyLinux::AccessList_isKept()
+{
+    QFETCH(const QByteArray, list);
+    QFETCH(const int, mode);
+    FIND_FILE_SYSTEM_OR_SKIP(kAccessList, list)
+    const QString file = Path(u"s.xml"_s);
+    QVERIFY(WriteFile(file, kOld));
+    QVERIFY(SetFileAttribute(file, kAccessList, list));
+    QCOMPARE(Mode(file), mode);
+
+    QVERIFY(SaveDocument(file, 1));
+
+    QCOMPARE(ReadFile(file), DocumentBytes(1));
+    QCOMPARE(FileAttribute(file, kAccessList), std::optional(list));
+    QCOMPARE(Mode(file), mode);
+}
+
+// A list that a folder gives to new files is none of the file that is replaced.
+void tst_SaveSafetyLinux::AccessList_ofTheFolder()
+{
+    const QByteArray list = AccessList(6, 6, 4, 4, 6, 0);
+    FIND_FILE_SYSTEM_OR_SKIP(kAccessList, list)
+    const QString file = Path(u"s.xml"_s);
+    QVERIFY(WriteFile(file, kOld));
+    QCOMPARE(chmod(QFile::encodeName(file).constData(), 0660), 0);
+    QVERIFY(SetFileAttribute(mDir->path(), "system.posix_acl_default", list));
+
+    QVERIFY(SaveDocument(file, 1));
+    QVERIFY(SaveDocument(Path(u"new.xml"_s), 1));
+
+    QCOMPARE(FileAttribute(file, kAccessList), std::nullopt);
+    QCOMPARE(Mode(file), 0660);
+    QVERIFY(FileAttribute(Path(u"new.xml"_s), kAccessList).has_value());
+    QCOMPARE(Mode(Path(u"new.xml"_s)), 0660); // by the folder's list, whatever the mask for new files
+}
+
+void tst_SaveSafetyLinux::AccessList_thatCannotBeSet_data()
+{
+    QTest::addColumn<bool>("folderHasList");
+
+    QTest::newRow("plain folder") << false;
+    QTest::newRow("folder with a list for new files") << true;
+}
+
+void tst_SaveSafetyLinux::AccessList_thatCannotBeSet()
+{
+    QFETCH(const bool, folderHasList);
+    const QByteArray list = AccessList(6, 4, 0, 0, 6, 4);
+    FIND_FILE_SYSTEM_OR_SKIP(kAccessList, list)
+    const QString file = Path(u"s.xml"_s);
+    QVERIFY(WriteFile(file, kOld));
+    QVERIFY(SetFileAttribute(file, kAccessList, list));
+    QCOMPARE(Mode(file), 0664);
+    if (folderHasList)
+        QVERIFY(SetFileAttribute(mDir->path(), "system.posix_acl_default", list));
+    gAttributeError = ENOSPC;
+    const auto restore = qScopeGuard([] { gAttributeError = 0; });
+
+    QVERIFY(SaveDocument(file, 1));
+
+    QCOMPARE(ReadFile(file), DocumentBytes(1));
+    QCOMPARE(FileAttribute(file, kAccessList), std::nullopt);
+    QCOMPARE(Mode(file), 0600); // no right that the list might have denied
+}
+
+void tst_SaveSafetyLinux::AccessList_ofAnotherOwner()
+{
+    if (geteuid() != 0)
+        QSKIP("only root can make a file that belongs to somebody else");
+    const QByteArray list = AccessList(6, 6, 4, 4, 6, 0); // the named user is nobody, who saves
+    FIND_FILE_SYSTEM_OR_SKIP(kAccessList, list)
+    const QString file = Path(u"s.xml"_s);
+    QVERIFY(WriteFile(file, kOld));
+    QVERIFY(SetFileAttribute(file, kAccessList, list));
+    QCOMPARE(chmod(QFile::encodeName(mDir->path()).constData(), 0777), 0);
+
+    QProcess saver;
+    saver.start(QStringLiteral(SAVE_LOOP),
+                {u"--user"_s, QString::number(kNamedUser), u"save"_s, file, u"1"_s});
+    QVERIFY(saver.waitForFinished(TestSupport::kPatienceMs));
+    QCOMPARE(saver.exitCode(), 0);
+
+    QCOMPARE(ReadFile(file), DocumentBytes(1));
+    struct stat status = {};
+    QCOMPARE(stat(QFile::encodeName(file).constData(), &status), 0);
+    QCOMPARE(status.st_uid, kNamedUser);
+    // The group of the new owner could not read the old file.
+    QCOMPARE(FileAttribute(file, kAccessList), std::nullopt);
+    QCOMPARE(Mode(file), 0600);
+}
+
+void tst_SaveSafetyLinux::Attributes_areKept_data()
+{
+    QTest::addColumn<QByteArray>("name");
+    QTest::addColumn<QByteArray>("value");
+
+    QTest::newRow("text") << QByteArray("user.comment") << QByteArray("from the plan");
+    QTest::newRow("empty") << QByteArray("user.empty") << QByteArray("");
+    QTest::newRow("bytes") << QByteArray("user.bytes") << QByteArray("\0a\0\xff", 4);
+    QTest::newRow("1,000 bytes") << QByteArray("user.long") << QByteArray(1000, 'x');
+}
+
+void tst_SaveSafetyLinux::Attributes_areKept()
+{
+    QFETCH(const QByteArray, name);
+    QFETCH(const QByteArray, value);
+    FIND_FILE_SYSTEM_OR_SKIP("user.probe", "1")
+    const QString file = Path(u"s.xml"_s);
+    QVERIFY(WriteFile(file, kOld));
+    QVERIFY(SetFileAttribute(file, name.constData(), value));
+    QVERIFY(SetFileAttribute(file, "user.other", "2"));
+    QCOMPARE(chmod(QFile::encodeName(file).constData(), 0640), 0);
+
+    QVERIFY(SaveDocument(file, 1));
+    QVERIFY(SaveDocument(file, 2));
+
+    QCOMPARE(ReadFile(file), DocumentBytes(2));
+    QCOMPARE(FileAttribute(file, name.constData()), std::optional(value));
+    QCOMPARE(FileAttribute(file, "user.other"), std::optional<QByteArray>("2"));
+    QCOMPARE(Mode(file), 0640);
+}
+
+void tst_SaveSafetyLinux::Attributes_thatCannotBeSet()
+{
+    FIND_FILE_SYSTEM_OR_SKIP("user.probe", "1")
+    const QString file = Path(u"s.xml"_s);
+    QVERIFY(WriteFile(file, kOld));
+    QVERIFY(SetFileAttribute(file, "user.comment", "1"));
+    QCOMPARE(chmod(QFile::encodeName(file).constData(), 0640), 0);
+    gAttributeError = EPERM;
+    const auto restore = qScopeGuard([] { gAttributeError = 0; });
+
+    QVERIFY(SaveDocument(file, 1));
+
+    QCOMPARE(ReadFile(file), DocumentBytes(1));
+    QCOMPARE(FileAttribute(file, "user.comment"), std::nullopt);
+    QCOMPARE(Mode(file), 0640); // without a list, the mode says it all
 }
 
 void tst_SaveSafetyLinux::NoLocks_data()

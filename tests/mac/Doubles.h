@@ -44,6 +44,13 @@ struct LocaleCalls
 };
 [[nodiscard]] LocaleCalls GetLocaleCalls();
 
+// copyfile
+
+/// Sets what copies of access control lists return, and forgets those made.
+void SetAccessListCopyResult(int result);
+/// The flags of the copies of file attributes since SetAccessListCopyResult.
+[[nodiscard]] QList<std::uint32_t> GetFileCopies();
+
 // The dynamic loader's image list
 
 struct Image

@@ -12,6 +12,7 @@
 #import <AppKit/NSRunningApplication.h>
 #include <CoreFoundation/CoreFoundation.h>
 #import <Foundation/Foundation.h>
+#include <copyfile.h>
 #include <dlfcn.h>
 #include <linux/sockios.h>
 #include <mach-o/dyld.h>
@@ -51,6 +52,11 @@ bool IsIdentifier(CFStringRef string)
 // Foundation's folder search
 
 QString gAppendedFolder;
+
+// copyfile
+
+int gAccessListCopyResult = 0;
+QList<std::uint32_t> gFileCopies;
 
 // The loader
 
@@ -203,6 +209,14 @@ void CFRelease(CFTypeRef object)
     gLocaleAnswers.Identifier.fill('?');
 }
 
+int fcopyfile(int from, int to, copyfile_state_t state, copyfile_flags_t flags)
+{
+    if (from < 0 || to < 0 || state != nullptr)
+        return -1;
+    gFileCopies.append(flags);
+    return flags == COPYFILE_ACL ? gAccessListCopyResult : 0;
+}
+
 std::uint32_t _dyld_image_count()
 {
     return static_cast<std::uint32_t>(gImages.size());
@@ -255,6 +269,17 @@ void SetLocale(const Locale& locale)
 LocaleCalls GetLocaleCalls()
 {
     return gLocaleCalls;
+}
+
+void SetAccessListCopyResult(int result)
+{
+    gAccessListCopyResult = result;
+    gFileCopies.clear();
+}
+
+QList<std::uint32_t> GetFileCopies()
+{
+    return gFileCopies;
 }
 
 void SetImages(const QList<Image>& images)

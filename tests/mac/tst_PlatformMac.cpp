@@ -5,6 +5,7 @@
 
 #include <qvutil/GeneralUtil.h>
 #include <qvutil/LocaleUtil.h>
+#include <qvutil/XmlFiler.h>
 #include <qvutil/platform/Platform_p.h>
 
 #include <QDir>
@@ -17,7 +18,9 @@
 
 #include <memory>
 
+#include <copyfile.h>
 #include <sys/socket.h>
+#include <sys/stat.h>
 #include <sys/un.h>
 #include <unistd.h>
 
@@ -53,6 +56,9 @@ private Q_SLOTS:
     void ResolveSymbolicLinks();
     void ResolveSymbolicLinks_releasesItsPool();
     void GetSymbolicLinkTarget_relativeResult();
+
+    void Save_copiesFileAttributes_data();
+    void Save_copiesFileAttributes();
 
     void IsProcessRunning_data();
     void IsProcessRunning();
@@ -99,6 +105,7 @@ void tst_PlatformMac::init()
     QTest::failOnWarning(QRegularExpression(u".*"_s));
     Doubles::SetLocale({});
     Doubles::SetImages({});
+    Doubles::SetAccessListCopyResult(0);
     Doubles::AppendFolderToSearches({});
 }
 
@@ -352,6 +359,39 @@ void tst_PlatformMac::GetSymbolicLinkTarget_relativeResult()
     base.cdUp();
     QCOMPARE(GeneralUtil::GetSymbolicLinkTarget(u"folder/missing"_s),
              QDir::cleanPath(base.absoluteFilePath(QDir::cleanPath(result))));
+}
+
+// Saving
+
+void tst_PlatformMac::Save_copiesFileAttributes_data()
+{
+    QTest::addColumn<int>("result");
+    QTest::addColumn<mode_t>("mode");
+
+    QTest::newRow("list copied") << 0 << mode_t(0644);
+    QTest::newRow("list not copied") << -1 << mode_t(0600); // it may have kept others out
+}
+
+void tst_PlatformMac::Save_copiesFileAttributes()
+{
+    QFETCH(const int, result);
+    QFETCH(const mode_t, mode);
+
+    QTemporaryDir dir;
+    const QString path = dir.filePath(u"s.xml"_s);
+    const QByteArray encoded = QFile::encodeName(path);
+    XmlFiler filer;
+    filer.CreateRoot(u"Root"_s);
+    QVERIFY(filer.SaveAsXmlFile(path));
+    QCOMPARE(chmod(encoded.constData(), 0644), 0);
+
+    Doubles::SetAccessListCopyResult(result);
+    QVERIFY(filer.SaveAsXmlFile(path));
+
+    QCOMPARE(Doubles::GetFileCopies(), QList<std::uint32_t>({COPYFILE_XATTR, COPYFILE_ACL}));
+    struct stat status = {};
+    QCOMPARE(stat(encoded.constData(), &status), 0);
+    QCOMPARE(status.st_mode & mode_t(07777), mode);
 }
 
 // Processes

@@ -28,7 +28,9 @@ namespace {
 
 constexpr int kMostLinks = 40; // the kernel's limit
 constexpr int kMostSavers = 1000;
+constexpr int kMaxStaleGap = 32; // unused numbers in a row that end the search for stale files
 constexpr qsizetype kLongestName = 255;
+constexpr mode_t kModeBits = 07777;
 
 bool WriteDirectly(const QString& path, const QByteArray& content)
 {
@@ -93,6 +95,33 @@ bool RemoveLeftover(const QByteArray& path)
     return file.IsOpen() && unlink(path.constData()) == 0;
 }
 
+// Removes the stale files of processes that were killed while they saved the file at the same time.
+void RemoveLeftovers(const QByteArray& target)
+{
+    for (int number = 0, gap = 0; number < kMostSavers && gap < kMaxStaleGap; ++number)
+        gap = RemoveLeftover(TemporaryName(target, number)) ? 0 : gap + 1;
+}
+
+// The permissions of a file that replaces another: the old ones, without any that would let a user do what
+// the old file did not allow.
+mode_t ModeOfReplacement(const struct stat& old, const struct stat& replacement, AccessListCopy list)
+{
+    mode_t mode = old.st_mode & kModeBits;
+    const bool isGroupKept = old.st_gid == replacement.st_gid;
+    // A program must not run as a user or a group that did not choose its content.
+    if (!isGroupKept || old.st_uid != replacement.st_uid)
+        mode &= ~static_cast<mode_t>(S_ISUID | S_ISGID);
+    // With a list, the group bits are not the permissions of the group, and an entry may deny access.
+    if (list == AccessListCopy::Failed)
+        return mode & ~static_cast<mode_t>(S_IRWXG | S_IRWXO);
+    // Members of the new group were others before, and members of the old group are others now.
+    if (!isGroupKept) {
+        const mode_t both = (mode >> 3) & mode & S_IRWXO;
+        mode = (mode & ~static_cast<mode_t>(S_IRWXG | S_IRWXO)) | both << 3 | both;
+    }
+    return mode;
+}
+
 // A locked temporary file beside the target. The operations return 0 or the system's error number.
 class TemporaryFile
 {
@@ -133,19 +162,26 @@ public:
     }
 
     // Copies the permissions, and owner and group as far as this user may change them.
-    int TakeRightsOf(const struct stat& old)
+    int TakeRightsOf(const FileDescriptor& oldFile)
     {
+        struct stat old;
         struct stat status;
-        if (fstat(mFile.Get(), &status) != 0)
+        if (fstat(oldFile.Get(), &old) != 0 || fstat(mFile.Get(), &status) != 0)
             return errno;
         constexpr auto kSameOwner = static_cast<uid_t>(-1);
         const bool given = (status.st_uid != old.st_uid || status.st_gid != old.st_gid)
             && (fchown(mFile.Get(), old.st_uid, old.st_gid) == 0
                 || fchown(mFile.Get(), kSameOwner, old.st_gid) == 0);
-        constexpr mode_t kModeBits = 07777;
-        if (!given && (status.st_mode & kModeBits) == (old.st_mode & kModeBits))
+        if (fstat(mFile.Get(), &status) != 0)
+            return errno;
+        const AccessListCopy list
+            = CopyFileAttributes(oldFile.Get(), mFile.Get(), status.st_gid == old.st_gid);
+        if (fstat(mFile.Get(), &status) != 0) // a list changes the mode
+            return errno;
+        const mode_t mode = ModeOfReplacement(old, status, list);
+        if (!given && (status.st_mode & kModeBits) == mode)
             return 0; // some file systems have no permissions to set
-        return fchmod(mFile.Get(), old.st_mode & kModeBits) == 0 ? 0 : errno;
+        return fchmod(mFile.Get(), mode) == 0 ? 0 : errno;
     }
 
     int Publish(const QByteArray& target)
@@ -181,16 +217,20 @@ bool MayBeWrittenDirectly(int error)
 }
 
 // Returns 0 or the system's error number.
-int ReplaceRegularFile(const QByteArray& target, const struct stat* old, const QByteArray& content)
+int ReplaceRegularFile(const QByteArray& target, const FileDescriptor& old, const QByteArray& content)
 {
     TemporaryFile file;
     // Nobody else may read the new content before it has the permissions of the old file.
-    int error = file.Open(target, old != nullptr ? 0600 : 0666);
+    int error = file.Open(target, old.IsOpen() ? 0600 : 0666);
     if (error == 0)
         error = file.Write(content);
-    if (error == 0 && old != nullptr)
-        error = file.TakeRightsOf(*old);
-    return error == 0 ? file.Publish(target) : error;
+    if (error == 0 && old.IsOpen())
+        error = file.TakeRightsOf(old);
+    if (error == 0)
+        error = file.Publish(target);
+    if (error == 0)
+        RemoveLeftovers(target);
+    return error;
 }
 
 } // namespace
@@ -209,12 +249,13 @@ bool ReplaceFile(const QString& path, const QByteArray& content)
     if (encoded.startsWith(':') || (exists && !S_ISREG(old.st_mode)))
         return WriteDirectly(path, content);
     // A read-only file must not be replaced either.
-    if (exists && !FileDescriptor(open(encoded.constData(), O_WRONLY | O_CLOEXEC)).IsOpen())
+    const FileDescriptor oldFile(exists ? open(encoded.constData(), O_WRONLY | O_CLOEXEC) : -1);
+    if (exists && !oldFile.IsOpen())
         return false;
     const std::optional<QByteArray> target = FollowLinks(encoded);
     if (!target)
         return false;
-    const int error = ReplaceRegularFile(*target, exists ? &old : nullptr, content);
+    const int error = ReplaceRegularFile(*target, oldFile, content);
     if (error == 0 || (MayBeWrittenDirectly(error) && WriteDirectly(path, content)))
         return true;
     errno = error;

@@ -13,6 +13,7 @@
 #include <cstdlib>
 #include <limits>
 #include <memory>
+#include <optional>
 
 #include <link.h>
 #include <linux/sockios.h>
@@ -21,6 +22,7 @@
 #include <sys/socket.h>
 #include <sys/types.h>
 #include <sys/un.h>
+#include <sys/xattr.h>
 
 using namespace Qt::StringLiterals;
 
@@ -90,6 +92,42 @@ int AppendLibrary(dl_phdr_info* info, std::size_t /*size*/, void* context)
     return 0; // continue the iteration
 }
 
+constexpr const char* kAccessList = "system.posix_acl_access";
+
+// Whether a failed call says that a file has no such attribute, or that no file there has any.
+bool IsWithoutAttribute(int error)
+{
+    return error == ENODATA || error == ENOTSUP || error == ENOSYS;
+}
+
+// The value of an extended attribute of an open file. Nothing, and errno, if it has none or cannot be read.
+std::optional<QByteArray> ReadAttribute(int file, const char* name)
+{
+    const ssize_t size = ::fgetxattr(file, name, nullptr, 0);
+    if (size < 0)
+        return std::nullopt;
+    QByteArray value(static_cast<qsizetype>(size), Qt::Uninitialized);
+    if (::fgetxattr(file, name, value.data(), static_cast<size_t>(size)) != size)
+        return std::nullopt;
+    return value;
+}
+
+bool WriteAttribute(int file, const char* name, const QByteArray& value)
+{
+    return ::fsetxattr(file, name, value.constData(), static_cast<size_t>(value.size()), 0) == 0;
+}
+
+// The names of the extended attributes of an open file.
+QList<QByteArray> ListAttributes(int file)
+{
+    const ssize_t size = ::flistxattr(file, nullptr, 0);
+    if (size <= 0)
+        return {};
+    QByteArray names(static_cast<qsizetype>(size), Qt::Uninitialized);
+    names.truncate(qMax<ssize_t>(::flistxattr(file, names.data(), static_cast<size_t>(size)), 0));
+    return names.split('\0');
+}
+
 bool IsVersionPart(QStringView part)
 {
     return !part.isEmpty() && part.front() >= u'0' && part.front() <= u'9';
@@ -141,6 +179,26 @@ QString ResolveSymbolicLinks(const QString& path)
             return QFile::decodeName(resolved + whole.mid(length));
     }
     return QFile::decodeName(whole);
+}
+
+AccessListCopy CopyFileAttributes(int from, int to, bool isSameGroup)
+{
+    const QList<QByteArray> names = ListAttributes(from);
+    for (const QByteArray& name : names) {
+        // Others hold for the old content only (a signature, a capability), or belong to the file system.
+        if (!name.startsWith("user.") && name != "security.selinux")
+            continue;
+        if (const std::optional<QByteArray> value = ReadAttribute(from, name.constData()))
+            WriteAttribute(to, name.constData(), *value);
+    }
+
+    const std::optional<QByteArray> list = ReadAttribute(from, kAccessList);
+    if (list && isSameGroup && WriteAttribute(to, kAccessList, *list))
+        return AccessListCopy::Complete;
+    const bool isOldWithout = !list && IsWithoutAttribute(errno);
+    // The folder may have given the new file a list.
+    const bool isNewWithout = ::fremovexattr(to, kAccessList) == 0 || IsWithoutAttribute(errno);
+    return isOldWithout && isNewWithout ? AccessListCopy::Complete : AccessListCopy::Failed;
 }
 
 bool IsProcessRunning(qint64 processId)

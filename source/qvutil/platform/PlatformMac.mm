@@ -10,6 +10,7 @@
 #import <AppKit/NSRunningApplication.h>
 #include <CoreFoundation/CoreFoundation.h>
 #import <Foundation/Foundation.h>
+#include <copyfile.h>
 #include <mach-o/dyld.h>
 #include <mach-o/loader.h>
 #include <sys/socket.h>
@@ -99,6 +100,14 @@ QString ResolveSymbolicLinks(const QString& path)
     const AutoreleasePool pool;
     NSString* const text = [NSString stringWithUTF8String:path.toUtf8().constData()];
     return FromFoundation([text stringByResolvingSymlinksInPath]);
+}
+
+// Lists hold no rights of the file's group here.
+AccessListCopy CopyFileAttributes(int from, int to, bool /*isSameGroup*/)
+{
+    ::fcopyfile(from, to, nullptr, COPYFILE_XATTR);
+    return ::fcopyfile(from, to, nullptr, COPYFILE_ACL) == 0 ? AccessListCopy::Complete
+                                                             : AccessListCopy::Failed;
 }
 
 bool IsProcessRunning(qint64 processId)

@@ -51,14 +51,30 @@ namespace Quorvin::Util::Platform {
 // Saving
 
 /// Replaces a file's content atomically: the file holds either the old or the new content, even if the
-/// process is killed or the disk is full. Follows symbolic links and keeps permissions, and owner and group
-/// as far as the user may change them. If the folder is not writable, or \p path is not a regular file, the
-/// content is written directly.
+/// process is killed or the disk is full. Follows symbolic links and keeps permissions, access control list
+/// and extended attributes, and owner and group as far as the user may change them. The new file is never
+/// accessible to more users than the old one. If the folder is not writable, or \p path is not a regular
+/// file, the content is written directly.
 ///
 /// The new content goes to the hidden temporary file ".NAME.saving" beside the target (".NAME.saving1" and so
 /// on while that is in use), which is locked. The next save of the same file removes stale ones.
 /// \return false, with errno set, if the file cannot be opened for writing or not every byte could be written
 bool ReplaceFile(const QString& path, const QByteArray& content);
+
+/// The result of copying an access control list.
+enum class AccessListCopy {
+    Complete, ///< both files have the same list, or none
+    Failed, ///< the new file has no list although the old one has, or keeps another one
+};
+
+/// Copies the access control list and the extended attributes of a file as far as the user may set them.
+/// Owner, group and permissions do not change, except that a list changes the group bits of the mode.
+/// \param from  descriptor of the file to copy from
+/// \param to    descriptor of a new file; a list that it inherited from its folder is replaced
+/// \param isSameGroup  whether both files belong to the same group; otherwise a list that holds permissions
+/// of
+///                     the group is not copied
+[[nodiscard]] AccessListCopy CopyFileAttributes(int from, int to, bool isSameGroup);
 
 /// Finds stale temporary files beside a file, which killed saves have left. The next save removes them.
 /// \return their paths, without those of saves in progress
