@@ -136,6 +136,8 @@ private Q_SLOTS:
     void Rights_data();
     void Rights();
     void Rights_unreadableSettings();
+    void Rights_openedSettings_data();
+    void Rights_openedSettings();
 
     void Link_data();
     void Link();
@@ -591,6 +593,51 @@ void tst_SaveSafety::Rights_unreadableSettings()
     QCOMPARE(output, QByteArray("empty\n"));
     QVERIFY(ChangeMode(file, 0600));
     QCOMPARE(ReadFile(file), QByteArray("<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<New V=\"1\"/>\n"));
+}
+
+void tst_SaveSafety::Rights_openedSettings_data()
+{
+    QTest::addColumn<int>("folderMode");
+    QTest::addColumn<int>("fileMode");
+    QTest::addColumn<QByteArray>("content");
+    QTest::addColumn<QByteArray>("state");
+
+    const QByteArray good = "<Settings/>";
+    const QByteArray torn = "<Settings";
+    QTest::newRow("may be written, not read") << 0755 << 0200 << good << QByteArray("unreadable\n");
+    QTest::newRow("neither written nor read") << 0755 << 0000 << good << QByteArray("unreadable\n");
+    QTest::newRow("torn, may not be read") << 0755 << 0200 << torn << QByteArray("unreadable\n");
+    QTest::newRow("folder that cannot be entered") << 0600 << 0644 << good << QByteArray("unreadable\n");
+    QTest::newRow("torn, may not be renamed") << 0555 << 0644 << torn << QByteArray("unreadable\n");
+}
+
+void tst_SaveSafety::Rights_openedSettings()
+{
+    QFETCH(const int, folderMode);
+    QFETCH(const int, fileMode);
+    QFETCH(const QByteArray, content);
+    QFETCH(const QByteArray, state);
+    const QString folder = Path(u"folder"_s);
+    const QString file = folder + u"/s.xml"_s;
+    QVERIFY(QDir().mkdir(folder));
+    QVERIFY(WriteFile(file, content));
+    if (geteuid() == 0) {
+        QVERIFY(ChangeMode(mDir->path(), 0755));
+        QCOMPARE(chown(QFile::encodeName(folder).constData(), kNobody, kNobody), 0);
+        QCOMPARE(chown(QFile::encodeName(file).constData(), kNobody, kNobody), 0);
+    }
+    QVERIFY(ChangeMode(file, mode_t(fileMode)));
+    QVERIFY(ChangeMode(folder, mode_t(folderMode)));
+
+    QByteArray output;
+    const int result = RunSaverWithoutRights({u"open"_s, file}, &output);
+
+    QVERIFY(ChangeMode(folder, 0755));
+    QCOMPARE(result, 0);
+    QCOMPARE(output, state);
+    QCOMPARE(FolderContent(folder), QStringList({u"s.xml"_s}));
+    QVERIFY(ChangeMode(file, 0600));
+    QCOMPARE(ReadFile(file), content);
 }
 
 // Links

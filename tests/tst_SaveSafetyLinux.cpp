@@ -250,6 +250,7 @@ private Q_SLOTS:
     void FullFileSystem_roomAgain();
     void FullFileSystem_settingsStayDirty();
     void MountedFile_isWrittenDirectly();
+    void ReadError_settings();
     void AccessList_isKept_data();
     void AccessList_isKept();
     void AccessList_ofTheFolder();
@@ -519,6 +520,24 @@ bool tst_SaveSafetyLinux::FindFileSystemWith(const char* attribute, const QByteA
         QVERIFY(!QTest::currentTestFailed());                                                                \
         QSKIP("no file system here has the attribute " #attribute " (ENOTSUP)");                             \
     }
+
+// A file that opens, and whose first byte the system cannot read.
+void tst_SaveSafetyLinux::ReadError_settings()
+{
+    const QString file = Path(u"s.xml"_s);
+    QCOMPARE(symlink("/proc/self/mem", QFile::encodeName(file).constData()), 0);
+    {
+        Settings settings;
+        QCOMPARE(settings.OpenFile(file, u"Settings"_s), Settings::FileState::Unreadable);
+        QCOMPARE(settings.GetLoadError().Text, qt_error_string(EIO));
+        QCOMPARE(settings.GetSetAsideFile(), QString());
+        settings.WriteInt(u"Panel"_s, u"Width"_s, 7); // works, but is not saved
+        settings.SaveInternal();
+        QCOMPARE(settings.ReadInt(u"Panel"_s, u"Width"_s, 0), 7);
+    }
+    QCOMPARE(FolderContent(mDir->path()), QStringList{u"s.xml"_s});
+    QCOMPARE(Kind(file), mode_t(S_IFLNK));
+}
 
 void tst_SaveSafetyLinux::AccessList_isKept_data()
 {

@@ -9,6 +9,7 @@
 //   SaveLoop save FILE NUMBER       saves one document; the exit code is 0 for true, 1 for false
 //   SaveLoop once FILE NUMBER       the same, but stops itself (SIGSTOP) before and after the save
 //   SaveLoop overwrite FILE         opens a Settings on a file and changes it; prints whether it was empty
+//   SaveLoop open FILE              the same with Settings::OpenFile; prints the state that it returns
 //
 // With --user UID before the command, it runs as that user.
 
@@ -121,6 +122,27 @@ int Overwrite(const QString& file)
     return EXIT_SUCCESS;
 }
 
+int Open(const QString& file)
+{
+    Settings settings;
+    switch (settings.OpenFile(file, QStringLiteral("Settings"))) {
+    case Settings::FileState::New:
+        std::puts("new");
+        break;
+    case Settings::FileState::Loaded:
+        std::puts("loaded");
+        break;
+    case Settings::FileState::SetAside:
+        std::puts("set aside");
+        break;
+    case Settings::FileState::Unreadable:
+        std::puts("unreadable");
+        break;
+    }
+    settings.WriteInt(QStringLiteral("/New"), QStringLiteral("V"), 1);
+    return EXIT_SUCCESS;
+}
+
 } // namespace
 
 int main(int argc, char* argv[])
@@ -147,5 +169,7 @@ int main(int argc, char* argv[])
         return Save(file, number, command == "once");
     if (command == "overwrite")
         return Overwrite(file);
+    if (command == "open")
+        return Open(file);
     return kUsage;
 }
