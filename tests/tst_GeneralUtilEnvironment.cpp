@@ -41,6 +41,18 @@ private:
     QString mSaved;
 };
 
+// Foundation leaves "/private" out of a path that also exists without it: /private/var/x becomes /var/x.
+QString WithoutPrivate(const QString& path)
+{
+    constexpr QLatin1StringView kPrivate("/private");
+    return path.startsWith(kPrivate + "/"_L1) ? path.sliced(kPrivate.size()) : path;
+}
+
+QString SymbolicLinkTarget(const QString& path)
+{
+    return WithoutPrivate(GeneralUtil::GetSymbolicLinkTarget(path));
+}
+
 } // namespace
 
 class tst_GeneralUtilEnvironment : public QObject
@@ -336,7 +348,7 @@ void tst_GeneralUtilEnvironment::GetSymbolicLinkTarget()
     QVERIFY(link(u"loopA"_s, u"loopB"_s));
     QVERIFY(link(u"../folder/file"_s, u"\u00fcber/\u65e5\u672c"_s));
 
-    QCOMPARE(GeneralUtil::GetSymbolicLinkTarget(mRoot + u'/' + path), mRoot + u'/' + expected);
+    QCOMPARE(SymbolicLinkTarget(mRoot + u'/' + path), WithoutPrivate(mRoot + u'/' + expected));
 }
 
 void tst_GeneralUtilEnvironment::GetSymbolicLinkTarget_relativePath()
@@ -345,10 +357,10 @@ void tst_GeneralUtilEnvironment::GetSymbolicLinkTarget_relativePath()
     QVERIFY(QFile::link(file, mRoot + "/folder/link"_L1));
     const CurrentFolderGuard guard(mRoot + "/folder"_L1);
 
-    QCOMPARE(GeneralUtil::GetSymbolicLinkTarget(u"link"_s), file);
-    QCOMPARE(GeneralUtil::GetSymbolicLinkTarget(u"./link"_s), file);
-    QCOMPARE(GeneralUtil::GetSymbolicLinkTarget(u"../folder/link"_s), file);
-    QCOMPARE(GeneralUtil::GetSymbolicLinkTarget(u"missing"_s), mRoot + "/folder/missing"_L1);
+    QCOMPARE(SymbolicLinkTarget(u"link"_s), WithoutPrivate(file));
+    QCOMPARE(SymbolicLinkTarget(u"./link"_s), WithoutPrivate(file));
+    QCOMPARE(SymbolicLinkTarget(u"../folder/link"_s), WithoutPrivate(file));
+    QCOMPARE(SymbolicLinkTarget(u"missing"_s), WithoutPrivate(mRoot + "/folder/missing"_L1));
 }
 
 void tst_GeneralUtilEnvironment::GetSymbolicLinkTarget_emptyPath()
@@ -356,7 +368,7 @@ void tst_GeneralUtilEnvironment::GetSymbolicLinkTarget_emptyPath()
     QVERIFY(QDir(mRoot).mkpath(u"a/b"_s));
     const CurrentFolderGuard guard(mRoot + "/a/b"_L1);
 
-    QCOMPARE(GeneralUtil::GetSymbolicLinkTarget(QString()), mRoot + "/a"_L1);
+    QCOMPARE(SymbolicLinkTarget(QString()), WithoutPrivate(mRoot + "/a"_L1));
 }
 
 void tst_GeneralUtilEnvironment::FindLocaleFile_data()

@@ -50,12 +50,16 @@ QByteArray ReadIdentifier(CFStringRef identifier)
         text = CFStringGetCStringPtr(identifier, kCFStringEncodingUTF8);
     if (text != nullptr)
         return text;
-    // The size passed leaves no room for the terminator, so that the call may fail and leave the buffer
-    // undefined.
+    // The first size leaves no room for the terminator, so that the call may fail and leave the buffer
+    // undefined. Short identifiers have no pointer and depend on the second call.
+    constexpr CFIndex kMaxBytesPerUnit = 3; // of UTF-8 for a UTF-16 unit
     const CFIndex length = CFStringGetLength(identifier);
-    std::vector<char> buffer(static_cast<std::size_t>(length) + 1);
-    const bool converted = CFStringGetCString(identifier, buffer.data(), length, kCFStringEncodingUTF8) != 0;
-    return converted ? QByteArray(buffer.data()) : QByteArray();
+    std::vector<char> buffer(static_cast<std::size_t>(length * kMaxBytesPerUnit) + 1);
+    for (const CFIndex size : {length, static_cast<CFIndex>(buffer.size())}) {
+        if (CFStringGetCString(identifier, buffer.data(), size, kCFStringEncodingUTF8) != 0)
+            return QByteArray(buffer.data());
+    }
+    return {};
 }
 
 } // namespace
