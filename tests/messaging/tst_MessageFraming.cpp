@@ -592,24 +592,31 @@ void tst_MessageFraming::DecodeMessage_manyAttributes_data()
 {
     QTest::addColumn<int>("attributes"); // of one element in each frame
     QTest::addColumn<int>("frames");
+    QTest::addColumn<QByteArray>("prologue");
     QTest::addColumn<int>("decoded");
 
-    QTest::newRow("a thousand") << 1000 << 3 << 3;
-    QTest::newRow("too many in one frame") << 40'000 << 1 << 0;
-    QTest::newRow("too many in one read") << 9000 << 6 << 4;
+    const QByteArray none;
+    QTest::newRow("a thousand") << 1000 << 3 << none << 3;
+    QTest::newRow("too many in one frame") << 40'000 << 1 << none << 0;
+    QTest::newRow("too many in one read") << 9000 << 6 << none << 4;
+    QTest::newRow("too many, hidden by a comment in an entity")
+        << 9000 << 6 << QByteArray("<!DOCTYPE Message [<!ENTITY e '<!--'>]>") << 4;
+    QTest::newRow("too many, hidden by a quote in an instruction") << 9000 << 6 << QByteArray("<?x '?>") << 4;
 }
 
 void tst_MessageFraming::DecodeMessage_manyAttributes()
 {
     QFETCH(const int, attributes);
     QFETCH(const int, frames);
+    QFETCH(const QByteArray, prologue);
     QFETCH(const int, decoded);
 
     QByteArray tag = "<Params";
     for (int i = 0; i < attributes; ++i)
-        tag += " a" + QByteArray::number(i) + "='>'";
+        tag += " a" + QByteArray::number(i) + "=\">\"";
     const QByteArray small = *EncodeMessageFast(MessageInfo());
-    const QByteArray large = QByteArray(small).replace("<Params", tag);
+    const QByteArray large
+        = QByteArray(small).replace("<Params", tag).replace("<Message", prologue + "<Message");
     QList<MessageInfo> messages;
     Quorvin::Util::DecodeMessage(large.repeated(frames), messages);
     QCOMPARE(messages.size(), decoded);

@@ -7,6 +7,7 @@
 #include "base/Logging_p.h"
 #include "messaging/MessageFastCodec_p.h"
 #include "messaging/VariantMapEncoder_p.h"
+#include "xml/XmlLimits_p.h"
 #include "xml/XmlRules_p.h"
 
 using namespace Qt::StringLiterals;
@@ -17,37 +18,6 @@ namespace {
 // The parser compares each attribute of an element with all before it. This many comparisons take about half
 // a second; the frames of the library itself have some ten an element.
 constexpr qint64 kMaxAttributeComparisons = 200'000'000;
-
-// Index behind the next \p end; the text's size if there is none.
-qsizetype SkipPast(QStringView text, qsizetype from, QStringView end)
-{
-    const qsizetype at = text.indexOf(end, from);
-    return at < 0 ? text.size() : at + end.size();
-}
-
-// How often the parser would compare attributes. Counts quoted texts in tags, of which a declaration has
-// some, too.
-qint64 CountAttributeComparisons(QStringView frame)
-{
-    qint64 comparisons = 0;
-    for (qsizetype at = frame.indexOf(u'<'); at >= 0; at = frame.indexOf(u'<', at)) {
-        if (frame.sliced(at).startsWith(u"<![CDATA[")) {
-            at = SkipPast(frame, at, u"]]>");
-        } else if (frame.sliced(at).startsWith(u"<!--")) {
-            at = SkipPast(frame, at, u"-->");
-        } else {
-            qint64 attributes = 0;
-            for (++at; at < frame.size() && frame[at] != u'>'; ++at) {
-                if (frame[at] == u'"' || frame[at] == u'\'') {
-                    at = SkipPast(frame, at + 1, frame.sliced(at, 1)) - 1;
-                    ++attributes;
-                }
-            }
-            comparisons += attributes * attributes / 2;
-        }
-    }
-    return comparisons;
-}
 
 void AppendByDom(const QString& frame, QList<MessageInfo>& messages)
 {
@@ -71,7 +41,7 @@ void DecodeText(const QString& text, QList<MessageInfo>& messages, bool (*should
         // The DOM path takes its time with what a hostile peer makes up.
         if (piece.size() <= kFrameStart.size() || (shouldStop != nullptr && shouldStop()))
             return;
-        const qint64 comparisons = CountAttributeComparisons(piece);
+        const qint64 comparisons = Internal::CountAttributeComparisons(piece);
         if (comparisons > comparisonsLeft)
             return;
         comparisonsLeft -= comparisons;

@@ -65,20 +65,32 @@ template <typename Char> int CountAttributes(Text<Char> tag)
     }
 }
 
-template <typename Char> qsizetype FindOverfullTagIn(Text<Char> text)
+// Calls visit(index, number of attributes) for each tag that is long enough to have more than so many
+// attributes. visit returns whether to go on.
+template <typename Char, typename Visit> void ForEachTagWithMore(int attributes, Text<Char> text, Visit visit)
 {
     constexpr size_t kShortestAttribute = 5; // as in ` a=""`
     constexpr auto kTagStart = static_cast<Char>('<');
+    const size_t shortest = static_cast<size_t>(attributes) * kShortestAttribute;
     for (size_t at = text.find(kTagStart); at != text.npos;) {
         // No other '<' can stand in a tag, so that most are too short to be looked at.
         const size_t next = text.find(kTagStart, at + 1);
         const size_t end = std::min(next, text.size());
-        if (end - at > kMaxAttributes * kShortestAttribute
-            && CountAttributes(text.substr(at, end - at)) > kMaxAttributes)
-            return static_cast<qsizetype>(at);
+        if (end - at > shortest && !visit(at, CountAttributes(text.substr(at, end - at))))
+            return;
         at = next;
     }
-    return -1;
+}
+
+template <typename Char> qsizetype FindOverfullTagIn(Text<Char> text)
+{
+    qsizetype found = -1;
+    ForEachTagWithMore(kMaxAttributes, text, [&found](size_t at, int attributes) {
+        if (attributes > kMaxAttributes)
+            found = static_cast<qsizetype>(at);
+        return found < 0;
+    });
+    return found;
 }
 
 bool IsEntityNameEnd(QChar c)
@@ -96,6 +108,17 @@ qsizetype FindOverfullTag(const QByteArray& document)
 qsizetype FindOverfullTag(QStringView document)
 {
     return FindOverfullTagIn(Text<char16_t>(document.utf16(), static_cast<size_t>(document.size())));
+}
+
+qint64 CountAttributeComparisons(QStringView document)
+{
+    qint64 comparisons = 0;
+    const Text<char16_t> text(document.utf16(), static_cast<size_t>(document.size()));
+    ForEachTagWithMore(1, text, [&comparisons](size_t, int attributes) {
+        comparisons += qint64(attributes) * (attributes - 1) / 2;
+        return true;
+    });
+    return comparisons;
 }
 
 template <typename View> bool ExpansionBudget::Count(View piece)

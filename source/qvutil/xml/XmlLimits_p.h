@@ -22,6 +22,11 @@ namespace Quorvin::Util::Internal {
 /// \overload
 [[nodiscard]] qsizetype FindOverfullTag(QStringView document);
 
+/// Counts how often the parser compares two attributes of a tag, which is what takes its time with tags of
+/// many attributes. What looks like a tag in a comment or a CDATA section counts too: these cannot be told
+/// from texts in a document type, which a hostile document could use to hide a tag.
+[[nodiscard]] qint64 CountAttributeComparisons(QStringView document);
+
 /// Adds up what the parts of a document that are written once and used often make the parser produce:
 /// entities, the elements in them, and the defaults of attributes.
 class ExpansionBudget
