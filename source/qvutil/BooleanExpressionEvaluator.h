@@ -36,6 +36,9 @@
 ///     reportMistake(expression);
 /// \endcode
 ///
+/// \par Failures
+/// Evaluate returns false for an expression that it cannot evaluate; `qvutil expr lint` tells what is wrong.
+///
 /// \par Threads
 /// Thread-safe if the callback is: no operation keeps state.
 /// \since QvUtil 1.0

@@ -23,6 +23,9 @@ struct EnumValueName
 
 /// Provides helpers for strings, paths, files and the application's folders.
 ///
+/// \par Failures
+/// Each operation returns the failure result that it documents; the reason is not reported.
+///
 /// \par Threads
 /// Thread-safe: no operation keeps state.
 /// \since QvUtil 1.0

@@ -56,6 +56,11 @@ struct ProcessInfo
 ///     other.SendMessageAndGetResponse(u"viewer"_s, u"Open"_s, {{u"file"_s, path}}, answer, 5000);
 /// \endcode
 ///
+/// \par Failures
+/// Most operations only start something, and return before it can fail. The logging category `qvutil` tells
+/// why a server does not listen or refuses a client, which message may be too large to arrive, and why a
+/// process was not entered in a grid. `qvutil ipc doctor NAME` examines a server from outside.
+///
 /// \par Threads Use the object only in the thread that it lives in (QObject::thread). Called from another
 /// thread, an operation does nothing, logs a line in the category "qvutil", and returns false or an empty
 /// list. The owner thread needs an event loop for messages to arrive, and a QCoreApplication, which may be

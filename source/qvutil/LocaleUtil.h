@@ -16,6 +16,9 @@ namespace Quorvin::Util {
 /// Conversions use a fixed table of 234 locales. Names are compared case-insensitively and in full: a
 /// language with an unknown region does not match the language alone.
 ///
+/// \par Failures
+/// Each operation returns the failure result that it documents, such as an empty text for an unknown locale.
+///
 /// \par Threads The conversions are thread-safe, except LocaleNameToLCID for a name that is not in the table.
 /// That one, GetUserDefaultLocaleForMac, GetUserDefaultLCIDForMac and GetCurrentUserLocale share a buffer
 /// without a lock: call them in one thread at a time.
