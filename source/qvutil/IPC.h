@@ -87,8 +87,9 @@ public:
 /// \param document  the text of exactly one document
 /// \return name and parameters of the message; both are empty if the text is malformed
 ///
-/// \par Threads Thread-safe. To decode documents from an untrusted source, the thread needs a stack of 2 MiB
-/// or more: their elements may be nested up to 1,000 deep.
+/// \par Threads
+/// Thread-safe. To decode documents from an untrusted source, the thread needs a stack of 2 MiB or more:
+/// their elements may be nested up to 1,000 deep.
 /// \since QvUtil 1.0
 [[nodiscard]] QVUTIL_EXPORT std::pair<QString, QVariantMap> ExtractMessage(const QString& document);
 

@@ -61,16 +61,18 @@ struct ProcessInfo
 /// why a server does not listen or refuses a client, which message may be too large to arrive, and why a
 /// process was not entered in a grid. `qvutil ipc doctor NAME` examines a server from outside.
 ///
-/// \par Threads Use the object only in the thread that it lives in (QObject::thread). Called from another
-/// thread, an operation does nothing, logs a line in the category "qvutil", and returns false or an empty
-/// list. The owner thread needs an event loop for messages to arrive, and a QCoreApplication, which may be
-/// destroyed before the object. Sockets are served by worker threads; signals are emitted and responders
-/// called in the owner thread.
+/// \par Threads
+/// Use the object only in the thread that it lives in (QObject::thread). Called from another thread, an
+/// operation does nothing, logs a line in the category "qvutil", and returns false or an empty list. The
+/// owner thread needs an event loop for messages to arrive, and a QCoreApplication, which may be destroyed
+/// before the object. Sockets are served by worker threads; signals are emitted and responders called in the
+/// owner thread.
 ///
-/// \par Waiting Operations that wait run an event loop that excludes user input. Slots and responders are
-/// called meanwhile. They may send messages, disconnect, stop the server, or delete the manager; an operation
-/// that waits within another wait fails at once. If the application or the thread is told to quit, the wait
-/// ends. With exit code 0, its result is then true although nothing has arrived.
+/// \par Waiting
+/// Operations that wait run an event loop that excludes user input. Slots and responders are called
+/// meanwhile. They may send messages, disconnect, stop the server, or delete the manager; an operation that
+/// waits within another wait fails at once. If the application or the thread is told to quit, the wait ends.
+/// With exit code 0, its result is then true although nothing has arrived.
 /// \since QvUtil 1.0
 class QVUTIL_EXPORT IPCManager : public QObject
 {

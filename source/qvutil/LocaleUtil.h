@@ -19,9 +19,10 @@ namespace Quorvin::Util {
 /// \par Failures
 /// Each operation returns the failure result that it documents, such as an empty text for an unknown locale.
 ///
-/// \par Threads The conversions are thread-safe, except LocaleNameToLCID for a name that is not in the table.
-/// That one, GetUserDefaultLocaleForMac, GetUserDefaultLCIDForMac and GetCurrentUserLocale share a buffer
-/// without a lock: call them in one thread at a time.
+/// \par Threads
+/// The conversions are thread-safe, except LocaleNameToLCID for a name that is not in the table. That one,
+/// GetUserDefaultLocaleForMac, GetUserDefaultLCIDForMac and GetCurrentUserLocale share a buffer without a
+/// lock: call them in one thread at a time.
 /// \since QvUtil 1.0
 class QVUTIL_EXPORT LocaleUtil
 {
