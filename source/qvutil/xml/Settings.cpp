@@ -21,12 +21,17 @@ constexpr qint64 kAutoSaveSeconds = 31;
 constexpr qint64 kMSecsPerSecond = 1000;
 constexpr int kMaxSetAsideFiles = 1000;
 
+std::filesystem::file_type FileType(const QString& file)
+{
+    std::error_code error;
+    return std::filesystem::status(std::filesystem::path(QFile::encodeName(file).toStdString()), error)
+        .type();
+}
+
 // Whether there certainly is no such file. A folder that must not be searched says nothing about its files.
 bool IsMissing(const QString& file)
 {
-    std::error_code error;
-    const std::filesystem::path path(QFile::encodeName(file).toStdString());
-    return std::filesystem::status(path, error).type() == std::filesystem::file_type::not_found;
+    return FileType(file) == std::filesystem::file_type::not_found;
 }
 
 // Renames a file to a name that is not taken. \return the new name; empty if it cannot be renamed
@@ -36,9 +41,11 @@ QString SetAside(const QString& file)
     const QString path = QFileInfo(file).canonicalFilePath();
     for (int number = 1; number <= kMaxSetAsideFiles; ++number) {
         const QString name = path + (number == 1 ? u".damaged"_s : u".damaged-%1"_s.arg(number));
-        if (QFileInfo::exists(name))
-            continue;
-        return QFile::rename(path, name) ? name : QString();
+        if (IsMissing(name))
+            return QFile::rename(path, name) ? name : QString();
+        // Since Qt 6.8, QFile warns of a name that the file system does not take, so it is not asked to.
+        if (FileType(name) == std::filesystem::file_type::none)
+            return {};
     }
     return {};
 }
