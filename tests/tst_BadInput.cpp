@@ -86,7 +86,7 @@ private Q_SLOTS:
     void Odd();
     void RandomBytes_data();
     void RandomBytes();
-    void TornAtEachByte();
+    void TruncatedAtEachByte();
     void EachByteReplaced();
 
     void Depth_data();
@@ -102,10 +102,10 @@ private Q_SLOTS:
     void InnerXml_data();
     void InnerXml();
 
-    void FailedLoad_leavesNothingBehind_data();
-    void FailedLoad_leavesNothingBehind();
+    void FailedLoad_leavesNothing_data();
+    void FailedLoad_leavesNothing();
     void FailedLoad_keepsTheTranslationContext();
-    void FilerGoesOnAfterAFailedLoad();
+    void FilerIsUsableAfterAFailedLoad();
     void FileNames_data();
     void FileNames();
 
@@ -179,7 +179,7 @@ void tst_BadInput::Malformed_data()
 {
     QTest::addColumn<QByteArray>("xml");
 
-    QTest::newRow("nothing") << QByteArray("");
+    QTest::newRow("empty file") << QByteArray("");
     QTest::newRow("blanks") << QByteArray(" \n\t ");
     QTest::newRow("byte order mark alone") << QByteArray("\xEF\xBB\xBF");
     QTest::newRow("16-bit byte order mark alone") << QByteArray("\xFF\xFE");
@@ -189,27 +189,27 @@ void tst_BadInput::Malformed_data()
     QTest::newRow("comment alone") << QByteArray("<!-- c -->");
     QTest::newRow("document type alone") << QByteArray("<!DOCTYPE a>");
     QTest::newRow("left bracket") << QByteArray("<");
-    QTest::newRow("cut in a name") << QByteArray("<abc");
-    QTest::newRow("cut in an attribute's name") << QByteArray("<a b");
-    QTest::newRow("cut before an attribute's value") << QByteArray("<a b=");
-    QTest::newRow("cut in an attribute's value") << QByteArray("<a b='1");
-    QTest::newRow("cut in an empty tag") << QByteArray("<a/");
-    QTest::newRow("cut after a tag") << QByteArray("<a>");
-    QTest::newRow("cut in text") << QByteArray("<a>text");
-    QTest::newRow("cut in an end tag") << QByteArray("<a></a");
-    QTest::newRow("cut in a comment") << QByteArray("<a><!-- c");
-    QTest::newRow("cut in a section") << QByteArray("<a><![CDATA[ c ]]");
-    QTest::newRow("cut in an instruction") << QByteArray("<a><?pi x");
-    QTest::newRow("cut in the declaration") << QByteArray("<?xml version=\"1.0\"");
-    QTest::newRow("cut in the document type") << QByteArray("<!DOCTYPE a [<!ENTITY b \"");
-    QTest::newRow("cut in a reference") << QByteArray("<a>&lt");
+    QTest::newRow("truncated in a name") << QByteArray("<abc");
+    QTest::newRow("truncated in an attribute's name") << QByteArray("<a b");
+    QTest::newRow("truncated before an attribute's value") << QByteArray("<a b=");
+    QTest::newRow("truncated in an attribute's value") << QByteArray("<a b='1");
+    QTest::newRow("truncated in an empty tag") << QByteArray("<a/");
+    QTest::newRow("truncated after a tag") << QByteArray("<a>");
+    QTest::newRow("truncated in text") << QByteArray("<a>text");
+    QTest::newRow("truncated in an end tag") << QByteArray("<a></a");
+    QTest::newRow("truncated in a comment") << QByteArray("<a><!-- c");
+    QTest::newRow("truncated in a section") << QByteArray("<a><![CDATA[ c ]]");
+    QTest::newRow("truncated in an instruction") << QByteArray("<a><?pi x");
+    QTest::newRow("truncated in the declaration") << QByteArray("<?xml version=\"1.0\"");
+    QTest::newRow("truncated in the document type") << QByteArray("<!DOCTYPE a [<!ENTITY b \"");
+    QTest::newRow("truncated in a reference") << QByteArray("<a>&lt");
     QTest::newRow("wrong end tag") << QByteArray("<a></b>");
     QTest::newRow("end tag in other case") << QByteArray("<a></A>");
     QTest::newRow("crossed tags") << QByteArray("<a><b></a></b>");
     QTest::newRow("end tag alone") << QByteArray("</a>");
     QTest::newRow("two roots") << QByteArray("<a/><b/>");
     QTest::newRow("text before the root") << QByteArray("text<a/>");
-    QTest::newRow("text behind the root") << QByteArray("<a/>text");
+    QTest::newRow("text after the root") << QByteArray("<a/>text");
     QTest::newRow("attribute without a value") << QByteArray("<a b/>");
     QTest::newRow("attribute without quotes") << QByteArray("<a b=1/>");
     QTest::newRow("attribute twice") << QByteArray("<a b='1' b='2'/>");
@@ -232,14 +232,14 @@ void tst_BadInput::Malformed_data()
     QTest::newRow("control character") << QByteArray("<a>\x01</a>");
     QTest::newRow("reference to NUL") << QByteArray("<a>&#0;</a>");
     QTest::newRow("reference to a control character") << QByteArray("<a>&#1;</a>");
-    QTest::newRow("reference to half a character") << QByteArray("<a>&#xD800;</a>");
+    QTest::newRow("reference to a surrogate") << QByteArray("<a>&#xD800;</a>");
     QTest::newRow("reference beyond Unicode") << QByteArray("<a>&#x110000;</a>");
     QTest::newRow("reference beyond 64 bits") << QByteArray("<a>&#99999999999999999999999;</a>");
     QTest::newRow("negative reference") << QByteArray("<a>&#-1;</a>");
-    QTest::newRow("byte that UTF-8 never has") << QByteArray("<a>\xFF</a>");
+    QTest::newRow("byte that UTF-8 never contains") << QByteArray("<a>\xFF</a>");
     QTest::newRow("overlong UTF-8") << QByteArray("<a>\xC0\x80</a>");
-    QTest::newRow("half a character in UTF-8") << QByteArray("<a>\xED\xA0\x80</a>");
-    QTest::newRow("UTF-8 cut off") << QByteArray("<a>\xE2\x82</a>");
+    QTest::newRow("surrogate encoded in UTF-8") << QByteArray("<a>\xED\xA0\x80</a>");
+    QTest::newRow("UTF-8 truncated") << QByteArray("<a>\xE2\x82</a>");
     QTest::newRow("UTF-8 beyond Unicode") << QByteArray("<a>\xF4\x90\x80\x80</a>");
     QTest::newRow("program file") << QByteArray("\x7F"
                                                 "ELF\x02\x01\x01\0\0\0\0\0",
@@ -306,7 +306,7 @@ void tst_BadInput::RandomBytes()
     CheckRefused("\xFF\xFE" + ::RandomBytes(seed, 4095));
 }
 
-void tst_BadInput::TornAtEachByte()
+void tst_BadInput::TruncatedAtEachByte()
 {
     const QByteArray whole = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<!DOCTYPE s [<!ENTITY e \"x\">]>\n"
                              "<s a=\"1\"><!-- c --><b c='&e;'>text \xE2\x82\xAC</b><![CDATA[d]]><?p i?></s>";
@@ -416,10 +416,10 @@ void tst_BadInput::Entities_data()
     QTest::addColumn<QByteArray>("xml");
 
     QTest::newRow("a thousand million laughs") << EntityBomb(10, 10, "<r>&last;</r>");
-    QTest::newRow("laughs in an attribute") << EntityBomb(10, 10, "<r a='&last;'/>");
-    QTest::newRow("laughs a thousand deep") << EntityBomb(1'000, 2, "<r>&last;</r>");
-    QTest::newRow("laughs 50,000 deep") << EntityBomb(50'000, 2, "<r>&last;</r>");
-    QTest::newRow("laughs declared backwards")
+    QTest::newRow("billion laughs in an attribute") << EntityBomb(10, 10, "<r a='&last;'/>");
+    QTest::newRow("billion laughs, a thousand deep") << EntityBomb(1'000, 2, "<r>&last;</r>");
+    QTest::newRow("billion laughs, 50,000 deep") << EntityBomb(50'000, 2, "<r>&last;</r>");
+    QTest::newRow("billion laughs, declared backwards")
         << QByteArray("<!DOCTYPE r [<!ENTITY c \"" + QByteArray("&b;").repeated(5'000) + "\"><!ENTITY b \""
                       + QByteArray("&a;").repeated(5'000) + "\"><!ENTITY a \"haha\">]><r>&c;</r>");
     QTest::newRow("one long entity used often") << "<!DOCTYPE r [<!ENTITY a \"" + QByteArray(100'000, 'x')
@@ -427,10 +427,10 @@ void tst_BadInput::Entities_data()
     QTest::newRow("parameter entities") << QByteArray(
         "<!DOCTYPE r [<!ENTITY % a \"haha\"><!ENTITY % b \"" + QByteArray("%a;").repeated(5'000)
         + "\"><!ENTITY % c \"" + QByteArray("%b;").repeated(5'000) + "\"><!ENTITY d \"%c;\">%c;]><r>&d;</r>");
-    QTest::newRow("of itself") << QByteArray("<!DOCTYPE r [<!ENTITY a \"&a;\">]><r>&a;</r>");
-    QTest::newRow("of each other") << QByteArray(
-        "<!DOCTYPE r [<!ENTITY a \"&b;\"><!ENTITY b \"&a;\">]><r>&a;</r>");
-    QTest::newRow("of itself, in an attribute")
+    QTest::newRow("entity of itself") << QByteArray("<!DOCTYPE r [<!ENTITY a \"&a;\">]><r>&a;</r>");
+    QTest::newRow("entities of each other")
+        << QByteArray("<!DOCTYPE r [<!ENTITY a \"&b;\"><!ENTITY b \"&a;\">]><r>&a;</r>");
+    QTest::newRow("entity of itself, in an attribute")
         << QByteArray("<!DOCTYPE r [<!ENTITY a \"&a;\">]><r b='&a;'/>");
     QTest::newRow("an element that never ends") << QByteArray("<!DOCTYPE r [<!ENTITY a \"<b>\">]><r>&a;</r>");
     QTest::newRow("many declarations before many blanks") << "<!DOCTYPE r ["
@@ -524,16 +524,16 @@ void tst_BadInput::Text_data()
     QTest::addColumn<QString>("xml");
     QTest::addColumn<bool>("loads");
 
-    QTest::newRow("nothing") << QString() << false;
+    QTest::newRow("empty file") << QString() << false;
     QTest::newRow("malformed") << u"<a>"_s << false;
     QTest::newRow("NUL") << u"<a>"_s + QChar(0) + u"</a>"_s << false;
-    QTest::newRow("NUL behind") << u"<a/>"_s + QChar(0) << false;
-    QTest::newRow("first half of a character")
+    QTest::newRow("NUL after the root") << u"<a/>"_s + QChar(0) << false;
+    QTest::newRow("high surrogate alone")
         << u"<a>"_s + QChar(0xD800) + u"</a>"_s << true; // the parser accepts it
-    QTest::newRow("second half of a character") << u"<a>"_s + QChar(0xDC00) + u"</a>"_s << true;
-    QTest::newRow("half a character at the end") << u"<a/>"_s + QChar(0xD800) << false;
-    QTest::newRow("half a character in a name") << u"<a"_s + QChar(0xD800) + u"/>"_s << false;
-    QTest::newRow("no character") << u"<a>"_s + QChar(0xFFFE) + u"</a>"_s << false;
+    QTest::newRow("low surrogate alone") << u"<a>"_s + QChar(0xDC00) + u"</a>"_s << true;
+    QTest::newRow("unpaired surrogate at the end") << u"<a/>"_s + QChar(0xD800) << false;
+    QTest::newRow("unpaired surrogate in a name") << u"<a"_s + QChar(0xD800) + u"/>"_s << false;
+    QTest::newRow("character that XML does not allow") << u"<a>"_s + QChar(0xFFFE) + u"</a>"_s << false;
     QTest::newRow("an encoding that is not used") << u"<?xml version='1.0' encoding='UTF-16'?><a/>"_s << true;
     QTest::newRow("an encoding that does not exist")
         << u"<?xml version='1.0' encoding='none'?><a/>"_s << true;
@@ -559,7 +559,7 @@ void tst_BadInput::InnerXml_data()
     QTest::addColumn<QString>("xml");
     QTest::addColumn<bool>("written");
 
-    QTest::newRow("nothing") << QString() << false;
+    QTest::newRow("empty file") << QString() << false;
     QTest::newRow("text") << u"text"_s << true;
     QTest::newRow("text and elements") << u"a<b/>c<d e='1'/>"_s << true;
     QTest::newRow("comment alone") << u"<!-- c -->"_s << true;
@@ -597,7 +597,7 @@ void tst_BadInput::InnerXml()
 
 // After a failure
 
-void tst_BadInput::FailedLoad_leavesNothingBehind_data()
+void tst_BadInput::FailedLoad_leavesNothing_data()
 {
     QTest::addColumn<QByteArray>("xml");
 
@@ -606,7 +606,7 @@ void tst_BadInput::FailedLoad_leavesNothingBehind_data()
     QTest::newRow("empty") << QByteArray("");
 }
 
-void tst_BadInput::FailedLoad_leavesNothingBehind()
+void tst_BadInput::FailedLoad_leavesNothing()
 {
     QFETCH(const QByteArray, xml);
     QVERIFY(WriteFile(Path(u"bad.xml"_s), xml));
@@ -645,7 +645,7 @@ void tst_BadInput::FailedLoad_keepsTheTranslationContext()
     QCOMPARE(filer.Translate(u"tr(Save)"_s), u"Sichern"_s);
 }
 
-void tst_BadInput::FilerGoesOnAfterAFailedLoad()
+void tst_BadInput::FilerIsUsableAfterAFailedLoad()
 {
     XmlFiler filer;
     QVERIFY(filer.LoadFromXmlString(u"<Old><A/><B/></Old>"_s));
@@ -680,7 +680,7 @@ void tst_BadInput::FileNames_data()
     QTest::newRow("file as a folder") << u"file.xml/s.xml"_s;
     QTest::newRow("too long") << QString(300, u'x');
     QTest::newRow("far too long") << QString(100'000, u'x');
-    QTest::newRow("half a character") << QString(QChar(0xD800));
+    QTest::newRow("unpaired surrogate") << QString(QChar(0xD800));
     QTest::newRow("line break") << u"a\nb"_s;
 }
 

@@ -354,13 +354,13 @@ void tst_BooleanExpressionEvaluator::SplitByPrecedence_data()
     row("or before and", u"a | b & c"_s, {u"a"_s, u"|"_s, u"b & c"_s});
     row("and before or", u"a & b | c"_s, {u"a & b"_s, u"|"_s, u"c"_s});
     row("or between two chains", u" a & b|c&d "_s, {u"a & b"_s, u"|"_s, u"c&d"_s});
-    row("group behind and", u"a & (b | c)"_s, {u"a"_s, u"&"_s, u"b | c"_s});
-    row("group behind a chain", u"a & b & (c)"_s, {u"a & b"_s, u"&"_s, u"c"_s});
-    row("group behind or", u"a | (b & c)"_s, {u"a"_s, u"|"_s, u"b & c"_s});
+    row("group after and", u"a & (b | c)"_s, {u"a"_s, u"&"_s, u"b | c"_s});
+    row("group after a chain", u"a & b & (c)"_s, {u"a & b"_s, u"&"_s, u"c"_s});
+    row("group after or", u"a | (b & c)"_s, {u"a"_s, u"|"_s, u"b & c"_s});
     row("group before and", u"(a | b) & c"_s, {u"a | b"_s, u"&"_s, u"c"_s});
     row("group before or", u"(a & b)|c"_s, {u"a & b"_s, u"|"_s, u"c"_s});
-    row("mixed behind a group", u"(a) & b | c"_s, {u"a"_s, u"&"_s, u"b"_s, u"|"_s, u"c"_s});
-    row("chain behind a group", u"(a) & b & c"_s, {u"a"_s, u"&"_s, u"b & c"_s});
+    row("mixed after a group", u"(a) & b | c"_s, {u"a"_s, u"&"_s, u"b"_s, u"|"_s, u"c"_s});
+    row("chain after a group", u"(a) & b & c"_s, {u"a"_s, u"&"_s, u"b & c"_s});
     row("two groups", u"(a) & (b)"_s, {u"a"_s, u"&"_s, u"b"_s});
     row("three groups", u"(a)|(b)&(c)"_s, {u"a"_s, u"|"_s, u"b"_s, u"&"_s, u"c"_s});
     row("content of a group is not trimmed", u"( a ) & b"_s, {u" a "_s, u"&"_s, u"b"_s});
@@ -378,7 +378,7 @@ void tst_BooleanExpressionEvaluator::SplitByPrecedence_data()
     row("operator in a group at an odd place", u"(a) ( & ) b"_s, {u"a"_s, u" & "_s, u"b"_s});
     row("empty group", u"()"_s, {});
     row("empty group vanishes", u"() a"_s, {u"a"_s});
-    row("empty group behind an operand", u"a | b ()"_s, {});
+    row("empty group after an operand", u"a | b ()"_s, {});
     row("empty group as an operand", u"a & ()"_s, {});
     row("empty group before an operator", u"() & a"_s, {});
     row("blank group is a part", u"a | ( )"_s, {u"a"_s, u"|"_s, u" "_s});
@@ -390,21 +390,21 @@ void tst_BooleanExpressionEvaluator::SplitByPrecedence_data()
     row("and at the end", u"a &"_s, {});
     row("and at the front", u"& a"_s, {});
     row("or at the end", u"a |"_s, {});
-    row("or at the end, blank behind", u"a | "_s, {});
+    row("or at the end, blank after", u"a | "_s, {});
     row("or at the front", u"| a"_s, {});
     row("and alone", u"&"_s, {});
     row("or alone", u"|"_s, {});
     row("and before a group alone", u"& (a)"_s, {});
     row("and doubled before a group", u"a & & (b)"_s, {u"a &"_s, u"&"_s, u"b"_s});
-    row("and behind and before a group", u"(a) & & (b)"_s, {});
-    row("operator behind a group at the end", u"(a) & "_s, {});
+    row("and after and before a group", u"(a) & & (b)"_s, {});
+    row("operator after a group at the end", u"(a) & "_s, {});
     row("operator in a group", u"(&)"_s, {});
     row("not closed", u"a & (b"_s, {});
     row("not closed, second group", u"(a) | (b"_s, {});
     row("not opened", u"a) | b"_s, {u"a)"_s, u"|"_s, u"b"_s});
     row("not opened, alone", u"a & b)"_s, {u"a & b)"_s});
     row("tabs and line ends", u"\ta\n&\r\n(b)\f|\vc "_s, {u"a"_s, u"&"_s, u"b"_s, u"|"_s, u"c"_s});
-    row("no-break space is no blank behind a group", u"(a)\u00a0& b"_s, {u"a"_s, u"& b"_s});
+    row("no-break space is no blank after a group", u"(a)\u00a0& b"_s, {u"a"_s, u"& b"_s});
 }
 
 void tst_BooleanExpressionEvaluator::SplitByPrecedence()
@@ -485,11 +485,11 @@ void tst_BooleanExpressionEvaluator::Evaluate_data()
     row("or before and", u"t | f1 & f2"_s, true, true, {u"t"_s});
     row("or before and, first false", u"f | t1 & t2"_s, true, true, {u"f"_s, u"t1"_s, u"t2"_s});
     row("and before or", u"f & t1 | t2"_s, true, true, {u"f"_s, u"t2"_s});
-    row("group behind and", u"t1 & (f | t2)"_s, true, true, {u"t1"_s, u"f"_s, u"t2"_s});
+    row("group after and", u"t1 & (f | t2)"_s, true, true, {u"t1"_s, u"f"_s, u"t2"_s});
     row("group skipped", u"f & (t | ?)"_s, true, false, {u"f"_s});
-    row("no precedence behind a group", u"(f) & t1 | t2"_s, true, false, {u"f"_s});
-    row("no precedence behind a group, true", u"(t) & f | t2"_s, true, true, {u"t"_s, u"f"_s, u"t2"_s});
-    row("or behind a group ends the list", u"(t) | t2 & f"_s, true, true, {u"t"_s});
+    row("no precedence after a group", u"(f) & t1 | t2"_s, true, false, {u"f"_s});
+    row("no precedence after a group, true", u"(t) & f | t2"_s, true, true, {u"t"_s, u"f"_s, u"t2"_s});
+    row("or after a group ends the list", u"(t) | t2 & f"_s, true, true, {u"t"_s});
     row("text before a group is dropped", u"? (t)"_s, true, true, {u"t"_s});
     row("chain before a group is dropped", u"f & ? (t)"_s, true, true, {u"t"_s});
     row("operand where an operator belongs", u"(t) b"_s, false, false, {u"t"_s});

@@ -67,7 +67,7 @@ private Q_SLOTS:
     void EnumNameToValue();
     void Enum_nullTable();
     void Enum_countLimitsTheTable();
-    void Enum_tableStaysUnchanged();
+    void Enum_tableIsUnchanged();
     void GetEnumNames();
 
     void GetHash_data();
@@ -128,7 +128,7 @@ void tst_GeneralUtil::FindMatchingBrace_data()
     QTest::newRow("first of two pairs") << u"(a)(b)"_s << 0 << 2;
     QTest::newRow("second of two pairs") << u"(a)(b)"_s << 3 << 5;
     QTest::newRow("deeply nested") << u"((((x))))"_s << 1 << 7;
-    QTest::newRow("text behind") << u"f(x) + 1"_s << 1 << 3;
+    QTest::newRow("text after it") << u"f(x) + 1"_s << 1 << 3;
     QTest::newRow("in quotes") << u"(\")\")"_s << 0 << 2;
     QTest::newRow("other braces do not count") << u"([)]"_s << 0 << 2;
     QTest::newRow("never closed") << u"(a"_s << 0 << kNoPair;
@@ -138,7 +138,7 @@ void tst_GeneralUtil::FindMatchingBrace_data()
     QTest::newRow("on a closing brace") << u"(a)"_s << 2 << kNoPair;
     QTest::newRow("negative position") << u"()"_s << -1 << kNoPair;
     QTest::newRow("at the end") << u"()"_s << 2 << kNoPair;
-    QTest::newRow("far behind the end") << u"()"_s << std::numeric_limits<int>::max() << kNoPair;
+    QTest::newRow("far after the end") << u"()"_s << std::numeric_limits<int>::max() << kNoPair;
     QTest::newRow("empty text") << u""_s << 0 << kNoPair;
     QTest::newRow("null text") << QString() << 0 << kNoPair;
 }
@@ -172,7 +172,7 @@ void tst_GeneralUtil::ParseFunction_data()
     row("arguments are trimmed", u"f(\t a b \n,  c)"_s, true, u"f"_s, {u"a b"_s, u"c"_s});
     row("name is not trimmed", u" f (x)"_s, true, u" f "_s, {u"x"_s});
     row("name is empty", u"(x)"_s, true, u""_s, {u"x"_s});
-    row("text behind is ignored", u"f(x) + g(y)"_s, true, u"f"_s, {u"x"_s});
+    row("text after it is ignored", u"f(x) + g(y)"_s, true, u"f"_s, {u"x"_s});
     row("never closed", u"Max(a"_s, false, u"Max"_s, {});
     row("inner brace closed alone", u"f(a(b)"_s, false, u"f"_s, {});
     row("no brace", u"Max"_s, false, u""_s, {});
@@ -230,9 +230,9 @@ void tst_GeneralUtil::RemoveDuplicates_data()
     row("no entries, case counts", {}, false, {});
     row("all different", {u"c"_s, u"B"_s, u"a"_s}, true, {u"c"_s, u"B"_s, u"a"_s});
     row("all the same", {u"x"_s, u"X"_s, u"x"_s, u"X"_s}, true, {u"x"_s});
-    row("first spelling stays", {u"Beta"_s, u"ALPHA"_s, u"beta"_s, u"alpha"_s}, true,
+    row("first spelling is kept", {u"Beta"_s, u"ALPHA"_s, u"beta"_s, u"alpha"_s}, true,
         {u"Beta"_s, u"ALPHA"_s});
-    row("order stays", {u"b"_s, u"a"_s, u"B"_s, u"c"_s, u"A"_s}, true, {u"b"_s, u"a"_s, u"c"_s});
+    row("order is kept", {u"b"_s, u"a"_s, u"B"_s, u"c"_s, u"A"_s}, true, {u"b"_s, u"a"_s, u"c"_s});
     row("empty and null entries", {u""_s, QString(), u"a"_s, u""_s}, true, {u""_s, u"a"_s});
     row("not trimmed", {u"a"_s, u" a"_s}, true, {u"a"_s, u" a"_s});
     row("one begins with the other", {u"ab"_s, u"A"_s, u"ABC"_s}, true, {u"ab"_s, u"A"_s, u"ABC"_s});
@@ -341,8 +341,8 @@ void tst_GeneralUtil::EnumValueToName_data()
     row("bits without a row", {1, 2, 4}, 9, true, u"A"_s);
     row("no bit with a row", {1, 2, 4}, 8, true, u""_s);
     row("no bits", {1, 2, 4}, 0, true, u""_s);
-    row("row without bits", {0, 1}, 1, true, u"B"_s);
-    row("row without bits, value without bits", {0, 1}, 0, true, u""_s);
+    row("row with value 0", {0, 1}, 1, true, u"B"_s);
+    row("row with value 0, value 0", {0, 1}, 0, true, u""_s);
     row("row with several bits, one in common", {3, 4}, 2, true, u"A"_s);
     row("two rows of the same bit", {1, 1}, 1, true, u"A,B"_s);
     row("highest bit", {std::numeric_limits<int>::min(), 1}, -1, true, u"A,B"_s);
@@ -431,7 +431,7 @@ void tst_GeneralUtil::Enum_countLimitsTheTable()
     QCOMPARE(GeneralUtil::GetEnumNames(mColors.data(), 2), (QStringList{u"Red"_s, u"Green"_s}));
 }
 
-void tst_GeneralUtil::Enum_tableStaysUnchanged()
+void tst_GeneralUtil::Enum_tableIsUnchanged()
 {
     static_cast<void>(GeneralUtil::EnumValueToName(7, mColors.data(), 3, true));
     static_cast<void>(GeneralUtil::EnumNameToValue(u"red,blue"_s, mColors.data(), 3, true));
@@ -463,7 +463,7 @@ void tst_GeneralUtil::GetHash_data()
     QTest::newRow("four bytes") << u"😀"_s << "2a02eac39d716a70ecf37579185927b6"_ba;
     QTest::newRow("zero inside") << u"a\0b"_s << "70350f6027bce3713f6b76473084309b"_ba;
     QTest::newRow("byte order mark") << u"\uFEFFa"_s << "35fa5d3e88c45478f98ea858a21ee2c0"_ba;
-    QTest::newRow("no valid text, which Qt writes in its own way")
+    QTest::newRow("invalid UTF-16, which Qt replaces")
         << u"a\xD83D"_s << QCryptographicHash::hash(u"a\xD83D"_s.toUtf8(), QCryptographicHash::Md5).toHex();
     QTest::newRow("long") << u"0123456789"_s.repeated(1000) << "2bb571599a4180e1d542f76904adc3df"_ba;
 }

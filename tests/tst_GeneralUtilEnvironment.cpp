@@ -65,7 +65,7 @@ private Q_SLOTS:
 
     void AppPaths();
     void AppDataPaths();
-    void FixedAnswers();
+    void FixedResults();
     void RegistryKeyExists_data();
     void RegistryKeyExists();
     void GetSystemDirectory();
@@ -150,7 +150,7 @@ void tst_GeneralUtilEnvironment::AppDataPaths()
     QCOMPARE(GeneralUtil::GetProgramDataPath(), machine);
 }
 
-void tst_GeneralUtilEnvironment::FixedAnswers()
+void tst_GeneralUtilEnvironment::FixedResults()
 {
     QCOMPARE(GeneralUtil::GetFavoritesPath(), QString());
     QCOMPARE(GeneralUtil::GetBuild(), u"x64/Release"_s);
@@ -192,12 +192,12 @@ void tst_GeneralUtilEnvironment::GetModulePath_data()
     QTest::newRow("without suffix") << file << u"libModule"_s << true;
     QTest::newRow("with suffix") << file << file << true;
     QTest::newRow("empty") << file << QString() << false;
-    QTest::newRow("suffix alone") << file << suffix << false;
+    QTest::newRow("suffix only") << file << suffix << false;
     QTest::newRow("other case") << file << "LibModule"_L1 + suffix << false;
     QTest::newRow("other case, without suffix") << file << u"libmodule"_s << false;
     QTest::newRow("without the leading part") << file << u"Module"_s << false;
     QTest::newRow("with its folder") << file << "./"_L1 + file << false;
-    QTest::newRow("any dot keeps the suffix away") << file << u"libModule."_s << false;
+    QTest::newRow("any dot means no suffix is added") << file << u"libModule."_s << false;
     QTest::newRow("another library") << file << u"libModul"_s << false;
     QTest::newRow("dot in the name") << "libDotted.1"_L1 + suffix << "libDotted.1"_L1 + suffix << true;
     QTest::newRow("dot in the name, without suffix")
@@ -296,14 +296,14 @@ void tst_GeneralUtilEnvironment::GetSymbolicLinkTarget_data()
     QTest::addColumn<QString>("expected");
 
     QTest::newRow("file") << u"folder/file"_s << u"folder/file"_s;
-    QTest::newRow("folder with a slash behind") << u"folder/"_s << u"folder"_s;
+    QTest::newRow("folder with a trailing slash") << u"folder/"_s << u"folder"_s;
     QTest::newRow("doubled slashes and dots") << u"folder//./file"_s << u"folder/file"_s;
     QTest::newRow("link to a file, absolute") << u"toFile"_s << u"folder/file"_s;
     QTest::newRow("link to a file, relative") << u"folder/near"_s << u"folder/file"_s;
     QTest::newRow("link upwards, relative") << u"folder/inner/up"_s << u"folder/file"_s;
     QTest::newRow("chain of links") << u"chain3"_s << u"folder/file"_s;
     QTest::newRow("link to a folder") << u"toFolder"_s << u"folder"_s;
-    QTest::newRow("link to a folder, slash behind") << u"toFolder/"_s << u"folder"_s;
+    QTest::newRow("link to a folder, trailing slash") << u"toFolder/"_s << u"folder"_s;
     QTest::newRow("file behind a link to a folder") << u"toFolder/file"_s << u"folder/file"_s;
     QTest::newRow("two links in one path") << u"toFolder/near"_s << u"folder/file"_s;
     QTest::newRow("missing") << u"missing"_s << u"missing"_s;
@@ -385,7 +385,7 @@ void tst_GeneralUtilEnvironment::FindLocaleFile_data()
     QTest::newRow("given suffix is not replaced")
         << u"fr-FR/strings.xlf"_s << u"strings.txt"_s << u"fr-FR"_s << false;
     QTest::newRow("two suffixes") << u"fr-FR/strings.tar.gz"_s << u"strings.tar.gz"_s << u"fr-FR"_s << true;
-    QTest::newRow("name of a suffix alone") << u"fr-FR/.hidden"_s << u".hidden"_s << u"fr-FR"_s << true;
+    QTest::newRow("name that is only a suffix") << u"fr-FR/.hidden"_s << u".hidden"_s << u"fr-FR"_s << true;
     QTest::newRow("dot at the end is no suffix")
         << u"fr-FR/strings..xlf"_s << u"strings."_s << u"fr-FR"_s << true;
     QTest::newRow("suffix and a dot at the end")
@@ -394,9 +394,10 @@ void tst_GeneralUtilEnvironment::FindLocaleFile_data()
         << u"fr-FR/strings.xlf"_s << u"/else/where.d/strings"_s << u"fr-FR"_s << true;
     QTest::newRow("empty file") << u"fr-FR/.xlf"_s << QString() << u"fr-FR"_s << false;
     QTest::newRow("folder as file") << u"fr-FR/.xlf"_s << u"folder/"_s << u"fr-FR"_s << true;
-    QTest::newRow("no way back to the language")
+    QTest::newRow("no fallback to the language")
         << u"fr/strings.xlf"_s << u"strings"_s << u"fr-CA"_s << false;
-    QTest::newRow("no other region") << u"fr-FR/strings.xlf"_s << u"strings"_s << u"fr-CA"_s << false;
+    QTest::newRow("no fallback to another region")
+        << u"fr-FR/strings.xlf"_s << u"strings"_s << u"fr-CA"_s << false;
     QTest::newRow("no three-letter name") << u"fra/strings.xlf"_s << u"strings"_s << u"fr-FR"_s << false;
     QTest::newRow("not in the folder itself") << u"strings.xlf"_s << u"strings"_s << u"fr-FR"_s << false;
     QTest::newRow("underscore of a given locale is kept")

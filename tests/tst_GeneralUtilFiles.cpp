@@ -102,7 +102,7 @@ private Q_SLOTS:
     void DeleteFiles();
     void DeleteFiles_emptyFolderText();
     void DeleteFiles_noFolder();
-    void DeleteFiles_failureDoesNotStopIt();
+    void DeleteFiles_continuesAfterFailure();
     void DeleteFiles_readOnlyFile();
     void DeleteFiles_readOnlyFileIsMadeWritableFirst();
     void DeleteFiles_links();
@@ -116,10 +116,10 @@ private Q_SLOTS:
 
     void GetUniqueFile_data();
     void GetUniqueFile();
-    void GetUniqueFile_freePathStaysAsGiven();
+    void GetUniqueFile_unusedPathIsUnchanged();
     void GetUniqueFile_emptyPath();
     void GetUniqueFile_relativePath();
-    void GetUniqueFile_folderCountsAsTaken();
+    void GetUniqueFile_folderCountsAsInUse();
     void GetUniqueFile_placeholderInTheFolder();
     void GetUniqueFile_shortForm();
     void GetUniqueFile_inFolder_data();
@@ -437,17 +437,17 @@ void tst_GeneralUtilFiles::DeleteFiles_data()
         {u"d/"_s, u"d/a.tmp"_s, u"d/b.txt"_s, u"d/sub/"_s, u"d/sub/c.tmp"_s, u"d/sub/e.txt"_s});
     row("folder holds nothing", {u"d/"_s}, u""_s, kFilesOnly, false, {});
 
-    row("empty folders go, not recursive", {u"d/a.tmp"_s, u"d/b.txt"_s, u"d/e/f/"_s, u"d/g/"_s}, u"*.tmp"_s,
-        kFilesOnly, false, {u"d/"_s, u"d/b.txt"_s});
-    row("empty folders go, no match", {u"d/b.txt"_s, u"d/e/f/"_s}, u"*.tmp"_s, kFilesOnly, false,
+    row("empty folders are removed, not recursive", {u"d/a.tmp"_s, u"d/b.txt"_s, u"d/e/f/"_s, u"d/g/"_s},
+        u"*.tmp"_s, kFilesOnly, false, {u"d/"_s, u"d/b.txt"_s});
+    row("empty folders are removed, no match", {u"d/b.txt"_s, u"d/e/f/"_s}, u"*.tmp"_s, kFilesOnly, false,
         {u"d/"_s, u"d/b.txt"_s});
-    row("folder goes when it is empty in the end", {u"d/a.tmp"_s, u"d/e/f/"_s}, u"*.tmp"_s, kFilesOnly, false,
+    row("folder is removed if it ends up empty", {u"d/a.tmp"_s, u"d/e/f/"_s}, u"*.tmp"_s, kFilesOnly, false,
         {});
-    row("folder above stays", {u"d/a.tmp"_s, u"x"_s}, u""_s, kFilesOnly, true, {u"x"_s});
+    row("parent folder is kept", {u"d/a.tmp"_s, u"x"_s}, u""_s, kFilesOnly, true, {u"x"_s});
 
-    row("hidden files stay", {u"d/.h"_s, u"d/a"_s}, u""_s, kFilesOnly, true, {u"d/"_s, u"d/.h"_s});
+    row("hidden files are kept", {u"d/.h"_s, u"d/a"_s}, u""_s, kFilesOnly, true, {u"d/"_s, u"d/.h"_s});
     row("hidden files and folders", {u"d/.h"_s, u"d/.s/a"_s}, u""_s, kFilesOnly | QDir::Hidden, true, {});
-    row("hidden folders stay, even if empty", {u"d/.s/"_s, u"d/a"_s}, u""_s, kFilesOnly, true,
+    row("hidden folders are kept, even if empty", {u"d/.s/"_s, u"d/a"_s}, u""_s, kFilesOnly, true,
         {u"d/"_s, u"d/.s/"_s});
     // Folders that are listed as files cannot be deleted as files; removing empty folders uses its own list.
     row("listed folders are failures", {u"d/a"_s, u"d/sub/b"_s}, u""_s, kFilesOnly | QDir::Dirs, true, {},
@@ -488,7 +488,7 @@ void tst_GeneralUtilFiles::DeleteFiles_noFolder()
     QCOMPARE(Tree(), QStringList{u"a"_s});
 }
 
-void tst_GeneralUtilFiles::DeleteFiles_failureDoesNotStopIt()
+void tst_GeneralUtilFiles::DeleteFiles_continuesAfterFailure()
 {
     // "b" is listed between the two files, and cannot be deleted as a file.
     QVERIFY(Make({u"d/a"_s, u"d/b/x"_s, u"d/c"_s}));
@@ -643,52 +643,51 @@ void tst_GeneralUtilFiles::GetUniqueFile_data()
                         const QString& firstTry, bool append, int start, const QString& expected) {
         QTest::newRow(name) << before << format << firstTry << append << start << expected;
     };
-    row("first number is free", {u"a.txt"_s}, u"(%1)"_s, u""_s, true, 2, u"a(2).txt"_s);
-    row("second number is free", {u"a.txt"_s, u"a(2).txt"_s}, u"(%1)"_s, u""_s, true, 2, u"a(3).txt"_s);
+    row("first number is unused", {u"a.txt"_s}, u"(%1)"_s, u""_s, true, 2, u"a(2).txt"_s);
+    row("second number is unused", {u"a.txt"_s, u"a(2).txt"_s}, u"(%1)"_s, u""_s, true, 2, u"a(3).txt"_s);
     row("a gap", {u"a.txt"_s, u"a(2).txt"_s, u"a(4).txt"_s}, u"(%1)"_s, u""_s, true, 2, u"a(3).txt"_s);
     row("other start", {u"a.txt"_s, u"a(2).txt"_s}, u"(%1)"_s, u""_s, true, 10, u"a(10).txt"_s);
     row("through 0", {u"a.txt"_s, u"a-1.txt"_s, u"a0.txt"_s}, u"%1"_s, u""_s, true, -1, u"a1.txt"_s);
     row("no format", {u"a.txt"_s, u"a2.txt"_s}, u""_s, u""_s, true, 2, u"a3.txt"_s);
-    row("in front", {u"a.txt"_s, u"1_a.txt"_s}, u"%1_"_s, u""_s, false, 1, u"2_a.txt"_s);
+    row("tag in front", {u"a.txt"_s, u"1_a.txt"_s}, u"%1_"_s, u""_s, false, 1, u"2_a.txt"_s);
     row("number twice", {u"a.txt"_s}, u"-%1-%1"_s, u""_s, true, 7, u"a-7-7.txt"_s);
     row("other placeholder", {u"a.txt"_s}, u"-%5"_s, u""_s, true, 7, u"a-7.txt"_s);
     row("only the lowest placeholder", {u"a.txt"_s}, u"-%2-%1"_s, u""_s, true, 7, u"a-%2-7.txt"_s);
     row("placeholder of two digits", {u"a.txt"_s}, u"-%99"_s, u""_s, true, 7, u"a-7.txt"_s);
     row("large number is not grouped", {u"a.txt"_s}, u"%1"_s, u""_s, true, 1234567, u"a1234567.txt"_s);
 
-    row("first try is free", {u"a.txt"_s}, u"(%1)"_s, u" copy"_s, true, 2, u"a copy.txt"_s);
-    row("first try is taken", {u"a.txt"_s, u"a copy.txt"_s}, u"(%1)"_s, u" copy"_s, true, 2, u"a(2).txt"_s);
+    row("first try is unused", {u"a.txt"_s}, u"(%1)"_s, u" copy"_s, true, 2, u"a copy.txt"_s);
+    row("first try is in use", {u"a.txt"_s, u"a copy.txt"_s}, u"(%1)"_s, u" copy"_s, true, 2, u"a(2).txt"_s);
     row("first try in front", {u"a.txt"_s}, u"(%1)"_s, u"copy of "_s, false, 2, u"copy of a.txt"_s);
-    row("first try is no format", {u"a.txt"_s}, u"(%1)"_s, u"%1"_s, true, 2, u"a%1.txt"_s);
+    row("first try is not a format", {u"a.txt"_s}, u"(%1)"_s, u"%1"_s, true, 2, u"a%1.txt"_s);
 
     row("no suffix", {u"a"_s}, u"-%1"_s, u""_s, true, 2, u"a-2"_s);
     row("two suffixes", {u"a.tar.gz"_s}, u"-%1"_s, u""_s, true, 2, u"a.tar-2.gz"_s);
-    row("nothing but a suffix", {u".profile"_s}, u"-%1"_s, u""_s, true, 2, u"-2.profile"_s);
-    row("dot at the end goes", {u"a."_s}, u"-%1"_s, u""_s, true, 2, u"a-2"_s);
+    row("only a suffix", {u".profile"_s}, u"-%1"_s, u""_s, true, 2, u"-2.profile"_s);
+    row("trailing dot is dropped", {u"a."_s}, u"-%1"_s, u""_s, true, 2, u"a-2"_s);
     row("placeholder in the name takes the tag", {u"a%1.txt"_s}, u"(%1)"_s, u""_s, true, 2, u"a(2)%3.txt"_s);
     // In "%3%2" the first digit of the name completes the placeholder "%31", which the tag replaces.
-    row("digit in front of the name, tag behind it", {u"1a.txt"_s}, u"(%1)"_s, u""_s, true, 2,
-        u"1a(2).txt"_s);
-    row("digit in front of the name, tag before it", {u"1a.txt"_s}, u"%1_"_s, u""_s, false, 2, u"2_a.txt"_s);
-    row("placeholder in the suffix stays", {u"a.%1"_s}, u"(%1)"_s, u""_s, true, 2, u"a(2).%1"_s);
+    row("name begins with a digit, tag after it", {u"1a.txt"_s}, u"(%1)"_s, u""_s, true, 2, u"1a(2).txt"_s);
+    row("name begins with a digit, tag before it", {u"1a.txt"_s}, u"%1_"_s, u""_s, false, 2, u"2_a.txt"_s);
+    row("placeholder in the suffix is kept", {u"a.%1"_s}, u"(%1)"_s, u""_s, true, 2, u"a(2).%1"_s);
 
     row("no placeholder", {u"a.txt"_s}, u"_"_s, u""_s, true, 2, u"a_.txt"_s);
-    row("no placeholder, taken", {u"a.txt"_s, u"a_.txt"_s}, u"_"_s, u""_s, true, 2, u""_s);
-    row("no placeholder, first try taken", {u"a.txt"_s, u"ab.txt"_s, u"a_.txt"_s}, u"_"_s, u"b"_s, true, 2,
+    row("no placeholder, in use", {u"a.txt"_s, u"a_.txt"_s}, u"_"_s, u""_s, true, 2, u""_s);
+    row("no placeholder, first try in use", {u"a.txt"_s, u"ab.txt"_s, u"a_.txt"_s}, u"_"_s, u"b"_s, true, 2,
         u""_s);
     row("percent sign is no placeholder", {u"a.txt"_s, u"a%.txt"_s}, u"%"_s, u""_s, true, 2, u""_s);
     row("percent sign in front of a letter", {u"a.txt"_s, u"a%L.txt"_s}, u"%L"_s, u""_s, true, 2, u""_s);
 
     const QString last = QString::number(kLastCounter);
-    row("last number is free", {u"a.txt"_s}, u"%1"_s, u""_s, true, kLastCounter, u"a%1.txt"_s.arg(last));
-    row("last number is taken", {u"a.txt"_s, u"a%1.txt"_s.arg(last)}, u"%1"_s, u""_s, true, kLastCounter,
+    row("last number is unused", {u"a.txt"_s}, u"%1"_s, u""_s, true, kLastCounter, u"a%1.txt"_s.arg(last));
+    row("last number is in use", {u"a.txt"_s, u"a%1.txt"_s.arg(last)}, u"%1"_s, u""_s, true, kLastCounter,
         u""_s);
-    row("last number but one is taken", {u"a.txt"_s, u"a2147483645.txt"_s}, u"%1"_s, u""_s, true,
+    row("last number but one is in use", {u"a.txt"_s, u"a2147483645.txt"_s}, u"%1"_s, u""_s, true,
         kLastCounter - 1, u"a%1.txt"_s.arg(last));
     row("starts at the end", {u"a.txt"_s}, u"%1"_s, u""_s, true, kLastCounter + 1, u""_s);
-    row("starts at the end, first try is free", {u"a.txt"_s}, u"%1"_s, u"b"_s, true, kLastCounter + 1,
+    row("starts at the end, first try is unused", {u"a.txt"_s}, u"%1"_s, u"b"_s, true, kLastCounter + 1,
         u"ab.txt"_s);
-    row("starts at the end, first try is taken", {u"a.txt"_s, u"ab.txt"_s}, u"%1"_s, u"b"_s, true,
+    row("starts at the end, first try is in use", {u"a.txt"_s, u"ab.txt"_s}, u"%1"_s, u"b"_s, true,
         kLastCounter + 1, u""_s);
 }
 
@@ -709,7 +708,7 @@ void tst_GeneralUtilFiles::GetUniqueFile()
     QCOMPARE(Tree(), Sorted(before)); // nothing is created
 }
 
-void tst_GeneralUtilFiles::GetUniqueFile_freePathStaysAsGiven()
+void tst_GeneralUtilFiles::GetUniqueFile_unusedPathIsUnchanged()
 {
     const CurrentFolderGuard guard(mRoot);
     for (const QString& path :
@@ -732,7 +731,7 @@ void tst_GeneralUtilFiles::GetUniqueFile_relativePath()
     QCOMPARE(GeneralUtil::GetUniqueFile(u"sub/a.txt"_s, u"(%1)"_s, u""_s, true, 2), Path(u"sub/a(2).txt"_s));
 }
 
-void tst_GeneralUtilFiles::GetUniqueFile_folderCountsAsTaken()
+void tst_GeneralUtilFiles::GetUniqueFile_folderCountsAsInUse()
 {
     QVERIFY(Make({u"a/"_s, u"a(2)/"_s}));
 
@@ -772,7 +771,7 @@ void tst_GeneralUtilFiles::GetUniqueFile_inFolder_data()
                         const QString& extension, const QString& separator, const QString& expected) {
         QTest::newRow(test) << before << name << extension << separator << expected;
     };
-    row("free", {}, u"a"_s, u"txt"_s, u"_%1"_s, u"a.txt"_s);
+    row("unused", {}, u"a"_s, u"txt"_s, u"_%1"_s, u"a.txt"_s);
     row("extension with its dot", {}, u"a"_s, u".txt"_s, u"_%1"_s, u"a.txt"_s);
     row("extension of two parts", {}, u"a"_s, u"tar.gz"_s, u"_%1"_s, u"a.tar.gz"_s);
     row("no name", {}, u""_s, u"txt"_s, u"_%1"_s, u"Temp.txt"_s);
@@ -781,15 +780,15 @@ void tst_GeneralUtilFiles::GetUniqueFile_inFolder_data()
     row("name with several dots", {}, u"a.b.c"_s, u""_s, u"_%1"_s, u"a.c"_s);
     row("name with dots and an extension", {}, u"a.b"_s, u"txt"_s, u"_%1"_s, u"a.b.txt"_s);
     row("no extension at all", {}, u"a"_s, u""_s, u"_%1"_s, u"a"_s);
-    row("folder in the name goes with the extension", {}, u"sub/a.txt"_s, u""_s, u"_%1"_s, u"a.txt"_s);
-    row("folder in the name stays", {}, u"sub/a"_s, u"txt"_s, u"_%1"_s, u"sub/a.txt"_s);
-    row("taken, the separator comes twice", {u"a.txt"_s}, u"a"_s, u"txt"_s, u"_%1"_s, u"a_1%_1.txt"_s);
-    row("taken twice", {u"a.txt"_s, u"a_1%_1.txt"_s}, u"a"_s, u"txt"_s, u"_%1"_s, u"a_2%_2.txt"_s);
+    row("folder in the name is dropped with the extension", {}, u"sub/a.txt"_s, u""_s, u"_%1"_s, u"a.txt"_s);
+    row("folder in the name is kept", {}, u"sub/a"_s, u"txt"_s, u"_%1"_s, u"sub/a.txt"_s);
+    row("in use, the separator is added twice", {u"a.txt"_s}, u"a"_s, u"txt"_s, u"_%1"_s, u"a_1%_1.txt"_s);
+    row("in use twice", {u"a.txt"_s, u"a_1%_1.txt"_s}, u"a"_s, u"txt"_s, u"_%1"_s, u"a_2%_2.txt"_s);
     row("separator without a placeholder", {u"a.txt"_s}, u"a"_s, u"txt"_s, u"_"_s, u"a_%_.txt"_s);
-    row("separator without a placeholder, taken", {u"a.txt"_s, u"a_%_.txt"_s}, u"a"_s, u"txt"_s, u"_"_s,
+    row("separator without a placeholder, in use", {u"a.txt"_s, u"a_%_.txt"_s}, u"a"_s, u"txt"_s, u"_"_s,
         u""_s);
     row("no separator", {u"a.txt"_s}, u"a"_s, u"txt"_s, u""_s, u"a%.txt"_s);
-    row("no separator, taken", {u"a.txt"_s, u"a%.txt"_s}, u"a"_s, u"txt"_s, u""_s, u""_s);
+    row("no separator, in use", {u"a.txt"_s, u"a%.txt"_s}, u"a"_s, u"txt"_s, u""_s, u""_s);
     // The '%' in the middle and the digit after it form a placeholder.
     row("separator begins with a digit", {u"a.txt"_s}, u"a"_s, u"txt"_s, u"5"_s, u"a51.txt"_s);
 }
@@ -832,12 +831,12 @@ void tst_GeneralUtilFiles::FixInvalidCharsInFileName_data()
     QTest::newRow("longer replacement") << u"a/b\\"_s << u"<>"_s << u"a<>b<>"_s;
     QTest::newRow("removed") << u"/a:b\\"_s << u""_s << u"ab"_s;
     QTest::newRow("backslash by itself") << u"a\\b"_s << u"\\"_s << u"a\\b"_s;
-    QTest::newRow("backslashes brought in are replaced once more")
+    QTest::newRow("backslashes of the replacement are replaced once")
         << u"a:b\\c"_s << u"x\\"_s << u"axx\\bx\\c"_s;
     QTest::newRow("backslash and digit are no reference") << u"a:b"_s << u"1"_s << u"a1b"_s;
     QTest::newRow("backslash and 0 are no reference") << u"a:b"_s << u"\\0"_s << u"a\\00b"_s;
-    QTest::newRow("line breaks stay") << u"a\nb:"_s << u"_"_s << u"a\nb_"_s;
-    QTest::newRow("look-alikes stay") << u"a\uFF1Ab\u2215c"_s << u"_"_s << u"a\uFF1Ab\u2215c"_s;
+    QTest::newRow("line breaks are kept") << u"a\nb:"_s << u"_"_s << u"a\nb_"_s;
+    QTest::newRow("similar characters are kept") << u"a\uFF1Ab\u2215c"_s << u"_"_s << u"a\uFF1Ab\u2215c"_s;
     QTest::newRow("empty") << u""_s << u"_"_s << u""_s;
     QTest::newRow("null") << QString() << u"_"_s << u""_s;
 }
@@ -861,23 +860,23 @@ void tst_GeneralUtilFiles::ReadAllLines_data()
 
     QTest::newRow("empty") << ""_ba << QStringList();
     QTest::newRow("one line") << "a"_ba << QStringList{u"a"_s};
-    QTest::newRow("one line with its end") << "a\n"_ba << QStringList{u"a"_s};
-    QTest::newRow("no end behind the last line") << "a\nb"_ba << QStringList{u"a"_s, u"b"_s};
-    QTest::newRow("end behind the last line") << "a\nb\n"_ba << QStringList{u"a"_s, u"b"_s};
-    QTest::newRow("ends of two characters") << "a\r\nb\r\n"_ba << QStringList{u"a"_s, u"b"_s};
-    QTest::newRow("both kinds of ends") << "a\r\nb\nc"_ba << QStringList{u"a"_s, u"b"_s, u"c"_s};
+    QTest::newRow("one line with its line end") << "a\n"_ba << QStringList{u"a"_s};
+    QTest::newRow("no line end after the last line") << "a\nb"_ba << QStringList{u"a"_s, u"b"_s};
+    QTest::newRow("line end after the last line") << "a\nb\n"_ba << QStringList{u"a"_s, u"b"_s};
+    QTest::newRow("line ends of two characters") << "a\r\nb\r\n"_ba << QStringList{u"a"_s, u"b"_s};
+    QTest::newRow("both kinds of line ends") << "a\r\nb\nc"_ba << QStringList{u"a"_s, u"b"_s, u"c"_s};
     QTest::newRow("blank lines") << "\n\na\n\n"_ba << QStringList{u""_s, u""_s, u"a"_s, u""_s};
-    QTest::newRow("nothing but an end") << "\n"_ba << QStringList{u""_s};
-    QTest::newRow("white space stays") << " a \t\n"_ba << QStringList{u" a \t"_s};
+    QTest::newRow("only a line end") << "\n"_ba << QStringList{u""_s};
+    QTest::newRow("white space is kept") << " a \t\n"_ba << QStringList{u" a \t"_s};
     QTest::newRow("UTF-8") << "Gr\xC3\xB6\xC3\x9F"
                               "e\n\xE2\x82\xAC \xF0\x9F\x98\x80"_ba
                            << QStringList{u"Größe"_s, u"€ 😀"_s};
     QTest::newRow("byte order mark") << "\xEF\xBB\xBF"
                                         "a\nb"_ba
                                      << QStringList{u"a"_s, u"b"_s};
-    QTest::newRow("no valid text") << "a\xFF"
-                                      "b"_ba
-                                   << QStringList{u"a\uFFFDb"_s};
+    QTest::newRow("invalid UTF-16") << "a\xFF"
+                                       "b"_ba
+                                    << QStringList{u"a\uFFFDb"_s};
     QTest::newRow("zero inside") << "a\0b\n"_ba << QStringList{u"a\0b"_s};
     QTest::newRow("longer than any buffer")
         << QByteArray(100000, 'x') + "\ny" << QStringList{QString(100000, u'x'), u"y"_s};
@@ -927,7 +926,7 @@ void tst_GeneralUtilFiles::WriteAllLines_data()
     QTest::newRow("one line") << QStringList{u"a"_s} << "a\n"_ba;
     QTest::newRow("two lines") << QStringList{u"a"_s, u"b"_s} << "a\nb\n"_ba;
     QTest::newRow("empty and null lines") << QStringList{u""_s, QString(), u"a"_s, u""_s} << "\n\na\n\n"_ba;
-    QTest::newRow("white space stays") << QStringList{u" a\t"_s} << " a\t\n"_ba;
+    QTest::newRow("white space is kept") << QStringList{u" a\t"_s} << " a\t\n"_ba;
     QTest::newRow("line breaks inside") << QStringList{u"a\nb"_s, u"c\r"_s} << "a\nb\nc\r\n"_ba;
     QTest::newRow("UTF-8, no byte order mark") << QStringList{u"Größe"_s, u"€ 😀"_s}
                                                << "Gr\xC3\xB6\xC3\x9F"

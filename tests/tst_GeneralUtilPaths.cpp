@@ -90,9 +90,9 @@ void tst_GeneralUtilPaths::CleanPath_data()
     QTest::newRow("null") << QString() << u""_s;
     QTest::newRow("root") << u"/"_s << u"/"_s;
     QTest::newRow("padded root") << u" / "_s << u"/"_s;
-    QTest::newRow("root by detour") << u"/a/.."_s << u"/"_s;
+    QTest::newRow("root through ".."") << u"/a/.."_s << u"/"_s;
     QTest::newRow("white space alone") << u" \t\n"_s << u""_s;
-    QTest::newRow("slashes in front and behind") << u"/Users/a/b/"_s << u"Users/a/b"_s;
+    QTest::newRow("leading and trailing slashes") << u"/Users/a/b/"_s << u"Users/a/b"_s;
     QTest::newRow("padded, doubled separator") << u" /a//b/ "_s << u"a/b"_s;
     QTest::newRow("padded dots") << u" ./a/b/.. "_s << u"a"_s;
     QTest::newRow("clean already") << u"a/b"_s << u"a/b"_s;
@@ -100,22 +100,22 @@ void tst_GeneralUtilPaths::CleanPath_data()
     QTest::newRow("dots") << u"/a/./b/../c"_s << u"a/c"_s;
     QTest::newRow("dot alone") << u"."_s << u"."_s;
     QTest::newRow("above the start") << u"../../a"_s << u"../../a"_s;
-    QTest::newRow("white space inside stays") << u"/a b/ c"_s << u"a b/ c"_s;
-    QTest::newRow("case stays") << u"/A/b"_s << u"A/b"_s;
+    QTest::newRow("white space inside is kept") << u"/a b/ c"_s << u"a b/ c"_s;
+    QTest::newRow("case is kept") << u"/A/b"_s << u"A/b"_s;
 
-    QTest::newRow("doubled separator behind a dot") << u"/.//a"_s << u"a"_s;
-    QTest::newRow("doubled separator behind two dots") << u"/a/..//b"_s << u"b"_s;
-    QTest::newRow("doubled separator behind two dots, relative") << u"..//a"_s << u"../a"_s;
+    QTest::newRow("doubled separator after a dot") << u"/.//a"_s << u"a"_s;
+    QTest::newRow("doubled separator after two dots") << u"/a/..//b"_s << u"b"_s;
+    QTest::newRow("doubled separator after two dots, relative") << u"..//a"_s << u"../a"_s;
     QTest::newRow("doubled separator above the root") << u"/..//a"_s << u"../a"_s;
-    QTest::newRow("doubled separator behind a detour above the root") << u"/a/../..//b"_s << u"../b"_s;
-    QTest::newRow("tripled separator behind a detour above the root") << u"/x/../..///a"_s << u"../a"_s;
+    QTest::newRow("doubled separator after going above the root") << u"/a/../..//b"_s << u"../b"_s;
+    QTest::newRow("tripled separator after going above the root") << u"/x/../..///a"_s << u"../a"_s;
 
     QTest::newRow("drive, backslashes") << u"C:\\x\\..\\y"_s << u"C:/y"_s;
     QTest::newRow("drive, slashes") << u"C:/x/../y/"_s << u"C:/y"_s;
     QTest::newRow("drive, both kinds") << u"c:\\x/y\\"_s << u"c:/x/y"_s;
-    QTest::newRow("drive, white space behind") << u"C:\\x "_s << u"C:/x"_s;
+    QTest::newRow("drive, white space after it") << u"C:\\x "_s << u"C:/x"_s;
     QTest::newRow("drive, relative") << u"C:x\\y"_s << u"C:x/y"_s;
-    QTest::newRow("colon in front") << u":a//b/"_s << u":a/b"_s;
+    QTest::newRow("leading colon") << u":a//b/"_s << u":a/b"_s;
 
     // Two leading slashes are kept if Qt keeps them, which depends on the system.
     const bool qtKeepsTwoSlashes = QDir::cleanPath(u"//server/share"_s).startsWith("//"_L1);
@@ -131,7 +131,7 @@ void tst_GeneralUtilPaths::CleanPath_data()
     QTest::newRow("scheme") << u"ftp:\\\\a\\b"_s << u"ftp://a/b"_s;
     QTest::newRow("scheme, nothing else changes") << u" ftp:\\a/../b//c/. "_s << u" ftp:/a/../b//c/. "_s;
     QTest::newRow("scheme of two letters") << u"ab:\\c\\"_s << u"ab:/c/"_s;
-    QTest::newRow("drive behind white space reads as a scheme") << u" C:\\x\\..\\y"_s << u" C:/x/../y"_s;
+    QTest::newRow("drive after white space reads as a scheme") << u" C:\\x\\..\\y"_s << u" C:/x/../y"_s;
     QTest::newRow("colon further on reads as a scheme") << u"/a//b:c/"_s << u"/a//b:c/"_s;
 }
 
@@ -185,7 +185,7 @@ void tst_GeneralUtilPaths::GetDrive_data()
         << u"C:/../x"_s << (QDir::cleanPath(u"C:/../x"_s).left(2) == u"C:"_s ? u"C:"_s : u""_s);
     QTest::newRow("scheme") << u"http://host/x"_s << u"http:"_s;
     QTest::newRow("two colons") << u"http://host:80"_s << u"http:"_s;
-    QTest::newRow("colon in front") << u":x"_s << u":"_s;
+    QTest::newRow("leading colon") << u":x"_s << u":"_s;
     QTest::newRow("colon further on") << u"/a/b:c"_s << u"/a/b:"_s;
     QTest::newRow("none") << u"/a/b"_s << u""_s;
     QTest::newRow("server") << u"\\\\srv\\share"_s << u""_s;
@@ -244,14 +244,14 @@ void tst_GeneralUtilPaths::RelativeToAbsolutePath_data()
     row("base is a folder", u"x/y"_s, u"/b/file.txt"_s, false, u"/b/file.txt/x/y"_s);
     row("folder with a slash", u"x"_s, u"/b/"_s, false, u"/b/x"_s);
     row("folder with a slash, as a file", u"x"_s, u"/b/"_s, true, u"/b/x"_s);
-    row("slash in front", u"/x"_s, u"/b"_s, false, u"/b/x"_s);
+    row("leading slash", u"/x"_s, u"/b"_s, false, u"/b/x"_s);
     row("dots", u"../x/./y/.."_s, u"/b/c"_s, false, u"/b/x"_s);
     row("above the root", u"../../x"_s, u"/b"_s, false, QDir::cleanPath(u"/b/../../x"_s));
     row("base not clean", u"x"_s, u"/a/../b//c"_s, false, u"/b/c/x"_s);
-    row("doubled separator behind two dots", u"x/..//y"_s, u"/b"_s, false, u"/b/y"_s);
-    row("base with a doubled separator behind two dots", u"x"_s, u"/a/..//b"_s, false, u"/b/x"_s);
+    row("doubled separator after two dots", u"x/..//y"_s, u"/b"_s, false, u"/b/y"_s);
+    row("base with a doubled separator after two dots", u"x"_s, u"/a/..//b"_s, false, u"/b/x"_s);
     row("base with a doubled separator, as a file", u"x"_s, u"/a/..//b/f"_s, true, u"/b/x"_s);
-    row("colon, doubled separator behind two dots", u"/a/..//b:c"_s, u"/b"_s, false, u"/b:c"_s);
+    row("colon, doubled separator after two dots", u"/a/..//b:c"_s, u"/b"_s, false, u"/b:c"_s);
     row("root as the base", u"x"_s, u"/"_s, false, u"/x"_s);
     row("file in the root", u"x"_s, u"/f"_s, true, u"/x"_s);
     row("relative base", u"x"_s, u"b"_s, false, u"b/x"_s);
@@ -311,7 +311,7 @@ void tst_GeneralUtilPaths::AbsoluteToRelativePath_data()
     row("colon further on, beside the base", u"/c/x:y"_s, u"/b/d"_s, false, u"../../c/x:y"_s);
     row("colon further on, base is a file", u"/b/x:y"_s, u"/b/f.txt"_s, true, u"x:y"_s);
     row("colon further on, base not clean", u"/b/x:y"_s, u"/a/../b/"_s, false, u"x:y"_s);
-    row("colon further on, doubled separator behind two dots", u"/a/..//b/x:y"_s, u"/b"_s, false, u"x:y"_s);
+    row("colon further on, doubled separator after two dots", u"/a/..//b/x:y"_s, u"/b"_s, false, u"x:y"_s);
     row("colon further on, doubled separator in the base", u"/b/x:y"_s, u"/a/..//b"_s, false, u"x:y"_s);
     row("colon further on, the base itself", u"/b/x:y"_s, u"/b/x:y"_s, false, u"."_s);
 }
@@ -359,12 +359,12 @@ void tst_GeneralUtilPaths::IsParentPath_data()
     row("same", u"a/b"_s, u"a/b"_s, false, true);
     row("same, other case", u"a/b"_s, u"A/B"_s, false, true);
     row("same after cleaning", u"/a/x/../b/"_s, u"a//b"_s, false, true);
-    row("begins alike", u"a/b"_s, u"a/bc"_s, false, false);
+    row("same beginning of a segment", u"a/b"_s, u"a/bc"_s, false, false);
     row("above", u"a/b/c"_s, u"a/b"_s, false, false);
     row("elsewhere", u"a/b"_s, u"a/c/b"_s, false, false);
     row("below after cleaning", u"/a/b/"_s, u" a/./b/c/ "_s, true, true);
     row("leaves the parent", u"a/b"_s, u"a/b/../c"_s, false, false);
-    row("slash in front or not", u"/a"_s, u"a/b"_s, true, true);
+    row("with and without a leading slash", u"/a"_s, u"a/b"_s, true, true);
     row("beyond ASCII, other case", u"Ä"_s, u"ä/b"_s, true, true);
     row("no full folding", u"ss"_s, u"ß/b"_s, false, false);
     row("drive", u"C:/a"_s, u"c:\\A\\b"_s, true, true);
@@ -420,7 +420,7 @@ void tst_GeneralUtilPaths::GetCommonParentPath_data()
     const auto row = [](const char* name, const QString& path1, const QString& path2,
                         const QString& expected) { QTest::newRow(name) << path1 << path2 << expected; };
     row("other case, spelled like the first", u"/Users/a/x"_s, u"/users/A/y"_s, u"Users/a"_s);
-    row("as many, spelled like the first", u"/users/A/y"_s, u"/Users/a/x"_s, u"users/A"_s);
+    row("same number of segments, spelled like the first", u"/users/A/y"_s, u"/Users/a/x"_s, u"users/A"_s);
     row("second is shorter, spelled like it", u"/users/A/y/z"_s, u"/Users/a/x"_s, u"Users/a"_s);
     row("first is shorter, spelled like it", u"/Users/a"_s, u"/users/A/y/z"_s, u"Users/a"_s);
     row("same", u"a/b"_s, u"a/b"_s, u"a/b"_s);
@@ -491,14 +491,14 @@ void tst_GeneralUtilPaths::GetSubPath_data()
     row("below after cleaning", u"/a/b/"_s, u" /a//b/x/../c/ "_s, u"c"_s);
     row("elsewhere", u"a/b"_s, u"x/y"_s, u"x/y"_s);
     row("elsewhere, cleaned", u"a/b"_s, u"/x//y/"_s, u"x/y"_s);
-    row("begins alike", u"a/b"_s, u"a/bc"_s, u"a/bc"_s);
+    row("same beginning of a segment", u"a/b"_s, u"a/bc"_s, u"a/bc"_s);
     row("same", u"a/b"_s, u"a/b"_s, u""_s);
     row("same, other case", u"a/b"_s, u"A/B"_s, u""_s);
     row("above", u"a/b/c"_s, u"a/b"_s, u"a/b"_s);
     row("drive", u"C:/a"_s, u"c:\\a\\b"_s, u"b"_s);
     row("drive alone", u"C:"_s, u"C:/a/b"_s, u"a/b"_s);
     row("scheme", u"http://h"_s, u"http://h/a"_s, u"a"_s);
-    row("scheme, slashes in front go", u"http:"_s, u"http://h/a/"_s, u"h/a"_s);
+    row("scheme, leading slashes are dropped", u"http:"_s, u"http://h/a/"_s, u"h/a"_s);
     row("root and itself", u"/"_s, u"/"_s, u""_s);
     row("root and a path", u"/"_s, u"/a"_s, u"a"_s);
     row("empty and root", u""_s, u"/"_s, u""_s);

@@ -275,12 +275,12 @@ void tst_LocaleUtil::Lookup_oddNames_data()
     QTest::newRow("empty") << u""_s;
     QTest::newRow("one letter") << u"a"_s;
     QTest::newRow("C") << u"C"_s;
-    QTest::newRow("zero behind a name") << u"af\0"_s;
-    QTest::newRow("zeros behind a name") << u"af\0\0\0\0\0\0\0\0\0\0\0\0\0"_s;
+    QTest::newRow("zero after a name") << u"af\0"_s;
+    QTest::newRow("zeros after a name") << u"af\0\0\0\0\0\0\0\0\0\0\0\0\0"_s;
     QTest::newRow("zero before a name") << u"\0af"_s;
     QTest::newRow("zeros alone") << u"\0\0\0"_s;
     QTest::newRow("underscore") << u"en_US"_s;
-    QTest::newRow("blank behind") << u"en-US "_s;
+    QTest::newRow("blank after it") << u"en-US "_s;
     QTest::newRow("unknown region") << u"de-XX"_s;
     QTest::newRow("codeset") << u"en-US.UTF-8"_s;
     QTest::newRow("longest possible") << u"az-Cyrl-AZ-abcd"_s;
@@ -292,7 +292,7 @@ void tst_LocaleUtil::Lookup_oddNames_data()
     QTest::newRow("ligature") << u"\ufb06"_s;
     QTest::newRow("long s") << u"\u017fv-\u017fE"_s;
     QTest::newRow("Kelvin sign") << u"\u212ao-\u212aR"_s;
-    QTest::newRow("half of a surrogate pair") << u"\xd800s"_s;
+    QTest::newRow("unpaired surrogate") << u"\xd800s"_s;
 }
 
 void tst_LocaleUtil::Lookup_oddNames()
@@ -515,7 +515,7 @@ void tst_LocaleUtil::GetUserDefaultLocaleForMac_longIdentifier_data()
 
     QTest::newRow("below the buffer's size") << 254 << 254;
     QTest::newRow("fills the buffer") << 255 << 255;
-    QTest::newRow("one more") << 256 << 255;
+    QTest::newRow("one character longer") << 256 << 255;
     QTest::newRow("many more") << 100'000 << 255;
 }
 
@@ -569,7 +569,7 @@ void tst_LocaleUtil::ResolveTranslatorFile_data()
     row("then beside the module", {inLib, module, u"x"_s, u"de"_s}, everywhere.mid(2), everywhere.at(2));
     row("then in the sub-folder there", {inLib, module, u"x"_s, u"de"_s}, everywhere.mid(3),
         everywhere.at(3));
-    row("nowhere", {inLib, module, u"x"_s, u"de"_s}, {u"x.qm"_s, u"de/x.qm"_s}, none);
+    row("found nowhere", {inLib, module, u"x"_s, u"de"_s}, {u"x.qm"_s, u"de/x.qm"_s}, none);
     row("module that is not loaded", {none, module, u"x"_s, u"de"_s}, everywhere.mid(2), none);
     row("module that is not loaded, application's folder", {none, module, u"x"_s, u"de"_s}, everywhere,
         everywhere.at(0));

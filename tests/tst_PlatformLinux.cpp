@@ -381,9 +381,9 @@ void tst_PlatformLinux::RemoveLibraryVersion_data()
     QTest::newRow("number and letter") << u"libFoo.so.1.0.2k"_s << u"libFoo.so"_s;
     QTest::newRow("numbers before the suffix") << u"libFoo-5.3.so"_s << u"libFoo-5.3.so"_s;
     QTest::newRow("numbers on both sides") << u"libFoo-5.3.so.1"_s << u"libFoo-5.3.so"_s;
-    QTest::newRow("word behind the suffix") << u"libFoo.so.bak"_s << u"libFoo.so.bak"_s;
+    QTest::newRow("word after the suffix") << u"libFoo.so.bak"_s << u"libFoo.so.bak"_s;
     QTest::newRow("word before the number") << u"libFoo.so.bak.1"_s << u"libFoo.so.bak.1"_s;
-    QTest::newRow("dot behind the suffix") << u"libFoo.so."_s << u"libFoo.so."_s;
+    QTest::newRow("dot after the suffix") << u"libFoo.so."_s << u"libFoo.so."_s;
     QTest::newRow("empty part") << u"libFoo.so..1"_s << u"libFoo.so..1"_s;
     QTest::newRow("suffix twice") << u"libFoo.so.so.1"_s << u"libFoo.so.so"_s;
     QTest::newRow("no suffix") << u"libFoo.1.2"_s << u"libFoo.1.2"_s;

@@ -114,12 +114,12 @@ private Q_SLOTS:
 
     void Kill_leavesACompleteFile_data();
     void Kill_leavesACompleteFile();
-    void Leftover_isRemoved_data();
-    void Leftover_isRemoved();
-    void Leftovers_ofSeveralSavers();
-    void Leftover_inUseStays();
-    void Leftover_isNoPlainFile_data();
-    void Leftover_isNoPlainFile();
+    void StaleFile_isRemoved_data();
+    void StaleFile_isRemoved();
+    void StaleFiles_ofSeveralSaves();
+    void StaleFile_inUseIsKept();
+    void StaleFile_notARegularFile_data();
+    void StaleFile_notARegularFile();
     void ParallelSavers();
 
     void Success_leavesNothingElse_data();
@@ -130,14 +130,14 @@ private Q_SLOTS:
     void FullDisk_existingFile();
     void FullDisk_newFile();
     void FullDisk_throughALink();
-    void FullDisk_justEnough();
+    void FullDisk_exactlyEnough();
     void FullDisk_settingsStayDirty();
 
-    void Rights_data();
-    void Rights();
-    void Rights_unreadableSettings();
-    void Rights_openedSettings_data();
-    void Rights_openedSettings();
+    void Permissions_data();
+    void Permissions();
+    void Permissions_unreadableSettings();
+    void Permissions_openedSettings_data();
+    void Permissions_openedSettings();
 
     void Link_data();
     void Link();
@@ -274,7 +274,7 @@ void tst_SaveSafety::Kill_leavesACompleteFile()
     QVERIFY(seen.size() > 1); // the process did replace one document with another
 }
 
-void tst_SaveSafety::Leftover_isRemoved_data()
+void tst_SaveSafety::StaleFile_isRemoved_data()
 {
     QTest::addColumn<int>("mode");
 
@@ -283,7 +283,7 @@ void tst_SaveSafety::Leftover_isRemoved_data()
     QTest::newRow("of a new file, private") << 0400;
 }
 
-void tst_SaveSafety::Leftover_isRemoved()
+void tst_SaveSafety::StaleFile_isRemoved()
 {
     QFETCH(const int, mode);
     QVERIFY(WriteFile(Path(u"s.xml"_s), kOld));
@@ -298,7 +298,7 @@ void tst_SaveSafety::Leftover_isRemoved()
     QCOMPARE(Mode(Path(u"s.xml"_s)), 0640);
 }
 
-void tst_SaveSafety::Leftovers_ofSeveralSavers()
+void tst_SaveSafety::StaleFiles_ofSeveralSaves()
 {
     for (const int number : {0, 1, 2, 7, 31, 63})
         QVERIFY(
@@ -313,7 +313,7 @@ void tst_SaveSafety::Leftovers_ofSeveralSavers()
     QCOMPARE(ReadFile(Path(u"s.xml"_s)), mDocuments.at(1));
 }
 
-void tst_SaveSafety::Leftover_inUseStays()
+void tst_SaveSafety::StaleFile_inUseIsKept()
 {
     const QString other = Path(u".s.xml.saving"_s);
     QVERIFY(WriteFile(other, "of another saver"));
@@ -331,7 +331,7 @@ void tst_SaveSafety::Leftover_inUseStays()
     QCOMPARE(FolderContent(mDir->path()), QStringList({u"s.xml"_s}));
 }
 
-void tst_SaveSafety::Leftover_isNoPlainFile_data()
+void tst_SaveSafety::StaleFile_notARegularFile_data()
 {
     QTest::addColumn<QString>("kind");
 
@@ -341,7 +341,7 @@ void tst_SaveSafety::Leftover_isNoPlainFile_data()
     QTest::newRow("pipe") << u"pipe"_s;
 }
 
-void tst_SaveSafety::Leftover_isNoPlainFile()
+void tst_SaveSafety::StaleFile_notARegularFile()
 {
     QFETCH(const QString, kind);
     const QString place = Path(u".s.xml.saving"_s);
@@ -484,7 +484,7 @@ void tst_SaveSafety::FullDisk_throughALink()
     QCOMPARE(FolderContent(mDir->path()), QStringList({u"link.xml"_s, u"real"_s}));
 }
 
-void tst_SaveSafety::FullDisk_justEnough()
+void tst_SaveSafety::FullDisk_exactlyEnough()
 {
     bool saved = false;
     {
@@ -524,27 +524,27 @@ void tst_SaveSafety::FullDisk_settingsStayDirty()
 
 // Missing permissions
 
-void tst_SaveSafety::Rights_data()
+void tst_SaveSafety::Permissions_data()
 {
     QTest::addColumn<int>("folderMode");
     QTest::addColumn<int>("fileMode"); // -1: there is no file
     QTest::addColumn<bool>("saved");
 
-    QTest::newRow("all rights") << 0755 << 0644 << true;
-    QTest::newRow("all rights, no file yet") << 0755 << -1 << true;
+    QTest::newRow("all permissions") << 0755 << 0644 << true;
+    QTest::newRow("all permissions, no file yet") << 0755 << -1 << true;
     QTest::newRow("read-only folder, writable file") << 0555 << 0644 << true;
     QTest::newRow("read-only folder, private file") << 0555 << 0600 << true;
     QTest::newRow("read-only folder, no file yet") << 0555 << -1 << false;
     QTest::newRow("read-only folder and file") << 0555 << 0444 << false;
     QTest::newRow("read-only file") << 0755 << 0444 << false;
-    QTest::newRow("file without rights") << 0755 << 0000 << false;
+    QTest::newRow("file without permissions") << 0755 << 0000 << false;
     QTest::newRow("write-only file") << 0755 << 0200 << true;
     QTest::newRow("folder that cannot be listed") << 0333 << 0644 << true;
     QTest::newRow("folder that cannot be entered") << 0600 << 0644 << false;
     QTest::newRow("sticky folder") << 01777 << 0644 << true;
 }
 
-void tst_SaveSafety::Rights()
+void tst_SaveSafety::Permissions()
 {
     QFETCH(const int, folderMode);
     QFETCH(const int, fileMode);
@@ -577,7 +577,7 @@ void tst_SaveSafety::Rights()
         QCOMPARE(ReadFile(file), saved ? mDocuments.at(2) : kOld);
 }
 
-void tst_SaveSafety::Rights_unreadableSettings()
+void tst_SaveSafety::Permissions_unreadableSettings()
 {
     const QString file = Path(u"s.xml"_s);
     QVERIFY(WriteFile(file, "<Settings/>"));
@@ -595,7 +595,7 @@ void tst_SaveSafety::Rights_unreadableSettings()
     QCOMPARE(ReadFile(file), QByteArray("<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<New V=\"1\"/>\n"));
 }
 
-void tst_SaveSafety::Rights_openedSettings_data()
+void tst_SaveSafety::Permissions_openedSettings_data()
 {
     QTest::addColumn<int>("folderMode");
     QTest::addColumn<int>("fileMode");
@@ -611,7 +611,7 @@ void tst_SaveSafety::Rights_openedSettings_data()
     QTest::newRow("torn, may not be renamed") << 0555 << 0644 << torn << QByteArray("unreadable\n");
 }
 
-void tst_SaveSafety::Rights_openedSettings()
+void tst_SaveSafety::Permissions_openedSettings()
 {
     QFETCH(const int, folderMode);
     QFETCH(const int, fileMode);

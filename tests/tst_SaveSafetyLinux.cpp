@@ -247,7 +247,7 @@ private Q_SLOTS:
     void Device();
     void FullFileSystem_existingFile();
     void FullFileSystem_newFile();
-    void FullFileSystem_roomAgain();
+    void FullFileSystem_spaceAgain();
     void FullFileSystem_settingsStayDirty();
     void MountedFile_isWrittenDirectly();
     void ReadError_settings();
@@ -262,8 +262,8 @@ private Q_SLOTS:
     void Attributes_thatCannotBeSet();
     void NoLocks_data();
     void NoLocks();
-    void TakenForALeftover_data();
-    void TakenForALeftover();
+    void TakenForAStaleFile_data();
+    void TakenForAStaleFile();
 
 private:
     [[nodiscard]] QString Path(const QString& name) const { return mDir->filePath(name); }
@@ -447,7 +447,7 @@ void tst_SaveSafetyLinux::FullFileSystem_newFile()
     QCOMPARE(FolderContent(mDir->path()), QStringList({u"filler"_s}));
 }
 
-void tst_SaveSafetyLinux::FullFileSystem_roomAgain()
+void tst_SaveSafetyLinux::FullFileSystem_spaceAgain()
 {
     MOUNT_OR_SKIP(fileSystem);
     QVERIFY(SaveDocument(Path(u"s.xml"_s), 1));
@@ -695,9 +695,9 @@ void tst_SaveSafetyLinux::NoLocks_data()
     QTest::addColumn<int>("error");
 
     QTest::newRow("not supported") << EOPNOTSUPP;
-    QTest::newRow("none left") << ENOLCK;
-    QTest::newRow("not for such a file") << EINVAL;
-    QTest::newRow("no such call") << ENOSYS;
+    QTest::newRow("no locks left") << ENOLCK;
+    QTest::newRow("not for this file") << EINVAL;
+    QTest::newRow("not implemented") << ENOSYS;
     QTest::newRow("not allowed") << EACCES;
 }
 
@@ -718,7 +718,7 @@ void tst_SaveSafetyLinux::NoLocks()
     QCOMPARE(old.readAll(), kOld); // replaced, not overwritten
 }
 
-void tst_SaveSafetyLinux::TakenForALeftover_data()
+void tst_SaveSafetyLinux::TakenForAStaleFile_data()
 {
     QTest::addColumn<bool>("exists");
     QTest::addColumn<int>("error");
@@ -730,7 +730,7 @@ void tst_SaveSafetyLinux::TakenForALeftover_data()
 }
 
 // Another save may intervene between the creation of the temporary file and its locking.
-void tst_SaveSafetyLinux::TakenForALeftover()
+void tst_SaveSafetyLinux::TakenForAStaleFile()
 {
     QFETCH(const bool, exists);
     QFETCH(const int, error);

@@ -118,27 +118,27 @@ private Q_SLOTS:
     void BaseChange_isSavedWithTheNextOwnChange();
     void Const_readsAreReachable();
 
-    void QuietPeriod_data();
-    void QuietPeriod();
-    void QuietPeriod_countsFromTheLastSave();
-    void QuietPeriod_startsWithEverySave();
-    void QuietPeriod_realClock();
-    void QuietPeriod_clockSetBack();
+    void SaveInterval_data();
+    void SaveInterval();
+    void SaveInterval_countsFromTheLastSave();
+    void SaveInterval_startsWithEverySave();
+    void SaveInterval_realClock();
+    void SaveInterval_clockSetBack();
 
     void Save_cleanWritesNothing();
-    void Save_dirtyIgnoresTheQuietPeriod();
+    void Save_dirtyIgnoresTheSaveInterval();
     void SaveInternal_writesWhenClean();
     void SaveInternal_clearsTheMark();
     void SaveInternal_failureKeepsTheMark();
     void AutoSave_cleanWritesNothing();
-    void AutoSave_waitsForTheQuietPeriod();
+    void AutoSave_waitsForTheSaveInterval();
     void AutoSave_firstEver();
 
     void FailedSave_nextChangeTriesAgain();
-    void FailedSave_doesNotStartAQuietPeriod();
+    void FailedSave_doesNotStartASaveInterval();
     void FailedSave_keepsTheOldFile();
 
-    void Destructor_savesWhatIsPending();
+    void Destructor_savesUnsavedChanges();
     void Destructor_cleanWritesNothing();
     void Destructor_withoutFileWritesNothing();
     void Destructor_failureIsLogged();
@@ -153,7 +153,7 @@ private Q_SLOTS:
     void OpenFile_cannotBeRead_data();
     void OpenFile_cannotBeRead();
     void OpenFile_cannotBeSetAside();
-    void OpenFile_dropsWhatWasThere();
+    void OpenFile_dropsOldContent();
     void OpenFile_logs();
     void MarkChanged_savesByTheRule();
     void LostChanges_data();
@@ -169,7 +169,7 @@ private Q_SLOTS:
 
     void RelativePathsStartAtTheRoot_data();
     void RelativePathsStartAtTheRoot();
-    void TwoStores_theLaterSaveWins();
+    void TwoStores_theLastSaveWins();
     void RoundTrip();
 
 private:
@@ -705,7 +705,7 @@ void tst_Settings::BaseOperation_doesNotMarkDirty_data()
         s.XmlFiler::WriteString(u"P"_s, u"V"_s, u"$(a)"_s);
         s.ResolveVariables({{u"a"_s, u"b"_s}});
     });
-    QTest::newRow("the base's own path write") << Change([](Settings& s) {
+    QTest::newRow("inherited write by path") << Change([](Settings& s) {
         XmlFiler& base = s;
         base.WriteInt(u"P"_s, u"V"_s, 1);
     });
@@ -822,7 +822,7 @@ void tst_Settings::Const_readsAreReachable()
 
 // The interval between saves
 
-void tst_Settings::QuietPeriod_data()
+void tst_Settings::SaveInterval_data()
 {
     QTest::addColumn<qint64>("passed");
     QTest::addColumn<bool>("saved");
@@ -840,7 +840,7 @@ void tst_Settings::QuietPeriod_data()
     QTest::newRow("back to before 1970") << -2 * kStart << false;
 }
 
-void tst_Settings::QuietPeriod()
+void tst_Settings::SaveInterval()
 {
     QFETCH(const qint64, passed);
     QFETCH(const bool, saved);
@@ -858,7 +858,7 @@ void tst_Settings::QuietPeriod()
     QCOMPARE(ReadFile(Path(u"s.xml"_s)), second);
 }
 
-void tst_Settings::QuietPeriod_countsFromTheLastSave()
+void tst_Settings::SaveInterval_countsFromTheLastSave()
 {
     Settings settings(Path(u"s.xml"_s), u"Settings"_s);
     const auto savedValue = [&] { return Settings(Path(u"s.xml"_s), QString()).ReadInt(u"P"_s, u"V"_s, 0); };
@@ -879,7 +879,7 @@ void tst_Settings::QuietPeriod_countsFromTheLastSave()
     QCOMPARE(savedValue(), 5);
 }
 
-void tst_Settings::QuietPeriod_startsWithEverySave()
+void tst_Settings::SaveInterval_startsWithEverySave()
 {
     Settings settings(Path(u"s.xml"_s), u"Settings"_s);
     const auto savedValue = [&] { return Settings(Path(u"s.xml"_s), QString()).ReadInt(u"P"_s, u"V"_s, 0); };
@@ -901,7 +901,7 @@ void tst_Settings::QuietPeriod_startsWithEverySave()
     QCOMPARE(savedValue(), 4);
 }
 
-void tst_Settings::QuietPeriod_realClock()
+void tst_Settings::SaveInterval_realClock()
 {
     Internal::SetClockForTesting(nullptr);
     const qint64 before = QDateTime::currentMSecsSinceEpoch();
@@ -919,7 +919,7 @@ void tst_Settings::QuietPeriod_realClock()
     QCOMPARE(ReadFile(Path(u"s.xml"_s)), SettingsXml("    <P V=\"2\"/>\n"));
 }
 
-void tst_Settings::QuietPeriod_clockSetBack()
+void tst_Settings::SaveInterval_clockSetBack()
 {
     Settings settings(Path(u"s.xml"_s), u"Settings"_s);
     settings.WriteInt(u"P"_s, u"V"_s, 1);
@@ -947,7 +947,7 @@ void tst_Settings::Save_cleanWritesNothing()
     QVERIFY(!QFile::exists(Path(u"s.xml"_s)));
 }
 
-void tst_Settings::Save_dirtyIgnoresTheQuietPeriod()
+void tst_Settings::Save_dirtyIgnoresTheSaveInterval()
 {
     Settings settings(Path(u"s.xml"_s), u"Settings"_s);
     settings.WriteInt(u"P"_s, u"V"_s, 1);
@@ -1015,7 +1015,7 @@ void tst_Settings::AutoSave_cleanWritesNothing()
     QVERIFY(!QFile::exists(Path(u"s.xml"_s)));
 }
 
-void tst_Settings::AutoSave_waitsForTheQuietPeriod()
+void tst_Settings::AutoSave_waitsForTheSaveInterval()
 {
     Settings settings(Path(u"s.xml"_s), u"Settings"_s);
     settings.WriteInt(u"P"_s, u"V"_s, 1);
@@ -1061,7 +1061,7 @@ void tst_Settings::FailedSave_nextChangeTriesAgain()
     QCOMPARE(ReadFile(folder + u"/s.xml"_s), SettingsXml("    <P V=\"2\"/>\n"));
 }
 
-void tst_Settings::FailedSave_doesNotStartAQuietPeriod()
+void tst_Settings::FailedSave_doesNotStartASaveInterval()
 {
     const QString folder = Path(u"folder"_s);
     QVERIFY(QDir().mkdir(folder));
@@ -1099,7 +1099,7 @@ void tst_Settings::FailedSave_keepsTheOldFile()
 
 // Destruction
 
-void tst_Settings::Destructor_savesWhatIsPending()
+void tst_Settings::Destructor_savesUnsavedChanges()
 {
     {
         Settings settings(Path(u"s.xml"_s), u"Settings"_s);
@@ -1188,9 +1188,9 @@ void tst_Settings::OpenFile_setsADamagedFileAside_data()
     QTest::addColumn<QByteArray>("content");
     QTest::addColumn<int>("line");
 
-    QTest::newRow("torn") << QByteArray("<Settings>\n<Panel") << 2;
+    QTest::newRow("truncated") << QByteArray("<Settings>\n<Panel") << 2;
     QTest::newRow("empty") << QByteArray() << 1;
-    QTest::newRow("no XML") << QByteArray("torn") << 1;
+    QTest::newRow("not XML") << QByteArray("torn") << 1;
     QTest::newRow("two roots") << QByteArray("<A/>\n\n<B/>") << 3;
 }
 
@@ -1296,7 +1296,7 @@ void tst_Settings::OpenFile_cannotBeSetAside()
     QCOMPARE(ReadFile(file), QByteArray("torn"));
 }
 
-void tst_Settings::OpenFile_dropsWhatWasThere()
+void tst_Settings::OpenFile_dropsOldContent()
 {
     Settings settings;
     settings.OpenFile(Path(u"a.xml"_s), u"A"_s);
@@ -1346,7 +1346,7 @@ void tst_Settings::LostChanges_data()
     QTest::addColumn<bool>("isLost");
 
     QTest::newRow("nothing") << Change([](Settings&) {}) << false;
-    QTest::newRow("an own write") << Change([](Settings& s) { s.WriteInt(u"A"_s, u"B"_s, 1); }) << false;
+    QTest::newRow("its own write") << Change([](Settings& s) { s.WriteInt(u"A"_s, u"B"_s, 1); }) << false;
     QTest::newRow("an inherited write")
         << Change([](Settings& s) { s.WriteRect(u"A"_s, u"B"_s, QRect(1, 2, 3, 4)); }) << true;
     QTest::newRow("a write by name alone") << Change([](Settings& s) { s.WriteInt(u"B"_s, 1); }) << true;
@@ -1355,15 +1355,15 @@ void tst_Settings::LostChanges_data()
         s.WriteDouble(u"A"_s, u"B"_s, 0.5);
         s.MarkChanged();
     }) << false;
-    QTest::newRow("an own write behind it") << Change([](Settings& s) {
+    QTest::newRow("its own write after it") << Change([](Settings& s) {
         s.WriteSize(u"A"_s, u"B"_s, QSize(1, 2));
         s.WriteInt(u"A"_s, u"C"_s, 1);
     }) << false;
-    QTest::newRow("an own write before it") << Change([](Settings& s) {
+    QTest::newRow("its own write before it") << Change([](Settings& s) {
         s.WriteInt(u"A"_s, u"C"_s, 1);
         s.WriteSize(u"A"_s, u"B"_s, QSize(1, 2));
     }) << true;
-    QTest::newRow("taken back") << Change([](Settings& s) {
+    QTest::newRow("change reverted") << Change([](Settings& s) {
         s.WriteSize(u"A"_s, u"B"_s, QSize(1, 2));
         s.XmlFiler::DeleteNode(u"A"_s);
     }) << false;
@@ -1397,8 +1397,8 @@ void tst_Settings::UnreadableFile_isLeftAlone_data()
     QTest::addColumn<QByteArray>("content");
 
     QTest::newRow("empty") << QByteArray("");
-    QTest::newRow("no XML") << QByteArray("Width=1\n");
-    QTest::newRow("torn") << QByteArray("<Settings><Panel Width='1'/>");
+    QTest::newRow("not XML") << QByteArray("Width=1\n");
+    QTest::newRow("truncated") << QByteArray("<Settings><Panel Width='1'/>");
     QTest::newRow("two roots") << QByteArray("<A/><B/>");
     QTest::newRow("zeros") << QByteArray(512, '\0');
 }
@@ -1530,7 +1530,7 @@ void tst_Settings::RelativePathsStartAtTheRoot()
              SettingsXml("    <Panel>\n        <Main Width=\"1\"/>\n    </Panel>\n"));
 }
 
-void tst_Settings::TwoStores_theLaterSaveWins()
+void tst_Settings::TwoStores_theLastSaveWins()
 {
     Settings one(Path(u"s.xml"_s), u"Settings"_s);
     Settings two(Path(u"s.xml"_s), u"Settings"_s);

@@ -95,7 +95,7 @@ void tst_StringUtil::Trim_data()
     QTest::newRow("nothing to trim") << QStringList{u"a"_s, u"b c"_s} << QStringList{u"a"_s, u"b c"_s};
     QTest::newRow("both ends, every entry")
         << QStringList{u" a"_s, u"b "_s, u"\t c d \r\n"_s} << QStringList{u"a"_s, u"b"_s, u"c d"_s};
-    QTest::newRow("white space alone stays as an empty entry")
+    QTest::newRow("white space only becomes an empty entry")
         << QStringList{u"  "_s, u""_s, u"x"_s} << QStringList{u""_s, u""_s, u"x"_s};
     QTest::newRow("white space beyond ASCII")
         << QStringList{u"\u00A0a\u2003"_s, u"\u3000b\u0085"_s} << QStringList{u"a"_s, u"b"_s};
@@ -139,7 +139,7 @@ void tst_StringUtil::TrimOneCharacter_data()
     };
     row("empty text", u""_s, U'x', u""_s, 0, u""_s, 0);
     row("null text", QString(), U'x', u""_s, 0, u""_s, 0);
-    row("in front", u"xxab"_s, U'x', u"ab"_s, 2, u"xxab"_s, 0);
+    row("at the front", u"xxab"_s, U'x', u"ab"_s, 2, u"xxab"_s, 0);
     row("at the end", u"abxx"_s, U'x', u"abxx"_s, 0, u"ab"_s, 2);
     row("at both ends and inside", u"xaxbx"_s, U'x', u"axbx"_s, 1, u"xaxb"_s, 1);
     row("nowhere", u"ab"_s, U'x', u"ab"_s, 0, u"ab"_s, 0);
@@ -194,13 +194,13 @@ void tst_StringUtil::IsTextElided_data()
     QTest::addColumn<QString>("text");
     QTest::addColumn<bool>("expected");
 
-    QTest::newRow("ends so") << u"Loading..."_s << true;
+    QTest::newRow("ends with three full stops") << u"Loading..."_s << true;
     QTest::newRow("nothing else") << u"..."_s << true;
     QTest::newRow("four full stops") << u"a...."_s << true;
     QTest::newRow("twice") << u"a...b..."_s << true;
     QTest::newRow("inside") << u"a...b"_s << false;
-    QTest::newRow("in front") << u"...b"_s << false;
-    QTest::newRow("white space behind") << u"a... "_s << false;
+    QTest::newRow("at the front") << u"...b"_s << false;
+    QTest::newRow("white space after it") << u"a... "_s << false;
     QTest::newRow("two full stops") << u"a.."_s << false;
     QTest::newRow("shorter than three") << u"."_s << false;
     QTest::newRow("the single character") << u"Loading\u2026"_s << false;
@@ -238,7 +238,7 @@ void tst_StringUtil::ResolveVariables_data()
     row("unknown before known", u"$(B)$(A)"_s, a1, u"$(B)1"_s, 1);
     row("other case, case counts", u"$(A)"_s, {{u"a"_s, u"1"_s}}, u"$(A)"_s, 0);
     row("other case, case ignored", u"$(A)"_s, {{u"a"_s, u"1"_s}}, u"1"_s, 1, true);
-    row("exact case goes first", u"$(b)"_s, {{u"B"_s, u"1"_s}, {u"b"_s, u"2"_s}}, u"2"_s, 1, true);
+    row("exact case takes precedence", u"$(b)"_s, {{u"B"_s, u"1"_s}, {u"b"_s, u"2"_s}}, u"2"_s, 1, true);
     row("empty value", u"x$(A)y"_s, {{u"A"_s, u""_s}}, u"xy"_s, 1);
     row("empty value, nothing left", u"$(A)"_s, {{u"A"_s, u""_s}}, u""_s, 1);
     // The search resumes one character after the start of the match, which is then after the '$'.
@@ -257,7 +257,7 @@ void tst_StringUtil::ResolveVariables_data()
     row("white space beyond ASCII is no white space", u"$(A\u00A0B)"_s, {{u"A\u00A0B"_s, u"1"_s}}, u"1"_s, 1);
     row("never closed", u"$(A"_s, a1, u"$(A"_s, 0);
     row("never closed, then a reference", u"$(B $(A)"_s, a1, u"$(B 1"_s, 1);
-    row("dollar signs in front", u"$$(A)"_s, a1, u"$1"_s, 1);
+    row("leading dollar signs", u"$$(A)"_s, a1, u"$1"_s, 1);
 
     row("value with a reference", u"$(A)"_s, {{u"A"_s, u"<$(B)>"_s}, {u"B"_s, u"2"_s}}, u"<2>"_s, 2);
     row("value begins with a reference", u"$(A)"_s, {{u"A"_s, u"$(B)"_s}, {u"B"_s, u"2"_s}}, u"$(B)"_s, 1);
@@ -267,11 +267,11 @@ void tst_StringUtil::ResolveVariables_data()
         u"abc"_s, 3);
     row("backslash and digit in the value", u"$(A)"_s, {{u"A"_s, u"\\0\\1%1"_s}}, u"\\0\\1%1"_s, 1);
 
-    row("characters in two units", u"😀$(Ä😀)😀"_s, {{u"Ä😀"_s, u"😁"_s}}, u"😀😁😀"_s, 1);
-    row("value begins with a character in two units", u"$(A)$(A)"_s, {{u"A"_s, u"😀"_s}}, u"😀😀"_s, 2);
-    row("character in two units moves to the place of an empty value", u"$(E)😀$(A)"_s,
+    row("surrogate pairs", u"😀$(Ä😀)😀"_s, {{u"Ä😀"_s, u"😁"_s}}, u"😀😁😀"_s, 1);
+    row("value begins with a surrogate pair", u"$(A)$(A)"_s, {{u"A"_s, u"😀"_s}}, u"😀😀"_s, 2);
+    row("surrogate pair moves to the place of an empty value", u"$(E)😀$(A)"_s,
         {{u"A"_s, u"1"_s}, {u"E"_s, u""_s}}, u"😀1"_s, 2);
-    row("no valid text", u"$(A)\xD83D"_s, a1, u"$(A)\xD83D"_s, 0);
+    row("invalid UTF-16", u"$(A)\xD83D"_s, a1, u"$(A)\xD83D"_s, 0);
 }
 
 void tst_StringUtil::ResolveVariables()
@@ -490,20 +490,20 @@ void tst_StringUtil::QStringToWchar_data()
     row("fits", u"hello"_s, 10, 5, {'h', 'e', 'l', 'l', 'o', 0, kOld});
     row("fits exactly", u"hello"_s, 6, 5, {'h', 'e', 'l', 'l', 'o', 0, kOld});
     row("one too long", u"hello"_s, 5, 4, {'h', 'e', 'l', 'l', 0, kOld});
-    row("cut", u"hello"_s, 3, 2, {'h', 'e', 0, kOld});
-    row("room for the terminator alone", u"hello"_s, 1, 0, {0, kOld});
-    row("no room", u"hello"_s, 0, 0, {kOld});
+    row("truncated", u"hello"_s, 3, 2, {'h', 'e', 0, kOld});
+    row("space only for the terminator", u"hello"_s, 1, 0, {0, kOld});
+    row("no space", u"hello"_s, 0, 0, {kOld});
     row("negative size", u"hello"_s, -1, 0, {kOld});
     row("empty", u""_s, 10, 0, {0, kOld});
     row("null text", QString(), 1, 0, {0, kOld});
-    row("empty, no room", u""_s, 0, 0, {kOld});
+    row("empty, no space", u""_s, 0, 0, {kOld});
     row("beyond ASCII", u"ä€"_s, 10, 2, {0xE4, 0x20AC, 0, kOld});
     // One element for two UTF-16 units: the terminator is at the index returned, and the element before it
     // does not change.
     row("surrogate pair", u"😀a"_s, 10, 3, {0x1F600, 'a', kOld, 0, kOld});
-    row("two characters in two units", u"😀😁"_s, 10, 4, {0x1F600, 0x1F601, kOld, kOld, 0, kOld});
-    row("cut inside a character", u"a😀"_s, 3, 2, {'a', QChar::ReplacementCharacter, 0, kOld});
-    row("cut behind a character", u"😀a"_s, 3, 2, {0x1F600, kOld, 0, kOld});
+    row("two surrogate pairs", u"😀😁"_s, 10, 4, {0x1F600, 0x1F601, kOld, kOld, 0, kOld});
+    row("truncated inside a surrogate pair", u"a😀"_s, 3, 2, {'a', QChar::ReplacementCharacter, 0, kOld});
+    row("truncated after a character", u"😀a"_s, 3, 2, {0x1F600, kOld, 0, kOld});
     row("zero inside", u"a\0b"_s, 10, 3, {'a', 0, 'b', 0, kOld});
 }
 

@@ -89,7 +89,7 @@ private Q_SLOTS:
     void ParseXlfFile_afterSetXlfFile();
     void ParseXlfFile_untouchedObject();
 
-    void Contexts_doNotLeakIntoEachOther();
+    void Contexts_areIndependent();
     void Contexts_afterReading();
     void Contexts_againstModel();
     void Copies_areIndependent();
@@ -150,12 +150,12 @@ void tst_XlfTranslator::Translate_context_data()
     QTest::newRow("letters beyond ASCII") << u"ÄÖÜ.xml"_s << u"/x/äöü.xml"_s << true;
     QTest::newRow("lower case of a sharp s") << u"MA\u1E9E.xml"_s << u"ma\u00DF.xml"_s << true;
     QTest::newRow("lower case, not folded case") << u"Stra\u00DFe.xml"_s << u"strasse.xml"_s << false;
-    QTest::newRow("final sigma stays") << u"\u039F\u03A3.xml"_s << u"\u03BF\u03C2.xml"_s << false;
+    QTest::newRow("final sigma is kept") << u"\u039F\u03A3.xml"_s << u"\u03BF\u03C2.xml"_s << false;
     QTest::newRow("final sigma on both sides") << u"\u03BF\u03C2.xml"_s << u"/x/\u03BF\u03C2.xml"_s << true;
     QTest::newRow("final sigma, capital asked") << u"\u03BF\u03C2.xml"_s << u"\u039F\u03A3.xml"_s << false;
     QTest::newRow("sigma") << u"\u039F\u03A3.xml"_s << u"\u03BF\u03C3.xml"_s << true;
     QTest::newRow("Kelvin sign") << u"\u212A.xml"_s << u"k.xml"_s << true;
-    QTest::newRow("letter beyond 16 bits") << u"\U00010400.xml"_s << u"\U00010428.xml"_s << true;
+    QTest::newRow("letter beyond U+FFFF") << u"\U00010400.xml"_s << u"\U00010428.xml"_s << true;
     QTest::newRow("backslash is no separator") << u"C:\\ui\\main.xml"_s << u"main.xml"_s << false;
     QTest::newRow("backslashes in both") << u"C:\\ui\\Main.xml"_s << u"/x/c:\\UI\\main.xml"_s << true;
     QTest::newRow("original is a mark") << u"tr(/ui/main.xml)"_s << u"main.xml"_s << true;
@@ -196,7 +196,7 @@ void tst_XlfTranslator::Translate_contextWithoutFileName_data()
     QTest::newRow("the folder does not count") << File(u"/z/a.xml"_s, Unit(u"Save"_s, u"A-Save"_s))
             + File(u"/a/b.xml"_s, Unit(u"Save"_s, u"B-Save"_s))
                                                << u"Save"_s << u"B-Save"_s;
-    QTest::newRow("no text's files") << QString() << u"Save"_s << u"Save"_s;
+    QTest::newRow("files without a unit for the text") << QString() << u"Save"_s << u"Save"_s;
     QTest::newRow("last by name has an empty target")
         << aSave + File(u"b.xml"_s, Unit(u"Save"_s, QString())) << u"Save"_s << Digest(u"Save"_s);
     QTest::newRow("a file without units is not in the table")
@@ -233,7 +233,7 @@ void tst_XlfTranslator::Translate_text_data()
     QTest::newRow("blanks around it") << u" Save "_s;
     QTest::newRow("quotes") << u"\"Save\""_s;
     QTest::newRow("beyond ASCII") << u"Größe €"_s;
-    QTest::newRow("beyond 16 bits") << u"\U0001F600"_s;
+    QTest::newRow("beyond U+FFFF") << u"\U0001F600"_s;
     QTest::newRow("a mark itself") << u"tr(Save)"_s;
     QTest::newRow("long") << QString(100'000, u'x');
     QTest::newRow("line breaks") << u"a\nb"_s;
@@ -278,7 +278,7 @@ void tst_XlfTranslator::Translate_unit_data()
     QTest::newRow("target is a mark within a mark") << unit(u"<target>tr(tr(x))</target>"_s) << u"tr(x)"_s;
     QTest::newRow("CDATA target is a mark")
         << unit(u"<target><![CDATA[tr(Sichern)]]></target>"_s) << u"tr(Sichern)"_s;
-    QTest::newRow("blanks in a target stay")
+    QTest::newRow("blanks in a target are kept")
         << unit(u"<target>  Sichern \n </target>"_s) << u"  Sichern \n "_s;
     QTest::newRow("text, then an element") << unit(u"<target>Sich<g id='1'>ern</g></target>"_s) << u"Sich"_s;
     QTest::newRow("an element first") << unit(u"<target><g id='1'>Sich</g>ern</target>"_s) << id;
@@ -358,7 +358,7 @@ void tst_XlfTranslator::Translate_structure_data()
         << u"<xliff><file original='main.xml'><header><note>n</note></header><body>"_s + unit
             + u"</body></file></xliff>"_s
         << u"Save"_s;
-    QTest::newRow("what a header holds counts as units") << u"<xliff><file original='main.xml'><header>"_s
+    QTest::newRow("content of a header counts as units") << u"<xliff><file original='main.xml'><header>"_s
             + unit + u"</header><body/></file></xliff>"_s << u"Sichern"_s;
     QTest::newRow("header after the body")
         << u"<xliff><file original='main.xml'><body>"_s + unit + u"</body><header/></file></xliff>"_s
@@ -648,7 +648,7 @@ void tst_XlfTranslator::ParseXlfFile_untouchedObject()
 
 // Contexts
 
-void tst_XlfTranslator::Contexts_doNotLeakIntoEachOther()
+void tst_XlfTranslator::Contexts_areIndependent()
 {
     const XlfTranslator translator(
         Write(Xliff(File(u"a.xml"_s, Unit(u"Save"_s, u"A"_s)) + File(u"b.xml"_s, Unit(u"Open"_s, u"B"_s)))));

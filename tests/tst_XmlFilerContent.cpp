@@ -91,8 +91,8 @@ private Q_SLOTS:
     void ReadBuffer();
     void WriteNodeText_data();
     void WriteNodeText();
-    void WriteText_thatXmlCannotHold_data();
-    void WriteText_thatXmlCannotHold();
+    void WriteText_charactersThatXmlForbids_data();
+    void WriteText_charactersThatXmlForbids();
     void ReadNodeText_data();
     void ReadNodeText();
     void ReadNodeText_translator();
@@ -247,7 +247,7 @@ void tst_XmlFilerContent::WriteNodeText()
     QCOMPARE(filer.GetCurrentNodePath(), u"/r"_s);
 }
 
-void tst_XmlFilerContent::WriteText_thatXmlCannotHold_data()
+void tst_XmlFilerContent::WriteText_charactersThatXmlForbids_data()
 {
     QTest::addColumn<QString>("text");
     QTest::addColumn<QString>("character"); // the character in the message; empty if there is no message
@@ -263,15 +263,15 @@ void tst_XmlFilerContent::WriteText_thatXmlCannotHold_data()
     QTest::newRow("last control character") << u"\u001F"_s << u"U+001F"_s;
     QTest::newRow("blank and above") << u" \u007F\u0085\uD7FF\uE000\uFFFD"_s << QString();
     QTest::newRow("pair") << u"😀\U0010FFFF"_s << QString();
-    QTest::newRow("high half at the end") << u"a"_s + QChar(0xD83D) << u"U+D83D"_s;
-    QTest::newRow("high half alone") << QString(QChar(0xD83D)) + u'a' << u"U+D83D"_s;
-    QTest::newRow("low half alone") << QString(QChar(0xDE00)) + u'a' << u"U+DE00"_s;
-    QTest::newRow("two high halves") << QString(2, QChar(0xD83D)) + QChar(0xDE00) << u"U+D83D"_s;
+    QTest::newRow("high surrogate at the end") << u"a"_s + QChar(0xD83D) << u"U+D83D"_s;
+    QTest::newRow("high surrogate alone") << QString(QChar(0xD83D)) + u'a' << u"U+D83D"_s;
+    QTest::newRow("low surrogate alone") << QString(QChar(0xDE00)) + u'a' << u"U+DE00"_s;
+    QTest::newRow("two high surrogates") << QString(2, QChar(0xD83D)) + QChar(0xDE00) << u"U+D83D"_s;
     QTest::newRow("last but one") << QString(QChar(0xFFFE)) << u"U+FFFE"_s;
     QTest::newRow("last") << QString(QChar(0xFFFF)) << u"U+FFFF"_s;
 }
 
-void tst_XmlFilerContent::WriteText_thatXmlCannotHold()
+void tst_XmlFilerContent::WriteText_charactersThatXmlForbids()
 {
     QFETCH(const QString, text);
     QFETCH(const QString, character);
@@ -599,7 +599,7 @@ void tst_XmlFilerContent::StripTr_data()
     QTest::addColumn<QString>("stripped");
 
     QTest::newRow("plain") << u"tr(abc)"_s << true << u"abc"_s;
-    QTest::newRow("quotes stay") << u"tr(\"Save\")"_s << true << u"\"Save\""_s;
+    QTest::newRow("quotes are kept") << u"tr(\"Save\")"_s << true << u"\"Save\""_s;
     QTest::newRow("blanks and capitals") << u" TR ( Save ) "_s << true << u" Save "_s;
     QTest::newRow("line ends around") << u"\n\ttr\n(\nSave\n)\r\n"_s << true << u"\nSave\n"_s;
     QTest::newRow("nothing inside") << u"tr()"_s << true << u""_s;

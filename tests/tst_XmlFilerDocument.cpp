@@ -225,8 +225,8 @@ void tst_XmlFilerDocument::LoadFromXmlFile_notXml_data()
     QTest::newRow("blanks only") << QByteArray(" \n\t");
     QTest::newRow("plain text") << QByteArray("Hello");
     QTest::newRow("element not closed") << QByteArray("<r><a></r>");
-    QTest::newRow("cut off") << QByteArray("<r><a x=\"1\"/><b");
-    QTest::newRow("cut off before the last end tag") << QByteArray("<r><a x=\"1\"/>");
+    QTest::newRow("truncated") << QByteArray("<r><a x=\"1\"/><b");
+    QTest::newRow("truncated before the last end tag") << QByteArray("<r><a x=\"1\"/>");
     QTest::newRow("two roots") << QByteArray("<r/><s/>");
     QTest::newRow("text after the root") << QByteArray("<r/>tail");
     QTest::newRow("declaration only") << QByteArray("<?xml version=\"1.0\"?>");
@@ -429,7 +429,7 @@ void tst_XmlFilerDocument::LoadFromXmlString_notXml_data()
     QTest::newRow("empty") << u""_s;
     QTest::newRow("blank") << u" \n"_s;
     QTest::newRow("text") << u"Hello"_s;
-    QTest::newRow("cut off") << u"<r><a/>"_s;
+    QTest::newRow("truncated") << u"<r><a/>"_s;
     QTest::newRow("wrong end tag") << u"<r></R>"_s;
     QTest::newRow("two roots") << u"<r/><s/>"_s;
     QTest::newRow("unknown entity at the root's start tag") << u"<r a=\"&none;\"/>"_s;
@@ -500,7 +500,8 @@ void tst_XmlFilerDocument::GetLoadError_data()
 
     QTest::newRow("loads") << u"<a/>"_s << QString() << 0 << 0;
     QTest::newRow("empty") << QString() << u"the document is empty"_s << 1 << 1;
-    QTest::newRow("cut off") << u"<a>\n <b>"_s << u"the text ends in the middle of the document"_s << 2 << 5;
+    QTest::newRow("truncated") << u"<a>\n <b>"_s << u"the text ends in the middle of the document"_s << 2
+                               << 5;
     QTest::newRow("tags do not match") << u"<a>\n\n</b>"_s << u"Opening and ending tag mismatch"_s << 3 << 4;
     QTest::newRow("too deep") << Nested(1001) << u"elements are nested more than 1,000 deep"_s << 1 << 3003;
 }

@@ -77,7 +77,7 @@ private Q_SLOTS:
 
     void CreateImmediateChildNode();
     void CreateImmediateChildNode_withoutCursor();
-    void CreateImmediateChildNode_nameIsTakenAsItIs();
+    void CreateImmediateChildNode_nameIsNotAPath();
     void MoveToRoot();
     void MoveToFirstChild();
     void MoveToImmediateChildNode_data();
@@ -300,7 +300,7 @@ void tst_XmlFilerNavigation::CreateOrMoveToNode_data()
     const QString root = u"/"_s;
     QTest::newRow("blank") << u"/A"_s << u" "_s << true << u"/r/A"_s << u"<r><A/></r>"_s;
     QTest::newRow("slash") << u"/A"_s << u"/"_s << true << u"/r"_s << u"<r><A/></r>"_s;
-    QTest::newRow("the root is never made again")
+    QTest::newRow("the root is never created again")
         << u"/A"_s << u"/r"_s << true << u"/r"_s << u"<r><A/></r>"_s;
     QTest::newRow("existing") << root << u"A"_s << false << u"/r/A"_s << u"<r><A/></r>"_s;
     QTest::newRow("existing, always new") << root << u"A"_s << true << u"/r/A"_s << u"<r><A/><A/></r>"_s;
@@ -535,7 +535,7 @@ void tst_XmlFilerNavigation::CreateImmediateChildNode_withoutCursor()
     QVERIFY(filer.GetCurrentNode() == document.lastChild());
 }
 
-void tst_XmlFilerNavigation::CreateImmediateChildNode_nameIsTakenAsItIs()
+void tst_XmlFilerNavigation::CreateImmediateChildNode_nameIsNotAPath()
 {
     XmlFiler filer;
     filer.CreateRoot(u"r"_s);
@@ -1085,7 +1085,7 @@ void tst_XmlFilerNavigation::DetachedSiblings_data()
     QTest::newRow("reset") << 2;
     QTest::newRow("parent removed") << 3;
     QTest::newRow("content of the parent's parent removed") << 4;
-    QTest::newRow("content written over") << 5;
+    QTest::newRow("content overwritten") << 5;
     QTest::newRow("root removed") << 6;
 }
 

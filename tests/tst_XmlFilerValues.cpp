@@ -96,12 +96,12 @@ private Q_SLOTS:
     void ReadString_pathWithoutName();
     void init();
 
-    void Shapes_data();
-    void Shapes();
-    void Shapes_noElement_data();
-    void Shapes_noElement();
-    void Shapes_detachedElement_data();
-    void Shapes_detachedElement();
+    void Forms_data();
+    void Forms();
+    void Forms_noElement_data();
+    void Forms_noElement();
+    void Forms_detachedElement_data();
+    void Forms_detachedElement();
 
     void ReadInteger_data();
     void ReadInteger();
@@ -175,7 +175,7 @@ void tst_XmlFilerValues::init()
 
 // Both forms of all operations
 
-void tst_XmlFilerValues::Shapes_data()
+void tst_XmlFilerValues::Forms_data()
 {
     QTest::addColumn<Kind>("kind");
 
@@ -192,7 +192,7 @@ void tst_XmlFilerValues::Shapes_data()
     QTest::newRow("Date") << KIND(Date, Utc(u"2024-02-29T12:34:56"_s), Utc(u"2001-01-01T00:00:00"_s));
 }
 
-void tst_XmlFilerValues::Shapes()
+void tst_XmlFilerValues::Forms()
 {
     QFETCH(const Kind, kind);
     XmlFiler filer;
@@ -232,12 +232,12 @@ void tst_XmlFilerValues::Shapes()
     QCOMPARE(filer.GetCurrentNode().parentNode().lastChild().nodeName(), u"N"_s);
 }
 
-void tst_XmlFilerValues::Shapes_noElement_data()
+void tst_XmlFilerValues::Forms_noElement_data()
 {
-    Shapes_data();
+    Forms_data();
 }
 
-void tst_XmlFilerValues::Shapes_noElement()
+void tst_XmlFilerValues::Forms_noElement()
 {
     QFETCH(const Kind, kind);
     XmlFiler filer;
@@ -268,12 +268,12 @@ void tst_XmlFilerValues::Shapes_noElement()
     QCOMPARE(kind.ReadAt(filer, u"r/A"_s), kind.First);
 }
 
-void tst_XmlFilerValues::Shapes_detachedElement_data()
+void tst_XmlFilerValues::Forms_detachedElement_data()
 {
-    Shapes_data();
+    Forms_data();
 }
 
-void tst_XmlFilerValues::Shapes_detachedElement()
+void tst_XmlFilerValues::Forms_detachedElement()
 {
     QFETCH(const Kind, kind);
     XmlFiler filer;
@@ -760,7 +760,7 @@ void tst_XmlFilerValues::ReadDate_data()
     QTest::newRow("twice in New York") << u"2020-11-01T01:30:00"_s << u"2020-11-01T01:30:00.000Z"_s;
     QTest::newRow("end of a day") << u"2024-07-01T24:00:00"_s << u"2024-07-02T00:00:00.000Z"_s;
     QTest::newRow("end of a day, UTC") << u"2024-07-01T24:00Z"_s << u"2024-07-02T00:00:00.000Z"_s;
-    QTest::newRow("no time behind the T") << u"2024-07-01T"_s << u"invalid"_s;
+    QTest::newRow("no time after the T") << u"2024-07-01T"_s << u"invalid"_s;
     QTest::newRow("sign without an offset") << u"2024-07-01T10:-1"_s << u"invalid"_s;
     QTest::newRow("word") << u"yesterday"_s << u"invalid"_s;
     QTest::newRow("blank") << u" "_s << u"invalid"_s;

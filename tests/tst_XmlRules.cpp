@@ -52,9 +52,9 @@ void tst_XmlRules::FindNonXmlCharacter_data()
     QTest::newRow("pair") << u"\U0001F600"_s << qsizetype(-1);
     QTest::newRow("NUL") << u"a"_s + QChar(0) << qsizetype(1);
     QTest::newRow("control character") << u"ab\u0001"_s << qsizetype(2);
-    QTest::newRow("first half") << u"a"_s + QChar(0xD800) + u"b"_s << qsizetype(1);
-    QTest::newRow("second half") << QString(QChar(0xDC00)) << qsizetype(0);
-    QTest::newRow("halves in the wrong order") << QString(QChar(0xDC00)) + QChar(0xD800) << qsizetype(0);
+    QTest::newRow("high surrogate") << u"a"_s + QChar(0xD800) + u"b"_s << qsizetype(1);
+    QTest::newRow("low surrogate") << QString(QChar(0xDC00)) << qsizetype(0);
+    QTest::newRow("surrogates in the wrong order") << QString(QChar(0xDC00)) + QChar(0xD800) << qsizetype(0);
     QTest::newRow("no character") << u"a"_s + QChar(0xFFFE) << qsizetype(1);
 }
 
@@ -80,8 +80,8 @@ void tst_XmlRules::FindXmlProblem_data()
     row("fine", "<?xml version='1.0'?>\n<r a='b'>&lt;<!-- c --></r>\n", -1, 0, 0, {});
     row("unknown prefix", "<x:r y:a='b'/>", -1, 0, 0, {});
     row("empty", "", int(Kind::Truncated), 1, 1, u"empty"_s);
-    row("cut off", "<r>\n  <a>\n te", int(Kind::Truncated), 3, 4, u"ends in the middle"_s);
-    row("cut off behind two-byte characters", "<r>\n\xC3\xA4\xC3\xA4", int(Kind::Truncated), 2, 3,
+    row("truncated", "<r>\n  <a>\n te", int(Kind::Truncated), 3, 4, u"ends in the middle"_s);
+    row("truncated after two-byte characters", "<r>\n\xC3\xA4\xC3\xA4", int(Kind::Truncated), 2, 3,
         u"ends in the middle"_s);
     row("wrong end tag", "<r>\n<a></b></r>", int(Kind::Malformed), 2, 6, u"tag mismatch"_s);
     row("not UTF-8", "<r>\n \xC3\xA4 \xFF</r>", int(Kind::BadEncoding), 2, 4, u"not valid UTF-8"_s);

@@ -72,7 +72,7 @@ private Q_SLOTS:
     void Leave_removesFirstOwnEntry();
     void Leave_withoutOwnEntry();
     void Destructor_leaves();
-    void OwnEntryLeftOver();
+    void OwnEntryFromEarlier();
     void DeadMembersPruned();
     void OldestLiveMember();
     void UnusableGridName();
@@ -279,7 +279,7 @@ void tst_Grid::Destructor_leaves()
     QCOMPARE(registry.Bytes().first(kRegistrySize), QByteArray(kRegistrySize, '\0'));
 }
 
-void tst_Grid::OwnEntryLeftOver()
+void tst_Grid::OwnEntryFromEarlier()
 {
     const QString grid = UniqueName();
     const qint64 own = QCoreApplication::applicationPid();
@@ -351,7 +351,7 @@ void tst_Grid::Read_damaged_data()
     QTest::newRow("count 0") << Number32(0) + entry << QList<qint64>();
     QTest::newRow("negative count") << Number32(0x80000000) + entry << QList<qint64>();
     QTest::newRow("count smaller than content") << Number32(1) + entry + entry << QList<qint64>{7};
-    QTest::newRow("length behind the end")
+    QTest::newRow("length after the end")
         << Number32(2) + entry + Entry(8, QString()).first(8) + Number32(0x7FFFFFF0) << QList<qint64>{7};
     QTest::newRow("odd length") << Number32(2) + entry + Entry(8, QString()).first(8) + Number32(3)
                                 << QList<qint64>{7};
@@ -435,8 +435,8 @@ void tst_Grid::Write_fits_data()
     QTest::addColumn<bool>("expected");
 
     const int largest = (kRegistrySize - 4 - 8 - 4) / 2;
-    QTest::newRow("just fits") << largest << true;
-    QTest::newRow("just not") << largest + 1 << false;
+    QTest::newRow("fits exactly") << largest << true;
+    QTest::newRow("one byte too long") << largest + 1 << false;
 }
 
 void tst_Grid::Write_fits()

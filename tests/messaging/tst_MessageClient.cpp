@@ -64,8 +64,8 @@ private Q_SLOTS:
     void Untouched();
 
     void ConnectToServer();
-    void ConnectToServer_nobodyThere();
-    void ConnectToServer_serverComesLater();
+    void ConnectToServer_noServer();
+    void ConnectToServer_serverStartsLater();
     void ConnectToServer_otherName();
     void ConnectToServer_unusableName_data();
     void ConnectToServer_unusableName();
@@ -74,7 +74,7 @@ private Q_SLOTS:
     void ConnectToServer_modes();
     void IsConnected_beforeAnnounced();
     void WaitForConnection_connected();
-    void WaitForConnection_newsStillQueued();
+    void WaitForConnection_announcementStillQueued();
     void WaitForConnection_time();
     void WaitForConnection_withoutLimit();
     void WaitForConnection_waitsInSlot();
@@ -99,7 +99,7 @@ private Q_SLOTS:
     void Request_notConnected();
     void Request_timeOut_data();
     void Request_timeOut();
-    void Request_negativeTimeLimit();
+    void Request_negativeTimeout();
     void Request_nested();
     void Request_waitsWithinWaits();
     void Request_sendsAndWaitsInSlot();
@@ -173,7 +173,7 @@ void tst_MessageClient::ConnectToServer()
     QCOMPARE(client.IsConnected(), true);
 }
 
-void tst_MessageClient::ConnectToServer_nobodyThere()
+void tst_MessageClient::ConnectToServer_noServer()
 {
     MessageClient client;
     QSignalSpy disconnected(&client, &MessageClient::Disconnected);
@@ -184,7 +184,7 @@ void tst_MessageClient::ConnectToServer_nobodyThere()
     QCOMPARE(disconnected.count(), 0);
 }
 
-void tst_MessageClient::ConnectToServer_serverComesLater()
+void tst_MessageClient::ConnectToServer_serverStartsLater()
 {
     const QString name = UniqueName();
     MessageClient client;
@@ -306,7 +306,7 @@ void tst_MessageClient::WaitForConnection_connected()
     EVENTUALLY(ran);
 }
 
-void tst_MessageClient::WaitForConnection_newsStillQueued()
+void tst_MessageClient::WaitForConnection_announcementStillQueued()
 {
     RawServer server(UniqueName());
     QVERIFY(server.IsListening());
@@ -633,7 +633,7 @@ void tst_MessageClient::Request_timeOut()
     QCOMPARE(answer, QVariantMap());
 }
 
-void tst_MessageClient::Request_negativeTimeLimit()
+void tst_MessageClient::Request_negativeTimeout()
 {
     Link link;
     QVERIFY(link.Ok);

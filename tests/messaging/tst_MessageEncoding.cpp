@@ -227,7 +227,7 @@ void tst_MessageEncoding::StringToType_case_data()
     QTest::newRow("unknown") << u"Strange"_s << 0;
     QTest::newRow("empty") << QString() << 0;
     QTest::newRow("blank before") << u" Int"_s << 0;
-    QTest::newRow("blank behind") << u"Int "_s << 0;
+    QTest::newRow("blank after") << u"Int "_s << 0;
     QTest::newRow("beginning of a name") << u"Str"_s << 0;
     QTest::newRow("Qt's name") << u"QString"_s << 0;
     QTest::newRow("Qt's name of a map") << u"VariantMap"_s << 0;
@@ -493,7 +493,7 @@ void tst_MessageEncoding::Decode_data()
     QTest::newRow("other case") << u"<Data Encoder='xmlencoder'>%1</Data>"_s.arg(param) << before;
     QTest::newRow("other encoder") << u"<Data Encoder='Other'>%1</Data>"_s.arg(param) << before;
     QTest::newRow("no encoder") << u"<Data>%1</Data>"_s.arg(param) << before;
-    QTest::newRow("broken") << u"<Data Encoder='XmlEncoder'>%1"_s.arg(param) << before;
+    QTest::newRow("malformed") << u"<Data Encoder='XmlEncoder'>%1"_s.arg(param) << before;
     QTest::newRow("empty") << QString() << before;
 }
 
@@ -551,7 +551,7 @@ void tst_MessageEncoding::ReadBase64_data()
     QTest::newRow("one more") << QByteArray("AAAAA") << false;
     QTest::newRow("padding missing") << QByteArray("AAAAAA") << false;
     QTest::newRow("three padded") << QByteArray("A===") << false;
-    QTest::newRow("padding alone") << QByteArray("====") << false;
+    QTest::newRow("only padding") << QByteArray("====") << false;
     QTest::newRow("padding in the middle") << QByteArray("AA==AAAA") << false;
     QTest::newRow("padding before the last") << QByteArray("AA=A") << false;
     QTest::newRow("line end") << QByteArray("AAA\n") << false;

@@ -326,16 +326,16 @@ private Q_SLOTS:
     void ExtractMessage_data();
     void ExtractMessage();
 
-    void Direct_takesOneByOne();
-    void Direct_takesNoneBeforeNoise();
-    void Direct_readsItsOwn_data();
-    void Direct_readsItsOwn();
-    void Direct_leavesToFiler_data();
-    void Direct_leavesToFiler();
-    void Direct_writesSameDocuments();
-    void Direct_readsSameMessages();
-    void Direct_readsSameFromMutated();
-    void Direct_readsSameFromMutatedBytes();
+    void FastPath_takesOneByOne();
+    void FastPath_takesNoneBeforeNoise();
+    void FastPath_readsItsOwn_data();
+    void FastPath_readsItsOwn();
+    void FastPath_leavesToDomPath_data();
+    void FastPath_leavesToDomPath();
+    void FastPath_writesSameFrames();
+    void FastPath_readsSameMessages();
+    void FastPath_readsSameFromMutated();
+    void FastPath_readsSameFromMutatedBytes();
 };
 
 void tst_MessageFraming::EncodeMessage_document()
@@ -426,16 +426,16 @@ void tst_MessageFraming::DecodeMessage_data()
     const QString c = EncodeMessage(own);
     QTest::newRow("empty") << QString() << QStringList();
     QTest::newRow("one") << a << QStringList{u"a"_s};
-    QTest::newRow("own") << c << QStringList{u"own"_s};
+    QTest::newRow("own frames") << c << QStringList{u"own"_s};
     QTest::newRow("two") << a + b << QStringList{u"a"_s, u"b"_s};
-    QTest::newRow("own and others") << c + a + c << QStringList{u"own"_s, u"a"_s, u"own"_s};
+    QTest::newRow("own and other frames") << c + a + c << QStringList{u"own"_s, u"a"_s, u"own"_s};
     QTest::newRow("noise before") << u"noise"_s + a << QStringList{u"a"_s};
-    QTest::newRow("noise before own") << u"noise"_s + c << QStringList{u"own"_s};
+    QTest::newRow("noise before own frames") << u"noise"_s + c << QStringList{u"own"_s};
     QTest::newRow("noise alone") << u"noise"_s << QStringList();
-    QTest::newRow("noise behind") << a + u"noise"_s + b << QStringList{u"b"_s};
-    QTest::newRow("noise behind own") << c + u"noise"_s + c << QStringList{u"own"_s};
+    QTest::newRow("noise after") << a + u"noise"_s + b << QStringList{u"b"_s};
+    QTest::newRow("noise after own frames") << c + u"noise"_s + c << QStringList{u"own"_s};
     QTest::newRow("blanks between") << a + u" \n"_s + b << QStringList{u"a"_s, u"b"_s};
-    QTest::newRow("blanks between own") << c + u" \n"_s + c << QStringList{u"own"_s, u"own"_s};
+    QTest::newRow("blanks between own frames") << c + u" \n"_s + c << QStringList{u"own"_s, u"own"_s};
     QTest::newRow("tail missing") << a + b.chopped(1) << QStringList{u"a"_s};
     QTest::newRow("own tail missing") << c + c.chopped(2) << QStringList{u"own"_s};
     QTest::newRow("own line end missing") << c.chopped(1) << QStringList{u"own"_s};
@@ -443,9 +443,9 @@ void tst_MessageFraming::DecodeMessage_data()
     QTest::newRow("declaration's start missing") << a.mid(6) + b << QStringList{u"a"_s, u"b"_s};
     QTest::newRow("start alone") << u"<?xml "_s << QStringList();
     QTest::newRow("start twice") << u"<?xml <?xml "_s << QStringList();
-    QTest::newRow("start, then a document") << u"<?xml "_s + a << QStringList{u"a"_s};
-    QTest::newRow("broken between") << a + u"<?xml version='1.0'?><Message"_s + b
-                                    << QStringList{u"a"_s, u"b"_s};
+    QTest::newRow("start, then a frame") << u"<?xml "_s + a << QStringList{u"a"_s};
+    QTest::newRow("malformed between")
+        << a + u"<?xml version='1.0'?><Message"_s + b << QStringList{u"a"_s, u"b"_s};
     QTest::newRow("start in other case") << u"<?XML version='1.0'?><Message Id='x'/>"_s << QStringList();
     QTest::newRow("declaration with tab") << u"<?xml\tversion='1.0'?><Message Id='x'/>"_s << QStringList();
     QTest::newRow("no declaration") << u"<Message Id='x'/>"_s << QStringList();
@@ -480,9 +480,9 @@ void tst_MessageFraming::DecodeMessage_bytes_data()
     QTest::newRow("replacement character") << QByteArray("\xEF\xBF\xBD") << u"\uFFFD"_s;
     QTest::newRow("last characters of the plane before")
         << QByteArray("\xEF\xBE\xBF\xEF\xBF\xBC") << u"\uFFBF\uFFFC"_s;
-    QTest::newRow("half a character") << QByteArray("\xC3") << u"\uFFFD"_s;
-    QTest::newRow("following byte alone") << QByteArray("\x80") << u"\uFFFD"_s;
-    QTest::newRow("too long a form") << QByteArray("\xC0\xAF") << u"\uFFFD\uFFFD"_s;
+    QTest::newRow("truncated character") << QByteArray("\xC3") << u"\uFFFD"_s;
+    QTest::newRow("continuation byte alone") << QByteArray("\x80") << u"\uFFFD"_s;
+    QTest::newRow("overlong encoding") << QByteArray("\xC0\xAF") << u"\uFFFD\uFFFD"_s;
 }
 
 void tst_MessageFraming::DecodeMessage_bytes()
@@ -535,8 +535,8 @@ void tst_MessageFraming::DecodeMessage_deepNesting_data()
 
     // The root, Params and the innermost value count as levels.
     QTest::newRow("shallow") << 1 << true;
-    QTest::newRow("as far as the direct reader goes") << 200 << true;
-    QTest::newRow("farther") << 210 << true;
+    QTest::newRow("maximum depth of the fast path") << 200 << true;
+    QTest::newRow("deeper than the fast path") << 210 << true;
     QTest::newRow("at the limit") << 997 << true;
     QTest::newRow("above the limit") << 999 << false;
 }
@@ -644,9 +644,9 @@ void tst_MessageFraming::ExtractMessage_data()
     const QVariantMap map{{u"a"_s, 1}};
     QTest::newRow("packed") << packed << u"N"_s << map;
     QTest::newRow("without declaration") << packed.mid(packed.indexOf(u'\n')) << u"N"_s << map;
-    QTest::newRow("two documents") << packed + packed << QString() << QVariantMap();
+    QTest::newRow("two frames") << packed + packed << QString() << QVariantMap();
     QTest::newRow("noise before") << u"x"_s + packed << QString() << QVariantMap();
-    QTest::newRow("noise behind") << packed + u"x"_s << QString() << QVariantMap();
+    QTest::newRow("noise after") << packed + u"x"_s << QString() << QVariantMap();
     QTest::newRow("empty") << QString() << QString() << QVariantMap();
     QTest::newRow("no Params") << u"<Message Id='N'/>"_s << u"N"_s << QVariantMap();
     QTest::newRow("no name")
@@ -668,7 +668,7 @@ void tst_MessageFraming::ExtractMessage()
     QCOMPARE(map, params);
 }
 
-void tst_MessageFraming::Direct_takesOneByOne()
+void tst_MessageFraming::FastPath_takesOneByOne()
 {
     const MessageInfo first{u"First"_s, SomeId(), true, false, OtherId(), {{u"n"_s, 1}}};
     const MessageInfo second{u"Second"_s, {}, false, false, {}, {{u"bytes"_s, QByteArray(1000, '\0')}}};
@@ -689,7 +689,7 @@ void tst_MessageFraming::Direct_takesOneByOne()
 }
 
 // A frame extends to the start of the next one, so that noise makes it malformed.
-void tst_MessageFraming::Direct_takesNoneBeforeNoise()
+void tst_MessageFraming::FastPath_takesNoneBeforeNoise()
 {
     const QByteArray document = EncodeMessageAsBytes({u"Id"_s, {}, false, false, {}, {}});
     for (const QByteArray& noise :
@@ -705,7 +705,7 @@ void tst_MessageFraming::Direct_takesNoneBeforeNoise()
     }
 }
 
-void tst_MessageFraming::Direct_readsItsOwn_data()
+void tst_MessageFraming::FastPath_readsItsOwn_data()
 {
     QTest::addColumn<QVariant>("value");
 
@@ -729,7 +729,7 @@ void tst_MessageFraming::Direct_readsItsOwn_data()
 }
 
 // The fast path is not only correct, but also taken.
-void tst_MessageFraming::Direct_readsItsOwn()
+void tst_MessageFraming::FastPath_readsItsOwn()
 {
     QFETCH(const QVariant, value);
 
@@ -743,7 +743,7 @@ void tst_MessageFraming::Direct_readsItsOwn()
     QCOMPARE(Description(direct), Description(ReadByFiler(document)));
 }
 
-void tst_MessageFraming::Direct_leavesToFiler_data()
+void tst_MessageFraming::FastPath_leavesToDomPath_data()
 {
     QTest::addColumn<QString>("before");
     QTest::addColumn<QString>("after");
@@ -770,10 +770,10 @@ void tst_MessageFraming::Direct_leavesToFiler_data()
     QTest::newRow("unknown entity") << u"\"text\""_s << u"\"&text;\""_s;
     QTest::newRow("ampersand") << u"\"text\""_s << u"\"&\""_s;
     QTest::newRow("line end in a text") << u"\"text\""_s << u"\"te\nxt\""_s;
-    QTest::newRow("half a pair") << u"\"text\""_s << u"\""_s + QChar(0xD800) + u"\""_s;
+    QTest::newRow("unpaired surrogate") << u"\"text\""_s << u"\""_s + QChar(0xD800) + u"\""_s;
     QTest::newRow("noncharacter") << u"\"text\""_s << u"\"\uFFFF\""_s;
     QTest::newRow("null character") << u"\"text\""_s << u"\""_s + QChar(0) + u"\""_s;
-    QTest::newRow("number that is none") << u"\"1\""_s << u"\"x\""_s;
+    QTest::newRow("not a number") << u"\"1\""_s << u"\"x\""_s;
     QTest::newRow("number missing") << u" Value=\"1\""_s << QString();
     QTest::newRow("unknown type") << u"\"Int\""_s << u"\"Thing\""_s;
     QTest::newRow("type missing") << u" Type=\"Int\""_s << QString();
@@ -782,8 +782,8 @@ void tst_MessageFraming::Direct_leavesToFiler_data()
     QTest::newRow("text between") << u"<Params"_s << u"text<Params"_s;
     QTest::newRow("other element") << u"<Params"_s << u"<Other/><Params"_s;
     QTest::newRow("element in a scalar") << u"\"1\"/>"_s << u"\"1\"><Param/></Param>"_s;
-    QTest::newRow("text behind") << u"</Message>"_s << u"</Message>text"_s;
-    QTest::newRow("comment behind") << u"</Message>"_s << u"</Message><!-- c -->"_s;
+    QTest::newRow("text after") << u"</Message>"_s << u"</Message>text"_s;
+    QTest::newRow("comment after") << u"</Message>"_s << u"</Message><!-- c -->"_s;
     QTest::newRow("document type") << u"<Message"_s << u"<!DOCTYPE Message><Message"_s;
     QTest::newRow("bytes as text") << u"<![CDATA[AP8=]]>"_s << u"AP8="_s;
     QTest::newRow("bytes in two sections") << u"AP8="_s << u"AP8=]]><![CDATA[AAAA"_s;
@@ -792,7 +792,7 @@ void tst_MessageFraming::Direct_leavesToFiler_data()
     QTest::newRow("bytes without end") << u"]]>"_s << QString();
 }
 
-void tst_MessageFraming::Direct_leavesToFiler()
+void tst_MessageFraming::FastPath_leavesToDomPath()
 {
     QFETCH(const QString, before);
     QFETCH(const QString, after);
@@ -817,7 +817,7 @@ void tst_MessageFraming::Direct_leavesToFiler()
         QCOMPARE(Description(messages.constFirst()), Description(expected));
 }
 
-void tst_MessageFraming::Direct_writesSameDocuments()
+void tst_MessageFraming::FastPath_writesSameFrames()
 {
     Corpus corpus(1);
     corpus.mBadTexts = false;
@@ -835,7 +835,7 @@ void tst_MessageFraming::Direct_writesSameDocuments()
     }
 }
 
-void tst_MessageFraming::Direct_readsSameMessages()
+void tst_MessageFraming::FastPath_readsSameMessages()
 {
     Corpus corpus(2);
     int direct = 0;
@@ -852,7 +852,7 @@ void tst_MessageFraming::Direct_readsSameMessages()
     QVERIFY2(direct > 1500, qPrintable(QString::number(direct)));
 }
 
-void tst_MessageFraming::Direct_readsSameFromMutated()
+void tst_MessageFraming::FastPath_readsSameFromMutated()
 {
     Corpus corpus(3);
     int direct = 0;
@@ -869,7 +869,7 @@ void tst_MessageFraming::Direct_readsSameFromMutated()
 }
 
 // Frames as several writers may have sent them, also truncated in the middle of a character.
-void tst_MessageFraming::Direct_readsSameFromMutatedBytes()
+void tst_MessageFraming::FastPath_readsSameFromMutatedBytes()
 {
     Corpus corpus(4);
     int direct = 0;

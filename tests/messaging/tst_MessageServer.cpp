@@ -131,7 +131,7 @@ private Q_SLOTS:
     void Send_receiverThatDoesNotRead();
     void Send_tooLarge();
 
-    void Client_connectsAndLeaves();
+    void Client_connectsAndDisconnects();
     void Client_replaced();
     void Client_connectedAtStop();
 
@@ -139,7 +139,7 @@ private Q_SLOTS:
     void Responders_order();
     void Responders_allDecline();
     void Responders_registration();
-    void Responders_changedWhileAsked();
+    void Responders_changedDuringRequest();
 
     void Worker();
     void Worker_slotsWithoutSender();
@@ -554,11 +554,11 @@ void tst_MessageServer::Receive_joined_data()
 
     const QByteArray a = Document(u"a"_s);
     const QByteArray b = Document(u"b"_s);
-    QTest::newRow("two documents") << a + b << QStringList{u"a"_s, u"b"_s};
+    QTest::newRow("two frames") << a + b << QStringList{u"a"_s, u"b"_s};
     QTest::newRow("noise before") << "noise" + a << QStringList{u"a"_s};
     QTest::newRow("noise between") << a + "noise" + b << QStringList{u"b"_s};
     QTest::newRow("tail missing") << a + b.chopped(10) << QStringList{u"a"_s};
-    QTest::newRow("bytes that are no text") << "\xff\xfe\0" + a << QStringList{u"a"_s};
+    QTest::newRow("invalid UTF-8") << "\xff\xfe\0" + a << QStringList{u"a"_s};
     QTest::newRow("only noise") << QByteArray("noise") << QStringList();
 }
 
@@ -796,7 +796,7 @@ void tst_MessageServer::Send_tooLarge()
     QVERIFY(TestSupport::LogGuard::Messages().constFirst().contains(u"\"large\""_s));
 }
 
-void tst_MessageServer::Client_connectsAndLeaves()
+void tst_MessageServer::Client_connectsAndDisconnects()
 {
     LinkedServer link;
     link.Server.Start(link.Name);
@@ -942,7 +942,7 @@ void tst_MessageServer::Responders_registration()
     QCOMPARE(twice.Calls(), 1);
 }
 
-void tst_MessageServer::Responders_changedWhileAsked()
+void tst_MessageServer::Responders_changedDuringRequest()
 {
     LinkedServer link;
     Responder added(&Decline);

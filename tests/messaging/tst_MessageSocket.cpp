@@ -80,17 +80,17 @@ class tst_MessageSocket : public QObject
 private Q_SLOTS:
     void init() { TestSupport::FailOnAnyMessage(); }
 
-    void Drain_takesAllThatIsThere();
+    void Drain_readsEverythingAvailable();
     void Drain_waits_data();
     void Drain_waits();
     void Drain_waitsForEachPiece();
     void Drain_waitsInSteps();
-    void Drain_waitsOnlySoLong();
+    void Drain_waitsUntilDeadline();
     void Drain_trickle_data();
     void Drain_trickle();
     void Drain_littleInManyReads_data();
     void Drain_littleInManyReads();
-    void Drain_countsReadsAnew();
+    void Drain_restartsCount();
     void Drain_enough_data();
     void Drain_enough();
     void Drain_threadEnds();
@@ -102,7 +102,7 @@ private Q_SLOTS:
     void Window_twoThreads();
 };
 
-void tst_MessageSocket::Drain_takesAllThatIsThere()
+void tst_MessageSocket::Drain_readsEverythingAvailable()
 {
     Script source;
     source.Pieces = {"b", "c", "d", {}, "later"};
@@ -124,18 +124,18 @@ void tst_MessageSocket::Drain_waits_data()
     const auto row = [](const char* name, const QByteArray& first, const QByteArray& second, bool waits) {
         QTest::newRow(name) << first << second << waits;
     };
-    row("small frame, cut off", Beginning(kMaxPiece - 1), nothing, false);
-    row("large frame, cut off", Beginning(kMaxPiece), nothing, true);
-    row("large frame, cut off after the second read", Beginning(kMaxPiece - 1), "x", true);
+    row("small frame, truncated", Beginning(kMaxPiece - 1), nothing, false);
+    row("large frame, truncated", Beginning(kMaxPiece), nothing, true);
+    row("large frame, truncated after the second read", Beginning(kMaxPiece - 1), "x", true);
     row("large frame, whole", whole, nothing, false);
     row("large frame, whole, without line end", whole.chopped(1), nothing, false);
     row("large frame, last character missing", whole.chopped(2), nothing, true);
     row("large frame, end in the second read", whole.first(kMaxPiece), whole.sliced(kMaxPiece), false);
     row("large noise", noise, nothing, false);
-    row("small beginning behind noise", noise + Beginning(kMaxPiece - 1), nothing, false);
-    row("large beginning behind noise", noise + Beginning(kMaxPiece), nothing, true);
-    row("large beginning behind a frame", whole + Beginning(kMaxPiece), nothing, true);
-    row("small beginning behind a large one", Beginning(2 * kMaxPiece) + Beginning(100), nothing, false);
+    row("small beginning after noise", noise + Beginning(kMaxPiece - 1), nothing, false);
+    row("large beginning after noise", noise + Beginning(kMaxPiece), nothing, true);
+    row("large beginning after a frame", whole + Beginning(kMaxPiece), nothing, true);
+    row("small beginning after a large one", Beginning(2 * kMaxPiece) + Beginning(100), nothing, false);
     row("beginning in two reads", noise + Beginning(3), Beginning(kMaxPiece).sliced(3), true);
 }
 
@@ -178,7 +178,7 @@ void tst_MessageSocket::Drain_waitsInSteps()
     QCOMPARE(source.Waits, QList<int>(10, 50));
 }
 
-void tst_MessageSocket::Drain_waitsOnlySoLong()
+void tst_MessageSocket::Drain_waitsUntilDeadline()
 {
     Script source;
     source.Pieces = {QByteArray(), "too late"};
@@ -195,10 +195,10 @@ void tst_MessageSocket::Drain_trickle_data()
     QTest::addColumn<qint64>("waitNs");
     QTest::addColumn<int>("reads");
 
-    QTest::newRow("400 ms, on a machine that stalls") << qint64(400'000'000) << 10;
+    QTest::newRow("400 ms, on a busy machine") << qint64(400'000'000) << 10;
     QTest::newRow("40 ms") << qint64(40'000'000) << 13;
     QTest::newRow("1 ms") << qint64(1'000'000) << 500;
-    QTest::newRow("no time") << qint64(0) << 1000;
+    QTest::newRow("0 ms") << qint64(0) << 1000;
 }
 
 void tst_MessageSocket::Drain_trickle()
@@ -226,7 +226,7 @@ void tst_MessageSocket::Drain_littleInManyReads_data()
     QTest::newRow("single bytes of noise") << QByteArray("x") << 1 << true;
     QTest::newRow("single bytes of a frame") << Beginning(kMaxPiece) << 1 << true;
     QTest::newRow("just too little") << Beginning(kMaxPiece) << 511 << true;
-    QTest::newRow("just as much") << Beginning(kMaxPiece) << 512 << false;
+    QTest::newRow("exactly enough") << Beginning(kMaxPiece) << 512 << false;
 }
 
 void tst_MessageSocket::Drain_littleInManyReads()
@@ -243,7 +243,7 @@ void tst_MessageSocket::Drain_littleInManyReads()
     QCOMPARE(bytes.size(), first.size() + source.Reads * size);
 }
 
-void tst_MessageSocket::Drain_countsReadsAnew()
+void tst_MessageSocket::Drain_restartsCount()
 {
     Script source;
     source.Pieces = QList<QByteArray>(63, "x") + QList<QByteArray>{QByteArray(kMaxPiece, 'x')};
@@ -302,8 +302,8 @@ void tst_MessageSocket::Window_full_data()
     QTest::addColumn<bool>("full");
 
     QTest::newRow("nothing") << QList<qsizetype>() << false;
-    QTest::newRow("as much as may wait") << QList<qsizetype>{kMaxUndelivered} << false;
-    QTest::newRow("one byte more") << QList<qsizetype>{kMaxUndelivered, 1} << true;
+    QTest::newRow("as much as may be queued") << QList<qsizetype>{kMaxUndelivered} << false;
+    QTest::newRow("one byte too much") << QList<qsizetype>{kMaxUndelivered, 1} << true;
     QTest::newRow("one large read") << QList<qsizetype>{10 * kMaxUndelivered} << true;
 }
 

@@ -205,17 +205,17 @@ private Q_SLOTS:
 
     void ManagersOfOtherThread();
     void ResponderAsksBack();
-    void Wait_leavesOutUserInput();
-    void Wait_timeLimit_data();
-    void Wait_timeLimit();
+    void Wait_excludesUserInput();
+    void Wait_timeout_data();
+    void Wait_timeout();
     void Reconnect_interval();
     void Reconnect_again();
     void Wait_endOfThread_data();
     void Wait_endOfThread();
     void Wait_lostConnection();
     void Wait_withinWait();
-    void Wait_forgetsUnconfirmed();
-    void Wait_forgetsAnswer();
+    void Wait_ignoresLateConfirmation();
+    void Wait_clearsPreviousAnswer();
     void Connected_stateInSlot();
     void Connected_slotDeletesClient();
     void OutlivesApplication();
@@ -320,7 +320,7 @@ void tst_MessageThreads::ResponderAsksBack()
     }
 }
 
-void tst_MessageThreads::Wait_leavesOutUserInput()
+void tst_MessageThreads::Wait_excludesUserInput()
 {
     const QString name = UniqueName();
     MessageServer server;
@@ -366,7 +366,7 @@ void tst_MessageThreads::Wait_leavesOutUserInput()
     }
 }
 
-void tst_MessageThreads::Wait_timeLimit_data()
+void tst_MessageThreads::Wait_timeout_data()
 {
     QTest::addColumn<Wait>("wait");
     QTest::addColumn<int>("limitMs");
@@ -380,7 +380,7 @@ void tst_MessageThreads::Wait_timeLimit_data()
 }
 
 // Only a timer with the time-out ends a wait, and nothing else runs meanwhile.
-void tst_MessageThreads::Wait_timeLimit()
+void tst_MessageThreads::Wait_timeout()
 {
     QFETCH(const Wait, wait);
     QFETCH(const int, limitMs);
@@ -516,7 +516,7 @@ void tst_MessageThreads::Wait_withinWait()
 }
 
 // A late confirmation does not end another wait.
-void tst_MessageThreads::Wait_forgetsUnconfirmed()
+void tst_MessageThreads::Wait_ignoresLateConfirmation()
 {
     const QString name = UniqueName();
     MessageServer server;
@@ -539,7 +539,7 @@ void tst_MessageThreads::Wait_forgetsUnconfirmed()
 }
 
 // A wait without an answer gives none, and in particular not that of the previous request.
-void tst_MessageThreads::Wait_forgetsAnswer()
+void tst_MessageThreads::Wait_clearsPreviousAnswer()
 {
     RawServer server(UniqueName());
     QVERIFY(server.IsListening());

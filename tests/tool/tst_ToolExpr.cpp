@@ -31,9 +31,9 @@ private Q_SLOTS:
     void Lint_standardInput();
     void Lint_xml();
     void Lint_xml_prefixWithoutNamespace();
-    void Lint_xml_moreThanIsRead();
-    void Lint_nothingToLookAt_data();
-    void Lint_nothingToLookAt();
+    void Lint_xml_entityTooLong();
+    void Lint_noExpressions_data();
+    void Lint_noExpressions();
     void Lint_badFiles_data();
     void Lint_badFiles();
     void Lint_manyOperands();
@@ -74,9 +74,9 @@ void tst_ToolExpr::Run_data()
         u"false\n=> 1\n"_s);
     row("eval, option twice", {u"eval"_s, u"a & b"_s, u"--true"_s, u"a"_s, u"--true"_s, u"b"_s},
         u"true\n=> 0\n"_s);
-    row("eval, skipped operand need not be known", {u"eval"_s, u"a | b"_s, u"--true"_s, u"a"_s},
+    row("eval, skipped operand may be unknown", {u"eval"_s, u"a | b"_s, u"--true"_s, u"a"_s},
         u"true\n=> 0\n"_s);
-    row("eval, skipped mistake does no harm", {u"eval"_s, u"a | (b & & c)"_s, u"--true"_s, u"a"_s},
+    row("eval, skipped mistake is ignored", {u"eval"_s, u"a | (b & & c)"_s, u"--true"_s, u"a"_s},
         u"true\n=> 0\n"_s);
     row("eval, unknown operand", {u"eval"_s, u"a & bb"_s, u"--true"_s, u"a"_s},
         u"!   a & bb\n!       ^~\n! qvutil: expression, column 5: operand \"bb\" is neither in --true nor in "
@@ -87,7 +87,7 @@ void tst_ToolExpr::Run_data()
         u"!   \n!   ^\n! qvutil: expression, column 1: there is no operand here\n=> 2\n"_s);
     row("eval, not closed", {u"eval"_s, u"a & (b"_s},
         u"!   a & (b\n!       ^\n! qvutil: expression, column 5: this '(' is not closed\n=> 2\n"_s);
-    row("eval, consulted mistake", {u"eval"_s, u"a & (b & & c)"_s, u"--true"_s, u"a,b,c"_s},
+    row("eval, evaluated mistake", {u"eval"_s, u"a & (b & & c)"_s, u"--true"_s, u"a,b,c"_s},
         u"!   a & (b & & c)\n!            ^\n! qvutil: expression, column 10: an operand is missing beside "
         u"this "
         "operator\n=> 2\n"_s);
@@ -98,7 +98,7 @@ void tst_ToolExpr::Run_data()
         "    |\n    d   skipped\n"
         "  note, column 1: '&' and '|' are applied from left to right here, since a group comes before\n"
         "true\n=> 0\n"_s);
-    row("eval, explain an operand that stands twice",
+    row("eval, explain an operand that occurs twice",
         {u"eval"_s, u"(x | a) & a"_s, u"--true"_s, u"x,a"_s, u"--explain"_s},
         u"  (x | a) & a\n    x | a\n      x   1. true\n      |\n      a   skipped\n    &\n    a   2. true\n"
         "true\n=> 0\n"_s);
@@ -117,10 +117,10 @@ void tst_ToolExpr::Run_data()
         u"before\n"
         "  (a) & b | c\n  ^~~~~~~~~~~\n=> 1\n"_s);
     row("lint, not mixed", lint(u"a & b | c & d"_s), u"no problems; expressions looked at: 1\n=> 0\n"_s);
-    row("lint, never consulted", lint(u"a & (a | b)"_s),
+    row("lint, never evaluated", lint(u"a & (a | b)"_s),
         u"expression 1, column 10: this operand is never consulted, whatever the others are\n"
         "  a & (a | b)\n           ^\n=> 1\n"_s);
-    row("lint, consulted by one way only", lint(u"a | b & (a | c)"_s),
+    row("lint, evaluated in one case only", lint(u"a | b & (a | c)"_s),
         u"expression 1, column 1: '&' and '|' are applied from left to right here, since a group comes "
         u"before\n"
         "  a | b & (a | c)\n  ^~~~~~~~~~~~~~~\n=> 1\n"_s);
@@ -274,7 +274,7 @@ void tst_ToolExpr::Lint_xml_prefixWithoutNamespace()
 }
 
 // Reading stops at an entity that is too long for the library, so that "no problems" would be a guess.
-void tst_ToolExpr::Lint_xml_moreThanIsRead()
+void tst_ToolExpr::Lint_xml_entityTooLong()
 {
     QVERIFY(mTool->Write(u"ui.xml"_s,
                          "<!DOCTYPE r [<!ENTITY e \"" + QByteArray(5000, 'x')
@@ -284,7 +284,7 @@ void tst_ToolExpr::Lint_xml_moreThanIsRead()
         u"! qvutil: ui.xml: nested deeper, or with more text in its entities, than the library takes\n=> 2\n"_s);
 }
 
-void tst_ToolExpr::Lint_nothingToLookAt_data()
+void tst_ToolExpr::Lint_noExpressions_data()
 {
     QTest::addColumn<QStringList>("arguments");
 
@@ -297,7 +297,7 @@ void tst_ToolExpr::Lint_nothingToLookAt_data()
 }
 
 // A misspelt attribute name must not look like expressions without problems.
-void tst_ToolExpr::Lint_nothingToLookAt()
+void tst_ToolExpr::Lint_noExpressions()
 {
     QFETCH(const QStringList, arguments);
 
@@ -316,8 +316,8 @@ void tst_ToolExpr::Lint_badFiles_data()
     QTest::newRow("folder as list") << QStringList{u"--file"_s, u"."_s} << u"qvutil: .: "_s;
     QTest::newRow("missing document")
         << QStringList{u"--xml"_s, u"missing.xml"_s, u"--attribute"_s, u"x"_s} << u"qvutil: missing.xml: "_s;
-    QTest::newRow("torn document") << QStringList{u"--xml"_s, u"torn.xml"_s, u"--attribute"_s, u"x"_s}
-                                   << u"qvutil: torn.xml:1:"_s;
+    QTest::newRow("truncated document")
+        << QStringList{u"--xml"_s, u"torn.xml"_s, u"--attribute"_s, u"x"_s} << u"qvutil: torn.xml:1:"_s;
 }
 
 void tst_ToolExpr::Lint_badFiles()

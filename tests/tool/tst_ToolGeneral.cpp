@@ -187,7 +187,7 @@ void tst_ToolGeneral::Usage_data()
     QTest::newRow("no such option") << QStringList{u"hash"_s, u"--foo"_s}
                                     << u"! qvutil: unexpected argument '--foo'\n"
                                        "! Try 'qvutil hash --help'.\n=> 2\n"_s;
-    QTest::newRow("option of the tool behind a command")
+    QTest::newRow("option of the tool after a command")
         << QStringList{u"hash"_s, u"--version"_s}
         << u"! qvutil: unexpected argument '--version'\n! Try 'qvutil hash --help'.\n=> 2\n"_s;
     QTest::newRow("option without its value") << QStringList{u"hash"_s, u"--text"_s}
@@ -203,7 +203,7 @@ void tst_ToolGeneral::Usage_data()
     row("option given twice", {u"xml"_s, u"get"_s, u"f"_s, u"p"_s, u"-d"_s, u"1"_s, u"-d"_s, u"2"_s},
         u"--default is given more than once"_s);
     row("flag with a value", {u"hash"_s, u"--json=maybe"_s}, u"--json takes no value"_s);
-    row("number that is none", {u"xml"_s, u"list"_s, u"f"_s, u"--depth"_s, u"%2"_s},
+    row("not a number", {u"xml"_s, u"list"_s, u"f"_s, u"--depth"_s, u"%2"_s},
         u"--depth: '%2' is not a whole number from 0 to 1000"_s);
     row("number in brackets", {u"xml"_s, u"list"_s, u"f"_s, u"--depth"_s, u"[1]"_s},
         u"--depth: '[1]' is not a whole number from 0 to 1000"_s);
@@ -211,13 +211,13 @@ void tst_ToolGeneral::Usage_data()
         u"--depth: '-1' is not a whole number from 0 to 1000"_s);
     row("number above its range", {u"xml"_s, u"list"_s, u"f"_s, u"--depth"_s, u"1001"_s},
         u"--depth: '1001' is not a whole number from 0 to 1000"_s);
-    row("number beyond all", {u"files"_s, u"unique"_s, u"f"_s, u"--start"_s, u"2147483648"_s},
+    row("number beyond every range", {u"files"_s, u"unique"_s, u"f"_s, u"--start"_s, u"2147483648"_s},
         u"--start: '2147483648' is not a whole number from -2147483648 to 2147483647"_s);
-    row("too many arguments behind --", {u"xml"_s, u"get"_s, u"f"_s, u"p"_s, u"n"_s, u"--"_s, u"-v"_s},
+    row("too many arguments after --", {u"xml"_s, u"get"_s, u"f"_s, u"p"_s, u"n"_s, u"--"_s, u"-v"_s},
         u"unexpected argument '-v'"_s);
-    QTest::newRow("command behind --") << QStringList{u"--"_s, u"xml"_s}
-                                       << u"! qvutil: there is no command or option 'xml'\n"
-                                          "! Try 'qvutil --help'.\n=> 2\n"_s;
+    QTest::newRow("command after --") << QStringList{u"--"_s, u"xml"_s}
+                                      << u"! qvutil: there is no command or option 'xml'\n"
+                                         "! Try 'qvutil --help'.\n=> 2\n"_s;
     QTest::newRow("nothing to do") << QStringList{u"hash"_s}
                                    << u"! qvutil: FILE or --text is required\n"
                                       "! Try 'qvutil hash --help'.\n=> 2\n"_s;
@@ -270,7 +270,7 @@ void tst_ToolGeneral::Usage_endOfOptions_data()
         << QStringList{u"hash"_s, u"--"_s, u"-v"_s} << digest("-v") + yes;
     QTest::newRow("between arguments")
         << QStringList{u"hash"_s, u"a"_s, u"--"_s, u"b"_s} << digest("a") + digest("b") + yes;
-    QTest::newRow("behind all arguments") << QStringList{u"hash"_s, u"a"_s, u"--"_s} << digest("a") + yes;
+    QTest::newRow("after all arguments") << QStringList{u"hash"_s, u"a"_s, u"--"_s} << digest("a") + yes;
     QTest::newRow("twice") << QStringList{u"hash"_s, u"a"_s, u"--"_s, u"--"_s}
                            << digest("a") + digest("--") + yes;
     QTest::newRow("before what looks like an option")
@@ -279,7 +279,7 @@ void tst_ToolGeneral::Usage_endOfOptions_data()
         << QStringList{u"hash"_s, u"--"_s, u"[a,b]"_s} << digest("[a,b]") + yes;
     QTest::newRow("value of an option")
         << QStringList{u"hash"_s, u"--text"_s, u"--"_s, u"a"_s} << digest("--") + digest("a") + yes;
-    QTest::newRow("behind the value of an option")
+    QTest::newRow("after the value of an option")
         << QStringList{u"hash"_s, u"--text"_s, u"x"_s, u"--"_s, u"-v"_s} << digest("x") + digest("-v") + yes;
 }
 

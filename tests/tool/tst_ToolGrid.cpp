@@ -541,13 +541,13 @@ void tst_ToolGrid::Damaged_data()
     QTest::newRow("count too small") << Number32(1) + entry + entry << 1 << behind;
     QTest::newRow("count too large") << Number32(3) + entry + entry << 2 << claims(u"3"_s, 2);
     QTest::newRow("count far too large") << Number32(0x7FFFFFFF) + entry << 1 << claims(u"2147483647"_s, 1);
-    QTest::newRow("length behind the end") << Number32(2) + entry + entry.first(8) + Number32(0x7FFFFFF0) << 1
-                                           << claims(u"2"_s, 1) + u'\n' + behind;
+    QTest::newRow("length after the end") << Number32(2) + entry + entry.first(8) + Number32(0x7FFFFFF0) << 1
+                                          << claims(u"2"_s, 1) + u'\n' + behind;
     QTest::newRow("odd length") << Number32(2) + entry + entry.first(8) + Number32(3) << 1
                                 << claims(u"2"_s, 1) + u'\n' + behind;
     QTest::newRow("null name") << Number32(1) + Entry(kNobody, QString()).first(8) + Number32(0) << 1
                                << QString();
-    QTest::newRow("process ids that are none")
+    QTest::newRow("invalid process ids")
         << Number32(2) + Entry(-5, u"a"_s) + Entry(0, u"b"_s) << 2 << QString();
     QTest::newRow("something at the end")
         << Image(Number32(1) + entry).first(kRegistrySize - 1) + 'x' << 1 << behind;
@@ -1027,7 +1027,7 @@ void tst_ToolGrid::Arguments_data()
     QTest::newRow("two names") << QStringList{u"list"_s, u"a"_s, u"b"_s}
                                << u"qvutil: unexpected argument 'b'\nTry 'qvutil grid list --help'.\n"_s;
     QTest::newRow("count 0") << QStringList{u"watch"_s, u"desk"_s, u"--count"_s, u"0"_s} << QString();
-    QTest::newRow("count that is none")
+    QTest::newRow("count that is not a number")
         << QStringList{u"watch"_s, u"desk"_s, u"--count"_s, u"x"_s} << QString();
     QTest::newRow("interval 0") << QStringList{u"watch"_s, u"desk"_s, u"--interval"_s, u"0"_s} << QString();
     QTest::newRow("dry run of something else")

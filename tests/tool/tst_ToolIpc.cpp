@@ -72,11 +72,11 @@ private Q_SLOTS:
     void Call_connectionLost();
     void Call_serverKilled();
     void Call_wait();
-    void Call_waitInVain();
+    void Call_waitTimesOut();
 
     void Send();
     void Send_large();
-    void Send_notTaken();
+    void Send_notRead();
     void Send_unreachable();
 
     void Listen_text();
@@ -93,8 +93,8 @@ private Q_SLOTS:
     void Listen_nameInUse();
     void Listen_replace();
     void Listen_staleSocket();
-    void Listen_impossible_data();
-    void Listen_impossible();
+    void Listen_cannotListen_data();
+    void Listen_cannotListen();
     void Listen_keepsFile();
     void Listen_ends_data();
     void Listen_ends();
@@ -456,7 +456,7 @@ void tst_ToolIpc::Call_wait()
     QCOMPARE(call.WaitForEnd().ToText(), u"a=b\n=> 0\n"_s);
 }
 
-void tst_ToolIpc::Call_waitInVain()
+void tst_ToolIpc::Call_waitTimesOut()
 {
     const QString name = UniqueName();
     QCOMPARE(Run({u"call"_s, name, u"Ask"_s, u"--wait"_s, u"--timeout"_s, u"120"_s}).ToText(),
@@ -508,7 +508,7 @@ void tst_ToolIpc::Send_large()
              result.Errors.constData());
 }
 
-void tst_ToolIpc::Send_notTaken()
+void tst_ToolIpc::Send_notRead()
 {
     QVERIFY(mTool->Write(u"large"_s, QByteArray(16 * 1024 * 1024, 'x')));
     const QString name = UniqueName();
@@ -742,7 +742,7 @@ void tst_ToolIpc::Listen_staleSocket()
     QCOMPARE(Run({u"call"_s, name, u"Ask"_s, u"a=b"_s}).ToText(), u"a=b\n=> 0\n"_s);
 }
 
-void tst_ToolIpc::Listen_impossible_data()
+void tst_ToolIpc::Listen_cannotListen_data()
 {
     QTest::addColumn<QString>("name");
     QTest::addColumn<QString>("expected");
@@ -758,7 +758,7 @@ void tst_ToolIpc::Listen_impossible_data()
         << u"! qvutil: /no-such-folder/s: the folder /no-such-folder does not exist\n=> 2\n"_s;
 }
 
-void tst_ToolIpc::Listen_impossible()
+void tst_ToolIpc::Listen_cannotListen()
 {
     QFETCH(const QString, name);
     QFETCH(const QString, expected);

@@ -45,7 +45,7 @@ private Q_SLOTS:
     void Doctor_connectReplacesClient();
     void Doctor_noAnswer();
     void Doctor_notAccepted();
-    void Doctor_notAsked();
+    void Doctor_noRequestWithoutConnection();
     void Doctor_missing();
     void Doctor_stale();
     void Doctor_notASocket();
@@ -291,7 +291,7 @@ void tst_ToolIpcDoctor::Doctor_notAccepted()
 }
 
 // If no connection is possible, none is tried.
-void tst_ToolIpcDoctor::Doctor_notAsked()
+void tst_ToolIpcDoctor::Doctor_noRequestWithoutConnection()
 {
     const QJsonObject found = Diagnose(UniqueName(), {u"--connect"_s});
     QCOMPARE(Codes(found), QStringList(u"missing"_s));
@@ -547,7 +547,7 @@ void tst_ToolIpcDoctor::Bench_usage_data()
     QTest::addColumn<QStringList>("options");
 
     QTest::newRow("count of none") << QStringList{u"--count"_s, u"0"_s};
-    QTest::newRow("count of no number") << QStringList{u"--count"_s, u"many"_s};
+    QTest::newRow("count that is not a number") << QStringList{u"--count"_s, u"many"_s};
     QTest::newRow("negative size") << QStringList{u"--size"_s, u"-1"_s};
     QTest::newRow("size too large") << QStringList{u"--size"_s, u"67108865"_s};
     QTest::newRow("negative time") << QStringList{u"--timeout"_s, u"-1"_s};

@@ -39,10 +39,10 @@ private Q_SLOTS:
     void Bytes();
     void Bytes_beforeDisconnection();
     void Bytes_readerThatPauses();
-    void Documents_stayWhole();
+    void Frames_stayWhole();
     void Text();
     void Json();
-    void SplitDocument();
+    void SplitFrame();
     void Unreadable();
     void RequestAndAnswer();
     void ServerGone();
@@ -112,7 +112,7 @@ void tst_ToolIpcProxy::Bytes_data()
 
     QTest::newRow("one byte") << QByteArray("x") << QByteArray("y");
     QTest::newRow("zeros") << QByteArray(5, '\0') << QByteArray(1, '\0');
-    QTest::newRow("broken UTF-8") << QByteArray("\xff\xc3<?xml \xc3") << QByteArray("\x80");
+    QTest::newRow("invalid UTF-8") << QByteArray("\xff\xc3<?xml \xc3") << QByteArray("\x80");
     QTest::newRow("documents") << Document(u"a"_s) + Document(u"b"_s)
                                << Document(u"c"_s) + "\n\n" + Document(u"d"_s);
     QTest::newRow("starts of documents")
@@ -201,7 +201,7 @@ void tst_ToolIpcProxy::Bytes_readerThatPauses()
 }
 
 // The peer uses the library, which loses a frame that arrives in two reads.
-void tst_ToolIpcProxy::Documents_stayWhole()
+void tst_ToolIpcProxy::Frames_stayWhole()
 {
     constexpr int kCount = 100;
     QVERIFY(Start({u"--json"_s}));
@@ -265,7 +265,7 @@ void tst_ToolIpcProxy::Json()
 }
 
 // The frame is forwarded in two parts, as it arrived, and reported as split.
-void tst_ToolIpcProxy::SplitDocument()
+void tst_ToolIpcProxy::SplitFrame()
 {
     QVERIFY(Start());
     QLocalSocket client;

@@ -352,15 +352,15 @@ void tst_ToolMessage::Decode_skipped_data()
                                  << skipped(0, 5, u"no document begins here"_s) + none;
     QTest::newRow("noise before") << "noise" + a << QStringList{u"A"_s}
                                   << skipped(0, 5, u"no document begins here"_s);
-    QTest::newRow("noise of several bytes a character")
+    QTest::newRow("noise with multi-byte characters")
         << "é語" + a << QStringList{u"A"_s} << skipped(0, 5, u"no document begins here"_s);
-    QTest::newRow("noise behind")
+    QTest::newRow("noise after")
         << a + "noise" + b << QStringList{u"B"_s}
         << skipped(0, size + 5,
                    u"the document ends at byte %1, and what follows makes it unreadable"_s.arg(size - 1));
-    QTest::newRow("cut off at the end")
+    QTest::newRow("truncated at the end")
         << a + b.first(100) << QStringList{u"A"_s} << skipped(size, 100, u"the document is cut off"_s);
-    QTest::newRow("cut off in front of another")
+    QTest::newRow("truncated before another")
         << b.first(100) + a << QStringList{u"A"_s} << skipped(0, 100, u"the document is cut off"_s);
     QTest::newRow("beginning missing")
         << a.sliced(50) + b << QStringList{u"B"_s} << skipped(0, size - 50, u"no document begins here"_s);
@@ -575,9 +575,9 @@ void tst_ToolMessage::Encode_forms_data()
     QTest::newRow("types without regard to case") << QByteArray("{\"id\":\"A\",\"params\":{\"a\":1},"
                                                                 "\"types\":{\"a\":\"DOUBLE\"}}")
                                                   << param("Type=\"Double\" Value=\"1\"/>");
-    QTest::newRow("type that need not be said") << QByteArray("{\"id\":\"A\",\"params\":{\"a\":1},"
-                                                              "\"types\":{\"a\":\"Int\"}}")
-                                                << param("Type=\"Int\" Value=\"1\"/>");
+    QTest::newRow("type that may be omitted") << QByteArray("{\"id\":\"A\",\"params\":{\"a\":1},"
+                                                            "\"types\":{\"a\":\"Int\"}}")
+                                              << param("Type=\"Int\" Value=\"1\"/>");
     QTest::newRow("null type") << QByteArray("{\"id\":\"A\",\"params\":{\"a\":1},\"types\":{\"a\":null}}")
                                << param("Type=\"Int\" Value=\"1\"/>");
     QTest::newRow("map by name") << QByteArray(
@@ -649,12 +649,12 @@ void tst_ToolMessage::Encode_bad_data()
     row("blanks", " \n\t", u": there is no message"_s);
     row("empty list", "[]", u": there is no message"_s);
     row("no JSON", "noise", u":1:1: illegal value"_s);
-    row("cut off", "{\"id\":\"A\",\n \"params\":{", u":2:11: unterminated object"_s);
+    row("truncated", "{\"id\":\"A\",\n \"params\":{", u":2:11: unterminated object"_s);
     row("wrong second line", "{\"id\":\"A\"}\n{\"id\" \"B\"}", u":2:7: missing name separator"_s);
     row("a binary zero", QByteArray("{\"id\":\"A\"}\n\0", 12), u":2:1: illegal value"_s);
     row("list of something else", "[1]", u":1: message 1: 1 is no message"_s);
     row("no name", "{}", u":1: id: a message has a name, which is a text"_s);
-    row("name that is none", "{\"id\":5}", u":1: id: a message has a name, which is a text"_s);
+    row("invalid name", "{\"id\":5}", u":1: id: a message has a name, which is a text"_s);
     row("unknown field", "\n{\"id\":\"A\",\"extras\":{}}",
         u":2: extras: a message has no such field; fields are id, uniqueId, originalMessageUniqueId, "
         u"needResponse, "

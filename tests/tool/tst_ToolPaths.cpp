@@ -34,12 +34,12 @@ private Q_SLOTS:
     void Files();
     void Delete_data();
     void Delete();
-    void Delete_dryRunLeavesAll();
-    void Delete_dryRunTellsTheTruth_data();
-    void Delete_dryRunTellsTheTruth();
+    void Delete_dryRunChangesNothing();
+    void Delete_dryRunMatchesDeletion_data();
+    void Delete_dryRunMatchesDeletion();
     void Delete_folderIsALink();
-    void Delete_preciousFolder_data();
-    void Delete_preciousFolder();
+    void Delete_protectedFolder_data();
+    void Delete_protectedFolder();
     void Delete_otherFileSystem();
     void Delete_missingRights();
     void Delete_json();
@@ -125,7 +125,8 @@ void tst_ToolPaths::Path_data()
         u"a/b\n/\nftp://a/b\n=> 0\n"_s);
     row("clean empty path", {u"clean"_s, QString()}, u"\n=> 0\n"_s);
     row("relative with drive", {u"relative"_s, u"x/../y"_s, u"--base"_s, u"C:/a"_s}, u"y\n=> 0\n"_s);
-    row("relative without drive stays", {u"relative"_s, u"/b/x"_s, u"-b"_s, u"/b"_s}, u"/b/x\n=> 0\n"_s);
+    row("relative without drive is unchanged", {u"relative"_s, u"/b/x"_s, u"-b"_s, u"/b"_s},
+        u"/b/x\n=> 0\n"_s);
     row("relative UNC path", {u"relative"_s, u"//s/share/x/y"_s, u"--base"_s, u"//s/share"_s},
         u"x/y\n=> 0\n"_s);
     row("relative UNC path to a file",
@@ -134,7 +135,8 @@ void tst_ToolPaths::Path_data()
     row("absolute", {u"absolute"_s, u"x/y"_s, u"--base"_s, u"/b/f.txt"_s}, u"/b/f.txt/x/y\n=> 0\n"_s);
     row("absolute from a file", {u"absolute"_s, u"x/y"_s, u"--base"_s, u"/b/f.txt"_s, u"--base-is-file"_s},
         u"/b/x/y\n=> 0\n"_s);
-    row("absolute with drive stays", {u"absolute"_s, u"C:/x"_s, u"--base"_s, u"/b"_s}, u"C:/x\n=> 0\n"_s);
+    row("absolute with drive is unchanged", {u"absolute"_s, u"C:/x"_s, u"--base"_s, u"/b"_s},
+        u"C:/x\n=> 0\n"_s);
     row("absolute with slash", {u"absolute"_s, u"/x"_s, u"--base"_s, u"/b"_s}, u"/b/x\n=> 0\n"_s);
     row("common", {u"common"_s, u"/Users/a/x"_s, u"/users/A/y"_s}, u"Users/a\n=> 0\n"_s);
     row("nothing common", {u"common"_s, u"C:/a"_s, u"D:/a"_s}, u"=> 1\n"_s);
@@ -247,27 +249,27 @@ void tst_ToolPaths::Delete_data()
     QTest::addColumn<QString>("expected");
     QTest::addColumn<QStringList>("left");
 
-    QTest::newRow("one level, a read-only file too, folders stay")
+    QTest::newRow("one level, including a read-only file, folders are kept")
         << QStringList{u"tree"_s} << u"~/tree/a.txt\n~/tree/b.log\n=> 0\n"_s
         << QStringList{u"tree"_s,          u"tree/.dot"_s,     u"tree/.dot/e.txt"_s,    u"tree/.hidden"_s,
                        u"tree/empty"_s,    u"tree/link.txt"_s, u"tree/sub"_s,           u"tree/sub/c.txt"_s,
                        u"tree/sub/deep"_s, u"tree/sub/link"_s, u"tree/sub/deep/d.log"_s};
-    QTest::newRow("all levels, links stay")
+    QTest::newRow("all levels, links are kept")
         << QStringList{u"tree"_s, u"--recursive"_s, u"--hidden"_s}
         << u"~/tree/.dot/e.txt\n~/tree/.hidden\n~/tree/a.txt\n~/tree/b.log\n~/tree/sub/c.txt\n"
            "~/tree/sub/deep/d.log\n~/tree/sub/deep\n~/tree/empty\n~/tree/.dot\n=> 0\n"_s
         << QStringList{u"tree"_s, u"tree/link.txt"_s, u"tree/sub"_s, u"tree/sub/link"_s};
-    QTest::newRow("by pattern, the folder stays without a file")
+    QTest::newRow("by pattern, the empty folder is kept")
         << QStringList{u"tree/sub/deep"_s, u"--name"_s, u"*.log"_s} << u"~/tree/sub/deep/d.log\n=> 0\n"_s
         << QStringList{u"tree"_s,       u"tree/.dot"_s,      u"tree/.dot/e.txt"_s, u"tree/.hidden"_s,
                        u"tree/a.txt"_s, u"tree/b.log"_s,     u"tree/empty"_s,      u"tree/link.txt"_s,
                        u"tree/sub"_s,   u"tree/sub/c.txt"_s, u"tree/sub/deep"_s,   u"tree/sub/link"_s};
-    QTest::newRow("all levels, the folder itself stays")
+    QTest::newRow("all levels, the folder itself is kept")
         << QStringList{u"tree/sub/deep"_s, u"--recursive"_s} << u"~/tree/sub/deep/d.log\n=> 0\n"_s
         << QStringList{u"tree"_s,       u"tree/.dot"_s,      u"tree/.dot/e.txt"_s, u"tree/.hidden"_s,
                        u"tree/a.txt"_s, u"tree/b.log"_s,     u"tree/empty"_s,      u"tree/link.txt"_s,
                        u"tree/sub"_s,   u"tree/sub/c.txt"_s, u"tree/sub/deep"_s,   u"tree/sub/link"_s};
-    QTest::newRow("nothing of the name, folders stay")
+    QTest::newRow("no file of the name, folders are kept")
         << QStringList{u"tree"_s, u"--name"_s, u"*.none"_s} << u"=> 0\n"_s
         << QStringList{u"tree"_s,         u"tree/.dot"_s,      u"tree/.dot/e.txt"_s, u"tree/.hidden"_s,
                        u"tree/a.txt"_s,   u"tree/b.log"_s,     u"tree/empty"_s,      u"tree/link.txt"_s,
@@ -299,7 +301,7 @@ void tst_ToolPaths::Delete()
     QCOMPARE(Tree(), left);
 }
 
-void tst_ToolPaths::Delete_dryRunLeavesAll()
+void tst_ToolPaths::Delete_dryRunChangesNothing()
 {
     QVERIFY(MakeTree());
     const QStringList before = Tree();
@@ -308,7 +310,7 @@ void tst_ToolPaths::Delete_dryRunLeavesAll()
     QCOMPARE(Tree(), before);
 }
 
-void tst_ToolPaths::Delete_dryRunTellsTheTruth_data()
+void tst_ToolPaths::Delete_dryRunMatchesDeletion_data()
 {
     QTest::addColumn<QStringList>("options");
 
@@ -320,7 +322,7 @@ void tst_ToolPaths::Delete_dryRunTellsTheTruth_data()
 }
 
 // Exactly what the dry run announced is deleted.
-void tst_ToolPaths::Delete_dryRunTellsTheTruth()
+void tst_ToolPaths::Delete_dryRunMatchesDeletion()
 {
     QFETCH(const QStringList, options);
 
@@ -348,7 +350,7 @@ void tst_ToolPaths::Delete_folderIsALink()
     QVERIFY(QFileInfo::exists(mTool->Path(u"outside/kept.txt"_s)));
 }
 
-void tst_ToolPaths::Delete_preciousFolder_data()
+void tst_ToolPaths::Delete_protectedFolder_data()
 {
     QTest::addColumn<QString>("home");
     QTest::addColumn<QStringList>("arguments");
@@ -370,7 +372,7 @@ void tst_ToolPaths::Delete_preciousFolder_data()
 }
 
 // Dry runs, because a failing test must do no harm.
-void tst_ToolPaths::Delete_preciousFolder()
+void tst_ToolPaths::Delete_protectedFolder()
 {
     QFETCH(const QString, home);
     QFETCH(const QStringList, arguments);
@@ -430,13 +432,13 @@ void tst_ToolPaths::Unique_data()
     const auto row = [](const char* circumstance, const QStringList& arguments, const QString& expected) {
         QTest::newRow(circumstance) << arguments << expected;
     };
-    row("free", {u"tree/new.txt"_s}, u"tree/new.txt\n=> 0\n"_s);
-    row("taken", {u"tree/a.txt"_s}, u"~/tree/a2.txt\n=> 0\n"_s);
+    row("unused", {u"tree/new.txt"_s}, u"tree/new.txt\n=> 0\n"_s);
+    row("in use", {u"tree/a.txt"_s}, u"~/tree/a2.txt\n=> 0\n"_s);
     row("with a format", {u"tree/a.txt"_s, u"--format"_s, u"(%1)"_s}, u"~/tree/a(2).txt\n=> 0\n"_s);
     row("with a first tag", {u"tree/a.txt"_s, u"--first"_s, u"-backup"_s}, u"~/tree/a-backup.txt\n=> 0\n"_s);
     row("in front", {u"tree/a.txt"_s, u"--prefix"_s, u"--format"_s, u"%1_"_s}, u"~/tree/2_a.txt\n=> 0\n"_s);
     row("from another number", {u"tree/a.txt"_s, u"--start"_s, u"7"_s}, u"~/tree/a7.txt\n=> 0\n"_s);
-    row("all taken", {u"tree/a.txt"_s, u"--start"_s, u"2147483647"_s},
+    row("all in use", {u"tree/a.txt"_s, u"--start"_s, u"2147483647"_s},
         u"! qvutil: tree/a.txt: all names are taken\n=> 1\n"_s);
 }
 

@@ -285,8 +285,9 @@ void tst_ToolSettings::Check_data()
         "a.xml: good\n=> 0\n");
     row("white space in values", "<a b='&#13;&#10;&#9;'>&#13;x</a>", "a.xml: good\n=> 0\n");
     row("empty", "", "a.xml:1:1: the file is empty\n=> 1\n");
-    row("torn in a tag", "<a>\n<b c='1", "a.xml:2:7: the file ends in the middle of the document\n=> 1\n");
-    row("torn between elements", "<a>\n<b/>\n",
+    row("truncated in a tag", "<a>\n<b c='1",
+        "a.xml:2:7: the file ends in the middle of the document\n=> 1\n");
+    row("truncated between elements", "<a>\n<b/>\n",
         "a.xml:3:1: the file ends in the middle of the document\n=> 1\n");
     row("zero bytes at the end", QByteArray("<a/>\n\0\0\0", 8),
         "a.xml:2:1: the file ends in 3 zero bytes\n=> 1\n");

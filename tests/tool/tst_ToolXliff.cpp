@@ -119,7 +119,7 @@ private Q_SLOTS:
     void Extract_keepsEverythingElse();
     void Extract_prune();
     void Extract_pruneKeepsWhatCouldNotBeRead();
-    void Extract_goneDocument();
+    void Extract_missingDocument();
     void Extract_reuse();
     void Extract_severalLanguages();
     void Extract_dryRun();
@@ -157,7 +157,7 @@ private Q_SLOTS:
     void Fill_usage();
     void Stat_table();
     void Stat_json();
-    void Show_whatIsSeen();
+    void Show_visibleTexts();
     void Show_json();
     void Show_likeTheLibrary();
 
@@ -208,18 +208,18 @@ void tst_ToolXliff::Extract_findsMarks_data()
 
     QTest::newRow("attribute") << QByteArray("<a b='tr(x)'/>") << QStringList{u"x"_s};
     QTest::newRow("first text") << QByteArray("<a>tr(x)<b/></a>") << QStringList{u"x"_s};
-    QTest::newRow("text behind white space and an element")
+    QTest::newRow("text after white space and an element")
         << QByteArray("<a> <b/>tr(x)</a>") << QStringList();
-    QTest::newRow("text behind a comment") << QByteArray("<a><!-- c -->tr(x)</a>") << QStringList();
+    QTest::newRow("text after a comment") << QByteArray("<a><!-- c -->tr(x)</a>") << QStringList();
     QTest::newRow("CDATA section") << QByteArray("<a><![CDATA[tr(x)]]></a>") << QStringList();
-    QTest::newRow("text cut by a comment") << QByteArray("<a>tr(x<!-- c -->)</a>") << QStringList();
+    QTest::newRow("text split by a comment") << QByteArray("<a>tr(x<!-- c -->)</a>") << QStringList();
     QTest::newRow("comment that looks like an element")
         << QByteArray("<a><!-- <b c='tr(x)'/> --></a>") << QStringList();
     QTest::newRow("other case and white space") << QByteArray("<a b=' TR ( x ) '/>") << QStringList{u" x "_s};
     QTest::newRow("no closing parenthesis") << QByteArray("<a b='tr(x'/>") << QStringList();
     QTest::newRow("text before the mark") << QByteArray("<a b='a tr(x)'/>") << QStringList();
     QTest::newRow("mark in a mark") << QByteArray("<a b='tr(tr(x))'/>") << QStringList{u"tr(x)"_s};
-    QTest::newRow("quotes stay") << QByteArray("<a b='tr(\"x\")'/>") << QStringList{u"\"x\""_s};
+    QTest::newRow("quotes are kept") << QByteArray("<a b='tr(\"x\")'/>") << QStringList{u"\"x\""_s};
     QTest::newRow("references") << QByteArray("<a b='tr(&lt;&#65;&amp;)'/>") << QStringList{u"<A&"_s};
     QTest::newRow("line break in an attribute is a blank")
         << QByteArray("<a b='tr(x\ny)'/>") << QStringList{u"x y"_s};
@@ -290,10 +290,10 @@ void tst_ToolXliff::Extract_update_data()
     QTest::newRow("line was not noted")
         << QByteArray("<x a='tr(A)'/>") << Xliff(Unit(u"A"_s, "<target>a</target>")) << Xliff(a)
         << u"1 kept, 0 new; written"_s;
-    QTest::newRow("wrong id is put right")
+    QTest::newRow("wrong id is corrected")
         << QByteArray("<x a='tr(A)'/>") << Xliff(a).replace(Id(u"A"_s), "7") << Xliff(a)
         << u"1 kept, 0 new, 1 id put right; written"_s;
-    QTest::newRow("missing id is put in")
+    QTest::newRow("missing id is added")
         << QByteArray("<x a='tr(A)'/>")
         << Xliff(a).replace("<trans-unit id=\"" + Id(u"A"_s) + "\"", "<trans-unit") << Xliff(a)
         << u"1 kept, 0 new, 1 id put right; written"_s;
@@ -398,7 +398,7 @@ void tst_ToolXliff::Extract_pruneKeepsWhatCouldNotBeRead()
     QCOMPARE(mTool->Read(u"de.xlf"_s), before);
 }
 
-void tst_ToolXliff::Extract_goneDocument()
+void tst_ToolXliff::Extract_missingDocument()
 {
     QVERIFY(QDir(mTool->Path({})).mkpath(u"ui"_s));
     QVERIFY(mTool->Write(u"ui/a.xml"_s, "<x a='tr(A)'/>"));
@@ -543,8 +543,8 @@ void tst_ToolXliff::Extract_refusals_data()
     QTest::newRow("entities with markup")
         << QByteArray("<!DOCTYPE xliff [<!ENTITY e '<file/>'>]><xliff version='1.2'>&e;</xliff>")
         << QStringList() << u"! qvutil: de.xlf: entities of its own stand for markup; write it out\n"_s;
-    QTest::newRow("torn") << QByteArray("<xliff version='1.2'>") << QStringList()
-                          << u"! qvutil: de.xlf:1:21: the file ends in the middle of the document\n"_s;
+    QTest::newRow("truncated") << QByteArray("<xliff version='1.2'>") << QStringList()
+                               << u"! qvutil: de.xlf:1:21: the file ends in the middle of the document\n"_s;
     QTest::newRow("empty") << QByteArray("") << QStringList()
                            << u"! qvutil: de.xlf:1:1: the file is empty\n"_s;
     QTest::newRow("another target language")
@@ -555,9 +555,8 @@ void tst_ToolXliff::Extract_refusals_data()
     QTest::newRow("no language") << QByteArray("<xliff version='1.2'/>") << QStringList()
                                  << u"! qvutil: --language is required: the file does not name one yet\n"_s
             + hint;
-    QTest::newRow("a language that is none")
-        << Xliff({}) << QStringList{u"-l"_s, u"d/e"_s}
-        << u"! qvutil: 'd/e' is no language: write de, or pt-BR\n"_s + hint;
+    QTest::newRow("invalid language") << Xliff({}) << QStringList{u"-l"_s, u"d/e"_s}
+                                      << u"! qvutil: 'd/e' is no language: write de, or pt-BR\n"_s + hint;
     QTest::newRow("several languages, one file")
         << Xliff({}) << QStringList{u"-l"_s, u"de"_s, u"-l"_s, u"ja"_s}
         << u"! qvutil: with several languages, --output must contain {language}\n"_s + hint;
@@ -727,10 +726,10 @@ void tst_ToolXliff::Check_findings_data()
         << Xliff(Unit(u"A"_s, "<target><g id='1'>a</g> b</target>"))
         << u"5:13: \"A\" has a target that begins with markup: the user sees %1 [untranslated]"_s.arg(id)
         << id;
-    QTest::newRow("target that goes on with markup")
+    QTest::newRow("target that continues with markup")
         << Xliff(Unit(u"A"_s, "<target>a <g id='1'>b</g></target>"))
         << u"5:13: \"A\" has markup in its target: the user sees only \"a \" [cut-target]"_s << u"a "_s;
-    QTest::newRow("target that is cut by a comment")
+    QTest::newRow("target split by a comment")
         << Xliff(Unit(u"A"_s, "<target>a<!-- c -->b</target>"))
         << u"5:13: \"A\" has markup in its target: the user sees only \"a\" [cut-target]"_s << u"a"_s;
     QTest::newRow("target that is a mark")
@@ -958,11 +957,11 @@ void tst_ToolXliff::Fill_pseudo_data()
                                  << u"[áƀçđéƒğĥíĵķļɱñöþɋŕšţüṽŵẋýž~~~~~~~~~]"_s;
     QTest::newRow("placeholders") << u"%1 of %L2, %n in %Ln on %99 and $(App)"_s
                                   << u"[%1 öƒ %L2, %n íñ %Ln öñ %99 áñđ $(App)~~~~~~~]"_s;
-    QTest::newRow("percent signs that are none") << u"5 % of %x%"_s << u"[5 % öƒ %ẋ%~~~~]"_s;
+    QTest::newRow("percent signs that are not placeholders") << u"5 % of %x%"_s << u"[5 % öƒ %ẋ%~~~~]"_s;
     QTest::newRow("two digits at most") << u"%123"_s << u"[%123~]"_s;
     QTest::newRow("tags and references")
         << u"<b>a</b>&nbsp;<i x=\"y\">&#65;"_s << u"[<b>á</b>&nbsp;<i x=\"y\">&#65;~]"_s;
-    QTest::newRow("signs that are no tags") << u"a < b & c"_s << u"[á < ƀ & ç~~~]"_s;
+    QTest::newRow("signs that are not tags") << u"a < b & c"_s << u"[á < ƀ & ç~~~]"_s;
     QTest::newRow("accelerator") << u"&File"_s << u"[&Ƒíļé~~]"_s;
     QTest::newRow("other scripts") << u"日本\n語"_s << u"[日本\n語~~]"_s;
 }
@@ -1053,7 +1052,7 @@ void tst_ToolXliff::Stat_json()
                                 + counts + "}]}]"));
 }
 
-void tst_ToolXliff::Show_whatIsSeen()
+void tst_ToolXliff::Show_visibleTexts()
 {
     QVERIFY(mTool->Write(u"ui.xml"_s, "<x a='tr(A)' b='tr(B)'>tr(C)\n<y same='tr(OK)' none='tr()'/></x>"));
     QVERIFY(mTool->Write(u"ui2.xml"_s, "<x>tr(C\nD)</x>"));

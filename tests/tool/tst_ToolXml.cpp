@@ -201,7 +201,7 @@ void tst_ToolXml::Get_type_data()
     row("int64, smallest", "int64", "-9223372036854775808", "-9223372036854775808", "-9223372036854775808");
     row("int64 out of range", "int64", "9223372036854775808", nullptr);
     row("double", "double", "0.10000000000000001", "0.1", "0.1");
-    row("double, no number", "double", "nan", "nan", "\"nan\"");
+    row("double, not a number", "double", "nan", "nan", "\"nan\"");
     row("double of letters", "double", "1.5x", nullptr);
     row("bool in capitals", "bool", "TRUE", "True", "true");
     row("bool by number", "bool", "7", "True", "true");
@@ -283,8 +283,8 @@ void tst_ToolXml::Get_badFile_data()
     QTest::addColumn<QString>("complaint");
 
     QTest::newRow("empty") << QByteArray() << u":1:1: the file is empty"_s;
-    QTest::newRow("torn") << QByteArray("<a>\n  <b x=\"1\"/>\n  <c")
-                          << u":3:4: the file ends in the middle of the document"_s;
+    QTest::newRow("truncated") << QByteArray("<a>\n  <b x=\"1\"/>\n  <c")
+                               << u":3:4: the file ends in the middle of the document"_s;
     QTest::newRow("wrong end tag") << QByteArray("<a>\n<b></a>") << u":2:7: "_s;
     QTest::newRow("two roots") << QByteArray("<a/>\n<b/>") << u":2:4: "_s;
     QTest::newRow("no markup") << QByteArray("hello") << u":1:1: "_s;
@@ -416,7 +416,8 @@ void tst_ToolXml::Set_badFileIsKept_data()
     QTest::addColumn<QString>("complaint");
 
     QTest::newRow("empty") << QByteArray("") << u"1:1: the file is empty"_s;
-    QTest::newRow("torn") << QByteArray("<a><b>") << u"1:6: the file ends in the middle of the document"_s;
+    QTest::newRow("truncated") << QByteArray("<a><b>")
+                               << u"1:6: the file ends in the middle of the document"_s;
     QTest::newRow("malformed") << QByteArray("<a></b>") << u"1:7: "_s;
     QTest::newRow("text") << QByteArray("my notes") << u"1:1: "_s;
 }
