@@ -11,8 +11,8 @@
 
 namespace Quorvin::Util::Internal {
 
-/// Keeps trees alive that were removed or replaced while a cursor or a node stack pointed into them. QDom
-/// leaves dangling sibling pointers in the nodes of a tree that is destroyed around them.
+/// Keeps trees alive that were removed or replaced while the cursor or the node stack points into them. When
+/// QDom destroys a tree, nodes that are still referenced keep dangling sibling pointers.
 class DetachedTrees
 {
 public:
@@ -21,12 +21,13 @@ public:
         , mStack(stack)
     { }
 
-    /// Keeps a tree that has just been removed, if the cursor or the stack points into it.
+    /// Keeps a tree that was just removed, if the cursor or the stack points into it.
     /// \param top       the tree
-    /// \param document  what \p top was taken from: QDom keeps writing to it, and does not own it
+    /// \param document  the document that contained \p top: QDom still writes to it, but \p top does not keep
+    ///                  it alive
     void KeepIfHeld(const QDomNode& top, const QDomDocument& document);
 
-    /// Gives up the trees that neither the cursor nor the stack points into any more.
+    /// Releases trees that neither the cursor nor the stack points into any more.
     void ReleaseUnused()
     {
         if (!mTrees.isEmpty())

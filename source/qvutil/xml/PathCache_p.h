@@ -12,12 +12,12 @@
 
 namespace Quorvin::Util::Internal {
 
-/// The nodes that node paths led to: absolute paths, and relative ones from the present cursor. The owner
-/// calls Invalidate whenever an element comes or goes, and CursorMoved whenever the cursor is set.
+/// Caches the nodes that node paths lead to: absolute paths, and paths relative to the current cursor. The
+/// owner calls Invalidate when an element is added or removed, and CursorMoved when the cursor is set.
 class PathCache
 {
 public:
-    /// \return the node, good until the next change of the cache; null if the path has to be walked
+    /// \return the node, valid until the cache changes; null if the path is not cached
     [[nodiscard]] const QDomNode* Find(const QString& path) const
     {
         const Nodes& nodes = IsAbsolute(path) ? mAbsolute : mRelative;
@@ -32,7 +32,7 @@ public:
         Nodes& nodes = IsAbsolute(path) ? mAbsolute : mRelative;
         if (nodes.size() >= kMaxNodes)
             nodes.clear();
-        // A copy of the characters, since the caller's string may not own them.
+        // Copy the characters, because the caller's string may not own them.
         nodes.insert(QString(path.constData(), path.size()), node);
     }
 
@@ -44,7 +44,7 @@ public:
         mRelative.clear();
     }
 
-    /// Ends caching for good, because the document can now change without a call of Invalidate.
+    /// Turns caching off for good, because the document can now change without a call of Invalidate.
     void Disable()
     {
         mIsEnabled = false;

@@ -28,16 +28,17 @@ std::filesystem::file_type FileType(const QString& file)
         .type();
 }
 
-// Whether there certainly is no such file. A folder that must not be searched says nothing about its files.
+// Returns whether the file certainly does not exist. If its folder cannot be searched, nothing is known about
+// it.
 bool IsMissing(const QString& file)
 {
     return FileType(file) == std::filesystem::file_type::not_found;
 }
 
-// Renames a file to a name that is not taken. \return the new name; empty if it cannot be renamed
+// Renames a damaged file to an unused name. \return the new name; empty if it cannot be renamed
 QString SetAside(const QString& file)
 {
-    // The file that a link leads to, so that the link goes on leading to the settings.
+    // Renames the target of a link, so that the link still leads to the settings file.
     const QString path = QFileInfo(file).canonicalFilePath();
     for (int number = 1; number <= kMaxSetAsideFiles; ++number) {
         const QString name = path + (number == 1 ? u".damaged"_s : u".damaged-%1"_s.arg(number));
@@ -54,12 +55,12 @@ QString SetAside(const QString& file)
 
 struct Settings::Private
 {
-    // Milliseconds since 1970 in UTC; empty until the first save. A number, since making a QDateTime of
-    // the local time costs forty times as much as reading the clock, and every write asks.
+    // Milliseconds since 1970 in UTC; empty until the first save. Not a QDateTime: every write asks, and
+    // creating a QDateTime in local time costs forty times as much as reading the clock.
     std::optional<qint64> LastSaved;
     QString SetAsideFile;
-    // The content as it was last loaded or saved; kept only while somebody would see what it is good for, the
-    // warning about changes that are lost.
+    // The content when last loaded or saved. Only kept while logging is on, for the warning about lost
+    // changes.
     std::optional<QString> SavedContent;
 };
 
@@ -234,7 +235,7 @@ void Settings::WarnOfLostChanges()
 
 void Settings::AutoSave()
 {
-    // Whole seconds count, as QDateTime::secsTo tells them; a clock that was put back keeps waiting.
+    // Whole seconds, as in QDateTime::secsTo. If the clock is set back, the interval gets longer.
     const std::optional<qint64>& last = mPrivate->LastSaved;
     if (last && (Internal::CurrentMSecsSinceEpoch() - *last) / kMSecsPerSecond < kAutoSaveSeconds)
         return;

@@ -12,10 +12,10 @@
 
 namespace Quorvin::Util::Internal {
 
-/// Finds what a translation mark wraps: the part of \p text between a match of `^\s*tr\s*\(`, in any case,
-/// and a match of `\)\s*$`. Each attribute and text that is read passes here, so plain texts are told by a
-/// look at their characters.
-/// \return the wrapped part as a view into \p text; nothing if it is no mark
+/// Finds the content of a translation mark: the part of \p text between a match of `^\s*tr\s*\(`, in any
+/// case, and a match of `\)\s*$`. Every attribute and text that is read is tested, so the test looks at
+/// characters instead of using a pattern.
+/// \return the content as a view of \p text; nullopt if \p text is not a mark
 [[nodiscard]] std::optional<QStringView> FindTranslationMark(QStringView text);
 
 } // namespace Quorvin::Util::Internal

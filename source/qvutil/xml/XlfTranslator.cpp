@@ -14,7 +14,7 @@ using namespace Qt::StringLiterals;
 namespace Quorvin::Util {
 namespace {
 
-// Reads the unit under the cursor and all that follow it.
+// Reads the unit under the cursor and all its following siblings.
 template <typename Units> Units ReadUnits(XmlFiler& filer)
 {
     Units units;
@@ -28,8 +28,8 @@ template <typename Units> Units ReadUnits(XmlFiler& filer)
 
 } // namespace
 
-// The context asked about last and its units, since a document's texts come one after another. The units
-// share those of the table. There is no such object while nothing is cached.
+// Caches the context of the last call and its units, because the texts of a document are translated one after
+// another. The units share the data of the table. Null while nothing is cached.
 struct XlfTranslator::Private
 {
     QString Context;
@@ -40,7 +40,7 @@ XlfTranslator::XlfTranslator() = default;
 
 XlfTranslator::~XlfTranslator() = default;
 
-// A copy begins without the cache.
+// The cache is not copied.
 XlfTranslator::XlfTranslator(const XlfTranslator& other)
     : mXlfFile(other.mXlfFile)
     , mTable(other.mTable)
@@ -68,7 +68,7 @@ void XlfTranslator::SetXlfFile(const QString& file)
     mTable.clear();
     mPrivate.reset();
     mXlfFile = file;
-    // That the first file counts as parsed stays: another one needs another object.
+    // mParsed is kept on purpose: a different file needs a new object.
 }
 
 void XlfTranslator::ParseXlfFile()
@@ -80,7 +80,7 @@ void XlfTranslator::Parse() const
 {
     XmlFiler filer;
     if (!filer.LoadFromXmlFile(mXlfFile))
-        return; // the load has logged why
+        return; // the load has logged the reason
     if (!filer.MoveToFirstChild()) {
         qCWarning(Internal::lcQvUtil, "%ls holds no translations", qUtf16Printable(mXlfFile));
         return;
@@ -108,7 +108,7 @@ const XlfTranslator::Units& XlfTranslator::FindUnits(const QString& context) con
     Units units;
     if (!name.isEmpty())
         units = mTable.value(name.toLower());
-    else if (!mTable.isEmpty()) // without a file name the last document answers, and it alone
+    else if (!mTable.isEmpty()) // without a file name, only the last document is used
         units = mTable.last();
     mPrivate = std::make_unique<Private>(Private{context, units});
     return mPrivate->ContextUnits;

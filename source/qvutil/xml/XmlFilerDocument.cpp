@@ -19,8 +19,8 @@ using namespace Qt::StringLiterals;
 namespace Quorvin::Util {
 namespace {
 
-// A name with a blank, a second root element or a "--" in a comment can be saved, but the file is then lost
-// to its readers. The document is parsed for this only if somebody will see the warning.
+// A document with a space in a name, a second root element or "--" in a comment can be saved, but not be read
+// again. It is only parsed for this warning if the warning is logged.
 void WarnOfUnreadableDocument(const QString& path, const QByteArray& document)
 {
     if (!Internal::lcQvUtil().isWarningEnabled())
@@ -41,11 +41,11 @@ void LogLoadError(const QString& name, const XmlLoadError& error)
                   qUtf16Printable(error.Text));
 }
 
-// The whole file, a device that never ends included; nothing, and the reason, if it cannot be read.
+// Reads a whole file, even one that never ends. Returns nullopt, with the reason, if it cannot be read.
 std::optional<QByteArray> ReadAll(QFile& file, XmlLoadError& error)
 {
     constexpr qint64 kPieceSize = qint64{1024} * 1024;
-    // A file may also grow while it is read, or be no regular file, of which the size says nothing.
+    // The size is not reliable: a file may grow while it is read, or not be a regular file.
     QByteArray content;
     if (file.size() <= Internal::kMaxFileSize) {
         content.reserve(file.size() + 1);
@@ -66,7 +66,7 @@ std::optional<QByteArray> ReadAll(QFile& file, XmlLoadError& error)
     return content;
 }
 
-// Parses the text that read gives, if it gives one. After a failure, error and the log say why.
+// Parses the text that read returns, if any. After a failure, error is set and the reason logged.
 template <typename Read>
 bool Fill(QDomDocument& document, Read read, const QString& name, XmlLoadError& error)
 {
@@ -142,7 +142,7 @@ bool XmlFiler::FinishLoad(bool loaded)
 {
     if (loaded)
         MoveToRoot();
-    else // Qt 6.4 keeps what it had read before the error; nothing, parsed, clears the document type as well
+    else // Qt 6.4 keeps what it parsed before the error; parsing nothing also clears the document type
         static_cast<void>(mDocument.setContent(QString()));
     return loaded;
 }
@@ -170,7 +170,7 @@ QString XmlFiler::SaveAsXmlString()
 
 bool XmlFiler::IsEmpty() const
 {
-    // A root element without attributes and content is content all the same: it is a child of the document.
+    // A root element without attributes and content counts too.
     return mDocument.documentElement().isNull();
 }
 

@@ -17,7 +17,7 @@ bool IsSeparator(QChar c)
     return c == u'/' || c == u'\\';
 }
 
-// Takes the next step off the front of a path; empty at its end.
+// Removes the next step from the front of a path; empty at the end of the path.
 QStringView TakeStep(QStringView& path)
 {
     const auto begin = std::find_if_not(path.begin(), path.end(), IsSeparator);
@@ -31,14 +31,14 @@ QDomElement FindChildElement(const QDomNode& parent, const QString& name)
 {
     if (name.isEmpty())
         return parent.firstChildElement();
-    // namedItem looks at nodes without making a handle of each, which firstChildElement does.
+    // Unlike firstChildElement, namedItem does not create a handle for each node it visits.
     const QDomNode child = parent.namedItem(name);
     if (child.isNull() || child.isElement())
         return child.toElement();
-    return parent.firstChildElement(name); // another kind of node bears the name and comes first
+    return parent.firstChildElement(name); // a node of another kind has the same name and comes first
 }
 
-// A step as the QString that QDom asks for, without copying it; good as long as the path is.
+// Returns a step as a QString for QDom, without copying it. Valid as long as the path is.
 QString AsString(QStringView step)
 {
     return QString::fromRawData(step.data(), step.size());
@@ -46,7 +46,7 @@ QString AsString(QStringView step)
 
 } // namespace
 
-// Movement and structure
+// Cursor and structure
 
 bool XmlFiler::CreateNode(const QString& path, bool b)
 {
@@ -62,7 +62,7 @@ bool XmlFiler::CreateOrMoveToNode(const QString& path, bool create, bool alwaysN
     return true;
 }
 
-// The start of a path's walk: the cursor or the root; takes the steps off the path that lead there.
+// Returns the node where a path starts, the cursor or the root, and removes the root's name from the path.
 QDomNode XmlFiler::TakeStart(QStringView& path) const
 {
     path = path.trimmed();
@@ -75,7 +75,8 @@ QDomNode XmlFiler::TakeStart(QStringView& path) const
     return root;
 }
 
-// Nothing if an element is missing; a null node is a place too: the one above an empty document.
+// Returns nullopt if an element is missing. A null node is a valid result: the parent of an empty document's
+// root.
 std::optional<QDomNode> XmlFiler::WalkTo(QStringView path) const
 {
     QDomNode node = TakeStart(path);
@@ -183,7 +184,7 @@ void XmlFiler::DeleteNode(const QString& path)
         return;
     const QDomNode parent = node->parentNode();
     if (parent.isNull()) {
-        SetCursor(*node); // itself, or the root that an empty document does not have
+        SetCursor(*node); // itself, or the missing root of an empty document
         return;
     }
     RemoveChild(parent, *node);
@@ -255,10 +256,10 @@ void XmlFiler::SetCursor(const QDomNode& node) const
     mPrivate->Detached.ReleaseUnused();
 }
 
-// Every element comes through here, and leaves through RemoveChild.
+// Every element is added here, and removed in RemoveChild.
 void XmlFiler::AppendChild(QDomNode parent, const QDomNode& child)
 {
-    if (child.isElement()) // no path leads to other nodes
+    if (child.isElement()) // paths lead only to elements
         mPrivate->Paths.Invalidate();
     parent.appendChild(child);
 }

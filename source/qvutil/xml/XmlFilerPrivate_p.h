@@ -12,7 +12,7 @@
 
 namespace Quorvin::Util {
 
-/// What an XmlFiler keeps besides the fields of its interface.
+/// The members of an XmlFiler besides the fields of its interface.
 struct XmlFiler::Private
 {
     explicit Private(const XmlFiler& filer)

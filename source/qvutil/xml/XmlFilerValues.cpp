@@ -54,7 +54,7 @@ template <size_t Count> std::optional<std::array<int, Count>> ParseIntList(QStri
     for (const QStringView part : parts) {
         if (count == Count)
             return std::nullopt;
-        numbers[count++] = part.toInt(); // a part that is no number counts as 0
+        numbers[count++] = part.toInt(); // a part that is not a number counts as 0
     }
     return count == Count ? std::optional(numbers) : std::nullopt;
 }
@@ -109,7 +109,7 @@ int ParseEnum(const QString& text, int defaultValue, EnumValueName* table, int c
     return value < 0 ? defaultValue : value;
 }
 
-// The last coordinate of what begins at start, as QRect has it; one beyond int wraps around.
+// Returns the last coordinate of a range, as in QRect. Beyond the range of int it wraps around.
 int LastCoordinate(int start, int length)
 {
     return static_cast<int>(static_cast<unsigned int>(start) + static_cast<unsigned int>(length) - 1U);
@@ -337,8 +337,8 @@ QString XmlFiler::ReadText(const QDomElement& element, const QString& name, cons
 
 namespace {
 
-// Two texts are a name and a value, but easily mistaken for a path and a name. It looks like a mistake if the
-// first one leads to an element that has an attribute called like the second one.
+// Two texts are a name and a value, but are easily mistaken for a path and a name. Warns if the first one is
+// the path of an element that has an attribute named by the second one.
 void WarnOfPathWithoutName(const QDomElement& cursor, const QDomElement& element, const QString& first,
                            const QString& second, const char* remedy)
 {
@@ -362,8 +362,8 @@ QString XmlFiler::ReadString(const QString& name, const QString& defaultValue) c
 
 QString XmlFiler::ReadString(const QString& path, const QString& name, const QString& defaultValue) const
 {
-    // The second pass, which translates the default too and a value of the form tr(tr(...)) twice, is
-    // part of the interface.
+    // Translating a second time is part of the interface: it translates the default too, and a value of the
+    // form tr(tr(...)) twice.
     return Translate(ReadText(ElementAt(path), name, defaultValue));
 }
 

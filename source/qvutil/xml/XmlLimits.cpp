@@ -13,14 +13,14 @@
 namespace Quorvin::Util::Internal {
 namespace {
 
-// What an element or an attribute costs besides its text, in characters: about the memory of a node.
+// The cost of an element or attribute besides its text, in characters: roughly the memory of a node.
 constexpr qint64 kNodeCost = 64;
 constexpr qint64 kMaxDeclaredReferences = kMaxExpansion / kMaxExpansionOfOneEntity;
 constexpr qint64 kShortestAttributeDeclaration = 8; // as in ` a ID ""`
-// The parser looks at all attribute declarations for each element.
+// The parser looks up all attribute declarations for each element.
 constexpr qint64 kMaxDeclarationLookUps = qint64(1) << 29;
 
-// The search works on bytes of any encoding that keeps ASCII, and on UTF-16 units.
+// The search works on bytes in any encoding that extends ASCII, and on UTF-16.
 template <typename Char> using Text = std::basic_string_view<Char>;
 
 template <typename Char> constexpr bool IsBlank(Char c)
@@ -35,7 +35,8 @@ template <typename Char> size_t SkipBlanks(Text<Char> text, size_t at)
     return at;
 }
 
-// Counts the attributes of a tag, up to its end or to what cannot stand in a tag: there the parser stops too.
+// Counts the attributes in a tag, up to its end or to a character that no tag can contain, where the parser
+// stops too.
 template <typename Char> int CountAttributes(Text<Char> tag)
 {
     int count = 0;
@@ -47,7 +48,7 @@ template <typename Char> int CountAttributes(Text<Char> tag)
         return at > begin;
     };
     if (at == tag.size() || tag[at] == '!' || tag[at] == '?' || !skipName())
-        return 0; // a comment or the like
+        return 0; // a comment, for example
     for (;; ++count) {
         at = SkipBlanks(tag, at);
         if (!skipName())
@@ -73,7 +74,7 @@ template <typename Char, typename Visit> void ForEachTagWithMore(int attributes,
     constexpr auto kTagStart = static_cast<Char>('<');
     const size_t shortest = static_cast<size_t>(attributes) * kShortestAttribute;
     for (size_t at = text.find(kTagStart); at != text.npos;) {
-        // No other '<' can stand in a tag, so that most are too short to be looked at.
+        // A tag cannot contain another '<', so that most tags are too short to have too many attributes.
         const size_t next = text.find(kTagStart, at + 1);
         const size_t end = std::min(next, text.size());
         if (end - at > shortest && !visit(at, CountAttributes(text.substr(at, end - at))))
@@ -145,8 +146,8 @@ bool ExpansionBudget::AddDeclarations(QStringView piece)
     return Count(piece);
 }
 
-// Each declaration ends with a default in quotes or with a word such as #IMPLIED. Those in a parameter entity
-// are declared wherever it is used.
+// Each declaration ends with a quoted default or with a word such as #IMPLIED. Declarations in a parameter
+// entity are repeated wherever it is used.
 qint64 ExpansionBudget::MaxAttributeDeclarations() const
 {
     const qint64 byReferences
@@ -159,7 +160,7 @@ bool ExpansionBudget::AddEntities(const QXmlStreamReader& afterDeclarations, QSt
     const QXmlStreamEntityDeclarations declarations = afterDeclarations.entityDeclarations();
     for (const QXmlStreamEntityDeclaration& entity : declarations)
         mEntities.insert(entity.name().toString(), {entity.value().toString()});
-    // Those in the declarations count where they are used.
+    // References in the declarations count where they are used.
     const QStringView declared = afterDeclarations.text();
     const qsizetype at = document.indexOf(declared);
     if (!mEntities.isEmpty())
@@ -178,18 +179,18 @@ qint64 ExpansionBudget::CostOfReferences(QStringView text)
         if (entity != mEntities.end())
             cost += CostOf(*entity);
         else if (name.contains(QChar::ReplacementCharacter))
-            cost += kMaxExpansionOfOneEntity; // a name in an encoding that is not known here
+            cost += kMaxExpansionOfOneEntity; // a name in an unknown encoding
     }
     return cost;
 }
 
-// One that leads back to itself costs nothing, since no parser takes it.
+// An entity that refers to itself costs nothing, because the parser rejects it.
 qint64 ExpansionBudget::CostOf(Entity& entity)
 {
     if (entity.BeingMeasured)
         return 0;
     if (mNesting >= kMaxElementDepth)
-        return kMaxExpansion + 1; // as good as endless
+        return kMaxExpansion + 1; // counts as infinite
     if (entity.Cost < 0) {
         entity.BeingMeasured = true;
         ++mNesting;

@@ -22,34 +22,34 @@ namespace Quorvin::Util::Internal {
 /// \overload
 [[nodiscard]] qsizetype FindOverfullTag(QStringView document);
 
-/// Counts how often the parser compares two attributes of a tag, which is what takes its time with tags of
-/// many attributes. What looks like a tag in a comment or a CDATA section counts too: these cannot be told
-/// from texts in a document type, which a hostile document could use to hide a tag.
+/// Counts how often the parser compares two attributes of a tag, which dominates its time for tags with many
+/// attributes. What looks like a tag in a comment or CDATA section counts too: it cannot be distinguished
+/// from text in a document type, where a malicious document could hide a tag.
 [[nodiscard]] qint64 CountAttributeComparisons(QStringView document);
 
-/// Adds up what the parts of a document that are written once and used often make the parser produce:
-/// entities, the elements in them, and the defaults of attributes.
+/// Adds up what the parser produces from parts that are written once and used repeatedly: entities, elements
+/// inside them, and attribute defaults.
 class ExpansionBudget
 {
 public:
-    /// \param mayDeclareAttributes  whether there may be a declaration of attributes
+    /// \param mayDeclareAttributes  whether the document may declare attributes
     explicit ExpansionBudget(bool mayDeclareAttributes)
         : mMayDeclareAttributes(mayDeclareAttributes)
     { }
 
-    /// Counts the next piece of a document type declaration; what it may declare at most is known before the
-    /// parser has read it. (QXmlStreamReader limits one reference to 4,096 characters.)
-    /// \return whether the declaration keeps the limits
+    /// Counts the next piece of a document type declaration. An upper bound of what it declares is known
+    /// before the parser reads it. (QXmlStreamReader limits one reference to 4,096 characters.)
+    /// \return false if a limit is exceeded
     [[nodiscard]] bool AddDeclarations(QByteArrayView piece);
     /// \overload
     [[nodiscard]] bool AddDeclarations(QStringView piece);
 
     /// Counts the entity references of the whole document.
-    /// \return whether they keep the limit
+    /// \return false if the limit is exceeded
     [[nodiscard]] bool AddEntities(const QXmlStreamReader& afterDeclarations, QStringView document);
 
-    /// Counts the element that the reader is on.
-    /// \return whether the document keeps the limits
+    /// Counts the reader's current element.
+    /// \return false if a limit is exceeded
     [[nodiscard]] bool AddElement(const QXmlStreamReader& reader);
 
 private:

@@ -16,7 +16,7 @@ using namespace Qt::StringLiterals;
 namespace Quorvin::Util::Internal {
 namespace {
 
-// How much of a document with declarations the parser sees before these have been counted.
+// The parser reads a document with declarations in pieces of this size, each of which is counted first.
 constexpr qsizetype kPieceSize = qsizetype{16} * 1024;
 
 constexpr QLatin1StringView kTooDeep("elements are nested more than 1,000 deep");
@@ -24,8 +24,8 @@ constexpr QLatin1StringView kTooManyAttributes("an element has more than 10,000 
 constexpr QLatin1StringView kTooMuchDeclared("the document type declares too many attributes or entities");
 constexpr QLatin1StringView kTooMuchExpanded("entities or attribute defaults expand to too much");
 
-// An offset in UTF-16 units as one into the document itself. What is in another encoding than UTF-8 counts
-// as one byte a unit.
+// Converts an offset in UTF-16 units to one in the document. In encodings other than UTF-8, each unit counts
+// as one byte.
 qint64 ToDocumentOffset(const QByteArray& document, const QXmlStreamReader& reader, qint64 units)
 {
     const auto encoding = QStringConverter::encodingForData(document, u'<').value_or(QStringConverter::Utf8);
@@ -37,7 +37,7 @@ qint64 ToDocumentOffset(const QByteArray& document, const QXmlStreamReader& read
     qint64 at = document.startsWith("\xEF\xBB\xBF") ? 3 : 0;
     for (; at < document.size() && units > 0; ++at) {
         const auto byte = static_cast<unsigned char>(document[at]);
-        if ((byte & 0xC0U) != 0x80) // not the continuation of a character
+        if ((byte & 0xC0U) != 0x80) // not a continuation byte
             units -= byte >= 0xF0 ? 2 : 1;
     }
     while (at < document.size() && (static_cast<unsigned char>(document[at]) & 0xC0U) == 0x80)
@@ -70,7 +70,7 @@ constexpr QChar LineEnd(const QString& /*text*/)
     return u'\n';
 }
 
-// Index of the first byte that is not part of a UTF-8 sequence; -1 if there is none.
+// Returns the index of the first byte that is not part of a UTF-8 sequence; -1 if there is none.
 qsizetype FindInvalidUtf8(const QByteArray& bytes)
 {
     QStringDecoder decoder(QStringDecoder::Utf8, QStringDecoder::Flag::Stateless);
@@ -78,7 +78,7 @@ qsizetype FindInvalidUtf8(const QByteArray& bytes)
     static_cast<void>(decoded);
     if (!decoder.hasError())
         return -1;
-    // The shortest prefix that has an error ends behind the byte.
+    // The shortest prefix with an error ends after the invalid byte.
     qsizetype good = 0;
     qsizetype bad = bytes.size();
     while (bad - good > 1) {
@@ -96,7 +96,7 @@ qsizetype FindInvalidUtf8(const QString& /*text*/)
     return -1;
 }
 
-// Sets line and column of an offset that is known in the document itself.
+// Sets line and column from an offset in the document.
 template <typename Text> void SetPlace(XmlProblem& problem, const Text& document, qint64 offset)
 {
     const Text before = document.first(offset);
@@ -112,7 +112,7 @@ template <typename Text> XmlProblem DescribeError(const QXmlStreamReader& reader
         problem.What = XmlProblem::Kind::Truncated;
         problem.Reason = document.isEmpty() ? u"the document is empty"_s
                                             : u"the text ends in the middle of the document"_s;
-        SetPlace(problem, document, document.size()); // the reader does not always know how far it came
+        SetPlace(problem, document, document.size()); // the reader's own position is not always exact
         return problem;
     }
     const QStringView encoding = reader.documentEncoding();
@@ -136,7 +136,7 @@ template <typename Text> XmlProblem DescribeError(const QXmlStreamReader& reader
     return problem;
 }
 
-// The encoding in a document's declaration; empty if it names none.
+// Returns the encoding named in a document's declaration; empty if there is none.
 QByteArray DeclaredEncoding(const QByteArray& document)
 {
     const QByteArray declaration = document.left(document.indexOf("?>"));
@@ -147,7 +147,7 @@ QByteArray DeclaredEncoding(const QByteArray& document)
     return end < 0 ? QByteArray() : declaration.sliced(begin + 1, end - begin - 1);
 }
 
-// Whether ASCII characters are the same bytes as in ASCII, and no other bytes are.
+// Returns whether ASCII characters have their ASCII encoding, and no other characters contain those bytes.
 bool KeepsAscii(const QByteArray& document)
 {
     const QByteArray name = DeclaredEncoding(document).toLower();
@@ -161,7 +161,7 @@ constexpr bool KeepsAscii(const QString& /*document*/)
     return true;
 }
 
-// The text of a document, as far as its encoding is known here.
+// Decodes a document, as far as its encoding is known.
 QString Decode(const QByteArray& document)
 {
     if (const auto byMark = QStringConverter::encodingForData(document, u'<'))
@@ -195,7 +195,7 @@ bool MayDeclareAttributes(const QString& document)
     return document.contains("ATTLIST"_L1);
 }
 
-// A piece of a document that does not end between the halves of a character.
+// Returns a piece of a document that does not end inside a surrogate pair.
 QByteArray PieceAt(const QByteArray& document, qsizetype at)
 {
     return document.mid(at, kPieceSize);
@@ -207,7 +207,7 @@ QString PieceAt(const QString& document, qsizetype at)
     return piece.back().isHighSurrogate() ? document.mid(at, kPieceSize + 1) : piece;
 }
 
-// Reads a document as the parser will, up to an error or a limit.
+// Reads a document like the parser, up to an error or a limit.
 template <typename Text> class LimitedReading
 {
 public:
@@ -244,7 +244,8 @@ private:
         return tag >= 0 || mKeepsAscii ? tag : FindOverfullTag(QStringView(Decode(mDocument)));
     }
 
-    // Reads up to the first element, piece by piece, so that no more is declared than has been counted.
+    // Reads up to the first element, in pieces, so that all declarations are counted before the parser reads
+    // them.
     bool ReadDeclarations(qsizetype documentType)
     {
         while (mFed < mDocument.size() && !mHasRoot
@@ -264,7 +265,7 @@ private:
     static QByteArrayView View(const QByteArray& piece) { return piece; }
     static QStringView View(const QString& piece) { return piece; }
 
-    // Reads what has been fed.
+    // Reads the data that was added.
     bool ReadOn()
     {
         while (!mReader.atEnd()) {
@@ -325,7 +326,7 @@ qsizetype FindNonXmlCharacter(QStringView text)
     for (qsizetype i = 0; i < text.size(); ++i) {
         const QChar c = text[i];
         if (c.isHighSurrogate() && i + 1 < text.size() && text[i + 1].isLowSurrogate())
-            ++i; // a pair stands for a character that is allowed
+            ++i; // a pair encodes an allowed character
         else if (!IsXmlCharacter(c.unicode()))
             return i;
     }

@@ -14,56 +14,56 @@ class QXmlStreamReader;
 
 // Internal, not API: may change in any version.
 
-// What the library, and its tool, know about XML as such: which characters it allows, how much of it is
-// accepted, and what is wrong with a document that does not load.
+// The rules of XML for the library and its tool: which characters are allowed, which limits apply, and why a
+// document does not load.
 namespace Quorvin::Util::Internal {
 
-/// Maximum number of elements inside one another in a document. The parser and the document tree recurse once
-/// a level, so that a deeper document could exhaust the stack.
+/// Maximum nesting depth of elements. The parser and the document tree recurse for each level, so that a
+/// deeper document could exhaust the stack.
 inline constexpr int kMaxElementDepth = 1000;
 
 /// Maximum number of attributes of one element. The parser compares each with all others.
 inline constexpr int kMaxAttributes = 10'000;
 
-/// Maximum number of characters that a document may make the parser produce besides its own text: what its
-/// entities stand for and the defaults of attributes. Elements in entities, and attributes that come by
-/// default, count as 64 characters more.
+/// Maximum number of characters that a document may make the parser produce in addition to its own text:
+/// expanded entities and attribute defaults. Each element in an entity and each default attribute counts as
+/// 64 characters more.
 inline constexpr qint64 kMaxExpansion = qint64(16) * 1024 * 1024;
 
-/// Maximum number of characters that one entity may expand to. QDomDocument leaves QXmlStreamReader's
-/// default.
+/// Maximum number of characters that one entity may expand to. This is QXmlStreamReader's default, which
+/// QDomDocument does not change.
 inline constexpr int kMaxExpansionOfOneEntity = 4096;
 
 /// Maximum size of a file that is loaded, in bytes.
 inline constexpr qint64 kMaxFileSize = qint64(1024) * 1024 * 1024;
 
-/// Whether XML 1.0 allows a character in a document.
+/// Returns whether XML 1.0 allows a character in a document.
 [[nodiscard]] constexpr bool IsXmlCharacter(char32_t c)
 {
     return c == U'\t' || c == U'\n' || c == U'\r' || (c >= 0x20 && c < 0xD800) || (c >= 0xE000 && c < 0xFFFE)
         || (c >= 0x10000 && c <= 0x10FFFF);
 }
 
-/// Finds the first character that XML does not allow; a surrogate without its partner is one.
+/// Finds the first character that XML does not allow, such as an unpaired surrogate.
 /// \return its index; -1 if there is none
 [[nodiscard]] qsizetype FindNonXmlCharacter(QStringView text);
 
-/// Logs a warning if a text holds a character that XML does not allow. Such a text can be written, but the
-/// document that holds it does not load again.
+/// Logs a warning if a text contains a character that XML does not allow. Such a text can be written, but the
+/// document does not load again.
 void WarnOfNonXmlCharacters(QStringView text);
 
-/// Sets a reader up as the parser of documents is: without namespaces, so that an unknown prefix is no error,
-/// and with the parser's limit for the expansion of one entity.
+/// Configures a reader like the parser of documents: without namespaces, so that an undeclared prefix is not
+/// an error, and with the parser's limit for the expansion of one entity.
 void ConfigureXmlReader(QXmlStreamReader& reader);
 
-/// Why and where a document does not load.
+/// Why and where a document fails to load.
 struct XmlProblem
 {
     enum class Kind {
-        Malformed, ///< an error of syntax, an unknown encoding or an undeclared entity
-        Truncated, ///< the text ends in the middle of the document, or is empty
-        BadEncoding, ///< a byte sequence that the document's encoding does not have
-        LimitExceeded, ///< well formed so far, but more than the library accepts
+        Malformed, ///< a syntax error, an unknown encoding or an undeclared entity
+        Truncated, ///< the text ends inside the document, or is empty
+        BadEncoding, ///< a byte sequence that is invalid in the document's encoding
+        LimitExceeded, ///< well-formed so far, but a limit is exceeded
     };
 
     Kind What = Kind::Malformed;
@@ -73,8 +73,8 @@ struct XmlProblem
     QString Reason; ///< in English, without a full stop
 };
 
-/// Finds out what keeps a document from being loaded.
-/// \return nothing if the document loads
+/// Finds the reason why a document does not load.
+/// \return nullopt if the document loads
 [[nodiscard]] std::optional<XmlProblem> FindXmlProblem(const QByteArray& document);
 /// \overload
 [[nodiscard]] std::optional<XmlProblem> FindXmlProblem(const QString& document);

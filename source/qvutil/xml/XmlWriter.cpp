@@ -12,8 +12,8 @@
 
 using namespace Qt::StringLiterals;
 
-// The form is the one of QDomNode::save in Qt 6.4, whatever Qt is used, except that attributes are sorted by
-// name. QDom keeps them in a hash, of which the order changes from one run to the next.
+// The format is that of QDomNode::save in Qt 6.4, with every version of Qt, except that attributes are sorted
+// by name. QDom keeps them in a hash, whose order changes from run to run.
 
 namespace Quorvin::Util::Internal {
 namespace {
@@ -82,7 +82,7 @@ public:
         : mIndent(indent)
     { }
 
-    // Walks the tree without calling itself, so that no depth exhausts the stack.
+    // Walks the tree without recursion, so that deep documents do not exhaust the stack.
     void Write(const QDomNode& top, int depth)
     {
         QDomNode node = top;
@@ -231,7 +231,7 @@ private:
         case QDomNode::EntityReferenceNode:
             mText += u'&' + node.nodeName() + u';';
             break;
-        default: // no other kind of node is anybody's child
+        default: // no other kind of node is a child
             break;
         }
     }
@@ -243,7 +243,7 @@ private:
         mText += "<!--"_L1;
         mText += text;
         if (text.endsWith(u'-'))
-            mText += u' '; // a comment must not end with "--->"
+            mText += u' '; // "--->" must not end a comment
         mText += isBeforeText ? "-->"_L1 : "-->\n"_L1;
     }
 
@@ -261,8 +261,8 @@ bool IsXmlDeclaration(const QDomNode& node)
 QByteArray WriteXmlFile(const QDomDocument& document)
 {
     Writer writer(kFileIndent);
-    // Qt writes a declaration with its encoding in place of the document's, what precedes that included. The
-    // document type is not written.
+    // Qt writes a declaration with its own encoding instead of the document's, and drops everything before
+    // that. It does not write the document type.
     writer.WriteXmlDeclaration();
     QDomNode first = document.firstChild();
     for (QDomNode node = first; !node.isNull(); node = node.nextSibling()) {
@@ -273,7 +273,7 @@ QByteArray WriteXmlFile(const QDomDocument& document)
     }
     for (QDomNode node = first; !node.isNull(); node = node.nextSibling())
         writer.Write(node, 0);
-    QStringEncoder encoder(QStringEncoder::Utf8); // as a stream's: half of a character becomes U+FFFD
+    QStringEncoder encoder(QStringEncoder::Utf8); // stateful: an unpaired surrogate becomes U+FFFD
     return encoder(writer.GetText());
 }
 

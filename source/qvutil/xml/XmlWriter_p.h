@@ -12,16 +12,16 @@
 
 namespace Quorvin::Util::Internal {
 
-/// Writes a document as a file holds it: UTF-8, four blanks of indentation a level.
+/// Writes a document in the format of files: UTF-8, indented by four spaces per level.
 [[nodiscard]] QByteArray WriteXmlFile(const QDomDocument& document);
 
-/// Writes a document as text, with one blank of indentation a level.
+/// Writes a document as text, indented by one space per level.
 [[nodiscard]] QString WriteXmlString(const QDomDocument& document);
 
-/// Writes a node and everything in it as text, with four blanks of indentation a level.
+/// Writes a node and its content as text, indented by four spaces per level.
 [[nodiscard]] QString WriteXmlNode(const QDomNode& node);
 
-/// Writes everything in a node, but not the node itself, in the form of WriteXmlNode.
+/// Writes the content of a node, without the node itself, in the format of WriteXmlNode.
 [[nodiscard]] QString WriteXmlContent(const QDomNode& node);
 
 } // namespace Quorvin::Util::Internal
