@@ -13,7 +13,7 @@ namespace {
 
 constexpr char kDigits[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
 
-// The digits of each pair of values, since two at once take half the steps.
+// The digits of each pair of values: encoding two at once halves the number of steps.
 using DigitPairs = std::array<std::array<char, 2>, size_t(64) * 64>;
 
 constexpr DigitPairs kDigitPairs = [] {
@@ -30,10 +30,10 @@ char* WritePair(quint64 value, char* text)
     return text + pair.size();
 }
 
-// Has a bit set that no digit's value has.
+// Has a bit set that no digit's value uses.
 constexpr quint32 kNoDigit = 0x8000'0000U;
 
-// The value of each character, moved to its place in a group of four.
+// The value of each character, shifted to its position in a group of four.
 using Values = std::array<quint32, 256>;
 
 constexpr Values MakeValues(int shift)
@@ -59,7 +59,7 @@ char* WriteBase64(QByteArrayView bytes, char* text)
 {
     const char* in = bytes.data();
     qsizetype left = bytes.size();
-    // Two groups of three out of eight bytes at a time.
+    // Encodes two groups of three bytes at a time, from eight.
     for (; left >= 8; left -= 6, in += 6) {
         const auto eight = qFromBigEndian<quint64>(in);
         for (const int shift : {52, 40, 28, 16})
@@ -88,11 +88,11 @@ std::optional<QByteArray> ReadBase64(QByteArrayView text)
     QByteArray bytes(text.size() / 4 * 3 - padding, Qt::Uninitialized);
     char* out = bytes.data();
     const char* in = text.data();
-    // Looked at in the end: without a way out the loops are fast ones.
+    // Checked at the end: without an early exit, the loops are faster.
     quint32 all = 0;
     const char* const end = in + text.size() - (padding > 0 ? 4 : 0);
-    // Two groups at a time. The two bytes too many that it writes are those of the next group, which must
-    // exist.
+    // Decodes two groups at a time. Each step writes two bytes too many, which belong to the next group; so
+    // there must be one.
     for (; end - in >= 12; in += 8, out += 6) {
         const quint32 first = GroupValue(in);
         const quint32 second = GroupValue(in + 4);

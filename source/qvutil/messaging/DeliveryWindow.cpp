@@ -42,7 +42,8 @@ void DeliveryWindow::DropTaken()
     }
 }
 
-// The message after which no more than half of the bytes wait: reading is not worth while for less.
+// Returns the number of the message after which at most half of the bytes are queued. Resuming earlier is not
+// worthwhile.
 qint64 DeliveryWindow::FindResumePoint() const
 {
     qsizetype bytes = mBytes;

@@ -4,7 +4,7 @@
 #ifndef QVUTIL_DELIVERYWINDOW_P_H
 #define QVUTIL_DELIVERYWINDOW_P_H
 
-// This file is not part of the interface. It may change from one version to the next.
+// Internal, not API: may change in any version.
 
 #include <QtGlobal>
 
@@ -14,26 +14,26 @@
 
 namespace Quorvin::Util::Internal {
 
-/// A worker stops reading while frames of more than this many bytes wait for the owner's thread.
+/// A worker stops reading while frames of more than this many bytes are queued for the owner thread.
 inline constexpr qsizetype kMaxUndelivered = qsizetype(4) * 1024 * 1024;
 
-/// Counts what a worker has handed to the owner's thread and that thread has not yet taken.
+/// Counts what a worker has passed to the owner thread and that thread has not yet processed.
 class DeliveryWindow
 {
 public:
     DeliveryWindow() = default;
     Q_DISABLE_COPY_MOVE(DeliveryWindow)
 
-    /// The worker's thread. Counts what one read has brought.
+    /// Counts the result of one read. Worker thread only.
     void Add(qsizetype messages, qsizetype bytes);
-    /// The worker's thread. \return whether so much waits that the worker should stop reading. A later Take
-    ///         returns true then.
+    /// Returns whether so much is queued that the worker should stop reading. A later Take then returns true.
+    /// Worker thread only.
     [[nodiscard]] bool IsFull();
-    /// The owner's thread. Counts one message as taken. \return whether the worker is to read again
+    /// Counts one message as processed. \return whether the worker should resume reading. Owner thread only.
     [[nodiscard]] bool Take();
 
 private:
-    // What one read has brought.
+    // The result of one read.
     struct Batch
     {
         qint64 End; // number of its last message, counted from 1
@@ -45,12 +45,12 @@ private:
 
     static constexpr qint64 kNever = std::numeric_limits<qint64>::max();
 
-    // The worker's thread.
+    // Worker thread only.
     std::deque<Batch> mBatches;
     qsizetype mBytes = 0; // of all batches
     qint64 mAdded = 0;
-    // Both threads. The worker writes mResumeAt before it reads mTaken, and the owner's thread the other way
-    // round, so that one of the two sees that there is room again.
+    // Used in both threads. The worker writes mResumeAt before it reads mTaken, and the owner thread does the
+    // reverse, so that one of the two sees that there is space again.
     std::atomic<qint64> mTaken = 0;
     std::atomic<qint64> mResumeAt = kNever;
 };

@@ -12,8 +12,8 @@
 namespace Quorvin::Util::Internal {
 namespace {
 
-// A receiver that waits for its next message drains the socket within microseconds; one that does not is
-// asked less and less often.
+// A receiver that waits for its next message drains the socket within microseconds. For others, the queue
+// checks less and less often.
 constexpr qint64 kMaxEagerNs = 300'000;
 constexpr qint64 kMaxPauseMs = 20;
 

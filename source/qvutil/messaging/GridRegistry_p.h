@@ -4,7 +4,7 @@
 #ifndef QVUTIL_GRIDREGISTRY_P_H
 #define QVUTIL_GRIDREGISTRY_P_H
 
-// This file is not part of the interface. It may change from one version to the next.
+// Internal, not API: may change in any version.
 
 #include <QByteArray>
 #include <QList>
@@ -16,33 +16,33 @@ struct ProcessInfo;
 
 namespace Quorvin::Util::Internal {
 
-// The registry of a grid, in shared memory whose key is the grid's name, in QDataStream's default form
+// The registry of a grid: shared memory whose key is the grid's name, in QDataStream's default format
 // (big-endian):
 //
 //     offset 0   number of members, 32-bit signed
-//     offset 4   the members, one after another, the oldest first:
+//     offset 4   the members in sequence, oldest first:
 //                    process id      64-bit signed
-//                    server name     its length in bytes, 32-bit (0xFFFFFFFF: null), then UTF-16 units
+//                    server name     length in bytes, 32-bit (0xFFFFFFFF: null), then UTF-16 units
 //     then       zero bytes up to the end
 
 /// Size of the shared memory, in bytes.
 inline constexpr int kRegistrySize = 8192;
 
-/// Reads the members in an image of the memory, as many as there are: a count that is not true, or a name
-/// that is longer than what is left, ends with the data.
+/// Reads the members from the bytes of a registry. If the count or the length of a name exceeds the data,
+/// returns the members before that.
 [[nodiscard]] QList<ProcessInfo> ParseRegistry(const QByteArray& image);
-/// Writes the image of some members; longer than kRegistrySize if they do not fit.
+/// Returns the bytes of a registry with these members; longer than kRegistrySize if they do not fit.
 [[nodiscard]] QByteArray FormatRegistry(const QList<ProcessInfo>& processes);
 
-/// How long a process waits for the lock of a grid, in milliseconds. A member that is stopped while it holds
-/// the lock must not stop the others for ever.
+/// Time-out for the lock of a grid, in milliseconds. A member that hangs while it holds the lock must not
+/// block the others for ever.
 inline constexpr int kGridLockTimeoutMs = 5000;
 
-/// The file that is locked, with Platform::LockFile, by whoever reads or changes the registry, or makes or
-/// destroys the memory.
+/// Returns the path of the lock file of a grid. Every process that reads or changes the registry, or creates
+/// or destroys its segment, locks this file with Platform::LockFile.
 ///
-/// Beside the lock of the memory itself, which guards its content but neither the making of memory and lock
-/// nor their end: there Qt has windows in which two processes hold the lock, or two memories exist.
+/// The segment's own lock protects its content, but not the creation and destruction of segment and lock.
+/// There Qt has race conditions in which two processes hold the lock, or two segments exist.
 [[nodiscard]] QString GridLockFilePath(const QString& gridName);
 
 } // namespace Quorvin::Util::Internal

@@ -24,7 +24,7 @@ using namespace Qt::StringLiterals;
 
 namespace Quorvin::Util {
 
-class Q_DECL_HIDDEN IPCManager::Private // else it would be exported with the class around it
+class Q_DECL_HIDDEN IPCManager::Private // else it would be exported with IPCManager
 {
 public:
     class RegistryLock;
@@ -48,7 +48,7 @@ public:
     std::unique_ptr<MessageServer> Server;
     QIODeviceBase::OpenMode ServerMode = QIODeviceBase::NotOpen;
     bool IsRegistered = false;
-    // Never null; without a key until a grid is joined.
+    // Never null; has no key until a grid is joined.
     std::unique_ptr<QSharedMemory> SharedMemory = std::make_unique<QSharedMemory>();
     int LockDepth = 0;
     int FileLock = Platform::kLockFailed;
@@ -56,7 +56,7 @@ public:
     QList<IMessageResponder*> Responders;
 };
 
-// Holds the registry's lock as long as it lives; further ones within it do nothing.
+// Holds the registry's lock for its lifetime. Nested locks do nothing.
 class Q_DECL_HIDDEN IPCManager::Private::RegistryLock
 {
 public:
@@ -253,8 +253,8 @@ bool IPCManager::CreateGridConnection(const QString& gridName, QIODeviceBase::Op
     const QString program = QFileInfo(QCoreApplication::applicationFilePath()).baseName();
     const QString serverName = gridName + u'.' + program + u'.' + QString::number(processId);
     StartServer(serverName, mode);
-    // Without the lock nothing is read or written, since a stopped member may hold the memory's own lock as
-    // well, for which nobody can wait for a limited time. A later call tries again.
+    // Without the lock, do not access the registry: a member that hangs may also hold the segment's own lock,
+    // which has no time-out. A later call tries again.
     if (!lock.IsLocked())
         return true;
     mPrivate->IsRegistered = true;
@@ -312,7 +312,7 @@ bool IPCManager::WriteToSharedMemory(const QList<ProcessInfo>& processes)
     return !mPrivate->IsCalledWrongly("WriteToSharedMemory") && mPrivate->Write(processes);
 }
 
-// Whoever calls from another thread would wait for events that never come there, or race with the owner.
+// A call from another thread would wait for events that never arrive there, or race with the owner thread.
 bool IPCManager::Private::IsCalledWrongly(const char* operation) const
 {
     if (Manager.thread() == QThread::currentThread())
@@ -369,7 +369,7 @@ void IPCManager::Private::CloseAll()
         });
         if (own != processes.cend())
             processes.erase(own);
-        if (lock.IsLocked()) // else the next process that joins removes the entry
+        if (lock.IsLocked()) // else the next process to join prunes the entry
             Write(processes);
     }
     if (Server)
@@ -377,8 +377,8 @@ void IPCManager::Private::CloseAll()
     Client.reset();
 }
 
-// Detaches from the registry. The last process to do so destroys segment and lock, which must not happen
-// while another process makes or attaches them.
+// Detaches from the registry. The last process to detach destroys the segment and its lock, which must not
+// happen while another process creates or attaches them.
 void IPCManager::Private::LeaveRegistry()
 {
     const QString gridName = SharedMemory->key();
@@ -388,7 +388,7 @@ void IPCManager::Private::LeaveRegistry()
     const int lock
         = Platform::LockFile(lockFile, Platform::LockFileMode::CreateIfMissing, Internal::kGridLockTimeoutMs);
     SharedMemory = std::make_unique<QSharedMemory>();
-    // Removed only while it is locked: a process that waits for it then makes a new one.
+    // The file is only removed while it is locked: a process that waits for the lock then creates a new file.
     if (lock >= 0 && !QSharedMemory(gridName).attach(QSharedMemory::ReadOnly))
         QFile::remove(lockFile);
     Platform::UnlockFile(lock);
@@ -398,7 +398,7 @@ void IPCManager::Private::LeaveRegistry()
 bool IPCManager::Private::LockRegistry()
 {
     const QString gridName = SharedMemory->key();
-    if (gridName.isEmpty() || LockDepth > 0) { // there is no segment either, or it is locked already
+    if (gridName.isEmpty() || LockDepth > 0) { // no registry, or already locked
         ++LockDepth;
         return true;
     }

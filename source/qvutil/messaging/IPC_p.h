@@ -4,7 +4,7 @@
 #ifndef QVUTIL_IPC_P_H
 #define QVUTIL_IPC_P_H
 
-// This file is not part of the interface. It may change from one version to the next.
+// Internal, not API: may change in any version.
 
 #include "IPC.h"
 
@@ -20,11 +20,11 @@ extern const QString kNameAttribute;
 extern const QString kTypeAttribute;
 extern const QString kValueAttribute;
 
-/// What stands in the place of a value whose type cannot travel.
+/// Text in place of a value whose type cannot be sent.
 inline constexpr QStringView kUnsupportedTypeText = u"<<Error: Unsupported type>>";
 
-/// Makes MessageInfo known to queued connections under the name "MessageInfo", which is how the signatures of
-/// signals and slots spell it.
+/// Registers MessageInfo for queued connections under the name "MessageInfo", as the signatures of signals
+/// and slots spell it.
 void RegisterMessageInfo();
 
 } // namespace Quorvin::Util

@@ -22,15 +22,15 @@ constexpr int kResponseTimeoutMs = 30000;
 constexpr int kExitSuccess = 0;
 constexpr int kExitTimeout = 1;
 
-// Nobody is told what was sent for as long as it lives, to save waking up the owner's thread. The thread
-// object may be deleted before.
+// Suspends the notifications about sent messages for its lifetime, so that they do not wake the owner thread.
+// The thread object may be deleted earlier.
 class SentNotificationsPause
 {
 public:
     explicit SentNotificationsPause(MessageClientThread* thread)
         : mThread(thread)
     {
-        if (!mThread.isNull()) // there is none after DisconnectFromServer
+        if (!mThread.isNull()) // null after DisconnectFromServer
             mThread->PauseSentNotifications();
     }
     ~SentNotificationsPause()
@@ -52,14 +52,14 @@ MessageClient::MessageClient()
 {
     RegisterMessageInfo();
     mWait.Timer.setSingleShot(true);
-    mWait.Timer.setTimerType(Qt::PreciseTimer); // a coarse one may end a wait 5 % too early
+    mWait.Timer.setTimerType(Qt::PreciseTimer); // a coarse timer may end a wait 5 % too early
     connect(&mWait.Timer, &QTimer::timeout, this, &MessageClient::EventLoopTimeout);
 }
 
 MessageClient::~MessageClient()
 {
     DisconnectFromServer();
-    mWait.Loop->exit(kExitTimeout); // a slot that the loop runs may have deleted the client
+    mWait.Loop->exit(kExitTimeout); // a slot called by the loop may have deleted the client
 }
 
 bool MessageClient::ConnectToServer(const QString& name)
@@ -98,8 +98,8 @@ bool MessageClient::WaitForConnection(int timeoutMs)
 {
     if (!IsConnected())
         return !IsWaiting() && WaitFor(Wait::Goal::Connection, timeoutMs);
-    // The news of the connection may still be queued, and would end the wait for the answer to a first
-    // request.
+    // The announcement of the connection may still be queued, and would end the wait for the answer to a
+    // first request.
     if (!mConnected)
         QCoreApplication::sendPostedEvents(mThread, QEvent::MetaCall);
     return true;
@@ -111,7 +111,7 @@ void MessageClient::DisconnectFromServer()
         return;
     mThread->Stop();
     const QMutexLocker locker(&mThreadLock);
-    // Also from within a slot that a signal of this thread object has called: Qt provides for that.
+    // Qt allows this even in a slot called by a signal of this thread object.
     delete std::exchange(mThread, nullptr);
 }
 
@@ -138,7 +138,7 @@ bool MessageClient::SendMessage(const MessageInfo& message, bool waitForSent)
     }
     const QPointer<MessageClient> self(this);
     if (mThread != nullptr)
-        mThread->ResumeSentNotifications(); // a slot may send beside a request
+        mThread->ResumeSentNotifications(); // a slot may send a message during a request
     Q_EMIT NewOutgoingMessage(message);
     return !self.isNull() && !IsWaiting() && WaitFor(Wait::Goal::Sent, kSendTimeoutMs);
 }
@@ -146,7 +146,7 @@ bool MessageClient::SendMessage(const MessageInfo& message, bool waitForSent)
 bool MessageClient::SendMessageAndGetResponse(const QString& id, const QVariantMap& params,
                                               QVariantMap& response, int timeoutMs)
 {
-    // The parameters first: they may be the map that the answer goes to.
+    // Read the parameters first: they may be the map that receives the answer.
     MessageInfo request;
     request.Id = id;
     request.Params = params;
@@ -157,7 +157,7 @@ bool MessageClient::SendMessageAndGetResponse(const QString& id, const QVariantM
     request.NeedResponse = true;
 
     const QPointer<MessageClient> self(this);
-    const SentNotificationsPause pause(mThread); // nobody waits for them now
+    const SentNotificationsPause pause(mThread); // nothing waits for them now
     if (!SendMessage(request, false) || self.isNull() || IsWaiting())
         return false;
     mWait.Request = request.UniqueId;
@@ -172,7 +172,7 @@ QString MessageClient::GetName() const
     return mServerName;
 }
 
-// Ends with the next exit of the event loop; the client may be gone then.
+// Returns after the event loop's next exit, when the client may be deleted.
 bool MessageClient::WaitFor(Wait::Goal goal, int timeoutMs)
 {
     const QPointer<MessageClient> self(this);
@@ -286,7 +286,8 @@ void MessageClientThread::RunWorker()
     MessageClientWorker worker(mServerName, mMode, mClient);
     connect(&worker, &MessageClientWorker::Connected, this, &MessageClientThread::Connected);
     connect(&worker, &MessageClientWorker::Disconnected, this, &MessageClientThread::Disconnected);
-    // After the signals above: whoever sees the connection finds the news of it in the queue.
+    // Connected after the signals above, so that once the connection is visible, its announcement is in the
+    // queue.
     connect(&worker, &MessageClientWorker::Connected, &worker,
             [this] { mSocketConnected.store(true, std::memory_order_release); });
     connect(&worker, &MessageClientWorker::Disconnected, &worker,
@@ -369,7 +370,7 @@ bool MessageClientWorker::IsConnected() const
 void MessageClientWorker::ConnectedSlot()
 {
     if (!Internal::IsTrustedPeer(*mSocket)) {
-        mSocket->abort(); // not a server to talk to; the timer goes on trying
+        mSocket->abort(); // not a trusted server; the timer keeps trying
         return;
     }
     if (mConnectTimer)

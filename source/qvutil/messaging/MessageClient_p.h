@@ -4,7 +4,7 @@
 #ifndef QVUTIL_MESSAGECLIENT_P_H
 #define QVUTIL_MESSAGECLIENT_P_H
 
-// This file is not part of the interface. It may change from one version to the next.
+// Internal, not API: may change in any version.
 
 #include "IPC.h"
 #include "messaging/WorkerThread_p.h"
@@ -29,13 +29,13 @@ class MessageWriter;
 
 class MessageClientThread;
 
-/// The connecting end of a link. Connects by itself, again and again until it succeeds, and after each
+/// The client end of a connection. Tries to connect until it succeeds, and reconnects after each
 /// disconnection.
 ///
 /// \par Threads
-/// Lives in its owner's thread, which needs an event loop; all work with sockets is done in a thread of its
-/// own. The operations that wait run an event loop, so that slots of the host are called meanwhile; they may
-/// delete the client, and the wait is over then. One wait at a time: a second one fails at once.
+/// Lives in its owner thread, which needs an event loop; a worker thread serves the socket. Operations that
+/// wait run an event loop, so that other slots are called meanwhile; these may delete the client, which ends
+/// the wait. A second wait at the same time fails at once.
 class MessageClient final : public QObject
 {
     Q_OBJECT
@@ -44,21 +44,21 @@ public:
     ~MessageClient() override;
     Q_DISABLE_COPY_MOVE(MessageClient)
 
-    /// Connects to receive only: what is sent on such a client is dropped. \return true
+    /// Connects for receiving only: messages sent by this client are dropped. \return true
     bool ConnectToServer(const QString& name);
-    /// Starts to connect and does not wait for it. Once called, another name changes what GetName answers and
-    /// nothing else, until DisconnectFromServer.
-    /// \param mode  must hold WriteOnly for messages to be sent, and ReadOnly for them to be received
+    /// Starts to connect, without waiting. After the first call, and until DisconnectFromServer, another name
+    /// only changes the result of GetName.
+    /// \param mode  must contain WriteOnly to send messages, and ReadOnly to receive them
     /// \return true
     bool ConnectToServer(const QString& name, QIODeviceBase::OpenMode mode);
-    /// Any thread. \return whether there is a connection; after DisconnectFromServer, whether there was one
+    /// Thread-safe. \return whether there is a connection; after DisconnectFromServer, whether there was one
     [[nodiscard]] bool IsConnected() const;
-    /// Waits for the connection. The signal Connected has been emitted when it returns true.
-    /// \param timeoutMs  milliseconds; negative waits without limit
-    /// \return false if the time is over, or another wait is running
+    /// Waits for the connection. When it returns true, the signal Connected has been emitted.
+    /// \param timeoutMs  in milliseconds; if negative, there is no time-out
+    /// \return false after the time-out, or if another wait is running
     bool WaitForConnection(int timeoutMs);
-    /// Ends the thread, and with it the connection, and waits for its end. Messages that still wait to be
-    /// written are dropped.
+    /// Ends the worker thread, and with it the connection, and waits for its end. Queued messages are
+    /// dropped.
     void DisconnectFromServer();
 
     /// Sends a message. \return false if there is no connection
@@ -71,17 +71,17 @@ public:
     bool SendMessage(const MessageInfo& message, bool waitForSent);
     /// Sends a request and waits for its answer.
     /// \param response   set to the answer's parameters; empty if there is none
-    /// \param timeoutMs  milliseconds; negative waits for 30 seconds
+    /// \param timeoutMs  in milliseconds; if negative, 30 seconds
     /// \return false if there is no connection, no answer in time, or another wait is running
     bool SendMessageAndGetResponse(const QString& id, const QVariantMap& params, QVariantMap& response,
                                    int timeoutMs);
-    /// \return the name last given to ConnectToServer
+    /// \return the name that was last passed to ConnectToServer
     [[nodiscard]] QString GetName() const;
 
 Q_SIGNALS:
-    /// A message came that is no answer.
+    /// A message arrived that is not an answer.
     void MessageReceived(const QString& id, const QVariantMap& paramMap);
-    /// A message is to be sent.
+    /// A message should be sent.
     void NewOutgoingMessage(const MessageInfo& msg);
     void Connected(QString name);
     void Disconnected(QString name);
@@ -94,13 +94,13 @@ public Q_SLOTS:
     void EventLoopTimeout();
 
 private:
-    // The one wait that may be running: what for, and what ends it.
+    // The current wait: its goal, and what ends it.
     struct Wait
     {
         enum class Goal { None, Connection, Sent, Answer };
 
-        Goal For = Goal::None; // from the beginning of the wait until it returns
-        QUuid Request; // whose answer is awaited
+        Goal For = Goal::None; // from the start of the wait until it returns
+        QUuid Request; // the request whose answer is awaited
         QVariantMap Answer;
         QTimer Timer;
         // Shared with the function that runs it, which may outlive the client.
@@ -113,9 +113,9 @@ private:
 
     QString mServerName;
     MessageClientThread* mThread = nullptr;
-    std::atomic<bool> mConnected = false; // written by the owner's thread only
+    std::atomic<bool> mConnected = false; // written by the owner thread only
     Wait mWait;
-    mutable QRecursiveMutex mThreadLock; // guards mThread where another thread looks for it in IsConnected
+    mutable QRecursiveMutex mThreadLock; // guards mThread against IsConnected in other threads
 };
 
 /// The thread of a client.
@@ -126,10 +126,10 @@ public:
     MessageClientThread(const QString& serverName, QIODeviceBase::OpenMode mode, MessageClient* client);
     Q_DISABLE_COPY_MOVE(MessageClientThread)
 
-    /// Any thread. \return whether the worker's socket is connected
+    /// Thread-safe. \return whether the worker's socket is connected
     [[nodiscard]] bool IsConnected() const;
-    /// The owner's thread. While paused, what was sent is announced before the next message that arrives, or
-    /// when the pause ends.
+    /// Pauses the notifications about sent messages. They are emitted before the next message that arrives,
+    /// or when the pause ends. Owner thread only.
     void PauseSentNotifications();
     void ResumeSentNotifications();
 
@@ -140,7 +140,7 @@ Q_SIGNALS:
     void MessageSent(const MessageInfo& msg);
 
 protected:
-    /// Announces what was sent.
+    /// Announces sent messages.
     void customEvent(QEvent* event) override;
 
 private:
@@ -148,21 +148,20 @@ private:
     void QueueSentNotification(const MessageInfo& message);
     void FlushSentNotifications();
 
-    // What was sent and is not yet announced. Many messages are announced at once, if the owner's thread does
-    // not look at them meanwhile: to wake it up for each costs more than to send one.
+    // Sent messages that are not yet announced. They are announced in batches, because waking the owner
+    // thread for each costs more than sending one.
     QMutex mSentLock; // guards the next three
     QList<MessageInfo> mSent;
-    bool mIsFlushPosted = false; // an event for the owner's thread is under way
+    bool mIsFlushPosted = false; // whether an event for the owner thread is posted
     bool mIsSentPaused = false;
     MessageClient* mClient;
     QString mServerName;
     QIODeviceBase::OpenMode mMode;
-    // What the worker lets other threads know of its socket, set once the signal that tells the same is
-    // queued.
+    // The state of the worker's socket for other threads, set after the signal about it is queued.
     std::atomic<bool> mSocketConnected = false;
 };
 
-/// Owns the socket and the timer that reconnects it. Made, used and destroyed in the client's thread.
+/// Owns the socket and the timer that reconnects it. Created, used and destroyed in the worker thread.
 class MessageClientWorker final : public QObject
 {
     Q_OBJECT
@@ -171,15 +170,15 @@ public:
     ~MessageClientWorker() override;
     Q_DISABLE_COPY_MOVE(MessageClientWorker)
 
-    /// Counts in \p window what is read. To be called first.
+    /// Counts received messages in \p window. Call it first.
     void SetWindow(Internal::DeliveryWindow* window) { mWindow = window; }
-    /// Reads on after \p window was full.
+    /// Resumes reading after \p window was full.
     void ResumeReading();
-    /// Connects, now and every second until it has succeeded.
+    /// Tries to connect now and every second until it succeeds.
     void ConnectAndListen();
-    /// Tries to connect, unless connected or about to be. \return true
+    /// Tries to connect, unless it is connected or connecting. \return true
     bool ConnectToServer();
-    /// Disconnects, and stays so.
+    /// Disconnects and does not reconnect.
     void DisconnectFromServer();
     [[nodiscard]] bool IsConnected() const;
 
@@ -202,7 +201,7 @@ private:
     QString mServerName;
     QLocalSocket* mSocket = nullptr;
     Internal::DeliveryWindow* mWindow = nullptr;
-    QPointer<Internal::MessageWriter> mWriter; // belongs to mSocket
+    QPointer<Internal::MessageWriter> mWriter; // owned by mSocket
     std::unique_ptr<QTimer> mConnectTimer;
     bool mKeepConnecting = false;
     bool mWasConnected = false;

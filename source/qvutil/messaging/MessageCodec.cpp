@@ -16,7 +16,7 @@ namespace Quorvin::Util {
 namespace {
 
 // The parser compares each attribute of an element with all before it. This many comparisons take about half
-// a second; the frames of the library itself have some ten an element.
+// a second; frames of the library have about ten per element.
 constexpr qint64 kMaxAttributeComparisons = 200'000'000;
 
 void AppendByDom(const QString& frame, QList<MessageInfo>& messages)
@@ -29,7 +29,7 @@ void AppendByDom(const QString& frame, QList<MessageInfo>& messages)
 void DecodeText(const QString& text, QList<MessageInfo>& messages, bool (*shouldStop)())
 {
     using Internal::kFrameStart;
-    qint64 comparisonsLeft = kMaxAttributeComparisons; // for all that one read has brought
+    qint64 comparisonsLeft = kMaxAttributeComparisons; // for everything that one read returned
     Internal::ForEachPiece(QStringView(text), kFrameStart, [&](QStringView piece) {
         const bool isFrame = piece.startsWith(kFrameStart);
         if (isFrame) {
@@ -38,7 +38,7 @@ void DecodeText(const QString& text, QList<MessageInfo>& messages, bool (*should
                 return;
             }
         }
-        // The DOM path takes its time with what a hostile peer makes up.
+        // Malicious frames can make the DOM path take long.
         if (piece.size() <= kFrameStart.size() || (shouldStop != nullptr && shouldStop()))
             return;
         const qint64 comparisons = Internal::CountAttributeComparisons(piece);
@@ -75,7 +75,8 @@ bool DecodeMessage(const QByteArray& bytes, QList<MessageInfo>& messages, bool (
     for (QByteArrayView rest = bytes; !rest.isEmpty();) {
         MessageInfo& message = messages.emplaceBack();
         if (!Internal::TakeMessageFast(rest, message)) {
-            // All over again as a text: how malformed UTF-8 reads does not depend on where it is cut.
+            // Decode everything again as text: how malformed UTF-8 is decoded does not depend on where it is
+            // split.
             messages.resize(before);
             DecodeText(QString::fromUtf8(bytes), messages, shouldStop);
             break;
@@ -100,7 +101,7 @@ QString Internal::EncodeMessageByDom(const MessageInfo& message)
 
 bool Internal::DecodeMessageByDom(const QString& frame, MessageInfo& message)
 {
-    // Bytes that are no frame are dropped without a trace, but a failed load is logged.
+    // Bytes that are not a frame are dropped silently, but a failed load is logged.
     if (Internal::lcQvUtil().isWarningEnabled() && Internal::FindXmlProblem(frame))
         return false;
     XmlFiler filer;

@@ -4,7 +4,7 @@
 #ifndef QVUTIL_MESSAGECODEC_P_H
 #define QVUTIL_MESSAGECODEC_P_H
 
-// This file is not part of the interface. It may change from one version to the next.
+// Internal, not API: may change in any version.
 
 #include "IPC.h"
 
@@ -18,9 +18,9 @@
 
 namespace Quorvin::Util {
 
-// The wire format. A frame is one message as an XML document in UTF-8. Nothing separates two frames: one
-// begins where the next "<?xml " stands, which no attribute can hold, since '<' is escaped there, and no byte
-// array, since it travels as base64.
+// The wire format. A frame is one message as an XML document in UTF-8. There is no separator: each "<?xml "
+// begins a new frame. It cannot occur in an attribute, where '<' is escaped, or in a byte array, which is
+// encoded as base64.
 //
 //     <?xml version="1.0"?>
 //     <Message Id="Greet" UniqueId="{b7…}" OriginalMessageUniqueId="{00…}" NeedResponse="True"
@@ -30,37 +30,37 @@ namespace Quorvin::Util {
 //      </Params>
 //     </Message>
 //
-// The order of attributes, and the white space, carry no meaning. (Here one line is broken in two.)
+// The order of attributes and white space do not matter. (The second line is split here.)
 
-/// Writes the frame of one message.
+/// Returns the frame of one message.
 [[nodiscard]] QString EncodeMessage(const MessageInfo& message);
-/// The same as it travels, in UTF-8.
+/// Returns the same in UTF-8, as it is sent.
 [[nodiscard]] QByteArray EncodeMessageAsBytes(const MessageInfo& message);
 
-/// Reads the messages in the text of one or more frames, complete or not; what does not parse is skipped.
-/// \param text      what one read has brought
-/// \param messages  list to append to
-/// \return whether \p messages, with what it held before, is not empty
+/// Decodes the messages in one or more frames, complete or not. Malformed ones are skipped.
+/// \param text      the result of one read
+/// \param messages  the messages are appended to it
+/// \return false if \p messages is empty afterwards
 bool DecodeMessage(const QString& text, QList<MessageInfo>& messages);
-/// The same for bytes as they arrive.
-/// \param shouldStop  asked before each frame that takes the DOM path: true leaves the rest unread; may be
-/// null
+/// Decodes the bytes of a read in the same way.
+/// \param shouldStop  called before each frame that takes the DOM path; if it returns true, the remaining
+///                    frames are skipped; may be null
 bool DecodeMessage(const QByteArray& bytes, QList<MessageInfo>& messages, bool (*shouldStop)() = nullptr);
 
 namespace Internal {
 
-/// What every frame begins with, and none holds further on.
+/// The beginning of every frame, which does not occur anywhere else.
 inline constexpr QStringView kFrameStart = u"<?xml ";
 inline constexpr QByteArrayView kFrameStartBytes = "<?xml ";
 
-/// \return where a frame begins in \p all, from \p from on; -1 if none does
+/// \return index of the next frame in \p all, searching from \p from; -1 if there is none
 [[nodiscard]] inline qsizetype FindFrame(QStringView all, QStringView frameStart, qsizetype from)
 {
     return all.indexOf(frameStart, from);
 }
 [[nodiscard]] inline qsizetype FindFrame(QByteArrayView all, QByteArrayView frameStart, qsizetype from)
 {
-    // Several times as fast as indexOf, where '<' is as rare as in a large byte array.
+    // Several times as fast as indexOf, because '<' is rare in large byte arrays.
     const auto view = [](QByteArrayView bytes) {
         return std::string_view(bytes.data(), static_cast<size_t>(bytes.size()));
     };
@@ -68,11 +68,11 @@ inline constexpr QByteArrayView kFrameStartBytes = "<?xml ";
     return at == std::string_view::npos ? -1 : static_cast<qsizetype>(at);
 }
 
-/// Cuts text, or bytes, into the pieces that are looked at one by one: what stands before the first frame,
-/// unless that is nothing, and each frame with all that follows it up to the next one.
-/// \param all            what one read has brought
+/// Splits text or bytes into pieces: each frame with everything up to the next one, and what precedes the
+/// first frame, if anything.
+/// \param all         the result of one read
 /// \param frameStart  kFrameStart or kFrameStartBytes
-/// \param visit          called with each piece
+/// \param visit       called with each piece
 template <typename View, typename Visit> void ForEachPiece(View all, View frameStart, Visit visit)
 {
     qsizetype start = FindFrame(all, frameStart, 0);
@@ -85,9 +85,9 @@ template <typename View, typename Visit> void ForEachPiece(View all, View frameS
     }
 }
 
-/// The DOM path: encodes and decodes by way of XmlFiler. \return the frame
+/// Encodes on the DOM path, with XmlFiler. \return the frame
 [[nodiscard]] QString EncodeMessageByDom(const MessageInfo& message);
-/// \return false if the text is no readable frame; \p message is unchanged then
+/// Decodes on the DOM path. \return false, with \p message unchanged, if the frame is malformed
 [[nodiscard]] bool DecodeMessageByDom(const QString& frame, MessageInfo& message);
 
 } // namespace Internal

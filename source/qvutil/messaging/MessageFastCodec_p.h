@@ -4,7 +4,7 @@
 #ifndef QVUTIL_MESSAGEFASTCODEC_P_H
 #define QVUTIL_MESSAGEFASTCODEC_P_H
 
-// This file is not part of the interface. It may change from one version to the next.
+// Internal, not API: may change in any version.
 
 #include "IPC.h"
 
@@ -14,18 +14,18 @@
 
 #include <optional>
 
-// The fast path of the message codec. It writes and reads frames of exactly the shape that MessageCodec_p.h
-// shows, without building a tree and without UTF-16: an order of magnitude faster than the DOM path. Anything
-// else, even if valid, is left to the DOM path. Where both succeed, the results are equal.
+// The fast path of the message codec. It reads and writes frames of exactly the form shown in
+// MessageCodec_p.h, without a tree and without UTF-16, which is an order of magnitude faster than the DOM
+// path. Anything else, even if valid, is left to the DOM path. Where both succeed, the results are equal.
 namespace Quorvin::Util::Internal {
 
-/// \return the frame; nothing if a text holds a character that XML may not be able to hold
+/// \return the frame; nullopt if a text may contain a character that XML does not allow
 [[nodiscard]] std::optional<QByteArray> EncodeMessageFast(const MessageInfo& message);
-/// Takes one frame off the front of \p bytes. It must end at the end of \p bytes or at another frame.
-/// \return false if the frame is not exactly of the shape that the library itself writes; \p message holds a
-///         part of it then, and \p bytes are unchanged
+/// Removes one frame from the front of \p bytes. It must end at the end of \p bytes or at another frame.
+/// \return false, with \p bytes unchanged but \p message partly set, if the frame is not exactly as the
+///         library writes it
 [[nodiscard]] bool TakeMessageFast(QByteArrayView& bytes, MessageInfo& message);
-/// \return the message; nothing if the frame is not exactly of the shape that the library itself writes
+/// \return the message; nullopt if the frame is not exactly as the library writes it
 [[nodiscard]] std::optional<MessageInfo> DecodeMessageFast(QByteArrayView frame);
 [[nodiscard]] std::optional<MessageInfo> DecodeMessageFast(QStringView frame);
 

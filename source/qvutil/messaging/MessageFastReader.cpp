@@ -23,11 +23,11 @@ using namespace Qt::StringLiterals;
 namespace Quorvin::Util::Internal {
 namespace {
 
-// Elements inside one another that the fast path follows; far below what a document may have.
+// Maximum nesting depth for the fast path; far below the maximum for documents.
 constexpr int kMaxDepth = 200;
 
-// Whether bytes are UTF-8 that reads the same here, in the middle of a document, as by itself, and holds
-// nothing that stands for what could not be read.
+// Returns whether bytes are UTF-8 that decodes to the same text here, inside a document, as by itself,
+// without replacement characters.
 bool IsRoundTripUtf8(QByteArrayView text)
 {
     constexpr QByteArrayView kByteOrderMark = "\xEF\xBB\xBF";
@@ -41,12 +41,12 @@ bool IsRoundTripUtf8(QByteArrayView text)
     return true;
 }
 
-// Every operation returns false, or turns mIsCanonical off, as soon as the document is not as the writer
-// would have written it (white space between elements aside).
+// Every operation returns false, or clears mIsCanonical, as soon as the frame differs from what the writer
+// would have written (except in white space between elements).
 class FastReader
 {
 public:
-    // The frame is what the bytes begin with.
+    // \param bytes  begin with the frame
     explicit FastReader(QByteArrayView bytes)
         : mNext(bytes.data())
         , mEnd(bytes.data() + bytes.size())
@@ -59,11 +59,11 @@ public:
             && TakeElement("</Message>") && IsAtEnd() && mIsCanonical;
     }
 
-    // What follows the frame that was read.
+    // Returns the bytes after the frame.
     [[nodiscard]] QByteArrayView Rest() const { return {mNext, mEnd}; }
 
 private:
-    // The text of an attribute as it stands in the document, and what stands before it.
+    // The raw text of an attribute, and the text that precedes it.
     struct Attribute
     {
         QLatin1StringView Start;
@@ -74,8 +74,8 @@ private:
         bool HasParenthesis = false;
     };
 
-    // Whether nothing follows, or another document: none of what was read so far can hold the beginning of
-    // one.
+    // Returns whether the input ends here, or another frame begins. Nothing that was read so far can contain
+    // the beginning of a frame.
     bool IsAtEnd()
     {
         SkipBlanks();
@@ -88,8 +88,8 @@ private:
             ++mNext;
     }
 
-    // The size of a literal is known at compile time, so that the comparison is inlined; the overload below
-    // is for texts known at run time only.
+    // The size of a literal is a compile-time constant, so that the comparison is inlined. The overload below
+    // is for other texts.
     template <size_t Size> bool Take(const char (&text)[Size])
     {
         constexpr size_t kLength = Size - 1;
@@ -114,8 +114,8 @@ private:
         return Take(text);
     }
 
-    // All attributes of a tag, in any order; false on a text that is not as the writer writes them. One that
-    // is not among those asked for, or comes twice, is left, and nothing else can stand there.
+    // Reads all attributes of a tag, in any order. Returns false if a text differs from what the writer
+    // writes. Stops at an attribute that is unknown or repeated, which no caller accepts.
     template <size_t Count> bool ReadAttributes(std::array<Attribute, Count>& attributes)
     {
         const auto isNext
@@ -128,8 +128,8 @@ private:
         return true;
     }
 
-    // Up to and with the closing quote. All of it is looked at even where nobody reads the text: a wrong one
-    // makes the document unreadable.
+    // Reads up to and including the closing quote. The text is checked even if it is not used: an invalid one
+    // makes the frame unreadable.
     bool ReadText(Attribute& attribute)
     {
         constexpr auto kIsPlain = [](char byte) { return KindOf(byte) == ByteKind::Plain; };
@@ -149,7 +149,7 @@ private:
         return (!attribute.Wide || IsRoundTripUtf8(attribute.Text)) && Take("\"");
     }
 
-    // To the last character of a reference.
+    // Moves to the last character of a reference.
     bool SkipReference(Attribute& attribute)
     {
         const CharacterReference* const reference = FindReference(QByteArrayView(mNext, mEnd));
@@ -177,10 +177,10 @@ private:
         return mIsCanonical;
     }
 
-    // The entries of a map from the end of its tag on: "/>", or ">", the entries and the end tag.
+    // Reads the entries of a map after the attributes of its tag: "/>", or ">", the entries and the end tag.
     bool ReadMap(QVariantMap& map, QLatin1StringView endTag, int depth)
     {
-        // QMap takes it over, and has no way to take over a key.
+        // QMap can take over a std::map, but cannot move keys.
         std::map<QString, QVariant> entries;
         const bool ok = ReadChildren(endTag, depth, [this, &entries, depth] {
             std::array<Attribute, 3> attributes = {{{kNameStart}, {kTypeStart}, {kValueStart}}};
@@ -190,7 +190,7 @@ private:
             QVariant value;
             if (!ReadVariant(attributes[1], attributes[2], value, depth))
                 return false;
-            if (!name.isEmpty()) // they come in this order mostly
+            if (!name.isEmpty()) // usually in ascending order
                 entries.emplace_hint(entries.cend(), std::move(name), QVariant())->second = std::move(value);
             return mIsCanonical;
         });
@@ -235,7 +235,7 @@ private:
         return true;
     }
 
-    // The element from the end of its attributes on.
+    // Reads an element after its attributes.
     bool ReadVariant(const Attribute& type, const Attribute& text, QVariant& value, int depth)
     {
         const QLatin1StringView typeName(type.Text);
@@ -255,7 +255,7 @@ private:
         case QMetaType::QByteArray:
             return ReadBytes(value);
         default:
-            // Types that have no name, or cannot travel, leave the value invalid.
+            // Types without a name, and types that cannot be sent, leave the value invalid.
             return (!HasText(typeId) || ReadScalar(typeId, text, value)) && Take("/>");
         }
     }
@@ -305,7 +305,7 @@ private:
     static bool ReadDouble(const Attribute& attribute, QVariant& value)
     {
 #ifdef __cpp_lib_to_chars
-        // Not all standard libraries have it; where they do, it takes a tenth of the time.
+        // Not all standard libraries have from_chars for double; where they do, it takes a tenth of the time.
         if (!attribute.Text.isEmpty() && (IsDigit(attribute.Text.front()) || attribute.Text.startsWith('-'))
             && IsDigit(attribute.Text.back()) && ReadNumber<double>(attribute, value))
             return true;
@@ -359,7 +359,7 @@ private:
         const QString text = attribute.Escaped ? QString::fromUtf8(Unescaped(attribute.Text))
             : attribute.Wide                   ? QString::fromUtf8(attribute.Text)
                                                : QString::fromLatin1(attribute.Text);
-        // No mark is without a parenthesis, which nothing else can stand for.
+        // Every mark contains a parenthesis, which is never escaped.
         mIsCanonical = mIsCanonical && (!attribute.HasParenthesis || !FindTranslationMark(text));
         return text;
     }
@@ -407,7 +407,7 @@ std::optional<MessageInfo> DecodeMessageFast(QByteArrayView frame)
 
 std::optional<MessageInfo> DecodeMessageFast(QStringView frame)
 {
-    // Half a pair of surrogates would become a question mark.
+    // An unpaired surrogate would become a question mark.
     if (!frame.isValidUtf16())
         return std::nullopt;
     return DecodeMessageFast(frame.toUtf8());

@@ -4,7 +4,7 @@
 #ifndef QVUTIL_MESSAGEFASTTABLES_P_H
 #define QVUTIL_MESSAGEFASTTABLES_P_H
 
-// This file is not part of the interface. It may change from one version to the next.
+// Internal, not API: may change in any version.
 
 #include <QByteArrayView>
 #include <QLatin1StringView>
@@ -12,14 +12,14 @@
 #include <algorithm>
 #include <array>
 
-// What writer and reader of the fast path share.
+// Tables for the writer and the reader of the fast path.
 namespace Quorvin::Util::Internal {
 
-// At least one of a message's two is null, and both are where nobody waits for an answer.
+// At least one of a message's two ids is null, and both are if nobody waits for an answer.
 inline constexpr QLatin1StringView kNullId = QLatin1StringView("{00000000-0000-0000-0000-000000000000}");
 
-// What stands for a character in the text of an attribute. White space other than blanks has to be written
-// so too: a reader turns it into blanks.
+// A character and its reference in attribute texts. White space other than blanks must be written as
+// references, because readers turn it into blanks.
 struct CharacterReference
 {
     char Character;
@@ -34,7 +34,7 @@ inline constexpr std::array<CharacterReference, 7> kReferences = {{{'<', QLatin1
                                                                    {'\n', QLatin1StringView("&#xa;")},
                                                                    {'\r', QLatin1StringView("&#xd;")}}};
 
-// The reference at the beginning of a text; null if there is none that the writer writes.
+// Returns the reference at the beginning of a text; null if there is none that the writer uses.
 [[nodiscard]] inline const CharacterReference* FindReference(QByteArrayView text)
 {
     const auto row = std::ranges::find_if(
@@ -42,13 +42,13 @@ inline constexpr std::array<CharacterReference, 7> kReferences = {{{'<', QLatin1
     return row != kReferences.end() ? &*row : nullptr;
 }
 
-// What a byte of an attribute's text is.
+// The kind of a byte in an attribute's text.
 enum class ByteKind : quint8 {
-    Plain, // stands for itself wherever it is
-    Parenthesis, // stands for itself, and may be part of a translation mark
-    Special, // may have to be written as a reference, or is the beginning of one
-    Wide, // belongs to a character above U+007F
-    Forbidden // XML cannot hold it
+    Plain, // written as it is
+    Parenthesis, // written as it is, and may be part of a translation mark
+    Special, // may need a reference, or begins one
+    Wide, // part of a character above U+007F
+    Forbidden // not allowed in XML
 };
 
 inline constexpr std::array<ByteKind, 256> kByteKinds = [] {

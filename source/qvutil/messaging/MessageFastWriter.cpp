@@ -19,10 +19,10 @@ using namespace Qt::StringLiterals;
 namespace Quorvin::Util::Internal {
 namespace {
 
-// Most messages take no more. (malloc tidies up for sizes from 1 KiB on, its own bytes included.)
+// Enough for most messages. (malloc consolidates for sizes from 1 KiB on, including its own overhead.)
 constexpr qsizetype kUsualSize = 960;
 
-// Bytes that grow as they are written.
+// A growing byte buffer.
 class Output
 {
 public:
@@ -32,7 +32,7 @@ public:
         , mLimit(mEnd + capacity)
     { }
 
-    // The end of the bytes, with room for some more. They count once the new end is set.
+    // Returns the end of the bytes, with space for more. They only count once the new end is set.
     [[nodiscard]] char* Room(qsizetype size)
     {
         if (mLimit - mEnd < size)
@@ -52,7 +52,7 @@ public:
 private:
     void AppendOne(QLatin1StringView text)
     {
-        mEnd = std::copy(text.begin(), text.end(), Room(text.size())); // an empty one may have no address
+        mEnd = std::copy(text.begin(), text.end(), Room(text.size())); // an empty text may be null
     }
 
     void Grow(qsizetype size)
@@ -68,7 +68,7 @@ private:
     char* mLimit;
 };
 
-// The character at \p text, of one or two units; 0 for what XML cannot hold.
+// Returns the character at \p text, of one or two UTF-16 units; 0 if XML does not allow it.
 char32_t CharacterAt(const char16_t* text, const char16_t* end)
 {
     if (!QChar::isSurrogate(*text))
@@ -78,7 +78,7 @@ char32_t CharacterAt(const char16_t* text, const char16_t* end)
     return 0;
 }
 
-// A character above U+007F in UTF-8.
+// Writes a character above U+007F in UTF-8.
 char* WriteWide(char32_t character, char* out)
 {
     const auto following
@@ -140,7 +140,7 @@ private:
             mOutput.Append(start, QLatin1StringView(id.toByteArray()), "\""_L1);
     }
 
-    // An attribute, from the blank before its name on.
+    // Writes an attribute, including the space before its name.
     void WriteText(QLatin1StringView start, QStringView value)
     {
         constexpr qsizetype kPart = 256;
@@ -178,7 +178,7 @@ private:
         return out;
     }
 
-    // Whether a '>' is that of "]]>".
+    // Returns whether a '>' ends "]]>".
     static bool IsEndOfSection(const char16_t* c, const char16_t* begin)
     {
         return c - begin >= 2 && c[-1] == u']' && c[-2] == u']';
@@ -219,7 +219,7 @@ private:
         }
     }
 
-    // The element from its type on.
+    // Writes an element from its type on.
     void WriteVariant(const QVariant& value, int depth)
     {
         const int type = value.typeId();

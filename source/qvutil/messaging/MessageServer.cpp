@@ -48,7 +48,7 @@ bool MessageServer::Stop()
 {
     if (mThread != nullptr) {
         mThread->Stop();
-        // Also from within a slot that a signal of this thread object has called: Qt provides for that.
+        // Qt allows this even in a slot called by a signal of this thread object.
         delete std::exchange(mThread, nullptr);
     }
     return true;
@@ -185,16 +185,16 @@ void MessageServerWorker::SetEndpointObserver(std::function<void(const Platform:
 
 bool MessageServerWorker::Start(const QString& name)
 {
-    Stop(); // the one before, if there is one
+    Stop(); // the previous server, if there is one
     mName = name;
-    if (!Listen(Platform::ExistingSocket::Replace)) // a process that crashed has left it, or loses the name
+    if (!Listen(Platform::ExistingSocket::Replace)) // a crashed process left it, or it loses the name
         return false;
     mEndpointTimer.start(kEndpointCheckMs);
     return true;
 }
 
-// Does not use QLocalServer::listen(name): closing such a server removes whatever is under the name by then,
-// the socket of a successor included.
+// Not QLocalServer::listen(name): closing such a server removes whatever file then has the name, even the
+// socket of a successor.
 bool MessageServerWorker::Listen(Platform::ExistingSocket existing)
 {
     const Platform::ListeningSocket socket = Platform::ListenAt(Internal::GetSocketPath(mName), existing);
@@ -214,7 +214,7 @@ bool MessageServerWorker::Listen(Platform::ExistingSocket existing)
     return true;
 }
 
-// Without its file a server runs on, and nobody can connect.
+// Without its socket file, a server keeps running, but nobody can connect.
 void MessageServerWorker::CheckEndpoint()
 {
     const std::optional<Platform::FileIdentity> file
@@ -230,10 +230,10 @@ void MessageServerWorker::CheckEndpoint()
                   qUtf16Printable(mName));
         return;
     }
-    mEndpointTimer.stop(); // one line is enough
+    mEndpointTimer.stop(); // log only one line
 }
 
-// A successor may have taken the name over. The file's number cannot be used again while the socket is open.
+// A successor may have taken the name. The inode number is not reused while the socket is open.
 void MessageServerWorker::RemoveEndpoint()
 {
     const QString path = Internal::GetSocketPath(mName);
@@ -256,7 +256,7 @@ void MessageServerWorker::ConnectedSlot()
 {
     QLocalSocket* const socket = mLocalServer->nextPendingConnection();
     if (socket == nullptr)
-        return; // gone before it was accepted
+        return; // disconnected before it was accepted
     if (!Internal::IsTrustedPeer(*socket)) {
         qCWarning(Internal::lcQvUtil, "a process of another user has connected to \"%ls\" and was refused",
                   qUtf16Printable(mName));
@@ -264,7 +264,7 @@ void MessageServerWorker::ConnectedSlot()
         socket->deleteLater();
         return;
     }
-    socket->setParent(this); // it outlives a server that listens again
+    socket->setParent(this); // it survives when the server listens again
     if (mSocket != nullptr)
         mSocket->deleteLater();
     mSocket = socket;

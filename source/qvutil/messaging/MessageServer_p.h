@@ -4,7 +4,7 @@
 #ifndef QVUTIL_MESSAGESERVER_P_H
 #define QVUTIL_MESSAGESERVER_P_H
 
-// This file is not part of the interface. It may change from one version to the next.
+// Internal, not API: may change in any version.
 
 #include "IPC.h"
 #include "messaging/WorkerThread_p.h"
@@ -31,12 +31,12 @@ class MessageWriter;
 
 class MessageServerThread;
 
-/// The listening end of a link: one named endpoint, one client at a time.
+/// The server end of a connection: one endpoint with a name, and one client at a time.
 ///
 /// \par Threads
-/// Lives in its owner's thread, which needs an event loop; all work with sockets is done in a thread of its
-/// own. The sockets that the signals carry belong to that thread: they tell clients apart, and must not be
-/// used, since they may be gone at any time.
+/// Lives in its owner thread, which needs an event loop; a worker thread serves the sockets. The sockets in
+/// the signals belong to that thread: they only distinguish clients and must not be used, because they may
+/// already be deleted.
 class MessageServer final : public QObject
 {
     Q_OBJECT
@@ -46,15 +46,16 @@ public:
     ~MessageServer() override;
     Q_DISABLE_COPY_MOVE(MessageServer)
 
-    /// Starts the thread, which then listens; does not wait for that. With the server started, nothing
-    /// happens. A name that cannot be listened on leaves a started server that no client reaches, and one
-    /// warning. \return true
+    /// Starts the worker thread, which then listens; does not wait for that. Does nothing if the server is
+    /// started. If it cannot listen on the name, the server counts as started, but no client can connect, and
+    /// one warning is logged. \return true
     bool Start(const QString& name);
-    /// Ends the thread, and with it the connection, and waits for its end. What has arrived but was not yet
-    /// announced is lost, the client's disconnection included. \return true
+    /// Ends the worker thread, and with it the connection, and waits for its end. Messages that have arrived
+    /// but were not announced are lost, and so is the client's disconnection. \return true
     bool Stop();
     [[nodiscard]] bool IsStarted() const;
-    /// Looks at the file of the socket. \return whether clients that connect to the name reach this server
+    /// Returns whether clients can connect under the name, which requires that the socket file is the
+    /// server's own.
     [[nodiscard]] bool IsListening() const;
     /// Sends a message to the client, if there is one. \return true
     bool SendMessage(const QString& id, const QVariantMap& params);
@@ -64,21 +65,21 @@ public:
     void AddMessageResponder(IMessageResponder* responder);
     /// Removes a responder, if it is registered.
     void RemoveMessageResponder(IMessageResponder* responder);
-    /// \return connections announced less disconnections announced
+    /// \return connections announced minus disconnections announced
     [[nodiscard]] int GetConnectionCount() const;
 
 Q_SIGNALS:
-    /// A message came that wants no answer.
+    /// A message arrived that needs no answer.
     void MessageReceived(const QString& id, const QVariantMap& paramMap);
-    /// A message is to be sent.
+    /// A message should be sent.
     void NewOutgoingMessage(const MessageInfo& msg);
-    /// A client has connected. It replaces the one before.
+    /// A client connected, and displaced the one before.
     void Connected(QLocalSocket* socket);
-    /// A client is gone.
+    /// A client disconnected.
     void Disconnected(QLocalSocket* socket);
 
 public Q_SLOTS:
-    /// Announces a message, or has the responders answer it.
+    /// Announces a message, or passes it to the responders.
     void MessageReceivedSlot(const MessageInfo& msg);
     void ConnectedSlot(QLocalSocket* socket);
     void DisconnectedSlot(QLocalSocket* socket);
@@ -90,7 +91,7 @@ private:
     int mConnectionCount = 0;
 };
 
-/// The thread of a server.
+/// The worker thread of a server.
 class MessageServerThread final : public Internal::WorkerThread
 {
     Q_OBJECT
@@ -98,7 +99,7 @@ public:
     MessageServerThread(const QString& serverName, MessageServer* server);
     Q_DISABLE_COPY_MOVE(MessageServerThread)
 
-    /// The file of the socket that the worker listens on; nothing if it does not listen. Any thread.
+    /// Thread-safe. \return the socket file that the worker listens on; nullopt if it does not listen
     [[nodiscard]] std::optional<Platform::FileIdentity> Endpoint() const;
 
 Q_SIGNALS:
@@ -115,7 +116,7 @@ private:
     std::optional<Platform::FileIdentity> mEndpoint; // guarded by mEndpointMutex
 };
 
-/// Owns the endpoint and the client's socket. Made, used and destroyed in the server's thread.
+/// Owns the endpoint and the client's socket. Created, used and destroyed in the worker thread.
 class MessageServerWorker final : public QObject
 {
     Q_OBJECT
@@ -124,16 +125,16 @@ public:
     ~MessageServerWorker() override;
     Q_DISABLE_COPY_MOVE(MessageServerWorker)
 
-    /// Counts in \p window what is read. To be called first.
+    /// Counts received messages in \p window. Call it first.
     void SetWindow(Internal::DeliveryWindow* window) { mWindow = window; }
-    /// \param announce  called in the worker's thread with the file of each socket that the worker listens on
+    /// \param announce  called in the worker thread with the file of each socket that the worker listens on
     void SetEndpointObserver(std::function<void(const Platform::FileIdentity&)> announce);
-    /// Reads on after \p window was full.
+    /// Resumes reading after \p window was full.
     void ResumeReading();
-    /// Listens. \return false, after one warning, if the name cannot be listened on
+    /// Listens. \return false, after one warning, if it cannot listen on the name
     bool Start(const QString& name);
     bool Stop();
-    /// \return false if there is no client; the message is dropped then
+    /// \return false if there is no client; the message is then dropped
     bool SendMessage(const MessageInfo& message);
 
 Q_SIGNALS:
@@ -158,10 +159,10 @@ private:
     std::unique_ptr<QLocalServer> mLocalServer;
     Platform::FileIdentity mEndpoint; // the file of mLocalServer
     std::function<void(const Platform::FileIdentity&)> mAnnounceEndpoint;
-    QTimer mEndpointTimer; // looks whether the file is still there
+    QTimer mEndpointTimer; // checks whether the file still exists
     QLocalSocket* mSocket = nullptr; // the current client's
     Internal::DeliveryWindow* mWindow = nullptr;
-    QPointer<Internal::MessageWriter> mWriter; // belongs to mSocket
+    QPointer<Internal::MessageWriter> mWriter; // owned by mSocket
 };
 
 } // namespace Quorvin::Util

@@ -19,24 +19,24 @@
 namespace Quorvin::Util::Internal {
 namespace {
 
-// Stop draining after this many bytes even if more keep coming.
+// Stop draining after this many bytes, even if more arrive.
 constexpr qsizetype kMaxBytes = qsizetype(4) * 1024 * 1024;
 
-// Give up on an unfinished frame beyond this size: no system keeps a larger one in one piece.
+// Drop an unfinished frame above this size: no system passes a larger one on completely.
 constexpr qsizetype kMaxFrameBytes = 2 * qsizetype(kRequestedSendBuffer);
 
-// How long one call may wait for the rest of large frames, however often something trickles in. The writer is
-// in the middle of one system call then, and at most waits for a processor. The time is taken in steps: a
-// machine that stalls as a whole uses up one of them only.
+// Time-out in one call for the remainder of large frames, however often a few bytes arrive. The writer is in
+// the middle of one system call, and at most waits for a processor. The time is counted in steps, of which a
+// machine that stalls uses up only one.
 constexpr int kRestTimeoutMs = 500;
 constexpr int kRestStepMs = 50;
 constexpr qint64 kNsPerMs = 1'000'000;
 
-// A queue that is longer than this, in bytes, is logged.
+// A queue longer than this, in bytes, is logged.
 constexpr qint64 kMaxQuietQueue = qint64(16) * 1024 * 1024;
 
-// How many reads may pass before they have brought as much as one piece. A peer that writes in smaller parts
-// is not in the middle of one write.
+// Maximum number of reads for kMaxPiece bytes. A peer that writes in smaller parts is not in the middle of
+// one write.
 constexpr int kMaxReadsPerPiece = 64;
 
 bool IsThreadToStop()
@@ -44,12 +44,12 @@ bool IsThreadToStop()
     return QThread::currentThread()->isInterruptionRequested();
 }
 
-// Looks at bytes as they become more.
+// Detects an unfinished frame in bytes that grow.
 class PartialFrameDetector
 {
 public:
-    // Whether the end of a large frame is missing, which the kernel hands over in several pieces. Smaller
-    // ones always come whole: there is nothing to wait for where they are cut off.
+    // Returns whether the end of a large frame is missing, which the kernel may deliver in several parts.
+    // Smaller frames always arrive whole, so that waiting for the remainder of one is useless.
     [[nodiscard]] bool IsInMidFrame(const QByteArray& bytes)
     {
         constexpr QByteArrayView kEnd = "</Message>";
@@ -67,10 +67,10 @@ public:
 
 private:
     qsizetype mSeen = 0;
-    qsizetype mStart = -1; // of the last frame
+    qsizetype mStart = -1; // start of the last frame
 };
 
-// Past QLocalSocket, whose buffer is empty then: its own way of reading on would emit signals.
+// Bypasses QLocalSocket, whose buffer is empty at this point: reading through it would emit signals.
 class SocketBytes final : public ByteSource
 {
 public:
@@ -90,11 +90,11 @@ private:
     qintptr mDescriptor;
 };
 
-// What is left of the time that may be spent waiting.
+// The remaining time for waits.
 class RestTime
 {
 public:
-    // Waits for the next piece. \return false if there is no time left
+    // Waits for the next bytes. \return false after the time-out
     bool Wait(ByteSource& source)
     {
         while (mLeftNs > 0 && !source.ShouldStop()) {
@@ -163,7 +163,7 @@ QByteArray ReadAvailableBytes(QLocalSocket& socket)
 
 QList<MessageInfo> ReadMessages(QLocalSocket& socket, DeliveryWindow* window)
 {
-    // QLocalSocket reads by itself as much as it may. With one byte it waits until that is taken.
+    // With a read buffer of one byte, QLocalSocket stops reading by itself until that byte is read.
     const auto isPaused = [&socket, window] {
         const bool isFull = window->IsFull();
         socket.setReadBufferSize(isFull ? 1 : 0);

@@ -4,7 +4,7 @@
 #ifndef QVUTIL_MESSAGESOCKET_P_H
 #define QVUTIL_MESSAGESOCKET_P_H
 
-// This file is not part of the interface. It may change from one version to the next.
+// Internal, not API: may change in any version.
 
 #include "IPC.h"
 #include "messaging/DeliveryWindow_p.h"
@@ -16,55 +16,54 @@
 #include <QQueue>
 #include <QtNetwork/QLocalSocket>
 
-// What both ends of a link do with their socket, in the thread that owns it. How frames are kept whole:
-// FrameQueue_p.h.
+// What both ends of a connection do with their socket, in the thread that owns it. FrameQueue_p.h explains
+// how frames are kept whole.
 namespace Quorvin::Util::Internal {
 
-/// Where more bytes come from: a socket.
+/// A source of bytes, such as a socket.
 class ByteSource
 {
 public:
     ByteSource() = default;
     virtual ~ByteSource() = default;
     Q_DISABLE_COPY_MOVE(ByteSource)
-    /// Reads what is there, without waiting.
-    /// \return false if there was nothing, or if the connection has ended
+    /// Reads the available bytes without waiting.
+    /// \return false if there were none, or if the connection is closed
     virtual bool Read(QByteArray& bytes) = 0;
-    /// Waits until there is something to read, or the connection has ended.
-    /// \return how long that took, in nanoseconds; -1 if the time is over
+    /// Waits until there is something to read or the connection is closed.
+    /// \return how long that took, in nanoseconds; -1 after the time-out
     virtual qint64 Wait(int timeoutMs) = 0;
-    /// Whether the thread that reads is to end.
+    /// Returns whether the reading thread should end.
     [[nodiscard]] virtual bool ShouldStop() const = 0;
 };
 
-/// Reads until the source is empty and no large frame is cut off. Stops earlier when there is enough, when
-/// little comes in many reads, when waiting for the rest of frames has taken half a second in all, or when
-/// the thread is to end. \param bytes  what was read already; is appended to
+/// Reads until the source is empty and no large frame is incomplete. Stops earlier if enough was read, if
+/// many reads return little, if waiting for the remainder of frames has taken half a second in all, or if the
+/// thread should end.
+/// \param bytes  what was already read; more is appended
 void Drain(ByteSource& source, QByteArray& bytes);
 
-/// Reads all bytes that a socket has to give at the moment, and the rest of a large frame in them.
+/// Reads all bytes that are available on a socket, and waits for the remainder of a large frame.
 [[nodiscard]] QByteArray ReadAvailableBytes(QLocalSocket& socket);
 
-/// Reads the messages in all bytes that a socket has to give at the moment.
-/// \param window  counts them, unless it is null; while it is full, nothing is read, and the socket is left
-/// to
-///                fill up, so that its peer has to wait
+/// Reads the messages in all bytes that are available on a socket.
+/// \param window  counts them; may be null. While it is full, nothing is read, so that the socket fills up
+///                and the peer has to wait.
 [[nodiscard]] QList<MessageInfo> ReadMessages(QLocalSocket& socket, DeliveryWindow* window = nullptr);
 
 /// \return path of the socket of a server with that name
 [[nodiscard]] QString GetSocketPath(const QString& name);
 
-/// Whether the socket of a server with that name would have a path that is too long for the system.
+/// Returns whether the path of the socket of a server with that name would be too long for the system.
 [[nodiscard]] bool IsSocketNameTooLong(const QString& name);
 
-/// Whether a process of the user \p own may talk to one of the user \p user: the same user, or root.
+/// Returns whether a process of user \p own may talk to one of user \p user: the same user, or root.
 [[nodiscard]] constexpr bool IsTrustedUser(quint32 user, quint32 own)
 {
     return user == own || user == 0;
 }
 
-/// Whether the process at the other end may be talked to: one of the same user or of root. Where the system
-/// does not tell, it may.
+/// Returns whether the process at the other end belongs to the same user or to root, or its user is unknown.
 [[nodiscard]] bool IsTrustedPeer(const QLocalSocket& socket);
 
 /// Writes messages to a socket, whole and in order.
@@ -75,7 +74,7 @@ public:
     /// \param socket  a connected socket; becomes the parent
     explicit MessageWriter(QLocalSocket* socket);
 
-    /// Writes a message at once, or as soon as it can be written in one piece.
+    /// Writes a message at once, or queues it until a single write can take it.
     void Write(const MessageInfo& message);
 
 Q_SIGNALS:
@@ -87,7 +86,7 @@ private:
     void WarnOfLongQueue();
 
     FrameQueue* mFrames;
-    QQueue<MessageInfo> mQueued; // whose frames are queued
+    QQueue<MessageInfo> mQueued; // messages whose frames are queued
     bool mHasWarned = false;
 };
 

@@ -17,7 +17,7 @@ struct TypeRow
     QLatin1StringView Name;
 };
 
-// Written into documents, so the numbers are spelled out: they must not follow Qt's. In the order of ids.
+// The numbers are part of the wire format, so they are written out and do not depend on Qt. Sorted by id.
 constexpr std::array<TypeRow, 52> kTypes = {{
     {0, "Invalid"_L1},       {1, "Bool"_L1},           {2, "Int"_L1},
     {3, "UInt"_L1},          {4, "LongLong"_L1},       {5, "ULongLong"_L1},
@@ -39,7 +39,7 @@ constexpr std::array<TypeRow, 52> kTypes = {{
     {65536, "UserType"_L1},
 }};
 
-// Up to here a type's row is its id.
+// Up to this id, a type's row number is its id.
 constexpr int kLastPlainId = 26;
 static_assert(kTypes[kLastPlainId].Id == kLastPlainId && std::ranges::is_sorted(kTypes, {}, &TypeRow::Id));
 
@@ -48,7 +48,7 @@ template <typename View> int FindTypeId(View name)
     const auto isExact = [name](const TypeRow& type) { return type.Name == name; };
     const auto isSame
         = [name](const TypeRow& type) { return type.Name.compare(name, Qt::CaseInsensitive) == 0; };
-    // Nearly every name is spelled as here, and comparing exactly is much faster.
+    // Most names are spelled as here, and an exact comparison is much faster.
     auto row = std::ranges::find_if(kTypes, isExact);
     if (row == kTypes.cend())
         row = std::ranges::find_if(kTypes, isSame);
@@ -59,7 +59,7 @@ template <typename View> int FindTypeId(View name)
 
 QLatin1StringView TypeName(int typeId)
 {
-    // The types that travel are among the first rows, where the id is the row.
+    // The types that can be sent are among the first rows, whose number is the id.
     if (typeId >= 0 && typeId <= kLastPlainId)
         return kTypes[static_cast<size_t>(typeId)].Name;
     const auto row = std::ranges::lower_bound(kTypes, typeId, {}, &TypeRow::Id);

@@ -12,7 +12,7 @@ using namespace Qt::StringLiterals;
 namespace Quorvin::Util {
 namespace {
 
-// Calls visit with the filer on each child element in turn; the filer ends where it began.
+// Calls visit with the cursor on each child element in turn, and restores the cursor.
 template <typename Visit> void ForEachChild(XmlFiler& filer, Visit visit)
 {
     filer.PushCurrentNode();
@@ -21,7 +21,7 @@ template <typename Visit> void ForEachChild(XmlFiler& filer, Visit visit)
     filer.PopCurrentNode();
 }
 
-// Appends an element and calls fill with the filer on it; the filer ends where it began.
+// Appends an element, calls fill with the cursor on it, and restores the cursor.
 template <typename Fill> void WriteElement(XmlFiler& filer, Fill fill)
 {
     filer.PushCurrentNode();
@@ -100,7 +100,7 @@ void VariantMapEncoder::WriteVariant(const QVariant& value, XmlFiler& filer) con
         break;
     case QMetaType::ULongLong:
     case QMetaType::QChar:
-        break; // accepted, and yet without a written form: peers rely on the element's having no value
+        break; // accepted, but not written: peers rely on an element without a value
     case QMetaType::Double:
         filer.WriteDouble(kValueAttribute, value.toDouble());
         break;
@@ -169,7 +169,7 @@ void VariantMapEncoder::ReadVariant(XmlFiler& filer, QVariant& value) const
         value = filer.ReadBuffer();
         break;
     default:
-        break; // ULongLong and QChar too: they are not written either
+        break; // as for ULongLong and QChar, which are not written either
     }
 }
 

@@ -4,7 +4,7 @@
 #ifndef QVUTIL_VARIANTMAPENCODER_P_H
 #define QVUTIL_VARIANTMAPENCODER_P_H
 
-// This file is not part of the interface. It may change from one version to the next.
+// Internal, not API: may change in any version.
 
 #include <QMetaType>
 #include <QString>
@@ -16,7 +16,7 @@ namespace Quorvin::Util {
 
 class XmlFiler;
 
-/// Turns a map of typed values into XML elements and back.
+/// Converts a map of typed values to XML elements and back.
 ///
 /// Each entry is an element under the filer's current node:
 ///
@@ -32,28 +32,28 @@ class XmlFiler;
 ///      <Param Type="Bool" Value="True"/>
 ///     </Param>
 ///
-/// Types that cannot travel keep their entry without its value; it reads back as an invalid QVariant.
+/// The value of a type that cannot be sent is omitted, and reads back as an invalid QVariant.
 ///
 /// \par Threads
-/// Has no state: any thread.
+/// Thread-safe: it has no state.
 class VariantMapEncoder final
 {
 public:
-    /// Writes a document of its own: a root "Data" with the entries below it.
+    /// Returns a document: a root "Data" with an element for each entry.
     [[nodiscard]] QString Encode(const QVariantMap& map) const;
-    /// Reads what Encode has written, into \p map, whose other entries stay. Anything else is ignored.
+    /// Reads the result of Encode into \p map, without removing other entries. Anything else is ignored.
     void Decode(const QString& xml, QVariantMap& map) const;
-    /// The same as WriteVariantMap.
+    /// Same as WriteVariantMap.
     void Encode(const QVariantMap& map, XmlFiler& filer) const;
-    /// The same as ReadVariantMap.
+    /// Same as ReadVariantMap.
     void Decode(XmlFiler& filer, QVariantMap& map) const;
 
     /// Writes one element per entry under the filer's current node.
     void WriteVariantMap(const QVariantMap& map, XmlFiler& filer) const;
-    /// Reads the elements under the filer's current node into \p map. Those without a name are skipped,
-    /// values that cannot be read are invalid, and of equal names the last one wins.
+    /// Reads the elements under the filer's current node into \p map. Elements without a name are skipped,
+    /// unreadable values are invalid, and of elements with the same name the last is used.
     void ReadVariantMap(XmlFiler& filer, QVariantMap& map) const;
-    /// Writes a value, though not its type, into the filer's current element.
+    /// Writes a value, but not its type, into the filer's current element.
     void WriteVariant(const QVariant& value, XmlFiler& filer) const;
     /// Reads the value of the filer's current element; invalid if there is none.
     void ReadVariant(XmlFiler& filer, QVariant& value) const;
@@ -66,11 +66,11 @@ public:
     /// Appends the elements under the filer's current node to \p list.
     void ReadStringList(XmlFiler& filer, QStringList& list) const;
 
-    /// \return the name that stands for a type in documents; empty for types that have none
+    /// \return the name of a type in frames; empty if it has none
     [[nodiscard]] QString TypeToString(QMetaType::Type type) const;
-    /// \return the type that has the name \p name, in any case; UnknownType if there is none
+    /// \return the type with the name \p name, compared case-insensitively; UnknownType if there is none
     [[nodiscard]] QMetaType::Type StringToType(const QString& name) const;
-    /// \return whether \p type is one of those that are written by type, Bool to QByteArray
+    /// \return whether values of the type are written by type, Bool to QByteArray
     [[nodiscard]] bool IsSupportedType(QMetaType::Type type) const;
 };
 

@@ -6,7 +6,7 @@
 namespace Quorvin::Util::Internal {
 namespace {
 
-// Enough for documents nested as deep as they may be.
+// Enough for documents of the maximum depth.
 constexpr unsigned int kStackSize = 8 * 1024 * 1024;
 
 } // namespace
@@ -35,7 +35,7 @@ void WorkerThread::SetReader(QObject* worker, const std::function<void()>& read)
 void WorkerThread::CountTaken()
 {
     if (mWindow.Take()) {
-#ifndef __clang_analyzer__ // which takes the slot object that Qt owns for a leak
+#ifndef __clang_analyzer__ // mistakes the slot object that Qt owns for a leak
         QMetaObject::invokeMethod(mWorker.load(std::memory_order_acquire), mRead, Qt::QueuedConnection);
 #endif
     }
