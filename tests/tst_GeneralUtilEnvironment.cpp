@@ -41,7 +41,7 @@ private:
     QString mSaved;
 };
 
-// Foundation leaves "/private" out of a path that also exists without it: /private/var/x becomes /var/x.
+// Foundation removes "/private" from a path that also exists without it: /private/var/x becomes /var/x.
 QString WithoutPrivate(const QString& path)
 {
     constexpr QLatin1StringView kPrivate("/private");

@@ -38,7 +38,7 @@ using TestSupport::WriteFile;
 
 namespace {
 int gLockError = 0;
-int gAttributeError = 0; ///< refuses every extended attribute with this error, unless 0
+int gAttributeError = 0; ///< if not 0, the error for all operations on extended attributes
 /// A file that is removed before it can be locked, as by another save that took it for a stale one.
 const char* gTakenFile = nullptr;
 // The only object that is constructed before main().
@@ -155,8 +155,8 @@ bool IsRename(long call)
 constexpr uid_t kNamedUser = 65534;
 constexpr const char* kAccessList = "system.posix_acl_access";
 
-/// An access control list as the kernel has it, with one entry of each kind. Rights are 4 for reading, 2 for
-/// writing and 1 for running.
+/// Returns an access control list in the kernel's format, with one entry of each kind. Permissions are 4 to
+/// read, 2 to write and 1 to execute.
 QByteArray AccessList(quint16 owner, quint16 namedUser, quint16 group, quint16 namedGroup, quint16 mask,
                       quint16 others)
 {
@@ -177,7 +177,7 @@ QByteArray AccessList(quint16 owner, quint16 namedUser, quint16 group, quint16 n
     return list;
 }
 
-/// \return false, and errno, if the file did not take it
+/// \return false, with errno set, after a failure
 bool SetFileAttribute(const QString& path, const char* name, const QByteArray& value)
 {
     return setxattr(QFile::encodeName(path).constData(), name, value.constData(), size_t(value.size()), 0)
@@ -218,7 +218,7 @@ int LockFile(int descriptor, int operation)
     return -1;
 }
 
-// The same for extended attributes and access control lists.
+// Replaces the functions for extended attributes and access control lists.
 extern "C" Q_DECL_EXPORT int SetAttribute(int descriptor, const char* name, const void* value, size_t size,
                                           int flags) __asm__("fsetxattr");
 
@@ -267,7 +267,8 @@ private Q_SLOTS:
 
 private:
     [[nodiscard]] QString Path(const QString& name) const { return mDir->filePath(name); }
-    /// Moves the test's folder to a file system that has an extended attribute. \return false if none has it
+    /// Moves the test's folder to a file system that supports an extended attribute. \return false if there
+    /// is none
     [[nodiscard]] bool FindFileSystemWith(const char* attribute, const QByteArray& value);
 
     std::unique_ptr<QTemporaryDir> mDir;
@@ -521,7 +522,7 @@ bool tst_SaveSafetyLinux::FindFileSystemWith(const char* attribute, const QByteA
         QSKIP("no file system here has the attribute " #attribute " (ENOTSUP)");                             \
     }
 
-// A file that opens, and whose first byte the system cannot read.
+// The file can be opened, but its first byte cannot be read.
 void tst_SaveSafetyLinux::ReadError_settings()
 {
     const QString file = Path(u"s.xml"_s);
@@ -568,7 +569,7 @@ void tst_SaveSafetyLinux::AccessList_isKept()
     QCOMPARE(Mode(file), mode);
 }
 
-// A list that a folder gives to new files is none of the file that is replaced.
+// A list that new files inherit from their folder does not apply to a replaced file.
 void tst_SaveSafetyLinux::AccessList_ofTheFolder()
 {
     const QByteArray list = AccessList(6, 6, 4, 4, 6, 0);
@@ -584,7 +585,7 @@ void tst_SaveSafetyLinux::AccessList_ofTheFolder()
     QCOMPARE(FileAttribute(file, kAccessList), std::nullopt);
     QCOMPARE(Mode(file), 0660);
     QVERIFY(FileAttribute(Path(u"new.xml"_s), kAccessList).has_value());
-    QCOMPARE(Mode(Path(u"new.xml"_s)), 0660); // by the folder's list, whatever the mask for new files
+    QCOMPARE(Mode(Path(u"new.xml"_s)), 0660); // from the folder's list, whatever the umask
 }
 
 void tst_SaveSafetyLinux::AccessList_thatCannotBeSet_data()
@@ -613,7 +614,7 @@ void tst_SaveSafetyLinux::AccessList_thatCannotBeSet()
 
     QCOMPARE(ReadFile(file), DocumentBytes(1));
     QCOMPARE(FileAttribute(file, kAccessList), std::nullopt);
-    QCOMPARE(Mode(file), 0600); // no right that the list might have denied
+    QCOMPARE(Mode(file), 0600); // no permission that the list might have denied
 }
 
 void tst_SaveSafetyLinux::AccessList_ofAnotherOwner()
@@ -637,7 +638,7 @@ void tst_SaveSafetyLinux::AccessList_ofAnotherOwner()
     struct stat status = {};
     QCOMPARE(stat(QFile::encodeName(file).constData(), &status), 0);
     QCOMPARE(status.st_uid, kNamedUser);
-    // The group of the new owner could not read the old file.
+    // The group of the new owner had no access to the old file.
     QCOMPARE(FileAttribute(file, kAccessList), std::nullopt);
     QCOMPARE(Mode(file), 0600);
 }
@@ -687,7 +688,7 @@ void tst_SaveSafetyLinux::Attributes_thatCannotBeSet()
 
     QCOMPARE(ReadFile(file), DocumentBytes(1));
     QCOMPARE(FileAttribute(file, "user.comment"), std::nullopt);
-    QCOMPARE(Mode(file), 0640); // without a list, the mode says it all
+    QCOMPARE(Mode(file), 0640); // without a list, the mode is complete
 }
 
 void tst_SaveSafetyLinux::NoLocks_data()

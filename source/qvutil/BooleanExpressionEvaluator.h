@@ -37,7 +37,7 @@
 /// \endcode
 ///
 /// \par Failures
-/// Evaluate returns false for an expression that it cannot evaluate; `qvutil expr lint` tells what is wrong.
+/// Evaluate returns false for an expression that it cannot evaluate; `qvutil expr lint` reports why.
 ///
 /// \par Threads
 /// Thread-safe if the callback is: no operation keeps state.

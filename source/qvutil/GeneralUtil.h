@@ -24,7 +24,7 @@ struct EnumValueName
 /// Provides helpers for strings, paths, files and the application's folders.
 ///
 /// \par Failures
-/// Each operation returns the failure result that it documents; the reason is not reported.
+/// Each operation documents its failure result. The reason is not reported.
 ///
 /// \par Threads
 /// Thread-safe: no operation keeps state.

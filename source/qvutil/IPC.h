@@ -40,7 +40,7 @@ struct MessageInfo
 /// Answers requests. Derive from this class, and register objects with IPCManager::AddMessageResponder.
 ///
 /// \par Failures
-/// A request that no responder knows is answered without parameters. See IPCManager for other failures.
+/// A request that no responder answers gets an answer without parameters. See IPCManager for other failures.
 ///
 /// \par Threads
 /// Called in the thread that the IPCManager lives in.

@@ -57,9 +57,9 @@ struct ProcessInfo
 /// \endcode
 ///
 /// \par Failures
-/// Most operations only start something, and return before it can fail. The logging category `qvutil` tells
-/// why a server does not listen or refuses a client, which message may be too large to arrive, and why a
-/// process was not entered in a grid. `qvutil ipc doctor NAME` examines a server from outside.
+/// Most operations only start something and return before it can fail. The logging category `qvutil` reports
+/// why a server does not listen or rejects a client, which message may be too large to arrive, and why a
+/// process was not registered in a grid. `qvutil ipc doctor NAME` examines a server from outside.
 ///
 /// \par Threads
 /// Use the object only in the thread that it lives in (QObject::thread). Called from another thread, an

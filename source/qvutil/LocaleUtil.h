@@ -17,7 +17,7 @@ namespace Quorvin::Util {
 /// language with an unknown region does not match the language alone.
 ///
 /// \par Failures
-/// Each operation returns the failure result that it documents, such as an empty text for an unknown locale.
+/// Each operation documents its failure result, such as an empty string for an unknown locale.
 ///
 /// \par Threads
 /// The conversions are thread-safe, except LocaleNameToLCID for a name that is not in the table. That one,

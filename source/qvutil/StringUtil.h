@@ -21,7 +21,7 @@ namespace Quorvin::Util {
 /// A *character* is one UTF-16 code unit, as in QString.
 ///
 /// \par Failures
-/// Each operation returns the failure result that it documents; the reason is not reported.
+/// Each operation documents its failure result. The reason is not reported.
 ///
 /// \par Threads
 /// Thread-safe: no operation keeps state.

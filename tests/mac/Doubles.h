@@ -46,9 +46,9 @@ struct LocaleCalls
 
 // copyfile
 
-/// Sets what copies of access control lists return, and forgets those made.
+/// Sets the result of copying access control lists, and clears the record of copies.
 void SetAccessListCopyResult(int result);
-/// The flags of the copies of file attributes since SetAccessListCopyResult.
+/// Returns the flags of the copies of file attributes since SetAccessListCopyResult.
 [[nodiscard]] QList<std::uint32_t> GetFileCopies();
 
 // The dynamic loader's image list

@@ -93,7 +93,7 @@ constexpr std::uint32_t kLibraryStub = 9;
 
 using Encodings = QList<std::uint32_t>;
 
-// Foundation leaves "/private" out of a path that also exists without it: /private/var/x becomes /var/x.
+// Foundation removes "/private" from a path that also exists without it: /private/var/x becomes /var/x.
 QString WithoutPrivate(const QString& path)
 {
     constexpr QLatin1StringView kPrivate("/private");
@@ -383,7 +383,7 @@ void tst_PlatformMac::Save_copiesFileAttributes_data()
     QTest::addColumn<mode_t>("mode");
 
     QTest::newRow("list copied") << 0 << mode_t(0644);
-    QTest::newRow("list not copied") << -1 << mode_t(0600); // it may have kept others out
+    QTest::newRow("list not copied") << -1 << mode_t(0600); // the list may have denied access
 }
 
 void tst_PlatformMac::Save_copiesFileAttributes()

@@ -28,7 +28,7 @@ namespace {
 
 constexpr int kMostLinks = 40; // the kernel's limit
 constexpr int kMostSavers = 1000;
-constexpr int kMaxStaleGap = 32; // unused numbers in a row that end the search for stale files
+constexpr int kMaxStaleGap = 32; // the search for stale files ends after so many unused numbers
 constexpr qsizetype kLongestName = 255;
 constexpr mode_t kModeBits = 07777;
 
@@ -95,26 +95,26 @@ bool RemoveLeftover(const QByteArray& path)
     return file.IsOpen() && unlink(path.constData()) == 0;
 }
 
-// Removes the stale files of processes that were killed while they saved the file at the same time.
+// Removes the stale files of saves that were killed while they saved the same file in parallel.
 void RemoveLeftovers(const QByteArray& target)
 {
     for (int number = 0, gap = 0; number < kMostSavers && gap < kMaxStaleGap; ++number)
         gap = RemoveLeftover(TemporaryName(target, number)) ? 0 : gap + 1;
 }
 
-// The permissions of a file that replaces another: the old ones, without any that would let a user do what
-// the old file did not allow.
+// Returns the permissions for a file that replaces another: the old ones, without those that would allow a
+// user something that the old file did not.
 mode_t ModeOfReplacement(const struct stat& old, const struct stat& replacement, AccessListCopy list)
 {
     mode_t mode = old.st_mode & kModeBits;
     const bool isGroupKept = old.st_gid == replacement.st_gid;
-    // A program must not run as a user or a group that did not choose its content.
+    // A program must not run as a user or group that did not choose its content.
     if (!isGroupKept || old.st_uid != replacement.st_uid)
         mode &= ~static_cast<mode_t>(S_ISUID | S_ISGID);
-    // With a list, the group bits are not the permissions of the group, and an entry may deny access.
+    // With an access control list, the group bits are a mask, and an entry may deny access.
     if (list == AccessListCopy::Failed)
         return mode & ~static_cast<mode_t>(S_IRWXG | S_IRWXO);
-    // Members of the new group were others before, and members of the old group are others now.
+    // Members of the new group counted as others before, and members of the old group do now.
     if (!isGroupKept) {
         const mode_t both = (mode >> 3) & mode & S_IRWXO;
         mode = (mode & ~static_cast<mode_t>(S_IRWXG | S_IRWXO)) | both << 3 | both;
@@ -176,7 +176,7 @@ public:
             return errno;
         const AccessListCopy list
             = CopyFileAttributes(oldFile.Get(), mFile.Get(), status.st_gid == old.st_gid);
-        if (fstat(mFile.Get(), &status) != 0) // a list changes the mode
+        if (fstat(mFile.Get(), &status) != 0) // the list may have changed the mode
             return errno;
         const mode_t mode = ModeOfReplacement(old, status, list);
         if (!given && (status.st_mode & kModeBits) == mode)

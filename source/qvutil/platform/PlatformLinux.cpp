@@ -94,13 +94,14 @@ int AppendLibrary(dl_phdr_info* info, std::size_t /*size*/, void* context)
 
 constexpr const char* kAccessList = "system.posix_acl_access";
 
-// Whether a failed call says that a file has no such attribute, or that no file there has any.
+// Returns whether a call failed because the file has no such attribute, or its file system has none at all.
 bool IsWithoutAttribute(int error)
 {
     return error == ENODATA || error == ENOTSUP || error == ENOSYS;
 }
 
-// The value of an extended attribute of an open file. Nothing, and errno, if it has none or cannot be read.
+// Returns the value of an extended attribute of an open file; nullopt, with errno set, if there is none or it
+// cannot be read.
 std::optional<QByteArray> ReadAttribute(int file, const char* name)
 {
     const ssize_t size = ::fgetxattr(file, name, nullptr, 0);
@@ -117,7 +118,7 @@ bool WriteAttribute(int file, const char* name, const QByteArray& value)
     return ::fsetxattr(file, name, value.constData(), static_cast<size_t>(value.size()), 0) == 0;
 }
 
-// The names of the extended attributes of an open file.
+// Returns the names of the extended attributes of an open file.
 QList<QByteArray> ListAttributes(int file)
 {
     const ssize_t size = ::flistxattr(file, nullptr, 0);
@@ -185,7 +186,8 @@ AccessListCopy CopyFileAttributes(int from, int to, bool isSameGroup)
 {
     const QList<QByteArray> names = ListAttributes(from);
     for (const QByteArray& name : names) {
-        // Others hold for the old content only (a signature, a capability), or belong to the file system.
+        // Other attributes are only valid for the old content (a signature, a capability), or belong to the
+        // file system.
         if (!name.startsWith("user.") && name != "security.selinux")
             continue;
         if (const std::optional<QByteArray> value = ReadAttribute(from, name.constData()))
@@ -196,7 +198,7 @@ AccessListCopy CopyFileAttributes(int from, int to, bool isSameGroup)
     if (list && isSameGroup && WriteAttribute(to, kAccessList, *list))
         return AccessListCopy::Complete;
     const bool isOldWithout = !list && IsWithoutAttribute(errno);
-    // The folder may have given the new file a list.
+    // The new file may have inherited a list from its folder.
     const bool isNewWithout = ::fremovexattr(to, kAccessList) == 0 || IsWithoutAttribute(errno);
     return isOldWithout && isNewWithout ? AccessListCopy::Complete : AccessListCopy::Failed;
 }

@@ -52,7 +52,7 @@ QByteArray ReadIdentifier(CFStringRef identifier)
         return text;
     // The first size leaves no room for the terminator, so that the call may fail and leave the buffer
     // undefined. Short identifiers have no pointer and depend on the second call.
-    constexpr CFIndex kMaxBytesPerUnit = 3; // of UTF-8 for a UTF-16 unit
+    constexpr CFIndex kMaxBytesPerUnit = 3; // UTF-8 bytes for one UTF-16 unit
     const CFIndex length = CFStringGetLength(identifier);
     std::vector<char> buffer(static_cast<std::size_t>(length * kMaxBytesPerUnit) + 1);
     for (const CFIndex size : {length, static_cast<CFIndex>(buffer.size())}) {
@@ -106,7 +106,7 @@ QString ResolveSymbolicLinks(const QString& path)
     return FromFoundation([text stringByResolvingSymlinksInPath]);
 }
 
-// Lists hold no rights of the file's group here.
+// On macOS, lists do not contain the permissions of the file's group.
 AccessListCopy CopyFileAttributes(int from, int to, bool /*isSameGroup*/)
 {
     ::fcopyfile(from, to, nullptr, COPYFILE_XATTR);

@@ -64,16 +64,15 @@ bool ReplaceFile(const QString& path, const QByteArray& content);
 /// The result of copying an access control list.
 enum class AccessListCopy {
     Complete, ///< both files have the same list, or none
-    Failed, ///< the new file has no list although the old one has, or keeps another one
+    Failed, ///< the new file lacks the old one's list, or kept another one
 };
 
 /// Copies the access control list and the extended attributes of a file as far as the user may set them.
 /// Owner, group and permissions do not change, except that a list changes the group bits of the mode.
-/// \param from  descriptor of the file to copy from
-/// \param to    descriptor of a new file; a list that it inherited from its folder is replaced
-/// \param isSameGroup  whether both files belong to the same group; otherwise a list that holds permissions
-/// of
-///                     the group is not copied
+/// \param from         descriptor of the file to copy from
+/// \param to           descriptor of a new file; a list that it inherited from its folder is replaced
+/// \param isSameGroup  whether both files belong to the same group; if not, a list with permissions of the
+///                     group is not copied
 [[nodiscard]] AccessListCopy CopyFileAttributes(int from, int to, bool isSameGroup);
 
 /// Finds stale temporary files beside a file, which killed saves have left. The next save removes them.

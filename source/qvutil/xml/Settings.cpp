@@ -44,7 +44,7 @@ QString SetAside(const QString& file)
         const QString name = path + (number == 1 ? u".damaged"_s : u".damaged-%1"_s.arg(number));
         if (IsMissing(name))
             return QFile::rename(path, name) ? name : QString();
-        // Since Qt 6.8, QFile warns of a name that the file system does not take, so it is not asked to.
+        // Since Qt 6.8, QFile warns about a name that the file system rejects, so do not try to rename.
         if (FileType(name) == std::filesystem::file_type::none)
             return {};
     }

@@ -66,8 +66,8 @@ template <typename Char> int CountAttributes(Text<Char> tag)
     }
 }
 
-// Calls visit(index, number of attributes) for each tag that is long enough to have more than so many
-// attributes. visit returns whether to go on.
+// Calls visit(index, number of attributes) for each tag that is long enough for more than this number of
+// attributes, until it returns false.
 template <typename Char, typename Visit> void ForEachTagWithMore(int attributes, Text<Char> text, Visit visit)
 {
     constexpr size_t kShortestAttribute = 5; // as in ` a=""`

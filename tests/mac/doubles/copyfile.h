@@ -4,7 +4,7 @@
 #ifndef QVUTIL_TESTS_COPYFILE_H
 #define QVUTIL_TESTS_COPYFILE_H
 
-// The part of copyfile that the macOS backend uses, for systems that lack it.
+// The part of copyfile that the macOS backend uses, for other systems.
 
 #include <cstdint>
 
