@@ -631,7 +631,7 @@ void tst_SaveSafetyLinux::AccessList_ofAnotherOwner()
     QProcess saver;
     saver.start(QStringLiteral(SAVE_LOOP),
                 {u"--user"_s, QString::number(kNamedUser), u"save"_s, file, u"1"_s});
-    QVERIFY(saver.waitForFinished(TestSupport::kPatienceMs));
+    QVERIFY(saver.waitForFinished(TestSupport::kEventTimeoutMs));
     QCOMPARE(saver.exitCode(), 0);
 
     QCOMPARE(ReadFile(file), DocumentBytes(1));

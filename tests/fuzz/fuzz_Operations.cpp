@@ -141,10 +141,10 @@ void Act(XmlFiler& filer, uint8_t code, int& stack)
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {
-    constexpr size_t kMostOperations = 200; // limits the size of the document
+    constexpr size_t kMaxOperations = 200; // limits the size of the document
     XmlFiler filer;
     int stack = 0;
-    for (size_t i = 0; i < qMin(size, kMostOperations); ++i)
+    for (size_t i = 0; i < qMin(size, kMaxOperations); ++i)
         Act(filer, data[i], stack);
     return 0;
 }

@@ -570,7 +570,7 @@ void tst_PlatformMac::LocalSockets_closed()
     QCOMPARE(Platform::GetUnreadBytes(-1), 0);
     QCOMPARE(Platform::EnlargeSendBuffer(-1, 4096), 0);
     QVERIFY(!Platform::ReadAvailable(-1, bytes));
-    QCOMPARE(Platform::GetLongestSocketPath(), static_cast<qsizetype>(sizeof(sockaddr_un::sun_path)) - 1);
+    QCOMPARE(Platform::GetMaxSocketPathLength(), static_cast<qsizetype>(sizeof(sockaddr_un::sun_path)) - 1);
 }
 
 void tst_PlatformMac::GetLibrarySuffix()

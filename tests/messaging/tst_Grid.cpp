@@ -526,7 +526,7 @@ void tst_Grid::Locking_otherProgram()
     };
     // Repeats the update until the registry contains this number of other entries.
     const auto updateUntil = [&](qsizetype others) {
-        const QDeadlineTimer deadline(TestSupport::kPatienceMs);
+        const QDeadlineTimer deadline(TestSupport::kEventTimeoutMs);
         for (;;) {
             const qsizetype all = update().size(); // changes the number of its own entries
             if (all == ownEntries + others || deadline.hasExpired())
@@ -619,7 +619,7 @@ void tst_Grid::LockFile_changesHands()
     const int second = Platform::LockFile(path, Platform::LockFileMode::OpenExisting, 5000);
     QCOMPARE(turns, 30);
     isOver = true;
-    QVERIFY(holder->wait(TestSupport::kPatienceMs));
+    QVERIFY(holder->wait(TestSupport::kEventTimeoutMs));
     QVERIFY(second >= 0);
     Platform::UnlockFile(second);
 }

@@ -194,12 +194,12 @@ void tst_IPCManager::WrongThread()
     IPCManager manager;
     manager.StartServer(name, kReadWrite);
     manager.ConnectToServer(name, kReadWrite);
-    QVERIFY(manager.WaitForConnectionToServer(name, TestSupport::kPatienceMs));
+    QVERIFY(manager.WaitForConnectionToServer(name, TestSupport::kEventTimeoutMs));
     QSignalSpy disconnected(&manager, &IPCManager::DisconnectedFromServer);
     std::atomic<bool> result = true;
     const std::unique_ptr<QThread> other(QThread::create([&] { result = operation(manager); }));
     other->start();
-    QVERIFY(other->wait(TestSupport::kPatienceMs));
+    QVERIFY(other->wait(TestSupport::kEventTimeoutMs));
     QCOMPARE(result, false);
     QCOMPARE(TestSupport::LogGuard::Messages().size(), 1);
     const QString called = QString::fromLatin1(QTest::currentDataTag()).section(u' ', 0, 0);

@@ -922,7 +922,7 @@ void tst_MessageClient::IsConnected_fromOtherThread()
     });
     for (int i = 0; i < 20; ++i) {
         client.ConnectToServer(name, kReadWrite);
-        QVERIFY(client.WaitForConnection(TestSupport::kPatienceMs));
+        QVERIFY(client.WaitForConnection(TestSupport::kEventTimeoutMs));
         const int before = seen;
         EVENTUALLY(seen > before);
         client.DisconnectFromServer();

@@ -449,9 +449,9 @@ void tst_MessageServer::Send_peerNeverReads()
 
 void tst_MessageServer::Start_longestName()
 {
-    const qsizetype rest = Platform::GetLongestSocketPath() - SocketPath(UniqueName()).size();
+    const qsizetype rest = Platform::GetMaxSocketPathLength() - SocketPath(UniqueName()).size();
     const QString name = UniqueName().leftJustified(UniqueName().size() + rest, u'x');
-    const QString longest = name.left(Platform::GetLongestSocketPath() - SocketPath(QString()).size());
+    const QString longest = name.left(Platform::GetMaxSocketPathLength() - SocketPath(QString()).size());
     MessageServer server;
     server.Start(longest);
     QLocalSocket client;
@@ -460,7 +460,7 @@ void tst_MessageServer::Start_longestName()
     QVERIFY(IsSocketNameTooLong(longest + u'x'));
     QLocalServer other;
     QVERIFY(!other.listen(longest + u'x'));
-    QVERIFY(IsSocketNameTooLong(u'/' + QString(Platform::GetLongestSocketPath(), u'x')));
+    QVERIFY(IsSocketNameTooLong(u'/' + QString(Platform::GetMaxSocketPathLength(), u'x')));
 }
 
 void tst_MessageServer::Endpoint_forUserOnly()

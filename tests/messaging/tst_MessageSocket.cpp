@@ -358,10 +358,10 @@ void tst_MessageSocket::Window_twoThreads()
         window.Add(1, kMaxUndelivered / 3);
         added.release();
         while (!isStuck && window.IsFull())
-            isStuck = !resumed.tryAcquire(1, TestSupport::kPatienceMs);
+            isStuck = !resumed.tryAcquire(1, TestSupport::kEventTimeoutMs);
     }
     added.release(kReads); // lets it end in every case
-    QVERIFY(owner->wait(TestSupport::kPatienceMs));
+    QVERIFY(owner->wait(TestSupport::kEventTimeoutMs));
     QVERIFY(!isStuck);
 }
 

@@ -69,7 +69,7 @@ private:
 /// Runs the event loop until a condition holds. \return false if it does not hold within a minute
 template <typename Condition> [[nodiscard]] bool WaitUntil(Condition condition)
 {
-    return QTest::qWaitFor(condition, TestSupport::kPatienceMs);
+    return QTest::qWaitFor(condition, TestSupport::kEventTimeoutMs);
 }
 
 /// Connects a plain Qt socket as soon as a server listens.

@@ -24,11 +24,11 @@
 // QTRY_VERIFY and QTRY_COMPARE with a time-out of a minute, for busy machines. (With Qt 6.8, Qt's own macros
 // cause warnings about conversions.)
 #define EVENTUALLY(condition)                                                                                \
-    QVERIFY(QTest::qWaitFor([&] { return static_cast<bool>(condition); }, TestSupport::kPatienceMs))
+    QVERIFY(QTest::qWaitFor([&] { return static_cast<bool>(condition); }, TestSupport::kEventTimeoutMs))
 #define EVENTUALLY_EQUAL(actual, expected)                                                                   \
     do {                                                                                                     \
         static_cast<void>(                                                                                   \
-            QTest::qWaitFor([&] { return (actual) == (expected); }, TestSupport::kPatienceMs));              \
+            QTest::qWaitFor([&] { return (actual) == (expected); }, TestSupport::kEventTimeoutMs));          \
         QCOMPARE(actual, expected);                                                                          \
     } while (false)
 
@@ -36,7 +36,7 @@
 namespace TestSupport {
 
 /// Time-out in milliseconds for events that must happen; the machine may be busy.
-inline constexpr int kPatienceMs = 60000;
+inline constexpr int kEventTimeoutMs = 60000;
 
 /// Sets or removes an environment variable for the lifetime of the guard.
 class EnvironmentGuard

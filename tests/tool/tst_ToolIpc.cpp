@@ -343,7 +343,7 @@ void tst_ToolIpc::Call_unreachable()
     expected.replace(u"PATH"_s, name)
         .replace(u"FOLDER"_s, QFileInfo(mTool->Path(u"s"_s)).path())
         .replace(u"SIZE"_s, QString::number(PathOf(name).toUtf8().size()))
-        .replace(u"LONGEST"_s, QString::number(Quorvin::Util::Platform::GetLongestSocketPath()));
+        .replace(u"LONGEST"_s, QString::number(Quorvin::Util::Platform::GetMaxSocketPathLength()));
     const QString subject = name.isEmpty() ? QString() : name + u": "_s;
     QCOMPARE(Run({u"call"_s, name, u"Ask"_s}).ToText(), u"! qvutil: %1%2\n=> 1\n"_s.arg(subject, expected));
     if (circumstance == u"file")
@@ -752,7 +752,7 @@ void tst_ToolIpc::Listen_cannotListen_data()
         << u"/tmp/"_s + QString(120, u'x')
         << u"! qvutil: /tmp/%1: the path has 125 bytes, and the system allows %2\n=> 2\n"_s
                .arg(QString(120, u'x'))
-               .arg(Quorvin::Util::Platform::GetLongestSocketPath());
+               .arg(Quorvin::Util::Platform::GetMaxSocketPathLength());
     QTest::newRow("no folder")
         << u"/no-such-folder/s"_s
         << u"! qvutil: /no-such-folder/s: the folder /no-such-folder does not exist\n=> 2\n"_s;

@@ -129,7 +129,8 @@ void tst_ToolIpcDoctor::Doctor_healthy()
     QCOMPARE(found.value("name"_L1), QJsonValue(name));
     QCOMPARE(found.value("path"_L1), QJsonValue(PathOf(name)));
     QCOMPARE(found.value("pathBytes"_L1).toInteger(), PathOf(name).size());
-    QCOMPARE(found.value("longestPathBytes"_L1).toInteger(), Quorvin::Util::Platform::GetLongestSocketPath());
+    QCOMPARE(found.value("longestPathBytes"_L1).toInteger(),
+             Quorvin::Util::Platform::GetMaxSocketPathLength());
     QCOMPARE(found.value("isSocket"_L1), QJsonValue(true));
     QCOMPARE(found.value("listening"_L1), QJsonValue(true));
     QCOMPARE(found.value("permissions"_L1), QJsonValue(u"rwx------"_s));
@@ -154,7 +155,7 @@ void tst_ToolIpcDoctor::Doctor_healthyText()
     QString expected = u"name        %1\npath        %2 (%3 bytes of %4)\n"
                        "file        socket of the user %5 (this user), rwx------\n"_s.arg(name, path)
                            .arg(path.size())
-                           .arg(Quorvin::Util::Platform::GetLongestSocketPath())
+                           .arg(Quorvin::Util::Platform::GetMaxSocketPathLength())
                            .arg(QFileInfo(path).owner());
 #ifdef Q_OS_LINUX
     expected += u"listening   yes, process %1 (qvutil)\nclients     0\n"_s.arg(listener->Id());
@@ -318,7 +319,7 @@ void tst_ToolIpcDoctor::Doctor_missing()
              "(TMPDIR) "
              "with %5\n=> 1\n"_s.arg(name, PathOf(name))
                  .arg(PathOf(name).size())
-                 .arg(Quorvin::Util::Platform::GetLongestSocketPath())
+                 .arg(Quorvin::Util::Platform::GetMaxSocketPathLength())
                  .arg(folder));
 }
 
@@ -352,7 +353,7 @@ void tst_ToolIpcDoctor::Doctor_noFolder()
 
 void tst_ToolIpcDoctor::Doctor_tooLong()
 {
-    const qsizetype longest = Quorvin::Util::Platform::GetLongestSocketPath();
+    const qsizetype longest = Quorvin::Util::Platform::GetMaxSocketPathLength();
     const QString name = u"/tmp/"_s + QString(longest - 4, u'x');
     const QJsonObject found = Diagnose(name);
     QCOMPARE(Codes(found), QStringList(u"name-too-long"_s));
@@ -365,7 +366,7 @@ void tst_ToolIpcDoctor::Doctor_tooLong()
 void tst_ToolIpcDoctor::Doctor_longest()
 {
     QString name = UniqueName();
-    name += QString(Quorvin::Util::Platform::GetLongestSocketPath() - PathOf(name).size(), u'x');
+    name += QString(Quorvin::Util::Platform::GetMaxSocketPathLength() - PathOf(name).size(), u'x');
     const auto listener = StartListener(*mTool, name);
     QVERIFY(listener);
     QCOMPARE(Codes(Diagnose(name, {u"--connect"_s})), QStringList());

@@ -121,7 +121,7 @@ QString GetSocketPath(const QString& name)
 
 bool IsSocketNameTooLong(const QString& name)
 {
-    return QFile::encodeName(GetSocketPath(name)).size() > Platform::GetLongestSocketPath();
+    return QFile::encodeName(GetSocketPath(name)).size() > Platform::GetMaxSocketPathLength();
 }
 
 bool IsTrustedPeer(const QLocalSocket& socket)

@@ -26,10 +26,10 @@
 namespace Quorvin::Util::Platform {
 namespace {
 
-constexpr int kMostLinks = 40; // the kernel's limit
-constexpr int kMostSavers = 1000;
+constexpr int kMaxLinks = 40; // the kernel's limit
+constexpr int kMaxSaves = 1000;
 constexpr int kMaxStaleGap = 32; // the search for stale files ends after so many unused numbers
-constexpr qsizetype kLongestName = 255;
+constexpr qsizetype kMaxNameLength = 255;
 constexpr mode_t kModeBits = 07777;
 
 bool WriteDirectly(const QString& path, const QByteArray& content)
@@ -45,7 +45,7 @@ bool WriteDirectly(const QString& path, const QByteArray& content)
 // Follows the links at the end of a path, even if the last one is dangling.
 std::optional<QByteArray> FollowLinks(QByteArray path)
 {
-    for (int i = 0; i < kMostLinks; ++i) {
+    for (int i = 0; i < kMaxLinks; ++i) {
         QByteArray target(4096, '\0');
         const ssize_t size = readlink(path.constData(), target.data(), static_cast<size_t>(target.size()));
         if (size < 0) // not a link, or missing
@@ -65,7 +65,7 @@ QByteArray TemporaryName(const QByteArray& path, int number)
     const qsizetype folderSize = path.lastIndexOf('/') + 1;
     const QByteArray suffix = number == 0 ? ".saving" : ".saving" + QByteArray::number(number);
     QByteArray name = path.sliced(folderSize);
-    if (name.size() + suffix.size() + 1 > kLongestName)
+    if (name.size() + suffix.size() + 1 > kMaxNameLength)
         name = QCryptographicHash::hash(name, QCryptographicHash::Md5).toHex();
     return path.left(folderSize) + '.' + name + suffix;
 }
@@ -80,7 +80,7 @@ bool Lock(const FileDescriptor& file, const QByteArray& path)
 }
 
 // Opens and locks a stale temporary file. The result is not open if there is none, or if the file is in use.
-FileDescriptor OpenLeftover(const QByteArray& path)
+FileDescriptor OpenStaleFile(const QByteArray& path)
 {
     FileDescriptor file(open(path.constData(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
     const bool isOurs
@@ -89,17 +89,17 @@ FileDescriptor OpenLeftover(const QByteArray& path)
 }
 
 // \return false if there is none, or if it is in use
-bool RemoveLeftover(const QByteArray& path)
+bool RemoveStaleFile(const QByteArray& path)
 {
-    const FileDescriptor file = OpenLeftover(path);
+    const FileDescriptor file = OpenStaleFile(path);
     return file.IsOpen() && unlink(path.constData()) == 0;
 }
 
 // Removes the stale files of saves that were killed while they saved the same file in parallel.
-void RemoveLeftovers(const QByteArray& target)
+void RemoveStaleFiles(const QByteArray& target)
 {
-    for (int number = 0, gap = 0; number < kMostSavers && gap < kMaxStaleGap; ++number)
-        gap = RemoveLeftover(TemporaryName(target, number)) ? 0 : gap + 1;
+    for (int number = 0, gap = 0; number < kMaxSaves && gap < kMaxStaleGap; ++number)
+        gap = RemoveStaleFile(TemporaryName(target, number)) ? 0 : gap + 1;
 }
 
 // Returns the permissions for a file that replaces another: the old ones, without those that would allow a
@@ -129,7 +129,7 @@ public:
     TemporaryFile() = default;
     ~TemporaryFile()
     {
-        if (mFile.IsOpen() && !mPublished)
+        if (mFile.IsOpen() && !mIsCommitted)
             unlink(mName.constData());
     }
     Q_DISABLE_COPY_MOVE(TemporaryFile)
@@ -137,10 +137,10 @@ public:
     int Open(const QByteArray& target, mode_t mode)
     {
         int error = EEXIST;
-        for (int number = 0; number < kMostSavers && error == EEXIST; ++number) {
+        for (int number = 0; number < kMaxSaves && error == EEXIST; ++number) {
             mName = TemporaryName(target, number);
             error = Create(mode);
-            if (error == EEXIST && RemoveLeftover(mName))
+            if (error == EEXIST && RemoveStaleFile(mName))
                 error = Create(mode);
         }
         return error;
@@ -162,7 +162,7 @@ public:
     }
 
     // Copies the permissions, and owner and group as far as this user may change them.
-    int TakeRightsOf(const FileDescriptor& oldFile)
+    int CopyRightsOf(const FileDescriptor& oldFile)
     {
         struct stat old;
         struct stat status;
@@ -184,10 +184,10 @@ public:
         return fchmod(mFile.Get(), mode) == 0 ? 0 : errno;
     }
 
-    int Publish(const QByteArray& target)
+    int Commit(const QByteArray& target)
     {
-        mPublished = std::rename(mName.constData(), target.constData()) == 0;
-        return mPublished ? 0 : errno;
+        mIsCommitted = std::rename(mName.constData(), target.constData()) == 0;
+        return mIsCommitted ? 0 : errno;
     }
 
 private:
@@ -205,7 +205,7 @@ private:
 
     QByteArray mName;
     FileDescriptor mFile;
-    bool mPublished = false;
+    bool mIsCommitted = false;
 };
 
 // Returns whether the file may be writable although nothing can be created or renamed beside it: the folder
@@ -225,11 +225,11 @@ int ReplaceRegularFile(const QByteArray& target, const FileDescriptor& old, cons
     if (error == 0)
         error = file.Write(content);
     if (error == 0 && old.IsOpen())
-        error = file.TakeRightsOf(old);
+        error = file.CopyRightsOf(old);
     if (error == 0)
-        error = file.Publish(target);
+        error = file.Commit(target);
     if (error == 0)
-        RemoveLeftovers(target);
+        RemoveStaleFiles(target);
     return error;
 }
 
@@ -262,13 +262,13 @@ bool ReplaceFile(const QString& path, const QByteArray& content)
     return false;
 }
 
-QStringList FindAbandonedFiles(const QString& path)
+QStringList FindStaleFiles(const QString& path)
 {
     QStringList found;
     const std::optional<QByteArray> target = FollowLinks(QFile::encodeName(path));
-    for (int number = 0; target && number < kMostSavers; ++number) {
+    for (int number = 0; target && number < kMaxSaves; ++number) {
         const QByteArray name = TemporaryName(*target, number);
-        if (OpenLeftover(name).IsOpen())
+        if (OpenStaleFile(name).IsOpen())
             found.append(QFile::decodeName(name));
     }
     return found;

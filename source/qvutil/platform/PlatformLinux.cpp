@@ -280,7 +280,7 @@ std::optional<quint32> GetPeerUserId(qintptr socket)
     return peer.uid;
 }
 
-qsizetype GetLongestSocketPath()
+qsizetype GetMaxSocketPathLength()
 {
     // Qt reserves a byte at each end of the path, as for an abstract name.
     return static_cast<qsizetype>(sizeof(sockaddr_un::sun_path)) - 2;

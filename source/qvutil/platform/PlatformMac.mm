@@ -181,7 +181,7 @@ std::optional<quint32> GetPeerUserId(qintptr socket)
     return user;
 }
 
-qsizetype GetLongestSocketPath()
+qsizetype GetMaxSocketPathLength()
 {
     return static_cast<qsizetype>(sizeof(sockaddr_un::sun_path)) - 1; // for the terminating 0
 }

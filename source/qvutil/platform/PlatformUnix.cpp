@@ -137,8 +137,8 @@ ListeningSocket ListenAt(const QString& path, ExistingSocket existing)
     const QByteArray target = QFile::encodeName(path);
     const auto failed
         = [] { return ListeningSocket{.Descriptor = -1, .File = {}, .Error = qt_error_string(errno)}; };
-    if (target.isEmpty() || target.endsWith('/') || target.size() > GetLongestSocketPath()) {
-        errno = target.size() > GetLongestSocketPath() ? ENAMETOOLONG : EINVAL;
+    if (target.isEmpty() || target.endsWith('/') || target.size() > GetMaxSocketPathLength()) {
+        errno = target.size() > GetMaxSocketPathLength() ? ENAMETOOLONG : EINVAL;
         return failed();
     }
     const PrivateFolder folder(target);

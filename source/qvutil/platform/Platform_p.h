@@ -77,7 +77,7 @@ enum class AccessListCopy {
 
 /// Finds stale temporary files beside a file, which killed saves have left. The next save removes them.
 /// \return their paths, without those of saves in progress
-[[nodiscard]] QStringList FindAbandonedFiles(const QString& path);
+[[nodiscard]] QStringList FindStaleFiles(const QString& path);
 
 // Processes
 
@@ -158,7 +158,7 @@ struct ListeningSocket
 [[nodiscard]] ListeningSocket ListenAt(const QString& path, ExistingSocket existing);
 
 /// \return maximum length in bytes of the path of a local server
-[[nodiscard]] qsizetype GetLongestSocketPath();
+[[nodiscard]] qsizetype GetMaxSocketPathLength();
 
 // Locks between processes
 

@@ -141,7 +141,7 @@ void FindLeftovers(const InputFile& file, QList<FileProblem>& problems)
 {
     if (file.IsCopy())
         return;
-    const QStringList leftovers = Quorvin::Util::Platform::FindAbandonedFiles(file.Path());
+    const QStringList leftovers = Quorvin::Util::Platform::FindStaleFiles(file.Path());
     for (const QString& leftover : leftovers) {
         const QFileInfo info(leftover);
         problems.append({.What = FileProblem::Leftover,

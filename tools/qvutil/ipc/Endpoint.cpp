@@ -95,7 +95,7 @@ Endpoint InspectEndpoint(const QString& name)
     Endpoint endpoint;
     endpoint.Name = name;
     endpoint.Path = Util::Internal::GetSocketPath(name);
-    endpoint.LongestPath = Util::Platform::GetLongestSocketPath();
+    endpoint.LongestPath = Util::Platform::GetMaxSocketPathLength();
     const QByteArray path = QFile::encodeName(endpoint.Path);
     endpoint.PathSize = path.size();
     struct stat file = {};
