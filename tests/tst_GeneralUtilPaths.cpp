@@ -326,7 +326,7 @@ void tst_GeneralUtilPaths::AbsoluteToRelativePath()
     QCOMPARE(GeneralUtil::AbsoluteToRelativePath(path, base, baseIsFile), expected);
 }
 
-// The system decides about drives and servers: the result is Qt's.
+// For drives and servers the result is Qt's, which depends on the system.
 void tst_GeneralUtilPaths::AbsoluteToRelativePath_driveOrServer()
 {
     const QList<std::pair<QString, QString>> places{{u"C:/b/x"_s, u"C:/b"_s},

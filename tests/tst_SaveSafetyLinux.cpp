@@ -360,7 +360,7 @@ void tst_SaveSafetyLinux::Save_neverShowsAPrivateFileToOthers()
     const QString file = Path(u"s.xml"_s);
     QVERIFY(WriteFile(file, kOld));
     QCOMPARE(chmod(QFile::encodeName(file).constData(), 0600), 0);
-    const mode_t mask = umask(0); // grants all permissions
+    const mode_t mask = umask(0); // removes no permissions
     TracedSaver saver(file, u"2"_s);
     umask(mask);
     if (!saver.IsUsable())
@@ -377,7 +377,7 @@ void tst_SaveSafetyLinux::Save_neverShowsAPrivateFileToOthers()
         }
     }
     QVERIFY(saver.IsStoppedByItself());
-    QVERIFY(sawBoth); // the old file, and the new one before it replaced the old
+    QVERIFY(sawBoth); // the old file, and the temporary one that replaced it
     QCOMPARE(ReadFile(file), DocumentBytes(2));
 }
 

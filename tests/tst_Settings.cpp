@@ -1301,7 +1301,7 @@ void tst_Settings::OpenFile_dropsOldContent()
     Settings settings;
     settings.OpenFile(Path(u"a.xml"_s), u"A"_s);
     settings.WriteInt(u"Panel"_s, u"Width"_s, 7); // saved
-    settings.WriteInt(u"Panel"_s, u"Width"_s, 8); // not yet
+    settings.WriteInt(u"Panel"_s, u"Width"_s, 8); // not saved yet
     QCOMPARE(settings.OpenFile(Path(u"b.xml"_s), u"B"_s), Settings::FileState::New);
     QCOMPARE(settings.GetCurrentNodePath(), u"/B"_s);
     QCOMPARE(settings.ReadInt(u"Panel"_s, u"Width"_s, 0), 0);

@@ -584,7 +584,7 @@ void tst_XmlFilerDocument::LoadFromXmlString_afterFailure()
 
 void tst_XmlFilerDocument::SaveAsXmlString_data()
 {
-    // At most one attribute per element, because their order is not fixed.
+    // At most one attribute per element, because the order in which Qt writes several varies.
     QTest::addColumn<QString>("xml");
 
     QTest::newRow("bare root") << u"<r/>"_s;

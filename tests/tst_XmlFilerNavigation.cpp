@@ -282,7 +282,7 @@ void tst_XmlFilerNavigation::MoveToNode_detachedCursor()
     QCOMPARE(filer.GetCurrentNode().nodeName(), u"Old"_s);
     QVERIFY(filer.MoveToNode(u"A"_s));
     QCOMPARE(filer.GetCurrentNode().nodeName(), u"A"_s);
-    // The root of an empty document is nowhere.
+    // The root of an empty document is a null node.
     QVERIFY(filer.MoveToNode(u"/"_s));
     QVERIFY(filer.GetCurrentNode().isNull());
 }

@@ -106,10 +106,10 @@ public:
 
     /// Normalises a path for comparison.
     ///
-    /// Removes surrounding white space, "." and "..", and doubled and trailing separators; also leading ones,
-    /// except in a UNC path. The root "/" does not change. Backslashes become slashes in a path with a drive
-    /// letter, and in other paths where QDir::cleanPath converts them. In a path whose scheme has two letters
-    /// or more, such as a URL, backslashes become slashes and nothing else changes.
+    /// Removes surrounding white space, "." and "..", doubled and trailing separators and, except in a UNC
+    /// path, leading separators. The root "/" does not change. Backslashes become slashes in a path with a
+    /// drive letter, and in other paths where QDir::cleanPath converts them. In a path whose scheme has two
+    /// letters or more, such as a URL, backslashes become slashes and nothing else changes.
     ///
     /// \code
     /// GeneralUtil::CleanPath(u"/Users/a/b/"_s); // "Users/a/b"

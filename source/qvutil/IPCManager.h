@@ -34,9 +34,9 @@ struct ProcessInfo
 ///
 /// The *server* listens under a name: either the name of a socket file in the folder for temporary files, or
 /// an absolute path, of about 100 bytes in all (fewer on macOS). Only processes of the same user can connect.
-/// It has one client at a time; a new client displaces the one before. The *client* connects to one server,
-/// and tries once a second to reconnect if the connection is lost. It accepts only servers that run as the
-/// same user or as root.
+/// It has one client at a time; a new client displaces the one before. The *client* connects to one server.
+/// It tries once a second until it succeeds, and again when the connection is lost. It accepts only servers
+/// that run as the same user or as root.
 ///
 /// A *grid* is a group of processes that find one another by a common name. Each member runs a server, and
 /// connects to the oldest member that was alive when it joined. Messages are not forwarded to other members.

@@ -102,8 +102,8 @@ public:
     /// Saves the document as UTF-8, indented by four spaces per level, with each element's attributes sorted
     /// by name.
     ///
-    /// The write is atomic: the content goes to a temporary file in the same folder, which then replaces \p
-    /// path. Symbolic links are followed. Permissions, owner, POSIX access control list and user extended
+    /// The write is atomic: the content goes to a temporary file in the same folder, which then replaces
+    /// \p path. Symbolic links are followed. Permissions, owner, POSIX access control list and user extended
     /// attributes are kept where the user may set them, and the new file is never accessible to more users
     /// than the old one. Other hard links to the file keep the old content. If the folder is not writable, or
     /// \p path is not a regular file (a pipe, for example), the file is written directly, and a full disk can

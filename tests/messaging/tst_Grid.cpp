@@ -703,7 +703,7 @@ void tst_Grid::LockFile_goesWithLastMember()
     second.reset();
     QVERIFY(!QFile::exists(path));
     QVERIFY(!Registry(grid).Attach());
-    // Without a name there is neither.
+    // Without a grid name there is neither a lock file nor a registry.
     QFile::remove(GridLockFilePath(QString())); // another version may have left it
     IPCManager unnamed;
     unnamed.CreateGridConnection(QString(), kReadWrite);

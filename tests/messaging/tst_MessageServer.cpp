@@ -616,7 +616,7 @@ void tst_MessageServer::Receive_endless_data()
     QTest::addColumn<int>("messages");
 
     QTest::newRow("byte by byte") << 1 << 10;
-    // Nothing is sent before the reader has given up, which takes long with a race detector.
+    // Nothing is sent before the reader has given up, which takes a long time with a race detector.
     QTest::newRow("piece by piece") << 40000 << 0;
 }
 

@@ -72,7 +72,7 @@ public:
 
 } // namespace
 
-// How a receiver drains its socket. It ends whatever is sent.
+// How a receiver drains its socket. Draining must end, whatever the peer sends.
 class tst_MessageSocket : public QObject
 {
     Q_OBJECT

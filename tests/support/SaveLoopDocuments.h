@@ -11,7 +11,8 @@
 /// The documents that SaveLoop saves. A file that it was saving must contain one of them.
 namespace SaveLoopDocuments {
 
-// Number of elements in each document: saving takes from one write call to several hundred kilobytes.
+// Number of elements in each document: one write call suffices for the first, the last has several hundred
+// kilobytes.
 constexpr std::array<int, 4> kSizes = {1, 40, 400, 6'000};
 
 /// Fills an empty filer with the document of a number.
@@ -20,7 +21,7 @@ inline void Fill(Quorvin::Util::XmlFiler& filer, size_t number)
     filer.CreateRoot(QStringLiteral("Document%1").arg(number));
     for (int i = 0; i < kSizes.at(number); ++i) {
         filer.CreateNode(QStringLiteral("Item"), false);
-        filer.WriteInt(QStringLiteral("Number"), i); // only one attribute, because their order is not fixed
+        filer.WriteInt(QStringLiteral("Number"), i);
         filer.MoveToParent();
     }
 }

@@ -251,8 +251,8 @@ void tst_ToolGrid::NoGrid()
              true);
 }
 
-// Count semaphores in a namespace where nobody else creates any. Not even for a leftover key file may `grid
-// show` create one.
+// Counts semaphores in a namespace where nobody else creates any. `grid show` must not create one, even if
+// the key file of a segment is left over.
 void tst_ToolGrid::NoGrid_noSemaphore()
 {
     const QString inNameSpace

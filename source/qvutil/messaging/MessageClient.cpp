@@ -172,7 +172,7 @@ QString MessageClient::GetName() const
     return mServerName;
 }
 
-// Returns after the event loop's next exit, when the client may be deleted.
+// Returns after the event loop's next exit. The client may be deleted by then.
 bool MessageClient::WaitFor(Wait::Goal goal, int timeoutMs)
 {
     const QPointer<MessageClient> self(this);

@@ -38,7 +38,7 @@ void DecodeText(const QString& text, QList<MessageInfo>& messages, bool (*should
                 return;
             }
         }
-        // Malicious frames can make the DOM path take long.
+        // Malicious frames can make the DOM path slow.
         if (piece.size() <= kFrameStart.size() || (shouldStop != nullptr && shouldStop()))
             return;
         const qint64 comparisons = Internal::CountAttributeComparisons(piece);

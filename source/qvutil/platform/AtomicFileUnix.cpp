@@ -28,7 +28,7 @@ namespace {
 
 constexpr int kMaxLinks = 40; // the kernel's limit
 constexpr int kMaxSaves = 1000;
-constexpr int kMaxStaleGap = 32; // the search for stale files ends after so many unused numbers
+constexpr int kMaxStaleGap = 32; // the search for stale files ends after this many unused numbers
 constexpr qsizetype kMaxNameLength = 255;
 constexpr mode_t kModeBits = 07777;
 
