@@ -44,7 +44,7 @@ public:
     ~OrdinaryUserGuard()
     {
         if (mSwitched && (seteuid(0) != 0 || setreuid(0, 0) != 0))
-            qFatal("The super-user did not come back");
+            qFatal("cannot become root again");
     }
     Q_DISABLE_COPY_MOVE(OrdinaryUserGuard)
 

@@ -326,7 +326,7 @@ void tst_LocaleUtil::LocaleNameToLCID_data()
 void tst_LocaleUtil::LocaleNameToLCID()
 {
     if (!kCanChooseLocale)
-        QSKIP("The user's locale cannot be chosen here.");
+        QSKIP("the user's locale cannot be set on this system");
     QFETCH(const QByteArray, user);
     QFETCH(const QString, name);
     QFETCH(const quint32, expected);
@@ -449,7 +449,7 @@ void tst_LocaleUtil::UserLocale_data()
 void tst_LocaleUtil::UserLocale()
 {
     if (!kCanChooseLocale)
-        QSKIP("The user's locale cannot be chosen here.");
+        QSKIP("the user's locale cannot be set on this system");
     QFETCH(const QByteArray, all);
     QFETCH(const QByteArray, messages);
     QFETCH(const QByteArray, lang);
@@ -469,7 +469,7 @@ void tst_LocaleUtil::UserLocale()
 void tst_LocaleUtil::UserLocale_readAfresh()
 {
     if (!kCanChooseLocale)
-        QSKIP("The user's locale cannot be chosen here.");
+        QSKIP("the user's locale cannot be set on this system");
     qputenv("LC_ALL", "en_GB");
     QCOMPARE(LocaleUtil::GetCurrentUserLocale(), u"en-GB"_s);
     QCOMPARE(LocaleUtil::GetUserDefaultLCIDForMac(), quint32(0x0809));
@@ -484,7 +484,7 @@ void tst_LocaleUtil::UserLocale_readAfresh()
 void tst_LocaleUtil::GetUserDefaultLocaleForMac_buffer()
 {
     if (!kCanChooseLocale)
-        QSKIP("The user's locale cannot be chosen here.");
+        QSKIP("the user's locale cannot be set on this system");
     qputenv("LC_ALL", "en_GB");
     const char* const first = LocaleUtil::GetUserDefaultLocaleForMac();
     QCOMPARE(QByteArray(first), QByteArray("en_GB"));
@@ -522,7 +522,7 @@ void tst_LocaleUtil::GetUserDefaultLocaleForMac_longIdentifier_data()
 void tst_LocaleUtil::GetUserDefaultLocaleForMac_longIdentifier()
 {
     if (!kCanChooseLocale)
-        QSKIP("The user's locale cannot be chosen here.");
+        QSKIP("the user's locale cannot be set on this system");
     QFETCH(const int, length);
     QFETCH(const int, expected);
 

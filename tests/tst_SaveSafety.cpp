@@ -792,7 +792,7 @@ void tst_SaveSafety::Mode_throughALink()
 void tst_SaveSafety::Owner_isKept()
 {
     if (geteuid() != 0)
-        QSKIP("only root can make a file that belongs to somebody else");
+        QSKIP("needs root to create a file of another user");
     const QByteArray path = QFile::encodeName(Path(u"s.xml"_s));
     QVERIFY(WriteFile(Path(u"s.xml"_s), kOld));
     QCOMPARE(chown(path.constData(), kNobody, 12345), 0);
@@ -832,7 +832,7 @@ void tst_SaveSafety::Owner_changes()
     QFETCH(const int, before);
     QFETCH(const int, after);
     if (geteuid() != 0)
-        QSKIP("only root can make a file that belongs to somebody else");
+        QSKIP("needs root to create a file of another user");
     const QString file = Path(u"s.xml"_s);
     QVERIFY(WriteFile(file, kOld));
     QCOMPARE(chown(QFile::encodeName(file).constData(), owner, group), 0);

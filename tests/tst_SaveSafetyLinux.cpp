@@ -304,13 +304,13 @@ void tst_SaveSafetyLinux::Kill_atEachSystemCall()
 
     bool replaced = false;
     for (int steps = 1;; ++steps) {
-        QVERIFY2(steps < 500, "a save of this size needs no such number of calls");
+        QVERIFY2(steps < 500, "a save needs fewer system calls than this");
         QFile::remove(file);
         if (exists)
             QVERIFY(WriteFile(file, kOld));
         TracedSaver saver(file, u"2"_s);
         if (!saver.IsUsable())
-            QSKIP("this system does not let a process follow another one");
+            QSKIP("this system does not allow tracing of processes");
         int done = 0;
         while (done < steps && saver.Step())
             ++done;
@@ -321,7 +321,7 @@ void tst_SaveSafetyLinux::Kill_atEachSystemCall()
 
         const QByteArray content = ReadFile(file);
         const bool untouched = content == before && content.isNull() == before.isNull();
-        QVERIFY2(untouched || content == document, qPrintable(u"torn after %1 calls"_s.arg(done)));
+        QVERIFY2(untouched || content == document, qPrintable(u"truncated after %1 calls"_s.arg(done)));
         QVERIFY(!replaced || content == document); // never again the old one
         replaced = content == document;
         QVERIFY(FolderContent(mDir->path()).size() <= 2); // the file, and what a killed save leaves
@@ -338,7 +338,7 @@ void tst_SaveSafetyLinux::Save_reachesTheDiskBeforeItReplaces()
 {
     TracedSaver saver(Path(u"s.xml"_s), u"2"_s);
     if (!saver.IsUsable())
-        QSKIP("this system does not let a process follow another one");
+        QSKIP("this system does not allow tracing of processes");
     std::vector<long> calls;
     while (saver.Step())
         calls.push_back(saver.Call());
@@ -364,7 +364,7 @@ void tst_SaveSafetyLinux::Save_neverShowsAPrivateFileToOthers()
     TracedSaver saver(file, u"2"_s);
     umask(mask);
     if (!saver.IsUsable())
-        QSKIP("this system does not let a process follow another one");
+        QSKIP("this system does not allow tracing of processes");
 
     bool sawBoth = false;
     while (saver.Step()) {
@@ -424,7 +424,7 @@ void tst_SaveSafetyLinux::Device()
 #define MOUNT_OR_SKIP(name)                                                                                  \
     const SmallFileSystem name(mDir->path());                                                                \
     if (!name.IsMounted())                                                                                   \
-    QSKIP("mounting a small file system needs the rights of root")
+    QSKIP("needs root to mount a small file system")
 
 void tst_SaveSafetyLinux::FullFileSystem_existingFile()
 {
@@ -487,7 +487,7 @@ void tst_SaveSafetyLinux::MountedFile_isWrittenDirectly()
     if (mount(QFile::encodeName(Path(u"real.xml"_s)).constData(), mounted.constData(), nullptr, MS_BIND,
               nullptr)
         != 0)
-        QSKIP("mounting a file needs the rights of root");
+        QSKIP("needs root to mount a file");
     const auto unmount = qScopeGuard([&] { umount2(mounted.constData(), MNT_DETACH); });
 
     QVERIFY(SaveDocument(Path(u"s.xml"_s), 1));
@@ -620,7 +620,7 @@ void tst_SaveSafetyLinux::AccessList_thatCannotBeSet()
 void tst_SaveSafetyLinux::AccessList_ofAnotherOwner()
 {
     if (geteuid() != 0)
-        QSKIP("only root can make a file that belongs to somebody else");
+        QSKIP("needs root to create a file of another user");
     const QByteArray list = AccessList(6, 6, 4, 4, 6, 0); // the named user is nobody, who saves
     FIND_FILE_SYSTEM_OR_SKIP(kAccessList, list)
     const QString file = Path(u"s.xml"_s);

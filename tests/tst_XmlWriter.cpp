@@ -230,7 +230,7 @@ void tst_XmlWriter::WriteXmlString_documentType()
 void tst_XmlWriter::RandomDocuments_asByQt()
 {
     if (QT_VERSION >= QT_VERSION_CHECK(6, 5, 0))
-        QSKIP("the form is the one of Qt 6.4");
+        QSKIP("the reference format is that of Qt 6.4");
     for (quint32 seed = 0; seed < 1'000; ++seed) {
         const QDomDocument document = RandomDocument(seed).Make();
         QCOMPARE(Sorted(QString::fromUtf8(WriteXmlFile(document))),
@@ -250,7 +250,7 @@ void tst_XmlWriter::RandomDocuments_asByQt()
 void tst_XmlWriter::Files_asByQt()
 {
     if (QT_VERSION >= QT_VERSION_CHECK(6, 5, 0))
-        QSKIP("the form is the one of Qt 6.4");
+        QSKIP("the reference format is that of Qt 6.4");
     int count = 0;
     for (const QString& folder : {u"/usr/share/mime"_s, u"/usr/share/X11"_s, u"/usr/share/fontconfig"_s}) {
         QDirIterator files(folder, {u"*.xml"_s, u"*.conf"_s}, QDir::Files, QDirIterator::Subdirectories);
@@ -268,7 +268,7 @@ void tst_XmlWriter::Files_asByQt()
         }
     }
     if (count == 0)
-        QSKIP("there are no such files here");
+        QSKIP("these folders contain no file that loads");
     qInfo("%d files", count);
 }
 

@@ -550,7 +550,7 @@ void tst_Grid::Locking_otherProgram()
 void tst_Grid::LockFile_keepsOthersOut()
 {
     if (!QFile::exists(u"/proc/self/fd"_s))
-        QSKIP("the system does not tell which files a process has open");
+        QSKIP("this system does not list the open files of a process");
     const QString grid = UniqueName();
     const QString path = GridLockFilePath(grid);
     const auto opened = [&path] {
@@ -673,7 +673,7 @@ void tst_Grid::LockFile_other()
         break;
     default:
         if (::geteuid() != 0)
-            QSKIP("only the superuser can give a file away");
+            QSKIP("needs root to change the owner of a file");
         QVERIFY(TestSupport::WriteFile(QFile::decodeName(path), ""));
         QCOMPARE(::chown(path.constData(), 65534, 65534), 0);
         break;

@@ -1070,7 +1070,7 @@ void tst_MessageClient::TrustedUsers()
 void tst_MessageClient::ForeignServer()
 {
     if (::geteuid() != 0)
-        QSKIP("needs to be root to run a server as another user");
+        QSKIP("needs root to run a server as another user");
     const QString name = UniqueName();
     Peer peer({u"foreign"_s, name});
     QCOMPARE(peer.WaitForLine(u"ready"_s), u"ready"_s);

@@ -381,7 +381,7 @@ void tst_MessageServer::Endpoint_takenOver()
 void tst_MessageServer::Client_ofOtherUser()
 {
     if (::geteuid() != 0)
-        QSKIP("only the superuser can take the part of another user");
+        QSKIP("needs root to run as another user");
     const TestSupport::LogGuard log;
     LinkedServer link;
     QVERIFY(link.OpenAndWait());

@@ -155,7 +155,7 @@ public:
     ~UnprivilegedGuard()
     {
         if (mActive && seteuid(0) != 0)
-            qFatal("cannot become the superuser again");
+            qFatal("cannot become root again");
     }
     Q_DISABLE_COPY_MOVE(UnprivilegedGuard)
 

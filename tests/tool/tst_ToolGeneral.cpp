@@ -381,7 +381,7 @@ void tst_ToolGeneral::Locale_C()
 void tst_ToolGeneral::Memory_exhausted()
 {
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-    QSKIP("sanitizers need the address space themselves");
+    QSKIP("sanitizers need the address space");
 #endif
     QFile file(mTool->Path(u"huge.xml"_s));
     QVERIFY(file.open(QIODevice::WriteOnly));

@@ -681,7 +681,7 @@ void tst_ToolGrid::Locked()
 void tst_ToolGrid::OtherUser()
 {
     if (::geteuid() != 0)
-        QSKIP("needs to be root to look at root's grid as another user");
+        QSKIP("needs root to inspect root's grid as another user");
     QFile::setPermissions(mTemporary->path(), QFile::Permissions(0x7777));
     QFile::setPermissions(mTool->Path(u"."_s), QFile::Permissions(0x7777));
     Peer peer({u"grid"_s, kGrid});

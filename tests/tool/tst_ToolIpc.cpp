@@ -353,7 +353,7 @@ void tst_ToolIpc::Call_unreachable()
 void tst_ToolIpc::Call_otherUser()
 {
     if (::geteuid() != 0)
-        QSKIP("needs to be root to run a server as another user");
+        QSKIP("needs root to run a server as another user");
     const QString name = UniqueName();
     Peer peer({u"foreign"_s, name});
     QCOMPARE(peer.WaitForLine(u"ready"_s), u"ready"_s);

@@ -287,7 +287,7 @@ void tst_ToolIpcDoctor::Doctor_notAccepted()
     QVERIFY2(result.Output.contains("problem: the server did not accept the connection in time\n"),
              result.Output.constData());
 #else
-    QSKIP("Elsewhere a full queue refuses connections.");
+    QSKIP("on other systems, a full queue refuses connections");
 #endif
 }
 
@@ -397,7 +397,7 @@ void tst_ToolIpcDoctor::Doctor_openToOthers()
 void tst_ToolIpcDoctor::Doctor_otherUser()
 {
     if (::geteuid() != 0)
-        QSKIP("needs to be root to run a server as another user");
+        QSKIP("needs root to run a server as another user");
     const QString name = UniqueName();
     Peer peer({u"foreign"_s, name});
     QCOMPARE(peer.WaitForLine(u"ready"_s), u"ready"_s);
@@ -409,10 +409,10 @@ void tst_ToolIpcDoctor::Doctor_otherUser()
 void tst_ToolIpcDoctor::Doctor_forbidden()
 {
 #ifndef Q_OS_LINUX
-    QSKIP("only tried on Linux: what a user may see of a socket that is closed to him");
+    QSKIP("access to another user's socket is only tested on Linux");
 #endif
     if (::geteuid() != 0)
-        QSKIP("needs to be root to have a socket that another user may not use");
+        QSKIP("needs root for a socket that another user may not use");
     const QString name = UniqueName();
     const auto listener = StartListener(*mTool, name);
     QVERIFY(listener);

@@ -369,7 +369,7 @@ void tst_ToolIpcProxy::ServerMissing()
 void tst_ToolIpcProxy::ServerOfOtherUser()
 {
     if (::geteuid() != 0)
-        QSKIP("needs to be root to run a server as another user");
+        QSKIP("needs root to run a server as another user");
     mServer.reset();
     Peer peer({u"foreign"_s, mServerName});
     QCOMPARE(peer.WaitForLine(u"ready"_s), u"ready"_s);

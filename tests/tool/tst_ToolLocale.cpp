@@ -147,7 +147,7 @@ void tst_ToolLocale::Current()
     QFETCH(const QStringList, options);
     QFETCH(const QString, expected);
 #ifndef Q_OS_LINUX
-    QSKIP("The user's locale cannot be chosen here.");
+    QSKIP("the user's locale cannot be set on this system");
 #endif
 
     const EnvironmentGuard guard("LC_ALL", variable);
