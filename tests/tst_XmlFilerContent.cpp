@@ -284,7 +284,8 @@ void tst_XmlFilerContent::WriteText_charactersThatXmlForbids()
     filer.WriteNodeText(text);
     filer.WriteNodeText(u"A"_s, text);
 
-    const QString warning = u"a text holds %1, which XML cannot hold: it will not read back"_s.arg(character);
+    const QString warning
+        = u"a text contains %1, which XML does not allow: it cannot be read back"_s.arg(character);
     QCOMPARE(log.Messages(), character.isNull() ? QStringList() : QStringList(4, warning));
     QCOMPARE(filer.ReadString(u"n"_s, QString()), text);
 }

@@ -710,7 +710,7 @@ void tst_XmlFilerDocument::SaveAsXmlFile_cannotOpen()
     QCOMPARE(log.Messages(),
              QStringList({mDir->path() + u" is not saved: "_s + qt_error_string(EISDIR),
                           Path(u"none/out.xml"_s) + u" is not saved: "_s + qt_error_string(ENOENT),
-                          u" is not saved: this is no name of a file"_s}));
+                          u" is not saved: this is not a file name"_s}));
 }
 
 // A document that cannot be loaded again is saved all the same, with a log message.

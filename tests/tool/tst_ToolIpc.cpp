@@ -504,7 +504,7 @@ void tst_ToolIpc::Send_large()
     QCOMPARE(messages.first().Params.value(u"data"_s).toByteArray() == bytes, true);
     const ToolResult result = send.WaitForEnd();
     QCOMPARE(result.ExitCode, 0);
-    QVERIFY2(result.Errors.startsWith("qvutil: message \"News\" has a document of 1677"),
+    QVERIFY2(result.Errors.startsWith("qvutil: message \"News\" has a frame of 1677"),
              result.Errors.constData());
 }
 

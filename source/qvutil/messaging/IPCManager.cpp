@@ -270,7 +270,7 @@ bool IPCManager::CreateGridConnection(const QString& gridName, QIODeviceBase::Op
     });
     processes.append({processId, serverName});
     if (!WriteToSharedMemory(processes)) {
-        qCWarning(Internal::lcQvUtil, "grid \"%ls\": this process could not be entered in the registry",
+        qCWarning(Internal::lcQvUtil, "grid \"%ls\": this process could not be registered",
                   qUtf16Printable(gridName));
     }
     return true;
@@ -407,14 +407,14 @@ bool IPCManager::Private::LockRegistry()
         = Platform::LockFile(lockFile, Platform::LockFileMode::CreateIfMissing, Internal::kGridLockTimeoutMs);
     if (FileLock == Platform::kLockTimedOut) {
         qCWarning(Internal::lcQvUtil,
-                  "grid \"%ls\": another process keeps %ls locked; nothing was read or entered",
+                  "grid \"%ls\": another process keeps %ls locked; the registry was not accessed",
                   qUtf16Printable(gridName), qUtf16Printable(lockFile));
         return false;
     }
     if (FileLock == Platform::kLockFailed) {
         qCWarning(
             Internal::lcQvUtil,
-            "grid \"%ls\": %ls cannot be locked: it cannot be opened, or is no regular file of this user",
+            "grid \"%ls\": %ls cannot be locked: it cannot be opened, or is not a regular file of this user",
             qUtf16Printable(gridName), qUtf16Printable(lockFile));
     }
     ++LockDepth;

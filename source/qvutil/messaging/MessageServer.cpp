@@ -258,7 +258,7 @@ void MessageServerWorker::ConnectedSlot()
     if (socket == nullptr)
         return; // disconnected before it was accepted
     if (!Internal::IsTrustedPeer(*socket)) {
-        qCWarning(Internal::lcQvUtil, "a process of another user has connected to \"%ls\" and was refused",
+        qCWarning(Internal::lcQvUtil, "a process of another user has connected to \"%ls\" and was rejected",
                   qUtf16Printable(mName));
         socket->abort();
         socket->deleteLater();

@@ -212,12 +212,11 @@ QByteArray MessageWriter::Encode(const MessageInfo& message) const
     const QByteArray frame = EncodeMessageAsBytes(message);
     const qsizetype maxSize = mFrames->GetMaxWholeFrame();
     if (maxSize > 0 && frame.size() > maxSize) {
-        qCWarning(
-            lcQvUtil,
-            "message \"%ls\" has a document of %lld bytes: one of up to %lld bytes travels in one piece, a "
-            "larger one may be lost",
-            qUtf16Printable(message.Id), static_cast<long long>(frame.size()),
-            static_cast<long long>(maxSize));
+        qCWarning(lcQvUtil,
+                  "message \"%ls\" has a frame of %lld bytes: frames of up to %lld bytes arrive whole, a "
+                  "larger one may be lost",
+                  qUtf16Printable(message.Id), static_cast<long long>(frame.size()),
+                  static_cast<long long>(maxSize));
     }
     return frame;
 }

@@ -156,7 +156,7 @@ bool XmlFiler::SaveAsXmlFile(const QString& path)
     if (!Platform::ReplaceFile(path, content)) {
         const int error = errno;
         qCWarning(Internal::lcQvUtil, "%ls is not saved: %ls", qUtf16Printable(path),
-                  qUtf16Printable(error != 0 ? qt_error_string(error) : u"this is no name of a file"_s));
+                  qUtf16Printable(error != 0 ? qt_error_string(error) : u"this is not a file name"_s));
         return false;
     }
     WarnOfUnreadableDocument(path, content);

@@ -337,7 +337,7 @@ void WarnOfNonXmlCharacters(QStringView text)
 {
     const qsizetype at = FindNonXmlCharacter(text);
     if (at >= 0)
-        qCWarning(lcQvUtil, "a text holds U+%04X, which XML cannot hold: it will not read back",
+        qCWarning(lcQvUtil, "a text contains U+%04X, which XML does not allow: it cannot be read back",
                   text[at].unicode());
 }
 
