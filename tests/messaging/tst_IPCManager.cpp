@@ -778,8 +778,8 @@ void tst_IPCManager::Responder_stopsServer()
     pair.Server.AddMessageResponder(&responder);
     QVariantMap answer; // the server that would send it is stopped
     QCOMPARE(pair.Client->SendMessageAndGetResponse(pair.Name, u"ask"_s, {}, answer, 1500), false);
-    EVENTUALLY_EQUAL(responder.Calls,
-                     1); // on a busy machine, the time-out may come before the request
+    // On a busy machine, the time-out may come before the request.
+    EVENTUALLY_EQUAL(responder.Calls, 1);
     QCOMPARE(pair.Server.IsServerRunning(), false);
 }
 

@@ -1041,7 +1041,7 @@ void tst_MessageClient::Worker_staysDisconnected()
     EVENTUALLY_EQUAL(connected.count(), 1);
     worker.DisconnectFromServer();
     EVENTUALLY_EQUAL(disconnected.count(), 1);
-    // The other worker of the thread starts later and reconnects twice, by when this one would have, too.
+    // Another worker starts later and reconnects twice. By then, this one would have reconnected too.
     connect(&server, &QLocalServer::newConnection, &server, [&] {
         while (server.hasPendingConnections())
             server.nextPendingConnection()->disconnectFromServer();
