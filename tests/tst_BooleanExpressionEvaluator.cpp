@@ -318,7 +318,7 @@ void tst_BooleanExpressionEvaluator::ValidateAndFixBraces_data()
     QTest::newRow("ends with a group") << u"a (b)"_s << true << u"a (b)"_s;
     QTest::newRow("not closed") << u" (a "_s << false << u"(a"_s;
     QTest::newRow("not opened") << u" a) "_s << false << u"a)"_s;
-    QTest::newRow("wrong way round") << u")a("_s << false << u")a("_s;
+    QTest::newRow("wrong order") << u")a("_s << false << u")a("_s;
     QTest::newRow("one too many at the end") << u"(a))"_s << false << u"(a))"_s;
     QTest::newRow("one too many at the front") << u"((a)"_s << false << u"((a)"_s;
     QTest::newRow("balanced in number only") << u"(a))((b)"_s << false << u"(a))((b)"_s;
@@ -368,7 +368,7 @@ void tst_BooleanExpressionEvaluator::SplitByPrecedence_data()
     row("single group", u"(a)"_s, {u"a"_s});
     row("single group is split at and", u"(a & b)"_s, {u"a"_s, u"&"_s, u"b"_s});
     row("single group is not split at or", u"(a | b & c)"_s, {u"a | b"_s, u"&"_s, u"c"_s});
-    row("single group in a group stays", u"( (a & b) )"_s, {u" (a & b) "_s});
+    row("single group in a group is kept", u"( (a & b) )"_s, {u" (a & b) "_s});
     row("text before a group is dropped", u"x (y)"_s, {u"y"_s});
     row("chain before a group is dropped", u"a & b (c)"_s, {u"c"_s});
     row("dropped between groups", u"(a) | x (b)"_s, {u"a"_s, u"|"_s, u"b"_s});
@@ -404,7 +404,7 @@ void tst_BooleanExpressionEvaluator::SplitByPrecedence_data()
     row("not opened", u"a) | b"_s, {u"a)"_s, u"|"_s, u"b"_s});
     row("not opened, alone", u"a & b)"_s, {u"a & b)"_s});
     row("tabs and line ends", u"\ta\n&\r\n(b)\f|\vc "_s, {u"a"_s, u"&"_s, u"b"_s, u"|"_s, u"c"_s});
-    row("no-break space is no blank after a group", u"(a)\u00a0& b"_s, {u"a"_s, u"& b"_s});
+    row("no-break space is not a blank after a group", u"(a)\u00a0& b"_s, {u"a"_s, u"& b"_s});
 }
 
 void tst_BooleanExpressionEvaluator::SplitByPrecedence()
@@ -480,8 +480,8 @@ void tst_BooleanExpressionEvaluator::Evaluate_data()
     row("or, both false", u"f1 | f2"_s, true, false, {u"f1"_s, u"f2"_s});
     row("skipped unknown operand, or", u"t | ?"_s, true, true, {u"t"_s});
     row("skipped unknown operand, and", u"f & ?"_s, true, false, {u"f"_s});
-    row("consulted unknown operand, or", u"f | ?"_s, false, false, {u"f"_s, u"?"_s});
-    row("consulted unknown operand, and", u"t & ?"_s, false, false, {u"t"_s, u"?"_s});
+    row("evaluated unknown operand, or", u"f | ?"_s, false, false, {u"f"_s, u"?"_s});
+    row("evaluated unknown operand, and", u"t & ?"_s, false, false, {u"t"_s, u"?"_s});
     row("or before and", u"t | f1 & f2"_s, true, true, {u"t"_s});
     row("or before and, first false", u"f | t1 & t2"_s, true, true, {u"f"_s, u"t1"_s, u"t2"_s});
     row("and before or", u"f & t1 | t2"_s, true, true, {u"f"_s, u"t2"_s});
@@ -492,24 +492,24 @@ void tst_BooleanExpressionEvaluator::Evaluate_data()
     row("or after a group ends the list", u"(t) | t2 & f"_s, true, true, {u"t"_s});
     row("text before a group is dropped", u"? (t)"_s, true, true, {u"t"_s});
     row("chain before a group is dropped", u"f & ? (t)"_s, true, true, {u"t"_s});
-    row("operand where an operator belongs", u"(t) b"_s, false, false, {u"t"_s});
-    row("operand where an operator belongs, first false", u"(f) b"_s, false, false, {u"f"_s});
-    row("skipped operand where an operator belongs", u"(f) & (t) b"_s, true, false, {u"f"_s});
+    row("operand in place of an operator", u"(t) b"_s, false, false, {u"t"_s});
+    row("operand in place of an operator, first false", u"(f) b"_s, false, false, {u"f"_s});
+    row("skipped operand in place of an operator", u"(f) & (t) b"_s, true, false, {u"f"_s});
     row("skipped mistake in a group", u"t | (a & & b)"_s, true, true, {u"t"_s});
-    row("consulted mistake in a group", u"f | (a & & b)"_s, false, false, {u"f"_s});
+    row("evaluated mistake in a group", u"f | (a & & b)"_s, false, false, {u"f"_s});
     row("skipped empty operand of a chain", u"t | & b"_s, true, true, {u"t"_s});
-    row("consulted empty operand of a chain", u"f | & b"_s, false, false, {u"f"_s});
+    row("evaluated empty operand of a chain", u"f | & b"_s, false, false, {u"f"_s});
     row("skipped blank group", u"t | ( )"_s, true, true, {u"t"_s});
-    row("consulted blank group", u"f | ( )"_s, false, false, {u"f"_s});
+    row("evaluated blank group", u"f | ( )"_s, false, false, {u"f"_s});
     row("braces do not balance", u"t | (a"_s, false, false, {});
-    row("braces the wrong way round", u")a("_s, false, false, {});
+    row("braces in the wrong order", u")a("_s, false, false, {});
     row("empty braces", u"()"_s, false, false, {});
     row("and doubled", u"t & & t"_s, false, false, {});
     row("or at the end", u"t |"_s, false, false, {});
     row("and at the front", u"& t"_s, false, false, {});
     row("operator alone", u"|"_s, false, false, {});
     row("blanks in operands", u"f big cat | t dog"_s, true, true, {u"f big cat"_s, u"t dog"_s});
-    row("single part is handed over as it is", u"x ( (t) )"_s, true, false, {u" (t) "_s});
+    row("single part is passed unchanged", u"x ( (t) )"_s, true, false, {u" (t) "_s});
     row("single group that is stripped to a group", u"( (t | f) )"_s, true, true, {u"t | f"_s});
     row("operator in a group", u"(t) (&) f"_s, true, false, {u"t"_s, u"f"_s});
     row("operator in a group decides", u"(f) (&) t"_s, true, false, {u"f"_s});
@@ -690,7 +690,7 @@ void tst_BooleanExpressionEvaluator::Reference_randomTexts_data()
     QTest::newRow("white space of all kinds") << plain
             + QStringList{u"\t"_s, u"\n"_s, u"\u0085"_s, u"\u00a0"_s, u"\u2003"_s, u"\u3000"_s, u"\u200b"_s}
                                               << 30;
-    QTest::newRow("broken surrogate pairs")
+    QTest::newRow("unpaired surrogates")
         << plain + QStringList{QString(QChar(u'\xd800')), QString(QChar(u'\xdc00')), u"\U0001F600"_s} << 20;
 }
 
@@ -722,7 +722,7 @@ void tst_BooleanExpressionEvaluator::DeepNesting_data()
     QTest::newRow("pairs with blanks") << repeated(u"( "_s) + u't' + repeated(u" )"_s) << true << 1;
     QTest::newRow("only opened") << repeated(u"("_s) << false << 0;
     QTest::newRow("only closed") << repeated(u")"_s) << false << 0;
-    QTest::newRow("empty pairs within each other") << repeated(u"("_s) + repeated(u")"_s) << false << 0;
+    QTest::newRow("nested empty pairs") << repeated(u"("_s) + repeated(u")"_s) << false << 0;
     QTest::newRow("empty pairs in a row") << repeated(u"()"_s) << false << 0;
     QTest::newRow("nested on the right")
         << repeated(u"t&("_s) + u't' + repeated(u")"_s) << true << kDepth + 1;
@@ -734,11 +734,11 @@ void tst_BooleanExpressionEvaluator::DeepNesting_data()
         << repeated(u"t&("_s) + u'?' + repeated(u")"_s) << false << kDepth + 1;
     QTest::newRow("mistake in the innermost")
         << repeated(u"t&("_s) + "t&"_L1 + repeated(u")"_s) << false << kDepth;
-    QTest::newRow("broken surrogate pair in the innermost")
+    QTest::newRow("unpaired surrogate in the innermost")
         << repeated(u"t&("_s) + "t "_L1 + QChar(u'\xd800') + repeated(u")"_s) << true << kDepth + 1;
     QTest::newRow("not closed by one")
         << repeated(u"t&("_s) + u't' + repeated(u")"_s).chopped(1) << false << 0;
-    QTest::newRow("blanks and groups by turns") << repeated(u"(t)  & "_s) + u't' << true << kDepth + 1;
+    QTest::newRow("blanks and groups alternating") << repeated(u"(t)  & "_s) + u't' << true << kDepth + 1;
 }
 
 void tst_BooleanExpressionEvaluator::DeepNesting()

@@ -2,7 +2,7 @@
 // SPDX-License-Identifier: MIT
 
 // Compiled but never run: checks that operations have exactly the types that applications were written
-// against. These may store pointers to them, call const operations on const objects, and use C++17.
+// against. Applications may store pointers to them, call const operations on const objects, and use C++17.
 
 #include <qvutil/BooleanExpressionEvaluator.h>
 #include <qvutil/GeneralUtil.h>
