@@ -82,8 +82,8 @@ public:
                                                  bool flags);
     /// Returns the enumeration value for a name, or for a list of flag names. Names are compared
     /// case-insensitively.
-    /// \param name   the name, without surrounding white space; with \p flags, names separated by ",", which
-    ///               may have it
+    /// \param name   the name, without surrounding white space; with \p flags, names separated by ",", with
+    ///               or without white space around each
     /// \param table  first row of the name table; may be null
     /// \param count  rows in \p table
     /// \param flags  false: the value of the first row with this name. True: the values of all rows whose
@@ -228,8 +228,8 @@ public:
     ///
     /// \param folder   the folder
     /// \param filters  which folders to visit: hidden ones only with QDir::Hidden
-    /// \return false if \p folder is empty text or not a folder, or if it could not be removed because it is
-    ///         not empty; folders below it may have been removed nevertheless
+    /// \return false if \p folder is empty text or not a folder, or if it could not be removed, usually
+    ///         because it is not empty; folders below it may have been removed nevertheless
     static bool DeleteEmptyDirectories(const QString& folder, QDir::Filters filters);
     /// Finds a file name that is not in use, by adding a tag to it for as long as a file of that name exists.
     ///

@@ -905,7 +905,8 @@ public:
     /// \return this translator
     XlfTranslator& operator=(XlfTranslator&& other) noexcept;
 
-    /// Sets the XLIFF file and clears all translations. Does nothing if the name differs only in case.
+    /// Sets the XLIFF file and clears all translations. Does nothing if the name is the same or differs only
+    /// in case.
     /// \param file  the XLIFF file
     void SetXlfFile(const QString& file);
     /// Reads the XLIFF file now. If it is missing or does not parse, the translations are unchanged.
