@@ -1,6 +1,7 @@
 // SPDX-FileCopyrightText: 2026 The QvUtil developers
 // SPDX-License-Identifier: MIT
 
+#include "xml/XmlLimits_p.h"
 #include "xml/XmlRules_p.h"
 
 #include <QDomDocument>
@@ -25,6 +26,8 @@ private Q_SLOTS:
     void FindXmlProblem_data();
     void FindXmlProblem();
     void FindXmlProblem_sameVerdictAsTheParser();
+    void CountAttributeComparisons_data();
+    void CountAttributeComparisons();
 };
 
 void tst_XmlRules::init()
@@ -161,6 +164,37 @@ void tst_XmlRules::FindXmlProblem_sameVerdictAsTheParser()
         loaded += isFine ? 1 : 0;
     }
     QVERIFY(loaded > 1'000);
+}
+
+void tst_XmlRules::CountAttributeComparisons_data()
+{
+    QTest::addColumn<QString>("document");
+    QTest::addColumn<qint64>("expected");
+
+    const auto tag = [](int attributes) {
+        QString text = u"<a"_s;
+        for (int i = 0; i < attributes; ++i)
+            text += u" b%1=\"\""_s.arg(i);
+        return text + u"/>"_s;
+    };
+    QTest::newRow("empty") << QString() << qint64(0);
+    QTest::newRow("one attribute") << tag(1) << qint64(0);
+    QTest::newRow("two attributes") << tag(2) << qint64(1);
+    QTest::newRow("a hundred") << tag(100) << qint64(4950);
+    QTest::newRow("two tags") << tag(100) + tag(3) << qint64(4953);
+    QTest::newRow("brackets in values") << u"<a b='>' c=\"/>\" d='x'/>"_s << qint64(3);
+    QTest::newRow("a tag without an end") << u"<a b='' c='' d='"_s << qint64(1);
+    QTest::newRow("attributes in text") << u"<a/> b='' c=''"_s << qint64(0);
+    QTest::newRow("a quote in an instruction") << u"<?x '?>"_s + tag(3) << qint64(3);
+    QTest::newRow("a comment in a declaration") << u"<!ENTITY e '<!--'>"_s + tag(3) << qint64(3);
+}
+
+void tst_XmlRules::CountAttributeComparisons()
+{
+    QFETCH(const QString, document);
+    QFETCH(const qint64, expected);
+
+    QCOMPARE(Quorvin::Util::Internal::CountAttributeComparisons(document), expected);
 }
 
 QTEST_GUILESS_MAIN(tst_XmlRules)
