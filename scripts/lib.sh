@@ -106,6 +106,8 @@ packages_of()
             echo clang libclang-rt-dev ;;
         fuzz:brew)
             echo llvm ;;
+        torture:debian)
+            echo python3 strace ;;
         bare:debian)
             echo debian-archive-keyring debootstrap git ;;
     esac

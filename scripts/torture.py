@@ -1,0 +1,661 @@
+#!/usr/bin/env python3
+# SPDX-FileCopyrightText: 2026 The QvUtil developers
+# SPDX-License-Identifier: MIT
+
+"""Mistreats programs that use the library and counts what holds; scripts/torture builds them and calls this.
+
+Each part tries one kind of mistreatment until its share of the time is over, and at least a minimum number of
+times. The table at the end tells how often, and whether what the handbook promises held every time;
+docs/reliability.md explains it. The exit code is 1 if anything did not hold. A part that the system does not allow is named with
+the reason.
+"""
+
+import argparse
+import collections
+import json
+import os
+import pathlib
+import random
+import re
+import resource
+import shutil
+import signal
+import socket
+import subprocess
+import sys
+import tempfile
+import threading
+import time
+
+PATIENCE = 60  # seconds for what must happen on a busy machine
+NOBODY = 65534
+SHOWN_FAILURES = 5
+
+
+class Part:
+    """One row of the table."""
+
+    def __init__(self, name):
+        self.name = name
+        self.tried = 0
+        self.failures = []
+        self.note = ''
+
+    def check(self, held, failure):
+        """Counts one attempt; failure describes it if it did not hold."""
+        self.tried += 1
+        if not held:
+            self.failures.append(failure)
+            if len(self.failures) <= SHOWN_FAILURES:
+                print(f'    NOT HELD: {failure}', flush=True)
+        return held
+
+    @property
+    def held(self):
+        return self.tried - len(self.failures)
+
+
+class Clock:
+    """The time of one part: over() is true once it has passed, and enough was tried."""
+
+    def __init__(self, seconds):
+        self.end = time.monotonic() + seconds
+
+    def over(self, part, minimum):
+        return time.monotonic() >= self.end and part.tried >= minimum
+
+
+class Process:
+    """A program whose lines are read in the background."""
+
+    def __init__(self, arguments, **options):
+        self.lines = []
+        self.changed = threading.Condition()
+        self.process = subprocess.Popen(arguments, stdin=subprocess.PIPE, stdout=subprocess.PIPE, text=True,
+                                        errors='replace', **options)
+        threading.Thread(target=self._read, daemon=True).start()
+
+    def _read(self):
+        for line in self.process.stdout:
+            with self.changed:
+                self.lines.append(line.rstrip('\n'))
+                self.changed.notify_all()
+        with self.changed:
+            self.lines.append(None)
+            self.changed.notify_all()
+
+    def wait_for(self, start, timeout=PATIENCE):
+        """Whether a line that begins with start was printed in time."""
+        with self.changed:
+            self.changed.wait_for(
+                lambda: any(line is None or line.startswith(start) for line in self.lines), timeout)
+            return any(line is not None and line.startswith(start) for line in self.lines)
+
+    def kill(self):
+        self.process.kill()
+        self.process.wait()
+
+    def end(self, timeout=PATIENCE):
+        """Closes standard input. Returns the exit code, or None if the program did not end in time."""
+        self.process.stdin.close()
+        try:
+            return self.process.wait(timeout)
+        except subprocess.TimeoutExpired:
+            self.kill()
+            return None
+
+
+class Torture:
+    def __init__(self, options):
+        self.saver = options.saver
+        self.peer = options.peer
+        self.tool = options.tool
+        self.random = random.Random(options.seed)
+        # Short, since the path of a socket is limited; open to the user as whom root tries to save.
+        self.folder = pathlib.Path(tempfile.mkdtemp(prefix='qvt-'))
+        self.folder.chmod(0o755)
+        os.environ['TMPDIR'] = str(self.folder)
+        os.environ.pop('QT_LOGGING_RULES', None)
+        self.documents = []
+        for number in range(4):
+            path = self.folder / 'document.xml'
+            self.run_saver('save', path, str(number))
+            self.documents.append(path.read_bytes())
+            path.unlink()
+
+    def run_saver(self, *arguments, user=None, **options):
+        prefix = ['--user', str(user)] if user is not None else []
+        return subprocess.run([self.saver, *prefix, *map(str, arguments)], stdout=subprocess.PIPE,
+                              timeout=PATIENCE, check=False, **options)
+
+    def fresh_folder(self, name):
+        path = self.folder / name
+        shutil.rmtree(path, ignore_errors=True)
+        path.mkdir()
+        return path
+
+    def verdict(self, file, code, old, new):
+        """What is wrong with a save of the document new over the bytes old (None: no file); '' if nothing."""
+        content = file.read_bytes() if file.exists() else None
+        if code == 0:
+            return '' if content == new else 'true, but not saved'
+        if code == 1:
+            return '' if content == old else 'false, and the old file is gone'
+        return f'ended with {code}'
+
+    # Killed
+
+    def kill_savers(self, part, seconds, minimum):
+        folder = self.fresh_folder('kills')
+        file = folder / 's.xml'
+        clock = Clock(seconds)
+        turn = 0
+        while not clock.over(part, minimum):
+            command = self.random.choice(['loop', 'loop', 'settings'])
+            savers = [Process([self.saver, command, str(file)]) for _ in range((1, 1, 2, 4)[turn % 4])]
+            if not all(saver.wait_for('ready') for saver in savers):
+                part.check(False, 'a saver did not begin')
+                return
+            time.sleep(self.random.uniform(0, 0.008))
+            for saver in savers:
+                saver.process.kill()
+            for saver in savers:
+                saver.process.wait()
+            is_whole = file.read_bytes() in self.documents
+            others = [entry for entry in os.listdir(folder) if entry != 's.xml']
+            is_tidy = len(others) <= len(savers) and all(o.startswith('.s.xml.saving') for o in others)
+            for saver in savers:
+                part.check(is_whole and is_tidy, f'{command}: whole: {is_whole}, beside it: {others}')
+            turn += 1
+            if turn % 4 == 0:
+                self.run_saver('save', file, '1')
+                left = os.listdir(folder)
+                part.check(left == ['s.xml'] and file.read_bytes() == self.documents[1],
+                           f'after the next save: {left}')
+
+    # Failing system calls
+
+    CALLS = {'openat', 'open', 'write', 'pwrite64', 'fsync', 'fdatasync', 'fchmod', 'fchown', 'rename', 'renameat',
+             'renameat2', 'flock', 'fstat', 'newfstatat', 'stat', 'lstat', 'statx', 'close', 'readlink',
+             'readlinkat', 'unlink', 'unlinkat', 'fgetxattr', 'flistxattr', 'fsetxattr', 'fremovexattr', 'read'}
+    ERRORS = ['EIO', 'ENOSPC', 'EACCES', 'EINTR', 'EPERM', 'EMFILE', 'EROFS', 'EDQUOT', 'ENOLCK', 'EEXIST']
+
+    def calls_of(self, command, file):
+        """The system calls from the first on that names the file: (name, how many of its name came before)."""
+        log = self.folder / 'calls.log'
+        result = subprocess.run(['strace', '-s', '4096', '-o', str(log), self.saver, *map(str, command)],
+                                stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True, check=False,
+                                timeout=PATIENCE)
+        if not log.exists() or 'exit_group' not in log.read_text(errors='replace'):
+            reason = (result.stderr or '').strip().splitlines()
+            return None, reason[-1] if reason else 'strace does not work here'
+        counts = collections.Counter()
+        found = []
+        began = False
+        for line in log.read_text(errors='replace').splitlines():
+            match = re.match(r'(\w+)\(', line)
+            if not match:
+                continue
+            began = began or (match[1] != 'execve' and f'"{file}"' in line)
+            if began and match[1] in self.CALLS:
+                found.append((match[1], counts[match[1]]))
+            counts[match[1]] += 1
+        return found, ''
+
+    def attempts(self, calls, part, seconds):
+        """Each call with one error and with a kill, then other errors until the time is over."""
+        clock = Clock(seconds)
+        first = [(name, before, f'error={self.random.choice(self.ERRORS)}') for name, before in calls]
+        first += [(name, before, 'signal=KILL') for name, before in calls]
+        yield from first
+        rest = [(name, before, f'error={error}') for name, before in calls for error in self.ERRORS]
+        self.random.shuffle(rest)
+        for attempt in rest:
+            if clock.over(part, 0):
+                return
+            yield attempt
+
+    def inject(self, attempt, command):
+        name, before, what = attempt
+        return subprocess.run(['strace', '-o', os.devnull, '-e', f'inject={name}:{what}:when={before + 1}',
+                               self.saver, *map(str, command)],
+                              stdout=subprocess.PIPE, stderr=subprocess.DEVNULL, text=True, check=False,
+                              timeout=PATIENCE)
+
+    def fail_calls(self, part, seconds):
+        if not shutil.which('strace'):
+            part.note = 'there is no strace'
+            return
+        folder = self.fresh_folder('calls')
+        file = folder / 's.xml'
+        new = self.documents[1]
+        for old in (self.documents[0], None):
+            command = ('save', file, '1')
+
+            def prepare():
+                for entry in folder.iterdir():
+                    entry.unlink()
+                if old is not None:
+                    file.write_bytes(old)
+
+            prepare()
+            calls, part.note = self.calls_of(command, file)
+            if not calls:
+                return
+            for attempt in self.attempts(calls, part, seconds / 2):
+                prepare()
+                code = self.inject(attempt, command).returncode
+                is_killed = attempt[2] == 'signal=KILL'
+                if is_killed:  # what counts is what it has left
+                    code = 0 if file.exists() and file.read_bytes() == new else 1
+                problem = self.verdict(file, code, old, new)
+                left = sorted(entry for entry in os.listdir(folder) if entry != 's.xml')
+                if left and not is_killed and not attempt[0].startswith('unlink'):
+                    problem = f'left {left}'
+                part.check(not problem, f'{attempt}, {"old file" if old else "no file"}: {problem}')
+
+    def fail_settings(self, part, seconds):
+        """A store that could not be read must not be overwritten."""
+        if not shutil.which('strace'):
+            part.note = 'there is no strace'
+            return
+        folder = self.fresh_folder('settings')
+        file = folder / 's.xml'
+        old = b'<Settings><Old V="1"/></Settings>'
+        command = ('open', file)
+
+        def prepare():
+            for entry in folder.iterdir():
+                entry.unlink()
+            file.write_bytes(old)
+
+        prepare()
+        calls, part.note = self.calls_of(command, file)
+        for attempt in self.attempts(calls or [], part, seconds):
+            prepare()
+            self.inject(attempt, command)
+            kept = [entry for entry in folder.iterdir() if b'<Old V="1"/>' in entry.read_bytes()]
+            part.check(file in kept or folder / 's.xml.damaged' in kept,
+                       f'{attempt}: {sorted(os.listdir(folder))}')
+
+    # No room
+
+    def limit_size(self, part, seconds, minimum):
+        folder = self.fresh_folder('limits')
+        file = folder / 's.xml'
+        clock = Clock(seconds)
+        while not clock.over(part, minimum):
+            old = self.random.choice([self.documents[0], None])
+            number = self.random.randrange(1, 4)
+            size = self.random.randrange(0, len(self.documents[number]) + 4096)
+            if old is None:
+                file.unlink(missing_ok=True)
+            else:
+                file.write_bytes(old)
+
+            def limit(size=size):
+                signal.signal(signal.SIGXFSZ, signal.SIG_IGN)
+                resource.setrlimit(resource.RLIMIT_FSIZE, (size, size))
+
+            result = self.run_saver('save', file, str(number), preexec_fn=limit)
+            problem = self.verdict(file, result.returncode, old, self.documents[number])
+            if not problem and os.listdir(folder) not in (['s.xml'], []):
+                problem = f'left {os.listdir(folder)}'
+            part.check(not problem, f'{size} bytes: {problem}')
+
+    def fill_disk(self, part, seconds, minimum):
+        """Runs fill_disk_inside in a mount namespace, which goes with its processes."""
+        options = ['-m'] if os.geteuid() == 0 else ['-U', '-r', '-m']
+        probe = subprocess.run(['unshare', *options, 'true'], capture_output=True, text=True, check=False)
+        if probe.returncode != 0:
+            part.note = 'no file systems of its own: ' + probe.stderr.strip().splitlines()[-1]
+            return
+        folder = self.fresh_folder('disk')
+        result = subprocess.run(
+            ['unshare', *options, sys.executable, __file__, '--saver', self.saver, '--peer', self.peer,
+             '--seed', str(self.random.random()), '--fill-disk', str(folder), '--seconds', str(seconds),
+             '--minimum', str(minimum)],
+            stdout=subprocess.PIPE, text=True, timeout=seconds + 4 * PATIENCE, check=False)
+        if result.returncode != 0:
+            part.check(False, f'the part ended with {result.returncode}')
+            return
+        *shown, last = result.stdout.splitlines()
+        for line in shown:
+            print(line)
+        outcome = json.loads(last)
+        part.tried = outcome['tried']
+        part.failures = outcome['failures']
+
+    def fill_disk_inside(self, folder, seconds, minimum):
+        part = Part('')
+        clock = Clock(seconds)
+        file = pathlib.Path(folder) / 's.xml'
+        while not clock.over(part, minimum):
+            number = self.random.randrange(1, 4)
+            new = self.documents[number]
+            old = self.random.choice([self.documents[0], self.documents[1], None])
+            pages = (len(new) + len(old or b'')) // 4096 + 4
+            size = 4 * self.random.randrange(2, pages)
+            subprocess.run(['mount', '-t', 'tmpfs', '-o', f'size={size}k', 'none', folder], check=True)
+            if old is not None:
+                try:
+                    file.write_bytes(old)
+                except OSError:
+                    old = file.read_bytes()
+            result = self.run_saver('save', file, str(number))
+            problem = self.verdict(file, result.returncode, old, new)
+            if not problem and os.listdir(folder) not in (['s.xml'], []):
+                problem = f'left {os.listdir(folder)}'
+            part.check(not problem, f'{size} KiB: {problem}')
+            subprocess.run(['umount', folder], check=True)
+        return {'tried': part.tried, 'failures': part.failures}
+
+    # Several savers of one file
+
+    def compete(self, saves, reads, seconds, minimum):
+        folder = self.fresh_folder('compete')
+        file = folder / 's.xml'
+        file.write_bytes(self.documents[0])
+        clock = Clock(seconds)
+        each = 40
+        while not clock.over(saves, minimum):
+            savers = [subprocess.Popen([self.saver, 'count', str(file), str(each)], stdout=subprocess.DEVNULL)
+                      for _ in range(6)]
+            while any(saver.poll() is None for saver in savers):
+                reads.check(file.read_bytes() in self.documents, 'a reader saw a part of a document')
+            for saver in savers:
+                for _ in range(each):
+                    saves.check(saver.returncode == 0, f'a saver ended with {saver.returncode}')
+            left = os.listdir(folder)
+            reads.check(left == ['s.xml'], f'afterwards there are {left}')
+
+    # Hostile peers
+
+    @staticmethod
+    def frame(body, message='Ask', need_response=True):
+        number = random.getrandbits(128)
+        text = f'{number:032x}'
+        unique = f'{{{text[:8]}-{text[8:12]}-{text[12:16]}-{text[16:20]}-{text[20:]}}}'
+        return (f'<?xml version="1.0"?>\n<Message Id="{message}" UniqueId="{unique}" '
+                'OriginalMessageUniqueId="{00000000-0000-0000-0000-000000000000}" '
+                f'NeedResponse="{need_response}" IsResponse="False"><Params>{body}</Params></Message>\n').encode()
+
+    def connect(self, name, timeout=PATIENCE):
+        connection = socket.socket(socket.AF_UNIX, socket.SOCK_STREAM)
+        connection.connect(str(self.folder / name))  # waits for its turn; with a time-out it would fail at once
+        connection.settimeout(timeout)
+        return connection
+
+    def ask(self, name):
+        """Seconds until the right answer came; None if it did not."""
+        number = self.random.randrange(10 ** 6)
+        request = self.frame(f'<Param Name="n" Type="Int" Value="{number}"/>')
+        unique = re.search(rb'UniqueId="([^"]*)"', request)[1]
+        start = time.monotonic()
+        try:
+            with self.connect(name) as connection:
+                connection.sendall(request)
+                text = b''
+                while True:
+                    piece = connection.recv(65536)
+                    if not piece:
+                        return None
+                    text += piece
+                    # Answers to the client before may come first; a client knows its own by their number.
+                    for answer in re.findall(rb'<Message .*?</Message>', text, re.S):
+                        if b'OriginalMessageUniqueId="' + unique in answer:
+                            is_right = b'IsResponse="True"' in answer and f'Value="{number}"'.encode() in answer
+                            return time.monotonic() - start if is_right else None
+        except OSError:
+            return None
+
+    def attacks(self):
+        """What a peer may send, by name: pieces of bytes, and the pause in seconds after each."""
+        noise = self.random.randbytes
+        begin = b'<?xml version="1.0"?>\n<Message Id="Ask">'
+        attributes = b''.join(b' a%d="1"' % i for i in range(200_000))
+        block = b'<?xml version="1.0"?><?x \'?><a' + attributes[:100_000] + b'/>'
+        laughs = b'<!ENTITY a "' + b'ha' * 50 + b'">' + b''.join(
+            b'<!ENTITY %c "%s">' % (c + 1, b'&%c;' % c * 30) for c in range(ord('a'), ord('i')))
+        defaults = b'<!DOCTYPE a [<!ATTLIST b c CDATA "' + b'x' * 200_000 + b'">]><a>' + b'<b/>' * 5000 + b'</a>'
+        deep = b'<Param Name="n" Type="Map">' * 5000
+        long_text = f'<Param Name="t" Type="String" Value="{"y" * 9000}"/>'
+        return {
+            'garbage': ([noise(65536) for _ in range(100)], 0),
+            'stream without a frame': ([b'x' * 65536] * 600, 0),
+            'frame without an end': ([begin] + [b'x' * 65536] * 400, 0),
+            'empty elements, 7 MB': ([begin, b'<a/>' * 1_750_000, b'</Message>'], 0),
+            '200,000 attributes': ([begin + b'<b' + attributes + b'/></Message>'], 0),
+            'frames of many attributes': ([block] * 60, 0),
+            'defaults of attributes': ([b'<?xml version="1.0"?>' + defaults], 0),
+            'entities': ([b'<?xml version="1.0"?><!DOCTYPE a [' + laughs + b']><a>&i;</a>'], 0),
+            'nested maps': ([begin + deep], 0),
+            'one byte at a time': ([begin + b'x' * 100_000] + [b'x'] * 40, 0.05),
+            'requests without reading': ([self.frame(long_text)] * 1000, 0),
+            'parts of requests': ([self.frame('')[:self.random.randrange(20, 150)] for _ in range(500)], 0),
+        }
+
+    def attack_server(self, part, answers, seconds):
+        most_memory = 1024 * 1024  # KiB
+        longest = (0.0, '')
+        clock = Clock(seconds)
+        server = Process([self.peer, 'serve', 'torture'], stderr=subprocess.DEVNULL)
+        if not server.wait_for('ready'):
+            part.check(False, 'the server did not start')
+            return
+        grown = []
+        while True:
+            for name, (pieces, pause) in self.attacks().items():
+                def send(pieces=pieces, pause=pause):
+                    try:
+                        with self.connect('torture', 20) as connection:
+                            for piece in pieces:
+                                connection.sendall(piece)
+                                time.sleep(pause)
+                    except OSError:
+                        pass  # the server may close the connection, or not read on
+
+                attacker = threading.Thread(target=send)
+                attacker.start()
+                if pause:
+                    time.sleep(0.3)  # asked while it goes on
+                else:
+                    attacker.join()
+                answered = self.ask('torture')
+                attacker.join()
+                longest = max(longest, (answered or 0, name))
+                answers.check(answered is not None and answered < PATIENCE / 2,
+                              f'{name}: answered after {answered} s')
+                status = pathlib.Path(f'/proc/{server.process.pid}/status')
+                values = dict(re.findall(r'(VmHWM|VmRSS):\s+(\d+)', status.read_text())) if status.exists() else {}
+                alive = server.process.poll() is None
+                part.check(alive and int(values.get('VmHWM', 0)) <= most_memory,
+                           f'{name}: alive: {alive}, memory {values}')
+                if not alive:
+                    return
+            grown.append(int(values.get('VmRSS', 0)))
+            for _ in range(200):
+                try:
+                    self.connect('torture').close()
+                except OSError:
+                    pass
+            answers.check(self.ask('torture') is not None, 'no answer after 200 connections')
+            if clock.over(part, 0):
+                break
+        code = server.end()
+        part.check(code == 0, f'the server ended with {code}')
+        answers.note = f'the slowest after {longest[0]:.1f} s ({longest[1]})'
+        part.note = 'resident after each round: ' + ', '.join(f'{size // 1024} MiB' for size in grown)
+
+    def attack_client(self, part, seconds, minimum):
+        """Servers that answer wrongly: the client must accept the right answers alone."""
+        clock = Clock(seconds)
+        path = self.folder / 'hostile'
+        while not clock.over(part, minimum):
+            path.unlink(missing_ok=True)
+            listener = socket.socket(socket.AF_UNIX, socket.SOCK_STREAM)
+            listener.bind(str(path))
+            listener.listen(5)
+            listener.settimeout(PATIENCE)
+            client = Process([self.peer, 'client', 'hostile'], stderr=subprocess.DEVNULL)
+            asked = 0
+            try:
+                connection, _ = listener.accept()
+                connection.settimeout(PATIENCE)
+                text = ''
+                while asked < 30:
+                    text += connection.recv(65536).decode(errors='replace')
+                    for request in re.findall(r'<Message.*?</Message>', text, re.S):
+                        connection.sendall(self.wrong_answers(request))
+                        asked += 1
+                    text = text[text.rfind('</Message>') + 1:] if '</Message>' in text else text
+            except OSError as error:
+                part.check(False, f'the client stopped asking: {error}')
+            listener.close()
+            code = client.end()
+            answers = [line.split()[1:] for line in client.lines if line and line.startswith('answer')]
+            if answers and answers[-1][0] == '0':
+                answers.pop()  # the end of the program ends a wait without an answer
+            wrong = [answer for answer in answers if answer[0] != answer[1]]
+            right = len(answers) - len(wrong)
+            for _ in range(asked):
+                part.check(not wrong and right > 0, f'accepted as answers: {wrong[:3]}; right: {right}')
+            part.check(code == 0, f'the client ended with {code}')
+
+    def wrong_answers(self, request):
+        unique = re.search(r'UniqueId="([^"]*)"', request)[1]
+        number = re.search(r'Name="n"[^>]*Value="(\d+)"', request)
+        number = number[1] if number else '0'
+
+        def answer(original, value):
+            return self.frame(f'<Param Name="n" Type="Int" Value="{value}"/>', need_response=False).replace(
+                b'{00000000-0000-0000-0000-000000000000}', original.encode()).replace(
+                    b'IsResponse="False"', b'IsResponse="True"')
+
+        other = '{12345678-1234-1234-1234-123456789abc}'
+        null = '{00000000-0000-0000-0000-000000000000}'
+        wrong = [answer(other, 4711), answer(null, 4712), self.frame(''), self.random.randbytes(1000),
+                 answer(other, 4713)[:100], b'<?xml version="1.0"?><Message/>']
+        self.random.shuffle(wrong)
+        return b''.join(wrong) + answer(unique, number) + answer(other, 4714)
+
+    # Grids
+
+    def storm_grid(self, part, seconds, minimum):
+        grid = f't{os.getpid()}'
+        clock = Clock(seconds)
+        living = []
+        processes = set()
+        killed = 0
+
+        def finish(member):
+            """Ends a member in an orderly way."""
+            joined = member.wait_for('joined')
+            code = member.end()
+            part.check(joined and code == 0, f'joined: {joined}, ended with {code}')
+
+        while not clock.over(part, minimum):
+            while len(living) < 12:
+                member = Process([self.peer, 'grid', grid], stderr=subprocess.DEVNULL)
+                processes.add(member.process.pid)
+                living.append(member)
+            member = living.pop(self.random.randrange(len(living)))
+            if self.random.random() < 0.4:
+                time.sleep(self.random.uniform(0, 0.02))
+                member.kill()
+                killed += 1
+                part.check(True, '')
+            else:
+                finish(member)
+        for member in living:
+            finish(member)
+        finish(Process([self.peer, 'grid', grid], stderr=subprocess.DEVNULL))
+        part.note = f'{killed} of the members were killed'
+        if self.tool:
+            subprocess.run([self.tool, 'grid', 'clean', grid], stdout=subprocess.DEVNULL, check=False,
+                           timeout=PATIENCE)
+            left = [entry for entry in os.listdir(self.folder) if grid in entry or 'qipc' in entry]
+            part.check(not left, f'files are left: {left}')
+        segments = pathlib.Path('/proc/sysvipc/shm')
+        if segments.exists():
+            rows = [line.split() for line in segments.read_text().splitlines()[1:]]
+            left = [row for row in rows if int(row[4]) in processes]
+            part.check(not left, f'shared memory is left: {left}')
+
+    # All of it
+
+    def run(self, seconds, is_short):
+        parts = []
+
+        def do(name, operation, share, *arguments):
+            part = Part(name)
+            parts.append(part)
+            print(f'==> {name}', flush=True)
+            operation(part, *arguments[:-1], seconds * share, *arguments[-1:])
+            return part
+
+        scale = 1 if is_short else 4
+        do('processes killed while they save', self.kill_savers, 0.30, 30 * scale)
+        do('saves with a failing system call', lambda part, time, _: self.fail_calls(part, time), 0.25, 0)
+        do('stores opened with a failing system call', lambda part, time, _: self.fail_settings(part, time),
+           0.05, 0)
+        do('saves to a full file system', self.fill_disk, 0.05, 10 * scale)
+        do('saves beyond a limit of size', self.limit_size, 0.05, 10 * scale)
+        reads = Part('reads while these save')
+        do('saves of six processes to one file', lambda part, time, least: self.compete(part, reads, time, least),
+           0.08, 200 * scale)
+        parts.append(reads)
+        answers = Part('requests answered meanwhile')
+        do('attacks of a peer on a server', lambda part, time, _: self.attack_server(part, answers, time), 0.08, 0)
+        parts.append(answers)
+        do('wrong answers to a client', self.attack_client, 0.04, 30 * scale)
+        do('members of a grid that come, go and die', self.storm_grid, 0.10, 20 * scale)
+        return parts
+
+
+def table(parts):
+    lines = ['| tried | times | held | remark |', '| --- | ---: | ---: | --- |']
+    for part in parts:
+        if part.tried == 0:
+            lines.append(f'| {part.name} | not tried | | {part.note} |')
+        else:
+            lines.append(f'| {part.name} | {part.tried:,} | {part.held:,} | {part.note} |')
+    return '\n'.join(lines)
+
+
+def main():
+    parser = argparse.ArgumentParser(description=__doc__.splitlines()[0])
+    parser.add_argument('--saver', required=True, help='the program SaveLoop')
+    parser.add_argument('--peer', required=True, help='the program MessagePeer')
+    parser.add_argument('--tool', help='the program qvutil')
+    parser.add_argument('--seconds', type=float, default=300)
+    parser.add_argument('--seed', default=str(time.time_ns()))
+    parser.add_argument('--short', action='store_true', help='a quarter of the minimum of each part')
+    parser.add_argument('--report', type=pathlib.Path, help='file for the table')
+    parser.add_argument('--fill-disk', help=argparse.SUPPRESS)
+    parser.add_argument('--minimum', type=int, default=0, help=argparse.SUPPRESS)
+    options = parser.parse_args()
+
+    torture = Torture(options)
+    if options.fill_disk:
+        print(json.dumps(torture.fill_disk_inside(options.fill_disk, options.seconds, options.minimum)))
+        shutil.rmtree(torture.folder)
+        return 0
+
+    start = time.monotonic()
+    print(f'==> seed {options.seed}', flush=True)
+    parts = torture.run(options.seconds, options.short)
+    print(f'\n{table(parts)}\n\n{time.monotonic() - start:.0f} seconds')
+    if options.report:
+        options.report.parent.mkdir(parents=True, exist_ok=True)
+        options.report.write_text(table(parts) + '\n')
+    failures = sum(len(part.failures) for part in parts)
+    if failures:
+        print(f'{failures} did not hold; what is left is in {torture.folder}')
+        return 1
+    shutil.rmtree(torture.folder)
+    return 0
+
+
+if __name__ == '__main__':
+    sys.exit(main())
