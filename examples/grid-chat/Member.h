@@ -23,17 +23,17 @@ private:
 };
 //! [responder]
 
-/// One process of a grid: it joins, answers questions, and does what it is told.
+/// One process of a grid: it joins, answers questions, and carries out commands.
 class Member
 {
 public:
     Member(const QString& grid, const QString& name);
 
-    /// Tells who else is there: "3 alive, 1 dead".
+    /// Describes the members of the grid: "3 alive, 1 dead".
     [[nodiscard]] QString Members();
-    /// Asks the member to which this one is connected some questions.
+    /// Sends requests to the member to which this one is connected.
     [[nodiscard]] QStringList AskQuestions();
-    /// Connects to the newest member. Only the first one can choose: the others are connected already.
+    /// Connects to the newest member. Only the first member can do so: the others have a connection already.
     void TurnToNewest();
 
 private:
@@ -41,7 +41,7 @@ private:
 
     Answers mAnswers;
     Quorvin::Util::IPCManager mManager;
-    bool mHasServer = false; // the first member is connected to nobody
+    bool mHasServer = false; // the first member is not connected to another
 };
 
 #endif // GRID_CHAT_MEMBER_H

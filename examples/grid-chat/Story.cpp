@@ -22,7 +22,7 @@ void Print(const QString& line)
     std::fflush(stdout);
 }
 
-/// A member in a process of its own, which is told what to do, one line at a time.
+/// A member in a separate process, which receives one command per line.
 class Actor
 {
 public:
@@ -57,7 +57,7 @@ public:
     }
 
 private:
-    // Up to the line that says that it is done.
+    // Read up to the line that reports the end.
     void PrintAnswer()
     {
         for (;;) {
@@ -109,10 +109,10 @@ int PlayStory(const QString& tool)
     ben.Kill();
     cleo.Do("members");
     ShowGrid(tool, grid, {});
-    // Who joins prunes the entries of the dead.
+    // A joining process prunes the entries of dead members.
     Actor newBen(grid, u"ben"_s);
     ShowGrid(tool, grid, {&newBen});
-    // What is left of the killed one is its socket, which no other process has a use for.
+    // The socket file of the killed member remains. No other process uses it.
     RunTool(tool, u"clean"_s, grid);
     return 0;
 }

@@ -5,7 +5,7 @@
 //
 //   grid-chat                starts three of them, and kills one: the next that joins prunes its entry
 //   grid-chat --tool QVUTIL  the same, with the tool to show the grid in between
-//   grid-chat GRID NAME      one of them. It does what it is told, line by line: members, ask, turn
+//   grid-chat GRID NAME      one of them. It reads commands, one per line: members, ask, turn
 
 #include "Member.h"
 #include "Story.h"
@@ -27,7 +27,7 @@ int BeMember(const QString& grid, const QString& name)
     out << name << " joins: " << member.Members() << "\ndone" << Qt::endl;
 
     QFile in;
-    if (!in.open(stdin, QIODevice::ReadOnly | QIODevice::Unbuffered)) // for the notifier to see what is left
+    if (!in.open(stdin, QIODevice::ReadOnly | QIODevice::Unbuffered)) // the notifier must see unread bytes
         return 1;
     QSocketNotifier notifier(in.handle(), QSocketNotifier::Read);
     QObject::connect(&notifier, &QSocketNotifier::activated, &notifier, [&] {

@@ -72,8 +72,7 @@ int Ask(const QString& name)
     //! [request]
     out.flush();
 
-    // This message asks for no answer. The shop sends a message of its own in return, which arrives as a
-    // signal.
+    // This message is not a request. The shop sends another message in return, which arrives as a signal.
     QObject::connect(&manager, &IPCManager::MessageReceived, &manager,
                      [&out](const QString& id, const QVariantMap& params) {
                          out << id << ", customers: " << params.value(u"Customers"_s).toInt() << '\n';

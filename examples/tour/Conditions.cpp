@@ -10,7 +10,7 @@ using namespace Qt::StringLiterals;
 namespace {
 
 //! [callback]
-// What the operands mean is the program's business; an operand that it does not know fails the expression.
+// The program defines the operands. An unknown operand makes the evaluation fail.
 bool IsTrue(const QString& operand, bool& value)
 {
     value = operand == "document open"_L1 || operand == "text selected"_L1;

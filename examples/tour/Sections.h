@@ -11,10 +11,10 @@ struct Folders
 {
     QString Database; ///< the system's database of file types
     QString Samples; ///< the sample documents and their translations
-    QString Work; ///< a folder of the tour's own
+    QString Work; ///< a folder for the tour's files
 };
 
-// The sections of the tour, each in a file of its own. They return false when something did not work.
+// The sections of the tour, each in a separate file. They return false after a failure.
 bool ShowDatabase(Transcript& transcript, const Folders& folders);
 bool ShowValues(Transcript& transcript, const Folders& folders);
 bool ShowSettings(Transcript& transcript, const Folders& folders);

@@ -24,7 +24,7 @@ public:
     void Note(const QString& text);
     /// Prints a line of a document.
     void Line(const QString& text);
-    /// Prints one call, as it stands in the source, and its result.
+    /// Prints the source text of a call, and its result.
     void Call(const char* source, const QString& result);
 
     static QString Text(bool value);
