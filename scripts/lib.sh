@@ -78,10 +78,12 @@ packages_of()
             echo cmake ninja ccache pkgconf qt cli11 ;;
         test:debian)
             echo binutils clang gobjc++ libgnustep-gui-dev libicu-dev libxml2-utils python3 qt6-l10n-tools \
-                shared-mime-info tzdata ;;
+                qt6-translations-l10n shared-mime-info tzdata ;;
         test:brew)
             echo icu4c libxml2 shared-mime-info ;;
-        demo:debian | demo:brew)
+        demo:debian)
+            echo qt6-translations-l10n shared-mime-info ;;
+        demo:brew)
             echo shared-mime-info ;;
         pictures:debian)
             echo fonts-dejavu-core fonts-vlgothic ;;

@@ -52,6 +52,13 @@ private:
     QColor mColour;
 };
 
+// The short format of a locale, with four digits for the year.
+QString DateFormat(const QLocale& locale)
+{
+    const QString format = locale.dateFormat(QLocale::ShortFormat);
+    return format.contains("yyyy"_L1) ? format : QString(format).replace(u"yy"_s, u"yyyy"_s);
+}
+
 } // namespace
 
 //! [build]
@@ -60,6 +67,7 @@ FormDialog::FormDialog(XmlFiler& document, QWidget* parent)
 {
     setObjectName(document.ReadString(u"Name"_s, QString()));
     setWindowTitle(document.ReadString(u"Title"_s, QString()));
+    setLocale(parent->locale()); // for dates
     auto* layout = new QVBoxLayout(this);
     auto* pages = new QTabWidget;
     auto* form = new QFormLayout;
@@ -93,6 +101,16 @@ FormDialog::FormDialog(XmlFiler& document, QWidget* parent)
 }
 //! [build]
 
+FormDialog* FormDialog::Make(XmlFiler& document, const QString& name, QWidget* parent)
+{
+    document.MoveToRoot();
+    for (bool found = document.MoveToFirstChild(); found; found = document.MoveToNextSibling()) {
+        if (document.GetCurrentNodeName() == "Dialog"_L1 && document.ReadString(u"Name"_s, QString()) == name)
+            break;
+    }
+    return new FormDialog(document, parent);
+}
+
 void FormDialog::BuildPage(XmlFiler& document, QFormLayout& form)
 {
     QHash<QString, QLabel*> labels;
@@ -115,7 +133,7 @@ void FormDialog::BuildPage(XmlFiler& document, QFormLayout& form)
             form.addRow(field);
             return;
         }
-        label->setBuddy(field); // the underlined letter of the label leads to the field
+        label->setBuddy(field); // the label's mnemonic moves the focus to the field
         field->setAccessibleName(label->text().remove(u'&'));
         form.addRow(label, field);
     });
@@ -153,6 +171,7 @@ QWidget* FormDialog::MakeField(XmlFiler& document, const QString& kind)
     if (kind == "Date"_L1) {
         auto* date = new QDateEdit(QDate::currentDate());
         date->setCalendarPopup(true);
+        date->setDisplayFormat(DateFormat(locale()));
         return date;
     }
     if (kind == "Color"_L1) {

@@ -13,7 +13,7 @@
 
 class QFormLayout;
 
-/// A dialog made from an element Dialog of a document: fields in pages or in one form, and buttons.
+/// A dialog built from an element Dialog of a document: fields, on pages or in one form, and buttons.
 ///
 /// | element | becomes                                          | its value              |
 /// |---------|--------------------------------------------------|------------------------|
@@ -32,14 +32,17 @@ class FormDialog : public QDialog
 {
     Q_OBJECT
 public:
-    /// \param document  the cursor is on the element Dialog; it comes back to it
-    explicit FormDialog(Quorvin::Util::XmlFiler& document, QWidget* parent);
+    /// \param document  a document with the cursor on an element Dialog; the cursor does not move
+    /// \param parent    the dialog takes its locale
+    FormDialog(Quorvin::Util::XmlFiler& document, QWidget* parent);
+    /// Makes a dialog from the child element Dialog of a document's root that has this Name.
+    static FormDialog* Make(Quorvin::Util::XmlFiler& document, const QString& name, QWidget* parent);
 
     [[nodiscard]] QVariant Value(const QString& name) const;
     void SetValue(const QString& name, const QVariant& value);
-    /// The Name of the button that closed the dialog; empty if it was closed otherwise.
+    /// Returns the Name of the button that closed the dialog; empty if it was closed without a button.
     [[nodiscard]] QString PressedButton() const { return mPressed; }
-    /// Sets what stands above the fields; the document's text, which may hold "%1", by default.
+    /// Sets the text above the fields. By default it is the document's text, which may contain "%1".
     void SetMessage(const QString& text);
     [[nodiscard]] QString Message() const;
 

@@ -20,7 +20,7 @@ namespace {
 
 constexpr char kCondition[] = "condition";
 
-// The pictures that come with every style of Qt, by the names that stand in the document.
+// Reads an icon by name. The icons are those of Qt's styles.
 QIcon ReadIcon(XmlFiler& document, const QWidget& widget)
 {
     EnumValueName names[] = {

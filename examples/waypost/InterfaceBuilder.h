@@ -14,10 +14,10 @@ class QMainWindow;
 class QMenu;
 class QTableWidget;
 
-/// Builds the menus, the toolbar and the tables of a window from a document, and gives them their texts.
+/// Builds the menus, the toolbar and the columns of tables from a document, and sets their texts.
 ///
-/// Apply() makes what is missing and sets every text. Called again after a change of language, it finds all
-/// objects there by their names, and changes their texts alone.
+/// Apply() creates missing objects and sets all texts. After a change of language, call it again: it finds
+/// the existing objects by their names and only changes their texts.
 ///
 /// | element               | becomes                                | its object name |
 /// |-----------------------|----------------------------------------|-----------------|
@@ -37,13 +37,12 @@ public:
     [[nodiscard]] QAction* Action(const QString& name) const;
     [[nodiscard]] QMenu* Menu(const QString& name) const;
     [[nodiscard]] QTableWidget* Table(const QString& name) const;
-    /// The text of an element Text below Texts.
+    /// Returns the text of the element Text with that name, below Texts.
     [[nodiscard]] QString Text(const QString& name) const { return mTexts.value(name); }
-    /// The name that is shown for a value of a choice, such as the kinds of points.
+    /// Returns the text for a value of a choice, such as a kind of points.
     [[nodiscard]] QString Choice(const QString& choice, const QString& value) const;
 
-    /// Under what condition an action is enabled, as an expression; empty means always.
-    /// \param object  a QAction, or the QAction of a menu
+    /// Returns the expression that enables an action or a menu; empty if it is always enabled.
     [[nodiscard]] static QString Condition(const QAction& action);
 
 private:
@@ -59,7 +58,7 @@ private:
     bool mIsBuilt = false;
 };
 
-/// Calls \p visit with the name of each child element of the cursor, the cursor on that child.
+/// Moves the cursor to each child element in turn and calls \p visit with its name. The cursor returns.
 template <typename Visit> void ForEachChild(Quorvin::Util::XmlFiler& document, Visit visit)
 {
     document.PushCurrentNode();

@@ -19,12 +19,12 @@ namespace {
 struct Choice
 {
     QLatin1StringView Code;
-    QLatin1StringView LocaleName; // where the user's own locale is one of another language
+    QLatin1StringView LocaleName; // used if the user's own locale has another language
 };
 
 constexpr Choice kChoices[] = {{"en"_L1, "en-US"_L1}, {"de"_L1, "de-DE"_L1}, {"ja"_L1, "ja-JP"_L1}};
 
-// The user's locale if it is of that language ("de-AT" for "de"), else the usual one.
+// The user's own locale if it has the chosen language ("de-AT" for "de"), otherwise the default one.
 QString LocaleNameFor(const Choice& choice)
 {
     const QString own = LocaleUtil::GetCurrentUserLocale();
@@ -57,7 +57,7 @@ void Language::Select(const QString& code)
     mCode = choice.Code;
     mLocale = QLocale(LocaleNameFor(choice));
 
-    // A translator belongs to one file. The documents may still point to the old one until Changed.
+    // Documents point to the old translator until they have received Changed, so it is deleted afterwards.
     const std::unique_ptr<XlfTranslator> old = std::move(mTranslator);
     if (mCode != "en"_L1)
         mTranslator = std::make_unique<XlfTranslator>(mDataFolder + u"/Waypost.%1.xlf"_s.arg(mCode));
@@ -67,8 +67,8 @@ void Language::Select(const QString& code)
 //! [select]
 
 //! [qt]
-// The buttons of file dialogs and the like are Qt's own texts. They come from Qt's translations by the usual
-// QTranslator, which goes well with the XlfTranslator of the documents.
+// Texts such as the buttons of file dialogs belong to Qt. A QTranslator reads Qt's translations of them; it
+// works beside the XlfTranslator of the documents.
 void Language::InstallQtTranslations()
 {
     QCoreApplication::removeTranslator(&mQtTexts);
@@ -81,7 +81,7 @@ void Language::InstallQtTranslations()
 QString Language::FindFile(const QString& name, const QString& folder) const
 {
     const Choice& choice = FindChoice(mCode);
-    // Only the full name of a locale counts, so the fallbacks are ours: de-AT, then de-DE, then en-US.
+    // FindLocaleFile knows no fallbacks, so try de-AT, then de-DE, then en-US.
     for (const QString& locale : {LocaleNameFor(choice), QString(choice.LocaleName), u"en-US"_s}) {
         const QString file = GeneralUtil::FindLocaleFile(name, locale, folder);
         if (!file.isEmpty())

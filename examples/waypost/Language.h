@@ -13,8 +13,8 @@
 
 #include <memory>
 
-/// The language that Waypost speaks: translations of its documents, of Qt's own texts, and the way in which
-/// numbers and dates are written.
+/// The current language: the translations of Waypost's documents and of Qt's own texts, and the format of
+/// numbers and dates.
 class Language : public QObject
 {
     Q_OBJECT
@@ -22,17 +22,16 @@ public:
     /// \param dataFolder  the folder with Waypost.de.xlf and so on
     explicit Language(QString dataFolder, QObject* parent = nullptr);
 
-    /// Chooses the language. Documents that point to the former translator must be given the new one: this
-    /// is what Changed is for.
+    /// Changes the language, and emits Changed. Documents must be given the new translator then.
     /// \param code  "en", "de" or "ja"; empty for the language of the system
     void Select(const QString& code);
 
-    /// \return "en", "de" or "ja", whichever is spoken now
+    /// \return code of the current language: "en", "de" or "ja"
     [[nodiscard]] QString Code() const { return mCode; }
-    /// \return the translator for an XmlFiler; null for English, in which the documents are written
+    /// \return the translator for an XmlFiler; null for English, the language of the documents
     [[nodiscard]] Quorvin::Util::XlfTranslator* Translator() const { return mTranslator.get(); }
     [[nodiscard]] const QLocale& Locale() const { return mLocale; }
-    /// \return the file of that name that is meant for this language; empty if there is none
+    /// \return path of the file \p name for the current language below \p folder; empty if there is none
     [[nodiscard]] QString FindFile(const QString& name, const QString& folder) const;
 
 Q_SIGNALS:

@@ -6,6 +6,7 @@
 
 #include "InterfaceBuilder.h"
 #include "Language.h"
+#include "Notices.h"
 #include "PointDelegate.h"
 #include "TourBook.h"
 #include "UserSettings.h"
@@ -20,15 +21,15 @@
 #include <memory>
 
 class FormDialog;
-class QActionGroup;
+class PointTable;
 class QLabel;
 class QSplitter;
-class QTableWidget;
 class QTextBrowser;
+class TourTable;
 class TourView;
 class WindowGrid;
 
-/// The window of Waypost. What it looks like stands in MainWindow.xml, what its tours are in TourBook.
+/// The main window: connects the interface that is built from MainWindow.xml with the tours of a TourBook.
 class MainWindow : public QMainWindow
 {
     Q_OBJECT
@@ -43,27 +44,27 @@ public:
 
     /// Opens tours and selects the last one. Reports the files that cannot be opened.
     void OpenFiles(const QStringList& files);
-    /// Opens the tours of the last time, if the user wants that.
+    /// Opens the tours that were open last time, if the preferences say so.
     void OpenLastFiles();
-    /// Comes to the front.
+    /// Brings the window to the front.
     void ComeForward();
-    /// Tells the user what is wrong with the settings file, if anything is.
-    void TellOfSettings();
-    /// Puts the window where it was the last time.
+    /// Reports a damaged or unreadable settings file to the user.
+    void ReportSettings();
+    /// Restores the position and size that the window had last time.
     void RestorePlace();
-    /// Shows the preferences, without waiting for the user.
+    /// Opens the dialog with the preferences, without waiting for the user.
     FormDialog* ShowPreferences();
 
     void SelectTour(int index);
     void SelectPoint(int point);
-    /// Speaks a language from now on, also the next time.
+    /// Changes the language, and keeps it in the settings.
     void SelectLanguage(const QString& code);
-    /// Speaks a language this time.
-    void SpeakOnce(const QString& code);
+    /// Changes the language until the program ends.
+    void SelectLanguageOnce(const QString& code);
 
     [[nodiscard]] const TourBook& Tours() const { return mTours; }
     [[nodiscard]] int CurrentTour() const { return mCurrent; }
-    [[nodiscard]] const Language& Speech() const { return mLanguage; }
+    [[nodiscard]] const Language& CurrentLanguage() const { return mLanguage; }
     [[nodiscard]] WindowGrid* Grid() const { return mGrid.get(); }
 
 protected:
@@ -73,9 +74,10 @@ private:
     void BuildCentre();
     void ConnectActions();
     void ConnectGrid(const QString& grid);
-    void On(const QString& name, void (MainWindow::*slot)());
+    void ConnectSwitches();
+    void Connect(const QString& name, void (MainWindow::*slot)());
 
-    // What the conditions in MainWindow.xml mean.
+    // Defines the conditions that MainWindow.xml uses.
     void DefineConditions();
     void UpdateActions();
 
@@ -84,7 +86,6 @@ private:
     void Save();
     void SaveAs();
     bool SaveTo(int index, const QString& file);
-    [[nodiscard]] QByteArray Sketch(const Tour& tour) const;
     void Export();
     void CloseCurrent();
     [[nodiscard]] bool MayClose(int index);
@@ -96,21 +97,19 @@ private:
     void EditPreferences() { ShowPreferences(); }
     void NewWindow();
     void ShowHelp();
+    void LoadHelp();
     void About();
-    void ChangePoint(int row, PointDelegate::Column column, const QVariant& value);
+    void ChangePoint(int index, PointDelegate::Column column, const QVariant& value);
     void ReceiveTour(const QString& xml);
 
-    void Speak();
+    void ApplyLanguage();
+    void ApplyPreferences(const Preferences& preferences);
     void Refresh();
-    void FillTours();
-    void FillPoints();
+    void ShowCount();
+    void FillMenus();
     void FillRecent();
-    void FillLanguages();
     void FillWindows();
-    void Apply(const Preferences& preferences);
-    [[nodiscard]] FormDialog* MakeDialog(const QString& name);
-    void Tell(const QString& text);
-    void TellOf(const QString& file, const TourError& error);
+    void UpdateUndoTexts();
     [[nodiscard]] QString NameOf(int tour) const;
     [[nodiscard]] QString Text(const QString& name) const { return mBuilder.Text(name); }
 
@@ -122,24 +121,21 @@ private:
     Quorvin::Util::XmlFiler mDocument;
     Quorvin::Util::XmlFiler mPreferencesDocument;
     InterfaceBuilder mBuilder;
+    Notices mNotices;
     QHash<QString, std::function<bool()>> mConditions;
     TourBook mTours;
     int mCurrent = -1;
     std::unique_ptr<WindowGrid> mGrid;
 
-    QTableWidget* mTourTable = nullptr;
-    QTableWidget* mPointTable = nullptr;
-    PointDelegate* mPointDelegate = nullptr;
-    QLabel* mEmpty = nullptr;
+    TourTable* mTourTable = nullptr;
+    PointTable* mPointTable = nullptr;
     TourView* mView = nullptr;
     QLabel* mCount = nullptr;
     QSplitter* mAcross = nullptr;
     QSplitter* mDown = nullptr;
-    QActionGroup* mLanguages = nullptr;
     QTextBrowser* mHelp = nullptr;
     QString mUndoText;
     QString mRedoText;
-    bool mIsFilling = false;
 };
 
 #endif // WAYPOST_MAINWINDOW_H

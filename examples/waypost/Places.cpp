@@ -27,7 +27,7 @@ QString DataFolder()
 QString UserFolder()
 {
     const QString folder = GeneralUtil::GetAppDataPath() + u"/Waypost"_s;
-    QDir().mkpath(folder); // a settings file is made by its first save, a folder is not
+    QDir().mkpath(folder); // saving the settings does not create folders
     return folder;
 }
 

@@ -6,15 +6,15 @@
 
 #include <QString>
 
-/// Where Waypost finds and keeps its files, and what its processes are called by one another.
+/// The folders of Waypost, and the name by which its processes find each other.
 namespace Places {
 
 /// The folder with the interface documents, the translations, the help and the sample tours.
 QString DataFolder();
-/// The folder for this user's settings; it is made if it does not exist.
+/// The folder for this user's settings; created if it does not exist.
 QString UserFolder();
-/// A name for messages between this user's processes. Names are shared by all users of the machine, so the
-/// user is a part of it. So is the folder, so that two sets of settings mean two independent programs.
+/// The name of servers and grids. All users of a machine share these names, so the user id is part of it. So
+/// is a hash of the settings folder: instances with different settings are independent.
 QString ProcessName();
 
 } // namespace Places

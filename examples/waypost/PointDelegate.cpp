@@ -42,7 +42,7 @@ QWidget* PointDelegate::createEditor(QWidget* parent, const QStyleOptionViewItem
 
 void PointDelegate::setEditorData(QWidget* editor, const QModelIndex& index) const
 {
-    const QVariant value = index.data(Qt::UserRole + 1);
+    const QVariant value = index.data(kValueRole);
     if (auto* choice = qobject_cast<QComboBox*>(editor))
         choice->setCurrentIndex(choice->findData(value));
     else if (auto* height = qobject_cast<QSpinBox*>(editor))
@@ -51,7 +51,7 @@ void PointDelegate::setEditorData(QWidget* editor, const QModelIndex& index) con
         QStyledItemDelegate::setEditorData(editor, index);
 }
 
-// The table is filled again from the changed tour, so the model is left alone.
+// Does not change the model: the table is filled again from the changed tour.
 void PointDelegate::setModelData(QWidget* editor, QAbstractItemModel* /*model*/,
                                  const QModelIndex& index) const
 {

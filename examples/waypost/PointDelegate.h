@@ -10,7 +10,7 @@
 
 #include <functional>
 
-/// Edits the cells of the table of waypoints: a name, a kind from a list, a height in the user's units.
+/// Edits the cells of PointTable: a name, a kind from a list, a height in the current units.
 class PointDelegate : public QStyledItemDelegate
 {
     Q_OBJECT
@@ -21,8 +21,10 @@ public:
         Way, // cannot be edited
         Elevation,
     };
+    /// The role of the value that is edited: the name of a kind, or the height in metres.
+    static constexpr int kValueRole = Qt::UserRole + 1;
 
-    /// \param kindName  gives the name that is shown for a kind in the present language
+    /// \param kindName  returns the name of a kind in the current language
     PointDelegate(std::function<QString(const QString& kind)> kindName, QObject* parent);
     void SetUnits(Units units) { mUnits = units; }
 
@@ -33,7 +35,7 @@ public:
 
 Q_SIGNALS:
     /// The user has changed a cell.
-    /// \param value  the name, the kind's name in files, or the height in metres
+    /// \param value  the name, the name of the kind in files, or the height in metres
     void Edited(int row, PointDelegate::Column column, const QVariant& value) const;
 
 private:

@@ -13,11 +13,11 @@ using Quorvin::Util::IPCManager;
 
 namespace {
 
-constexpr int kPatienceMs = 5000;
-constexpr int kFirstTryMs = 50;
-constexpr int kLongestTryMs = 800;
+constexpr int kTimeoutMs = 5000;
+constexpr int kFirstAttemptMs = 50;
+constexpr int kLongestAttemptMs = 800;
 
-// Asks the first instance, once. A manager tries to connect once a second, so each try has a new one.
+// Asks the first instance once. A manager tries to connect once a second, so each attempt uses a new one.
 //! [handover]
 bool HandOver(const QString& name, const QStringList& files, int timeoutMs)
 {
@@ -27,7 +27,7 @@ bool HandOver(const QString& name, const QStringList& files, int timeoutMs)
         return false;
     QVariantMap answer;
     manager.SendMessageAndGetResponse(name, u"Open"_s, {{u"Files"_s, files}}, answer, timeoutMs);
-    return answer.value(u"Taken"_s).toBool(); // an answer without it comes from nobody
+    return answer.value(u"Taken"_s).toBool(); // false if no responder has answered
 }
 //! [handover]
 
@@ -36,14 +36,13 @@ bool HandOver(const QString& name, const QStringList& files, int timeoutMs)
 //! [claim]
 SingleInstance::Outcome SingleInstance::Claim(QLockFile& lock, const QString& name, const QStringList& files)
 {
-    lock.setStaleLockTime(0); // a lock is stale when its process has died, and not after some time
-    const QDeadlineTimer deadline(kPatienceMs);
-    for (int timeoutMs = kFirstTryMs; !deadline.hasExpired();
-         timeoutMs = std::min(2 * timeoutMs, kLongestTryMs)) {
+    lock.setStaleLockTime(0); // a lock is stale if its process has died, however old it is
+    const QDeadlineTimer deadline(kTimeoutMs);
+    for (int timeoutMs = kFirstAttemptMs; !deadline.hasExpired();
+         timeoutMs = std::min(2 * timeoutMs, kLongestAttemptMs)) {
         if (lock.tryLock(0))
             return Outcome::First;
-        // The holder of the lock may not listen yet, or may be ending, so keep trying both
-        // by turns.
+        // The holder of the lock may not listen yet, or may be about to exit, so try both in turn.
         if (HandOver(name, files, timeoutMs))
             return Outcome::HandedOver;
     }
@@ -71,7 +70,7 @@ bool SingleInstance::HandleMessage(const QString& messageId, const QVariantMap& 
     if (messageId != "Open"_L1)
         return false;
     responseParams.insert(u"Taken"_s, true);
-    // Opening takes time, and may ask the user something: the other process need not wait for that.
+    // Opening files takes time and may show dialogs. The other process does not have to wait for that.
     const QStringList files = params.value(u"Files"_s).toStringList();
     QMetaObject::invokeMethod(
         this, [this, files] { Q_EMIT FilesReceived(files); }, Qt::QueuedConnection);

@@ -12,16 +12,15 @@
 
 class QLockFile;
 
-/// One program per user: the first instance keeps a lock and listens; later ones hand it their files.
+/// Runs one instance per user: the first one keeps a lock and a server; later ones hand over their files.
 ///
-/// The lock decides, not the name that is listened on: of two programs that start at the same moment exactly
-/// one gets the lock. The system knows that the process that holds a lock has died, so one that was killed
-/// blocks nobody.
+/// The lock decides, not the name of the server: if two programs start at the same moment, exactly one gets
+/// the lock. A lock file contains the id of its process, so the lock of a killed process is taken over.
 ///
 /// \code
 /// QLockFile lock(folder + u"/instance.lock"_s);
 /// if (SingleInstance::Claim(lock, name, files) != SingleInstance::Outcome::First)
-///     return 0; // before any window is made
+///     return 0; // before any window is created
 /// SingleInstance instance(name);
 /// \endcode
 class SingleInstance : public QObject, private Quorvin::Util::IMessageResponder
@@ -29,23 +28,23 @@ class SingleInstance : public QObject, private Quorvin::Util::IMessageResponder
     Q_OBJECT
 public:
     enum class Outcome {
-        First, // the lock is held: go on, and make a SingleInstance
-        HandedOver, // another instance has taken the files: end
-        NoAnswer, // another instance runs, but does not answer
+        First, // this process holds the lock: create a SingleInstance
+        HandedOver, // another instance has received the files: exit
+        NoAnswer, // another instance is running, but does not answer
     };
 
     /// Takes the lock, or hands \p files to the instance that holds it.
     /// \param lock   kept locked by the first instance for as long as it runs
-    /// \param name   what the first instance listens on; it should hold the user
-    /// \param files  absolute paths, since the other instance has another current folder
+    /// \param name   name of the first instance's server; the user should be part of it
+    /// \param files  absolute paths, because the current folders of the instances may differ
     static Outcome Claim(QLockFile& lock, const QString& name, const QStringList& files);
 
-    /// Listens for the instances that start later.
+    /// Starts the server for later instances.
     explicit SingleInstance(const QString& name, QObject* parent = nullptr);
     ~SingleInstance() override;
 
 Q_SIGNALS:
-    /// A later instance has handed over its files, perhaps none. The window should come to the front.
+    /// A later instance has handed over its files, perhaps none. The window is to come to the front.
     void FilesReceived(const QStringList& files);
 
 private:

@@ -18,7 +18,7 @@ using Quorvin::Util::XmlLoadError;
 
 namespace {
 
-// The rows of a table of names. The operations want a table that they could change, so each call makes one.
+// The operations on enumerations take a table that is not const, so each call makes one.
 //! [names]
 QList<EnumValueName> PointKindNames()
 {
@@ -73,6 +73,29 @@ double Tour::Ascent() const
     return ascent;
 }
 
+int Tour::InsertWaypoint(int after, const QString& name)
+{
+    const int index = after + 1;
+    if (after < 0) {
+        Points.insert(index, {name, PointKind::Start, 47.4, 11.0, 800});
+        return index;
+    }
+    const Point& from = Points[after];
+    const Point to = index < Points.size()
+        ? Points[index]
+        : Point{{}, PointKind::Track, from.Latitude + 0.01, from.Longitude + 0.01, from.Elevation};
+    Points.insert(index,
+                  {name, PointKind::View, (from.Latitude + to.Latitude) / 2,
+                   (from.Longitude + to.Longitude) / 2, std::round((from.Elevation + to.Elevation) / 2)});
+    return index;
+}
+
+void Tour::RemoveWaypoint(int index)
+{
+    Points[index].Name.clear();
+    Points[index].Kind = PointKind::Track;
+}
+
 //! [load]
 std::optional<Tour> Tour::Load(const QString& file, TourError& error)
 {
@@ -120,7 +143,7 @@ QString Tour::ToXml() const
 //! [read]
 bool Tour::ReadFrom(XmlFiler& filer)
 {
-    filer.TranslateEnabled = false; // the words of the user: "tr(ail)" is no mark here
+    filer.TranslateEnabled = false; // these are the user's texts: "tr(ail)" is not to be translated
     if (filer.GetCurrentNodeName() != "Tour"_L1)
         return false;
 
@@ -135,7 +158,7 @@ bool Tour::ReadFrom(XmlFiler& filer)
 
     QList<EnumValueName> pointKinds = PointKindNames();
     if (!filer.MoveToNode(u"Points"_s))
-        return true; // a tour that has only been planned
+        return true; // a tour without points
     for (bool found = filer.MoveToFirstChild(); found; found = filer.MoveToNextSibling()) {
         Points.append({filer.ReadString(u"Name"_s, QString()),
                        static_cast<PointKind>(filer.ReadEnum(u"Kind"_s, int(PointKind::Track),

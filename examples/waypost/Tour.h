@@ -17,7 +17,7 @@ class XmlFiler;
 }
 
 enum class PointKind {
-    Track, // on the way, without a name
+    Track, // a point of the track without a name; all others are waypoints
     Start,
     Summit,
     Hut,
@@ -77,19 +77,27 @@ struct Tour
     /// \return metres climbed
     [[nodiscard]] double Ascent() const;
 
+    /// Inserts a viewpoint half way to the next point; at the end of the track, a little further on.
+    /// \param after  index of a point; -1 inserts the first one
+    /// \return its index
+    int InsertWaypoint(int after, const QString& name);
+    /// Turns a waypoint into a point of the track.
+    void RemoveWaypoint(int index);
+
     /// Loads a tour from a file.
     /// \param error  receives the reason of a failure
-    /// \return nothing if the file does not hold a tour
+    /// \return nothing if the file does not contain a tour
     static std::optional<Tour> Load(const QString& file, TourError& error);
-    /// Saves the tour. The file is the old or the new one, whatever happens meanwhile.
+    /// Saves the tour atomically: if it fails, the old file is unchanged.
     /// \return false if it cannot be written
     [[nodiscard]] bool Save(const QString& file) const;
 
-    /// Reads a tour from text, as another process sends it.
+    /// Reads a tour from a text, such as one that another process has sent.
+    /// \return nothing if the text does not contain a tour
     static std::optional<Tour> FromXml(const QString& xml);
     [[nodiscard]] QString ToXml() const;
 
-    /// Writes the track and the waypoints in the format that navigation devices read.
+    /// Writes the track and the waypoints as GPX, the format of navigation devices.
     /// \return false if the file cannot be written
     [[nodiscard]] bool ExportGpx(const QString& file) const;
 

@@ -10,7 +10,7 @@
 
 namespace {
 
-// Puts one state of a tour in the place of the other.
+// Replaces a tour by its state before or after a change.
 class ChangeTour final : public QUndoCommand
 {
 public:
@@ -67,7 +67,7 @@ int TourBook::Append(const Tour& tour, const QString& file)
 int TourBook::Add(const Tour& tour)
 {
     const int index = Append(tour, {});
-    mEntries.back()->Changes.resetClean(); // in no file: there is something to lose
+    mEntries.back()->Changes.resetClean(); // modified, since no file contains it
     Q_EMIT Changed();
     return index;
 }
@@ -101,7 +101,7 @@ void TourBook::Close(int index)
 {
     const std::unique_ptr<Entry> entry = std::move(mEntries[static_cast<size_t>(index)]);
     mEntries.erase(mEntries.begin() + index);
-    entry->Changes.disconnect(this); // an undo stack tells of its end, too
+    entry->Changes.disconnect(this); // an undo stack emits signals when it is destroyed
     Q_EMIT Changed();
 }
 

@@ -13,7 +13,7 @@
 #include <memory>
 #include <vector>
 
-/// The tours that are open in a window: their files, what was changed, and how to undo it.
+/// The open tours of a window, with their files and undo stacks.
 class TourBook : public QObject
 {
     Q_OBJECT
@@ -21,8 +21,8 @@ public:
     struct Entry
     {
         Tour Content;
-        QString File; // empty until it is saved
-        QUndoStack Changes; // clean: as it is in the file
+        QString File; // empty until the tour is saved
+        QUndoStack Changes; // clean if the file is up to date
     };
 
     using QObject::QObject;
@@ -30,23 +30,26 @@ public:
 
     [[nodiscard]] int Count() const { return static_cast<int>(mEntries.size()); }
     [[nodiscard]] const Entry& At(int index) const { return *mEntries[static_cast<size_t>(index)]; }
-    /// \return the tour of that file; -1 if it is not open
+    /// \return index of the tour of a file; -1 if it is not open
     [[nodiscard]] int Find(const QString& file) const;
     [[nodiscard]] bool IsModified(int index) const { return !At(index).Changes.isClean(); }
 
-    /// Adds a tour that has no file yet; it counts as modified. \return its index
+    /// Adds a tour that has no file yet, and is modified therefore.
+    /// \return its index
     int Add(const Tour& tour);
-    /// Opens a file, or finds the tour that was opened from it.
-    /// \return its index; -1 if it cannot be loaded, and \p error says why
+    /// Opens a file, unless it is open already.
+    /// \param error  receives the reason of a failure
+    /// \return index of the tour; -1 if it cannot be loaded
     int Open(const QString& file, TourError& error);
-    /// \return false if the file cannot be written; the tour stays modified then
+    /// Saves a tour.
+    /// \return false if the file cannot be written; the tour stays modified
     bool Save(int index, const QString& file);
     void Close(int index);
 
-    /// Replaces a tour. Undo() takes it back.
-    /// \param text  what was done, to be shown in the menu
+    /// Replaces a tour. Undo() reverts this.
+    /// \param text  name of the change, for the menu
     void Change(int index, const QString& text, const Tour& tour);
-    /// Changes what is kept with the tour, but is no change that the user would want to undo.
+    /// Sets properties that are saved with the tour, but cannot be undone.
     void SetSection(int index, const QRect& section);
     void SetThumbnail(int index, const QByteArray& thumbnail);
     void Undo(int index) { mEntries[static_cast<size_t>(index)]->Changes.undo(); }

@@ -12,6 +12,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <utility>
 
 using namespace Qt::StringLiterals;
 
@@ -171,7 +172,7 @@ void TourView::SetSelected(int index)
     update();
 }
 
-// What a screen reader says of the picture.
+// Describes the picture for screen readers.
 void TourView::Describe()
 {
     if (!mTour) {
@@ -209,7 +210,7 @@ QRectF TourView::Section() const
         const double margin = std::max({mBounds.width(), mBounds.height(), 200.0}) * 0.14;
         section = mBounds.adjusted(-margin, -margin, margin, margin);
     }
-    // As wide or as high as the widget has it.
+    // Extend the section to the aspect ratio of the widget.
     const double scale = std::max(section.width() / area.width(), section.height() / area.height());
     QRectF fitted(0, 0, area.width() * scale, area.height() * scale);
     fitted.moveCenter(section.center());
@@ -512,26 +513,26 @@ void TourView::DrawProfile(QPainter& painter) const
     painter.drawText(QRectF(64, bottom + 4, area.width() - 84, 20), Qt::AlignCenter, mDistance);
 }
 
-QByteArray TourView::MakeThumbnail() const
+QByteArray TourView::MakeThumbnail(const Tour& tour, const Preferences& preferences)
 {
     constexpr QSize kSize(48, 32);
-    if (mPlaces.isEmpty())
+    TourView view;
+    view.SetTour(tour);
+    if (view.mPlaces.isEmpty())
         return {};
     QImage image(kSize, QImage::Format_RGB32);
     image.fill(kPaper);
-    const double scale = std::min((kSize.width() - 8) / std::max(1.0, mBounds.width()),
-                                  (kSize.height() - 8) / std::max(1.0, mBounds.height()));
+    const double scale = std::min((kSize.width() - 8) / std::max(1.0, view.mBounds.width()),
+                                  (kSize.height() - 8) / std::max(1.0, view.mBounds.height()));
     QList<QPointF> places;
-    for (const QPointF& place : mPlaces)
-        places.append((place - mBounds.center()) * scale + QRectF(image.rect()).center());
+    for (const QPointF& place : std::as_const(view.mPlaces))
+        places.append((place - view.mBounds.center()) * scale + QRectF(image.rect()).center());
     QPainter painter(&image);
     painter.setRenderHint(QPainter::Antialiasing);
-    painter.setPen(QPen(mPreferences.TrackColour, 2));
-    painter.drawPath(PathThrough(places, mPreferences.Smooth));
+    painter.setPen(QPen(preferences.TrackColour, 2));
+    painter.drawPath(PathThrough(places, preferences.Smooth));
     painter.end();
     QByteArray png;
     QBuffer buffer(&png);
-    buffer.open(QIODevice::WriteOnly);
-    image.save(&buffer, "PNG");
-    return png;
+    return buffer.open(QIODevice::WriteOnly) && image.save(&buffer, "PNG") ? png : QByteArray();
 }

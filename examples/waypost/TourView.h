@@ -25,13 +25,13 @@ public:
 
     void SetTour(const std::optional<Tour>& tour);
     void SetPreferences(const Preferences& preferences, const QLocale& locale);
-    /// What is shown without a tour, and what the profile's axes are called.
+    /// Sets the text that is shown without a tour, and the names of the profile's axes.
     void SetTexts(const QString& nothing, const QString& distance, const QString& elevation);
     /// \param index  into the tour's points; -1 for none
     void SetSelected(int index);
     [[nodiscard]] int Selected() const { return mSelected; }
-    /// A small picture of the track, as PNG.
-    [[nodiscard]] QByteArray MakeThumbnail() const;
+    /// Draws a small picture of a tour's track, as PNG.
+    [[nodiscard]] static QByteArray MakeThumbnail(const Tour& tour, const Preferences& preferences);
 
     void ZoomIn() { Zoom(1.4, QRectF(MapArea()).center()); }
     void ZoomOut() { Zoom(1 / 1.4, QRectF(MapArea()).center()); }
@@ -56,7 +56,7 @@ protected:
 private:
     [[nodiscard]] QRect MapArea() const;
     [[nodiscard]] QRect ProfileArea() const;
-    [[nodiscard]] QRectF Section() const; // metres, of the form of the map's area
+    [[nodiscard]] QRectF Section() const; // in metres, with the aspect ratio of the map's area
     [[nodiscard]] QPointF ToMap(const QPointF& metres) const;
     [[nodiscard]] QPointF ToProfile(qsizetype index) const;
     void Zoom(double factor, const QPointF& around);

@@ -14,7 +14,7 @@ using Quorvin::Util::Settings;
 namespace {
 
 constexpr qsizetype kRecentFiles = 8;
-constexpr int kLockPatienceMs = 2000;
+constexpr int kLockTimeoutMs = 2000;
 const QString kRoot = u"Waypost"_s; // clazy:exclude=non-pod-global-static
 
 QList<EnumValueName> UnitNames()
@@ -37,7 +37,7 @@ UserSettings::UserSettings(const QString& folder)
 void UserSettings::Change(const std::function<void(Settings&)>& change)
 {
     QLockFile lock(mFile + u".lock"_s);
-    lock.tryLock(kLockPatienceMs); // without the lock, the later change wins
+    lock.tryLock(kLockTimeoutMs); // if it fails, the later change wins
     mStore.OpenFile(mFile, kRoot);
     change(mStore);
     mStore.MarkChanged(); // WriteRect, WriteEnum and WriteBuffer do not mark the store themselves
@@ -98,7 +98,7 @@ void UserSettings::Write(const WindowPlace& place)
 //! [place]
 
 //! [lists]
-// A path leads to the first element of a name, so each entry has an element of its own: File0, File1...
+// A path finds the first element with a name, so the entries have different names: File0, File1...
 QStringList UserSettings::ReadList(const QString& name)
 {
     QStringList files;

@@ -15,10 +15,10 @@
 
 #include <functional>
 
-/// What the user chooses in the preferences.
+/// The preferences, with their defaults.
 struct Preferences
 {
-    QString LanguageCode; // empty: as the system
+    QString LanguageCode; // empty: the language of the system
     Units Unit = Units::Metric;
     bool OpenLast = true;
     bool Grid = true;
@@ -31,28 +31,29 @@ struct Preferences
     bool operator==(const Preferences&) const = default;
 };
 
-/// Where the window was.
+/// The geometry of the window.
 struct WindowPlace
 {
-    QRect Place; // null if it was never kept
+    QRect Place; // null if none was saved yet
     bool Maximized = false;
     QByteArray Splitters;
 };
 
 /// The settings of Waypost, in one file that all processes of the user share.
 ///
-/// Every change reads the file afresh under a lock, so that no process overwrites what another one wrote.
+/// Every change reads the file again under a lock, so that no process overwrites the changes of another.
 class UserSettings
 {
 public:
     /// \param folder  an existing folder for settings.xml
     explicit UserSettings(const QString& folder);
 
-    /// How the file was found. SetAside and Unreadable are worth telling the user.
+    /// The state in which the constructor found the file. SetAside and Unreadable are to be reported to the
+    /// user.
     [[nodiscard]] Quorvin::Util::Settings::FileState State() const { return mState; }
-    /// The name under which a damaged file was kept.
+    /// The name of the copy of a damaged file; empty if the file was not damaged.
     [[nodiscard]] QString SetAsideFile() const { return mSetAsideFile; }
-    /// Why the file could not be read.
+    /// The reason why the file could not be read.
     [[nodiscard]] Quorvin::Util::XmlLoadError Error() const { return mError; }
 
     [[nodiscard]] Preferences ReadPreferences();
@@ -61,7 +62,7 @@ public:
     [[nodiscard]] WindowPlace ReadWindowPlace();
     void Write(const WindowPlace& place);
 
-    /// The latest first.
+    /// The files that were opened or saved last, the latest first.
     [[nodiscard]] QStringList RecentFiles();
     void AddRecentFile(const QString& file);
     /// The tours that were open when the last window was closed.

@@ -20,10 +20,10 @@ using Quorvin::Util::ProcessInfo;
 
 namespace {
 
-constexpr auto kLookAround = 500ms;
-constexpr auto kPatience = 4s;
-constexpr auto kAskAgain = 100ms;
-constexpr int kAnswerMs = 2000;
+constexpr auto kLookInterval = 500ms;
+constexpr auto kTimeout = 4s;
+constexpr auto kRetryDelay = 100ms;
+constexpr int kAnswerTimeoutMs = 2000;
 
 } // namespace
 
@@ -33,14 +33,14 @@ WindowGrid::WindowGrid(const QString& grid, QObject* parent)
     , mManager(this)
 {
     mManager.AddMessageResponder(this);
-    // Enters this process and starts its server. It connects to the oldest member, too, and keeps that
-    // member's only place for a client: so disconnect, and leave the place to whoever has something to say.
+    // Registers this process, starts its server and connects to the oldest member. A member has room for one
+    // client only, so disconnect at once.
     mManager.CreateGridConnection(grid, QIODeviceBase::ReadWrite);
     mManager.DisconnectFromServer({});
 
-    // A grid has no signal for members that come and go.
+    // A grid has no signals for members that join or leave.
     connect(&mTimer, &QTimer::timeout, this, &WindowGrid::LookAround);
-    mTimer.start(kLookAround);
+    mTimer.start(kLookInterval);
     LookAround();
 }
 //! [join]
@@ -56,7 +56,7 @@ void WindowGrid::LookAround()
     QList<Window> others;
     const QList<ProcessInfo> members = mManager.ReadFromSharedMemory();
     for (const ProcessInfo& member : members) {
-        // A process that was killed stays in the registry until another one joins.
+        // A killed process stays in the registry until the next one joins.
         if (member.ProcessId == QCoreApplication::applicationPid()
             || !GeneralUtil::IsProcessRunning(member.ProcessId))
             continue;
@@ -128,7 +128,7 @@ void WindowGrid::Ask(qint64 processId, const QString& question, const QVariantMa
 bool WindowGrid::HandleMessage(const QString& messageId, const QVariantMap& params,
                                QVariantMap& responseParams)
 {
-    responseParams.insert(u"Taken"_s, true); // tells an answer from a connection that was lost
+    responseParams.insert(u"Taken"_s, true); // an answer without it means that the connection was lost
     if (messageId == "Title"_L1) {
         responseParams.insert(u"Title"_s, mTitle);
     } else if (messageId == "Raise"_L1) {
@@ -153,7 +153,7 @@ Courier::Courier(const QString& server, const QString& question, const QVariantM
 {
     mTimeout.setSingleShot(true);
     connect(&mTimeout, &QTimer::timeout, this, [this] { Finish(std::nullopt); });
-    mTimeout.start(kPatience);
+    mTimeout.start(kTimeout);
     connect(&mManager, &IPCManager::ConnectedToServer, this, &Courier::Ask);
     mManager.ConnectToServer(server, QIODeviceBase::ReadWrite);
 }
@@ -162,16 +162,16 @@ void Courier::Ask()
 {
     if (std::exchange(mIsAsking, true))
         return;
-    const QPointer<Courier> alive = this; // windows may be closed while this one waits
+    const QPointer<Courier> alive = this; // the window may be closed during the wait
     QVariantMap answer;
-    mManager.SendMessageAndGetResponse({}, mQuestion, mParams, answer, kAnswerMs);
+    mManager.SendMessageAndGetResponse({}, mQuestion, mParams, answer, kAnswerTimeoutMs);
     if (!alive)
         return;
     mIsAsking = false;
     if (answer.contains(u"Taken"_s))
         Finish(answer);
-    else if (mDone) // another courier has pushed this one out; the connection comes back
-        QTimer::singleShot(kAskAgain, this, &Courier::Ask);
+    else if (mDone) // another client has displaced this one; the manager connects again
+        QTimer::singleShot(kRetryDelay, this, &Courier::Ask);
 }
 
 void Courier::Finish(const std::optional<QVariantMap>& answer)

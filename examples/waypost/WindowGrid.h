@@ -14,11 +14,11 @@
 #include <functional>
 #include <optional>
 
-/// The windows of this user's Waypost processes: who is there, what they show, and messages to one of them.
+/// The windows of this user's Waypost processes: finds them, and sends messages to one of them.
 ///
-/// A grid is good at one thing: its members find one another's names. A server talks to one client at a time,
-/// so members that all stayed connected to the oldest would push each other out. Hence nobody stays
-/// connected: a message goes to the server of its receiver, over a connection made for it (see Courier).
+/// A grid is a way for processes to find each other's servers. A server talks to one client at a time, so
+/// members that stayed connected to the oldest one would displace each other. Therefore no member stays
+/// connected: each message is sent to the receiver's server, over a new connection (see Courier).
 class WindowGrid : public QObject, private Quorvin::Util::IMessageResponder
 {
     Q_OBJECT
@@ -27,7 +27,7 @@ public:
     {
         qint64 ProcessId = 0;
         QString ServerName;
-        QString Title; // empty until the window has told it
+        QString Title; // empty until the window has answered
 
         bool operator==(const Window&) const = default;
     };
@@ -38,19 +38,19 @@ public:
 
     /// The other windows, the oldest first.
     [[nodiscard]] const QList<Window>& Others() const { return mOthers; }
-    /// What the others are told when they ask for this window's title.
+    /// Sets the title that other windows receive when they ask for it.
     void SetTitle(const QString& title) { mTitle = title; }
-    /// Asks all windows for their titles. OthersChanged tells of those that are new.
+    /// Asks all windows for their titles. OthersChanged is emitted for each title that has changed.
     void AskTitles();
     /// Brings a window to the front.
     void Raise(qint64 processId);
-    /// Sends a tour to a window. TourSent tells whether it has arrived.
+    /// Sends a tour to a window. TourSent is emitted with the result.
     void SendTour(qint64 processId, const QString& xml);
 
 Q_SIGNALS:
-    /// A window was opened, closed or killed, or has another title.
+    /// A window was opened, closed or killed, or has changed its title.
     void OthersChanged();
-    /// Another window wants this one to come to the front.
+    /// Another window asks this one to come to the front.
     void RaiseWanted();
     void TourReceived(const QString& xml);
     void TourSent(const QString& windowTitle, bool taken);
@@ -70,14 +70,14 @@ private:
     QTimer mTimer;
 };
 
-/// Asks a server one question over a connection of its own, and then deletes itself.
+/// Sends one request to a server, over a new connection, and deletes itself after the answer.
 class Courier : public QObject
 {
     Q_OBJECT
 public:
     using Done = std::function<void(const std::optional<QVariantMap>& answer)>;
 
-    /// \param done  called once, with nothing if no answer came
+    /// \param done  called once, with the answer; with nothing if there is none after 4 seconds
     Courier(const QString& server, const QString& question, const QVariantMap& params, Done done,
             QObject* parent);
 

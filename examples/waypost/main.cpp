@@ -36,21 +36,22 @@ struct Options
     QString Picture;
 };
 
-// Ends the program for --help, --version and mistakes. Without a QApplication, options that may be meant for
-// it (such as -platform) give nothing.
+// Ends the program for --help, --version and mistakes. Without a QApplication, an unknown option is no
+// mistake, because it may be one of QApplication's, such as -platform; the result is nothing then.
 std::optional<Options> ParseCommandLine()
 {
     QCommandLineParser parser;
     parser.setApplicationDescription(u"A diary of hiking tours."_s);
     parser.addHelpOption();
     parser.addVersionOption();
-    parser.addOption({u"new-window"_s, u"open a window in this process, beside those that run"_s});
-    parser.addOption({u"language"_s, u"speak en, de or ja this time"_s, u"code"_s});
-    parser.addOption({u"screenshot"_s, u"write a picture to FILE (PNG) and end"_s, u"FILE"_s});
-    parser.addOption({u"picture"_s,
-                      u"what --screenshot shows: window (default), preferences or window-menu, which waits "
-                      "for another window"_s,
-                      u"name"_s, u"window"_s});
+    parser.addOption({u"new-window"_s, u"open another window, in a separate process"_s});
+    parser.addOption({u"language"_s, u"use this language: en, de or ja"_s, u"code"_s});
+    parser.addOption({u"screenshot"_s, u"write a picture to FILE (PNG) and exit"_s, u"FILE"_s});
+    parser.addOption(
+        {u"picture"_s,
+         u"the content of the picture: window (default), preferences or window-menu, which waits "
+         "for another window"_s,
+         u"name"_s, u"window"_s});
     parser.addPositionalArgument(u"files"_s, u"tours to open"_s, u"[files...]"_s);
     if (qobject_cast<QApplication*>(QCoreApplication::instance()) == nullptr
         && !parser.parse(QCoreApplication::arguments()))
@@ -68,7 +69,7 @@ std::optional<Options> ParseCommandLine()
     options.Picture = parser.value(u"picture"_s);
     const QStringList pictures{u"window"_s, u"preferences"_s, u"window-menu"_s};
     if (!pictures.contains(options.Picture)) {
-        QTextStream(stderr) << "waypost: there is no picture " << options.Picture << '\n';
+        QTextStream(stderr) << "waypost: unknown picture: " << options.Picture << '\n';
         parser.showHelp(2);
     }
     return options;
@@ -82,7 +83,7 @@ bool Write(const QPixmap& picture, const QString& file)
     return false;
 }
 
-// The window with an open menu. (A menu is a window of its own, so both are drawn.)
+// Draws the window and an open menu, which is a separate window.
 QPixmap WithMenu(MainWindow& window, const QString& name)
 {
     auto* menu = window.findChild<QMenu*>(name);
@@ -96,7 +97,7 @@ QPixmap WithMenu(MainWindow& window, const QString& name)
     return picture;
 }
 
-// Takes the picture as soon as what it shows is there, and ends the program.
+// Takes the picture as soon as its content is ready, and ends the program.
 void TakePicture(MainWindow& window, const Options& options)
 {
     const auto finish = [options](const QPixmap& picture) {
@@ -113,7 +114,7 @@ void TakePicture(MainWindow& window, const Options& options)
         };
         QObject::connect(window.Grid(), &WindowGrid::OthersChanged, &window, look, Qt::QueuedConnection);
         QTimer::singleShot(30s, &window, [] {
-            QTextStream(stderr) << "waypost: there is no other window\n";
+            QTextStream(stderr) << "waypost: found no other window within 30 seconds\n";
             QCoreApplication::exit(1);
         });
         look();
@@ -134,7 +135,7 @@ int Run(QApplication& application, const Options& options, bool isFirst)
         return 1;
     }
     if (options.LanguageCode)
-        window.SpeakOnce(*options.LanguageCode);
+        window.SelectLanguageOnce(*options.LanguageCode);
 
     std::optional<SingleInstance> instance;
     if (isFirst) {
@@ -154,11 +155,12 @@ int Run(QApplication& application, const Options& options, bool isFirst)
     if (isPicture)
         TakePicture(window, options);
     else
-        window.TellOfSettings();
+        window.ReportSettings();
     return application.exec();
 }
 
-// Whether this process is to open a window: not if another one has taken over the files.
+// Returns the exit code if another instance has received the files or does not answer; nothing if this
+// process is to open a window.
 //! [claim]
 std::optional<int> ClaimInstance(const Options& options, QLockFile& lock)
 {
@@ -172,7 +174,7 @@ std::optional<int> ClaimInstance(const Options& options, QLockFile& lock)
     case SingleInstance::Outcome::NoAnswer:
         break;
     }
-    QTextStream(stderr) << "waypost: another Waypost runs, but does not answer\n";
+    QTextStream(stderr) << "waypost: another instance is running, but does not answer\n";
     return 1;
 }
 //! [claim]
@@ -186,7 +188,7 @@ int main(int argc, char* argv[])
     QCoreApplication::setApplicationVersion(u"1.0"_s);
     QLockFile lock(Places::UserFolder() + u"/instance.lock"_s);
     {
-        // Handing over takes no window, and no time to make one.
+        // Handing over needs no window: a QCoreApplication starts faster.
         int count = argc;
         const QCoreApplication early(count, argv);
         const std::optional<Options> options = ParseCommandLine();

@@ -13,14 +13,18 @@
 #include "WindowGrid.h"
 
 #include <QComboBox>
+#include <QDateEdit>
 #include <QHeaderView>
 #include <QLabel>
+#include <QLibraryInfo>
 #include <QLineEdit>
 #include <QMenu>
 #include <QMenuBar>
 #include <QProcess>
 #include <QPushButton>
+#include <QScrollBar>
 #include <QSignalSpy>
+#include <QStyleOptionViewItem>
 #include <QTableWidget>
 #include <QTemporaryDir>
 #include <QTextBrowser>
@@ -29,6 +33,7 @@
 
 #include <algorithm>
 #include <memory>
+#include <utility>
 #include <vector>
 
 using namespace Qt::StringLiterals;
@@ -192,6 +197,13 @@ private Q_SLOTS:
     void Language_data();
     void Language();
     void Language_isKept();
+    void Language_ofOneStartIsNotKept();
+    void Language_ofOpenDialogs();
+    void Language_ofQtsTexts();
+    void Menus_haveDistinctMnemonics_data();
+    void Menus_haveDistinctMnemonics();
+    void Tables_showTheirTextsInFull_data();
+    void Tables_showTheirTextsInFull();
     void Conditions();
     void EditingIsUndoneAndSaved();
     void NewTourIsNamedInItsDialog();
@@ -355,11 +367,130 @@ void tst_Waypost::Language_isKept()
     {
         Shown shown;
         shown.Window.findChild<QAction*>(u"actionLanguageja"_s)->trigger();
-        QTRY_COMPARE(shown.Window.Speech().Code(), u"ja"_s);
+        QTRY_COMPARE(shown.Window.CurrentLanguage().Code(), u"ja"_s);
     }
     const Shown again;
-    QCOMPARE(again.Window.Speech().Code(), u"ja"_s);
+    QCOMPARE(again.Window.CurrentLanguage().Code(), u"ja"_s);
     QCOMPARE(again.Action(u"Quit"_s)->text(), u"終了(&Q)"_s);
+}
+
+void tst_Waypost::Language_ofOneStartIsNotKept()
+{
+    Shown shown;
+    shown.Window.SelectLanguageOnce(u"de"_s);
+    shown.Action(u"Grid"_s)->trigger(); // writes the preferences
+    QCOMPARE(shown.Action(u"Quit"_s)->text(), u"&Beenden"_s);
+    UserSettings settings(Places::UserFolder());
+    QCOMPARE(settings.ReadPreferences().LanguageCode, QString());
+    QCOMPARE(settings.ReadPreferences().Grid, false);
+}
+
+void tst_Waypost::Language_ofOpenDialogs()
+{
+    Shown shown;
+    QTest::keyClick(&shown.Window, Qt::Key_F1);
+    const auto* help = shown.Window.findChild<QTextBrowser*>(u"help"_s);
+    FormDialog* english = shown.Window.ShowPreferences();
+    auto* choice = english->findChild<QComboBox*>(u"Language"_s);
+    choice->setCurrentIndex(choice->findData(u"de"_s));
+    QTest::mouseClick(english->findChild<QPushButton*>(u"buttonApply"_s), Qt::LeftButton);
+    QTRY_COMPARE(shown.Window.findChildren<FormDialog*>(u"Preferences"_s).size(), 1);
+    const auto* german = shown.Window.findChild<FormDialog*>(u"Preferences"_s);
+    QVERIFY(german->isVisible());
+    QCOMPARE(german->windowTitle(), u"Einstellungen"_s);
+    QCOMPARE(german->findChild<QPushButton*>(u"buttonCancel"_s)->text(), u"Abbrechen"_s);
+    QCOMPARE(help->windowTitle(), u"Waypost-Hilfe"_s);
+
+    shown.Window.OpenFiles({kData + u"/tours/ridge-walk.tour"_s});
+    QString date;
+    QTimer timer;
+    connect(&timer, &QTimer::timeout, &shown.Window, [&] {
+        if (auto* details = shown.Window.findChild<FormDialog*>(u"Details"_s)) {
+            timer.stop();
+            date = details->findChild<QDateEdit*>(u"Date"_s)->text();
+            details->reject();
+        }
+    });
+    timer.start(10);
+    shown.Action(u"Details"_s)->trigger();
+    QCOMPARE(date, u"14.06.2026"_s);
+}
+
+// Buttons of file dialogs, for example.
+void tst_Waypost::Language_ofQtsTexts()
+{
+    if (!QFile::exists(QLibraryInfo::path(QLibraryInfo::TranslationsPath) + u"/qtbase_ja.qm"_s))
+        QSKIP("the translations of Qt are not installed");
+    Shown shown;
+    shown.Window.SelectLanguageOnce(u"de"_s);
+    QCOMPARE(QCoreApplication::translate("QPlatformTheme", "Cancel"), u"Abbrechen"_s);
+    shown.Window.SelectLanguageOnce(u"ja"_s);
+    QCOMPARE(QCoreApplication::translate("QPlatformTheme", "Cancel"), u"キャンセル"_s);
+    shown.Window.SelectLanguageOnce(u"en"_s);
+    QCOMPARE(QCoreApplication::translate("QPlatformTheme", "Cancel"), u"Cancel"_s);
+}
+
+void tst_Waypost::Menus_haveDistinctMnemonics_data()
+{
+    QTest::addColumn<QString>("code");
+
+    QTest::newRow("English") << u"en"_s;
+    QTest::newRow("German") << u"de"_s;
+    QTest::newRow("Japanese") << u"ja"_s;
+}
+
+void tst_Waypost::Menus_haveDistinctMnemonics()
+{
+    QFETCH(const QString, code);
+
+    Shown shown;
+    shown.Window.SelectLanguageOnce(code);
+    shown.Window.OpenFiles({mHome->CopyTour(u"ridge-walk"_s)});
+    shown.Action(u"AddPoint"_s)->trigger(); // there is something to undo
+    QList<QWidget*> menus{shown.Window.menuBar()};
+    for (const QString& name : {u"File"_s, u"Edit"_s, u"View"_s, u"Window"_s, u"Help"_s})
+        menus.append(shown.Window.findChild<QMenu*>(u"menu"_s + name));
+    for (const QWidget* menu : std::as_const(menus)) {
+        QStringList mnemonics;
+        const QList<QAction*> actions = menu->actions();
+        for (const QAction* action : actions) {
+            const QString mnemonic = QKeySequence::mnemonic(action->text()).toString();
+            if (action->isEnabled() && !action->isSeparator()) {
+                QVERIFY2(!mnemonic.isEmpty() && !mnemonics.contains(mnemonic), qPrintable(action->text()));
+                mnemonics.append(mnemonic);
+            }
+        }
+    }
+}
+
+void tst_Waypost::Tables_showTheirTextsInFull_data()
+{
+    Menus_haveDistinctMnemonics_data();
+}
+
+void tst_Waypost::Tables_showTheirTextsInFull()
+{
+    QFETCH(const QString, code);
+
+    Shown shown;
+    shown.Window.SelectLanguageOnce(code);
+    shown.Window.OpenFiles({kData + u"/tours/north-face.tour"_s, kData + u"/tours/ridge-walk.tour"_s});
+    for (QTableWidget* table : {shown.Tours(), shown.Points()}) {
+        for (int column = 0; column < table->columnCount(); ++column) {
+            QVERIFY2(table->columnWidth(column) >= table->fontMetrics().horizontalAdvance(
+                         table->horizontalHeaderItem(column)->text()),
+                     qPrintable(table->horizontalHeaderItem(column)->text()));
+            for (int row = 0; row < table->rowCount(); ++row) {
+                const QModelIndex index = table->model()->index(row, column);
+                QStyleOptionViewItem option;
+                option.initFrom(table);
+                option.decorationSize = table->iconSize();
+                QVERIFY2(table->itemDelegate()->sizeHint(option, index).width() <= table->columnWidth(column),
+                         qPrintable(index.data().toString()));
+            }
+        }
+        QVERIFY(!table->horizontalScrollBar()->isVisible());
+    }
 }
 
 void tst_Waypost::Conditions()
@@ -564,7 +695,7 @@ void tst_Waypost::Help()
     QFETCH(const QString, title);
 
     Shown shown;
-    shown.Window.SpeakOnce(code);
+    shown.Window.SelectLanguageOnce(code);
     QTest::keyClick(&shown.Window, Qt::Key_F1);
     auto* help = shown.Window.findChild<QTextBrowser*>(u"help"_s);
     QVERIFY(help != nullptr);
@@ -593,8 +724,8 @@ void tst_Waypost::Settings_damaged()
     {
         Shown shown;
         QCOMPARE(int(shown.Store.State()), int(Settings::FileState::SetAside));
-        QCOMPARE(shown.Window.Speech().Code(), u"en"_s);
-        shown.Window.TellOfSettings();
+        QCOMPARE(shown.Window.CurrentLanguage().Code(), u"en"_s);
+        shown.Window.ReportSettings();
         const QString notice = shown.TakeNotice();
         QVERIFY2(notice.startsWith(u"Your settings were damaged (line 3, column "_s), qPrintable(notice));
         QVERIFY(notice.contains(Home::SettingsFile() + u".damaged"_s));
@@ -611,7 +742,7 @@ void tst_Waypost::Settings_unreadable()
     QVERIFY(QDir().mkpath(Home::SettingsFile()));
     Shown shown;
     QCOMPARE(int(shown.Store.State()), int(Settings::FileState::Unreadable));
-    shown.Window.TellOfSettings();
+    shown.Window.ReportSettings();
     const QString notice = shown.TakeNotice();
     QVERIFY2(notice.startsWith(u"Your settings cannot be read: "_s), qPrintable(notice));
     QVERIFY(shown.Window.close());

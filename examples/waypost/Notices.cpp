@@ -1,0 +1,63 @@
+// SPDX-FileCopyrightText: 2026 The QvUtil developers
+// SPDX-License-Identifier: MIT
+
+#include "Notices.h"
+
+#include "FormDialog.h"
+
+#include <QDir>
+
+using namespace Qt::StringLiterals;
+using Quorvin::Util::Settings;
+using Quorvin::Util::XmlFiler;
+using Quorvin::Util::XmlLoadError;
+
+Notices::Notices(XmlFiler& document, const InterfaceBuilder& builder, QWidget& window)
+    : mDocument(document)
+    , mBuilder(builder)
+    , mWindow(window)
+{ }
+
+void Notices::Show(const QString& text)
+{
+    FormDialog* dialog = FormDialog::Make(mDocument, u"Notice"_s, &mWindow);
+    dialog->setAttribute(Qt::WA_DeleteOnClose);
+    dialog->SetMessage(text);
+    dialog->open();
+}
+
+//! [error]
+void Notices::ShowLoadError(const QString& file, const TourError& error)
+{
+    const QString name = QDir::toNativeSeparators(file);
+    switch (error.Why) {
+    case TourError::Reason::Damaged:
+        Show(Text(u"Damaged"_s).arg(name).arg(error.Line).arg(error.Column).arg(error.Text));
+        break;
+    case TourError::Reason::Unreadable:
+        Show(Text(u"Unreadable"_s).arg(name, error.Text));
+        break;
+    case TourError::Reason::NotATour:
+        Show(Text(u"NotATour"_s).arg(name));
+        break;
+    }
+}
+//! [error]
+
+void Notices::ShowWriteError(const QString& file)
+{
+    Show(Text(u"NotWritten"_s).arg(QDir::toNativeSeparators(file)));
+}
+
+//! [settings]
+void Notices::ShowSettingsState(const UserSettings& settings)
+{
+    const XmlLoadError error = settings.Error();
+    if (settings.State() == Settings::FileState::SetAside) {
+        const QString file = QDir::toNativeSeparators(settings.SetAsideFile());
+        Show(Text(u"SettingsSetAside"_s).arg(error.Line).arg(error.Column).arg(file));
+    } else if (settings.State() == Settings::FileState::Unreadable) {
+        Show(Text(u"SettingsUnreadable"_s).arg(error.Text));
+    }
+}
+//! [settings]
