@@ -573,8 +573,7 @@ void MainWindow::ReceiveTour(const QString& xml)
 
 void MainWindow::ComeForward()
 {
-    if (isMinimized())
-        showNormal();
+    setWindowState(windowState() & ~Qt::WindowMinimized); // a maximized window stays maximized
     show();
     raise();
     activateWindow();

@@ -1,0 +1,153 @@
+// SPDX-FileCopyrightText: 2026 The QvUtil developers
+// SPDX-License-Identifier: MIT
+
+#ifndef TESTS_WAYPOSTSUPPORT_H
+#define TESTS_WAYPOSTSUPPORT_H
+
+// Shared by the test programs of Waypost.
+
+#include "FormDialog.h"
+#include "MainWindow.h"
+#include "Places.h"
+#include "UserSettings.h"
+
+#include <QAction>
+#include <QFile>
+#include <QGuiApplication>
+#include <QProcess>
+#include <QProcessEnvironment>
+#include <QPushButton>
+#include <QTableWidget>
+#include <QTemporaryDir>
+#include <QTimer>
+#include <QtTest>
+
+namespace WaypostSupport {
+
+using namespace Qt::StringLiterals;
+
+inline constexpr int kLongMs = 30000; // nothing but a hang takes so long
+
+inline const QString kData = QStringLiteral(WAYPOST_DATA); // clazy:exclude=non-pod-global-static
+
+// What the program keeps, in a folder of its own, so that tests and a user's Waypost do not meet.
+class Home
+{
+public:
+    Home() { qputenv("XDG_DATA_HOME", mFolder.path().toLocal8Bit()); }
+    [[nodiscard]] QString File(const QString& name) const { return mFolder.filePath(name); }
+    // A sample tour that may be changed.
+    [[nodiscard]] QString CopyTour(const QString& name) const
+    {
+        const QString copy = File(name + u".tour"_s);
+        return QFile::copy(kData + u"/tours/"_s + name + u".tour"_s, copy) ? copy : QString();
+    }
+    [[nodiscard]] static QString SettingsFile() { return Places::UserFolder() + u"/settings.xml"_s; }
+
+private:
+    QTemporaryDir mFolder;
+};
+
+inline void WriteFile(const QString& name, const QByteArray& content)
+{
+    QFile file(name);
+    QVERIFY(file.open(QIODevice::WriteOnly));
+    QCOMPARE(file.write(content), content.size());
+}
+
+inline QByteArray ReadFile(const QString& name)
+{
+    QFile file(name);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+
+// A window with what it needs, shown and active.
+struct Shown
+{
+    explicit Shown(const QString& grid = {})
+        : Store(Places::UserFolder())
+        , Window(Store, kData, grid)
+    {
+        Window.show();
+        IsActive = QTest::qWaitForWindowActive(&Window, kLongMs);
+    }
+    [[nodiscard]] QAction* Action(const QString& name) const
+    {
+        return Window.findChild<QAction*>(u"action"_s + name);
+    }
+    [[nodiscard]] QTableWidget* Points() const { return Window.findChild<QTableWidget*>(u"tablePoints"_s); }
+    [[nodiscard]] QTableWidget* Tours() const { return Window.findChild<QTableWidget*>(u"tableTours"_s); }
+    void ClickCell(QTableWidget* table, int row, int column) const
+    {
+        QTest::mouseClick(table->viewport(), Qt::LeftButton, {},
+                          table->visualItemRect(table->item(row, column)).center());
+    }
+    // The message that the window shows, and then closes.
+    [[nodiscard]] QString TakeNotice() const
+    {
+        auto* notice = Window.findChild<FormDialog*>(u"Notice"_s);
+        if (notice == nullptr)
+            return {};
+        const QString text = notice->Message();
+        QTest::mouseClick(notice->findChild<QPushButton*>(u"buttonOk"_s), Qt::LeftButton);
+        return text;
+    }
+
+    UserSettings Store;
+    MainWindow Window;
+    bool IsActive = false;
+};
+
+// Presses a button of the question about unsaved changes as soon as it is asked.
+inline void AnswerQuestion(MainWindow& window, const QString& button)
+{
+    auto* timer = new QTimer(&window);
+    QObject::connect(timer, &QTimer::timeout, &window, [&window, button, timer] {
+        if (auto* question = window.findChild<FormDialog*>(u"CloseTour"_s)) {
+            timer->stop();
+            timer->deleteLater();
+            QTest::mouseClick(question->findChild<QPushButton*>(button), Qt::LeftButton);
+        }
+    });
+    timer->start(10);
+}
+
+// A Waypost process, killed at the end.
+class Program
+{
+public:
+    explicit Program(const QStringList& arguments)
+    {
+        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+        environment.insert(u"QT_QPA_PLATFORM"_s, QGuiApplication::platformName());
+        mProcess.setProcessEnvironment(environment);
+        mProcess.start(QStringLiteral(WAYPOST_PROGRAM), arguments);
+    }
+    ~Program() { Kill(); }
+    Q_DISABLE_COPY_MOVE(Program)
+
+    // Ends as a crash does.
+    void Kill()
+    {
+        mProcess.kill();
+        mProcess.waitForFinished(kLongMs);
+    }
+    [[nodiscard]] bool IsRunning() const { return mProcess.state() != QProcess::NotRunning; }
+    [[nodiscard]] qint64 ProcessId() const { return mProcess.processId(); }
+    // \return the exit code; -1 if the program does not end by itself
+    [[nodiscard]] int Result()
+    {
+        if (IsRunning() && !mProcess.waitForFinished(kLongMs))
+            return -1;
+        return mProcess.exitStatus() == QProcess::NormalExit ? mProcess.exitCode() : -1;
+    }
+    [[nodiscard]] QString Output() { return QString::fromUtf8(mProcess.readAllStandardOutput()); }
+    [[nodiscard]] QString Errors() { return QString::fromUtf8(mProcess.readAllStandardError()); }
+
+private:
+    QProcess mProcess;
+};
+
+} // namespace WaypostSupport
+
+#endif // TESTS_WAYPOSTSUPPORT_H

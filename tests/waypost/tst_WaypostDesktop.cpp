@@ -1,0 +1,191 @@
+// SPDX-FileCopyrightText: 2026 The QvUtil developers
+// SPDX-License-Identifier: MIT
+
+// The example application on a desktop: what only a window manager can do. OnDesktop.sh starts one.
+
+#include "Places.h"
+#include "SingleInstance.h"
+#include "WaypostSupport.h"
+#include "WindowGrid.h"
+
+#include <QLockFile>
+#include <QSignalSpy>
+
+#include <memory>
+#include <optional>
+
+using namespace WaypostSupport;
+
+namespace {
+
+// A window in this process that later starts hand their files to, as in main().
+struct FirstInstance : Shown
+{
+    FirstInstance()
+        : Lock(Places::UserFolder() + u"/instance.lock"_s)
+    {
+        Outcome = SingleInstance::Claim(Lock, Places::ProcessName(), {});
+        Instance.emplace(Places::ProcessName());
+        QObject::connect(&*Instance, &SingleInstance::FilesReceived, &Window,
+                         [this](const QStringList& files) {
+                             Window.OpenFiles(files);
+                             Window.ComeForward();
+                         });
+    }
+
+    QLockFile Lock;
+    SingleInstance::Outcome Outcome = SingleInstance::Outcome::NoAnswer;
+    std::optional<SingleInstance> Instance;
+};
+
+} // namespace
+
+class tst_WaypostDesktop : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase();
+    void init();
+    void cleanup();
+
+    void Window_comesBackInItsPlace();
+    void Window_comesBackMaximized();
+    void Dialog_takesTheFocus();
+    void HandOver_comesToTheFront_data();
+    void HandOver_comesToTheFront();
+    void Grid_raisesAWindow();
+
+private:
+    std::unique_ptr<Home> mHome;
+};
+
+// Waits for the window manager: it puts a frame around the window.
+void tst_WaypostDesktop::initTestCase()
+{
+    QWidget window;
+    window.show();
+    QTRY_VERIFY_WITH_TIMEOUT(window.frameGeometry() != window.geometry(), kLongMs);
+}
+
+void tst_WaypostDesktop::init()
+{
+    qputenv("LC_ALL", "en_GB.UTF-8");
+    mHome = std::make_unique<Home>();
+}
+
+void tst_WaypostDesktop::cleanup()
+{
+    mHome.reset();
+}
+
+void tst_WaypostDesktop::Window_comesBackInItsPlace()
+{
+    const QRect place(160, 150, 720, 500);
+    {
+        Shown shown;
+        QVERIFY(shown.IsActive);
+        shown.Window.setGeometry(place);
+        QTRY_COMPARE_WITH_TIMEOUT(shown.Window.geometry(), place, kLongMs);
+        QVERIFY(shown.Window.close());
+    }
+    for (int start = 0; start < 2; ++start) { // twice: the frame must not move it a little each time
+        UserSettings settings(Places::UserFolder());
+        MainWindow window(settings, kData, {});
+        window.RestorePlace();
+        window.show();
+        QVERIFY(QTest::qWaitForWindowActive(&window, kLongMs));
+        QTRY_COMPARE_WITH_TIMEOUT(window.geometry(), place, kLongMs);
+        QVERIFY(window.close());
+    }
+}
+
+void tst_WaypostDesktop::Window_comesBackMaximized()
+{
+    const QRect place(160, 150, 720, 500);
+    {
+        Shown shown;
+        QVERIFY(shown.IsActive);
+        shown.Window.setGeometry(place);
+        QTRY_COMPARE_WITH_TIMEOUT(shown.Window.geometry(), place, kLongMs);
+        shown.Window.showMaximized();
+        QTRY_VERIFY_WITH_TIMEOUT(shown.Window.width() > 1000, kLongMs);
+        QVERIFY(shown.Window.close());
+    }
+    UserSettings settings(Places::UserFolder());
+    MainWindow window(settings, kData, {});
+    window.RestorePlace();
+    window.show();
+    QTRY_VERIFY_WITH_TIMEOUT(window.isMaximized() && window.width() > 1000, kLongMs);
+    window.showNormal();
+    QTRY_COMPARE_WITH_TIMEOUT(window.size(), place.size(), kLongMs);
+}
+
+void tst_WaypostDesktop::Dialog_takesTheFocus()
+{
+    Shown shown;
+    QVERIFY(shown.IsActive);
+    FormDialog* dialog = shown.Window.ShowPreferences();
+    QVERIFY(QTest::qWaitForWindowActive(dialog, kLongMs));
+    QTest::keyClick(dialog, Qt::Key_Escape);
+    QVERIFY(QTest::qWaitForWindowActive(&shown.Window, kLongMs));
+}
+
+void tst_WaypostDesktop::HandOver_comesToTheFront_data()
+{
+    QTest::addColumn<Qt::WindowStates>("state");
+    QTest::addColumn<Qt::WindowStates>("expected");
+
+    const Qt::WindowStates normal = Qt::WindowNoState;
+    const Qt::WindowStates maximized = Qt::WindowMaximized;
+    QTest::newRow("normal") << normal << normal;
+    QTest::newRow("minimized") << Qt::WindowStates(Qt::WindowMinimized) << normal;
+    QTest::newRow("maximized") << maximized << maximized;
+    QTest::newRow("maximized, then minimized") << (maximized | Qt::WindowMinimized) << maximized;
+}
+
+void tst_WaypostDesktop::HandOver_comesToTheFront()
+{
+    QFETCH(const Qt::WindowStates, state);
+    QFETCH(const Qt::WindowStates, expected);
+
+    const QString file = mHome->CopyTour(u"lake-circuit"_s);
+    FirstInstance first;
+    MainWindow& window = first.Window;
+    QVERIFY(first.IsActive);
+    QVERIFY(first.Outcome == SingleInstance::Outcome::First);
+    if (state.testFlag(Qt::WindowMaximized)) {
+        window.setWindowState(Qt::WindowMaximized);
+        QTRY_VERIFY_WITH_TIMEOUT(window.width() > 1000, kLongMs);
+    }
+    window.setWindowState(state);
+    QTRY_VERIFY_WITH_TIMEOUT(window.windowState() == state, kLongMs);
+    const Program other({u"--new-window"_s}); // a window of another process, which gets the focus
+    QTRY_VERIFY_WITH_TIMEOUT(!window.isActiveWindow(), kLongMs);
+    QTRY_VERIFY_WITH_TIMEOUT(QGuiApplication::focusWindow() == nullptr, kLongMs);
+
+    Program second({file});
+    QTRY_VERIFY_WITH_TIMEOUT(!second.IsRunning(), kLongMs); // this process answers meanwhile
+    QCOMPARE(second.Result(), 0);
+    QTRY_VERIFY_WITH_TIMEOUT(window.isActiveWindow(), kLongMs);
+    QCOMPARE(window.windowState() & ~Qt::WindowActive, expected);
+    QCOMPARE(window.Tours().Count(), 1);
+    QVERIFY(other.IsRunning());
+}
+
+void tst_WaypostDesktop::Grid_raisesAWindow()
+{
+    const Shown shown(Places::ProcessName());
+    QVERIFY(shown.IsActive);
+    WindowGrid* grid = shown.Window.Grid();
+    const Program other({u"--new-window"_s});
+    QTRY_COMPARE_WITH_TIMEOUT(grid->Others().size(), 1, kLongMs);
+    QTRY_VERIFY_WITH_TIMEOUT(!shown.Window.isActiveWindow(), kLongMs);
+    Q_EMIT grid->RaiseWanted();
+    QTRY_VERIFY_WITH_TIMEOUT(shown.Window.isActiveWindow(), kLongMs);
+    grid->Raise(other.ProcessId()); // and the other process
+    QTRY_VERIFY_WITH_TIMEOUT(!shown.Window.isActiveWindow(), kLongMs);
+}
+
+QTEST_MAIN(tst_WaypostDesktop)
+#include "tst_WaypostDesktop.moc"
