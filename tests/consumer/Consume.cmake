@@ -15,6 +15,7 @@
 #   moved              moves the installation to another folder, and builds applications from there
 #   uninstall          checks what the target `uninstall` leaves behind
 #   versions           checks which version requests the package accepts
+#   waypost            builds a copy of the example application with windows, and has it draw a picture
 # Each step is a test; Tests.cmake defines their dependencies.
 
 cmake_minimum_required(VERSION 3.23)
@@ -356,6 +357,25 @@ function(step_checks_inside)
             message(FATAL_ERROR "There is no test ${check}\n${tests}")
         endif()
     endforeach()
+endfunction()
+
+# Copies the example application and its data, builds it with the installation, and runs it.
+function(step_waypost)
+    set(copy "${SCRATCH}/waypost")
+    file(REMOVE_RECURSE "${copy}")
+    file(COPY "${SOURCE}/examples/waypost" "${SOURCE}/examples/data" DESTINATION "${copy}")
+    run(COMMAND "${CMAKE_COMMAND}" -G "${GENERATOR}" -S "${copy}/waypost" -B "${copy}/build"
+        "-DCMAKE_CXX_COMPILER=${COMPILER}" "-DCMAKE_CXX_COMPILER_LAUNCHER=${LAUNCHER}"
+        "-DCMAKE_PREFIX_PATH=${SCRATCH}/installed;${QT_PREFIX}")
+    run(COMMAND "${CMAKE_COMMAND}" --build "${copy}/build" --parallel 2)
+    run(COMMAND "${copy}/build/waypost" --language ja --screenshot "${copy}/picture.png"
+            "${copy}/data/tours/ridge-walk.tour"
+        ENVIRONMENT QT_QPA_PLATFORM=offscreen LC_ALL=C.UTF-8 "XDG_DATA_HOME=${copy}/home")
+    file(SIZE "${copy}/picture.png" size)
+    if(size LESS 10000)
+        message(FATAL_ERROR "The picture has only ${size} bytes")
+    endif()
+    message(STATUS "The copy was built and drew a picture of ${size} bytes")
 endfunction()
 
 function(step_moved)
