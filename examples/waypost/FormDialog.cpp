@@ -244,8 +244,10 @@ void FormDialog::SetValue(const QString& name, const QVariant& value)
 
 void FormDialog::SetMessage(const QString& text)
 {
-    if (mMessage != nullptr)
-        mMessage->setText(text);
+    if (mMessage == nullptr)
+        return;
+    mMessage->setText(text);
+    adjustSize(); // a longer text wraps over more lines
 }
 
 QString FormDialog::Message() const

@@ -501,6 +501,10 @@ void tst_Waypost::DamagedFileIsTold()
     WriteFile(file, content);
     Shown shown;
     shown.Window.OpenFiles({file});
+    const auto* dialog = shown.Window.findChild<FormDialog*>(u"Notice"_s);
+    QVERIFY(dialog != nullptr);
+    for (const QLabel* label : dialog->findChildren<QLabel*>())
+        QVERIFY(label->height() >= label->heightForWidth(label->width())); // no line is cut off
     const QString notice = shown.TakeNotice();
     QVERIFY2(notice.startsWith(expected.arg(file)), qPrintable(notice));
     QCOMPARE(shown.Window.Tours().Count(), 0);
