@@ -36,6 +36,12 @@ struct Options
     QString Picture;
 };
 
+[[noreturn]] void Refuse(QCommandLineParser& parser, const QString& option, const QString& value)
+{
+    QTextStream(stderr) << "waypost: unknown " << option << ": " << value << '\n';
+    parser.showHelp(2);
+}
+
 // Ends the program for --help, --version and mistakes. Without a QApplication, an unknown option is no
 // mistake, because it may be one of QApplication's, such as -platform; the result is nothing then.
 std::optional<Options> ParseCommandLine()
@@ -68,10 +74,11 @@ std::optional<Options> ParseCommandLine()
     options.Screenshot = parser.value(u"screenshot"_s);
     options.Picture = parser.value(u"picture"_s);
     const QStringList pictures{u"window"_s, u"preferences"_s, u"window-menu"_s};
-    if (!pictures.contains(options.Picture)) {
-        QTextStream(stderr) << "waypost: unknown picture: " << options.Picture << '\n';
-        parser.showHelp(2);
-    }
+    if (!pictures.contains(options.Picture))
+        Refuse(parser, u"picture"_s, options.Picture);
+    const QStringList languages{u"en"_s, u"de"_s, u"ja"_s};
+    if (options.LanguageCode && !languages.contains(*options.LanguageCode))
+        Refuse(parser, u"language"_s, *options.LanguageCode);
     return options;
 }
 

@@ -655,8 +655,11 @@ void tst_Waypost::Program_help()
     const QString help = program.Output();
     for (const QString& option : {u"--new-window"_s, u"--language"_s, u"--screenshot"_s, u"--picture"_s})
         QVERIFY2(help.contains(option), qPrintable(option));
-    Program mistake({u"--picture"_s, u"nothing"_s});
-    QCOMPARE(mistake.Result(), 2);
+    for (const QString& option : {u"--language"_s, u"--picture"_s}) {
+        Program mistake({option, u"nothing"_s});
+        QCOMPARE(mistake.Result(), 2);
+        QVERIFY(mistake.Errors().contains(u"unknown %1: nothing"_s.arg(option.mid(2))));
+    }
 }
 
 void tst_Waypost::Program_picture_data()
