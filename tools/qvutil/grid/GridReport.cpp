@@ -4,10 +4,9 @@
 #include "grid/GridReport.h"
 
 #include "cli/Console.h"
+#include "cli/Table.h"
 
 #include <QJsonObject>
-
-#include <algorithm>
 
 using namespace Qt::StringLiterals;
 
@@ -60,23 +59,7 @@ QJsonObject ToJson(const GridLeftover& leftover)
 
 } // namespace
 
-void PrintTable(const QList<QStringList>& rows)
-{
-    QList<qsizetype> widths;
-    for (const QStringList& row : rows) {
-        widths.resize(std::max(widths.size(), row.size()));
-        for (qsizetype i = 0; i < row.size(); ++i)
-            widths[i] = std::max(widths.at(i), row.at(i).size());
-    }
-    for (const QStringList& row : rows) {
-        QString line;
-        for (qsizetype i = 0; i < row.size(); ++i)
-            line += i + 1 < row.size() ? row.at(i).leftJustified(widths.at(i) + 2) : row.at(i);
-        Console::PrintLine(line);
-    }
-}
-
-void PrintMembers(const GridSnapshot& snapshot)
+QList<QStringList> MembersToRows(const GridSnapshot& snapshot)
 {
     QList<QStringList> rows = {{u"process"_s, u"state"_s, u"connected to"_s, u"client"_s, u"server"_s}};
     for (qsizetype i = 0; i < snapshot.Registry.Members.size(); ++i) {
@@ -86,7 +69,12 @@ void PrintMembers(const GridSnapshot& snapshot)
                      links ? JoinIds(links->Servers) : u"?"_s, links ? JoinIds(links->Clients) : u"?"_s,
                      Console::Visible(member.ServerName)});
     }
-    PrintTable(rows);
+    return rows;
+}
+
+void PrintMembers(const GridSnapshot& snapshot)
+{
+    PrintTable(MembersToRows(snapshot));
 }
 
 QJsonArray MembersToJson(const GridSnapshot& snapshot)

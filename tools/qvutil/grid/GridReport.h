@@ -13,8 +13,8 @@
 // How the commands of `qvutil grid` show what they found.
 namespace Quorvin::Tool {
 
-/// Prints columns side by side, each as wide as its longest text.
-void PrintTable(const QList<QStringList>& rows);
+/// Returns a table of the members and their links, with a heading.
+[[nodiscard]] QList<QStringList> MembersToRows(const GridSnapshot& snapshot);
 /// Prints a table of the members and their links.
 void PrintMembers(const GridSnapshot& snapshot);
 

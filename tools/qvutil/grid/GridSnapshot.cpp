@@ -141,11 +141,12 @@ bool IsStale(const QString& path, qint64 processId)
 std::optional<QList<GridLinks>> FindLinks(const QList<GridMember>& members)
 {
     QList<GridLinks> all(members.size());
+    const SocketSnapshot sockets;
     for (qsizetype i = 0; i < members.size(); ++i) {
         const QString path = Util::Internal::GetSocketPath(members.at(i).ServerName);
         if (!members.at(i).IsAlive || !IsSocket(path))
             continue;
-        const std::optional<EndpointProcesses> processes = FindEndpointProcesses(path);
+        const std::optional<EndpointProcesses> processes = sockets.Find(path);
         if (!processes)
             return std::nullopt;
         all[i].IsListening = !processes->Servers.isEmpty();

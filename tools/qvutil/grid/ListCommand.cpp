@@ -6,6 +6,7 @@
 #include "cli/Command.h"
 #include "cli/Console.h"
 #include "cli/Report.h"
+#include "cli/Table.h"
 #include "grid/GridReport.h"
 #include "grid/GridSnapshot.h"
 

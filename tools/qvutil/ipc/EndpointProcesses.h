@@ -4,9 +4,11 @@
 #ifndef QVUTIL_TOOL_IPC_ENDPOINTPROCESSES_H
 #define QVUTIL_TOOL_IPC_ENDPOINTPROCESSES_H
 
+#include <QByteArray>
 #include <QList>
 #include <QString>
 
+#include <memory>
 #include <optional>
 
 namespace Quorvin::Tool {
@@ -25,13 +27,39 @@ struct EndpointProcesses
     QList<ProcessName> Clients; ///< those that are connected to it
     int Connections = 0; ///< to the server; the processes of some may be unknown
     int Waiting = 0; ///< further connections that the server has not yet accepted
+    QByteArray BoundPath; ///< path at which the listening socket was created, before any renaming
+    bool IsListening = false; ///< whether a socket listens, even if its process is unknown
+    bool IsOtherSocket = false; ///< whether a socket has the file that cannot be a server's
 };
 
 // Each system answers these in a file of its own.
 
-/// Finds the processes at a socket without connecting to it.
-/// \return nothing if the system does not tell; processes of other users are left out mostly
-[[nodiscard]] std::optional<EndpointProcesses> FindEndpointProcesses(const QString& path);
+/// The sockets of the system at one moment, and the processes that have them.
+class SocketSnapshot
+{
+public:
+    SocketSnapshot();
+    ~SocketSnapshot();
+    Q_DISABLE_COPY_MOVE(SocketSnapshot)
+
+    /// Finds the processes at a socket without connecting to it.
+    /// \return nothing if the system does not tell; processes of other users are mostly left out
+    [[nodiscard]] std::optional<EndpointProcesses> Find(const QString& path) const;
+
+private:
+    struct Data;
+    std::unique_ptr<Data> mData;
+};
+
+/// Finds the processes at a single socket, see SocketSnapshot::Find.
+[[nodiscard]] inline std::optional<EndpointProcesses> FindEndpointProcesses(const QString& path)
+{
+    return SocketSnapshot().Find(path);
+}
+/// \return whether a process has loaded QvUtil as a shared library; nothing if the system does not tell
+[[nodiscard]] std::optional<bool> HasLibraryLoaded(qint64 processId);
+/// \return the effective user of a process; nothing if the system does not tell
+[[nodiscard]] std::optional<quint32> FindProcessUser(qint64 processId);
 /// \return the process at the other end of a connected socket; nothing if the system does not tell
 [[nodiscard]] std::optional<ProcessName> FindPeerProcess(qintptr socket);
 

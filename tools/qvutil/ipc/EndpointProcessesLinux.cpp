@@ -8,17 +8,21 @@
 #include <QByteArray>
 #include <QDir>
 #include <QFile>
+#include <QHash>
 #include <QSet>
 
 #include <algorithm>
 #include <cstring>
+#include <utility>
 
+#include <fcntl.h>
 #include <linux/netlink.h>
 #include <linux/rtnetlink.h>
 #include <linux/sock_diag.h>
 #include <linux/unix_diag.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
+#include <sys/sysmacros.h>
 #include <unistd.h>
 
 using namespace Qt::StringLiterals;
@@ -34,9 +38,12 @@ constexpr quint8 kListening = 10;
 
 struct SocketRow
 {
+    quint8 Type = 0; // SOCK_STREAM and so on
     quint8 State = 0;
     quint32 Inode = 0;
     quint32 FileInode = 0; // of the file that it is bound to; 0 for none
+    quint32 FileDevice = 0; // of the file, in the kernel's own form
+    QByteArray Name; // the path that was given to bind()
     quint32 PeerInode = 0;
     quint32 QueueSize = 0; // of a listening socket: the connections that wait to be accepted
 };
@@ -60,6 +67,7 @@ SocketRow ReadRow(QByteArrayView body)
 {
     const auto message = ReadPlain<unix_diag_msg>(body);
     SocketRow row;
+    row.Type = message.udiag_type;
     row.State = message.udiag_state;
     row.Inode = message.udiag_ino;
     qsizetype at = Aligned(sizeof(unix_diag_msg));
@@ -68,8 +76,12 @@ SocketRow ReadRow(QByteArrayView body)
         if (attribute.rta_len < sizeof(attribute) || at + attribute.rta_len > body.size())
             break;
         const QByteArrayView data = body.sliced(at).first(attribute.rta_len).sliced(sizeof(attribute));
-        if (attribute.rta_type == UNIX_DIAG_VFS)
-            row.FileInode = ReadPlain<unix_diag_vfs>(data).udiag_vfs_ino;
+        if (attribute.rta_type == UNIX_DIAG_VFS) {
+            const auto file = ReadPlain<unix_diag_vfs>(data);
+            row.FileInode = file.udiag_vfs_ino;
+            row.FileDevice = file.udiag_vfs_dev;
+        } else if (attribute.rta_type == UNIX_DIAG_NAME)
+            row.Name = data.toByteArray();
         else if (attribute.rta_type == UNIX_DIAG_PEER)
             row.PeerInode = ReadPlain<quint32>(data);
         else if (attribute.rta_type == UNIX_DIAG_RQLEN)
@@ -109,8 +121,8 @@ std::optional<QList<SocketRow>> ListSockets()
     question.Header.nlmsg_type = SOCK_DIAG_BY_FAMILY;
     question.Header.nlmsg_flags = NLM_F_REQUEST | NLM_F_DUMP;
     question.Request.sdiag_family = AF_UNIX;
-    question.Request.udiag_states = (1U << kConnected) | (1U << kListening);
-    question.Request.udiag_show = UDIAG_SHOW_VFS | UDIAG_SHOW_PEER | UDIAG_SHOW_RQLEN;
+    question.Request.udiag_states = ~0U;
+    question.Request.udiag_show = UDIAG_SHOW_NAME | UDIAG_SHOW_VFS | UDIAG_SHOW_PEER | UDIAG_SHOW_RQLEN;
 
     const Util::Platform::FileDescriptor socket(
         ::socket(AF_NETLINK, SOCK_RAW | SOCK_CLOEXEC, NETLINK_SOCK_DIAG));
@@ -152,44 +164,135 @@ QList<quint32> SocketsOf(const QByteArray& processId)
     return sockets;
 }
 
+// The processes that have a socket open, by the inode of the socket.
+QHash<quint32, QList<qint64>> ListOwners()
+{
+    QHash<quint32, QList<qint64>> owners;
+    const QStringList folders = QDir(u"/proc"_s).entryList({u"[1-9]*"_s}, QDir::Dirs);
+    for (const QString& folder : folders) {
+        const qint64 processId = folder.toLongLong();
+        const QList<quint32> sockets = SocketsOf(folder.toLatin1());
+        for (const quint32 socket : sockets) {
+            QList<qint64>& processes = owners[socket];
+            if (processes.isEmpty() || processes.last() != processId)
+                processes.append(processId);
+        }
+    }
+    return owners;
+}
+
+// The device of a file as the kernel numbers it among sockets. It is the device of the mount, which differs
+// from st_dev on file systems with subvolumes. \return nothing if the system does not tell
+std::optional<quint32> FindKernelDevice(const QByteArray& path)
+{
+#ifdef STATX_MNT_ID
+    struct statx file = {};
+    if (::statx(AT_FDCWD, path.constData(), AT_STATX_DONT_SYNC, STATX_MNT_ID, &file) != 0
+        || (file.stx_mask & STATX_MNT_ID) == 0)
+        return std::nullopt;
+    QFile mounts(u"/proc/self/mountinfo"_s);
+    if (!mounts.open(QIODevice::ReadOnly))
+        return std::nullopt;
+    const QByteArray start = QByteArray::number(static_cast<quint64>(file.stx_mnt_id)) + ' ';
+    const QList<QByteArray> lines = mounts.readAll().split('\n');
+    for (const QByteArray& line : lines) {
+        if (!line.startsWith(start))
+            continue;
+        const QList<QByteArray> device = line.split(' ').value(2).split(':');
+        constexpr int kMinorBits = 20;
+        return (device.value(0).toUInt() << kMinorBits) | device.value(1).toUInt();
+    }
+#else
+    (void)path;
+#endif
+    return std::nullopt; // the mount lies outside the root folder of this process
+}
+
+QList<ProcessName> NamesOf(const QSet<quint32>& sockets, const QHash<quint32, QList<qint64>>& owners)
+{
+    QSet<qint64> ids;
+    for (const quint32 socket : sockets) {
+        for (const qint64 processId : owners.value(socket))
+            ids.insert(processId);
+    }
+    QList<qint64> sorted(ids.begin(), ids.end());
+    std::sort(sorted.begin(), sorted.end());
+    QList<ProcessName> names;
+    for (const qint64 processId : std::as_const(sorted))
+        names.append(NameOf(processId));
+    return names;
+}
+
 } // namespace
 
-std::optional<EndpointProcesses> FindEndpointProcesses(const QString& path)
+struct SocketSnapshot::Data
 {
+    std::optional<QList<SocketRow>> Rows;
+    QHash<quint32, QList<qint64>> Owners;
+};
+
+SocketSnapshot::SocketSnapshot()
+    : mData(std::make_unique<Data>())
+{
+    mData->Rows = ListSockets();
+    if (mData->Rows)
+        mData->Owners = ListOwners();
+}
+
+SocketSnapshot::~SocketSnapshot() = default;
+
+std::optional<EndpointProcesses> SocketSnapshot::Find(const QString& path) const
+{
+    const QByteArray name = QFile::encodeName(path);
     struct stat file = {};
-    if (::stat(QFile::encodeName(path).constData(), &file) != 0)
+    if (!mData->Rows || ::stat(name.constData(), &file) != 0)
         return std::nullopt;
-    const std::optional<QList<SocketRow>> rows = ListSockets();
-    if (!rows)
-        return std::nullopt;
+    const std::optional<quint32> device = FindKernelDevice(name);
 
     EndpointProcesses result;
     QSet<quint32> servers;
     QSet<quint32> clients;
-    for (const SocketRow& row : *rows) {
-        if (row.FileInode != static_cast<quint32>(file.st_ino))
+    for (const SocketRow& row : std::as_const(*mData->Rows)) {
+        if (row.FileInode != static_cast<quint32>(file.st_ino) || (device && row.FileDevice != *device))
             continue;
-        if (row.State == kListening) {
+        if (row.Type != SOCK_STREAM || (row.State != kListening && row.State != kConnected)) {
+            result.IsOtherSocket = true;
+        } else if (row.State == kListening) {
             servers.insert(row.Inode);
             result.Waiting += static_cast<int>(row.QueueSize);
+            result.BoundPath = row.Name;
         } else {
             ++result.Connections;
             clients.insert(row.PeerInode);
         }
     }
-    const QStringList folders = QDir(u"/proc"_s).entryList({u"[1-9]*"_s}, QDir::Dirs);
-    for (const QString& folder : folders) {
-        const QList<quint32> sockets = SocketsOf(folder.toLatin1());
-        const auto hasOneOf = [&sockets](const QSet<quint32>& wanted) {
-            return std::any_of(sockets.begin(), sockets.end(),
-                               [&wanted](quint32 socket) { return wanted.contains(socket); });
-        };
-        if (hasOneOf(servers))
-            result.Servers.append(NameOf(folder.toLongLong()));
-        if (hasOneOf(clients))
-            result.Clients.append(NameOf(folder.toLongLong()));
-    }
+    result.Servers = NamesOf(servers, mData->Owners);
+    result.Clients = NamesOf(clients, mData->Owners);
+    result.IsListening = !servers.isEmpty();
     return result;
+}
+
+std::optional<bool> HasLibraryLoaded(qint64 processId)
+{
+    QFile maps(u"/proc/%1/maps"_s.arg(processId));
+    const QByteArray text = maps.open(QIODevice::ReadOnly) ? maps.readAll() : QByteArray();
+    if (text.isEmpty())
+        return std::nullopt;
+    return text.contains("/libQvUtil.so");
+}
+
+std::optional<quint32> FindProcessUser(qint64 processId)
+{
+    QFile status(u"/proc/%1/status"_s.arg(processId));
+    if (!status.open(QIODevice::ReadOnly))
+        return std::nullopt;
+    constexpr QByteArrayView kStart = "Uid:\t"; // real, effective, saved, for files
+    const QList<QByteArray> lines = status.readAll().split('\n');
+    for (const QByteArray& line : lines) {
+        if (line.startsWith(kStart))
+            return line.split('\t').value(2).toUInt();
+    }
+    return std::nullopt;
 }
 
 std::optional<ProcessName> FindPeerProcess(qintptr socket)

@@ -9,7 +9,23 @@
 
 namespace Quorvin::Tool {
 
-std::optional<EndpointProcesses> FindEndpointProcesses(const QString& /*path*/)
+struct SocketSnapshot::Data
+{ };
+
+SocketSnapshot::SocketSnapshot() = default;
+SocketSnapshot::~SocketSnapshot() = default;
+
+std::optional<EndpointProcesses> SocketSnapshot::Find(const QString& /*path*/) const
+{
+    return std::nullopt;
+}
+
+std::optional<bool> HasLibraryLoaded(qint64 /*processId*/)
+{
+    return std::nullopt;
+}
+
+std::optional<quint32> FindProcessUser(qint64 /*processId*/)
 {
     return std::nullopt;
 }

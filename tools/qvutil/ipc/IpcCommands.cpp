@@ -11,6 +11,7 @@ namespace Quorvin::Tool {
 void AddIpcCommands(CommandLine& line)
 {
     CLI::App& group = line.AddGroup("ipc", "Talk to the servers of applications, and look at what they say");
+    AddEndpointListCommand(line, group);
     AddCallCommand(line, group);
     AddSendCommand(line, group);
     AddListenCommand(line, group);

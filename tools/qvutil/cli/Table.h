@@ -1,0 +1,20 @@
+// SPDX-FileCopyrightText: 2026 The QvUtil developers
+// SPDX-License-Identifier: MIT
+
+#ifndef QVUTIL_TOOL_TABLE_H
+#define QVUTIL_TOOL_TABLE_H
+
+#include <QList>
+#include <QStringList>
+
+namespace Quorvin::Tool {
+
+/// Lays out columns side by side, each as wide as its longest text.
+/// \return one line for each row
+[[nodiscard]] QStringList FormatTable(const QList<QStringList>& rows);
+/// Prints such a table.
+void PrintTable(const QList<QStringList>& rows);
+
+} // namespace Quorvin::Tool
+
+#endif // QVUTIL_TOOL_TABLE_H

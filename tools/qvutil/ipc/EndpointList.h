@@ -1,0 +1,55 @@
+// SPDX-FileCopyrightText: 2026 The QvUtil developers
+// SPDX-License-Identifier: MIT
+
+#ifndef QVUTIL_TOOL_IPC_ENDPOINTLIST_H
+#define QVUTIL_TOOL_IPC_ENDPOINTLIST_H
+
+#include "ipc/Endpoint.h"
+#include "ipc/EndpointProcesses.h"
+
+#include <QJsonObject>
+#include <QList>
+#include <QString>
+#include <QStringList>
+
+#include <optional>
+
+namespace Quorvin::Tool {
+
+/// A socket file, as found in a folder.
+struct EndpointEntry
+{
+    enum Origin {
+        Library, ///< its process uses QvUtil
+        Unknown, ///< may be a server of QvUtil: the process cannot be seen, links it statically, or is gone
+        Other, ///< cannot be a server of QvUtil, which creates its sockets in another way
+    };
+
+    QString Name; ///< as the other commands take it: a name, or a path if the folder is not the usual one
+    QString Path;
+    QString User; ///< of the process; of the file if the process is unknown
+    Endpoint::Answer Listening = Endpoint::No;
+    std::optional<EndpointProcesses> Processes; ///< nothing if the system does not tell
+    Origin From = Unknown;
+
+    /// Whether a process that has ended left the file.
+    [[nodiscard]] bool IsStale() const { return Listening == Endpoint::No && From != Other; }
+    /// Whether the server accepts connections; nothing if that is unknown.
+    [[nodiscard]] std::optional<bool> Accepts() const;
+    /// Whether the server has not yet accepted a connection.
+    [[nodiscard]] bool HasWaiting() const { return Processes && Processes->Waiting > 0; }
+};
+
+/// Returns the folders with sockets: the one for temporary files, and that of the user's session.
+[[nodiscard]] QStringList EndpointFolders();
+/// Finds the sockets in these folders, sorted by name. Connects to none and creates no file.
+/// Throws Failure if the folder for temporary files cannot be read.
+[[nodiscard]] QList<EndpointEntry> ListEndpoints(bool withOthers);
+
+/// Returns a table with a heading.
+[[nodiscard]] QList<QStringList> EndpointsToRows(const QList<EndpointEntry>& entries);
+[[nodiscard]] QJsonObject ToJson(const EndpointEntry& entry);
+
+} // namespace Quorvin::Tool
+
+#endif // QVUTIL_TOOL_IPC_ENDPOINTLIST_H
