@@ -1,26 +1,26 @@
 # SPDX-FileCopyrightText: 2026 The QvUtil developers
 # SPDX-License-Identifier: MIT
 
-# Checks of translations and expressions in a host's own build. They come with find_package(QvUtil) and with
-# add_subdirectory. Each call adds a step to the build, which TARGET waits for and which runs again only
-# when a file has changed, and a test of the same name, TARGET_xliff_1 or TARGET_expressions_1.
+# Functions that check translations and expressions in the build of another project. find_package(QvUtil) and
+# add_subdirectory define them. Each call adds a build step, which TARGET waits for and which runs again only when a
+# file has changed, and a test of the same name, TARGET_xliff_1 or TARGET_expressions_1.
 #
 #   qvutil_check_xliff(TARGET name FILES file... [DOCUMENTS file-or-folder...] [ALLOW kind...])
 #     FILES        XLIFF files, as for `qvutil xliff check`
-#     DOCUMENTS    XML files whose texts they translate; a folder stands for all *.xml below it
-#     ALLOW        kinds of findings that are no errors, such as `untranslated`
+#     DOCUMENTS    XML files whose texts they translate; a folder means all *.xml files below it
+#     ALLOW        kinds of findings that are not errors, such as `untranslated`
 #
 #   qvutil_lint_expressions(TARGET name [FILES file...] [ATTRIBUTES name...] [EXPRESSIONS text...]
 #                           [OPERANDS file])
 #     FILES        with ATTRIBUTES: XML files with expressions in these attributes; without: files with one
-#                  expression a line
-#     EXPRESSIONS  expressions themselves
-#     OPERANDS     file that names the operands there are, one a line; empty lines and those that begin with
-#                  '#' do not count
+#                  expression per line
+#     EXPRESSIONS  the expressions themselves
+#     OPERANDS     file with the known operands, one per line; empty lines and lines that begin with '#' are
+#                  ignored
 #
-# Files are relative to the current source folder.
+# Relative paths start at the current source folder.
 
-# Stops unless the call was understood, its target exists and there is a tool to run.
+# Stops with an error unless all arguments are known, TARGET is a target, and there is a tool to run.
 macro(_qvutil_require_check function)
     if(arg_UNPARSED_ARGUMENTS)
         message(FATAL_ERROR "${function}: unexpected ${arg_UNPARSED_ARGUMENTS}")
@@ -44,7 +44,9 @@ function(_qvutil_find_files output)
     set(${output} "${files}" PARENT_SCOPE)
 endfunction()
 
-# Adds the step and the test.   COMMAND argument... of the tool   INPUTS file... that it depends on
+# Adds the build step and the test.
+#   COMMAND argument...   arguments of the tool
+#   INPUTS file...        files that the check depends on
 function(_qvutil_add_check target kind)
     cmake_parse_arguments(PARSE_ARGV 2 arg "" "" "COMMAND;INPUTS")
     set(number 1)
@@ -120,7 +122,7 @@ function(qvutil_lint_expressions)
         list(TRANSFORM names STRIP)
         list(FILTER names EXCLUDE REGEX "^(#.*)?$")
         list(JOIN names "," known)
-        # The comma stands for a list without a name, which is one too: no operand is known then.
+        # The leading comma makes an empty list valid: no operand is known then.
         list(APPEND options "--known=,${known}")
     endif()
     _qvutil_add_check("${arg_TARGET}" expressions

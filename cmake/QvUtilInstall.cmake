@@ -1,22 +1,22 @@
 # SPDX-FileCopyrightText: 2026 The QvUtil developers
 # SPDX-License-Identifier: MIT
 
-# What `cmake --install` puts where. The package can be moved to any folder afterwards: nothing in it names
-# the folder that it was installed to.
-#   component Runtime       the shared library, the tool and its manual pages, the licence
+# The install rules. The installed files can be moved to any folder, because none of them names the installation
+# prefix.
+#   component Runtime       the shared library, the tool, its manual page and completions, the licence
 #   component Development   headers, the static library or the link to the shared one, CMake package,
 #                           pkg-config module
 
 include(CMakePackageConfigHelpers)
 
-# Sets OUTPUT to the way from the folder FROM back to the installation prefix, such as "../..".
+# Sets OUTPUT to the relative path from the folder FROM to the installation prefix, such as "../..".
 function(qvutil_path_to_prefix output from)
     file(RELATIVE_PATH way "/prefix/${from}" "/prefix")
     string(REGEX REPLACE "/$" "" way "${way}")
     set(${output} "${way}" PARENT_SCOPE)
 endfunction()
 
-# Sets OUTPUT to FOLDER as a pkg-config file says it: below ${prefix} unless it is absolute.
+# Sets OUTPUT to FOLDER in the form of pkg-config files: below ${prefix} unless FOLDER is absolute.
 function(qvutil_pkgconfig_folder output folder)
     if(NOT IS_ABSOLUTE "${folder}")
         set(folder "\${prefix}/${folder}")
@@ -24,7 +24,7 @@ function(qvutil_pkgconfig_folder output folder)
     set(${output} "${folder}" PARENT_SCOPE)
 endfunction()
 
-# Sets OUTPUT to where the installed tool looks for the library: relative to the tool, so that both can be moved
+# Sets OUTPUT to the run path of the installed tool. It is relative to the tool, so that tool and library can be moved
 # together.
 function(qvutil_path_to_library output)
     if(IS_ABSOLUTE "${CMAKE_INSTALL_LIBDIR}" OR IS_ABSOLUTE "${CMAKE_INSTALL_BINDIR}")
@@ -54,7 +54,7 @@ function(qvutil_install_pkgconfig)
          OUTPUT_VARIABLE QVUTIL_PC_REQUIRES)
     list(JOIN QVUTIL_PC_REQUIRES ", " QVUTIL_PC_REQUIRES)
 
-    # What the library itself needs beyond Qt's modules: a static one passes it on to its host.
+    # Libraries besides Qt. A program that links the static library needs them too.
     get_target_property(libraries QvUtil LINK_LIBRARIES)
     list(REMOVE_ITEM libraries ${QVUTIL_QT_TARGETS})
     list(JOIN libraries " " QVUTIL_PC_LIBS_PRIVATE)
@@ -89,8 +89,8 @@ function(qvutil_install)
     qvutil_install_cmake_package()
     qvutil_install_pkgconfig()
 
-    # A Qt outside the system's folders is found by the installed files as it was by the built ones. On
-    # macOS the library is known as @rpath/libQvUtil.1.dylib: the host says where its libraries are.
+    # Keep the run path to a Qt outside the system's folders. On macOS, the install name of the library is
+    # @rpath/libQvUtil.1.dylib, so the program that uses the library sets the run path.
     set_target_properties(QvUtil PROPERTIES
         MACOSX_RPATH ON
         INSTALL_RPATH_USE_LINK_PATH ON)
@@ -99,7 +99,7 @@ function(qvutil_install)
         set_target_properties(qvutil PROPERTIES
             INSTALL_RPATH "${way}"
             INSTALL_RPATH_USE_LINK_PATH ON)
-        # Exported apart from the library: the tool can be left out, or be packaged separately.
+        # Exported separately, because the tool can be left out or packaged separately.
         install(TARGETS qvutil EXPORT QvUtilToolTargets
             RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}" COMPONENT Runtime)
         install(EXPORT QvUtilToolTargets NAMESPACE QvUtil:: COMPONENT Development

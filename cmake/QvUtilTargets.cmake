@@ -1,7 +1,7 @@
 # SPDX-FileCopyrightText: 2026 The QvUtil developers
 # SPDX-License-Identifier: MIT
 
-# When clazy is the compiler, it makes the checks that scripts/lint makes.
+# If clazy is the compiler, run the same checks as scripts/lint.
 if(CMAKE_CXX_COMPILER MATCHES "/clazy[^/]*$")
     file(STRINGS "${PROJECT_SOURCE_DIR}/.clazy" QVUTIL_CLAZY_CHECKS REGEX "^[^#]")
     list(JOIN QVUTIL_CLAZY_CHECKS "," QVUTIL_CLAZY_CHECKS)
@@ -10,11 +10,11 @@ if(CMAKE_CXX_COMPILER MATCHES "/clazy[^/]*$")
         "SHELL:-Xclang -plugin-arg-clazy -Xclang ignore-included-files")
 endif()
 
-# Gives a target of this project the house's warnings, Qt strictness, hidden visibility and sanitizers.
+# Sets the warnings, strict Qt definitions, hidden visibility and sanitizers of a target of this project.
 #
-# A project that adds this one sets CMAKE_AUTOMOC, CMAKE_CXX_STANDARD, CMAKE_UNITY_BUILD and the like for its
-# own targets. They would become the defaults of ours, so each property that matters is set here. Optimisation,
-# CMAKE_INTERPROCEDURAL_OPTIMIZATION included, stays the surrounding project's choice.
+# If this project is part of another one, CMAKE_AUTOMOC, CMAKE_CXX_STANDARD, CMAKE_UNITY_BUILD and similar variables of
+# that project become the defaults of our targets, so each property that matters is set here. The other project
+# decides on optimisation, including CMAKE_INTERPROCEDURAL_OPTIMIZATION.
 function(qvutil_configure_target target)
     target_compile_features(${target} PRIVATE cxx_std_20)
     set_target_properties(${target} PROPERTIES
@@ -28,14 +28,14 @@ function(qvutil_configure_target target)
         OBJCXX_VISIBILITY_PRESET hidden
         VISIBILITY_INLINES_HIDDEN ON
         POSITION_INDEPENDENT_CODE ON)
-    # CMake does this for C++ alone.
+    # VISIBILITY_INLINES_HIDDEN applies to C++ only.
     target_compile_options(${target} PRIVATE $<$<COMPILE_LANGUAGE:OBJCXX>:-fvisibility-inlines-hidden>)
     target_compile_definitions(${target} PRIVATE
         QT_NO_CAST_FROM_ASCII QT_NO_CAST_TO_ASCII QT_NO_CAST_FROM_BYTEARRAY QT_NO_URL_CAST_FROM_STRING
         QT_NO_KEYWORDS QT_NO_FOREACH QT_NO_NARROWING_CONVERSIONS_IN_CONNECT QT_NO_CONTEXTLESS_CONNECT
         QT_DEPRECATED_WARNINGS_SINCE=0x060400 QT_WARN_DEPRECATED_UP_TO=0x060400)
     if(NOT PROJECT_IS_TOP_LEVEL)
-        # The surrounding project's warnings are for its own sources, and must not stop at ours.
+        # Warnings that the other project turns on must not stop the build of our sources.
         set_target_properties(${target} PROPERTIES COMPILE_WARNING_AS_ERROR OFF UNITY_BUILD OFF)
         if(CMAKE_CXX_COMPILER_ID MATCHES "GNU|Clang")
             target_compile_options(${target} PRIVATE -w)

@@ -1,7 +1,7 @@
 # SPDX-FileCopyrightText: 2026 The QvUtil developers
 # SPDX-License-Identifier: MIT
 
-# Runs an example in a fresh folder and compares what it prints with what the documentation says.
+# Runs an example in an empty folder and compares its output with the output in the documentation.
 #   cmake -DPROGRAM=file -DARGUMENTS=list -DRUNS=n -DFOLDER=folder -DEXPECTED=file -P RunExample.cmake
 
 file(REMOVE_RECURSE "${FOLDER}")
@@ -11,7 +11,7 @@ foreach(run RANGE 1 ${RUNS})
     execute_process(COMMAND "${CMAKE_COMMAND}" -E env TZ=UTC "${PROGRAM}" ${ARGUMENTS}
         WORKING_DIRECTORY "${FOLDER}" OUTPUT_VARIABLE output RESULT_VARIABLE result)
     if(NOT result EQUAL 0)
-        message(FATAL_ERROR "${PROGRAM} gave ${result}\n${output}")
+        message(FATAL_ERROR "${PROGRAM} failed: ${result}\n${output}")
     endif()
     string(APPEND printed "${output}")
 endforeach()

@@ -2,13 +2,14 @@
 # SPDX-FileCopyrightText: 2026 The QvUtil developers
 # SPDX-License-Identifier: MIT
 
-"""Runs clang-tidy or clazy over the sources of a build, in parallel.
+"""Runs clang-tidy or clazy on the sources of a build, in parallel.
 
     analyse.py BUILD_FOLDER JOBS FOLDERS COMMAND...
 
-COMMAND is run for each source in FOLDERS (names of top folders, separated by commas), with its name behind it. A source that passed is not looked at again until it,
-one of its headers, the configuration, the program or the command changes: what is compared is the digest of all
-of these, kept as an empty file in the user's cache folder. The exit code is 1 if a source did not pass.
+Runs COMMAND for each source in FOLDERS, with the name of the source as the last argument. FOLDERS are names of top
+folders, separated by commas. A source that passed is not analysed again until the source, one of its headers, the
+configuration, the program or the command changes: a digest of all these is kept as the name of an empty file in the
+cache folder of the user. The exit code is 1 if a source did not pass.
 """
 
 import concurrent.futures
@@ -27,7 +28,7 @@ NOISE = re.compile(r"^\d+ warnings? generated\.\n|^Suppressed .*\n|^Use -header-
 
 
 def sources(build, folders):
-    """Yields each source that the build compiles and the compiler's command, generated files left out."""
+    """Yields each source of the build and its compile command, except generated files."""
     for entry in json.loads((build / "compile_commands.json").read_text()):
         path = pathlib.Path(entry["file"])
         if path.is_relative_to(ROOT) and path.relative_to(ROOT).parts[0] in folders:
@@ -61,7 +62,7 @@ def key(path, entry, command, version):
 
 
 def analyse(path, entry, command, version):
-    """Returns whether the source passed, and what was printed; None if it had passed before."""
+    """Returns whether the source passed, and the output; the output is None if the source had passed before."""
     passed = CACHE / key(path, entry, command, version)
     if passed.exists():
         return True, None

@@ -2,7 +2,7 @@
 # SPDX-License-Identifier: MIT
 # shellcheck shell=bash
 
-# What the scripts of this folder share. Sourced, never run. Written for the bash 3.2 of macOS too.
+# Functions that the scripts in this folder share. It is sourced, never run, and must work in the bash 3.2 of macOS.
 
 set -euo pipefail
 
@@ -26,13 +26,13 @@ die()
     exit 1
 }
 
-# Prints the comment block at the top of the calling script, as its help.
+# Prints the comment at the top of the calling script as its help.
 usage()
 {
     sed -n '/^# Usage:/,/^$/s/^# \{0,1\}//p' "$0"
 }
 
-# usage_error MESSAGE: for an option that is not known.
+# usage_error MESSAGE: prints MESSAGE and the help, then exits with code 2.
 usage_error()
 {
     printf '%s: %s\n\n' "$(basename "$0")" "$1" >&2
@@ -62,13 +62,13 @@ as_root()
     elif has sudo; then
         sudo "$@"
     else
-        die "these packages must be installed by root, and there is no sudo here: $*"
+        die "root must run this command, and there is no sudo here: $*"
     fi
 }
 
-# The names of the packages by what they serve: Debian's and Ubuntu's first, Homebrew's second.
-# Debian 12 and 13 have different versions of clang, so the names carry none.
-# C.UTF-8 and a linker are part of every Debian; the time zones (tzdata) are not.
+# packages_of SUBJECT SYSTEM: prints the names of the packages that a subject needs. SYSTEM is debian (also for Ubuntu)
+# or brew. The names contain no version of clang, because Debian 12 and 13 have different versions.
+# Every Debian has C.UTF-8 and a linker, but not the time zones (tzdata).
 packages_of()
 {
     case "$1:$2" in
@@ -131,8 +131,8 @@ missing_brew()
     done
 }
 
-# need SUBJECT...: installs the packages that the subjects (of packages_of) take and that are not there yet.
-# Set QVUTIL_INSTALL_PACKAGES=no to look after the packages yourself.
+# need SUBJECT...: installs the missing packages that the subjects (of packages_of) need.
+# Set QVUTIL_INSTALL_PACKAGES=no to install packages yourself.
 need()
 {
     local system subject packages='' missing
@@ -144,7 +144,7 @@ need()
     elif has brew; then
         system=brew
     else
-        say "No apt-get and no Homebrew here: the packages are yours to install (see README.md)"
+        say "There is no apt-get and no Homebrew here: install the packages yourself (see docs/getting-started.md)"
         return
     fi
     for subject in "$@"; do
@@ -157,7 +157,7 @@ need()
     fi
     # shellcheck disable=SC2086 # a list of words
     set -- $missing
-    say "Installing what is missing: $*"
+    say "Installing missing packages: $*"
     if [ "$system" = debian ]; then
         as_root env DEBIAN_FRONTEND=noninteractive apt-get update -qq
         as_root env DEBIAN_FRONTEND=noninteractive apt-get install -y -qq --no-install-recommends "$@"
@@ -166,7 +166,7 @@ need()
     fi
 }
 
-# Compiles once what was compiled before, also in another clone of the same sources.
+# Reuses compiled objects, also those of another clone of the same sources.
 use_ccache()
 {
     if has ccache; then
@@ -175,11 +175,11 @@ use_ccache()
     fi
 }
 
-# A script that builds no tests sets this to OFF, so that the packages of the tests need not be installed.
+# A script that builds no tests sets this to OFF, so that the packages for tests are not needed.
 with_tests=ON
 
-# configure PRESET: makes the build tree of a preset, unless it exists. If a script without tests made it, the tests
-# are added. The build regenerates itself when the CMake files change.
+# configure PRESET: makes the build tree of a preset if it does not exist. If a script without tests made it, adds the
+# tests. The build regenerates itself when the CMake files change.
 configure()
 {
     use_ccache
@@ -188,11 +188,11 @@ configure()
         return
     fi
     say "Configuring (preset $1)"
-    # A compiler that nobody here has seen yet may warn where ours do not: only for us is that an error.
+    # A newer compiler may have new warnings. They are errors in CI only, so that users can build.
     cmake --preset "$1" -DQVUTIL_BUILD_TESTS="$with_tests" -DCMAKE_COMPILE_WARNING_AS_ERROR="${CI:-OFF}"
 }
 
-# build PRESET [TARGET...]: builds a preset, all of it or these targets.
+# build PRESET [TARGET...]: builds these targets of a preset, or all of them.
 build()
 {
     local preset=$1 target

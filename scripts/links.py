@@ -2,11 +2,13 @@
 # SPDX-FileCopyrightText: 2026 The QvUtil developers
 # SPDX-License-Identifier: MIT
 
-"""Makes the links of the reference lead somewhere: links.py HTML-FOLDER
+"""Repairs the links in the reference that Doxygen has built.
 
-The handbook links to examples and sources of the repository, and to headings of its pages, which Doxygen leaves
-as they stand. The files are copied beside the pages, a folder is linked by its main.cpp or CMakeLists.txt, and
-the project file of the help collection lists them. The exit code is 1 if a link or a picture leads nowhere.
+    links.py HTML_FOLDER
+
+The handbook links to examples and sources in the repository, and to headings of its pages; Doxygen does not resolve
+these links. This script copies the files into HTML_FOLDER, links a folder by its main.cpp or CMakeLists.txt, and adds
+the files to the project file of the help collection. The exit code is 1 if a link or a picture leads nowhere.
 """
 
 import functools
@@ -24,7 +26,7 @@ HEADING = re.compile(r'<h\d><a class="anchor" id="(autotoc_\w+)"></a>\s*(.*?)</h
 
 @functools.lru_cache(maxsize=None)
 def headings(page):
-    """The ids of a page's headings, by the names that links in Markdown have for them."""
+    """Maps the names that Markdown links use for the headings of a page to the ids of the headings."""
     ids = {}
     for identity, title in HEADING.findall(page.read_text(encoding="utf-8")):
         words = html.unescape(re.sub(r"<[^>]*>", "", title)).strip().lower()
@@ -33,7 +35,7 @@ def headings(page):
 
 
 def page_of(path, folder):
-    """The page of a file of the handbook: Doxygen names it md_docs_NAME.html up to 1.9.7, then md_docs_2NAME.html."""
+    """Returns the HTML page of a handbook page: md_docs_NAME.html up to Doxygen 1.9.7, then md_docs_2NAME.html."""
     name = pathlib.Path(path).stem
     if name == "README":
         return "index.html"
@@ -62,7 +64,7 @@ def mended(link, page):
 
 
 def list_files(project):
-    """Names every file in the project of the help collection; Doxygen knows only its own."""
+    """Lists all files in the project of the help collection; Doxygen lists only the files that it wrote."""
     folder = project.parent
     files = sorted(file.relative_to(folder) for file in folder.rglob("*") if file.is_file() and file != project)
     lines = "".join(f"<file>{html.escape(str(file))}</file>\n" for file in files)

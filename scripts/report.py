@@ -1,11 +1,10 @@
 #!/usr/bin/env python3
 # SPDX-FileCopyrightText: 2026 The QvUtil developers
 # SPDX-License-Identifier: MIT
-"""Turns the JSON output of the benchmark programs into a Markdown page and a chart.
+"""Converts the JSON output of the benchmark programs to a Markdown page and a chart.
 
-Each benchmark is named Subject/Contestant[/argument]. Within a subject and argument the contestant whose name
-begins with "raw" is the measure: every other one is shown as a multiple of it. Where single runs were timed,
-their 99th percentile is the counter p99_ns.
+Each benchmark is named Subject/Contestant[/argument]. Within a subject and argument, the results are multiples of the
+contestant whose name begins with "raw". If a program timed single runs, the counter p99_ns is their 99th percentile.
 """
 
 import argparse
@@ -34,12 +33,12 @@ def median_of(values):
 
 
 def natural_order(text):
-    """Sorts "x 10" behind "x 9"."""
+    """Sorts "x 10" after "x 9"."""
     return [(word.isdigit(), int(word) if word.isdigit() else word) for word in text.split()]
 
 
 def split_name(name):
-    """Returns subject with argument, and contestant; what the benchmark library adds to names is left out."""
+    """Returns the subject with its argument, and the contestant, without the additions of the benchmark library."""
     subject, contestant, *arguments = name.split("/")
     arguments = [word for word in arguments if not word.startswith("iterations:") and not word.endswith("_time")]
     return " ".join([subject, *arguments]), contestant

@@ -2,11 +2,13 @@
 # SPDX-FileCopyrightText: 2026 The QvUtil developers
 # SPDX-License-Identifier: MIT
 
-"""Keeps the code in the documentation equal to the examples that are compiled and run.
+"""Compares the code in the documentation with the examples, which the tests compile and run.
 
-A comment <!-- snippet: FILE [NAME] --> stands before a fenced block that repeats FILE (without the licence
-lines at its top), or the part of it between two lines `//! [NAME]`. Without arguments, the blocks are
-compared, and the exit code is 1 if one differs; with --update they are rewritten.
+    snippets.py [--update]
+
+A comment <!-- snippet: FILE [NAME] --> precedes each fenced block that repeats FILE, without the licence lines at the
+top. With NAME, the block repeats only the part of FILE between two lines `//! [NAME]`. The exit code is 1 if a block
+differs. With --update, the script rewrites such blocks.
 """
 
 import pathlib
@@ -45,7 +47,7 @@ def main():
         blocks += len(BLOCK.findall(old))
         new = BLOCK.sub(lambda match: match[1] + wanted(match[2], match[3]) + match[5], old)
         if old.count("<!-- snippet:") != len(BLOCK.findall(old)):
-            print(f"{page.name}: a snippet comment without a block behind it")
+            print(f"{page.name}: a snippet comment is not followed by a code block")
             good = False
         for target in links_that_lead_nowhere(page, old):
             print(f"{page.name}: the link to {target} leads nowhere")
@@ -56,7 +58,7 @@ def main():
         elif new != old:
             print(f"{page.name}: a code block differs from its example; run scripts/docs --update")
             good = False
-    print(f"{blocks} code blocks looked at")
+    print(f"{blocks} code blocks checked")
     return 0 if good else 1
 
 

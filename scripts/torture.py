@@ -135,7 +135,7 @@ class Torture:
         return path
 
     def verdict(self, file, code, old, new):
-        """What is wrong with a save of the document new over the bytes old (None: no file); '' if nothing."""
+        """Returns the fault of a save of the document new over the bytes old (None: no file); '' if there is none."""
         content = file.read_bytes() if file.exists() else None
         if code == 0:
             return '' if content == new else 'true, but not saved'
@@ -410,7 +410,7 @@ class Torture:
             return None
 
     def attacks(self):
-        """What a peer may send, by name: pieces of bytes, and the pause in seconds after each."""
+        """Maps names to attacks of a peer: pieces of bytes, and the pause in seconds after each."""
         noise = self.random.randbytes
         begin = b'<?xml version="1.0"?>\n<Message Id="Ask">'
         attributes = b''.join(b' a%d="1"' % i for i in range(200_000))
