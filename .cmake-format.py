@@ -1,8 +1,8 @@
 # SPDX-FileCopyrightText: 2026 The QvUtil developers
 # SPDX-License-Identifier: MIT
 
-# What `scripts/lint cmake` asks of CMake files, by cmake-lint. The formatter of the same package is not used: it
-# does not know newer arguments such as FILE_SET, and scatters them.
+# The configuration of cmake-lint for `scripts/lint cmake`. The formatter of the same package is not used, because it
+# does not know newer arguments such as FILE_SET and formats them badly.
 
 with section("format"):
     line_width = 120
@@ -10,10 +10,10 @@ with section("format"):
 
 with section("lint"):
     disabled_codes = [
-        "C0103",  # names: locals are in lower case and switches in upper case, in the same scope
-        "C0111",  # a comment stands before a function, where readers of CMake look for it
-        "C0113",  # some custom targets have nothing to announce
-        "E1120",  # these three come from commands that cmake-lint knows too old a form of
+        "C0103",  # names: in one scope, local variables are in lower case and options in upper case
+        "C0111",  # comments on functions are before the function, as usual in CMake
+        "C0113",  # some custom targets need no COMMENT
+        "E1120",  # these three are false: cmake-lint knows only older forms of the commands
         "E1122",
         "E1126",
     ]

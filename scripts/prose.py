@@ -31,6 +31,9 @@ SCOPE = (
     ".ci/*",
     ".github/workflows/*",
     ".pre-commit-config.yaml",
+    ".clang-tidy",
+    ".clazy",
+    ".cmake-format.py",
     "CMakeLists.txt",
     "cmake/*",
     "source/**/CMakeLists.txt",
@@ -38,6 +41,8 @@ SCOPE = (
     "benchmarks/**/CMakeLists.txt",
     "examples/**/CMakeLists.txt",
     "examples/*.cmake",
+    "tests/**/CMakeLists.txt",
+    "tests/**/*.cmake",
     "debian/rules",
     "debian/tests/*",
 )
@@ -103,7 +108,7 @@ RULES = (
     Rule(r"\b(?:analyz|initializ|serializ|normaliz|optimiz|recogniz|organiz|localiz|synchroniz|customiz)\w+",
          "British spelling: -ise, -yse", "It initializes the list."),
     Rule(r"\blicense\b", 'British spelling of the noun: "licence"', "It has no license."),
-    Rule(r"\b(?!that\b|had\b|\d)(\w+) \1\b", "a word is repeated", "It reads the the file."),
+    Rule(r"\b(?!that\b|had\b|long\b|\d)(\w+) \1\b", "a word is repeated", "It reads the the file."),
 )
 WRAPPED = 'end the line at the end of a sentence'
 QUESTION = 'name a task or a thing: "Save a document"'
