@@ -73,7 +73,8 @@ class Process:
         self.changed = threading.Condition()
         self.process = subprocess.Popen(arguments, stdin=subprocess.PIPE, stdout=subprocess.PIPE, text=True,
                                         errors='replace', **options)
-        threading.Thread(target=self._read, daemon=True).start()
+        self.reader = threading.Thread(target=self._read, daemon=True)
+        self.reader.start()
 
     def _read(self):
         for line in self.process.stdout:
@@ -99,10 +100,12 @@ class Process:
         """Closes standard input. Returns the exit code, or None if the program did not end in time."""
         self.process.stdin.close()
         try:
-            return self.process.wait(timeout)
+            code = self.process.wait(timeout)
         except subprocess.TimeoutExpired:
             self.kill()
-            return None
+            code = None
+        self.reader.join(timeout)  # so that every line is there
+        return code
 
 
 class Torture:
@@ -541,8 +544,16 @@ class Torture:
 
     # Grids
 
+    @staticmethod
+    def shared_memory():
+        """The segments of this machine: (identifier, process that made it)."""
+        table = pathlib.Path('/proc/sysvipc/shm')
+        rows = table.read_text().splitlines()[1:] if table.exists() else []
+        return {(int(row.split()[1]), int(row.split()[4])) for row in rows}
+
     def storm_grid(self, part, seconds, minimum):
         grid = f't{os.getpid()}'
+        before = self.shared_memory()
         clock = Clock(seconds)
         living = []
         processes = set()
@@ -576,11 +587,8 @@ class Torture:
                            timeout=PATIENCE)
             left = [entry for entry in os.listdir(self.folder) if grid in entry or 'qipc' in entry]
             part.check(not left, f'files are left: {left}')
-        segments = pathlib.Path('/proc/sysvipc/shm')
-        if segments.exists():
-            rows = [line.split() for line in segments.read_text().splitlines()[1:]]
-            left = [row for row in rows if int(row[4]) in processes]
-            part.check(not left, f'shared memory is left: {left}')
+        left = {segment for segment in self.shared_memory() - before if segment[1] in processes}
+        part.check(not left, f'shared memory is left: {left}')
 
     # All of it
 
