@@ -37,18 +37,18 @@ FrameQueue::FrameQueue(QLocalSocket* socket)
     connect(&mTimer, &QTimer::timeout, this, &FrameQueue::WriteQueued);
 }
 
-bool FrameQueue::Write(const QByteArray& frame)
+bool FrameQueue::Write(const QByteArray& piece)
 {
-    if (mFrames.isEmpty()) {
-        if (CanWriteWhole(frame.size())) {
-            WriteNow(frame);
+    if (mPieces.isEmpty()) {
+        if (CanWriteWhole(piece.size())) {
+            WriteNow(piece);
             return true;
         }
         mQueuedSince.start();
         mTimer.start(0);
     }
-    mFrames.enqueue(frame);
-    mQueuedBytes += frame.size();
+    mPieces.enqueue(piece);
+    mQueuedBytes += piece.size();
     return false;
 }
 
@@ -58,27 +58,33 @@ bool FrameQueue::CanWriteWhole(qsizetype size) const
         || (mSocket->bytesToWrite() == 0 && Platform::GetUnreadBytes(mSocket->socketDescriptor()) <= 0);
 }
 
-void FrameQueue::WriteNow(const QByteArray& frame)
+void FrameQueue::WriteNow(const QByteArray& piece)
 {
-    mSocket->write(frame);
+    // Past QLocalSocket where nothing waits in it: it makes a copy, and wakes up its thread once more to see
+    // that all is written. Errors are left for it to find.
+    const qsizetype written
+        = mSocket->bytesToWrite() == 0 ? Platform::WriteAvailable(mSocket->socketDescriptor(), piece) : 0;
+    if (written == piece.size())
+        return;
+    mSocket->write(piece.constData() + written, piece.size() - written);
     mSocket->flush();
 }
 
 void FrameQueue::WriteQueued()
 {
-    while (!mFrames.isEmpty() && mSocket->state() == QLocalSocket::ConnectedState) {
-        if (!CanWriteWhole(mFrames.head().size())) {
+    while (!mPieces.isEmpty() && mSocket->state() == QLocalSocket::ConnectedState) {
+        if (!CanWriteWhole(mPieces.head().size())) {
             const qint64 waitedNs = mQueuedSince.nsecsElapsed();
             const qint64 pauseMs
                 = waitedNs < kMaxEagerNs ? 0 : std::clamp(waitedNs / 8'000'000, qint64(1), kMaxPauseMs);
             mTimer.start(static_cast<int>(pauseMs));
             return;
         }
-        const QByteArray frame = mFrames.dequeue();
-        mQueuedBytes -= frame.size();
-        WriteNow(frame);
+        const QByteArray piece = mPieces.dequeue();
+        mQueuedBytes -= piece.size();
+        WriteNow(piece);
         mQueuedSince.start();
-        Q_EMIT QueuedFrameWritten();
+        Q_EMIT QueuedPieceWritten();
     }
 }
 

@@ -33,7 +33,8 @@ inline constexpr int kRequestedSendBuffer = 4 * 1024 * 1024;
 /// \param bytes  0 for no limit
 void LimitSendBuffer(int bytes);
 
-/// Writes frames to a socket in order, each with a single write as far as its size allows.
+/// Writes pieces to a socket in order, each with a single write as far as its size allows. A piece is one
+/// frame, or several that are together no larger than kMaxPiece.
 ///
 /// \par Threads
 /// Lives in the thread of the socket.
@@ -44,30 +45,30 @@ public:
     /// \param socket  a connected socket; becomes the parent, so that its destruction drops the queue
     explicit FrameQueue(QLocalSocket* socket);
 
-    /// Writes a frame at once, or queues it until a single write can take it.
+    /// Writes a piece at once, or queues it until a single write can take it.
     /// \return false if it was queued
-    bool Write(const QByteArray& frame);
-    /// \return maximum size in bytes of a frame that a single write can take; 0 if unknown
+    bool Write(const QByteArray& piece);
+    /// \return maximum size in bytes of a piece that a single write can take; 0 if unknown
     [[nodiscard]] qsizetype GetMaxWholeFrame() const { return mMaxWholeFrame; }
     /// \return bytes that have not been passed to the system
     [[nodiscard]] qint64 GetQueuedBytes() const { return mQueuedBytes + mSocket->bytesToWrite(); }
-    [[nodiscard]] bool IsEmpty() const { return mFrames.isEmpty(); }
+    [[nodiscard]] bool IsEmpty() const { return mPieces.isEmpty(); }
 
 Q_SIGNALS:
-    /// The first of the queued frames was written.
-    void QueuedFrameWritten();
+    /// The first of the queued pieces was written.
+    void QueuedPieceWritten();
 
 private:
     [[nodiscard]] bool CanWriteWhole(qsizetype size) const;
-    void WriteNow(const QByteArray& frame);
+    void WriteNow(const QByteArray& piece);
     void WriteQueued();
 
     QLocalSocket* mSocket;
     qsizetype mMaxWholeFrame;
-    QQueue<QByteArray> mFrames;
+    QQueue<QByteArray> mPieces;
     qint64 mQueuedBytes = 0;
-    QElapsedTimer mQueuedSince; // when the current first frame became the first
-    // Only active while frames are queued: no system reports when the receiver has read the last byte.
+    QElapsedTimer mQueuedSince; // when the current first piece became the first
+    // Only active while pieces are queued: no system reports when the receiver has read the last byte.
     QTimer mTimer;
 };
 

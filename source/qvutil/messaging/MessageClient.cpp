@@ -8,9 +8,11 @@
 #include "messaging/MessageSocket_p.h"
 
 #include <QCoreApplication>
+#include <QEvent>
 #include <QMutexLocker>
 
 #include <utility>
+#include <vector>
 
 namespace Quorvin::Util {
 namespace {
@@ -18,6 +20,9 @@ namespace {
 constexpr int kReconnectIntervalMs = 1000;
 constexpr int kSendTimeoutMs = 15000;
 constexpr int kResponseTimeoutMs = 30000;
+
+// Announces what was sent; the other event of a client's thread is its mailbox's.
+constexpr auto kSentEvent = static_cast<QEvent::Type>(Internal::Mailbox<Internal::Arrival>::kEvent + 1);
 
 constexpr int kExitSuccess = 0;
 constexpr int kExitTimeout = 1;
@@ -101,7 +106,7 @@ bool MessageClient::WaitForConnection(int timeoutMs)
     // The announcement of the connection may still be queued, and would end the wait for the answer to a
     // first request.
     if (!mConnected)
-        QCoreApplication::sendPostedEvents(mThread, QEvent::MetaCall);
+        mThread->AnnounceArrivals();
     return true;
 }
 
@@ -232,7 +237,12 @@ MessageClientThread::MessageClientThread(const QString& serverName, QIODeviceBas
     : mClient(client)
     , mServerName(serverName)
     , mMode(mode)
-{ }
+{
+    // Until the worker has opened the mailbox, messages are dropped, as they are without a connection.
+    connect(
+        mClient, &MessageClient::NewOutgoingMessage, this,
+        [this](const MessageInfo& message) { Outgoing().Add(message); }, Qt::DirectConnection);
+}
 
 bool MessageClientThread::IsConnected() const
 {
@@ -261,12 +271,31 @@ void MessageClientThread::QueueSentNotification(const MessageInfo& message)
     if (mIsSentPaused || mIsFlushPosted)
         return;
     mIsFlushPosted = true;
-    QCoreApplication::postEvent(this, new QEvent(QEvent::User));
+    QCoreApplication::postEvent(this, new QEvent(kSentEvent));
 }
 
-void MessageClientThread::customEvent(QEvent* /*event*/)
+void MessageClientThread::customEvent(QEvent* event)
 {
-    FlushSentNotifications();
+    if (event->type() == kSentEvent)
+        FlushSentNotifications();
+    else
+        WorkerThread::customEvent(event);
+}
+
+void MessageClientThread::Announce(const Internal::Arrival& arrival)
+{
+    switch (arrival.What) {
+    case Internal::Arrival::Kind::Connected:
+        Q_EMIT Connected();
+        break;
+    case Internal::Arrival::Kind::Disconnected:
+        Q_EMIT Disconnected();
+        break;
+    case Internal::Arrival::Kind::Message:
+        FlushSentNotifications();
+        Q_EMIT MessageReceived(arrival.Message);
+        break;
+    }
 }
 
 void MessageClientThread::FlushSentNotifications()
@@ -284,21 +313,22 @@ void MessageClientThread::FlushSentNotifications()
 void MessageClientThread::RunWorker()
 {
     MessageClientWorker worker(mServerName, mMode, mClient);
-    connect(&worker, &MessageClientWorker::Connected, this, &MessageClientThread::Connected);
-    connect(&worker, &MessageClientWorker::Disconnected, this, &MessageClientThread::Disconnected);
-    // Connected after the signals above, so that once the connection is visible, its announcement is in the
-    // queue.
-    connect(&worker, &MessageClientWorker::Connected, &worker,
-            [this] { mSocketConnected.store(true, std::memory_order_release); });
-    connect(&worker, &MessageClientWorker::Disconnected, &worker,
-            [this] { mSocketConnected.store(false, std::memory_order_release); });
-    connect(&worker, &MessageClientWorker::MessageReceived, this, [this](const MessageInfo& message) {
-        CountTaken();
-        FlushSentNotifications();
-        Q_EMIT MessageReceived(message);
+    using Kind = Internal::Arrival::Kind;
+    // Once the connection is visible, its announcement is in the mailbox.
+    connect(&worker, &MessageClientWorker::Connected, &worker, [this] {
+        Deliver({Kind::Connected});
+        mSocketConnected.store(true, std::memory_order_release);
+    });
+    connect(&worker, &MessageClientWorker::Disconnected, &worker, [this] {
+        Deliver({Kind::Disconnected});
+        mSocketConnected.store(false, std::memory_order_release);
+    });
+    connect(&worker, &MessageClientWorker::MessageReceived, &worker, [this](const MessageInfo& message) {
+        Deliver({Kind::Message, nullptr, message});
     });
     connect(&worker, &MessageClientWorker::MessageSent, &worker,
             [this](const MessageInfo& message) { QueueSentNotification(message); });
+    worker.UseMailbox(Outgoing());
     worker.SetWindow(&Window());
     SetReader(&worker, [&worker] { worker.ResumeReading(); });
     worker.ConnectAndListen();
@@ -319,6 +349,8 @@ MessageClientWorker::MessageClientWorker(const QString& serverName, QIODeviceBas
 
 MessageClientWorker::~MessageClientWorker()
 {
+    if (mOutgoing != nullptr)
+        mOutgoing->Close();
     mConnectTimer.reset();
     mKeepConnecting = false;
     if (mSocket != nullptr)
@@ -402,8 +434,28 @@ void MessageClientWorker::ConnectTimerTimeout()
 
 void MessageClientWorker::NewOutgoingMessage(const MessageInfo& msg)
 {
-    if (mMode.testFlag(QIODeviceBase::WriteOnly) && IsConnected() && mWriter)
-        mWriter->Write(msg);
+    if (CanSend())
+        mWriter->Write({&msg, 1});
+}
+
+void MessageClientWorker::UseMailbox(Internal::Mailbox<MessageInfo>& outgoing)
+{
+    disconnect(mClient, &MessageClient::NewOutgoingMessage, this, &MessageClientWorker::NewOutgoingMessage);
+    mOutgoing = &outgoing;
+    mOutgoing->Open(this);
+}
+
+void MessageClientWorker::customEvent(QEvent* /*event*/)
+{
+    std::vector<MessageInfo> messages;
+    mOutgoing->TakeAll(messages);
+    if (CanSend())
+        mWriter->Write(messages);
+}
+
+bool MessageClientWorker::CanSend() const
+{
+    return mMode.testFlag(QIODeviceBase::WriteOnly) && IsConnected() && mWriter;
 }
 
 void MessageClientWorker::ReadMessage()

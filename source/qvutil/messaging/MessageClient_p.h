@@ -7,6 +7,7 @@
 // Internal, not API: may change in any version.
 
 #include "IPC.h"
+#include "messaging/Mailbox_p.h"
 #include "messaging/WorkerThread_p.h"
 
 #include <QEventLoop>
@@ -140,8 +141,9 @@ Q_SIGNALS:
     void MessageSent(const MessageInfo& msg);
 
 protected:
-    /// Announces sent messages.
+    /// Announces sent messages, or what has arrived.
     void customEvent(QEvent* event) override;
+    void Announce(const Internal::Arrival& arrival) override;
 
 private:
     void RunWorker() override;
@@ -172,6 +174,8 @@ public:
 
     /// Counts received messages in \p window. Call it first.
     void SetWindow(Internal::DeliveryWindow* window) { mWindow = window; }
+    /// Sends messages from \p outgoing, instead of from one queued signal for each.
+    void UseMailbox(Internal::Mailbox<MessageInfo>& outgoing);
     /// Resumes reading after \p window was full.
     void ResumeReading();
     /// Tries to connect now and every second until it succeeds.
@@ -196,7 +200,13 @@ public Q_SLOTS:
     void ReadMessage();
     void Error(QLocalSocket::LocalSocketError e);
 
+protected:
+    /// Sends what other threads have handed over.
+    void customEvent(QEvent* event) override;
+
 private:
+    [[nodiscard]] bool CanSend() const;
+
     MessageClient* mClient;
     QString mServerName;
     QLocalSocket* mSocket = nullptr;
@@ -206,6 +216,7 @@ private:
     bool mKeepConnecting = false;
     bool mWasConnected = false;
     QIODeviceBase::OpenMode mMode;
+    Internal::Mailbox<MessageInfo>* mOutgoing = nullptr; // messages to be sent
 };
 
 } // namespace Quorvin::Util

@@ -11,6 +11,7 @@
 
 #include <optional>
 #include <utility>
+#include <vector>
 
 namespace Quorvin::Util {
 namespace {
@@ -136,7 +137,12 @@ void MessageServer::DisconnectedSlot(QLocalSocket* socket)
 MessageServerThread::MessageServerThread(const QString& serverName, MessageServer* server)
     : mServer(server)
     , mServerName(serverName)
-{ }
+{
+    // Until the worker has opened the mailbox, messages are dropped, as they are without a client.
+    connect(
+        mServer, &MessageServer::NewOutgoingMessage, this,
+        [this](const MessageInfo& message) { Outgoing().Add(message); }, Qt::DirectConnection);
+}
 
 std::optional<Platform::FileIdentity> MessageServerThread::Endpoint() const
 {
@@ -151,16 +157,36 @@ void MessageServerThread::RunWorker()
         const QMutexLocker locker(&mEndpointMutex);
         mEndpoint = endpoint;
     });
-    connect(&worker, &MessageServerWorker::MessageReceived, this, [this](const MessageInfo& message) {
-        CountTaken();
-        Q_EMIT MessageReceived(message);
+    using Kind = Internal::Arrival::Kind;
+    connect(&worker, &MessageServerWorker::MessageReceived, &worker, [this](const MessageInfo& message) {
+        Deliver({Kind::Message, nullptr, message});
     });
-    connect(&worker, &MessageServerWorker::Connected, this, &MessageServerThread::Connected);
-    connect(&worker, &MessageServerWorker::Disconnected, this, &MessageServerThread::Disconnected);
+    connect(&worker, &MessageServerWorker::Connected, &worker, [this](QLocalSocket* socket) {
+        Deliver({Kind::Connected, socket});
+    });
+    connect(&worker, &MessageServerWorker::Disconnected, &worker, [this](QLocalSocket* socket) {
+        Deliver({Kind::Disconnected, socket});
+    });
+    worker.UseMailbox(Outgoing());
     worker.SetWindow(&Window());
     SetReader(&worker, [&worker] { worker.ResumeReading(); });
     worker.Start(mServerName);
     exec();
+}
+
+void MessageServerThread::Announce(const Internal::Arrival& arrival)
+{
+    switch (arrival.What) {
+    case Internal::Arrival::Kind::Connected:
+        Q_EMIT Connected(arrival.Socket);
+        break;
+    case Internal::Arrival::Kind::Disconnected:
+        Q_EMIT Disconnected(arrival.Socket);
+        break;
+    case Internal::Arrival::Kind::Message:
+        Q_EMIT MessageReceived(arrival.Message);
+        break;
+    }
 }
 
 // MessageServerWorker
@@ -175,6 +201,8 @@ MessageServerWorker::MessageServerWorker(MessageServer* server)
 
 MessageServerWorker::~MessageServerWorker()
 {
+    if (mOutgoing != nullptr)
+        mOutgoing->Close();
     Stop();
 }
 
@@ -315,8 +343,23 @@ bool MessageServerWorker::SendMessage(const MessageInfo& message)
 {
     if (mSocket == nullptr)
         return false;
-    mWriter->Write(message);
+    mWriter->Write({&message, 1});
     return true;
+}
+
+void MessageServerWorker::UseMailbox(Internal::Mailbox<MessageInfo>& outgoing)
+{
+    disconnect(mServer, &MessageServer::NewOutgoingMessage, this, &MessageServerWorker::NewOutgoingMessage);
+    mOutgoing = &outgoing;
+    mOutgoing->Open(this);
+}
+
+void MessageServerWorker::customEvent(QEvent* /*event*/)
+{
+    std::vector<MessageInfo> messages;
+    mOutgoing->TakeAll(messages);
+    if (mSocket != nullptr)
+        mWriter->Write(messages);
 }
 
 } // namespace Quorvin::Util

@@ -7,6 +7,7 @@
 // Internal, not API: may change in any version.
 
 #include "IPC.h"
+#include "messaging/Mailbox_p.h"
 #include "messaging/WorkerThread_p.h"
 #include "platform/Platform_p.h"
 
@@ -107,6 +108,9 @@ Q_SIGNALS:
     void Connected(QLocalSocket* socket);
     void Disconnected(QLocalSocket* socket);
 
+protected:
+    void Announce(const Internal::Arrival& arrival) override;
+
 private:
     void RunWorker() override;
 
@@ -127,6 +131,8 @@ public:
 
     /// Counts received messages in \p window. Call it first.
     void SetWindow(Internal::DeliveryWindow* window) { mWindow = window; }
+    /// Sends messages from \p outgoing, instead of from one queued signal for each.
+    void UseMailbox(Internal::Mailbox<MessageInfo>& outgoing);
     /// \param announce  called in the worker thread with the file of each socket that the worker listens on
     void SetEndpointObserver(std::function<void(const Platform::FileIdentity&)> announce);
     /// Resumes reading after \p window was full.
@@ -148,6 +154,10 @@ public Q_SLOTS:
     void ReadMessage();
     void NewOutgoingMessage(const MessageInfo& msg);
 
+protected:
+    /// Sends what other threads have handed over.
+    void customEvent(QEvent* event) override;
+
 private:
     bool Listen(Platform::ExistingSocket existing);
     void CheckEndpoint();
@@ -163,6 +173,7 @@ private:
     QLocalSocket* mSocket = nullptr; // the current client's
     Internal::DeliveryWindow* mWindow = nullptr;
     QPointer<Internal::MessageWriter> mWriter; // owned by mSocket
+    Internal::Mailbox<MessageInfo>* mOutgoing = nullptr; // messages to be sent
 };
 
 } // namespace Quorvin::Util

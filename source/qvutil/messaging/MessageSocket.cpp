@@ -15,6 +15,7 @@
 
 #include <algorithm>
 #include <optional>
+#include <utility>
 
 namespace Quorvin::Util::Internal {
 namespace {
@@ -184,17 +185,47 @@ QList<MessageInfo> ReadMessages(QLocalSocket& socket, DeliveryWindow* window)
 
 MessageWriter::MessageWriter(QLocalSocket* socket)
     : QObject(socket)
+    , mSocket(socket)
     , mFrames(new FrameQueue(socket))
 {
-    connect(mFrames, &FrameQueue::QueuedFrameWritten, this, [this] { Q_EMIT Written(mQueued.dequeue()); });
+    connect(mFrames, &FrameQueue::QueuedPieceWritten, this, [this] {
+        const QList<MessageInfo> written = mQueued.dequeue();
+        for (const MessageInfo& message : written)
+            Q_EMIT Written(message);
+    });
 }
 
-void MessageWriter::Write(const MessageInfo& message)
+void MessageWriter::Write(std::span<const MessageInfo> messages)
 {
-    if (mFrames->Write(Encode(message))) {
-        Q_EMIT Written(message);
+    size_t first = 0; // of the messages whose frames are in the piece
+    QByteArray piece;
+    for (size_t i = 0; i < messages.size(); ++i) {
+        const QByteArray frame = Encode(messages[i]);
+        if (i > first && piece.size() + frame.size() > kMaxPiece) {
+            WritePiece(std::exchange(piece, {}), messages.subspan(first, i - first));
+            first = i;
+        }
+        if (mSocket->state() != QLocalSocket::ConnectedState)
+            return;
+        if (i == first)
+            piece = frame;
+        else
+            piece.append(frame);
+    }
+    if (first < messages.size())
+        WritePiece(piece, messages.subspan(first));
+}
+
+void MessageWriter::WritePiece(const QByteArray& frames, std::span<const MessageInfo> messages)
+{
+    if (mFrames->Write(frames)) {
+        // The end of a connection shows in the write of one message; those behind it are dropped.
+        if (mSocket->state() != QLocalSocket::ConnectedState)
+            messages = messages.first(1);
+        for (const MessageInfo& message : messages)
+            Q_EMIT Written(message);
     } else {
-        mQueued.enqueue(message);
+        mQueued.enqueue(QList<MessageInfo>(messages.begin(), messages.end()));
     }
     if (!mHasWarned && mFrames->GetQueuedBytes() > kMaxQuietQueue)
         WarnOfLongQueue();

@@ -16,6 +16,8 @@
 #include <QQueue>
 #include <QtNetwork/QLocalSocket>
 
+#include <span>
+
 // What both ends of a connection do with their socket, in the thread that owns it. FrameQueue_p.h explains
 // how frames are kept whole.
 namespace Quorvin::Util::Internal {
@@ -74,8 +76,9 @@ public:
     /// \param socket  a connected socket; becomes the parent
     explicit MessageWriter(QLocalSocket* socket);
 
-    /// Writes a message at once, or queues it until a single write can take it.
-    void Write(const MessageInfo& message);
+    /// Writes messages at once, or queues each until a single write can take it. Several small ones are
+    /// written together: a write costs more than most messages.
+    void Write(std::span<const MessageInfo> messages);
 
 Q_SIGNALS:
     /// A message was written to the socket.
@@ -83,10 +86,12 @@ Q_SIGNALS:
 
 private:
     [[nodiscard]] QByteArray Encode(const MessageInfo& message) const;
+    void WritePiece(const QByteArray& frames, std::span<const MessageInfo> messages);
     void WarnOfLongQueue();
 
+    QLocalSocket* mSocket;
     FrameQueue* mFrames;
-    QQueue<MessageInfo> mQueued; // messages whose frames are queued
+    QQueue<QList<MessageInfo>> mQueued; // messages whose pieces are queued
     bool mHasWarned = false;
 };
 

@@ -3,6 +3,8 @@
 
 #include "messaging/WorkerThread_p.h"
 
+#include <QPointer>
+
 namespace Quorvin::Util::Internal {
 namespace {
 
@@ -13,6 +15,7 @@ constexpr unsigned int kStackSize = 8 * 1024 * 1024;
 
 WorkerThread::WorkerThread()
 {
+    mMailbox.Open(this);
     setStackSize(kStackSize);
 }
 
@@ -30,6 +33,30 @@ void WorkerThread::SetReader(QObject* worker, const std::function<void()>& read)
 {
     mRead = read;
     mWorker.store(worker, std::memory_order_release);
+}
+
+void WorkerThread::customEvent(QEvent* /*event*/)
+{
+    AnnounceArrivals();
+}
+
+void WorkerThread::AnnounceArrivals()
+{
+    const QPointer<WorkerThread> self(this);
+    mMailbox.TakeAll(mArrivals);
+    qsizetype count = static_cast<qsizetype>(mArrivals.size()); // other events have their turn then
+    // A slot may open an event loop, which has to go on with the rest.
+    if (count > 1)
+        mMailbox.CallAgain();
+    for (; count > 0 && !mArrivals.empty(); --count) {
+        const Arrival arrival = std::move(mArrivals.front());
+        mArrivals.pop_front();
+        if (arrival.What == Arrival::Kind::Message)
+            CountTaken();
+        Announce(arrival);
+        if (self.isNull())
+            return;
+    }
 }
 
 void WorkerThread::CountTaken()

@@ -6,17 +6,31 @@
 
 // Internal, not API: may change in any version.
 
+#include "IPC.h"
 #include "messaging/DeliveryWindow_p.h"
+#include "messaging/Mailbox_p.h"
 
 #include <QThread>
+#include <QtNetwork/QLocalSocket>
 
 #include <atomic>
+#include <deque>
 #include <functional>
 
 namespace Quorvin::Util::Internal {
 
-/// The thread in which a server or client serves its sockets. The object itself lives in the owner thread, so
-/// that the worker's signals to it are queued there. The worker is local to RunWorker.
+/// What a worker hands to the owner thread.
+struct Arrival
+{
+    enum class Kind { Connected, Disconnected, Message };
+
+    Kind What = Kind::Message;
+    QLocalSocket* Socket = nullptr; // of a server's connection
+    MessageInfo Message = {};
+};
+
+/// The thread in which a server or client serves its sockets. The object itself lives in the owner thread,
+/// where it announces what the worker hands over. The worker is local to RunWorker.
 class WorkerThread : public QThread
 {
 public:
@@ -26,9 +40,19 @@ public:
     /// before this returns. Interrupts reading, because a peer may never stop writing.
     void Stop();
 
+    /// Announces what the worker has handed over so far; the event loop announces the rest. Slots may delete
+    /// this object. Owner thread only.
+    void AnnounceArrivals();
+
 protected:
     WorkerThread();
     void run() final;
+    void customEvent(QEvent* event) override;
+    /// Emits the signal of an arrival; this object may be destroyed then. Owner thread only.
+    virtual void Announce(const Arrival& arrival) = 0;
+    /// Hands something to the owner thread, in order. Worker thread only. A mailbox is used because a queued
+    /// signal would wake the owner thread for each message.
+    void Deliver(Arrival arrival) { mMailbox.Add(std::move(arrival)); }
     /// Creates the worker, runs the event loop and destroys the worker.
     virtual void RunWorker() = 0;
 
@@ -37,10 +61,15 @@ protected:
     /// Sets the worker before it reads. Worker thread only.
     /// \param read  called in the worker thread when there is space to read again
     void SetReader(QObject* worker, const std::function<void()>& read);
-    /// Must be called for each message from the worker. Owner thread only.
-    void CountTaken();
+    /// Messages to be sent. The worker opens it.
+    [[nodiscard]] Mailbox<MessageInfo>& Outgoing() { return mOutgoing; }
 
 private:
+    void CountTaken();
+
+    Mailbox<Arrival> mMailbox; // for this object
+    Mailbox<MessageInfo> mOutgoing; // for the worker
+    std::deque<Arrival> mArrivals; // taken out of the mailbox, not yet announced; owner thread only
     DeliveryWindow mWindow;
     std::function<void()> mRead; // set before mWorker
     std::atomic<QObject*> mWorker = nullptr; // set before it reads; lives until Stop

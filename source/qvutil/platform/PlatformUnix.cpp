@@ -152,6 +152,21 @@ ListeningSocket ListenAt(const QString& path, ExistingSocket existing)
     return {.Descriptor = socket.Release(), .File = IdentityOf(file), .Error = {}};
 }
 
+qsizetype WriteAvailable(qintptr socket, QByteArrayView bytes)
+{
+    const int descriptor = static_cast<int>(socket);
+    int flags = MSG_DONTWAIT;
+#ifdef SO_NOSIGPIPE // not everywhere is there a flag against the signal
+    const int on = 1;
+    ::setsockopt(descriptor, SOL_SOCKET, SO_NOSIGPIPE, &on, sizeof(on));
+#else
+    flags |= MSG_NOSIGNAL;
+#endif
+    const ssize_t count = RepeatWhenInterrupted(
+        [&] { return ::send(descriptor, bytes.data(), static_cast<size_t>(bytes.size()), flags); });
+    return qMax(count, ssize_t(0));
+}
+
 bool ReadAvailable(qintptr socket, QByteArray& bytes)
 {
     int available = 0;

@@ -5,6 +5,7 @@
 #define QVUTIL_PLATFORM_P_H
 
 #include <QByteArray>
+#include <QByteArrayView>
 #include <QLatin1StringView>
 #include <QString>
 #include <QStringList>
@@ -111,6 +112,10 @@ enum class AccessListCopy {
 /// \return bytes that were sent but not yet read by the receiver, as the system counts them; 0 if there are
 ///         none, or if unknown
 [[nodiscard]] qint64 GetUnreadBytes(qintptr socket);
+
+/// Writes as many bytes as the system takes, without waiting.
+/// \return number of bytes; 0 if the system takes none, or if the connection is closed
+[[nodiscard]] qsizetype WriteAvailable(qintptr socket, QByteArrayView bytes);
 
 /// Reads the available bytes without waiting.
 /// \param bytes  receives the bytes at its end

@@ -1,0 +1,93 @@
+// SPDX-FileCopyrightText: 2026 The QvUtil developers
+// SPDX-License-Identifier: MIT
+
+#ifndef QVUTIL_MAILBOX_P_H
+#define QVUTIL_MAILBOX_P_H
+
+// This file is not part of the interface. It may change from one version to the next.
+
+#include <QCoreApplication>
+#include <QEvent>
+#include <QObject>
+
+#include <iterator>
+#include <mutex>
+#include <utility>
+#include <vector>
+
+namespace Quorvin::Util::Internal {
+
+/// Hands items to an object that lives in another thread, in order. One event announces all items that the
+/// object has not yet taken, because an event for each costs more than most items.
+///
+/// \par Threads
+/// Any thread can call Add. Everything else is for the receiver's thread only.
+template <typename Item> class Mailbox
+{
+public:
+    /// The event that the receiver gets when there is something to take.
+    static constexpr QEvent::Type kEvent = QEvent::User;
+
+    /// Starts closed.
+    Mailbox() = default;
+    Q_DISABLE_COPY_MOVE(Mailbox)
+    /// \param receiver  takes the items in its customEvent; must call Close before it is destroyed, unless
+    /// the
+    ///                  mailbox is destroyed with it
+    void Open(QObject* receiver)
+    {
+        const std::lock_guard lock(mLock);
+        mReceiver = receiver;
+    }
+
+    /// Any thread. Adds an item, unless the mailbox is closed.
+    void Add(Item item)
+    {
+        const std::lock_guard lock(mLock);
+        if (mReceiver == nullptr)
+            return;
+        mItems.push_back(std::move(item));
+        Announce();
+    }
+    /// Appends all items to \p taken. The next item, or Announce, posts an event again.
+    template <typename Container> void TakeAll(Container& taken)
+    {
+        std::vector<Item> items;
+        {
+            const std::lock_guard lock(mLock);
+            mIsAnnounced = false;
+            items.swap(mItems);
+        }
+        taken.insert(taken.end(), std::make_move_iterator(items.begin()),
+                     std::make_move_iterator(items.end()));
+    }
+    /// Posts an event even if there is nothing to take.
+    void CallAgain()
+    {
+        const std::lock_guard lock(mLock);
+        Announce();
+    }
+    /// Drops all items, including those that are added later.
+    void Close()
+    {
+        const std::lock_guard lock(mLock);
+        mReceiver = nullptr;
+        mItems.clear();
+    }
+
+private:
+    void Announce()
+    {
+        if (!std::exchange(mIsAnnounced, true))
+            QCoreApplication::postEvent(mReceiver, new QEvent(kEvent));
+    }
+
+    std::mutex mLock; // guards the rest; not a QMutex, because race detectors do not see into one
+    QObject* mReceiver = nullptr;
+    std::vector<Item> mItems;
+    bool mIsAnnounced = false; // an event is under way
+};
+
+} // namespace Quorvin::Util::Internal
+
+#endif // QVUTIL_MAILBOX_P_H
