@@ -9,6 +9,7 @@
 
 #include <algorithm>
 #include <memory>
+#include <span>
 #include <vector>
 
 using namespace Qt::StringLiterals;
@@ -399,6 +400,8 @@ public:
 
     /// \return a description of the first difference; empty if there is none
     QString Run(int count);
+    /// Reads a few paths again and again while elements are appended, and seldom removed.
+    QString RunAppends(int count);
 
 private:
     using Operation = void (RandomWalk::*)();
@@ -411,7 +414,11 @@ private:
     void NameWrites();
     void PathWrites();
     void Reads();
+    void AppendElement();
+    void ReadKnownPaths();
 
+    void Apply(std::span<const Operation> operations, int count);
+    [[nodiscard]] QString Problem() const;
     void Expect(bool actual, bool expected);
     void Expect(const QString& actual, const QString& expected);
     void Compare();
@@ -431,6 +438,7 @@ private:
     Model mModel;
     QStringList mHistory;
     QString mError;
+    int mNumber = 0; // of the next appended element
 };
 
 QString RandomWalk::Name()
@@ -759,20 +767,73 @@ void RandomWalk::Reads()
     (void)mFiler.ResolveVariables({{u"x"_s, u"y"_s}});
 }
 
+void RandomWalk::AppendElement()
+{
+    const QString name = Name();
+    const QString number = QString::number(mNumber++);
+    mHistory.append(u"append "_s + name);
+    mFiler.PushCurrentNode();
+    mModel.Push();
+    mFiler.CreateImmediateChildNode(name);
+    mModel.CreateImmediateChildNode(name);
+    mFiler.WriteString(u"a"_s, number); // tells elements of one name apart
+    mModel.WriteAttribute(u"a"_s, number);
+    if (Flag()) {
+        mFiler.PopCurrentNode();
+        mModel.Pop();
+    }
+}
+
+// Without a move of the cursor in between, so that a filer may know all of them.
+void RandomWalk::ReadKnownPaths()
+{
+    static const QStringList paths = {u"A"_s,    u"B"_s,  u"A/B"_s,    u"A/B/C"_s, u"/"_s,
+                                      u"/r/A"_s, u"/A"_s, u"/r/A/A"_s, u"/B/C"_s,  u"/C/A/B"_s};
+    mHistory.append(u"read all known paths"_s);
+    for (const QString& path : paths) {
+        QString attribute;
+        AtPath(path, false, [&] { attribute = mModel.ReadAttribute(u"a"_s); });
+        Expect(mFiler.ReadString(path, u"a"_s, QString()), attribute);
+    }
+}
+
 QString RandomWalk::Run(int count)
 {
     static constexpr Operation kOperations[]
         = {&RandomWalk::Documents, &RandomWalk::Creation,   &RandomWalk::Creation,   &RandomWalk::Movement,
            &RandomWalk::Movement,  &RandomWalk::Deletion,   &RandomWalk::Stack,      &RandomWalk::Stack,
            &RandomWalk::Reads,     &RandomWalk::NameWrites, &RandomWalk::PathWrites, &RandomWalk::PathWrites};
+    Apply(kOperations, count);
+    return Problem();
+}
+
+QString RandomWalk::RunAppends(int count)
+{
+    static constexpr Operation kOperations[]
+        = {&RandomWalk::AppendElement, &RandomWalk::AppendElement, &RandomWalk::Creation,
+           &RandomWalk::Movement,      &RandomWalk::Deletion,      &RandomWalk::Stack,
+           &RandomWalk::NameWrites,    &RandomWalk::PathWrites,    &RandomWalk::ReadKnownPaths,
+           &RandomWalk::ReadKnownPaths};
+    mFiler.LoadFromXmlString(u"<r/>"_s);
+    mModel.Load(u"<r/>"_s);
+    Apply(kOperations, count);
+    return Problem();
+}
+
+void RandomWalk::Apply(std::span<const Operation> operations, int count)
+{
     for (int i = 0; i < count && mError.isEmpty(); ++i) {
         if (mModel.Size() > 100) {
             mHistory.append(u"LoadFromXmlString <r/>"_s);
             Expect(mFiler.LoadFromXmlString(u"<r/>"_s), mModel.Load(u"<r/>"_s));
         }
-        (this->*kOperations[Pick(int(std::size(kOperations)))])();
+        (this->*operations[static_cast<size_t>(Pick(int(operations.size())))])();
         Compare();
     }
+}
+
+QString RandomWalk::Problem() const
+{
     return mError.isEmpty() ? mError
                             : mHistory.mid(qMax(0, mHistory.size() - 25)).join(u'\n') + u'\n' + mError;
 }
@@ -788,6 +849,8 @@ private Q_SLOTS:
 
     void RandomOperations_data();
     void RandomOperations();
+    void AppendsBetweenReads_data() { RandomOperations_data(); }
+    void AppendsBetweenReads();
 };
 
 void tst_XmlFilerModel::RandomOperations_data()
@@ -808,6 +871,15 @@ void tst_XmlFilerModel::RandomOperations()
     QFETCH(const quint32, seed);
 
     const QString error = RandomWalk(seed, seed % 3 == 0).Run(500);
+
+    QVERIFY2(error.isEmpty(), qPrintable(error));
+}
+
+void tst_XmlFilerModel::AppendsBetweenReads()
+{
+    QFETCH(const quint32, seed);
+
+    const QString error = RandomWalk(seed, false).RunAppends(500);
 
     QVERIFY2(error.isEmpty(), qPrintable(error));
 }

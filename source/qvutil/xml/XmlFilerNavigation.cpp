@@ -256,17 +256,16 @@ void XmlFiler::SetCursor(const QDomNode& node) const
     mPrivate->Detached.ReleaseUnused();
 }
 
-// Every element is added here, and removed in RemoveChild.
+// Every element is added here, and removed in RemoveChild. The cache stays valid: a path leads to the first
+// child of each name, so a new last child does not change where cached paths lead.
 void XmlFiler::AppendChild(QDomNode parent, const QDomNode& child)
 {
-    if (child.isElement()) // paths lead only to elements
-        mPrivate->Paths.Invalidate();
     parent.appendChild(child);
 }
 
 void XmlFiler::RemoveChild(QDomNode parent, const QDomNode& child)
 {
-    if (child.isElement())
+    if (child.isElement()) // no path leads to other nodes
         mPrivate->Paths.Invalidate();
     parent.removeChild(child);
     mPrivate->Detached.KeepIfHeld(child, parent.ownerDocument());
