@@ -12,6 +12,7 @@
 #include <QTemporaryDir>
 #include <QtTest>
 
+#include <algorithm>
 #include <memory>
 
 using namespace Qt::StringLiterals;
@@ -92,6 +93,9 @@ private Q_SLOTS:
     void Contexts_areIndependent();
     void Contexts_afterReading();
     void Contexts_againstModel();
+    void Again_manyTextsAndContexts();
+    void Again_afterTheTextIsGone();
+    void Again_emptyText();
     void Copies_areIndependent();
     void Filer_translatesThroughTranslator();
 
@@ -731,6 +735,64 @@ void tst_XlfTranslator::Contexts_againstModel()
         }
     }
     QVERIFY(found > 1'000); // enough for a meaningful comparison
+}
+
+// More texts, and more contexts, than a translator may keep: what it drops it looks up again.
+void tst_XlfTranslator::Again_manyTextsAndContexts()
+{
+    constexpr int kTexts = 6000;
+    constexpr int kContexts = 100;
+    const auto textOf = [](int i) { return u"Text %1"_s.arg(i); };
+    QString units;
+    for (int i = 0; i < kTexts; i += 2) // every other one is translated
+        units += Unit(textOf(i), u"<%1>"_s.arg(i).toHtmlEscaped());
+    const XlfTranslator translator(Write(Xliff(File(u"main.xml"_s, units))));
+
+    for (int round = 0; round < 3; ++round) {
+        for (int i = 0; i < kTexts; ++i) {
+            const QString expected = i % 2 == 0 ? u"<%1>"_s.arg(i) : textOf(i);
+            QCOMPARE(translator.Translate(textOf(i), u"main.xml"_s), expected);
+            QCOMPARE(translator.Translate(textOf(i), u"main.xml"_s), expected);
+        }
+        for (int i = 0; i < kContexts; ++i) {
+            QCOMPARE(translator.Translate(textOf(0), u"/%1/main.xml"_s.arg(i)), u"<0>"_s);
+            QCOMPARE(translator.Translate(textOf(0), u"other%1.xml"_s.arg(i)), textOf(0));
+        }
+    }
+    const QString longText(1000, u'x');
+    QCOMPARE(translator.Translate(longText, u"main.xml"_s), longText);
+    QCOMPARE(translator.Translate(longText, u"main.xml"_s), longText);
+}
+
+// A QString may refer to characters that it does not own.
+void tst_XlfTranslator::Again_afterTheTextIsGone()
+{
+    const XlfTranslator translator(Write(Xliff(File(u"main.xml"_s, Unit(u"Save"_s, u"Sichern"_s)))));
+    QString characters = u"Save"_s;
+    QString name = u"main.xml"_s;
+    const auto view = [](QString& text) { return QString::fromRawData(text.constData(), text.size()); };
+
+    QCOMPARE(translator.Translate(view(characters), view(name)), u"Sichern"_s);
+    std::ranges::copy(u"Open"_s, characters.begin());
+    std::ranges::copy(u"miin.xml"_s, name.begin());
+    QCOMPARE(translator.Translate(u"Save"_s, u"main.xml"_s), u"Sichern"_s);
+    QCOMPARE(translator.Translate(view(characters), u"main.xml"_s), u"Open"_s);
+    std::ranges::copy(u"Save"_s, characters.begin());
+    QCOMPARE(translator.Translate(u"Open"_s, u"main.xml"_s), u"Open"_s);
+    QCOMPARE(translator.Translate(u"Save"_s, u"miin.xml"_s), u"Save"_s);
+}
+
+// An empty text that is not translated comes back as it is.
+void tst_XlfTranslator::Again_emptyText()
+{
+    const XlfTranslator translator(Write(Xliff(File(u"main.xml"_s, Unit(u"Save"_s, u"Sichern"_s)))));
+
+    for (int round = 0; round < 2; ++round) {
+        QVERIFY(translator.Translate(QString(), u"main.xml"_s).isNull());
+        const QString empty = translator.Translate(u""_s, u"main.xml"_s);
+        QVERIFY(empty.isEmpty());
+        QVERIFY(!empty.isNull());
+    }
 }
 
 void tst_XlfTranslator::Copies_areIndependent()

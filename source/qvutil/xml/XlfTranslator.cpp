@@ -5,8 +5,12 @@
 
 #include "base/Logging_p.h"
 
+#include <QCryptographicHash>
 #include <QFileInfo>
+#include <QHash>
 
+#include <array>
+#include <map>
 #include <utility>
 
 using namespace Qt::StringLiterals;
@@ -28,13 +32,58 @@ template <typename Units> Units ReadUnits(XmlFiler& filer)
 
 } // namespace
 
-// Caches the context of the last call and its units, because the texts of a document are translated one after
-// another. The units share the data of the table. Null while nothing is cached.
+// Caches contexts, their units and recent translations. Null while nothing is cached: every change of the
+// table resets it.
 struct XlfTranslator::Private
 {
-    QString Context;
-    Units ContextUnits;
+    // A document, by the name that Translate was called with. The units share the data of the table.
+    struct Context
+    {
+        Units ContextUnits;
+        QHash<QString, QString> Recent; // text to translation, which is empty if there is none
+    };
+
+    static constexpr size_t kMaxContexts = 64;
+    static constexpr qsizetype kMaxRecent = 4096; // of all contexts
+    static constexpr qsizetype kMaxRecentSize = 256; // characters of one text
+
+    void Remember(const QString& text, const QString& translation);
+    [[nodiscard]] QString LookUp(const QString& text);
+
+    std::map<QString, Context> Contexts;
+    std::map<QString, Context>::iterator Last = Contexts.end(); // a document's texts come one after another
+    qsizetype RecentCount = 0;
+    QCryptographicHash Hash{QCryptographicHash::Md5};
 };
+
+void XlfTranslator::Private::Remember(const QString& text, const QString& translation)
+{
+    if (text.size() > kMaxRecentSize || RecentCount == kMaxRecent)
+        return;
+    // A string without a capacity may not own its characters.
+    Last->second.Recent.insert(text.capacity() > 0 ? text : QString(text.constData(), text.size()),
+                               translation);
+    ++RecentCount;
+}
+
+// The key is GeneralUtil::GetHash(text), computed without a new hash object and a new array for each text.
+QString XlfTranslator::Private::LookUp(const QString& text)
+{
+    const Units& units = Last->second.ContextUnits;
+    if (units.isEmpty())
+        return {};
+    constexpr char kDigits[] = "0123456789abcdef";
+    Hash.reset();
+    Hash.addData(text.toUtf8());
+    const QByteArray digest = Hash.result();
+    std::array<char, 32> id = {};
+    auto digit = id.begin();
+    for (const char byte : digest) {
+        *digit++ = kDigits[static_cast<uchar>(byte) >> 4];
+        *digit++ = kDigits[static_cast<uchar>(byte) & 0xF];
+    }
+    return units.value(QByteArray::fromRawData(id.data(), id.size()));
+}
 
 XlfTranslator::XlfTranslator() = default;
 
@@ -102,24 +151,38 @@ void XlfTranslator::Parse() const
 
 const XlfTranslator::Units& XlfTranslator::FindUnits(const QString& context) const
 {
-    if (mPrivate != nullptr && mPrivate->Context == context)
-        return mPrivate->ContextUnits;
-    const QString name = QFileInfo(context).fileName();
-    Units units;
-    if (!name.isEmpty())
-        units = mTable.value(name.toLower());
-    else if (!mTable.isEmpty()) // without a file name, only the last document is used
-        units = mTable.last();
-    mPrivate = std::make_unique<Private>(Private{context, units});
-    return mPrivate->ContextUnits;
+    if (mPrivate == nullptr || mPrivate->Contexts.size() == Private::kMaxContexts
+        || mPrivate->RecentCount == Private::kMaxRecent)
+        mPrivate = std::make_unique<Private>();
+    Private& cache = *mPrivate;
+    if (cache.Last != cache.Contexts.end() && cache.Last->first == context)
+        return cache.Last->second.ContextUnits;
+    cache.Last = cache.Contexts.find(context);
+    if (cache.Last == cache.Contexts.end()) {
+        const QString name = QFileInfo(context).fileName();
+        Units units;
+        if (!name.isEmpty())
+            units = mTable.value(name.toLower());
+        else if (!mTable.isEmpty()) // without a file name, only the last document is used
+            units = mTable.last();
+        // A copy of the characters, because the caller's string may not own them.
+        const QString key(context.constData(), context.size());
+        cache.Last = cache.Contexts.emplace(key, Private::Context{units, {}}).first;
+    }
+    return cache.Last->second.ContextUnits;
 }
 
+// Recent translations are cached: an application that rebuilds its menus translates the same texts again.
 QString XlfTranslator::Translate(const QString& text, const QString& context) const
 {
     if (!std::exchange(mParsed, true))
         Parse();
-    const Units& units = FindUnits(context);
-    const QString translation = units.isEmpty() ? QString() : units.value(GeneralUtil::GetHash(text));
+    static_cast<void>(FindUnits(context));
+    const QHash<QString, QString>& recent = mPrivate->Last->second.Recent;
+    if (const auto found = recent.constFind(text); found != recent.cend())
+        return found->isEmpty() ? text : *found;
+    const QString translation = mPrivate->LookUp(text);
+    mPrivate->Remember(text, translation);
     return translation.isEmpty() ? text : translation;
 }
 
