@@ -17,6 +17,7 @@
 
 #include <benchmark/benchmark.h>
 
+#include <optional>
 #include <type_traits>
 
 using namespace Qt::StringLiterals;
@@ -116,6 +117,38 @@ void PathRead_QvUtilStepByStep(benchmark::State& state)
     const QString name = u"Value"_s;
     for (auto _ : state)
         benchmark::DoNotOptimize(filer.ReadInt(path, name, -1));
+}
+
+// A read through a path that was read before, after an element came elsewhere.
+void ReadAfterAppend_rawFirstChildElement(benchmark::State& state)
+{
+    const int siblings = static_cast<int>(state.range(0));
+    QDomDocument document;
+    FillTree(document, siblings);
+    const QStringList steps = PathSteps(siblings);
+    for (auto _ : state) {
+        document.documentElement().appendChild(document.createElement(u"New"_s));
+        QDomElement element = document.documentElement();
+        for (const QString& step : steps)
+            element = element.firstChildElement(step);
+        benchmark::DoNotOptimize(element.attribute(u"Value"_s).toInt());
+    }
+}
+
+void ReadAfterAppend_QvUtil(benchmark::State& state)
+{
+    const int siblings = static_cast<int>(state.range(0));
+    QDomDocument document;
+    FillTree(document, siblings);
+    XmlFiler filer;
+    filer.LoadFromXmlString(document.toString());
+    const QString path = u'/' + PathSteps(siblings).join(u'/');
+    const QString name = u"Value"_s;
+    for (auto _ : state) {
+        filer.MoveToRoot();
+        filer.CreateImmediateChildNode(u"New"_s);
+        benchmark::DoNotOptimize(filer.ReadInt(path, name, -1));
+    }
 }
 
 void PathRead_QSettings(benchmark::State& state)
@@ -318,7 +351,8 @@ QByteArray Xliff(const QStringList& texts)
     return xml + "</body></file></xliff>";
 }
 
-void Translate1000_QvUtil(benchmark::State& state)
+// Each text for the first time, or again.
+template <bool Again> void Translate1000_QvUtil(benchmark::State& state)
 {
     QTemporaryDir dir;
     const QStringList texts = SourceTexts();
@@ -329,8 +363,10 @@ void Translate1000_QvUtil(benchmark::State& state)
     if (translator.Translate(texts.first(), context) != u"Übersetzt: "_s + texts.first())
         state.SkipWithError("not translated");
     for (auto _ : state) {
+        const std::optional<XlfTranslator> copy
+            = Again ? std::nullopt : std::optional(translator); // a copy has been asked for nothing
         for (const QString& text : texts)
-            benchmark::DoNotOptimize(translator.Translate(text, context));
+            benchmark::DoNotOptimize((Again ? translator : *copy).Translate(text, context));
     }
 }
 
@@ -372,6 +408,12 @@ BENCHMARK(PathRead_namedItem)->Name("PathRead/QDomNode::namedItem")->Arg(10)->Ar
 BENCHMARK(PathRead_QvUtil)->Name("PathRead/QvUtil")->Arg(10)->Arg(100)->Arg(1000);
 BENCHMARK(PathRead_QvUtilStepByStep)->Name("PathRead/QvUtil step by step")->Arg(10)->Arg(100)->Arg(1000);
 BENCHMARK(PathRead_QSettings)->Name("PathRead/QSettings")->Arg(10)->Arg(100)->Arg(1000);
+// A fixed number of times, since the document grows.
+BENCHMARK(ReadAfterAppend_rawFirstChildElement)
+    ->Name("ReadAfterAppend/raw firstChildElement")
+    ->Arg(1000)
+    ->Iterations(2000);
+BENCHMARK(ReadAfterAppend_QvUtil)->Name("ReadAfterAppend/QvUtil")->Arg(1000)->Iterations(2000);
 
 BENCHMARK(LoadSave1MB_QDomDocument<QFile>)
     ->Name("LoadSave1MB/raw QDomDocument")
@@ -396,5 +438,6 @@ BENCHMARK(Write1000AndSave_QvUtilSettings)
 BENCHMARK(Write1000AndSave_QSettings)->Name("Write1000AndSave/QSettings")->Unit(benchmark::kMicrosecond);
 
 BENCHMARK(Translate1000_rawDigests)->Name("Translate1000/raw MD5 digests")->Unit(benchmark::kMicrosecond);
-BENCHMARK(Translate1000_QvUtil)->Name("Translate1000/QvUtil")->Unit(benchmark::kMicrosecond);
+BENCHMARK(Translate1000_QvUtil<false>)->Name("Translate1000/QvUtil")->Unit(benchmark::kMicrosecond);
+BENCHMARK(Translate1000_QvUtil<true>)->Name("Translate1000/QvUtil, again")->Unit(benchmark::kMicrosecond);
 BENCHMARK(Translate1000_QTranslator)->Name("Translate1000/QTranslator")->Unit(benchmark::kMicrosecond);
