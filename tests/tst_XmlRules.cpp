@@ -28,6 +28,9 @@ private Q_SLOTS:
     void FindXmlProblem_sameVerdictAsTheParser();
     void CountAttributeComparisons_data();
     void CountAttributeComparisons();
+    void IsSafeToParse_data();
+    void IsSafeToParse();
+    void IsSafeToParse_neverBeyondALimit();
 };
 
 void tst_XmlRules::init()
@@ -195,6 +198,86 @@ void tst_XmlRules::CountAttributeComparisons()
     QFETCH(const qint64, expected);
 
     QCOMPARE(Quorvin::Util::Internal::CountAttributeComparisons(document), expected);
+}
+
+void tst_XmlRules::IsSafeToParse_data()
+{
+    QTest::addColumn<QByteArray>("xml");
+    QTest::addColumn<bool>("expected");
+
+    const QByteArray open = QByteArray("<a>").repeated(1000);
+    const QByteArray close = QByteArray("</a>").repeated(1000);
+    QTest::newRow("plain") << QByteArray("<?xml version='1.0'?><r a='1'/>") << true;
+    QTest::newRow("empty") << QByteArray() << true; // no more than malformed
+    QTest::newRow("deepest") << open + close << true;
+    QTest::newRow("too deep") << "<a>" + open + close + "</a>" << false;
+    QTest::newRow("too deep by an empty element") << open + "<b/>" + close << false;
+    QTest::newRow("one after another, deepest")
+        << "<r>" + QByteArray("<b><b/>t</b>").repeated(5000) + "</r>" << true;
+    QTest::newRow("empty elements do not nest") << "<r>" + QByteArray("<b/>").repeated(5000) + "</r>" << true;
+    QTest::newRow("end tag in a comment") << open + "<!--</a>--><a></a>" + close << false;
+    QTest::newRow("end tag in CDATA") << open + "<![CDATA[</a>]]><a></a>" + close << false;
+    QTest::newRow("end tag in an instruction") << open + "<?p </a>?><a></a>" + close << false;
+    QTest::newRow("end of an empty element in an attribute")
+        << open.first(2997) + "<a b=\"/>\"><a></a></a>" + close.first(3996) << false;
+    QTest::newRow("quotes in quotes")
+        << open.first(2997) + "<a b=\"'/>'\"><a></a></a>" + close.first(3996) << false;
+    QTest::newRow("start tags in a comment") << open + "<!--<a><a>-->" + close << true;
+    QTest::newRow("start tags in an attribute's value are malformed")
+        << QByteArray("<r a='<a><a>'/>") << true;
+    QTest::newRow("document type") << QByteArray("<!DOCTYPE r><r/>") << false;
+    QTest::newRow("document type in a comment") << QByteArray("<r><!--<!DOCTYPE r>--></r>") << true;
+    QTest::newRow("other encoding") << QByteArray("<?xml version='1.0' encoding='UTF-16'?><r/>") << false;
+    QByteArray attributes;
+    for (int i = 0; i < 10'000; ++i)
+        attributes += " a" + QByteArray::number(i) + "=''";
+    QTest::newRow("most attributes") << "<r" + attributes + "/>" << true;
+    QTest::newRow("too many attributes") << "<r" + attributes + " b=''/>" << false;
+    QTest::newRow("too many attributes, in the middle of a tag") << "<r" + attributes + " b='' " << false;
+}
+
+void tst_XmlRules::IsSafeToParse()
+{
+    QFETCH(const QByteArray, xml);
+    QFETCH(const bool, expected);
+
+    QCOMPARE(Quorvin::Util::Internal::IsSafeToParse(xml), expected);
+    if (!xml.contains("UTF-16"))
+        QCOMPARE(Quorvin::Util::Internal::IsSafeToParse(QString::fromUtf8(xml)), expected);
+    if (expected) {
+        const std::optional<XmlProblem> problem = Quorvin::Util::Internal::FindXmlProblem(xml);
+        QVERIFY(!problem || problem->What != Kind::LimitExceeded);
+    }
+}
+
+// Whatever is done to a document at the limits, what passes exceeds none.
+void tst_XmlRules::IsSafeToParse_neverBeyondALimit()
+{
+    const QByteArray open = QByteArray("<a>").repeated(996);
+    const QByteArray close = QByteArray("</a>").repeated(996);
+    const QByteArray whole
+        = "<b c=\"/>\" d='\"'><c/><!-- </b> --><d><![CDATA[</d>]]><?p <e>?><e><f g='1'><h/></f></e></d></b>";
+    const QByteArrayList parts
+        = {"<",   ">",  "/>",   "</", "<a>",       "</a>", "<a/>",      "'",           "\"", "<!--",
+           "-->", "--", "<?p ", "?>", "<![CDATA[", "]]>",  "<a b='>'>", "<a b=\"'\">", "=",  " "};
+    QRandomGenerator random(11);
+    int safe = 0;
+    int exceeding = 0;
+    for (int i = 0; i < 2'000; ++i) {
+        QByteArray changed = whole;
+        for (quint32 changes = random.bounded(8U); changes > 0; --changes)
+            changed.insert(random.bounded(changed.size() + 1), parts.at(random.bounded(parts.size())));
+        changed = open + changed + close;
+        const std::optional<XmlProblem> problem = Quorvin::Util::Internal::FindXmlProblem(changed);
+        const bool exceeds = problem && problem->What == Kind::LimitExceeded;
+        const bool isSafe = Quorvin::Util::Internal::IsSafeToParse(changed);
+        QVERIFY2(!isSafe || !exceeds, changed.sliced(open.size()).constData());
+        QCOMPARE(Quorvin::Util::Internal::IsSafeToParse(QString::fromUtf8(changed)), isSafe);
+        safe += isSafe ? 1 : 0;
+        exceeding += exceeds ? 1 : 0;
+    }
+    QVERIFY(safe > 300);
+    QVERIFY(exceeding > 30);
 }
 
 QTEST_GUILESS_MAIN(tst_XmlRules)

@@ -145,7 +145,8 @@ bool XmlFiler::WriteInnerXml(const QString& xml)
 {
     const QString document = "<Root>"_L1 + xml + "</Root>"_L1;
     QDomDocument parsed;
-    if (Internal::FindXmlProblem(document) || !parsed.setContent(document))
+    if ((!Internal::IsSafeToParse(document) && Internal::FindXmlProblem(document))
+        || !parsed.setContent(document))
         return false;
     QDomElement wrapper = parsed.documentElement();
     if (!wrapper.hasChildNodes())

@@ -73,9 +73,15 @@ bool Fill(QDomDocument& document, Read read, const QString& name, XmlLoadError& 
     error = {};
     try {
         if (const auto xml = read(error)) {
-            const std::optional<Internal::XmlProblem> problem = Internal::FindXmlProblem(*xml);
+            // FindXmlProblem takes a third of the parser's time, so it is only called if a limit may be
+            // exceeded or the parser has found an error.
+            const bool isSafe = Internal::IsSafeToParse(*xml);
+            std::optional<Internal::XmlProblem> problem
+                = isSafe ? std::nullopt : Internal::FindXmlProblem(*xml);
             if (!problem && document.setContent(*xml))
                 return true;
+            if (isSafe)
+                problem = Internal::FindXmlProblem(*xml);
             const Internal::XmlProblem reason
                 = problem.value_or(Internal::XmlProblem{.Reason = u"it is not well formed"_s});
             error = {reason.Reason, static_cast<int>(reason.Line), static_cast<int>(reason.Column)};

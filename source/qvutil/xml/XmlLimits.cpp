@@ -94,6 +94,77 @@ template <typename Char> qsizetype FindOverfullTagIn(Text<Char> text)
     return found;
 }
 
+// Finds the tags of a document. Where the end of a construct is missing, the parser gets no further either.
+template <typename Char> class MarkScan
+{
+public:
+    explicit MarkScan(Text<Char> text)
+        : mText(text)
+    { }
+
+    bool IsWithinLimits()
+    {
+        for (SkipTo('<'); mAt < mText.size(); SkipTo('<')) {
+            if (StartsWith("</")) {
+                --mDepth;
+                mAt += 2;
+            } else if (StartsWith("<?")) {
+                SkipBehind("?>");
+            } else if (StartsWith("<!--")) {
+                mAt += 4;
+                SkipBehind("-->");
+            } else if (StartsWith("<![CDATA[")) {
+                SkipBehind("]]>");
+            } else if (StartsWith("<!")) {
+                return false;
+            } else if (!SkipTag()) {
+                return false;
+            }
+        }
+        return true;
+    }
+
+private:
+    void SkipTo(char mark) { mAt = std::min(mText.find(static_cast<Char>(mark), mAt), mText.size()); }
+
+    bool StartsWith(std::string_view mark) const
+    {
+        return mText.size() - mAt >= mark.size()
+            && std::equal(mark.begin(), mark.end(), mText.begin() + static_cast<std::ptrdiff_t>(mAt));
+    }
+
+    void SkipBehind(std::string_view end)
+    {
+        for (SkipTo(end.front()); mAt < mText.size() && !StartsWith(end); SkipTo(end.front()))
+            ++mAt;
+        mAt = std::min(mAt + end.size(), mText.size());
+    }
+
+    // A tag cannot contain another '<': the parser stops there.
+    bool SkipTag()
+    {
+        int attributes = 0;
+        for (++mAt; mAt < mText.size() && mText[mAt] != '<'; ++mAt) {
+            const Char c = mText[mAt];
+            if (c == '>') {
+                const bool isWithinLimits = attributes <= kMaxAttributes && mDepth < kMaxElementDepth;
+                mDepth += mText[mAt - 1] == '/' ? 0 : 1; // an empty element ends at once
+                return isWithinLimits;
+            }
+            if (c == '"' || c == '\'') {
+                ++attributes;
+                ++mAt;
+                SkipTo(static_cast<char>(c));
+            }
+        }
+        return attributes <= kMaxAttributes;
+    }
+
+    Text<Char> mText;
+    size_t mAt = 0;
+    int mDepth = 0;
+};
+
 bool IsEntityNameEnd(QChar c)
 {
     return c.isSpace() || c == u';' || c == u'&' || c == u'%' || c == u'<' || c == u'"' || c == u'\'';
@@ -120,6 +191,16 @@ qint64 CountAttributeComparisons(QStringView document)
         return true;
     });
     return comparisons;
+}
+
+bool IsSurelyWithinLimits(const QByteArray& document)
+{
+    return MarkScan(Text<char>(document.constData(), static_cast<size_t>(document.size()))).IsWithinLimits();
+}
+
+bool IsSurelyWithinLimits(QStringView document)
+{
+    return MarkScan(Text<char16_t>(document.utf16(), static_cast<size_t>(document.size()))).IsWithinLimits();
 }
 
 template <typename View> bool ExpansionBudget::Count(View piece)

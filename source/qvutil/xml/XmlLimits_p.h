@@ -22,6 +22,13 @@ namespace Quorvin::Util::Internal {
 /// \overload
 [[nodiscard]] qsizetype FindOverfullTag(QStringView document);
 
+/// Returns whether a document certainly keeps the limits of depth and attributes, as far as it is well
+/// formed, and certainly has no document type. Scans the tags in a small part of the parser's time. \return
+/// false if this needs a closer look
+[[nodiscard]] bool IsSurelyWithinLimits(const QByteArray& document);
+/// \overload
+[[nodiscard]] bool IsSurelyWithinLimits(QStringView document);
+
 /// Counts how often the parser compares two attributes of a tag, which dominates its time for tags with many
 /// attributes. What looks like a tag in a comment or CDATA section counts too: it cannot be distinguished
 /// from text in a document type, where a malicious document could hide a tag.

@@ -347,6 +347,16 @@ void ConfigureXmlReader(QXmlStreamReader& reader)
     reader.setEntityExpansionLimit(kMaxExpansionOfOneEntity);
 }
 
+bool IsSafeToParse(const QByteArray& document)
+{
+    return KeepsAscii(document) && IsSurelyWithinLimits(document);
+}
+
+bool IsSafeToParse(const QString& document)
+{
+    return IsSurelyWithinLimits(document);
+}
+
 std::optional<XmlProblem> FindXmlProblem(const QByteArray& document)
 {
     return LimitedReading(document).FindProblem();
