@@ -92,6 +92,10 @@ packages_of()
                 qt6-remoteobjects-dev ;;
         bench:brew)
             echo dbus google-benchmark icu4c muparser ;;
+        sweep:debian)
+            echo libpugixml-dev ;;
+        valgrind:debian)
+            echo valgrind ;;
         docs:debian)
             echo doxygen graphviz python3 qt6-documentation-tools ;;
         docs:brew)
