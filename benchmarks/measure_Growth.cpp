@@ -49,7 +49,7 @@ constexpr int kTimeoutMs = 60'000;
 
 void Print(const char* chart, const char* contestant, double x, double y)
 {
-    std::printf("%s,%s,%.9g,%.9g\n", chart, contestant, x, y);
+    std::printf("%s,\"%s\",%.9g,%.9g\n", chart, contestant, x, y);
     std::fflush(stdout);
 }
 

@@ -9,7 +9,7 @@
 #include <QFileInfo>
 #include <QHash>
 
-#include <array>
+#include <bitset>
 #include <map>
 #include <utility>
 
@@ -47,12 +47,15 @@ struct XlfTranslator::Private
     static constexpr qsizetype kMaxRecent = 4096; // of all contexts
     static constexpr qsizetype kMaxRecentSize = 256; // characters of one text
 
+    static constexpr size_t kSeenBits = 16'384;
+
     void Remember(const QString& text, const QString& translation);
     [[nodiscard]] QString LookUp(const QString& text);
 
     std::map<QString, Context> Contexts;
     std::map<QString, Context>::iterator Last = Contexts.end(); // a document's texts come one after another
     qsizetype RecentCount = 0;
+    std::bitset<kSeenBits> Seen; // hashes of the texts so far
     QCryptographicHash Hash{QCryptographicHash::Md5};
 };
 
@@ -60,29 +63,27 @@ void XlfTranslator::Private::Remember(const QString& text, const QString& transl
 {
     if (text.size() > kMaxRecentSize || RecentCount == kMaxRecent)
         return;
+    // Texts that are asked for only once would make the first translations slower.
+    const size_t bit = qHash(text) % kSeenBits;
+    if (!Seen.test(bit)) {
+        Seen.set(bit);
+        return;
+    }
     // A string without a capacity may not own its characters.
     Last->second.Recent.insert(text.capacity() > 0 ? text : QString(text.constData(), text.size()),
                                translation);
     ++RecentCount;
 }
 
-// The key is GeneralUtil::GetHash(text), computed without a new hash object and a new array for each text.
+// The key is GeneralUtil::GetHash(text), computed without a new hash object for each text.
 QString XlfTranslator::Private::LookUp(const QString& text)
 {
     const Units& units = Last->second.ContextUnits;
     if (units.isEmpty())
         return {};
-    constexpr char kDigits[] = "0123456789abcdef";
     Hash.reset();
     Hash.addData(text.toUtf8());
-    const QByteArray digest = Hash.result();
-    std::array<char, 32> id = {};
-    auto digit = id.begin();
-    for (const char byte : digest) {
-        *digit++ = kDigits[static_cast<uchar>(byte) >> 4];
-        *digit++ = kDigits[static_cast<uchar>(byte) & 0xF];
-    }
-    return units.value(QByteArray::fromRawData(id.data(), id.size()));
+    return units.value(Hash.result().toHex());
 }
 
 XlfTranslator::XlfTranslator() = default;
