@@ -148,6 +148,29 @@ void tst_ToolExpr::Run_data()
         u"expression 1, column 1: this operand is not known\n  a\n  ^\n=> 1\n"_s);
     row("lint, no operand is known, by an empty text", {u"lint"_s, u"a"_s, u"--known"_s, QString()},
         u"expression 1, column 1: this operand is not known\n  a\n  ^\n=> 1\n"_s);
+    const QString notSign
+        = u"expression 1, column %1: '%2' is part of this operand's name: there is no \"not\" in "
+          "expressions\n  %3\n%4\n=> 1\n"_s;
+    row("lint, exclamation mark", lint(u"a & !b"_s), notSign.arg(u"5"_s, u"!"_s, u"a & !b"_s, u"      ^~"_s));
+    row("lint, tilde", lint(u"~b"_s), notSign.arg(u"1"_s, u"~"_s, u"~b"_s, u"  ^~"_s));
+    row("lint, not", lint(u"not b"_s), notSign.arg(u"1"_s, u"not"_s, u"not b"_s, u"  ^~~~~"_s));
+    row("lint, NOT", lint(u"a | (NOT  b)"_s),
+        notSign.arg(u"6"_s, u"NOT"_s, u"a | (NOT  b)"_s, u"       ^~~~~~"_s));
+    row("lint, not as a part of a word", lint(u"nothing open & knot"_s),
+        u"no problems; expressions looked at: 1\n=> 0\n"_s);
+    row("lint, not alone", lint(u"not"_s), u"no problems; expressions looked at: 1\n=> 0\n"_s);
+    row("lint, AND", lint(u"a AND b"_s),
+        u"expression 1, column 1: 'AND' is part of this operand's name: write '&'\n  a AND b\n  ^~~~~~~\n=> 1\n"_s);
+    row("lint, OR", lint(u"a OR b"_s),
+        u"expression 1, column 1: 'OR' is part of this operand's name: write '|'\n  a OR b\n  ^~~~~~\n=> 1\n"_s);
+    row("lint, and in a name", lint(u"cut and paste"_s), u"no problems; expressions looked at: 1\n=> 0\n"_s);
+    row("lint, names that look odd and are known",
+        lint(u"!a & not b"_s) + QStringList{u"--known"_s, u"!a,not b"_s},
+        u"no problems; expressions looked at: 1\n=> 0\n"_s);
+    row("lint, &&", lint(u"a && b"_s),
+        u"expression 1, column 4: '&&' is no operator: write '&'\n  a && b\n     ^\n=> 1\n"_s);
+    row("lint, ||", lint(u"a || b"_s),
+        u"expression 1, column 4: '||' is no operator: write '|'\n  a || b\n     ^\n=> 1\n"_s);
     row("lint, second of two", {u"lint"_s, u"a"_s, u"("_s},
         u"expression 2, column 1: this '(' is not closed\n  (\n  ^\n=> 1\n"_s);
     row("lint, line break", lint(u"a\n& (b"_s),

@@ -39,6 +39,8 @@ QString KindName(ExpressionProblem::Kind kind)
         return u"unreachable"_s;
     case ExpressionProblem::Unknown:
         return u"unknown"_s;
+    case ExpressionProblem::Foreign:
+        return u"foreign"_s;
     }
     return {};
 }
@@ -88,6 +90,25 @@ QJsonObject ExpressionProblem::ToJson() const
             {u"reason"_s, Reason}};
 }
 
+QString WhyForeign(const QString& operand)
+{
+    const QStringList words = operand.simplified().split(u' ');
+    if (operand.startsWith(u'!') || operand.startsWith(u'~')) {
+        return u"'%1' is part of this operand's name: there is no \"not\" in expressions"_s.arg(
+            operand.front());
+    }
+    if (words.size() > 1 && words.front().compare("not"_L1, Qt::CaseInsensitive) == 0) {
+        return u"'%1' is part of this operand's name: there is no \"not\" in expressions"_s.arg(
+            words.front());
+    }
+    // In lower case, both are usual words in names.
+    if (words.contains("AND"_L1))
+        return u"'AND' is part of this operand's name: write '&'"_s;
+    if (words.contains("OR"_L1))
+        return u"'OR' is part of this operand's name: write '|'"_s;
+    return {};
+}
+
 ExpressionOutline::ExpressionOutline(const QString& expression)
     : mText(expression)
     , mStructure(mText)
@@ -127,8 +148,7 @@ void ExpressionOutline::Build()
         if (!isSplit) {
             const bool isOperator = mStructure.Operator(notes.Mistake) != 0;
             mProblems.append({ExpressionProblem::Empty, notes.Mistake,
-                              isOperator ? u"an operand is missing beside this operator"_s
-                                         : u"there is no operand here"_s});
+                              isOperator ? WhyNoOperand(notes.Mistake) : u"there is no operand here"_s});
         } else if (ranges.size() == 1) {
             mParts.append({Part::Operand, ranges.first(), part.Depth});
             const QString name = TextOf(ranges.first());
@@ -139,6 +159,16 @@ void ExpressionOutline::Build()
             AddList(ranges, content, part.Depth);
         }
     }
+}
+
+QString ExpressionOutline::WhyNoOperand(Range operatorRange) const
+{
+    const QChar sign = mText.at(operatorRange.Begin);
+    const QString twice(2, sign);
+    const QStringView around
+        = QStringView(mText).sliced(std::max<qsizetype>(operatorRange.Begin - 1, 0)).left(3);
+    return around.contains(twice) ? u"'%1' is no operator: write '%2'"_s.arg(twice, sign)
+                                  : u"an operand is missing beside this operator"_s;
 }
 
 // Adds a list, and what it holds to what is still to be looked at.

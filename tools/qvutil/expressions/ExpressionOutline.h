@@ -27,6 +27,7 @@ struct ExpressionProblem
         Mixed, ///< both operators in one list, which are applied from left to right
         Unreachable, ///< an operand that is never consulted
         Unknown, ///< an operand that is not in the list of known ones
+        Foreign, ///< an operand whose name looks like an operator of other languages
     };
     Kind What;
     Util::Internal::BooleanExpressionText::Range Where;
@@ -37,6 +38,10 @@ struct ExpressionProblem
     /// For programs: the kind as a word, column (from 1), length and reason.
     [[nodiscard]] QJsonObject ToJson() const;
 };
+
+/// Tells why an operand's name looks like an operator of other languages: "!a", "not a", "a AND b".
+/// \return empty if it does not
+[[nodiscard]] QString WhyForeign(const QString& operand);
 
 /// The structure of an expression, as the library splits it, and everything that is odd about it.
 class ExpressionOutline
@@ -94,6 +99,7 @@ public:
 
 private:
     void Build();
+    [[nodiscard]] QString WhyNoOperand(Range operatorRange) const;
     void AddList(const Util::Internal::BooleanExpressionText::Ranges& parts, Range content, int depth);
 
     QString mText;

@@ -53,8 +53,7 @@ public:
         QList<ExpressionProblem> problems = outline.Problems();
         if (outline.Mistake() == nullptr)
             AddUnreachable(place, outline, problems);
-        if (!mOptions.Known.isEmpty()) // a list without a name is one too
-            AddUnknown(outline, problems);
+        AddByName(outline, problems);
         for (const ExpressionProblem& problem : std::as_const(problems))
             AddProblem(place, outline, problem);
     }
@@ -83,10 +82,16 @@ private:
             Console::Complain(place, u"too many operands to tell whether each is consulted"_s);
     }
 
-    void AddUnknown(const ExpressionOutline& outline, QList<ExpressionProblem>& problems) const
+    // A name that is known may look as it likes.
+    void AddByName(const ExpressionOutline& outline, QList<ExpressionProblem>& problems) const
     {
         for (const Part& part : outline.Parts()) {
-            if (part.What == Part::Operand && !mKnown.contains(outline.TextOf(part.Where)))
+            const QString name = part.What == Part::Operand ? outline.TextOf(part.Where) : QString();
+            if (name.isEmpty() || mKnown.contains(name))
+                continue;
+            if (const QString reason = WhyForeign(name); !reason.isEmpty())
+                problems.append({ExpressionProblem::Foreign, part.Where, reason});
+            else if (!mOptions.Known.isEmpty()) // a list without a name is one too
                 problems.append({ExpressionProblem::Unknown, part.Where, u"this operand is not known"_s});
         }
     }
@@ -186,7 +191,10 @@ void AddExprLintCommand(CommandLine& line, CLI::App& group)
         "qvutil expr lint --xml Window.xml --attribute enabled --known admin,trial",
         [options] { return Lint(*options); });
     AddExplanation(
-        lint, "If there is no expression to look at, the exit code is 2: check the names after --attribute.");
+        lint,
+        "Also reports operands that look like operators of other languages, such as !a, not a and a AND b,\n"
+        "unless --known lists them. Expressions know '&', '|' and parentheses only.\n"
+        "If there is no expression to look at, the exit code is 2: check the names after --attribute.");
     AddTexts(lint, "EXPRESSION", options->Expressions, "Expression to look at");
     AddTexts(lint, "--file", options->Files, "File with one expression a line; - for standard input");
     AddTexts(lint, "--xml", options->XmlFiles, "XML file with expressions in attributes");
