@@ -465,7 +465,7 @@ void tst_ToolGeneral::Completion_inBash_data()
 
     QTest::newRow("group") << u"qvutil setti"_s << u"settings"_s;
     QTest::newRow("command") << u"qvutil xml li"_s << u"list"_s;
-    QTest::newRow("all commands") << u"qvutil xml ''"_s << u"get set list cat"_s;
+    QTest::newRow("all commands") << u"qvutil xml ''"_s << u"get set delete rename move format list cat"_s;
     QTest::newRow("option") << u"qvutil xml get a.xml --ty"_s << u"--type"_s;
     QTest::newRow("options of the tool") << u"qvutil --"_s << u"--help --version"_s;
     QTest::newRow("files are left to bash") << u"qvutil xml get ''"_s << u""_s;

@@ -154,6 +154,7 @@ private Q_SLOTS:
     void Fill_pseudo();
     void Fill_leavesMarkup();
     void Fill_output();
+    void Fill_dryRun();
     void Fill_usage();
     void Stat_table();
     void Stat_json();
@@ -454,10 +455,16 @@ void tst_ToolXliff::Extract_dryRun()
     const QStringList arguments{u"xliff"_s, u"extract"_s, u"ui.xml"_s, u"-l"_s,
                                 u"de"_s,    u"-o"_s,      u"de.xlf"_s};
     const QStringList dry = arguments + QStringList{u"--dry-run"_s};
-    QCOMPARE(mTool->Run(dry).ToText(),
-             u"de.xlf: 1 text in 1 document: 0 kept, 1 new; would change\n=> 1\n"_s);
+    const QString tried = mTool->Run(dry).ToText();
     QVERIFY(!QFile::exists(mTool->Path(u"de.xlf"_s)));
     QCOMPARE(mTool->Run(arguments).ExitCode, 0);
+    QByteArray written = mTool->Read(u"de.xlf"_s);
+    const qsizetype lines = written.count('\n');
+    written.chop(1);
+    QCOMPARE(tried,
+             u"--- /dev/null\n+++ de.xlf\n@@ -0,0 +1,%1 @@\n+%2\n"
+             "de.xlf: 1 text in 1 document: 0 kept, 1 new; would change\n=> 1\n"_s.arg(lines)
+                 .arg(QString::fromUtf8(written.replace("\n", "\n+"))));
     QCOMPARE(mTool->Run(dry).ToText(), u"de.xlf: 1 text in 1 document: 1 kept, 0 new; unchanged\n=> 0\n"_s);
 }
 
@@ -1001,6 +1008,22 @@ void tst_ToolXliff::Fill_output()
     // With nothing to fill in, the output file is still written.
     QCOMPARE(mTool->Run({u"xliff"_s, u"fill"_s, u"out.xlf"_s, u"-o"_s, u"again.xlf"_s}).ExitCode, 0);
     QCOMPARE(mTool->Read(u"again.xlf"_s), mTool->Read(u"out.xlf"_s));
+}
+
+void tst_ToolXliff::Fill_dryRun()
+{
+    const QByteArray before = Xliff(Unit(u"A"_s, "<target/>"));
+    QVERIFY(mTool->Write(u"de.xlf"_s, before));
+    const ToolResult tried = mTool->Run({u"xliff"_s, u"fill"_s, u"de.xlf"_s, u"--dry-run"_s});
+    QCOMPARE(tried.ExitCode, 1);
+    QVERIFY(tried.Output.startsWith("--- de.xlf\n+++ de.xlf\n@@ -"));
+    QCOMPARE(tried.Output.count("\n-"), 1);
+    QCOMPARE(tried.Output.count("\n+ "), 1);
+    QVERIFY(tried.Output.contains("<target state=\"needs-translation\">A</target>"));
+    QCOMPARE(mTool->Read(u"de.xlf"_s), before);
+
+    QCOMPARE(mTool->Run({u"xliff"_s, u"fill"_s, u"de.xlf"_s}).ExitCode, 0);
+    QCOMPARE(mTool->Run({u"xliff"_s, u"fill"_s, u"de.xlf"_s, u"--dry-run"_s}).ToText(), u"=> 0\n"_s);
 }
 
 void tst_ToolXliff::Fill_usage()

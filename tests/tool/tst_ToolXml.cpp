@@ -70,6 +70,24 @@ private Q_SLOTS:
     void Set_keepsTheRest();
     void Set_createsPath();
     void Set_newElement();
+    void Set_severalValues();
+    void Set_severalValues_refused_data();
+    void Set_severalValues_refused();
+    void Position_data();
+    void Position();
+    void Position_created();
+    void Position_json();
+    void Change_data();
+    void Change();
+    void Change_throughPipe();
+    void Change_followsLink();
+    void Change_badFileIsKept();
+    void Format();
+    void Format_severalFiles();
+    void DryRun_data();
+    void DryRun();
+    void DryRun_isReadByPatch();
+    void DryRun_manyChanges();
     void Set_fromFile();
     void Set_throughPipe();
     void Set_valueLikeAnOption();
@@ -378,7 +396,8 @@ void tst_ToolXml::Set_refused_data()
         QTest::newRow(name) << arguments << QString::fromUtf8(complaint);
     };
     row("no value", {u"Panel"_s}, "VALUE is required");
-    row("too many values", {u"Panel"_s, u"a"_s, u"b"_s, u"c"_s}, "unexpected argument 'c'");
+    row("name without a value", {u"Panel"_s, u"a"_s, u"b"_s, u"c"_s},
+        "VALUE is required behind the name 'c'");
     row("no int", {u"P"_s, u"a"_s, u"1.5"_s, u"-t"_s, u"int"_s}, "\"1.5\" is no value of the type int");
     row("no bool", {u"P"_s, u"a"_s, u"yes"_s, u"-t"_s, u"bool"_s}, "\"yes\" is no value of the type bool");
     row("no date", {u"P"_s, u"a"_s, u"today"_s, u"-t"_s, u"date"_s},
@@ -388,8 +407,12 @@ void tst_ToolXml::Set_refused_data()
     row("short size", {u"P"_s, u"a"_s, u"1"_s, u"-t"_s, u"size"_s}, "\"1\" is no value of the type size");
     row("name with a blank", {u"P"_s, u"a b"_s, u"1"_s}, "\"a b\" is no name of an element or attribute");
     row("empty name", {u"P"_s, u""_s, u"1"_s}, "\"\" is no name of an element or attribute");
-    row("markup as a step", {u"P/<x>"_s, u"a"_s, u"1"_s}, "\"<x>\" is no name of an element or attribute");
-    row("digit as a step", {u"P/1"_s, u"a"_s, u"1"_s}, "\"1\" is no name of an element or attribute");
+    row("markup as a step", {u"P/<x>"_s, u"a"_s, u"1"_s},
+        "\"<x>\" is no step of a path: a step is the name of an element, or a name with a position counted "
+        "from 1, "
+        "such as Item[2]; there are no wildcards, conditions or '..'");
+    row("new element with a position", {u"P[2]"_s, u"a"_s, u"1"_s, u"--new"_s},
+        "--new appends an element, so PATH ends in a name without a position");
     row("control character", {u"P"_s, u"a"_s, u"x\u0001"_s},
         "the value holds the character U+0001, which XML cannot hold");
     row("no character", {u"P"_s, u"a"_s, u"\uffff"_s},
@@ -468,6 +491,348 @@ void tst_ToolXml::Set_newElement()
         mTool->Read(u"a.xml"_s),
         QByteArray(
             "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<A>\n    <I n=\"1\"/>\n    <I n=\"2\"/>\n</A>\n"));
+}
+
+void tst_ToolXml::Set_severalValues()
+{
+    QCOMPARE(Run({u"xml"_s, u"set"_s, u"app.xml"_s, u"Size"_s, u"Width"_s, u"1"_s, u"Height"_s, u"2"_s,
+                  u"-t"_s, u"int"_s}),
+             u"=> 0\n"_s);
+    QCOMPARE(Run({u"xml"_s, u"list"_s, u"app.xml"_s, u"Size"_s}), u"Size Height=\"2\" Width=\"1\"\n=> 0\n"_s);
+}
+
+void tst_ToolXml::Set_severalValues_refused_data()
+{
+    QTest::addColumn<QStringList>("arguments");
+    QTest::addColumn<QString>("complaint");
+
+    QTest::newRow("second value is wrong")
+        << QStringList{u"Width"_s, u"1"_s, u"Height"_s, u"tall"_s, u"-t"_s, u"int"_s}
+        << u"\"tall\" is no value of the type int"_s;
+    QTest::newRow("second name is wrong") << QStringList{u"Width"_s, u"1"_s, u"a b"_s, u"2"_s}
+                                          << u"\"a b\" is no name of an element or attribute"_s;
+    QTest::newRow("one name twice") << QStringList{u"Width"_s, u"1"_s, u"Width"_s, u"2"_s}
+                                    << u"the name 'Width' is given twice"_s;
+    QTest::newRow("second value from a file")
+        << QStringList{u"Width"_s, u"1"_s, u"--from"_s, u"app.xml"_s} << u"unexpected argument '1'"_s;
+}
+
+void tst_ToolXml::Set_severalValues_refused()
+{
+    QFETCH(const QStringList, arguments);
+    QFETCH(const QString, complaint);
+
+    QCOMPARE(Run(QStringList{u"xml"_s, u"set"_s, u"app.xml"_s, u"Size"_s} + arguments),
+             u"! qvutil: %1\n! Try 'qvutil xml set --help'.\n=> 2\n"_s.arg(complaint));
+    QCOMPARE(mTool->Read(u"app.xml"_s), QByteArray(kDocument));
+}
+
+void tst_ToolXml::Position_data()
+{
+    QTest::addColumn<QString>("path");
+    QTest::addColumn<QString>("expected");
+
+    const QString refused = u"! qvutil: \"%1\" is no step of a path: a step is the name of an element, or a "
+                            u"name with a position "
+                            "counted from 1, such as Item[2]; there are no wildcards, conditions or '..'\n"
+                            "! Try 'qvutil xml get --help'.\n=> 2\n"_s;
+    const QString missing = u"! qvutil: app.xml: there is no element %1\n=> 1\n"_s;
+    const auto row = [](const char* name, const QString& path, const QString& expected) {
+        QTest::newRow(name) << path << expected;
+    };
+    row("first", u"List/Item[1]"_s, u"1\n=> 0\n"_s);
+    row("second", u"List/Item[2]"_s, u"2\n=> 0\n"_s);
+    row("second, from the root", u"/App/List/Item[2]"_s, u"2\n=> 0\n"_s);
+    row("on the way", u"List[1]/Item[2]"_s, u"2\n=> 0\n"_s);
+    row("behind the last", u"List/Item[3]"_s, missing.arg(u"List/Item[3]"_s));
+    row("second root", u"/App[2]"_s, missing.arg(u"/App[2]"_s));
+    row("zero", u"List/Item[0]"_s, refused.arg(u"Item[0]"_s));
+    row("negative", u"List/Item[-1]"_s, refused.arg(u"Item[-1]"_s));
+    row("too large for a number", u"List/Item[99999999999]"_s, refused.arg(u"Item[99999999999]"_s));
+    row("empty brackets", u"List/Item[]"_s, refused.arg(u"Item[]"_s));
+    row("condition", u"List/Item[@a]"_s, refused.arg(u"Item[@a]"_s));
+    row("brackets that stay open", u"List/Item[2"_s, refused.arg(u"Item[2"_s));
+    row("position alone", u"List/[2]"_s, refused.arg(u"[2]"_s));
+    row("wildcard", u"List/*"_s, refused.arg(u"*"_s));
+    row("parent", u"List/.."_s, refused.arg(u".."_s));
+    row("number", u"List/2"_s, refused.arg(u"2"_s));
+}
+
+void tst_ToolXml::Position()
+{
+    QFETCH(const QString, path);
+    QFETCH(const QString, expected);
+
+    QCOMPARE(Run({u"xml"_s, u"get"_s, u"app.xml"_s, path, u"a"_s}), expected);
+}
+
+void tst_ToolXml::Position_created()
+{
+    QCOMPARE(Run({u"xml"_s, u"set"_s, u"app.xml"_s, u"List/Item[2]"_s, u"a"_s, u"two"_s}), u"=> 0\n"_s);
+    QCOMPARE(Run({u"xml"_s, u"set"_s, u"app.xml"_s, u"List/Item[3]/Deep[1]"_s, u"a"_s, u"3"_s}), u"=> 0\n"_s);
+    const QString list = u"List\n  Item a=\"1\"\n  Item a=\"two\"\n  Item\n    Deep a=\"3\"\n=> 0\n"_s;
+    QCOMPARE(Run({u"xml"_s, u"list"_s, u"app.xml"_s, u"List"_s}), list);
+    QCOMPARE(Run({u"xml"_s, u"set"_s, u"app.xml"_s, u"List/Item[5]"_s, u"a"_s, u"5"_s}),
+             u"! qvutil: Item[5] cannot be created: /App/List has only 3 of that name\n=> 2\n"_s);
+    QCOMPARE(Run({u"xml"_s, u"list"_s, u"app.xml"_s, u"List"_s}), list);
+}
+
+void tst_ToolXml::Position_json()
+{
+    QCOMPARE(RunJson({u"xml"_s, u"get"_s, u"app.xml"_s, u"List/Item[2]"_s, u"a"_s, u"--json"_s})
+                 .value("path"_L1)
+                 .toString(),
+             u"/App/List/Item[2]"_s);
+    QCOMPARE(RunJson({u"xml"_s, u"cat"_s, u"app.xml"_s, u"List/Item[2]"_s, u"--json"_s})
+                 .value("path"_L1)
+                 .toString(),
+             u"/App/List/Item[2]"_s);
+    QCOMPARE(Run({u"xml"_s, u"get"_s, u"app.xml"_s, u"List/Item[2]"_s, u"b"_s}),
+             u"! qvutil: app.xml: /App/List/Item[2] has no attribute b\n=> 1\n"_s);
+}
+
+void tst_ToolXml::Change_data()
+{
+    QTest::addColumn<QStringList>("arguments");
+    QTest::addColumn<QString>("expected");
+    QTest::addColumn<QByteArray>("after"); // without declaration and white space; empty if nothing changes
+
+    const QString yes = u"=> 0\n"_s;
+    const auto refused = [](const char* command, const char* reason) {
+        return u"! qvutil: %1\n! Try 'qvutil xml %2 --help'.\n=> 2\n"_s.arg(QString::fromUtf8(reason),
+                                                                            QString::fromUtf8(command));
+    };
+    const auto row
+        = [](const char* name, const QStringList& arguments, const QString& expected,
+             const char* after = "") { QTest::newRow(name) << arguments << expected << QByteArray(after); };
+
+    row("delete an element", {u"delete"_s, u"A/B"_s}, yes, R"(<R x="1"><A m="7"><B n="2"/></A><C/></R>)");
+    row("delete the second", {u"delete"_s, u"A/B[2]"_s}, yes,
+        R"(<R x="1"><A m="7"><B n="1"><D/></B></A><C/></R>)");
+    row("delete an attribute", {u"delete"_s, u"A/B[2]"_s, u"n"_s}, yes,
+        R"(<R x="1"><A m="7"><B n="1"><D/></B><B/></A><C/></R>)");
+    row("delete an attribute of the root", {u"delete"_s, u"/"_s, u"x"_s}, yes,
+        R"(<R><A m="7"><B n="1"><D/></B><B n="2"/></A><C/></R>)");
+    row("delete a missing element", {u"delete"_s, u"A/E"_s},
+        u"! qvutil: a.xml: there is no element A/E\n=> 1\n"_s);
+    row("delete a missing attribute", {u"delete"_s, u"A"_s, u"n"_s},
+        u"! qvutil: a.xml: /R/A has no attribute n\n=> 1\n"_s);
+    row("delete the root", {u"delete"_s, u"/"_s}, refused("delete", "the root element cannot be deleted"));
+
+    row("rename an element", {u"rename"_s, u"A/B[2]"_s, u"E"_s}, yes,
+        R"(<R x="1"><A m="7"><B n="1"><D/></B><E n="2"/></A><C/></R>)");
+    row("rename the root", {u"rename"_s, u"/"_s, u"S"_s}, yes,
+        R"(<S x="1"><A m="7"><B n="1"><D/></B><B n="2"/></A><C/></S>)");
+    row("rename an attribute", {u"rename"_s, u"A"_s, u"m"_s, u"k"_s}, yes,
+        R"(<R x="1"><A k="7"><B n="1"><D/></B><B n="2"/></A><C/></R>)");
+    row("rename a missing element", {u"rename"_s, u"E"_s, u"F"_s},
+        u"! qvutil: a.xml: there is no element E\n=> 1\n"_s);
+    row("rename a missing attribute", {u"rename"_s, u"A"_s, u"n"_s, u"k"_s},
+        u"! qvutil: a.xml: /R/A has no attribute n\n=> 1\n"_s);
+    row("rename to what is no name", {u"rename"_s, u"A"_s, u"a b"_s},
+        refused("rename", "\"a b\" is no name of an element or attribute"));
+    row("rename to nothing", {u"rename"_s, u"A"_s}, refused("rename", "NEWNAME is required"));
+    row("rename with too much", {u"rename"_s, u"A"_s, u"m"_s, u"k"_s, u"l"_s},
+        refused("rename", "unexpected argument 'l'"));
+
+    row("move an element", {u"move"_s, u"A/B"_s, u"C"_s}, yes,
+        R"(<R x="1"><A m="7"><B n="2"/></A><C><B n="1"><D/></B></C></R>)");
+    row("move before a sibling", {u"move"_s, u"A/B[2]"_s, u"A/B"_s, u"--before"_s}, yes,
+        R"(<R x="1"><A m="7"><B n="2"/><B n="1"><D/></B></A><C/></R>)");
+    row("move behind another element", {u"move"_s, u"A/B/D"_s, u"A"_s, u"--after"_s}, yes,
+        R"(<R x="1"><A m="7"><B n="1"/><B n="2"/></A><D/><C/></R>)");
+    row("move to the end of its parent", {u"move"_s, u"A/B"_s, u"A"_s}, yes,
+        R"(<R x="1"><A m="7"><B n="2"/><B n="1"><D/></B></A><C/></R>)");
+    row("move an attribute", {u"move"_s, u"A"_s, u"m"_s, u"C"_s}, yes,
+        R"(<R x="1"><A><B n="1"><D/></B><B n="2"/></A><C m="7"/></R>)");
+    row("move onto an attribute", {u"move"_s, u"A/B"_s, u"n"_s, u"A/B[2]"_s},
+        u"! qvutil: a.xml: /R/A/B[2] has an attribute n already\n=> 2\n"_s);
+    row("move a missing element", {u"move"_s, u"E"_s, u"C"_s},
+        u"! qvutil: a.xml: there is no element E\n=> 1\n"_s);
+    row("move to a missing element", {u"move"_s, u"C"_s, u"A/E"_s},
+        u"! qvutil: a.xml: there is no element A/E\n=> 1\n"_s);
+    row("move the root", {u"move"_s, u"/"_s, u"C"_s}, refused("move", "the root element cannot be moved"));
+    row("move into itself", {u"move"_s, u"A"_s, u"A"_s},
+        refused("move", "/R/A cannot be moved into or beside itself"));
+    row("move into its child", {u"move"_s, u"A"_s, u"A/B"_s},
+        refused("move", "/R/A cannot be moved into or beside itself"));
+    row("move beside the root", {u"move"_s, u"A"_s, u"/"_s, u"--after"_s},
+        refused("move", "a document has one root element: nothing can be moved beside it"));
+    row("move before and behind", {u"move"_s, u"A"_s, u"C"_s, u"--after"_s, u"--before"_s},
+        refused("move", "--before and --after exclude each other"));
+    row("move an attribute before", {u"move"_s, u"A"_s, u"m"_s, u"C"_s, u"--before"_s},
+        refused("move", "attributes have no order: --before and --after are for elements"));
+}
+
+void tst_ToolXml::Change()
+{
+    QFETCH(const QStringList, arguments);
+    QFETCH(const QString, expected);
+    QFETCH(const QByteArray, after);
+
+    const QByteArray before = R"(<R x="1"><A m="7"><B n="1"><D/></B><B n="2"/></A><C/></R>)";
+    QVERIFY(mTool->Write(u"a.xml"_s, before));
+    QStringList line{u"xml"_s, arguments.front(), u"a.xml"_s};
+    line += arguments.mid(1);
+
+    // A trial writes nothing, and says whether there is something to write.
+    const int tried = mTool->Run(line + QStringList(u"--dry-run"_s)).ExitCode;
+    QCOMPARE(tried, after.isEmpty() ? mTool->Run(line).ExitCode : 1);
+    QCOMPARE(mTool->Read(u"a.xml"_s), before);
+
+    QCOMPARE(Run(line), expected);
+    QByteArray content = mTool->Read(u"a.xml"_s);
+    if (!after.isEmpty()) {
+        QVERIFY(content.startsWith("<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<"));
+        content.remove(0, content.indexOf('\n'));
+        content.replace('\n', "").replace("    ", "");
+    }
+    QCOMPARE(content, after.isEmpty() ? before : after);
+}
+
+void tst_ToolXml::Change_throughPipe()
+{
+    QCOMPARE(Run({u"xml"_s, u"rename"_s, u"-"_s, u"/"_s, u"S"_s}, "<R><A/></R>"),
+             u"<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<S>\n    <A/>\n</S>\n=> 0\n"_s);
+    QCOMPARE(Run({u"xml"_s, u"delete"_s, u"-"_s, u"A"_s}, "<R><A/></R>"),
+             u"<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<R/>\n=> 0\n"_s);
+    QVERIFY(!QFile::exists(mTool->Path(u"-"_s)));
+}
+
+void tst_ToolXml::Change_followsLink()
+{
+    QVERIFY(QFile::link(u"app.xml"_s, mTool->Path(u"link.xml"_s)));
+    QCOMPARE(Run({u"xml"_s, u"delete"_s, u"link.xml"_s, u"List"_s}), u"=> 0\n"_s);
+    QVERIFY(QFileInfo(mTool->Path(u"link.xml"_s)).isSymLink());
+    QCOMPARE(Run({u"xml"_s, u"list"_s, u"app.xml"_s, u"List"_s}),
+             u"! qvutil: app.xml: there is no element List\n=> 1\n"_s);
+}
+
+void tst_ToolXml::Change_badFileIsKept()
+{
+    QVERIFY(mTool->Write(u"bad.xml"_s, "<a><b>"));
+    for (const QStringList& arguments :
+         {QStringList{u"delete"_s, u"bad.xml"_s, u"b"_s},
+          QStringList{u"rename"_s, u"bad.xml"_s, u"b"_s, u"c"_s},
+          QStringList{u"move"_s, u"bad.xml"_s, u"b"_s, u"c"_s}, QStringList{u"format"_s, u"bad.xml"_s}}) {
+        QCOMPARE(Run(QStringList(u"xml"_s) + arguments),
+                 u"! qvutil: bad.xml:1:6: the file ends in the middle of the document\n=> 2\n"_s);
+        QCOMPARE(mTool->Read(u"bad.xml"_s), QByteArray("<a><b>"));
+    }
+}
+
+void tst_ToolXml::Format()
+{
+    const QByteArray formatted
+        = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<!-- c -->\n<a b=\"2\" z=\"1\">\n"
+          "    <d/>\n    <e><![CDATA[<&>]]></e>\n</a>\n";
+    QVERIFY(mTool->Write(u"a.xml"_s, "<!-- c --><a z='1' b='2'><d></d>\n<e><![CDATA[<&>]]></e></a>"));
+    QCOMPARE(mTool->Run({u"xml"_s, u"format"_s, u"a.xml"_s, u"--dry-run"_s}).ExitCode, 1);
+    QCOMPARE(Run({u"xml"_s, u"format"_s, u"a.xml"_s}), u"=> 0\n"_s);
+    QCOMPARE(mTool->Read(u"a.xml"_s), formatted);
+    // Once formatted, the file is not even written.
+    const QDateTime old = QDateTime::fromSecsSinceEpoch(1000000000);
+    QFile file(mTool->Path(u"a.xml"_s));
+    QVERIFY(file.open(QIODevice::ReadWrite) && file.setFileTime(old, QFileDevice::FileModificationTime));
+    file.close();
+    QCOMPARE(Run({u"xml"_s, u"format"_s, u"a.xml"_s, u"--dry-run"_s}), u"=> 0\n"_s);
+    QCOMPARE(Run({u"xml"_s, u"format"_s, u"a.xml"_s}), u"=> 0\n"_s);
+    QCOMPARE(QFileInfo(file.fileName()).lastModified(), old);
+}
+
+void tst_ToolXml::Format_severalFiles()
+{
+    QVERIFY(mTool->Write(u"a.xml"_s, "<a/>"));
+    QVERIFY(mTool->Write(u"b.xml"_s, "<b/>"));
+    QCOMPARE(Run({u"xml"_s, u"format"_s, u"a.xml"_s, u"none.xml"_s, u"b.xml"_s}),
+             u"! qvutil: none.xml: No such file or directory\n=> 2\n"_s);
+    QCOMPARE(mTool->Read(u"a.xml"_s), QByteArray("<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<a/>\n"));
+    QCOMPARE(mTool->Read(u"b.xml"_s), QByteArray("<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<b/>\n"));
+}
+
+void tst_ToolXml::DryRun_data()
+{
+    QTest::addColumn<QStringList>("arguments");
+    QTest::addColumn<QString>("expected");
+
+    QTest::newRow("changed line")
+        << QStringList{u"set"_s, u"a.xml"_s, u"F"_s, u"v"_s, u"two"_s}
+        << u"--- a.xml\n+++ a.xml\n@@ -5,7 +5,7 @@\n     <C/>\n     <D/>\n     <E/>\n"
+           "-    <F v=\"1\"/>\n+    <F v=\"two\"/>\n     <G/>\n     <H/>\n"
+           "     <I/>\n=> 1\n"_s;
+    QTest::newRow("removed and renamed, far apart")
+        << QStringList{u"delete"_s, u"a.xml"_s, u"A"_s}
+        << u"--- a.xml\n+++ a.xml\n@@ -1,6 +1,5 @@\n <?xml version=\"1.0\" encoding=\"UTF-8\"?>\n <R>\n"
+           "-    <A/>\n     <B/>\n     <C/>\n     <D/>\n=> 1\n"_s;
+    QTest::newRow("at the end")
+        << QStringList{u"set"_s, u"a.xml"_s, u"L"_s, u"v"_s, u"1"_s}
+        << u"--- a.xml\n+++ a.xml\n@@ -11,4 +11,5 @@\n     <I/>\n     <J/>\n     <K/>\n"
+           "+    <L v=\"1\"/>\n </R>\n=> 1\n"_s;
+    QTest::newRow("no change") << QStringList{u"set"_s, u"a.xml"_s, u"F"_s, u"v"_s, u"1"_s} << u"=> 0\n"_s;
+    QTest::newRow("new file") << QStringList{u"set"_s, u"new.xml"_s, u"/"_s, u"v"_s, u"1"_s, u"--create"_s}
+                              << u"--- /dev/null\n+++ new.xml\n@@ -0,0 +1,2 @@\n+<?xml version=\"1.0\" "
+                                 "encoding=\"UTF-8\"?>\n+<Root v=\"1\"/>\n=> 1\n"_s;
+    QTest::newRow("no line break at the end")
+        << QStringList{u"format"_s, u"bare.xml"_s}
+        << u"--- bare.xml\n+++ bare.xml\n@@ -1 +1,2 @@\n-<R/>\n\\ No newline at end of file\n"
+           "+<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n+<R/>\n=> 1\n"_s;
+    QTest::newRow("missing element") << QStringList{u"delete"_s, u"a.xml"_s, u"X"_s}
+                                     << u"! qvutil: a.xml: there is no element X\n=> 1\n"_s;
+}
+
+void tst_ToolXml::DryRun()
+{
+    QFETCH(const QStringList, arguments);
+    QFETCH(const QString, expected);
+
+    const QByteArray content
+        = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<R>\n    <A/>\n    <B/>\n    <C/>\n"
+          "    <D/>\n    <E/>\n    <F v=\"1\"/>\n    <G/>\n    <H/>\n    <I/>\n    <J/>\n"
+          "    <K/>\n</R>\n";
+    QVERIFY(mTool->Write(u"a.xml"_s, content));
+    QVERIFY(mTool->Write(u"bare.xml"_s, "<R/>"));
+    const QStringList before = QDir(mTool->Path(u"."_s)).entryList(QDir::Files | QDir::Hidden);
+    QCOMPARE(Run(QStringList(u"xml"_s) + arguments + QStringList(u"--dry-run"_s)), expected);
+    QCOMPARE(mTool->Read(u"a.xml"_s), content);
+    QCOMPARE(mTool->Read(u"bare.xml"_s), QByteArray("<R/>"));
+    QCOMPARE(QDir(mTool->Path(u"."_s)).entryList(QDir::Files | QDir::Hidden), before);
+}
+
+// What is printed turns the old file into the file that would have been written.
+void tst_ToolXml::DryRun_isReadByPatch()
+{
+    QCOMPARE(
+        mTool
+            ->RunShell(u"cp app.xml trial.xml; \"$TOOL\" xml set trial.xml List/Item[2] a 5 b 6 --dry-run "
+                       "> change.patch; patch --silent trial.xml change.patch && \"$TOOL\" xml set app.xml "
+                       "List/Item[2] a 5 b 6 && cmp app.xml trial.xml"_s)
+            .ToText(),
+        u"=> 0\n"_s);
+}
+
+// A document of many lines in which most lines change, and one in which few lines of many change.
+void tst_ToolXml::DryRun_manyChanges()
+{
+    QByteArray content = "<R>";
+    for (int i = 0; i < 3000; ++i)
+        content += "\n<A n='" + QByteArray::number(i) + "'/>";
+    QVERIFY(mTool->Write(u"many.xml"_s, content + "\n</R>\n"));
+    const ToolResult all = mTool->Run({u"xml"_s, u"format"_s, u"many.xml"_s, u"--dry-run"_s});
+    QCOMPARE(all.ExitCode, 1);
+    QCOMPARE(all.Output.count("\n+    <A "), 3000);
+    QCOMPARE(all.Output.count("\n-<A "), 3000);
+
+    QCOMPARE(Run({u"xml"_s, u"format"_s, u"many.xml"_s}), u"=> 0\n"_s);
+    QByteArray edited = mTool->Read(u"many.xml"_s);
+    for (int i = 0; i < 3000; i += 10)
+        edited.replace("    <A n=\"" + QByteArray::number(i) + "\"/>\n",
+                       "    <A  n=\"" + QByteArray::number(i) + "\"/>\n");
+    QVERIFY(mTool->Write(u"many.xml"_s, edited));
+    const ToolResult some = mTool->Run({u"xml"_s, u"format"_s, u"many.xml"_s, u"--dry-run"_s});
+    QCOMPARE(some.ExitCode, 1);
+    QCOMPARE(some.Output.count("\n+    <A n"), 300);
+    QCOMPARE(some.Output.count("\n-    <A  n"), 300);
+    QCOMPARE(some.Output.count("\n@@ "), 300);
 }
 
 void tst_ToolXml::Set_fromFile()

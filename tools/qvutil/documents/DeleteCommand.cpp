@@ -1,63 +1,67 @@
 // SPDX-FileCopyrightText: 2026 The QvUtil developers
 // SPDX-License-Identifier: MIT
 
-#include "documents/SettingsCommands.h"
+#include "documents/ValueCommands.h"
 
-#include "cli/Command.h"
 #include "cli/Console.h"
-#include "documents/DocumentFile.h"
+#include "documents/DocumentChange.h"
+#include "documents/ElementPath.h"
+
+#include <QDomElement>
 
 #include <memory>
 
 using namespace Qt::StringLiterals;
-using Quorvin::Util::XmlFiler;
 
 namespace Quorvin::Tool {
 namespace {
 
-struct DeleteOptions
+struct DeleteOptions : ChangeOptions
 {
-    QString File;
     QString Path;
     QString Name;
 };
 
 ExitCode Delete(const DeleteOptions& options)
 {
-    XmlFiler filer;
-    LoadDocument(filer, InputFile(options.File));
-    if (!filer.MoveToNode(options.Path)) {
-        Console::Complain(options.File, u"there is no element %1"_s.arg(options.Path));
+    const ElementPath path(options.Path);
+    DocumentChange change(options);
+    if (!path.MoveToOrComplain(change.Filer(), change.Name()))
         return ExitCode::No;
-    }
-    QDomElement element = filer.GetCurrentNode().toElement();
+    QDomElement element = change.Filer().GetCurrentNode().toElement();
     if (!options.Name.isEmpty()) {
-        if (!element.hasAttribute(options.Name)) {
-            Console::Complain(options.File,
-                              u"%1 has no attribute %2"_s.arg(filer.GetCurrentNodePath(), options.Name));
+        if (!HasAttributeOrComplain(element, options.Name, change.Name()))
             return ExitCode::No;
-        }
         element.removeAttribute(options.Name);
     } else if (element.parentNode().isDocument()) {
         throw UsageFailure(u"the root element cannot be deleted"_s);
     } else {
-        filer.DeleteNode();
+        change.Filer().DeleteNode();
     }
-    SaveDocument(filer, options.File);
-    return ExitCode::Yes;
+    return change.Finish();
 }
 
 } // namespace
 
-void AddSettingsDeleteCommand(CommandLine& line, CLI::App& group)
+bool HasAttributeOrComplain(const QDomElement& element, const QString& name, const QString& file)
+{
+    if (element.hasAttribute(name))
+        return true;
+    Console::Complain(file, u"%1 has no attribute %2"_s.arg(ElementPath::Of(element), name));
+    return false;
+}
+
+void AddDeleteCommand(CommandLine& line, CLI::App& group)
 {
     auto options = std::make_shared<DeleteOptions>();
-    CLI::App& remove = line.AddCommand(group, "delete", "Delete a setting, or an element with all below it",
-                                       "qvutil settings delete app.xml Panel/Main Width\n"
-                                       "qvutil settings delete app.xml Panel",
+    const std::string name = "qvutil " + group.get_name() + " delete ";
+    CLI::App& remove = line.AddCommand(group, "delete", "Delete one value, or an element with all below it",
+                                       name + "app.xml Panel/Main Width\n" + name
+                                           + "app.xml List/Item[2]        # the second Item in List\n" + name
+                                           + "app.xml Panel --dry-run     # show what would change",
                                        [options] { return Delete(*options); });
-    AddText(remove, "FILE", options->File, "Settings file to change")->required();
-    AddText(remove, "PATH", options->Path, "Element, as names from the root joined by '/'")->required();
+    AddChangeArguments(remove, *options);
+    AddText(remove, "PATH", options->Path, kPathDescription)->required();
     AddText(remove, "NAME", options->Name, "Name of one value; the whole element if not given");
 }
 

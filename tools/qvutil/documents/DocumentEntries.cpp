@@ -4,6 +4,7 @@
 #include "documents/DocumentEntries.h"
 
 #include "cli/Console.h"
+#include "documents/ElementPath.h"
 
 #include <QHash>
 
@@ -12,11 +13,9 @@ using namespace Qt::StringLiterals;
 namespace Quorvin::Tool {
 namespace {
 
-// "Item" for the first of its name, "Item[2]" for the second: the first is the one that a path reaches.
 QString StepOf(const QDomElement& element, QHash<QString, int>& counts)
 {
-    const int position = ++counts[element.tagName()];
-    return position == 1 ? element.tagName() : u"%1[%2]"_s.arg(element.tagName()).arg(position);
+    return ElementPath::Step{.Name = element.tagName(), .Position = ++counts[element.tagName()]}.ToText();
 }
 
 void AppendEntries(const QDomElement& element, const QString& path, QList<Entry>& entries)
@@ -32,18 +31,6 @@ void AppendEntries(const QDomElement& element, const QString& path, QList<Entry>
         AppendEntries(child, path + u'/' + StepOf(child, counts), entries);
     if (entries.size() == before)
         entries.append({.What = Entry::Element, .Path = path, .Name = {}, .Value = {}});
-}
-
-QString PathOf(const QDomElement& element)
-{
-    QHash<QString, int> counts;
-    const QDomNode parent = element.parentNode();
-    if (!parent.isElement())
-        return u'/' + element.tagName();
-    for (QDomElement sibling = parent.firstChildElement(); sibling != element;
-         sibling = sibling.nextSiblingElement())
-        (void)StepOf(sibling, counts);
-    return PathOf(parent.toElement()) + u'/' + StepOf(element, counts);
 }
 
 } // namespace
@@ -79,7 +66,7 @@ QJsonObject Entry::ToJson() const
 QList<Entry> ListEntries(const QDomElement& element)
 {
     QList<Entry> entries;
-    AppendEntries(element, PathOf(element), entries);
+    AppendEntries(element, ElementPath::Of(element), entries);
     return entries;
 }
 

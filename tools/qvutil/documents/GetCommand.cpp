@@ -6,6 +6,7 @@
 #include "cli/Console.h"
 #include "cli/Report.h"
 #include "documents/DocumentFile.h"
+#include "documents/ElementPath.h"
 
 #include <QJsonObject>
 
@@ -22,31 +23,23 @@ namespace {
 struct GetOptions
 {
     QString File;
-    ValuePlace Place;
+    QString Path;
+    QString Name;
     QString Type;
     QString Default;
     QString Translations;
     bool Json = false;
 };
 
-QString PathOf(XmlFiler& filer, const QString& path)
-{
-    filer.PushCurrentNode();
-    QString result = filer.MoveToNode(path) ? filer.GetCurrentNodePath() : path;
-    filer.PopCurrentNode();
-    return result;
-}
-
-void PrintValue(XmlFiler& filer, const GetOptions& options, ValueType type, const Value& value)
+void PrintValue(const QString& path, const GetOptions& options, ValueType type, const Value& value)
 {
     Report(options.Json)
         .Answer(
             [&] {
-                QJsonObject object{{u"path"_s, PathOf(filer, options.Place.Path)},
-                                   {u"type"_s, ValueTypeName(type)},
-                                   {u"value"_s, value.Json}};
+                QJsonObject object{
+                    {u"path"_s, path}, {u"type"_s, ValueTypeName(type)}, {u"value"_s, value.Json}};
                 if (!IsContent(type))
-                    object.insert(u"name"_s, options.Place.Name);
+                    object.insert(u"name"_s, options.Name);
                 return object;
             },
             [&] { Console::PrintBytes(type == ValueType::Buffer ? value.Plain : value.Plain + '\n'); });
@@ -55,6 +48,7 @@ void PrintValue(XmlFiler& filer, const GetOptions& options, ValueType type, cons
 ExitCode Get(const GetOptions& options, bool hasName, bool hasDefault)
 {
     const ValueType type = TypeOf(options.Type, hasName);
+    const ElementPath path(options.Path);
     std::optional<Value> defaultValue;
     if (hasDefault)
         defaultValue = NormalizedValue(type, options.Default.toUtf8());
@@ -73,16 +67,22 @@ ExitCode Get(const GetOptions& options, bool hasName, bool hasDefault)
     const InputFile file(options.File);
     LoadDocument(filer, file);
 
-    std::optional<Value> value = ReadValue(filer, type, options.Place);
+    const bool isThere = path.MoveTo(filer);
+    const QString where = isThere ? ElementPath::Of(filer) : path.Text();
+    std::optional<Value> value;
+    if (isThere)
+        value = ReadValue(filer, type, options.Name);
     if (!value && defaultValue)
         value = defaultValue;
     if (value) {
-        PrintValue(filer, options, type, *value);
+        PrintValue(where, options, type, *value);
         return ExitCode::Yes;
     }
     if (options.Json)
-        PrintValue(filer, options, type, Value{.Plain = {}, .Json = QJsonValue::Null});
-    Console::Complain(file.Name(), WhyMissing(filer, type, options.Place));
+        PrintValue(where, options, type, Value{.Plain = {}, .Json = QJsonValue::Null});
+    Console::Complain(file.Name(),
+                      isThere ? WhyMissing(filer, type, options.Name)
+                              : u"there is no element %1"_s.arg(where));
     return ExitCode::No;
 }
 
@@ -99,11 +99,9 @@ void AddGetCommand(CommandLine& line, CLI::App& group)
                                         + "app.xml Icon --type buffer > icon.png",
                                     {});
     AddText(get, "FILE", options->File, "Document to read; - for standard input")->required();
-    AddText(get, "PATH", options->Place.Path,
-            "Element, as names from the root joined by '/'; / for the root itself")
-        ->required();
+    AddText(get, "PATH", options->Path, kPathDescription)->required();
     CLI::Option* valueName
-        = AddText(get, "NAME", options->Place.Name, "Name of the value, an attribute of the element");
+        = AddText(get, "NAME", options->Name, "Name of the value, an attribute of the element");
     AddTypeOption(get, options->Type);
     CLI::Option* defaultValue
         = AddText(get, "--default,-d", options->Default, "Value to print if it is missing or of another type")

@@ -3,12 +3,12 @@
 
 #include "documents/ValueCommands.h"
 
-#include "cli/Console.h"
-#include "documents/DocumentFile.h"
+#include "documents/DocumentChange.h"
+#include "documents/ElementPath.h"
 
 #include <QDomElement>
 #include <QFileInfo>
-#include <QTemporaryFile>
+#include <QSet>
 
 #include <algorithm>
 #include <memory>
@@ -19,11 +19,10 @@ using Quorvin::Util::XmlFiler;
 namespace Quorvin::Tool {
 namespace {
 
-struct SetOptions
+struct SetOptions : ChangeOptions
 {
-    QString File;
     QString Path;
-    QStringList NameAndValue;
+    QStringList NamesAndValues;
     QString Type;
     QString From;
     QString Root;
@@ -31,21 +30,12 @@ struct SetOptions
     bool NewElement = false;
 };
 
-void CheckName(const QString& name)
+/// One value to be written.
+struct Assignment
 {
-    if (!IsXmlName(name))
-        throw UsageFailure(u"%1 is no name of an element or attribute"_s.arg(Console::Quoted(name)));
-}
-
-void CheckNames(const ValuePlace& place, ValueType type)
-{
-    QString path = place.Path.trimmed();
-    path.replace(u'\\', u'/');
-    QStringList names = path.split(u'/', Qt::SkipEmptyParts);
-    if (!IsContent(type))
-        names += place.Name;
-    std::for_each(names.cbegin(), names.cend(), &CheckName);
-}
+    QString Name; ///< empty for the element's content
+    QByteArray Value;
+};
 
 void CheckCharacters(const QByteArray& value)
 {
@@ -60,87 +50,83 @@ void CheckCharacters(const QByteArray& value)
     }
 }
 
-// The stored text of a value, whatever its type.
-QString StoredText(XmlFiler& filer, ValueType type, const ValuePlace& place)
+// What the command line gives: VALUE for the element's content, or NAME and VALUE any number of times; with
+// --from, NAME or nothing.
+QList<Assignment> GetAssignments(const SetOptions& options)
 {
-    filer.PushCurrentNode();
-    const bool isThere = filer.MoveToNode(place.Path);
-    const QDomElement element = isThere ? filer.GetCurrentNode().toElement() : QDomElement();
-    filer.PopCurrentNode();
-    return IsContent(type) ? element.firstChild().nodeValue() : element.attribute(place.Name);
+    const QStringList& given = options.NamesAndValues;
+    if (!options.From.isEmpty()) {
+        if (options.From == "-"_L1 && options.File == "-"_L1)
+            throw UsageFailure(u"FILE and --from cannot both be standard input"_s);
+        if (given.size() > 1)
+            throw UsageFailure(u"unexpected argument '%1'"_s.arg(given.at(1)));
+        return {{.Name = given.value(0), .Value = InputFile(options.From).ReadAll()}};
+    }
+    if (given.isEmpty())
+        throw UsageFailure(u"VALUE is required"_s);
+    if (given.size() == 1)
+        return {{.Name = {}, .Value = given.front().toUtf8()}};
+    if (given.size() % 2 == 1)
+        throw UsageFailure(u"VALUE is required behind the name '%1'"_s.arg(given.back()));
+    QList<Assignment> assignments;
+    for (qsizetype i = 0; i < given.size(); i += 2)
+        assignments.append({.Name = given.at(i), .Value = given.at(i + 1).toUtf8()});
+    return assignments;
 }
 
-// Whatever else may go wrong: what is saved must read back.
-void CheckReadsBack(XmlFiler& filer, ValueType type, const ValuePlace& place)
+bool HasName(const SetOptions& options)
 {
-    XmlFiler copy;
-    if (!copy.LoadFromXmlString(filer.SaveAsXmlString())
-        || StoredText(copy, type, place) != StoredText(filer, type, place)) {
-        throw Failure({}, u"the value would not read back from a file; nothing was changed"_s);
+    return options.NamesAndValues.size() > (options.From.isEmpty() ? 1 : 0);
+}
+
+void CheckAssignments(const QList<Assignment>& assignments, ValueType type)
+{
+    QSet<QString> names;
+    for (const Assignment& assignment : assignments) {
+        if (!IsContent(type)) {
+            CheckXmlName(assignment.Name);
+            if (names.contains(assignment.Name))
+                throw UsageFailure(u"the name '%1' is given twice"_s.arg(assignment.Name));
+            names.insert(assignment.Name);
+        }
+        if (type != ValueType::Buffer)
+            CheckCharacters(assignment.Value);
     }
 }
 
-void OpenForChange(XmlFiler& filer, const SetOptions& options)
+// The stored text of a value of the element under the cursor, whatever its type.
+QString StoredText(const XmlFiler& filer, ValueType type, const QString& name)
 {
-    const QFileInfo info(options.File);
-    if (options.File != "-"_L1 && !options.File.isEmpty() && !info.exists()) {
-        if (!options.Create)
-            throw Failure(options.File, u"No such file or directory; --create makes it"_s);
-        CheckName(options.Root);
-        filer.CreateRoot(options.Root);
-        return;
-    }
-    if (options.File != "-"_L1 && info.exists() && !info.isFile() && !info.isDir())
-        throw Failure(options.File, u"is not a regular file"_s);
-    // A file that does not parse is left alone: whatever it holds may still be of use to somebody.
-    LoadDocument(filer, InputFile(options.File));
-}
-
-void PrintDocument(XmlFiler& filer)
-{
-    QTemporaryFile file;
-    if (!file.open())
-        throw Failure(file.fileTemplate(), file.errorString());
-    SaveDocument(filer, file.fileName());
-    Console::PrintBytes(InputFile(file.fileName()).ReadAll());
+    const QDomElement element = filer.GetCurrentNode().toElement();
+    return IsContent(type) ? element.firstChild().nodeValue() : element.attribute(name);
 }
 
 ExitCode Set(const SetOptions& options)
 {
-    const bool fromFile = !options.From.isEmpty();
-    const qsizetype count = options.NameAndValue.size() + (fromFile ? 1 : 0);
-    if (count < 1)
-        throw UsageFailure(u"VALUE is required"_s);
-    if (count > 2)
-        throw UsageFailure(u"unexpected argument '%1'"_s.arg(options.NameAndValue.back()));
-    const bool hasName = count == 2;
-    const ValueType type = TypeOf(options.Type, hasName);
-    if (fromFile && options.From == "-"_L1 && options.File == "-"_L1)
-        throw UsageFailure(u"FILE and --from cannot both be standard input"_s);
+    const ElementPath path(options.Path);
+    if (options.NewElement && path.EndsInPosition())
+        throw UsageFailure(u"--new appends an element, so PATH ends in a name without a position"_s);
+    const ValueType type = TypeOf(options.Type, HasName(options));
+    const QList<Assignment> assignments = GetAssignments(options);
+    CheckAssignments(assignments, type);
+    if (options.Create)
+        CheckXmlName(options.Root);
 
-    const ValuePlace place{.Path = options.Path, .Name = hasName ? options.NameAndValue.front() : QString()};
-    CheckNames(place, type);
-    const QByteArray value
-        = fromFile ? InputFile(options.From).ReadAll() : options.NameAndValue.back().toUtf8();
-    if (type != ValueType::Buffer)
-        CheckCharacters(value);
-
-    XmlFiler filer;
-    filer.TranslateEnabled = false;
-    OpenForChange(filer, options);
-    ValuePlace target = place;
-    if (options.NewElement) {
-        filer.CreateNode(place.Path, false);
-        target.Path.clear();
-    }
-    WriteValue(filer, type, target, value);
-    if (!options.NewElement)
-        CheckReadsBack(filer, type, target);
-    if (options.File == "-"_L1)
-        PrintDocument(filer);
-    else
-        SaveDocument(filer, options.File);
-    return ExitCode::Yes;
+    if (!options.Create && options.File != "-"_L1 && !options.File.isEmpty()
+        && !QFileInfo::exists(options.File))
+        throw Failure(options.File, u"No such file or directory; --create makes it"_s);
+    DocumentChange change(options, options.Create ? options.Root : QString());
+    XmlFiler& filer = change.Filer();
+    path.Create(filer, options.NewElement ? ElementPath::LastStep::IsNew : ElementPath::LastStep::IsReused);
+    for (const Assignment& assignment : assignments)
+        WriteValue(filer, type, assignment.Name, assignment.Value);
+    const ElementPath written(ElementPath::Of(filer));
+    return change.Finish([&](XmlFiler& copy) {
+        return written.MoveTo(copy)
+            && std::all_of(assignments.begin(), assignments.end(), [&](const Assignment& assignment) {
+                   return StoredText(copy, type, assignment.Name) == StoredText(filer, type, assignment.Name);
+               });
+    });
 }
 
 } // namespace
@@ -151,19 +137,18 @@ void AddSetCommand(CommandLine& line, CLI::App& group, MissingFile missing, cons
     options->Root = QString::fromStdString(root);
     options->Create = missing == MissingFile::IsCreated;
     const std::string name = "qvutil " + group.get_name() + " set ";
-    CLI::App& set = line.AddCommand(group, "set", "Write one value; missing elements are created",
+    CLI::App& set = line.AddCommand(group, "set", "Write values of one element; missing elements are created",
                                     name + "app.xml Panel/Main Width 640 --type int\n" + name
+                                        + "app.xml Panel/Main Width 640 Height 480\n" + name
                                         + "app.xml Notes \"Call back\"           # the element's text\n"
                                         + name + "app.xml Icon --type buffer --from icon.png",
                                     [options] { return Set(*options); });
-    AddText(set, "FILE", options->File, "Document to change; - reads standard input and prints the result")
-        ->required();
-    AddText(set, "PATH", options->Path,
-            "Element, as names from the root joined by '/'; / for the root itself")
-        ->required();
-    AddTexts(set, "VALUE", options->NameAndValue,
-             "Name and value of an attribute; VALUE alone is the element's content")
-        ->type_name("[NAME] VALUE");
+    AddChangeArguments(set, *options);
+    AddText(set, "PATH", options->Path, kPathDescription)->required();
+    AddTexts(
+        set, "VALUE", options->NamesAndValues,
+        "Name and value of an attribute, for any number of attributes; VALUE alone is the element's content")
+        ->type_name("[NAME] VALUE ...");
     AddTypeOption(set, options->Type);
     AddText(set, "--from,-f", options->From, "Read VALUE from a file; - for standard input")
         ->type_name("FILE");

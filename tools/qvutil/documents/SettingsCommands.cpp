@@ -14,7 +14,7 @@ void AddSettingsCommands(CommandLine& line)
     CLI::App& group = line.AddGroup("settings", "Look after settings files");
     AddGetCommand(line, group);
     AddSetCommand(line, group, MissingFile::IsCreated, "Settings");
-    AddSettingsDeleteCommand(line, group);
+    AddDeleteCommand(line, group);
     AddSettingsListCommand(line, group);
     AddSettingsDiffCommand(line, group);
     AddSettingsCheckCommand(line, group);

@@ -12,8 +12,7 @@ namespace Quorvin::Tool {
 
 class CommandLine;
 
-// The commands of `qvutil settings`, in the order of its help, after get and set of ValueCommands.h.
-void AddSettingsDeleteCommand(CommandLine& line, CLI::App& group);
+// The commands of `qvutil settings`, in the order of its help, after those of ValueCommands.h.
 void AddSettingsListCommand(CommandLine& line, CLI::App& group);
 void AddSettingsDiffCommand(CommandLine& line, CLI::App& group);
 void AddSettingsCheckCommand(CommandLine& line, CLI::App& group);

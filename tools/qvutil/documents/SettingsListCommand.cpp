@@ -8,10 +8,10 @@
 #include "cli/Report.h"
 #include "documents/DocumentEntries.h"
 #include "documents/DocumentFile.h"
+#include "documents/ElementPath.h"
 
 #include <memory>
 
-using namespace Qt::StringLiterals;
 using Quorvin::Util::XmlFiler;
 
 namespace Quorvin::Tool {
@@ -26,13 +26,12 @@ struct ListOptions
 
 ExitCode List(const ListOptions& options)
 {
+    const ElementPath path(options.Path);
     const InputFile file(options.File);
     XmlFiler filer;
     LoadDocument(filer, file);
-    if (!filer.MoveToNode(options.Path)) {
-        Console::Complain(file.Name(), u"there is no element %1"_s.arg(options.Path));
+    if (!path.MoveToOrComplain(filer, file.Name()))
         return ExitCode::No;
-    }
     Report report(options.Json);
     const QList<Entry> entries = ListEntries(filer.GetCurrentNode().toElement());
     for (const Entry& entry : entries)
@@ -51,8 +50,9 @@ void AddSettingsListCommand(CommandLine& line, CLI::App& group)
                                      "qvutil settings list app.xml Panel/Main --json",
                                      [options] { return List(*options); });
     AddText(list, "FILE", options->File, "Settings file to read; - for standard input")->required();
-    AddText(list, "PATH", options->Path,
-            "Element, as names from the root joined by '/'; the root if not given");
+    AddText(
+        list, "PATH", options->Path,
+        "Element, as names from the root joined by '/'; Item[2] is the second Item; the root if not given");
     AddJsonFlag(list, options->Json);
 }
 

@@ -5,10 +5,10 @@
 
 #include "cli/Console.h"
 #include "cli/Failure.h"
+#include "documents/ElementPath.h"
 
 #include <QDomElement>
 #include <QJsonObject>
-#include <QXmlStreamReader>
 
 #include <algorithm>
 #include <limits>
@@ -104,10 +104,10 @@ std::optional<Value> FoundValue(const std::optional<Type>& found, ToValue toValu
 }
 
 // The reads of the library, by the type of the default.
-template <typename Type> auto Reader(XmlFiler& filer, const ValuePlace& place)
+template <typename Type> auto Reader(XmlFiler& filer, const QString& name)
 {
-    return [&filer, &place](const Type& defaultValue) -> Type {
-        const auto& [path, name] = place;
+    return [&filer, &name](const Type& defaultValue) -> Type {
+        const QString path; // the cursor
         if constexpr (std::is_same_v<Type, int>)
             return filer.ReadInt(path, name, defaultValue);
         else if constexpr (std::is_same_v<Type, unsigned int>)
@@ -134,37 +134,40 @@ template <typename Type> auto Reader(XmlFiler& filer, const ValuePlace& place)
 }
 
 template <typename Type>
-std::optional<Type> Find(XmlFiler& filer, const ValuePlace& place, const Type& a, const Type& b)
+std::optional<Type> Find(XmlFiler& filer, const QString& name, const Type& a, const Type& b)
 {
-    return Found<Type>(Reader<Type>(filer, place), a, b);
+    return Found<Type>(Reader<Type>(filer, name), a, b);
 }
 
-template <typename Number> std::optional<Number> FindNumber(XmlFiler& filer, const ValuePlace& place)
+template <typename Number> std::optional<Number> FindNumber(XmlFiler& filer, const QString& name)
 {
-    return Find<Number>(filer, place, Number{0}, Number{1});
+    return Find<Number>(filer, name, Number{0}, Number{1});
 }
 
-std::optional<QDateTime> FindDate(XmlFiler& filer, const ValuePlace& place)
+std::optional<QDateTime> FindDate(XmlFiler& filer, const QString& name)
 {
-    const auto date = Find<QDateTime>(filer, place, QDateTime::fromMSecsSinceEpoch(0),
+    const auto date = Find<QDateTime>(filer, name, QDateTime::fromMSecsSinceEpoch(0),
                                       QDateTime::fromMSecsSinceEpoch(1000));
     return date && date->isValid() ? date : std::nullopt;
 }
 
-std::optional<QRect> FindRect(XmlFiler& filer, const ValuePlace& place)
+std::optional<QRect> FindRect(XmlFiler& filer, const QString& name)
 {
-    return Find<QRect>(filer, place, QRect(0, 0, 0, 0), QRect(1, 1, 1, 1));
+    return Find<QRect>(filer, name, QRect(0, 0, 0, 0), QRect(1, 1, 1, 1));
 }
 
-std::optional<QSize> FindSize(XmlFiler& filer, const ValuePlace& place)
+std::optional<QSize> FindSize(XmlFiler& filer, const QString& name)
 {
-    return Find<QSize>(filer, place, QSize(0, 0), QSize(1, 1));
+    return Find<QSize>(filer, name, QSize(0, 0), QSize(1, 1));
 }
 
 std::optional<QString> FindContent(const QString& text)
 {
     return text.isEmpty() ? std::nullopt : std::optional(text);
 }
+
+// The attribute of a document that holds nothing but one value.
+constexpr QStringView kName = u"Value";
 
 // A value given on the command line, parsed by the library's own rules.
 struct GivenValue
@@ -175,7 +178,7 @@ struct GivenValue
     {
         Filer.TranslateEnabled = false;
         Filer.CreateRoot({});
-        Filer.WriteString({}, Place.Name, Text);
+        Filer.WriteString({}, kName.toString(), Text);
     }
 
     // The library reads a part that is no number as 0. Typed by hand it is a mistake.
@@ -197,10 +200,13 @@ struct GivenValue
         return *found;
     }
 
-    template <typename Number> Number ToNumber() { return Checked(FindNumber<Number>(Filer, Place)); }
-    bool ToBool() { return Checked(Find<bool>(Filer, Place, false, true)); }
-    QRect ToRect() { return Checked(HasNumbersOnly() ? FindRect(Filer, Place) : std::nullopt); }
-    QSize ToSize() { return Checked(HasNumbersOnly() ? FindSize(Filer, Place) : std::nullopt); }
+    template <typename Number> Number ToNumber()
+    {
+        return Checked(FindNumber<Number>(Filer, kName.toString()));
+    }
+    bool ToBool() { return Checked(Find<bool>(Filer, kName.toString(), false, true)); }
+    QRect ToRect() { return Checked(HasNumbersOnly() ? FindRect(Filer, kName.toString()) : std::nullopt); }
+    QSize ToSize() { return Checked(HasNumbersOnly() ? FindSize(Filer, kName.toString()) : std::nullopt); }
     // Unlike in a document, an offset from UTC means what it says.
     QDateTime ToDate()
     {
@@ -211,7 +217,6 @@ struct GivenValue
     ValueType Type;
     QString Text;
     XmlFiler Filer;
-    ValuePlace Place{.Path = {}, .Name = u"Value"_s};
 };
 
 } // namespace
@@ -246,46 +251,46 @@ bool IsContent(ValueType type)
     return type == ValueType::Text || type == ValueType::Buffer;
 }
 
-std::optional<Value> ReadValue(XmlFiler& filer, ValueType type, const ValuePlace& place)
+std::optional<Value> ReadValue(XmlFiler& filer, ValueType type, const QString& name)
 {
     switch (type) {
     case ValueType::Int:
-        return FoundValue(FindNumber<int>(filer, place), &NumberValue<int>);
+        return FoundValue(FindNumber<int>(filer, name), &NumberValue<int>);
     case ValueType::UInt:
-        return FoundValue(FindNumber<unsigned int>(filer, place), &NumberValue<unsigned int>);
+        return FoundValue(FindNumber<unsigned int>(filer, name), &NumberValue<unsigned int>);
     case ValueType::Long:
-        return FoundValue(FindNumber<long>(filer, place), &NumberValue<long>);
+        return FoundValue(FindNumber<long>(filer, name), &NumberValue<long>);
     case ValueType::ULong:
-        return FoundValue(FindNumber<unsigned long>(filer, place), &NumberValue<unsigned long>);
+        return FoundValue(FindNumber<unsigned long>(filer, name), &NumberValue<unsigned long>);
     case ValueType::Int64:
-        return FoundValue(FindNumber<long long>(filer, place), &NumberValue<long long>);
+        return FoundValue(FindNumber<long long>(filer, name), &NumberValue<long long>);
     case ValueType::Double:
-        return FoundValue(FindNumber<double>(filer, place), &DoubleValue);
+        return FoundValue(FindNumber<double>(filer, name), &DoubleValue);
     case ValueType::Bool:
-        return FoundValue(Find<bool>(filer, place, false, true), &BoolValue);
+        return FoundValue(Find<bool>(filer, name, false, true), &BoolValue);
     case ValueType::Date:
-        return FoundValue(FindDate(filer, place), &DateValue);
+        return FoundValue(FindDate(filer, name), &DateValue);
     case ValueType::Rect:
-        return FoundValue(FindRect(filer, place), &RectValue);
+        return FoundValue(FindRect(filer, name), &RectValue);
     case ValueType::Size:
-        return FoundValue(FindSize(filer, place), &SizeValue);
+        return FoundValue(FindSize(filer, name), &SizeValue);
     case ValueType::String:
-        return FoundValue(Find<QString>(filer, place, u"a"_s, u"b"_s), &TextValue);
+        return FoundValue(Find<QString>(filer, name, u"a"_s, u"b"_s), &TextValue);
     case ValueType::Text:
-        return FoundValue(FindContent(filer.ReadNodeText(place.Path)), &TextValue);
+        return FoundValue(FindContent(filer.ReadNodeText()), &TextValue);
     case ValueType::Buffer:
         break;
     }
-    const QByteArray bytes = filer.ReadBuffer(place.Path);
+    const QByteArray bytes = filer.ReadBuffer();
     if (bytes.isEmpty())
         return std::nullopt;
     return Value{.Plain = bytes, .Json = QString::fromLatin1(bytes.toBase64())};
 }
 
-void WriteValue(XmlFiler& filer, ValueType type, const ValuePlace& place, const QByteArray& value)
+void WriteValue(XmlFiler& filer, ValueType type, const QString& name, const QByteArray& value)
 {
     GivenValue given(type, value);
-    const auto& [path, name] = place;
+    const QString path; // the cursor
     switch (type) {
     case ValueType::Int:
         return filer.WriteInt(path, name, given.ToNumber<int>());
@@ -321,23 +326,15 @@ Value NormalizedValue(ValueType type, const QByteArray& value)
     XmlFiler filer;
     filer.TranslateEnabled = false;
     filer.CreateRoot({});
-    const ValuePlace place{.Path = {}, .Name = u"Value"_s};
-    WriteValue(filer, type, place, value);
+    WriteValue(filer, type, kName.toString(), value);
     // An empty text cannot be told from a missing one.
-    return ReadValue(filer, type, place).value_or(Value{.Plain = {}, .Json = QString()});
+    return ReadValue(filer, type, kName.toString()).value_or(Value{.Plain = {}, .Json = QString()});
 }
 
-QString WhyMissing(XmlFiler& filer, ValueType type, const ValuePlace& place)
+QString WhyMissing(const XmlFiler& filer, ValueType type, const QString& name)
 {
-    const auto& [path, name] = place;
-    filer.PushCurrentNode();
-    const bool isThere = filer.MoveToNode(path);
     const QDomElement element = filer.GetCurrentNode().toElement();
-    const QString where = filer.GetCurrentNodePath();
-    filer.PopCurrentNode();
-
-    if (!isThere)
-        return u"there is no element %1"_s.arg(path);
+    const QString where = ElementPath::Of(element);
     if (IsContent(type))
         return u"%1 has no %2"_s.arg(where, type == ValueType::Text ? u"text"_s : u"bytes"_s);
     if (!element.hasAttribute(name))
@@ -347,13 +344,6 @@ QString WhyMissing(XmlFiler& filer, ValueType type, const ValuePlace& place)
         return u"%1 %2 is empty"_s.arg(where, name);
     return u"%1 %2=%3 is no value of the type %4"_s.arg(where, name, Console::Quoted(text),
                                                         ValueTypeName(type));
-}
-
-bool IsXmlName(const QString& text)
-{
-    QXmlStreamReader reader(u'<' + text + "/>"_L1);
-    reader.setNamespaceProcessing(false);
-    return reader.readNextStartElement() && reader.qualifiedName() == text;
 }
 
 } // namespace Quorvin::Tool

@@ -39,13 +39,6 @@ enum class ValueType {
 /// Whether a value of the type is an element's content, and so has no name.
 [[nodiscard]] bool IsContent(ValueType type);
 
-/// Where a value is kept: an element, and an attribute of it unless the value is the element's content.
-struct ValuePlace
-{
-    QString Path;
-    QString Name;
-};
-
 /// A value as it is printed.
 struct Value
 {
@@ -53,20 +46,18 @@ struct Value
     QJsonValue Json;
 };
 
-/// Reads a value just as the library does.
+/// Reads a value of the element under the cursor just as the library does.
+/// \param name  name of the attribute; not used if the value is the element's content
 /// \return empty where the library would answer the caller's default
-[[nodiscard]] std::optional<Value> ReadValue(Util::XmlFiler& filer, ValueType type, const ValuePlace& place);
-/// Writes a value that was given as text, or as bytes if it is a buffer. Throws UsageFailure if it is no such
-/// value.
-void WriteValue(Util::XmlFiler& filer, ValueType type, const ValuePlace& place, const QByteArray& value);
+[[nodiscard]] std::optional<Value> ReadValue(Util::XmlFiler& filer, ValueType type, const QString& name);
+/// Writes a value of the element under the cursor, given as text, or as bytes if it is a buffer. Throws
+/// UsageFailure if it is no such value.
+void WriteValue(Util::XmlFiler& filer, ValueType type, const QString& name, const QByteArray& value);
 /// Tells in a sentence why ReadValue finds nothing.
-[[nodiscard]] QString WhyMissing(Util::XmlFiler& filer, ValueType type, const ValuePlace& place);
+[[nodiscard]] QString WhyMissing(const Util::XmlFiler& filer, ValueType type, const QString& name);
 
 /// Gives a value that was given as text in the form in which ReadValue would give it.
 [[nodiscard]] Value NormalizedValue(ValueType type, const QByteArray& value);
-
-/// Whether text is the name of an element or attribute.
-[[nodiscard]] bool IsXmlName(const QString& text);
 
 } // namespace Quorvin::Tool
 

@@ -7,11 +7,16 @@
 #include "cli/Command.h"
 #include "documents/TypedValue.h"
 
+#include <QDomElement>
 #include <QString>
 
 #include <string>
 
 namespace Quorvin::Tool {
+
+/// How the help describes PATH.
+inline constexpr const char* kPathDescription
+    = "Element, as names from the root joined by '/'; Item[2] is the second Item; / is the root itself";
 
 /// Adds the command `get` to a group.
 void AddGetCommand(CommandLine& line, CLI::App& group);
@@ -24,6 +29,14 @@ enum class MissingFile {
 /// Adds the command `set` to a group.
 /// \param root  name of the root element of new files, unless the user names another
 void AddSetCommand(CommandLine& line, CLI::App& group, MissingFile missing, const std::string& root);
+
+/// Adds the command `delete` to a group.
+void AddDeleteCommand(CommandLine& line, CLI::App& group);
+
+/// Looks for an attribute, and complains if it does not exist.
+/// \param file  name of the file for the complaint
+[[nodiscard]] bool HasAttributeOrComplain(const QDomElement& element, const QString& name,
+                                          const QString& file);
 
 /// Adds the option --type.
 void AddTypeOption(CLI::App& command, QString& type);

@@ -5,6 +5,7 @@
 
 #include "cli/Console.h"
 #include "cli/Report.h"
+#include "documents/ElementPath.h"
 
 #include <QJsonObject>
 
@@ -30,7 +31,7 @@ ExitCode Cat(const CatOptions& options)
     Report(options.Json)
         .Answer(
             [&] {
-                return QJsonObject{{u"path"_s, filer.GetCurrentNodePath()}, {u"xml"_s, markup}};
+                return QJsonObject{{u"path"_s, ElementPath::Of(filer)}, {u"xml"_s, markup}};
             },
             [&] { Console::Print(markup.isEmpty() || markup.endsWith(u'\n') ? markup : markup + u'\n'); });
     return ExitCode::Yes;

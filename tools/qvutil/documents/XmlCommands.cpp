@@ -3,12 +3,11 @@
 
 #include "documents/XmlCommands.h"
 
-#include "cli/Console.h"
 #include "cli/Groups.h"
 #include "documents/DocumentFile.h"
+#include "documents/ElementPath.h"
 #include "documents/ValueCommands.h"
 
-using namespace Qt::StringLiterals;
 using Quorvin::Util::XmlFiler;
 
 namespace Quorvin::Tool {
@@ -16,27 +15,30 @@ namespace Quorvin::Tool {
 void AddPartArguments(CLI::App& command, PartOptions& options)
 {
     AddText(command, "FILE", options.File, "Document to read; - for standard input")->required();
-    AddText(command, "PATH", options.Path,
-            "Element, as names from the root joined by '/'; the root if not given");
+    AddText(
+        command, "PATH", options.Path,
+        "Element, as names from the root joined by '/'; Item[2] is the second Item; the root if not given");
     AddJsonFlag(command, options.Json);
 }
 
 bool OpenPart(XmlFiler& filer, const PartOptions& options)
 {
+    const ElementPath path(options.Path);
     filer.TranslateEnabled = false;
     const InputFile file(options.File);
     LoadDocument(filer, file);
-    if (filer.MoveToNode(options.Path))
-        return true;
-    Console::Complain(file.Name(), u"there is no element %1"_s.arg(options.Path));
-    return false;
+    return path.MoveToOrComplain(filer, file.Name());
 }
 
 void AddXmlCommands(CommandLine& line)
 {
-    CLI::App& group = line.AddGroup("xml", "Read and write values in XML documents");
+    CLI::App& group = line.AddGroup("xml", "Read and change XML documents");
     AddGetCommand(line, group);
     AddSetCommand(line, group, MissingFile::IsError, "Root");
+    AddDeleteCommand(line, group);
+    AddXmlRenameCommand(line, group);
+    AddXmlMoveCommand(line, group);
+    AddXmlFormatCommand(line, group);
     AddXmlListCommand(line, group);
     AddXmlCatCommand(line, group);
 }

@@ -11,7 +11,10 @@
 
 namespace Quorvin::Tool {
 
-// The commands of `qvutil xml` in the order of its help, after get and set of ValueCommands.h.
+// The commands of `qvutil xml` in the order of its help, after those of ValueCommands.h.
+void AddXmlRenameCommand(CommandLine& line, CLI::App& group);
+void AddXmlMoveCommand(CommandLine& line, CLI::App& group);
+void AddXmlFormatCommand(CommandLine& line, CLI::App& group);
 void AddXmlListCommand(CommandLine& line, CLI::App& group);
 void AddXmlCatCommand(CommandLine& line, CLI::App& group);
 

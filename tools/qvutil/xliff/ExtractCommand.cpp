@@ -5,6 +5,7 @@
 
 #include "cli/Command.h"
 #include "cli/Console.h"
+#include "cli/Difference.h"
 #include "cli/Report.h"
 #include "xliff/CommandSupport.h"
 #include "xliff/DocumentWalk.h"
@@ -101,6 +102,8 @@ private:
         const QList<DocumentReport> reports = UpdateXliff(xliff, mWalk->Documents, extraction);
         if (xliff.IsChanged() && !mOptions.DryRun)
             xliff.Save(file);
+        if (xliff.IsChanged() && mOptions.DryRun && !mOptions.Json)
+            (void)PrintDifference(file, ReadIfExists(file), xliff.GetContent(file));
         mAnyChanged = mAnyChanged || xliff.IsChanged();
         mReport.AddItem([&] { return ToJson(file, xliff.IsChanged(), reports); },
                         [&] { Print(file, xliff.IsChanged(), extraction.Prune, reports); });
@@ -207,7 +210,7 @@ void AddXliffExtractCommand(CommandLine& line, CLI::App& group)
         "--reuse", options->Extraction.Reuse,
         "Begin a new unit with the translation its text has in another document, to be reviewed");
     command.add_flag("--no-locations", options->NoLocations, "Do not note the line of each text");
-    command.add_flag("--dry-run", options->DryRun, "Write nothing; exit with 1 if the file would change");
+    AddDryRunFlag(command, options->DryRun);
     AddJsonFlag(command, options->Json);
 }
 

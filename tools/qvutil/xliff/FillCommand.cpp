@@ -5,10 +5,12 @@
 
 #include "cli/Command.h"
 #include "cli/Console.h"
+#include "cli/Difference.h"
 #include "xliff/CommandSupport.h"
 #include "xliff/SourceText.h"
 #include "xliff/XliffDocument.h"
 
+#include <algorithm>
 #include <memory>
 
 using namespace Qt::StringLiterals;
@@ -21,9 +23,10 @@ struct FillOptions
     QStringList Files;
     QString Output;
     bool Pseudo = false;
+    bool DryRun = false;
 };
 
-void FillFile(const QString& name, const FillOptions& options)
+ExitCode FillFile(const QString& name, const FillOptions& options)
 {
     const InputFile file(name);
     XliffDocument xliff(file);
@@ -41,6 +44,8 @@ void FillFile(const QString& name, const FillOptions& options)
         ++filled;
     }
     const QString output = options.Output.isEmpty() ? name : options.Output;
+    if (options.DryRun)
+        return PrintDifference(output, ReadIfExists(output), xliff.GetContent(output));
     if (xliff.IsChanged() || !options.Output.isEmpty())
         xliff.Save(output);
     QString summary = u"%1: %2 of %3 filled"_s.arg(output, QString::number(filled),
@@ -48,6 +53,7 @@ void FillFile(const QString& name, const FillOptions& options)
     if (left > 0)
         summary += u", %1 left for a person (no source, or markup in the target)"_s.arg(left);
     Console::PrintLine(summary);
+    return ExitCode::Yes;
 }
 
 ExitCode Fill(const FillOptions& options)
@@ -56,7 +62,10 @@ ExitCode Fill(const FillOptions& options)
         throw UsageFailure(u"--output takes one XLIFF file"_s);
     if (options.Files.contains("-"_L1) && options.Output.isEmpty())
         throw UsageFailure(u"standard input needs --output"_s);
-    return ForEachFile(options.Files, [&](const QString& file) { FillFile(file, options); });
+    auto filled = ExitCode::Yes;
+    const ExitCode code = ForEachFile(
+        options.Files, [&](const QString& file) { filled = std::max(filled, FillFile(file, options)); });
+    return std::max(code, filled);
 }
 
 } // namespace
@@ -72,6 +81,7 @@ void AddXliffFillCommand(CommandLine& line, CLI::App& group)
     AddTexts(command, "XLIFF", options->Files, "XLIFF files; changed in place")->required();
     command.add_flag("--pseudo", options->Pseudo, "Fill in the source with accents, longer and in brackets");
     AddText(command, "--output,-o", options->Output, "Write to this file instead")->type_name("FILE");
+    AddDryRunFlag(command, options->DryRun);
 }
 
 } // namespace Quorvin::Tool

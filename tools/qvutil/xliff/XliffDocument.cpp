@@ -421,13 +421,18 @@ QString XliffDocument::GetChanged() const
     return result;
 }
 
-void XliffDocument::Save(const QString& path) const
+QByteArray XliffDocument::GetContent(const QString& path) const
 {
     const QString text = GetChanged();
     // A mistake of ours must never cost anybody's translations.
     if (Util::XmlFiler probe; !probe.LoadFromXmlString(text))
         throw Failure(path, u"would not load after the change; what was there is kept"_s);
-    if (!Util::Platform::ReplaceFile(path, mSource.Encode(text)))
+    return mSource.Encode(text);
+}
+
+void XliffDocument::Save(const QString& path) const
+{
+    if (!Util::Platform::ReplaceFile(path, GetContent(path)))
         FailToSave(path);
 }
 

@@ -112,6 +112,9 @@ public:
     [[nodiscard]] bool IsChanged() const { return !mEdits.isEmpty() || !mAppended.isEmpty(); }
     /// The text with all changes.
     [[nodiscard]] QString GetChanged() const;
+    /// Returns what Save writes. Throws Failure if it would not load.
+    /// \param path  name of the file for the failure
+    [[nodiscard]] QByteArray GetContent(const QString& path) const;
     /// Writes the changed text to a file, which holds the old content or the new one whatever happens in
     /// between; throws Failure if it stays the old one.
     void Save(const QString& path) const;

@@ -1,0 +1,37 @@
+// SPDX-FileCopyrightText: 2026 The QvUtil developers
+// SPDX-License-Identifier: MIT
+
+#ifndef QVUTIL_TOOL_DIFFERENCE_H
+#define QVUTIL_TOOL_DIFFERENCE_H
+
+#include "cli/Command.h"
+
+#include <QByteArray>
+#include <QString>
+
+#include <optional>
+
+namespace Quorvin::Tool {
+
+/// Compares two contents of a file line by line.
+/// \param name    name of the file for the two lines at the beginning
+/// \param before  the old content; empty if there is no such file yet
+/// \return a unified difference with three lines of context, as `patch` reads it; empty if there is none
+[[nodiscard]] QByteArray UnifiedDifference(const QString& name, const std::optional<QByteArray>& before,
+                                           const QByteArray& after);
+
+/// Prints the unified difference for a command that was told to write nothing.
+/// \return No if there is a difference
+ExitCode PrintDifference(const QString& name, const std::optional<QByteArray>& before,
+                         const QByteArray& after);
+
+/// Reads a file for the comparison. Throws Failure if it exists and cannot be read.
+/// \return empty if there is no such file
+[[nodiscard]] std::optional<QByteArray> ReadIfExists(const QString& file);
+
+/// Adds the flag --dry-run.
+CLI::Option* AddDryRunFlag(CLI::App& command, bool& target);
+
+} // namespace Quorvin::Tool
+
+#endif // QVUTIL_TOOL_DIFFERENCE_H

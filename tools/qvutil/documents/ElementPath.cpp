@@ -1,0 +1,168 @@
+// SPDX-FileCopyrightText: 2026 The QvUtil developers
+// SPDX-License-Identifier: MIT
+
+#include "documents/ElementPath.h"
+
+#include "cli/Console.h"
+#include "cli/Failure.h"
+
+#include <QXmlStreamReader>
+
+using namespace Qt::StringLiterals;
+using Quorvin::Util::XmlFiler;
+
+namespace Quorvin::Tool {
+namespace {
+
+using Step = ElementPath::Step;
+
+Step ParseStep(const QString& text)
+{
+    Step step{.Name = text};
+    bool isStep = true;
+    const qsizetype bracket = text.indexOf(u'[');
+    if (bracket >= 0 && text.endsWith(u']')) {
+        step.Name = text.left(bracket);
+        step.Position = QStringView(text).sliced(bracket + 1).chopped(1).toInt(&isStep);
+        isStep = isStep && step.Position >= 1;
+    }
+    if (!isStep || !IsXmlName(step.Name)) {
+        throw UsageFailure(
+            u"%1 is no step of a path: a step is the name of an element, or a name with a position counted "
+            "from 1, such as Item[2]; there are no wildcards, conditions or '..'"_s.arg(
+                Console::Quoted(text)));
+    }
+    return step;
+}
+
+bool MoveToChild(XmlFiler& filer, const Step& step)
+{
+    if (!filer.MoveToImmediateChildNode(step.Name))
+        return false;
+    for (int position = 1; position < step.Position;) {
+        if (!filer.MoveToNextSibling())
+            return false;
+        position += filer.GetCurrentNodeName() == step.Name ? 1 : 0;
+    }
+    return true;
+}
+
+int CountChildren(const XmlFiler& filer, const QString& name)
+{
+    int count = 0;
+    QDomElement child = filer.GetCurrentNode().firstChildElement(name);
+    for (; !child.isNull(); child = child.nextSiblingElement(name))
+        ++count;
+    return count;
+}
+
+void MoveToOrCreateChild(XmlFiler& filer, const Step& step)
+{
+    if (step.Position == 1) {
+        if (!filer.MoveToImmediateChildNode(step.Name))
+            filer.CreateImmediateChildNode(step.Name);
+        return;
+    }
+    const int count = CountChildren(filer, step.Name);
+    if (step.Position > count + 1) {
+        throw Failure(
+            {},
+            u"%1 cannot be created: %2 has only %3 of that name"_s.arg(step.ToText(), ElementPath::Of(filer))
+                .arg(count));
+    }
+    if (step.Position == count + 1)
+        filer.CreateImmediateChildNode(step.Name);
+    else
+        (void)MoveToChild(filer, step);
+}
+
+} // namespace
+
+QString ElementPath::Step::ToText() const
+{
+    return Position == 1 ? Name : u"%1[%2]"_s.arg(Name).arg(Position);
+}
+
+ElementPath::ElementPath(const QString& text)
+    : mText(text)
+{
+    QString path = text.trimmed();
+    path.replace(u'\\', u'/');
+    mIsFromRoot = path.startsWith(u'/');
+    const QStringList steps = path.split(u'/', Qt::SkipEmptyParts);
+    for (const QString& step : steps)
+        mSteps.append(ParseStep(step));
+}
+
+QList<ElementPath::Step> ElementPath::StepsBelow(const QString& root) const
+{
+    const bool namesRoot
+        = mIsFromRoot && !mSteps.isEmpty() && mSteps.front().Name == root && mSteps.front().Position == 1;
+    return namesRoot ? mSteps.sliced(1) : mSteps;
+}
+
+bool ElementPath::MoveTo(XmlFiler& filer) const
+{
+    filer.MoveToRoot();
+    const QList<Step> steps = StepsBelow(filer.GetCurrentNodeName());
+    for (const Step& step : steps) {
+        if (!MoveToChild(filer, step)) {
+            filer.MoveToRoot();
+            return false;
+        }
+    }
+    return true;
+}
+
+bool ElementPath::MoveToOrComplain(XmlFiler& filer, const QString& file) const
+{
+    if (MoveTo(filer))
+        return true;
+    Console::Complain(file, u"there is no element %1"_s.arg(mText));
+    return false;
+}
+
+void ElementPath::Create(XmlFiler& filer, LastStep last) const
+{
+    filer.MoveToRoot();
+    const QList<Step> steps = StepsBelow(filer.GetCurrentNodeName());
+    for (qsizetype i = 0; i < steps.size(); ++i) {
+        if (last == LastStep::IsNew && i == steps.size() - 1)
+            filer.CreateImmediateChildNode(steps.at(i).Name);
+        else
+            MoveToOrCreateChild(filer, steps.at(i));
+    }
+}
+
+QString ElementPath::Of(const QDomElement& element)
+{
+    QString path;
+    for (QDomElement current = element; !current.isNull(); current = current.parentNode().toElement()) {
+        Step step{.Name = current.tagName()};
+        QDomElement before = current.previousSiblingElement(step.Name);
+        for (; !before.isNull(); before = before.previousSiblingElement(step.Name))
+            ++step.Position;
+        path.prepend(u'/' + step.ToText());
+    }
+    return path;
+}
+
+QString ElementPath::Of(const XmlFiler& filer)
+{
+    return Of(filer.GetCurrentNode().toElement());
+}
+
+bool IsXmlName(const QString& text)
+{
+    QXmlStreamReader reader(u'<' + text + "/>"_L1);
+    reader.setNamespaceProcessing(false);
+    return reader.readNextStartElement() && reader.qualifiedName() == text;
+}
+
+void CheckXmlName(const QString& text)
+{
+    if (!IsXmlName(text))
+        throw UsageFailure(u"%1 is no name of an element or attribute"_s.arg(Console::Quoted(text)));
+}
+
+} // namespace Quorvin::Tool

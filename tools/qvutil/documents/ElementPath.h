@@ -1,0 +1,75 @@
+// SPDX-FileCopyrightText: 2026 The QvUtil developers
+// SPDX-License-Identifier: MIT
+
+#ifndef QVUTIL_TOOL_ELEMENTPATH_H
+#define QVUTIL_TOOL_ELEMENTPATH_H
+
+#include <qvutil/XmlFiler.h>
+
+#include <QDomElement>
+#include <QList>
+#include <QString>
+
+namespace Quorvin::Tool {
+
+/// The path of an element as the tool reads and prints it: a node path from the root in which "Item[2]" is
+/// the second of the siblings named Item. Every path on the command line is resolved here.
+class ElementPath
+{
+public:
+    /// One step down.
+    struct Step
+    {
+        QString Name;
+        int Position = 1; ///< among the siblings of that name, counted from 1
+
+        /// "Item", or "Item[2]".
+        [[nodiscard]] QString ToText() const;
+    };
+
+    /// The path of the root.
+    ElementPath() = default;
+    /// Throws UsageFailure if a step is neither a name nor a name with a position.
+    explicit ElementPath(const QString& text);
+
+    /// The path as it was typed.
+    [[nodiscard]] const QString& Text() const { return mText; }
+    /// Whether the path ends in a position, as in "Item[1]".
+    [[nodiscard]] bool EndsInPosition() const { return mText.trimmed().endsWith(u']'); }
+
+    /// Moves to the element.
+    /// \return false, with the cursor on the root, if it does not exist
+    [[nodiscard]] bool MoveTo(Util::XmlFiler& filer) const;
+    /// Moves to the element, and complains if it does not exist.
+    /// \param file  name of the file for the complaint
+    /// \return false, with the cursor on the root, if it does not exist
+    [[nodiscard]] bool MoveToOrComplain(Util::XmlFiler& filer, const QString& file) const;
+
+    enum class LastStep {
+        IsReused, ///< if the element exists
+        IsNew, ///< a new element is appended even if one of that name exists
+    };
+    /// Moves to the element and creates what is missing. Throws Failure if a position leaves a gap.
+    void Create(Util::XmlFiler& filer, LastStep last = LastStep::IsReused) const;
+
+    /// The path of an element, from the root.
+    [[nodiscard]] static QString Of(const QDomElement& element);
+    /// The path of the element under the cursor, from the root.
+    [[nodiscard]] static QString Of(const Util::XmlFiler& filer);
+
+private:
+    [[nodiscard]] QList<Step> StepsBelow(const QString& root) const;
+
+    QString mText;
+    QList<Step> mSteps;
+    bool mIsFromRoot = false; ///< begins with a separator, so that the first step may name the root
+};
+
+/// Whether text is the name of an element or attribute.
+[[nodiscard]] bool IsXmlName(const QString& text);
+/// Throws UsageFailure if text is not the name of an element or attribute.
+void CheckXmlName(const QString& text);
+
+} // namespace Quorvin::Tool
+
+#endif // QVUTIL_TOOL_ELEMENTPATH_H
