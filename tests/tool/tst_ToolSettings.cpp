@@ -360,10 +360,11 @@ void tst_ToolSettings::Check_leftovers()
              u"app.xml: an interrupted save left .app.xml.saving behind, 2.0 KB\n"
              "app.xml: an interrupted save left .app.xml.saving7 behind, 11 bytes\n=> 1\n"_s);
 
-    // The next save that needs the name removes the stale temporary file.
+    // The next save removes the stale temporary files of this file, and no others.
     QCOMPARE(mTool->Run({u"settings"_s, u"set"_s, u"app.xml"_s, u"/"_s, u"n"_s, u"1"_s}).ExitCode, 0);
-    QCOMPARE(Run({u"check"_s, u"app.xml"_s}),
-             u"app.xml: an interrupted save left .app.xml.saving7 behind, 11 bytes\n=> 1\n"_s);
+    QCOMPARE(Run({u"check"_s, u"app.xml"_s}), u"app.xml: good\n=> 0\n"_s);
+    for (const QString& other : {u"app.xml.saving"_s, u".app.xml.savings"_s, u".other.xml.saving"_s})
+        QVERIFY(QFile::exists(mTool->Path(other)));
 }
 
 void tst_ToolSettings::Check_leftoverBehindLink()
