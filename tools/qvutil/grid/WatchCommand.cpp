@@ -5,8 +5,8 @@
 
 #include "cli/Command.h"
 #include "cli/Console.h"
+#include "cli/Session.h"
 #include "grid/GridSnapshot.h"
-#include "ipc/Session.h"
 
 #include <QDateTime>
 #include <QJsonDocument>

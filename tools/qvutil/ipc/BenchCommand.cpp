@@ -4,9 +4,9 @@
 #include "cli/Command.h"
 #include "cli/Console.h"
 #include "cli/Report.h"
+#include "cli/Session.h"
 #include "ipc/IpcCommands.h"
 #include "ipc/ServerLink.h"
-#include "ipc/Session.h"
 #include <qvutil/IPCManager.h>
 
 #include <QElapsedTimer>

@@ -4,10 +4,10 @@
 #include "cli/Command.h"
 #include "cli/Console.h"
 #include "cli/Report.h"
+#include "cli/Session.h"
 #include "ipc/Endpoint.h"
 #include "ipc/IpcCommands.h"
 #include "ipc/ServerLink.h"
-#include "ipc/Session.h"
 #include <qvutil/platform/Platform_p.h>
 
 #include <QElapsedTimer>

@@ -4,10 +4,10 @@
 #include "cli/Command.h"
 #include "cli/Console.h"
 #include "cli/Report.h"
+#include "cli/Session.h"
 #include "cli/Table.h"
 #include "ipc/EndpointList.h"
 #include "ipc/IpcCommands.h"
-#include "ipc/Session.h"
 
 #include <algorithm>
 #include <memory>

@@ -4,10 +4,10 @@
 #include "cli/Command.h"
 #include "cli/Console.h"
 #include "cli/InputFile.h"
+#include "cli/Session.h"
 #include "ipc/Endpoint.h"
 #include "ipc/IpcCommands.h"
 #include "ipc/MessageLines.h"
-#include "ipc/Session.h"
 #include "messages/MessageFile.h"
 #include <qvutil/messaging/IPC_p.h>
 #include <qvutil/messaging/MessageServer_p.h>

@@ -3,12 +3,12 @@
 
 #include "cli/Command.h"
 #include "cli/Console.h"
+#include "cli/Session.h"
 #include "ipc/Endpoint.h"
 #include "ipc/Forwarder.h"
 #include "ipc/IpcCommands.h"
 #include "ipc/MessageLines.h"
 #include "ipc/ServerLink.h"
-#include "ipc/Session.h"
 #include "ipc/TrafficPrinter.h"
 #include <qvutil/messaging/MessageSocket_p.h>
 

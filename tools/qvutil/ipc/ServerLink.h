@@ -4,7 +4,7 @@
 #ifndef QVUTIL_TOOL_IPC_SERVERLINK_H
 #define QVUTIL_TOOL_IPC_SERVERLINK_H
 
-#include "ipc/Session.h"
+#include "cli/Session.h"
 #include <qvutil/IPC.h>
 #include <qvutil/messaging/MessageSocket_p.h>
 

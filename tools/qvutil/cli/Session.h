@@ -1,8 +1,8 @@
 // SPDX-FileCopyrightText: 2026 The QvUtil developers
 // SPDX-License-Identifier: MIT
 
-#ifndef QVUTIL_TOOL_IPC_SESSION_H
-#define QVUTIL_TOOL_IPC_SESSION_H
+#ifndef QVUTIL_TOOL_SESSION_H
+#define QVUTIL_TOOL_SESSION_H
 
 #include <QCoreApplication>
 #include <QDeadlineTimer>
@@ -61,4 +61,4 @@ private:
 
 } // namespace Quorvin::Tool
 
-#endif // QVUTIL_TOOL_IPC_SESSION_H
+#endif // QVUTIL_TOOL_SESSION_H

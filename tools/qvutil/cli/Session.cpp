@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: 2026 The QvUtil developers
 // SPDX-License-Identifier: MIT
 
-#include "ipc/Session.h"
+#include "cli/Session.h"
 
 #include "cli/Console.h"
 #include "cli/Failure.h"
