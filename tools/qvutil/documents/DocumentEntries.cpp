@@ -5,6 +5,7 @@
 
 #include "cli/Console.h"
 #include "documents/ElementPath.h"
+#include "documents/TypedValue.h"
 
 #include <QHash>
 
@@ -63,11 +64,61 @@ QJsonObject Entry::ToJson() const
     return object;
 }
 
+QJsonObject Entry::ToTypedJson() const
+{
+    QJsonObject object = ToJson();
+    if (What == Element)
+        return object;
+    const ValueType type = What == Text ? ValueType::Text : TypeOfText(Value);
+    object.insert(u"type"_s, ValueTypeName(type));
+    if (What == Attribute && type != ValueType::String)
+        object.insert(u"value"_s, NormalizedValue(type, Value.toUtf8()).Json);
+    return object;
+}
+
 QList<Entry> ListEntries(const QDomElement& element)
 {
     QList<Entry> entries;
     AppendEntries(element, ElementPath::Of(element), entries);
     return entries;
+}
+
+QStringList EntryDifference::ToLines() const
+{
+    QStringList lines;
+    if (Left)
+        lines += "- "_L1 + Left->ToText();
+    if (Right)
+        lines += "+ "_L1 + Right->ToText();
+    return lines;
+}
+
+QJsonObject EntryDifference::ToJson() const
+{
+    QJsonObject object = (Left ? Left : Right)->ToJson();
+    object.remove(u"value"_s);
+    object.remove(u"text"_s);
+    object.insert(u"left"_s, Left ? QJsonValue(Left->Value) : QJsonValue::Null);
+    object.insert(u"right"_s, Right ? QJsonValue(Right->Value) : QJsonValue::Null);
+    return object;
+}
+
+QList<EntryDifference> CompareEntries(const QList<Entry>& left, const QList<Entry>& right)
+{
+    QHash<QString, const Entry*> rightByKey;
+    for (const Entry& entry : right)
+        rightByKey.insert(entry.Key(), &entry);
+    QList<EntryDifference> differences;
+    for (const Entry& entry : left) {
+        const Entry* partner = rightByKey.take(entry.Key());
+        if (!partner || partner->Value != entry.Value || partner->What != entry.What)
+            differences.append(EntryDifference{.Left = &entry, .Right = partner});
+    }
+    for (const Entry& entry : right) {
+        if (rightByKey.contains(entry.Key()))
+            differences.append(EntryDifference{.Left = nullptr, .Right = &entry});
+    }
+    return differences;
 }
 
 QMap<QString, QString> AttributesOf(const QDomElement& element)

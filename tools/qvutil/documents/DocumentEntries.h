@@ -9,6 +9,7 @@
 #include <QList>
 #include <QMap>
 #include <QString>
+#include <QStringList>
 
 namespace Quorvin::Tool {
 
@@ -30,11 +31,28 @@ struct Entry
     /// One line such as: /Settings/Panel Width="640"
     [[nodiscard]] QString ToText() const;
     [[nodiscard]] QJsonObject ToJson() const;
+    /// As ToJson, with the value as a number, true, false and so on, and the name of its type.
+    [[nodiscard]] QJsonObject ToTypedJson() const;
 };
 
 /// Lists what the subtree of \p element says, in the order of the document, attributes by name.
 /// Comments, processing instructions and white space between elements say nothing.
 [[nodiscard]] QList<Entry> ListEntries(const QDomElement& element);
+
+/// An entry that one of two documents has and the other does not, or that differs between them.
+struct EntryDifference
+{
+    const Entry* Left; ///< null if only the right document has it
+    const Entry* Right; ///< null if only the left document has it
+
+    /// One or two lines: "- " and the left entry, "+ " and the right entry.
+    [[nodiscard]] QStringList ToLines() const;
+    /// The entry with the values "left" and "right", of which one may be null.
+    [[nodiscard]] QJsonObject ToJson() const;
+};
+/// Compares what two documents say: entries of the same path and name belong together.
+/// \return differences that point into the lists
+[[nodiscard]] QList<EntryDifference> CompareEntries(const QList<Entry>& left, const QList<Entry>& right);
 
 /// The attributes of an element by name.
 [[nodiscard]] QMap<QString, QString> AttributesOf(const QDomElement& element);

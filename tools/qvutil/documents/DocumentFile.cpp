@@ -118,6 +118,11 @@ QString LimitsReason()
     return u"nested deeper, or with more text in its entities, than the library takes"_s;
 }
 
+void FailToParse(const QString& name, const ParseProblem& problem)
+{
+    throw Failure(u"%1:%2:%3"_s.arg(name).arg(problem.Line).arg(problem.Column), problem.Reason);
+}
+
 void LoadDocument(Util::XmlFiler& filer, const InputFile& file)
 {
     if (filer.LoadFromXmlFile(file.Path()))
@@ -128,7 +133,7 @@ void LoadDocument(Util::XmlFiler& filer, const InputFile& file)
     const auto problem = FindParseProblem(file.Path());
     if (!problem)
         throw Failure(file.Name(), LimitsReason());
-    throw Failure(u"%1:%2:%3"_s.arg(file.Name()).arg(problem->Line).arg(problem->Column), problem->Reason);
+    FailToParse(file.Name(), *problem);
 }
 
 void SaveDocument(Util::XmlFiler& filer, const QString& file)

@@ -30,6 +30,9 @@ struct ParseProblem
 /// What to say of a file that is well-formed and yet not taken by the library.
 [[nodiscard]] QString LimitsReason();
 
+/// Throws Failure with the place of the problem.
+[[noreturn]] void FailToParse(const QString& name, const ParseProblem& problem);
+
 /// Loads a document; throws Failure with line, column and reason if it cannot be read or does not parse.
 void LoadDocument(Util::XmlFiler& filer, const InputFile& file);
 

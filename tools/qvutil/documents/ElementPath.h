@@ -34,6 +34,8 @@ public:
 
     /// The path as it was typed.
     [[nodiscard]] const QString& Text() const { return mText; }
+    /// The steps, the root's name among them if the path begins with it.
+    [[nodiscard]] const QList<Step>& Steps() const { return mSteps; }
     /// Whether the path ends in a position, as in "Item[1]".
     [[nodiscard]] bool EndsInPosition() const { return mText.trimmed().endsWith(u']'); }
 

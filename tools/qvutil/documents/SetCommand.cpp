@@ -37,19 +37,6 @@ struct Assignment
     QByteArray Value;
 };
 
-void CheckCharacters(const QByteArray& value)
-{
-    const QString text = QString::fromUtf8(value);
-    for (const QChar c : text) {
-        const char16_t code = c.unicode();
-        const bool isWhite = code == '\t' || code == '\n' || code == '\r';
-        if ((code < 0x20 && !isWhite) || code >= 0xfffe) {
-            throw UsageFailure(u"the value holds the character U+%1, which XML cannot hold"_s.arg(
-                QString::number(code, 16).toUpper().rightJustified(4, u'0')));
-        }
-    }
-}
-
 // What the command line gives: VALUE for the element's content, or NAME and VALUE any number of times; with
 // --from, NAME or nothing.
 QList<Assignment> GetAssignments(const SetOptions& options)
@@ -90,7 +77,7 @@ void CheckAssignments(const QList<Assignment>& assignments, ValueType type)
             names.insert(assignment.Name);
         }
         if (type != ValueType::Buffer)
-            CheckCharacters(assignment.Value);
+            CheckCharacters(QString::fromUtf8(assignment.Value));
     }
 }
 

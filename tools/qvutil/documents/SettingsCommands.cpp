@@ -18,6 +18,9 @@ void AddSettingsCommands(CommandLine& line)
     AddSettingsListCommand(line, group);
     AddSettingsDiffCommand(line, group);
     AddSettingsCheckCommand(line, group);
+    AddSettingsWatchCommand(line, group);
+    AddSettingsExportCommand(line, group);
+    AddSettingsImportCommand(line, group);
 }
 
 } // namespace Quorvin::Tool

@@ -16,6 +16,9 @@ class CommandLine;
 void AddSettingsListCommand(CommandLine& line, CLI::App& group);
 void AddSettingsDiffCommand(CommandLine& line, CLI::App& group);
 void AddSettingsCheckCommand(CommandLine& line, CLI::App& group);
+void AddSettingsWatchCommand(CommandLine& line, CLI::App& group);
+void AddSettingsExportCommand(CommandLine& line, CLI::App& group);
+void AddSettingsImportCommand(CommandLine& line, CLI::App& group);
 
 } // namespace Quorvin::Tool
 

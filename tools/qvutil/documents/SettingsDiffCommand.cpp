@@ -9,9 +9,6 @@
 #include "documents/DocumentEntries.h"
 #include "documents/DocumentFile.h"
 
-#include <QHash>
-#include <QJsonObject>
-
 #include <memory>
 
 using namespace Qt::StringLiterals;
@@ -27,49 +24,6 @@ struct DiffOptions
     bool Json = false;
 };
 
-/// What one of two files says and the other does not, or says differently.
-struct Difference
-{
-    const Entry* Left; ///< null if only the right file has it
-    const Entry* Right; ///< null if only the left file has it
-};
-
-QList<Difference> Compare(const QList<Entry>& left, const QList<Entry>& right)
-{
-    QHash<QString, const Entry*> rightByKey;
-    for (const Entry& entry : right)
-        rightByKey.insert(entry.Key(), &entry);
-    QList<Difference> differences;
-    for (const Entry& entry : left) {
-        const Entry* partner = rightByKey.take(entry.Key());
-        if (!partner || partner->Value != entry.Value || partner->What != entry.What)
-            differences.append(Difference{.Left = &entry, .Right = partner});
-    }
-    for (const Entry& entry : right) {
-        if (rightByKey.contains(entry.Key()))
-            differences.append(Difference{.Left = nullptr, .Right = &entry});
-    }
-    return differences;
-}
-
-QJsonObject ToJson(const Difference& difference)
-{
-    QJsonObject object = (difference.Left ? difference.Left : difference.Right)->ToJson();
-    object.remove(u"value"_s);
-    object.remove(u"text"_s);
-    object.insert(u"left"_s, difference.Left ? QJsonValue(difference.Left->Value) : QJsonValue::Null);
-    object.insert(u"right"_s, difference.Right ? QJsonValue(difference.Right->Value) : QJsonValue::Null);
-    return object;
-}
-
-void Print(const Difference& difference)
-{
-    if (difference.Left)
-        Console::PrintLine("- "_L1 + difference.Left->ToText());
-    if (difference.Right)
-        Console::PrintLine("+ "_L1 + difference.Right->ToText());
-}
-
 QList<Entry> LoadEntries(const QString& argument)
 {
     XmlFiler filer;
@@ -83,10 +37,12 @@ ExitCode Diff(const DiffOptions& options)
         throw UsageFailure(u"only one of the files can be standard input"_s);
     const QList<Entry> left = LoadEntries(options.Left);
     const QList<Entry> right = LoadEntries(options.Right);
-    const QList<Difference> differences = Compare(left, right);
+    const QList<EntryDifference> differences = CompareEntries(left, right);
     Report report(options.Json);
-    for (const Difference& difference : differences)
-        report.AddItem([&] { return ToJson(difference); }, [&] { Print(difference); });
+    for (const EntryDifference& difference : differences) {
+        report.AddItem([&] { return difference.ToJson(); },
+                       [&] { Console::PrintLine(difference.ToLines().join(u'\n')); });
+    }
     report.Finish();
     return differences.isEmpty() ? ExitCode::Yes : ExitCode::No;
 }

@@ -35,7 +35,7 @@ ExitCode List(const ListOptions& options)
     Report report(options.Json);
     const QList<Entry> entries = ListEntries(filer.GetCurrentNode().toElement());
     for (const Entry& entry : entries)
-        report.AddItem([&] { return entry.ToJson(); }, [&] { Console::PrintLine(entry.ToText()); });
+        report.AddItem([&] { return entry.ToTypedJson(); }, [&] { Console::PrintLine(entry.ToText()); });
     report.Finish();
     return ExitCode::Yes;
 }

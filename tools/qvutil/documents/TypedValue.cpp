@@ -11,6 +11,7 @@
 #include <QJsonObject>
 
 #include <algorithm>
+#include <cmath>
 #include <limits>
 
 using namespace Qt::StringLiterals;
@@ -165,6 +166,9 @@ std::optional<QString> FindContent(const QString& text)
 {
     return text.isEmpty() ? std::nullopt : std::optional(text);
 }
+
+// No number, date or rectangle is longer.
+constexpr qsizetype kMaxTypedText = 64;
 
 // The attribute of a document that holds nothing but one value.
 constexpr QStringView kName = u"Value";
@@ -344,6 +348,56 @@ QString WhyMissing(const XmlFiler& filer, ValueType type, const QString& name)
         return u"%1 %2 is empty"_s.arg(where, name);
     return u"%1 %2=%3 is no value of the type %4"_s.arg(where, name, Console::Quoted(text),
                                                         ValueTypeName(type));
+}
+
+ValueType TypeOfText(const QString& text)
+{
+    if (text == "True"_L1 || text == "False"_L1)
+        return ValueType::Bool;
+    if (text.isEmpty() || text.size() > kMaxTypedText || !QStringView(u"-0123456789").contains(text.front()))
+        return ValueType::String;
+    bool isNumber = false;
+    const qint64 whole = text.toLongLong(&isNumber);
+    if (isNumber && QString::number(whole) == text) {
+        const bool isInt
+            = whole >= std::numeric_limits<int>::min() && whole <= std::numeric_limits<int>::max();
+        return isInt ? ValueType::Int : ValueType::Int64;
+    }
+    const double real = text.toDouble(&isNumber);
+    if (isNumber && qIsFinite(real) && std::trunc(real) != real && DoubleText(real) == text)
+        return ValueType::Double;
+    const QDateTime date = QDateTime::fromString(text, Qt::ISODate);
+    if (date.isValid() && date.toUTC().toString(Qt::ISODate) == text)
+        return ValueType::Date;
+    const QStringList parts = text.split(u',');
+    const bool areInts = std::all_of(parts.begin(), parts.end(), [](const QString& part) {
+        bool isInt = false;
+        return QString::number(part.toInt(&isInt)) == part && isInt;
+    });
+    if (areInts && parts.size() == 4)
+        return ValueType::Rect;
+    return areInts && parts.size() == 2 ? ValueType::Size : ValueType::String;
+}
+
+QString DoubleText(double value)
+{
+    XmlFiler filer;
+    filer.TranslateEnabled = false;
+    filer.CreateRoot({});
+    filer.WriteDouble(kName.toString(), value);
+    return filer.ReadString(kName.toString(), QString());
+}
+
+void CheckCharacters(const QString& text)
+{
+    for (const QChar c : text) {
+        const char16_t code = c.unicode();
+        const bool isWhite = code == '\t' || code == '\n' || code == '\r';
+        if ((code < 0x20 && !isWhite) || code >= 0xfffe) {
+            throw UsageFailure(u"the value holds the character U+%1, which XML cannot hold"_s.arg(
+                QString::number(code, 16).toUpper().rightJustified(4, u'0')));
+        }
+    }
 }
 
 } // namespace Quorvin::Tool

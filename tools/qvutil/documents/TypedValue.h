@@ -59,6 +59,15 @@ void WriteValue(Util::XmlFiler& filer, ValueType type, const QString& name, cons
 /// Gives a value that was given as text in the form in which ReadValue would give it.
 [[nodiscard]] Value NormalizedValue(ValueType type, const QByteArray& value);
 
+/// Finds the type of which a text is a value as the library writes it: "640" is an int and "True" a bool, but
+/// "0640" and "yes" are strings. Texts are never longs, unsigned numbers or buffers.
+[[nodiscard]] ValueType TypeOfText(const QString& text);
+/// Gives a number as the library writes it.
+[[nodiscard]] QString DoubleText(double value);
+
+/// Throws UsageFailure if a text holds a character that a document cannot hold.
+void CheckCharacters(const QString& text);
+
 } // namespace Quorvin::Tool
 
 #endif // QVUTIL_TOOL_VALUE_H

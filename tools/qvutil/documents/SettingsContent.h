@@ -1,0 +1,59 @@
+// SPDX-FileCopyrightText: 2026 The QvUtil developers
+// SPDX-License-Identifier: MIT
+
+#ifndef QVUTIL_TOOL_SETTINGSCONTENT_H
+#define QVUTIL_TOOL_SETTINGSCONTENT_H
+
+#include <qvutil/XmlFiler.h>
+
+#include <QByteArray>
+#include <QList>
+#include <QString>
+#include <QStringList>
+
+namespace Quorvin::Tool {
+
+/// One value of a settings file, on its way from or to another format.
+struct Setting
+{
+    enum Kind {
+        Attribute,
+        Text, ///< of the element; empty for an element that holds nothing
+        Section, ///< the element's text as a CDATA section, as the library keeps bytes
+    };
+    Kind What;
+    QString Path; ///< of the element below the root, such as "List/Item[2]"; empty for the root
+    QString Name; ///< of the attribute
+    QString Value;
+};
+
+/// What a settings file holds, without the form in which it is written.
+struct SettingsContent
+{
+    QString Root; ///< name of the root element; empty if it is not known
+    QList<Setting> Settings; ///< in the order of the document
+    QStringList Problems; ///< what cannot be converted, each as a line for people
+};
+
+/// Reads what an element and everything below it hold. Comments, processing instructions and the places of
+/// text between elements become problems.
+[[nodiscard]] SettingsContent ReadContent(const QDomElement& root);
+/// Writes settings into a document and creates what is missing. Throws Failure if a position leaves a gap.
+void WriteContent(Util::XmlFiler& filer, const SettingsContent& content);
+
+// The formats. How each stores elements is described in the handbook, docs/tool.md.
+
+[[nodiscard]] QByteArray ToJson(const QDomElement& root);
+/// Throws Failure if the text is not JSON.
+[[nodiscard]] SettingsContent FromJson(const QByteArray& text, const QString& file);
+[[nodiscard]] QByteArray ToIni(const SettingsContent& content);
+/// Throws Failure if the text is not in the format of QSettings.
+[[nodiscard]] SettingsContent FromIni(const QByteArray& text, const QString& file);
+
+/// Adds a setting if its names and characters can be stored in a document, and a problem if not.
+/// \param where  how to call the setting in the problem
+void AddSetting(SettingsContent& content, const Setting& setting, const QString& where);
+
+} // namespace Quorvin::Tool
+
+#endif // QVUTIL_TOOL_SETTINGSCONTENT_H

@@ -1,0 +1,112 @@
+// SPDX-FileCopyrightText: 2026 The QvUtil developers
+// SPDX-License-Identifier: MIT
+
+#include "documents/SettingsCommands.h"
+
+#include "cli/Command.h"
+#include "cli/Console.h"
+#include "documents/DocumentChange.h"
+#include "documents/ElementPath.h"
+#include "documents/SettingsContent.h"
+
+#include <QFileInfo>
+
+#include <memory>
+
+using namespace Qt::StringLiterals;
+using Quorvin::Util::XmlFiler;
+
+namespace Quorvin::Tool {
+namespace {
+
+struct ImportOptions : ChangeOptions
+{
+    QString Source;
+    QString Format;
+    QString Root;
+    bool Replace = false;
+    bool Skip = false;
+};
+
+bool IsIni(const ImportOptions& options)
+{
+    const QString suffix = QFileInfo(options.Source).suffix().toLower();
+    const QString format = !options.Format.isEmpty() ? options.Format
+        : suffix == "conf"_L1                        ? u"ini"_s
+                                                     : suffix;
+    if (format == "ini"_L1 || format == "json"_L1)
+        return format == "ini"_L1;
+    throw UsageFailure(
+        options.Format.isEmpty()
+            ? u"--format is required: the name of SOURCE ends in neither .json, .ini nor .conf"_s
+            : u"there is no format '%1'; formats are json and ini"_s.arg(format));
+}
+
+void CheckRoot(const QString& wanted, const QString& root, const QString& file)
+{
+    if (!wanted.isEmpty() && wanted != root) {
+        throw Failure(file,
+                      u"the root element is %1, not %2; --replace replaces all that the file holds"_s.arg(
+                          root, wanted));
+    }
+}
+
+ExitCode Import(const ImportOptions& options)
+{
+    if (options.File == "-"_L1 && options.Source == "-"_L1)
+        throw UsageFailure(u"FILE and SOURCE cannot both be standard input"_s);
+    const bool isIni = IsIni(options);
+    const InputFile source(options.Source);
+    const SettingsContent content
+        = isIni ? FromIni(source.ReadAll(), source.Name()) : FromJson(source.ReadAll(), source.Name());
+    for (const QString& problem : content.Problems)
+        Console::Complain(source.Name(), problem);
+    if (!content.Problems.isEmpty() && !options.Skip) {
+        Console::Complain(options.File, u"nothing was changed; --skip imports the rest"_s);
+        return ExitCode::No;
+    }
+
+    const QString wanted = !options.Root.isEmpty() ? options.Root : content.Root;
+    const QString newRoot = !wanted.isEmpty() ? wanted : u"Settings"_s;
+    CheckXmlName(newRoot);
+    DocumentChange change(options, newRoot);
+    XmlFiler& filer = change.Filer();
+    if (options.Replace) {
+        filer.Reset();
+        filer.CreateRoot(newRoot);
+    } else {
+        CheckRoot(wanted, filer.GetCurrentNodeName(), change.Name());
+    }
+    WriteContent(filer, content);
+    const ExitCode code = change.Finish();
+    return content.Problems.isEmpty() ? code : ExitCode::No;
+}
+
+} // namespace
+
+void AddSettingsImportCommand(CommandLine& line, CLI::App& group)
+{
+    auto options = std::make_shared<ImportOptions>();
+    CLI::App& command
+        = line.AddCommand(group, "import", "Write the values of a JSON or INI file into a settings file",
+                          "qvutil settings import app.xml app.json\n"
+                          "qvutil settings import app.xml ~/.config/Maker/App.conf\n"
+                          "qvutil settings import app.xml app.json --replace --dry-run",
+                          [options] { return Import(*options); });
+    AddExplanation(command,
+                   "What SOURCE does not mention stays as it is. All values are written in one save. If a\n"
+                   "value has no form in a document, it is reported, nothing is written, and the exit code\n"
+                   "is 1.");
+    AddChangeArguments(command, *options);
+    AddText(command, "SOURCE", options->Source, "JSON or INI file to read; - for standard input")->required();
+    AddText(command, "--format,-f", options->Format,
+            "json or ini; if not given, the suffix of SOURCE decides: .json, .ini or .conf")
+        ->type_name("FORMAT");
+    command.add_flag("--replace", options->Replace, "Remove what FILE holds so far");
+    command.add_flag("--skip", options->Skip, "Import the rest if some values have no form in a document");
+    AddText(command, "--root", options->Root,
+            "Name of the root element if the file is made or replaced; by default as in SOURCE, or Settings")
+        ->type_name("NAME");
+}
+
+} // namespace Quorvin::Tool

@@ -1,0 +1,183 @@
+// SPDX-FileCopyrightText: 2026 The QvUtil developers
+// SPDX-License-Identifier: MIT
+
+#include "documents/SettingsCommands.h"
+
+#include "cli/Command.h"
+#include "cli/Console.h"
+#include "cli/Difference.h"
+#include "cli/Session.h"
+#include "documents/DocumentEntries.h"
+#include "documents/DocumentFile.h"
+
+#include <QDateTime>
+#include <QDir>
+#include <QFileInfo>
+#include <QFileSystemWatcher>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QTimer>
+
+#include <memory>
+#include <optional>
+
+using namespace Qt::StringLiterals;
+using Quorvin::Util::XmlFiler;
+
+namespace Quorvin::Tool {
+namespace {
+
+// Programs that write a file in place are given this time to finish before the file counts as malformed.
+constexpr int kSettlingMs = 250;
+
+struct WatchOptions
+{
+    QString File;
+    int Count = 0;
+    bool Json = false;
+};
+
+/// Follows a settings file and prints what changes in it.
+class SettingsFollower
+{
+public:
+    SettingsFollower(Session& session, const WatchOptions& options)
+        : mSession(session)
+        , mOptions(options)
+    {
+        const QFileInfo info(options.File);
+        if (options.File.isEmpty() || options.File == "-"_L1)
+            throw UsageFailure(u"FILE is a file to watch, not standard input"_s);
+        if (!info.dir().exists())
+            throw Failure(options.File, u"there is no folder %1"_s.arg(info.path()));
+        if (info.isDir())
+            throw Failure(options.File, u"is a folder"_s);
+        mSettling.setSingleShot(true);
+        mSettling.setInterval(kSettlingMs);
+        const auto look = [this] { mSession.Do([this] { Look(false); }); };
+        QObject::connect(&mWatcher, &QFileSystemWatcher::fileChanged, &mSettling, look);
+        QObject::connect(&mWatcher, &QFileSystemWatcher::directoryChanged, &mSettling, look);
+        QObject::connect(&mSettling, &QTimer::timeout, &mSettling,
+                         [this] { mSession.Do([this] { Look(true); }); });
+        Look(true);
+        mIsFirst = false;
+        Console::Complain({}, u"watching %1"_s.arg(options.File));
+    }
+
+    [[nodiscard]] bool IsDone() const { return mOptions.Count > 0 && mReported >= mOptions.Count; }
+
+private:
+    // A file that is replaced is another file for the watcher, which then stops watching it; its folder tells
+    // that there is a new one. A link is followed to the folder in which its target is replaced.
+    void Arm()
+    {
+        const QFileInfo info(mOptions.File);
+        QStringList paths{info.absoluteFilePath(), info.absolutePath()};
+        if (const QString target = info.canonicalFilePath(); !target.isEmpty() && target != paths.front())
+            paths += {target, QFileInfo(target).absolutePath()};
+        const QStringList watched = mWatcher.files() + mWatcher.directories();
+        for (const QString& path : std::as_const(paths)) {
+            if (!watched.contains(path) && QFileInfo::exists(path))
+                mWatcher.addPath(path);
+        }
+    }
+
+    void Look(bool hasSettled)
+    {
+        Arm(); // before reading, so that no change is missed in between
+        try {
+            const std::optional<QByteArray> content = ReadIfExists(mOptions.File);
+            if (content == mContent && !mIsFirst)
+                return;
+            if (content) {
+                Load(content, hasSettled);
+            } else {
+                mContent = content;
+                Console::Complain(mOptions.File, mIsFirst ? u"does not exist yet"_s : u"was removed"_s);
+            }
+        } catch (const Failure& failure) { // the next change may make the file readable
+            if (hasSettled)
+                Console::Complain(failure.Subject, failure.Reason);
+            else
+                mSettling.start();
+        }
+        Console::Flush();
+    }
+
+    void Load(const std::optional<QByteArray>& content, bool hasSettled)
+    {
+        XmlFiler filer;
+        filer.TranslateEnabled = false;
+        if (hasSettled)
+            mContent = content; // if it does not load, that is reported once
+        const InputFile file(mOptions.File);
+        // The library logs failed loads, and the session prints its log.
+        if (const std::optional<ParseProblem> problem = FindParseProblem(file.Path()))
+            FailToParse(file.Name(), *problem);
+        LoadDocument(filer, file);
+        mContent = content;
+        const QList<Entry> entries = ListEntries(filer.GetCurrentNode().toElement());
+        const QList<Entry> before = mEntries;
+        mEntries = entries;
+        if (mIsFirst)
+            return;
+        const QList<EntryDifference> differences = CompareEntries(before, entries);
+        for (const EntryDifference& difference : differences)
+            Report(difference);
+    }
+
+    void Report(const EntryDifference& difference)
+    {
+        if (IsDone())
+            return;
+        ++mReported;
+        const QDateTime now = QDateTime::currentDateTime();
+        if (mOptions.Json) {
+            QJsonObject object = difference.ToJson();
+            object.insert(u"time"_s, now.toUTC().toString(Qt::ISODateWithMs));
+            Console::PrintLine(QString::fromUtf8(QJsonDocument(object).toJson(QJsonDocument::Compact)));
+            return;
+        }
+        const QStringList lines = difference.ToLines();
+        for (const QString& line : lines)
+            Console::PrintLine(now.toString(u"HH:mm:ss.zzz"_s) + u"  "_s + line);
+    }
+
+    Session& mSession;
+    const WatchOptions& mOptions;
+    QFileSystemWatcher mWatcher;
+    QTimer mSettling;
+    std::optional<QByteArray> mContent;
+    QList<Entry> mEntries;
+    int mReported = 0;
+    bool mIsFirst = true;
+};
+
+ExitCode Watch(const WatchOptions& options)
+{
+    Session session(Session::EndsOnSignals);
+    SettingsFollower follower(session, options);
+    session.WaitFor([&follower] { return follower.IsDone(); });
+    return ExitCode::Yes;
+}
+
+} // namespace
+
+void AddSettingsWatchCommand(CommandLine& line, CLI::App& group)
+{
+    auto options = std::make_shared<WatchOptions>();
+    CLI::App& watch
+        = line.AddCommand(group, "watch", "Print the changes of a settings file, until interrupted",
+                          "qvutil settings watch app.xml\n"
+                          "qvutil settings watch app.xml --json | jq --unbuffered -r .path",
+                          [options] { return Watch(*options); });
+    AddExplanation(watch,
+                   "Prints the values that change, as settings diff does. The file may be replaced, written\n"
+                   "in place, removed, and created later.");
+    AddText(watch, "FILE", options->File, "Settings file to watch")->required();
+    AddNumber(watch, "--count", options->Count, {.Min = 1, .Max = 1000000000}, "End after so many changes")
+        ->type_name("N");
+    AddJsonFlag(watch, options->Json);
+}
+
+} // namespace Quorvin::Tool
