@@ -35,7 +35,7 @@ Forwarder::~Forwarder()
 void Forwarder::Start()
 {
     mFrames = new Util::Internal::FrameQueue(&mTo);
-    QObject::connect(mFrames, &Util::Internal::FrameQueue::QueuedFrameWritten, &mContext,
+    QObject::connect(mFrames, &Util::Internal::FrameQueue::QueuedPieceWritten, &mContext,
                      [this] { OnWritten(); });
     QObject::connect(&mTo, &QLocalSocket::bytesWritten, &mContext, [this] { OnWritten(); });
     QObject::connect(&mFrom, &QLocalSocket::readyRead, &mContext, [this] { Take(); });

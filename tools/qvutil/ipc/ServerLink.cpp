@@ -10,6 +10,8 @@
 #include <QUuid>
 
 #include <algorithm>
+#include <span>
+#include <utility>
 
 using namespace Qt::StringLiterals;
 using Quorvin::Util::MessageInfo;
@@ -99,7 +101,7 @@ void ServerLink::Connect(bool waitForServer, QDeadlineTimer deadline)
 void ServerLink::Send(const MessageInfo& message, QDeadlineTimer deadline)
 {
     mWritten = 0;
-    mWriter->Write(message);
+    mWriter->Write(std::span(&message, 1));
     const bool inTime = mSession.WaitFor(
         [this] { return !IsConnected() || (mWritten > 0 && mSocket.bytesToWrite() == 0); }, deadline);
     if (!inTime)
@@ -113,7 +115,7 @@ MessageInfo ServerLink::Ask(MessageInfo request, QDeadlineTimer deadline)
     request.UniqueId = QUuid::createUuid();
     request.NeedResponse = true;
     mReceived.clear();
-    mWriter->Write(request);
+    mWriter->Write(std::span(&std::as_const(request), 1));
     const auto findAnswer = [&] {
         return std::find_if(mReceived.cbegin(), mReceived.cend(), [&request](const MessageInfo& message) {
             return message.IsResponse && message.OriginalMessageUniqueId == request.UniqueId;
