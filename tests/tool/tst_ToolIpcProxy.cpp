@@ -17,6 +17,8 @@
 
 #include <memory>
 #include <optional>
+#include <span>
+#include <utility>
 
 using namespace Qt::StringLiterals;
 using namespace MessagingSupport;
@@ -216,7 +218,7 @@ void tst_ToolIpcProxy::Frames_stayWhole()
         MessageInfo message;
         message.Id = QString::number(i);
         message.Params.insert(u"data"_s, QByteArray(i % 2 == 0 ? 90'000 : 200, 'x'));
-        writer->Write(message);
+        writer->Write(std::span(&std::as_const(message), 1));
     }
     EVENTUALLY_EQUAL(received.size(), kCount);
     for (int i = 0; i < kCount; ++i)
