@@ -5,7 +5,6 @@
 
 #include "base/Logging_p.h"
 
-#include <QCryptographicHash>
 #include <QFileInfo>
 #include <QHash>
 
@@ -56,7 +55,6 @@ struct XlfTranslator::Private
     std::map<QString, Context>::iterator Last = Contexts.end(); // a document's texts come one after another
     qsizetype RecentCount = 0;
     std::bitset<kSeenBits> Seen; // hashes of the texts so far
-    QCryptographicHash Hash{QCryptographicHash::Md5};
 };
 
 void XlfTranslator::Private::Remember(const QString& text, const QString& translation)
@@ -75,15 +73,12 @@ void XlfTranslator::Private::Remember(const QString& text, const QString& transl
     ++RecentCount;
 }
 
-// The key is GeneralUtil::GetHash(text), computed without a new hash object for each text.
 QString XlfTranslator::Private::LookUp(const QString& text)
 {
     const Units& units = Last->second.ContextUnits;
     if (units.isEmpty())
         return {};
-    Hash.reset();
-    Hash.addData(text.toUtf8());
-    return units.value(Hash.result().toHex());
+    return units.value(GeneralUtil::GetHash(text));
 }
 
 XlfTranslator::XlfTranslator() = default;
