@@ -150,13 +150,16 @@ std::optional<Platform::FileIdentity> MessageServerThread::Endpoint() const
     return mEndpoint;
 }
 
+void MessageServerThread::SetEndpoint(const Platform::FileIdentity& endpoint)
+{
+    const QMutexLocker locker(&mEndpointMutex);
+    mEndpoint = endpoint;
+}
+
 void MessageServerThread::RunWorker()
 {
     MessageServerWorker worker(mServer);
-    worker.SetEndpointObserver([this](const Platform::FileIdentity& endpoint) {
-        const QMutexLocker locker(&mEndpointMutex);
-        mEndpoint = endpoint;
-    });
+    worker.SetEndpointObserver([this](const Platform::FileIdentity& endpoint) { SetEndpoint(endpoint); });
     using Kind = Internal::Arrival::Kind;
     connect(&worker, &MessageServerWorker::MessageReceived, &worker, [this](const MessageInfo& message) {
         Deliver({Kind::Message, nullptr, message});

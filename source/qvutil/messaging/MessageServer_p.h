@@ -112,6 +112,8 @@ protected:
     void Announce(const Internal::Arrival& arrival) override;
 
 private:
+    void SetEndpoint(const Platform::FileIdentity& endpoint);
+
     void RunWorker() override;
 
     MessageServer* mServer;

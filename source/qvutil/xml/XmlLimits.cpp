@@ -115,9 +115,7 @@ public:
                 SkipBehind("-->");
             } else if (StartsWith("<![CDATA[")) {
                 SkipBehind("]]>");
-            } else if (StartsWith("<!")) {
-                return false;
-            } else if (!SkipTag()) {
+            } else if (StartsWith("<!") || !SkipTag()) {
                 return false;
             }
         }
