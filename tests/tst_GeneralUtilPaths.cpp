@@ -90,7 +90,7 @@ void tst_GeneralUtilPaths::CleanPath_data()
     QTest::newRow("null") << QString() << u""_s;
     QTest::newRow("root") << u"/"_s << u"/"_s;
     QTest::newRow("padded root") << u" / "_s << u"/"_s;
-    QTest::newRow("root through ".."") << u"/a/.."_s << u"/"_s;
+    QTest::newRow("root through \"..\"") << u"/a/.."_s << u"/"_s;
     QTest::newRow("white space alone") << u" \t\n"_s << u""_s;
     QTest::newRow("leading and trailing slashes") << u"/Users/a/b/"_s << u"Users/a/b"_s;
     QTest::newRow("padded, doubled separator") << u" /a//b/ "_s << u"a/b"_s;
