@@ -23,6 +23,8 @@ private Q_SLOTS:
     void IsXmlCharacter_asTheParser();
     void FindNonXmlCharacter_data();
     void FindNonXmlCharacter();
+    void IsXmlName_data();
+    void IsXmlName();
     void FindXmlProblem_data();
     void FindXmlProblem();
     void FindXmlProblem_sameVerdictAsTheParser();
@@ -31,6 +33,8 @@ private Q_SLOTS:
     void IsSafeToParse_data();
     void IsSafeToParse();
     void IsSafeToParse_neverBeyondALimit();
+    void FindXmlProblem_endOfRoot_data();
+    void FindXmlProblem_endOfRoot();
 };
 
 void tst_XmlRules::init()
@@ -72,6 +76,34 @@ void tst_XmlRules::FindNonXmlCharacter()
     QCOMPARE(Quorvin::Util::Internal::FindNonXmlCharacter(text), expected);
 }
 
+void tst_XmlRules::IsXmlName_data()
+{
+    QTest::addColumn<QString>("text");
+    QTest::addColumn<bool>("expected");
+
+    QTest::newRow("letters") << u"Panel"_s << true;
+    QTest::newRow("letters beyond ASCII") << u"Größe"_s << true;
+    QTest::newRow("prefix") << u"ui:Panel"_s << true;
+    QTest::newRow("digit, point and hyphen behind") << u"a1.2-3"_s << true;
+    QTest::newRow("underscore first") << u"_a"_s << true;
+    QTest::newRow("empty") << QString() << false;
+    QTest::newRow("digit first") << u"1a"_s << false;
+    QTest::newRow("space") << u"a b"_s << false;
+    QTest::newRow("space behind") << u"a "_s << false;
+    QTest::newRow("attribute") << u"a b='c'"_s << false;
+    QTest::newRow("slash") << u"a/"_s << false;
+    QTest::newRow("markup") << u"a/><b"_s << false;
+    QTest::newRow("control character") << u"a\x01"_s << false;
+}
+
+void tst_XmlRules::IsXmlName()
+{
+    QFETCH(const QString, text);
+    QFETCH(const bool, expected);
+
+    QCOMPARE(Quorvin::Util::Internal::IsXmlName(text), expected);
+}
+
 void tst_XmlRules::FindXmlProblem_data()
 {
     QTest::addColumn<QByteArray>("xml");
@@ -91,9 +123,17 @@ void tst_XmlRules::FindXmlProblem_data()
         u"ends in the middle"_s);
     row("wrong end tag", "<r>\n<a></b></r>", int(Kind::Malformed), 2, 6, u"tag mismatch"_s);
     row("not UTF-8", "<r>\n \xC3\xA4 \xFF</r>", int(Kind::BadEncoding), 2, 4, u"not valid UTF-8"_s);
+    row("not UTF-8 from the first byte of a sequence", "<r>\n \xC3\xA4 \xE4</r>", int(Kind::BadEncoding), 2,
+        4, u"not valid UTF-8"_s);
     row("unknown encoding", "<?xml version='1.0' encoding='none'?><r/>", int(Kind::Malformed), 1, 37,
         u"unsupported"_s);
     row("unknown entity", "<r>&none;</r>", int(Kind::Malformed), 1, 9, u"none"_s);
+    row("zero bytes", QByteArray(16, '\0'), int(Kind::Malformed), 1, 1, {});
+    row("control character after a reference", "<!DOCTYPE r>\n<r>&lt;\x01</r>", int(Kind::Malformed), 2, 9,
+        {});
+    row("entity of its own", "<!DOCTYPE r [<!ENTITY e '&e;'>]>\n<r>&e;</r>", int(Kind::Malformed), 2, 6, {});
+    row("entity that is too long", "<!DOCTYPE r [<!ENTITY e '" + QByteArray(5000, 'x') + "'>]>\n<r>&e;</r>",
+        int(Kind::LimitExceeded), 2, 0, u"4,096 characters"_s);
     row("too deep", QByteArray("<a>\n").repeated(1001), int(Kind::LimitExceeded), 1001, 3, u"1,000 deep"_s);
     row(
         "too many attributes",
@@ -278,6 +318,31 @@ void tst_XmlRules::IsSafeToParse_neverBeyondALimit()
     }
     QVERIFY(safe > 300);
     QVERIFY(exceeding > 30);
+}
+
+void tst_XmlRules::FindXmlProblem_endOfRoot_data()
+{
+    QTest::addColumn<QByteArray>("xml");
+    QTest::addColumn<qint64>("inBytes");
+    QTest::addColumn<qint64>("inText");
+
+    QTest::newRow("inside") << QByteArray("<r><a></r>") << qint64{-1} << qint64{-1};
+    QTest::newRow("truncated") << QByteArray("<r>") << qint64{-1} << qint64{-1};
+    QTest::newRow("text behind") << QByteArray("<r/>noise") << qint64{4} << qint64{4};
+    QTest::newRow("second root") << QByteArray("<r>\n</r>\n<r/>") << qint64{8} << qint64{8};
+    QTest::newRow("behind characters of several bytes")
+        << QByteArray("<r a='\xC3\xA4'>\xF0\x9F\x98\x80</r>noise") << qint64{18} << qint64{15};
+}
+
+// Where the root element ends, for those who look for what comes behind it.
+void tst_XmlRules::FindXmlProblem_endOfRoot()
+{
+    QFETCH(const QByteArray, xml);
+    QFETCH(const qint64, inBytes);
+    QFETCH(const qint64, inText);
+
+    QCOMPARE(Quorvin::Util::Internal::FindXmlProblem(xml).value().RootEnd, inBytes);
+    QCOMPARE(Quorvin::Util::Internal::FindXmlProblem(QString::fromUtf8(xml)).value().RootEnd, inText);
 }
 
 QTEST_GUILESS_MAIN(tst_XmlRules)

@@ -23,16 +23,26 @@ constexpr QLatin1StringView kTooDeep("elements are nested more than 1,000 deep")
 constexpr QLatin1StringView kTooManyAttributes("an element has more than 10,000 attributes");
 constexpr QLatin1StringView kTooMuchDeclared("the document type declares too many attributes or entities");
 constexpr QLatin1StringView kTooMuchExpanded("entities or attribute defaults expand to too much");
+constexpr QLatin1StringView kTooLongEntity("an entity expands to more than 4,096 characters");
+
+bool IsUtf8Document(const QByteArray& document, const QXmlStreamReader& reader)
+{
+    const auto encoding = QStringConverter::encodingForData(document, u'<').value_or(QStringConverter::Utf8);
+    return encoding == QStringConverter::Utf8
+        && (reader.documentEncoding().isEmpty()
+            || reader.documentEncoding().compare("UTF-8"_L1, Qt::CaseInsensitive) == 0);
+}
+
+constexpr bool IsUtf8Document(const QString& /*document*/, const QXmlStreamReader& /*reader*/)
+{
+    return true;
+}
 
 // Converts an offset in UTF-16 units to one in the document. In encodings other than UTF-8, each unit counts
 // as one byte.
 qint64 ToDocumentOffset(const QByteArray& document, const QXmlStreamReader& reader, qint64 units)
 {
-    const auto encoding = QStringConverter::encodingForData(document, u'<').value_or(QStringConverter::Utf8);
-    const bool isUtf8 = encoding == QStringConverter::Utf8
-        && (reader.documentEncoding().isEmpty()
-            || reader.documentEncoding().compare("UTF-8"_L1, Qt::CaseInsensitive) == 0);
-    if (!isUtf8)
+    if (!IsUtf8Document(document, reader))
         return std::min<qint64>(units, document.size());
     qint64 at = document.startsWith("\xEF\xBB\xBF") ? 3 : 0;
     for (; at < document.size() && units > 0; ++at) {
@@ -70,25 +80,32 @@ constexpr QChar LineEnd(const QString& /*text*/)
     return u'\n';
 }
 
+bool IsUtf8(QByteArrayView bytes, QStringDecoder::Flag flag)
+{
+    QStringDecoder decoder(QStringDecoder::Utf8, flag);
+    static_cast<void>(QString(decoder(bytes))); // the conversion to a text decodes
+    return !decoder.hasError();
+}
+
 // Returns the index of the first byte that is not part of a UTF-8 sequence; -1 if there is none.
 qsizetype FindInvalidUtf8(const QByteArray& bytes)
 {
-    QStringDecoder decoder(QStringDecoder::Utf8, QStringDecoder::Flag::Stateless);
-    const QString decoded = decoder(bytes);
-    static_cast<void>(decoded);
-    if (!decoder.hasError())
+    using Flag = QStringDecoder::Flag;
+    const QByteArrayView view(bytes);
+    if (IsUtf8(view, Flag::Stateless))
         return -1;
-    // The shortest prefix with an error ends after the invalid byte.
+    // The longest prefix without an error, which may end within a character, ends before the byte that shows
+    // the error.
     qsizetype good = 0;
-    qsizetype bad = bytes.size();
+    qsizetype bad = view.size();
     while (bad - good > 1) {
         const qsizetype middle = good + (bad - good) / 2;
-        QStringDecoder half(QStringDecoder::Utf8);
-        const QString prefix = half(QByteArrayView(bytes).first(middle));
-        static_cast<void>(prefix);
-        (half.hasError() ? bad : good) = middle;
+        (IsUtf8(view.first(middle), Flag::Default) ? good : bad) = middle;
     }
-    return bad - 1;
+    // A sequence that is not continued is wrong from its first byte.
+    while (!IsUtf8(view.first(good), Flag::Stateless))
+        --good;
+    return good;
 }
 
 qsizetype FindInvalidUtf8(const QString& /*text*/)
@@ -103,6 +120,36 @@ template <typename Text> void SetPlace(XmlProblem& problem, const Text& document
     problem.Offset = offset;
     problem.Line = before.count(LineEnd(before)) + 1;
     problem.Column = ToText(before.sliced(before.lastIndexOf(LineEnd(before)) + 1)).size() + 1;
+}
+
+constexpr char ReferenceEnd(const QByteArray& /*text*/)
+{
+    return ';';
+}
+
+constexpr QChar ReferenceEnd(const QString& /*text*/)
+{
+    return u';';
+}
+
+// Returns whether the reader stopped at an entity that is too long. It reports an error of syntax then;
+// another reader with a higher limit gets over that place. Only documents in UTF-8 are looked at.
+template <typename Text> bool IsEntityTooLong(const QXmlStreamReader& failed, const Text& document)
+{
+    constexpr int kHigherLimit = 1024 * 1024;
+    if (failed.error() != QXmlStreamReader::NotWellFormedError || FindInvalidUtf8(document) >= 0
+        || !IsUtf8Document(document, failed))
+        return false;
+    const qsizetype referenceEnd = ToDocumentOffset(document, failed, failed.characterOffset());
+    if (referenceEnd == 0 || document.at(referenceEnd - 1) != ReferenceEnd(document))
+        return false;
+    // The next character may be the cause of another error.
+    QXmlStreamReader reader(document.first(std::min(referenceEnd + 1, document.size())));
+    ConfigureXmlReader(reader);
+    reader.setEntityExpansionLimit(kHigherLimit);
+    while (!reader.atEnd())
+        reader.readNext();
+    return reader.error() == QXmlStreamReader::PrematureEndOfDocumentError;
 }
 
 template <typename Text> XmlProblem DescribeError(const QXmlStreamReader& reader, const Text& document)
@@ -234,7 +281,14 @@ public:
             mReader.addData(mFed == 0 ? mDocument : mDocument.sliced(mFed));
         if (!ReadOn())
             return LimitProblem(mReason);
-        return mReader.hasError() ? std::optional(DescribeError(mReader, mDocument)) : std::nullopt;
+        if (!mReader.hasError())
+            return std::nullopt;
+        if (mHasDeclarations && IsEntityTooLong(mReader, mDocument))
+            return LimitProblem(kTooLongEntity);
+        XmlProblem problem = DescribeError(mReader, mDocument);
+        if (mRootEnd >= 0)
+            problem.RootEnd = ToDocumentOffset(mDocument, mReader, mRootEnd);
+        return problem;
     }
 
 private:
@@ -283,7 +337,8 @@ private:
                     return Fail(kTooMuchExpanded);
                 break;
             case QXmlStreamReader::EndElement:
-                --mDepth;
+                if (--mDepth == 0)
+                    mRootEnd = mReader.characterOffset();
                 break;
             default:
                 break;
@@ -313,6 +368,7 @@ private:
     QXmlStreamReader mReader;
     QLatin1StringView mReason;
     qsizetype mFed = 0;
+    qint64 mRootEnd = -1; // in UTF-16 units
     int mDepth = 0;
     bool mHasDeclarations = false;
     bool mHasCountedEntities = false;
@@ -331,6 +387,13 @@ qsizetype FindNonXmlCharacter(QStringView text)
             return i;
     }
     return -1;
+}
+
+bool IsXmlName(const QString& text)
+{
+    QXmlStreamReader reader(u'<' + text + "/>"_L1);
+    ConfigureXmlReader(reader);
+    return reader.readNextStartElement() && reader.qualifiedName() == text;
 }
 
 void WarnOfNonXmlCharacters(QStringView text)

@@ -48,6 +48,9 @@ inline constexpr qint64 kMaxFileSize = qint64(1024) * 1024 * 1024;
 /// \return its index; -1 if there is none
 [[nodiscard]] qsizetype FindNonXmlCharacter(QStringView text);
 
+/// Returns whether a text can be the name of an element or an attribute.
+[[nodiscard]] bool IsXmlName(const QString& text);
+
 /// Logs a warning if a text contains a character that XML does not allow. Such a text can be written, but the
 /// document does not load again.
 void WarnOfNonXmlCharacters(QStringView text);
@@ -70,6 +73,7 @@ struct XmlProblem
     qint64 Offset = 0; ///< counted from 0; bytes of a QByteArray, UTF-16 units of a QString
     qint64 Line = 1; ///< counted from 1
     qint64 Column = 1; ///< counted from 1, in UTF-16 units
+    qint64 RootEnd = -1; ///< offset of the end of the root element; -1 if the problem comes before it
     QString Reason; ///< in English, without a full stop
 };
 

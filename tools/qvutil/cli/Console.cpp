@@ -183,6 +183,11 @@ QString Quoted(const QString& text)
     return u'"' + Escape(text, {}, u"\"\\") + u'"';
 }
 
+QString CodePoint(char32_t c)
+{
+    return "U+"_L1 + QString::number(static_cast<uint>(c), 16).toUpper().rightJustified(4, u'0');
+}
+
 ProgressBar::ProgressBar(qint64 total)
     : mTotal(std::max<qint64>(total, 1))
     , mWanted(IsErrorTerminal() && qgetenv("TERM") != "dumb")

@@ -40,6 +40,8 @@ void PrintError(const QString& text);
 [[nodiscard]] QString Visible(const QString& text);
 /// Gives text in double quotes on one line, with '"', '\' and control characters as escapes.
 [[nodiscard]] QString Quoted(const QString& text);
+/// Names a character by its number: U+0001.
+[[nodiscard]] QString CodePoint(char32_t c);
 
 /// A progress bar on standard error while it is a terminal; nothing at all elsewhere.
 /// It appears only when the work has lasted for some tenths of a second, and disappears with the object.

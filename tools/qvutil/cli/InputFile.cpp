@@ -4,6 +4,7 @@
 #include "cli/InputFile.h"
 
 #include "cli/Failure.h"
+#include <qvutil/xml/XmlRules_p.h>
 
 #include <QFile>
 #include <QFileInfo>
@@ -16,8 +17,6 @@ using namespace Qt::StringLiterals;
 namespace Quorvin::Tool {
 namespace {
 
-// A document takes many times its size in memory; a larger file was hardly meant.
-constexpr qint64 kMaxSize = qint64{1} << 30;
 constexpr qint64 kChunkSize = 1 << 16;
 
 constexpr QStringView kTooLarge = u"larger than 1 GiB, which is more than the tool reads";
@@ -57,7 +56,8 @@ InputFile::InputFile(const QString& argument, Size size)
     : mPath(argument)
     , mName(argument)
 {
-    const qint64 maximumSize = size == AnySize ? std::numeric_limits<qint64>::max() : kMaxSize;
+    const qint64 maximumSize
+        = size == AnySize ? std::numeric_limits<qint64>::max() : Util::Internal::kMaxFileSize;
     QFile file(argument);
     if (argument == "-"_L1) {
         mName = u"standard input"_s;

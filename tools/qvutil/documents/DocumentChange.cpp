@@ -55,9 +55,12 @@ ExitCode DocumentChange::Finish(const Verification& isAsIntended)
     const QByteArray content = Util::Internal::WriteXmlFile(mFiler.GetCurrentNode().ownerDocument());
     XmlFiler copy;
     copy.TranslateEnabled = false;
-    if (!copy.LoadFromXmlString(QString::fromUtf8(content)))
+    if (!copy.LoadFromXmlString(QString::fromUtf8(content))) {
+        const auto problem = FindFileProblem(content);
         throw Failure(Name(),
-                      u"would not load after the change: %1; nothing was changed"_s.arg(LimitsReason()));
+                      u"would not load after the change: %1; nothing was changed"_s.arg(
+                          problem ? problem->Reason : copy.GetLoadError().Text));
+    }
     if (isAsIntended && !isAsIntended(copy))
         throw Failure(Name(), u"the change would not read back from the file; nothing was changed"_s);
 

@@ -8,119 +8,52 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
-#include <QStringDecoder>
-#include <QXmlStreamReader>
 
 #include <algorithm>
 
 using namespace Qt::StringLiterals;
+using Quorvin::Util::Internal::XmlProblem;
 
 namespace Quorvin::Tool {
-namespace {
 
-// As much as the library takes.
-constexpr int kMaxExpansion = 16 * 1024 * 1024;
-
-bool IsUtf8(QByteArrayView bytes, QStringDecoder::Flag flag)
+QString ReasonText(const XmlProblem& problem)
 {
-    QStringDecoder decoder(QStringDecoder::Utf8, flag);
-    static_cast<void>(QString(decoder(bytes))); // the conversion to a text decodes
-    return !decoder.hasError();
-}
-
-// The parser decodes a file in large pieces and does not tell which byte is wrong.
-std::optional<qsizetype> FindByteThatIsNoUtf8(QByteArrayView bytes)
-{
-    // A piece that ends within a character is right so far.
-    if (IsUtf8(bytes, QStringDecoder::Flag::Default))
-        return std::nullopt;
-    qsizetype good = 0;
-    qsizetype bad = bytes.size();
-    while (bad - good > 1) {
-        const qsizetype middle = good + (bad - good) / 2;
-        (IsUtf8(bytes.first(middle), QStringDecoder::Flag::Default) ? good : bad) = middle;
+    switch (problem.What) {
+    case XmlProblem::Kind::Truncated:
+        return problem.Offset == 0 ? u"the file is empty"_s
+                                   : u"the file ends in the middle of the document"_s;
+    case XmlProblem::Kind::LimitExceeded:
+        return u"nested deeper, or with more text in its entities, than the library takes"_s;
+    case XmlProblem::Kind::BadEncoding:
+    case XmlProblem::Kind::Malformed:
+        break;
     }
-    // The character that does not go on is the wrong one, not the byte that shows it.
-    while (!IsUtf8(bytes.first(good), QStringDecoder::Flag::Stateless))
-        --good;
-    return good;
+    return problem.Reason;
 }
 
-std::optional<ParseProblem> FindEncodingProblem(QFile& file)
+std::optional<XmlProblem> FindFileProblem(const QByteArray& content)
 {
-    if (!file.seek(0))
+    std::optional<XmlProblem> problem = Util::Internal::FindXmlProblem(content);
+    if (!problem)
         return std::nullopt;
-    const QByteArray bytes = file.readAll();
-    const auto offset = FindByteThatIsNoUtf8(bytes);
-    if (!offset)
-        return std::nullopt;
-    const QByteArrayView before = QByteArrayView(bytes).first(*offset);
-    const qsizetype lineStart = before.lastIndexOf('\n') + 1;
-    return ParseProblem{.Line = before.count('\n') + 1,
-                        .Column = *offset - lineStart + 1,
-                        .Reason = u"a byte that is not valid UTF-8"_s,
-                        .IsTorn = false};
+    if (problem->What == XmlProblem::Kind::Truncated)
+        problem->Column = std::max<qint64>(problem->Column - 1, 1);
+    else if (problem->What == XmlProblem::Kind::BadEncoding)
+        problem->Column = problem->Offset - content.first(problem->Offset).lastIndexOf('\n');
+    else if (problem->What == XmlProblem::Kind::LimitExceeded)
+        problem->Line = problem->Column = 0;
+    problem->Reason = ReasonText(*problem);
+    return problem;
 }
 
-// The parser does not always know how far it came.
-ParseProblem TornAtEnd(QFile& file)
+void RequireLoadable(const QString& name, const QByteArray& content)
 {
-    const QByteArray bytes = file.seek(0) ? file.readAll() : QByteArray();
-    const QByteArray lastLine = bytes.sliced(bytes.lastIndexOf('\n') + 1);
-    return ParseProblem{.Line = bytes.count('\n') + 1,
-                        .Column = std::max<qint64>(QString::fromUtf8(lastLine).size(), 1),
-                        .Reason = u"the file ends in the middle of the document"_s,
-                        .IsTorn = true};
-}
-
-bool IsEncodingError(const QXmlStreamReader& reader)
-{
-    const QStringView encoding = reader.documentEncoding();
-    return reader.error() == QXmlStreamReader::NotWellFormedError
-        && reader.errorString().contains("encoded"_L1)
-        && (encoding.isEmpty() || encoding.compare("UTF-8"_L1, Qt::CaseInsensitive) == 0);
-}
-
-} // namespace
-
-std::optional<ParseProblem> FindParseProblem(const QString& path)
-{
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly))
-        return ParseProblem{.Line = 1, .Column = 1, .Reason = file.errorString(), .IsTorn = false};
-    if (file.atEnd())
-        return ParseProblem{.Line = 1, .Column = 1, .Reason = u"the file is empty"_s, .IsTorn = true};
-
-    QXmlStreamReader reader(&file);
-    reader.setNamespaceProcessing(false);
-    reader.setEntityExpansionLimit(kMaxExpansion);
-    while (!reader.atEnd())
-        reader.readNext();
-    if (!reader.hasError())
-        return std::nullopt;
-    if (IsEncodingError(reader)) {
-        if (const auto problem = FindEncodingProblem(file))
-            return problem;
-    }
-    if (reader.error() == QXmlStreamReader::PrematureEndOfDocumentError)
-        return TornAtEnd(file);
-    QString reason = reader.errorString().simplified();
-    while (reason.endsWith(u'.'))
-        reason.chop(1);
-    return ParseProblem{.Line = reader.lineNumber(),
-                        .Column = std::max<qint64>(reader.columnNumber(), 1),
-                        .Reason = reason,
-                        .IsTorn = false};
-}
-
-QString LimitsReason()
-{
-    return u"nested deeper, or with more text in its entities, than the library takes"_s;
-}
-
-void FailToParse(const QString& name, const ParseProblem& problem)
-{
-    throw Failure(u"%1:%2:%3"_s.arg(name).arg(problem.Line).arg(problem.Column), problem.Reason);
+    const std::optional<XmlProblem> problem = FindFileProblem(content);
+    if (!problem)
+        return;
+    if (problem->Line == 0)
+        throw Failure(name, problem->Reason);
+    throw Failure(u"%1:%2:%3"_s.arg(name).arg(problem->Line).arg(problem->Column), problem->Reason);
 }
 
 void LoadDocument(Util::XmlFiler& filer, const InputFile& file)
@@ -130,10 +63,8 @@ void LoadDocument(Util::XmlFiler& filer, const InputFile& file)
     const Util::XmlLoadError error = filer.GetLoadError();
     if (error.Line == 0) // not a matter of what the file holds
         throw Failure(file.Name(), error.Text);
-    const auto problem = FindParseProblem(file.Path());
-    if (!problem)
-        throw Failure(file.Name(), LimitsReason());
-    FailToParse(file.Name(), *problem);
+    RequireLoadable(file.Name(), file.ReadAll());
+    throw Failure(file.Name(), error.Text); // somebody has just changed it
 }
 
 void SaveDocument(Util::XmlFiler& filer, const QString& file)

@@ -7,31 +7,25 @@
 #include "cli/InputFile.h"
 
 #include <qvutil/XmlFiler.h>
+#include <qvutil/xml/XmlRules_p.h>
 
+#include <QByteArray>
 #include <QString>
 
 #include <optional>
 
 namespace Quorvin::Tool {
 
-/// Why and where a document does not parse.
-struct ParseProblem
-{
-    qint64 Line; ///< counted from 1
-    qint64 Column; ///< counted from 1
-    QString Reason; ///< one line, for people
-    bool IsTorn; ///< the file ends in the middle of the document, or is empty
-};
-
-/// Looks for the first place at which a file is not well-formed XML.
-/// \return empty if it is well-formed
-[[nodiscard]] std::optional<ParseProblem> FindParseProblem(const QString& path);
-
-/// What to say of a file that is well-formed and yet not taken by the library.
-[[nodiscard]] QString LimitsReason();
-
-/// Throws Failure with the place of the problem.
-[[noreturn]] void FailToParse(const QString& name, const ParseProblem& problem);
+/// The reason for a problem, in words about a file.
+[[nodiscard]] QString ReasonText(const Util::Internal::XmlProblem& problem);
+/// Finds out what keeps a file from being loaded. Line and column are those to show: of the last character if
+/// the file is truncated, counted in bytes if the encoding is wrong, and 0 if a limit is exceeded, which
+/// no single place is to blame for.
+/// \return nothing if the library loads it
+[[nodiscard]] std::optional<Util::Internal::XmlProblem> FindFileProblem(const QByteArray& content);
+/// Throws Failure with the place and the reason if the library does not load a file.
+/// \param name  how to call the file
+void RequireLoadable(const QString& name, const QByteArray& content);
 
 /// Loads a document; throws Failure with line, column and reason if it cannot be read or does not parse.
 void LoadDocument(Util::XmlFiler& filer, const InputFile& file);

@@ -5,11 +5,11 @@
 
 #include "cli/Console.h"
 #include "cli/Failure.h"
-
-#include <QXmlStreamReader>
+#include <qvutil/xml/XmlRules_p.h>
 
 using namespace Qt::StringLiterals;
 using Quorvin::Util::XmlFiler;
+using Quorvin::Util::Internal::IsXmlName;
 
 namespace Quorvin::Tool {
 namespace {
@@ -150,13 +150,6 @@ QString ElementPath::Of(const QDomElement& element)
 QString ElementPath::Of(const XmlFiler& filer)
 {
     return Of(filer.GetCurrentNode().toElement());
-}
-
-bool IsXmlName(const QString& text)
-{
-    QXmlStreamReader reader(u'<' + text + "/>"_L1);
-    reader.setNamespaceProcessing(false);
-    return reader.readNextStartElement() && reader.qualifiedName() == text;
 }
 
 void CheckXmlName(const QString& text)

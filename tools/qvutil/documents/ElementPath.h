@@ -67,8 +67,6 @@ private:
     bool mIsFromRoot = false; ///< begins with a separator, so that the first step may name the root
 };
 
-/// Whether text is the name of an element or attribute.
-[[nodiscard]] bool IsXmlName(const QString& text);
 /// Throws UsageFailure if text is not the name of an element or attribute.
 void CheckXmlName(const QString& text);
 

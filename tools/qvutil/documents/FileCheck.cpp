@@ -3,6 +3,7 @@
 
 #include "documents/FileCheck.h"
 
+#include "cli/Console.h"
 #include "cli/Failure.h"
 #include "documents/DocumentEntries.h"
 #include "documents/DocumentFile.h"
@@ -15,6 +16,8 @@
 using namespace Qt::StringLiterals;
 using Quorvin::Util::GeneralUtil;
 using Quorvin::Util::XmlFiler;
+using Quorvin::Util::Internal::IsXmlCharacter;
+using Quorvin::Util::Internal::XmlProblem;
 
 namespace Quorvin::Tool {
 namespace {
@@ -53,12 +56,6 @@ private:
     qint64 mLine = 1;
 };
 
-bool IsForbidden(char byte)
-{
-    const auto code = static_cast<unsigned char>(byte);
-    return code < 0x20 && code != '\t' && code != '\n' && code != '\r';
-}
-
 // UTF-16 has zero bytes of its own: in such a file the parser's word has to do.
 bool IsWideText(const QByteArray& bytes)
 {
@@ -79,14 +76,13 @@ void FindCharacters(const QByteArray& bytes, QList<FileProblem>& problems)
     const qsizetype size = SizeWithoutZeros(bytes);
     qsizetype found = 0;
     for (qsizetype i = 0; i < size && found < kMaxOfKind; ++i) {
-        if (!IsForbidden(bytes.at(i)))
+        const auto code = static_cast<unsigned char>(bytes.at(i));
+        if (IsXmlCharacter(code)) // so are the bytes of characters beyond ASCII
             continue;
         ++found;
         position.MoveTo(i);
-        const QString code = QString::number(static_cast<unsigned char>(bytes.at(i)), 16).toUpper();
         problems.append(position.ProblemHere(
-            FileProblem::Character,
-            u"the character U+%1 cannot be read back"_s.arg(code.rightJustified(4, u'0'))));
+            FileProblem::Character, u"the character %1 cannot be read back"_s.arg(Console::CodePoint(code))));
     }
     if (size < bytes.size()) {
         position.MoveTo(size);
@@ -95,17 +91,29 @@ void FindCharacters(const QByteArray& bytes, QList<FileProblem>& problems)
     }
 }
 
-void FindParseProblems(const InputFile& file, QList<FileProblem>& problems)
+FileProblem::Kind KindOf(const XmlProblem& problem)
 {
-    const auto problem = FindParseProblem(file.Path());
-    if (!problem) {
-        problems.append({.What = FileProblem::Limits, .Line = 0, .Column = 0, .Reason = LimitsReason()});
-        return;
+    switch (problem.What) {
+    case XmlProblem::Kind::Truncated:
+        return FileProblem::Torn;
+    case XmlProblem::Kind::LimitExceeded:
+        return FileProblem::Limits;
+    case XmlProblem::Kind::BadEncoding:
+    case XmlProblem::Kind::Malformed:
+        break;
     }
-    // The parser stumbles over what has been found already.
-    if (!problems.isEmpty() && problems.front().Line <= problem->Line)
+    return FileProblem::Malformed;
+}
+
+void FindParseProblems(const QByteArray& content, QList<FileProblem>& problems)
+{
+    const std::optional<XmlProblem> problem = FindFileProblem(content);
+    if (!problem)
         return;
-    problems.append({.What = problem->IsTorn ? FileProblem::Torn : FileProblem::Malformed,
+    // The parser stumbles over what has been found already.
+    if (problem->Line > 0 && !problems.isEmpty() && problems.front().Line <= problem->Line)
+        return;
+    problems.append({.What = KindOf(*problem),
                      .Line = problem->Line,
                      .Column = problem->Column,
                      .Reason = problem->Reason});
@@ -174,13 +182,14 @@ QJsonObject FileProblem::ToJson() const
 QList<FileProblem> CheckFile(const InputFile& file)
 {
     QList<FileProblem> problems;
-    FindCharacters(file.ReadAll(), problems);
+    const QByteArray content = file.ReadAll();
+    FindCharacters(content, problems);
     XmlFiler filer;
     filer.TranslateEnabled = false;
     if (filer.LoadFromXmlFile(file.Path()))
         FindChanges(filer, problems);
     else
-        FindParseProblems(file, problems);
+        FindParseProblems(content, problems);
     FindLeftovers(file, problems);
     return problems;
 }

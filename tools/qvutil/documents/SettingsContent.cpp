@@ -8,6 +8,7 @@
 #include "documents/DocumentEntries.h"
 #include "documents/ElementPath.h"
 #include "documents/TypedValue.h"
+#include <qvutil/xml/XmlRules_p.h>
 
 #include <QDomDocument>
 #include <QHash>
@@ -16,6 +17,7 @@
 
 using namespace Qt::StringLiterals;
 using Quorvin::Util::XmlFiler;
+using Quorvin::Util::Internal::IsXmlName;
 
 namespace Quorvin::Tool {
 namespace {

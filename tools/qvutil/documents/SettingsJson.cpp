@@ -8,6 +8,7 @@
 #include "documents/DocumentEntries.h"
 #include "documents/ElementPath.h"
 #include "documents/TypedValue.h"
+#include <qvutil/xml/XmlRules_p.h>
 
 #include <QDomElement>
 #include <QJsonArray>
@@ -18,6 +19,7 @@
 #include <optional>
 
 using namespace Qt::StringLiterals;
+using Quorvin::Util::Internal::IsXmlName;
 
 namespace Quorvin::Tool {
 namespace {

@@ -112,8 +112,7 @@ private:
             mContent = content; // if it does not load, that is reported once
         const InputFile file(mOptions.File);
         // The library logs failed loads, and the session prints its log.
-        if (const std::optional<ParseProblem> problem = FindParseProblem(file.Path()))
-            FailToParse(file.Name(), *problem);
+        RequireLoadable(file.Name(), file.ReadAll());
         LoadDocument(filer, file);
         mContent = content;
         const QList<Entry> entries = ListEntries(filer.GetCurrentNode().toElement());

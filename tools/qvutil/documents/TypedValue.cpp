@@ -6,6 +6,7 @@
 #include "cli/Console.h"
 #include "cli/Failure.h"
 #include "documents/ElementPath.h"
+#include <qvutil/xml/XmlRules_p.h>
 
 #include <QDomElement>
 #include <QJsonObject>
@@ -390,13 +391,10 @@ QString DoubleText(double value)
 
 void CheckCharacters(const QString& text)
 {
-    for (const QChar c : text) {
-        const char16_t code = c.unicode();
-        const bool isWhite = code == '\t' || code == '\n' || code == '\r';
-        if ((code < 0x20 && !isWhite) || code >= 0xfffe) {
-            throw UsageFailure(u"the value holds the character U+%1, which XML cannot hold"_s.arg(
-                QString::number(code, 16).toUpper().rightJustified(4, u'0')));
-        }
+    const qsizetype at = Util::Internal::FindNonXmlCharacter(text);
+    if (at >= 0) {
+        throw UsageFailure(u"the value holds the character %1, which XML cannot hold"_s.arg(
+            Console::CodePoint(text.at(at).unicode())));
     }
 }
 

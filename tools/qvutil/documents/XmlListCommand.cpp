@@ -6,6 +6,7 @@
 #include "cli/Console.h"
 #include "cli/Report.h"
 #include "documents/DocumentEntries.h"
+#include <qvutil/xml/XmlRules_p.h>
 
 #include <QJsonArray>
 #include <QJsonObject>
@@ -14,17 +15,16 @@
 
 using namespace Qt::StringLiterals;
 using Quorvin::Util::XmlFiler;
+using Quorvin::Util::Internal::kMaxElementDepth;
 
 namespace Quorvin::Tool {
 namespace {
 
-// Documents that are deeper are not loaded.
-constexpr int kMaxDepth = 1000;
 constexpr qsizetype kShownCharacters = 100;
 
 struct ListOptions : PartOptions
 {
-    int Depth = kMaxDepth;
+    int Depth = kMaxElementDepth; // documents that are deeper are not loaded
 };
 
 // A tree is looked at by people: a long value, such as a picture, is shown by its beginning.
@@ -95,7 +95,7 @@ void AddXmlListCommand(CommandLine& line, CLI::App& group)
                                      "qvutil xml list app.xml --json | jq .children[].name",
                                      [options] { return List(*options); });
     AddPartArguments(list, *options);
-    AddNumber(list, "--depth", options->Depth, {.Min = 0, .Max = kMaxDepth},
+    AddNumber(list, "--depth", options->Depth, {.Min = 0, .Max = kMaxElementDepth},
               "Levels to go down below the element; all if not given")
         ->type_name("LEVELS");
 }

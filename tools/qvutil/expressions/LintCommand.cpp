@@ -10,6 +10,7 @@
 #include "documents/DocumentFile.h"
 #include "expressions/CommandSupport.h"
 #include "expressions/ExpressionOutline.h"
+#include <qvutil/xml/XmlRules_p.h>
 
 #include <QFile>
 #include <QJsonObject>
@@ -138,15 +139,10 @@ void LintFile(Linter& linter, const QString& argument)
 void LintXmlFile(Linter& linter, const QString& argument, const QStringList& attributes)
 {
     const InputFile input(argument);
-    if (const std::optional<ParseProblem> problem = FindParseProblem(input.Path())) {
-        throw Failure(u"%1:%2:%3"_s.arg(input.Name()).arg(problem->Line).arg(problem->Column),
-                      problem->Reason);
-    }
-    QFile file(input.Path());
-    if (!file.open(QIODevice::ReadOnly))
-        throw Failure(input.Name(), file.errorString());
-    QXmlStreamReader reader(&file);
-    reader.setNamespaceProcessing(false); // as the library: an unknown prefix is no error
+    const QByteArray content = input.ReadAll();
+    RequireLoadable(input.Name(), content);
+    QXmlStreamReader reader(content);
+    Util::Internal::ConfigureXmlReader(reader);
     while (!reader.atEnd()) {
         if (reader.readNext() != QXmlStreamReader::StartElement)
             continue;
@@ -159,8 +155,6 @@ void LintXmlFile(Linter& linter, const QString& argument, const QStringList& att
             }
         }
     }
-    if (reader.hasError()) // what follows was not looked at
-        throw Failure(input.Name(), LimitsReason());
 }
 
 ExitCode Lint(const LintOptions& options)

@@ -10,10 +10,10 @@
 #include <qvutil/messaging/IPC_p.h>
 #include <qvutil/messaging/MessageCodec_p.h>
 #include <qvutil/messaging/ParameterTypes_p.h>
+#include <qvutil/xml/XmlRules_p.h>
 
 #include <QJsonArray>
 #include <QJsonDocument>
-#include <QXmlStreamReader>
 
 #include <algorithm>
 #include <limits>
@@ -23,6 +23,7 @@ using Quorvin::Util::MessageInfo;
 using Quorvin::Util::XmlFiler;
 using Quorvin::Util::Internal::TypeIdOf;
 using Quorvin::Util::Internal::TypeName;
+using Quorvin::Util::Internal::XmlProblem;
 
 namespace Quorvin::Tool {
 
@@ -98,15 +99,11 @@ std::optional<QVariant> BytesFrom(const QJsonValue& json)
 // Documents cannot hold every character, nor be read if one is written all the same.
 void RequireCharacters(const QString& text, const QString& place)
 {
-    for (qsizetype i = 0; i < text.size(); ++i) {
-        const QChar c = text.at(i);
-        const bool isPair = c.isHighSurrogate() && i + 1 < text.size() && text.at(i + 1).isLowSurrogate();
-        if (isPair)
-            ++i;
-        else if (c.isSurrogate() || c.unicode() >= 0xFFFE || (c < u' ' && !u"\t\n\r"_s.contains(c)))
-            FailAt(place,
-                   u"holds the character U+%1, which a message cannot hold"_s.arg(
-                       QString::number(c.unicode(), 16).toUpper().rightJustified(4, u'0')));
+    const qsizetype at = Util::Internal::FindNonXmlCharacter(text);
+    if (at >= 0) {
+        FailAt(place,
+               u"holds the character %1, which a message cannot hold"_s.arg(
+                   Console::CodePoint(text.at(at).unicode())));
     }
 }
 
@@ -389,29 +386,20 @@ QString WhySkipped(const MessagePiece& piece, const QString& document)
 {
     if (!piece.Bytes.startsWith(Util::Internal::kFrameStartBytes))
         return u"no document begins here"_s;
-    QXmlStreamReader reader(document);
-    reader.setNamespaceProcessing(false);
-    qint64 rootEnd = -1;
-    int depth = 0;
-    while (!reader.atEnd()) {
-        reader.readNext();
-        depth += reader.isStartElement() ? 1 : reader.isEndElement() ? -1 : 0;
-        if (reader.isEndElement() && depth == 0)
-            rootEnd = reader.characterOffset();
-    }
-    const qint64 at = rootEnd >= 0 ? rootEnd : reader.characterOffset();
-    const qint64 byte
-        = piece.Offset + QStringView(document).first(std::min(at, document.size())).toUtf8().size();
-    if (rootEnd >= 0 && reader.hasError())
-        return u"the document ends at byte %1, and what follows makes it unreadable"_s.arg(byte);
-    if (reader.error() == QXmlStreamReader::PrematureEndOfDocumentError)
+    const auto byteAt = [&](qint64 offset) {
+        return QString::number(piece.Offset + QStringView(document).first(offset).toUtf8().size());
+    };
+    // A frame that loads, and is dropped all the same, exceeds a limit of messages alone.
+    const XmlProblem problem = Util::Internal::FindXmlProblem(document).value_or(
+        XmlProblem{.What = XmlProblem::Kind::LimitExceeded, .Reason = {}});
+    if (problem.RootEnd >= 0)
+        return u"the document ends at byte %1, and what follows makes it unreadable"_s.arg(
+            byteAt(problem.RootEnd));
+    if (problem.What == XmlProblem::Kind::Truncated)
         return u"the document is cut off"_s;
-    if (!reader.hasError())
-        return LimitsReason();
-    QString reason = reader.errorString().simplified();
-    while (reason.endsWith(u'.'))
-        reason.chop(1);
-    return u"byte %1: %2"_s.arg(byte).arg(reason);
+    if (problem.What == XmlProblem::Kind::LimitExceeded)
+        return ReasonText(problem);
+    return u"byte %1: %2"_s.arg(byteAt(problem.Offset), problem.Reason);
 }
 
 } // namespace
