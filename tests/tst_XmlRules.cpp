@@ -133,7 +133,7 @@ void tst_XmlRules::FindXmlProblem_data()
         {});
     row("entity of its own", "<!DOCTYPE r [<!ENTITY e '&e;'>]>\n<r>&e;</r>", int(Kind::Malformed), 2, 6, {});
     row("entity that is too long", "<!DOCTYPE r [<!ENTITY e '" + QByteArray(5000, 'x') + "'>]>\n<r>&e;</r>",
-        int(Kind::LimitExceeded), 2, 0, u"4,096 characters"_s);
+        int(Kind::LimitExceeded), 2, 6, u"4,096 characters"_s);
     row("too deep", QByteArray("<a>\n").repeated(1001), int(Kind::LimitExceeded), 1001, 3, u"1,000 deep"_s);
     row(
         "too many attributes",
@@ -164,7 +164,8 @@ void tst_XmlRules::FindXmlProblem()
     QVERIFY(!problem->Reason.endsWith(u'.'));
     QCOMPARE(problem->Line, line);
     // The columns that Qt reports differ between versions.
-    QVERIFY2(qAbs(problem->Column - column) <= (problem->What == Kind::Malformed ? 2 : 0),
+    const bool isOfQt = problem->What == Kind::Malformed || reason.contains("4,096"_L1);
+    QVERIFY2(qAbs(problem->Column - column) <= (isOfQt ? 2 : 0),
              qPrintable(QString::number(problem->Column)));
     // The offset refers to the same position.
     const QByteArray before = xml.first(problem->Offset);

@@ -5,9 +5,11 @@
 
 #include "cli/Failure.h"
 #include "documents/DocumentFile.h"
+#include <qvutil/xml/XmlRules_p.h>
 
 #include <QRegularExpression>
 #include <QStringConverter>
+#include <QXmlStreamReader>
 
 #include <algorithm>
 
@@ -16,146 +18,100 @@ using namespace Qt::StringLiterals;
 namespace Quorvin::Tool {
 namespace {
 
-bool IsXmlSpace(QChar c)
-{
-    return c == u' ' || c == u'\t' || c == u'\n' || c == u'\r';
-}
-
-/// Walks over the markup of a text that is known to be well formed, and notes its elements and attributes.
-class Scanner
+/// Finds the places of the elements of a text that the library has loaded, and of their attributes.
+class PlaceReader
 {
 public:
-    Scanner(QStringView text, QList<XmlSource::Element>& elements, QList<XmlSource::Attribute>& attributes)
+    PlaceReader(const QString& text, QList<XmlSource::Element>& elements,
+                QList<XmlSource::Attribute>& attributes)
         : mText(text)
         , mElements(elements)
         , mAttributes(attributes)
-    { }
-
-    void Run()
+        , mReader(text)
     {
-        while ((mPosition = mText.indexOf(u'<', mPosition)) >= 0) {
-            const QStringView rest = mText.mid(mPosition);
-            if (rest.startsWith("<!--"_L1))
-                SkipPast(u"-->");
-            else if (rest.startsWith("<![CDATA["_L1))
-                SkipPast(u"]]>");
-            else if (rest.startsWith("<?"_L1))
-                SkipPast(u"?>");
-            else if (rest.startsWith("<!"_L1))
-                SkipDocumentType();
-            else if (rest.startsWith("</"_L1))
-                ReadEndTag();
-            else
-                ReadStartTag();
+        Util::Internal::ConfigureXmlReader(mReader);
+    }
+
+    /// \return false if there is an element that the text does not spell out: it comes from an entity
+    bool Run()
+    {
+        while (!mReader.atEnd()) {
+            const auto token = mReader.readNext();
+            if ((token == QXmlStreamReader::StartElement && !AddElement())
+                || (token == QXmlStreamReader::EndElement && !EndElement()))
+                return false;
         }
+        return !mReader.hasError();
     }
 
 private:
-    void SkipPast(QStringView end)
+    /// Finds the tag that the reader has just read. Inside an entity, the reader's offset is that of the end
+    /// of the reference.
+    /// \return the offset of its '<', of which a tag has only one; -1 if the text has no such tag there
+    [[nodiscard]] qsizetype FindTag(QLatin1StringView start) const
     {
-        const qsizetype found = mText.indexOf(end, mPosition);
-        mPosition = found < 0 ? mText.size() : found + end.size();
+        const qsizetype begin = mText.lastIndexOf(u'<', mReader.characterOffset() - 1);
+        const QStringView tag = QStringView(mText).first(mReader.characterOffset()).mid(begin);
+        const bool isTag = begin >= mLastTagEnd && tag.endsWith(u'>') && tag.startsWith(start)
+            && tag.sliced(start.size()).startsWith(mReader.qualifiedName());
+        return isTag ? begin : -1;
     }
 
-    /// Quotes and comments inside the declaration may hold any bracket.
-    void SkipDocumentType()
+    bool AddElement()
     {
-        int depth = 0;
-        while (mPosition < mText.size()) {
-            const QChar c = mText.at(mPosition);
-            if (c == u'"' || c == u'\'') {
-                ++mPosition;
-                SkipPast(QStringView(&c, 1));
-                continue;
-            }
-            if (mText.mid(mPosition).startsWith("<!--"_L1)) {
-                SkipPast(u"-->");
-                continue;
-            }
-            if (mText.mid(mPosition).startsWith("<?"_L1)) {
-                SkipPast(u"?>");
-                continue;
-            }
-            ++mPosition;
-            if (c == u'<')
-                ++depth;
-            else if (c == u'>' && --depth == 0)
-                return;
-        }
-    }
-
-    void ReadEndTag()
-    {
-        const qsizetype begin = mPosition;
-        SkipPast(u">");
-        if (mOpen.isEmpty())
-            return;
-        XmlSource::Element& element = mElements[mOpen.takeLast()];
-        element.ContentEnd = begin;
-        element.End = mPosition;
-    }
-
-    void SkipSpace()
-    {
-        while (mPosition < mText.size() && IsXmlSpace(mText.at(mPosition)))
-            ++mPosition;
-    }
-
-    QStringView ReadName()
-    {
-        const qsizetype begin = mPosition;
-        while (mPosition < mText.size()) {
-            const QChar c = mText.at(mPosition);
-            if (IsXmlSpace(c) || c == u'=' || c == u'/' || c == u'>')
-                break;
-            ++mPosition;
-        }
-        return mText.mid(begin, mPosition - begin);
-    }
-
-    void ReadStartTag()
-    {
+        const qsizetype begin = FindTag("<"_L1);
+        if (begin < 0)
+            return false;
+        mLastTagEnd = mReader.characterOffset();
         XmlSource::Element element;
-        element.Begin = mPosition++;
+        element.Name = QStringView(mText).sliced(begin + 1, mReader.qualifiedName().size());
         element.Parent = mOpen.isEmpty() ? -1 : mOpen.constLast();
-        element.Name = ReadName();
+        element.Begin = begin;
+        element.TagEnd = element.ContentEnd = element.End = mLastTagEnd;
         element.FirstAttribute = mAttributes.size();
-        SkipSpace();
-        while (mPosition < mText.size() && mText.at(mPosition) != u'>' && mText.at(mPosition) != u'/') {
-            ReadAttribute();
-            SkipSpace();
-        }
+        AddAttributes(begin + 1 + element.Name.size());
         element.AttributeCount = mAttributes.size() - element.FirstAttribute;
-        const bool selfClosing = mPosition < mText.size() && mText.at(mPosition) == u'/';
-        SkipPast(u">");
-        element.TagEnd = element.ContentEnd = element.End = mPosition;
-        if (!selfClosing)
-            mOpen.append(static_cast<int>(mElements.size()));
+        mOpen.append(static_cast<int>(mElements.size()));
         mElements.append(element);
+        return true;
     }
 
-    void ReadAttribute()
+    void AddAttributes(qsizetype position)
     {
-        XmlSource::Attribute attribute;
-        attribute.Begin = mPosition;
-        attribute.Name = ReadName();
-        SkipSpace();
-        ++mPosition; // '='
-        SkipSpace();
-        if (mPosition >= mText.size())
-            return;
-        const QChar quote = mText.at(mPosition++);
-        attribute.ValueBegin = mPosition;
-        SkipPast(QStringView(&quote, 1));
-        attribute.ValueEnd = mPosition - 1;
-        mAttributes.append(attribute);
+        const QXmlStreamAttributes found = mReader.attributes();
+        for (const QXmlStreamAttribute& attribute : found) {
+            if (attribute.isDefault()) // declared by the document type
+                continue;
+            XmlSource::Attribute place;
+            place.Begin = mText.indexOf(attribute.qualifiedName(), position); // only white space comes before
+            place.Name = QStringView(mText).mid(place.Begin, attribute.qualifiedName().size());
+            const qsizetype equals = mText.indexOf(u'=', place.Begin);
+            place.ValueBegin = equals + 1;
+            while (mText.at(place.ValueBegin) != u'"' && mText.at(place.ValueBegin) != u'\'')
+                ++place.ValueBegin;
+            const QChar quote = mText.at(place.ValueBegin++);
+            place.ValueEnd = mText.indexOf(quote, place.ValueBegin);
+            position = place.ValueEnd + 1;
+            mAttributes.append(place);
+        }
     }
 
-    QStringView mText;
+    bool EndElement()
+    {
+        XmlSource::Element& element = mElements[mOpen.takeLast()];
+        if (element.TagEnd == mReader.characterOffset()) // an empty element has no end tag
+            return true;
+        element.ContentEnd = FindTag("</"_L1);
+        element.End = mLastTagEnd = mReader.characterOffset();
+        return element.ContentEnd >= 0;
+    }
+
+    const QString& mText;
     QList<XmlSource::Element>& mElements;
     QList<XmlSource::Attribute>& mAttributes;
+    QXmlStreamReader mReader;
     QList<int> mOpen;
-    qsizetype mPosition = 0;
+    qsizetype mLastTagEnd = 0;
 };
 
 /// The encoding that a file names in its declaration; UTF-8 if it names none.
@@ -179,10 +135,15 @@ XmlSource::XmlSource()
 
 void XmlSource::Load(const InputFile& file)
 {
-    LoadDocument(*mFiler, file);
-    if (!Decode(file.ReadAll()))
-        throw Failure(file.Name(), u"the encoding %1 is not known"_s.arg(QString::fromLatin1(mEncoding)));
-    Scan();
+    const QByteArray content = file.ReadAll();
+    if (!Decode(content) || !mFiler->LoadFromXmlString(mText)) {
+        RequireLoadable(file.Name(), content);
+        const QString reason = mFiler->GetLoadError().Text;
+        throw Failure(file.Name(),
+                      reason.isEmpty() ? u"is not in the encoding %1"_s.arg(QString::fromLatin1(mEncoding))
+                                       : reason);
+    }
+    FindPlaces();
 }
 
 bool XmlSource::LoadText(const QString& text)
@@ -191,7 +152,7 @@ bool XmlSource::LoadText(const QString& text)
         return false;
     mText = text;
     mEncoding = QByteArrayLiteral("UTF-8");
-    Scan();
+    FindPlaces();
     return true;
 }
 
@@ -204,13 +165,15 @@ bool XmlSource::Decode(const QByteArray& content)
     if (!decoder.isValid())
         return false;
     mText = decoder.decode(content);
+    if (decoder.hasError())
+        return false;
     mByteOrderMark = mText.startsWith(QChar::ByteOrderMark);
     if (mByteOrderMark)
         mText.remove(0, 1);
     return true;
 }
 
-void XmlSource::Scan()
+void XmlSource::FindPlaces()
 {
     mLineStarts = {0};
     for (qsizetype i = 0; i < mText.size(); ++i) {
@@ -221,16 +184,7 @@ void XmlSource::Scan()
     }
     mElements.clear();
     mAttributes.clear();
-    Scanner(mText, mElements, mAttributes).Run();
-
-    int count = 0;
-    bool same = true;
-    ForEachElement([&](int number) {
-        same = same && number < mElements.size()
-            && mElements.at(number).Name == mFiler->GetCurrentNode().nodeName();
-        ++count;
-    });
-    if (!same || count != mElements.size()) {
+    if (!PlaceReader(mText, mElements, mAttributes).Run()) {
         mElements.clear();
         mAttributes.clear();
     }

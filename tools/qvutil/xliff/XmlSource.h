@@ -66,7 +66,7 @@ public:
     [[nodiscard]] Util::XmlFiler& GetFiler() { return *mFiler; }
     [[nodiscard]] const Util::XmlFiler& GetFiler() const { return *mFiler; }
 
-    /// Tells whether the text and the document tree hold the same elements. They do not if an entity of the
+    /// Whether the text spells out each element of the document tree. It does not if an entity of the
     /// document's own stands for markup; there are no elements then, and no places.
     [[nodiscard]] bool HasPlaces() const { return !mElements.isEmpty(); }
     [[nodiscard]] const QString& GetText() const { return mText; }
@@ -107,7 +107,7 @@ public:
 
 private:
     bool Decode(const QByteArray& content);
-    void Scan();
+    void FindPlaces();
 
     std::unique_ptr<Util::XmlFiler> mFiler;
     QString mText;
