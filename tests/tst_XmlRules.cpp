@@ -11,7 +11,7 @@
 
 using namespace Qt::StringLiterals;
 using namespace Quorvin::Util::Internal;
-using Kind = XmlProblem::Kind;
+using Kind = XmlProblemKind;
 
 class tst_XmlRules : public QObject
 {
@@ -157,14 +157,14 @@ void tst_XmlRules::FindXmlProblem()
     QFETCH(const QString, reason);
 
     const std::optional<XmlProblem> problem = Quorvin::Util::Internal::FindXmlProblem(xml);
-    QCOMPARE(problem ? int(problem->What) : -1, kind);
+    QCOMPARE(problem ? int(problem->Kind) : -1, kind);
     if (!problem)
         return;
     QVERIFY2(problem->Reason.contains(reason), qPrintable(problem->Reason));
     QVERIFY(!problem->Reason.endsWith(u'.'));
     QCOMPARE(problem->Line, line);
     // The columns that Qt reports differ between versions.
-    const bool isOfQt = problem->What == Kind::Malformed || reason.contains("4,096"_L1);
+    const bool isOfQt = problem->Kind == Kind::Malformed || reason.contains("4,096"_L1);
     QVERIFY2(qAbs(problem->Column - column) <= (isOfQt ? 2 : 0),
              qPrintable(QString::number(problem->Column)));
     // The offset refers to the same position.
@@ -173,11 +173,11 @@ void tst_XmlRules::FindXmlProblem()
     QVERIFY(qAbs(QString::fromUtf8(before.sliced(before.lastIndexOf('\n') + 1)).size() + 1 - problem->Column)
             <= 2);
 
-    if (problem->What == Kind::BadEncoding || reason == "unsupported"_L1)
+    if (problem->Kind == Kind::BadEncoding || reason == "unsupported"_L1)
         return; // which text cannot contain
     const std::optional<XmlProblem> inText = Quorvin::Util::Internal::FindXmlProblem(QString::fromUtf8(xml));
     QVERIFY(inText);
-    QCOMPARE(inText->What, problem->What);
+    QCOMPARE(inText->Kind, problem->Kind);
     QCOMPARE(inText->Line, problem->Line);
     QCOMPARE(inText->Column, problem->Column);
     QCOMPARE(inText->Reason, problem->Reason);
@@ -287,7 +287,7 @@ void tst_XmlRules::IsSafeToParse()
         QCOMPARE(Quorvin::Util::Internal::IsSafeToParse(QString::fromUtf8(xml)), expected);
     if (expected) {
         const std::optional<XmlProblem> problem = Quorvin::Util::Internal::FindXmlProblem(xml);
-        QVERIFY(!problem || problem->What != Kind::LimitExceeded);
+        QVERIFY(!problem || problem->Kind != Kind::LimitExceeded);
     }
 }
 
@@ -310,7 +310,7 @@ void tst_XmlRules::IsSafeToParse_neverBeyondALimit()
             changed.insert(random.bounded(changed.size() + 1), parts.at(random.bounded(parts.size())));
         changed = open + changed + close;
         const std::optional<XmlProblem> problem = Quorvin::Util::Internal::FindXmlProblem(changed);
-        const bool exceeds = problem && problem->What == Kind::LimitExceeded;
+        const bool exceeds = problem && problem->Kind == Kind::LimitExceeded;
         const bool isSafe = Quorvin::Util::Internal::IsSafeToParse(changed);
         QVERIFY2(!isSafe || !exceeds, changed.sliced(open.size()).constData());
         QCOMPARE(Quorvin::Util::Internal::IsSafeToParse(QString::fromUtf8(changed)), isSafe);

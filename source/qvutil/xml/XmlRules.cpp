@@ -156,7 +156,7 @@ template <typename Text> XmlProblem DescribeError(const QXmlStreamReader& reader
 {
     XmlProblem problem;
     if (reader.error() == QXmlStreamReader::PrematureEndOfDocumentError) {
-        problem.What = XmlProblem::Kind::Truncated;
+        problem.Kind = XmlProblemKind::Truncated;
         problem.Reason = document.isEmpty() ? u"the document is empty"_s
                                             : u"the text ends in the middle of the document"_s;
         SetPlace(problem, document, document.size()); // the reader's own position is not always exact
@@ -168,7 +168,7 @@ template <typename Text> XmlProblem DescribeError(const QXmlStreamReader& reader
         && reader.errorString().contains("encoded"_L1)) {
         const qsizetype at = FindInvalidUtf8(document);
         if (at >= 0) {
-            problem.What = XmlProblem::Kind::BadEncoding;
+            problem.Kind = XmlProblemKind::BadEncoding;
             problem.Reason = u"a byte that is not valid UTF-8"_s;
             SetPlace(problem, document, at);
             return problem;
@@ -355,7 +355,7 @@ private:
 
     XmlProblem LimitProblem(QLatin1StringView reason) const
     {
-        return {.What = XmlProblem::Kind::LimitExceeded,
+        return {.Kind = XmlProblemKind::LimitExceeded,
                 .Offset = ToDocumentOffset(mDocument, mReader, mReader.characterOffset()),
                 .Line = mReader.lineNumber(),
                 .Column = std::max<qint64>(mReader.columnNumber(), 1),

@@ -59,17 +59,18 @@ void WarnOfNonXmlCharacters(QStringView text);
 /// an error, and with the parser's limit for the expansion of one entity.
 void ConfigureXmlReader(QXmlStreamReader& reader);
 
+/// What keeps a document from loading.
+enum class XmlProblemKind {
+    Malformed, ///< a syntax error, an unknown encoding or an undeclared entity
+    Truncated, ///< the text ends inside the document, or is empty
+    BadEncoding, ///< a byte sequence that is invalid in the document's encoding
+    LimitExceeded, ///< well-formed so far, but a limit is exceeded
+};
+
 /// Why and where a document fails to load.
 struct XmlProblem
 {
-    enum class Kind {
-        Malformed, ///< a syntax error, an unknown encoding or an undeclared entity
-        Truncated, ///< the text ends inside the document, or is empty
-        BadEncoding, ///< a byte sequence that is invalid in the document's encoding
-        LimitExceeded, ///< well-formed so far, but a limit is exceeded
-    };
-
-    Kind What = Kind::Malformed;
+    XmlProblemKind Kind = XmlProblemKind::Malformed;
     qint64 Offset = 0; ///< counted from 0; bytes of a QByteArray, UTF-16 units of a QString
     qint64 Line = 1; ///< counted from 1
     qint64 Column = 1; ///< counted from 1, in UTF-16 units

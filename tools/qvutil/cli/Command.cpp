@@ -229,7 +229,7 @@ ExitCode CommandLine::RejectArguments(const QString& reason)
     QStringList names;
     for (const CLI::App* command = &SelectedCommand(); command; command = command->get_parent())
         names.prepend(QString::fromStdString(command->get_name()));
-    Console::Complain({}, reason);
+    Console::ReportError({}, reason);
     Console::PrintError(u"Try '%1 --help'.\n"_s.arg(names.join(u' ')));
     return ExitCode::Error;
 }
@@ -269,7 +269,7 @@ ExitCode CommandLine::Run(int argc, const char* const* argv)
     ExitCode code = ExitCode::Error;
     try {
         if (const QString argument = FindArgumentThatIsNoText(argc, argv); !argument.isNull()) {
-            Console::Complain(argument, u"the argument is not valid UTF-8"_s);
+            Console::ReportError(argument, u"the argument is not valid UTF-8"_s);
             return code;
         }
         code = Parse(argc, argv);
@@ -279,12 +279,12 @@ ExitCode CommandLine::Run(int argc, const char* const* argv)
     } catch (const UsageFailure& failure) {
         code = RejectArguments(failure.Reason);
     } catch (const Failure& failure) {
-        Console::Complain(failure.Subject, failure.Reason);
+        Console::ReportError(failure.Subject, failure.Reason);
         code = ExitCode::Error;
     } catch (const OutputClosed&) {
         code = ExitCode::Error;
     } catch (const std::bad_alloc&) {
-        Console::Complain({}, u"not enough memory"_s);
+        Console::ReportError({}, u"not enough memory"_s);
         code = ExitCode::Error;
     }
     return code;

@@ -159,7 +159,7 @@ void Flush()
         FailToWrite();
 }
 
-void Complain(const QString& subject, const QString& reason)
+void ReportError(const QString& subject, const QString& reason)
 {
     PrintError("qvutil: "_L1 + (subject.isEmpty() ? QString() : Visible(subject) + ": "_L1) + Visible(reason)
                + u'\n');

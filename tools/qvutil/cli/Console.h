@@ -32,7 +32,7 @@ void PrintJson(const QJsonDocument& document);
 void Flush();
 
 /// Prints "qvutil: SUBJECT: REASON" on standard error; \p subject is a file, mostly, and may be empty.
-void Complain(const QString& subject, const QString& reason);
+void ReportError(const QString& subject, const QString& reason);
 /// Prints text on standard error as it is, but for control characters.
 void PrintError(const QString& text);
 

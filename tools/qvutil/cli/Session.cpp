@@ -47,7 +47,7 @@ void HandleMessage(QtMsgType type, const QMessageLogContext& context, const QStr
         return;
     }
     QMetaObject::invokeMethod(
-        QCoreApplication::instance(), [text] { Console::Complain({}, text); }, Qt::AutoConnection);
+        QCoreApplication::instance(), [text] { Console::ReportError({}, text); }, Qt::AutoConnection);
 }
 
 } // namespace

@@ -47,7 +47,7 @@ bool HasAttributeOrComplain(const QDomElement& element, const QString& name, con
 {
     if (element.hasAttribute(name))
         return true;
-    Console::Complain(file, u"%1 has no attribute %2"_s.arg(ElementPath::Of(element), name));
+    Console::ReportError(file, u"%1 has no attribute %2"_s.arg(ElementPath::Of(element), name));
     return false;
 }
 

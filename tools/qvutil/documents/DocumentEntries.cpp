@@ -24,26 +24,26 @@ void AppendEntries(const QDomElement& element, const QString& path, QList<Entry>
     const qsizetype before = entries.size();
     const QMap<QString, QString> attributes = AttributesOf(element);
     for (auto it = attributes.cbegin(); it != attributes.cend(); ++it)
-        entries.append({.What = Entry::Attribute, .Path = path, .Name = it.key(), .Value = it.value()});
+        entries.append({.Kind = Entry::Attribute, .Path = path, .Name = it.key(), .Value = it.value()});
     if (const QString text = TextOf(element); !text.isEmpty())
-        entries.append({.What = Entry::Text, .Path = path, .Name = {}, .Value = text});
+        entries.append({.Kind = Entry::Text, .Path = path, .Name = {}, .Value = text});
     QHash<QString, int> counts;
     for (QDomElement child = element.firstChildElement(); !child.isNull(); child = child.nextSiblingElement())
         AppendEntries(child, path + u'/' + StepOf(child, counts), entries);
     if (entries.size() == before)
-        entries.append({.What = Entry::Element, .Path = path, .Name = {}, .Value = {}});
+        entries.append({.Kind = Entry::Element, .Path = path, .Name = {}, .Value = {}});
 }
 
 } // namespace
 
 QString Entry::Key() const
 {
-    return What == Attribute ? Path + u' ' + Name : Path;
+    return Kind == Attribute ? Path + u' ' + Name : Path;
 }
 
 QString Entry::ToText() const
 {
-    switch (What) {
+    switch (Kind) {
     case Attribute:
         return Console::Visible(Path) + u' ' + Console::Visible(Name) + u'=' + Console::Quoted(Value);
     case Text:
@@ -57,21 +57,21 @@ QString Entry::ToText() const
 QJsonObject Entry::ToJson() const
 {
     QJsonObject object{{u"path"_s, Path}};
-    if (What == Attribute)
+    if (Kind == Attribute)
         object.insert(u"name"_s, Name);
-    if (What != Element)
-        object.insert(What == Attribute ? u"value"_s : u"text"_s, Value);
+    if (Kind != Element)
+        object.insert(Kind == Attribute ? u"value"_s : u"text"_s, Value);
     return object;
 }
 
 QJsonObject Entry::ToTypedJson() const
 {
     QJsonObject object = ToJson();
-    if (What == Element)
+    if (Kind == Element)
         return object;
-    const ValueType type = What == Text ? ValueType::Text : TypeOfText(Value);
+    const ValueType type = Kind == Text ? ValueType::Text : TypeOfText(Value);
     object.insert(u"type"_s, ValueTypeName(type));
-    if (What == Attribute && type != ValueType::String)
+    if (Kind == Attribute && type != ValueType::String)
         object.insert(u"value"_s, NormalizedValue(type, Value.toUtf8()).Json);
     return object;
 }
@@ -111,7 +111,7 @@ QList<EntryDifference> CompareEntries(const QList<Entry>& left, const QList<Entr
     QList<EntryDifference> differences;
     for (const Entry& entry : left) {
         const Entry* partner = rightByKey.take(entry.Key());
-        if (!partner || partner->Value != entry.Value || partner->What != entry.What)
+        if (!partner || partner->Value != entry.Value || partner->Kind != entry.Kind)
             differences.append(EntryDifference{.Left = &entry, .Right = partner});
     }
     for (const Entry& entry : right) {

@@ -16,12 +16,12 @@ namespace Quorvin::Tool {
 /// One thing that a document says: an attribute, an element's text, or that there is an element with neither.
 struct Entry
 {
-    enum Kind {
+    enum EntryKind {
         Attribute,
         Text,
         Element,
     };
-    Kind What;
+    EntryKind Kind;
     QString Path; ///< from the root; "Item[2]" is the second element of that name in its parent
     QString Name; ///< of an attribute
     QString Value;

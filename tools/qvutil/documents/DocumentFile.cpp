@@ -13,19 +13,20 @@
 
 using namespace Qt::StringLiterals;
 using Quorvin::Util::Internal::XmlProblem;
+using Quorvin::Util::Internal::XmlProblemKind;
 
 namespace Quorvin::Tool {
 
 QString ReasonText(const XmlProblem& problem)
 {
-    switch (problem.What) {
-    case XmlProblem::Kind::Truncated:
+    switch (problem.Kind) {
+    case XmlProblemKind::Truncated:
         return problem.Offset == 0 ? u"the file is empty"_s
                                    : u"the file ends in the middle of the document"_s;
-    case XmlProblem::Kind::LimitExceeded:
+    case XmlProblemKind::LimitExceeded:
         return u"nested deeper, or with more text in its entities, than the library takes"_s;
-    case XmlProblem::Kind::BadEncoding:
-    case XmlProblem::Kind::Malformed:
+    case XmlProblemKind::BadEncoding:
+    case XmlProblemKind::Malformed:
         break;
     }
     return problem.Reason;
@@ -36,11 +37,11 @@ std::optional<XmlProblem> FindFileProblem(const QByteArray& content)
     std::optional<XmlProblem> problem = Util::Internal::FindXmlProblem(content);
     if (!problem)
         return std::nullopt;
-    if (problem->What == XmlProblem::Kind::Truncated)
+    if (problem->Kind == XmlProblemKind::Truncated)
         problem->Column = std::max<qint64>(problem->Column - 1, 1);
-    else if (problem->What == XmlProblem::Kind::BadEncoding)
+    else if (problem->Kind == XmlProblemKind::BadEncoding)
         problem->Column = problem->Offset - content.first(problem->Offset).lastIndexOf('\n');
-    else if (problem->What == XmlProblem::Kind::LimitExceeded)
+    else if (problem->Kind == XmlProblemKind::LimitExceeded)
         problem->Line = problem->Column = 0;
     problem->Reason = ReasonText(*problem);
     return problem;

@@ -118,7 +118,7 @@ bool ElementPath::MoveToOrComplain(XmlFiler& filer, const QString& file) const
 {
     if (MoveTo(filer))
         return true;
-    Console::Complain(file, u"there is no element %1"_s.arg(mText));
+    Console::ReportError(file, u"there is no element %1"_s.arg(mText));
     return false;
 }
 

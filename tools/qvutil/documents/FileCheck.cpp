@@ -18,6 +18,7 @@ using Quorvin::Util::GeneralUtil;
 using Quorvin::Util::XmlFiler;
 using Quorvin::Util::Internal::IsXmlCharacter;
 using Quorvin::Util::Internal::XmlProblem;
+using Quorvin::Util::Internal::XmlProblemKind;
 
 namespace Quorvin::Tool {
 namespace {
@@ -44,9 +45,9 @@ public:
             mLineStart = isLineEnd ? mOffset + 1 : mLineStart;
         }
     }
-    [[nodiscard]] FileProblem ProblemHere(FileProblem::Kind what, const QString& reason) const
+    [[nodiscard]] FileProblem ProblemHere(FileProblem::ProblemKind kind, const QString& reason) const
     {
-        return {.What = what, .Line = mLine, .Column = mOffset - mLineStart + 1, .Reason = reason};
+        return {.Kind = kind, .Line = mLine, .Column = mOffset - mLineStart + 1, .Reason = reason};
     }
 
 private:
@@ -91,15 +92,15 @@ void FindCharacters(const QByteArray& bytes, QList<FileProblem>& problems)
     }
 }
 
-FileProblem::Kind KindOf(const XmlProblem& problem)
+FileProblem::ProblemKind KindOf(const XmlProblem& problem)
 {
-    switch (problem.What) {
-    case XmlProblem::Kind::Truncated:
+    switch (problem.Kind) {
+    case XmlProblemKind::Truncated:
         return FileProblem::Torn;
-    case XmlProblem::Kind::LimitExceeded:
+    case XmlProblemKind::LimitExceeded:
         return FileProblem::Limits;
-    case XmlProblem::Kind::BadEncoding:
-    case XmlProblem::Kind::Malformed:
+    case XmlProblemKind::BadEncoding:
+    case XmlProblemKind::Malformed:
         break;
     }
     return FileProblem::Malformed;
@@ -113,7 +114,7 @@ void FindParseProblems(const QByteArray& content, QList<FileProblem>& problems)
     // The parser stumbles over what has been found already.
     if (problem->Line > 0 && !problems.isEmpty() && problems.front().Line <= problem->Line)
         return;
-    problems.append({.What = KindOf(*problem),
+    problems.append({.Kind = KindOf(*problem),
                      .Line = problem->Line,
                      .Column = problem->Column,
                      .Reason = problem->Reason});
@@ -124,7 +125,7 @@ void FindChanges(XmlFiler& filer, QList<FileProblem>& problems)
 {
     XmlFiler copy;
     if (!copy.LoadFromXmlString(filer.SaveAsXmlString())) {
-        problems.append({.What = FileProblem::Change,
+        problems.append({.Kind = FileProblem::Change,
                          .Line = 0,
                          .Column = 0,
                          .Reason = u"the file would not parse any more once it is saved"_s});
@@ -138,7 +139,7 @@ void FindChanges(XmlFiler& filer, QList<FileProblem>& problems)
             continue;
         ++found;
         problems.append(
-            {.What = FileProblem::Change,
+            {.Kind = FileProblem::Change,
              .Line = 0,
              .Column = 0,
              .Reason = u"%1 would read back differently once it is saved"_s.arg(before.at(i).ToText())});
@@ -152,7 +153,7 @@ void FindLeftovers(const InputFile& file, QList<FileProblem>& problems)
     const QStringList leftovers = Quorvin::Util::Platform::FindStaleFiles(file.Path());
     for (const QString& leftover : leftovers) {
         const QFileInfo info(leftover);
-        problems.append({.What = FileProblem::Leftover,
+        problems.append({.Kind = FileProblem::Leftover,
                          .Line = 0,
                          .Column = 0,
                          .Reason = u"an interrupted save left %1 behind, %2"_s.arg(
@@ -171,7 +172,7 @@ QString FileProblem::ToText(const QString& file) const
 
 QJsonObject FileProblem::ToJson() const
 {
-    QJsonObject object{{u"kind"_s, QString(gKindNames[What])}, {u"reason"_s, Reason}};
+    QJsonObject object{{u"kind"_s, QString(gKindNames[Kind])}, {u"reason"_s, Reason}};
     if (Line != 0) {
         object.insert(u"line"_s, Line);
         object.insert(u"column"_s, Column);

@@ -15,7 +15,7 @@ namespace Quorvin::Tool {
 /// One thing that is wrong with a settings file.
 struct FileProblem
 {
-    enum Kind {
+    enum ProblemKind {
         Torn, ///< the file ends in the middle, or with the zero bytes of a crashed system
         Malformed, ///< it does not parse
         Limits, ///< it parses, but the library does not take it
@@ -23,7 +23,7 @@ struct FileProblem
         Change, ///< a value changes when the file is loaded and saved
         Leftover, ///< an interrupted save left a file behind
     };
-    Kind What;
+    ProblemKind Kind;
     qint64 Line; ///< counted from 1; 0 if the problem has no place
     qint64 Column; ///< counted from 1, in bytes for characters
     QString Reason;

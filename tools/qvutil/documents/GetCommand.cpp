@@ -80,9 +80,9 @@ ExitCode Get(const GetOptions& options, bool hasName, bool hasDefault)
     }
     if (options.Json)
         PrintValue(where, options, type, Value{.Plain = {}, .Json = QJsonValue::Null});
-    Console::Complain(file.Name(),
-                      isThere ? WhyMissing(filer, type, options.Name)
-                              : u"there is no element %1"_s.arg(where));
+    Console::ReportError(file.Name(),
+                         isThere ? WhyMissing(filer, type, options.Name)
+                                 : u"there is no element %1"_s.arg(where));
     return ExitCode::No;
 }
 

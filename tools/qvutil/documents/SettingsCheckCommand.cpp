@@ -54,7 +54,7 @@ ExitCode Check(const CheckOptions& options)
             report.AddItem([&] { return ToJson(file.Name(), problems); },
                            [&] { Print(file.Name(), problems); });
         } catch (const Failure& failure) { // the other files are still of interest
-            Console::Complain(failure.Subject, failure.Reason);
+            Console::ReportError(failure.Subject, failure.Reason);
             code = ExitCode::Error;
         }
     }

@@ -58,9 +58,9 @@ public:
     }
 
 private:
-    void Add(Setting::Kind what, const QString& path, const QString& name, const QString& value)
+    void Add(Setting::SettingKind kind, const QString& path, const QString& name, const QString& value)
     {
-        mContent.Settings.append({.What = what, .Path = path, .Name = name, .Value = value});
+        mContent.Settings.append({.Kind = kind, .Path = path, .Name = name, .Value = value});
     }
 
     void NoteProblems(const QDomElement& element, bool hasText)
@@ -119,10 +119,10 @@ void WriteContent(XmlFiler& filer, const SettingsContent& content)
     for (const Setting& setting : content.Settings) {
         ElementPath(setting.Path).Create(filer);
         QDomElement element = filer.GetCurrentNode().toElement();
-        if (setting.What == Setting::Attribute)
+        if (setting.Kind == Setting::Attribute)
             element.setAttribute(setting.Name, setting.Value);
         else
-            SetText(element, setting.Value, setting.What == Setting::Section);
+            SetText(element, setting.Value, setting.Kind == Setting::Section);
     }
     filer.MoveToRoot();
 }
@@ -130,7 +130,7 @@ void WriteContent(XmlFiler& filer, const SettingsContent& content)
 void AddSetting(SettingsContent& content, const Setting& setting, const QString& where)
 {
     const QString line = Console::Visible(where) + u": "_s;
-    if (setting.What == Setting::Attribute && !IsXmlName(setting.Name)) {
+    if (setting.Kind == Setting::Attribute && !IsXmlName(setting.Name)) {
         content.Problems.append(
             line + u"%1 is no name of an element or attribute"_s.arg(Console::Quoted(setting.Name)));
         return;
@@ -142,7 +142,7 @@ void AddSetting(SettingsContent& content, const Setting& setting, const QString&
         content.Problems.append(line + failure.Reason);
         return;
     }
-    if (setting.What == Setting::Section && setting.Value.contains("]]>"_L1)) {
+    if (setting.Kind == Setting::Section && setting.Value.contains("]]>"_L1)) {
         content.Problems.append(line + u"a CDATA section cannot hold \"]]>\""_s);
         return;
     }

@@ -16,12 +16,12 @@ namespace Quorvin::Tool {
 /// One value of a settings file, on its way from or to another format.
 struct Setting
 {
-    enum Kind {
+    enum SettingKind {
         Attribute,
         Text, ///< of the element; empty for an element that holds nothing
         Section, ///< the element's text as a CDATA section, as the library keeps bytes
     };
-    Kind What;
+    SettingKind Kind;
     QString Path; ///< of the element below the root, such as "List/Item[2]"; empty for the root
     QString Name; ///< of the attribute
     QString Value;

@@ -26,7 +26,7 @@ struct ExportOptions
 
 QString KeyOf(const Setting& setting)
 {
-    const QStringList parts{setting.Path, setting.Name, QString::number(setting.What), setting.Value};
+    const QStringList parts{setting.Path, setting.Name, QString::number(setting.Kind), setting.Value};
     return parts.join(QChar::Null); // documents do not hold this character
 }
 
@@ -62,7 +62,7 @@ ExitCode Export(const ExportOptions& options)
     const SettingsContent imported = isJson ? FromJson(text, file.Name()) : FromIni(text, file.Name());
     const QStringList problems = content.Problems + FindLost(content, imported);
     for (const QString& problem : problems)
-        Console::Complain(file.Name(), problem);
+        Console::ReportError(file.Name(), problem);
     return problems.isEmpty() ? ExitCode::Yes : ExitCode::No;
 }
 

@@ -60,9 +60,9 @@ ExitCode Import(const ImportOptions& options)
     const SettingsContent content
         = isIni ? FromIni(source.ReadAll(), source.Name()) : FromJson(source.ReadAll(), source.Name());
     for (const QString& problem : content.Problems)
-        Console::Complain(source.Name(), problem);
+        Console::ReportError(source.Name(), problem);
     if (!content.Problems.isEmpty() && !options.Skip) {
-        Console::Complain(options.File, u"nothing was changed; --skip imports the rest"_s);
+        Console::ReportError(options.File, u"nothing was changed; --skip imports the rest"_s);
         return ExitCode::No;
     }
 

@@ -103,7 +103,7 @@ void AddKey(SettingsContent& content, const QString& key, const QVariant& value)
     const QString name = key.mid(slash + 1);
     if (value.typeId() == QMetaType::QByteArray) {
         AddSetting(content,
-                   {.What = Setting::Section,
+                   {.Kind = Setting::Section,
                     .Path = key,
                     .Name = {},
                     .Value = QString::fromLatin1(value.toByteArray().toBase64())},
@@ -121,7 +121,7 @@ void AddKey(SettingsContent& content, const QString& key, const QVariant& value)
                                        : Setting::Attribute;
     AddSetting(
         content,
-        {.What = kind, .Path = path, .Name = kind == Setting::Attribute ? name : QString(), .Value = *text},
+        {.Kind = kind, .Path = path, .Name = kind == Setting::Attribute ? name : QString(), .Value = *text},
         key);
 }
 
@@ -144,22 +144,22 @@ QByteArray ToIni(const SettingsContent& content)
     const ScratchIni scratch;
     QSet<QString> attributes;
     for (const Setting& setting : content.Settings) {
-        if (setting.What == Setting::Attribute)
+        if (setting.Kind == Setting::Attribute)
             attributes.insert(KeyOf(setting.Path, setting.Name));
     }
     QSettings ini(scratch.Path(), QSettings::IniFormat);
     if (content.Root != kDefaultRoot)
         ini.setValue(kRootKey, content.Root);
     for (const Setting& setting : content.Settings) {
-        if (setting.What == Setting::Attribute) {
+        if (setting.Kind == Setting::Attribute) {
             ini.setValue(KeyOf(setting.Path, setting.Name), setting.Value);
             continue;
         }
-        const auto bytes = setting.What == Setting::Section ? BytesOf(setting.Value) : std::nullopt;
+        const auto bytes = setting.Kind == Setting::Section ? BytesOf(setting.Value) : std::nullopt;
         if (bytes && !setting.Path.isEmpty() && !attributes.contains(setting.Path))
             ini.setValue(setting.Path, *bytes);
         else
-            ini.setValue(KeyOf(setting.Path, setting.What == Setting::Text ? kTextKey : kSectionKey),
+            ini.setValue(KeyOf(setting.Path, setting.Kind == Setting::Text ? kTextKey : kSectionKey),
                          setting.Value);
     }
     ini.sync();

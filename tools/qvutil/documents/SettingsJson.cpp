@@ -149,10 +149,10 @@ private:
         }
     }
 
-    void Add(Setting::Kind what, const QString& path, const QString& name, const QString& value,
+    void Add(Setting::SettingKind kind, const QString& path, const QString& name, const QString& value,
              const QString& where)
     {
-        AddSetting(mContent, {.What = what, .Path = path, .Name = name, .Value = value}, where);
+        AddSetting(mContent, {.Kind = kind, .Path = path, .Name = name, .Value = value}, where);
     }
 
     SettingsContent& mContent;

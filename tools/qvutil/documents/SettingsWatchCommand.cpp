@@ -61,7 +61,7 @@ public:
                          [this] { mSession.Do([this] { Look(true); }); });
         Look(true);
         mIsFirst = false;
-        Console::Complain({}, u"watching %1"_s.arg(options.File));
+        Console::ReportError({}, u"watching %1"_s.arg(options.File));
     }
 
     [[nodiscard]] bool IsDone() const { return mOptions.Count > 0 && mReported >= mOptions.Count; }
@@ -93,11 +93,11 @@ private:
                 Load(content, hasSettled);
             } else {
                 mContent = content;
-                Console::Complain(mOptions.File, mIsFirst ? u"does not exist yet"_s : u"was removed"_s);
+                Console::ReportError(mOptions.File, mIsFirst ? u"does not exist yet"_s : u"was removed"_s);
             }
         } catch (const Failure& failure) { // the next change may make the file readable
             if (hasSettled)
-                Console::Complain(failure.Subject, failure.Reason);
+                Console::ReportError(failure.Subject, failure.Reason);
             else
                 mSettling.start();
         }

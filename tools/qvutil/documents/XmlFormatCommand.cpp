@@ -30,7 +30,7 @@ ExitCode Format(const FormatOptions& options)
             const ChangeOptions change{.File = file, .DryRun = options.DryRun};
             code = std::max(code, DocumentChange(change).Finish());
         } catch (const Failure& failure) { // the other files are still to be formatted
-            Console::Complain(failure.Subject, failure.Reason);
+            Console::ReportError(failure.Subject, failure.Reason);
             code = ExitCode::Error;
         }
     }

@@ -43,7 +43,7 @@ QString ExplainPart(const ExpressionOutline& outline, const ExpressionOutline::T
     const qsizetype end = std::min(part.Where.End, part.Where.Begin + kShownCharacters);
     const QString text = outline.TextOf({part.Where.Begin, end}) + (end < part.Where.End ? "..."_L1 : ""_L1);
     const QString line = QString(2 * (std::min(part.Depth, kShownDepth) + 1), u' ') + Console::Visible(text);
-    if (part.What != Part::Operand)
+    if (part.Kind != Part::Operand)
         return line;
     const qsizetype place = trace.Consulted.indexOf(index);
     return line
@@ -71,7 +71,7 @@ QJsonObject ExplainJson(const ExpressionOutline& outline, const ExpressionOutlin
     QJsonArray skipped;
     for (qsizetype i = 0; i < outline.Parts().size(); ++i) {
         const Part& part = outline.Parts().at(i);
-        if (part.What == Part::Operand && !trace.Consulted.contains(i)) {
+        if (part.Kind == Part::Operand && !trace.Consulted.contains(i)) {
             skipped.append(
                 QJsonObject{{u"operand"_s, outline.TextOf(part.Where)}, {u"column"_s, part.Where.Begin + 1}});
         }

@@ -22,7 +22,7 @@ namespace {
 constexpr qsizetype kMaxEvaluations = 10'000;
 constexpr qsizetype kMaxCharacters = 5'000'000;
 
-QString KindName(ExpressionProblem::Kind kind)
+QString KindName(ExpressionProblem::ProblemKind kind)
 {
     switch (kind) {
     case ExpressionProblem::Unbalanced:
@@ -84,7 +84,7 @@ private:
 
 QJsonObject ExpressionProblem::ToJson() const
 {
-    return {{u"kind"_s, KindName(What)},
+    return {{u"kind"_s, KindName(Kind)},
             {u"column"_s, Where.Begin + 1},
             {u"length"_s, Where.End - Where.Begin},
             {u"reason"_s, Reason}};
@@ -133,7 +133,7 @@ void ExpressionOutline::Build()
     mPending = {{Part::List, mStructure.Whole(), 0}};
     while (!mPending.isEmpty()) {
         const Part part = mPending.takeLast();
-        if (part.What == Part::Operator) {
+        if (part.Kind == Part::Operator) {
             mParts.append(part);
             continue;
         }
@@ -208,7 +208,7 @@ ExpressionOutline::Trace ExpressionOutline::Evaluate(const Answer& answer) const
     qsizetype next = 0; // operands are consulted in the order of the parts
     BooleanExpressionEvaluation evaluation(mStructure, [&](Range operand, bool& value) {
         while (next < mParts.size()
-               && (mParts.at(next).What != Part::Operand || mParts.at(next).Where.Begin != operand.Begin))
+               && (mParts.at(next).Kind != Part::Operand || mParts.at(next).Where.Begin != operand.Begin))
             ++next;
         const std::optional<bool> known = answer(TextOf(operand));
         value = known.value_or(false);
@@ -224,7 +224,7 @@ QList<qsizetype> ExpressionOutline::FindUnreachable(bool& complete) const
 {
     QSet<qsizetype> unreached;
     for (qsizetype i = 0; i < mParts.size(); ++i) {
-        if (mParts.at(i).What == Part::Operand)
+        if (mParts.at(i).Kind == Part::Operand)
             unreached.insert(i);
     }
     AnswerSequence answers;

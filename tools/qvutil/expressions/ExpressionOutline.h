@@ -19,7 +19,7 @@ namespace Quorvin::Tool {
 /// Something in an expression that its writer should look at.
 struct ExpressionProblem
 {
-    enum Kind {
+    enum ProblemKind {
         Unbalanced, ///< a parenthesis without a partner
         Empty, ///< nothing where an operand belongs, or an operator in its place
         NoOperator, ///< an operand where an operator belongs
@@ -29,12 +29,12 @@ struct ExpressionProblem
         Unknown, ///< an operand that is not in the list of known ones
         Foreign, ///< an operand whose name looks like an operator of other languages
     };
-    Kind What;
+    ProblemKind Kind;
     Util::Internal::BooleanExpressionText::Range Where;
     QString Reason;
 
     /// Whether the expression cannot be evaluated, at least not with all values of its operands.
-    [[nodiscard]] bool IsMistake() const { return What == Unbalanced || What == Empty || What == NoOperator; }
+    [[nodiscard]] bool IsMistake() const { return Kind == Unbalanced || Kind == Empty || Kind == NoOperator; }
     /// For programs: the kind as a word, column (from 1), length and reason.
     [[nodiscard]] QJsonObject ToJson() const;
 };
@@ -52,12 +52,12 @@ public:
     /// A part of the expression. Parts follow one another as in the text, each list before what it holds.
     struct Part
     {
-        enum Kind {
+        enum PartKind {
             Operand,
             Operator,
             List,
         };
-        Kind What;
+        PartKind Kind;
         Range Where;
         int Depth; ///< number of lists around it
     };

@@ -47,7 +47,7 @@ public:
         , mReport(options.Json)
     { }
 
-    void Look(const QString& place, const QString& expression)
+    void Inspect(const QString& place, const QString& expression)
     {
         ++mCount;
         const ExpressionOutline outline(expression);
@@ -80,14 +80,14 @@ private:
                              u"this operand is never consulted, whatever the others are"_s});
         }
         if (!complete)
-            Console::Complain(place, u"too many operands to tell whether each is consulted"_s);
+            Console::ReportError(place, u"too many operands to tell whether each is consulted"_s);
     }
 
     // A name that is known may look as it likes.
     void AddByName(const ExpressionOutline& outline, QList<ExpressionProblem>& problems) const
     {
         for (const Part& part : outline.Parts()) {
-            const QString name = part.What == Part::Operand ? outline.TextOf(part.Where) : QString();
+            const QString name = part.Kind == Part::Operand ? outline.TextOf(part.Where) : QString();
             if (name.isEmpty() || mKnown.contains(name))
                 continue;
             if (const QString reason = WhyForeign(name); !reason.isEmpty())
@@ -131,7 +131,7 @@ void LintFile(Linter& linter, const QString& argument)
     for (int number = 1; !file.atEnd(); ++number) {
         const QString line = QString::fromUtf8(file.readLine()).trimmed();
         if (!line.isEmpty())
-            linter.Look(u"%1:%2"_s.arg(input.Name()).arg(number), line);
+            linter.Inspect(u"%1:%2"_s.arg(input.Name()).arg(number), line);
     }
 }
 
@@ -149,7 +149,7 @@ void LintXmlFile(Linter& linter, const QString& argument, const QStringList& att
         const QXmlStreamAttributes found = reader.attributes();
         for (const QXmlStreamAttribute& attribute : found) {
             if (attributes.contains(attribute.qualifiedName()) && !attribute.value().trimmed().isEmpty()) {
-                linter.Look(
+                linter.Inspect(
                     u"%1:%2, %3"_s.arg(input.Name()).arg(reader.lineNumber()).arg(attribute.qualifiedName()),
                     attribute.value().toString());
             }
@@ -166,7 +166,7 @@ ExitCode Lint(const LintOptions& options)
 
     Linter linter(options);
     for (qsizetype i = 0; i < options.Expressions.size(); ++i)
-        linter.Look(u"expression %1"_s.arg(i + 1), options.Expressions.at(i));
+        linter.Inspect(u"expression %1"_s.arg(i + 1), options.Expressions.at(i));
     for (const QString& file : options.Files)
         LintFile(linter, file);
     for (const QString& file : options.XmlFiles)

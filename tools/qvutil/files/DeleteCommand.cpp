@@ -115,7 +115,7 @@ ExitCode CarryOut(const QStringList& plan, bool json)
         if (isFolder ? QDir().rmdir(path) : DeleteFile(path)) {
             gone.append(path);
         } else if (!isFolder || EverythingIn(path).isEmpty()) { // a folder that is not empty is not the cause
-            Console::Complain(path, u"could not be deleted"_s);
+            Console::ReportError(path, u"could not be deleted"_s);
             code = ExitCode::Error;
         }
     }

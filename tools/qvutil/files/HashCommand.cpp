@@ -76,7 +76,7 @@ ExitCode Hash(const HashOptions& options)
         try {
             AddDigest(report, u"file"_s, file, HashFile(file, bar, done));
         } catch (const Failure& failure) { // the other files are still of interest
-            Console::Complain(failure.Subject, failure.Reason);
+            Console::ReportError(failure.Subject, failure.Reason);
             code = ExitCode::Error;
         }
         done += QFileInfo(file).size();

@@ -31,7 +31,7 @@ ExitCode Unique(const UniqueOptions& options)
     const QString file = GeneralUtil::GetUniqueFile(options.File, options.Format, options.FirstTry,
                                                     !options.Prefix, options.Start);
     if (file.isEmpty()) {
-        Console::Complain(options.File, u"all names are taken"_s);
+        Console::ReportError(options.File, u"all names are taken"_s);
         return ExitCode::No;
     }
     Console::PrintLine(file);

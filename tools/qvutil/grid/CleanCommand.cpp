@@ -57,7 +57,7 @@ ExitCode Clean(const CleanOptions& options)
     Report(options.Json)
         .Answer([&] { return ToJson(options, cleaning); }, [&] { PrintCleaning(cleaning, options.DryRun); });
     for (const GridLeftover& leftover : cleaning.Kept)
-        Console::Complain(leftover.Path, u"cannot be removed"_s);
+        Console::ReportError(leftover.Path, u"cannot be removed"_s);
     return cleaning.Kept.isEmpty() ? ExitCode::Yes : ExitCode::Error;
 }
 

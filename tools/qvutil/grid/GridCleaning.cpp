@@ -62,7 +62,7 @@ QList<ProcessInfo> RemoveDeadEntries(const QList<ProcessInfo>& processes, GridCl
             alive.append(process);
         else if (process.ProcessId != 0 || !process.ServerName.isEmpty())
             cleaning.Removed.append(
-                {.What = GridLeftover::Entry, .ProcessId = process.ProcessId, .Path = process.ServerName});
+                {.Kind = GridLeftover::Entry, .ProcessId = process.ProcessId, .Path = process.ServerName});
     }
     return alive;
 }
@@ -94,7 +94,7 @@ bool CleanRegistry(const QString& grid, GridCleaning& cleaning)
     } // who detaches last destroys the memory
     if (ReadGridSegment(grid))
         return false;
-    cleaning.Removed.append({.What = GridLeftover::Registry, .ProcessId = 0, .Path = {}});
+    cleaning.Removed.append({.Kind = GridLeftover::Registry, .ProcessId = 0, .Path = {}});
     cleaning.IsRepaired = false; // it went, whatever was in it
     return true;
 }
@@ -119,7 +119,7 @@ GridCleaning CleanGrid(const QString& grid)
         Util::Internal::RemoveSharedMemorySemaphore(grid);
         // While it is locked: whoever waits for it then makes a new one.
         if (hadLockFile)
-            RemoveFile({.What = GridLeftover::LockFile, .ProcessId = 0, .Path = lock.Path()}, cleaning);
+            RemoveFile({.Kind = GridLeftover::LockFile, .ProcessId = 0, .Path = lock.Path()}, cleaning);
         else
             QFile::remove(lock.Path());
     }
@@ -134,7 +134,7 @@ GridCleaning PreviewCleaning(const GridSnapshot& snapshot)
     cleaning.Removed = snapshot.Leftovers;
     const bool goesAltogether
         = std::any_of(snapshot.Leftovers.begin(), snapshot.Leftovers.end(),
-                      [](const GridLeftover& leftover) { return leftover.What == GridLeftover::Registry; });
+                      [](const GridLeftover& leftover) { return leftover.Kind == GridLeftover::Registry; });
     cleaning.IsRepaired = cleaning.IsRepaired && !goesAltogether;
     return cleaning;
 }

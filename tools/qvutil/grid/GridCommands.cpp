@@ -32,7 +32,7 @@ ExitCode ReportMissingGrid(const GridSnapshot& snapshot)
     QString reason = u"there is no such grid in %1"_s.arg(QDir::tempPath());
     if (snapshot.Exists())
         reason += u", but something is left of one: see qvutil grid show"_s;
-    Console::Complain(u"grid %1"_s.arg(snapshot.Name), reason);
+    Console::ReportError(u"grid %1"_s.arg(snapshot.Name), reason);
     return ExitCode::No;
 }
 

@@ -43,7 +43,7 @@ QJsonArray ToJson(const QList<qint64>& ids)
 
 QJsonObject ToJson(const GridLeftover& leftover)
 {
-    switch (leftover.What) {
+    switch (leftover.Kind) {
     case GridLeftover::Entry:
         return {
             {u"kind"_s, u"entry"_s}, {u"processId"_s, leftover.ProcessId}, {u"serverName"_s, leftover.Path}};

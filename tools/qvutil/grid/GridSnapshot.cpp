@@ -191,7 +191,7 @@ void AddGridsWithEntries(const QString& memoryFile, QSet<QString>& grids)
 
 QString GridLeftover::ToText() const
 {
-    switch (What) {
+    switch (Kind) {
     case Entry:
         return u"the entry of process %1, %2"_s.arg(ProcessId).arg(Path);
     case Socket:
@@ -244,7 +244,7 @@ QList<GridLeftover> FindStaleSockets(const QString& grid)
         const QString path = files.next();
         const auto parts = SplitServerName(files.fileName());
         if (parts && parts->Grid == place.fileName() && IsSocket(path) && IsStale(path, parts->ProcessId))
-            sockets.append({.What = GridLeftover::Socket, .ProcessId = parts->ProcessId, .Path = path});
+            sockets.append({.Kind = GridLeftover::Socket, .ProcessId = parts->ProcessId, .Path = path});
     }
     std::sort(sockets.begin(), sockets.end(),
               [](const GridLeftover& a, const GridLeftover& b) { return a.Path < b.Path; });
@@ -261,14 +261,14 @@ GridSnapshot InspectGrid(const QString& grid)
     for (const GridMember& member : members) {
         if (!member.IsAlive)
             snapshot.Leftovers.append(
-                {.What = GridLeftover::Entry, .ProcessId = member.ProcessId, .Path = member.ServerName});
+                {.Kind = GridLeftover::Entry, .ProcessId = member.ProcessId, .Path = member.ServerName});
     }
     snapshot.Leftovers += FindStaleSockets(grid);
     if (snapshot.Registry.Exists && snapshot.DeadCount() == members.size())
-        snapshot.Leftovers.append({.What = GridLeftover::Registry, .ProcessId = 0, .Path = {}});
+        snapshot.Leftovers.append({.Kind = GridLeftover::Registry, .ProcessId = 0, .Path = {}});
     const QString lockFile = Util::Internal::GridLockFilePath(grid);
     if (snapshot.DeadCount() == members.size() && QFile::exists(lockFile))
-        snapshot.Leftovers.append({.What = GridLeftover::LockFile, .ProcessId = 0, .Path = lockFile});
+        snapshot.Leftovers.append({.Kind = GridLeftover::LockFile, .ProcessId = 0, .Path = lockFile});
     return snapshot;
 }
 

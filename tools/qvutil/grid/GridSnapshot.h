@@ -52,13 +52,13 @@ struct GridLinks
 /// What a crashed process has left, or a crash of all of them.
 struct GridLeftover
 {
-    enum Kind {
+    enum LeftoverKind {
         Entry, ///< of a dead process in the registry
         Socket, ///< a socket file that nobody listens at
         Registry, ///< without a member that lives
         LockFile, ///< without a registry
     };
-    Kind What = Entry;
+    LeftoverKind Kind = Entry;
     qint64 ProcessId = 0; ///< of an entry or socket
     QString Path; ///< of a file; of an entry, the server's name
 

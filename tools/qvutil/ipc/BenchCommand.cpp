@@ -186,7 +186,7 @@ ExitCode RunBench(const BenchOptions& options)
     try {
         result = Bench(options).Run();
     } catch (const LinkFailure& failure) {
-        Console::Complain(options.Name, failure.Reason);
+        Console::ReportError(options.Name, failure.Reason);
         return ExitCode::No;
     }
     const double rate = static_cast<double>(options.Count) / std::max(result.Seconds, 1e-9);

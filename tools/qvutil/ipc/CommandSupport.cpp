@@ -55,7 +55,7 @@ ExitCode Talk(const MessageOptions& options, const Conversation& converse)
         link.Connect(options.Wait, deadline);
         converse(link, message, deadline);
     } catch (const LinkFailure& failure) {
-        Console::Complain(options.Name, failure.Reason);
+        Console::ReportError(options.Name, failure.Reason);
         return ExitCode::No;
     }
     return ExitCode::Yes;

@@ -87,7 +87,7 @@ public:
     {
         if (!mWorker.Start(mOptions.Name))
             return ExitCode::Error; // the library has said why
-        Console::Complain({}, u"listening at %1"_s.arg(Util::Internal::GetSocketPath(mOptions.Name)));
+        Console::ReportError({}, u"listening at %1"_s.arg(Util::Internal::GetSocketPath(mOptions.Name)));
         (void)mSession.WaitFor([this] { return mCount >= mOptions.Count; });
         (void)mSession.WaitFor(
             [this] { return mUnwritten == 0 && (!mClient || mClient->bytesToWrite() == 0); },
@@ -105,7 +105,7 @@ private:
                          [this, socket] { mSession.Do([&] { mUnwritten -= mClient == socket ? 1 : 0; }); });
         QObject::connect(socket, &QLocalSocket::bytesWritten, socket, [this] { mSession.Do([] {}); });
         const std::optional<ProcessName> process = FindPeerProcess(socket->socketDescriptor());
-        Console::Complain(
+        Console::ReportError(
             {}, u"a client has connected: process %1"_s.arg(process ? ToText(*process) : u"unknown"_s));
     }
 
@@ -115,7 +115,7 @@ private:
             mClient.clear();
             mUnwritten = 0;
         }
-        Console::Complain({}, u"a client has disconnected"_s);
+        Console::ReportError({}, u"a client has disconnected"_s);
     }
 
     void Take(const MessageInfo& message)

@@ -118,9 +118,9 @@ public:
         QLocalServer::removeServer(mOptions.As);
         if (!mServer.listen(mOptions.As))
             throw Failure(mOptions.As, mServer.errorString());
-        Console::Complain({},
-                          u"listening at %1, for the server %2"_s.arg(
-                              Util::Internal::GetSocketPath(mOptions.As), mOptions.Name));
+        Console::ReportError({},
+                             u"listening at %1, for the server %2"_s.arg(
+                                 Util::Internal::GetSocketPath(mOptions.As), mOptions.Name));
         mSession.RunUntilInterrupted();
         mPair.reset();
         return ExitCode::Yes;
@@ -135,7 +135,7 @@ private:
             return;
         client->setParent(nullptr);
         const std::optional<ProcessName> process = FindPeerProcess(client->socketDescriptor());
-        Console::Complain(
+        Console::ReportError(
             {}, u"a client has connected: process %1"_s.arg(process ? ToText(*process) : u"unknown"_s));
         DropPair(u"a new one takes its place"_s);
         mPair = std::make_unique<Pair>(mSession, mLines, client.release());
@@ -147,7 +147,7 @@ private:
         try {
             mPair->Connect(mOptions.Name);
         } catch (const LinkFailure& failure) {
-            Console::Complain(mOptions.Name, failure.Reason);
+            Console::ReportError(mOptions.Name, failure.Reason);
             DropPair(u"there is no server for it"_s);
         }
     }
@@ -163,16 +163,16 @@ private:
             mPair->Finish();
         mPair.reset();
         if (hadClient)
-            Console::Complain({}, u"the client has been disconnected: "_s + reason);
+            Console::ReportError({}, u"the client has been disconnected: "_s + reason);
         if (hadServer)
-            Console::Complain({}, u"the server has been disconnected"_s);
+            Console::ReportError({}, u"the server has been disconnected"_s);
     }
 
     void OnDisconnected(const QLocalSocket& end)
     {
-        Console::Complain({},
-                          &end == &mPair->Client() ? u"the client has disconnected"_s
-                                                   : u"the server has disconnected"_s);
+        Console::ReportError({},
+                             &end == &mPair->Client() ? u"the client has disconnected"_s
+                                                      : u"the server has disconnected"_s);
         if (mPair->HasEnded())
             mPair->Finish();
     }

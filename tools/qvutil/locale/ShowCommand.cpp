@@ -19,7 +19,7 @@ ExitCode Show(const LocaleOptions& options)
         if (const LocaleRecord* record = FindRecord(text)) {
             AddLocale(report, *record);
         } else {
-            Console::Complain(text, u"there is no such locale"_s);
+            Console::ReportError(text, u"there is no such locale"_s);
             code = ExitCode::No;
         }
     }

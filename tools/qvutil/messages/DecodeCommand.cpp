@@ -37,7 +37,7 @@ ExitCode DecodeFile(const InputFile& input, bool indent)
     bool found = false;
     ForEachCapturedPiece(bytes, [&](const MessagePiece& piece) {
         if (!piece.Message) {
-            Console::Complain(input.Name(), DescribeSkipped(piece));
+            Console::ReportError(input.Name(), DescribeSkipped(piece));
             code = ExitCode::No;
             return;
         }
@@ -49,7 +49,7 @@ ExitCode DecodeFile(const InputFile& input, bool indent)
             Console::Print(JsonLine(object));
     });
     if (!found) {
-        Console::Complain(input.Name(), u"there is no message"_s);
+        Console::ReportError(input.Name(), u"there is no message"_s);
         code = ExitCode::No;
     }
     return code;
@@ -63,7 +63,7 @@ ExitCode Decode(const DecodeOptions& options)
         try {
             code = std::max(code, DecodeFile(InputFile(file), options.Indent));
         } catch (const Failure& failure) { // the other files are still of interest
-            Console::Complain(failure.Subject, failure.Reason);
+            Console::ReportError(failure.Subject, failure.Reason);
             code = ExitCode::Error;
         }
     }

@@ -24,6 +24,7 @@ using Quorvin::Util::XmlFiler;
 using Quorvin::Util::Internal::TypeIdOf;
 using Quorvin::Util::Internal::TypeName;
 using Quorvin::Util::Internal::XmlProblem;
+using Quorvin::Util::Internal::XmlProblemKind;
 
 namespace Quorvin::Tool {
 
@@ -391,13 +392,13 @@ QString WhySkipped(const MessagePiece& piece, const QString& document)
     };
     // A frame that loads, and is dropped all the same, exceeds a limit of messages alone.
     const XmlProblem problem = Util::Internal::FindXmlProblem(document).value_or(
-        XmlProblem{.What = XmlProblem::Kind::LimitExceeded, .Reason = {}});
+        XmlProblem{.Kind = XmlProblemKind::LimitExceeded, .Reason = {}});
     if (problem.RootEnd >= 0)
         return u"the document ends at byte %1, and what follows makes it unreadable"_s.arg(
             byteAt(problem.RootEnd));
-    if (problem.What == XmlProblem::Kind::Truncated)
+    if (problem.Kind == XmlProblemKind::Truncated)
         return u"the document is cut off"_s;
-    if (problem.What == XmlProblem::Kind::LimitExceeded)
+    if (problem.Kind == XmlProblemKind::LimitExceeded)
         return ReasonText(problem);
     return u"byte %1: %2"_s.arg(byteAt(problem.Offset), problem.Reason);
 }

@@ -32,7 +32,7 @@ template <typename Action> ExitCode ForEachFile(const QStringList& files, Action
         try {
             action(file);
         } catch (const Failure& failure) {
-            Console::Complain(failure.Subject, failure.Reason);
+            Console::ReportError(failure.Subject, failure.Reason);
             code = ExitCode::Error;
         }
     }

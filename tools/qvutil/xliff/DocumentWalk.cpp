@@ -43,7 +43,7 @@ public:
 private:
     void Fail(const QString& subject, const QString& reason)
     {
-        Console::Complain(subject, reason);
+        Console::ReportError(subject, reason);
         mResult.IsComplete = false;
     }
 
@@ -111,9 +111,10 @@ private:
         const QString key = DocumentKey(path);
         if (const auto known = mByKey.constFind(key); known != mByKey.constEnd()) {
             DocumentTexts& texts = mResult.Documents[*known];
-            Console::Complain(path,
-                              u"has the same file name as %1, and translations are found by that name alone: "
-                              "their texts share one list"_s.arg(texts.Path));
+            Console::ReportError(
+                path,
+                u"has the same file name as %1, and translations are found by that name alone: "
+                "their texts share one list"_s.arg(texts.Path));
             return texts;
         }
         mByKey.insert(key, mResult.Documents.size());

@@ -83,7 +83,7 @@ private:
     static ExitCode NoDocument(const WalkResult& walk)
     {
         if (walk.IsComplete)
-            Console::Complain({}, u"no document was found (see --recursive and --pattern)"_s);
+            Console::ReportError({}, u"no document was found (see --recursive and --pattern)"_s);
         return ExitCode::Error;
     }
 
@@ -95,7 +95,7 @@ private:
         extraction.Folders = mOptions.Documents.Paths;
         extraction.Locations = !mOptions.NoLocations;
         if (extraction.Prune && !mWalk->IsComplete) {
-            Console::Complain(file, u"nothing is removed, since not all documents could be read"_s);
+            Console::ReportError(file, u"nothing is removed, since not all documents could be read"_s);
             extraction.Prune = false;
         }
         XliffDocument xliff = QFileInfo::exists(file) ? XliffDocument(InputFile(file)) : XliffDocument();
@@ -109,9 +109,9 @@ private:
                         [&] { Print(file, xliff.IsChanged(), extraction.Prune, reports); });
         for (const DocumentReport& report : reports) {
             if (report.Unreachable > 0) {
-                Console::Complain(file,
-                                  u"the reader does not find %1 of %2: see qvutil xliff check"_s.arg(
-                                      Count(report.Unreachable, u"unit"_s), report.Document));
+                Console::ReportError(file,
+                                     u"the reader does not find %1 of %2: see qvutil xliff check"_s.arg(
+                                         Count(report.Unreachable, u"unit"_s), report.Document));
             }
         }
     }
