@@ -1,27 +1,20 @@
 // SPDX-FileCopyrightText: 2026 The QvUtil developers
 // SPDX-License-Identifier: MIT
 
-#include "support/TestSupport.h"
-#include "support/ToolRunner.h"
+#include "support/ToolTest.h"
 
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
-#include <QtTest>
-
-#include <optional>
 
 using namespace Qt::StringLiterals;
 using TestSupport::ToolResult;
-using TestSupport::ToolRunner;
 
-class tst_ToolExpr : public QObject
+class tst_ToolExpr : public TestSupport::ToolTest
 {
     Q_OBJECT
 
 private Q_SLOTS:
-    void init();
-    void cleanup();
     void Run_data();
     void Run();
     void Eval_json();
@@ -41,23 +34,7 @@ private Q_SLOTS:
     void Table_json();
     void Table_tooLong();
     void Operands_json();
-
-private:
-    std::optional<ToolRunner> mTool;
 };
-
-void tst_ToolExpr::init()
-{
-    TestSupport::FailOnAnyMessage();
-    mTool.emplace();
-}
-
-void tst_ToolExpr::cleanup()
-{
-    if (QTest::currentTestFailed())
-        mTool->KeepFolder();
-    mTool.reset();
-}
 
 void tst_ToolExpr::Run_data()
 {

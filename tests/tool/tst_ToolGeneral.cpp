@@ -3,8 +3,7 @@
 
 // Tests what all commands of the tool have in common, and `hash`.
 
-#include "support/TestSupport.h"
-#include "support/ToolRunner.h"
+#include "support/ToolTest.h"
 
 #include <QCryptographicHash>
 #include <QJsonArray>
@@ -12,21 +11,15 @@
 #include <QJsonObject>
 #include <QRegularExpression>
 #include <QStandardPaths>
-#include <QtTest>
-
-#include <optional>
 
 using namespace Qt::StringLiterals;
 using TestSupport::ToolResult;
-using TestSupport::ToolRunner;
 
-class tst_ToolGeneral : public QObject
+class tst_ToolGeneral : public TestSupport::ToolTest
 {
     Q_OBJECT
 
 private Q_SLOTS:
-    void init();
-    void cleanup();
     void Help();
     void Help_ofEachCommand();
     void Version();
@@ -62,10 +55,6 @@ private:
         QStringList Path;
         QString Help;
     };
-    [[nodiscard]] QString Run(const QStringList& arguments, const QByteArray& input = {}) const
-    {
-        return mTool->Run(arguments, input).ToText();
-    }
     // Collects the tool, its groups and its commands, with the output of --help.
     void CollectCommands(const QStringList& path, QList<Command>& commands) const;
     [[nodiscard]] QList<Command> Commands() const
@@ -78,22 +67,7 @@ private:
     [[nodiscard]] static QStringList Section(const QString& help, const QString& name);
     // "--json", "-t" and so on.
     [[nodiscard]] static QStringList OptionNames(const QString& help);
-
-    std::optional<ToolRunner> mTool;
 };
-
-void tst_ToolGeneral::init()
-{
-    QTest::failOnWarning(QRegularExpression(u".*"_s));
-    mTool.emplace();
-}
-
-void tst_ToolGeneral::cleanup()
-{
-    if (QTest::currentTestFailed())
-        mTool->KeepFolder();
-    mTool.reset();
-}
 
 QStringList tst_ToolGeneral::Section(const QString& help, const QString& name)
 {

@@ -5,15 +5,13 @@
 #include "messaging/GridRegistry_p.h"
 #include "support/GridSupport.h"
 #include "support/MessagingSupport.h"
-#include "support/TestSupport.h"
-#include "support/ToolRunner.h"
+#include "support/ToolTest.h"
 
 #include <QDir>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QSystemSemaphore>
-#include <QtTest>
 
 #include <csignal>
 #include <cstdio>
@@ -34,7 +32,6 @@ using Quorvin::Util::Internal::GridLockFilePath;
 using Quorvin::Util::Internal::NativeSharedMemoryKey;
 using Quorvin::Util::Internal::ParseRegistry;
 using TestSupport::ToolResult;
-using TestSupport::ToolRunner;
 
 namespace {
 
@@ -126,13 +123,11 @@ private:
 
 } // namespace
 
-class tst_ToolGrid : public QObject
+class tst_ToolGrid : public TestSupport::ToolTest
 {
     Q_OBJECT
 
 private Q_SLOTS:
-    void init();
-    void cleanup();
     void NoGrid_data();
     void NoGrid();
     void NoGrid_noSemaphore();
@@ -173,6 +168,8 @@ private Q_SLOTS:
     void Arguments();
 
 private:
+    void SetUp() override;
+    void TearDown() override;
     [[nodiscard]] ToolResult Run(const QString& command, const QStringList& arguments = {}) const
     {
         return mTool->Run(QStringList{u"grid"_s, command} + arguments);
@@ -203,30 +200,24 @@ private:
     }
     [[nodiscard]] QString Temporary(const QString& file) const { return mTemporary->filePath(file); }
 
-    std::optional<ToolRunner> mTool;
     std::optional<QTemporaryDir> mTemporary;
     std::optional<TestSupport::EnvironmentGuard> mFolderGuard;
 };
 
-void tst_ToolGrid::init()
+void tst_ToolGrid::SetUp()
 {
-    TestSupport::FailOnAnyMessage();
-    mTool.emplace();
     mTemporary.emplace();
     mFolderGuard.emplace("TMPDIR", QFile::encodeName(mTemporary->path()));
 }
 
-void tst_ToolGrid::cleanup()
+void tst_ToolGrid::TearDown()
 {
-    if (QTest::currentTestFailed())
-        mTool->KeepFolder();
     // What killed processes leave outlives the folder. The last process to detach removes the segment, and
     // the creator of a semaphore removes that.
     QSharedMemory(kGrid).attach();
     QSystemSemaphore(kGrid, 1, QSystemSemaphore::Create);
     mFolderGuard.reset();
     mTemporary.reset();
-    mTool.reset();
 }
 
 // --- show

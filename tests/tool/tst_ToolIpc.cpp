@@ -6,13 +6,11 @@
 #include "support/BareSocket.h"
 #include "support/MessagingSupport.h"
 #include "support/RunningTool.h"
-#include "support/TestSupport.h"
-#include "support/ToolRunner.h"
+#include "support/ToolTest.h"
 
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
-#include <QtTest>
 
 #include <memory>
 #include <optional>
@@ -28,7 +26,6 @@ using TestSupport::PathOf;
 using TestSupport::RunningTool;
 using TestSupport::StartListener;
 using TestSupport::ToolResult;
-using TestSupport::ToolRunner;
 
 namespace {
 
@@ -46,13 +43,11 @@ QString Normalized(const QByteArray& output)
 
 } // namespace
 
-class tst_ToolIpc : public QObject
+class tst_ToolIpc : public TestSupport::ToolTest
 {
     Q_OBJECT
 
 private Q_SLOTS:
-    void init();
-    void cleanup();
 
     void Call_echo_data();
     void Call_echo();
@@ -103,22 +98,7 @@ private Q_SLOTS:
 private:
     // Runs a command of the group while the event loop runs.
     [[nodiscard]] ToolResult Run(const QStringList& arguments) const;
-
-    std::optional<ToolRunner> mTool;
 };
-
-void tst_ToolIpc::init()
-{
-    TestSupport::FailOnAnyMessage();
-    mTool.emplace();
-}
-
-void tst_ToolIpc::cleanup()
-{
-    if (QTest::currentTestFailed())
-        mTool->KeepFolder();
-    mTool.reset();
-}
 
 ToolResult tst_ToolIpc::Run(const QStringList& arguments) const
 {

@@ -6,16 +6,13 @@
 #include "support/BareSocket.h"
 #include "support/MessagingSupport.h"
 #include "support/RunningTool.h"
-#include "support/TestSupport.h"
-#include "support/ToolRunner.h"
+#include "support/ToolTest.h"
 
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
-#include <QtTest>
 
 #include <memory>
-#include <optional>
 
 #include <sys/stat.h>
 #include <unistd.h>
@@ -27,15 +24,12 @@ using TestSupport::PathOf;
 using TestSupport::RunningTool;
 using TestSupport::StartListener;
 using TestSupport::ToolResult;
-using TestSupport::ToolRunner;
 
-class tst_ToolIpcDoctor : public QObject
+class tst_ToolIpcDoctor : public TestSupport::ToolTest
 {
     Q_OBJECT
 
 private Q_SLOTS:
-    void init();
-    void cleanup();
 
     void Doctor_healthy();
     void Doctor_healthyText();
@@ -76,22 +70,7 @@ private:
     [[nodiscard]] QJsonObject Diagnose(const QString& name, const QStringList& options = {}) const;
     // Returns the codes of the problems.
     [[nodiscard]] static QStringList Codes(const QJsonObject& diagnosis);
-
-    std::optional<ToolRunner> mTool;
 };
-
-void tst_ToolIpcDoctor::init()
-{
-    TestSupport::FailOnAnyMessage();
-    mTool.emplace();
-}
-
-void tst_ToolIpcDoctor::cleanup()
-{
-    if (QTest::currentTestFailed())
-        mTool->KeepFolder();
-    mTool.reset();
-}
 
 ToolResult tst_ToolIpcDoctor::Run(const QStringList& arguments) const
 {

@@ -7,14 +7,12 @@
 #include "support/LinkedServer.h"
 #include "support/MessagingSupport.h"
 #include "support/RunningTool.h"
-#include "support/TestSupport.h"
-#include "support/ToolRunner.h"
+#include "support/ToolTest.h"
 
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QTemporaryDir>
-#include <QtTest>
 
 #include <algorithm>
 #include <optional>
@@ -30,15 +28,12 @@ using TestSupport::PathOf;
 using TestSupport::RunningTool;
 using TestSupport::StartListener;
 using TestSupport::ToolResult;
-using TestSupport::ToolRunner;
 
-class tst_ToolIpcList : public QObject
+class tst_ToolIpcList : public TestSupport::ToolTest
 {
     Q_OBJECT
 
 private Q_SLOTS:
-    void init();
-    void cleanup();
 
     void Nothing();
     void Server();
@@ -57,6 +52,8 @@ private Q_SLOTS:
     void Usage();
 
 private:
+    void SetUp() override;
+    void TearDown() override;
     [[nodiscard]] ToolResult Run(const QStringList& options = {}) const
     {
         return TestSupport::RunIpc(*mTool, QStringList(u"list"_s) + options);
@@ -81,7 +78,6 @@ private:
         return QDir(mTemporary->path()).entryList(QDir::AllEntries | QDir::System | QDir::Hidden);
     }
 
-    std::optional<ToolRunner> mTool;
     std::optional<QTemporaryDir> mTemporary;
     std::optional<EnvironmentGuard> mTemporaryGuard;
     std::optional<EnvironmentGuard> mSessionGuard;
@@ -97,23 +93,18 @@ QJsonObject Process(qint64 id, const QString& name)
 }
 } // namespace
 
-void tst_ToolIpcList::init()
+void tst_ToolIpcList::SetUp()
 {
-    TestSupport::FailOnAnyMessage();
-    mTool.emplace();
     mTemporary.emplace();
     mTemporaryGuard.emplace("TMPDIR", QFile::encodeName(mTemporary->path()));
     mSessionGuard.emplace("XDG_RUNTIME_DIR", QByteArray());
 }
 
-void tst_ToolIpcList::cleanup()
+void tst_ToolIpcList::TearDown()
 {
-    if (QTest::currentTestFailed())
-        mTool->KeepFolder();
     mSessionGuard.reset();
     mTemporaryGuard.reset();
     mTemporary.reset();
-    mTool.reset();
 }
 
 void tst_ToolIpcList::Nothing()

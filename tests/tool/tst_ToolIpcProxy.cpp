@@ -7,13 +7,11 @@
 #include "support/BareSocket.h"
 #include "support/MessagingSupport.h"
 #include "support/RunningTool.h"
-#include "support/TestSupport.h"
-#include "support/ToolRunner.h"
+#include "support/ToolTest.h"
 
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QRandomGenerator>
-#include <QtTest>
 
 #include <memory>
 #include <optional>
@@ -29,13 +27,11 @@ using TestSupport::RunningTool;
 using TestSupport::ToolResult;
 using TestSupport::ToolRunner;
 
-class tst_ToolIpcProxy : public QObject
+class tst_ToolIpcProxy : public TestSupport::ToolTest
 {
     Q_OBJECT
 
 private Q_SLOTS:
-    void init();
-    void cleanup();
 
     void Bytes_data();
     void Bytes();
@@ -58,34 +54,30 @@ private Q_SLOTS:
     void NameInUse();
 
 private:
+    void SetUp() override;
+    void TearDown() override;
     // Starts a proxy between the two names and waits until it listens.
     [[nodiscard]] bool Start(const QStringList& options = {});
 
-    std::optional<ToolRunner> mTool;
     QString mServerName;
     QString mProxyName;
     std::optional<RawServer> mServer;
     std::optional<RunningTool> mProxy;
 };
 
-void tst_ToolIpcProxy::init()
+void tst_ToolIpcProxy::SetUp()
 {
-    TestSupport::FailOnAnyMessage();
-    mTool.emplace();
     mServerName = UniqueName();
     mProxyName = UniqueName();
     mServer.emplace(mServerName);
     QVERIFY(mServer->IsListening());
 }
 
-void tst_ToolIpcProxy::cleanup()
+void tst_ToolIpcProxy::TearDown()
 {
-    if (QTest::currentTestFailed())
-        mTool->KeepFolder();
     mProxy.reset();
     QFile::remove(PathOf(mProxyName)); // left by a killed proxy
     mServer.reset();
-    mTool.reset();
 }
 
 bool tst_ToolIpcProxy::Start(const QStringList& options)

@@ -1,28 +1,21 @@
 // SPDX-FileCopyrightText: 2026 The QvUtil developers
 // SPDX-License-Identifier: MIT
 
-#include "support/TestSupport.h"
-#include "support/ToolRunner.h"
+#include "support/ToolTest.h"
 
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
-#include <QtTest>
-
-#include <optional>
 
 using namespace Qt::StringLiterals;
 using TestSupport::EnvironmentGuard;
 using TestSupport::ToolResult;
-using TestSupport::ToolRunner;
 
-class tst_ToolLocale : public QObject
+class tst_ToolLocale : public TestSupport::ToolTest
 {
     Q_OBJECT
 
 private Q_SLOTS:
-    void init();
-    void cleanup();
     void Run_data();
     void Run();
     void Show_json();
@@ -31,23 +24,7 @@ private Q_SLOTS:
     void List_json();
     void Current_data();
     void Current();
-
-private:
-    std::optional<ToolRunner> mTool;
 };
-
-void tst_ToolLocale::init()
-{
-    TestSupport::FailOnAnyMessage();
-    mTool.emplace();
-}
-
-void tst_ToolLocale::cleanup()
-{
-    if (QTest::currentTestFailed())
-        mTool->KeepFolder();
-    mTool.reset();
-}
 
 void tst_ToolLocale::Run_data()
 {

@@ -2,22 +2,18 @@
 // SPDX-License-Identifier: MIT
 
 #include "messaging/MessageCodec_p.h"
-#include "support/TestSupport.h"
-#include "support/ToolRunner.h"
+#include "support/ToolTest.h"
 
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QRandomGenerator>
-#include <QtTest>
 
 #include <limits>
-#include <optional>
 
 using namespace Qt::StringLiterals;
 using namespace Quorvin::Util;
 using TestSupport::ToolResult;
-using TestSupport::ToolRunner;
 
 namespace {
 
@@ -134,13 +130,11 @@ MessageInfo RandomMessage(QRandomGenerator& random)
 
 } // namespace
 
-class tst_ToolMessage : public QObject
+class tst_ToolMessage : public TestSupport::ToolTest
 {
     Q_OBJECT
 
 private Q_SLOTS:
-    void init();
-    void cleanup();
     void Values_data();
     void Values();
     void Fields_data();
@@ -168,23 +162,7 @@ private Q_SLOTS:
     void Split_bad();
     void Arguments_data();
     void Arguments();
-
-private:
-    std::optional<ToolRunner> mTool;
 };
-
-void tst_ToolMessage::init()
-{
-    TestSupport::FailOnAnyMessage();
-    mTool.emplace();
-}
-
-void tst_ToolMessage::cleanup()
-{
-    if (QTest::currentTestFailed())
-        mTool->KeepFolder();
-    mTool.reset();
-}
 
 // --- encode and decode
 

@@ -1,31 +1,24 @@
 // SPDX-FileCopyrightText: 2026 The QvUtil developers
 // SPDX-License-Identifier: MIT
 
-#include "support/TestSupport.h"
-#include "support/ToolRunner.h"
+#include "support/ToolTest.h"
 
 #include <QDir>
 #include <QFileInfo>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
-#include <QtTest>
-
-#include <optional>
 
 #include <unistd.h>
 
 using namespace Qt::StringLiterals;
 using TestSupport::ToolResult;
-using TestSupport::ToolRunner;
 
-class tst_ToolPaths : public QObject
+class tst_ToolPaths : public TestSupport::ToolTest
 {
     Q_OBJECT
 
 private Q_SLOTS:
-    void init();
-    void cleanup();
     void Path_data();
     void Path();
     void Path_json_data();
@@ -50,22 +43,7 @@ private:
     [[nodiscard]] bool MakeTree() const;
     [[nodiscard]] QStringList Tree() const;
     [[nodiscard]] QString Run(const QStringList& arguments) const;
-
-    std::optional<ToolRunner> mTool;
 };
-
-void tst_ToolPaths::init()
-{
-    TestSupport::FailOnAnyMessage();
-    mTool.emplace();
-}
-
-void tst_ToolPaths::cleanup()
-{
-    if (QTest::currentTestFailed())
-        mTool->KeepFolder();
-    mTool.reset();
-}
 
 // Creates the folder "tree": files of all types, links to a file and to a folder outside, and an empty
 // folder.

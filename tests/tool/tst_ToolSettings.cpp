@@ -2,23 +2,19 @@
 // SPDX-License-Identifier: MIT
 
 #include "support/RunningTool.h"
-#include "support/TestSupport.h"
-#include "support/ToolRunner.h"
+#include "support/ToolTest.h"
 
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QRegularExpression>
 #include <QSettings>
-#include <QtTest>
 
 #include <csignal>
-#include <optional>
 
 using namespace Qt::StringLiterals;
 using TestSupport::RunningTool;
 using TestSupport::ToolResult;
-using TestSupport::ToolRunner;
 
 namespace {
 
@@ -36,13 +32,11 @@ two</Notes>
 
 } // namespace
 
-class tst_ToolSettings : public QObject
+class tst_ToolSettings : public TestSupport::ToolTest
 {
     Q_OBJECT
 
 private Q_SLOTS:
-    void init();
-    void cleanup();
     void Set_newFile();
     void Set_existingFile();
     void Delete_data();
@@ -89,6 +83,7 @@ private Q_SLOTS:
     void Watch_usage();
 
 private:
+    void SetUp() override;
     [[nodiscard]] QString Run(const QStringList& arguments, const QByteArray& input = {}) const
     {
         return mTool->Run(QStringList(u"settings"_s) + arguments, input).ToText();
@@ -97,22 +92,11 @@ private:
     {
         return QJsonDocument::fromJson(mTool->Run(QStringList(u"settings"_s) + arguments).Output).array();
     }
-
-    std::optional<ToolRunner> mTool;
 };
 
-void tst_ToolSettings::init()
+void tst_ToolSettings::SetUp()
 {
-    QTest::failOnWarning(QRegularExpression(u".*"_s));
-    mTool.emplace();
     QVERIFY(mTool->Write(u"app.xml"_s, kSettings));
-}
-
-void tst_ToolSettings::cleanup()
-{
-    if (QTest::currentTestFailed())
-        mTool->KeepFolder();
-    mTool.reset();
 }
 
 void tst_ToolSettings::Set_newFile()

@@ -4,8 +4,7 @@
 // Tests the commands `qvutil xliff`: each test runs the real tool on real files, and compares everything that
 // it prints and writes. Lines that begin with "! " are from standard error; "=> " is the exit code.
 
-#include "support/TestSupport.h"
-#include "support/ToolRunner.h"
+#include "support/ToolTest.h"
 
 #include <qvutil/GeneralUtil.h>
 #include <qvutil/XmlFiler.h>
@@ -15,9 +14,6 @@
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
-#include <QtTest>
-
-#include <memory>
 
 using namespace Qt::StringLiterals;
 using Quorvin::Util::GeneralUtil;
@@ -92,23 +88,11 @@ ToolResult RunOther(const QString& program, const QStringList& arguments)
 
 } // namespace
 
-class tst_ToolXliff : public QObject
+class tst_ToolXliff : public TestSupport::ToolTest
 {
     Q_OBJECT
 
 private Q_SLOTS:
-    void init()
-    {
-        TestSupport::FailOnAnyMessage();
-        mTool = std::make_unique<ToolRunner>();
-    }
-    void cleanup()
-    {
-        if (QTest::currentTestFailed())
-            mTool->KeepFolder();
-        mTool.reset();
-    }
-
     // extract
     void Extract_newFile();
     void Extract_twiceChangesNothing();
@@ -169,9 +153,6 @@ private Q_SLOTS:
     void Rules();
     void Linguist_roundTrip();
     void Samples();
-
-private:
-    std::unique_ptr<ToolRunner> mTool;
 };
 
 void tst_ToolXliff::Extract_newFile()

@@ -1,22 +1,16 @@
 // SPDX-FileCopyrightText: 2026 The QvUtil developers
 // SPDX-License-Identifier: MIT
 
-#include "support/TestSupport.h"
-#include "support/ToolRunner.h"
+#include "support/ToolTest.h"
 
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
-#include <QRegularExpression>
-#include <QtTest>
-
-#include <optional>
 
 #include <unistd.h>
 
 using namespace Qt::StringLiterals;
 using TestSupport::ToolResult;
-using TestSupport::ToolRunner;
 
 namespace {
 
@@ -44,13 +38,11 @@ QString WithoutParsersWords(const QString& result, const QString& complaint)
 
 } // namespace
 
-class tst_ToolXml : public QObject
+class tst_ToolXml : public TestSupport::ToolTest
 {
     Q_OBJECT
 
 private Q_SLOTS:
-    void init();
-    void cleanup();
     void Get_data();
     void Get();
     void Get_type_data();
@@ -104,30 +96,16 @@ private Q_SLOTS:
     void Cat_json();
 
 private:
-    [[nodiscard]] QString Run(const QStringList& arguments, const QByteArray& input = {}) const
-    {
-        return mTool->Run(arguments, input).ToText();
-    }
+    void SetUp() override;
     [[nodiscard]] QJsonObject RunJson(const QStringList& arguments) const
     {
         return QJsonDocument::fromJson(mTool->Run(arguments).Output).object();
     }
-
-    std::optional<ToolRunner> mTool;
 };
 
-void tst_ToolXml::init()
+void tst_ToolXml::SetUp()
 {
-    QTest::failOnWarning(QRegularExpression(u".*"_s));
-    mTool.emplace();
     QVERIFY(mTool->Write(u"app.xml"_s, kDocument));
-}
-
-void tst_ToolXml::cleanup()
-{
-    if (QTest::currentTestFailed())
-        mTool->KeepFolder();
-    mTool.reset();
 }
 
 void tst_ToolXml::Get_data()

@@ -1,0 +1,54 @@
+// SPDX-FileCopyrightText: 2026 The QvUtil developers
+// SPDX-License-Identifier: MIT
+
+#ifndef QVUTIL_TOOLTEST_H
+#define QVUTIL_TOOLTEST_H
+
+#include "support/TestSupport.h"
+#include "support/ToolRunner.h"
+
+#include <QObject>
+#include <QtTest>
+
+#include <optional>
+
+namespace TestSupport {
+
+/// Base of the tests that run the tool. Each test function, and each of its rows, has a folder of its own, in
+/// which the tool runs. The folder of a failed one is kept.
+class ToolTest : public QObject
+{
+    Q_OBJECT
+
+protected:
+    /// Called before each test function, and after it, while the folder exists.
+    virtual void SetUp() { }
+    virtual void TearDown() { }
+
+    /// Runs the tool with arguments and standard input. \return the result as one text, see ToolResult
+    [[nodiscard]] QString Run(const QStringList& arguments, const QByteArray& input = {}) const
+    {
+        return mTool->Run(arguments, input).ToText();
+    }
+
+    std::optional<ToolRunner> mTool;
+
+private Q_SLOTS:
+    void init()
+    {
+        FailOnAnyMessage();
+        mTool.emplace();
+        SetUp();
+    }
+    void cleanup()
+    {
+        if (QTest::currentTestFailed())
+            mTool->KeepFolder();
+        TearDown();
+        mTool.reset();
+    }
+};
+
+} // namespace TestSupport
+
+#endif // QVUTIL_TOOLTEST_H
