@@ -12,7 +12,6 @@
 #include "expressions/ExpressionOutline.h"
 #include <qvutil/xml/XmlRules_p.h>
 
-#include <QFile>
 #include <QJsonObject>
 #include <QXmlStreamReader>
 
@@ -125,13 +124,11 @@ private:
 void LintFile(Linter& linter, const QString& argument)
 {
     const InputFile input(argument);
-    QFile file(input.Path());
-    if (!file.open(QIODevice::ReadOnly))
-        throw Failure(input.Name(), file.errorString());
-    for (int number = 1; !file.atEnd(); ++number) {
-        const QString line = QString::fromUtf8(file.readLine()).trimmed();
+    const QList<QByteArray> lines = input.ReadAll().split('\n');
+    for (qsizetype i = 0; i < lines.size(); ++i) {
+        const QString line = QString::fromUtf8(lines.at(i)).trimmed();
         if (!line.isEmpty())
-            linter.Inspect(u"%1:%2"_s.arg(input.Name()).arg(number), line);
+            linter.Inspect(u"%1:%2"_s.arg(input.Name()).arg(i + 1), line);
     }
 }
 

@@ -62,7 +62,7 @@ public:
         for (const TranslationMark& mark : FindTranslationMarks(document)) {
             if (mark.Source.trimmed().isEmpty() && mark.Shown == mark.Source)
                 continue; // nothing to translate
-            const QString id = QString::fromLatin1(Util::GeneralUtil::GetHash(mark.Source));
+            const QString id = UnitId(mark.Source);
             const ShownAs shownAs = Classify(mark, id);
             ++(shownAs == ShownAs::Translated ? translated : shownAs == ShownAs::Id ? ids : untranslated);
             report.AddItem([&] { return ToJson(mark, shownAs, id); }, [&] { Print(mark, shownAs); });

@@ -6,8 +6,6 @@
 #include "cli/Console.h"
 #include "xliff/SourceText.h"
 
-#include <qvutil/GeneralUtil.h>
-
 #include <QHash>
 #include <QSet>
 
@@ -121,7 +119,7 @@ private:
         if (unit.Reachability != UnitReachability::Found)
             Add(FindingKind::Unreachable, unit,
                 u"%1 is out of reach: %2"_s.arg(source, ReasonOf(unit.Reachability)));
-        const QString id = QString::fromLatin1(Util::GeneralUtil::GetHash(unit.Source));
+        const QString id = UnitId(unit.Source);
         if (unit.Id != id) {
             Add(FindingKind::WrongId, unit,
                 u"%1 has the id %2, but is looked for as %3"_s.arg(source, Console::Quoted(unit.Id), id));
@@ -202,7 +200,7 @@ private:
             const QSet<QString> known = units.value(document.Key);
             for (const DocumentTexts::Text& text : document.Texts) {
                 present.insert(text.Source);
-                const QString id = QString::fromLatin1(Util::GeneralUtil::GetHash(text.Source));
+                const QString id = UnitId(text.Source);
                 if (!known.contains(id))
                     AddMissing(text, id);
             }

@@ -45,6 +45,11 @@ QString DocumentKey(const QString& path)
     return QFileInfo(path).fileName().toLower();
 }
 
+QString UnitId(const QString& source)
+{
+    return QString::fromLatin1(Util::GeneralUtil::GetHash(source));
+}
+
 UnitProgress XliffUnit::GetProgress() const
 {
     if (Target.isEmpty())
@@ -238,8 +243,7 @@ QString XliffDocument::ComposeUnit(const NewUnit& unit, const QString& indent) c
     const QString inner = indent + IndentStep();
     const QString space = unit.Source == unit.Source.simplified() ? QString() : u" xml:space=\"preserve\""_s;
     QStringList lines;
-    lines += indent + "<trans-unit id=\""_L1 + QString::fromLatin1(Util::GeneralUtil::GetHash(unit.Source))
-        + u'"' + space + u'>';
+    lines += indent + "<trans-unit id=\""_L1 + UnitId(unit.Source) + u'"' + space + u'>';
     lines += inner + "<source>"_L1 + Escape(unit.Source, false) + "</source>"_L1;
     lines += unit.Target.isEmpty() ? inner + "<target/>"_L1
                                    : inner + "<target state=\"needs-review-translation\">"_L1
@@ -303,7 +307,7 @@ void XliffDocument::SetTarget(const XliffUnit& unit, const QString& text, const 
 
 void XliffDocument::SetId(const XliffUnit& unit)
 {
-    SetAttribute(unit.Element, u"id", QString::fromLatin1(Util::GeneralUtil::GetHash(unit.Source)));
+    SetAttribute(unit.Element, u"id", UnitId(unit.Source));
 }
 
 bool XliffDocument::SetLine(const XliffUnit& unit, int line)

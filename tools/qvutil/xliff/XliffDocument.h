@@ -16,6 +16,8 @@ namespace Quorvin::Tool {
 
 /// The key under which the library files a document's units: its file name without folders, in lower case.
 [[nodiscard]] QString DocumentKey(const QString& path);
+/// The id of the unit for a text, by which the library finds its translation: the digest of the text.
+[[nodiscard]] QString UnitId(const QString& source);
 
 /// Whether the library's translator finds a unit, and if not, why.
 enum class UnitReachability {

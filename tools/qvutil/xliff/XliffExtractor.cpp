@@ -5,8 +5,6 @@
 
 #include "cli/Failure.h"
 
-#include <qvutil/GeneralUtil.h>
-
 #include <QDir>
 #include <QFileInfo>
 #include <QHash>
@@ -18,11 +16,6 @@ using namespace Qt::StringLiterals;
 
 namespace Quorvin::Tool {
 namespace {
-
-QString IdOf(const QString& source)
-{
-    return QString::fromLatin1(Util::GeneralUtil::GetHash(source));
-}
 
 /// Languages are written "de-AT", "de_AT" or "DE-at".
 bool IsSameLanguage(const QString& a, const QString& b)
@@ -126,7 +119,7 @@ private:
 
     [[nodiscard]] NewUnit MakeUnit(const DocumentTexts::Text& text, DocumentReport& report) const
     {
-        NewUnit unit{text.Source, mTargets.value(IdOf(text.Source)),
+        NewUnit unit{text.Source, mTargets.value(UnitId(text.Source)),
                      mOptions.Locations ? text.Where.Line : 0};
         report.New.append(text.Source);
         if (!unit.Target.isEmpty())
@@ -157,14 +150,14 @@ private:
         for (const int index : file.Units) {
             const XliffUnit& unit = mXliff.GetUnits().at(index);
             byId.insert(unit.Id, index); // of several, the reader uses the last
-            if (unit.Id != IdOf(unit.Source))
+            if (unit.Id != UnitId(unit.Source))
                 bySource.insert(unit.Source, index);
         }
         QSet<QString> ids;
         const XliffUnit* behind = nullptr;
         QList<NewUnit> units;
         for (const DocumentTexts::Text& text : document.Texts) {
-            const QString id = IdOf(text.Source);
+            const QString id = UnitId(text.Source);
             ids.insert(id);
             int index = byId.value(id, -1);
             if (index < 0 && (index = bySource.value(text.Source, -1)) >= 0) {
@@ -209,7 +202,7 @@ private:
         for (const int index : file.Units) {
             const XliffUnit& unit = mXliff.GetUnits().at(index);
             // A unit with a wrong id beside the right one is not gone, and is for check to report.
-            if (mUsed.contains(index) || ids.contains(unit.Id) || ids.contains(IdOf(unit.Source)))
+            if (mUsed.contains(index) || ids.contains(unit.Id) || ids.contains(UnitId(unit.Source)))
                 continue;
             report.Vanished.append({unit.Source, unit.Target, mXliff.GetPlace(unit.Element)});
             if (mOptions.Prune)
