@@ -36,7 +36,7 @@ void FillRecent(QMenu& menu, const QStringList& files, const std::function<void(
     menu.clear();
     menu.setToolTipsVisible(true);
     for (int i = 0; i < files.size(); ++i) {
-        const QString file = files[i];
+        const QString& file = files[i];
         QAction* action = menu.addAction(u"&%1 %2"_s.arg(i + 1).arg(Escape(QFileInfo(file).fileName())));
         action->setToolTip(QDir::toNativeSeparators(file));
         QObject::connect(

@@ -44,6 +44,16 @@ double RoundUp(double value)
     return 10 * power;
 }
 
+// The multiples of a step from the first number to the last.
+QList<double> MultiplesOf(double step, double first, double last)
+{
+    QList<double> multiples;
+    const auto end = static_cast<qint64>(std::floor(last / step));
+    for (auto count = static_cast<qint64>(std::ceil(first / step)); count <= end; ++count)
+        multiples.append(static_cast<double>(count) * step);
+    return multiples;
+}
+
 QPainterPath PathThrough(const QList<QPointF>& points, bool smooth)
 {
     QPainterPath path;
@@ -399,9 +409,9 @@ void TourView::DrawGrid(QPainter& painter) const
     const double unit = MetresPerWay(mPreferences.Unit);
     const double step = RoundUp(section.width() / unit / 8) * unit;
     painter.setPen(QPen(kGridLine, 1));
-    for (double x = std::ceil(section.left() / step) * step; x < section.right(); x += step)
+    for (const double x : MultiplesOf(step, section.left(), section.right()))
         painter.drawLine(ToMap({x, section.top()}), ToMap({x, section.bottom()}));
-    for (double y = std::ceil(section.top() / step) * step; y < section.bottom(); y += step)
+    for (const double y : MultiplesOf(step, section.top(), section.bottom()))
         painter.drawLine(ToMap({section.left(), y}), ToMap({section.right(), y}));
 }
 
@@ -478,7 +488,7 @@ void TourView::DrawProfile(QPainter& painter) const
     const double unit = MetresPerHeight(mPreferences.Unit);
     const double range = std::max(50.0, mHighest - mLowest);
     const double step = RoundUp(range / unit / 4) * unit;
-    for (double height = std::ceil(mLowest / step) * step; height <= mLowest + range; height += step) {
+    for (const double height : MultiplesOf(step, mLowest, mLowest + range)) {
         const double y = bottom - (area.height() - 52) * (height - mLowest) / range;
         painter.setPen(QPen(kGridLine, 1));
         painter.drawLine(QPointF(64, y), QPointF(area.right() - 20, y));

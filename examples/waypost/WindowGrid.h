@@ -61,7 +61,7 @@ private:
     bool HandleMessage(const QString& messageId, const QVariantMap& params,
                        QVariantMap& responseParams) override;
     void LookAround();
-    void AskTitle(const Window& window);
+    void AskTitle(const Window& asked);
     void Ask(qint64 processId, const QString& question, const QVariantMap& params, const Done& done);
 
     Quorvin::Util::IPCManager mManager;
