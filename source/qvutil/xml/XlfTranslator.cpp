@@ -33,7 +33,7 @@ template <typename Units> Units ReadUnits(XmlFiler& filer)
 
 // Caches contexts, their units and recent translations. Null while nothing is cached: every change of the
 // table resets it.
-struct XlfTranslator::Private
+struct Q_DECL_HIDDEN XlfTranslator::Private
 {
     // A document, by the name that Translate was called with. The units share the data of the table.
     struct Context
