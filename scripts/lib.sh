@@ -77,7 +77,7 @@ packages_of()
         build:brew)
             echo cmake ninja ccache pkgconf qt cli11 ;;
         test:debian)
-            echo binutils blackbox clang gobjc++ libgnustep-gui-dev libicu-dev libxml2-utils python3 qt6-l10n-tools \
+            echo binutils blackbox clang gobjc++ libgnustep-gui-dev libicu-dev libxml2-utils patch python3 qt6-l10n-tools \
                 qt6-translations-l10n shared-mime-info tzdata xvfb ;;
         test:brew)
             echo icu4c libxml2 shared-mime-info ;;
