@@ -284,14 +284,14 @@ void MessageClientThread::customEvent(QEvent* event)
 
 void MessageClientThread::Announce(const Internal::Arrival& arrival)
 {
-    switch (arrival.What) {
-    case Internal::Arrival::Kind::Connected:
+    switch (arrival.Kind) {
+    case Internal::ArrivalKind::Connected:
         Q_EMIT Connected();
         break;
-    case Internal::Arrival::Kind::Disconnected:
+    case Internal::ArrivalKind::Disconnected:
         Q_EMIT Disconnected();
         break;
-    case Internal::Arrival::Kind::Message:
+    case Internal::ArrivalKind::Message:
         FlushSentNotifications();
         Q_EMIT MessageReceived(arrival.Message);
         break;
@@ -313,7 +313,7 @@ void MessageClientThread::FlushSentNotifications()
 void MessageClientThread::RunWorker()
 {
     MessageClientWorker worker(mServerName, mMode, mClient);
-    using Kind = Internal::Arrival::Kind;
+    using Kind = Internal::ArrivalKind;
     // Once the connection is visible, its announcement is in the mailbox.
     connect(&worker, &MessageClientWorker::Connected, &worker, [this] {
         Deliver({Kind::Connected});

@@ -160,7 +160,7 @@ void MessageServerThread::RunWorker()
 {
     MessageServerWorker worker(mServer);
     worker.SetEndpointObserver([this](const Platform::FileIdentity& endpoint) { SetEndpoint(endpoint); });
-    using Kind = Internal::Arrival::Kind;
+    using Kind = Internal::ArrivalKind;
     connect(&worker, &MessageServerWorker::MessageReceived, &worker, [this](const MessageInfo& message) {
         Deliver({Kind::Message, nullptr, message});
     });
@@ -179,14 +179,14 @@ void MessageServerThread::RunWorker()
 
 void MessageServerThread::Announce(const Internal::Arrival& arrival)
 {
-    switch (arrival.What) {
-    case Internal::Arrival::Kind::Connected:
+    switch (arrival.Kind) {
+    case Internal::ArrivalKind::Connected:
         Q_EMIT Connected(arrival.Socket);
         break;
-    case Internal::Arrival::Kind::Disconnected:
+    case Internal::ArrivalKind::Disconnected:
         Q_EMIT Disconnected(arrival.Socket);
         break;
-    case Internal::Arrival::Kind::Message:
+    case Internal::ArrivalKind::Message:
         Q_EMIT MessageReceived(arrival.Message);
         break;
     }

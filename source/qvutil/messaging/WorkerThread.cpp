@@ -51,7 +51,7 @@ void WorkerThread::AnnounceArrivals()
     for (; count > 0 && !mArrivals.empty(); --count) {
         const Arrival arrival = std::move(mArrivals.front());
         mArrivals.pop_front();
-        if (arrival.What == Arrival::Kind::Message)
+        if (arrival.Kind == ArrivalKind::Message)
             CountTaken();
         Announce(arrival);
         if (self.isNull())

@@ -19,12 +19,12 @@
 
 namespace Quorvin::Util::Internal {
 
+enum class ArrivalKind { Connected, Disconnected, Message };
+
 /// What a worker hands to the owner thread.
 struct Arrival
 {
-    enum class Kind { Connected, Disconnected, Message };
-
-    Kind What = Kind::Message;
+    ArrivalKind Kind = ArrivalKind::Message;
     QLocalSocket* Socket = nullptr; // of a server's connection
     MessageInfo Message = {};
 };
