@@ -42,7 +42,7 @@ bool Answers::HandleMessage(const QString& question, const QVariantMap& params, 
         std::reverse(bytes.begin(), bytes.end());
         answer[u"is"_s] = bytes;
     } else {
-        return false; // for another responder, if there is one
+        return false; // ask the next responder, if there is one
     }
     return true;
 }

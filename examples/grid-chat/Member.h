@@ -23,7 +23,7 @@ private:
 };
 //! [responder]
 
-/// One process of a grid: it joins, answers questions, and carries out commands.
+/// A member of a grid: joins, answers questions and carries out commands.
 class Member
 {
 public:
@@ -33,7 +33,7 @@ public:
     [[nodiscard]] QString Members();
     /// Sends requests to the member to which this one is connected.
     [[nodiscard]] QStringList AskQuestions();
-    /// Connects to the newest member. Only the first member can do so: the others have a connection already.
+    /// Connects to the newest member. Only the first member can do this; the others are already connected.
     void TurnToNewest();
 
 private:

@@ -1,11 +1,11 @@
 // SPDX-FileCopyrightText: 2026 The QvUtil developers
 // SPDX-License-Identifier: MIT
 
-// Processes that find one another by the name of a grid, and ask each other questions.
+// Processes that find each other by the name of a grid, and ask each other questions.
 //
-//   grid-chat                starts three of them, and kills one: the next that joins prunes its entry
-//   grid-chat --tool QVUTIL  the same, with the tool to show the grid in between
-//   grid-chat GRID NAME      one of them. It reads commands, one per line: members, ask, turn
+//   grid-chat                starts three members and kills one; the next member that joins prunes its entry
+//   grid-chat --tool QVUTIL  does the same, and shows the grid with the tool between the steps
+//   grid-chat GRID NAME      runs one member, which reads commands, one per line: members, ask, turn
 
 #include "Member.h"
 #include "Story.h"
@@ -19,7 +19,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-/// Does what the lines on standard input say, and ends with them. Meanwhile it answers the others.
+/// Carries out the commands on standard input until it ends. Meanwhile, answers the other members.
 int BeMember(const QString& grid, const QString& name)
 {
     QTextStream out(stdout);

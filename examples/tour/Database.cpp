@@ -36,7 +36,7 @@ int CountTypes(XmlFiler& filer)
     return count;
 }
 
-// The name of the current file type in a language; the cursor stays where it is.
+// Returns the name of the current file type in a language, without moving the cursor.
 QString NameIn(XmlFiler& filer, const QString& language)
 {
     QString name;

@@ -6,7 +6,7 @@
 
 #include "Transcript.h"
 
-/// Where the sections find their documents, and where they may write.
+/// The folders that the sections read from and write to.
 struct Folders
 {
     QString Database; ///< the system's database of file types

@@ -18,7 +18,7 @@ constexpr auto kDim = "\033[2m"_L1;
 constexpr auto kGreen = "\033[32m"_L1;
 constexpr auto kPlain = "\033[0m"_L1;
 
-// The source of a call without what a literal needs in C++ and a reader does not.
+// Removes the parts of a C++ literal that only the compiler needs from the source of a call.
 QString Readable(const char* source)
 {
     static const QRegularExpression prefix(u"\\bu\""_s);

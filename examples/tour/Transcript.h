@@ -42,7 +42,7 @@ private:
     bool mColour;
 };
 
-/// Makes a call and prints it with its result. What is printed is the source text of the call itself.
+/// Makes a call and prints its source text and its result.
 #define SHOW(transcript, ...) (transcript).Call(#__VA_ARGS__, Transcript::Text(__VA_ARGS__))
 /// The same for a call without a result.
 #define SHOW_VOID(transcript, ...) ((__VA_ARGS__), (transcript).Call(#__VA_ARGS__, QString()))

@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: 2026 The QvUtil developers
 // SPDX-License-Identifier: MIT
 
-// A tour of the library on real documents: every call that it prints is the call that it makes.
+// A tour of the library with real documents. It prints each call that it makes, with the result.
 
 #include "Sections.h"
 
@@ -34,7 +34,7 @@ QString SectionNames()
     return names.join(u", "_s);
 }
 
-// Where the system keeps its database of file types: below /usr/share, or where Homebrew installs.
+// Returns the system's database of file types: below /usr/share or Homebrew's prefix.
 QString FindDatabase()
 {
     const QString name = u"mime/packages/freedesktop.org.xml"_s;

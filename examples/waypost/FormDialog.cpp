@@ -24,7 +24,7 @@ using Quorvin::Util::XmlFiler;
 
 namespace {
 
-// A button that shows a colour and lets the user choose another one.
+// A button that shows a colour and lets the user choose another.
 class ColourButton final : public QPushButton
 {
 public:

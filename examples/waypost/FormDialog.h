@@ -15,27 +15,27 @@ class QFormLayout;
 
 /// A dialog built from an element Dialog of a document: fields, on pages or in one form, and buttons.
 ///
-/// | element | becomes                                          | its value              |
-/// |---------|--------------------------------------------------|------------------------|
-/// | Page    | a tab; a dialog without pages has one form       |                        |
-/// | Label   | the label of the field that For names            |                        |
-/// | Text    | a line of text; several lines with Lines="True"  | QString                |
-/// | Number  | a number between Min and Max, with a Suffix      | int                    |
-/// | Check   | a check box                                      | bool                   |
-/// | Choice  | a list of Items                                  | QString, the Value     |
-/// | Date    | a day                                            | QDate                  |
-/// | Color   | a colour                                         | QColor                 |
-/// | Button  | Ok, Cancel, Apply, Discard...                    |                        |
+/// | element  | becomes                                          | its value                |
+/// |----------|--------------------------------------------------|--------------------------|
+/// | `Page`   | a tab; a dialog without pages has one form       |                          |
+/// | `Label`  | the label of the field with the name in For      |                          |
+/// | `Text`   | a line of text; several lines with Lines="True"  | QString                  |
+/// | `Number` | a number between Min and Max, with a Suffix      | int                      |
+/// | `Check`  | a check box                                      | bool                     |
+/// | `Choice` | a list of Items                                  | QString: the item's Value |
+/// | `Date`   | a date                                           | QDate                    |
+/// | `Color`  | a colour                                         | QColor                   |
+/// | `Button` | a button: Ok, Cancel, Apply, Discard...          |                          |
 ///
-/// The object name of a field is its Name, that of a button is "button" and its Name.
+/// The object name of a field is its Name. The object name of a button is "button" followed by its Name.
 class FormDialog : public QDialog
 {
     Q_OBJECT
 public:
     /// \param document  a document with the cursor on an element Dialog; the cursor does not move
-    /// \param parent    the dialog takes its locale
+    /// \param parent    the parent, whose locale the dialog uses
     FormDialog(Quorvin::Util::XmlFiler& document, QWidget* parent);
-    /// Makes a dialog from the child element Dialog of a document's root that has this Name.
+    /// Makes a dialog from the element Dialog with this Name, a child of the document's root.
     static FormDialog* Make(Quorvin::Util::XmlFiler& document, const QString& name, QWidget* parent);
 
     [[nodiscard]] QVariant Value(const QString& name) const;

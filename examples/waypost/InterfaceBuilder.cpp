@@ -20,7 +20,7 @@ namespace {
 
 constexpr char kCondition[] = "condition";
 
-// Reads an icon by name. The icons are those of Qt's styles.
+// Returns the icon that the current element names in the attribute Icon: a standard icon of Qt's style.
 QIcon ReadIcon(XmlFiler& document, const QWidget& widget)
 {
     EnumValueName names[] = {

@@ -58,7 +58,8 @@ private:
     bool mIsBuilt = false;
 };
 
-/// Moves the cursor to each child element in turn and calls \p visit with its name. The cursor returns.
+/// Moves the cursor to each child element in turn and calls \p visit with its name. Finally, the cursor
+/// returns to where it was.
 template <typename Visit> void ForEachChild(Quorvin::Util::XmlFiler& document, Visit visit)
 {
     document.PushCurrentNode();

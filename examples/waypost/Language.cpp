@@ -67,8 +67,8 @@ void Language::Select(const QString& code)
 //! [select]
 
 //! [qt]
-// Texts such as the buttons of file dialogs belong to Qt. A QTranslator reads Qt's translations of them; it
-// works beside the XlfTranslator of the documents.
+// Some texts belong to Qt, such as the buttons of file dialogs. A QTranslator loads Qt's translations of
+// them; the documents keep their XlfTranslator.
 void Language::InstallQtTranslations()
 {
     QCoreApplication::removeTranslator(&mQtTexts);

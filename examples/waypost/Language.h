@@ -22,7 +22,7 @@ public:
     /// \param dataFolder  the folder with Waypost.de.xlf and so on
     explicit Language(QString dataFolder, QObject* parent = nullptr);
 
-    /// Changes the language, and emits Changed. Documents must be given the new translator then.
+    /// Changes the language and emits Changed. Slots must then set the new translator in each document.
     /// \param code  "en", "de" or "ja"; empty for the language of the system
     void Select(const QString& code);
 

@@ -215,7 +215,7 @@ void MainWindow::UpdateActions()
 }
 //! [conditions]
 
-// Completes the texts of Undo and Redo with the change that they concern.
+// Adds the name of the change to the texts of Undo and Redo.
 void MainWindow::UpdateUndoTexts()
 {
     const auto setText = [this](const QString& name, const QString& text, const QString& change) {

@@ -35,7 +35,7 @@ class MainWindow : public QMainWindow
     Q_OBJECT
 public:
     /// \param dataFolder  see Places::DataFolder
-    /// \param grid        name of the grid that the windows of this user form; empty: this window is alone
+    /// \param grid        name of the grid of this user's windows; empty if the window joins no grid
     MainWindow(UserSettings& settings, const QString& dataFolder, const QString& grid);
     ~MainWindow() override;
 

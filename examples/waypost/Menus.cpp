@@ -29,7 +29,7 @@ QString NameOfLanguage(const QString& code)
 
 namespace Menus {
 
-// The entries are connected by queued connections: what they call fills the menu again.
+// The connections are queued, because the functions that they call replace the entries.
 
 void FillRecent(QMenu& menu, const QStringList& files, const std::function<void(const QString& file)>& open)
 {

@@ -11,8 +11,8 @@
 #include <QString>
 #include <QWidget>
 
-/// Shows messages to the user. No operation waits for the user, because other processes may wait for this
-/// one.
+/// Shows messages to the user. No operation waits for the user, because other processes may be waiting for
+/// this process.
 class Notices
 {
 public:

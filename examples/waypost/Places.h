@@ -6,15 +6,15 @@
 
 #include <QString>
 
-/// The folders of Waypost, and the name by which its processes find each other.
+/// The folders of Waypost, and the name that its processes use to find each other.
 namespace Places {
 
 /// The folder with the interface documents, the translations, the help and the sample tours.
 QString DataFolder();
 /// The folder for this user's settings; created if it does not exist.
 QString UserFolder();
-/// The name of servers and grids. All users of a machine share these names, so the user id is part of it. So
-/// is a hash of the settings folder: instances with different settings are independent.
+/// The name of servers and grids. It contains the user id, because all users of a machine share these names,
+/// and a hash of the settings folder, so that instances with different settings are independent.
 QString ProcessName();
 
 } // namespace Places

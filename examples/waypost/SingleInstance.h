@@ -14,8 +14,9 @@ class QLockFile;
 
 /// Runs one instance per user: the first one keeps a lock and a server; later ones hand over their files.
 ///
-/// The lock decides, not the name of the server: if two programs start at the same moment, exactly one gets
-/// the lock. A lock file contains the id of its process, so the lock of a killed process is taken over.
+/// The lock decides which instance is the first, because the name of the server cannot: if two programs start
+/// at the same time, exactly one gets the lock. A lock file contains the id of its process, so the lock of a
+/// killed process is taken over.
 ///
 /// \code
 /// QLockFile lock(folder + u"/instance.lock"_s);
@@ -44,7 +45,7 @@ public:
     ~SingleInstance() override;
 
 Q_SIGNALS:
-    /// A later instance has handed over its files, perhaps none. The window is to come to the front.
+    /// A later instance has handed over its files, perhaps none. Bring the window to the front.
     void FilesReceived(const QStringList& files);
 
 private:

@@ -143,7 +143,7 @@ QString Tour::ToXml() const
 //! [read]
 bool Tour::ReadFrom(XmlFiler& filer)
 {
-    filer.TranslateEnabled = false; // these are the user's texts: "tr(ail)" is not to be translated
+    filer.TranslateEnabled = false; // the texts are the user's own: do not translate "tr(ail)"
     if (filer.GetCurrentNodeName() != "Tour"_L1)
         return false;
 
@@ -189,7 +189,7 @@ void Tour::WriteTo(XmlFiler& filer) const
 
     QList<EnumValueName> pointKinds = PointKindNames();
     for (const Point& point : Points) {
-        filer.CreateNode(u"/Points/Point"_s, false); // false: one more element each time
+        filer.CreateNode(u"/Points/Point"_s, false); // false: add an element each time
         if (!point.Name.isEmpty())
             filer.WriteString(u"Name"_s, point.Name);
         filer.WriteEnum(u"Kind"_s, int(point.Kind), pointKinds.data(), Count(pointKinds));

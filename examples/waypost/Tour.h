@@ -59,7 +59,7 @@ struct TourError
     int Column = 0;
 };
 
-/// A tour: what one file holds. A plain value.
+/// The content of one tour file, as a plain value.
 struct Tour
 {
     QString Name;
@@ -72,7 +72,7 @@ struct Tour
 
     bool operator==(const Tour&) const = default;
 
-    /// \return length of the way in metres
+    /// \return length of the track in metres
     [[nodiscard]] double Length() const;
     /// \return metres climbed
     [[nodiscard]] double Ascent() const;
@@ -92,7 +92,7 @@ struct Tour
     /// \return false if it cannot be written
     [[nodiscard]] bool Save(const QString& file) const;
 
-    /// Reads a tour from a text, such as one that another process has sent.
+    /// Reads a tour from XML text, for example from a message of another process.
     /// \return nothing if the text does not contain a tour
     static std::optional<Tour> FromXml(const QString& xml);
     [[nodiscard]] QString ToXml() const;

@@ -10,7 +10,7 @@
 
 namespace {
 
-// Replaces a tour by its state before or after a change.
+// Restores a tour to its state before or after a change.
 class ChangeTour final : public QUndoCommand
 {
 public:

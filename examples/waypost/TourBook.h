@@ -34,7 +34,7 @@ public:
     [[nodiscard]] int Find(const QString& file) const;
     [[nodiscard]] bool IsModified(int index) const { return !At(index).Changes.isClean(); }
 
-    /// Adds a tour that has no file yet, and is modified therefore.
+    /// Adds a tour that has no file yet. It counts as modified.
     /// \return its index
     int Add(const Tour& tour);
     /// Opens a file, unless it is open already.

@@ -25,7 +25,7 @@ constexpr QColor kFaintInk(0x6b, 0x6f, 0x76);
 constexpr QColor kGround(0x8f, 0xae, 0x7d);
 constexpr int kMargin = 12;
 
-// The place of a point on a plane that touches the earth at the first point.
+// Projects a point onto the plane that touches the earth at the origin.
 QPointF Project(const Point& point, const Point& origin)
 {
     constexpr double kMetresPerDegree = 111195;
@@ -415,7 +415,7 @@ void TourView::DrawGrid(QPainter& painter) const
         painter.drawLine(ToMap({section.left(), y}), ToMap({section.right(), y}));
 }
 
-// Each name stands where it hides neither a mark nor another name; a name without such a place is left out.
+// Draws each name where it covers neither a mark nor another name, and omits names that fit nowhere.
 void TourView::DrawNames(QPainter& painter) const
 {
     QList<QRectF> taken;

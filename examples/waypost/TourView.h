@@ -13,10 +13,10 @@
 
 #include <optional>
 
-/// Shows a tour: a map with its track and waypoints above, the profile of its heights below.
+/// Shows a tour: a map with its track and waypoints, and below it the elevation profile.
 ///
-/// The mouse selects waypoints in both, drags the map and zooms it with the wheel. From the keyboard, Left
-/// and Right select, + and - zoom, and 0 shows all of the tour.
+/// With the mouse, select waypoints in the map or the profile, drag the map, and zoom with the wheel. With
+/// the keyboard, Left and Right select, + and - zoom, and 0 shows the whole tour.
 class TourView : public QWidget
 {
     Q_OBJECT
@@ -30,7 +30,7 @@ public:
     /// \param index  into the tour's points; -1 for none
     void SetSelected(int index);
     [[nodiscard]] int Selected() const { return mSelected; }
-    /// Draws a small picture of a tour's track, as PNG.
+    /// Returns a small picture of a tour's track, as PNG.
     [[nodiscard]] static QByteArray MakeThumbnail(const Tour& tour, const Preferences& preferences);
 
     void ZoomIn() { Zoom(1.4, QRectF(MapArea()).center()); }
@@ -71,12 +71,12 @@ private:
     void DrawProfile(QPainter& painter) const;
 
     std::optional<Tour> mTour;
-    QList<QPointF> mPlaces; // of the points: metres east and south of the first one
-    QList<double> mWay; // to the points: metres
-    QRectF mBounds; // of mPlaces
+    QList<QPointF> mPlaces; // for each point: metres east and south of the first point
+    QList<double> mWay; // for each point: metres along the track from the start
+    QRectF mBounds; // encloses mPlaces
     double mLowest = 0;
     double mHighest = 0;
-    QRectF mSection; // null: all of the tour
+    QRectF mSection; // null: the whole tour
     int mSelected = -1;
     QPointF mDragFrom;
     Preferences mPreferences;

@@ -98,7 +98,7 @@ void UserSettings::Write(const WindowPlace& place)
 //! [place]
 
 //! [lists]
-// A path finds the first element with a name, so the entries have different names: File0, File1...
+// A path finds only the first element with a name, so each entry has a different name: File0, File1...
 QStringList UserSettings::ReadList(const QString& name)
 {
     QStringList files;

@@ -48,8 +48,7 @@ public:
     /// \param folder  an existing folder for settings.xml
     explicit UserSettings(const QString& folder);
 
-    /// The state in which the constructor found the file. SetAside and Unreadable are to be reported to the
-    /// user.
+    /// The state in which the constructor found the file. Report SetAside and Unreadable to the user.
     [[nodiscard]] Quorvin::Util::Settings::FileState State() const { return mState; }
     /// The name of the copy of a damaged file; empty if the file was not damaged.
     [[nodiscard]] QString SetAsideFile() const { return mSetAsideFile; }

@@ -33,12 +33,12 @@ WindowGrid::WindowGrid(const QString& grid, QObject* parent)
     , mManager(this)
 {
     mManager.AddMessageResponder(this);
-    // Registers this process, starts its server and connects to the oldest member. A member has room for one
-    // client only, so disconnect at once.
+    // Registers this process, starts its server and connects to the oldest member. A member serves only one
+    // client at a time, so disconnect at once.
     mManager.CreateGridConnection(grid, QIODeviceBase::ReadWrite);
     mManager.DisconnectFromServer({});
 
-    // A grid has no signals for members that join or leave.
+    // A grid emits no signal when a member joins or leaves, so look for changes regularly.
     connect(&mTimer, &QTimer::timeout, this, &WindowGrid::LookAround);
     mTimer.start(kLookInterval);
     LookAround();

@@ -14,11 +14,11 @@
 #include <functional>
 #include <optional>
 
-/// The windows of this user's Waypost processes: finds them, and sends messages to one of them.
+/// Finds the windows of this user's Waypost processes, and sends messages to them.
 ///
-/// A grid is a way for processes to find each other's servers. A server talks to one client at a time, so
-/// members that stayed connected to the oldest one would displace each other. Therefore no member stays
-/// connected: each message is sent to the receiver's server, over a new connection (see Courier).
+/// In a grid, processes find each other's servers. A server talks to one client at a time, so members that
+/// stayed connected to the oldest member would displace each other. Therefore no member stays connected:
+/// each message is sent to the receiver's server over a new connection (see Courier).
 class WindowGrid : public QObject, private Quorvin::Util::IMessageResponder
 {
     Q_OBJECT
@@ -77,7 +77,7 @@ class Courier : public QObject
 public:
     using Done = std::function<void(const std::optional<QVariantMap>& answer)>;
 
-    /// \param done  called once, with the answer; with nothing if there is none after 4 seconds
+    /// \param done  called once: with the answer, or with nothing if none has arrived after 4 seconds
     Courier(const QString& server, const QString& question, const QVariantMap& params, Done done,
             QObject* parent);
 

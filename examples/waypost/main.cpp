@@ -42,8 +42,8 @@ struct Options
     parser.showHelp(2);
 }
 
-// Ends the program for --help, --version and mistakes. Without a QApplication, an unknown option is no
-// mistake, because it may be one of QApplication's, such as -platform; the result is nothing then.
+// Ends the program after --help, --version and errors. Without a QApplication, returns nothing for an unknown
+// option, because QApplication may know it (for example -platform).
 std::optional<Options> ParseCommandLine()
 {
     QCommandLineParser parser;
@@ -90,7 +90,7 @@ bool Write(const QPixmap& picture, const QString& file)
     return false;
 }
 
-// Draws the window and an open menu, which is a separate window.
+// Draws the window with an open menu. The menu is a separate window, which QWidget::grab omits.
 QPixmap WithMenu(MainWindow& window, const QString& name)
 {
     auto* menu = window.findChild<QMenu*>(name);
@@ -167,7 +167,7 @@ int Run(QApplication& application, const Options& options, bool isFirst)
 }
 
 // Returns the exit code if another instance has received the files or does not answer; nothing if this
-// process is to open a window.
+// process must open a window.
 //! [claim]
 std::optional<int> ClaimInstance(const Options& options, QLockFile& lock)
 {

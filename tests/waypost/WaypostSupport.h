@@ -26,11 +26,11 @@ namespace WaypostSupport {
 
 using namespace Qt::StringLiterals;
 
-inline constexpr int kLongMs = 30000; // nothing but a hang takes so long
+inline constexpr int kLongMs = 30000; // longer than anything takes, except a hang
 
 inline const QString kData = QStringLiteral(WAYPOST_DATA); // clazy:exclude=non-pod-global-static
 
-// What the program keeps, in a folder of its own, so that tests and a user's Waypost do not meet.
+// A separate folder for the program's data, so that tests do not affect a user's Waypost.
 class Home
 {
 public:
@@ -61,7 +61,7 @@ inline QByteArray ReadFile(const QString& name)
     return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
 }
 
-// A window with what it needs, shown and active.
+// A window that is visible and active, with the objects that it needs.
 struct Shown
 {
     explicit Shown(const QString& grid = {})
@@ -82,7 +82,7 @@ struct Shown
         QTest::mouseClick(table->viewport(), Qt::LeftButton, {},
                           table->visualItemRect(table->item(row, column)).center());
     }
-    // The message that the window shows, and then closes.
+    // Closes the message that the window shows, and returns its text.
     [[nodiscard]] QString TakeNotice() const
     {
         auto* notice = Window.findChild<FormDialog*>(u"Notice"_s);
@@ -98,7 +98,7 @@ struct Shown
     bool IsActive = false;
 };
 
-// Presses a button of the question about unsaved changes as soon as it is asked.
+// Presses a button of the question about unsaved changes as soon as the question appears.
 inline void AnswerQuestion(MainWindow& window, const QString& button)
 {
     auto* timer = new QTimer(&window);
@@ -126,7 +126,7 @@ public:
     ~Program() { Kill(); }
     Q_DISABLE_COPY_MOVE(Program)
 
-    // Ends as a crash does.
+    // Ends the process as a crash would.
     void Kill()
     {
         mProcess.kill();

@@ -1,8 +1,8 @@
 // SPDX-FileCopyrightText: 2026 The QvUtil developers
 // SPDX-License-Identifier: MIT
 
-// The example application: its window in this process, driven by mouse and keys, and whole programs where
-// processes meet. Nothing is compared with a picture.
+// Tests the example application. Its window runs in this process and is driven with mouse and keyboard. Tests
+// of several processes start the program. No test compares pictures.
 
 #include "FormDialog.h"
 #include "MainWindow.h"
@@ -152,7 +152,7 @@ void tst_Waypost::Tour_cannotBeLoaded_data()
 
     QTest::newRow("tags do not match")
         << QByteArray("<Tour>\n <Points>\n </Tour>") << int(TourError::Reason::Damaged) << 3;
-    QTest::newRow("cut off") << QByteArray("<Tour>\n <Points>\n") << int(TourError::Reason::Damaged) << 3;
+    QTest::newRow("truncated") << QByteArray("<Tour>\n <Points>\n") << int(TourError::Reason::Damaged) << 3;
     QTest::newRow("empty") << QByteArray("") << int(TourError::Reason::Damaged) << 1;
     QTest::newRow("another document") << QByteArray("<Settings/>") << int(TourError::Reason::NotATour) << 0;
 }
@@ -229,7 +229,7 @@ void tst_Waypost::Language()
     QVERIFY(dialog != nullptr);
     QVERIFY(QTest::qWaitForWindowActive(dialog, kLongMs));
     auto* choice = dialog->findChild<QComboBox*>(u"Language"_s);
-    QCOMPARE(choice->currentIndex(), 0); // as the system
+    QCOMPARE(choice->currentIndex(), 0); // the system's language
     choice->setFocus();
     for (int i = 0; i < downs; ++i)
         QTest::keyClick(choice, Qt::Key_Down);
@@ -326,7 +326,7 @@ void tst_Waypost::Menus_haveDistinctMnemonics()
     Shown shown;
     shown.Window.SelectLanguageOnce(code);
     shown.Window.OpenFiles({mHome->CopyTour(u"ridge-walk"_s)});
-    shown.Action(u"AddPoint"_s)->trigger(); // there is something to undo
+    shown.Action(u"AddPoint"_s)->trigger(); // a change to undo
     QList<QWidget*> menus{shown.Window.menuBar()};
     for (const QString& name : {u"File"_s, u"Edit"_s, u"View"_s, u"Window"_s, u"Help"_s})
         menus.append(shown.Window.findChild<QMenu*>(u"menu"_s + name));
@@ -468,7 +468,7 @@ void tst_Waypost::Map_selectsByMouseAndKeys()
     QCOMPARE(view->Selected(), 0);
     QTRY_COMPARE(shown.Points()->currentRow(), 0);
     QTest::keyClick(view, Qt::Key_Right);
-    QVERIFY(view->Selected() > 0); // points on the way are left out
+    QVERIFY(view->Selected() > 0); // points of the track are skipped
     QCOMPARE(shown.Points()->currentRow(), 1);
     QTest::keyClick(view, Qt::Key_Left);
     QCOMPARE(view->Selected(), 0);
@@ -617,12 +617,12 @@ void tst_Waypost::Settings_damaged()
     }
     QCOMPARE(ReadFile(Home::SettingsFile() + u".damaged"_s), damaged);
     const Shown again;
-    QCOMPARE(int(again.Store.State()), int(Settings::FileState::Loaded)); // one start was enough
+    QCOMPARE(int(again.Store.State()), int(Settings::FileState::Loaded)); // the first start replaced the file
 }
 
 void tst_Waypost::Settings_unreadable()
 {
-    // A folder of that name cannot be read as a file, whoever asks.
+    // A folder of that name cannot be read as a file, not even by root.
     QVERIFY(QDir().mkpath(Home::SettingsFile()));
     Shown shown;
     QCOMPARE(int(shown.Store.State()), int(Settings::FileState::Unreadable));
@@ -691,7 +691,7 @@ void tst_Waypost::Program_handsItsFilesOver()
     const QString file = mHome->CopyTour(u"lake-circuit"_s);
     Program first({});
     QTRY_VERIFY_WITH_TIMEOUT(QFile::exists(Places::UserFolder() + u"/instance.lock"_s), kLongMs);
-    // The first may still be starting: the second waits for it.
+    // The first process may still be starting; the second waits for it.
     Program second({file});
     QCOMPARE(second.Result(), 0);
     QTRY_VERIFY_WITH_TIMEOUT(ReadFile(Home::SettingsFile()).contains("lake-circuit.tour"), kLongMs);
@@ -722,7 +722,7 @@ void tst_Waypost::Program_manyStartsAtOnce()
     }
     QCOMPARE(handedOver, kPrograms - 1);
     Program last({});
-    QCOMPARE(last.Result(), 0); // the one that is left answers
+    QCOMPARE(last.Result(), 0); // the remaining process answers
     QCOMPARE(running(), 1);
 }
 
@@ -735,10 +735,10 @@ void tst_Waypost::Program_killedFirstBlocksNobody()
         QCOMPARE(second.Result(), 0);
     }
     first->Kill();
-    QVERIFY(QFile::exists(Places::UserFolder() + u"/instance.lock"_s)); // left behind
+    QVERIFY(QFile::exists(Places::UserFolder() + u"/instance.lock"_s)); // the stale lock
     Program next({});
     Program other({});
-    // One of them is the first now, and the other one has handed over to it.
+    // One of them is the first instance now; the other has handed its files over and ends.
     QTRY_VERIFY_WITH_TIMEOUT(next.IsRunning() != other.IsRunning(), kLongMs);
     QCOMPARE((next.IsRunning() ? other : next).Result(), 0);
     Program later({});
@@ -785,13 +785,13 @@ void tst_Waypost::Grid_sendsTours()
     shown.Window.findChild<QMenu*>(u"menuSend"_s)->actions().constFirst()->trigger();
     QTRY_COMPARE_WITH_TIMEOUT(sent.count(), 1, kLongMs);
     QCOMPARE(sent.at(0).at(1).toBool(), true);
-    // It shows what it was sent, and says so when asked for its title.
+    // The receiver shows the tour, and its title contains the tour's name.
     QTRY_VERIFY_WITH_TIMEOUT(
         (grid->AskTitles(), QTest::qWait(50),
          !grid->Others().isEmpty() && grid->Others().constFirst().Title == u"Waypost - Ridge walk"_s),
         kLongMs);
 
-    // The way back, from a courier of this process.
+    // In the opposite direction, through a courier of this process.
     const qint64 processId = QCoreApplication::applicationPid();
     const QString server = Places::ProcessName() + u'.'
         + QFileInfo(QCoreApplication::applicationFilePath()).baseName() + u'.' + QString::number(processId);
@@ -803,7 +803,7 @@ void tst_Waypost::Grid_sendsTours()
     QTRY_COMPARE_WITH_TIMEOUT(shown.Window.Tours().Count(), 2, kLongMs);
     QTRY_VERIFY(isTaken);
     QVERIFY(shown.Window.Tours().At(1).Content == MakeTour());
-    QVERIFY(shown.Window.Tours().IsModified(1)); // it is in no file yet
+    QVERIFY(shown.Window.Tours().IsModified(1)); // not saved to a file yet
 }
 
 QTEST_MAIN(tst_Waypost)

@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: 2026 The QvUtil developers
 // SPDX-License-Identifier: MIT
 
-// The example application on a desktop: what only a window manager can do. OnDesktop.sh starts one.
+// Tests the parts of the example application that need a window manager. OnDesktop.sh starts one.
 
 #include "Places.h"
 #include "SingleInstance.h"
@@ -18,7 +18,7 @@ using namespace WaypostSupport;
 
 namespace {
 
-// A window in this process that later starts hand their files to, as in main().
+// A window in this process, to which later instances hand their files, as in main().
 struct FirstInstance : Shown
 {
     FirstInstance()
