@@ -2,8 +2,7 @@
 // SPDX-License-Identifier: MIT
 
 // Boolean expressions, compared with muParser, where '&' and '|' are defined as operators. Both parse the
-// text anew each time and look up each operand by name. In every expression the result depends on all
-// operands.
+// text each time and look up each operand by name. The result of every expression depends on all operands.
 #include <qvutil/BooleanExpressionEvaluator.h>
 
 #include <QHash>
@@ -21,7 +20,7 @@ namespace {
 
 constexpr int kOperands = 60;
 
-// Operand "opN" is true if N is odd, as are "a" and "b".
+// Operand "opN" is true if N is odd; "a" and "b" are true.
 const QHash<QString, bool>& Values()
 {
     static const QHash<QString, bool> values = [] {

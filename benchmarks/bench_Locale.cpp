@@ -2,7 +2,7 @@
 // SPDX-License-Identifier: MIT
 
 // Locale name to Windows locale identifier, compared with ICU. Both look up all names of the table in turn,
-// each in its own format: QString with '-', and 0-terminated bytes with '_'.
+// in their native formats: QString with '-' for the library, 0-terminated bytes with '_' for ICU.
 #include "locale/LocaleTable_p.h"
 
 #include <qvutil/LocaleUtil.h>

@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: 2026 The QvUtil developers
 // SPDX-License-Identifier: MIT
 
-// Messages between two processes, compared with Qt's other means. The other process is this program with
+// Messages between two processes, compared with Qt's own modules. The other process is this program with
 // other arguments:
 //
 //   bench_Messaging --serve NAME ADDRESS     serves the contestant NAME until standard input is closed
@@ -110,7 +110,7 @@ private:
     std::unique_ptr<Contestant> mClient;
 };
 
-// Started on first use; idle while others are measured.
+// The pairs of all contestants. Each is started on first use, and is idle while others are measured.
 class Pairs
 {
 public:
@@ -152,7 +152,8 @@ void RoundTrip(benchmark::State& state, Contestant* client, const QVariantMap& p
     }
 }
 
-// Time per message, from sending the first until the receiver has counted all.
+// Time per message: from sending the first message until the receiver has counted all of them, divided by
+// their number.
 void OneWay(benchmark::State& state, Contestant* client)
 {
     if (client == nullptr)
@@ -209,16 +210,16 @@ MessageInfo MakeMessage(const QVariantMap& params)
     return {u"Ask"_s, QUuid::createUuid(), true, false, QUuid(), params};
 }
 
-using ThereAndBack = MessageInfo (*)(const MessageInfo&);
+using RoundTripFunction = MessageInfo (*)(const MessageInfo&);
 
 // Encodes and decodes a message.
-void Codec(benchmark::State& state, const QVariantMap& params, ThereAndBack thereAndBack)
+void Codec(benchmark::State& state, const QVariantMap& params, RoundTripFunction roundTrip)
 {
     const MessageInfo message = MakeMessage(params);
-    if (!IsSame(thereAndBack(message), message))
+    if (!IsSame(roundTrip(message), message))
         return state.SkipWithError("a different message came back");
     for (auto _ : state)
-        benchmark::DoNotOptimize(thereAndBack(message));
+        benchmark::DoNotOptimize(roundTrip(message));
 }
 
 MessageInfo Codec_QvUtil(const MessageInfo& message)
@@ -251,13 +252,12 @@ MessageInfo Codec_DataStream(const MessageInfo& message)
 
 void RegisterCodecs()
 {
-    const auto add = [](const std::string& contestant, ThereAndBack thereAndBack) {
+    const auto add = [](const std::string& contestant, RoundTripFunction roundTrip) {
         benchmark::RegisterBenchmark(
             ("Codec/" + contestant + "/six parameters").c_str(),
-            [=](benchmark::State& state) { Codec(state, SixParameters(), thereAndBack); });
-        benchmark::RegisterBenchmark(
-            ("Codec/" + contestant + "/16 KiB").c_str(),
-            [=](benchmark::State& state) { Codec(state, Bytes16KiB(), thereAndBack); });
+            [=](benchmark::State& state) { Codec(state, SixParameters(), roundTrip); });
+        benchmark::RegisterBenchmark(("Codec/" + contestant + "/16 KiB").c_str(),
+                                     [=](benchmark::State& state) { Codec(state, Bytes16KiB(), roundTrip); });
     };
     add("QvUtil", Codec_QvUtil);
     add("raw QDataStream", Codec_DataStream);

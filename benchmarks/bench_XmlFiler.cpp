@@ -23,8 +23,8 @@
 using namespace Qt::StringLiterals;
 using namespace Quorvin::Util;
 
-// Families are named Subject/Contestant, so that the report can group them. Ratios refer to the first
-// contestant of a subject whose name begins with "raw".
+// Benchmarks are named Subject/Contestant, so that the report can group them. Ratios are relative to the
+// first contestant of a subject whose name begins with "raw".
 
 namespace {
 
@@ -36,8 +36,17 @@ QString SiblingName(int level, int index)
 // Four levels. At each, the element on the path is in the middle of its siblings.
 constexpr int kLevels = 4;
 
-void FillTree(QDomDocument& document, int siblings)
+QStringList PathSteps(int siblings)
 {
+    QStringList steps;
+    for (int level = 0; level < kLevels; ++level)
+        steps.append(SiblingName(level, siblings / 2));
+    return steps;
+}
+
+QDomDocument MakeTree(int siblings)
+{
+    QDomDocument document;
     QDomNode parent = document.appendChild(document.createElement(u"Root"_s));
     for (int level = 0; level < kLevels; ++level) {
         QDomNode next;
@@ -50,35 +59,46 @@ void FillTree(QDomDocument& document, int siblings)
         }
         parent = next;
     }
+    return document;
 }
 
-QStringList PathSteps(int siblings)
+// The tree in a filer.
+struct LoadedTree
 {
-    QStringList steps;
-    for (int level = 0; level < kLevels; ++level)
-        steps.append(SiblingName(level, siblings / 2));
-    return steps;
+    explicit LoadedTree(int siblings)
+        : Path(u'/' + PathSteps(siblings).join(u'/'))
+    {
+        Filer.LoadFromXmlString(MakeTree(siblings).toString());
+    }
+
+    [[nodiscard]] int ReadValue() const { return Filer.ReadInt(Path, Name, -1); }
+
+    XmlFiler Filer;
+    QString Path;
+    QString Name = u"Value"_s;
+};
+
+int ReadByFirstChildElement(const QDomDocument& document, const QStringList& steps)
+{
+    QDomElement element = document.documentElement();
+    for (const QString& step : steps)
+        element = element.firstChildElement(step);
+    return element.attribute(u"Value"_s).toInt();
 }
 
 void PathRead_rawFirstChildElement(benchmark::State& state)
 {
     const int siblings = static_cast<int>(state.range(0));
-    QDomDocument document;
-    FillTree(document, siblings);
+    const QDomDocument document = MakeTree(siblings);
     const QStringList steps = PathSteps(siblings);
-    for (auto _ : state) {
-        QDomElement element = document.documentElement();
-        for (const QString& step : steps)
-            element = element.firstChildElement(step);
-        benchmark::DoNotOptimize(element.attribute(u"Value"_s).toInt());
-    }
+    for (auto _ : state)
+        benchmark::DoNotOptimize(ReadByFirstChildElement(document, steps));
 }
 
 void PathRead_namedItem(benchmark::State& state)
 {
     const int siblings = static_cast<int>(state.range(0));
-    QDomDocument document;
-    FillTree(document, siblings);
+    const QDomDocument document = MakeTree(siblings);
     const QStringList steps = PathSteps(siblings);
     for (auto _ : state) {
         QDomNode node = document.documentElement();
@@ -91,63 +111,41 @@ void PathRead_namedItem(benchmark::State& state)
 void PathRead_QvUtil(benchmark::State& state)
 {
     const int siblings = static_cast<int>(state.range(0));
-    QDomDocument document;
-    FillTree(document, siblings);
-    XmlFiler filer;
-    filer.LoadFromXmlString(document.toString());
-    const QString path = u'/' + PathSteps(siblings).join(u'/');
-    const QString name = u"Value"_s;
-    if (filer.ReadInt(path, name, -1) != siblings / 2)
+    const LoadedTree tree(siblings);
+    if (tree.ReadValue() != siblings / 2)
         state.SkipWithError("wrong value read");
     for (auto _ : state)
-        benchmark::DoNotOptimize(filer.ReadInt(path, name, -1));
+        benchmark::DoNotOptimize(tree.ReadValue());
 }
 
-// The cost of a path that is not cached: one that is new, or any path after the application has taken a node
-// handle.
+// The cost of a path that is not cached: a new path, or any path once the application holds a node.
 void PathRead_QvUtilStepByStep(benchmark::State& state)
 {
-    const int siblings = static_cast<int>(state.range(0));
-    QDomDocument document;
-    FillTree(document, siblings);
-    XmlFiler filer;
-    filer.LoadFromXmlString(document.toString());
-    const QDomNode held = filer.GetCurrentNode();
-    const QString path = u'/' + PathSteps(siblings).join(u'/');
-    const QString name = u"Value"_s;
+    const LoadedTree tree(static_cast<int>(state.range(0)));
+    const QDomNode held = tree.Filer.GetCurrentNode();
     for (auto _ : state)
-        benchmark::DoNotOptimize(filer.ReadInt(path, name, -1));
+        benchmark::DoNotOptimize(tree.ReadValue());
 }
 
-// A read through a path that was read before, after an element came elsewhere.
+// Reads through a path that was read before, after an element was appended elsewhere.
 void ReadAfterAppend_rawFirstChildElement(benchmark::State& state)
 {
     const int siblings = static_cast<int>(state.range(0));
-    QDomDocument document;
-    FillTree(document, siblings);
+    QDomDocument document = MakeTree(siblings);
     const QStringList steps = PathSteps(siblings);
     for (auto _ : state) {
         document.documentElement().appendChild(document.createElement(u"New"_s));
-        QDomElement element = document.documentElement();
-        for (const QString& step : steps)
-            element = element.firstChildElement(step);
-        benchmark::DoNotOptimize(element.attribute(u"Value"_s).toInt());
+        benchmark::DoNotOptimize(ReadByFirstChildElement(document, steps));
     }
 }
 
 void ReadAfterAppend_QvUtil(benchmark::State& state)
 {
-    const int siblings = static_cast<int>(state.range(0));
-    QDomDocument document;
-    FillTree(document, siblings);
-    XmlFiler filer;
-    filer.LoadFromXmlString(document.toString());
-    const QString path = u'/' + PathSteps(siblings).join(u'/');
-    const QString name = u"Value"_s;
+    LoadedTree tree(static_cast<int>(state.range(0)));
     for (auto _ : state) {
-        filer.MoveToRoot();
-        filer.CreateImmediateChildNode(u"New"_s);
-        benchmark::DoNotOptimize(filer.ReadInt(path, name, -1));
+        tree.Filer.MoveToRoot();
+        tree.Filer.CreateImmediateChildNode(u"New"_s);
+        benchmark::DoNotOptimize(tree.ReadValue());
     }
 }
 
@@ -164,7 +162,7 @@ void PathRead_QSettings(benchmark::State& state)
         benchmark::DoNotOptimize(settings.value(key).toInt());
 }
 
-// About 1 MiB of the kind of document that applications keep.
+// A document of about 1 MB, of a kind that applications typically save.
 QByteArray LargeDocument()
 {
     QDomDocument document;
@@ -234,7 +232,7 @@ void LoadSave1MB_QvUtil(benchmark::State& state)
 
 constexpr int kWrites = 1000;
 
-// A thousand settings in twenty groups of five pages.
+// A thousand settings in twenty groups of one page each.
 struct Setting
 {
     QString Group;
@@ -351,7 +349,7 @@ QByteArray Xliff(const QStringList& texts)
     return xml + "</body></file></xliff>";
 }
 
-// Each text for the first time, or again.
+// Translates each text for the first time or, if Again is true, repeatedly.
 template <bool Again> void Translate1000_QvUtil(benchmark::State& state)
 {
     QTemporaryDir dir;
@@ -364,7 +362,7 @@ template <bool Again> void Translate1000_QvUtil(benchmark::State& state)
         state.SkipWithError("not translated");
     for (auto _ : state) {
         const std::optional<XlfTranslator> copy
-            = Again ? std::nullopt : std::optional(translator); // a copy has been asked for nothing
+            = Again ? std::nullopt : std::optional(translator); // the copy's cache is empty
         for (const QString& text : texts)
             benchmark::DoNotOptimize((Again ? translator : *copy).Translate(text, context));
     }
@@ -385,7 +383,7 @@ void Translate1000_QTranslator(benchmark::State& state)
     QProcess::execute(lrelease, {u"-silent"_s, dir.filePath(u"de.ts"_s)});
     QTranslator translator;
     if (!translator.load(dir.filePath(u"de.qm"_s))) {
-        state.SkipWithError("no lrelease to make the peer's file with");
+        state.SkipWithError("lrelease is missing, which creates QTranslator's file");
         return;
     }
     QList<QByteArray> sources;
@@ -408,7 +406,7 @@ BENCHMARK(PathRead_namedItem)->Name("PathRead/QDomNode::namedItem")->Arg(10)->Ar
 BENCHMARK(PathRead_QvUtil)->Name("PathRead/QvUtil")->Arg(10)->Arg(100)->Arg(1000);
 BENCHMARK(PathRead_QvUtilStepByStep)->Name("PathRead/QvUtil step by step")->Arg(10)->Arg(100)->Arg(1000);
 BENCHMARK(PathRead_QSettings)->Name("PathRead/QSettings")->Arg(10)->Arg(100)->Arg(1000);
-// A fixed number of times, since the document grows.
+// The number of iterations is fixed, because the document grows.
 BENCHMARK(ReadAfterAppend_rawFirstChildElement)
     ->Name("ReadAfterAppend/raw firstChildElement")
     ->Arg(1000)

@@ -1,10 +1,10 @@
 // SPDX-FileCopyrightText: 2026 The QvUtil developers
 // SPDX-License-Identifier: MIT
 
-// Counts how many messages arrive, by frame size: sent one by one, and as fast as possible. The receiver is
-// this program with other arguments:
+// Counts how many messages arrive, by frame size, if they are sent one by one and as fast as possible. The
+// receiver is this program with other arguments:
 //
-//   measure_Delivery --serve NAME     until standard input is closed
+//   measure_Delivery --serve NAME     receives until standard input is closed
 
 #include "IPCManager.h"
 #include "messaging/MessageCodec_p.h"
@@ -60,8 +60,8 @@ QVariantMap ParamsOf(int number, const QString& text)
     return {{u"n"_s, number}, {u"text"_s, text}};
 }
 
-// Returns the text that makes a frame of this size, if \p number is the number in it.
-QString TextForDocument(qsizetype size, int number)
+// Returns a text for which a message with \p number has a frame of this size.
+QString TextForFrame(qsizetype size, int number)
 {
     return TextOf(size - PackMessage(u"Data"_s, ParamsOf(number, {})).size());
 }
@@ -162,7 +162,7 @@ public:
     // Sends messages with frames of this size. \return how many arrived; nullopt if the receiver has ended
     std::optional<int> Send(qsizetype size, int count, bool paced)
     {
-        const QString text = TextForDocument(size, kFirstNumber);
+        const QString text = TextForFrame(size, kFirstNumber);
         QVariantMap answer;
         if (!Ask(u"Begin"_s, {{u"size"_s, text.size()}}, answer))
             return std::nullopt;
@@ -173,7 +173,7 @@ public:
         if (!Ask(u"End"_s, {}, answer))
             return std::nullopt;
         if (answer.value(u"other"_s).toInt() != 0)
-            std::printf("%d messages of another content!\n", answer.value(u"other"_s).toInt());
+            std::printf("%d messages with wrong content!\n", answer.value(u"other"_s).toInt());
         return answer.value(u"intact"_s).toInt();
     }
 
@@ -202,7 +202,7 @@ QString SystemSetting(const char* name)
 }
 
 // Returns the maximum size of a frame that is known to arrive in a single read.
-qsizetype LargestWhole(int limit)
+qsizetype MaxWholeFrame(int limit)
 {
     std::array<int, 2> ends = {};
     if (::socketpair(AF_UNIX, SOCK_STREAM, 0, ends.data()) != 0)
@@ -216,11 +216,11 @@ qsizetype LargestWhole(int limit)
 int Measure(int count, int limit, bool busy)
 {
     std::printf("System: wmem_max %s, rmem_max %s, wmem_default %s; measured with a limit of %d.\n"
-                "Documents of up to %lld bytes travel in one piece.%s\n\n",
+                "Frames of up to %lld bytes arrive in a single read.%s\n\n",
                 qPrintable(SystemSetting("wmem_max")), qPrintable(SystemSetting("rmem_max")),
-                qPrintable(SystemSetting("wmem_default")), limit, static_cast<long long>(LargestWhole(limit)),
-                busy ? " All processors are kept busy." : "");
-    std::printf("| document | messages | arrived, one by one | arrived, in a flood | seconds |\n"
+                qPrintable(SystemSetting("wmem_default")), limit,
+                static_cast<long long>(MaxWholeFrame(limit)), busy ? " All processors are kept busy." : "");
+    std::printf("| frame | messages | arrived, one by one | arrived, in a flood | seconds |\n"
                 "|---:|---:|---:|---:|---:|\n");
     LimitSendBuffer(limit);
     const Load load(busy ? QThread::idealThreadCount() : 0);
@@ -251,14 +251,15 @@ int main(int argc, char* argv[])
     const QCoreApplication application(argc, argv);
     QCommandLineParser parser;
     parser.setApplicationDescription(
-        u"Counts the messages that arrive, by size. Fails if one of up to 256 KiB does not."_s);
+        u"Counts the messages that arrive, by frame size. Fails if one of up to 256 KiB is lost."_s);
     parser.addHelpOption();
-    const QCommandLineOption serve(u"serve"_s, u"Receives under this name."_s, u"name"_s);
-    const QCommandLineOption messages(u"messages"_s, u"Messages of each size; a tenth of it above 256 KiB."_s,
-                                      u"count"_s, u"10000"_s);
-    const QCommandLineOption limit(u"limit"_s, u"What the system is taken to allow for a send buffer."_s,
+    const QCommandLineOption serve(u"serve"_s, u"Receive under this name."_s, u"name"_s);
+    const QCommandLineOption messages(
+        u"messages"_s, u"Send this many messages of each size; a tenth as many above 256 KiB."_s, u"count"_s,
+        u"10000"_s);
+    const QCommandLineOption limit(u"limit"_s, u"Assume that the system limits send buffers to this size."_s,
                                    u"bytes"_s, QString::number(kUsualLimit));
-    const QCommandLineOption busy(u"busy"_s, u"Keeps all processors busy meanwhile."_s);
+    const QCommandLineOption busy(u"busy"_s, u"Keep all processors busy meanwhile."_s);
     parser.addOptions({serve, messages, limit, busy});
     parser.process(application);
     if (parser.isSet(serve))

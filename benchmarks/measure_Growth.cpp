@@ -1,13 +1,14 @@
 // SPDX-FileCopyrightText: 2026 The QvUtil developers
 // SPDX-License-Identifier: MIT
 
-// How cost grows. Prints lines of comma-separated values, which scripts/growth.py draws:
+// Measures how cost grows with size. Prints comma-separated values, from which scripts/growth.py draws
+// charts:
 //
 //   chart,contestant,x,y
 //
-//   measure_Growth [CHART...]         measures these charts, or all
-//   measure_Growth --serve NAME       the other process of those about messages
-//   measure_Growth --start WHAT       starts and ends: "application", or "manager" with a first IPCManager
+//   measure_Growth [CHART...]         measures for these charts, or for all
+//   measure_Growth --serve NAME       runs the other process of the charts about messages
+//   measure_Growth --start WHAT       starts and ends; WHAT is "application", or "manager" with an IPCManager
 
 #include "BooleanExpressionEvaluator.h"
 #include "IPCManager.h"
@@ -53,7 +54,7 @@ void Print(const char* chart, const char* contestant, double x, double y)
     std::fflush(stdout);
 }
 
-// The median of five times, in seconds; each is that of many runs together if one is short.
+// Returns the median of five times, in seconds. Short operations are run many times for each of them.
 double Time(const std::function<void()>& run)
 {
     constexpr qint64 kEnoughNs = 10'000'000;
@@ -76,7 +77,7 @@ double Time(const std::function<void()>& run)
     return times[times.size() / 2];
 }
 
-// Bytes that are allocated.
+// Returns the number of allocated bytes.
 double Allocated()
 {
     const struct mallinfo2 info = ::mallinfo2();
@@ -146,7 +147,7 @@ void ReadThrough(const QByteArray& xml)
         reader.readNext();
 }
 
-// Load, save and memory against the size of a document.
+// Time to load and save, and memory, by size of the document.
 void Documents()
 {
     const QTemporaryDir dir;
@@ -262,7 +263,7 @@ public:
     {
         return mManager.SendMessageAndGetResponse(mName, id, params, answer, kTimeoutMs);
     }
-    // Seconds per message, until all are counted at the other end.
+    // Returns the seconds per message, until the receiver has counted all of them.
     double Flood(const QVariantMap& params, int count)
     {
         QVariantMap answer;
@@ -273,8 +274,8 @@ public:
         for (int i = 0; i < count; ++i)
             mManager.SendMessage(u"Tell"_s, params);
         Ask(u"Count"_s, {}, answer);
-        const int came = answer.value(u"count"_s).toInt() - before;
-        return static_cast<double>(timer.nsecsElapsed()) / 1e9 / std::max(came, 1);
+        const int arrived = answer.value(u"count"_s).toInt() - before;
+        return static_cast<double>(timer.nsecsElapsed()) / 1e9 / std::max(arrived, 1);
     }
 
 private:
@@ -354,7 +355,7 @@ double StartTime(const QString& what)
     return times[times.size() / 2];
 }
 
-// Single figures, with 0 for x.
+// Single numbers, with 0 for x.
 void Figures()
 {
     Print("figure", "start and end of a program with the library (s)", 0, StartTime(u"application"_s));

@@ -1,11 +1,11 @@
 // SPDX-FileCopyrightText: 2026 The QvUtil developers
 // SPDX-License-Identifier: MIT
 
-// Runs one hot path so many times, for a tool that counts instructions: scripts/bench --instructions takes
-// two numbers of times, so that what happens once does not count.
+// Runs a hot path repeatedly while valgrind counts the instructions. scripts/bench --instructions compares
+// the counts for two numbers of repetitions, so that work that is done only once does not count.
 //
-//   measure_HotPaths                  lists the paths: name and number of times
-//   measure_HotPaths NAME COUNT       runs one of them
+//   measure_HotPaths                  lists the paths: name and number of repetitions
+//   measure_HotPaths NAME COUNT       runs a path COUNT times
 
 #include "BooleanExpressionEvaluator.h"
 #include "IPC.h"
@@ -35,10 +35,10 @@ struct HotPath
 {
     const char* Name;
     int Count;
-    Step (*Make)(); // what is done once
+    Step (*Make)(); // prepares the data; called once
 };
 
-// Keeps the compiler from leaving out what nobody looks at.
+// Keeps the compiler from removing a computation whose result is unused.
 template <typename Value> void Use(const Value& value)
 {
     asm volatile("" : : "g"(&value) : "memory");

@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: 2026 The QvUtil developers
 // SPDX-License-Identifier: MIT
 
-// Opaque bytes, as many as in the library's frames: the cost of sockets and threads alone.
+// Sends opaque bytes, as many as the library's frames have, to measure the cost of sockets and threads alone.
 
 #include "Contestant.h"
 #include "messaging/MessageCodec_p.h"
@@ -22,7 +22,7 @@ namespace {
 
 enum Kind : char { kAsk = 'a', kTell = 't', kCount = 'c' };
 
-// A message on the wire: its size, its kind and its bytes.
+// Returns a message as it is on the wire: its size, its kind and its bytes.
 QByteArray Frame(Kind kind, const QByteArray& bytes)
 {
     const quint32 size = static_cast<quint32>(bytes.size()) + 1;
@@ -93,8 +93,8 @@ void Write(QLocalSocket& socket, const QByteArray& frame)
     socket.flush();
 }
 
-// Returns a frame with everything that the library's request contains.
-QByteArray DocumentOf(const QVariantMap& params)
+// Returns the library's frame of a request.
+QByteArray LibraryFrame(const QVariantMap& params)
 {
     MessageInfo message;
     message.Id = u"Ask"_s;
@@ -108,9 +108,9 @@ class BytesContestant : public Contestant
 public:
     void SetParameters(const QVariantMap& params) override
     {
-        const QByteArray document = DocumentOf(params);
-        mAsk = Frame(kAsk, document);
-        mTell = Frame(kTell, document);
+        const QByteArray bytes = LibraryFrame(params);
+        mAsk = Frame(kAsk, bytes);
+        mTell = Frame(kTell, bytes);
     }
 
     bool Ask() override
@@ -138,7 +138,7 @@ private:
     QByteArray mAnswer;
 };
 
-// A socket in a thread of its own, as the library has it at both ends.
+// A socket in a separate thread, as in the library at both ends.
 class Worker : public QObject
 {
     Q_OBJECT
@@ -176,7 +176,7 @@ private:
     FrameReader mReader;
 };
 
-// The caller's side of such a thread.
+// The caller's end of a worker thread.
 class Hops : public QObject
 {
     Q_OBJECT
@@ -262,7 +262,7 @@ int ServeHops(const QString& address)
     return QCoreApplication::exec();
 }
 
-// One thread at each end.
+// The socket is in the caller's thread, at both ends.
 class SocketContestant final : public BytesContestant
 {
 public:

@@ -19,8 +19,7 @@ public:
     Q_DISABLE_COPY_MOVE(Contestant)
     virtual ~Contestant() = default;
 
-    /// Sets the parameters that Ask and Tell send from now on. Contestants that send only bytes encode them
-    /// here.
+    /// Sets the parameters that Ask and Tell send. Contestants that send only bytes encode them here.
     virtual void SetParameters(const QVariantMap& params) = 0;
     /// Sends a request and waits for the answer. \return false if none arrived
     [[nodiscard]] virtual bool Ask() = 0;
@@ -33,12 +32,12 @@ public:
     [[nodiscard]] virtual int TakeCount() = 0;
 };
 
-/// The two ends of a contestant. Both get the same address: the path of a file that does not exist yet, in a
-/// folder that is removed at the end.
+/// The two ends of a contestant. Both receive the same address: the path of a file that does not exist yet,
+/// in a folder that is removed at the end.
 struct ContestantKind
 {
     std::string Name;
-    /// Connects to the other process, which is ready. \return null after a failure
+    /// Connects to the other process, which must be ready. \return null after a failure
     std::unique_ptr<Contestant> (*Connect)(const QString& address);
     /// Runs the other process: calls AnnounceReady, and returns when the application quits.
     int (*Serve)(const QString& address);
@@ -47,10 +46,10 @@ struct ContestantKind
 /// Reports that the process accepts connections.
 void AnnounceReady();
 
-/// Time-out of a request, in milliseconds; after it the contestant has failed.
+/// Time-out of a request, in milliseconds. A contestant that exceeds it fails.
 inline constexpr int kAnswerTimeoutMs = 60'000;
 
-// Each is defined in a source file of its own.
+// Each function is defined in a separate source file.
 std::vector<ContestantKind> GetQvUtilKinds();
 std::vector<ContestantKind> GetBytesKinds();
 std::vector<ContestantKind> GetRemoteObjectsKinds();
