@@ -38,7 +38,7 @@ struct ProcessInfo
 /// It tries once a second until it succeeds, and again when the connection is lost. It accepts only servers
 /// that run as the same user or as root.
 ///
-/// A *grid* is a group of processes that find one another by a common name. Each member runs a server, and
+/// A *grid* is a group of processes that find each other by a common name. Each member runs a server, and
 /// connects to the oldest member that was alive when it joined. Messages are not forwarded to other members.
 ///
 /// A frame of up to 32 KiB always arrives. Larger frames arrive up to a limit that depends on the system's
@@ -71,8 +71,8 @@ struct ProcessInfo
 /// \par Waiting
 /// Operations that wait run an event loop that excludes user input. Slots and responders are called
 /// meanwhile. They may send messages, disconnect, stop the server, or delete the manager; an operation that
-/// waits within another wait fails at once. If the application or the thread is told to quit, the wait ends.
-/// With exit code 0, its result is then true although nothing has arrived.
+/// waits within another wait fails at once. If the application or the thread quits, the wait ends. With exit
+/// code 0, its result is then true although nothing has arrived.
 /// \since QvUtil 1.0
 class QVUTIL_EXPORT IPCManager : public QObject
 {
@@ -95,8 +95,8 @@ public:
     /// This operation does not wait until the server listens; IsServerListening returns whether it does. If
     /// it cannot listen, a line is logged in the category "qvutil", and no client can connect. After a server
     /// is stopped and started again, each message and connection is announced once more for every start.
-    /// \param serverName  the name; it is taken over from a server that has it. A file that is not a socket
-    ///                    is not replaced, and no client can then connect.
+    /// \param serverName  the name; if another server has it, that server loses it. A file that is not a
+    ///                    socket is not replaced, and no client can then connect.
     /// \param mode        with ReadOnly, messages and connections are announced by signals. With WriteOnly,
     ///                    SendMessage sends to the server's client. Requests are answered in every mode.
     /// \return false if the signals could not be connected
@@ -123,8 +123,7 @@ public:
 
     /// @}
     /// \name Client
-    /// There is one client, so that \a serverName only matters to ConnectToServer; the other operations
-    /// ignore it.
+    /// There is only one client, so only ConnectToServer uses \a serverName. The other operations ignore it.
     /// @{
 
     /// Connects to a server, and reconnects whenever the connection is lost. Does not wait for the

@@ -38,8 +38,8 @@ public:
     static void Trim(QStringList& list);
     /// Removes all leading occurrences of a character. White space is not treated specially.
     /// \param text  the text, changed in place
-    /// \param ch    the character as a code point; of one beyond U+FFFF, only the first UTF-16 code unit is
-    ///              compared and removed
+    /// \param ch    the character as a code point; beyond U+FFFF, only its first UTF-16 code unit is compared
+    ///              and removed
     /// \return the number of characters removed
     static int TrimLeft(QString& text, wchar_t ch);
     /// Removes all trailing occurrences of a character.
@@ -91,12 +91,11 @@ public:
 
     /// Copies as much of a text as fits into a wide-character (UCS-4) buffer, and terminates it with 0.
     ///
-    /// The terminator stands at the index that is returned. A character beyond U+FFFF takes one element but
-    /// counts as two, so that elements between the end of the text and the terminator keep their old values.
-    /// \param text    the text
-    /// \param buffer  the buffer; null to ask only for the length
-    /// \param size    elements in \p buffer, including the terminator; if less than 1, nothing is written
-    /// \return the number of UTF-16 code units copied, without the terminator; the length of \p text if
+    /// The terminator is written at the index that is returned. A character beyond U+FFFF takes one element
+    /// but counts as two, so elements between the end of the text and the terminator may keep their old
+    /// values. \param text    the text \param buffer  the buffer; null to ask only for the length \param size
+    /// elements in \p buffer, including the terminator; if less than 1, nothing is written \return the number
+    /// of UTF-16 code units copied, without the terminator; the length of \p text if
     ///         \p buffer is null; 0 if \p size is less than 1
     static int QStringToWchar(const QString& text, wchar_t* buffer, int size);
 #if defined(Q_OS_MACOS) || defined(QVUTIL_HAS_NSSTRING)

@@ -109,9 +109,10 @@ public:
     /// \p path is not a regular file (a pipe, for example), the file is written directly, and a full disk can
     /// leave part of the content.
     ///
-    /// The content is not checked. A document that no parser accepts is saved all the same, and logged: one
+    /// The content is not checked. A document that no parser accepts is saved and logged, for example one
     /// with a space in a name, a second root element, a character that XML does not allow, "--" in a comment,
-    /// or "]]>" in a CDATA section.
+    /// or
+    /// "]]>" in a CDATA section.
     /// \param path  the file
     /// \return false if there is no root element, or if the file cannot be opened or written completely
     bool SaveAsXmlFile(const QString& path);
@@ -438,8 +439,8 @@ public:
                                      const QDateTime& defaultValue) const;
     /// Writes a date and time in ISO 8601 format. Does not mark a Settings as changed.
     ///
-    /// Pass local time or UTC. The offset of any other time zone is dropped, so that such a time is read back
-    /// as if it were UTC.
+    /// Pass local time or UTC. The offset of any other time zone is dropped, and such a time is read back as
+    /// if it were UTC.
     /// \param name   name of the attribute
     /// \param value  the value; local time is converted to UTC
     void WriteDate(const QString& name, const QDateTime& value);
@@ -870,7 +871,7 @@ private:
 /// visible.
 ///
 /// The first call of Translate reads the file. If SetXlfFile sets another file after that, the object has no
-/// translations: construct a new object for another file.
+/// translations until ParseXlfFile is called.
 ///
 /// \par Failures
 /// A file that is missing, malformed or without translations is logged in the category `qvutil`, and texts
@@ -906,10 +907,11 @@ public:
     XlfTranslator& operator=(XlfTranslator&& other) noexcept;
 
     /// Sets the XLIFF file and clears all translations. Does nothing if the name is the same or differs only
-    /// in case.
+    /// in case. Unless a file was read before, the next call of Translate reads the new file.
     /// \param file  the XLIFF file
     void SetXlfFile(const QString& file);
-    /// Reads the XLIFF file now. If it is missing or does not parse, the translations are unchanged.
+    /// Reads the XLIFF file now. Its translations replace those of the same documents; the others are kept.
+    /// If the file is missing or does not parse, the translations are unchanged.
     void ParseXlfFile();
     /// Translates a text.
     /// \param text     the source text

@@ -24,8 +24,8 @@ namespace TestSupport {
     return QDir::cleanPath(QDir::tempPath()) + u'/' + serverName;
 }
 
-/// A socket file whose process never reads. With backlog, it accepts what fits the system's buffers; without,
-/// it is what a killed server leaves.
+/// A socket file whose process never reads. With a backlog, it accepts as much as the system's buffers hold.
+/// Without, it is like the stale socket of a killed server.
 class BareSocket
 {
 public:

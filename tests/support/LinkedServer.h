@@ -25,7 +25,7 @@ struct LinkedServer
         return Connect(Client, Name);
     }
 
-    /// Like Open(), but waits until the server has announced the connection. From then on it sends messages.
+    /// Like Open(), but waits until the server has announced the connection and can send messages.
     [[nodiscard]] bool OpenAndWait()
     {
         return Open() && WaitUntil([this] { return Connected.count() == 1; });

@@ -31,9 +31,9 @@
 /// Helpers for tests of messaging.
 namespace MessagingSupport {
 
-/// Names for servers and grids. A killed process leaves a socket and a lock file behind, and the system
-/// reuses its id, so the id is not part of the names, and the leftover files are removed when the program
-/// ends. (The key files of Qt's semaphores stay: without its file, a semaphore would be taken for a new one.)
+/// Names for servers and grids. They do not contain the process id, because the system reuses the id of a
+/// killed process, whose socket and lock file remain. When the program ends, such stale files are removed.
+/// (Key files of Qt's semaphores are kept: without its file, a semaphore would count as a new one.)
 class UniqueNames
 {
 public:

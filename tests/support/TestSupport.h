@@ -182,8 +182,8 @@ private:
         && file.flush();
 }
 
-/// Appends one line per node, with attributes sorted by name: equal for documents of equal meaning, and
-/// readable where two documents differ.
+/// Appends one line per node, with attributes sorted by name. The lines are equal for documents of equal
+/// meaning, and show where two documents differ.
 inline void AppendMeaning(const QDomNode& node, const QString& indent, QString& result)
 {
     switch (node.nodeType()) {
@@ -239,8 +239,8 @@ inline void AppendMeaning(const QDomNode& node, const QString& indent, QString& 
     return result;
 }
 
-/// Makes every warning of the program fail the running test, and so all that the library would write to
-/// standard error. Call it in each init().
+/// Makes the running test fail if the program logs a warning, so that the library writes nothing to standard
+/// error unnoticed. Call it in each init().
 inline void FailOnAnyMessage()
 {
     static const QRegularExpression any(QStringLiteral(".*"));

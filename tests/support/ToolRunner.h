@@ -46,12 +46,12 @@ struct ToolResult
     }
 };
 
-/// Runs the tool from the build tree as a process, in a folder of its own.
+/// Runs the tool from the build tree as a process, in a new folder.
 /// The test program must define QVUTIL_TOOL as the path of the tool.
 class ToolRunner
 {
 public:
-    /// Time for the slowest machine under sanitizers, in milliseconds; a run that needs it has failed anyway.
+    /// Time-out in milliseconds, long enough for the slowest machine under sanitizers.
     static constexpr int kTimeoutMs = 120000;
 
     /// Returns a path in the folder that the tool runs in. After a failed test the folder is kept, see
@@ -160,8 +160,8 @@ public:
     }
 
 private:
-    /// Copies the tool and its libraries, except the system's, to where every user can run it: the build tree
-    /// may be in root's home folder, which nobody else can enter.
+    /// Copies the tool and its libraries, except the system's, to a folder where every user can run it. The
+    /// build tree may be in root's home folder, which other users cannot enter.
     /// \return the folder of the copies
     [[nodiscard]] QString CopyToolForAll() const
     {

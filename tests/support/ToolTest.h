@@ -14,8 +14,8 @@
 
 namespace TestSupport {
 
-/// Base of the tests that run the tool. Each test function, and each of its rows, has a folder of its own, in
-/// which the tool runs. The folder of a failed one is kept.
+/// Base of the tests that run the tool. The tool runs in a new folder for each test function and each of its
+/// rows. The folder of a failed test is kept.
 class ToolTest : public QObject
 {
     Q_OBJECT

@@ -23,7 +23,7 @@ namespace Quorvin::Util::Internal {
 /// Collapses repeated slashes, except two at the front, which may begin a network path.
 ///
 /// Call this before Qt cleans a path: QDir::cleanPath() of Qt 6.8, and with it the absolute paths of QDir and
-/// QFileInfo, keep repeated slashes after "." and "..", so that "/a/..//b" becomes "//b".
+/// QFileInfo, keep repeated slashes after "." and "..". For example, "/a/..//b" becomes "//b".
 [[nodiscard]] inline QString CollapseSlashes(QString path)
 {
     if (!path.isEmpty()) {
@@ -61,9 +61,9 @@ namespace Quorvin::Util::Internal {
     if (time.isEmpty() || time.endsWith(u'Z', Qt::CaseInsensitive) || time.contains(u'+')
         || time.contains(u'-'))
         return ReinterpretAsUtc(date);
-    // Without an offset, the text is local time, and since Qt 6.7 a time in the hour that daylight saving
-    // skips has already been moved. Parsing the text as UTC avoids that. 24:00 is left to Qt, which takes it
-    // as the start of the next day; that may be skipped too.
+    // Text without an offset is local time. If daylight saving time skips this hour, Qt 6.7 and newer have
+    // moved the time; parsing the text as UTC avoids that. For 24:00, keep Qt's result, the start of the next
+    // day in local time, which daylight saving time may skip too.
     const QDateTime utc = QDateTime::fromString(text + u'Z', Qt::ISODate);
     const bool isSameDay = utc.date() == QDate::fromString(text.first(kDateSize), Qt::ISODate);
     return ReinterpretAsUtc(isSameDay ? utc : date);

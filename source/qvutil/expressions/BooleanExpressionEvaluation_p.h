@@ -79,8 +79,8 @@ private:
             const Range part = mParts[level.Next++];
             if (mText.Operator(part) == 0)
                 return false;
-            // Only a bare operator can end the list early, not one in a group of its own with blanks around
-            // it.
+            // Only a bare operator can end the list early, not one that is alone in a group, with blanks
+            // around it.
             const QStringView token = mText.View(part);
             if ((mValue && token == u'|') || (!mValue && token == u'&'))
                 return Leave();

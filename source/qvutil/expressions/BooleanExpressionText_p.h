@@ -12,8 +12,8 @@
 namespace Quorvin::Util::Internal {
 
 /// The text of a boolean expression with its parentheses paired up, so that any part can be split without a
-/// search. Every part, including operators, is a range of the text. The constructor reads the text once, and
-/// Split reads each level of parentheses once, so that the time is linear for any nesting.
+/// search. Every part, including operators, is a range of the text. The time is linear for any nesting: the
+/// constructor reads the text once, and Split reads each level of parentheses once.
 class BooleanExpressionText
 {
 public:
@@ -27,7 +27,7 @@ public:
     };
     using Ranges = QVarLengthArray<Range, 64>;
 
-    /// What Split reports to people who write expressions.
+    /// Remarks of Split for people who write expressions.
     struct Notes
     {
         Ranges Dropped; ///< text that is ignored

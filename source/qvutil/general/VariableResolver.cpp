@@ -83,9 +83,9 @@ QChar VariableResolver::Take()
     return c;
 }
 
-// Finds the next ')' or white space from an index of mRest on, which means at or below it, because mRest is
-// reversed. Returns -1 if there is none. Characters are searched only once: a value, which would change the
-// result, always replaces all characters up to the stop.
+// Finds the next ')' or white space in mRest. As mRest is reversed, searches from an index downwards. Returns
+// -1 if there is none. Each character is searched only once, because the result stays valid until the text
+// before the stop is consumed: a value always replaces all characters up to the stop.
 qsizetype VariableResolver::FindStop(qsizetype from)
 {
     if (from <= mStopFrom && from >= mStop)

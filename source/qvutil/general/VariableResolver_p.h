@@ -46,8 +46,8 @@ private:
     // Values by folded name; filled on first use.
     std::optional<QHash<QString, const QString*>> mFolded;
 
-    // The unread text in reverse order. It begins at the end of the list, so that inserting a value before it
-    // moves nothing.
+    // The unread text in reverse order: its first character is the last of the list, so that inserting a
+    // value before the text moves nothing.
     std::vector<QChar> mRest;
     // The cached result of FindStop for mStopFrom, which also holds for every index between the two.
     qsizetype mStop = -1;

@@ -32,9 +32,9 @@ constexpr std::size_t kNameCapacity = sizeof(LocaleRecord::Name) - 1;
 // The result of the most recent call of GetUserDefaultLocaleForMac.
 char cLocale[256];
 
-// A case-folded locale name as two numbers, which makes comparisons quick. The first character is the most
-// significant byte, and the length is the least significant one, so that a name with a 0 inside differs from
-// the name before it.
+// A case-folded locale name as two numbers, which makes comparisons fast. The first character is the most
+// significant byte. The length is the least significant byte, so that a name that contains a 0 differs from
+// the name up to that 0.
 struct NameKey
 {
     quint64 High = 0;

@@ -91,8 +91,8 @@ std::optional<QByteArray> ReadBase64(QByteArrayView text)
     // Checked at the end: without an early exit, the loops are faster.
     quint32 all = 0;
     const char* const end = in + text.size() - (padding > 0 ? 4 : 0);
-    // Decodes two groups at a time. Each step writes two bytes too many, which belong to the next group; so
-    // there must be one.
+    // Decodes two groups at a time. Each step writes two bytes too many, which the next group overwrites, so
+    // there must be a next group.
     for (; end - in >= 12; in += 8, out += 6) {
         const quint32 first = GroupValue(in);
         const quint32 second = GroupValue(in + 4);

@@ -49,8 +49,8 @@ private:
     std::deque<Batch> mBatches;
     qsizetype mBytes = 0; // of all batches
     qint64 mAdded = 0;
-    // Used in both threads. The worker writes mResumeAt before it reads mTaken, and the owner thread does the
-    // reverse, so that one of the two sees that there is space again.
+    // Used in both threads. The worker writes mResumeAt before it reads mTaken. The owner thread writes
+    // mTaken before it reads mResumeAt. So at least one of them sees that there is space again.
     std::atomic<qint64> mTaken = 0;
     std::atomic<qint64> mResumeAt = kNever;
 };

@@ -60,8 +60,8 @@ bool FrameQueue::CanWriteWhole(qsizetype size) const
 
 void FrameQueue::WriteNow(const QByteArray& piece)
 {
-    // Past QLocalSocket where nothing waits in it: it makes a copy, and wakes up its thread once more to see
-    // that all is written. Errors are left for it to find.
+    // Bypass QLocalSocket if its own buffer is empty: its write() copies the bytes, and wakes up the thread
+    // again to find that they are written. QLocalSocket still detects errors.
     const qsizetype written
         = mSocket->bytesToWrite() == 0 ? Platform::WriteAvailable(mSocket->socketDescriptor(), piece) : 0;
     if (written == piece.size())

@@ -33,7 +33,7 @@ inline constexpr int kRequestedSendBuffer = 4 * 1024 * 1024;
 /// \param bytes  0 for no limit
 void LimitSendBuffer(int bytes);
 
-/// Writes pieces to a socket in order, each with a single write as far as its size allows. A piece is one
+/// Writes pieces to a socket in order, each with a single write if its size allows that. A piece is one
 /// frame, or several that are together no larger than kMaxPiece.
 ///
 /// \par Threads

@@ -4,7 +4,7 @@
 #ifndef QVUTIL_MAILBOX_P_H
 #define QVUTIL_MAILBOX_P_H
 
-// This file is not part of the interface. It may change from one version to the next.
+// Internal, not API: may change in any version.
 
 #include <QCoreApplication>
 #include <QEvent>
@@ -31,9 +31,8 @@ public:
     /// Starts closed.
     Mailbox() = default;
     Q_DISABLE_COPY_MOVE(Mailbox)
-    /// \param receiver  takes the items in its customEvent; must call Close before it is destroyed, unless
-    /// the
-    ///                  mailbox is destroyed with it
+    /// \param receiver  takes the items in its customEvent; must call Close before it is destroyed, unless it
+    ///                  owns the mailbox
     void Open(QObject* receiver)
     {
         const std::lock_guard lock(mLock);
@@ -85,7 +84,7 @@ private:
     std::mutex mLock; // guards the rest; not a QMutex, because race detectors do not see into one
     QObject* mReceiver = nullptr;
     std::vector<Item> mItems;
-    bool mIsAnnounced = false; // an event is under way
+    bool mIsAnnounced = false; // an event is posted and not yet handled
 };
 
 } // namespace Quorvin::Util::Internal

@@ -21,7 +21,7 @@ constexpr int kReconnectIntervalMs = 1000;
 constexpr int kSendTimeoutMs = 15000;
 constexpr int kResponseTimeoutMs = 30000;
 
-// Announces what was sent; the other event of a client's thread is its mailbox's.
+// Tells the client's thread object to announce sent messages. Its mailbox posts the other kind of event.
 constexpr auto kSentEvent = static_cast<QEvent::Type>(Internal::Mailbox<Internal::Arrival>::kEvent + 1);
 
 constexpr int kExitSuccess = 0;

@@ -35,8 +35,8 @@ class MessageClientThread;
 ///
 /// \par Threads
 /// Lives in its owner thread, which needs an event loop; a worker thread serves the socket. Operations that
-/// wait run an event loop, so that other slots are called meanwhile; these may delete the client, which ends
-/// the wait. A second wait at the same time fails at once.
+/// wait run an event loop, in which other slots are called. These may delete the client, which ends the wait.
+/// A second wait at the same time fails at once.
 class MessageClient final : public QObject
 {
     Q_OBJECT

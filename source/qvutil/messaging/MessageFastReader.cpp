@@ -26,7 +26,7 @@ namespace {
 // Maximum nesting depth for the fast path; far below the maximum for documents.
 constexpr int kMaxDepth = 200;
 
-// Returns whether bytes are UTF-8 that decodes to the same text here, inside a document, as by itself,
+// Returns whether bytes are valid UTF-8 that decodes to the same text inside a document as it does alone, and
 // without replacement characters.
 bool IsRoundTripUtf8(QByteArrayView text)
 {
@@ -88,8 +88,8 @@ private:
             ++mNext;
     }
 
-    // The size of a literal is a compile-time constant, so that the comparison is inlined. The overload below
-    // is for other texts.
+    // The size of a literal is a compile-time constant, which allows the compiler to inline the comparison.
+    // The overload below is for other texts.
     template <size_t Size> bool Take(const char (&text)[Size])
     {
         constexpr size_t kLength = Size - 1;

@@ -15,7 +15,7 @@
 // Tables for the writer and the reader of the fast path.
 namespace Quorvin::Util::Internal {
 
-// At least one of a message's two ids is null, and both are if nobody waits for an answer.
+// At least one of a message's two ids is null. Both are null if nobody waits for an answer.
 inline constexpr QLatin1StringView kNullId = QLatin1StringView("{00000000-0000-0000-0000-000000000000}");
 
 // A character and its reference in attribute texts. White space other than blanks must be written as

@@ -218,7 +218,7 @@ bool MessageServerWorker::Start(const QString& name)
 {
     Stop(); // the previous server, if there is one
     mName = name;
-    if (!Listen(Platform::ExistingSocket::Replace)) // a crashed process left it, or it loses the name
+    if (!Listen(Platform::ExistingSocket::Replace)) // replaces a stale socket, and displaces another server
         return false;
     mEndpointTimer.start(kEndpointCheckMs);
     return true;
@@ -295,7 +295,7 @@ void MessageServerWorker::ConnectedSlot()
         socket->deleteLater();
         return;
     }
-    socket->setParent(this); // it survives when the server listens again
+    socket->setParent(this); // so that the client stays connected when the server listens again
     if (mSocket != nullptr)
         mSocket->deleteLater();
     mSocket = socket;

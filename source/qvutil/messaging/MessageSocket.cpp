@@ -26,9 +26,9 @@ constexpr qsizetype kMaxBytes = qsizetype(4) * 1024 * 1024;
 // Drop an unfinished frame above this size: no system passes a larger one on completely.
 constexpr qsizetype kMaxFrameBytes = 2 * qsizetype(kRequestedSendBuffer);
 
-// Time-out in one call for the remainder of large frames, however often a few bytes arrive. The writer is in
-// the middle of one system call, and at most waits for a processor. The time is counted in steps, of which a
-// machine that stalls uses up only one.
+// Time-out for the remainder of large frames, in total for one call, however often a few bytes arrive. It is
+// short, because the writer is in the middle of a system call and waits for nothing but a processor. The time
+// is counted in steps, so that a machine that stalls uses up only one step.
 constexpr int kRestTimeoutMs = 500;
 constexpr int kRestStepMs = 50;
 constexpr qint64 kNsPerMs = 1'000'000;
@@ -50,7 +50,7 @@ class PartialFrameDetector
 {
 public:
     // Returns whether the end of a large frame is missing, which the kernel may deliver in several parts.
-    // Smaller frames always arrive whole, so that waiting for the remainder of one is useless.
+    // Smaller frames always arrive whole, so waiting for the remainder of one is useless.
     [[nodiscard]] bool IsInMidFrame(const QByteArray& bytes)
     {
         constexpr QByteArrayView kEnd = "</Message>";

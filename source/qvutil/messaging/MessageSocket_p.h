@@ -18,8 +18,8 @@
 
 #include <span>
 
-// What both ends of a connection do with their socket, in the thread that owns it. FrameQueue_p.h explains
-// how frames are kept whole.
+// Reads and writes messages at both ends of a connection, in the thread that owns the socket. FrameQueue_p.h
+// explains how frames are kept whole.
 namespace Quorvin::Util::Internal {
 
 /// A source of bytes, such as a socket.
@@ -49,8 +49,8 @@ void Drain(ByteSource& source, QByteArray& bytes);
 [[nodiscard]] QByteArray ReadAvailableBytes(QLocalSocket& socket);
 
 /// Reads the messages in all bytes that are available on a socket.
-/// \param window  counts them; may be null. While it is full, nothing is read, so that the socket fills up
-///                and the peer has to wait.
+/// \param window  counts them; may be null. While it is full, nothing is read, so the socket fills up and the
+///                peer has to wait.
 [[nodiscard]] QList<MessageInfo> ReadMessages(QLocalSocket& socket, DeliveryWindow* window = nullptr);
 
 /// \return path of the socket of a server with that name

@@ -48,7 +48,7 @@ template <typename View> int FindTypeId(View name)
     const auto isExact = [name](const TypeRow& type) { return type.Name == name; };
     const auto isSame
         = [name](const TypeRow& type) { return type.Name.compare(name, Qt::CaseInsensitive) == 0; };
-    // Most names are spelled as here, and an exact comparison is much faster.
+    // Most names are spelled as in the table, and an exact comparison is much faster.
     auto row = std::ranges::find_if(kTypes, isExact);
     if (row == kTypes.cend())
         row = std::ranges::find_if(kTypes, isSame);

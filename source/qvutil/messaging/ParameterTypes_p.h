@@ -18,7 +18,8 @@ namespace Quorvin::Util::Internal {
 /// \return the id of the type with the name \p name, compared case-insensitively; 0 if there is none
 [[nodiscard]] int TypeIdOf(QStringView name);
 [[nodiscard]] int TypeIdOf(QLatin1StringView name);
-/// Returns whether values of the type are written by type, Bool to QByteArray.
+/// Returns whether the type is one of those from Bool to QByteArray, which frames name. Values of all of them
+/// are sent, except ULongLong and QChar.
 [[nodiscard]] constexpr bool IsSupportedTypeId(int typeId)
 {
     return typeId >= QMetaType::Bool && typeId <= QMetaType::QByteArray;

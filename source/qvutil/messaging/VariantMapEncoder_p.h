@@ -70,7 +70,8 @@ public:
     [[nodiscard]] QString TypeToString(QMetaType::Type type) const;
     /// \return the type with the name \p name, compared case-insensitively; UnknownType if there is none
     [[nodiscard]] QMetaType::Type StringToType(const QString& name) const;
-    /// \return whether values of the type are written by type, Bool to QByteArray
+    /// \return whether the type is one of those from Bool to QByteArray; ULongLong and QChar count, although
+    ///         their values are not written
     [[nodiscard]] bool IsSupportedType(QMetaType::Type type) const;
 };
 

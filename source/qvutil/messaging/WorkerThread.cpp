@@ -44,8 +44,8 @@ void WorkerThread::AnnounceArrivals()
 {
     const QPointer<WorkerThread> self(this);
     mMailbox.TakeAll(mArrivals);
-    qsizetype count = static_cast<qsizetype>(mArrivals.size()); // other events have their turn then
-    // A slot may open an event loop, which has to go on with the rest.
+    qsizetype count = static_cast<qsizetype>(mArrivals.size()); // handle other events before later arrivals
+    // A slot may run an event loop, which must announce the rest.
     if (count > 1)
         mMailbox.CallAgain();
     for (; count > 0 && !mArrivals.empty(); --count) {

@@ -21,7 +21,7 @@ namespace Quorvin::Util::Internal {
 
 enum class ArrivalKind { Connected, Disconnected, Message };
 
-/// What a worker hands to the owner thread.
+/// An event that a worker hands to the owner thread.
 struct Arrival
 {
     ArrivalKind Kind = ArrivalKind::Message;
@@ -72,7 +72,7 @@ private:
     std::deque<Arrival> mArrivals; // taken out of the mailbox, not yet announced; owner thread only
     DeliveryWindow mWindow;
     std::function<void()> mRead; // set before mWorker
-    std::atomic<QObject*> mWorker = nullptr; // set before it reads; lives until Stop
+    std::atomic<QObject*> mWorker = nullptr; // set before the worker reads; valid until Stop
     // Set when the worker is destroyed. wait() alone would suffice, but a race detector does not see into it.
     std::atomic<bool> mDone = false;
 };

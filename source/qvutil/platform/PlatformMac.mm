@@ -50,7 +50,7 @@ QByteArray ReadIdentifier(CFStringRef identifier)
         text = CFStringGetCStringPtr(identifier, kCFStringEncodingUTF8);
     if (text != nullptr)
         return text;
-    // The first size leaves no room for the terminator, so that the call may fail and leave the buffer
+    // The first size leaves no room for the terminator, so the first call may fail and leave the buffer
     // undefined. Short identifiers have no pointer and depend on the second call.
     constexpr CFIndex kMaxBytesPerUnit = 3; // UTF-8 bytes for one UTF-16 unit
     const CFIndex length = CFStringGetLength(identifier);

@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: 2026 The QvUtil developers
 // SPDX-License-Identifier: MIT
 
-// What is the same on all Unix systems.
+// The parts of the platform layer that all Unix systems share.
 
 #include "platform/Platform_p.h"
 #include "platform/UnixFile_p.h"
@@ -156,7 +156,7 @@ qsizetype WriteAvailable(qintptr socket, QByteArrayView bytes)
 {
     const int descriptor = static_cast<int>(socket);
     int flags = MSG_DONTWAIT;
-#ifdef SO_NOSIGPIPE // not everywhere is there a flag against the signal
+#ifdef SO_NOSIGPIPE // macOS has no MSG_NOSIGNAL
     const int on = 1;
     ::setsockopt(descriptor, SOL_SOCKET, SO_NOSIGPIPE, &on, sizeof(on));
 #else

@@ -18,7 +18,7 @@
 /// The functions that a port of the library to another system has to implement. Each system has a source file
 /// beside this header; no other code of the library depends on the system.
 ///
-/// Results are returned as the system gives them. The callers, which are the same on all systems, clean
+/// Results are returned as the system reports them. The callers, which are the same on all systems, clean
 /// paths, look up table rows and choose fallbacks. All functions are thread-safe; none throws or keeps state.
 namespace Quorvin::Util::Platform {
 
@@ -83,7 +83,7 @@ enum class AccessListCopy {
 // Processes
 
 /// \param processId  any number; false if it is not a valid process id
-/// \return whether the process is running, whoever its user is. A zombie is not running.
+/// \return whether a process of any user is running under this id. A zombie is not running.
 [[nodiscard]] bool IsProcessRunning(qint64 processId);
 
 // Loaded libraries
@@ -144,7 +144,7 @@ struct FileIdentity
 /// \return the identity of the file at \p path, without following a link; nullopt if there is none
 [[nodiscard]] std::optional<FileIdentity> GetFileIdentity(const QString& path);
 
-/// What ListenAt does with an existing socket at the path.
+/// Tells ListenAt how to treat an existing socket at the path.
 enum class ExistingSocket {
     Replace,
     Keep,
@@ -167,13 +167,13 @@ struct ListeningSocket
 
 // Locks between processes
 
-/// What LockFile does if the file does not exist.
+/// Tells LockFile how to treat a missing file.
 enum class LockFileMode {
     CreateIfMissing,
     OpenExisting,
 };
 
-/// What LockFile returns instead of a lock.
+/// Failure results of LockFile.
 inline constexpr int kLockFailed = -1; ///< no file, or not a regular file of this user
 inline constexpr int kLockTimedOut = -2; ///< another process keeps it locked
 

@@ -13,8 +13,8 @@
 namespace Quorvin::Util::Internal {
 
 /// Caches the nodes that node paths lead to: absolute paths, and paths relative to the current cursor. Paths
-/// that lead nowhere are not cached. The owner calls Invalidate when an element is removed, or added anywhere
-/// but behind all its siblings, and CursorMoved when the cursor is set.
+/// that lead nowhere are not cached. The owner calls Invalidate when an element is removed, or inserted
+/// before any of its siblings, and CursorMoved when the cursor is set.
 class PathCache
 {
 public:

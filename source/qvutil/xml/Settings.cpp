@@ -55,8 +55,9 @@ QString SetAside(const QString& file)
 
 struct Settings::Private
 {
-    // Milliseconds since 1970 in UTC; empty until the first save. Not a QDateTime: every write asks, and
-    // creating a QDateTime in local time costs forty times as much as reading the clock.
+    // Milliseconds since 1970 in UTC; empty until the first save. Not a QDateTime, because every write
+    // compares it with the current time, and creating a QDateTime in local time takes forty times as long as
+    // reading the clock.
     std::optional<qint64> LastSaved;
     QString SetAsideFile;
     // The content when last loaded or saved. Only kept while logging is on, for the warning about lost

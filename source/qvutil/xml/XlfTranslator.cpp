@@ -54,14 +54,15 @@ struct Q_DECL_HIDDEN XlfTranslator::Private
     std::map<QString, Context> Contexts;
     std::map<QString, Context>::iterator Last = Contexts.end(); // a document's texts come one after another
     qsizetype RecentCount = 0;
-    std::bitset<kSeenBits> Seen; // hashes of the texts so far
+    std::bitset<kSeenBits> Seen; // hashes of all texts translated so far
 };
 
 void XlfTranslator::Private::Remember(const QString& text, const QString& translation)
 {
     if (text.size() > kMaxRecentSize || RecentCount == kMaxRecent)
         return;
-    // Texts that are asked for only once would make the first translations slower.
+    // Cache a text from its second translation on. Caching texts that are translated only once would slow
+    // down the first translations.
     const size_t bit = qHash(text) % kSeenBits;
     if (!Seen.test(bit)) {
         Seen.set(bit);

@@ -184,7 +184,7 @@ void XmlFiler::DeleteNode(const QString& path)
         return;
     const QDomNode parent = node->parentNode();
     if (parent.isNull()) {
-        SetCursor(*node); // itself, or the missing root of an empty document
+        SetCursor(*node); // the document itself, or the missing root of an empty document
         return;
     }
     RemoveChild(parent, *node);

@@ -74,7 +74,7 @@ template <typename Char, typename Visit> void ForEachTagWithMore(int attributes,
     constexpr auto kTagStart = static_cast<Char>('<');
     const size_t shortest = static_cast<size_t>(attributes) * kShortestAttribute;
     for (size_t at = text.find(kTagStart); at != text.npos;) {
-        // A tag cannot contain another '<', so that most tags are too short to have too many attributes.
+        // A tag cannot contain another '<', so most tags are too short to have too many attributes.
         const size_t next = text.find(kTagStart, at + 1);
         const size_t end = std::min(next, text.size());
         if (end - at > shortest && !visit(at, CountAttributes(text.substr(at, end - at))))
@@ -94,7 +94,7 @@ template <typename Char> qsizetype FindOverfullTagIn(Text<Char> text)
     return found;
 }
 
-// Finds the tags of a document. Where the end of a construct is missing, the parser gets no further either.
+// Finds the tags of a document. Stops where the end of a construct is missing, as the parser does.
 template <typename Char> class MarkScan
 {
 public:

@@ -16,22 +16,22 @@ class QXmlStreamReader;
 
 namespace Quorvin::Util::Internal {
 
-/// Finds a tag with more than kMaxAttributes attributes. The parser compares each attribute with all others
-/// of its tag, so that such a tag must not reach it. \return index of its '<'; -1 if there is none
+/// Finds a tag with more than kMaxAttributes attributes. Such a tag must not reach the parser, which compares
+/// each attribute with all others of its tag. \return index of its '<'; -1 if there is none
 [[nodiscard]] qsizetype FindOverfullTag(const QByteArray& document);
 /// \overload
 [[nodiscard]] qsizetype FindOverfullTag(QStringView document);
 
-/// Returns whether a document certainly keeps the limits of depth and attributes, as far as it is well
-/// formed, and certainly has no document type. Scans the tags in a small part of the parser's time. \return
-/// false if this needs a closer look
+/// Returns whether a document certainly keeps the limits of depth and attributes up to its first error, if it
+/// has one, and certainly has no document type. Scans the tags, which takes a small part of the parser's
+/// time. \return false if the document needs a closer look
 [[nodiscard]] bool IsSurelyWithinLimits(const QByteArray& document);
 /// \overload
 [[nodiscard]] bool IsSurelyWithinLimits(QStringView document);
 
 /// Counts how often the parser compares two attributes of a tag, which dominates its time for tags with many
-/// attributes. What looks like a tag in a comment or CDATA section counts too: it cannot be distinguished
-/// from text in a document type, where a malicious document could hide a tag.
+/// attributes. Text that looks like a tag in a comment or CDATA section counts too: it cannot be
+/// distinguished from text in a document type, where a malicious document could hide a tag.
 [[nodiscard]] qint64 CountAttributeComparisons(QStringView document);
 
 /// Adds up what the parser produces from parts that are written once and used repeatedly: entities, elements

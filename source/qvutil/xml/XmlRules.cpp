@@ -94,15 +94,15 @@ qsizetype FindInvalidUtf8(const QByteArray& bytes)
     const QByteArrayView view(bytes);
     if (IsUtf8(view, Flag::Stateless))
         return -1;
-    // The longest prefix without an error, which may end within a character, ends before the byte that shows
-    // the error.
+    // Find the longest prefix without an error. It may end within a character; the byte after it is the first
+    // that cannot be valid.
     qsizetype good = 0;
     qsizetype bad = view.size();
     while (bad - good > 1) {
         const qsizetype middle = good + (bad - good) / 2;
         (IsUtf8(view.first(middle), Flag::Default) ? good : bad) = middle;
     }
-    // A sequence that is not continued is wrong from its first byte.
+    // An incomplete sequence is invalid from its first byte.
     while (!IsUtf8(view.first(good), Flag::Stateless))
         --good;
     return good;
@@ -132,8 +132,9 @@ constexpr QChar ReferenceEnd(const QString& /*text*/)
     return u';';
 }
 
-// Returns whether the reader stopped at an entity that is too long. It reports an error of syntax then;
-// another reader with a higher limit gets over that place. Only documents in UTF-8 are looked at.
+// Returns whether the reader stopped at an entity that is too long. The reader reports a syntax error in this
+// case, so read the same text again with a higher limit: if that succeeds, the entity was too long. Only
+// works for documents in UTF-8; returns false for others.
 template <typename Text> bool IsEntityTooLong(const QXmlStreamReader& failed, const Text& document)
 {
     constexpr int kHigherLimit = 1024 * 1024;
@@ -143,7 +144,7 @@ template <typename Text> bool IsEntityTooLong(const QXmlStreamReader& failed, co
     const qsizetype referenceEnd = ToDocumentOffset(document, failed, failed.characterOffset());
     if (referenceEnd == 0 || document.at(referenceEnd - 1) != ReferenceEnd(document))
         return false;
-    // The next character may be the cause of another error.
+    // Do not read further, because the text after the next character may contain another error.
     QXmlStreamReader reader(document.first(std::min(referenceEnd + 1, document.size())));
     ConfigureXmlReader(reader);
     reader.setEntityExpansionLimit(kHigherLimit);

@@ -18,8 +18,8 @@ class QXmlStreamReader;
 // document does not load.
 namespace Quorvin::Util::Internal {
 
-/// Maximum nesting depth of elements. The parser and the document tree recurse for each level, so that a
-/// deeper document could exhaust the stack.
+/// Maximum nesting depth of elements. The parser and the document tree recurse for each level, so a deeper
+/// document could exhaust the stack.
 inline constexpr int kMaxElementDepth = 1000;
 
 /// Maximum number of attributes of one element. The parser compares each with all others.
@@ -59,7 +59,7 @@ void WarnOfNonXmlCharacters(QStringView text);
 /// an error, and with the parser's limit for the expansion of one entity.
 void ConfigureXmlReader(QXmlStreamReader& reader);
 
-/// What keeps a document from loading.
+/// The kinds of reasons why a document does not load.
 enum class XmlProblemKind {
     Malformed, ///< a syntax error, an unknown encoding or an undeclared entity
     Truncated, ///< the text ends inside the document, or is empty
@@ -79,7 +79,7 @@ struct XmlProblem
 };
 
 /// Returns whether a document can be parsed at once, because it exceeds no limit, even if it is malformed.
-/// Takes a small part of the time of FindXmlProblem. \return false if only FindXmlProblem can tell
+/// Takes a small part of the time of FindXmlProblem. \return false if FindXmlProblem must decide
 [[nodiscard]] bool IsSafeToParse(const QByteArray& document);
 /// \overload
 [[nodiscard]] bool IsSafeToParse(const QString& document);
