@@ -270,7 +270,7 @@ void tst_GeneralUtilEnvironment::GetModulePath_nameThatEndsLikeAnother()
 
 void tst_GeneralUtilEnvironment::GetModulePath_programIsNoLibrary()
 {
-    // A copy of this program whose file name would match, and which looks for itself.
+    // A copy of this program whose file name would match looks for a library of this name.
     const QString copy = mRoot + "/tst_copy"_L1 + Platform::GetLibrarySuffix();
     QVERIFY(QFile::copy(QCoreApplication::applicationFilePath(), copy));
     QProcess process;

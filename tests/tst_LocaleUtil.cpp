@@ -542,7 +542,7 @@ void tst_LocaleUtil::GetSymbolicLinkTarget()
     QCOMPARE(LocaleUtil::GetSymbolicLinkTarget(QString()), QString());
 }
 
-// A copy of this program, in a folder of its own, loads a module and prints the result.
+// A copy of this program, in a new folder, loads a module and prints the result.
 void tst_LocaleUtil::ResolveTranslatorFile_data()
 {
     QTest::addColumn<QString>("loaded"); // relative to the test's folder, as are all paths here

@@ -713,7 +713,7 @@ void tst_XmlFilerDocument::SaveAsXmlFile_cannotOpen()
                           u" is not saved: this is not a file name"_s}));
 }
 
-// A document that cannot be loaded again is saved all the same, with a log message.
+// A document that cannot be loaded again is saved, with a log message.
 void tst_XmlFilerDocument::SaveAsXmlFile_unloadable_data()
 {
     QTest::addColumn<QString>("path");

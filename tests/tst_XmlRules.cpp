@@ -291,7 +291,7 @@ void tst_XmlRules::IsSafeToParse()
     }
 }
 
-// Whatever is done to a document at the limits, what passes exceeds none.
+// However a document at the limits is changed, it exceeds none of them if it passes the check.
 void tst_XmlRules::IsSafeToParse_neverBeyondALimit()
 {
     const QByteArray open = QByteArray("<a>").repeated(996);

@@ -19,7 +19,7 @@ namespace Doubles {
 
 // CoreFoundation: the user's locale
 
-/// What the locale functions return.
+/// The results of the locale functions.
 struct Locale
 {
     QByteArray Identifier = "en_US"; ///< UTF-8

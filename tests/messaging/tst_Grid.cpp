@@ -528,7 +528,7 @@ void tst_Grid::Locking_otherProgram()
     const auto updateUntil = [&](qsizetype others) {
         const QDeadlineTimer deadline(TestSupport::kEventTimeoutMs);
         for (;;) {
-            const qsizetype all = update().size(); // changes the number of its own entries
+            const qsizetype all = update().size(); // changes ownEntries
             if (all == ownEntries + others || deadline.hasExpired())
                 return;
         }

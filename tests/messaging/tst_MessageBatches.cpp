@@ -48,7 +48,7 @@ QByteArray DocumentsBelow(int end)
     return documents;
 }
 
-// As many as wanted, each in a write of its own.
+// Writes the documents 0 to end - 1, each with a separate write.
 void WriteDocumentsBelow(QLocalSocket& socket, int end)
 {
     for (int i = 0; i < end; ++i)
@@ -141,8 +141,8 @@ private Q_SLOTS:
     void Slot_loopInEach();
     void Slot_sendsInBatch();
     void Slot_stopsInBatch();
+    void Slot_deletesServerInBatch_data();
     void Slot_deletesServerInBatch();
-    void Slot_deletesServerInBatchWithinLoop();
     void Slot_deletesClientInBatch();
     void Wait_deliversBatchInOrder();
 };
@@ -262,7 +262,7 @@ void tst_MessageBatches::Send_confirmations()
 {
     constexpr int kCount = 2000;
     RawServer server(UniqueName());
-    MessageClient client; // only tells what is to be sent
+    MessageClient client; // only announces outgoing messages
     MessageClientThread thread(server.Name(), kReadWrite, &client);
     const auto stop = qScopeGuard([&thread] { thread.Stop(); });
     QStringList sent;
@@ -278,7 +278,7 @@ void tst_MessageBatches::Send_confirmations()
     QCOMPARE(sent, NumbersBelow(kCount));
 }
 
-// What is written of a batch before the end is its beginning, in whole messages.
+// If the client stops in the middle of a batch, a number of whole messages from its beginning was written.
 void tst_MessageBatches::Send_stopInBatch()
 {
     constexpr int kCount = 5000;
@@ -407,7 +407,7 @@ void tst_MessageBatches::Receive_busyOwner()
     QCOMPARE(server.Notes.mid(1), NumbersBelow(kCount));
 }
 
-// What a slot queues is called soon, even while message after message arrives.
+// A call that a slot queues is made soon, even while messages keep arriving.
 void tst_MessageBatches::Receive_othersHaveTheirTurn()
 {
     NotingServer server;
@@ -470,7 +470,7 @@ void tst_MessageBatches::Slot_sendsInBatch()
         QCOMPARE(messages.at(i).Id, QString::number(i));
 }
 
-// What is behind the message in whose slot the server stops is gone.
+// If a slot stops the server, the messages after the one that it announces are lost.
 void tst_MessageBatches::Slot_stopsInBatch()
 {
     for (int round = 0; round < 10; ++round) {
@@ -483,7 +483,7 @@ void tst_MessageBatches::Slot_stopsInBatch()
         QVERIFY(Connect(client, server.Name));
         Write(client, DocumentsBelow(100));
         EVENTUALLY(!server.Server.IsStarted());
-        server.Server.Start(server.Name); // a thread of its own again
+        server.Server.Start(server.Name); // in a new thread
         QLocalSocket next;
         QVERIFY(Connect(next, server.Name));
         Write(next, Document(u"next"_s));
@@ -493,16 +493,30 @@ void tst_MessageBatches::Slot_stopsInBatch()
     }
 }
 
+void tst_MessageBatches::Slot_deletesServerInBatch_data()
+{
+    QTest::addColumn<int>("last"); // message whose slot deletes the server
+    QTest::addColumn<bool>("inLoops"); // whether every fifth slot runs an event loop until then
+
+    QTest::newRow("no event loop") << 50 << false;
+    QTest::newRow("within event loops of other slots") << 20 << true;
+}
+
 void tst_MessageBatches::Slot_deletesServerInBatch()
 {
+    QFETCH(const int, last);
+    QFETCH(const bool, inLoops);
+
     for (int round = 0; round < 10; ++round) {
         auto server = std::make_unique<MessageServer>();
         const QString name = UniqueName();
         QStringList received;
         connect(server.get(), &MessageServer::MessageReceived, this, [&](const QString& id) {
             received.append(id);
-            if (id == u"50"_s)
+            if (id.toInt() == last)
                 server.reset();
+            else if (inLoops && id.toInt() % 5 == 0)
+                QVERIFY(WaitUntil([&] { return server == nullptr; }));
         });
         server->Start(name);
         QLocalSocket client;
@@ -510,30 +524,8 @@ void tst_MessageBatches::Slot_deletesServerInBatch()
         Write(client, DocumentsBelow(100));
         EVENTUALLY(server == nullptr);
         EVENTUALLY_EQUAL(client.state(), QLocalSocket::UnconnectedState);
-        QCOMPARE(received, NumbersBelow(51));
+        QCOMPARE(received, NumbersBelow(last + 1));
     }
-}
-
-// Deep in a slot's event loop, with the batch half delivered on the way.
-void tst_MessageBatches::Slot_deletesServerInBatchWithinLoop()
-{
-    auto server = std::make_unique<MessageServer>();
-    const QString name = UniqueName();
-    QStringList received;
-    connect(server.get(), &MessageServer::MessageReceived, this, [&](const QString& id) {
-        received.append(id);
-        if (id == u"20"_s)
-            server.reset();
-        else if (id.toInt() % 5 == 0)
-            QVERIFY(WaitUntil([&] { return server == nullptr; }));
-    });
-    server->Start(name);
-    QLocalSocket client;
-    QVERIFY(Connect(client, name));
-    Write(client, DocumentsBelow(100));
-    EVENTUALLY(server == nullptr);
-    EVENTUALLY_EQUAL(client.state(), QLocalSocket::UnconnectedState);
-    QCOMPARE(received, NumbersBelow(21));
 }
 
 void tst_MessageBatches::Slot_deletesClientInBatch()

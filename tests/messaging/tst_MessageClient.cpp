@@ -762,7 +762,7 @@ void tst_MessageClient::Receive_messages()
     Link link;
     QVERIFY(link.Ok);
     QSignalSpy received(&link.Client, &MessageClient::MessageReceived);
-    // A message that wants an answer is announced like any other, because a client has no responders.
+    // A request is announced like any other message, because a client has no responders.
     Write(link.Other(), Document(u"a"_s, {{u"k"_s, 1}}, QUuid::createUuid()));
     EVENTUALLY_EQUAL(received.count(), 1);
     QCOMPARE(received.at(0).at(0).toString(), u"a"_s);
@@ -934,7 +934,7 @@ void tst_MessageClient::Thread_pausesSentNotifications()
 {
     RawServer server(UniqueName());
     QVERIFY(server.IsListening());
-    MessageClient client; // only announces what is to be sent
+    MessageClient client; // only announces outgoing messages
     MessageClientThread thread(server.Name(), kReadWrite, &client);
     const auto stop = qScopeGuard([&thread] { thread.Stop(); });
     QStringList order;
@@ -977,7 +977,7 @@ void tst_MessageClient::Worker()
 {
     const QString name = UniqueName();
     RawServer server(name);
-    MessageClient client; // only announces what is to be sent
+    MessageClient client; // only announces outgoing messages
     MessageClientWorker worker(name, kReadWrite, &client);
     QSignalSpy connected(&worker, &MessageClientWorker::Connected);
     QSignalSpy disconnected(&worker, &MessageClientWorker::Disconnected);

@@ -744,7 +744,7 @@ void tst_MessageServer::Send_wholeLargeMessages()
 {
     QFETCH(const int, size);
 
-    // A receiver that reads what is available at each readyRead, in blocks of its own size.
+    // A receiver that reads all available bytes at each readyRead, in blocks of a size that it chooses.
     LimitSendBuffer(212992);
     LinkedServer link;
     QVERIFY(link.OpenAndWait());
@@ -968,7 +968,7 @@ void tst_MessageServer::Responders_changedDuringRequest()
 
 void tst_MessageServer::Worker()
 {
-    MessageServer server; // only announces what is to be sent
+    MessageServer server; // only announces outgoing messages
     MessageServerWorker worker(&server);
     QSignalSpy connected(&worker, &MessageServerWorker::Connected);
     QSignalSpy disconnected(&worker, &MessageServerWorker::Disconnected);

@@ -338,7 +338,7 @@ void tst_MessageSocket::Window_resumesAtHalf()
     QCOMPARE(resumedAt, QList<int>{12}); // four of ten reads are left: half of what may be queued
 }
 
-// A worker that has stopped reading is always told to resume, however the two threads interleave.
+// A worker that has stopped reading always receives the signal to resume, however the two threads interleave.
 void tst_MessageSocket::Window_twoThreads()
 {
     constexpr int kReads = 200'000;

@@ -421,7 +421,7 @@ void tst_MessageThreads::Reconnect_interval()
     auto* const dispatcher = new Dispatcher;
     QVERIFY(RunInThread(
         [&] {
-            MessageClient client; // only announces what is to be sent
+            MessageClient client; // only announces outgoing messages
             MessageClientWorker worker(UniqueName(), kReadWrite, &client); // no server
             before = dispatcher->Intervals();
             worker.ConnectAndListen();

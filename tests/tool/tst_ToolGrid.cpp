@@ -179,7 +179,7 @@ private:
         return u"%1.MessagePeer.%2"_s.arg(grid).arg(peer.Id());
     }
     /// Waits until a member has joined and its server listens, which starts in the background. With the sign
-    /// "linked", the member is connected, but the other one may not have accepted the connection yet.
+    /// "linked", the member is connected, but its peer may not have accepted the connection yet.
     [[nodiscard]] bool IsIn(Peer& peer, const QString& sign = u"joined"_s, const QString& grid = kGrid) const
     {
         return !peer.WaitForLine(sign).isEmpty()
@@ -212,8 +212,8 @@ void tst_ToolGrid::SetUp()
 
 void tst_ToolGrid::TearDown()
 {
-    // What killed processes leave outlives the folder. The last process to detach removes the segment, and
-    // the creator of a semaphore removes that.
+    // The folder does not contain all that killed processes leave behind. The last process to detach removes
+    // the segment, and the creator of a semaphore removes the semaphore.
     QSharedMemory(kGrid).attach();
     QSystemSemaphore(kGrid, 1, QSystemSemaphore::Create);
     mFolderGuard.reset();
@@ -791,7 +791,7 @@ void tst_ToolGrid::Clean_nothing()
     QCOMPARE(Files(), files);
 }
 
-// A leftover semaphore counts towards the system's limit for ever.
+// A stale semaphore counts towards the system's limit for ever.
 void tst_ToolGrid::Clean_semaphore()
 {
     const auto semaphores = [this] {

@@ -84,7 +84,7 @@ private:
 };
 
 namespace {
-// What a list says of the tool and of MessagePeer, which use the library as it was built.
+// The library that the list shows for the tool and MessagePeer, which both use the library from the build.
 const char* const kThisLibrary = QVUTIL_IS_SHARED ? "QvUtil" : "unknown";
 
 QJsonObject Process(qint64 id, const QString& name)

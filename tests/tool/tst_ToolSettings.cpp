@@ -604,7 +604,7 @@ void tst_ToolSettings::Import_ini()
              u"! qvutil: in.ini: is not in the INI format of QSettings\n=> 2\n"_s);
 }
 
-// What a program wrote with QSettings, and what such a program reads after an export.
+// Imports a file that a program wrote with QSettings; such a program reads the file again after an export.
 void tst_ToolSettings::Import_iniOfQSettings()
 {
     {

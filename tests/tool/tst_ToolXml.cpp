@@ -776,7 +776,7 @@ void tst_ToolXml::DryRun()
     QCOMPARE(QDir(mTool->Path(u"."_s)).entryList(QDir::Files | QDir::Hidden), before);
 }
 
-// What is printed turns the old file into the file that would have been written.
+// The printed difference turns the old file into the file that would have been written.
 void tst_ToolXml::DryRun_isReadByPatch()
 {
     QCOMPARE(

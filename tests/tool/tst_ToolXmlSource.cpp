@@ -64,7 +64,7 @@ private:
         return AnyOf({required ? u" "_s : QString(), u" "_s, u"\n"_s, u"\r\n"_s, u"\t  "_s, u"\r"_s});
     }
 
-    // What may stand outside the root element too.
+    // Adds text that is also allowed outside the root element.
     void AddMisc()
     {
         while (mRandom.bounded(2) == 0)
