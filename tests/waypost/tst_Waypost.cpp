@@ -12,6 +12,7 @@
 #include "UserSettings.h"
 #include "WaypostSupport.h"
 #include "WindowGrid.h"
+#include "support/TestSupport.h"
 
 #include <QComboBox>
 #include <QDateEdit>
@@ -235,7 +236,7 @@ void tst_Waypost::Language()
         QTest::keyClick(choice, Qt::Key_Down);
     QTest::mouseClick(dialog->findChild<QPushButton*>(u"buttonOk"_s), Qt::LeftButton);
 
-    QTRY_COMPARE(shown.Window.menuBar()->actions().constFirst()->text(), file);
+    EVENTUALLY_EQUAL(shown.Window.menuBar()->actions().constFirst()->text(), file);
     QCOMPARE(shown.Tours()->horizontalHeaderItem(2)->text(), length);
     QCOMPARE(shown.Window.findChild<QLabel*>(u"labelCount"_s)->text(), count);
     QCOMPARE(shown.Action(u"Save"_s)->shortcut(), QKeySequence(u"Ctrl+S"_s));
@@ -247,7 +248,7 @@ void tst_Waypost::Language_isKept()
     {
         Shown shown;
         shown.Window.findChild<QAction*>(u"actionLanguageja"_s)->trigger();
-        QTRY_COMPARE(shown.Window.CurrentLanguage().Code(), u"ja"_s);
+        EVENTUALLY_EQUAL(shown.Window.CurrentLanguage().Code(), u"ja"_s);
     }
     const Shown again;
     QCOMPARE(again.Window.CurrentLanguage().Code(), u"ja"_s);
@@ -274,7 +275,7 @@ void tst_Waypost::Language_ofOpenDialogs()
     auto* choice = english->findChild<QComboBox*>(u"Language"_s);
     choice->setCurrentIndex(choice->findData(u"de"_s));
     QTest::mouseClick(english->findChild<QPushButton*>(u"buttonApply"_s), Qt::LeftButton);
-    QTRY_COMPARE(shown.Window.findChildren<FormDialog*>(u"Preferences"_s).size(), 1);
+    EVENTUALLY_EQUAL(shown.Window.findChildren<FormDialog*>(u"Preferences"_s).size(), 1);
     const auto* german = shown.Window.findChild<FormDialog*>(u"Preferences"_s);
     QVERIFY(german->isVisible());
     QCOMPARE(german->windowTitle(), u"Einstellungen"_s);
@@ -392,7 +393,7 @@ void tst_Waypost::Conditions()
     shown.ClickCell(shown.Points(), 1, 0);
     QCOMPARE(enabled(), u"SaveAs Export Close Delete"_s);
     QTest::keyClick(shown.Points(), Qt::Key_Delete);
-    QTRY_COMPARE(enabled(), u"Save SaveAs Export Close Undo"_s);
+    EVENTUALLY_EQUAL(enabled(), u"Save SaveAs Export Close Undo"_s);
     QCOMPARE(shown.Action(u"Undo"_s)->text(), u"&Undo delete waypoint"_s);
 }
 
@@ -413,17 +414,17 @@ void tst_Waypost::EditingIsUndoneAndSaved()
     editor->selectAll();
     QTest::keyClicks(editor, u"Old mill"_s);
     QTest::keyClick(editor, Qt::Key_Return);
-    QTRY_COMPARE(shown.Points()->item(0, 0)->text(), u"Old mill"_s);
+    EVENTUALLY_EQUAL(shown.Points()->item(0, 0)->text(), u"Old mill"_s);
     QVERIFY(shown.Window.isWindowModified());
 
     QTest::keyClick(&shown.Window, Qt::Key_Z, Qt::ControlModifier);
-    QTRY_COMPARE(shown.Points()->item(0, 0)->text(), before);
+    EVENTUALLY_EQUAL(shown.Points()->item(0, 0)->text(), before);
     QVERIFY(!shown.Window.isWindowModified());
     QTest::keyClick(&shown.Window, Qt::Key_Z, Qt::ControlModifier | Qt::ShiftModifier);
-    QTRY_COMPARE(shown.Points()->item(0, 0)->text(), u"Old mill"_s);
+    EVENTUALLY_EQUAL(shown.Points()->item(0, 0)->text(), u"Old mill"_s);
 
     QTest::keyClick(&shown.Window, Qt::Key_S, Qt::ControlModifier);
-    QTRY_VERIFY(!shown.Window.isWindowModified());
+    EVENTUALLY(!shown.Window.isWindowModified());
     TourError error;
     const std::optional<Tour> saved = Tour::Load(file, error);
     QVERIFY(saved.has_value());
@@ -447,15 +448,15 @@ void tst_Waypost::NewTourIsNamedInItsDialog()
     });
     timer.start(10);
     QTest::keyClick(&shown.Window, Qt::Key_N, Qt::ControlModifier);
-    QTRY_COMPARE(shown.Window.Tours().Count(), 1);
-    QTRY_COMPARE(shown.Window.Tours().At(0).Content.Name, u"Through the valley"_s);
+    EVENTUALLY_EQUAL(shown.Window.Tours().Count(), 1);
+    EVENTUALLY_EQUAL(shown.Window.Tours().At(0).Content.Name, u"Through the valley"_s);
     QCOMPARE(shown.Window.windowTitle(), u"Waypost - Through the valley[*]"_s);
     QVERIFY(shown.Window.isWindowModified());
 
     shown.Window.activateWindow(); // again, without the dialog
     QVERIFY(QTest::qWaitForWindowActive(&shown.Window, kLongMs));
     QTest::keyClick(&shown.Window, Qt::Key_Insert);
-    QTRY_COMPARE(shown.Points()->rowCount(), 1);
+    EVENTUALLY_EQUAL(shown.Points()->rowCount(), 1);
 }
 
 void tst_Waypost::Map_selectsByMouseAndKeys()
@@ -466,7 +467,7 @@ void tst_Waypost::Map_selectsByMouseAndKeys()
     view->setFocus();
     QTest::keyClick(view, Qt::Key_Right);
     QCOMPARE(view->Selected(), 0);
-    QTRY_COMPARE(shown.Points()->currentRow(), 0);
+    EVENTUALLY_EQUAL(shown.Points()->currentRow(), 0);
     QTest::keyClick(view, Qt::Key_Right);
     QVERIFY(view->Selected() > 0); // points of the track are skipped
     QCOMPARE(shown.Points()->currentRow(), 1);
@@ -557,7 +558,7 @@ void tst_Waypost::RecentFiles()
     QCOMPARE(again.Store.RecentFiles(), QStringList({first, second}));
     QCOMPARE(menu->actions().size(), 2);
     menu->actions().at(1)->trigger();
-    QTRY_COMPARE(again.Window.Tours().Count(), 1);
+    EVENTUALLY_EQUAL(again.Window.Tours().Count(), 1);
     QCOMPARE(again.Window.Tours().At(0).File, second);
     again.Window.OpenLastFiles();
     QCOMPARE(again.Window.Tours().Count(), 2);
@@ -583,7 +584,7 @@ void tst_Waypost::Help()
     QTest::keyClick(&shown.Window, Qt::Key_F1);
     auto* help = shown.Window.findChild<QTextBrowser*>(u"help"_s);
     QVERIFY(help != nullptr);
-    QTRY_COMPARE(help->windowTitle(), title);
+    EVENTUALLY_EQUAL(help->windowTitle(), title);
 }
 
 // Settings
@@ -598,7 +599,7 @@ void tst_Waypost::Settings_placeOfTheWindow()
     }
     Shown again;
     again.Window.RestorePlace();
-    QTRY_COMPARE(again.Window.geometry(), place);
+    EVENTUALLY_EQUAL(again.Window.geometry(), place);
 }
 
 void tst_Waypost::Settings_damaged()
@@ -690,11 +691,11 @@ void tst_Waypost::Program_handsItsFilesOver()
 {
     const QString file = mHome->CopyTour(u"lake-circuit"_s);
     Program first({});
-    QTRY_VERIFY_WITH_TIMEOUT(QFile::exists(Places::UserFolder() + u"/instance.lock"_s), kLongMs);
+    EVENTUALLY(QFile::exists(Places::UserFolder() + u"/instance.lock"_s));
     // The first process may still be starting; the second waits for it.
     Program second({file});
     QCOMPARE(second.Result(), 0);
-    QTRY_VERIFY_WITH_TIMEOUT(ReadFile(Home::SettingsFile()).contains("lake-circuit.tour"), kLongMs);
+    EVENTUALLY(ReadFile(Home::SettingsFile()).contains("lake-circuit.tour"));
     QVERIFY(first.IsRunning());
 
     QElapsedTimer clock;
@@ -714,7 +715,7 @@ void tst_Waypost::Program_manyStartsAtOnce()
         return std::count_if(programs.cbegin(), programs.cend(),
                              [](const auto& program) { return program->IsRunning(); });
     };
-    QTRY_COMPARE_WITH_TIMEOUT(running(), 1, kLongMs);
+    EVENTUALLY_EQUAL(running(), 1);
     int handedOver = 0;
     for (const auto& program : programs) {
         if (!program->IsRunning() && program->Result() == 0)
@@ -730,7 +731,7 @@ void tst_Waypost::Program_killedFirstBlocksNobody()
 {
     auto first = std::make_unique<Program>(QStringList());
     {
-        QTRY_VERIFY_WITH_TIMEOUT(QFile::exists(Places::UserFolder() + u"/instance.lock"_s), kLongMs);
+        EVENTUALLY(QFile::exists(Places::UserFolder() + u"/instance.lock"_s));
         Program second({});
         QCOMPARE(second.Result(), 0);
     }
@@ -739,7 +740,7 @@ void tst_Waypost::Program_killedFirstBlocksNobody()
     Program next({});
     Program other({});
     // One of them is the first instance now; the other has handed its files over and ends.
-    QTRY_VERIFY_WITH_TIMEOUT(next.IsRunning() != other.IsRunning(), kLongMs);
+    EVENTUALLY(next.IsRunning() != other.IsRunning());
     QCOMPARE((next.IsRunning() ? other : next).Result(), 0);
     Program later({});
     QCOMPARE(later.Result(), 0);
@@ -754,22 +755,21 @@ void tst_Waypost::Grid_findsAndLosesWindows()
 
     Program other({u"--new-window"_s, kData + u"/tours/north-face.tour"_s});
     Program third({u"--new-window"_s});
-    QTRY_COMPARE_WITH_TIMEOUT(grid->Others().size(), 2, kLongMs);
-    QTRY_VERIFY_WITH_TIMEOUT(!grid->Others().at(0).Title.isEmpty() && !grid->Others().at(1).Title.isEmpty(),
-                             kLongMs);
+    EVENTUALLY_EQUAL(grid->Others().size(), 2);
+    EVENTUALLY(!grid->Others().at(0).Title.isEmpty() && !grid->Others().at(1).Title.isEmpty());
     const auto* menu = shown.Window.findChild<QMenu*>(u"menuWindow"_s);
     const auto entries = [menu] {
         return std::ranges::count_if(
             menu->actions(), [](const QAction* action) { return action->property("window").isValid(); });
     };
-    QTRY_COMPARE(entries(), 2);
+    EVENTUALLY_EQUAL(entries(), 2);
 
     other.Kill();
-    QTRY_COMPARE_WITH_TIMEOUT(grid->Others().size(), 1, kLongMs);
+    EVENTUALLY_EQUAL(grid->Others().size(), 1);
     QCOMPARE(grid->Others().constFirst().ProcessId, third.ProcessId());
     QCOMPARE(entries(), 1);
     third.Kill();
-    QTRY_VERIFY_WITH_TIMEOUT(grid->Others().isEmpty(), kLongMs);
+    EVENTUALLY(grid->Others().isEmpty());
 }
 
 void tst_Waypost::Grid_sendsTours()
@@ -778,18 +778,16 @@ void tst_Waypost::Grid_sendsTours()
     WindowGrid* grid = shown.Window.Grid();
     shown.Window.OpenFiles({kData + u"/tours/ridge-walk.tour"_s});
     Program other({u"--new-window"_s});
-    QTRY_COMPARE_WITH_TIMEOUT(grid->Others().size(), 1, kLongMs);
+    EVENTUALLY_EQUAL(grid->Others().size(), 1);
     QVERIFY(shown.Window.findChild<QMenu*>(u"menuSend"_s)->menuAction()->isEnabled());
 
     QSignalSpy sent(grid, &WindowGrid::TourSent);
     shown.Window.findChild<QMenu*>(u"menuSend"_s)->actions().constFirst()->trigger();
-    QTRY_COMPARE_WITH_TIMEOUT(sent.count(), 1, kLongMs);
+    EVENTUALLY_EQUAL(sent.count(), 1);
     QCOMPARE(sent.at(0).at(1).toBool(), true);
     // The receiver shows the tour, and its title contains the tour's name.
-    QTRY_VERIFY_WITH_TIMEOUT(
-        (grid->AskTitles(), QTest::qWait(50),
-         !grid->Others().isEmpty() && grid->Others().constFirst().Title == u"Waypost - Ridge walk"_s),
-        kLongMs);
+    EVENTUALLY((grid->AskTitles(), QTest::qWait(50),
+                !grid->Others().isEmpty() && grid->Others().constFirst().Title == u"Waypost - Ridge walk"_s));
 
     // In the opposite direction, through a courier of this process.
     const qint64 processId = QCoreApplication::applicationPid();
@@ -800,8 +798,8 @@ void tst_Waypost::Grid_sendsTours()
         server, u"Tour"_s, {{u"Xml"_s, MakeTour().ToXml()}},
         [&isTaken](const std::optional<QVariantMap>& answer) { isTaken = answer.has_value(); },
         &shown.Window);
-    QTRY_COMPARE_WITH_TIMEOUT(shown.Window.Tours().Count(), 2, kLongMs);
-    QTRY_VERIFY(isTaken);
+    EVENTUALLY_EQUAL(shown.Window.Tours().Count(), 2);
+    EVENTUALLY(isTaken);
     QVERIFY(shown.Window.Tours().At(1).Content == MakeTour());
     QVERIFY(shown.Window.Tours().IsModified(1)); // not saved to a file yet
 }

@@ -7,6 +7,7 @@
 #include "SingleInstance.h"
 #include "WaypostSupport.h"
 #include "WindowGrid.h"
+#include "support/TestSupport.h"
 
 #include <QLockFile>
 #include <QSignalSpy>
@@ -65,7 +66,7 @@ void tst_WaypostDesktop::initTestCase()
 {
     QWidget window;
     window.show();
-    QTRY_VERIFY_WITH_TIMEOUT(window.frameGeometry() != window.geometry(), kLongMs);
+    EVENTUALLY(window.frameGeometry() != window.geometry());
 }
 
 void tst_WaypostDesktop::init()
@@ -86,7 +87,7 @@ void tst_WaypostDesktop::Window_comesBackInItsPlace()
         Shown shown;
         QVERIFY(shown.IsActive);
         shown.Window.setGeometry(place);
-        QTRY_COMPARE_WITH_TIMEOUT(shown.Window.geometry(), place, kLongMs);
+        EVENTUALLY_EQUAL(shown.Window.geometry(), place);
         QVERIFY(shown.Window.close());
     }
     for (int start = 0; start < 2; ++start) { // twice: the frame must not move it a little each time
@@ -95,7 +96,7 @@ void tst_WaypostDesktop::Window_comesBackInItsPlace()
         window.RestorePlace();
         window.show();
         QVERIFY(QTest::qWaitForWindowActive(&window, kLongMs));
-        QTRY_COMPARE_WITH_TIMEOUT(window.geometry(), place, kLongMs);
+        EVENTUALLY_EQUAL(window.geometry(), place);
         QVERIFY(window.close());
     }
 }
@@ -107,18 +108,18 @@ void tst_WaypostDesktop::Window_comesBackMaximized()
         Shown shown;
         QVERIFY(shown.IsActive);
         shown.Window.setGeometry(place);
-        QTRY_COMPARE_WITH_TIMEOUT(shown.Window.geometry(), place, kLongMs);
+        EVENTUALLY_EQUAL(shown.Window.geometry(), place);
         shown.Window.showMaximized();
-        QTRY_VERIFY_WITH_TIMEOUT(shown.Window.width() > 1000, kLongMs);
+        EVENTUALLY(shown.Window.width() > 1000);
         QVERIFY(shown.Window.close());
     }
     UserSettings settings(Places::UserFolder());
     MainWindow window(settings, kData, {});
     window.RestorePlace();
     window.show();
-    QTRY_VERIFY_WITH_TIMEOUT(window.isMaximized() && window.width() > 1000, kLongMs);
+    EVENTUALLY(window.isMaximized() && window.width() > 1000);
     window.showNormal();
-    QTRY_COMPARE_WITH_TIMEOUT(window.size(), place.size(), kLongMs);
+    EVENTUALLY_EQUAL(window.size(), place.size());
 }
 
 void tst_WaypostDesktop::Dialog_takesTheFocus()
@@ -156,18 +157,18 @@ void tst_WaypostDesktop::HandOver_comesToTheFront()
     QVERIFY(first.Outcome == SingleInstance::Outcome::First);
     if (state.testFlag(Qt::WindowMaximized)) {
         window.setWindowState(Qt::WindowMaximized);
-        QTRY_VERIFY_WITH_TIMEOUT(window.width() > 1000, kLongMs);
+        EVENTUALLY(window.width() > 1000);
     }
     window.setWindowState(state);
-    QTRY_VERIFY_WITH_TIMEOUT(window.windowState() == state, kLongMs);
+    EVENTUALLY(window.windowState() == state);
     const Program other({u"--new-window"_s}); // a window of another process, which gets the focus
-    QTRY_VERIFY_WITH_TIMEOUT(!window.isActiveWindow(), kLongMs);
-    QTRY_VERIFY_WITH_TIMEOUT(QGuiApplication::focusWindow() == nullptr, kLongMs);
+    EVENTUALLY(!window.isActiveWindow());
+    EVENTUALLY(QGuiApplication::focusWindow() == nullptr);
 
     Program second({file});
-    QTRY_VERIFY_WITH_TIMEOUT(!second.IsRunning(), kLongMs); // this process answers meanwhile
+    EVENTUALLY(!second.IsRunning()); // this process answers meanwhile
     QCOMPARE(second.Result(), 0);
-    QTRY_VERIFY_WITH_TIMEOUT(window.isActiveWindow(), kLongMs);
+    EVENTUALLY(window.isActiveWindow());
     QCOMPARE(window.windowState() & ~Qt::WindowActive, expected);
     QCOMPARE(window.Tours().Count(), 1);
     QVERIFY(other.IsRunning());
@@ -179,12 +180,12 @@ void tst_WaypostDesktop::Grid_raisesAWindow()
     QVERIFY(shown.IsActive);
     WindowGrid* grid = shown.Window.Grid();
     const Program other({u"--new-window"_s});
-    QTRY_COMPARE_WITH_TIMEOUT(grid->Others().size(), 1, kLongMs);
-    QTRY_VERIFY_WITH_TIMEOUT(!shown.Window.isActiveWindow(), kLongMs);
+    EVENTUALLY_EQUAL(grid->Others().size(), 1);
+    EVENTUALLY(!shown.Window.isActiveWindow());
     Q_EMIT grid->RaiseWanted();
-    QTRY_VERIFY_WITH_TIMEOUT(shown.Window.isActiveWindow(), kLongMs);
+    EVENTUALLY(shown.Window.isActiveWindow());
     grid->Raise(other.ProcessId()); // and the other process
-    QTRY_VERIFY_WITH_TIMEOUT(!shown.Window.isActiveWindow(), kLongMs);
+    EVENTUALLY(!shown.Window.isActiveWindow());
 }
 
 QTEST_MAIN(tst_WaypostDesktop)
