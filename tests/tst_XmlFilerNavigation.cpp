@@ -108,6 +108,7 @@ private Q_SLOTS:
     void GetCurrentNodeName();
     void GetAttributeNames();
     void Stack();
+    void Stack_empty();
     void Stack_survivesDeletion();
 
     void DetachedSiblings_data();
@@ -1053,6 +1054,25 @@ void tst_XmlFilerNavigation::Stack()
     QCOMPARE(Id(filer), u"root"_s);
     filer.PopCurrentNode();
     QVERIFY(filer.GetCurrentNode().isNull());
+}
+
+void tst_XmlFilerNavigation::Stack_empty()
+{
+    XmlFiler filer;
+    filer.LoadFromXmlString(u"<A><B/></A>"_s);
+    filer.MoveToNode(u"/A/B"_s);
+    const TestSupport::LogGuard log;
+
+    filer.PopCurrentNode();
+    QCOMPARE(filer.GetCurrentNodePath(), u"/A/B"_s);
+    QCOMPARE(log.Messages(),
+             QStringList{u"the node stack is empty: PopCurrentNode without PushCurrentNode"_s});
+
+    filer.PushCurrentNode();
+    filer.PopCurrentNode();
+    filer.PopCurrentNode();
+    QCOMPARE(filer.GetCurrentNodePath(), u"/A/B"_s);
+    QCOMPARE(log.Messages().size(), 2);
 }
 
 void tst_XmlFilerNavigation::Stack_survivesDeletion()

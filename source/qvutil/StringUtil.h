@@ -93,9 +93,11 @@ public:
     ///
     /// The terminator is written at the index that is returned. A character beyond U+FFFF takes one element
     /// but counts as two, so elements between the end of the text and the terminator may keep their old
-    /// values. \param text    the text \param buffer  the buffer; null to ask only for the length \param size
-    /// elements in \p buffer, including the terminator; if less than 1, nothing is written \return the number
-    /// of UTF-16 code units copied, without the terminator; the length of \p text if
+    /// values.
+    /// \param text    the text
+    /// \param buffer  the buffer; null to ask only for the length
+    /// \param size    elements in \p buffer, including the terminator; if less than 1, nothing is written
+    /// \return the number of UTF-16 code units copied, without the terminator; the length of \p text if
     ///         \p buffer is null; 0 if \p size is less than 1
     static int QStringToWchar(const QString& text, wchar_t* buffer, int size);
 #if defined(Q_OS_MACOS) || defined(QVUTIL_HAS_NSSTRING)

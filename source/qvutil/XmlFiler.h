@@ -110,9 +110,8 @@ public:
     /// leave part of the content.
     ///
     /// The content is not checked. A document that no parser accepts is saved and logged, for example one
-    /// with a space in a name, a second root element, a character that XML does not allow, "--" in a comment,
-    /// or
-    /// "]]>" in a CDATA section.
+    /// with a space in a name, a second root element, a character that XML does not allow, or "--" in a
+    /// comment.
     /// \param path  the file
     /// \return false if there is no root element, or if the file cannot be opened or written completely
     bool SaveAsXmlFile(const QString& path);
@@ -210,8 +209,8 @@ public:
     [[nodiscard]] QStringList GetAttributeNames() const;
     /// Pushes the cursor onto the node stack.
     void PushCurrentNode() const;
-    /// Moves the cursor to the node on top of the node stack and removes it from the stack.
-    /// \pre The node stack is not empty.
+    /// Moves the cursor to the node on top of the node stack and removes it from the stack. If the stack is
+    /// empty, does nothing but log a warning.
     void PopCurrentNode() const;
 
     /// @}

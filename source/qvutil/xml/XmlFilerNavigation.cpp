@@ -3,6 +3,7 @@
 
 #include "XmlFiler.h"
 
+#include "base/Logging_p.h"
 #include "xml/XmlFilerPrivate_p.h"
 
 #include <algorithm>
@@ -244,6 +245,10 @@ void XmlFiler::PushCurrentNode() const
 
 void XmlFiler::PopCurrentNode() const
 {
+    if (mNodeStack.isEmpty()) {
+        qCWarning(Internal::lcQvUtil, "the node stack is empty: PopCurrentNode without PushCurrentNode");
+        return;
+    }
     SetCursor(mNodeStack.takeLast());
 }
 
