@@ -363,6 +363,8 @@ void tst_ToolGeneral::Memory_exhausted()
     file.close();
     QCOMPARE(mTool->RunShell(u"ulimit -v 700000; \"$TOOL\" xml list huge.xml"_s).ToText(),
              u"! qvutil: huge.xml: not enough memory\n=> 2\n"_s);
+    QCOMPARE(mTool->RunShell(u"ulimit -v 700000; \"$TOOL\" xml get huge.xml / a"_s).ToText(),
+             u"! qvutil: huge.xml: not enough memory\n=> 2\n"_s);
     QVERIFY(QFile::resize(mTool->Path(u"huge.xml"_s), (qint64{1} << 30) + 1));
     QCOMPARE(Run({u"xml"_s, u"list"_s, u"huge.xml"_s}),
              u"! qvutil: huge.xml: larger than 1 GiB, which is more than the tool reads\n=> 2\n"_s);

@@ -4,7 +4,6 @@
 #include "documents/DocumentEntries.h"
 
 #include "cli/Console.h"
-#include "documents/ElementPath.h"
 #include "documents/TypedValue.h"
 
 #include <QHash>
@@ -12,29 +11,6 @@
 using namespace Qt::StringLiterals;
 
 namespace Quorvin::Tool {
-namespace {
-
-QString StepOf(const QDomElement& element, QHash<QString, int>& counts)
-{
-    return ElementPath::Step{.Name = element.tagName(), .Position = ++counts[element.tagName()]}.ToText();
-}
-
-void AppendEntries(const QDomElement& element, const QString& path, QList<Entry>& entries)
-{
-    const qsizetype before = entries.size();
-    const QMap<QString, QString> attributes = AttributesOf(element);
-    for (auto it = attributes.cbegin(); it != attributes.cend(); ++it)
-        entries.append({.Kind = Entry::Attribute, .Path = path, .Name = it.key(), .Value = it.value()});
-    if (const QString text = TextOf(element); !text.isEmpty())
-        entries.append({.Kind = Entry::Text, .Path = path, .Name = {}, .Value = text});
-    QHash<QString, int> counts;
-    for (QDomElement child = element.firstChildElement(); !child.isNull(); child = child.nextSiblingElement())
-        AppendEntries(child, path + u'/' + StepOf(child, counts), entries);
-    if (entries.size() == before)
-        entries.append({.Kind = Entry::Element, .Path = path, .Name = {}, .Value = {}});
-}
-
-} // namespace
 
 QString Entry::Key() const
 {
@@ -76,10 +52,23 @@ QJsonObject Entry::ToTypedJson() const
     return object;
 }
 
+QList<Entry> EntriesOf(const VisitedElement& element)
+{
+    QList<Entry> entries;
+    for (auto it = element.Attributes.cbegin(); it != element.Attributes.cend(); ++it)
+        entries.append(
+            {.Kind = Entry::Attribute, .Path = element.Path, .Name = it.key(), .Value = it.value()});
+    if (!element.Text.isEmpty())
+        entries.append({.Kind = Entry::Text, .Path = element.Path, .Name = {}, .Value = element.Text});
+    if (entries.isEmpty() && !element.HasElements)
+        entries.append({.Kind = Entry::Element, .Path = element.Path, .Name = {}, .Value = {}});
+    return entries;
+}
+
 QList<Entry> ListEntries(const QDomElement& element)
 {
     QList<Entry> entries;
-    AppendEntries(element, ElementPath::Of(element), entries);
+    VisitTree(element, [&entries](const VisitedElement& visited) { entries += EntriesOf(visited); });
     return entries;
 }
 
@@ -119,27 +108,6 @@ QList<EntryDifference> CompareEntries(const QList<Entry>& left, const QList<Entr
             differences.append(EntryDifference{.Left = nullptr, .Right = &entry});
     }
     return differences;
-}
-
-QMap<QString, QString> AttributesOf(const QDomElement& element)
-{
-    QMap<QString, QString> attributes;
-    const QDomNamedNodeMap nodes = element.attributes();
-    for (int i = 0; i < nodes.count(); ++i)
-        attributes.insert(nodes.item(i).nodeName(), nodes.item(i).nodeValue());
-    return attributes;
-}
-
-QString TextOf(const QDomElement& element)
-{
-    QString text;
-    bool hasElements = false;
-    for (QDomNode child = element.firstChild(); !child.isNull(); child = child.nextSibling()) {
-        if (child.isText()) // a CDATA section is one too
-            text += child.nodeValue();
-        hasElements = hasElements || child.isElement();
-    }
-    return hasElements ? text.trimmed() : text;
 }
 
 } // namespace Quorvin::Tool

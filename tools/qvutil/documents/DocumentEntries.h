@@ -4,10 +4,11 @@
 #ifndef QVUTIL_TOOL_ENTRIES_H
 #define QVUTIL_TOOL_ENTRIES_H
 
+#include "documents/ElementVisit.h"
+
 #include <QDomElement>
 #include <QJsonObject>
 #include <QList>
-#include <QMap>
 #include <QString>
 #include <QStringList>
 
@@ -26,6 +27,7 @@ struct Entry
     QString Name; ///< of an attribute
     QString Value;
 
+    [[nodiscard]] bool operator==(const Entry&) const = default;
     /// Path and name, by which entries of two documents belong together.
     [[nodiscard]] QString Key() const;
     /// One line such as: /Settings/Panel Width="640"
@@ -35,8 +37,10 @@ struct Entry
     [[nodiscard]] QJsonObject ToTypedJson() const;
 };
 
-/// Lists what the subtree of \p element says, in the order of the document, attributes by name.
-/// Comments, processing instructions and white space between elements say nothing.
+/// Lists what one element says: attributes by name, then its text. Comments, processing instructions and
+/// white space between elements say nothing.
+[[nodiscard]] QList<Entry> EntriesOf(const VisitedElement& element);
+/// Lists what an element and the elements in it say, in the order of the document.
 [[nodiscard]] QList<Entry> ListEntries(const QDomElement& element);
 
 /// An entry that one of two documents has and the other does not, or that differs between them.
@@ -53,12 +57,6 @@ struct EntryDifference
 /// Compares what two documents say: entries of the same path and name belong together.
 /// \return differences that point into the lists
 [[nodiscard]] QList<EntryDifference> CompareEntries(const QList<Entry>& left, const QList<Entry>& right);
-
-/// The attributes of an element by name.
-[[nodiscard]] QMap<QString, QString> AttributesOf(const QDomElement& element);
-/// The text of an element, its CDATA sections included; without white space around it if there are elements
-/// too.
-[[nodiscard]] QString TextOf(const QDomElement& element);
 
 } // namespace Quorvin::Tool
 

@@ -118,8 +118,13 @@ bool ElementPath::MoveToOrComplain(XmlFiler& filer, const QString& file) const
 {
     if (MoveTo(filer))
         return true;
-    Console::ReportError(file, u"there is no element %1"_s.arg(mText));
+    Complain(file);
     return false;
+}
+
+void ElementPath::Complain(const QString& file) const
+{
+    Console::ReportError(file, u"there is no element %1"_s.arg(mText));
 }
 
 void ElementPath::Create(XmlFiler& filer, LastStep last) const
@@ -150,6 +155,43 @@ QString ElementPath::Of(const QDomElement& element)
 QString ElementPath::Of(const XmlFiler& filer)
 {
     return Of(filer.GetCurrentNode().toElement());
+}
+
+PathWalk::Place PathWalk::Enter(const QString& name)
+{
+    const bool isBelowPath = mDepth == mOnPath && !mIsOver;
+    ++mDepth;
+    if (mDepth == 1) {
+        mRoot = name;
+        mSteps = mPath.StepsBelow(name);
+    } else if (mHasFound) {
+        return mIsOver ? Place::Aside : Place::Inside;
+    } else {
+        const Step* const step = isBelowPath ? &mSteps.at(mOnPath - 1) : nullptr;
+        if (!step || step->Name != name)
+            return Place::Aside;
+        if (++mPosition < step->Position)
+            return Place::Before;
+    }
+    mOnPath = mDepth;
+    mPosition = 0;
+    mHasFound = mOnPath > mSteps.size();
+    return mHasFound ? Place::Target : Place::Above;
+}
+
+void PathWalk::Leave()
+{
+    // There is no second attempt: the path leads to the first element of each step only.
+    mIsOver = mIsOver || mDepth == mOnPath;
+    --mDepth;
+}
+
+QString PathWalk::TargetPath() const
+{
+    QString path = u'/' + mRoot;
+    for (const Step& step : mSteps)
+        path += u'/' + step.ToText();
+    return path;
 }
 
 void CheckXmlName(const QString& text)

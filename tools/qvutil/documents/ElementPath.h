@@ -46,6 +46,8 @@ public:
     /// \param file  name of the file for the complaint
     /// \return false, with the cursor on the root, if it does not exist
     [[nodiscard]] bool MoveToOrComplain(Util::XmlFiler& filer, const QString& file) const;
+    /// Reports that the element does not exist.
+    void Complain(const QString& file) const;
 
     enum class LastStep {
         IsReused, ///< if the element exists
@@ -59,12 +61,50 @@ public:
     /// The path of the element under the cursor, from the root.
     [[nodiscard]] static QString Of(const Util::XmlFiler& filer);
 
-private:
+    /// The steps below the root element of a document.
     [[nodiscard]] QList<Step> StepsBelow(const QString& root) const;
 
+private:
     QString mText;
     QList<Step> mSteps;
     bool mIsFromRoot = false; ///< begins with a separator, so that the first step may name the root
+};
+
+/// Follows a path through the elements of a document as they begin and end, and finds what MoveTo finds.
+class PathWalk
+{
+public:
+    explicit PathWalk(const ElementPath& path)
+        : mPath(path)
+    { }
+
+    /// How an element is related to the one at the path.
+    enum class Place {
+        Aside, ///< it does not matter
+        Before, ///< a sibling that a position in the path counts
+        Above, ///< an ancestor
+        Target, ///< the element itself
+        Inside, ///< a descendant
+    };
+    /// An element begins.
+    Place Enter(const QString& name);
+    /// The last element that began and has not ended yet ends.
+    void Leave();
+
+    /// Whether the element exists, as far as the document has been seen.
+    [[nodiscard]] bool HasFound() const { return mHasFound; }
+    /// The path of the element, from the root, as of ElementPath::Of. Valid once the root has begun.
+    [[nodiscard]] QString TargetPath() const;
+
+private:
+    const ElementPath& mPath;
+    QString mRoot;
+    QList<ElementPath::Step> mSteps;
+    qsizetype mDepth = 0; ///< open elements
+    qsizetype mOnPath = 0; ///< open elements on the path, the root included
+    int mPosition = 0; ///< of the last sibling with the name of the next step
+    bool mHasFound = false;
+    bool mIsOver = false; ///< the last element on the path has ended
 };
 
 /// Throws UsageFailure if text is not the name of an element or attribute.

@@ -7,6 +7,7 @@
 #include "cli/Failure.h"
 #include "documents/DocumentEntries.h"
 #include "documents/DocumentFile.h"
+#include "documents/NodeStream.h"
 #include <qvutil/platform/Platform_p.h>
 
 #include <QFileInfo>
@@ -106,44 +107,20 @@ FileProblem::ProblemKind KindOf(const XmlProblem& problem)
     return FileProblem::Malformed;
 }
 
-void FindParseProblems(const QByteArray& content, QList<FileProblem>& problems)
+// Returns whether the library loads the document.
+bool FindParseProblems(const QByteArray& content, QList<FileProblem>& problems)
 {
     const std::optional<XmlProblem> problem = FindFileProblem(content);
     if (!problem)
-        return;
+        return true;
     // The parser stumbles over what has been found already.
     if (problem->Line > 0 && !problems.isEmpty() && problems.front().Line <= problem->Line)
-        return;
+        return false;
     problems.append({.Kind = KindOf(*problem),
                      .Line = problem->Line,
                      .Column = problem->Column,
                      .Reason = problem->Reason});
-}
-
-// What the library would change by loading and saving the file without a change by the user.
-void FindChanges(XmlFiler& filer, QList<FileProblem>& problems)
-{
-    XmlFiler copy;
-    if (!copy.LoadFromXmlString(filer.SaveAsXmlString())) {
-        problems.append({.Kind = FileProblem::Change,
-                         .Line = 0,
-                         .Column = 0,
-                         .Reason = u"the file would not parse any more once it is saved"_s});
-        return;
-    }
-    const QList<Entry> before = ListEntries(filer.GetCurrentNode().toElement());
-    const QList<Entry> after = ListEntries(copy.GetCurrentNode().toElement());
-    qsizetype found = 0;
-    for (qsizetype i = 0; i < before.size() && i < after.size() && found < kMaxOfKind; ++i) {
-        if (before.at(i).ToText() == after.at(i).ToText())
-            continue;
-        ++found;
-        problems.append(
-            {.Kind = FileProblem::Change,
-             .Line = 0,
-             .Column = 0,
-             .Reason = u"%1 would read back differently once it is saved"_s.arg(before.at(i).ToText())});
-    }
+    return false;
 }
 
 void FindLeftovers(const InputFile& file, QList<FileProblem>& problems)
@@ -180,17 +157,55 @@ QJsonObject FileProblem::ToJson() const
     return object;
 }
 
+QList<FileProblem> FindChanges(XmlFiler& filer)
+{
+    XmlFiler copy;
+    if (!copy.LoadFromXmlString(filer.SaveAsXmlString())) {
+        return {{.Kind = FileProblem::Change,
+                 .Line = 0,
+                 .Column = 0,
+                 .Reason = u"the file would not parse any more once it is saved"_s}};
+    }
+    QList<FileProblem> problems;
+    const QList<Entry> after = ListEntries(copy.GetCurrentNode().toElement());
+    qsizetype index = 0;
+    VisitTree(filer.GetCurrentNode().toElement(), [&](const VisitedElement& element) {
+        for (const Entry& entry : EntriesOf(element)) {
+            if (index < after.size() && problems.size() < kMaxOfKind && after.at(index) != entry) {
+                problems.append(
+                    {.Kind = FileProblem::Change,
+                     .Line = 0,
+                     .Column = 0,
+                     .Reason = u"%1 would read back differently once it is saved"_s.arg(entry.ToText())});
+            }
+            ++index;
+        }
+    });
+    return problems;
+}
+
+bool SurelyKeepsValues(const QString& name, const QByteArray& content)
+{
+    NodeStream nodes(name, content);
+    while (nodes.Next()) {
+        // The library writes a line break behind an instruction, which is part of the text that follows.
+        if (nodes.Node().isProcessingInstruction())
+            return false;
+    }
+    return nodes.IsComplete();
+}
+
 QList<FileProblem> CheckFile(const InputFile& file)
 {
     QList<FileProblem> problems;
     const QByteArray content = file.ReadAll();
     FindCharacters(content, problems);
-    XmlFiler filer;
-    filer.TranslateEnabled = false;
-    if (filer.LoadFromXmlFile(file.Path()))
-        FindChanges(filer, problems);
-    else
-        FindParseProblems(content, problems);
+    if (!SurelyKeepsValues(file.Name(), content) && FindParseProblems(content, problems)) {
+        XmlFiler filer;
+        filer.TranslateEnabled = false;
+        if (filer.LoadFromXmlFile(file.Path()))
+            problems += FindChanges(filer);
+    }
     FindLeftovers(file, problems);
     return problems;
 }

@@ -6,6 +6,8 @@
 
 #include "cli/InputFile.h"
 
+#include <qvutil/XmlFiler.h>
+
 #include <QJsonObject>
 #include <QList>
 #include <QString>
@@ -32,6 +34,13 @@ struct FileProblem
     [[nodiscard]] QString ToText(const QString& file) const;
     [[nodiscard]] QJsonObject ToJson() const;
 };
+
+/// Finds the values that would change if a loaded document was saved and loaded again.
+[[nodiscard]] QList<FileProblem> FindChanges(Util::XmlFiler& filer);
+/// Returns whether a document loads and keeps all values when it is saved; false if FindChanges has to
+/// decide. Takes a fraction of the time and memory. \param name  name of the file \param content  content of
+/// the file
+[[nodiscard]] bool SurelyKeepsValues(const QString& name, const QByteArray& content);
 
 /// Looks for everything that is wrong with a settings file. Throws Failure if it cannot be read.
 [[nodiscard]] QList<FileProblem> CheckFile(const InputFile& file);

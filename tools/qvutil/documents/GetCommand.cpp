@@ -6,6 +6,7 @@
 #include "cli/Console.h"
 #include "cli/Report.h"
 #include "documents/DocumentFile.h"
+#include "documents/DocumentPart.h"
 #include "documents/ElementPath.h"
 
 #include <QJsonObject>
@@ -65,7 +66,10 @@ ExitCode Get(const GetOptions& options, bool hasName, bool hasDefault)
         filer.Translator = &translator;
     }
     const InputFile file(options.File);
-    LoadDocument(filer, file);
+    if (filer.TranslateEnabled)
+        LoadDocument(filer, file); // the file's name is the context of the translation
+    else
+        LoadPart(filer, file, path, PartContent::Values);
 
     const bool isThere = path.MoveTo(filer);
     const QString where = isThere ? ElementPath::Of(filer) : path.Text();

@@ -7,12 +7,11 @@
 #include "cli/Console.h"
 #include "cli/Report.h"
 #include "documents/DocumentEntries.h"
-#include "documents/DocumentFile.h"
+#include "documents/ElementVisit.h"
 
 #include <memory>
 
 using namespace Qt::StringLiterals;
-using Quorvin::Util::XmlFiler;
 
 namespace Quorvin::Tool {
 namespace {
@@ -26,9 +25,10 @@ struct DiffOptions
 
 QList<Entry> LoadEntries(const QString& argument)
 {
-    XmlFiler filer;
-    LoadDocument(filer, InputFile(argument));
-    return ListEntries(filer.GetCurrentNode().toElement());
+    QList<Entry> entries;
+    (void)VisitElements(InputFile(argument), ElementPath(), // every document has a root element
+                        [&entries](const VisitedElement& element) { entries += EntriesOf(element); });
+    return entries;
 }
 
 ExitCode Diff(const DiffOptions& options)

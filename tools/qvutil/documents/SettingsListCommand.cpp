@@ -7,12 +7,10 @@
 #include "cli/Console.h"
 #include "cli/Report.h"
 #include "documents/DocumentEntries.h"
-#include "documents/DocumentFile.h"
 #include "documents/ElementPath.h"
+#include "documents/ElementVisit.h"
 
 #include <memory>
-
-using Quorvin::Util::XmlFiler;
 
 namespace Quorvin::Tool {
 namespace {
@@ -28,14 +26,15 @@ ExitCode List(const ListOptions& options)
 {
     const ElementPath path(options.Path);
     const InputFile file(options.File);
-    XmlFiler filer;
-    LoadDocument(filer, file);
-    if (!path.MoveToOrComplain(filer, file.Name()))
-        return ExitCode::No;
     Report report(options.Json);
-    const QList<Entry> entries = ListEntries(filer.GetCurrentNode().toElement());
-    for (const Entry& entry : entries)
-        report.AddItem([&] { return entry.ToTypedJson(); }, [&] { Console::PrintLine(entry.ToText()); });
+    const bool isThere = VisitElements(file, path, [&report](const VisitedElement& element) {
+        for (const Entry& entry : EntriesOf(element))
+            report.AddItem([&] { return entry.ToTypedJson(); }, [&] { Console::PrintLine(entry.ToText()); });
+    });
+    if (!isThere) {
+        path.Complain(file.Name());
+        return ExitCode::No;
+    }
     report.Finish();
     return ExitCode::Yes;
 }

@@ -4,7 +4,7 @@
 #include "documents/XmlCommands.h"
 
 #include "cli/Groups.h"
-#include "documents/DocumentFile.h"
+#include "documents/DocumentPart.h"
 #include "documents/ElementPath.h"
 #include "documents/ValueCommands.h"
 
@@ -26,7 +26,7 @@ bool OpenPart(XmlFiler& filer, const PartOptions& options)
     const ElementPath path(options.Path);
     filer.TranslateEnabled = false;
     const InputFile file(options.File);
-    LoadDocument(filer, file);
+    LoadPart(filer, file, path, PartContent::Everything);
     return path.MoveToOrComplain(filer, file.Name());
 }
 

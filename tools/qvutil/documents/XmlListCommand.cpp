@@ -5,7 +5,8 @@
 
 #include "cli/Console.h"
 #include "cli/Report.h"
-#include "documents/DocumentEntries.h"
+#include "documents/ElementPath.h"
+#include "documents/ElementVisit.h"
 #include <qvutil/xml/XmlRules_p.h>
 
 #include <QJsonArray>
@@ -14,7 +15,6 @@
 #include <memory>
 
 using namespace Qt::StringLiterals;
-using Quorvin::Util::XmlFiler;
 using Quorvin::Util::Internal::kMaxElementDepth;
 
 namespace Quorvin::Tool {
@@ -35,52 +35,90 @@ QString Shortened(const QString& value)
     return u"%1... (%2 characters)"_s.arg(Console::Quoted(value.left(kShownCharacters))).arg(value.size());
 }
 
-void PrintTree(const QDomElement& element, int level, int depth)
+void PrintElement(const VisitedElement& element, int depth)
 {
-    QString line = QString(qsizetype{2} * level, u' ') + element.tagName();
-    const QMap<QString, QString> attributes = AttributesOf(element);
-    for (auto it = attributes.cbegin(); it != attributes.cend(); ++it)
+    if (element.Level > depth)
+        return;
+    QString line = QString(qsizetype{2} * element.Level, u' ') + element.Name;
+    for (auto it = element.Attributes.cbegin(); it != element.Attributes.cend(); ++it)
         line += u' ' + it.key() + u'=' + Shortened(it.value());
-    if (const QString text = TextOf(element); !text.isEmpty())
-        line += u": "_s + Shortened(text);
-    const QDomElement firstChild = element.firstChildElement();
-    if (level == depth && !firstChild.isNull())
+    if (!element.Text.isEmpty())
+        line += u": "_s + Shortened(element.Text);
+    if (element.Level == depth && element.HasElements)
         line += u" ..."_s;
     Console::PrintLine(line);
-    if (level == depth)
-        return;
-    for (QDomElement child = firstChild; !child.isNull(); child = child.nextSiblingElement())
-        PrintTree(child, level + 1, depth);
 }
 
-QJsonObject TreeToJson(const QDomElement& element, int depth)
+/// Makes one JSON object of an element and the elements in it, which are added in the order of the document.
+class TreeObject
 {
-    QJsonObject attributes;
-    const QMap<QString, QString> values = AttributesOf(element);
-    for (auto it = values.cbegin(); it != values.cend(); ++it)
-        attributes.insert(it.key(), it.value());
-    QJsonObject object{{u"name"_s, element.tagName()}, {u"attributes"_s, attributes}};
-    if (const QString text = TextOf(element); !text.isEmpty())
-        object.insert(u"text"_s, text);
-    if (depth > 0) {
-        QJsonArray children;
-        for (QDomElement child = element.firstChildElement(); !child.isNull();
-             child = child.nextSiblingElement())
-            children.append(TreeToJson(child, depth - 1));
-        object.insert(u"children"_s, children);
+public:
+    explicit TreeObject(int depth)
+        : mDepth(depth)
+    { }
+
+    void Add(const VisitedElement& element)
+    {
+        if (element.Level > mDepth)
+            return;
+        CloseDownTo(element.Level);
+        QJsonObject attributes;
+        for (auto it = element.Attributes.cbegin(); it != element.Attributes.cend(); ++it)
+            attributes.insert(it.key(), it.value());
+        QJsonObject object{{u"name"_s, element.Name}, {u"attributes"_s, attributes}};
+        if (!element.Text.isEmpty())
+            object.insert(u"text"_s, element.Text);
+        mOpen.append({object, {}});
     }
-    return object;
-}
+
+    [[nodiscard]] QJsonObject Close()
+    {
+        CloseDownTo(1);
+        return Closed(mOpen.takeLast());
+    }
+
+private:
+    struct OpenObject
+    {
+        QJsonObject Object;
+        QJsonArray Children;
+    };
+
+    void CloseDownTo(int level)
+    {
+        while (mOpen.size() > level) {
+            const QJsonObject object = Closed(mOpen.takeLast());
+            mOpen.last().Children.append(object);
+        }
+    }
+
+    [[nodiscard]] QJsonObject Closed(OpenObject open) const
+    {
+        if (mOpen.size() < mDepth) // the level of the object
+            open.Object.insert(u"children"_s, open.Children);
+        return open.Object;
+    }
+
+    int mDepth;
+    QList<OpenObject> mOpen;
+};
 
 ExitCode List(const ListOptions& options)
 {
-    XmlFiler filer;
-    if (!OpenPart(filer, options))
+    const ElementPath path(options.Path);
+    const InputFile file(options.File);
+    TreeObject tree(options.Depth);
+    const bool isThere = VisitElements(file, path, [&](const VisitedElement& element) {
+        if (options.Json)
+            tree.Add(element);
+        else
+            PrintElement(element, options.Depth);
+    });
+    if (!isThere) {
+        path.Complain(file.Name());
         return ExitCode::No;
-    const QDomElement element = filer.GetCurrentNode().toElement();
-    Report(options.Json)
-        .Answer([&] { return TreeToJson(element, options.Depth); },
-                [&] { PrintTree(element, 0, options.Depth); });
+    }
+    Report(options.Json).Answer([&] { return tree.Close(); }, [] {});
     return ExitCode::Yes;
 }
 

@@ -1,0 +1,54 @@
+// SPDX-FileCopyrightText: 2026 The QvUtil developers
+// SPDX-License-Identifier: MIT
+
+#ifndef QVUTIL_TOOL_ELEMENTVISIT_H
+#define QVUTIL_TOOL_ELEMENTVISIT_H
+
+#include "cli/InputFile.h"
+#include "documents/ElementPath.h"
+
+#include <QByteArray>
+#include <QDomElement>
+#include <QMap>
+#include <QString>
+
+#include <functional>
+#include <optional>
+
+namespace Quorvin::Tool {
+
+/// An element of a document, without the elements in it.
+struct VisitedElement
+{
+    int Level = 0; ///< below the element where the visit starts
+    QString Path; ///< from the root, see ElementPath::Of
+    QString Name;
+    QMap<QString, QString> Attributes;
+    QString Text; ///< as of TextOf
+    bool HasElements = false; ///< whether it contains elements
+};
+using ElementVisitor = std::function<void(const VisitedElement&)>;
+
+/// Visits an element of a file and all elements in it, in the order of the document. Throws Failure like
+/// LoadDocument before the first call.
+/// \return false if the element does not exist
+[[nodiscard]] bool VisitElements(const InputFile& file, const ElementPath& path,
+                                 const ElementVisitor& visitor);
+/// As VisitElements, for documents that can be streamed.
+/// \param name  name of the file
+/// \param document  content of the file
+/// \return nullopt, without a call, if LoadDocument has to load the document
+[[nodiscard]] std::optional<bool> StreamElements(const QString& name, const QByteArray& document,
+                                                 const ElementPath& path, const ElementVisitor& visitor);
+
+/// Visits an element of a loaded document and all elements in it, in the order of the document.
+void VisitTree(const QDomElement& element, const ElementVisitor& visitor);
+/// Returns the attributes of an element by name.
+[[nodiscard]] QMap<QString, QString> AttributesOf(const QDomElement& element);
+/// Returns the text of an element, its CDATA sections included; without white space around it if there are
+/// elements too.
+[[nodiscard]] QString TextOf(const QDomElement& element);
+
+} // namespace Quorvin::Tool
+
+#endif // QVUTIL_TOOL_ELEMENTVISIT_H
