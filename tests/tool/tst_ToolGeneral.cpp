@@ -3,6 +3,7 @@
 
 // Tests what all commands of the tool have in common, and `hash`.
 
+#include "support/RunningTool.h"
 #include "support/ToolTest.h"
 
 #include <QCryptographicHash>
@@ -14,6 +15,19 @@
 
 using namespace Qt::StringLiterals;
 using TestSupport::ToolResult;
+
+namespace {
+
+/// Lets progress bars appear at once while it exists, however quick the tool is.
+class ProgressWithoutDelay
+{
+public:
+    ProgressWithoutDelay() { qputenv("QVUTIL_PROGRESS_DELAY", "0"); }
+    ~ProgressWithoutDelay() { qunsetenv("QVUTIL_PROGRESS_DELAY"); }
+    Q_DISABLE_COPY_MOVE(ProgressWithoutDelay)
+};
+
+} // namespace
 
 class tst_ToolGeneral : public TestSupport::ToolTest
 {
@@ -33,6 +47,10 @@ private Q_SLOTS:
     void Terminal_escapes();
     void Terminal_bytes();
     void Terminal_progress();
+    void Terminal_progressOfReading_data();
+    void Terminal_progressOfReading();
+    void Terminal_progressBeforeJson();
+    void Terminal_progressOfPipe();
     void Terminal_noProgressElsewhere();
     void Locale_C();
     void Memory_exhausted();
@@ -322,6 +340,7 @@ void tst_ToolGeneral::Terminal_progress()
     QFile file(mTool->Path(u"large"_s));
     QVERIFY(file.open(QIODevice::WriteOnly));
     QVERIFY(file.resize(qint64{1} << 29));
+    const ProgressWithoutDelay environment;
     const ToolResult result = mTool->RunOnTerminal({u"hash"_s, u"large"_s});
     QCOMPARE(result.ExitCode, 0);
     const QList<QByteArray> pieces = result.Output.split('\r');
@@ -336,6 +355,71 @@ void tst_ToolGeneral::Terminal_progress()
              QByteArray("\x1b[K"
                         "aa559b4e3523a6c931f08f4df52d58f2  large"));
     QCOMPARE(pieces.back(), QByteArray("\n"));
+}
+
+void tst_ToolGeneral::Terminal_progressOfReading_data()
+{
+    QTest::addColumn<QByteArray>("document");
+    QTest::addColumn<QStringList>("arguments");
+    QTest::addColumn<QByteArray>("progress");
+    QTest::addColumn<QByteArray>("result");
+
+    const QByteArray document = "<a b='1'><c/></a>";
+    const QByteArray share = "\\[\\.{24}\\]   0 %  a\\.xml";
+    const QByteArray time = "a\\.xml, [0-9]+ s";
+    QTest::newRow("streamed value") << document << QStringList{u"xml"_s, u"get"_s, u"a.xml"_s, u"/"_s, u"b"_s}
+                                    << share << QByteArray("1\r\n");
+    QTest::newRow("streamed list") << document << QStringList{u"settings"_s, u"list"_s, u"a.xml"_s} << share
+                                   << QByteArray("/a b=\"1\"\r\n/a/c\r\n");
+    QTest::newRow("streamed check") << document << QStringList{u"settings"_s, u"check"_s, u"a.xml"_s} << share
+                                    << QByteArray("a.xml: good\r\n");
+    QTest::newRow("error") << QByteArray("<a>") << QStringList{u"xml"_s, u"list"_s, u"a.xml"_s} << share
+                           << QByteArray(
+                                  "qvutil: a.xml:1:3: the file ends in the middle of the document\r\n");
+    QTest::newRow("loaded by the library")
+        << "<!DOCTYPE a>" + document << QStringList{u"xml"_s, u"get"_s, u"a.xml"_s, u"/"_s, u"b"_s} << time
+        << QByteArray("1\r\n");
+}
+
+void tst_ToolGeneral::Terminal_progressOfReading()
+{
+    QFETCH(const QByteArray, document);
+    QFETCH(const QStringList, arguments);
+    QFETCH(const QByteArray, progress);
+    QFETCH(const QByteArray, result);
+
+    QVERIFY(mTool->Write(u"a.xml"_s, document));
+    const ProgressWithoutDelay environment;
+    const QRegularExpression shown(u"\\A(\r\x1b\\[K%1)+\r\x1b\\[K"_s.arg(QString::fromLatin1(progress)));
+    const QString output = QString::fromUtf8(mTool->RunOnTerminal(arguments).Output);
+    QVERIFY2(shown.match(output).hasMatch(), qPrintable(output));
+    QCOMPARE(QString(output).remove(shown), QString::fromUtf8(result));
+    // Not for programs.
+    const ToolResult piped = mTool->Run(arguments);
+    QByteArray lines = piped.Output + piped.Errors;
+    QCOMPARE(lines.replace('\n', "\r\n"), result);
+}
+
+void tst_ToolGeneral::Terminal_progressBeforeJson()
+{
+    QVERIFY(mTool->Write(u"a.xml"_s, "<a b='1'/>"));
+    const ProgressWithoutDelay environment;
+    const QByteArray output = mTool->RunOnTerminal({u"xml"_s, u"list"_s, u"a.xml"_s, u"--json"_s}).Output;
+    const QByteArray clear = "\r\x1b[K";
+    QVERIFY2(output.startsWith(clear + "[...") && output.count(clear) >= 2, output.constData());
+    const QByteArray json = output.sliced(output.lastIndexOf(clear) + clear.size());
+    QCOMPARE(QJsonDocument::fromJson(json).object().value(u"name"_s).toString(), u"a"_s);
+}
+
+void tst_ToolGeneral::Terminal_progressOfPipe()
+{
+    QVERIFY(mTool->Write(u"a.xml"_s, "<a b='1'/>"));
+    const ProgressWithoutDelay environment;
+    QCOMPARE(mTool->RunShell(u"mkfifo pipe"_s).ExitCode, 0);
+    const TestSupport::RunningTool writer(*mTool, u"cat a.xml > pipe"_s);
+    const QByteArray output = mTool->RunOnTerminal({u"xml"_s, u"get"_s, u"pipe"_s, u"/"_s, u"b"_s}).Output;
+    QVERIFY2(output.startsWith("\r\x1b[Kpipe, 10 bytes\r\x1b[K"), output.constData());
+    QVERIFY2(output.endsWith("\r\x1b[K1\r\n"), output.constData());
 }
 
 void tst_ToolGeneral::Terminal_noProgressElsewhere()

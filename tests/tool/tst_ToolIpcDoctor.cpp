@@ -486,9 +486,10 @@ void tst_ToolIpcDoctor::Bench_terminal()
     const QString name = UniqueName();
     const auto listener = StartListener(*mTool, name, {u"--echo"_s, u"--quiet"_s});
     QVERIFY(listener);
-    // Long enough for the progress bar to appear on any machine.
+    qputenv("QVUTIL_PROGRESS_DELAY", "0");
     const ToolResult result
         = mTool->RunOnTerminal(TestSupport::IpcArguments({u"bench"_s, name, u"--count"_s, u"12000"_s}));
+    qunsetenv("QVUTIL_PROGRESS_DELAY");
     QCOMPARE(result.ExitCode, 0);
     QVERIFY(result.Output.contains(" %  requests"));
     QVERIFY(result.Output.contains("12000 requests of 64 bytes in "));

@@ -674,7 +674,9 @@ void tst_ToolXliff::Extract_progressBar()
     for (int i = 0; i < 25; ++i)
         QVERIFY(mTool->Write(u"ui/%1.xml"_s.arg(i), slow));
     const QStringList arguments{u"xliff"_s, u"extract"_s, u"ui"_s, u"-l"_s, u"de"_s, u"-o"_s, u"de.xlf"_s};
+    qputenv("QVUTIL_PROGRESS_DELAY", "0");
     const QByteArray terminal = mTool->RunOnTerminal(arguments).Output;
+    qunsetenv("QVUTIL_PROGRESS_DELAY");
     QVERIFY2(terminal.contains("%  ui/"), terminal.constData());
     QVERIFY(terminal.endsWith("\x1b[Kde.xlf: 25 texts in 25 documents: 0 kept, 25 new; written\r\n"));
     QCOMPARE(mTool->Run(arguments).Errors, QByteArray());

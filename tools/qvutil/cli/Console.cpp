@@ -19,8 +19,8 @@ using namespace Qt::StringLiterals;
 namespace Quorvin::Tool::Console {
 namespace {
 
-// Work that is over sooner needs no bar.
-constexpr qint64 kBarDelayMs = 300;
+// Work that ends sooner needs no bar.
+constexpr int kBarDelayMs = 1000;
 constexpr qint64 kBarIntervalMs = 60;
 constexpr int kBarWidth = 24;
 
@@ -32,6 +32,13 @@ void WriteToError(const QByteArray& bytes)
     // When even standard error fails, nobody is left to tell.
     (void)std::fwrite(bytes.constData(), 1, static_cast<size_t>(bytes.size()), stderr);
     (void)std::fflush(stderr);
+}
+
+int BarDelayMs()
+{
+    bool isSet = false;
+    const int delay = qEnvironmentVariableIntValue("QVUTIL_PROGRESS_DELAY", &isSet);
+    return isSet ? delay : kBarDelayMs;
 }
 
 void HideBar()
@@ -189,7 +196,7 @@ QString CodePoint(char32_t c)
 }
 
 ProgressBar::ProgressBar(qint64 total)
-    : mTotal(std::max<qint64>(total, 1))
+    : mTotal(total)
     , mWanted(IsErrorTerminal() && qgetenv("TERM") != "dumb")
 {
     mSinceStart.start();
@@ -204,15 +211,19 @@ void ProgressBar::Show(qint64 done, const QString& label)
 {
     if (!mWanted)
         return;
+    static const int delayMs = BarDelayMs();
     const qint64 now = mSinceStart.elapsed();
-    if (now < kBarDelayMs || (gBarDrawn && now - mLastDrawn < kBarIntervalMs))
+    if (now < delayMs || (gBarDrawn && now - mLastDrawn < kBarIntervalMs))
         return;
     mLastDrawn = now;
 
-    const double share = std::clamp(static_cast<double>(done) / static_cast<double>(mTotal), 0.0, 1.0);
-    const int filled = static_cast<int>(share * kBarWidth);
-    QString line = u'[' + QString(filled, u'#') + QString(kBarWidth - filled, u'.')
-        + u"] %1 %  "_s.arg(static_cast<int>(share * 100), 3);
+    QString line;
+    if (mTotal > 0) {
+        const double share = std::clamp(static_cast<double>(done) / static_cast<double>(mTotal), 0.0, 1.0);
+        const int filled = static_cast<int>(share * kBarWidth);
+        line = u'[' + QString(filled, u'#') + QString(kBarWidth - filled, u'.')
+            + u"] %1 %  "_s.arg(static_cast<int>(share * 100), 3);
+    }
     line += Visible(label);
     const int width = TerminalWidth() - 1;
     if (line.size() > width)

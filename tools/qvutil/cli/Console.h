@@ -43,13 +43,13 @@ void PrintError(const QString& text);
 /// Names a character by its number: U+0001.
 [[nodiscard]] QString CodePoint(char32_t c);
 
-/// A progress bar on standard error while it is a terminal; nothing at all elsewhere.
-/// It appears only when the work has lasted for some tenths of a second, and disappears with the object.
-/// Results and complaints may be printed meanwhile: the bar makes room for them.
+/// A progress bar on standard error while it is a terminal; nothing at all elsewhere. It appears after a
+/// second, or after the milliseconds in the environment variable QVUTIL_PROGRESS_DELAY, and disappears with
+/// the object. Results and complaints may be printed meanwhile: they replace the bar.
 class ProgressBar
 {
 public:
-    /// \param total  amount of work, in any unit; the bar shows the share that is done
+    /// \param total  amount of work, in any unit, of which the bar shows the share; 0 to show only the label
     explicit ProgressBar(qint64 total);
     ~ProgressBar();
     Q_DISABLE_COPY_MOVE(ProgressBar)

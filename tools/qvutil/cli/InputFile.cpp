@@ -3,14 +3,19 @@
 
 #include "cli/InputFile.h"
 
+#include "cli/Console.h"
 #include "cli/Failure.h"
 #include <qvutil/xml/XmlRules_p.h>
+
+#include <qvutil/GeneralUtil.h>
 
 #include <QFile>
 #include <QFileInfo>
 
 #include <cstdio>
 #include <limits>
+
+#include <unistd.h>
 
 using namespace Qt::StringLiterals;
 
@@ -34,6 +39,8 @@ void CopyTo(QFile& from, QTemporaryFile& to, const QString& name, qint64 maximum
     qint64 size = 0;
     if (!to.open())
         throw Failure(to.fileTemplate(), to.errorString());
+    const bool isTyped = isatty(from.handle()) == 1;
+    Console::ProgressBar bar(0);
     for (;;) {
         const QByteArray chunk = from.read(kChunkSize);
         if (chunk.isEmpty())
@@ -43,6 +50,8 @@ void CopyTo(QFile& from, QTemporaryFile& to, const QString& name, qint64 maximum
             throw Failure(name, kTooLarge.toString());
         if (to.write(chunk) != chunk.size())
             throw Failure(to.fileName(), to.errorString());
+        if (!isTyped)
+            bar.Show(size, name + u", "_s + Util::GeneralUtil::BytesToString(size, 1));
     }
     if (from.error() != QFileDevice::NoError)
         throw Failure(name, from.errorString());

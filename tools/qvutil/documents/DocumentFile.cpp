@@ -4,6 +4,7 @@
 #include "documents/DocumentFile.h"
 
 #include "cli/Failure.h"
+#include "cli/Waiting.h"
 
 #include <QDir>
 #include <QFile>
@@ -59,7 +60,10 @@ void RequireLoadable(const QString& name, const QByteArray& content)
 
 void LoadDocument(Util::XmlFiler& filer, const InputFile& file)
 {
-    if (filer.LoadFromXmlFile(file.Path()))
+    Console::ProgressBar bar(0);
+    bool isLoaded = false;
+    ShowWhile(bar, 0, file.Name(), [&] { isLoaded = filer.LoadFromXmlFile(file.Path()); });
+    if (isLoaded)
         return;
     const Util::XmlLoadError error = filer.GetLoadError();
     if (error.Line == 0) // not a matter of what the file holds

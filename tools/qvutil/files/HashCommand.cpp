@@ -6,15 +6,13 @@
 #include "cli/Groups.h"
 #include "cli/InputFile.h"
 #include "cli/Report.h"
+#include "cli/Waiting.h"
 
 #include <qvutil/GeneralUtil.h>
 
-#include <QElapsedTimer>
 #include <QFileInfo>
 #include <QJsonObject>
 
-#include <chrono>
-#include <future>
 #include <memory>
 
 using namespace Qt::StringLiterals;
@@ -42,16 +40,10 @@ void AddDigest(Report& report, const QString& kind, const QString& name, const Q
 QString HashFile(const QString& argument, Console::ProgressBar& bar, qint64 done)
 {
     const InputFile file(argument, InputFile::AnySize);
-    // The library reads the file in one go: the bar goes on while another thread does it.
-    auto digest = std::async(std::launch::async, &GeneralUtil::GenerateCheckSumMD5, file.Path());
     const QString label
         = file.Name() + u", "_s + GeneralUtil::BytesToString(QFileInfo(file.Path()).size(), 1);
-    QElapsedTimer timer;
-    timer.start();
-    do {
-        bar.Show(done, label + u", %1 s"_s.arg(timer.elapsed() / 1000));
-    } while (digest.wait_for(std::chrono::milliseconds(100)) != std::future_status::ready);
-    const QString result = digest.get();
+    QString result;
+    ShowWhile(bar, done, label, [&] { result = GeneralUtil::GenerateCheckSumMD5(file.Path()); });
     if (result.isEmpty())
         throw Failure(file.Name(), u"could not be read"_s);
     return result;
