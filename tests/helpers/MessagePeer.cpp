@@ -24,16 +24,22 @@
 //   grid NAME
 //       joins a grid; prints "joined", and "linked SERVERNAME" when its client is connected
 //
+//   hold NAME
+//       holds both locks of a grid, as a member does that is stopped while it joins; prints "holds"
+//
 //   outlives NAME GRID
 //       managers that outlive the application object; prints "answered" and "done"
 
 #include "IPCManager.h"
+#include "messaging/GridRegistry_p.h"
 #include "messaging/MessageClient_p.h"
 #include "messaging/MessageServer_p.h"
 #include "messaging/MessageSocket_p.h"
+#include "platform/Platform_p.h"
 
 #include <QCoreApplication>
 #include <QLocalServer>
+#include <QSharedMemory>
 #include <QSocketNotifier>
 #include <QTimer>
 
@@ -148,6 +154,21 @@ int Join(const QString& name)
     return QCoreApplication::exec();
 }
 
+int Hold(const QString& name)
+{
+    const int lock = Platform::LockFile(GridLockFilePath(name));
+    {
+        QSharedMemory registry(name);
+        if (lock < 0 || (!registry.create(kRegistrySize) && !registry.attach()) || !registry.lock())
+            return 1;
+        Print(u"holds"_s);
+        QCoreApplication::exec();
+        registry.unlock();
+    }
+    Platform::UnlockFile(lock);
+    return 0;
+}
+
 int OutliveApplication(int argc, char* argv[])
 {
     Echo echo;
@@ -200,5 +221,7 @@ int main(int argc, char* argv[])
         return ServeAsOther(arguments.value(2));
     if (mode == "grid"_L1)
         return Join(arguments.value(2));
+    if (mode == "hold"_L1)
+        return Hold(arguments.value(2));
     return 2;
 }

@@ -92,6 +92,9 @@ private Q_SLOTS:
     void LockFile_heldTooLong();
     void LockFile_changesHands();
     void LockFile_heldWhileLeaving();
+    void BothLocks_heldWhileJoining();
+    void BothLocks_heldWhileRejoining();
+    void BothLocks_heldWhileLeaving();
     void LockFile_other_data();
     void LockFile_other();
     void LockFile_goesWithLastMember();
@@ -637,6 +640,81 @@ void tst_Grid::LockFile_heldWhileLeaving()
     member.reset();
     QVERIFY(Platform::GetFileIdentity(path) == file); // a waiting process would not notice a new file
     Platform::UnlockFile(lock);
+    // The second line is from LeaveRegistry: nothing waited for the lock in between.
+    QCOMPARE(TestSupport::LogGuard::Messages().size(), 2);
+    QVERIFY(TestSupport::LogGuard::Messages().constFirst().contains(u"keeps "_s));
+    QVERIFY(TestSupport::LogGuard::Messages().constLast().contains(u"stays attached"_s));
+    QVERIFY(Registry(grid).Attach());
+
+    std::make_unique<IPCManager>()->CreateGridConnection(grid, kReadWrite);
+    QVERIFY(!Registry(grid).Attach()); // it has been detached after all
+}
+
+// A member that is stopped while it joins holds the lock on the file and that of the segment, which has no
+// time-out. Each operation waits once for the file, and never for the segment.
+void tst_Grid::BothLocks_heldWhileJoining()
+{
+    const TestSupport::LogGuard log;
+    const QString grid = UniqueName();
+    Peer holder({u"hold"_s, grid});
+    QVERIFY(!holder.WaitForLine(u"holds"_s).isEmpty());
+    IPCManager member;
+    QCOMPARE(member.CreateGridConnection(grid, kReadWrite), true);
+    QCOMPARE(member.IsServerRunning(), true);
+    QCOMPARE(member.ReadFromSharedMemory().size(), 0);
+    QCOMPARE(member.WriteToSharedMemory({}), false);
+    QCOMPARE(member.AttachToSharedMemory(), false);
+    QCOMPARE(member.CreateSharedMemory(), false);
+    QCOMPARE(TestSupport::LogGuard::Messages().filter(u"keeps "_s).size(), 5);
+    QCOMPARE(TestSupport::LogGuard::Messages().size(), 5);
+
+    holder.EndInput();
+    QVERIFY(holder.WaitForEnd());
+    QCOMPARE(member.CreateGridConnection(grid, kReadWrite), true);
+    QCOMPARE(ProcessIds(member.ReadFromSharedMemory()), QList<qint64>{QCoreApplication::applicationPid()});
+}
+
+// A member that has left the grid stays attached to the segment, and does not detach from it to join again.
+void tst_Grid::BothLocks_heldWhileRejoining()
+{
+    const TestSupport::LogGuard log;
+    const QString grid = UniqueName();
+    IPCManager member;
+    QCOMPARE(member.CreateGridConnection(grid, kReadWrite), true);
+    QCOMPARE(member.DeleteAllConnections(), true);
+    Peer holder({u"hold"_s, grid});
+    QVERIFY(!holder.WaitForLine(u"holds"_s).isEmpty());
+    QCOMPARE(member.CreateGridConnection(grid, kReadWrite), true);
+    QCOMPARE(member.ReadFromSharedMemory().size(), 0);
+    QCOMPARE(TestSupport::LogGuard::Messages().size(), 2);
+
+    holder.EndInput();
+    QVERIFY(holder.WaitForEnd());
+    QCOMPARE(member.CreateGridConnection(grid, kReadWrite), true);
+    QCOMPARE(ProcessIds(member.ReadFromSharedMemory()), QList<qint64>{QCoreApplication::applicationPid()});
+}
+
+void tst_Grid::BothLocks_heldWhileLeaving()
+{
+    const TestSupport::LogGuard log;
+    const QString grid = UniqueName();
+    auto member = std::make_unique<IPCManager>();
+    QCOMPARE(member->CreateGridConnection(grid, kReadWrite), true);
+    Peer other({u"grid"_s, grid});
+    QVERIFY(!other.WaitForLine(u"linked"_s).isEmpty());
+    Peer holder({u"hold"_s, grid});
+    QVERIFY(!holder.WaitForLine(u"holds"_s).isEmpty());
+    other.EndInput();
+    QVERIFY(other.WaitForEnd());
+    member.reset();
+    QCOMPARE(TestSupport::LogGuard::Messages().size(), 2);
+    QVERIFY(TestSupport::LogGuard::Messages().constLast().contains(u"stays attached"_s));
+
+    holder.EndInput();
+    QVERIFY(holder.WaitForEnd());
+    QVERIFY(Registry(grid).Attach()); // this process is still attached
+    std::make_unique<IPCManager>()->CreateGridConnection(grid, kReadWrite);
+    QVERIFY(!Registry(grid).Attach());
 }
 
 // Another user could keep the file locked for ever, or link it to a file of this one. Then only the segment's

@@ -262,6 +262,12 @@ public:
     /// Makes the process end, without waiting for it.
     void EndInput() { mProcess.closeWriteChannel(); }
 
+    /// \return false if the process does not end within a minute
+    [[nodiscard]] bool WaitForEnd()
+    {
+        return WaitUntil([&] { return mProcess.state() == QProcess::NotRunning; });
+    }
+
     void Kill()
     {
         mProcess.kill();

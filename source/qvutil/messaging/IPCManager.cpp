@@ -18,11 +18,51 @@
 
 #include <algorithm>
 #include <cstring>
+#include <memory>
+#include <mutex>
 #include <utility>
+#include <vector>
 
 using namespace Qt::StringLiterals;
 
 namespace Quorvin::Util {
+namespace {
+
+// Members that do not hang hold the lock of a grid for a few milliseconds.
+constexpr int kSecondTimeoutMs = 100;
+
+// Segments that stay attached because the lock of their grid was not available. Detaching takes the segment's
+// semaphore, which has no time-out, so they are not detached when the process ends either.
+class AbandonedSegments
+{
+public:
+    AbandonedSegments() = default;
+    Q_DISABLE_COPY_MOVE(AbandonedSegments)
+
+    static AbandonedSegments& Instance()
+    {
+        static auto* const instance = new AbandonedSegments; // never destroyed
+        return *instance;
+    }
+
+    void Add(std::unique_ptr<QSharedMemory> segment)
+    {
+        const std::lock_guard lock(mMutex);
+        mSegments.push_back(std::move(segment));
+    }
+    /// Call it while the lock of the grid is held.
+    void Detach(const QString& gridName)
+    {
+        const std::lock_guard lock(mMutex);
+        std::erase_if(mSegments, [&](const auto& segment) { return segment->key() == gridName; });
+    }
+
+private:
+    std::mutex mMutex; // guards mSegments
+    std::vector<std::unique_ptr<QSharedMemory>> mSegments;
+};
+
+} // namespace
 
 class Q_DECL_HIDDEN IPCManager::Private // else it would be exported with IPCManager
 {
@@ -43,6 +83,9 @@ public:
     void CloseAll();
     bool LockRegistry();
     void UnlockRegistry();
+    bool LockFile();
+    void UnlockFile();
+    template <typename Operation> bool WithFileLock(Operation operation);
 
     const IPCManager& Manager;
     std::unique_ptr<MessageServer> Server;
@@ -52,6 +95,7 @@ public:
     std::unique_ptr<QSharedMemory> SharedMemory = std::make_unique<QSharedMemory>();
     int LockDepth = 0;
     int FileLock = Platform::kLockFailed;
+    bool HasTimedOut = false; // the last attempt to lock the file
     std::unique_ptr<MessageClient> Client;
     QList<IMessageResponder*> Responders;
 };
@@ -244,19 +288,19 @@ bool IPCManager::CreateGridConnection(const QString& gridName, QIODeviceBase::Op
         return false;
     if (mPrivate->IsRegistered)
         return true;
-    if (mPrivate->SharedMemory->key() != gridName)
+    // From Qt 6.6 on, setKey detaches even if the key stays the same.
+    if (mPrivate->SharedMemory->key() != gridName) {
         mPrivate->LeaveRegistry();
-    mPrivate->SharedMemory->setKey(gridName);
+        mPrivate->SharedMemory->setKey(gridName);
+    }
 
     const Private::RegistryLock lock(*mPrivate);
     const qint64 processId = QCoreApplication::applicationPid();
     const QString program = QFileInfo(QCoreApplication::applicationFilePath()).baseName();
     const QString serverName = gridName + u'.' + program + u'.' + QString::number(processId);
     StartServer(serverName, mode);
-    // Without the lock, do not access the registry: a member that hangs may also hold the segment's own lock,
-    // which has no time-out. A later call tries again.
     if (!lock.IsLocked())
-        return true;
+        return true; // a later call tries again
     mPrivate->IsRegistered = true;
 
     QList<ProcessInfo> processes = ReadFromSharedMemory();
@@ -324,12 +368,16 @@ bool IPCManager::Private::IsCalledWrongly(const char* operation) const
 
 bool IPCManager::Private::Create()
 {
-    return Attach() || SharedMemory->create(Internal::kRegistrySize, QSharedMemory::ReadWrite);
+    return SharedMemory->isAttached() || WithFileLock([this] {
+               return SharedMemory->attach(QSharedMemory::ReadWrite)
+                   || SharedMemory->create(Internal::kRegistrySize, QSharedMemory::ReadWrite);
+           });
 }
 
 bool IPCManager::Private::Attach()
 {
-    return SharedMemory->isAttached() || SharedMemory->attach(QSharedMemory::ReadWrite);
+    return SharedMemory->isAttached()
+        || WithFileLock([this] { return SharedMemory->attach(QSharedMemory::ReadWrite); });
 }
 
 QList<ProcessInfo> IPCManager::Private::Read()
@@ -362,15 +410,16 @@ void IPCManager::Private::CloseAll()
 {
     if (std::exchange(IsRegistered, false)) {
         const RegistryLock lock(*this);
-        const qint64 processId = QCoreApplication::applicationPid();
-        QList<ProcessInfo> processes = Read();
-        const auto own = std::find_if(processes.cbegin(), processes.cend(), [=](const ProcessInfo& process) {
-            return process.ProcessId == processId;
-        });
-        if (own != processes.cend())
-            processes.erase(own);
-        if (lock.IsLocked()) // else the next process to join prunes the entry
+        if (lock.IsLocked()) { // else the next process to join prunes the entry
+            const qint64 processId = QCoreApplication::applicationPid();
+            QList<ProcessInfo> processes = Read();
+            const auto own
+                = std::find_if(processes.cbegin(), processes.cend(),
+                               [=](const ProcessInfo& process) { return process.ProcessId == processId; });
+            if (own != processes.cend())
+                processes.erase(own);
             Write(processes);
+        }
     }
     if (Server)
         Server->Stop();
@@ -385,9 +434,22 @@ void IPCManager::Private::LeaveRegistry()
     if (gridName.isEmpty())
         return;
     const QString lockFile = Internal::GridLockFilePath(gridName);
-    const int lock
-        = Platform::LockFile(lockFile, Platform::LockFileMode::CreateIfMissing, Internal::kGridLockTimeoutMs);
-    SharedMemory = std::make_unique<QSharedMemory>();
+    // After a time-out, do not wait as long for the same holder again.
+    const int lock = Platform::LockFile(lockFile, Platform::LockFileMode::CreateIfMissing,
+                                        HasTimedOut ? kSecondTimeoutMs : Internal::kGridLockTimeoutMs);
+    HasTimedOut = false;
+    std::unique_ptr<QSharedMemory> segment = std::exchange(SharedMemory, std::make_unique<QSharedMemory>());
+    if (lock == Platform::kLockTimedOut) {
+        if (!segment->isAttached())
+            return;
+        qCWarning(Internal::lcQvUtil,
+                  "grid \"%ls\": another process keeps %ls locked; the registry stays attached",
+                  qUtf16Printable(gridName), qUtf16Printable(lockFile));
+        AbandonedSegments::Instance().Add(std::move(segment));
+        return;
+    }
+    segment.reset();
+    AbandonedSegments::Instance().Detach(gridName);
     // The file is only removed while it is locked: a process that waits for the lock then creates a new file.
     if (lock >= 0 && !QSharedMemory(gridName).attach(QSharedMemory::ReadOnly))
         QFile::remove(lockFile);
@@ -397,26 +459,12 @@ void IPCManager::Private::LeaveRegistry()
 // \return false if another process keeps it locked
 bool IPCManager::Private::LockRegistry()
 {
-    const QString gridName = SharedMemory->key();
-    if (gridName.isEmpty() || LockDepth > 0) { // no registry, or already locked
+    if (SharedMemory->key().isEmpty() || LockDepth > 0) { // no registry, or already locked
         ++LockDepth;
         return true;
     }
-    const QString lockFile = Internal::GridLockFilePath(gridName);
-    FileLock
-        = Platform::LockFile(lockFile, Platform::LockFileMode::CreateIfMissing, Internal::kGridLockTimeoutMs);
-    if (FileLock == Platform::kLockTimedOut) {
-        qCWarning(Internal::lcQvUtil,
-                  "grid \"%ls\": another process keeps %ls locked; the registry was not accessed",
-                  qUtf16Printable(gridName), qUtf16Printable(lockFile));
+    if (!LockFile())
         return false;
-    }
-    if (FileLock == Platform::kLockFailed) {
-        qCWarning(
-            Internal::lcQvUtil,
-            "grid \"%ls\": %ls cannot be locked: it cannot be opened, or is not a regular file of this user",
-            qUtf16Printable(gridName), qUtf16Printable(lockFile));
-    }
     ++LockDepth;
     // Another process may create the segment between attach() and create(). Attach before lock(): attach()
     // takes the same semaphore.
@@ -431,7 +479,50 @@ void IPCManager::Private::UnlockRegistry()
     if (--LockDepth > 0 || SharedMemory->key().isEmpty())
         return;
     SharedMemory->unlock();
+    UnlockFile();
+}
+
+// Without the lock on its file, do not access the registry: a member that hangs may also hold the segment's
+// semaphore, which has no time-out.
+// \return false if another process keeps the file locked
+bool IPCManager::Private::LockFile()
+{
+    const QString gridName = SharedMemory->key();
+    const QString lockFile = Internal::GridLockFilePath(gridName);
+    FileLock
+        = Platform::LockFile(lockFile, Platform::LockFileMode::CreateIfMissing, Internal::kGridLockTimeoutMs);
+    HasTimedOut = FileLock == Platform::kLockTimedOut;
+    if (HasTimedOut) {
+        qCWarning(Internal::lcQvUtil,
+                  "grid \"%ls\": another process keeps %ls locked; the registry was not accessed",
+                  qUtf16Printable(gridName), qUtf16Printable(lockFile));
+        return false;
+    }
+    if (FileLock == Platform::kLockFailed) {
+        qCWarning(
+            Internal::lcQvUtil,
+            "grid \"%ls\": %ls cannot be locked: it cannot be opened, or is not a regular file of this user",
+            qUtf16Printable(gridName), qUtf16Printable(lockFile));
+    }
+    return true;
+}
+
+void IPCManager::Private::UnlockFile()
+{
     Platform::UnlockFile(std::exchange(FileLock, Platform::kLockFailed));
+}
+
+// Creating and attaching the segment take its semaphore as well.
+// \return false if another process keeps the file locked, or if the operation fails
+template <typename Operation> bool IPCManager::Private::WithFileLock(Operation operation)
+{
+    if (LockDepth > 0)
+        return operation();
+    if (SharedMemory->key().isEmpty() || !LockFile())
+        return false;
+    const bool result = operation();
+    UnlockFile();
+    return result;
 }
 
 } // namespace Quorvin::Util
