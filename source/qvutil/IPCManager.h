@@ -83,7 +83,8 @@ public:
     /// Constructs a manager with a parent.
     /// \param parent  owns and deletes the manager, and must live in the same thread; may be null
     explicit IPCManager(QObject* parent);
-    /// Leaves the grid, stops the server and disconnects. Waits for the worker threads to end.
+    /// Leaves the grid, stops the server and disconnects. Waits for the worker threads to end, as StopServer
+    /// does, and for 5 seconds at most for the lock of the grid.
     ~IPCManager() override;
     Q_DISABLE_COPY_MOVE(IPCManager)
 
@@ -103,6 +104,9 @@ public:
     bool StartServer(const QString& serverName, QIODeviceBase::OpenMode mode);
     /// Stops the server, if there is one. Messages that have arrived but were not yet announced are lost, and
     /// the client's disconnection is not announced.
+    ///
+    /// Waits for the worker thread to end. While that parses a frame, the wait takes as long: seconds for a
+    /// hostile frame of several megabytes.
     /// \return true
     bool StopServer();
     /// Returns whether the server is started. It need not be listening; see IsServerListening.
@@ -112,6 +116,8 @@ public:
     ///
     /// StartServer does not wait for this; the result becomes true shortly afterwards, without a signal. If
     /// the socket file is deleted, the result is false until the server listens again some seconds later. If
+    /// a client cannot be accepted, for example because the process has no file descriptor left, the server
+    /// stops listening and begins again some seconds later; the result may still be true meanwhile. If
     /// another server or another file has taken the name, the result stays false. A connected client stays
     /// connected in both cases.
     /// \return false if the server is not started, does not listen yet, or cannot listen on its name, or if

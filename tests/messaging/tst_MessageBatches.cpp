@@ -124,6 +124,7 @@ private Q_SLOTS:
 
     void Mailbox_oneEvent();
     void Mailbox_closed();
+    void Mailbox_openedAgain();
     void Mailbox_twoThreads();
 
     void Send_wire();
@@ -183,6 +184,20 @@ void tst_MessageBatches::Mailbox_closed()
     QCoreApplication::sendPostedEvents(&receiver);
     QCOMPARE(receiver.Events, 1); // posted before
     QVERIFY(receiver.Taken.empty());
+}
+
+// An event that was posted before, and will not arrive, must not count.
+void tst_MessageBatches::Mailbox_openedAgain()
+{
+    IntReceiver receiver;
+    receiver.Box.Add(1);
+    receiver.Box.Close();
+    QCoreApplication::removePostedEvents(&receiver);
+    receiver.Box.Open(&receiver);
+    receiver.Box.Add(2);
+    QCoreApplication::sendPostedEvents(&receiver);
+    QCOMPARE(receiver.Events, 1);
+    QCOMPARE(receiver.Taken, std::vector<int>{2});
 }
 
 void tst_MessageBatches::Mailbox_twoThreads()

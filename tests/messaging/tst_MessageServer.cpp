@@ -25,8 +25,8 @@
 #include <functional>
 #include <memory>
 
-#include <sys/socket.h>
-
+#include <poll.h>
+#include <sys/resource.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/un.h>
@@ -78,6 +78,33 @@ QStringList Names(const QSignalSpy& received)
     return names;
 }
 
+// Lets the process open no further file descriptor for the lifetime of the guard.
+class DescriptorGuard
+{
+public:
+    DescriptorGuard()
+    {
+        const int next = ::dup(STDIN_FILENO);
+        ::close(next);
+        rlimit limit = {};
+        mIsActive = next != -1 && ::getrlimit(RLIMIT_NOFILE, &mBefore) == 0;
+        limit = mBefore;
+        limit.rlim_cur = static_cast<rlim_t>(next);
+        mIsActive = mIsActive && ::setrlimit(RLIMIT_NOFILE, &limit) == 0;
+    }
+    ~DescriptorGuard()
+    {
+        if (mIsActive)
+            ::setrlimit(RLIMIT_NOFILE, &mBefore);
+    }
+    Q_DISABLE_COPY_MOVE(DescriptorGuard)
+    [[nodiscard]] bool IsActive() const { return mIsActive; }
+
+private:
+    rlimit mBefore = {};
+    bool mIsActive = false;
+};
+
 } // namespace
 
 class tst_MessageServer : public QObject
@@ -102,6 +129,8 @@ private Q_SLOTS:
     void Stop_leavesSuccessorAlone();
     void Endpoint_removed();
     void Endpoint_takenOver();
+    void Endpoint_withoutDescriptors();
+    void Endpoint_removedWithoutDescriptors();
     void Client_ofOtherUser();
     void Receive_busyOwner();
     void Send_peerNeverReads();
@@ -374,6 +403,60 @@ void tst_MessageServer::Endpoint_takenOver()
     QVERIFY(TestSupport::LogGuard::Messages().constFirst().contains(u"another server has taken over"_s));
     link.Server.Stop();
     QVERIFY(Platform::GetFileIdentity(SocketPath(link.Name)) == file);
+}
+
+// QLocalServer closes its socket when it cannot accept a client.
+void tst_MessageServer::Endpoint_withoutDescriptors()
+{
+    const TestSupport::LogGuard log;
+    LinkedServer link;
+    QVERIFY(link.OpenAndWait());
+    const QByteArray path = QFile::encodeName(SocketPath(link.Name));
+    sockaddr_un address = {};
+    address.sun_family = AF_UNIX;
+    std::copy(path.begin(), path.end(), address.sun_path);
+    const int client = ::socket(AF_UNIX, SOCK_STREAM, 0);
+    QVERIFY(client != -1);
+    const auto closeClient = qScopeGuard([client] { ::close(client); });
+    {
+        const DescriptorGuard none;
+        QVERIFY(none.IsActive());
+        QCOMPARE(::connect(client, reinterpret_cast<const sockaddr*>(&address), sizeof(address)), 0);
+        pollfd end = {client, POLLIN, 0};
+        QCOMPARE(::poll(&end, 1, TestSupport::kEventTimeoutMs), 1);
+        QVERIFY(end.revents & POLLHUP);
+    }
+    QLocalSocket next;
+    QVERIFY(Connect(next, link.Name)); // the server checks every two seconds
+    QVERIFY(link.Server.IsListening());
+    QCOMPARE(TestSupport::LogGuard::Messages().size(), 1);
+    QVERIFY(TestSupport::LogGuard::Messages().constFirst().contains(u"could not be accepted"_s));
+    QVERIFY(TestSupport::LogGuard::Messages().constFirst().contains(u"listening again"_s));
+    EVENTUALLY_EQUAL(link.Connected.count(), 2);
+    Write(next, Document(u"new one"_s));
+    EVENTUALLY_EQUAL(Names(link.Received), QStringList{u"new one"_s});
+    link.Server.Stop();
+    QVERIFY(!QFile::exists(SocketPath(link.Name)));
+}
+
+// The server tries to listen again until it succeeds.
+void tst_MessageServer::Endpoint_removedWithoutDescriptors()
+{
+    const TestSupport::LogGuard log;
+    LinkedServer link;
+    QVERIFY(link.OpenAndWait());
+    {
+        const DescriptorGuard none;
+        QVERIFY(none.IsActive());
+        QVERIFY(QFile::remove(SocketPath(link.Name)));
+        EVENTUALLY_EQUAL(TestSupport::LogGuard::Messages().size(), 1);
+        QVERIFY(TestSupport::LogGuard::Messages().constFirst().contains(u"cannot listen"_s));
+        QVERIFY(!link.Server.IsListening());
+    }
+    QLocalSocket next;
+    QVERIFY(Connect(next, link.Name));
+    QCOMPARE(TestSupport::LogGuard::Messages().size(), 2);
+    QVERIFY(TestSupport::LogGuard::Messages().constLast().contains(u"listening again"_s));
 }
 
 // The socket file keeps other users out. The server checks too, because the permissions may have been

@@ -37,6 +37,9 @@ public:
     {
         const std::lock_guard lock(mLock);
         mReceiver = receiver;
+        mIsAnnounced = false; // an event that was posted before Close may not arrive
+        if (!mItems.empty())
+            Announce();
     }
 
     /// Any thread. Adds an item, unless the mailbox is closed.

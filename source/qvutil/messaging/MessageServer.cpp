@@ -150,7 +150,7 @@ std::optional<Platform::FileIdentity> MessageServerThread::Endpoint() const
     return mEndpoint;
 }
 
-void MessageServerThread::SetEndpoint(const Platform::FileIdentity& endpoint)
+void MessageServerThread::SetEndpoint(const std::optional<Platform::FileIdentity>& endpoint)
 {
     const QMutexLocker locker(&mEndpointMutex);
     mEndpoint = endpoint;
@@ -159,7 +159,7 @@ void MessageServerThread::SetEndpoint(const Platform::FileIdentity& endpoint)
 void MessageServerThread::RunWorker()
 {
     MessageServerWorker worker(mServer);
-    worker.SetEndpointObserver([this](const Platform::FileIdentity& endpoint) { SetEndpoint(endpoint); });
+    worker.SetEndpointObserver([this](const auto& endpoint) { SetEndpoint(endpoint); });
     using Kind = Internal::ArrivalKind;
     connect(&worker, &MessageServerWorker::MessageReceived, &worker, [this](const MessageInfo& message) {
         Deliver({Kind::Message, nullptr, message});
@@ -209,7 +209,7 @@ MessageServerWorker::~MessageServerWorker()
     Stop();
 }
 
-void MessageServerWorker::SetEndpointObserver(std::function<void(const Platform::FileIdentity&)> announce)
+void MessageServerWorker::SetEndpointObserver(EndpointObserver announce)
 {
     mAnnounceEndpoint = std::move(announce);
 }
@@ -232,43 +232,60 @@ bool MessageServerWorker::Listen(Platform::ExistingSocket existing)
     auto server = std::make_unique<QLocalServer>();
     server->setSocketOptions(QLocalServer::UserAccessOption);
     if (socket.Descriptor == -1 || !server->listen(socket.Descriptor)) {
-        qCWarning(Internal::lcQvUtil, "cannot listen on \"%ls\": %ls%s", qUtf16Printable(mName),
-                  qUtf16Printable(socket.Descriptor == -1 ? socket.Error : server->errorString()),
-                  Internal::IsSocketNameTooLong(mName) ? " (the name is too long)" : "");
+        if (!std::exchange(mIsFailureLogged, true)) {
+            qCWarning(Internal::lcQvUtil, "cannot listen on \"%ls\": %ls%s", qUtf16Printable(mName),
+                      qUtf16Printable(socket.Descriptor == -1 ? socket.Error : server->errorString()),
+                      Internal::IsSocketNameTooLong(mName) ? " (the name is too long)" : "");
+        }
         return false;
     }
+    mIsFailureLogged = false;
     mLocalServer = std::move(server);
-    mEndpoint = socket.File;
     connect(mLocalServer.get(), &QLocalServer::newConnection, this, &MessageServerWorker::ConnectedSlot);
-    if (mAnnounceEndpoint)
-        mAnnounceEndpoint(mEndpoint);
+    SetEndpoint(socket.File);
     return true;
 }
 
-// Without its socket file, a server keeps running, but nobody can connect.
+void MessageServerWorker::SetEndpoint(const std::optional<Platform::FileIdentity>& endpoint)
+{
+    mEndpoint = endpoint;
+    if (mAnnounceEndpoint)
+        mAnnounceEndpoint(endpoint);
+}
+
+// Without its socket file, a server keeps running, but nobody can connect. QLocalServer stops listening when
+// it cannot accept a client, for example because the process has no file descriptor left.
 void MessageServerWorker::CheckEndpoint()
 {
+    const bool isOpen = mLocalServer->socketDescriptor() != -1;
     const std::optional<Platform::FileIdentity> file
         = Platform::GetFileIdentity(Internal::GetSocketPath(mName));
-    if (file == mEndpoint)
+    if (isOpen && file == mEndpoint)
         return;
-    if (file) {
+    const bool isTakenOver = file && file != mEndpoint;
+    if (!isOpen) {
+        RemoveEndpoint();
+        SetEndpoint(std::nullopt); // the inode number may be used again
+    }
+    if (isTakenOver) {
         qCWarning(Internal::lcQvUtil,
                   "another server has taken over the name \"%ls\": clients reach that one",
                   qUtf16Printable(mName));
-    } else if (Listen(Platform::ExistingSocket::Keep)) {
-        qCWarning(Internal::lcQvUtil, "the socket of \"%ls\" was removed: listening again",
-                  qUtf16Printable(mName));
+        mEndpointTimer.stop(); // log only one line
         return;
     }
-    mEndpointTimer.stop(); // log only one line
+    // If this fails, the next check tries again.
+    if (Listen(Platform::ExistingSocket::Keep)) {
+        qCWarning(Internal::lcQvUtil, "the socket of \"%ls\" %s: listening again", qUtf16Printable(mName),
+                  isOpen ? "was removed" : "was closed because a client could not be accepted");
+    }
 }
 
 // A successor may have taken the name. The inode number is not reused while the socket is open.
 void MessageServerWorker::RemoveEndpoint()
 {
     const QString path = Internal::GetSocketPath(mName);
-    if (mLocalServer && Platform::GetFileIdentity(path) == mEndpoint)
+    if (mEndpoint && Platform::GetFileIdentity(path) == mEndpoint)
         QFile::remove(path);
 }
 
@@ -280,6 +297,8 @@ bool MessageServerWorker::Stop()
         mLocalServer->close();
     delete std::exchange(mSocket, nullptr);
     mLocalServer.reset();
+    mEndpoint.reset();
+    mIsFailureLogged = false;
     return true;
 }
 

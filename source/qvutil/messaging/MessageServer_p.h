@@ -112,7 +112,7 @@ protected:
     void Announce(const Internal::Arrival& arrival) override;
 
 private:
-    void SetEndpoint(const Platform::FileIdentity& endpoint);
+    void SetEndpoint(const std::optional<Platform::FileIdentity>& endpoint);
 
     void RunWorker() override;
 
@@ -135,8 +135,10 @@ public:
     void SetWindow(Internal::DeliveryWindow* window) { mWindow = window; }
     /// Sends messages from \p outgoing, instead of from one queued signal for each.
     void UseMailbox(Internal::Mailbox<MessageInfo>& outgoing);
-    /// \param announce  called in the worker thread with the file of each socket that the worker listens on
-    void SetEndpointObserver(std::function<void(const Platform::FileIdentity&)> announce);
+    using EndpointObserver = std::function<void(const std::optional<Platform::FileIdentity>&)>;
+    /// \param announce  called in the worker thread with the file of each socket that the worker listens on;
+    ///                  with nullopt when it stops listening because of an error
+    void SetEndpointObserver(EndpointObserver announce);
     /// Resumes reading after \p window was full.
     void ResumeReading();
     /// Listens. \return false, after one warning, if it cannot listen on the name
@@ -162,6 +164,7 @@ protected:
 
 private:
     bool Listen(Platform::ExistingSocket existing);
+    void SetEndpoint(const std::optional<Platform::FileIdentity>& endpoint);
     void CheckEndpoint();
     void RemoveEndpoint();
     void ReadFrom(QLocalSocket& socket);
@@ -169,9 +172,10 @@ private:
     MessageServer* mServer;
     QString mName;
     std::unique_ptr<QLocalServer> mLocalServer;
-    Platform::FileIdentity mEndpoint; // the file of mLocalServer
-    std::function<void(const Platform::FileIdentity&)> mAnnounceEndpoint;
-    QTimer mEndpointTimer; // checks whether the file still exists
+    std::optional<Platform::FileIdentity> mEndpoint; // the file of mLocalServer
+    EndpointObserver mAnnounceEndpoint;
+    QTimer mEndpointTimer; // checks whether the server still listens under its name
+    bool mIsFailureLogged = false; // of Listen, since it last succeeded
     QLocalSocket* mSocket = nullptr; // the current client's
     Internal::DeliveryWindow* mWindow = nullptr;
     QPointer<Internal::MessageWriter> mWriter; // owned by mSocket
