@@ -29,6 +29,7 @@
 #include <QTime>
 
 #include <algorithm>
+#include <utility>
 
 using namespace Qt::StringLiterals;
 using Quorvin::Util::GeneralUtil;
@@ -100,7 +101,14 @@ void MainWindow::BuildCentre()
 
     connect(mTourTable, &TourTable::TourSelected, this, &MainWindow::SelectTour);
     connect(mPointTable, &PointTable::PointSelected, this, &MainWindow::SelectPoint);
-    connect(mPointTable, &PointTable::PointEdited, this, &MainWindow::ChangePoint);
+    connect(mPointTable, &PointTable::EditingChanged, this, &MainWindow::UpdateActions);
+    connect(mPointTable, &PointTable::PointEdited, this,
+            [this](int point, PointDelegate::Column column, const QVariant& value) {
+                // Apply it later: a change fills the table again, but the delegate still uses its editor. By
+                // then, the user may have selected another tour.
+                mEdits.append({mCurrent, point, column, value});
+                QMetaObject::invokeMethod(this, &MainWindow::ApplyEdits, Qt::QueuedConnection);
+            });
     connect(mView, &TourView::PointSelected, this, &MainWindow::SelectPoint);
     connect(mView, &TourView::SectionChanged, this, [this](const QRect& section) {
         if (mCurrent >= 0)
@@ -111,7 +119,10 @@ void MainWindow::BuildCentre()
 void MainWindow::Connect(const QString& name, void (MainWindow::*slot)())
 {
     if (const QAction* action = mBuilder.Action(name))
-        connect(action, &QAction::triggered, this, slot);
+        connect(action, &QAction::triggered, this, [this, slot] {
+            FinishEditing(); // shortcuts and the toolbar leave an editor open
+            (this->*slot)();
+        });
 }
 
 //! [connect]
@@ -185,7 +196,8 @@ void MainWindow::DefineConditions()
 {
     mConditions = {
         {u"tour open"_s, [this] { return mCurrent >= 0; }},
-        {u"tour modified"_s, [this] { return mCurrent >= 0 && mTours.IsModified(mCurrent); }},
+        {u"tour modified"_s,
+         [this] { return mCurrent >= 0 && (mTours.IsModified(mCurrent) || mPointTable->IsEditing()); }},
         {u"points selected"_s, [this] { return mView->Selected() >= 0; }},
         {u"track shown"_s, [this] { return mCurrent >= 0 && !mTours.At(mCurrent).Content.Points.isEmpty(); }},
         {u"undo available"_s, [this] { return mCurrent >= 0 && mTours.At(mCurrent).Changes.canUndo(); }},
@@ -358,6 +370,7 @@ void MainWindow::CloseCurrent()
 
 void MainWindow::closeEvent(QCloseEvent* event)
 {
+    FinishEditing();
     for (int i = 0; i < mTours.Count(); ++i) {
         if (!MayClose(i)) {
             event->ignore();
@@ -410,26 +423,34 @@ void MainWindow::DeletePoint()
     mTours.Change(mCurrent, u"DeletePoint"_s, tour);
 }
 
-void MainWindow::ChangePoint(int index, PointDelegate::Column column, const QVariant& value)
+// Takes over the text of an open editor before the tours are saved, closed or changed in another way.
+void MainWindow::FinishEditing()
 {
-    if (mCurrent < 0)
-        return;
-    Tour tour = mTours.At(mCurrent).Content;
-    Point& point = tour.Points[index];
-    switch (column) {
-    case PointDelegate::Name:
-        point.Name = value.toString();
-        break;
-    case PointDelegate::Kind:
-        point.Kind = Tour::PointKindOf(value.toString());
-        break;
-    case PointDelegate::Elevation:
-        point.Elevation = value.toDouble();
-        break;
-    case PointDelegate::Way:
-        break;
+    mPointTable->FinishEditing();
+    ApplyEdits();
+}
+
+void MainWindow::ApplyEdits()
+{
+    const QList<Edit> edits = std::exchange(mEdits, {});
+    for (const Edit& edit : edits) {
+        Tour tour = mTours.At(edit.Tour).Content;
+        Point& point = tour.Points[edit.Point];
+        switch (edit.Column) {
+        case PointDelegate::Name:
+            point.Name = edit.Value.toString();
+            break;
+        case PointDelegate::Kind:
+            point.Kind = Tour::PointKindOf(edit.Value.toString());
+            break;
+        case PointDelegate::Elevation:
+            point.Elevation = edit.Value.toDouble();
+            break;
+        case PointDelegate::Way:
+            break;
+        }
+        mTours.Change(edit.Tour, u"ChangePoint"_s, tour);
     }
-    mTours.Change(mCurrent, u"ChangePoint"_s, tour);
 }
 
 void MainWindow::EditDetails()
@@ -640,8 +661,10 @@ void MainWindow::SelectTour(int index)
 {
     if (index < 0 || index >= mTours.Count())
         return;
-    if (index != mCurrent)
+    if (index != mCurrent) {
+        FinishEditing();
         mView->SetSelected(-1);
+    }
     mCurrent = index;
     Refresh();
 }

@@ -14,8 +14,10 @@
 #include <qvutil/XmlFiler.h>
 
 #include <QHash>
+#include <QList>
 #include <QMainWindow>
 #include <QStringList>
+#include <QVariant>
 
 #include <functional>
 #include <memory>
@@ -99,7 +101,8 @@ private:
     void ShowHelp();
     void LoadHelp();
     void About();
-    void ChangePoint(int index, PointDelegate::Column column, const QVariant& value);
+    void FinishEditing();
+    void ApplyEdits();
     void ReceiveTour(const QString& xml);
 
     void ApplyLanguage();
@@ -113,6 +116,15 @@ private:
     [[nodiscard]] QString NameOf(int tour) const;
     [[nodiscard]] QString Text(const QString& name) const { return mBuilder.Text(name); }
 
+    // What the user has entered in the table of waypoints.
+    struct Edit
+    {
+        int Tour = -1;
+        int Point = -1;
+        PointDelegate::Column Column = PointDelegate::Name;
+        QVariant Value;
+    };
+
     UserSettings& mSettings;
     Preferences mPreferences;
     QString mDataFolder;
@@ -125,6 +137,7 @@ private:
     QHash<QString, std::function<bool()>> mConditions;
     TourBook mTours;
     int mCurrent = -1;
+    QList<Edit> mEdits; // not applied yet
     std::unique_ptr<WindowGrid> mGrid;
 
     TourTable* mTourTable = nullptr;

@@ -21,14 +21,11 @@ PointTable::PointTable(KindName kindName, QWidget* parent)
     , mDelegate(new PointDelegate(mKindName, this))
 {
     setItemDelegate(mDelegate);
-    // Queued, because a change fills the table again, while the delegate still uses its editor.
-    connect(
-        mDelegate, &PointDelegate::Edited, this,
-        [this](int row, PointDelegate::Column column, const QVariant& value) {
-            if (PointAt(row) >= 0)
-                Q_EMIT PointEdited(PointAt(row), column, value);
-        },
-        Qt::QueuedConnection);
+    connect(mDelegate, &PointDelegate::Edited, this,
+            [this](int row, PointDelegate::Column column, const QVariant& value) {
+                if (PointAt(row) >= 0)
+                    Q_EMIT PointEdited(PointAt(row), column, value);
+            });
     connect(this, &QTableWidget::itemSelectionChanged, this, [this] {
         if (PointAt(currentRow()) >= 0)
             Q_EMIT PointSelected(PointAt(currentRow()));
@@ -73,6 +70,28 @@ void PointTable::Select(int point)
             selected = row;
     }
     SelectRow(selected);
+}
+
+void PointTable::FinishEditing()
+{
+    if (QWidget* editor = indexWidget(currentIndex())) {
+        commitData(editor);
+        closeEditor(editor, QAbstractItemDelegate::NoHint);
+    }
+}
+
+bool PointTable::edit(const QModelIndex& index, EditTrigger trigger, QEvent* event)
+{
+    const bool isEditing = Table::edit(index, trigger, event);
+    if (isEditing)
+        Q_EMIT EditingChanged();
+    return isEditing;
+}
+
+void PointTable::closeEditor(QWidget* editor, QAbstractItemDelegate::EndEditHint hint)
+{
+    Table::closeEditor(editor, hint);
+    Q_EMIT EditingChanged();
 }
 
 int PointTable::PointAt(int row) const

@@ -27,12 +27,22 @@ public:
     /// Selects a waypoint without emitting a signal.
     /// \param point  index into the tour's points; -1 for none
     void Select(int point);
+    [[nodiscard]] bool IsEditing() const { return indexWidget(currentIndex()) != nullptr; }
+    /// Takes over the text of an open editor, and closes it.
+    void FinishEditing();
 
 Q_SIGNALS:
     /// The user has selected a waypoint.
     void PointSelected(int point);
-    /// The user has edited a waypoint. PointDelegate::Edited describes the value.
+    /// The user has opened or closed an editor.
+    void EditingChanged();
+    /// The user has edited a waypoint. PointDelegate::Edited describes the value. The editor is still in use,
+    /// so do not fill the table before it is closed.
     void PointEdited(int point, PointDelegate::Column column, const QVariant& value);
+
+protected:
+    bool edit(const QModelIndex& index, EditTrigger trigger, QEvent* event) override;
+    void closeEditor(QWidget* editor, QAbstractItemDelegate::EndEditHint hint) override;
 
 private:
     [[nodiscard]] int PointAt(int row) const;

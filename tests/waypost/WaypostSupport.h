@@ -22,6 +22,8 @@
 #include <QTimer>
 #include <QtTest>
 
+#include <functional>
+
 namespace WaypostSupport {
 
 using namespace Qt::StringLiterals;
@@ -98,18 +100,28 @@ struct Shown
     bool IsActive = false;
 };
 
-// Presses a button of the question about unsaved changes as soon as the question appears.
-inline void AnswerQuestion(MainWindow& window, const QString& button)
+// Calls a function with a dialog as soon as the window shows it.
+template <typename Dialog>
+void WithDialog(MainWindow& window, const QString& name, const std::function<void(Dialog& dialog)>& call)
 {
     auto* timer = new QTimer(&window);
-    QObject::connect(timer, &QTimer::timeout, &window, [&window, button, timer] {
-        if (auto* question = window.findChild<FormDialog*>(u"CloseTour"_s)) {
+    QObject::connect(timer, &QTimer::timeout, &window, [&window, name, call, timer] {
+        if (auto* dialog = window.findChild<Dialog*>(name)) {
             timer->stop();
             timer->deleteLater();
-            QTest::mouseClick(question->findChild<QPushButton*>(button), Qt::LeftButton);
+            call(*dialog);
         }
     });
     timer->start(10);
+}
+
+// Presses a button of a question as soon as the question appears.
+inline void AnswerQuestion(MainWindow& window, const QString& button,
+                           const QString& question = u"CloseTour"_s)
+{
+    WithDialog<FormDialog>(window, question, [button](FormDialog& dialog) {
+        QTest::mouseClick(dialog.findChild<QPushButton*>(button), Qt::LeftButton);
+    });
 }
 
 // A Waypost process, killed at the end.

@@ -87,6 +87,9 @@ private Q_SLOTS:
     void Tables_showTheirTextsInFull();
     void Conditions();
     void EditingIsUndoneAndSaved();
+    void EditStaysInItsTour();
+    void OpenEditorIsSaved_data();
+    void OpenEditorIsSaved();
     void NewTourIsNamedInItsDialog();
     void Map_selectsByMouseAndKeys();
     void DamagedFileIsTold_data();
@@ -432,6 +435,66 @@ void tst_Waypost::EditingIsUndoneAndSaved()
     QVERIFY(QImage::fromData(saved->Thumbnail).width() > 0);
 }
 
+// Opens the editor of the first waypoint's name, and types into it.
+QLineEdit* TypeName(const Shown& shown, const QString& name)
+{
+    shown.ClickCell(shown.Points(), 0, 0);
+    shown.Points()->editItem(shown.Points()->item(0, 0));
+    auto* editor = shown.Points()->findChild<QLineEdit*>();
+    if (editor != nullptr) {
+        editor->selectAll();
+        QTest::keyClicks(editor, name);
+    }
+    return editor;
+}
+
+void tst_Waypost::EditStaysInItsTour()
+{
+    Shown shown;
+    QVERIFY(shown.IsActive);
+    shown.Window.OpenFiles({mHome->CopyTour(u"ridge-walk"_s), mHome->CopyTour(u"north-face"_s)});
+    const Tour other = shown.Window.Tours().At(1).Content;
+    shown.ClickCell(shown.Tours(), 0, 0);
+    QCOMPARE(shown.Window.CurrentTour(), 0);
+    QVERIFY(TypeName(shown, u"Old mill"_s) != nullptr);
+    shown.ClickCell(shown.Tours(), 1, 0); // ends the editing
+    EVENTUALLY_EQUAL(shown.Window.Tours().At(0).Content.Points.constFirst().Name, u"Old mill"_s);
+    QCOMPARE(shown.Window.CurrentTour(), 1);
+    QVERIFY(shown.Window.Tours().At(1).Content == other);
+    QVERIFY(!shown.Window.Tours().IsModified(1));
+}
+
+void tst_Waypost::OpenEditorIsSaved_data()
+{
+    QTest::addColumn<QString>("by");
+
+    QTest::newRow("shortcut") << u"shortcut"_s;
+    QTest::newRow("toolbar") << u"toolbar"_s;
+    QTest::newRow("closing the window") << u"window"_s;
+}
+
+void tst_Waypost::OpenEditorIsSaved()
+{
+    QFETCH(const QString, by);
+
+    const QString file = mHome->CopyTour(u"ridge-walk"_s);
+    Shown shown;
+    QVERIFY(shown.IsActive);
+    shown.Window.OpenFiles({file});
+    QLineEdit* editor = TypeName(shown, u"Old mill"_s);
+    QVERIFY(editor != nullptr);
+    if (by == "shortcut"_L1) {
+        QTest::keyClick(editor, Qt::Key_S, Qt::ControlModifier);
+    } else if (by == "toolbar"_L1) {
+        shown.Action(u"Save"_s)->trigger();
+    } else {
+        AnswerQuestion(shown.Window, u"buttonSave"_s);
+        QVERIFY(shown.Window.close());
+    }
+    QVERIFY(ReadFile(file).contains("Old mill"));
+    QVERIFY(!shown.Window.Tours().IsModified(0));
+}
+
 void tst_Waypost::NewTourIsNamedInItsDialog()
 {
     Shown shown;
@@ -618,7 +681,8 @@ void tst_Waypost::Settings_damaged()
     }
     QCOMPARE(ReadFile(Home::SettingsFile() + u".damaged"_s), damaged);
     const Shown again;
-    QCOMPARE(int(again.Store.State()), int(Settings::FileState::Loaded)); // the first start replaced the file
+    QCOMPARE(int(again.Store.State()),
+             int(Settings::FileState::Loaded)); // the first start replaced the file
 }
 
 void tst_Waypost::Settings_unreadable()
