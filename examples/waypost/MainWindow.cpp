@@ -130,8 +130,8 @@ void MainWindow::ConnectActions()
 {
     Connect(u"New"_s, &MainWindow::NewTour);
     Connect(u"Open"_s, &MainWindow::Open);
-    Connect(u"Save"_s, &MainWindow::Save);
-    Connect(u"SaveAs"_s, &MainWindow::SaveAs);
+    Connect(u"Save"_s, &MainWindow::SaveCurrent);
+    Connect(u"SaveAs"_s, &MainWindow::SaveCurrentAs);
     Connect(u"Export"_s, &MainWindow::Export);
     Connect(u"Close"_s, &MainWindow::CloseCurrent);
     Connect(u"Undo"_s, &MainWindow::Undo);
@@ -285,22 +285,21 @@ void MainWindow::Open()
     OpenFiles(QFileDialog::getOpenFileNames(this, {}, {}, Text(u"TourFiles"_s)));
 }
 
-void MainWindow::Save()
+void MainWindow::Save(int index)
 {
-    if (mCurrent < 0)
+    if (index < 0)
         return;
-    const QString file = mTours.At(mCurrent).File;
+    const QString file = mTours.At(index).File;
     if (file.isEmpty())
-        SaveAs();
+        SaveAs(index);
     else
-        SaveTo(mCurrent, file);
+        SaveTo(index, file);
 }
 
-void MainWindow::SaveAs()
+void MainWindow::SaveAs(int index)
 {
-    if (mCurrent < 0)
+    if (index < 0)
         return;
-    const int index = mCurrent;
     QFileDialog dialog(this, {}, {}, Text(u"TourFiles"_s));
     dialog.setAcceptMode(QFileDialog::AcceptSave);
     dialog.setDefaultSuffix(u"tour"_s);
@@ -328,7 +327,8 @@ bool MainWindow::SaveTo(int index, const QString& file)
 
 void MainWindow::Export()
 {
-    if (mCurrent < 0)
+    const int index = mCurrent; // a tour may arrive while the dialog is open
+    if (index < 0)
         return;
     QFileDialog dialog(this, {}, {}, Text(u"GpxFiles"_s));
     dialog.setAcceptMode(QFileDialog::AcceptSave);
@@ -336,7 +336,7 @@ void MainWindow::Export()
     if (dialog.exec() != QDialog::Accepted || dialog.selectedFiles().isEmpty())
         return;
     const QString file = dialog.selectedFiles().constFirst();
-    if (mTours.At(mCurrent).Content.ExportGpx(file))
+    if (mTours.At(index).Content.ExportGpx(file))
         statusBar()->showMessage(Text(u"Exported"_s).arg(QFileInfo(file).fileName()), kStatusMs);
     else
         mNotices.ShowWriteError(file);
@@ -355,16 +355,17 @@ bool MainWindow::MayClose(int index)
         return true;
     if (question->PressedButton() != "Save"_L1)
         return false;
-    Save();
+    Save(index);
     return !mTours.IsModified(index);
 }
 
 void MainWindow::CloseCurrent()
 {
-    if (mCurrent < 0 || !MayClose(mCurrent))
+    const int index = mCurrent; // a tour may arrive during the question
+    if (index < 0 || !MayClose(index))
         return;
-    const int index = mCurrent;
-    mCurrent = std::min(index, mTours.Count() - 2);
+    if (mCurrent > index)
+        --mCurrent;
     mTours.Close(index);
 }
 

@@ -85,8 +85,11 @@ private:
 
     void NewTour();
     void Open();
-    void Save();
-    void SaveAs();
+    void SaveCurrent() { Save(mCurrent); }
+    void SaveCurrentAs() { SaveAs(mCurrent); }
+    // These take an index: while a dialog is open, a tour may arrive and become the current one.
+    void Save(int index);
+    void SaveAs(int index);
     bool SaveTo(int index, const QString& file);
     void Export();
     void CloseCurrent();

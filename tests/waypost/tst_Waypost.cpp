@@ -96,6 +96,8 @@ private Q_SLOTS:
     void DamagedFileIsTold();
     void ClosingAsks_data();
     void ClosingAsks();
+    void ClosingAsksAboutOneTour_data();
+    void ClosingAsksAboutOneTour();
     void RecentFiles();
     void Help_data();
     void Help();
@@ -601,6 +603,38 @@ void tst_Waypost::ClosingAsks()
     QVERIFY(shown.Window.isWindowModified());
     AnswerQuestion(shown.Window, button);
     QCOMPARE(shown.Window.close(), closes);
+    QCOMPARE(ReadFile(file) != before, saves);
+}
+
+// A tour that arrives during the question becomes the current one.
+void tst_Waypost::ClosingAsksAboutOneTour_data()
+{
+    QTest::addColumn<QString>("button");
+    QTest::addColumn<bool>("saves");
+
+    QTest::newRow("discard") << u"buttonDiscard"_s << false;
+    QTest::newRow("save") << u"buttonSave"_s << true;
+}
+
+void tst_Waypost::ClosingAsksAboutOneTour()
+{
+    QFETCH(const QString, button);
+    QFETCH(const bool, saves);
+
+    const QString file = mHome->CopyTour(u"ridge-walk"_s);
+    const QByteArray before = ReadFile(file);
+    Shown shown(Places::ProcessName());
+    shown.Window.OpenFiles({file});
+    shown.Action(u"AddPoint"_s)->trigger();
+    WithDialog<FormDialog>(shown.Window, u"CloseTour"_s, [&](FormDialog& question) {
+        Q_EMIT shown.Window.Grid()->TourReceived(MakeTour().ToXml());
+        QTest::mouseClick(question.findChild<QPushButton*>(button), Qt::LeftButton);
+    });
+    shown.Action(u"Close"_s)->trigger();
+    QCOMPARE(shown.Window.Tours().Count(), 1);
+    QVERIFY(shown.Window.Tours().At(0).Content == MakeTour());
+    QVERIFY(shown.Window.Tours().IsModified(0));
+    QCOMPARE(shown.Window.CurrentTour(), 0);
     QCOMPARE(ReadFile(file) != before, saves);
 }
 
