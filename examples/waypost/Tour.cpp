@@ -3,6 +3,8 @@
 
 #include "Tour.h"
 
+#include "XmlText.h"
+
 #include <qvutil/XmlFiler.h>
 
 #include <QtMath>
@@ -177,13 +179,13 @@ void Tour::WriteTo(XmlFiler& filer) const
     filer.CreateRoot(u"Tour"_s);
 
     QList<EnumValueName> tourKinds = TourKindNames();
-    filer.WriteString(u"Name"_s, Name);
+    filer.WriteString(u"Name"_s, XmlText(Name));
     filer.WriteDate(u"Date"_s, Date);
     filer.WriteEnum(u"Kind"_s, int(Kind), tourKinds.data(), Count(tourKinds));
     if (!Section.isNull())
         filer.WriteRect(u"Map"_s, u"Section"_s, Section);
     if (!Notes.isEmpty())
-        filer.WriteNodeText(u"Notes"_s, Notes);
+        filer.WriteNodeText(u"Notes"_s, XmlText(Notes));
     if (!Thumbnail.isEmpty())
         filer.WriteBuffer(u"Thumbnail"_s, Thumbnail);
 
@@ -191,7 +193,7 @@ void Tour::WriteTo(XmlFiler& filer) const
     for (const Point& point : Points) {
         filer.CreateNode(u"/Points/Point"_s, false); // false: add an element each time
         if (!point.Name.isEmpty())
-            filer.WriteString(u"Name"_s, point.Name);
+            filer.WriteString(u"Name"_s, XmlText(point.Name));
         filer.WriteEnum(u"Kind"_s, int(point.Kind), pointKinds.data(), Count(pointKinds));
         filer.WriteDouble(u"Latitude"_s, point.Latitude);
         filer.WriteDouble(u"Longitude"_s, point.Longitude);
@@ -219,9 +221,9 @@ bool Tour::ExportGpx(const QString& file) const
             continue;
         filer.CreateNode(u"/wpt"_s, false);
         writePlace(point);
-        filer.WriteNodeText(u"name"_s, point.Name);
+        filer.WriteNodeText(u"name"_s, XmlText(point.Name));
     }
-    filer.WriteNodeText(u"/trk/name"_s, Name);
+    filer.WriteNodeText(u"/trk/name"_s, XmlText(Name));
     for (const Point& point : Points) {
         filer.CreateNode(u"/trk/trkseg/trkpt"_s, false);
         writePlace(point);

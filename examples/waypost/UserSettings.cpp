@@ -3,6 +3,8 @@
 
 #include "UserSettings.h"
 
+#include "XmlText.h"
+
 #include <QLockFile>
 
 #include <algorithm>
@@ -115,8 +117,11 @@ namespace {
 void WriteList(Settings& store, const QString& name, const QStringList& files)
 {
     store.DeleteNode(name);
-    for (int i = 0; i < files.size(); ++i)
-        store.WriteString(u"%1/File%2"_s.arg(name).arg(i), u"Path"_s, files[i]);
+    int count = 0;
+    for (const QString& file : files) {
+        if (XmlText(file) == file) // a settings file cannot contain any other path
+            store.WriteString(u"%1/File%2"_s.arg(name).arg(count++), u"Path"_s, file);
+    }
 }
 
 } // namespace

@@ -4,6 +4,8 @@
 #ifndef WAYPOST_WINDOWGRID_H
 #define WAYPOST_WINDOWGRID_H
 
+#include "XmlText.h"
+
 #include <qvutil/IPCManager.h>
 
 #include <QList>
@@ -39,7 +41,7 @@ public:
     /// The other windows, the oldest first.
     [[nodiscard]] const QList<Window>& Others() const { return mOthers; }
     /// Sets the title that other windows receive when they ask for it.
-    void SetTitle(const QString& title) { mTitle = title; }
+    void SetTitle(const QString& title) { mTitle = XmlText(title); } // a message is a document
     /// Asks all windows for their titles. OthersChanged is emitted for each title that has changed.
     void AskTitles();
     /// Brings a window to the front.

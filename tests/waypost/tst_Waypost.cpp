@@ -72,6 +72,8 @@ private Q_SLOTS:
     void Tour_comesBackFromItsFile();
     void Tour_cannotBeLoaded_data();
     void Tour_cannotBeLoaded();
+    void Tour_dropsWhatXmlForbids_data();
+    void Tour_dropsWhatXmlForbids();
     void Tour_exportsGpx();
 
     void Window_isBuiltFromItsDocument();
@@ -106,6 +108,7 @@ private Q_SLOTS:
     void Settings_damaged();
     void Settings_unreadable();
     void Settings_twoWindowsKeepBothChanges();
+    void Settings_pathThatXmlForbids();
 
     void Program_help();
     void Program_picture_data();
@@ -177,6 +180,37 @@ void tst_Waypost::Tour_cannotBeLoaded()
     QVERIFY(!Tour::Load(file, error).has_value());
     QCOMPARE(int(error.Why), reason);
     QCOMPARE(error.Line, line);
+}
+
+void tst_Waypost::Tour_dropsWhatXmlForbids_data()
+{
+    QTest::addColumn<QString>("text");
+    QTest::addColumn<QString>("expected");
+
+    QTest::newRow("vertical tab") << u"one\u000btwo"_s << u"onetwo"_s;
+    QTest::newRow("form feed") << u"one\u000ctwo"_s << u"onetwo"_s;
+    QTest::newRow("lowest") << QString(u'a') + QChar(1) + u'b' << u"ab"_s;
+    QTest::newRow("not a character") << QString(u'a') + QChar(0xfffe) + u'b' << u"ab"_s;
+    QTest::newRow("half of a character") << QString(u'a') + QChar(0xd83d) + u'b' << u"ab"_s;
+    QTest::newRow("a character of two parts") << u"a\U0001F600b"_s << u"a\U0001F600b"_s;
+    QTest::newRow("tab and line feed") << u"a\tb\nc"_s << u"a\tb\nc"_s;
+}
+
+void tst_Waypost::Tour_dropsWhatXmlForbids()
+{
+    QFETCH(const QString, text);
+    QFETCH(const QString, expected);
+
+    Tour tour = MakeTour();
+    tour.Notes = text;
+    tour.Name = tour.Points[0].Name = text.simplified() + text;
+    const QString file = mHome->File(u"t.tour"_s);
+    QVERIFY(tour.Save(file));
+    TourError error;
+    const std::optional<Tour> read = Tour::Load(file, error);
+    QVERIFY2(read.has_value(), qPrintable(error.Text));
+    QCOMPARE(read->Notes, expected);
+    QVERIFY(Tour::FromXml(tour.ToXml()).has_value());
 }
 
 void tst_Waypost::Tour_exportsGpx()
@@ -743,6 +777,21 @@ void tst_Waypost::Settings_twoWindowsKeepBothChanges()
     UserSettings now(Places::UserFolder());
     QCOMPARE(now.RecentFiles(), QStringList({u"/a.tour"_s}));
     QCOMPARE(int(now.ReadPreferences().Unit), int(Units::Imperial));
+}
+
+void tst_Waypost::Settings_pathThatXmlForbids()
+{
+    const QString forbidden = u"/a"_s + QChar(1) + u".tour"_s;
+    {
+        UserSettings settings(Places::UserFolder());
+        settings.AddRecentFile(u"/b.tour"_s);
+        settings.AddRecentFile(forbidden);
+        settings.WriteLastFiles({forbidden, u"/b.tour"_s});
+    }
+    UserSettings again(Places::UserFolder());
+    QCOMPARE(int(again.State()), int(Settings::FileState::Loaded));
+    QCOMPARE(again.RecentFiles(), QStringList({u"/b.tour"_s}));
+    QCOMPARE(again.LastFiles(), QStringList({u"/b.tour"_s}));
 }
 
 // Programs
