@@ -292,7 +292,7 @@ void MainWindow::Save(int index)
     const QString file = mTours.At(index).File;
     if (file.isEmpty())
         SaveAs(index);
-    else
+    else if (MayOverwrite(index))
         SaveTo(index, file);
 }
 
@@ -306,8 +306,14 @@ void MainWindow::SaveAs(int index)
     const QString file = mTours.At(index).File;
     const QString name = GeneralUtil::FixInvalidCharsInFileName(mTours.At(index).Content.Name, u"-"_s);
     dialog.selectFile(file.isEmpty() ? name + u".tour"_s : file);
-    if (dialog.exec() == QDialog::Accepted && !dialog.selectedFiles().isEmpty())
-        SaveTo(index, dialog.selectedFiles().constFirst());
+    if (dialog.exec() != QDialog::Accepted || dialog.selectedFiles().isEmpty())
+        return;
+    const QString chosen = dialog.selectedFiles().constFirst();
+    const int open = mTours.Find(chosen);
+    if (open >= 0 && open != index)
+        mNotices.Show(Text(u"AlreadyOpen"_s).arg(QDir::toNativeSeparators(chosen))); // two tours in one file
+    else
+        SaveTo(index, chosen);
 }
 
 bool MainWindow::SaveTo(int index, const QString& file)
@@ -348,15 +354,25 @@ bool MainWindow::MayClose(int index)
     if (!mTours.IsModified(index))
         return true;
     SelectTour(index);
-    const std::unique_ptr<FormDialog> question(FormDialog::Make(mDocument, u"CloseTour"_s, this));
-    question->SetMessage(question->Message().arg(NameOf(index)));
-    question->exec();
-    if (question->PressedButton() == "Discard"_L1)
-        return true;
-    if (question->PressedButton() != "Save"_L1)
-        return false;
-    Save(index);
-    return !mTours.IsModified(index);
+    const QString button = Ask(u"CloseTour"_s, index);
+    if (button == "Save"_L1)
+        Save(index);
+    return button == "Discard"_L1 || !mTours.IsModified(index);
+}
+
+// Asks the user whether to overwrite a file that another program has changed.
+bool MainWindow::MayOverwrite(int index)
+{
+    return !mTours.IsFileChanged(index) || Ask(u"FileChanged"_s, index) == "Overwrite"_L1;
+}
+
+// Asks a question about a tour. \return Name of the button that the user pressed
+QString MainWindow::Ask(const QString& question, int index)
+{
+    const std::unique_ptr<FormDialog> dialog(FormDialog::Make(mDocument, question, this));
+    dialog->SetMessage(dialog->Message().arg(NameOf(index)));
+    dialog->exec();
+    return dialog->PressedButton();
 }
 
 void MainWindow::CloseCurrent()

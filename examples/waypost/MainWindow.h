@@ -94,6 +94,8 @@ private:
     void Export();
     void CloseCurrent();
     [[nodiscard]] bool MayClose(int index);
+    [[nodiscard]] bool MayOverwrite(int index);
+    [[nodiscard]] QString Ask(const QString& question, int index);
     void Undo();
     void Redo();
     void AddPoint();
@@ -119,7 +121,7 @@ private:
     [[nodiscard]] QString NameOf(int tour) const;
     [[nodiscard]] QString Text(const QString& name) const { return mBuilder.Text(name); }
 
-    // What the user has entered in the table of waypoints.
+    // An entry in the table of waypoints.
     struct Edit
     {
         int Tour = -1;

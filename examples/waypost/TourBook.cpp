@@ -37,6 +37,20 @@ private:
     std::function<void()> mChanged;
 };
 
+// Symbolic links lead to one file from several paths.
+QString RealPath(const QString& file)
+{
+    const QFileInfo info(file);
+    return info.exists() ? info.canonicalFilePath() : info.absoluteFilePath();
+}
+
+void NoteFile(TourBook::Entry& entry)
+{
+    const QFileInfo info(entry.File);
+    entry.Modified = info.lastModified();
+    entry.Size = info.size();
+}
+
 } // namespace
 
 TourBook::~TourBook()
@@ -47,11 +61,19 @@ TourBook::~TourBook()
 
 int TourBook::Find(const QString& file) const
 {
+    const QString path = RealPath(file);
     for (int i = 0; i < Count(); ++i) {
-        if (!file.isEmpty() && At(i).File == file)
+        if (!At(i).File.isEmpty() && RealPath(At(i).File) == path)
             return i;
     }
     return -1;
+}
+
+bool TourBook::IsFileChanged(int index) const
+{
+    const Entry& entry = At(index);
+    const QFileInfo info(entry.File);
+    return info.exists() && (info.lastModified() != entry.Modified || info.size() != entry.Size);
 }
 
 int TourBook::Append(const Tour& tour, const QString& file)
@@ -59,6 +81,7 @@ int TourBook::Append(const Tour& tour, const QString& file)
     auto entry = std::make_unique<Entry>();
     entry->Content = tour;
     entry->File = file;
+    NoteFile(*entry);
     connect(&entry->Changes, &QUndoStack::cleanChanged, this, &TourBook::Changed);
     mEntries.push_back(std::move(entry));
     return Count() - 1;
@@ -92,6 +115,7 @@ bool TourBook::Save(int index, const QString& file)
     if (!entry.Content.Save(file))
         return false;
     entry.File = QFileInfo(file).absoluteFilePath();
+    NoteFile(entry);
     entry.Changes.setClean();
     Q_EMIT Changed();
     return true;

@@ -6,6 +6,7 @@
 
 #include "Tour.h"
 
+#include <QDateTime>
 #include <QObject>
 #include <QString>
 #include <QUndoStack>
@@ -23,6 +24,9 @@ public:
         Tour Content;
         QString File; // empty until the tour is saved
         QUndoStack Changes; // clean if the file is up to date
+        // Of the file, when it was last loaded or saved:
+        QDateTime Modified;
+        qint64 Size = 0;
     };
 
     using QObject::QObject;
@@ -30,9 +34,12 @@ public:
 
     [[nodiscard]] int Count() const { return static_cast<int>(mEntries.size()); }
     [[nodiscard]] const Entry& At(int index) const { return *mEntries[static_cast<size_t>(index)]; }
-    /// \return index of the tour of a file; -1 if it is not open
+    /// Finds a file, also by another path that leads to it.
+    /// \return index of its tour; -1 if it is not open
     [[nodiscard]] int Find(const QString& file) const;
     [[nodiscard]] bool IsModified(int index) const { return !At(index).Changes.isClean(); }
+    /// Returns whether another program has changed the tour's file since it was loaded or saved.
+    [[nodiscard]] bool IsFileChanged(int index) const;
 
     /// Adds a tour that has no file yet. It counts as modified.
     /// \return its index

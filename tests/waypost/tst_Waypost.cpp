@@ -16,6 +16,7 @@
 
 #include <QComboBox>
 #include <QDateEdit>
+#include <QFileDialog>
 #include <QHeaderView>
 #include <QLabel>
 #include <QLibraryInfo>
@@ -100,7 +101,11 @@ private Q_SLOTS:
     void ClosingAsks();
     void ClosingAsksAboutOneTour_data();
     void ClosingAsksAboutOneTour();
+    void SavingAsRefusesAnOpenFile();
+    void SavingAChangedFileAsks_data();
+    void SavingAChangedFileAsks();
     void RecentFiles();
+    void LinkToAnOpenFile();
     void Help_data();
     void Help();
 
@@ -670,6 +675,66 @@ void tst_Waypost::ClosingAsksAboutOneTour()
     QVERIFY(shown.Window.Tours().IsModified(0));
     QCOMPARE(shown.Window.CurrentTour(), 0);
     QCOMPARE(ReadFile(file) != before, saves);
+}
+
+void tst_Waypost::SavingAsRefusesAnOpenFile()
+{
+    const QString first = mHome->CopyTour(u"ridge-walk"_s);
+    const QString second = mHome->CopyTour(u"north-face"_s);
+    const QByteArray before = ReadFile(second);
+    QCoreApplication::setAttribute(Qt::AA_DontUseNativeDialogs);
+    Shown shown;
+    shown.Window.OpenFiles({second, first});
+    WithDialog<QFileDialog>(shown.Window, {}, [&](QFileDialog& dialog) {
+        dialog.setOption(QFileDialog::DontConfirmOverwrite);
+        dialog.selectFile(second);
+        QMetaObject::invokeMethod(&dialog, "accept");
+    });
+    shown.Action(u"SaveAs"_s)->trigger();
+    const QString notice = shown.TakeNotice();
+    QVERIFY2(notice.startsWith(second + u" is already open"_s), qPrintable(notice));
+    QCOMPARE(ReadFile(second), before);
+    QCOMPARE(shown.Window.Tours().At(1).File, first);
+}
+
+void tst_Waypost::SavingAChangedFileAsks_data()
+{
+    QTest::addColumn<QString>("button");
+    QTest::addColumn<bool>("saves");
+
+    QTest::newRow("overwrite") << u"buttonOverwrite"_s << true;
+    QTest::newRow("cancel") << u"buttonCancel"_s << false;
+}
+
+void tst_Waypost::SavingAChangedFileAsks()
+{
+    QFETCH(const QString, button);
+    QFETCH(const bool, saves);
+
+    const QString file = mHome->CopyTour(u"ridge-walk"_s);
+    Shown shown;
+    shown.Window.OpenFiles({file});
+    shown.Action(u"AddPoint"_s)->trigger();
+    shown.Action(u"Save"_s)->trigger(); // the window's own save is no change
+    QVERIFY(!shown.Window.Tours().IsModified(0));
+
+    const QByteArray changed("<Tour Name=\"Changed by another program\"/>");
+    WriteFile(file, changed);
+    shown.Action(u"AddPoint"_s)->trigger();
+    AnswerQuestion(shown.Window, button, u"FileChanged"_s);
+    shown.Action(u"Save"_s)->trigger();
+    QCOMPARE(ReadFile(file) != changed, saves);
+    QCOMPARE(shown.Window.Tours().IsModified(0), !saves);
+}
+
+void tst_Waypost::LinkToAnOpenFile()
+{
+    const QString file = mHome->CopyTour(u"ridge-walk"_s);
+    const QString link = mHome->File(u"link.tour"_s);
+    QVERIFY(QFile::link(file, link));
+    Shown shown;
+    shown.Window.OpenFiles({file, link});
+    QCOMPARE(shown.Window.Tours().Count(), 1);
 }
 
 void tst_Waypost::RecentFiles()
