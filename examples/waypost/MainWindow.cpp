@@ -65,12 +65,15 @@ MainWindow::MainWindow(UserSettings& settings, const QString& dataFolder, const 
     ConnectGrid(grid);
     connect(&mTours, &TourBook::Changed, this, &MainWindow::Refresh);
     connect(&mLanguage, &Language::Changed, this, &MainWindow::ApplyLanguage);
+    mSettings.SetObserver([this](const SettingsReport& report) { mNotices.ShowSettingsReport(report); });
     ApplyLanguage();
 }
 //! [construct]
 
 MainWindow::~MainWindow()
 {
+    mSettings.SetObserver({});
+    mPointTable->disconnect(this); // an open editor is closed when it is destroyed
     mTours.disconnect(this); // undo stacks emit signals when they are destroyed
 }
 
@@ -516,8 +519,8 @@ FormDialog* MainWindow::ShowPreferences()
 void MainWindow::ApplyPreferences(const Preferences& preferences)
 {
     const bool sameLanguage = preferences.LanguageCode == mPreferences.LanguageCode;
+    mSettings.Write(mPreferences, preferences);
     mPreferences = preferences;
-    mSettings.Write(preferences);
     if (sameLanguage)
         ApplyLanguage();
     else
@@ -526,8 +529,10 @@ void MainWindow::ApplyPreferences(const Preferences& preferences)
 
 void MainWindow::SelectLanguage(const QString& code)
 {
-    mPreferences.LanguageCode = code;
-    mSettings.Write(mPreferences);
+    Preferences preferences = mPreferences;
+    preferences.LanguageCode = code;
+    mSettings.Write(mPreferences, preferences);
+    mPreferences = preferences;
     mLanguage.Select(code);
 }
 
@@ -649,7 +654,7 @@ void MainWindow::About()
 
 void MainWindow::ReportSettings()
 {
-    mNotices.ShowSettingsState(mSettings);
+    mNotices.ShowSettingsReport(mSettings.AtStart());
 }
 
 void MainWindow::RestorePlace()

@@ -50,14 +50,16 @@ void Notices::ShowWriteError(const QString& file)
 }
 
 //! [settings]
-void Notices::ShowSettingsState(const UserSettings& settings)
+void Notices::ShowSettingsReport(const SettingsReport& report)
 {
-    const XmlLoadError error = settings.Error();
-    if (settings.State() == Settings::FileState::SetAside) {
-        const QString file = QDir::toNativeSeparators(settings.SetAsideFile());
-        Show(Text(u"SettingsSetAside"_s).arg(error.Line).arg(error.Column).arg(file));
-    } else if (settings.State() == Settings::FileState::Unreadable) {
+    const XmlLoadError& error = report.Error;
+    const QString file = QDir::toNativeSeparators(report.File);
+    if (report.State == Settings::FileState::SetAside)
+        Show(Text(u"SettingsSetAside"_s)
+                 .arg(QString::number(error.Line), QString::number(error.Column), file));
+    else if (report.State == Settings::FileState::Unreadable)
         Show(Text(u"SettingsUnreadable"_s).arg(error.Text));
-    }
+    else if (!report.IsSaved)
+        Show(Text(u"SettingsNotSaved"_s).arg(file));
 }
 //! [settings]

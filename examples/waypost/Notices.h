@@ -26,8 +26,8 @@ public:
     void ShowLoadError(const QString& file, const TourError& error);
     /// Reports a tour that could not be saved.
     void ShowWriteError(const QString& file);
-    /// Reports a damaged or unreadable settings file; does nothing if the settings were loaded.
-    void ShowSettingsState(const UserSettings& settings);
+    /// Reports settings that were damaged, or cannot be read or saved; does nothing if all is well.
+    void ShowSettingsReport(const SettingsReport& report);
 
 private:
     [[nodiscard]] QString Text(const QString& name) const { return mBuilder.Text(name); }

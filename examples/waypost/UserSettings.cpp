@@ -8,6 +8,7 @@
 #include <QLockFile>
 
 #include <algorithm>
+#include <utility>
 
 using namespace Qt::StringLiterals;
 using Quorvin::Util::EnumValueName;
@@ -29,10 +30,19 @@ QList<EnumValueName> UnitNames()
 //! [open]
 UserSettings::UserSettings(const QString& folder)
     : mFile(folder + u"/settings.xml"_s)
-    , mState(mStore.OpenFile(mFile, kRoot))
-    , mSetAsideFile(mStore.GetSetAsideFile())
-    , mError(mStore.GetLoadError())
-{ }
+{
+    QLockFile lock(mFile + u".lock"_s);
+    lock.tryLock(kLockTimeoutMs); // another process may be about to rename a damaged file
+    mAtStart = Open();
+    mWasSaved = mAtStart.IsSaved;
+}
+
+SettingsReport UserSettings::Open()
+{
+    const Settings::FileState state = mStore.OpenFile(mFile, kRoot);
+    return {state, state != Settings::FileState::Unreadable,
+            state == Settings::FileState::SetAside ? mStore.GetSetAsideFile() : mFile, mStore.GetLoadError()};
+}
 //! [open]
 
 //! [change]
@@ -40,12 +50,27 @@ void UserSettings::Change(const std::function<void(Settings&)>& change)
 {
     QLockFile lock(mFile + u".lock"_s);
     lock.tryLock(kLockTimeoutMs); // if it fails, the later change wins
-    mStore.OpenFile(mFile, kRoot);
+    SettingsReport report = Open(); // other processes may have changed the file
     change(mStore);
-    mStore.MarkChanged(); // WriteRect, WriteEnum and WriteBuffer do not mark the store themselves
-    mStore.Save();
+    // SaveAsXmlFile has a result, which Save has not. After OpenFile, nothing is left to save later.
+    report.IsSaved = report.IsSaved && mStore.SaveAsXmlFile(mFile);
+    mStore.OpenFile(mFile, kRoot);
+    lock.unlock();
+    Observe(report);
 }
 //! [change]
+
+void UserSettings::SetObserver(std::function<void(const SettingsReport& report)> observer)
+{
+    mObserver = std::move(observer);
+}
+
+void UserSettings::Observe(const SettingsReport& report)
+{
+    const bool isNewFailure = std::exchange(mWasSaved, report.IsSaved) && !report.IsSaved;
+    if (mObserver && (isNewFailure || report.State == Settings::FileState::SetAside))
+        mObserver(report);
+}
 
 Preferences UserSettings::ReadPreferences()
 {
@@ -66,19 +91,28 @@ Preferences UserSettings::ReadPreferences()
     return read;
 }
 
-void UserSettings::Write(const Preferences& preferences)
+void UserSettings::Write(const Preferences& before, const Preferences& after)
 {
-    Change([&preferences](Settings& store) {
+    Change([&before, &after](Settings& store) {
         QList<EnumValueName> units = UnitNames();
-        store.WriteString(u"General"_s, u"Language"_s, preferences.LanguageCode);
-        store.WriteEnum(u"General"_s, u"Units"_s, int(preferences.Unit), units.data(), int(units.size()));
-        store.WriteBoolean(u"General"_s, u"OpenLast"_s, preferences.OpenLast);
-        store.WriteBoolean(u"Map"_s, u"Grid"_s, preferences.Grid);
-        store.WriteBoolean(u"Map"_s, u"Names"_s, preferences.Names);
-        store.WriteBoolean(u"Map"_s, u"Profile"_s, preferences.Profile);
-        store.WriteString(u"Track"_s, u"Colour"_s, preferences.TrackColour.name());
-        store.WriteInt(u"Track"_s, u"Width"_s, preferences.TrackWidth);
-        store.WriteBoolean(u"Track"_s, u"Smooth"_s, preferences.Smooth);
+        if (after.LanguageCode != before.LanguageCode)
+            store.WriteString(u"General"_s, u"Language"_s, after.LanguageCode);
+        if (after.Unit != before.Unit)
+            store.WriteEnum(u"General"_s, u"Units"_s, int(after.Unit), units.data(), int(units.size()));
+        if (after.OpenLast != before.OpenLast)
+            store.WriteBoolean(u"General"_s, u"OpenLast"_s, after.OpenLast);
+        if (after.Grid != before.Grid)
+            store.WriteBoolean(u"Map"_s, u"Grid"_s, after.Grid);
+        if (after.Names != before.Names)
+            store.WriteBoolean(u"Map"_s, u"Names"_s, after.Names);
+        if (after.Profile != before.Profile)
+            store.WriteBoolean(u"Map"_s, u"Profile"_s, after.Profile);
+        if (after.TrackColour != before.TrackColour)
+            store.WriteString(u"Track"_s, u"Colour"_s, after.TrackColour.name());
+        if (after.TrackWidth != before.TrackWidth)
+            store.WriteInt(u"Track"_s, u"Width"_s, after.TrackWidth);
+        if (after.Smooth != before.Smooth)
+            store.WriteBoolean(u"Track"_s, u"Smooth"_s, after.Smooth);
     });
 }
 

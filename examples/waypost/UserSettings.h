@@ -39,6 +39,15 @@ struct WindowPlace
     QByteArray Splitters;
 };
 
+/// How an access to the settings file ended.
+struct SettingsReport
+{
+    Quorvin::Util::Settings::FileState State = Quorvin::Util::Settings::FileState::New;
+    bool IsSaved = true; // false if a change could not be saved
+    QString File; // the copy of a damaged file; otherwise the settings file
+    Quorvin::Util::XmlLoadError Error; // why the file was damaged or unreadable
+};
+
 /// The settings of Waypost, in one file that all processes of the user share.
 ///
 /// Every change reads the file again under a lock, so that no process overwrites the changes of another.
@@ -48,15 +57,16 @@ public:
     /// \param folder  an existing folder for settings.xml
     explicit UserSettings(const QString& folder);
 
-    /// The state in which the constructor found the file. Report SetAside and Unreadable to the user.
-    [[nodiscard]] Quorvin::Util::Settings::FileState State() const { return mState; }
-    /// The name of the copy of a damaged file; empty if the file was not damaged.
-    [[nodiscard]] QString SetAsideFile() const { return mSetAsideFile; }
-    /// The reason why the file could not be read.
-    [[nodiscard]] Quorvin::Util::XmlLoadError Error() const { return mError; }
+    /// How the constructor found the file.
+    [[nodiscard]] const SettingsReport& AtStart() const { return mAtStart; }
+    /// Sets a function that is called when a change cannot be saved, or has found a damaged file. It is not
+    /// called again for the same failure.
+    void SetObserver(std::function<void(const SettingsReport& report)> observer);
 
     [[nodiscard]] Preferences ReadPreferences();
-    void Write(const Preferences& preferences);
+    /// Writes the preferences in which \p after differs from \p before. The others may have been changed by
+    /// another process.
+    void Write(const Preferences& before, const Preferences& after);
 
     [[nodiscard]] WindowPlace ReadWindowPlace();
     void Write(const WindowPlace& place);
@@ -70,13 +80,15 @@ public:
 
 private:
     void Change(const std::function<void(Quorvin::Util::Settings&)>& change);
+    SettingsReport Open();
+    void Observe(const SettingsReport& report);
     [[nodiscard]] QStringList ReadList(const QString& name);
 
     QString mFile;
     Quorvin::Util::Settings mStore;
-    Quorvin::Util::Settings::FileState mState;
-    QString mSetAsideFile;
-    Quorvin::Util::XmlLoadError mError;
+    SettingsReport mAtStart;
+    std::function<void(const SettingsReport&)> mObserver;
+    bool mWasSaved = true;
 };
 
 #endif // WAYPOST_USERSETTINGS_H

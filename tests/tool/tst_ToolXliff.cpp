@@ -1207,10 +1207,10 @@ void tst_ToolXliff::Samples()
         "examples/data "
         "-o examples/data/Waypost.$l.xlf --dry-run; done"_s.arg(folder));
     QCOMPARE(result.ToText(),
-             u"examples/data/Waypost.de.xlf: 128 units, no findings\n"
-             "examples/data/Waypost.ja.xlf: 128 units, no findings\n"
-             "examples/data/Waypost.de.xlf: 128 texts in 2 documents: 128 kept, 0 new; unchanged\n"
-             "examples/data/Waypost.ja.xlf: 128 texts in 2 documents: 128 kept, 0 new; unchanged\n=> 0\n"_s);
+             u"examples/data/Waypost.de.xlf: 129 units, no findings\n"
+             "examples/data/Waypost.ja.xlf: 129 units, no findings\n"
+             "examples/data/Waypost.de.xlf: 129 texts in 2 documents: 129 kept, 0 new; unchanged\n"
+             "examples/data/Waypost.ja.xlf: 129 texts in 2 documents: 129 kept, 0 new; unchanged\n=> 0\n"_s);
 }
 
 QTEST_GUILESS_MAIN(tst_ToolXliff)

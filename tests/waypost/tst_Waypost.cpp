@@ -114,6 +114,8 @@ private Q_SLOTS:
     void Settings_unreadable();
     void Settings_twoWindowsKeepBothChanges();
     void Settings_pathThatXmlForbids();
+    void Settings_failedChangeIsTold_data();
+    void Settings_failedChangeIsTold();
 
     void Program_help();
     void Program_picture_data();
@@ -804,7 +806,7 @@ void tst_Waypost::Settings_damaged()
     WriteFile(Home::SettingsFile(), damaged);
     {
         Shown shown;
-        QCOMPARE(int(shown.Store.State()), int(Settings::FileState::SetAside));
+        QCOMPARE(int(shown.Store.AtStart().State), int(Settings::FileState::SetAside));
         QCOMPARE(shown.Window.CurrentLanguage().Code(), u"en"_s);
         shown.Window.ReportSettings();
         const QString notice = shown.TakeNotice();
@@ -814,7 +816,7 @@ void tst_Waypost::Settings_damaged()
     }
     QCOMPARE(ReadFile(Home::SettingsFile() + u".damaged"_s), damaged);
     const Shown again;
-    QCOMPARE(int(again.Store.State()),
+    QCOMPARE(int(again.Store.AtStart().State),
              int(Settings::FileState::Loaded)); // the first start replaced the file
 }
 
@@ -823,7 +825,7 @@ void tst_Waypost::Settings_unreadable()
     // A folder of that name cannot be read as a file, not even by root.
     QVERIFY(QDir().mkpath(Home::SettingsFile()));
     Shown shown;
-    QCOMPARE(int(shown.Store.State()), int(Settings::FileState::Unreadable));
+    QCOMPARE(int(shown.Store.AtStart().State), int(Settings::FileState::Unreadable));
     shown.Window.ReportSettings();
     const QString notice = shown.TakeNotice();
     QVERIFY2(notice.startsWith(u"Your settings cannot be read: "_s), qPrintable(notice));
@@ -836,12 +838,18 @@ void tst_Waypost::Settings_twoWindowsKeepBothChanges()
     UserSettings one(Places::UserFolder());
     UserSettings other(Places::UserFolder());
     one.AddRecentFile(u"/a.tour"_s);
-    Preferences preferences = other.ReadPreferences();
-    preferences.Unit = Units::Imperial;
-    other.Write(preferences);
+    // Both have the preferences of the start.
+    const Preferences before = one.ReadPreferences();
+    Preferences metres = before;
+    metres.Unit = Units::Imperial;
+    one.Write(before, metres);
+    Preferences grid = before;
+    grid.Grid = false;
+    other.Write(before, grid);
     UserSettings now(Places::UserFolder());
     QCOMPARE(now.RecentFiles(), QStringList({u"/a.tour"_s}));
     QCOMPARE(int(now.ReadPreferences().Unit), int(Units::Imperial));
+    QCOMPARE(now.ReadPreferences().Grid, false);
 }
 
 void tst_Waypost::Settings_pathThatXmlForbids()
@@ -854,9 +862,42 @@ void tst_Waypost::Settings_pathThatXmlForbids()
         settings.WriteLastFiles({forbidden, u"/b.tour"_s});
     }
     UserSettings again(Places::UserFolder());
-    QCOMPARE(int(again.State()), int(Settings::FileState::Loaded));
+    QCOMPARE(int(again.AtStart().State), int(Settings::FileState::Loaded));
     QCOMPARE(again.RecentFiles(), QStringList({u"/b.tour"_s}));
     QCOMPARE(again.LastFiles(), QStringList({u"/b.tour"_s}));
+}
+
+void tst_Waypost::Settings_failedChangeIsTold_data()
+{
+    QTest::addColumn<bool>("isReadable");
+    QTest::addColumn<QString>("expected");
+
+    QTest::newRow("cannot be read") << false << u"Your settings cannot be read: "_s;
+    QTest::newRow("cannot be saved") << true << u"Your settings cannot be saved. "_s;
+}
+
+void tst_Waypost::Settings_failedChangeIsTold()
+{
+    QFETCH(const bool, isReadable);
+    QFETCH(const QString, expected);
+
+    const QString folder = Places::UserFolder();
+    Shown shown;
+    QVERIFY(QDir(folder).removeRecursively());
+    if (!isReadable)
+        QVERIFY(QDir().mkpath(folder + u"/settings.xml"_s));
+    shown.Action(u"Grid"_s)->trigger();
+    const QString notice = shown.TakeNotice();
+    QVERIFY2(notice.startsWith(expected), qPrintable(notice));
+    EVENTUALLY(shown.Window.findChild<FormDialog*>(u"Notice"_s) == nullptr);
+    shown.Action(u"Grid"_s)->trigger();
+    QCOMPARE(shown.TakeNotice(), QString()); // once is enough
+
+    QVERIFY(QDir(folder).removeRecursively());
+    QVERIFY(QDir().mkpath(folder));
+    shown.Action(u"Grid"_s)->trigger();
+    QCOMPARE(shown.TakeNotice(), QString());
+    QVERIFY(QFile::exists(folder + u"/settings.xml"_s));
 }
 
 // Programs
