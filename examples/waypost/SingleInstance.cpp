@@ -13,7 +13,7 @@ using Quorvin::Util::IPCManager;
 
 namespace {
 
-constexpr int kTimeoutMs = 5000;
+constexpr int kTimeoutMs = 30000; // the first instance may take long to start
 constexpr int kFirstAttemptMs = 50;
 constexpr int kLongestAttemptMs = 800;
 
@@ -42,6 +42,8 @@ SingleInstance::Outcome SingleInstance::Claim(QLockFile& lock, const QString& na
          timeoutMs = std::min(2 * timeoutMs, kLongestAttemptMs)) {
         if (lock.tryLock(0))
             return Outcome::First;
+        if (lock.error() != QLockFile::LockFailedError)
+            return Outcome::First; // nobody can lock it, because the folder is read-only, for example
         // The holder of the lock may not listen yet, or may be about to exit, so try both in turn.
         if (HandOver(name, files, timeoutMs))
             return Outcome::HandedOver;

@@ -29,7 +29,7 @@ class SingleInstance : public QObject, private Quorvin::Util::IMessageResponder
     Q_OBJECT
 public:
     enum class Outcome {
-        First, // this process holds the lock: create a SingleInstance
+        First, // this process holds the lock, or no process can lock: create a SingleInstance
         HandedOver, // another instance has received the files: exit
         NoAnswer, // another instance is running, but does not answer
     };

@@ -133,6 +133,14 @@ void TakePicture(MainWindow& window, const Options& options)
 int Run(QApplication& application, const Options& options, bool isFirst)
 {
     const bool isPicture = !options.Screenshot.isEmpty();
+    // Before the window: later instances wait for this server. The window opens their files when it is ready.
+    std::optional<SingleInstance> instance;
+    QStringList files = options.Files;
+    if (isFirst) {
+        instance.emplace(Places::ProcessName());
+        QObject::connect(&*instance, &SingleInstance::FilesReceived, &*instance,
+                         [&files](const QStringList& received) { files += received; });
+    }
     UserSettings settings(Places::UserFolder());
     MainWindow window(settings, Places::DataFolder(),
                       isPicture && options.Picture != "window-menu"_L1 ? QString() : Places::ProcessName());
@@ -144,21 +152,20 @@ int Run(QApplication& application, const Options& options, bool isFirst)
     if (options.LanguageCode)
         window.SelectLanguageOnce(*options.LanguageCode);
 
-    std::optional<SingleInstance> instance;
-    if (isFirst) {
-        instance.emplace(Places::ProcessName());
+    if (instance) {
+        instance->disconnect();
         QObject::connect(&*instance, &SingleInstance::FilesReceived, &window,
-                         [&window](const QStringList& files) {
-                             window.OpenFiles(files);
+                         [&window](const QStringList& received) {
+                             window.OpenFiles(received);
                              window.ComeForward();
                          });
     }
     if (!isPicture)
         window.RestorePlace();
     window.show();
-    if (isFirst && options.Files.isEmpty())
+    if (!options.NewWindow && !isPicture && options.Files.isEmpty())
         window.OpenLastFiles();
-    window.OpenFiles(options.Files);
+    window.OpenFiles(files);
     if (isPicture)
         TakePicture(window, options);
     else

@@ -7,6 +7,7 @@
 #include "FormDialog.h"
 #include "MainWindow.h"
 #include "Places.h"
+#include "SingleInstance.h"
 #include "Tour.h"
 #include "TourView.h"
 #include "UserSettings.h"
@@ -21,6 +22,7 @@
 #include <QLabel>
 #include <QLibraryInfo>
 #include <QLineEdit>
+#include <QLockFile>
 #include <QMenu>
 #include <QMenuBar>
 #include <QProcess>
@@ -38,6 +40,9 @@
 #include <memory>
 #include <utility>
 #include <vector>
+
+#include <fcntl.h>
+#include <sys/stat.h>
 
 using namespace Qt::StringLiterals;
 using namespace WaypostSupport;
@@ -121,6 +126,8 @@ private Q_SLOTS:
     void Program_picture_data();
     void Program_picture();
     void Program_handsItsFilesOver();
+    void Program_listensBeforeItsWindow();
+    void Program_startsWithoutALock();
     void Program_manyStartsAtOnce();
     void Program_killedFirstBlocksNobody();
     void Grid_findsAndLosesWindows();
@@ -956,6 +963,37 @@ void tst_Waypost::Program_handsItsFilesOver()
     Program third({});
     QCOMPARE(third.Result(), 0);
     qInfo("a later start took %lld ms", clock.elapsed());
+}
+
+// A pipe instead of the settings keeps the first process waiting before it has a window.
+void tst_Waypost::Program_listensBeforeItsWindow()
+{
+    const QString file = mHome->CopyTour(u"lake-circuit"_s);
+    const QByteArray pipe = QFile::encodeName(Home::SettingsFile());
+    QCOMPARE(::mkfifo(pipe.constData(), 0600), 0);
+    Program first({});
+    EVENTUALLY(QFile::exists(QDir::tempPath() + u'/' + Places::ProcessName()));
+    Program second({file}); // waits for an answer
+    int writer = -1;
+    EVENTUALLY((writer = ::open(pipe.constData(), O_WRONLY | O_NONBLOCK)) >= 0); // if first reads
+    QVERIFY(QFile::remove(Home::SettingsFile()));
+    QFile settings;
+    QVERIFY(settings.open(writer, QIODevice::WriteOnly, QFileDevice::AutoCloseHandle));
+    QCOMPARE(settings.write("<Waypost/>"), 10);
+    settings.close();
+    EVENTUALLY(!second.IsRunning());
+    QCOMPARE(second.Result(), 0);
+    EVENTUALLY(ReadFile(Home::SettingsFile()).contains("lake-circuit.tour"));
+    QVERIFY(first.IsRunning());
+}
+
+void tst_Waypost::Program_startsWithoutALock()
+{
+    // Nobody can create a file below a file, not even root.
+    const QString file = mHome->CopyTour(u"lake-circuit"_s);
+    QLockFile lock(file + u"/instance.lock"_s);
+    const auto outcome = SingleInstance::Claim(lock, Places::ProcessName(), {});
+    QCOMPARE(int(outcome), int(SingleInstance::Outcome::First));
 }
 
 void tst_Waypost::Program_manyStartsAtOnce()
