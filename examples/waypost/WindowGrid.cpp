@@ -7,6 +7,7 @@
 
 #include <QCoreApplication>
 #include <QPointer>
+#include <QUuid>
 
 #include <algorithm>
 #include <chrono>
@@ -23,7 +24,6 @@ namespace {
 constexpr auto kLookInterval = 500ms;
 constexpr auto kTimeout = 4s;
 constexpr auto kRetryDelay = 100ms;
-constexpr int kAnswerTimeoutMs = 2000;
 
 } // namespace
 
@@ -109,7 +109,8 @@ void WindowGrid::SendTour(qint64 processId, const QString& xml)
         if (window.ProcessId == processId)
             title = window.Title;
     }
-    Ask(processId, u"Tour"_s, {{u"Xml"_s, xml}},
+    const QString id = QUuid::createUuid().toString();
+    Ask(processId, u"Tour"_s, {{u"Id"_s, id}, {u"Xml"_s, xml}},
         [this, title](const auto& answer) { Q_EMIT TourSent(title, answer.has_value()); });
 }
 
@@ -134,6 +135,10 @@ bool WindowGrid::HandleMessage(const QString& messageId, const QVariantMap& para
     } else if (messageId == "Raise"_L1) {
         QMetaObject::invokeMethod(this, &WindowGrid::RaiseWanted, Qt::QueuedConnection);
     } else if (messageId == "Tour"_L1) {
+        const QString id = params.value(u"Id"_s).toString();
+        if (mReceived.contains(id)) // sent again, because the connection was lost before the answer
+            return true;
+        mReceived.insert(id);
         const QString xml = params.value(u"Xml"_s).toString();
         QMetaObject::invokeMethod(
             this, [this, xml] { Q_EMIT TourReceived(xml); }, Qt::QueuedConnection);
@@ -160,11 +165,12 @@ Courier::Courier(const QString& server, const QString& question, const QVariantM
 
 void Courier::Ask()
 {
-    if (std::exchange(mIsAsking, true))
+    if (!mDone || std::exchange(mIsAsking, true))
         return;
     const QPointer<Courier> alive = this; // the window may be closed during the wait
     QVariantMap answer;
-    mManager.SendMessageAndGetResponse({}, mQuestion, mParams, answer, kAnswerTimeoutMs);
+    // Wait for all of the time: a request stays sent after a time-out, and would arrive twice if sent again.
+    mManager.SendMessageAndGetResponse({}, mQuestion, mParams, answer, mTimeout.remainingTime());
     if (!alive)
         return;
     mIsAsking = false;

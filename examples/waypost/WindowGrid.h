@@ -10,6 +10,7 @@
 
 #include <QList>
 #include <QObject>
+#include <QSet>
 #include <QString>
 #include <QTimer>
 
@@ -69,10 +70,13 @@ private:
     Quorvin::Util::IPCManager mManager;
     QString mTitle;
     QList<Window> mOthers;
+    QSet<QString> mReceived; // ids of the tours that have arrived
     QTimer mTimer;
 };
 
 /// Sends one request to a server, over a new connection, and deletes itself after the answer.
+///
+/// If the connection is lost, the request is sent again, so it may arrive twice.
 class Courier : public QObject
 {
     Q_OBJECT

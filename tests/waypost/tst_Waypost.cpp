@@ -22,6 +22,8 @@
 #include <QLabel>
 #include <QLibraryInfo>
 #include <QLineEdit>
+#include <QLocalServer>
+#include <QLocalSocket>
 #include <QLockFile>
 #include <QMenu>
 #include <QMenuBar>
@@ -132,6 +134,8 @@ private Q_SLOTS:
     void Program_killedFirstBlocksNobody();
     void Grid_findsAndLosesWindows();
     void Grid_sendsTours();
+    void Grid_ignoresATourSentAgain();
+    void Grid_sendsOnceWhileConnected();
 
 private:
     std::unique_ptr<Home> mHome;
@@ -1093,6 +1097,53 @@ void tst_Waypost::Grid_sendsTours()
     EVENTUALLY(isTaken);
     QVERIFY(shown.Window.Tours().At(1).Content == MakeTour());
     QVERIFY(shown.Window.Tours().IsModified(1)); // not saved to a file yet
+}
+
+void tst_Waypost::Grid_ignoresATourSentAgain()
+{
+    Shown shown(Places::ProcessName());
+    const QString server = Places::ProcessName() + u'.'
+        + QFileInfo(QCoreApplication::applicationFilePath()).baseName() + u'.'
+        + QString::number(QCoreApplication::applicationPid());
+    const QVariantMap message{{u"Id"_s, u"1"_s}, {u"Xml"_s, MakeTour().ToXml()}};
+    for (int answers = 0; answers < 2; ++answers) { // one after the other
+        bool isTaken = false;
+        new Courier(
+            server, u"Tour"_s, message,
+            [&isTaken](const std::optional<QVariantMap>& answer) { isTaken = answer.has_value(); },
+            &shown.Window);
+        EVENTUALLY(isTaken);
+        EVENTUALLY(shown.Window.Tours().Count() > 0);
+    }
+    QCoreApplication::processEvents(); // the tour is announced after the answer
+    QCOMPARE(shown.Window.Tours().Count(), 1);
+}
+
+// A busy window reads its messages later, so a second one would bring the tour twice.
+void tst_Waypost::Grid_sendsOnceWhileConnected()
+{
+    const QString name = mHome->File(u"s"_s);
+    QLocalServer server;
+    QVERIFY(server.listen(name));
+    QByteArray received;
+    connect(&server, &QLocalServer::newConnection, this, [&] {
+        QLocalSocket* socket = server.nextPendingConnection();
+        connect(socket, &QLocalSocket::readyRead, this,
+                [&received, socket] { received += socket->readAll(); });
+    });
+    bool isDone = false;
+    bool isTaken = true;
+    QObject parent;
+    new Courier(
+        name, u"Question"_s, {},
+        [&](const std::optional<QVariantMap>& answer) {
+            isDone = true;
+            isTaken = answer.has_value();
+        },
+        &parent);
+    EVENTUALLY(isDone);
+    QVERIFY(!isTaken);
+    QCOMPARE(received.count("Question"), 1);
 }
 
 QTEST_MAIN(tst_Waypost)
