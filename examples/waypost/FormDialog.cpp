@@ -81,6 +81,7 @@ FormDialog::FormDialog(XmlFiler& document, QWidget* parent)
             pages->addTab(page, document.ReadString(u"Title"_s, QString()));
         } else if (element == "Message"_L1) {
             mMessage = new QLabel(document.ReadNodeText());
+            mMessage->setTextFormat(Qt::PlainText); // a name may contain "<b>"
             mMessage->setWordWrap(true);
             mMessage->setMinimumWidth(360);
         } else if (element == "Button"_L1) {

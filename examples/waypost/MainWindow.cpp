@@ -307,7 +307,7 @@ void MainWindow::SaveAs(int index)
     dialog.setAcceptMode(QFileDialog::AcceptSave);
     dialog.setDefaultSuffix(u"tour"_s);
     const QString file = mTours.At(index).File;
-    const QString name = GeneralUtil::FixInvalidCharsInFileName(mTours.At(index).Content.Name, u"-"_s);
+    const QString name = GeneralUtil::FixInvalidCharsInFileName(NameOf(index), u"-"_s);
     dialog.selectFile(file.isEmpty() ? name + u".tour"_s : file);
     if (dialog.exec() != QDialog::Accepted || dialog.selectedFiles().isEmpty())
         return;
@@ -482,12 +482,15 @@ void MainWindow::EditDetails()
     const std::unique_ptr<FormDialog> dialog(FormDialog::Make(mDocument, u"Details"_s, this));
     dialog->SetValue(u"Name"_s, tour.Name);
     dialog->SetValue(u"Date"_s, tour.Date.date());
+    const QDate shownDate = dialog->Value(u"Date"_s).toDate(); // today, if the tour has no date
     dialog->SetValue(u"Kind"_s, Tour::NameOf(tour.Kind));
     dialog->SetValue(u"Notes"_s, tour.Notes);
     if (dialog->exec() != QDialog::Accepted)
         return;
     tour.Name = dialog->Value(u"Name"_s).toString();
-    tour.Date.setDate(dialog->Value(u"Date"_s).toDate());
+    const QDate date = dialog->Value(u"Date"_s).toDate();
+    if (date != shownDate)
+        tour.Date.setDate(date);
     tour.Kind = Tour::TourKindOf(dialog->Value(u"Kind"_s).toString());
     tour.Notes = dialog->Value(u"Notes"_s).toString();
     mTours.Change(index, u"ChangeDetails"_s, tour);

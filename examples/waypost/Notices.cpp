@@ -32,7 +32,9 @@ void Notices::ShowLoadError(const QString& file, const TourError& error)
     const QString name = QDir::toNativeSeparators(file);
     switch (error.Why) {
     case TourError::Reason::Damaged:
-        Show(Text(u"Damaged"_s).arg(name).arg(error.Line).arg(error.Column).arg(error.Text));
+        Show(Text(u"Damaged"_s)
+                 // All at once: a name may contain "%2" itself.
+                 .arg(name, QString::number(error.Line), QString::number(error.Column), error.Text));
         break;
     case TourError::Reason::Unreadable:
         Show(Text(u"Unreadable"_s).arg(name, error.Text));

@@ -162,9 +162,12 @@ bool Tour::ReadFrom(XmlFiler& filer)
     if (!filer.MoveToNode(u"Points"_s))
         return true; // a tour without points
     for (bool found = filer.MoveToFirstChild(); found; found = filer.MoveToNextSibling()) {
-        Points.append({filer.ReadString(u"Name"_s, QString()),
-                       static_cast<PointKind>(filer.ReadEnum(u"Kind"_s, int(PointKind::Track),
-                                                             pointKinds.data(), Count(pointKinds))),
+        const QString name = filer.ReadString(u"Name"_s, QString());
+        // A waypoint of an unknown kind, perhaps from a newer version, must not become a point of the track.
+        const PointKind fallback = name.isEmpty() ? PointKind::Track : PointKind::View;
+        Points.append({name,
+                       static_cast<PointKind>(
+                           filer.ReadEnum(u"Kind"_s, int(fallback), pointKinds.data(), Count(pointKinds))),
                        filer.ReadDouble(u"Latitude"_s, 0), filer.ReadDouble(u"Longitude"_s, 0),
                        filer.ReadDouble(u"Elevation"_s, 0)});
     }

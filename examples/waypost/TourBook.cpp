@@ -27,7 +27,11 @@ public:
 private:
     void Set(const Tour& tour)
     {
+        const QRect section = mTarget.Section;
+        const QByteArray thumbnail = mTarget.Thumbnail;
         mTarget = tour;
+        mTarget.Section = section; // these cannot be undone
+        mTarget.Thumbnail = thumbnail;
         mChanged();
     }
 

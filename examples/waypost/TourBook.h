@@ -56,7 +56,8 @@ public:
     /// Replaces a tour. Undo() reverts this.
     /// \param text  name of the change, for the menu
     void Change(int index, const QString& text, const Tour& tour);
-    /// Sets properties that are saved with the tour, but cannot be undone.
+    /// Sets properties that are saved with the tour, but cannot be undone. The tour does not count as
+    /// modified: a user who has only looked at the map is not asked whether to save it.
     void SetSection(int index, const QRect& section);
     void SetThumbnail(int index, const QByteArray& thumbnail);
     void Undo(int index) { mEntries[static_cast<size_t>(index)]->Changes.undo(); }

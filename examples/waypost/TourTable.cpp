@@ -9,6 +9,7 @@
 #include <QLabel>
 #include <QPixmap>
 #include <QStackedLayout>
+#include <QTextDocument>
 
 using namespace Qt::StringLiterals;
 
@@ -51,7 +52,8 @@ void TourTable::Fill(const TourBook& tours, Units units, const QLocale& locale, 
                 date->setIcon(thumbnail);
             const QString title = tour.Name.isEmpty() ? untitled : tour.Name;
             QTableWidgetItem* name = MakeCell(title + (tours.IsModified(i) ? u" *"_s : QString()));
-            name->setToolTip(tour.Notes);
+            if (!tour.Notes.isEmpty())
+                name->setToolTip(Qt::convertFromPlainText(tour.Notes)); // notes may contain "<b>"
             setItem(i, Date, date);
             setItem(i, Name, name);
             setItem(i, Length, MakeCell(FormatWay(tour.Length(), units, locale), true));

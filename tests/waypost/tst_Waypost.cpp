@@ -82,6 +82,7 @@ private Q_SLOTS:
     void Tour_cannotBeLoaded();
     void Tour_dropsWhatXmlForbids_data();
     void Tour_dropsWhatXmlForbids();
+    void Tour_ofANewerVersionKeepsItsWaypoints();
     void Tour_exportsGpx();
 
     void Window_isBuiltFromItsDocument();
@@ -100,6 +101,8 @@ private Q_SLOTS:
     void EditStaysInItsTour();
     void OpenEditorIsSaved_data();
     void OpenEditorIsSaved();
+    void UndoKeepsTheMap();
+    void DetailsKeepAMissingDate();
     void NewTourIsNamedInItsDialog();
     void Map_selectsByMouseAndKeys();
     void DamagedFileIsTold_data();
@@ -111,6 +114,7 @@ private Q_SLOTS:
     void SavingAsRefusesAnOpenFile();
     void SavingAChangedFileAsks_data();
     void SavingAChangedFileAsks();
+    void NamesAreNoRichText();
     void RecentFiles();
     void LinkToAnOpenFile();
     void Help_data();
@@ -229,6 +233,16 @@ void tst_Waypost::Tour_dropsWhatXmlForbids()
     QVERIFY2(read.has_value(), qPrintable(error.Text));
     QCOMPARE(read->Notes, expected);
     QVERIFY(Tour::FromXml(tour.ToXml()).has_value());
+}
+
+void tst_Waypost::Tour_ofANewerVersionKeepsItsWaypoints()
+{
+    const std::optional<Tour> tour
+        = Tour::FromXml(u"<Tour><Points><Point Name='Bivouac' Kind='Tent'/><Point Kind='Tent'/>"
+                        "</Points></Tour>"_s);
+    QVERIFY(tour.has_value());
+    QCOMPARE(int(tour->Points.at(0).Kind), int(PointKind::View));
+    QCOMPARE(int(tour->Points.at(1).Kind), int(PointKind::Track));
 }
 
 void tst_Waypost::Tour_exportsGpx()
@@ -549,6 +563,33 @@ void tst_Waypost::OpenEditorIsSaved()
     QVERIFY(!shown.Window.Tours().IsModified(0));
 }
 
+void tst_Waypost::UndoKeepsTheMap()
+{
+    Shown shown;
+    shown.Window.OpenFiles({mHome->CopyTour(u"ridge-walk"_s)});
+    shown.Action(u"AddPoint"_s)->trigger();
+    shown.Action(u"ZoomIn"_s)->trigger();
+    const QRect section = shown.Window.Tours().At(0).Content.Section;
+    QVERIFY(!section.isNull());
+    shown.Action(u"Undo"_s)->trigger();
+    QCOMPARE(shown.Window.Tours().At(0).Content.Section, section);
+}
+
+void tst_Waypost::DetailsKeepAMissingDate()
+{
+    Shown shown;
+    const QString file = mHome->File(u"t.tour"_s);
+    WriteFile(file, "<Tour Name=\"Undated\"/>");
+    shown.Window.OpenFiles({file});
+    WithDialog<FormDialog>(shown.Window, u"Details"_s, [](FormDialog& dialog) {
+        dialog.SetValue(u"Name"_s, u"Renamed"_s);
+        dialog.accept();
+    });
+    shown.Action(u"Details"_s)->trigger();
+    QCOMPARE(shown.Window.Tours().At(0).Content.Name, u"Renamed"_s);
+    QVERIFY(!shown.Window.Tours().At(0).Content.Date.isValid());
+}
+
 void tst_Waypost::NewTourIsNamedInItsDialog()
 {
     Shown shown;
@@ -615,7 +656,7 @@ void tst_Waypost::DamagedFileIsTold()
     QFETCH(const QByteArray, content);
     QFETCH(const QString, expected);
 
-    const QString file = mHome->File(u"t.tour"_s);
+    const QString file = mHome->File(u"t%2.tour"_s); // "%2" is also the place of the line in the message
     WriteFile(file, content);
     Shown shown;
     shown.Window.OpenFiles({file});
@@ -738,6 +779,29 @@ void tst_Waypost::SavingAChangedFileAsks()
     shown.Action(u"Save"_s)->trigger();
     QCOMPARE(ReadFile(file) != changed, saves);
     QCOMPARE(shown.Window.Tours().IsModified(0), !saves);
+}
+
+void tst_Waypost::NamesAreNoRichText()
+{
+    Shown shown;
+    Tour tour = MakeTour();
+    tour.Name = tour.Notes = u"<b>1&2</b>"_s;
+    const QString file = mHome->File(u"t.tour"_s);
+    QVERIFY(tour.Save(file));
+    shown.Window.OpenFiles({file});
+    QVERIFY(shown.Tours()->item(0, 1)->toolTip().contains(u"&lt;b&gt;1&amp;2&lt;/b&gt;"_s));
+    shown.Action(u"AddPoint"_s)->trigger();
+    Qt::TextFormat format = Qt::AutoText;
+    WithDialog<FormDialog>(shown.Window, u"CloseTour"_s, [&format](FormDialog& question) {
+        const QList<QLabel*> labels = question.findChildren<QLabel*>();
+        for (const QLabel* label : labels) {
+            if (label->text().contains(u"<b>"_s))
+                format = label->textFormat();
+        }
+        question.reject();
+    });
+    shown.Action(u"Close"_s)->trigger();
+    QCOMPARE(format, Qt::PlainText);
 }
 
 void tst_Waypost::LinkToAnOpenFile()
