@@ -106,16 +106,16 @@ public:
         return RunProgram(QStringLiteral("sh"), {QStringLiteral("-c"), line}, {});
     }
 
-    /// Runs the tool with standard output and standard error on a terminal of 80 columns.
+    /// Runs the tool with standard output and standard error on a terminal.
     /// \return what appeared on the terminal, as Output
-    [[nodiscard]] ToolResult RunOnTerminal(const QStringList& arguments) const
+    [[nodiscard]] ToolResult RunOnTerminal(const QStringList& arguments, unsigned short columns = 80) const
     {
         const int terminal = posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC);
         if (terminal < 0 || grantpt(terminal) != 0 || unlockpt(terminal) != 0)
             return {};
         const int inner = open(ptsname(terminal), O_RDWR | O_NOCTTY | O_CLOEXEC);
         winsize size = {};
-        size.ws_col = 80;
+        size.ws_col = columns;
         size.ws_row = 24;
         ioctl(inner, TIOCSWINSZ, &size);
 
@@ -191,6 +191,7 @@ private:
         QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
         environment.insert(QStringLiteral("TOOL"), QStringLiteral(QVUTIL_TOOL));
         environment.insert(QStringLiteral("TERM"), QStringLiteral("xterm"));
+        environment.remove(QStringLiteral("COLUMNS"));
         process.setProcessEnvironment(environment);
         process.setWorkingDirectory(mFolder.path());
     }

@@ -223,7 +223,7 @@ void tst_ToolExpr::Lint_json()
     QCOMPARE(result.ExitCode, 1);
 
     const ToolResult fine = mTool->Run({u"expr"_s, u"lint"_s, u"a"_s, u"--json"_s});
-    QCOMPARE(fine.Output, QByteArray("[\n]\n"));
+    QCOMPARE(fine.Output, QByteArray("[]\n"));
     QCOMPARE(fine.ExitCode, 0);
 }
 

@@ -487,7 +487,7 @@ void tst_ToolGrid::ChangesNothing_whenNobodyIsLeft()
 void tst_ToolGrid::ListGrids()
 {
     QCOMPARE(Run(u"list"_s).ToText(), u"no grids in %1\n=> 1\n"_s.arg(mTemporary->path()));
-    QCOMPARE(Run(u"list"_s, {u"--json"_s}).ToText(), u"[\n]\n=> 1\n"_s);
+    QCOMPARE(Run(u"list"_s, {u"--json"_s}).ToText(), u"[]\n=> 1\n"_s);
 
     Peer a({u"grid"_s, u"a.b"_s});
     QVERIFY(IsIn(a, u"joined"_s, u"a.b"_s));

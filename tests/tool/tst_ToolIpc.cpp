@@ -409,7 +409,7 @@ void tst_ToolIpc::Call_serverKilled()
     bool isConnected = false;
     const QDeadlineTimer deadline(60000);
     while (!isConnected && call.IsRunning() && !deadline.hasExpired())
-        isConnected = Run({u"doctor"_s, name, u"--json"_s}).Output.contains("\"waiting\": 1");
+        isConnected = Run({u"doctor"_s, name, u"--json"_s}).Output.contains("\"waiting\":1");
     QVERIFY(isConnected);
 #endif
     listener->Signal(SIGKILL);

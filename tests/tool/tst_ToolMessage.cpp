@@ -727,7 +727,7 @@ void tst_ToolMessage::Split_json()
         QJsonObject{{u"offset"_s, 5}, {u"size"_s, 216}, {u"id"_s, u"A"_s}}};
     QCOMPARE(QJsonDocument::fromJson(result.Output).array(), expected);
     const ToolResult nothing = mTool->Run({u"message"_s, u"split"_s, u"--json"_s});
-    QCOMPARE(nothing.ToText(), u"[\n]\n=> 1\n"_s);
+    QCOMPARE(nothing.ToText(), u"[]\n=> 1\n"_s);
     const ToolResult files
         = mTool->Run({u"message"_s, u"split"_s, u"--json"_s, u"--to"_s, u"d"_s}, Document("A"));
     QCOMPARE(QJsonDocument::fromJson(files.Output).array().at(0).toObject().value("file"_L1).toString(),

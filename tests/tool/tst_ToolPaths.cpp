@@ -189,9 +189,9 @@ void tst_ToolPaths::Files_data()
         u"~/tree/a.txt\n~/tree/b.log\n=> 0\n"_s);
     row("list one file", {u"list"_s, u"tree/a.txt"_s}, u"~/tree/a.txt\n=> 0\n"_s);
     row("list for programs", {u"list"_s, u"tree"_s, u"-n"_s, u"a*"_s, u"--json"_s},
-        u"[\n    \"~/tree/a.txt\"\n]\n=> 0\n"_s);
+        u"[\"~/tree/a.txt\"]\n=> 0\n"_s);
     row("list nothing", {u"list"_s, u"tree"_s, u"--name"_s, u"*.none"_s}, u"=> 1\n"_s);
-    row("list nothing for programs", {u"list"_s, u"tree/empty"_s, u"--json"_s}, u"[\n]\n=> 1\n"_s);
+    row("list nothing for programs", {u"list"_s, u"tree/empty"_s, u"--json"_s}, u"[]\n=> 1\n"_s);
     row("list missing folder", {u"list"_s, u"none"_s}, u"! qvutil: none: there is no such folder\n=> 2\n"_s);
     row("list patterns in a file", {u"list"_s, u"tree/a.txt"_s, u"-n"_s, u"*"_s},
         u"! qvutil: tree/a.txt: is not a folder\n=> 2\n"_s);
@@ -399,7 +399,7 @@ void tst_ToolPaths::Delete_json()
 {
     QVERIFY(MakeTree());
     QCOMPARE(Run({u"files"_s, u"delete"_s, u"tree"_s, u"--name"_s, u"a*"_s, u"--json"_s}),
-             u"[\n    \"~/tree/a.txt\"\n]\n=> 0\n"_s);
+             u"[\"~/tree/a.txt\"]\n=> 0\n"_s);
 }
 
 void tst_ToolPaths::Unique_data()

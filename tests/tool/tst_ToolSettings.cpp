@@ -264,7 +264,7 @@ void tst_ToolSettings::Diff_json()
                  {"path": "/a/d", "left": "x", "right": null},
                  {"path": "/a/e", "left": null, "right": ""}])json")
                  .array());
-    QCOMPARE(Run({u"diff"_s, u"left.xml"_s, u"left.xml"_s, u"--json"_s}), u"[\n]\n=> 0\n"_s);
+    QCOMPARE(Run({u"diff"_s, u"left.xml"_s, u"left.xml"_s, u"--json"_s}), u"[]\n=> 0\n"_s);
 }
 
 void tst_ToolSettings::Diff_badFile()

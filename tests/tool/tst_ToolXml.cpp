@@ -156,6 +156,14 @@ void tst_ToolXml::Get_data()
            "! Try 'qvutil xml get --help'.\n=> 2\n"_s;
     QTest::newRow("path that is a command's name")
         << QStringList{u"get"_s, u"list"_s} << u"! qvutil: app.xml: there is no element get\n=> 1\n"_s;
+    QTest::newRow("element close to another")
+        << QStringList{u"Panl/Main"_s, u"Width"_s}
+        << u"! qvutil: app.xml: there is no element Panl/Main; did you mean 'Panel'?\n=> 1\n"_s;
+    QTest::newRow("element close to one at another place")
+        << QStringList{u"Main"_s, u"Width"_s} << u"! qvutil: app.xml: there is no element Main\n=> 1\n"_s;
+    QTest::newRow("attribute close to another")
+        << QStringList{u"Panel/Main"_s, u"width"_s}
+        << u"! qvutil: app.xml: /App/Panel/Main has no attribute width; did you mean 'Width'?\n=> 1\n"_s;
     QTest::newRow("path missing") << QStringList{}
                                   << u"! qvutil: PATH is required\n! Try 'qvutil xml get --help'.\n=> 2\n"_s;
     QTest::newRow("too many") << QStringList{
@@ -522,7 +530,15 @@ void tst_ToolXml::Position_data()
     row("second", u"List/Item[2]"_s, u"2\n=> 0\n"_s);
     row("second, from the root", u"/App/List/Item[2]"_s, u"2\n=> 0\n"_s);
     row("on the way", u"List[1]/Item[2]"_s, u"2\n=> 0\n"_s);
-    row("behind the last", u"List/Item[3]"_s, missing.arg(u"List/Item[3]"_s));
+    row("behind the last", u"List/Item[3]"_s,
+        missing.arg(u"List/Item[3]; /App/List has only 2 of that name"_s));
+    row("behind the last, on the way", u"List[2]/Item[2]"_s,
+        missing.arg(u"List[2]/Item[2]; /App has only 1 of that name"_s));
+    row("name close to another, below a position", u"List[1]/Itm[2]"_s,
+        missing.arg(u"List[1]/Itm[2]; did you mean 'Item'?"_s));
+    row("root close to another", u"/Ap/List/Item[2]"_s,
+        missing.arg(u"/Ap/List/Item[2]; did you mean 'App'?"_s));
+    row("name close to the root, without '/'", u"Ap/List"_s, missing.arg(u"Ap/List"_s));
     row("second root", u"/App[2]"_s, missing.arg(u"/App[2]"_s));
     row("zero", u"List/Item[0]"_s, refused.arg(u"Item[0]"_s));
     row("negative", u"List/Item[-1]"_s, refused.arg(u"Item[-1]"_s));

@@ -3,12 +3,13 @@
 
 #include "cli/Command.h"
 
+#include "cli/Arguments.h"
 #include "cli/CommandTree.h"
 #include "cli/Console.h"
+#include "cli/HelpText.h"
 
 #include <QStringDecoder>
 
-#include <algorithm>
 #include <new>
 #include <utility>
 
@@ -27,50 +28,6 @@ and is no option comes after --, as in: qvutil settings set FILE PATH NAME -- -v
 
 Help on a command: qvutil COMMAND --help, such as: qvutil xml get --help)";
 
-/// CLI11's help, without its remark REQUIRED: the usage line tells.
-class HelpFormatter final : public CLI::Formatter
-{
-public:
-    HelpFormatter()
-    {
-        column_width(28);
-        label("REQUIRED", "");
-        label("Positionals", "Arguments");
-        label("OPTIONS", "options");
-        label("SUBCOMMAND", "COMMAND");
-        label("SUBCOMMANDS", "COMMANDS");
-    }
-
-    [[nodiscard]] std::string make_option_opts(const CLI::Option* option) const override
-    {
-        if (IsList(option))
-            return {};
-        std::string text;
-        if (option->get_type_size() != 0 && !option->get_positional() && !option->get_type_name().empty())
-            text = " " + option->get_type_name();
-        if (option->get_expected_max() >= CLI::detail::expected_max_vector_size)
-            text += " ...";
-        return text;
-    }
-
-    [[nodiscard]] std::string make_option_name(const CLI::Option* option, bool isPositional) const override
-    {
-        return IsList(option) ? ShownName(*option) : Formatter::make_option_name(option, isPositional);
-    }
-
-    [[nodiscard]] std::string make_option_usage(const CLI::Option* option) const override
-    {
-        return IsList(option) ? ShownName(*option) : Formatter::make_option_usage(option);
-    }
-
-private:
-    // Arguments such as "[NAME] VALUE", which are one list for CLI11.
-    static bool IsList(const CLI::Option* option)
-    {
-        return option->get_positional() && ShownName(*option).find(' ') != std::string::npos;
-    }
-};
-
 // Qt's file names and texts are UTF-16: other bytes would name another file than the one that was meant.
 QString FindArgumentThatIsNoText(int argc, const char* const* argv)
 {
@@ -83,99 +40,16 @@ QString FindArgumentThatIsNoText(int argc, const char* const* argv)
     return {};
 }
 
-// CLI11 takes "[a,b]" apart, and arguments that begin with '-' for options. This mark in front keeps an
-// argument whole.
-constexpr char kWholeMark = '\x1f';
-
-QString FromArgument(std::string_view argument)
+ExitCode Reject(const CLI::App& command, const QString& reason)
 {
-    if (argument.starts_with(kWholeMark))
-        argument.remove_prefix(1);
-    return QString::fromUtf8(argument.data(), static_cast<qsizetype>(argument.size()));
+    Console::ReportError({}, reason);
+    Console::PrintError(u"Try '%1 --help'.\n"_s.arg(DescribeCommand(command).FullName()));
+    return ExitCode::Error;
 }
 
-bool NeedsValue(const CLI::Option* option)
+QString HelpOf(const CLI::App& command)
 {
-    return option != nullptr && option->get_items_expected_min() > 0;
-}
-
-// Whether the next argument is this one's value: "--type int", "-t int".
-bool NeedsNextArgument(const CLI::App& command, std::string_view argument)
-{
-    if (argument.starts_with("--"))
-        return NeedsValue(command.get_option_no_throw(std::string(argument)));
-    if (!argument.starts_with('-'))
-        return false;
-    for (std::size_t i = 1; i < argument.size(); ++i) {
-        if (NeedsValue(command.get_option_no_throw({'-', argument[i]})))
-            return i + 1 == argument.size(); // else its value is what follows in this argument
-    }
-    return false;
-}
-
-// The index of the "--" that ends the options; argc if there is none. A "--" behind an option that needs a
-// value is that value.
-int FindEndOfOptions(const CLI::App* command, int argc, const char* const* argv)
-{
-    for (int i = 1; i < argc; ++i) {
-        const std::string_view argument = argv[i];
-        if (argument == "--")
-            return i;
-        const auto commands = command->get_subcommands(
-            [argument](const CLI::App* child) { return child->get_name() == argument; });
-        if (!commands.empty())
-            command = commands.front();
-        else if (NeedsNextArgument(*command, argument))
-            ++i;
-    }
-    return argc;
-}
-
-// CLI11 itself hands what follows "--" to the group if the command has all that it requires.
-std::vector<std::string> ToArguments(const CLI::App& root, int argc, const char* const* argv)
-{
-    const int end = FindEndOfOptions(&root, argc, argv);
-    std::vector<std::string> arguments;
-    for (int i = argc - 1; i >= 1; --i) { // CLI11 takes them from the end
-        if (i == end)
-            continue;
-        arguments.emplace_back(argv[i]);
-        if (i > end || arguments.back().starts_with('[') || arguments.back().starts_with(kWholeMark))
-            arguments.back().insert(0, 1, kWholeMark);
-    }
-    return arguments;
-}
-
-// Why an option that CLI11 complains about is wrong. Its own words change from version to version.
-QString ReasonOf(const CLI::Option& option)
-{
-    const QString name = QString::fromStdString(option.get_name());
-    if (!NeedsValue(&option))
-        return name + u" takes no value"_s;
-    return name + (option.count() > 1 ? u" is given more than once"_s : u" needs a value"_s);
-}
-
-QString ToReason(const CLI::ParseError& error, const CLI::App& command)
-{
-    const bool isMismatch = dynamic_cast<const CLI::ArgumentMismatch*>(&error) != nullptr
-        || dynamic_cast<const CLI::ConversionError*>(&error) != nullptr;
-    QString reason = QString::fromUtf8(error.what()).remove(QLatin1Char(kWholeMark));
-    if (isMismatch) {
-        const auto isMeant = [&reason](const CLI::Option* option) {
-            return !option->get_positional() && reason.contains(QString::fromStdString(option->get_name()));
-        };
-        const auto options = command.get_options(isMeant);
-        const auto longest = std::max_element(options.begin(), options.end(),
-                                              [](const CLI::Option* left, const CLI::Option* right) {
-                                                  return left->get_name().size() < right->get_name().size();
-                                              });
-        if (longest != options.end())
-            return ReasonOf(**longest);
-    }
-    // CLI11's sentences begin with a capital; the tool's follow "qvutil: ".
-    if (reason.size() > 1 && reason.at(1).isLower())
-        reason[0] = reason.at(0).toLower();
-    return reason;
+    return HelpText(DescribeCommand(command), HelpWidth());
 }
 
 } // namespace
@@ -183,12 +57,10 @@ QString ToReason(const CLI::ParseError& error, const CLI::App& command)
 CommandLine::CommandLine()
     : mApp("Look into, change and check the files of applications that use QvUtil", "qvutil")
 {
-    mApp.formatter(std::make_shared<HelpFormatter>());
     mApp.footer(kFooter);
     mApp.set_help_flag("--help,-h", "Show this help and exit");
     mApp.set_version_flag("--version", "qvutil " QVUTIL_TOOL_VERSION, "Show the version and exit");
     mApp.require_subcommand(1);
-    mApp.get_formatter()->column_width(28);
 }
 
 CLI::App& CommandLine::AddGroup(const std::string& name, const std::string& description)
@@ -226,40 +98,34 @@ CLI::App& CommandLine::SelectedCommand()
 
 ExitCode CommandLine::RejectArguments(const QString& reason)
 {
-    QStringList names;
-    for (const CLI::App* command = &SelectedCommand(); command; command = command->get_parent())
-        names.prepend(QString::fromStdString(command->get_name()));
-    Console::ReportError({}, reason);
-    Console::PrintError(u"Try '%1 --help'.\n"_s.arg(names.join(u' ')));
-    return ExitCode::Error;
+    return Reject(SelectedCommand(), reason);
 }
 
-ExitCode CommandLine::RejectArguments(const CLI::ParseError& error)
+// The scan finds what is wrong: this is for what it may overlook.
+ExitCode CommandLine::RejectArguments(const CLI::ParseError& /*error*/)
 {
-    CLI::App& command = SelectedCommand();
-    const bool isGroup = !command.get_subcommands({}).empty();
-    const std::vector<std::string> rest = command.remaining();
-    if (isGroup && rest.empty()) {
-        Console::PrintError(QString::fromStdString(mApp.help()));
-        return ExitCode::Error;
-    }
-    if (isGroup)
-        return RejectArguments(u"there is no command or option '%1'"_s.arg(FromArgument(rest.front())));
-    if (dynamic_cast<const CLI::ExtrasError*>(&error) != nullptr && !rest.empty())
-        return RejectArguments(u"unexpected argument '%1'"_s.arg(FromArgument(rest.front())));
-    return RejectArguments(ToReason(error, command));
+    return RejectArguments(u"these arguments do not fit together"_s);
 }
 
 ExitCode CommandLine::Parse(int argc, const char* const* argv)
 {
-    try {
-        mApp.parse(ToArguments(mApp, argc, argv));
-    } catch (const CLI::CallForHelp&) {
-        Console::Print(QString::fromStdString(mApp.help()));
-    } catch (const CLI::CallForVersion&) {
-        Console::PrintLine(QString::fromStdString(mApp.version()));
-    } catch (const CLI::ParseError& error) {
-        return RejectArguments(error);
+    ArgumentScan scan = ScanArguments(mApp, argc, argv);
+    if (scan.Wanted == ArgumentScan::Help) {
+        Console::Print(HelpOf(*scan.Command));
+    } else if (scan.Wanted == ArgumentScan::Version) {
+        Console::PrintLine(QStringLiteral("qvutil " QVUTIL_TOOL_VERSION));
+    } else if (!scan.Problem.isEmpty()) {
+        return Reject(*scan.Command, scan.Problem);
+    } else if (scan.IsIncomplete) {
+        Console::PrintError(HelpOf(*scan.Command));
+        return ExitCode::Error;
+    } else {
+        SetJsonStyle(scan.Json);
+        try {
+            mApp.parse(std::move(scan.Arguments));
+        } catch (const CLI::ParseError& error) {
+            return RejectArguments(error);
+        }
     }
     return ExitCode::Yes;
 }
@@ -321,25 +187,24 @@ CLI::Option* AddTexts(CLI::App& command, const std::string& name, QStringList& t
 CLI::Option* AddNumber(CLI::App& command, const std::string& name, int& target, NumberRange range,
                        const std::string& description)
 {
-    const auto check = [range](const std::string& text) {
+    const auto read = [&target, range, name](const std::string& text) {
         bool isNumber = false;
         const int number = FromArgument(text).toInt(&isNumber);
-        if (isNumber && number >= range.Min && number <= range.Max)
-            return std::string();
-        return u"'%1' is not a whole number from %2 to %3"_s
-            .arg(FromArgument(text), QString::number(range.Min), QString::number(range.Max))
-            .toStdString();
+        if (!isNumber || number < range.Min || number > range.Max) {
+            throw UsageFailure(u"%1: '%2' is not a whole number from %3 to %4"_s.arg(
+                QString::fromStdString(name).section(u',', 0, 0), FromArgument(text),
+                QString::number(range.Min), QString::number(range.Max)));
+        }
+        target = number;
     };
-    return command
-        .add_option_function<std::string>(
-            name, [&target](const std::string& text) { target = FromArgument(text).toInt(); }, description)
-        ->check(check)
-        ->type_name("INT");
+    return command.add_option_function<std::string>(name, read, description)->type_name("INT");
 }
 
 CLI::Option* AddJsonFlag(CLI::App& command, bool& target)
 {
-    return command.add_flag("--json", target, "Print JSON, for programs to read");
+    return command.add_flag(
+        "--json", target,
+        "Print JSON: indented on a terminal, on one line elsewhere; --json=pretty or --json=lines to choose");
 }
 
 } // namespace Quorvin::Tool

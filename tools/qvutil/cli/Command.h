@@ -70,7 +70,7 @@ private:
     Action mAction;
 };
 
-/// Explains a command in its help, before the examples. The text comes in lines of 90 characters at the most.
+/// Explains a command in its help, before the examples. Lines of prose flow, indented ones stay as they are.
 void AddExplanation(CLI::App& command, const std::string& text);
 /// Adds an argument ("FILE") or an option ("--name,-n") that holds a text. Texts are added in no other way:
 /// this one takes care that each arrives as it was typed.

@@ -8,22 +8,39 @@ using namespace Qt::StringLiterals;
 namespace Quorvin::Tool {
 namespace {
 
-QString UsageOf(const CLI::App& command, const QStringList& path)
+bool IsRepeatable(const CLI::Option& option)
 {
-    const QString help = QString::fromStdString(
-        command.help((QStringList(u"qvutil"_s) + path.first(std::max<qsizetype>(path.size() - 1, 0)))
-                         .join(u' ')
-                         .toStdString()));
-    constexpr QStringView kStart = u"Usage: ";
-    const qsizetype at = help.indexOf(kStart);
-    const qsizetype end = help.indexOf(u'\n', at);
-    return help.sliced(at + kStart.size(), end - at - kStart.size()).trimmed();
+    constexpr int kManyTexts = 1 << 20;
+    return option.get_items_expected_max() >= kManyTexts;
+}
+
+// "[FILE...]"
+QString UsageOf(const CLI::Option& argument)
+{
+    const QString name = QString::fromStdString(ShownName(argument));
+    if (name.contains(u' '))
+        return name;
+    const QString text = IsRepeatable(argument) ? name + "..."_L1 : name;
+    return argument.get_required() ? text : u'[' + text + u']';
+}
+
+QString UsageOf(const CLI::App& command, const CommandInfo& info)
+{
+    QStringList words = {info.FullName(), u"[options]"_s};
+    const auto arguments
+        = command.get_options([](const CLI::Option* option) { return option->get_positional(); });
+    for (const CLI::Option* argument : arguments)
+        words.append(UsageOf(*argument));
+    if (!info.Commands.isEmpty())
+        words.append(u"COMMAND"_s);
+    return words.join(u' ');
 }
 
 OptionInfo InfoOf(const CLI::Option& option)
 {
     OptionInfo info;
     info.Description = QString::fromStdString(option.get_description());
+    info.IsRepeatable = IsRepeatable(option) && ShownName(option).find(' ') == std::string::npos;
     if (option.get_positional()) {
         info.Names += QString::fromStdString(ShownName(option));
         return info;
@@ -37,27 +54,13 @@ OptionInfo InfoOf(const CLI::Option& option)
     return info;
 }
 
-void Append(const CLI::App& command, const QStringList& path, QList<CommandInfo>& commands)
+void Append(const CLI::App& command, QList<CommandInfo>& commands)
 {
-    CommandInfo info{.Path = path,
-                     .Description = QString::fromStdString(command.get_description()),
-                     .Usage = UsageOf(command, path),
-                     .Footer = QString::fromStdString(command.get_footer()),
-                     .Arguments = {},
-                     .Options = {},
-                     .Commands = {}};
-    const auto isShown = [](const CLI::Option* option) { return !option->get_group().empty(); };
-    for (const CLI::Option* option : command.get_options(isShown))
-        (option->get_positional() ? info.Arguments : info.Options).append(InfoOf(*option));
+    commands.append(DescribeCommand(command));
     const auto shown
         = command.get_subcommands([](const CLI::App* child) { return !child->get_group().empty(); });
-    for (const CLI::App* child : shown) {
-        info.Commands.append(
-            {QString::fromStdString(child->get_name()), QString::fromStdString(child->get_description())});
-    }
-    commands.append(info);
     for (const CLI::App* child : shown)
-        Append(*child, path + QStringList(QString::fromStdString(child->get_name())), commands);
+        Append(*child, commands);
 }
 
 } // namespace
@@ -68,10 +71,30 @@ std::string ShownName(const CLI::Option& option)
     return type.find(' ') != std::string::npos ? type : option.get_name(true);
 }
 
+CommandInfo DescribeCommand(const CLI::App& command)
+{
+    CommandInfo info;
+    for (const CLI::App* app = &command; app->get_parent(); app = app->get_parent())
+        info.Path.prepend(QString::fromStdString(app->get_name()));
+    info.Description = QString::fromStdString(command.get_description());
+    info.Footer = QString::fromStdString(command.get_footer());
+    const auto isShown = [](const CLI::Option* option) { return !option->get_group().empty(); };
+    for (const CLI::Option* option : command.get_options(isShown))
+        (option->get_positional() ? info.Arguments : info.Options).append(InfoOf(*option));
+    const auto shown
+        = command.get_subcommands([](const CLI::App* child) { return !child->get_group().empty(); });
+    for (const CLI::App* child : shown) {
+        info.Commands.append(
+            {QString::fromStdString(child->get_name()), QString::fromStdString(child->get_description())});
+    }
+    info.Usage = UsageOf(command, info);
+    return info;
+}
+
 QList<CommandInfo> ListCommands(const CLI::App& root)
 {
     QList<CommandInfo> commands;
-    Append(root, {}, commands);
+    Append(root, commands);
     return commands;
 }
 

@@ -24,6 +24,7 @@ struct OptionInfo
     QStringList Names; ///< "--type", "-t"; of an argument its name alone
     QString Value; ///< what stands for the option's value, "TYPE"; empty for flags and arguments
     QString Description;
+    bool IsRepeatable = false; ///< whether it can be given several times
 };
 
 /// A command or group of commands, as help shows it.
@@ -39,7 +40,15 @@ struct CommandInfo
 
     /// The path in one word: "xml get".
     [[nodiscard]] QString Name() const { return Path.join(u' '); }
+    /// The path from the shell: "qvutil xml get".
+    [[nodiscard]] QString FullName() const
+    {
+        return (QStringList(QStringLiteral("qvutil")) + Path).join(u' ');
+    }
 };
+
+/// Describes a command or group, or the tool itself.
+[[nodiscard]] CommandInfo DescribeCommand(const CLI::App& command);
 
 /// Lists the tool itself, then each group and command that help shows, groups before their commands.
 [[nodiscard]] QList<CommandInfo> ListCommands(const CLI::App& root);

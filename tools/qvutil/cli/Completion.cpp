@@ -10,39 +10,69 @@ using namespace Qt::StringLiterals;
 namespace Quorvin::Tool {
 namespace {
 
-constexpr const char16_t* kBash = uR"(# Completion of qvutil's commands and options for bash.
+constexpr const char16_t* kBash = uR"sh(# Completion of qvutil's commands and options for bash.
 
 _qvutil()
 {
-    local current=${COMP_WORDS[COMP_CWORD]} command= words= word
+    local current=${COMP_WORDS[COMP_CWORD]} command= words= word option= place=0 values=
     for word in "${COMP_WORDS[@]:1:COMP_CWORD-1}"; do
+        if [[ $option ]]; then
+            option=
+            continue
+        fi
         case "$command $word" in
 @STEPS@            command="${command:+$command }$word" ;;
+@VALUED@            option=$word ;;
+        *\ -*) ;;
+        *) place=$((place + 1)) ;;
         esac
     done
-    case "$command" in
-@WORDS@    esac
+    if [[ ! $option ]]; then
+        case "$command" in
+@WORDS@        esac
+    fi
+    case "$command ${option:-$place}" in
+@VALUES@    esac
+    if [[ $values && $current != -* ]]; then
+        COMPREPLY=($(compgen -W "$("${COMP_WORDS[0]}" completion --list "$values" 2>/dev/null)" -- "$current"))
+        return
+    fi
     # Options come up only when one has been begun; where no command fits, bash goes on with file names.
     COMPREPLY=($(compgen -W "$words" -- "$current"))
     [[ $current == -* ]] || COMPREPLY=($(compgen -X '-*' -W "$words" -- "$current"))
 }
 complete -o bashdefault -o default -F _qvutil qvutil
-)";
+)sh";
 
-constexpr const char16_t* kZsh = uR"(#compdef qvutil
+constexpr const char16_t* kZsh = uR"sh(#compdef qvutil
 # Completion of qvutil's commands and options for zsh.
 
 _qvutil()
 {
-    local command= word
+    local command= word option= place=0 values=
     local -a candidates
     for word in "${(@)words[2,CURRENT-1]}"; do
+        if [[ -n $option ]]; then
+            option=
+            continue
+        fi
         case "$command $word" in
 @STEPS@            command="${command:+$command }$word" ;;
+@VALUED@            option=$word ;;
+        *\ -*) ;;
+        *) place=$((place + 1)) ;;
         esac
     done
-    case "$command" in
-@WORDS@    esac
+    if [[ -z $option ]]; then
+        case "$command" in
+@WORDS@        esac
+    fi
+    case "$command ${option:-$place}" in
+@VALUES@    esac
+    if [[ -n $values && $words[CURRENT] != -* ]]; then
+        compadd -- "${(@f)$("${words[1]}" completion --list "$values" 2>/dev/null)}"
+        return
+    fi
     if [[ $words[CURRENT] != -* ]]; then
         candidates=("${(@)candidates:#-*}")
         (( $#candidates )) || { _files; return }
@@ -56,9 +86,9 @@ if [[ $funcstack[1] == _qvutil ]]; then
 else
     compdef _qvutil qvutil
 fi
-)";
+)sh";
 
-constexpr const char16_t* kFish = uR"(# Completion of qvutil's commands and options for fish.
+constexpr const char16_t* kFish = uR"sh(# Completion of qvutil's commands and options for fish.
 
 function __qvutil_at --description 'Whether the command so far is this one'
     set -l command
@@ -70,7 +100,7 @@ function __qvutil_at --description 'Whether the command so far is this one'
     end
     test "$command" = "$argv"
 end
-)";
+)sh";
 
 // What a case statement of all shells takes for "this word leads from one command to the next".
 QStringList Steps(const QList<CommandInfo>& commands, QChar quote)
@@ -88,6 +118,59 @@ QStringList Steps(const QList<CommandInfo>& commands, QChar quote)
 QString Quoted(const QString& text)
 {
     return u'\'' + QString(text).replace(u'\'', "'\\''"_L1) + u'\'';
+}
+
+// The kind of values that completion can offer for an argument or option, see OfferValues. Empty
+// for all others.
+QString OfferedValues(const CommandInfo& command, const OptionInfo& option)
+{
+    const QString place = option.Value.isEmpty() ? option.Names.value(0) : option.Value;
+    if (place == "TYPE"_L1)
+        return u"types"_s;
+    if (place == "LOCALE"_L1 || place == "LANG"_L1)
+        return u"locales"_s;
+    if (place == "GRID"_L1)
+        return u"grids"_s;
+    if (place == "NAME"_L1 && option.Value.isEmpty() && command.Path.value(0) == "ipc"_L1)
+        return u"servers"_s;
+    return {};
+}
+
+// The names of the options that have a value, as a case statement takes them.
+QString ValuedOptions(const QList<CommandInfo>& commands)
+{
+    QStringList cases;
+    for (const CommandInfo& command : commands) {
+        for (const OptionInfo& option : command.Options) {
+            for (const QString& name : option.Names) {
+                if (!option.Value.isEmpty())
+                    cases += u'"' + command.Name() + u' ' + name + u'"';
+            }
+        }
+    }
+    return "        "_L1 + cases.join("|\\\n        "_L1) + ")\n"_L1;
+}
+
+// Which kind of values an option, or the argument at some place, has.
+QString ValueKinds(const QList<CommandInfo>& commands)
+{
+    QString text;
+    const auto add = [&text](const CommandInfo& command, const QString& where, const QString& kind) {
+        if (!kind.isEmpty())
+            text += u"    \"%1 \"%2) values=%3 ;;\n"_s.arg(command.Name(), where, kind);
+    };
+    for (const CommandInfo& command : commands) {
+        for (const OptionInfo& option : command.Options) {
+            for (const QString& name : option.Names)
+                add(command, name, OfferedValues(command, option));
+        }
+        for (qsizetype i = 0; i < command.Arguments.size(); ++i) {
+            const OptionInfo& argument = command.Arguments.at(i);
+            const QString kind = OfferedValues(command, argument);
+            add(command, argument.IsRepeatable && i == 0 ? u"[0-9]*"_s : QString::number(i), kind);
+        }
+    }
+    return text;
 }
 
 QString BashWords(const CommandInfo& command)
@@ -113,6 +196,11 @@ QString ZshWords(const CommandInfo& command)
         + " ) ;;\n"_L1;
 }
 
+QString FishValues(const QString& kind)
+{
+    return kind.isEmpty() ? QString() : u" -f -a '(qvutil completion --list %1 2>/dev/null)'"_s.arg(kind);
+}
+
 QString FishLines(const CommandInfo& command)
 {
     const QString start = "complete -c qvutil -n "_L1 + Quoted("__qvutil_at "_L1 + command.Name()) + u' ';
@@ -125,8 +213,12 @@ QString FishLines(const CommandInfo& command)
             const bool isLong = name.startsWith("--"_L1);
             lines += (isLong ? "-l "_L1 : "-s "_L1) + name.sliced(isLong ? 2 : 1) + u' ';
         }
-        lines += (option.Value.isEmpty() ? QString() : u"-r "_s) + "-d "_L1 + Quoted(option.Description)
-            + u'\n';
+        lines += (option.Value.isEmpty() ? QString() : u"-r "_s) + "-d "_L1 + Quoted(option.Description);
+        lines += FishValues(OfferedValues(command, option)) + u'\n';
+    }
+    for (const OptionInfo& argument : command.Arguments) {
+        if (const QString values = FishValues(OfferedValues(command, argument)); !values.isEmpty())
+            lines += start.trimmed() + values + u'\n';
     }
     return lines;
 }
@@ -145,6 +237,8 @@ QString FillIn(const char16_t* script, const QList<CommandInfo>& commands,
     const QString steps = "        "_L1 + Steps(commands, u'"').join("|\\\n        "_L1) + ")\n"_L1;
     return QString::fromUtf16(script)
         .replace("@STEPS@"_L1, steps)
+        .replace("@VALUED@"_L1, ValuedOptions(commands))
+        .replace("@VALUES@"_L1, ValueKinds(commands))
         .replace("@WORDS@"_L1, Joined(commands, toWords));
 }
 

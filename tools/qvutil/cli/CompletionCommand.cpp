@@ -5,6 +5,7 @@
 #include "cli/CommandTree.h"
 #include "cli/Console.h"
 #include "cli/Groups.h"
+#include "cli/OfferedValues.h"
 
 #include <memory>
 
@@ -13,15 +14,33 @@ using namespace Qt::StringLiterals;
 namespace Quorvin::Tool {
 namespace {
 
-ExitCode PrintCompletion(const QString& shell, const CLI::App& root)
+struct CompletionOptions
 {
+    QString Shell;
+    QString Kind; // what the scripts ask for
+};
+
+ExitCode PrintValues(const QStringList& values)
+{
+    for (const QString& value : values)
+        Console::PrintLine(value);
+    return values.isEmpty() ? ExitCode::No : ExitCode::Yes;
+}
+
+ExitCode PrintCompletion(const CompletionOptions& options, const CLI::App& root)
+{
+    if (!options.Kind.isEmpty())
+        return PrintValues(ListValues(options.Kind));
     const QList<CommandInfo> commands = ListCommands(root);
+    const QString& shell = options.Shell;
     if (shell == "bash"_L1)
         Console::Print(BashCompletion(commands));
     else if (shell == "zsh"_L1)
         Console::Print(ZshCompletion(commands));
     else if (shell == "fish"_L1)
         Console::Print(FishCompletion(commands));
+    else if (shell.isEmpty())
+        throw UsageFailure(u"SHELL is required"_s);
     else
         throw UsageFailure(u"there is no completion for '%1'; shells are bash, zsh and fish"_s.arg(shell));
     return ExitCode::Yes;
@@ -32,12 +51,18 @@ ExitCode PrintCompletion(const QString& shell, const CLI::App& root)
 void AddCompletionCommand(CommandLine& line)
 {
     const CLI::App& root = line.Root();
-    auto shell = std::make_shared<QString>();
+    auto options = std::make_shared<CompletionOptions>();
     CLI::App& completion = line.AddCommand(line.Root(), "completion", "Print a completion script for a shell",
                                            "source <(qvutil completion bash)",
-                                           [shell, &root] { return PrintCompletion(*shell, root); });
-    completion.group("");
-    AddText(completion, "SHELL", *shell, "bash, zsh or fish")->required();
+                                           [options, &root] { return PrintCompletion(*options, root); });
+    AddExplanation(
+        completion,
+        "The script completes commands, options and files, and the names of types, locales, grids and "
+        "servers.");
+    AddText(completion, "SHELL", options->Shell, "bash, zsh or fish");
+    AddText(completion, "--list", options->Kind, "Print the values that a script offers")
+        ->type_name("KIND")
+        ->group("");
 }
 
 } // namespace Quorvin::Tool

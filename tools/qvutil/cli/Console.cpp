@@ -4,6 +4,7 @@
 #include "cli/Console.h"
 
 #include "cli/Failure.h"
+#include "cli/JsonStyle.h"
 
 #include <QStringDecoder>
 
@@ -157,7 +158,7 @@ void PrintBytes(const QByteArray& bytes)
 
 void PrintJson(const QJsonDocument& document)
 {
-    Print(QString::fromUtf8(document.toJson(QJsonDocument::Indented)));
+    Print(ToText(document, AnswerFormat()));
 }
 
 void Flush()

@@ -26,7 +26,7 @@ void Print(const QString& text);
 void PrintLine(const QString& text);
 /// Prints bytes exactly. On a terminal, bytes that are not text end the command with an error instead.
 void PrintBytes(const QByteArray& bytes);
-/// Prints a JSON document, indented, with a line break at its end.
+/// Prints a JSON document, with a line break at its end. See JsonStyle.
 void PrintJson(const QJsonDocument& document);
 /// Writes what is still buffered. Called at the end anyway: only commands that wait need it.
 void Flush();

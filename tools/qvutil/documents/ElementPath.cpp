@@ -5,7 +5,12 @@
 
 #include "cli/Console.h"
 #include "cli/Failure.h"
+#include "cli/InputFile.h"
+#include "cli/Suggestion.h"
 #include <qvutil/xml/XmlRules_p.h>
+
+#include <QDomElement>
+#include <QXmlStreamReader>
 
 using namespace Qt::StringLiterals;
 using Quorvin::Util::XmlFiler;
@@ -114,17 +119,85 @@ bool ElementPath::MoveTo(XmlFiler& filer) const
     return true;
 }
 
+QString ElementPath::WhyMissing(const XmlFiler& filer) const
+{
+    QDomElement element = filer.GetCurrentNode().ownerDocument().documentElement();
+    const QList<Step> steps = StepsBelow(element.tagName());
+    QStringList names = NamesOfRoot(element.tagName());
+    for (const Step& step : steps) {
+        QList<QDomElement> matches;
+        for (QDomElement child = element.firstChildElement(); !child.isNull();
+             child = child.nextSiblingElement()) {
+            names.append(child.tagName());
+            if (names.last() == step.Name)
+                matches.append(child);
+        }
+        if (step.Position > matches.size())
+            return WhyMissing(step, names, Of(element), matches.size());
+        element = matches.at(step.Position - 1);
+        names.clear();
+    }
+    return WhyMissing({}, {}, {}, 0);
+}
+
+QString ElementPath::WhyMissing(const QByteArray& document) const
+{
+    QXmlStreamReader reader(document);
+    reader.setNamespaceProcessing(false);
+    QList<Step> steps;
+    QStringList names; // of the children of the last element on the path
+    QString parent; // its path
+    qsizetype count = 0; // its children with the name of the next step
+    qsizetype found = 0; // steps
+    for (qsizetype depth = 0; !reader.atEnd();) {
+        reader.readNext();
+        if (reader.isEndElement() && --depth == found)
+            break; // the last element on the path has ended
+        if (!reader.isStartElement())
+            continue;
+        const QString name = reader.qualifiedName().toString();
+        if (depth == 0) {
+            steps = StepsBelow(name);
+            names = NamesOfRoot(name);
+            parent = u'/' + name;
+        } else if (depth == found + 1 && found < steps.size()) {
+            names.append(name);
+            if (name == steps.at(found).Name && ++count == steps.at(found).Position) {
+                parent += u'/' + steps.at(found).ToText();
+                ++found;
+                count = 0;
+                names.clear();
+            }
+        }
+        ++depth;
+    }
+    return WhyMissing(steps.value(found), names, parent, count);
+}
+
+QStringList ElementPath::NamesOfRoot(const QString& root) const
+{
+    return mIsFromRoot && StepsBelow(root).size() == mSteps.size() ? QStringList(root) : QStringList();
+}
+
+QString ElementPath::WhyMissing(const Step& step, const QStringList& names, const QString& parent,
+                                qsizetype count) const
+{
+    const QString reason = u"there is no element %1"_s.arg(mText);
+    return count == 0 ? reason + DidYouMean(step.Name, names)
+                      : reason + u"; %1 has only %2 of that name"_s.arg(parent).arg(count);
+}
+
 bool ElementPath::MoveToOrComplain(XmlFiler& filer, const QString& file) const
 {
     if (MoveTo(filer))
         return true;
-    Complain(file);
+    Console::ReportError(file, WhyMissing(filer));
     return false;
 }
 
-void ElementPath::Complain(const QString& file) const
+void ElementPath::Complain(const InputFile& file) const
 {
-    Console::ReportError(file, u"there is no element %1"_s.arg(mText));
+    Console::ReportError(file.Name(), WhyMissing(file.ReadAll()));
 }
 
 void ElementPath::Create(XmlFiler& filer, LastStep last) const

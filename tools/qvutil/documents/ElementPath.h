@@ -12,6 +12,8 @@
 
 namespace Quorvin::Tool {
 
+class InputFile;
+
 /// The path of an element as the tool reads and prints it: a node path from the root in which "Item[2]" is
 /// the second of the siblings named Item. Every path on the command line is resolved here.
 class ElementPath
@@ -47,7 +49,14 @@ public:
     /// \return false, with the cursor on the root, if it does not exist
     [[nodiscard]] bool MoveToOrComplain(Util::XmlFiler& filer, const QString& file) const;
     /// Reports that the element does not exist.
-    void Complain(const QString& file) const;
+    void Complain(const InputFile& file) const;
+
+    /// Returns why the element does not exist in a document that is loaded completely, and what the first
+    /// step that leads nowhere was probably meant to be.
+    [[nodiscard]] QString WhyMissing(const Util::XmlFiler& filer) const;
+    /// \overload
+    /// \param document  content of the file
+    [[nodiscard]] QString WhyMissing(const QByteArray& document) const;
 
     enum class LastStep {
         IsReused, ///< if the element exists
@@ -65,6 +74,15 @@ public:
     [[nodiscard]] QList<Step> StepsBelow(const QString& root) const;
 
 private:
+    // The name of the root, if the path might have meant it.
+    [[nodiscard]] QStringList NamesOfRoot(const QString& root) const;
+    // \param step  the first one that leads nowhere
+    // \param names  of the elements that it could have led to
+    // \param parent  the path of the last element that exists
+    // \param count  children of it with the name of the step
+    [[nodiscard]] QString WhyMissing(const Step& step, const QStringList& names, const QString& parent,
+                                     qsizetype count) const;
+
     QString mText;
     QList<Step> mSteps;
     bool mIsFromRoot = false; ///< begins with a separator, so that the first step may name the root

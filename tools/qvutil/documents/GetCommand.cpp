@@ -85,8 +85,7 @@ ExitCode Get(const GetOptions& options, bool hasName, bool hasDefault)
     if (options.Json)
         PrintValue(where, options, type, Value{.Plain = {}, .Json = QJsonValue::Null});
     Console::ReportError(file.Name(),
-                         isThere ? WhyMissing(filer, type, options.Name)
-                                 : u"there is no element %1"_s.arg(where));
+                         isThere ? WhyMissing(filer, type, options.Name) : path.WhyMissing(file.ReadAll()));
     return ExitCode::No;
 }
 

@@ -32,7 +32,7 @@ ExitCode List(const ListOptions& options)
             report.AddItem([&] { return entry.ToTypedJson(); }, [&] { Console::PrintLine(entry.ToText()); });
     });
     if (!isThere) {
-        path.Complain(file.Name());
+        path.Complain(file);
         return ExitCode::No;
     }
     report.Finish();

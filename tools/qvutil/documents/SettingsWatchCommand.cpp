@@ -6,6 +6,7 @@
 #include "cli/Command.h"
 #include "cli/Console.h"
 #include "cli/Difference.h"
+#include "cli/JsonStyle.h"
 #include "cli/Session.h"
 #include "documents/DocumentEntries.h"
 #include "documents/DocumentFile.h"
@@ -134,7 +135,7 @@ private:
         if (mOptions.Json) {
             QJsonObject object = difference.ToJson();
             object.insert(u"time"_s, now.toUTC().toString(Qt::ISODateWithMs));
-            Console::PrintLine(QString::fromUtf8(QJsonDocument(object).toJson(QJsonDocument::Compact)));
+            Console::Print(ToText(QJsonDocument(object), StreamFormat()));
             return;
         }
         const QStringList lines = difference.ToLines();

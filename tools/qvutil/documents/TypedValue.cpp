@@ -5,6 +5,7 @@
 
 #include "cli/Console.h"
 #include "cli/Failure.h"
+#include "cli/Suggestion.h"
 #include "documents/ElementPath.h"
 #include <qvutil/xml/XmlRules_p.h>
 
@@ -336,6 +337,20 @@ Value NormalizedValue(ValueType type, const QByteArray& value)
     return ReadValue(filer, type, kName.toString()).value_or(Value{.Plain = {}, .Json = QString()});
 }
 
+namespace {
+
+QString SuggestAttribute(const QDomElement& element, const QString& name)
+{
+    QStringList names;
+    const QDomNamedNodeMap attributes = element.attributes();
+    for (int i = 0; i < attributes.count(); ++i)
+        names.append(attributes.item(i).nodeName());
+    names.sort();
+    return DidYouMean(name, names);
+}
+
+} // namespace
+
 QString WhyMissing(const XmlFiler& filer, ValueType type, const QString& name)
 {
     const QDomElement element = filer.GetCurrentNode().toElement();
@@ -343,7 +358,7 @@ QString WhyMissing(const XmlFiler& filer, ValueType type, const QString& name)
     if (IsContent(type))
         return u"%1 has no %2"_s.arg(where, type == ValueType::Text ? u"text"_s : u"bytes"_s);
     if (!element.hasAttribute(name))
-        return u"%1 has no attribute %2"_s.arg(where, name);
+        return u"%1 has no attribute %2"_s.arg(where, name) + SuggestAttribute(element, name);
     const QString text = element.attribute(name);
     if (text.isEmpty())
         return u"%1 %2 is empty"_s.arg(where, name);

@@ -4,10 +4,13 @@
 #include "documents/XmlCommands.h"
 
 #include "cli/Groups.h"
+#include "cli/OfferedValues.h"
 #include "documents/DocumentPart.h"
 #include "documents/ElementPath.h"
+#include "documents/TypedValue.h"
 #include "documents/ValueCommands.h"
 
+using namespace Qt::StringLiterals;
 using Quorvin::Util::XmlFiler;
 
 namespace Quorvin::Tool {
@@ -27,11 +30,15 @@ bool OpenPart(XmlFiler& filer, const PartOptions& options)
     filer.TranslateEnabled = false;
     const InputFile file(options.File);
     LoadPart(filer, file, path, PartContent::Everything);
-    return path.MoveToOrComplain(filer, file.Name());
+    if (path.MoveTo(filer))
+        return true;
+    path.Complain(file);
+    return false;
 }
 
 void AddXmlCommands(CommandLine& line)
 {
+    OfferValues(u"types"_s, [] { return QString::fromStdString(ValueTypeNames()).split(u", "_s); });
     CLI::App& group = line.AddGroup("xml", "Read and change XML documents");
     AddGetCommand(line, group);
     AddSetCommand(line, group, MissingFile::IsError, "Root");

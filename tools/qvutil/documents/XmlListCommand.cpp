@@ -115,7 +115,7 @@ ExitCode List(const ListOptions& options)
             PrintElement(element, options.Depth);
     });
     if (!isThere) {
-        path.Complain(file.Name());
+        path.Complain(file);
         return ExitCode::No;
     }
     Report(options.Json).Answer([&] { return tree.Close(); }, [] {});

@@ -5,6 +5,7 @@
 
 #include "cli/Console.h"
 #include "cli/Groups.h"
+#include "cli/OfferedValues.h"
 
 #include <QDir>
 
@@ -38,6 +39,7 @@ ExitCode ReportMissingGrid(const GridSnapshot& snapshot)
 
 void AddGridCommands(CommandLine& line)
 {
+    OfferValues(u"grids"_s, &FindGrids);
     CLI::App& group = line.AddGroup("grid", "Look at grids of processes that find one another");
     AddGridListCommand(line, group);
     AddGridShowCommand(line, group);

@@ -5,11 +5,30 @@
 
 #include "cli/Command.h"
 #include "cli/Groups.h"
+#include "cli/OfferedValues.h"
+#include "ipc/EndpointList.h"
+
+using namespace Qt::StringLiterals;
 
 namespace Quorvin::Tool {
+namespace {
+
+QStringList ServerNames()
+{
+    QStringList names;
+    const QList<EndpointEntry> entries = ListEndpoints(false);
+    for (const EndpointEntry& entry : entries) {
+        if (!entry.IsStale())
+            names.append(entry.Name);
+    }
+    return names;
+}
+
+} // namespace
 
 void AddIpcCommands(CommandLine& line)
 {
+    OfferValues(u"servers"_s, &ServerNames);
     CLI::App& group = line.AddGroup("ipc", "Talk to the servers of applications, and look at what they say");
     AddEndpointListCommand(line, group);
     AddCallCommand(line, group);

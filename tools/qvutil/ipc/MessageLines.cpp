@@ -4,6 +4,7 @@
 #include "ipc/MessageLines.h"
 
 #include "cli/Console.h"
+#include "cli/JsonStyle.h"
 #include "ipc/ParameterText.h"
 #include "messages/MessageText.h"
 
@@ -45,7 +46,7 @@ void PrintJsonLine(QJsonObject object, const QString& direction, const QJsonObje
         object.insert(u"direction"_s, direction);
     for (auto it = notes.begin(); it != notes.end(); ++it)
         object.insert(it.key(), it.value());
-    Console::Print(JsonLine(object));
+    Console::Print(ToText(QJsonDocument(object), StreamFormat()));
     Console::Flush();
 }
 

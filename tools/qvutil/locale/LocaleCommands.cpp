@@ -5,6 +5,7 @@
 
 #include "cli/Console.h"
 #include "cli/Groups.h"
+#include "cli/OfferedValues.h"
 
 #include <qvutil/LocaleUtil.h>
 
@@ -68,8 +69,17 @@ const LocaleRecord* FindRecord(const QString& text)
     return nullptr;
 }
 
+QStringList LocaleNames()
+{
+    QStringList names;
+    for (const LocaleRecord& record : gLocales)
+        names.append(QString::fromLatin1(record.Name));
+    return names;
+}
+
 void AddLocaleCommands(CommandLine& line)
 {
+    OfferValues(u"locales"_s, &LocaleNames);
     CLI::App& group = line.AddGroup("locale", "Look up locale names and Windows locale identifiers");
     AddLocaleShowCommand(line, group);
     AddLocaleFindCommand(line, group);

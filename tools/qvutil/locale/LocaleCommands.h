@@ -37,6 +37,8 @@ void AddLocaleCommand(CommandLine& line, CLI::App& group, const std::string& nam
 [[nodiscard]] QString IdentifierText(quint32 lcid);
 /// Adds a locale to a list.
 void AddLocale(Report& report, const Util::Internal::LocaleRecord& record);
+/// Returns the names of all locales.
+[[nodiscard]] QStringList LocaleNames();
 /// The record of a name, or of an identifier (0x0409 or 1033); null if there is none.
 [[nodiscard]] const Util::Internal::LocaleRecord* FindRecord(const QString& text);
 

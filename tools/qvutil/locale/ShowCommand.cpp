@@ -4,6 +4,7 @@
 #include "locale/LocaleCommands.h"
 
 #include "cli/Console.h"
+#include "cli/Suggestion.h"
 
 using namespace Qt::StringLiterals;
 using Quorvin::Util::Internal::LocaleRecord;
@@ -19,7 +20,8 @@ ExitCode Show(const LocaleOptions& options)
         if (const LocaleRecord* record = FindRecord(text)) {
             AddLocale(report, *record);
         } else {
-            Console::ReportError(text, u"there is no such locale"_s);
+            Console::ReportError(
+                text, u"there is no such locale"_s + DidYouMean(text.section(u'.', 0, 0), LocaleNames()));
             code = ExitCode::No;
         }
     }

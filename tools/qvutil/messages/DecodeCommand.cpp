@@ -6,6 +6,7 @@
 #include "cli/Command.h"
 #include "cli/Console.h"
 #include "cli/InputFile.h"
+#include "cli/JsonStyle.h"
 #include "messages/MessageFile.h"
 #include "messages/MessageText.h"
 
@@ -44,7 +45,7 @@ ExitCode DecodeFile(const InputFile& input, bool indent)
         found = true;
         const QJsonObject object = MessageToJson(*piece.Message);
         if (indent)
-            Console::PrintJson(QJsonDocument(object));
+            Console::Print(ToText(QJsonDocument(object), QJsonDocument::Indented));
         else
             Console::Print(JsonLine(object));
     });

@@ -1,0 +1,21 @@
+// SPDX-FileCopyrightText: 2026 The QvUtil developers
+// SPDX-License-Identifier: MIT
+
+#ifndef QVUTIL_TOOL_OFFEREDVALUES_H
+#define QVUTIL_TOOL_OFFEREDVALUES_H
+
+#include <QString>
+#include <QStringList>
+
+namespace Quorvin::Tool {
+
+/// Makes completion offer values. Groups of commands call it when they are added.
+/// \param kind  "types", "locales", "grids" or "servers"
+/// \param list  returns the values as they are now
+void OfferValues(const QString& kind, QStringList (*list)());
+/// Returns the values of a kind; none if nothing offers it.
+[[nodiscard]] QStringList ListValues(const QString& kind);
+
+} // namespace Quorvin::Tool
+
+#endif // QVUTIL_TOOL_OFFEREDVALUES_H

@@ -1,0 +1,21 @@
+// SPDX-FileCopyrightText: 2026 The QvUtil developers
+// SPDX-License-Identifier: MIT
+
+#ifndef QVUTIL_TOOL_SUGGESTION_H
+#define QVUTIL_TOOL_SUGGESTION_H
+
+#include <QString>
+#include <QStringList>
+
+namespace Quorvin::Tool {
+
+/// Returns the candidates that a mistyped word most likely stands for: those with the fewest wrong, missing,
+/// additional or swapped characters, three at most. Case does not count, nor does '_' instead of '-'.
+[[nodiscard]] QStringList FindClosest(const QString& word, const QStringList& candidates);
+
+/// Returns the end of a message, "; did you mean 'get' or 'set'?"; empty if no candidate is close.
+[[nodiscard]] QString DidYouMean(const QString& word, const QStringList& candidates);
+
+} // namespace Quorvin::Tool
+
+#endif // QVUTIL_TOOL_SUGGESTION_H
