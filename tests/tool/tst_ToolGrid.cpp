@@ -5,6 +5,7 @@
 #include "messaging/GridRegistry_p.h"
 #include "support/GridSupport.h"
 #include "support/MessagingSupport.h"
+#include "support/TerminalTool.h"
 #include "support/ToolTest.h"
 
 #include <QDir>
@@ -31,6 +32,7 @@ using Quorvin::Util::ProcessInfo;
 using Quorvin::Util::Internal::GridLockFilePath;
 using Quorvin::Util::Internal::NativeSharedMemoryKey;
 using Quorvin::Util::Internal::ParseRegistry;
+using TestSupport::TerminalTool;
 using TestSupport::ToolResult;
 
 namespace {
@@ -155,6 +157,8 @@ private Q_SLOTS:
     void Watch_signals_data();
     void Watch_signals();
     void Watch_lastMemberLeavesNothing();
+    void Watch_terminal();
+    void Watch_narrowTerminal();
     void Clean_nothing();
     void Clean_semaphore();
     void Clean_deadAmongLiving();
@@ -773,6 +777,52 @@ void tst_ToolGrid::Watch_lastMemberLeavesNothing()
         QVERIFY(watch.Line().contains(u"left"_s));
         QCOMPARE(Files(), QStringList());
     }
+}
+
+void tst_ToolGrid::Watch_terminal()
+{
+    Peer first({u"grid"_s, kGrid});
+    QVERIFY(IsIn(first));
+    TerminalTool watch(*mTool, {u"grid"_s, u"watch"_s, kGrid, u"--interval"_s, u"20"_s});
+    const QByteArray modes = watch.Modes();
+    QVERIFY(watch.WaitForLine(u"grid desk: 1 alive, 0 dead"_s));
+    Peer second({u"grid"_s, kGrid});
+    QVERIFY(IsIn(second, u"linked"_s));
+    QVERIFY(watch.WaitForLine(u"grid desk: 2 alive, 0 dead"_s));
+    second.Kill();
+    QVERIFY(watch.WaitForLine(u"  died    %1  "_s.arg(second.Id())));
+    // The first process may notice the end of the second later than the tool.
+    EVENTUALLY_EQUAL(watch.Screen().value(2).simplified(),
+                     u"%1 alive - - %2"_s.arg(QString::number(first.Id()), ServerName(first)));
+    // One table, drawn in place, with the events below it.
+    const QStringList screen = watch.Screen();
+    QCOMPARE(screen.value(0), u"grid desk: 1 alive, 1 dead"_s);
+    QCOMPARE(screen.value(1).simplified(), u"process state connected to client server"_s);
+    QVERIFY(screen.value(2).simplified().startsWith(u"%1 alive "_s.arg(first.Id())));
+    QVERIFY(screen.value(3).simplified().startsWith(u"%1 dead "_s.arg(second.Id())));
+    QCOMPARE(screen.value(4), QString());
+    QCOMPARE(screen.value(5).mid(14), u"member  %1  %2"_s.arg(first.Id()).arg(ServerName(first)));
+    QCOMPARE(screen.value(6).mid(14), u"joined  %1  %2"_s.arg(second.Id()).arg(ServerName(second)));
+    QCOMPARE(screen.size(), 8);
+
+    watch.Type("\x03");
+    QCOMPARE(watch.WaitForEnd(), 0);
+    QCOMPARE(watch.Screen(), screen); // without ^C
+    QCOMPARE(watch.Modes(), modes);
+    QVERIFY(watch.Output().endsWith("\r\x1b[K"));
+    QCOMPARE(watch.Output().count("\x1b[?7l"), watch.Output().count("\x1b[?7h"));
+}
+
+void tst_ToolGrid::Watch_narrowTerminal()
+{
+    Peer peer({u"grid"_s, kGrid});
+    QVERIFY(IsIn(peer));
+    TerminalTool watch(*mTool, {u"grid"_s, u"watch"_s, kGrid, u"--count"_s, u"1"_s}, 20);
+    QCOMPARE(watch.WaitForEnd(), 0);
+    const QStringList screen = watch.Screen();
+    QCOMPARE(screen.size(), 5);
+    for (const QString& line : screen)
+        QVERIFY2(line.size() <= 20, qPrintable(line));
 }
 
 // --- clean

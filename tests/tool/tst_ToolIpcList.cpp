@@ -1,14 +1,16 @@
 // SPDX-FileCopyrightText: 2026 The QvUtil developers
 // SPDX-License-Identifier: MIT
 
-// Tests qvutil ipc list, as a process beside real servers.
+// Tests qvutil ipc list and watch, as processes beside real servers.
 
 #include "support/BareSocket.h"
 #include "support/LinkedServer.h"
 #include "support/MessagingSupport.h"
 #include "support/RunningTool.h"
+#include "support/TerminalTool.h"
 #include "support/ToolTest.h"
 
+#include <QDateTime>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
@@ -27,6 +29,7 @@ using TestSupport::EnvironmentGuard;
 using TestSupport::PathOf;
 using TestSupport::RunningTool;
 using TestSupport::StartListener;
+using TestSupport::TerminalTool;
 using TestSupport::ToolResult;
 
 class tst_ToolIpcList : public TestSupport::ToolTest
@@ -51,12 +54,20 @@ private Q_SLOTS:
     void NoFolder();
     void Usage();
 
+    void Watch_events();
+    void Watch_json();
+    void Watch_terminal();
+
 private:
     void SetUp() override;
     void TearDown() override;
     [[nodiscard]] ToolResult Run(const QStringList& options = {}) const
     {
         return TestSupport::RunIpc(*mTool, QStringList(u"list"_s) + options);
+    }
+    [[nodiscard]] ToolResult Watch(const QStringList& options) const
+    {
+        return TestSupport::RunIpc(*mTool, QStringList{u"watch"_s, u"--interval"_s, u"20"_s} + options);
     }
     // Returns the list as JSON; nothing if the exit code does not match it.
     [[nodiscard]] QJsonArray List(const QStringList& options = {}) const
@@ -350,6 +361,75 @@ void tst_ToolIpcList::Usage()
 {
     QCOMPARE(Run({u"viewer"_s}).ToText(),
              u"! qvutil: unexpected argument 'viewer'\n! Try 'qvutil ipc list --help'.\n=> 2\n"_s);
+}
+
+// watch
+
+void tst_ToolIpcList::Watch_events()
+{
+#ifdef Q_OS_LINUX
+    auto viewer = StartListener(*mTool, u"viewer"_s);
+    QVERIFY(viewer);
+    RunningTool watch(*mTool, {u"ipc"_s, u"watch"_s, u"--interval"_s, u"20"_s});
+    QVERIFY(watch.WaitForOutput("  server  viewer  " + QByteArray::number(viewer->Id()) + " (qvutil)\n"));
+    const QByteArray own = QByteArray::number(QCoreApplication::applicationPid());
+    {
+        QLocalSocket client;
+        QVERIFY(Connect(client, u"viewer"_s));
+        QVERIFY(watch.WaitForOutput("  connected  viewer  " + own + " (tst_ToolIpcList)\n"));
+    }
+    QVERIFY(watch.WaitForOutput("  disconnected  viewer  " + own + " (tst_ToolIpcList)\n"));
+    (void)viewer->End(SIGKILL);
+    QVERIFY(watch.WaitForOutput("  died    viewer  "));
+    viewer = StartListener(*mTool, u"viewer"_s);
+    QVERIFY(viewer);
+    QVERIFY(watch.WaitForOutput("  started  viewer  " + QByteArray::number(viewer->Id()) + " (qvutil)\n"));
+    QCOMPARE(viewer->End().ExitCode, 0);
+    QVERIFY(watch.WaitForOutput("  ended   viewer  "));
+    const ToolResult result = watch.End(SIGINT);
+    QCOMPARE(result.ExitCode, 0);
+    QCOMPARE(result.Errors, QByteArray());
+    QCOMPARE(result.Output.count('\n'), 6);
+#else
+    QSKIP("only Linux tells which processes are connected");
+#endif
+}
+
+void tst_ToolIpcList::Watch_json()
+{
+    const auto viewer = StartListener(*mTool, u"viewer"_s);
+    QVERIFY(viewer);
+    const ToolResult result = Watch({u"--json"_s, u"--count"_s, u"1"_s});
+    QCOMPARE(result.ExitCode, 0);
+    QCOMPARE(result.Output.count('\n'), 1);
+    QJsonObject event = QJsonDocument::fromJson(result.Output).object();
+    QVERIFY(QDateTime::fromString(event.take("time"_L1).toString(), Qt::ISODateWithMs).isValid());
+#ifdef Q_OS_LINUX
+    QCOMPARE(event.take("process"_L1), QJsonValue(Process(viewer->Id(), u"qvutil"_s)));
+#else
+    QVERIFY(event.take("process"_L1).isNull());
+#endif
+    QCOMPARE(
+        event,
+        (QJsonObject{{u"event"_s, u"server"_s}, {u"name"_s, u"viewer"_s}, {u"path"_s, PathOf(u"viewer"_s)}}));
+}
+
+void tst_ToolIpcList::Watch_terminal()
+{
+    TerminalTool watch(*mTool, {u"ipc"_s, u"watch"_s, u"--interval"_s, u"20"_s}, 120);
+    const QByteArray modes = watch.Modes();
+    QVERIFY(watch.WaitForLine(u"no servers in "_s));
+    const auto viewer = StartListener(*mTool, u"viewer"_s);
+    QVERIFY(viewer);
+    QVERIFY(watch.WaitForLine(u"  started  viewer  "_s));
+    const QStringList screen = watch.Screen();
+    QCOMPARE(screen.size(), 4);
+    QCOMPARE(screen.value(0).simplified(), u"name process user client state library"_s);
+    QVERIFY(screen.value(1).startsWith(u"viewer  "_s));
+    watch.Type("\x03");
+    QCOMPARE(watch.WaitForEnd(), 0);
+    QCOMPARE(watch.Screen(), screen);
+    QCOMPARE(watch.Modes(), modes);
 }
 
 QTEST_GUILESS_MAIN(tst_ToolIpcList)

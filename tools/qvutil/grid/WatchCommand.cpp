@@ -5,12 +5,11 @@
 
 #include "cli/Command.h"
 #include "cli/Console.h"
+#include "cli/EventLog.h"
 #include "cli/Session.h"
+#include "cli/Table.h"
+#include "grid/GridReport.h"
 #include "grid/GridSnapshot.h"
-
-#include <QDateTime>
-#include <QJsonDocument>
-#include <QJsonObject>
 
 #include <algorithm>
 #include <memory>
@@ -33,6 +32,7 @@ class Watcher
 public:
     explicit Watcher(const WatchOptions& options)
         : mOptions(options)
+        , mLog(options.Json, options.Count)
     { }
 
     void Look()
@@ -54,10 +54,12 @@ public:
         }
         mMembers = members;
         mIsFirst = false;
+        if (mLog.IsLive())
+            Draw();
         Console::Flush();
     }
 
-    [[nodiscard]] bool IsDone() const { return mOptions.Count > 0 && mReported >= mOptions.Count; }
+    [[nodiscard]] bool IsDone() const { return mLog.IsDone(); }
 
 private:
     static const GridMember* Find(const QList<GridMember>& members, const GridMember& wanted)
@@ -71,28 +73,25 @@ private:
 
     void Report(const QString& event, const GridMember& member)
     {
-        if (IsDone())
-            return;
-        ++mReported;
-        const QDateTime now = QDateTime::currentDateTime();
-        if (mOptions.Json) {
-            Console::Print(QString::fromUtf8(
-                QJsonDocument(QJsonObject{{u"time"_s, now.toUTC().toString(Qt::ISODateWithMs)},
-                                          {u"event"_s, event},
-                                          {u"processId"_s, member.ProcessId},
-                                          {u"serverName"_s, member.ServerName}})
-                    .toJson(QJsonDocument::Compact)
-                + '\n'));
-            return;
-        }
-        Console::PrintLine(u"%1  %2  %3  %4"_s.arg(now.toString(u"HH:mm:ss.zzz"_s), event.leftJustified(6))
-                               .arg(member.ProcessId)
-                               .arg(Console::Visible(member.ServerName)));
+        mLog.Add(event, u"%1  %2"_s.arg(member.ProcessId).arg(member.ServerName),
+                 {{u"processId"_s, member.ProcessId}, {u"serverName"_s, member.ServerName}});
+    }
+
+    void Draw()
+    {
+        const GridSnapshot snapshot = InspectGrid(mOptions.Grid);
+        const qsizetype dead = snapshot.DeadCount();
+        QStringList lines = {u"grid %1: %2 alive, %3 dead"_s.arg(snapshot.Name)
+                                 .arg(snapshot.Registry.Members.size() - dead)
+                                 .arg(dead)};
+        if (!snapshot.Registry.Members.isEmpty())
+            lines += FormatTable(MembersToRows(snapshot));
+        mLog.Draw(lines);
     }
 
     const WatchOptions& mOptions;
+    EventLog mLog;
     QList<GridMember> mMembers;
-    int mReported = 0;
     bool mIsFirst = true;
 };
 
@@ -122,10 +121,12 @@ void AddGridWatchCommand(CommandLine& line, CLI::App& group)
                          *options);
     AddExplanation(
         watch,
-        "Begins with the members that there are. \"left\" is said of a process that took its entry\n"
-        "with it, \"died\" of one that did not, and \"pruned\" when another removes that entry.");
+        "Draws the table of qvutil grid list on a terminal, with the last events below it. Elsewhere,\n"
+        "each event is a line. The first events are the members that exist already. \"left\" means that\n"
+        "a process removed its entry, \"died\" that it ended without doing so, and \"pruned\" that\n"
+        "another process removed the entry of a dead one.");
     watch.get_option("GRID")->required();
-    AddNumber(watch, "--count", options->Count, {.Min = 1, .Max = 1000000000}, "End after so many lines")
+    AddNumber(watch, "--count", options->Count, {.Min = 1, .Max = 1000000000}, "End after this many events")
         ->type_name("N");
     AddNumber(watch, "--interval", options->IntervalMs, {.Min = 1, .Max = 3600000},
               "Time between two looks, 250 if not given")

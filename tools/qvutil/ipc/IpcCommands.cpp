@@ -31,6 +31,7 @@ void AddIpcCommands(CommandLine& line)
     OfferValues(u"servers"_s, &ServerNames);
     CLI::App& group = line.AddGroup("ipc", "Talk to the servers of applications, and look at what they say");
     AddEndpointListCommand(line, group);
+    AddEndpointWatchCommand(line, group);
     AddCallCommand(line, group);
     AddSendCommand(line, group);
     AddListenCommand(line, group);

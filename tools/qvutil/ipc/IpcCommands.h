@@ -14,6 +14,7 @@ class CommandLine;
 
 // The commands of `qvutil ipc`, in the order of its help.
 void AddEndpointListCommand(CommandLine& line, CLI::App& group);
+void AddEndpointWatchCommand(CommandLine& line, CLI::App& group);
 void AddCallCommand(CommandLine& line, CLI::App& group);
 void AddSendCommand(CommandLine& line, CLI::App& group);
 void AddListenCommand(CommandLine& line, CLI::App& group);
