@@ -55,13 +55,37 @@ EndpointEntry InspectEntry(const Endpoint& endpoint, const SocketSnapshot& socke
         return entry;
     if (entry.Processes->IsListening)
         entry.Listening = Endpoint::Yes;
-    else if (entry.Listening == Endpoint::Yes)
-        entry.Processes.reset(); // of a container with its own list of sockets
+    else if (entry.Listening == Endpoint::Yes) // has just ended, or is in a container with its own list
+        entry.Listening = InspectEndpoint(endpoint.Path).Listening;
+    if (!entry.Processes->IsListening && entry.Listening == Endpoint::Yes)
+        entry.Processes.reset();
     if (entry.Processes && !entry.Processes->Servers.isEmpty()) {
         if (const std::optional<quint32> user = FindProcessUser(entry.Processes->Servers.first().Id))
             entry.User = UserName(*user);
     }
     return entry;
+}
+
+QList<Endpoint> FindEndpoints()
+{
+    QList<Endpoint> endpoints;
+    const QStringList folders = EndpointFolders();
+    for (const QString& folder : folders) {
+        if (folder.isEmpty()) // as Qt gives a path that leads nowhere
+            throw Failure(qEnvironmentVariable("TMPDIR"), u"there is no such folder"_s);
+        if (!QFileInfo(folder).isReadable())
+            throw Failure(folder, u"the folder cannot be read"_s);
+        const QStringList files = QDir(folder).entryList(QDir::System | QDir::Hidden, QDir::Name);
+        for (const QString& file : files) {
+            Endpoint endpoint = InspectEndpoint(folder + u'/' + file);
+            if (endpoint.Kind != Endpoint::Socket)
+                continue;
+            if (folder == folders.first())
+                endpoint.Name = file;
+            endpoints.append(std::move(endpoint));
+        }
+    }
+    return endpoints;
 }
 
 QString ProcessText(const EndpointEntry& entry)
@@ -134,26 +158,14 @@ QStringList EndpointFolders()
 
 QList<EndpointEntry> ListEndpoints(bool withOthers)
 {
-    QList<EndpointEntry> entries;
-    const QStringList folders = EndpointFolders();
+    const QList<Endpoint> endpoints = FindEndpoints();
+    // Taken after the endpoints were found, so that it has the sockets of servers that have just started.
     const SocketSnapshot sockets;
-    for (const QString& folder : folders) {
-        if (folder.isEmpty()) // as Qt gives a path that leads nowhere
-            throw Failure(qEnvironmentVariable("TMPDIR"), u"there is no such folder"_s);
-        if (!QFileInfo(folder).isReadable())
-            throw Failure(folder, u"the folder cannot be read"_s);
-        const QStringList files = QDir(folder).entryList(QDir::System | QDir::Hidden, QDir::Name);
-        for (const QString& file : files) {
-            const QString path = folder + u'/' + file;
-            Endpoint endpoint = InspectEndpoint(path);
-            if (endpoint.Kind != Endpoint::Socket)
-                continue;
-            if (folder == folders.first())
-                endpoint.Name = file;
-            EndpointEntry entry = InspectEntry(endpoint, sockets);
-            if (withOthers || entry.From != EndpointEntry::Other)
-                entries.append(std::move(entry));
-        }
+    QList<EndpointEntry> entries;
+    for (const Endpoint& endpoint : endpoints) {
+        EndpointEntry entry = InspectEntry(endpoint, sockets);
+        if (withOthers || entry.From != EndpointEntry::Other)
+            entries.append(std::move(entry));
     }
     return entries;
 }
