@@ -5,12 +5,15 @@
 
 #include "cli/Command.h"
 #include "cli/Console.h"
+#include "cli/OutputFormat.h"
 #include "cli/Report.h"
 #include "expressions/CommandSupport.h"
 #include "expressions/ExpressionOutline.h"
+#include "expressions/TablePage.h"
 
 #include <QJsonObject>
 
+#include <memory>
 #include <optional>
 
 using namespace Qt::StringLiterals;
@@ -20,6 +23,11 @@ namespace {
 
 constexpr qsizetype kMaxTableOperands = 16;
 
+struct TableOptions : TextOptions
+{
+    bool Html = false;
+};
+
 QString TableHead(const QStringList& names)
 {
     QString head;
@@ -28,8 +36,25 @@ QString TableHead(const QStringList& names)
     return head + u"result"_s;
 }
 
-ExitCode Table(const TextOptions& options)
+// Calls back with the values and the result of each row, from all false to all true. The last operand changes
+// most often.
+template <typename AddRow> void ForEachRow(const ExpressionOutline& outline, const AddRow& addRow)
 {
+    const QStringList& names = outline.Operands();
+    const auto combinations = 1U << names.size();
+    for (uint combination = 0; combination < combinations; ++combination) {
+        QList<bool> values;
+        for (qsizetype i = 0; i < names.size(); ++i)
+            values.append(((combination >> (names.size() - 1 - i)) & 1U) != 0);
+        const auto valueOf
+            = [&](const QString& operand) { return std::optional(values.at(names.indexOf(operand))); };
+        addRow(values, outline.Evaluate(valueOf).Value);
+    }
+}
+
+ExitCode Table(const TableOptions& options)
+{
+    RequireOneFormat(options.Json, options.Html, u"--html"_s);
     const ExpressionOutline outline(options.Expression);
     RequireWellFormed(outline);
     const QStringList& names = outline.Operands();
@@ -38,31 +63,29 @@ ExitCode Table(const TextOptions& options)
                       u"a table of %1 operands is too long; at most %2 are shown"_s.arg(names.size())
                           .arg(kMaxTableOperands));
     }
-    const auto combinations = 1U << names.size();
+    if (options.Html) {
+        TablePage page(outline.Text(), names);
+        ForEachRow(outline, [&page](const QList<bool>& values, bool result) { page.AddRow(values, result); });
+        Console::Print(page.Finish());
+        return ExitCode::Yes;
+    }
     Report report(options.Json);
     report.Heading([&] { Console::PrintLine(TableHead(names)); });
-    // Counts from all false to all true, the last operand changing most often.
-    for (uint combination = 0; combination < combinations; ++combination) {
-        const auto valueOf = [&](qsizetype i) { return ((combination >> (names.size() - 1 - i)) & 1U) != 0; };
-        const bool result = outline
-                                .Evaluate([&](const QString& operand) {
-                                    return std::optional(valueOf(names.indexOf(operand)));
-                                })
-                                .Value;
+    ForEachRow(outline, [&](const QList<bool>& values, bool result) {
         report.AddItem(
             [&] {
-                QJsonObject values;
+                QJsonObject operands;
                 for (qsizetype i = 0; i < names.size(); ++i)
-                    values.insert(names.at(i), valueOf(i));
-                return QJsonObject{{u"operands"_s, values}, {u"result"_s, result}};
+                    operands.insert(names.at(i), values.at(i));
+                return QJsonObject{{u"operands"_s, operands}, {u"result"_s, result}};
             },
             [&] {
                 QString line;
-                for (qsizetype i = 0; i < names.size(); ++i)
-                    line += Word(valueOf(i)) + u'\t';
+                for (const bool value : values)
+                    line += Word(value) + u'\t';
                 Console::PrintLine(line + Word(result));
             });
-    }
+    });
     report.Finish();
     return ExitCode::Yes;
 }
@@ -71,8 +94,14 @@ ExitCode Table(const TextOptions& options)
 
 void AddExprTableCommand(CommandLine& line, CLI::App& group)
 {
-    AddTextCommand(line, group, "table", "Print the truth table of an expression",
-                   "qvutil expr table \"(a) & b | c\"", &Table);
+    auto options = std::make_shared<TableOptions>();
+    CLI::App& table = line.AddCommand(group, "table", "Print the truth table of an expression",
+                                      "qvutil expr table \"(a) & b | c\"\n"
+                                      "qvutil expr table \"(a) & b | c\" --html > table.html",
+                                      [options] { return Table(*options); });
+    AddText(table, "EXPRESSION", options->Expression, "The expression")->required();
+    AddJsonFlag(table, options->Json);
+    table.add_flag("--html", options->Html, "Print the table as an HTML page");
 }
 
 } // namespace Quorvin::Tool

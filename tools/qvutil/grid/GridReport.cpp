@@ -13,14 +13,6 @@ using namespace Qt::StringLiterals;
 namespace Quorvin::Tool {
 namespace {
 
-QString JoinIds(const QList<qint64>& ids)
-{
-    QStringList texts;
-    for (const qint64 id : ids)
-        texts.append(QString::number(id));
-    return texts.isEmpty() ? u"-"_s : texts.join(u',');
-}
-
 QString StateOf(const GridMember& member, const GridLinks* links)
 {
     if (!member.IsAlive)
@@ -58,6 +50,22 @@ QJsonObject ToJson(const GridLeftover& leftover)
 }
 
 } // namespace
+
+QString JoinIds(const QList<qint64>& ids)
+{
+    QStringList texts;
+    for (const qint64 id : ids)
+        texts.append(QString::number(id));
+    return texts.isEmpty() ? u"-"_s : texts.join(u',');
+}
+
+QStringList ProblemsOf(const GridSnapshot& snapshot)
+{
+    QStringList problems = snapshot.Registry.Problems;
+    if (snapshot.Registry.IsLocked)
+        problems.append(u"a process keeps the registry locked: nobody can join or leave"_s);
+    return problems;
+}
 
 QList<QStringList> MembersToRows(const GridSnapshot& snapshot)
 {

@@ -13,6 +13,10 @@
 // How the commands of `qvutil grid` show what they found.
 namespace Quorvin::Tool {
 
+/// Returns process ids as one text, "4711,4712"; "-" if there are none.
+[[nodiscard]] QString JoinIds(const QList<qint64>& ids);
+/// Returns what is wrong with a grid's registry, for people.
+[[nodiscard]] QStringList ProblemsOf(const GridSnapshot& snapshot);
 /// Returns a table of the members and their links, with a heading.
 [[nodiscard]] QList<QStringList> MembersToRows(const GridSnapshot& snapshot);
 /// Prints a table of the members and their links.

@@ -5,7 +5,9 @@
 
 #include "cli/Command.h"
 #include "cli/Console.h"
+#include "cli/OutputFormat.h"
 #include "cli/Report.h"
+#include "grid/GridPicture.h"
 #include "grid/GridReport.h"
 #include "grid/GridSnapshot.h"
 #include <qvutil/messaging/GridRegistry_p.h>
@@ -59,9 +61,7 @@ void PrintSnapshot(const GridSnapshot& snapshot)
     } else {
         Console::PrintLine(u"grid %1: nobody has joined"_s.arg(Console::Visible(snapshot.Name)));
     }
-    QStringList problems = snapshot.Registry.Problems;
-    if (snapshot.Registry.IsLocked)
-        problems.append(u"a process keeps the registry locked: nobody can join or leave"_s);
+    const QStringList problems = ProblemsOf(snapshot);
     if (!problems.isEmpty()) {
         Console::PrintLine(u"\nproblems:"_s);
         PrintIndented(problems);
@@ -73,13 +73,22 @@ void PrintSnapshot(const GridSnapshot& snapshot)
     }
 }
 
-ExitCode Show(const GridOptions& options)
+struct ShowOptions : GridOptions
 {
+    bool Svg = false;
+};
+
+ExitCode Show(const ShowOptions& options)
+{
+    RequireOneFormat(options.Json, options.Svg, u"--svg"_s);
     RequireGridName(options.Grid);
     const GridSnapshot snapshot = InspectGrid(options.Grid);
     if (!snapshot.Exists())
         return ReportMissingGrid(snapshot);
-    Report(options.Json).Answer([&] { return ToJson(snapshot); }, [&] { PrintSnapshot(snapshot); });
+    if (options.Svg)
+        Console::Print(GridPicture(snapshot));
+    else
+        Report(options.Json).Answer([&] { return ToJson(snapshot); }, [&] { PrintSnapshot(snapshot); });
     return snapshot.IsHealthy() ? ExitCode::Yes : ExitCode::No;
 }
 
@@ -87,15 +96,17 @@ ExitCode Show(const GridOptions& options)
 
 void AddGridShowCommand(CommandLine& line, CLI::App& group)
 {
-    auto options = std::make_shared<GridOptions>();
+    auto options = std::make_shared<ShowOptions>();
     CLI::App& show = AddGridCommand(line, group, "show", "Show a grid, its links and what is wrong with it",
                                     "qvutil grid show desk\n"
-                                    "qvutil grid show desk --json | jq .leftovers",
+                                    "qvutil grid show desk --json | jq .leftovers\n"
+                                    "qvutil grid show desk --svg > desk.svg",
                                     *options);
     AddExplanation(show,
                    "The exit code is 0 if all is well with the grid, and 1 if members have died or do not\n"
                    "listen, something is left of them, or the registry is damaged.");
     show.get_option("GRID")->required();
+    show.add_flag("--svg", options->Svg, "Print the members and their connections as an SVG picture");
     line.SetAction(show, [options] { return Show(*options); });
 }
 

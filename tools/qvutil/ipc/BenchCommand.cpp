@@ -3,9 +3,11 @@
 
 #include "cli/Command.h"
 #include "cli/Console.h"
+#include "cli/OutputFormat.h"
 #include "cli/Report.h"
 #include "cli/Session.h"
 #include "ipc/IpcCommands.h"
+#include "ipc/LatencyChart.h"
 #include "ipc/ServerLink.h"
 #include <qvutil/IPCManager.h>
 
@@ -14,7 +16,6 @@
 #include <QJsonObject>
 
 #include <algorithm>
-#include <cmath>
 #include <limits>
 #include <memory>
 
@@ -29,10 +30,10 @@ constexpr int kMaxBytes = 64 * 1024 * 1024;
 constexpr int kMaxRequests = 100'000'000;
 
 constexpr const char* kExplanation
-    = R"(The server gets requests with one parameter, "data". Any server of the library answers them,
-if need be without parameters. Messages that are not answered, with --one-way, are counted as
-arrived when a request that follows them is answered. A server has one client: this one takes
-the place of the one that is there.)";
+    = R"(Sends requests with one parameter, "data". Any server of the library answers them, even if
+the answer has no parameters. Messages that are not answered, with --one-way, count as arrived when
+a request behind them is answered. The tool replaces the client of the server, which has one client
+at a time.)";
 
 // The first requests pay for the processors' and the allocators' waking up.
 constexpr int kWarmUp = 20;
@@ -49,6 +50,7 @@ struct BenchOptions
     int TimeoutMs = kDefaultTimeoutMs;
     bool OneWay = false;
     bool Json = false;
+    bool Svg = false;
 };
 
 struct Result
@@ -133,23 +135,6 @@ private:
     bool mLost = false;
 };
 
-double Percentile(const QList<qint64>& sorted, double share)
-{
-    const auto rank = static_cast<qsizetype>(std::ceil(share * static_cast<double>(sorted.size())));
-    return static_cast<double>(sorted.at(std::max<qsizetype>(rank, 1) - 1)) / 1000.0;
-}
-
-struct Row
-{
-    QStringView Name;
-    QStringView JsonName;
-    double Share;
-};
-constexpr Row gRows[] = {{u"median", u"medianUs", 0.5},
-                         {u"90 %", u"p90Us", 0.9},
-                         {u"99 %", u"p99Us", 0.99},
-                         {u"max", u"maxUs", 1.0}};
-
 QJsonObject ToJson(const BenchOptions& options, const Result& result, double rate)
 {
     QJsonObject object{{u"count"_s, options.Count},
@@ -157,21 +142,26 @@ QJsonObject ToJson(const BenchOptions& options, const Result& result, double rat
                        {u"oneWay"_s, options.OneWay},
                        {u"seconds"_s, result.Seconds},
                        {u"perSecond"_s, rate}};
-    for (const Row& row : gRows) {
+    for (const LatencyMark& row : gLatencyMarks) {
         if (!options.OneWay)
             object.insert(row.JsonName.toString(), Percentile(result.LatenciesNs, row.Share));
     }
     return object;
 }
 
+QString Summary(const BenchOptions& options, const Result& result, double rate)
+{
+    return u"%1 %2 of %3 bytes in %4 s, %5 a second"_s.arg(options.Count)
+        .arg(options.OneWay ? u"messages"_s : u"requests"_s)
+        .arg(options.Size)
+        .arg(result.Seconds, 0, 'f', 3)
+        .arg(rate, 0, 'f', 0);
+}
+
 void PrintText(const BenchOptions& options, const Result& result, double rate)
 {
-    Console::PrintLine(u"%1 %2 of %3 bytes in %4 s, %5 a second"_s.arg(options.Count)
-                           .arg(options.OneWay ? u"messages"_s : u"requests"_s)
-                           .arg(options.Size)
-                           .arg(result.Seconds, 0, 'f', 3)
-                           .arg(rate, 0, 'f', 0));
-    for (const Row& row : gRows) {
+    Console::PrintLine(Summary(options, result, rate));
+    for (const LatencyMark& row : gLatencyMarks) {
         if (!options.OneWay) {
             Console::PrintLine(row.Name.toString().leftJustified(8)
                                + u"%1 us"_s.arg(Percentile(result.LatenciesNs, row.Share), 10, 'f', 1));
@@ -181,6 +171,9 @@ void PrintText(const BenchOptions& options, const Result& result, double rate)
 
 ExitCode RunBench(const BenchOptions& options)
 {
+    RequireOneFormat(options.Json, options.Svg, u"--svg"_s);
+    if (options.Svg && options.OneWay)
+        throw UsageFailure(u"--svg shows how long answers take, and --one-way waits for none"_s);
     Session session(Session::DiesOfSignals);
     Result result;
     try {
@@ -190,6 +183,11 @@ ExitCode RunBench(const BenchOptions& options)
         return ExitCode::No;
     }
     const double rate = static_cast<double>(options.Count) / std::max(result.Seconds, 1e-9);
+    if (options.Svg) {
+        Console::Print(LatencyChart(u"Latency of %1"_s.arg(options.Name), Summary(options, result, rate),
+                                    result.LatenciesNs));
+        return ExitCode::Yes;
+    }
     Report(options.Json)
         .Answer([&] { return ToJson(options, result, rate); }, [&] { PrintText(options, result, rate); });
     return ExitCode::Yes;
@@ -203,21 +201,24 @@ void AddBenchCommand(CommandLine& line, CLI::App& group)
     CLI::App& bench = line.AddCommand(group, "bench", "Measure how fast a server answers",
                                       "qvutil ipc listen echo --echo --quiet &\n"
                                       "qvutil ipc bench echo --count 5000\n"
-                                      "qvutil ipc bench echo --one-way --count 50000 --json",
+                                      "qvutil ipc bench echo --one-way --count 50000 --json\n"
+                                      "qvutil ipc bench echo --svg > latency.svg",
                                       [options] { return RunBench(*options); });
     AddExplanation(bench, kExplanation);
     AddText(bench, "NAME", options->Name, "The server's name")->required();
     AddText(bench, "--message", options->Message, "The name of the requests (default Bench)");
-    AddNumber(bench, "--count", options->Count, {.Min = 1, .Max = kMaxRequests}, "How many (default 1000)")
+    AddNumber(bench, "--count", options->Count, {.Min = 1, .Max = kMaxRequests},
+              "Number of requests (default 1000)")
         ->type_name("N");
     AddNumber(bench, "--size", options->Size, {.Min = 0, .Max = kMaxBytes},
-              "Bytes that each carries (default 64)")
+              "Bytes in each request (default 64)")
         ->type_name("BYTES");
     AddNumber(bench, "--timeout", options->TimeoutMs, {.Min = 0},
               "Milliseconds for each answer (default 5000)")
         ->type_name("MS");
     bench.add_flag("--one-way", options->OneWay, "Send messages that are not answered");
     AddJsonFlag(bench, options->Json);
+    bench.add_flag("--svg", options->Svg, "Print the distribution of the latencies as an SVG picture");
 }
 
 } // namespace Quorvin::Tool

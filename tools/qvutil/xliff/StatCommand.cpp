@@ -5,8 +5,10 @@
 
 #include "cli/Command.h"
 #include "cli/Console.h"
+#include "cli/OutputFormat.h"
 #include "cli/Report.h"
 #include "xliff/CommandSupport.h"
+#include "xliff/StatPage.h"
 #include "xliff/XliffDocument.h"
 
 #include <QJsonArray>
@@ -27,6 +29,7 @@ struct StatOptions
 {
     QStringList Files;
     bool Json = false;
+    bool Html = false;
 };
 
 struct Progress
@@ -145,8 +148,24 @@ QJsonObject ToJson(const XliffDocument& xliff, const Statistics& statistics)
     return {{u"file"_s, xliff.GetName()}, {u"documents"_s, files}, {u"all"_s, statistics.All.ToJson()}};
 }
 
+ExitCode PrintPage(const StatOptions& options)
+{
+    QJsonArray files;
+    QStringList unusable = options.Files;
+    const ExitCode code = ForEachFile(options.Files, [&](const QString& file) {
+        const XliffDocument xliff{InputFile(file)};
+        files.append(ToJson(xliff, CountProgress(xliff)));
+        unusable.removeOne(file);
+    });
+    Console::Print(StatPage(files, unusable));
+    return code;
+}
+
 ExitCode Stat(const StatOptions& options)
 {
+    RequireOneFormat(options.Json, options.Html, u"--html"_s);
+    if (options.Html)
+        return PrintPage(options);
     Report report(options.Json);
     const ExitCode code = ForEachFile(options.Files, [&](const QString& file) {
         const XliffDocument xliff{InputFile(file)};
@@ -164,10 +183,12 @@ void AddXliffStatCommand(CommandLine& line, CLI::App& group)
 {
     auto options = std::make_shared<StatOptions>();
     CLI::App& command = line.AddCommand(group, "stat", "Show how far translation is, for each document",
-                                        "qvutil xliff stat de.xlf ja.xlf\nqvutil xliff stat --json de.xlf",
+                                        "qvutil xliff stat de.xlf ja.xlf\nqvutil xliff stat --json de.xlf\n"
+                                        "qvutil xliff stat --html *.xlf > progress.html",
                                         [options] { return Stat(*options); });
     AddTexts(command, "XLIFF", options->Files, "XLIFF files")->required();
     AddJsonFlag(command, options->Json);
+    command.add_flag("--html", options->Html, "Print a page in HTML, which also fits a phone");
 }
 
 } // namespace Quorvin::Tool

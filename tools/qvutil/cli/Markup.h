@@ -1,0 +1,66 @@
+// SPDX-FileCopyrightText: 2026 The QvUtil developers
+// SPDX-License-Identifier: MIT
+
+#ifndef QVUTIL_TOOL_MARKUP_H
+#define QVUTIL_TOOL_MARKUP_H
+
+#include <QString>
+#include <QStringList>
+#include <QXmlStreamWriter>
+
+#include <initializer_list>
+
+namespace Quorvin::Tool {
+
+/// Writes SVG, or HTML that is also well-formed XML. Texts and attributes may hold anything: characters with
+/// a meaning in the markup are escaped, and control characters appear as on a terminal.
+class MarkupWriter
+{
+public:
+    struct Attribute
+    {
+        QString Name;
+        QString Value;
+    };
+    using Attributes = std::initializer_list<Attribute>;
+
+    MarkupWriter();
+    Q_DISABLE_COPY_MOVE(MarkupWriter)
+
+    /// Writes an instruction such as `<!DOCTYPE html>`.
+    void AddDeclaration(const QString& text) { mWriter.writeDTD(text); }
+    void Start(const QString& name, Attributes attributes = {});
+    void End();
+    void AddText(const QString& text);
+    /// Writes an element that holds nothing but a text.
+    void AddElement(const QString& name, Attributes attributes, const QString& text = {});
+    /// Writes an element that never has content, such as `meta`.
+    void AddEmpty(const QString& name, Attributes attributes);
+
+    /// Writes an element `style`. \param rules  without '"', '<', '>' and '&', which HTML cannot escape there
+    void AddStyle(const QString& rules);
+
+    /// Returns all that was written, with a line break at its end.
+    [[nodiscard]] QString Finish();
+
+private:
+    void AddAttributes(Attributes attributes);
+
+    QString mText;
+    QXmlStreamWriter mWriter; // writes to mText
+    bool mIsEmpty = false; // whether an element has begun that holds nothing yet
+};
+
+/// Returns a number as an attribute takes it, with one decimal place at most.
+[[nodiscard]] QString NumberText(double value);
+
+/// Returns the width of a text in columns, as in a fixed-width font; wide characters take two.
+[[nodiscard]] qsizetype ColumnsOf(const QString& text);
+/// Returns a text in at most so many columns, with "…" in place of its middle if it is too long.
+[[nodiscard]] QString Elide(const QString& text, qsizetype columns);
+/// Breaks a text into lines, at its spaces if there are any.
+[[nodiscard]] QStringList BreakLines(const QString& text, qsizetype columns);
+
+} // namespace Quorvin::Tool
+
+#endif // QVUTIL_TOOL_MARKUP_H

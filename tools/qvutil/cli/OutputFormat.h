@@ -1,0 +1,23 @@
+// SPDX-FileCopyrightText: 2026 The QvUtil developers
+// SPDX-License-Identifier: MIT
+
+#ifndef QVUTIL_TOOL_OUTPUTFORMAT_H
+#define QVUTIL_TOOL_OUTPUTFORMAT_H
+
+#include "cli/Failure.h"
+
+#include <QString>
+
+namespace Quorvin::Tool {
+
+/// Throws UsageFailure if --json and another format of the output are both asked for.
+/// \param option  the option for the other one, such as "--svg"
+inline void RequireOneFormat(bool isJson, bool isOther, const QString& option)
+{
+    if (isJson && isOther)
+        throw UsageFailure(QStringLiteral("--json and %1 exclude each other").arg(option));
+}
+
+} // namespace Quorvin::Tool
+
+#endif // QVUTIL_TOOL_OUTPUTFORMAT_H

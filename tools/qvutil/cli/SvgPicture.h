@@ -1,0 +1,83 @@
+// SPDX-FileCopyrightText: 2026 The QvUtil developers
+// SPDX-License-Identifier: MIT
+
+#ifndef QVUTIL_TOOL_SVGPICTURE_H
+#define QVUTIL_TOOL_SVGPICTURE_H
+
+#include "cli/Markup.h"
+
+#include <QString>
+
+namespace Quorvin::Tool {
+
+/// A picture as SVG, for light and dark displays. It is laid out for the narrow display of a phone, and is
+/// larger where there is room. Positions and sizes are in pixels of such a phone.
+class SvgPicture
+{
+public:
+    static constexpr double kWidth = 360;
+    static constexpr double kMargin = 12;
+
+    /// The colours, each with a counterpart for dark displays.
+    enum Ink {
+        Page,
+        Card, ///< behind what belongs together
+        Line, ///< frames and scales
+        Strong, ///< text
+        Muted, ///< text of less importance
+        Accent,
+        Good,
+        Bad,
+    };
+    enum Anchor { Start, Middle, End };
+    struct TextStyle
+    {
+        Ink Color = Strong;
+        double Size = 12;
+        Anchor At = Start;
+        bool IsBold = false;
+        bool IsCode = false; ///< in a fixed-width font
+    };
+    struct LineStyle
+    {
+        Ink Color = Line;
+        double Width = 1;
+        bool IsDashed = false;
+    };
+    struct Box
+    {
+        double X;
+        double Y;
+        double Width;
+        double Height;
+        double Radius = 0;
+    };
+
+    /// \param title        what the picture shows, in a few words
+    /// \param description  the same as the picture, in words, for readers who do not see it
+    SvgPicture(const QString& title, const QString& description, double height);
+
+    /// The number of columns of a text of this size that fit, see ColumnsOf.
+    [[nodiscard]] static qsizetype FittingColumns(double width, double size);
+
+    void AddText(double x, double y, const QString& text, const TextStyle& style);
+    void AddBox(const Box& box, Ink fill);
+    void AddFrame(const Box& box, Ink fill, const LineStyle& frame);
+    /// Adds lines that are not filled. \param path  as in the attribute `d` of SVG
+    void AddLines(const QString& path, const LineStyle& style);
+    /// Adds a shape that is filled.
+    void AddShape(const QString& path, Ink fill);
+    /// Begins and ends a part with a title, which is shown when the pointer is on it.
+    void StartPart(const QString& title);
+    void EndPart() { mWriter.End(); }
+
+    /// Returns the document.
+    [[nodiscard]] QString Finish() { return mWriter.Finish(); }
+
+private:
+    MarkupWriter mWriter;
+};
+
+} // namespace Quorvin::Tool
+
+#endif // QVUTIL_TOOL_SVGPICTURE_H
