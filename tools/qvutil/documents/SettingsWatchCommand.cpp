@@ -175,7 +175,7 @@ void AddSettingsWatchCommand(CommandLine& line, CLI::App& group)
                    "Prints the values that change, as settings diff does. The file may be replaced, written\n"
                    "in place, removed, and created later.");
     AddText(watch, "FILE", options->File, "Settings file to watch")->required();
-    AddNumber(watch, "--count", options->Count, {.Min = 1, .Max = 1000000000}, "End after so many changes")
+    AddNumber(watch, "--count", options->Count, {.Min = 1, .Max = 1000000000}, "End after this many changes")
         ->type_name("N");
     AddJsonFlag(watch, options->Json);
 }

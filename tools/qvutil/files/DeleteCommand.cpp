@@ -172,7 +172,7 @@ void AddFilesDeleteCommand(CommandLine& line, CLI::App& group)
         "Deletes folders only with --recursive: those below FOLDER that are empty afterwards. FOLDER\n"
         "stays, and so does what lies on another file system. The root folder and the home folder are\n"
         "refused.");
-    remove.add_flag("--dry-run", options->DryRun, "Delete nothing: list what would go");
+    remove.add_flag("--dry-run", options->DryRun, "Delete nothing; list what would be deleted");
 }
 
 } // namespace Quorvin::Tool

@@ -77,7 +77,7 @@ void AddGridCleanCommand(CommandLine& line, CLI::App& group)
         "listens; and the registry and its lock file if no member is left. It takes the locks that\n"
         "members take, so that they may come and go meanwhile.");
     clean.get_option("GRID")->required();
-    clean.add_flag("--dry-run", options->DryRun, "Remove nothing: tell what would go");
+    clean.add_flag("--dry-run", options->DryRun, "Remove nothing; list what would be removed");
     line.SetAction(clean, [options] { return Clean(*options); });
 }
 

@@ -261,8 +261,8 @@ void AddDoctorCommand(CommandLine& line, CLI::App& group)
                           [options] { return Diagnose(*options); });
     AddExplanation(
         doctor,
-        "Without --connect the server notices nothing. With it the server is asked for an answer;\n"
-        "since it has one client, that replaces the one that is there.");
+        "Without --connect, the server notices nothing. With --connect, the tool asks the server for an\n"
+        "answer. This replaces the client of the server, which has one client at a time.");
     AddText(doctor, "NAME", options->Name, "The server's name")->required();
     doctor.add_flag("--connect", options->Connect, "Connect, which replaces the server's client, and ask");
     AddNumber(doctor, "--timeout", options->TimeoutMs, {.Min = 0},

@@ -179,7 +179,7 @@ void AddListenCommand(CommandLine& line, CLI::App& group)
     listen.add_flag("--echo", options->Echo, "Answer each request with its own parameters");
     AddText(listen, "--reply", options->ReplyFile, "JSON file with answers; they come before --echo")
         ->type_name("FILE");
-    AddNumber(listen, "--count", options->Count, {.Min = 1}, "End after so many messages")->type_name("N");
+    AddNumber(listen, "--count", options->Count, {.Min = 1}, "End after this many messages")->type_name("N");
     listen.add_flag("--quiet", options->Quiet, "Print no messages, as when speed is measured");
     listen.add_flag("--replace", options->Replace, "Take the name away from a server that listens");
     AddJsonFlag(listen, options->Json);

@@ -84,10 +84,10 @@ void AddMessageDecodeCommand(CommandLine& line, CLI::App& group)
                           [options] { return Decode(*options); });
     AddExplanation(
         decode,
-        "Reads the bytes as a receiver does. What a receiver would skip is told on standard error\n"
-        "with its place, and makes the exit code 1; so does XML that is no message. Values are plain\n"
-        "JSON; where that does not tell their type, the object \"types\" does, so that encode writes\n"
-        "the same document again.");
+        "Reads the bytes as a receiver does. If there are bytes that a receiver would skip, or XML that\n"
+        "is no message, their place is reported on standard error, and the exit code is 1. Values are\n"
+        "plain JSON. Where JSON does not show the type of a value, the object \"types\" does, so that\n"
+        "encode writes the same document again.");
     AddTexts(decode, "FILE", options->Files, "Captured bytes; - or nothing for standard input");
     decode.add_flag("--indent", options->Indent, "Print each message on several lines, for people to read");
 }
