@@ -248,6 +248,7 @@ private Q_SLOTS:
     void FullFileSystem_existingFile();
     void FullFileSystem_newFile();
     void FullFileSystem_spaceAgain();
+    void FullFileSystem_writtenDirectly();
     void FullFileSystem_settingsStayDirty();
     void MountedFile_isWrittenDirectly();
     void ReadError_settings();
@@ -459,6 +460,24 @@ void tst_SaveSafetyLinux::FullFileSystem_spaceAgain()
     QVERIFY(QFile::remove(Path(u"filler"_s)));
     QCOMPARE(SaveDocument(Path(u"s.xml"_s), 2), true);
     QCOMPARE(ReadFile(Path(u"s.xml"_s)), DocumentBytes(2));
+}
+
+// The reason is that of the direct write, not why nothing can be created in the folder.
+void tst_SaveSafetyLinux::FullFileSystem_writtenDirectly()
+{
+    MOUNT_OR_SKIP(fileSystem);
+    const QByteArray folder = QFile::encodeName(mDir->path());
+    const QString file = Path(u"s.xml"_s);
+    QVERIFY(WriteFile(file, kOld));
+    QCOMPARE(chmod(QFile::encodeName(file).constData(), 0666), 0);
+    QCOMPARE(chmod(folder.constData(), 0555), 0);
+    {
+        const TestSupport::UnprivilegedGuard unprivileged;
+        const TestSupport::LogGuard log;
+        QCOMPARE(SaveDocument(file, 3), false); // larger than the whole file system
+        QCOMPARE(TestSupport::LogGuard::Messages(),
+                 QStringList{u"%1 is not saved: %2"_s.arg(file, qt_error_string(ENOSPC))});
+    }
 }
 
 void tst_SaveSafetyLinux::FullFileSystem_settingsStayDirty()

@@ -32,14 +32,23 @@ constexpr int kMaxStaleGap = 32; // the search for stale files ends after this m
 constexpr qsizetype kMaxNameLength = 255;
 constexpr mode_t kModeBits = 07777;
 
-bool WriteDirectly(const QString& path, const QByteArray& content)
+// Returns the error of the last system call, or \p otherwise if none failed.
+int LastError(int otherwise)
+{
+    return errno != 0 ? errno : otherwise;
+}
+
+// Returns 0 or the system's error number.
+int WriteDirectly(const QString& path, const QByteArray& content)
 {
     QFile file(path);
+    errno = 0;
     if (!file.open(QIODevice::WriteOnly | QIODevice::Truncate))
-        return false;
-    const bool written = file.write(content) == content.size() && file.flush();
+        return LastError(EACCES); // a Qt resource, for example
+    if (file.write(content) != content.size() || !file.flush())
+        return LastError(EIO);
     file.close(); // an error of the last write may only be reported now
-    return written && file.error() == QFileDevice::NoError;
+    return file.error() == QFileDevice::NoError ? 0 : LastError(EIO);
 }
 
 // Follows the links at the end of a path, even if the last one is dangling.
@@ -216,6 +225,13 @@ bool MayBeWrittenDirectly(int error)
         || error == ENAMETOOLONG || error == EEXIST;
 }
 
+// Sets errno. \return whether there was no error
+bool SetError(int error)
+{
+    errno = error;
+    return error == 0;
+}
+
 // Returns 0 or the system's error number.
 int ReplaceRegularFile(const QByteArray& target, const FileDescriptor& old, const QByteArray& content)
 {
@@ -247,7 +263,7 @@ bool ReplaceFile(const QString& path, const QByteArray& content)
         return false;
     // A name that begins with ':' is a Qt resource.
     if (encoded.startsWith(':') || (exists && !S_ISREG(old.st_mode)))
-        return WriteDirectly(path, content);
+        return SetError(WriteDirectly(path, content));
     // A read-only file must not be replaced either.
     const FileDescriptor oldFile(exists ? open(encoded.constData(), O_WRONLY | O_CLOEXEC) : -1);
     if (exists && !oldFile.IsOpen())
@@ -256,10 +272,7 @@ bool ReplaceFile(const QString& path, const QByteArray& content)
     if (!target)
         return false;
     const int error = ReplaceRegularFile(*target, oldFile, content);
-    if (error == 0 || (MayBeWrittenDirectly(error) && WriteDirectly(path, content)))
-        return true;
-    errno = error;
-    return false;
+    return SetError(MayBeWrittenDirectly(error) ? WriteDirectly(path, content) : error);
 }
 
 QStringList FindStaleFiles(const QString& path)
