@@ -571,7 +571,13 @@ class Torture:
                 processes.add(member.process.pid)
                 living.append(member)
             member = living.pop(self.random.randrange(len(living)))
-            if self.random.random() < 0.4:
+            fate = self.random.random()
+            if fate < 0.2:  # stopped at a random moment, perhaps while it joins
+                member.process.send_signal(signal.SIGSTOP)
+                time.sleep(self.random.uniform(0, 0.1))
+            if fate < 0.1:
+                member.process.send_signal(signal.SIGCONT)
+            if 0.1 <= fate < 0.5:
                 time.sleep(self.random.uniform(0, 0.02))
                 member.kill()
                 killed += 1
@@ -587,6 +593,50 @@ class Torture:
                            timeout=PATIENCE)
             left = [entry for entry in os.listdir(self.folder) if grid in entry or 'qipc' in entry]
             part.check(not left, f'files are left: {left}')
+        left = {segment for segment in self.shared_memory() - before if segment[1] in processes}
+        part.check(not left, f'shared memory is left: {left}')
+
+    def hang_in_grid(self, part, seconds, minimum):
+        """Stops a process that holds both locks of a grid, as a member does that joins."""
+        before = self.shared_memory()
+        clock = Clock(seconds)
+        processes = set()
+        turn = 0
+
+        def start(mode, grid):
+            process = Process([self.peer, mode, grid], stderr=subprocess.DEVNULL)
+            processes.add(process.process.pid)
+            return process
+
+        while not clock.over(part, minimum):
+            turn += 1
+            grid = f'h{os.getpid()}-{turn}'
+            member = start('grid', grid)
+            holder = start('hold', grid) if member.wait_for('joined') else None
+            if holder is None or not holder.wait_for('holds'):
+                part.check(False, 'the locks could not be taken')
+                return
+            holder.process.send_signal(signal.SIGSTOP)
+            joiner = start('members', grid)
+            code = member.end()  # closes the input first: both wait at the same time
+            part.check(code == 0, f'a member that leaves ended with {code}')
+            has_read = joiner.wait_for('members')
+            part.check(has_read, 'a member that joins did not give up')
+            code = joiner.end()
+            part.check(code == 0, f'a member that did not get the lock ended with {code}')
+            if turn % 2:
+                holder.kill()
+            else:
+                holder.process.send_signal(signal.SIGCONT)
+                code = holder.end()
+                part.check(code == 0, f'the member that was stopped ended with {code}')
+            after = start('members', grid)
+            is_found = after.wait_for('members 1')
+            code = after.end()
+            part.check(is_found and code == 0, f'afterwards: joined: {is_found}, ended with {code}')
+            if self.tool:  # a killed process leaves a semaphore
+                subprocess.run([self.tool, 'grid', 'clean', grid], stdout=subprocess.DEVNULL, check=False,
+                               timeout=PATIENCE)
         left = {segment for segment in self.shared_memory() - before if segment[1] in processes}
         part.check(not left, f'shared memory is left: {left}')
 
@@ -617,7 +667,8 @@ class Torture:
         do('attacks of a peer on a server', lambda part, time, _: self.attack_server(part, answers, time), 0.08, 0)
         parts.append(answers)
         do('wrong answers to a client', self.attack_client, 0.04, 30 * scale)
-        do('members of a grid that come, go and die', self.storm_grid, 0.10, 20 * scale)
+        do('members of a grid that come, go and die', self.storm_grid, 0.08, 20 * scale)
+        do('members of a grid that hang', self.hang_in_grid, 0.02, 4 * scale)
         return parts
 
 

@@ -24,6 +24,9 @@
 //   grid NAME
 //       joins a grid; prints "joined", and "linked SERVERNAME" when its client is connected
 //
+//   members NAME
+//       the same; then also prints "members N" with the number of members that it reads
+//
 //   hold NAME
 //       holds both locks of a grid, as a member does that is stopped while it joins; prints "holds"
 //
@@ -142,7 +145,7 @@ int ServeAsOther(const QString& name)
     return QCoreApplication::exec();
 }
 
-int Join(const QString& name)
+int Join(const QString& name, bool reads)
 {
     Echo echo;
     IPCManager manager;
@@ -151,6 +154,8 @@ int Join(const QString& name)
                      [](const QString& server) { Print(u"linked "_s + server); });
     manager.CreateGridConnection(name, QIODeviceBase::ReadWrite);
     Print(u"joined"_s);
+    if (reads)
+        Print(u"members %1"_s.arg(manager.ReadFromSharedMemory().size()));
     return QCoreApplication::exec();
 }
 
@@ -219,8 +224,8 @@ int main(int argc, char* argv[])
         return Send(arguments, mode == "paced"_L1);
     if (foreign)
         return ServeAsOther(arguments.value(2));
-    if (mode == "grid"_L1)
-        return Join(arguments.value(2));
+    if (mode == "grid"_L1 || mode == "members"_L1)
+        return Join(arguments.value(2), mode == "members"_L1);
     if (mode == "hold"_L1)
         return Hold(arguments.value(2));
     return 2;
