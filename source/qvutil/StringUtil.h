@@ -92,8 +92,7 @@ public:
     /// Copies as much of a text as fits into a wide-character (UCS-4) buffer, and terminates it with 0.
     ///
     /// The terminator is written at the index that is returned. A character beyond U+FFFF takes one element
-    /// but counts as two, so elements between the end of the text and the terminator may keep their old
-    /// values.
+    /// but counts as two, so elements between the text and the terminator may keep their old values.
     /// \param text    the text
     /// \param buffer  the buffer; null to ask only for the length
     /// \param size    elements in \p buffer, including the terminator; if less than 1, nothing is written
