@@ -29,6 +29,9 @@ SCOPE = (
     "scripts/*",
     *(f"{folder}/**/*{suffix}" for folder in ("source", "tests", "examples", "benchmarks")
       for suffix in (".h", ".cpp", ".mm")),
+    *(f"tools/qvutil/{folder}/*{suffix}"
+      for folder in ("cli", "documents", "expressions", "files", "grid", "ipc", "locale", "messages", "paths")
+      for suffix in (".h", ".cpp")),
     "tests/scripts/*.py",
     ".ci/*",
     ".github/workflows/*",

@@ -61,7 +61,7 @@ void tst_ToolExpr::Run_data()
     row("eval, true and false", {u"eval"_s, u"a"_s, u"--true"_s, u"a"_s, u"--false"_s, u"a"_s},
         u"! qvutil: \"a\" is both true and false\n! Try 'qvutil expr eval --help'.\n=> 2\n"_s);
     row("eval, empty", {u"eval"_s, QString()},
-        u"!   \n!   ^\n! qvutil: expression, column 1: there is no operand here\n=> 2\n"_s);
+        u"!   \n!   ^\n! qvutil: expression, column 1: an operand is missing here\n=> 2\n"_s);
     row("eval, not closed", {u"eval"_s, u"a & (b"_s},
         u"!   a & (b\n!       ^\n! qvutil: expression, column 5: this '(' is not closed\n=> 2\n"_s);
     row("eval, evaluated mistake", {u"eval"_s, u"a & (b & & c)"_s, u"--true"_s, u"a,b,c"_s},
@@ -73,33 +73,33 @@ void tst_ToolExpr::Run_data()
         u"  a & (b | c) | d\n    a   1. true\n    &\n    b | c\n      b   2. false\n      |\n      c   3. "
         u"true\n"
         "    |\n    d   skipped\n"
-        "  note, column 1: '&' and '|' are applied from left to right here, since a group comes before\n"
+        "  note, column 1: '&' and '|' are applied from left to right here, because a group precedes them\n"
         "true\n=> 0\n"_s);
     row("eval, explain an operand that occurs twice",
         {u"eval"_s, u"(x | a) & a"_s, u"--true"_s, u"x,a"_s, u"--explain"_s},
         u"  (x | a) & a\n    x | a\n      x   1. true\n      |\n      a   skipped\n    &\n    a   2. true\n"
         "true\n=> 0\n"_s);
     row("eval, explain dropped text", {u"eval"_s, u"a & b (c)"_s, u"--true"_s, u"c"_s, u"--explain"_s},
-        u"  c   1. true\n  note, column 1: text before '(' takes no part unless '&' joins them\ntrue\n=> 0\n"_s);
+        u"  c   1. true\n  note, column 1: text before '(' is ignored unless '&' joins them\ntrue\n=> 0\n"_s);
 
-    row("lint, nothing wrong", lint(u"a & (b | c)"_s), u"no problems; expressions looked at: 1\n=> 0\n"_s);
+    row("lint, nothing wrong", lint(u"a & (b | c)"_s), u"no problems; expressions checked: 1\n=> 0\n"_s);
     row("lint, dropped", lint(u"a & b (c)"_s),
-        u"expression 1, column 1: text before '(' takes no part unless '&' joins them\n"
+        u"expression 1, column 1: text before '(' is ignored unless '&' joins them\n"
         "  a & b (c)\n  ^~~~~\n=> 1\n"_s);
     row("lint, dropped in a group", lint(u"a & (x (b))"_s),
-        u"expression 1, column 6: text before '(' takes no part unless '&' joins them\n"
+        u"expression 1, column 6: text before '(' is ignored unless '&' joins them\n"
         "  a & (x (b))\n       ^\n=> 1\n"_s);
     row("lint, mixed", lint(u"(a) & b | c"_s),
-        u"expression 1, column 1: '&' and '|' are applied from left to right here, since a group comes "
-        u"before\n"
+        u"expression 1, column 1: '&' and '|' are applied from left to right here, because a group "
+        u"precedes them\n"
         "  (a) & b | c\n  ^~~~~~~~~~~\n=> 1\n"_s);
-    row("lint, not mixed", lint(u"a & b | c & d"_s), u"no problems; expressions looked at: 1\n=> 0\n"_s);
+    row("lint, not mixed", lint(u"a & b | c & d"_s), u"no problems; expressions checked: 1\n=> 0\n"_s);
     row("lint, never evaluated", lint(u"a & (a | b)"_s),
-        u"expression 1, column 10: this operand is never consulted, whatever the others are\n"
+        u"expression 1, column 10: this operand is never consulted, whatever the values of the others\n"
         "  a & (a | b)\n           ^\n=> 1\n"_s);
     row("lint, evaluated in one case only", lint(u"a | b & (a | c)"_s),
-        u"expression 1, column 1: '&' and '|' are applied from left to right here, since a group comes "
-        u"before\n"
+        u"expression 1, column 1: '&' and '|' are applied from left to right here, because a group "
+        u"precedes them\n"
         "  a | b & (a | c)\n  ^~~~~~~~~~~~~~~\n=> 1\n"_s);
     row("lint, empty operand of a chain", lint(u"a & & b"_s),
         u"expression 1, column 5: an operand is missing beside this operator\n  a & & b\n      ^\n=> 1\n"_s);
@@ -110,7 +110,7 @@ void tst_ToolExpr::Run_data()
     row("lint, or doubled", lint(u"a | | b"_s),
         u"expression 1, column 5: an operand is missing beside this operator\n  a | | b\n      ^\n=> 1\n"_s);
     row("lint, blank group", lint(u"a & ( )"_s),
-        u"expression 1, column 6: there is no operand here\n  a & ( )\n       ^\n=> 1\n"_s);
+        u"expression 1, column 6: an operand is missing here\n  a & ( )\n       ^\n=> 1\n"_s);
     row("lint, operator missing", lint(u"(a) b"_s),
         u"expression 1, column 5: an operator is missing before this operand\n  (a) b\n      ^\n=> 1\n"_s);
     row("lint, not closed", lint(u"a & (b"_s),
@@ -118,13 +118,13 @@ void tst_ToolExpr::Run_data()
     row("lint, not opened", lint(u"a) & b"_s),
         u"expression 1, column 2: this ')' was not opened\n  a) & b\n   ^\n=> 1\n"_s);
     row("lint, known operands", {u"lint"_s, u"a & b"_s, u"--known"_s, u"a, b"_s},
-        u"no problems; expressions looked at: 1\n=> 0\n"_s);
+        u"no problems; expressions checked: 1\n=> 0\n"_s);
     row("lint, unknown operand", {u"lint"_s, u"a & big cat"_s, u"--known"_s, u"a,b"_s},
-        u"expression 1, column 5: this operand is not known\n  a & big cat\n      ^~~~~~~\n=> 1\n"_s);
+        u"expression 1, column 5: this operand is unknown\n  a & big cat\n      ^~~~~~~\n=> 1\n"_s);
     row("lint, no operand is known", {u"lint"_s, u"a"_s, u"--known"_s, u","_s},
-        u"expression 1, column 1: this operand is not known\n  a\n  ^\n=> 1\n"_s);
+        u"expression 1, column 1: this operand is unknown\n  a\n  ^\n=> 1\n"_s);
     row("lint, no operand is known, by an empty text", {u"lint"_s, u"a"_s, u"--known"_s, QString()},
-        u"expression 1, column 1: this operand is not known\n  a\n  ^\n=> 1\n"_s);
+        u"expression 1, column 1: this operand is unknown\n  a\n  ^\n=> 1\n"_s);
     const QString notSign
         = u"expression 1, column %1: '%2' is part of this operand's name: there is no \"not\" in "
           "expressions\n  %3\n%4\n=> 1\n"_s;
@@ -134,20 +134,20 @@ void tst_ToolExpr::Run_data()
     row("lint, NOT", lint(u"a | (NOT  b)"_s),
         notSign.arg(u"6"_s, u"NOT"_s, u"a | (NOT  b)"_s, u"       ^~~~~~"_s));
     row("lint, not as a part of a word", lint(u"nothing open & knot"_s),
-        u"no problems; expressions looked at: 1\n=> 0\n"_s);
-    row("lint, not alone", lint(u"not"_s), u"no problems; expressions looked at: 1\n=> 0\n"_s);
+        u"no problems; expressions checked: 1\n=> 0\n"_s);
+    row("lint, not alone", lint(u"not"_s), u"no problems; expressions checked: 1\n=> 0\n"_s);
     row("lint, AND", lint(u"a AND b"_s),
         u"expression 1, column 1: 'AND' is part of this operand's name: write '&'\n  a AND b\n  ^~~~~~~\n=> 1\n"_s);
     row("lint, OR", lint(u"a OR b"_s),
         u"expression 1, column 1: 'OR' is part of this operand's name: write '|'\n  a OR b\n  ^~~~~~\n=> 1\n"_s);
-    row("lint, and in a name", lint(u"cut and paste"_s), u"no problems; expressions looked at: 1\n=> 0\n"_s);
+    row("lint, and in a name", lint(u"cut and paste"_s), u"no problems; expressions checked: 1\n=> 0\n"_s);
     row("lint, names that look odd and are known",
         lint(u"!a & not b"_s) + QStringList{u"--known"_s, u"!a,not b"_s},
-        u"no problems; expressions looked at: 1\n=> 0\n"_s);
+        u"no problems; expressions checked: 1\n=> 0\n"_s);
     row("lint, &&", lint(u"a && b"_s),
-        u"expression 1, column 4: '&&' is no operator: write '&'\n  a && b\n     ^\n=> 1\n"_s);
+        u"expression 1, column 4: '&&' is not an operator: write '&'\n  a && b\n     ^\n=> 1\n"_s);
     row("lint, ||", lint(u"a || b"_s),
-        u"expression 1, column 4: '||' is no operator: write '|'\n  a || b\n     ^\n=> 1\n"_s);
+        u"expression 1, column 4: '||' is not an operator: write '|'\n  a || b\n     ^\n=> 1\n"_s);
     row("lint, second of two", {u"lint"_s, u"a"_s, u"("_s},
         u"expression 2, column 1: this '(' is not closed\n  (\n  ^\n=> 1\n"_s);
     row("lint, line break", lint(u"a\n& (b"_s),
@@ -155,9 +155,9 @@ void tst_ToolExpr::Run_data()
     row("lint, nothing given", {u"lint"_s},
         u"! qvutil: EXPRESSION, --file or --xml is required\n! Try 'qvutil expr lint --help'.\n=> 2\n"_s);
     row("lint, XML without attribute", {u"lint"_s, u"--xml"_s, u"x.xml"_s},
-        u"! qvutil: --xml and --attribute need each other\n! Try 'qvutil expr lint --help'.\n=> 2\n"_s);
+        u"! qvutil: --xml and --attribute must be used together\n! Try 'qvutil expr lint --help'.\n=> 2\n"_s);
     row("lint, attribute without XML", {u"lint"_s, u"a"_s, u"--attribute"_s, u"x"_s},
-        u"! qvutil: --xml and --attribute need each other\n! Try 'qvutil expr lint --help'.\n=> 2\n"_s);
+        u"! qvutil: --xml and --attribute must be used together\n! Try 'qvutil expr lint --help'.\n=> 2\n"_s);
 
     row("table", {u"table"_s, u"(a) & b | c"_s},
         u"a\tb\tc\tresult\n"
@@ -194,7 +194,7 @@ void tst_ToolExpr::Eval_json()
          QJsonArray{QJsonObject{{u"kind"_s, u"dropped"_s},
                                 {u"column"_s, 1},
                                 {u"length"_s, 1},
-                                {u"reason"_s, u"text before '(' takes no part unless '&' joins them"_s}}}}};
+                                {u"reason"_s, u"text before '(' is ignored unless '&' joins them"_s}}}}};
     QCOMPARE(QJsonDocument::fromJson(result.Output).object(), expected);
     QCOMPARE(result.ExitCode, 1);
 }
@@ -238,7 +238,7 @@ void tst_ToolExpr::Lint_file()
 void tst_ToolExpr::Lint_standardInput()
 {
     QCOMPARE(mTool->Run({u"expr"_s, u"lint"_s, u"--file"_s, u"-"_s}, "a & b\na | c\n").ToText(),
-             u"no problems; expressions looked at: 2\n=> 0\n"_s);
+             u"no problems; expressions checked: 2\n=> 0\n"_s);
 }
 
 void tst_ToolExpr::Lint_xml()
@@ -254,7 +254,7 @@ void tst_ToolExpr::Lint_xml()
                         u"--attribute"_s, u"visible"_s})
                  .ToText(),
              u"ui.xml:2, visible, column 1: this '(' is not closed\n  (\n  ^\n"
-             "ui.xml:3, enabled, column 1: text before '(' takes no part unless '&' joins them\n"
+             "ui.xml:3, enabled, column 1: text before '(' is ignored unless '&' joins them\n"
              "  x (b)\n  ^\n=> 1\n"_s);
 }
 
@@ -267,9 +267,9 @@ void tst_ToolExpr::Lint_xml_prefixWithoutNamespace()
                  ->Run({u"expr"_s, u"lint"_s, u"--xml"_s, u"ui.xml"_s, u"--attribute"_s, u"enabled"_s,
                         u"--attribute"_s, u"ui:enabled"_s})
                  .ToText(),
-             u"ui.xml:1, ui:enabled, column 1: text before '(' takes no part unless '&' joins them\n"
+             u"ui.xml:1, ui:enabled, column 1: text before '(' is ignored unless '&' joins them\n"
              "  x (a)\n  ^\n"
-             "ui.xml:2, enabled, column 1: text before '(' takes no part unless '&' joins them\n"
+             "ui.xml:2, enabled, column 1: text before '(' is ignored unless '&' joins them\n"
              "  x (b)\n  ^\n=> 1\n"_s);
 }
 
@@ -304,7 +304,7 @@ void tst_ToolExpr::Lint_noExpressions()
     QVERIFY(mTool->Write(u"ui.xml"_s, "<window enabled=\"a\" visible=\" \"/>"));
     QVERIFY(mTool->Write(u"blank.txt"_s, "\n  \n"));
     QCOMPARE(mTool->Run(QStringList{u"expr"_s, u"lint"_s} + arguments).ToText(),
-             u"! qvutil: there is no expression to look at\n=> 2\n"_s);
+             u"! qvutil: there is no expression to check\n=> 2\n"_s);
 }
 
 void tst_ToolExpr::Lint_badFiles_data()
@@ -341,8 +341,8 @@ void tst_ToolExpr::Lint_manyOperands()
     const QString expression = u"x & "_s + groups.join(" & "_L1) + u" & (x | y)"_s;
     const ToolResult result = mTool->Run({u"expr"_s, u"lint"_s, expression});
     QCOMPARE(result.ToText(),
-             u"no problems; expressions looked at: 1\n"
-             "! qvutil: expression 1: too many operands to tell whether each is consulted\n=> 0\n"_s);
+             u"no problems; expressions checked: 1\n"
+             "! qvutil: expression 1: too many operands to determine whether each is consulted\n=> 0\n"_s);
 }
 
 // This takes seconds if the search limits what it reads, but minutes, which is beyond the time-out, if it
@@ -354,8 +354,8 @@ void tst_ToolExpr::Lint_longExpression()
         expression += "(a" + QByteArray::number(i) + " | b) & ";
     QVERIFY(mTool->Write(u"list.txt"_s, expression + "(x | y)\n"));
     QCOMPARE(mTool->Run({u"expr"_s, u"lint"_s, u"--file"_s, u"list.txt"_s}).ToText(),
-             u"no problems; expressions looked at: 1\n"
-             "! qvutil: list.txt:1: too many operands to tell whether each is consulted\n=> 0\n"_s);
+             u"no problems; expressions checked: 1\n"
+             "! qvutil: list.txt:1: too many operands to determine whether each is consulted\n=> 0\n"_s);
 }
 
 void tst_ToolExpr::Table_json()

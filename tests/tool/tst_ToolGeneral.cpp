@@ -139,7 +139,7 @@ void tst_ToolGeneral::Help()
     QCOMPARE(result.ExitCode, 0);
     QCOMPARE(result.Errors, QByteArray());
     const QString help = QString::fromUtf8(result.Output);
-    QVERIFY(help.startsWith(u"Look into, change and check the files of applications that use QvUtil\n"
+    QVERIFY(help.startsWith(u"Inspect, change and check the files of applications that use QvUtil\n"
                             "Usage: qvutil [options] COMMAND\n"_s));
     QVERIFY(help.contains(u"\nExit status:\n  0  yes: done, found, equal, no problems\n"
                           "  1  no: not found, different, problems found\n"
@@ -579,7 +579,7 @@ void tst_ToolGeneral::Memory_exhausted()
              u"! qvutil: huge.xml: not enough memory\n=> 2\n"_s);
     QVERIFY(QFile::resize(mTool->Path(u"huge.xml"_s), (qint64{1} << 30) + 1));
     QCOMPARE(Run({u"xml"_s, u"list"_s, u"huge.xml"_s}),
-             u"! qvutil: huge.xml: larger than 1 GiB, which is more than the tool reads\n=> 2\n"_s);
+             u"! qvutil: huge.xml: larger than 1 GiB, the maximum size that the tool reads\n=> 2\n"_s);
 }
 
 void tst_ToolGeneral::Manual_namesEverything()

@@ -354,13 +354,12 @@ void tst_ToolGrid::DeadMember()
     EVENTUALLY_EQUAL(Text(Run(u"list"_s, {kGrid})), table + u"=> 0\n"_s);
     const QString shown = Text(Run(u"show"_s, {kGrid}));
     QVERIFY(shown.startsWith(u"grid desk: 1 alive, 1 dead; "_s));
-    QVERIFY(
-        shown.endsWith(table
-                       + words
-                             .In(u"\nleft by processes that have crashed; `qvutil grid clean` removes it:\n"
-                                 "the entry of process SECOND, desk.MessagePeer.SECOND\n"
-                                 "the socket %1/desk.MessagePeer.SECOND\n=> 1\n"_s)
-                             .arg(mTemporary->path())));
+    QVERIFY(shown.endsWith(table
+                           + words
+                                 .In(u"\nleft behind by crashed processes; `qvutil grid clean` removes it:\n"
+                                     "the entry of process SECOND, desk.MessagePeer.SECOND\n"
+                                     "the socket %1/desk.MessagePeer.SECOND\n=> 1\n"_s)
+                                 .arg(mTemporary->path())));
     // The next process to join prunes the entry; the socket stays.
     Peer third({u"grid"_s, kGrid});
     QVERIFY(IsIn(third, u"linked"_s));
@@ -401,13 +400,13 @@ void tst_ToolGrid::DeadMembersOnly()
     only.Kill();
     Words words;
     words.Add(u"ONLY"_s, only);
-    QVERIFY(
-        Text(Run(u"show"_s, {kGrid}))
-            .endsWith(words
-                          .In(u"removes it:\nthe entry of process ONLY, desk.MessagePeer.ONLY\n"
-                              "the socket %1/desk.MessagePeer.ONLY\nthe registry, in which nobody is left\n"
-                              "the lock file %2\n=> 1\n"_s)
-                          .arg(mTemporary->path(), GridLockFilePath(kGrid))));
+    QVERIFY(Text(Run(u"show"_s, {kGrid}))
+                .endsWith(
+                    words
+                        .In(u"removes it:\nthe entry of process ONLY, desk.MessagePeer.ONLY\n"
+                            "the socket %1/desk.MessagePeer.ONLY\nthe registry, which has no living member\n"
+                            "the lock file %2\n=> 1\n"_s)
+                        .arg(mTemporary->path(), GridLockFilePath(kGrid))));
     QCOMPARE(
         Text(Run(u"list"_s, {kGrid})),
         words.In(u"process state connected to client server\nONLY dead - - desk.MessagePeer.ONLY\n=> 0\n"_s));
@@ -521,9 +520,9 @@ void tst_ToolGrid::Damaged_data()
 
     const QByteArray entry = Entry(kNobody, u"desk.x.2147483632"_s);
     const auto claims = [](const QString& count, int members) {
-        return u"it claims to have %1 members, and %2 can be read"_s.arg(count).arg(members);
+        return u"it should have %1 members, but %2 can be read"_s.arg(count).arg(members);
     };
-    const QString behind = u"there is something behind the last member"_s;
+    const QString behind = u"there is data after the last member"_s;
     QTest::newRow("good") << Number32(2) + entry + entry << 2 << QString();
     QTest::newRow("empty") << QByteArray() << 0 << QString();
     QTest::newRow("noise") << QByteArray(kRegistrySize, 'x') << 0
@@ -577,7 +576,7 @@ void tst_ToolGrid::Damaged()
     const QString cleaned = Run(u"clean"_s, {kGrid}).ToText();
     QVERIFY(cleaned.endsWith(u"=> 0\n"_s));
     QCOMPARE(cleaned.count(u"removed the entry"_s), members);
-    QCOMPARE(cleaned.contains(u"wrote the damaged registry anew"_s), members == 0 && !problems.isEmpty());
+    QCOMPARE(cleaned.contains(u"repaired the damaged registry"_s), members == 0 && !problems.isEmpty());
     QCOMPARE(registry.Bytes().first(kRegistrySize), QByteArray(kRegistrySize, '\0'));
 }
 
@@ -907,12 +906,12 @@ void tst_ToolGrid::Clean_damagedAmongLiving()
     const QByteArray good = registry.Bytes().first(kRegistrySize);
     const QByteArray damaged = Image(Number32(3) + Entry(peer.Id(), ServerName(peer)));
     registry.SetBytes(damaged);
-    const QString text = u" the damaged registry anew, with the members that can be read\n=> 0\n"_s;
-    QCOMPARE(Run(u"clean"_s, {kGrid, u"--dry-run"_s}).ToText(), u"would write"_s + text);
+    const QString text = u" the damaged registry, which keeps the members that can be read\n=> 0\n"_s;
+    QCOMPARE(Run(u"clean"_s, {kGrid, u"--dry-run"_s}).ToText(), u"would repair"_s + text);
     const ToolResult json = Run(u"clean"_s, {kGrid, u"--dry-run"_s, u"--json"_s});
     QCOMPARE(QJsonDocument::fromJson(json.Output).object().value("repaired"_L1), QJsonValue(true));
     QCOMPARE(registry.Bytes().first(kRegistrySize), damaged);
-    QCOMPARE(Run(u"clean"_s, {kGrid}).ToText(), u"wrote"_s + text);
+    QCOMPARE(Run(u"clean"_s, {kGrid}).ToText(), u"repaired"_s + text);
     QCOMPARE(registry.Bytes().first(kRegistrySize), good);
     QCOMPARE(Run(u"clean"_s, {kGrid, u"--dry-run"_s}).ToText(), u"nothing to remove\n=> 0\n"_s);
 }
@@ -946,14 +945,13 @@ void tst_ToolGrid::Clean_withoutRegistry()
     QVERIFY(TestSupport::WriteFile(GridLockFilePath(kGrid), {}));
     QCOMPARE(
         Run(u"list"_s, {kGrid}).ToText(),
-        u"! qvutil: grid desk: there is no such grid in %1, but something is left of one: see qvutil grid "
+        u"! qvutil: grid desk: there is no such grid in %1, but stale files of one exist: see qvutil grid "
         "show\n=> 1\n"_s.arg(mTemporary->path()));
     const QString files = u"the socket %1/desk.x.2147483632\n%3the lock file %2\n"_s.arg(
         mTemporary->path(), GridLockFilePath(kGrid));
-    QCOMPARE(
-        Text(Run(u"show"_s, {kGrid})),
-        u"grid desk: nobody has joined\n\nleft by processes that have crashed; `qvutil grid clean` removes it:\n"_s
-            + files.arg(QString()) + u"=> 1\n"_s);
+    QCOMPARE(Text(Run(u"show"_s, {kGrid})),
+             u"grid desk: no members\n\nleft behind by crashed processes; `qvutil grid clean` removes it:\n"_s
+                 + files.arg(QString()) + u"=> 1\n"_s);
     QCOMPARE(Text(Run(u"list"_s)), u"grid alive dead leftovers\ndesk 0 0 2\n=> 0\n"_s);
     QCOMPARE(Run(u"clean"_s, {kGrid}).ToText(), u"removed "_s + files.arg(u"removed "_s) + u"=> 0\n"_s);
     QCOMPARE(Files(), QStringList());
@@ -1007,7 +1005,7 @@ void tst_ToolGrid::Clean_notAllowed()
     // A lock file that cannot be opened.
     QFile::setPermissions(GridLockFilePath(kGrid), {});
     QCOMPARE(clean(),
-             u"! qvutil: %1: it cannot be opened, or is no regular file of this user\n=> 2\n"_s.arg(
+             u"! qvutil: %1: it cannot be opened, or is not a regular file of this user\n=> 2\n"_s.arg(
                  GridLockFilePath(kGrid)));
 }
 
@@ -1061,10 +1059,11 @@ void tst_ToolGrid::Arguments_data()
                                 << u"qvutil: GRID is required\nTry 'qvutil grid watch --help'.\n"_s;
     QTest::newRow("clean what") << QStringList{u"clean"_s}
                                 << u"qvutil: GRID is required\nTry 'qvutil grid clean --help'.\n"_s;
-    QTest::newRow("empty name") << QStringList{u"show"_s, QString()}
-                                << u"qvutil: a grid has a name\nTry 'qvutil grid show --help'.\n"_s;
-    QTest::newRow("empty name in list") << QStringList{u"list"_s, QString()}
-                                        << u"qvutil: a grid has a name\nTry 'qvutil grid list --help'.\n"_s;
+    QTest::newRow("empty name") << QStringList{
+        u"show"_s, QString()} << u"qvutil: the name of the grid is empty\nTry 'qvutil grid show --help'.\n"_s;
+    QTest::newRow("empty name in list")
+        << QStringList{u"list"_s, QString()}
+        << u"qvutil: the name of the grid is empty\nTry 'qvutil grid list --help'.\n"_s;
     QTest::newRow("two names") << QStringList{u"list"_s, u"a"_s, u"b"_s}
                                << u"qvutil: unexpected argument 'b'\nTry 'qvutil grid list --help'.\n"_s;
     QTest::newRow("count 0") << QStringList{u"watch"_s, u"desk"_s, u"--count"_s, u"0"_s} << QString();

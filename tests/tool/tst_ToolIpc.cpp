@@ -145,7 +145,7 @@ void tst_ToolIpc::Call_echo_data()
     row("JSON, fraction", {u"n:=0.5"_s}, u"n:double=0.5\n"_s);
     row("JSON, text", {u"t:=\"a\""_s}, u"t=a\n"_s);
     row("JSON, true", {u"t:=true"_s}, u"t:bool=true\n"_s);
-    row("JSON, null", {u"t:=null"_s}, u"t (a value of a type that does not travel)\n"_s);
+    row("JSON, null", {u"t:=null"_s}, u"t (a value of a type that cannot be sent)\n"_s);
     row("bytes of a file", {u"b=@bytes"_s}, u"b:bytearray=AP8K\n"_s);
     row("bytes of an empty file", {u"b=@empty"_s}, u"b:bytearray=\n"_s);
     row("parameter that begins like an option", {u"--"_s, u"-v=--x"_s}, u"-v=--x\n"_s);
@@ -173,34 +173,36 @@ void tst_ToolIpc::Call_badParameters_data()
         QTest::newRow(circumstance) << parameters << errors + u"=> 2\n"_s;
     };
     row("no equals sign", {u"text"_s},
-        u"! qvutil: \"text\" is no parameter; parameters are KEY=TEXT, KEY:TYPE=VALUE, KEY:=JSON or KEY=@FILE\n"_s
+        u"! qvutil: \"text\" is not a parameter; parameters are KEY=TEXT, KEY:TYPE=VALUE, KEY:=JSON or KEY=@FILE\n"_s
             + hint);
     row("no key", {u"=x"_s},
-        u"! qvutil: \"=x\" is no parameter; parameters are KEY=TEXT, KEY:TYPE=VALUE, KEY:=JSON or KEY=@FILE\n"_s
+        u"! qvutil: \"=x\" is not a parameter; parameters are KEY=TEXT, KEY:TYPE=VALUE, KEY:=JSON or KEY=@FILE\n"_s
             + hint);
     row("no key before the type", {u":int=5"_s}, u"! qvutil: \":int=5\" has no key\n"_s + hint);
     row("given twice", {u"a=1"_s, u"a:int=2"_s}, u"! qvutil: \"a\" is given twice\n"_s + hint);
     row("no such type", {u"a:number=1"_s}, u"! qvutil: a: there is no type \"number\"\n"_s);
     row("type that does not travel", {u"a:url=http://x"_s},
-        u"! qvutil: a: \"http://x\" is no value of the type url\n"_s);
+        u"! qvutil: a: \"http://x\" is not a value of type url\n"_s);
     row("another that does not travel", {u"a:ulonglong=1"_s},
-        u"! qvutil: a: \"1\" is no value of the type ulonglong\n"_s);
-    row("no int", {u"a:int=x"_s}, u"! qvutil: a: \"x\" is no value of the type int\n"_s);
+        u"! qvutil: a: \"1\" is not a value of type ulonglong\n"_s);
+    row("no int", {u"a:int=x"_s}, u"! qvutil: a: \"x\" is not a value of type int\n"_s);
     row("int too large", {u"a:int=2147483648"_s},
-        u"! qvutil: a: \"2147483648\" is no value of the type int\n"_s);
-    row("negative uint", {u"a:uint=-1"_s}, u"! qvutil: a: \"-1\" is no value of the type uint\n"_s);
-    row("no bool", {u"a:bool=yes"_s}, u"! qvutil: a: \"yes\" is no value of the type bool\n"_s);
-    row("no base64", {u"a:bytearray=?"_s}, u"! qvutil: a: \"?\" is no value of the type bytearray\n"_s);
-    row("map that is a list", {u"a:map=[1]"_s}, u"! qvutil: a: [1] is no value of the type map\n"_s);
-    row("no JSON", {u"a:=[1"_s}, u"! qvutil: a: no JSON: unterminated array\n"_s + hint);
-    row("no JSON at all", {u"a:="_s}, u"! qvutil: a: no JSON: one value is wanted\n"_s + hint);
-    row("two JSON values", {u"a:=1,2"_s}, u"! qvutil: a: no JSON: one value is wanted\n"_s + hint);
+        u"! qvutil: a: \"2147483648\" is not a value of type int\n"_s);
+    row("negative uint", {u"a:uint=-1"_s}, u"! qvutil: a: \"-1\" is not a value of type uint\n"_s);
+    row("no bool", {u"a:bool=yes"_s}, u"! qvutil: a: \"yes\" is not a value of type bool\n"_s);
+    row("no base64", {u"a:bytearray=?"_s}, u"! qvutil: a: \"?\" is not a value of type bytearray\n"_s);
+    row("map that is a list", {u"a:map=[1]"_s}, u"! qvutil: a: [1] is not a value of type map\n"_s);
+    row("no JSON", {u"a:=[1"_s}, u"! qvutil: a: malformed JSON: unterminated array\n"_s + hint);
+    row("no JSON at all", {u"a:="_s},
+        u"! qvutil: a: malformed JSON: exactly one value is required\n"_s + hint);
+    row("two JSON values", {u"a:=1,2"_s},
+        u"! qvutil: a: malformed JSON: exactly one value is required\n"_s + hint);
     row("no such file", {u"a=@missing"_s}, u"! qvutil: missing: No such file or directory\n"_s);
     row("no file name", {u"a=@"_s}, u"! qvutil: \"\": an empty file name\n"_s);
     row("character that no document holds", {u"a=\x01"_s},
-        u"! qvutil: Ask: params.a: holds the character U+0001, which a message cannot hold\n"_s);
+        u"! qvutil: Ask: params.a: contains the character U+0001, which XML does not allow\n"_s);
     row("such a character in the key", {u"a\x02=1"_s},
-        u"! qvutil: Ask: params.a\\u0002: holds the character U+0002, which a message cannot hold\n"_s);
+        u"! qvutil: Ask: params.a\\u0002: contains the character U+0002, which XML does not allow\n"_s);
     row("unknown option", {u"--colour"_s}, u"! qvutil: unexpected argument '--colour'\n"_s + hint);
     row("negative time", {u"--timeout"_s, u"-1"_s},
         u"! qvutil: --timeout: '-1' is not a whole number from 0 to 2147483647\n"_s + hint);
@@ -268,12 +270,13 @@ void tst_ToolIpc::Call_badFile_data()
     QTest::newRow("no JSON") << QByteArray("{") << u"! qvutil: m.json:1:1: unterminated object\n=> 2\n"_s;
     QTest::newRow("empty") << QByteArray() << u"! qvutil: m.json: there is no message\n=> 2\n"_s;
     QTest::newRow("no object") << QByteArray("[1]")
-                               << u"! qvutil: m.json:1: message 1: 1 is no message\n=> 2\n"_s;
-    QTest::newRow("two messages") << QByteArray(R"({"id":"a"}{"id":"b"})")
-                                  << u"! qvutil: m.json: there are 2 messages; one is wanted\n=> 2\n"_s;
+                               << u"! qvutil: m.json:1: message 1: 1 is not a message\n=> 2\n"_s;
+    QTest::newRow("two messages")
+        << QByteArray(R"({"id":"a"}{"id":"b"})")
+        << u"! qvutil: m.json: there are 2 messages, but exactly one is required\n=> 2\n"_s;
     QTest::newRow("wrong type")
         << QByteArray(R"({"id":"a","params":{"n":"x"},"types":{"n":"Int"}})")
-        << u"! qvutil: m.json:1: params.n: \"x\" is no value of the type Int\n=> 2\n"_s;
+        << u"! qvutil: m.json:1: params.n: \"x\" is not a value of type Int\n=> 2\n"_s;
 }
 
 void tst_ToolIpc::Call_badFile()
@@ -294,7 +297,7 @@ void tst_ToolIpc::Call_unreachable_data()
 
     QTest::newRow("no server") << u"none"_s << u"no server has this name: there is no PATH"_s;
     QTest::newRow("left by a killed server")
-        << u"stale"_s << u"nobody listens: a process that has ended left PATH"_s;
+        << u"stale"_s << u"no process listens: a process that has ended left behind PATH"_s;
     QTest::newRow("another file") << u"file"_s << u"PATH is not a socket"_s;
     QTest::newRow("no folder") << u"folder"_s << u"the folder FOLDER/no does not exist"_s;
     QTest::newRow("too long") << u"long"_s << u"the path has SIZE bytes, and the system allows LONGEST"_s;
@@ -339,7 +342,7 @@ void tst_ToolIpc::Call_otherUser()
     QCOMPARE(peer.WaitForLine(u"ready"_s), u"ready"_s);
     const ToolResult result = Run({u"call"_s, name, u"Ask"_s});
     QCOMPARE(result.ExitCode, 1);
-    QVERIFY2(result.Errors.contains("clients talk only to servers of their own user, or of root"),
+    QVERIFY2(result.Errors.contains("clients accept only servers of the same user or of root"),
              result.Errors.constData());
 }
 
@@ -359,7 +362,7 @@ void tst_ToolIpc::Call_noAnswer()
     const BareSocket server(PathOf(name), true);
     QVERIFY(server.IsGood());
     QCOMPARE(Run({u"call"_s, name, u"Ask"_s, u"--timeout"_s, time}).ToText(),
-             u"! qvutil: %1: no answer came in time\n=> 1\n"_s.arg(name));
+             u"! qvutil: %1: no answer arrived in time\n=> 1\n"_s.arg(name));
 }
 
 // Only an answer to this request counts.
@@ -393,8 +396,8 @@ void tst_ToolIpc::Call_connectionLost()
     QCOMPARE(ReadMessages(*server.Client(), 1).size(), 1);
     server.Client()->abort();
     QCOMPARE(call.WaitForEnd().ToText(),
-             u"! qvutil: %1: the connection was lost before an answer came: the server has ended, or another "
-             "client has taken the place of this one\n=> 1\n"_s.arg(name));
+             u"! qvutil: %1: the connection was lost before an answer arrived: the server has ended, or "
+             "another client has displaced this one\n=> 1\n"_s.arg(name));
 }
 
 void tst_ToolIpc::Call_serverKilled()
@@ -417,7 +420,7 @@ void tst_ToolIpc::Call_serverKilled()
     QCOMPARE(result.ExitCode, 1);
     QVERIFY2(result.Errors.startsWith("qvutil: " + name.toUtf8() + ": "), result.Errors.constData());
 #ifdef Q_OS_LINUX
-    QVERIFY2(result.Errors.contains("the connection was lost before an answer came"),
+    QVERIFY2(result.Errors.contains("the connection was lost before an answer arrived"),
              result.Errors.constData());
 #endif
     QVERIFY(QFile::remove(PathOf(name)));
@@ -496,7 +499,7 @@ void tst_ToolIpc::Send_notRead()
     QVERIFY(server.IsGood());
     const ToolResult result = Run({u"send"_s, name, u"News"_s, u"data=@large"_s, u"--timeout"_s, u"100"_s});
     QCOMPARE(result.ExitCode, 1);
-    QVERIFY2(result.Errors.endsWith("the server did not take the message in time\n"),
+    QVERIFY2(result.Errors.endsWith("the server did not read the message in time\n"),
              result.Errors.constData());
 }
 
@@ -594,8 +597,9 @@ void tst_ToolIpc::Listen_badReply_data()
 
     QTest::newRow("no file") << QByteArray() << u"! qvutil: r.json: No such file or directory\n=> 2\n"_s;
     QTest::newRow("no JSON") << QByteArray("nothing") << u"! qvutil: r.json:1:1: illegal value\n=> 2\n"_s;
-    QTest::newRow("no name") << QByteArray(R"({"params": {}})")
-                             << u"! qvutil: r.json:1: id: a message has a name, which is a text\n=> 2\n"_s;
+    QTest::newRow("no name")
+        << QByteArray(R"({"params": {}})")
+        << u"! qvutil: r.json:1: id: a message must have a name, which is a text\n=> 2\n"_s;
     QTest::newRow("no message") << QByteArray("[]") << u"! qvutil: r.json: there is no message\n=> 2\n"_s;
 }
 
@@ -694,7 +698,7 @@ void tst_ToolIpc::Listen_nameInUse()
 #ifdef Q_OS_LINUX
     QCOMPARE(
         QString::fromUtf8(result.Errors),
-        u"qvutil: %1: process %2 (qvutil) listens there; --replace takes the name away from it\n"_s.arg(name)
+        u"qvutil: %1: process %2 (qvutil) listens there; use --replace to take over its name\n"_s.arg(name)
             .arg(listener->Id()));
 #endif
     QCOMPARE(Run({u"call"_s, name, u"Ask"_s, u"a=b"_s}).ToText(), u"a=b\n=> 0\n"_s); // not disturbed

@@ -142,7 +142,7 @@ void tst_ToolIpcDoctor::Doctor_healthyText()
     expected += u"listening   yes\n"_s;
 #endif
     expected
-        += u"answers     not asked: --connect asks, and replaces the server's client\nno problems\n=> 0\n"_s;
+        += u"answers     not asked: use --connect, which displaces the server's client\nno problems\n=> 0\n"_s;
     QCOMPARE(Run({u"doctor"_s, name}).ToText(), expected);
 }
 
@@ -190,12 +190,11 @@ void tst_ToolIpcDoctor::Doctor_client()
     QCOMPARE(Codes(waiting), QStringList(u"not-accepted"_s));
     const QByteArray text = Run({u"doctor"_s, name}).Output;
     QVERIFY2(text.contains("waiting     1, which the server has not yet accepted\n"), text.constData());
-    QVERIFY2(text.contains("problem: the server does not accept a connection that waits\n"),
-             text.constData());
+    QVERIFY2(text.contains("problem: the server does not accept a waiting connection\n"), text.constData());
     QLocalSocket third;
     third.connectToServer(name);
     QVERIFY(Run({u"doctor"_s, name})
-                .Output.contains("problem: the server does not accept 2 connections that wait\n"));
+                .Output.contains("problem: the server does not accept 2 waiting connections\n"));
     // As soon as it resumes, there is no problem left.
     listener->Signal(SIGCONT);
     QVERIFY(listener->WaitForError("a client has connected", 3));
@@ -246,7 +245,7 @@ void tst_ToolIpcDoctor::Doctor_noAnswer()
     QVERIFY(found.value("visit"_L1).toObject().value("answerMs"_L1).isNull());
     const ToolResult result = Run({u"doctor"_s, name, u"--connect"_s, u"--timeout"_s, u"50"_s});
     QCOMPARE(result.ExitCode, 1);
-    QVERIFY2(result.Output.contains("answers     no\nproblem: no answer came in time\n  advice: "),
+    QVERIFY2(result.Output.contains("answers     no\nproblem: no answer arrived in time\n  advice: "),
              result.Output.constData());
 }
 
@@ -277,7 +276,7 @@ void tst_ToolIpcDoctor::Doctor_noRequestWithoutConnection()
     QCOMPARE(Codes(found), QStringList(u"missing"_s));
     QVERIFY(found.value("visit"_L1).isUndefined());
     const ToolResult result = Run({u"doctor"_s, UniqueName(), u"--connect"_s});
-    QVERIFY2(result.Output.contains("\nanswers     not asked: no connection can be made\n"),
+    QVERIFY2(result.Output.contains("\nanswers     not asked: no connection is possible\n"),
              result.Output.constData());
 }
 
@@ -292,7 +291,7 @@ void tst_ToolIpcDoctor::Doctor_missing()
     const QString folder = QDir::cleanPath(QDir::tempPath());
     QCOMPARE(Run({u"doctor"_s, name}).ToText(),
              u"name        %1\npath        %2 (%3 bytes of %4)\nfile        none\nlistening   no\n"
-             "answers     not asked: --connect asks, and replaces the server's client\n"
+             "answers     not asked: use --connect, which displaces the server's client\n"
              "problem: no server has this name: there is no %2\n"
              "  advice: start the server; if it runs, compare the name, and its folder for temporary files "
              "(TMPDIR) "
@@ -322,7 +321,7 @@ void tst_ToolIpcDoctor::Doctor_notASocket()
     QCOMPARE(Codes(Diagnose(mTool->Path(u"s"_s))), QStringList(u"not-a-socket"_s));
     QCOMPARE(Codes(Diagnose(mTool->Path(u"d"_s))), QStringList(u"not-a-socket"_s));
     QVERIFY(Run({u"doctor"_s, mTool->Path(u"s"_s)})
-                .Output.contains("\nfile        no socket, but a file of the user "));
+                .Output.contains("\nfile        not a socket, but a file of the user "));
 }
 
 void tst_ToolIpcDoctor::Doctor_noFolder()

@@ -275,7 +275,7 @@ void tst_ToolIpcProxy::SplitFrame()
     QVERIFY(mProxy->WaitForOutput("message  Whole\n"));
     EVENTUALLY((atServer += mServer->Client()->readAll(), atServer == document + Document(u"Whole"_s)));
     const QByteArray output = mProxy->End().Output;
-    QVERIFY2(output.contains("message  News  (came in 3 reads: the library loses it)\n    n:int=5\n"),
+    QVERIFY2(output.contains("message  News  (arrived in 3 reads: the library loses it)\n    n:int=5\n"),
              output.constData());
     QCOMPARE(output.count("reads"), 1);
 }
@@ -296,10 +296,10 @@ void tst_ToolIpcProxy::Unreadable()
     const QJsonObject noise = QJsonDocument::fromJson(lines[0]).object();
     QCOMPARE(noise.value("event"_L1), QJsonValue(u"unreadable"_s));
     QCOMPARE(noise.value("bytes"_L1), QJsonValue(5));
-    QCOMPARE(noise.value("problem"_L1), QJsonValue(u"no document begins here"_s));
+    QCOMPARE(noise.value("problem"_L1), QJsonValue(u"no frame begins here"_s));
     QVERIFY(lines[1].contains("\"First\""));
     QCOMPARE(QJsonDocument::fromJson(lines[2]).object().value("problem"_L1),
-             QJsonValue(u"the document is cut off"_s));
+             QJsonValue(u"the frame is truncated"_s));
     QVERIFY(lines[3].contains("\"Second\""));
     QCOMPARE(QJsonDocument::fromJson(lines[4]).object().value("bytes"_L1), QJsonValue(9));
 }
@@ -352,7 +352,7 @@ void tst_ToolIpcProxy::ServerMissing()
     EVENTUALLY_EQUAL(client.state(), QLocalSocket::UnconnectedState);
     QVERIFY(mProxy->WaitForError("qvutil: " + mServerName.toUtf8() + ": no server has this name: there is no "
                                  + PathOf(mServerName).toUtf8()));
-    QVERIFY(mProxy->WaitForError("qvutil: the client has been disconnected: there is no server for it\n"));
+    QVERIFY(mProxy->WaitForError("qvutil: the client has been disconnected: the server cannot be reached\n"));
     mServer.emplace(mServerName);
     QVERIFY(Connect(client, mProxyName));
     Write(client, Document(u"News"_s));
@@ -371,7 +371,7 @@ void tst_ToolIpcProxy::ServerOfOtherUser()
     QLocalSocket client;
     QVERIFY(Connect(client, mProxyName));
     EVENTUALLY_EQUAL(client.state(), QLocalSocket::UnconnectedState);
-    QVERIFY(mProxy->WaitForError("clients talk only to servers of their own user, or of root"));
+    QVERIFY(mProxy->WaitForError("clients accept only servers of the same user or of root"));
 }
 
 void tst_ToolIpcProxy::NextClient()
@@ -385,8 +385,8 @@ void tst_ToolIpcProxy::NextClient()
     QVERIFY(Connect(second, mProxyName));
     EVENTUALLY_EQUAL(first.state(), QLocalSocket::UnconnectedState);
     EVENTUALLY_EQUAL(firstAtServer->state(), QLocalSocket::UnconnectedState);
-    QVERIFY(mProxy->WaitForError("qvutil: the client has been disconnected: a new one takes "
-                                 "its place\nqvutil: the server has been disconnected\n"));
+    QVERIFY(mProxy->WaitForError("qvutil: the client has been disconnected: a new client "
+                                 "displaces it\nqvutil: the server has been disconnected\n"));
     QCOMPARE(mProxy->End().ExitCode, 0);
     EVENTUALLY_EQUAL(second.state(), QLocalSocket::UnconnectedState);
 }
@@ -418,7 +418,7 @@ void tst_ToolIpcProxy::SameName()
     for (const QString& name : {mServerName, PathOf(mServerName)}) {
         RunningTool proxy(*mTool, {u"ipc"_s, u"proxy"_s, mServerName, u"--as"_s, name, u"--replace"_s});
         QCOMPARE(proxy.WaitForEnd().ToText(),
-                 u"! qvutil: NAME and --as are the same: clients must be told the name given by --as\n"
+                 u"! qvutil: NAME and --as are the same; clients must connect to the name given by --as\n"
                  "! Try 'qvutil ipc proxy --help'.\n=> 2\n"_s);
     }
     RunningTool proxy(*mTool, QStringList{u"ipc"_s, u"proxy"_s, mServerName});
@@ -433,7 +433,7 @@ void tst_ToolIpcProxy::NameInUse()
     RunningTool proxy(*mTool, {u"ipc"_s, u"proxy"_s, mServerName, u"--as"_s, mProxyName});
     const ToolResult result = proxy.WaitForEnd();
     QCOMPARE(result.ExitCode, 2);
-    QVERIFY2(result.Errors.contains("--replace takes the name away from it"), result.Errors.constData());
+    QVERIFY2(result.Errors.contains("use --replace to take over its name"), result.Errors.constData());
     QVERIFY(Start({u"--replace"_s}));
     QLocalSocket client;
     QVERIFY(Connect(client, mProxyName));

@@ -327,23 +327,23 @@ void tst_ToolMessage::Decode_skipped_data()
     QTest::newRow("blanks between") << a + "\n \n" + b << QStringList{u"A"_s, u"B"_s} << QString();
     QTest::newRow("nothing") << QByteArray() << QStringList() << none;
     QTest::newRow("noise alone") << QByteArray("noise") << QStringList()
-                                 << skipped(0, 5, u"no document begins here"_s) + none;
+                                 << skipped(0, 5, u"no frame begins here"_s) + none;
     QTest::newRow("noise before") << "noise" + a << QStringList{u"A"_s}
-                                  << skipped(0, 5, u"no document begins here"_s);
+                                  << skipped(0, 5, u"no frame begins here"_s);
     QTest::newRow("noise with multi-byte characters")
-        << "é語" + a << QStringList{u"A"_s} << skipped(0, 5, u"no document begins here"_s);
+        << "é語" + a << QStringList{u"A"_s} << skipped(0, 5, u"no frame begins here"_s);
     QTest::newRow("noise after")
         << a + "noise" + b << QStringList{u"B"_s}
         << skipped(0, size + 5,
-                   u"the document ends at byte %1, and what follows makes it unreadable"_s.arg(size - 1));
+                   u"the frame ends at byte %1, and the bytes after it make it malformed"_s.arg(size - 1));
     QTest::newRow("truncated at the end")
-        << a + b.first(100) << QStringList{u"A"_s} << skipped(size, 100, u"the document is cut off"_s);
+        << a + b.first(100) << QStringList{u"A"_s} << skipped(size, 100, u"the frame is truncated"_s);
     QTest::newRow("truncated before another")
-        << b.first(100) + a << QStringList{u"A"_s} << skipped(0, 100, u"the document is cut off"_s);
+        << b.first(100) + a << QStringList{u"A"_s} << skipped(0, 100, u"the frame is truncated"_s);
     QTest::newRow("beginning missing")
-        << a.sliced(50) + b << QStringList{u"B"_s} << skipped(0, size - 50, u"no document begins here"_s);
+        << a.sliced(50) + b << QStringList{u"B"_s} << skipped(0, size - 50, u"no frame begins here"_s);
     QTest::newRow("start alone") << a + "<?xml " << QStringList{u"A"_s}
-                                 << skipped(size, 6, u"the document is cut off"_s);
+                                 << skipped(size, 6, u"the frame is truncated"_s);
     QTest::newRow("only the start missing, as a reader has it")
         << a.sliced(6) + b << QStringList{u"A"_s, u"B"_s} << QString();
     QByteArray wrong = Document("é");
@@ -432,7 +432,7 @@ void tst_ToolMessage::Decode_noMessage()
 {
     const QByteArray settings = "<?xml version=\"1.0\"?><Settings><Panel Width=\"640\"/></Settings>";
     const QByteArray a = Document("A");
-    const QString reason = u"the root element is Settings: this is no message"_s;
+    const QString reason = u"the root element is Settings: this is not a message"_s;
     QVERIFY(mTool->Write(u"app.xml"_s, settings));
     QVERIFY(mTool->Write(u"both.bin"_s, settings + a));
     QCOMPARE(
@@ -486,8 +486,8 @@ void tst_ToolMessage::Decode_everyCut()
     for (qsizetype size = 1; size < whole.size() - 1; size += 7) {
         const ToolResult result = mTool->Run({u"message"_s, u"decode"_s}, Document("B") + whole.first(size));
         QCOMPARE(result.Output, size < 6 ? QByteArray() : Line("B"));
-        QVERIFY(result.Errors.contains(size < 6 ? "what follows makes it unreadable"
-                                                : "the document is cut off"));
+        QVERIFY(result.Errors.contains(size < 6 ? "the bytes after it make it malformed"
+                                                : "the frame is truncated"));
         QCOMPARE(result.ExitCode, 1);
     }
 }
@@ -507,7 +507,7 @@ void tst_ToolMessage::Decode_binaryNoise()
         QCOMPARE(before.Output, Line("A"));
         QCOMPARE(before.Errors,
                  "qvutil: standard input: byte 0: " + QByteArray::number(noise.size())
-                     + " bytes are skipped: no document begins here\n");
+                     + " bytes are skipped: no frame begins here\n");
     }
 }
 
@@ -530,7 +530,7 @@ void tst_ToolMessage::Decode_hugeFile()
     QVERIFY(file.resize((qint64(1) << 30) + 1));
     for (const QString& command : {u"decode"_s, u"encode"_s, u"split"_s}) {
         QCOMPARE(mTool->Run({u"message"_s, command, u"hole.bin"_s}).ToText(),
-                 u"! qvutil: hole.bin: larger than 1 GiB, which is more than the tool reads\n=> 2\n"_s);
+                 u"! qvutil: hole.bin: larger than 1 GiB, the maximum size that the tool reads\n=> 2\n"_s);
     }
 }
 
@@ -630,9 +630,9 @@ void tst_ToolMessage::Encode_bad_data()
     row("truncated", "{\"id\":\"A\",\n \"params\":{", u":2:11: unterminated object"_s);
     row("wrong second line", "{\"id\":\"A\"}\n{\"id\" \"B\"}", u":2:7: missing name separator"_s);
     row("a binary zero", QByteArray("{\"id\":\"A\"}\n\0", 12), u":2:1: illegal value"_s);
-    row("list of something else", "[1]", u":1: message 1: 1 is no message"_s);
-    row("no name", "{}", u":1: id: a message has a name, which is a text"_s);
-    row("invalid name", "{\"id\":5}", u":1: id: a message has a name, which is a text"_s);
+    row("list of something else", "[1]", u":1: message 1: 1 is not a message"_s);
+    row("no name", "{}", u":1: id: a message must have a name, which is a text"_s);
+    row("invalid name", "{\"id\":5}", u":1: id: a message must have a name, which is a text"_s);
     row("unknown field", "\n{\"id\":\"A\",\"extras\":{}}",
         u":2: extras: a message has no such field; fields are id, uniqueId, originalMessageUniqueId, "
         u"needResponse, "
@@ -640,44 +640,44 @@ void tst_ToolMessage::Encode_bad_data()
     row("flag", "{\"id\":\"A\",\"needResponse\":\"True\"}",
         u":1: needResponse: \"True\" is neither true nor false"_s);
     row("identity", "{\"id\":\"A\",\"uniqueId\":\"7\"}",
-        u":1: uniqueId: \"7\" is no identity such as {01234567-89ab-cdef-0123-456789abcdef}"_s);
-    row("parameters", "{\"id\":\"A\",\"params\":[]}", u":1: params: [] is no object"_s);
-    row("types", "{\"id\":\"A\",\"types\":5}", u":1: types: 5 is no object"_s);
+        u":1: uniqueId: \"7\" is not an identifier such as {01234567-89ab-cdef-0123-456789abcdef}"_s);
+    row("parameters", "{\"id\":\"A\",\"params\":[]}", u":1: params: [] is not an object"_s);
+    row("types", "{\"id\":\"A\",\"types\":5}", u":1: types: 5 is not an object"_s);
     row("type without value", "{\"id\":\"A\",\"types\":{\"b\":\"Int\"}}",
-        u":1: params: there is a type of \"b\", but no value"_s);
+        u":1: params: there is a type for \"b\", but no value"_s);
     row("parameter without a name", "{\"id\":\"A\",\"params\":{\"\":1}}",
         u":1: params: a value without a name would be lost"_s);
     row("character in a name", "{\"id\":\"A\\u0001\"}",
-        u":1: id: holds the character U+0001, which a message cannot "
-        "hold"_s);
+        u":1: id: contains the character U+0001, which XML does not "
+        "allow"_s);
     param("unknown type", "1", "\"Integer\"", u"there is no type \"Integer\""_s);
-    param("fraction for an int", "5.5", "\"Int\"", u"5.5 is no value of the type Int"_s);
-    param("too large for an int", "2147483648", "\"Int\"", u"2147483648 is no value of the type Int"_s);
-    param("negative for an unsigned", "-1", "\"UInt\"", u"-1 is no value of the type UInt"_s);
+    param("fraction for an int", "5.5", "\"Int\"", u"5.5 is not a value of type Int"_s);
+    param("too large for an int", "2147483648", "\"Int\"", u"2147483648 is not a value of type Int"_s);
+    param("negative for an unsigned", "-1", "\"UInt\"", u"-1 is not a value of type UInt"_s);
     param("too large for a long", "\"9223372036854775808\"", "\"LongLong\"",
-          u"\"9223372036854775808\" is no value of the type LongLong"_s);
-    param("no double", "\"x\"", "\"Double\"", u"\"x\" is no value of the type Double"_s);
-    param("no boolean", "1", "\"Bool\"", u"1 is no value of the type Bool"_s);
-    param("no text", "1", "\"String\"", u"1 is no value of the type String"_s);
-    param("no base64", "\"A!\"", "\"ByteArray\"", u"\"A!\" is no value of the type ByteArray"_s);
+          u"\"9223372036854775808\" is not a value of type LongLong"_s);
+    param("no double", "\"x\"", "\"Double\"", u"\"x\" is not a value of type Double"_s);
+    param("no boolean", "1", "\"Bool\"", u"1 is not a value of type Bool"_s);
+    param("no text", "1", "\"String\"", u"1 is not a value of type String"_s);
+    param("no base64", "\"A!\"", "\"ByteArray\"", u"\"A!\" is not a value of type ByteArray"_s);
     row("no texts", "{\"id\":\"A\",\"params\":{\"a\":[\"a\",1]},\"types\":{\"a\":\"StringList\"}}",
-        u":1: params.a[1]: 1 is no value of the type String"_s);
-    param("value of a type that does not travel", "1", "\"Url\"", u"1 is no value of the type Url"_s);
+        u":1: params.a[1]: 1 is not a value of type String"_s);
+    param("value of a type that cannot be sent", "1", "\"Url\"", u"1 is not a value of type Url"_s);
     param("type that nobody knows here", "null", "\"Pixmap\"",
-          u"a value of the type Pixmap cannot be made here"_s);
-    param("shape of the types", "1", "{}", u"{} is no type of 1"_s);
-    param("list for a map", "{}", "[]", u"[] is no type of {}"_s);
+          u"values of type Pixmap are not supported here"_s);
+    param("shape of the types", "1", "{}", u"{} is not a type for 1"_s);
+    param("list for a map", "{}", "[]", u"[] is not a type for {}"_s);
     param("too many types", "[1]", "[null,null]", u"there are more types than values"_s);
-    param("character", "\"\\ud800\"", "null", u"holds the character U+D800, which a message cannot hold"_s);
+    param("character", "\"\\ud800\"", "null", u"contains the character U+D800, which XML does not allow"_s);
     param("another character", "\"\\uffff\"", "\"String\"",
-          u"holds the character U+FFFF, which a message cannot hold"_s);
+          u"contains the character U+FFFF, which XML does not allow"_s);
     row("place of a nested value", "{\"id\":\"A\",\"params\":{\"a\":{\"b\":[0,{\"c\":\"\\u0000\"}]}}}",
-        u":1: params.a.b[1].c: holds the character U+0000, which a message cannot hold"_s);
+        u":1: params.a.b[1].c: contains the character U+0000, which XML does not allow"_s);
     row("nested deeper than JSON may be", "{\"id\":\"A\",\"params\":{\"a\":" + QByteArray(5000, '['),
         u":1:1047: too deeply nested document"_s);
     row("nested deeper than a message may be",
         "{\"id\":\"A\",\"params\":{\"a\":" + QByteArray(1000, '[') + QByteArray(1000, ']') + "}}",
-        u":1: params: nested deeper than a receiver reads"_s);
+        u":1: params: nested deeper than a receiver accepts"_s);
 }
 
 void tst_ToolMessage::Encode_bad()
@@ -708,8 +708,8 @@ void tst_ToolMessage::Split_list()
              "=> 0\n"_s);
     const ToolResult bad = mTool->Run({u"message"_s, u"split"_s}, "noise" + a + a.first(20));
     QCOMPARE(bad.ToText(),
-             u"    offset       size  message\n         0          5  (skipped: no document begins here)\n"
-             "         5        216  A\n       221         20  (skipped: the document is cut off)\n=> 1\n"_s);
+             u"    offset       size  message\n         0          5  (skipped: no frame begins here)\n"
+             "         5        216  A\n       221         20  (skipped: the frame is truncated)\n=> 1\n"_s);
     QCOMPARE(mTool->Run({u"message"_s, u"split"_s}).ToText(), u"    offset       size  message\n=> 1\n"_s);
     // The problem describes the content of the document, too.
     const ToolResult control
@@ -723,7 +723,7 @@ void tst_ToolMessage::Split_json()
     const ToolResult result = mTool->Run({u"message"_s, u"split"_s, u"--json"_s}, "noise" + Document("A"));
     QCOMPARE(result.ExitCode, 1);
     const QJsonArray expected{
-        QJsonObject{{u"offset"_s, 0}, {u"size"_s, 5}, {u"problem"_s, u"no document begins here"_s}},
+        QJsonObject{{u"offset"_s, 0}, {u"size"_s, 5}, {u"problem"_s, u"no frame begins here"_s}},
         QJsonObject{{u"offset"_s, 5}, {u"size"_s, 216}, {u"id"_s, u"A"_s}}};
     QCOMPARE(QJsonDocument::fromJson(result.Output).array(), expected);
     const ToolResult nothing = mTool->Run({u"message"_s, u"split"_s, u"--json"_s});
@@ -742,10 +742,10 @@ void tst_ToolMessage::Split_files()
         = mTool->Run({u"message"_s, u"split"_s, u"capture.bin"_s, u"--to"_s, u"new/folder"_s});
     QCOMPARE(result.ToText(),
              u"    offset       size  file  message\n"
-             "         0          5  0001-skipped.bin  (skipped: no document begins here)\n"
+             "         0          5  0001-skipped.bin  (skipped: no frame begins here)\n"
              "         5        220  0002-A_1-b.xml  A_1-b\n"
              "       225        223  0003-___A__b.xml  ../Aé b\n"
-             "       448         30  0004-skipped.bin  (skipped: the document is cut off)\n=> 1\n"_s);
+             "       448         30  0004-skipped.bin  (skipped: the frame is truncated)\n=> 1\n"_s);
     QCOMPARE(QDir(mTool->Path(u"new/folder"_s)).entryList(QDir::Files, QDir::Name),
              (QStringList{u"0001-skipped.bin"_s, u"0002-A_1-b.xml"_s, u"0003-___A__b.xml"_s,
                           u"0004-skipped.bin"_s}));
@@ -757,7 +757,7 @@ void tst_ToolMessage::Split_files()
     const ToolResult again
         = mTool->Run({u"message"_s, u"split"_s, u"capture.bin"_s, u"--to"_s, u"new/folder"_s});
     QCOMPARE(again.ExitCode, 2);
-    QVERIFY(again.Errors.contains("new/folder/0001-skipped.bin: exists already"));
+    QVERIFY(again.Errors.contains("new/folder/0001-skipped.bin: already exists"));
     QCOMPARE(mTool->Read(u"new/folder/0001-skipped.bin"_s), QByteArray("mine"));
 }
 
@@ -767,7 +767,7 @@ void tst_ToolMessage::Split_bad()
     QCOMPARE(mTool->Run({u"message"_s, u"split"_s, u"missing"_s}).ToText(),
              u"! qvutil: missing: No such file or directory\n=> 2\n"_s);
     QCOMPARE(mTool->Run({u"message"_s, u"split"_s, u"--to"_s, u"file"_s}, Document("A")).ToText(),
-             u"! qvutil: file: the folder cannot be made\n=> 2\n"_s);
+             u"! qvutil: file: the folder cannot be created\n=> 2\n"_s);
 }
 
 void tst_ToolMessage::Arguments_data()

@@ -346,7 +346,8 @@ void tst_ToolPaths::Delete_protectedFolder_data()
     row("home", u"$PWD/tree"_s, {u"tree"_s, u"--recursive"_s}, u"is the home folder"_s);
     row("home, one level", u"$PWD/tree"_s, {u"tree/"_s}, u"is the home folder"_s);
     row("home behind a link", u"$PWD/home"_s, {u"tree"_s}, u"is the home folder"_s);
-    row("home below it", u"$PWD/tree/sub/deep"_s, {u"tree"_s, u"--recursive"_s}, u"holds the home folder"_s);
+    row("home below it", u"$PWD/tree/sub/deep"_s, {u"tree"_s, u"--recursive"_s},
+        u"contains the home folder"_s);
 }
 
 // Dry runs, because a failing test must do no harm.
@@ -417,7 +418,7 @@ void tst_ToolPaths::Unique_data()
     row("in front", {u"tree/a.txt"_s, u"--prefix"_s, u"--format"_s, u"%1_"_s}, u"~/tree/2_a.txt\n=> 0\n"_s);
     row("from another number", {u"tree/a.txt"_s, u"--start"_s, u"7"_s}, u"~/tree/a7.txt\n=> 0\n"_s);
     row("all in use", {u"tree/a.txt"_s, u"--start"_s, u"2147483647"_s},
-        u"! qvutil: tree/a.txt: all names are taken\n=> 1\n"_s);
+        u"! qvutil: tree/a.txt: all names are in use\n=> 1\n"_s);
 }
 
 void tst_ToolPaths::Unique()

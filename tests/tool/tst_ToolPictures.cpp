@@ -1,8 +1,8 @@
 // SPDX-FileCopyrightText: 2026 The QvUtil developers
 // SPDX-License-Identifier: MIT
 
-// Tests the commands that print SVG and HTML: that the results are well-formed, complete and harmless, and
-// that no text leaves its picture. A person has to judge how they look.
+// Tests that the commands which print SVG and HTML write well-formed, complete and harmless documents, and
+// that no text is outside its picture. The appearance of the pictures is not tested.
 
 #include "GeneralUtil.h"
 #include "support/GridSupport.h"
@@ -26,7 +26,7 @@ using TestSupport::ToolResult;
 namespace {
 
 const QString kGrid = u"desk"_s;
-// Must appear as it is, and never as markup.
+// A text that must appear unchanged, and never as markup.
 const QString kHostile = u"<script>alert('1')</script>\"&amp;]]>"_s;
 
 QList<QDomElement> Find(const QDomDocument& document, const QString& name)
@@ -212,7 +212,7 @@ void tst_ToolPictures::Grid_dead()
     const QStringList texts = Texts(picture, u"text"_s);
     QVERIFY(texts.contains(u"0 alive, 1 dead; the oldest first"_s));
     QVERIFY(texts.contains(u"dead"_s));
-    QVERIFY(texts.contains(u"Left by processes that have crashed"_s));
+    QVERIFY(texts.contains(u"Left behind by crashed processes"_s));
     QVERIFY(texts.join(u' ').contains(u"the entry of process %1"_s.arg(peer.Id())));
 }
 

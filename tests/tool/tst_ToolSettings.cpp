@@ -543,8 +543,8 @@ void tst_ToolSettings::Import_jsonRefused_data()
             "a b: \"a b\" is no name of an element or attribute");
     problem("name that begins with a digit", R"({"Settings": {"B": {"@1": 1}, "@new": 1}})",
             "B/@1: \"1\" is no name of an element or attribute");
-    problem("character that XML cannot hold", R"({"Settings": {"@a": "\u0001", "@new": 1}})",
-            "@a: the value holds the character U+0001, which XML cannot hold");
+    problem("character that XML does not allow", R"({"Settings": {"@a": "\u0001", "@new": 1}})",
+            "@a: the value contains the character U+0001, which XML does not allow");
     QTest::newRow("no JSON") << QByteArray("{")
                              << u"! qvutil: in.json: byte 1: unterminated object\n=> 2\n"_s;
     QTest::newRow("list") << QByteArray("[1]")

@@ -142,7 +142,7 @@ void tst_ToolXml::Get_data()
         << u"True\n=> 0\n"_s;
     QTest::newRow("default of another type")
         << QStringList{u"Panel/Main"_s, u"None"_s, u"-t"_s, u"int"_s, u"-d"_s, u"x"_s}
-        << u"! qvutil: \"x\" is no value of the type int\n! Try 'qvutil xml get --help'.\n=> 2\n"_s;
+        << u"! qvutil: \"x\" is not a value of type int\n! Try 'qvutil xml get --help'.\n=> 2\n"_s;
     QTest::newRow("unknown type")
         << QStringList{u"Panel/Main"_s, u"Width"_s, u"-t"_s, u"number"_s}
         << u"! qvutil: there is no type 'number'; types are string, int, uint, long, ulong, int64, double, "
@@ -233,7 +233,7 @@ void tst_ToolXml::Get_type()
     QVERIFY(mTool->Write(u"v.xml"_s, u"<R a=\"%1\"/>"_s.arg(stored.toHtmlEscaped()).toUtf8()));
     const QStringList arguments{u"xml"_s, u"get"_s, u"v.xml"_s, u"/"_s, u"a"_s, u"--type"_s, type};
     const QString expected = plain.isNull()
-        ? u"! qvutil: v.xml: /R a=\"%1\" is no value of the type %2\n=> 1\n"_s.arg(stored, type)
+        ? u"! qvutil: v.xml: /R a=\"%1\" is not a value of type %2\n=> 1\n"_s.arg(stored, type)
         : plain + u"\n=> 0\n"_s;
     QCOMPARE(Run(arguments), expected);
 
@@ -384,13 +384,12 @@ void tst_ToolXml::Set_refused_data()
     row("no value", {u"Panel"_s}, "VALUE is required");
     row("name without a value", {u"Panel"_s, u"a"_s, u"b"_s, u"c"_s},
         "VALUE is required behind the name 'c'");
-    row("no int", {u"P"_s, u"a"_s, u"1.5"_s, u"-t"_s, u"int"_s}, "\"1.5\" is no value of the type int");
-    row("no bool", {u"P"_s, u"a"_s, u"yes"_s, u"-t"_s, u"bool"_s}, "\"yes\" is no value of the type bool");
-    row("no date", {u"P"_s, u"a"_s, u"today"_s, u"-t"_s, u"date"_s},
-        "\"today\" is no value of the type date");
+    row("no int", {u"P"_s, u"a"_s, u"1.5"_s, u"-t"_s, u"int"_s}, "\"1.5\" is not a value of type int");
+    row("no bool", {u"P"_s, u"a"_s, u"yes"_s, u"-t"_s, u"bool"_s}, "\"yes\" is not a value of type bool");
+    row("no date", {u"P"_s, u"a"_s, u"today"_s, u"-t"_s, u"date"_s}, "\"today\" is not a value of type date");
     row("letter in a rect", {u"P"_s, u"a"_s, u"1,2,x,4"_s, u"-t"_s, u"rect"_s},
-        "\"1,2,x,4\" is no value of the type rect");
-    row("short size", {u"P"_s, u"a"_s, u"1"_s, u"-t"_s, u"size"_s}, "\"1\" is no value of the type size");
+        "\"1,2,x,4\" is not a value of type rect");
+    row("short size", {u"P"_s, u"a"_s, u"1"_s, u"-t"_s, u"size"_s}, "\"1\" is not a value of type size");
     row("name with a blank", {u"P"_s, u"a b"_s, u"1"_s}, "\"a b\" is no name of an element or attribute");
     row("empty name", {u"P"_s, u""_s, u"1"_s}, "\"\" is no name of an element or attribute");
     row("markup as a step", {u"P/<x>"_s, u"a"_s, u"1"_s},
@@ -400,9 +399,9 @@ void tst_ToolXml::Set_refused_data()
     row("new element with a position", {u"P[2]"_s, u"a"_s, u"1"_s, u"--new"_s},
         "--new appends an element, so PATH ends in a name without a position");
     row("control character", {u"P"_s, u"a"_s, u"x\u0001"_s},
-        "the value holds the character U+0001, which XML cannot hold");
+        "the value contains the character U+0001, which XML does not allow");
     row("no character", {u"P"_s, u"a"_s, u"\uffff"_s},
-        "the value holds the character U+FFFF, which XML cannot hold");
+        "the value contains the character U+FFFF, which XML does not allow");
     row("name for text", {u"P"_s, u"a"_s, u"x"_s, u"-t"_s, u"text"_s},
         "a value of the type text is the content of an element and has no NAME");
     row("no name for a number", {u"P"_s, u"1"_s, u"-t"_s, u"int"_s},
@@ -494,7 +493,7 @@ void tst_ToolXml::Set_severalValues_refused_data()
 
     QTest::newRow("second value is wrong")
         << QStringList{u"Width"_s, u"1"_s, u"Height"_s, u"tall"_s, u"-t"_s, u"int"_s}
-        << u"\"tall\" is no value of the type int"_s;
+        << u"\"tall\" is not a value of type int"_s;
     QTest::newRow("second name is wrong") << QStringList{u"Width"_s, u"1"_s, u"a b"_s, u"2"_s}
                                           << u"\"a b\" is no name of an element or attribute"_s;
     QTest::newRow("one name twice") << QStringList{u"Width"_s, u"1"_s, u"Width"_s, u"2"_s}

@@ -14,8 +14,7 @@ using namespace Qt::StringLiterals;
 namespace Quorvin::Tool {
 namespace {
 
-// CLI11 takes "[a,b]" apart, and arguments that begin with '-' for options. This mark in front keeps an
-// argument whole.
+// CLI11 splits "[a,b]", and treats arguments that begin with '-' as options. This prefix prevents both.
 constexpr char kWholeMark = '\x1f';
 
 constexpr std::string_view kJsonName = "--json";
@@ -30,7 +29,8 @@ bool NeedsValue(const CLI::Option& option)
     return option.get_items_expected_min() > 0;
 }
 
-// The first long name, or the short one. CLI11 gives none for an option that help does not show.
+// Returns the first long name, or the short name. CLI11 returns no name for an option that help does not
+// show.
 std::string NameOf(const CLI::Option& option)
 {
     if (!option.get_lnames().empty())
@@ -38,7 +38,7 @@ std::string NameOf(const CLI::Option& option)
     return option.get_snames().empty() ? std::string() : "-" + option.get_snames().front();
 }
 
-// The part of an argument's name that cannot be left out: "VALUE" of "[NAME] VALUE ...".
+// Returns the required part of an argument's name: "VALUE" of "[NAME] VALUE ...".
 QString RequiredName(const CLI::Option& argument)
 {
     QStringList words = QString::fromStdString(ShownName(argument)).split(u' ', Qt::SkipEmptyParts);
@@ -46,7 +46,7 @@ QString RequiredName(const CLI::Option& argument)
     return words.join(u' ');
 }
 
-// CLI11 hands out the commands of a constant application only through a filter.
+// CLI11 returns the commands of a constant application only through a filter.
 const CLI::App* FindCommand(const CLI::App& parent, std::string_view name)
 {
     const auto found = parent.get_subcommands(
@@ -76,7 +76,7 @@ QStringList OptionNames(const CLI::App& command)
     return names;
 }
 
-// Reads one argument after the other, and remembers the first problem.
+// Reads the arguments one by one, and stores the first problem.
 class Scanner
 {
 public:
@@ -107,7 +107,7 @@ public:
     }
 
 private:
-    // Negative numbers are texts.
+    // Negative numbers count as texts, not options.
     static bool StartsWithOption(std::string_view argument)
     {
         return argument.size() > 1 && argument[0] == '-' && (argument[1] < '0' || argument[1] > '9');
@@ -121,7 +121,7 @@ private:
             mScan.Problem = problem;
     }
 
-    // \param name  the part of the argument that is to be compared with the candidates
+    // \param name  the part of the argument to compare with the candidates
     void RejectUnknown(std::string_view argument, std::string_view name, const QStringList& candidates)
     {
         const QString problem
@@ -168,7 +168,8 @@ private:
         return false;
     }
 
-    // Several flags may share one '-'. The value of an option can follow it directly.
+    // Reads short names: several flags may share one '-', and a value may follow the name of its option
+    // directly.
     bool TakeShortOptions(std::string_view argument, std::string_view next)
     {
         for (std::size_t i = 1; i < argument.size(); ++i) {

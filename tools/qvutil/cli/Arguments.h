@@ -16,8 +16,8 @@
 
 namespace Quorvin::Tool {
 
-/// The arguments of the tool, read and checked before CLI11 sees them: what it says of wrong ones changes
-/// from version to version.
+/// Reads and checks the tool's arguments before CLI11 does, because CLI11's error messages differ between
+/// versions.
 struct ArgumentScan
 {
     enum Wish { Run, Help, Version };
@@ -27,12 +27,12 @@ struct ArgumentScan
     QString Problem; ///< empty if the arguments are right
     bool IsIncomplete = false; ///< whether a command of the group is missing
     JsonStyle Json = JsonStyle::Automatic;
-    std::vector<std::string> Arguments; ///< for CLI11, the last one first
+    std::vector<std::string> Arguments; ///< for CLI11, in reverse order
 };
 
 [[nodiscard]] ArgumentScan ScanArguments(const CLI::App& root, int argc, const char* const* argv);
 
-/// Returns an argument as it was typed, from what CLI11 hands to a command.
+/// Returns an argument as the user typed it, from the text that CLI11 passes to a command.
 [[nodiscard]] QString FromArgument(std::string_view argument);
 
 } // namespace Quorvin::Tool

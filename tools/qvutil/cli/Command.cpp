@@ -23,12 +23,12 @@ constexpr const char* kFooter = R"(Exit status:
   1  no: not found, different, problems found
   2  wrong usage, or a file that cannot be read or written
 
-A FILE that is given as - is standard input. An argument that begins with '-'
-and is no option comes after --, as in: qvutil settings set FILE PATH NAME -- -v
+If FILE is -, the tool reads standard input. Put arguments that begin with '-'
+but are not options after --, as in: qvutil settings set FILE PATH NAME -- -v
 
 Help on a command: qvutil COMMAND --help, such as: qvutil xml get --help)";
 
-// Qt's file names and texts are UTF-16: other bytes would name another file than the one that was meant.
+// Rejects invalid UTF-8: Qt converts arguments to UTF-16, so invalid bytes would name a different file.
 QString FindArgumentThatIsNoText(int argc, const char* const* argv)
 {
     for (int i = 1; i < argc; ++i) {
@@ -55,7 +55,7 @@ QString HelpOf(const CLI::App& command)
 } // namespace
 
 CommandLine::CommandLine()
-    : mApp("Look into, change and check the files of applications that use QvUtil", "qvutil")
+    : mApp("Inspect, change and check the files of applications that use QvUtil", "qvutil")
 {
     mApp.footer(kFooter);
     mApp.set_help_flag("--help,-h", "Show this help and exit");
@@ -101,10 +101,10 @@ ExitCode CommandLine::RejectArguments(const QString& reason)
     return Reject(SelectedCommand(), reason);
 }
 
-// The scan finds what is wrong: this is for what it may overlook.
+// ReadArguments reports all known errors; this is a fallback for any others.
 ExitCode CommandLine::RejectArguments(const CLI::ParseError& /*error*/)
 {
-    return RejectArguments(u"these arguments do not fit together"_s);
+    return RejectArguments(u"these arguments cannot be combined"_s);
 }
 
 ExitCode CommandLine::Parse(int argc, const char* const* argv)
@@ -178,7 +178,7 @@ CLI::Option* AddTexts(CLI::App& command, const std::string& name, QStringList& t
                 target += FromArgument(text);
         },
         description);
-    // An option takes one text each time that it is given; else it would swallow the arguments behind it.
+    // An option takes only one text each time; otherwise it would consume the arguments after it.
     if (!option->get_positional())
         option->allow_extra_args(false);
     return option;

@@ -17,7 +17,7 @@
 
 namespace Quorvin::Tool {
 
-/// The tool's command line: groups of commands, their options and what they do.
+/// The tool's command line: groups of commands, their options and their actions.
 ///
 /// Each group has one source file with one function Add…Commands, which is listed in Groups.h:
 /// \code
@@ -36,9 +36,9 @@ namespace Quorvin::Tool {
 ///     AddText(show, "FILE", options->File, "The file")->required();
 ///     AddJsonFlag(show, options->Json);
 /// }
-/// \endcode
-/// The action runs after the whole command line has been read. It prints through Console, returns its answer,
-/// and throws Failure (a file) or UsageFailure (a wrong combination of arguments) if it cannot give one.
+/// \endcode The action runs after the whole command line was read. It prints through Console and returns the
+/// exit code. It throws Failure (for a file) or UsageFailure (for a wrong combination of arguments) if it
+/// cannot do its work.
 class CommandLine
 {
 public:
@@ -49,15 +49,16 @@ public:
     /// Adds a group, such as `qvutil xml`.
     CLI::App& AddGroup(const std::string& name, const std::string& description);
     /// Adds a command to a group, such as `qvutil xml get`.
-    /// \param examples  one or more command lines, one a line, shown in the command's help
+    /// \param examples  command lines for the command's help, one per line
     CLI::App& AddCommand(CLI::App& group, const std::string& name, const std::string& description,
                          const std::string& examples, Action action);
-    /// Sets what a command does, for an action that needs the command's options.
+    /// Sets the action of a command, for an action that needs the command's options.
     void SetAction(CLI::App& command, Action action);
-    /// The root, for commands without a group.
+    /// Returns the root, for commands without a group.
     [[nodiscard]] CLI::App& Root() { return mApp; }
 
-    /// Reads the arguments, runs the command and tells its exit code. All output is written when it returns.
+    /// Reads the arguments, runs the command and returns its exit code. All output is written when this
+    /// returns.
     [[nodiscard]] ExitCode Run(int argc, const char* const* argv);
 
 private:
@@ -70,23 +71,24 @@ private:
     Action mAction;
 };
 
-/// Explains a command in its help, before the examples. Lines of prose flow, indented ones stay as they are.
+/// Adds an explanation to a command's help, before the examples. Lines are joined and wrapped, except
+/// indented lines.
 void AddExplanation(CLI::App& command, const std::string& text);
-/// Adds an argument ("FILE") or an option ("--name,-n") that holds a text. Texts are added in no other way:
-/// this one takes care that each arrives as it was typed.
+/// Adds an argument ("FILE") or an option ("--name,-n") whose value is a text. Use no other function for
+/// texts: this one ensures that they arrive as the user typed them.
 CLI::Option* AddText(CLI::App& command, const std::string& name, QString& target,
                      const std::string& description);
-/// Adds an argument ("FILE") or an option ("--name") that can be given any number of times. An argument whose
-/// type_name() has a space in it is shown by that: "[NAME] VALUE" for one or two texts.
+/// Adds an argument ("FILE") or an option ("--name") that can be repeated. Help shows the type_name() of an
+/// argument if it contains a space: "[NAME] VALUE" for one or two texts.
 CLI::Option* AddTexts(CLI::App& command, const std::string& name, QStringList& target,
                       const std::string& description);
-/// The numbers that an option takes.
+/// The range of an option's value.
 struct NumberRange
 {
     int Min = std::numeric_limits<int>::min();
     int Max = std::numeric_limits<int>::max();
 };
-/// Adds an option ("--count") that holds a whole number.
+/// Adds an option ("--count") whose value is a whole number.
 CLI::Option* AddNumber(CLI::App& command, const std::string& name, int& target, NumberRange range,
                        const std::string& description);
 /// Adds the flag --json.

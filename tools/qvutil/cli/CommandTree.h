@@ -14,20 +14,20 @@
 
 namespace Quorvin::Tool {
 
-/// The name of an argument as help shows it: "FILE", or "[NAME] VALUE" for a list that stands for both. CLI11
-/// takes no space in a name, so the latter is the argument's type name.
+/// Returns the name of an argument as help shows it: "FILE", or "[NAME] VALUE" for a list of both. CLI11 does
+/// not allow a space in a name, so the latter is the argument's type name.
 [[nodiscard]] std::string ShownName(const CLI::Option& option);
 
 /// An argument or option, as help shows it.
 struct OptionInfo
 {
-    QStringList Names; ///< "--type", "-t"; of an argument its name alone
-    QString Value; ///< what stands for the option's value, "TYPE"; empty for flags and arguments
+    QStringList Names; ///< for example "--type" and "-t"; for an argument, only its name
+    QString Value; ///< placeholder for the option's value, such as "TYPE"; empty for flags and arguments
     QString Description;
-    bool IsRepeatable = false; ///< whether it can be given several times
+    bool IsRepeatable = false; ///< whether it can be repeated
 };
 
-/// A command or group of commands, as help shows it.
+/// A command or a group of commands, as help shows it.
 struct CommandInfo
 {
     QStringList Path; ///< "xml", "get"; empty for the tool itself
@@ -38,9 +38,9 @@ struct CommandInfo
     QList<OptionInfo> Options;
     QList<QStringList> Commands; ///< name and description of each command below it
 
-    /// The path in one word: "xml get".
+    /// Returns the path as one text: "xml get".
     [[nodiscard]] QString Name() const { return Path.join(u' '); }
-    /// The path from the shell: "qvutil xml get".
+    /// Returns the path with the name of the program: "qvutil xml get".
     [[nodiscard]] QString FullName() const
     {
         return (QStringList(QStringLiteral("qvutil")) + Path).join(u' ');
@@ -53,12 +53,12 @@ struct CommandInfo
 /// Lists the tool itself, then each group and command that help shows, groups before their commands.
 [[nodiscard]] QList<CommandInfo> ListCommands(const CLI::App& root);
 
-/// Scripts that let a shell complete the tool's commands and options.
+/// Return scripts with which a shell completes the tool's commands and options.
 [[nodiscard]] QString BashCompletion(const QList<CommandInfo>& commands);
 [[nodiscard]] QString FishCompletion(const QList<CommandInfo>& commands);
 [[nodiscard]] QString ZshCompletion(const QList<CommandInfo>& commands);
 
-/// The manual's sections for the commands, in the manual pages' language.
+/// Returns the manual page's sections about the commands, as roff.
 [[nodiscard]] QString ManualSections(const QList<CommandInfo>& commands);
 
 } // namespace Quorvin::Tool

@@ -102,7 +102,8 @@ function __qvutil_at --description 'Whether the command so far is this one'
 end
 )sh";
 
-// What a case statement of all shells takes for "this word leads from one command to the next".
+// Returns the patterns of a case statement, for every shell, that match words which lead from one command to
+// the next.
 QStringList Steps(const QList<CommandInfo>& commands, QChar quote)
 {
     QStringList steps;
@@ -120,8 +121,8 @@ QString Quoted(const QString& text)
     return u'\'' + QString(text).replace(u'\'', "'\\''"_L1) + u'\'';
 }
 
-// The kind of values that completion can offer for an argument or option, see OfferValues. Empty
-// for all others.
+// Returns the kind of values that completion offers for an argument or option, see OfferValues;
+// empty if there is none.
 QString OfferedValues(const CommandInfo& command, const OptionInfo& option)
 {
     const QString place = option.Value.isEmpty() ? option.Names.value(0) : option.Value;
@@ -136,7 +137,7 @@ QString OfferedValues(const CommandInfo& command, const OptionInfo& option)
     return {};
 }
 
-// The names of the options that have a value, as a case statement takes them.
+// Returns the names of the options with a value, as patterns of a case statement.
 QString ValuedOptions(const QList<CommandInfo>& commands)
 {
     QStringList cases;
@@ -151,7 +152,7 @@ QString ValuedOptions(const QList<CommandInfo>& commands)
     return "        "_L1 + cases.join("|\\\n        "_L1) + ")\n"_L1;
 }
 
-// Which kind of values an option, or the argument at some place, has.
+// Returns the cases that set the kind of values of an option, or of the argument at a position.
 QString ValueKinds(const QList<CommandInfo>& commands)
 {
     QString text;

@@ -17,7 +17,7 @@ namespace {
 struct CompletionOptions
 {
     QString Shell;
-    QString Kind; // what the scripts ask for
+    QString Kind; // the kind of values that a script requests
 };
 
 ExitCode PrintValues(const QStringList& values)

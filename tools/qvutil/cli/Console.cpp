@@ -30,7 +30,7 @@ constinit bool gBarDrawn = false;
 
 void WriteToError(const QByteArray& bytes)
 {
-    // When even standard error fails, nobody is left to tell.
+    // If writing to standard error fails, the failure cannot be reported.
     (void)std::fwrite(bytes.constData(), 1, static_cast<size_t>(bytes.size()), stderr);
     (void)std::fflush(stderr);
 }
@@ -66,8 +66,8 @@ void WriteToOutput(const QByteArray& bytes)
         FailToWrite();
 }
 
-// Characters that a terminal obeys instead of showing, or cannot show: controls, those that turn the writing
-// direction, and the two that are none.
+// Returns whether a terminal would not show a character but act on it, or could not show it: control
+// characters, characters that change the writing direction, and the two noncharacters.
 bool IsControl(QChar c)
 {
     const char16_t code = c.unicode();
@@ -175,7 +175,8 @@ void ReportError(const QString& subject, const QString& reason)
 
 void PrintError(const QString& text)
 {
-    // In the order of events for whoever sees both on one terminal. What cannot be written is noticed later.
+    // Write buffered results first, to keep the order if both streams are on the same terminal. A failed
+    // write is detected later.
     (void)std::fflush(stdout);
     HideBar();
     WriteToError(Escape(text, u"\n\t", {}).toUtf8());

@@ -8,39 +8,40 @@
 #include <QJsonDocument>
 #include <QString>
 
-/// What the tool's commands say: results on standard output, complaints and progress on standard error.
+/// Output of the tool's commands: results on standard output, errors and progress on standard error.
 ///
 /// \par Threads
 /// The main thread only.
 namespace Quorvin::Tool::Console {
 
-/// Whether standard output, or standard error, is a terminal.
+/// Return whether standard output or standard error is a terminal.
 [[nodiscard]] bool IsOutputTerminal();
 [[nodiscard]] bool IsErrorTerminal();
 
-/// Prints text as it is. On a terminal, control characters other than line breaks and tabs are shown as
-/// escapes, so that no document can send commands to the terminal.
-/// Output that cannot be written ends the command with an error; a closed pipe ends it silently.
+/// Prints text. On a terminal, control characters other than line feeds and tabs are escaped, so that no
+/// document can send commands to the terminal. If the output cannot be written, the command ends with an
+/// error; if it is a closed pipe, the command ends silently.
 void Print(const QString& text);
-/// Prints text and a line break.
+/// Prints text and a line feed.
 void PrintLine(const QString& text);
-/// Prints bytes exactly. On a terminal, bytes that are not text end the command with an error instead.
+/// Prints bytes unchanged. If standard output is a terminal and the bytes are not text, the command ends with
+/// an error instead.
 void PrintBytes(const QByteArray& bytes);
-/// Prints a JSON document, with a line break at its end. See JsonStyle.
+/// Prints a JSON document and a line feed. See JsonStyle.
 void PrintJson(const QJsonDocument& document);
-/// Writes what is still buffered. Called at the end anyway: only commands that wait need it.
+/// Writes buffered output. This is done at the end of each command, so only commands that wait need it.
 void Flush();
 
-/// Prints "qvutil: SUBJECT: REASON" on standard error; \p subject is a file, mostly, and may be empty.
+/// Prints "qvutil: SUBJECT: REASON" on standard error. \p subject is usually a file, and may be empty.
 void ReportError(const QString& subject, const QString& reason);
-/// Prints text on standard error as it is, but for control characters.
+/// Prints text on standard error, with control characters escaped.
 void PrintError(const QString& text);
 
-/// Gives text with its control characters as escapes: \n, \t, \u001b.
+/// Returns text with its control characters escaped: \n, \t, \u001b.
 [[nodiscard]] QString Visible(const QString& text);
-/// Gives text in double quotes on one line, with '"', '\' and control characters as escapes.
+/// Returns text in double quotes on one line, with '"', '\' and control characters escaped.
 [[nodiscard]] QString Quoted(const QString& text);
-/// Names a character by its number: U+0001.
+/// Returns the name of a code point: U+0001.
 [[nodiscard]] QString CodePoint(char32_t c);
 
 /// A progress bar on standard error while it is a terminal; nothing at all elsewhere. It appears after a
@@ -54,8 +55,8 @@ public:
     ~ProgressBar();
     Q_DISABLE_COPY_MOVE(ProgressBar)
 
-    /// Says how far the work is. Cheap enough to be called for each step.
-    /// \param label  what is being worked on, shown beside the bar
+    /// Sets the progress. Cheap enough to be called for each step.
+    /// \param label  the current item, shown next to the bar
     void Show(qint64 done, const QString& label);
 
 private:

@@ -28,7 +28,8 @@ constexpr int kMaxChanges = 1000;
 using Lines = std::vector<QByteArrayView>;
 using Numbers = std::vector<int>;
 
-// Lines with their line breaks, so that a missing one at the end makes a difference.
+// Splits text into lines including their line feeds, so that a missing line feed at the end counts as a
+// difference.
 Lines SplitLines(const QByteArray& content)
 {
     Lines lines;
@@ -41,7 +42,7 @@ Lines SplitLines(const QByteArray& content)
     return lines;
 }
 
-/// Finds the lines that two contents have in common, by the algorithm of Myers.
+/// Finds the common lines of two contents with Myers' algorithm.
 class LineMatcher
 {
 public:
@@ -90,7 +91,7 @@ private:
         return numbers;
     }
 
-    // How far a path comes on diagonal k (position before minus position after) from its neighbours.
+    // Returns how far a path gets on diagonal k (position before minus position after) from its neighbours.
     static int Step(const Numbers& reached, int offset, int changes, int k)
     {
         const bool isDown
@@ -98,7 +99,7 @@ private:
         return isDown ? k + 1 : k - 1;
     }
 
-    // The matches between mBegin and the ends, the last one first.
+    // Returns the matches between mBegin and the ends, in reverse order.
     [[nodiscard]] std::vector<Match> MatchMiddle() const
     {
         const int beforeSize = mBeforeEnd - mBegin;
@@ -214,7 +215,7 @@ private:
         mSigns += sign;
     }
 
-    // Common lines beyond the context are left out.
+    // Common lines beyond the context are omitted.
     void FinishHunk()
     {
         if (mHunk.isEmpty())
@@ -272,7 +273,7 @@ ExitCode PrintDifference(const QString& name, const std::optional<QByteArray>& b
     const QByteArray difference = UnifiedDifference(name, before, after);
     if (difference.isEmpty())
         return ExitCode::Yes;
-    if (Console::IsOutputTerminal()) // the old content may be anything
+    if (Console::IsOutputTerminal()) // the old content may contain control characters
         Console::Print(QString::fromUtf8(difference));
     else
         Console::PrintBytes(difference);

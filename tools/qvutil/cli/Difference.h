@@ -20,12 +20,12 @@ namespace Quorvin::Tool {
 [[nodiscard]] QByteArray UnifiedDifference(const QString& name, const std::optional<QByteArray>& before,
                                            const QByteArray& after);
 
-/// Prints the unified difference for a command that was told to write nothing.
+/// Prints the unified difference for a command that was called with --dry-run.
 /// \return No if there is a difference
 ExitCode PrintDifference(const QString& name, const std::optional<QByteArray>& before,
                          const QByteArray& after);
 
-/// Reads a file for the comparison. Throws Failure if it exists and cannot be read.
+/// Reads a file for the comparison. Throws Failure if it exists but cannot be read.
 /// \return empty if there is no such file
 [[nodiscard]] std::optional<QByteArray> ReadIfExists(const QString& file);
 

@@ -12,24 +12,24 @@
 
 namespace Quorvin::Tool {
 
-/// The events of a command that watches something. On a terminal, the last ones stand below a table that is
-/// drawn again and again. Elsewhere, and as JSON, each is a line.
+/// Shows the events of a command that watches something. On a terminal, the latest events appear below a
+/// table that is updated in place. Otherwise, and as JSON, each event is a line.
 class EventLog
 {
 public:
-    /// \param maxCount  number of events to show; 0 for any number
+    /// \param maxCount  number of events to show; 0 for no limit
     EventLog(bool asJson, int maxCount);
 
-    /// Adds an event with the current time.
-    /// \param text     what it is about, behind the time and the event
-    /// \param details  the same for programs
+    /// Adds an event at the current time.
+    /// \param text     description, which follows the time and the event
+    /// \param details  the same information for programs
     void Add(const QString& event, const QString& text, QJsonObject details);
-    /// Whether there were as many events as the user asked for.
+    /// Returns whether the number of events that the user requested was reached.
     [[nodiscard]] bool IsDone() const { return mMaxCount > 0 && mCount >= mMaxCount; }
 
-    /// Whether a table is wanted.
+    /// Returns whether a table should be drawn.
     [[nodiscard]] bool IsLive() const { return mIsLive; }
-    /// Draws the table, and the last events below it.
+    /// Draws the table, and the latest events below it.
     void Draw(const QStringList& table);
 
 private:

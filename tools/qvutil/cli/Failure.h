@@ -10,7 +10,7 @@
 
 namespace Quorvin::Tool {
 
-/// How a command ended: what the shell sees.
+/// The exit code of a command.
 enum class ExitCode {
     Yes = 0, ///< done; found; equal; no problems
     No = 1, ///< not found; different; problems found
@@ -27,7 +27,7 @@ public:
     { }
     [[nodiscard]] const char* what() const noexcept override { return "a command failed"; }
 
-    QString Subject; ///< the file, mostly with line and column; may be empty
+    QString Subject; ///< usually the file, with line and column; may be empty
     QString Reason;
 };
 
@@ -40,7 +40,7 @@ public:
     { }
 };
 
-/// Ends the running command silently with ExitCode::Error: nobody reads its output any more.
+/// Ends the running command silently with ExitCode::Error, because its output is no longer read.
 class OutputClosed : public std::exception
 { };
 

@@ -8,7 +8,7 @@ namespace Quorvin::Tool {
 
 class CommandLine;
 
-// One function for each group of commands; main calls them in the order in which help shows the groups.
+// One function for each group of commands. main calls them in the order in which help shows the groups.
 void AddXmlCommands(CommandLine& line);
 void AddSettingsCommands(CommandLine& line);
 void AddXliffCommands(CommandLine& line);
@@ -21,8 +21,8 @@ void AddPathCommands(CommandLine& line);
 void AddFilesCommands(CommandLine& line);
 void AddHashCommand(CommandLine& line);
 
-// Commands that the build runs to make what is installed beside the tool. They are made from the tool's own
-// commands and options, so that they cannot lag behind them, and are not shown in help.
+// Commands with which the build creates files that are installed with the tool. The files are made from the
+// tool's own commands and options, so they are always up to date. Help does not show these commands.
 void AddCompletionCommand(CommandLine& line);
 void AddManualCommand(CommandLine& line);
 

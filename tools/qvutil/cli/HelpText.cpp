@@ -20,7 +20,7 @@ constexpr int kDefaultWidth = 80;
 constexpr int kMinWidth = 20;
 // Longer lines are hard to read.
 constexpr int kMaxWidth = 100;
-// Where descriptions begin, and the width from which they stand beside the names.
+// The column of descriptions, and the minimum width for descriptions next to the names.
 constexpr int kColumn = 28;
 constexpr int kTwoColumnsWidth = 60;
 
@@ -29,8 +29,8 @@ QString Spaces(int count)
     return QString(count, u' ');
 }
 
-// Breaks a text into lines at its spaces; a word that is too long is broken itself.
-// \param first  width that is already taken in the first line
+// Breaks a text into lines at spaces. A word that is too long is broken too.
+// \param first  width already used in the first line
 // \param rest   indentation of the others
 QStringList Wrap(const QString& text, int width, int first, int rest)
 {
@@ -70,13 +70,13 @@ QString Entry(const QString& name, const QString& description, int width)
     if (description.isEmpty())
         return text;
     const QString wrapped = Joined(Wrap(description, width, indentation, indentation));
-    if (!isWide || text.size() > kColumn - 1) // with its line break
+    if (!isWide || text.size() > kColumn - 1) // including the line feed
         return text + Spaces(indentation) + wrapped;
     text.chop(1);
     return text.leftJustified(kColumn) + wrapped;
 }
 
-// An option's short names come first, as in "-t,--type TYPE".
+// An option's short names come first, as in `-t,--type TYPE`.
 QString OptionText(const OptionInfo& option)
 {
     QStringList names = option.Names;
@@ -99,7 +99,7 @@ QString Section(const QString& title, const QList<OptionInfo>& options, int widt
     return text;
 }
 
-// The places at which a command line can be broken: its spaces outside quotes.
+// Returns the positions at which a command line can be broken: spaces outside quotes.
 QStringList ShellWords(const QString& line)
 {
     QStringList words(1);
@@ -119,7 +119,7 @@ QStringList ShellWords(const QString& line)
     return words;
 }
 
-// A command line continues behind a backslash, as in a shell. A remark gets a line of its own.
+// A command line is continued after a backslash, as in a shell. A remark is moved to a separate line.
 QString WrapExample(const QString& line, int width)
 {
     if (line.size() <= width)
@@ -139,7 +139,7 @@ QString WrapExample(const QString& line, int width)
     for (qsizetype i = 0; i < lines.size(); ++i) {
         const bool isLast = i + 1 == lines.size();
         QString piece = isLast ? lines.at(i) : lines.at(i) + " \\"_L1;
-        while (piece.size() > width) { // one word that has no place to break
+        while (piece.size() > width) { // one word that cannot be broken
             pieces.append(piece.first(width));
             piece.remove(0, width);
         }
@@ -148,7 +148,7 @@ QString WrapExample(const QString& line, int width)
     return Joined(pieces);
 }
 
-// A line of a table continues below its second column.
+// A row of a table is continued below its second column.
 QString WrapTableLine(const QString& line, int width)
 {
     static const QRegularExpression columnPattern(u"^( *\\S.*?) {2,}(?=\\S)"_s);
@@ -166,7 +166,7 @@ QString WrapTableLine(const QString& line, int width)
     return Spaces(start) + Joined(Wrap(line, width, start, start + 2));
 }
 
-// Lines without indentation are prose and flow; indented ones stand for themselves.
+// Lines without indentation are prose, which is wrapped; indented lines are kept.
 QString WrapFooter(const QString& footer, int width)
 {
     QString text;

@@ -10,7 +10,8 @@
 
 namespace Quorvin::Tool {
 
-/// Returns the width for help, in columns: that of COLUMNS, else of the terminal, else 80.
+/// Returns the width for help, in columns: the value of COLUMNS, or else the width of the terminal, or else
+/// 80.
 [[nodiscard]] int HelpWidth();
 
 /// Returns the help of a command or group. No line is wider than \p width.

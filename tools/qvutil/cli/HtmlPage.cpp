@@ -32,7 +32,7 @@ HtmlPage::HtmlPage(const QString& title, const QString& style)
     mWriter.AddEmpty(u"meta"_s, {{u"charset"_s, u"utf-8"_s}});
     mWriter.AddEmpty(u"meta"_s,
                      {{u"name"_s, u"viewport"_s}, {u"content"_s, u"width=device-width, initial-scale=1"_s}});
-    // Whatever the page holds, a browser loads and runs nothing.
+    // A browser loads and runs nothing, even if the page contains foreign text.
     mWriter.AddEmpty(u"meta"_s,
                      {{u"http-equiv"_s, u"Content-Security-Policy"_s},
                       {u"content"_s, u"default-src 'none'; style-src 'unsafe-inline'"_s}});

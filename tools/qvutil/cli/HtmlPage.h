@@ -15,11 +15,10 @@ class HtmlPage
 {
 public:
     /// Begins a page with a heading.
-    /// \param style  rules for what this page holds, without '"', '<', '>' and '&', which cannot be escaped
-    /// there
+    /// \param style  CSS rules for the page, without '"', '<', '>' and '&', which cannot be escaped there
     HtmlPage(const QString& title, const QString& style);
 
-    /// Writes what follows the heading.
+    /// Returns the writer for the content after the heading.
     [[nodiscard]] MarkupWriter& Content() { return mWriter; }
     /// Returns the document.
     [[nodiscard]] QString Finish() { return mWriter.Finish(); }

@@ -24,9 +24,9 @@ namespace {
 
 constexpr qint64 kChunkSize = 1 << 16;
 
-constexpr QStringView kTooLarge = u"larger than 1 GiB, which is more than the tool reads";
+constexpr QStringView kTooLarge = u"larger than 1 GiB, the maximum size that the tool reads";
 
-// What QFile says of failed opening, in the tool's own words where Qt's are odd.
+// Returns why a file could not be opened, with clearer wording where QFile's is unclear.
 QString OpenError(const QFile& file)
 {
     if (QFileInfo(file).isDir())

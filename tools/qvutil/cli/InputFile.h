@@ -12,26 +12,26 @@
 
 namespace Quorvin::Tool {
 
-/// A file argument that is read: a file, "-" for standard input, or a pipe such as the shell's <(…).
-/// What cannot be read twice is copied to a temporary file first, so that errors in it can be located.
+/// Reads a file argument: a file, "-" for standard input, or a pipe such as the shell's <(…). Input that
+/// cannot be read twice is first copied to a temporary file, so that errors in it can be located.
 class InputFile
 {
 public:
     enum Size {
-        DocumentSize, ///< what is larger than a document can be is not read
+        DocumentSize, ///< rejects files above the maximum size of a document
         AnySize,
     };
 
     /// Throws Failure if the file cannot be read.
     explicit InputFile(const QString& argument, Size size = DocumentSize);
 
-    /// The file to read.
+    /// Returns the path of the file to read.
     [[nodiscard]] const QString& Path() const { return mPath; }
-    /// How to call it in messages.
+    /// Returns its name for messages.
     [[nodiscard]] const QString& Name() const { return mName; }
-    /// All of its bytes. Throws Failure if they cannot be read.
+    /// Returns all bytes. Throws Failure if they cannot be read.
     [[nodiscard]] QByteArray ReadAll() const;
-    /// Whether Path is a copy of what was read.
+    /// Returns whether Path is a copy of the input.
     [[nodiscard]] bool IsCopy() const { return mCopy != nullptr; }
 
 private:

@@ -8,7 +8,7 @@
 namespace Quorvin::Tool {
 namespace {
 
-// What the command line asked for: set before the command runs.
+// The style that the user chose; set before the command runs.
 constinit JsonStyle gStyle = JsonStyle::Automatic;
 
 } // namespace

@@ -8,7 +8,7 @@
 
 namespace Quorvin::Tool {
 
-/// How JSON is laid out: what --json asks for.
+/// The format of JSON that the user requests with --json.
 enum class JsonStyle {
     Automatic, ///< indented on a terminal, on one line elsewhere
     Pretty, ///< indented
@@ -16,12 +16,12 @@ enum class JsonStyle {
 };
 
 void SetJsonStyle(JsonStyle style);
-/// Returns the format of a command's answer.
+/// Returns the format of a command's result.
 [[nodiscard]] QJsonDocument::JsonFormat AnswerFormat();
-/// Returns the format of each object of a command that prints one after the other: one line, unless
-/// JsonStyle::Pretty is set.
+/// Returns the format of each object of a command that prints several: one line, unless JsonStyle::Pretty is
+/// set.
 [[nodiscard]] QJsonDocument::JsonFormat StreamFormat();
-/// Returns JSON in such a format, with a line break at its end.
+/// Returns JSON in such a format, followed by a line feed.
 [[nodiscard]] QString ToText(const QJsonDocument& document, QJsonDocument::JsonFormat format);
 
 } // namespace Quorvin::Tool

@@ -34,7 +34,7 @@ void Write(const QByteArray& bytes)
 {
     const auto size = static_cast<size_t>(bytes.size());
     if (std::fwrite(bytes.constData(), 1, size, stdout) != size || std::fflush(stdout) != 0)
-        throw OutputClosed(); // the terminal has gone
+        throw OutputClosed(); // the terminal was closed
 }
 
 } // namespace
@@ -60,7 +60,7 @@ void LiveLines::Show(const QStringList& lines)
         line = Console::Visible(line).left(size.ws_col);
     if (shown == mShown && size.ws_col == mColumns)
         return;
-    // Lines are not wrapped meanwhile: wide characters may take more columns than are counted here.
+    // Turn wrapping off meanwhile, because wide characters may take more columns than are counted here.
     QByteArray bytes = "\r\x1b[?7l";
     if (!mShown.isEmpty())
         bytes += "\x1b[" + QByteArray::number(mShown.size()) + 'A';

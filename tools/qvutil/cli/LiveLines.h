@@ -8,23 +8,23 @@
 
 namespace Quorvin::Tool {
 
-/// A few lines on a terminal that are drawn again in the same place when they change.
+/// Updates some lines on a terminal in place.
 ///
-/// No mode of the terminal stays changed between two calls, so that nothing has to be restored, however the
-/// process ends. The last lines stay readable.
+/// Between two calls, no mode of the terminal is changed, so nothing has to be restored when the process
+/// ends. The last lines remain on the terminal.
 class LiveLines
 {
 public:
     LiveLines() = default;
-    /// Removes what the terminal has echoed for Ctrl-C.
+    /// Removes the terminal's echo of Ctrl-C.
     ~LiveLines();
     Q_DISABLE_COPY_MOVE(LiveLines)
 
-    /// Whether standard output is a terminal that can do this.
+    /// Returns whether standard output is a terminal that supports this.
     [[nodiscard]] static bool IsPossible();
 
-    /// Replaces the lines. Each is cut off at the width of the terminal, and those that do not fit its height
-    /// are left out at the end.
+    /// Replaces the lines. Long lines are truncated to the width of the terminal; lines that do not fit its
+    /// height are omitted at the end.
     void Show(const QStringList& lines);
 
 private:

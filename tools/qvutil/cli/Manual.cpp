@@ -8,7 +8,7 @@ using namespace Qt::StringLiterals;
 namespace Quorvin::Tool {
 namespace {
 
-// Text as the manual pages' language takes it; no line begins with one of its requests.
+// Escapes text for roff, so that no line begins with a request.
 QString Plain(const QString& text)
 {
     QStringList lines = text.split(u'\n');
@@ -51,7 +51,7 @@ QString ManualSections(const QList<CommandInfo>& commands)
 {
     QString text;
     for (const CommandInfo& command : commands) {
-        if (command.Commands.isEmpty()) // groups do nothing by themselves
+        if (command.Commands.isEmpty()) // groups have no action
             text += Section(command);
     }
     return text;

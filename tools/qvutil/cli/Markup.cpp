@@ -13,7 +13,7 @@ using namespace Qt::StringLiterals;
 namespace Quorvin::Tool {
 namespace {
 
-// XML has no place for control characters and surrogates without a partner.
+// Replaces control characters and unpaired surrogates, which XML does not allow.
 QString Storable(const QString& text)
 {
     return QString::fromUtf8(Console::Visible(text).toUtf8());

@@ -12,8 +12,8 @@
 
 namespace Quorvin::Tool {
 
-/// Writes SVG, or HTML that is also well-formed XML. Texts and attributes may hold anything: characters with
-/// a meaning in the markup are escaped, and control characters appear as on a terminal.
+/// Writes SVG, or HTML that is also well-formed XML. Texts and attributes may contain any characters: those
+/// with a meaning in the markup are escaped, and control characters appear as on a terminal.
 class MarkupWriter
 {
 public:
@@ -32,7 +32,7 @@ public:
     void Start(const QString& name, Attributes attributes = {});
     void End();
     void AddText(const QString& text);
-    /// Writes an element that holds nothing but a text.
+    /// Writes an element that contains only text.
     void AddElement(const QString& name, Attributes attributes, const QString& text = {});
     /// Writes an element that never has content, such as `meta`.
     void AddEmpty(const QString& name, Attributes attributes);
@@ -40,7 +40,7 @@ public:
     /// Writes an element `style`. \param rules  without '"', '<', '>' and '&', which HTML cannot escape there
     void AddStyle(const QString& rules);
 
-    /// Returns all that was written, with a line break at its end.
+    /// Returns the document, followed by a line feed.
     [[nodiscard]] QString Finish();
 
 private:
@@ -48,15 +48,15 @@ private:
 
     QString mText;
     QXmlStreamWriter mWriter; // writes to mText
-    bool mIsEmpty = false; // whether an element has begun that holds nothing yet
+    bool mIsEmpty = false; // whether the current element is still empty
 };
 
-/// Returns a number as an attribute takes it, with one decimal place at most.
+/// Formats a number for an attribute, with at most one decimal place.
 [[nodiscard]] QString NumberText(double value);
 
 /// Returns the width of a text in columns, as in a fixed-width font; wide characters take two.
 [[nodiscard]] qsizetype ColumnsOf(const QString& text);
-/// Returns a text in at most so many columns, with "…" in place of its middle if it is too long.
+/// Shortens a text to a number of columns, with "…" in place of its middle.
 [[nodiscard]] QString Elide(const QString& text, qsizetype columns);
 /// Breaks a text into lines, at its spaces if there are any.
 [[nodiscard]] QStringList BreakLines(const QString& text, qsizetype columns);

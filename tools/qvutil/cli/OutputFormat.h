@@ -11,7 +11,7 @@
 namespace Quorvin::Tool {
 
 /// Throws UsageFailure if --json and another format of the output are both asked for.
-/// \param option  the option for the other one, such as "--svg"
+/// \param option  the option for the other format, such as "--svg"
 inline void RequireOneFormat(bool isJson, bool isOther, const QString& option)
 {
     if (isJson && isOther)

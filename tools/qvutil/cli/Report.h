@@ -13,10 +13,13 @@
 
 namespace Quorvin::Tool {
 
-/// What a command answers: text for people, or one JSON document for programs, whichever the user asked for.
+/// The result of a command: text for people or one JSON document for programs, as the user requests.
 ///
-/// Each answer comes in both forms, as a function that makes the JSON and one that prints the text; only the
-/// one that is wanted is called. \code Report report(options.Json); for (const Entry& entry : entries)
+/// Each result is passed as two functions, one that makes the JSON and one that prints the text. Only one of
+/// them is called.
+/// \code
+/// Report report(options.Json);
+/// for (const Entry& entry : entries)
 ///     report.AddItem([&] { return entry.ToJson(); }, [&] { Console::PrintLine(entry.ToText()); });
 /// report.Finish();
 /// \endcode
@@ -42,7 +45,7 @@ public:
         else
             printText();
     }
-    /// Ends a list: prints the JSON array, and the last lines of the text, which the array has no need of.
+    /// Ends a list: prints the JSON array, or the last lines of the text, which the array does not need.
     template <std::invocable PrintText> void Finish(const PrintText& printText) const
     {
         Answer([this] { return mItems; }, printText);
@@ -53,7 +56,7 @@ public:
         Finish([] {});
     }
 
-    /// Prints an answer that is no list.
+    /// Prints a result that is not a list.
     template <std::invocable MakeJson, std::invocable PrintText>
     void Answer(const MakeJson& makeJson, const PrintText& printText) const
     {

@@ -23,9 +23,9 @@ using namespace Qt::StringLiterals;
 namespace Quorvin::Tool {
 namespace {
 
-// A signal handler may do little more than write to a pipe.
+// A signal handler can do little more than write to a pipe.
 constinit int gSignalPipe[2] = {-1, -1};
-// Null until the application is made.
+// Null until the application is created.
 constinit QtMessageHandler gPreviousHandler = nullptr;
 
 void HandleSignal(int /*signal*/)
@@ -36,12 +36,12 @@ void HandleSignal(int /*signal*/)
     errno = error;
 }
 
-// The library's warnings come from any thread; the console belongs to the main one.
+// The library logs warnings in any thread, but only the main thread may use the console.
 void HandleMessage(QtMsgType type, const QMessageLogContext& context, const QString& text)
 {
     if (qstrcmp(context.category, "qvutil") != 0) {
-        // While the application is being made, newer versions of Qt warn of a locale that is not UTF-8, and
-        // then use UTF-8 all the same. That is no message for the tool's users.
+        // While the application is created, newer versions of Qt warn about a locale that is not UTF-8, and
+        // then use UTF-8 anyway. The tool's users do not need that message.
         if (gPreviousHandler)
             gPreviousHandler(type, context, text);
         return;
@@ -58,7 +58,7 @@ Session::Session(Interruption interruption)
 {
     gPreviousHandler = mPreviousHandler;
     QLoggingCategory::setFilterRules(u"qvutil=true"_s);
-    // A reader that has gone, of standard output too, is an error of the writing operation.
+    // Without SIGPIPE, writing to a closed socket or pipe, such as standard output, fails with an error.
     (void)std::signal(SIGPIPE, SIG_IGN);
     if (interruption == EndsOnSignals)
         CatchSignals();
@@ -89,7 +89,7 @@ void Session::CatchSignals()
     });
     struct sigaction action = {};
     action.sa_handler = &HandleSignal;
-    action.sa_flags = static_cast<int>(SA_RESTART | SA_RESETHAND); // a second one ends it at once
+    action.sa_flags = static_cast<int>(SA_RESTART | SA_RESETHAND); // a second signal ends the process at once
     sigemptyset(&action.sa_mask);
     for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
         struct sigaction before = {};
@@ -111,7 +111,7 @@ bool Session::WaitFor(const std::function<bool()>& isDone, QDeadlineTimer deadli
         if (deadline.hasExpired())
             return false;
         if (!deadline.isForever()) {
-            // Rounded up, so that the time is over when the timer says so.
+            // Rounded up, so that the deadline has expired when the timer fires.
             const qint64 left = (deadline.remainingTimeNSecs() + 999'999) / 1'000'000;
             timer.start(static_cast<int>(std::min<qint64>(left, std::numeric_limits<int>::max())));
         }

@@ -15,8 +15,8 @@
 
 namespace Quorvin::Tool {
 
-/// What a command that talks to other processes needs: an event loop, a clean end when it is interrupted, and
-/// the library's warnings on standard error.
+/// Provides commands that communicate with other processes with an event loop, a clean end on interruption,
+/// and the library's warnings on standard error.
 ///
 /// \par Threads
 /// The main thread; one object at a time.
@@ -32,23 +32,23 @@ public:
     ~Session();
     Q_DISABLE_COPY_MOVE(Session)
 
-    /// Runs the event loop until a condition holds, which is looked at after each call of Do. Throws what an
-    /// action given to Do has thrown.
-    /// \return false if the time is over, or a signal came
+    /// Runs the event loop until a condition holds, which is checked after each call of Do. Rethrows
+    /// exceptions of actions passed to Do.
+    /// \return false after the deadline, or if a signal arrived
     bool WaitFor(const std::function<bool()>& isDone, QDeadlineTimer deadline = QDeadlineTimer::Forever);
-    /// Runs the event loop for a while. Ends early if a signal came, and throws as WaitFor does.
+    /// Runs the event loop until the deadline, or until a signal arrives. Throws as WaitFor does.
     void Pause(QDeadlineTimer deadline);
-    /// Runs the event loop until a signal comes. Throws as WaitFor does.
+    /// Runs the event loop until a signal arrives. Throws as WaitFor does.
     void RunUntilInterrupted();
-    /// Runs an action in a slot: the event loop would not survive an exception.
+    /// Runs an action in a slot, and keeps its exceptions out of the event loop.
     void Do(const std::function<void()>& action);
-    /// Whether a signal asked the command to end.
+    /// Returns whether a signal has interrupted the command.
     [[nodiscard]] bool IsInterrupted() const { return mInterrupted; }
 
 private:
     void CatchSignals();
 
-    QtMessageHandler mPreviousHandler; // before mApplication, whose start has messages too
+    QtMessageHandler mPreviousHandler; // before mApplication, whose start logs messages too
     int mArgumentCount = 1;
     char mName[7] = "qvutil";
     char* mArguments[2] = {mName, nullptr};

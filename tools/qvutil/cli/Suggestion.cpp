@@ -13,7 +13,7 @@ namespace Quorvin::Tool {
 namespace {
 
 constexpr qsizetype kMaxSuggestions = 3;
-// No name is longer; comparing longer texts takes time and tells nothing.
+// No name is longer, so comparing longer texts is a waste of time.
 constexpr qsizetype kMaxLength = 100;
 
 QString Folded(const QString& text)
@@ -21,7 +21,7 @@ QString Folded(const QString& text)
     return text.toCaseFolded().replace(u'_', u'-');
 }
 
-// The number of characters to insert, remove, replace or swap with their neighbour.
+// Returns the number of characters to insert, remove, replace or swap with their neighbour.
 qsizetype Distance(QStringView a, QStringView b)
 {
     QList<qsizetype> beforeLast(b.size() + 1);

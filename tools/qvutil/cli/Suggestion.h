@@ -9,8 +9,8 @@
 
 namespace Quorvin::Tool {
 
-/// Returns the candidates that a mistyped word most likely stands for: those with the fewest wrong, missing,
-/// additional or swapped characters, three at most. Case does not count, nor does '_' instead of '-'.
+/// Returns up to three candidates that the user probably meant with a mistyped word: those with the fewest
+/// wrong, missing, additional or swapped characters. Case is ignored, and '_' is equal to '-'.
 [[nodiscard]] QStringList FindClosest(const QString& word, const QStringList& candidates);
 
 /// Returns the end of a message, "; did you mean 'get' or 'set'?"; empty if no candidate is close.

@@ -11,7 +11,7 @@ namespace {
 // Elsewhere than on a phone, there is room for larger text.
 constexpr double kScale = 1.5;
 
-// Few letters are wider than this part of their height.
+// The width of most letters, relative to their height, is at most this.
 constexpr double kColumnWidth = 0.61;
 
 struct InkColors

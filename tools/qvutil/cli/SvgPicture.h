@@ -21,7 +21,7 @@ public:
     /// The colours, each with a counterpart for dark displays.
     enum Ink {
         Page,
-        Card, ///< behind what belongs together
+        Card, ///< the background of a card
         Line, ///< frames and scales
         Strong, ///< text
         Muted, ///< text of less importance
@@ -53,11 +53,11 @@ public:
         double Radius = 0;
     };
 
-    /// \param title        what the picture shows, in a few words
-    /// \param description  the same as the picture, in words, for readers who do not see it
+    /// \param title        a short title
+    /// \param description  a description of the picture, for readers who cannot see it
     SvgPicture(const QString& title, const QString& description, double height);
 
-    /// The number of columns of a text of this size that fit, see ColumnsOf.
+    /// Returns the number of columns that fit for text of this size. See ColumnsOf.
     [[nodiscard]] static qsizetype FittingColumns(double width, double size);
 
     void AddText(double x, double y, const QString& text, const TextStyle& style);

@@ -9,10 +9,10 @@
 
 namespace Quorvin::Tool {
 
-/// Lays out columns side by side, each as wide as its longest text.
+/// Arranges texts in columns, each as wide as its longest text.
 /// \return one line for each row
 [[nodiscard]] QStringList FormatTable(const QList<QStringList>& rows);
-/// Prints such a table.
+/// Prints a table.
 void PrintTable(const QList<QStringList>& rows);
 
 } // namespace Quorvin::Tool

@@ -45,7 +45,7 @@ DocumentChange::DocumentChange(const ChangeOptions& options, const QString& newR
     }
     if (IsFileName(options.File) && info.exists() && !info.isFile() && !info.isDir())
         throw Failure(options.File, u"is not a regular file"_s);
-    // A file that does not parse is left alone: its content may still be of use to somebody.
+    // A file that does not parse is not changed, because its content may still be useful.
     mInput.emplace(options.File);
     LoadDocument(mFiler, *mInput);
 }

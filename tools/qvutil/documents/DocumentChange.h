@@ -16,7 +16,7 @@
 
 namespace Quorvin::Tool {
 
-/// What every command that changes a document needs.
+/// The options of every command that changes a document.
 struct ChangeOptions
 {
     QString File;
@@ -36,14 +36,14 @@ public:
 
     /// The document, with its cursor on the root.
     [[nodiscard]] Util::XmlFiler& Filer() { return mFiler; }
-    /// How to call the file in messages.
+    /// Returns the name of the file for messages.
     [[nodiscard]] QString Name() const { return mInput ? mInput->Name() : mOptions.File; }
 
-    /// Looks into the document as it will be loaded after the change. \return false if it is not as intended
+    /// Checks the document as it will be loaded after the change. \return false if it is not as intended
     using Verification = std::function<bool(Util::XmlFiler&)>;
-    /// Saves the document as the library does; prints it if it came from standard input; prints the
-    /// difference with --dry-run. A file that stays the same is not written. Throws Failure, without writing,
-    /// if the document would not load again.
+    /// Saves the document as the library does; prints it if it was read from standard input; prints the
+    /// difference with --dry-run. An unchanged file is not written. Throws Failure, without writing, if the
+    /// document would not load again.
     /// \return No if --dry-run found a difference
     [[nodiscard]] ExitCode Finish(const Verification& isAsIntended = {});
 

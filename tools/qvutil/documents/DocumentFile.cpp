@@ -66,10 +66,10 @@ void LoadDocument(Util::XmlFiler& filer, const InputFile& file)
     if (isLoaded)
         return;
     const Util::XmlLoadError error = filer.GetLoadError();
-    if (error.Line == 0) // not a matter of what the file holds
+    if (error.Line == 0) // the content is not the reason
         throw Failure(file.Name(), error.Text);
     RequireLoadable(file.Name(), file.ReadAll());
-    throw Failure(file.Name(), error.Text); // somebody has just changed it
+    throw Failure(file.Name(), error.Text); // the file has just been changed
 }
 
 void SaveDocument(Util::XmlFiler& filer, const QString& file)
@@ -80,7 +80,7 @@ void SaveDocument(Util::XmlFiler& filer, const QString& file)
 
 void FailToSave(const QString& file)
 {
-    // The library tells that it failed, not why: look at what is most likely.
+    // The library does not report why a save failed, so check the likely reasons.
     const QFileInfo info(file);
     if (info.isDir())
         throw Failure(file, u"is a folder"_s);

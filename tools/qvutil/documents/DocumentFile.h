@@ -16,7 +16,7 @@
 
 namespace Quorvin::Tool {
 
-/// The reason for a problem, in words about a file.
+/// Returns the reason for a problem, worded for a file.
 [[nodiscard]] QString ReasonText(const Util::Internal::XmlProblem& problem);
 /// Finds out what keeps a file from being loaded. Line and column are those to show: of the last character if
 /// the file is truncated, counted in bytes if the encoding is wrong, and 0 if a limit is exceeded, which
@@ -24,7 +24,7 @@ namespace Quorvin::Tool {
 /// \return nothing if the library loads it
 [[nodiscard]] std::optional<Util::Internal::XmlProblem> FindFileProblem(const QByteArray& content);
 /// Throws Failure with the place and the reason if the library does not load a file.
-/// \param name  how to call the file
+/// \param name  name of the file for messages
 void RequireLoadable(const QString& name, const QByteArray& content);
 
 /// Loads a document; throws Failure with line, column and reason if it cannot be read or does not parse.

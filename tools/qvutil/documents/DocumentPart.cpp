@@ -19,7 +19,7 @@ namespace Quorvin::Tool {
 namespace {
 
 /// Builds the tree of a part. Elements that only lead to the part have neither attributes nor content, except
-/// the texts beside the part: whether an element is written on a line of its own depends on them.
+/// the texts beside the part: whether an element is written on a separate line depends on them.
 class PartBuilder
 {
 public:

@@ -19,7 +19,7 @@ class InputFile;
 class ElementPath
 {
 public:
-    /// One step down.
+    /// One step of a path.
     struct Step
     {
         QString Name;
@@ -44,8 +44,8 @@ public:
     /// Moves to the element.
     /// \return false, with the cursor on the root, if it does not exist
     [[nodiscard]] bool MoveTo(Util::XmlFiler& filer) const;
-    /// Moves to the element, and complains if it does not exist.
-    /// \param file  name of the file for the complaint
+    /// Moves to the element, and reports an error if it does not exist.
+    /// \param file  name of the file for the error message
     /// \return false, with the cursor on the root, if it does not exist
     [[nodiscard]] bool MoveToOrComplain(Util::XmlFiler& filer, const QString& file) const;
     /// Reports that the element does not exist.

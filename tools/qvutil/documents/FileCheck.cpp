@@ -24,7 +24,7 @@ using Quorvin::Util::Internal::XmlProblemKind;
 namespace Quorvin::Tool {
 namespace {
 
-// Of a kind; a binary file would have thousands.
+// Maximum number of problems of one kind; a binary file would have thousands.
 constexpr qsizetype kMaxOfKind = 10;
 
 constexpr QLatin1StringView gKindNames[] = {
@@ -58,7 +58,7 @@ private:
     qint64 mLine = 1;
 };
 
-// UTF-16 has zero bytes of its own: in such a file the parser's word has to do.
+// UTF-16 contains zero bytes, so only the parser can judge such a file.
 bool IsWideText(const QByteArray& bytes)
 {
     return bytes.startsWith("\xff\xfe") || bytes.startsWith("\xfe\xff");
@@ -79,7 +79,7 @@ void FindCharacters(const QByteArray& bytes, QList<FileProblem>& problems)
     qsizetype found = 0;
     for (qsizetype i = 0; i < size && found < kMaxOfKind; ++i) {
         const auto code = static_cast<unsigned char>(bytes.at(i));
-        if (IsXmlCharacter(code)) // so are the bytes of characters beyond ASCII
+        if (IsXmlCharacter(code)) // bytes of characters beyond ASCII pass too
             continue;
         ++found;
         position.MoveTo(i);
@@ -113,7 +113,7 @@ bool FindParseProblems(const QByteArray& content, QList<FileProblem>& problems)
     const std::optional<XmlProblem> problem = FindFileProblem(content);
     if (!problem)
         return true;
-    // The parser stumbles over what has been found already.
+    // Skip the parser's error if the problem is already reported.
     if (problem->Line > 0 && !problems.isEmpty() && problems.front().Line <= problem->Line)
         return false;
     problems.append({.Kind = KindOf(*problem),

@@ -60,7 +60,7 @@ ExitCode Get(const GetOptions& options, bool hasName, bool hasDefault)
     filer.TranslateEnabled = !options.Translations.isEmpty();
     if (filer.TranslateEnabled) {
         translations.emplace(options.Translations);
-        XmlFiler probe; // the translator itself takes a bad file silently
+        XmlFiler probe; // the translator does not report a malformed file
         LoadDocument(probe, *translations);
         translator.SetXlfFile(translations->Path());
         filer.Translator = &translator;

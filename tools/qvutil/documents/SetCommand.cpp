@@ -30,14 +30,14 @@ struct SetOptions : ChangeOptions
     bool NewElement = false;
 };
 
-/// One value to be written.
+/// One value to write.
 struct Assignment
 {
     QString Name; ///< empty for the element's content
     QByteArray Value;
 };
 
-// What the command line gives: VALUE for the element's content, or NAME and VALUE any number of times; with
+// Reads the command line: VALUE for the element's content, or NAME and VALUE any number of times; with
 // --from, NAME or nothing.
 QList<Assignment> GetAssignments(const SetOptions& options)
 {
@@ -81,7 +81,7 @@ void CheckAssignments(const QList<Assignment>& assignments, ValueType type)
     }
 }
 
-// The stored text of a value of the element under the cursor, whatever its type.
+// Returns the stored text of a value of the element under the cursor, of any type.
 QString StoredText(const XmlFiler& filer, ValueType type, const QString& name)
 {
     const QDomElement element = filer.GetCurrentNode().toElement();

@@ -53,7 +53,7 @@ ExitCode Check(const CheckOptions& options)
                 code = std::max(code, ExitCode::No);
             report.AddItem([&] { return ToJson(file.Name(), problems); },
                            [&] { Print(file.Name(), problems); });
-        } catch (const Failure& failure) { // the other files are still of interest
+        } catch (const Failure& failure) { // continue with the other files
             Console::ReportError(failure.Subject, failure.Reason);
             code = ExitCode::Error;
         }
@@ -72,8 +72,8 @@ void AddSettingsCheckCommand(CommandLine& line, CLI::App& group)
                                       "qvutil settings check ~/.config/*/*.xml --json",
                                       [options] { return Check(*options); });
     AddExplanation(check,
-                   "Reports what does not parse, with line and column; files that end in the middle;\n"
-                   "characters that cannot be read back; and files that interrupted saves left behind.");
+                   "Reports files that do not parse, with line and column, truncated files, characters that\n"
+                   "cannot be read back, and temporary files that interrupted saves left behind.");
     AddTexts(check, "FILE", options->Files, "Settings file to check; - for standard input")->required();
     AddJsonFlag(check, options->Json);
 }

@@ -11,7 +11,7 @@ namespace Quorvin::Tool {
 
 void AddSettingsCommands(CommandLine& line)
 {
-    CLI::App& group = line.AddGroup("settings", "Look after settings files");
+    CLI::App& group = line.AddGroup("settings", "Manage settings files");
     AddGetCommand(line, group);
     AddSetCommand(line, group, MissingFile::IsCreated, "Settings");
     AddDeleteCommand(line, group);

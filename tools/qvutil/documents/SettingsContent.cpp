@@ -84,7 +84,7 @@ private:
     SettingsContent& mContent;
 };
 
-// Replaces an element's own text and leaves the elements in it alone.
+// Replaces an element's own text, and keeps the elements in it.
 void SetText(QDomElement element, const QString& text, bool isSection)
 {
     for (QDomNode child = element.firstChild(); !child.isNull();) {
@@ -143,7 +143,7 @@ void AddSetting(SettingsContent& content, const Setting& setting, const QString&
         return;
     }
     if (setting.Kind == Setting::Section && setting.Value.contains("]]>"_L1)) {
-        content.Problems.append(line + u"a CDATA section cannot hold \"]]>\""_s);
+        content.Problems.append(line + u"a CDATA section cannot contain \"]]>\""_s);
         return;
     }
     content.Settings.append(setting);

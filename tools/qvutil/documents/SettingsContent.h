@@ -13,13 +13,13 @@
 
 namespace Quorvin::Tool {
 
-/// One value of a settings file, on its way from or to another format.
+/// One value of a settings file, for conversion from or to another format.
 struct Setting
 {
     enum SettingKind {
         Attribute,
-        Text, ///< of the element; empty for an element that holds nothing
-        Section, ///< the element's text as a CDATA section, as the library keeps bytes
+        Text, ///< the element's text; empty for an element without content
+        Section, ///< the element's text as a CDATA section, in which the library stores bytes
     };
     SettingKind Kind;
     QString Path; ///< of the element below the root, such as "List/Item[2]"; empty for the root
@@ -27,18 +27,18 @@ struct Setting
     QString Value;
 };
 
-/// What a settings file holds, without the form in which it is written.
+/// The content of a settings file, independent of its format.
 struct SettingsContent
 {
     QString Root; ///< name of the root element; empty if it is not known
     QList<Setting> Settings; ///< in the order of the document
-    QStringList Problems; ///< what cannot be converted, each as a line for people
+    QStringList Problems; ///< values that cannot be converted, each as a line of text
 };
 
-/// Reads what an element and everything below it hold. Comments, processing instructions and the places of
-/// text between elements become problems.
+/// Reads the content of an element and everything below it. Comments, processing instructions and the
+/// positions of text between elements are reported as problems.
 [[nodiscard]] SettingsContent ReadContent(const QDomElement& root);
-/// Writes settings into a document and creates what is missing. Throws Failure if a position leaves a gap.
+/// Writes settings into a document and creates missing elements. Throws Failure if a position leaves a gap.
 void WriteContent(Util::XmlFiler& filer, const SettingsContent& content);
 
 // The formats. How each stores elements is described in the handbook, docs/tool.md.
@@ -51,7 +51,7 @@ void WriteContent(Util::XmlFiler& filer, const SettingsContent& content);
 [[nodiscard]] SettingsContent FromIni(const QByteArray& text, const QString& file);
 
 /// Adds a setting if its names and characters can be stored in a document, and a problem if not.
-/// \param where  how to call the setting in the problem
+/// \param where  name of the setting in the problem
 void AddSetting(SettingsContent& content, const Setting& setting, const QString& where);
 
 } // namespace Quorvin::Tool

@@ -57,9 +57,8 @@ void AddSettingsDiffCommand(CommandLine& line, CLI::App& group)
                                      "qvutil settings diff app.xml backup/app.xml --json | jq length",
                                      [options] { return Diff(*options); });
     AddExplanation(diff,
-                   "The order of attributes and of elements of different names, comments and white space\n"
-                   "between elements make no difference. Of elements of the same name in one place, the\n"
-                   "first is compared with the first, the second with the second.");
+                   "Ignores comments, white space between elements, and the order of attributes and of\n"
+                   "elements with different names. Siblings with the same name are compared in order.");
     AddText(diff, "FILE", options->Left, "First settings file; - for standard input")->required();
     AddText(diff, "OTHER", options->Right, "Second settings file; - for standard input")->required();
     AddJsonFlag(diff, options->Json);

@@ -27,10 +27,10 @@ struct ExportOptions
 QString KeyOf(const Setting& setting)
 {
     const QStringList parts{setting.Path, setting.Name, QString::number(setting.Kind), setting.Value};
-    return parts.join(QChar::Null); // documents do not hold this character
+    return parts.join(QChar::Null); // documents cannot contain this character
 }
 
-// What an import would not restore.
+// Returns the values that an import would not restore.
 QStringList FindLost(const SettingsContent& content, const SettingsContent& imported)
 {
     QSet<QString> keys;
@@ -77,8 +77,8 @@ void AddSettingsExportCommand(CommandLine& line, CLI::App& group)
                                         [options] { return Export(*options); });
     AddExplanation(
         command,
-        "Importing the result gives the same settings again. What the format cannot hold, such as\n"
-        "comments, is left out and reported; the exit code is 1 then.");
+        "Importing the result restores the same settings. Anything that the format cannot express, such as\n"
+        "comments, is omitted and reported; the exit code is then 1.");
     AddText(command, "FILE", options->File, "Settings file to read; - for standard input")->required();
     AddText(command, "--format,-f", options->Format,
             "json, or ini for the format of QSettings; json if not given")

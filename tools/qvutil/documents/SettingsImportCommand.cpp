@@ -93,10 +93,11 @@ void AddSettingsImportCommand(CommandLine& line, CLI::App& group)
                           "qvutil settings import app.xml ~/.config/Maker/App.conf\n"
                           "qvutil settings import app.xml app.json --replace --dry-run",
                           [options] { return Import(*options); });
-    AddExplanation(command,
-                   "What SOURCE does not mention stays as it is. All values are written in one save. If a\n"
-                   "value has no form in a document, it is reported, nothing is written, and the exit code\n"
-                   "is 1.");
+    AddExplanation(
+        command,
+        "Settings that SOURCE does not mention are kept. All values are written in one save. If a\n"
+        "value cannot be stored in a document, it is reported, nothing is written, and the exit\n"
+        "code is 1.");
     AddChangeArguments(command, *options);
     AddText(command, "SOURCE", options->Source, "JSON or INI file to read; - for standard input")->required();
     AddText(command, "--format,-f", options->Format,

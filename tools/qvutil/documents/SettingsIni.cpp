@@ -23,15 +23,14 @@ using namespace Qt::StringLiterals;
 namespace Quorvin::Tool {
 namespace {
 
-// Keys that are no names of attributes.
+// Keys that cannot be names of attributes.
 constexpr QLatin1StringView kRootKey = "#root"_L1;
 constexpr QLatin1StringView kTextKey = "#text"_L1;
 constexpr QLatin1StringView kSectionKey = "#cdata"_L1;
 
 constexpr QLatin1StringView kDefaultRoot = "Settings"_L1;
 
-// QSettings locks the file that it works on, and leaves a lock file behind if it is killed: it gets a folder
-// of its own.
+// QSettings locks its file, and leaves a lock file behind if it is killed, so it works in a separate folder.
 class ScratchIni
 {
 public:
@@ -51,7 +50,7 @@ QString KeyOf(const QString& path, const QString& name)
     return path.isEmpty() ? name : path + u'/' + name;
 }
 
-// The bytes that the library reads from a section, if it would write the same section for them.
+// Returns the bytes that the library reads from a section, if it would write the same section for them.
 std::optional<QByteArray> BytesOf(const QString& section)
 {
     const QByteArray encoded = section.toLatin1();
@@ -60,7 +59,7 @@ std::optional<QByteArray> BytesOf(const QString& section)
     return isSame ? std::optional(bytes) : std::nullopt;
 }
 
-// A value of QSettings as text in the form in which the library keeps it.
+// Converts a value of QSettings to the text that the library would store.
 std::optional<QString> TextOfVariant(const QVariant& value)
 {
     switch (value.typeId()) {
@@ -125,7 +124,7 @@ void AddKey(SettingsContent& content, const QString& key, const QVariant& value)
         key);
 }
 
-// Item[10] comes behind Item[2], so that each sibling is created behind the one before.
+// Sorts Item[10] after Item[2], so that each sibling is created after the previous one.
 bool IsBefore(const Setting& left, const Setting& right)
 {
     const QList<ElementPath::Step> leftSteps = ElementPath(left.Path).Steps();

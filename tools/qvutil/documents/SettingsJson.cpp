@@ -24,15 +24,15 @@ using Quorvin::Util::Internal::IsXmlName;
 namespace Quorvin::Tool {
 namespace {
 
-// Keys that are no names of elements.
+// Keys that cannot be names of elements.
 constexpr QChar kAttributeMark = u'@';
 constexpr QLatin1StringView kTextKey = "#text"_L1;
 constexpr QLatin1StringView kSectionKey = "#cdata"_L1;
 
-// Every program that reads JSON has whole numbers up to this one.
+// Every program that reads JSON supports whole numbers up to this one.
 constexpr qint64 kMaxJsonInteger = qint64{1} << 53;
 
-// A number or a truth value only if FromJson makes the same text of it again.
+// Returns a number or a truth value only if FromJson converts it back to the same text.
 QJsonValue ToScalar(const QString& text)
 {
     const ValueType type = TypeOfText(text);

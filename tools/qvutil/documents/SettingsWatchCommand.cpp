@@ -38,7 +38,7 @@ struct WatchOptions
     bool Json = false;
 };
 
-/// Follows a settings file and prints what changes in it.
+/// Watches a settings file and prints its changes.
 class SettingsFollower
 {
 public:
@@ -68,8 +68,8 @@ public:
     [[nodiscard]] bool IsDone() const { return mOptions.Count > 0 && mReported >= mOptions.Count; }
 
 private:
-    // A file that is replaced is another file for the watcher, which then stops watching it; its folder tells
-    // that there is a new one. A link is followed to the folder in which its target is replaced.
+    // The watcher stops watching a file that is replaced, so watch its folder too, which reports the new
+    // file. For a link, watch the folder of its target.
     void Arm()
     {
         const QFileInfo info(mOptions.File);
@@ -85,7 +85,7 @@ private:
 
     void Look(bool hasSettled)
     {
-        Arm(); // before reading, so that no change is missed in between
+        Arm(); // before reading, so that no change is missed
         try {
             const std::optional<QByteArray> content = ReadIfExists(mOptions.File);
             if (content == mContent && !mIsFirst)
@@ -110,7 +110,7 @@ private:
         XmlFiler filer;
         filer.TranslateEnabled = false;
         if (hasSettled)
-            mContent = content; // if it does not load, that is reported once
+            mContent = content; // set it first, so that a failed load is reported only once
         const InputFile file(mOptions.File);
         // The library logs failed loads, and the session prints its log.
         RequireLoadable(file.Name(), file.ReadAll());
@@ -175,7 +175,8 @@ void AddSettingsWatchCommand(CommandLine& line, CLI::App& group)
                    "Prints the values that change, as settings diff does. The file may be replaced, written\n"
                    "in place, removed, and created later.");
     AddText(watch, "FILE", options->File, "Settings file to watch")->required();
-    AddNumber(watch, "--count", options->Count, {.Min = 1, .Max = 1000000000}, "End after this many changes")
+    AddNumber(watch, "--count", options->Count, {.Min = 1, .Max = 1000000000},
+              "Stop after this number of changes")
         ->type_name("N");
     AddJsonFlag(watch, options->Json);
 }

@@ -39,7 +39,7 @@ constexpr TypeName gTypeNames[] = {
 template <typename Number> Value NumberValue(Number value)
 {
     QJsonValue json;
-    // JSON's whole numbers end where those of 64 bits with a sign do.
+    // JSON supports whole numbers up to those of 64 bits with a sign.
     if constexpr (std::is_same_v<Number, unsigned long>) {
         json = value <= static_cast<unsigned long>(std::numeric_limits<qint64>::max())
             ? QJsonValue(static_cast<qint64>(value))
@@ -89,7 +89,7 @@ Value SizeValue(const QSize& value)
             .Json = QJsonObject{{u"width"_s, value.width()}, {u"height"_s, value.height()}}};
 }
 
-// A read that gives the same for two defaults has found the value.
+// A read that returns the same value for two different defaults has found the value.
 template <typename Type, typename Read> std::optional<Type> Found(Read read, const Type& a, const Type& b)
 {
     const Type first = read(a);
@@ -106,7 +106,7 @@ std::optional<Value> FoundValue(const std::optional<Type>& found, ToValue toValu
     return found ? std::optional<Value>(toValue(*found)) : std::nullopt;
 }
 
-// The reads of the library, by the type of the default.
+// The library's read operations, by the type of the default.
 template <typename Type> auto Reader(XmlFiler& filer, const QString& name)
 {
     return [&filer, &name](const Type& defaultValue) -> Type {
@@ -172,10 +172,10 @@ std::optional<QString> FindContent(const QString& text)
 // No number, date or rectangle is longer.
 constexpr qsizetype kMaxTypedText = 64;
 
-// The attribute of a document that holds nothing but one value.
+// The attribute of a document that contains only one value.
 constexpr QStringView kName = u"Value";
 
-// A value given on the command line, parsed by the library's own rules.
+// A value from the command line, parsed by the library's own rules.
 struct GivenValue
 {
     explicit GivenValue(ValueType type, const QByteArray& value)
@@ -187,7 +187,7 @@ struct GivenValue
         Filer.WriteString({}, kName.toString(), Text);
     }
 
-    // The library reads a part that is no number as 0. Typed by hand it is a mistake.
+    // The library reads a part that is not a number as 0. On the command line, it is an error.
     [[nodiscard]] bool HasNumbersOnly() const
     {
         const QStringList parts = Text.split(u',');
@@ -202,7 +202,7 @@ struct GivenValue
     {
         if (!found)
             throw UsageFailure(
-                u"%1 is no value of the type %2"_s.arg(Console::Quoted(Text), ValueTypeName(Type)));
+                u"%1 is not a value of type %2"_s.arg(Console::Quoted(Text), ValueTypeName(Type)));
         return *found;
     }
 
@@ -213,7 +213,7 @@ struct GivenValue
     bool ToBool() { return Checked(Find<bool>(Filer, kName.toString(), false, true)); }
     QRect ToRect() { return Checked(HasNumbersOnly() ? FindRect(Filer, kName.toString()) : std::nullopt); }
     QSize ToSize() { return Checked(HasNumbersOnly() ? FindSize(Filer, kName.toString()) : std::nullopt); }
-    // Unlike in a document, an offset from UTC means what it says.
+    // Unlike in a document, an offset from UTC is respected.
     QDateTime ToDate()
     {
         const QDateTime date = QDateTime::fromString(Text, Qt::ISODate);
@@ -333,7 +333,7 @@ Value NormalizedValue(ValueType type, const QByteArray& value)
     filer.TranslateEnabled = false;
     filer.CreateRoot({});
     WriteValue(filer, type, kName.toString(), value);
-    // An empty text cannot be told from a missing one.
+    // An empty text looks like a missing one.
     return ReadValue(filer, type, kName.toString()).value_or(Value{.Plain = {}, .Json = QString()});
 }
 
@@ -362,8 +362,8 @@ QString WhyMissing(const XmlFiler& filer, ValueType type, const QString& name)
     const QString text = element.attribute(name);
     if (text.isEmpty())
         return u"%1 %2 is empty"_s.arg(where, name);
-    return u"%1 %2=%3 is no value of the type %4"_s.arg(where, name, Console::Quoted(text),
-                                                        ValueTypeName(type));
+    return u"%1 %2=%3 is not a value of type %4"_s.arg(where, name, Console::Quoted(text),
+                                                       ValueTypeName(type));
 }
 
 ValueType TypeOfText(const QString& text)
@@ -408,7 +408,7 @@ void CheckCharacters(const QString& text)
 {
     const qsizetype at = Util::Internal::FindNonXmlCharacter(text);
     if (at >= 0) {
-        throw UsageFailure(u"the value holds the character %1, which XML cannot hold"_s.arg(
+        throw UsageFailure(u"the value contains the character %1, which XML does not allow"_s.arg(
             Console::CodePoint(text.at(at).unicode())));
     }
 }

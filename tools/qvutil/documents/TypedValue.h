@@ -14,7 +14,7 @@
 
 namespace Quorvin::Tool {
 
-/// The types of values that documents keep. All but the last two are kept in attributes.
+/// The types of values in documents. All but the last two are stored in attributes.
 enum class ValueType {
     Int,
     UInt,
@@ -31,12 +31,12 @@ enum class ValueType {
     Buffer, ///< bytes, as the element's content
 };
 
-/// Finds a type by the name that is used on the command line; throws UsageFailure if there is none.
+/// Finds a type by its name on the command line. Throws UsageFailure if there is none.
 [[nodiscard]] ValueType ValueTypeByName(const QString& name);
 [[nodiscard]] QString ValueTypeName(ValueType type);
-/// The names of all types, joined by ", ".
+/// Returns the names of all types, joined by ", ".
 [[nodiscard]] std::string ValueTypeNames();
-/// Whether a value of the type is an element's content, and so has no name.
+/// Returns whether values of the type are an element's content, and therefore have no name.
 [[nodiscard]] bool IsContent(ValueType type);
 
 /// A value as it is printed.
@@ -46,26 +46,26 @@ struct Value
     QJsonValue Json;
 };
 
-/// Reads a value of the element under the cursor just as the library does.
+/// Reads a value of the element under the cursor as the library does.
 /// \param name  name of the attribute; not used if the value is the element's content
-/// \return empty where the library would answer the caller's default
+/// \return empty if the library would return the caller's default
 [[nodiscard]] std::optional<Value> ReadValue(Util::XmlFiler& filer, ValueType type, const QString& name);
-/// Writes a value of the element under the cursor, given as text, or as bytes if it is a buffer. Throws
-/// UsageFailure if it is no such value.
+/// Writes a value of the element under the cursor. The value is a text, or bytes if it is a buffer. Throws
+/// UsageFailure if it is not a value of the type.
 void WriteValue(Util::XmlFiler& filer, ValueType type, const QString& name, const QByteArray& value);
-/// Tells in a sentence why ReadValue finds nothing.
+/// Returns the reason why ReadValue finds nothing.
 [[nodiscard]] QString WhyMissing(const Util::XmlFiler& filer, ValueType type, const QString& name);
 
-/// Gives a value that was given as text in the form in which ReadValue would give it.
+/// Converts a value from text to the form in which ReadValue returns it.
 [[nodiscard]] Value NormalizedValue(ValueType type, const QByteArray& value);
 
-/// Finds the type of which a text is a value as the library writes it: "640" is an int and "True" a bool, but
-/// "0640" and "yes" are strings. Texts are never longs, unsigned numbers or buffers.
+/// Finds the type for which the library would write this text: "640" is an int and "True" a bool, but "0640"
+/// and "yes" are strings. The result is never a long, an unsigned number or a buffer.
 [[nodiscard]] ValueType TypeOfText(const QString& text);
-/// Gives a number as the library writes it.
+/// Formats a number as the library does.
 [[nodiscard]] QString DoubleText(double value);
 
-/// Throws UsageFailure if a text holds a character that a document cannot hold.
+/// Throws UsageFailure if a text contains a character that XML does not allow.
 void CheckCharacters(const QString& text);
 
 } // namespace Quorvin::Tool

@@ -14,14 +14,14 @@
 
 namespace Quorvin::Tool {
 
-/// How the help describes PATH.
+/// The description of PATH in help texts.
 inline constexpr const char* kPathDescription
     = "Element, as names from the root joined by '/'; Item[2] is the second Item; / is the root itself";
 
 /// Adds the command `get` to a group.
 void AddGetCommand(CommandLine& line, CLI::App& group);
 
-/// How `set` treats a file that does not exist.
+/// Tells `set` how to treat a file that does not exist.
 enum class MissingFile {
     IsError, ///< unless --create is given
     IsCreated, ///< as the settings store does
@@ -33,15 +33,15 @@ void AddSetCommand(CommandLine& line, CLI::App& group, MissingFile missing, cons
 /// Adds the command `delete` to a group.
 void AddDeleteCommand(CommandLine& line, CLI::App& group);
 
-/// Looks for an attribute, and complains if it does not exist.
-/// \param file  name of the file for the complaint
+/// Looks for an attribute, and reports an error if it does not exist.
+/// \param file  name of the file for the error message
 [[nodiscard]] bool HasAttributeOrComplain(const QDomElement& element, const QString& name,
                                           const QString& file);
 
 /// Adds the option --type.
 void AddTypeOption(CLI::App& command, QString& type);
-/// The type of that name; throws UsageFailure if it does not go with a NAME, or with none.
-/// Without --type, what has a name is a string and what has none is the element's text.
+/// Returns the type of that name. Throws UsageFailure if the type requires or excludes a NAME. Without
+/// --type, a value with a name is a string, and a value without one is the element's text.
 [[nodiscard]] ValueType TypeOf(const QString& typeName, bool hasName);
 
 } // namespace Quorvin::Tool

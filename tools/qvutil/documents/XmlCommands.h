@@ -18,17 +18,17 @@ void AddXmlFormatCommand(CommandLine& line, CLI::App& group);
 void AddXmlListCommand(CommandLine& line, CLI::App& group);
 void AddXmlCatCommand(CommandLine& line, CLI::App& group);
 
-/// What a command needs that shows an element.
+/// The options of a command that shows an element.
 struct PartOptions
 {
     QString File;
     QString Path;
     bool Json = false;
 };
-/// Adds the arguments of such a command.
+/// Adds the arguments of a command that shows an element.
 void AddPartArguments(CLI::App& command, PartOptions& options);
 /// Loads the document and moves to the element at the path.
-/// \return false, after a complaint, if there is none
+/// \return false, after an error message, if there is none
 bool OpenPart(Util::XmlFiler& filer, const PartOptions& options);
 
 } // namespace Quorvin::Tool

@@ -29,7 +29,7 @@ ExitCode Format(const FormatOptions& options)
         try {
             const ChangeOptions change{.File = file, .DryRun = options.DryRun};
             code = std::max(code, DocumentChange(change).Finish());
-        } catch (const Failure& failure) { // the other files are still to be formatted
+        } catch (const Failure& failure) { // continue with the other files
             Console::ReportError(failure.Subject, failure.Reason);
             code = ExitCode::Error;
         }
@@ -48,8 +48,8 @@ void AddXmlFormatCommand(CommandLine& line, CLI::App& group)
                                         "is formatted otherwise",
                                         [options] { return Format(*options); });
     AddExplanation(command,
-                   "The result is UTF-8, indented by four spaces a level, with attributes sorted by name.\n"
-                   "Comments, processing instructions and CDATA sections stay.");
+                   "The result is UTF-8, indented by four spaces per level, with attributes sorted by name.\n"
+                   "Comments, processing instructions and CDATA sections are kept.");
     AddTexts(command, "FILE", options->Files,
              "Documents to format; - reads standard input and prints the result")
         ->required();

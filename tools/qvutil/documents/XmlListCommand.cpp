@@ -24,10 +24,10 @@ constexpr qsizetype kShownCharacters = 100;
 
 struct ListOptions : PartOptions
 {
-    int Depth = kMaxElementDepth; // documents that are deeper are not loaded
+    int Depth = kMaxElementDepth; // deeper documents do not load
 };
 
-// A tree is looked at by people: a long value, such as a picture, is shown by its beginning.
+// People read the tree, so long values, such as pictures, are truncated.
 QString Shortened(const QString& value)
 {
     if (value.size() <= kShownCharacters)

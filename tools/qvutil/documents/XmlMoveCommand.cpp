@@ -19,7 +19,7 @@ namespace {
 struct MoveOptions : ChangeOptions
 {
     QString Path;
-    QStringList NameAndTarget; ///< the name if an attribute is moved, and the path of the target
+    QStringList NameAndTarget; ///< the name, if an attribute is moved, and the path of the target
     bool Before = false;
     bool After = false;
 };

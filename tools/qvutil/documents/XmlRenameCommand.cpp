@@ -19,7 +19,7 @@ namespace {
 struct RenameOptions : ChangeOptions
 {
     QString Path;
-    QStringList Names; ///< the attribute's old name if it is an attribute, and the new name
+    QStringList Names; ///< the old name, if an attribute is renamed, and the new name
 };
 
 void RenameAttribute(QDomElement element, const QString& name, const QString& newName, const QString& file)

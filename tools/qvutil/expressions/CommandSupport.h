@@ -12,27 +12,27 @@
 
 #include <string>
 
-// What the commands of `qvutil expr` have in common.
+// Helpers for the commands of `qvutil expr`.
 namespace Quorvin::Tool {
 
-/// The entries of options that take lists, "a,b".
+/// Splits the value of an option that takes a list: "a,b".
 [[nodiscard]] QStringList SplitNames(const QStringList& values);
-/// "true" or "false".
+/// Returns "true" or "false".
 [[nodiscard]] QString Word(bool value);
 
-/// Prints the expression with a mark under the place, and ends the command.
+/// Prints the expression with a mark under the given place, and ends the command.
 [[noreturn]] void FailAt(const ExpressionOutline& outline, ExpressionOutline::Range where,
                          const QString& reason);
 /// Ends the command if the expression is not well formed.
 void RequireWellFormed(const ExpressionOutline& outline);
 
-/// What a command needs that takes an expression and nothing else.
+/// The options of a command that takes only an expression.
 struct TextOptions
 {
     QString Expression;
     bool Json = false;
 };
-/// Adds such a command.
+/// Adds a command that takes only an expression.
 void AddTextCommand(CommandLine& line, CLI::App& group, const std::string& name,
                     const std::string& description, const std::string& examples,
                     ExitCode (*run)(const TextOptions&));

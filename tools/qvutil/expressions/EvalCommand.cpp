@@ -36,7 +36,7 @@ struct EvalOptions
     bool Json = false;
 };
 
-// Deeply nested groups would fill pages with the same text and with blanks.
+// Limits for the explanation: deeply nested groups would fill pages with repeated text and blanks.
 QString ExplainPart(const ExpressionOutline& outline, const ExpressionOutline::Trace& trace, qsizetype index)
 {
     const Part& part = outline.Parts().at(index);
@@ -107,7 +107,7 @@ ExitCode Eval(const EvalOptions& options)
             outline, where,
             u"operand %1 is neither in --true nor in --false"_s.arg(Console::Quoted(outline.TextOf(where))));
     }
-    if (!trace.Done) // a mistake in a part that is skipped does no harm
+    if (!trace.Done) // a mistake in a skipped part does not matter
         RequireWellFormed(outline);
     Report(options.Json)
         .Answer([&] { return ExplainJson(outline, trace); },
@@ -133,7 +133,7 @@ void AddExprEvalCommand(CommandLine& line, CLI::App& group)
     AddTexts(eval, "--true", options->True, "Operands that are true, separated by commas");
     AddTexts(eval, "--false", options->False, "Operands that are false, separated by commas");
     eval.add_flag("--explain", options->Explain,
-                  "Show the parts, and which operands were consulted in which order");
+                  "Show the parts, and the order in which operands were consulted");
     AddJsonFlag(eval, options->Json);
 }
 

@@ -17,8 +17,8 @@ using Quorvin::Util::Internal::BooleanExpressionText;
 namespace Quorvin::Tool {
 namespace {
 
-// What the search for operands that are never consulted may take, some tenths of a second: evaluations, and
-// characters that they read.
+// Limits of the search for operands that are never consulted: number of evaluations, and of the characters
+// that they read. Together they take some tenths of a second.
 constexpr qsizetype kMaxEvaluations = 10'000;
 constexpr qsizetype kMaxCharacters = 5'000'000;
 
@@ -45,8 +45,8 @@ QString KindName(ExpressionProblem::ProblemKind kind)
     return {};
 }
 
-/// Goes through all ways in which the operands can be answered, like an odometer: each evaluation follows the
-/// answers of the one before, but for the last one that was false, which becomes true.
+/// Enumerates all combinations of the operands' values, like an odometer: each evaluation repeats the values
+/// of the previous one, except that the last false value becomes true.
 class AnswerSequence
 {
 public:
@@ -101,7 +101,7 @@ QString WhyForeign(const QString& operand)
         return u"'%1' is part of this operand's name: there is no \"not\" in expressions"_s.arg(
             words.front());
     }
-    // In lower case, both are usual words in names.
+    // In lower case, both words are common in names.
     if (words.contains("AND"_L1))
         return u"'AND' is part of this operand's name: write '&'"_s;
     if (words.contains("OR"_L1))
@@ -142,13 +142,13 @@ void ExpressionOutline::Build()
         BooleanExpressionText::Notes notes;
         const bool isSplit = mStructure.Split(content, ranges, &notes);
         for (const Range dropped : notes.Dropped) {
-            mProblems.append({ExpressionProblem::Dropped, dropped,
-                              u"text before '(' takes no part unless '&' joins them"_s});
+            mProblems.append(
+                {ExpressionProblem::Dropped, dropped, u"text before '(' is ignored unless '&' joins them"_s});
         }
         if (!isSplit) {
             const bool isOperator = mStructure.Operator(notes.Mistake) != 0;
             mProblems.append({ExpressionProblem::Empty, notes.Mistake,
-                              isOperator ? WhyNoOperand(notes.Mistake) : u"there is no operand here"_s});
+                              isOperator ? WhyNoOperand(notes.Mistake) : u"an operand is missing here"_s});
         } else if (ranges.size() == 1) {
             mParts.append({Part::Operand, ranges.first(), part.Depth});
             const QString name = TextOf(ranges.first());
@@ -167,11 +167,11 @@ QString ExpressionOutline::WhyNoOperand(Range operatorRange) const
     const QString twice(2, sign);
     const QStringView around
         = QStringView(mText).sliced(std::max<qsizetype>(operatorRange.Begin - 1, 0)).left(3);
-    return around.contains(twice) ? u"'%1' is no operator: write '%2'"_s.arg(twice, sign)
+    return around.contains(twice) ? u"'%1' is not an operator: write '%2'"_s.arg(twice, sign)
                                   : u"an operand is missing beside this operator"_s;
 }
 
-// Adds a list, and what it holds to what is still to be looked at.
+// Adds a list to the parts, and its entries to the pending ones.
 void ExpressionOutline::AddList(const BooleanExpressionText::Ranges& parts, Range content, int depth)
 {
     mParts.append({Part::List, content, depth});
@@ -190,8 +190,9 @@ void ExpressionOutline::AddList(const BooleanExpressionText::Ranges& parts, Rang
         mPending.append({isOperator && sign != 0 ? Part::Operator : Part::List, parts[i], depth + 1});
     }
     if (isMixed) {
-        mProblems.append({ExpressionProblem::Mixed, content,
-                          u"'&' and '|' are applied from left to right here, since a group comes before"_s});
+        mProblems.append(
+            {ExpressionProblem::Mixed, content,
+             u"'&' and '|' are applied from left to right here, because a group precedes them"_s});
     }
 }
 
@@ -253,7 +254,7 @@ QString ExpressionOutline::Marked(Range range) const
     QString text = mText;
     for (QChar& c : text) {
         if (c == u'\t' || c == u'\n' || c == u'\r')
-            c = u' '; // so that the marks stay below what they mark
+            c = u' '; // to keep the marks aligned with the text
     }
     const qsizetype length = std::max<qsizetype>(range.End - range.Begin, 1);
     return u"  "_s + text + u"\n  "_s + QString(range.Begin, u' ') + u'^' + QString(length - 1, u'~');

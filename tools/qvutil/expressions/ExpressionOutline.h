@@ -16,15 +16,15 @@
 
 namespace Quorvin::Tool {
 
-/// Something in an expression that its writer should look at.
+/// A problem or an oddity in an expression, for its author.
 struct ExpressionProblem
 {
     enum ProblemKind {
         Unbalanced, ///< a parenthesis without a partner
-        Empty, ///< nothing where an operand belongs, or an operator in its place
-        NoOperator, ///< an operand where an operator belongs
-        Dropped, ///< text that takes no part
-        Mixed, ///< both operators in one list, which are applied from left to right
+        Empty, ///< an operand is missing
+        NoOperator, ///< an operator is missing
+        Dropped, ///< text that is ignored
+        Mixed, ///< both operators in one list, which is evaluated from left to right
         Unreachable, ///< an operand that is never consulted
         Unknown, ///< an operand that is not in the list of known ones
         Foreign, ///< an operand whose name looks like an operator of other languages
@@ -35,21 +35,21 @@ struct ExpressionProblem
 
     /// Whether the expression cannot be evaluated, at least not with all values of its operands.
     [[nodiscard]] bool IsMistake() const { return Kind == Unbalanced || Kind == Empty || Kind == NoOperator; }
-    /// For programs: the kind as a word, column (from 1), length and reason.
+    /// Returns the kind as a word, the column (counted from 1), the length and the reason.
     [[nodiscard]] QJsonObject ToJson() const;
 };
 
-/// Tells why an operand's name looks like an operator of other languages: "!a", "not a", "a AND b".
-/// \return empty if it does not
+/// Returns why an operand's name looks like an operator of other languages: "!a", "not a", "a AND b"; empty
+/// if it does not.
 [[nodiscard]] QString WhyForeign(const QString& operand);
 
-/// The structure of an expression, as the library splits it, and everything that is odd about it.
+/// The structure of an expression, as the library splits it, and its problems and oddities.
 class ExpressionOutline
 {
 public:
     using Range = Util::Internal::BooleanExpressionText::Range;
 
-    /// A part of the expression. Parts follow one another as in the text, each list before what it holds.
+    /// A part of the expression. Parts are in the order of the text, and each list precedes its entries.
     struct Part
     {
         enum PartKind {
@@ -62,16 +62,16 @@ public:
         int Depth; ///< number of lists around it
     };
 
-    /// What an evaluation did: which operands it consulted, as indexes of Parts, in their order.
+    /// The course of an evaluation: the operands that it consulted, in order, as indexes of Parts.
     struct Trace
     {
         QList<qsizetype> Consulted;
-        QList<bool> Values; ///< the answer for each of them
-        bool Done = false; ///< false if an operand was not known, or a mistake was met
+        QList<bool> Values; ///< the value of each of them
+        bool Done = false; ///< false if the evaluation met an unknown operand or a mistake
         bool Value = false;
     };
 
-    /// Answers for an operand; empty if it is not known.
+    /// Returns the value of an operand; empty if it is unknown.
     using Answer = std::function<std::optional<bool>(const QString& operand)>;
 
     explicit ExpressionOutline(const QString& expression);
@@ -80,21 +80,21 @@ public:
 
     [[nodiscard]] const QString& Text() const { return mText; }
     [[nodiscard]] const QList<Part>& Parts() const { return mParts; }
-    /// What is odd, in the order of the text. Unknown operands and those never consulted are not part of it.
+    /// Returns the problems in the order of the text, without unknown and unreachable operands.
     [[nodiscard]] const QList<ExpressionProblem>& Problems() const { return mProblems; }
-    /// The first mistake; null if the expression is well formed.
+    /// Returns the first mistake; null if the expression is well formed.
     [[nodiscard]] const ExpressionProblem* Mistake() const;
-    /// The names of the operands, each once, in the order of the text.
+    /// Returns the names of the operands in the order of the text, without duplicates.
     [[nodiscard]] const QStringList& Operands() const { return mOperands; }
 
     [[nodiscard]] QString TextOf(Range range) const { return mStructure.View(range).toString(); }
     /// Evaluates the expression with the library's own evaluation.
     [[nodiscard]] Trace Evaluate(const Answer& answer) const;
     /// Finds the operands that are consulted for no values at all, as indexes of Parts.
-    /// \param complete  false afterwards if there were too many combinations to tell; nothing is found then
+    /// \param complete  set to false if there are too many combinations; the result is empty then
     [[nodiscard]] QList<qsizetype> FindUnreachable(bool& complete) const;
 
-    /// Two lines: the expression, and marks below a range of it.
+    /// Returns two lines: the expression, and marks below a range of it.
     [[nodiscard]] QString Marked(Range range) const;
 
 private:

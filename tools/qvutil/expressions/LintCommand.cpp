@@ -36,7 +36,7 @@ struct LintOptions
     bool Json = false;
 };
 
-/// Looks at expressions one by one and tells what is odd.
+/// Checks expressions one by one and reports problems.
 class Linter
 {
 public:
@@ -60,11 +60,11 @@ public:
 
     [[nodiscard]] ExitCode Finish() const
     {
-        if (mCount == 0) // a wrong name of an attribute would look like a clean result
-            throw Failure({}, u"there is no expression to look at"_s);
+        if (mCount == 0) // otherwise a misspelled attribute name would look like a clean result
+            throw Failure({}, u"there is no expression to check"_s);
         mReport.Finish([this] {
             if (mFound == 0)
-                Console::PrintLine(u"no problems; expressions looked at: %1"_s.arg(mCount));
+                Console::PrintLine(u"no problems; expressions checked: %1"_s.arg(mCount));
         });
         return mFound == 0 ? ExitCode::Yes : ExitCode::No;
     }
@@ -76,13 +76,13 @@ private:
         bool complete = false;
         for (const qsizetype index : outline.FindUnreachable(complete)) {
             problems.append({ExpressionProblem::Unreachable, outline.Parts().at(index).Where,
-                             u"this operand is never consulted, whatever the others are"_s});
+                             u"this operand is never consulted, whatever the values of the others"_s});
         }
         if (!complete)
-            Console::ReportError(place, u"too many operands to tell whether each is consulted"_s);
+            Console::ReportError(place, u"too many operands to determine whether each is consulted"_s);
     }
 
-    // A name that is known may look as it likes.
+    // A known name is allowed even if it looks like an operator.
     void AddByName(const ExpressionOutline& outline, QList<ExpressionProblem>& problems) const
     {
         for (const Part& part : outline.Parts()) {
@@ -91,8 +91,8 @@ private:
                 continue;
             if (const QString reason = WhyForeign(name); !reason.isEmpty())
                 problems.append({ExpressionProblem::Foreign, part.Where, reason});
-            else if (!mOptions.Known.isEmpty()) // a list without a name is one too
-                problems.append({ExpressionProblem::Unknown, part.Where, u"this operand is not known"_s});
+            else if (!mOptions.Known.isEmpty()) // a list without names counts too
+                problems.append({ExpressionProblem::Unknown, part.Where, u"this operand is unknown"_s});
         }
     }
 
@@ -120,7 +120,7 @@ private:
     Report mReport;
 };
 
-// One expression a line; empty lines are passed over.
+// Checks the expression on each line; empty lines are skipped.
 void LintFile(Linter& linter, const QString& argument)
 {
     const InputFile input(argument);
@@ -132,7 +132,7 @@ void LintFile(Linter& linter, const QString& argument)
     }
 }
 
-// The values of attributes of these names, wherever they stand.
+// Checks the values of all attributes with these names.
 void LintXmlFile(Linter& linter, const QString& argument, const QStringList& attributes)
 {
     const InputFile input(argument);
@@ -159,7 +159,7 @@ ExitCode Lint(const LintOptions& options)
     if (options.Expressions.isEmpty() && options.Files.isEmpty() && options.XmlFiles.isEmpty())
         throw UsageFailure(u"EXPRESSION, --file or --xml is required"_s);
     if (options.XmlFiles.isEmpty() != options.Attributes.isEmpty())
-        throw UsageFailure(u"--xml and --attribute need each other"_s);
+        throw UsageFailure(u"--xml and --attribute must be used together"_s);
 
     Linter linter(options);
     for (qsizetype i = 0; i < options.Expressions.size(); ++i)
@@ -185,13 +185,12 @@ void AddExprLintCommand(CommandLine& line, CLI::App& group)
         lint,
         "Also reports operands that look like operators of other languages, such as !a, not a and a AND b,\n"
         "unless --known lists them. Expressions know '&', '|' and parentheses only.\n"
-        "If there is no expression to look at, the exit code is 2: check the names after --attribute.");
-    AddTexts(lint, "EXPRESSION", options->Expressions, "Expression to look at");
+        "If there is no expression to check, the exit code is 2: check the names after --attribute.");
+    AddTexts(lint, "EXPRESSION", options->Expressions, "Expression to check");
     AddTexts(lint, "--file", options->Files, "File with one expression a line; - for standard input");
     AddTexts(lint, "--xml", options->XmlFiles, "XML file with expressions in attributes");
-    AddTexts(lint, "--attribute", options->Attributes, "Name of the attributes to look at, with --xml");
-    AddTexts(lint, "--known", options->Known,
-             "Operands that exist, separated by commas: others are reported");
+    AddTexts(lint, "--attribute", options->Attributes, "Name of the attributes to check, with --xml");
+    AddTexts(lint, "--known", options->Known, "Known operands, separated by commas; others are reported");
     AddJsonFlag(lint, options->Json);
 }
 

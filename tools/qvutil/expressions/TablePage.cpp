@@ -36,7 +36,7 @@ TablePage::TablePage(const QString& expression, const QStringList& operands)
     content.Start(u"p"_s, {{u"class"_s, u"expression"_s}});
     content.AddElement(u"code"_s, {}, expression);
     content.End();
-    // A keyboard can scroll what it can reach.
+    // Make the table focusable, so that the keyboard can scroll it.
     content.Start(u"div"_s,
                   {{u"class"_s, u"table"_s},
                    {u"tabindex"_s, u"0"_s},

@@ -24,7 +24,7 @@ using Quorvin::Util::GeneralUtil;
 namespace Quorvin::Tool {
 namespace {
 
-// Everything that lies in a folder, hidden files and dangling links included.
+// Returns all entries of a folder, including hidden files and dangling links.
 QStringList EverythingIn(const QString& folder)
 {
     constexpr QDir::Filters kEverything
@@ -36,7 +36,7 @@ QStringList EverythingIn(const QString& folder)
     return paths;
 }
 
-/// What `delete` removes: the files, then the folders below the given one that are empty by then.
+/// Determines what `delete` removes: the files, and then the folders below the given folder that are empty.
 class DeletionPlan
 {
 public:
@@ -123,7 +123,7 @@ ExitCode CarryOut(const QStringList& plan, bool json)
     return code;
 }
 
-// A mistake here would cost too much.
+// A slip of the keyboard must not delete everything.
 void RejectPreciousFolder(const FilesOptions& options)
 {
     const QString folder = QFileInfo(options.Folder).canonicalFilePath();
@@ -133,7 +133,7 @@ void RejectPreciousFolder(const FilesOptions& options)
     if (folder == home)
         throw Failure(options.Folder, u"is the home folder: name a folder below it"_s);
     if (options.Recursive && home.startsWith(folder + u'/'))
-        throw Failure(options.Folder, u"holds the home folder: name a folder below it"_s);
+        throw Failure(options.Folder, u"contains the home folder: name a folder below it"_s);
 }
 
 ExitCode Delete(const FilesOptions& options)
@@ -163,16 +163,15 @@ void AddFilesDeleteCommand(CommandLine& line, CLI::App& group)
 {
     auto options = std::make_shared<FilesOptions>();
     CLI::App& remove = AddFilesCommand(
-        line, group, "delete", "Delete files without asking, read-only ones too, and list them",
+        line, group, "delete", "Delete files without asking, even read-only ones, and list them",
         "qvutil files delete cache --name '*.tmp' --dry-run\n"
-        "qvutil files delete cache --recursive   # and the folders in it that are empty then",
+        "qvutil files delete cache --recursive   # also folders that are then empty",
         options, &Delete);
     AddExplanation(
         remove,
         "Deletes folders only with --recursive: those below FOLDER that are empty afterwards. FOLDER\n"
-        "stays, and so does what lies on another file system. The root folder and the home folder are\n"
-        "refused.");
-    remove.add_flag("--dry-run", options->DryRun, "Delete nothing; list what would be deleted");
+        "itself and other file systems below it are kept. Refuses the root folder and your home folder.");
+    remove.add_flag("--dry-run", options->DryRun, "Delete nothing, but list what would be deleted");
 }
 
 } // namespace Quorvin::Tool

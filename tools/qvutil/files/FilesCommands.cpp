@@ -19,10 +19,10 @@ CLI::App& AddFilesCommand(CommandLine& line, CLI::App& group, const std::string&
         = line.AddCommand(group, name, description, examples, [options, run] { return run(*options); });
     AddText(command, "FOLDER", options->Folder, "The folder")->required();
     AddTexts(command, "--name,-n", options->Patterns,
-             "Pattern of the names, such as *.log; default: all files")
+             "Pattern for file names, such as *.log; default: all files")
         ->type_name("PATTERN");
-    command.add_flag("--recursive,-r", options->Recursive, "Look into folders in folders too");
-    command.add_flag("--hidden", options->Hidden, "Take hidden files and folders too");
+    command.add_flag("--recursive,-r", options->Recursive, "Include sub-folders");
+    command.add_flag("--hidden", options->Hidden, "Include hidden files and folders");
     AddJsonFlag(command, options->Json);
     return command;
 }
@@ -45,7 +45,7 @@ void PrintPaths(const QStringList& paths, bool json)
 
 void AddFilesCommands(CommandLine& line)
 {
-    CLI::App& group = line.AddGroup("files", "List and delete files, find free names; links are left alone");
+    CLI::App& group = line.AddGroup("files", "List and delete files, find unused names; links are ignored");
     AddFilesListCommand(line, group);
     AddFilesDeleteCommand(line, group);
     AddFilesUniqueCommand(line, group);

@@ -20,7 +20,7 @@ void AddFilesListCommand(CommandLine& line, CLI::App& group);
 void AddFilesDeleteCommand(CommandLine& line, CLI::App& group);
 void AddFilesUniqueCommand(CommandLine& line, CLI::App& group);
 
-/// What a command needs that takes the files of a folder.
+/// The options of a command that works on the files of a folder.
 struct FilesOptions
 {
     QString Folder;
@@ -30,7 +30,7 @@ struct FilesOptions
     bool DryRun = false;
     bool Json = false;
 
-    /// Never without NoSymLinks: what lies behind a link is somebody else's.
+    /// Always contains NoSymLinks, because the target of a link does not belong to the folder.
     [[nodiscard]] QDir::Filters Filters() const
     {
         const QDir::Filters filters = QDir::Files | QDir::NoSymLinks;
@@ -38,14 +38,14 @@ struct FilesOptions
     }
     [[nodiscard]] QString Filter() const { return Patterns.join(u'|'); }
 };
-/// Adds such a command.
+/// Adds a command that works on the files of a folder.
 CLI::App& AddFilesCommand(CommandLine& line, CLI::App& group, const std::string& name,
                           const std::string& description, const std::string& examples,
                           const std::shared_ptr<FilesOptions>& options, ExitCode (*run)(const FilesOptions&));
-/// Throws UsageFailure if one of the patterns is empty. For the library no pattern means all files: a
-/// variable of the shell that happens to be empty must not.
+/// Throws UsageFailure if a pattern is empty. For the library, an empty pattern means all files, but an empty
+/// variable of the shell must not mean that.
 void RejectEmptyPatterns(const QStringList& patterns);
-/// Prints paths, one a line or as a JSON array.
+/// Prints paths, one per line or as a JSON array.
 void PrintPaths(const QStringList& paths, bool json);
 
 } // namespace Quorvin::Tool

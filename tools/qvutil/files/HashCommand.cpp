@@ -67,7 +67,7 @@ ExitCode Hash(const HashOptions& options)
     for (const QString& file : options.Files) {
         try {
             AddDigest(report, u"file"_s, file, HashFile(file, bar, done));
-        } catch (const Failure& failure) { // the other files are still of interest
+        } catch (const Failure& failure) { // continue with the other files
             Console::ReportError(failure.Subject, failure.Reason);
             code = ExitCode::Error;
         }
@@ -87,7 +87,7 @@ void AddHashCommand(CommandLine& line)
                                      "qvutil hash --text \"Save as...\"   # the id of a text to translate",
                                      [options] { return Hash(*options); });
     AddTexts(hash, "FILE", options->Files, "File to read; - for standard input");
-    AddTexts(hash, "--text", options->Texts, "Text to take the digest of, as UTF-8");
+    AddTexts(hash, "--text", options->Texts, "Text whose digest to print, encoded as UTF-8");
     AddJsonFlag(hash, options->Json);
 }
 

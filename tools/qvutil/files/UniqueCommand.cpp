@@ -31,7 +31,7 @@ ExitCode Unique(const UniqueOptions& options)
     const QString file = GeneralUtil::GetUniqueFile(options.File, options.Format, options.FirstTry,
                                                     !options.Prefix, options.Start);
     if (file.isEmpty()) {
-        Console::ReportError(options.File, u"all names are taken"_s);
+        Console::ReportError(options.File, u"all names are in use"_s);
         return ExitCode::No;
     }
     Console::PrintLine(file);
@@ -43,15 +43,14 @@ ExitCode Unique(const UniqueOptions& options)
 void AddFilesUniqueCommand(CommandLine& line, CLI::App& group)
 {
     auto options = std::make_shared<UniqueOptions>();
-    CLI::App& unique
-        = line.AddCommand(group, "unique", "Print a file name that is not taken, with a tag if it must be",
-                          "qvutil files unique report.txt --format \"(%1)\"   # report(2).txt\n"
-                          "cp report.txt \"$(qvutil files unique report.txt --first -backup)\"",
-                          [options] { return Unique(*options); });
-    AddText(unique, "FILE", options->File, "The name wanted; printed as it is if it is free")->required();
-    AddText(unique, "--format", options->Format, "Tag, with %1 where the counter goes; default: %1");
-    AddText(unique, "--first", options->FirstTry, "Tag to try before the counted ones");
-    unique.add_flag("--prefix", options->Prefix, "Put the tag before the name, not behind it");
+    CLI::App& unique = line.AddCommand(group, "unique", "Print an unused file name, with a tag if necessary",
+                                       "qvutil files unique report.txt --format \"(%1)\"   # report(2).txt\n"
+                                       "cp report.txt \"$(qvutil files unique report.txt --first -backup)\"",
+                                       [options] { return Unique(*options); });
+    AddText(unique, "FILE", options->File, "Preferred name; printed unchanged if it is unused")->required();
+    AddText(unique, "--format", options->Format, "Tag, in which %1 stands for the counter; default: %1");
+    AddText(unique, "--first", options->FirstTry, "Tag to try before the counter");
+    unique.add_flag("--prefix", options->Prefix, "Put the tag before the name instead of after it");
     AddNumber(unique, "--start", options->Start, {}, "First value of the counter; default: 2");
 }
 

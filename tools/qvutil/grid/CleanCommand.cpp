@@ -31,8 +31,8 @@ void PrintCleaning(const GridCleaning& cleaning, bool isDryRun)
                            + Console::Visible(leftover.ToText()));
     }
     if (cleaning.IsRepaired) {
-        Console::PrintLine((isDryRun ? u"would write"_s : u"wrote"_s)
-                           + u" the damaged registry anew, with the members that can be read"_s);
+        Console::PrintLine((isDryRun ? u"would repair"_s : u"repaired"_s)
+                           + u" the damaged registry, which keeps the members that can be read"_s);
     }
     if (cleaning.Removed.isEmpty() && !cleaning.IsRepaired)
         Console::PrintLine(u"nothing to remove"_s);
@@ -67,17 +67,17 @@ void AddGridCleanCommand(CommandLine& line, CLI::App& group)
 {
     auto options = std::make_shared<CleanOptions>();
     CLI::App& clean
-        = AddGridCommand(line, group, "clean", "Remove what crashed processes have left of a grid",
+        = AddGridCommand(line, group, "clean", "Remove what crashed processes have left behind in a grid",
                          "qvutil grid clean desk --dry-run\n"
                          "qvutil grid clean desk",
                          *options);
     AddExplanation(
         clean,
-        "Removes the entries of processes that have ended, and socket files at which nobody\n"
-        "listens; and the registry and its lock file if no member is left. It takes the locks that\n"
-        "members take, so that they may come and go meanwhile.");
+        "Removes the entries of processes that have ended, socket files on which no process listens,\n"
+        "and, if no member is left, the registry and its lock file. Members may join and leave\n"
+        "meanwhile, because the command uses their locks.");
     clean.get_option("GRID")->required();
-    clean.add_flag("--dry-run", options->DryRun, "Remove nothing; list what would be removed");
+    clean.add_flag("--dry-run", options->DryRun, "Remove nothing, but list what would be removed");
     line.SetAction(clean, [options] { return Clean(*options); });
 }
 

@@ -27,7 +27,7 @@ namespace Platform = Util::Platform;
 
 constexpr int kLockTimeoutMs = 5000;
 
-// The lock that is held by whoever joins or leaves.
+// Holds the lock that members hold while they join or leave.
 class WriterLock
 {
 public:
@@ -39,8 +39,9 @@ public:
             throw Failure(mPath, u"another process keeps it locked"_s);
         if (mLock == Platform::kLockFailed) {
             throw Failure(mPath,
-                          QFile::exists(mPath) ? u"it cannot be opened, or is no regular file of this user"_s
-                                               : u"the file cannot be made"_s);
+                          QFile::exists(mPath)
+                              ? u"it cannot be opened, or is not a regular file of this user"_s
+                              : u"the file cannot be created"_s);
         }
     }
     ~WriterLock() { Platform::UnlockFile(mLock); }
@@ -53,7 +54,7 @@ private:
     int mLock;
 };
 
-// \return the members that live
+// \return the living members
 QList<ProcessInfo> RemoveDeadEntries(const QList<ProcessInfo>& processes, GridCleaning& cleaning)
 {
     QList<ProcessInfo> alive;
@@ -67,7 +68,7 @@ QList<ProcessInfo> RemoveDeadEntries(const QList<ProcessInfo>& processes, GridCl
     return alive;
 }
 
-// \return what the registry should hold; nothing if it does, or is another program's memory
+// \return the correct content of the registry; nothing if it is correct, or is another program's memory
 std::optional<QByteArray> CleanEntries(const QByteArray& before, GridCleaning& cleaning)
 {
     QByteArray after
@@ -82,7 +83,7 @@ std::optional<QByteArray> CleanEntries(const QByteArray& before, GridCleaning& c
 bool CleanRegistry(const QString& grid, GridCleaning& cleaning)
 {
     if (!ReadGridSegment(grid))
-        return true; // else the memory's lock would be made here
+        return true; // attaching to missing memory would create its lock
     {
         QSharedMemory memory(grid);
         if (!memory.attach(QSharedMemory::ReadWrite) || !memory.lock())
@@ -91,11 +92,11 @@ bool CleanRegistry(const QString& grid, GridCleaning& cleaning)
         if (const std::optional<QByteArray> after = CleanEntries(before, cleaning))
             std::memcpy(memory.data(), after->constData(), static_cast<size_t>(after->size()));
         memory.unlock();
-    } // who detaches last destroys the memory
+    } // the last process to detach destroys the memory
     if (ReadGridSegment(grid))
         return false;
     cleaning.Removed.append({.Kind = GridLeftover::Registry, .ProcessId = 0, .Path = {}});
-    cleaning.IsRepaired = false; // it went, whatever was in it
+    cleaning.IsRepaired = false; // the registry is gone
     return true;
 }
 
@@ -117,7 +118,7 @@ GridCleaning CleanGrid(const QString& grid)
         RemoveFile(socket, cleaning);
     if (isGone) {
         Util::Internal::RemoveSharedMemorySemaphore(grid);
-        // While it is locked: whoever waits for it then makes a new one.
+        // Remove the file while it is locked: a process that waits for the lock then creates a new file.
         if (hadLockFile)
             RemoveFile({.Kind = GridLeftover::LockFile, .ProcessId = 0, .Path = lock.Path()}, cleaning);
         else

@@ -11,20 +11,21 @@
 
 namespace Quorvin::Tool {
 
-/// What cleaning has done, or would do.
+/// The result of cleaning, or of a preview.
 struct GridCleaning
 {
     QList<GridLeftover> Removed;
-    QList<GridLeftover> Kept; ///< what could not be removed
-    bool IsRepaired = false; ///< a damaged registry was written anew, with the members that can be read
+    QList<GridLeftover> Kept; ///< traces that could not be removed
+    bool IsRepaired = false; ///< a damaged registry was rewritten with the members that can be read
 };
 
-/// Removes what crashed processes have left of a grid, under the locks that its members use; and registry and
-/// lock file too if nobody is left, as the last member does who leaves.
-/// Throws Failure if another process keeps the grid locked, or it is not allowed.
+/// Removes what crashed processes have left behind in a grid, under the locks that its members use. If no
+/// member is left, also removes the registry and its lock file, as the last member does when it leaves.
+/// Throws Failure if another process keeps the grid locked, or if access is denied.
 [[nodiscard]] GridCleaning CleanGrid(const QString& grid);
 
-/// Tells what CleanGrid would do, and changes nothing. Throws Failure if the registry must not be read.
+/// Returns what CleanGrid would do, without changing anything. Throws Failure if the registry is not
+/// readable.
 [[nodiscard]] GridCleaning PreviewCleaning(const GridSnapshot& snapshot);
 
 } // namespace Quorvin::Tool

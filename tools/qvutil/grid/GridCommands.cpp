@@ -25,14 +25,14 @@ CLI::App& AddGridCommand(CommandLine& line, CLI::App& group, const std::string& 
 void RequireGridName(const QString& grid)
 {
     if (grid.isEmpty())
-        throw UsageFailure(u"a grid has a name"_s);
+        throw UsageFailure(u"the name of the grid is empty"_s);
 }
 
 ExitCode ReportMissingGrid(const GridSnapshot& snapshot)
 {
     QString reason = u"there is no such grid in %1"_s.arg(QDir::tempPath());
     if (snapshot.Exists())
-        reason += u", but something is left of one: see qvutil grid show"_s;
+        reason += u", but stale files of one exist: see qvutil grid show"_s;
     Console::ReportError(u"grid %1"_s.arg(snapshot.Name), reason);
     return ExitCode::No;
 }
@@ -40,7 +40,7 @@ ExitCode ReportMissingGrid(const GridSnapshot& snapshot)
 void AddGridCommands(CommandLine& line)
 {
     OfferValues(u"grids"_s, &FindGrids);
-    CLI::App& group = line.AddGroup("grid", "Look at grids of processes that find one another");
+    CLI::App& group = line.AddGroup("grid", "Inspect grids of processes that find each other");
     AddGridListCommand(line, group);
     AddGridShowCommand(line, group);
     AddGridWatchCommand(line, group);

@@ -21,7 +21,7 @@ void AddGridCleanCommand(CommandLine& line, CLI::App& group);
 
 struct GridOptions
 {
-    QString Grid; ///< null if it is not given
+    QString Grid; ///< null if no name is given
     bool Json = false;
 };
 
@@ -30,7 +30,7 @@ CLI::App& AddGridCommand(CommandLine& line, CLI::App& group, const std::string& 
                          const std::string& description, const std::string& examples, GridOptions& options);
 /// Throws UsageFailure if the name is empty.
 void RequireGridName(const QString& grid);
-/// Reports that there is no such grid. \return what the command answers
+/// Reports that there is no such grid. \return the command's exit code
 ExitCode ReportMissingGrid(const GridSnapshot& snapshot);
 
 } // namespace Quorvin::Tool

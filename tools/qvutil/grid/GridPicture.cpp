@@ -18,7 +18,7 @@ constexpr double kTitleHeight = 58;
 constexpr double kCardHeight = 74;
 constexpr double kCardStep = 84;
 constexpr double kLineHeight = 16;
-// What arrows take beside the cards, and what each lane of them takes of it.
+// The width for arrows beside the cards, and the width of one lane of them.
 constexpr double kMaxLaneRoom = 112;
 constexpr double kMaxLaneStep = 14;
 constexpr double kArrowSize = 5;
@@ -123,7 +123,7 @@ private:
     {
         const qsizetype dead = mSnapshot.DeadCount();
         if (mSnapshot.Registry.Members.isEmpty())
-            return u"nobody has joined"_s;
+            return u"no members"_s;
         return u"%1 alive, %2 dead; the oldest first"_s.arg(mSnapshot.Registry.Members.size() - dead)
             .arg(dead);
     }
@@ -170,7 +170,7 @@ private:
         for (const QString& problem : ProblemsOf(mSnapshot))
             sentences.append(problem);
         for (const GridLeftover& leftover : mSnapshot.Leftovers)
-            sentences.append("left by a process that has crashed: "_L1 + leftover.ToText());
+            sentences.append("left behind by a crashed process: "_L1 + leftover.ToText());
         return sentences.join(u". "_s) + u'.';
     }
 
@@ -192,7 +192,7 @@ private:
         QStringList leftovers;
         for (const GridLeftover& leftover : mSnapshot.Leftovers)
             leftovers.append(leftover.ToText());
-        addList(u"Left by processes that have crashed"_s, leftovers);
+        addList(u"Left behind by crashed processes"_s, leftovers);
         if (!mArrows.isEmpty())
             remarks.append({.Text = u"An arrow leads from a client to its server."_s});
         if (!mSnapshot.Links && !mSnapshot.Registry.Members.isEmpty())
@@ -223,7 +223,7 @@ private:
                           isListening ? ink : SvgPicture::Card, {.Color = ink, .Width = 2});
     }
 
-    // "process 4711", or the number alone if the state needs the room.
+    // Returns "process 4711", or only the number if the state needs the space.
     [[nodiscard]] QString Name(const GridMember& member, const QString& state) const
     {
         constexpr double kBoldLetter = 8.7;

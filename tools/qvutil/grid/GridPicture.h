@@ -10,8 +10,8 @@
 
 namespace Quorvin::Tool {
 
-/// Draws a grid as SVG: its members, the oldest first, with an arrow from each client to its server, and
-/// below them what is wrong with the grid.
+/// Draws a grid as SVG: its members, the oldest first, with an arrow from each client to its server, and the
+/// grid's problems below them.
 [[nodiscard]] QString GridPicture(const GridSnapshot& snapshot);
 
 } // namespace Quorvin::Tool

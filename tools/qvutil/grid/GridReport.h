@@ -10,12 +10,12 @@
 #include <QList>
 #include <QStringList>
 
-// How the commands of `qvutil grid` show what they found.
+// Output of the commands of `qvutil grid`.
 namespace Quorvin::Tool {
 
 /// Returns process ids as one text, "4711,4712"; "-" if there are none.
 [[nodiscard]] QString JoinIds(const QList<qint64>& ids);
-/// Returns what is wrong with a grid's registry, for people.
+/// Returns the problems of a grid's registry as text.
 [[nodiscard]] QStringList ProblemsOf(const GridSnapshot& snapshot);
 /// Returns a table of the members and their links, with a heading.
 [[nodiscard]] QList<QStringList> MembersToRows(const GridSnapshot& snapshot);

@@ -32,14 +32,14 @@ namespace {
 
 namespace Platform = Util::Platform;
 
-// Members lock the registry for some milliseconds when they come and go.
+// Members lock the registry for some milliseconds when they join and leave.
 constexpr int kLockTimeoutMs = 2000;
 
 constexpr qsizetype kDigestSize = 40;
 constexpr QLatin1StringView kLockFileEnd = ".lock"_L1;
 constexpr QLatin1StringView kMemoryFileStart = "qipc_sharedmemory_"_L1;
 
-// The lock of a grid's registry, if there is one, for reading.
+// Holds the lock of a grid's registry, if there is one, for reading.
 class ReaderLock
 {
 public:
@@ -50,7 +50,7 @@ public:
     ~ReaderLock() { Platform::UnlockFile(mLock); }
     Q_DISABLE_COPY_MOVE(ReaderLock)
 
-    /// Whether somebody else kept it.
+    /// Returns whether another process kept the lock.
     [[nodiscard]] bool IsRefused() const { return mLock < 0 && QFile::exists(mPath); }
 
 private:
@@ -64,7 +64,7 @@ qsizetype EntrySize(const ProcessInfo& process)
         + process.ServerName.size() * qsizetype(sizeof(char16_t));
 }
 
-// Where a count promises more members than there are, zeros are read as such.
+// If the registry's count is too high, zero bytes are read as members. Such a member is nobody.
 bool IsNobody(const ProcessInfo& process)
 {
     return process.ProcessId == 0 && process.ServerName.isEmpty();
@@ -78,13 +78,12 @@ void FindDamage(const QByteArray& image, qsizetype readable, GridRegistry& regis
     const qint32 count
         = image.size() >= qsizetype(sizeof(qint32)) ? qFromBigEndian<qint32>(image.constData()) : 0;
     if (count != readable)
-        registry.Problems.append(
-            u"it claims to have %1 members, and %2 can be read"_s.arg(count).arg(readable));
+        registry.Problems.append(u"it should have %1 members, but %2 can be read"_s.arg(count).arg(readable));
     const QByteArrayView rest = QByteArrayView(image).sliced(std::min(registry.UsedBytes, image.size()));
     const QByteArrayView own = rest.first(
         std::clamp(Util::Internal::kRegistrySize - registry.UsedBytes, qsizetype(0), rest.size()));
     if (std::any_of(own.begin(), own.end(), [](char c) { return c != 0; }))
-        registry.Problems.append(u"there is something behind the last member"_s);
+        registry.Problems.append(u"there is data after the last member"_s);
 }
 
 GridRegistry ParseGridRegistry(const QByteArray& image)
@@ -129,7 +128,7 @@ bool IsSocket(const QString& path)
     return ::lstat(QFile::encodeName(path).constData(), &file) == 0 && S_ISSOCK(file.st_mode);
 }
 
-// Where the system does not tell who listens, nobody does if the process has ended.
+// If the system does not report which processes listen, assume that none does if the process has ended.
 bool IsStale(const QString& path, qint64 processId)
 {
     if (Util::GeneralUtil::IsProcessRunning(processId))
@@ -161,7 +160,7 @@ std::optional<QList<GridLinks>> FindLinks(const QList<GridMember>& members)
     return all;
 }
 
-// The lock of the registry that is kept under the name of a file: both carry the digest of the grid's name.
+// Returns the registry's lock for the name of a file: both names contain the digest of the grid's name.
 QString LockFileOf(const QString& memoryFile)
 {
     const QString digest = memoryFile.last(kDigestSize);
@@ -169,13 +168,13 @@ QString LockFileOf(const QString& memoryFile)
     return ofNothing.left(ofNothing.size() - kDigestSize - kLockFileEnd.size()) + digest + kLockFileEnd;
 }
 
-// The grids of which members have left an entry.
+// Finds the grids in whose registry members have an entry.
 void AddGridsWithEntries(const QString& memoryFile, QSet<QString>& grids)
 {
-    // While it is read, its last member would not destroy it.
+    // Hold the lock: while the memory is attached here, its last member would not destroy it.
     const QString lockFile = LockFileOf(memoryFile);
     if (!QFile::exists(lockFile))
-        return; // another program's memory, or a grid that ends just now
+        return; // another program's memory, or a grid that has just ended
     const ReaderLock lock(lockFile);
     try {
         const std::optional<QByteArray> image = ReadSharedSegment(memoryFile, memoryFile);
@@ -183,7 +182,7 @@ void AddGridsWithEntries(const QString& memoryFile, QSet<QString>& grids)
             if (const auto parts = SplitServerName(process.ServerName))
                 grids.insert(parts->Grid);
         }
-    } catch (const Failure&) { // somebody else's
+    } catch (const Failure&) { // another user's memory
     }
 }
 
@@ -197,7 +196,7 @@ QString GridLeftover::ToText() const
     case Socket:
         return u"the socket %1"_s.arg(Path);
     case Registry:
-        return u"the registry, in which nobody is left"_s;
+        return u"the registry, which has no living member"_s;
     case LockFile:
         return u"the lock file %1"_s.arg(Path);
     }
@@ -274,7 +273,7 @@ GridSnapshot InspectGrid(const QString& grid)
 
 QStringList FindGrids()
 {
-    // The names stand in the members' entries and sockets only; of all else there is but a digest.
+    // Only the members' entries and sockets contain the grid's name; all other files have a digest of it.
     const QDir folder(QDir::tempPath());
     QSet<QString> candidates;
     const QStringList files = folder.entryList(QDir::Files | QDir::System | QDir::Hidden);

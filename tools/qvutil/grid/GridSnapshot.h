@@ -13,35 +13,35 @@
 
 namespace Quorvin::Tool {
 
-// What there is to see of a grid from outside. Nothing here changes anything, joins a grid or connects to a
-// server, whose client that would replace.
+// Inspects a grid from outside. The code here changes nothing, joins no grid and connects to no server,
+// because that would displace the server's client.
 
 /// One entry of a grid's registry.
 struct GridMember
 {
     qint64 ProcessId = 0;
     QString ServerName;
-    bool IsAlive = false; ///< as the library sees it, which prunes the entries of all others
+    bool IsAlive = false; ///< false if the library would prune the entry
 };
 
-/// A grid's registry as it was at one moment.
+/// The content of a grid's registry at one time.
 struct GridRegistry
 {
     bool Exists = false;
-    bool IsLocked = false; ///< another process kept it locked; what was read may be in the making
+    bool IsLocked = false; ///< another process kept it locked, so the content may be incomplete
     QList<GridMember> Members; ///< the oldest first
-    qsizetype UsedBytes = 0; ///< of kRegistrySize
-    QStringList Problems; ///< what is wrong with it
+    qsizetype UsedBytes = 0; ///< out of kRegistrySize
+    QStringList Problems; ///< signs of damage
 };
 
 /// Reads the memory of a grid's registry, without its locks.
-/// \return its bytes; nothing if there is none. Throws Failure if it must not be read.
+/// \return its bytes; nothing if there is none. Throws Failure if access is denied.
 [[nodiscard]] std::optional<QByteArray> ReadGridSegment(const QString& grid);
 
-/// Reads the registry of a grid. Throws Failure if it is not allowed to.
+/// Reads the registry of a grid. Throws Failure if access is denied.
 [[nodiscard]] GridRegistry ReadGridRegistry(const QString& grid);
 
-/// The links of a member.
+/// The connections of a member.
 struct GridLinks
 {
     bool IsListening = false;
@@ -49,42 +49,43 @@ struct GridLinks
     QList<qint64> Servers; ///< members to whose servers it is connected
 };
 
-/// What a crashed process has left, or a crash of all of them.
+/// A trace that a crashed process has left behind.
 struct GridLeftover
 {
     enum LeftoverKind {
-        Entry, ///< of a dead process in the registry
-        Socket, ///< a socket file that nobody listens at
-        Registry, ///< without a member that lives
-        LockFile, ///< without a registry
+        Entry, ///< the entry of a dead process in the registry
+        Socket, ///< a socket file on which no process listens
+        Registry, ///< a registry without a living member
+        LockFile, ///< a lock file without a registry
     };
     LeftoverKind Kind = Entry;
-    qint64 ProcessId = 0; ///< of an entry or socket
-    QString Path; ///< of a file; of an entry, the server's name
+    qint64 ProcessId = 0; ///< process of an entry or socket
+    QString Path; ///< path of a file; server name of an entry
 
-    /// Such as "the socket /tmp/desk.viewer.4711".
+    /// Returns a description, such as "the socket /tmp/desk.viewer.4711".
     [[nodiscard]] QString ToText() const;
 };
 
-/// All that there is to see.
+/// Everything that can be seen of a grid from outside.
 struct GridSnapshot
 {
     QString Name;
     GridRegistry Registry;
-    std::optional<QList<GridLinks>> Links; ///< one for each member; nothing if the system does not tell
+    std::optional<QList<GridLinks>>
+        Links; ///< one for each member; nothing if the system does not report them
     QList<GridLeftover> Leftovers;
 
-    /// Whether there is any trace of the grid.
+    /// Returns whether there is any trace of the grid.
     [[nodiscard]] bool Exists() const { return Registry.Exists || !Leftovers.isEmpty(); }
     [[nodiscard]] qsizetype DeadCount() const;
-    /// Whether the grid is as it should be.
+    /// Returns whether the grid is in order.
     [[nodiscard]] bool IsHealthy() const;
 };
 
-/// Looks at a grid. Throws Failure like ReadGridRegistry.
+/// Inspects a grid. Throws Failure like ReadGridRegistry.
 [[nodiscard]] GridSnapshot InspectGrid(const QString& grid);
 
-/// Finds the socket files of a grid that nobody listens at, of processes that have ended.
+/// Finds the stale socket files of a grid: those of processes that have ended.
 [[nodiscard]] QList<GridLeftover> FindStaleSockets(const QString& grid);
 
 /// Finds the names of the grids in the folder for temporary files.

@@ -67,7 +67,7 @@ void AddGridListCommand(CommandLine& line, CLI::App& group)
                                     "qvutil grid list desk\n"
                                     "qvutil grid list desk --json | jq '.[] | select(.alive).processId'",
                                     *options);
-    list.get_option("GRID")->description("Name of the grid; all grids if not given");
+    list.get_option("GRID")->description("Name of the grid; default: all grids");
     line.SetAction(list, [options] { return List(*options); });
 }
 

@@ -18,10 +18,10 @@ using namespace Qt::StringLiterals;
 namespace Quorvin::Tool {
 namespace {
 
-// As QSharedMemory makes the number of a segment from the name of its file.
+// The project id from which QSharedMemory makes the key of a segment, together with the name of its file.
 constexpr int kProject = 'Q';
 
-/// The segment in this process, as long as the object lives.
+/// Attaches a segment to this process for the lifetime of the object.
 class Attachment
 {
 public:
@@ -47,13 +47,13 @@ private:
 
 bool IsMissing(int error)
 {
-    return error == ENOENT || error == EIDRM || error == EINVAL; // the last two if it went just now
+    return error == ENOENT || error == EIDRM || error == EINVAL; // the last two if it was just removed
 }
 
 } // namespace
 
-// Not by QSharedMemory. From Qt 6.6 on, it makes the file and a semaphore before it looks for the memory; and
-// the last to let go of the memory destroys it.
+// Does not use QSharedMemory: since Qt 6.6, it creates the file and a semaphore before it looks for the
+// memory, and the last process to detach destroys the memory.
 std::optional<QByteArray> ReadSharedSegment(const QString& nativeKey, const QString& name)
 {
     const key_t key = ::ftok(QFile::encodeName(nativeKey).constData(), kProject);

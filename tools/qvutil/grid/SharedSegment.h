@@ -11,10 +11,10 @@
 
 namespace Quorvin::Tool {
 
-/// Reads shared memory of QSharedMemory's without leaving a trace.
+/// Reads a shared memory segment of QSharedMemory without leaving a trace. Throws Failure, about \p name, if
+/// access is denied.
 /// \param nativeKey  see NativeSharedMemoryKey
-/// \return its bytes; nothing if there is none. Throws Failure, about \p name, if there is one that must not
-///         be read.
+/// \return the bytes of the segment; nothing if there is none
 [[nodiscard]] std::optional<QByteArray> ReadSharedSegment(const QString& nativeKey, const QString& name);
 
 } // namespace Quorvin::Tool

@@ -59,7 +59,7 @@ void PrintSnapshot(const GridSnapshot& snapshot)
             PrintMembers(snapshot);
         }
     } else {
-        Console::PrintLine(u"grid %1: nobody has joined"_s.arg(Console::Visible(snapshot.Name)));
+        Console::PrintLine(u"grid %1: no members"_s.arg(Console::Visible(snapshot.Name)));
     }
     const QStringList problems = ProblemsOf(snapshot);
     if (!problems.isEmpty()) {
@@ -67,7 +67,7 @@ void PrintSnapshot(const GridSnapshot& snapshot)
         PrintIndented(problems);
     }
     if (!snapshot.Leftovers.isEmpty()) {
-        Console::PrintLine(u"\nleft by processes that have crashed; `qvutil grid clean` removes it:"_s);
+        Console::PrintLine(u"\nleft behind by crashed processes; `qvutil grid clean` removes it:"_s);
         for (const GridLeftover& leftover : snapshot.Leftovers)
             PrintIndented({leftover.ToText()});
     }
@@ -97,14 +97,15 @@ ExitCode Show(const ShowOptions& options)
 void AddGridShowCommand(CommandLine& line, CLI::App& group)
 {
     auto options = std::make_shared<ShowOptions>();
-    CLI::App& show = AddGridCommand(line, group, "show", "Show a grid, its links and what is wrong with it",
+    CLI::App& show = AddGridCommand(line, group, "show", "Show a grid, its connections and its problems",
                                     "qvutil grid show desk\n"
                                     "qvutil grid show desk --json | jq .leftovers\n"
                                     "qvutil grid show desk --svg > desk.svg",
                                     *options);
-    AddExplanation(show,
-                   "The exit code is 0 if all is well with the grid, and 1 if members have died or do not\n"
-                   "listen, something is left of them, or the registry is damaged.");
+    AddExplanation(
+        show,
+        "The exit code is 0 if the grid is in order, and 1 if members have died or do not listen,\n"
+        "crashed processes have left something behind, or the registry is damaged.");
     show.get_option("GRID")->required();
     show.add_flag("--svg", options->Svg, "Print the members and their connections as an SVG picture");
     line.SetAction(show, [options] { return Show(*options); });

@@ -26,7 +26,7 @@ struct WatchOptions : GridOptions
     int IntervalMs = 250;
 };
 
-/// Prints what becomes of the members from one look to the next.
+/// Reports how the members change from one check to the next.
 class Watcher
 {
 public:
@@ -115,21 +115,22 @@ void AddGridWatchCommand(CommandLine& line, CLI::App& group)
 {
     auto options = std::make_shared<WatchOptions>();
     CLI::App& watch
-        = AddGridCommand(line, group, "watch", "Print who joins, leaves and dies, until interrupted",
+        = AddGridCommand(line, group, "watch", "Show members that join, leave or die, until interrupted",
                          "qvutil grid watch desk\n"
                          "qvutil grid watch desk --json | jq --unbuffered -r .event",
                          *options);
     AddExplanation(
         watch,
-        "Draws the table of qvutil grid list on a terminal, with the last events below it. Elsewhere,\n"
-        "each event is a line. The first events are the members that exist already. \"left\" means that\n"
+        "Updates the table of qvutil grid list on a terminal, with the latest events below it. Otherwise,\n"
+        "each event is a line. The first events are the existing members. \"left\" means that\n"
         "a process removed its entry, \"died\" that it ended without doing so, and \"pruned\" that\n"
         "another process removed the entry of a dead one.");
     watch.get_option("GRID")->required();
-    AddNumber(watch, "--count", options->Count, {.Min = 1, .Max = 1000000000}, "End after this many events")
+    AddNumber(watch, "--count", options->Count, {.Min = 1, .Max = 1000000000},
+              "Stop after this number of events")
         ->type_name("N");
     AddNumber(watch, "--interval", options->IntervalMs, {.Min = 1, .Max = 3600000},
-              "Time between two looks, 250 if not given")
+              "Milliseconds between two checks (default 250)")
         ->type_name("MS");
     line.SetAction(watch, [options] { return Watch(*options); });
 }

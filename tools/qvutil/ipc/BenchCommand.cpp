@@ -30,15 +30,14 @@ constexpr int kMaxBytes = 64 * 1024 * 1024;
 constexpr int kMaxRequests = 100'000'000;
 
 constexpr const char* kExplanation
-    = R"(Sends requests with one parameter, "data". Any server of the library answers them, even if
-the answer has no parameters. Messages that are not answered, with --one-way, count as arrived when
-a request behind them is answered. The tool replaces the client of the server, which has one client
-at a time.)";
+    = R"(The server receives requests with one parameter, "data". Every server of the library answers
+them, possibly without parameters. With --one-way, messages count as arrived when a request
+that follows them is answered. A server has one client: the tool displaces the current one.)";
 
-// The first requests pay for the processors' and the allocators' waking up.
+// The first requests are not measured: processors and allocators take some time to warm up.
 constexpr int kWarmUp = 20;
 
-// So many messages are queued at the most before one is waited for.
+// Maximum number of queued messages. After as many, the command waits until one is written.
 constexpr int kMaxQueued = 1000;
 
 struct BenchOptions
@@ -59,7 +58,7 @@ struct Result
     QList<qint64> LatenciesNs; ///< sorted; none for messages that are not answered
 };
 
-// The library's own client, threads and all: what an application would have.
+// The library's own client with its threads, as an application has it.
 class Bench
 {
 public:
@@ -115,7 +114,8 @@ private:
         return result;
     }
 
-    // A server handles messages in their order: when it answers the last one, a request, it has had them all.
+    // A server handles messages in order: when it answers the last one, a request, it has received all of
+    // them.
     Result SendAll()
     {
         QElapsedTimer whole;
@@ -208,15 +208,15 @@ void AddBenchCommand(CommandLine& line, CLI::App& group)
     AddText(bench, "NAME", options->Name, "The server's name")->required();
     AddText(bench, "--message", options->Message, "The name of the requests (default Bench)");
     AddNumber(bench, "--count", options->Count, {.Min = 1, .Max = kMaxRequests},
-              "Number of requests (default 1000)")
+              "Number of messages (default 1000)")
         ->type_name("N");
     AddNumber(bench, "--size", options->Size, {.Min = 0, .Max = kMaxBytes},
-              "Bytes in each request (default 64)")
+              "Bytes in each message (default 64)")
         ->type_name("BYTES");
     AddNumber(bench, "--timeout", options->TimeoutMs, {.Min = 0},
-              "Milliseconds for each answer (default 5000)")
+              "Time-out for each answer, in milliseconds (default 5000)")
         ->type_name("MS");
-    bench.add_flag("--one-way", options->OneWay, "Send messages that are not answered");
+    bench.add_flag("--one-way", options->OneWay, "Send messages that need no answer");
     AddJsonFlag(bench, options->Json);
     bench.add_flag("--svg", options->Svg, "Print the distribution of the latencies as an SVG picture");
 }

@@ -15,12 +15,12 @@ constexpr const char* kExplanation = R"(Parameters:
   KEY=TEXT          a text
   KEY:TYPE=VALUE    bool, int, uint, longlong, double, string, stringlist, map, list (in JSON),
                     bytearray (in base64)
-  KEY:=JSON         a value of JSON, such as 1.5, true, [1,2] or {"x": 1}
+  KEY:=JSON         a JSON value, such as 1.5, true, [1,2] or {"x": 1}
   KEY=@FILE         the bytes of a file; - is standard input
   KEY=@@TEXT        a text that begins with @
 
-A server has one client: this one takes the place of the one that is there. If that is a
-client of the library, it connects again within a second, and takes its place back.)";
+A server has one client: the tool displaces the current one. If that uses the library, it
+connects again within a second, and displaces the tool.)";
 
 } // namespace
 
@@ -34,14 +34,14 @@ CLI::App& AddMessageCommand(CommandLine& line, CLI::App& group, const std::strin
     AddExplanation(command, kExplanation);
     AddText(command, "NAME", options->Name, "The server's name")->required();
     AddText(command, "MESSAGE", options->Message, "The message's name")->required();
-    AddTexts(command, "PARAMETER", options->Parameters, "A parameter, as below");
+    AddTexts(command, "PARAMETER", options->Parameters, "A parameter, as described below");
     AddText(command, "--params", options->File,
             "JSON file with the message, as qvutil message writes it; its parameters come first")
         ->type_name("FILE");
     AddNumber(command, "--timeout", options->TimeoutMs, {.Min = 0},
-              "Milliseconds for all of it (default 5000)")
+              "Time-out for the whole command, in milliseconds (default 5000)")
         ->type_name("MS");
-    command.add_flag("--wait", options->Wait, "Wait for the server to be started");
+    command.add_flag("--wait", options->Wait, "Wait until the server is started");
     return command;
 }
 

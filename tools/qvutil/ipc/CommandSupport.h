@@ -15,7 +15,7 @@
 #include <memory>
 #include <string>
 
-// What `qvutil ipc call` and `qvutil ipc send` have in common.
+// Helpers for `qvutil ipc call` and `qvutil ipc send`.
 namespace Quorvin::Tool {
 
 struct MessageOptions
@@ -36,8 +36,8 @@ CLI::App& AddMessageCommand(CommandLine& line, CLI::App& group, const std::strin
 
 using Conversation
     = std::function<void(ServerLink& link, const Util::MessageInfo& message, QDeadlineTimer deadline)>;
-/// Connects, does something, and disconnects, all within the time that is given.
-/// \return what the command answers
+/// Connects, calls a function, and disconnects, all within the time-out.
+/// \return the command's exit code
 [[nodiscard]] ExitCode Talk(const MessageOptions& options, const Conversation& converse);
 
 } // namespace Quorvin::Tool

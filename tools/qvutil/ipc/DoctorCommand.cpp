@@ -29,7 +29,7 @@ constexpr int kDefaultTimeoutMs = 2000;
 constexpr int kAcceptMs = 500;
 constexpr int kLookAgainMs = 50;
 
-// A name that no application gives to its requests: those that do not know it answer without parameters.
+// A name that no application gives to its requests. Servers answer unknown requests without parameters.
 constexpr QStringView kQuestion = u"qvutil.doctor";
 
 struct DoctorOptions
@@ -74,16 +74,15 @@ std::optional<Visit> ProbeServer(const DoctorOptions& options, QList<EndpointPro
         (void)link.Ask(question, deadline);
         visit.AnswerMs = static_cast<double>(time.nsecsElapsed()) / 1e6;
     } catch (const LinkFailure& failure) {
-        problems.append(
-            {.Code = u"no-answer"_s,
-             .Text = failure.Reason,
-             .Advice = u"is the server busy, stopped in a debugger, or no server of messages?"_s});
+        problems.append({.Code = u"no-answer"_s,
+                         .Text = failure.Reason,
+                         .Advice = u"is the server busy, stopped in a debugger, or not a message server?"_s});
     }
     return visit;
 }
 
-// Who has the socket and who is connected. A server that is well accepts a connection at once: one that waits
-// is given the time that a busy server takes before it counts.
+// Returns the processes that own the socket and that are connected to it. A healthy server accepts
+// connections at once. A waiting connection counts only after some time, because the server may be busy.
 std::optional<EndpointProcesses> FindProcesses(const Endpoint& endpoint)
 {
     if (endpoint.Listening != Endpoint::Yes)
@@ -103,8 +102,8 @@ std::optional<EndpointProcesses> FindProcesses(const Endpoint& endpoint)
 EndpointProblem NotAccepted(int waiting)
 {
     return {.Code = u"not-accepted"_s,
-            .Text = waiting == 1 ? u"the server does not accept a connection that waits"_s
-                                 : u"the server does not accept %1 connections that wait"_s.arg(waiting),
+            .Text = waiting == 1 ? u"the server does not accept a waiting connection"_s
+                                 : u"the server does not accept %1 waiting connections"_s.arg(waiting),
             .Advice = u"is the server busy, stopped in a debugger, or does its thread run no event loop?"_s,
             .IsInTheWay = false};
 }
@@ -119,7 +118,7 @@ QString FileText(const Endpoint& endpoint)
     if (endpoint.Kind == Endpoint::Missing || endpoint.Kind == Endpoint::FolderMissing)
         return u"none"_s;
     return u"%1 of the user %2%3, %4"_s.arg(
-        endpoint.Kind == Endpoint::Socket ? u"socket"_s : u"no socket, but a file"_s, endpoint.Owner,
+        endpoint.Kind == Endpoint::Socket ? u"socket"_s : u"not a socket, but a file"_s, endpoint.Owner,
         endpoint.OwnerId == Util::Platform::GetUserId() ? u" (this user)"_s : QString(),
         PermissionText(endpoint.Mode));
 }
@@ -139,8 +138,8 @@ void PrintVisit(const std::optional<Visit>& visit, bool isWanted)
 {
     if (!visit) {
         PrintRow(u"answers",
-                 isWanted ? u"not asked: no connection can be made"_s
-                          : u"not asked: --connect asks, and replaces the server's client"_s);
+                 isWanted ? u"not asked: no connection is possible"_s
+                          : u"not asked: use --connect, which displaces the server's client"_s);
         return;
     }
     if (visit->UserId) {
@@ -261,12 +260,13 @@ void AddDoctorCommand(CommandLine& line, CLI::App& group)
                           [options] { return Diagnose(*options); });
     AddExplanation(
         doctor,
-        "Without --connect, the server notices nothing. With --connect, the tool asks the server for an\n"
-        "answer. This replaces the client of the server, which has one client at a time.");
+        "Without --connect, the server notices nothing. With it, the command sends a request to the\n"
+        "server, and displaces the server's current client.");
     AddText(doctor, "NAME", options->Name, "The server's name")->required();
-    doctor.add_flag("--connect", options->Connect, "Connect, which replaces the server's client, and ask");
+    doctor.add_flag("--connect", options->Connect,
+                    "Connect, which displaces the server's client, and send a request");
     AddNumber(doctor, "--timeout", options->TimeoutMs, {.Min = 0},
-              "Milliseconds for the answer (default 2000)")
+              "Time-out for the answer, in milliseconds (default 2000)")
         ->type_name("MS");
     AddJsonFlag(doctor, options->Json);
 }

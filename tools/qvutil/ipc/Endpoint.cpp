@@ -26,8 +26,8 @@ using namespace Qt::StringLiterals;
 namespace Quorvin::Tool {
 namespace {
 
-// Servers have stream sockets. The system refuses to connect one of another kind, with an error that tells
-// whether a process has the socket; the server does not notice.
+// Servers have stream sockets. The system refuses to connect a socket of another type, with an error that
+// shows whether a process owns the server's socket. The server does not notice.
 Endpoint::Answer AskWhetherListening(const QByteArray& path)
 {
     sockaddr_un address = {};
@@ -55,7 +55,7 @@ QString Folder(const Endpoint& endpoint)
     return QFileInfo(endpoint.Path).path();
 }
 
-// Why there is no server to be found.
+// Returns why no server can be found; nothing if one may exist.
 std::optional<EndpointProblem> FindWhyMissing(const Endpoint& endpoint)
 {
     if (endpoint.Name.isEmpty())
@@ -71,7 +71,7 @@ std::optional<EndpointProblem> FindWhyMissing(const Endpoint& endpoint)
     case Endpoint::FolderMissing:
         return EndpointProblem{.Code = u"no-folder"_s,
                                .Text = u"the folder %1 does not exist"_s.arg(Folder(endpoint)),
-                               .Advice = u"make the folder, or choose another name"_s};
+                               .Advice = u"create the folder, or choose another name"_s};
     case Endpoint::Missing:
         return EndpointProblem{
             .Code = u"missing"_s,
@@ -119,9 +119,10 @@ QList<EndpointProblem> FindProblems(const Endpoint& endpoint)
         return {*missing};
     QList<EndpointProblem> problems;
     if (endpoint.Listening == Endpoint::No) {
-        problems.append({.Code = u"stale"_s,
-                         .Text = u"nobody listens: a process that has ended left %1"_s.arg(endpoint.Path),
-                         .Advice = u"start the server, which replaces the file"_s});
+        problems.append(
+            {.Code = u"stale"_s,
+             .Text = u"no process listens: a process that has ended left behind %1"_s.arg(endpoint.Path),
+             .Advice = u"start the server, which replaces the file"_s});
     }
     if (endpoint.Listening == Endpoint::Forbidden) {
         problems.append({.Code = u"no-permission"_s,
@@ -130,13 +131,13 @@ QList<EndpointProblem> FindProblems(const Endpoint& endpoint)
     } else if (!Util::Internal::IsTrustedUser(endpoint.OwnerId, Util::Platform::GetUserId())) {
         problems.append(
             {.Code = u"other-user"_s,
-             .Text = u"the socket belongs to the user %1; clients talk only to servers of their own "
-                     "user, or of root"_s.arg(endpoint.Owner),
+             .Text = u"the socket belongs to the user %1; clients accept only servers of the same "
+                     "user or of root"_s.arg(endpoint.Owner),
              .Advice = u"run as the user %1"_s.arg(endpoint.Owner)});
     }
     if ((endpoint.Mode & 0022U) != 0) {
         problems.append({.Code = u"open-to-others"_s,
-                         .Text = u"other users may connect, too"_s,
+                         .Text = u"other users may connect too"_s,
                          .Advice = u"chmod 700 %1"_s.arg(endpoint.Path),
                          .IsInTheWay = false});
     }
@@ -151,7 +152,7 @@ void RequireFreeEndpoint(const QString& name, bool mayReplace)
         const QString who = processes && !processes->Servers.isEmpty()
             ? u"process %1"_s.arg(ToText(processes->Servers))
             : u"another server"_s;
-        throw Failure(name, u"%1 listens there; --replace takes the name away from it"_s.arg(who));
+        throw Failure(name, u"%1 listens there; use --replace to take over its name"_s.arg(who));
     }
     const std::optional<EndpointProblem> problem = FindWhyMissing(endpoint);
     if (problem && problem->Code != "missing"_L1)

@@ -13,8 +13,8 @@
 
 namespace Quorvin::Tool {
 
-/// What the system tells of the place at which a server of some name listens. Nothing is connected, since a
-/// connection would replace the client that the server has.
+/// The state of a server's endpoint, inspected without a connection, which would displace the server's
+/// client.
 struct Endpoint
 {
     enum File { Missing, FolderMissing, Socket, OtherFile };
@@ -25,37 +25,37 @@ struct Endpoint
     qsizetype PathSize = 0; ///< bytes
     qsizetype LongestPath = 0; ///< bytes
     File Kind = Missing;
-    quint32 OwnerId = 0; ///< this and the next two: of the file, if there is one
+    quint32 OwnerId = 0; ///< owner of the file, if there is one; so are the next two
     QString Owner;
     quint32 Mode = 0; ///< rwx bits
-    Answer Listening = No; ///< whether a process has the socket; Forbidden if this one may not ask
+    Answer Listening = No; ///< whether a process listens; Forbidden if this process may not find out
 
     [[nodiscard]] bool IsTooLong() const { return PathSize > LongestPath; }
 };
 
 [[nodiscard]] Endpoint InspectEndpoint(const QString& name);
 
-/// Something that keeps a client from talking to a server, or should not be as it is.
+/// A problem that keeps clients from connecting to a server, or that should be fixed.
 struct EndpointProblem
 {
-    QString Code; ///< for programs: "stale"
+    QString Code; ///< identifies the problem for programs, for example "stale"
     QString Text;
     QString Advice;
-    bool IsInTheWay = true; ///< whether no client can talk to the server because of it
+    bool IsInTheWay = true; ///< whether it keeps clients from connecting
 };
 
-/// What is wrong, the worst first; empty if nothing is.
+/// Returns the problems, the worst first.
 [[nodiscard]] QList<EndpointProblem> FindProblems(const Endpoint& endpoint);
 
-/// Throws Failure unless a server of our own can listen there.
-/// \param mayReplace  whether it may take the name from a server that listens
+/// Throws Failure unless the tool's own server can listen under the name.
+/// \param mayReplace  whether it may take the name over from a running server
 void RequireFreeEndpoint(const QString& name, bool mayReplace);
 
-/// "4711 (viewer)"
+/// Returns for example "4711 (viewer)".
 [[nodiscard]] QString ToText(const ProcessName& process);
-/// "4711 (viewer), 4712 (editor)"
+/// Returns for example "4711 (viewer), 4712 (editor)".
 [[nodiscard]] QString ToText(const QList<ProcessName>& processes);
-/// The name of a user; the id if there is none.
+/// Returns the name of a user; the id if the user has no name.
 [[nodiscard]] QString UserName(quint32 userId);
 
 } // namespace Quorvin::Tool

@@ -19,7 +19,7 @@ using namespace Qt::StringLiterals;
 namespace Quorvin::Tool {
 namespace {
 
-// The library creates a socket in a private folder beside its place, and moves it there afterwards.
+// The library creates a socket in a private folder next to its final path, and moves it there afterwards.
 bool IsBoundAsByLibrary(const QByteArray& path)
 {
     static const QRegularExpression pattern(u"/[A-Za-z0-9]{6}/s$"_s);

@@ -21,22 +21,22 @@ struct EndpointEntry
 {
     enum Origin {
         Library, ///< its process uses QvUtil
-        Unknown, ///< may be a server of QvUtil: the process cannot be seen, links it statically, or is gone
-        Other, ///< cannot be a server of QvUtil, which creates its sockets in another way
+        Unknown, ///< may be a server of QvUtil: its process is not visible, links it statically, or has ended
+        Other, ///< cannot be a server of QvUtil, which creates its sockets differently
     };
 
-    QString Name; ///< as the other commands take it: a name, or a path if the folder is not the usual one
+    QString Name; ///< for other commands: a name, or a path if the folder is not the default one
     QString Path;
-    QString User; ///< of the process; of the file if the process is unknown
+    QString User; ///< user of the process; owner of the file if the process is unknown
     Endpoint::Answer Listening = Endpoint::No;
-    std::optional<EndpointProcesses> Processes; ///< nothing if the system does not tell
+    std::optional<EndpointProcesses> Processes; ///< nothing if the system does not report them
     Origin From = Unknown;
 
-    /// Whether a process that has ended left the file.
+    /// Returns whether a process that has ended left the file behind.
     [[nodiscard]] bool IsStale() const { return Listening == Endpoint::No && From != Other; }
-    /// Whether the server accepts connections; nothing if that is unknown.
+    /// Returns whether the server accepts connections; nothing if unknown.
     [[nodiscard]] std::optional<bool> Accepts() const;
-    /// Whether the server has not yet accepted a connection.
+    /// Returns whether a connection is waiting to be accepted.
     [[nodiscard]] bool HasWaiting() const { return Processes && Processes->Waiting > 0; }
 };
 

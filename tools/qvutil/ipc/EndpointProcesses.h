@@ -13,28 +13,28 @@
 
 namespace Quorvin::Tool {
 
-/// A process, as its users know it.
+/// A process with the name that users know.
 struct ProcessName
 {
     qint64 Id = 0;
-    QString Name; ///< empty if the system does not tell
+    QString Name; ///< empty if the system does not report it
 };
 
-/// Who is at the two ends of a socket in the file system.
+/// The processes at both ends of a socket file.
 struct EndpointProcesses
 {
-    QList<ProcessName> Servers; ///< those that have the listening socket
-    QList<ProcessName> Clients; ///< those that are connected to it
-    int Connections = 0; ///< to the server; the processes of some may be unknown
+    QList<ProcessName> Servers; ///< processes that own the listening socket
+    QList<ProcessName> Clients; ///< processes that are connected to it
+    int Connections = 0; ///< number of connections, including those of unknown processes
     int Waiting = 0; ///< further connections that the server has not yet accepted
     QByteArray BoundPath; ///< path at which the listening socket was created, before any renaming
     bool IsListening = false; ///< whether a socket listens, even if its process is unknown
-    bool IsOtherSocket = false; ///< whether a socket has the file that cannot be a server's
+    bool IsOtherSocket = false; ///< whether the file belongs to a socket that cannot be a server's
 };
 
-// Each system answers these in a file of its own.
+// Each system implements these functions in a separate file.
 
-/// The sockets of the system at one moment, and the processes that have them.
+/// The sockets of the system at one time, and the processes that own them.
 class SocketSnapshot
 {
 public:
@@ -43,7 +43,7 @@ public:
     Q_DISABLE_COPY_MOVE(SocketSnapshot)
 
     /// Finds the processes at a socket without connecting to it.
-    /// \return nothing if the system does not tell; processes of other users are mostly left out
+    /// \return nothing if the system does not report them; processes of other users are usually missing
     [[nodiscard]] std::optional<EndpointProcesses> Find(const QString& path) const;
 
 private:
@@ -51,16 +51,16 @@ private:
     std::unique_ptr<Data> mData;
 };
 
-/// Finds the processes at a single socket, see SocketSnapshot::Find.
+/// Finds the processes at a single socket. See SocketSnapshot::Find.
 [[nodiscard]] inline std::optional<EndpointProcesses> FindEndpointProcesses(const QString& path)
 {
     return SocketSnapshot().Find(path);
 }
-/// \return whether a process has loaded QvUtil as a shared library; nothing if the system does not tell
+/// \return whether a process has loaded QvUtil as a shared library; nothing if unknown
 [[nodiscard]] std::optional<bool> HasLibraryLoaded(qint64 processId);
-/// \return the effective user of a process; nothing if the system does not tell
+/// \return the effective user of a process; nothing if unknown
 [[nodiscard]] std::optional<quint32> FindProcessUser(qint64 processId);
-/// \return the process at the other end of a connected socket; nothing if the system does not tell
+/// \return the process at the other end of a connected socket; nothing if unknown
 [[nodiscard]] std::optional<ProcessName> FindPeerProcess(qintptr socket);
 
 } // namespace Quorvin::Tool

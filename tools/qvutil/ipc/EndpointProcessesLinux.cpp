@@ -27,9 +27,9 @@
 
 using namespace Qt::StringLiterals;
 
-// The kernel's list of sockets says which of them belong to which file. (The list in /proc names the path at
-// which a socket was made, and Qt renames it afterwards.) Which process has a socket is seen from its open
-// files.
+// The kernel's list of sockets, requested over netlink, contains the file that each socket belongs to. (The
+// list in /proc contains the path at which a socket was created, and servers are renamed afterwards.) The
+// processes that own a socket are found through their open files.
 namespace Quorvin::Tool {
 namespace {
 
@@ -41,14 +41,14 @@ struct SocketRow
     quint8 Type = 0; // SOCK_STREAM and so on
     quint8 State = 0;
     quint32 Inode = 0;
-    quint32 FileInode = 0; // of the file that it is bound to; 0 for none
-    quint32 FileDevice = 0; // of the file, in the kernel's own form
-    QByteArray Name; // the path that was given to bind()
+    quint32 FileInode = 0; // inode of the file that the socket is bound to; 0 if there is none
+    quint32 FileDevice = 0; // device of the file, in the kernel's own format
+    QByteArray Name; // the path that was passed to bind()
     quint32 PeerInode = 0;
-    quint32 QueueSize = 0; // of a listening socket: the connections that wait to be accepted
+    quint32 QueueSize = 0; // for a listening socket: connections that wait to be accepted
 };
 
-// A plain structure at the beginning of some bytes; zero if there are too few.
+// Returns the plain structure at the beginning of some bytes; all zero if there are too few bytes.
 template <typename Plain> Plain ReadPlain(QByteArrayView bytes)
 {
     Plain plain = {};
@@ -57,7 +57,7 @@ template <typename Plain> Plain ReadPlain(QByteArrayView bytes)
     return plain;
 }
 
-// The kernel aligns headers and what follows them to four bytes.
+// The kernel aligns headers and the data after them to four bytes.
 qsizetype Aligned(qsizetype size)
 {
     return (size + 3) & ~qsizetype(3);
@@ -93,7 +93,7 @@ SocketRow ReadRow(QByteArrayView body)
 
 enum class Progress { More, Done, Failed };
 
-// One answer has many rows, each with a header and attributes.
+// Reads one answer, which has many rows, each with a header and attributes.
 Progress ReadRows(QByteArrayView answer, QList<SocketRow>& rows)
 {
     constexpr qsizetype kHeader = sizeof(nlmsghdr);
@@ -164,7 +164,7 @@ QList<quint32> SocketsOf(const QByteArray& processId)
     return sockets;
 }
 
-// The processes that have a socket open, by the inode of the socket.
+// Returns the processes that have a socket open, by the inode of the socket.
 QHash<quint32, QList<qint64>> ListOwners()
 {
     QHash<quint32, QList<qint64>> owners;
@@ -181,8 +181,8 @@ QHash<quint32, QList<qint64>> ListOwners()
     return owners;
 }
 
-// The device of a file as the kernel numbers it among sockets. It is the device of the mount, which differs
-// from st_dev on file systems with subvolumes. \return nothing if the system does not tell
+// Returns the device of a file as the kernel's list of sockets has it. This is the device of the mount, which
+// differs from st_dev on file systems with subvolumes. \return nothing if unknown
 std::optional<quint32> FindKernelDevice(const QByteArray& path)
 {
 #ifdef STATX_MNT_ID
@@ -205,7 +205,7 @@ std::optional<quint32> FindKernelDevice(const QByteArray& path)
 #else
     (void)path;
 #endif
-    return std::nullopt; // the mount lies outside the root folder of this process
+    return std::nullopt; // the mount is outside the root folder of this process
 }
 
 QList<ProcessName> NamesOf(const QSet<quint32>& sockets, const QHash<quint32, QList<qint64>>& owners)

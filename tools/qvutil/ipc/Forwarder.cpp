@@ -13,7 +13,7 @@
 namespace Quorvin::Tool {
 namespace {
 
-// With this many bytes queued the sender has to wait, as it would have to without us.
+// While this many bytes are queued, the sender has to wait, as it would without the proxy.
 constexpr qsizetype kMaxQueued = qsizetype(8) * 1024 * 1024;
 constexpr qint64 kReadBuffer = 1024 * 1024;
 
@@ -58,7 +58,7 @@ void Forwarder::Take()
 
 void Forwarder::OnWritten()
 {
-    if (mFrom.bytesAvailable() > 0) // left there while too much was queued
+    if (mFrom.bytesAvailable() > 0) // not read while too much was queued
         QTimer::singleShot(0, &mContext, [this] { Take(); });
     else
         FinishIfDone();
@@ -67,7 +67,7 @@ void Forwarder::OnWritten()
 void Forwarder::FinishIfDone()
 {
     if (mFrom.state() == QLocalSocket::UnconnectedState && mFrom.bytesAvailable() == 0 && mFrames->IsEmpty())
-        mTo.disconnectFromServer(); // writes what is left
+        mTo.disconnectFromServer(); // writes the queued bytes first
 }
 
 } // namespace Quorvin::Tool

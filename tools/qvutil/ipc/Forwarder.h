@@ -15,18 +15,18 @@
 
 namespace Quorvin::Tool {
 
-/// Hands on what comes from one socket to another: every byte, in order, and nothing else. A document that
-/// came in one piece goes on in one piece, as far as the system allows. When the sender has gone, the
-/// receiver is disconnected after its last byte.
+/// Forwards every byte from one socket to another, in order, and nothing else. A frame that arrived in a
+/// single read is forwarded in a single write, as far as the system allows. When the sender disconnects, the
+/// receiver is disconnected after the last byte.
 class Forwarder
 {
 public:
-    /// \param onBytes  told what one read has brought, after it has gone on
+    /// \param onBytes  called with the bytes of each read after they were forwarded
     Forwarder(QLocalSocket& from, QLocalSocket& to, std::function<void(const QByteArray&)> onBytes);
     ~Forwarder();
     Q_DISABLE_COPY_MOVE(Forwarder)
 
-    /// To be called as soon as \p to is connected: nothing is read before.
+    /// Starts reading. Call it as soon as \p to is connected.
     void Start();
 
 private:
@@ -37,7 +37,7 @@ private:
     QLocalSocket& mFrom;
     QLocalSocket& mTo;
     std::function<void(const QByteArray&)> mOnBytes;
-    QPointer<Util::Internal::FrameQueue> mFrames; // belongs to mTo
+    QPointer<Util::Internal::FrameQueue> mFrames; // owned by mTo
     QObject mContext; // ends the connections first
 };
 

@@ -29,7 +29,8 @@ QStringList ServerNames()
 void AddIpcCommands(CommandLine& line)
 {
     OfferValues(u"servers"_s, &ServerNames);
-    CLI::App& group = line.AddGroup("ipc", "Talk to the servers of applications, and look at what they say");
+    CLI::App& group
+        = line.AddGroup("ipc", "Exchange messages with the servers of applications, and watch them");
     AddEndpointListCommand(line, group);
     AddEndpointWatchCommand(line, group);
     AddCallCommand(line, group);

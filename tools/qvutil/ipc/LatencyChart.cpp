@@ -59,7 +59,7 @@ public:
     explicit Chart(const QList<qint64>& sorted)
         : mSorted(sorted)
     {
-        // A margin on both sides, so that equal latencies have a place too.
+        // A margin on both sides, so that equal latencies are visible too.
         constexpr double kMargin = 1.1;
         const double shortest = std::max(Percentile(sorted, 0), 0.001);
         mFrom = shortest / kMargin;
@@ -169,8 +169,8 @@ private:
         }
     }
 
-    // A dashed line for each but the longest, which is the end of the scale. Each name stands to the right of
-    // its line and below the names of shorter times, so that no line crosses a name.
+    // Draws a dashed line for each time except the longest, which is the end of the scale. Each name is to
+    // the right of its line and below the names of shorter times, so that no line crosses a name.
     void PaintMarks(SvgPicture& picture) const
     {
         double y = kTop - 44;

@@ -13,7 +13,7 @@ namespace Quorvin::Tool {
 /// \param sorted  at least one measurement in nanoseconds, the shortest first
 [[nodiscard]] double Percentile(const QList<qint64>& sorted, double share);
 
-/// A latency that is worth a name, such as the median.
+/// A named latency, such as the median.
 struct LatencyMark
 {
     QStringView Name;

@@ -24,11 +24,11 @@ using namespace Quorvin::Util;
 namespace Quorvin::Tool {
 namespace {
 
-// For the last answer to get away.
+// Time-out for writing the last answer.
 constexpr int kFinishMs = 5000;
 
 constexpr const char* kExplanation
-    = R"(Requests are answered in any case, if need be without parameters. The file for --reply holds
+    = R"(The server answers every request, by default without parameters. The file for --reply contains
 answers in JSON, each with the name of the request that it answers, or * for all others:
   {"id": "Open", "params": {"ok": true}}
   {"id": "*", "params": {}}
@@ -48,7 +48,7 @@ struct ListenOptions
 using Replies = QHash<QString, QVariantMap>;
 constexpr QStringView kAnyRequest = u"*";
 
-// One message, or an array of them, in the form in which all commands print them.
+// Reads one message or an array of messages, in the form in which all commands print them.
 Replies ReadReplies(const QString& argument)
 {
     Replies replies;
@@ -60,7 +60,7 @@ Replies ReadReplies(const QString& argument)
     return replies;
 }
 
-// The server itself is the library's, in this thread.
+// Runs the library's server in this thread.
 class Listener
 {
 public:
@@ -79,14 +79,14 @@ public:
                          [this](const MessageInfo& message) { mSession.Do([&] { Take(message); }); });
     }
 
-    // Here, since clients that are still there leave, which members are told of that are destroyed first.
+    // Stop the worker first: its clients disconnect, and the slots for that use members of this object.
     ~Listener() { mWorker.Stop(); }
     Q_DISABLE_COPY_MOVE(Listener)
 
     ExitCode Run()
     {
         if (!mWorker.Start(mOptions.Name))
-            return ExitCode::Error; // the library has said why
+            return ExitCode::Error; // the library has logged the reason
         Console::ReportError({}, u"listening at %1"_s.arg(Util::Internal::GetSocketPath(mOptions.Name)));
         (void)mSession.WaitFor([this] { return mCount >= mOptions.Count; });
         (void)mSession.WaitFor(
@@ -150,7 +150,7 @@ private:
     Replies mReplies;
     MessageLines mLines;
     Session& mSession;
-    MessageServer mOutgoing; // is not started: the worker listens to its signal
+    MessageServer mOutgoing; // not started: the worker only uses its signal
     MessageServerWorker mWorker;
     QPointer<QLocalSocket> mClient;
     int mCount = 0;
@@ -169,7 +169,7 @@ ExitCode Listen(const ListenOptions& options)
 void AddListenCommand(CommandLine& line, CLI::App& group)
 {
     auto options = std::make_shared<ListenOptions>();
-    CLI::App& listen = line.AddCommand(group, "listen", "Be a server that prints every message",
+    CLI::App& listen = line.AddCommand(group, "listen", "Run a server that prints every message",
                                        "qvutil ipc listen viewer\n"
                                        "qvutil ipc listen viewer --echo --count 1 --json\n"
                                        "qvutil ipc listen viewer --reply answers.json",
@@ -177,11 +177,13 @@ void AddListenCommand(CommandLine& line, CLI::App& group)
     AddExplanation(listen, kExplanation);
     AddText(listen, "NAME", options->Name, "The server's name")->required();
     listen.add_flag("--echo", options->Echo, "Answer each request with its own parameters");
-    AddText(listen, "--reply", options->ReplyFile, "JSON file with answers; they come before --echo")
+    AddText(listen, "--reply", options->ReplyFile,
+            "JSON file with answers, which take precedence over --echo")
         ->type_name("FILE");
-    AddNumber(listen, "--count", options->Count, {.Min = 1}, "End after this many messages")->type_name("N");
-    listen.add_flag("--quiet", options->Quiet, "Print no messages, as when speed is measured");
-    listen.add_flag("--replace", options->Replace, "Take the name away from a server that listens");
+    AddNumber(listen, "--count", options->Count, {.Min = 1}, "Stop after this number of messages")
+        ->type_name("N");
+    listen.add_flag("--quiet", options->Quiet, "Print no messages, for example to measure speed");
+    listen.add_flag("--replace", options->Replace, "Take over the name of a running server");
     AddJsonFlag(listen, options->Json);
 }
 

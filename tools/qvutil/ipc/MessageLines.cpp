@@ -23,7 +23,7 @@ QString KindOf(const MessageInfo& message)
     return message.IsResponse ? u"answer"_s : message.NeedResponse ? u"request"_s : u"message"_s;
 }
 
-// The time of day is enough for people; programs get the date and the zone too.
+// Returns the time: only the time of day for people, with date and time zone for programs.
 QString TimeText()
 {
     return QDateTime::currentDateTime().toString(u"HH:mm:ss.zzz"_s);

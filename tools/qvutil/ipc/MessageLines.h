@@ -11,8 +11,8 @@
 
 namespace Quorvin::Tool {
 
-/// Prints messages as they come: in text a line with the time, and one for each parameter; in JSON one line
-/// in all. What is printed is seen at once.
+/// Prints messages as they arrive, without buffering. As text, a message is one line with the time and one
+/// line for each parameter; as JSON, it is one line.
 class MessageLines
 {
 public:
@@ -21,13 +21,14 @@ public:
     { }
 
     /// Prints a message.
-    /// \param direction  "client > server", or empty where there is only one
-    /// \param notes      further members of the JSON object; in text the strings of them follow the message
+    /// \param direction  for example "to server"; empty if there is only one direction
+    /// \param notes      further members of the JSON object; as text, those that are strings follow the
+    /// message
     void Print(const Util::MessageInfo& message, const QString& direction = {},
                const QJsonObject& notes = {}) const;
-    /// Prints that something else has happened.
-    /// \param event  for programs: "connected"
-    /// \param text   for people
+    /// Prints another event.
+    /// \param event  name for programs, for example "connected"
+    /// \param text   description for people
     void PrintEvent(const QString& event, const QString& text, const QString& direction,
                     QJsonObject notes = {}) const;
 
@@ -35,8 +36,8 @@ private:
     bool mJson;
 };
 
-/// Prints the parameters of a message, one on a line.
-/// \param indent   what each line begins with
+/// Prints the parameters of a message, one per line.
+/// \param indent   the beginning of each line
 /// \param longest  as for ParameterToText
 void PrintParameters(const QVariantMap& parameters, const QString& indent, qsizetype longest);
 

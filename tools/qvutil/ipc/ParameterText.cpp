@@ -26,15 +26,15 @@ QByteArray ReadBytes(const QString& argument)
     return bytes.isNull() ? QByteArray("") : bytes;
 }
 
-// Of any kind: QJsonDocument itself takes objects and arrays only.
+// Reads a JSON value of any type; QJsonDocument itself accepts only objects and arrays.
 QVariant ReadJson(const QString& text, const QString& key)
 {
     QJsonParseError error;
     const QJsonDocument document = QJsonDocument::fromJson(u'[' + text.toUtf8() + ']', &error);
     if (error.error != QJsonParseError::NoError)
-        throw UsageFailure(u"%1: no JSON: %2"_s.arg(key, error.errorString()));
+        throw UsageFailure(u"%1: malformed JSON: %2"_s.arg(key, error.errorString()));
     if (document.array().size() != 1)
-        throw UsageFailure(u"%1: no JSON: one value is wanted"_s.arg(key));
+        throw UsageFailure(u"%1: malformed JSON: exactly one value is required"_s.arg(key));
     return ValueFromJson({.Value = document.array().first(), .Types = {}}, key);
 }
 
@@ -55,8 +55,9 @@ QVariantMap ReadParameters(const QStringList& texts)
     for (const QString& text : texts) {
         const qsizetype equals = text.indexOf(u'=');
         if (equals <= 0)
-            throw UsageFailure(u"%1 is no parameter; parameters are KEY=TEXT, KEY:TYPE=VALUE, KEY:=JSON or "
-                               "KEY=@FILE"_s.arg(Console::Quoted(text)));
+            throw UsageFailure(
+                u"%1 is not a parameter; parameters are KEY=TEXT, KEY:TYPE=VALUE, KEY:=JSON or "
+                "KEY=@FILE"_s.arg(Console::Quoted(text)));
         const QString left = text.first(equals);
         const QString value = text.sliced(equals + 1);
         const qsizetype colon = left.lastIndexOf(u':');
@@ -82,12 +83,13 @@ MessageInfo ReadMessage(const QString& id, const QString& file, const QStringLis
         const InputFile input(file);
         const QList<MessageInfo> messages = ReadMessages(input.ReadAll(), input.Name());
         if (messages.size() > 1)
-            throw Failure(input.Name(), u"there are %1 messages; one is wanted"_s.arg(messages.size()));
+            throw Failure(input.Name(),
+                          u"there are %1 messages, but exactly one is required"_s.arg(messages.size()));
         message.Params = messages.first().Params;
     }
     message.Id = id;
     message.Params.insert(ReadParameters(parameters));
-    // Once more as JSON: a text that no receiver could read is refused there.
+    // The conversion to JSON and back rejects texts that no receiver could read.
     (void)MessageFromJson(MessageToJson(message), id);
     return message;
 }
@@ -108,7 +110,7 @@ QString ParameterToText(const QString& key, const QVariant& value, qsizetype lon
             = shown.isObject() ? QJsonDocument(shown.toObject()) : QJsonDocument(shown.toArray());
         text = Console::Visible(QString::fromUtf8(document.toJson(QJsonDocument::Compact)));
     } else if (shown.isNull()) {
-        return name + u" (a value of a type that does not travel)"_s;
+        return name + u" (a value of a type that cannot be sent)"_s;
     } else {
         text = Console::Visible(shown.toVariant().toString());
     }

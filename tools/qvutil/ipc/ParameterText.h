@@ -15,24 +15,24 @@ namespace Quorvin::Tool {
 // Parameters of a message on the command line:
 //
 //     KEY=TEXT          a text
-//     KEY:TYPE=VALUE    a value of a type that travels: bool, int, uint, longlong, double, string,
-//     stringlist,
-//                       bytearray (as base64), map, list
-//     KEY:=JSON         a value of JSON
+//     KEY:TYPE=VALUE    a value of a type that can be sent: bool, int, uint, longlong, double, string,
+//                       stringlist, bytearray (as base64), map, list
+//     KEY:=JSON         a JSON value
 //     KEY=@FILE         the bytes of a file; - is standard input
 //     KEY=@@TEXT        a text that begins with @
 
-/// Reads parameters as they are given on the command line. Throws UsageFailure, or Failure for a file.
+/// Reads parameters from the command line. Throws UsageFailure, or Failure for a file.
 [[nodiscard]] QVariantMap ReadParameters(const QStringList& texts);
 
-/// Makes a message of what is given on the command line.
-/// \param file        file with the message as JSON, whose parameters come first; empty for none
-/// Throws like ReadParameters, and if the message cannot be sent as it is.
+/// Makes a message from the command line. Throws like ReadParameters, and if the message cannot be sent
+/// unchanged.
+/// \param file        file with the message as JSON, whose parameters come first; may be empty
 [[nodiscard]] Util::MessageInfo ReadMessage(const QString& id, const QString& file,
                                             const QStringList& parameters);
 
-/// Writes one parameter as it would be given, but on one line, and with the type of everything that is no
-/// text. \param longest  characters of the value that are shown at the most; 0 for all
+/// Formats one parameter as on the command line, but always as one line, and with the type unless it is a
+/// text.
+/// \param longest  maximum number of characters of the value; 0 for no limit
 [[nodiscard]] QString ParameterToText(const QString& key, const QVariant& value, qsizetype longest);
 
 } // namespace Quorvin::Tool

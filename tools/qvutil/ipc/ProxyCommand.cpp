@@ -24,9 +24,9 @@ namespace {
 constexpr int kConnectMs = 2000;
 
 constexpr const char* kExplanation
-    = R"(A server has one client: to look on as a second one would replace the first. So let the
-client connect to the name given by --as. For each client that does, the command connects to
-the server, and hands on every byte as it is, both ways. It ends with SIGINT (Ctrl+C) or
+    = R"(A server has one client, so a second client that only watches would displace it. Instead, let
+the client connect to the name given by --as. The command connects to the server for each
+client, and forwards every byte unchanged in both directions. It ends with SIGINT (Ctrl+C) or
 SIGTERM.)";
 
 struct ProxyOptions
@@ -37,7 +37,7 @@ struct ProxyOptions
     bool Json = false;
 };
 
-// A client, the server that it wants to talk to, and what goes between them.
+// A client, its server, and the bytes between them.
 class Pair
 {
 public:
@@ -51,10 +51,10 @@ public:
     { }
     ~Pair()
     {
-        // Nothing is printed any more, and nobody called back.
+        // Print nothing more, and call no slots.
         mServer.disconnect();
         mClient->disconnect();
-        mClient.release()->deleteLater(); // one of its signals may be under way
+        mClient.release()->deleteLater(); // it may be emitting a signal
     }
     Q_DISABLE_COPY_MOVE(Pair)
 
@@ -70,7 +70,7 @@ public:
         mToClient.Start();
     }
 
-    /// Says what was left over when both ends have gone.
+    /// Reports incomplete frames after both ends have disconnected.
     void Finish()
     {
         mToServerPrinter.Finish();
@@ -127,7 +127,7 @@ public:
     }
 
 private:
-    // As a server does, one client at a time is served, the newest.
+    // Serves one client at a time, the newest, as a server does.
     void Accept()
     {
         std::unique_ptr<QLocalSocket> client(mServer.nextPendingConnection());
@@ -137,9 +137,9 @@ private:
         const std::optional<ProcessName> process = FindPeerProcess(client->socketDescriptor());
         Console::ReportError(
             {}, u"a client has connected: process %1"_s.arg(process ? ToText(*process) : u"unknown"_s));
-        DropPair(u"a new one takes its place"_s);
+        DropPair(u"a new client displaces it"_s);
         mPair = std::make_unique<Pair>(mSession, mLines, client.release());
-        // Before the bytes are handed on, so that the end that goes first is told first.
+        // Connect these before the forwarders do, so that the end that disconnects first is reported first.
         for (QLocalSocket* end : {&mPair->Client(), &mPair->Server()}) {
             QObject::connect(end, &QLocalSocket::disconnected, end,
                              [this, end] { mSession.Do([this, end] { OnDisconnected(*end); }); });
@@ -148,11 +148,11 @@ private:
             mPair->Connect(mOptions.Name);
         } catch (const LinkFailure& failure) {
             Console::ReportError(mOptions.Name, failure.Reason);
-            DropPair(u"there is no server for it"_s);
+            DropPair(u"the server cannot be reached"_s);
         }
     }
 
-    // Ends what is there, and tells of each end that had not gone by itself.
+    // Ends both connections, and reports each end that has not disconnected itself.
     void DropPair(const QString& reason)
     {
         if (!mPair)
@@ -187,7 +187,7 @@ private:
 ExitCode RunProxy(const ProxyOptions& options)
 {
     if (Util::Internal::GetSocketPath(options.Name) == Util::Internal::GetSocketPath(options.As))
-        throw UsageFailure(u"NAME and --as are the same: clients must be told the name given by --as"_s);
+        throw UsageFailure(u"NAME and --as are the same; clients must connect to the name given by --as"_s);
     RequireFreeEndpoint(options.As, options.Replace);
     Session session(Session::EndsOnSignals);
     return Proxy(options, session).Run();
@@ -199,16 +199,16 @@ void AddProxyCommand(CommandLine& line, CLI::App& group)
 {
     auto options = std::make_shared<ProxyOptions>();
     CLI::App& proxy
-        = line.AddCommand(group, "proxy", "Stand between a client and a server, and print what they say",
+        = line.AddCommand(group, "proxy", "Forward messages between a client and a server, and print them",
                           "qvutil ipc proxy viewer --as viewer-watched\n"
                           "qvutil ipc proxy viewer --as viewer-watched --json > traffic.jsonl",
                           [options] { return RunProxy(*options); });
     AddExplanation(proxy, kExplanation);
     AddText(proxy, "NAME", options->Name, "The server's name")->required();
-    AddText(proxy, "--as", options->As, "The name at which to listen for clients")
+    AddText(proxy, "--as", options->As, "The name under which to listen for clients")
         ->type_name("OTHER")
         ->required();
-    proxy.add_flag("--replace", options->Replace, "Take the name OTHER away from a server that listens");
+    proxy.add_flag("--replace", options->Replace, "Take over the name OTHER of a running server");
     AddJsonFlag(proxy, options->Json);
 }
 

@@ -22,7 +22,7 @@ namespace {
 
 constexpr int kRetryMs = 50;
 
-// Problems that time may solve, as a server starts.
+// Returns whether the problem may disappear, because the server may be about to start.
 bool MayGoAway(const EndpointProblem& problem)
 {
     return problem.Code == "missing"_L1 || problem.Code == "stale"_L1 || problem.Code == "no-folder"_L1;
@@ -49,8 +49,8 @@ void RequireTrustedServer(const QLocalSocket& socket)
     const std::optional<quint32> user = Util::Platform::GetPeerUserId(socket.socketDescriptor());
     if (user && !Util::Internal::IsTrustedUser(*user, Util::Platform::GetUserId())) {
         throw LinkFailure(
-            u"the server runs as the user %1; clients talk only to servers of their own user, or "
-            "of root"_s.arg(UserName(*user)));
+            u"the server runs as the user %1; clients accept only servers of the same user or of "
+            "root"_s.arg(UserName(*user)));
     }
 }
 
@@ -73,7 +73,7 @@ bool ServerLink::TryToConnect(QDeadlineTimer deadline)
 
 QString ServerLink::WhyNotConnected() const
 {
-    // Nothing has gone wrong there: connections wait in a queue, and that is full.
+    // This is no error: connections wait in the server's queue, which is full.
     return mSocket.state() == QLocalSocket::ConnectingState
         ? u"the server did not accept the connection in time"_s
         : u"cannot connect: "_s + mSocket.errorString();
@@ -105,7 +105,7 @@ void ServerLink::Send(const MessageInfo& message, QDeadlineTimer deadline)
     const bool inTime = mSession.WaitFor(
         [this] { return !IsConnected() || (mWritten > 0 && mSocket.bytesToWrite() == 0); }, deadline);
     if (!inTime)
-        throw LinkFailure(u"the server did not take the message in time"_s);
+        throw LinkFailure(u"the server did not read the message in time"_s);
     if (!IsConnected() && (mWritten == 0 || mSocket.bytesToWrite() != 0))
         throw LinkFailure(u"the connection was lost before the message was written"_s);
 }
@@ -126,9 +126,9 @@ MessageInfo ServerLink::Ask(MessageInfo request, QDeadlineTimer deadline)
     if (const auto answer = findAnswer(); answer != mReceived.cend())
         return *answer;
     if (inTime)
-        throw LinkFailure(u"the connection was lost before an answer came: the server has ended, or another "
-                          "client has taken the place of this one"_s);
-    throw LinkFailure(u"no answer came in time"_s);
+        throw LinkFailure(u"the connection was lost before an answer arrived: the server has ended, or "
+                          "another client has displaced this one"_s);
+    throw LinkFailure(u"no answer arrived in time"_s);
 }
 
 void ServerLink::Close(QDeadlineTimer deadline)

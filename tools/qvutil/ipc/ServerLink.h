@@ -18,20 +18,20 @@
 
 namespace Quorvin::Tool {
 
-/// Why a server cannot be talked to. Commands print it and answer no.
+/// The reason why a server cannot be reached. Commands print it and exit with 1.
 class LinkFailure : public std::exception
 {
 public:
     explicit LinkFailure(const QString& reason)
         : Reason(reason)
     { }
-    [[nodiscard]] const char* what() const noexcept override { return "a server cannot be talked to"; }
+    [[nodiscard]] const char* what() const noexcept override { return "the server cannot be reached"; }
 
     QString Reason;
 };
 
-/// A client of a server, as the library's own is, but in this thread, and such that it can tell what went
-/// wrong. Its operations throw LinkFailure.
+/// A client like the library's own, but without a thread, and with reasons for failures. Its operations throw
+/// LinkFailure.
 class ServerLink
 {
 public:
@@ -43,9 +43,9 @@ public:
     void Connect(bool waitForServer, QDeadlineTimer deadline);
     /// Writes a message, and waits until it is written.
     void Send(const Util::MessageInfo& message, QDeadlineTimer deadline);
-    /// Sends a request; its identity is made here. \return the answer
+    /// Sends a request with a new unique id. \return the answer
     [[nodiscard]] Util::MessageInfo Ask(Util::MessageInfo request, QDeadlineTimer deadline);
-    /// Disconnects after all that is written has gone.
+    /// Disconnects after all bytes were written.
     void Close(QDeadlineTimer deadline);
 
     [[nodiscard]] const QLocalSocket& Socket() const { return mSocket; }
@@ -58,14 +58,14 @@ private:
     Session& mSession;
     QString mName;
     QLocalSocket mSocket;
-    QPointer<Util::Internal::MessageWriter> mWriter; // belongs to mSocket
+    QPointer<Util::Internal::MessageWriter> mWriter; // owned by mSocket
     QList<Util::MessageInfo> mReceived;
     int mWritten = 0;
 };
 
-/// Throws LinkFailure if no client can talk to a server of that name, as far as the system tells.
+/// Throws LinkFailure if no client can connect to a server of that name, as far as the system reports.
 void RequireServer(const QString& name);
-/// Throws LinkFailure if the process at the other end runs as a user whose servers clients do not talk to.
+/// Throws LinkFailure if the process at the other end runs as a user whose servers clients do not accept.
 void RequireTrustedServer(const QLocalSocket& socket);
 
 } // namespace Quorvin::Tool

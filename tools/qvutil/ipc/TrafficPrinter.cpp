@@ -16,10 +16,10 @@ using Quorvin::Util::Internal::kFrameStartBytes;
 namespace Quorvin::Tool {
 namespace {
 
-// What never becomes a document is not collected for ever.
+// Maximum size of an incomplete frame.
 constexpr qsizetype kMaxPending = qsizetype(64) * 1024 * 1024;
 
-// Whether a document begins there that the next bytes may complete.
+// Returns whether the bytes are the beginning of a frame that the next bytes may complete.
 bool MayGoOn(QByteArrayView bytes)
 {
     return bytes.size() < kMaxPending
@@ -34,7 +34,7 @@ void TrafficPrinter::Take(const QByteArray& bytes)
     const bool wasPending = !mPending.isEmpty();
     mPending += bytes;
     ++mPendingReads;
-    // To read the beginning of a large document once more with each of its parts would take long.
+    // Do not parse the beginning of a large frame again with each of its parts, which would take too long.
     const bool hasNewStart = mPending.indexOf(kFrameStartBytes, newStart) >= 0;
     const bool mayEndHere
         = QByteArrayView(mPending).last(std::min<qsizetype>(mPending.size(), 16)).trimmed().endsWith('>');
@@ -47,7 +47,7 @@ void TrafficPrinter::Take(const QByteArray& bytes)
         QJsonObject notes{{u"bytes"_s, piece.Bytes.size()}};
         const int readsOfPiece = piece.Offset == 0 ? reads : 1;
         if (readsOfPiece > 1)
-            notes.insert(u"split"_s, u"came in %1 reads: the library loses it"_s.arg(readsOfPiece));
+            notes.insert(u"split"_s, u"arrived in %1 reads: the library loses it"_s.arg(readsOfPiece));
         const bool isLast = piece.Offset + piece.Bytes.size() == all.size();
         if (piece.Message) {
             mLines.Print(*piece.Message, mDirection, notes);
@@ -70,9 +70,9 @@ void TrafficPrinter::Finish()
 void TrafficPrinter::PrintUnreadable(const MessagePiece& piece) const
 {
     if (piece.Bytes.trimmed().isEmpty())
-        return; // white space between documents is allowed to everybody
+        return; // white space between frames is allowed
     const qsizetype size = piece.Bytes.size();
-    mLines.PrintEvent(u"unreadable"_s, u"%1 bytes that are no message: %2"_s.arg(size).arg(piece.Problem),
+    mLines.PrintEvent(u"unreadable"_s, u"%1 bytes that are not a message: %2"_s.arg(size).arg(piece.Problem),
                       mDirection, {{u"bytes"_s, size}, {u"problem"_s, piece.Problem}});
 }
 

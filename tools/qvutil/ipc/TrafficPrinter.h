@@ -12,8 +12,8 @@
 
 namespace Quorvin::Tool {
 
-/// Prints the messages in the bytes that go one way. Unlike the library it puts together what comes in
-/// several reads, and says so.
+/// Prints the messages in the bytes of one direction. Unlike the library, it joins frames that arrive in
+/// several reads, and reports them.
 class TrafficPrinter
 {
 public:
@@ -22,9 +22,9 @@ public:
         , mDirection(direction)
     { }
 
-    /// Takes what one read has brought.
+    /// Adds the bytes of one read.
     void Take(const QByteArray& bytes);
-    /// Says what is left when the connection has ended.
+    /// Reports the remaining bytes after the connection has ended.
     void Finish();
 
 private:
@@ -32,7 +32,7 @@ private:
 
     const MessageLines& mLines;
     QString mDirection;
-    QByteArray mPending; // the beginning of a document
+    QByteArray mPending; // an incomplete frame
     int mPendingReads = 0;
 };
 

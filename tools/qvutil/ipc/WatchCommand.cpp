@@ -48,7 +48,7 @@ bool HaveSameServer(const EndpointEntry& a, const EndpointEntry& b)
     return ServersOf(a).isEmpty() || servers.isEmpty() || Contains(servers, ServersOf(a).first());
 }
 
-/// Reports what becomes of the servers from one look to the next.
+/// Reports how the servers change from one check to the next.
 class Watcher
 {
 public:
@@ -152,21 +152,22 @@ ExitCode Watch(const WatchOptions& options)
 void AddEndpointWatchCommand(CommandLine& line, CLI::App& group)
 {
     auto options = std::make_shared<WatchOptions>();
-    CLI::App& watch
-        = line.AddCommand(group, "watch", "Show which servers and clients come and go, until interrupted",
-                          "qvutil ipc watch\n"
-                          "qvutil ipc watch --json | jq --unbuffered -r 'select(.event == \"died\").name'",
-                          [options] { return Watch(*options); });
+    CLI::App& watch = line.AddCommand(
+        group, "watch", "Show servers and clients that appear and disappear, until interrupted",
+        "qvutil ipc watch\n"
+        "qvutil ipc watch --json | jq --unbuffered -r 'select(.event == \"died\").name'",
+        [options] { return Watch(*options); });
     AddExplanation(
         watch,
-        "Draws the table of qvutil ipc list on a terminal, with the last events below it. Elsewhere,\n"
+        "Updates the table of qvutil ipc list on a terminal, with the latest events below it. Otherwise,\n"
         "each event is a line: \"ended\" if a server has removed its socket file, \"died\" if its\n"
         "process has left the file behind. Connects to no server.");
     watch.add_flag("--all", options->All, "Watch the sockets of other programs too");
-    AddNumber(watch, "--count", options->Count, {.Min = 1, .Max = 1000000000}, "End after this many events")
+    AddNumber(watch, "--count", options->Count, {.Min = 1, .Max = 1000000000},
+              "Stop after this number of events")
         ->type_name("N");
     AddNumber(watch, "--interval", options->IntervalMs, {.Min = 1, .Max = 3600000},
-              "Time between two looks, 1000 if not given")
+              "Milliseconds between two checks (default 1000)")
         ->type_name("MS");
     AddJsonFlag(watch, options->Json);
 }

@@ -35,8 +35,8 @@ ExitCode Find(const LocaleOptions& options)
 
 void AddLocaleFindCommand(CommandLine& line, CLI::App& group)
 {
-    AddLocaleCommand(line, group, "find", "Find the locales whose names or identifier contain all the texts",
-                     "qvutil locale find canada", &Find, "TEXT", "Text to look for, in any case");
+    AddLocaleCommand(line, group, "find", "Find locales whose names or identifiers contain all texts",
+                     "qvutil locale find canada", &Find, "TEXT", "Text to search for, ignoring case");
 }
 
 } // namespace Quorvin::Tool

@@ -22,7 +22,7 @@ ExitCode List(const LocaleOptions& options)
 
 void AddLocaleListCommand(CommandLine& line, CLI::App& group)
 {
-    AddLocaleCommand(line, group, "list", "List all locales of the table", "qvutil locale list --json",
+    AddLocaleCommand(line, group, "list", "List all locales in the table", "qvutil locale list --json",
                      &List);
 }
 

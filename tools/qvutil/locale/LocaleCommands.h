@@ -21,25 +21,25 @@ void AddLocaleFindCommand(CommandLine& line, CLI::App& group);
 void AddLocaleCurrentCommand(CommandLine& line, CLI::App& group);
 void AddLocaleListCommand(CommandLine& line, CLI::App& group);
 
-/// What the commands need.
+/// The options of the commands.
 struct LocaleOptions
 {
     QStringList Texts;
     bool Json = false;
 };
-/// Adds a command, which takes texts if they have a description.
+/// Adds a command. It takes texts if a description of them is passed.
 void AddLocaleCommand(CommandLine& line, CLI::App& group, const std::string& name,
                       const std::string& description, const std::string& examples,
                       ExitCode (*run)(const LocaleOptions&), const std::string& argument = {},
                       const std::string& argumentDescription = {});
 
-/// An identifier as people write it: 0x0409.
+/// Formats an identifier in the usual way: 0x0409.
 [[nodiscard]] QString IdentifierText(quint32 lcid);
 /// Adds a locale to a list.
 void AddLocale(Report& report, const Util::Internal::LocaleRecord& record);
 /// Returns the names of all locales.
 [[nodiscard]] QStringList LocaleNames();
-/// The record of a name, or of an identifier (0x0409 or 1033); null if there is none.
+/// Returns the record for a name or an identifier (0x0409 or 1033); null if there is none.
 [[nodiscard]] const Util::Internal::LocaleRecord* FindRecord(const QString& text);
 
 } // namespace Quorvin::Tool

@@ -63,7 +63,7 @@ ExitCode Decode(const DecodeOptions& options)
     for (const QString& file : files) {
         try {
             code = std::max(code, DecodeFile(InputFile(file), options.Indent));
-        } catch (const Failure& failure) { // the other files are still of interest
+        } catch (const Failure& failure) { // continue with the other files
             Console::ReportError(failure.Subject, failure.Reason);
             code = ExitCode::Error;
         }
@@ -77,18 +77,18 @@ void AddMessageDecodeCommand(CommandLine& line, CLI::App& group)
 {
     auto options = std::make_shared<DecodeOptions>();
     CLI::App& decode
-        = line.AddCommand(group, "decode", "Print captured messages as JSON, one a line",
+        = line.AddCommand(group, "decode", "Print captured messages as JSON, one per line",
                           "qvutil message decode capture.bin\n"
                           "qvutil message decode capture.bin | jq -c 'select(.needResponse).params'\n"
                           "qvutil message decode < capture.bin",
                           [options] { return Decode(*options); });
     AddExplanation(
         decode,
-        "Reads the bytes as a receiver does. If there are bytes that a receiver would skip, or XML that\n"
-        "is no message, their place is reported on standard error, and the exit code is 1. Values are\n"
-        "plain JSON. Where JSON does not show the type of a value, the object \"types\" does, so that\n"
-        "encode writes the same document again.");
-    AddTexts(decode, "FILE", options->Files, "Captured bytes; - or nothing for standard input");
+        "Reads the bytes as a receiver does. Reports bytes that a receiver would skip, and XML that is\n"
+        "not a message, on standard error with their position; the exit code is then 1. Values are plain\n"
+        "JSON. The object \"types\" names the types that JSON cannot express, so that encode writes the\n"
+        "same frame again.");
+    AddTexts(decode, "FILE", options->Files, "File with captured bytes; - or none for standard input");
     decode.add_flag("--indent", options->Indent, "Print each message on several lines, for people to read");
 }
 

@@ -44,15 +44,15 @@ void AddMessageEncodeCommand(CommandLine& line, CLI::App& group)
 {
     auto options = std::make_shared<EncodeOptions>();
     CLI::App& encode = line.AddCommand(
-        group, "encode", "Write messages that are given as JSON as the bytes that travel",
+        group, "encode", "Convert messages from JSON to the bytes that are sent",
         "qvutil message encode message.json --output message.bin\n"
         "echo '{\"id\": \"Resize\", \"params\": {\"width\": 640}}' | qvutil message encode\n"
         "qvutil message decode capture.bin | sed s/640/800/ | qvutil message encode > changed.bin",
         [options] { return Encode(*options); });
     AddExplanation(encode,
-                   "A message is an object as decode prints it; only \"id\" must be there. The input is one\n"
-                   "object, several of them, or a list.");
-    AddText(encode, "FILE", options->File, "JSON to read; - or nothing for standard input");
+                   "A message is an object as decode prints it; only \"id\" is required. The input is one\n"
+                   "object, several objects, or a list.");
+    AddText(encode, "FILE", options->File, "File with JSON; - or none for standard input");
     AddText(encode, "--output,-o", options->Output, "Write to this file instead of standard output")
         ->type_name("FILE");
 }

@@ -12,8 +12,8 @@ namespace Quorvin::Tool {
 
 class CommandLine;
 
-// The commands of `qvutil message`, in the order of its help: they look into captured messages, bytes that
-// were recorded between two processes or stand in a file.
+// The commands of `qvutil message`, in the order of its help. They read captured messages: bytes that were
+// recorded between two processes or written to a file.
 void AddMessageDecodeCommand(CommandLine& line, CLI::App& group);
 void AddMessageEncodeCommand(CommandLine& line, CLI::App& group);
 void AddMessageSplitCommand(CommandLine& line, CLI::App& group);

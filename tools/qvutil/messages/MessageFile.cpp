@@ -19,7 +19,7 @@ using Quorvin::Util::XmlFiler;
 namespace Quorvin::Tool {
 namespace {
 
-// Where the last of some bytes stands; the parser of JSON tells how far it has read.
+// Returns the line and column of the last of some bytes. The JSON parser reports only how far it has read.
 QString PlaceOf(const QString& name, QByteArrayView before)
 {
     const QByteArrayView line = before.sliced(before.lastIndexOf('\n') + 1);
@@ -28,7 +28,7 @@ QString PlaceOf(const QString& name, QByteArrayView before)
         .arg(std::max<qsizetype>(QString::fromUtf8(line).size(), 1));
 }
 
-/// The JSON values of a text, one after another, whatever white space there is between them.
+/// Reads the JSON values in a text, which may be separated by white space.
 class JsonValues
 {
 public:
@@ -40,7 +40,7 @@ public:
     }
 
     [[nodiscard]] bool AtEnd() const { return mStart == mText.size(); }
-    /// What to call the next one in messages.
+    /// Returns the place of the next value, for error messages.
     [[nodiscard]] QString Place() const { return u"%1:%2"_s.arg(mName).arg(mLine); }
 
     [[nodiscard]] QJsonDocument Next()
@@ -49,7 +49,7 @@ public:
         QJsonParseError error = {};
         QJsonDocument document = QJsonDocument::fromJson(rest, &error);
         qsizetype size = rest.size();
-        if (error.error == QJsonParseError::GarbageAtEnd) { // the next value, mostly
+        if (error.error == QJsonParseError::GarbageAtEnd) { // usually the next value
             size = error.offset;
             document = QJsonDocument::fromJson(rest.first(size), &error);
         }
@@ -62,7 +62,7 @@ public:
     }
 
 private:
-    // Counts the lines on the way: to count them anew for each value would take long.
+    // Counts lines incrementally: counting from the beginning for each value would take too long.
     void MoveTo(qsizetype position)
     {
         mLine += QByteArrayView(mText).sliced(mStart, position - mStart).count('\n');
@@ -83,20 +83,20 @@ private:
     qsizetype mLine = 1; // of mStart
 };
 
-// A receiver takes any document for a message, one without a name if there is none; it would answer with
-// nothing. In a capture such a document was hardly meant to be one.
+// Returns why a document is not a message; empty if it is one. A receiver accepts any document as a message,
+// possibly without a name. In a capture, however, a document with another root element is not a message.
 QString WhyNoMessage(const MessagePiece& piece)
 {
     if (!piece.Message || !piece.Message->Id.isEmpty())
         return {};
     QString document = QString::fromUtf8(piece.Bytes);
-    if (!document.startsWith(Util::Internal::kFrameStart)) // a receiver adds what is missing
+    if (!document.startsWith(Util::Internal::kFrameStart)) // a receiver adds a missing start
         document.prepend(Util::Internal::kFrameStart);
     XmlFiler filer;
     if (!filer.LoadFromXmlString(document))
         return {};
     const QString root = filer.GetCurrentNode().nodeName();
-    return root == "Message"_L1 ? QString() : u"the root element is %1: this is no message"_s.arg(root);
+    return root == "Message"_L1 ? QString() : u"the root element is %1: this is not a message"_s.arg(root);
 }
 
 } // namespace

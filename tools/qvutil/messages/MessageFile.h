@@ -17,16 +17,16 @@
 
 namespace Quorvin::Tool {
 
-/// The argument, or "-" for standard input if there is none, as after a pipe.
+/// Returns the argument; "-" for standard input if it is empty.
 [[nodiscard]] QString OrStandardInput(const QString& argument);
 
-/// Cuts captured bytes into pieces like ForEachMessagePiece. Documents that are no messages are skipped as
-/// well, like those that do not load.
+/// Splits captured bytes into pieces like ForEachMessagePiece. Documents that are not messages are skipped
+/// too, like those that do not load.
 void ForEachCapturedPiece(QByteArrayView bytes, const std::function<void(const MessagePiece&)>& visit);
 
-/// Reads messages in JSON: one object, several of them, or a list, see MessageText.h.
-/// \param name  what to call the text in messages
-/// \return at least one; throws Failure if there is none, or something else
+/// Reads messages in JSON: one object, several objects, or a list. See MessageText.h.
+/// \param name  name of the text in error messages
+/// \return at least one message; throws Failure if there is none, or if the text contains anything else
 [[nodiscard]] QList<Util::MessageInfo> ReadMessages(const QByteArray& text, const QString& name);
 
 } // namespace Quorvin::Tool

@@ -28,7 +28,7 @@ using Quorvin::Util::Internal::XmlProblemKind;
 
 namespace Quorvin::Tool {
 
-/// A value that was lost on its way: all that is known of it is the name of its type.
+/// A value that was not sent: only the name of its type is known.
 struct LostValue
 {
     QString Type;
@@ -41,7 +41,7 @@ Q_DECLARE_METATYPE(Quorvin::Tool::LostValue)
 namespace Quorvin::Tool {
 namespace {
 
-// Programs keep JSON's numbers as doubles, which have all whole numbers up to here.
+// Programs store JSON numbers as doubles, which represent all whole numbers up to this one.
 constexpr qint64 kMaxExact = qint64{1} << 53;
 
 [[noreturn]] void FailAt(const QString& place, const QString& reason)
@@ -58,7 +58,7 @@ QString Describe(const QJsonValue& json)
 
 [[noreturn]] void FailForType(const QString& place, const QJsonValue& json, const QString& type)
 {
-    FailAt(place, u"%1 is no value of the type %2"_s.arg(Describe(json), type));
+    FailAt(place, u"%1 is not a value of type %2"_s.arg(Describe(json), type));
 }
 
 std::optional<qint64> WholeNumber(const QJsonValue& json)
@@ -97,13 +97,13 @@ std::optional<QVariant> BytesFrom(const QJsonValue& json)
     return result ? std::optional<QVariant>(*result) : std::nullopt;
 }
 
-// Documents cannot hold every character, nor be read if one is written all the same.
+// Rejects characters that XML does not allow: a frame that contains one cannot be read.
 void RequireCharacters(const QString& text, const QString& place)
 {
     const qsizetype at = Util::Internal::FindNonXmlCharacter(text);
     if (at >= 0) {
         FailAt(place,
-               u"holds the character %1, which a message cannot hold"_s.arg(
+               u"contains the character %1, which XML does not allow"_s.arg(
                    Console::CodePoint(text.at(at).unicode())));
     }
 }
@@ -112,7 +112,7 @@ QString TextFrom(const QJsonValue& json, const QString& place)
 {
     const QString text = json.toString();
     RequireCharacters(text, place);
-    // An empty text from a document is a null one.
+    // An empty text that is read from a document is null.
     return text.isEmpty() ? QString() : text;
 }
 
@@ -132,7 +132,7 @@ QVariantMap MapFrom(const QJsonObject& object, const QJsonObject& types, const Q
 {
     for (auto type = types.begin(); type != types.end(); ++type) {
         if (!object.contains(type.key()))
-            FailAt(place, u"there is a type of %1, but no value"_s.arg(Console::Quoted(type.key())));
+            FailAt(place, u"there is a type for %1, but no value"_s.arg(Console::Quoted(type.key())));
     }
     QVariantMap map;
     for (auto entry = object.begin(); entry != object.end(); ++entry) {
@@ -158,7 +158,7 @@ QStringList TextsFrom(const QJsonValue& json, const QString& place)
     return texts;
 }
 
-// A value that keeps nothing but its type.
+// Returns a value of which only the type is known.
 QVariant LostFrom(const QString& type, const QString& place)
 {
     const int id = TypeIdOf(type);
@@ -166,8 +166,8 @@ QVariant LostFrom(const QString& type, const QString& place)
         return QVariant::fromValue(LostValue());
     if (id == 0)
         return {};
-    if (id > QMetaType::LastCoreType) // pictures and the like, and what programs add
-        FailAt(place, u"a value of the type %1 cannot be made here"_s.arg(type));
+    if (id > QMetaType::LastCoreType) // for example pictures, and types that programs add
+        FailAt(place, u"values of type %1 are not supported here"_s.arg(type));
     return QVariant(QMetaType(id));
 }
 
@@ -272,8 +272,9 @@ QUuid IdentityFromJson(const QJsonValue& json, const QString& field)
         return {};
     const QUuid identity(json.toString());
     if (identity.isNull() && json.toString() != QUuid().toString())
-        FailAt(field,
-               u"%1 is no identity such as {01234567-89ab-cdef-0123-456789abcdef}"_s.arg(Describe(json)));
+        FailAt(
+            field,
+            u"%1 is not an identifier such as {01234567-89ab-cdef-0123-456789abcdef}"_s.arg(Describe(json)));
     return identity;
 }
 
@@ -287,7 +288,7 @@ bool FlagFromJson(const QJsonValue& json, const QString& field)
 QJsonObject ObjectFromJson(const QJsonValue& json, const QString& field)
 {
     if (!json.isObject() && !json.isUndefined())
-        FailAt(field, u"%1 is no object"_s.arg(Describe(json)));
+        FailAt(field, u"%1 is not an object"_s.arg(Describe(json)));
     return json.toObject();
 }
 
@@ -301,7 +302,7 @@ MessageInfo ReadMessageFields(const QJsonObject& object)
             FailAt(field, u"a message has no such field; fields are %1"_s.arg(known.join(u", ")));
     }
     if (!object.value("id"_L1).isString())
-        FailAt(u"id"_s, u"a message has a name, which is a text"_s);
+        FailAt(u"id"_s, u"a message must have a name, which is a text"_s);
     MessageInfo message;
     message.Id = TextFrom(object.value("id"_L1), u"id"_s);
     message.UniqueId = IdentityFromJson(object.value("uniqueId"_L1), u"uniqueId"_s);
@@ -313,7 +314,7 @@ MessageInfo ReadMessageFields(const QJsonObject& object)
                              ObjectFromJson(object.value("types"_L1), u"types"_s), u"params"_s);
     QList<MessageInfo> read;
     if (!Util::DecodeMessage(Util::EncodeMessage(message), read))
-        FailAt(u"params"_s, u"nested deeper than a receiver reads"_s);
+        FailAt(u"params"_s, u"nested deeper than a receiver accepts"_s);
     return message;
 }
 
@@ -336,14 +337,14 @@ bool HasLost(const QVariant& value)
 void NameLostEntries(XmlFiler& filer, QVariantMap& map);
 void NameLostItems(XmlFiler& filer, QVariantList& list);
 
-// Where the filer's element is the one that the value was read from.
+// The filer's cursor must be on the element that the value was read from.
 void NameLost(XmlFiler& filer, QVariant& value)
 {
     const QString type = filer.ReadString(Util::kTypeAttribute, QString());
     if (!value.isValid() || value.canConvert<LostValue>()) {
         value = QVariant::fromValue(LostValue{type});
     } else if (value.typeId() != TypeIdOf(type)) {
-        return; // an element whose value was replaced by that of a later one
+        return; // a later element with the same name has replaced the value
     } else if (value.typeId() == QMetaType::QVariantMap) {
         QVariantMap map = value.toMap();
         NameLostEntries(filer, map);
@@ -386,18 +387,18 @@ void NameLostParameters(const QString& document, MessageInfo& message)
 QString WhySkipped(const MessagePiece& piece, const QString& document)
 {
     if (!piece.Bytes.startsWith(Util::Internal::kFrameStartBytes))
-        return u"no document begins here"_s;
+        return u"no frame begins here"_s;
     const auto byteAt = [&](qint64 offset) {
         return QString::number(piece.Offset + QStringView(document).first(offset).toUtf8().size());
     };
-    // A frame that loads, and is dropped all the same, exceeds a limit of messages alone.
+    // A frame that loads but is dropped exceeds a limit that only messages have.
     const XmlProblem problem = Util::Internal::FindXmlProblem(document).value_or(
         XmlProblem{.Kind = XmlProblemKind::LimitExceeded, .Reason = {}});
     if (problem.RootEnd >= 0)
-        return u"the document ends at byte %1, and what follows makes it unreadable"_s.arg(
+        return u"the frame ends at byte %1, and the bytes after it make it malformed"_s.arg(
             byteAt(problem.RootEnd));
     if (problem.Kind == XmlProblemKind::Truncated)
-        return u"the document is cut off"_s;
+        return u"the frame is truncated"_s;
     if (problem.Kind == XmlProblemKind::LimitExceeded)
         return ReasonText(problem);
     return u"byte %1: %2"_s.arg(byteAt(problem.Offset), problem.Reason);
@@ -451,7 +452,7 @@ QVariant ValueFromJson(const JsonValue& json, const QString& place)
     if (value.isArray() && (isPlain || types.isArray()))
         return ListFrom(value.toArray(), types.toArray(), place);
     if (!isPlain)
-        FailAt(place, u"%1 is no type of %2"_s.arg(Describe(types), Describe(value)));
+        FailAt(place, u"%1 is not a type for %2"_s.arg(Describe(types), Describe(value)));
     if (value.isDouble())
         return FromPlainNumber(value);
     if (value.isString())
@@ -504,7 +505,7 @@ MessageInfo MessageFromJson(const QJsonValue& json, const QString& subject)
 {
     try {
         if (!json.isObject())
-            FailAt({}, u"%1 is no message"_s.arg(Describe(json)));
+            FailAt({}, u"%1 is not a message"_s.arg(Describe(json)));
         return ReadMessageFields(json.toObject());
     } catch (const Failure& failure) {
         throw Failure(

@@ -24,51 +24,50 @@ namespace Quorvin::Tool {
 //      "params": {"name": "main", "width": 640, "scale": 2, "icon": "iVBORw0="},
 //      "types": {"scale": "Double", "icon": "ByteArray"}}
 //
-// Parameters are plain JSON, for programs to read. Where plain JSON does not tell a value's type, "types",
-// which has the shape of "params", names it: by the name that stands in the message's document. Without a
-// name, a number is an Int, a LongLong if it is too large for that, or else a Double; and a text is a String,
-// an array a List, an object a Map.
+// Parameters are plain JSON, for programs to read. If JSON cannot express the type of a value, "types", which
+// has the same structure as "params", contains the name of the type, as it is in the frame. Without a name, a
+// number is an Int, a LongLong if it is too large, or a Double if it is not a whole number; a text is a
+// String, an array a List, and an object a Map.
 
 /// A value as JSON.
 struct JsonValue
 {
     QJsonValue Value;
     QJsonValue
-        Types; ///< the name of its type, or names in the shape of a Map or List; null if none is needed
+        Types; ///< the name of its type, or names in the structure of a Map or List; null if not needed
 };
 
-/// Writes a value: whole numbers that not every program reads exactly, and numbers that JSON does not have
-/// ("nan"), as texts, bytes as base64, and what does not travel as null.
+/// Converts a value to JSON. Whole numbers that not every program reads exactly, and numbers that JSON does
+/// not have ("nan"), become texts; bytes become base64; values of types that cannot be sent become null.
 [[nodiscard]] JsonValue ValueToJson(const QVariant& value);
-/// Reads a value.
-/// \param place  what to call it in messages, such as "params.count"; empty for none
-/// Throws Failure if it is no value of the type, or there is no such type.
+/// Converts JSON to a value. Throws Failure if it is not a value of the type, or if there is no such type.
+/// \param place  name of the value in error messages, such as "params.count"; may be empty
 [[nodiscard]] QVariant ValueFromJson(const JsonValue& json, const QString& place);
-/// Reads a value of a type that is named in any case: "int", "Double", "ByteArray" (as base64). Of a Map,
-/// List or StringList the text is JSON. Throws Failure like ValueFromJson.
+/// Converts a text to a value of a type, whose name may be in any case: "int", "Double", "ByteArray"
+/// (base64). For a Map, List or StringList the text is JSON. Throws Failure like ValueFromJson.
 [[nodiscard]] QVariant ValueFromText(const QString& type, const QString& text, const QString& place);
 
-/// Writes a message, all of it.
+/// Converts all of a message to JSON.
 [[nodiscard]] QJsonObject MessageToJson(const Util::MessageInfo& message);
-/// Reads a message. Only "id" must be there; what is missing is as in a new message. Throws Failure, with
-/// \p subject, if it is no message, or one that no receiver could read.
+/// Converts JSON to a message. Only "id" is required; other missing members have their defaults. Throws
+/// Failure, with \p subject, if it is not a message, or one that no receiver could read.
 [[nodiscard]] Util::MessageInfo MessageFromJson(const QJsonValue& json, const QString& subject);
 
-/// An object on one line, with its line break.
+/// Formats an object as one line, including the line feed.
 [[nodiscard]] QString JsonLine(const QJsonObject& object);
 
-/// What a reader makes of one piece of the bytes that came.
+/// One piece of received bytes, as a receiver reads it.
 struct MessagePiece
 {
-    qint64 Offset = 0; ///< of its first byte
+    qint64 Offset = 0; ///< offset of its first byte
     QByteArrayView Bytes;
-    std::optional<Util::MessageInfo> Message; ///< nothing if a reader skips the piece
-    QString Problem; ///< why it is skipped, and at which byte
+    std::optional<Util::MessageInfo> Message; ///< nothing if a receiver skips the piece
+    QString Problem; ///< why a receiver skips it, and at which byte
 };
 
-/// Cuts bytes into pieces as a reader does, and reads them. Values that do not travel know the name of their
-/// type afterwards, so that MessageToJson can tell it.
-/// \param visit  called with each piece, in their order
+/// Splits bytes into pieces as a receiver does, and reads them. Values that cannot be sent get the name of
+/// their type, so that MessageToJson can write it.
+/// \param visit  called with each piece in order
 void ForEachMessagePiece(QByteArrayView bytes, const std::function<void(const MessagePiece&)>& visit);
 
 } // namespace Quorvin::Tool

@@ -29,7 +29,7 @@ struct SplitOptions
     bool Json = false;
 };
 
-// The part of a message's name that every system takes for the name of a file.
+// Returns the part of a message's name that is valid in file names on every system.
 QString FileNamePart(const QString& id)
 {
     QString part;
@@ -52,7 +52,7 @@ void WriteNewFile(const QString& path, QByteArrayView bytes)
 {
     QFile file(path);
     if (!file.open(QIODevice::WriteOnly | QIODevice::NewOnly))
-        throw Failure(path, QFileInfo::exists(path) ? u"exists already"_s : file.errorString());
+        throw Failure(path, QFileInfo::exists(path) ? u"already exists"_s : file.errorString());
     if (file.write(bytes.data(), bytes.size()) != bytes.size() || !file.flush())
         throw Failure(path, file.errorString());
 }
@@ -83,7 +83,7 @@ ExitCode Split(const SplitOptions& options)
     const InputFile input(OrStandardInput(options.File));
     const QByteArray bytes = input.ReadAll();
     if (!options.To.isEmpty() && !QDir().mkpath(options.To))
-        throw Failure(options.To, u"the folder cannot be made"_s);
+        throw Failure(options.To, u"the folder cannot be created"_s);
     auto code = ExitCode::Yes;
     Report report(options.Json);
     qsizetype count = 0;
@@ -111,18 +111,18 @@ ExitCode Split(const SplitOptions& options)
 void AddMessageSplitCommand(CommandLine& line, CLI::App& group)
 {
     auto options = std::make_shared<SplitOptions>();
-    CLI::App& split
-        = line.AddCommand(group, "split", "List the documents in captured bytes, or write each to a file",
-                          "qvutil message split capture.bin\n"
-                          "qvutil message split capture.bin --to documents\n"
-                          "qvutil message split capture.bin --json | jq '.[].offset'",
-                          [options] { return Split(*options); });
+    CLI::App& split = line.AddCommand(
+        group, "split", "List the messages in captured bytes, or write the frame of each to a file",
+        "qvutil message split capture.bin\n"
+        "qvutil message split capture.bin --to documents\n"
+        "qvutil message split capture.bin --json | jq '.[].offset'",
+        [options] { return Split(*options); });
     AddExplanation(
         split,
-        "A document begins at each \"<?xml \", as it does for a receiver. One that a receiver would\n"
-        "skip is listed with the reason, and makes the exit code 1.");
-    AddText(split, "FILE", options->File, "Captured bytes; - or nothing for standard input");
-    AddText(split, "--to", options->To, "Folder to write the documents to; files that exist are not touched")
+        "A frame begins at each \"<?xml \", as it does for a receiver. Frames that a receiver would skip\n"
+        "are listed with the reason; the exit code is then 1.");
+    AddText(split, "FILE", options->File, "File with captured bytes; - or none for standard input");
+    AddText(split, "--to", options->To, "Folder to write the frames to; existing files are not overwritten")
         ->type_name("FOLDER");
     AddJsonFlag(split, options->Json);
 }

@@ -20,7 +20,7 @@ QString Clean(const QString& path, const PathOptions&)
 void AddPathCleanCommand(CommandLine& line, CLI::App& group)
 {
     AddPathConversion(line, group, "clean",
-                      "Print paths as the library compares them: without slashes in front, unless two",
+                      "Print paths as the library compares them: without a single leading slash",
                       "qvutil path clean /Users/a/b/      # Users/a/b\n"
                       "qvutil path clean 'C:\\x\\..\\y'      # C:/y",
                       &Clean);

@@ -20,11 +20,12 @@ ExitCode Common(const PairOptions& options)
 
 void AddPathCommonCommand(CommandLine& line, CLI::App& group)
 {
-    AddPathComparison(line, group, "common",
-                      "Print what two paths begin with, in any case; the exit code is 1 if that is nothing",
-                      "qvutil path common /Users/a/x /users/A/y   # Users/a\n"
-                      "qvutil path common C:/a D:/a               # nothing: the drives differ",
-                      "PATH1", "PATH2", &Common);
+    AddPathComparison(
+        line, group, "common",
+        "Print the common parent of two paths, ignoring case; the exit code is 1 if there is none",
+        "qvutil path common /Users/a/x /users/A/y   # Users/a\n"
+        "qvutil path common C:/a D:/a               # nothing: the drives differ",
+        "PATH1", "PATH2", &Common);
 }
 
 } // namespace Quorvin::Tool

@@ -50,7 +50,7 @@ void AddPathConversion(CommandLine& line, CLI::App& group, const std::string& na
     AddTexts(command, "PATH", options->Paths, "Path; it need not exist")->required();
     if (!baseDescription.empty()) {
         AddText(command, "--base,-b", options->Base, baseDescription)->type_name("FOLDER")->required();
-        command.add_flag("--base-is-file", options->BaseIsFile, "The base is a file: its folder is meant");
+        command.add_flag("--base-is-file", options->BaseIsFile, "The base is a file; use its folder");
     }
     AddJsonFlag(command, options->Json);
 }
@@ -63,7 +63,7 @@ void AddPathComparison(CommandLine& line, CLI::App& group, const std::string& na
     CLI::App& command
         = line.AddCommand(group, name, description, examples, [options, run] { return run(*options); });
     AddText(command, first, options->First, "Path; it need not exist")->required();
-    AddText(command, second, options->Second, "Path to compare with it")->required();
+    AddText(command, second, options->Second, "Path to compare with the first")->required();
     AddJsonFlag(command, options->Json);
 }
 
@@ -83,7 +83,7 @@ ExitCode PrintPathAnswer(const QString& result, bool isYes, bool json)
 void AddPathCommands(CommandLine& line)
 {
     CLI::App& group = line.AddGroup(
-        "path", "Apply the library's rules for paths with drive letters, which hold on every system");
+        "path", "Convert and compare paths by the library's rules, with drive letters on every system");
     AddPathCleanCommand(line, group);
     AddPathRelativeCommand(line, group);
     AddPathAbsoluteCommand(line, group);

@@ -20,10 +20,12 @@ void AddPathAbsoluteCommand(CommandLine& line, CLI::App& group);
 void AddPathCommonCommand(CommandLine& line, CLI::App& group);
 void AddPathSubCommand(CommandLine& line, CLI::App& group);
 
-/// Said in the help of each command that it decides, because it is not what a Unix shell leads to expect.
-constexpr const char* kAbsoluteRules = " (absolute is what has a ':' or begins with two slashes)";
+/// Part of the help of each command to which the rule matters, because users of a Unix shell do not expect
+/// it.
+constexpr const char* kAbsoluteRules
+    = " (a path is absolute if it contains a ':' or begins with two slashes)";
 
-/// What a command needs that converts paths.
+/// The options of a command that converts paths.
 struct PathOptions
 {
     QStringList Paths;
@@ -32,23 +34,23 @@ struct PathOptions
     bool Json = false;
 };
 using PathConversion = QString (*)(const QString& path, const PathOptions& options);
-/// Adds such a command; with the option --base if that has a description.
+/// Adds a command that converts paths, with the option --base if a description of it is passed.
 void AddPathConversion(CommandLine& line, CLI::App& group, const std::string& name,
                        const std::string& description, const std::string& examples, PathConversion convert,
                        const std::string& baseDescription = {});
 
-/// What a command needs that compares two paths.
+/// The options of a command that compares two paths.
 struct PairOptions
 {
     QString First;
     QString Second;
     bool Json = false;
 };
-/// Adds such a command.
+/// Adds a command that compares two paths.
 void AddPathComparison(CommandLine& line, CLI::App& group, const std::string& name,
                        const std::string& description, const std::string& examples, const std::string& first,
                        const std::string& second, ExitCode (*run)(const PairOptions&));
-/// Prints the answer of such a command. \return what the command answers
+/// Prints the result of such a command. \return the command's exit code
 [[nodiscard]] ExitCode PrintPathAnswer(const QString& result, bool isYes, bool json);
 
 } // namespace Quorvin::Tool

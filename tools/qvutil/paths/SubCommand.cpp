@@ -20,9 +20,10 @@ ExitCode Sub(const PairOptions& options)
 
 void AddPathSubCommand(CommandLine& line, CLI::App& group)
 {
-    AddPathComparison(line, group, "sub",
-                      "Cut a parent off a path; the exit code is 1, and the path whole, if it is not below",
-                      "qvutil path sub a/b A/B/c/d   # c/d: case does not matter", "PARENT", "PATH", &Sub);
+    AddPathComparison(
+        line, group, "sub",
+        "Remove the parent from a path; if the path is not below it, print all of it and exit with 1",
+        "qvutil path sub a/b A/B/c/d   # c/d: case does not matter", "PARENT", "PATH", &Sub);
 }
 
 } // namespace Quorvin::Tool

@@ -132,12 +132,11 @@ void AddXliffCheckCommand(CommandLine& line, CLI::App& group)
              "XML file, or folder to look for them in, whose texts the XLIFF files translate")
         ->type_name("PATH");
     AddDocumentOptions(command, options->Documents);
-    command.add_flag("--allow-untranslated", options->AllowUntranslated,
-                     "Do not mind missing and empty targets");
+    command.add_flag("--allow-untranslated", options->AllowUntranslated, "Allow missing and empty targets");
     command.add_flag("--require-finished", options->RequireFinished,
-                     "Mind targets whose state is new or needs-...");
+                     "Also report targets whose state is new or needs-...");
     AddTexts(command, "--allow", options->Allowed,
-             "Do not mind this kind of finding: " + kinds.join(", "_L1).toStdString())
+             "Allow this kind of finding: " + kinds.join(", "_L1).toStdString())
         ->type_name("KIND");
     AddJsonFlag(command, options->Json);
 }

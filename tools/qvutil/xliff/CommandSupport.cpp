@@ -32,7 +32,7 @@ QJsonObject PlaceJson(Place place)
 
 void AddDocumentOptions(CLI::App& command, DocumentSelection& selection)
 {
-    command.add_flag("--recursive,-r", selection.IsRecursive, "Look into folders in folders too");
+    command.add_flag("--recursive,-r", selection.IsRecursive, "Include sub-folders");
     AddTexts(command, "--pattern", selection.Patterns,
              "Which files of a folder are documents, such as *.ui.xml; default: *.xml")
         ->type_name("PATTERN");
