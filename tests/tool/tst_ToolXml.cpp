@@ -7,6 +7,9 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 
+#include <csignal>
+
+#include <sys/resource.h>
 #include <unistd.h>
 
 using namespace Qt::StringLiterals;
@@ -87,6 +90,7 @@ private Q_SLOTS:
     void Set_followsLink();
     void Set_readOnlyFolder();
     void Set_diskFull();
+    void Set_diskFullReadOnlyFolder();
     void List_data();
     void List();
     void List_json();
@@ -917,6 +921,32 @@ void tst_ToolXml::Set_diskFull()
     QCOMPARE(mTool->RunShell(u"trap '' XFSZ; ulimit -f 0; \"$TOOL\" xml set app.xml / version 4"_s).ToText(),
              u"! qvutil: app.xml: could not be written in full; what was there is kept\n=> 2\n"_s);
     QCOMPARE(mTool->Read(u"app.xml"_s), QByteArray(kDocument));
+}
+
+// Nothing can be created beside the file, so it is written directly. A limit on the file size is like a full
+// disk.
+void tst_ToolXml::Set_diskFullReadOnlyFolder()
+{
+    constexpr auto kReadOnly = QFile::ReadOwner | QFile::ExeOwner | QFile::ReadOther | QFile::ExeOther;
+    const QStringList set{u"xml"_s, u"set"_s, u"app.xml"_s, u"/"_s, u"version"_s, u"4"_s};
+    QVERIFY(
+        QFile::setPermissions(mTool->Path(u"app.xml"_s),
+                              QFile::ReadOwner | QFile::WriteOwner | QFile::ReadOther | QFile::WriteOther));
+    QVERIFY(QFile::setPermissions(mTool->Path(u"."_s), kReadOnly));
+    QCOMPARE(mTool->RunUnprivileged({u"--version"_s}).ExitCode, 0); // copies the tool
+    rlimit before = {};
+    QCOMPARE(getrlimit(RLIMIT_FSIZE, &before), 0);
+    const rlimit none{0, before.rlim_max};
+    const auto oldHandler = std::signal(SIGXFSZ, SIG_IGN);
+    QCOMPARE(setrlimit(RLIMIT_FSIZE, &none), 0); // the tool inherits it
+    const ToolResult result = mTool->RunUnprivileged(set);
+    setrlimit(RLIMIT_FSIZE, &before);
+    std::signal(SIGXFSZ, oldHandler);
+    QVERIFY(QFile::setPermissions(mTool->Path(u"."_s), kReadOnly | QFile::WriteOwner));
+    QCOMPARE(
+        result.ToText(),
+        u"! qvutil: app.xml: could not be written in full; it now holds a part of the new content\n=> 2\n"_s);
+    QCOMPARE(mTool->Read(u"app.xml"_s), QByteArray(""));
 }
 
 void tst_ToolXml::List_data()

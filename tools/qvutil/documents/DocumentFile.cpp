@@ -6,6 +6,7 @@
 #include "cli/Failure.h"
 #include "cli/Waiting.h"
 
+#include <QDateTime>
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
@@ -74,22 +75,35 @@ void LoadDocument(Util::XmlFiler& filer, const InputFile& file)
 
 void SaveDocument(Util::XmlFiler& filer, const QString& file)
 {
+    const SaveAttempt attempt(file);
     if (!filer.SaveAsXmlFile(file))
-        FailToSave(file);
+        attempt.Fail();
 }
 
-void FailToSave(const QString& file)
+SaveAttempt::SaveAttempt(const QString& file)
+    : mFile(file)
+    , mBefore(file)
+{
+    mBefore.stat(); // now, not when it is asked
+}
+
+void SaveAttempt::Fail() const
 {
     // The library does not report why a save failed, so check the likely reasons.
-    const QFileInfo info(file);
+    const QFileInfo info(mFile);
     if (info.isDir())
-        throw Failure(file, u"is a folder"_s);
+        throw Failure(mFile, u"is a folder"_s);
     if (!info.absoluteDir().exists())
-        throw Failure(file, u"there is no folder %1"_s.arg(info.path()));
-    QFile probe(file);
+        throw Failure(mFile, u"there is no folder %1"_s.arg(info.path()));
+    QFile probe(mFile);
     if (info.exists() ? !probe.open(QIODevice::Append) : !QFileInfo(info.absolutePath()).isWritable())
-        throw Failure(file, info.exists() ? probe.errorString() : u"Permission denied"_s);
-    throw Failure(file, u"could not be written in full; what was there is kept"_s);
+        throw Failure(mFile, info.exists() ? probe.errorString() : u"Permission denied"_s);
+    // Where nothing can be created beside a file, the library writes it directly.
+    const bool isKept = info.exists() == mBefore.exists() && info.size() == mBefore.size()
+        && info.lastModified() == mBefore.lastModified();
+    throw Failure(mFile,
+                  isKept ? u"could not be written in full; what was there is kept"_s
+                         : u"could not be written in full; it now holds a part of the new content"_s);
 }
 
 } // namespace Quorvin::Tool

@@ -10,6 +10,7 @@
 #include <qvutil/xml/XmlRules_p.h>
 
 #include <QByteArray>
+#include <QFileInfo>
 #include <QString>
 
 #include <optional>
@@ -33,8 +34,18 @@ void LoadDocument(Util::XmlFiler& filer, const InputFile& file);
 /// Saves a document so that the file is the old one or the new one; throws Failure if it stays the old one.
 void SaveDocument(Util::XmlFiler& filer, const QString& file);
 
-/// Throws Failure with the likeliest reason for a save that did not succeed.
-[[noreturn]] void FailToSave(const QString& file);
+/// Remembers what a file was before a save, so that a failure can say whether the save has changed it.
+class SaveAttempt
+{
+public:
+    explicit SaveAttempt(const QString& file);
+    /// Throws Failure with the likeliest reason for a save that did not succeed.
+    [[noreturn]] void Fail() const;
+
+private:
+    QString mFile;
+    QFileInfo mBefore;
+};
 
 } // namespace Quorvin::Tool
 

@@ -31,10 +31,13 @@ ExitCode Encode(const EncodeOptions& options)
     QByteArray bytes;
     for (const MessageInfo& message : ReadMessages(input.ReadAll(), input.Name()))
         bytes += Util::EncodeMessage(message).toUtf8();
-    if (options.Output.isEmpty())
+    if (options.Output.isEmpty()) {
         Console::PrintBytes(bytes);
-    else if (!Util::Platform::ReplaceFile(options.Output, bytes))
-        FailToSave(options.Output);
+        return ExitCode::Yes;
+    }
+    const SaveAttempt attempt(options.Output);
+    if (!Util::Platform::ReplaceFile(options.Output, bytes))
+        attempt.Fail();
     return ExitCode::Yes;
 }
 

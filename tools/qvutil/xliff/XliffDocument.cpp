@@ -436,8 +436,9 @@ QByteArray XliffDocument::GetContent(const QString& path) const
 
 void XliffDocument::Save(const QString& path) const
 {
+    const SaveAttempt attempt(path);
     if (!Util::Platform::ReplaceFile(path, GetContent(path)))
-        FailToSave(path);
+        attempt.Fail();
 }
 
 } // namespace Quorvin::Tool
