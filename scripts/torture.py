@@ -635,8 +635,8 @@ class Torture:
             code = after.end()
             part.check(is_found and code == 0, f'afterwards: joined: {is_found}, ended with {code}')
             if self.tool:  # a killed process leaves a semaphore
-                subprocess.run([self.tool, 'grid', 'clean', grid], stdout=subprocess.DEVNULL, check=False,
-                               timeout=PATIENCE)
+                subprocess.run([self.tool, 'grid', 'clean', grid], stdout=subprocess.DEVNULL,
+                               stderr=subprocess.DEVNULL, check=False, timeout=PATIENCE)
         left = {segment for segment in self.shared_memory() - before if segment[1] in processes}
         part.check(not left, f'shared memory is left: {left}')
 
