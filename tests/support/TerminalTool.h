@@ -21,7 +21,8 @@ namespace TestSupport {
 class TerminalTool
 {
 public:
-    TerminalTool(const ToolRunner& tool, const QStringList& arguments, unsigned short columns = 80)
+    TerminalTool(const ToolRunner& tool, const QStringList& arguments, unsigned short columns = 80,
+                 unsigned short rows = 24)
         : mTerminal(posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC | O_NONBLOCK))
     {
         grantpt(mTerminal);
@@ -29,7 +30,7 @@ public:
         mInner = open(ptsname(mTerminal), O_RDWR | O_NOCTTY | O_CLOEXEC);
         winsize size = {};
         size.ws_col = columns;
-        size.ws_row = 24;
+        size.ws_row = rows;
         ioctl(mInner, TIOCSWINSZ, &size);
         mProcess.setChildProcessModifier([inner = mInner] {
             setsid();

@@ -686,6 +686,8 @@ void tst_ToolGeneral::Completion_values_data()
     QTest::newRow("second locale") << u"qvutil locale show en-GB de-D"_s << u"de-DE"_s;
     QTest::newRow("grid") << u"qvutil grid show ''"_s << u"desk"_s;
     QTest::newRow("server") << u"qvutil ipc doctor vi"_s << u"viewer"_s;
+    QTest::newRow("server with a name that a shell would run")
+        << uR"(qvutil ipc doctor '$')"_s << uR"(\$\(touch\ touched\))"_s;
     QTest::newRow("server, after an option") << u"qvutil ipc call --timeout 5 vi"_s << u"viewer"_s;
     QTest::newRow("not the message") << u"qvutil ipc call viewer vi"_s << u""_s;
     QTest::newRow("option of such a command") << u"qvutil ipc doctor --conn"_s << u"--connect"_s;
@@ -707,9 +709,11 @@ void tst_ToolGeneral::Completion_values()
     // The tool itself is tested elsewhere; this answers what the script asks.
     QVERIFY(mTool->Write(u"qvutil"_s,
                          "#!/bin/sh\ncase \"$*\" in\n'completion --list grids') echo desk ;;\n"
-                         "'completion --list servers') echo viewer ;;\n*) exec \"$TOOL\" \"$@\" ;;\nesac\n"));
+                         "'completion --list servers') printf '%s\\n' viewer '$(touch touched)' ;;\n*) exec "
+                         "\"$TOOL\" \"$@\" ;;\nesac\n"));
     QVERIFY(QFile::setPermissions(mTool->Path(u"qvutil"_s), QFile::Permissions(0x7755)));
     QCOMPARE(mTool->RunShell(u"bash try"_s).ToText(), expected + u"\n=> 0\n"_s);
+    QVERIFY(!QFile::exists(mTool->Path(u"touched"_s)));
 }
 
 void tst_ToolGeneral::Completion_unknownShell()

@@ -57,6 +57,7 @@ private Q_SLOTS:
     void Watch_events();
     void Watch_json();
     void Watch_terminal();
+    void Watch_lowTerminal();
 
 private:
     void SetUp() override;
@@ -430,6 +431,20 @@ void tst_ToolIpcList::Watch_terminal()
     QCOMPARE(watch.WaitForEnd(), 0);
     QCOMPARE(watch.Screen(), screen);
     QCOMPARE(watch.Modes(), modes);
+}
+
+void tst_ToolIpcList::Watch_lowTerminal()
+{
+    const auto first = StartListener(*mTool, u"first"_s);
+    QVERIFY(first);
+    TerminalTool watch(*mTool, {u"ipc"_s, u"watch"_s, u"--interval"_s, u"20"_s}, 120, 6);
+    QVERIFY(watch.WaitForLine(u"first  "_s));
+    const auto second = StartListener(*mTool, u"second"_s);
+    QVERIFY(second);
+    QVERIFY(watch.WaitForLine(u"  started  second  "_s));
+    QCOMPARE(watch.Screen().value(1), u"and 2 more"_s);
+    watch.Type("\x03");
+    QCOMPARE(watch.WaitForEnd(), 0);
 }
 
 QTEST_GUILESS_MAIN(tst_ToolIpcList)

@@ -34,7 +34,11 @@ _qvutil()
     case "$command ${option:-$place}" in
 @VALUES@    esac
     if [[ $values && $current != -* ]]; then
-        COMPREPLY=($(compgen -W "$("${COMP_WORDS[0]}" completion --list "$values" 2>/dev/null)" -- "$current"))
+        # compgen -W would run commands in the values, which contain file names of other users.
+        COMPREPLY=()
+        while IFS= read -r word; do
+            [[ $word == "$current"* ]] && COMPREPLY+=("$(printf %q "$word")")
+        done < <("${COMP_WORDS[0]}" completion --list "$values" 2>/dev/null)
         return
     fi
     # Options come up only when one has been begun; where no command fits, bash goes on with file names.
@@ -70,7 +74,8 @@ _qvutil()
     case "$command ${option:-$place}" in
 @VALUES@    esac
     if [[ -n $values && $words[CURRENT] != -* ]]; then
-        compadd -- "${(@f)$("${words[1]}" completion --list "$values" 2>/dev/null)}"
+        candidates=("${(@f)$("${words[1]}" completion --list "$values" 2>/dev/null)}")
+        [[ -z $candidates[1] ]] || compadd -- "${(@)candidates}"
         return
     fi
     if [[ $words[CURRENT] != -* ]]; then

@@ -20,11 +20,17 @@ struct CompletionOptions
     QString Kind; // the kind of values that a script requests
 };
 
+// Prints one value per line. Leaves out values with control characters, which could be taken for several.
 ExitCode PrintValues(const QStringList& values)
 {
-    for (const QString& value : values)
-        Console::PrintLine(value);
-    return values.isEmpty() ? ExitCode::No : ExitCode::Yes;
+    ExitCode code = ExitCode::No;
+    for (const QString& value : values) {
+        if (Console::Visible(value) == value) {
+            Console::PrintLine(value);
+            code = ExitCode::Yes;
+        }
+    }
+    return code;
 }
 
 ExitCode PrintCompletion(const CompletionOptions& options, const CLI::App& root)

@@ -48,7 +48,7 @@ void EventLog::Add(const QString& event, const QString& text, QJsonObject detail
 
 void EventLog::Draw(const QStringList& table)
 {
-    mLines.Show(table + QStringList(QString()) + mLast);
+    mLines.Show(table, QStringList(QString()) + mLast);
 }
 
 } // namespace Quorvin::Tool

@@ -52,10 +52,18 @@ bool LiveLines::IsPossible()
     return Console::IsOutputTerminal() && qgetenv("TERM") != "dumb";
 }
 
-void LiveLines::Show(const QStringList& lines)
+void LiveLines::Show(const QStringList& table, const QStringList& below)
 {
     const winsize size = TerminalSize();
-    QStringList shown = lines.first(std::min<qsizetype>(lines.size(), std::max(size.ws_row - 1, 1)));
+    const qsizetype rows = std::max(size.ws_row - 1, 1);
+    const qsizetype room = std::max<qsizetype>(rows - below.size(), 1);
+    QStringList shown = table;
+    if (shown.size() > room) {
+        shown = table.first(room - 1);
+        shown.append(u"and %1 more"_s.arg(table.size() - room + 1));
+    }
+    shown += below;
+    shown = shown.first(std::min(shown.size(), rows));
     for (QString& line : shown)
         line = Console::Visible(line).left(size.ws_col);
     if (shown == mShown && size.ws_col == mColumns)

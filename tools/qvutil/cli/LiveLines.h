@@ -23,9 +23,12 @@ public:
     /// Returns whether standard output is a terminal that supports this.
     [[nodiscard]] static bool IsPossible();
 
-    /// Replaces the lines. Long lines are truncated to the width of the terminal; lines that do not fit its
-    /// height are omitted at the end.
-    void Show(const QStringList& lines);
+    /// Replaces the lines. Long lines are truncated to the width of the terminal.
+    /// \param table  lines that are omitted at the end if the terminal is too low; its last line then says
+    /// how
+    ///               many are missing
+    /// \param below  lines below the table
+    void Show(const QStringList& table, const QStringList& below);
 
 private:
     QStringList mShown;

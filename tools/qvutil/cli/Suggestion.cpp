@@ -63,11 +63,11 @@ QStringList FindClosest(const QString& word, const QStringList& candidates)
             distance = std::min<qsizetype>(distance, 1);
         if (distance < best)
             closest.clear();
-        if (distance <= best)
+        if (distance <= best && closest.size() < kMaxSuggestions)
             closest.append(candidate);
         best = std::min(best, distance);
     }
-    return closest.first(std::min(closest.size(), kMaxSuggestions));
+    return closest;
 }
 
 QString DidYouMean(const QString& word, const QStringList& candidates)

@@ -7,6 +7,7 @@
 
 #include <chrono>
 #include <future>
+#include <system_error>
 
 using namespace Qt::StringLiterals;
 
@@ -17,7 +18,12 @@ void ShowWhile(Console::ProgressBar& bar, qint64 done, const QString& label,
 {
     if (!Console::IsErrorTerminal())
         return work();
-    std::future<void> result = std::async(std::launch::async, work);
+    std::future<void> result;
+    try {
+        result = std::async(std::launch::async, work);
+    } catch (const std::system_error&) { // no thread can start
+        return work();
+    }
     QElapsedTimer timer;
     timer.start();
     do {
