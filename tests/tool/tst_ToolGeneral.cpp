@@ -304,8 +304,8 @@ void tst_ToolGeneral::Usage_didYouMean_data()
         << QStringList{u"xlm"_s} << u"there is no command or option 'xlm'; did you mean 'xml'?"_s;
     QTest::newRow("group, its beginning")
         << QStringList{u"comp"_s} << u"there is no command or option 'comp'; did you mean 'completion'?"_s;
-    QTest::newRow("command") << QStringList{u"settings"_s, u"chec"_s}
-                             << u"there is no command or option 'chec'; did you mean 'check'?"_s;
+    QTest::newRow("command") << QStringList{u"settings"_s, u"cheek"_s}
+                             << u"there is no command or option 'cheek'; did you mean 'check'?"_s;
     QTest::newRow("two commands") << QStringList{u"xml"_s, u"eet"_s}
                                   << u"there is no command or option 'eet'; did you mean 'get' or 'set'?"_s;
     QTest::newRow("option") << QStringList{u"hash"_s, u"--jsn"_s}
