@@ -44,8 +44,9 @@ bool Contains(const QList<ProcessName>& processes, const ProcessName& wanted)
 
 bool HaveSameServer(const EndpointEntry& a, const EndpointEntry& b)
 {
-    const QList<ProcessName> servers = ServersOf(b);
-    return ServersOf(a).isEmpty() || servers.isEmpty() || Contains(servers, ServersOf(a).first());
+    const QList<ProcessName> serversOfA = ServersOf(a);
+    const QList<ProcessName> serversOfB = ServersOf(b);
+    return serversOfA.isEmpty() || serversOfB.isEmpty() || Contains(serversOfB, serversOfA.first());
 }
 
 /// Reports how the servers change from one check to the next.
