@@ -16,7 +16,7 @@ using Quorvin::Util::ProcessInfo;
 
 namespace {
 
-constexpr int kPatienceMs = 2000;
+constexpr int kTimeoutMs = 2000;
 constexpr int kTries = 20;
 
 } // namespace
@@ -68,10 +68,10 @@ QVariant Member::Ask(const QString& question, const QVariantMap& params)
     // an answer with a value arrives.
     for (int i = 0; mHasServer && i < kTries; ++i) {
         QVariantMap answer;
-        if (mManager.SendMessageAndGetResponse({}, question, params, answer, kPatienceMs)
+        if (mManager.SendMessageAndGetResponse({}, question, params, answer, kTimeoutMs)
             && answer.contains(u"is"_s))
             return answer[u"is"_s];
-        mManager.WaitForConnectionToServer({}, kPatienceMs);
+        mManager.WaitForConnectionToServer({}, kTimeoutMs);
     }
     return u"no answer"_s;
 }

@@ -52,7 +52,7 @@ void UserSettings::Change(const std::function<void(Settings&)>& change)
     lock.tryLock(kLockTimeoutMs); // if it fails, the later change wins
     SettingsReport report = Open(); // other processes may have changed the file
     change(mStore);
-    // SaveAsXmlFile has a result, which Save has not. After OpenFile, nothing is left to save later.
+    // Unlike Save, SaveAsXmlFile reports a failure. After OpenFile, nothing is left to save later.
     report.IsSaved = report.IsSaved && mStore.SaveAsXmlFile(mFile);
     mStore.OpenFile(mFile, kRoot);
     lock.unlock();
