@@ -81,7 +81,7 @@ void Language::InstallQtTranslations()
 QString Language::FindFile(const QString& name, const QString& folder) const
 {
     const Choice& choice = FindChoice(mCode);
-    // FindLocaleFile knows no fallbacks, so try de-AT, then de-DE, then en-US.
+    // FindLocaleFile does not fall back, so try de-AT, then de-DE, then en-US.
     for (const QString& locale : {LocaleNameFor(choice), QString(choice.LocaleName), u"en-US"_s}) {
         const QString file = GeneralUtil::FindLocaleFile(name, locale, folder);
         if (!file.isEmpty())

@@ -43,7 +43,7 @@ SingleInstance::Outcome SingleInstance::Claim(QLockFile& lock, const QString& na
         if (lock.tryLock(0))
             return Outcome::First;
         if (lock.error() != QLockFile::LockFailedError)
-            return Outcome::First; // nobody can lock it, because the folder is read-only, for example
+            return Outcome::First; // no process can lock it: the folder may be read-only
         // The holder of the lock may not listen yet, or may be about to exit, so try both in turn.
         if (HandOver(name, files, timeoutMs))
             return Outcome::HandedOver;

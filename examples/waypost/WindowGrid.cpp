@@ -169,7 +169,7 @@ void Courier::Ask()
         return;
     const QPointer<Courier> alive = this; // the window may be closed during the wait
     QVariantMap answer;
-    // Wait for all of the time: a request stays sent after a time-out, and would arrive twice if sent again.
+    // Use all of the time for one wait. A request may still arrive after its time-out, so do not repeat it.
     mManager.SendMessageAndGetResponse({}, mQuestion, mParams, answer, mTimeout.remainingTime());
     if (!alive)
         return;

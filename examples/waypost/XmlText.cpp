@@ -10,7 +10,7 @@ QString XmlText(const QString& text)
     for (qsizetype i = 0; i < text.size(); ++i) {
         const QChar c = text[i];
         if (c.isHighSurrogate() && i + 1 < text.size() && text[i + 1].isLowSurrogate()) {
-            allowed += c; // one character of two parts
+            allowed += c; // both halves of a surrogate pair
             allowed += text[++i];
         } else if (c == u'\t' || c == u'\n' || c == u'\r'
                    || (c >= u' ' && c <= u'\ufffd' && !c.isSurrogate())) {

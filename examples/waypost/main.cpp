@@ -202,7 +202,7 @@ int main(int argc, char* argv[])
     QCoreApplication::setApplicationVersion(u"1.0"_s);
     QLockFile lock(Places::UserFolder() + u"/instance.lock"_s);
     {
-        // Handing over needs no window: a QCoreApplication starts faster.
+        // No window is needed to hand over files, and a QCoreApplication starts faster than a QApplication.
         int count = argc;
         const QCoreApplication early(count, argv);
         const std::optional<Options> options = ParseCommandLine();
