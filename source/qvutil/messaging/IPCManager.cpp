@@ -11,6 +11,7 @@
 #include "platform/Platform_p.h"
 
 #include <QCoreApplication>
+#include <QDeadlineTimer>
 #include <QFile>
 #include <QFileInfo>
 #include <QSharedMemory>
@@ -28,8 +29,10 @@ using namespace Qt::StringLiterals;
 namespace Quorvin::Util {
 namespace {
 
-// Members that do not hang hold the lock of a grid for a few milliseconds.
-constexpr int kSecondTimeoutMs = 100;
+// Members that do not hang hold the lock of a grid for a few milliseconds. After a time-out, whoever reads
+// the registry regularly must not wait for the full time again and again.
+constexpr int kShortTimeoutMs = 100;
+constexpr int kShortTimeoutLastsMs = 10'000;
 
 // Segments that stay attached because the lock of their grid was not available. Detaching takes the segment's
 // semaphore, which has no time-out, so they are not detached when the process ends either.
@@ -84,6 +87,7 @@ public:
     bool LockRegistry();
     void UnlockRegistry();
     bool LockFile();
+    int OpenAndLockFile(const QString& path);
     void UnlockFile();
     template <typename Operation> bool WithFileLock(Operation operation);
 
@@ -95,7 +99,7 @@ public:
     std::unique_ptr<QSharedMemory> SharedMemory = std::make_unique<QSharedMemory>();
     int LockDepth = 0;
     int FileLock = Platform::kLockFailed;
-    bool HasTimedOut = false; // the last attempt to lock the file
+    QDeadlineTimer UseShortTimeout; // not expired: locking the file has recently timed out
     std::unique_ptr<MessageClient> Client;
     QList<IMessageResponder*> Responders;
 };
@@ -434,10 +438,8 @@ void IPCManager::Private::LeaveRegistry()
     if (gridName.isEmpty())
         return;
     const QString lockFile = Internal::GridLockFilePath(gridName);
-    // After a time-out, do not wait as long for the same holder again.
-    const int lock = Platform::LockFile(lockFile, Platform::LockFileMode::CreateIfMissing,
-                                        HasTimedOut ? kSecondTimeoutMs : Internal::kGridLockTimeoutMs);
-    HasTimedOut = false;
+    const int lock = OpenAndLockFile(lockFile);
+    UseShortTimeout = {}; // the next grid has a lock of its own
     std::unique_ptr<QSharedMemory> segment = std::exchange(SharedMemory, std::make_unique<QSharedMemory>());
     if (lock == Platform::kLockTimedOut) {
         if (!segment->isAttached())
@@ -489,10 +491,8 @@ bool IPCManager::Private::LockFile()
 {
     const QString gridName = SharedMemory->key();
     const QString lockFile = Internal::GridLockFilePath(gridName);
-    FileLock
-        = Platform::LockFile(lockFile, Platform::LockFileMode::CreateIfMissing, Internal::kGridLockTimeoutMs);
-    HasTimedOut = FileLock == Platform::kLockTimedOut;
-    if (HasTimedOut) {
+    FileLock = OpenAndLockFile(lockFile);
+    if (FileLock == Platform::kLockTimedOut) {
         qCWarning(Internal::lcQvUtil,
                   "grid \"%ls\": another process keeps %ls locked; the registry was not accessed",
                   qUtf16Printable(gridName), qUtf16Printable(lockFile));
@@ -505,6 +505,15 @@ bool IPCManager::Private::LockFile()
             qUtf16Printable(gridName), qUtf16Printable(lockFile));
     }
     return true;
+}
+
+// \return a descriptor, kLockTimedOut or kLockFailed
+int IPCManager::Private::OpenAndLockFile(const QString& path)
+{
+    const int timeoutMs = UseShortTimeout.hasExpired() ? Internal::kGridLockTimeoutMs : kShortTimeoutMs;
+    const int lock = Platform::LockFile(path, Platform::LockFileMode::CreateIfMissing, timeoutMs);
+    UseShortTimeout = QDeadlineTimer(lock == Platform::kLockTimedOut ? kShortTimeoutLastsMs : 0);
+    return lock;
 }
 
 void IPCManager::Private::UnlockFile()
