@@ -239,7 +239,6 @@ bool MessageServerWorker::Listen(Platform::ExistingSocket existing)
         }
         return false;
     }
-    mIsFailureLogged = false;
     mLocalServer = std::move(server);
     connect(mLocalServer.get(), &QLocalServer::newConnection, this, &MessageServerWorker::ConnectedSlot);
     SetEndpoint(socket.File);
@@ -274,8 +273,9 @@ void MessageServerWorker::CheckEndpoint()
         mEndpointTimer.stop(); // log only one line
         return;
     }
-    // If this fails, the next check tries again.
-    if (Listen(Platform::ExistingSocket::Keep)) {
+    // If this fails, the next check tries again. While descriptors are scarce, the server may stop listening
+    // at each client: log only the first time.
+    if (Listen(Platform::ExistingSocket::Keep) && (isOpen || !std::exchange(mIsReopeningLogged, true))) {
         qCWarning(Internal::lcQvUtil, "the socket of \"%ls\" %s: listening again", qUtf16Printable(mName),
                   isOpen ? "was removed" : "was closed because a client could not be accepted");
     }
@@ -299,6 +299,7 @@ bool MessageServerWorker::Stop()
     mLocalServer.reset();
     mEndpoint.reset();
     mIsFailureLogged = false;
+    mIsReopeningLogged = false;
     return true;
 }
 
@@ -314,6 +315,8 @@ void MessageServerWorker::ConnectedSlot()
         socket->deleteLater();
         return;
     }
+    mIsFailureLogged = false;
+    mIsReopeningLogged = false;
     socket->setParent(this); // so that the client stays connected when the server listens again
     if (mSocket != nullptr)
         mSocket->deleteLater();

@@ -175,7 +175,8 @@ private:
     std::optional<Platform::FileIdentity> mEndpoint; // the file of mLocalServer
     EndpointObserver mAnnounceEndpoint;
     QTimer mEndpointTimer; // checks whether the server still listens under its name
-    bool mIsFailureLogged = false; // of Listen, since it last succeeded
+    bool mIsFailureLogged = false; // of Listen, since the last client
+    bool mIsReopeningLogged = false; // since the last client
     QLocalSocket* mSocket = nullptr; // the current client's
     Internal::DeliveryWindow* mWindow = nullptr;
     QPointer<Internal::MessageWriter> mWriter; // owned by mSocket
