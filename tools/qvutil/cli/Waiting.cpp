@@ -4,26 +4,36 @@
 #include "cli/Waiting.h"
 
 #include <QElapsedTimer>
+#include <QScopeGuard>
+#include <QThread>
 
 #include <chrono>
 #include <future>
-#include <system_error>
+#include <memory>
 
 using namespace Qt::StringLiterals;
 
 namespace Quorvin::Tool {
+namespace {
+
+// Documents may be nested deeply, and the default of some systems is less than a megabyte.
+constexpr unsigned int kStackSize = 8 * 1024 * 1024;
+
+} // namespace
 
 void ShowWhile(Console::ProgressBar& bar, qint64 done, const QString& label,
                const std::function<void()>& work)
 {
     if (!Console::IsErrorTerminal())
         return work();
-    std::future<void> result;
-    try {
-        result = std::async(std::launch::async, work);
-    } catch (const std::system_error&) { // no thread can start
+    std::packaged_task<void()> task(work);
+    std::future<void> result = task.get_future();
+    const std::unique_ptr<QThread> thread(QThread::create([&task] { task(); }));
+    thread->setStackSize(kStackSize);
+    thread->start();
+    if (!thread->isRunning() && !thread->isFinished()) // no thread can start
         return work();
-    }
+    const auto wait = qScopeGuard([&thread] { thread->wait(); });
     QElapsedTimer timer;
     timer.start();
     do {
