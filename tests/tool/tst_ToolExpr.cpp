@@ -21,6 +21,7 @@ private Q_SLOTS:
     void Eval_deeplyNested();
     void Lint_json();
     void Lint_file();
+    void Lint_percentInName();
     void Lint_standardInput();
     void Lint_xml();
     void Lint_xml_prefixWithoutNamespace();
@@ -233,6 +234,17 @@ void tst_ToolExpr::Lint_file()
     QCOMPARE(mTool->Run({u"expr"_s, u"lint"_s, u"--file"_s, u"list.txt"_s}).ToText(),
              u"list.txt:3, column 1: this '(' is not closed\n  (a\n  ^\n"
              "list.txt:4, column 3: an operand is missing beside this operator\n  c |\n    ^\n=> 1\n"_s);
+}
+
+void tst_ToolExpr::Lint_percentInName()
+{
+    QVERIFY(mTool->Write(u"%2 %3.txt"_s, "a |"));
+    QCOMPARE(mTool->Run({u"expr"_s, u"lint"_s, u"--file"_s, u"%2 %3.txt"_s}).ToText(),
+             u"%2 %3.txt:1, column 3: an operand is missing beside this operator\n  a |\n    ^\n=> 1\n"_s);
+    QVERIFY(mTool->Write(u"%2 %3.xml"_s, "<w e=\"a |\"/>"));
+    const QString text
+        = mTool->Run({u"expr"_s, u"lint"_s, u"--xml"_s, u"%2 %3.xml"_s, u"--attribute"_s, u"e"_s}).ToText();
+    QVERIFY2(text.startsWith(u"%2 %3.xml:1, e, column 3: "_s), qPrintable(text));
 }
 
 void tst_ToolExpr::Lint_standardInput()

@@ -55,6 +55,7 @@ private Q_SLOTS:
     void Get_translated();
     void Get_badFile_data();
     void Get_badFile();
+    void Get_percentInName();
     void Get_fromInput();
     void Set_type_data();
     void Set_type();
@@ -319,6 +320,22 @@ void tst_ToolXml::Get_badFile()
              u"! qvutil: bad.xml"_s + complaint + u"\n=> 2\n"_s);
     QCOMPARE(WithoutParsersWords(Run({u"xml"_s, u"list"_s, u"-"_s}, content), complaint),
              u"! qvutil: standard input"_s + complaint + u"\n=> 2\n"_s);
+}
+
+// Names and texts may contain what looks like a place for an argument.
+void tst_ToolXml::Get_percentInName()
+{
+    const QString name = u"100%2 %1.xml"_s;
+    QVERIFY(mTool->Write(name, "<a>\n<b c=\"1\" c=\"2\"/></a>"));
+    for (const QStringList& command :
+         {QStringList{u"xml"_s, u"list"_s}, QStringList{u"settings"_s, u"check"_s},
+          QStringList{u"xml"_s, u"format"_s}}) {
+        const QString text = Run(command + QStringList{name});
+        QVERIFY2(text.contains(name + u":2:"_s), qPrintable(text));
+    }
+    QVERIFY(mTool->Write(name, "<a b=\"" + QByteArray("%2").repeated(200) + "\"/>"));
+    const QString text = Run({u"xml"_s, u"list"_s, name});
+    QVERIFY2(text.contains(u"%2%2"_s) && text.contains(u"(400 characters)"_s), qPrintable(text));
 }
 
 void tst_ToolXml::Get_fromInput()

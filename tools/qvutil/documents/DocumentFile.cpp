@@ -56,7 +56,8 @@ void RequireLoadable(const QString& name, const QByteArray& content)
         return;
     if (problem->Line == 0)
         throw Failure(name, problem->Reason);
-    throw Failure(u"%1:%2:%3"_s.arg(name).arg(problem->Line).arg(problem->Column), problem->Reason);
+    throw Failure(u"%1:%2:%3"_s.arg(name, QString::number(problem->Line), QString::number(problem->Column)),
+                  problem->Reason);
 }
 
 void LoadDocument(Util::XmlFiler& filer, const InputFile& file)

@@ -144,7 +144,7 @@ QString FileProblem::ToText(const QString& file) const
 {
     if (Line == 0)
         return file + u": "_s + Reason;
-    return u"%1:%2:%3: "_s.arg(file).arg(Line).arg(Column) + Reason;
+    return u"%1:%2:%3: %4"_s.arg(file, QString::number(Line), QString::number(Column), Reason);
 }
 
 QJsonObject FileProblem::ToJson() const

@@ -32,7 +32,8 @@ QString Shortened(const QString& value)
 {
     if (value.size() <= kShownCharacters)
         return Console::Quoted(value);
-    return u"%1... (%2 characters)"_s.arg(Console::Quoted(value.left(kShownCharacters))).arg(value.size());
+    return u"%1... (%2 characters)"_s.arg(Console::Quoted(value.left(kShownCharacters)),
+                                          QString::number(value.size()));
 }
 
 void PrintElement(const VisitedElement& element, int depth)

@@ -107,8 +107,8 @@ private:
                 return object;
             },
             [&] {
-                Console::PrintLine(
-                    u"%1, column %2: %3"_s.arg(place).arg(problem.Where.Begin + 1).arg(problem.Reason));
+                Console::PrintLine(u"%1, column %2: %3"_s.arg(place, QString::number(problem.Where.Begin + 1),
+                                                              problem.Reason));
                 Console::PrintLine(outline.Marked(problem.Where));
             });
     }
@@ -128,7 +128,7 @@ void LintFile(Linter& linter, const QString& argument)
     for (qsizetype i = 0; i < lines.size(); ++i) {
         const QString line = QString::fromUtf8(lines.at(i)).trimmed();
         if (!line.isEmpty())
-            linter.Inspect(u"%1:%2"_s.arg(input.Name()).arg(i + 1), line);
+            linter.Inspect(u"%1:%2"_s.arg(input.Name(), QString::number(i + 1)), line);
     }
 }
 
@@ -146,9 +146,9 @@ void LintXmlFile(Linter& linter, const QString& argument, const QStringList& att
         const QXmlStreamAttributes found = reader.attributes();
         for (const QXmlStreamAttribute& attribute : found) {
             if (attributes.contains(attribute.qualifiedName()) && !attribute.value().trimmed().isEmpty()) {
-                linter.Inspect(
-                    u"%1:%2, %3"_s.arg(input.Name()).arg(reader.lineNumber()).arg(attribute.qualifiedName()),
-                    attribute.value().toString());
+                linter.Inspect(u"%1:%2, %3"_s.arg(input.Name(), QString::number(reader.lineNumber()),
+                                                  attribute.qualifiedName()),
+                               attribute.value().toString());
             }
         }
     }

@@ -37,11 +37,11 @@ QJsonObject ToJson(const GridSnapshot& snapshot)
 QString Summary(const GridSnapshot& snapshot)
 {
     const qsizetype dead = snapshot.DeadCount();
-    return u"grid %1: %2 alive, %3 dead; %4 of %5 bytes used"_s.arg(Console::Visible(snapshot.Name))
-        .arg(snapshot.Registry.Members.size() - dead)
-        .arg(dead)
-        .arg(snapshot.Registry.UsedBytes)
-        .arg(Util::Internal::kRegistrySize);
+    return u"grid "_s + Console::Visible(snapshot.Name)
+        + u": %1 alive, %2 dead; %3 of %4 bytes used"_s.arg(snapshot.Registry.Members.size() - dead)
+              .arg(dead)
+              .arg(snapshot.Registry.UsedBytes)
+              .arg(Util::Internal::kRegistrySize);
 }
 
 void PrintIndented(const QStringList& lines)

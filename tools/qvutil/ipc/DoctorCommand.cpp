@@ -155,7 +155,8 @@ void PrintText(const Endpoint& endpoint, const std::optional<EndpointProcesses>&
 {
     PrintRow(u"name", endpoint.Name);
     PrintRow(u"path",
-             u"%1 (%2 bytes of %3)"_s.arg(endpoint.Path).arg(endpoint.PathSize).arg(endpoint.LongestPath));
+             u"%1 (%2 bytes of %3)"_s.arg(endpoint.Path, QString::number(endpoint.PathSize),
+                                          QString::number(endpoint.LongestPath)));
     PrintRow(u"file", FileText(endpoint));
     PrintRow(u"listening", ListeningText(endpoint, processes));
     if (processes) {
