@@ -188,8 +188,8 @@ bool BooleanExpressionText::Split(Range range, Ranges& parts, Notes* notes) cons
     return true;
 }
 
-// Returns whether a range contains no unpaired surrogate. A regular expression finds nothing in a text with
-// one, not even a parenthesis or an operator.
+// Returns whether a range contains no unpaired surrogate. In a text with one, nothing counts as a parenthesis
+// or an operator, because a regular expression would find nothing in it.
 bool BooleanExpressionText::IsProper(Range range) const
 {
     const auto stray = std::lower_bound(mStray.cbegin(), mStray.cend(), range.Begin);
@@ -211,7 +211,7 @@ bool BooleanExpressionText::SplitChain(Range chain, Ranges& parts, Notes& notes)
             continue;
         const Range piece = Trimmed({begin, i});
         if (piece.IsEmpty()) {
-            notes.Mistake = i < chain.End ? Range{i, i + 1} : Range{begin - 1, begin}; // the adjacent '&'
+            notes.Mistake = i < chain.End ? Range{i, i + 1} : Range{begin - 1, begin}; // the '&' beside it
             return false;
         }
         parts.append(piece);

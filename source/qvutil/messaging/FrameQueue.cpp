@@ -12,8 +12,8 @@
 namespace Quorvin::Util::Internal {
 namespace {
 
-// A receiver that waits for its next message drains the socket within microseconds. For others, the queue
-// checks less and less often.
+// A receiver that is waiting for messages drains the socket within microseconds, so the queue checks for free
+// space eagerly at first. After that, it checks less and less often.
 constexpr qint64 kMaxEagerNs = 300'000;
 constexpr qint64 kMaxPauseMs = 20;
 
@@ -60,8 +60,8 @@ bool FrameQueue::CanWriteWhole(qsizetype size) const
 
 void FrameQueue::WriteNow(const QByteArray& piece)
 {
-    // Bypass QLocalSocket if its own buffer is empty: its write() copies the bytes, and wakes up the thread
-    // again to find that they are written. QLocalSocket still detects errors.
+    // Bypass QLocalSocket while its own buffer is empty: its write() copies the bytes, and later wakes the
+    // thread once more only to notice that they are written. QLocalSocket still detects errors.
     const qsizetype written
         = mSocket->bytesToWrite() == 0 ? Platform::WriteAvailable(mSocket->socketDescriptor(), piece) : 0;
     if (written == piece.size())

@@ -29,8 +29,8 @@ using namespace Qt::StringLiterals;
 namespace Quorvin::Util {
 namespace {
 
-// Members that do not hang hold the lock of a grid for a few milliseconds. After a time-out, whoever reads
-// the registry regularly must not wait for the full time again and again.
+// Members hold the lock of a grid for a few milliseconds, unless they hang. After a time-out, the next waits
+// are short for a while, because some processes read the registry regularly.
 constexpr int kShortTimeoutMs = 100;
 constexpr int kShortTimeoutLastsMs = 10'000;
 
@@ -304,7 +304,7 @@ bool IPCManager::CreateGridConnection(const QString& gridName, QIODeviceBase::Op
     const QString serverName = gridName + u'.' + program + u'.' + QString::number(processId);
     StartServer(serverName, mode);
     if (!lock.IsLocked())
-        return true; // a later call tries again
+        return true; // the next call tries to register again
     mPrivate->IsRegistered = true;
 
     QList<ProcessInfo> processes = ReadFromSharedMemory();

@@ -21,7 +21,8 @@ constexpr int kReconnectIntervalMs = 1000;
 constexpr int kSendTimeoutMs = 15000;
 constexpr int kResponseTimeoutMs = 30000;
 
-// Tells the client's thread object to announce sent messages. Its mailbox posts the other kind of event.
+// The event that makes the client's thread object announce sent messages. Its mailbox uses another event type
+// for arrivals.
 constexpr auto kSentEvent = static_cast<QEvent::Type>(Internal::Mailbox<Internal::Arrival>::kEvent + 1);
 
 constexpr int kExitSuccess = 0;
@@ -103,7 +104,7 @@ bool MessageClient::WaitForConnection(int timeoutMs)
 {
     if (!IsConnected())
         return !IsWaiting() && WaitFor(Wait::Goal::Connection, timeoutMs);
-    // The announcement of the connection may still be queued, and would end the wait for the answer to a
+    // Announce the connection now if that is still queued: later, it would end the wait for the answer to the
     // first request.
     if (!mConnected)
         mThread->AnnounceArrivals();
@@ -151,7 +152,7 @@ bool MessageClient::SendMessage(const MessageInfo& message, bool waitForSent)
 bool MessageClient::SendMessageAndGetResponse(const QString& id, const QVariantMap& params,
                                               QVariantMap& response, int timeoutMs)
 {
-    // Read the parameters first: they may be the map that receives the answer.
+    // Copy the parameters first: they may be the same map as response.
     MessageInfo request;
     request.Id = id;
     request.Params = params;
@@ -314,7 +315,8 @@ void MessageClientThread::RunWorker()
 {
     MessageClientWorker worker(mServerName, mMode, mClient);
     using Kind = Internal::ArrivalKind;
-    // Once the connection is visible, its announcement is in the mailbox.
+    // Set the flag after filling the mailbox: where WaitForConnection sees the flag, it announces the
+    // connection.
     connect(&worker, &MessageClientWorker::Connected, &worker, [this] {
         Deliver({Kind::Connected});
         mSocketConnected.store(true, std::memory_order_release);

@@ -29,7 +29,7 @@ void AppendByDom(const QString& frame, QList<MessageInfo>& messages)
 void DecodeText(const QString& text, QList<MessageInfo>& messages, bool (*shouldStop)())
 {
     using Internal::kFrameStart;
-    qint64 comparisonsLeft = kMaxAttributeComparisons; // for everything that one read returned
+    qint64 comparisonsLeft = kMaxAttributeComparisons; // for all frames of one read
     Internal::ForEachPiece(QStringView(text), kFrameStart, [&](QStringView piece) {
         const bool isFrame = piece.startsWith(kFrameStart);
         if (isFrame) {
@@ -75,7 +75,7 @@ bool DecodeMessage(const QByteArray& bytes, QList<MessageInfo>& messages, bool (
     for (QByteArrayView rest = bytes; !rest.isEmpty();) {
         MessageInfo& message = messages.emplaceBack();
         if (!Internal::TakeMessageFast(rest, message)) {
-            // Decode everything again as text: how malformed UTF-8 is decoded does not depend on where it is
+            // Decode everything again as one text, because malformed UTF-8 may decode differently if it is
             // split.
             messages.resize(before);
             DecodeText(QString::fromUtf8(bytes), messages, shouldStop);

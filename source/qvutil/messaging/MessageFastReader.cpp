@@ -26,8 +26,8 @@ namespace {
 // Maximum nesting depth for the fast path; far below the maximum for documents.
 constexpr int kMaxDepth = 200;
 
-// Returns whether bytes are valid UTF-8 that decodes to the same text inside a document as it does alone, and
-// without replacement characters.
+// Returns whether bytes are valid UTF-8 that decodes without replacement characters, and to the same text
+// inside a document as on its own.
 bool IsRoundTripUtf8(QByteArrayView text)
 {
     constexpr QByteArrayView kByteOrderMark = "\xEF\xBB\xBF";

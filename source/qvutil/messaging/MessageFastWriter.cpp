@@ -19,7 +19,7 @@ using namespace Qt::StringLiterals;
 namespace Quorvin::Util::Internal {
 namespace {
 
-// Enough for most messages. (malloc consolidates for sizes from 1 KiB on, including its own overhead.)
+// Enough for most messages. (From 1 KiB on, including its overhead, malloc first consolidates freed chunks.)
 constexpr qsizetype kUsualSize = 960;
 
 // A growing byte buffer.
@@ -32,7 +32,8 @@ public:
         , mLimit(mEnd + capacity)
     { }
 
-    // Returns the end of the bytes, with space for more. They only count once the new end is set.
+    // Returns the end of the bytes, with space for \p size more. Bytes written there only count once the new
+    // end is set.
     [[nodiscard]] char* Room(qsizetype size)
     {
         if (mLimit - mEnd < size)

@@ -273,15 +273,16 @@ void MessageServerWorker::CheckEndpoint()
         mEndpointTimer.stop(); // log only one line
         return;
     }
-    // If this fails, the next check tries again. While descriptors are scarce, the server may stop listening
-    // at each client: log only the first time.
+    // If listening fails, the next check tries again. While descriptors are scarce, the server may stop
+    // listening at each client: log only the first time.
     if (Listen(Platform::ExistingSocket::Keep) && (isOpen || !std::exchange(mIsReopeningLogged, true))) {
         qCWarning(Internal::lcQvUtil, "the socket of \"%ls\" %s: listening again", qUtf16Printable(mName),
                   isOpen ? "was removed" : "was closed because a client could not be accepted");
     }
 }
 
-// A successor may have taken the name. The inode number is not reused while the socket is open.
+// Removes the socket file, unless a successor has taken the name: while the socket is open, no other file
+// gets its inode number.
 void MessageServerWorker::RemoveEndpoint()
 {
     const QString path = Internal::GetSocketPath(mName);

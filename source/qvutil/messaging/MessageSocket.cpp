@@ -26,9 +26,9 @@ constexpr qsizetype kMaxBytes = qsizetype(4) * 1024 * 1024;
 // Drop an unfinished frame above this size: no system passes a larger one on completely.
 constexpr qsizetype kMaxFrameBytes = 2 * qsizetype(kRequestedSendBuffer);
 
-// Time-out for the remainder of large frames, in total for one call, however often a few bytes arrive. It is
-// short, because the writer is in the middle of a system call and waits for nothing but a processor. The time
-// is counted in steps, so that a machine that stalls uses up only one step.
+// Time-out for the remainders of all large frames in one call, however often a few bytes arrive. It is short,
+// because the writer is in the middle of a system call and needs only processor time. The time is counted in
+// steps, so that a stalled machine uses up only one of them.
 constexpr int kRestTimeoutMs = 500;
 constexpr int kRestStepMs = 50;
 constexpr qint64 kNsPerMs = 1'000'000;
@@ -45,12 +45,12 @@ bool IsThreadToStop()
     return QThread::currentThread()->isInterruptionRequested();
 }
 
-// Detects an unfinished frame in bytes that grow.
+// Detects an unfinished frame at the end of the bytes read so far.
 class PartialFrameDetector
 {
 public:
-    // Returns whether the end of a large frame is missing, which the kernel may deliver in several parts.
-    // Smaller frames always arrive whole, so waiting for the remainder of one is useless.
+    // Returns whether the bytes end inside a large frame, which the kernel may deliver in several parts.
+    // Smaller frames arrive whole or not at all, so waiting for the remainder of one is useless.
     [[nodiscard]] bool IsInMidFrame(const QByteArray& bytes)
     {
         constexpr QByteArrayView kEnd = "</Message>";
@@ -197,7 +197,7 @@ MessageWriter::MessageWriter(QLocalSocket* socket)
 
 void MessageWriter::Write(std::span<const MessageInfo> messages)
 {
-    size_t first = 0; // of the messages whose frames are in the piece
+    size_t first = 0; // index of the first message in the piece
     QByteArray piece;
     for (size_t i = 0; i < messages.size(); ++i) {
         const QByteArray frame = Encode(messages[i]);
@@ -219,7 +219,8 @@ void MessageWriter::Write(std::span<const MessageInfo> messages)
 void MessageWriter::WritePiece(const QByteArray& frames, std::span<const MessageInfo> messages)
 {
     if (mFrames->Write(frames)) {
-        // The end of a connection shows in the write of one message; those behind it are dropped.
+        // If the connection turned out to be closed, the first message counts as written, as if each had been
+        // written separately, and the others are dropped.
         if (mSocket->state() != QLocalSocket::ConnectedState)
             messages = messages.first(1);
         for (const MessageInfo& message : messages)
@@ -234,7 +235,7 @@ void MessageWriter::WritePiece(const QByteArray& frames, std::span<const Message
 void MessageWriter::WarnOfLongQueue()
 {
     mHasWarned = true;
-    qCWarning(lcQvUtil, "%lld bytes wait to be sent: the receiver does not read, or too slowly",
+    qCWarning(lcQvUtil, "%lld bytes are queued: the receiver reads too slowly, or not at all",
               static_cast<long long>(mFrames->GetQueuedBytes()));
 }
 

@@ -169,7 +169,7 @@ void VariantMapEncoder::ReadVariant(XmlFiler& filer, QVariant& value) const
         value = filer.ReadBuffer();
         break;
     default:
-        break; // as for ULongLong and QChar, which are not written either
+        break; // like ULongLong and QChar, which are not written
     }
 }
 

@@ -45,7 +45,7 @@ void WorkerThread::AnnounceArrivals()
     const QPointer<WorkerThread> self(this);
     mMailbox.TakeAll(mArrivals);
     qsizetype count = static_cast<qsizetype>(mArrivals.size()); // handle other events before later arrivals
-    // A slot may run an event loop, which must announce the rest.
+    // Post an event for the rest: a slot may run an event loop before this loop gets to it.
     if (count > 1)
         mMailbox.CallAgain();
     for (; count > 0 && !mArrivals.empty(); --count) {

@@ -20,8 +20,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-// QSaveFile is not used, because every killed save leaves another temporary file, a loop of links is replaced
-// with a file, the owner changes, and a file whose name has the maximum length cannot be saved.
+// QSaveFile is not used, because it leaves another temporary file after every killed save, replaces a loop of
+// links with a file, changes the owner, and cannot save a file whose name has the maximum length.
 
 namespace Quorvin::Util::Platform {
 namespace {

@@ -27,8 +27,8 @@ namespace Quorvin::Util::Platform {
 namespace {
 
 // Waits for the lock on a file. No system has a time-out for flock, so this polls. Each holder updates the
-// file's modification time, which restarts the deadline: many processes that take turns differ from one that
-// hangs.
+// file's modification time, which restarts the deadline, so that only a single process that hangs causes a
+// time-out, and not many that take turns.
 // \return 0, or what LockFile returns
 int WaitForLock(int file, int timeoutMs)
 {

@@ -28,8 +28,7 @@ std::filesystem::file_type FileType(const QString& file)
         .type();
 }
 
-// Returns whether the file certainly does not exist. If its folder cannot be searched, nothing is known about
-// it.
+// Returns whether the file certainly does not exist. It may exist if its folder cannot be searched.
 bool IsMissing(const QString& file)
 {
     return FileType(file) == std::filesystem::file_type::not_found;

@@ -31,8 +31,7 @@ template <typename Units> Units ReadUnits(XmlFiler& filer)
 
 } // namespace
 
-// Caches contexts, their units and recent translations. Null while nothing is cached: every change of the
-// table resets it.
+// Caches contexts, their units and recent translations. Reset, and thus null, whenever the table changes.
 struct Q_DECL_HIDDEN XlfTranslator::Private
 {
     // A document, by the name that Translate was called with. The units share the data of the table.
@@ -52,7 +51,8 @@ struct Q_DECL_HIDDEN XlfTranslator::Private
     [[nodiscard]] QString LookUp(const QString& text);
 
     std::map<QString, Context> Contexts;
-    std::map<QString, Context>::iterator Last = Contexts.end(); // a document's texts come one after another
+    // The context of the last translation; most texts are of the same document as the previous one.
+    std::map<QString, Context>::iterator Last = Contexts.end();
     qsizetype RecentCount = 0;
     std::bitset<kSeenBits> Seen; // hashes of all texts translated so far
 };
@@ -68,7 +68,7 @@ void XlfTranslator::Private::Remember(const QString& text, const QString& transl
         Seen.set(bit);
         return;
     }
-    // A string without a capacity may not own its characters.
+    // Copy the characters of a string without a capacity, which may not own them.
     Last->second.Recent.insert(text.capacity() > 0 ? text : QString(text.constData(), text.size()),
                                translation);
     ++RecentCount;

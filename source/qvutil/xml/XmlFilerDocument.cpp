@@ -19,8 +19,8 @@ using namespace Qt::StringLiterals;
 namespace Quorvin::Util {
 namespace {
 
-// A document with a space in a name, a second root element or "--" in a comment can be saved, but not be read
-// again. It is only parsed for this warning if the warning is logged.
+// Warns of a saved document that will not load, for example because of a space in a name, a second root
+// element or "--" in a comment. Parses the document only if the warning would be logged.
 void WarnOfUnreadableDocument(const QString& path, const QByteArray& document)
 {
     if (!Internal::lcQvUtil().isWarningEnabled())
@@ -66,7 +66,7 @@ std::optional<QByteArray> ReadAll(QFile& file, XmlLoadError& error)
     return content;
 }
 
-// Parses the text that read returns, if any. After a failure, error is set and the reason logged.
+// Parses the text that read() returns, if any. After a failure, sets error and logs the reason.
 template <typename Read>
 bool Fill(QDomDocument& document, Read read, const QString& name, XmlLoadError& error)
 {

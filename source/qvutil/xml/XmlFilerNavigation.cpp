@@ -36,7 +36,7 @@ QDomElement FindChildElement(const QDomNode& parent, const QString& name)
     const QDomNode child = parent.namedItem(name);
     if (child.isNull() || child.isElement())
         return child.toElement();
-    return parent.firstChildElement(name); // a node of another kind has the same name and comes first
+    return parent.firstChildElement(name); // another kind of node with this name precedes the element
 }
 
 // Returns a step as a QString for QDom, without copying it. Valid as long as the path is.
@@ -261,8 +261,8 @@ void XmlFiler::SetCursor(const QDomNode& node) const
     mPrivate->Detached.ReleaseUnused();
 }
 
-// Every element is added here, and removed in RemoveChild. The cache stays valid: a path leads to the first
-// child of each name, so a new last child does not change where cached paths lead.
+// All elements are added here and removed in RemoveChild. Appending leaves the path cache valid: a path leads
+// to the first child of each name, so a new last child does not change where cached paths lead.
 void XmlFiler::AppendChild(QDomNode parent, const QDomNode& child)
 {
     parent.appendChild(child);
@@ -270,7 +270,7 @@ void XmlFiler::AppendChild(QDomNode parent, const QDomNode& child)
 
 void XmlFiler::RemoveChild(QDomNode parent, const QDomNode& child)
 {
-    if (child.isElement()) // no path leads to other nodes
+    if (child.isElement()) // paths lead to elements only
         mPrivate->Paths.Invalidate();
     parent.removeChild(child);
     mPrivate->Detached.KeepIfHeld(child, parent.ownerDocument());

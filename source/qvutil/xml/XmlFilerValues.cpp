@@ -337,8 +337,8 @@ QString XmlFiler::ReadText(const QDomElement& element, const QString& name, cons
 
 namespace {
 
-// Two texts are a name and a value, but are easily mistaken for a path and a name. Warns if the first one is
-// the path of an element that has an attribute named by the second one.
+// Two texts are a name and a value or default, but callers mistake them for a path and a name. Warns if the
+// first text is the path of an element that has an attribute named by the second.
 void WarnOfPathWithoutName(const QDomElement& cursor, const QDomElement& element, const QString& first,
                            const QString& second, const char* remedy)
 {
@@ -362,8 +362,8 @@ QString XmlFiler::ReadString(const QString& name, const QString& defaultValue) c
 
 QString XmlFiler::ReadString(const QString& path, const QString& name, const QString& defaultValue) const
 {
-    // Translating a second time is part of the interface: it translates the default too, and a value of the
-    // form tr(tr(...)) twice.
+    // ReadText has translated a stored value already. The second translation is part of the interface: it
+    // applies to the default too, and to the inner mark of tr(tr(...)).
     return Translate(ReadText(ElementAt(path), name, defaultValue));
 }
 

@@ -35,8 +35,8 @@ template <typename Char> size_t SkipBlanks(Text<Char> text, size_t at)
     return at;
 }
 
-// Counts the attributes in a tag, up to its end or to a character that no tag can contain, where the parser
-// stops too.
+// Counts the attributes in a tag. Stops at its end, or like the parser at a character that no tag can
+// contain.
 template <typename Char> int CountAttributes(Text<Char> tag)
 {
     int count = 0;
@@ -66,8 +66,8 @@ template <typename Char> int CountAttributes(Text<Char> tag)
     }
 }
 
-// Calls visit(index, number of attributes) for each tag that is long enough for more than this number of
-// attributes, until it returns false.
+// Calls visit(index of the tag, number of its attributes) for each tag that is long enough to have more than
+// the given number of attributes. Ends when visit returns false.
 template <typename Char, typename Visit> void ForEachTagWithMore(int attributes, Text<Char> text, Visit visit)
 {
     constexpr size_t kShortestAttribute = 5; // as in ` a=""`
@@ -239,7 +239,7 @@ bool ExpansionBudget::AddEntities(const QXmlStreamReader& afterDeclarations, QSt
     const QXmlStreamEntityDeclarations declarations = afterDeclarations.entityDeclarations();
     for (const QXmlStreamEntityDeclaration& entity : declarations)
         mEntities.insert(entity.name().toString(), {entity.value().toString()});
-    // References in the declarations count where they are used.
+    // Skip the references in the declarations: they count wherever their entity is used.
     const QStringView declared = afterDeclarations.text();
     const qsizetype at = document.indexOf(declared);
     if (!mEntities.isEmpty())
@@ -258,7 +258,7 @@ qint64 ExpansionBudget::CostOfReferences(QStringView text)
         if (entity != mEntities.end())
             cost += CostOf(*entity);
         else if (name.contains(QChar::ReplacementCharacter))
-            cost += kMaxExpansionOfOneEntity; // a name in an unknown encoding
+            cost += kMaxExpansionOfOneEntity; // the name could not be decoded; assume the worst
     }
     return cost;
 }

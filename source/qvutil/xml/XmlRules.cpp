@@ -16,7 +16,8 @@ using namespace Qt::StringLiterals;
 namespace Quorvin::Util::Internal {
 namespace {
 
-// The parser reads a document with declarations in pieces of this size, each of which is counted first.
+// A document with declarations is passed to the reader in pieces of this size, each of which is counted
+// first.
 constexpr qsizetype kPieceSize = qsizetype{16} * 1024;
 
 constexpr QLatin1StringView kTooDeep("elements are nested more than 1,000 deep");
@@ -255,7 +256,7 @@ QString PieceAt(const QString& document, qsizetype at)
     return piece.back().isHighSurrogate() ? document.mid(at, kPieceSize + 1) : piece;
 }
 
-// Reads a document like the parser, up to an error or a limit.
+// Reads a document as the parser does, up to an error or a limit.
 template <typename Text> class LimitedReading
 {
 public:

@@ -12,8 +12,8 @@
 
 using namespace Qt::StringLiterals;
 
-// The format is that of QDomNode::save in Qt 6.4, with every version of Qt, except that attributes are sorted
-// by name. QDom keeps them in a hash, whose order changes from run to run.
+// With every version of Qt, the format is that of QDomNode::save in Qt 6.4, except that attributes are sorted
+// by name: QDom keeps them in a hash, whose order changes from run to run.
 
 namespace Quorvin::Util::Internal {
 namespace {
@@ -261,8 +261,8 @@ bool IsXmlDeclaration(const QDomNode& node)
 QByteArray WriteXmlFile(const QDomDocument& document)
 {
     Writer writer(kFileIndent);
-    // Qt writes a declaration with its own encoding instead of the document's, and drops everything before
-    // that. It does not write the document type.
+    // As Qt does, replace the document's declaration with one for this encoding, drop everything before the
+    // declaration, and omit the document type.
     writer.WriteXmlDeclaration();
     QDomNode first = document.firstChild();
     for (QDomNode node = first; !node.isNull(); node = node.nextSibling()) {
