@@ -99,7 +99,7 @@ function(qvutil_install)
         set_target_properties(qvutil PROPERTIES
             INSTALL_RPATH "${way}"
             INSTALL_RPATH_USE_LINK_PATH ON)
-        # Exported separately, because the tool can be left out or packaged separately.
+        # The tool has a separate export, because it can be omitted or packaged separately.
         install(TARGETS qvutil EXPORT QvUtilToolTargets
             RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}" COMPONENT Runtime)
         install(EXPORT QvUtilToolTargets NAMESPACE QvUtil:: COMPONENT Development

@@ -175,7 +175,7 @@ def main():
         print_table(("hot path", "instructions before", "after", "ratio"),
                     [(name, f"{before[name]:.4g}", f"{after[name]:.4g}", f"{after[name] / before[name]:.3f}")
                      for name in names])
-        # They hardly depend on the machine's mood.
+        # Numbers of instructions hardly depend on the load of the machine.
         slower = slower or any(after[name] > before[name] * (1 + 2 * MARGIN) for name in names)
     sys.exit(1 if arguments.fail and slower else 0)
 

@@ -62,7 +62,7 @@ as_root()
     elif has sudo; then
         sudo "$@"
     else
-        die "root must run this command, and there is no sudo here: $*"
+        die "sudo is not installed: run this command as root: $*"
     fi
 }
 
@@ -148,7 +148,7 @@ need()
     elif has brew; then
         system=brew
     else
-        say "There is no apt-get and no Homebrew here: install the packages yourself (see docs/getting-started.md)"
+        say "Neither apt-get nor Homebrew is installed: install the packages yourself (see docs/getting-started.md)"
         return
     fi
     for subject in "$@"; do

@@ -2,12 +2,11 @@
 # SPDX-FileCopyrightText: 2026 The QvUtil developers
 # SPDX-License-Identifier: MIT
 
-"""Mistreats programs that use the library and counts what holds; scripts/torture builds them and calls this.
+"""Mistreats programs that use the library and counts how often its promises hold; scripts/torture calls this.
 
-Each part tries one kind of mistreatment until its share of the time is over, and at least a minimum number of
-times. The table at the end tells how often, and whether what the handbook promises held every time;
-docs/reliability.md explains it. The exit code is 1 if anything did not hold. A part that the system does not allow is named with
-the reason.
+Each part tries one kind of mistreatment until its share of the time is over, and at least a minimum number of times.
+The table at the end shows how often each promise was tested and how often it held; docs/reliability.md explains it.
+If the system does not allow a part, the table gives the reason. The exit code is 1 if a promise did not hold.
 """
 
 import argparse
@@ -42,7 +41,7 @@ class Part:
         self.note = ''
 
     def check(self, held, failure):
-        """Counts one attempt; failure describes it if it did not hold."""
+        """Counts one attempt. held: whether the promise held; failure: the text to print if not."""
         self.tried += 1
         if not held:
             self.failures.append(failure)
@@ -56,7 +55,7 @@ class Part:
 
 
 class Clock:
-    """The time of one part: over() is true once it has passed, and enough was tried."""
+    """The time for one part. It is over() after these seconds and at least the minimum number of attempts."""
 
     def __init__(self, seconds):
         self.end = time.monotonic() + seconds
@@ -86,7 +85,7 @@ class Process:
             self.changed.notify_all()
 
     def wait_for(self, start, timeout=PATIENCE):
-        """Whether a line that begins with start was printed in time."""
+        """Returns whether the program prints a line that begins with start in time."""
         with self.changed:
             self.changed.wait_for(
                 lambda: any(line is None or line.startswith(start) for line in self.lines), timeout)
@@ -104,7 +103,7 @@ class Process:
         except subprocess.TimeoutExpired:
             self.kill()
             code = None
-        self.reader.join(timeout)  # so that every line is there
+        self.reader.join(timeout)  # until it has read the last line
         return code
 
 
@@ -114,7 +113,8 @@ class Torture:
         self.peer = options.peer
         self.tool = options.tool
         self.random = random.Random(options.seed)
-        # Short, since the path of a socket is limited; open to the user as whom root tries to save.
+        # The name is short, because the path of a socket is limited. Root also saves as another user, who needs
+    # access to the folder.
         self.folder = pathlib.Path(tempfile.mkdtemp(prefix='qvt-'))
         self.folder.chmod(0o755)
         os.environ['TMPDIR'] = str(self.folder)
@@ -138,12 +138,12 @@ class Torture:
         return path
 
     def verdict(self, file, code, old, new):
-        """Returns the fault of a save of the document new over the bytes old (None: no file); '' if there is none."""
+        """Returns what is wrong after saving new over old (None: no file); '' if nothing is."""
         content = file.read_bytes() if file.exists() else None
         if code == 0:
-            return '' if content == new else 'true, but not saved'
+            return '' if content == new else 'the save succeeded, but its content is not in the file'
         if code == 1:
-            return '' if content == old else 'false, and the old file is gone'
+            return '' if content == old else 'the save failed, but the file has changed'
         return f'ended with {code}'
 
     # Killed
@@ -184,7 +184,7 @@ class Torture:
     ERRORS = ['EIO', 'ENOSPC', 'EACCES', 'EINTR', 'EPERM', 'EMFILE', 'EROFS', 'EDQUOT', 'ENOLCK', 'EEXIST']
 
     def calls_of(self, command, file):
-        """The system calls from the first on that names the file: (name, how many of its name came before)."""
+        """Returns the system calls from the first one that names the file on: (name, number of earlier calls of it)."""
         log = self.folder / 'calls.log'
         result = subprocess.run(['strace', '-s', '4096', '-o', str(log), self.saver, *map(str, command)],
                                 stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True, check=False,
@@ -206,7 +206,7 @@ class Torture:
         return found, ''
 
     def attempts(self, calls, part, seconds):
-        """Each call with one error and with a kill, then other errors until the time is over."""
+        """Yields for each call one error and a kill, then further errors until the time is over."""
         clock = Clock(seconds)
         first = [(name, before, f'error={self.random.choice(self.ERRORS)}') for name, before in calls]
         first += [(name, before, 'signal=KILL') for name, before in calls]
@@ -227,7 +227,7 @@ class Torture:
 
     def fail_calls(self, part, seconds):
         if not shutil.which('strace'):
-            part.note = 'there is no strace'
+            part.note = 'strace is not installed'
             return
         folder = self.fresh_folder('calls')
         file = folder / 's.xml'
@@ -249,7 +249,7 @@ class Torture:
                 prepare()
                 code = self.inject(attempt, command).returncode
                 is_killed = attempt[2] == 'signal=KILL'
-                if is_killed:  # what counts is what it has left
+                if is_killed:  # it has no exit code: judge by what the file contains
                     code = 0 if file.exists() and file.read_bytes() == new else 1
                 problem = self.verdict(file, code, old, new)
                 left = sorted(entry for entry in os.listdir(folder) if entry != 's.xml')
@@ -260,7 +260,7 @@ class Torture:
     def fail_settings(self, part, seconds):
         """A store that could not be read must not be overwritten."""
         if not shutil.which('strace'):
-            part.note = 'there is no strace'
+            part.note = 'strace is not installed'
             return
         folder = self.fresh_folder('settings')
         file = folder / 's.xml'
@@ -307,11 +307,11 @@ class Torture:
             part.check(not problem, f'{size} bytes: {problem}')
 
     def fill_disk(self, part, seconds, minimum):
-        """Runs fill_disk_inside in a mount namespace, which goes with its processes."""
+        """Runs fill_disk_inside in a mount namespace, which disappears with its processes."""
         options = ['-m'] if os.geteuid() == 0 else ['-U', '-r', '-m']
         probe = subprocess.run(['unshare', *options, 'true'], capture_output=True, text=True, check=False)
         if probe.returncode != 0:
-            part.note = 'no file systems of its own: ' + probe.stderr.strip().splitlines()[-1]
+            part.note = 'cannot mount a file system: ' + probe.stderr.strip().splitlines()[-1]
             return
         folder = self.fresh_folder('disk')
         result = subprocess.run(
@@ -320,7 +320,7 @@ class Torture:
              '--minimum', str(minimum)],
             stdout=subprocess.PIPE, text=True, timeout=seconds + 4 * PATIENCE, check=False)
         if result.returncode != 0:
-            part.check(False, f'the part ended with {result.returncode}')
+            part.check(False, f'ended with exit code {result.returncode}')
             return
         *shown, last = result.stdout.splitlines()
         for line in shown:
@@ -385,12 +385,12 @@ class Torture:
 
     def connect(self, name, timeout=PATIENCE):
         connection = socket.socket(socket.AF_UNIX, socket.SOCK_STREAM)
-        connection.connect(str(self.folder / name))  # waits for its turn; with a time-out it would fail at once
+        connection.connect(str(self.folder / name))  # blocks while the queue is full
         connection.settimeout(timeout)
         return connection
 
     def ask(self, name):
-        """Seconds until the right answer came; None if it did not."""
+        """Returns the seconds until the right answer arrived; None if it did not arrive."""
         number = self.random.randrange(10 ** 6)
         request = self.frame(f'<Param Name="n" Type="Int" Value="{number}"/>')
         unique = re.search(rb'UniqueId="([^"]*)"', request)[1]
@@ -404,7 +404,7 @@ class Torture:
                     if not piece:
                         return None
                     text += piece
-                    # Answers to the client before may come first; a client knows its own by their number.
+                    # Answers to the previous client may arrive first: compare the unique id.
                     for answer in re.findall(rb'<Message .*?</Message>', text, re.S):
                         if b'OriginalMessageUniqueId="' + unique in answer:
                             is_right = b'IsResponse="True"' in answer and f'Value="{number}"'.encode() in answer
@@ -413,7 +413,7 @@ class Torture:
             return None
 
     def attacks(self):
-        """Maps names to attacks of a peer: pieces of bytes, and the pause in seconds after each."""
+        """Returns attacks by name: the pieces of bytes that a peer sends, and the pause in seconds after each."""
         noise = self.random.randbytes
         begin = b'<?xml version="1.0"?>\n<Message Id="Ask">'
         attributes = b''.join(b' a%d="1"' % i for i in range(200_000))
@@ -456,12 +456,12 @@ class Torture:
                                 connection.sendall(piece)
                                 time.sleep(pause)
                     except OSError:
-                        pass  # the server may close the connection, or not read on
+                        pass  # the server may close the connection or stop reading
 
                 attacker = threading.Thread(target=send)
                 attacker.start()
                 if pause:
-                    time.sleep(0.3)  # asked while it goes on
+                    time.sleep(0.3)  # send the request below during the attack
                 else:
                     attacker.join()
                 answered = self.ask('torture')
@@ -491,7 +491,7 @@ class Torture:
         part.note = 'resident after each round: ' + ', '.join(f'{size // 1024} MiB' for size in grown)
 
     def attack_client(self, part, seconds, minimum):
-        """Servers that answer wrongly: the client must accept the right answers alone."""
+        """Runs a server that also sends wrong answers: the client must accept only the right ones."""
         clock = Clock(seconds)
         path = self.folder / 'hostile'
         while not clock.over(part, minimum):
@@ -518,7 +518,7 @@ class Torture:
             code = client.end()
             answers = [line.split()[1:] for line in client.lines if line and line.startswith('answer')]
             if answers and answers[-1][0] == '0':
-                answers.pop()  # the end of the program ends a wait without an answer
+                answers.pop()  # the program ended while it waited for this answer
             wrong = [answer for answer in answers if answer[0] != answer[1]]
             right = len(answers) - len(wrong)
             for _ in range(asked):
@@ -546,7 +546,7 @@ class Torture:
 
     @staticmethod
     def shared_memory():
-        """The segments of this machine: (identifier, process that made it)."""
+        """Returns the shared memory segments of this machine: (identifier, id of the creating process)."""
         table = pathlib.Path('/proc/sysvipc/shm')
         rows = table.read_text().splitlines()[1:] if table.exists() else []
         return {(int(row.split()[1]), int(row.split()[4])) for row in rows}
@@ -560,7 +560,7 @@ class Torture:
         killed = 0
 
         def finish(member):
-            """Ends a member in an orderly way."""
+            """Lets a member leave the grid and end by itself."""
             joined = member.wait_for('joined')
             code = member.end()
             part.check(joined and code == 0, f'joined: {joined}, ended with {code}')
@@ -572,7 +572,7 @@ class Torture:
                 living.append(member)
             member = living.pop(self.random.randrange(len(living)))
             fate = self.random.random()
-            if fate < 0.2:  # stopped at a random moment, perhaps while it joins
+            if fate < 0.2:  # stop it at a random time, perhaps while it joins
                 member.process.send_signal(signal.SIGSTOP)
                 time.sleep(self.random.uniform(0, 0.1))
             if fate < 0.1:
@@ -597,7 +597,7 @@ class Torture:
         part.check(not left, f'shared memory is left: {left}')
 
     def hang_in_grid(self, part, seconds, minimum):
-        """Stops a process that holds both locks of a grid, as a member does that joins."""
+        """Stops a process that holds both locks of a grid, like a member that is joining."""
         before = self.shared_memory()
         clock = Clock(seconds)
         processes = set()
@@ -618,7 +618,7 @@ class Torture:
                 return
             holder.process.send_signal(signal.SIGSTOP)
             joiner = start('members', grid)
-            code = member.end()  # closes the input first: both wait at the same time
+            code = member.end()  # it leaves while the joiner joins, so that both wait for the locks
             part.check(code == 0, f'a member that leaves ended with {code}')
             has_read = joiner.wait_for('members')
             part.check(has_read, 'a member that joins did not give up')
@@ -640,7 +640,7 @@ class Torture:
         left = {segment for segment in self.shared_memory() - before if segment[1] in processes}
         part.check(not left, f'shared memory is left: {left}')
 
-    # All of it
+    # All parts
 
     def run(self, seconds, is_short):
         parts = []
@@ -658,13 +658,13 @@ class Torture:
         do('stores opened with a failing system call', lambda part, time, _: self.fail_settings(part, time),
            0.05, 0)
         do('saves to a full file system', self.fill_disk, 0.05, 10 * scale)
-        do('saves beyond a limit of size', self.limit_size, 0.05, 10 * scale)
-        reads = Part('reads while these save')
+        do('saves beyond a file size limit', self.limit_size, 0.05, 10 * scale)
+        reads = Part('reads during these saves')
         do('saves of six processes to one file', lambda part, time, least: self.compete(part, reads, time, least),
            0.08, 200 * scale)
         parts.append(reads)
         answers = Part('requests answered meanwhile')
-        do('attacks of a peer on a server', lambda part, time, _: self.attack_server(part, answers, time), 0.08, 0)
+        do('attacks by a peer on a server', lambda part, time, _: self.attack_server(part, answers, time), 0.08, 0)
         parts.append(answers)
         do('wrong answers to a client', self.attack_client, 0.04, 30 * scale)
         do('members of a grid that come, go and die', self.storm_grid, 0.08, 20 * scale)

@@ -29,7 +29,7 @@ bool Answers::HandleMessage(const QString& question, const QVariantMap& params, 
     } else if (question == u"Sum") {
         answer[u"is"_s] = params[u"a"_s].toInt() + params[u"b"_s].toInt();
     } else if (question == u"Days") {
-        // A date travels as text.
+        // Dates are sent as text.
         const QDate from = QDate::fromString(params[u"from"_s].toString(), Qt::ISODate);
         const QDate to = QDate::fromString(params[u"to"_s].toString(), Qt::ISODate);
         answer[u"is"_s] = from.daysTo(to);

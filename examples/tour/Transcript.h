@@ -12,7 +12,7 @@
 #include <QStringList>
 #include <QTextStream>
 
-/// Prints calls and their results in two columns; in colours if a person is looking.
+/// Prints calls and their results in two columns, with colours if the output is a terminal.
 class Transcript
 {
 public:
@@ -44,7 +44,7 @@ private:
 
 /// Makes a call and prints its source text and its result.
 #define SHOW(transcript, ...) (transcript).Call(#__VA_ARGS__, Transcript::Text(__VA_ARGS__))
-/// The same for a call without a result.
+/// Makes a call without a result and prints its source text.
 #define SHOW_VOID(transcript, ...) ((__VA_ARGS__), (transcript).Call(#__VA_ARGS__, QString()))
 
 #endif // TOUR_TRANSCRIPT_H

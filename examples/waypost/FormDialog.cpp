@@ -248,7 +248,7 @@ void FormDialog::SetMessage(const QString& text)
     if (mMessage == nullptr)
         return;
     mMessage->setText(text);
-    adjustSize(); // a longer text wraps over more lines
+    adjustSize(); // the new text may need more lines
 }
 
 QString FormDialog::Message() const

@@ -270,7 +270,9 @@ void MainWindow::OpenLastFiles()
     if (!mPreferences.OpenLast)
         return;
     QStringList files = mSettings.LastFiles();
-    files.removeIf([](const QString& file) { return !QFileInfo::exists(file); }); // not worth a message
+    files.removeIf([](const QString& file) {
+        return !QFileInfo::exists(file);
+    }); // do not report files that no longer exist
     OpenFiles(files);
 }
 

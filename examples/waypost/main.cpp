@@ -133,7 +133,8 @@ void TakePicture(MainWindow& window, const Options& options)
 int Run(QApplication& application, const Options& options, bool isFirst)
 {
     const bool isPicture = !options.Screenshot.isEmpty();
-    // Before the window: later instances wait for this server. The window opens their files when it is ready.
+    // Start the server before creating the window, because later instances wait for it. The window opens
+    // their files when it is ready.
     std::optional<SingleInstance> instance;
     QStringList files = options.Files;
     if (isFirst) {
