@@ -9,12 +9,12 @@
 /// The folders of Waypost, and the name that its processes use to find each other.
 namespace Places {
 
-/// The folder with the interface documents, the translations, the help and the sample tours.
+/// Returns the folder with the interface documents, the translations, the help and the sample tours.
 QString DataFolder();
-/// The folder for this user's settings; created if it does not exist.
+/// Returns the folder for this user's settings. Creates it if it does not exist.
 QString UserFolder();
-/// The name of servers and grids. It contains the user id, because all users of a machine share these names,
-/// and a hash of the settings folder, so that instances with different settings are independent.
+/// Returns the name for servers and grids. It contains the user id, because all users of a machine share
+/// these names, and a hash of the settings folder, so that instances with different settings are independent.
 QString ProcessName();
 
 } // namespace Places

@@ -101,7 +101,7 @@ struct Tour
     /// \return false if the file cannot be written
     [[nodiscard]] bool ExportGpx(const QString& file) const;
 
-    /// The names of the kinds in files.
+    /// Convert between kinds and their names in files.
     static QString NameOf(PointKind kind);
     static QString NameOf(TourKind kind);
     static PointKind PointKindOf(const QString& name);

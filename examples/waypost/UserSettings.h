@@ -57,7 +57,7 @@ public:
     /// \param folder  an existing folder for settings.xml
     explicit UserSettings(const QString& folder);
 
-    /// How the constructor found the file.
+    /// Returns the state in which the constructor found the file.
     [[nodiscard]] const SettingsReport& AtStart() const { return mAtStart; }
     /// Sets a function that is called when a change cannot be saved, or has found a damaged file. It is not
     /// called again for the same failure.
@@ -71,10 +71,10 @@ public:
     [[nodiscard]] WindowPlace ReadWindowPlace();
     void Write(const WindowPlace& place);
 
-    /// The files that were opened or saved last, the latest first.
+    /// Returns the files that were opened or saved most recently, the latest first.
     [[nodiscard]] QStringList RecentFiles();
     void AddRecentFile(const QString& file);
-    /// The tours that were open when the last window was closed.
+    /// Returns the tours that were open when the last window was closed.
     [[nodiscard]] QStringList LastFiles();
     void WriteLastFiles(const QStringList& files);
 
