@@ -5,10 +5,11 @@
 
     compare.py --before FILE... --after FILE... [--instructions-before FILE --instructions-after FILE] [--fail]
 
-Every file is one run of one program; the runs of both revisions took turns. For each benchmark a Mann-Whitney U test
-says how likely such a difference is by chance, and a bootstrap gives an interval for the ratio of the medians. A
-benchmark counts as slower or quicker if the test stays below 1 % after Holm's correction for the number of
-benchmarks, and if the interval leaves out 1 by more than 2 %. With --fail the exit code is 1 if one is slower.
+Each file is the output of one run of one program; the runs of the two revisions should alternate. For each benchmark,
+a Mann-Whitney U test shows how likely such a difference is by chance, and a bootstrap estimates an interval for the
+ratio of the medians. A benchmark counts as slower or faster if the p value is below 1 % after Holm's correction for
+the number of benchmarks, and the whole interval is more than 2 % away from 1. With --fail, the exit code is 1 if a
+benchmark is slower, or if a hot path needs more than 4 % more instructions.
 
 Google Benchmark's own compare.py has the U test, but no interval and no exit code.
 """
@@ -40,7 +41,7 @@ def u_statistic(before, after):
 
 
 def exact_p(u, m, n):
-    """The two-sided probability of a U as far from the middle, without ties."""
+    """Returns the exact two-sided p value of U; assumes that there are no ties."""
     ways = [[None] * (n + 1) for _ in range(m + 1)]  # ways[i][j][u]
     for i in range(m + 1):
         for j in range(n + 1):
@@ -59,7 +60,7 @@ def exact_p(u, m, n):
 
 
 def normal_p(u, before, after):
-    """The same by the normal approximation, corrected for ties and continuity."""
+    """Returns the same from the normal approximation, corrected for ties and continuity."""
     m, n = len(before), len(after)
     total = m + n
     sizes = defaultdict(int)
@@ -92,7 +93,7 @@ def ratio_interval(before, after, seed=1):
 
 
 def holm(p_values):
-    """Returns p values that take into account how many there are."""
+    """Returns the p values with Holm's correction for their number."""
     order = sorted(range(len(p_values)), key=lambda i: p_values[i])
     corrected = [0.0] * len(p_values)
     largest = 0.0
@@ -115,7 +116,7 @@ class Comparison(NamedTuple):
         if self.p < LEVEL and self.low > 1 + MARGIN:
             return "slower"
         if self.p < LEVEL and self.high < 1 - MARGIN:
-            return "quicker"
+            return "faster"
         return ""
 
 
@@ -128,7 +129,7 @@ def compare(before, after):
 
 
 def read_runs(paths):
-    """Returns {name: [time in ns]}. Other libraries' contestants cannot have changed, and are left out."""
+    """Returns {name: [time in ns]}. Omits the contestants from other libraries, which cannot have changed."""
     times = defaultdict(list)
     for path in paths:
         for run in json.loads(pathlib.Path(path).read_text(encoding="utf-8"))["benchmarks"]:

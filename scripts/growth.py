@@ -1,12 +1,12 @@
 #!/usr/bin/env python3
 # SPDX-FileCopyrightText: 2026 The QvUtil developers
 # SPDX-License-Identifier: MIT
-"""Draws how cost grows: reads the lines of measure_Growth and writes one log-log chart each as plain SVG.
+"""Draws how cost grows: reads the output of measure_Growth and writes log-log charts as plain SVG.
 
     growth.py CSV FOLDER
 
-Writes FOLDER/growth-CHART.svg for each chart, and FOLDER/growth.md, which shows the charts with the slope of each
-curve's ends (1: twice the size costs twice the time), and the single figures.
+Writes FOLDER/growth-CHART.svg for each chart, and FOLDER/growth.md, which contains the charts, the slopes at both ends
+of each curve (1: twice the size costs twice the time), and the single figures.
 """
 
 import csv

@@ -3,8 +3,8 @@
 # SPDX-License-Identifier: MIT
 """Converts the JSON output of the benchmark programs to a Markdown page and a chart.
 
-Each benchmark is named Subject/Contestant[/argument]. Within a subject and argument, the results are multiples of the
-contestant whose name begins with "raw". If a program timed single runs, the counter p99_ns is their 99th percentile.
+Each benchmark is named Subject/Contestant[/argument]. Within a subject and argument, results are relative to that of
+the contestant whose name begins with "raw". If a program timed single runs, the counter p99_ns is their 99th percentile.
 """
 
 import argparse

@@ -1,7 +1,7 @@
 # SPDX-FileCopyrightText: 2026 The QvUtil developers
 # SPDX-License-Identifier: MIT
 
-"""The comparison of benchmarks on fixed samples; the p values are those of published tables, or computed by hand."""
+"""Tests scripts/compare.py with fixed samples; the p values are from published tables, or computed by hand."""
 
 import json
 import pathlib
@@ -59,9 +59,9 @@ class Verdicts(unittest.TestCase):
     def verdict(self, before, after):
         return compare.compare({"x": before}, {"x": after})[0].verdict
 
-    def test_slower_and_quicker(self):
+    def test_slower_and_faster(self):
         self.assertEqual(self.verdict(STEADY, [1.1 * value for value in STEADY]), "slower")
-        self.assertEqual(self.verdict(STEADY, [0.9 * value for value in STEADY]), "quicker")
+        self.assertEqual(self.verdict(STEADY, [0.9 * value for value in STEADY]), "faster")
 
     def test_same(self):
         self.assertEqual(self.verdict(STEADY, list(reversed(STEADY))), "")
