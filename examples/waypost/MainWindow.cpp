@@ -270,9 +270,8 @@ void MainWindow::OpenLastFiles()
     if (!mPreferences.OpenLast)
         return;
     QStringList files = mSettings.LastFiles();
-    files.removeIf([](const QString& file) {
-        return !QFileInfo::exists(file);
-    }); // do not report files that no longer exist
+    // Files that no longer exist are not worth a message.
+    files.removeIf([](const QString& file) { return !QFileInfo::exists(file); });
     OpenFiles(files);
 }
 

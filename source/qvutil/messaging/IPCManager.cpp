@@ -439,7 +439,7 @@ void IPCManager::Private::LeaveRegistry()
         return;
     const QString lockFile = Internal::GridLockFilePath(gridName);
     const int lock = OpenAndLockFile(lockFile);
-    UseShortTimeout = {}; // the next grid has a lock of its own
+    UseShortTimeout = {}; // the next grid has another lock
     std::unique_ptr<QSharedMemory> segment = std::exchange(SharedMemory, std::make_unique<QSharedMemory>());
     if (lock == Platform::kLockTimedOut) {
         if (!segment->isAttached())
