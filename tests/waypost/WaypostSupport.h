@@ -12,6 +12,8 @@
 #include "UserSettings.h"
 
 #include <QAction>
+#include <QCryptographicHash>
+#include <QDir>
 #include <QFile>
 #include <QGuiApplication>
 #include <QProcess>
@@ -37,6 +39,18 @@ class Home
 {
 public:
     Home() { qputenv("XDG_DATA_HOME", mFolder.path().toLocal8Bit()); }
+    // Removes what killed processes have left behind: shared memory, semaphores, sockets and the lock file.
+    ~Home()
+    {
+        const QString name = Places::ProcessName();
+        QProcess cleaning;
+        cleaning.setStandardOutputFile(QProcess::nullDevice());
+        cleaning.setStandardErrorFile(QProcess::nullDevice());
+        cleaning.start(QStringLiteral(QVUTIL_TOOL), {u"grid"_s, u"clean"_s, name});
+        cleaning.waitForFinished(kLongMs);
+        QFile::remove(QDir::tempPath() + u'/' + name); // the socket of the first instance
+    }
+    Q_DISABLE_COPY_MOVE(Home)
     [[nodiscard]] QString File(const QString& name) const { return mFolder.filePath(name); }
     // A sample tour that may be changed.
     [[nodiscard]] QString CopyTour(const QString& name) const
@@ -49,6 +63,14 @@ public:
 private:
     QTemporaryDir mFolder;
 };
+
+// The files of a grid, and of other servers with names that begin with its name.
+inline QStringList FindTraces(const QString& grid)
+{
+    const QString digest
+        = QString::fromLatin1(QCryptographicHash::hash(grid.toUtf8(), QCryptographicHash::Sha1).toHex());
+    return QDir::temp().entryList({grid + u'*', u'*' + digest + u'*'}, QDir::Files | QDir::System);
+}
 
 inline void WriteFile(const QString& name, const QByteArray& content)
 {

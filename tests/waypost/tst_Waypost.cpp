@@ -153,7 +153,9 @@ void tst_Waypost::init()
 
 void tst_Waypost::cleanup()
 {
+    const QString grid = Places::ProcessName();
     mHome.reset();
+    QCOMPARE(FindTraces(grid), QStringList());
 }
 
 // Tours

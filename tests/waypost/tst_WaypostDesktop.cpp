@@ -77,7 +77,9 @@ void tst_WaypostDesktop::init()
 
 void tst_WaypostDesktop::cleanup()
 {
+    const QString grid = Places::ProcessName();
     mHome.reset();
+    QCOMPARE(FindTraces(grid), QStringList());
 }
 
 void tst_WaypostDesktop::Window_comesBackInItsPlace()
