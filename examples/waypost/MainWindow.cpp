@@ -597,6 +597,7 @@ void MainWindow::FillWindows()
         Menus::FillWindows(*menu, mGrid->Others(), [this](qint64 processId) { mGrid->Raise(processId); });
     if (QMenu* menu = mBuilder.Menu(u"Send"_s)) {
         Menus::FillWindows(*menu, mGrid->Others(), [this](qint64 processId) {
+            FinishEditing();
             if (mCurrent >= 0)
                 mGrid->SendTour(processId, mTours.At(mCurrent).Content.ToXml());
         });

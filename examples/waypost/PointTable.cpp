@@ -34,6 +34,7 @@ PointTable::PointTable(KindName kindName, QWidget* parent)
 
 void PointTable::Fill(const QList<Point>& points, Units units, const QLocale& locale)
 {
+    FinishEditing(); // before its row is removed, and in the units that it shows
     const QSignalBlocker blocker(this);
     mDelegate->SetUnits(units);
     setRowCount(0);

@@ -22,7 +22,7 @@ public:
     /// \param kindName  returns the name of a kind in the current language
     explicit PointTable(KindName kindName, QWidget* parent = nullptr);
 
-    /// Shows the waypoints again, after any change.
+    /// Shows the waypoints again, after any change. First takes over the text of an open editor.
     void Fill(const QList<Point>& points, Units units, const QLocale& locale);
     /// Selects a waypoint without emitting a signal.
     /// \param point  index into the tour's points; -1 for none

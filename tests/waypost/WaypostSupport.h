@@ -182,6 +182,39 @@ private:
     QProcess mProcess;
 };
 
+// The helper process of the tests of messaging, killed at the end unless it was ended.
+class Peer
+{
+public:
+    // \param line  what it prints when it is ready
+    Peer(const QStringList& arguments, const QByteArray& line)
+    {
+        mProcess.start(QStringLiteral(MESSAGE_PEER), arguments);
+        QByteArray output;
+        while (!output.contains(line) && mProcess.waitForReadyRead(kLongMs))
+            output += mProcess.readAllStandardOutput();
+        IsReady = output.contains(line);
+    }
+    ~Peer()
+    {
+        mProcess.kill();
+        mProcess.waitForFinished(kLongMs);
+    }
+    Q_DISABLE_COPY_MOVE(Peer)
+
+    [[nodiscard]] bool End()
+    {
+        mProcess.closeWriteChannel();
+        return mProcess.waitForFinished(kLongMs);
+    }
+    [[nodiscard]] qint64 ProcessId() const { return mProcess.processId(); }
+
+    bool IsReady = false;
+
+private:
+    QProcess mProcess;
+};
+
 } // namespace WaypostSupport
 
 #endif // TESTS_WAYPOSTSUPPORT_H

@@ -40,6 +40,7 @@
 
 #include <algorithm>
 #include <memory>
+#include <optional>
 #include <utility>
 #include <vector>
 
@@ -138,6 +139,7 @@ private Q_SLOTS:
     void Program_killedFirstBlocksNobody();
     void Grid_findsAndLosesWindows();
     void Grid_sendsTours();
+    void Grid_sendsTheTextOfAnOpenEditor();
     void Grid_ignoresATourSentAgain();
     void Grid_sendsOnceWhileConnected();
 
@@ -541,6 +543,11 @@ void tst_Waypost::OpenEditorIsSaved_data()
     QTest::newRow("shortcut") << u"shortcut"_s;
     QTest::newRow("toolbar") << u"toolbar"_s;
     QTest::newRow("closing the window") << u"window"_s;
+    QTest::newRow("tour arrives") << u"tour"_s;
+    QTest::newRow("switch") << u"switch"_s;
+    QTest::newRow("file opened") << u"file"_s;
+    QTest::newRow("recent file") << u"recent"_s;
+    QTest::newRow("language") << u"language"_s;
 }
 
 void tst_Waypost::OpenEditorIsSaved()
@@ -548,7 +555,7 @@ void tst_Waypost::OpenEditorIsSaved()
     QFETCH(const QString, by);
 
     const QString file = mHome->CopyTour(u"ridge-walk"_s);
-    Shown shown;
+    Shown shown(Places::ProcessName());
     QVERIFY(shown.IsActive);
     shown.Window.OpenFiles({file});
     QLineEdit* editor = TypeName(shown, u"Old mill"_s);
@@ -557,9 +564,24 @@ void tst_Waypost::OpenEditorIsSaved()
         QTest::keyClick(editor, Qt::Key_S, Qt::ControlModifier);
     } else if (by == "toolbar"_L1) {
         shown.Action(u"Save"_s)->trigger();
-    } else {
+    } else if (by == "window"_L1) {
         AnswerQuestion(shown.Window, u"buttonSave"_s);
         QVERIFY(shown.Window.close());
+    } else {
+        if (by == "tour"_L1)
+            Q_EMIT shown.Window.Grid()->TourReceived(MakeTour().ToXml());
+        else if (by == "switch"_L1)
+            shown.Action(u"Grid"_s)->trigger();
+        else if (by == "file"_L1)
+            shown.Window.OpenFiles({mHome->CopyTour(u"north-face"_s)});
+        else if (by == "recent"_L1)
+            shown.Window.findChild<QMenu*>(u"menuRecent"_s)->actions().constFirst()->trigger();
+        else
+            shown.Action(u"Languagede"_s)->trigger();
+        EVENTUALLY_EQUAL(shown.Window.Tours().At(0).Content.Points.constFirst().Name, u"Old mill"_s);
+        QCOMPARE(shown.Window.Tours().At(0).Changes.count(), 1);
+        shown.Window.SelectTour(0);
+        shown.Action(u"Save"_s)->trigger();
     }
     QVERIFY(ReadFile(file).contains("Old mill"));
     QVERIFY(!shown.Window.Tours().IsModified(0));
@@ -1163,6 +1185,54 @@ void tst_Waypost::Grid_sendsTours()
     EVENTUALLY(isTaken);
     QVERIFY(shown.Window.Tours().At(1).Content == MakeTour());
     QVERIFY(shown.Window.Tours().IsModified(1)); // not saved to a file yet
+}
+
+// Takes over the server of another member, and so receives what is sent to it.
+class Catcher : public Quorvin::Util::IMessageResponder
+{
+public:
+    explicit Catcher(const QString& server)
+    {
+        mManager.AddMessageResponder(this);
+        mManager.StartServer(server, QIODevice::ReadWrite);
+    }
+    ~Catcher() { mManager.RemoveMessageResponder(this); }
+    Q_DISABLE_COPY_MOVE(Catcher)
+    [[nodiscard]] bool IsListening() const { return mManager.IsServerListening(); }
+    bool HandleMessage(const QString& id, const QVariantMap& params, QVariantMap& response) override
+    {
+        if (id == "Tour"_L1)
+            Tours.append(params.value(u"Xml"_s).toString());
+        response.insert(u"Taken"_s, true);
+        return true;
+    }
+
+    QStringList Tours;
+
+private:
+    Quorvin::Util::IPCManager mManager;
+};
+
+void tst_Waypost::Grid_sendsTheTextOfAnOpenEditor()
+{
+    Shown shown(Places::ProcessName());
+    QVERIFY(shown.IsActive);
+    shown.Window.OpenFiles({mHome->CopyTour(u"ridge-walk"_s)});
+    const Peer other({u"grid"_s, Places::ProcessName()}, "joined");
+    QVERIFY(other.IsReady);
+    const QString server = Places::ProcessName() + u".MessagePeer."_s + QString::number(other.ProcessId());
+    EVENTUALLY(QFile::exists(QDir::tempPath() + u'/' + server));
+    const Catcher catcher(server);
+    EVENTUALLY(catcher.IsListening());
+    EVENTUALLY_EQUAL(shown.Window.Grid()->Others().size(), 1);
+
+    QVERIFY(TypeName(shown, u"Old mill"_s) != nullptr);
+    shown.Window.findChild<QMenu*>(u"menuSend"_s)->actions().constFirst()->trigger();
+    EVENTUALLY_EQUAL(catcher.Tours.size(), 1);
+    const std::optional<Tour> tour = Tour::FromXml(catcher.Tours.constFirst());
+    QVERIFY(tour.has_value());
+    QCOMPARE(tour->Points.constFirst().Name, u"Old mill"_s);
+    QVERIFY(*tour == shown.Window.Tours().At(0).Content);
 }
 
 void tst_Waypost::Grid_ignoresATourSentAgain()
