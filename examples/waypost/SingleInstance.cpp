@@ -5,6 +5,7 @@
 
 #include <QDeadlineTimer>
 #include <QLockFile>
+#include <QUuid>
 
 #include <algorithm>
 
@@ -16,17 +17,19 @@ namespace {
 constexpr int kTimeoutMs = 30000; // the first instance may take long to start
 constexpr int kFirstAttemptMs = 50;
 constexpr int kLongestAttemptMs = 800;
+constexpr qsizetype kMaxTaken = 1000; // no more instances start within the time-out
 
 // Asks the first instance once. A manager tries to connect once a second, so each attempt uses a new one.
 //! [handover]
-bool HandOver(const QString& name, const QStringList& files, int timeoutMs)
+bool HandOver(const QString& name, const QString& id, const QStringList& files, int timeoutMs)
 {
     IPCManager manager;
     manager.ConnectToServer(name, QIODeviceBase::ReadWrite);
     if (!manager.WaitForConnectionToServer(name, timeoutMs))
         return false;
     QVariantMap answer;
-    manager.SendMessageAndGetResponse(name, u"Open"_s, {{u"Files"_s, files}}, answer, timeoutMs);
+    manager.SendMessageAndGetResponse(name, u"Open"_s, {{u"Id"_s, id}, {u"Files"_s, files}}, answer,
+                                      timeoutMs);
     return answer.value(u"Taken"_s).toBool(); // false if no responder has answered
 }
 //! [handover]
@@ -37,6 +40,8 @@ bool HandOver(const QString& name, const QStringList& files, int timeoutMs)
 SingleInstance::Outcome SingleInstance::Claim(QLockFile& lock, const QString& name, const QStringList& files)
 {
     lock.setStaleLockTime(0); // a lock is stale if its process has died, however old it is
+    // A request may still arrive after its time-out, so the first instance ignores an id that it knows.
+    const QString id = QUuid::createUuid().toString();
     const QDeadlineTimer deadline(kTimeoutMs);
     for (int timeoutMs = kFirstAttemptMs; !deadline.hasExpired();
          timeoutMs = std::min(2 * timeoutMs, kLongestAttemptMs)) {
@@ -45,7 +50,7 @@ SingleInstance::Outcome SingleInstance::Claim(QLockFile& lock, const QString& na
         if (lock.error() != QLockFile::LockFailedError)
             return Outcome::First; // no process can lock it: the folder may be read-only
         // The holder of the lock may not listen yet, or may be about to exit, so try both in turn.
-        if (HandOver(name, files, timeoutMs))
+        if (HandOver(name, id, files, timeoutMs))
             return Outcome::HandedOver;
     }
     return Outcome::NoAnswer;
@@ -72,6 +77,12 @@ bool SingleInstance::HandleMessage(const QString& messageId, const QVariantMap& 
     if (messageId != "Open"_L1)
         return false;
     responseParams.insert(u"Taken"_s, true);
+    const QString id = params.value(u"Id"_s).toString();
+    if (mTaken.contains(id))
+        return true; // this instance was busy, so the other one has asked again
+    mTaken.append(id);
+    if (mTaken.size() > kMaxTaken)
+        mTaken.removeFirst();
     // Opening files takes time and may show dialogs. The other process does not have to wait for that.
     const QStringList files = params.value(u"Files"_s).toStringList();
     QMetaObject::invokeMethod(

@@ -134,6 +134,7 @@ private Q_SLOTS:
     void Program_picture();
     void Program_handsItsFilesOver();
     void Program_listensBeforeItsWindow();
+    void Program_handsOverOnceToABusyInstance();
     void Program_startsWithoutALock();
     void Program_manyStartsAtOnce();
     void Program_killedFirstBlocksNobody();
@@ -1077,6 +1078,36 @@ void tst_Waypost::Program_listensBeforeItsWindow()
     QCOMPARE(second.Result(), 0);
     EVENTUALLY(ReadFile(Home::SettingsFile()).contains("lake-circuit.tour"));
     QVERIFY(first.IsRunning());
+}
+
+void tst_Waypost::Program_handsOverOnceToABusyInstance()
+{
+    const QString file = mHome->CopyTour(u"lake-circuit"_s);
+    QLockFile lock(Places::UserFolder() + u"/instance.lock"_s);
+    const QString name = Places::ProcessName();
+    const QString behind = name + u"-behind"_s;
+    QVERIFY(SingleInstance::Claim(lock, name, {}) == SingleInstance::Outcome::First);
+    SingleInstance first(behind);
+    QSignalSpy received(&first, &SingleInstance::FilesReceived);
+    QProcess proxy; // prints the requests, but not before the server listens
+    EVENTUALLY(QFile::exists(QDir::tempPath() + u'/' + behind));
+    proxy.start(QStringLiteral(QVUTIL_TOOL), {u"ipc"_s, u"proxy"_s, behind, u"--as"_s, name});
+    EVENTUALLY(QFile::exists(QDir::tempPath() + u'/' + name));
+
+    Program second({file});
+    QByteArray requests;
+    // This thread is busy until the other process has asked twice: no event loop runs here.
+    while (requests.count("Open") < 2 && proxy.waitForReadyRead(kLongMs))
+        requests += proxy.readAllStandardOutput();
+    QVERIFY2(requests.count("Open") >= 2, requests.constData());
+    EVENTUALLY(!second.IsRunning());
+    QCOMPARE(second.Result(), 0);
+    EVENTUALLY(received.count() > 0);
+    QCoreApplication::processEvents(); // files are announced after the answer
+    QCOMPARE(received.count(), 1);
+    QCOMPARE(received.at(0).at(0).toStringList(), QStringList{file});
+    proxy.terminate();
+    QVERIFY(proxy.waitForFinished(kLongMs));
 }
 
 void tst_Waypost::Program_startsWithoutALock()
