@@ -31,17 +31,23 @@ constexpr auto kRetryDelay = 100ms;
 WindowGrid::WindowGrid(const QString& grid, QObject* parent)
     : QObject(parent)
     , mManager(this)
+    , mGrid(grid)
 {
     mManager.AddMessageResponder(this);
-    // Registers this process, starts its server and connects to the oldest member. A member serves only one
-    // client at a time, so disconnect at once.
-    mManager.CreateGridConnection(grid, QIODeviceBase::ReadWrite);
-    mManager.DisconnectFromServer({});
+    Join();
 
     // A grid emits no signal when a member joins or leaves, so look for changes regularly.
     connect(&mTimer, &QTimer::timeout, this, &WindowGrid::LookAround);
     mTimer.start(kLookInterval);
     LookAround();
+}
+
+void WindowGrid::Join()
+{
+    // Registers this process, starts its server and connects to the oldest member. A member serves only one
+    // client at a time, so disconnect at once.
+    mManager.CreateGridConnection(mGrid, QIODeviceBase::ReadWrite);
+    mManager.DisconnectFromServer({});
 }
 //! [join]
 
@@ -53,12 +59,20 @@ WindowGrid::~WindowGrid()
 //! [look]
 void WindowGrid::LookAround()
 {
-    QList<Window> others;
+    if (!mIsMember) {
+        if (!mManager.CreateSharedMemory())
+            return; // another process, perhaps stopped in a debugger, keeps the registry locked
+        Join(); // does nothing after it has succeeded
+    }
     const QList<ProcessInfo> members = mManager.ReadFromSharedMemory();
+    if (members.isEmpty())
+        return; // locked: a member is always in the list, so keep the windows that are known
+    QList<Window> others;
     for (const ProcessInfo& member : members) {
         // A killed process stays in the registry until the next one joins.
-        if (member.ProcessId == QCoreApplication::applicationPid()
-            || !GeneralUtil::IsProcessRunning(member.ProcessId))
+        const bool isOwn = member.ProcessId == QCoreApplication::applicationPid();
+        mIsMember = mIsMember || isOwn;
+        if (isOwn || !GeneralUtil::IsProcessRunning(member.ProcessId))
             continue;
         const auto known = std::find_if(mOthers.cbegin(), mOthers.cend(), [&member](const Window& window) {
             return window.ProcessId == member.ProcessId;

@@ -35,7 +35,7 @@ public:
         bool operator==(const Window&) const = default;
     };
 
-    /// Joins the grid.
+    /// Joins the grid. If another process keeps its registry locked, the window joins when it is unlocked.
     explicit WindowGrid(const QString& grid, QObject* parent = nullptr);
     ~WindowGrid() override;
 
@@ -63,11 +63,14 @@ private:
 
     bool HandleMessage(const QString& messageId, const QVariantMap& params,
                        QVariantMap& responseParams) override;
+    void Join();
     void LookAround();
     void AskTitle(const Window& asked);
     void Ask(qint64 processId, const QString& question, const QVariantMap& params, const Done& done);
 
     Quorvin::Util::IPCManager mManager;
+    QString mGrid;
+    bool mIsMember = false; // the registry lists this process
     QString mTitle;
     QList<Window> mOthers;
     QSet<QString> mReceived; // ids of the tours that have arrived

@@ -139,6 +139,8 @@ private Q_SLOTS:
     void Program_manyStartsAtOnce();
     void Program_killedFirstBlocksNobody();
     void Grid_findsAndLosesWindows();
+    void Grid_joinsWhenItsRegistryIsUnlocked();
+    void Grid_keepsWindowsWhileItsRegistryIsLocked();
     void Grid_sendsTours();
     void Grid_sendsTheTextOfAnOpenEditor();
     void Grid_ignoresATourSentAgain();
@@ -1184,6 +1186,37 @@ void tst_Waypost::Grid_findsAndLosesWindows()
     QCOMPARE(entries(), 1);
     third.Kill();
     EVENTUALLY(grid->Others().isEmpty());
+}
+
+void tst_Waypost::Grid_joinsWhenItsRegistryIsUnlocked()
+{
+    Peer holder({u"hold"_s, Places::ProcessName()}, "holds");
+    QVERIFY(holder.IsReady);
+    WindowGrid grid(Places::ProcessName());
+    grid.SetTitle(u"Late"_s);
+    QVERIFY(holder.End());
+    Program other({u"--screenshot"_s, mHome->File(u"p.png"_s), u"--picture"_s, u"window-menu"_s});
+    EVENTUALLY(!other.IsRunning()); // when it has found the window
+    const int result = other.Result();
+    QVERIFY2(result == 0, qPrintable(other.Errors()));
+}
+
+void tst_Waypost::Grid_keepsWindowsWhileItsRegistryIsLocked()
+{
+    WindowGrid grid(Places::ProcessName());
+    Program other({u"--new-window"_s});
+    EVENTUALLY(!grid.Others().isEmpty() && !grid.Others().constFirst().Title.isEmpty());
+    const QList<WindowGrid::Window> before = grid.Others();
+    QSignalSpy changed(&grid, &WindowGrid::OthersChanged);
+    const TestSupport::LogGuard log;
+    Peer holder({u"hold"_s, Places::ProcessName()}, "holds");
+    QVERIFY(holder.IsReady);
+    EVENTUALLY(TestSupport::LogGuard::Messages().join(u'\n').contains("the registry was not accessed"_L1));
+    QVERIFY(grid.Others() == before);
+    QCOMPARE(changed.count(), 0);
+    QVERIFY(holder.End());
+    other.Kill();
+    EVENTUALLY(grid.Others().isEmpty());
 }
 
 void tst_Waypost::Grid_sendsTours()
