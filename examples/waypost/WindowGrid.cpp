@@ -171,7 +171,10 @@ Courier::Courier(const QString& server, const QString& question, const QVariantM
     , mDone(std::move(done))
 {
     mTimeout.setSingleShot(true);
-    connect(&mTimeout, &QTimer::timeout, this, [this] { Finish(std::nullopt); });
+    connect(&mTimeout, &QTimer::timeout, this, [this] {
+        if (!mIsAsking) // otherwise Ask finishes: the answer may have arrived
+            Finish(std::nullopt);
+    });
     mTimeout.start(kTimeout);
     connect(&mManager, &IPCManager::ConnectedToServer, this, &Courier::Ask);
     mManager.ConnectToServer(server, QIODeviceBase::ReadWrite);
@@ -184,14 +187,17 @@ void Courier::Ask()
     const QPointer<Courier> alive = this; // the window may be closed during the wait
     QVariantMap answer;
     // Use all of the time for one wait. A request may still arrive after its time-out, so do not repeat it.
+    // During the wait, another courier may begin to wait. This wait ends only after that one.
     mManager.SendMessageAndGetResponse({}, mQuestion, mParams, answer, mTimeout.remainingTime());
     if (!alive)
         return;
     mIsAsking = false;
     if (answer.contains(u"Taken"_s))
         Finish(answer);
-    else if (mDone) // another client has displaced this one; the manager connects again
+    else if (mTimeout.isActive()) // another client has displaced this one; the manager connects again
         QTimer::singleShot(kRetryDelay, this, &Courier::Ask);
+    else
+        Finish(std::nullopt);
 }
 
 void Courier::Finish(const std::optional<QVariantMap>& answer)

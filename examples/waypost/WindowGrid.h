@@ -86,7 +86,8 @@ class Courier : public QObject
 public:
     using Done = std::function<void(const std::optional<QVariantMap>& answer)>;
 
-    /// \param done  called once: with the answer, or with nothing if none has arrived after 4 seconds
+    /// \param done  called once: with the answer, or with nothing if none has arrived after 4 seconds. If
+    ///              another courier is still waiting then, the call follows when that one has finished.
     Courier(const QString& server, const QString& question, const QVariantMap& params, Done done,
             QObject* parent);
 

@@ -30,15 +30,18 @@
 #include <QProcess>
 #include <QPushButton>
 #include <QScrollBar>
+#include <QSemaphore>
 #include <QSignalSpy>
 #include <QStyleOptionViewItem>
 #include <QTableWidget>
 #include <QTemporaryDir>
 #include <QTextBrowser>
+#include <QThread>
 #include <QTimer>
 #include <QtTest>
 
 #include <algorithm>
+#include <atomic>
 #include <memory>
 #include <optional>
 #include <utility>
@@ -145,6 +148,7 @@ private Q_SLOTS:
     void Grid_sendsTheTextOfAnOpenEditor();
     void Grid_ignoresATourSentAgain();
     void Grid_sendsOnceWhileConnected();
+    void Grid_takesAnAnswerDuringAnotherWait();
 
 private:
     std::unique_ptr<Home> mHome;
@@ -1344,6 +1348,83 @@ void tst_Waypost::Grid_sendsOnceWhileConnected()
     EVENTUALLY(isDone);
     QVERIFY(!isTaken);
     QCOMPARE(received.count("Question"), 1);
+}
+
+// A server in a thread of its own, which answers after something has happened in the thread of the test.
+class LateServer : public QThread, private Quorvin::Util::IMessageResponder
+{
+public:
+    explicit LateServer(const QString& name)
+        : mName(name)
+    {
+        start();
+    }
+    ~LateServer() override
+    {
+        Happened.release();
+        quit();
+        wait();
+    }
+
+    std::atomic<bool> IsListening = false;
+    std::atomic<bool> IsAsked = false;
+    QSemaphore Happened;
+
+private:
+    void run() override
+    {
+        Quorvin::Util::IPCManager manager;
+        manager.AddMessageResponder(this);
+        manager.StartServer(mName, QIODevice::ReadWrite);
+        QTimer timer;
+        connect(&timer, &QTimer::timeout, &manager, [&] { IsListening = manager.IsServerListening(); });
+        timer.start(10);
+        exec();
+        manager.RemoveMessageResponder(this);
+    }
+    bool HandleMessage(const QString& /*id*/, const QVariantMap& /*params*/, QVariantMap& response) override
+    {
+        IsAsked = true;
+        Happened.acquire();
+        response.insert(u"Taken"_s, true);
+        return true;
+    }
+
+    QString mName;
+};
+
+// While one request waits for its answer, another begins to wait for a window that hangs. The first wait ends
+// only after the second, but its answer has arrived in time.
+void tst_Waypost::Grid_takesAnAnswerDuringAnotherWait()
+{
+    LateServer living(mHome->File(u"living"_s));
+    EVENTUALLY(living.IsListening);
+    QLocalServer hanging;
+    QVERIFY(hanging.listen(mHome->File(u"hanging"_s)));
+    connect(&hanging, &QLocalServer::newConnection, this, [&] {
+        QLocalSocket* socket = hanging.nextPendingConnection();
+        connect(socket, &QLocalSocket::readyRead, this, [&living] { living.Happened.release(); });
+    });
+
+    QObject parent;
+    std::optional<bool> isTaken;
+    std::optional<bool> isOtherTaken;
+    new Courier(
+        mHome->File(u"living"_s), u"Question"_s, {},
+        [&](const std::optional<QVariantMap>& answer) { isTaken = answer.has_value(); }, &parent);
+    QTimer timer; // its slot is called in the first wait
+    connect(&timer, &QTimer::timeout, this, [&] {
+        if (!living.IsAsked)
+            return;
+        timer.stop();
+        new Courier(
+            mHome->File(u"hanging"_s), u"Question"_s, {},
+            [&](const std::optional<QVariantMap>& answer) { isOtherTaken = answer.has_value(); }, &parent);
+    });
+    timer.start(10);
+    EVENTUALLY(isTaken && isOtherTaken);
+    QVERIFY(*isTaken);
+    QVERIFY(!*isOtherTaken);
 }
 
 QTEST_MAIN(tst_Waypost)
