@@ -79,7 +79,7 @@ bool SingleInstance::HandleMessage(const QString& messageId, const QVariantMap& 
     responseParams.insert(u"Taken"_s, true);
     const QString id = params.value(u"Id"_s).toString();
     if (mTaken.contains(id))
-        return true; // this instance was busy, so the other one has asked again
+        return true; // this instance was busy, so the other process has asked again
     mTaken.append(id);
     if (mTaken.size() > kMaxTaken)
         mTaken.removeFirst();

@@ -1350,7 +1350,7 @@ void tst_Waypost::Grid_sendsOnceWhileConnected()
     QCOMPARE(received.count("Question"), 1);
 }
 
-// A server in a thread of its own, which answers after something has happened in the thread of the test.
+// A server in a separate thread, which answers after something has happened in the thread of the test.
 class LateServer : public QThread, private Quorvin::Util::IMessageResponder
 {
 public:
