@@ -12,8 +12,10 @@
 #include <QtTest>
 
 #include <sys/resource.h>
+#include <unistd.h>
 
 #include <cerrno>
+#include <filesystem>
 #include <functional>
 #include <memory>
 #include <utility>
@@ -149,7 +151,8 @@ private Q_SLOTS:
     void OpenFile_setsADamagedFileAside_data();
     void OpenFile_setsADamagedFileAside();
     void OpenFile_setsSeveralAside();
-    void OpenFile_followsLinks();
+    void OpenFile_setsTheTargetOfALinkAside_data();
+    void OpenFile_setsTheTargetOfALinkAside();
     void OpenFile_cannotBeRead_data();
     void OpenFile_cannotBeRead();
     void OpenFile_cannotBeSetAside();
@@ -1229,17 +1232,44 @@ void tst_Settings::OpenFile_setsSeveralAside()
     }
 }
 
-void tst_Settings::OpenFile_followsLinks()
+void tst_Settings::OpenFile_setsTheTargetOfALinkAside_data()
 {
+    QTest::addColumn<QString>("target"); // of link.xml
+    QTest::addColumn<bool>("isAbsolute");
+
+    QTest::newRow("absolute link") << u"real/s.xml"_s << true;
+    QTest::newRow("relative link") << u"real/s.xml"_s << false;
+    QTest::newRow("link to a link") << u"real/other.xml"_s << false;
+}
+
+// As a save does: the link is kept, so that it still leads to the settings.
+void tst_Settings::OpenFile_setsTheTargetOfALinkAside()
+{
+    QFETCH(const QString, target);
+    QFETCH(const bool, isAbsolute);
+
+    const QString link = Path(u"link.xml"_s);
+    const QString real = Path(u"real/s.xml"_s);
     QVERIFY(QDir().mkpath(Path(u"real"_s)));
-    QVERIFY(WriteFile(Path(u"real/s.xml"_s), "torn"));
-    QVERIFY(QFile::link(Path(u"real/s.xml"_s), Path(u"link.xml"_s)));
-    Settings settings;
-    QCOMPARE(settings.OpenFile(Path(u"link.xml"_s), u"Settings"_s), Settings::FileState::SetAside);
+    QVERIFY(WriteFile(real, "torn"));
+    QCOMPARE(::symlink("s.xml", QFile::encodeName(Path(u"real/other.xml"_s)).constData()), 0);
+    const QByteArray leadsTo = QFile::encodeName(isAbsolute ? Path(target) : target);
+    QCOMPARE(::symlink(leadsTo.constData(), QFile::encodeName(link).constData()), 0);
+    {
+        Settings settings;
+        QCOMPARE(settings.OpenFile(link, u"Settings"_s), Settings::FileState::SetAside);
+        QCOMPARE(settings.GetSetAsideFile(),
+                 QFileInfo(Path(u"real"_s)).canonicalFilePath() + u"/s.xml.damaged"_s);
+        settings.WriteInt(u"Panel"_s, u"Width"_s, 7);
+    }
     QCOMPARE(ReadFile(Path(u"real/s.xml.damaged"_s)), QByteArray("torn"));
-    settings.WriteInt(u"Panel"_s, u"Width"_s, 7);
-    QVERIFY(QFileInfo(Path(u"link.xml"_s)).isSymLink());
-    QVERIFY(ReadFile(Path(u"real/s.xml"_s)).contains("Width=\"7\""));
+    QVERIFY(!QFileInfo::exists(link + u".damaged"_s));
+    QCOMPARE(std::filesystem::read_symlink(QFile::encodeName(link).toStdString()).string(),
+             leadsTo.toStdString());
+    QVERIFY(!QFileInfo(real).isSymLink());
+    QVERIFY(ReadFile(real).contains("Width=\"7\""));
+    Settings again;
+    QCOMPARE(again.OpenFile(link, u"Settings"_s), Settings::FileState::Loaded);
 }
 
 void tst_Settings::OpenFile_cannotBeRead_data()
