@@ -18,6 +18,7 @@
 #include <array>
 #include <atomic>
 #include <cerrno>
+#include <cstdio>
 #include <latch>
 #include <limits>
 #include <optional>
@@ -27,6 +28,7 @@
 #include <fcntl.h>
 #include <signal.h>
 #include <sys/shm.h>
+#include <sys/socket.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -59,6 +61,23 @@ using Variable = std::optional<QByteArray>;
 // How many more times shared memory appears to be missing.
 std::atomic<int> gMissing = 0;
 
+// An attack of another user on a private folder.
+enum class Attack {
+    None,
+    AfterMakingTheFolder,
+    BeforeBinding,
+};
+Attack gAttack = Attack::None;
+QByteArray gVictim; // the folder that a link leads to
+QByteArray gPrivateFolder;
+
+// Replaces the private folder by a link to the victim.
+void ReplaceByLink()
+{
+    QCOMPARE(std::rename(gPrivateFolder.constData(), (gPrivateFolder + ".moved").constData()), 0);
+    QCOMPARE(::symlink(gVictim.constData(), gPrivateFolder.constData()), 0);
+}
+
 } // namespace
 
 // Replaces the system's function, for Qt too.
@@ -74,6 +93,27 @@ extern "C" Q_DECL_EXPORT int shmget(key_t key, size_t size, int flags) noexcept
     return next(key, size, flags);
 }
 
+extern "C" Q_DECL_EXPORT char* mkdtemp(char* name) noexcept
+{
+    using Function = char* (*)(char*);
+    static const auto next = reinterpret_cast<Function>(::dlsym(RTLD_NEXT, "mkdtemp"));
+    char* const made = next(name);
+    gPrivateFolder = made;
+    if (gAttack == Attack::AfterMakingTheFolder)
+        ReplaceByLink();
+    return made;
+}
+
+extern "C" Q_DECL_EXPORT int bind(int socket, const sockaddr* address, socklen_t length) noexcept
+{
+    using Function = int (*)(int, const sockaddr*, socklen_t);
+    static const auto next = reinterpret_cast<Function>(::dlsym(RTLD_NEXT, "bind"));
+    if (gAttack == Attack::BeforeBinding)
+        ReplaceByLink();
+    return next(socket, address, length);
+}
+
+Q_DECLARE_METATYPE(Attack)
 Q_DECLARE_METATYPE(Variable)
 
 class tst_PlatformLinux : public QObject
@@ -101,6 +141,11 @@ private Q_SLOTS:
     void IsProcessRunning_mainThreadEnded();
 
     void GridMadeMeanwhile();
+
+    void ListenAt_leavesOnlyTheSocket_data();
+    void ListenAt_leavesOnlyTheSocket();
+    void ListenAt_followsNoLink_data();
+    void ListenAt_followsNoLink();
 
     void GetLoadedLibraries();
     void RemoveLibraryVersion_data();
@@ -355,6 +400,79 @@ void tst_PlatformLinux::GridMadeMeanwhile()
     // Both are in the same grid.
     QCOMPARE(second.ReadFromSharedMemory().size(), 2);
     QCOMPARE(first.ReadFromSharedMemory().size(), 2);
+}
+
+void tst_PlatformLinux::ListenAt_leavesOnlyTheSocket_data()
+{
+    QTest::addColumn<bool>("exists");
+    QTest::addColumn<bool>("replaces");
+    QTest::addColumn<bool>("listens");
+
+    QTest::newRow("new name") << false << true << true;
+    QTest::newRow("new name, and another one would be kept") << false << false << true;
+    QTest::newRow("replaced") << true << true << true;
+    QTest::newRow("kept") << true << false << false;
+}
+
+void tst_PlatformLinux::ListenAt_leavesOnlyTheSocket()
+{
+    QFETCH(const bool, exists);
+    QFETCH(const bool, replaces);
+    QFETCH(const bool, listens);
+
+    const QTemporaryDir folder;
+    const QString path = folder.filePath(u"s"_s);
+    Platform::ListeningSocket old;
+    if (exists)
+        old = Platform::ListenAt(path, Platform::ExistingSocket::Keep);
+    const std::optional<Platform::FileIdentity> before = Platform::GetFileIdentity(path);
+    const Platform::ListeningSocket socket = Platform::ListenAt(
+        path, replaces ? Platform::ExistingSocket::Replace : Platform::ExistingSocket::Keep);
+    QCOMPARE(socket.Descriptor != -1, listens);
+    QCOMPARE(socket.Error.isEmpty(), listens);
+    const std::optional<Platform::FileIdentity> now = Platform::GetFileIdentity(path);
+    QVERIFY(now == (listens ? socket.File : before));
+    QCOMPARE(QFileInfo(path).permissions() & ~(QFile::ReadUser | QFile::WriteUser | QFile::ExeUser),
+             QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+    QCOMPARE(
+        QDir(folder.path()).entryList(QDir::AllEntries | QDir::System | QDir::Hidden | QDir::NoDotAndDotDot),
+        QStringList({u"s"_s}));
+    ::close(socket.Descriptor);
+    ::close(old.Descriptor);
+}
+
+void tst_PlatformLinux::ListenAt_followsNoLink_data()
+{
+    QTest::addColumn<Attack>("attack");
+    QTest::addColumn<QString>("file");
+
+    QTest::newRow("before it is opened") << Attack::AfterMakingTheFolder << u"qvsock"_s;
+    QTest::newRow("before it is opened, to other files") << Attack::AfterMakingTheFolder << u"s"_s;
+    QTest::newRow("before the socket is bound") << Attack::BeforeBinding << u"qvsock"_s;
+    QTest::newRow("before the socket is bound, to other files") << Attack::BeforeBinding << u"s"_s;
+}
+
+// In a shared folder that is not sticky, another user can replace the private folder by a link.
+void tst_PlatformLinux::ListenAt_followsNoLink()
+{
+    QFETCH(const Attack, attack);
+    QFETCH(const QString, file);
+
+    const QTemporaryDir shared;
+    const QTemporaryDir victim;
+    QVERIFY(WriteFile(victim.filePath(file), "precious"));
+    QVERIFY(QFile::setPermissions(victim.filePath(file), QFile::ReadOwner));
+    const QFileDevice::Permissions before = QFileInfo(victim.filePath(file)).permissions();
+    gVictim = QFile::encodeName(victim.path());
+    gAttack = attack;
+    const Platform::ListeningSocket socket
+        = Platform::ListenAt(shared.filePath(u"name"_s), Platform::ExistingSocket::Replace);
+    gAttack = Attack::None;
+    QCOMPARE(socket.Descriptor, -1);
+    QVERIFY(!socket.Error.isEmpty());
+    QCOMPARE(ReadFile(victim.filePath(file)), QByteArray("precious"));
+    QCOMPARE(QFileInfo(victim.filePath(file)).permissions(), before);
+    QVERIFY(!Platform::GetFileIdentity(shared.filePath(u"name"_s)).has_value());
 }
 
 void tst_PlatformLinux::GetLoadedLibraries()

@@ -64,62 +64,89 @@ FileIdentity IdentityOf(const struct stat& file)
     return {static_cast<quint64>(file.st_dev), static_cast<quint64>(file.st_ino)};
 }
 
-// A folder next to a path that only this user can access. Destroying the object removes it with its file.
+// A folder next to a path that only this user can access, for one socket. Destroying the object removes both.
+//
+// If the folder around it is shared and not sticky, another user can replace this folder by a link, which
+// would lead to other files of this user. So the folder is opened without following a link, and its file is
+// reached through the descriptor.
 class PrivateFolder
 {
 public:
     explicit PrivateFolder(const QByteArray& beside)
         : mPath(beside.left(beside.lastIndexOf('/') + 1) + "XXXXXX")
-        , mExists(::mkdtemp(mPath.data()) != nullptr)
-    { }
+        , mIsMade(::mkdtemp(mPath.data()) != nullptr)
+    {
+        if (mIsMade)
+            mFolder
+                = FileDescriptor(::open(mPath.constData(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
+    }
     ~PrivateFolder()
     {
-        if (!mExists)
-            return;
-        ::unlink(FilePath().constData());
-        ::rmdir(mPath.constData());
+        if (mHasSocket)
+            ::unlinkat(mFolder.Get(), kSocketName, 0);
+        if (mIsMade)
+            ::rmdir(mPath.constData()); // does not follow a link either
     }
     Q_DISABLE_COPY_MOVE(PrivateFolder)
 
-    [[nodiscard]] bool Exists() const { return mExists; }
-    /// Returns the path of the one file in the folder.
-    [[nodiscard]] QByteArray FilePath() const { return mPath + "/s"; }
+    /// Returns whether the folder was created and opened. If not, errno is set.
+    [[nodiscard]] bool IsOpen() const { return mFolder.IsOpen(); }
+    /// Binds a socket to a file in the folder. \return false, with errno set, if that failed
+    [[nodiscard]] bool Bind(int socket)
+    {
+        const QByteArray path = mPath + '/' + kSocketName;
+        sockaddr_un address = {};
+        address.sun_family = AF_UNIX;
+        if (path.size() >= static_cast<qsizetype>(sizeof(address.sun_path))) {
+            errno = ENAMETOOLONG;
+            return false;
+        }
+        std::copy(path.begin(), path.end(), address.sun_path);
+        if (::bind(socket, reinterpret_cast<const sockaddr*>(&address), sizeof(address)) == -1)
+            return false;
+        // No system can bind relative to a descriptor. If the path led elsewhere, there is no socket here.
+        struct stat made = {};
+        mHasSocket = ::fstatat(mFolder.Get(), kSocketName, &made, AT_SYMLINK_NOFOLLOW) == 0
+            && S_ISSOCK(made.st_mode) && ::fchmodat(mFolder.Get(), kSocketName, S_IRWXU, 0) == 0;
+        mSocket = IdentityOf(made);
+        return mHasSocket;
+    }
+    [[nodiscard]] FileIdentity Socket() const { return mSocket; }
+
+    /// Moves the socket to its final name. \return false, with errno set, if that failed
+    [[nodiscard]] bool MoveSocket(const QByteArray& to, ExistingSocket existing)
+    {
+        if (existing == ExistingSocket::Keep) // linkat fails if the name exists
+            return ::linkat(mFolder.Get(), kSocketName, AT_FDCWD, to.constData(), 0) == 0;
+        // No system can rename on condition of the target's type. A file that is not a socket is replaced if
+        // it appears between these two calls.
+        struct stat there = {};
+        if (::lstat(to.constData(), &there) == 0 && !S_ISSOCK(there.st_mode)) {
+            errno = EEXIST;
+            return false;
+        }
+        return ::renameat(mFolder.Get(), kSocketName, AT_FDCWD, to.constData()) == 0;
+    }
 
 private:
+    static constexpr const char* kSocketName = "qvsock"; // short, because paths of sockets are limited
+
     QByteArray mPath;
-    bool mExists;
+    FileDescriptor mFolder;
+    FileIdentity mSocket;
+    bool mIsMade;
+    bool mHasSocket = false;
 };
 
-// Performs all but the last step of ListenAt. The result is not open if it failed.
-FileDescriptor ListenPrivately(const QByteArray& path)
+// Creates a socket that listens in the folder. The result is not open, and errno is set, if that failed.
+FileDescriptor ListenIn(PrivateFolder& folder)
 {
     constexpr int kMaxWaitingClients = 50; // as in QLocalServer
-    sockaddr_un address = {};
-    address.sun_family = AF_UNIX;
-    if (path.size() >= static_cast<qsizetype>(sizeof(address.sun_path))) {
-        errno = ENAMETOOLONG;
-        return FileDescriptor();
-    }
-    std::copy(path.begin(), path.end(), address.sun_path);
     FileDescriptor socket(::socket(AF_UNIX, SOCK_STREAM, 0));
-    if (!socket.IsOpen() || ::fcntl(socket.Get(), F_SETFD, FD_CLOEXEC) == -1
-        || ::bind(socket.Get(), reinterpret_cast<const sockaddr*>(&address), sizeof(address)) == -1
-        || ::chmod(path.constData(), S_IRWXU) == -1 || ::listen(socket.Get(), kMaxWaitingClients) == -1)
+    if (!socket.IsOpen() || ::fcntl(socket.Get(), F_SETFD, FD_CLOEXEC) == -1 || !folder.Bind(socket.Get())
+        || ::listen(socket.Get(), kMaxWaitingClients) == -1)
         return FileDescriptor();
     return socket;
-}
-
-// Moves a socket file to its final name. \return false, with errno set, if that failed
-bool MoveSocket(const QByteArray& from, const QByteArray& to, ExistingSocket existing)
-{
-    if (existing == ExistingSocket::Keep)
-        return ::link(from.constData(), to.constData()) == 0; // fails if the name exists
-    struct stat there = {};
-    if (::lstat(to.constData(), &there) == 0 && !S_ISSOCK(there.st_mode)) {
-        errno = EEXIST;
-        return false;
-    }
-    return std::rename(from.constData(), to.constData()) == 0;
 }
 
 } // namespace
@@ -141,15 +168,13 @@ ListeningSocket ListenAt(const QString& path, ExistingSocket existing)
         errno = target.size() > GetMaxSocketPathLength() ? ENAMETOOLONG : EINVAL;
         return failed();
     }
-    const PrivateFolder folder(target);
-    if (!folder.Exists())
+    PrivateFolder folder(target);
+    if (!folder.IsOpen())
         return failed();
-    const QByteArray made = folder.FilePath();
-    FileDescriptor socket = ListenPrivately(made);
-    struct stat file = {};
-    if (!socket.IsOpen() || ::lstat(made.constData(), &file) == -1 || !MoveSocket(made, target, existing))
+    FileDescriptor socket = ListenIn(folder);
+    if (!socket.IsOpen() || !folder.MoveSocket(target, existing))
         return failed();
-    return {.Descriptor = socket.Release(), .File = IdentityOf(file), .Error = {}};
+    return {.Descriptor = socket.Release(), .File = folder.Socket(), .Error = {}};
 }
 
 qsizetype WriteAvailable(qintptr socket, QByteArrayView bytes)
