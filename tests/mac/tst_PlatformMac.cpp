@@ -78,6 +78,7 @@ private Q_SLOTS:
     void RemoveLibraryVersion_data();
     void RemoveLibraryVersion();
     void OutputDebugString_isSilent();
+    void FailedOpenIsLogged();
 };
 
 namespace {
@@ -610,6 +611,23 @@ void tst_PlatformMac::OutputDebugString_isSilent()
     qInstallMessageHandler(old);
     QLoggingCategory::setFilterRules(QString());
     QCOMPARE(messages, 0);
+}
+
+// The debug output is silent, but a failed load has its line in the log, as on other systems.
+void tst_PlatformMac::FailedOpenIsLogged()
+{
+    static QStringList messages;
+    messages.clear();
+    const QTemporaryDir folder; // cannot be opened as a file, not even by root
+    QLoggingCategory::setFilterRules(u"qvutil=true"_s);
+    const QtMessageHandler old = qInstallMessageHandler(
+        [](QtMsgType, const QMessageLogContext&, const QString& text) { messages.append(text); });
+    XmlFiler filer;
+    const bool isLoaded = filer.LoadFromXmlFile(folder.path());
+    qInstallMessageHandler(old);
+    QLoggingCategory::setFilterRules(QString());
+    QVERIFY(!isLoaded);
+    QCOMPARE(messages, QStringList(u"%1 does not load: %2"_s.arg(folder.path(), filer.GetLoadError().Text)));
 }
 
 QTEST_GUILESS_MAIN(tst_PlatformMac)

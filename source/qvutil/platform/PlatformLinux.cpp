@@ -4,6 +4,7 @@
 #include "platform/Platform_p.h"
 
 #include "base/Logging_p.h"
+#include "platform/DebugOutput_p.h"
 
 #include <QDir>
 #include <QFile>
@@ -284,6 +285,11 @@ qsizetype GetMaxSocketPathLength()
 {
     // Qt reserves a byte at each end of the path, as for an abstract name.
     return static_cast<qsizetype>(sizeof(sockaddr_un::sun_path)) - 2;
+}
+
+bool HasDebugOutput()
+{
+    return true;
 }
 
 void WriteDebugOutput(const QString& text)

@@ -1,6 +1,7 @@
 // SPDX-FileCopyrightText: 2026 The QvUtil developers
 // SPDX-License-Identifier: MIT
 
+#include "platform/DebugOutput_p.h"
 #include "platform/FoundationText_p.h"
 #include "platform/Platform_p.h"
 
@@ -184,6 +185,11 @@ std::optional<quint32> GetPeerUserId(qintptr socket)
 qsizetype GetMaxSocketPathLength()
 {
     return static_cast<qsizetype>(sizeof(sockaddr_un::sun_path)) - 1; // for the terminating 0
+}
+
+bool HasDebugOutput()
+{
+    return false;
 }
 
 void WriteDebugOutput(const QString& /*text*/) { }

@@ -4,6 +4,7 @@
 #include "XmlFiler.h"
 
 #include "base/Logging_p.h"
+#include "platform/DebugOutput_p.h"
 #include "platform/Platform_p.h"
 #include "xml/XmlFilerPrivate_p.h"
 #include "xml/XmlRules_p.h"
@@ -116,6 +117,8 @@ bool XmlFiler::LoadFromXmlFile(const QString& path)
         GeneralUtil::OutputDebugString(u"XmlFiler: Failed to open file %1. %2 (Error code: %3)"_s.arg(path)
                                            .arg(file.errorString())
                                            .arg(static_cast<int>(file.error())));
+        if (!Platform::HasDebugOutput())
+            LogLoadError(path, mPrivate->LoadError);
         return false;
     }
     RemoveContent();
