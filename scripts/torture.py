@@ -6,7 +6,8 @@
 
 Each part tries one kind of mistreatment until its share of the time is over, and at least a minimum number of times.
 The table at the end shows how often each promise was tested and how often it held; docs/reliability.md explains it.
-If the system does not allow a part, the table gives the reason. The exit code is 1 if a promise did not hold.
+If the system does not allow a part, the table gives the reason. The exit code is 1 if a promise did not hold;
+with --strict, also if a part was left out.
 """
 
 import argparse
@@ -39,6 +40,12 @@ class Part:
         self.tried = 0
         self.failures = []
         self.note = ''
+        self.is_cut_short = False
+
+    def cut_short(self, reason):
+        """Notes that the system does not allow this part, or the rest of it."""
+        self.is_cut_short = True
+        self.note = reason
 
     def check(self, held, failure):
         """Counts one attempt. held: whether the promise held; failure: the text to print if not."""
@@ -227,7 +234,7 @@ class Torture:
 
     def fail_calls(self, part, seconds):
         if not shutil.which('strace'):
-            part.note = 'strace is not installed'
+            part.cut_short('strace is not installed')
             return
         folder = self.fresh_folder('calls')
         file = folder / 's.xml'
@@ -242,8 +249,9 @@ class Torture:
                     file.write_bytes(old)
 
             prepare()
-            calls, part.note = self.calls_of(command, file)
+            calls, reason = self.calls_of(command, file)
             if not calls:
+                part.cut_short(reason)
                 return
             for attempt in self.attempts(calls, part, seconds / 2):
                 prepare()
@@ -260,7 +268,7 @@ class Torture:
     def fail_settings(self, part, seconds):
         """A store that could not be read must not be overwritten."""
         if not shutil.which('strace'):
-            part.note = 'strace is not installed'
+            part.cut_short('strace is not installed')
             return
         folder = self.fresh_folder('settings')
         file = folder / 's.xml'
@@ -273,8 +281,11 @@ class Torture:
             file.write_bytes(old)
 
         prepare()
-        calls, part.note = self.calls_of(command, file)
-        for attempt in self.attempts(calls or [], part, seconds):
+        calls, reason = self.calls_of(command, file)
+        if not calls:
+            part.cut_short(reason)
+            return
+        for attempt in self.attempts(calls, part, seconds):
             prepare()
             self.inject(attempt, command)
             kept = [entry for entry in folder.iterdir() if b'<Old V="1"/>' in entry.read_bytes()]
@@ -311,7 +322,7 @@ class Torture:
         options = ['-m'] if os.geteuid() == 0 else ['-U', '-r', '-m']
         probe = subprocess.run(['unshare', *options, 'true'], capture_output=True, text=True, check=False)
         if probe.returncode != 0:
-            part.note = 'cannot mount a file system: ' + probe.stderr.strip().splitlines()[-1]
+            part.cut_short('cannot mount a file system: ' + probe.stderr.strip().splitlines()[-1])
             return
         folder = self.fresh_folder('disk')
         result = subprocess.run(
@@ -682,6 +693,17 @@ def table(parts):
     return '\n'.join(lines)
 
 
+def exit_code(parts, is_strict):
+    """Prints what did not hold or was left out."""
+    failures = sum(len(part.failures) for part in parts)
+    if failures:
+        print(f'{failures} did not hold')
+    left_out = [part for part in parts if part.is_cut_short or part.tried == 0]
+    for part in left_out:
+        print(f'{"not tried" if part.tried == 0 else "tried only in part"}: {part.name}: {part.note}')
+    return 1 if failures or (left_out and is_strict) else 0
+
+
 def main():
     parser = argparse.ArgumentParser(description=__doc__.splitlines()[0])
     parser.add_argument('--saver', required=True, help='the program SaveLoop')
@@ -690,6 +712,7 @@ def main():
     parser.add_argument('--seconds', type=float, default=300)
     parser.add_argument('--seed', default=str(time.time_ns()))
     parser.add_argument('--short', action='store_true', help='a quarter of the minimum of each part')
+    parser.add_argument('--strict', action='store_true', help='fail if a part could not be tried')
     parser.add_argument('--report', type=pathlib.Path, help='file for the table')
     parser.add_argument('--fill-disk', help=argparse.SUPPRESS)
     parser.add_argument('--minimum', type=int, default=0, help=argparse.SUPPRESS)
@@ -708,12 +731,12 @@ def main():
     if options.report:
         options.report.parent.mkdir(parents=True, exist_ok=True)
         options.report.write_text(table(parts) + '\n')
-    failures = sum(len(part.failures) for part in parts)
-    if failures:
-        print(f'{failures} did not hold; what is left is in {torture.folder}')
-        return 1
-    shutil.rmtree(torture.folder)
-    return 0
+    code = exit_code(parts, options.strict)
+    if any(part.failures for part in parts):
+        print(f'what is left is in {torture.folder}')
+    else:
+        shutil.rmtree(torture.folder)
+    return code
 
 
 if __name__ == '__main__':
