@@ -5,6 +5,7 @@
 
 #include <QDeadlineTimer>
 #include <QLockFile>
+#include <QUrl>
 #include <QUuid>
 
 #include <algorithm>
@@ -19,16 +20,29 @@ constexpr int kFirstAttemptMs = 50;
 constexpr int kLongestAttemptMs = 800;
 constexpr qsizetype kMaxTaken = 1000; // no more instances start within the time-out
 
-// Asks the first instance once. A manager tries to connect once a second, so each attempt uses a new one.
 //! [handover]
+// A message is an XML document, but the name of a file may contain characters that XML forbids.
+QString Encode(const QString& file)
+{
+    return QString::fromLatin1(QUrl::toPercentEncoding(file));
+}
+
+QString Decode(const QString& text)
+{
+    return QUrl::fromPercentEncoding(text.toLatin1());
+}
+
 bool HandOver(const QString& name, const QString& id, const QStringList& files, int timeoutMs)
 {
     IPCManager manager;
     manager.ConnectToServer(name, QIODeviceBase::ReadWrite);
     if (!manager.WaitForConnectionToServer(name, timeoutMs))
         return false;
+    QStringList encoded;
+    for (const QString& file : files)
+        encoded.append(Encode(file));
     QVariantMap answer;
-    manager.SendMessageAndGetResponse(name, u"Open"_s, {{u"Id"_s, id}, {u"Files"_s, files}}, answer,
+    manager.SendMessageAndGetResponse(name, u"Open"_s, {{u"Id"_s, id}, {u"Files"_s, encoded}}, answer,
                                       timeoutMs);
     return answer.value(u"Taken"_s).toBool(); // false if no responder has answered
 }
@@ -84,7 +98,10 @@ bool SingleInstance::HandleMessage(const QString& messageId, const QVariantMap& 
     if (mTaken.size() > kMaxTaken)
         mTaken.removeFirst();
     // Opening files takes time and may show dialogs. The other process does not have to wait for that.
-    const QStringList files = params.value(u"Files"_s).toStringList();
+    QStringList files;
+    const QStringList encoded = params.value(u"Files"_s).toStringList();
+    for (const QString& text : encoded)
+        files.append(Decode(text));
     QMetaObject::invokeMethod(
         this, [this, files] { Q_EMIT FilesReceived(files); }, Qt::QueuedConnection);
     return true;

@@ -136,6 +136,8 @@ private Q_SLOTS:
     void Program_picture_data();
     void Program_picture();
     void Program_handsItsFilesOver();
+    void Program_handsOverNamesThatXmlForbids();
+    void HandOver_keepsEveryPath();
     void Program_listensBeforeItsWindow();
     void Program_handsOverOnceToABusyInstance();
     void Program_startsWithoutALock();
@@ -1062,6 +1064,40 @@ void tst_Waypost::Program_handsItsFilesOver()
     Program third({});
     QCOMPARE(third.Result(), 0);
     qInfo("a later start took %lld ms", clock.elapsed());
+}
+
+void tst_Waypost::Program_handsOverNamesThatXmlForbids()
+{
+    const QString file = mHome->File(u"a"_s + QChar(1) + u"b\n.tour"_s);
+    QVERIFY(QFile::rename(mHome->CopyTour(u"lake-circuit"_s), file));
+    Program first({});
+    EVENTUALLY(QFile::exists(Places::UserFolder() + u"/instance.lock"_s));
+    Program second({file});
+    QCOMPARE(second.Result(), 0);
+    WindowGrid grid(Places::ProcessName()); // the settings cannot contain this path, so ask for the title
+    EVENTUALLY((grid.AskTitles(), QTest::qWait(50),
+                !grid.Others().isEmpty() && grid.Others().constFirst().Title == u"Waypost - Lake circuit"_s));
+    QVERIFY(first.IsRunning());
+}
+
+void tst_Waypost::HandOver_keepsEveryPath()
+{
+    QLockFile lock(Places::UserFolder() + u"/instance.lock"_s);
+    QVERIFY(SingleInstance::Claim(lock, Places::ProcessName(), {}) == SingleInstance::Outcome::First);
+    SingleInstance instance(Places::ProcessName());
+    QSignalSpy received(&instance, &SingleInstance::FilesReceived);
+    const QStringList files{u"/a/plain.tour"_s,
+                            u"/a/"_s + QChar(1) + QChar(0x1f) + QChar(0x7f),
+                            u"/a/tab\tand\r\nline feed"_s,
+                            u"/a/not a character "_s + QChar(0xfffe),
+                            u"/a/100%25 <b>&amp;\"quoted\"</b> tr(x) #?+;"_s,
+                            u"/a/  spaces  "_s,
+                            u"/a/山と😀 Höhe"_s};
+    Program second(files);
+    EVENTUALLY_EQUAL(received.count(), 1);
+    QCOMPARE(received.at(0).at(0).toStringList(), files);
+    EVENTUALLY(!second.IsRunning());
+    QCOMPARE(second.Result(), 0);
 }
 
 // A pipe instead of the settings keeps the first process waiting before it has a window.
