@@ -10,6 +10,7 @@
 #include "TourTable.h"
 #include "TourView.h"
 #include "WindowGrid.h"
+#include "XmlText.h"
 
 #include <qvutil/BooleanExpressionEvaluator.h>
 #include <qvutil/GeneralUtil.h>
@@ -93,7 +94,7 @@ void MainWindow::BuildCentre()
     mAcross = new QSplitter(Qt::Horizontal);
     mAcross->addWidget(mDown);
     mAcross->addWidget(mView);
-    mAcross->setSizes({480, 600});
+    mAcross->setSizes({std::max(480, 24 * fontMetrics().height()), 600}); // a large font needs wider tables
     mAcross->setStretchFactor(1, 1);
     mAcross->setChildrenCollapsible(false);
     setCentralWidget(mAcross);
@@ -186,7 +187,7 @@ void MainWindow::ConnectGrid(const QString& grid)
     connect(mGrid.get(), &WindowGrid::RaiseWanted, this, &MainWindow::ComeForward);
     connect(mGrid.get(), &WindowGrid::TourReceived, this, &MainWindow::ReceiveTour);
     connect(mGrid.get(), &WindowGrid::TourSent, this, [this](const QString& window, bool taken) {
-        statusBar()->showMessage(Text(taken ? u"Sent"_s : u"NotSent"_s).arg(window), kStatusMs);
+        statusBar()->showMessage(Text(taken ? u"Sent"_s : u"NotSent"_s).arg(Shorten(window)), kStatusMs);
     });
     if (const QMenu* menu = mBuilder.Menu(u"Window"_s))
         connect(menu, &QMenu::aboutToShow, mGrid.get(), &WindowGrid::AskTitles);
@@ -286,7 +287,12 @@ void MainWindow::NewTour()
 
 void MainWindow::Open()
 {
-    OpenFiles(QFileDialog::getOpenFileNames(this, {}, {}, Text(u"TourFiles"_s)));
+    // In the folder of the current tour, or of the last one.
+    const QString last = mSettings.RecentFiles().value(0);
+    const QString current = mCurrent >= 0 ? mTours.At(mCurrent).File : QString();
+    const QString file = current.isEmpty() ? last : current;
+    const QString folder = file.isEmpty() ? QString() : QFileInfo(file).path();
+    OpenFiles(QFileDialog::getOpenFileNames(this, {}, folder, Text(u"TourFiles"_s)));
 }
 
 void MainWindow::Save(int index)
@@ -308,8 +314,7 @@ void MainWindow::SaveAs(int index)
     dialog.setAcceptMode(QFileDialog::AcceptSave);
     dialog.setDefaultSuffix(u"tour"_s);
     const QString file = mTours.At(index).File;
-    const QString name = GeneralUtil::FixInvalidCharsInFileName(NameOf(index), u"-"_s);
-    dialog.selectFile(file.isEmpty() ? name + u".tour"_s : file);
+    dialog.selectFile(file.isEmpty() ? ProposeFile(index, u".tour"_s) : file);
     if (dialog.exec() != QDialog::Accepted || dialog.selectedFiles().isEmpty())
         return;
     const QString chosen = dialog.selectedFiles().constFirst();
@@ -318,6 +323,15 @@ void MainWindow::SaveAs(int index)
         mNotices.Show(Text(u"AlreadyOpen"_s).arg(QDir::toNativeSeparators(chosen))); // two tours in one file
     else
         SaveTo(index, chosen);
+}
+
+// Proposes a file for a tour: beside the file of the tour or, for a new tour, only a name.
+QString MainWindow::ProposeFile(int index, const QString& suffix) const
+{
+    const QString file = mTours.At(index).File;
+    if (file.isEmpty())
+        return GeneralUtil::FixInvalidCharsInFileName(NameOf(index), u"-"_s) + suffix;
+    return QFileInfo(file).path() + u'/' + QFileInfo(file).completeBaseName() + suffix;
 }
 
 bool MainWindow::SaveTo(int index, const QString& file)
@@ -331,23 +345,24 @@ bool MainWindow::SaveTo(int index, const QString& file)
     FillRecent();
     UpdateActions();
     const QString time = mLanguage.Locale().toString(QTime::currentTime(), QLocale::ShortFormat);
-    statusBar()->showMessage(Text(u"Saved"_s).arg(QFileInfo(file).fileName(), time), kStatusMs);
+    statusBar()->showMessage(Text(u"Saved"_s).arg(Shorten(QFileInfo(file).fileName()), time), kStatusMs);
     return true;
 }
 
 void MainWindow::Export()
 {
-    const int index = mCurrent; // a tour may arrive while the dialog is open
-    if (index < 0)
+    if (mCurrent < 0)
         return;
+    const Tour tour = mTours.At(mCurrent).Content; // another one may become current while the dialog is open
     QFileDialog dialog(this, {}, {}, Text(u"GpxFiles"_s));
     dialog.setAcceptMode(QFileDialog::AcceptSave);
     dialog.setDefaultSuffix(u"gpx"_s);
+    dialog.selectFile(ProposeFile(mCurrent, u".gpx"_s));
     if (dialog.exec() != QDialog::Accepted || dialog.selectedFiles().isEmpty())
         return;
     const QString file = dialog.selectedFiles().constFirst();
-    if (mTours.At(index).Content.ExportGpx(file))
-        statusBar()->showMessage(Text(u"Exported"_s).arg(QFileInfo(file).fileName()), kStatusMs);
+    if (tour.ExportGpx(file))
+        statusBar()->showMessage(Text(u"Exported"_s).arg(Shorten(QFileInfo(file).fileName())), kStatusMs);
     else
         mNotices.ShowWriteError(file);
 }
@@ -615,7 +630,7 @@ void MainWindow::ReceiveTour(const QString& xml)
     if (!tour)
         return;
     SelectTour(mTours.Add(*tour));
-    statusBar()->showMessage(Text(u"Received"_s).arg(tour->Name), kStatusMs);
+    statusBar()->showMessage(Text(u"Received"_s).arg(Shorten(tour->Name)), kStatusMs);
     ComeForward();
 }
 
@@ -680,8 +695,15 @@ void MainWindow::RestorePlace()
 
 QString MainWindow::NameOf(int tour) const
 {
-    const QString name = mTours.At(tour).Content.Name;
+    // One line without control characters, which can be pasted into a name.
+    const QString name = XmlText(mTours.At(tour).Content.Name).simplified();
     return name.isEmpty() ? Text(u"Untitled"_s) : name;
+}
+
+// A long name would push the rest of a message out of the status bar.
+QString MainWindow::Shorten(const QString& name) const
+{
+    return statusBar()->fontMetrics().elidedText(name, Qt::ElideMiddle, width() / 3);
 }
 
 void MainWindow::SelectTour(int index)

@@ -90,6 +90,7 @@ private:
     // These take an index: while a dialog is open, a tour may arrive and become the current one.
     void Save(int index);
     void SaveAs(int index);
+    [[nodiscard]] QString ProposeFile(int index, const QString& suffix) const;
     bool SaveTo(int index, const QString& file);
     void Export();
     void CloseCurrent();
@@ -119,6 +120,7 @@ private:
     void FillWindows();
     void UpdateUndoTexts();
     [[nodiscard]] QString NameOf(int tour) const;
+    [[nodiscard]] QString Shorten(const QString& name) const;
     [[nodiscard]] QString Text(const QString& name) const { return mBuilder.Text(name); }
 
     // An entry in the table of waypoints.

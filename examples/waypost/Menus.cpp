@@ -19,6 +19,14 @@ QString Escape(QString text)
     return text.replace(u'&', u"&&"_s);
 }
 
+// A long name would make the menu as wide as the screen.
+QString Shorten(const QMenu& menu, const QString& text)
+{
+    constexpr int kMaxCharacters = 60;
+    const QFontMetrics metrics = menu.fontMetrics();
+    return Escape(metrics.elidedText(text, Qt::ElideMiddle, kMaxCharacters * metrics.averageCharWidth()));
+}
+
 QString NameOfLanguage(const QString& code)
 {
     return code == "en"_L1 ? u"English"_s
@@ -37,7 +45,8 @@ void FillRecent(QMenu& menu, const QStringList& files, const std::function<void(
     menu.setToolTipsVisible(true);
     for (int i = 0; i < files.size(); ++i) {
         const QString& file = files[i];
-        QAction* action = menu.addAction(u"&%1 %2"_s.arg(i + 1).arg(Escape(QFileInfo(file).fileName())));
+        QAction* action
+            = menu.addAction(u"&%1 %2"_s.arg(i + 1).arg(Shorten(menu, QFileInfo(file).fileName())));
         action->setToolTip(QDir::toNativeSeparators(file));
         QObject::connect(
             action, &QAction::triggered, &menu, [open, file] { open(file); }, Qt::QueuedConnection);
@@ -65,6 +74,7 @@ void FillLanguages(QMenu& menu, const QString& system, const QString& current,
 void FillWindows(QMenu& menu, const QList<WindowGrid::Window>& windows,
                  const std::function<void(qint64 processId)>& choose)
 {
+    menu.setToolTipsVisible(true);
     const QList<QAction*> actions = menu.actions();
     for (QAction* action : actions) {
         if (action->property("window").isValid())
@@ -73,7 +83,8 @@ void FillWindows(QMenu& menu, const QList<WindowGrid::Window>& windows,
     for (const WindowGrid::Window& window : windows) {
         const qint64 processId = window.ProcessId;
         const QString title = window.Title.isEmpty() ? u"Waypost (%1)"_s.arg(processId) : window.Title;
-        QAction* action = menu.addAction(Escape(title));
+        QAction* action = menu.addAction(Shorten(menu, title));
+        action->setToolTip(title);
         action->setProperty("window", processId);
         QObject::connect(
             action, &QAction::triggered, &menu, [choose, processId] { choose(processId); },

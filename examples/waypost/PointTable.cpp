@@ -61,6 +61,7 @@ void PointTable::Fill(const QList<Point>& points, Units units, const QLocale& lo
     }
     for (const int column : {PointDelegate::Kind, PointDelegate::Way, PointDelegate::Elevation})
         WidenColumn(column);
+    WidenColumn(PointDelegate::Name, MaxNameWidth());
 }
 
 void PointTable::Select(int point)

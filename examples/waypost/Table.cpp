@@ -31,9 +31,16 @@ void Table::SelectRow(int row)
         clearSelection();
 }
 
-void Table::WidenColumn(int column)
+void Table::WidenColumn(int column, int maxWidth)
 {
-    setColumnWidth(column, std::max(columnWidth(column), sizeHintForColumn(column) + 1));
+    const int wanted = std::min(sizeHintForColumn(column) + 1, maxWidth);
+    setColumnWidth(column, std::max(columnWidth(column), wanted));
+}
+
+int Table::MaxNameWidth() const
+{
+    constexpr int kLetters = 16;
+    return kLetters * fontMetrics().averageCharWidth();
 }
 
 QTableWidgetItem* Table::MakeCell(const QString& text, bool isNumber)

@@ -16,8 +16,10 @@ public:
 protected:
     /// Selects a row without emitting a signal; -1 selects none.
     void SelectRow(int row);
-    /// Widens a column if its texts do not fit.
-    void WidenColumn(int column);
+    /// Widens a column if its texts do not fit, but not beyond \p maxWidth.
+    void WidenColumn(int column, int maxWidth = QWIDGETSIZE_MAX);
+    /// \return maximum width of a column of names, which may be of any length
+    [[nodiscard]] int MaxNameWidth() const;
     /// \param isNumber  aligns the text to the right
     [[nodiscard]] static QTableWidgetItem* MakeCell(const QString& text, bool isNumber = false);
 };

@@ -62,6 +62,7 @@ void TourTable::Fill(const TourBook& tours, Units units, const QLocale& locale, 
     }
     for (const int column : {Date, Length, Ascent})
         WidenColumn(column);
+    WidenColumn(Name, MaxNameWidth());
     SelectRow(current);
     mEmpty->setVisible(tours.Count() == 0);
 }

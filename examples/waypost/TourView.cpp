@@ -234,13 +234,29 @@ QPointF TourView::ToMap(const QPointF& metres) const
     return area.topLeft() + (metres - section.topLeft()) * (area.width() / section.width());
 }
 
+double TourView::HeightRange() const
+{
+    return std::max(50.0, mHighest - mLowest);
+}
+
+// The part of the profile inside the labels, which need more room if the font is large.
+QRectF TourView::GroundArea() const
+{
+    constexpr int kMarkSize = 14;
+    const QFontMetrics metrics = fontMetrics();
+    int label = 0;
+    for (const double height : {mLowest, mLowest + HeightRange()})
+        label = std::max(label, metrics.horizontalAdvance(FormatHeight(height, mPreferences.Unit, mLocale)));
+    const int line = metrics.height() + kMargin;
+    return QRectF(ProfileArea()).adjusted(label + kMargin + kMarkSize, line, -20, -line);
+}
+
 QPointF TourView::ToProfile(qsizetype index) const
 {
-    const QRectF area = ProfileArea().adjusted(64, 26, -20, -26);
+    const QRectF area = GroundArea();
     const double length = std::max(1.0, mWay.last());
-    const double range = std::max(50.0, mHighest - mLowest);
     return {area.left() + area.width() * mWay[index] / length,
-            area.bottom() - area.height() * (mTour->Points[index].Elevation - mLowest) / range};
+            area.bottom() - area.height() * (mTour->Points[index].Elevation - mLowest) / HeightRange()};
 }
 
 void TourView::Zoom(double factor, const QPointF& around)
@@ -428,7 +444,7 @@ void TourView::DrawNames(QPainter& painter) const
     const QFontMetricsF metrics(painter.font());
     const QRectF area = QRectF(MapArea()).adjusted(4, 4, -4, -4);
     for (qsizetype i = 0; i < mPlaces.size(); ++i) {
-        const QString name = mTour->Points[i].Name;
+        const QString name = metrics.elidedText(mTour->Points[i].Name, Qt::ElideRight, area.width() / 2);
         if (name.isEmpty() || mTour->Points[i].Kind == PointKind::Track)
             continue;
         const QPointF at = ToMap(mPlaces[i]);
@@ -468,8 +484,10 @@ void TourView::DrawScale(QPainter& painter) const
     painter.drawLine(left, right);
     painter.drawLine(left, left - QPointF(0, 5));
     painter.drawLine(right, right - QPointF(0, 5));
-    painter.drawText(QRectF(left.x() - 60, left.y() - 26, length + 120, 20), Qt::AlignCenter,
-                     FormatWay(way, mPreferences.Unit, mLocale));
+    const double line = QFontMetricsF(painter.font()).height();
+    const int decimals = way / unit < 0.1 ? 2 : 1;
+    painter.drawText(QRectF(left.x() - 60, left.y() - line - 6, length + 120, line), Qt::AlignCenter,
+                     FormatWay(way, mPreferences.Unit, mLocale, decimals));
 }
 
 void TourView::DrawProfile(QPainter& painter) const
@@ -479,28 +497,29 @@ void TourView::DrawProfile(QPainter& painter) const
     painter.setPen(QPen(kGridLine, 1));
     painter.drawLine(area.topLeft(), area.topRight());
 
-    const double bottom = area.bottom() - 26;
+    const QRectF inner = GroundArea();
+    const double line = QFontMetricsF(painter.font()).height() + 4;
     QPolygonF ground;
     for (qsizetype i = 0; i < mWay.size(); ++i)
         ground.append(ToProfile(i));
 
     // Lines at round heights.
     const double unit = MetresPerHeight(mPreferences.Unit);
-    const double range = std::max(50.0, mHighest - mLowest);
+    const double range = HeightRange();
     const double step = RoundUp(range / unit / 4) * unit;
     for (const double height : MultiplesOf(step, mLowest, mLowest + range)) {
-        const double y = bottom - (area.height() - 52) * (height - mLowest) / range;
+        const double y = inner.bottom() - inner.height() * (height - mLowest) / range;
         painter.setPen(QPen(kGridLine, 1));
-        painter.drawLine(QPointF(64, y), QPointF(area.right() - 20, y));
+        painter.drawLine(QPointF(inner.left(), y), QPointF(inner.right(), y));
         painter.setPen(kFaintInk);
-        painter.drawText(QRectF(0, y - 10, 58, 20), Qt::AlignRight | Qt::AlignVCenter,
-                         FormatHeight(height, mPreferences.Unit, mLocale));
+        painter.drawText(QRectF(0, y - line / 2, inner.left() - kMargin, line),
+                         Qt::AlignRight | Qt::AlignVCenter, FormatHeight(height, mPreferences.Unit, mLocale));
     }
 
     QPolygonF filled = ground;
-    filled.append(QPointF(ground.last().x(), bottom));
-    filled.append(QPointF(ground.first().x(), bottom));
-    QLinearGradient shade(0, area.top(), 0, bottom);
+    filled.append(QPointF(ground.last().x(), inner.bottom()));
+    filled.append(QPointF(ground.first().x(), inner.bottom()));
+    QLinearGradient shade(0, area.top(), 0, inner.bottom());
     shade.setColorAt(0, kGround);
     shade.setColorAt(1, kGround.lighter(150));
     painter.setPen(Qt::NoPen);
@@ -515,12 +534,12 @@ void TourView::DrawProfile(QPainter& painter) const
             DrawMark(painter, ground[i], kind, ColourOf(kind), i == mSelected);
     }
     painter.setPen(kFaintInk);
-    painter.drawText(QPointF(8, area.top() + 18), mElevation);
-    painter.drawText(QRectF(64, bottom + 4, area.width() - 84, 20), Qt::AlignLeft | Qt::AlignVCenter,
-                     FormatWay(0, mPreferences.Unit, mLocale));
-    painter.drawText(QRectF(64, bottom + 4, area.width() - 84, 20), Qt::AlignRight | Qt::AlignVCenter,
+    painter.drawText(QPointF(8, area.top() + line), mElevation);
+    const QRectF below(inner.left(), inner.bottom() + 4, inner.width(), line);
+    painter.drawText(below, Qt::AlignLeft | Qt::AlignVCenter, FormatWay(0, mPreferences.Unit, mLocale));
+    painter.drawText(below, Qt::AlignRight | Qt::AlignVCenter,
                      FormatWay(mWay.last(), mPreferences.Unit, mLocale));
-    painter.drawText(QRectF(64, bottom + 4, area.width() - 84, 20), Qt::AlignCenter, mDistance);
+    painter.drawText(below, Qt::AlignCenter, mDistance);
 }
 
 QByteArray TourView::MakeThumbnail(const Tour& tour, const Preferences& preferences)

@@ -56,6 +56,8 @@ protected:
 private:
     [[nodiscard]] QRect MapArea() const;
     [[nodiscard]] QRect ProfileArea() const;
+    [[nodiscard]] QRectF GroundArea() const;
+    [[nodiscard]] double HeightRange() const;
     [[nodiscard]] QRectF Section() const; // in metres, with the aspect ratio of the map's area
     [[nodiscard]] QPointF ToMap(const QPointF& metres) const;
     [[nodiscard]] QPointF ToProfile(qsizetype index) const;

@@ -15,9 +15,9 @@ double MetresPerHeight(Units units)
     return units == Units::Imperial ? 0.3048 : 1.0;
 }
 
-QString FormatWay(double metres, Units units, const QLocale& locale)
+QString FormatWay(double metres, Units units, const QLocale& locale, int decimals)
 {
-    return locale.toString(metres / MetresPerWay(units), 'f', 1)
+    return locale.toString(metres / MetresPerWay(units), 'f', decimals)
         + (units == Units::Imperial ? u"\u00a0mi"_s : u"\u00a0km"_s);
 }
 

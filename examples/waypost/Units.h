@@ -14,7 +14,7 @@ enum class Units {
 };
 
 /// Formats a distance, such as "12.3 km" or "7.6 mi".
-QString FormatWay(double metres, Units units, const QLocale& locale);
+QString FormatWay(double metres, Units units, const QLocale& locale, int decimals = 1);
 /// Formats a height, such as "1,240 m" or "4,068 ft".
 QString FormatHeight(double metres, Units units, const QLocale& locale);
 /// \return metres in a unit of distance (a kilometre, a mile)

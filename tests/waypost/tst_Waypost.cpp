@@ -15,8 +15,10 @@
 #include "WindowGrid.h"
 #include "support/TestSupport.h"
 
+#include <QClipboard>
 #include <QComboBox>
 #include <QDateEdit>
+#include <QDialogButtonBox>
 #include <QFileDialog>
 #include <QHeaderView>
 #include <QLabel>
@@ -29,9 +31,11 @@
 #include <QMenuBar>
 #include <QProcess>
 #include <QPushButton>
+#include <QScopeGuard>
 #include <QScrollBar>
 #include <QSemaphore>
 #include <QSignalSpy>
+#include <QStatusBar>
 #include <QStyleOptionViewItem>
 #include <QTableWidget>
 #include <QTemporaryDir>
@@ -115,6 +119,12 @@ private Q_SLOTS:
     void ClosingAsks();
     void ClosingAsksAboutOneTour_data();
     void ClosingAsksAboutOneTour();
+    void LongNamesAreShortened();
+    void OpensInTheFolderOfTheTour();
+    void ExportsTheChosenTour_data();
+    void ExportsTheChosenTour();
+    void SavingAsProposesAName_data();
+    void SavingAsProposesAName();
     void SavingAsRefusesAnOpenFile();
     void SavingAChangedFileAsks_data();
     void SavingAChangedFileAsks();
@@ -151,6 +161,7 @@ private Q_SLOTS:
     void Grid_ignoresATourSentAgain();
     void Grid_sendsOnceWhileConnected();
     void Grid_takesAnAnswerDuringAnotherWait();
+    void Grid_answersATitleThatXmlForbids();
 
 private:
     std::unique_ptr<Home> mHome;
@@ -430,13 +441,26 @@ void tst_Waypost::Menus_haveDistinctMnemonics()
 
 void tst_Waypost::Tables_showTheirTextsInFull_data()
 {
-    Menus_haveDistinctMnemonics_data();
+    QTest::addColumn<QString>("code");
+    QTest::addColumn<int>("pointSize");
+
+    QTest::newRow("English") << u"en"_s << 9;
+    QTest::newRow("German") << u"de"_s << 9;
+    QTest::newRow("Japanese") << u"ja"_s << 9;
+    QTest::newRow("English, large font") << u"en"_s << 17;
+    QTest::newRow("German, large font") << u"de"_s << 17;
 }
 
 void tst_Waypost::Tables_showTheirTextsInFull()
 {
     QFETCH(const QString, code);
+    QFETCH(const int, pointSize);
 
+    const QFont before = QApplication::font();
+    const auto restore = qScopeGuard([&before] { QApplication::setFont(before); });
+    QFont font = before;
+    font.setPointSize(pointSize);
+    QApplication::setFont(font);
     Shown shown;
     shown.Window.SelectLanguageOnce(code);
     shown.Window.OpenFiles({kData + u"/tours/north-face.tour"_s, kData + u"/tours/ridge-walk.tour"_s});
@@ -762,6 +786,168 @@ void tst_Waypost::ClosingAsksAboutOneTour()
     QVERIFY(shown.Window.Tours().IsModified(0));
     QCOMPARE(shown.Window.CurrentTour(), 0);
     QCOMPARE(ReadFile(file) != before, saves);
+}
+
+// Chooses an entry of a menu with the mouse.
+void ChooseInMenu(const Shown& shown, const QString& menuName, const QString& actionName)
+{
+    QMenuBar* bar = shown.Window.menuBar();
+    auto* menu = shown.Window.findChild<QMenu*>(u"menu"_s + menuName);
+    QTest::mouseClick(bar, Qt::LeftButton, {}, bar->actionGeometry(menu->menuAction()).center());
+    QVERIFY(QTest::qWaitForWindowExposed(menu, kLongMs));
+    QTest::mouseClick(menu, Qt::LeftButton, {}, menu->actionGeometry(shown.Action(actionName)).center());
+}
+
+// Types the name of a file into a file dialog, and presses its button.
+void TypeFile(QFileDialog& dialog, const QString& file)
+{
+    auto* edit = dialog.findChild<QLineEdit*>(u"fileNameEdit"_s);
+    QVERIFY(QTest::qWaitForWindowActive(&dialog, kLongMs));
+    dialog.setDirectory(QFileInfo(file).path());
+    edit->setFocus(); // without it, the dialog also selects what the first letters lead to
+    edit->selectAll();
+    QTest::keyClicks(edit, QFileInfo(file).fileName());
+    EVENTUALLY_EQUAL(dialog.selectedFiles(), QStringList(file)); // the dialog reads the folder meanwhile
+    QTest::mouseClick(dialog.findChild<QDialogButtonBox*>()->button(QDialogButtonBox::Save), Qt::LeftButton);
+    if (dialog.isVisible()) {
+        dialog.reject(); // so that the test fails instead of waiting
+        QFAIL("the file dialog has not accepted the name");
+    }
+}
+
+void tst_Waypost::LongNamesAreShortened()
+{
+    const QString file = mHome->File(u"x"_s.repeated(200) + u".tour"_s);
+    QVERIFY(MakeTour().Save(file));
+    Shown shown;
+    shown.Window.OpenFiles({file});
+    const auto* menu = shown.Window.findChild<QMenu*>(u"menuRecent"_s);
+    QVERIFY(menu->sizeHint().width() < shown.Window.width());
+    QCOMPARE(menu->actions().constFirst()->toolTip(), file);
+    shown.Action(u"AddPoint"_s)->trigger();
+    shown.Action(u"Save"_s)->trigger();
+    const QString message = shown.Window.statusBar()->currentMessage();
+    QVERIFY2(message.startsWith(u"Saved xxx"_s) && message.contains(u".tour at "_s), qPrintable(message));
+    QVERIFY(shown.Window.statusBar()->fontMetrics().horizontalAdvance(message) < shown.Window.width() / 2);
+}
+
+void tst_Waypost::OpensInTheFolderOfTheTour()
+{
+    QCoreApplication::setAttribute(Qt::AA_DontUseNativeDialogs);
+    const QString file = mHome->CopyTour(u"lake-circuit"_s);
+    QString folder;
+    const auto open = [&folder](Shown& shown) {
+        WithDialog<QFileDialog>(shown.Window, {}, [&folder](QFileDialog& dialog) {
+            folder = dialog.directory().path();
+            dialog.reject();
+        });
+        QTest::keyClick(&shown.Window, Qt::Key_O, Qt::ControlModifier);
+    };
+    {
+        Shown shown;
+        QVERIFY(shown.IsActive);
+        shown.Window.OpenFiles({file});
+        open(shown);
+        QCOMPARE(folder, QFileInfo(file).path());
+    }
+    folder.clear();
+    Shown again; // without a tour: where the last one was
+    QVERIFY(again.IsActive);
+    open(again);
+    QCOMPARE(folder, QFileInfo(file).path());
+}
+
+void tst_Waypost::ExportsTheChosenTour_data()
+{
+    QTest::addColumn<QString>("meanwhile");
+
+    QTest::newRow("nothing else happens") << QString();
+    QTest::newRow("another tour arrives while the dialog is open") << u"arrival"_s;
+    QTest::newRow("the tour is closed while the dialog is open") << u"close"_s;
+}
+
+void tst_Waypost::ExportsTheChosenTour()
+{
+    QFETCH(const QString, meanwhile);
+
+    QCoreApplication::setAttribute(Qt::AA_DontUseNativeDialogs);
+    const QString file = mHome->File(u"exported.gpx"_s);
+    Shown shown(Places::ProcessName());
+    QVERIFY(shown.IsActive);
+    shown.Window.OpenFiles({mHome->CopyTour(u"lake-circuit"_s), mHome->CopyTour(u"north-face"_s),
+                            mHome->CopyTour(u"ridge-walk"_s)});
+    shown.ClickCell(shown.Tours(), 0, 0);
+    QTest::keyClick(&shown.Window, Qt::Key_W, Qt::ControlModifier); // the others get another index
+    QCOMPARE(shown.Window.Tours().Count(), 2);
+    shown.ClickCell(shown.Tours(), 1, 0);
+    shown.ClickCell(shown.Tours(), 0, 0);
+
+    QString proposed;
+    WithDialog<QFileDialog>(shown.Window, {}, [&](QFileDialog& dialog) {
+        if (meanwhile == "arrival"_L1)
+            Q_EMIT shown.Window.Grid()->TourReceived(MakeTour().ToXml());
+        else if (meanwhile == "close"_L1)
+            shown.Action(u"Close"_s)->trigger();
+        proposed = dialog.directory().filePath(dialog.findChild<QLineEdit*>(u"fileNameEdit"_s)->text());
+        TypeFile(dialog, file);
+    });
+    ChooseInMenu(shown, u"File"_s, u"Export"_s);
+    QCOMPARE(proposed, mHome->File(u"north-face.gpx"_s));
+    const QByteArray gpx = ReadFile(file);
+    QVERIFY2(gpx.contains("<name>North face</name>"), gpx.left(1000).constData());
+    const int tours = meanwhile == "arrival"_L1 ? 3 : meanwhile == "close"_L1 ? 1 : 2;
+    QCOMPARE(shown.Window.Tours().Count(), tours);
+}
+
+void tst_Waypost::SavingAsProposesAName_data()
+{
+    QTest::addColumn<QString>("code");
+    QTest::addColumn<QString>("name");
+    QTest::addColumn<QString>("proposed");
+
+    QTest::newRow("English, without a name") << u"en"_s << QString() << u"untitled.tour"_s;
+    QTest::newRow("German, without a name") << u"de"_s << QString() << u"ohne Titel.tour"_s;
+    QTest::newRow("Japanese, without a name") << u"ja"_s << QString() << u"無題.tour"_s;
+    QTest::newRow("plain name") << u"en"_s << u"Old mill"_s << u"Old mill.tour"_s;
+    QTest::newRow("characters of paths") << u"en"_s << u"Mill / lake: 1"_s << u"Mill - lake- 1.tour"_s;
+}
+
+void tst_Waypost::SavingAsProposesAName()
+{
+    QFETCH(const QString, code);
+    QFETCH(const QString, name);
+    QFETCH(const QString, proposed);
+
+    QCoreApplication::setAttribute(Qt::AA_DontUseNativeDialogs);
+    Shown shown;
+    QVERIFY(shown.IsActive);
+    shown.Window.SelectLanguageOnce(code);
+    WithDialog<FormDialog>(shown.Window, u"Details"_s, [&name](FormDialog& dialog) {
+        auto* field = dialog.findChild<QLineEdit*>(u"Name"_s);
+        field->selectAll();
+        QTest::keyClick(field, Qt::Key_Delete);
+        QTest::keyClicks(field, name);
+        QTest::mouseClick(dialog.findChild<QPushButton*>(u"buttonOk"_s), Qt::LeftButton);
+    });
+    QTest::keyClick(&shown.Window, Qt::Key_N, Qt::ControlModifier);
+    QCOMPARE(shown.Window.Tours().Count(), 1);
+
+    const QString file = mHome->File(u"saved.tour"_s);
+    QString shownName;
+    WithDialog<QFileDialog>(shown.Window, {}, [&](QFileDialog& dialog) {
+        shownName = dialog.findChild<QLineEdit*>(u"fileNameEdit"_s)->text();
+        TypeFile(dialog, file);
+    });
+    shown.Window.activateWindow();
+    QVERIFY(QTest::qWaitForWindowActive(&shown.Window, kLongMs));
+    QTest::keyClick(&shown.Window, Qt::Key_S, Qt::ControlModifier | Qt::ShiftModifier);
+    QCOMPARE(shownName, proposed);
+    TourError error;
+    const std::optional<Tour> saved = Tour::Load(file, error);
+    QVERIFY(saved.has_value());
+    QCOMPARE(saved->Name, name); // the proposal names the file, not the tour
+    QVERIFY(!shown.Window.isWindowModified());
+    QCOMPARE(shown.Store.RecentFiles(), QStringList({file}));
 }
 
 void tst_Waypost::SavingAsRefusesAnOpenFile()
@@ -1461,6 +1647,38 @@ void tst_Waypost::Grid_takesAnAnswerDuringAnotherWait()
     EVENTUALLY(isTaken && isOtherTaken);
     QVERIFY(*isTaken);
     QVERIFY(!*isOtherTaken);
+}
+
+// Control characters get into a name by pasting, for example.
+void tst_Waypost::Grid_answersATitleThatXmlForbids()
+{
+    Shown shown(Places::ProcessName());
+    QVERIFY(shown.IsActive);
+    QGuiApplication::clipboard()->setText(u"Old"_s + QChar(1) + u" mill"_s + QChar(0xb));
+    WithDialog<FormDialog>(shown.Window, u"Details"_s, [](FormDialog& dialog) {
+        auto* field = dialog.findChild<QLineEdit*>(u"Name"_s);
+        field->selectAll();
+        QTest::keyClick(field, Qt::Key_V, Qt::ControlModifier);
+        QTest::mouseClick(dialog.findChild<QPushButton*>(u"buttonOk"_s), Qt::LeftButton);
+    });
+    QTest::keyClick(&shown.Window, Qt::Key_N, Qt::ControlModifier);
+    QVERIFY(shown.Window.Tours().At(0).Content.Name.contains(QChar(1)));
+    QCOMPARE(shown.Window.windowTitle(), u"Waypost - Old mill[*]"_s);
+
+    const QString server = Places::ProcessName() + u'.'
+        + QFileInfo(QCoreApplication::applicationFilePath()).baseName() + u'.'
+        + QString::number(QCoreApplication::applicationPid());
+    bool isDone = false;
+    QString title;
+    new Courier(
+        server, u"Title"_s, {},
+        [&](const std::optional<QVariantMap>& answer) {
+            isDone = true;
+            title = answer ? answer->value(u"Title"_s).toString() : u"no answer"_s;
+        },
+        &shown.Window);
+    EVENTUALLY(isDone);
+    QCOMPARE(title, u"Waypost - Old mill"_s);
 }
 
 QTEST_MAIN(tst_Waypost)
