@@ -19,7 +19,7 @@
 /// '&' and '|'; surrounding blanks are removed, blanks inside are kept.
 ///
 /// Without parentheses, '&' has precedence over '|': "a & b | c" means "(a & b) | c". With parentheses, some
-/// results differ from what other expression languages give, and applications rely on them:
+/// results differ from those of other expression languages, and applications rely on these differences:
 /// - After a group, operators are applied from left to right, and evaluation stops at the first that decides:
 ///   "(a) & b | c" is false if a is false, whatever c is.
 /// - Text before a '(' is ignored unless it ends with '&': in "a & b (c)" and "x (c)", only c is evaluated.

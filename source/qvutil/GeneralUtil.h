@@ -140,9 +140,9 @@ public:
     /// \param path        the path
     /// \param base        the folder that the result is relative to, or a file in that folder
     /// \param baseIsFile  whether \p base is a file
-    /// \return the result of QDir::relativeFilePath, cleaned by QDir::cleanPath. It is \p path itself if the
-    ///         system has no drives, if the drives differ, or if \p path is relative, which includes a path
-    ///         that begins with '/' but has no ':'.
+    /// \return the relative path, cleaned by QDir::cleanPath. The supported systems have no drives, so only a
+    ///         path that begins with two slashes is made relative. Any other path, even one that begins with
+    ///         a single '/', is only cleaned.
     [[nodiscard]] static QString AbsoluteToRelativePath(const QString& path, const QString& base,
                                                         bool baseIsFile);
     /// Returns whether one path is below another. Both are cleaned first.
@@ -231,7 +231,8 @@ public:
     /// \return false if \p folder is empty text or not a folder, or if it could not be removed, usually
     ///         because it is not empty; folders below it may have been removed nevertheless
     static bool DeleteEmptyDirectories(const QString& folder, QDir::Filters filters);
-    /// Finds a file name that is not in use, by adding a tag to it for as long as a file of that name exists.
+    /// Finds a file name that is not in use. If the file exists, adds different tags to its name until the
+    /// result is not in use.
     ///
     /// Another process may create the file before you do: open it with QIODevice::NewOnly, and ask for
     /// another name if that fails.
@@ -314,8 +315,8 @@ public:
     /// @{
 
     /// Resolves the symbolic links in a path, including those in its leading folders.
-    /// \param path  an absolute path, or one relative to the current folder; it need not exist. An empty path
-    ///              gives the parent of the current folder.
+    /// \param path  an absolute path, or one relative to the current folder; it need not exist. For an empty
+    ///              path, the result is the parent of the current folder.
     /// \return the absolute clean path. From the first segment that cannot be resolved (it is missing, a
     ///         dangling link, or a loop of links) the path is kept unchanged.
     [[nodiscard]] static QString GetSymbolicLinkTarget(const QString& path);

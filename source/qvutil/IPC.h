@@ -54,8 +54,8 @@ public:
     /// registration until one returns true.
     ///
     /// This operation may run an event loop, send messages, stop the server, or delete the manager. It must
-    /// not delete a responder, not even an unregistered one: that one may still be called for the same
-    /// request.
+    /// not delete any responder, not even one that it has just unregistered, because that responder may still
+    /// be called for the same request.
     /// \param messageId       name of the request
     /// \param params          parameters of the request
     /// \param responseParams  parameters of the answer; contains what earlier responders wrote

@@ -33,16 +33,17 @@ struct ProcessInfo
 /// message whose sender waits for an answer: the receiving server asks its IMessageResponder objects for it.
 ///
 /// The *server* listens under a name: either the name of a socket file in the folder for temporary files, or
-/// an absolute path, of about 100 bytes in all (fewer on macOS). Only processes of the same user can connect.
-/// It has one client at a time; a new client displaces the one before. The *client* connects to one server.
-/// It tries once a second until it succeeds, and again when the connection is lost. It accepts only servers
-/// that run as the same user or as root.
+/// an absolute path. With its folder, the path can have about 100 bytes. Only processes of the same user, and
+/// of root, can connect. The server has one client at a time; a new client displaces the previous one. The
+/// *client* connects to one server. It tries once a second until it succeeds, and again when the connection
+/// is lost. It accepts only servers that run as the same user or as root.
 ///
 /// A *grid* is a group of processes that find each other by a common name. Each member runs a server, and
 /// connects to the oldest member that was alive when it joined. Messages are not forwarded to other members.
 ///
-/// A frame of up to 32 KiB always arrives. Larger frames arrive up to a limit that depends on the system's
-/// socket buffers, usually more than 256 KiB. Messages sent without a connection are dropped.
+/// A message travels as a *frame*, which is an XML document. As long as the connection lasts, frames of up to
+/// 32 KiB always arrive. Larger frames arrive up to a limit that depends on the system's socket buffers, and
+/// is usually more than 256 KiB. Messages sent without a connection are dropped.
 ///
 /// \code
 /// IPCManager manager;
@@ -70,9 +71,10 @@ struct ProcessInfo
 ///
 /// \par Waiting
 /// Operations that wait run an event loop that excludes user input. Slots and responders are called
-/// meanwhile. They may send messages, disconnect, stop the server, or delete the manager; an operation that
-/// waits within another wait fails at once. If the application or the thread quits, the wait ends. With exit
-/// code 0, its result is then true although nothing has arrived.
+/// meanwhile. They may send messages, disconnect, stop the server, or delete the manager. If they call an
+/// operation that would have to wait as well, it returns at once: SendMessage returns true, the others return
+/// false. If the application or the thread quits, the wait ends. With exit code 0, its result is then true
+/// although nothing has arrived.
 /// \since QvUtil 1.0
 class QVUTIL_EXPORT IPCManager : public QObject
 {
@@ -94,8 +96,8 @@ public:
     /// Starts the server. Does nothing if it is running.
     ///
     /// This operation does not wait until the server listens; IsServerListening returns whether it does. If
-    /// it cannot listen, a line is logged in the category "qvutil", and no client can connect. After a server
-    /// is stopped and started again, each message and connection is announced once more for every start.
+    /// it cannot listen, a line is logged in the category "qvutil", and no client can connect. Each start
+    /// connects the signals again: after StopServer and a second start, every message is announced twice.
     /// \param serverName  the name; if another server has it, that server loses it. A file that is not a
     ///                    socket is not replaced, and no client can then connect.
     /// \param mode        with ReadOnly, messages and connections are announced by signals. With WriteOnly,
@@ -105,8 +107,8 @@ public:
     /// Stops the server, if there is one. Messages that have arrived but were not yet announced are lost, and
     /// the client's disconnection is not announced.
     ///
-    /// Waits for the worker thread to end. While that parses a frame, the wait takes as long: seconds for a
-    /// hostile frame of several megabytes.
+    /// Waits for the worker thread to end. If that thread is parsing a frame, it parses it to the end first,
+    /// which takes seconds for a hostile frame of several megabytes.
     /// \return true
     bool StopServer();
     /// Returns whether the server is started. It need not be listening; see IsServerListening.
@@ -119,7 +121,7 @@ public:
     /// a client cannot be accepted, for example because the process has no file descriptor left, the server
     /// stops listening and begins again some seconds later; the result may still be true meanwhile. If
     /// another server or another file has taken the name, the result stays false. A connected client stays
-    /// connected in both cases.
+    /// connected in all these cases.
     /// \return false if the server is not started, does not listen yet, or cannot listen on its name, or if
     ///         its socket file is gone
     [[nodiscard]] bool IsServerListening() const;
@@ -143,7 +145,8 @@ public:
     /// Waits until the client is connected.
     /// \param serverName  ignored
     /// \param timeoutMs   in milliseconds; if negative, there is no time-out
-    /// \return false after the time-out, if another wait is running, or if ConnectToServer was not called
+    /// \return true at once if the client is already connected; false after the time-out, if another wait is
+    ///         running, or if ConnectToServer was not called
     bool WaitForConnectionToServer(const QString& serverName, int timeoutMs);
     /// Disconnects and deletes the client. The disconnection is not announced.
     /// \param serverName  ignored
@@ -195,11 +198,13 @@ public:
     /// @{
 
     /// Joins a grid: starts a server under a generated name, connects to the oldest member that is alive,
-    /// prunes dead entries from the registry, and registers this process. Does nothing if a grid was joined.
+    /// prunes dead entries from the registry, and registers this process. Does nothing if this object is
+    /// already a member of a grid.
     ///
-    /// If another process keeps the registry locked for 5 seconds, or if the registry is full, the server is
-    /// started but this process is not registered, and a line is logged in the category "qvutil". After a
-    /// locked registry, a later call tries again.
+    /// If another process keeps the registry locked for 5 seconds (0.1 seconds if such a wait has failed in
+    /// the last 10 seconds), or if the registry is full, the server is started but this process is not
+    /// registered, and a line is logged in the category "qvutil". If the registry was locked, a later call
+    /// tries again.
     /// \param gridName  name of the grid. The server's name consists of it, the program's name and the
     ///                  process id.
     /// \param mode      as for StartServer and ConnectToServer

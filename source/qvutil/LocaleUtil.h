@@ -20,9 +20,9 @@ namespace Quorvin::Util {
 /// Each operation documents its failure result, such as an empty string for an unknown locale.
 ///
 /// \par Threads
-/// The conversions are thread-safe, except LocaleNameToLCID for a name that is not in the table. That one,
-/// GetUserDefaultLocaleForMac, GetUserDefaultLCIDForMac and GetCurrentUserLocale share a buffer without a
-/// lock: call them in one thread at a time.
+/// The conversions are thread-safe, except LocaleNameToLCID for a name that is not in the table: it then
+/// determines the user's locale. This case, GetUserDefaultLocaleForMac, GetUserDefaultLCIDForMac and
+/// GetCurrentUserLocale share a buffer without a lock: call them in one thread at a time.
 /// \since QvUtil 1.0
 class QVUTIL_EXPORT LocaleUtil
 {
@@ -75,8 +75,8 @@ public:
     /// \param path  any path
     /// \return \p path
     [[nodiscard]] static QString GetSymbolicLinkTarget(const QString& path);
-    /// Finds the compiled translation of a library. Without \p folder, searches the application's folder, its
-    /// sub-folder, the folder of the loaded library, and its sub-folder.
+    /// Finds the compiled translation of a library. Without \p folder, searches the application's folder and
+    /// then the folder of the loaded library: in each, first the folder itself and then \p subFolder.
     /// \param module     file name of the library, with its suffix, as for GeneralUtil::GetModulePath
     /// \param file       name of the translation file; empty for \p module up to its last '.'. ".qm" is
     ///                   appended to a name without '.'.

@@ -47,7 +47,7 @@ public:
     /// \param ch    the character, as for TrimLeft
     /// \return the number of characters removed
     static int TrimRight(QString& text, wchar_t ch);
-    /// Returns whether a text ends with "...", as one shortened for display does.
+    /// Returns whether a text ends with "...", as a text that was shortened for display does.
     /// \param text  any text
     /// \return false for an empty text, and for one that ends with the single character U+2026
     [[nodiscard]] static bool IsTextElided(QString text);

@@ -31,9 +31,10 @@ struct XmlLoadError
 {
     /// The reason in English, such as "Opening and ending tag mismatch"; empty if nothing failed.
     QString Text;
-    /// Line of the error, counted from 1; 0 if the file could not be opened or read.
+    /// Line of the error, counted from 1; 0 if the file could not be opened or read, is too large, or does
+    /// not fit into memory.
     int Line = 0;
-    /// Column of the error, counted from 1; 0 if the file could not be opened or read.
+    /// Column of the error, counted from 1; 0 if Line is 0.
     int Column = 0;
 };
 
@@ -60,7 +61,7 @@ struct XmlLoadError
 ///
 /// \par Limits
 /// A document does not load if its elements are nested more than 1,000 deep, if one element has more than
-/// 10,000 attributes, if its entities and attribute defaults expand to more than 16 MiB of text, or if the
+/// 10,000 attributes, if its entities and attribute defaults expand to more than 16 Mi characters, or if the
 /// file is larger than 1 GiB.
 ///
 /// \par Failures
@@ -107,7 +108,7 @@ public:
     /// attributes are kept where the user may set them, and the new file is never accessible to more users
     /// than the old one. Other hard links to the file keep the old content. If the folder is not writable, or
     /// \p path is not a regular file (a pipe, for example), the file is written directly, and a full disk can
-    /// leave part of the content.
+    /// leave it incomplete.
     ///
     /// The content is not checked. A document that no parser accepts is saved and logged, for example one
     /// with a space in a name, a second root element, a character that XML does not allow, or "--" in a
@@ -159,7 +160,7 @@ public:
     /// it.
     /// \param name  name of the element
     void CreateImmediateChildNode(const QString& name);
-    /// Moves to the root element. Clears the cursor if there is none.
+    /// Moves to the root element. If there is no root element, clears the cursor.
     void MoveToRoot();
     /// Moves to the first child element, whatever its name.
     /// \return false, with the cursor unmoved, if there is none
@@ -327,8 +328,8 @@ public:
     /// \param path  node path of the element
     /// \copydetails ReadDouble(const QString&, double)
     [[nodiscard]] double ReadDouble(const QString& path, const QString& name, double defaultValue);
-    /// Writes a floating-point number with the 17 digits that read back as the same value; does not mark a
-    /// Settings as changed.
+    /// Writes a floating-point number with up to 17 significant digits, so that it reads back as the same
+    /// value. Does not mark a Settings as changed.
     /// \param name   name of the attribute
     /// \param value  the value
     void WriteDouble(const QString& name, double value);
@@ -438,8 +439,8 @@ public:
                                      const QDateTime& defaultValue) const;
     /// Writes a date and time in ISO 8601 format. Does not mark a Settings as changed.
     ///
-    /// Pass local time or UTC. The offset of any other time zone is dropped, and such a time is read back as
-    /// if it were UTC.
+    /// Pass local time or UTC. A time in any other time zone is written with its offset, but its date and
+    /// clock time are read back as if they were UTC.
     /// \param name   name of the attribute
     /// \param value  the value; local time is converted to UTC
     void WriteDate(const QString& name, const QDateTime& value);
@@ -596,8 +597,8 @@ public:
     /// \copydetails ReadOuterXml()
     [[nodiscard]] QString ReadOuterXml(const QString& path);
 
-    /// Appends a comment to the element's content or, without a cursor, inserts it after the document's
-    /// declaration. Does not mark a Settings as changed.
+    /// Appends a comment to the element's content or, without a cursor, to the end of the document, which
+    /// then also gets a declaration if it has none. Does not mark a Settings as changed.
     /// \param text  the text
     void WriteComment(const QString& text);
     /// Appends a comment to the content of the element at \p path, which is created if it is missing. Does
@@ -613,7 +614,7 @@ public:
     /// Strips the mark from a text of the form tr(...), in any case and with white space around its parts.
     /// Quotation marks inside are kept.
     /// \param text  the text, changed in place
-    /// \return false, with \p text unchanged, if it has no such form
+    /// \return false, with \p text unchanged, if it has no mark
     bool StripTr(QString& text) const;
     /// Translates a text of the form tr(...) with Translator. The context is the file that was loaded last.
     /// \param text  the text
@@ -688,8 +689,8 @@ private:
     const std::unique_ptr<Private> mPrivate;
 };
 
-/// Stores application settings in an XML file, with typed values addressed by node path and name, and saves
-/// itself.
+/// Stores application settings in an XML file, and saves changes by itself. Values have types and are
+/// addressed by node path and name.
 ///
 /// Each change through an operation of this class marks the store as changed and saves it, unless it was
 /// saved less than 31 seconds ago. Changes within that time are written by the next change after it, by Save,
@@ -708,15 +709,15 @@ private:
 /// settings.MarkChanged();
 /// \endcode
 ///
-/// The constructor and SetFile do not protect such a file: if it cannot be opened or parsed, a new store is
-/// empty, and the next save replaces the file. Check IsEmpty after construction. An empty store has no
-/// cursor; call CreateRoot, because otherwise every write with a relative path appends another root element,
-/// and a file with several root elements does not load.
+/// The constructor with a file name, and SetFile, do not protect a damaged or unreadable file: the store of a
+/// new object is then empty, and the next save replaces the file. Check IsEmpty after construction. An empty
+/// store has no cursor; call CreateRoot, because otherwise every write with a relative path appends another
+/// root element, and a file with several root elements does not load.
 ///
 /// \par Failures
-/// OpenFile returns the state of the file, and GetLoadError why it could not be read. A failed save, a store
-/// that starts empty, and changes that are lost because nothing marked the store are logged in the category
-/// `qvutil`.
+/// OpenFile returns the state of the file, and GetLoadError returns why it could not be read. The category
+/// `qvutil` logs a failed save, a store that starts empty, and changes that are lost because nothing marked
+/// the store.
 ///
 /// \par Threads
 /// Reentrant, as XmlFiler. Two objects with the same file are not synchronised: the last save wins.
@@ -728,7 +729,7 @@ public:
     Settings();
     /// Constructs a store and loads its file, or creates an empty root element if the file does not exist.
     /// Writes nothing.
-    /// \param file      the file that saves write to; may be empty
+    /// \param file      the file to save to; may be empty
     /// \param rootName  name of a new root; "Root" if empty
     Settings(QString file, QString rootName);
     /// Saves unsaved changes. Logs a failed save, and changes that were never marked.
@@ -750,11 +751,11 @@ public:
     /// \name File
     /// @{
 
-    /// Sets the file that saves write to, and loads it if it exists. Does not mark the store as changed.
+    /// Sets the file to save to, and loads it if it exists. Does not mark the store as changed.
     ///
     /// If the file does not exist, the content is kept, and an empty document gets the root \p rootName. If
     /// the file cannot be opened, the content is kept. If it does not parse, the content is lost.
-    /// \param file      the file that saves write to
+    /// \param file      the file to save to
     /// \param rootName  name of a new root; "Root" if empty
     void SetFile(QString file, QString rootName);
 
@@ -765,14 +766,14 @@ public:
         SetAside, ///< the file was damaged and has been renamed to GetSetAsideFile; the store is empty
         Unreadable, ///< the file could not be read, or not be renamed; the store is empty and has no file
     };
-    /// Sets the file that saves write to, and replaces the content of the store with that of the file. Unless
-    /// the file is loaded, the store then holds only the root \p rootName. Unsaved changes are dropped.
-    /// Writes nothing.
+    /// Sets the file to save to, and replaces the content of the store with that of the file. Unless the file
+    /// is loaded, the store then holds only the root \p rootName. Unsaved changes are dropped. No file is
+    /// written.
     ///
     /// A file that does not parse is renamed to "FILE.damaged", or "FILE.damaged-2" and so on if that exists,
     /// so that its content can still be rescued. A file that exists but cannot be opened or read is left
     /// alone, and nothing is saved until SetFile or OpenFile sets a file again.
-    /// \param file      the file that saves write to
+    /// \param file      the file to save to
     /// \param rootName  name of a new root; "Root" if empty
     /// \return the state of the file; after SetAside and Unreadable, GetLoadError returns the reason
     FileState OpenFile(const QString& file, const QString& rootName);
