@@ -237,7 +237,6 @@ private:
 
     [[nodiscard]] int MaxTextCount() const
     {
-        constexpr int kManyTexts = 1 << 20;
         int count = 0;
         for (const CLI::Option* option : Positionals())
             count += std::min(option->get_items_expected_max(), kManyTexts);

@@ -10,7 +10,6 @@ namespace {
 
 bool IsRepeatable(const CLI::Option& option)
 {
-    constexpr int kManyTexts = 1 << 20;
     return option.get_items_expected_max() >= kManyTexts;
 }
 

@@ -14,6 +14,9 @@
 
 namespace Quorvin::Tool {
 
+/// An argument or option that takes this many texts takes any number of them.
+inline constexpr int kManyTexts = 1 << 20;
+
 /// Returns the name of an argument as help shows it: "FILE", or "[NAME] VALUE" for a list of both. CLI11 does
 /// not allow a space in a name, so the latter is the argument's type name.
 [[nodiscard]] std::string ShownName(const CLI::Option& option);

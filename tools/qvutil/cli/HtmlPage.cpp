@@ -3,24 +3,40 @@
 
 #include "cli/HtmlPage.h"
 
+#include "cli/Palette.h"
+
 using namespace Qt::StringLiterals;
 
 namespace Quorvin::Tool {
 namespace {
 
-constexpr const char16_t* kStyle
-    = uR"css(:root { color-scheme: light dark; --page: #ffffff; --card: #f3f5f8; --line: #c3cad3; --strong: #1f2328;
-  --muted: #59636e; --accent: #0550ae; --good: #1a7035; --warn: #d99a1c; --bad: #b3261e; --soft: #d4e7da }
-@media (prefers-color-scheme: dark) {
-  :root { --page: #14181d; --card: #20262e; --line: #46505c; --strong: #e6edf3; --muted: #a3adb8; --accent: #6cb6ff;
-    --good: #6bc46d; --warn: #d9a441; --bad: #ff8f85; --soft: #1f4029 } }
-* { box-sizing: border-box }
+constexpr const char16_t* kStyle = uR"css(* { box-sizing: border-box }
 body { margin: 0 auto; padding: 1rem; max-width: 60rem; background: var(--page); color: var(--strong);
-  font: 1rem/1.45 system-ui, 'DejaVu Sans', Helvetica, Arial, sans-serif; overflow-wrap: anywhere }
+  font: 1rem/1.45 @TEXT@; overflow-wrap: anywhere }
 h1 { font-size: 1.4rem; margin: 0 0 .75rem } h2 { font-size: 1.1rem; margin: 0 } p { margin: .5rem 0 }
-code { font: .9em ui-monospace, 'DejaVu Sans Mono', Menlo, Consolas, monospace }
+code { font: .9em @CODE@ }
 .muted { color: var(--muted) } .bad { color: var(--bad) }
 )css";
+
+// Returns the colours as variables.
+QString ColorStyle()
+{
+    QString light = u":root { color-scheme: light dark;"_s;
+    QString dark = u"@media (prefers-color-scheme: dark) { :root {"_s;
+    for (const Palette::Color& color : Palette::gColors) {
+        light += u" --%1: %2;"_s.arg(color.Name, color.Light);
+        dark += u" --%1: %2;"_s.arg(color.Name, color.Dark);
+    }
+    return light + u" }\n"_s + dark + u" } }\n"_s;
+}
+
+QString CommonStyle()
+{
+    return ColorStyle()
+        + QString::fromUtf16(kStyle)
+              .replace("@TEXT@"_L1, Palette::kTextFonts.toString())
+              .replace("@CODE@"_L1, Palette::kCodeFonts.toString());
+}
 
 } // namespace
 
@@ -37,7 +53,7 @@ HtmlPage::HtmlPage(const QString& title, const QString& style)
                      {{u"http-equiv"_s, u"Content-Security-Policy"_s},
                       {u"content"_s, u"default-src 'none'; style-src 'unsafe-inline'"_s}});
     mWriter.AddElement(u"title"_s, {}, title);
-    mWriter.AddStyle(QString::fromUtf16(kStyle) + style);
+    mWriter.AddStyle(CommonStyle() + style);
     mWriter.End();
     mWriter.Start(u"body"_s);
     mWriter.AddElement(u"h1"_s, {}, title);

@@ -3,6 +3,8 @@
 
 #include "cli/SvgPicture.h"
 
+#include "cli/Palette.h"
+
 using namespace Qt::StringLiterals;
 
 namespace Quorvin::Tool {
@@ -14,40 +16,22 @@ constexpr double kScale = 1.5;
 // The width of most letters, relative to their height, is at most this.
 constexpr double kColumnWidth = 0.61;
 
-struct InkColors
-{
-    const char16_t* Name;
-    const char16_t* Light;
-    const char16_t* Dark;
-};
-
-// In the order of SvgPicture::Ink. Texts have a contrast of at least 4.5 to 1 with pages and cards.
-constexpr InkColors gInks[] = {
-    {u"page", u"#ffffff", u"#14181d"},  {u"card", u"#f3f5f8", u"#20262e"},
-    {u"line", u"#aab2bd", u"#56606c"},  {u"strong", u"#1f2328", u"#e6edf3"},
-    {u"muted", u"#59636e", u"#a3adb8"}, {u"accent", u"#0550ae", u"#6cb6ff"},
-    {u"good", u"#1a7035", u"#6bc46d"},  {u"bad", u"#b3261e", u"#ff8f85"},
-};
-
 QString LightOf(SvgPicture::Ink ink)
 {
-    return QString::fromUtf16(gInks[ink].Light);
+    return Palette::gColors[ink].Light.toString();
 }
 
 QString NameOf(SvgPicture::Ink ink)
 {
-    return QString::fromUtf16(gInks[ink].Name);
+    return Palette::gColors[ink].Name.toString();
 }
 
 // Viewers that do not understand this use the colours of the attributes.
 QString DarkStyle()
 {
     QString style = u"@media (prefers-color-scheme: dark) {"_s;
-    for (const InkColors& ink : gInks) {
-        const QString name = QString::fromUtf16(ink.Name);
-        const QString color = QString::fromUtf16(ink.Dark);
-        style += u" .%1 { fill: %2 } .%1-line { stroke: %2 }"_s.arg(name, color);
-    }
+    for (const Palette::Color& color : Palette::gColors)
+        style += u" .%1 { fill: %2 } .%1-line { stroke: %2 }"_s.arg(color.Name, color.Dark);
     return style + u" }"_s;
 }
 
@@ -63,7 +47,7 @@ SvgPicture::SvgPicture(const QString& title, const QString& description, double 
                    {u"style"_s, u"max-width: 100%; height: auto; color-scheme: light dark"_s},
                    {u"role"_s, u"img"_s},
                    {u"aria-labelledby"_s, u"title desc"_s},
-                   {u"font-family"_s, u"system-ui, 'DejaVu Sans', Helvetica, Arial, sans-serif"_s}});
+                   {u"font-family"_s, Palette::kTextFonts.toString()}});
     mWriter.AddElement(u"title"_s, {{u"id"_s, u"title"_s}}, title);
     mWriter.AddElement(u"desc"_s, {{u"id"_s, u"desc"_s}}, description);
     mWriter.AddStyle(DarkStyle());
@@ -78,8 +62,7 @@ qsizetype SvgPicture::FittingColumns(double width, double size)
 void SvgPicture::AddText(double x, double y, const QString& text, const TextStyle& style)
 {
     static const QString anchors[] = {u"start"_s, u"middle"_s, u"end"_s};
-    const QString family
-        = style.IsCode ? u"ui-monospace, 'DejaVu Sans Mono', Menlo, Consolas, monospace"_s : u"inherit"_s;
+    const QString family = style.IsCode ? Palette::kCodeFonts.toString() : u"inherit"_s;
     mWriter.AddElement(u"text"_s,
                        {{u"x"_s, NumberText(x)},
                         {u"y"_s, NumberText(y)},

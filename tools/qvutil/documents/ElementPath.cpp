@@ -119,72 +119,99 @@ bool ElementPath::MoveTo(XmlFiler& filer) const
     return true;
 }
 
+/// Follows a path through the elements of a document, as far as it leads.
+class ElementPath::MissingStep
+{
+public:
+    explicit MissingStep(const ElementPath& path)
+        : mPath(path)
+    { }
+
+    /// An element begins. \return whether it is on the path
+    bool Enter(const QString& name)
+    {
+        if (mDepth++ == 0) {
+            mSteps = mPath.StepsBelow(name);
+            mNames = mPath.NamesOfRoot(name);
+            mParent = u'/' + name;
+            return true;
+        }
+        if (mDepth != mFound + 2 || mFound == mSteps.size())
+            return false;
+        const Step& step = mSteps.at(mFound);
+        mNames.append(name);
+        if (name != step.Name || ++mCount != step.Position)
+            return false;
+        mParent += u'/' + step.ToText();
+        ++mFound;
+        mCount = 0;
+        mNames.clear();
+        return true;
+    }
+    /// The last element that began and has not ended yet ends.
+    void Leave()
+    {
+        if (--mDepth == mFound)
+            mIsOver = true;
+    }
+
+    /// Returns whether the last element on the path has ended.
+    [[nodiscard]] bool IsOver() const { return mIsOver; }
+
+    [[nodiscard]] QString ToText() const
+    {
+        const QString reason = u"there is no element %1"_s.arg(mPath.Text());
+        if (mCount == 0)
+            return reason + DidYouMean(mSteps.value(mFound).Name, mNames);
+        return reason + u"; %1 has only %2 of that name"_s.arg(mParent, QString::number(mCount));
+    }
+
+private:
+    const ElementPath& mPath;
+    QList<Step> mSteps;
+    QStringList mNames; ///< of the elements that the next step could have led to
+    QString mParent; ///< path of the last element on the path
+    qsizetype mCount = 0; ///< children of that element with the name of the next step
+    qsizetype mFound = 0; ///< steps that lead to an element
+    qsizetype mDepth = 0;
+    bool mIsOver = false;
+};
+
+void ElementPath::Follow(const QDomElement& element, MissingStep& missing)
+{
+    if (missing.Enter(element.tagName())) {
+        QDomElement child = element.firstChildElement();
+        for (; !child.isNull() && !missing.IsOver(); child = child.nextSiblingElement())
+            Follow(child, missing);
+    }
+    missing.Leave();
+}
+
 QString ElementPath::WhyMissing(const XmlFiler& filer) const
 {
-    QDomElement element = filer.GetCurrentNode().ownerDocument().documentElement();
-    const QList<Step> steps = StepsBelow(element.tagName());
-    QStringList names = NamesOfRoot(element.tagName());
-    for (const Step& step : steps) {
-        QList<QDomElement> matches;
-        for (QDomElement child = element.firstChildElement(); !child.isNull();
-             child = child.nextSiblingElement()) {
-            names.append(child.tagName());
-            if (names.last() == step.Name)
-                matches.append(child);
-        }
-        if (step.Position > matches.size())
-            return WhyMissing(step, names, Of(element), matches.size());
-        element = matches.at(step.Position - 1);
-        names.clear();
-    }
-    return WhyMissing({}, {}, {}, 0);
+    MissingStep missing(*this);
+    Follow(filer.GetCurrentNode().ownerDocument().documentElement(), missing);
+    return missing.ToText();
 }
 
 QString ElementPath::WhyMissing(const QByteArray& document) const
 {
     QXmlStreamReader reader(document);
     reader.setNamespaceProcessing(false);
-    QList<Step> steps;
-    QStringList names; // of the children of the last element on the path
-    QString parent; // its path
-    qsizetype count = 0; // its children with the name of the next step
-    qsizetype found = 0; // steps
-    for (qsizetype depth = 0; !reader.atEnd();) {
+    MissingStep missing(*this);
+    while (!reader.atEnd() && !missing.IsOver()) {
         reader.readNext();
-        if (reader.isEndElement() && --depth == found)
-            break; // the last element on the path has ended
-        if (!reader.isStartElement())
-            continue;
-        const QString name = reader.qualifiedName().toString();
-        if (depth == 0) {
-            steps = StepsBelow(name);
-            names = NamesOfRoot(name);
-            parent = u'/' + name;
-        } else if (depth == found + 1 && found < steps.size()) {
-            names.append(name);
-            if (name == steps.at(found).Name && ++count == steps.at(found).Position) {
-                parent += u'/' + steps.at(found).ToText();
-                ++found;
-                count = 0;
-                names.clear();
-            }
-        }
-        ++depth;
+        if (reader.isStartElement())
+            missing.Enter(reader.qualifiedName().toString());
+        else if (reader.isEndElement())
+            missing.Leave();
     }
-    return WhyMissing(steps.value(found), names, parent, count);
+    return missing.ToText();
 }
 
 QStringList ElementPath::NamesOfRoot(const QString& root) const
 {
     return mIsFromRoot && StepsBelow(root).size() == mSteps.size() ? QStringList(root) : QStringList();
-}
-
-QString ElementPath::WhyMissing(const Step& step, const QStringList& names, const QString& parent,
-                                qsizetype count) const
-{
-    const QString reason = u"there is no element %1"_s.arg(mText);
-    return count == 0 ? reason + DidYouMean(step.Name, names)
-                      : reason + u"; %1 has only %2 of that name"_s.arg(parent).arg(count);
 }
 
 bool ElementPath::MoveToOrComplain(XmlFiler& filer, const QString& file) const

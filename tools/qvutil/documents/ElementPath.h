@@ -76,12 +76,8 @@ public:
 private:
     // The name of the root, if the path might have meant it.
     [[nodiscard]] QStringList NamesOfRoot(const QString& root) const;
-    // \param step  the first one that leads nowhere
-    // \param names  of the elements that it could have led to
-    // \param parent  the path of the last element that exists
-    // \param count  children of it with the name of the step
-    [[nodiscard]] QString WhyMissing(const Step& step, const QStringList& names, const QString& parent,
-                                     qsizetype count) const;
+    class MissingStep;
+    static void Follow(const QDomElement& element, MissingStep& missing);
 
     QString mText;
     QList<Step> mSteps;
