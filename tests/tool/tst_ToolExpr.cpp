@@ -32,6 +32,7 @@ private Q_SLOTS:
     void Lint_badFiles();
     void Lint_manyOperands();
     void Lint_longExpression();
+    void Lint_wideCharacters();
     void Table_json();
     void Table_tooLong();
     void Operands_json();
@@ -368,6 +369,12 @@ void tst_ToolExpr::Lint_longExpression()
     QCOMPARE(mTool->Run({u"expr"_s, u"lint"_s, u"--file"_s, u"list.txt"_s}).ToText(),
              u"no problems; expressions checked: 1\n"
              "! qvutil: list.txt:1: too many operands to determine whether each is consulted\n=> 0\n"_s);
+}
+
+void tst_ToolExpr::Lint_wideCharacters()
+{
+    const QString result = mTool->Run({u"expr"_s, u"lint"_s, u"中文 && b"_s}).ToText();
+    QVERIFY2(result.contains(u"\n  中文 && b\n        ^\n"_s), qPrintable(result));
 }
 
 void tst_ToolExpr::Table_json()

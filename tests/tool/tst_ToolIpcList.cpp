@@ -58,6 +58,7 @@ private Q_SLOTS:
     void Watch_json();
     void Watch_terminal();
     void Watch_lowTerminal();
+    void Watch_wideCharacters();
 
 private:
     void SetUp() override;
@@ -445,6 +446,18 @@ void tst_ToolIpcList::Watch_lowTerminal()
     QCOMPARE(watch.Screen().value(1), u"and 2 more"_s);
     watch.Type("\x03");
     QCOMPARE(watch.WaitForEnd(), 0);
+}
+
+void tst_ToolIpcList::Watch_wideCharacters()
+{
+    const auto server = StartListener(*mTool, u"中文中文\U0001F600\U0001F600"_s);
+    QVERIFY(server);
+    // The fifth column has room for half of a character only. As text, it has the first half of a surrogate
+    // pair.
+    TerminalTool watch(*mTool, {u"ipc"_s, u"watch"_s, u"--count"_s, u"1"_s}, 5);
+    QCOMPARE(watch.WaitForEnd(), 0);
+    const QString output = QString::fromUtf8(watch.Output());
+    QVERIFY2(output.contains(u"\n中文\x1b[K"_s), qPrintable(output));
 }
 
 QTEST_GUILESS_MAIN(tst_ToolIpcList)

@@ -5,6 +5,7 @@
 
 #include "cli/Failure.h"
 #include "cli/JsonStyle.h"
+#include "cli/TextWidth.h"
 
 #include <QStringDecoder>
 
@@ -227,10 +228,7 @@ void ProgressBar::Show(qint64 done, const QString& label)
             + u"] %1 %  "_s.arg(static_cast<int>(share * 100), 3);
     }
     line += Visible(label);
-    const int width = TerminalWidth() - 1;
-    if (line.size() > width)
-        line.truncate(std::max(width, 0));
-    WriteToError("\r\x1b[K" + line.toUtf8());
+    WriteToError("\r\x1b[K" + FirstColumns(line, TerminalWidth() - 1).toUtf8());
     gBarDrawn = true;
 }
 

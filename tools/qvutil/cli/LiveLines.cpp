@@ -5,6 +5,7 @@
 
 #include "cli/Console.h"
 #include "cli/Failure.h"
+#include "cli/TextWidth.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -65,10 +66,10 @@ void LiveLines::Show(const QStringList& table, const QStringList& below)
     shown += below;
     shown = shown.first(std::min(shown.size(), rows));
     for (QString& line : shown)
-        line = Console::Visible(line).left(size.ws_col);
+        line = FirstColumns(Console::Visible(line), size.ws_col);
     if (shown == mShown && size.ws_col == mColumns)
         return;
-    // Turn wrapping off meanwhile, because wide characters may take more columns than are counted here.
+    // Turn wrapping off meanwhile, because some terminals draw characters wider than they are counted here.
     QByteArray bytes = "\r\x1b[?7l";
     if (!mShown.isEmpty())
         bytes += "\x1b[" + QByteArray::number(mShown.size()) + 'A';

@@ -24,9 +24,8 @@ public:
     [[nodiscard]] static bool IsPossible();
 
     /// Replaces the lines. Long lines are truncated to the width of the terminal.
-    /// \param table  lines that are omitted at the end if the terminal is too low; its last line then says
-    /// how
-    ///               many are missing
+    /// \param table  lines that are omitted at the end if the terminal is too low; its last line then
+    ///               says how many are missing
     /// \param below  lines below the table
     void Show(const QStringList& table, const QStringList& below);
 

@@ -4,6 +4,7 @@
 #include "cli/Markup.h"
 
 #include "cli/Console.h"
+#include "cli/TextWidth.h"
 
 #include <algorithm>
 #include <cmath>
@@ -17,35 +18,6 @@ namespace {
 QString Storable(const QString& text)
 {
     return QString::fromUtf8(Console::Visible(text).toUtf8());
-}
-
-// The first characters that fit.
-QString Head(const QString& text, qsizetype columns)
-{
-    QString head;
-    for (const char32_t c : text.toUcs4()) {
-        const QString next = QString::fromUcs4(&c, 1);
-        columns -= ColumnsOf(next);
-        if (columns < 0)
-            break;
-        head += next;
-    }
-    return head;
-}
-
-QString Tail(const QString& text, qsizetype columns)
-{
-    const QList<uint> characters = text.toUcs4();
-    QString tail;
-    for (auto it = characters.rbegin(); it != characters.rend(); ++it) {
-        const char32_t c = *it;
-        const QString next = QString::fromUcs4(&c, 1);
-        columns -= ColumnsOf(next);
-        if (columns < 0)
-            break;
-        tail.prepend(next);
-    }
-    return tail;
 }
 
 } // namespace
@@ -118,21 +90,13 @@ QString NumberText(double value)
     return QString::number(rounded == 0 ? 0 : rounded);
 }
 
-qsizetype ColumnsOf(const QString& text)
-{
-    qsizetype columns = 0;
-    for (const char32_t c : text.toUcs4())
-        columns += c >= 0x1100 ? 2 : 1;
-    return columns;
-}
-
 QString Elide(const QString& text, qsizetype columns)
 {
     const QString shown = Storable(text);
     if (ColumnsOf(shown) <= columns)
         return shown;
-    const qsizetype room = std::max<qsizetype>(columns - 2, 0);
-    return Head(shown, room - room / 2) + u'…' + Tail(shown, room / 2);
+    const qsizetype room = std::max<qsizetype>(columns - 2, 0); // "…" may be as wide as two letters
+    return FirstColumns(shown, room - room / 2) + u'…' + LastColumns(shown, room / 2);
 }
 
 QStringList BreakLines(const QString& text, qsizetype columns)
@@ -146,8 +110,11 @@ QStringList BreakLines(const QString& text, qsizetype columns)
             line.clear();
         }
         while (line.isEmpty() && ColumnsOf(word) > columns) {
-            lines.append(Head(word, columns));
-            word.remove(0, lines.last().size());
+            const QString head = FirstColumns(word, columns);
+            if (head.isEmpty())
+                break; // not even one character fits
+            lines.append(head);
+            word.remove(0, head.size());
         }
         line += (line.isEmpty() ? QString() : u" "_s) + word;
     }

@@ -54,8 +54,6 @@ private:
 /// Formats a number for an attribute, with at most one decimal place.
 [[nodiscard]] QString NumberText(double value);
 
-/// Returns the width of a text in columns, as in a fixed-width font; wide characters take two.
-[[nodiscard]] qsizetype ColumnsOf(const QString& text);
 /// Shortens a text to a number of columns, with "…" in place of its middle.
 [[nodiscard]] QString Elide(const QString& text, qsizetype columns);
 /// Breaks a text into lines, at its spaces if there are any.

@@ -4,6 +4,7 @@
 #include "cli/Table.h"
 
 #include "cli/Console.h"
+#include "cli/TextWidth.h"
 
 #include <algorithm>
 
@@ -15,13 +16,16 @@ QStringList FormatTable(const QList<QStringList>& rows)
     for (const QStringList& row : rows) {
         widths.resize(std::max(widths.size(), row.size()));
         for (qsizetype i = 0; i < row.size(); ++i)
-            widths[i] = std::max(widths.at(i), row.at(i).size());
+            widths[i] = std::max(widths.at(i), ColumnsOf(row.at(i)));
     }
     QStringList lines;
     for (const QStringList& row : rows) {
         QString line;
-        for (qsizetype i = 0; i < row.size(); ++i)
-            line += i + 1 < row.size() ? row.at(i).leftJustified(widths.at(i) + 2) : row.at(i);
+        for (qsizetype i = 0; i < row.size(); ++i) {
+            line += row.at(i);
+            if (i + 1 < row.size())
+                line += QString(widths.at(i) + 2 - ColumnsOf(row.at(i)), u' ');
+        }
         lines.append(line);
     }
     return lines;

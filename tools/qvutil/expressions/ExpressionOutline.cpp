@@ -3,6 +3,7 @@
 
 #include "expressions/ExpressionOutline.h"
 
+#include "cli/TextWidth.h"
 #include <qvutil/expressions/BooleanExpressionEvaluation_p.h>
 
 #include <QHash>
@@ -256,8 +257,10 @@ QString ExpressionOutline::Marked(Range range) const
         if (c == u'\t' || c == u'\n' || c == u'\r')
             c = u' '; // to keep the marks aligned with the text
     }
-    const qsizetype length = std::max<qsizetype>(range.End - range.Begin, 1);
-    return u"  "_s + text + u"\n  "_s + QString(range.Begin, u' ') + u'^' + QString(length - 1, u'~');
+    const qsizetype start = ColumnsOf(text.left(range.Begin));
+    const QString marked = text.mid(range.Begin, std::max<qsizetype>(range.End - range.Begin, 0));
+    const qsizetype length = std::max<qsizetype>(ColumnsOf(marked), 1);
+    return u"  "_s + text + u"\n  "_s + QString(start, u' ') + u'^' + QString(length - 1, u'~');
 }
 
 } // namespace Quorvin::Tool
