@@ -45,6 +45,7 @@ private Q_SLOTS:
     void List_data();
     void List();
     void List_json();
+    void List_jsonBytes();
     void Diff_data();
     void Diff();
     void Diff_json();
@@ -196,6 +197,19 @@ void tst_ToolSettings::List()
     QCOMPARE(Run(QStringList{u"list"_s, u"app.xml"_s} + arguments), expected);
     QCOMPARE(Run(QStringList{u"list"_s, u"-"_s} + arguments, kSettings),
              QString(expected).replace(u"app.xml"_s, u"standard input"_s));
+}
+
+// The JSON is printed piece by piece. It has the form that Qt gives to a whole array.
+void tst_ToolSettings::List_jsonBytes()
+{
+    QVERIFY(mTool->Write(u"a.xml"_s, "<a b='1' c='x&quot;y&#10;'><d>t</d><e r='1,2,3,4'/><f/></a>"));
+    const QStringList arguments{u"settings"_s, u"list"_s, u"a.xml"_s};
+    const ToolResult lines = mTool->Run(arguments + QStringList(u"--json=lines"_s));
+    const ToolResult pretty = mTool->Run(arguments + QStringList(u"--json=pretty"_s));
+    const QJsonDocument json = QJsonDocument::fromJson(lines.Output);
+    QCOMPARE(json.array().size(), 5);
+    QCOMPARE(lines.Output, json.toJson(QJsonDocument::Compact) + '\n');
+    QCOMPARE(pretty.Output, json.toJson(QJsonDocument::Indented));
 }
 
 void tst_ToolSettings::List_json()

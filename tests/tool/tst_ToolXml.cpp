@@ -95,6 +95,8 @@ private Q_SLOTS:
     void List_data();
     void List();
     void List_json();
+    void List_jsonBytes_data();
+    void List_jsonBytes();
     void List_deepest();
     void Cat_data();
     void Cat();
@@ -1009,6 +1011,40 @@ void tst_ToolXml::List_json()
                  .object());
 }
 
+void tst_ToolXml::List_jsonBytes_data()
+{
+    QTest::addColumn<QByteArray>("document");
+    QTest::addColumn<QStringList>("options");
+
+    const QByteArray nested = "<a z='1' b='2'>t<b><c/></b><b>x<d/>y</b></a>";
+    QTest::newRow("root alone") << QByteArray("<a/>") << QStringList();
+    QTest::newRow("nested") << nested << QStringList();
+    QTest::newRow("no levels") << nested << QStringList{u"--depth"_s, u"0"_s};
+    QTest::newRow("one level") << nested << QStringList{u"--depth"_s, u"1"_s};
+    QTest::newRow("characters that JSON escapes")
+        << QByteArray("<a b='&quot;\\&#10;&#9;/&#x7f;'>&lt;&#13;\xf0\x9f\x98\x80</a>") << QStringList();
+    // The library has to load this one.
+    QTest::newRow("document type") << "<!DOCTYPE a [<!ENTITY e 'text'>]><a b='&e;'><c>&e;</c><c/></a>"_ba
+                                   << QStringList();
+}
+
+// The JSON is printed piece by piece. It has the form that Qt gives to a whole document.
+void tst_ToolXml::List_jsonBytes()
+{
+    QFETCH(const QByteArray, document);
+    QFETCH(const QStringList, options);
+
+    QVERIFY(mTool->Write(u"a.xml"_s, document));
+    const QStringList arguments = QStringList{u"xml"_s, u"list"_s, u"a.xml"_s} + options;
+    const ToolResult lines = mTool->Run(arguments + QStringList(u"--json=lines"_s));
+    const ToolResult pretty = mTool->Run(arguments + QStringList(u"--json=pretty"_s));
+    QCOMPARE(lines.ExitCode, 0);
+    const QJsonDocument json = QJsonDocument::fromJson(lines.Output);
+    QVERIFY(json.isObject());
+    QCOMPARE(lines.Output, json.toJson(QJsonDocument::Compact) + '\n');
+    QCOMPARE(pretty.Output, json.toJson(QJsonDocument::Indented));
+}
+
 void tst_ToolXml::List_deepest()
 {
     QVERIFY(
@@ -1021,6 +1057,10 @@ void tst_ToolXml::List_deepest()
     QVERIFY(mTool->Write(u"long.xml"_s, "<a b=\"" + QByteArray(101, 'x') + "\"/>"));
     QCOMPARE(Run({u"xml"_s, u"list"_s, u"long.xml"_s}),
              u"a b=\"%1\"... (101 characters)\n=> 0\n"_s.arg(QString(100, u'x')));
+    // Neither a surrogate pair is split, nor is "%2" in a value a placeholder.
+    QVERIFY(mTool->Write(u"long.xml"_s, "<a b=\"%2" + QByteArray(97, 'x') + "\xf0\x9f\x98\x80\"/>"));
+    QCOMPARE(Run({u"xml"_s, u"list"_s, u"long.xml"_s}),
+             u"a b=\"%2%1\"... (101 characters)\n=> 0\n"_s.replace(u"%1"_s, QString(97, u'x')));
 }
 
 void tst_ToolXml::Cat_data()

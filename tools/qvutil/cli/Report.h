@@ -5,11 +5,13 @@
 #define QVUTIL_TOOL_REPORT_H
 
 #include "cli/Console.h"
+#include "cli/JsonStream.h"
 
 #include <QJsonArray>
 #include <QJsonDocument>
 
 #include <concepts>
+#include <optional>
 
 namespace Quorvin::Tool {
 
@@ -26,9 +28,18 @@ namespace Quorvin::Tool {
 class Report
 {
 public:
-    explicit Report(bool asJson)
+    enum ListStyle {
+        Collected, ///< the JSON array is printed by Finish(), so nothing is printed if the command fails
+                   ///< first
+        Streamed, ///< each item is printed at once, for long lists that cannot fail any more once they begin
+    };
+
+    explicit Report(bool asJson, ListStyle style = Collected)
         : mAsJson(asJson)
-    { }
+    {
+        if (asJson && style == Streamed)
+            mStream.emplace();
+    }
 
     /// Begins a list whose text has a heading.
     template <std::invocable PrintText> void Heading(const PrintText& printText) const
@@ -36,22 +47,27 @@ public:
         if (!mAsJson)
             printText();
     }
-    /// Adds an item of a list. Text is printed at once, the JSON array by Finish().
+    /// Adds an item of a list. Text is printed at once.
     template <std::invocable MakeJson, std::invocable PrintText>
     void AddItem(const MakeJson& makeJson, const PrintText& printText)
     {
-        if (mAsJson)
+        if (mStream)
+            StreamItem(makeJson());
+        else if (mAsJson)
             mItems.append(makeJson());
         else
             printText();
     }
     /// Ends a list: prints the JSON array, or the last lines of the text, which the array does not need.
-    template <std::invocable PrintText> void Finish(const PrintText& printText) const
+    template <std::invocable PrintText> void Finish(const PrintText& printText)
     {
-        Answer([this] { return mItems; }, printText);
+        if (mStream)
+            FinishStream();
+        else
+            Answer([this] { return mItems; }, printText);
     }
     /// \overload
-    void Finish() const
+    void Finish()
     {
         Finish([] {});
     }
@@ -67,8 +83,28 @@ public:
     }
 
 private:
+    void BeginStream()
+    {
+        if (!mHasBegun)
+            mStream->BeginArray();
+        mHasBegun = true;
+    }
+    void StreamItem(const QJsonValue& item)
+    {
+        BeginStream();
+        mStream->AddValue(item);
+    }
+    void FinishStream()
+    {
+        BeginStream();
+        mStream->EndArray();
+        mStream->Finish();
+    }
+
     bool mAsJson;
     QJsonArray mItems;
+    std::optional<JsonStream> mStream;
+    bool mHasBegun = false;
 };
 
 } // namespace Quorvin::Tool

@@ -26,7 +26,7 @@ ExitCode List(const ListOptions& options)
 {
     const ElementPath path(options.Path);
     const InputFile file(options.File);
-    Report report(options.Json);
+    Report report(options.Json, Report::Streamed);
     const bool isThere = VisitElements(file, path, [&report](const VisitedElement& element) {
         for (const Entry& entry : EntriesOf(element))
             report.AddItem([&] { return entry.ToTypedJson(); }, [&] { Console::PrintLine(entry.ToText()); });

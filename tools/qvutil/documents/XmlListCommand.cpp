@@ -4,12 +4,12 @@
 #include "documents/XmlCommands.h"
 
 #include "cli/Console.h"
-#include "cli/Report.h"
+#include "cli/JsonStream.h"
+#include "cli/TextWidth.h"
 #include "documents/ElementPath.h"
 #include "documents/ElementVisit.h"
 #include <qvutil/xml/XmlRules_p.h>
 
-#include <QJsonArray>
 #include <QJsonObject>
 
 #include <memory>
@@ -32,8 +32,8 @@ QString Shortened(const QString& value)
 {
     if (value.size() <= kShownCharacters)
         return Console::Quoted(value);
-    return u"%1... (%2 characters)"_s.arg(Console::Quoted(value.left(kShownCharacters)),
-                                          QString::number(value.size()));
+    return Console::Quoted(FirstColumns(value, kShownCharacters))
+        + u"... (%1 characters)"_s.arg(value.size());
 }
 
 void PrintElement(const VisitedElement& element, int depth)
@@ -50,11 +50,11 @@ void PrintElement(const VisitedElement& element, int depth)
     Console::PrintLine(line);
 }
 
-/// Makes one JSON object of an element and the elements in it, which are added in the order of the document.
-class TreeObject
+/// Prints an element and the elements in it as one JSON object, in the order of the document.
+class JsonTree
 {
 public:
-    explicit TreeObject(int depth)
+    explicit JsonTree(int depth)
         : mDepth(depth)
     { }
 
@@ -66,49 +66,55 @@ public:
         QJsonObject attributes;
         for (auto it = element.Attributes.cbegin(); it != element.Attributes.cend(); ++it)
             attributes.insert(it.key(), it.value());
-        QJsonObject object{{u"name"_s, element.Name}, {u"attributes"_s, attributes}};
-        if (!element.Text.isEmpty())
-            object.insert(u"text"_s, element.Text);
-        mOpen.append({object, {}});
+        mStream.BeginObject();
+        mStream.AddName(u"attributes"_s);
+        mStream.AddValue(attributes);
+        if (element.Level < mDepth) {
+            mStream.AddName(u"children"_s);
+            mStream.BeginArray();
+        }
+        mOpen.append({.Name = element.Name, .Text = element.Text});
     }
 
-    [[nodiscard]] QJsonObject Close()
+    void Close()
     {
-        CloseDownTo(1);
-        return Closed(mOpen.takeLast());
+        CloseDownTo(0);
+        mStream.Finish();
     }
 
 private:
-    struct OpenObject
+    struct OpenElement
     {
-        QJsonObject Object;
-        QJsonArray Children;
+        QString Name;
+        QString Text;
     };
 
     void CloseDownTo(int level)
     {
         while (mOpen.size() > level) {
-            const QJsonObject object = Closed(mOpen.takeLast());
-            mOpen.last().Children.append(object);
+            const OpenElement element = mOpen.takeLast();
+            if (mOpen.size() < mDepth) // the level of the element
+                mStream.EndArray();
+            mStream.AddName(u"name"_s);
+            mStream.AddValue(element.Name);
+            if (!element.Text.isEmpty()) {
+                mStream.AddName(u"text"_s);
+                mStream.AddValue(element.Text);
+            }
+            mStream.EndObject();
         }
     }
 
-    [[nodiscard]] QJsonObject Closed(OpenObject open) const
-    {
-        if (mOpen.size() < mDepth) // the level of the object
-            open.Object.insert(u"children"_s, open.Children);
-        return open.Object;
-    }
-
     int mDepth;
-    QList<OpenObject> mOpen;
+    QList<OpenElement> mOpen;
+    JsonStream mStream;
 };
 
 ExitCode List(const ListOptions& options)
 {
     const ElementPath path(options.Path);
     const InputFile file(options.File);
-    TreeObject tree(options.Depth);
+    JsonTree tree(options.Depth);
     const bool isThere = VisitElements(file, path, [&](const VisitedElement& element) {
         if (options.Json)
             tree.Add(element);
@@ -119,7 +125,8 @@ ExitCode List(const ListOptions& options)
         path.Complain(file);
         return ExitCode::No;
     }
-    Report(options.Json).Answer([&] { return tree.Close(); }, [] {});
+    if (options.Json)
+        tree.Close();
     return ExitCode::Yes;
 }
 

@@ -58,7 +58,7 @@ public:
             AddProblem(place, outline, problem);
     }
 
-    [[nodiscard]] ExitCode Finish() const
+    [[nodiscard]] ExitCode Finish()
     {
         if (mCount == 0) // otherwise a misspelled attribute name would look like a clean result
             throw Failure({}, u"there is no expression to check"_s);

@@ -1,0 +1,50 @@
+// SPDX-FileCopyrightText: 2026 The QvUtil developers
+// SPDX-License-Identifier: MIT
+
+#ifndef QVUTIL_TOOL_JSONSTREAM_H
+#define QVUTIL_TOOL_JSONSTREAM_H
+
+#include <QJsonDocument>
+#include <QJsonValue>
+#include <QList>
+#include <QString>
+
+namespace Quorvin::Tool {
+
+/// Prints one JSON document piece by piece, in the bytes of Console::PrintJson, but without keeping it in
+/// memory.
+///
+/// QJsonObject sorts its members, so a caller who wants the same bytes adds members in the order of their
+/// names.
+class JsonStream
+{
+public:
+    JsonStream();
+
+    void BeginObject() { Begin(u'{'); }
+    void EndObject() { End(u'}'); }
+    void BeginArray() { Begin(u'['); }
+    void EndArray() { End(u']'); }
+    /// Begins a member of an object. Its value is the next thing that is added.
+    void AddName(const QString& name);
+    void AddValue(const QJsonValue& value);
+    /// Ends the document.
+    void Finish();
+
+private:
+    void Begin(QChar bracket);
+    void End(QChar bracket);
+    // Prints the comma and the indentation before an item of an array or an object.
+    void BeginItem();
+    void Write(const QString& text);
+    [[nodiscard]] QString Indentation() const;
+
+    QString mText; // not printed yet
+    bool mIsIndented;
+    bool mIsNamed = false; // the name of a member has been printed, but not its value
+    QList<bool> mHasItems; // one for each open object and array
+};
+
+} // namespace Quorvin::Tool
+
+#endif // QVUTIL_TOOL_JSONSTREAM_H
