@@ -26,9 +26,8 @@ struct CleanOptions : GridOptions
 
 void PrintCleaning(const GridCleaning& cleaning, bool isDryRun)
 {
-    for (const GridLeftover& leftover : cleaning.Removed) {
-        Console::PrintLine((isDryRun ? u"would remove "_s : u"removed "_s)
-                           + Console::Visible(leftover.ToText()));
+    for (const StaleItem& item : cleaning.Removed) {
+        Console::PrintLine((isDryRun ? u"would remove "_s : u"removed "_s) + Console::Visible(item.ToText()));
     }
     if (cleaning.IsRepaired) {
         Console::PrintLine((isDryRun ? u"would repair"_s : u"repaired"_s)
@@ -42,8 +41,8 @@ QJsonObject ToJson(const CleanOptions& options, const GridCleaning& cleaning)
 {
     return {{u"grid"_s, options.Grid},
             {u"dryRun"_s, options.DryRun},
-            {u"removed"_s, LeftoversToJson(cleaning.Removed)},
-            {u"kept"_s, LeftoversToJson(cleaning.Kept)},
+            {u"removed"_s, StaleItemsToJson(cleaning.Removed)},
+            {u"kept"_s, StaleItemsToJson(cleaning.Kept)},
             {u"repaired"_s, cleaning.IsRepaired}};
 }
 
@@ -56,8 +55,8 @@ ExitCode Clean(const CleanOptions& options)
     const GridCleaning cleaning = options.DryRun ? PreviewCleaning(snapshot) : CleanGrid(options.Grid);
     Report(options.Json)
         .Answer([&] { return ToJson(options, cleaning); }, [&] { PrintCleaning(cleaning, options.DryRun); });
-    for (const GridLeftover& leftover : cleaning.Kept)
-        Console::ReportError(leftover.Path, u"cannot be removed"_s);
+    for (const StaleItem& item : cleaning.Kept)
+        Console::ReportError(item.Path, u"cannot be removed"_s);
     return cleaning.Kept.isEmpty() ? ExitCode::Yes : ExitCode::Error;
 }
 

@@ -63,7 +63,7 @@ QList<ProcessInfo> RemoveDeadEntries(const QList<ProcessInfo>& processes, GridCl
             alive.append(process);
         else if (process.ProcessId != 0 || !process.ServerName.isEmpty())
             cleaning.Removed.append(
-                {.Kind = GridLeftover::Entry, .ProcessId = process.ProcessId, .Path = process.ServerName});
+                {.Kind = StaleItem::Entry, .ProcessId = process.ProcessId, .Path = process.ServerName});
     }
     return alive;
 }
@@ -95,14 +95,14 @@ bool CleanRegistry(const QString& grid, GridCleaning& cleaning)
     } // the last process to detach destroys the memory
     if (ReadGridSegment(grid))
         return false;
-    cleaning.Removed.append({.Kind = GridLeftover::Registry, .ProcessId = 0, .Path = {}});
+    cleaning.Removed.append({.Kind = StaleItem::Registry, .ProcessId = 0, .Path = {}});
     cleaning.IsRepaired = false; // the registry is gone
     return true;
 }
 
-void RemoveFile(const GridLeftover& leftover, GridCleaning& cleaning)
+void RemoveFile(const StaleItem& item, GridCleaning& cleaning)
 {
-    (QFile::remove(leftover.Path) ? cleaning.Removed : cleaning.Kept).append(leftover);
+    (QFile::remove(item.Path) ? cleaning.Removed : cleaning.Kept).append(item);
 }
 
 } // namespace
@@ -113,14 +113,14 @@ GridCleaning CleanGrid(const QString& grid)
     const bool hadLockFile = QFile::exists(Util::Internal::GridLockFilePath(grid));
     const WriterLock lock(grid);
     const bool isGone = CleanRegistry(grid, cleaning);
-    const QList<GridLeftover> sockets = FindStaleSockets(grid);
-    for (const GridLeftover& socket : sockets)
+    const QList<StaleItem> sockets = FindStaleSockets(grid);
+    for (const StaleItem& socket : sockets)
         RemoveFile(socket, cleaning);
     if (isGone) {
         Util::Internal::RemoveSharedMemorySemaphore(grid);
         // Remove the file while it is locked: a process that waits for the lock then creates a new file.
         if (hadLockFile)
-            RemoveFile({.Kind = GridLeftover::LockFile, .ProcessId = 0, .Path = lock.Path()}, cleaning);
+            RemoveFile({.Kind = StaleItem::LockFile, .ProcessId = 0, .Path = lock.Path()}, cleaning);
         else
             QFile::remove(lock.Path());
     }
@@ -132,10 +132,10 @@ GridCleaning PreviewCleaning(const GridSnapshot& snapshot)
     GridCleaning cleaning;
     if (const std::optional<QByteArray> bytes = ReadGridSegment(snapshot.Name))
         (void)CleanEntries(*bytes, cleaning);
-    cleaning.Removed = snapshot.Leftovers;
+    cleaning.Removed = snapshot.StaleItems;
     const bool goesAltogether
-        = std::any_of(snapshot.Leftovers.begin(), snapshot.Leftovers.end(),
-                      [](const GridLeftover& leftover) { return leftover.Kind == GridLeftover::Registry; });
+        = std::any_of(snapshot.StaleItems.begin(), snapshot.StaleItems.end(),
+                      [](const StaleItem& item) { return item.Kind == StaleItem::Registry; });
     cleaning.IsRepaired = cleaning.IsRepaired && !goesAltogether;
     return cleaning;
 }

@@ -14,8 +14,8 @@ namespace Quorvin::Tool {
 /// The result of cleaning, or of a preview.
 struct GridCleaning
 {
-    QList<GridLeftover> Removed;
-    QList<GridLeftover> Kept; ///< traces that could not be removed
+    QList<StaleItem> Removed;
+    QList<StaleItem> Kept; ///< traces that could not be removed
     bool IsRepaired = false; ///< a damaged registry was rewritten with the members that can be read
 };
 

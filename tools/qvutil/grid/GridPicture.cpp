@@ -169,8 +169,8 @@ private:
             sentences.append(TextOf(i));
         for (const QString& problem : ProblemsOf(mSnapshot))
             sentences.append(problem);
-        for (const GridLeftover& leftover : mSnapshot.Leftovers)
-            sentences.append("left behind by a crashed process: "_L1 + leftover.ToText());
+        for (const StaleItem& item : mSnapshot.StaleItems)
+            sentences.append("left behind by a crashed process: "_L1 + item.ToText());
         return sentences.join(u". "_s) + u'.';
     }
 
@@ -189,10 +189,10 @@ private:
             remarks.append(Remark());
         };
         addList(u"Problems"_s, ProblemsOf(mSnapshot));
-        QStringList leftovers;
-        for (const GridLeftover& leftover : mSnapshot.Leftovers)
-            leftovers.append(leftover.ToText());
-        addList(u"Left behind by crashed processes"_s, leftovers);
+        QStringList items;
+        for (const StaleItem& item : mSnapshot.StaleItems)
+            items.append(item.ToText());
+        addList(u"Left behind by crashed processes"_s, items);
         if (!mArrows.isEmpty())
             remarks.append({.Text = u"An arrow leads from a client to its server."_s});
         if (!mSnapshot.Links && !mSnapshot.Registry.Members.isEmpty())

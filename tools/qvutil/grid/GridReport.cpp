@@ -33,20 +33,19 @@ QJsonArray ToJson(const QList<qint64>& ids)
     return array;
 }
 
-QJsonObject ToJson(const GridLeftover& leftover)
+QJsonObject ToJson(const StaleItem& item)
 {
-    switch (leftover.Kind) {
-    case GridLeftover::Entry:
-        return {
-            {u"kind"_s, u"entry"_s}, {u"processId"_s, leftover.ProcessId}, {u"serverName"_s, leftover.Path}};
-    case GridLeftover::Socket:
-        return {{u"kind"_s, u"socket"_s}, {u"processId"_s, leftover.ProcessId}, {u"path"_s, leftover.Path}};
-    case GridLeftover::Registry:
+    switch (item.Kind) {
+    case StaleItem::Entry:
+        return {{u"kind"_s, u"entry"_s}, {u"processId"_s, item.ProcessId}, {u"serverName"_s, item.Path}};
+    case StaleItem::Socket:
+        return {{u"kind"_s, u"socket"_s}, {u"processId"_s, item.ProcessId}, {u"path"_s, item.Path}};
+    case StaleItem::Registry:
         return {{u"kind"_s, u"registry"_s}};
-    case GridLeftover::LockFile:
+    case StaleItem::LockFile:
         break;
     }
-    return {{u"kind"_s, u"lockFile"_s}, {u"path"_s, leftover.Path}};
+    return {{u"kind"_s, u"lockFile"_s}, {u"path"_s, item.Path}};
 }
 
 } // namespace
@@ -103,11 +102,11 @@ QJsonArray MembersToJson(const GridSnapshot& snapshot)
     return array;
 }
 
-QJsonArray LeftoversToJson(const QList<GridLeftover>& leftovers)
+QJsonArray StaleItemsToJson(const QList<StaleItem>& items)
 {
     QJsonArray array;
-    for (const GridLeftover& leftover : leftovers)
-        array.append(ToJson(leftover));
+    for (const StaleItem& item : items)
+        array.append(ToJson(item));
     return array;
 }
 

@@ -23,7 +23,7 @@ namespace Quorvin::Tool {
 void PrintMembers(const GridSnapshot& snapshot);
 
 [[nodiscard]] QJsonArray MembersToJson(const GridSnapshot& snapshot);
-[[nodiscard]] QJsonArray LeftoversToJson(const QList<GridLeftover>& leftovers);
+[[nodiscard]] QJsonArray StaleItemsToJson(const QList<StaleItem>& items);
 
 } // namespace Quorvin::Tool
 

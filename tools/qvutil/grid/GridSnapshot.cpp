@@ -188,7 +188,7 @@ void AddGridsWithEntries(const QString& memoryFile, QSet<QString>& grids)
 
 } // namespace
 
-QString GridLeftover::ToText() const
+QString StaleItem::ToText() const
 {
     switch (Kind) {
     case Entry:
@@ -211,7 +211,7 @@ qsizetype GridSnapshot::DeadCount() const
 
 bool GridSnapshot::IsHealthy() const
 {
-    if (!Registry.Exists || Registry.IsLocked || !Registry.Problems.isEmpty() || !Leftovers.isEmpty())
+    if (!Registry.Exists || Registry.IsLocked || !Registry.Problems.isEmpty() || !StaleItems.isEmpty())
         return false;
     return !Links || std::all_of(Links->begin(), Links->end(), [](const GridLinks& links) {
         return links.IsListening;
@@ -234,19 +234,19 @@ GridRegistry ReadGridRegistry(const QString& grid)
     return registry;
 }
 
-QList<GridLeftover> FindStaleSockets(const QString& grid)
+QList<StaleItem> FindStaleSockets(const QString& grid)
 {
-    QList<GridLeftover> sockets;
+    QList<StaleItem> sockets;
     const QFileInfo place(Util::Internal::GetSocketPath(grid));
     QDirIterator files(place.absolutePath(), QDir::Files | QDir::System | QDir::Hidden);
     while (files.hasNext()) {
         const QString path = files.next();
         const auto parts = SplitServerName(files.fileName());
         if (parts && parts->Grid == place.fileName() && IsSocket(path) && IsStale(path, parts->ProcessId))
-            sockets.append({.Kind = GridLeftover::Socket, .ProcessId = parts->ProcessId, .Path = path});
+            sockets.append({.Kind = StaleItem::Socket, .ProcessId = parts->ProcessId, .Path = path});
     }
     std::sort(sockets.begin(), sockets.end(),
-              [](const GridLeftover& a, const GridLeftover& b) { return a.Path < b.Path; });
+              [](const StaleItem& a, const StaleItem& b) { return a.Path < b.Path; });
     return sockets;
 }
 
@@ -259,15 +259,15 @@ GridSnapshot InspectGrid(const QString& grid)
     snapshot.Links = FindLinks(members);
     for (const GridMember& member : members) {
         if (!member.IsAlive)
-            snapshot.Leftovers.append(
-                {.Kind = GridLeftover::Entry, .ProcessId = member.ProcessId, .Path = member.ServerName});
+            snapshot.StaleItems.append(
+                {.Kind = StaleItem::Entry, .ProcessId = member.ProcessId, .Path = member.ServerName});
     }
-    snapshot.Leftovers += FindStaleSockets(grid);
+    snapshot.StaleItems += FindStaleSockets(grid);
     if (snapshot.Registry.Exists && snapshot.DeadCount() == members.size())
-        snapshot.Leftovers.append({.Kind = GridLeftover::Registry, .ProcessId = 0, .Path = {}});
+        snapshot.StaleItems.append({.Kind = StaleItem::Registry, .ProcessId = 0, .Path = {}});
     const QString lockFile = Util::Internal::GridLockFilePath(grid);
     if (snapshot.DeadCount() == members.size() && QFile::exists(lockFile))
-        snapshot.Leftovers.append({.Kind = GridLeftover::LockFile, .ProcessId = 0, .Path = lockFile});
+        snapshot.StaleItems.append({.Kind = StaleItem::LockFile, .ProcessId = 0, .Path = lockFile});
     return snapshot;
 }
 

@@ -50,15 +50,15 @@ struct GridLinks
 };
 
 /// A trace that a crashed process has left behind.
-struct GridLeftover
+struct StaleItem
 {
-    enum LeftoverKind {
+    enum StaleKind {
         Entry, ///< the entry of a dead process in the registry
         Socket, ///< a socket file on which no process listens
         Registry, ///< a registry without a living member
         LockFile, ///< a lock file without a registry
     };
-    LeftoverKind Kind = Entry;
+    StaleKind Kind = Entry;
     qint64 ProcessId = 0; ///< process of an entry or socket
     QString Path; ///< path of a file; server name of an entry
 
@@ -73,10 +73,10 @@ struct GridSnapshot
     GridRegistry Registry;
     std::optional<QList<GridLinks>>
         Links; ///< one for each member; nothing if the system does not report them
-    QList<GridLeftover> Leftovers;
+    QList<StaleItem> StaleItems;
 
     /// Returns whether there is any trace of the grid.
-    [[nodiscard]] bool Exists() const { return Registry.Exists || !Leftovers.isEmpty(); }
+    [[nodiscard]] bool Exists() const { return Registry.Exists || !StaleItems.isEmpty(); }
     [[nodiscard]] qsizetype DeadCount() const;
     /// Returns whether the grid is in order.
     [[nodiscard]] bool IsHealthy() const;
@@ -86,7 +86,7 @@ struct GridSnapshot
 [[nodiscard]] GridSnapshot InspectGrid(const QString& grid);
 
 /// Finds the stale socket files of a grid: those of processes that have ended.
-[[nodiscard]] QList<GridLeftover> FindStaleSockets(const QString& grid);
+[[nodiscard]] QList<StaleItem> FindStaleSockets(const QString& grid);
 
 /// Finds the names of the grids in the folder for temporary files.
 [[nodiscard]] QStringList FindGrids();

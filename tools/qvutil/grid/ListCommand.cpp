@@ -31,9 +31,9 @@ ExitCode ListGrids(bool json)
         array.append(QJsonObject{{u"grid"_s, grid},
                                  {u"alive"_s, alive},
                                  {u"dead"_s, dead},
-                                 {u"leftovers"_s, snapshot.Leftovers.size()}});
+                                 {u"leftovers"_s, snapshot.StaleItems.size()}});
         rows.append({Console::Visible(grid), QString::number(alive), QString::number(dead),
-                     QString::number(snapshot.Leftovers.size())});
+                     QString::number(snapshot.StaleItems.size())});
     }
     Report(json).Answer([&] { return array; },
                         [&] {

@@ -31,7 +31,7 @@ QJsonObject ToJson(const GridSnapshot& snapshot)
             {u"size"_s, Util::Internal::kRegistrySize},
             {u"members"_s, MembersToJson(snapshot)},
             {u"problems"_s, QJsonArray::fromStringList(snapshot.Registry.Problems)},
-            {u"leftovers"_s, LeftoversToJson(snapshot.Leftovers)}};
+            {u"leftovers"_s, StaleItemsToJson(snapshot.StaleItems)}};
 }
 
 QString Summary(const GridSnapshot& snapshot)
@@ -66,10 +66,10 @@ void PrintSnapshot(const GridSnapshot& snapshot)
         Console::PrintLine(u"\nproblems:"_s);
         PrintIndented(problems);
     }
-    if (!snapshot.Leftovers.isEmpty()) {
+    if (!snapshot.StaleItems.isEmpty()) {
         Console::PrintLine(u"\nleft behind by crashed processes; `qvutil grid clean` removes it:"_s);
-        for (const GridLeftover& leftover : snapshot.Leftovers)
-            PrintIndented({leftover.ToText()});
+        for (const StaleItem& item : snapshot.StaleItems)
+            PrintIndented({item.ToText()});
     }
 }
 
