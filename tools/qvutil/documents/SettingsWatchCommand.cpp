@@ -55,12 +55,12 @@ public:
             throw Failure(options.File, u"is a folder"_s);
         mSettling.setSingleShot(true);
         mSettling.setInterval(kSettlingMs);
-        const auto look = [this] { mSession.Do([this] { Look(false); }); };
-        QObject::connect(&mWatcher, &QFileSystemWatcher::fileChanged, &mSettling, look);
-        QObject::connect(&mWatcher, &QFileSystemWatcher::directoryChanged, &mSettling, look);
+        const auto update = [this] { mSession.Do([this] { Update(false); }); };
+        QObject::connect(&mWatcher, &QFileSystemWatcher::fileChanged, &mSettling, update);
+        QObject::connect(&mWatcher, &QFileSystemWatcher::directoryChanged, &mSettling, update);
         QObject::connect(&mSettling, &QTimer::timeout, &mSettling,
-                         [this] { mSession.Do([this] { Look(true); }); });
-        Look(true);
+                         [this] { mSession.Do([this] { Update(true); }); });
+        Update(true);
         mIsFirst = false;
         Console::ReportError({}, u"watching %1"_s.arg(options.File));
     }
@@ -83,7 +83,7 @@ private:
         }
     }
 
-    void Look(bool hasSettled)
+    void Update(bool hasSettled)
     {
         Arm(); // before reading, so that no change is missed
         try {

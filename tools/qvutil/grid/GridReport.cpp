@@ -58,6 +58,13 @@ QString JoinIds(const QList<qint64>& ids)
     return texts.isEmpty() ? u"-"_s : texts.join(u',');
 }
 
+QString TitleOf(const GridSnapshot& snapshot)
+{
+    const qsizetype dead = snapshot.DeadCount();
+    return "grid "_L1 + Console::Visible(snapshot.Name)
+        + u": %1 alive, %2 dead"_s.arg(snapshot.Registry.Members.size() - dead).arg(dead);
+}
+
 QStringList ProblemsOf(const GridSnapshot& snapshot)
 {
     QStringList problems = snapshot.Registry.Problems;

@@ -15,6 +15,8 @@ namespace Quorvin::Tool {
 
 /// Returns process ids as one text, "4711,4712"; "-" if there are none.
 [[nodiscard]] QString JoinIds(const QList<qint64>& ids);
+/// Returns the name of a grid and how many members it has: "grid desk: 2 alive, 1 dead".
+[[nodiscard]] QString TitleOf(const GridSnapshot& snapshot);
 /// Returns the problems of a grid's registry as text.
 [[nodiscard]] QStringList ProblemsOf(const GridSnapshot& snapshot);
 /// Returns a table of the members and their links, with a heading.

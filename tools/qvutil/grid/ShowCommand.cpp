@@ -36,12 +36,8 @@ QJsonObject ToJson(const GridSnapshot& snapshot)
 
 QString Summary(const GridSnapshot& snapshot)
 {
-    const qsizetype dead = snapshot.DeadCount();
-    return u"grid "_s + Console::Visible(snapshot.Name)
-        + u": %1 alive, %2 dead; %3 of %4 bytes used"_s.arg(snapshot.Registry.Members.size() - dead)
-              .arg(dead)
-              .arg(snapshot.Registry.UsedBytes)
-              .arg(Util::Internal::kRegistrySize);
+    return TitleOf(snapshot)
+        + u"; %1 of %2 bytes used"_s.arg(snapshot.Registry.UsedBytes).arg(Util::Internal::kRegistrySize);
 }
 
 void PrintIndented(const QStringList& lines)

@@ -6,8 +6,8 @@
 #include "cli/Command.h"
 #include "cli/Console.h"
 #include "cli/EventLog.h"
-#include "cli/Session.h"
 #include "cli/Table.h"
+#include "cli/Watching.h"
 #include "grid/GridReport.h"
 #include "grid/GridSnapshot.h"
 
@@ -22,8 +22,7 @@ namespace {
 
 struct WatchOptions : GridOptions
 {
-    int Count = 0;
-    int IntervalMs = 250;
+    WatchSchedule Schedule = {.IntervalMs = 250, .Count = 0};
 };
 
 /// Reports how the members change from one check to the next.
@@ -32,12 +31,26 @@ class Watcher
 public:
     explicit Watcher(const WatchOptions& options)
         : mOptions(options)
-        , mLog(options.Json, options.Count)
+        , mLog(options.Json, options.Schedule.Count)
     { }
 
-    void Look()
+    void Update()
     {
-        const QList<GridMember> members = ReadGridRegistry(mOptions.Grid).Members;
+        if (mLog.IsLive()) {
+            const GridSnapshot snapshot = InspectGrid(mOptions.Grid);
+            Compare(snapshot.Registry.Members);
+            Draw(snapshot);
+        } else {
+            Compare(ReadGridRegistry(mOptions.Grid).Members); // events need no connections
+        }
+        Console::Flush();
+    }
+
+    [[nodiscard]] bool IsDone() const { return mLog.IsDone(); }
+
+private:
+    void Compare(const QList<GridMember>& members)
+    {
         for (const GridMember& old : std::as_const(mMembers)) {
             const GridMember* member = Find(members, old);
             if (!member)
@@ -54,14 +67,8 @@ public:
         }
         mMembers = members;
         mIsFirst = false;
-        if (mLog.IsLive())
-            Draw();
-        Console::Flush();
     }
 
-    [[nodiscard]] bool IsDone() const { return mLog.IsDone(); }
-
-private:
     static const GridMember* Find(const QList<GridMember>& members, const GridMember& wanted)
     {
         const auto member
@@ -77,13 +84,9 @@ private:
                  {{u"processId"_s, member.ProcessId}, {u"serverName"_s, member.ServerName}});
     }
 
-    void Draw()
+    void Draw(const GridSnapshot& snapshot)
     {
-        const GridSnapshot snapshot = InspectGrid(mOptions.Grid);
-        const qsizetype dead = snapshot.DeadCount();
-        QStringList lines = {u"grid %1: %2 alive, %3 dead"_s.arg(snapshot.Name)
-                                 .arg(snapshot.Registry.Members.size() - dead)
-                                 .arg(dead)};
+        QStringList lines(TitleOf(snapshot));
         if (!snapshot.Registry.Members.isEmpty())
             lines += FormatTable(MembersToRows(snapshot));
         mLog.Draw(lines);
@@ -98,14 +101,11 @@ private:
 ExitCode Watch(const WatchOptions& options)
 {
     RequireGridName(options.Grid);
-    Session session(Session::EndsOnSignals);
     Watcher watcher(options);
-    const auto isDone = [&watcher] {
-        watcher.Look();
+    RepeatUntilInterrupted(options.Schedule.IntervalMs, [&watcher] {
+        watcher.Update();
         return watcher.IsDone();
-    };
-    while (!isDone() && !session.IsInterrupted())
-        session.Pause(QDeadlineTimer(options.IntervalMs));
+    });
     return ExitCode::Yes;
 }
 
@@ -126,12 +126,7 @@ void AddGridWatchCommand(CommandLine& line, CLI::App& group)
         "a process removed its entry, \"died\" that it ended without doing so, and \"pruned\" that\n"
         "another process removed the entry of a dead one.");
     watch.get_option("GRID")->required();
-    AddNumber(watch, "--count", options->Count, {.Min = 1, .Max = 1000000000},
-              "Stop after this number of events")
-        ->type_name("N");
-    AddNumber(watch, "--interval", options->IntervalMs, {.Min = 1, .Max = 3600000},
-              "Milliseconds between two checks (default 250)")
-        ->type_name("MS");
+    AddWatchSchedule(watch, options->Schedule);
     line.SetAction(watch, [options] { return Watch(*options); });
 }
 

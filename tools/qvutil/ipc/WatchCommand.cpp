@@ -4,8 +4,8 @@
 #include "cli/Command.h"
 #include "cli/Console.h"
 #include "cli/EventLog.h"
-#include "cli/Session.h"
 #include "cli/Table.h"
+#include "cli/Watching.h"
 #include "ipc/EndpointList.h"
 #include "ipc/IpcCommands.h"
 
@@ -20,8 +20,7 @@ namespace {
 
 struct WatchOptions
 {
-    int Count = 0;
-    int IntervalMs = 1000;
+    WatchSchedule Schedule;
     bool All = false;
     bool Json = false;
 };
@@ -55,10 +54,10 @@ class Watcher
 public:
     explicit Watcher(const WatchOptions& options)
         : mWithOthers(options.All)
-        , mLog(options.Json, options.Count)
+        , mLog(options.Json, options.Schedule.Count)
     { }
 
-    void Look()
+    void Update()
     {
         const QList<EndpointEntry> entries = ListEndpoints(mWithOthers);
         for (const EndpointEntry& old : std::as_const(mEntries)) {
@@ -137,14 +136,11 @@ private:
 
 ExitCode Watch(const WatchOptions& options)
 {
-    Session session(Session::EndsOnSignals);
     Watcher watcher(options);
-    const auto isDone = [&watcher] {
-        watcher.Look();
+    RepeatUntilInterrupted(options.Schedule.IntervalMs, [&watcher] {
+        watcher.Update();
         return watcher.IsDone();
-    };
-    while (!isDone() && !session.IsInterrupted())
-        session.Pause(QDeadlineTimer(options.IntervalMs));
+    });
     return ExitCode::Yes;
 }
 
@@ -164,12 +160,7 @@ void AddEndpointWatchCommand(CommandLine& line, CLI::App& group)
         "each event is a line: \"ended\" if a server has removed its socket file, \"died\" if its\n"
         "process has left the file behind. Connects to no server.");
     watch.add_flag("--all", options->All, "Watch the sockets of other programs too");
-    AddNumber(watch, "--count", options->Count, {.Min = 1, .Max = 1000000000},
-              "Stop after this number of events")
-        ->type_name("N");
-    AddNumber(watch, "--interval", options->IntervalMs, {.Min = 1, .Max = 3600000},
-              "Milliseconds between two checks (default 1000)")
-        ->type_name("MS");
+    AddWatchSchedule(watch, options->Schedule);
     AddJsonFlag(watch, options->Json);
 }
 
