@@ -197,6 +197,10 @@ void tst_ToolPaths::Files_data()
         u"! qvutil: tree/a.txt: is not a folder\n=> 2\n"_s);
     row("list by empty pattern", {u"list"_s, u"tree"_s, u"-n"_s, QString()},
         u"! qvutil: the pattern '' of --name is empty\n! Try 'qvutil files list --help'.\n=> 2\n"_s);
+    row("list by a pattern that does not end", {u"list"_s, u"tree"_s, u"-n"_s, u"*.log|a[b"_s},
+        u"! qvutil: the pattern 'a[b' has a '[' without ']'\n! Try 'qvutil files list --help'.\n=> 2\n"_s);
+    row("delete by a pattern that does not end", {u"delete"_s, u"tree"_s, u"-n"_s, u"["_s},
+        u"! qvutil: the pattern '[' has a '[' without ']'\n! Try 'qvutil files delete --help'.\n=> 2\n"_s);
     row("delete by empty pattern", {u"delete"_s, u"tree"_s, u"--name"_s, QString()},
         u"! qvutil: the pattern '' of --name is empty\n! Try 'qvutil files delete --help'.\n=> 2\n"_s);
     row("delete by pattern of separators", {u"delete"_s, u"tree"_s, u"--name"_s, u"|"_s},

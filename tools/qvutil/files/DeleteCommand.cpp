@@ -138,7 +138,7 @@ void RejectPreciousFolder(const FilesOptions& options)
 
 ExitCode Delete(const FilesOptions& options)
 {
-    RejectEmptyPatterns(options.Patterns);
+    CheckPatterns(options.Patterns);
     const QFileInfo info(QDir::cleanPath(options.Folder)); // a slash at the end would hide a link
     if (options.Folder.isEmpty() || (!info.exists() && !info.isSymLink()))
         throw Failure(options.Folder, u"there is no such folder"_s);

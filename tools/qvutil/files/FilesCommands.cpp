@@ -7,6 +7,8 @@
 #include "cli/Groups.h"
 #include "cli/Report.h"
 
+#include <QRegularExpression>
+
 using namespace Qt::StringLiterals;
 
 namespace Quorvin::Tool {
@@ -27,11 +29,21 @@ CLI::App& AddFilesCommand(CommandLine& line, CLI::App& group, const std::string&
     return command;
 }
 
-void RejectEmptyPatterns(const QStringList& patterns)
+void CheckPattern(const QString& pattern)
+{
+    const QStringList parts = pattern.split(u'|', Qt::SkipEmptyParts);
+    for (const QString& part : parts) {
+        if (!QRegularExpression::fromWildcard(part).isValid())
+            throw UsageFailure(u"the pattern '%1' has a '[' without ']'"_s.arg(part));
+    }
+}
+
+void CheckPatterns(const QStringList& patterns)
 {
     for (const QString& pattern : patterns) {
         if (pattern.split(u'|', Qt::SkipEmptyParts).isEmpty())
             throw UsageFailure(u"the pattern '%1' of --name is empty"_s.arg(pattern));
+        CheckPattern(pattern);
     }
 }
 

@@ -42,9 +42,11 @@ struct FilesOptions
 CLI::App& AddFilesCommand(CommandLine& line, CLI::App& group, const std::string& name,
                           const std::string& description, const std::string& examples,
                           const std::shared_ptr<FilesOptions>& options, ExitCode (*run)(const FilesOptions&));
-/// Throws UsageFailure if a pattern is empty. For the library, an empty pattern means all files, but an empty
-/// variable of the shell must not mean that.
-void RejectEmptyPatterns(const QStringList& patterns);
+/// Throws UsageFailure if a pattern is invalid or empty. For the library, an empty pattern means all files,
+/// but an empty variable of the shell must not mean that.
+void CheckPatterns(const QStringList& patterns);
+/// Throws UsageFailure if a pattern is invalid.
+void CheckPattern(const QString& pattern);
 /// Prints paths, one per line or as a JSON array.
 void PrintPaths(const QStringList& paths, bool json);
 

@@ -26,12 +26,14 @@ QStringList ListFiles(const FilesOptions& options)
 
 ExitCode List(const FilesOptions& options)
 {
-    RejectEmptyPatterns(options.Patterns);
+    CheckPatterns(options.Patterns);
     const QFileInfo info(options.Folder);
     if (!info.exists())
         throw Failure(options.Folder, u"there is no such folder"_s);
     if (!info.isDir() && !options.Patterns.isEmpty())
         throw Failure(options.Folder, u"is not a folder"_s);
+    if (!info.isDir())
+        CheckPattern(info.fileName()); // the library takes the name of a file as a pattern
     if (info.isDir() && !info.isReadable())
         throw Failure(options.Folder, u"cannot be read"_s);
 
