@@ -77,10 +77,10 @@ packages_of()
         build:brew)
             echo cmake ninja ccache pkgconf qt cli11 ;;
         test:debian)
-            echo binutils blackbox clang gobjc++ libgnustep-gui-dev libicu-dev libxml2-utils patch python3 qt6-l10n-tools \
-                qt6-translations-l10n shared-mime-info tzdata xvfb ;;
+            echo binutils blackbox clang fish gobjc++ libgnustep-gui-dev libicu-dev libxml2-utils patch python3 \
+                qt6-l10n-tools qt6-translations-l10n shared-mime-info tzdata xvfb zsh ;;
         test:brew)
-            echo icu4c libxml2 shared-mime-info ;;
+            echo fish icu4c libxml2 shared-mime-info ;;
         demo:debian)
             echo qt6-translations-l10n shared-mime-info ;;
         demo:brew)
