@@ -69,10 +69,10 @@ private Q_SLOTS:
     void Manual_badFrame();
     void Completion_namesEverything_data();
     void Completion_namesEverything();
-    void Completion_inBash_data();
-    void Completion_inBash();
-    void Completion_values_data();
-    void Completion_values();
+    void Completion_candidates_data();
+    void Completion_candidates();
+    void Completion_foreignNames_data();
+    void Completion_foreignNames();
     void Completion_unknownShell();
     void Hash_data();
     void Hash();
@@ -86,6 +86,13 @@ private:
         QStringList Path;
         QString Help;
     };
+    struct Completion
+    {
+        QStringList Offered; ///< the candidates, sorted
+        QString Inserted; ///< what replaces the name of a server that has been begun; not of fish
+    };
+    // Lets a shell complete the end of a command line.
+    [[nodiscard]] Completion Complete(const QString& shell, const QString& line) const;
     // Collects the tool, its groups and its commands, with the output of --help.
     void CollectCommands(const QStringList& path, QList<Command>& commands) const;
     [[nodiscard]] QList<Command> Commands() const
@@ -641,79 +648,157 @@ void tst_ToolGeneral::Completion_namesEverything()
         }
     }
     if (QStandardPaths::findExecutable(shell).isEmpty())
-        return; // only that shell can check the syntax
+        QSKIP("this shell is not installed, and no other can check the syntax");
     QVERIFY(mTool->Write(u"script"_s, result.Output));
     QCOMPARE(mTool->RunShell(shell + u" -n script"_s).ToText(), u"=> 0\n"_s);
 }
 
-void tst_ToolGeneral::Completion_inBash_data()
+void tst_ToolGeneral::Completion_candidates_data()
 {
-    QTest::addColumn<QString>("words");
-    QTest::addColumn<QString>("expected");
+    QTest::addColumn<QString>("shell");
+    QTest::addColumn<QString>("line");
+    QTest::addColumn<QStringList>("expected");
 
-    QTest::newRow("group") << u"qvutil setti"_s << u"settings"_s;
-    QTest::newRow("command") << u"qvutil xml li"_s << u"list"_s;
-    QTest::newRow("all commands") << u"qvutil xml ''"_s << u"get set delete rename move format list cat"_s;
-    QTest::newRow("option") << u"qvutil xml get a.xml --ty"_s << u"--type"_s;
-    QTest::newRow("options of the tool") << u"qvutil --"_s << u"--help --version"_s;
-    QTest::newRow("files are left to bash") << u"qvutil xml get ''"_s << u""_s;
-    QTest::newRow("name of a command as an argument") << u"qvutil xml get list --inn"_s << u""_s;
+    struct Case
+    {
+        const char* Name;
+        QString Line;
+        QStringList Expected;
+    };
+    const QStringList files = {u"File"_s};
+    const Case cases[] = {
+        {"group", u"qvutil setti"_s, {u"settings"_s}},
+        {"command", u"qvutil xml li"_s, {u"list"_s}},
+        {"all commands",
+         u"qvutil xml "_s,
+         {u"cat"_s, u"delete"_s, u"format"_s, u"get"_s, u"list"_s, u"move"_s, u"rename"_s, u"set"_s}},
+        {"option", u"qvutil xml get a.xml --ty"_s, {u"--type"_s}},
+        {"option of such a command", u"qvutil ipc doctor --conn"_s, {u"--connect"_s}},
+        {"options of the tool", u"qvutil --"_s, {u"--help"_s, u"--version"_s}},
+        {"no such option", u"qvutil xml get list --inn"_s, {}},
+        {"file", u"qvutil xml get Fi"_s, files},
+        {"name of a command as an argument", u"qvutil xml get list Fi"_s, files},
+        {"type", u"qvutil xml get a.xml Panel --type int"_s, {u"int"_s, u"int64"_s}},
+        {"type, short option", u"qvutil xml set -t dou"_s, {u"double"_s}},
+        {"type, after =", u"qvutil xml set a.xml Panel Width --type=dou"_s, {u"double"_s}},
+        {"format", u"qvutil settings export a.xml --format "_s, {u"ini"_s, u"json"_s}},
+        {"style of JSON", u"qvutil hash --json="_s, {u"lines"_s, u"pretty"_s}},
+        {"file after a style of JSON", u"qvutil hash --json=lines Fi"_s, files},
+        {"shell", u"qvutil completion "_s, {u"bash"_s, u"fish"_s, u"zsh"_s}},
+        {"locale", u"qvutil locale show de-D"_s, {u"de-DE"_s}},
+        {"second locale", u"qvutil locale show en-GB de-D"_s, {u"de-DE"_s}},
+        {"grid", u"qvutil grid show "_s, {u"desk"_s, u"two words"_s}},
+        {"server", u"qvutil ipc doctor vi"_s, {u"viewer"_s}},
+        {"server, after an option", u"qvutil ipc call --timeout 5 vi"_s, {u"viewer"_s}},
+        {"server, after an option with =", u"qvutil ipc call --timeout=5 vi"_s, {u"viewer"_s}},
+        {"not the message", u"qvutil ipc call viewer Fi"_s, files},
+        {"message after a name with a dash", u"qvutil ipc call 'a -b' Fi"_s, files},
+        {"value of an option without a list", u"qvutil ipc call viewer Ask --timeout Fi"_s, files},
+    };
+    for (const char* shell : {"bash", "fish", "zsh"}) {
+        for (const Case& testCase : cases) {
+            // Bash itself completes files, after the function.
+            const bool isLeftToBash = qstrcmp(shell, "bash") == 0 && testCase.Expected == files;
+            QTest::addRow("%s: %s", shell, testCase.Name)
+                << QString::fromLatin1(shell) << testCase.Line
+                << (isLeftToBash ? QStringList() : testCase.Expected);
+        }
+    }
 }
 
-void tst_ToolGeneral::Completion_inBash()
+void tst_ToolGeneral::Completion_candidates()
 {
-    QFETCH(const QString, words);
-    QFETCH(const QString, expected);
+    QFETCH(const QString, shell);
+    QFETCH(const QString, line);
+    QFETCH(const QStringList, expected);
 
-    if (QStandardPaths::findExecutable(u"bash"_s).isEmpty())
-        QSKIP("there is no bash");
-    QVERIFY(mTool->Write(u"script"_s, mTool->Run({u"completion"_s, u"bash"_s}).Output));
-    QVERIFY(mTool->Write(u"try"_s,
-                         u"source ./script; COMP_WORDS=(%1); COMP_CWORD=$((${#COMP_WORDS[@]} - 1)); "
-                         "_qvutil; echo \"${COMPREPLY[*]}\"\n"_s.arg(words)
-                             .toUtf8()));
-    QCOMPARE(mTool->RunShell(u"bash try"_s).ToText(), expected + u"\n=> 0\n"_s);
+    if (QStandardPaths::findExecutable(shell).isEmpty())
+        QSKIP("this shell is not installed");
+    QCOMPARE(Complete(shell, line).Offered, expected);
 }
 
-void tst_ToolGeneral::Completion_values_data()
+void tst_ToolGeneral::Completion_foreignNames_data()
 {
-    QTest::addColumn<QString>("words");
-    QTest::addColumn<QString>("expected");
+    QTest::addColumn<QString>("shell");
+    QTest::addColumn<QString>("begun"); // what is typed of the name
+    QTest::addColumn<QStringList>("expected");
+    QTest::addColumn<QString>("inserted"); // what replaces it
 
-    QTest::newRow("type") << u"qvutil xml get a.xml Panel --type int"_s << u"int int64"_s;
-    QTest::newRow("type, short option") << u"qvutil xml set -t dou"_s << u"double"_s;
-    QTest::newRow("locale") << u"qvutil locale show de-D"_s << u"de-DE"_s;
-    QTest::newRow("second locale") << u"qvutil locale show en-GB de-D"_s << u"de-DE"_s;
-    QTest::newRow("grid") << u"qvutil grid show ''"_s << u"desk"_s;
-    QTest::newRow("server") << u"qvutil ipc doctor vi"_s << u"viewer"_s;
-    QTest::newRow("server with a name that a shell would run")
-        << uR"(qvutil ipc doctor '$')"_s << uR"(\$\(touch\ touched\))"_s;
-    QTest::newRow("server, after an option") << u"qvutil ipc call --timeout 5 vi"_s << u"viewer"_s;
-    QTest::newRow("not the message") << u"qvutil ipc call viewer vi"_s << u""_s;
-    QTest::newRow("option of such a command") << u"qvutil ipc doctor --conn"_s << u"--connect"_s;
+    const QStringList name(u"$(touch touched)"_s);
+    const QString escaped = uR"(\$\(touch\ touched\))"_s;
+    const QString quoted = u"'$(touch touched)'"_s;
+    QTest::newRow("bash") << u"bash"_s << u"\\$"_s << name << escaped;
+    QTest::newRow("bash, single quotes") << u"bash"_s << u"'$"_s << name << name.first();
+    QTest::newRow("bash, double quotes") << u"bash"_s << u"\"$"_s << QStringList() << QString();
+    QTest::newRow("bash, name with a quote") << u"bash"_s << u"it"_s << QStringList(u"it's"_s) << u"it\\'s"_s;
+    QTest::newRow("bash, name with a quote in quotes") << u"bash"_s << u"'it"_s << QStringList() << QString();
+    QTest::newRow("zsh") << u"zsh"_s << u"\\$"_s << name << escaped;
+    QTest::newRow("zsh, single quotes") << u"zsh"_s << u"'$"_s << name << quoted;
+    QTest::newRow("zsh, double quotes") << u"zsh"_s << u"\"\\$"_s << name << u"\"\\$(touch touched)\""_s;
+    QTest::newRow("zsh, name with a quote") << u"zsh"_s << u"it"_s << QStringList(u"it's"_s) << u"it\\'s"_s;
+    // Fish quotes what it inserts, and shows it without.
+    QTest::newRow("fish") << u"fish"_s << u"\\$"_s << name << QString();
+    QTest::newRow("fish, single quotes") << u"fish"_s << u"'$"_s << name << QString();
 }
 
-void tst_ToolGeneral::Completion_values()
+// Every user can give a server a name that a shell would run.
+void tst_ToolGeneral::Completion_foreignNames()
 {
-    QFETCH(const QString, words);
-    QFETCH(const QString, expected);
+    QFETCH(const QString, shell);
+    QFETCH(const QString, begun);
+    QFETCH(const QStringList, expected);
+    QFETCH(const QString, inserted);
 
-    if (QStandardPaths::findExecutable(u"bash"_s).isEmpty())
-        QSKIP("there is no bash");
-    QVERIFY(mTool->Write(u"script"_s, mTool->Run({u"completion"_s, u"bash"_s}).Output));
-    QVERIFY(
-        mTool->Write(u"try"_s,
-                     u"source ./script; PATH=$PWD:$PATH; COMP_WORDS=(%1); "
-                     "COMP_CWORD=$((${#COMP_WORDS[@]} - 1)); _qvutil; echo \"${COMPREPLY[*]}\"\n"_s.arg(words)
-                         .toUtf8()));
-    // The tool itself is tested elsewhere; this answers what the script asks.
-    QVERIFY(mTool->Write(u"qvutil"_s,
-                         "#!/bin/sh\ncase \"$*\" in\n'completion --list grids') echo desk ;;\n"
-                         "'completion --list servers') printf '%s\\n' viewer '$(touch touched)' ;;\n*) exec "
-                         "\"$TOOL\" \"$@\" ;;\nesac\n"));
-    QVERIFY(QFile::setPermissions(mTool->Path(u"qvutil"_s), QFile::Permissions(0x7755)));
-    QCOMPARE(mTool->RunShell(u"bash try"_s).ToText(), expected + u"\n=> 0\n"_s);
+    if (QStandardPaths::findExecutable(shell).isEmpty())
+        QSKIP("this shell is not installed");
+    const Completion completion = Complete(shell, u"qvutil ipc doctor "_s + begun);
+    QCOMPARE(completion.Offered, expected);
+    QCOMPARE(completion.Inserted, inserted);
     QVERIFY(!QFile::exists(mTool->Path(u"touched"_s)));
+}
+
+tst_ToolGeneral::Completion tst_ToolGeneral::Complete(const QString& shell, const QString& line) const
+{
+    // The words of bash, which splits at '=' too.
+    static const QRegularExpression word(uR"(=|("[^"]*"?|'[^']*'?|\\.|[^\s'"=\\])+)"_s);
+    QStringList words;
+    for (QRegularExpressionMatchIterator matches = word.globalMatch(line); matches.hasNext();)
+        words += matches.next().captured();
+    if (line.endsWith(u' '))
+        words += QString();
+    const QDir scripts(QStringLiteral(QVUTIL_SOURCE_DIR "/tests/tool/completion"));
+    const bool isPrepared = mTool->Write(u"words"_s, words.join(u'\n').toUtf8() + '\n')
+        && mTool->Write(u"script"_s, mTool->Run({u"completion"_s, shell}).Output)
+        && mTool->Write(u"line"_s, line.toUtf8())
+        && mTool->Write(u"File"_s, {})
+        // The tool itself is tested elsewhere; this answers what the script asks.
+        && mTool->Write(u"qvutil"_s,
+                        "#!/bin/sh\ncase \"$*\" in\n"
+                        "'completion --list grids') printf '%s\\n' desk 'two words' ;;\n"
+                        "'completion --list servers') printf '%s\\n' viewer '$(touch touched)' \"it's\" ;;\n"
+                        "*) exec \"$TOOL\" \"$@\" ;;\nesac\n")
+        && QFile::setPermissions(mTool->Path(u"qvutil"_s), QFile::Permissions(0x7755))
+        && QFile::copy(scripts.filePath(u"complete."_s + shell), mTool->Path(u"try"_s))
+        && QFile::copy(scripts.filePath(u"zshrc"_s), mTool->Path(u".zshrc"_s));
+    // The settings and the history of the user have no part in it.
+    const QString start
+        = u"HOME=$PWD ZDOTDIR=$PWD XDG_CONFIG_HOME=$PWD/config XDG_DATA_HOME=$PWD/data PATH=$PWD:$PATH "_s;
+    const QString options = shell == u"bash"_s ? u"--norc"_s
+        : shell == u"fish"_s                   ? u"--no-config"_s
+                                               : u"-f"_s;
+    const ToolResult result = mTool->RunShell(start + shell + u' ' + options + u" try"_s);
+    if (!isPrepared || result.ExitCode != 0 || !result.Errors.isEmpty())
+        return {.Offered = {u"failed: "_s + result.ToText()}, .Inserted = {}};
+    QStringList offered = QString::fromUtf8(result.Output).split(u'\n', Qt::SkipEmptyParts);
+    // Fish adds a description, and repeats the name of an option before its value.
+    for (QString& candidate : offered)
+        candidate = candidate.section(u'\t', 0, 0).section(u'=', -1);
+    offered.sort();
+    return {.Offered = offered,
+            .Inserted = QString::fromUtf8(mTool->Read(u"inserted"_s))
+                            .remove(u'\n')
+                            .remove(u"qvutil ipc doctor "_s)
+                            .trimmed()};
 }
 
 void tst_ToolGeneral::Completion_unknownShell()

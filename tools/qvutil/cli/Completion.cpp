@@ -14,8 +14,14 @@ constexpr const char16_t* kBash = uR"sh(# Completion of qvutil's commands and op
 
 _qvutil()
 {
-    local current=${COMP_WORDS[COMP_CWORD]} command= words= word option= place=0 values=
+    local current=${COMP_WORDS[COMP_CWORD]} command= words= word before= option= prefix= place=0 values=
+    # Bash splits --option=value into three words, unless COMP_WORDBREAKS is without '='.
     for word in "${COMP_WORDS[@]:1:COMP_CWORD-1}"; do
+        if [[ $word == = && $before == --* ]]; then
+            option=$before
+            continue
+        fi
+        before=$word
         if [[ $option ]]; then
             option=
             continue
@@ -23,21 +29,45 @@ _qvutil()
         case "$command $word" in
 @STEPS@            command="${command:+$command }$word" ;;
 @VALUED@            option=$word ;;
-        *\ -*) ;;
+        "$command -"*) ;;
         *) place=$((place + 1)) ;;
         esac
     done
+    if [[ $current == = && $before == --* ]]; then
+        option=$before
+        current=
+    elif [[ ! $option && $current == --*=* ]]; then
+        option=${current%%=*}
+        current=${current#*=}
+        prefix=$option=
+    fi
     if [[ ! $option ]]; then
         case "$command" in
 @WORDS@        esac
     fi
     case "$command ${option:-$place}" in
 @VALUES@    esac
-    if [[ $values && $current != -* ]]; then
-        # compgen -W would run commands in the values, which contain file names of other users.
+    if [[ $values && ( $option || $current != -* ) ]]; then
+        # compgen -W would run commands in the values, which contain file names of other users. Bash inserts the
+        # replies as they are, so quote them, unless a quotation has been begun: then offer what needs nothing more.
+        local quote= special=
+        case "$current" in
+        \'*) quote=\' special=\' ;;
+        \"*) quote=\" special='["$`\\!]' ;;
+        esac
+        if [[ $quote ]]; then
+            current=${current#?}
+        else
+            current=${current//\\/}
+        fi
         COMPREPLY=()
         while IFS= read -r word; do
-            [[ $word == "$current"* ]] && COMPREPLY+=("$(printf %q "$word")")
+            [[ $word == "$current"* ]] || continue
+            if [[ ! $quote ]]; then
+                COMPREPLY+=("$prefix$(printf %q "$word")")
+            elif [[ $word != *$special* ]]; then
+                COMPREPLY+=("$prefix$word")
+            fi
         done < <("${COMP_WORDS[0]}" completion --list "$values" 2>/dev/null)
         return
     fi
@@ -63,22 +93,25 @@ _qvutil()
         case "$command $word" in
 @STEPS@            command="${command:+$command }$word" ;;
 @VALUED@            option=$word ;;
-        *\ -*) ;;
+        "$command -"*) ;;
         *) place=$((place + 1)) ;;
         esac
     done
+    if [[ -z $option ]] && compset -P 1 '--*='; then
+        option=${IPREFIX%=}
+    fi
     if [[ -z $option ]]; then
         case "$command" in
 @WORDS@        esac
     fi
     case "$command ${option:-$place}" in
 @VALUES@    esac
-    if [[ -n $values && $words[CURRENT] != -* ]]; then
+    if [[ -n $values && ( -n $option || $PREFIX != -* ) ]]; then
         candidates=("${(@f)$("${words[1]}" completion --list "$values" 2>/dev/null)}")
         [[ -z $candidates[1] ]] || compadd -- "${(@)candidates}"
         return
     fi
-    if [[ $words[CURRENT] != -* ]]; then
+    if [[ -n $option || $PREFIX != -* ]]; then
         candidates=("${(@)candidates:#-*}")
         (( $#candidates )) || { _files; return }
     fi
@@ -95,15 +128,31 @@ fi
 
 constexpr const char16_t* kFish = uR"sh(# Completion of qvutil's commands and options for fish.
 
-function __qvutil_at --description 'Whether the command so far is this one'
+function __qvutil_at --description 'Whether the command so far is this one, and the number of its arguments this one'
     set -l command
+    set -l option
+    set -l place 0
     for word in (commandline -opc)[2..-1]
+        if test -n "$option"
+            set option
+            continue
+        end
         switch "$command $word"
             case @STEPS@
                 set command (string trim -- "$command $word")
+            case @VALUED@
+                set option $word
+            case "$command -*"
+            case '*'
+                set place (math $place + 1)
         end
     end
-    test "$command" = "$argv"
+    test "$command" = "$argv[1]"; and contains -- "$argv[2]" '' $place
+end
+
+function __qvutil_values --description 'Values of one kind'
+    set -l words (commandline -opc)
+    command $words[1] completion --list $argv 2>/dev/null
 end
 )sh";
 
@@ -137,24 +186,36 @@ QString OfferedValues(const CommandInfo& command, const OptionInfo& option)
         return u"locales"_s;
     if (place == "GRID"_L1)
         return u"grids"_s;
+    if (place == "FORMAT"_L1)
+        return u"formats"_s;
+    if (place == "SHELL"_L1)
+        return u"shells"_s;
+    if (place == "--json"_L1)
+        return u"json-styles"_s;
     if (place == "NAME"_L1 && option.Value.isEmpty() && command.Path.value(0) == "ipc"_L1)
         return u"servers"_s;
     return {};
 }
 
-// Returns the names of the options with a value, as patterns of a case statement.
-QString ValuedOptions(const QList<CommandInfo>& commands)
+// Returns patterns of a case statement that match the options with a value.
+QStringList ValuedOptions(const QList<CommandInfo>& commands, QChar quote)
 {
     QStringList cases;
     for (const CommandInfo& command : commands) {
         for (const OptionInfo& option : command.Options) {
             for (const QString& name : option.Names) {
                 if (!option.Value.isEmpty())
-                    cases += u'"' + command.Name() + u' ' + name + u'"';
+                    cases += quote + command.Name() + u' ' + name + quote;
             }
         }
     }
-    return "        "_L1 + cases.join("|\\\n        "_L1) + ")\n"_L1;
+    return cases;
+}
+
+// Joins the patterns of a case statement for bash and zsh.
+QString JoinPatterns(const QStringList& patterns)
+{
+    return "        "_L1 + patterns.join("|\\\n        "_L1) + ")\n"_L1;
 }
 
 // Returns the cases that set the kind of values of an option, or of the argument at a position.
@@ -204,12 +265,16 @@ QString ZshWords(const CommandInfo& command)
 
 QString FishValues(const QString& kind)
 {
-    return kind.isEmpty() ? QString() : u" -f -a '(qvutil completion --list %1 2>/dev/null)'"_s.arg(kind);
+    return kind.isEmpty() ? QString() : u" -f -a '(__qvutil_values %1)'"_s.arg(kind);
 }
 
 QString FishLines(const CommandInfo& command)
 {
-    const QString start = "complete -c qvutil -n "_L1 + Quoted("__qvutil_at "_L1 + command.Name()) + u' ';
+    const auto condition = [&command](const QString& place) {
+        return "complete -c qvutil -n "_L1 + Quoted("__qvutil_at \""_L1 + command.Name() + u'"' + place)
+            + u' ';
+    };
+    const QString start = condition({});
     QString lines;
     for (const QStringList& child : command.Commands)
         lines += start + u"-f -a %1 -d %2\n"_s.arg(child.front(), Quoted(child.back()));
@@ -222,9 +287,11 @@ QString FishLines(const CommandInfo& command)
         lines += (option.Value.isEmpty() ? QString() : u"-r "_s) + "-d "_L1 + Quoted(option.Description);
         lines += FishValues(OfferedValues(command, option)) + u'\n';
     }
-    for (const OptionInfo& argument : command.Arguments) {
+    for (qsizetype i = 0; i < command.Arguments.size(); ++i) {
+        const OptionInfo& argument = command.Arguments.at(i);
+        const QString place = argument.IsRepeatable && i == 0 ? QString() : u' ' + QString::number(i);
         if (const QString values = FishValues(OfferedValues(command, argument)); !values.isEmpty())
-            lines += start.trimmed() + values + u'\n';
+            lines += condition(place).trimmed() + values + u'\n';
     }
     return lines;
 }
@@ -240,10 +307,9 @@ QString Joined(const QList<CommandInfo>& commands, QString (*toText)(const Comma
 QString FillIn(const char16_t* script, const QList<CommandInfo>& commands,
                QString (*toWords)(const CommandInfo&))
 {
-    const QString steps = "        "_L1 + Steps(commands, u'"').join("|\\\n        "_L1) + ")\n"_L1;
     return QString::fromUtf16(script)
-        .replace("@STEPS@"_L1, steps)
-        .replace("@VALUED@"_L1, ValuedOptions(commands))
+        .replace("@STEPS@"_L1, JoinPatterns(Steps(commands, u'"')))
+        .replace("@VALUED@"_L1, JoinPatterns(ValuedOptions(commands, u'"')))
         .replace("@VALUES@"_L1, ValueKinds(commands))
         .replace("@WORDS@"_L1, Joined(commands, toWords));
 }
@@ -262,7 +328,9 @@ QString ZshCompletion(const QList<CommandInfo>& commands)
 
 QString FishCompletion(const QList<CommandInfo>& commands)
 {
-    return QString::fromUtf16(kFish).replace("@STEPS@"_L1, Steps(commands, u'\'').join(u' '))
+    return QString::fromUtf16(kFish)
+               .replace("@STEPS@"_L1, Steps(commands, u'\'').join(u' '))
+               .replace("@VALUED@"_L1, ValuedOptions(commands, u'\'').join(u' '))
         + Joined(commands, &FishLines);
 }
 

@@ -57,6 +57,8 @@ ExitCode PrintCompletion(const CompletionOptions& options, const CLI::App& root)
 void AddCompletionCommand(CommandLine& line)
 {
     const CLI::App& root = line.Root();
+    OfferValues(u"shells"_s, [] { return QStringList{u"bash"_s, u"zsh"_s, u"fish"_s}; });
+    OfferValues(u"json-styles"_s, [] { return QStringList{u"pretty"_s, u"lines"_s}; });
     auto options = std::make_shared<CompletionOptions>();
     CLI::App& completion = line.AddCommand(line.Root(), "completion", "Print a completion script for a shell",
                                            "source <(qvutil completion bash)",
