@@ -562,6 +562,14 @@ class Torture:
         rows = table.read_text().splitlines()[1:] if table.exists() else []
         return {(int(row.split()[1]), int(row.split()[4])) for row in rows}
 
+    def clean_grid(self, part, grid):
+        """Removes what killed members have left behind."""
+        try:
+            subprocess.run([self.tool, 'grid', 'clean', grid], stdout=subprocess.DEVNULL,
+                           stderr=subprocess.DEVNULL, check=False, timeout=PATIENCE)
+        except subprocess.TimeoutExpired:
+            part.check(False, f'qvutil grid clean {grid} did not end')
+
     def storm_grid(self, part, seconds, minimum):
         grid = f't{os.getpid()}'
         before = self.shared_memory()
@@ -600,8 +608,7 @@ class Torture:
         finish(Process([self.peer, 'grid', grid], stderr=subprocess.DEVNULL))
         part.note = f'{killed} of the members were killed'
         if self.tool:
-            subprocess.run([self.tool, 'grid', 'clean', grid], stdout=subprocess.DEVNULL, check=False,
-                           timeout=PATIENCE)
+            self.clean_grid(part, grid)
             left = [entry for entry in os.listdir(self.folder) if grid in entry or 'qipc' in entry]
             part.check(not left, f'files are left: {left}')
         left = {segment for segment in self.shared_memory() - before if segment[1] in processes}
@@ -646,8 +653,7 @@ class Torture:
             code = after.end()
             part.check(is_found and code == 0, f'afterwards: joined: {is_found}, ended with {code}')
             if self.tool:  # a killed process leaves a semaphore
-                subprocess.run([self.tool, 'grid', 'clean', grid], stdout=subprocess.DEVNULL,
-                               stderr=subprocess.DEVNULL, check=False, timeout=PATIENCE)
+                self.clean_grid(part, grid)
         left = {segment for segment in self.shared_memory() - before if segment[1] in processes}
         part.check(not left, f'shared memory is left: {left}')
 
