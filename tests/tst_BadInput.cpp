@@ -508,7 +508,7 @@ void tst_BadInput::Huge()
     QFETCH(const QByteArray, repeated);
     QFETCH(const QByteArray, end);
     QFETCH(const bool, loads);
-    // Only the simplest one has 64 MiB, because the parser needs time for the others.
+    // Only the simplest document has 64 MiB, because the parser is slow with the others.
     const qsizetype size = start.isEmpty() && repeated == " " ? 64 * kMebibyte : 2 * kMebibyte;
     QVERIFY(WriteFile(Path(u"s.xml"_s), start + repeated.repeated(size / repeated.size()) + end));
 

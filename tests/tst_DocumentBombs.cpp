@@ -34,8 +34,8 @@ enum class Outcome {
     Died,
 };
 
-/// Runs a load in another process, which may use only a limited amount of memory in addition to that of this
-/// one.
+/// Runs a load in a child process. The child may allocate only a limited amount of memory beyond what this
+/// process uses.
 Outcome RunWithLittleMemory(const std::function<bool()>& load)
 {
     const pid_t child = fork();
@@ -236,7 +236,7 @@ void tst_DocumentBombs::FileSize()
     QVERIFY(!filer.LoadFromXmlFile(file));
 
     QCOMPARE(log.Messages(), QStringList(file + u" does not load: it is larger than 1 GiB"_s));
-    // A file below the limit consists of zeros, which XML does not allow.
+    // A file below the size limit is read, but consists of zeros, which XML does not allow.
     QVERIFY(QFile::resize(file, qint64(256) * 1024 * 1024));
     QVERIFY(!filer.LoadFromXmlFile(file));
 }

@@ -633,7 +633,7 @@ void tst_LocaleUtil::ResolveTranslatorFile()
     QCOMPARE(QString::fromUtf8(process.readAllStandardOutput()), u'[' + full(expected) + "]\n"_L1);
 }
 
-// A module that is not loaded has no folder; in particular, it is not in the root folder.
+// A module that is not loaded has no folder. An empty folder must not stand for the root folder.
 void tst_LocaleUtil::ResolveTranslatorFile_rootIsNoModulesFolder()
 {
     QVERIFY(WriteFile(mRoot + "/x.qm"_L1, "content"));

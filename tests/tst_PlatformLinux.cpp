@@ -140,7 +140,7 @@ private Q_SLOTS:
     void IsProcessRunning_thread();
     void IsProcessRunning_mainThreadEnded();
 
-    void GridMadeMeanwhile();
+    void Grid_createdMeanwhile();
 
     void ListenAt_leavesOnlyTheSocket_data();
     void ListenAt_leavesOnlyTheSocket();
@@ -388,7 +388,7 @@ void tst_PlatformLinux::IsProcessRunning_mainThreadEnded()
 }
 
 // Another program creates the registry between attach() and create().
-void tst_PlatformLinux::GridMadeMeanwhile()
+void tst_PlatformLinux::Grid_createdMeanwhile()
 {
     const QString grid = QUuid::createUuid().toString(QUuid::Id128);
     IPCManager first;

@@ -263,8 +263,8 @@ private Q_SLOTS:
     void Attributes_thatCannotBeSet();
     void NoLocks_data();
     void NoLocks();
-    void TakenForAStaleFile_data();
-    void TakenForAStaleFile();
+    void TemporaryFile_takenForStale_data();
+    void TemporaryFile_takenForStale();
 
 private:
     [[nodiscard]] QString Path(const QString& name) const { return mDir->filePath(name); }
@@ -323,7 +323,7 @@ void tst_SaveSafetyLinux::Kill_atEachSystemCall()
         const QByteArray content = ReadFile(file);
         const bool untouched = content == before && content.isNull() == before.isNull();
         QVERIFY2(untouched || content == document, qPrintable(u"truncated after %1 calls"_s.arg(done)));
-        QVERIFY(!replaced || content == document); // never again the old one
+        QVERIFY(!replaced || content == document); // once replaced, the old content never returns
         replaced = content == document;
         QVERIFY(FolderContent(mDir->path()).size() <= 2); // the file, and what a killed save leaves
         if (over) {
@@ -462,7 +462,7 @@ void tst_SaveSafetyLinux::FullFileSystem_spaceAgain()
     QCOMPARE(ReadFile(Path(u"s.xml"_s)), DocumentBytes(2));
 }
 
-// The reason is that of the direct write, not why nothing can be created in the folder.
+// The logged reason is why the direct write failed, not why no file can be created in the folder.
 void tst_SaveSafetyLinux::FullFileSystem_writtenDirectly()
 {
     MOUNT_OR_SKIP(fileSystem);
@@ -738,7 +738,7 @@ void tst_SaveSafetyLinux::NoLocks()
     QCOMPARE(old.readAll(), kOld); // replaced, not overwritten
 }
 
-void tst_SaveSafetyLinux::TakenForAStaleFile_data()
+void tst_SaveSafetyLinux::TemporaryFile_takenForStale_data()
 {
     QTest::addColumn<bool>("exists");
     QTest::addColumn<int>("error");
@@ -749,8 +749,8 @@ void tst_SaveSafetyLinux::TakenForAStaleFile_data()
     QTest::newRow("locked, new file") << false << EWOULDBLOCK;
 }
 
-// Another save may intervene between the creation of the temporary file and its locking.
-void tst_SaveSafetyLinux::TakenForAStaleFile()
+// Another save may take the temporary file for a stale one, and remove it, before it is locked.
+void tst_SaveSafetyLinux::TemporaryFile_takenForStale()
 {
     QFETCH(const bool, exists);
     QFETCH(const int, error);

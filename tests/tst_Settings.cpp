@@ -32,7 +32,7 @@ Q_DECLARE_METATYPE(std::function<void(Settings&)>)
 namespace {
 using Change = std::function<void(Settings&)>;
 
-constexpr qint64 kStart = 1'700'000'000'000; // any moment; this one is in 2023
+constexpr qint64 kStart = 1'700'000'000'000; // some day in 2023
 qint64 gNow = kStart;
 
 qint64 TestClock()
@@ -929,7 +929,7 @@ void tst_Settings::SaveInterval_clockSetBack()
 
     gNow = kStart - 100'000;
     settings.WriteInt(u"P"_s, u"V"_s, 2); // unsaved: the last save is in the future
-    settings.Save(); // from now on the clock that was set back counts
+    settings.Save(); // restarts the interval at the new time
     QCOMPARE(ReadFile(Path(u"s.xml"_s)), SettingsXml("    <P V=\"2\"/>\n"));
     gNow = kStart - 69'000;
     settings.WriteInt(u"P"_s, u"V"_s, 3);
@@ -1060,7 +1060,7 @@ void tst_Settings::FailedSave_nextChangeTriesAgain()
     QVERIFY(!QFile::exists(folder));
 
     QVERIFY(QDir().mkdir(folder));
-    settings.WriteInt(u"P"_s, u"V"_s, 2); // at the same time: no save has succeeded yet
+    settings.WriteInt(u"P"_s, u"V"_s, 2); // the interval has not started, because no save has succeeded yet
     QCOMPARE(ReadFile(folder + u"/s.xml"_s), SettingsXml("    <P V=\"2\"/>\n"));
 }
 

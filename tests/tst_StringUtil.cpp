@@ -22,7 +22,7 @@ constexpr wchar_t kUntouched = L'#';
 
 // The reference for ResolveVariables: searches and replaces one reference at a time, with a new pattern each
 // time and without any optimisation.
-// \return the number of replacements; -1 if there are so many that the text may grow without end
+// \return the number of replacements; -1 if there are so many that the text probably grows without end
 int ResolveStepByStep(QString& text, const Variables& variables, bool ignoreCase)
 {
     const QRegularExpression pattern(u"\\$\\((\\S+)\\)"_s, QRegularExpression::InvertedGreedinessOption);

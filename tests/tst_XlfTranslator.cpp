@@ -93,9 +93,9 @@ private Q_SLOTS:
     void Contexts_areIndependent();
     void Contexts_afterReading();
     void Contexts_againstModel();
-    void Again_manyTextsAndContexts();
-    void Again_afterTheTextIsGone();
-    void Again_emptyText();
+    void Cache_manyTextsAndContexts();
+    void Cache_afterTheTextIsGone();
+    void Cache_emptyText();
     void Copies_areIndependent();
     void Filer_translatesThroughTranslator();
 
@@ -737,8 +737,8 @@ void tst_XlfTranslator::Contexts_againstModel()
     QVERIFY(found > 1'000); // enough for a meaningful comparison
 }
 
-// More texts, and more contexts, than a translator may keep: what it drops it looks up again.
-void tst_XlfTranslator::Again_manyTextsAndContexts()
+// More texts, and more contexts, than a translator caches: it looks up again what it has dropped.
+void tst_XlfTranslator::Cache_manyTextsAndContexts()
 {
     constexpr int kTexts = 6000;
     constexpr int kContexts = 100;
@@ -765,7 +765,7 @@ void tst_XlfTranslator::Again_manyTextsAndContexts()
 }
 
 // A QString may refer to characters that it does not own.
-void tst_XlfTranslator::Again_afterTheTextIsGone()
+void tst_XlfTranslator::Cache_afterTheTextIsGone()
 {
     const XlfTranslator translator(Write(Xliff(File(u"main.xml"_s, Unit(u"Save"_s, u"Sichern"_s)))));
     QString characters = u"Save"_s;
@@ -782,8 +782,8 @@ void tst_XlfTranslator::Again_afterTheTextIsGone()
     QCOMPARE(translator.Translate(u"Save"_s, u"miin.xml"_s), u"Save"_s);
 }
 
-// An empty text that is not translated comes back as it is.
-void tst_XlfTranslator::Again_emptyText()
+// An empty text without a translation is returned unchanged.
+void tst_XlfTranslator::Cache_emptyText()
 {
     const XlfTranslator translator(Write(Xliff(File(u"main.xml"_s, Unit(u"Save"_s, u"Sichern"_s)))));
 

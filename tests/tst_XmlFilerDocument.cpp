@@ -41,7 +41,7 @@ QString Bomb()
     return head + u"]><r>&e9;</r>"_s;
 }
 
-/// Returns what Qt alone makes of the same text.
+/// Returns the text that Qt alone writes after parsing \p xml.
 QString RawString(const QString& xml)
 {
     QDomDocument document;
@@ -1001,7 +1001,7 @@ void tst_XmlFilerDocument::CreateRoot_detachedCursor()
     filer.CreateRoot(u"Old"_s);
     QVERIFY(!filer.LoadFromXmlString(u"<"_s));
 
-    // The name is a path from the cursor, which is not in the document.
+    // The name is a path from the cursor, whose node was removed from the document.
     filer.CreateRoot(u"New"_s);
     QVERIFY(filer.IsEmpty());
     QCOMPARE(filer.GetCurrentNode().nodeName(), u"New"_s);

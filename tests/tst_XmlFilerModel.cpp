@@ -163,7 +163,8 @@ QString Model::Describe(const Node* top)
     return result;
 }
 
-/// Like Describe, but as after writing and parsing: adjacent texts are merged, and empty ones are gone.
+/// Like Describe, but as if the nodes had been written and parsed: adjacent texts are merged and empty ones
+/// omitted.
 QString Model::DescribeMarkup(const Node* element)
 {
     static const QRegularExpression lineStart(u"^(?=.)"_s, QRegularExpression::MultilineOption);
@@ -541,7 +542,7 @@ void RandomWalk::Compare()
         CompareNodes();
     else
         Expect(OuterMeaning(), Model::DescribeMarkup(mModel.Cursor()));
-    // Not every time: comparing moves the cursor, which clears part of the filer's cache.
+    // Compare only sometimes: it moves the cursor, which clears part of the filer's cache.
     if (Flag())
         CompareDocument();
 }
@@ -776,7 +777,7 @@ void RandomWalk::AppendElement()
     mModel.Push();
     mFiler.CreateImmediateChildNode(name);
     mModel.CreateImmediateChildNode(name);
-    mFiler.WriteString(u"a"_s, number); // tells elements of one name apart
+    mFiler.WriteString(u"a"_s, number); // distinguishes elements with the same name
     mModel.WriteAttribute(u"a"_s, number);
     if (Flag()) {
         mFiler.PopCurrentNode();
@@ -784,7 +785,7 @@ void RandomWalk::AppendElement()
     }
 }
 
-// Without a move of the cursor in between, so that a filer may know all of them.
+// Does not move the cursor in between, so that a filer may have all these paths in its cache.
 void RandomWalk::ReadKnownPaths()
 {
     static const QStringList paths = {u"A"_s,    u"B"_s,  u"A/B"_s,    u"A/B/C"_s, u"/"_s,

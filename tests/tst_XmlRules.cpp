@@ -291,7 +291,7 @@ void tst_XmlRules::IsSafeToParse()
     }
 }
 
-// However a document at the limits is changed, it exceeds none of them if it passes the check.
+// A document at the limits, changed at random, exceeds none of them if it passes the check.
 void tst_XmlRules::IsSafeToParse_neverBeyondALimit()
 {
     const QByteArray open = QByteArray("<a>").repeated(996);
@@ -335,7 +335,7 @@ void tst_XmlRules::FindXmlProblem_endOfRoot_data()
         << QByteArray("<r a='\xC3\xA4'>\xF0\x9F\x98\x80</r>noise") << qint64{18} << qint64{15};
 }
 
-// Where the root element ends, for those who look for what comes behind it.
+// RootEnd is where the root element ends, even if the problem comes after that.
 void tst_XmlRules::FindXmlProblem_endOfRoot()
 {
     QFETCH(const QByteArray, xml);

@@ -277,8 +277,8 @@ function(build_checks build)
     endforeach()
 endfunction()
 
-# Checks that a project without the tool that makes CALL of the package's functions does not configure, and
-# prints WORDS.
+# Checks that configuring a project fails, and prints WORDS, if the project calls a function of the package
+# as in CALL. The project has no tool.
 function(reject_call call words)
     set(project "${SCRATCH}/checks_rejected")
     file(REMOVE_RECURSE "${project}")
@@ -398,7 +398,7 @@ function(step_moved)
     endif()
 endfunction()
 
-# Asks only the version file; no application is built.
+# Evaluates the package's version file. Sets OUTPUT to whether it accepts the version REQUEST.
 function(is_granted output request)
     set(PACKAGE_FIND_VERSION "${request}")
     string(REGEX MATCH "^[0-9]+" PACKAGE_FIND_VERSION_MAJOR "${request}")

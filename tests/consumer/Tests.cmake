@@ -44,7 +44,7 @@ endfunction()
 #   WAY      find_package, pkg_config, subdirectory or fetch_content
 #   KIND     shared or static: the library
 #   META     automoc or wrap: how the application's meta-objects are created
-#   VARIANT  clang, cxx23, demanding, headers, install, lto or unity: what is special
+#   VARIANT  clang, cxx23, demanding, headers, install, lto or unity: what differs from the usual build
 function(qvutil_add_host_test way kind meta)
     set(name "host_${way}_${kind}_${meta}")
     if(ARGN)

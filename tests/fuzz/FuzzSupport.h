@@ -32,7 +32,7 @@ inline QString Utf16(const QByteArray& bytes)
     return text;
 }
 
-/// Returns the path of a file that exists until the fuzzer ends.
+/// Returns the path of a file in a folder that is removed when the fuzzer ends. Does not create the file.
 inline QString File(const char* name)
 {
     static const QTemporaryDir folder;
@@ -48,7 +48,7 @@ inline void Check(bool condition, const char* promise)
     std::abort();
 }
 
-/// The same, with content.
+/// Creates such a file, or replaces its content. \return its path
 inline QString File(const char* name, const QByteArray& content)
 {
     const QString path = File(name);

@@ -1,8 +1,8 @@
 // SPDX-FileCopyrightText: 2026 The QvUtil developers
 // SPDX-License-Identifier: MIT
 
-// Any bytes as what one read of a socket brings: both codecs must find the same messages in it, and encode
-// them so that they are found again.
+// Decodes the input like the bytes from one read of a socket. Both codecs must find the same messages, and
+// find them again after encoding them.
 
 #include "FuzzSupport.h"
 
@@ -48,7 +48,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     for (const MessageInfo& message : std::as_const(messages)) {
         const QByteArray frame = EncodeMessageAsBytes(message);
         QList<MessageInfo> again;
-        if (DecodeMessage(frame, again)) { // a text with a character that XML lacks is lost
+        if (DecodeMessage(frame, again)) { // a text with a character that XML does not allow is lost
             Fuzz::Check(again.size() == 1, "a frame is one message");
             Fuzz::Check(EncodeMessageAsBytes(again.constFirst()) == frame, "a message survives its journey");
         }

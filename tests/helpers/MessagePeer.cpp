@@ -28,7 +28,7 @@
 //       the same; then also prints "members N" with the number of members that it reads
 //
 //   hold NAME
-//       holds both locks of a grid, as a member does that is stopped while it joins; prints "holds"
+//       holds both locks of a grid, like a member that was stopped while it was joining; prints "holds"
 //
 //   outlives NAME GRID
 //       managers that outlive the application object; prints "answered" and "done"

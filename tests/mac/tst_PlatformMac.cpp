@@ -596,7 +596,7 @@ void tst_PlatformMac::RemoveLibraryVersion()
     QCOMPARE(Platform::RemoveLibraryVersion(fileName).toString(), fileName);
 }
 
-// Also when logging rules enable the category: failOnWarning would not see a debug message.
+// Counts messages of every level, with logging enabled, because failOnWarning sees only warnings.
 void tst_PlatformMac::OutputDebugString_isSilent()
 {
     static int messages = 0;

@@ -603,7 +603,7 @@ void tst_Grid::LockFile_heldTooLong()
     QCOMPARE(ProcessIds(member.ReadFromSharedMemory()), QList<qint64>{QCoreApplication::applicationPid()});
 }
 
-// While holders take turns, the wait is longer than for one that hangs.
+// The time-out is for each holder: while holders take turns, the wait may be longer.
 void tst_Grid::LockFile_changesHands()
 {
     const QString path = GridLockFilePath(UniqueName());
@@ -643,7 +643,7 @@ void tst_Grid::LockFile_heldWhileLeaving()
     member.reset();
     QVERIFY(Platform::GetFileIdentity(path) == file); // a waiting process would not notice a new file
     Platform::UnlockFile(lock);
-    // The second line is from LeaveRegistry: nothing waited for the lock in between.
+    // One line from CloseAll and one from LeaveRegistry: nothing else waited for the lock.
     QCOMPARE(TestSupport::LogGuard::Messages().size(), 2);
     QVERIFY(TestSupport::LogGuard::Messages().constFirst().contains(u"keeps "_s));
     QVERIFY(TestSupport::LogGuard::Messages().constLast().contains(u"stays attached"_s));
@@ -677,8 +677,8 @@ void tst_Grid::BothLocks_heldWhileJoining()
     QCOMPARE(ProcessIds(member.ReadFromSharedMemory()), QList<qint64>{QCoreApplication::applicationPid()});
 }
 
-// Only the first of several operations waits for the full time. On a busy machine, one of the others may take
-// longer than it should, but not all of them.
+// After a time-out, the next operations wait only for a short time. On a busy machine, one of them may take
+// longer, but not all of them.
 void tst_Grid::BothLocks_heldWhileReading()
 {
     const TestSupport::LogGuard log;
@@ -703,7 +703,7 @@ void tst_Grid::BothLocks_heldWhileReading()
     QCOMPARE(ProcessIds(member.ReadFromSharedMemory()), QList<qint64>{QCoreApplication::applicationPid()});
 }
 
-// A member that has left the grid stays attached to the segment, and does not detach from it to join again.
+// A process that has left the grid is still attached to the segment. To join again, it does not detach first.
 void tst_Grid::BothLocks_heldWhileRejoining()
 {
     const TestSupport::LogGuard log;
@@ -746,8 +746,8 @@ void tst_Grid::BothLocks_heldWhileLeaving()
     QVERIFY(!Registry(grid).Attach());
 }
 
-// Another user could keep the file locked for ever, or link it to a file of this one. Then only the segment's
-// own lock is used.
+// Another user could keep the lock file locked for ever, or replace it with a link to a file of this user.
+// Such a file is not used: the segment's own lock must suffice.
 void tst_Grid::LockFile_other_data()
 {
     QTest::addColumn<int>("kind");

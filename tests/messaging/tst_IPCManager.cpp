@@ -333,7 +333,7 @@ void tst_IPCManager::StartServer_modeOfLastStart()
     const QString name = UniqueName();
     IPCManager manager;
     QSignalSpy received(&manager, &IPCManager::MessageReceived);
-    // Announces nothing, but sends.
+    // In this mode, the server sends messages but announces none.
     manager.StartServer(name, QIODeviceBase::WriteOnly);
     QLocalSocket first;
     QVERIFY(Connect(first, name));
@@ -341,7 +341,7 @@ void tst_IPCManager::StartServer_modeOfLastStart()
     manager.SendMessage(u"m"_s, {});
     QCOMPARE(ReadMessages(first, 1).size(), 1);
     manager.StopServer();
-    // Announces once, but sends nothing.
+    // In this mode, it announces messages, each only once, but sends none.
     manager.StartServer(name, QIODeviceBase::ReadOnly);
     QLocalSocket second;
     QVERIFY(Connect(second, name));
@@ -614,9 +614,9 @@ void tst_IPCManager::SendMessage_waitForSent()
     QMetaObject::invokeMethod(this, run, Qt::QueuedConnection);
     QCOMPARE(pair.Client->SendMessage(u"m"_s, {}, false), true);
     QCOMPARE(pair.Client->SendMessage(u"m"_s, {}), true);
-    QCOMPARE(ran, false); // these do not wait
+    QCOMPARE(ran, false); // these calls do not wait
     QCOMPARE(pair.Client->SendMessage(u"m"_s, {}, true), true);
-    QCOMPARE(ran, true); // but this one does
+    QCOMPARE(ran, true); // this call does
     EVENTUALLY_EQUAL(pair.AtServer.count(), 3);
 }
 

@@ -24,8 +24,8 @@ using namespace Quorvin::Util;
 using namespace Quorvin::Util::Internal;
 using namespace MessagingSupport;
 
-// Many messages on their way at a time: what is sent together, and handed over together, looks to both sides
-// as if each had come alone.
+// Messages are sent in batches and passed between threads in batches. Neither side may notice: the results
+// are those of messages that are sent and received one by one.
 
 namespace {
 
@@ -39,7 +39,7 @@ QStringList NumbersBelow(int end)
     return numbers;
 }
 
-// Few enough to be one piece for the receiver.
+// Returns the documents 0 to end - 1. Keep them few, so that the receiver gets them in a single read.
 QByteArray DocumentsBelow(int end)
 {
     QByteArray documents;
@@ -63,7 +63,7 @@ MessageInfo MessageOf(const QString& id, const QVariantMap& params = {})
     return message;
 }
 
-// Waits without the event loop that the other end of the connection may need.
+// Waits without an event loop, so that objects in this thread handle no events meanwhile.
 [[nodiscard]] bool SpinUntil(const std::function<bool()>& condition)
 {
     for (const QDeadlineTimer deadline(TestSupport::kEventTimeoutMs); !deadline.hasExpired();) {
@@ -74,7 +74,7 @@ MessageInfo MessageOf(const QString& id, const QVariantMap& params = {})
     return false;
 }
 
-// Takes integers, and remembers in how many events they came.
+// Takes integers from a mailbox, and counts the events that announced them.
 class IntReceiver final : public QObject
 {
 public:
@@ -93,10 +93,10 @@ protected:
     }
 };
 
-// A server that notes what it announces, in order, and a plain socket to connect to it.
-struct NotingServer
+// A server, and a record of its announcements in order.
+struct RecordingServer
 {
-    NotingServer()
+    RecordingServer()
     {
         QObject::connect(&Server, &MessageServer::Connected, &Server,
                          [this] { Notes.append(u"connected"_s); });
@@ -106,7 +106,7 @@ struct NotingServer
                          [this](const QString& id) { Notes.append(id); });
         Server.Start(Name);
     }
-    Q_DISABLE_COPY_MOVE(NotingServer)
+    Q_DISABLE_COPY_MOVE(RecordingServer)
 
     const QString Name = UniqueName();
     QStringList Notes;
@@ -138,8 +138,8 @@ private Q_SLOTS:
     void Receive_order();
     void Receive_orderWithConnections();
     void Receive_busyOwner();
-    void Receive_othersHaveTheirTurn();
-    void Slot_loopInEach();
+    void Receive_otherEventsBetweenBatches();
+    void Slot_eachWaitsForLastMessage();
     void Slot_sendsInBatch();
     void Slot_stopsInBatch();
     void Slot_deletesServerInBatch_data();
@@ -163,7 +163,7 @@ void tst_MessageBatches::Mailbox_oneEvent()
     QCOMPARE(receiver.Events, 2);
     QCOMPARE(receiver.Taken.back(), 3);
 
-    receiver.Box.CallAgain(); // though nothing is there
+    receiver.Box.CallAgain(); // posts an event although the mailbox is empty
     receiver.Box.Add(4); // already announced
     QCoreApplication::sendPostedEvents(&receiver);
     QCOMPARE(receiver.Events, 3);
@@ -173,7 +173,7 @@ void tst_MessageBatches::Mailbox_oneEvent()
 void tst_MessageBatches::Mailbox_closed()
 {
     IntReceiver receiver;
-    Mailbox<int> other; // not open yet
+    Mailbox<int> other; // closed until Open is called
     other.Add(0);
     other.Open(&receiver);
     other.TakeAll(receiver.Taken);
@@ -182,11 +182,11 @@ void tst_MessageBatches::Mailbox_closed()
     receiver.Box.Close();
     receiver.Box.Add(2);
     QCoreApplication::sendPostedEvents(&receiver);
-    QCOMPARE(receiver.Events, 1); // posted before
+    QCOMPARE(receiver.Events, 1); // the event that was posted before Close
     QVERIFY(receiver.Taken.empty());
 }
 
-// An event that was posted before, and will not arrive, must not count.
+// An event that was posted before Close, and never arrives, must not suppress the next one.
 void tst_MessageBatches::Mailbox_openedAgain()
 {
     IntReceiver receiver;
@@ -215,7 +215,7 @@ void tst_MessageBatches::Mailbox_twoThreads()
         QCOMPARE(receiver.Taken[static_cast<size_t>(i)], i);
 }
 
-// The bytes are those of the single messages, one after another.
+// The bytes on the wire are the frames of the messages, one after another.
 void tst_MessageBatches::Send_wire()
 {
     constexpr int kCount = 3000;
@@ -240,13 +240,13 @@ void tst_MessageBatches::Send_sizes_data()
 
     constexpr int kPiece = int(kMaxPiece);
     QTest::newRow("small") << QList<int>{10, 100, 1000};
-    QTest::newRow("two are a piece") << QList<int>{kPiece / 2 - 400};
-    QTest::newRow("two are just above a piece") << QList<int>{kPiece / 2};
+    QTest::newRow("two fit a piece") << QList<int>{kPiece / 2 - 400};
+    QTest::newRow("two just exceed a piece") << QList<int>{kPiece / 2};
     QTest::newRow("around a piece") << QList<int>{kPiece - 700, kPiece - 300, kPiece, kPiece + 300};
     QTest::newRow("small and large in turn") << QList<int>{10, 100'000, 20, 30'000, 200'000, 30};
 }
 
-// Everything arrives, whole and in order, at a receiver that keeps nothing from one read to the next.
+// All messages arrive, whole and in order, although the receiver drops frames that arrive in several reads.
 void tst_MessageBatches::Send_sizes()
 {
     QFETCH(const QList<int>, sizes);
@@ -293,7 +293,8 @@ void tst_MessageBatches::Send_confirmations()
     QCOMPARE(sent, NumbersBelow(kCount));
 }
 
-// If the client stops in the middle of a batch, a number of whole messages from its beginning was written.
+// If the client stops in the middle of a batch, it has written the first messages of the batch, all of them
+// whole.
 void tst_MessageBatches::Send_stopInBatch()
 {
     constexpr int kCount = 5000;
@@ -318,7 +319,7 @@ void tst_MessageBatches::Send_stopInBatch()
     }
 }
 
-// The client notices, connects again, and goes on.
+// If the server goes away in the middle of a batch, the client reconnects and continues to send.
 void tst_MessageBatches::Send_peerLeavesInBatch()
 {
     const QString name = UniqueName();
@@ -341,7 +342,7 @@ void tst_MessageBatches::Send_peerLeavesInBatch()
     }
 }
 
-// A long queue of small messages is logged as well as one of large messages, and nothing is lost.
+// A long queue of small messages is logged, just as one of large messages is, and no message is lost.
 void tst_MessageBatches::Send_peerNeverReads()
 {
     const TestSupport::LogGuard log;
@@ -369,7 +370,7 @@ void tst_MessageBatches::Send_peerNeverReads()
 void tst_MessageBatches::Receive_order()
 {
     constexpr int kCount = 5000;
-    NotingServer server;
+    RecordingServer server;
     QLocalSocket client;
     QVERIFY(Connect(client, server.Name));
     WriteDocumentsBelow(client, kCount);
@@ -378,10 +379,11 @@ void tst_MessageBatches::Receive_order()
     QCOMPARE(server.Notes, expected);
 }
 
-// The news of connections keeps its place between messages, however late the owner's thread comes to them.
+// Connections and disconnections are announced in their order among the messages, even if the owner thread is
+// late.
 void tst_MessageBatches::Receive_orderWithConnections()
 {
-    NotingServer server;
+    RecordingServer server;
     for (int round = 0; round < 3; ++round) {
         QLocalSocket client;
         QVERIFY(SpinUntil([&] {
@@ -395,7 +397,8 @@ void tst_MessageBatches::Receive_orderWithConnections()
         client.disconnectFromServer();
     }
     QCOMPARE(server.Notes, QStringList());
-    // The next client may come before the end of the one before is seen, and replace it.
+    // The server may accept the next client, which displaces the previous one, before it notices that the
+    // previous one has disconnected.
     const QRegularExpression expected(
         u"^connected 0 1 2 3 4 "
         "((connected disconnected|disconnected connected|connected) 0 1 2 3 4 ){2}"
@@ -405,11 +408,12 @@ void tst_MessageBatches::Receive_orderWithConnections()
     QVERIFY2(expected.match(server.Notes.join(u' ')).hasMatch(), qPrintable(server.Notes.join(u' ')));
 }
 
-// Small messages count by their bytes, too, while the owner's thread is busy.
+// While the owner thread is busy, the worker stops reading after a limited number of bytes, even if the
+// messages are small.
 void tst_MessageBatches::Receive_busyOwner()
 {
     constexpr int kCount = 100'000; // some 30 MB
-    NotingServer server;
+    RecordingServer server;
     QLocalSocket client;
     QVERIFY(Connect(client, server.Name));
     EVENTUALLY_EQUAL(server.Notes, QStringList{u"connected"_s});
@@ -422,10 +426,10 @@ void tst_MessageBatches::Receive_busyOwner()
     QCOMPARE(server.Notes.mid(1), NumbersBelow(kCount));
 }
 
-// A call that a slot queues is made soon, even while messages keep arriving.
-void tst_MessageBatches::Receive_othersHaveTheirTurn()
+// Other events are handled between batches, even while messages keep arriving.
+void tst_MessageBatches::Receive_otherEventsBetweenBatches()
 {
-    NotingServer server;
+    RecordingServer server;
     QLocalSocket client;
     QVERIFY(Connect(client, server.Name));
     const auto send = [&client](const QString& id) {
@@ -448,11 +452,11 @@ void tst_MessageBatches::Receive_othersHaveTheirTurn()
     QVERIFY(server.Notes.indexOf(u"queued"_s) < server.Notes.indexOf(u"later"_s));
 }
 
-// Each slot waits for the message after its own.
-void tst_MessageBatches::Slot_loopInEach()
+// Every slot waits in a nested event loop until the last message has arrived.
+void tst_MessageBatches::Slot_eachWaitsForLastMessage()
 {
     constexpr int kCount = 40;
-    NotingServer server;
+    RecordingServer server;
     connect(&server.Server, &MessageServer::MessageReceived, &server.Server, [&](const QString& id) {
         QVERIFY(WaitUntil([&] { return server.Notes.contains(QString::number(kCount - 1)); }));
         server.Notes.append(u"end of "_s + id);
@@ -489,7 +493,7 @@ void tst_MessageBatches::Slot_sendsInBatch()
 void tst_MessageBatches::Slot_stopsInBatch()
 {
     for (int round = 0; round < 10; ++round) {
-        NotingServer server;
+        RecordingServer server;
         connect(&server.Server, &MessageServer::MessageReceived, &server.Server, [&](const QString& id) {
             if (id == u"50"_s)
                 server.Server.Stop();

@@ -224,7 +224,7 @@ void tst_MessageClient::ConnectToServer_unusableName()
     const TestSupport::LogGuard log;
     MessageClient client;
     QCOMPARE(client.ConnectToServer(name, kReadWrite), true);
-    QCOMPARE(client.WaitForConnection(1200), false); // which allows a second attempt
+    QCOMPARE(client.WaitForConnection(1200), false); // long enough for a second attempt
     client.DisconnectFromServer();
     QCOMPARE(TestSupport::LogGuard::Messages().size(), warnings);
 }
@@ -464,7 +464,7 @@ void tst_MessageClient::SendMessage_waitForSent()
     Link link;
     QVERIFY(link.Ok);
     QCOMPARE(link.Client.SendMessage(u"m"_s, {}, true), true);
-    // It has been written: it arrives even if nothing runs here.
+    // The message was written, so it arrives although this thread runs no event loop of the client.
     QVERIFY(link.Other().bytesAvailable() > 0 || link.Other().waitForReadyRead(60000));
     QVERIFY(link.Other().readAll().endsWith("</Message>\n"));
 }
@@ -501,7 +501,7 @@ void tst_MessageClient::SendMessage_largeWaitsForReceiver()
         other.setReadBufferSize(0);
     });
     QVERIFY(link.Client.SendMessage(u"second"_s, params, true));
-    QVERIFY(reading); // it is announced once written, not before
+    QVERIFY(reading); // the wait ended only after the message was written
     QCOMPARE(ReadMessages(other, 2).size(), 2);
 }
 
@@ -518,13 +518,13 @@ void tst_MessageClient::SendMessage_timeOut()
 
 void tst_MessageClient::SendMessage_connectionEndsWait()
 {
-    // All waits share one loop: whatever ends it successfully ends the wait.
+    // All waits share one event loop, and a new connection ends it with success.
     Link link(QIODeviceBase::ReadOnly); // never confirmed
     QVERIFY(link.Ok);
     Later(&link.Client, [&] { link.Other().disconnectFromServer(); });
     QElapsedTimer time;
     time.start();
-    QCOMPARE(link.Client.SendMessage(u"m"_s, {}, true), true); // because the connection comes back
+    QCOMPARE(link.Client.SendMessage(u"m"_s, {}, true), true); // because the client reconnects
     QVERIFY(time.elapsed() < 14000);
 }
 
@@ -719,7 +719,7 @@ void tst_MessageClient::Request_otherAnswers()
               Document(u"Response"_s, {{u"wrong"_s, 1}}, {}, QUuid::createUuid())
                   + EncodeMessage(withoutQuestion).toUtf8() + Document(u"message"_s));
     });
-    // The right answer, once the client has processed the others.
+    // Send the right answer once the client has processed the others.
     connect(&link.Client, &MessageClient::MessageReceived, &other, [&] {
         Write(other, Document(u"Response"_s, {{u"right"_s, 1}}, {}, asked));
     });
@@ -748,7 +748,7 @@ void tst_MessageClient::Request_lateAnswer()
 
 void tst_MessageClient::Request_connectionEndsWait()
 {
-    // All waits share one loop, as above, so this one succeeds without an answer.
+    // Reconnecting ends this wait with success too, but without an answer.
     Link link;
     QVERIFY(link.Ok);
     Later(&link.Client, [&] { link.Other().disconnectFromServer(); });
@@ -1010,7 +1010,7 @@ void tst_MessageClient::Worker()
 
 void tst_MessageClient::Worker_withoutTimer()
 {
-    // Makes one attempt, and no further ones.
+    // ConnectToServer makes one attempt. Only ConnectAndListen starts the timer for more.
     const QString name = UniqueName();
     MessageClient client;
     MessageClientWorker worker(name, kReadWrite, &client);

@@ -13,7 +13,7 @@ using namespace Qt::StringLiterals;
 using namespace Quorvin::Util;
 using namespace MessagingSupport;
 
-// Dozens of lost connections. A client retries once a second, so that this takes minutes.
+// Loses dozens of connections. Takes minutes, because a client retries only once a second.
 class tst_MessageRestarts : public QObject
 {
     Q_OBJECT

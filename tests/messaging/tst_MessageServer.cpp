@@ -709,7 +709,7 @@ void tst_MessageServer::Receive_splitLarge()
 {
     LinkedServer link;
     QVERIFY(link.Open());
-    // Only the beginning: the server gives up after half a second, and drops it.
+    // Send only the beginning of a frame: after half a second, the server drops it.
     const QByteArray document = Document(u"split"_s, {{u"text"_s, QString(100000, u'x')}});
     Write(link.Client, document.first(60000));
     QVERIFY(IsDealtWith(link.Client, link.Server));
@@ -725,7 +725,8 @@ void tst_MessageServer::Receive_endless_data()
     QTest::addColumn<int>("messages");
 
     QTest::newRow("byte by byte") << 1 << 10;
-    // Nothing is sent before the reader has given up, which takes a long time with a race detector.
+    // No message is sent here: the server sends only after the read, which lasts very long under a race
+    // detector.
     QTest::newRow("piece by piece") << 40000 << 0;
 }
 
@@ -760,7 +761,7 @@ void tst_MessageServer::Receive_endless()
         writer->start();
         EVENTUALLY(written > 100);
         written = 0;
-        // Neither outgoing messages nor stopping the server has to wait.
+        // The server can still send messages and stop.
         if (last) {
             link.Server.Stop();
             QVERIFY(!link.Server.IsStarted());
@@ -853,7 +854,8 @@ void tst_MessageServer::Send_wholeLargeMessages()
 {
     QFETCH(const int, size);
 
-    // A receiver that reads all available bytes at each readyRead, in blocks of a size that it chooses.
+    // Here the receiver is a plain socket, which reads all available bytes at each readyRead in blocks of a
+    // size that it chooses.
     LimitSendBuffer(212992);
     LinkedServer link;
     QVERIFY(link.OpenAndWait());
@@ -877,7 +879,7 @@ void tst_MessageServer::Send_receiverThatDoesNotRead()
     QVERIFY(link.OpenAndWait());
     for (int i = 0; i < 100; ++i)
         link.Server.SendMessage(u"large"_s, {{u"text"_s, QString(200000, u'x')}});
-    // Neither a new client nor stopping the server has to wait.
+    // The server still accepts a new client, and can stop.
     QLocalSocket next;
     QVERIFY(Connect(next, link.Name));
     EVENTUALLY_EQUAL(link.Connected.count(), 2);
@@ -900,7 +902,7 @@ void tst_MessageServer::Send_tooLarge()
     LimitSendBuffer(0);
     link.Server.SendMessage(u"fits"_s, {{u"text"_s, QString(262144, u'x')}});
     link.Server.SendMessage(u"large"_s, {{u"text"_s, QString(1000000, u'x')}});
-    QCOMPARE(ReadMessages(link.Client, 2).size(), 2); // this receiver does join split frames
+    QCOMPARE(ReadMessages(link.Client, 2).size(), 2); // unlike the library, this receiver joins split frames
     QCOMPARE(TestSupport::LogGuard::Messages().size(), 1);
     QVERIFY(TestSupport::LogGuard::Messages().constFirst().contains(u"\"large\""_s));
 }
@@ -1138,7 +1140,7 @@ void tst_MessageServer::Worker_startsAgain()
     const QString name = UniqueName();
     const QString other = UniqueName();
     QCOMPARE(worker.Start(name), true);
-    QCOMPARE(worker.Start(other), true); // in place of the first one
+    QCOMPARE(worker.Start(other), true); // replaces the first server
     QVERIFY(!QFile::exists(SocketPath(name)));
     QLocalSocket client;
     QVERIFY(Connect(client, other));
@@ -1199,7 +1201,7 @@ void tst_MessageServer::Slot_stopsServer()
         Write(client, Document(u"m"_s) + Document(u"m"_s));
         EVENTUALLY_EQUAL(received, round);
         QVERIFY(!server.IsStarted());
-        QCOMPARE(received, round); // the message after it is lost
+        QCOMPARE(received, round); // the second message is dropped
     }
 }
 

@@ -18,10 +18,11 @@ namespace {
 
 constexpr qsizetype kMiB = qsizetype(1024) * 1024;
 
-// More than any reader may need: a reader without a limit fails the test instead of running for ever.
+// The source runs dry after this many reads, so that a reader without a limit fails the test instead of
+// running for ever.
 constexpr int kTooManyReads = 10000;
 
-// Returns the beginning of a frame that is longer than this.
+// Returns the first \p size bytes of a longer frame.
 QByteArray Beginning(qsizetype size)
 {
     return QByteArray("<?xml version=\"1.0\"?>\n<Message Id=\"").leftJustified(size, 'x');
@@ -39,7 +40,7 @@ class Script final : public ByteSource
 public:
     bool Read(QByteArray& bytes) override
     {
-        if (!Pieces.isEmpty() && Pieces.constFirst().isEmpty()) { // nothing until Wait is called
+        if (!Pieces.isEmpty() && Pieces.constFirst().isEmpty()) { // no bytes until the next call of Wait
             Pieces.removeFirst();
             return false;
         }
@@ -72,7 +73,7 @@ public:
 
 } // namespace
 
-// How a receiver drains its socket. Draining must end, whatever the peer sends.
+// Tests how a receiver drains its socket. Draining must end, whatever the peer sends.
 class tst_MessageSocket : public QObject
 {
     Q_OBJECT
@@ -323,7 +324,7 @@ void tst_MessageSocket::Window_full()
     QVERIFY(!window.IsFull());
 }
 
-// Reading resumes when half has been delivered, and is signalled once.
+// Take reports once that reading should resume: when only half of the maximum is still queued.
 void tst_MessageSocket::Window_resumesAtHalf()
 {
     DeliveryWindow window;
@@ -335,7 +336,7 @@ void tst_MessageSocket::Window_resumesAtHalf()
         if (window.Take())
             resumedAt.append(i);
     }
-    QCOMPARE(resumedAt, QList<int>{12}); // four of ten reads are left: half of what may be queued
+    QCOMPARE(resumedAt, QList<int>{12}); // four of the ten reads are still queued: half of the maximum
 }
 
 // A worker that has stopped reading always receives the signal to resume, however the two threads interleave.
@@ -360,7 +361,7 @@ void tst_MessageSocket::Window_twoThreads()
         while (!isStuck && window.IsFull())
             isStuck = !resumed.tryAcquire(1, TestSupport::kEventTimeoutMs);
     }
-    added.release(kReads); // lets it end in every case
+    added.release(kReads); // so that the thread ends even if the test fails
     QVERIFY(owner->wait(TestSupport::kEventTimeoutMs));
     QVERIFY(!isStuck);
 }

@@ -53,7 +53,7 @@ private:
 [[nodiscard]] bool RunInThread(const std::function<void()>& function,
                                QAbstractEventDispatcher* dispatcher = nullptr)
 {
-    // Orders the function before what follows: a race detector does not see how the thread ends.
+    // Synchronises with the end of the function, because a race detector does not see how Qt ends the thread.
     std::atomic<bool> done = false;
     const std::unique_ptr<QThread> thread(QThread::create([&] {
         function();
@@ -195,7 +195,7 @@ bool WaitFor(MessageClient& client, Wait wait, int limitMs)
 
 } // namespace
 
-// The threads in which things happen, and what ends a wait there.
+// Tests in which threads signals are emitted and responders called, and what ends a wait in each of them.
 class tst_MessageThreads : public QObject
 {
     Q_OBJECT
@@ -379,7 +379,7 @@ void tst_MessageThreads::Wait_timeout_data()
     QTest::newRow("answer, negative") << Wait::Answer << -1 << QList<qint64>{30000};
 }
 
-// Only a timer with the time-out ends a wait, and nothing else runs meanwhile.
+// A wait starts one timer with its time-out, and no other timer runs meanwhile.
 void tst_MessageThreads::Wait_timeout()
 {
     QFETCH(const Wait, wait);
@@ -432,7 +432,7 @@ void tst_MessageThreads::Reconnect_interval()
     QCOMPARE(after, QList<qint64>{1000});
 }
 
-// Each connection has a new socket, and is announced once, as is its end.
+// Each connection is announced once, and so is its end.
 void tst_MessageThreads::Reconnect_again()
 {
     const QString name = UniqueName();

@@ -286,7 +286,7 @@ void tst_ToolExpr::Lint_xml_prefixWithoutNamespace()
              "  x (b)\n  ^\n=> 1\n"_s);
 }
 
-// Reading stops at an entity that is too long for the library, so that "no problems" would be a guess.
+// The tool cannot read past an entity that is too long for the library, so it must not report "no problems".
 void tst_ToolExpr::Lint_xml_entityTooLong()
 {
     QVERIFY(mTool->Write(u"ui.xml"_s,
@@ -309,7 +309,7 @@ void tst_ToolExpr::Lint_noExpressions_data()
                                                  u"--json"_s};
 }
 
-// A misspelt attribute name must not look like expressions without problems.
+// A misspelt attribute name must not give the result "no problems".
 void tst_ToolExpr::Lint_noExpressions()
 {
     QFETCH(const QStringList, arguments);
@@ -347,7 +347,7 @@ void tst_ToolExpr::Lint_badFiles()
 
 void tst_ToolExpr::Lint_manyOperands()
 {
-    // Too many combinations of answers to try, and one operand that none of them reaches.
+    // Too many combinations to try, and one operand that is never consulted.
     QStringList groups;
     for (int i = 0; i < 40; ++i)
         groups.append(u"(a%1 | b%1)"_s.arg(i));

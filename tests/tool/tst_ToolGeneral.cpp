@@ -217,7 +217,7 @@ void tst_ToolGeneral::Help_widthOfTerminal()
     };
     QVERIFY(longestLine(40) <= 40);
     QVERIFY(longestLine(100) > 80);
-    // Elsewhere there are 80 columns.
+    // Without a terminal and COLUMNS, the width is 80.
     const QByteArray help = mTool->Run({u"xml"_s, u"set"_s, u"--help"_s}).Output;
     QCOMPARE(mTool->RunShell(u"COLUMNS=80 \"$TOOL\" xml set --help"_s).Output, help);
     QCOMPARE(mTool->RunShell(u"COLUMNS=none \"$TOOL\" xml set --help"_s).Output, help);
@@ -529,7 +529,7 @@ void tst_ToolGeneral::Terminal_progressOfReading()
     const QString output = QString::fromUtf8(mTool->RunOnTerminal(arguments).Output);
     QVERIFY2(shown.match(output).hasMatch(), qPrintable(output));
     QCOMPARE(QString(output).remove(shown), QString::fromUtf8(result));
-    // Not for programs.
+    // No progress bar if standard error is not a terminal.
     const ToolResult piped = mTool->Run(arguments);
     QByteArray lines = piped.Output + piped.Errors;
     QCOMPARE(lines.replace('\n', "\r\n"), result);

@@ -216,8 +216,8 @@ void tst_ToolGrid::SetUp()
 
 void tst_ToolGrid::TearDown()
 {
-    // The folder does not contain all that killed processes leave behind. The last process to detach removes
-    // the segment, and the creator of a semaphore removes the semaphore.
+    // Killed processes also leave a segment and a semaphore behind, which are not in the folder. The last
+    // process to detach removes the segment, and the creator of a semaphore removes the semaphore.
     QSharedMemory(kGrid).attach();
     QSystemSemaphore(kGrid, 1, QSystemSemaphore::Create);
     mFolderGuard.reset();
@@ -593,7 +593,7 @@ void tst_ToolGrid::OtherSize()
     QVERIFY(Run(u"clean"_s, {kGrid}).ExitCode == 0);
     QCOMPARE(QByteArray(static_cast<const char*>(memory.constData()), 100), bytes);
 
-    // One that is too small even for the count.
+    // A segment that is too small even for the number of members.
     const QString grid = u"tiny"_s;
     QSharedMemory tiny(grid);
     QVERIFY(tiny.create(1));
@@ -938,7 +938,7 @@ void tst_ToolGrid::Clean_whatOnlyLooksStale()
     QVERIFY(Connect(client, u"desk.z.2147483632"_s));
 }
 
-// As after a reboot, or after the segment was removed by hand.
+// Files remain but the segment is gone, as after a reboot.
 void tst_ToolGrid::Clean_withoutRegistry()
 {
     QVERIFY(LeaveSocket(Temporary(u"desk.x.2147483632"_s)));

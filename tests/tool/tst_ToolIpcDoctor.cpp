@@ -249,7 +249,7 @@ void tst_ToolIpcDoctor::Doctor_noAnswer()
              result.Output.constData());
 }
 
-// A server that accepts nobody, with a full queue: the next client has to wait.
+// The server accepts no connections and its queue is full, so that the next client has to wait.
 void tst_ToolIpcDoctor::Doctor_notAccepted()
 {
 #ifdef Q_OS_LINUX
@@ -269,7 +269,7 @@ void tst_ToolIpcDoctor::Doctor_notAccepted()
 #endif
 }
 
-// If no connection is possible, none is tried.
+// If no connection is possible, the command does not try to connect.
 void tst_ToolIpcDoctor::Doctor_noRequestWithoutConnection()
 {
     const QJsonObject found = Diagnose(UniqueName(), {u"--connect"_s});

@@ -342,7 +342,7 @@ void tst_ToolIpcProxy::ClientGone()
         mProxy->WaitForError("qvutil: the client has disconnected\nqvutil: the server has disconnected\n"));
 }
 
-// As without the proxy, the client cannot connect, and may try again.
+// The client is disconnected, as if it could not connect without the proxy, and may try again.
 void tst_ToolIpcProxy::ServerMissing()
 {
     mServer.reset();

@@ -427,7 +427,8 @@ void tst_ToolMessage::Decode_otherWriters()
                  + QString::fromUtf8(Line("")) + u"=> 0\n"_s);
 }
 
-// A receiver accepts any document as a message, but a document in a file is hardly meant as one.
+// A receiver accepts any document as a message. The tool does not, because a document in a file is hardly
+// meant as one.
 void tst_ToolMessage::Decode_noMessage()
 {
     const QByteArray settings = "<?xml version=\"1.0\"?><Settings><Panel Width=\"640\"/></Settings>";
@@ -449,7 +450,7 @@ void tst_ToolMessage::Decode_noMessage()
         = QJsonDocument::fromJson(mTool->Run({u"message"_s, u"split"_s, u"app.xml"_s, u"--json"_s}).Output)
               .array();
     QCOMPARE(list.at(0).toObject().value(u"problem"_s).toString(), reason);
-    // With a different root but a name, a receiver decodes it, and so does the tool.
+    // If the root has another name but an Id, the tool decodes it, as a receiver does.
     QCOMPARE(mTool->Run({u"message"_s, u"decode"_s}, "<?xml version=\"1.0\"?><Other Id=\"A\"/>").ToText(),
              QString::fromUtf8(Line("A") + "=> 0\n"));
 }

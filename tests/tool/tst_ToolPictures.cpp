@@ -92,7 +92,7 @@ QString WhyBadPage(const QByteArray& bytes)
     const QString text = QString::fromUtf8(bytes);
     if (!text.startsWith("<!DOCTYPE html>"_L1))
         return u"no page"_s;
-    // HTML takes <div/> for <div>.
+    // HTML reads <div/> as a start tag.
     static const QRegularExpression emptyElement(u"<(?!meta )[^>]*/>"_s);
     return emptyElement.match(text).captured();
 }
@@ -189,7 +189,7 @@ void tst_ToolPictures::Grid_links()
     QCOMPARE(texts.value(1), u"2 alive, 0 dead; the oldest first"_s);
     QVERIFY(texts.contains(process1));
     QVERIFY(texts.contains(u"desk.MessagePeer.%1"_s.arg(second.Id())));
-    // In words, for those who do not see it.
+    // The description is for people who cannot see the picture.
     const QString description = picture.documentElement().firstChildElement(u"desc"_s).text();
     QVERIFY(description.contains(process1));
     QVERIFY(description.contains(process2));

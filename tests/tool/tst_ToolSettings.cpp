@@ -484,7 +484,7 @@ void tst_ToolSettings::Export_problems()
         QVERIFY(result.Output.contains("xy"));
     }
 
-    // QSettings takes these for one group.
+    // QSettings does not distinguish these two groups.
     QVERIFY(mTool->Write(u"case.xml"_s, "<Settings><General a='1'/><general b='2'/></Settings>"));
     QCOMPARE(mTool->Run({u"settings"_s, u"export"_s, u"case.xml"_s, u"-f"_s, u"json"_s}).ExitCode, 0);
     const ToolResult result = mTool->Run({u"settings"_s, u"export"_s, u"case.xml"_s, u"-f"_s, u"ini"_s});
@@ -581,7 +581,8 @@ void tst_ToolSettings::Import_jsonRefused()
     QVERIFY(mTool->Write(u"in.json"_s, json));
     QCOMPARE(Run({u"import"_s, u"app.xml"_s, u"in.json"_s}), expected);
     QCOMPARE(mTool->Read(u"app.xml"_s), QByteArray(kSettings));
-    if (expected.contains("--skip"_L1)) { // the rest is imported if that is asked for, and still reported
+    if (expected.contains(
+            "--skip"_L1)) { // with --skip, the rest is imported, and the problem is still reported
         QCOMPARE(mTool->Run({u"settings"_s, u"import"_s, u"app.xml"_s, u"in.json"_s, u"--skip"_s}).ExitCode,
                  1);
         QCOMPARE(Run({u"get"_s, u"app.xml"_s, u"/"_s, u"new"_s}), u"1\n=> 0\n"_s);
@@ -746,7 +747,7 @@ void tst_ToolSettings::Watch_replacedFile()
 {
     RunningTool watch(*mTool, {u"settings"_s, u"watch"_s, u"app.xml"_s, u"--count"_s, u"6"_s});
     QVERIFY(watch.WaitForError("watching app.xml"));
-    // Each save replaces the file. The file beside it is none of the command's business.
+    // Each save replaces the file. The command must ignore changes of the file beside it.
     for (int width = 1; width <= 5; ++width) {
         QVERIFY(mTool->Write(u"other.xml"_s, "<a n='" + QByteArray::number(width) + "'/>"));
         QCOMPARE(Run({u"set"_s, u"app.xml"_s, u"Panel/Main"_s, u"Width"_s, QString::number(width)}),

@@ -136,7 +136,7 @@ const QList<Document>& Corpus()
     return corpus;
 }
 
-/// Makes up well-formed documents without a document type.
+/// Generates random well-formed documents without a document type.
 class DocumentMaker
 {
 public:
@@ -177,7 +177,7 @@ private:
     QRandomGenerator mRandom;
 };
 
-/// Damages a document, or leaves it well-formed by chance.
+/// Changes bytes of a document at random, which usually makes it malformed.
 QByteArray Mutated(QByteArray document, QRandomGenerator& random)
 {
     static const QList<QByteArray> pieces{"<a>",
@@ -251,7 +251,7 @@ QString ToText(const VisitedElement& element)
     return text + u" [%1]%2\n"_s.arg(element.Text, element.HasElements ? u" ..."_s : QString());
 }
 
-/// Describes the element at a path by all that commands read from it.
+/// Describes the element at a path: everything that commands read from it.
 QString Describe(XmlFiler& filer, const ElementPath& path, PartContent content)
 {
     if (!path.MoveTo(filer))
@@ -274,7 +274,7 @@ QString ResultOf(const std::function<QString()>& function)
     }
 }
 
-/// Compares the two ways to read a file.
+/// Compares streaming a file with loading it.
 class Comparison
 {
 public:
@@ -283,7 +283,7 @@ public:
         , mContent(content)
     { }
 
-    /// \return nothing if both ways give the same
+    /// \return a description of the first difference; empty if streaming and loading give the same results
     [[nodiscard]] QString FindDifference() const { return FindDifference(Paths()); }
     [[nodiscard]] QString FindDifference(const QStringList& paths) const
     {
@@ -398,7 +398,7 @@ private Q_SLOTS:
     void Oddities_data();
     void Oddities();
     void TooManyAttributes();
-    void MadeUpDocuments();
+    void RandomDocuments();
     void Mutations();
     void KeptValues_data();
     void KeptValues();
@@ -456,7 +456,7 @@ void tst_ToolStreaming::TooManyAttributes()
     QVERIFY(!rejected.CanStream());
 }
 
-void tst_ToolStreaming::MadeUpDocuments()
+void tst_ToolStreaming::RandomDocuments()
 {
     for (quint32 seed = 0; seed < 1000; ++seed) {
         const QByteArray content = DocumentMaker(seed).Text;

@@ -388,7 +388,7 @@ void tst_ToolXliff::Extract_missingDocument()
     const QStringList arguments{u"xliff"_s, u"extract"_s, u"ui"_s, u"-l"_s, u"de"_s, u"-o"_s, u"de.xlf"_s};
     QCOMPARE(mTool->Run(arguments).ExitCode, 0);
     QVERIFY(QFile::remove(mTool->Path(u"ui/b.xml"_s)));
-    // Nothing is known about a document that was not passed.
+    // Units of a document that was not passed are kept as they are.
     QCOMPARE(
         mTool->Run({u"xliff"_s, u"extract"_s, u"ui/a.xml"_s, u"-o"_s, u"de.xlf"_s, u"--prune"_s}).ToText(),
         u"de.xlf: 1 text in 1 document: 1 kept, 0 new; unchanged\n=> 0\n"_s);
@@ -624,7 +624,7 @@ void tst_ToolXliff::Extract_failedWriteKeepsFile()
     QCOMPARE(mTool->Run({u"xliff"_s, u"extract"_s, u"ui.xml"_s, u"-l"_s, u"de"_s, u"-o"_s, u"no/de.xlf"_s})
                  .ToText(),
              u"! qvutil: no/de.xlf: there is no folder no\n=> 2\n"_s);
-    // For the program, a limit on the file size is like a full disk.
+    // A limit on the file size has the effect of a full disk.
     const QByteArray before = Xliff(Unit(u"Z"_s, "<target>" + QByteArray(5000, 'z') + "</target>"));
     QVERIFY(mTool->Write(u"de.xlf"_s, before));
     const ToolResult result

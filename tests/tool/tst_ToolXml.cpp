@@ -691,7 +691,7 @@ void tst_ToolXml::Change()
     QStringList line{u"xml"_s, arguments.front(), u"a.xml"_s};
     line += arguments.mid(1);
 
-    // A trial writes nothing, and says whether there is something to write.
+    // With --dry-run, the command writes nothing; its exit code shows whether it would.
     const int tried = mTool->Run(line + QStringList(u"--dry-run"_s)).ExitCode;
     QCOMPARE(tried, after.isEmpty() ? mTool->Run(line).ExitCode : 1);
     QCOMPARE(mTool->Read(u"a.xml"_s), before);
@@ -746,7 +746,7 @@ void tst_ToolXml::Format()
     QCOMPARE(mTool->Run({u"xml"_s, u"format"_s, u"a.xml"_s, u"--dry-run"_s}).ExitCode, 1);
     QCOMPARE(Run({u"xml"_s, u"format"_s, u"a.xml"_s}), u"=> 0\n"_s);
     QCOMPARE(mTool->Read(u"a.xml"_s), formatted);
-    // Once formatted, the file is not even written.
+    // A formatted file is not written again.
     const QDateTime old = QDateTime::fromSecsSinceEpoch(1000000000);
     QFile file(mTool->Path(u"a.xml"_s));
     QVERIFY(file.open(QIODevice::ReadWrite) && file.setFileTime(old, QFileDevice::FileModificationTime));
@@ -942,8 +942,8 @@ void tst_ToolXml::Set_diskFull()
     QCOMPARE(mTool->Read(u"app.xml"_s), QByteArray(kDocument));
 }
 
-// Nothing can be created beside the file, so it is written directly. A limit on the file size is like a full
-// disk.
+// Nothing can be created beside the file, so it is written directly. A limit on the file size has the effect
+// of a full disk.
 void tst_ToolXml::Set_diskFullReadOnlyFolder()
 {
     constexpr auto kReadOnly = QFile::ReadOwner | QFile::ExeOwner | QFile::ReadOther | QFile::ExeOther;

@@ -33,7 +33,7 @@ struct ExpectedElement
     QList<ExpectedAttribute> Attributes;
 };
 
-/// Makes up documents, and knows where it has put their elements.
+/// Generates random documents, and records the places of their elements.
 class DocumentMaker
 {
 public:
@@ -176,7 +176,7 @@ private Q_SLOTS:
 
     void Places_data();
     void Places();
-    void Places_ofMadeUpDocuments();
+    void Places_ofRandomDocuments();
     void Places_markupInEntities_data();
     void Places_markupInEntities();
     void Load_encodings_data();
@@ -228,7 +228,7 @@ void tst_ToolXmlSource::Places()
     QCOMPARE(ToText(source), expected);
 }
 
-void tst_ToolXmlSource::Places_ofMadeUpDocuments()
+void tst_ToolXmlSource::Places_ofRandomDocuments()
 {
     for (quint32 seed = 0; seed < 2000; ++seed) {
         const DocumentMaker made(seed);
@@ -261,7 +261,7 @@ void tst_ToolXmlSource::Places_markupInEntities_data()
     }
 }
 
-// The elements of the tree are not all spelled out in the text: none has a place then.
+// Some elements come from entities and are not in the text, so no element gets a place.
 void tst_ToolXmlSource::Places_markupInEntities()
 {
     QFETCH(const QString, entity);
@@ -307,7 +307,7 @@ void tst_ToolXmlSource::Load_encodings()
     QCOMPARE(source.Encode(text), content);
 }
 
-// The parser takes the bytes for text in the declared encoding.
+// The bytes are not in the declared encoding, which the parser trusts.
 void tst_ToolXmlSource::Load_wrongEncoding()
 {
     const QTemporaryDir folder;

@@ -4,8 +4,8 @@
 
 # Usage: OnDesktop.sh PROGRAM [ARGUMENT...]
 #
-# Runs a program on a desktop of its own, in memory: an X server (Xvfb) with a window manager (blackbox). The exit
-# code is that of the program; 77 if there is no Xvfb.
+# Runs a program on a separate desktop in memory: an X server (Xvfb) with a window manager (blackbox). The
+# exit code is that of the program, or 77 if there is no Xvfb.
 
 set -euo pipefail
 
@@ -22,7 +22,7 @@ folder=$(mktemp -d)
 processes=()
 finish()
 {
-    # The window manager first, which complains if its server goes.
+    # Stop the window manager first: it complains if its server ends.
     for ((i = ${#processes[@]} - 1; i >= 0; --i)); do
         kill "${processes[i]}" 2>/dev/null || true
         wait "${processes[i]}" 2>/dev/null || true
@@ -40,7 +40,7 @@ if ! read -r number <"$folder/display"; then
     exit 1
 fi
 
-# A click gives the focus to a window, so that the place of the mouse has no influence.
+# Windows get the focus by a click, so that the position of the mouse does not matter.
 cat >"$folder/blackboxrc" <<END
 session.focusModel: ClickToFocus
 session.focusNewWindows: True

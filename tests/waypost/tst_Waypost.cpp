@@ -99,7 +99,7 @@ private Q_SLOTS:
     void Language_isKept();
     void Language_ofOneStartIsNotKept();
     void Language_ofOpenDialogs();
-    void Language_ofQtsTexts();
+    void Language_ofQtTexts();
     void Menus_haveDistinctMnemonics_data();
     void Menus_haveDistinctMnemonics();
     void Tables_showTheirTextsInFull_data();
@@ -113,8 +113,8 @@ private Q_SLOTS:
     void DetailsKeepAMissingDate();
     void NewTourIsNamedInItsDialog();
     void Map_selectsByMouseAndKeys();
-    void DamagedFileIsTold_data();
-    void DamagedFileIsTold();
+    void DamagedFileIsReported_data();
+    void DamagedFileIsReported();
     void ClosingAsks_data();
     void ClosingAsks();
     void ClosingAsksAboutOneTour_data();
@@ -128,7 +128,7 @@ private Q_SLOTS:
     void SavingAsRefusesAnOpenFile();
     void SavingAChangedFileAsks_data();
     void SavingAChangedFileAsks();
-    void NamesAreNoRichText();
+    void NamesAreNotRichText();
     void RecentFiles();
     void LinkToAnOpenFile();
     void Help_data();
@@ -139,8 +139,8 @@ private Q_SLOTS:
     void Settings_unreadable();
     void Settings_twoWindowsKeepBothChanges();
     void Settings_pathThatXmlForbids();
-    void Settings_failedChangeIsTold_data();
-    void Settings_failedChangeIsTold();
+    void Settings_failedChangeIsReported_data();
+    void Settings_failedChangeIsReported();
 
     void Program_help();
     void Program_picture_data();
@@ -335,7 +335,7 @@ void tst_Waypost::Language()
     QCOMPARE(shown.Tours()->horizontalHeaderItem(2)->text(), length);
     QCOMPARE(shown.Window.findChild<QLabel*>(u"labelCount"_s)->text(), count);
     QCOMPARE(shown.Action(u"Save"_s)->shortcut(), QKeySequence(u"Ctrl+S"_s));
-    QCOMPARE(shown.Window.findChildren<QAction*>(u"actionSave"_s).size(), 1); // nothing is made twice
+    QCOMPARE(shown.Window.findChildren<QAction*>(u"actionSave"_s).size(), 1); // nothing was created twice
 }
 
 void tst_Waypost::Language_isKept()
@@ -392,8 +392,8 @@ void tst_Waypost::Language_ofOpenDialogs()
     QCOMPARE(date, u"14.06.2026"_s);
 }
 
-// Buttons of file dialogs, for example.
-void tst_Waypost::Language_ofQtsTexts()
+// Qt's own texts, such as the buttons of file dialogs, are in the chosen language too.
+void tst_Waypost::Language_ofQtTexts()
 {
     if (!QFile::exists(QLibraryInfo::path(QLibraryInfo::TranslationsPath) + u"/qtbase_ja.qm"_s))
         QSKIP("the translations of Qt are not installed");
@@ -698,7 +698,7 @@ void tst_Waypost::Map_selectsByMouseAndKeys()
     QCOMPARE(view->accessibleName(), u"Ridge walk"_s);
 }
 
-void tst_Waypost::DamagedFileIsTold_data()
+void tst_Waypost::DamagedFileIsReported_data()
 {
     QTest::addColumn<QByteArray>("content");
     QTest::addColumn<QString>("expected");
@@ -708,7 +708,7 @@ void tst_Waypost::DamagedFileIsTold_data()
     QTest::newRow("another document") << QByteArray("<Settings/>") << u"%1 does not contain a tour."_s;
 }
 
-void tst_Waypost::DamagedFileIsTold()
+void tst_Waypost::DamagedFileIsReported()
 {
     QFETCH(const QByteArray, content);
     QFETCH(const QString, expected);
@@ -1000,7 +1000,7 @@ void tst_Waypost::SavingAChangedFileAsks()
     QCOMPARE(shown.Window.Tours().IsModified(0), !saves);
 }
 
-void tst_Waypost::NamesAreNoRichText()
+void tst_Waypost::NamesAreNotRichText()
 {
     Shown shown;
     Tour tour = MakeTour();
@@ -1161,7 +1161,7 @@ void tst_Waypost::Settings_pathThatXmlForbids()
     QCOMPARE(again.LastFiles(), QStringList({u"/b.tour"_s}));
 }
 
-void tst_Waypost::Settings_failedChangeIsTold_data()
+void tst_Waypost::Settings_failedChangeIsReported_data()
 {
     QTest::addColumn<bool>("isReadable");
     QTest::addColumn<QString>("expected");
@@ -1170,7 +1170,7 @@ void tst_Waypost::Settings_failedChangeIsTold_data()
     QTest::newRow("cannot be saved") << true << u"Your settings cannot be saved. "_s;
 }
 
-void tst_Waypost::Settings_failedChangeIsTold()
+void tst_Waypost::Settings_failedChangeIsReported()
 {
     QFETCH(const bool, isReadable);
     QFETCH(const QString, expected);
@@ -1185,7 +1185,7 @@ void tst_Waypost::Settings_failedChangeIsTold()
     QVERIFY2(notice.startsWith(expected), qPrintable(notice));
     EVENTUALLY(shown.Window.findChild<FormDialog*>(u"Notice"_s) == nullptr);
     shown.Action(u"Grid"_s)->trigger();
-    QCOMPARE(shown.TakeNotice(), QString()); // once is enough
+    QCOMPARE(shown.TakeNotice(), QString()); // the failure was reported only once
 
     QVERIFY(QDir(folder).removeRecursively());
     QVERIFY(QDir().mkpath(folder));
@@ -1239,7 +1239,7 @@ void tst_Waypost::Program_handsItsFilesOver()
     const QString file = mHome->CopyTour(u"lake-circuit"_s);
     Program first({});
     EVENTUALLY(QFile::exists(Places::UserFolder() + u"/instance.lock"_s));
-    // The first process may still be starting; the second waits for it.
+    // The second process waits if the first one is still starting.
     Program second({file});
     QCOMPARE(second.Result(), 0);
     EVENTUALLY(ReadFile(Home::SettingsFile()).contains("lake-circuit.tour"));
@@ -1286,7 +1286,7 @@ void tst_Waypost::HandOver_keepsEveryPath()
     QCOMPARE(second.Result(), 0);
 }
 
-// A pipe instead of the settings keeps the first process waiting before it has a window.
+// A pipe in place of the settings file blocks the first process before it has a window.
 void tst_Waypost::Program_listensBeforeItsWindow()
 {
     const QString file = mHome->CopyTour(u"lake-circuit"_s);
@@ -1462,7 +1462,7 @@ void tst_Waypost::Grid_sendsTours()
     EVENTUALLY((grid->AskTitles(), QTest::qWait(50),
                 !grid->Others().isEmpty() && grid->Others().constFirst().Title == u"Waypost - Ridge walk"_s));
 
-    // In the opposite direction, through a courier of this process.
+    // Send a tour in the opposite direction, with a courier of this process.
     const qint64 processId = QCoreApplication::applicationPid();
     const QString server = Places::ProcessName() + u'.'
         + QFileInfo(QCoreApplication::applicationFilePath()).baseName() + u'.' + QString::number(processId);
@@ -1545,7 +1545,7 @@ void tst_Waypost::Grid_ignoresATourSentAgain()
     QCOMPARE(shown.Window.Tours().Count(), 1);
 }
 
-// A busy window reads its messages later, so a second one would bring the tour twice.
+// A busy window reads its messages late. If the tour was sent a second time meanwhile, it would arrive twice.
 void tst_Waypost::Grid_sendsOnceWhileConnected()
 {
     const QString name = mHome->File(u"s"_s);
