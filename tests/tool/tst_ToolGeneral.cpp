@@ -464,7 +464,7 @@ void tst_ToolGeneral::Terminal_bytes()
     QVERIFY(mTool->Write(u"a.xml"_s, "<a><b>AP8=</b><c>eA==</c></a>"));
     QCOMPARE(
         mTool->RunOnTerminal({u"xml"_s, u"get"_s, u"a.xml"_s, u"b"_s, u"-t"_s, u"buffer"_s}).ToText(),
-        u"qvutil: standard output: bytes are not printed to a terminal; use --json, or a file\r\n=> 2\n"_s);
+        u"qvutil: standard output: binary data is not printed to a terminal; use --json, or redirect the output\r\n=> 2\n"_s);
     QCOMPARE(mTool->RunOnTerminal({u"xml"_s, u"get"_s, u"a.xml"_s, u"c"_s, u"-t"_s, u"buffer"_s}).Output,
              QByteArray("x"));
 }

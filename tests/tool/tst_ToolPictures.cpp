@@ -409,15 +409,15 @@ void tst_ToolPictures::Usage_data()
         QTest::newRow(name) << arguments << complaint;
     };
     row("grid as JSON too", {u"grid"_s, u"show"_s, u"desk"_s, u"--svg"_s, u"--json"_s},
-        u"--json and --svg exclude each other"_s);
+        u"--json and --svg cannot be combined"_s);
     row("latency as JSON too", {u"ipc"_s, u"bench"_s, u"x"_s, u"--svg"_s, u"--json"_s},
-        u"--json and --svg exclude each other"_s);
+        u"--json and --svg cannot be combined"_s);
     row("latency without answers", {u"ipc"_s, u"bench"_s, u"x"_s, u"--svg"_s, u"--one-way"_s},
         u"--svg shows how long answers take, and --one-way waits for none"_s);
     row("table as JSON too", {u"expr"_s, u"table"_s, u"a"_s, u"--html"_s, u"--json"_s},
-        u"--json and --html exclude each other"_s);
+        u"--json and --html cannot be combined"_s);
     row("progress as JSON too", {u"xliff"_s, u"stat"_s, u"none.xlf"_s, u"--html"_s, u"--json"_s},
-        u"--json and --html exclude each other"_s);
+        u"--json and --html cannot be combined"_s);
     row("flag with a file", {u"grid"_s, u"show"_s, u"desk"_s, u"--svg=desk.svg"_s},
         u"--svg takes no value"_s);
 }

@@ -329,7 +329,7 @@ void tst_ToolSettings::Check_data()
     row("malformed", "<a>\n  </b>\n</a>", "a.xml:2:6: \n=> 1\n");
     row("reference to a control character", "<a b='&#1;'/>", "a.xml:1:10: \n=> 1\n");
     row("too deep", QByteArray("<a>").repeated(1001) + QByteArray("</a>").repeated(1001),
-        "a.xml: nested deeper, or with more text in its entities, than the library takes\n=> 1\n");
+        "a.xml: elements are nested more than 1,000 deep\n=> 1\n");
 }
 
 void tst_ToolSettings::Check()
@@ -476,11 +476,12 @@ void tst_ToolSettings::Export_problems()
     for (const QString& format : {u"json"_s, u"ini"_s}) {
         const ToolResult result = mTool->Run({u"settings"_s, u"export"_s, u"odd.xml"_s, u"-f"_s, format});
         QCOMPARE(result.ExitCode, 1);
-        QCOMPARE(result.Errors,
-                 QByteArray("qvutil: odd.xml: comments beside the root element are left out: 1\n"
-                            "qvutil: odd.xml: /App: comments are left out: 1\n"
-                            "qvutil: odd.xml: /App: processing instructions are left out: 1\n"
-                            "qvutil: odd.xml: /App/B: the places of text between elements are not kept\n"));
+        QCOMPARE(
+            result.Errors,
+            QByteArray("qvutil: odd.xml: comments beside the root element are left out: 1\n"
+                       "qvutil: odd.xml: /App: comments are left out: 1\n"
+                       "qvutil: odd.xml: /App: processing instructions are left out: 1\n"
+                       "qvutil: odd.xml: /App/B: the positions of text between elements are not kept\n"));
         QVERIFY(result.Output.contains("xy"));
     }
 
@@ -548,29 +549,27 @@ void tst_ToolSettings::Import_jsonRefused_data()
             << u"! qvutil: in.json: %1\n! qvutil: app.xml: nothing was changed; --skip imports "
                "the rest\n=> 1\n"_s.arg(QString::fromUtf8(reason));
     };
-    problem("null", R"({"Settings": {"A": null, "@new": 1}})", "A: null is no value of a document");
+    problem("null", R"({"Settings": {"A": null, "@new": 1}})", "A: null cannot be stored in a document");
     problem("list in a list", R"({"Settings": {"A": [[1]], "@new": 1}})",
-            "A: a list in a list is no value of a document");
+            "A: a list in a list cannot be stored in a document");
     problem("list as an attribute", R"({"Settings": {"@a": [1], "@new": 1}})",
             "@a: is not a text, a number, true or false");
     problem("blank in a name", R"({"Settings": {"a b": 1, "@new": 1}})",
-            "a b: \"a b\" is no name of an element or attribute");
+            "a b: \"a b\" is not a valid name of an element or attribute");
     problem("name that begins with a digit", R"({"Settings": {"B": {"@1": 1}, "@new": 1}})",
-            "B/@1: \"1\" is no name of an element or attribute");
+            "B/@1: \"1\" is not a valid name of an element or attribute");
     problem("character that XML does not allow", R"({"Settings": {"@a": "\u0001", "@new": 1}})",
             "@a: the value contains the character U+0001, which XML does not allow");
     QTest::newRow("no JSON") << QByteArray("{")
                              << u"! qvutil: in.json: byte 1: unterminated object\n=> 2\n"_s;
-    QTest::newRow("list") << QByteArray("[1]")
-                          << u"! qvutil: in.json: is not an object with one member, which is named after the "
-                             "root element\n=> 2\n"_s;
+    QTest::newRow("list") << QByteArray(
+        "[1]") << u"! qvutil: in.json: is not an object with a single member, the root element\n=> 2\n"_s;
     QTest::newRow("two roots")
         << QByteArray(R"({"A": {}, "B": {}})")
-        << u"! qvutil: in.json: is not an object with one member, which is named after "
-           "the root element\n=> 2\n"_s;
+        << u"! qvutil: in.json: is not an object with a single member, the root element\n=> 2\n"_s;
     QTest::newRow("another root") << QByteArray(R"({"App": {"@new": 1}})")
-                                  << u"! qvutil: app.xml: the root element is Settings, not App; --replace "
-                                     "replaces all that the file holds\n=> 2\n"_s;
+                                  << u"! qvutil: app.xml: the root element is Settings, not App; use "
+                                     "--replace to replace the whole content\n=> 2\n"_s;
 }
 
 void tst_ToolSettings::Import_jsonRefused()
@@ -606,12 +605,13 @@ void tst_ToolSettings::Import_ini()
         QByteArray("\x00\x01\x02\xff", 4));
 
     QVERIFY(mTool->Write(u"in.ini"_s, "point=@Point(1 2)\n[List]\nsize=1\n1\\a=x\n"));
-    QCOMPARE(Run({u"import"_s, u"other.xml"_s, u"in.ini"_s}),
-             u"! qvutil: in.ini: List/1/a: \"1\" is no step of a path: a step is the name of an element, or "
-             u"a name "
-             "with a position counted from 1, such as Item[2]; there are no wildcards, conditions or '..'\n"
-             "! qvutil: in.ini: point: a value of the type QPoint has no form in a document\n"
-             "! qvutil: other.xml: nothing was changed; --skip imports the rest\n=> 1\n"_s);
+    QCOMPARE(
+        Run({u"import"_s, u"other.xml"_s, u"in.ini"_s}),
+        u"! qvutil: in.ini: List/1/a: \"1\" is not a step of a path: a step is the name of an element, or "
+        u"a name "
+        "with a position counted from 1, such as Item[2]; there are no wildcards, conditions or '..'\n"
+        "! qvutil: in.ini: point: a value of the type QPoint cannot be stored in a document\n"
+        "! qvutil: other.xml: nothing was changed; --skip imports the rest\n=> 1\n"_s);
     QVERIFY(!QFile::exists(mTool->Path(u"other.xml"_s)));
 
     QVERIFY(mTool->Write(u"in.ini"_s, "no key\n"));

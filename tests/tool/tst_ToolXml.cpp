@@ -305,9 +305,8 @@ void tst_ToolXml::Get_badFile_data()
                                           "ELF\x02\x01\x01\x00\x00\xf0\xf1\xf2",
                                           12)
                             << u":1:10: a byte that is not valid UTF-8"_s;
-    QTest::newRow("too deep") << QByteArray("<a>").repeated(1001)
-            + QByteArray("</a>").repeated(
-                1001) << u": nested deeper, or with more text in its entities, than the library takes"_s;
+    QTest::newRow("too deep") << QByteArray("<a>").repeated(1001) + QByteArray("</a>").repeated(1001)
+                              << u": elements are nested more than 1,000 deep"_s;
     QTest::newRow("never ending entity")
         << QByteArray("<!DOCTYPE a [<!ENTITY e \"&e;\">]><a>&e;</a>") << u":1:38: "_s;
 }
@@ -405,18 +404,19 @@ void tst_ToolXml::Set_refused_data()
         QTest::newRow(name) << arguments << QString::fromUtf8(complaint);
     };
     row("no value", {u"Panel"_s}, "VALUE is required");
-    row("name without a value", {u"Panel"_s, u"a"_s, u"b"_s, u"c"_s},
-        "VALUE is required behind the name 'c'");
+    row("name without a value", {u"Panel"_s, u"a"_s, u"b"_s, u"c"_s}, "VALUE is required after the name 'c'");
     row("no int", {u"P"_s, u"a"_s, u"1.5"_s, u"-t"_s, u"int"_s}, "\"1.5\" is not a value of type int");
     row("no bool", {u"P"_s, u"a"_s, u"yes"_s, u"-t"_s, u"bool"_s}, "\"yes\" is not a value of type bool");
     row("no date", {u"P"_s, u"a"_s, u"today"_s, u"-t"_s, u"date"_s}, "\"today\" is not a value of type date");
     row("letter in a rect", {u"P"_s, u"a"_s, u"1,2,x,4"_s, u"-t"_s, u"rect"_s},
         "\"1,2,x,4\" is not a value of type rect");
     row("short size", {u"P"_s, u"a"_s, u"1"_s, u"-t"_s, u"size"_s}, "\"1\" is not a value of type size");
-    row("name with a blank", {u"P"_s, u"a b"_s, u"1"_s}, "\"a b\" is no name of an element or attribute");
-    row("empty name", {u"P"_s, u""_s, u"1"_s}, "\"\" is no name of an element or attribute");
+    row("name with a blank", {u"P"_s, u"a b"_s, u"1"_s},
+        "\"a b\" is not a valid name of an element or attribute");
+    row("empty name", {u"P"_s, u""_s, u"1"_s}, "\"\" is not a valid name of an element or attribute");
     row("markup as a step", {u"P/<x>"_s, u"a"_s, u"1"_s},
-        "\"<x>\" is no step of a path: a step is the name of an element, or a name with a position counted "
+        "\"<x>\" is not a step of a path: a step is the name of an element, or a name with a position "
+        "counted "
         "from 1, "
         "such as Item[2]; there are no wildcards, conditions or '..'");
     row("new element with a position", {u"P[2]"_s, u"a"_s, u"1"_s, u"--new"_s},
@@ -518,7 +518,7 @@ void tst_ToolXml::Set_severalValues_refused_data()
         << QStringList{u"Width"_s, u"1"_s, u"Height"_s, u"tall"_s, u"-t"_s, u"int"_s}
         << u"\"tall\" is not a value of type int"_s;
     QTest::newRow("second name is wrong") << QStringList{u"Width"_s, u"1"_s, u"a b"_s, u"2"_s}
-                                          << u"\"a b\" is no name of an element or attribute"_s;
+                                          << u"\"a b\" is not a valid name of an element or attribute"_s;
     QTest::newRow("one name twice") << QStringList{u"Width"_s, u"1"_s, u"Width"_s, u"2"_s}
                                     << u"the name 'Width' is given twice"_s;
     QTest::newRow("second value from a file")
@@ -540,10 +540,11 @@ void tst_ToolXml::Position_data()
     QTest::addColumn<QString>("path");
     QTest::addColumn<QString>("expected");
 
-    const QString refused = u"! qvutil: \"%1\" is no step of a path: a step is the name of an element, or a "
-                            u"name with a position "
-                            "counted from 1, such as Item[2]; there are no wildcards, conditions or '..'\n"
-                            "! Try 'qvutil xml get --help'.\n=> 2\n"_s;
+    const QString refused
+        = u"! qvutil: \"%1\" is not a step of a path: a step is the name of an element, or a "
+          u"name with a position "
+          "counted from 1, such as Item[2]; there are no wildcards, conditions or '..'\n"
+          "! Try 'qvutil xml get --help'.\n=> 2\n"_s;
     const QString missing = u"! qvutil: app.xml: there is no element %1\n=> 1\n"_s;
     const auto row = [](const char* name, const QString& path, const QString& expected) {
         QTest::newRow(name) << path << expected;
@@ -646,7 +647,7 @@ void tst_ToolXml::Change_data()
     row("rename a missing attribute", {u"rename"_s, u"A"_s, u"n"_s, u"k"_s},
         u"! qvutil: a.xml: /R/A has no attribute n\n=> 1\n"_s);
     row("rename to what is no name", {u"rename"_s, u"A"_s, u"a b"_s},
-        refused("rename", "\"a b\" is no name of an element or attribute"));
+        refused("rename", "\"a b\" is not a valid name of an element or attribute"));
     row("rename to nothing", {u"rename"_s, u"A"_s}, refused("rename", "NEWNAME is required"));
     row("rename with too much", {u"rename"_s, u"A"_s, u"m"_s, u"k"_s, u"l"_s},
         refused("rename", "unexpected argument 'l'"));
@@ -662,7 +663,7 @@ void tst_ToolXml::Change_data()
     row("move an attribute", {u"move"_s, u"A"_s, u"m"_s, u"C"_s}, yes,
         R"(<R x="1"><A><B n="1"><D/></B><B n="2"/></A><C m="7"/></R>)");
     row("move onto an attribute", {u"move"_s, u"A/B"_s, u"n"_s, u"A/B[2]"_s},
-        u"! qvutil: a.xml: /R/A/B[2] has an attribute n already\n=> 2\n"_s);
+        u"! qvutil: a.xml: /R/A/B[2] already has an attribute n\n=> 2\n"_s);
     row("move a missing element", {u"move"_s, u"E"_s, u"C"_s},
         u"! qvutil: a.xml: there is no element E\n=> 1\n"_s);
     row("move to a missing element", {u"move"_s, u"C"_s, u"A/E"_s},
@@ -675,7 +676,7 @@ void tst_ToolXml::Change_data()
     row("move beside the root", {u"move"_s, u"A"_s, u"/"_s, u"--after"_s},
         refused("move", "a document has one root element: nothing can be moved beside it"));
     row("move before and behind", {u"move"_s, u"A"_s, u"C"_s, u"--after"_s, u"--before"_s},
-        refused("move", "--before and --after exclude each other"));
+        refused("move", "--before and --after cannot be combined"));
     row("move an attribute before", {u"move"_s, u"A"_s, u"m"_s, u"C"_s, u"--before"_s},
         refused("move", "attributes have no order: --before and --after are for elements"));
 }
@@ -897,7 +898,7 @@ void tst_ToolXml::Set_valueLikeAnOption()
 void tst_ToolXml::Set_newFile()
 {
     QCOMPARE(Run({u"xml"_s, u"set"_s, u"new.xml"_s, u"B"_s, u"c"_s, u"1"_s}),
-             u"! qvutil: new.xml: No such file or directory; --create makes it\n=> 2\n"_s);
+             u"! qvutil: new.xml: No such file or directory; use --create to create it\n=> 2\n"_s);
     QVERIFY(!QFile::exists(mTool->Path(u"new.xml"_s)));
     QCOMPARE(Run({u"xml"_s, u"set"_s, u"new.xml"_s, u"B"_s, u"c"_s, u"1"_s, u"--create"_s}), u"=> 0\n"_s);
     QCOMPARE(mTool->Read(u"new.xml"_s),
@@ -910,7 +911,7 @@ void tst_ToolXml::Set_newFile()
     QCOMPARE(
         Run({u"xml"_s, u"set"_s, u"third.xml"_s, u"/"_s, u"c"_s, u"1"_s, u"--create"_s, u"--root"_s,
              u"a b"_s}),
-        u"! qvutil: \"a b\" is no name of an element or attribute\n! Try 'qvutil xml set --help'.\n=> 2\n"_s);
+        u"! qvutil: \"a b\" is not a valid name of an element or attribute\n! Try 'qvutil xml set --help'.\n=> 2\n"_s);
     QCOMPARE(Run({u"xml"_s, u"set"_s, u"none/new.xml"_s, u"/"_s, u"c"_s, u"1"_s, u"--create"_s}),
              u"! qvutil: none/new.xml: there is no folder none\n=> 2\n"_s);
 }
@@ -938,7 +939,7 @@ void tst_ToolXml::Set_readOnlyFolder()
 void tst_ToolXml::Set_diskFull()
 {
     QCOMPARE(mTool->RunShell(u"trap '' XFSZ; ulimit -f 0; \"$TOOL\" xml set app.xml / version 4"_s).ToText(),
-             u"! qvutil: app.xml: could not be written in full; what was there is kept\n=> 2\n"_s);
+             u"! qvutil: app.xml: could not be written in full; the old content is kept\n=> 2\n"_s);
     QCOMPARE(mTool->Read(u"app.xml"_s), QByteArray(kDocument));
 }
 

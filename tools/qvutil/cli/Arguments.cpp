@@ -46,7 +46,7 @@ QString RequiredName(const CLI::Option& argument)
     return words.join(u' ');
 }
 
-// CLI11 returns the commands of a constant application only through a filter.
+// Without a filter, get_subcommands() returns only the commands that were already parsed.
 const CLI::App* FindCommand(const CLI::App& parent, std::string_view name)
 {
     const auto found = parent.get_subcommands(
@@ -107,7 +107,7 @@ public:
     }
 
 private:
-    // Negative numbers count as texts, not options.
+    // A '-' followed by a digit begins a negative number, not an option.
     static bool StartsWithOption(std::string_view argument)
     {
         return argument.size() > 1 && argument[0] == '-' && (argument[1] < '0' || argument[1] > '9');

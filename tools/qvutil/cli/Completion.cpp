@@ -156,8 +156,8 @@ function __qvutil_values --description 'Values of one kind'
 end
 )sh";
 
-// Returns the patterns of a case statement, for every shell, that match words which lead from one command to
-// the next.
+// Returns patterns "PARENT COMMAND" for a case statement, in the syntax of every shell: words that match
+// lead from a group to one of its commands.
 QStringList Steps(const QList<CommandInfo>& commands, QChar quote)
 {
     QStringList steps;
@@ -175,8 +175,8 @@ QString Quoted(const QString& text)
     return u'\'' + QString(text).replace(u'\'', "'\\''"_L1) + u'\'';
 }
 
-// Returns the kind of values that completion offers for an argument or option, see OfferValues;
-// empty if there is none.
+// Returns the kind of values that completion offers for an argument or option (see OfferValues); empty if it
+// offers none.
 QString OfferedValues(const CommandInfo& command, const OptionInfo& option)
 {
     const QString place = option.Value.isEmpty() ? option.Names.value(0) : option.Value;

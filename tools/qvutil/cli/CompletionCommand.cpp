@@ -20,7 +20,7 @@ struct CompletionOptions
     QString Kind; // the kind of values that a script requests
 };
 
-// Prints one value per line. Leaves out values with control characters, which could be taken for several.
+// Prints one value per line. Omits values with control characters: a line feed would turn one value into two.
 ExitCode PrintValues(const QStringList& values)
 {
     ExitCode code = ExitCode::No;

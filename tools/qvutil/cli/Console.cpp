@@ -21,7 +21,7 @@ using namespace Qt::StringLiterals;
 namespace Quorvin::Tool::Console {
 namespace {
 
-// Work that ends sooner needs no bar.
+// Work that takes less time shows no progress bar.
 constexpr int kBarDelayMs = 1000;
 constexpr qint64 kBarIntervalMs = 60;
 constexpr int kBarWidth = 24;
@@ -67,8 +67,8 @@ void WriteToOutput(const QByteArray& bytes)
         FailToWrite();
 }
 
-// Returns whether a terminal would not show a character but act on it, or could not show it: control
-// characters, characters that change the writing direction, and the two noncharacters.
+// Returns whether a terminal would interpret a character instead of showing it, or cannot show it. These are
+// control characters, characters that change the writing direction, and two noncharacters.
 bool IsControl(QChar c)
 {
     const char16_t code = c.unicode();
@@ -153,7 +153,8 @@ void PrintBytes(const QByteArray& bytes)
     QStringDecoder decoder(QStringDecoder::Utf8, QStringDecoder::Flag::Stateless);
     const QString text = decoder(bytes);
     if (decoder.hasError() || text.contains(QChar::Null))
-        throw Failure(u"standard output"_s, u"bytes are not printed to a terminal; use --json, or a file"_s);
+        throw Failure(u"standard output"_s,
+                      u"binary data is not printed to a terminal; use --json, or redirect the output"_s);
     Print(text);
 }
 

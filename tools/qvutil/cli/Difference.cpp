@@ -91,7 +91,8 @@ private:
         return numbers;
     }
 
-    // Returns how far a path gets on diagonal k (position before minus position after) from its neighbours.
+    // Returns how far a path gets on diagonal k (position before minus position after), starting from the
+    // adjacent diagonals.
     static int Step(const Numbers& reached, int offset, int changes, int k)
     {
         const bool isDown

@@ -184,7 +184,7 @@ QString WrapFooter(const QString& footer, int width)
             continue;
         }
         if (line.endsWith(u':') && !line.startsWith(u' ') && !prose.isEmpty()) {
-            prose += u' ' + line; // the end of a sentence, not a title
+            prose += u' ' + line; // a sentence that ends with a colon, not a title
             flush();
             continue;
         }

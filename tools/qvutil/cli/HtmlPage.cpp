@@ -48,7 +48,7 @@ HtmlPage::HtmlPage(const QString& title, const QString& style)
     mWriter.AddEmpty(u"meta"_s, {{u"charset"_s, u"utf-8"_s}});
     mWriter.AddEmpty(u"meta"_s,
                      {{u"name"_s, u"viewport"_s}, {u"content"_s, u"width=device-width, initial-scale=1"_s}});
-    // A browser loads and runs nothing, even if the page contains foreign text.
+    // The browser must not load or run anything, even if text in the page looks like markup.
     mWriter.AddEmpty(u"meta"_s,
                      {{u"http-equiv"_s, u"Content-Security-Policy"_s},
                       {u"content"_s, u"default-src 'none'; style-src 'unsafe-inline'"_s}});

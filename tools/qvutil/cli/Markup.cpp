@@ -38,7 +38,7 @@ void MarkupWriter::Start(const QString& name, Attributes attributes)
 
 void MarkupWriter::End()
 {
-    // HTML takes <p/> for <p>.
+    // Force an end tag: HTML reads <p/> as the start tag <p>.
     if (mIsEmpty)
         mWriter.writeCharacters(QString());
     mWriter.writeEndElement();

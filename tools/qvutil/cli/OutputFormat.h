@@ -15,7 +15,7 @@ namespace Quorvin::Tool {
 inline void RequireOneFormat(bool isJson, bool isOther, const QString& option)
 {
     if (isJson && isOther)
-        throw UsageFailure(QStringLiteral("--json and %1 exclude each other").arg(option));
+        throw UsageFailure(QStringLiteral("--json and %1 cannot be combined").arg(option));
 }
 
 } // namespace Quorvin::Tool

@@ -66,7 +66,7 @@ Session::Session(Interruption interruption)
 
 Session::~Session()
 {
-    QCoreApplication::sendPostedEvents(); // warnings among them
+    QCoreApplication::sendPostedEvents(); // print the warnings that are still queued
     QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
     QLoggingCategory::setFilterRules({});
     qInstallMessageHandler(mPreviousHandler);

@@ -13,7 +13,7 @@ namespace Quorvin::Tool {
 namespace {
 
 constexpr qsizetype kMaxSuggestions = 3;
-// No name is longer, so comparing longer texts is a waste of time.
+// Longer texts are not compared, because no name is that long.
 constexpr qsizetype kMaxLength = 100;
 
 QString Folded(const QString& text)

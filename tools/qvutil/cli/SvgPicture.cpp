@@ -10,10 +10,10 @@ using namespace Qt::StringLiterals;
 namespace Quorvin::Tool {
 namespace {
 
-// Elsewhere than on a phone, there is room for larger text.
+// The picture is laid out for a phone. Wider displays show it larger, by up to this factor.
 constexpr double kScale = 1.5;
 
-// The width of most letters, relative to their height, is at most this.
+// The assumed width of a letter, relative to its height. Most letters are narrower.
 constexpr double kColumnWidth = 0.61;
 
 QString LightOf(SvgPicture::Ink ink)

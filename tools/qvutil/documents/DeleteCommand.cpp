@@ -55,11 +55,11 @@ void AddDeleteCommand(CommandLine& line, CLI::App& group)
 {
     auto options = std::make_shared<DeleteOptions>();
     const std::string name = "qvutil " + group.get_name() + " delete ";
-    CLI::App& remove = line.AddCommand(group, "delete", "Delete one value, or an element with all below it",
-                                       name + "app.xml Panel/Main Width\n" + name
-                                           + "app.xml List/Item[2]        # the second Item in List\n" + name
-                                           + "app.xml Panel --dry-run     # show what would change",
-                                       [options] { return Delete(*options); });
+    CLI::App& remove = line.AddCommand(
+        group, "delete", "Delete one value, or an element and everything in it",
+        name + "app.xml Panel/Main Width\n" + name + "app.xml List/Item[2]        # the second Item in List\n"
+            + name + "app.xml Panel --dry-run     # show what would change",
+        [options] { return Delete(*options); });
     AddChangeArguments(remove, *options);
     AddText(remove, "PATH", options->Path, kPathDescription)->required();
     AddText(remove, "NAME", options->Name, "Name of one value; the whole element if not given");

@@ -62,7 +62,8 @@ ExitCode DocumentChange::Finish(const Verification& isAsIntended)
                           problem ? problem->Reason : copy.GetLoadError().Text));
     }
     if (isAsIntended && !isAsIntended(copy))
-        throw Failure(Name(), u"the change would not read back from the file; nothing was changed"_s);
+        throw Failure(Name(),
+                      u"the change would be lost when the file is loaded again; nothing was changed"_s);
 
     std::optional<QByteArray> before;
     if (mInput)

@@ -26,7 +26,7 @@ QString ReasonText(const XmlProblem& problem)
         return problem.Offset == 0 ? u"the file is empty"_s
                                    : u"the file ends in the middle of the document"_s;
     case XmlProblemKind::LimitExceeded:
-        return u"nested deeper, or with more text in its entities, than the library takes"_s;
+        return problem.Reason.isEmpty() ? u"a limit of the library is exceeded"_s : problem.Reason;
     case XmlProblemKind::BadEncoding:
     case XmlProblemKind::Malformed:
         break;
@@ -68,10 +68,10 @@ void LoadDocument(Util::XmlFiler& filer, const InputFile& file)
     if (isLoaded)
         return;
     const Util::XmlLoadError error = filer.GetLoadError();
-    if (error.Line == 0) // the content is not the reason
+    if (error.Line == 0) // the reason is not in the content
         throw Failure(file.Name(), error.Text);
     RequireLoadable(file.Name(), file.ReadAll());
-    throw Failure(file.Name(), error.Text); // the file has just been changed
+    throw Failure(file.Name(), error.Text); // another process has changed the file since
 }
 
 void SaveDocument(Util::XmlFiler& filer, const QString& file)
@@ -85,7 +85,7 @@ SaveAttempt::SaveAttempt(const QString& file)
     : mFile(file)
     , mBefore(file)
 {
-    mBefore.stat(); // now, not when it is asked
+    mBefore.stat(); // read the state now, because QFileInfo is lazy
 }
 
 void SaveAttempt::Fail() const
@@ -99,11 +99,11 @@ void SaveAttempt::Fail() const
     QFile probe(mFile);
     if (info.exists() ? !probe.open(QIODevice::Append) : !QFileInfo(info.absolutePath()).isWritable())
         throw Failure(mFile, info.exists() ? probe.errorString() : u"Permission denied"_s);
-    // Where nothing can be created beside a file, the library writes it directly.
+    // The library writes directly if nothing can be created beside the file. The file may then be incomplete.
     const bool isKept = info.exists() == mBefore.exists() && info.size() == mBefore.size()
         && info.lastModified() == mBefore.lastModified();
     throw Failure(mFile,
-                  isKept ? u"could not be written in full; what was there is kept"_s
+                  isKept ? u"could not be written in full; the old content is kept"_s
                          : u"could not be written in full; it now holds a part of the new content"_s);
 }
 

@@ -18,8 +18,9 @@ using Quorvin::Util::XmlFiler;
 namespace Quorvin::Tool {
 namespace {
 
-/// Builds the tree of a part. Elements that only lead to the part have neither attributes nor content, except
-/// the texts beside the part: whether an element is written on a separate line depends on them.
+/// Builds the tree of a part. Elements that only lead to the part get neither attributes nor content. The
+/// exception is text beside the part, because it determines whether the element is written on a separate
+/// line.
 class PartBuilder
 {
 public:

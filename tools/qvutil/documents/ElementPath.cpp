@@ -32,10 +32,10 @@ Step ParseStep(const QString& text)
         isStep = isStep && step.Position >= 1;
     }
     if (!isStep || !IsXmlName(step.Name)) {
-        throw UsageFailure(
-            u"%1 is no step of a path: a step is the name of an element, or a name with a position counted "
-            "from 1, such as Item[2]; there are no wildcards, conditions or '..'"_s.arg(
-                Console::Quoted(text)));
+        throw UsageFailure(u"%1 is not a step of a path: a step is the name of an element, or a name with a "
+                           u"position counted "
+                           "from 1, such as Item[2]; there are no wildcards, conditions or '..'"_s.arg(
+                               Console::Quoted(text)));
     }
     return step;
 }
@@ -281,7 +281,8 @@ PathWalk::Place PathWalk::Enter(const QString& name)
 
 void PathWalk::Leave()
 {
-    // There is no second attempt: the path leads to the first element of each step only.
+    // A path leads to one element per step. If that has ended without the next step, no other element is
+    // tried.
     mIsOver = mIsOver || mDepth == mOnPath;
     --mDepth;
 }
@@ -297,7 +298,7 @@ QString PathWalk::TargetPath() const
 void CheckXmlName(const QString& text)
 {
     if (!IsXmlName(text))
-        throw UsageFailure(u"%1 is no name of an element or attribute"_s.arg(Console::Quoted(text)));
+        throw UsageFailure(u"%1 is not a valid name of an element or attribute"_s.arg(Console::Quoted(text)));
 }
 
 } // namespace Quorvin::Tool

@@ -93,8 +93,9 @@ struct Survey
     QHash<qint64, QString> MixedTexts; ///< of elements that contain elements too, by number
 };
 
-// Reads the whole document before the first element is visited, so that nothing is visited if it is
-// malformed. Collects what a visit needs to know too early: text after the elements in an element.
+// Reads the whole document before the first visit, so that nothing is visited if the document is malformed.
+// Collects the text of elements with mixed content, because an element is visited before its last text has
+// been read.
 Survey MakeSurvey(const QString& name, const QByteArray& document, const ElementPath& path)
 {
     Survey survey;
@@ -122,7 +123,7 @@ Survey MakeSurvey(const QString& name, const QByteArray& document, const Element
     return survey;
 }
 
-/// Makes visits from the nodes of a document.
+/// Visits elements while the nodes of a document are read.
 class StreamedVisit
 {
 public:

@@ -164,7 +164,7 @@ QList<FileProblem> FindChanges(XmlFiler& filer)
         return {{.Kind = FileProblem::Change,
                  .Line = 0,
                  .Column = 0,
-                 .Reason = u"the file would not parse any more once it is saved"_s}};
+                 .Reason = u"the file would no longer parse once it is saved"_s}};
     }
     QList<FileProblem> problems;
     const QList<Entry> after = ListEntries(copy.GetCurrentNode().toElement());
@@ -188,7 +188,8 @@ bool SurelyKeepsValues(const QString& name, const QByteArray& content)
 {
     NodeStream nodes(name, content);
     while (nodes.Next()) {
-        // The library writes a line break behind an instruction, which is part of the text that follows.
+        // When saving, the library writes a line break after an instruction, which changes text that follows
+        // it.
         if (nodes.Node().isProcessingInstruction())
             return false;
     }

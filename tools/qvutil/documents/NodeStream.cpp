@@ -60,9 +60,9 @@ bool NodeStream::Next()
     return false;
 }
 
-// The tree holds no text of white space alone. Whether white space counts as such if it is written as a
-// reference, in a CDATA section or with characters that only Unicode treats as spaces depends on the version
-// of Qt.
+// The tree holds no text that consists of white space. It depends on the version of Qt whether this includes
+// white space that is written as a reference or in a CDATA section, and characters that only Unicode counts
+// as spaces.
 bool NodeStream::HoldsTreeText()
 {
     if (!mReader.text().trimmed().isEmpty())

@@ -54,7 +54,7 @@ QList<Assignment> GetAssignments(const SetOptions& options)
     if (given.size() == 1)
         return {{.Name = {}, .Value = given.front().toUtf8()}};
     if (given.size() % 2 == 1)
-        throw UsageFailure(u"VALUE is required behind the name '%1'"_s.arg(given.back()));
+        throw UsageFailure(u"VALUE is required after the name '%1'"_s.arg(given.back()));
     QList<Assignment> assignments;
     for (qsizetype i = 0; i < given.size(); i += 2)
         assignments.append({.Name = given.at(i), .Value = given.at(i + 1).toUtf8()});
@@ -101,7 +101,7 @@ ExitCode Set(const SetOptions& options)
 
     if (!options.Create && options.File != "-"_L1 && !options.File.isEmpty()
         && !QFileInfo::exists(options.File))
-        throw Failure(options.File, u"No such file or directory; --create makes it"_s);
+        throw Failure(options.File, u"No such file or directory; use --create to create it"_s);
     DocumentChange change(options, options.Create ? options.Root : QString());
     XmlFiler& filer = change.Filer();
     path.Create(filer, options.NewElement ? ElementPath::LastStep::IsNew : ElementPath::LastStep::IsReused);
@@ -141,9 +141,9 @@ void AddSetCommand(CommandLine& line, CLI::App& group, MissingFile missing, cons
         ->type_name("FILE");
     set.add_flag("--new", options->NewElement, "Append a new element even if there is one of that name");
     if (missing == MissingFile::IsError)
-        set.add_flag("--create", options->Create, "Make the file if it does not exist");
+        set.add_flag("--create", options->Create, "Create the file if it does not exist");
     AddText(set, "--root", options->Root,
-            "Name of the root element if the file is made; " + root + " if not given")
+            "Name of the root element if the file is created; " + root + " if not given")
         ->type_name("NAME");
 }
 

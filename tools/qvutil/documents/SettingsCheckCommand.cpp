@@ -67,7 +67,7 @@ ExitCode Check(const CheckOptions& options)
 void AddSettingsCheckCommand(CommandLine& line, CLI::App& group)
 {
     auto options = std::make_shared<CheckOptions>();
-    CLI::App& check = line.AddCommand(group, "check", "Tell whether settings files are whole and readable",
+    CLI::App& check = line.AddCommand(group, "check", "Check that settings files are complete and readable",
                                       "qvutil settings check app.xml\n"
                                       "qvutil settings check ~/.config/*/*.xml --json",
                                       [options] { return Check(*options); });

@@ -67,7 +67,7 @@ private:
     {
         const QString where = ElementPath::Of(element);
         if (hasText && !element.firstChildElement().isNull())
-            mContent.Problems.append(where + u": the places of text between elements are not kept"_s);
+            mContent.Problems.append(where + u": the positions of text between elements are not kept"_s);
         int comments = 0;
         int instructions = 0;
         for (QDomNode child = element.firstChild(); !child.isNull(); child = child.nextSibling()) {
@@ -84,7 +84,7 @@ private:
     SettingsContent& mContent;
 };
 
-// Replaces an element's own text, and keeps the elements in it.
+// Replaces the text of an element, but keeps its child elements.
 void SetText(QDomElement element, const QString& text, bool isSection)
 {
     for (QDomNode child = element.firstChild(); !child.isNull();) {
@@ -132,7 +132,7 @@ void AddSetting(SettingsContent& content, const Setting& setting, const QString&
     const QString line = Console::Visible(where) + u": "_s;
     if (setting.Kind == Setting::Attribute && !IsXmlName(setting.Name)) {
         content.Problems.append(
-            line + u"%1 is no name of an element or attribute"_s.arg(Console::Quoted(setting.Name)));
+            line + u"%1 is not a valid name of an element or attribute"_s.arg(Console::Quoted(setting.Name)));
         return;
     }
     try {

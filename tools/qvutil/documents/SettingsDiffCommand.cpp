@@ -52,7 +52,7 @@ ExitCode Diff(const DiffOptions& options)
 void AddSettingsDiffCommand(CommandLine& line, CLI::App& group)
 {
     auto options = std::make_shared<DiffOptions>();
-    CLI::App& diff = line.AddCommand(group, "diff", "Compare two settings files by what they say",
+    CLI::App& diff = line.AddCommand(group, "diff", "Compare the contents of two settings files",
                                      "qvutil settings diff app.xml backup/app.xml\n"
                                      "qvutil settings diff app.xml backup/app.xml --json | jq length",
                                      [options] { return Diff(*options); });

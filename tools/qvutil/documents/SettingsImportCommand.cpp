@@ -46,7 +46,7 @@ void CheckRoot(const QString& wanted, const QString& root, const QString& file)
 {
     if (!wanted.isEmpty() && wanted != root) {
         throw Failure(file,
-                      u"the root element is %1, not %2; --replace replaces all that the file holds"_s.arg(
+                      u"the root element is %1, not %2; use --replace to replace the whole content"_s.arg(
                           root, wanted));
     }
 }
@@ -103,10 +103,11 @@ void AddSettingsImportCommand(CommandLine& line, CLI::App& group)
     AddText(command, "--format,-f", options->Format,
             "json or ini; if not given, the suffix of SOURCE decides: .json, .ini or .conf")
         ->type_name("FORMAT");
-    command.add_flag("--replace", options->Replace, "Remove what FILE holds so far");
-    command.add_flag("--skip", options->Skip, "Import the rest if some values have no form in a document");
+    command.add_flag("--replace", options->Replace, "Replace the whole content of FILE");
+    command.add_flag("--skip", options->Skip,
+                     "Import the rest if some values cannot be stored in a document");
     AddText(command, "--root", options->Root,
-            "Name of the root element if the file is made or replaced; by default as in SOURCE, or Settings")
+            "Root element if the file is created or replaced; by default as in SOURCE, or Settings")
         ->type_name("NAME");
 }
 

@@ -50,7 +50,7 @@ QString KeyOf(const QString& path, const QString& name)
     return path.isEmpty() ? name : path + u'/' + name;
 }
 
-// Returns the bytes that the library reads from a section, if it would write the same section for them.
+// Returns the bytes that the library reads from a CDATA section, if it would write them as the same section.
 std::optional<QByteArray> BytesOf(const QString& section)
 {
     const QByteArray encoded = section.toLatin1();
@@ -111,7 +111,7 @@ void AddKey(SettingsContent& content, const QString& key, const QVariant& value)
     }
     const auto text = TextOfVariant(value);
     if (!text) {
-        content.Problems.append(u"%1: a value of the type %2 has no form in a document"_s.arg(
+        content.Problems.append(u"%1: a value of the type %2 cannot be stored in a document"_s.arg(
             Console::Visible(key), value.isValid() ? QString::fromLatin1(value.typeName()) : u"@Invalid"_s));
         return;
     }

@@ -103,8 +103,9 @@ public:
         }
         if (!value.isObject()) {
             mContent.Problems.append(Console::Visible(path)
-                                     + (value.isNull() ? u": null is no value of a document"_s
-                                                       : u": a list in a list is no value of a document"_s));
+                                     + (value.isNull()
+                                            ? u": null cannot be stored in a document"_s
+                                            : u": a list in a list cannot be stored in a document"_s));
             return;
         }
         const QJsonObject object = value.toObject();
@@ -135,7 +136,7 @@ private:
         if (!IsXmlName(key)) {
             mContent.Problems.append(
                 Console::Visible(where)
-                + u": %1 is no name of an element or attribute"_s.arg(Console::Quoted(key)));
+                + u": %1 is not a valid name of an element or attribute"_s.arg(Console::Quoted(key)));
             return;
         }
         if (!value.isArray()) {
@@ -173,7 +174,7 @@ SettingsContent FromJson(const QByteArray& text, const QString& file)
         throw Failure(file, u"byte %1: %2"_s.arg(error.offset).arg(error.errorString()));
     const QJsonObject object = document.object();
     if (object.size() != 1 || object.begin().value().isArray() || !IsXmlName(object.begin().key()))
-        throw Failure(file, u"is not an object with one member, which is named after the root element"_s);
+        throw Failure(file, u"is not an object with a single member, the root element"_s);
     SettingsContent content{.Root = object.begin().key(), .Settings = {}, .Problems = {}};
     JsonReader(content).ReadElement(object.begin().value(), {});
     return content;

@@ -44,7 +44,7 @@ ExitCode List(const ListOptions& options)
 void AddSettingsListCommand(CommandLine& line, CLI::App& group)
 {
     auto options = std::make_shared<ListOptions>();
-    CLI::App& list = line.AddCommand(group, "list", "Print all settings, one a line",
+    CLI::App& list = line.AddCommand(group, "list", "Print all settings, one per line",
                                      "qvutil settings list app.xml\n"
                                      "qvutil settings list app.xml Panel/Main --json",
                                      [options] { return List(*options); });

@@ -89,7 +89,7 @@ Value SizeValue(const QSize& value)
             .Json = QJsonObject{{u"width"_s, value.width()}, {u"height"_s, value.height()}}};
 }
 
-// A read that returns the same value for two different defaults has found the value.
+// If a read returns the same value for two different defaults, the value exists.
 template <typename Type, typename Read> std::optional<Type> Found(Read read, const Type& a, const Type& b)
 {
     const Type first = read(a);

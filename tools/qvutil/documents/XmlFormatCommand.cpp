@@ -42,10 +42,10 @@ ExitCode Format(const FormatOptions& options)
 void AddXmlFormatCommand(CommandLine& line, CLI::App& group)
 {
     auto options = std::make_shared<FormatOptions>();
-    CLI::App& command = line.AddCommand(group, "format", "Write documents as the library writes them",
+    CLI::App& command = line.AddCommand(group, "format", "Rewrite documents in the library's format",
                                         "qvutil xml format ui/*.xml\n"
-                                        "qvutil xml format ui/*.xml --dry-run   # in a build: fails if one "
-                                        "is formatted otherwise",
+                                        "qvutil xml format ui/*.xml --dry-run   # in a build: fails if a "
+                                        "file is not formatted",
                                         [options] { return Format(*options); });
     AddExplanation(command,
                    "The result is UTF-8, indented by four spaces per level, with attributes sorted by name.\n"

@@ -142,7 +142,7 @@ void AddXmlListCommand(CommandLine& line, CLI::App& group)
                                      [options] { return List(*options); });
     AddPartArguments(list, *options);
     AddNumber(list, "--depth", options->Depth, {.Min = 0, .Max = kMaxElementDepth},
-              "Levels to go down below the element; all if not given")
+              "Maximum number of levels below the element; all if not given")
         ->type_name("LEVELS");
 }
 

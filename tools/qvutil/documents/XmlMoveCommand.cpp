@@ -29,7 +29,7 @@ void MoveAttribute(QDomElement element, const QString& name, QDomElement target,
     if (element == target)
         return;
     if (target.hasAttribute(name))
-        throw Failure(file, u"%1 has an attribute %2 already"_s.arg(ElementPath::Of(target), name));
+        throw Failure(file, u"%1 already has an attribute %2"_s.arg(ElementPath::Of(target), name));
     target.setAttribute(name, element.attribute(name));
     element.removeAttribute(name);
 }
@@ -61,7 +61,7 @@ ExitCode Move(const MoveOptions& options)
     if (options.NameAndTarget.size() > 2)
         throw UsageFailure(u"unexpected argument '%1'"_s.arg(options.NameAndTarget.at(2)));
     if (options.Before && options.After)
-        throw UsageFailure(u"--before and --after exclude each other"_s);
+        throw UsageFailure(u"--before and --after cannot be combined"_s);
     if (hasName && (options.Before || options.After))
         throw UsageFailure(u"attributes have no order: --before and --after are for elements"_s);
     const ElementPath path(options.Path);
@@ -90,16 +90,16 @@ void AddXmlMoveCommand(CommandLine& line, CLI::App& group)
 {
     auto options = std::make_shared<MoveOptions>();
     CLI::App& command = line.AddCommand(
-        group, "move", "Move an element with all below it, or an attribute, to another element",
+        group, "move", "Move an element and everything in it, or an attribute, to another element",
         "qvutil xml move app.xml Panel/Main Window          # becomes the last element in Window\n"
         "qvutil xml move app.xml List/Item[3] List/Item --before\n"
         "qvutil xml move app.xml Panel/Main Width Window    # moves the attribute Width",
         [options] { return Move(*options); });
-    AddExplanation(command, "Both paths mean elements as they are before the change. TARGET must exist.");
+    AddExplanation(command, "Both paths are resolved before anything changes. TARGET must exist.");
     AddChangeArguments(command, *options);
     AddText(command, "PATH", options->Path, kPathDescription)->required();
     AddTexts(command, "TARGET", options->NameAndTarget,
-             "Name of the attribute, if it is one, and the path of the element to move into")
+             "Name of the attribute, if one is moved, and path of the element to move into")
         ->required()
         ->type_name("[NAME] TARGET");
     command.add_flag("--before", options->Before, "Move the element in front of TARGET, not into it");

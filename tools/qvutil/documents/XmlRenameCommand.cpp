@@ -27,7 +27,7 @@ void RenameAttribute(QDomElement element, const QString& name, const QString& ne
     if (name == newName)
         return;
     if (element.hasAttribute(newName)) {
-        throw Failure(file, u"%1 has an attribute %2 already"_s.arg(ElementPath::Of(element), newName));
+        throw Failure(file, u"%1 already has an attribute %2"_s.arg(ElementPath::Of(element), newName));
     }
     const QString value = element.attribute(name);
     element.removeAttribute(name);
@@ -60,13 +60,13 @@ void AddXmlRenameCommand(CommandLine& line, CLI::App& group)
 {
     auto options = std::make_shared<RenameOptions>();
     CLI::App& command
-        = line.AddCommand(group, "rename", "Give an element or an attribute another name",
+        = line.AddCommand(group, "rename", "Rename an element or an attribute",
                           "qvutil xml rename app.xml Panel/Main Centre        # the element\n"
                           "qvutil xml rename app.xml Panel/Main Width Breadth # an attribute of it",
                           [options] { return Rename(*options); });
     AddChangeArguments(command, *options);
     AddText(command, "PATH", options->Path, kPathDescription)->required();
-    AddTexts(command, "NEWNAME", options->Names, "Name of the attribute, if it is one, and the new name")
+    AddTexts(command, "NEWNAME", options->Names, "Name of the attribute, if one is renamed, and the new name")
         ->required()
         ->type_name("[NAME] NEWNAME");
 }

@@ -18,8 +18,8 @@ using Quorvin::Util::Internal::BooleanExpressionText;
 namespace Quorvin::Tool {
 namespace {
 
-// Limits of the search for operands that are never consulted: number of evaluations, and of the characters
-// that they read. Together they take some tenths of a second.
+// Limits for the search for operands that are never consulted: number of evaluations, and of characters read
+// by them. At these limits, the search takes some tenths of a second.
 constexpr qsizetype kMaxEvaluations = 10'000;
 constexpr qsizetype kMaxCharacters = 5'000'000;
 
@@ -64,7 +64,7 @@ public:
             mAnswers.append(false);
         return *mKnown.insert(operand, mAnswers.at(mUsed++));
     }
-    /// \return false if there is no other way
+    /// \return false if there is no further combination
     [[nodiscard]] bool Advance()
     {
         while (!mAnswers.isEmpty() && mAnswers.last())
@@ -172,7 +172,7 @@ QString ExpressionOutline::WhyNoOperand(Range operatorRange) const
                                   : u"an operand is missing beside this operator"_s;
 }
 
-// Adds a list to the parts, and its entries to the pending ones.
+// Adds a list to the parts, and its entries to the pending parts.
 void ExpressionOutline::AddList(const BooleanExpressionText::Ranges& parts, Range content, int depth)
 {
     mParts.append({Part::List, content, depth});

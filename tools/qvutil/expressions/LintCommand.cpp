@@ -60,7 +60,7 @@ public:
 
     [[nodiscard]] ExitCode Finish()
     {
-        if (mCount == 0) // otherwise a misspelled attribute name would look like a clean result
+        if (mCount == 0) // otherwise a misspelt attribute name would give "no problems"
             throw Failure({}, u"there is no expression to check"_s);
         mReport.Finish([this] {
             if (mFound == 0)
@@ -91,7 +91,7 @@ private:
                 continue;
             if (const QString reason = WhyForeign(name); !reason.isEmpty())
                 problems.append({ExpressionProblem::Foreign, part.Where, reason});
-            else if (!mOptions.Known.isEmpty()) // a list without names counts too
+            else if (!mOptions.Known.isEmpty()) // given, even if it contains no name
                 problems.append({ExpressionProblem::Unknown, part.Where, u"this operand is unknown"_s});
         }
     }
@@ -187,7 +187,7 @@ void AddExprLintCommand(CommandLine& line, CLI::App& group)
         "unless --known lists them. Expressions know '&', '|' and parentheses only.\n"
         "If there is no expression to check, the exit code is 2: check the names after --attribute.");
     AddTexts(lint, "EXPRESSION", options->Expressions, "Expression to check");
-    AddTexts(lint, "--file", options->Files, "File with one expression a line; - for standard input");
+    AddTexts(lint, "--file", options->Files, "File with one expression per line; - for standard input");
     AddTexts(lint, "--xml", options->XmlFiles, "XML file with expressions in attributes");
     AddTexts(lint, "--attribute", options->Attributes, "Name of the attributes to check, with --xml");
     AddTexts(lint, "--known", options->Known, "Known operands, separated by commas; others are reported");

@@ -10,7 +10,7 @@ using namespace Qt::StringLiterals;
 namespace Quorvin::Tool {
 namespace {
 
-// A wide table scrolls beside its results, which stay in sight.
+// A wide table scrolls sideways; the column of results stays visible.
 constexpr const char16_t* kStyle
     = uR"css(.expression { background: var(--card); padding: .5rem .75rem; border-radius: .4rem }
 .table { overflow-x: auto; margin: 1rem 0; border: 1px solid var(--line); border-radius: .4rem;

@@ -114,7 +114,9 @@ ExitCode CarryOut(const QStringList& plan, bool json)
         const bool isFolder = QFileInfo(path).isDir();
         if (isFolder ? QDir().rmdir(path) : DeleteFile(path)) {
             gone.append(path);
-        } else if (!isFolder || EverythingIn(path).isEmpty()) { // a folder that is not empty is not the cause
+        } else if (!isFolder
+                   || EverythingIn(path)
+                          .isEmpty()) { // otherwise an entry in the folder is the cause, and is reported
             Console::ReportError(path, u"could not be deleted"_s);
             code = ExitCode::Error;
         }
@@ -123,7 +125,7 @@ ExitCode CarryOut(const QStringList& plan, bool json)
     return code;
 }
 
-// A slip of the keyboard must not delete everything.
+// A typing mistake must not delete everything.
 void RejectPreciousFolder(const FilesOptions& options)
 {
     const QString folder = QFileInfo(options.Folder).canonicalFilePath();

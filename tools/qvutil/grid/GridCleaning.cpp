@@ -68,7 +68,8 @@ QList<ProcessInfo> RemoveDeadEntries(const QList<ProcessInfo>& processes, GridCl
     return alive;
 }
 
-// \return the correct content of the registry; nothing if it is correct, or is another program's memory
+// Returns the corrected content of a registry; nothing if it is already correct, or if the memory belongs to
+// another program.
 std::optional<QByteArray> CleanEntries(const QByteArray& before, GridCleaning& cleaning)
 {
     QByteArray after
@@ -83,7 +84,7 @@ std::optional<QByteArray> CleanEntries(const QByteArray& before, GridCleaning& c
 bool CleanRegistry(const QString& grid, GridCleaning& cleaning)
 {
     if (!ReadGridSegment(grid))
-        return true; // attaching to missing memory would create its lock
+        return true; // attaching to missing shared memory would create its semaphore
     {
         QSharedMemory memory(grid);
         if (!memory.attach(QSharedMemory::ReadWrite) || !memory.lock())

@@ -34,7 +34,7 @@ struct Arrow
     [[nodiscard]] qsizetype Bottom() const { return std::max(From, To); }
 };
 
-// Short arrows come first, so that long ones are drawn around them. Arrows in one lane do not meet.
+// Places short arrows first, so that long ones run outside them. Arrows in one lane do not touch.
 QList<Arrow> FindArrows(const GridSnapshot& snapshot)
 {
     QList<Arrow> arrows;

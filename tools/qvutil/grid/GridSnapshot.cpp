@@ -64,7 +64,7 @@ qsizetype EntrySize(const ProcessInfo& process)
         + process.ServerName.size() * qsizetype(sizeof(char16_t));
 }
 
-// If the registry's count is too high, zero bytes are read as members. Such a member is nobody.
+// If the registry's count is too high, zero bytes are read as further members, which do not exist.
 bool IsNobody(const ProcessInfo& process)
 {
     return process.ProcessId == 0 && process.ServerName.isEmpty();
@@ -128,7 +128,7 @@ bool IsSocket(const QString& path)
     return ::lstat(QFile::encodeName(path).constData(), &file) == 0 && S_ISSOCK(file.st_mode);
 }
 
-// If the system does not report which processes listen, assume that none does if the process has ended.
+// If the process has ended and the system does not report who listens, assume that no process does.
 bool IsStale(const QString& path, qint64 processId)
 {
     if (Util::GeneralUtil::IsProcessRunning(processId))
@@ -160,7 +160,8 @@ std::optional<QList<GridLinks>> FindLinks(const QList<GridMember>& members)
     return all;
 }
 
-// Returns the registry's lock for the name of a file: both names contain the digest of the grid's name.
+// Returns the lock file that belongs to a shared memory file. Both names contain the digest of the grid's
+// name.
 QString LockFileOf(const QString& memoryFile)
 {
     const QString digest = memoryFile.last(kDigestSize);
@@ -168,10 +169,12 @@ QString LockFileOf(const QString& memoryFile)
     return ofNothing.left(ofNothing.size() - kDigestSize - kLockFileEnd.size()) + digest + kLockFileEnd;
 }
 
-// Finds the grids in whose registry members have an entry.
+// Adds the names of the grids whose members have entries in the registry. Only the members' server names
+// contain them.
 void AddGridsWithEntries(const QString& memoryFile, QSet<QString>& grids)
 {
-    // Hold the lock: while the memory is attached here, its last member would not destroy it.
+    // Hold the lock, so that no member leaves meanwhile: the last one cannot destroy memory that is attached
+    // here.
     const QString lockFile = LockFileOf(memoryFile);
     if (!QFile::exists(lockFile))
         return; // another program's memory, or a grid that has just ended
@@ -273,7 +276,8 @@ GridSnapshot InspectGrid(const QString& grid)
 
 QStringList FindGrids()
 {
-    // Only the members' entries and sockets contain the grid's name; all other files have a digest of it.
+    // Only entries of members and the names of their sockets contain the grid's name. The names of all other
+    // files contain a digest of it.
     const QDir folder(QDir::tempPath());
     QSet<QString> candidates;
     const QStringList files = folder.entryList(QDir::Files | QDir::System | QDir::Hidden);

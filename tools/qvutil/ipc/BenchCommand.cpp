@@ -37,7 +37,7 @@ that follows them is answered. A server has one client: the tool displaces the c
 // The first requests are not measured: processors and allocators take some time to warm up.
 constexpr int kWarmUp = 20;
 
-// Maximum number of queued messages. After as many, the command waits until one is written.
+// Maximum number of queued messages. When it is reached, the command waits until one has been written.
 constexpr int kMaxQueued = 1000;
 
 struct BenchOptions
@@ -114,8 +114,8 @@ private:
         return result;
     }
 
-    // A server handles messages in order: when it answers the last one, a request, it has received all of
-    // them.
+    // A server handles messages in order: once it answers the request at the end, it has received all
+    // messages.
     Result SendAll()
     {
         QElapsedTimer whole;

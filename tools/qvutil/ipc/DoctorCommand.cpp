@@ -29,7 +29,7 @@ constexpr int kDefaultTimeoutMs = 2000;
 constexpr int kAcceptMs = 500;
 constexpr int kLookAgainMs = 50;
 
-// A name that no application gives to its requests. Servers answer unknown requests without parameters.
+// No application uses this name for its requests. A server answers an unknown request without parameters.
 constexpr QStringView kQuestion = u"qvutil.doctor";
 
 struct DoctorOptions
@@ -81,8 +81,8 @@ std::optional<Visit> ProbeServer(const DoctorOptions& options, QList<EndpointPro
     return visit;
 }
 
-// Returns the processes that own the socket and that are connected to it. A healthy server accepts
-// connections at once. A waiting connection counts only after some time, because the server may be busy.
+// Returns the processes that own the socket or are connected to it. If a connection is waiting, looks again
+// for some time: a healthy server accepts connections at once, but may be busy.
 std::optional<EndpointProcesses> FindProcesses(const Endpoint& endpoint)
 {
     if (endpoint.Listening != Endpoint::Yes)
@@ -254,8 +254,8 @@ void AddDoctorCommand(CommandLine& line, CLI::App& group)
     auto options = std::make_shared<DoctorOptions>();
     CLI::App& doctor
         = line.AddCommand(group, "doctor",
-                          "Tell what is wrong with a server's name, file and process; the exit code is 1 if "
-                          "anything is",
+                          "Find problems with a server's name, file and process; the exit code is 1 if there "
+                          "are any",
                           "qvutil ipc doctor viewer\n"
                           "qvutil ipc doctor viewer --connect --json",
                           [options] { return Diagnose(*options); });

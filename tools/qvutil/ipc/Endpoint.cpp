@@ -26,8 +26,8 @@ using namespace Qt::StringLiterals;
 namespace Quorvin::Tool {
 namespace {
 
-// Servers have stream sockets. The system refuses to connect a socket of another type, with an error that
-// shows whether a process owns the server's socket. The server does not notice.
+// Tries to connect a datagram socket. The system refuses, because servers have stream sockets, but its error
+// shows whether a process listens. The server notices nothing.
 Endpoint::Answer AskWhetherListening(const QByteArray& path)
 {
     sockaddr_un address = {};

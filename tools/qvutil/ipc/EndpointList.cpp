@@ -55,7 +55,8 @@ EndpointEntry InspectEntry(const Endpoint& endpoint, const SocketSnapshot& socke
         return entry;
     if (entry.Processes->IsListening)
         entry.Listening = Endpoint::Yes;
-    else if (entry.Listening == Endpoint::Yes) // has just ended, or is in a container with its own list
+    else if (entry.Listening
+             == Endpoint::Yes) // the server has just ended, or is in a container with a separate list
         entry.Listening = InspectEndpoint(endpoint.Path).Listening;
     if (!entry.Processes->IsListening && entry.Listening == Endpoint::Yes)
         entry.Processes.reset();
@@ -71,7 +72,7 @@ QList<Endpoint> FindEndpoints()
     QList<Endpoint> endpoints;
     const QStringList folders = EndpointFolders();
     for (const QString& folder : folders) {
-        if (folder.isEmpty()) // as Qt gives a path that leads nowhere
+        if (folder.isEmpty()) // Qt returns an empty canonical path for a missing folder
             throw Failure(qEnvironmentVariable("TMPDIR"), u"there is no such folder"_s);
         if (!QFileInfo(folder).isReadable())
             throw Failure(folder, u"the folder cannot be read"_s);
@@ -159,7 +160,7 @@ QStringList EndpointFolders()
 QList<EndpointEntry> ListEndpoints(bool withOthers)
 {
     const QList<Endpoint> endpoints = FindEndpoints();
-    // Taken after the endpoints were found, so that it has the sockets of servers that have just started.
+    // Take the snapshot after finding the endpoints, so that it contains servers that have just started.
     const SocketSnapshot sockets;
     QList<EndpointEntry> entries;
     for (const Endpoint& endpoint : endpoints) {

@@ -27,9 +27,9 @@
 
 using namespace Qt::StringLiterals;
 
-// The kernel's list of sockets, requested over netlink, contains the file that each socket belongs to. (The
-// list in /proc contains the path at which a socket was created, and servers are renamed afterwards.) The
-// processes that own a socket are found through their open files.
+// The kernel's list of sockets, requested over netlink, identifies the file of each socket. (/proc/net/unix
+// only has the path at which a socket was created, and the library renames sockets afterwards.) The open
+// files of all processes show which processes own a socket.
 namespace Quorvin::Tool {
 namespace {
 

@@ -58,7 +58,7 @@ void Forwarder::Take()
 
 void Forwarder::OnWritten()
 {
-    if (mFrom.bytesAvailable() > 0) // not read while too much was queued
+    if (mFrom.bytesAvailable() > 0) // bytes that were left unread while too many were queued
         QTimer::singleShot(0, &mContext, [this] { Take(); });
     else
         FinishIfDone();

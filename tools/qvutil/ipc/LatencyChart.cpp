@@ -23,7 +23,7 @@ constexpr double kTop = 122;
 constexpr double kBottom = 270;
 constexpr double kHeight = 354;
 constexpr double kSmall = 11;
-// Numbers below the bars that are closer would touch.
+// Minimum distance of the numbers below the bars, so that they do not touch.
 constexpr double kMinTickDistance = 52;
 
 // 0.9 µs, 12 µs, 3.4 ms, 2 s

@@ -79,7 +79,7 @@ public:
                          [this](const MessageInfo& message) { mSession.Do([&] { Take(message); }); });
     }
 
-    // Stop the worker first: its clients disconnect, and the slots for that use members of this object.
+    // Stop the worker first: that disconnects its client, and the connected slots use members of this object.
     ~Listener() { mWorker.Stop(); }
     Q_DISABLE_COPY_MOVE(Listener)
 

@@ -127,7 +127,7 @@ public:
     }
 
 private:
-    // Serves one client at a time, the newest, as a server does.
+    // Like a server, serves one client at a time: the newest.
     void Accept()
     {
         std::unique_ptr<QLocalSocket> client(mServer.nextPendingConnection());

@@ -73,7 +73,7 @@ bool ServerLink::TryToConnect(QDeadlineTimer deadline)
 
 QString ServerLink::WhyNotConnected() const
 {
-    // This is no error: connections wait in the server's queue, which is full.
+    // While the server's queue is full, QLocalSocket keeps trying and reports no error.
     return mSocket.state() == QLocalSocket::ConnectingState
         ? u"the server did not accept the connection in time"_s
         : u"cannot connect: "_s + mSocket.errorString();

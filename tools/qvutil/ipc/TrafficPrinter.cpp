@@ -34,7 +34,7 @@ void TrafficPrinter::Take(const QByteArray& bytes)
     const bool wasPending = !mPending.isEmpty();
     mPending += bytes;
     ++mPendingReads;
-    // Do not parse the beginning of a large frame again with each of its parts, which would take too long.
+    // Parsing a large frame from its beginning whenever another part arrives would take too long.
     const bool hasNewStart = mPending.indexOf(kFrameStartBytes, newStart) >= 0;
     const bool mayEndHere
         = QByteArrayView(mPending).last(std::min<qsizetype>(mPending.size(), 16)).trimmed().endsWith('>');

@@ -19,11 +19,12 @@ QString Clean(const QString& path, const PathOptions&)
 
 void AddPathCleanCommand(CommandLine& line, CLI::App& group)
 {
-    AddPathConversion(line, group, "clean",
-                      "Print paths as the library compares them: without a single leading slash",
-                      "qvutil path clean /Users/a/b/      # Users/a/b\n"
-                      "qvutil path clean 'C:\\x\\..\\y'      # C:/y",
-                      &Clean);
+    AddPathConversion(
+        line, group, "clean",
+        "Print paths in the form that the library compares, in which a single leading slash is removed",
+        "qvutil path clean /Users/a/b/      # Users/a/b\n"
+        "qvutil path clean 'C:\\x\\..\\y'      # C:/y",
+        &Clean);
 }
 
 } // namespace Quorvin::Tool
