@@ -512,7 +512,8 @@ void tst_GeneralUtilFiles::DeleteFiles_readOnlyFile()
     QCOMPARE(Tree(), QStringList());
 }
 
-// In a folder that is not writable, no file can be deleted, so that the changed permissions show.
+// In a folder that is not writable, the file cannot be deleted, so that its changed permissions can be
+// checked.
 void tst_GeneralUtilFiles::DeleteFiles_readOnlyFileIsMadeWritableFirst()
 {
     QVERIFY(Make({u"d/a"_s, u"d/sub/b"_s}));

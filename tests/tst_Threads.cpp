@@ -15,7 +15,7 @@
 using namespace Qt::StringLiterals;
 using namespace Quorvin::Util;
 
-// Uses in several threads at once what is documented as thread-safe, for the thread sanitizer.
+// Calls operations that are documented as thread-safe in several threads at once, for the thread sanitizer.
 class tst_Threads : public QObject
 {
     Q_OBJECT

@@ -6,7 +6,7 @@
 
 cmake_minimum_required(VERSION 3.23)
 
-# All of them must be exported. The second list has virtual functions.
+# The public classes, which must all be exported. Those in the second list have virtual functions.
 set(classes BooleanExpressionEvaluator Quorvin::Util::GeneralUtil Quorvin::Util::LocaleUtil
     Quorvin::Util::StringUtil Quorvin::Util::XlfTranslator)
 set(polymorphic Quorvin::Util::IMessageResponder Quorvin::Util::IPCManager Quorvin::Util::Settings

@@ -450,7 +450,8 @@ void tst_PlatformMac::IsProcessRunning_asksAppKit()
 {
     Doubles::WatchRunningApplications({4711});
     QVERIFY(GeneralUtil::IsProcessRunning(4711));
-    QVERIFY(!GeneralUtil::IsProcessRunning(QCoreApplication::applicationPid())); // a command-line tool
+    QVERIFY(!GeneralUtil::IsProcessRunning(
+        QCoreApplication::applicationPid())); // AppKit does not know command-line programs
 }
 
 // Loaded libraries

@@ -599,7 +599,7 @@ void tst_Grid::LockFile_heldTooLong()
     Platform::UnlockFile(lock);
     QVERIFY(!Registry(grid).Attach());
 
-    QCOMPARE(member.CreateGridConnection(grid, kReadWrite), true); // tries again
+    QCOMPARE(member.CreateGridConnection(grid, kReadWrite), true); // registers the process after all
     QCOMPARE(ProcessIds(member.ReadFromSharedMemory()), QList<qint64>{QCoreApplication::applicationPid()});
 }
 
@@ -824,8 +824,8 @@ void tst_Grid::Messages_oneHop()
     QVERIFY(!first.WaitForLine(u"joined"_s).isEmpty());
     Peer second({u"grid"_s, grid});
     QVERIFY(!second.WaitForLine(u"linked"_s).isEmpty());
-    // The manager displaces the second member at the first one's server. Unless stopped, the second one would
-    // reconnect.
+    // The manager displaces the second member as the client of the first. Stop the second member, so that it
+    // does not reconnect.
     QVERIFY(second.Freeze());
     IPCManager manager;
     manager.CreateGridConnection(grid, kReadWrite);

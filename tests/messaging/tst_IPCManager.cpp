@@ -371,11 +371,11 @@ void tst_IPCManager::IsServerListening()
     IPCManager manager;
     QVERIFY(manager.StartServer(name, kReadWrite));
     EVENTUALLY(manager.IsServerListening());
-    QLocalSocket client; // the only attempt succeeds
+    QLocalSocket client; // connects without retrying
     client.connectToServer(name);
     QCOMPARE(client.state(), QLocalSocket::ConnectedState);
     EVENTUALLY(manager.IsConnectedToAnyClient());
-    QCOMPARE(manager.IsServerListening(), true); // with a client
+    QCOMPARE(manager.IsServerListening(), true); // also while it has a client
     manager.StopServer();
     QCOMPARE(manager.IsServerListening(), false);
     QVERIFY(manager.StartServer(UniqueName(), kReadWrite));
@@ -400,7 +400,7 @@ void tst_IPCManager::IsServerListening_socketDeleted()
     Pair pair;
     QVERIFY(pair.Ok);
     QVERIFY(QFile::remove(SocketPath(pair.Name)));
-    EVENTUALLY_EQUAL(TestSupport::LogGuard::Messages().size(), 1); // a new socket has the name
+    EVENTUALLY_EQUAL(TestSupport::LogGuard::Messages().size(), 1); // the server listens on a new socket
     EVENTUALLY(pair.Server.IsServerListening());
     QCOMPARE(pair.Server.IsConnectedToAnyClient(), true);
     QCOMPARE(pair.ClientLeft.count(), 0);

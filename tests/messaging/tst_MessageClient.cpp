@@ -276,7 +276,7 @@ void tst_MessageClient::ConnectToServer_modes()
     }
 }
 
-// Between the connection and its announcement, the state of the socket is what counts.
+// IsConnected returns the state of the socket, even before the connection is announced.
 void tst_MessageClient::IsConnected_beforeAnnounced()
 {
     const QString name = UniqueName();

@@ -561,7 +561,7 @@ void tst_MessageEncoding::ReadBase64_data()
     QTest::newRow("wrong before the padding") << QByteArray("A*==") << false;
 }
 
-// Where it succeeds, its result equals Qt's; everything else is left to Qt.
+// Where ReadBase64 succeeds, the result equals Qt's. It rejects everything else, which is then left to Qt.
 void tst_MessageEncoding::ReadBase64()
 {
     QFETCH(const QByteArray, text);

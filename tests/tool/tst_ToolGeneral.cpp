@@ -179,7 +179,7 @@ void tst_ToolGeneral::Help_ofEachCommand()
 void tst_ToolGeneral::Help_width_data()
 {
     QTest::addColumn<int>("columns");
-    QTest::addColumn<int>("longest"); // line of all commands
+    QTest::addColumn<int>("longest"); // line in the help of all commands
 
     QTest::newRow("40") << 40 << 40;
     QTest::newRow("80") << 80 << 80;

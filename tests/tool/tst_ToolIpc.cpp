@@ -701,7 +701,8 @@ void tst_ToolIpc::Listen_nameInUse()
         u"qvutil: %1: process %2 (qvutil) listens there; use --replace to take over its name\n"_s.arg(name)
             .arg(listener->Id()));
 #endif
-    QCOMPARE(Run({u"call"_s, name, u"Ask"_s, u"a=b"_s}).ToText(), u"a=b\n=> 0\n"_s); // not disturbed
+    QCOMPARE(Run({u"call"_s, name, u"Ask"_s, u"a=b"_s}).ToText(),
+             u"a=b\n=> 0\n"_s); // the first server still answers
 }
 
 void tst_ToolIpc::Listen_replace()
@@ -783,7 +784,8 @@ void tst_ToolIpc::Listen_ends()
     QVERIFY(listener->WaitForOutput("Hello"));
     const ToolResult end = listener->End(signal);
     QCOMPARE(end.ExitCode, 0);
-    // The tool's own messages, and no warning of Qt about the client that is still connected.
+    // Standard error contains only the tool's messages, and no warning of Qt about the client that is still
+    // connected.
     for (const QByteArray& line : end.Errors.trimmed().split('\n'))
         QVERIFY2(line.startsWith("qvutil: "), line.constData());
     QVERIFY(!QFile::exists(PathOf(name)));

@@ -394,7 +394,7 @@ void tst_ToolPictures::Progress_unusableFile()
     const QDomDocument page = Parse(result.Output);
     QCOMPARE(Texts(page, u"h2"_s), QStringList{u"de.xlf"_s});
     QCOMPARE(Texts(page, u"p"_s, u"bad"_s), QStringList{u"none.xlf could not be read."_s});
-    // A document without texts is finished, and has an empty bar.
+    // A document without texts counts as finished, and its bar is empty.
     QCOMPARE(Texts(page, u"span"_s, u"share"_s), (QStringList{u"100 %"_s, u"100 %"_s}));
 }
 

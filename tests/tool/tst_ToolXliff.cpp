@@ -859,7 +859,7 @@ void tst_ToolXliff::Check_duplicateFiles()
              "the last one [duplicate-file]\n"
              "de.xlf: 2 units, 2 findings\n=> 1\n"_s);
     QCOMPARE(Translated(mTool->Path(u"de.xlf"_s), u"A"_s), u"b"_s);
-    // The library ignores a file element without units, so that it hides nothing.
+    // The library ignores a file element without units, so that it does not hide the earlier one.
     xliff.replace("<body>            <trans", "<body/><note>            <trans")
         .replace("</body></file>\n</xliff>", "</note></file>\n</xliff>");
     QVERIFY(mTool->Write(u"de.xlf"_s, xliff));
@@ -1145,7 +1145,7 @@ void tst_ToolXliff::Rules_data()
     QTest::newRow("update") << Xliff(
         Unit(u"Main"_s, "<seg-source>Main</seg-source>\n                <note>n</note>"))
                             << true;
-    // Checks that the rules reject something.
+    // This row shows that the rules do reject invalid files.
     QTest::newRow("wrong from the start") << Xliff(Unit(u"Main"_s, "<note>n</note><target/>")) << false;
 }
 
