@@ -450,8 +450,8 @@ void tst_PlatformMac::IsProcessRunning_asksAppKit()
 {
     Doubles::WatchRunningApplications({4711});
     QVERIFY(GeneralUtil::IsProcessRunning(4711));
-    QVERIFY(!GeneralUtil::IsProcessRunning(
-        QCoreApplication::applicationPid())); // AppKit does not know command-line programs
+    // AppKit does not know command-line programs.
+    QVERIFY(!GeneralUtil::IsProcessRunning(QCoreApplication::applicationPid()));
 }
 
 // Loaded libraries

@@ -701,8 +701,8 @@ void tst_ToolIpc::Listen_nameInUse()
         u"qvutil: %1: process %2 (qvutil) listens there; use --replace to take over its name\n"_s.arg(name)
             .arg(listener->Id()));
 #endif
-    QCOMPARE(Run({u"call"_s, name, u"Ask"_s, u"a=b"_s}).ToText(),
-             u"a=b\n=> 0\n"_s); // the first server still answers
+    // The first server still answers.
+    QCOMPARE(Run({u"call"_s, name, u"Ask"_s, u"a=b"_s}).ToText(), u"a=b\n=> 0\n"_s);
 }
 
 void tst_ToolIpc::Listen_replace()

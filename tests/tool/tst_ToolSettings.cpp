@@ -580,8 +580,8 @@ void tst_ToolSettings::Import_jsonRefused()
     QVERIFY(mTool->Write(u"in.json"_s, json));
     QCOMPARE(Run({u"import"_s, u"app.xml"_s, u"in.json"_s}), expected);
     QCOMPARE(mTool->Read(u"app.xml"_s), QByteArray(kSettings));
-    if (expected.contains(
-            "--skip"_L1)) { // with --skip, the rest is imported, and the problem is still reported
+    // With --skip, the rest is imported, and the problem is still reported.
+    if (expected.contains("--skip"_L1)) {
         QCOMPARE(mTool->Run({u"settings"_s, u"import"_s, u"app.xml"_s, u"in.json"_s, u"--skip"_s}).ExitCode,
                  1);
         QCOMPARE(Run({u"get"_s, u"app.xml"_s, u"/"_s, u"new"_s}), u"1\n=> 0\n"_s);

@@ -114,9 +114,8 @@ ExitCode CarryOut(const QStringList& plan, bool json)
         const bool isFolder = QFileInfo(path).isDir();
         if (isFolder ? QDir().rmdir(path) : DeleteFile(path)) {
             gone.append(path);
-        } else if (!isFolder
-                   || EverythingIn(path)
-                          .isEmpty()) { // otherwise an entry in the folder is the cause, and is reported
+        } else if (!isFolder || EverythingIn(path).isEmpty()) {
+            // If a folder is not empty, an entry that was not deleted is the cause, and is reported instead.
             Console::ReportError(path, u"could not be deleted"_s);
             code = ExitCode::Error;
         }

@@ -22,7 +22,7 @@ void AddPathSubCommand(CommandLine& line, CLI::App& group)
 {
     AddPathComparison(
         line, group, "sub",
-        "Remove the parent from a path; if the path is not below it, print it unchanged and exit with 1",
+        "Remove the parent from a path; if the path is not below it, print the whole path and exit with 1",
         "qvutil path sub a/b A/B/c/d   # c/d: case does not matter", "PARENT", "PATH", &Sub);
 }
 
