@@ -13,8 +13,8 @@
 
 namespace Quorvin::Util::Internal {
 
-// Base64 with the results of QByteArray in a fifth of the time: a round trip of 16 KiB takes 7 µs instead of
-// 35 µs. Speed matters because byte arrays make up most of the bytes in messages.
+// Base64 with the same results as QByteArray's functions, in a fifth of the time: a round trip of 16 KiB
+// takes 7 µs instead of 35 µs. Speed matters because byte arrays make up most of the bytes in messages.
 
 /// \return size of the base64 text for this many bytes
 [[nodiscard]] constexpr qsizetype Base64Size(qsizetype byteCount)

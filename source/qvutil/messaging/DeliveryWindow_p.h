@@ -17,7 +17,7 @@ namespace Quorvin::Util::Internal {
 /// A worker stops reading while frames of more than this many bytes are queued for the owner thread.
 inline constexpr qsizetype kMaxUndelivered = qsizetype(4) * 1024 * 1024;
 
-/// Counts what a worker has passed to the owner thread and that thread has not yet processed.
+/// Counts the messages that a worker has passed to the owner thread and that are not yet processed there.
 class DeliveryWindow
 {
 public:
@@ -26,7 +26,8 @@ public:
 
     /// Counts the result of one read. Worker thread only.
     void Add(qsizetype messages, qsizetype bytes);
-    /// Returns whether so much is queued that the worker should stop reading. A later Take then returns true.
+    /// Returns whether more than kMaxUndelivered bytes are queued, so that the worker should stop reading.
+    /// If so, a later Take returns true.
     /// Worker thread only.
     [[nodiscard]] bool IsFull();
     /// Counts one message as processed. \return whether the worker should resume reading. Owner thread only.

@@ -25,7 +25,7 @@ namespace Quorvin::Util::Internal {
 template <typename Item> class Mailbox
 {
 public:
-    /// The event that the receiver gets when there is something to take.
+    /// The type of the event that announces items to the receiver.
     static constexpr QEvent::Type kEvent = QEvent::User;
 
     /// Starts closed.
@@ -84,7 +84,7 @@ private:
             QCoreApplication::postEvent(mReceiver, new QEvent(kEvent));
     }
 
-    std::mutex mLock; // guards the rest; not a QMutex, because race detectors do not see into one
+    std::mutex mLock; // guards the rest; not a QMutex, because race detectors cannot see inside it
     QObject* mReceiver = nullptr;
     std::vector<Item> mItems;
     bool mIsAnnounced = false; // an event is posted and not yet handled

@@ -42,7 +42,7 @@ namespace Quorvin::Util {
 /// \param messages  the messages are appended to it
 /// \return false if \p messages is empty afterwards
 bool DecodeMessage(const QString& text, QList<MessageInfo>& messages);
-/// Decodes the bytes of a read in the same way.
+/// Decodes the bytes of one read in the same way.
 /// \param shouldStop  called before each frame that takes the DOM path; if it returns true, the remaining
 ///                    frames are skipped; may be null
 bool DecodeMessage(const QByteArray& bytes, QList<MessageInfo>& messages, bool (*shouldStop)() = nullptr);

@@ -36,8 +36,8 @@ class MessageServerThread;
 ///
 /// \par Threads
 /// Lives in its owner thread, which needs an event loop; a worker thread serves the sockets. The sockets in
-/// the signals belong to that thread: they only distinguish clients and must not be used, because they may
-/// already be deleted.
+/// the signals belong to the worker thread and may already be deleted: use the pointers only to distinguish
+/// clients.
 class MessageServer final : public QObject
 {
     Q_OBJECT
@@ -48,11 +48,11 @@ public:
     Q_DISABLE_COPY_MOVE(MessageServer)
 
     /// Starts the worker thread, which then listens; does not wait for that. Does nothing if the server is
-    /// started. If it cannot listen on the name, the server counts as started, but no client can connect, and
-    /// one warning is logged. \return true
+    /// already started. If the worker cannot listen on the name, it logs one warning; the server still
+    /// counts as started, but no client can connect. \return true
     bool Start(const QString& name);
     /// Ends the worker thread, and with it the connection, and waits for its end. Messages that have arrived
-    /// but were not announced are lost, and so is the client's disconnection. \return true
+    /// but are not yet announced are dropped. The client's disconnection is not announced. \return true
     bool Stop();
     [[nodiscard]] bool IsStarted() const;
     /// Returns whether clients can connect under the name, which requires that the socket file is the

@@ -39,8 +39,8 @@ public:
     [[nodiscard]] virtual bool ShouldStop() const = 0;
 };
 
-/// Reads until the source is empty and no large frame is incomplete. Stops earlier if enough was read, if
-/// many reads return little, if waiting for the remainder of frames has taken half a second in all, or if the
+/// Reads until the source is empty and no large frame is incomplete. Stops earlier after 4 MiB, if many
+/// reads return little, if waiting for the remainder of frames has taken half a second in total, or if the
 /// thread should end.
 /// \param bytes  what was already read; more is appended
 void Drain(ByteSource& source, QByteArray& bytes);
@@ -59,7 +59,8 @@ void Drain(ByteSource& source, QByteArray& bytes);
 /// Returns whether the path of the socket of a server with that name would be too long for the system.
 [[nodiscard]] bool IsSocketNameTooLong(const QString& name);
 
-/// Returns whether a process of user \p own may talk to one of user \p user: the same user, or root.
+/// Returns whether a process of user \p own may talk to one of user \p user, which must be the same user or
+/// root.
 [[nodiscard]] constexpr bool IsTrustedUser(quint32 user, quint32 own)
 {
     return user == own || user == 0;

@@ -50,16 +50,16 @@ protected:
     void customEvent(QEvent* event) override;
     /// Emits the signal of an arrival; this object may be destroyed then. Owner thread only.
     virtual void Announce(const Arrival& arrival) = 0;
-    /// Hands something to the owner thread, in order. Worker thread only. A mailbox is used because a queued
-    /// signal would wake the owner thread for each message.
+    /// Hands an arrival to the owner thread, which announces arrivals in order. Worker thread only. (A
+    /// queued signal instead of a mailbox would wake the owner thread for each message.)
     void Deliver(Arrival arrival) { mMailbox.Add(std::move(arrival)); }
     /// Creates the worker, runs the event loop and destroys the worker.
     virtual void RunWorker() = 0;
 
     /// Counts what is queued for the owner thread.
     [[nodiscard]] DeliveryWindow& Window() { return mWindow; }
-    /// Sets the worker before it reads. Worker thread only.
-    /// \param read  called in the worker thread when there is space to read again
+    /// Sets the worker. Worker thread only; call it before the worker reads.
+    /// \param read  called in the worker thread when it should resume reading
     void SetReader(QObject* worker, const std::function<void()>& read);
     /// Messages to be sent. The worker opens it.
     [[nodiscard]] Mailbox<MessageInfo>& Outgoing() { return mOutgoing; }
@@ -73,7 +73,7 @@ private:
     DeliveryWindow mWindow;
     std::function<void()> mRead; // set before mWorker
     std::atomic<QObject*> mWorker = nullptr; // set before the worker reads; valid until Stop
-    // Set when the worker is destroyed. wait() alone would suffice, but a race detector does not see into it.
+    // Set when the worker is destroyed. wait() alone would suffice, but race detectors cannot see inside it.
     std::atomic<bool> mDone = false;
 };
 

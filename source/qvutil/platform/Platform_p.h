@@ -26,7 +26,7 @@ namespace Quorvin::Util::Platform {
 
 /// Returns the user's locale. The system is queried at each call.
 /// \return language and region joined by '_' (en_GB), in UTF-8, without codeset and modifier, but with any
-///         further parts that the system has; empty if the user has set none
+///         further parts that the system reports; empty if the user has set no locale
 [[nodiscard]] QByteArray GetUserLocaleIdentifier();
 
 // Folders. They need not exist.
@@ -76,8 +76,8 @@ enum class AccessListCopy {
 ///                     group is not copied
 [[nodiscard]] AccessListCopy CopyFileAttributes(int from, int to, bool isSameGroup);
 
-/// Finds stale temporary files beside a file, which killed saves have left. The next save removes them.
-/// \return their paths, without those of saves in progress
+/// Finds the stale temporary files that killed saves have left beside a file. The next save removes them.
+/// \return their paths; temporary files of saves in progress are not included
 [[nodiscard]] QStringList FindStaleFiles(const QString& path);
 
 // Processes

@@ -22,9 +22,10 @@ namespace Quorvin::Util::Internal {
 /// \overload
 [[nodiscard]] qsizetype FindOverfullTag(QStringView document);
 
-/// Returns whether a document certainly keeps the limits of depth and attributes up to its first error, if it
-/// has one, and certainly has no document type. Scans the tags, which takes a small part of the parser's
-/// time. \return false if the document needs a closer look
+/// Returns whether a document certainly has no document type and, up to its first error if there is one,
+/// certainly stays within the limits for depth and attributes. Scans only the tags, in a small part of the
+/// parser's time.
+/// \return false if the document needs a closer look
 [[nodiscard]] bool IsSurelyWithinLimits(const QByteArray& document);
 /// \overload
 [[nodiscard]] bool IsSurelyWithinLimits(QStringView document);
@@ -34,7 +35,7 @@ namespace Quorvin::Util::Internal {
 /// distinguished from text in a document type, where a malicious document could hide a tag.
 [[nodiscard]] qint64 CountAttributeComparisons(QStringView document);
 
-/// Adds up what the parser produces from parts that are written once and used repeatedly: entities, elements
+/// Adds up what the parser produces from text that is written once but used repeatedly: entities, elements
 /// inside them, and attribute defaults.
 class ExpansionBudget
 {
@@ -44,8 +45,8 @@ public:
         : mMayDeclareAttributes(mayDeclareAttributes)
     { }
 
-    /// Counts the next piece of a document type declaration. An upper bound of what it declares is known
-    /// before the parser reads it. (QXmlStreamReader limits one reference to 4,096 characters.)
+    /// Counts the next piece of a document type declaration before the parser reads it, which gives an upper
+    /// bound for what the piece declares. (QXmlStreamReader limits one reference to 4,096 characters.)
     /// \return false if a limit is exceeded
     [[nodiscard]] bool AddDeclarations(QByteArrayView piece);
     /// \overload

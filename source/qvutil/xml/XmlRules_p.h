@@ -55,8 +55,8 @@ inline constexpr qint64 kMaxFileSize = qint64(1024) * 1024 * 1024;
 /// document does not load again.
 void WarnOfNonXmlCharacters(QStringView text);
 
-/// Configures a reader like the parser of documents: without namespaces, so that an undeclared prefix is not
-/// an error, and with the parser's limit for the expansion of one entity.
+/// Configures a reader to behave like the parser of documents: without namespaces, so that an undeclared
+/// prefix is no error, and with the parser's limit for the expansion of one entity.
 void ConfigureXmlReader(QXmlStreamReader& reader);
 
 /// The kinds of reasons why a document does not load.
@@ -78,8 +78,9 @@ struct XmlProblem
     QString Reason; ///< in English, without a full stop
 };
 
-/// Returns whether a document can be parsed at once, because it exceeds no limit, even if it is malformed.
-/// Takes a small part of the time of FindXmlProblem. \return false if FindXmlProblem must decide
+/// Returns whether a document certainly exceeds no limit, so that it can be parsed without further checks,
+/// even if it is malformed. Takes a small part of the time of FindXmlProblem.
+/// \return false if FindXmlProblem must decide
 [[nodiscard]] bool IsSafeToParse(const QByteArray& document);
 /// \overload
 [[nodiscard]] bool IsSafeToParse(const QString& document);

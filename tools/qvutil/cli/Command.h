@@ -36,9 +36,10 @@ namespace Quorvin::Tool {
 ///     AddText(show, "FILE", options->File, "The file")->required();
 ///     AddJsonFlag(show, options->Json);
 /// }
-/// \endcode The action runs after the whole command line was read. It prints through Console and returns the
-/// exit code. It throws Failure (for a file) or UsageFailure (for a wrong combination of arguments) if it
-/// cannot do its work.
+/// \endcode
+///
+/// The action runs after the whole command line was read. It prints through Console and returns the exit
+/// code. To report an error, it throws Failure, or UsageFailure if the arguments are wrong.
 class CommandLine
 {
 public:

@@ -46,7 +46,7 @@ void PrintError(const QString& text);
 
 /// A progress bar on standard error while it is a terminal; nothing at all elsewhere. It appears after a
 /// second, or after the milliseconds in the environment variable QVUTIL_PROGRESS_DELAY, and disappears with
-/// the object. Results and complaints may be printed meanwhile: they replace the bar.
+/// the object. Results and errors can be printed meanwhile: they replace the bar.
 class ProgressBar
 {
 public:

@@ -21,7 +21,7 @@ void SetJsonStyle(JsonStyle style);
 /// Returns the format of each object of a command that prints several: one line, unless JsonStyle::Pretty is
 /// set.
 [[nodiscard]] QJsonDocument::JsonFormat StreamFormat();
-/// Returns JSON in such a format, followed by a line feed.
+/// Returns JSON in this format, followed by a line feed.
 [[nodiscard]] QString ToText(const QJsonDocument& document, QJsonDocument::JsonFormat format);
 
 } // namespace Quorvin::Tool

@@ -37,7 +37,8 @@ public:
     /// Writes an element that never has content, such as `meta`.
     void AddEmpty(const QString& name, Attributes attributes);
 
-    /// Writes an element `style`. \param rules  without '"', '<', '>' and '&', which HTML cannot escape there
+    /// Writes an element `style`.
+    /// \param rules  without '"', '<', '>' and '&', which HTML cannot escape there
     void AddStyle(const QString& rules);
 
     /// Returns the document, followed by a line feed.

@@ -10,7 +10,7 @@
 
 namespace Quorvin::Tool {
 
-/// Throws UsageFailure if --json and another format of the output are both asked for.
+/// Throws UsageFailure if both --json and another output format are requested.
 /// \param option  the option for the other format, such as "--svg"
 inline void RequireOneFormat(bool isJson, bool isOther, const QString& option)
 {

@@ -9,8 +9,8 @@
 
 namespace Quorvin::Tool {
 
-/// Returns up to three candidates that the user probably meant with a mistyped word: those with the fewest
-/// wrong, missing, additional or swapped characters. Case is ignored, and '_' is equal to '-'.
+/// Returns up to three candidates that the user may have meant by a mistyped word: those with the fewest
+/// wrong, missing, additional or swapped characters. Ignores case, and the difference between '_' and '-'.
 [[nodiscard]] QStringList FindClosest(const QString& word, const QStringList& candidates);
 
 /// Returns the end of a message, "; did you mean 'get' or 'set'?"; empty if no candidate is close.

@@ -63,7 +63,8 @@ public:
     void AddText(double x, double y, const QString& text, const TextStyle& style);
     void AddBox(const Box& box, Ink fill);
     void AddFrame(const Box& box, Ink fill, const LineStyle& frame);
-    /// Adds lines that are not filled. \param path  as in the attribute `d` of SVG
+    /// Adds lines that are not filled.
+    /// \param path  as in the attribute `d` of SVG
     void AddLines(const QString& path, const LineStyle& style);
     /// Adds a shape that is filled.
     void AddShape(const QString& path, Ink fill);

@@ -34,7 +34,7 @@ public:
     ///                 error
     explicit DocumentChange(const ChangeOptions& options, const QString& newRoot = {});
 
-    /// The document, with its cursor on the root.
+    /// Returns the document, with its cursor on the root.
     [[nodiscard]] Util::XmlFiler& Filer() { return mFiler; }
     /// Returns the name of the file for messages.
     [[nodiscard]] QString Name() const { return mInput ? mInput->Name() : mOptions.File; }

@@ -14,7 +14,7 @@
 
 namespace Quorvin::Tool {
 
-/// One thing that a document says: an attribute, an element's text, or that there is an element with neither.
+/// An entry of a document: an attribute, an element's text, or an element that has neither.
 struct Entry
 {
     enum EntryKind {
@@ -28,19 +28,20 @@ struct Entry
     QString Value;
 
     [[nodiscard]] bool operator==(const Entry&) const = default;
-    /// Path and name, by which entries of two documents belong together.
+    /// Returns path and name, which identify the entry in a comparison.
     [[nodiscard]] QString Key() const;
-    /// One line such as: /Settings/Panel Width="640"
+    /// Returns one line such as: /Settings/Panel Width="640"
     [[nodiscard]] QString ToText() const;
     [[nodiscard]] QJsonObject ToJson() const;
-    /// As ToJson, with the value as a number, true, false and so on, and the name of its type.
+    /// Like ToJson, but adds the name of the value's type and stores the value in that type, such as a
+    /// number.
     [[nodiscard]] QJsonObject ToTypedJson() const;
 };
 
-/// Lists what one element says: attributes by name, then its text. Comments, processing instructions and
-/// white space between elements say nothing.
+/// Lists the entries of one element: attributes by name, then its text. Comments, processing instructions and
+/// white space between elements are not entries.
 [[nodiscard]] QList<Entry> EntriesOf(const VisitedElement& element);
-/// Lists what an element and the elements in it say, in the order of the document.
+/// Lists the entries of an element and of all elements in it, in the order of the document.
 [[nodiscard]] QList<Entry> ListEntries(const QDomElement& element);
 
 /// An entry that one of two documents has and the other does not, or that differs between them.
@@ -49,13 +50,13 @@ struct EntryDifference
     const Entry* Left; ///< null if only the right document has it
     const Entry* Right; ///< null if only the left document has it
 
-    /// One or two lines: "- " and the left entry, "+ " and the right entry.
+    /// Returns one or two lines: "- " and the left entry, "+ " and the right entry.
     [[nodiscard]] QStringList ToLines() const;
-    /// The entry with the values "left" and "right", of which one may be null.
+    /// Returns the entry with the values "left" and "right", of which one may be null.
     [[nodiscard]] QJsonObject ToJson() const;
 };
-/// Compares what two documents say: entries of the same path and name belong together.
-/// \return differences that point into the lists
+/// Compares the entries of two documents by path and name.
+/// \return the differences, which point into the lists
 [[nodiscard]] QList<EntryDifference> CompareEntries(const QList<Entry>& left, const QList<Entry>& right);
 
 } // namespace Quorvin::Tool

@@ -19,10 +19,10 @@ namespace Quorvin::Tool {
 
 /// Returns the reason for a problem, worded for a file.
 [[nodiscard]] QString ReasonText(const Util::Internal::XmlProblem& problem);
-/// Finds out what keeps a file from being loaded. Line and column are those to show: of the last character if
-/// the file is truncated, counted in bytes if the encoding is wrong, and 0 if a limit is exceeded, which
-/// no single place is to blame for.
-/// \return nothing if the library loads it
+/// Finds the reason why the library does not load a file. Line and column are meant for users: they are those
+/// of the last character if the file is truncated, count bytes if the encoding is wrong, and are 0 if a limit
+/// is exceeded, because that has no single place.
+/// \return nothing if the library loads the file
 [[nodiscard]] std::optional<Util::Internal::XmlProblem> FindFileProblem(const QByteArray& content);
 /// Throws Failure with the place and the reason if the library does not load a file.
 /// \param name  name of the file for messages
@@ -31,10 +31,11 @@ void RequireLoadable(const QString& name, const QByteArray& content);
 /// Loads a document; throws Failure with line, column and reason if it cannot be read or does not parse.
 void LoadDocument(Util::XmlFiler& filer, const InputFile& file);
 
-/// Saves a document so that the file is the old one or the new one; throws Failure if it stays the old one.
+/// Saves a document with the library. Throws Failure with the likeliest reason if that fails.
 void SaveDocument(Util::XmlFiler& filer, const QString& file);
 
-/// Remembers what a file was before a save, so that a failure can say whether the save has changed it.
+/// Records the state of a file before a save, so that the error message of a failed save can say whether the
+/// file has changed.
 class SaveAttempt
 {
 public:

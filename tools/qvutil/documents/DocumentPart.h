@@ -17,14 +17,14 @@ enum class PartContent {
     Everything,
 };
 
-/// Loads the part of a document that is needed to look at one element. ElementPath::MoveTo finds the element,
-/// or finds none, as if the whole document was loaded. Throws Failure like LoadDocument.
+/// Loads the part of a document that is needed to look at one element. ElementPath::MoveTo has the same
+/// result as in the whole document. Throws Failure like LoadDocument.
 void LoadPart(Util::XmlFiler& filer, const InputFile& file, const ElementPath& path, PartContent content);
 
-/// As LoadPart, for documents that can be streamed.
-/// \param name  name of the file
+/// Like LoadPart, but only for documents that can be streamed.
+/// \param name      name of the file
 /// \param document  content of the file
-/// \return false, with an empty filer, if LoadDocument has to load the document
+/// \return false, with an empty filer, if the document must be loaded with LoadDocument
 [[nodiscard]] bool StreamPart(Util::XmlFiler& filer, const QString& name, const QByteArray& document,
                               const ElementPath& path, PartContent content);
 

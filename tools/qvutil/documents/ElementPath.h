@@ -25,20 +25,20 @@ public:
         QString Name;
         int Position = 1; ///< among the siblings of that name, counted from 1
 
-        /// "Item", or "Item[2]".
+        /// Returns "Item", or "Item[2]".
         [[nodiscard]] QString ToText() const;
     };
 
-    /// The path of the root.
+    /// Creates the path of the root.
     ElementPath() = default;
     /// Throws UsageFailure if a step is neither a name nor a name with a position.
     explicit ElementPath(const QString& text);
 
-    /// The path as it was typed.
+    /// Returns the path as it was typed.
     [[nodiscard]] const QString& Text() const { return mText; }
-    /// The steps, the root's name among them if the path begins with it.
+    /// Returns the steps, including the root's name if the path begins with it.
     [[nodiscard]] const QList<Step>& Steps() const { return mSteps; }
-    /// Whether the path ends in a position, as in "Item[1]".
+    /// Returns whether the path ends in a position, as in "Item[1]".
     [[nodiscard]] bool EndsInPosition() const { return mText.trimmed().endsWith(u']'); }
 
     /// Moves to the element.
@@ -51,8 +51,8 @@ public:
     /// Reports that the element does not exist.
     void Complain(const InputFile& file) const;
 
-    /// Returns why the element does not exist in a document that is loaded completely, and what the first
-    /// step that leads nowhere was probably meant to be.
+    /// Returns why the element does not exist, and what the first step that leads nowhere was probably meant
+    /// to be. The document must be loaded completely.
     [[nodiscard]] QString WhyMissing(const Util::XmlFiler& filer) const;
     /// \overload
     /// \param document  content of the file
@@ -65,16 +65,16 @@ public:
     /// Moves to the element and creates what is missing. Throws Failure if a position leaves a gap.
     void Create(Util::XmlFiler& filer, LastStep last = LastStep::IsReused) const;
 
-    /// The path of an element, from the root.
+    /// Returns the path of an element, from the root.
     [[nodiscard]] static QString Of(const QDomElement& element);
-    /// The path of the element under the cursor, from the root.
+    /// Returns the path of the element under the cursor, from the root.
     [[nodiscard]] static QString Of(const Util::XmlFiler& filer);
 
-    /// The steps below the root element of a document.
+    /// Returns the steps below the root element of a document.
     [[nodiscard]] QList<Step> StepsBelow(const QString& root) const;
 
 private:
-    // The name of the root, if the path might have meant it.
+    // The name of the root, if the first step may be a misspelling of it.
     [[nodiscard]] QStringList NamesOfRoot(const QString& root) const;
     class MissingStep;
     static void Follow(const QDomElement& element, MissingStep& missing);
@@ -100,14 +100,14 @@ public:
         Target, ///< the element itself
         Inside, ///< a descendant
     };
-    /// An element begins.
+    /// Call it when an element begins. \return how that element is related to the one at the path
     Place Enter(const QString& name);
-    /// The last element that began and has not ended yet ends.
+    /// Call it when an element ends.
     void Leave();
 
-    /// Whether the element exists, as far as the document has been seen.
+    /// Returns whether the element has been found so far.
     [[nodiscard]] bool HasFound() const { return mHasFound; }
-    /// The path of the element, from the root, as of ElementPath::Of. Valid once the root has begun.
+    /// Returns the path of the element in the form of ElementPath::Of. Only call it after the root has begun.
     [[nodiscard]] QString TargetPath() const;
 
 private:

@@ -34,10 +34,10 @@ using ElementVisitor = std::function<void(const VisitedElement&)>;
 /// \return false if the element does not exist
 [[nodiscard]] bool VisitElements(const InputFile& file, const ElementPath& path,
                                  const ElementVisitor& visitor);
-/// As VisitElements, for documents that can be streamed.
-/// \param name  name of the file
+/// Like VisitElements, but only for documents that can be streamed.
+/// \param name      name of the file
 /// \param document  content of the file
-/// \return nullopt, without a call, if LoadDocument has to load the document
+/// \return nullopt, before the first call, if the document must be loaded with LoadDocument
 [[nodiscard]] std::optional<bool> StreamElements(const QString& name, const QByteArray& document,
                                                  const ElementPath& path, const ElementVisitor& visitor);
 

@@ -14,13 +14,13 @@
 
 namespace Quorvin::Tool {
 
-/// One thing that is wrong with a settings file.
+/// A problem of a settings file.
 struct FileProblem
 {
     enum ProblemKind {
         Torn, ///< the file ends in the middle, or with the zero bytes of a crashed system
         Malformed, ///< it does not parse
-        Limits, ///< it parses, but the library does not take it
+        Limits, ///< it parses, but exceeds a limit of the library
         Character, ///< it holds a character that cannot be read back
         Change, ///< a value changes when the file is loaded and saved
         Leftover, ///< an interrupted save left a file behind
@@ -30,19 +30,21 @@ struct FileProblem
     qint64 Column; ///< counted from 1, in bytes for characters
     QString Reason;
 
-    /// "FILE:LINE:COLUMN: reason", or "FILE: reason".
+    /// Returns "FILE:LINE:COLUMN: reason", or "FILE: reason".
     [[nodiscard]] QString ToText(const QString& file) const;
     [[nodiscard]] QJsonObject ToJson() const;
 };
 
 /// Finds the values that would change if a loaded document was saved and loaded again.
 [[nodiscard]] QList<FileProblem> FindChanges(Util::XmlFiler& filer);
-/// Returns whether a document loads and keeps all values when it is saved; false if FindChanges has to
-/// decide. Takes a fraction of the time and memory. \param name  name of the file \param content  content of
-/// the file
+/// Returns whether a document certainly loads, and keeps all values when it is saved. Takes a fraction of the
+/// time and memory of FindChanges.
+/// \param name     name of the file
+/// \param content  content of the file
+/// \return false if FindChanges has to decide
 [[nodiscard]] bool SurelyKeepsValues(const QString& name, const QByteArray& content);
 
-/// Looks for everything that is wrong with a settings file. Throws Failure if it cannot be read.
+/// Finds all problems of a settings file. Throws Failure if it cannot be read.
 [[nodiscard]] QList<FileProblem> CheckFile(const InputFile& file);
 
 } // namespace Quorvin::Tool

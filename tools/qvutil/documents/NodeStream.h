@@ -15,9 +15,9 @@ namespace Quorvin::Tool {
 /// Reads the nodes of a document one by one, without building the library's tree of it. This takes a fraction
 /// of the tree's memory.
 ///
-/// The stream only accepts documents that it surely reads like the library. It stops at everything else: an
-/// error, a limit, a document type, an encoding that does not extend ASCII, and content of white space that
-/// not every version of Qt treats alike. LoadDocument has to read such a document.
+/// The stream only accepts documents that it certainly reads as the library does. It stops at everything
+/// else: an error, a limit, a document type, an encoding that does not extend ASCII, and white space that
+/// versions of Qt treat differently. Such a document must be read with LoadDocument.
 class NodeStream
 {
 public:
@@ -29,7 +29,7 @@ public:
     /// processing instruction in the root element. Skips text that the tree does not hold.
     /// \return false at the end, or where the stream stops
     [[nodiscard]] bool Next();
-    /// The current node.
+    /// Returns the reader at the current node.
     [[nodiscard]] const QXmlStreamReader& Node() const { return mReader; }
     /// Returns whether the document has been read to its end. If so, the library loads it, and its tree holds
     /// exactly the nodes that were read.

@@ -30,7 +30,8 @@ constexpr QLatin1StringView kSectionKey = "#cdata"_L1;
 
 constexpr QLatin1StringView kDefaultRoot = "Settings"_L1;
 
-// QSettings locks its file, and leaves a lock file behind if it is killed, so it works in a separate folder.
+// A file in a separate folder for QSettings, which locks its file, and leaves a lock file behind if it is
+// killed.
 class ScratchIni
 {
 public:

@@ -33,7 +33,7 @@ struct ExpressionProblem
     Util::Internal::BooleanExpressionText::Range Where;
     QString Reason;
 
-    /// Whether the expression cannot be evaluated, at least not with all values of its operands.
+    /// Returns whether evaluation fails because of the problem, at least for some values of the operands.
     [[nodiscard]] bool IsMistake() const { return Kind == Unbalanced || Kind == Empty || Kind == NoOperator; }
     /// Returns the kind as a word, the column (counted from 1), the length and the reason.
     [[nodiscard]] QJsonObject ToJson() const;
@@ -90,7 +90,7 @@ public:
     [[nodiscard]] QString TextOf(Range range) const { return mStructure.View(range).toString(); }
     /// Evaluates the expression with the library's own evaluation.
     [[nodiscard]] Trace Evaluate(const Answer& answer) const;
-    /// Finds the operands that are consulted for no values at all, as indexes of Parts.
+    /// Finds the operands that are never consulted, whatever the values of the others, as indexes of Parts.
     /// \param complete  set to false if there are too many combinations; the result is empty then
     [[nodiscard]] QList<qsizetype> FindUnreachable(bool& complete) const;
 
@@ -107,7 +107,7 @@ private:
     QList<Part> mParts;
     QList<ExpressionProblem> mProblems;
     QStringList mOperands;
-    QList<Part> mPending; ///< while building: what is still to be looked at, the next one last
+    QList<Part> mPending; ///< used by Build: parts that are not split yet, the next one last
 };
 
 } // namespace Quorvin::Tool

@@ -18,7 +18,8 @@ class TablePage
 public:
     TablePage(const QString& expression, const QStringList& operands);
 
-    /// Adds a row. \param values  one for each operand
+    /// Adds a row.
+    /// \param values  one for each operand
     void AddRow(const QList<bool>& values, bool result);
     /// Returns the document.
     [[nodiscard]] QString Finish();

@@ -28,7 +28,7 @@ struct MessageOptions
     bool Wait = false;
     bool Json = false;
 };
-/// Adds such a command.
+/// Adds one of these commands.
 CLI::App& AddMessageCommand(CommandLine& line, CLI::App& group, const std::string& name,
                             const std::string& description, const std::string& examples,
                             const std::shared_ptr<MessageOptions>& options,

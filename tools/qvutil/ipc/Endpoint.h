@@ -25,7 +25,7 @@ struct Endpoint
     qsizetype PathSize = 0; ///< bytes
     qsizetype LongestPath = 0; ///< bytes
     File Kind = Missing;
-    quint32 OwnerId = 0; ///< owner of the file, if there is one; so are the next two
+    quint32 OwnerId = 0; ///< OwnerId, Owner and Mode are those of the file, if there is one
     QString Owner;
     quint32 Mode = 0; ///< rwx bits
     Answer Listening = No; ///< whether a process listens; Forbidden if this process may not find out
@@ -41,7 +41,7 @@ struct EndpointProblem
     QString Code; ///< identifies the problem for programs, for example "stale"
     QString Text;
     QString Advice;
-    bool IsInTheWay = true; ///< whether it keeps clients from connecting
+    bool IsInTheWay = true; ///< whether it keeps clients from connecting; if not, it should still be fixed
 };
 
 /// Returns the problems, the worst first.

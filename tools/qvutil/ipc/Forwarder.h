@@ -38,7 +38,7 @@ private:
     QLocalSocket& mTo;
     std::function<void(const QByteArray&)> mOnBytes;
     QPointer<Util::Internal::FrameQueue> mFrames; // owned by mTo
-    QObject mContext; // ends the connections first
+    QObject mContext; // declared last, so that it is destroyed first and ends the signal connections
 };
 
 } // namespace Quorvin::Tool

@@ -22,8 +22,8 @@ public:
 
     /// Prints a message.
     /// \param direction  for example "to server"; empty if there is only one direction
-    /// \param notes      further members of the JSON object; as text, those that are strings follow the
-    /// message
+    /// \param notes      further members of the JSON object. In text, only those that are strings are
+    ///                   printed, after the message.
     void Print(const Util::MessageInfo& message, const QString& direction = {},
                const QJsonObject& notes = {}) const;
     /// Prints another event.

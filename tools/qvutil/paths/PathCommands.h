@@ -50,7 +50,7 @@ struct PairOptions
 void AddPathComparison(CommandLine& line, CLI::App& group, const std::string& name,
                        const std::string& description, const std::string& examples, const std::string& first,
                        const std::string& second, ExitCode (*run)(const PairOptions&));
-/// Prints the result of such a command. \return the command's exit code
+/// Prints the result of a comparison. \return the command's exit code
 [[nodiscard]] ExitCode PrintPathAnswer(const QString& result, bool isYes, bool json);
 
 } // namespace Quorvin::Tool
