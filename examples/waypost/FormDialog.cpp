@@ -59,6 +59,24 @@ QString DateFormat(const QLocale& locale)
     return format.contains("yyyy"_L1) ? format : QString(format).replace(u"yy"_s, u"yyyy"_s);
 }
 
+// Lets a label break words that are longer than its lines, such as the names of files.
+QString Breakable(const QString& text)
+{
+    constexpr int kMaxLength = 40;
+    constexpr QChar kZeroWidthSpace(0x200b);
+    QString broken;
+    int length = 0;
+    for (const QChar c : text) {
+        length = c.isSpace() ? 0 : length + 1;
+        if (length > kMaxLength && !c.isLowSurrogate()) {
+            broken += kZeroWidthSpace;
+            length = 1;
+        }
+        broken += c;
+    }
+    return broken;
+}
+
 } // namespace
 
 //! [build]
@@ -80,7 +98,8 @@ FormDialog::FormDialog(XmlFiler& document, QWidget* parent)
             BuildPage(document, *pageForm);
             pages->addTab(page, document.ReadString(u"Title"_s, QString()));
         } else if (element == "Message"_L1) {
-            mMessage = new QLabel(document.ReadNodeText());
+            mText = document.ReadNodeText();
+            mMessage = new QLabel(mText);
             mMessage->setTextFormat(Qt::PlainText); // a name may contain "<b>"
             mMessage->setWordWrap(true);
             mMessage->setMinimumWidth(360);
@@ -247,11 +266,12 @@ void FormDialog::SetMessage(const QString& text)
 {
     if (mMessage == nullptr)
         return;
-    mMessage->setText(text);
+    mText = text;
+    mMessage->setText(Breakable(text));
     adjustSize(); // the new text may need more lines
 }
 
 QString FormDialog::Message() const
 {
-    return mMessage != nullptr ? mMessage->text() : QString();
+    return mText;
 }

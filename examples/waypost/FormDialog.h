@@ -56,6 +56,7 @@ private:
 
     QHash<QString, QWidget*> mFields;
     class QLabel* mMessage = nullptr;
+    QString mText; // of the message, as it was set
     QString mPressed;
 };
 

@@ -829,6 +829,14 @@ void tst_Waypost::LongNamesAreShortened()
     const QString message = shown.Window.statusBar()->currentMessage();
     QVERIFY2(message.startsWith(u"Saved xxx"_s) && message.contains(u".tour at "_s), qPrintable(message));
     QVERIFY(shown.Window.statusBar()->fontMetrics().horizontalAdvance(message) < shown.Window.width() / 2);
+
+    const QString damaged = mHome->File(u"y"_s.repeated(200) + u".tour"_s);
+    WriteFile(damaged, "<Tour>");
+    shown.Window.OpenFiles({damaged});
+    const auto* label = shown.Window.findChild<FormDialog*>(u"Notice"_s)->findChild<QLabel*>();
+    QVERIFY(label->minimumSizeHint().width() <= label->width()); // nothing is cut off
+    QVERIFY(label->width() < shown.Window.width() / 2);
+    QVERIFY(shown.TakeNotice().contains(damaged));
 }
 
 void tst_Waypost::OpensInTheFolderOfTheTour()
