@@ -67,8 +67,9 @@ FileIdentity IdentityOf(const struct stat& file)
 // A folder next to a path that only this user can access, for one socket. Destroying the object removes both.
 //
 // If the folder around it is shared and not sticky, another user can replace this folder by a link, which
-// would lead to other files of this user. So the folder is opened without following a link, and its file is
-// reached through the descriptor.
+// would lead to other files of this user. So each step checks that the path still leads to this folder, and
+// only a file that this object has made is changed or removed. (A descriptor of the folder would be safer,
+// but a server must be able to listen again when the process has only one descriptor left.)
 class PrivateFolder
 {
 public:
@@ -76,25 +77,28 @@ public:
         : mPath(beside.left(beside.lastIndexOf('/') + 1) + "XXXXXX")
         , mIsMade(::mkdtemp(mPath.data()) != nullptr)
     {
-        if (mIsMade)
-            mFolder
-                = FileDescriptor(::open(mPath.constData(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
+        struct stat made = {};
+        if (mIsMade && ::lstat(mPath.constData(), &made) == 0 && S_ISDIR(made.st_mode)
+            && made.st_uid == ::geteuid())
+            mFolder = IdentityOf(made);
+        else if (mIsMade)
+            errno = ELOOP;
     }
     ~PrivateFolder()
     {
-        if (mHasSocket)
-            ::unlinkat(mFolder.Get(), kSocketName, 0);
+        if (mHasSocket && IsHere())
+            ::unlink(SocketPath().constData());
         if (mIsMade)
             ::rmdir(mPath.constData()); // does not follow a link either
     }
     Q_DISABLE_COPY_MOVE(PrivateFolder)
 
-    /// Returns whether the folder was created and opened. If not, errno is set.
-    [[nodiscard]] bool IsOpen() const { return mFolder.IsOpen(); }
+    /// Returns whether the folder was created. If not, errno is set.
+    [[nodiscard]] bool Exists() const { return mFolder.has_value(); }
     /// Binds a socket to a file in the folder. \return false, with errno set, if that failed
     [[nodiscard]] bool Bind(int socket)
     {
-        const QByteArray path = mPath + '/' + kSocketName;
+        const QByteArray path = SocketPath();
         sockaddr_un address = {};
         address.sun_family = AF_UNIX;
         if (path.size() >= static_cast<qsizetype>(sizeof(address.sun_path))) {
@@ -104,10 +108,9 @@ public:
         std::copy(path.begin(), path.end(), address.sun_path);
         if (::bind(socket, reinterpret_cast<const sockaddr*>(&address), sizeof(address)) == -1)
             return false;
-        // No system can bind relative to a descriptor. If the path led elsewhere, there is no socket here.
         struct stat made = {};
-        mHasSocket = ::fstatat(mFolder.Get(), kSocketName, &made, AT_SYMLINK_NOFOLLOW) == 0
-            && S_ISSOCK(made.st_mode) && ::fchmodat(mFolder.Get(), kSocketName, S_IRWXU, 0) == 0;
+        mHasSocket = IsHere() && ::lstat(path.constData(), &made) == 0 && S_ISSOCK(made.st_mode)
+            && ::chmod(path.constData(), S_IRWXU) == 0;
         mSocket = IdentityOf(made);
         return mHasSocket;
     }
@@ -116,8 +119,11 @@ public:
     /// Moves the socket to its final name. \return false, with errno set, if that failed
     [[nodiscard]] bool MoveSocket(const QByteArray& to, ExistingSocket existing)
     {
-        if (existing == ExistingSocket::Keep) // linkat fails if the name exists
-            return ::linkat(mFolder.Get(), kSocketName, AT_FDCWD, to.constData(), 0) == 0;
+        if (!IsHere())
+            return false;
+        const QByteArray from = SocketPath();
+        if (existing == ExistingSocket::Keep)
+            return ::link(from.constData(), to.constData()) == 0; // fails if the name exists
         // No system can rename on condition of the target's type. A file that is not a socket is replaced if
         // it appears between these two calls.
         struct stat there = {};
@@ -125,14 +131,23 @@ public:
             errno = EEXIST;
             return false;
         }
-        return ::renameat(mFolder.Get(), kSocketName, AT_FDCWD, to.constData()) == 0;
+        return std::rename(from.constData(), to.constData()) == 0;
     }
 
 private:
-    static constexpr const char* kSocketName = "qvsock"; // short, because paths of sockets are limited
+    [[nodiscard]] QByteArray SocketPath() const { return mPath + "/qvsock"; } // short: the length is limited
+    // Returns whether the path still leads to this folder. If not, errno is set.
+    [[nodiscard]] bool IsHere() const
+    {
+        struct stat now = {};
+        if (::lstat(mPath.constData(), &now) == -1)
+            return false;
+        errno = ELOOP;
+        return mFolder == IdentityOf(now);
+    }
 
     QByteArray mPath;
-    FileDescriptor mFolder;
+    std::optional<FileIdentity> mFolder;
     FileIdentity mSocket;
     bool mIsMade;
     bool mHasSocket = false;
@@ -169,7 +184,7 @@ ListeningSocket ListenAt(const QString& path, ExistingSocket existing)
         return failed();
     }
     PrivateFolder folder(target);
-    if (!folder.IsOpen())
+    if (!folder.Exists())
         return failed();
     FileDescriptor socket = ListenIn(folder);
     if (!socket.IsOpen() || !folder.MoveSocket(target, existing))
