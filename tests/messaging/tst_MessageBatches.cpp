@@ -364,7 +364,7 @@ void tst_MessageBatches::Send_peerNeverReads()
     for (int i = 0; i < kCount; ++i)
         QCOMPARE(messages.at(i).Id, QString::number(i));
     QCOMPARE(TestSupport::LogGuard::Messages().size(), 1);
-    QVERIFY(TestSupport::LogGuard::Messages().constFirst().contains(u"wait to be sent"_s));
+    QVERIFY(TestSupport::LogGuard::Messages().constFirst().contains(u"are queued"_s));
 }
 
 void tst_MessageBatches::Receive_order()
