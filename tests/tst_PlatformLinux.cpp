@@ -144,6 +144,7 @@ private Q_SLOTS:
 
     void ListenAt_leavesOnlyTheSocket_data();
     void ListenAt_leavesOnlyTheSocket();
+    void ListenAt_longFolder();
     void ListenAt_followsNoLink_data();
     void ListenAt_followsNoLink();
 
@@ -441,15 +442,28 @@ void tst_PlatformLinux::ListenAt_leavesOnlyTheSocket()
     ::close(old.Descriptor);
 }
 
+// The socket is made in a private folder first, whose path is only eight bytes longer than the folder's.
+void tst_PlatformLinux::ListenAt_longFolder()
+{
+    constexpr qsizetype kFolderSize = 99; // with the slash
+    const QTemporaryDir dir;
+    const QString folder = dir.path() + u'/' + QString(kFolderSize - dir.path().size() - 2, u'f') + u'/';
+    QVERIFY(QDir().mkdir(folder));
+    const Platform::ListeningSocket socket
+        = Platform::ListenAt(folder + u"viewer"_s, Platform::ExistingSocket::Replace);
+    QVERIFY2(socket.Descriptor != -1, qPrintable(socket.Error));
+    ::close(socket.Descriptor);
+}
+
 void tst_PlatformLinux::ListenAt_followsNoLink_data()
 {
     QTest::addColumn<Attack>("attack");
     QTest::addColumn<QString>("file");
 
-    QTest::newRow("before it is opened") << Attack::AfterMakingTheFolder << u"qvsock"_s;
-    QTest::newRow("before it is opened, to other files") << Attack::AfterMakingTheFolder << u"s"_s;
-    QTest::newRow("before the socket is bound") << Attack::BeforeBinding << u"qvsock"_s;
-    QTest::newRow("before the socket is bound, to other files") << Attack::BeforeBinding << u"s"_s;
+    QTest::newRow("before it is opened") << Attack::AfterMakingTheFolder << u"s"_s;
+    QTest::newRow("before it is opened, to other files") << Attack::AfterMakingTheFolder << u"notes"_s;
+    QTest::newRow("before the socket is bound") << Attack::BeforeBinding << u"s"_s;
+    QTest::newRow("before the socket is bound, to other files") << Attack::BeforeBinding << u"notes"_s;
 }
 
 // In a shared folder that is not sticky, another user can replace the private folder by a link.

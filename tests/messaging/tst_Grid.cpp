@@ -615,7 +615,8 @@ void tst_Grid::LockFile_changesHands()
     // lock.
     const std::unique_ptr<QThread> holder(QThread::create([&] {
         for (turns = 0; turns < 30 && !isOver; ++turns) {
-            const timespec times[2] = {{turns + 1000, 0}, {turns + 1000, 0}};
+            const timespec time = {.tv_sec = 1000, .tv_nsec = (turns + 1) * 1'000'000L};
+            const timespec times[2] = {time, time};
             ::futimens(first, times);
             QThread::msleep(250);
         }

@@ -259,8 +259,10 @@ void MessageServerWorker::CheckEndpoint()
     const bool isOpen = mLocalServer->socketDescriptor() != -1;
     const std::optional<Platform::FileIdentity> file
         = Platform::GetFileIdentity(Internal::GetSocketPath(mName));
-    if (isOpen && file == mEndpoint)
+    if (isOpen && file == mEndpoint) {
+        mIsFailureLogged = false;
         return;
+    }
     const bool isTakenOver = file && file != mEndpoint;
     if (!isOpen) {
         RemoveEndpoint();

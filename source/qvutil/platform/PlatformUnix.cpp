@@ -26,6 +26,22 @@
 namespace Quorvin::Util::Platform {
 namespace {
 
+timespec GetModificationTime(const struct stat& file)
+{
+#ifdef Q_OS_MACOS
+    return file.st_mtimespec;
+#else
+    return file.st_mtim;
+#endif
+}
+
+bool IsModified(const struct stat& before, const struct stat& now)
+{
+    const timespec a = GetModificationTime(before);
+    const timespec b = GetModificationTime(now);
+    return a.tv_sec != b.tv_sec || a.tv_nsec != b.tv_nsec;
+}
+
 // Waits for the lock on a file. No system has a time-out for flock, so this polls. Each holder updates the
 // file's modification time, which restarts the deadline, so that only a single process that hangs causes a
 // time-out, and not many that take turns.
@@ -40,7 +56,7 @@ int WaitForLock(int file, int timeoutMs)
         if (errno != EWOULDBLOCK && errno != EINTR)
             return kLockFailed;
         struct stat now = {};
-        if (::fstat(file, &now) == 0 && now.st_mtime != before.st_mtime) {
+        if (::fstat(file, &now) == 0 && IsModified(before, now)) {
             before = now;
             deadline.setRemainingTime(timeoutMs);
         }
@@ -109,10 +125,9 @@ public:
         if (::bind(socket, reinterpret_cast<const sockaddr*>(&address), sizeof(address)) == -1)
             return false;
         struct stat made = {};
-        mHasSocket = IsHere() && ::lstat(path.constData(), &made) == 0 && S_ISSOCK(made.st_mode)
-            && ::chmod(path.constData(), S_IRWXU) == 0;
+        mHasSocket = IsHere() && ::lstat(path.constData(), &made) == 0 && S_ISSOCK(made.st_mode);
         mSocket = IdentityOf(made);
-        return mHasSocket;
+        return mHasSocket && ::chmod(path.constData(), S_IRWXU) == 0;
     }
     [[nodiscard]] FileIdentity Socket() const { return mSocket; }
 
@@ -135,7 +150,7 @@ public:
     }
 
 private:
-    [[nodiscard]] QByteArray SocketPath() const { return mPath + "/qvsock"; } // short: the length is limited
+    [[nodiscard]] QByteArray SocketPath() const { return mPath + "/s"; } // short: the length is limited
     // Returns whether the path still leads to this folder. If not, errno is set.
     [[nodiscard]] bool IsHere() const
     {
@@ -143,7 +158,7 @@ private:
         if (::lstat(mPath.constData(), &now) == -1)
             return false;
         errno = ELOOP;
-        return mFolder == IdentityOf(now);
+        return S_ISDIR(now.st_mode) && now.st_uid == ::geteuid() && mFolder == IdentityOf(now);
     }
 
     QByteArray mPath;
