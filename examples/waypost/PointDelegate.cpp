@@ -58,8 +58,11 @@ void PointDelegate::setModelData(QWidget* editor, QAbstractItemModel* /*model*/,
     const auto column = static_cast<Column>(index.column());
     if (const auto* choice = qobject_cast<const QComboBox*>(editor))
         Q_EMIT Edited(index.row(), column, choice->currentData());
-    else if (const auto* height = qobject_cast<const QSpinBox*>(editor))
-        Q_EMIT Edited(index.row(), column, height->value() * MetresPerHeight(mUnits));
-    else if (const auto* name = qobject_cast<const QLineEdit*>(editor))
+    else if (const auto* height = qobject_cast<const QSpinBox*>(editor)) {
+        // The editor shows rounded heights. Closing it without a change must not round the point's height.
+        const double unit = MetresPerHeight(mUnits);
+        if (height->value() != qRound(index.data(kValueRole).toDouble() / unit))
+            Q_EMIT Edited(index.row(), column, height->value() * unit);
+    } else if (const auto* name = qobject_cast<const QLineEdit*>(editor))
         Q_EMIT Edited(index.row(), column, name->text());
 }

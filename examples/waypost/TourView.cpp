@@ -251,9 +251,8 @@ QRectF TourView::GroundArea() const
     return QRectF(ProfileArea()).adjusted(label + kMargin + kMarkSize, line, -20, -line);
 }
 
-QPointF TourView::ToProfile(qsizetype index) const
+QPointF TourView::ToProfile(qsizetype index, const QRectF& area) const
 {
-    const QRectF area = GroundArea();
     const double length = std::max(1.0, mWay.last());
     return {area.left() + area.width() * mWay[index] / length,
             area.bottom() - area.height() * (mTour->Points[index].Elevation - mLowest) / HeightRange()};
@@ -289,10 +288,11 @@ void TourView::SelectNear(const QPointF& position)
     int nearest = -1;
     double best = kReach;
     const bool onProfile = ProfileArea().contains(position.toPoint());
+    const QRectF ground = GroundArea();
     for (qsizetype i = 0; i < mPlaces.size(); ++i) {
         if (mTour->Points[i].Kind == PointKind::Track)
             continue;
-        const QPointF away = (onProfile ? ToProfile(i) : ToMap(mPlaces[i])) - position;
+        const QPointF away = (onProfile ? ToProfile(i, ground) : ToMap(mPlaces[i])) - position;
         const double distance = onProfile ? std::abs(away.x()) : std::hypot(away.x(), away.y());
         if (distance < best) {
             best = distance;
@@ -501,7 +501,7 @@ void TourView::DrawProfile(QPainter& painter) const
     const double line = QFontMetricsF(painter.font()).height() + 4;
     QPolygonF ground;
     for (qsizetype i = 0; i < mWay.size(); ++i)
-        ground.append(ToProfile(i));
+        ground.append(ToProfile(i, inner));
 
     // Lines at round heights.
     const double unit = MetresPerHeight(mPreferences.Unit);

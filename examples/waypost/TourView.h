@@ -60,7 +60,7 @@ private:
     [[nodiscard]] double HeightRange() const;
     [[nodiscard]] QRectF Section() const; // in metres, with the aspect ratio of the map's area
     [[nodiscard]] QPointF ToMap(const QPointF& metres) const;
-    [[nodiscard]] QPointF ToProfile(qsizetype index) const;
+    [[nodiscard]] QPointF ToProfile(qsizetype index, const QRectF& area) const; // area: GroundArea()
     void Zoom(double factor, const QPointF& around);
     void SelectNeighbour(int step);
     void SelectNear(const QPointF& position);

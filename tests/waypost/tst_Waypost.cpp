@@ -7,6 +7,7 @@
 #include "FormDialog.h"
 #include "MainWindow.h"
 #include "Places.h"
+#include "PointDelegate.h"
 #include "SingleInstance.h"
 #include "Tour.h"
 #include "TourView.h"
@@ -35,6 +36,7 @@
 #include <QScrollBar>
 #include <QSemaphore>
 #include <QSignalSpy>
+#include <QSpinBox>
 #include <QStatusBar>
 #include <QStyleOptionViewItem>
 #include <QTableWidget>
@@ -109,6 +111,7 @@ private Q_SLOTS:
     void EditStaysInItsTour();
     void OpenEditorIsSaved_data();
     void OpenEditorIsSaved();
+    void OpenEditorKeepsHeights();
     void UndoKeepsTheMap();
     void DetailsKeepAMissingDate();
     void NewTourIsNamedInItsDialog();
@@ -617,6 +620,25 @@ void tst_Waypost::OpenEditorIsSaved()
         shown.Action(u"Save"_s)->trigger();
     }
     QVERIFY(ReadFile(file).contains("Old mill"));
+    QVERIFY(!shown.Window.Tours().IsModified(0));
+}
+
+// The editor shows the height in whole metres.
+void tst_Waypost::OpenEditorKeepsHeights()
+{
+    const QString file = mHome->File(u"heights.tour"_s);
+    WriteFile(file, MakeTour().ToXml().toUtf8());
+    Shown shown;
+    QVERIFY(shown.IsActive);
+    shown.Window.OpenFiles({file});
+    shown.ClickCell(shown.Points(), 0, PointDelegate::Elevation);
+    shown.Points()->editItem(shown.Points()->item(0, PointDelegate::Elevation));
+    auto* editor = shown.Points()->findChild<QSpinBox*>();
+    QVERIFY(editor != nullptr);
+    QCOMPARE(editor->value(), 813);
+    QTest::keyClick(editor, Qt::Key_Return);
+    EVENTUALLY(shown.Points()->findChild<QSpinBox*>() == nullptr);
+    QCOMPARE(shown.Window.Tours().At(0).Content.Points.constFirst().Elevation, 812.5);
     QVERIFY(!shown.Window.Tours().IsModified(0));
 }
 
