@@ -5,8 +5,8 @@
 // it prints and writes. Lines that begin with "! " are from standard error; "=> " is the exit code.
 
 #include "support/ToolTest.h"
+#include "support/XliffSupport.h"
 
-#include <qvutil/GeneralUtil.h>
 #include <qvutil/XmlFiler.h>
 
 #include <QDir>
@@ -16,10 +16,13 @@
 #include <QJsonObject>
 
 using namespace Qt::StringLiterals;
-using Quorvin::Util::GeneralUtil;
 using Quorvin::Util::XlfTranslator;
+using TestSupport::Id;
 using TestSupport::ToolResult;
 using TestSupport::ToolRunner;
+using TestSupport::Translated;
+using TestSupport::Unit;
+using TestSupport::Xliff;
 
 namespace {
 
@@ -34,44 +37,6 @@ constexpr const char* kDocument = R"xml(<?xml version="1.0"?>
     <Empty Text="tr()" Blank="tr( )"/>
 </Window>
 )xml";
-
-QByteArray Id(const QString& source)
-{
-    return GeneralUtil::GetHash(source);
-}
-
-/// Returns an XLIFF file with one file element for ui.xml that contains \p body.
-QByteArray Xliff(const QByteArray& body)
-{
-    return "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
-           "<xliff version=\"1.2\" xmlns=\"urn:oasis:names:tc:xliff:document:1.2\">\n"
-           "    <file original=\"ui.xml\" source-language=\"en\" target-language=\"de\" datatype=\"xml\">\n"
-           "        <body>\n"
-        + body
-        + "        </body>\n"
-          "    </file>\n"
-          "</xliff>\n";
-}
-
-/// Returns a unit as the tool writes it.
-QByteArray Unit(const QString& source, const QByteArray& target, int line = 0,
-                const QByteArray& attributes = {})
-{
-    QByteArray text = "            <trans-unit id=\"" + Id(source) + "\"" + attributes
-        + ">\n                <source>" + source.toHtmlEscaped().replace(u"&quot;"_s, u"\""_s).toUtf8()
-        + "</source>\n                " + target + "\n";
-    if (line > 0) {
-        text += "                <context-group purpose=\"location\"><context context-type=\"linenumber\">"
-            + QByteArray::number(line) + "</context></context-group>\n";
-    }
-    return text + "            </trans-unit>\n";
-}
-
-/// Returns a translator's result for a text of ui.xml.
-QString Translated(const QString& file, const QString& source)
-{
-    return XlfTranslator(file).Translate(source, u"ui.xml"_s);
-}
 
 ToolResult RunOther(const QString& program, const QStringList& arguments)
 {
