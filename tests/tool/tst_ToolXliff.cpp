@@ -93,6 +93,9 @@ private Q_SLOTS:
     void Check_allow_data();
     void Check_allow();
     void Check_duplicateFiles();
+    void Check_sameFindings();
+    void Check_inlineElements_data();
+    void Check_inlineElements();
     void Check_json();
     void Check_unusable_data();
     void Check_unusable();
@@ -104,6 +107,7 @@ private Q_SLOTS:
     void Fill_leavesMarkup();
     void Fill_output();
     void Fill_dryRun();
+    void Fill_takesApprovalAway();
     void Fill_usage();
     void Stat_table();
     void Stat_json();
@@ -832,6 +836,62 @@ void tst_ToolXliff::Check_duplicateFiles()
     QCOMPARE(Translated(mTool->Path(u"de.xlf"_s), u"A"_s), u"a"_s);
 }
 
+void tst_ToolXliff::Check_sameFindings()
+{
+    QByteArray units;
+    for (const char* source : {"A", "B", "C"})
+        units += Unit(QString::fromLatin1(source), "<target>x</target>");
+    const auto hidden = [](const QByteArray& body) {
+        return Xliff(body).replace("        <body>", "        <header/><body>");
+    };
+    // Up to three are listed one by one.
+    QVERIFY(mTool->Write(u"de.xlf"_s, hidden(units)));
+    QCOMPARE(mTool->Run({u"xliff"_s, u"check"_s, u"de.xlf"_s}).Output.count(" is out of reach: "), 3);
+    for (int i = 0; i < 23; ++i)
+        units += Unit(u"D%1"_s.arg(i), "<target>x</target>");
+    QVERIFY(mTool->Write(u"de.xlf"_s, hidden(units + Unit(u"Z"_s, "<target/>"))));
+    QCOMPARE(mTool->Run({u"xliff"_s, u"check"_s, u"de.xlf"_s}).ToText(),
+             u"de.xlf:5:13: 27 units are out of reach: they are not in the first element of their file: "
+             "nothing, no header either, may stand before the body (5:13 \"A\", 9:13 \"B\", 13:13 \"C\" and "
+             "24 more) [unreachable]\n"
+             "de.xlf:109:13: \"Z\" has an empty target: the user sees %1 [untranslated]\n"
+             "de.xlf: 27 units, 28 findings\n=> 1\n"_s.arg(QString::fromLatin1(Id(u"Z"_s))));
+    const QByteArray json = mTool->Run({u"xliff"_s, u"check"_s, u"de.xlf"_s, u"--json"_s}).Output;
+    const QJsonArray findings
+        = QJsonDocument::fromJson(json).array().at(0).toObject().value(u"findings"_s).toArray();
+    QCOMPARE(findings.size(), 28);
+    QCOMPARE(findings.at(26).toObject().value(u"line"_s).toInt(), 109);
+}
+
+void tst_ToolXliff::Check_inlineElements_data()
+{
+    QTest::addColumn<QByteArray>("source");
+    QTest::addColumn<QString>("text"); // whose digest is the id
+    QTest::addColumn<int>("exitCode");
+
+    QTest::newRow("white space between elements")
+        << QByteArray("a <g id='1'>b</g> <g id='2'>c</g>") << u"a b c"_s << 0;
+    QTest::newRow("native code") << QByteArray("a <ph id='1'>%1</ph>") << u"a %1"_s << 0;
+    QTest::newRow("equivalent text") << QByteArray("a <x id='1' equiv-text='%1'/>") << u"a %1"_s << 0;
+    QTest::newRow("unknown text, id may be right") << QByteArray("a <x id='1'/>") << u"a %1"_s << 0;
+    QTest::newRow("other text") << QByteArray("a <g id='1'>b</g>") << u"a b c"_s << 1;
+}
+
+void tst_ToolXliff::Check_inlineElements()
+{
+    QFETCH(const QByteArray, source);
+    QFETCH(const QString, text);
+    QFETCH(const int, exitCode);
+
+    const QByteArray unit
+        = Unit(text, "<target>x</target>").replace("<source>" + text.toUtf8(), "<source>" + source);
+    QVERIFY(mTool->Write(u"de.xlf"_s, Xliff(unit)));
+    const ToolResult result
+        = mTool->Run({u"xliff"_s, u"check"_s, u"de.xlf"_s, u"--allow"_s, u"placeholders"_s});
+    QVERIFY2(result.ExitCode == exitCode, result.Output.constData());
+    QCOMPARE(result.Output.contains("[wrong-id]"), exitCode == 1);
+}
+
 void tst_ToolXliff::Check_json()
 {
     QVERIFY(mTool->Write(u"de.xlf"_s, Xliff(Unit(u"A"_s, "<target/>"))));
@@ -974,6 +1034,17 @@ void tst_ToolXliff::Fill_dryRun()
     QCOMPARE(mTool->Run({u"xliff"_s, u"fill"_s, u"de.xlf"_s, u"--dry-run"_s}).ToText(), u"=> 0\n"_s);
 }
 
+void tst_ToolXliff::Fill_takesApprovalAway()
+{
+    // Otherwise the text that was filled in would count as finished.
+    QVERIFY(mTool->Write(u"de.xlf"_s, Xliff(Unit(u"A"_s, "<target/>", 0, " approved=\"yes\""))));
+    QCOMPARE(mTool->Run({u"xliff"_s, u"fill"_s, u"de.xlf"_s}).ExitCode, 0);
+    QCOMPARE(QString::fromUtf8(mTool->Read(u"de.xlf"_s)),
+             QString::fromUtf8(Xliff(
+                 Unit(u"A"_s, "<target state=\"needs-translation\">A</target>", 0, " approved=\"no\""))));
+    QVERIFY(mTool->Run({u"xliff"_s, u"stat"_s, u"de.xlf"_s}).Output.contains("0 of 1    0 %  1 unfinished"));
+}
+
 void tst_ToolXliff::Fill_usage()
 {
     QCOMPARE(mTool->Run({u"xliff"_s, u"fill"_s, u"a"_s, u"b"_s, u"-o"_s, u"c"_s}).ToText(),
@@ -1085,7 +1156,7 @@ void tst_ToolXliff::Show_likeTheLibrary()
 void tst_ToolXliff::Help_data()
 {
     QTest::addColumn<QString>("command");
-    for (const char* command : {"extract", "check", "fill", "stat", "show"})
+    for (const char* command : {"extract", "check", "repair", "fill", "stat", "show"})
         QTest::newRow(command) << QString::fromLatin1(command);
 }
 

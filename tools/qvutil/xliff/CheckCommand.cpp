@@ -8,6 +8,7 @@
 #include "cli/Report.h"
 #include "xliff/CommandSupport.h"
 #include "xliff/DocumentWalk.h"
+#include "xliff/PlaceList.h"
 #include "xliff/XliffChecks.h"
 #include "xliff/XliffDocument.h"
 
@@ -68,10 +69,13 @@ QJsonObject ToJson(const Finding& finding)
 
 void PrintFindings(const XliffDocument& xliff, const QList<Finding>& findings, qsizetype allowed)
 {
+    QList<PlaceLine> lines;
     for (const Finding& finding : findings) {
-        Console::PrintLine(u"%1: %2 [%3]"_s.arg(PlaceText(finding.File, finding.Where), finding.Text,
-                                                GetKindName(finding.Kind)));
+        const QString noun = finding.Kind == FindingKind::Missing ? u"text"_s : u"unit"_s;
+        lines.append({finding.File, finding.Where, finding.Text, finding.Shared, noun, finding.Source,
+                      GetKindName(finding.Kind)});
     }
+    PrintPlaceLines(lines);
     QString summary = u"%1: %2, "_s.arg(xliff.GetName(), Count(xliff.GetUnits().size(), u"unit"_s));
     summary += findings.isEmpty() ? u"no findings"_s : Count(findings.size(), u"finding"_s);
     if (allowed > 0)

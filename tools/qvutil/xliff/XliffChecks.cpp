@@ -55,6 +55,24 @@ QString ReasonOf(UnitReachability reach)
     return {};
 }
 
+/// The reason for several units.
+QString SharedReasonOf(UnitReachability reach)
+{
+    switch (reach) {
+    case UnitReachability::Found:
+        break;
+    case UnitReachability::NoFileName:
+        return u"their file element has no \"original\" with a file name"_s;
+    case UnitReachability::BodyNotFirst:
+        return u"they are not in the first element of their file: nothing, no header either, may stand before the body"_s;
+    case UnitReachability::Nested:
+        return u"they are not directly in a body, but in a group or elsewhere"_s;
+    case UnitReachability::Replaced:
+        return u"a later file element with the same file name takes the place of theirs"_s;
+    }
+    return {};
+}
+
 /// The members of \p a that \p b does not have, for people.
 QString ListOf(const QStringList& a, const QStringList& b)
 {
@@ -85,10 +103,11 @@ public:
     }
 
 private:
-    void Add(FindingKind kind, const XliffUnit& unit, const QString& text)
+    void Add(FindingKind kind, const XliffUnit& unit, const QString& text, const QString& shared = {})
     {
         const QString original = unit.File < 0 ? QString() : mXliff.GetFiles().at(unit.File).Original;
-        mFindings.append({kind, mXliff.GetName(), mXliff.GetPlace(unit.Element), original, unit.Id, text});
+        mFindings.append({kind, mXliff.GetName(), mXliff.GetPlace(unit.Element), original, unit.Id, text,
+                          shared, unit.Source});
     }
 
     void CheckFiles()
@@ -106,7 +125,9 @@ private:
                      file.Original,
                      {},
                      u"%1 has the same file name as the file element in line %2: the reader keeps "
-                     "only the last one"_s.arg(Console::Quoted(file.Original), QString::number(line))});
+                     "only the last one"_s.arg(Console::Quoted(file.Original), QString::number(line)),
+                     {},
+                     {}});
             } else {
                 first.insert(file.Key, place.Line);
             }
@@ -116,13 +137,16 @@ private:
     void CheckUnit(const XliffUnit& unit)
     {
         const QString source = Console::Quoted(unit.Source);
-        if (unit.Reachability != UnitReachability::Found)
+        if (unit.Reachability != UnitReachability::Found) {
             Add(FindingKind::Unreachable, unit,
-                u"%1 is out of reach: %2"_s.arg(source, ReasonOf(unit.Reachability)));
-        const QString id = UnitId(unit.Source);
-        if (unit.Id != id) {
+                u"%1 is out of reach: %2"_s.arg(source, ReasonOf(unit.Reachability)),
+                u"are out of reach: %1"_s.arg(SharedReasonOf(unit.Reachability)));
+        }
+        if (unit.HasWrongId()) {
             Add(FindingKind::WrongId, unit,
-                u"%1 has the id %2, but is looked for as %3"_s.arg(source, Console::Quoted(unit.Id), id));
+                u"%1 has the id %2, but is looked for as %3"_s.arg(source, Console::Quoted(unit.Id),
+                                                                   UnitId(unit.Source)),
+                u"have ids that are not the digests of their sources, by which they are looked for"_s);
         }
         CheckTarget(unit, source);
     }
@@ -131,17 +155,19 @@ private:
     {
         const QString target = unit.WholeTarget;
         if (unit.Target.isEmpty()) {
-            const QStringView why = unit.TargetElement < 0 ? u"has no target"
-                : target.trimmed().isEmpty()               ? u"has an empty target"
-                                                           : u"has a target that begins with markup";
-            Add(FindingKind::Untranslated, unit, u"%1 %2: the user sees %3"_s.arg(source, why, unit.Id));
+            const QStringView why = unit.TargetElement < 0 ? u"no target"
+                : target.trimmed().isEmpty()               ? u"an empty target"
+                                                           : u"a target that begins with markup";
+            Add(FindingKind::Untranslated, unit, u"%1 has %2: the user sees %3"_s.arg(source, why, unit.Id),
+                u"have %1: the user sees their ids"_s.arg(why));
             return;
         }
         if (unit.GetProgress() == UnitProgress::Unfinished)
-            Add(FindingKind::Unfinished, unit, u"%1 is in the state %2"_s.arg(source, unit.State));
+            Add(FindingKind::Unfinished, unit, u"%1 is in the state %2"_s.arg(source, unit.State),
+                u"are in the state %1"_s.arg(unit.State));
         if (target != unit.Target) {
-            QString copy = target;
-            const bool isCut = !Util::XmlFiler().StripTr(copy);
+            QString unwrapped = target;
+            const bool isCut = !Util::XmlFiler().StripTr(unwrapped) || unwrapped != unit.Target;
             Add(isCut ? FindingKind::CutTarget : FindingKind::Unwrapped, unit,
                 (isCut ? u"%1 has markup in its target: the user sees only %2"_s
                        : u"%1 has a tr(...) mark for its target: the user sees %2"_s)
@@ -213,7 +239,8 @@ private:
             if (present == sources.cend()) {
                 Add(FindingKind::Obsolete, unit,
                     u"%1 belongs to %2, which is not among the documents"_s.arg(
-                        Console::Quoted(unit.Source), Console::Quoted(file.Original)));
+                        Console::Quoted(unit.Source), Console::Quoted(file.Original)),
+                    u"belong to %1, which is not among the documents"_s.arg(Console::Quoted(file.Original)));
             } else if (!present->contains(unit.Source)) {
                 Add(FindingKind::Obsolete, unit,
                     u"%1 is no longer in %2"_s.arg(Console::Quoted(unit.Source),
@@ -224,9 +251,11 @@ private:
 
     void AddMissing(const DocumentTexts::Text& text, const QString& id)
     {
-        mDocumentFindings.append({FindingKind::Missing, text.Document, text.Where, text.Document, id,
-                                  u"%1 at %2 has no unit in %3: the user sees it untranslated"_s.arg(
-                                      Console::Quoted(text.Source), text.Path, mXliff.GetName())});
+        mDocumentFindings.append(
+            {FindingKind::Missing, text.Document, text.Where, text.Document, id,
+             u"%1 at %2 has no unit in %3: the user sees it untranslated"_s.arg(Console::Quoted(text.Source),
+                                                                                text.Path, mXliff.GetName()),
+             u"have no unit in %1: the user sees them untranslated"_s.arg(mXliff.GetName()), text.Source});
     }
 
     const XliffDocument& mXliff;

@@ -38,6 +38,8 @@ struct Finding
     QString Original; ///< the document concerned, as the XLIFF file names it
     QString Id; ///< of the unit concerned; may be empty
     QString Text; ///< what is wrong, for people
+    QString Shared; ///< the same about all units with this fault, see PlaceLine; may be empty
+    QString Source; ///< the text concerned; may be empty
 };
 
 [[nodiscard]] QString GetKindName(FindingKind kind);

@@ -10,9 +10,11 @@ namespace Quorvin::Tool {
 
 void AddXliffCommands(CommandLine& line)
 {
-    CLI::App& group = line.AddGroup("xliff", "Translate documents: make, check, fill and try XLIFF files");
+    CLI::App& group
+        = line.AddGroup("xliff", "Translate documents: make, check, repair, fill and try XLIFF files");
     AddXliffExtractCommand(line, group);
     AddXliffCheckCommand(line, group);
+    AddXliffRepairCommand(line, group);
     AddXliffFillCommand(line, group);
     AddXliffStatCommand(line, group);
     AddXliffShowCommand(line, group);

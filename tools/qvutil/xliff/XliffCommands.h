@@ -15,6 +15,7 @@ class CommandLine;
 // The commands of `qvutil xliff`, in the order of its help.
 void AddXliffExtractCommand(CommandLine& line, CLI::App& group);
 void AddXliffCheckCommand(CommandLine& line, CLI::App& group);
+void AddXliffRepairCommand(CommandLine& line, CLI::App& group);
 void AddXliffFillCommand(CommandLine& line, CLI::App& group);
 void AddXliffStatCommand(CommandLine& line, CLI::App& group);
 void AddXliffShowCommand(CommandLine& line, CLI::App& group);

@@ -5,14 +5,17 @@
 
 #include "cli/Failure.h"
 #include "documents/DocumentFile.h"
+#include "xliff/InlineText.h"
 #include <qvutil/platform/Platform_p.h>
 
 #include <qvutil/GeneralUtil.h>
 
 #include <QDomElement>
 #include <QFileInfo>
+#include <QSet>
 
 #include <algorithm>
+#include <utility>
 
 using namespace Qt::StringLiterals;
 
@@ -33,6 +36,19 @@ QStringView LocalName(QStringView name)
     return name.mid(name.indexOf(u':') + 1);
 }
 
+/// Whether a state says that a target still needs work.
+bool IsUnfinished(QStringView state)
+{
+    return state == u"new" || state.startsWith(u"needs-");
+}
+
+bool IsDigest(const QString& id)
+{
+    return id.size() == 32 && std::all_of(id.begin(), id.end(), [](QChar c) {
+               return (c >= u'0' && c <= u'9') || (c >= u'a' && c <= u'f');
+           });
+}
+
 void AppendReference(QString& to, char32_t c)
 {
     to += "&#"_L1 + QString::number(static_cast<uint>(c)) + u';';
@@ -50,13 +66,27 @@ QString UnitId(const QString& source)
     return QString::fromLatin1(Util::GeneralUtil::GetHash(source));
 }
 
+bool IsSameLanguage(const QString& a, const QString& b)
+{
+    return QString(a).replace(u'_', u'-').compare(QString(b).replace(u'_', u'-'), Qt::CaseInsensitive) == 0;
+}
+
 UnitProgress XliffUnit::GetProgress() const
 {
     if (Target.isEmpty())
         return UnitProgress::Empty;
-    if (!IsApproved && (State == "new"_L1 || State.startsWith("needs-"_L1)))
-        return UnitProgress::Unfinished;
-    return UnitProgress::Finished;
+    return !IsApproved && IsUnfinished(State) ? UnitProgress::Unfinished : UnitProgress::Finished;
+}
+
+bool XliffUnit::IsFilledIn() const
+{
+    return !IsApproved && (State == "new"_L1 || State == "needs-translation"_L1);
+}
+
+bool XliffUnit::HasWrongId() const
+{
+    // Nobody can compute the digest of a source that is not complete. One that is there may well be right.
+    return Id != UnitId(Source) && (IsSourceComplete || !IsDigest(Id));
 }
 
 XliffDocument::XliffDocument()
@@ -92,6 +122,7 @@ void XliffDocument::Read()
         if (LocalName(NameOf(element)) == u"trans-unit")
             ReadUnit(element);
     });
+    ReadInlineTexts();
     for (int i = 0; i < mFiles.size(); ++i) {
         if (HasUnits(mFiles.at(i)))
             mReadFiles.insert(mFiles.at(i).Key, i);
@@ -136,6 +167,32 @@ void XliffDocument::ReadUnit(int element)
         mFiles.last().Units.append(static_cast<int>(mUnits.size()));
     }
     mUnits.append(unit);
+}
+
+/// The tree lacks the white space between inline elements, and does not know what they stand for.
+void XliffDocument::ReadInlineTexts()
+{
+    const QList<XmlSource::Element>& elements = mSource.GetElements();
+    QSet<int> wanted;
+    for (const XliffUnit& unit : std::as_const(mUnits)) {
+        for (const int element : {unit.SourceElement, unit.TargetElement}) {
+            if (element >= 0 && element + 1 < elements.size() && elements.at(element + 1).Parent == element)
+                wanted.insert(element);
+        }
+    }
+    if (wanted.isEmpty())
+        return;
+    const QHash<int, InlineText> texts = FindInlineTexts(mSource, wanted);
+    for (XliffUnit& unit : mUnits) {
+        if (const auto found = texts.constFind(unit.SourceElement); found != texts.cend()) {
+            unit.Source = found->Text;
+            unit.IsSourceComplete = found->Unknown.isEmpty();
+        }
+        if (const auto found = texts.constFind(unit.TargetElement); found != texts.cend()) {
+            unit.WholeTarget = found->Text;
+            unit.IsTargetComplete = found->Unknown.isEmpty();
+        }
+    }
 }
 
 UnitReachability XliffDocument::ClassifyUnit(const XliffUnit& unit) const
@@ -188,7 +245,6 @@ qsizetype XliffDocument::LineStartOf(int element) const
     return begin - mSource.GetElementPlace(element).Column + 1;
 }
 
-/// The white space before an element that begins its line; nothing before another.
 QString XliffDocument::IndentOf(int element) const
 {
     const QStringView before = RawText(LineStartOf(element), mSource.GetElements().at(element).Begin);
@@ -282,7 +338,7 @@ void XliffDocument::SetAttribute(int element, QStringView name, const QString& v
 {
     const QString text = Escape(value, true);
     if (const XmlSource::Attribute* attribute = mSource.FindAttribute(element, name))
-        mEdits.append({attribute->ValueBegin, attribute->ValueEnd, text});
+        AddEdit({attribute->ValueBegin, attribute->ValueEnd, text});
     else
         Insert(TagContentEnd(element), u' ' + name.toString() + "=\""_L1 + text + u'"');
 }
@@ -290,10 +346,11 @@ void XliffDocument::SetAttribute(int element, QStringView name, const QString& v
 void XliffDocument::SetTarget(const XliffUnit& unit, const QString& text, const QString& state)
 {
     const QString content = EscapeContent(text);
+    SetApproved(unit, !IsUnfinished(state));
     if (unit.TargetElement >= 0) {
         const XmlSource::Element& target = mSource.GetElements().at(unit.TargetElement);
         SetAttribute(unit.TargetElement, u"state", state);
-        mEdits.append({TagContentEnd(unit.TargetElement), target.End, u'>' + content + "</target>"_L1});
+        AddEdit({TagContentEnd(unit.TargetElement), target.End, u'>' + content + "</target>"_L1});
         return;
     }
     const int segments = FindChild(unit.Element, u"seg-source");
@@ -303,6 +360,20 @@ void XliffDocument::SetTarget(const XliffUnit& unit, const QString& text, const 
                mLineEnd + IndentOf(behind) + "<target state=\""_L1 + state + "\">"_L1 + content
                    + "</target>"_L1);
     }
+}
+
+void XliffDocument::SetTargetContent(const XliffUnit& unit, const QString& text, const QStringList& behind)
+{
+    const XmlSource::Element& target = mSource.GetElements().at(unit.TargetElement);
+    AddEdit({target.TagEnd, target.ContentEnd, EscapeContent(text)});
+    for (const QString& comment : behind)
+        Insert(target.End, comment);
+}
+
+void XliffDocument::SetApproved(const XliffUnit& unit, bool isApproved)
+{
+    if (unit.IsApproved != isApproved)
+        SetAttribute(unit.Element, u"approved", isApproved ? u"yes"_s : u"no"_s);
 }
 
 void XliffDocument::SetId(const XliffUnit& unit)
@@ -323,7 +394,7 @@ bool XliffDocument::SetLine(const XliffUnit& unit, int line)
             const QString number = QString::number(line);
             if (RawText(element.TagEnd, element.ContentEnd) == number || element.IsSelfClosing())
                 return false;
-            mEdits.append({element.TagEnd, element.ContentEnd, number});
+            AddEdit({element.TagEnd, element.ContentEnd, number});
             return true;
         }
         const bool isText
@@ -380,7 +451,18 @@ void XliffDocument::AddFile(const QString& original, const QString& sourceLangua
     AppendChild(0, text + indent + "</file>"_L1);
 }
 
+void XliffDocument::AddEdit(const Edit& edit)
+{
+    mEdits.append(edit);
+    mIsSorted = false;
+}
+
 void XliffDocument::RemoveElement(int element)
+{
+    AddEdit(ComposeRemoval(element));
+}
+
+XliffDocument::Edit XliffDocument::ComposeRemoval(int element) const
 {
     const XmlSource::Element& e = mSource.GetElements().at(element);
     const QString& text = mSource.GetText();
@@ -389,9 +471,62 @@ void XliffDocument::RemoveElement(int element)
         ++lineEnd;
     const bool isAlone = IsBlank(RawText(LineStartOf(element), e.Begin)) && IsBlank(RawText(e.End, lineEnd));
     if (isAlone)
-        mEdits.append({LineStartOf(element), std::min(lineEnd + 1, text.size()), {}});
-    else
-        mEdits.append({e.Begin, e.End, {}});
+        return {LineStartOf(element), std::min(lineEnd + 1, text.size()), {}};
+    return {e.Begin, e.End, {}};
+}
+
+void XliffDocument::ReplaceElement(int element, const QString& text)
+{
+    const XmlSource::Element& e = mSource.GetElements().at(element);
+    Edit edit = text.isEmpty() ? ComposeRemoval(element) : Edit{e.Begin, e.End, text};
+    edit.CoveredEnd = e.End;
+    AddEdit(edit);
+}
+
+void XliffDocument::AppendText(int element, const QString& text)
+{
+    const XmlSource::Element& e = mSource.GetElements().at(element);
+    const QStringView content = RawText(e.TagEnd, e.ContentEnd);
+    qsizetype size = content.size();
+    while (size > 0 && content.at(size - 1).isSpace())
+        --size;
+    Insert(e.TagEnd + size, text);
+}
+
+void XliffDocument::SortEdits(QList<Edit>& edits)
+{
+    std::stable_sort(edits.begin(), edits.end(),
+                     [](const Edit& a, const Edit& b) { return a.Begin < b.Begin; });
+}
+
+/// The text from \p begin to \p end, with those of the sorted edits that begin in it.
+QString XliffDocument::Apply(const QList<Edit>& edits, qsizetype begin, qsizetype end) const
+{
+    QString result;
+    qsizetype position = begin;
+    qsizetype coveredEnd = 0;
+    auto edit = std::lower_bound(edits.cbegin(), edits.cend(), begin,
+                                 [](const Edit& e, qsizetype offset) { return e.Begin < offset; });
+    for (; edit != edits.cend() && edit->Begin < end; ++edit) {
+        if (edit->Begin < coveredEnd)
+            continue;
+        coveredEnd = std::max(coveredEnd, edit->CoveredEnd);
+        if (edit->Begin > position)
+            result += RawText(position, edit->Begin);
+        result += edit->Text;
+        position = std::max(position, edit->End);
+    }
+    if (position < end)
+        result += RawText(position, end);
+    return result;
+}
+
+QString XliffDocument::GetRange(qsizetype begin, qsizetype end)
+{
+    if (!mIsSorted)
+        SortEdits(mEdits);
+    mIsSorted = true;
+    return Apply(mEdits, begin, end);
 }
 
 XliffDocument::Edit XliffDocument::ComposeAppended(int parent, const QStringList& children) const
@@ -411,18 +546,8 @@ QString XliffDocument::GetChanged() const
     QList<Edit> edits = mEdits;
     for (auto it = mAppended.cbegin(); it != mAppended.cend(); ++it)
         edits.append(ComposeAppended(it.key(), it.value()));
-    std::stable_sort(edits.begin(), edits.end(),
-                     [](const Edit& a, const Edit& b) { return a.Begin < b.Begin; });
-    QString result;
-    qsizetype position = 0;
-    for (const Edit& edit : std::as_const(edits)) {
-        if (edit.Begin > position)
-            result += RawText(position, edit.Begin);
-        result += edit.Text;
-        position = std::max(position, edit.End);
-    }
-    result += RawText(position, mSource.GetText().size());
-    return result;
+    SortEdits(edits);
+    return Apply(edits, 0, mSource.GetText().size());
 }
 
 QByteArray XliffDocument::GetContent(const QString& path) const

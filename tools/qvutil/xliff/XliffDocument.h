@@ -18,6 +18,8 @@ namespace Quorvin::Tool {
 [[nodiscard]] QString DocumentKey(const QString& path);
 /// The id of the unit for a text, by which the library finds its translation: the digest of the text.
 [[nodiscard]] QString UnitId(const QString& source);
+/// Languages are written "de-AT", "de_AT" or "DE-at".
+[[nodiscard]] bool IsSameLanguage(const QString& a, const QString& b);
 
 /// Whether the library's translator finds a unit, and if not, why.
 enum class UnitReachability {
@@ -44,13 +46,20 @@ struct XliffUnit
     int File = -1; ///< index of its file; -1 if it is in none
     QString Id; ///< as the reader takes it
     QString Source;
+    bool IsSourceComplete
+        = true; ///< false if an inline element stands for text that the file does not contain
     QString Target; ///< as the reader takes it
     QString WholeTarget; ///< all text in the target, markup removed
+    bool IsTargetComplete = true; ///< like IsSourceComplete
     QString State; ///< the attribute of the target
     bool IsApproved = false;
     UnitReachability Reachability = UnitReachability::Found;
 
     [[nodiscard]] UnitProgress GetProgress() const;
+    /// Whether the target was only filled in for the time being.
+    [[nodiscard]] bool IsFilledIn() const;
+    /// Whether the id is known not to be the one under which the reader looks for the source.
+    [[nodiscard]] bool HasWrongId() const;
 };
 
 /// A child of the root: a `file` element, but the reader takes any.
@@ -93,12 +102,23 @@ public:
     [[nodiscard]] const QList<XliffUnit>& GetUnits() const { return mUnits; }
     [[nodiscard]] Place GetPlace(int element) const { return mSource.GetElementPlace(element); }
     [[nodiscard]] int GetParent(int element) const { return mSource.GetElements().at(element).Parent; }
+    [[nodiscard]] const XmlSource& GetSource() const { return mSource; }
+    [[nodiscard]] const QString& GetLineEnd() const { return mLineEnd; }
+    /// The white space before an element that begins its line; nothing before another.
+    [[nodiscard]] QString IndentOf(int element) const;
+    [[nodiscard]] QString IndentStep() const;
 
     /// Whether there is nothing in a unit's target that a new one would replace.
     [[nodiscard]] bool IsTargetBlank(const XliffUnit& unit) const;
 
-    /// Gives a unit a target, in place of the one it has.
+    /// Gives a unit a target, in place of the one it has. A state that says that work remains also takes the
+    /// approval from the unit; any other state approves it: Qt Linguist and others go by that alone.
     void SetTarget(const XliffUnit& unit, const QString& text, const QString& state);
+    /// Replaces the content of a target, which keeps its attributes.
+    /// \param behind  comments to put behind the target
+    void SetTargetContent(const XliffUnit& unit, const QString& text, const QStringList& behind);
+    /// Says whether the translation of a unit is finished.
+    void SetApproved(const XliffUnit& unit, bool isApproved);
     /// Gives a unit the id under which the reader finds its source.
     void SetId(const XliffUnit& unit);
     /// Notes in which line of the document a unit's text is. \return false if it is noted already
@@ -110,6 +130,13 @@ public:
                  const QList<NewUnit>& units);
     void RemoveUnit(const XliffUnit& unit) { RemoveElement(unit.Element); }
     void RemoveFile(const XliffFile& file) { RemoveElement(file.Element); }
+    void SetAttribute(int element, QStringView name, const QString& value);
+    /// Adds text behind the last child of an element that has children.
+    void AppendText(int element, const QString& text);
+    /// Returns a part of the text with all changes that begin in it.
+    [[nodiscard]] QString GetRange(qsizetype begin, qsizetype end);
+    /// Replaces an element and all changes in it; with nothing, the lines that it fills are removed as well.
+    void ReplaceElement(int element, const QString& text);
 
     [[nodiscard]] bool IsChanged() const { return !mEdits.isEmpty() || !mAppended.isEmpty(); }
     /// The text with all changes.
@@ -127,33 +154,34 @@ private:
         qsizetype Begin;
         qsizetype End;
         QString Text;
+        qsizetype CoveredEnd = 0; ///< further changes that begin before this have no effect
     };
 
     void Read();
     void ReadFile(int element);
     void ReadUnit(int element);
-    void RateUnits();
-    [[nodiscard]] int OutermostParent(int element) const;
     [[nodiscard]] QStringView NameOf(int element) const;
     [[nodiscard]] QStringView RawText(qsizetype begin, qsizetype end) const;
     [[nodiscard]] bool HasUnits(const XliffFile& file) const;
     [[nodiscard]] UnitReachability ClassifyUnit(const XliffUnit& unit) const;
 
-    [[nodiscard]] QString IndentOf(int element) const;
-    [[nodiscard]] QString IndentStep() const;
     [[nodiscard]] int FindChild(int parent, QStringView name) const;
     [[nodiscard]] QString Escape(const QString& text, bool isAttribute) const;
     [[nodiscard]] QString EscapeContent(const QString& text) const;
     [[nodiscard]] QString ComposeUnit(const NewUnit& unit, const QString& indent) const;
     [[nodiscard]] QString ComposeBody(const QList<NewUnit>& units, const QString& indent) const;
     [[nodiscard]] QString ComposeLocation(int line, const QString& indent) const;
-    void SetAttribute(int element, QStringView name, const QString& value);
     void AppendChild(int parent, const QString& child) { mAppended[parent].append(child); }
     [[nodiscard]] Edit ComposeAppended(int parent, const QStringList& children) const;
     void RemoveElement(int element);
+    [[nodiscard]] Edit ComposeRemoval(int element) const;
+    static void SortEdits(QList<Edit>& edits);
+    [[nodiscard]] QString Apply(const QList<Edit>& edits, qsizetype begin, qsizetype end) const;
+    void ReadInlineTexts();
     [[nodiscard]] qsizetype TagContentEnd(int element) const;
     [[nodiscard]] qsizetype LineStartOf(int element) const;
-    void Insert(qsizetype at, const QString& text) { mEdits.append({at, at, text}); }
+    void AddEdit(const Edit& edit);
+    void Insert(qsizetype at, const QString& text) { AddEdit({at, at, text}); }
 
     QString mName;
     XmlSource mSource;
@@ -162,6 +190,7 @@ private:
     QList<XliffUnit> mUnits;
     QHash<QString, int> mReadFiles; // by the key: of several files, the reader uses the last that holds units
     QList<Edit> mEdits;
+    bool mIsSorted = true;
     QMap<int, QStringList> mAppended; // new children, by the element that gets them
 };
 

@@ -17,12 +17,6 @@ using namespace Qt::StringLiterals;
 namespace Quorvin::Tool {
 namespace {
 
-/// Languages are written "de-AT", "de_AT" or "DE-at".
-bool IsSameLanguage(const QString& a, const QString& b)
-{
-    return QString(a).replace(u'_', u'-').compare(QString(b).replace(u'_', u'-'), Qt::CaseInsensitive) == 0;
-}
-
 class Update
 {
 public:

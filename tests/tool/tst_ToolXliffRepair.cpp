@@ -1,0 +1,610 @@
+// SPDX-FileCopyrightText: 2026 The QvUtil developers
+// SPDX-License-Identifier: MIT
+
+// Tests `qvutil xliff repair`: each test runs the real tool on real files, and asks the library's
+// translator for the texts.
+
+#include "support/ToolTest.h"
+#include "support/XliffSupport.h"
+
+#include <QElapsedTimer>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QRandomGenerator>
+
+using namespace Qt::StringLiterals;
+using Quorvin::Util::XlfTranslator;
+using TestSupport::Id;
+using TestSupport::ToolResult;
+using TestSupport::ToolRunner;
+using TestSupport::Translated;
+using TestSupport::Unit;
+using TestSupport::Xliff;
+
+namespace {
+
+// The kinds of findings that a repair removes.
+const QStringList& RepairedKinds()
+{
+    static const QStringList kinds{u"unreachable"_s, u"wrong-id"_s, u"duplicate-file"_s, u"duplicate-unit"_s,
+                                   u"cut-target"_s};
+    return kinds;
+}
+
+QStringList SplitPairs(const QString& text)
+{
+    return text.split(u';', Qt::SkipEmptyParts);
+}
+
+/// Returns a file element for a document.
+QByteArray File(const QByteArray& original, const QByteArray& content)
+{
+    return "    <file original=\"" + original
+        + "\" source-language=\"en\" target-language=\"de\" datatype=\"xml\">\n" + content + "    </file>\n";
+}
+
+} // namespace
+
+class tst_ToolXliffRepair : public TestSupport::ToolTest
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void Repair_shapes_data();
+    void Repair_shapes();
+    void Repair_exactText();
+    void Repair_leaves_data();
+    void Repair_leaves();
+    void Repair_alternatives();
+    void Repair_cleanFile();
+    void Repair_dryRun();
+    void Repair_json();
+    void Repair_usage();
+    void Repair_encodings();
+    void Repair_anyFile();
+    void Repair_largeFile();
+    void Repair_rules();
+    void Approve_progress();
+    void Approve_linguist();
+
+private:
+    /// Returns the lines of `xliff check` with findings that a repair removes.
+    [[nodiscard]] QStringList Findings(const QString& file) const;
+};
+
+QStringList tst_ToolXliffRepair::Findings(const QString& file) const
+{
+    const QByteArray output = mTool->Run({u"xliff"_s, u"check"_s, u"--json"_s, file}).Output;
+    QStringList result;
+    for (const QJsonValue finding :
+         QJsonDocument::fromJson(output).array().at(0).toObject().value(u"findings"_s).toArray()) {
+        const QString kind = finding.toObject().value(u"kind"_s).toString();
+        const QString text = finding.toObject().value(u"text"_s).toString();
+        if (RepairedKinds().contains(kind) || text.contains("begins with markup"_L1))
+            result += kind + ": "_L1 + text;
+    }
+    return result;
+}
+
+void tst_ToolXliffRepair::Repair_shapes_data()
+{
+    QTest::addColumn<QByteArray>("before");
+    QTest::addColumn<QString>("hidden"); // texts that the library does not translate before
+    QTest::addColumn<QString>("texts"); // source=target of ui.xml afterwards
+    QTest::addColumn<QString>("note"); // the first line of the output
+
+    const QByteArray a = Unit(u"A"_s, "<target>a</target>");
+    const QByteArray b = Unit(u"B"_s, "<target>b</target>");
+    const QString first = u"the reader takes the first element of a file for its body [header]"_s;
+    const QString direct = u"the reader finds units directly in the body only [group]"_s;
+    const QString whole = u"the reader takes a target up to the first element or comment [target]"_s;
+    const QString once = u"the reader keeps only the last file element with a file name [duplicate-file]"_s;
+    const QString digest = u"a text is looked for by its digest [id]"_s;
+
+    QTest::newRow("header") << Xliff(a).replace("        <body>",
+                                                "        <header><note>n</note></header>\n        <body>")
+                            << u"A"_s << u"A=a"_s << u"4:9: <header> moved behind the body: "_s + first;
+    QTest::newRow("header on the line of the body")
+        << Xliff(a).replace("<body>", "<header/><body>") << u"A"_s << u"A=a"_s
+        << u"4:9: <header> moved behind the body: "_s + first;
+    QTest::newRow("comment and header")
+        << Xliff(a).replace("<body>", "<!-- c --><header/><!-- d --><body>") << u"A"_s << u"A=a"_s
+        << u"4:19: <header> moved behind the body: "_s + first;
+    QTest::newRow("two bodies") << Xliff(a).replace("</body>", "</body><body>" + b + "</body>") << u"B"_s
+                                << u"A=a;B=b"_s
+                                << u"9:16: the content of a further body moved into the first: "_s + first;
+    QTest::newRow("empty body first")
+        << Xliff(a).replace("<body>", "<body/><body>") << u"A"_s << u"A=a"_s
+        << u"4:16: the content of a further body moved into the first: "_s + first;
+    QTest::newRow("no body") << Xliff(a).replace("        <body>\n", "").replace("        </body>\n", "")
+                             << u"A"_s << u"A=a"_s << u"4:13: \"A\" moved into the body: "_s + direct;
+    QTest::newRow("header, no body")
+        << Xliff(a).replace("        <body>\n", "<header/>").replace("        </body>\n", "") << u"A"_s
+        << u"A=a"_s << u"4:1: <header> moved behind the body: "_s + first;
+    QTest::newRow("unit behind the body") << Xliff(a).replace("</body>\n", "</body>\n" + b) << u"B"_s
+                                          << u"A=a;B=b"_s << u"10:13: \"B\" moved into the body: "_s + direct;
+    QTest::newRow("group") << Xliff("<group restype=\"x-menu\" id='7'>\n" + a + "</group>\n" + b) << u"A"_s
+                           << u"A=a;B=b"_s
+                           << u"5:1: <group restype=\"x-menu\" id='7'> taken away from around its content: "_s
+            + direct;
+    QTest::newRow("group with a note")
+        << Xliff("<group id='7'><note>n</note>\n" + a + "</group>\n") << u"A"_s << u"A=a"_s
+        << u"5:1: the content of <group id='7'> moved behind it, except for what describes it: "_s + direct;
+    QTest::newRow("groups in groups")
+        << Xliff("<group>" + a + "<group><group>" + b + "</group></group></group>\n") << u"A;B"_s
+        << u"A=a;B=b"_s << u"5:1: <group> taken away from around its content: "_s + direct;
+    QTest::newRow("unit in a unit") << Xliff(QByteArray(a).replace("</target>\n", "</target>\n" + b))
+                                    << u"B"_s << u"A=a;B=b"_s
+                                    << u"8:13: \"B\" moved into the body: "_s + direct;
+    QTest::newRow("wrong id") << Xliff(a).replace(Id(u"A"_s), "7") << u"A"_s << u"A=a"_s
+                              << u"5:13: \"A\" has the id %1 instead of \"7\": %2"_s.arg(
+                                     QString::fromLatin1(Id(u"A"_s)), digest);
+    QTest::newRow("no id") << Xliff(a).replace(" id=\"" + Id(u"A"_s) + '"', "") << u"A"_s << u"A=a"_s
+                           << u"5:13: \"A\" has the id %1 instead of \"\": %2"_s.arg(
+                                  QString::fromLatin1(Id(u"A"_s)), digest);
+    QTest::newRow("wrong id, markup in the source")
+        << Xliff(Unit(u"A %1 B"_s, "<target>a</target>"))
+               .replace(Id(u"A %1 B"_s), "7")
+               .replace("A %1 B", "A <ph id='1'>%1</ph> <g id='2'>B</g>")
+        << u"A %1 B"_s << u"A %1 B=a"_s
+        << u"5:13: \"A %1 B\" has the id %2 instead of \"7\": %3"_s
+               .replace("%2"_L1, QLatin1StringView(Id(u"A %1 B"_s)))
+               .replace("%3"_L1, digest);
+    QTest::newRow("markup in the target")
+        << Xliff(Unit(u"A"_s, "<target state='final'>a <g id='1'>b</g> <g id='2'>c</g></target>")) << u"A"_s
+        << u"A=a b c"_s
+        << u"7:17: the target of \"A\" is plain text: \"a b c\", without <g id=\"1\"> <g id=\"2\">: "_s
+            + whole;
+    QTest::newRow("target begins with markup")
+        << Xliff(Unit(u"A"_s, "<target><ph id='1'>&lt;b></ph>a</target>")) << u"A"_s << u"A=<b>a"_s
+        << u"7:17: the target of \"A\" is plain text: \"<b>a\", without <ph id=\"1\">: "_s + whole;
+    QTest::newRow("equivalent text and line break")
+        << Xliff(Unit(u"A"_s, "<target>a <x id='1' equiv-text='%1'/><x id='2' ctype='lb'/>b</target>"))
+        << u"A"_s << u"A=a %1\nb"_s
+        << u"7:17: the target of \"A\" is plain text: \"a %1\\nb\", without <x id=\"1\" equiv-text=\"%1\"> "
+           u"<x "
+           "id=\"2\" ctype=\"lb\">: "_s
+            + whole;
+    QTest::newRow("comment in the target")
+        << Xliff(Unit(u"A"_s, "<target>a<!-- c -->b</target>")) << u"A"_s << u"A=ab"_s
+        << u"7:17: the target of \"A\" is plain text: \"ab\": "_s + whole;
+    QTest::newRow("CDATA behind text")
+        << Xliff(Unit(u"A"_s, "<target>a<![CDATA[<b>]]></target>")) << u"A"_s << u"A=a<b>"_s
+        << u"7:17: the target of \"A\" is plain text: \"a<b>\": "_s + whole;
+    QTest::newRow("markup around a mark")
+        << Xliff(Unit(u"A"_s, "<target><g id='1'>tr(</g>a)</target>")) << u"A"_s << u"A=tr(a)"_s
+        << u"7:17: the target of \"A\" is plain text: \"tr(a)\", without <g id=\"1\">: "_s + whole;
+    QTest::newRow("two files with one name")
+        << Xliff(a).replace("</xliff>", File("x/UI.xml", "<body>" + b + "</body>") + "</xliff>") << u"A"_s
+        << u"A=a;B=b"_s << u"11:5: \"x/UI.xml\" joined to the file element in line 3: "_s + once;
+    QTest::newRow("second file without units")
+        << Xliff(a).replace("</xliff>", File("ui.xml", "<body/>") + "</xliff>") << QString() << u"A=a"_s
+        << u"11:5: \"ui.xml\" joined to the file element in line 3: "_s + once;
+    QTest::newRow("first file without content")
+        << Xliff(a).replace("    <file",
+                            "    <file original='ui.xml' source-language='en' datatype='xml'/>\n    <file")
+        << QString() << u"A=a"_s << u"4:5: \"ui.xml\" joined to the file element in line 3: "_s + once;
+    QTest::newRow("all at once") << Xliff("<group>" + a + "</group>")
+                                        .replace("<body>", "<header/><body>")
+                                        .replace(Id(u"A"_s), "1")
+                                        .replace("</xliff>",
+                                                 File("ui.xml",
+                                                      "<header/><body><group>"
+                                                          + QByteArray(b).replace(">b<", "><g id='1'>b</g><")
+                                                          + "</group></body>")
+                                                     + "</xliff>")
+                                 << u"A;B"_s << u"A=a;B=b"_s
+                                 << u"4:9: <header> moved behind the body: "_s + first;
+}
+
+void tst_ToolXliffRepair::Repair_shapes()
+{
+    QFETCH(const QByteArray, before);
+    QFETCH(const QString, hidden);
+    QFETCH(const QString, texts);
+    QFETCH(const QString, note);
+
+    QVERIFY(mTool->Write(u"de.xlf"_s, before));
+    const QString path = mTool->Path(u"de.xlf"_s);
+    const auto expected = [&texts](const QString& source) {
+        for (const QString& pair : SplitPairs(texts)) {
+            if (pair.section(u'=', 0, 0) == source)
+                return pair.section(u'=', 1);
+        }
+        return QString();
+    };
+    for (const QString& source : SplitPairs(hidden))
+        QVERIFY2(Translated(path, source) != expected(source), qPrintable(source));
+    QVERIFY(!Findings(u"de.xlf"_s).isEmpty());
+
+    const ToolResult result = mTool->Run({u"xliff"_s, u"repair"_s, u"de.xlf"_s});
+    QCOMPARE(QString::fromUtf8(result.Output).section(u'\n', 0, 0), u"de.xlf:"_s + note);
+    QCOMPARE(result.ExitCode, 0);
+    QCOMPARE(result.Errors, QByteArray());
+    for (const QString& pair : SplitPairs(texts))
+        QCOMPARE(Translated(path, pair.section(u'=', 0, 0)), pair.section(u'=', 1));
+    QCOMPARE(Findings(u"de.xlf"_s), QStringList());
+
+    // A second repair changes nothing.
+    const QByteArray repaired = mTool->Read(u"de.xlf"_s);
+    QCOMPARE(mTool->Run({u"xliff"_s, u"repair"_s, u"de.xlf"_s}).ToText(),
+             u"de.xlf: nothing to repair\n=> 0\n"_s);
+    QCOMPARE(mTool->Read(u"de.xlf"_s), repaired);
+    // Comments and notes are still there.
+    for (const char* kept : {"<!-- c -->", "<!-- d -->", "<note>n</note>", "state='final'"})
+        QCOMPARE(repaired.count(kept), before.count(kept));
+}
+
+void tst_ToolXliffRepair::Repair_exactText()
+{
+    const QByteArray a = Unit(u"A"_s, "<target>a</target>");
+    const QByteArray b = Unit(u"B"_s, "<target>b</target>");
+    QVERIFY(mTool->Write(
+        u"de.xlf"_s,
+        Xliff("            <!-- Anna -->\n            <group id=\"g\" xml:space=\"preserve\">\n"
+              "                <note>n</note>\n"
+              + a + "            </group>\n" + b)
+            .replace("        <body>",
+                     "        <header>\n            <note>h</note>\n        </header>\n        <body>")));
+    QCOMPARE(
+        mTool->Run({u"xliff"_s, u"repair"_s, u"de.xlf"_s}).ToText(),
+        u"de.xlf:4:9: <header> moved behind the body: the reader takes the first element of a file for its "
+        "body [header]\n"
+        "de.xlf:9:13: the content of <group id=\"g\" xml:space=\"preserve\"> moved behind it, except for "
+        "what describes it: the reader finds units directly in the body only [group]\n"
+        "de.xlf: 2 changes; written\n=> 0\n"_s);
+    QCOMPARE(
+        QString::fromUtf8(mTool->Read(u"de.xlf"_s)),
+        QString::fromUtf8(
+            Xliff("            <!-- Anna -->\n            <group id=\"g\" xml:space=\"preserve\">\n"
+                  "                <note>n</note>\n            </group>\n"
+                  + QByteArray(a).replace("\">\n", "\" xml:space=\"preserve\">\n") + b)
+                .replace(
+                    "        </body>\n",
+                    "        </body>\n        <header>\n            <note>h</note>\n        </header>\n")));
+}
+
+void tst_ToolXliffRepair::Repair_leaves_data()
+{
+    QTest::addColumn<QByteArray>("before");
+    QTest::addColumn<QString>("note");
+
+    const QByteArray a = Unit(u"A"_s, "<target>a</target>");
+    QTest::newRow("no file name") << Xliff(a).replace("ui.xml", "ui/")
+                                  << u"3:5: left: 1 unit out of reach: the file element has no \"original\" "
+                                     u"with a file name: nobody knows "
+                                     "which document it translates [unreachable]"_s;
+    QTest::newRow("unit without a file")
+        << Xliff({}).replace("</xliff>", a + "</xliff>")
+        << u"7:13: left: \"A\" is in no file element: nobody knows which document it belongs to [unreachable]"_s;
+    QTest::newRow("two languages")
+        << Xliff(a).replace("</xliff>",
+                            File("ui.xml", "<body>" + a + "</body>").replace("\"de\"", "\"fr\"") + "</xliff>")
+        << u"3:5: left: \"ui.xml\" has the same file name as the file element in line 11, but translates en "
+           u"to de, "
+           "not en to fr: each language needs an XLIFF file of its own [duplicate-file]"_s;
+    QTest::newRow("unknown text in the target") << Xliff(Unit(u"A"_s, "<target>a <x id='1'/> b</target>"))
+                                                << u"7:17: left: the target of \"A\" keeps its markup: <x> "
+                                                   u"stands for text that the file does not contain "
+                                                   "[target]"_s;
+    QTest::newRow("unknown text in the source")
+        << Xliff(a).replace(Id(u"A"_s), "7").replace("<source>A", "<source>A <x id='1'/>")
+        << u"5:13: left: \"A \" keeps the id \"7\": an element in its source stands for text that the file "
+           u"does not "
+           "contain [id]"_s;
+    QTest::newRow("no source")
+        << Xliff("<trans-unit id='7'><target>a</target></trans-unit>\n")
+        << u"5:1: left: \"\" keeps the id \"7\": it has no source whose digest the id could "
+           "be [id]"_s;
+}
+
+void tst_ToolXliffRepair::Repair_leaves()
+{
+    QFETCH(const QByteArray, before);
+    QFETCH(const QString, note);
+
+    QVERIFY(mTool->Write(u"de.xlf"_s, before));
+    QVERIFY(!Findings(u"de.xlf"_s).isEmpty());
+    QCOMPARE(mTool->Run({u"xliff"_s, u"repair"_s, u"de.xlf"_s}).ToText(),
+             u"de.xlf:%1\nde.xlf: 0 changes, 1 left for a person\n=> 1\n"_s.arg(note));
+    QCOMPARE(mTool->Read(u"de.xlf"_s), before);
+}
+
+void tst_ToolXliffRepair::Repair_alternatives()
+{
+    const QByteArray kept = Unit(u"A"_s, "<target state='final'>a</target>");
+    const QByteArray other
+        = Unit(u"A"_s, "<target>b <g id='1'>c</g></target>\n                <note>n</note>", 0,
+               " resname=\"first\"");
+    QVERIFY(mTool->Write(u"de.xlf"_s, Xliff(Unit(u"A"_s, "<target/>") + other + kept)));
+    QCOMPARE(
+        mTool->Run({u"xliff"_s, u"repair"_s, u"de.xlf"_s}).ToText(),
+        u"de.xlf:5:13: \"A\" joined to the unit in line 14: the reader finds one unit for each id "
+        "[duplicate-unit]\n"
+        "de.xlf:9:13: \"A\" joined to the unit in line 14, with \"b c\" as an alternative to \"a\", without "
+        "resname=\"first\": the reader finds one unit for each id [duplicate-unit]\n"
+        "de.xlf: 2 changes; written\n=> 0\n"_s);
+    QCOMPARE(QString::fromUtf8(mTool->Read(u"de.xlf"_s)),
+             QString::fromUtf8(
+                 Xliff(Unit(u"A"_s,
+                            "<target state='final'>a</target>\n"
+                            "                <alt-trans><target>b <g id='1'>c</g></target></alt-trans>\n"
+                            "                <note>n</note>"))));
+    // Units without a source are joined too, although their id stays as it is.
+    QVERIFY(mTool->Write(u"de.xlf"_s,
+                         Xliff("<trans-unit id='7'><target>a</target></trans-unit>\n"
+                               "<trans-unit id='7'>\n  <target>b</target>\n</trans-unit>\n")));
+    QCOMPARE(mTool->Run({u"xliff"_s, u"repair"_s, u"de.xlf"_s}).ExitCode, 1);
+    QCOMPARE(mTool->Read(u"de.xlf"_s),
+             Xliff("<trans-unit id='7'>\n  <target>b</target>\n"
+                   "  <alt-trans><target>a</target></alt-trans>\n</trans-unit>\n"));
+    // A unit with a translation is kept, even if the library finds the unit without a target.
+    QVERIFY(mTool->Write(u"de.xlf"_s, Xliff(kept + Unit(u"A"_s, "<target/>"))));
+    QCOMPARE(Translated(mTool->Path(u"de.xlf"_s), u"A"_s), QString::fromLatin1(Id(u"A"_s)));
+    QCOMPARE(mTool->Run({u"xliff"_s, u"repair"_s, u"de.xlf"_s}).ExitCode, 0);
+    QCOMPARE(Translated(mTool->Path(u"de.xlf"_s), u"A"_s), u"a"_s);
+    QCOMPARE(mTool->Read(u"de.xlf"_s), Xliff(kept));
+}
+
+void tst_ToolXliffRepair::Repair_cleanFile()
+{
+    const QByteArray clean = Xliff(Unit(u"A"_s, "<target>a</target>") + Unit(u"B"_s, "<target/>"))
+                                 .replace("</body>\n", "</body>\n        <header/>\n")
+        + "\n<!-- end -->\n";
+    QVERIFY(mTool->Write(u"de.xlf"_s, clean));
+    QCOMPARE(mTool->Run({u"xliff"_s, u"repair"_s, u"de.xlf"_s}).ToText(),
+             u"de.xlf: nothing to repair\n=> 0\n"_s);
+    QCOMPARE(mTool->Read(u"de.xlf"_s), clean);
+    // With an output file, it is written nevertheless.
+    QCOMPARE(mTool->Run({u"xliff"_s, u"repair"_s, u"de.xlf"_s, u"-o"_s, u"out.xlf"_s}).ExitCode, 0);
+    QCOMPARE(mTool->Read(u"out.xlf"_s), clean);
+    // A header that hides nothing stays where the standard wants it.
+    const QByteArray empty = Xliff({}).replace("<body>", "<header/><body>");
+    QVERIFY(mTool->Write(u"de.xlf"_s, empty));
+    QCOMPARE(mTool->Run({u"xliff"_s, u"repair"_s, u"de.xlf"_s}).ExitCode, 0);
+    QCOMPARE(mTool->Read(u"de.xlf"_s), empty);
+}
+
+void tst_ToolXliffRepair::Repair_dryRun()
+{
+    const QByteArray before
+        = Xliff(Unit(u"A"_s, "<target>a</target>")).replace("<body>", "<header/>\n        <body>");
+    QVERIFY(mTool->Write(u"de.xlf"_s, before));
+    const ToolResult tried = mTool->Run({u"xliff"_s, u"repair"_s, u"--dry-run"_s, u"de.xlf"_s});
+    QCOMPARE(tried.ExitCode, 1);
+    QVERIFY(tried.Output.startsWith("--- de.xlf\n+++ de.xlf\n@@ -"));
+    QVERIFY(tried.Output.endsWith("[header]\nde.xlf: 1 change; would change\n"));
+    QCOMPARE(mTool->Read(u"de.xlf"_s), before);
+    // The difference is what the repair does.
+    QCOMPARE(mTool
+                 ->RunShell(u"\"$TOOL\" xliff repair --dry-run de.xlf > de.patch; "
+                            "patch -s -o patched.xlf de.xlf de.patch"_s)
+                 .ToText(),
+             u"=> 0\n"_s);
+    QCOMPARE(mTool->Run({u"xliff"_s, u"repair"_s, u"de.xlf"_s}).ExitCode, 0);
+    QCOMPARE(mTool->Read(u"patched.xlf"_s), mTool->Read(u"de.xlf"_s));
+    QCOMPARE(mTool->Run({u"xliff"_s, u"repair"_s, u"--dry-run"_s, u"de.xlf"_s}).ToText(),
+             u"de.xlf: nothing to repair\n=> 0\n"_s);
+}
+
+void tst_ToolXliffRepair::Repair_json()
+{
+    QVERIFY(mTool->Write(
+        u"de.xlf"_s,
+        Xliff(Unit(u"A"_s, "<target>a</target>") + "<trans-unit id='7'/>\n").replace(Id(u"A"_s), "1")));
+    const ToolResult result
+        = mTool->Run({u"xliff"_s, u"repair"_s, u"--json"_s, u"de.xlf"_s, u"-o"_s, u"out.xlf"_s});
+    QCOMPARE(result.ExitCode, 1);
+    const QByteArray expected
+        = "[{\"file\": \"de.xlf\", \"output\": \"out.xlf\", \"changed\": true, \"written\": true, "
+          "\"changes\": "
+          "[{\"line\": 5, \"column\": 13, \"kind\": \"id\", \"what\": \"\\\"A\\\" has the id "
+        + Id(u"A"_s)
+        + " instead of \\\"1\\\"\", \"why\": \"a text is looked for by its digest\"}], \"left\": [{\"line\": "
+          "9, "
+          "\"column\": 1, \"kind\": \"id\", \"what\": \"\\\"\\\" keeps the id \\\"7\\\"\", \"why\": \"it has "
+          "no "
+          "source whose digest the id could be\"}]}]";
+    QCOMPARE(QJsonDocument::fromJson(result.Output), QJsonDocument::fromJson(expected));
+}
+
+void tst_ToolXliffRepair::Repair_usage()
+{
+    QCOMPARE(Run({u"xliff"_s, u"repair"_s, u"a"_s, u"b"_s, u"-o"_s, u"c"_s}),
+             u"! qvutil: --output takes one XLIFF file\n! Try 'qvutil xliff repair --help'.\n=> 2\n"_s);
+    QCOMPARE(Run({u"xliff"_s, u"repair"_s, u"-"_s}),
+             u"! qvutil: standard input needs --output\n! Try 'qvutil xliff repair --help'.\n=> 2\n"_s);
+    QVERIFY(mTool->Write(u"bad.xlf"_s, "<xliff"));
+    QVERIFY(mTool->Write(u"de.xlf"_s, Xliff(Unit(u"A"_s, "<target/>")).replace("<body>", "<header/><body>")));
+    const ToolResult result = mTool->Run({u"xliff"_s, u"repair"_s, u"bad.xlf"_s, u"de.xlf"_s});
+    QCOMPARE(result.ExitCode, 2);
+    QVERIFY(result.Output.endsWith("de.xlf: 1 change; written\n")); // the other file is repaired nevertheless
+    QCOMPARE(mTool->Read(u"bad.xlf"_s), QByteArray("<xliff"));
+}
+
+void tst_ToolXliffRepair::Repair_encodings()
+{
+    // Byte order mark, line ends and characters that the encoding lacks.
+    const QByteArray bom = "\xef\xbb\xbf"
+        + Xliff("<group>\n" + Unit(u"Ä"_s, "<target>a <g id='1'>\xe3\x81\x82</g></target>") + "</group>\n")
+              .replace("\n", "\r\n");
+    QVERIFY(mTool->Write(u"de.xlf"_s, bom));
+    QCOMPARE(mTool->Run({u"xliff"_s, u"repair"_s, u"de.xlf"_s}).ExitCode, 0);
+    const QByteArray repaired = mTool->Read(u"de.xlf"_s);
+    QVERIFY(repaired.startsWith("\xef\xbb\xbf<?xml"));
+    QCOMPARE(repaired.count('\n'), repaired.count("\r\n"));
+    QCOMPARE(Translated(mTool->Path(u"de.xlf"_s), u"Ä"_s), u"a あ"_s);
+
+    const QByteArray latin
+        = Xliff(Unit(u"A"_s, "<target><g id='1'>&#x3042;\xe4</g></target>")).replace("UTF-8", "ISO-8859-1");
+    QVERIFY(mTool->Write(u"de.xlf"_s, latin));
+    QCOMPARE(mTool->Run({u"xliff"_s, u"repair"_s, u"de.xlf"_s}).ExitCode, 0);
+    QCOMPARE(Translated(mTool->Path(u"de.xlf"_s), u"A"_s), u"あä"_s);
+}
+
+/// Files with any number of these faults at once: nothing of what a translator wrote may be lost.
+void tst_ToolXliffRepair::Repair_anyFile()
+{
+    QRandomGenerator random(20260101); // the same files each time
+    const auto chance = [&random](int percent) { return static_cast<int>(random.bounded(100)) < percent; };
+    for (int round = 0; round < 60; ++round) {
+        QStringList sources;
+        QStringList words; // each is in one target or note
+        const auto unit = [&]() -> QByteArray {
+            const QString source = QString(QChar(u'A' + random.bounded(12)));
+            const QString word = u"w%1w"_s.arg(words.size());
+            words += word;
+            sources += source;
+            QByteArray target = "<target>" + word.toLatin1() + "</target>";
+            if (chance(20))
+                target.replace("<target>", "<target>t <g id='1'>").replace("</target>", "</g></target>");
+            if (chance(20)) {
+                words += u"w%1w"_s.arg(words.size());
+                target += "<note>" + words.constLast().toLatin1() + "</note>";
+            }
+            QByteArray text = Unit(source, target);
+            return chance(30) ? text.replace(Id(source), QByteArray::number(words.size())) : text;
+        };
+        QByteArray files;
+        for (int file = 1 + static_cast<int>(random.bounded(3)); file > 0; --file) {
+            QByteArray body;
+            int depth = 0;
+            for (int i = static_cast<int>(random.bounded(6)); i > 0; --i) {
+                if (chance(30)) {
+                    body += chance(50) ? "<group>\n" : "<group><note>n</note><!-- c -->";
+                    ++depth;
+                }
+                body += unit();
+                if (depth > 0 && chance(30)) {
+                    body += "</group>\n";
+                    --depth;
+                }
+            }
+            body += QByteArray("</group>").repeated(depth);
+            QByteArray content = "<body>" + body + "</body>";
+            if (chance(40))
+                content.prepend("<header><note>h</note></header>\n");
+            if (chance(15))
+                content += "\n<body>" + unit() + "</body>";
+            if (chance(15))
+                content += unit();
+            files += File(chance(50) ? "ui.xml" : "x/UI.xml", content);
+        }
+        const QByteArray before = "<xliff version=\"1.2\">\n" + files + "</xliff>\n";
+        QVERIFY(mTool->Write(u"de.xlf"_s, before));
+        const ToolResult result = mTool->Run({u"xliff"_s, u"repair"_s, u"de.xlf"_s});
+        QVERIFY2(result.ExitCode == 0, (result.Output + result.Errors + before).constData());
+        const QByteArray after = mTool->Read(u"de.xlf"_s);
+        QVERIFY2(Findings(u"de.xlf"_s).isEmpty(),
+                 (Findings(u"de.xlf"_s).join(u'\n').toUtf8() + before + after).constData());
+        for (const QString& word : std::as_const(words))
+            QVERIFY2(after.count(word.toLatin1()) == 1, (word.toUtf8() + before + after).constData());
+        QCOMPARE(after.count("<!-- c -->"), before.count("<!-- c -->"));
+        QCOMPARE(after.count("<note>"), before.count("<note>"));
+        const XlfTranslator translator(mTool->Path(u"de.xlf"_s));
+        for (const QString& source : std::as_const(sources)) {
+            const QString target = translator.Translate(source, u"ui.xml"_s);
+            QVERIFY2(target.endsWith(u'w'), (source.toUtf8() + before + after).constData());
+        }
+        QCOMPARE(mTool->Run({u"xliff"_s, u"repair"_s, u"de.xlf"_s}).ToText(),
+                 u"de.xlf: nothing to repair\n=> 0\n"_s);
+    }
+}
+
+void tst_ToolXliffRepair::Repair_largeFile()
+{
+    QByteArray files;
+    constexpr int kFiles = 100;
+    constexpr int kUnits = 200;
+    for (int file = 0; file < kFiles; ++file) {
+        QByteArray units;
+        for (int i = 0; i < kUnits; ++i) {
+            units += Unit(u"Text %1"_s.arg(i),
+                          "<target>t <g id='1'>" + QByteArray::number(file) + "</g></target>")
+                         .replace(Id(u"Text %1"_s.arg(i)), QByteArray::number(i));
+        }
+        files += File("f" + QByteArray::number(file) + ".xml",
+                      "<header/><body><group>\n" + units + "</group></body>\n");
+    }
+    QVERIFY(mTool->Write(u"de.xlf"_s, "<xliff version=\"1.2\">\n" + files + "</xliff>\n"));
+    QElapsedTimer timer;
+    timer.start();
+    const ToolResult result = mTool->Run({u"xliff"_s, u"repair"_s, u"de.xlf"_s});
+    qInfo("%d units in %lld ms", kFiles * kUnits, timer.elapsed());
+    QCOMPARE(result.ExitCode, 0);
+    // Ids are the same change; each target is another one.
+    QCOMPARE(result.Output.count('\n'), kFiles * kUnits + kFiles * 2 + 1 + 1);
+    const XlfTranslator translator(mTool->Path(u"de.xlf"_s));
+    QCOMPARE(translator.Translate(u"Text 199"_s, u"f99.xml"_s), u"t 99"_s);
+    QCOMPARE(Findings(u"de.xlf"_s), QStringList());
+}
+
+/// But for the place of the header, the result follows the rules of XLIFF.
+void tst_ToolXliffRepair::Repair_rules()
+{
+    const QByteArray a = Unit(u"A"_s, "<target>a</target>");
+    QVERIFY(mTool->Write(u"de.xlf"_s,
+                         Xliff("<group id='1' restype='x'><note>n</note>\n" + a
+                               + Unit(u"B"_s, "<target><g id='1'>b</g></target>") + "</group>\n"
+                               + Unit(u"A"_s, "<target>b</target>\n<note>n</note>"))
+                             .replace("</xliff>", File("UI.xml", "<body>" + a + "</body>") + "</xliff>")));
+    QCOMPARE(mTool->Run({u"xliff"_s, u"repair"_s, u"--approve"_s, u"de.xlf"_s}).ExitCode, 0);
+    const ToolResult result = mTool->RunShell(u"xmllint --noout --relaxng '%1' de.xlf"_s.arg(
+        QStringLiteral(QVUTIL_SOURCE_DIR "/tests/data/xliff-1.2.rng")));
+    QVERIFY2(result.ExitCode == 0, result.Errors.constData());
+}
+
+void tst_ToolXliffRepair::Approve_progress()
+{
+    QVERIFY(mTool->Write(u"de.xlf"_s,
+                         Xliff(Unit(u"A"_s, "<target>a</target>")
+                               + Unit(u"B"_s, "<target state=\"final\">b</target>")
+                               + Unit(u"C"_s, "<target state=\"needs-review-translation\">c</target>")
+                               + Unit(u"D"_s, "<target/>", 0, " approved=\"yes\"")
+                               + Unit(u"E"_s, "<target>e</target>", 0, " approved=\"no\"")
+                               + Unit(u"F"_s, "<target state=\"new\">f</target>", 0, " approved=\"yes\""))));
+    const ToolResult before = mTool->Run({u"xliff"_s, u"stat"_s, u"de.xlf"_s});
+    QCOMPARE(mTool->Run({u"xliff"_s, u"repair"_s, u"--approve"_s, u"de.xlf"_s}).ToText(),
+             u"de.xlf:5:13: \"A\" is approved=\"yes\": its target is finished [approved]\n"
+             "de.xlf:9:13: \"B\" is approved=\"yes\": its target is finished [approved]\n"
+             "de.xlf:17:13: \"D\" is approved=\"no\": it has no target [approved]\n"
+             "de.xlf:21:13: \"E\" is approved=\"yes\": its target is finished [approved]\n"
+             "de.xlf: 4 changes; written\n=> 0\n"_s);
+    const QByteArray yes = " approved=\"yes\"";
+    QCOMPARE(QString::fromUtf8(mTool->Read(u"de.xlf"_s)),
+             QString::fromUtf8(Xliff(Unit(u"A"_s, "<target state=\"translated\">a</target>", 0, yes)
+                                     + Unit(u"B"_s, "<target state=\"final\">b</target>", 0, yes)
+                                     + Unit(u"C"_s, "<target state=\"needs-review-translation\">c</target>")
+                                     + Unit(u"D"_s, "<target/>", 0, " approved=\"no\"")
+                                     + Unit(u"E"_s, "<target state=\"translated\">e</target>", 0, yes)
+                                     + Unit(u"F"_s, "<target state=\"new\">f</target>", 0, yes))));
+    QCOMPARE(mTool->Run({u"xliff"_s, u"stat"_s, u"de.xlf"_s}).ToText(), before.ToText());
+    QCOMPARE(mTool->Run({u"xliff"_s, u"repair"_s, u"--approve"_s, u"de.xlf"_s}).ToText(),
+             u"de.xlf: nothing to repair\n=> 0\n"_s);
+}
+
+void tst_ToolXliffRepair::Approve_linguist()
+{
+    // Linguist keeps the name of a document only for units with a line.
+    QVERIFY(mTool->Write(u"de.xlf"_s,
+                         Xliff(Unit(u"A"_s, "<target>a</target>", 1) + Unit(u"B"_s, "<target>b</target>", 2)
+                               + Unit(u"C"_s, "<target state=\"needs-review-translation\">c</target>", 3)
+                               + Unit(u"D"_s, "<target/>", 4))));
+    const QString convert = u"'%1' de.xlf -o de.ts && grep -c 'type=\"unfinished\"' de.ts"_s.arg(
+        QStringLiteral(QVUTIL_LCONVERT));
+    const ToolResult before = mTool->RunShell(convert);
+    QVERIFY2(before.ExitCode == 0, "lconvert is needed: Debian's package qt6-l10n-tools");
+    QCOMPARE(before.Output, QByteArray("4\n"));
+    QCOMPARE(mTool->Run({u"xliff"_s, u"repair"_s, u"--approve"_s, u"de.xlf"_s}).ExitCode, 0);
+    // Linguist shows the same progress, and keeps it on the way back.
+    QCOMPARE(mTool->RunShell(convert).Output, QByteArray("2\n"));
+    QVERIFY(mTool->Run({u"xliff"_s, u"stat"_s, u"de.xlf"_s})
+                .Output.contains("2 of 4   50 %  1 unfinished, 1 empty"));
+    QCOMPARE(mTool->RunShell(u"'%1' de.xlf -o back.xlf"_s.arg(QStringLiteral(QVUTIL_LCONVERT))).ExitCode, 0);
+    QVERIFY(mTool->Run({u"xliff"_s, u"stat"_s, u"back.xlf"_s})
+                .Output.contains("2 of 4   50 %  1 unfinished, 1 empty"));
+}
+
+QTEST_GUILESS_MAIN(tst_ToolXliffRepair)
+#include "tst_ToolXliffRepair.moc"

@@ -1,0 +1,147 @@
+// SPDX-FileCopyrightText: 2026 The QvUtil developers
+// SPDX-License-Identifier: MIT
+
+#include "xliff/XliffCommands.h"
+
+#include "cli/Command.h"
+#include "cli/Console.h"
+#include "cli/Difference.h"
+#include "cli/Report.h"
+#include "xliff/CommandSupport.h"
+#include "xliff/PlaceList.h"
+#include "xliff/XliffRepair.h"
+
+#include <QJsonArray>
+#include <QJsonObject>
+
+#include <algorithm>
+#include <memory>
+
+using namespace Qt::StringLiterals;
+
+namespace Quorvin::Tool {
+namespace {
+
+struct RepairOptions
+{
+    QStringList Files;
+    QString Output;
+    bool Approve = false;
+    bool DryRun = false;
+    bool Json = false;
+};
+
+class RepairCommand
+{
+public:
+    explicit RepairCommand(const RepairOptions& options)
+        : mOptions(options)
+        , mReport(options.Json)
+    { }
+
+    ExitCode Run()
+    {
+        if (mOptions.Files.size() > 1 && !mOptions.Output.isEmpty())
+            throw UsageFailure(u"--output takes one XLIFF file"_s);
+        if (mOptions.Files.contains("-"_L1) && mOptions.Output.isEmpty())
+            throw UsageFailure(u"standard input needs --output"_s);
+        const ExitCode code = ForEachFile(mOptions.Files, [this](const QString& file) { RepairFile(file); });
+        mReport.Finish();
+        return std::max(code, mAnswer);
+    }
+
+private:
+    void RepairFile(const QString& name)
+    {
+        XliffDocument xliff{InputFile(name)};
+        const QList<RepairNote> notes = RepairXliff(xliff, mOptions.Approve);
+        const QString output = mOptions.Output.isEmpty() ? name : mOptions.Output;
+        const bool isWritten = !mOptions.DryRun && (xliff.IsChanged() || !mOptions.Output.isEmpty());
+        if (isWritten)
+            xliff.Save(output);
+        const bool isAnyLeft
+            = std::any_of(notes.cbegin(), notes.cend(), [](const RepairNote& note) { return note.IsLeft; });
+        if (isAnyLeft || (mOptions.DryRun && xliff.IsChanged()))
+            mAnswer = ExitCode::No;
+        if (mOptions.DryRun && !mOptions.Json
+            && PrintDifference(output, ReadIfExists(output), xliff.GetContent(output)) == ExitCode::No)
+            mAnswer = ExitCode::No;
+        mReport.AddItem([&] { return ToJson(xliff, output, isWritten, notes); },
+                        [&] { Print(xliff, output, notes); });
+    }
+
+    void Print(const XliffDocument& xliff, const QString& output, const QList<RepairNote>& notes) const
+    {
+        QList<PlaceLine> lines;
+        qsizetype left = 0;
+        for (const RepairNote& note : notes) {
+            const QString text = (note.IsLeft ? u"left: "_s : QString()) + note.What + ": "_L1 + note.Why;
+            lines.append({xliff.GetName(), note.Where, text, note.Shared, u"unit"_s, note.Source,
+                          note.Kind.toString()});
+            left += note.IsLeft ? 1 : 0;
+        }
+        PrintPlaceLines(lines);
+        QString summary = output + ": "_L1;
+        summary += notes.isEmpty() ? u"nothing to repair"_s : Count(notes.size() - left, u"change"_s);
+        if (left > 0)
+            summary += u", %1 left for a person"_s.arg(left);
+        if (xliff.IsChanged())
+            summary += mOptions.DryRun ? "; would change"_L1 : "; written"_L1;
+        Console::PrintLine(summary);
+    }
+
+    static QJsonArray ToJson(const QList<RepairNote>& notes, bool isLeft)
+    {
+        QJsonArray array;
+        for (const RepairNote& note : notes) {
+            if (note.IsLeft != isLeft)
+                continue;
+            QJsonObject object = PlaceJson(note.Where);
+            object.insert(u"kind"_s, note.Kind.toString());
+            object.insert(u"what"_s, note.What);
+            object.insert(u"why"_s, note.Why);
+            array.append(object);
+        }
+        return array;
+    }
+
+    static QJsonObject ToJson(const XliffDocument& xliff, const QString& output, bool isWritten,
+                              const QList<RepairNote>& notes)
+    {
+        return {{u"file"_s, xliff.GetName()},         {u"output"_s, output},
+                {u"changed"_s, xliff.IsChanged()},    {u"written"_s, isWritten},
+                {u"changes"_s, ToJson(notes, false)}, {u"left"_s, ToJson(notes, true)}};
+    }
+
+    const RepairOptions& mOptions;
+    Report mReport;
+    ExitCode mAnswer = ExitCode::Yes;
+};
+
+} // namespace
+
+void AddXliffRepairCommand(CommandLine& line, CLI::App& group)
+{
+    auto options = std::make_shared<RepairOptions>();
+    CLI::App& command = line.AddCommand(
+        group, "repair", "Bring all units within reach of the library, and list what was changed",
+        "qvutil xliff repair de.xlf                     # from a translation office, with a header and "
+        "groups\n"
+        "qvutil xliff repair de.xlf --dry-run           # see the changes first\n"
+        "qvutil xliff repair de.xlf --output ready.xlf  # leave de.xlf as it is\n"
+        "qvutil xliff repair de.xlf --approve           # Qt Linguist shows the same progress as stat",
+        [options] { return RepairCommand(*options).Run(); });
+    AddExplanation(
+        command,
+        "What stands before a body moves behind it, and units in groups move into it. File elements\n"
+        "with the same file name become one. An id becomes the digest of its source. Targets with\n"
+        "inline elements become plain text. The exit code is 1 if something is left for a person.");
+    AddTexts(command, "XLIFF", options->Files, "XLIFF files; changed in place")->required();
+    AddText(command, "--output,-o", options->Output, "Write to this file instead")->type_name("FILE");
+    command.add_flag("--approve", options->Approve,
+                     "Also write approved=\"yes\" for finished targets, by which other programs count");
+    AddDryRunFlag(command, options->DryRun);
+    AddJsonFlag(command, options->Json);
+}
+
+} // namespace Quorvin::Tool

@@ -1,0 +1,698 @@
+// SPDX-FileCopyrightText: 2026 The QvUtil developers
+// SPDX-License-Identifier: MIT
+
+#include "xliff/XliffRepair.h"
+
+#include "cli/Console.h"
+#include "xliff/CommandSupport.h"
+#include "xliff/InlineText.h"
+
+#include <QHash>
+#include <QSet>
+#include <QStringList>
+
+#include <algorithm>
+#include <tuple>
+#include <utility>
+
+using namespace Qt::StringLiterals;
+
+namespace Quorvin::Tool {
+namespace {
+
+constexpr QStringView kHeader = u"header";
+constexpr QStringView kGroup = u"group";
+constexpr QStringView kFile = u"duplicate-file";
+constexpr QStringView kId = u"id";
+constexpr QStringView kUnit = u"duplicate-unit";
+constexpr QStringView kTarget = u"target";
+constexpr QStringView kApproved = u"approved";
+constexpr QStringView kUnreachable = u"unreachable";
+
+bool IsBlank(QStringView text)
+{
+    return text.trimmed().isEmpty();
+}
+
+/// Text whose parts are put together in a new order. Of the white space at the joints, the last one counts.
+class JoinedText
+{
+public:
+    void AddElement(const QString& element)
+    {
+        mText += mSpace + element;
+        mSpace.clear();
+    }
+
+    /// Adds what stands between two elements: white space and comments.
+    void AddGap(const QString& gap)
+    {
+        const QStringView content = QStringView(gap).trimmed();
+        if (content.isEmpty()) {
+            if (!gap.isEmpty())
+                mSpace = gap;
+            return;
+        }
+        const qsizetype begin = content.data() - gap.constData();
+        if (begin > 0)
+            mSpace = gap.left(begin);
+        mText += mSpace;
+        mText += content;
+        mSpace = gap.mid(begin + content.size());
+    }
+
+    /// Ends with white space in place of that at the last joint.
+    [[nodiscard]] QString Finish(const QString& space, const QString& end) const
+    {
+        return mText + space + end;
+    }
+    [[nodiscard]] QString Finish(const QString& end) const { return Finish(mSpace, end); }
+
+private:
+    QString mText;
+    QString mSpace; // not in the text yet
+};
+
+/// The `file` elements that become one.
+struct FileGroup
+{
+    QList<int> Files; ///< indexes; the first one stays
+    int Container = -1; ///< the element of the first file that holds the units: its body
+    QList<int> Units; ///< indexes of all units, in the order in which the reader comes upon them
+};
+
+class Repair
+{
+public:
+    Repair(XliffDocument& xliff, bool approves)
+        : mXliff(xliff)
+        , mApproves(approves)
+        , mElements(xliff.GetSource().GetElements())
+        , mUnitOf(mElements.size(), -1)
+        , mHoldsUnits(mElements.size(), false)
+        , mIsDropped(mElements.size(), false)
+    { }
+
+    QList<RepairNote> Run()
+    {
+        IndexUnits();
+        GroupFiles();
+        ReadTargets();
+        for (const FileGroup& group : std::as_const(mGroups))
+            JoinUnits(group);
+        CorrectIds();
+        CorrectTargets();
+        for (const FileGroup& group : std::as_const(mGroups))
+            InheritAttributes(group);
+        if (mApproves)
+            WriteProgress();
+        QList<std::pair<int, QString>> replaced;
+        for (const FileGroup& group : std::as_const(mGroups)) {
+            if (NeedsLayout(group))
+                LayOut(group, replaced);
+        }
+        for (const auto& [element, text] : std::as_const(replaced))
+            mXliff.ReplaceElement(element, text);
+        std::stable_sort(mNotes.begin(), mNotes.end(), [](const RepairNote& a, const RepairNote& b) {
+            return std::pair(a.Where.Line, a.Where.Column) < std::pair(b.Where.Line, b.Where.Column);
+        });
+        return mNotes;
+    }
+
+private:
+    [[nodiscard]] const QList<XliffUnit>& Units() const { return mXliff.GetUnits(); }
+    [[nodiscard]] const QList<XliffFile>& Files() const { return mXliff.GetFiles(); }
+    [[nodiscard]] QString LineOf(int element) const { return QString::number(mXliff.GetPlace(element).Line); }
+
+    void AddNote(int element, QStringView kind, const QString& what, const QString& why,
+                 const QString& shared = {}, const QString& source = {})
+    {
+        mNotes.append({mXliff.GetPlace(element), kind, what, why, shared, source, false});
+    }
+    void AddLeft(int element, QStringView kind, const QString& what, const QString& why)
+    {
+        mNotes.append({mXliff.GetPlace(element), kind, what, why, {}, {}, true});
+    }
+
+    void IndexUnits()
+    {
+        for (int i = 0; i < Units().size(); ++i) {
+            const XliffUnit& unit = Units().at(i);
+            mUnitOf[unit.Element] = i;
+            mTargets.append(IsBlank(unit.WholeTarget) ? QString() : unit.WholeTarget);
+            for (int parent = mElements.at(unit.Element).Parent; parent >= 0 && !mHoldsUnits.at(parent);
+                 parent = mElements.at(parent).Parent)
+                mHoldsUnits[parent] = true;
+            if (unit.File < 0) {
+                AddLeft(unit.Element, kUnreachable,
+                        Console::Quoted(unit.Source) + " is in no file element"_L1,
+                        u"nobody knows which document it belongs to"_s);
+            }
+        }
+    }
+
+    // --- files -----------------------------------------------------------------------------------------
+
+    [[nodiscard]] bool TranslateAlike(const QList<int>& files) const
+    {
+        QString source;
+        QString target;
+        const auto agrees = [](QString& known, const QString& language) {
+            if (known.isEmpty())
+                known = language;
+            return language.isEmpty() || IsSameLanguage(language, known);
+        };
+        return std::all_of(files.cbegin(), files.cend(), [&](int index) {
+            const XliffFile& file = Files().at(index);
+            return agrees(source, file.SourceLanguage) && agrees(target, file.TargetLanguage);
+        });
+    }
+
+    void GroupFiles()
+    {
+        QHash<QString, qsizetype> known;
+        QList<QList<int>> groups;
+        for (int i = 0; i < Files().size(); ++i) {
+            const XliffFile& file = Files().at(i);
+            const auto found = file.Key.isEmpty() ? known.cend() : known.constFind(file.Key);
+            if (found != known.cend()) {
+                groups[*found].append(i);
+                continue;
+            }
+            known.insert(file.Key, groups.size());
+            groups.append(QList<int>{i});
+        }
+        for (const QList<int>& files : std::as_const(groups)) {
+            if (files.size() > 1 && TranslateAlike(files)) {
+                AddGroup(files);
+                continue;
+            }
+            if (files.size() > 1)
+                LeaveLanguages(files);
+            for (const int file : files)
+                AddGroup({file});
+        }
+    }
+
+    void LeaveLanguages(const QList<int>& files)
+    {
+        const XliffFile& last = Files().at(files.constLast());
+        for (const int index : files.first(files.size() - 1)) {
+            const XliffFile& file = Files().at(index);
+            AddLeft(file.Element, kFile,
+                    u"%1 has the same file name as the file element in line %2, but translates %3 to %4, "
+                    "not %5 to %6"_s.arg(Console::Quoted(file.Original), LineOf(last.Element),
+                                         file.SourceLanguage, file.TargetLanguage, last.SourceLanguage,
+                                         last.TargetLanguage),
+                    u"each language needs an XLIFF file of its own"_s);
+        }
+    }
+
+    void AddGroup(const QList<int>& files)
+    {
+        FileGroup group;
+        group.Files = files;
+        for (const int index : files)
+            group.Units += Files().at(index).Units;
+        const XliffFile& first = Files().at(files.constFirst());
+        group.Container = first.Body;
+        // The reader takes a body by any name.
+        const auto isFound = [&](int unit) {
+            return first.FirstChild >= 0 && mElements.at(Units().at(unit).Element).Parent == first.FirstChild;
+        };
+        if (first.Body < 0 && std::any_of(first.Units.cbegin(), first.Units.cend(), isFound)
+            && mUnitOf.at(first.FirstChild) < 0)
+            group.Container = first.FirstChild;
+        if (first.Key.isEmpty() && !first.Units.isEmpty()) {
+            AddLeft(first.Element, kUnreachable,
+                    u"%1 out of reach: the file element has no \"original\" with a file name"_s.arg(
+                        Count(first.Units.size(), u"unit"_s)),
+                    u"nobody knows which document it translates"_s);
+        }
+        for (const int index : files.sliced(1))
+            NoteJoinedFile(Files().at(index), first);
+        mGroups.append(group);
+    }
+
+    void NoteJoinedFile(const XliffFile& file, const XliffFile& first)
+    {
+        QString what = u"%1 joined to the file element in line %2"_s.arg(Console::Quoted(file.Original),
+                                                                         LineOf(first.Element));
+        const QString dropped = AttributesOf(
+            file.Element, {u"original", u"source-language", u"target-language", u"datatype", u"xml:space"});
+        if (!dropped.isEmpty())
+            what += ", without"_L1 + dropped;
+        AddNote(file.Element, kFile, what, u"the reader keeps only the last file element with a file name"_s);
+        if (first.TargetLanguage.isEmpty() && !file.TargetLanguage.isEmpty()
+            && !mHasLanguage.contains(first.Element)) {
+            mHasLanguage.insert(first.Element);
+            mXliff.SetTargetLanguage(first, file.TargetLanguage);
+        }
+    }
+
+    /// The attributes of an element as they are written, each after a blank.
+    [[nodiscard]] QString AttributesOf(int element, const QList<QStringView>& except) const
+    {
+        QString result;
+        const QList<XmlSource::Attribute> attributes = mXliff.GetSource().GetAttributes(element);
+        for (const XmlSource::Attribute& attribute : attributes) {
+            if (!except.contains(attribute.Name)) {
+                result += u' ';
+                result += QStringView(mXliff.GetSource().GetText())
+                              .mid(attribute.Begin, attribute.ValueEnd + 1 - attribute.Begin);
+            }
+        }
+        return result;
+    }
+
+    // --- units -----------------------------------------------------------------------------------------
+
+    void CorrectIds()
+    {
+        for (const XliffUnit& unit : Units()) {
+            if (!unit.HasWrongId() || mIsDropped.at(unit.Element))
+                continue;
+            const QString source = Console::Quoted(unit.Source);
+            if (unit.Source.isEmpty() || !unit.IsSourceComplete) {
+                AddLeft(unit.Element, kId, u"%1 keeps the id %2"_s.arg(source, Console::Quoted(unit.Id)),
+                        unit.Source.isEmpty()
+                            ? u"it has no source whose digest the id could be"_s
+                            : u"an element in its source stands for text that the file does not contain"_s);
+                continue;
+            }
+            mXliff.SetId(unit);
+            AddNote(unit.Element, kId,
+                    u"%1 has the id %2 instead of %3"_s.arg(source, UnitId(unit.Source),
+                                                            Console::Quoted(unit.Id)),
+                    u"a text is looked for by its digest"_s,
+                    u"have the digest of their source for an id: a text is looked for by that"_s,
+                    unit.Source);
+        }
+    }
+
+    [[nodiscard]] QString FinalId(const XliffUnit& unit) const
+    {
+        const bool isCorrected = unit.HasWrongId() && !unit.Source.isEmpty() && unit.IsSourceComplete;
+        return isCorrected ? UnitId(unit.Source) : unit.Id;
+    }
+
+    /// Whether the reader takes only a part of the target, or nothing.
+    [[nodiscard]] static bool IsCut(const XliffUnit& unit)
+    {
+        QString unwrapped = unit.WholeTarget;
+        const bool isUnwrapped = Util::XmlFiler().StripTr(unwrapped) && unwrapped == unit.Target;
+        return unit.TargetElement >= 0 && unit.WholeTarget != unit.Target && !IsBlank(unit.WholeTarget)
+            && !isUnwrapped;
+    }
+
+    void ReadTargets()
+    {
+        QSet<int> wanted;
+        for (const XliffUnit& unit : Units()) {
+            if (IsCut(unit))
+                wanted.insert(unit.TargetElement);
+        }
+        if (wanted.isEmpty())
+            return;
+        mTexts = FindInlineTexts(mXliff.GetSource(), wanted);
+        for (qsizetype i = 0; i < Units().size(); ++i) {
+            const auto text = mTexts.constFind(Units().at(i).TargetElement);
+            if (text != mTexts.cend())
+                mTargets[i] = text->Text;
+        }
+    }
+
+    void CorrectTargets()
+    {
+        for (const XliffUnit& unit : Units()) {
+            const auto text = mTexts.constFind(unit.TargetElement);
+            if (text != mTexts.cend() && !mIsDropped.at(unit.Element))
+                CorrectTarget(unit, *text);
+        }
+    }
+
+    void CorrectTarget(const XliffUnit& unit, const InlineText& text)
+    {
+        if (!text.Unknown.isEmpty()) {
+            AddLeft(unit.TargetElement, kTarget,
+                    u"the target of %1 keeps its markup"_s.arg(Console::Quoted(unit.Source)),
+                    u"%1 stands for text that the file does not contain"_s.arg(text.Unknown.join(", "_L1)));
+            return;
+        }
+        mXliff.SetTargetContent(unit, text.Text, text.Comments);
+        QString what = u"the target of %1 is plain text: %2"_s.arg(Console::Quoted(unit.Source),
+                                                                   Console::Quoted(text.Text));
+        if (!text.Markup.isEmpty())
+            what += ", without "_L1 + text.Markup.join(u' ');
+        AddNote(unit.TargetElement, kTarget, what,
+                u"the reader takes a target up to the first element or comment"_s);
+    }
+
+    [[nodiscard]] UnitProgress FinalProgress(int index) const
+    {
+        XliffUnit unit = Units().at(index);
+        unit.Target = mTargets.at(index);
+        return unit.GetProgress();
+    }
+
+    /// Which of several units with one id the reader is to find: the one that it finds now, if that has a
+    /// target.
+    [[nodiscard]] int ChooseUnit(const QList<int>& units) const
+    {
+        const auto rank = [this](int index) {
+            const XliffUnit& unit = Units().at(index);
+            const bool isFound = unit.Reachability == UnitReachability::Found && unit.Id == FinalId(unit);
+            const UnitProgress progress = FinalProgress(index);
+            return std::tuple(progress != UnitProgress::Empty, isFound, progress == UnitProgress::Finished,
+                              index);
+        };
+        return *std::max_element(units.cbegin(), units.cend(),
+                                 [&](int a, int b) { return rank(a) < rank(b); });
+    }
+
+    void JoinUnits(const FileGroup& group)
+    {
+        QHash<QString, QList<int>> byId;
+        for (const int index : group.Units)
+            byId[FinalId(Units().at(index))].append(index);
+        for (const int index : group.Units) { // in the order of the file
+            const QList<int> same = byId.take(FinalId(Units().at(index)));
+            const auto differs = [&](int other) { return mTargets.at(other) != mTargets.at(same.first()); };
+            if (same.size() < 2 || std::none_of(same.cbegin(), same.cend(), differs))
+                continue;
+            const int kept = ChooseUnit(same);
+            QString added;
+            for (const int other : same) {
+                if (other != kept)
+                    added += JoinUnit(Units().at(other), mTargets.at(other), kept);
+            }
+            mXliff.AppendText(Units().at(kept).Element, added);
+        }
+    }
+
+    /// Takes out a unit. \return what the other one gets from it
+    QString JoinUnit(const XliffUnit& unit, const QString& target, int kept)
+    {
+        const XliffUnit& other = Units().at(kept);
+        mIsDropped[unit.Element] = true;
+        // The unit that is kept has a target, since the targets differ. It may lack a source.
+        const QString indent
+            = SpaceBefore(other.SourceElement >= 0 ? other.SourceElement : other.TargetElement);
+        const QString& text = mXliff.GetSource().GetText();
+        QString added;
+        QString what
+            = u"%1 joined to the unit in line %2"_s.arg(Console::Quoted(unit.Source), LineOf(other.Element));
+        if (!target.isEmpty() && target != mTargets.at(kept)) {
+            const XmlSource::Element& e = mElements.at(unit.TargetElement);
+            added += indent + "<alt-trans>"_L1 + text.mid(e.Begin, e.End - e.Begin) + "</alt-trans>"_L1;
+            what += u", with %1 as an alternative to %2"_s.arg(Console::Quoted(target),
+                                                               Console::Quoted(mTargets.at(kept)));
+        }
+        static const QSet<QStringView> texts{u"source", u"seg-source", u"target"};
+        ForEachChild(unit.Element, [&](int child) {
+            const XmlSource::Element& e = mElements.at(child);
+            if (mUnitOf.at(child) < 0 && !mHoldsUnits.at(child) && !texts.contains(e.Name))
+                added += indent + text.mid(e.Begin, e.End - e.Begin);
+        });
+        const QString attributes
+            = AttributesOf(unit.Element, {u"id", u"approved", u"xml:space", u"translate"});
+        if (!attributes.isEmpty())
+            what += ", without"_L1 + attributes;
+        AddNote(unit.Element, kUnit, what, u"the reader finds one unit for each id"_s);
+        return added;
+    }
+
+    void WriteProgress()
+    {
+        for (int i = 0; i < Units().size(); ++i) {
+            const XliffUnit& unit = Units().at(i);
+            const bool isFinished = FinalProgress(i) == UnitProgress::Finished;
+            const bool isLeftAlone = mIsDropped.at(unit.Element) || unit.IsApproved == isFinished;
+            if (isLeftAlone)
+                continue;
+            mXliff.SetApproved(unit, isFinished);
+            if (isFinished && unit.State.isEmpty())
+                mXliff.SetAttribute(unit.TargetElement, u"state", u"translated"_s);
+            AddNote(
+                unit.Element, kApproved,
+                u"%1 is approved=\"%2\""_s.arg(Console::Quoted(unit.Source), isFinished ? u"yes"_s : u"no"_s),
+                isFinished ? u"its target is finished"_s : u"it has no target"_s,
+                isFinished ? u"are approved=\"yes\": their targets are finished"_s
+                           : u"are approved=\"no\": they have no target"_s,
+                unit.Source);
+        }
+    }
+
+    // --- layout ----------------------------------------------------------------------------------------
+
+    template <typename Visitor> void ForEachChild(int parent, const Visitor& visit) const
+    {
+        const qsizetype end = mElements.at(parent).End;
+        for (int child = parent + 1; child < mElements.size() && mElements.at(child).Begin < end;
+             child = NextAfter(child))
+            visit(child);
+    }
+
+    /// The next element that is not in another one.
+    [[nodiscard]] int NextAfter(int element) const
+    {
+        const auto next = std::lower_bound(
+            mElements.cbegin() + element, mElements.cend(), mElements.at(element).End,
+            [](const XmlSource::Element& e, qsizetype offset) { return e.Begin < offset; });
+        return static_cast<int>(next - mElements.cbegin());
+    }
+
+    [[nodiscard]] bool NeedsLayout(const FileGroup& group) const
+    {
+        const XliffFile& first = Files().at(group.Files.constFirst());
+        return group.Files.size() > 1
+            || std::any_of(group.Units.cbegin(), group.Units.cend(), [&](int index) {
+                   const int element = Units().at(index).Element;
+                   return mIsDropped.at(element) || group.Container != first.FirstChild
+                       || mElements.at(element).Parent != group.Container;
+               });
+    }
+
+    [[nodiscard]] QString StartTag(int element)
+    {
+        const XmlSource::Element& e = mElements.at(element);
+        QString tag = mXliff.GetRange(e.Begin, e.TagEnd);
+        if (e.IsSelfClosing()) {
+            tag.chop(2);
+            while (tag.back().isSpace())
+                tag.chop(1);
+            tag += u'>';
+        }
+        return tag;
+    }
+
+    [[nodiscard]] QString EndTag(int element) const
+    {
+        return "</"_L1 + mElements.at(element).Name.toString() + u'>';
+    }
+
+    [[nodiscard]] QString SpaceBefore(int element) const
+    {
+        return mXliff.GetLineEnd() + mXliff.IndentOf(element);
+    }
+
+    /// Calls `gap(text)` and `visit(child)` for all that an element contains, in turn.
+    template <typename Gap, typename Visitor>
+    void ForEachPart(int element, const Gap& gap, const Visitor& visit)
+    {
+        const XmlSource::Element& e = mElements.at(element);
+        qsizetype position = e.TagEnd;
+        ForEachChild(element, [&](int child) {
+            gap(mXliff.GetRange(position, mElements.at(child).Begin));
+            visit(child);
+            position = mElements.at(child).End;
+        });
+        gap(mXliff.GetRange(position, e.ContentEnd));
+    }
+
+    /// The element without the units in it; those are added to mMoved.
+    [[nodiscard]] QString WithoutUnits(int element)
+    {
+        const XmlSource::Element& e = mElements.at(element);
+        if (!mHoldsUnits.at(element))
+            return mXliff.GetRange(e.Begin, e.End);
+        JoinedText text;
+        text.AddElement(StartTag(element));
+        ForEachPart(
+            element, [&](const QString& gap) { text.AddGap(gap); },
+            [&](int child) {
+                if (mUnitOf.at(child) >= 0)
+                    mMoved.append(child);
+                else
+                    text.AddElement(WithoutUnits(child));
+            });
+        return text.Finish(EndTag(element));
+    }
+
+    void AddUnit(JoinedText& text, int element)
+    {
+        const QList<int> before = std::exchange(mMoved, {});
+        const QString unit = WithoutUnits(element); // it may have others in it, against the rules
+        if (!mIsDropped.at(element))
+            text.AddElement(unit);
+        for (const int inner : std::exchange(mMoved, before)) {
+            NoteMoved(inner);
+            text.AddGap(SpaceBefore(element));
+            AddUnit(text, inner);
+        }
+    }
+
+    void NoteMoved(int element)
+    {
+        const QString& source = Units().at(mUnitOf.at(element)).Source;
+        AddNote(element, kGroup, Console::Quoted(source) + " moved into the body"_L1,
+                u"the reader finds units directly in the body only"_s,
+                u"moved into the body: the reader finds them there only"_s, source);
+    }
+
+    /// Adds the content of a body. Groups in it open: their units follow what else they have.
+    void AddBody(JoinedText& text, int body)
+    {
+        ForEachPart(
+            body, [&](const QString& gap) { text.AddGap(gap); },
+            [&](int child) {
+                if (mUnitOf.at(child) >= 0)
+                    AddUnit(text, child);
+                else if (mHoldsUnits.at(child))
+                    OpenGroup(text, child);
+                else
+                    text.AddElement(mXliff.GetRange(mElements.at(child).Begin, mElements.at(child).End));
+            });
+    }
+
+    void OpenGroup(JoinedText& text, int group)
+    {
+        QStringList own;
+        int units = 0;
+        ForEachChild(group, [&](int child) {
+            units += mUnitOf.at(child) >= 0 ? 1 : 0;
+            if (!mHoldsUnits.at(child) && mUnitOf.at(child) < 0)
+                own += mXliff.GetRange(mElements.at(child).Begin, mElements.at(child).End);
+        });
+        const QString tag = u'<' + mElements.at(group).Name.toString() + AttributesOf(group, {}) + u'>';
+        const QString why = u"the reader finds units directly in the body only"_s;
+        if (own.isEmpty()) {
+            AddNote(group, kGroup, u"%1 taken away from around its content"_s.arg(tag), why);
+        } else {
+            AddNote(group, kGroup,
+                    u"the content of %1 moved behind it, except for what describes it"_s.arg(tag), why);
+            const QString inner = SpaceBefore(group) + mXliff.IndentStep();
+            text.AddElement(StartTag(group) + inner + own.join(inner) + SpaceBefore(group) + EndTag(group));
+        }
+        ForEachPart(
+            group, [&](const QString& gap) { text.AddGap(gap); },
+            [&](int child) {
+                if (mUnitOf.at(child) >= 0)
+                    AddUnit(text, child);
+                else if (mHoldsUnits.at(child))
+                    OpenGroup(text, child);
+            });
+    }
+
+    /// Passes on to units what their groups say about them.
+    void InheritAttributes(const FileGroup& group)
+    {
+        for (const int index : group.Units) {
+            const XliffUnit& unit = Units().at(index);
+            for (const QStringView name : {u"xml:space", u"translate"})
+                InheritAttribute(unit.Element, name, group.Container);
+        }
+    }
+
+    void InheritAttribute(int unit, QStringView name, int container)
+    {
+        if (mXliff.GetSource().FindAttribute(unit, name))
+            return;
+        for (int parent = mElements.at(unit).Parent; parent > 0 && parent != container;
+             parent = mElements.at(parent).Parent) {
+            if (const XmlSource::Attribute* attribute = mXliff.GetSource().FindAttribute(parent, name)) {
+                mXliff.SetAttribute(unit, name,
+                                    mXliff.GetSource().GetText().mid(
+                                        attribute->ValueBegin, attribute->ValueEnd - attribute->ValueBegin));
+                return;
+            }
+        }
+    }
+
+    void LayOut(const FileGroup& group, QList<std::pair<int, QString>>& replaced)
+    {
+        const XliffFile& first = Files().at(group.Files.constFirst());
+        const QString indent = SpaceBefore(first.Element) + mXliff.IndentStep();
+        const QString bodyName
+            = group.Container < 0 ? u"body"_s : mElements.at(group.Container).Name.toString();
+        JoinedText body;
+        JoinedText rest;
+        body.AddElement(group.Container < 0 ? u"<body>"_s : StartTag(group.Container));
+        const QString bodySpace = group.Container < 0 ? indent : SpaceBefore(group.Container);
+        if (group.Container >= 0)
+            AddBody(body, group.Container);
+        for (const int index : group.Files) {
+            const int file = Files().at(index).Element;
+            if (mElements.at(file).IsSelfClosing())
+                continue;
+            ForEachPart(
+                file, [&](const QString& gap) { rest.AddGap(gap); },
+                [&](int child) { AddFilePart(group, child, body, rest); });
+        }
+        const QList<int> moved = std::exchange(mMoved, {});
+        for (const int element : moved) {
+            NoteMoved(element);
+            body.AddGap(indent + mXliff.IndentStep());
+            AddUnit(body, element);
+        }
+        const QString end = SpaceBefore(first.Element) + EndTag(first.Element);
+        const QString text = StartTag(first.Element) + bodySpace
+            + body.Finish(bodySpace, "</"_L1 + bodyName + u'>') + rest.Finish({}, end);
+        replaced.append({first.Element, text});
+        for (const int index : group.Files.sliced(1))
+            replaced.append({Files().at(index).Element, QString()});
+    }
+
+    /// Adds a child of a file, to the body or behind it.
+    void AddFilePart(const FileGroup& group, int child, JoinedText& body, JoinedText& rest)
+    {
+        const XmlSource::Element& e = mElements.at(child);
+        const bool isInFirst = e.Parent == Files().at(group.Files.constFirst()).Element;
+        const QString why = u"the reader takes the first element of a file for its body"_s;
+        if (child == group.Container)
+            return;
+        if (mUnitOf.at(child) >= 0) {
+            mMoved.append(child);
+        } else if (e.Name == u"body") {
+            if (isInFirst)
+                AddNote(child, kHeader, u"the content of a further body moved into the first"_s, why);
+            AddBody(body, child);
+        } else {
+            rest.AddElement(WithoutUnits(child));
+            if (!isInFirst || group.Container < 0 || e.Begin < mElements.at(group.Container).Begin)
+                AddNote(child, kHeader, u"<%1> moved behind the body"_s.arg(e.Name), why);
+        }
+    }
+
+    XliffDocument& mXliff;
+    bool mApproves;
+    const QList<XmlSource::Element>& mElements;
+    QList<int> mUnitOf; // by the element: index of the unit, or -1
+    QList<bool> mHoldsUnits; // by the element
+    QList<bool> mIsDropped; // by the element: units that have been joined to others
+    QStringList mTargets; // of the units, as they will be
+    QHash<int, InlineText> mTexts; // of targets that the reader does not take as a whole
+    QSet<int> mHasLanguage;
+    QList<FileGroup> mGroups;
+    QList<int> mMoved; // units that are still to be put somewhere
+    QList<RepairNote> mNotes;
+};
+
+} // namespace
+
+QList<RepairNote> RepairXliff(XliffDocument& xliff, bool approves)
+{
+    return Repair(xliff, approves).Run();
+}
+
+} // namespace Quorvin::Tool
