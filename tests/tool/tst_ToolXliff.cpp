@@ -1156,7 +1156,7 @@ void tst_ToolXliff::Show_likeTheLibrary()
 void tst_ToolXliff::Help_data()
 {
     QTest::addColumn<QString>("command");
-    for (const char* command : {"extract", "check", "repair", "fill", "stat", "show"})
+    for (const char* command : {"extract", "check", "repair", "fill", "merge", "stat", "show"})
         QTest::newRow(command) << QString::fromLatin1(command);
 }
 

@@ -11,11 +11,12 @@ namespace Quorvin::Tool {
 void AddXliffCommands(CommandLine& line)
 {
     CLI::App& group
-        = line.AddGroup("xliff", "Translate documents: make, check, repair, fill and try XLIFF files");
+        = line.AddGroup("xliff", "Translate documents: make, check, repair, fill, merge and try XLIFF files");
     AddXliffExtractCommand(line, group);
     AddXliffCheckCommand(line, group);
     AddXliffRepairCommand(line, group);
     AddXliffFillCommand(line, group);
+    AddXliffMergeCommand(line, group);
     AddXliffStatCommand(line, group);
     AddXliffShowCommand(line, group);
 }

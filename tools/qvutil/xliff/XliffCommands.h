@@ -17,6 +17,7 @@ void AddXliffExtractCommand(CommandLine& line, CLI::App& group);
 void AddXliffCheckCommand(CommandLine& line, CLI::App& group);
 void AddXliffRepairCommand(CommandLine& line, CLI::App& group);
 void AddXliffFillCommand(CommandLine& line, CLI::App& group);
+void AddXliffMergeCommand(CommandLine& line, CLI::App& group);
 void AddXliffStatCommand(CommandLine& line, CLI::App& group);
 void AddXliffShowCommand(CommandLine& line, CLI::App& group);
 

@@ -1,0 +1,251 @@
+// SPDX-FileCopyrightText: 2026 The QvUtil developers
+// SPDX-License-Identifier: MIT
+
+// Tests `qvutil xliff merge`: each test runs the real tool on real files.
+
+#include "support/ToolTest.h"
+#include "support/XliffSupport.h"
+
+#include <QJsonDocument>
+
+using namespace Qt::StringLiterals;
+using TestSupport::Id;
+using TestSupport::ToolResult;
+using TestSupport::Translated;
+using TestSupport::Unit;
+using TestSupport::Xliff;
+
+class tst_ToolXliffMerge : public TestSupport::ToolTest
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void MergeUnits_data();
+    void MergeUnits();
+    void MatchUnits_data();
+    void MatchUnits();
+    void SeveralFiles();
+    void Reuse();
+    void Output();
+    void DryRun();
+    void Json();
+    void Refusals_data();
+    void Refusals();
+};
+
+void tst_ToolXliffMerge::MergeUnits_data()
+{
+    QTest::addColumn<QByteArray>("mine"); // target
+    QTest::addColumn<QByteArray>("other"); // target
+    QTest::addColumn<QString>("prefer");
+    QTest::addColumn<QByteArray>("merged"); // target; empty if mine stays
+    QTest::addColumn<int>("conflicts");
+
+    const QByteArray none = "<target/>";
+    const QByteArray a = "<target>a</target>";
+    const QByteArray b = "<target>b</target>";
+    const QByteArray filled = "<target state=\"needs-translation\">A</target>";
+    const QByteArray review = "<target state=\"needs-review-translation\">r</target>";
+    const QByteArray takenB = "<target state=\"translated\">b</target>";
+
+    QTest::newRow("nothing to take") << none << none << QString() << QByteArray() << 0;
+    QTest::newRow("nothing but a text that was filled in")
+        << none << filled << QString() << QByteArray() << 0;
+    QTest::newRow("empty target") << none << b << QString() << takenB << 0;
+    QTest::newRow("empty target, to be reviewed") << none << review << QString() << review << 0;
+    QTest::newRow("state of the other")
+        << none << QByteArray("<target state=\"signed-off\">b</target>") << QString()
+        << QByteArray("<target state=\"signed-off\">b</target>") << 0;
+    QTest::newRow("markup in the other")
+        << none << QByteArray("<target>b <g id='1'>c</g></target>") << QString()
+        << QByteArray("<target state=\"translated\">b c</target>") << 0;
+    QTest::newRow("text that was filled in") << filled << b << QString() << takenB << 0;
+    QTest::newRow("equal") << a << a << QString() << QByteArray() << 0;
+    QTest::newRow("equal, other is finished")
+        << QByteArray("<target state=\"needs-review-translation\">b</target>") << b << QString() << takenB
+        << 0;
+    QTest::newRow("equal, other is to be reviewed")
+        << b << QByteArray("<target state=\"needs-review-translation\">b</target>") << QString()
+        << QByteArray() << 0;
+    QTest::newRow("finished, other is to be reviewed") << a << review << u"other"_s << QByteArray() << 0;
+    QTest::newRow("to be reviewed, other is finished") << review << b << QString() << QByteArray() << 1;
+    QTest::newRow("both finished") << a << b << QString() << QByteArray() << 1;
+    QTest::newRow("both finished, mine preferred") << a << b << u"mine"_s << QByteArray() << 1;
+    QTest::newRow("both finished, other preferred") << a << b << u"other"_s << takenB << 1;
+}
+
+void tst_ToolXliffMerge::MergeUnits()
+{
+    QFETCH(const QByteArray, mine);
+    QFETCH(const QByteArray, other);
+    QFETCH(const QString, prefer);
+    QFETCH(const QByteArray, merged);
+    QFETCH(const int, conflicts);
+
+    const QByteArray before = Xliff(Unit(u"A"_s, mine));
+    QVERIFY(mTool->Write(u"de.xlf"_s, before));
+    QVERIFY(mTool->Write(u"old.xlf"_s, Xliff(Unit(u"A"_s, other))));
+    QStringList arguments{u"xliff"_s, u"merge"_s, u"de.xlf"_s, u"old.xlf"_s};
+    if (!prefer.isEmpty())
+        arguments += {u"--prefer"_s, prefer};
+    const ToolResult result = mTool->Run(arguments);
+    QCOMPARE(result.ExitCode, conflicts > 0 && prefer.isEmpty() ? 1 : 0);
+    const QString summary = u"de.xlf: %1, %2; %3\n"_s.arg(merged.isEmpty() ? u"0 translations taken"_s
+                                                                           : u"1 translation taken"_s,
+                                                          conflicts == 1 ? u"1 conflict"_s : u"0 conflicts"_s,
+                                                          merged.isEmpty() ? u"unchanged"_s : u"written"_s);
+    QVERIFY2(QString::fromUtf8(result.Output).endsWith(summary), result.Output.constData());
+    QCOMPARE(result.Output.count("[conflict]"), conflicts);
+    const bool isFinished = !merged.contains("needs-");
+    QCOMPARE(QString::fromUtf8(mTool->Read(u"de.xlf"_s)),
+             QString::fromUtf8(merged.isEmpty()
+                                   ? before
+                                   : Xliff(Unit(u"A"_s, merged, 0, isFinished ? " approved=\"yes\"" : ""))));
+    QCOMPARE(mTool->Run(arguments).ToText().contains("; unchanged\n"_L1),
+             true); // there is nothing more to take
+}
+
+void tst_ToolXliffMerge::MatchUnits_data()
+{
+    QTest::addColumn<QByteArray>("other");
+    QTest::addColumn<QString>("result");
+
+    const QByteArray a = Unit(u"A"_s, "<target>a</target>");
+    QTest::newRow("the same document")
+        << Xliff(a) << u"de.xlf: 1 translation taken, 0 conflicts; written\n=> 0\n"_s;
+    QTest::newRow("another folder") << Xliff(a).replace("ui.xml", "C:/x/UI.xml")
+                                    << u"de.xlf: 1 translation taken, 0 conflicts; written\n=> 0\n"_s;
+    QTest::newRow("out of reach")
+        << Xliff("<group>" + a + "</group>").replace("<body>", "<header/><body>").replace(Id(u"A"_s), "7")
+        << u"de.xlf: 1 translation taken, 0 conflicts; written\n=> 0\n"_s;
+    QTest::newRow("another document") << Xliff(a).replace("ui.xml", "z.xml")
+                                      << u"de.xlf: 0 translations taken, 0 conflicts; unchanged\n=> 0\n"_s;
+    QTest::newRow("another text")
+        << Xliff(Unit(u"B"_s, "<target>b</target>"))
+        << u"de.xlf: 0 translations taken, 0 conflicts, 1 text not in it; unchanged\n=> 0\n"_s;
+    QTest::newRow("unknown text in the target")
+        << Xliff(Unit(u"A"_s, "<target>a <x id='1'/></target>"))
+        << u"de.xlf:5:13: \"A\": nothing taken from old.xlf:5:13: markup in its target stands for text that "
+           u"the "
+           "file does not contain [left]\n"
+           "de.xlf: 0 translations taken, 0 conflicts; unchanged\n=> 1\n"_s;
+}
+
+void tst_ToolXliffMerge::MatchUnits()
+{
+    QFETCH(const QByteArray, other);
+    QFETCH(const QString, result);
+
+    QVERIFY(mTool->Write(u"de.xlf"_s, Xliff(Unit(u"A"_s, "<target/>"))));
+    QVERIFY(mTool->Write(u"old.xlf"_s, other));
+    QCOMPARE(Run({u"xliff"_s, u"merge"_s, u"de.xlf"_s, u"old.xlf"_s}), result);
+    QCOMPARE(Translated(mTool->Path(u"de.xlf"_s), u"A"_s),
+             result.contains(u"1 translation taken"_s) ? u"a"_s : QString::fromLatin1(Id(u"A"_s)));
+    QCOMPARE(mTool->Read(u"old.xlf"_s), other);
+}
+
+void tst_ToolXliffMerge::SeveralFiles()
+{
+    QVERIFY(mTool->Write(u"de.xlf"_s, Xliff(Unit(u"A"_s, "<target/>") + Unit(u"B"_s, "<target/>"))));
+    QVERIFY(mTool->Write(u"1.xlf"_s, Xliff(Unit(u"A"_s, "<target>1</target>"))));
+    QVERIFY(mTool->Write(u"2.xlf"_s,
+                         Xliff(Unit(u"A"_s, "<target>2</target>") + Unit(u"B"_s, "<target>2</target>"))));
+    QCOMPARE(Run({u"xliff"_s, u"merge"_s, u"de.xlf"_s, u"1.xlf"_s, u"2.xlf"_s}),
+             u"de.xlf:5:13: \"A\": \"1\" stays; 2.xlf:5:13 has \"2\" [conflict]\n"
+             "de.xlf: 2 translations taken, 1 conflict; written\n=> 1\n"_s);
+    QCOMPARE(Translated(mTool->Path(u"de.xlf"_s), u"A"_s), u"1"_s);
+    QCOMPARE(Translated(mTool->Path(u"de.xlf"_s), u"B"_s), u"2"_s);
+    QCOMPARE(Run({u"xliff"_s, u"merge"_s, u"de.xlf"_s, u"2.xlf"_s, u"--prefer"_s, u"other"_s}),
+             u"de.xlf:5:13: \"A\": \"2\" replaces \"1\", from 2.xlf:5:13 [conflict]\n"
+             "de.xlf: 1 translation taken, 1 conflict; written\n=> 0\n"_s);
+    QCOMPARE(Translated(mTool->Path(u"de.xlf"_s), u"A"_s), u"2"_s);
+}
+
+void tst_ToolXliffMerge::Reuse()
+{
+    QVERIFY(mTool->Write(u"de.xlf"_s, Xliff(Unit(u"A"_s, "<target/>") + Unit(u"B"_s, "<target>b</target>"))));
+    const QByteArray elsewhere
+        = Xliff(Unit(u"A"_s, "<target>a</target>") + Unit(u"B"_s, "<target>x</target>"))
+              .replace("ui.xml", "z.xml");
+    QVERIFY(mTool->Write(u"old.xlf"_s, elsewhere));
+    QCOMPARE(Run({u"xliff"_s, u"merge"_s, u"de.xlf"_s, u"old.xlf"_s, u"--reuse"_s}),
+             u"de.xlf: 1 translation taken, 0 conflicts; written\n=> 0\n"_s);
+    QCOMPARE(QString::fromUtf8(mTool->Read(u"de.xlf"_s)),
+             QString::fromUtf8(Xliff(Unit(u"A"_s, "<target state=\"needs-review-translation\">a</target>")
+                                     + Unit(u"B"_s, "<target>b</target>"))));
+}
+
+void tst_ToolXliffMerge::Output()
+{
+    const QByteArray before = Xliff(Unit(u"A"_s, "<target/>"));
+    QVERIFY(mTool->Write(u"de.xlf"_s, before));
+    QVERIFY(mTool->Write(u"old.xlf"_s, Xliff(Unit(u"A"_s, "<target>a</target>"))));
+    QCOMPARE(Run({u"xliff"_s, u"merge"_s, u"de.xlf"_s, u"old.xlf"_s, u"-o"_s, u"out.xlf"_s}),
+             u"out.xlf: 1 translation taken, 0 conflicts; written\n=> 0\n"_s);
+    QCOMPARE(mTool->Read(u"de.xlf"_s), before);
+    QCOMPARE(Translated(mTool->Path(u"out.xlf"_s), u"A"_s), u"a"_s);
+}
+
+void tst_ToolXliffMerge::DryRun()
+{
+    const QByteArray before = Xliff(Unit(u"A"_s, "<target/>"));
+    QVERIFY(mTool->Write(u"de.xlf"_s, before));
+    QVERIFY(mTool->Write(u"old.xlf"_s, Xliff(Unit(u"A"_s, "<target>a</target>"))));
+    const QStringList arguments{u"xliff"_s, u"merge"_s, u"de.xlf"_s, u"old.xlf"_s, u"--dry-run"_s};
+    const ToolResult tried = mTool->Run(arguments);
+    QCOMPARE(tried.ExitCode, 1);
+    QVERIFY(tried.Output.startsWith("--- de.xlf\n+++ de.xlf\n@@ -"));
+    QVERIFY(tried.Output.endsWith("\nde.xlf: 1 translation taken, 0 conflicts; would change\n"));
+    QCOMPARE(mTool->Read(u"de.xlf"_s), before);
+    QCOMPARE(mTool->Run(arguments.first(4)).ExitCode, 0);
+    QCOMPARE(mTool->Run(arguments).ToText(),
+             u"de.xlf: 0 translations taken, 0 conflicts; unchanged\n=> 0\n"_s);
+}
+
+void tst_ToolXliffMerge::Json()
+{
+    QVERIFY(mTool->Write(u"de.xlf"_s, Xliff(Unit(u"A"_s, "<target>a</target>"))));
+    QVERIFY(mTool->Write(u"old.xlf"_s,
+                         Xliff(Unit(u"A"_s, "<target>x</target>") + Unit(u"B"_s, "<target>b</target>"))));
+    const ToolResult result = mTool->Run({u"xliff"_s, u"merge"_s, u"--json"_s, u"de.xlf"_s, u"old.xlf"_s});
+    QCOMPARE(result.ExitCode, 1);
+    QCOMPARE(
+        QJsonDocument::fromJson(result.Output),
+        QJsonDocument::fromJson(
+            "{\"file\": \"de.xlf\", \"output\": \"de.xlf\", \"written\": false, \"taken\": 0, \"conflicts\": "
+            "1, "
+            "\"unknown\": [\"B\"], \"units\": [{\"line\": 5, \"column\": 13, \"source\": \"A\", \"before\": "
+            "\"a\", \"other\": \"x\", \"otherFile\": \"old.xlf\", \"otherLine\": 5, \"conflict\": true, "
+            "\"taken\": false}]}"));
+}
+
+void tst_ToolXliffMerge::Refusals_data()
+{
+    QTest::addColumn<QStringList>("arguments");
+    QTest::addColumn<QString>("error");
+
+    const QString hint = u"! Try 'qvutil xliff merge --help'.\n"_s;
+    QTest::newRow("another language")
+        << QStringList{u"de.xlf"_s, u"fr.xlf"_s} << u"! qvutil: fr.xlf: translates into fr, not into de\n"_s;
+    QTest::newRow("unknown preference") << QStringList{u"de.xlf"_s, u"fr.xlf"_s, u"--prefer"_s, u"newer"_s}
+                                        << u"! qvutil: --prefer takes mine or other, not 'newer'\n"_s + hint;
+    QTest::newRow("standard input") << QStringList{u"-"_s, u"de.xlf"_s}
+                                    << u"! qvutil: standard input needs --output\n"_s + hint;
+    QTest::newRow("missing file") << QStringList{u"de.xlf"_s, u"none.xlf"_s}
+                                  << u"! qvutil: none.xlf: No such file or directory\n"_s;
+}
+
+void tst_ToolXliffMerge::Refusals()
+{
+    QFETCH(const QStringList, arguments);
+    QFETCH(const QString, error);
+
+    const QByteArray before = Xliff(Unit(u"A"_s, "<target/>"));
+    QVERIFY(mTool->Write(u"de.xlf"_s, before));
+    QVERIFY(mTool->Write(u"fr.xlf"_s, Xliff(Unit(u"A"_s, "<target>a</target>")).replace("\"de\"", "\"fr\"")));
+    QCOMPARE(Run(QStringList{u"xliff"_s, u"merge"_s} + arguments), error + u"=> 2\n"_s);
+    QCOMPARE(mTool->Read(u"de.xlf"_s), before);
+}
+
+QTEST_GUILESS_MAIN(tst_ToolXliffMerge)
+#include "tst_ToolXliffMerge.moc"

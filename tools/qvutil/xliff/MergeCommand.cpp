@@ -1,0 +1,153 @@
+// SPDX-FileCopyrightText: 2026 The QvUtil developers
+// SPDX-License-Identifier: MIT
+
+#include "xliff/XliffCommands.h"
+
+#include "cli/Command.h"
+#include "cli/Console.h"
+#include "cli/Difference.h"
+#include "cli/Report.h"
+#include "xliff/CommandSupport.h"
+#include "xliff/XliffMerge.h"
+
+#include <QJsonArray>
+#include <QJsonObject>
+
+#include <algorithm>
+#include <memory>
+#include <vector>
+
+using namespace Qt::StringLiterals;
+
+namespace Quorvin::Tool {
+namespace {
+
+struct MergeCommandOptions
+{
+    QString File;
+    QStringList Others;
+    QString Output;
+    QString Prefer;
+    bool Reuse = false;
+    bool DryRun = false;
+    bool Json = false;
+};
+
+void Print(const MergeNote& note, const QString& file)
+{
+    if (!note.IsConflict && !note.IsPartial)
+        return;
+    const QString other = PlaceText(note.OtherFile, note.OtherPlace);
+    const QString before = Console::Quoted(note.Before);
+    const QString offered = Console::Quoted(note.Other);
+    const QString text = note.IsPartial
+        ? u"nothing taken from %1: markup in its target stands for text that the file does not contain"_s.arg(
+            other)
+        : note.IsTaken ? u"%1 replaces %2, from %3"_s.arg(offered, before, other)
+                       : u"%1 stays; %2 has %3"_s.arg(before, other, offered);
+    Console::PrintLine(u"%1: %2: %3 [%4]"_s.arg(PlaceText(file, note.Where), Console::Quoted(note.Source),
+                                                text, note.IsPartial ? u"left"_s : u"conflict"_s));
+}
+
+QJsonObject ToJson(const MergeNote& note)
+{
+    QJsonObject object = PlaceJson(note.Where);
+    object.insert(u"source"_s, note.Source);
+    object.insert(u"before"_s, note.Before);
+    object.insert(u"other"_s, note.Other);
+    object.insert(u"otherFile"_s, note.OtherFile);
+    object.insert(u"otherLine"_s, note.OtherPlace.Line);
+    object.insert(u"conflict"_s, note.IsConflict);
+    object.insert(u"taken"_s, note.IsTaken);
+    return object;
+}
+
+ExitCode Merge(const MergeCommandOptions& options)
+{
+    if (!options.Prefer.isEmpty() && options.Prefer != "mine"_L1 && options.Prefer != "other"_L1)
+        throw UsageFailure(u"--prefer takes mine or other, not '%1'"_s.arg(options.Prefer));
+    if (options.File == "-"_L1 && options.Output.isEmpty())
+        throw UsageFailure(u"standard input needs --output"_s);
+    XliffDocument xliff{InputFile(options.File)};
+    std::vector<std::unique_ptr<XliffDocument>> documents;
+    QList<const XliffDocument*> others;
+    for (const QString& file : options.Others) {
+        documents.push_back(std::make_unique<XliffDocument>(InputFile(file)));
+        others.append(documents.back().get());
+    }
+    const MergeResult result = MergeXliff(xliff, others, {options.Prefer == "other"_L1, options.Reuse});
+
+    const QString output = options.Output.isEmpty() ? options.File : options.Output;
+    const bool isWritten = !options.DryRun && (xliff.IsChanged() || !options.Output.isEmpty());
+    if (isWritten)
+        xliff.Save(output);
+    bool differs = options.DryRun && xliff.IsChanged();
+    if (options.DryRun && !options.Json)
+        differs = PrintDifference(output, ReadIfExists(output), xliff.GetContent(output)) == ExitCode::No;
+
+    const auto number = [&](const auto& condition) {
+        return std::count_if(result.Notes.cbegin(), result.Notes.cend(), condition);
+    };
+    const qsizetype conflicts = number([](const MergeNote& note) { return note.IsConflict; });
+    const qsizetype left = number([](const MergeNote& note) { return note.IsPartial && !note.IsConflict; });
+    const qsizetype taken = number([](const MergeNote& note) { return note.IsTaken; });
+    Report(options.Json)
+        .Answer(
+            [&] {
+                QJsonArray notes;
+                for (const MergeNote& note : result.Notes)
+                    notes.append(ToJson(note));
+                return QJsonObject{{u"file"_s, xliff.GetName()},
+                                   {u"output"_s, output},
+                                   {u"written"_s, isWritten},
+                                   {u"taken"_s, taken},
+                                   {u"conflicts"_s, conflicts},
+                                   {u"units"_s, notes},
+                                   {u"unknown"_s, QJsonArray::fromStringList(result.Unknown)}};
+            },
+            [&] {
+                for (const MergeNote& note : result.Notes)
+                    Print(note, xliff.GetName());
+                QString summary = u"%1: %2 taken, %3"_s.arg(output, Count(taken, u"translation"_s),
+                                                            Count(conflicts, u"conflict"_s));
+                if (!result.Unknown.isEmpty())
+                    summary += u", %1 not in it"_s.arg(Count(result.Unknown.size(), u"text"_s));
+                summary += isWritten     ? "; written"_L1
+                    : !xliff.IsChanged() ? "; unchanged"_L1
+                                         : "; would change"_L1;
+                Console::PrintLine(summary);
+            });
+    const bool isUndecided = (conflicts > 0 && options.Prefer.isEmpty()) || left > 0;
+    return isUndecided || differs ? ExitCode::No : ExitCode::Yes;
+}
+
+} // namespace
+
+void AddXliffMergeCommand(CommandLine& line, CLI::App& group)
+{
+    auto options = std::make_shared<MergeCommandOptions>();
+    CLI::App& command = line.AddCommand(
+        group, "merge", "Take over translations from other XLIFF files",
+        "qvutil xliff merge de.xlf de-old.xlf                  # what de.xlf has translated stays\n"
+        "qvutil xliff merge de.xlf anna.xlf --prefer other     # Anna's translations replace those of "
+        "de.xlf\n"
+        "qvutil xliff merge de.xlf de-old.xlf -o merged.xlf\n"
+        "qvutil xliff merge de.xlf de-old.xlf --dry-run        # see the changes first",
+        [options] { return Merge(*options); });
+    AddExplanation(
+        command,
+        "A text gets the translation that it has in the same document of the first OTHER. If both have\n"
+        "one and they differ, that is a conflict: it is listed, and XLIFF keeps its own. The exit code\n"
+        "is 1 if there are conflicts and --prefer does not decide them.");
+    AddText(command, "XLIFF", options->File, "XLIFF file to bring up to date; changed in place")->required();
+    AddTexts(command, "OTHER", options->Others, "XLIFF files to take translations from")->required();
+    AddText(command, "--prefer", options->Prefer, "Decide conflicts: keep mine, or take the other")
+        ->type_name("mine|other");
+    command.add_flag("--reuse", options->Reuse,
+                     "Also take the translation of a text in another document, to be reviewed");
+    AddText(command, "--output,-o", options->Output, "Write to this file instead")->type_name("FILE");
+    AddDryRunFlag(command, options->DryRun);
+    AddJsonFlag(command, options->Json);
+}
+
+} // namespace Quorvin::Tool
