@@ -108,7 +108,12 @@ private Q_SLOTS:
     void Fill_output();
     void Fill_dryRun();
     void Fill_takesApprovalAway();
+    void Fill_all();
+    void Fill_allKeepsTranslations();
     void Fill_usage();
+    void List_texts_data();
+    void List_texts();
+    void List_json();
     void Stat_table();
     void Stat_json();
     void Show_visibleTexts();
@@ -1045,12 +1050,104 @@ void tst_ToolXliff::Fill_takesApprovalAway()
     QVERIFY(mTool->Run({u"xliff"_s, u"stat"_s, u"de.xlf"_s}).Output.contains("0 of 1    0 %  1 unfinished"));
 }
 
+void tst_ToolXliff::Fill_all()
+{
+    const QByteArray before
+        = Xliff(Unit(u"A"_s, "<target state=\"final\">a</target>", 0, " approved=\"yes\"")
+                + Unit(u"B"_s, "<target>b <g id=\"1\">c</g></target>") + Unit(u"C"_s, "<target/>"));
+    QVERIFY(mTool->Write(u"de.xlf"_s, before));
+    const QStringList arguments{u"xliff"_s,  u"fill"_s, u"--pseudo"_s, u"--all"_s,
+                                u"de.xlf"_s, u"-o"_s,   u"x.xlf"_s};
+    QCOMPARE(mTool->Run(arguments).ToText(), u"x.xlf: 3 of 3 targets filled\n=> 0\n"_s);
+    QCOMPARE(mTool->Read(u"de.xlf"_s), before);
+    QCOMPARE(Translated(mTool->Path(u"x.xlf"_s), u"A"_s), u"[Á~]"_s);
+    QCOMPARE(Translated(mTool->Path(u"x.xlf"_s), u"B"_s), u"[Ɓ~]"_s);
+    QCOMPARE(Translated(mTool->Path(u"x.xlf"_s), u"C"_s), u"[Ç~]"_s);
+    QVERIFY(mTool->Run({u"xliff"_s, u"stat"_s, u"x.xlf"_s}).Output.contains("0 of 3    0 %  3 unfinished"));
+    // A file that --all has written may be written again.
+    const QByteArray pseudo = mTool->Read(u"x.xlf"_s);
+    QCOMPARE(mTool->Run(arguments).ExitCode, 0);
+    QCOMPARE(mTool->Read(u"x.xlf"_s), pseudo);
+}
+
+void tst_ToolXliff::Fill_allKeepsTranslations()
+{
+    const QByteArray before = Xliff(Unit(u"A"_s, "<target>a</target>"));
+    const QByteArray japanese
+        = Xliff(Unit(u"A"_s, "<target state=\"needs-review-translation\">\u3042</target>"));
+    QVERIFY(mTool->Write(u"de.xlf"_s, before));
+    QVERIFY(mTool->Write(u"ja.xlf"_s, japanese));
+    QVERIFY(QFile::link(u"de.xlf"_s, mTool->Path(u"link.xlf"_s)));
+    const QStringList arguments{u"xliff"_s, u"fill"_s, u"--pseudo"_s, u"--all"_s, u"de.xlf"_s, u"-o"_s};
+    const QString itself = u"! qvutil: --all needs an --output that is not the file itself\n=> 2\n"_s;
+    for (const QString& name : {u"de.xlf"_s, u"./de.xlf"_s, u"link.xlf"_s}) {
+        const QString text = mTool->Run(arguments + QStringList{name}).ToText();
+        QVERIFY2(text.startsWith(itself.section(u'\n', 0, 0)) && text.endsWith("=> 2\n"_L1),
+                 qPrintable(text));
+    }
+    QCOMPARE(
+        mTool->Run(arguments + QStringList{u"ja.xlf"_s}).ToText(),
+        u"! qvutil: ja.xlf: contains translations, which --all would replace; delete it first\n=> 2\n"_s);
+    QVERIFY(mTool->Write(u"notes.txt"_s, "notes"));
+    QCOMPARE(mTool->Run(arguments + QStringList{u"notes.txt"_s}).ExitCode, 2);
+    QCOMPARE(mTool->Read(u"de.xlf"_s), before);
+    QCOMPARE(mTool->Read(u"ja.xlf"_s), japanese);
+    QCOMPARE(mTool->Read(u"notes.txt"_s), QByteArray("notes"));
+}
+
 void tst_ToolXliff::Fill_usage()
 {
+    for (const QStringList& arguments :
+         {QStringList{u"--all"_s, u"-o"_s, u"c"_s}, QStringList{u"--all"_s, u"--pseudo"_s}}) {
+        QCOMPARE(mTool->Run(QStringList{u"xliff"_s, u"fill"_s, u"a"_s} + arguments).ToText(),
+                 u"! qvutil: --all needs --pseudo and --output\n! Try 'qvutil xliff fill --help'.\n=> 2\n"_s);
+    }
     QCOMPARE(mTool->Run({u"xliff"_s, u"fill"_s, u"a"_s, u"b"_s, u"-o"_s, u"c"_s}).ToText(),
              u"! qvutil: --output takes one XLIFF file\n! Try 'qvutil xliff fill --help'.\n=> 2\n"_s);
     QCOMPARE(mTool->Run({u"xliff"_s, u"fill"_s, u"-"_s}).ToText(),
              u"! qvutil: standard input needs --output\n! Try 'qvutil xliff fill --help'.\n=> 2\n"_s);
+}
+
+void tst_ToolXliff::List_texts_data()
+{
+    QTest::addColumn<QStringList>("arguments");
+    QTest::addColumn<QString>("expected");
+
+    QTest::newRow("all") << QStringList() << u"done\nempty\nfilled\nTwo\\nlines\nreview\n=> 0\n"_s;
+    QTest::newRow("untranslated") << QStringList{u"--untranslated"_s}
+                                  << u"empty\nfilled\nTwo\\nlines\n=> 0\n"_s;
+    QTest::newRow("unfinished") << QStringList{u"--unfinished"_s}
+                                << u"empty\nfilled\nTwo\\nlines\nreview\n=> 0\n"_s;
+}
+
+void tst_ToolXliff::List_texts()
+{
+    QFETCH(const QStringList, arguments);
+    QFETCH(const QString, expected);
+
+    const QByteArray done = Unit(u"done"_s, "<target>x</target>");
+    QVERIFY(mTool->Write(u"de.xlf"_s,
+                         Xliff(done + Unit(u"empty"_s, "<target/>")
+                               + Unit(u"filled"_s, "<target state='needs-translation'>x</target>")
+                               + Unit(u"Two\nlines"_s, "<target state='new'>x</target>")
+                               + Unit(u"review"_s, "<target state='needs-review-translation'>x</target>"))));
+    QCOMPARE(mTool->Run(QStringList{u"xliff"_s, u"list"_s, u"de.xlf"_s} + arguments).ToText(), expected);
+    QVERIFY(mTool->Write(u"done.xlf"_s, Xliff(done)));
+    QCOMPARE(mTool->Run(QStringList{u"xliff"_s, u"list"_s, u"done.xlf"_s} + arguments).ToText(),
+             arguments.isEmpty() ? u"done\n=> 0\n"_s : u"=> 1\n"_s);
+}
+
+void tst_ToolXliff::List_json()
+{
+    QVERIFY(mTool->Write(u"de.xlf"_s, Xliff(Unit(u"A"_s, "<target state='new'>x</target>"))));
+    const ToolResult result
+        = mTool->Run({u"xliff"_s, u"list"_s, u"--json"_s, u"--untranslated"_s, u"de.xlf"_s});
+    QCOMPARE(QJsonDocument::fromJson(result.Output),
+             QJsonDocument::fromJson(
+                 "[{\"file\": \"de.xlf\", \"line\": 5, \"column\": 13, \"original\": \"ui.xml\", "
+                 "\"source\": \"A\", \"target\": \"x\", \"state\": \"new\", \"progress\": \"unfinished\", "
+                 "\"id\": \""
+                 + Id(u"A"_s) + "\"}]"));
 }
 
 void tst_ToolXliff::Stat_table()
@@ -1156,7 +1253,7 @@ void tst_ToolXliff::Show_likeTheLibrary()
 void tst_ToolXliff::Help_data()
 {
     QTest::addColumn<QString>("command");
-    for (const char* command : {"extract", "check", "repair", "fill", "merge", "stat", "show"})
+    for (const char* command : {"extract", "check", "repair", "fill", "merge", "list", "stat", "show"})
         QTest::newRow(command) << QString::fromLatin1(command);
 }
 

@@ -10,6 +10,8 @@
 #include "xliff/SourceText.h"
 #include "xliff/XliffDocument.h"
 
+#include <QFileInfo>
+
 #include <algorithm>
 #include <memory>
 
@@ -23,19 +25,39 @@ struct FillOptions
     QStringList Files;
     QString Output;
     bool Pseudo = false;
+    bool All = false;
     bool DryRun = false;
 };
 
+/// Makes sure that no translation is lost: a file that is replaced has only targets that were filled in.
+void CheckReplaced(const QString& input, const QString& output)
+{
+    const QFileInfo file(output);
+    if (!file.exists())
+        return;
+    if (file.canonicalFilePath() == QFileInfo(input).canonicalFilePath())
+        throw UsageFailure(u"--all needs an --output that is not the file itself"_s);
+    const XliffDocument xliff{InputFile(output)};
+    const QList<XliffUnit>& units = xliff.GetUnits();
+    const auto isTranslated = [](const XliffUnit& unit) {
+        return unit.GetProgress() != UnitProgress::Empty && !unit.IsFilledIn();
+    };
+    if (std::any_of(units.cbegin(), units.cend(), isTranslated))
+        throw Failure(output, u"contains translations, which --all would replace; delete it first"_s);
+}
+
 ExitCode FillFile(const QString& name, const FillOptions& options)
 {
+    if (options.All)
+        CheckReplaced(name, options.Output);
     const InputFile file(name);
     XliffDocument xliff(file);
     int filled = 0;
     int left = 0;
     for (const XliffUnit& unit : xliff.GetUnits()) {
-        if (unit.GetProgress() != UnitProgress::Empty)
+        if (!options.All && unit.GetProgress() != UnitProgress::Empty)
             continue;
-        if (unit.Source.isEmpty() || !xliff.IsTargetBlank(unit)) {
+        if (unit.Source.isEmpty() || !(options.All || xliff.IsTargetBlank(unit))) {
             ++left;
             continue;
         }
@@ -62,6 +84,8 @@ ExitCode Fill(const FillOptions& options)
         throw UsageFailure(u"--output takes one XLIFF file"_s);
     if (options.Files.contains("-"_L1) && options.Output.isEmpty())
         throw UsageFailure(u"standard input needs --output"_s);
+    if (options.All && (!options.Pseudo || options.Output.isEmpty()))
+        throw UsageFailure(u"--all needs --pseudo and --output"_s);
     auto filled = ExitCode::Yes;
     const ExitCode code = ForEachFile(
         options.Files, [&](const QString& file) { filled = std::max(filled, FillFile(file, options)); });
@@ -76,10 +100,13 @@ void AddXliffFillCommand(CommandLine& line, CLI::App& group)
     CLI::App& command = line.AddCommand(
         group, "fill", "Put the source, or a pseudo-translation, into empty targets",
         "qvutil xliff fill de.xlf                          # nobody sees ids while translation goes on\n"
-        "qvutil xliff fill --pseudo de.xlf -o pseudo.xlf   # try the program before it is translated",
+        "qvutil xliff fill --pseudo de.xlf -o pseudo.xlf   # try the program before it is translated\n"
+        "qvutil xliff fill --pseudo --all de.xlf -o x.xlf  # the same when it is translated already",
         [options] { return Fill(*options); });
     AddTexts(command, "XLIFF", options->Files, "XLIFF files; changed in place")->required();
     command.add_flag("--pseudo", options->Pseudo, "Fill in the source with accents, longer and in brackets");
+    command.add_flag("--all", options->All,
+                     "With --pseudo: also replace the translations, in the --output only");
     AddText(command, "--output,-o", options->Output, "Write to this file instead")->type_name("FILE");
     AddDryRunFlag(command, options->DryRun);
 }

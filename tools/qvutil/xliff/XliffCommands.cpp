@@ -17,6 +17,7 @@ void AddXliffCommands(CommandLine& line)
     AddXliffRepairCommand(line, group);
     AddXliffFillCommand(line, group);
     AddXliffMergeCommand(line, group);
+    AddXliffListCommand(line, group);
     AddXliffStatCommand(line, group);
     AddXliffShowCommand(line, group);
 }

@@ -18,6 +18,7 @@ void AddXliffCheckCommand(CommandLine& line, CLI::App& group);
 void AddXliffRepairCommand(CommandLine& line, CLI::App& group);
 void AddXliffFillCommand(CommandLine& line, CLI::App& group);
 void AddXliffMergeCommand(CommandLine& line, CLI::App& group);
+void AddXliffListCommand(CommandLine& line, CLI::App& group);
 void AddXliffStatCommand(CommandLine& line, CLI::App& group);
 void AddXliffShowCommand(CommandLine& line, CLI::App& group);
 

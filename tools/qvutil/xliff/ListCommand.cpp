@@ -1,0 +1,103 @@
+// SPDX-FileCopyrightText: 2026 The QvUtil developers
+// SPDX-License-Identifier: MIT
+
+#include "xliff/XliffCommands.h"
+
+#include "cli/Command.h"
+#include "cli/Console.h"
+#include "cli/Report.h"
+#include "xliff/CommandSupport.h"
+#include "xliff/XliffDocument.h"
+
+#include <QJsonObject>
+
+#include <memory>
+
+using namespace Qt::StringLiterals;
+
+namespace Quorvin::Tool {
+namespace {
+
+struct ListOptions
+{
+    QStringList Files;
+    bool Untranslated = false;
+    bool Unfinished = false;
+    bool Json = false;
+};
+
+bool IsWanted(const XliffUnit& unit, const ListOptions& options)
+{
+    if (!options.Untranslated && !options.Unfinished)
+        return true;
+    const UnitProgress progress = unit.GetProgress();
+    return (options.Untranslated && (progress == UnitProgress::Empty || unit.IsFilledIn()))
+        || (options.Unfinished && progress != UnitProgress::Finished);
+}
+
+QString ProgressName(const XliffUnit& unit)
+{
+    switch (unit.GetProgress()) {
+    case UnitProgress::Empty:
+        return u"empty"_s;
+    case UnitProgress::Unfinished:
+        return u"unfinished"_s;
+    case UnitProgress::Finished:
+        break;
+    }
+    return u"finished"_s;
+}
+
+QJsonObject ToJson(const XliffDocument& xliff, const XliffUnit& unit)
+{
+    QJsonObject object = PlaceJson(xliff.GetPlace(unit.Element));
+    object.insert(u"file"_s, xliff.GetName());
+    object.insert(u"original"_s, unit.File < 0 ? QString() : xliff.GetFiles().at(unit.File).Original);
+    object.insert(u"id"_s, unit.Id);
+    object.insert(u"source"_s, unit.Source);
+    object.insert(u"target"_s, unit.WholeTarget);
+    object.insert(u"state"_s, unit.State);
+    object.insert(u"progress"_s, ProgressName(unit));
+    return object;
+}
+
+ExitCode List(const ListOptions& options)
+{
+    Report report(options.Json);
+    bool isAny = false;
+    const ExitCode code = ForEachFile(options.Files, [&](const QString& file) {
+        const XliffDocument xliff{InputFile(file)};
+        for (const XliffUnit& unit : xliff.GetUnits()) {
+            if (!IsWanted(unit, options))
+                continue;
+            isAny = true;
+            report.AddItem([&] { return ToJson(xliff, unit); },
+                           [&] { Console::PrintLine(Console::Visible(unit.Source)); });
+        }
+    });
+    report.Finish();
+    return code == ExitCode::Yes && !isAny ? ExitCode::No : code;
+}
+
+} // namespace
+
+void AddXliffListCommand(CommandLine& line, CLI::App& group)
+{
+    auto options = std::make_shared<ListOptions>();
+    CLI::App& command = line.AddCommand(
+        group, "list", "List texts, one a line",
+        "qvutil xliff list de.xlf --untranslated            # for the translator\n"
+        "qvutil xliff list de.xlf --untranslated | wc -l    # how many?\n"
+        "qvutil xliff list de.xlf --unfinished --json       # with their places and targets",
+        [options] { return List(*options); });
+    AddExplanation(command,
+                   "Line breaks in a text are shown as \\n. The exit code is 1 if there is no such text.");
+    AddTexts(command, "XLIFF", options->Files, "XLIFF files")->required();
+    command.add_flag("--untranslated", options->Untranslated,
+                     "Only texts without a target, or with one that was only filled in");
+    command.add_flag("--unfinished", options->Unfinished,
+                     "Only texts that stat does not count as finished: those, and targets to be reviewed");
+    AddJsonFlag(command, options->Json);
+}
+
+} // namespace Quorvin::Tool
