@@ -25,6 +25,14 @@ private Q_SLOTS:
     void MatchUnits_data();
     void MatchUnits();
     void SeveralFiles();
+    void SeveralFiles_firstWins_data();
+    void SeveralFiles_firstWins();
+    void Markup_data();
+    void Markup();
+    void Comments();
+    void States();
+    void Encodings_data();
+    void Encodings();
     void Reuse();
     void Output();
     void DryRun();
@@ -72,6 +80,8 @@ void tst_ToolXliffMerge::MergeUnits_data()
     QTest::newRow("both finished") << a << b << QString() << QByteArray() << 1;
     QTest::newRow("both finished, mine preferred") << a << b << u"mine"_s << QByteArray() << 1;
     QTest::newRow("both finished, other preferred") << a << b << u"other"_s << takenB << 1;
+    QTest::newRow("text with blanks only")
+        << QByteArray("<target><![CDATA[ ]]></target>") << b << QString() << QByteArray() << 1;
 }
 
 void tst_ToolXliffMerge::MergeUnits()
@@ -128,7 +138,18 @@ void tst_ToolXliffMerge::MatchUnits_data()
         << u"de.xlf:5:13: \"A\": nothing taken from old.xlf:5:13: markup in its target stands for text that "
            u"the "
            "file does not contain [left]\n"
-           "de.xlf: 0 translations taken, 0 conflicts; unchanged\n=> 1\n"_s;
+           "de.xlf: 0 translations taken, 0 conflicts, 1 left for a person; unchanged\n=> 1\n"_s;
+    QTest::newRow("nothing but unknown text in the target")
+        << Xliff(Unit(u"A"_s, "<target><x id='1'/></target>"))
+        << u"de.xlf:5:13: \"A\": nothing taken from old.xlf:5:13: markup in its target stands for text that "
+           u"the "
+           "file does not contain [left]\n"
+           "de.xlf: 0 translations taken, 0 conflicts, 1 left for a person; unchanged\n=> 1\n"_s;
+    QTest::newRow("source language with a region")
+        << Xliff(a).replace("\"en\"", "\"en-US\"")
+        << u"de.xlf: 1 translation taken, 0 conflicts; written\n=> 0\n"_s;
+    QTest::newRow("no source language") << Xliff(a).replace(" source-language=\"en\"", "")
+                                        << u"de.xlf: 1 translation taken, 0 conflicts; written\n=> 0\n"_s;
 }
 
 void tst_ToolXliffMerge::MatchUnits()
@@ -159,6 +180,155 @@ void tst_ToolXliffMerge::SeveralFiles()
              u"de.xlf:5:13: \"A\": \"2\" replaces \"1\", from 2.xlf:5:13 [conflict]\n"
              "de.xlf: 1 translation taken, 1 conflict; written\n=> 0\n"_s);
     QCOMPARE(Translated(mTool->Path(u"de.xlf"_s), u"A"_s), u"2"_s);
+}
+
+void tst_ToolXliffMerge::SeveralFiles_firstWins_data()
+{
+    QTest::addColumn<QByteArray>("mine"); // target
+    QTest::addColumn<QByteArray>("first"); // target
+    QTest::addColumn<QByteArray>("second"); // target
+    QTest::addColumn<QString>("prefer");
+    QTest::addColumn<QString>("merged");
+    QTest::addColumn<QString>("summary");
+
+    const QByteArray none = "<target/>";
+    const QByteArray a = "<target>a</target>";
+    const QByteArray b = "<target>b</target>";
+    const QByteArray c = "<target>c</target>";
+    const QByteArray review = "<target state='needs-review-translation'>c</target>";
+    const QByteArray partial = "<target>c <x id='1'/></target>";
+    QTest::newRow("three translations")
+        << a << b << c << u"other"_s << u"b"_s << u"1 translation taken, 2 conflicts; written\n=> 0\n"_s;
+    QTest::newRow("first is equal") << a << a << c << u"other"_s << u"a"_s
+                                    << u"0 translations taken, 1 conflict; unchanged\n=> 0\n"_s;
+    QTest::newRow("first is to be reviewed")
+        << a << review << b << u"other"_s << u"b"_s << u"1 translation taken, 1 conflict; written\n=> 0\n"_s;
+    QTest::newRow("second confirms the first") << none << review << c << u"mine"_s << u"c"_s
+                                               << u"1 translation taken, 0 conflicts; written\n=> 0\n"_s;
+    QTest::newRow("first contains unknown text") << none << partial << c << u"mine"_s << u"c"_s
+                                                 << u"1 translation taken, 0 conflicts; written\n=> 0\n"_s;
+    QTest::newRow("first contains unknown text, and so does mine")
+        << partial << partial << c << u"other"_s << u"c "_s
+        << u"0 translations taken, 1 conflict; unchanged\n=> 0\n"_s;
+    QTest::newRow("unknown text in a conflict")
+        << a << partial << partial << u"other"_s << u"a"_s
+        << u"0 translations taken, 0 conflicts, 2 left for a person; unchanged\n=> 1\n"_s;
+    QTest::newRow("unknown text in a conflict, mine preferred")
+        << a << partial << partial << u"mine"_s << u"a"_s
+        << u"0 translations taken, 2 conflicts; unchanged\n=> 0\n"_s;
+}
+
+void tst_ToolXliffMerge::SeveralFiles_firstWins()
+{
+    QFETCH(const QByteArray, mine);
+    QFETCH(const QByteArray, first);
+    QFETCH(const QByteArray, second);
+    QFETCH(const QString, prefer);
+    QFETCH(const QString, merged);
+    QFETCH(const QString, summary);
+
+    QVERIFY(mTool->Write(u"de.xlf"_s, Xliff(Unit(u"A"_s, mine))));
+    QVERIFY(mTool->Write(u"1.xlf"_s, Xliff(Unit(u"A"_s, first))));
+    QVERIFY(mTool->Write(u"2.xlf"_s, Xliff(Unit(u"A"_s, second))));
+    const ToolResult result
+        = mTool->Run({u"xliff"_s, u"merge"_s, u"de.xlf"_s, u"1.xlf"_s, u"2.xlf"_s, u"--prefer"_s, prefer});
+    QCOMPARE(result.ToText().section(u"de.xlf: "_s, -1), summary);
+    QCOMPARE(Translated(mTool->Path(u"de.xlf"_s), u"A"_s), merged);
+}
+
+void tst_ToolXliffMerge::Markup_data()
+{
+    QTest::addColumn<QByteArray>("mine"); // target
+    QTest::addColumn<QString>("output");
+
+    const QString conflict = u" stays; old.xlf:5:13 has \"b\" [conflict]\n"
+                             "de.xlf: 0 translations taken, 1 conflict; unchanged\n=> 1\n"_s;
+    QTest::newRow("nothing but an element with text")
+        << QByteArray("<target><g id='1'>a</g></target>") << u"\"a\""_s + conflict;
+    QTest::newRow("nothing but an element for unknown text")
+        << QByteArray("<target> <x id='1'/></target>") << u"\"<x id='1'/>\""_s + conflict;
+    QTest::newRow("nothing but an element without text")
+        << QByteArray("<target><g id='1'/></target>") << u"\"<g id='1'/>\""_s + conflict;
+}
+
+void tst_ToolXliffMerge::Markup()
+{
+    QFETCH(const QByteArray, mine);
+    QFETCH(const QString, output);
+
+    const QByteArray before = Xliff(Unit(u"A"_s, mine));
+    QVERIFY(mTool->Write(u"de.xlf"_s, before));
+    QVERIFY(mTool->Write(u"old.xlf"_s, Xliff(Unit(u"A"_s, "<target>b</target>"))));
+    QCOMPARE(Run({u"xliff"_s, u"merge"_s, u"de.xlf"_s, u"old.xlf"_s}), u"de.xlf:5:13: \"A\": "_s + output);
+    QCOMPARE(mTool->Read(u"de.xlf"_s), before);
+    // Merging a file with itself changes nothing.
+    QCOMPARE(Run({u"xliff"_s, u"merge"_s, u"de.xlf"_s, u"de.xlf"_s}),
+             u"de.xlf: 0 translations taken, 0 conflicts; unchanged\n=> 0\n"_s);
+    // A translation that is only confirmed keeps its markup.
+    const QByteArray review = " state=\"needs-review-translation\"";
+    QVERIFY(mTool->Write(u"de.xlf"_s, QByteArray(before).replace("<target>", "<target" + review + ">")));
+    QVERIFY(mTool->Write(u"old.xlf"_s, before));
+    QCOMPARE(Run({u"xliff"_s, u"merge"_s, u"de.xlf"_s, u"old.xlf"_s}),
+             u"de.xlf: 1 translation taken, 0 conflicts; written\n=> 0\n"_s);
+    QCOMPARE(QString::fromUtf8(mTool->Read(u"de.xlf"_s)),
+             QString::fromUtf8(QByteArray(before)
+                                   .replace("<target>", "<target state=\"translated\">")
+                                   .replace("\">\n                <source>",
+                                            "\" approved=\"yes\">\n                <source>")));
+}
+
+void tst_ToolXliffMerge::Comments()
+{
+    QVERIFY(mTool->Write(u"de.xlf"_s,
+                         Xliff(Unit(u"A"_s, "<target><!-- Anna --><![CDATA[<!-- b -->]]></target>")
+                               + Unit(u"B"_s, "<target><!-- todo --></target>"))));
+    QVERIFY(mTool->Write(u"old.xlf"_s,
+                         Xliff(Unit(u"A"_s, "<target>a</target>") + Unit(u"B"_s, "<target>b</target>"))));
+    QCOMPARE(
+        mTool->Run({u"xliff"_s, u"merge"_s, u"de.xlf"_s, u"old.xlf"_s, u"--prefer"_s, u"other"_s}).ExitCode,
+        0);
+    const QByteArray yes = " approved=\"yes\"";
+    QCOMPARE(QString::fromUtf8(mTool->Read(u"de.xlf"_s)),
+             QString::fromUtf8(
+                 Xliff(Unit(u"A"_s, "<target state=\"translated\">a</target><!-- Anna -->", 0, yes)
+                       + Unit(u"B"_s, "<target state=\"translated\">b</target><!-- todo -->", 0, yes))));
+}
+
+void tst_ToolXliffMerge::States()
+{
+    QVERIFY(mTool->Write(u"de.xlf"_s, Xliff("<trans-unit id='1'><source>A</source></trans-unit>\n")));
+    QVERIFY(mTool->Write(u"old.xlf"_s, Xliff(Unit(u"A"_s, "<target state='x-\"&lt;&amp;'>a</target>"))));
+    QCOMPARE(Run({u"xliff"_s, u"merge"_s, u"de.xlf"_s, u"old.xlf"_s}),
+             u"de.xlf: 1 translation taken, 0 conflicts; written\n=> 0\n"_s);
+    QVERIFY(mTool->Read(u"de.xlf"_s).contains("<target state=\"x-&quot;&lt;&amp;\">a</target>"));
+}
+
+void tst_ToolXliffMerge::Encodings_data()
+{
+    QTest::addColumn<QString>("text");
+    QTest::addColumn<QByteArray>("written");
+
+    QTest::newRow("character that the encoding lacks") << u"aあ"_s << QByteArray("a&#12354;");
+    QTest::newRow("mark") << u"tr(\u00e4)"_s << QByteArray("<![CDATA[tr(\xe4)]]>");
+    QTest::newRow("mark with a character that the encoding lacks")
+        << u"tr(あ)"_s << QByteArray("tr(tr(&#12354;))");
+    QTest::newRow("mark with the end of a CDATA section") << u"tr(a]]>b)"_s << QByteArray("tr(tr(a]]&gt;b))");
+}
+
+void tst_ToolXliffMerge::Encodings()
+{
+    QFETCH(const QString, text);
+    QFETCH(const QByteArray, written);
+
+    QVERIFY(mTool->Write(u"de.xlf"_s, Xliff(Unit(u"A"_s, "<target/>")).replace("UTF-8", "ISO-8859-1")));
+    // The markup keeps the reader of this file from unwrapping the mark.
+    const QByteArray target = text.toUtf8().replace("]]>", "]]&gt;").replace("tr(", "<g id='1'>tr</g>(");
+    QVERIFY(mTool->Write(u"old.xlf"_s, Xliff(Unit(u"A"_s, "<target>" + target + "</target>"))));
+    QCOMPARE(Run({u"xliff"_s, u"merge"_s, u"de.xlf"_s, u"old.xlf"_s}),
+             u"de.xlf: 1 translation taken, 0 conflicts; written\n=> 0\n"_s);
+    const QByteArray after = mTool->Read(u"de.xlf"_s);
+    QVERIFY2(after.contains("<target state=\"translated\">" + written + "</target>"), after.constData());
+    QCOMPARE(Translated(mTool->Path(u"de.xlf"_s), u"A"_s), text);
 }
 
 void tst_ToolXliffMerge::Reuse()
@@ -197,6 +367,18 @@ void tst_ToolXliffMerge::DryRun()
     QVERIFY(tried.Output.startsWith("--- de.xlf\n+++ de.xlf\n@@ -"));
     QVERIFY(tried.Output.endsWith("\nde.xlf: 1 translation taken, 0 conflicts; would change\n"));
     QCOMPARE(mTool->Read(u"de.xlf"_s), before);
+    // With --json, the answer is the same.
+    QCOMPARE(mTool->Run(arguments + QStringList{u"--json"_s}).ExitCode, 1);
+    // An output file that does not exist differs, even if nothing is taken.
+    QVERIFY(mTool->Write(u"none.xlf"_s, Xliff({})));
+    const QStringList other{u"xliff"_s,     u"merge"_s, u"de.xlf"_s, u"none.xlf"_s,
+                            u"--dry-run"_s, u"-o"_s,    u"out.xlf"_s};
+    const ToolResult text = mTool->Run(other);
+    QCOMPARE(text.ExitCode, 1);
+    QVERIFY2(text.Output.endsWith("\nout.xlf: 0 translations taken, 0 conflicts; would change\n"),
+             text.Output.constData());
+    QCOMPARE(mTool->Run(other + QStringList{u"--json"_s}).ExitCode, 1);
+    QVERIFY(!QFile::exists(mTool->Path(u"out.xlf"_s)));
     QCOMPARE(mTool->Run(arguments.first(4)).ExitCode, 0);
     QCOMPARE(mTool->Run(arguments).ToText(),
              u"de.xlf: 0 translations taken, 0 conflicts; unchanged\n=> 0\n"_s);
@@ -213,10 +395,10 @@ void tst_ToolXliffMerge::Json()
         QJsonDocument::fromJson(result.Output),
         QJsonDocument::fromJson(
             "{\"file\": \"de.xlf\", \"output\": \"de.xlf\", \"written\": false, \"taken\": 0, \"conflicts\": "
-            "1, "
+            "1, \"left\": 0, "
             "\"unknown\": [\"B\"], \"units\": [{\"line\": 5, \"column\": 13, \"source\": \"A\", \"before\": "
             "\"a\", \"other\": \"x\", \"otherFile\": \"old.xlf\", \"otherLine\": 5, \"conflict\": true, "
-            "\"taken\": false}]}"));
+            "\"taken\": false, \"partial\": false}]}"));
 }
 
 void tst_ToolXliffMerge::Refusals_data()
@@ -227,6 +409,12 @@ void tst_ToolXliffMerge::Refusals_data()
     const QString hint = u"! Try 'qvutil xliff merge --help'.\n"_s;
     QTest::newRow("another language")
         << QStringList{u"de.xlf"_s, u"fr.xlf"_s} << u"! qvutil: fr.xlf: translates into fr, not into de\n"_s;
+    QTest::newRow("another source language")
+        << QStringList{u"de.xlf"_s, u"it.xlf"_s} << u"! qvutil: it.xlf: translates from it, not from en\n"_s;
+    QTest::newRow("another file as output")
+        << QStringList{u"de.xlf"_s, u"old.xlf"_s, u"-o"_s, u"./old.xlf"_s}
+        << u"! qvutil: --output is old.xlf, from which translations are taken; choose another name\n"_s
+            + hint;
     QTest::newRow("unknown preference") << QStringList{u"de.xlf"_s, u"fr.xlf"_s, u"--prefer"_s, u"newer"_s}
                                         << u"! qvutil: --prefer takes mine or other, not 'newer'\n"_s + hint;
     QTest::newRow("standard input") << QStringList{u"-"_s, u"de.xlf"_s}
@@ -243,8 +431,12 @@ void tst_ToolXliffMerge::Refusals()
     const QByteArray before = Xliff(Unit(u"A"_s, "<target/>"));
     QVERIFY(mTool->Write(u"de.xlf"_s, before));
     QVERIFY(mTool->Write(u"fr.xlf"_s, Xliff(Unit(u"A"_s, "<target>a</target>")).replace("\"de\"", "\"fr\"")));
+    const QByteArray old = Xliff(Unit(u"A"_s, "<target>a</target>") + Unit(u"B"_s, "<target>b</target>"));
+    QVERIFY(mTool->Write(u"old.xlf"_s, old));
+    QVERIFY(mTool->Write(u"it.xlf"_s, QByteArray(old).replace("\"en\"", "\"it\"")));
     QCOMPARE(Run(QStringList{u"xliff"_s, u"merge"_s} + arguments), error + u"=> 2\n"_s);
     QCOMPARE(mTool->Read(u"de.xlf"_s), before);
+    QCOMPARE(mTool->Read(u"old.xlf"_s), old);
 }
 
 QTEST_GUILESS_MAIN(tst_ToolXliffMerge)

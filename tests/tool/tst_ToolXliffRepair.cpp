@@ -13,6 +13,8 @@
 #include <QJsonObject>
 #include <QRandomGenerator>
 
+#include <functional>
+
 using namespace Qt::StringLiterals;
 using Quorvin::Util::XlfTranslator;
 using TestSupport::Id;
@@ -56,7 +58,12 @@ private Q_SLOTS:
     void Repair_exactText();
     void Repair_leaves_data();
     void Repair_leaves();
+    void Repair_leavesAll();
     void Repair_alternatives();
+    void Repair_sameIds_data();
+    void Repair_sameIds();
+    void Repair_joinedContent_data();
+    void Repair_joinedContent();
     void Repair_cleanFile();
     void Repair_dryRun();
     void Repair_json();
@@ -66,6 +73,8 @@ private Q_SLOTS:
     void Repair_largeFile();
     void Repair_rules();
     void Approve_progress();
+    void Approve_leaves_data();
+    void Approve_leaves();
     void Approve_linguist();
 
 private:
@@ -272,8 +281,8 @@ void tst_ToolXliffRepair::Repair_leaves_data()
 
     const QByteArray a = Unit(u"A"_s, "<target>a</target>");
     QTest::newRow("no file name") << Xliff(a).replace("ui.xml", "ui/")
-                                  << u"3:5: left: 1 unit out of reach: the file element has no \"original\" "
-                                     u"with a file name: nobody knows "
+                                  << u"5:13: left: \"A\" is in a file element without an \"original\" that "
+                                     u"has a file name: nobody knows "
                                      "which document it translates [unreachable]"_s;
     QTest::newRow("unit without a file")
         << Xliff({}).replace("</xliff>", a + "</xliff>")
@@ -309,6 +318,117 @@ void tst_ToolXliffRepair::Repair_leaves()
     QCOMPARE(mTool->Run({u"xliff"_s, u"repair"_s, u"de.xlf"_s}).ToText(),
              u"de.xlf:%1\nde.xlf: 0 changes, 1 left for a person\n=> 1\n"_s.arg(note));
     QCOMPARE(mTool->Read(u"de.xlf"_s), before);
+}
+
+void tst_ToolXliffRepair::Repair_leavesAll()
+{
+    QByteArray units;
+    for (const char16_t c : {u'A', u'B', u'C', u'D'})
+        units += Unit(QString(QChar(c)), "<target>x</target>");
+    QVERIFY(mTool->Write(u"de.xlf"_s, Xliff(units).replace("ui.xml", "ui/")));
+    QCOMPARE(
+        mTool->Run({u"xliff"_s, u"repair"_s, u"de.xlf"_s}).ToText(),
+        u"de.xlf:5:13: left: 4 units are in a file element without an \"original\" that has a file name: "
+        "nobody knows which document they translate (5:13 \"A\", 9:13 \"B\", 13:13 \"C\" and 1 more) "
+        "[unreachable]\n"
+        "de.xlf: 0 changes, 4 left for a person\n=> 1\n"_s);
+}
+
+void tst_ToolXliffRepair::Repair_sameIds_data()
+{
+    QTest::addColumn<QByteArray>("id");
+    QTest::addColumn<QByteArray>("source");
+    QTest::addColumn<QByteArray>("other"); // source of a second unit with this id
+    QTest::addColumn<QString>("notes");
+
+    const QString unknown
+        = u"an element in its source stands for text that the file does not contain [id]\n"_s;
+    QTest::newRow("no digest") << QByteArray("7") << QByteArray("A <x id='1'/>")
+                               << QByteArray("B <x id='1'/>")
+                               << u"de.xlf:5:1: left: \"A \" keeps the id \"7\": "_s + unknown
+            + u"de.xlf:6:1: left: \"B \" keeps the id \"7\": "_s + unknown;
+    QTest::newRow("other elements") << QByteArray("7") << QByteArray("A <x id='1'/>")
+                                    << QByteArray("A <x id='2'/>")
+                                    << u"de.xlf:5:1: left: \"A \" keeps the id \"7\": "_s + unknown
+            + u"de.xlf:6:1: left: \"A \" keeps the id \"7\": "_s + unknown;
+    QTest::newRow("digest") << QByteArray(32, 'a') << QByteArray("A <x id='1'/>")
+                            << QByteArray("B <x id='1'/>")
+                            << u"de.xlf:5:1: left: \"A \" has the id of the unit in line 6, but another "
+                               "source: the reader finds one unit for each id [duplicate-unit]\n"_s;
+}
+
+void tst_ToolXliffRepair::Repair_sameIds()
+{
+    QFETCH(const QByteArray, id);
+    QFETCH(const QByteArray, source);
+    QFETCH(const QByteArray, other);
+    QFETCH(const QString, notes);
+
+    const auto unit = [&id](const QByteArray& text, const QByteArray& target) {
+        return "<trans-unit id='" + id + "'><source>" + text + "</source><target>" + target
+            + "</target></trans-unit>\n";
+    };
+    const QByteArray before = Xliff(unit(source, "a") + unit(other, "b"));
+    QVERIFY(mTool->Write(u"de.xlf"_s, before));
+    QCOMPARE(mTool->Run({u"xliff"_s, u"repair"_s, u"de.xlf"_s}).ToText(),
+             notes + u"de.xlf: 0 changes, %1 left for a person\n=> 1\n"_s.arg(notes.count(u'\n')));
+    QCOMPARE(mTool->Read(u"de.xlf"_s), before);
+}
+
+void tst_ToolXliffRepair::Repair_joinedContent_data()
+{
+    QTest::addColumn<QByteArray>("dropped"); // content of a unit that is joined to another
+    QTest::addColumn<QByteArray>("kept"); // what the other has, behind its target
+    QTest::addColumn<QStringList>("words"); // each is in the result once
+
+    const QByteArray b = Unit(u"B"_s, "<target>b</target>");
+    const QByteArray a = "<source>A</source><target>x</target>";
+    QTest::newRow("comments between elements")
+        << QByteArray("<!-- 1 --><source>A</source><!-- 2 --><target>x</target><?p 3 ?>") << QByteArray()
+        << QStringList{u"<!-- 1 -->"_s, u"<!-- 2 -->"_s, u"<?p 3 ?>"_s, u"<target>x</target>"_s};
+    QTest::newRow("comments in elements")
+        << QByteArray("<source><!-- 1 -->A</source><target>x<!-- 2 --></target><note>n<!-- 3 --></note>")
+        << QByteArray() << QStringList{u"<!-- 1 -->"_s, u"<!-- 2 -->"_s, u"<!-- 3 -->"_s, u"<note>n"_s};
+    QTest::newRow("comment in an empty target") << QByteArray("<source>A</source><target><!-- 1 --></target>")
+                                                << QByteArray() << QStringList{u"<!-- 1 -->"_s};
+    QTest::newRow("no comment, but CDATA")
+        << QByteArray("<source>A</source><target><![CDATA[<!-- 1 -->]]></target>") << QByteArray()
+        << QStringList{u"<!-- 1 -->"_s};
+    QTest::newRow("note beside a unit")
+        << a + "<t:more><note>n</note>" + b + "</t:more>" << QByteArray()
+        << QStringList{u"<note>n</note>"_s, u"<target>b</target>"_s, u"<t:more>"_s};
+    QTest::newRow("note of a unit in the unit")
+        << a + QByteArray(b).replace("</trans-unit>", "<note>n</note></trans-unit>") << QByteArray()
+        << QStringList{u"<note>n</note>"_s, u"<target>b</target>"_s};
+    QTest::newRow("note, and a unit in the unit that is kept")
+        << a + "<note>n</note>" << b.trimmed()
+        << QStringList{u"<note>n</note>"_s, u"<target>b</target>"_s, u"<target>x</target>"_s};
+    QTest::newRow("comment in the target that is kept, before a unit")
+        << a << b.trimmed() << QStringList{u"<!-- k -->"_s, u"<target>b</target>"_s, u"<target>x</target>"_s};
+}
+
+void tst_ToolXliffRepair::Repair_joinedContent()
+{
+    QFETCH(const QByteArray, dropped);
+    QFETCH(const QByteArray, kept);
+    QFETCH(const QStringList, words);
+
+    const auto unit = [](const QByteArray& content) {
+        return "<trans-unit id='" + Id(u"A"_s) + "'>" + content + "</trans-unit>\n";
+    };
+    const QByteArray target = "<source>A</source><target>a<!-- k -->b</target>";
+    QVERIFY(mTool->Write(
+        u"de.xlf"_s,
+        Xliff(unit(dropped) + unit(target + kept)).replace("<xliff", "<xliff xmlns:t=\"urn:t\"")));
+    const ToolResult result = mTool->Run({u"xliff"_s, u"repair"_s, u"de.xlf"_s});
+    QCOMPARE(result.ExitCode, 0);
+    const QByteArray after = mTool->Read(u"de.xlf"_s);
+    for (const QString& word : words)
+        QVERIFY2(after.count(word.toUtf8()) == 1, (word.toUtf8() + " in\n" + after).constData());
+    QCOMPARE(Translated(mTool->Path(u"de.xlf"_s), u"A"_s), u"ab"_s);
+    QCOMPARE(Findings(u"de.xlf"_s), QStringList());
+    QCOMPARE(mTool->Run({u"xliff"_s, u"repair"_s, u"de.xlf"_s}).ToText(),
+             u"de.xlf: nothing to repair\n=> 0\n"_s);
 }
 
 void tst_ToolXliffRepair::Repair_alternatives()
@@ -357,8 +477,17 @@ void tst_ToolXliffRepair::Repair_cleanFile()
              u"de.xlf: nothing to repair\n=> 0\n"_s);
     QCOMPARE(mTool->Read(u"de.xlf"_s), clean);
     // With an output file, it is written nevertheless.
-    QCOMPARE(mTool->Run({u"xliff"_s, u"repair"_s, u"de.xlf"_s, u"-o"_s, u"out.xlf"_s}).ExitCode, 0);
+    const QStringList output{u"xliff"_s, u"repair"_s, u"de.xlf"_s, u"-o"_s, u"out.xlf"_s};
+    const QStringList tried = output + QStringList{u"--dry-run"_s};
+    for (const QStringList& arguments : {tried, tried + QStringList{u"--json"_s}})
+        QCOMPARE(mTool->Run(arguments).ExitCode, 1);
+    QVERIFY(mTool->Run(tried).Output.endsWith("\nout.xlf: nothing to repair; would change\n"));
+    QVERIFY(!QFile::exists(mTool->Path(u"out.xlf"_s)));
+    QCOMPARE(mTool->Run(output).ToText(), u"out.xlf: nothing to repair; written\n=> 0\n"_s);
     QCOMPARE(mTool->Read(u"out.xlf"_s), clean);
+    for (const QStringList& arguments : {tried, tried + QStringList{u"--json"_s}})
+        QCOMPARE(mTool->Run(arguments).ExitCode, 0);
+    QCOMPARE(mTool->Run(tried).ToText(), u"out.xlf: nothing to repair\n=> 0\n"_s);
     // A header that hides nothing stays where the standard wants it.
     const QByteArray empty = Xliff({}).replace("<body>", "<header/><body>");
     QVERIFY(mTool->Write(u"de.xlf"_s, empty));
@@ -375,6 +504,12 @@ void tst_ToolXliffRepair::Repair_dryRun()
     QCOMPARE(tried.ExitCode, 1);
     QVERIFY(tried.Output.startsWith("--- de.xlf\n+++ de.xlf\n@@ -"));
     QVERIFY(tried.Output.endsWith("[header]\nde.xlf: 1 change; would change\n"));
+    QCOMPARE(mTool->Run({u"xliff"_s, u"repair"_s, u"--dry-run"_s, u"--json"_s, u"de.xlf"_s}).ExitCode, 1);
+    // An output file that is the result already does not differ.
+    QCOMPARE(mTool->Run({u"xliff"_s, u"repair"_s, u"de.xlf"_s, u"-o"_s, u"out.xlf"_s}).ExitCode, 0);
+    const QStringList again{u"xliff"_s, u"repair"_s, u"--dry-run"_s, u"de.xlf"_s, u"-o"_s, u"out.xlf"_s};
+    QCOMPARE(mTool->Run(again).ExitCode, 0);
+    QCOMPARE(mTool->Run(again + QStringList{u"--json"_s}).ExitCode, 0);
     QCOMPARE(mTool->Read(u"de.xlf"_s), before);
     // The difference is what the repair does.
     QCOMPARE(mTool
@@ -450,21 +585,33 @@ void tst_ToolXliffRepair::Repair_anyFile()
     const auto chance = [&random](int percent) { return static_cast<int>(random.bounded(100)) < percent; };
     for (int round = 0; round < 60; ++round) {
         QStringList sources;
-        QStringList words; // each is in one target or note
-        const auto unit = [&]() -> QByteArray {
+        QStringList words; // each is in one target, note or comment
+        const auto newWord = [&words] {
+            words += u"w%1w"_s.arg(words.size());
+            return words.constLast().toLatin1();
+        };
+        const std::function<QByteArray()> unit = [&]() -> QByteArray {
             const QString source = QString(QChar(u'A' + random.bounded(12)));
-            const QString word = u"w%1w"_s.arg(words.size());
-            words += word;
             sources += source;
-            QByteArray target = "<target>" + word.toLatin1() + "</target>";
+            QByteArray target = "<target>" + newWord() + "</target>";
             if (chance(20))
                 target.replace("<target>", "<target>t <g id='1'>").replace("</target>", "</g></target>");
-            if (chance(20)) {
-                words += u"w%1w"_s.arg(words.size());
-                target += "<note>" + words.constLast().toLatin1() + "</note>";
-            }
+            if (chance(10))
+                target.replace("<target>", "<target><!-- " + newWord() + " -->");
+            if (chance(10))
+                target += "<!-- " + newWord() + " -->";
+            if (chance(20))
+                target += "<note>" + newWord() + "</note>";
+            if (chance(10))
+                target += "<t:more><note>" + newWord() + "</note>" + unit() + "</t:more>";
+            if (chance(10))
+                target += unit().trimmed();
             QByteArray text = Unit(source, target);
-            return chance(30) ? text.replace(Id(source), QByteArray::number(words.size())) : text;
+            if (chance(20))
+                text.replace("\n            </trans-unit>", "</trans-unit>");
+            if (chance(30))
+                text.replace(Id(source), QByteArray::number(words.size()));
+            return text;
         };
         QByteArray files;
         for (int file = 1 + static_cast<int>(random.bounded(3)); file > 0; --file) {
@@ -491,7 +638,7 @@ void tst_ToolXliffRepair::Repair_anyFile()
                 content += unit();
             files += File(chance(50) ? "ui.xml" : "x/UI.xml", content);
         }
-        const QByteArray before = "<xliff version=\"1.2\">\n" + files + "</xliff>\n";
+        const QByteArray before = "<xliff version=\"1.2\" xmlns:t=\"urn:t\">\n" + files + "</xliff>\n";
         QVERIFY(mTool->Write(u"de.xlf"_s, before));
         const ToolResult result = mTool->Run({u"xliff"_s, u"repair"_s, u"de.xlf"_s});
         QVERIFY2(result.ExitCode == 0, (result.Output + result.Errors + before).constData());
@@ -582,6 +729,32 @@ void tst_ToolXliffRepair::Approve_progress()
     QCOMPARE(mTool->Run({u"xliff"_s, u"stat"_s, u"de.xlf"_s}).ToText(), before.ToText());
     QCOMPARE(mTool->Run({u"xliff"_s, u"repair"_s, u"--approve"_s, u"de.xlf"_s}).ToText(),
              u"de.xlf: nothing to repair\n=> 0\n"_s);
+}
+
+void tst_ToolXliffRepair::Approve_leaves_data()
+{
+    QTest::addColumn<QByteArray>("before");
+
+    const QByteArray a = Unit(u"A"_s, "<target>a</target>");
+    const QByteArray approved = Unit(u"A"_s, "<target>a <x id='1'/></target>", 0, " approved=\"yes\"");
+    QTest::newRow("unknown text in the target") << Xliff(Unit(u"A"_s, "<target>a <x id='1'/></target>"));
+    QTest::newRow("target begins with unknown text") << Xliff(Unit(u"A"_s, "<target><x id='1'/>a</target>"));
+    QTest::newRow("nothing but unknown text, approved")
+        << Xliff(QByteArray(approved).replace("<target>a ", "<target>"));
+    QTest::newRow("unknown text in an approved target") << Xliff(approved);
+    QTest::newRow("no file name") << Xliff(a).replace("ui.xml", "ui/");
+    QTest::newRow("no file") << Xliff({}).replace("</xliff>", a + "</xliff>");
+}
+
+void tst_ToolXliffRepair::Approve_leaves()
+{
+    QFETCH(const QByteArray, before);
+
+    QVERIFY(mTool->Write(u"de.xlf"_s, before));
+    const ToolResult result = mTool->Run({u"xliff"_s, u"repair"_s, u"--approve"_s, u"de.xlf"_s});
+    QVERIFY2(result.Output.endsWith("\nde.xlf: 0 changes, 1 left for a person\n"), result.Output.constData());
+    QCOMPARE(result.ExitCode, 1);
+    QCOMPARE(mTool->Read(u"de.xlf"_s), before);
 }
 
 void tst_ToolXliffRepair::Approve_linguist()

@@ -3,6 +3,10 @@
 
 #include "xliff/CommandSupport.h"
 
+#include "cli/Difference.h"
+
+#include <optional>
+
 using namespace Qt::StringLiterals;
 
 namespace Quorvin::Tool {
@@ -28,6 +32,15 @@ QJsonObject PlaceJson(Place place)
     if (place.Column > 0)
         object.insert(u"column"_s, place.Column);
     return object;
+}
+
+bool ShowDifference(const XliffDocument& xliff, const QString& output, bool prints)
+{
+    const std::optional<QByteArray> before = ReadIfExists(output);
+    const QByteArray after = xliff.GetContent(output);
+    if (prints)
+        return PrintDifference(output, before, after) == ExitCode::No;
+    return before != after;
 }
 
 void AddDocumentOptions(CLI::App& command, DocumentSelection& selection)

@@ -7,6 +7,7 @@
 #include "cli/Command.h"
 #include "cli/Console.h"
 #include "xliff/DocumentWalk.h"
+#include "xliff/XliffDocument.h"
 #include "xliff/XmlSource.h"
 
 #include <QJsonObject>
@@ -19,6 +20,10 @@ namespace Quorvin::Tool {
 /// "FILE:LINE:COLUMN", as far as the place is known.
 [[nodiscard]] QString PlaceText(const QString& file, Place place);
 [[nodiscard]] QJsonObject PlaceJson(Place place);
+/// Compares a file with what a save would write.
+/// \param prints  whether to print the difference
+/// \return whether there is one
+[[nodiscard]] bool ShowDifference(const XliffDocument& xliff, const QString& output, bool prints);
 /// Adds the options that choose documents.
 void AddDocumentOptions(CLI::App& command, DocumentSelection& selection);
 

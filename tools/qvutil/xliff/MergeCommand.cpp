@@ -10,6 +10,7 @@
 #include "xliff/CommandSupport.h"
 #include "xliff/XliffMerge.h"
 
+#include <QFileInfo>
 #include <QJsonArray>
 #include <QJsonObject>
 
@@ -59,7 +60,19 @@ QJsonObject ToJson(const MergeNote& note)
     object.insert(u"otherLine"_s, note.OtherPlace.Line);
     object.insert(u"conflict"_s, note.IsConflict);
     object.insert(u"taken"_s, note.IsTaken);
+    object.insert(u"partial"_s, note.IsPartial);
     return object;
+}
+
+/// Makes sure that no other file is replaced.
+void CheckOutput(const MergeCommandOptions& options)
+{
+    const QString output = QFileInfo(options.Output).canonicalFilePath();
+    for (const QString& other : options.Others) {
+        if (!output.isEmpty() && QFileInfo(other).canonicalFilePath() == output)
+            throw UsageFailure(
+                u"--output is %1, from which translations are taken; choose another name"_s.arg(other));
+    }
 }
 
 ExitCode Merge(const MergeCommandOptions& options)
@@ -68,6 +81,7 @@ ExitCode Merge(const MergeCommandOptions& options)
         throw UsageFailure(u"--prefer takes mine or other, not '%1'"_s.arg(options.Prefer));
     if (options.File == "-"_L1 && options.Output.isEmpty())
         throw UsageFailure(u"standard input needs --output"_s);
+    CheckOutput(options);
     XliffDocument xliff{InputFile(options.File)};
     std::vector<std::unique_ptr<XliffDocument>> documents;
     QList<const XliffDocument*> others;
@@ -78,43 +92,40 @@ ExitCode Merge(const MergeCommandOptions& options)
     const MergeResult result = MergeXliff(xliff, others, {options.Prefer == "other"_L1, options.Reuse});
 
     const QString output = options.Output.isEmpty() ? options.File : options.Output;
-    const bool isWritten = !options.DryRun && (xliff.IsChanged() || !options.Output.isEmpty());
+    const bool isWanted = xliff.IsChanged() || !options.Output.isEmpty();
+    const bool isWritten = isWanted && !options.DryRun;
     if (isWritten)
         xliff.Save(output);
-    bool differs = options.DryRun && xliff.IsChanged();
-    if (options.DryRun && !options.Json)
-        differs = PrintDifference(output, ReadIfExists(output), xliff.GetContent(output)) == ExitCode::No;
+    const bool differs = isWanted && options.DryRun && ShowDifference(xliff, output, !options.Json);
 
     const auto number = [&](const auto& condition) {
         return std::count_if(result.Notes.cbegin(), result.Notes.cend(), condition);
     };
-    const qsizetype conflicts = number([](const MergeNote& note) { return note.IsConflict; });
-    const qsizetype left = number([](const MergeNote& note) { return note.IsPartial && !note.IsConflict; });
-    const qsizetype taken = number([](const MergeNote& note) { return note.IsTaken; });
+    const qsizetype left = number([](const MergeNote& note) { return note.IsPartial; });
+    const qsizetype conflicts
+        = number([](const MergeNote& note) { return note.IsConflict && !note.IsPartial; });
     Report(options.Json)
         .Answer(
             [&] {
                 QJsonArray notes;
                 for (const MergeNote& note : result.Notes)
                     notes.append(ToJson(note));
-                return QJsonObject{{u"file"_s, xliff.GetName()},
-                                   {u"output"_s, output},
-                                   {u"written"_s, isWritten},
-                                   {u"taken"_s, taken},
-                                   {u"conflicts"_s, conflicts},
-                                   {u"units"_s, notes},
-                                   {u"unknown"_s, QJsonArray::fromStringList(result.Unknown)}};
+                return QJsonObject{
+                    {u"file"_s, xliff.GetName()}, {u"output"_s, output},
+                    {u"written"_s, isWritten},    {u"taken"_s, result.Taken},
+                    {u"conflicts"_s, conflicts},  {u"left"_s, left},
+                    {u"units"_s, notes},          {u"unknown"_s, QJsonArray::fromStringList(result.Unknown)}};
             },
             [&] {
                 for (const MergeNote& note : result.Notes)
                     Print(note, xliff.GetName());
-                QString summary = u"%1: %2 taken, %3"_s.arg(output, Count(taken, u"translation"_s),
+                QString summary = u"%1: %2 taken, %3"_s.arg(output, Count(result.Taken, u"translation"_s),
                                                             Count(conflicts, u"conflict"_s));
+                if (left > 0)
+                    summary += u", %1 left for a person"_s.arg(left);
                 if (!result.Unknown.isEmpty())
                     summary += u", %1 not in it"_s.arg(Count(result.Unknown.size(), u"text"_s));
-                summary += isWritten     ? "; written"_L1
-                    : !xliff.IsChanged() ? "; unchanged"_L1
-                                         : "; would change"_L1;
+                summary += isWritten ? "; written"_L1 : differs ? "; would change"_L1 : "; unchanged"_L1;
                 Console::PrintLine(summary);
             });
     const bool isUndecided = (conflicts > 0 && options.Prefer.isEmpty()) || left > 0;
@@ -138,7 +149,8 @@ void AddXliffMergeCommand(CommandLine& line, CLI::App& group)
         command,
         "A text gets the translation that it has in the same document of the first OTHER. If both have\n"
         "one and they differ, that is a conflict: it is listed, and XLIFF keeps its own. The exit code\n"
-        "is 1 if there are conflicts and --prefer does not decide them.");
+        "is 1 if there are conflicts and --prefer does not decide them, or if a translation contains\n"
+        "markup that stands for text elsewhere.");
     AddText(command, "XLIFF", options->File, "XLIFF file to bring up to date; changed in place")->required();
     AddTexts(command, "OTHER", options->Others, "XLIFF files to take translations from")->required();
     AddText(command, "--prefer", options->Prefer, "Decide conflicts: keep mine, or take the other")

@@ -21,7 +21,7 @@ constexpr qsizetype kMaxPlaces = 3;
 
 QString KeyOf(const PlaceLine& line)
 {
-    return line.File + u'\n' + line.Tag + u'\n' + line.Shared;
+    return line.File + u'\n' + line.Tag + u'\n' + line.Prefix + u'\n' + line.Shared;
 }
 
 QString PlacesText(const QList<PlaceLine>& lines, const QList<qsizetype>& members)
@@ -56,7 +56,8 @@ void PrintPlaceLines(const QList<PlaceLine>& lines)
         const QString text = isShared
             ? u"%1 %2 (%3)"_s.arg(Count(members.size(), line.Noun), line.Shared, PlacesText(lines, members))
             : line.Text;
-        Console::PrintLine(u"%1: %2 [%3]"_s.arg(PlaceText(line.File, line.Where), text, line.Tag));
+        Console::PrintLine(
+            u"%1: %2%3 [%4]"_s.arg(PlaceText(line.File, line.Where), line.Prefix, text, line.Tag));
     }
 }
 

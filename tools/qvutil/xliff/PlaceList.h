@@ -21,6 +21,7 @@ struct PlaceLine
     QString Noun; ///< what Shared counts, such as "unit"
     QString Label; ///< what is at this place, shown with Shared; may be empty
     QString Tag; ///< printed in brackets
+    QString Prefix = {}; ///< printed before the text
 };
 
 /// Prints the lines. Where more than three of a file share their text and tag, one line takes the place of

@@ -56,28 +56,32 @@ private:
         XliffDocument xliff{InputFile(name)};
         const QList<RepairNote> notes = RepairXliff(xliff, mOptions.Approve);
         const QString output = mOptions.Output.isEmpty() ? name : mOptions.Output;
-        const bool isWritten = !mOptions.DryRun && (xliff.IsChanged() || !mOptions.Output.isEmpty());
+        const bool isWanted = xliff.IsChanged() || !mOptions.Output.isEmpty();
+        const bool isWritten = isWanted && !mOptions.DryRun;
         if (isWritten)
             xliff.Save(output);
+        const bool differs = isWanted && mOptions.DryRun && ShowDifference(xliff, output, !mOptions.Json);
         const bool isAnyLeft
             = std::any_of(notes.cbegin(), notes.cend(), [](const RepairNote& note) { return note.IsLeft; });
-        if (isAnyLeft || (mOptions.DryRun && xliff.IsChanged()))
-            mAnswer = ExitCode::No;
-        if (mOptions.DryRun && !mOptions.Json
-            && PrintDifference(output, ReadIfExists(output), xliff.GetContent(output)) == ExitCode::No)
+        if (isAnyLeft || differs)
             mAnswer = ExitCode::No;
         mReport.AddItem([&] { return ToJson(xliff, output, isWritten, notes); },
-                        [&] { Print(xliff, output, notes); });
+                        [&] {
+                            const QString outcome = isWritten ? u"; written"_s
+                                : differs                     ? u"; would change"_s
+                                                              : QString();
+                            Print(xliff, output, notes, outcome);
+                        });
     }
 
-    void Print(const XliffDocument& xliff, const QString& output, const QList<RepairNote>& notes) const
+    static void Print(const XliffDocument& xliff, const QString& output, const QList<RepairNote>& notes,
+                      const QString& outcome)
     {
         QList<PlaceLine> lines;
         qsizetype left = 0;
         for (const RepairNote& note : notes) {
-            const QString text = (note.IsLeft ? u"left: "_s : QString()) + note.What + ": "_L1 + note.Why;
-            lines.append({xliff.GetName(), note.Where, text, note.Shared, u"unit"_s, note.Source,
-                          note.Kind.toString()});
+            lines.append({xliff.GetName(), note.Where, note.What + ": "_L1 + note.Why, note.Shared, u"unit"_s,
+                          note.Source, note.Kind.toString(), note.IsLeft ? u"left: "_s : QString()});
             left += note.IsLeft ? 1 : 0;
         }
         PrintPlaceLines(lines);
@@ -85,9 +89,7 @@ private:
         summary += notes.isEmpty() ? u"nothing to repair"_s : Count(notes.size() - left, u"change"_s);
         if (left > 0)
             summary += u", %1 left for a person"_s.arg(left);
-        if (xliff.IsChanged())
-            summary += mOptions.DryRun ? "; would change"_L1 : "; written"_L1;
-        Console::PrintLine(summary);
+        Console::PrintLine(summary + outcome);
     }
 
     static QJsonArray ToJson(const QList<RepairNote>& notes, bool isLeft)

@@ -284,7 +284,13 @@ QString XliffDocument::EscapeContent(const QString& text) const
 {
     QString copy = text;
     const bool isPlain = !IsBlank(text) && !mSource.GetFiler().StripTr(copy);
-    return isPlain ? Escape(text, false) : "<![CDATA["_L1 + text + "]]>"_L1;
+    if (isPlain)
+        return Escape(text, false);
+    // A CDATA section contains no references, and of two sections the reader takes the first. A mark around
+    // the text, which the reader unwraps, has neither limit.
+    if (text.contains("]]>"_L1) || !mSource.CanEncode(text))
+        return Escape("tr("_L1 + text + u')', false);
+    return "<![CDATA["_L1 + text + "]]>"_L1;
 }
 
 QString XliffDocument::ComposeLocation(int line, const QString& indent) const
@@ -323,8 +329,22 @@ bool XliffDocument::IsTargetBlank(const XliffUnit& unit) const
 {
     if (unit.TargetElement < 0)
         return true;
-    const XmlSource::Element& target = mSource.GetElements().at(unit.TargetElement);
-    return IsBlank(RawText(target.TagEnd, target.ContentEnd));
+    return IsBlank(GetContentText(unit.TargetElement));
+}
+
+bool XliffDocument::HasTarget(const XliffUnit& unit) const
+{
+    const QList<XmlSource::Element>& elements = mSource.GetElements();
+    const auto next = static_cast<qsizetype>(unit.TargetElement) + 1;
+    const bool hasElement
+        = unit.TargetElement >= 0 && next < elements.size() && elements.at(next).Parent == unit.TargetElement;
+    return hasElement || !unit.Target.isEmpty() || !IsBlank(unit.WholeTarget);
+}
+
+QStringView XliffDocument::GetContentText(int element) const
+{
+    const XmlSource::Element& e = mSource.GetElements().at(element);
+    return RawText(e.TagEnd, e.ContentEnd);
 }
 
 /// The end of what stands in a start tag: before '>' or '/>' and white space.
@@ -346,28 +366,34 @@ void XliffDocument::SetAttribute(int element, QStringView name, const QString& v
 void XliffDocument::SetTarget(const XliffUnit& unit, const QString& text, const QString& state)
 {
     const QString content = EscapeContent(text);
-    SetApproved(unit, !IsUnfinished(state));
     if (unit.TargetElement >= 0) {
         const XmlSource::Element& target = mSource.GetElements().at(unit.TargetElement);
-        SetAttribute(unit.TargetElement, u"state", state);
-        AddEdit({TagContentEnd(unit.TargetElement), target.End, u'>' + content + "</target>"_L1});
+        const QString comments = FindComments(GetContentText(unit.TargetElement)).join(QString());
+        SetState(unit, state);
+        AddEdit({TagContentEnd(unit.TargetElement), target.End, u'>' + content + "</target>"_L1 + comments});
         return;
     }
+    SetApproved(unit, !IsUnfinished(state));
     const int segments = FindChild(unit.Element, u"seg-source");
     const int behind = segments >= 0 ? segments : unit.SourceElement;
     if (behind >= 0) {
         Insert(mSource.GetElements().at(behind).End,
-               mLineEnd + IndentOf(behind) + "<target state=\""_L1 + state + "\">"_L1 + content
+               mLineEnd + IndentOf(behind) + "<target state=\""_L1 + Escape(state, true) + "\">"_L1 + content
                    + "</target>"_L1);
     }
+}
+
+void XliffDocument::SetState(const XliffUnit& unit, const QString& state)
+{
+    SetApproved(unit, !IsUnfinished(state));
+    SetAttribute(unit.TargetElement, u"state", state);
 }
 
 void XliffDocument::SetTargetContent(const XliffUnit& unit, const QString& text, const QStringList& behind)
 {
     const XmlSource::Element& target = mSource.GetElements().at(unit.TargetElement);
-    AddEdit({target.TagEnd, target.ContentEnd, EscapeContent(text)});
-    for (const QString& comment : behind)
-        Insert(target.End, comment);
+    const QString endTag = RawText(target.ContentEnd, target.End).toString();
+    AddEdit({target.TagEnd, target.End, EscapeContent(text) + endTag + behind.join(QString())});
 }
 
 void XliffDocument::SetApproved(const XliffUnit& unit, bool isApproved)

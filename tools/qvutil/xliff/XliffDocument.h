@@ -108,12 +108,18 @@ public:
     [[nodiscard]] QString IndentOf(int element) const;
     [[nodiscard]] QString IndentStep() const;
 
-    /// Whether there is nothing in a unit's target that a new one would replace.
+    /// Whether a unit's target has no content but white space.
     [[nodiscard]] bool IsTargetBlank(const XliffUnit& unit) const;
+    /// Whether a unit's target contains text or elements, even if the reader finds no text in it.
+    [[nodiscard]] bool HasTarget(const XliffUnit& unit) const;
+    /// The content of an element as it is written.
+    [[nodiscard]] QStringView GetContentText(int element) const;
 
-    /// Gives a unit a target, in place of the one it has. A state that says that work remains also takes the
-    /// approval from the unit; any other state approves it: Qt Linguist and others go by that alone.
+    /// Gives a unit a target, or replaces the content of the one it has. Comments move behind the target.
     void SetTarget(const XliffUnit& unit, const QString& text, const QString& state);
+    /// Sets the state of an existing target. A state that says that work remains also takes the approval from
+    /// the unit; any other state approves it: Qt Linguist and others go by that alone.
+    void SetState(const XliffUnit& unit, const QString& state);
     /// Replaces the content of a target, which keeps its attributes.
     /// \param behind  comments to put behind the target
     void SetTargetContent(const XliffUnit& unit, const QString& text, const QStringList& behind);

@@ -16,9 +16,38 @@ using namespace Qt::StringLiterals;
 namespace Quorvin::Tool {
 namespace {
 
-QString LanguageOf(const XliffDocument& xliff, const XliffUnit& unit)
+struct LanguagePair
 {
-    return unit.File < 0 ? QString() : xliff.GetFiles().at(unit.File).TargetLanguage;
+    QString Source;
+    QString Target;
+};
+
+LanguagePair LanguagesOf(const XliffFile& file)
+{
+    return {file.SourceLanguage, file.TargetLanguage};
+}
+
+LanguagePair LanguagesOf(const XliffDocument& xliff, const XliffUnit& unit)
+{
+    return unit.File < 0 ? LanguagePair() : LanguagesOf(xliff.GetFiles().at(unit.File));
+}
+
+bool AgreeTargets(const LanguagePair& a, const LanguagePair& b)
+{
+    return a.Target.isEmpty() || b.Target.isEmpty() || IsSameLanguage(a.Target, b.Target);
+}
+
+/// Sources are compared word for word, so "en" and "en-US" are the same language here.
+bool AgreeSources(const LanguagePair& a, const LanguagePair& b)
+{
+    const auto primary
+        = [](const QString& language) { return QString(language).replace(u'_', u'-').section(u'-', 0, 0); };
+    return a.Source.isEmpty() || b.Source.isEmpty() || IsSameLanguage(primary(a.Source), primary(b.Source));
+}
+
+bool Agree(const LanguagePair& a, const LanguagePair& b)
+{
+    return AgreeTargets(a, b) && AgreeSources(a, b);
 }
 
 QString MatchKey(const XliffDocument& xliff, const XliffUnit& unit)
@@ -26,17 +55,13 @@ QString MatchKey(const XliffDocument& xliff, const XliffUnit& unit)
     return (unit.File < 0 ? QString() : xliff.GetFiles().at(unit.File).Key) + u'\n' + unit.Source;
 }
 
-bool HasTranslation(const XliffUnit& unit)
-{
-    return !unit.WholeTarget.trimmed().isEmpty() && !unit.IsFilledIn();
-}
-
+/// Whether a translation needs no more work.
 bool IsFinished(const XliffUnit& unit)
 {
-    return HasTranslation(unit) && !(unit.State.startsWith("needs-"_L1) && !unit.IsApproved);
+    return unit.IsApproved || !unit.State.startsWith("needs-"_L1);
 }
 
-/// The state to write for a target that is taken over.
+/// The state to write for a translation that is taken over.
 QString StateOf(const XliffUnit& unit)
 {
     if (!IsFinished(unit))
@@ -69,12 +94,11 @@ public:
         for (const Source& source : std::as_const(mSources))
             TakeByText(source);
         mResult.Unknown.removeDuplicates();
-        for (qsizetype i = 0; i < mCurrent.size(); ++i) {
-            const XliffUnit& unit = mXliff.GetUnits().at(i);
-            const XliffUnit& merged = mCurrent.at(i);
-            if (mIsChanged.contains(i))
-                mXliff.SetTarget(unit, merged.WholeTarget, merged.State);
-        }
+        for (qsizetype i = 0; i < mCurrent.size(); ++i)
+            WriteUnit(i);
+        // What one file could not give may have come from a later one.
+        mResult.Notes.removeIf(
+            [this](const MergeNote& note) { return note.IsPartial && mIsDecided.contains(note.Unit); });
         std::stable_sort(
             mResult.Notes.begin(), mResult.Notes.end(), [](const MergeNote& a, const MergeNote& b) {
                 return std::pair(a.Where.Line, a.Where.Column) < std::pair(b.Where.Line, b.Where.Column);
@@ -100,37 +124,35 @@ private:
             known = &unit;
     }
 
-    void CheckLanguage(const XliffDocument& other) const
+    void CheckLanguages(const XliffDocument& other) const
     {
         const QList<XliffFile>& files = other.GetFiles();
-        const auto isUsable = [this](const XliffFile& file) { return IsOurLanguage(file.TargetLanguage); };
-        if (!files.isEmpty() && std::none_of(files.cbegin(), files.cend(), isUsable)) {
-            throw Failure(
-                other.GetName(),
-                u"translates into %1, not into %2"_s.arg(files.constFirst().TargetLanguage,
-                                                         mXliff.GetFiles().constFirst().TargetLanguage));
-        }
+        const auto isUsable = [this](const XliffFile& file) { return AreOurLanguages(LanguagesOf(file)); };
+        if (files.isEmpty() || std::any_of(files.cbegin(), files.cend(), isUsable))
+            return;
+        const LanguagePair theirs = LanguagesOf(files.constFirst());
+        const LanguagePair ours = LanguagesOf(mXliff.GetFiles().constFirst());
+        throw Failure(other.GetName(),
+                      AgreeTargets(ours, theirs)
+                          ? u"translates from %1, not from %2"_s.arg(theirs.Source, ours.Source)
+                          : u"translates into %1, not into %2"_s.arg(theirs.Target, ours.Target));
     }
 
-    [[nodiscard]] bool IsOurLanguage(const QString& language) const
+    [[nodiscard]] bool AreOurLanguages(const LanguagePair& languages) const
     {
         const QList<XliffFile>& files = mXliff.GetFiles();
         return files.isEmpty() || std::any_of(files.cbegin(), files.cend(), [&](const XliffFile& file) {
-                   return Agree(file.TargetLanguage, language);
+                   return Agree(LanguagesOf(file), languages);
                });
-    }
-
-    [[nodiscard]] static bool Agree(const QString& a, const QString& b)
-    {
-        return a.isEmpty() || b.isEmpty() || IsSameLanguage(a, b);
     }
 
     void CollectOffers(const XliffDocument& other)
     {
-        CheckLanguage(other);
+        CheckLanguages(other);
         Source source{&other, {}, {}};
         for (const XliffUnit& unit : other.GetUnits()) {
-            if (!HasTranslation(unit) || unit.Source.isEmpty() || !IsOurLanguage(LanguageOf(other, unit)))
+            if (!other.HasTarget(unit) || unit.IsFilledIn() || unit.Source.isEmpty()
+                || !AreOurLanguages(LanguagesOf(other, unit)))
                 continue;
             Offer(source.ByDocument, MatchKey(other, unit), unit);
             Offer(source.ByText, unit.Source, unit);
@@ -153,43 +175,99 @@ private:
     {
         for (qsizetype i = 0; mOptions.Reuse && i < mCurrent.size(); ++i) {
             const XliffUnit* match = source.ByText.value(mCurrent.at(i).Source);
-            if (match != nullptr && !HasTranslation(mCurrent.at(i)))
+            if (match != nullptr && !HasTranslation(i))
                 MergeUnit(i, *source.File, *match, u"needs-review-translation"_s);
         }
+    }
+
+    /// Whether a unit has a translation, its own or one that was taken.
+    [[nodiscard]] bool HasTranslation(qsizetype index) const
+    {
+        const XliffUnit& unit = mCurrent.at(index);
+        return mXliff.HasTarget(unit) && !unit.IsFilledIn();
+    }
+
+    /// The target for people.
+    [[nodiscard]] static QString TargetText(const XliffDocument& xliff, const XliffUnit& unit)
+    {
+        const bool isMarkup = unit.WholeTarget.trimmed().isEmpty() && unit.TargetElement >= 0;
+        return isMarkup ? xliff.GetContentText(unit.TargetElement).trimmed().toString() : unit.WholeTarget;
+    }
+
+    [[nodiscard]] bool IsEqual(qsizetype index, const XliffDocument& otherFile, const XliffUnit& other) const
+    {
+        const XliffUnit& mine = mCurrent.at(index);
+        if (mine.IsTargetComplete && other.IsTargetComplete)
+            return mine.WholeTarget == other.WholeTarget;
+        return !mIsReplaced.contains(index) && mine.TargetElement >= 0 && other.TargetElement >= 0
+            && mXliff.GetContentText(mine.TargetElement) == otherFile.GetContentText(other.TargetElement);
     }
 
     void MergeUnit(qsizetype index, const XliffDocument& otherFile, const XliffUnit& other,
                    const QString& state)
     {
         XliffUnit& mine = mCurrent[index];
-        if (mine.SourceElement < 0 || !Agree(LanguageOf(mXliff, mine), LanguageOf(otherFile, other)))
+        if (mine.SourceElement < 0 || !Agree(LanguagesOf(mXliff, mine), LanguagesOf(otherFile, other)))
             return;
-        const bool isTranslated = HasTranslation(mine);
-        const bool isEqual = mine.WholeTarget == other.WholeTarget;
-        if (isTranslated && IsFinished(mine) && (isEqual || !IsFinished(other)))
+        const bool isTranslated = HasTranslation(index);
+        const bool isEqual = isTranslated && IsEqual(index, otherFile, other);
+        if (isTranslated && IsFinished(mine) && !IsFinished(other))
             return;
-        if (isTranslated && isEqual && !IsFinished(other))
+        if (isEqual)
+            mIsDecided.insert(index);
+        if (isEqual && IsFinished(mine) == IsFinished(other))
             return;
-        MergeNote note{
-            mXliff.GetPlace(mine.Element),     mine.Source,      mine.WholeTarget, otherFile.GetName(),
-            otherFile.GetPlace(other.Element), other.WholeTarget};
-        note.IsPartial = !other.IsTargetComplete;
+        MergeNote note{mXliff.GetPlace(mine.Element),
+                       mine.Source,
+                       TargetText(mXliff, mine),
+                       otherFile.GetName(),
+                       otherFile.GetPlace(other.Element),
+                       TargetText(otherFile, other),
+                       index};
         note.IsConflict = isTranslated && !isEqual;
-        note.IsTaken = !note.IsPartial && (!note.IsConflict || mOptions.PrefersOther);
-        if (note.IsTaken) {
-            mine.WholeTarget = other.WholeTarget;
-            mine.State = state;
-            mine.IsApproved = false;
-            mIsChanged.insert(index);
-        }
+        const bool isWanted = !note.IsConflict || (mOptions.PrefersOther && !mIsDecided.contains(index));
+        note.IsPartial = isWanted && !isEqual && !other.IsTargetComplete;
+        note.IsTaken = isWanted && !note.IsPartial;
+        if (note.IsTaken)
+            Take(index, other, state, isEqual);
         mResult.Notes.append(note);
+    }
+
+    void Take(qsizetype index, const XliffUnit& other, const QString& state, bool isEqual)
+    {
+        XliffUnit& mine = mCurrent[index];
+        mine.State = state;
+        mine.IsApproved = false;
+        mIsDecided.insert(index);
+        if (isEqual) {
+            mIsConfirmed.insert(index);
+            return;
+        }
+        mine.WholeTarget = other.WholeTarget;
+        mine.IsTargetComplete = true;
+        mIsReplaced.insert(index);
+    }
+
+    void WriteUnit(qsizetype index)
+    {
+        const XliffUnit& unit = mXliff.GetUnits().at(index);
+        const XliffUnit& merged = mCurrent.at(index);
+        if (mIsReplaced.contains(index))
+            mXliff.SetTarget(unit, merged.WholeTarget, merged.State);
+        else if (mIsConfirmed.contains(index))
+            mXliff.SetState(unit, merged.State);
+        else
+            return;
+        ++mResult.Taken;
     }
 
     XliffDocument& mXliff;
     const MergeOptions& mOptions;
     QList<XliffUnit> mCurrent; // the units, with what they have got so far
     QSet<QString> mKnown; // sources
-    QSet<qsizetype> mIsChanged;
+    QSet<qsizetype> mIsReplaced; // units that get another target
+    QSet<qsizetype> mIsConfirmed; // units that get another state
+    QSet<qsizetype> mIsDecided; // units whose target is that of one of the other files
     QList<Source> mSources;
     MergeResult mResult;
 };

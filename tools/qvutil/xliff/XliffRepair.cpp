@@ -100,6 +100,7 @@ public:
         ReadTargets();
         for (const FileGroup& group : std::as_const(mGroups))
             JoinUnits(group);
+        LeaveUnreachable();
         CorrectIds();
         CorrectTargets();
         for (const FileGroup& group : std::as_const(mGroups))
@@ -129,9 +130,10 @@ private:
     {
         mNotes.append({mXliff.GetPlace(element), kind, what, why, shared, source, false});
     }
-    void AddLeft(int element, QStringView kind, const QString& what, const QString& why)
+    void AddLeft(int element, QStringView kind, const QString& what, const QString& why,
+                 const QString& shared = {}, const QString& source = {})
     {
-        mNotes.append({mXliff.GetPlace(element), kind, what, why, {}, {}, true});
+        mNotes.append({mXliff.GetPlace(element), kind, what, why, shared, source, true});
     }
 
     void IndexUnits()
@@ -143,10 +145,27 @@ private:
             for (int parent = mElements.at(unit.Element).Parent; parent >= 0 && !mHoldsUnits.at(parent);
                  parent = mElements.at(parent).Parent)
                 mHoldsUnits[parent] = true;
+        }
+    }
+
+    void LeaveUnreachable()
+    {
+        for (const XliffUnit& unit : Units()) {
+            if (mIsDropped.at(unit.Element))
+                continue;
             if (unit.File < 0) {
                 AddLeft(unit.Element, kUnreachable,
                         Console::Quoted(unit.Source) + " is in no file element"_L1,
-                        u"nobody knows which document it belongs to"_s);
+                        u"nobody knows which document it belongs to"_s,
+                        u"are in no file element: nobody knows which document they belong to"_s, unit.Source);
+            } else if (Files().at(unit.File).Key.isEmpty()) {
+                AddLeft(unit.Element, kUnreachable,
+                        Console::Quoted(unit.Source)
+                            + " is in a file element without an \"original\" that has a file name"_L1,
+                        u"nobody knows which document it translates"_s,
+                        u"are in a file element without an \"original\" that has a file name: nobody knows "
+                        "which document they translate"_s,
+                        unit.Source);
             }
         }
     }
@@ -197,8 +216,9 @@ private:
     void LeaveLanguages(const QList<int>& files)
     {
         const XliffFile& last = Files().at(files.constLast());
-        for (const int index : files.first(files.size() - 1)) {
-            const XliffFile& file = Files().at(index);
+        for (qsizetype i = 0; i + 1 < files.size(); ++i) {
+            const XliffFile& file = Files().at(files.at(i));
+            mLeftFiles.insert(files.at(i));
             AddLeft(file.Element, kFile,
                     u"%1 has the same file name as the file element in line %2, but translates %3 to %4, "
                     "not %5 to %6"_s.arg(Console::Quoted(file.Original), LineOf(last.Element),
@@ -223,14 +243,8 @@ private:
         if (first.Body < 0 && std::any_of(first.Units.cbegin(), first.Units.cend(), isFound)
             && mUnitOf.at(first.FirstChild) < 0)
             group.Container = first.FirstChild;
-        if (first.Key.isEmpty() && !first.Units.isEmpty()) {
-            AddLeft(first.Element, kUnreachable,
-                    u"%1 out of reach: the file element has no \"original\" with a file name"_s.arg(
-                        Count(first.Units.size(), u"unit"_s)),
-                    u"nobody knows which document it translates"_s);
-        }
-        for (const int index : files.sliced(1))
-            NoteJoinedFile(Files().at(index), first);
+        for (qsizetype i = 1; i < files.size(); ++i)
+            NoteJoinedFile(Files().at(files.at(i)), first);
         mGroups.append(group);
     }
 
@@ -290,19 +304,32 @@ private:
         }
     }
 
+    /// Whether the target contains an element that stands for unknown text, so that it stays as it is.
+    [[nodiscard]] bool IsTargetLeft(const XliffUnit& unit) const
+    {
+        const auto text = mTexts.constFind(unit.TargetElement);
+        return text != mTexts.cend() && !text->Unknown.isEmpty();
+    }
+
+    /// Whether the reader will not find the unit.
+    [[nodiscard]] bool IsUnreachable(const XliffUnit& unit) const
+    {
+        return unit.File < 0 || Files().at(unit.File).Key.isEmpty() || mLeftFiles.contains(unit.File);
+    }
+
     [[nodiscard]] QString FinalId(const XliffUnit& unit) const
     {
         const bool isCorrected = unit.HasWrongId() && !unit.Source.isEmpty() && unit.IsSourceComplete;
         return isCorrected ? UnitId(unit.Source) : unit.Id;
     }
 
-    /// Whether the reader takes only a part of the target, or nothing.
+    /// Whether the reader takes only a part of the target, or nothing although it has a text.
     [[nodiscard]] static bool IsCut(const XliffUnit& unit)
     {
         QString unwrapped = unit.WholeTarget;
         const bool isUnwrapped = Util::XmlFiler().StripTr(unwrapped) && unwrapped == unit.Target;
-        return unit.TargetElement >= 0 && unit.WholeTarget != unit.Target && !IsBlank(unit.WholeTarget)
-            && !isUnwrapped;
+        const bool isCut = unit.WholeTarget != unit.Target && !IsBlank(unit.WholeTarget) && !isUnwrapped;
+        return unit.TargetElement >= 0 && (isCut || !unit.IsTargetComplete);
     }
 
     void ReadTargets()
@@ -363,8 +390,9 @@ private:
             const XliffUnit& unit = Units().at(index);
             const bool isFound = unit.Reachability == UnitReachability::Found && unit.Id == FinalId(unit);
             const UnitProgress progress = FinalProgress(index);
-            return std::tuple(progress != UnitProgress::Empty, isFound, progress == UnitProgress::Finished,
-                              index);
+            const bool hasTarget = progress != UnitProgress::Empty;
+            return std::tuple(hasTarget && !IsTargetLeft(unit), hasTarget, isFound,
+                              progress == UnitProgress::Finished, index);
         };
         return *std::max_element(units.cbegin(), units.cend(),
                                  [&](int a, int b) { return rank(a) < rank(b); });
@@ -372,12 +400,13 @@ private:
 
     void JoinUnits(const FileGroup& group)
     {
-        QHash<QString, QList<int>> byId;
+        QHash<QString, QList<int>> byKey;
         for (const int index : group.Units)
-            byId[FinalId(Units().at(index))].append(index);
+            byKey[JoinKey(Units().at(index))].append(index);
         for (const int index : group.Units) { // in the order of the file
-            const QList<int> same = byId.take(FinalId(Units().at(index)));
-            const auto differs = [&](int other) { return mTargets.at(other) != mTargets.at(same.first()); };
+            const QList<int> same = byKey.take(JoinKey(Units().at(index)));
+            const auto differs
+                = [&](int other) { return mTargets.at(other) != mTargets.at(same.constFirst()); };
             if (same.size() < 2 || std::none_of(same.cbegin(), same.cend(), differs))
                 continue;
             const int kept = ChooseUnit(same);
@@ -388,9 +417,51 @@ private:
             }
             mXliff.AppendText(Units().at(kept).Element, added);
         }
+        LeaveSameIds(group);
     }
 
-    /// Takes out a unit. \return what the other one gets from it
+    /// Units with the same key are joined. The source belongs to it: ids that are no digests say little.
+    [[nodiscard]] QString JoinKey(const XliffUnit& unit) const
+    {
+        const QString source
+            = unit.IsSourceComplete ? unit.Source : mXliff.GetContentText(unit.SourceElement).toString();
+        return FinalId(unit) + u'\n' + source;
+    }
+
+    /// Leaves units that the reader takes for one although their sources differ.
+    void LeaveSameIds(const FileGroup& group)
+    {
+        QHash<QString, int> last; // by the id
+        for (const int index : group.Units) {
+            if (!mIsDropped.at(Units().at(index).Element))
+                last.insert(FinalId(Units().at(index)), index);
+        }
+        for (const int index : group.Units) {
+            const XliffUnit& unit = Units().at(index);
+            const int found = last.value(FinalId(unit), index);
+            // Those whose ids are known to be wrong are left for that reason.
+            if (mIsDropped.at(unit.Element) || mTargets.at(found) == mTargets.at(index) || unit.HasWrongId())
+                continue;
+            AddLeft(unit.Element, kUnit,
+                    u"%1 has the id of the unit in line %2, but another source"_s.arg(
+                        Console::Quoted(unit.Source), LineOf(Units().at(found).Element)),
+                    u"the reader finds one unit for each id"_s);
+        }
+    }
+
+    /// An element as it is written, without the units in it.
+    [[nodiscard]] QString CopyOf(int element)
+    {
+        const XmlSource::Element& e = mElements.at(element);
+        if (!mHoldsUnits.at(element))
+            return mXliff.GetSource().GetText().sliced(e.Begin, e.End - e.Begin);
+        const QList<int> moved = mMoved;
+        const QString copy = WithoutUnits(element);
+        mMoved = moved;
+        return copy;
+    }
+
+    /// Takes out a unit. \return what the unit that is kept gets from it
     QString JoinUnit(const XliffUnit& unit, const QString& target, int kept)
     {
         const XliffUnit& other = Units().at(kept);
@@ -398,22 +469,37 @@ private:
         // The unit that is kept has a target, since the targets differ. It may lack a source.
         const QString indent
             = SpaceBefore(other.SourceElement >= 0 ? other.SourceElement : other.TargetElement);
-        const QString& text = mXliff.GetSource().GetText();
+        const bool isAlternative = !target.isEmpty() && target != mTargets.at(kept);
         QString added;
         QString what
             = u"%1 joined to the unit in line %2"_s.arg(Console::Quoted(unit.Source), LineOf(other.Element));
-        if (!target.isEmpty() && target != mTargets.at(kept)) {
-            const XmlSource::Element& e = mElements.at(unit.TargetElement);
-            added += indent + "<alt-trans>"_L1 + text.mid(e.Begin, e.End - e.Begin) + "</alt-trans>"_L1;
+        if (isAlternative) {
+            added += indent + "<alt-trans>"_L1 + CopyOf(unit.TargetElement) + "</alt-trans>"_L1;
             what += u", with %1 as an alternative to %2"_s.arg(Console::Quoted(target),
                                                                Console::Quoted(mTargets.at(kept)));
         }
+        const auto addComments = [&](QStringView markup) {
+            const QStringList comments = FindComments(markup);
+            for (const QString& comment : comments)
+                added += indent + comment;
+        };
         static const QSet<QStringView> texts{u"source", u"seg-source", u"target"};
+        const QStringView text = mXliff.GetSource().GetText();
+        const XmlSource::Element& e = mElements.at(unit.Element);
+        qsizetype position = e.TagEnd;
         ForEachChild(unit.Element, [&](int child) {
-            const XmlSource::Element& e = mElements.at(child);
-            if (mUnitOf.at(child) < 0 && !mHoldsUnits.at(child) && !texts.contains(e.Name))
-                added += indent + text.mid(e.Begin, e.End - e.Begin);
+            const XmlSource::Element& c = mElements.at(child);
+            addComments(text.sliced(position, c.Begin - position));
+            position = c.End;
+            if (mUnitOf.at(child) >= 0 || (isAlternative && child == unit.TargetElement))
+                return;
+            const QString copy = CopyOf(child);
+            if (texts.contains(c.Name))
+                addComments(copy);
+            else
+                added += indent + copy;
         });
+        addComments(text.sliced(position, e.ContentEnd - position));
         const QString attributes
             = AttributesOf(unit.Element, {u"id", u"approved", u"xml:space", u"translate"});
         if (!attributes.isEmpty())
@@ -427,7 +513,8 @@ private:
         for (int i = 0; i < Units().size(); ++i) {
             const XliffUnit& unit = Units().at(i);
             const bool isFinished = FinalProgress(i) == UnitProgress::Finished;
-            const bool isLeftAlone = mIsDropped.at(unit.Element) || unit.IsApproved == isFinished;
+            const bool isLeftAlone = mIsDropped.at(unit.Element) || IsTargetLeft(unit) || IsUnreachable(unit)
+                || unit.IsApproved == isFinished;
             if (isLeftAlone)
                 continue;
             mXliff.SetApproved(unit, isFinished);
@@ -526,7 +613,7 @@ private:
                 else
                     text.AddElement(WithoutUnits(child));
             });
-        return text.Finish(EndTag(element));
+        return text.Finish(mXliff.GetRange(e.ContentEnd, e.End)); // with what is appended to the content
     }
 
     void AddUnit(JoinedText& text, int element)
@@ -649,8 +736,8 @@ private:
         const QString text = StartTag(first.Element) + bodySpace
             + body.Finish(bodySpace, "</"_L1 + bodyName + u'>') + rest.Finish({}, end);
         replaced.append({first.Element, text});
-        for (const int index : group.Files.sliced(1))
-            replaced.append({Files().at(index).Element, QString()});
+        for (qsizetype i = 1; i < group.Files.size(); ++i)
+            replaced.append({Files().at(group.Files.at(i)).Element, QString()});
     }
 
     /// Adds a child of a file, to the body or behind it.
@@ -683,6 +770,7 @@ private:
     QStringList mTargets; // of the units, as they will be
     QHash<int, InlineText> mTexts; // of targets that the reader does not take as a whole
     QSet<int> mHasLanguage;
+    QSet<int> mLeftFiles; // whose units the reader does not find because of another language
     QList<FileGroup> mGroups;
     QList<int> mMoved; // units that are still to be put somewhere
     QList<RepairNote> mNotes;

@@ -29,7 +29,8 @@ struct RepairNote
 /// - What stands before a body goes behind it. Units in groups and elsewhere move into the body.
 /// - `file` elements with the same file name become one.
 /// - An id becomes the digest of its source.
-/// - Units with the same id but other targets become one. The others stay in it as alternatives.
+/// - Units with the same id and source but different targets become one. It keeps the other targets as
+///   alternatives.
 /// - Targets with inline elements or comments become plain text.
 ///
 /// \param approves  whether to write the progress for other programs as well: approved="yes" for each unit

@@ -12,6 +12,7 @@
 #include <QXmlStreamReader>
 
 #include <algorithm>
+#include <array>
 
 using namespace Qt::StringLiterals;
 
@@ -129,6 +130,34 @@ bool IsUnicodeEncoding(const QByteArray& name)
 
 } // namespace
 
+QStringList FindComments(QStringView markup)
+{
+    struct Section
+    {
+        QLatin1StringView Begin;
+        QLatin1StringView End;
+        bool IsComment;
+    };
+    static constexpr std::array sections{Section{"<!--"_L1, "-->"_L1, true}, Section{"<?"_L1, "?>"_L1, true},
+                                         Section{"<![CDATA["_L1, "]]>"_L1, false}};
+    QStringList result;
+    qsizetype begin = markup.indexOf(u'<');
+    while (begin >= 0) {
+        const QStringView rest = markup.sliced(begin);
+        const auto section = std::find_if(sections.begin(), sections.end(),
+                                          [rest](const Section& s) { return rest.startsWith(s.Begin); });
+        qsizetype size = 1;
+        if (section != sections.end()) {
+            const qsizetype end = rest.indexOf(section->End, section->Begin.size());
+            size = end < 0 ? rest.size() : end + section->End.size();
+            if (section->IsComment)
+                result += rest.first(size).toString();
+        }
+        begin = markup.indexOf(u'<', begin + size);
+    }
+    return result;
+}
+
 XmlSource::XmlSource()
     : mFiler(std::make_unique<Util::XmlFiler>())
 { }
@@ -221,6 +250,17 @@ QByteArray XmlSource::Encode(const QString& text) const
 {
     QStringEncoder encoder(mEncoding.constData());
     return encoder.encode(mByteOrderMark ? QChar(QChar::ByteOrderMark) + text : text);
+}
+
+bool XmlSource::CanEncode(const QString& text) const
+{
+    if (mUnicode)
+        return true;
+    QStringEncoder encoder(mEncoding.constData());
+    const QByteArray bytes = encoder.encode(text);
+    QStringDecoder decoder(mEncoding.constData());
+    const QString decoded = decoder.decode(bytes);
+    return decoded == text;
 }
 
 } // namespace Quorvin::Tool

@@ -11,6 +11,7 @@
 #include <QByteArray>
 #include <QList>
 #include <QString>
+#include <QStringList>
 #include <QStringView>
 
 #include <memory>
@@ -23,6 +24,10 @@ struct Place
     int Line = 0;
     int Column = 0;
 };
+
+/// Returns the comments and processing instructions in a part of an XML text, as they are written.
+/// \param markup  whole elements, or the content of one
+[[nodiscard]] QStringList FindComments(QStringView markup);
 
 /// An XML file as the library reads it, together with its text and the place of each element in that text.
 ///
@@ -79,6 +84,7 @@ public:
     [[nodiscard]] Place GetElementPlace(int element) const;
     /// Encodes a text as the file was encoded; characters outside that encoding must not occur.
     [[nodiscard]] QByteArray Encode(const QString& text) const;
+    [[nodiscard]] bool CanEncode(const QString& text) const;
     /// Tells whether the file's encoding holds every character.
     [[nodiscard]] bool IsUnicode() const { return mUnicode; }
 
