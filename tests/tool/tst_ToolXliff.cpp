@@ -113,6 +113,7 @@ private Q_SLOTS:
     void Fill_usage();
     void List_texts_data();
     void List_texts();
+    void List_unreachable();
     void List_json();
     void Stat_table();
     void Stat_json();
@@ -1088,6 +1089,15 @@ void tst_ToolXliff::Fill_allKeepsTranslations()
     QCOMPARE(
         mTool->Run(arguments + QStringList{u"ja.xlf"_s}).ToText(),
         u"! qvutil: ja.xlf: contains translations, which --all would replace; delete it first\n=> 2\n"_s);
+    // The reader finds no text in these targets.
+    for (const char* target : {"<target><g id='1'>a</g></target>", "<target><x id='1'/></target>"}) {
+        const QByteArray markup = Xliff(Unit(u"A"_s, target));
+        QVERIFY(mTool->Write(u"markup.xlf"_s, markup));
+        QCOMPARE(mTool->Run(arguments + QStringList{u"markup.xlf"_s}).ToText(),
+                 u"! qvutil: markup.xlf: contains translations, which --all would replace; delete it first\n"
+                 "=> 2\n"_s);
+        QCOMPARE(mTool->Read(u"markup.xlf"_s), markup);
+    }
     QVERIFY(mTool->Write(u"notes.txt"_s, "notes"));
     QCOMPARE(mTool->Run(arguments + QStringList{u"notes.txt"_s}).ExitCode, 2);
     QCOMPARE(mTool->Read(u"de.xlf"_s), before);
@@ -1135,6 +1145,23 @@ void tst_ToolXliff::List_texts()
     QVERIFY(mTool->Write(u"done.xlf"_s, Xliff(done)));
     QCOMPARE(mTool->Run(QStringList{u"xliff"_s, u"list"_s, u"done.xlf"_s} + arguments).ToText(),
              arguments.isEmpty() ? u"done\n=> 0\n"_s : u"=> 1\n"_s);
+}
+
+void tst_ToolXliff::List_unreachable()
+{
+    QVERIFY(mTool->Write(u"de.xlf"_s,
+                         Xliff("<group>" + Unit(u"grouped"_s, "<target>x</target>") + "</group>"
+                               + Unit(u"done"_s, "<target>x</target>"))));
+    QVERIFY(
+        mTool->Run({u"xliff"_s, u"stat"_s, u"de.xlf"_s}).Output.contains("1 of 2   50 %  1 out of reach"));
+    QCOMPARE(mTool->Run({u"xliff"_s, u"list"_s, u"de.xlf"_s, u"--unfinished"_s}).ToText(),
+             u"grouped\n=> 0\n"_s);
+    // It has a translation.
+    QCOMPARE(mTool->Run({u"xliff"_s, u"list"_s, u"de.xlf"_s, u"--untranslated"_s}).ToText(), u"=> 1\n"_s);
+    const QByteArray json
+        = mTool->Run({u"xliff"_s, u"list"_s, u"de.xlf"_s, u"--unfinished"_s, u"--json"_s}).Output;
+    QCOMPARE(QJsonDocument::fromJson(json).array().at(0).toObject().value(u"progress"_s).toString(),
+             u"unreachable"_s);
 }
 
 void tst_ToolXliff::List_json()

@@ -39,9 +39,8 @@ void CheckReplaced(const QString& input, const QString& output)
         throw UsageFailure(u"--all needs an --output that is not the file itself"_s);
     const XliffDocument xliff{InputFile(output)};
     const QList<XliffUnit>& units = xliff.GetUnits();
-    const auto isTranslated = [](const XliffUnit& unit) {
-        return unit.GetProgress() != UnitProgress::Empty && !unit.IsFilledIn();
-    };
+    const auto isTranslated
+        = [&xliff](const XliffUnit& unit) { return xliff.HasTarget(unit) && !unit.IsFilledIn(); };
     if (std::any_of(units.cbegin(), units.cend(), isTranslated))
         throw Failure(output, u"contains translations, which --all would replace; delete it first"_s);
 }

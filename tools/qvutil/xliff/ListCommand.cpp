@@ -31,12 +31,17 @@ bool IsWanted(const XliffUnit& unit, const ListOptions& options)
     if (!options.Untranslated && !options.Unfinished)
         return true;
     const UnitProgress progress = unit.GetProgress();
+    const bool isFinished
+        = progress == UnitProgress::Finished && unit.Reachability == UnitReachability::Found;
     return (options.Untranslated && (progress == UnitProgress::Empty || unit.IsFilledIn()))
-        || (options.Unfinished && progress != UnitProgress::Finished);
+        || (options.Unfinished && !isFinished);
 }
 
+/// The field of `stat --json` that counts a unit.
 QString ProgressName(const XliffUnit& unit)
 {
+    if (unit.Reachability != UnitReachability::Found)
+        return u"unreachable"_s;
     switch (unit.GetProgress()) {
     case UnitProgress::Empty:
         return u"empty"_s;
@@ -95,8 +100,10 @@ void AddXliffListCommand(CommandLine& line, CLI::App& group)
     AddTexts(command, "XLIFF", options->Files, "XLIFF files")->required();
     command.add_flag("--untranslated", options->Untranslated,
                      "Only texts without a target, or with one that was only filled in");
-    command.add_flag("--unfinished", options->Unfinished,
-                     "Only texts that stat does not count as finished: those, and targets to be reviewed");
+    command.add_flag(
+        "--unfinished", options->Unfinished,
+        "Only texts that stat does not count as finished: those, targets to be reviewed, and units "
+        "out of reach");
     AddJsonFlag(command, options->Json);
 }
 
