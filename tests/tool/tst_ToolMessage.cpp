@@ -155,6 +155,7 @@ private Q_SLOTS:
     void Encode_output();
     void Encode_bad_data();
     void Encode_bad();
+    void Encode_bad_percentInName();
     void Encode_terminal();
     void Split_list();
     void Split_json();
@@ -661,6 +662,9 @@ void tst_ToolMessage::Encode_bad_data()
     param("no base64", "\"A!\"", "\"ByteArray\"", u"\"A!\" is not a value of type ByteArray"_s);
     row("no texts", "{\"id\":\"A\",\"params\":{\"a\":[\"a\",1]},\"types\":{\"a\":\"StringList\"}}",
         u":1: params.a[1]: 1 is not a value of type String"_s);
+    row("name with a percent sign",
+        "{\"id\":\"A\",\"params\":{\"%2\":[\"a\",1]},\"types\":{\"%2\":\"StringList\"}}",
+        u":1: params.%2[1]: 1 is not a value of type String"_s);
     param("value of a type that cannot be sent", "1", "\"Url\"", u"1 is not a value of type Url"_s);
     param("type that nobody knows here", "null", "\"Pixmap\"",
           u"values of type Pixmap are not supported here"_s);
@@ -685,6 +689,17 @@ void tst_ToolMessage::Encode_bad()
     QFETCH(const QString, expected);
 
     QCOMPARE(mTool->Run({u"message"_s, u"encode"_s}, json).ToText(), expected);
+}
+
+// File names may contain what looks like a place for an argument.
+void tst_ToolMessage::Encode_bad_percentInName()
+{
+    QVERIFY(mTool->Write(u"%2 %3.json"_s, "[1]"));
+    QCOMPARE(mTool->Run({u"message"_s, u"encode"_s, u"%2 %3.json"_s}).ToText(),
+             u"! qvutil: %2 %3.json:1: message 1: 1 is not a message\n=> 2\n"_s);
+    QVERIFY(mTool->Write(u"%2 %3.json"_s, "noise"));
+    QCOMPARE(mTool->Run({u"message"_s, u"encode"_s, u"%2 %3.json"_s}).ToText(),
+             u"! qvutil: %2 %3.json:1:1: illegal value\n=> 2\n"_s);
 }
 
 void tst_ToolMessage::Encode_terminal()

@@ -23,9 +23,8 @@ namespace {
 QString PlaceOf(const QString& name, QByteArrayView before)
 {
     const QByteArrayView line = before.sliced(before.lastIndexOf('\n') + 1);
-    return u"%1:%2:%3"_s.arg(name)
-        .arg(before.count('\n') + 1)
-        .arg(std::max<qsizetype>(QString::fromUtf8(line).size(), 1));
+    return u"%1:%2:%3"_s.arg(name, QString::number(before.count('\n') + 1),
+                             QString::number(std::max<qsizetype>(QString::fromUtf8(line).size(), 1)));
 }
 
 /// Reads the JSON values in a text, which may be separated by white space.
@@ -41,7 +40,7 @@ public:
 
     [[nodiscard]] bool AtEnd() const { return mStart == mText.size(); }
     /// Returns the place of the next value, for error messages.
-    [[nodiscard]] QString Place() const { return u"%1:%2"_s.arg(mName).arg(mLine); }
+    [[nodiscard]] QString Place() const { return u"%1:%2"_s.arg(mName, QString::number(mLine)); }
 
     [[nodiscard]] QJsonDocument Next()
     {
@@ -129,7 +128,7 @@ QList<MessageInfo> ReadMessages(const QByteArray& text, const QString& name)
         int number = 0;
         const QJsonArray array = document.array();
         for (const QJsonValue& json : array)
-            messages.append(MessageFromJson(json, u"%1: message %2"_s.arg(place).arg(++number)));
+            messages.append(MessageFromJson(json, u"%1: message %2"_s.arg(place, QString::number(++number))));
     }
     if (messages.isEmpty())
         throw Failure(name, u"there is no message"_s);

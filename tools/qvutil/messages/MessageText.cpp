@@ -123,7 +123,7 @@ QVariantList ListFrom(const QJsonArray& array, const QJsonArray& types, const QS
     QVariantList list;
     for (qsizetype i = 0; i < array.size(); ++i) {
         const QJsonValue type = i < types.size() ? types.at(i) : QJsonValue::Null;
-        list.append(ValueFromJson({array.at(i), type}, u"%1[%2]"_s.arg(place).arg(i)));
+        list.append(ValueFromJson({array.at(i), type}, u"%1[%2]"_s.arg(place, QString::number(i))));
     }
     return list;
 }
@@ -150,7 +150,7 @@ QStringList TextsFrom(const QJsonValue& json, const QString& place)
     QStringList texts;
     const QJsonArray array = json.toArray();
     for (qsizetype i = 0; i < array.size(); ++i) {
-        const QString itemPlace = u"%1[%2]"_s.arg(place).arg(i);
+        const QString itemPlace = u"%1[%2]"_s.arg(place, QString::number(i));
         if (!array.at(i).isString())
             FailForType(itemPlace, array.at(i), u"String"_s);
         texts.append(TextFrom(array.at(i), itemPlace));
