@@ -31,11 +31,6 @@ bool IsBlank(QStringView text)
     return text.trimmed().isEmpty();
 }
 
-QStringView LocalName(QStringView name)
-{
-    return name.mid(name.indexOf(u':') + 1);
-}
-
 /// Whether a state says that a target still needs work.
 bool IsUnfinished(QStringView state)
 {
@@ -55,6 +50,11 @@ void AppendReference(QString& to, char32_t c)
 }
 
 } // namespace
+
+QStringView LocalName(QStringView name)
+{
+    return name.mid(name.indexOf(u':') + 1);
+}
 
 QString DocumentKey(const QString& path)
 {

@@ -14,6 +14,8 @@
 
 namespace Quorvin::Tool {
 
+/// The name of an element without the prefix of its namespace.
+[[nodiscard]] QStringView LocalName(QStringView name);
 /// The key under which the library files a document's units: its file name without folders, in lower case.
 [[nodiscard]] QString DocumentKey(const QString& path);
 /// The id of the unit for a text, by which the library finds its translation: the digest of the text.
