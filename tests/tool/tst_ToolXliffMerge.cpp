@@ -34,6 +34,8 @@ private Q_SLOTS:
     void Encodings_data();
     void Encodings();
     void Reuse();
+    void MarksAroundTargets();
+    void ElementsInSources();
     void Output();
     void DryRun();
     void Json();
@@ -343,6 +345,36 @@ void tst_ToolXliffMerge::Reuse()
     QCOMPARE(QString::fromUtf8(mTool->Read(u"de.xlf"_s)),
              QString::fromUtf8(Xliff(Unit(u"A"_s, "<target state=\"needs-review-translation\">a</target>")
                                      + Unit(u"B"_s, "<target>b</target>"))));
+}
+
+// The reader unwraps a mark around a target. What it shows is taken over.
+void tst_ToolXliffMerge::MarksAroundTargets()
+{
+    QVERIFY(mTool->Write(u"mine.xlf"_s, Xliff(Unit(u"A"_s, "<target/>") + Unit(u"B"_s, "<target/>"))));
+    QVERIFY(mTool->Write(
+        u"other.xlf"_s,
+        Xliff(Unit(u"A"_s, "<target>tr(a)</target>") + Unit(u"B"_s, "<target>tr(tr(b))</target>"))));
+    QCOMPARE(mTool->Run({u"xliff"_s, u"merge"_s, u"mine.xlf"_s, u"other.xlf"_s}).ExitCode, 0);
+    QCOMPARE(Translated(mTool->Path(u"mine.xlf"_s), u"A"_s), u"a"_s);
+    QCOMPARE(Translated(mTool->Path(u"mine.xlf"_s), u"B"_s), Translated(mTool->Path(u"other.xlf"_s), u"B"_s));
+}
+
+// Two sources that differ only in an element that stands for unknown text.
+void tst_ToolXliffMerge::ElementsInSources()
+{
+    const auto unit = [](const QByteArray& what, const QByteArray& target) {
+        return Unit(QString::fromLatin1(what), target)
+            .replace("<source>" + what, "<source>Delete <x id='" + what + "'/>?");
+    };
+    QVERIFY(mTool->Write(u"mine.xlf"_s, Xliff(unit("file", "<target/>") + unit("folder", "<target/>"))));
+    QVERIFY(mTool->Write(
+        u"other.xlf"_s,
+        Xliff(unit("file", "<target>Datei weg?</target>") + unit("folder", "<target>Ordner weg?</target>"))));
+    for (const QString& option : {u"--prefer=mine"_s, u"--reuse"_s}) {
+        (void)mTool->Run({u"xliff"_s, u"merge"_s, u"mine.xlf"_s, u"other.xlf"_s, option});
+        QCOMPARE(Translated(mTool->Path(u"mine.xlf"_s), u"file"_s), u"Datei weg?"_s);
+        QCOMPARE(Translated(mTool->Path(u"mine.xlf"_s), u"folder"_s), u"Ordner weg?"_s);
+    }
 }
 
 void tst_ToolXliffMerge::Output()

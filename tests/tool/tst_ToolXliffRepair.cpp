@@ -64,6 +64,12 @@ private Q_SLOTS:
     void Repair_sameIds();
     void Repair_joinedContent_data();
     void Repair_joinedContent();
+    void Repair_keepsRightIds_data();
+    void Repair_keepsRightIds();
+    void Repair_keepsMarkupTargets();
+    void Repair_keepsFoundUnit();
+    void Repair_attributesOnOneLine();
+    void Repair_joinedFileHasSourceLanguage();
     void Repair_cleanFile();
     void Repair_dryRun();
     void Repair_json();
@@ -293,6 +299,7 @@ void tst_ToolXliffRepair::Repair_leaves_data()
         << u"3:5: left: \"ui.xml\" has the same file name as the file element in line 11, but translates en "
            u"to de, "
            "not en to fr: each language needs an XLIFF file of its own [duplicate-file]"_s;
+    QTest::newRow("no source") << Xliff("<trans-unit id='7'><target>a</target></trans-unit>\n");
     QTest::newRow("unknown text in the target") << Xliff(Unit(u"A"_s, "<target>a <x id='1'/> b</target>"))
                                                 << u"7:17: left: the target of \"A\" keeps its markup: <x> "
                                                    u"stands for text that the file does not contain "
@@ -465,6 +472,86 @@ void tst_ToolXliffRepair::Repair_alternatives()
     QCOMPARE(mTool->Run({u"xliff"_s, u"repair"_s, u"de.xlf"_s}).ExitCode, 0);
     QCOMPARE(Translated(mTool->Path(u"de.xlf"_s), u"A"_s), u"a"_s);
     QCOMPARE(mTool->Read(u"de.xlf"_s), Xliff(kept));
+}
+
+// The library finds these units, so their ids are right although they are not the digests of the sources.
+void tst_ToolXliffRepair::Repair_keepsRightIds_data()
+{
+    QTest::addColumn<QByteArray>("source");
+    QTest::addColumn<QString>("text"); // whose digest is the id
+    QTest::addColumn<bool>("isLeft");
+
+    QTest::newRow("laid out anew") << QByteArray("\n    Save it\n  ") << u"Save it"_s << false;
+    QTest::newRow("broken into lines") << QByteArray("\n    Save\n    it\n  ") << u"Save it"_s << false;
+    QTest::newRow("markup") << QByteArray("Click <g id='1'>here</g>") << u"Click <b>here</b>"_s << true;
+    QTest::newRow("codes") << QByteArray("Click <bpt id='1'/>here<ept id='1'/>") << u"Click <b>here</b>"_s
+                           << true;
+}
+
+void tst_ToolXliffRepair::Repair_keepsRightIds()
+{
+    QFETCH(const QByteArray, source);
+    QFETCH(const QString, text);
+    QFETCH(const bool, isLeft);
+
+    const QByteArray file = Xliff("<trans-unit id='" + Id(text) + "'><source>" + source
+                                  + "</source><target>a</target></trans-unit>\n");
+    QVERIFY(mTool->Write(u"de.xlf"_s, file));
+    QCOMPARE(Translated(mTool->Path(u"de.xlf"_s), text), u"a"_s);
+    const ToolResult result = mTool->Run({u"xliff"_s, u"repair"_s, u"de.xlf"_s});
+    QCOMPARE(result.ExitCode, isLeft ? 1 : 0);
+    QCOMPARE(result.Output.contains("its source contains markup"), isLeft);
+    QCOMPARE(mTool->Read(u"de.xlf"_s), file);
+}
+
+// A target without text, or with other markup, is kept too.
+void tst_ToolXliffRepair::Repair_keepsMarkupTargets()
+{
+    const QByteArray first = Unit(u"A"_s, "<target>a</target>");
+    for (const QByteArray other : {"<target><x id='9'/></target>", "<target><![CDATA[ ]]></target>"}) {
+        QVERIFY(mTool->Write(u"de.xlf"_s, Xliff(first + Unit(u"A"_s, other))));
+        (void)mTool->Run({u"xliff"_s, u"repair"_s, u"de.xlf"_s});
+        QVERIFY2(mTool->Read(u"de.xlf"_s).contains("<alt-trans>" + other + "</alt-trans>"),
+                 mTool->Read(u"de.xlf"_s).constData());
+    }
+    const QByteArray marked = "<target>b<x id='9'/></target>";
+    QVERIFY(
+        mTool->Write(u"de.xlf"_s, Xliff(first + Unit(u"A"_s, "<target>b</target>") + Unit(u"A"_s, marked))));
+    (void)mTool->Run({u"xliff"_s, u"repair"_s, u"de.xlf"_s});
+    QVERIFY2(mTool->Read(u"de.xlf"_s).contains(marked), mTool->Read(u"de.xlf"_s).constData());
+}
+
+// Of two units that the library could find, the one stays that it does find.
+void tst_ToolXliffRepair::Repair_keepsFoundUnit()
+{
+    QVERIFY(mTool->Write(u"de.xlf"_s,
+                         Xliff(Unit(u"A"_s, "<target state='final'>a</target>")
+                               + Unit(u"A"_s, "<target state='needs-review-translation'>b</target>"))));
+    QCOMPARE(Translated(mTool->Path(u"de.xlf"_s), u"A"_s), u"b"_s);
+    QCOMPARE(mTool->Run({u"xliff"_s, u"repair"_s, u"de.xlf"_s}).ExitCode, 0);
+    QCOMPARE(Translated(mTool->Path(u"de.xlf"_s), u"A"_s), u"b"_s);
+}
+
+// Line breaks in attributes do not look like another finding.
+void tst_ToolXliffRepair::Repair_attributesOnOneLine()
+{
+    QVERIFY(mTool->Write(
+        u"de.xlf"_s,
+        Xliff("<group restype='a\nde.xlf:1:1: b'>" + Unit(u"A"_s, "<target>a</target>") + "</group>\n")));
+    const ToolResult result = mTool->Run({u"xliff"_s, u"repair"_s, u"de.xlf"_s});
+    QVERIFY2(!result.Output.contains("\nde.xlf:1:1"), result.Output.constData());
+}
+
+void tst_ToolXliffRepair::Repair_joinedFileHasSourceLanguage()
+{
+    const QByteArray units = "<body>" + Unit(u"A"_s, "<target>a</target>") + "</body>";
+    QVERIFY(mTool->Write(u"de.xlf"_s,
+                         "<xliff version='1.2'><file original='a.xml'>" + units
+                             + "</file><file original='a.xml' source-language='en'>" + units
+                             + "</file></xliff>"));
+    (void)mTool->Run({u"xliff"_s, u"repair"_s, u"de.xlf"_s});
+    QVERIFY2(mTool->Read(u"de.xlf"_s).contains("source-language=\"en\""),
+             mTool->Read(u"de.xlf"_s).constData());
 }
 
 void tst_ToolXliffRepair::Repair_cleanFile()

@@ -85,8 +85,17 @@ bool XliffUnit::IsFilledIn() const
 
 bool XliffUnit::HasWrongId() const
 {
+    // A file that was laid out anew has other white space in its sources.
+    if (Id == UnitId(Source) || Id == UnitId(Source.trimmed()) || Id == UnitId(Source.simplified()))
+        return false;
     // Nobody can compute the digest of a source that is not complete. One that is there may well be right.
-    return Id != UnitId(Source) && (IsSourceComplete || !IsDigest(Id));
+    return IsSourceComplete || !IsDigest(Id);
+}
+
+bool XliffUnit::CanCorrectId() const
+{
+    // Elements may stand for markup in the text of the document, which then is part of the digest.
+    return !Source.isEmpty() && IsSourceComplete && !(HasSourceMarkup && IsDigest(Id));
 }
 
 XliffDocument::XliffDocument()
@@ -187,6 +196,7 @@ void XliffDocument::ReadInlineTexts()
         if (const auto found = texts.constFind(unit.SourceElement); found != texts.cend()) {
             unit.Source = found->Text;
             unit.IsSourceComplete = found->Unknown.isEmpty();
+            unit.HasSourceMarkup = true;
         }
         if (const auto found = texts.constFind(unit.TargetElement); found != texts.cend()) {
             unit.WholeTarget = found->Text;
@@ -288,7 +298,7 @@ QString XliffDocument::EscapeContent(const QString& text) const
         return Escape(text, false);
     // A CDATA section contains no references, and of two sections the reader takes the first. A mark around
     // the text, which the reader unwraps, has neither limit.
-    if (text.contains("]]>"_L1) || !mSource.CanEncode(text))
+    if (text.contains("]]>"_L1) || text.contains(u'\r') || !mSource.CanEncode(text))
         return Escape("tr("_L1 + text + u')', false);
     return "<![CDATA["_L1 + text + "]]>"_L1;
 }

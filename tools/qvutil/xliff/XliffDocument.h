@@ -50,6 +50,7 @@ struct XliffUnit
     QString Source;
     bool IsSourceComplete
         = true; ///< false if an inline element stands for text that the file does not contain
+    bool HasSourceMarkup = false; ///< whether the source contains elements
     QString Target; ///< as the reader takes it
     QString WholeTarget; ///< all text in the target, markup removed
     bool IsTargetComplete = true; ///< like IsSourceComplete
@@ -62,6 +63,8 @@ struct XliffUnit
     [[nodiscard]] bool IsFilledIn() const;
     /// Whether the id is known not to be the one under which the reader looks for the source.
     [[nodiscard]] bool HasWrongId() const;
+    /// Returns whether the right id certainly is the digest of Source.
+    [[nodiscard]] bool CanCorrectId() const;
 };
 
 /// A child of the root: a `file` element, but the reader takes any.

@@ -4,6 +4,7 @@
 #include "xliff/XliffMerge.h"
 
 #include "cli/Failure.h"
+#include <qvutil/XmlFiler.h>
 
 #include <QHash>
 #include <QSet>
@@ -50,9 +51,22 @@ bool Agree(const LanguagePair& a, const LanguagePair& b)
     return AgreeTargets(a, b) && AgreeSources(a, b);
 }
 
+/// Identifies a source. Elements that stand for unknown text distinguish two sources with the same text.
+QString SourceKey(const XliffDocument& xliff, const XliffUnit& unit)
+{
+    return unit.IsSourceComplete ? unit.Source : xliff.GetContentText(unit.SourceElement).toString();
+}
+
 QString MatchKey(const XliffDocument& xliff, const XliffUnit& unit)
 {
-    return (unit.File < 0 ? QString() : xliff.GetFiles().at(unit.File).Key) + u'\n' + unit.Source;
+    return (unit.File < 0 ? QString() : xliff.GetFiles().at(unit.File).Key) + u'\n' + SourceKey(xliff, unit);
+}
+
+/// Returns the whole text of a target, without the mark around it if the reader unwraps that.
+QString TextOf(const XliffUnit& unit)
+{
+    QString text = unit.WholeTarget;
+    return Util::XmlFiler().StripTr(text) && text == unit.Target ? text : unit.WholeTarget;
 }
 
 /// Whether a translation needs no more work.
@@ -80,7 +94,7 @@ public:
     {
         for (const XliffUnit& unit : xliff.GetUnits()) {
             mCurrent.append(unit);
-            mKnown.insert(unit.Source);
+            mKnown.insert(SourceKey(xliff, unit));
         }
     }
 
@@ -155,8 +169,8 @@ private:
                 || !AreOurLanguages(LanguagesOf(other, unit)))
                 continue;
             Offer(source.ByDocument, MatchKey(other, unit), unit);
-            Offer(source.ByText, unit.Source, unit);
-            if (!mKnown.contains(unit.Source))
+            Offer(source.ByText, SourceKey(other, unit), unit);
+            if (!mKnown.contains(SourceKey(other, unit)))
                 mResult.Unknown.append(unit.Source);
         }
         mSources.append(source);
@@ -174,8 +188,9 @@ private:
     void TakeByText(const Source& source)
     {
         for (qsizetype i = 0; mOptions.Reuse && i < mCurrent.size(); ++i) {
-            const XliffUnit* match = source.ByText.value(mCurrent.at(i).Source);
-            if (match != nullptr && !HasTranslation(i))
+            const XliffUnit* match = source.ByText.value(SourceKey(mXliff, mCurrent.at(i)));
+            const bool isTried = match == source.ByDocument.value(MatchKey(mXliff, mCurrent.at(i)));
+            if (match != nullptr && !isTried && !HasTranslation(i))
                 MergeUnit(i, *source.File, *match, u"needs-review-translation"_s);
         }
     }
@@ -191,14 +206,14 @@ private:
     [[nodiscard]] static QString TargetText(const XliffDocument& xliff, const XliffUnit& unit)
     {
         const bool isMarkup = unit.WholeTarget.trimmed().isEmpty() && unit.TargetElement >= 0;
-        return isMarkup ? xliff.GetContentText(unit.TargetElement).trimmed().toString() : unit.WholeTarget;
+        return isMarkup ? xliff.GetContentText(unit.TargetElement).trimmed().toString() : TextOf(unit);
     }
 
     [[nodiscard]] bool IsEqual(qsizetype index, const XliffDocument& otherFile, const XliffUnit& other) const
     {
         const XliffUnit& mine = mCurrent.at(index);
         if (mine.IsTargetComplete && other.IsTargetComplete)
-            return mine.WholeTarget == other.WholeTarget;
+            return TextOf(mine) == TextOf(other);
         return !mIsReplaced.contains(index) && mine.TargetElement >= 0 && other.TargetElement >= 0
             && mXliff.GetContentText(mine.TargetElement) == otherFile.GetContentText(other.TargetElement);
     }
@@ -243,7 +258,8 @@ private:
             mIsConfirmed.insert(index);
             return;
         }
-        mine.WholeTarget = other.WholeTarget;
+        mine.WholeTarget = TextOf(other);
+        mine.Target = mine.WholeTarget;
         mine.IsTargetComplete = true;
         mIsReplaced.insert(index);
     }

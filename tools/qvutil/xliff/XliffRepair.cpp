@@ -215,15 +215,19 @@ private:
 
     void LeaveLanguages(const QList<int>& files)
     {
-        const XliffFile& last = Files().at(files.constLast());
         for (qsizetype i = 0; i + 1 < files.size(); ++i) {
             const XliffFile& file = Files().at(files.at(i));
+            const int differing = *std::find_if(files.crbegin(), files.crend() - 1, [&](int other) {
+                return !TranslateAlike({files.at(i), other});
+            });
+            const XliffFile& last = Files().at(differing);
             mLeftFiles.insert(files.at(i));
             AddLeft(file.Element, kFile,
                     u"%1 has the same file name as the file element in line %2, but translates %3 to %4, "
-                    "not %5 to %6"_s.arg(Console::Quoted(file.Original), LineOf(last.Element),
-                                         file.SourceLanguage, file.TargetLanguage, last.SourceLanguage,
-                                         last.TargetLanguage),
+                    "not %5 to %6"_s.arg(
+                        Console::Quoted(file.Original), LineOf(last.Element),
+                        Console::Visible(file.SourceLanguage), Console::Visible(file.TargetLanguage),
+                        Console::Visible(last.SourceLanguage), Console::Visible(last.TargetLanguage)),
                     u"each language needs an XLIFF file of its own"_s);
         }
     }
@@ -252,8 +256,10 @@ private:
     {
         QString what = u"%1 joined to the file element in line %2"_s.arg(Console::Quoted(file.Original),
                                                                          LineOf(first.Element));
-        const QString dropped = AttributesOf(
-            file.Element, {u"original", u"source-language", u"target-language", u"datatype", u"xml:space"});
+        QList<QStringView> kept{u"original", u"source-language", u"target-language", u"xml:space"};
+        if (RawAttribute(file.Element, u"datatype") == RawAttribute(first.Element, u"datatype"))
+            kept.append(u"datatype");
+        const QString dropped = AttributesOf(file.Element, kept);
         if (!dropped.isEmpty())
             what += ", without"_L1 + dropped;
         AddNote(file.Element, kFile, what, u"the reader keeps only the last file element with a file name"_s);
@@ -262,9 +268,24 @@ private:
             mHasLanguage.insert(first.Element);
             mXliff.SetTargetLanguage(first, file.TargetLanguage);
         }
+        if (first.SourceLanguage.isEmpty() && !file.SourceLanguage.isEmpty()
+            && !mHasSourceLanguage.contains(first.Element)) {
+            mHasSourceLanguage.insert(first.Element);
+            mXliff.SetAttribute(first.Element, u"source-language", file.SourceLanguage);
+        }
     }
 
-    /// The attributes of an element as they are written, each after a blank.
+    /// Returns the value of an attribute as it is written; null if there is none.
+    [[nodiscard]] QStringView RawAttribute(int element, QStringView name) const
+    {
+        const XmlSource::Attribute* attribute = mXliff.GetSource().FindAttribute(element, name);
+        return attribute == nullptr
+            ? QStringView()
+            : QStringView(mXliff.GetSource().GetText())
+                  .sliced(attribute->ValueBegin, attribute->ValueEnd - attribute->ValueBegin);
+    }
+
+    /// The attributes of an element for people, each after a blank.
     [[nodiscard]] QString AttributesOf(int element, const QList<QStringView>& except) const
     {
         QString result;
@@ -276,7 +297,7 @@ private:
                               .mid(attribute.Begin, attribute.ValueEnd + 1 - attribute.Begin);
             }
         }
-        return result;
+        return Console::Visible(result);
     }
 
     // --- units -----------------------------------------------------------------------------------------
@@ -287,11 +308,9 @@ private:
             if (!unit.HasWrongId() || mIsDropped.at(unit.Element))
                 continue;
             const QString source = Console::Quoted(unit.Source);
-            if (unit.Source.isEmpty() || !unit.IsSourceComplete) {
+            if (!unit.CanCorrectId()) {
                 AddLeft(unit.Element, kId, u"%1 keeps the id %2"_s.arg(source, Console::Quoted(unit.Id)),
-                        unit.Source.isEmpty()
-                            ? u"it has no source whose digest the id could be"_s
-                            : u"an element in its source stands for text that the file does not contain"_s);
+                        WhyIdStays(unit));
                 continue;
             }
             mXliff.SetId(unit);
@@ -302,6 +321,15 @@ private:
                     u"have the digest of their source for an id: a text is looked for by that"_s,
                     unit.Source);
         }
+    }
+
+    [[nodiscard]] static QString WhyIdStays(const XliffUnit& unit)
+    {
+        if (unit.Source.isEmpty())
+            return u"it has no source whose digest the id could be"_s;
+        return unit.IsSourceComplete
+            ? u"its source contains markup, which may be part of the text in the document"_s
+            : u"an element in its source stands for text that the file does not contain"_s;
     }
 
     /// Whether the target contains an element that stands for unknown text, so that it stays as it is.
@@ -319,8 +347,7 @@ private:
 
     [[nodiscard]] QString FinalId(const XliffUnit& unit) const
     {
-        const bool isCorrected = unit.HasWrongId() && !unit.Source.isEmpty() && unit.IsSourceComplete;
-        return isCorrected ? UnitId(unit.Source) : unit.Id;
+        return unit.HasWrongId() && unit.CanCorrectId() ? UnitId(unit.Source) : unit.Id;
     }
 
     /// Whether the reader takes only a part of the target, or nothing although it has a text.
@@ -370,7 +397,7 @@ private:
         QString what = u"the target of %1 is plain text: %2"_s.arg(Console::Quoted(unit.Source),
                                                                    Console::Quoted(text.Text));
         if (!text.Markup.isEmpty())
-            what += ", without "_L1 + text.Markup.join(u' ');
+            what += ", without "_L1 + Console::Visible(text.Markup.join(u' '));
         AddNote(unit.TargetElement, kTarget, what,
                 u"the reader takes a target up to the first element or comment"_s);
     }
@@ -392,7 +419,7 @@ private:
             const UnitProgress progress = FinalProgress(index);
             const bool hasTarget = progress != UnitProgress::Empty;
             return std::tuple(hasTarget && !IsTargetLeft(unit), hasTarget, isFound,
-                              progress == UnitProgress::Finished, index);
+                              isFound || progress == UnitProgress::Finished, index);
         };
         return *std::max_element(units.cbegin(), units.cend(),
                                  [&](int a, int b) { return rank(a) < rank(b); });
@@ -442,11 +469,17 @@ private:
             // Those whose ids are known to be wrong are left for that reason.
             if (mIsDropped.at(unit.Element) || mTargets.at(found) == mTargets.at(index) || unit.HasWrongId())
                 continue;
+            mLeftUnits.insert(unit.Element);
             AddLeft(unit.Element, kUnit,
                     u"%1 has the id of the unit in line %2, but another source"_s.arg(
                         Console::Quoted(unit.Source), LineOf(Units().at(found).Element)),
                     u"the reader finds one unit for each id"_s);
         }
+    }
+
+    [[nodiscard]] QStringView TargetContent(const XliffUnit& unit) const
+    {
+        return unit.TargetElement < 0 ? QStringView() : mXliff.GetContentText(unit.TargetElement).trimmed();
     }
 
     /// An element as it is written, without the units in it.
@@ -469,15 +502,20 @@ private:
         // The unit that is kept has a target, since the targets differ. It may lack a source.
         const QString indent
             = SpaceBefore(other.SourceElement >= 0 ? other.SourceElement : other.TargetElement);
-        const bool isAlternative = !target.isEmpty() && target != mTargets.at(kept);
+        const QStringView content = TargetContent(unit);
+        const bool isAlternative
+            = mXliff.HasTarget(unit) && (target != mTargets.at(kept) || content != TargetContent(other));
         QString added;
         QString what
             = u"%1 joined to the unit in line %2"_s.arg(Console::Quoted(unit.Source), LineOf(other.Element));
         if (isAlternative) {
             added += indent + "<alt-trans>"_L1 + CopyOf(unit.TargetElement) + "</alt-trans>"_L1;
-            what += u", with %1 as an alternative to %2"_s.arg(Console::Quoted(target),
-                                                               Console::Quoted(mTargets.at(kept)));
+            what += u", with %1 as an alternative to %2"_s.arg(
+                Console::Quoted(target.isEmpty() ? content.toString() : target),
+                Console::Quoted(mTargets.at(kept)));
         }
+        if (unit.HasSourceMarkup)
+            what += u", without the markup in its source"_s;
         const auto addComments = [&](QStringView markup) {
             const QStringList comments = FindComments(markup);
             for (const QString& comment : comments)
@@ -489,6 +527,8 @@ private:
         qsizetype position = e.TagEnd;
         ForEachChild(unit.Element, [&](int child) {
             const XmlSource::Element& c = mElements.at(child);
+            if (c.Name == u"seg-source")
+                what += u", without its seg-source"_s;
             addComments(text.sliced(position, c.Begin - position));
             position = c.End;
             if (mUnitOf.at(child) >= 0 || (isAlternative && child == unit.TargetElement))
@@ -513,8 +553,9 @@ private:
         for (int i = 0; i < Units().size(); ++i) {
             const XliffUnit& unit = Units().at(i);
             const bool isFinished = FinalProgress(i) == UnitProgress::Finished;
+            const bool isIdLeft = unit.HasWrongId() && FinalId(unit) == unit.Id;
             const bool isLeftAlone = mIsDropped.at(unit.Element) || IsTargetLeft(unit) || IsUnreachable(unit)
-                || unit.IsApproved == isFinished;
+                || isIdLeft || mLeftUnits.contains(unit.Element) || unit.IsApproved == isFinished;
             if (isLeftAlone)
                 continue;
             mXliff.SetApproved(unit, isFinished);
@@ -770,6 +811,8 @@ private:
     QStringList mTargets; // of the units, as they will be
     QHash<int, InlineText> mTexts; // of targets that the reader does not take as a whole
     QSet<int> mHasLanguage;
+    QSet<int> mHasSourceLanguage;
+    QSet<int> mLeftUnits; // elements of units that share their id with a unit of another source
     QSet<int> mLeftFiles; // whose units the reader does not find because of another language
     QList<FileGroup> mGroups;
     QList<int> mMoved; // units that are still to be put somewhere
