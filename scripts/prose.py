@@ -30,7 +30,8 @@ SCOPE = (
     *(f"{folder}/**/*{suffix}" for folder in ("source", "tests", "examples", "benchmarks")
       for suffix in (".h", ".cpp", ".mm")),
     *(f"tools/qvutil/{folder}/*{suffix}"
-      for folder in ("cli", "documents", "expressions", "files", "grid", "ipc", "locale", "messages", "paths")
+      for folder in ("cli", "documents", "expressions", "files", "grid", "ipc", "locale", "messages", "paths",
+                     "xliff")
       for suffix in (".h", ".cpp")),
     "tests/scripts/*.py",
     ".ci/*",

@@ -10,9 +10,10 @@
 #include <QByteArray>
 #include <QString>
 
-// XLIFF files for tests.
+// Functions that return XLIFF files for tests, and read translations from such files.
 namespace TestSupport {
 
+/// Returns the id of the unit for a text.
 inline QByteArray Id(const QString& source)
 {
     return Quorvin::Util::GeneralUtil::GetHash(source);
@@ -31,7 +32,7 @@ inline QByteArray Xliff(const QByteArray& body)
           "</xliff>\n";
 }
 
-/// Returns a unit as the tool writes it.
+/// Returns a unit in the form that the tool writes.
 inline QByteArray Unit(const QString& source, const QByteArray& target, int line = 0,
                        const QByteArray& attributes = {})
 {
@@ -46,7 +47,7 @@ inline QByteArray Unit(const QString& source, const QByteArray& target, int line
     return text + "            </trans-unit>\n";
 }
 
-/// Returns a translator's result for a text of ui.xml.
+/// Returns the library's translation of a text in ui.xml.
 inline QString Translated(const QString& file, const QString& source)
 {
     return Quorvin::Util::XlfTranslator(file).Translate(source, QStringLiteral("ui.xml"));

@@ -67,7 +67,7 @@ private Q_SLOTS:
     void Extract_update();
     void Extract_keepsEverythingElse();
     void Extract_prune();
-    void Extract_pruneKeepsWhatCouldNotBeRead();
+    void Extract_pruneNeedsAllDocuments();
     void Extract_missingDocument();
     void Extract_reuse();
     void Extract_severalLanguages();
@@ -104,10 +104,10 @@ private Q_SLOTS:
     void Fill_source();
     void Fill_pseudo_data();
     void Fill_pseudo();
-    void Fill_leavesMarkup();
+    void Fill_skipsMarkup();
     void Fill_output();
     void Fill_dryRun();
-    void Fill_takesApprovalAway();
+    void Fill_removesApproval();
     void Fill_all();
     void Fill_allKeepsTranslations();
     void Fill_usage();
@@ -149,7 +149,7 @@ void tst_ToolXliff::Extract_twiceChangesNothing()
     const QStringList arguments{u"xliff"_s, u"extract"_s, u"."_s, u"-l"_s, u"de"_s, u"-o"_s, u"de.xlf"_s};
     QCOMPARE(mTool->Run(arguments).ExitCode, 0);
     const QByteArray first = mTool->Read(u"de.xlf"_s);
-    // The file now contains the language. An unchanged file is not written at all.
+    // The file now contains the language. An unchanged file is not written.
     QVERIFY(QFile::setPermissions(mTool->Path(u"de.xlf"_s), QFile::ReadOwner));
     const QDateTime time = QFileInfo(mTool->Path(u"de.xlf"_s)).lastModified();
     QCOMPARE(mTool->Run({u"xliff"_s, u"extract"_s, u"ui.xml"_s, u"-o"_s, u"de.xlf"_s}).ToText(),
@@ -178,19 +178,19 @@ void tst_ToolXliff::Extract_findsMarks_data()
     QTest::newRow("mark in a mark") << QByteArray("<a b='tr(tr(x))'/>") << QStringList{u"tr(x)"_s};
     QTest::newRow("quotes are kept") << QByteArray("<a b='tr(\"x\")'/>") << QStringList{u"\"x\""_s};
     QTest::newRow("references") << QByteArray("<a b='tr(&lt;&#65;&amp;)'/>") << QStringList{u"<A&"_s};
-    QTest::newRow("line break in an attribute is a blank")
+    QTest::newRow("line break in an attribute becomes a space")
         << QByteArray("<a b='tr(x\ny)'/>") << QStringList{u"x y"_s};
     QTest::newRow("line break in content") << QByteArray("<a>tr(x\r\ny)</a>") << QStringList{u"x\ny"_s};
-    QTest::newRow("entity of the document's own")
+    QTest::newRow("entity declared in the document")
         << QByteArray("<!DOCTYPE a [<!ENTITY p 'Waypost'>]><a b='tr(&p;)'/>") << QStringList{u"Waypost"_s};
-    QTest::newRow("entity that holds markup")
+    QTest::newRow("entity that contains markup")
         << QByteArray("<!DOCTYPE a [<!ENTITY p '<q r=\"tr(y)\"/>'>]><a z='tr(2)' b='tr(1)'>&p;</a>")
         << QStringList{u"1"_s, u"2"_s, u"y"_s};
-    QTest::newRow("the order of the document")
+    QTest::newRow("order of the document")
         << QByteArray("<a z='tr(1)' b='tr(2)' m='tr(3)'>tr(4)<b>tr(5)</b></a>")
         << QStringList{u"1"_s, u"2"_s, u"3"_s, u"4"_s, u"5"_s};
     QTest::newRow("each text once") << QByteArray("<a z='tr(1)' b='tr(1)'>tr(1)</a>") << QStringList{u"1"_s};
-    QTest::newRow("nothing but white space") << QByteArray("<a b='tr()' c='tr( )'/>") << QStringList();
+    QTest::newRow("only white space") << QByteArray("<a b='tr()' c='tr( )'/>") << QStringList();
 }
 
 void tst_ToolXliff::Extract_findsMarks()
@@ -244,7 +244,7 @@ void tst_ToolXliff::Extract_update_data()
     QTest::newRow("line has moved") << QByteArray("\n<x a='tr(A)'/>") << Xliff(a)
                                     << Xliff(Unit(u"A"_s, "<target>a</target>", 2))
                                     << u"1 kept, 0 new; written"_s;
-    QTest::newRow("line was not noted")
+    QTest::newRow("line was not recorded")
         << QByteArray("<x a='tr(A)'/>") << Xliff(Unit(u"A"_s, "<target>a</target>")) << Xliff(a)
         << u"1 kept, 0 new; written"_s;
     QTest::newRow("wrong id is corrected")
@@ -256,7 +256,7 @@ void tst_ToolXliff::Extract_update_data()
         << u"1 kept, 0 new, 1 id put right; written"_s;
     QTest::newRow("text is gone") << QByteArray("<x a='tr(A)'/>") << Xliff(a + b) << Xliff(a + b)
                                   << u"1 kept, 0 new, 1 gone (kept: --prune removes); unchanged"_s;
-    QTest::newRow("language was not named")
+    QTest::newRow("language was not given")
         << QByteArray("<x a='tr(A)'/>")
         << Xliff(a).replace(" source-language=\"en\" target-language=\"de\" datatype=\"xml\"",
                             " source-language=\"en\" datatype=\"xml\"")
@@ -279,14 +279,14 @@ void tst_ToolXliff::Extract_update()
     const ToolResult result = mTool->Run(arguments);
     QVERIFY2(result.ToText().endsWith(report + u"\n=> 0\n"_s), result.Output.constData());
     QCOMPARE(QString::fromUtf8(mTool->Read(u"de.xlf"_s)), QString::fromUtf8(after));
-    // The change has updated the file.
+    // A second run changes nothing.
     QVERIFY(mTool->Run(arguments).Output.contains("; unchanged\n"));
 }
 
 void tst_ToolXliff::Extract_keepsEverythingElse()
 {
-    // Unusual on purpose: line endings, quotation marks, indentation, a declaration, comments, notes, other
-    // languages.
+    // This file intentionally has unusual line endings, quotation marks and indentation, and contains
+    // declarations, comments, notes and other languages.
     const QByteArray before
         = "<?xml version='1.0' encoding='UTF-8' standalone=\"yes\"?>\r\n"
           "<!DOCTYPE xliff [<!-- > ] --><!ELEMENT x ANY>]>\r\n"
@@ -341,7 +341,7 @@ void tst_ToolXliff::Extract_prune()
              QString::fromUtf8(Xliff(Unit(u"N"_s, "<target/>", 1) + a)));
 }
 
-void tst_ToolXliff::Extract_pruneKeepsWhatCouldNotBeRead()
+void tst_ToolXliff::Extract_pruneNeedsAllDocuments()
 {
     const QByteArray before = Xliff(Unit(u"B"_s, "<target>b</target>", 1));
     QVERIFY(mTool->Write(u"ui.xml"_s, "<x/>"));
@@ -441,7 +441,7 @@ void tst_ToolXliff::Extract_folders()
             names.append(document.toObject().value(u"document"_s).toString());
         return names.join(u' ');
     };
-    // The output file is not read as a document, whatever its name.
+    // The output file is not read as a document, even if its name matches.
     QVERIFY(mTool->Write(u"ui/out.xml"_s, Xliff({})));
     QCOMPARE(originals({u"ui"_s}), u"ui/Y.XML ui/p.ui.xml ui/z.xml"_s);
     QCOMPARE(originals({u"./ui//"_s, u"-r"_s}), u"ui/Y.XML ui/a/1.xml ui/a-b/2.xml ui/p.ui.xml ui/z.xml"_s);
@@ -585,7 +585,8 @@ void tst_ToolXliff::Extract_encodings()
     QVERIFY(same > 0);
     QCOMPARE(after.left(same), before.left(same));
     QCOMPARE(Translated(mTool->Path(u"de.xlf"_s), u"A"_s), u"Größe"_s);
-    // Characters that the encoding lacks are written as references; either way the text is found.
+    // Characters that are not in the encoding are written as references; the library finds the text in both
+    // cases.
     QCOMPARE(after.contains("&#8364;&#128512;"), encoding == "ISO-8859-1");
     QCOMPARE(
         mTool->Run({u"xliff"_s, u"check"_s, u"de.xlf"_s, u"-d"_s, u"ui.xml"_s, u"--allow-untranslated"_s})
@@ -728,12 +729,12 @@ void tst_ToolXliff::Check_findings_data()
         << Xliff(good).replace("ui.xml", "ui.xml/")
         << u"5:13: \"A\" is out of reach: its file element has no \"original\" with a file name [unreachable]"_s
         << u"A"_s;
-    QTest::newRow("one id, other target")
+    QTest::newRow("same id, different target")
         << Xliff(good + Unit(u"A"_s, "<target>b</target>"))
         << u"9:13: \"A\" has the id of the unit in line 5, and another target: the reader keeps the last "
            "[duplicate-unit]"_s
         << u"b"_s;
-    QTest::newRow("one id, same target") << Xliff(good + good) << QString() << u"a"_s;
+    QTest::newRow("same id, same target") << Xliff(good + good) << QString() << u"a"_s;
     QTest::newRow("original in other case and folder")
         << Xliff(good).replace("ui.xml", "C:/x/UI.xml") << QString() << u"a"_s;
     QTest::newRow("original that is a mark")
@@ -834,7 +835,7 @@ void tst_ToolXliff::Check_duplicateFiles()
              "the last one [duplicate-file]\n"
              "de.xlf: 2 units, 2 findings\n=> 1\n"_s);
     QCOMPARE(Translated(mTool->Path(u"de.xlf"_s), u"A"_s), u"b"_s);
-    // The library ignores a file element without units, so that it does not hide the earlier one.
+    // The library ignores a file element without units, so it does not hide the earlier one.
     xliff.replace("<body>            <trans", "<body/><note>            <trans")
         .replace("</body></file>\n</xliff>", "</note></file>\n</xliff>");
     QVERIFY(mTool->Write(u"de.xlf"_s, xliff));
@@ -850,7 +851,7 @@ void tst_ToolXliff::Check_sameFindings()
     const auto hidden = [](const QByteArray& body) {
         return Xliff(body).replace("        <body>", "        <header/><body>");
     };
-    // Up to three are listed one by one.
+    // Up to three findings are listed separately.
     QVERIFY(mTool->Write(u"de.xlf"_s, hidden(units)));
     QCOMPARE(mTool->Run({u"xliff"_s, u"check"_s, u"de.xlf"_s}).Output.count(" is out of reach: "), 3);
     for (int i = 0; i < 23; ++i)
@@ -872,7 +873,7 @@ void tst_ToolXliff::Check_sameFindings()
 void tst_ToolXliff::Check_inlineElements_data()
 {
     QTest::addColumn<QByteArray>("source");
-    QTest::addColumn<QString>("text"); // whose digest is the id
+    QTest::addColumn<QString>("text"); // the id is the digest of this text
     QTest::addColumn<int>("exitCode");
 
     QTest::newRow("white space between elements")
@@ -940,7 +941,7 @@ void tst_ToolXliff::Check_unusable()
         QCOMPARE(result.Errors.count('\n'), 1);
         if (!error.isEmpty())
             QCOMPARE(u"! "_s + QString::fromUtf8(result.Errors), error);
-        QVERIFY(result.Output.startsWith("de.xlf")); // the other file is processed nevertheless
+        QVERIFY(result.Output.startsWith("de.xlf")); // the other file is still processed
         QCOMPARE(mTool->Read(u"bad.xlf"_s), content);
     }
     QCOMPARE(mTool->Run({u"xliff"_s, u"show"_s, u"bad.xlf"_s, u"de.xlf"_s}).ExitCode, 2);
@@ -999,7 +1000,7 @@ void tst_ToolXliff::Fill_pseudo()
     QCOMPARE(mTool->Run({u"xliff"_s, u"check"_s, u"de.xlf"_s}).ExitCode, 0);
 }
 
-void tst_ToolXliff::Fill_leavesMarkup()
+void tst_ToolXliff::Fill_skipsMarkup()
 {
     const QByteArray before
         = Xliff(Unit(u"A"_s, "<target><x id=\"1\"/>a</target>")
@@ -1040,9 +1041,9 @@ void tst_ToolXliff::Fill_dryRun()
     QCOMPARE(mTool->Run({u"xliff"_s, u"fill"_s, u"de.xlf"_s, u"--dry-run"_s}).ToText(), u"=> 0\n"_s);
 }
 
-void tst_ToolXliff::Fill_takesApprovalAway()
+void tst_ToolXliff::Fill_removesApproval()
 {
-    // Otherwise the text that was filled in would count as finished.
+    // An approved unit would count as finished.
     QVERIFY(mTool->Write(u"de.xlf"_s, Xliff(Unit(u"A"_s, "<target/>", 0, " approved=\"yes\""))));
     QCOMPARE(mTool->Run({u"xliff"_s, u"fill"_s, u"de.xlf"_s}).ExitCode, 0);
     QCOMPARE(QString::fromUtf8(mTool->Read(u"de.xlf"_s)),
@@ -1065,7 +1066,7 @@ void tst_ToolXliff::Fill_all()
     QCOMPARE(Translated(mTool->Path(u"x.xlf"_s), u"B"_s), u"[Ɓ~]"_s);
     QCOMPARE(Translated(mTool->Path(u"x.xlf"_s), u"C"_s), u"[Ç~]"_s);
     QVERIFY(mTool->Run({u"xliff"_s, u"stat"_s, u"x.xlf"_s}).Output.contains("0 of 3    0 %  3 unfinished"));
-    // A file that --all has written may be written again.
+    // The command may replace its own output.
     const QByteArray pseudo = mTool->Read(u"x.xlf"_s);
     QCOMPARE(mTool->Run(arguments).ExitCode, 0);
     QCOMPARE(mTool->Read(u"x.xlf"_s), pseudo);
@@ -1089,7 +1090,7 @@ void tst_ToolXliff::Fill_allKeepsTranslations()
     QCOMPARE(
         mTool->Run(arguments + QStringList{u"ja.xlf"_s}).ToText(),
         u"! qvutil: ja.xlf: contains translations, which --all would replace; delete it first\n=> 2\n"_s);
-    // The reader finds no text in these targets.
+    // The library finds no text in these targets.
     for (const char* target : {"<target><g id='1'>a</g></target>", "<target><x id='1'/></target>"}) {
         const QByteArray markup = Xliff(Unit(u"A"_s, target));
         QVERIFY(mTool->Write(u"markup.xlf"_s, markup));
@@ -1156,7 +1157,7 @@ void tst_ToolXliff::List_unreachable()
         mTool->Run({u"xliff"_s, u"stat"_s, u"de.xlf"_s}).Output.contains("1 of 2   50 %  1 out of reach"));
     QCOMPARE(mTool->Run({u"xliff"_s, u"list"_s, u"de.xlf"_s, u"--unfinished"_s}).ToText(),
              u"grouped\n=> 0\n"_s);
-    // It has a translation.
+    // The unit has a translation, although the library does not find it.
     QCOMPARE(mTool->Run({u"xliff"_s, u"list"_s, u"de.xlf"_s, u"--untranslated"_s}).ToText(), u"=> 1\n"_s);
     const QByteArray json
         = mTool->Run({u"xliff"_s, u"list"_s, u"de.xlf"_s, u"--unfinished"_s, u"--json"_s}).Output;
@@ -1305,8 +1306,8 @@ void tst_ToolXliff::Rules_data()
     QTest::newRow("update") << Xliff(
         Unit(u"Main"_s, "<seg-source>Main</seg-source>\n                <note>n</note>"))
                             << true;
-    // This row shows that the rules do reject invalid files.
-    QTest::newRow("wrong from the start") << Xliff(Unit(u"Main"_s, "<note>n</note><target/>")) << false;
+    // This row shows that the rules reject invalid files.
+    QTest::newRow("invalid file") << Xliff(Unit(u"Main"_s, "<note>n</note><target/>")) << false;
 }
 
 void tst_ToolXliff::Rules()
@@ -1350,7 +1351,8 @@ void tst_ToolXliff::Linguist_roundTrip()
     QCOMPARE(Translated(back, u"Save %1"_s), u"[Šáṽé %1~~]"_s);
     QCOMPARE(Translated(back, u" Spaced "_s), u"[ Šþáçéđ ~~~]"_s);
     QCOMPARE(XlfTranslator(back).Translate(u"Z"_s, u"z.xml"_s), u"[Ž~]"_s);
-    // Linguist keeps each id only once: the same text in a second document is dropped, and extracted again.
+    // Linguist keeps only one unit for each id: it drops the text in the second document, and `extract` adds
+    // it again.
     QCOMPARE(
         mTool->Run({u"xliff"_s, u"extract"_s, u"."_s, u"-o"_s, u"back.xlf"_s, u"--reuse"_s}).ToText(),
         u"back.xlf: 6 texts in 2 documents: 5 kept, 1 new (1 with a translation from elsewhere); written\n=> 0\n"_s);

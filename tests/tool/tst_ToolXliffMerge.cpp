@@ -48,7 +48,7 @@ void tst_ToolXliffMerge::MergeUnits_data()
     QTest::addColumn<QByteArray>("mine"); // target
     QTest::addColumn<QByteArray>("other"); // target
     QTest::addColumn<QString>("prefer");
-    QTest::addColumn<QByteArray>("merged"); // target; empty if mine stays
+    QTest::addColumn<QByteArray>("merged"); // target; empty if mine is kept
     QTest::addColumn<int>("conflicts");
 
     const QByteArray none = "<target/>";
@@ -59,8 +59,7 @@ void tst_ToolXliffMerge::MergeUnits_data()
     const QByteArray takenB = "<target state=\"translated\">b</target>";
 
     QTest::newRow("nothing to take") << none << none << QString() << QByteArray() << 0;
-    QTest::newRow("nothing but a text that was filled in")
-        << none << filled << QString() << QByteArray() << 0;
+    QTest::newRow("only a text that was filled in") << none << filled << QString() << QByteArray() << 0;
     QTest::newRow("empty target") << none << b << QString() << takenB << 0;
     QTest::newRow("empty target, to be reviewed") << none << review << QString() << review << 0;
     QTest::newRow("state of the other")
@@ -82,7 +81,7 @@ void tst_ToolXliffMerge::MergeUnits_data()
     QTest::newRow("both finished") << a << b << QString() << QByteArray() << 1;
     QTest::newRow("both finished, mine preferred") << a << b << u"mine"_s << QByteArray() << 1;
     QTest::newRow("both finished, other preferred") << a << b << u"other"_s << takenB << 1;
-    QTest::newRow("text with blanks only")
+    QTest::newRow("only white space")
         << QByteArray("<target><![CDATA[ ]]></target>") << b << QString() << QByteArray() << 1;
 }
 
@@ -114,7 +113,7 @@ void tst_ToolXliffMerge::MergeUnits()
                                    ? before
                                    : Xliff(Unit(u"A"_s, merged, 0, isFinished ? " approved=\"yes\"" : ""))));
     QCOMPARE(mTool->Run(arguments).ToText().contains("; unchanged\n"_L1),
-             true); // there is nothing more to take
+             true); // a second merge takes nothing
 }
 
 void tst_ToolXliffMerge::MatchUnits_data()
@@ -141,7 +140,7 @@ void tst_ToolXliffMerge::MatchUnits_data()
            u"the "
            "file does not contain [left]\n"
            "de.xlf: 0 translations taken, 0 conflicts, 1 left for a person; unchanged\n=> 1\n"_s;
-    QTest::newRow("nothing but unknown text in the target")
+    QTest::newRow("only unknown text in the target")
         << Xliff(Unit(u"A"_s, "<target><x id='1'/></target>"))
         << u"de.xlf:5:13: \"A\": nothing taken from old.xlf:5:13: markup in its target stands for text that "
            u"the "
@@ -245,11 +244,11 @@ void tst_ToolXliffMerge::Markup_data()
 
     const QString conflict = u" stays; old.xlf:5:13 has \"b\" [conflict]\n"
                              "de.xlf: 0 translations taken, 1 conflict; unchanged\n=> 1\n"_s;
-    QTest::newRow("nothing but an element with text")
+    QTest::newRow("only an element with text")
         << QByteArray("<target><g id='1'>a</g></target>") << u"\"a\""_s + conflict;
-    QTest::newRow("nothing but an element for unknown text")
+    QTest::newRow("only an element for unknown text")
         << QByteArray("<target> <x id='1'/></target>") << u"\"<x id='1'/>\""_s + conflict;
-    QTest::newRow("nothing but an element without text")
+    QTest::newRow("only an element without text")
         << QByteArray("<target><g id='1'/></target>") << u"\"<g id='1'/>\""_s + conflict;
 }
 
@@ -323,7 +322,7 @@ void tst_ToolXliffMerge::Encodings()
     QFETCH(const QByteArray, written);
 
     QVERIFY(mTool->Write(u"de.xlf"_s, Xliff(Unit(u"A"_s, "<target/>")).replace("UTF-8", "ISO-8859-1")));
-    // The markup keeps the reader of this file from unwrapping the mark.
+    // The markup in this file prevents the library from removing the mark.
     const QByteArray target = text.toUtf8().replace("]]>", "]]&gt;").replace("tr(", "<g id='1'>tr</g>(");
     QVERIFY(mTool->Write(u"old.xlf"_s, Xliff(Unit(u"A"_s, "<target>" + target + "</target>"))));
     QCOMPARE(Run({u"xliff"_s, u"merge"_s, u"de.xlf"_s, u"old.xlf"_s}),

@@ -1,8 +1,8 @@
 // SPDX-FileCopyrightText: 2026 The QvUtil developers
 // SPDX-License-Identifier: MIT
 
-// Tests `qvutil xliff repair`: each test runs the real tool on real files, and asks the library's
-// translator for the texts.
+// Tests `qvutil xliff repair`: each test runs the real tool on real files, and reads the translations with
+// the library.
 
 #include "support/ToolTest.h"
 #include "support/XliffSupport.h"
@@ -105,8 +105,8 @@ QStringList tst_ToolXliffRepair::Findings(const QString& file) const
 void tst_ToolXliffRepair::Repair_shapes_data()
 {
     QTest::addColumn<QByteArray>("before");
-    QTest::addColumn<QString>("hidden"); // texts that the library does not translate before
-    QTest::addColumn<QString>("texts"); // source=target of ui.xml afterwards
+    QTest::addColumn<QString>("hidden"); // texts that the library does not translate before the repair
+    QTest::addColumn<QString>("texts"); // source=target of ui.xml after the repair
     QTest::addColumn<QString>("note"); // the first line of the output
 
     const QByteArray a = Unit(u"A"_s, "<target>a</target>");
@@ -200,17 +200,16 @@ void tst_ToolXliffRepair::Repair_shapes_data()
         << Xliff(a).replace("    <file",
                             "    <file original='ui.xml' source-language='en' datatype='xml'/>\n    <file")
         << QString() << u"A=a"_s << u"4:5: \"ui.xml\" joined to the file element in line 3: "_s + once;
-    QTest::newRow("all at once") << Xliff("<group>" + a + "</group>")
-                                        .replace("<body>", "<header/><body>")
-                                        .replace(Id(u"A"_s), "1")
-                                        .replace("</xliff>",
-                                                 File("ui.xml",
-                                                      "<header/><body><group>"
-                                                          + QByteArray(b).replace(">b<", "><g id='1'>b</g><")
-                                                          + "</group></body>")
-                                                     + "</xliff>")
-                                 << u"A;B"_s << u"A=a;B=b"_s
-                                 << u"4:9: <header> moved behind the body: "_s + first;
+    QTest::newRow("all problems at once")
+        << Xliff("<group>" + a + "</group>")
+               .replace("<body>", "<header/><body>")
+               .replace(Id(u"A"_s), "1")
+               .replace("</xliff>",
+                        File("ui.xml",
+                             "<header/><body><group>" + QByteArray(b).replace(">b<", "><g id='1'>b</g><")
+                                 + "</group></body>")
+                            + "</xliff>")
+        << u"A;B"_s << u"A=a;B=b"_s << u"4:9: <header> moved behind the body: "_s + first;
 }
 
 void tst_ToolXliffRepair::Repair_shapes()
@@ -246,7 +245,7 @@ void tst_ToolXliffRepair::Repair_shapes()
     QCOMPARE(mTool->Run({u"xliff"_s, u"repair"_s, u"de.xlf"_s}).ToText(),
              u"de.xlf: nothing to repair\n=> 0\n"_s);
     QCOMPARE(mTool->Read(u"de.xlf"_s), repaired);
-    // Comments and notes are still there.
+    // Comments and notes are kept.
     for (const char* kept : {"<!-- c -->", "<!-- d -->", "<note>n</note>", "state='final'"})
         QCOMPARE(repaired.count(kept), before.count(kept));
 }
@@ -354,9 +353,9 @@ void tst_ToolXliffRepair::Repair_sameIds_data()
                                << QByteArray("B <x id='1'/>")
                                << u"de.xlf:5:1: left: \"A \" keeps the id \"7\": "_s + unknown
             + u"de.xlf:6:1: left: \"B \" keeps the id \"7\": "_s + unknown;
-    QTest::newRow("other elements") << QByteArray("7") << QByteArray("A <x id='1'/>")
-                                    << QByteArray("A <x id='2'/>")
-                                    << u"de.xlf:5:1: left: \"A \" keeps the id \"7\": "_s + unknown
+    QTest::newRow("different elements")
+        << QByteArray("7") << QByteArray("A <x id='1'/>") << QByteArray("A <x id='2'/>")
+        << u"de.xlf:5:1: left: \"A \" keeps the id \"7\": "_s + unknown
             + u"de.xlf:6:1: left: \"A \" keeps the id \"7\": "_s + unknown;
     QTest::newRow("digest") << QByteArray(32, 'a') << QByteArray("A <x id='1'/>")
                             << QByteArray("B <x id='1'/>")
@@ -385,8 +384,8 @@ void tst_ToolXliffRepair::Repair_sameIds()
 void tst_ToolXliffRepair::Repair_joinedContent_data()
 {
     QTest::addColumn<QByteArray>("dropped"); // content of a unit that is joined to another
-    QTest::addColumn<QByteArray>("kept"); // what the other has, behind its target
-    QTest::addColumn<QStringList>("words"); // each is in the result once
+    QTest::addColumn<QByteArray>("kept"); // content of the other unit behind its target
+    QTest::addColumn<QStringList>("words"); // each must be in the result once
 
     const QByteArray b = Unit(u"B"_s, "<target>b</target>");
     const QByteArray a = "<source>A</source><target>x</target>";
@@ -398,7 +397,7 @@ void tst_ToolXliffRepair::Repair_joinedContent_data()
         << QByteArray() << QStringList{u"<!-- 1 -->"_s, u"<!-- 2 -->"_s, u"<!-- 3 -->"_s, u"<note>n"_s};
     QTest::newRow("comment in an empty target") << QByteArray("<source>A</source><target><!-- 1 --></target>")
                                                 << QByteArray() << QStringList{u"<!-- 1 -->"_s};
-    QTest::newRow("no comment, but CDATA")
+    QTest::newRow("CDATA that looks like a comment")
         << QByteArray("<source>A</source><target><![CDATA[<!-- 1 -->]]></target>") << QByteArray()
         << QStringList{u"<!-- 1 -->"_s};
     QTest::newRow("note beside a unit")
@@ -563,7 +562,7 @@ void tst_ToolXliffRepair::Repair_cleanFile()
     QCOMPARE(mTool->Run({u"xliff"_s, u"repair"_s, u"de.xlf"_s}).ToText(),
              u"de.xlf: nothing to repair\n=> 0\n"_s);
     QCOMPARE(mTool->Read(u"de.xlf"_s), clean);
-    // With an output file, it is written nevertheless.
+    // An output file is written even if nothing changes.
     const QStringList output{u"xliff"_s, u"repair"_s, u"de.xlf"_s, u"-o"_s, u"out.xlf"_s};
     const QStringList tried = output + QStringList{u"--dry-run"_s};
     for (const QStringList& arguments : {tried, tried + QStringList{u"--json"_s}})
@@ -575,7 +574,7 @@ void tst_ToolXliffRepair::Repair_cleanFile()
     for (const QStringList& arguments : {tried, tried + QStringList{u"--json"_s}})
         QCOMPARE(mTool->Run(arguments).ExitCode, 0);
     QCOMPARE(mTool->Run(tried).ToText(), u"out.xlf: nothing to repair\n=> 0\n"_s);
-    // A header that hides nothing stays where the standard wants it.
+    // A header that hides no units stays in the place that XLIFF requires.
     const QByteArray empty = Xliff({}).replace("<body>", "<header/><body>");
     QVERIFY(mTool->Write(u"de.xlf"_s, empty));
     QCOMPARE(mTool->Run({u"xliff"_s, u"repair"_s, u"de.xlf"_s}).ExitCode, 0);
@@ -592,7 +591,7 @@ void tst_ToolXliffRepair::Repair_dryRun()
     QVERIFY(tried.Output.startsWith("--- de.xlf\n+++ de.xlf\n@@ -"));
     QVERIFY(tried.Output.endsWith("[header]\nde.xlf: 1 change; would change\n"));
     QCOMPARE(mTool->Run({u"xliff"_s, u"repair"_s, u"--dry-run"_s, u"--json"_s, u"de.xlf"_s}).ExitCode, 1);
-    // An output file that is the result already does not differ.
+    // An output file that is already up to date does not differ.
     QCOMPARE(mTool->Run({u"xliff"_s, u"repair"_s, u"de.xlf"_s, u"-o"_s, u"out.xlf"_s}).ExitCode, 0);
     const QStringList again{u"xliff"_s, u"repair"_s, u"--dry-run"_s, u"de.xlf"_s, u"-o"_s, u"out.xlf"_s};
     QCOMPARE(mTool->Run(again).ExitCode, 0);
@@ -641,7 +640,7 @@ void tst_ToolXliffRepair::Repair_usage()
     QVERIFY(mTool->Write(u"de.xlf"_s, Xliff(Unit(u"A"_s, "<target/>")).replace("<body>", "<header/><body>")));
     const ToolResult result = mTool->Run({u"xliff"_s, u"repair"_s, u"bad.xlf"_s, u"de.xlf"_s});
     QCOMPARE(result.ExitCode, 2);
-    QVERIFY(result.Output.endsWith("de.xlf: 1 change; written\n")); // the other file is repaired nevertheless
+    QVERIFY(result.Output.endsWith("de.xlf: 1 change; written\n")); // the other file is still repaired
     QCOMPARE(mTool->Read(u"bad.xlf"_s), QByteArray("<xliff"));
 }
 
@@ -665,7 +664,7 @@ void tst_ToolXliffRepair::Repair_encodings()
     QCOMPARE(Translated(mTool->Path(u"de.xlf"_s), u"A"_s), u"あä"_s);
 }
 
-/// Files with any number of these faults at once: nothing of what a translator wrote may be lost.
+/// Repairs files with random combinations of problems. No target, note or comment may be lost.
 void tst_ToolXliffRepair::Repair_anyFile()
 {
     QRandomGenerator random(20260101); // the same files each time
@@ -767,14 +766,14 @@ void tst_ToolXliffRepair::Repair_largeFile()
     const ToolResult result = mTool->Run({u"xliff"_s, u"repair"_s, u"de.xlf"_s});
     qInfo("%d units in %lld ms", kFiles * kUnits, timer.elapsed());
     QCOMPARE(result.ExitCode, 0);
-    // Ids are the same change; each target is another one.
+    // The changed ids share one line; each target has its own line.
     QCOMPARE(result.Output.count('\n'), kFiles * kUnits + kFiles * 2 + 1 + 1);
     const XlfTranslator translator(mTool->Path(u"de.xlf"_s));
     QCOMPARE(translator.Translate(u"Text 199"_s, u"f99.xml"_s), u"t 99"_s);
     QCOMPARE(Findings(u"de.xlf"_s), QStringList());
 }
 
-/// But for the place of the header, the result follows the rules of XLIFF.
+/// Except for the place of headers, a repaired file is valid XLIFF.
 void tst_ToolXliffRepair::Repair_rules()
 {
     const QByteArray a = Unit(u"A"_s, "<target>a</target>");
@@ -826,7 +825,7 @@ void tst_ToolXliffRepair::Approve_leaves_data()
     const QByteArray approved = Unit(u"A"_s, "<target>a <x id='1'/></target>", 0, " approved=\"yes\"");
     QTest::newRow("unknown text in the target") << Xliff(Unit(u"A"_s, "<target>a <x id='1'/></target>"));
     QTest::newRow("target begins with unknown text") << Xliff(Unit(u"A"_s, "<target><x id='1'/>a</target>"));
-    QTest::newRow("nothing but unknown text, approved")
+    QTest::newRow("only unknown text, approved")
         << Xliff(QByteArray(approved).replace("<target>a ", "<target>"));
     QTest::newRow("unknown text in an approved target") << Xliff(approved);
     QTest::newRow("no file name") << Xliff(a).replace("ui.xml", "ui/");
@@ -857,7 +856,7 @@ void tst_ToolXliffRepair::Approve_linguist()
     QVERIFY2(before.ExitCode == 0, "lconvert is needed: Debian's package qt6-l10n-tools");
     QCOMPARE(before.Output, QByteArray("4\n"));
     QCOMPARE(mTool->Run({u"xliff"_s, u"repair"_s, u"--approve"_s, u"de.xlf"_s}).ExitCode, 0);
-    // Linguist shows the same progress, and keeps it on the way back.
+    // Linguist now shows the same progress, and writes it to XLIFF.
     QCOMPARE(mTool->RunShell(convert).Output, QByteArray("2\n"));
     QVERIFY(mTool->Run({u"xliff"_s, u"stat"_s, u"de.xlf"_s})
                 .Output.contains("2 of 4   50 %  1 unfinished, 1 empty"));

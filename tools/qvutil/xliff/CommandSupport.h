@@ -12,23 +12,23 @@
 
 #include <QJsonObject>
 
-// What the commands of `qvutil xliff` have in common.
+// Functions that the commands of `qvutil xliff` share.
 namespace Quorvin::Tool {
 
-/// "1 text", "2 texts".
+/// Returns a number with its noun: "1 text", "2 texts".
 [[nodiscard]] QString Count(qsizetype number, const QString& noun);
-/// "FILE:LINE:COLUMN", as far as the place is known.
+/// Returns "FILE:LINE:COLUMN", without the numbers that are not known.
 [[nodiscard]] QString PlaceText(const QString& file, Place place);
+/// Returns an object with the line, and with the column if it is known.
 [[nodiscard]] QJsonObject PlaceJson(Place place);
-/// Compares a file with what a save would write.
+/// Compares a file with the content that a save would write.
 /// \param prints  whether to print the difference
-/// \return whether there is one
+/// \return whether the file would change
 [[nodiscard]] bool ShowDifference(const XliffDocument& xliff, const QString& output, bool prints);
-/// Adds the options that choose documents.
+/// Adds the options that select documents.
 void AddDocumentOptions(CLI::App& command, DocumentSelection& selection);
 
-/// Does the same for each file; one that cannot be read or written is complained of, and the others are still
-/// of interest.
+/// Calls `action(file)` for each file, and reports the files that cannot be read or written.
 /// \return Error if there was such a file
 template <typename Action> ExitCode ForEachFile(const QStringList& files, Action action)
 {

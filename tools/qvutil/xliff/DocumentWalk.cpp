@@ -59,8 +59,8 @@ private:
 
     void AddFile(const QString& path)
     {
-        // A file that is named twice, or by two ways, is one document. One that does not exist has no such
-        // path, and is complained of when it is read.
+        // Two paths may lead to the same file, which is read only once. A missing file has no canonical path;
+        // it is reported when it is read.
         const QString canonical = QFileInfo(path).canonicalFilePath();
         if (canonical.isEmpty() || (canonical != mExcept && !mSeen.contains(canonical)))
             mFiles.append(path);
@@ -87,7 +87,7 @@ private:
             else if (mSelection.IsRecursive && !entries.fileInfo().isReadable())
                 Fail(entry, u"the folder cannot be read"_s);
         }
-        // A folder's own name must not decide between "a-b/c" and "a/c".
+        // Compare folder by folder, so that "a/c" comes before "a-b/c".
         std::sort(files.begin(), files.end(),
                   [](const QString& a, const QString& b) { return a.split(u'/') < b.split(u'/'); });
         for (const QString& file : std::as_const(files))

@@ -12,17 +12,17 @@
 
 namespace Quorvin::Tool {
 
-/// Which documents a command is to read.
+/// The documents that a command reads.
 struct DocumentSelection
 {
-    QStringList Paths; ///< files, and folders to look into
-    QStringList Patterns; ///< which files of a folder are documents; all that end in .xml if empty
-    bool IsRecursive = false; ///< whether folders in folders count
-    QString Except; ///< a file that is no document although it may match, such as the one to be written
+    QStringList Paths; ///< documents, and folders of documents
+    QStringList Patterns; ///< name patterns of the documents in a folder; *.xml if empty
+    bool IsRecursive = false; ///< whether to include sub-folders
+    QString Except; ///< a file to leave out even if its name matches, such as the output file
 };
 
-/// The texts to translate of one document, each once, in the order of their first appearance; where several
-/// documents have the same key, the texts of all of them.
+/// The texts to translate of one document, each once, in the order of their first appearance. Documents with
+/// the same key share one object.
 struct DocumentTexts
 {
     struct Text
@@ -30,7 +30,7 @@ struct DocumentTexts
         QString Source;
         QString Path; ///< see TranslationMark
         Place Where;
-        QString Document; ///< path of the document it was first seen in
+        QString Document; ///< path of the first document that contains it
     };
 
     QString Path; ///< of the first document with the key
@@ -38,17 +38,17 @@ struct DocumentTexts
     QList<Text> Texts;
 };
 
-/// What a walk found.
+/// The documents and texts that CollectTexts found.
 struct WalkResult
 {
     QList<DocumentTexts> Documents;
     int DocumentCount = 0;
-    bool IsComplete = true; ///< false if a folder or document could not be read; that has been said already
+    bool IsComplete = true; ///< false if a folder or document could not be read, which has been reported
 };
 
-/// Reads the documents of a selection, in the order of the paths given and in folders by name, and collects
-/// their texts. Complains of each document that cannot be read, and of those that share a file name, and goes
-/// on. Texts of nothing but white space are left out: there is nothing to translate.
+/// Reads the documents of a selection and collects their texts. The documents are in the order of the paths,
+/// and those of a folder are sorted by name. Reports documents that cannot be read, and documents that share
+/// a file name. Leaves out texts that are only white space.
 [[nodiscard]] WalkResult CollectTexts(const DocumentSelection& selection);
 
 } // namespace Quorvin::Tool

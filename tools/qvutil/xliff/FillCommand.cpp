@@ -29,7 +29,7 @@ struct FillOptions
     bool DryRun = false;
 };
 
-/// Makes sure that no translation is lost: a file that is replaced has only targets that were filled in.
+/// Throws a failure if the output is the input or contains translations, which would be lost.
 void CheckReplaced(const QString& input, const QString& output)
 {
     const QFileInfo file(output);

@@ -33,7 +33,7 @@ private:
     struct OpenElement
     {
         QString Name;
-        QString Equivalent; ///< the text that it stands for if it has no content; null if that is not known
+        QString Equivalent; ///< replaces an element without content; null if not known
         qsizetype TextBegin = 0;
     };
 
@@ -83,7 +83,7 @@ private:
 
     void EndElement()
     {
-        if (mOpen.isEmpty()) { // the element whose text is read
+        if (mOpen.isEmpty()) { // this ends the source or target
             mText = nullptr;
             return;
         }
@@ -100,7 +100,7 @@ private:
     const QSet<int>& mElements;
     QXmlStreamReader mReader;
     QHash<int, InlineText> mTexts;
-    InlineText* mText = nullptr; // being read
+    InlineText* mText = nullptr; // of the source or target that is being read
     QList<OpenElement> mOpen;
     int mNumber = -1;
 };

@@ -16,15 +16,15 @@ namespace Quorvin::Tool {
 /// The text of a source or target that contains inline elements.
 struct InlineText
 {
-    /// All text. An element without content stands for its `equiv-text`, or for a line break.
+    /// All text. The `equiv-text` or a line break replaces an element without content.
     QString Text;
     QStringList Markup; ///< the start tags of the elements
-    QStringList Unknown; ///< of these, those that stand for text that the file does not contain
+    QStringList Unknown; ///< the elements that represent text that is not in the file
     QStringList Comments; ///< comments and processing instructions, as they are written
 };
 
-/// Reads the text of elements.
-/// \param elements  numbers of the elements, none of which contains another
+/// Returns the text of elements, by element number.
+/// \param elements  numbers of the elements; none may contain another
 [[nodiscard]] QHash<int, InlineText> FindInlineTexts(const XmlSource& source, const QSet<int>& elements);
 
 } // namespace Quorvin::Tool

@@ -37,7 +37,7 @@ bool IsWanted(const XliffUnit& unit, const ListOptions& options)
         || (options.Unfinished && !isFinished);
 }
 
-/// The field of `stat --json` that counts a unit.
+/// Returns the name of the field in which `stat --json` counts a unit.
 QString ProgressName(const XliffUnit& unit)
 {
     if (unit.Reachability != UnitReachability::Found)

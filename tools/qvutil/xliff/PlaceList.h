@@ -11,21 +11,21 @@
 
 namespace Quorvin::Tool {
 
-/// A line of output about a place in a file.
+/// A line of output about one place in a file.
 struct PlaceLine
 {
     QString File;
     Place Where;
-    QString Text; ///< about this place alone
-    QString Shared; ///< continues "26 units ", about all places that share it; empty if there is none
-    QString Noun; ///< what Shared counts, such as "unit"
-    QString Label; ///< what is at this place, shown with Shared; may be empty
+    QString Text; ///< the text for this place
+    QString Shared; ///< the text for all places with the same cause, after "26 units "; may be empty
+    QString Noun; ///< the things that Shared counts, such as "unit"
+    QString Label; ///< identifies this place in a line with Shared; may be empty
     QString Tag; ///< printed in brackets
     QString Prefix = {}; ///< printed before the text
 };
 
-/// Prints the lines. Where more than three of a file share their text and tag, one line takes the place of
-/// the first, with their number and the first places.
+/// Prints the lines. More than three lines of a file with the same shared text and tag become one line, which
+/// has their number and the first three places.
 void PrintPlaceLines(const QList<PlaceLine>& lines);
 
 } // namespace Quorvin::Tool

@@ -33,7 +33,7 @@ enum class ShownAs {
     Id,
 };
 
-/// Prints what the library gives for each mark of a document.
+/// Prints the text that the library returns for each mark of a document.
 class ShowCommand
 {
 public:

@@ -25,7 +25,7 @@ bool IsLetter(QChar c)
     return (c >= u'a' && c <= u'z') || (c >= u'A' && c <= u'Z');
 }
 
-/// The length of the placeholder that \p text begins with; 0 if it begins with none.
+/// Returns the length of the placeholder at the start of \p text; 0 if there is none.
 qsizetype PlaceholderLength(QStringView text)
 {
     if (text.startsWith(u"$(")) {
@@ -44,7 +44,7 @@ qsizetype PlaceholderLength(QStringView text)
     return begin + (text.size() > begin + 1 && IsDigit(text.at(begin + 1)) ? 2 : 1);
 }
 
-/// The length of the tag or character reference that \p text begins with; 0 if it begins with none.
+/// Returns the length of the tag or character reference at the start of \p text; 0 if there is none.
 qsizetype MarkupLength(QStringView text)
 {
     if (text.size() < 3)

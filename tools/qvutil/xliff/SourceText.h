@@ -10,13 +10,12 @@
 
 namespace Quorvin::Tool {
 
-/// Finds the placeholders of a text that a program fills in: %1 to %99, %L1, %n, %Ln and $(name).
-/// \return each one once, in ascending order
+/// Returns the placeholders in a text: %1 to %99, %L1, %n, %Ln and $(name), each once, in ascending order.
 [[nodiscard]] QStringList FindPlaceholders(QStringView text);
 
-/// Makes a text that reads like \p text in a foreign language, so that a program can be tried before it is
-/// translated: letters get accents, it grows by about a third and stands in brackets, so that cut and
-/// forgotten texts are seen. Placeholders, tags such as `<b>` and references such as `&nbsp;` stay.
+/// Returns a pseudo-translation, with which a program can be tried before it is translated. Letters get
+/// accents, the text grows by about a third, and brackets around it show where a text is truncated.
+/// Placeholders, tags such as `<b>` and references such as `&nbsp;` are kept.
 [[nodiscard]] QString PseudoTranslate(QStringView text);
 
 } // namespace Quorvin::Tool

@@ -41,14 +41,14 @@ int CountOf(const QJsonObject& counts, QLatin1StringView part)
     return counts.value(part).toInt();
 }
 
-// 100 only when nothing is left to do.
+// Returns the percentage of finished units, rounded down: 100 means that all are finished.
 int ShareOf(const QJsonObject& counts)
 {
     const int units = CountOf(counts, "units"_L1);
     return units == 0 ? 100 : static_cast<int>(CountOf(counts, "finished"_L1) * qint64(100) / units);
 }
 
-// "3 of 5 finished, 1 unfinished, 1 empty"
+// Returns a text such as "3 of 5 finished, 1 unfinished, 1 empty".
 QString CountsText(const QJsonObject& counts)
 {
     QString text
@@ -70,7 +70,7 @@ QString LanguagesText(const QJsonObject& document)
     return known("sourceLanguage"_L1) + " to "_L1 + known("targetLanguage"_L1);
 }
 
-// A coloured part for each state, and the same in words.
+// Adds a bar with a coloured part for each state, and the same numbers as text.
 void AddBar(MarkupWriter& content, const QJsonObject& counts)
 {
     const QString text = CountsText(counts);
@@ -87,7 +87,7 @@ void AddBar(MarkupWriter& content, const QJsonObject& counts)
         if (count > 0)
             addPart(part.Name, static_cast<double>(count) / units, u"%1 %2"_s.arg(count).arg(part.Text));
     }
-    if (units == 0) // nothing is left to do
+    if (units == 0) // a file without units counts as finished
         addPart(gParts[0].Name, 1, text);
     content.End();
     content.AddElement(u"p"_s, {{u"class"_s, u"counts muted"_s}}, text);

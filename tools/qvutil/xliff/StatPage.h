@@ -10,8 +10,8 @@
 
 namespace Quorvin::Tool {
 
-/// Returns a page in HTML that shows how far translation is, for each file and document.
-/// \param files     what `xliff stat --json` prints
+/// Returns a page in HTML that shows the translation progress of each file and document.
+/// \param files     the array that `xliff stat --json` prints
 /// \param unusable  names of files that could not be read
 [[nodiscard]] QString StatPage(const QJsonArray& files, const QStringList& unusable);
 

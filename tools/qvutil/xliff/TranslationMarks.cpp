@@ -30,7 +30,7 @@ private:
     void InspectElement(int element)
     {
         const QDomElement node = mFiler.GetCurrentNode().toElement();
-        // The tree keeps attributes in no order at all, and asking it for one by its index is slow.
+        // The attributes in the tree have no defined order, and access by index is slow.
         if (!mDocument.HasPlaces()) {
             InspectUnplacedAttributes(node);
         } else if (mDocument.GetElements().at(element).AttributeCount > 0) {

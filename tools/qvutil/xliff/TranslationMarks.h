@@ -14,14 +14,14 @@ namespace Quorvin::Tool {
 /// A text of the form tr(...) in a document.
 struct TranslationMark
 {
-    QString Source; ///< what the mark wraps
-    QString Shown; ///< what the library's reader gives for it, with the translator of the filer, if any
+    QString Source; ///< the text in the mark
+    QString Shown; ///< the text that the library reads here, translated if the filer has a translator
     QString Path; ///< where it is: "/Window/Button@Text" for an attribute, "/Window/Label" for content
     Place Where;
 };
 
-/// Finds the marks of a loaded document in document order: in each attribute, and in each element's content
-/// where the reader would take it for the element's text (its first child node, if that is plain text).
+/// Returns the marks of a loaded document, in document order. Marks are in attributes, and in the text that
+/// the library reads for an element: its first child node, if that is plain text.
 [[nodiscard]] QList<TranslationMark> FindTranslationMarks(XmlSource& document);
 
 } // namespace Quorvin::Tool

@@ -55,7 +55,7 @@ QString ReasonOf(UnitReachability reach)
     return {};
 }
 
-/// The reason for several units.
+/// Returns the reason, worded for several units.
 QString SharedReasonOf(UnitReachability reach)
 {
     switch (reach) {
@@ -73,7 +73,7 @@ QString SharedReasonOf(UnitReachability reach)
     return {};
 }
 
-/// The members of \p a that \p b does not have, for people.
+/// Returns the members of \p a that are not in \p b, for a message.
 QString ListOf(const QStringList& a, const QStringList& b)
 {
     QStringList result;
@@ -215,7 +215,7 @@ private:
 
     void CheckAgainst(const QList<DocumentTexts>& documents)
     {
-        QHash<QString, QSet<QString>> units; // ids that the reader finds, by the document's key
+        QHash<QString, QSet<QString>> units; // ids that the library finds, by the document's key
         for (const XliffUnit& unit : mXliff.GetUnits()) {
             if (unit.Reachability == UnitReachability::Found)
                 units[mXliff.GetFiles().at(unit.File).Key].insert(unit.Id);

@@ -15,40 +15,40 @@
 
 namespace Quorvin::Tool {
 
-/// What can be wrong with an XLIFF file. Each kind has a name, by which it can be allowed.
+/// A kind of problem in an XLIFF file. `--allow` takes the names of the kinds.
 enum class FindingKind {
     Untranslated, ///< no target, or an empty one: the user sees the id
-    Unfinished, ///< a target whose state says that it needs work
-    Unreachable, ///< a unit that the reader does not find
+    Unfinished, ///< an unfinished target, see UnitProgress
+    Unreachable, ///< a unit that the library does not find
     WrongId, ///< an id that is not the digest of its source
-    DuplicateFile, ///< two `file` elements with one file name
-    DuplicateUnit, ///< one id with different targets
+    DuplicateFile, ///< two `file` elements with the same file name
+    DuplicateUnit, ///< two units with the same id and different targets
     Placeholders, ///< placeholders of source and target differ
-    CutTarget, ///< the reader takes only the beginning of a target
-    Unwrapped, ///< a target that is itself a tr(...) mark, which the reader unwraps
-    Obsolete, ///< a source that is not in the documents
+    CutTarget, ///< the library reads only the beginning of a target
+    Unwrapped, ///< a target that is a tr(...) mark, which the library removes
+    Obsolete, ///< a unit whose source is not in the documents
     Missing, ///< a text of the documents without a unit
 };
 
 struct Finding
 {
     FindingKind Kind;
-    QString File; ///< where it is: the XLIFF file, or a document
+    QString File; ///< the XLIFF file or the document with the problem
     Place Where;
-    QString Original; ///< the document concerned, as the XLIFF file names it
-    QString Id; ///< of the unit concerned; may be empty
-    QString Text; ///< what is wrong, for people
-    QString Shared; ///< the same about all units with this fault, see PlaceLine; may be empty
-    QString Source; ///< the text concerned; may be empty
+    QString Original; ///< the document, as the XLIFF file names it
+    QString Id; ///< of the unit; may be empty
+    QString Text; ///< describes the problem
+    QString Shared; ///< describes it for all units with this problem, see PlaceLine; may be empty
+    QString Source; ///< the text to translate; may be empty
 };
 
 [[nodiscard]] QString GetKindName(FindingKind kind);
-/// All kinds, in their order.
+/// Returns all kinds, in the order of the enumeration.
 [[nodiscard]] QList<FindingKind> GetFindingKinds();
 
-/// Checks an XLIFF file as the library's translator sees it.
-/// \param documents  the documents to compare it with; null for none
-/// \return the findings in the order of their places, those about documents last
+/// Finds the problems that the library would have with an XLIFF file.
+/// \param documents  documents to compare the file with; null for none
+/// \return the findings in the order of their places; those in documents come last
 [[nodiscard]] QList<Finding> CheckXliff(const XliffDocument& xliff, const QList<DocumentTexts>* documents);
 
 } // namespace Quorvin::Tool

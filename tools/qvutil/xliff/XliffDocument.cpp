@@ -85,16 +85,16 @@ bool XliffUnit::IsFilledIn() const
 
 bool XliffUnit::HasWrongId() const
 {
-    // A file that was laid out anew has other white space in its sources.
+    // Sources in a reformatted file have other white space.
     if (Id == UnitId(Source) || Id == UnitId(Source.trimmed()) || Id == UnitId(Source.simplified()))
         return false;
-    // Nobody can compute the digest of a source that is not complete. One that is there may well be right.
+    // The digest of an incomplete source cannot be computed. An id that looks like a digest may be right.
     return IsSourceComplete || !IsDigest(Id);
 }
 
 bool XliffUnit::CanCorrectId() const
 {
-    // Elements may stand for markup in the text of the document, which then is part of the digest.
+    // Elements may represent markup in the text of the document, which is then part of the digest.
     return !Source.isEmpty() && IsSourceComplete && !(HasSourceMarkup && IsDigest(Id));
 }
 
@@ -178,7 +178,8 @@ void XliffDocument::ReadUnit(int element)
     mUnits.append(unit);
 }
 
-/// The tree lacks the white space between inline elements, and does not know what they stand for.
+/// Reads sources and targets with inline elements from the text, because the tree drops the white space
+/// between elements.
 void XliffDocument::ReadInlineTexts()
 {
     const QList<XmlSource::Element>& elements = mSource.GetElements();
@@ -220,7 +221,7 @@ UnitReachability XliffDocument::ClassifyUnit(const XliffUnit& unit) const
     return mReadFiles.value(file.Key, -1) == unit.File ? UnitReachability::Found : UnitReachability::Replaced;
 }
 
-/// Whether the reader takes the file at all: it passes over one whose first child holds no element.
+/// Returns whether the library reads the file. It skips files whose first child contains no element.
 bool XliffDocument::HasUnits(const XliffFile& file) const
 {
     const QList<XmlSource::Element>& elements = mSource.GetElements();
@@ -289,15 +290,16 @@ QString XliffDocument::Escape(const QString& text, bool isAttribute) const
     return result;
 }
 
-/// Plain text, or a CDATA section where the reader would drop the text (white space) or unwrap it (a mark).
+/// Returns the text with references, or in a CDATA section if the library would otherwise drop it (white
+/// space) or remove its mark.
 QString XliffDocument::EscapeContent(const QString& text) const
 {
     QString copy = text;
     const bool isPlain = !IsBlank(text) && !mSource.GetFiler().StripTr(copy);
     if (isPlain)
         return Escape(text, false);
-    // A CDATA section contains no references, and of two sections the reader takes the first. A mark around
-    // the text, which the reader unwraps, has neither limit.
+    // A CDATA section cannot contain references, and the library reads only the first of two sections.
+    // Another mark around the text, which the library removes, has neither limit.
     if (text.contains("]]>"_L1) || text.contains(u'\r') || !mSource.CanEncode(text))
         return Escape("tr("_L1 + text + u')', false);
     return "<![CDATA["_L1 + text + "]]>"_L1;
@@ -357,7 +359,7 @@ QStringView XliffDocument::GetContentText(int element) const
     return RawText(e.TagEnd, e.ContentEnd);
 }
 
-/// The end of what stands in a start tag: before '>' or '/>' and white space.
+/// Returns the end of the attributes in a start tag: the place before white space and '>' or '/>'.
 qsizetype XliffDocument::TagContentEnd(int element) const
 {
     const XmlSource::Element& e = mSource.GetElements().at(element);
@@ -466,7 +468,7 @@ void XliffDocument::AddUnits(const XliffFile& file, const XliffUnit* behind, con
         QString text;
         for (const NewUnit& unit : units)
             text += ComposeUnit(unit, IndentOf(next)) + mLineEnd;
-        // A first unit that is being removed goes with the whole of its line.
+        // If the first unit is removed too, its whole line is removed, so insert before the line.
         const qsizetype lineStart = LineStartOf(next);
         const bool beginsLine = IsBlank(RawText(lineStart, elements.at(next).Begin));
         Insert(beginsLine ? lineStart : elements.at(next).Begin, text);
@@ -535,7 +537,7 @@ void XliffDocument::SortEdits(QList<Edit>& edits)
                      [](const Edit& a, const Edit& b) { return a.Begin < b.Begin; });
 }
 
-/// The text from \p begin to \p end, with those of the sorted edits that begin in it.
+/// Returns the text from \p begin to \p end, with those of the sorted edits that begin in this range.
 QString XliffDocument::Apply(const QList<Edit>& edits, qsizetype begin, qsizetype end) const
 {
     QString result;
@@ -589,7 +591,7 @@ QString XliffDocument::GetChanged() const
 QByteArray XliffDocument::GetContent(const QString& path) const
 {
     const QString text = GetChanged();
-    // A mistake of ours must never cost anybody's translations.
+    // Protect translations from errors in this program: never replace a file with one that does not load.
     if (Util::XmlFiler probe; !probe.LoadFromXmlString(text))
         throw Failure(path, u"would not load after the change; what was there is kept"_s);
     return mSource.Encode(text);

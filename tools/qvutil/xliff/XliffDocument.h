@@ -14,28 +14,28 @@
 
 namespace Quorvin::Tool {
 
-/// The name of an element without the prefix of its namespace.
+/// Returns the name of an element without its namespace prefix.
 [[nodiscard]] QStringView LocalName(QStringView name);
-/// The key under which the library files a document's units: its file name without folders, in lower case.
+/// Returns the key of a document: its file name without folders, in lower case.
 [[nodiscard]] QString DocumentKey(const QString& path);
-/// The id of the unit for a text, by which the library finds its translation: the digest of the text.
+/// Returns the id under which the library finds the unit of a text: the digest of the text.
 [[nodiscard]] QString UnitId(const QString& source);
-/// Languages are written "de-AT", "de_AT" or "DE-at".
+/// Compares language codes. "de-AT", "de_AT" and "DE-at" are the same language.
 [[nodiscard]] bool IsSameLanguage(const QString& a, const QString& b);
 
-/// Whether the library's translator finds a unit, and if not, why.
+/// Whether the library finds a unit, or the reason why not.
 enum class UnitReachability {
     Found,
-    NoFileName, ///< its `file` element has no "original" that ends in a file name
-    BodyNotFirst, ///< another element, such as a header, stands before the body
+    NoFileName, ///< the "original" of its `file` element does not end in a file name
+    BodyNotFirst, ///< another element, such as a header, is before the body
     Nested, ///< it is in a group, not directly in the body
-    Replaced, ///< a later `file` element of the same file name takes the place of its own
+    Replaced, ///< a later `file` element has the same file name
 };
 
-/// How far the translation of a unit is.
+/// The progress of a unit's translation.
 enum class UnitProgress {
-    Empty, ///< no target: the reader shows the id
-    Unfinished, ///< a target whose state says that it still needs work
+    Empty, ///< no target: the library returns the id
+    Unfinished, ///< the state of the target is "new" or "needs-…", and the unit is not approved
     Finished,
 };
 
@@ -45,63 +45,62 @@ struct XliffUnit
     int Element = 0;
     int SourceElement = -1;
     int TargetElement = -1; ///< -1 if there is none
-    int File = -1; ///< index of its file; -1 if it is in none
-    QString Id; ///< as the reader takes it
+    int File = -1; ///< index of its file; -1 if it is not in a file
+    QString Id; ///< as the library reads it
     QString Source;
-    bool IsSourceComplete
-        = true; ///< false if an inline element stands for text that the file does not contain
+    bool IsSourceComplete = true; ///< false if an inline element represents text that is not in the file
     bool HasSourceMarkup = false; ///< whether the source contains elements
-    QString Target; ///< as the reader takes it
-    QString WholeTarget; ///< all text in the target, markup removed
+    QString Target; ///< as the library reads it
+    QString WholeTarget; ///< all text in the target, without markup
     bool IsTargetComplete = true; ///< like IsSourceComplete
     QString State; ///< the attribute of the target
     bool IsApproved = false;
     UnitReachability Reachability = UnitReachability::Found;
 
     [[nodiscard]] UnitProgress GetProgress() const;
-    /// Whether the target was only filled in for the time being.
+    /// Returns whether the target still needs to be translated, as after `xliff fill`.
     [[nodiscard]] bool IsFilledIn() const;
-    /// Whether the id is known not to be the one under which the reader looks for the source.
+    /// Returns whether the library certainly does not find the source under this id.
     [[nodiscard]] bool HasWrongId() const;
     /// Returns whether the right id certainly is the digest of Source.
     [[nodiscard]] bool CanCorrectId() const;
 };
 
-/// A child of the root: a `file` element, but the reader takes any.
+/// A child of the root. The library accepts any name, not only `file`.
 struct XliffFile
 {
     int Element = 0;
-    QString Original; ///< as the reader takes it
+    QString Original; ///< as the library reads it
     QString Key; ///< see DocumentKey
     QString SourceLanguage;
     QString TargetLanguage;
-    int FirstChild = -1; ///< what the reader takes for the body; -1 if there is none
-    int Body = -1; ///< the element named so; -1 if there is none
-    QList<int> Units; ///< indexes of all its units, wherever they are
+    int FirstChild = -1; ///< the element in which the library finds units; -1 if there is none
+    int Body = -1; ///< the element with the name `body`; -1 if there is none
+    QList<int> Units; ///< indexes of all units in the file, even if the library does not find them
 };
 
-/// What a new unit holds.
+/// The content of a new unit.
 struct NewUnit
 {
     QString Source;
     QString Target; ///< empty for none
-    int Line = 0; ///< where the text is in its document; 0 for not said
+    int Line = 0; ///< line of the text in its document; 0 for no line
 };
 
-/// An XLIFF 1.2 file: its units as the library's translator sees them, and changes to its text.
+/// An XLIFF 1.2 file: its units as the library sees them, and changes to its text.
 ///
-/// Changes are made to the text itself, so that everything they do not concern stays as it is, to the byte:
-/// notes, comments, attributes and their order, indentation, line ends, the encoding. They show in GetChanged
-/// at once, but not in the units: load again to see them there.
+/// Changes are made in the text itself, so that the rest of the file stays the same to the byte: notes,
+/// comments, attributes and their order, indentation, line ends and encoding. GetChanged returns the text
+/// with all changes; the units do not change until the file is loaded again.
 class XliffDocument
 {
 public:
-    /// Makes an XLIFF file without content.
+    /// Creates an XLIFF file without content.
     XliffDocument();
-    /// Loads a file; throws Failure if it cannot be read, or is no XLIFF 1.
+    /// Loads a file; throws Failure if it cannot be read or is not XLIFF 1.
     explicit XliffDocument(const InputFile& file);
 
-    /// How to call the file in messages.
+    /// Returns the name of the file for messages.
     [[nodiscard]] const QString& GetName() const { return mName; }
     [[nodiscard]] const QList<XliffFile>& GetFiles() const { return mFiles; }
     [[nodiscard]] const QList<XliffUnit>& GetUnits() const { return mUnits; }
@@ -109,30 +108,32 @@ public:
     [[nodiscard]] int GetParent(int element) const { return mSource.GetElements().at(element).Parent; }
     [[nodiscard]] const XmlSource& GetSource() const { return mSource; }
     [[nodiscard]] const QString& GetLineEnd() const { return mLineEnd; }
-    /// The white space before an element that begins its line; nothing before another.
+    /// Returns the indentation of an element; an empty text if something else precedes the element in its
+    /// line.
     [[nodiscard]] QString IndentOf(int element) const;
+    /// Returns the additional indentation of a child element.
     [[nodiscard]] QString IndentStep() const;
 
-    /// Whether a unit's target has no content but white space.
+    /// Returns whether a unit has no target, or one that contains only white space.
     [[nodiscard]] bool IsTargetBlank(const XliffUnit& unit) const;
-    /// Whether a unit's target contains text or elements, even if the reader finds no text in it.
+    /// Returns whether a unit's target contains text or elements, even if the library reads no text in it.
     [[nodiscard]] bool HasTarget(const XliffUnit& unit) const;
-    /// The content of an element as it is written.
+    /// Returns the content of an element as it is written.
     [[nodiscard]] QStringView GetContentText(int element) const;
 
-    /// Gives a unit a target, or replaces the content of the one it has. Comments move behind the target.
+    /// Adds a target to a unit, or replaces the content of its target. Comments move behind the target.
     void SetTarget(const XliffUnit& unit, const QString& text, const QString& state);
-    /// Sets the state of an existing target. A state that says that work remains also takes the approval from
-    /// the unit; any other state approves it: Qt Linguist and others go by that alone.
+    /// Sets the state of an existing target. Also sets `approved` of the unit, because some programs, such as
+    /// Qt Linguist, ignore the state: "no" for the states "new" and "needs-…", "yes" for all others.
     void SetState(const XliffUnit& unit, const QString& state);
-    /// Replaces the content of a target, which keeps its attributes.
-    /// \param behind  comments to put behind the target
+    /// Replaces the content of a target and keeps its attributes.
+    /// \param behind  comments to insert behind the target
     void SetTargetContent(const XliffUnit& unit, const QString& text, const QStringList& behind);
-    /// Says whether the translation of a unit is finished.
+    /// Sets the `approved` attribute of a unit.
     void SetApproved(const XliffUnit& unit, bool isApproved);
-    /// Gives a unit the id under which the reader finds its source.
+    /// Sets the id of a unit to the one under which the library finds its source.
     void SetId(const XliffUnit& unit);
-    /// Notes in which line of the document a unit's text is. \return false if it is noted already
+    /// Records the line of a unit's text in its document. \return false if nothing changed
     bool SetLine(const XliffUnit& unit, int line);
     void SetTargetLanguage(const XliffFile& file, const QString& language);
     /// Adds units to a file, behind one of its units, or before all others if \p behind is null.
@@ -144,19 +145,19 @@ public:
     void SetAttribute(int element, QStringView name, const QString& value);
     /// Adds text behind the last child of an element that has children.
     void AppendText(int element, const QString& text);
-    /// Returns a part of the text with all changes that begin in it.
+    /// Returns a part of the text, with the changes that begin in it.
     [[nodiscard]] QString GetRange(qsizetype begin, qsizetype end);
-    /// Replaces an element and all changes in it; with nothing, the lines that it fills are removed as well.
+    /// Replaces an element and all changes in it. If \p text is empty, also removes the lines of the element.
     void ReplaceElement(int element, const QString& text);
 
     [[nodiscard]] bool IsChanged() const { return !mEdits.isEmpty() || !mAppended.isEmpty(); }
-    /// The text with all changes.
+    /// Returns the text with all changes.
     [[nodiscard]] QString GetChanged() const;
-    /// Returns what Save writes. Throws Failure if it would not load.
-    /// \param path  name of the file for the failure
+    /// Returns the bytes that Save writes. Throws Failure if they would not load.
+    /// \param path  name of the file for the error message
     [[nodiscard]] QByteArray GetContent(const QString& path) const;
-    /// Writes the changed text to a file, which holds the old content or the new one whatever happens in
-    /// between; throws Failure if it stays the old one.
+    /// Writes the changed text to a file with an atomic write. Throws Failure if that fails; the file then
+    /// has its old content.
     void Save(const QString& path) const;
 
 private:
@@ -199,10 +200,10 @@ private:
     QString mLineEnd;
     QList<XliffFile> mFiles;
     QList<XliffUnit> mUnits;
-    QHash<QString, int> mReadFiles; // by the key: of several files, the reader uses the last that holds units
+    QHash<QString, int> mReadFiles; // by key: the library uses the last file with units
     QList<Edit> mEdits;
     bool mIsSorted = true;
-    QMap<int, QStringList> mAppended; // new children, by the element that gets them
+    QMap<int, QStringList> mAppended; // new children, by parent element
 };
 
 } // namespace Quorvin::Tool

@@ -83,7 +83,7 @@ private:
         }
     }
 
-    /// The file element of our language that the reader uses for a key: the last one with units.
+    /// Returns the file element for a key in the target language: the last one with units, as in the library.
     [[nodiscard]] const XliffFile* FindFile(const QString& key) const
     {
         const XliffFile* found = nullptr;
@@ -97,7 +97,8 @@ private:
         return found;
     }
 
-    /// A document that was not read may still exist, unless it would have been met on the way.
+    /// Returns whether a document no longer exists. Only documents below the folders of this run can be known
+    /// to be missing.
     [[nodiscard]] bool HasVanished(const XliffFile& file) const
     {
         if (mGiven.contains(file.Key) || file.Key.isEmpty() || !IsOurs(file)
@@ -140,10 +141,10 @@ private:
             mXliff.SetTargetLanguage(file, mOptions.TargetLanguage);
 
         QHash<QString, int> byId;
-        QHash<QString, int> bySource; // those with a wrong id, which the reader does not find
+        QHash<QString, int> bySource; // units with a wrong id, which the library does not find
         for (const int index : file.Units) {
             const XliffUnit& unit = mXliff.GetUnits().at(index);
-            byId.insert(unit.Id, index); // of several, the reader uses the last
+            byId.insert(unit.Id, index); // the library uses the last of several
             if (unit.Id != UnitId(unit.Source))
                 bySource.insert(unit.Source, index);
         }
@@ -185,7 +186,7 @@ private:
             mXliff.SetLine(unit, text.Where.Line);
     }
 
-    /// New units go behind the unit of the text before them; not into a group, where they would not be found.
+    /// Returns whether new units may be inserted behind a unit. In a group, the library would not find them.
     [[nodiscard]] bool IsAnchor(const XliffUnit& unit, const XliffFile& file) const
     {
         return mXliff.GetParent(unit.Element) == file.Body;
@@ -195,7 +196,7 @@ private:
     {
         for (const int index : file.Units) {
             const XliffUnit& unit = mXliff.GetUnits().at(index);
-            // A unit with a wrong id beside the right one is not gone, and is for check to report.
+            // The text of a unit with a wrong id still exists. `xliff check` reports such units.
             if (mUsed.contains(index) || ids.contains(unit.Id) || ids.contains(UnitId(unit.Source)))
                 continue;
             report.Vanished.append({unit.Source, unit.Target, mXliff.GetPlace(unit.Element)});

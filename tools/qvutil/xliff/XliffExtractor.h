@@ -15,12 +15,12 @@ namespace Quorvin::Tool {
 
 struct ExtractionOptions
 {
-    QString SourceLanguage; ///< empty for the one that the file has, or "en"
-    QString TargetLanguage; ///< empty for the one that the file has
-    QStringList Folders; ///< a document that is missing below one of these has vanished
-    bool Prune = false; ///< remove what has vanished
-    bool Reuse = false; ///< begin a new unit with the target that its text has in another document
-    bool Locations = true; ///< note the line of each text
+    QString SourceLanguage; ///< empty for the language in the file, or "en"
+    QString TargetLanguage; ///< empty for the language in the file
+    QStringList Folders; ///< missing documents below these folders have vanished
+    bool Prune = false; ///< whether to remove vanished units and documents
+    bool Reuse = false; ///< whether new units get the target of the same text in another document
+    bool Locations = true; ///< whether to record the line of each text
 };
 
 /// A unit whose text is no longer in its document.
@@ -28,25 +28,25 @@ struct VanishedUnit
 {
     QString Source;
     QString Target;
-    Place Where; ///< in the XLIFF file as it was
+    Place Where; ///< in the XLIFF file before the update
 };
 
-/// What the update of one document's units came to.
+/// The changes to the units of one document.
 struct DocumentReport
 {
-    QString Document; ///< the "original"
-    bool IsGone = false; ///< the document itself has vanished
+    QString Document; ///< the `original` attribute
+    bool IsGone = false; ///< whether the document itself has vanished
     int Kept = 0;
-    int Corrected = 0; ///< kept, with a wrong id put right
-    int Unreachable = 0; ///< kept, but where the reader does not find them
+    int Corrected = 0; ///< number of kept units whose id was corrected
+    int Unreachable = 0; ///< number of kept units that the library does not find
     QStringList New;
-    int Reused = 0; ///< how many of the new ones have a target already
+    int Reused = 0; ///< number of new units that got a target
     QList<VanishedUnit> Vanished;
 };
 
-/// Brings an XLIFF file up to date with the texts of documents: adds units for new texts, puts ids right, and
-/// tells, or removes, what has vanished. Units of documents that were not given stay as they are.
-/// Throws Failure if the file is for other languages.
+/// Updates an XLIFF file with the texts of documents: adds units for new texts, corrects ids, and reports or
+/// removes units whose texts have vanished. Units of other documents stay as they are. Throws Failure if the
+/// file is for other languages.
 [[nodiscard]] QList<DocumentReport> UpdateXliff(XliffDocument& xliff, const QList<DocumentTexts>& documents,
                                                 const ExtractionOptions& options);
 

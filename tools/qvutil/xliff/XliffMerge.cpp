@@ -38,7 +38,7 @@ bool AgreeTargets(const LanguagePair& a, const LanguagePair& b)
     return a.Target.isEmpty() || b.Target.isEmpty() || IsSameLanguage(a.Target, b.Target);
 }
 
-/// Sources are compared word for word, so "en" and "en-US" are the same language here.
+/// Regions are ignored, so "en" and "en-US" agree: only units with exactly the same source are merged.
 bool AgreeSources(const LanguagePair& a, const LanguagePair& b)
 {
     const auto primary
@@ -69,13 +69,13 @@ QString TextOf(const XliffUnit& unit)
     return Util::XmlFiler().StripTr(text) && text == unit.Target ? text : unit.WholeTarget;
 }
 
-/// Whether a translation needs no more work.
+/// Returns whether a translation is finished.
 bool IsFinished(const XliffUnit& unit)
 {
     return unit.IsApproved || !unit.State.startsWith("needs-"_L1);
 }
 
-/// The state to write for a translation that is taken over.
+/// Returns the state to write for a translation from another file.
 QString StateOf(const XliffUnit& unit)
 {
     if (!IsFinished(unit))
@@ -102,7 +102,7 @@ public:
     {
         for (const XliffDocument* other : others)
             CollectOffers(*other);
-        // The translation in the same document comes first, whichever file has it.
+        // Translations in the same document come first, even if an earlier file has one in another document.
         for (const Source& source : std::as_const(mSources))
             TakeByDocument(source);
         for (const Source& source : std::as_const(mSources))
@@ -110,7 +110,7 @@ public:
         mResult.Unknown.removeDuplicates();
         for (qsizetype i = 0; i < mCurrent.size(); ++i)
             WriteUnit(i);
-        // What one file could not give may have come from a later one.
+        // A later file may have provided a translation that an earlier one could not.
         mResult.Notes.removeIf(
             [this](const MergeNote& note) { return note.IsPartial && mIsDecided.contains(note.Unit); });
         std::stable_sort(
@@ -130,7 +130,8 @@ private:
         Offers ByText;
     };
 
-    /// Of several with one key, the last finished one counts; the last one if none is finished.
+    /// Registers a unit under a key. The last finished unit of a key counts, or the last unit if none is
+    /// finished.
     static void Offer(Offers& offers, const QString& key, const XliffUnit& unit)
     {
         const XliffUnit*& known = offers[key];
@@ -195,14 +196,14 @@ private:
         }
     }
 
-    /// Whether a unit has a translation, its own or one that was taken.
+    /// Returns whether a unit has a translation, from this file or another.
     [[nodiscard]] bool HasTranslation(qsizetype index) const
     {
         const XliffUnit& unit = mCurrent.at(index);
         return mXliff.HasTarget(unit) && !unit.IsFilledIn();
     }
 
-    /// The target for people.
+    /// Returns the target for messages.
     [[nodiscard]] static QString TargetText(const XliffDocument& xliff, const XliffUnit& unit)
     {
         const bool isMarkup = unit.WholeTarget.trimmed().isEmpty() && unit.TargetElement >= 0;
@@ -279,11 +280,11 @@ private:
 
     XliffDocument& mXliff;
     const MergeOptions& mOptions;
-    QList<XliffUnit> mCurrent; // the units, with what they have got so far
+    QList<XliffUnit> mCurrent; // the units with the changes so far
     QSet<QString> mKnown; // sources
-    QSet<qsizetype> mIsReplaced; // units that get another target
-    QSet<qsizetype> mIsConfirmed; // units that get another state
-    QSet<qsizetype> mIsDecided; // units whose target is that of one of the other files
+    QSet<qsizetype> mIsReplaced; // units whose target is replaced
+    QSet<qsizetype> mIsConfirmed; // units of which only the state changes
+    QSet<qsizetype> mIsDecided; // units whose target agrees with one of the other files
     QList<Source> mSources;
     MergeResult mResult;
 };

@@ -14,7 +14,7 @@ namespace Quorvin::Tool {
 struct MergeOptions
 {
     bool PrefersOther = false; ///< whether the other file wins a conflict
-    bool Reuse = false; ///< whether a text may get the translation that it has in another document
+    bool Reuse = false; ///< whether to use translations of the same text in other documents
 };
 
 /// A unit for which another file has a translation.
@@ -22,14 +22,15 @@ struct MergeNote
 {
     Place Where;
     QString Source;
-    QString Before; ///< the target before; its markup if that is all it has
+    QString Before; ///< the target before the merge; its markup if it contains no text
     QString OtherFile;
     Place OtherPlace;
-    QString Other; ///< like Before, in the other file
+    QString Other; ///< the target in the other file, like Before
     qsizetype Unit = 0; ///< index of the unit
-    bool IsConflict = false; ///< both have a translation, and they differ
-    bool IsTaken = false; ///< whether the unit got the other target or its state
-    /// Whether the other target would have been taken if it had no element that stands for unknown text.
+    bool IsConflict = false; ///< whether both files have a translation, and they differ
+    bool IsTaken = false; ///< whether the unit got the target or the state of the other file
+    /// Whether the other target was not taken only because an element in it represents text that is not in
+    /// the file.
     bool IsPartial = false;
 };
 
@@ -37,16 +38,18 @@ struct MergeResult
 {
     QList<MergeNote> Notes; ///< in the order of the units
     qsizetype Taken = 0; ///< number of changed units
-    QStringList Unknown; ///< translated texts of the others that the file does not have
+    QStringList Unknown; ///< translated texts that are only in the other files
 };
 
-/// Takes over translations from other files. Texts are matched by document and source, whether the reader
-/// finds them or not, and whatever their ids are.
+/// Adds translations from other files. Units are matched by document and source. Their ids do not matter, and
+/// the library need not find them.
 ///
-/// A unit without a translation gets that of the first other file that has one, with its state. If the
-/// targets are equal, a finished one confirms an unfinished one. A finished target stays if the other is
-/// unfinished. All others that differ are conflicts. If the other files win conflicts, the first of them
-/// does. Throws Failure if another file translates from or into another language.
+/// - A unit without a translation gets that of the first other file that has one, with its state.
+/// - If the targets are equal and only the one in the other file is finished, the unit gets its state.
+/// - A finished target is kept if the target in the other file is unfinished.
+/// - All other differences are conflicts. The first of the other files wins them if PrefersOther is set.
+///
+/// Throws Failure if another file translates from or into another language.
 [[nodiscard]] MergeResult MergeXliff(XliffDocument& xliff, const QList<const XliffDocument*>& others,
                                      const MergeOptions& options);
 

@@ -34,7 +34,7 @@ bool IsBlank(QStringView text)
     return text.trimmed().isEmpty();
 }
 
-/// Text whose parts are put together in a new order. Of the white space at the joints, the last one counts.
+/// Joins parts of the text in a new order. If two pieces of white space meet, the last one is kept.
 class JoinedText
 {
 public:
@@ -44,7 +44,7 @@ public:
         mSpace.clear();
     }
 
-    /// Adds what stands between two elements: white space and comments.
+    /// Adds the white space and comments between two elements.
     void AddGap(const QString& gap)
     {
         const QStringView content = QStringView(gap).trimmed();
@@ -61,7 +61,7 @@ public:
         mSpace = gap.mid(begin + content.size());
     }
 
-    /// Ends with white space in place of that at the last joint.
+    /// Returns the text with \p end. \p space replaces the white space that was added last.
     [[nodiscard]] QString Finish(const QString& space, const QString& end) const
     {
         return mText + space + end;
@@ -73,12 +73,12 @@ private:
     QString mSpace; // not in the text yet
 };
 
-/// The `file` elements that become one.
+/// The `file` elements that are joined.
 struct FileGroup
 {
-    QList<int> Files; ///< indexes; the first one stays
-    int Container = -1; ///< the element of the first file that holds the units: its body
-    QList<int> Units; ///< indexes of all units, in the order in which the reader comes upon them
+    QList<int> Files; ///< indexes; the others are joined to the first
+    int Container = -1; ///< the element of the first file that contains the units: its body
+    QList<int> Units; ///< indexes of all units, in the order of the library
 };
 
 class Repair
@@ -240,7 +240,7 @@ private:
             group.Units += Files().at(index).Units;
         const XliffFile& first = Files().at(files.constFirst());
         group.Container = first.Body;
-        // The reader takes a body by any name.
+        // The library accepts a body with any name.
         const auto isFound = [&](int unit) {
             return first.FirstChild >= 0 && mElements.at(Units().at(unit).Element).Parent == first.FirstChild;
         };
@@ -285,7 +285,7 @@ private:
                   .sliced(attribute->ValueBegin, attribute->ValueEnd - attribute->ValueBegin);
     }
 
-    /// The attributes of an element for people, each after a blank.
+    /// Returns the attributes of an element for a message, each after a space.
     [[nodiscard]] QString AttributesOf(int element, const QList<QStringView>& except) const
     {
         QString result;
@@ -332,14 +332,15 @@ private:
             : u"an element in its source stands for text that the file does not contain"_s;
     }
 
-    /// Whether the target contains an element that stands for unknown text, so that it stays as it is.
+    /// Returns whether the target cannot be corrected, because an element in it represents text that is not
+    /// in the file.
     [[nodiscard]] bool IsTargetLeft(const XliffUnit& unit) const
     {
         const auto text = mTexts.constFind(unit.TargetElement);
         return text != mTexts.cend() && !text->Unknown.isEmpty();
     }
 
-    /// Whether the reader will not find the unit.
+    /// Returns whether the library will not find the unit after the repair.
     [[nodiscard]] bool IsUnreachable(const XliffUnit& unit) const
     {
         return unit.File < 0 || Files().at(unit.File).Key.isEmpty() || mLeftFiles.contains(unit.File);
@@ -350,7 +351,7 @@ private:
         return unit.HasWrongId() && unit.CanCorrectId() ? UnitId(unit.Source) : unit.Id;
     }
 
-    /// Whether the reader takes only a part of the target, or nothing although it has a text.
+    /// Returns whether the library reads only a part of the target, or nothing although it contains text.
     [[nodiscard]] static bool IsCut(const XliffUnit& unit)
     {
         QString unwrapped = unit.WholeTarget;
@@ -409,7 +410,7 @@ private:
         return unit.GetProgress();
     }
 
-    /// Which of several units with one id the reader is to find: the one that it finds now, if that has a
+    /// Chooses the unit to keep of several with the same id: the one that the library finds now, if it has a
     /// target.
     [[nodiscard]] int ChooseUnit(const QList<int>& units) const
     {
@@ -447,7 +448,8 @@ private:
         LeaveSameIds(group);
     }
 
-    /// Units with the same key are joined. The source belongs to it: ids that are no digests say little.
+    /// Returns the key by which units are joined. It contains the source, because ids that are not digests
+    /// may be the same by accident.
     [[nodiscard]] QString JoinKey(const XliffUnit& unit) const
     {
         const QString source
@@ -455,7 +457,7 @@ private:
         return FinalId(unit) + u'\n' + source;
     }
 
-    /// Leaves units that the reader takes for one although their sources differ.
+    /// Reports units with the same id but different sources, of which the library finds only one.
     void LeaveSameIds(const FileGroup& group)
     {
         QHash<QString, int> last; // by the id
@@ -466,7 +468,7 @@ private:
         for (const int index : group.Units) {
             const XliffUnit& unit = Units().at(index);
             const int found = last.value(FinalId(unit), index);
-            // Those whose ids are known to be wrong are left for that reason.
+            // Wrong ids that cannot be corrected are reported by CorrectIds.
             if (mIsDropped.at(unit.Element) || mTargets.at(found) == mTargets.at(index) || unit.HasWrongId())
                 continue;
             mLeftUnits.insert(unit.Element);
@@ -482,7 +484,7 @@ private:
         return unit.TargetElement < 0 ? QStringView() : mXliff.GetContentText(unit.TargetElement).trimmed();
     }
 
-    /// An element as it is written, without the units in it.
+    /// Returns an element as it is written, without the units in it.
     [[nodiscard]] QString CopyOf(int element)
     {
         const XmlSource::Element& e = mElements.at(element);
@@ -494,12 +496,12 @@ private:
         return copy;
     }
 
-    /// Takes out a unit. \return what the unit that is kept gets from it
+    /// Drops a unit. \return the content to add to the unit that is kept
     QString JoinUnit(const XliffUnit& unit, const QString& target, int kept)
     {
         const XliffUnit& other = Units().at(kept);
         mIsDropped[unit.Element] = true;
-        // The unit that is kept has a target, since the targets differ. It may lack a source.
+        // The unit that is kept has a target, because the targets differ. It may have no source.
         const QString indent
             = SpaceBefore(other.SourceElement >= 0 ? other.SourceElement : other.TargetElement);
         const QStringView content = TargetContent(unit);
@@ -581,7 +583,7 @@ private:
             visit(child);
     }
 
-    /// The next element that is not in another one.
+    /// Returns the number of the next element that is not inside this one.
     [[nodiscard]] int NextAfter(int element) const
     {
         const auto next = std::lower_bound(
@@ -624,7 +626,7 @@ private:
         return mXliff.GetLineEnd() + mXliff.IndentOf(element);
     }
 
-    /// Calls `gap(text)` and `visit(child)` for all that an element contains, in turn.
+    /// Calls `visit(child)` for the children of an element, and `gap(text)` before, between and after them.
     template <typename Gap, typename Visitor>
     void ForEachPart(int element, const Gap& gap, const Visitor& visit)
     {
@@ -638,7 +640,7 @@ private:
         gap(mXliff.GetRange(position, e.ContentEnd));
     }
 
-    /// The element without the units in it; those are added to mMoved.
+    /// Returns an element without the units in it, and adds these to mMoved.
     [[nodiscard]] QString WithoutUnits(int element)
     {
         const XmlSource::Element& e = mElements.at(element);
@@ -654,13 +656,13 @@ private:
                 else
                     text.AddElement(WithoutUnits(child));
             });
-        return text.Finish(mXliff.GetRange(e.ContentEnd, e.End)); // with what is appended to the content
+        return text.Finish(mXliff.GetRange(e.ContentEnd, e.End)); // includes text appended to the content
     }
 
     void AddUnit(JoinedText& text, int element)
     {
         const QList<int> before = std::exchange(mMoved, {});
-        const QString unit = WithoutUnits(element); // it may have others in it, against the rules
+        const QString unit = WithoutUnits(element); // it may contain other units, although XLIFF forbids that
         if (!mIsDropped.at(element))
             text.AddElement(unit);
         for (const int inner : std::exchange(mMoved, before)) {
@@ -678,7 +680,7 @@ private:
                 u"moved into the body: the reader finds them there only"_s, source);
     }
 
-    /// Adds the content of a body. Groups in it open: their units follow what else they have.
+    /// Adds the content of a body. The units of groups move out of the groups.
     void AddBody(JoinedText& text, int body)
     {
         ForEachPart(
@@ -722,7 +724,7 @@ private:
             });
     }
 
-    /// Passes on to units what their groups say about them.
+    /// Copies attributes of groups to the units in them.
     void InheritAttributes(const FileGroup& group)
     {
         for (const int index : group.Units) {
@@ -781,7 +783,7 @@ private:
             replaced.append({Files().at(group.Files.at(i)).Element, QString()});
     }
 
-    /// Adds a child of a file, to the body or behind it.
+    /// Adds a child of a file to the body or behind it.
     void AddFilePart(const FileGroup& group, int child, JoinedText& body, JoinedText& rest)
     {
         const XmlSource::Element& e = mElements.at(child);
@@ -805,17 +807,17 @@ private:
     XliffDocument& mXliff;
     bool mApproves;
     const QList<XmlSource::Element>& mElements;
-    QList<int> mUnitOf; // by the element: index of the unit, or -1
-    QList<bool> mHoldsUnits; // by the element
-    QList<bool> mIsDropped; // by the element: units that have been joined to others
-    QStringList mTargets; // of the units, as they will be
-    QHash<int, InlineText> mTexts; // of targets that the reader does not take as a whole
+    QList<int> mUnitOf; // by element: index of the unit, or -1
+    QList<bool> mHoldsUnits; // by element
+    QList<bool> mIsDropped; // by element: whether it is a unit that was joined to another
+    QStringList mTargets; // of the units, after the repair
+    QHash<int, InlineText> mTexts; // of targets that the library does not read completely
     QSet<int> mHasLanguage;
     QSet<int> mHasSourceLanguage;
     QSet<int> mLeftUnits; // elements of units that share their id with a unit of another source
     QSet<int> mLeftFiles; // whose units the reader does not find because of another language
     QList<FileGroup> mGroups;
-    QList<int> mMoved; // units that are still to be put somewhere
+    QList<int> mMoved; // units that have left their place and must be inserted in the body
     QList<RepairNote> mNotes;
 };
 

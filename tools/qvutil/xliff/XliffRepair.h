@@ -12,30 +12,30 @@
 
 namespace Quorvin::Tool {
 
-/// Something that a repair has changed, or could not change.
+/// A change by a repair, or a problem that it could not fix.
 struct RepairNote
 {
-    Place Where; ///< in the file as it was
+    Place Where; ///< in the file before the repair
     QStringView Kind;
     QString What;
     QString Why;
-    QString Shared; ///< see PlaceLine; empty if it concerns no other place
-    QString Source; ///< the text concerned; may be empty
-    bool IsLeft = false; ///< whether it is left for a person
+    QString Shared; ///< see PlaceLine; may be empty
+    QString Source; ///< the text to translate; may be empty
+    bool IsLeft = false; ///< whether the problem was not fixed
 };
 
-/// Changes an XLIFF file so that the library's translator finds every unit with the whole of its target:
+/// Changes an XLIFF file so that the library finds every unit with its complete target:
 ///
-/// - What stands before a body goes behind it. Units in groups and elsewhere move into the body.
-/// - `file` elements with the same file name become one.
-/// - An id becomes the digest of its source.
-/// - Units with the same id and source but different targets become one. It keeps the other targets as
+/// - Elements before the body move behind it. Units in groups and elsewhere move into the body.
+/// - `file` elements with the same file name are joined.
+/// - Ids are replaced with the digests of the sources.
+/// - Units with the same id and source are joined if their targets differ. The other targets become
 ///   alternatives.
 /// - Targets with inline elements or comments become plain text.
 ///
-/// \param approves  whether to write the progress for other programs as well: approved="yes" for each unit
-///                  with a finished target
-/// \return the changes, and what is left, in the order of their places
+/// \param approves  whether to set `approved` too, by which other programs show progress: "yes" for units
+///                  with a finished target, "no" for units without a target
+/// \return the changes, and the problems that were not fixed, in the order of their places
 [[nodiscard]] QList<RepairNote> RepairXliff(XliffDocument& xliff, bool approves);
 
 } // namespace Quorvin::Tool

@@ -33,7 +33,7 @@ public:
         Util::Internal::ConfigureXmlReader(mReader);
     }
 
-    /// \return false if there is an element that the text does not spell out: it comes from an entity
+    /// \return false if an element comes from an entity, so that it has no place in the text
     bool Run()
     {
         while (!mReader.atEnd()) {
@@ -46,9 +46,9 @@ public:
     }
 
 private:
-    /// Finds the tag that the reader has just read. Inside an entity, the reader's offset is that of the end
-    /// of the reference.
-    /// \return the offset of its '<', of which a tag has only one; -1 if the text has no such tag there
+    /// Finds the tag that the reader has just read. Inside an entity, the reader's offset is the end of the
+    /// reference.
+    /// \return the offset of '<', which occurs only once in a tag; -1 if the tag is not in the text
     [[nodiscard]] qsizetype FindTag(QLatin1StringView start) const
     {
         const qsizetype begin = mText.lastIndexOf(u'<', mReader.characterOffset() - 1);
@@ -100,7 +100,7 @@ private:
     bool EndElement()
     {
         XmlSource::Element& element = mElements[mOpen.takeLast()];
-        if (element.TagEnd == mReader.characterOffset()) // an empty element has no end tag
+        if (element.TagEnd == mReader.characterOffset()) // a self-closing element has no end tag
             return true;
         element.ContentEnd = FindTag("</"_L1);
         element.End = mLastTagEnd = mReader.characterOffset();
@@ -115,7 +115,7 @@ private:
     qsizetype mLastTagEnd = 0;
 };
 
-/// The encoding that a file names in its declaration; UTF-8 if it names none.
+/// Returns the encoding in the XML declaration of a file; UTF-8 if there is none.
 QByteArray DeclaredEncoding(const QByteArray& content)
 {
     static const QRegularExpression pattern(uR"(^<\?xml[^>]*\sencoding\s*=\s*["']([A-Za-z0-9._-]+)["'])"_s);
@@ -207,7 +207,7 @@ void XmlSource::FindPlaces()
     mLineStarts = {0};
     for (qsizetype i = 0; i < mText.size(); ++i) {
         const QChar c = mText.at(i);
-        // A carriage return alone ends a line too, before a line feed it does not.
+        // A carriage return ends a line, except before a line feed.
         if (c == u'\n' || (c == u'\r' && (i + 1 == mText.size() || mText.at(i + 1) != u'\n')))
             mLineStarts.append(i + 1);
     }

@@ -18,7 +18,7 @@
 
 namespace Quorvin::Tool {
 
-/// A place in a text file, both counted from 1; 0 where it is not known.
+/// A place in a text file. Both numbers count from 1, and are 0 if not known.
 struct Place
 {
     int Line = 0;
@@ -26,14 +26,14 @@ struct Place
 };
 
 /// Returns the comments and processing instructions in a part of an XML text, as they are written.
-/// \param markup  whole elements, or the content of one
+/// \param markup  complete elements, or the content of an element
 [[nodiscard]] QStringList FindComments(QStringView markup);
 
 /// An XML file as the library reads it, together with its text and the place of each element in that text.
 ///
-/// Values come from the library alone, so that they are what an application would get. The document tree
-/// knows neither where an element begins nor the order of its attributes; these come from a look at the text.
-/// Elements are known by their number in document order, the root being 0.
+/// Values are read by the library, so that they are the same as in an application. The document tree contains
+/// neither the places of elements nor the order of attributes, so these come from a second pass over the
+/// text. Elements are numbered in document order; the root is 0.
 class XmlSource
 {
 public:
@@ -62,34 +62,35 @@ public:
 
     XmlSource();
 
-    /// Loads a file; throws Failure with the place and the reason if the library does not load it.
+    /// Loads a file. Throws Failure with the place and the reason if the library does not load it.
     void Load(const InputFile& file);
-    /// Takes \p text for the content of a UTF-8 file. \return false if the library does not load it
+    /// Loads \p text like the content of a UTF-8 file. \return false if the library does not load it
     bool LoadText(const QString& text);
 
-    /// The library's reader. Its cursor may be moved, its document must not be changed.
+    /// Returns the filer with the document. You may move its cursor, but must not change the document.
     [[nodiscard]] Util::XmlFiler& GetFiler() { return *mFiler; }
     [[nodiscard]] const Util::XmlFiler& GetFiler() const { return *mFiler; }
 
-    /// Whether the text spells out each element of the document tree. It does not if an entity of the
-    /// document's own stands for markup; there are no elements then, and no places.
+    /// Returns whether the places of elements are known. They are not if an entity contains markup;
+    /// GetElements is then empty.
     [[nodiscard]] bool HasPlaces() const { return !mElements.isEmpty(); }
     [[nodiscard]] const QString& GetText() const { return mText; }
     [[nodiscard]] const QList<Element>& GetElements() const { return mElements; }
     [[nodiscard]] QList<Attribute> GetAttributes(int element) const;
-    /// Finds an attribute. \return null if the element does not have it
+    /// Returns an attribute; null if the element does not have it.
     [[nodiscard]] const Attribute* FindAttribute(int element, QStringView name) const;
     [[nodiscard]] Place GetPlace(qsizetype offset) const;
-    /// Where an element begins.
+    /// Returns the place where an element begins.
     [[nodiscard]] Place GetElementPlace(int element) const;
-    /// Encodes a text as the file was encoded; characters outside that encoding must not occur.
+    /// Encodes a text in the encoding of the file. The encoding must contain all characters of the text.
     [[nodiscard]] QByteArray Encode(const QString& text) const;
+    /// Returns whether the file's encoding contains all characters of a text.
     [[nodiscard]] bool CanEncode(const QString& text) const;
-    /// Tells whether the file's encoding holds every character.
+    /// Returns whether the file's encoding contains every Unicode character.
     [[nodiscard]] bool IsUnicode() const { return mUnicode; }
 
     /// Calls `visit(number)` for each element in document order, with the filer's cursor on it. The visitor
-    /// may read through the filer, and must leave the cursor where it is.
+    /// may read with the filer, but must not move the cursor.
     template <typename Visitor> void ForEachElement(Visitor visit)
     {
         mFiler->MoveToRoot();
