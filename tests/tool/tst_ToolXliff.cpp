@@ -249,13 +249,13 @@ void tst_ToolXliff::Extract_update_data()
         << u"1 kept, 0 new; written"_s;
     QTest::newRow("wrong id is corrected")
         << QByteArray("<x a='tr(A)'/>") << Xliff(a).replace(Id(u"A"_s), "7") << Xliff(a)
-        << u"1 kept, 0 new, 1 id put right; written"_s;
+        << u"1 kept, 0 new, 1 id corrected; written"_s;
     QTest::newRow("missing id is added")
         << QByteArray("<x a='tr(A)'/>")
         << Xliff(a).replace("<trans-unit id=\"" + Id(u"A"_s) + "\"", "<trans-unit") << Xliff(a)
-        << u"1 kept, 0 new, 1 id put right; written"_s;
+        << u"1 kept, 0 new, 1 id corrected; written"_s;
     QTest::newRow("text is gone") << QByteArray("<x a='tr(A)'/>") << Xliff(a + b) << Xliff(a + b)
-                                  << u"1 kept, 0 new, 1 gone (kept: --prune removes); unchanged"_s;
+                                  << u"1 kept, 0 new, 1 obsolete (kept; remove with --prune); unchanged"_s;
     QTest::newRow("language was not given")
         << QByteArray("<x a='tr(A)'/>")
         << Xliff(a).replace(" source-language=\"en\" target-language=\"de\" datatype=\"xml\"",
@@ -335,8 +335,8 @@ void tst_ToolXliff::Extract_prune()
     QVERIFY(mTool->Write(u"ui.xml"_s, "<x n='tr(N)' a='tr(A)'/>"));
     QVERIFY(mTool->Write(u"de.xlf"_s, Xliff(b + a)));
     QCOMPARE(mTool->Run({u"xliff"_s, u"extract"_s, u"ui.xml"_s, u"-o"_s, u"de.xlf"_s, u"--prune"_s}).ToText(),
-             u"de.xlf:5:13: \"B\" is gone from ui.xml\n"
-             "de.xlf: 2 texts in 1 document: 1 kept, 1 new, 1 gone (removed); written\n=> 0\n"_s);
+             u"de.xlf:5:13: \"B\" is no longer in ui.xml\n"
+             "de.xlf: 2 texts in 1 document: 1 kept, 1 new, 1 obsolete (removed); written\n=> 0\n"_s);
     QCOMPARE(QString::fromUtf8(mTool->Read(u"de.xlf"_s)),
              QString::fromUtf8(Xliff(Unit(u"N"_s, "<target/>", 1) + a)));
 }
@@ -347,11 +347,12 @@ void tst_ToolXliff::Extract_pruneNeedsAllDocuments()
     QVERIFY(mTool->Write(u"ui.xml"_s, "<x/>"));
     QVERIFY(mTool->Write(u"z.xml"_s, "<x>"));
     QVERIFY(mTool->Write(u"de.xlf"_s, before));
-    QCOMPARE(mTool->Run({u"xliff"_s, u"extract"_s, u"."_s, u"-o"_s, u"de.xlf"_s, u"--prune"_s}).ToText(),
-             u"de.xlf:5:13: \"B\" is gone from ui.xml\n"
-             "de.xlf: 0 texts in 1 document: 0 kept, 0 new, 1 gone (kept: --prune removes); unchanged\n"
-             "! qvutil: z.xml:1:3: the file ends in the middle of the document\n"
-             "! qvutil: de.xlf: nothing is removed, since not all documents could be read\n=> 2\n"_s);
+    QCOMPARE(
+        mTool->Run({u"xliff"_s, u"extract"_s, u"."_s, u"-o"_s, u"de.xlf"_s, u"--prune"_s}).ToText(),
+        u"de.xlf:5:13: \"B\" is no longer in ui.xml\n"
+        "de.xlf: 0 texts in 1 document: 0 kept, 0 new, 1 obsolete (kept; remove with --prune); unchanged\n"
+        "! qvutil: z.xml:1:3: the file ends in the middle of the document\n"
+        "! qvutil: de.xlf: nothing is removed, because some documents could not be read\n=> 2\n"_s);
     QCOMPARE(mTool->Read(u"de.xlf"_s), before);
 }
 
@@ -369,11 +370,12 @@ void tst_ToolXliff::Extract_missingDocument()
         u"de.xlf: 1 text in 1 document: 1 kept, 0 new; unchanged\n=> 0\n"_s);
     QCOMPARE(
         mTool->Run(arguments).ToText(),
-        u"de.xlf:14:13: \"B\" is gone from ui/b.xml\n"
-        "de.xlf: 1 text in 1 document: 1 kept, 0 new, 1 gone (kept: --prune removes); unchanged\n=> 0\n"_s);
+        u"de.xlf:14:13: \"B\" is no longer in ui/b.xml\n"
+        "de.xlf: 1 text in 1 document: 1 kept, 0 new, 1 obsolete (kept; remove with --prune); unchanged\n"
+        "=> 0\n"_s);
     QCOMPARE(mTool->Run(arguments + QStringList{u"--prune"_s}).ToText(),
-             u"de.xlf:14:13: \"B\" is gone from ui/b.xml\n"
-             "de.xlf: 1 text in 1 document: 1 kept, 0 new, 1 gone (removed); written\n=> 0\n"_s);
+             u"de.xlf:14:13: \"B\" is no longer in ui/b.xml\n"
+             "de.xlf: 1 text in 1 document: 1 kept, 0 new, 1 obsolete (removed); written\n=> 0\n"_s);
     QCOMPARE(QString::fromUtf8(mTool->Read(u"de.xlf"_s)),
              QString::fromUtf8(Xliff(Unit(u"A"_s, "<target/>", 1)).replace("\"ui.xml\"", "\"ui/a.xml\"")));
 }
@@ -383,9 +385,9 @@ void tst_ToolXliff::Extract_reuse()
     QVERIFY(mTool->Write(u"ui.xml"_s, "<x a='tr(A)'/>"));
     QVERIFY(mTool->Write(u"z.xml"_s, "<x a='tr(A)' b='tr(B)'/>"));
     QVERIFY(mTool->Write(u"de.xlf"_s, Xliff(Unit(u"A"_s, "<target>&lt;a&gt;</target>", 1))));
-    QCOMPARE(
-        mTool->Run({u"xliff"_s, u"extract"_s, u"."_s, u"-o"_s, u"de.xlf"_s, u"--reuse"_s}).ToText(),
-        u"de.xlf: 3 texts in 2 documents: 1 kept, 2 new (1 with a translation from elsewhere); written\n=> 0\n"_s);
+    QCOMPARE(mTool->Run({u"xliff"_s, u"extract"_s, u"."_s, u"-o"_s, u"de.xlf"_s, u"--reuse"_s}).ToText(),
+             u"de.xlf: 3 texts in 2 documents: 1 kept, 2 new (1 with a translation from another document); "
+             "written\n=> 0\n"_s);
     QVERIFY(mTool->Read(u"de.xlf"_s)
                 .contains(Unit(u"A"_s, "<target state=\"needs-review-translation\">&lt;a&gt;</target>", 1)
                           + Unit(u"B"_s, "<target/>", 1)));
@@ -464,9 +466,8 @@ void tst_ToolXliff::Extract_sameFileName()
         mTool->Run({u"xliff"_s, u"extract"_s, u"ui.xml"_s, u"a"_s, u"-l"_s, u"de"_s, u"-o"_s, u"de.xlf"_s})
             .ToText(),
         u"de.xlf: 2 texts in 2 documents: 0 kept, 2 new; written\n"
-        "! qvutil: a/UI.xml: has the same file name as ui.xml, and translations are found by that name "
-        "alone: "
-        "their texts share one list\n=> 0\n"_s);
+        "! qvutil: a/UI.xml: has the same file name as ui.xml: the two documents share their translations, "
+        "which are found by file name\n=> 0\n"_s);
     QCOMPARE(mTool->Read(u"de.xlf"_s), Xliff(Unit(u"A"_s, "<target/>", 1) + Unit(u"B"_s, "<target/>", 1)));
 }
 
@@ -496,16 +497,18 @@ void tst_ToolXliff::Extract_refusals_data()
     QTest::addColumn<QString>("errors");
 
     const QString hint = u"! Try 'qvutil xliff extract --help'.\n"_s;
-    QTest::newRow("another format") << QByteArray("<Window/>") << QStringList()
-                                    << u"! qvutil: de.xlf: is no XLIFF file: its root element is Window\n"_s;
+    QTest::newRow("another format")
+        << QByteArray("<Window/>") << QStringList()
+        << u"! qvutil: de.xlf: is not an XLIFF file: its root element is Window\n"_s;
     QTest::newRow("another version") << QByteArray("<xliff version='2.0'/>") << QStringList()
                                      << u"! qvutil: de.xlf: is XLIFF 2.0; the library reads XLIFF 1.2\n"_s;
     QTest::newRow("a prefix")
         << QByteArray("<x:xliff xmlns:x='u' version='1.2'/>") << QStringList()
-        << u"! qvutil: de.xlf: its elements bear the prefix of a namespace, and the library finds none\n"_s;
+        << u"! qvutil: de.xlf: its elements have a namespace prefix, which the library does not support\n"_s;
     QTest::newRow("entities with markup")
         << QByteArray("<!DOCTYPE xliff [<!ENTITY e '<file/>'>]><xliff version='1.2'>&e;</xliff>")
-        << QStringList() << u"! qvutil: de.xlf: entities of its own stand for markup; write it out\n"_s;
+        << QStringList()
+        << u"! qvutil: de.xlf: contains entities with markup; replace them with the markup\n"_s;
     QTest::newRow("truncated") << QByteArray("<xliff version='1.2'>") << QStringList()
                                << u"! qvutil: de.xlf:1:21: the file ends in the middle of the document\n"_s;
     QTest::newRow("empty") << QByteArray("") << QStringList()
@@ -515,11 +518,12 @@ void tst_ToolXliff::Extract_refusals_data()
         << u"! qvutil: de.xlf: translates into fr, not into de\n"_s;
     QTest::newRow("another source language") << Xliff({}) << QStringList{u"--source-language"_s, u"sv"_s}
                                              << u"! qvutil: de.xlf: translates from en, not from sv\n"_s;
-    QTest::newRow("no language") << QByteArray("<xliff version='1.2'/>") << QStringList()
-                                 << u"! qvutil: --language is required: the file does not name one yet\n"_s
-            + hint;
-    QTest::newRow("invalid language") << Xliff({}) << QStringList{u"-l"_s, u"d/e"_s}
-                                      << u"! qvutil: 'd/e' is no language: write de, or pt-BR\n"_s + hint;
+    QTest::newRow("no language")
+        << QByteArray("<xliff version='1.2'/>") << QStringList()
+        << u"! qvutil: --language is required, because the file does not name a language yet\n"_s + hint;
+    QTest::newRow("invalid language")
+        << Xliff({}) << QStringList{u"-l"_s, u"d/e"_s}
+        << u"! qvutil: 'd/e' is not a language code such as de or pt-BR\n"_s + hint;
     QTest::newRow("several languages, one file")
         << Xliff({}) << QStringList{u"-l"_s, u"de"_s, u"-l"_s, u"ja"_s}
         << u"! qvutil: with several languages, --output must contain {language}\n"_s + hint;
@@ -616,9 +620,10 @@ void tst_ToolXliff::Extract_unreachableUnits()
     const QByteArray grouped = Xliff("<group>" + Unit(u"A"_s, "<target>a</target>", 1) + "</group>\n");
     QVERIFY(mTool->Write(u"ui.xml"_s, "<x a='tr(A)' b='tr(B)'/>"));
     QVERIFY(mTool->Write(u"de.xlf"_s, grouped));
-    QCOMPARE(mTool->Run({u"xliff"_s, u"extract"_s, u"ui.xml"_s, u"-o"_s, u"de.xlf"_s}).ToText(),
-             u"de.xlf: 2 texts in 1 document: 1 kept, 1 new; written\n"
-             "! qvutil: de.xlf: the reader does not find 1 unit of ui.xml: see qvutil xliff check\n=> 0\n"_s);
+    QCOMPARE(
+        mTool->Run({u"xliff"_s, u"extract"_s, u"ui.xml"_s, u"-o"_s, u"de.xlf"_s}).ToText(),
+        u"de.xlf: 2 texts in 1 document: 1 kept, 1 new; written\n"
+        "! qvutil: de.xlf: the library does not find 1 unit of ui.xml; run qvutil xliff check\n=> 0\n"_s);
     // The new unit was inserted where the library finds it.
     QCOMPARE(Translated(mTool->Path(u"de.xlf"_s), u"B"_s), QString::fromLatin1(Id(u"B"_s)));
     QVERIFY(mTool->Read(u"de.xlf"_s).contains("<target>a</target>"));
@@ -700,39 +705,40 @@ void tst_ToolXliff::Check_findings_data()
         << u"5:13: \"A\" has markup in its target: the user sees only \"a\" [cut-target]"_s << u"a"_s;
     QTest::newRow("target that is a mark")
         << Xliff(Unit(u"A"_s, "<target>tr(tr)</target>"))
-        << u"5:13: \"A\" has a tr(...) mark for its target: the user sees \"tr\" [unwrapped]"_s << u"tr"_s;
+        << u"5:13: the target of \"A\" is a tr(...) mark: the user sees \"tr\" [unwrapped]"_s << u"tr"_s;
     QTest::newRow("target that is a mark in a CDATA section")
         << Xliff(Unit(u"A"_s, "<target><![CDATA[tr(x)]]></target>")) << QString() << u"tr(x)"_s;
-    QTest::newRow("wrong id") << Xliff(good).replace(Id(u"A"_s), "7")
-                              << u"5:13: \"A\" has the id \"7\", but is looked for as %1 [wrong-id]"_s.arg(id)
+    QTest::newRow("wrong id") << Xliff(good).replace(
+        Id(u"A"_s), "7") << u"5:13: \"A\" has the id \"7\", but the library looks for %1 [wrong-id]"_s.arg(id)
                               << u"A"_s;
     QTest::newRow("id in upper case")
         << Xliff(good).replace(Id(u"A"_s), Id(u"A"_s).toUpper())
-        << u"5:13: \"A\" has the id \"%2\", but is looked for as %1 [wrong-id]"_s.arg(id, id.toUpper())
+        << u"5:13: \"A\" has the id \"%2\", but the library looks for %1 [wrong-id]"_s.arg(id, id.toUpper())
         << u"A"_s;
     QTest::newRow("header before the body")
         << Xliff(good).replace("        <body>", "        <header/><body>")
-        << u"5:13: \"A\" is out of reach: it is not in the first element of its file: nothing, no header "
-           u"either, "
-           "may stand before the body [unreachable]"_s
+        << u"5:13: \"A\" is out of reach: another element, such as a header, is before the body "
+           "[unreachable]"_s
         << u"A"_s;
-    QTest::newRow("group") << Xliff("<group>" + good + "</group>\n")
-                           << u"5:20: \"A\" is out of reach: it is not directly in a body, but in a group or "
-                              "elsewhere [unreachable]"_s
-                           << u"A"_s;
+    QTest::newRow("group")
+        << Xliff("<group>" + good + "</group>\n")
+        << u"5:20: \"A\" is out of reach: it is not directly in a body, but for example in "
+           "a group [unreachable]"_s
+        << u"A"_s;
     QTest::newRow("no original")
         << Xliff(good).replace("original=\"ui.xml\"", "original=\"\"")
-        << u"5:13: \"A\" is out of reach: its file element has no \"original\" with a file "
-           "name [unreachable]"_s
+        << u"5:13: \"A\" is out of reach: the \"original\" of its file element does not name a "
+           "file [unreachable]"_s
         << u"A"_s;
     QTest::newRow("original is a folder")
         << Xliff(good).replace("ui.xml", "ui.xml/")
-        << u"5:13: \"A\" is out of reach: its file element has no \"original\" with a file name [unreachable]"_s
+        << u"5:13: \"A\" is out of reach: the \"original\" of its file element does not name a "
+           "file [unreachable]"_s
         << u"A"_s;
     QTest::newRow("same id, different target")
         << Xliff(good + Unit(u"A"_s, "<target>b</target>"))
-        << u"9:13: \"A\" has the id of the unit in line 5, and another target: the reader keeps the last "
-           "[duplicate-unit]"_s
+        << u"9:13: \"A\" has the same id as the unit on line 5, but a different target: the library uses "
+           "the last one [duplicate-unit]"_s
         << u"b"_s;
     QTest::newRow("same id, same target") << Xliff(good + good) << QString() << u"a"_s;
     QTest::newRow("original in other case and folder")
@@ -784,10 +790,10 @@ void tst_ToolXliff::Check_allow_data()
     const QString untranslated
         = u"de.xlf:5:13: \"A\" has an empty target: the user sees %1 [untranslated]\n"_s.arg(
             QString::fromLatin1(Id(u"A"_s)));
-    const QString unfinished = u"de.xlf:9:13: \"B\" is in the state needs-translation [unfinished]\n"_s;
+    const QString unfinished = u"de.xlf:9:13: \"B\" has the state needs-translation [unfinished]\n"_s;
     const QString placeholders
         = u"de.xlf:13:13: \"%1 of %2\" and its target \"%L1 %1\" differ in placeholders: the "
-          "target lacks %2 and has %L1 which the source has not [placeholders]\n"_s;
+          "target lacks %2 and has %L1, which the source lacks [placeholders]\n"_s;
 
     QTest::newRow("nothing") << QStringList()
                              << untranslated + placeholders
@@ -802,7 +808,7 @@ void tst_ToolXliff::Check_allow_data()
         << untranslated + unfinished + placeholders + u"de.xlf: 3 units, 3 findings\n=> 1\n"_s;
     QTest::newRow("unknown kind")
         << QStringList{u"--allow"_s, u"typos"_s}
-        << u"! qvutil: there is no kind of finding 'typos', only: untranslated, unfinished, "
+        << u"! qvutil: there is no kind of finding 'typos'; kinds are untranslated, unfinished, "
            "unreachable, wrong-id, duplicate-file, duplicate-unit, placeholders, cut-target, "
            "unwrapped, obsolete, missing\n! Try 'qvutil xliff check --help'.\n=> 2\n"_s;
 }
@@ -826,14 +832,13 @@ void tst_ToolXliff::Check_duplicateFiles()
         + Unit(u"A"_s, "<target>b</target>") + "</body></file>\n</xliff>";
     xliff.replace("</xliff>", again);
     QVERIFY(mTool->Write(u"de.xlf"_s, xliff));
-    QCOMPARE(mTool->Run({u"xliff"_s, u"check"_s, u"de.xlf"_s}).ToText(),
-             u"de.xlf:5:13: \"A\" is out of reach: a later file element with the same file name takes the "
-             u"place of "
-             "its own [unreachable]\n"
-             "de.xlf:11:1: \"x/UI.XML\" has the same file name as the file element in line 3: the reader "
-             "keeps only "
-             "the last one [duplicate-file]\n"
-             "de.xlf: 2 units, 2 findings\n=> 1\n"_s);
+    QCOMPARE(
+        mTool->Run({u"xliff"_s, u"check"_s, u"de.xlf"_s}).ToText(),
+        u"de.xlf:5:13: \"A\" is out of reach: a later file element has the same file name "
+        "[unreachable]\n"
+        "de.xlf:11:1: \"x/UI.XML\" has the same file name as the file element on line 3: the library uses "
+        "only the last one [duplicate-file]\n"
+        "de.xlf: 2 units, 2 findings\n=> 1\n"_s);
     QCOMPARE(Translated(mTool->Path(u"de.xlf"_s), u"A"_s), u"b"_s);
     // The library ignores a file element without units, so it does not hide the earlier one.
     xliff.replace("<body>            <trans", "<body/><note>            <trans")
@@ -858,8 +863,8 @@ void tst_ToolXliff::Check_sameFindings()
         units += Unit(u"D%1"_s.arg(i), "<target>x</target>");
     QVERIFY(mTool->Write(u"de.xlf"_s, hidden(units + Unit(u"Z"_s, "<target/>"))));
     QCOMPARE(mTool->Run({u"xliff"_s, u"check"_s, u"de.xlf"_s}).ToText(),
-             u"de.xlf:5:13: 27 units are out of reach: they are not in the first element of their file: "
-             "nothing, no header either, may stand before the body (5:13 \"A\", 9:13 \"B\", 13:13 \"C\" and "
+             u"de.xlf:5:13: 27 units are out of reach: another element, such as a header, is before the "
+             "body (5:13 \"A\", 9:13 \"B\", 13:13 \"C\" and "
              "24 more) [unreachable]\n"
              "de.xlf:109:13: \"Z\" has an empty target: the user sees %1 [untranslated]\n"
              "de.xlf: 27 units, 28 findings\n=> 1\n"_s.arg(QString::fromLatin1(Id(u"Z"_s))));
@@ -921,7 +926,7 @@ void tst_ToolXliff::Check_unusable_data()
     QTest::newRow("binary") << QByteArray("\xff\xfe\0\0\1", 5) << QString();
     QTest::newRow("an element without an end") << QByteArray("<xliff><file") << QString();
     QTest::newRow("other root") << QByteArray("<a/>")
-                                << u"! qvutil: bad.xlf: is no XLIFF file: its root element is a\n"_s;
+                                << u"! qvutil: bad.xlf: is not an XLIFF file: its root element is a\n"_s;
     QTest::newRow("unknown encoding")
         << QByteArray("<?xml version='1.0' encoding='X-NONE'?><xliff version='1.2'/>") << QString();
     QTest::newRow("deeply nested") << "<xliff>" + QByteArray("<file>").repeated(5000) << QString();
@@ -1006,9 +1011,8 @@ void tst_ToolXliff::Fill_skipsMarkup()
         = Xliff(Unit(u"A"_s, "<target><x id=\"1\"/>a</target>")
                 + Unit(u"B"_s, "<target><!-- later --></target>") + "            <trans-unit id=\"7\"/>\n");
     QVERIFY(mTool->Write(u"de.xlf"_s, before));
-    QCOMPARE(
-        mTool->Run({u"xliff"_s, u"fill"_s, u"de.xlf"_s}).ToText(),
-        u"de.xlf: 0 of 3 targets filled, 3 left for a person (no source, or markup in the target)\n=> 0\n"_s);
+    QCOMPARE(mTool->Run({u"xliff"_s, u"fill"_s, u"de.xlf"_s}).ToText(),
+             u"de.xlf: 0 of 3 targets filled, 3 skipped (no source, or markup in the target)\n=> 0\n"_s);
     QCOMPARE(mTool->Read(u"de.xlf"_s), before);
 }
 
@@ -1081,7 +1085,7 @@ void tst_ToolXliff::Fill_allKeepsTranslations()
     QVERIFY(mTool->Write(u"ja.xlf"_s, japanese));
     QVERIFY(QFile::link(u"de.xlf"_s, mTool->Path(u"link.xlf"_s)));
     const QStringList arguments{u"xliff"_s, u"fill"_s, u"--pseudo"_s, u"--all"_s, u"de.xlf"_s, u"-o"_s};
-    const QString itself = u"! qvutil: --all needs an --output that is not the file itself\n=> 2\n"_s;
+    const QString itself = u"! qvutil: --all needs an --output that is not the input file\n=> 2\n"_s;
     for (const QString& name : {u"de.xlf"_s, u"./de.xlf"_s, u"link.xlf"_s}) {
         const QString text = mTool->Run(arguments + QStringList{name}).ToText();
         QVERIFY2(text.startsWith(itself.section(u'\n', 0, 0)) && text.endsWith("=> 2\n"_L1),
@@ -1089,14 +1093,15 @@ void tst_ToolXliff::Fill_allKeepsTranslations()
     }
     QCOMPARE(
         mTool->Run(arguments + QStringList{u"ja.xlf"_s}).ToText(),
-        u"! qvutil: ja.xlf: contains translations, which --all would replace; delete it first\n=> 2\n"_s);
+        u"! qvutil: ja.xlf: contains translations that --all would replace; delete the file first\n=> 2\n"_s);
     // The library finds no text in these targets.
     for (const char* target : {"<target><g id='1'>a</g></target>", "<target><x id='1'/></target>"}) {
         const QByteArray markup = Xliff(Unit(u"A"_s, target));
         QVERIFY(mTool->Write(u"markup.xlf"_s, markup));
-        QCOMPARE(mTool->Run(arguments + QStringList{u"markup.xlf"_s}).ToText(),
-                 u"! qvutil: markup.xlf: contains translations, which --all would replace; delete it first\n"
-                 "=> 2\n"_s);
+        QCOMPARE(
+            mTool->Run(arguments + QStringList{u"markup.xlf"_s}).ToText(),
+            u"! qvutil: markup.xlf: contains translations that --all would replace; delete the file first\n"
+            "=> 2\n"_s);
         QCOMPARE(mTool->Read(u"markup.xlf"_s), markup);
     }
     QVERIFY(mTool->Write(u"notes.txt"_s, "notes"));
@@ -1240,7 +1245,7 @@ void tst_ToolXliff::Show_visibleTexts()
     QCOMPARE(mTool->Run({u"xliff"_s, u"show"_s, u"de.xlf"_s, u"none.xml"_s}).ToText(),
              u"! qvutil: none.xml: No such file or directory\n=> 2\n"_s);
     QCOMPARE(mTool->Run({u"xliff"_s, u"show"_s, u"de.xlf"_s, u"-"_s}).ToText(),
-             u"! qvutil: the document needs a file name: translations are found by it\n"
+             u"! qvutil: the document needs a file name, because translations are found by it\n"
              "! Try 'qvutil xliff show --help'.\n=> 2\n"_s);
 }
 
@@ -1353,9 +1358,9 @@ void tst_ToolXliff::Linguist_roundTrip()
     QCOMPARE(XlfTranslator(back).Translate(u"Z"_s, u"z.xml"_s), u"[Ž~]"_s);
     // Linguist keeps only one unit for each id: it drops the text in the second document, and `extract` adds
     // it again.
-    QCOMPARE(
-        mTool->Run({u"xliff"_s, u"extract"_s, u"."_s, u"-o"_s, u"back.xlf"_s, u"--reuse"_s}).ToText(),
-        u"back.xlf: 6 texts in 2 documents: 5 kept, 1 new (1 with a translation from elsewhere); written\n=> 0\n"_s);
+    QCOMPARE(mTool->Run({u"xliff"_s, u"extract"_s, u"."_s, u"-o"_s, u"back.xlf"_s, u"--reuse"_s}).ToText(),
+             u"back.xlf: 6 texts in 2 documents: 5 kept, 1 new (1 with a translation from another document); "
+             "written\n=> 0\n"_s);
     QCOMPARE(XlfTranslator(back).Translate(u"Main"_s, u"z.xml"_s), u"[Ṁáíñ~~]"_s);
     QCOMPARE(mTool->Run({u"xliff"_s, u"check"_s, u"back.xlf"_s, u"-d"_s, u"."_s}).ExitCode, 0);
 }

@@ -133,19 +133,17 @@ void tst_ToolXliffMerge::MatchUnits_data()
                                       << u"de.xlf: 0 translations taken, 0 conflicts; unchanged\n=> 0\n"_s;
     QTest::newRow("another text")
         << Xliff(Unit(u"B"_s, "<target>b</target>"))
-        << u"de.xlf: 0 translations taken, 0 conflicts, 1 text not in it; unchanged\n=> 0\n"_s;
+        << u"de.xlf: 0 translations taken, 0 conflicts, 1 text only in other files; unchanged\n=> 0\n"_s;
     QTest::newRow("unknown text in the target")
         << Xliff(Unit(u"A"_s, "<target>a <x id='1'/></target>"))
-        << u"de.xlf:5:13: \"A\": nothing taken from old.xlf:5:13: markup in its target stands for text that "
-           u"the "
-           "file does not contain [left]\n"
-           "de.xlf: 0 translations taken, 0 conflicts, 1 left for a person; unchanged\n=> 1\n"_s;
+        << u"de.xlf:5:13: \"A\": not taken from old.xlf:5:13: its target contains markup for text that is "
+           "not in the file [left]\n"
+           "de.xlf: 0 translations taken, 0 conflicts, 1 left to merge by hand; unchanged\n=> 1\n"_s;
     QTest::newRow("only unknown text in the target")
         << Xliff(Unit(u"A"_s, "<target><x id='1'/></target>"))
-        << u"de.xlf:5:13: \"A\": nothing taken from old.xlf:5:13: markup in its target stands for text that "
-           u"the "
-           "file does not contain [left]\n"
-           "de.xlf: 0 translations taken, 0 conflicts, 1 left for a person; unchanged\n=> 1\n"_s;
+        << u"de.xlf:5:13: \"A\": not taken from old.xlf:5:13: its target contains markup for text that is "
+           "not in the file [left]\n"
+           "de.xlf: 0 translations taken, 0 conflicts, 1 left to merge by hand; unchanged\n=> 1\n"_s;
     QTest::newRow("source language with a region")
         << Xliff(a).replace("\"en\"", "\"en-US\"")
         << u"de.xlf: 1 translation taken, 0 conflicts; written\n=> 0\n"_s;
@@ -173,12 +171,12 @@ void tst_ToolXliffMerge::SeveralFiles()
     QVERIFY(mTool->Write(u"2.xlf"_s,
                          Xliff(Unit(u"A"_s, "<target>2</target>") + Unit(u"B"_s, "<target>2</target>"))));
     QCOMPARE(Run({u"xliff"_s, u"merge"_s, u"de.xlf"_s, u"1.xlf"_s, u"2.xlf"_s}),
-             u"de.xlf:5:13: \"A\": \"1\" stays; 2.xlf:5:13 has \"2\" [conflict]\n"
+             u"de.xlf:5:13: \"A\": \"1\" is kept; 2.xlf:5:13 has \"2\" [conflict]\n"
              "de.xlf: 2 translations taken, 1 conflict; written\n=> 1\n"_s);
     QCOMPARE(Translated(mTool->Path(u"de.xlf"_s), u"A"_s), u"1"_s);
     QCOMPARE(Translated(mTool->Path(u"de.xlf"_s), u"B"_s), u"2"_s);
     QCOMPARE(Run({u"xliff"_s, u"merge"_s, u"de.xlf"_s, u"2.xlf"_s, u"--prefer"_s, u"other"_s}),
-             u"de.xlf:5:13: \"A\": \"2\" replaces \"1\", from 2.xlf:5:13 [conflict]\n"
+             u"de.xlf:5:13: \"A\": \"2\" from 2.xlf:5:13 replaces \"1\" [conflict]\n"
              "de.xlf: 1 translation taken, 1 conflict; written\n=> 0\n"_s);
     QCOMPARE(Translated(mTool->Path(u"de.xlf"_s), u"A"_s), u"2"_s);
 }
@@ -213,7 +211,7 @@ void tst_ToolXliffMerge::SeveralFiles_firstWins_data()
         << u"0 translations taken, 1 conflict; unchanged\n=> 0\n"_s;
     QTest::newRow("unknown text in a conflict")
         << a << partial << partial << u"other"_s << u"a"_s
-        << u"0 translations taken, 0 conflicts, 2 left for a person; unchanged\n=> 1\n"_s;
+        << u"0 translations taken, 0 conflicts, 2 left to merge by hand; unchanged\n=> 1\n"_s;
     QTest::newRow("unknown text in a conflict, mine preferred")
         << a << partial << partial << u"mine"_s << u"a"_s
         << u"0 translations taken, 2 conflicts; unchanged\n=> 0\n"_s;
@@ -242,7 +240,7 @@ void tst_ToolXliffMerge::Markup_data()
     QTest::addColumn<QByteArray>("mine"); // target
     QTest::addColumn<QString>("output");
 
-    const QString conflict = u" stays; old.xlf:5:13 has \"b\" [conflict]\n"
+    const QString conflict = u" is kept; old.xlf:5:13 has \"b\" [conflict]\n"
                              "de.xlf: 0 translations taken, 1 conflict; unchanged\n=> 1\n"_s;
     QTest::newRow("only an element with text")
         << QByteArray("<target><g id='1'>a</g></target>") << u"\"a\""_s + conflict;
@@ -444,10 +442,10 @@ void tst_ToolXliffMerge::Refusals_data()
         << QStringList{u"de.xlf"_s, u"it.xlf"_s} << u"! qvutil: it.xlf: translates from it, not from en\n"_s;
     QTest::newRow("another file as output")
         << QStringList{u"de.xlf"_s, u"old.xlf"_s, u"-o"_s, u"./old.xlf"_s}
-        << u"! qvutil: --output is old.xlf, from which translations are taken; choose another name\n"_s
-            + hint;
-    QTest::newRow("unknown preference") << QStringList{u"de.xlf"_s, u"fr.xlf"_s, u"--prefer"_s, u"newer"_s}
-                                        << u"! qvutil: --prefer takes mine or other, not 'newer'\n"_s + hint;
+        << u"! qvutil: --output must not be old.xlf, from which translations are taken\n"_s + hint;
+    QTest::newRow("unknown preference")
+        << QStringList{u"de.xlf"_s, u"fr.xlf"_s, u"--prefer"_s, u"newer"_s}
+        << u"! qvutil: --prefer must be mine or other, not 'newer'\n"_s + hint;
     QTest::newRow("standard input") << QStringList{u"-"_s, u"de.xlf"_s}
                                     << u"! qvutil: standard input needs --output\n"_s + hint;
     QTest::newRow("missing file") << QStringList{u"de.xlf"_s, u"none.xlf"_s}

@@ -111,11 +111,12 @@ void tst_ToolXliffRepair::Repair_shapes_data()
 
     const QByteArray a = Unit(u"A"_s, "<target>a</target>");
     const QByteArray b = Unit(u"B"_s, "<target>b</target>");
-    const QString first = u"the reader takes the first element of a file for its body [header]"_s;
-    const QString direct = u"the reader finds units directly in the body only [group]"_s;
-    const QString whole = u"the reader takes a target up to the first element or comment [target]"_s;
-    const QString once = u"the reader keeps only the last file element with a file name [duplicate-file]"_s;
-    const QString digest = u"a text is looked for by its digest [id]"_s;
+    const QString first = u"the library reads only the first child of a file element [header]"_s;
+    const QString direct = u"the library finds only units directly in the body [group]"_s;
+    const QString whole = u"the library reads a target only up to the first element or comment [target]"_s;
+    const QString once
+        = u"the library uses only the last file element with the same file name [duplicate-file]"_s;
+    const QString digest = u"the library finds a text by its digest [id]"_s;
 
     QTest::newRow("header") << Xliff(a).replace("        <body>",
                                                 "        <header><note>n</note></header>\n        <body>")
@@ -128,10 +129,10 @@ void tst_ToolXliffRepair::Repair_shapes_data()
         << u"4:19: <header> moved behind the body: "_s + first;
     QTest::newRow("two bodies") << Xliff(a).replace("</body>", "</body><body>" + b + "</body>") << u"B"_s
                                 << u"A=a;B=b"_s
-                                << u"9:16: the content of a further body moved into the first: "_s + first;
+                                << u"9:16: the content of another body moved into the first: "_s + first;
     QTest::newRow("empty body first")
         << Xliff(a).replace("<body>", "<body/><body>") << u"A"_s << u"A=a"_s
-        << u"4:16: the content of a further body moved into the first: "_s + first;
+        << u"4:16: the content of another body moved into the first: "_s + first;
     QTest::newRow("no body") << Xliff(a).replace("        <body>\n", "").replace("        </body>\n", "")
                              << u"A"_s << u"A=a"_s << u"4:13: \"A\" moved into the body: "_s + direct;
     QTest::newRow("header, no body")
@@ -141,65 +142,66 @@ void tst_ToolXliffRepair::Repair_shapes_data()
                                           << u"A=a;B=b"_s << u"10:13: \"B\" moved into the body: "_s + direct;
     QTest::newRow("group") << Xliff("<group restype=\"x-menu\" id='7'>\n" + a + "</group>\n" + b) << u"A"_s
                            << u"A=a;B=b"_s
-                           << u"5:1: <group restype=\"x-menu\" id='7'> taken away from around its content: "_s
+                           << u"5:1: <group restype=\"x-menu\" id='7'> removed, its content kept: "_s
             + direct;
     QTest::newRow("group with a note")
         << Xliff("<group id='7'><note>n</note>\n" + a + "</group>\n") << u"A"_s << u"A=a"_s
-        << u"5:1: the content of <group id='7'> moved behind it, except for what describes it: "_s + direct;
+        << u"5:1: the units in <group id='7'> moved behind it: "_s + direct;
     QTest::newRow("groups in groups")
         << Xliff("<group>" + a + "<group><group>" + b + "</group></group></group>\n") << u"A;B"_s
-        << u"A=a;B=b"_s << u"5:1: <group> taken away from around its content: "_s + direct;
+        << u"A=a;B=b"_s << u"5:1: <group> removed, its content kept: "_s + direct;
     QTest::newRow("unit in a unit") << Xliff(QByteArray(a).replace("</target>\n", "</target>\n" + b))
                                     << u"B"_s << u"A=a;B=b"_s
                                     << u"8:13: \"B\" moved into the body: "_s + direct;
     QTest::newRow("wrong id") << Xliff(a).replace(Id(u"A"_s), "7") << u"A"_s << u"A=a"_s
-                              << u"5:13: \"A\" has the id %1 instead of \"7\": %2"_s.arg(
+                              << u"5:13: the id of \"A\" changed from \"7\" to %1: %2"_s.arg(
                                      QString::fromLatin1(Id(u"A"_s)), digest);
     QTest::newRow("no id") << Xliff(a).replace(" id=\"" + Id(u"A"_s) + '"', "") << u"A"_s << u"A=a"_s
-                           << u"5:13: \"A\" has the id %1 instead of \"\": %2"_s.arg(
+                           << u"5:13: the id of \"A\" changed from \"\" to %1: %2"_s.arg(
                                   QString::fromLatin1(Id(u"A"_s)), digest);
     QTest::newRow("wrong id, markup in the source")
         << Xliff(Unit(u"A %1 B"_s, "<target>a</target>"))
                .replace(Id(u"A %1 B"_s), "7")
                .replace("A %1 B", "A <ph id='1'>%1</ph> <g id='2'>B</g>")
         << u"A %1 B"_s << u"A %1 B=a"_s
-        << u"5:13: \"A %1 B\" has the id %2 instead of \"7\": %3"_s
+        << u"5:13: the id of \"A %1 B\" changed from \"7\" to %2: %3"_s
                .replace("%2"_L1, QLatin1StringView(Id(u"A %1 B"_s)))
                .replace("%3"_L1, digest);
     QTest::newRow("markup in the target")
         << Xliff(Unit(u"A"_s, "<target state='final'>a <g id='1'>b</g> <g id='2'>c</g></target>")) << u"A"_s
         << u"A=a b c"_s
-        << u"7:17: the target of \"A\" is plain text: \"a b c\", without <g id=\"1\"> <g id=\"2\">: "_s
+        << u"7:17: the target of \"A\" is now plain text: \"a b c\", without <g id=\"1\"> <g id=\"2\">: "_s
             + whole;
     QTest::newRow("target begins with markup")
         << Xliff(Unit(u"A"_s, "<target><ph id='1'>&lt;b></ph>a</target>")) << u"A"_s << u"A=<b>a"_s
-        << u"7:17: the target of \"A\" is plain text: \"<b>a\", without <ph id=\"1\">: "_s + whole;
+        << u"7:17: the target of \"A\" is now plain text: \"<b>a\", without <ph id=\"1\">: "_s + whole;
     QTest::newRow("equivalent text and line break")
         << Xliff(Unit(u"A"_s, "<target>a <x id='1' equiv-text='%1'/><x id='2' ctype='lb'/>b</target>"))
         << u"A"_s << u"A=a %1\nb"_s
-        << u"7:17: the target of \"A\" is plain text: \"a %1\\nb\", without <x id=\"1\" equiv-text=\"%1\"> "
+        << u"7:17: the target of \"A\" is now plain text: \"a %1\\nb\", without <x id=\"1\" "
+           u"equiv-text=\"%1\"> "
            u"<x "
            "id=\"2\" ctype=\"lb\">: "_s
             + whole;
     QTest::newRow("comment in the target")
         << Xliff(Unit(u"A"_s, "<target>a<!-- c -->b</target>")) << u"A"_s << u"A=ab"_s
-        << u"7:17: the target of \"A\" is plain text: \"ab\": "_s + whole;
+        << u"7:17: the target of \"A\" is now plain text: \"ab\": "_s + whole;
     QTest::newRow("CDATA behind text")
         << Xliff(Unit(u"A"_s, "<target>a<![CDATA[<b>]]></target>")) << u"A"_s << u"A=a<b>"_s
-        << u"7:17: the target of \"A\" is plain text: \"a<b>\": "_s + whole;
+        << u"7:17: the target of \"A\" is now plain text: \"a<b>\": "_s + whole;
     QTest::newRow("markup around a mark")
         << Xliff(Unit(u"A"_s, "<target><g id='1'>tr(</g>a)</target>")) << u"A"_s << u"A=tr(a)"_s
-        << u"7:17: the target of \"A\" is plain text: \"tr(a)\", without <g id=\"1\">: "_s + whole;
+        << u"7:17: the target of \"A\" is now plain text: \"tr(a)\", without <g id=\"1\">: "_s + whole;
     QTest::newRow("two files with one name")
         << Xliff(a).replace("</xliff>", File("x/UI.xml", "<body>" + b + "</body>") + "</xliff>") << u"A"_s
-        << u"A=a;B=b"_s << u"11:5: \"x/UI.xml\" joined to the file element in line 3: "_s + once;
+        << u"A=a;B=b"_s << u"11:5: \"x/UI.xml\" joined to the file element on line 3: "_s + once;
     QTest::newRow("second file without units")
         << Xliff(a).replace("</xliff>", File("ui.xml", "<body/>") + "</xliff>") << QString() << u"A=a"_s
-        << u"11:5: \"ui.xml\" joined to the file element in line 3: "_s + once;
+        << u"11:5: \"ui.xml\" joined to the file element on line 3: "_s + once;
     QTest::newRow("first file without content")
         << Xliff(a).replace("    <file",
                             "    <file original='ui.xml' source-language='en' datatype='xml'/>\n    <file")
-        << QString() << u"A=a"_s << u"4:5: \"ui.xml\" joined to the file element in line 3: "_s + once;
+        << QString() << u"A=a"_s << u"4:5: \"ui.xml\" joined to the file element on line 3: "_s + once;
     QTest::newRow("all problems at once")
         << Xliff("<group>" + a + "</group>")
                .replace("<body>", "<header/><body>")
@@ -261,13 +263,12 @@ void tst_ToolXliffRepair::Repair_exactText()
               + a + "            </group>\n" + b)
             .replace("        <body>",
                      "        <header>\n            <note>h</note>\n        </header>\n        <body>")));
-    QCOMPARE(
-        mTool->Run({u"xliff"_s, u"repair"_s, u"de.xlf"_s}).ToText(),
-        u"de.xlf:4:9: <header> moved behind the body: the reader takes the first element of a file for its "
-        "body [header]\n"
-        "de.xlf:9:13: the content of <group id=\"g\" xml:space=\"preserve\"> moved behind it, except for "
-        "what describes it: the reader finds units directly in the body only [group]\n"
-        "de.xlf: 2 changes; written\n=> 0\n"_s);
+    QCOMPARE(mTool->Run({u"xliff"_s, u"repair"_s, u"de.xlf"_s}).ToText(),
+             u"de.xlf:4:9: <header> moved behind the body: the library reads only the first child of a file "
+             "element [header]\n"
+             "de.xlf:9:13: the units in <group id=\"g\" xml:space=\"preserve\"> moved behind it: the library "
+             "finds only units directly in the body [group]\n"
+             "de.xlf: 2 changes; written\n=> 0\n"_s);
     QCOMPARE(
         QString::fromUtf8(mTool->Read(u"de.xlf"_s)),
         QString::fromUtf8(
@@ -286,32 +287,26 @@ void tst_ToolXliffRepair::Repair_leaves_data()
 
     const QByteArray a = Unit(u"A"_s, "<target>a</target>");
     QTest::newRow("no file name") << Xliff(a).replace("ui.xml", "ui/")
-                                  << u"5:13: left: \"A\" is in a file element without an \"original\" that "
-                                     u"has a file name: nobody knows "
-                                     "which document it translates [unreachable]"_s;
+                                  << u"5:13: left: \"A\" is in a file element whose \"original\" does not "
+                                     "name a file: its document is unknown [unreachable]"_s;
     QTest::newRow("unit without a file")
         << Xliff({}).replace("</xliff>", a + "</xliff>")
-        << u"7:13: left: \"A\" is in no file element: nobody knows which document it belongs to [unreachable]"_s;
+        << u"7:13: left: \"A\" is not in a file element: its document is unknown [unreachable]"_s;
     QTest::newRow("two languages")
         << Xliff(a).replace("</xliff>",
                             File("ui.xml", "<body>" + a + "</body>").replace("\"de\"", "\"fr\"") + "</xliff>")
-        << u"3:5: left: \"ui.xml\" has the same file name as the file element in line 11, but translates en "
-           u"to de, "
-           "not en to fr: each language needs an XLIFF file of its own [duplicate-file]"_s;
-    QTest::newRow("no source") << Xliff("<trans-unit id='7'><target>a</target></trans-unit>\n");
+        << u"3:5: left: \"ui.xml\" has the same file name as the file element on line 11, but translates en "
+           "to de, not en to fr: each language needs its own XLIFF file [duplicate-file]"_s;
     QTest::newRow("unknown text in the target") << Xliff(Unit(u"A"_s, "<target>a <x id='1'/> b</target>"))
-                                                << u"7:17: left: the target of \"A\" keeps its markup: <x> "
-                                                   u"stands for text that the file does not contain "
-                                                   "[target]"_s;
+                                                << u"7:17: left: the target of \"A\" keeps its markup: the "
+                                                   "text for <x> is not in the file [target]"_s;
     QTest::newRow("unknown text in the source")
         << Xliff(a).replace(Id(u"A"_s), "7").replace("<source>A", "<source>A <x id='1'/>")
-        << u"5:13: left: \"A \" keeps the id \"7\": an element in its source stands for text that the file "
-           u"does not "
-           "contain [id]"_s;
-    QTest::newRow("no source")
-        << Xliff("<trans-unit id='7'><target>a</target></trans-unit>\n")
-        << u"5:1: left: \"\" keeps the id \"7\": it has no source whose digest the id could "
-           "be [id]"_s;
+        << u"5:13: left: \"A \" keeps the id \"7\": its source contains markup for text that is not in the "
+           "file [id]"_s;
+    QTest::newRow("no source") << Xliff("<trans-unit id='7'><target>a</target></trans-unit>\n")
+                               << u"5:1: left: \"\" keeps the id \"7\": it has no source to compute the id "
+                                  "from [id]"_s;
 }
 
 void tst_ToolXliffRepair::Repair_leaves()
@@ -322,7 +317,7 @@ void tst_ToolXliffRepair::Repair_leaves()
     QVERIFY(mTool->Write(u"de.xlf"_s, before));
     QVERIFY(!Findings(u"de.xlf"_s).isEmpty());
     QCOMPARE(mTool->Run({u"xliff"_s, u"repair"_s, u"de.xlf"_s}).ToText(),
-             u"de.xlf:%1\nde.xlf: 0 changes, 1 left for a person\n=> 1\n"_s.arg(note));
+             u"de.xlf:%1\nde.xlf: 0 changes, 1 left to fix by hand\n=> 1\n"_s.arg(note));
     QCOMPARE(mTool->Read(u"de.xlf"_s), before);
 }
 
@@ -332,12 +327,10 @@ void tst_ToolXliffRepair::Repair_leavesAll()
     for (const char16_t c : {u'A', u'B', u'C', u'D'})
         units += Unit(QString(QChar(c)), "<target>x</target>");
     QVERIFY(mTool->Write(u"de.xlf"_s, Xliff(units).replace("ui.xml", "ui/")));
-    QCOMPARE(
-        mTool->Run({u"xliff"_s, u"repair"_s, u"de.xlf"_s}).ToText(),
-        u"de.xlf:5:13: left: 4 units are in a file element without an \"original\" that has a file name: "
-        "nobody knows which document they translate (5:13 \"A\", 9:13 \"B\", 13:13 \"C\" and 1 more) "
-        "[unreachable]\n"
-        "de.xlf: 0 changes, 4 left for a person\n=> 1\n"_s);
+    QCOMPARE(mTool->Run({u"xliff"_s, u"repair"_s, u"de.xlf"_s}).ToText(),
+             u"de.xlf:5:13: left: 4 units are in a file element whose \"original\" does not name a file: "
+             "their document is unknown (5:13 \"A\", 9:13 \"B\", 13:13 \"C\" and 1 more) [unreachable]\n"
+             "de.xlf: 0 changes, 4 left to fix by hand\n=> 1\n"_s);
 }
 
 void tst_ToolXliffRepair::Repair_sameIds_data()
@@ -347,8 +340,7 @@ void tst_ToolXliffRepair::Repair_sameIds_data()
     QTest::addColumn<QByteArray>("other"); // source of a second unit with this id
     QTest::addColumn<QString>("notes");
 
-    const QString unknown
-        = u"an element in its source stands for text that the file does not contain [id]\n"_s;
+    const QString unknown = u"its source contains markup for text that is not in the file [id]\n"_s;
     QTest::newRow("no digest") << QByteArray("7") << QByteArray("A <x id='1'/>")
                                << QByteArray("B <x id='1'/>")
                                << u"de.xlf:5:1: left: \"A \" keeps the id \"7\": "_s + unknown
@@ -357,10 +349,10 @@ void tst_ToolXliffRepair::Repair_sameIds_data()
         << QByteArray("7") << QByteArray("A <x id='1'/>") << QByteArray("A <x id='2'/>")
         << u"de.xlf:5:1: left: \"A \" keeps the id \"7\": "_s + unknown
             + u"de.xlf:6:1: left: \"A \" keeps the id \"7\": "_s + unknown;
-    QTest::newRow("digest") << QByteArray(32, 'a') << QByteArray("A <x id='1'/>")
-                            << QByteArray("B <x id='1'/>")
-                            << u"de.xlf:5:1: left: \"A \" has the id of the unit in line 6, but another "
-                               "source: the reader finds one unit for each id [duplicate-unit]\n"_s;
+    QTest::newRow("digest")
+        << QByteArray(32, 'a') << QByteArray("A <x id='1'/>") << QByteArray("B <x id='1'/>")
+        << u"de.xlf:5:1: left: \"A \" has the same id as the unit on line 6, but a "
+           "different source: the library finds only one unit for each id [duplicate-unit]\n"_s;
 }
 
 void tst_ToolXliffRepair::Repair_sameIds()
@@ -377,7 +369,7 @@ void tst_ToolXliffRepair::Repair_sameIds()
     const QByteArray before = Xliff(unit(source, "a") + unit(other, "b"));
     QVERIFY(mTool->Write(u"de.xlf"_s, before));
     QCOMPARE(mTool->Run({u"xliff"_s, u"repair"_s, u"de.xlf"_s}).ToText(),
-             notes + u"de.xlf: 0 changes, %1 left for a person\n=> 1\n"_s.arg(notes.count(u'\n')));
+             notes + u"de.xlf: 0 changes, %1 left to fix by hand\n=> 1\n"_s.arg(notes.count(u'\n')));
     QCOMPARE(mTool->Read(u"de.xlf"_s), before);
 }
 
@@ -446,10 +438,10 @@ void tst_ToolXliffRepair::Repair_alternatives()
     QVERIFY(mTool->Write(u"de.xlf"_s, Xliff(Unit(u"A"_s, "<target/>") + other + kept)));
     QCOMPARE(
         mTool->Run({u"xliff"_s, u"repair"_s, u"de.xlf"_s}).ToText(),
-        u"de.xlf:5:13: \"A\" joined to the unit in line 14: the reader finds one unit for each id "
+        u"de.xlf:5:13: \"A\" joined to the unit on line 14: the library finds only one unit for each id "
         "[duplicate-unit]\n"
-        "de.xlf:9:13: \"A\" joined to the unit in line 14, with \"b c\" as an alternative to \"a\", without "
-        "resname=\"first\": the reader finds one unit for each id [duplicate-unit]\n"
+        "de.xlf:9:13: \"A\" joined to the unit on line 14, with \"b c\" as an alternative to \"a\", without "
+        "resname=\"first\": the library finds only one unit for each id [duplicate-unit]\n"
         "de.xlf: 2 changes; written\n=> 0\n"_s);
     QCOMPARE(QString::fromUtf8(mTool->Read(u"de.xlf"_s)),
              QString::fromUtf8(
@@ -620,13 +612,12 @@ void tst_ToolXliffRepair::Repair_json()
     const QByteArray expected
         = "[{\"file\": \"de.xlf\", \"output\": \"out.xlf\", \"changed\": true, \"written\": true, "
           "\"changes\": "
-          "[{\"line\": 5, \"column\": 13, \"kind\": \"id\", \"what\": \"\\\"A\\\" has the id "
+          "[{\"line\": 5, \"column\": 13, \"kind\": \"id\", \"what\": \"the id of \\\"A\\\" changed "
+          "from \\\"1\\\" to "
         + Id(u"A"_s)
-        + " instead of \\\"1\\\"\", \"why\": \"a text is looked for by its digest\"}], \"left\": [{\"line\": "
-          "9, "
+        + "\", \"why\": \"the library finds a text by its digest\"}], \"left\": [{\"line\": 9, "
           "\"column\": 1, \"kind\": \"id\", \"what\": \"\\\"\\\" keeps the id \\\"7\\\"\", \"why\": \"it has "
-          "no "
-          "source whose digest the id could be\"}]}]";
+          "no source to compute the id from\"}]}]";
     QCOMPARE(QJsonDocument::fromJson(result.Output), QJsonDocument::fromJson(expected));
 }
 
@@ -799,10 +790,10 @@ void tst_ToolXliffRepair::Approve_progress()
                                + Unit(u"F"_s, "<target state=\"new\">f</target>", 0, " approved=\"yes\""))));
     const ToolResult before = mTool->Run({u"xliff"_s, u"stat"_s, u"de.xlf"_s});
     QCOMPARE(mTool->Run({u"xliff"_s, u"repair"_s, u"--approve"_s, u"de.xlf"_s}).ToText(),
-             u"de.xlf:5:13: \"A\" is approved=\"yes\": its target is finished [approved]\n"
-             "de.xlf:9:13: \"B\" is approved=\"yes\": its target is finished [approved]\n"
-             "de.xlf:17:13: \"D\" is approved=\"no\": it has no target [approved]\n"
-             "de.xlf:21:13: \"E\" is approved=\"yes\": its target is finished [approved]\n"
+             u"de.xlf:5:13: \"A\" set to approved=\"yes\": its target is finished [approved]\n"
+             "de.xlf:9:13: \"B\" set to approved=\"yes\": its target is finished [approved]\n"
+             "de.xlf:17:13: \"D\" set to approved=\"no\": it has no target [approved]\n"
+             "de.xlf:21:13: \"E\" set to approved=\"yes\": its target is finished [approved]\n"
              "de.xlf: 4 changes; written\n=> 0\n"_s);
     const QByteArray yes = " approved=\"yes\"";
     QCOMPARE(QString::fromUtf8(mTool->Read(u"de.xlf"_s)),
@@ -823,6 +814,7 @@ void tst_ToolXliffRepair::Approve_leaves_data()
 
     const QByteArray a = Unit(u"A"_s, "<target>a</target>");
     const QByteArray approved = Unit(u"A"_s, "<target>a <x id='1'/></target>", 0, " approved=\"yes\"");
+    QTest::newRow("no source") << Xliff("<trans-unit id='7'><target>a</target></trans-unit>\n");
     QTest::newRow("unknown text in the target") << Xliff(Unit(u"A"_s, "<target>a <x id='1'/></target>"));
     QTest::newRow("target begins with unknown text") << Xliff(Unit(u"A"_s, "<target><x id='1'/>a</target>"));
     QTest::newRow("only unknown text, approved")
@@ -838,7 +830,8 @@ void tst_ToolXliffRepair::Approve_leaves()
 
     QVERIFY(mTool->Write(u"de.xlf"_s, before));
     const ToolResult result = mTool->Run({u"xliff"_s, u"repair"_s, u"--approve"_s, u"de.xlf"_s});
-    QVERIFY2(result.Output.endsWith("\nde.xlf: 0 changes, 1 left for a person\n"), result.Output.constData());
+    QVERIFY2(result.Output.endsWith("\nde.xlf: 0 changes, 1 left to fix by hand\n"),
+             result.Output.constData());
     QCOMPARE(result.ExitCode, 1);
     QCOMPARE(mTool->Read(u"de.xlf"_s), before);
 }

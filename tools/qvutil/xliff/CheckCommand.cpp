@@ -46,7 +46,7 @@ QStringList AllowedKinds(const CheckOptions& options)
     for (const QString& kind : options.Allowed) {
         if (!known.contains(kind))
             throw UsageFailure(
-                u"there is no kind of finding '%1', only: %2"_s.arg(kind, known.join(", "_L1)));
+                u"there is no kind of finding '%1'; kinds are %2"_s.arg(kind, known.join(", "_L1)));
     }
     QStringList allowed = options.Allowed;
     if (options.AllowUntranslated)
@@ -125,15 +125,15 @@ void AddXliffCheckCommand(CommandLine& line, CLI::App& group)
     auto options = std::make_shared<CheckOptions>();
     const QStringList kinds = KindNames();
     CLI::App& command = line.AddCommand(
-        group, "check", "Find what a user would see untranslated, cut or not at all",
+        group, "check", "Find texts that a user would see untranslated, truncated or as an id",
         "qvutil xliff check de.xlf ja.xlf\n"
-        "qvutil xliff check de.xlf --documents ui --recursive  # also texts that are missing or gone\n"
-        "qvutil xliff check *.xlf --allow-untranslated         # in a build while translation goes on\n"
-        "qvutil xliff check *.xlf --require-finished           # in a build for release",
+        "qvutil xliff check de.xlf --documents ui --recursive  # also missing and obsolete texts\n"
+        "qvutil xliff check *.xlf --allow-untranslated         # in a build during translation\n"
+        "qvutil xliff check *.xlf --require-finished           # in a release build",
         [options] { return Check(*options); });
     AddTexts(command, "XLIFF", options->Files, "XLIFF files")->required();
     AddTexts(command, "--documents,-d", options->Documents.Paths,
-             "XML file, or folder to look for them in, whose texts the XLIFF files translate")
+             "XML document that the XLIFF files translate, or a folder of such documents")
         ->type_name("PATH");
     AddDocumentOptions(command, options->Documents);
     command.add_flag("--allow-untranslated", options->AllowUntranslated, "Allow missing and empty targets");

@@ -47,7 +47,7 @@ void AddDocumentOptions(CLI::App& command, DocumentSelection& selection)
 {
     command.add_flag("--recursive,-r", selection.IsRecursive, "Include sub-folders");
     AddTexts(command, "--pattern", selection.Patterns,
-             "Which files of a folder are documents, such as *.ui.xml; default: *.xml")
+             "Name pattern of the documents in a folder, such as *.ui.xml; default: *.xml")
         ->type_name("PATTERN");
 }
 

@@ -50,7 +50,7 @@ private:
     void AddPath(const QString& path)
     {
         if (path == "-"_L1)
-            Fail(path, u"a document to translate needs a file name"_s);
+            Fail(path, u"a document needs a file name, because translations are found by it"_s);
         else if (!path.isEmpty() && QFileInfo(path).isDir())
             AddFolder(path);
         else
@@ -111,10 +111,10 @@ private:
         const QString key = DocumentKey(path);
         if (const auto known = mByKey.constFind(key); known != mByKey.constEnd()) {
             DocumentTexts& texts = mResult.Documents[*known];
-            Console::ReportError(
-                path,
-                u"has the same file name as %1, and translations are found by that name alone: "
-                "their texts share one list"_s.arg(texts.Path));
+            Console::ReportError(path,
+                                 u"has the same file name as %1: the two documents share their translations, "
+                                 u"which are found by "
+                                 "file name"_s.arg(texts.Path));
             return texts;
         }
         mByKey.insert(key, mResult.Documents.size());

@@ -76,7 +76,7 @@ private:
                 return c == u'-' || c == u'_' || (c.unicode() < 0x80 && c.isLetterOrNumber());
             });
             if (!isTag)
-                throw UsageFailure(u"'%1' is no language: write de, or pt-BR"_s.arg(language));
+                throw UsageFailure(u"'%1' is not a language code such as de or pt-BR"_s.arg(language));
         }
     }
 
@@ -95,7 +95,7 @@ private:
         extraction.Folders = mOptions.Documents.Paths;
         extraction.Locations = !mOptions.NoLocations;
         if (extraction.Prune && !mWalk->IsComplete) {
-            Console::ReportError(file, u"nothing is removed, since not all documents could be read"_s);
+            Console::ReportError(file, u"nothing is removed, because some documents could not be read"_s);
             extraction.Prune = false;
         }
         XliffDocument xliff = QFileInfo::exists(file) ? XliffDocument(InputFile(file)) : XliffDocument();
@@ -110,7 +110,7 @@ private:
         for (const DocumentReport& report : reports) {
             if (report.Unreachable > 0) {
                 Console::ReportError(file,
-                                     u"the reader does not find %1 of %2: see qvutil xliff check"_s.arg(
+                                     u"the library does not find %1 of %2; run qvutil xliff check"_s.arg(
                                          Count(report.Unreachable, u"unit"_s), report.Document));
             }
         }
@@ -126,18 +126,18 @@ private:
             reused += report.Reused;
             vanished += static_cast<int>(report.Vanished.size());
             for (const VanishedUnit& unit : report.Vanished) {
-                Console::PrintLine(u"%1: %2 is gone from %3"_s.arg(
+                Console::PrintLine(u"%1: %2 is no longer in %3"_s.arg(
                     PlaceText(file, unit.Where), Console::Quoted(unit.Source), report.Document));
             }
         }
         QStringList parts{u"%1 kept"_s.arg(kept), u"%1 new"_s.arg(added)};
         if (reused > 0)
-            parts.last() += u" (%1 with a translation from elsewhere)"_s.arg(reused);
+            parts.last() += u" (%1 with a translation from another document)"_s.arg(reused);
         if (corrected > 0)
-            parts.append(Count(corrected, u"id"_s) + u" put right"_s);
+            parts.append(Count(corrected, u"id"_s) + u" corrected"_s);
         if (vanished > 0)
-            parts.append(
-                u"%1 gone (%2)"_s.arg(vanished).arg(isPruned ? u"removed"_s : u"kept: --prune removes"_s));
+            parts.append(u"%1 obsolete (%2)"_s.arg(vanished).arg(isPruned ? u"removed"_s
+                                                                          : u"kept; remove with --prune"_s));
         const QStringView outcome = !isChanged ? u"unchanged"
             : mOptions.DryRun                  ? u"would change"
                                                : u"written";
@@ -184,32 +184,32 @@ void AddXliffExtractCommand(CommandLine& line, CLI::App& group)
 {
     auto options = std::make_shared<ExtractOptions>();
     CLI::App& command = line.AddCommand(
-        group, "extract",
-        "Write the texts marked tr(...) in documents to an XLIFF file, or bring it up to date",
+        group, "extract", "Write the texts marked tr(...) in documents to an XLIFF file, or update the file",
         "qvutil xliff extract ui --recursive --language de --output de.xlf\n"
-        "qvutil xliff extract ui -r -o de.xlf           # later: new texts are added, translations kept\n"
-        "qvutil xliff extract ui -r -o de.xlf --prune   # texts that are gone are removed\n"
+        "qvutil xliff extract ui -r -o de.xlf           # later: adds new texts, keeps translations\n"
+        "qvutil xliff extract ui -r -o de.xlf --prune   # also removes obsolete texts\n"
         "qvutil xliff extract ui -l de -l ja -o 'app.{language}.xlf'\n"
         "qvutil xliff extract ui -r -o de.xlf --dry-run # in a build: fails if de.xlf is out of date",
         [options] { return ExtractCommand(*options).Run(); });
-    AddTexts(command, "DOCUMENT", options->Documents.Paths, "XML files, and folders to look for them in")
+    AddTexts(command, "DOCUMENT", options->Documents.Paths, "XML documents, or folders of documents")
         ->required();
     AddText(command, "--output,-o", options->Output,
-            "XLIFF file to write or update (required); {language} stands for each --language")
+            "XLIFF file to write or update (required); {language} is replaced with each --language")
         ->type_name("FILE")
         ->required();
     AddTexts(command, "--language,-l", options->Languages,
-             "Language to translate into, such as de or pt-BR; default: the one in the file")
+             "Language to translate into, such as de or pt-BR; default: the language in the file")
         ->type_name("LANG");
     AddText(command, "--source-language", options->Extraction.SourceLanguage,
-            "Language of the documents; default: the one in the file, or en")
+            "Language of the documents; default: the language in the file, or en")
         ->type_name("LANG");
     AddDocumentOptions(command, options->Documents);
-    command.add_flag("--prune", options->Extraction.Prune, "Remove units whose text or document is gone");
+    command.add_flag("--prune", options->Extraction.Prune,
+                     "Remove units whose text or document no longer exists");
     command.add_flag(
         "--reuse", options->Extraction.Reuse,
-        "Begin a new unit with the translation its text has in another document, to be reviewed");
-    command.add_flag("--no-locations", options->NoLocations, "Do not note the line of each text");
+        "Give new units the translation of the same text in another document, marked for review");
+    command.add_flag("--no-locations", options->NoLocations, "Do not record the line of each text");
     AddDryRunFlag(command, options->DryRun);
     AddJsonFlag(command, options->Json);
 }

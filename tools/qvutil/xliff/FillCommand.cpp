@@ -36,13 +36,13 @@ void CheckReplaced(const QString& input, const QString& output)
     if (!file.exists())
         return;
     if (file.canonicalFilePath() == QFileInfo(input).canonicalFilePath())
-        throw UsageFailure(u"--all needs an --output that is not the file itself"_s);
+        throw UsageFailure(u"--all needs an --output that is not the input file"_s);
     const XliffDocument xliff{InputFile(output)};
     const QList<XliffUnit>& units = xliff.GetUnits();
     const auto isTranslated
         = [&xliff](const XliffUnit& unit) { return xliff.HasTarget(unit) && !unit.IsFilledIn(); };
     if (std::any_of(units.cbegin(), units.cend(), isTranslated))
-        throw Failure(output, u"contains translations, which --all would replace; delete it first"_s);
+        throw Failure(output, u"contains translations that --all would replace; delete the file first"_s);
 }
 
 ExitCode FillFile(const QString& name, const FillOptions& options)
@@ -72,7 +72,7 @@ ExitCode FillFile(const QString& name, const FillOptions& options)
     QString summary = u"%1: %2 of %3 filled"_s.arg(output, QString::number(filled),
                                                    Count(xliff.GetUnits().size(), u"target"_s));
     if (left > 0)
-        summary += u", %1 left for a person (no source, or markup in the target)"_s.arg(left);
+        summary += u", %1 skipped (no source, or markup in the target)"_s.arg(left);
     Console::PrintLine(summary);
     return ExitCode::Yes;
 }
@@ -97,15 +97,15 @@ void AddXliffFillCommand(CommandLine& line, CLI::App& group)
 {
     auto options = std::make_shared<FillOptions>();
     CLI::App& command = line.AddCommand(
-        group, "fill", "Put the source, or a pseudo-translation, into empty targets",
-        "qvutil xliff fill de.xlf                          # nobody sees ids while translation goes on\n"
+        group, "fill", "Fill empty targets with the source text or a pseudo-translation",
+        "qvutil xliff fill de.xlf                          # show source texts instead of ids\n"
         "qvutil xliff fill --pseudo de.xlf -o pseudo.xlf   # try the program before it is translated\n"
-        "qvutil xliff fill --pseudo --all de.xlf -o x.xlf  # the same when it is translated already",
+        "qvutil xliff fill --pseudo --all de.xlf -o x.xlf  # the same if it is already translated",
         [options] { return Fill(*options); });
     AddTexts(command, "XLIFF", options->Files, "XLIFF files; changed in place")->required();
-    command.add_flag("--pseudo", options->Pseudo, "Fill in the source with accents, longer and in brackets");
-    command.add_flag("--all", options->All,
-                     "With --pseudo: also replace the translations, in the --output only");
+    command.add_flag("--pseudo", options->Pseudo,
+                     "Fill in a pseudo-translation: the source with accents, longer, in brackets");
+    command.add_flag("--all", options->All, "With --pseudo and --output: also replace translations");
     AddText(command, "--output,-o", options->Output, "Write to this file instead")->type_name("FILE");
     AddDryRunFlag(command, options->DryRun);
 }

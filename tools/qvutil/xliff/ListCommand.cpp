@@ -90,19 +90,19 @@ void AddXliffListCommand(CommandLine& line, CLI::App& group)
 {
     auto options = std::make_shared<ListOptions>();
     CLI::App& command = line.AddCommand(
-        group, "list", "List texts, one a line",
+        group, "list", "List texts, one per line",
         "qvutil xliff list de.xlf --untranslated            # for the translator\n"
         "qvutil xliff list de.xlf --untranslated | wc -l    # how many?\n"
         "qvutil xliff list de.xlf --unfinished --json       # with their places and targets",
         [options] { return List(*options); });
     AddExplanation(command,
-                   "Line breaks in a text are shown as \\n. The exit code is 1 if there is no such text.");
+                   "Line breaks in a text are shown as \\n. The exit code is 1 if no text is listed.");
     AddTexts(command, "XLIFF", options->Files, "XLIFF files")->required();
     command.add_flag("--untranslated", options->Untranslated,
-                     "Only texts without a target, or with one that was only filled in");
+                     "Only texts without a target, or with a target that was only filled in");
     command.add_flag(
         "--unfinished", options->Unfinished,
-        "Only texts that stat does not count as finished: those, targets to be reviewed, and units "
+        "Only texts that stat does not count as finished: untranslated, to be reviewed, or in units "
         "out of reach");
     AddJsonFlag(command, options->Json);
 }

@@ -42,10 +42,9 @@ void Print(const MergeNote& note, const QString& file)
     const QString before = Console::Quoted(note.Before);
     const QString offered = Console::Quoted(note.Other);
     const QString text = note.IsPartial
-        ? u"nothing taken from %1: markup in its target stands for text that the file does not contain"_s.arg(
-            other)
-        : note.IsTaken ? u"%1 replaces %2, from %3"_s.arg(offered, before, other)
-                       : u"%1 stays; %2 has %3"_s.arg(before, other, offered);
+        ? u"not taken from %1: its target contains markup for text that is not in the file"_s.arg(other)
+        : note.IsTaken ? u"%1 from %2 replaces %3"_s.arg(offered, other, before)
+                       : u"%1 is kept; %2 has %3"_s.arg(before, other, offered);
     Console::PrintLine(u"%1: %2: %3 [%4]"_s.arg(PlaceText(file, note.Where), Console::Quoted(note.Source),
                                                 text, note.IsPartial ? u"left"_s : u"conflict"_s));
 }
@@ -70,15 +69,14 @@ void CheckOutput(const MergeCommandOptions& options)
     const QString output = QFileInfo(options.Output).canonicalFilePath();
     for (const QString& other : options.Others) {
         if (!output.isEmpty() && QFileInfo(other).canonicalFilePath() == output)
-            throw UsageFailure(
-                u"--output is %1, from which translations are taken; choose another name"_s.arg(other));
+            throw UsageFailure(u"--output must not be %1, from which translations are taken"_s.arg(other));
     }
 }
 
 ExitCode Merge(const MergeCommandOptions& options)
 {
     if (!options.Prefer.isEmpty() && options.Prefer != "mine"_L1 && options.Prefer != "other"_L1)
-        throw UsageFailure(u"--prefer takes mine or other, not '%1'"_s.arg(options.Prefer));
+        throw UsageFailure(u"--prefer must be mine or other, not '%1'"_s.arg(options.Prefer));
     if (options.File == "-"_L1 && options.Output.isEmpty())
         throw UsageFailure(u"standard input needs --output"_s);
     CheckOutput(options);
@@ -122,9 +120,9 @@ ExitCode Merge(const MergeCommandOptions& options)
                 QString summary = u"%1: %2 taken, %3"_s.arg(output, Count(result.Taken, u"translation"_s),
                                                             Count(conflicts, u"conflict"_s));
                 if (left > 0)
-                    summary += u", %1 left for a person"_s.arg(left);
+                    summary += u", %1 left to merge by hand"_s.arg(left);
                 if (!result.Unknown.isEmpty())
-                    summary += u", %1 not in it"_s.arg(Count(result.Unknown.size(), u"text"_s));
+                    summary += u", %1 only in other files"_s.arg(Count(result.Unknown.size(), u"text"_s));
                 summary += isWritten ? "; written"_L1 : differs ? "; would change"_L1 : "; unchanged"_L1;
                 Console::PrintLine(summary);
             });
@@ -138,25 +136,26 @@ void AddXliffMergeCommand(CommandLine& line, CLI::App& group)
 {
     auto options = std::make_shared<MergeCommandOptions>();
     CLI::App& command = line.AddCommand(
-        group, "merge", "Take over translations from other XLIFF files",
-        "qvutil xliff merge de.xlf de-old.xlf                  # what de.xlf has translated stays\n"
-        "qvutil xliff merge de.xlf anna.xlf --prefer other     # Anna's translations replace those of "
+        group, "merge", "Add translations from other XLIFF files",
+        "qvutil xliff merge de.xlf de-old.xlf                  # keeps the translations in de.xlf\n"
+        "qvutil xliff merge de.xlf anna.xlf --prefer other     # Anna's translations replace those in "
         "de.xlf\n"
         "qvutil xliff merge de.xlf de-old.xlf -o merged.xlf\n"
         "qvutil xliff merge de.xlf de-old.xlf --dry-run        # see the changes first",
         [options] { return Merge(*options); });
     AddExplanation(
         command,
-        "A text gets the translation that it has in the same document of the first OTHER. If both have\n"
-        "one and they differ, that is a conflict: it is listed, and XLIFF keeps its own. The exit code\n"
-        "is 1 if there are conflicts and --prefer does not decide them, or if a translation contains\n"
-        "markup that stands for text elsewhere.");
-    AddText(command, "XLIFF", options->File, "XLIFF file to bring up to date; changed in place")->required();
+        "A text without a translation gets the translation of the same text in the same document of the\n"
+        "first OTHER that has one. If the files have different translations, the conflict is listed and\n"
+        "XLIFF keeps its translation. The exit code is 1 if there are conflicts without --prefer, or if\n"
+        "a translation contains markup for text that is not in the file.");
+    AddText(command, "XLIFF", options->File, "XLIFF file to update; changed in place")->required();
     AddTexts(command, "OTHER", options->Others, "XLIFF files to take translations from")->required();
-    AddText(command, "--prefer", options->Prefer, "Decide conflicts: keep mine, or take the other")
+    AddText(command, "--prefer", options->Prefer,
+            "Resolve conflicts: keep the translation in XLIFF (mine), or take the one in OTHER (other)")
         ->type_name("mine|other");
     command.add_flag("--reuse", options->Reuse,
-                     "Also take the translation of a text in another document, to be reviewed");
+                     "Also take translations of the same text in other documents, marked for review");
     AddText(command, "--output,-o", options->Output, "Write to this file instead")->type_name("FILE");
     AddDryRunFlag(command, options->DryRun);
     AddJsonFlag(command, options->Json);

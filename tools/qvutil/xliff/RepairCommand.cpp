@@ -88,7 +88,7 @@ private:
         QString summary = output + ": "_L1;
         summary += notes.isEmpty() ? u"nothing to repair"_s : Count(notes.size() - left, u"change"_s);
         if (left > 0)
-            summary += u", %1 left for a person"_s.arg(left);
+            summary += u", %1 left to fix by hand"_s.arg(left);
         Console::PrintLine(summary + outcome);
     }
 
@@ -126,7 +126,7 @@ void AddXliffRepairCommand(CommandLine& line, CLI::App& group)
 {
     auto options = std::make_shared<RepairOptions>();
     CLI::App& command = line.AddCommand(
-        group, "repair", "Bring all units within reach of the library, and list what was changed",
+        group, "repair", "Fix units that the library does not find, and list the changes",
         "qvutil xliff repair de.xlf                     # from a translation office, with a header and "
         "groups\n"
         "qvutil xliff repair de.xlf --dry-run           # see the changes first\n"
@@ -135,13 +135,13 @@ void AddXliffRepairCommand(CommandLine& line, CLI::App& group)
         [options] { return RepairCommand(*options).Run(); });
     AddExplanation(
         command,
-        "What stands before a body moves behind it, and units in groups move into it. File elements\n"
-        "with the same file name become one. An id becomes the digest of its source. Targets with\n"
-        "inline elements become plain text. The exit code is 1 if something is left for a person.");
+        "Moves headers and other elements behind the body, and units in groups into the body. Joins file\n"
+        "elements with the same file name. Replaces ids with the digests of the sources, and targets with\n"
+        "inline elements with plain text. The exit code is 1 if something is left to fix by hand.");
     AddTexts(command, "XLIFF", options->Files, "XLIFF files; changed in place")->required();
     AddText(command, "--output,-o", options->Output, "Write to this file instead")->type_name("FILE");
     command.add_flag("--approve", options->Approve,
-                     "Also write approved=\"yes\" for finished targets, by which other programs count");
+                     "Also set approved=\"yes\" for finished targets, by which other programs show progress");
     AddDryRunFlag(command, options->DryRun);
     AddJsonFlag(command, options->Json);
 }

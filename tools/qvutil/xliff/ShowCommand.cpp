@@ -52,7 +52,7 @@ public:
     ExitCode Run()
     {
         if (mOptions.Document == "-"_L1)
-            throw UsageFailure(u"the document needs a file name: translations are found by it"_s);
+            throw UsageFailure(u"the document needs a file name, because translations are found by it"_s);
         Util::XlfTranslator translator(mFile.Path());
         XmlSource document;
         document.GetFiler().Translator = &translator;
@@ -121,13 +121,13 @@ private:
 void AddXliffShowCommand(CommandLine& line, CLI::App& group)
 {
     auto options = std::make_shared<ShowOptions>();
-    CLI::App& command
-        = line.AddCommand(group, "show", "Show what a user of a document sees, read through the library",
-                          "qvutil xliff show de.xlf ui/MainWindow.xml\n"
-                          "qvutil xliff show de.xlf ui/MainWindow.xml | grep -e UNTRANSLATED -e 'ID SHOWN'",
-                          [options] { return ShowCommand(*options).Run(); });
+    CLI::App& command = line.AddCommand(
+        group, "show", "Show the texts of a document as a user sees them, translated by the library",
+        "qvutil xliff show de.xlf ui/MainWindow.xml\n"
+        "qvutil xliff show de.xlf ui/MainWindow.xml | grep -e UNTRANSLATED -e 'ID SHOWN'",
+        [options] { return ShowCommand(*options).Run(); });
     AddText(command, "XLIFF", options->File, "XLIFF file")->required();
-    AddText(command, "DOCUMENT", options->Document, "XML document that is read with it")->required();
+    AddText(command, "DOCUMENT", options->Document, "XML document that the file translates")->required();
     AddJsonFlag(command, options->Json);
 }
 

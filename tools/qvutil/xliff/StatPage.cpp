@@ -137,7 +137,7 @@ void AddFile(MarkupWriter& content, const QJsonObject& file)
 
 QString StatPage(const QJsonArray& files, const QStringList& unusable)
 {
-    HtmlPage page(u"Progress of translation"_s, QString::fromUtf16(kStyle));
+    HtmlPage page(u"Translation progress"_s, QString::fromUtf16(kStyle));
     MarkupWriter& content = page.Content();
     content.Start(u"ul"_s, {{u"class"_s, u"legend"_s}});
     for (const Part& part : gParts) {

@@ -44,13 +44,13 @@ QString ReasonOf(UnitReachability reach)
     case UnitReachability::Found:
         break;
     case UnitReachability::NoFileName:
-        return u"its file element has no \"original\" with a file name"_s;
+        return u"the \"original\" of its file element does not name a file"_s;
     case UnitReachability::BodyNotFirst:
-        return u"it is not in the first element of its file: nothing, no header either, may stand before the body"_s;
+        return u"another element, such as a header, is before the body"_s;
     case UnitReachability::Nested:
-        return u"it is not directly in a body, but in a group or elsewhere"_s;
+        return u"it is not directly in a body, but for example in a group"_s;
     case UnitReachability::Replaced:
-        return u"a later file element with the same file name takes the place of its own"_s;
+        return u"a later file element has the same file name"_s;
     }
     return {};
 }
@@ -62,13 +62,13 @@ QString SharedReasonOf(UnitReachability reach)
     case UnitReachability::Found:
         break;
     case UnitReachability::NoFileName:
-        return u"their file element has no \"original\" with a file name"_s;
+        return u"the \"original\" of their file element does not name a file"_s;
     case UnitReachability::BodyNotFirst:
-        return u"they are not in the first element of their file: nothing, no header either, may stand before the body"_s;
+        return u"another element, such as a header, is before the body"_s;
     case UnitReachability::Nested:
-        return u"they are not directly in a body, but in a group or elsewhere"_s;
+        return u"they are not directly in a body, but for example in a group"_s;
     case UnitReachability::Replaced:
-        return u"a later file element with the same file name takes the place of theirs"_s;
+        return u"a later file element has the same file name"_s;
     }
     return {};
 }
@@ -124,7 +124,7 @@ private:
                      place,
                      file.Original,
                      {},
-                     u"%1 has the same file name as the file element in line %2: the reader keeps "
+                     u"%1 has the same file name as the file element on line %2: the library uses "
                      "only the last one"_s.arg(Console::Quoted(file.Original), QString::number(line)),
                      {},
                      {}});
@@ -144,9 +144,9 @@ private:
         }
         if (unit.HasWrongId()) {
             Add(FindingKind::WrongId, unit,
-                u"%1 has the id %2, but is looked for as %3"_s.arg(source, Console::Quoted(unit.Id),
-                                                                   UnitId(unit.Source)),
-                u"have ids that are not the digests of their sources, by which they are looked for"_s);
+                u"%1 has the id %2, but the library looks for %3"_s.arg(source, Console::Quoted(unit.Id),
+                                                                        UnitId(unit.Source)),
+                u"have ids that are not the digests of their sources, which the library looks for"_s);
         }
         CheckTarget(unit, source);
     }
@@ -163,14 +163,14 @@ private:
             return;
         }
         if (unit.GetProgress() == UnitProgress::Unfinished)
-            Add(FindingKind::Unfinished, unit, u"%1 is in the state %2"_s.arg(source, unit.State),
-                u"are in the state %1"_s.arg(unit.State));
+            Add(FindingKind::Unfinished, unit, u"%1 has the state %2"_s.arg(source, unit.State),
+                u"have the state %1"_s.arg(unit.State));
         if (target != unit.Target) {
             QString unwrapped = target;
             const bool isCut = !Util::XmlFiler().StripTr(unwrapped) || unwrapped != unit.Target;
             Add(isCut ? FindingKind::CutTarget : FindingKind::Unwrapped, unit,
                 (isCut ? u"%1 has markup in its target: the user sees only %2"_s
-                       : u"%1 has a tr(...) mark for its target: the user sees %2"_s)
+                       : u"the target of %1 is a tr(...) mark: the user sees %2"_s)
                     .arg(source, Console::Quoted(unit.Target)));
         }
         CheckPlaceholders(unit, source);
@@ -188,7 +188,7 @@ private:
         if (!lacks.isEmpty())
             faults.append("lacks "_L1 + lacks);
         if (!adds.isEmpty())
-            faults.append("has "_L1 + adds + " which the source has not"_L1);
+            faults.append("has "_L1 + adds + ", which the source lacks"_L1);
         Add(FindingKind::Placeholders, unit,
             u"%1 and its target %2 differ in placeholders: the target %3"_s.arg(
                 source, Console::Quoted(unit.Target), faults.join(" and "_L1)));
@@ -203,9 +203,10 @@ private:
                 const XliffUnit*& known = first[unit.Id];
                 if (known && known->Target != unit.Target) {
                     Add(FindingKind::DuplicateUnit, unit,
-                        u"%1 has the id of the unit in line %2, and another target: the reader keeps the last"_s
-                            .arg(Console::Quoted(unit.Source),
-                                 QString::number(mXliff.GetPlace(known->Element).Line)));
+                        u"%1 has the same id as the unit on line %2, but a different target: the "
+                        "library uses the last one"_s.arg(
+                            Console::Quoted(unit.Source),
+                            QString::number(mXliff.GetPlace(known->Element).Line)));
                 }
                 if (!known)
                     known = &unit;

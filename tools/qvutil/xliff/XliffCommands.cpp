@@ -11,7 +11,7 @@ namespace Quorvin::Tool {
 void AddXliffCommands(CommandLine& line)
 {
     CLI::App& group
-        = line.AddGroup("xliff", "Translate documents: make, check, repair, fill, merge and try XLIFF files");
+        = line.AddGroup("xliff", "Translate documents: create, check, repair, fill and merge XLIFF files");
     AddXliffExtractCommand(line, group);
     AddXliffCheckCommand(line, group);
     AddXliffRepairCommand(line, group);

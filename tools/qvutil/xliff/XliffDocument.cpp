@@ -111,14 +111,14 @@ XliffDocument::XliffDocument(const InputFile& file)
     const QDomElement root = mSource.GetFiler().GetCurrentNode().toElement();
     const QString name = root.tagName();
     if (LocalName(name) != u"xliff")
-        throw Failure(mName, u"is no XLIFF file: its root element is %1"_s.arg(name));
+        throw Failure(mName, u"is not an XLIFF file: its root element is %1"_s.arg(name));
     if (name != "xliff"_L1)
-        throw Failure(mName, u"its elements bear the prefix of a namespace, and the library finds none"_s);
+        throw Failure(mName, u"its elements have a namespace prefix, which the library does not support"_s);
     const QString version = root.attribute(u"version"_s, u"1.2"_s);
     if (!version.startsWith("1."_L1))
         throw Failure(mName, u"is XLIFF %1; the library reads XLIFF 1.2"_s.arg(version));
     if (!mSource.HasPlaces())
-        throw Failure(mName, u"entities of its own stand for markup; write it out"_s);
+        throw Failure(mName, u"contains entities with markup; replace them with the markup"_s);
     Read();
 }
 
@@ -593,7 +593,7 @@ QByteArray XliffDocument::GetContent(const QString& path) const
     const QString text = GetChanged();
     // Protect translations from errors in this program: never replace a file with one that does not load.
     if (Util::XmlFiler probe; !probe.LoadFromXmlString(text))
-        throw Failure(path, u"would not load after the change; what was there is kept"_s);
+        throw Failure(path, u"would not load after the change; the old content is kept"_s);
     return mSource.Encode(text);
 }
 

@@ -58,7 +58,7 @@ private:
         if (mOptions.TargetLanguage.isEmpty() && !files.isEmpty())
             mOptions.TargetLanguage = files.constFirst().TargetLanguage;
         if (mOptions.TargetLanguage.isEmpty())
-            throw UsageFailure(u"--language is required: the file does not name one yet"_s);
+            throw UsageFailure(u"--language is required, because the file does not name a language yet"_s);
         const auto ours
             = std::find_if(files.cbegin(), files.cend(), [this](const XliffFile& f) { return IsOurs(f); });
         if (!files.isEmpty() && ours == files.cend()) {

@@ -155,16 +155,16 @@ private:
                 continue;
             if (unit.File < 0) {
                 AddLeft(unit.Element, kUnreachable,
-                        Console::Quoted(unit.Source) + " is in no file element"_L1,
-                        u"nobody knows which document it belongs to"_s,
-                        u"are in no file element: nobody knows which document they belong to"_s, unit.Source);
+                        Console::Quoted(unit.Source) + " is not in a file element"_L1,
+                        u"its document is unknown"_s,
+                        u"are not in a file element: their documents are unknown"_s, unit.Source);
             } else if (Files().at(unit.File).Key.isEmpty()) {
                 AddLeft(unit.Element, kUnreachable,
                         Console::Quoted(unit.Source)
-                            + " is in a file element without an \"original\" that has a file name"_L1,
-                        u"nobody knows which document it translates"_s,
-                        u"are in a file element without an \"original\" that has a file name: nobody knows "
-                        "which document they translate"_s,
+                            + " is in a file element whose \"original\" does not name a file"_L1,
+                        u"its document is unknown"_s,
+                        u"are in a file element whose \"original\" does not name a file: their document is "
+                        "unknown"_s,
                         unit.Source);
             }
         }
@@ -223,12 +223,12 @@ private:
             const XliffFile& last = Files().at(differing);
             mLeftFiles.insert(files.at(i));
             AddLeft(file.Element, kFile,
-                    u"%1 has the same file name as the file element in line %2, but translates %3 to %4, "
+                    u"%1 has the same file name as the file element on line %2, but translates %3 to %4, "
                     "not %5 to %6"_s.arg(
                         Console::Quoted(file.Original), LineOf(last.Element),
                         Console::Visible(file.SourceLanguage), Console::Visible(file.TargetLanguage),
                         Console::Visible(last.SourceLanguage), Console::Visible(last.TargetLanguage)),
-                    u"each language needs an XLIFF file of its own"_s);
+                    u"each language needs its own XLIFF file"_s);
         }
     }
 
@@ -254,7 +254,7 @@ private:
 
     void NoteJoinedFile(const XliffFile& file, const XliffFile& first)
     {
-        QString what = u"%1 joined to the file element in line %2"_s.arg(Console::Quoted(file.Original),
+        QString what = u"%1 joined to the file element on line %2"_s.arg(Console::Quoted(file.Original),
                                                                          LineOf(first.Element));
         QList<QStringView> kept{u"original", u"source-language", u"target-language", u"xml:space"};
         if (RawAttribute(file.Element, u"datatype") == RawAttribute(first.Element, u"datatype"))
@@ -262,7 +262,8 @@ private:
         const QString dropped = AttributesOf(file.Element, kept);
         if (!dropped.isEmpty())
             what += ", without"_L1 + dropped;
-        AddNote(file.Element, kFile, what, u"the reader keeps only the last file element with a file name"_s);
+        AddNote(file.Element, kFile, what,
+                u"the library uses only the last file element with the same file name"_s);
         if (first.TargetLanguage.isEmpty() && !file.TargetLanguage.isEmpty()
             && !mHasLanguage.contains(first.Element)) {
             mHasLanguage.insert(first.Element);
@@ -315,10 +316,10 @@ private:
             }
             mXliff.SetId(unit);
             AddNote(unit.Element, kId,
-                    u"%1 has the id %2 instead of %3"_s.arg(source, UnitId(unit.Source),
-                                                            Console::Quoted(unit.Id)),
-                    u"a text is looked for by its digest"_s,
-                    u"have the digest of their source for an id: a text is looked for by that"_s,
+                    u"the id of %1 changed from %2 to %3"_s.arg(source, Console::Quoted(unit.Id),
+                                                                UnitId(unit.Source)),
+                    u"the library finds a text by its digest"_s,
+                    u"got the digests of their sources as ids: the library finds a text by its digest"_s,
                     unit.Source);
         }
     }
@@ -326,10 +327,10 @@ private:
     [[nodiscard]] static QString WhyIdStays(const XliffUnit& unit)
     {
         if (unit.Source.isEmpty())
-            return u"it has no source whose digest the id could be"_s;
+            return u"it has no source to compute the id from"_s;
         return unit.IsSourceComplete
             ? u"its source contains markup, which may be part of the text in the document"_s
-            : u"an element in its source stands for text that the file does not contain"_s;
+            : u"its source contains markup for text that is not in the file"_s;
     }
 
     /// Returns whether the target cannot be corrected, because an element in it represents text that is not
@@ -391,16 +392,16 @@ private:
         if (!text.Unknown.isEmpty()) {
             AddLeft(unit.TargetElement, kTarget,
                     u"the target of %1 keeps its markup"_s.arg(Console::Quoted(unit.Source)),
-                    u"%1 stands for text that the file does not contain"_s.arg(text.Unknown.join(", "_L1)));
+                    u"the text for %1 is not in the file"_s.arg(text.Unknown.join(", "_L1)));
             return;
         }
         mXliff.SetTargetContent(unit, text.Text, text.Comments);
-        QString what = u"the target of %1 is plain text: %2"_s.arg(Console::Quoted(unit.Source),
-                                                                   Console::Quoted(text.Text));
+        QString what = u"the target of %1 is now plain text: %2"_s.arg(Console::Quoted(unit.Source),
+                                                                       Console::Quoted(text.Text));
         if (!text.Markup.isEmpty())
             what += ", without "_L1 + Console::Visible(text.Markup.join(u' '));
         AddNote(unit.TargetElement, kTarget, what,
-                u"the reader takes a target up to the first element or comment"_s);
+                u"the library reads a target only up to the first element or comment"_s);
     }
 
     [[nodiscard]] UnitProgress FinalProgress(int index) const
@@ -473,9 +474,9 @@ private:
                 continue;
             mLeftUnits.insert(unit.Element);
             AddLeft(unit.Element, kUnit,
-                    u"%1 has the id of the unit in line %2, but another source"_s.arg(
+                    u"%1 has the same id as the unit on line %2, but a different source"_s.arg(
                         Console::Quoted(unit.Source), LineOf(Units().at(found).Element)),
-                    u"the reader finds one unit for each id"_s);
+                    u"the library finds only one unit for each id"_s);
         }
     }
 
@@ -509,7 +510,7 @@ private:
             = mXliff.HasTarget(unit) && (target != mTargets.at(kept) || content != TargetContent(other));
         QString added;
         QString what
-            = u"%1 joined to the unit in line %2"_s.arg(Console::Quoted(unit.Source), LineOf(other.Element));
+            = u"%1 joined to the unit on line %2"_s.arg(Console::Quoted(unit.Source), LineOf(other.Element));
         if (isAlternative) {
             added += indent + "<alt-trans>"_L1 + CopyOf(unit.TargetElement) + "</alt-trans>"_L1;
             what += u", with %1 as an alternative to %2"_s.arg(
@@ -546,7 +547,7 @@ private:
             = AttributesOf(unit.Element, {u"id", u"approved", u"xml:space", u"translate"});
         if (!attributes.isEmpty())
             what += ", without"_L1 + attributes;
-        AddNote(unit.Element, kUnit, what, u"the reader finds one unit for each id"_s);
+        AddNote(unit.Element, kUnit, what, u"the library finds only one unit for each id"_s);
         return added;
     }
 
@@ -563,13 +564,13 @@ private:
             mXliff.SetApproved(unit, isFinished);
             if (isFinished && unit.State.isEmpty())
                 mXliff.SetAttribute(unit.TargetElement, u"state", u"translated"_s);
-            AddNote(
-                unit.Element, kApproved,
-                u"%1 is approved=\"%2\""_s.arg(Console::Quoted(unit.Source), isFinished ? u"yes"_s : u"no"_s),
-                isFinished ? u"its target is finished"_s : u"it has no target"_s,
-                isFinished ? u"are approved=\"yes\": their targets are finished"_s
-                           : u"are approved=\"no\": they have no target"_s,
-                unit.Source);
+            AddNote(unit.Element, kApproved,
+                    u"%1 set to approved=\"%2\""_s.arg(Console::Quoted(unit.Source),
+                                                       isFinished ? u"yes"_s : u"no"_s),
+                    isFinished ? u"its target is finished"_s : u"it has no target"_s,
+                    isFinished ? u"set to approved=\"yes\": their targets are finished"_s
+                               : u"set to approved=\"no\": they have no target"_s,
+                    unit.Source);
         }
     }
 
@@ -676,8 +677,8 @@ private:
     {
         const QString& source = Units().at(mUnitOf.at(element)).Source;
         AddNote(element, kGroup, Console::Quoted(source) + " moved into the body"_L1,
-                u"the reader finds units directly in the body only"_s,
-                u"moved into the body: the reader finds them there only"_s, source);
+                u"the library finds only units directly in the body"_s,
+                u"moved into the body: the library finds them only there"_s, source);
     }
 
     /// Adds the content of a body. The units of groups move out of the groups.
@@ -705,12 +706,11 @@ private:
                 own += mXliff.GetRange(mElements.at(child).Begin, mElements.at(child).End);
         });
         const QString tag = u'<' + mElements.at(group).Name.toString() + AttributesOf(group, {}) + u'>';
-        const QString why = u"the reader finds units directly in the body only"_s;
+        const QString why = u"the library finds only units directly in the body"_s;
         if (own.isEmpty()) {
-            AddNote(group, kGroup, u"%1 taken away from around its content"_s.arg(tag), why);
+            AddNote(group, kGroup, u"%1 removed, its content kept"_s.arg(tag), why);
         } else {
-            AddNote(group, kGroup,
-                    u"the content of %1 moved behind it, except for what describes it"_s.arg(tag), why);
+            AddNote(group, kGroup, u"the units in %1 moved behind it"_s.arg(tag), why);
             const QString inner = SpaceBefore(group) + mXliff.IndentStep();
             text.AddElement(StartTag(group) + inner + own.join(inner) + SpaceBefore(group) + EndTag(group));
         }
@@ -788,14 +788,14 @@ private:
     {
         const XmlSource::Element& e = mElements.at(child);
         const bool isInFirst = e.Parent == Files().at(group.Files.constFirst()).Element;
-        const QString why = u"the reader takes the first element of a file for its body"_s;
+        const QString why = u"the library reads only the first child of a file element"_s;
         if (child == group.Container)
             return;
         if (mUnitOf.at(child) >= 0) {
             mMoved.append(child);
         } else if (e.Name == u"body") {
             if (isInFirst)
-                AddNote(child, kHeader, u"the content of a further body moved into the first"_s, why);
+                AddNote(child, kHeader, u"the content of another body moved into the first"_s, why);
             AddBody(body, child);
         } else {
             rest.AddElement(WithoutUnits(child));
