@@ -344,7 +344,7 @@ void tst_ToolXliffMerge::Reuse()
                                      + Unit(u"B"_s, "<target>b</target>"))));
 }
 
-// The reader unwraps a mark around a target. What it shows is taken over.
+// The library removes a mark around a target. Its result is taken over.
 void tst_ToolXliffMerge::MarksAroundTargets()
 {
     QVERIFY(mTool->Write(u"mine.xlf"_s, Xliff(Unit(u"A"_s, "<target/>") + Unit(u"B"_s, "<target/>"))));
@@ -366,11 +366,11 @@ void tst_ToolXliffMerge::ElementsInSources()
     QVERIFY(mTool->Write(u"mine.xlf"_s, Xliff(unit("file", "<target/>") + unit("folder", "<target/>"))));
     QVERIFY(mTool->Write(
         u"other.xlf"_s,
-        Xliff(unit("file", "<target>Datei weg?</target>") + unit("folder", "<target>Ordner weg?</target>"))));
+        Xliff(unit("file", "<target>Datei weg?</target>") + unit("folder", "<target>Mappe weg?</target>"))));
     for (const QString& option : {u"--prefer=mine"_s, u"--reuse"_s}) {
         (void)mTool->Run({u"xliff"_s, u"merge"_s, u"mine.xlf"_s, u"other.xlf"_s, option});
         QCOMPARE(Translated(mTool->Path(u"mine.xlf"_s), u"file"_s), u"Datei weg?"_s);
-        QCOMPARE(Translated(mTool->Path(u"mine.xlf"_s), u"folder"_s), u"Ordner weg?"_s);
+        QCOMPARE(Translated(mTool->Path(u"mine.xlf"_s), u"folder"_s), u"Mappe weg?"_s);
     }
 }
 

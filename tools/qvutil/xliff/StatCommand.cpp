@@ -31,7 +31,7 @@ struct StatOptions
     bool Html = false;
 };
 
-/// Full only when nothing is left to do.
+/// Returns the finished share of the units, of \p full. Rounds down, so that only a finished file is full.
 int ShareOf(const ProgressCounts& counts, int full)
 {
     return counts.Units == 0 ? full : counts.Finished * full / counts.Units;
@@ -150,7 +150,7 @@ ExitCode Stat(const StatOptions& options)
 void AddXliffStatCommand(CommandLine& line, CLI::App& group)
 {
     auto options = std::make_shared<StatOptions>();
-    CLI::App& command = line.AddCommand(group, "stat", "Show how far translation is, for each document",
+    CLI::App& command = line.AddCommand(group, "stat", "Show the progress of translation for each document",
                                         "qvutil xliff stat de.xlf ja.xlf\nqvutil xliff stat --json de.xlf\n"
                                         "qvutil xliff stat --html *.xlf > progress.html",
                                         [options] { return Stat(*options); });
