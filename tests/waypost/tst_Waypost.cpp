@@ -810,16 +810,6 @@ void tst_Waypost::ClosingAsksAboutOneTour()
     QCOMPARE(ReadFile(file) != before, saves);
 }
 
-// Chooses an entry of a menu with the mouse.
-void ChooseInMenu(const Shown& shown, const QString& menuName, const QString& actionName)
-{
-    QMenuBar* bar = shown.Window.menuBar();
-    auto* menu = shown.Window.findChild<QMenu*>(u"menu"_s + menuName);
-    QTest::mouseClick(bar, Qt::LeftButton, {}, bar->actionGeometry(menu->menuAction()).center());
-    QVERIFY(QTest::qWaitForWindowExposed(menu, kLongMs));
-    QTest::mouseClick(menu, Qt::LeftButton, {}, menu->actionGeometry(shown.Action(actionName)).center());
-}
-
 // Types the name of a file into a file dialog, and presses its button.
 void TypeFile(QFileDialog& dialog, const QString& file)
 {
@@ -921,7 +911,7 @@ void tst_Waypost::ExportsTheChosenTour()
         proposed = dialog.directory().filePath(dialog.findChild<QLineEdit*>(u"fileNameEdit"_s)->text());
         TypeFile(dialog, file);
     });
-    ChooseInMenu(shown, u"File"_s, u"Export"_s);
+    shown.Action(u"Export"_s)->trigger();
     QCOMPARE(proposed, mHome->File(u"north-face.gpx"_s));
     const QByteArray gpx = ReadFile(file);
     QVERIFY2(gpx.contains("<name>North face</name>"), gpx.left(1000).constData());
