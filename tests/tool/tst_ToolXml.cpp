@@ -1062,6 +1062,11 @@ void tst_ToolXml::List_deepest()
     QVERIFY(mTool->Write(u"long.xml"_s, "<a b=\"%2" + QByteArray(97, 'x') + "\xf0\x9f\x98\x80\"/>"));
     QCOMPARE(Run({u"xml"_s, u"list"_s, u"long.xml"_s}),
              u"a b=\"%2%1\"... (101 characters)\n=> 0\n"_s.replace(u"%1"_s, QString(97, u'x')));
+    // Combining marks take no column, so this value is printed in full.
+    const QByteArray marked = QByteArray("a\xcc\x88").repeated(60);
+    QVERIFY(mTool->Write(u"long.xml"_s, "<a b=\"" + marked + "\"/>"));
+    QCOMPARE(Run({u"xml"_s, u"list"_s, u"long.xml"_s}),
+             u"a b=\"%1\"\n=> 0\n"_s.arg(QString::fromUtf8(marked)));
 }
 
 void tst_ToolXml::Cat_data()

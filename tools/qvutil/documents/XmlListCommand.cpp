@@ -30,10 +30,9 @@ struct ListOptions : PartOptions
 // People read the tree, so long values, such as pictures, are truncated.
 QString Shortened(const QString& value)
 {
-    if (value.size() <= kShownCharacters)
-        return Console::Quoted(value);
-    return Console::Quoted(FirstColumns(value, kShownCharacters))
-        + u"... (%1 characters)"_s.arg(value.size());
+    const QString start = FirstColumns(value, kShownCharacters);
+    return start.size() == value.size() ? Console::Quoted(value)
+                                        : Console::Quoted(start) + u"... (%1 characters)"_s.arg(value.size());
 }
 
 void PrintElement(const VisitedElement& element, int depth)
