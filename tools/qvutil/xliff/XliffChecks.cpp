@@ -166,8 +166,7 @@ private:
             Add(FindingKind::Unfinished, unit, u"%1 has the state %2"_s.arg(source, unit.State),
                 u"have the state %1"_s.arg(unit.State));
         if (target != unit.Target) {
-            QString unwrapped = target;
-            const bool isCut = !Util::XmlFiler().StripTr(unwrapped) || unwrapped != unit.Target;
+            const bool isCut = unit.GetShownTarget() != unit.Target;
             Add(isCut ? FindingKind::CutTarget : FindingKind::Unwrapped, unit,
                 (isCut ? u"%1 has markup in its target: the user sees only %2"_s
                        : u"the target of %1 is a tr(...) mark: the user sees %2"_s)

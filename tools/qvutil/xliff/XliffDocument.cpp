@@ -78,6 +78,13 @@ UnitProgress XliffUnit::GetProgress() const
     return !IsApproved && IsUnfinished(State) ? UnitProgress::Unfinished : UnitProgress::Finished;
 }
 
+QString XliffUnit::GetShownTarget() const
+{
+    QString text = WholeTarget;
+    const bool isUnwrapped = text != Target && Util::XmlFiler().StripTr(text) && text == Target;
+    return isUnwrapped ? Target : WholeTarget;
+}
+
 bool XliffUnit::IsFilledIn() const
 {
     return !IsApproved && (State == "new"_L1 || State == "needs-translation"_L1);

@@ -58,6 +58,9 @@ struct XliffUnit
     UnitReachability Reachability = UnitReachability::Found;
 
     [[nodiscard]] UnitProgress GetProgress() const;
+    /// Returns all text in the target as the library shows it: without a mark around it, if the library
+    /// removes that.
+    [[nodiscard]] QString GetShownTarget() const;
     /// Returns whether the target still needs to be translated, as after `xliff fill`.
     [[nodiscard]] bool IsFilledIn() const;
     /// Returns whether the library certainly does not find the source under this id.

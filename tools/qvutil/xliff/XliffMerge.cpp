@@ -4,7 +4,6 @@
 #include "xliff/XliffMerge.h"
 
 #include "cli/Failure.h"
-#include <qvutil/XmlFiler.h>
 
 #include <QHash>
 #include <QSet>
@@ -60,13 +59,6 @@ QString SourceKey(const XliffDocument& xliff, const XliffUnit& unit)
 QString MatchKey(const XliffDocument& xliff, const XliffUnit& unit)
 {
     return (unit.File < 0 ? QString() : xliff.GetFiles().at(unit.File).Key) + u'\n' + SourceKey(xliff, unit);
-}
-
-/// Returns the whole text of a target, without the mark around it if the reader unwraps that.
-QString TextOf(const XliffUnit& unit)
-{
-    QString text = unit.WholeTarget;
-    return Util::XmlFiler().StripTr(text) && text == unit.Target ? text : unit.WholeTarget;
 }
 
 /// Returns whether a translation is finished.
@@ -207,14 +199,15 @@ private:
     [[nodiscard]] static QString TargetText(const XliffDocument& xliff, const XliffUnit& unit)
     {
         const bool isMarkup = unit.WholeTarget.trimmed().isEmpty() && unit.TargetElement >= 0;
-        return isMarkup ? xliff.GetContentText(unit.TargetElement).trimmed().toString() : TextOf(unit);
+        return isMarkup ? xliff.GetContentText(unit.TargetElement).trimmed().toString()
+                        : unit.GetShownTarget();
     }
 
     [[nodiscard]] bool IsEqual(qsizetype index, const XliffDocument& otherFile, const XliffUnit& other) const
     {
         const XliffUnit& mine = mCurrent.at(index);
         if (mine.IsTargetComplete && other.IsTargetComplete)
-            return TextOf(mine) == TextOf(other);
+            return mine.GetShownTarget() == other.GetShownTarget();
         return !mIsReplaced.contains(index) && mine.TargetElement >= 0 && other.TargetElement >= 0
             && mXliff.GetContentText(mine.TargetElement) == otherFile.GetContentText(other.TargetElement);
     }
@@ -259,7 +252,7 @@ private:
             mIsConfirmed.insert(index);
             return;
         }
-        mine.WholeTarget = TextOf(other);
+        mine.WholeTarget = other.GetShownTarget();
         mine.Target = mine.WholeTarget;
         mine.IsTargetComplete = true;
         mIsReplaced.insert(index);

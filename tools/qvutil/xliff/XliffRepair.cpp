@@ -355,9 +355,7 @@ private:
     /// Returns whether the library reads only a part of the target, or nothing although it contains text.
     [[nodiscard]] static bool IsCut(const XliffUnit& unit)
     {
-        QString unwrapped = unit.WholeTarget;
-        const bool isUnwrapped = Util::XmlFiler().StripTr(unwrapped) && unwrapped == unit.Target;
-        const bool isCut = unit.WholeTarget != unit.Target && !IsBlank(unit.WholeTarget) && !isUnwrapped;
+        const bool isCut = unit.GetShownTarget() != unit.Target && !IsBlank(unit.WholeTarget);
         return unit.TargetElement >= 0 && (isCut || !unit.IsTargetComplete);
     }
 
