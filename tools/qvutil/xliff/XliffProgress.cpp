@@ -174,10 +174,11 @@ private:
 /// itself.
 bool IsDeclaredAsUtf8(const QByteArray& document)
 {
-    QXmlStreamReader reader(document);
-    reader.readNext();
+    constexpr qsizetype kMaxDeclarationSize = 1024; // the reader would decode the whole document
+    QXmlStreamReader reader(document.left(kMaxDeclarationSize));
+    const bool hasBegun = reader.readNext() == QXmlStreamReader::StartDocument;
     const QStringView encoding = reader.documentEncoding();
-    return encoding.isEmpty() || encoding.compare("UTF-8"_L1, Qt::CaseInsensitive) == 0;
+    return (hasBegun && encoding.isEmpty()) || encoding.compare("UTF-8"_L1, Qt::CaseInsensitive) == 0;
 }
 
 } // namespace
