@@ -198,9 +198,9 @@ void tst_ToolPaths::Files_data()
     row("list by empty pattern", {u"list"_s, u"tree"_s, u"-n"_s, QString()},
         u"! qvutil: the pattern '' of --name is empty\n! Try 'qvutil files list --help'.\n=> 2\n"_s);
     row("list by a pattern that does not end", {u"list"_s, u"tree"_s, u"-n"_s, u"*.log|a[b"_s},
-        u"! qvutil: the pattern 'a[b' has a '[' without ']'\n! Try 'qvutil files list --help'.\n=> 2\n"_s);
+        u"! qvutil: 'a[b' is not a valid pattern for file names\n! Try 'qvutil files list --help'.\n=> 2\n"_s);
     row("delete by a pattern that does not end", {u"delete"_s, u"tree"_s, u"-n"_s, u"["_s},
-        u"! qvutil: the pattern '[' has a '[' without ']'\n! Try 'qvutil files delete --help'.\n=> 2\n"_s);
+        u"! qvutil: '[' is not a valid pattern for file names\n! Try 'qvutil files delete --help'.\n=> 2\n"_s);
     row("delete by empty pattern", {u"delete"_s, u"tree"_s, u"--name"_s, QString()},
         u"! qvutil: the pattern '' of --name is empty\n! Try 'qvutil files delete --help'.\n=> 2\n"_s);
     row("delete by pattern of separators", {u"delete"_s, u"tree"_s, u"--name"_s, u"|"_s},

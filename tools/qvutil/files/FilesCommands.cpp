@@ -4,10 +4,9 @@
 #include "files/FilesCommands.h"
 
 #include "cli/Console.h"
+#include "cli/FilePattern.h"
 #include "cli/Groups.h"
 #include "cli/Report.h"
-
-#include <QRegularExpression>
 
 using namespace Qt::StringLiterals;
 
@@ -32,10 +31,8 @@ CLI::App& AddFilesCommand(CommandLine& line, CLI::App& group, const std::string&
 void CheckPattern(const QString& pattern)
 {
     const QStringList parts = pattern.split(u'|', Qt::SkipEmptyParts);
-    for (const QString& part : parts) {
-        if (!QRegularExpression::fromWildcard(part).isValid())
-            throw UsageFailure(u"the pattern '%1' has a '[' without ']'"_s.arg(part));
-    }
+    for (const QString& part : parts)
+        CheckFilePattern(part);
 }
 
 void CheckPatterns(const QStringList& patterns)

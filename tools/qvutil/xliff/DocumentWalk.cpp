@@ -5,6 +5,7 @@
 
 #include "cli/Console.h"
 #include "cli/Failure.h"
+#include "cli/FilePattern.h"
 #include "xliff/XliffDocument.h"
 
 #include <QDir>
@@ -75,6 +76,8 @@ private:
         }
         const QStringList patterns
             = mSelection.Patterns.isEmpty() ? QStringList{u"*.xml"_s} : mSelection.Patterns;
+        for (const QString& pattern : patterns)
+            CheckFilePattern(pattern);
         const auto flags
             = mSelection.IsRecursive ? QDirIterator::Subdirectories : QDirIterator::NoIteratorFlags;
         QDirIterator entries(QDir::cleanPath(path), patterns,
