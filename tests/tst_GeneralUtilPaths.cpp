@@ -372,8 +372,8 @@ void tst_GeneralUtilPaths::IsParentPath_data()
     row("other drive", u"C:/a"_s, u"D:/a/b"_s, false, false);
     row("scheme", u"http://h/a"_s, u"HTTP://h/a/b"_s, true, true);
     row("root and a path", u"/"_s, u"/a"_s, false, false);
-    // Without its only character, the root is the beginning of every path, but only "/" continues with a
-    // slash.
+    // Cleaning removes the leading slash of every path except "/". So only "/" counts as below the root, and
+    // as below an empty path.
     row("root and itself", u"/"_s, u"/"_s, true, true);
     row("empty and root", u""_s, u"/"_s, true, true);
     row("empty and a path", u""_s, u"a"_s, false, false);

@@ -567,8 +567,8 @@ void tst_ToolXliff::Extract_encodings_data()
     QTest::addColumn<bool>("byteOrderMark");
 
     QTest::newRow("UTF-8 with a byte order mark") << QByteArray("UTF-8") << true;
-    QTest::newRow("UTF-16, low byte first") << QByteArray("UTF-16LE") << true;
-    QTest::newRow("UTF-16, high byte first") << QByteArray("UTF-16BE") << true;
+    QTest::newRow("UTF-16, little endian") << QByteArray("UTF-16LE") << true;
+    QTest::newRow("UTF-16, big endian") << QByteArray("UTF-16BE") << true;
     QTest::newRow("ISO-8859-1") << QByteArray("ISO-8859-1") << false;
 }
 
