@@ -53,6 +53,7 @@ private Q_SLOTS:
     void OtherUser();
     void NoFolder();
     void Usage();
+    void Completion();
 
     void Watch_events();
     void Watch_json();
@@ -124,7 +125,7 @@ void tst_ToolIpcList::Nothing()
 {
     QCOMPARE(Run().ToText(), u"no servers in %1\n=> 1\n"_s.arg(mTemporary->path()));
     QCOMPARE(List(), QJsonArray());
-    // Files and folders are not servers.
+    // Files and folders are no servers.
     QVERIFY(TestSupport::WriteFile(mTemporary->filePath(u"file"_s), "x"));
     QVERIFY(QDir(mTemporary->path()).mkdir(u"folder"_s));
     QCOMPARE(List(), QJsonArray());
@@ -167,7 +168,7 @@ void tst_ToolIpcList::Server_text()
     QCOMPARE(lines.last().simplified(),
              u"viewer %1 (qvutil) %2 - accepts %3"_s.arg(listener->Id())
                  .arg(owner, QLatin1StringView(kThisLibrary)));
-    // The columns are aligned with their headings.
+    // The columns stand below their headings.
     QCOMPARE(lines.last().indexOf(u"accepts"_s), lines.first().indexOf(u"state"_s));
 #else
     QCOMPARE(lines.last().simplified(), u"viewer ? %1 ? ? unknown"_s.arg(owner));
@@ -260,7 +261,7 @@ void tst_ToolIpcList::StaleFile()
     QVERIFY(QFile::exists(PathOf(u"viewer"_s)));
 }
 
-// The library never creates a socket under its final name.
+// The library never creates a socket at its final place.
 void tst_ToolIpcList::OtherPrograms()
 {
 #ifdef Q_OS_LINUX
@@ -363,6 +364,27 @@ void tst_ToolIpcList::Usage()
 {
     QCOMPARE(Run({u"viewer"_s}).ToText(),
              u"! qvutil: unexpected argument 'viewer'\n! Try 'qvutil ipc list --help'.\n=> 2\n"_s);
+}
+
+// Completion offers the servers that listen, as the list names them.
+void tst_ToolIpcList::Completion()
+{
+    const auto complete = [this] {
+        return mTool->Run({u"completion"_s, u"--list"_s, u"servers"_s}).ToText();
+    };
+    QCOMPARE(complete(), u"=> 1\n"_s);
+    const QTemporaryDir session;
+    const EnvironmentGuard guard("XDG_RUNTIME_DIR", QFile::encodeName(session.path()));
+    const QString place = session.filePath(u"editor"_s);
+    const auto viewer = StartListener(*mTool, u"viewer 1"_s);
+    QVERIFY(viewer);
+    const auto editor = StartListener(*mTool, place);
+    QVERIFY(editor);
+    QCOMPARE(complete(), u"viewer 1\n%1\n=> 0\n"_s.arg(place));
+    // A stale socket file is no server.
+    (void)viewer->End(SIGKILL);
+    QVERIFY(QFile::exists(PathOf(u"viewer 1"_s)));
+    QCOMPARE(complete(), place + u"\n=> 0\n"_s);
 }
 
 // watch
