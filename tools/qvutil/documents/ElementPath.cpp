@@ -32,10 +32,10 @@ Step ParseStep(const QString& text)
         isStep = isStep && step.Position >= 1;
     }
     if (!isStep || !IsXmlName(step.Name)) {
-        throw UsageFailure(u"%1 is not a step of a path: a step is the name of an element, or a name with a "
-                           u"position counted "
-                           "from 1, such as Item[2]; there are no wildcards, conditions or '..'"_s.arg(
-                               Console::Quoted(text)));
+        throw UsageFailure(
+            u"%1 is not a step of a path: the library cannot address elements by wildcards, conditions or "
+            "'..'; a step is the name of an element, or a name with a position counted from 1, such as Item[2]"_s
+                .arg(Console::Quoted(text)));
     }
     return step;
 }
@@ -94,6 +94,13 @@ ElementPath::ElementPath(const QString& text)
     QString path = text.trimmed();
     path.replace(u'\\', u'/');
     mIsFromRoot = path.startsWith(u'/');
+    // The library reads "//" as "/". In other path languages it searches the whole document, and a command
+    // that writes would create an element where such a path finds none.
+    if (path.contains("//"_L1)) {
+        throw UsageFailure(u"%1 contains an empty step: the library cannot search at any depth and reads "
+                           "'//' as '/'; name each element on the way from the root, as in Panel/Main"_s.arg(
+                               Console::Quoted(text)));
+    }
     const QStringList steps = path.split(u'/', Qt::SkipEmptyParts);
     for (const QString& step : steps)
         mSteps.append(ParseStep(step));

@@ -31,7 +31,8 @@ public:
 
     /// Creates the path of the root.
     ElementPath() = default;
-    /// Throws UsageFailure if a step is neither a name nor a name with a position.
+    /// Throws UsageFailure if a step is neither a name nor a name with a position, or is empty. A separator
+    /// at either end is no step.
     explicit ElementPath(const QString& text);
 
     /// Returns the path as it was typed.

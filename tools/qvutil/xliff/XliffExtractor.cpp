@@ -149,7 +149,7 @@ private:
                 bySource.insert(unit.Source, index);
         }
         QSet<QString> ids;
-        const XliffUnit* after = nullptr;
+        const XliffUnit* behind = nullptr;
         QList<NewUnit> units;
         for (const DocumentTexts::Text& text : document.Texts) {
             const QString id = UnitId(text.Source);
@@ -167,12 +167,12 @@ private:
             mUsed.insert(index);
             Keep(unit, text, report);
             if (IsAnchor(unit, file)) {
-                mXliff.AddUnits(file, after, units);
+                mXliff.AddUnits(file, behind, units);
                 units.clear();
-                after = &unit;
+                behind = &unit;
             }
         }
-        mXliff.AddUnits(file, after, units);
+        mXliff.AddUnits(file, behind, units);
         ReportVanished(file, ids, report);
         return report;
     }
@@ -186,7 +186,7 @@ private:
             mXliff.SetLine(unit, text.Where.Line);
     }
 
-    /// Returns whether new units may be inserted after a unit. In a group, the library would not find them.
+    /// Returns whether new units may be inserted behind a unit. In a group, the library would not find them.
     [[nodiscard]] bool IsAnchor(const XliffUnit& unit, const XliffFile& file) const
     {
         return mXliff.GetParent(unit.Element) == file.Body;
