@@ -232,7 +232,7 @@ void LoadSave1MB_QvUtil(benchmark::State& state)
 
 constexpr int kWrites = 1000;
 
-// A thousand settings in twenty groups.
+// A thousand settings in twenty groups of one page each.
 struct Setting
 {
     QString Group;

@@ -54,7 +54,7 @@ void Print(const char* chart, const char* contestant, double x, double y)
     std::fflush(stdout);
 }
 
-// Returns the median of five times, in seconds. A short operation is repeated many times for each.
+// Returns the median of five times, in seconds. Short operations are run many times for each of them.
 double Time(const std::function<void()>& run)
 {
     constexpr qint64 kEnoughNs = 10'000'000;

@@ -287,7 +287,7 @@ void MainWindow::NewTour()
 
 void MainWindow::Open()
 {
-    // Start in the folder of the current tour or, without one, of the most recent file.
+    // In the folder of the current tour, or of the last one.
     const QString last = mSettings.RecentFiles().value(0);
     const QString current = mCurrent >= 0 ? mTours.At(mCurrent).File : QString();
     const QString file = current.isEmpty() ? last : current;
@@ -320,8 +320,7 @@ void MainWindow::SaveAs(int index)
     const QString chosen = dialog.selectedFiles().constFirst();
     const int open = mTours.Find(chosen);
     if (open >= 0 && open != index)
-        mNotices.Show(
-            Text(u"AlreadyOpen"_s).arg(QDir::toNativeSeparators(chosen))); // two tours cannot share a file
+        mNotices.Show(Text(u"AlreadyOpen"_s).arg(QDir::toNativeSeparators(chosen))); // two tours in one file
     else
         SaveTo(index, chosen);
 }
@@ -460,7 +459,7 @@ void MainWindow::DeletePoint()
     mTours.Change(mCurrent, u"DeletePoint"_s, tour);
 }
 
-// Applies the text of an open editor before the tours are saved, closed or changed in another way.
+// Takes over the text of an open editor before the tours are saved, closed or changed in another way.
 void MainWindow::FinishEditing()
 {
     mPointTable->FinishEditing();
@@ -696,7 +695,7 @@ void MainWindow::RestorePlace()
 
 QString MainWindow::NameOf(int tour) const
 {
-    // Show one line without control characters: a pasted name may contain them.
+    // One line without control characters, which can be pasted into a name.
     const QString name = XmlText(mTours.At(tour).Content.Name).simplified();
     return name.isEmpty() ? Text(u"Untitled"_s) : name;
 }

@@ -89,7 +89,7 @@ private:
     struct Completion
     {
         QStringList Offered; ///< the candidates, sorted
-        QString Inserted; ///< replacement for the part of a name that was typed; empty for fish
+        QString Inserted; ///< what replaces the name of a server that has been begun; not of fish
     };
     // Lets a shell complete the end of a command line.
     [[nodiscard]] Completion Complete(const QString& shell, const QString& line) const;
@@ -307,9 +307,9 @@ void tst_ToolGeneral::Usage_didYouMean_data()
     QTest::addColumn<QStringList>("arguments");
     QTest::addColumn<QString>("complaint");
 
-    QTest::newRow("swapped letters in a group's name")
+    QTest::newRow("group, swapped letters")
         << QStringList{u"xlm"_s} << u"there is no command or option 'xlm'; did you mean 'xml'?"_s;
-    QTest::newRow("beginning of a group's name")
+    QTest::newRow("group, its beginning")
         << QStringList{u"comp"_s} << u"there is no command or option 'comp'; did you mean 'completion'?"_s;
     QTest::newRow("command") << QStringList{u"settings"_s, u"cheek"_s}
                              << u"there is no command or option 'cheek'; did you mean 'check'?"_s;
@@ -508,6 +508,11 @@ void tst_ToolGeneral::Terminal_progressOfReading_data()
                                    << QByteArray("/a b=\"1\"\r\n/a/c\r\n");
     QTest::newRow("streamed check") << document << QStringList{u"settings"_s, u"check"_s, u"a.xml"_s} << share
                                     << QByteArray("a.xml: good\r\n");
+    QTest::newRow("streamed statistics")
+        << QByteArray("<xliff><file original='m'><body><trans-unit id='1'><source>a</source></trans-unit>"
+                      "</body></file></xliff>")
+        << QStringList{u"xliff"_s, u"stat"_s, u"a.xml"_s} << share
+        << QByteArray("a.xml: ? to ?\r\n  m  [....................]  0 of 1    0 %  1 empty\r\n");
     QTest::newRow("error") << QByteArray("<a>") << QStringList{u"xml"_s, u"list"_s, u"a.xml"_s} << share
                            << QByteArray(
                                   "qvutil: a.xml:1:3: the file ends in the middle of the document\r\n");
@@ -720,9 +725,9 @@ void tst_ToolGeneral::Completion_candidates()
 void tst_ToolGeneral::Completion_foreignNames_data()
 {
     QTest::addColumn<QString>("shell");
-    QTest::addColumn<QString>("begun"); // the part of the name that is typed
+    QTest::addColumn<QString>("begun"); // what is typed of the name
     QTest::addColumn<QStringList>("expected");
-    QTest::addColumn<QString>("inserted"); // its replacement
+    QTest::addColumn<QString>("inserted"); // what replaces it
 
     const QStringList name(u"$(touch touched)"_s);
     const QString escaped = uR"(\$\(touch\ touched\))"_s;
@@ -736,12 +741,12 @@ void tst_ToolGeneral::Completion_foreignNames_data()
     QTest::newRow("zsh, single quotes") << u"zsh"_s << u"'$"_s << name << quoted;
     QTest::newRow("zsh, double quotes") << u"zsh"_s << u"\"\\$"_s << name << u"\"\\$(touch touched)\""_s;
     QTest::newRow("zsh, name with a quote") << u"zsh"_s << u"it"_s << QStringList(u"it's"_s) << u"it\\'s"_s;
-    // Fish adds quotes when it inserts a candidate, and lists it without them.
+    // Fish quotes what it inserts, and shows it without.
     QTest::newRow("fish") << u"fish"_s << u"\\$"_s << name << QString();
     QTest::newRow("fish, single quotes") << u"fish"_s << u"'$"_s << name << QString();
 }
 
-// Any user can give a server a name that a shell would execute.
+// Every user can give a server a name that a shell would run.
 void tst_ToolGeneral::Completion_foreignNames()
 {
     QFETCH(const QString, shell);
@@ -759,7 +764,7 @@ void tst_ToolGeneral::Completion_foreignNames()
 
 tst_ToolGeneral::Completion tst_ToolGeneral::Complete(const QString& shell, const QString& line) const
 {
-    // The words as bash splits them, which is also at '='.
+    // The words of bash, which splits at '=' too.
     static const QRegularExpression word(uR"(=|("[^"]*"?|'[^']*'?|\\.|[^\s'"=\\])+)"_s);
     QStringList words;
     for (QRegularExpressionMatchIterator matches = word.globalMatch(line); matches.hasNext();)
@@ -771,7 +776,7 @@ tst_ToolGeneral::Completion tst_ToolGeneral::Complete(const QString& shell, cons
         && mTool->Write(u"script"_s, mTool->Run({u"completion"_s, shell}).Output)
         && mTool->Write(u"line"_s, line.toUtf8())
         && mTool->Write(u"File"_s, {})
-        // This stub prints fixed names of grids and servers, and passes all other calls to the tool.
+        // This answers what the script asks. tst_ToolGrid and tst_ToolIpcList test the tool's own answers.
         && mTool->Write(u"qvutil"_s,
                         "#!/bin/sh\ncase \"$*\" in\n"
                         "'completion --list grids') printf '%s\\n' desk 'two words' ;;\n"
@@ -780,7 +785,7 @@ tst_ToolGeneral::Completion tst_ToolGeneral::Complete(const QString& shell, cons
         && QFile::setPermissions(mTool->Path(u"qvutil"_s), QFile::Permissions(0x7755))
         && QFile::copy(scripts.filePath(u"complete."_s + shell), mTool->Path(u"try"_s))
         && QFile::copy(scripts.filePath(u"zshrc"_s), mTool->Path(u".zshrc"_s));
-    // The shell must not read the settings and history of the user.
+    // The settings and the history of the user have no part in it.
     const QString start
         = u"HOME=$PWD ZDOTDIR=$PWD XDG_CONFIG_HOME=$PWD/config XDG_DATA_HOME=$PWD/data PATH=$PWD:$PATH "_s;
     const QString options = shell == u"bash"_s ? u"--norc"_s
@@ -816,7 +821,7 @@ void tst_ToolGeneral::Hash_data()
     QTest::newRow("file") << QStringList{u"abc"_s} << u"900150983cd24fb0d6963f7d28e17f72  abc\n=> 0\n"_s;
     QTest::newRow("empty file") << QStringList{u"empty"_s}
                                 << u"d41d8cd98f00b204e9800998ecf8427e  empty\n=> 0\n"_s;
-    QTest::newRow("several files, some bad")
+    QTest::newRow("several, some bad")
         << QStringList{u"none"_s, u"abc"_s, u"."_s, u""_s, u"empty"_s}
         << u"900150983cd24fb0d6963f7d28e17f72  abc\nd41d8cd98f00b204e9800998ecf8427e  empty\n"
            "! qvutil: none: No such file or directory\n! qvutil: .: is a folder\n"

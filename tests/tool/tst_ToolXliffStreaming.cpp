@@ -38,7 +38,7 @@ QString ToText(const XliffProgress& progress)
     return text + ToText(progress.All);
 }
 
-/// Generates random XLIFF files, most of them invalid.
+/// Makes up XLIFF files, most of which break rules.
 class XliffMaker
 {
 public:
@@ -120,7 +120,7 @@ private:
     QRandomGenerator& mRandom;
 };
 
-/// Changes a file at random, which usually makes it malformed.
+/// Damages a file, or leaves it well-formed by chance.
 QByteArray Mutated(QByteArray content, QRandomGenerator& random)
 {
     static const QList<QByteArray> pieces{
@@ -151,7 +151,7 @@ private Q_SLOTS:
 
     void Files_data();
     void Files();
-    void RandomFiles();
+    void MadeUpFiles();
     void Mutations();
     void Samples();
 
@@ -200,14 +200,14 @@ void tst_ToolXliffStreaming::Files_data()
     };
     const auto xliff
         = [](const QByteArray& content) { return "<xliff version='1.2'>" + content + "</xliff>"; };
-    QTest::newRow("no content") << xliff({}) << true;
+    QTest::newRow("nothing in it") << xliff({}) << true;
     QTest::newRow("one unit") << Xliff(a) << true;
     QTest::newRow("all steps") << Xliff(
         a + Unit(u"B"_s, "<target/>") + Unit(u"C"_s, "") + Unit(u"D"_s, "<target state='new'>d</target>")
         + Unit(u"E"_s, "<target state='new'>e</target>", 0, " approved='yes'"))
                                << true;
     QTest::newRow("header before the body") << Xliff(a).replace("<body>", "<header/><body>") << true;
-    QTest::newRow("header after the body") << Xliff(a).replace("</body>", "</body><header/>") << true;
+    QTest::newRow("header behind the body") << Xliff(a).replace("</body>", "</body><header/>") << true;
     QTest::newRow("comment before the body") << Xliff(a).replace("<body>", "<!-- c --><body>") << true;
     QTest::newRow("group") << Xliff("<group>" + a + "</group>" + a) << true;
     QTest::newRow("unit in a unit") << Xliff(QByteArray(a).replace("</target>", "</target>" + a)) << true;
@@ -267,7 +267,7 @@ void tst_ToolXliffStreaming::Files()
     QCOMPARE(CanStream(content), canStream);
 }
 
-void tst_ToolXliffStreaming::RandomFiles()
+void tst_ToolXliffStreaming::MadeUpFiles()
 {
     constexpr int kFiles = 1000;
     QRandomGenerator random(1);
