@@ -314,6 +314,11 @@ void tst_XlfTranslator::Translate_unit_data()
         << u"Sichern"_s;
     QTest::newRow("id in upper case")
         << u"<trans-unit id='%1'><target>Sichern</target></trans-unit>"_s.arg(id.toUpper()) << u"Save"_s;
+    for (const QString& other : {id + u'0', id.chopped(1), u'+' + id.mid(1), u"0x"_s + id.mid(2), u' ' + id,
+                                 QString(id).replace(31, 1, u"g"_s), id.left(31) + QChar(0xff10)}) {
+        QTest::addRow("id '%s'", qPrintable(other))
+            << u"<trans-unit id='%1'><target>Sichern</target></trans-unit>"_s.arg(other) << u"Save"_s;
+    }
     QTest::newRow("id is a mark") << u"<trans-unit id='tr(%1)'><target>Sichern</target></trans-unit>"_s.arg(
         id) << u"Sichern"_s;
     QTest::newRow("id is a mark, empty target")

@@ -922,8 +922,23 @@ public:
     [[nodiscard]] QString Translate(const QString& text, const QString& context) const;
 
 private:
-    // Unit id, in UTF-8, to translation.
-    using Units = QHash<QByteArray, QString>;
+    // The digest of a source text, which is its id in hexadecimal digits.
+    struct Digest
+    {
+        quint64 High = 0;
+        quint64 Low = 0;
+
+        friend bool operator==(const Digest& left, const Digest& right)
+        {
+            return left.High == right.High && left.Low == right.Low;
+        }
+        friend size_t qHash(const Digest& digest, size_t seed)
+        {
+            return qHashMulti(seed, digest.High, digest.Low);
+        }
+    };
+    // Digest of the source to the translation.
+    using Units = QHash<Digest, QString>;
 
     [[nodiscard]] const Units& FindUnits(const QString& context) const;
     void Parse() const;

@@ -3,6 +3,8 @@
 
 #include "GeneralUtil.h"
 
+#include "general/Digest_p.h"
+
 #include <QCryptographicHash>
 #include <QFile>
 
@@ -39,7 +41,7 @@ QByteArray GeneralUtil::GetFileHash(const QString& path)
 
 QByteArray GeneralUtil::GetHash(const QString& text)
 {
-    return QCryptographicHash::hash(text.toUtf8(), QCryptographicHash::Md5).toHex();
+    return Internal::GetDigest(text).toHex();
 }
 
 QString GeneralUtil::GenerateCheckSumMD5(const QString& path)

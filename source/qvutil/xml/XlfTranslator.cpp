@@ -4,18 +4,43 @@
 #include "XmlFiler.h"
 
 #include "base/Logging_p.h"
+#include "base/StringTable_p.h"
+#include "general/Digest_p.h"
 
 #include <QFileInfo>
 #include <QHash>
+#include <QtEndian>
 
+#include <algorithm>
 #include <bitset>
 #include <map>
+#include <optional>
 #include <utility>
 
 using namespace Qt::StringLiterals;
 
 namespace Quorvin::Util {
 namespace {
+
+// Parses an id. Returns nothing unless it consists of 32 lower-case hexadecimal digits, because no text has
+// such an id.
+template <typename Digest> std::optional<Digest> ParseId(const QString& id)
+{
+    constexpr qsizetype kDigits = 16; // of 64 bits
+    const auto isDigit = [](QChar c) { return (c >= u'0' && c <= u'9') || (c >= u'a' && c <= u'f'); };
+    if (id.size() != 2 * kDigits || !std::all_of(id.cbegin(), id.cend(), isDigit))
+        return std::nullopt;
+    const QStringView digits = id;
+    return Digest{digits.first(kDigits).toULongLong(nullptr, 16),
+                  digits.last(kDigits).toULongLong(nullptr, 16)};
+}
+
+template <typename Digest> Digest DigestOf(const QString& text)
+{
+    const QByteArray digest = Internal::GetDigest(text);
+    return {qFromBigEndian<quint64>(digest.constData()),
+            qFromBigEndian<quint64>(digest.constData() + sizeof(quint64))};
+}
 
 // Reads the unit under the cursor and all its following siblings.
 template <typename Units> Units ReadUnits(XmlFiler& filer)
@@ -24,7 +49,8 @@ template <typename Units> Units ReadUnits(XmlFiler& filer)
     do {
         const QString id = filer.ReadString(u"id"_s, QString());
         const QString target = filer.ReadNodeText(u"target"_s);
-        units.insert(id.toUtf8(), target.isEmpty() ? id : target);
+        if (const auto digest = ParseId<typename Units::key_type>(id))
+            units.insert(*digest, target.isEmpty() ? id : target);
     } while (filer.MoveToNextSibling());
     return units;
 }
@@ -34,11 +60,13 @@ template <typename Units> Units ReadUnits(XmlFiler& filer)
 // Caches contexts, their units and recent translations. Reset, and thus null, whenever the table changes.
 struct Q_DECL_HIDDEN XlfTranslator::Private
 {
+    using Translations = Internal::StringTable<QString>;
+
     // A document, by the name that Translate was called with. The units share the data of the table.
     struct Context
     {
         Units ContextUnits;
-        QHash<QString, QString> Recent; // text to translation, which is empty if there is none
+        Translations Recent; // text to translation, which is empty if there is none
     };
 
     static constexpr size_t kMaxContexts = 64;
@@ -47,39 +75,30 @@ struct Q_DECL_HIDDEN XlfTranslator::Private
 
     static constexpr size_t kSeenBits = 16'384;
 
-    void Remember(const QString& text, const QString& translation);
-    [[nodiscard]] QString LookUp(const QString& text);
+    void Remember(const QString& text, const Digest& digest, const QString& translation);
 
     std::map<QString, Context> Contexts;
     // The context of the last translation; most texts are of the same document as the previous one.
     std::map<QString, Context>::iterator Last = Contexts.end();
     qsizetype RecentCount = 0;
-    std::bitset<kSeenBits> Seen; // hashes of all texts translated so far
+    std::bitset<kSeenBits> Seen; // bits of the digests of all texts translated so far
 };
 
-void XlfTranslator::Private::Remember(const QString& text, const QString& translation)
+void XlfTranslator::Private::Remember(const QString& text, const Digest& digest, const QString& translation)
 {
     if (text.size() > kMaxRecentSize || RecentCount == kMaxRecent)
         return;
     // Cache a text from its second translation on. Caching texts that are translated only once would slow
     // down the first translations.
-    const size_t bit = qHash(text) % kSeenBits;
+    const size_t bit = digest.Low % kSeenBits;
     if (!Seen.test(bit)) {
         Seen.set(bit);
         return;
     }
     // Copy the characters of a string without a capacity, which may not own them.
-    Last->second.Recent.insert(text.capacity() > 0 ? text : QString(text.constData(), text.size()),
-                               translation);
+    Last->second.Recent.emplace(text.capacity() > 0 ? text : QString(text.constData(), text.size()),
+                                translation);
     ++RecentCount;
-}
-
-QString XlfTranslator::Private::LookUp(const QString& text)
-{
-    const Units& units = Last->second.ContextUnits;
-    if (units.isEmpty())
-        return {};
-    return units.value(GeneralUtil::GetHash(text));
 }
 
 XlfTranslator::XlfTranslator() = default;
@@ -152,7 +171,7 @@ const XlfTranslator::Units& XlfTranslator::FindUnits(const QString& context) con
         || mPrivate->RecentCount == Private::kMaxRecent)
         mPrivate = std::make_unique<Private>();
     Private& cache = *mPrivate;
-    if (cache.Last != cache.Contexts.end() && cache.Last->first == context)
+    if (cache.Last != cache.Contexts.end() && Internal::StringEqual()(cache.Last->first, context))
         return cache.Last->second.ContextUnits;
     cache.Last = cache.Contexts.find(context);
     if (cache.Last == cache.Contexts.end()) {
@@ -174,12 +193,15 @@ QString XlfTranslator::Translate(const QString& text, const QString& context) co
 {
     if (!std::exchange(mParsed, true))
         Parse();
-    static_cast<void>(FindUnits(context));
-    const QHash<QString, QString>& recent = mPrivate->Last->second.Recent;
-    if (const auto found = recent.constFind(text); found != recent.cend())
-        return found->isEmpty() ? text : *found;
-    const QString translation = mPrivate->LookUp(text);
-    mPrivate->Remember(text, translation);
+    const Units& units = FindUnits(context);
+    if (units.isEmpty())
+        return text;
+    const Private::Translations& recent = mPrivate->Last->second.Recent;
+    if (const auto found = recent.find(text); found != recent.cend())
+        return found->second.isEmpty() ? text : found->second;
+    const auto digest = DigestOf<Digest>(text);
+    const QString translation = units.value(digest);
+    mPrivate->Remember(text, digest, translation);
     return translation.isEmpty() ? text : translation;
 }
 
