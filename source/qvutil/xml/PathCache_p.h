@@ -4,8 +4,9 @@
 #ifndef QVUTIL_PATHCACHE_P_H
 #define QVUTIL_PATHCACHE_P_H
 
+#include "base/StringTable_p.h"
+
 #include <QDomNode>
-#include <QHash>
 #include <QString>
 
 // Internal, not API: may change in any version.
@@ -22,8 +23,8 @@ public:
     [[nodiscard]] const QDomNode* Find(const QString& path) const
     {
         const Nodes& nodes = IsAbsolute(path) ? mAbsolute : mRelative;
-        const auto found = nodes.constFind(path);
-        return found == nodes.cend() ? nullptr : &*found;
+        const auto found = nodes.find(path);
+        return found == nodes.cend() ? nullptr : &found->second;
     }
 
     void Insert(const QString& path, const QDomNode& node)
@@ -34,7 +35,7 @@ public:
         if (nodes.size() >= kMaxNodes)
             nodes.clear();
         // Copy the characters, because the caller's string may not own them.
-        nodes.insert(QString(path.constData(), path.size()), node);
+        nodes.insert_or_assign(QString(path.constData(), path.size()), node);
     }
 
     void CursorMoved() { mRelative.clear(); }
@@ -53,9 +54,9 @@ public:
     }
 
 private:
-    using Nodes = QHash<QString, QDomNode>;
+    using Nodes = StringTable<QDomNode>;
 
-    static constexpr qsizetype kMaxNodes = 4096;
+    static constexpr size_t kMaxNodes = 4096;
 
     [[nodiscard]] static bool IsAbsolute(const QString& path)
     {
