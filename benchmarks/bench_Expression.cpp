@@ -5,7 +5,6 @@
 // text each time and look up each operand by name. The result of every expression depends on all operands.
 #include <qvutil/BooleanExpressionEvaluator.h>
 
-#include <QHash>
 #include <QString>
 
 #include <benchmark/benchmark.h>
@@ -13,6 +12,7 @@
 
 #include <array>
 #include <string>
+#include <unordered_map>
 
 using namespace Qt::StringLiterals;
 
@@ -20,13 +20,14 @@ namespace {
 
 constexpr int kOperands = 60;
 
-// Operand "opN" is true if N is odd; "a" and "b" are true.
-const QHash<QString, bool>& Values()
+// Operand "opN" is true if N is odd; "a" and "b" are true. Not a QHash, whose own cost would be most of the
+// time on some processors (see docs/benchmarks.md).
+const std::unordered_map<std::u16string, bool>& Values()
 {
-    static const QHash<QString, bool> values = [] {
-        QHash<QString, bool> table{{u"a"_s, true}, {u"b"_s, true}};
+    static const std::unordered_map<std::u16string, bool> values = [] {
+        std::unordered_map<std::u16string, bool> table{{u"a", true}, {u"b", true}};
         for (int i = 0; i < kOperands; ++i)
-            table.insert(u"op%1"_s.arg(i), i % 2 == 1);
+            table.emplace(u"op%1"_s.arg(i).toStdU16String(), i % 2 == 1);
         return table;
     }();
     return values;
@@ -34,10 +35,10 @@ const QHash<QString, bool>& Values()
 
 bool LookUp(const QString& operand, bool& value)
 {
-    const auto found = Values().constFind(operand);
-    if (found == Values().constEnd())
+    const auto found = Values().find(operand.toStdU16String());
+    if (found == Values().cend())
         return false;
-    value = *found;
+    value = found->second;
     return true;
 }
 
@@ -76,9 +77,9 @@ void Evaluate_muParser(benchmark::State& state, const QString& expression, bool 
     parser.DefineOprt("|", Or, mu::prLOR);
     std::array<mu::value_type, kOperands + 2> variables{};
     std::size_t next = 0;
-    for (auto it = Values().cbegin(); it != Values().cend(); ++it) {
-        variables.at(next) = it.value() ? 1 : 0;
-        parser.DefineVar(it.key().toStdString(), &variables.at(next++));
+    for (const auto& [name, value] : Values()) {
+        variables.at(next) = value ? 1 : 0;
+        parser.DefineVar(QString::fromStdU16String(name).toStdString(), &variables.at(next++));
     }
     const std::string text = expression.toStdString();
     for (auto _ : state) {

@@ -3,10 +3,12 @@
 
 #include <qvutil/GeneralUtil.h>
 #include <qvutil/XmlFiler.h>
+#include <qvutil/base/StringTable_p.h>
 
 #include <QCoreApplication>
 #include <QCryptographicHash>
 #include <QFile>
+#include <QHash>
 #include <QProcess>
 #include <QSaveFile>
 #include <QSettings>
@@ -339,6 +341,22 @@ void Translate1000_rawDigests(benchmark::State& state)
     }
 }
 
+// Looks up 1,000 paths in the table of the path cache, and in a QHash.
+template <typename Table> void LookUp1000(benchmark::State& state)
+{
+    Table table;
+    QStringList paths;
+    for (int i = 0; i < 1000; ++i) {
+        const QString path = u"/Settings/Group%1/Page%2"_s.arg(i % 20).arg(i);
+        table[path] = i;
+        paths.append(QString::fromUtf8(path.toUtf8())); // a copy, as the caller's string is one
+    }
+    for (auto _ : state) {
+        for (const QString& path : paths)
+            benchmark::DoNotOptimize(table.find(path));
+    }
+}
+
 QByteArray Xliff(const QStringList& texts)
 {
     QByteArray xml = "<xliff version=\"1.2\"><file original=\"ui/Main.xml\"><body>";
@@ -434,6 +452,9 @@ BENCHMARK(Write1000AndSave_QvUtilSettings)
     ->Name("Write1000AndSave/QvUtil Settings, two saves")
     ->Unit(benchmark::kMicrosecond);
 BENCHMARK(Write1000AndSave_QSettings)->Name("Write1000AndSave/QSettings")->Unit(benchmark::kMicrosecond);
+
+BENCHMARK(LookUp1000<Internal::StringTable<int>>)->Name("LookUp1000/QvUtil")->Unit(benchmark::kMicrosecond);
+BENCHMARK(LookUp1000<QHash<QString, int>>)->Name("LookUp1000/raw QHash")->Unit(benchmark::kMicrosecond);
 
 BENCHMARK(Translate1000_rawDigests)->Name("Translate1000/raw MD5 digests")->Unit(benchmark::kMicrosecond);
 BENCHMARK(Translate1000_QvUtil<false>)->Name("Translate1000/QvUtil")->Unit(benchmark::kMicrosecond);

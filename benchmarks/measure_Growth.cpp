@@ -8,7 +8,7 @@
 //
 //   measure_Growth [CHART...]         measures for these charts, or for all
 //   measure_Growth --serve NAME       runs the other process of the charts about messages
-//   measure_Growth --start WHAT       starts and ends; WHAT is "application", or "manager" with an IPCManager
+//   measure_Growth --memory           measures memory
 
 #include "BooleanExpressionEvaluator.h"
 #include "IPCManager.h"
@@ -16,16 +16,21 @@
 #include "XmlFiler.h"
 
 #include <QCoreApplication>
+#include <QDir>
 #include <QDomDocument>
 #include <QElapsedTimer>
 #include <QProcess>
+#include <QProcessEnvironment>
+#include <QRegularExpression>
 #include <QSocketNotifier>
 #include <QTemporaryDir>
 #include <QTextStream>
+#include <QThread>
 #include <QXmlStreamReader>
 
 #include <algorithm>
 #include <array>
+#include <csignal>
 #include <cstdio>
 #include <functional>
 #include <memory>
@@ -54,18 +59,16 @@ void Print(const char* chart, const char* contestant, double x, double y)
     std::fflush(stdout);
 }
 
-// Returns the median of five times, in seconds. Short operations are run many times for each of them.
+// Returns the median of five times, in seconds. Operations shorter than 20 ms are run repeatedly for each of
+// them. The first run, which finds cold caches, does not count.
 double Time(const std::function<void()>& run)
 {
-    constexpr qint64 kEnoughNs = 10'000'000;
-    constexpr qint64 kLongNs = 500'000'000;
+    constexpr qint64 kEnoughNs = 20'000'000;
+    run();
     QElapsedTimer timer;
     timer.start();
     run();
-    const qint64 first = std::max<qint64>(timer.nsecsElapsed(), 1);
-    if (first > kLongNs)
-        return static_cast<double>(first) / 1e9;
-    const qint64 runs = std::max<qint64>(kEnoughNs / first, 1);
+    const qint64 runs = std::max<qint64>(kEnoughNs / std::max<qint64>(timer.nsecsElapsed(), 1), 1);
     std::array<double, 5> times = {};
     for (double& time : times) {
         timer.start();
@@ -278,6 +281,11 @@ public:
         return static_cast<double>(timer.nsecsElapsed()) / 1e9 / std::max(arrived, 1);
     }
 
+    void Tell(const QVariantMap& params) { mManager.SendMessage(u"Tell"_s, params); }
+    // Stops the process of the server, so that messages queue up.
+    void Stop() { ::kill(static_cast<pid_t>(mServer.processId()), SIGSTOP); }
+    void Continue() { ::kill(static_cast<pid_t>(mServer.processId()), SIGCONT); }
+
 private:
     QTemporaryDir mDir;
     const QString mName = mDir.filePath(u"s"_s);
@@ -297,7 +305,9 @@ void Messages()
         const auto x = static_cast<double>(size);
         Print("message-size", "round trip", x, Time([&] { link.Ask(u"Ask"_s, params, answer); }));
         const int count = static_cast<int>(std::clamp<qsizetype>(64 * 1024 * 1024 / size, 50, 20'000));
-        Print("message-size", "one way, many at a time", x, link.Flood(params, count));
+        const double seconds = link.Flood(params, count);
+        Print("message-size", "one way, many at a time", x, seconds);
+        Print("message-throughput", "one way, many at a time", x, x / seconds);
     }
     for (const int count : {1, 3, 10, 30, 100, 300, 1000}) {
         QVariantMap params;
@@ -342,24 +352,70 @@ void Expressions()
     }
 }
 
-double StartTime(const QString& what)
+// The programs whose start is measured.
+struct StartedProgram
 {
-    std::vector<double> times(15);
-    for (double& time : times) {
-        QElapsedTimer timer;
-        timer.start();
-        QProcess::execute(QCoreApplication::applicationFilePath(), {u"--start"_s, what});
-        time = static_cast<double>(timer.nsecsElapsed()) / 1e9;
-    }
-    std::ranges::sort(times);
-    return times[times.size() / 2];
+    const char* Figure;
+    const char* Program;
+    QStringList Arguments;
+    std::vector<double> Times;
+};
+
+// Returns the number of relocations when a program starts, as the dynamic loader counts them.
+int Relocations(const QString& program)
+{
+    QProcess process;
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.insert(u"LD_DEBUG"_s, u"statistics"_s);
+    process.setProcessEnvironment(environment);
+    process.start(program, {});
+    process.waitForFinished();
+    static const QRegularExpression pattern(u"number of relocations: (\\d+)"_s);
+    return pattern.match(QString::fromLatin1(process.readAllStandardError())).captured(1).toInt();
 }
 
-// Single numbers, with 0 for x.
-void Figures()
+void StartFigures()
 {
-    Print("figure", "start and end of a program with the library (s)", 0, StartTime(u"application"_s));
-    Print("figure", "the same with a first IPCManager and its server (s)", 0, StartTime(u"manager"_s));
+    constexpr int kRuns = 41;
+    std::array programs{
+        StartedProgram{
+            "start and end of a program with Qt Core, Xml and Network (s)", "measure_StartWithout", {}, {}},
+        StartedProgram{"start and end of a program with the library as well (s)", "measure_Start", {}, {}},
+        StartedProgram{
+            "the same with an IPCManager and its server (s)", "measure_Start", {u"manager"_s}, {}}};
+    const QDir dir(QCoreApplication::applicationDirPath());
+    for (int run = 0; run < kRuns; ++run) {
+        for (StartedProgram& program : programs) {
+            QElapsedTimer timer;
+            timer.start();
+            QProcess::execute(dir.filePath(QLatin1StringView(program.Program)), program.Arguments);
+            program.Times.push_back(static_cast<double>(timer.nsecsElapsed()) / 1e9);
+        }
+    }
+    for (StartedProgram& program : programs) {
+        std::ranges::sort(program.Times);
+        Print("figure", program.Figure, 0, program.Times[program.Times.size() / 2]);
+    }
+    Print("figure", "symbols of the library that a program looks up when it starts", 0,
+          Relocations(dir.filePath(u"measure_Start"_s))
+              - Relocations(dir.filePath(u"measure_StartWithout"_s)));
+}
+
+// Waits until the threads have stopped allocating memory.
+double SettledMemory()
+{
+    double before = -1;
+    for (double now = Allocated(); now != before; now = Allocated()) {
+        before = now;
+        QThread::msleep(200);
+    }
+    return before;
+}
+
+// Runs in a process of its own.
+int MeasureMemory()
+{
+    ::mallopt(M_ARENA_MAX, 1); // because mallinfo2 counts only the first arena
     {
         constexpr int kElements = 100'000;
         XmlFiler filer;
@@ -369,22 +425,43 @@ void Figures()
             filer.MoveToRoot();
             filer.CreateImmediateChildNode(u"Item"_s);
         }
-        Print("figure", "memory of an element (bytes)", 0, (Allocated() - before) / kElements);
+        Print("figure", "memory of an element without attributes (bytes)", 0,
+              (Allocated() - before) / kElements);
     }
     {
-        const double before = Allocated();
+        constexpr int kConnections = 20;
+        const QTemporaryDir dir;
+        IPCManager client;
+        const double before = SettledMemory();
+        std::vector<std::unique_ptr<IPCManager>> servers;
+        for (int i = 0; i < kConnections; ++i) {
+            const QString name = dir.filePath(QString::number(i));
+            servers.push_back(std::make_unique<IPCManager>());
+            servers.back()->StartServer(name, QIODeviceBase::ReadWrite);
+            client.ConnectToServer(name, QIODeviceBase::ReadWrite);
+            client.WaitForConnectionToServer(name, kTimeoutMs);
+        }
+        Print("figure", "memory of a connection, client, server and its manager together (bytes)", 0,
+              (SettledMemory() - before) / kConnections);
+    }
+    {
+        constexpr int kMessages = 20'000;
         Link link;
-        Print("figure", "memory of a client's connection (bytes)", 0, Allocated() - before);
-    }
-    {
-        constexpr int kMessages = 10'000;
-        const double before = Allocated();
-        std::vector<MessageInfo> queued;
+        const double before = SettledMemory();
+        link.Stop();
         for (int i = 0; i < kMessages; ++i)
-            queued.push_back({QString(u"Tell"_s), QUuid(), false, false, QUuid(), {{u"n"_s, i}}});
+            link.Tell({{u"n"_s, i}});
+        const double after = SettledMemory();
+        link.Continue();
         Print("figure", "memory of a queued message with one number (bytes)", 0,
-              (Allocated() - before) / kMessages);
+              (after - before) / kMessages);
     }
+    return 0;
+}
+
+void MemoryFigures()
+{
+    QProcess::execute(QCoreApplication::applicationFilePath(), {u"--memory"_s});
 }
 
 struct Chart
@@ -393,23 +470,10 @@ struct Chart
     void (*Measure)();
 };
 
-constexpr std::array kCharts = {Chart{"path-siblings", PathSiblings},
-                                Chart{"path-depth", PathDepth},
-                                Chart{"documents", Documents},
-                                Chart{"messages", Messages},
-                                Chart{"settings", SettingsWrites},
-                                Chart{"expression", Expressions},
-                                Chart{"figures", Figures}};
-
-int Start(const QString& what)
-{
-    if (what != "manager"_L1)
-        return 0;
-    const QTemporaryDir dir;
-    IPCManager manager;
-    manager.StartServer(dir.filePath(u"s"_s), QIODeviceBase::ReadWrite);
-    return 0;
-}
+constexpr std::array kCharts = {Chart{"path-siblings", PathSiblings}, Chart{"path-depth", PathDepth},
+                                Chart{"documents", Documents},        Chart{"messages", Messages},
+                                Chart{"settings", SettingsWrites},    Chart{"expression", Expressions},
+                                Chart{"start", StartFigures},         Chart{"memory", MemoryFigures}};
 
 } // namespace
 
@@ -419,8 +483,8 @@ int main(int argc, char* argv[])
     const QStringList arguments = QCoreApplication::arguments();
     if (arguments.value(1) == "--serve"_L1)
         return Serve(arguments.value(2));
-    if (arguments.value(1) == "--start"_L1)
-        return Start(arguments.value(2));
+    if (arguments.value(1) == "--memory"_L1)
+        return MeasureMemory();
     for (const Chart& chart : kCharts) {
         if (arguments.size() == 1 || arguments.contains(QLatin1StringView(chart.Name)))
             chart.Measure();

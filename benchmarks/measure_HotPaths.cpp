@@ -8,14 +8,18 @@
 //   measure_HotPaths NAME COUNT       runs a path COUNT times
 
 #include "BooleanExpressionEvaluator.h"
+#include "GeneralUtil.h"
 #include "IPC.h"
 #include "LocaleUtil.h"
+#include "Settings.h"
+#include "XlfTranslator.h"
 #include "XmlFiler.h"
 #include "messaging/Base64_p.h"
 #include "messaging/MessageCodec_p.h"
 #include "xml/XmlRules_p.h"
 
 #include <QCoreApplication>
+#include <QFile>
 #include <QTemporaryDir>
 
 #include <array>
@@ -115,6 +119,42 @@ MessageInfo BytesMessage()
     return message;
 }
 
+// A file of 1,000 translations, and its texts.
+class Translations
+{
+public:
+    Translations()
+    {
+        QByteArray xml = "<xliff version=\"1.2\"><file original=\"ui/Main.xml\"><body>";
+        for (int i = 0; i < 1000; ++i) {
+            const QString text = u"Label of the control number %1"_s.arg(i);
+            mTexts.append(text);
+            xml += "<trans-unit id=\"" + GeneralUtil::GetHash(text)
+                + "\"><target>Translation of a label</target></trans-unit>";
+        }
+        QFile file(mDir.filePath(u"de.xlf"_s));
+        if (file.open(QIODevice::WriteOnly))
+            file.write(xml + "</body></file></xliff>");
+        file.close();
+        mTranslator.SetXlfFile(file.fileName());
+        TranslateAll(mTranslator);
+        TranslateAll(mTranslator);
+    }
+
+    void TranslateAll(const XlfTranslator& translator) const
+    {
+        for (const QString& text : mTexts)
+            Use(translator.Translate(text, mContext));
+    }
+    [[nodiscard]] const XlfTranslator& GetTranslator() const { return mTranslator; }
+
+private:
+    const QTemporaryDir mDir;
+    const QString mContext = u"ui/main.xml"_s;
+    QStringList mTexts;
+    XlfTranslator mTranslator;
+};
+
 constexpr std::array kHotPaths = {
     HotPath{"read a known path", 20'000,
             []() -> Step {
@@ -137,6 +177,27 @@ constexpr std::array kHotPaths = {
                 return [filer, path = SiblingPath(1000), name = u"Value"_s] {
                     Use(filer->ReadInt(path, name, -1));
                 };
+            }},
+    HotPath{"change a value in a settings store", 20'000,
+            []() -> Step {
+                const auto dir = std::make_shared<QTemporaryDir>();
+                const auto store = std::make_shared<Settings>(dir->filePath(u"s.xml"_s), u"Settings"_s);
+                store->WriteInt(u"Group/Page"_s, u"Value"_s, 0);
+                return [dir, store, path = u"Group/Page"_s, name = u"Value"_s, value = 0]() mutable {
+                    store->WriteInt(path, name, ++value);
+                };
+            }},
+    HotPath{"translate 1,000 texts for the first time", 20,
+            []() -> Step {
+                return [file = std::make_shared<Translations>()] {
+                    const XlfTranslator copy = file->GetTranslator(); // its cache is empty
+                    file->TranslateAll(copy);
+                };
+            }},
+    HotPath{"translate 1,000 texts again", 100,
+            []() -> Step {
+                return
+                    [file = std::make_shared<Translations>()] { file->TranslateAll(file->GetTranslator()); };
             }},
     HotPath{"check the limits, 1,000 elements", 50,
             []() -> Step { return [xml = LargeDocument().toUtf8()] { Use(Internal::IsSafeToParse(xml)); }; }},

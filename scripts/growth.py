@@ -6,7 +6,7 @@
     growth.py CSV FOLDER
 
 Writes FOLDER/growth-CHART.svg for each chart, and FOLDER/growth.md, which contains the charts, the slopes at both ends
-of each curve (1: twice the size costs twice the time), and the single figures.
+and in the steepest step of each curve (1: twice the size costs twice the time), and the single figures.
 """
 
 import csv
@@ -24,6 +24,7 @@ CHARTS = {
     "save": ("Save a document", "bytes of the document", "seconds"),
     "memory": ("Memory of a loaded document", "bytes of the document", "bytes"),
     "message-size": ("Send a message", "bytes in the message", "seconds per message"),
+    "message-throughput": ("Throughput of messages", "bytes in the message", "bytes per second"),
     "message-parameters": ("Send a message of many parameters", "parameters", "seconds per message"),
     "settings": ("Settings", "values in the store", "seconds"),
     "expression": ("Evaluate an expression", "operands", "seconds"),
@@ -52,6 +53,12 @@ def slope(first, second):
 def ends(points):
     """Returns the slopes of the first and of the last step."""
     return slope(*points[:2]), slope(*points[-2:])
+
+
+def steepest(points):
+    """Returns the steepest step, as its two sizes and the slope between them."""
+    steps = [(first[0], second[0], slope(first, second)) for first, second in zip(points, points[1:])]
+    return max(steps, key=lambda step: step[2])
 
 
 def show_power(exponent, unit):
@@ -107,7 +114,7 @@ def draw(title, x_axis, y_axis, contestants):
 def show_figure(value, name):
     if name.endswith("(s)"):
         return f"{value * 1e3:.3g} ms"
-    return f"{value:,.0f}"
+    return f"{value:,.0f} bytes" if name.endswith("(bytes)") else f"{value:,.0f}"
 
 
 def main():
@@ -121,10 +128,13 @@ def main():
         if name not in charts:
             continue
         (folder / f"growth-{name}.svg").write_text(draw(title, x_axis, y_axis, charts[name]), encoding="utf-8")
-        page.append(f"### {title}\n\n![{title}](growth-{name}.svg)\n\n| curve | slope at first | slope at last |\n"
-                    "|---|---:|---:|\n")
-        page.extend(f"| {contestant} | {ends(points)[0]:.2f} | {ends(points)[1]:.2f} |\n"
-                    for contestant, points in charts[name].items() if len(points) > 1)
+        page.append(f"### {title}\n\n![{title}](growth-{name}.svg)\n\n"
+                    "| curve | slope at first | slope at last | steepest step |\n|---|---:|---:|---|\n")
+        for contestant, points in charts[name].items():
+            first, last = ends(points)
+            start, end, slope_between = steepest(points)
+            page.append(f"| {contestant} | {first:.2f} | {last:.2f} | "
+                        f"{slope_between:.2f} from {start:,.0f} to {end:,.0f} |\n")
         page.append("\n")
     if "figure" in charts:
         page.append("### Single figures\n\n| what | value |\n|---|---:|\n")
