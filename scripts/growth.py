@@ -30,7 +30,7 @@ CHARTS = {
     "expression": ("Evaluate an expression", "operands", "seconds"),
 }
 COLOURS = ("#1b6ca8", "#d1495b", "#66a182", "#edae49", "#6f4e7c", "#5c5c5c")
-WIDTH, HEIGHT, LEFT, RIGHT, TOP, BOTTOM = 760, 420, 84, 16, 40, 52
+WIDTH, HEIGHT, LEFT, RIGHT, TOP, BOTTOM = 760, 420, 84, 32, 40, 52
 
 
 def read_points(lines):
