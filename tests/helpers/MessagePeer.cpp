@@ -30,6 +30,9 @@
 //   hold NAME
 //       holds both locks of a grid, like a member that was stopped while it was joining; prints "holds"
 //
+//   hold-memory NAME
+//       the same, but holds only the lock of the shared memory, like a program that does not use the library
+//
 //   outlives NAME GRID
 //       managers that outlive the application object; prints "answered" and "done"
 
@@ -159,12 +162,13 @@ int Join(const QString& name, bool reads)
     return QCoreApplication::exec();
 }
 
-int Hold(const QString& name)
+int Hold(const QString& name, bool holdsFile)
 {
-    const int lock = Platform::LockFile(GridLockFilePath(name));
+    const int lock = holdsFile ? Platform::LockFile(GridLockFilePath(name)) : Platform::kLockFailed;
     {
         QSharedMemory registry(name);
-        if (lock < 0 || (!registry.create(kRegistrySize) && !registry.attach()) || !registry.lock())
+        if ((holdsFile && lock < 0) || (!registry.create(kRegistrySize) && !registry.attach())
+            || !registry.lock())
             return 1;
         Print(u"holds"_s);
         QCoreApplication::exec();
@@ -226,7 +230,7 @@ int main(int argc, char* argv[])
         return ServeAsOther(arguments.value(2));
     if (mode == "grid"_L1 || mode == "members"_L1)
         return Join(arguments.value(2), mode == "members"_L1);
-    if (mode == "hold"_L1)
-        return Hold(arguments.value(2));
+    if (mode == "hold"_L1 || mode == "hold-memory"_L1)
+        return Hold(arguments.value(2), mode == "hold"_L1);
     return 2;
 }

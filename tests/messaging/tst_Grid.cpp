@@ -93,11 +93,16 @@ private Q_SLOTS:
     void LockFile_keepsOthersOut();
     void LockFile_heldTooLong();
     void LockFile_changesHands();
+    void LockFile_changesHandsTooLong();
     void LockFile_heldWhileLeaving();
     void BothLocks_heldWhileJoining();
     void BothLocks_heldWhileReading();
     void BothLocks_heldWhileRejoining();
     void BothLocks_heldWhileLeaving();
+    void MemoryLock_held();
+    void MemoryLock_heldWhileLeaving();
+    void MemoryLock_leftByKilledProcess_data();
+    void MemoryLock_leftByKilledProcess();
     void LockFile_other_data();
     void LockFile_other();
     void LockFile_goesWithLastMember();
@@ -631,6 +636,34 @@ void tst_Grid::LockFile_changesHands()
     Platform::UnlockFile(second);
 }
 
+// Even if holders take turns for ever, the wait has an end.
+void tst_Grid::LockFile_changesHandsTooLong()
+{
+    const QString path = GridLockFilePath(UniqueName());
+    const auto remove = qScopeGuard([&path] { QFile::remove(path); });
+    std::atomic<bool> isOver = false;
+    const int first = Platform::LockFile(path);
+    QVERIFY(first >= 0);
+    const std::unique_ptr<QThread> holder(QThread::create([&] {
+        const QDeadlineTimer deadline(TestSupport::kEventTimeoutMs);
+        for (int turn = 0; !isOver && !deadline.hasExpired(); ++turn) {
+            const timespec time = {.tv_sec = 1000 + turn, .tv_nsec = 0};
+            const timespec times[2] = {time, time};
+            ::futimens(first, times);
+            QThread::msleep(1);
+        }
+        Platform::UnlockFile(first);
+    }));
+    holder->start();
+    const int second
+        = Platform::LockFile(path, Platform::LockFileMode::OpenExisting, 5000, QDeadlineTimer(6000));
+    const bool hadHolder = !holder->isFinished();
+    isOver = true;
+    QVERIFY(holder->wait(TestSupport::kEventTimeoutMs));
+    QVERIFY(hadHolder);
+    QCOMPARE(second, Platform::kLockTimedOut);
+}
+
 void tst_Grid::LockFile_heldWhileLeaving()
 {
     const TestSupport::LogGuard log;
@@ -745,6 +778,71 @@ void tst_Grid::BothLocks_heldWhileLeaving()
     QVERIFY(Registry(grid).Attach()); // this process is still attached
     std::make_unique<IPCManager>()->CreateGridConnection(grid, kReadWrite);
     QVERIFY(!Registry(grid).Attach());
+}
+
+// Another program holds only the lock of the shared memory, and hangs. QSharedMemory would wait for ever.
+void tst_Grid::MemoryLock_held()
+{
+    const TestSupport::LogGuard log;
+    const QString grid = UniqueName();
+    Peer holder({u"hold-memory"_s, grid});
+    QVERIFY(!holder.WaitForLine(u"holds"_s).isEmpty());
+    IPCManager member;
+    QCOMPARE(member.CreateGridConnection(grid, kReadWrite), true);
+    QCOMPARE(member.IsServerRunning(), true);
+    QCOMPARE(member.ReadFromSharedMemory().size(), 0);
+    QCOMPARE(member.WriteToSharedMemory({}), false);
+    QCOMPARE(member.AttachToSharedMemory(), false);
+    QCOMPARE(member.CreateSharedMemory(), false);
+    const QStringList messages = TestSupport::LogGuard::Messages();
+    QCOMPARE(messages.size(), 5);
+    QCOMPARE(messages.filter(u"process %1 keeps the shared memory locked; "_s.arg(holder.Id())).size(), 5);
+
+    holder.EndInput();
+    QVERIFY(holder.WaitForEnd());
+    QCOMPARE(member.CreateGridConnection(grid, kReadWrite), true);
+    QCOMPARE(ProcessIds(member.ReadFromSharedMemory()), QList<qint64>{QCoreApplication::applicationPid()});
+}
+
+void tst_Grid::MemoryLock_heldWhileLeaving()
+{
+    const TestSupport::LogGuard log;
+    const QString grid = UniqueName();
+    auto member = std::make_unique<IPCManager>();
+    QCOMPARE(member->CreateGridConnection(grid, kReadWrite), true);
+    Peer holder({u"hold-memory"_s, grid});
+    QVERIFY(!holder.WaitForLine(u"holds"_s).isEmpty());
+    member.reset();
+    QCOMPARE(TestSupport::LogGuard::Messages().size(), 2);
+    QVERIFY(TestSupport::LogGuard::Messages().constLast().contains(u"stays attached"_s));
+
+    holder.EndInput();
+    QVERIFY(holder.WaitForEnd());
+    QVERIFY(Registry(grid).Attach()); // this process is still attached
+    std::make_unique<IPCManager>()->CreateGridConnection(grid, kReadWrite);
+    QVERIFY(!Registry(grid).Attach());
+}
+
+void tst_Grid::MemoryLock_leftByKilledProcess_data()
+{
+    QTest::addColumn<int>("killed");
+
+    QTest::newRow("creator") << int(KilledProcess::Creator);
+    QTest::newRow("holder") << int(KilledProcess::Holder);
+}
+
+void tst_Grid::MemoryLock_leftByKilledProcess()
+{
+    QFETCH(const int, killed);
+
+    const QString grid = UniqueName();
+    QVERIFY(LeaveSemaphoreTaken(grid, static_cast<KilledProcess>(killed)));
+    const auto remove = qScopeGuard([&grid] { RemoveSharedMemorySemaphore(grid); });
+    IPCManager member;
+    QCOMPARE(member.CreateGridConnection(grid, kReadWrite), true);
+    QCOMPARE(ProcessIds(member.ReadFromSharedMemory()), QList<qint64>{QCoreApplication::applicationPid()});
+    Peer second({u"grid"_s, grid});
+    QVERIFY(!second.WaitForLine(u"linked"_s).isEmpty());
 }
 
 // Another user could keep the lock file locked for ever, or replace it with a link to a file of this user.

@@ -5,15 +5,22 @@
 #define QVUTIL_GRIDSUPPORT_H
 
 #include "IPCManager.h"
+#include "base/QtCompat_p.h"
 #include "messaging/GridRegistry_p.h"
 
 #include <QByteArray>
+#include <QFile>
 #include <QList>
 #include <QSharedMemory>
 #include <QString>
 #include <QtEndian>
 
 #include <cstring>
+
+#include <sys/ipc.h>
+#include <sys/sem.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 /// Helpers for tests of grids.
 namespace GridSupport {
@@ -91,6 +98,39 @@ private:
 [[nodiscard]] inline QByteArray Image(const QByteArray& content)
 {
     return content + QByteArray(kRegistrySize - content.size(), '\0');
+}
+
+/// Returns the semaphore of a grid's registry; -1 if there is none.
+[[nodiscard]] inline int FindSemaphore(const QString& gridName)
+{
+    const QByteArray keyFile = QFile::encodeName(Quorvin::Util::Internal::NativeSemaphoreKey(gridName));
+    const key_t key = ::ftok(keyFile.constData(), 'Q');
+    return key == -1 ? -1 : ::semget(key, 1, 0600);
+}
+
+/// The process that left a semaphore taken: killed before it could set the value of a new semaphore, or while
+/// it held one that the system does not release.
+enum class KilledProcess { Creator, Holder };
+
+/// Replaces the semaphore of a grid's registry with one that nobody can release.
+[[nodiscard]] inline bool LeaveSemaphoreTaken(const QString& gridName, KilledProcess killed)
+{
+    if (const int old = FindSemaphore(gridName); old != -1)
+        ::semctl(old, 0, IPC_RMID);
+    QFile keyFile(Quorvin::Util::Internal::NativeSemaphoreKey(gridName));
+    if (!keyFile.open(QIODevice::ReadWrite))
+        return false;
+    const int semaphore
+        = ::semget(::ftok(QFile::encodeName(keyFile.fileName()).constData(), 'Q'), 1, IPC_CREAT | 0600);
+    if (semaphore == -1 || killed == KilledProcess::Creator)
+        return semaphore != -1;
+    const pid_t holder = ::fork();
+    if (holder == 0) {
+        sembuf operations[2] = {{0, 1, 0}, {0, -1, 0}}; // without SEM_UNDO
+        ::_exit(::semop(semaphore, operations, 2) == 0 ? 0 : 1);
+    }
+    int status = 0;
+    return holder > 0 && ::waitpid(holder, &status, 0) == holder && status == 0;
 }
 
 /// A process id that no process has.

@@ -69,18 +69,35 @@ namespace Quorvin::Util::Internal {
     return ReinterpretAsUtc(isSameDay ? utc : date);
 }
 
+#if QT_VERSION < QT_VERSION_CHECK(6, 6, 0)
+// Before Qt 6.6, finding out the name means constructing an object, which creates semaphores and files.
+[[nodiscard]] inline QString LegacyKeyFile(const QString& prefix, const QString& key)
+{
+    QString letters;
+    std::copy_if(key.begin(), key.end(), std::back_inserter(letters),
+                 [](QChar c) { return (c >= u'a' && c <= u'z') || (c >= u'A' && c <= u'Z'); });
+    const QByteArray digest = QCryptographicHash::hash(key.toUtf8(), QCryptographicHash::Sha1).toHex();
+    return QDir::tempPath() + u'/' + prefix + letters + QString::fromLatin1(digest);
+}
+#endif
+
 /// \return the system's name for the segment of a QSharedMemory with this key
 [[nodiscard]] inline QString NativeSharedMemoryKey(const QString& key)
 {
 #if QT_VERSION >= QT_VERSION_CHECK(6, 6, 0)
     return QSharedMemory::legacyNativeKey(key).nativeKey();
 #else
-    // Before Qt 6.6, finding out the name means constructing an object, which creates semaphores and files.
-    QString letters;
-    std::copy_if(key.begin(), key.end(), std::back_inserter(letters),
-                 [](QChar c) { return (c >= u'a' && c <= u'z') || (c >= u'A' && c <= u'Z'); });
-    const QByteArray digest = QCryptographicHash::hash(key.toUtf8(), QCryptographicHash::Sha1).toHex();
-    return QDir::tempPath() + QStringLiteral("/qipc_sharedmemory_") + letters + QString::fromLatin1(digest);
+    return LegacyKeyFile(QStringLiteral("qipc_sharedmemory_"), key);
+#endif
+}
+
+/// \return the system's name for the semaphore that locks the segment of a QSharedMemory with this key
+[[nodiscard]] inline QString NativeSemaphoreKey(const QString& key)
+{
+#if QT_VERSION >= QT_VERSION_CHECK(6, 6, 0)
+    return QSystemSemaphore::legacyNativeKey(key).nativeKey();
+#else
+    return LegacyKeyFile(QStringLiteral("qipc_systemsem_"), key);
 #endif
 }
 

@@ -38,6 +38,10 @@ inline constexpr int kRegistrySize = 8192;
 /// block the others for ever.
 inline constexpr int kGridLockTimeoutMs = 5000;
 
+/// Maximum wait for the lock of a grid, in milliseconds, if each of many members holds it for less time than
+/// the time-out.
+inline constexpr int kMaxGridLockWaitMs = 30'000;
+
 /// Returns the path of the lock file of a grid. Every process that reads or changes the registry, or creates
 /// or destroys its segment, locks this file with Platform::LockFile.
 ///

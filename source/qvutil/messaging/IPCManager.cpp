@@ -5,6 +5,7 @@
 
 #include "GeneralUtil.h"
 #include "base/Logging_p.h"
+#include "base/QtCompat_p.h"
 #include "messaging/GridRegistry_p.h"
 #include "messaging/MessageClient_p.h"
 #include "messaging/MessageServer_p.h"
@@ -65,6 +66,29 @@ private:
     std::vector<std::unique_ptr<QSharedMemory>> mSegments;
 };
 
+// The result of locking a grid.
+struct GridLock
+{
+    int File = Platform::kLockFailed; // kLockFailed: the lock file cannot be used, but the registry can
+    QString Obstacle; // who keeps the grid locked; empty if it is locked now
+};
+
+// Waits for the semaphore of a grid's segment, without keeping it. QSharedMemory, which takes it afterwards,
+// has no time-out. Members only take the semaphore while they hold the lock on the file, so that then no
+// member can take it in between.
+// \return which process keeps it; empty if nobody does
+QString WaitForSemaphore(const QString& gridName, QDeadlineTimer deadline)
+{
+    const QString keyFile = Internal::NativeSemaphoreKey(gridName);
+    const int semaphore = Platform::TakeSemaphore(keyFile, deadline);
+    Platform::ReleaseSemaphore(semaphore);
+    if (semaphore != Platform::kLockTimedOut)
+        return {};
+    const qint64 user = Platform::FindSemaphoreUser(keyFile);
+    return (user > 0 ? u"process %1"_s.arg(user) : u"another process"_s)
+        + u" keeps the shared memory locked"_s;
+}
+
 } // namespace
 
 class Q_DECL_HIDDEN IPCManager::Private // else it would be exported with IPCManager
@@ -87,7 +111,7 @@ public:
     bool LockRegistry();
     void UnlockRegistry();
     bool LockFile();
-    int OpenAndLockFile(const QString& path);
+    [[nodiscard]] GridLock LockGrid(const QString& gridName);
     void UnlockFile();
     template <typename Operation> bool WithFileLock(Operation operation);
 
@@ -99,7 +123,7 @@ public:
     std::unique_ptr<QSharedMemory> SharedMemory = std::make_unique<QSharedMemory>();
     int LockDepth = 0;
     int FileLock = Platform::kLockFailed;
-    QDeadlineTimer UseShortTimeout; // not expired: locking the file has recently timed out
+    QDeadlineTimer UseShortTimeout; // not expired: locking the grid has recently timed out
     std::unique_ptr<MessageClient> Client;
     QList<IMessageResponder*> Responders;
 };
@@ -437,25 +461,23 @@ void IPCManager::Private::LeaveRegistry()
     const QString gridName = SharedMemory->key();
     if (gridName.isEmpty())
         return;
-    const QString lockFile = Internal::GridLockFilePath(gridName);
-    const int lock = OpenAndLockFile(lockFile);
+    const GridLock lock = LockGrid(gridName);
     UseShortTimeout = {}; // the next grid has another lock
     std::unique_ptr<QSharedMemory> segment = std::exchange(SharedMemory, std::make_unique<QSharedMemory>());
-    if (lock == Platform::kLockTimedOut) {
+    if (!lock.Obstacle.isEmpty()) {
         if (!segment->isAttached())
             return;
-        qCWarning(Internal::lcQvUtil,
-                  "grid \"%ls\": another process keeps %ls locked; the registry stays attached",
-                  qUtf16Printable(gridName), qUtf16Printable(lockFile));
+        qCWarning(Internal::lcQvUtil, "grid \"%ls\": %ls; the registry stays attached",
+                  qUtf16Printable(gridName), qUtf16Printable(lock.Obstacle));
         AbandonedSegments::Instance().Add(std::move(segment));
         return;
     }
     segment.reset();
     AbandonedSegments::Instance().Detach(gridName);
     // The file is only removed while it is locked: a process that waits for the lock then creates a new file.
-    if (lock >= 0 && !QSharedMemory(gridName).attach(QSharedMemory::ReadOnly))
-        QFile::remove(lockFile);
-    Platform::UnlockFile(lock);
+    if (lock.File >= 0 && !QSharedMemory(gridName).attach(QSharedMemory::ReadOnly))
+        QFile::remove(Internal::GridLockFilePath(gridName));
+    Platform::UnlockFile(lock.File);
 }
 
 // \return false if another process keeps it locked
@@ -486,33 +508,40 @@ void IPCManager::Private::UnlockRegistry()
 
 // Without the lock on its file, do not access the registry: a member that hangs may also hold the segment's
 // semaphore, which has no time-out.
-// \return false if another process keeps the file locked
+// \return false if another process keeps the grid locked
 bool IPCManager::Private::LockFile()
 {
     const QString gridName = SharedMemory->key();
-    const QString lockFile = Internal::GridLockFilePath(gridName);
-    FileLock = OpenAndLockFile(lockFile);
-    if (FileLock == Platform::kLockTimedOut) {
-        qCWarning(Internal::lcQvUtil,
-                  "grid \"%ls\": another process keeps %ls locked; the registry was not accessed",
-                  qUtf16Printable(gridName), qUtf16Printable(lockFile));
+    const GridLock lock = LockGrid(gridName);
+    if (!lock.Obstacle.isEmpty()) {
+        qCWarning(Internal::lcQvUtil, "grid \"%ls\": %ls; the registry was not accessed",
+                  qUtf16Printable(gridName), qUtf16Printable(lock.Obstacle));
         return false;
     }
+    FileLock = lock.File;
     if (FileLock == Platform::kLockFailed) {
         qCWarning(
             Internal::lcQvUtil,
             "grid \"%ls\": %ls cannot be locked: it cannot be opened, or is not a regular file of this user",
-            qUtf16Printable(gridName), qUtf16Printable(lockFile));
+            qUtf16Printable(gridName), qUtf16Printable(Internal::GridLockFilePath(gridName)));
     }
     return true;
 }
 
-// \return a descriptor, kLockTimedOut or kLockFailed
-int IPCManager::Private::OpenAndLockFile(const QString& path)
+GridLock IPCManager::Private::LockGrid(const QString& gridName)
 {
     const int timeoutMs = UseShortTimeout.hasExpired() ? Internal::kGridLockTimeoutMs : kShortTimeoutMs;
-    const int lock = Platform::LockFile(path, Platform::LockFileMode::CreateIfMissing, timeoutMs);
-    UseShortTimeout = QDeadlineTimer(lock == Platform::kLockTimedOut ? kShortTimeoutLastsMs : 0);
+    const QString lockFile = Internal::GridLockFilePath(gridName);
+    GridLock lock;
+    lock.File = Platform::LockFile(lockFile, Platform::LockFileMode::CreateIfMissing, timeoutMs,
+                                   QDeadlineTimer(Internal::kMaxGridLockWaitMs));
+    if (lock.File == Platform::kLockTimedOut)
+        lock.Obstacle = u"another process keeps %1 locked"_s.arg(lockFile);
+    else
+        lock.Obstacle = WaitForSemaphore(gridName, QDeadlineTimer(timeoutMs));
+    if (!lock.Obstacle.isEmpty())
+        Platform::UnlockFile(std::exchange(lock.File, Platform::kLockFailed));
+    UseShortTimeout = QDeadlineTimer(lock.Obstacle.isEmpty() ? 0 : kShortTimeoutLastsMs);
     return lock;
 }
 

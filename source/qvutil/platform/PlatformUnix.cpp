@@ -11,6 +11,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 
@@ -18,6 +19,8 @@
 #include <poll.h>
 #include <sys/file.h>
 #include <sys/ioctl.h>
+#include <sys/ipc.h>
+#include <sys/sem.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/un.h>
@@ -42,14 +45,15 @@ bool IsModified(const struct stat& before, const struct stat& now)
     return a.tv_sec != b.tv_sec || a.tv_nsec != b.tv_nsec;
 }
 
+constexpr int kPollPauseMs = 2;
+
 // Waits for the lock on a file. No system has a time-out for flock, so this polls. Each holder updates the
-// file's modification time, which restarts the deadline, so that only a single process that hangs causes a
-// time-out, and not many that take turns.
+// file's modification time, which restarts the time-out, so that a single process that hangs causes it, but
+// not a few that take turns.
 // \return 0, or what LockFile returns
-int WaitForLock(int file, int timeoutMs)
+int WaitForLock(int file, int timeoutMs, QDeadlineTimer deadline)
 {
-    constexpr int kPauseMs = 2;
-    QDeadlineTimer deadline(timeoutMs);
+    QDeadlineTimer timeout(timeoutMs);
     struct stat before = {};
     ::fstat(file, &before);
     while (::flock(file, LOCK_EX | LOCK_NB) == -1) {
@@ -58,11 +62,11 @@ int WaitForLock(int file, int timeoutMs)
         struct stat now = {};
         if (::fstat(file, &now) == 0 && IsModified(before, now)) {
             before = now;
-            deadline.setRemainingTime(timeoutMs);
+            timeout.setRemainingTime(timeoutMs);
         }
-        if (deadline.hasExpired())
+        if (timeout.hasExpired() || deadline.hasExpired())
             return kLockTimedOut;
-        ::poll(nullptr, 0, kPauseMs);
+        ::poll(nullptr, 0, kPollPauseMs);
     }
     ::futimens(file, nullptr);
     return 0;
@@ -73,6 +77,70 @@ bool IsOwnRegularFile(int descriptor)
 {
     struct stat file = {};
     return ::fstat(descriptor, &file) == 0 && S_ISREG(file.st_mode) && file.st_uid == ::geteuid();
+}
+
+// \return the semaphore; -1 if there is none
+int FindSemaphore(const QByteArray& keyFile)
+{
+    constexpr int kProject = 'Q'; // as in QSystemSemaphore
+    const key_t key = ::ftok(keyFile.constData(), kProject);
+    return key == -1 ? -1 : ::semget(key, 1, S_IRUSR | S_IWUSR);
+}
+
+bool ChangeSemaphore(int semaphore, short change)
+{
+    sembuf operation = {};
+    operation.sem_op = change;
+    operation.sem_flg = SEM_UNDO | IPC_NOWAIT;
+    return RepeatWhenInterrupted([&] { return ::semop(semaphore, &operation, 1); }) == 0;
+}
+
+// The fourth argument of semctl, which only some systems define.
+union SemaphoreArgument {
+    int Value;
+    semid_ds* Status;
+};
+
+bool HasNeverBeenUsed(int semaphore)
+{
+    semid_ds status = {};
+    SemaphoreArgument argument = {};
+    argument.Status = &status;
+    return ::semctl(semaphore, 0, IPC_STAT, argument) == 0 && status.sem_otime == 0;
+}
+
+// Not IsProcessRunning: on macOS, that only finds applications.
+bool HasEnded(pid_t process)
+{
+    return ::kill(process, 0) == -1 && errno == ESRCH;
+}
+
+// Returns whether a semaphore is taken although the last process that used it has ended. Its value is read
+// before and after that process: if both are 0 and the process is the same, nobody has used the semaphore
+// meanwhile.
+bool IsLeftByDeadProcess(int semaphore)
+{
+    const auto isTaken = [semaphore] { return ::semctl(semaphore, 0, GETVAL) == 0; };
+    const auto lastUser = [semaphore] { return ::semctl(semaphore, 0, GETPID); };
+    if (!isTaken())
+        return false;
+    const int user = lastUser(); // 0 if there is none, or if this process cannot see it
+    return user > 0 && HasEnded(user) && isTaken() && lastUser() == user;
+}
+
+// A new semaphore is taken until its creator has set its value. Only a process that was killed or stopped in
+// between leaves it like this.
+bool IsLeftByCreator(int semaphore)
+{
+    return ::semctl(semaphore, 0, GETVAL) == 0 && ::semctl(semaphore, 0, GETPID) == 0
+        && HasNeverBeenUsed(semaphore);
+}
+
+void ResetSemaphore(int semaphore)
+{
+    SemaphoreArgument argument = {};
+    argument.Value = 1;
+    ::semctl(semaphore, 0, SETVAL, argument);
 }
 
 FileIdentity IdentityOf(const struct stat& file)
@@ -248,7 +316,7 @@ quint32 GetUserId()
     return ::geteuid();
 }
 
-int LockFile(const QString& path, LockFileMode mode, int timeoutMs)
+int LockFile(const QString& path, LockFileMode mode, int timeoutMs, QDeadlineTimer deadline)
 {
     const QByteArray name = QFile::encodeName(path);
     const int flags = O_RDWR | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK
@@ -257,10 +325,12 @@ int LockFile(const QString& path, LockFileMode mode, int timeoutMs)
         FileDescriptor file(RepeatWhenInterrupted([&] { return ::open(name.constData(), flags, 0600); }));
         if (!file.IsOpen() || !IsOwnRegularFile(file.Get()))
             return kLockFailed;
-        if (const int failure = WaitForLock(file.Get(), timeoutMs); failure != 0)
+        if (const int failure = WaitForLock(file.Get(), timeoutMs, deadline); failure != 0)
             return failure;
         if (IsFileAt(name, file.Get()))
             return file.Release();
+        if (deadline.hasExpired())
+            return kLockTimedOut;
     }
 }
 
@@ -268,6 +338,43 @@ void UnlockFile(int lock)
 {
     if (lock >= 0)
         ::close(lock);
+}
+
+int TakeSemaphore(const QString& keyFile, QDeadlineTimer deadline)
+{
+    const QByteArray name = QFile::encodeName(keyFile);
+    for (;;) {
+        const int semaphore = FindSemaphore(name); // each time: its creator may have removed it
+        if (semaphore == -1)
+            return kLockFailed;
+        if (ChangeSemaphore(semaphore, -1))
+            return semaphore;
+        const bool isTaken = errno == EAGAIN;
+        const bool isGone = errno == EINVAL || errno == EIDRM;
+        if (!isTaken && !isGone)
+            return kLockFailed;
+        const bool isOver = deadline.hasExpired();
+        if (isTaken && (IsLeftByDeadProcess(semaphore) || (isOver && IsLeftByCreator(semaphore)))) {
+            ResetSemaphore(semaphore);
+            if (ChangeSemaphore(semaphore, -1))
+                return semaphore;
+        }
+        if (isOver)
+            return kLockTimedOut;
+        ::poll(nullptr, 0, kPollPauseMs);
+    }
+}
+
+void ReleaseSemaphore(int semaphore)
+{
+    if (semaphore >= 0)
+        ChangeSemaphore(semaphore, 1); // fails only if the semaphore was removed
+}
+
+qint64 FindSemaphoreUser(const QString& keyFile)
+{
+    const int semaphore = FindSemaphore(QFile::encodeName(keyFile));
+    return semaphore == -1 ? 0 : std::max(::semctl(semaphore, 0, GETPID), 0);
 }
 
 } // namespace Quorvin::Util::Platform

@@ -6,6 +6,7 @@
 
 #include <QByteArray>
 #include <QByteArrayView>
+#include <QDeadlineTimer>
 #include <QLatin1StringView>
 #include <QString>
 #include <QStringList>
@@ -173,20 +174,38 @@ enum class LockFileMode {
     OpenExisting,
 };
 
-/// Failure results of LockFile.
-inline constexpr int kLockFailed = -1; ///< no file, or not a regular file of this user
+/// Failure results of LockFile and TakeSemaphore.
+inline constexpr int kLockFailed = -1; ///< no file, or not a regular file of this user; no semaphore
 inline constexpr int kLockTimedOut = -2; ///< another process keeps it locked
 
 /// Locks a file for this process, and waits while others hold the lock. When the process ends, the lock does
 /// too. The file must be a regular file of this user; symbolic links are not followed.
 /// \param timeoutMs  how long to wait for one holder, in milliseconds; if negative, there is no time-out
+/// \param deadline   end of the whole wait, even if many holders take turns
 /// \return a lock for UnlockFile; kLockFailed or kLockTimedOut, which are negative
 [[nodiscard]] int LockFile(const QString& path, LockFileMode mode = LockFileMode::CreateIfMissing,
-                           int timeoutMs = -1);
+                           int timeoutMs = -1,
+                           QDeadlineTimer deadline = QDeadlineTimer(QDeadlineTimer::Forever));
 
 /// Releases a lock. The file is kept.
 /// \param lock  the result of LockFile; does nothing if it is negative
 void UnlockFile(int lock);
+
+/// Takes the semaphore that QSharedMemory uses as the lock of a segment. QSharedMemory waits for it without a
+/// time-out. When the process ends, the semaphore is released.
+///
+/// A semaphore that no living process can release is reset. For example, a new semaphore is taken until its
+/// creator has set its value, so that it stays taken if the creator is killed before that.
+/// \param keyFile  the file from which the key of the semaphore is made
+/// \return a semaphore for ReleaseSemaphore; kLockFailed if there is none, or if it belongs to another user;
+///         kLockTimedOut if another process keeps it
+[[nodiscard]] int TakeSemaphore(const QString& keyFile, QDeadlineTimer deadline);
+
+/// \param semaphore  the result of TakeSemaphore; does nothing if it is negative
+void ReleaseSemaphore(int semaphore);
+
+/// \return the process that was the last to take or release the semaphore; 0 if unknown
+[[nodiscard]] qint64 FindSemaphoreUser(const QString& keyFile);
 
 // Debug output
 
