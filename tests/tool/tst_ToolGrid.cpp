@@ -30,6 +30,7 @@ using namespace GridSupport;
 using namespace MessagingSupport;
 using Quorvin::Util::ProcessInfo;
 using Quorvin::Util::Internal::GridLockFilePath;
+using Quorvin::Util::Internal::NativeSemaphoreKey;
 using Quorvin::Util::Internal::NativeSharedMemoryKey;
 using Quorvin::Util::Internal::ParseRegistry;
 using TestSupport::TerminalTool;
@@ -162,6 +163,10 @@ private Q_SLOTS:
     void Watch_narrowTerminal();
     void Clean_nothing();
     void Clean_semaphore();
+    void Clean_semaphoreOfOtherGrid();
+    void Clean_memoryLocked();
+    void Clean_lockLeftByKilledProcess_data();
+    void Clean_lockLeftByKilledProcess();
     void Clean_deadAmongLiving();
     void Clean_damagedAmongLiving();
     void Clean_whatOnlyLooksStale();
@@ -219,8 +224,8 @@ void tst_ToolGrid::TearDown()
 {
     // Killed processes also leave a segment and a semaphore behind, which are not in the folder. The last
     // process to detach removes the segment, and the creator of a semaphore removes the semaphore.
+    QSystemSemaphore(kGrid, 1, QSystemSemaphore::Create); // first: it may be taken
     QSharedMemory(kGrid).attach();
-    QSystemSemaphore(kGrid, 1, QSystemSemaphore::Create);
     mFolderGuard.reset();
     mTemporary.reset();
 }
@@ -871,6 +876,63 @@ void tst_ToolGrid::Clean_semaphore()
     second.Kill();
     QVERIFY(Run(u"clean"_s, {kGrid}).ExitCode == 0);
     QCOMPARE(semaphores(), 0);
+}
+
+// The key of a semaphore contains only a part of its file's inode number, so two grids can have the same one.
+// A hard link has the same inode number.
+void tst_ToolGrid::Clean_semaphoreOfOtherGrid()
+{
+    const QString other = u"other"_s;
+    Peer peer({u"grid"_s, other});
+    QVERIFY(IsIn(peer, u"joined"_s, other));
+    const int semaphore = FindSemaphore(other);
+    QVERIFY(semaphore != -1);
+    const QString keyFile = NativeSemaphoreKey(kGrid);
+    QCOMPARE(::link(QFile::encodeName(NativeSemaphoreKey(other)).constData(),
+                    QFile::encodeName(keyFile).constData()),
+             0);
+    QVERIFY(LeaveSocket(Temporary(u"desk.x.2147483632"_s)));
+    QCOMPARE(Run(u"clean"_s, {kGrid}).ExitCode, 0);
+    QCOMPARE(QFile::exists(keyFile), false);
+    QCOMPARE(FindSemaphore(other), semaphore);
+}
+
+// A program that does not use the library, and hangs.
+void tst_ToolGrid::Clean_memoryLocked()
+{
+    Peer peer({u"grid"_s, kGrid});
+    QVERIFY(IsIn(peer));
+    Peer holder({u"hold-memory"_s, kGrid});
+    QVERIFY(!holder.WaitForLine(u"holds"_s).isEmpty());
+    QCOMPARE(Run(u"clean"_s, {kGrid}).ToText(),
+             u"! qvutil: grid desk: process %1 keeps its shared memory locked\n=> 2\n"_s.arg(holder.Id()));
+    holder.EndInput();
+    QVERIFY(holder.WaitForEnd());
+    QCOMPARE(Run(u"clean"_s, {kGrid}).ToText(), u"nothing to remove\n=> 0\n"_s);
+}
+
+void tst_ToolGrid::Clean_lockLeftByKilledProcess_data()
+{
+    QTest::addColumn<int>("killed");
+
+    QTest::newRow("creator") << int(KilledProcess::Creator);
+    QTest::newRow("holder") << int(KilledProcess::Holder);
+}
+
+void tst_ToolGrid::Clean_lockLeftByKilledProcess()
+{
+    QFETCH(const int, killed);
+
+    Peer peer({u"grid"_s, kGrid});
+    QVERIFY(IsIn(peer));
+    peer.Kill();
+    QVERIFY(LeaveSemaphoreTaken(kGrid, static_cast<KilledProcess>(killed)));
+    QCOMPARE(Run(u"clean"_s, {kGrid}).ToText(),
+             u"removed the entry of process %1, %2\nremoved the registry, which has no living member\n"
+             "removed the socket %3/%2\nremoved the lock file %4\n=> 0\n"_s.arg(peer.Id())
+                 .arg(ServerName(peer), mTemporary->path(), GridLockFilePath(kGrid)));
+    QCOMPARE(FindSemaphore(kGrid), -1);
+    QCOMPARE(Files(), QStringList());
 }
 
 void tst_ToolGrid::Clean_deadAmongLiving()

@@ -4,17 +4,17 @@
 #include "grid/GridCleaning.h"
 
 #include "cli/Failure.h"
+#include "grid/SharedSegment.h"
 #include <qvutil/GeneralUtil.h>
 #include <qvutil/IPCManager.h>
 #include <qvutil/base/QtCompat_p.h>
 #include <qvutil/messaging/GridRegistry_p.h>
 #include <qvutil/platform/Platform_p.h>
 
+#include <QDeadlineTimer>
 #include <QFile>
-#include <QSharedMemory>
 
 #include <algorithm>
-#include <cstring>
 #include <optional>
 
 using namespace Qt::StringLiterals;
@@ -33,7 +33,8 @@ class WriterLock
 public:
     explicit WriterLock(const QString& grid)
         : mPath(Util::Internal::GridLockFilePath(grid))
-        , mLock(Platform::LockFile(mPath, Platform::LockFileMode::CreateIfMissing, kLockTimeoutMs))
+        , mLock(Platform::LockFile(mPath, Platform::LockFileMode::CreateIfMissing, kLockTimeoutMs,
+                                   QDeadlineTimer(Util::Internal::kMaxGridLockWaitMs)))
     {
         if (mLock == Platform::kLockTimedOut)
             throw Failure(mPath, u"another process keeps it locked"_s);
@@ -83,18 +84,15 @@ std::optional<QByteArray> CleanEntries(const QByteArray& before, GridCleaning& c
 // \return whether the registry is gone afterwards
 bool CleanRegistry(const QString& grid, GridCleaning& cleaning)
 {
-    if (!ReadGridSegment(grid))
-        return true; // attaching to missing shared memory would create its semaphore
-    {
-        QSharedMemory memory(grid);
-        if (!memory.attach(QSharedMemory::ReadWrite) || !memory.lock())
-            throw Failure(u"grid %1"_s.arg(grid), memory.errorString());
-        const QByteArray before(static_cast<const char*>(memory.constData()), memory.size());
-        if (const std::optional<QByteArray> after = CleanEntries(before, cleaning))
-            std::memcpy(memory.data(), after->constData(), static_cast<size_t>(after->size()));
-        memory.unlock();
-    } // the last process to detach destroys the memory
-    if (ReadGridSegment(grid))
+    LockedSegment memory({.Memory = Util::Internal::NativeSharedMemoryKey(grid),
+                          .Semaphore = Util::Internal::NativeSemaphoreKey(grid),
+                          .Name = u"grid %1"_s.arg(grid)},
+                         QDeadlineTimer(kLockTimeoutMs));
+    if (!memory.Exists())
+        return true;
+    if (const std::optional<QByteArray> after = CleanEntries(memory.Bytes(), cleaning))
+        memory.Write(*after);
+    if (!memory.Leave())
         return false;
     cleaning.Removed.append({.Kind = StaleItem::Registry, .ProcessId = 0, .Path = {}});
     cleaning.IsRepaired = false; // the registry is gone
@@ -104,6 +102,12 @@ bool CleanRegistry(const QString& grid, GridCleaning& cleaning)
 void RemoveFile(const StaleItem& item, GridCleaning& cleaning)
 {
     (QFile::remove(item.Path) ? cleaning.Removed : cleaning.Kept).append(item);
+}
+
+void RemoveSocket(const StaleItem& socket, GridCleaning& cleaning)
+{
+    if (!Util::GeneralUtil::IsProcessRunning(socket.ProcessId)) // a new process may have the id by now
+        RemoveFile(socket, cleaning);
 }
 
 } // namespace
@@ -116,9 +120,9 @@ GridCleaning CleanGrid(const QString& grid)
     const bool isGone = CleanRegistry(grid, cleaning);
     const QList<StaleItem> sockets = FindStaleSockets(grid);
     for (const StaleItem& socket : sockets)
-        RemoveFile(socket, cleaning);
+        RemoveSocket(socket, cleaning);
     if (isGone) {
-        Util::Internal::RemoveSharedMemorySemaphore(grid);
+        RemoveSemaphore(grid);
         // Remove the file while it is locked: a process that waits for the lock then creates a new file.
         if (hadLockFile)
             RemoveFile({.Kind = StaleItem::LockFile, .ProcessId = 0, .Path = lock.Path()}, cleaning);

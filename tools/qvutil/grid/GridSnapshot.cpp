@@ -13,6 +13,7 @@
 #include <qvutil/messaging/MessageSocket_p.h>
 #include <qvutil/platform/Platform_p.h>
 
+#include <QDeadlineTimer>
 #include <QDir>
 #include <QDirIterator>
 #include <QFile>
@@ -34,6 +35,7 @@ namespace Platform = Util::Platform;
 
 // Members lock the registry for some milliseconds when they join and leave.
 constexpr int kLockTimeoutMs = 2000;
+constexpr int kMaxLockWaitMs = 10'000; // if many members take turns
 
 constexpr qsizetype kDigestSize = 40;
 constexpr QLatin1StringView kLockFileEnd = ".lock"_L1;
@@ -45,7 +47,8 @@ class ReaderLock
 public:
     explicit ReaderLock(const QString& path)
         : mPath(path)
-        , mLock(Platform::LockFile(mPath, Platform::LockFileMode::OpenExisting, kLockTimeoutMs))
+        , mLock(Platform::LockFile(mPath, Platform::LockFileMode::OpenExisting, kLockTimeoutMs,
+                                   QDeadlineTimer(kMaxLockWaitMs)))
     { }
     ~ReaderLock() { Platform::UnlockFile(mLock); }
     Q_DISABLE_COPY_MOVE(ReaderLock)
