@@ -131,13 +131,11 @@ bool IsSocket(const QString& path)
     return ::lstat(QFile::encodeName(path).constData(), &file) == 0 && S_ISSOCK(file.st_mode);
 }
 
-// If the process has ended and the system does not report who listens, assume that no process does.
-bool IsStale(const QString& path, qint64 processId)
+// If the system does not report who listens, assume that no process does.
+bool IsInUse(const QString& path, const SocketSnapshot& sockets)
 {
-    if (Util::GeneralUtil::IsProcessRunning(processId))
-        return false;
-    const std::optional<EndpointProcesses> processes = FindEndpointProcesses(path);
-    return !processes || (processes->Servers.isEmpty() && processes->Connections == 0);
+    const std::optional<EndpointProcesses> processes = sockets.Find(path);
+    return processes && (!processes->Servers.isEmpty() || processes->Connections > 0);
 }
 
 std::optional<QList<GridLinks>> FindLinks(const QList<GridMember>& members)
@@ -248,9 +246,15 @@ QList<StaleItem> FindStaleSockets(const QString& grid)
     while (files.hasNext()) {
         const QString path = files.next();
         const auto parts = SplitServerName(files.fileName());
-        if (parts && parts->Grid == place.fileName() && IsSocket(path) && IsStale(path, parts->ProcessId))
+        if (parts && parts->Grid == place.fileName() && IsSocket(path)
+            && !Util::GeneralUtil::IsProcessRunning(parts->ProcessId))
             sockets.append({.Kind = StaleItem::Socket, .ProcessId = parts->ProcessId, .Path = path});
     }
+    if (sockets.isEmpty())
+        return sockets;
+    // One snapshot for all of them: it takes milliseconds, and there can be thousands of files.
+    const SocketSnapshot inUse;
+    sockets.removeIf([&inUse](const StaleItem& socket) { return IsInUse(socket.Path, inUse); });
     std::sort(sockets.begin(), sockets.end(),
               [](const StaleItem& a, const StaleItem& b) { return a.Path < b.Path; });
     return sockets;
