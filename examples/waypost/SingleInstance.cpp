@@ -94,7 +94,8 @@ bool SingleInstance::HandleMessage(const QString& messageId, const QVariantMap& 
     const QString id = params.value(u"Id"_s).toString();
     if (mTaken.contains(id))
         return true; // this instance was busy, so the other process has asked again
-    mTaken.append(id);
+    if (!id.isEmpty()) // requests without an id, for example by qvutil ipc call, may differ
+        mTaken.append(id);
     if (mTaken.size() > kMaxTaken)
         mTaken.removeFirst();
     // Opening files takes time and may show dialogs. The other process does not have to wait for that.

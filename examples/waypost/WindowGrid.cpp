@@ -22,6 +22,7 @@ using Quorvin::Util::ProcessInfo;
 namespace {
 
 constexpr auto kLookInterval = 500ms;
+constexpr auto kLookIntervalWhileLocked = 5s; // each attempt waits for the lock and blocks the window
 constexpr auto kTimeout = 4s;
 constexpr auto kRetryDelay = 100ms;
 
@@ -32,13 +33,15 @@ WindowGrid::WindowGrid(const QString& grid, QObject* parent)
     : QObject(parent)
     , mManager(this)
     , mGrid(grid)
+    , mLookTimer(this)
 {
     mManager.AddMessageResponder(this);
     Join();
 
     // A grid emits no signal when a member joins or leaves, so look for changes regularly.
-    connect(&mTimer, &QTimer::timeout, this, &WindowGrid::LookAround);
-    mTimer.start(kLookInterval);
+    mLookTimer.setObjectName(u"lookTimer"_s);
+    connect(&mLookTimer, &QTimer::timeout, this, &WindowGrid::LookAround);
+    mLookTimer.start(kLookInterval);
     LookAround();
 }
 
@@ -59,14 +62,12 @@ WindowGrid::~WindowGrid()
 //! [look]
 void WindowGrid::LookAround()
 {
-    if (!mIsMember) {
-        if (!mManager.CreateSharedMemory())
-            return; // another process, perhaps stopped in a debugger, keeps the registry locked
-        Join(); // does nothing after it has succeeded
-    }
-    const QList<ProcessInfo> members = mManager.ReadFromSharedMemory();
+    const QList<ProcessInfo> members = ReadMembers();
+    // Empty if another process, perhaps stopped in a debugger, keeps the registry locked: a member is always
+    // in the list. Then keep the windows that are known.
+    mLookTimer.setInterval(members.isEmpty() ? kLookIntervalWhileLocked : kLookInterval);
     if (members.isEmpty())
-        return; // locked: a member is always in the list, so keep the windows that are known
+        return;
     QList<Window> others;
     for (const ProcessInfo& member : members) {
         // A killed process stays in the registry until the next one joins.
@@ -88,6 +89,16 @@ void WindowGrid::LookAround()
             AskTitle(window);
     }
     Q_EMIT OthersChanged();
+}
+
+QList<ProcessInfo> WindowGrid::ReadMembers()
+{
+    if (!mIsMember) {
+        if (!mManager.CreateSharedMemory())
+            return {};
+        Join(); // does nothing after it has succeeded
+    }
+    return mManager.ReadFromSharedMemory();
 }
 //! [look]
 
@@ -152,7 +163,8 @@ bool WindowGrid::HandleMessage(const QString& messageId, const QVariantMap& para
         const QString id = params.value(u"Id"_s).toString();
         if (mReceived.contains(id)) // sent again, because the connection was lost before the answer
             return true;
-        mReceived.insert(id);
+        if (!id.isEmpty()) // tours without an id may differ
+            mReceived.insert(id);
         const QString xml = params.value(u"Xml"_s).toString();
         QMetaObject::invokeMethod(
             this, [this, xml] { Q_EMIT TourReceived(xml); }, Qt::QueuedConnection);

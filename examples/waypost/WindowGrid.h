@@ -65,6 +65,7 @@ private:
                        QVariantMap& responseParams) override;
     void Join();
     void LookAround();
+    [[nodiscard]] QList<Quorvin::Util::ProcessInfo> ReadMembers();
     void AskTitle(const Window& asked);
     void Ask(qint64 processId, const QString& question, const QVariantMap& params, const Done& done);
 
@@ -74,7 +75,7 @@ private:
     QString mTitle;
     QList<Window> mOthers;
     QSet<QString> mReceived; // ids of the tours that have arrived
-    QTimer mTimer;
+    QTimer mLookTimer;
 };
 
 /// Sends one request to a server, over a new connection, and deletes itself after the answer.

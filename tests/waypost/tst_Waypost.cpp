@@ -153,14 +153,18 @@ private Q_SLOTS:
     void HandOver_keepsEveryPath();
     void Program_listensBeforeItsWindow();
     void Program_handsOverOnceToABusyInstance();
+    void HandOver_withoutAnId();
     void Program_startsWithoutALock();
     void Program_manyStartsAtOnce();
     void Program_killedFirstBlocksNobody();
     void Grid_findsAndLosesWindows();
     void Grid_joinsWhenItsRegistryIsUnlocked();
     void Grid_keepsWindowsWhileItsRegistryIsLocked();
+    void Grid_looksLessOftenWhileItsRegistryIsLocked_data();
+    void Grid_looksLessOftenWhileItsRegistryIsLocked();
     void Grid_sendsTours();
     void Grid_sendsTheTextOfAnOpenEditor();
+    void Grid_ignoresATourSentAgain_data();
     void Grid_ignoresATourSentAgain();
     void Grid_sendsOnceWhileConnected();
     void Grid_takesAnAnswerDuringAnotherWait();
@@ -1358,6 +1362,25 @@ void tst_Waypost::Program_handsOverOnceToABusyInstance()
     QVERIFY(proxy.waitForFinished(kLongMs));
 }
 
+// Without ids, nobody knows whether a request was sent again.
+void tst_Waypost::HandOver_withoutAnId()
+{
+    SingleInstance instance(Places::ProcessName());
+    QSignalSpy received(&instance, &SingleInstance::FilesReceived);
+    const QStringList files{u"/a/one.tour"_s, u"/a/two.tour"_s};
+    for (const QString& file : files) {
+        bool isTaken = false;
+        QObject parent;
+        new Courier(
+            Places::ProcessName(), u"Open"_s, {{u"Files"_s, QStringList{file}}},
+            [&isTaken](const std::optional<QVariantMap>& answer) { isTaken = answer.has_value(); }, &parent);
+        EVENTUALLY(isTaken);
+    }
+    EVENTUALLY_EQUAL(received.count(), 2);
+    QCOMPARE(received.at(0).at(0).toStringList(), files.first(1));
+    QCOMPARE(received.at(1).at(0).toStringList(), files.last(1));
+}
+
 void tst_Waypost::Program_startsWithoutALock()
 {
     // Nobody can create a file below a file, not even root.
@@ -1465,6 +1488,34 @@ void tst_Waypost::Grid_keepsWindowsWhileItsRegistryIsLocked()
     EVENTUALLY(grid.Others().isEmpty());
 }
 
+// An attempt to read a locked registry waits for the lock, and the window does not react meanwhile.
+void tst_Waypost::Grid_looksLessOftenWhileItsRegistryIsLocked_data()
+{
+    QTest::addColumn<bool>("isMember");
+
+    QTest::newRow("before it joins") << false;
+    QTest::newRow("after it has joined") << true;
+}
+
+void tst_Waypost::Grid_looksLessOftenWhileItsRegistryIsLocked()
+{
+    QFETCH(const bool, isMember);
+
+    const TestSupport::LogGuard log;
+    std::unique_ptr<WindowGrid> grid;
+    if (isMember)
+        grid = std::make_unique<WindowGrid>(Places::ProcessName());
+    Peer holder({u"hold"_s, Places::ProcessName()}, "holds");
+    QVERIFY(holder.IsReady);
+    if (!isMember)
+        grid = std::make_unique<WindowGrid>(Places::ProcessName());
+    const auto* timer = grid->findChild<QTimer*>(u"lookTimer"_s);
+    QVERIFY(timer != nullptr);
+    EVENTUALLY_EQUAL(timer->interval(), 5000);
+    QVERIFY(holder.End());
+    EVENTUALLY_EQUAL(timer->interval(), 500);
+}
+
 void tst_Waypost::Grid_sendsTours()
 {
     Shown shown(Places::ProcessName());
@@ -1545,13 +1596,27 @@ void tst_Waypost::Grid_sendsTheTextOfAnOpenEditor()
     QVERIFY(*tour == shown.Window.Tours().At(0).Content);
 }
 
+void tst_Waypost::Grid_ignoresATourSentAgain_data()
+{
+    QTest::addColumn<QString>("id");
+    QTest::addColumn<int>("tours");
+
+    QTest::newRow("same id") << u"1"_s << 1;
+    QTest::newRow("no id") << QString() << 2; // nobody knows whether it was sent again
+}
+
 void tst_Waypost::Grid_ignoresATourSentAgain()
 {
+    QFETCH(const QString, id);
+    QFETCH(const int, tours);
+
     Shown shown(Places::ProcessName());
     const QString server = Places::ProcessName() + u'.'
         + QFileInfo(QCoreApplication::applicationFilePath()).baseName() + u'.'
         + QString::number(QCoreApplication::applicationPid());
-    const QVariantMap message{{u"Id"_s, u"1"_s}, {u"Xml"_s, MakeTour().ToXml()}};
+    QVariantMap message{{u"Xml"_s, MakeTour().ToXml()}};
+    if (!id.isEmpty())
+        message.insert(u"Id"_s, id);
     for (int answers = 0; answers < 2; ++answers) { // one after the other
         bool isTaken = false;
         new Courier(
@@ -1562,7 +1627,7 @@ void tst_Waypost::Grid_ignoresATourSentAgain()
         EVENTUALLY(shown.Window.Tours().Count() > 0);
     }
     QCoreApplication::processEvents(); // the tour is announced after the answer
-    QCOMPARE(shown.Window.Tours().Count(), 1);
+    QCOMPARE(shown.Window.Tours().Count(), tours);
 }
 
 // A busy window reads its messages late. If the tour was sent a second time meanwhile, it would arrive twice.
