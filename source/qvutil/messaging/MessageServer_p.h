@@ -175,7 +175,7 @@ private:
     std::optional<Platform::FileIdentity> mEndpoint; // the file of mLocalServer
     EndpointObserver mAnnounceEndpoint;
     QTimer mEndpointTimer; // checks whether the server still listens under its name
-    bool mIsFailureLogged = false; // of Listen, since the endpoint was last in order
+    bool mIsFailureLogged = false; // of Listen, since the endpoint was last in order or a client came
     bool mIsReopeningLogged = false; // since the last client
     QLocalSocket* mSocket = nullptr; // the current client's
     Internal::DeliveryWindow* mWindow = nullptr;
