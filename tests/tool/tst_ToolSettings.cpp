@@ -369,7 +369,7 @@ void tst_ToolSettings::Check_json()
                  {"file": "torn.xml", "ok": false, "problems": [
                      {"kind": "torn", "line": 2, "column": 2,
                       "reason": "the file ends in the middle of the document"},
-                     {"kind": "leftover",
+                     {"kind": "stale",
                       "reason": "an interrupted save left .torn.xml.saving behind, 3 bytes"}]},
                  {"file": "control.xml", "ok": false, "problems": [
                      {"kind": "character", "line": 1, "column": 4,

@@ -28,7 +28,7 @@ namespace {
 constexpr qsizetype kMaxOfKind = 10;
 
 constexpr QLatin1StringView gKindNames[] = {
-    "torn"_L1, "malformed"_L1, "limits"_L1, "character"_L1, "change"_L1, "leftover"_L1,
+    "torn"_L1, "malformed"_L1, "limits"_L1, "character"_L1, "change"_L1, "stale"_L1,
 };
 
 /// Counts lines and columns while it walks through bytes.
@@ -123,14 +123,14 @@ bool FindParseProblems(const QByteArray& content, QList<FileProblem>& problems)
     return false;
 }
 
-void FindLeftovers(const InputFile& file, QList<FileProblem>& problems)
+void FindStaleFiles(const InputFile& file, QList<FileProblem>& problems)
 {
     if (file.IsCopy())
         return;
-    const QStringList leftovers = Quorvin::Util::Platform::FindStaleFiles(file.Path());
-    for (const QString& leftover : leftovers) {
-        const QFileInfo info(leftover);
-        problems.append({.Kind = FileProblem::Leftover,
+    const QStringList stale = Quorvin::Util::Platform::FindStaleFiles(file.Path());
+    for (const QString& path : stale) {
+        const QFileInfo info(path);
+        problems.append({.Kind = FileProblem::StaleFile,
                          .Line = 0,
                          .Column = 0,
                          .Reason = u"an interrupted save left %1 behind, %2"_s.arg(
@@ -207,7 +207,7 @@ QList<FileProblem> CheckFile(const InputFile& file)
         if (filer.LoadFromXmlFile(file.Path()))
             problems += FindChanges(filer);
     }
-    FindLeftovers(file, problems);
+    FindStaleFiles(file, problems);
     return problems;
 }
 

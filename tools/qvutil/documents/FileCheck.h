@@ -23,7 +23,7 @@ struct FileProblem
         Limits, ///< it parses, but exceeds a limit of the library
         Character, ///< it holds a character that cannot be read back
         Change, ///< a value changes when the file is loaded and saved
-        Leftover, ///< an interrupted save left a file behind
+        StaleFile, ///< an interrupted save left its temporary file
     };
     ProblemKind Kind;
     qint64 Line; ///< counted from 1; 0 if the problem has no place
