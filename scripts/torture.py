@@ -4,10 +4,10 @@
 
 """Mistreats programs that use the library and counts how often its promises hold; scripts/torture calls this.
 
-Each part tries one kind of mistreatment until its share of the time is over, and at least a minimum number of times.
-The table at the end shows how often each promise was tested and how often it held; docs/reliability.md explains it.
-If the system does not allow a part, the table gives the reason. The exit code is 1 if a promise did not hold;
-with --strict, also if a part was left out.
+Each experiment is one kind of mistreatment, repeated until its share of the time is over, and at least a minimum number
+of times. The table at the end shows how often each promise was tested and how often it held; docs/reliability.md
+explains it. If the system does not allow an experiment, the table gives the reason. The exit code is 1 if a promise did
+not hold; with --strict, also if an experiment was left out.
 """
 
 import argparse
@@ -27,13 +27,13 @@ import tempfile
 import threading
 import time
 
-PATIENCE = 60  # seconds for what must happen on a busy machine
+TIMEOUT = 60  # seconds; enough on a busy machine
 NOBODY = 65534
 SHOWN_FAILURES = 5
 
 
-class Part:
-    """One row of the table."""
+class Experiment:
+    """One kind of mistreatment, and its row of the table."""
 
     def __init__(self, name):
         self.name = name
@@ -43,7 +43,7 @@ class Part:
         self.is_cut_short = False
 
     def cut_short(self, reason):
-        """Notes that the system does not allow this part, or the rest of it."""
+        """Notes that the system does not allow this experiment, or the rest of it."""
         self.is_cut_short = True
         self.note = reason
 
@@ -62,13 +62,13 @@ class Part:
 
 
 class Clock:
-    """The time for one part. It is over() after these seconds and at least the minimum number of attempts."""
+    """The time for one experiment. It is over() after these seconds and at least the minimum number of attempts."""
 
     def __init__(self, seconds):
         self.end = time.monotonic() + seconds
 
-    def over(self, part, minimum):
-        return time.monotonic() >= self.end and part.tried >= minimum
+    def over(self, experiment, minimum):
+        return time.monotonic() >= self.end and experiment.tried >= minimum
 
 
 class Process:
@@ -91,7 +91,7 @@ class Process:
             self.lines.append(None)
             self.changed.notify_all()
 
-    def wait_for(self, start, timeout=PATIENCE):
+    def wait_for(self, start, timeout=TIMEOUT):
         """Returns whether the program prints a line that begins with start in time."""
         with self.changed:
             self.changed.wait_for(
@@ -102,7 +102,7 @@ class Process:
         self.process.kill()
         self.process.wait()
 
-    def end(self, timeout=PATIENCE):
+    def end(self, timeout=TIMEOUT):
         """Closes standard input. Returns the exit code, or None if the program did not end in time."""
         self.process.stdin.close()
         try:
@@ -121,7 +121,7 @@ class Torture:
         self.tool = options.tool
         self.random = random.Random(options.seed)
         # The name is short, because the path of a socket is limited. Root also saves as another user, who needs
-    # access to the folder.
+        # access to the folder.
         self.folder = pathlib.Path(tempfile.mkdtemp(prefix='qvt-'))
         self.folder.chmod(0o755)
         os.environ['TMPDIR'] = str(self.folder)
@@ -136,7 +136,7 @@ class Torture:
     def run_saver(self, *arguments, user=None, **options):
         prefix = ['--user', str(user)] if user is not None else []
         return subprocess.run([self.saver, *prefix, *map(str, arguments)], stdout=subprocess.PIPE,
-                              timeout=PATIENCE, check=False, **options)
+                              timeout=TIMEOUT, check=False, **options)
 
     def fresh_folder(self, name):
         path = self.folder / name
@@ -155,16 +155,16 @@ class Torture:
 
     # Killed
 
-    def kill_savers(self, part, seconds, minimum):
+    def kill_savers(self, experiment, seconds, minimum):
         folder = self.fresh_folder('kills')
         file = folder / 's.xml'
         clock = Clock(seconds)
         turn = 0
-        while not clock.over(part, minimum):
+        while not clock.over(experiment, minimum):
             command = self.random.choice(['loop', 'loop', 'settings'])
             savers = [Process([self.saver, command, str(file)]) for _ in range((1, 1, 2, 4)[turn % 4])]
             if not all(saver.wait_for('ready') for saver in savers):
-                part.check(False, 'a saver did not begin')
+                experiment.check(False, 'a saver did not begin')
                 return
             time.sleep(self.random.uniform(0, 0.008))
             for saver in savers:
@@ -175,13 +175,13 @@ class Torture:
             others = [entry for entry in os.listdir(folder) if entry != 's.xml']
             is_tidy = len(others) <= len(savers) and all(o.startswith('.s.xml.saving') for o in others)
             for saver in savers:
-                part.check(is_whole and is_tidy, f'{command}: whole: {is_whole}, beside it: {others}')
+                experiment.check(is_whole and is_tidy, f'{command}: whole: {is_whole}, beside it: {others}')
             turn += 1
             if turn % 4 == 0:
                 self.run_saver('save', file, '1')
                 left = os.listdir(folder)
-                part.check(left == ['s.xml'] and file.read_bytes() == self.documents[1],
-                           f'after the next save: {left}')
+                experiment.check(left == ['s.xml'] and file.read_bytes() == self.documents[1],
+                                 f'after the next save: {left}')
 
     # Failing system calls
 
@@ -195,7 +195,7 @@ class Torture:
         log = self.folder / 'calls.log'
         result = subprocess.run(['strace', '-s', '4096', '-o', str(log), self.saver, *map(str, command)],
                                 stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True, check=False,
-                                timeout=PATIENCE)
+                                timeout=TIMEOUT)
         if not log.exists() or 'exit_group' not in log.read_text(errors='replace'):
             reason = (result.stderr or '').strip().splitlines()
             return None, reason[-1] if reason else 'strace does not work here'
@@ -212,7 +212,7 @@ class Torture:
             counts[match[1]] += 1
         return found, ''
 
-    def attempts(self, calls, part, seconds):
+    def attempts(self, calls, experiment, seconds):
         """Yields for each call one error and a kill, then further errors until the time is over."""
         clock = Clock(seconds)
         first = [(name, before, f'error={self.random.choice(self.ERRORS)}') for name, before in calls]
@@ -221,7 +221,7 @@ class Torture:
         rest = [(name, before, f'error={error}') for name, before in calls for error in self.ERRORS]
         self.random.shuffle(rest)
         for attempt in rest:
-            if clock.over(part, 0):
+            if clock.over(experiment, 0):
                 return
             yield attempt
 
@@ -230,11 +230,11 @@ class Torture:
         return subprocess.run(['strace', '-o', os.devnull, '-e', f'inject={name}:{what}:when={before + 1}',
                                self.saver, *map(str, command)],
                               stdout=subprocess.PIPE, stderr=subprocess.DEVNULL, text=True, check=False,
-                              timeout=PATIENCE)
+                              timeout=TIMEOUT)
 
-    def fail_calls(self, part, seconds):
+    def fail_calls(self, experiment, seconds):
         if not shutil.which('strace'):
-            part.cut_short('strace is not installed')
+            experiment.cut_short('strace is not installed')
             return
         folder = self.fresh_folder('calls')
         file = folder / 's.xml'
@@ -251,9 +251,9 @@ class Torture:
             prepare()
             calls, reason = self.calls_of(command, file)
             if not calls:
-                part.cut_short(reason)
+                experiment.cut_short(reason)
                 return
-            for attempt in self.attempts(calls, part, seconds / 2):
+            for attempt in self.attempts(calls, experiment, seconds / 2):
                 prepare()
                 code = self.inject(attempt, command).returncode
                 is_killed = attempt[2] == 'signal=KILL'
@@ -263,12 +263,12 @@ class Torture:
                 left = sorted(entry for entry in os.listdir(folder) if entry != 's.xml')
                 if left and not is_killed and not attempt[0].startswith('unlink'):
                     problem = f'left {left}'
-                part.check(not problem, f'{attempt}, {"old file" if old else "no file"}: {problem}')
+                experiment.check(not problem, f'{attempt}, {"old file" if old else "no file"}: {problem}')
 
-    def fail_settings(self, part, seconds):
+    def fail_settings(self, experiment, seconds):
         """A store that could not be read must not be overwritten."""
         if not shutil.which('strace'):
-            part.cut_short('strace is not installed')
+            experiment.cut_short('strace is not installed')
             return
         folder = self.fresh_folder('settings')
         file = folder / 's.xml'
@@ -283,22 +283,22 @@ class Torture:
         prepare()
         calls, reason = self.calls_of(command, file)
         if not calls:
-            part.cut_short(reason)
+            experiment.cut_short(reason)
             return
-        for attempt in self.attempts(calls, part, seconds):
+        for attempt in self.attempts(calls, experiment, seconds):
             prepare()
             self.inject(attempt, command)
             kept = [entry for entry in folder.iterdir() if b'<Old V="1"/>' in entry.read_bytes()]
-            part.check(file in kept or folder / 's.xml.damaged' in kept,
-                       f'{attempt}: {sorted(os.listdir(folder))}')
+            experiment.check(file in kept or folder / 's.xml.damaged' in kept,
+                             f'{attempt}: {sorted(os.listdir(folder))}')
 
     # No room
 
-    def limit_size(self, part, seconds, minimum):
+    def limit_size(self, experiment, seconds, minimum):
         folder = self.fresh_folder('limits')
         file = folder / 's.xml'
         clock = Clock(seconds)
-        while not clock.over(part, minimum):
+        while not clock.over(experiment, minimum):
             old = self.random.choice([self.documents[0], None])
             number = self.random.randrange(1, 4)
             size = self.random.randrange(0, len(self.documents[number]) + 4096)
@@ -315,36 +315,36 @@ class Torture:
             problem = self.verdict(file, result.returncode, old, self.documents[number])
             if not problem and os.listdir(folder) not in (['s.xml'], []):
                 problem = f'left {os.listdir(folder)}'
-            part.check(not problem, f'{size} bytes: {problem}')
+            experiment.check(not problem, f'{size} bytes: {problem}')
 
-    def fill_disk(self, part, seconds, minimum):
+    def fill_disk(self, experiment, seconds, minimum):
         """Runs fill_disk_inside in a mount namespace, which disappears with its processes."""
         options = ['-m'] if os.geteuid() == 0 else ['-U', '-r', '-m']
         probe = subprocess.run(['unshare', *options, 'true'], capture_output=True, text=True, check=False)
         if probe.returncode != 0:
-            part.cut_short('cannot mount a file system: ' + probe.stderr.strip().splitlines()[-1])
+            experiment.cut_short('cannot mount a file system: ' + probe.stderr.strip().splitlines()[-1])
             return
         folder = self.fresh_folder('disk')
         result = subprocess.run(
             ['unshare', *options, sys.executable, __file__, '--saver', self.saver, '--peer', self.peer,
              '--seed', str(self.random.random()), '--fill-disk', str(folder), '--seconds', str(seconds),
              '--minimum', str(minimum)],
-            stdout=subprocess.PIPE, text=True, timeout=seconds + 4 * PATIENCE, check=False)
+            stdout=subprocess.PIPE, text=True, timeout=seconds + 4 * TIMEOUT, check=False)
         if result.returncode != 0:
-            part.check(False, f'ended with exit code {result.returncode}')
+            experiment.check(False, f'ended with exit code {result.returncode}')
             return
         *shown, last = result.stdout.splitlines()
         for line in shown:
             print(line)
         outcome = json.loads(last)
-        part.tried = outcome['tried']
-        part.failures = outcome['failures']
+        experiment.tried = outcome['tried']
+        experiment.failures = outcome['failures']
 
     def fill_disk_inside(self, folder, seconds, minimum):
-        part = Part('')
+        experiment = Experiment('')
         clock = Clock(seconds)
         file = pathlib.Path(folder) / 's.xml'
-        while not clock.over(part, minimum):
+        while not clock.over(experiment, minimum):
             number = self.random.randrange(1, 4)
             new = self.documents[number]
             old = self.random.choice([self.documents[0], self.documents[1], None])
@@ -360,9 +360,9 @@ class Torture:
             problem = self.verdict(file, result.returncode, old, new)
             if not problem and os.listdir(folder) not in (['s.xml'], []):
                 problem = f'left {os.listdir(folder)}'
-            part.check(not problem, f'{size} KiB: {problem}')
+            experiment.check(not problem, f'{size} KiB: {problem}')
             subprocess.run(['umount', folder], check=True)
-        return {'tried': part.tried, 'failures': part.failures}
+        return {'tried': experiment.tried, 'failures': experiment.failures}
 
     # Several savers of one file
 
@@ -394,7 +394,7 @@ class Torture:
                 'OriginalMessageUniqueId="{00000000-0000-0000-0000-000000000000}" '
                 f'NeedResponse="{need_response}" IsResponse="False"><Params>{body}</Params></Message>\n').encode()
 
-    def connect(self, name, timeout=PATIENCE):
+    def connect(self, name, timeout=TIMEOUT):
         connection = socket.socket(socket.AF_UNIX, socket.SOCK_STREAM)
         connection.connect(str(self.folder / name))  # blocks while the queue is full
         connection.settimeout(timeout)
@@ -449,13 +449,13 @@ class Torture:
             'parts of requests': ([self.frame('')[:self.random.randrange(20, 150)] for _ in range(500)], 0),
         }
 
-    def attack_server(self, part, answers, seconds):
+    def attack_server(self, experiment, answers, seconds):
         most_memory = 1024 * 1024  # KiB
         longest = (0.0, '')
         clock = Clock(seconds)
         server = Process([self.peer, 'serve', 'torture'], stderr=subprocess.DEVNULL)
         if not server.wait_for('ready'):
-            part.check(False, 'the server did not start')
+            experiment.check(False, 'the server did not start')
             return
         grown = []
         while True:
@@ -478,13 +478,13 @@ class Torture:
                 answered = self.ask('torture')
                 attacker.join()
                 longest = max(longest, (answered or 0, name))
-                answers.check(answered is not None and answered < PATIENCE / 2,
+                answers.check(answered is not None and answered < TIMEOUT / 2,
                               f'{name}: answered after {answered} s')
                 status = pathlib.Path(f'/proc/{server.process.pid}/status')
                 values = dict(re.findall(r'(VmHWM|VmRSS):\s+(\d+)', status.read_text())) if status.exists() else {}
                 alive = server.process.poll() is None
-                part.check(alive and int(values.get('VmHWM', 0)) <= most_memory,
-                           f'{name}: alive: {alive}, memory {values}')
+                experiment.check(alive and int(values.get('VmHWM', 0)) <= most_memory,
+                                 f'{name}: alive: {alive}, memory {values}')
                 if not alive:
                     return
             grown.append(int(values.get('VmRSS', 0)))
@@ -494,28 +494,28 @@ class Torture:
                 except OSError:
                     pass
             answers.check(self.ask('torture') is not None, 'no answer after 200 connections')
-            if clock.over(part, 0):
+            if clock.over(experiment, 0):
                 break
         code = server.end()
-        part.check(code == 0, f'the server ended with {code}')
+        experiment.check(code == 0, f'the server ended with {code}')
         answers.note = f'the slowest after {longest[0]:.1f} s ({longest[1]})'
-        part.note = 'resident after each round: ' + ', '.join(f'{size // 1024} MiB' for size in grown)
+        experiment.note = 'resident after each round: ' + ', '.join(f'{size // 1024} MiB' for size in grown)
 
-    def attack_client(self, part, seconds, minimum):
+    def attack_client(self, experiment, seconds, minimum):
         """Runs a server that also sends wrong answers: the client must accept only the right ones."""
         clock = Clock(seconds)
         path = self.folder / 'hostile'
-        while not clock.over(part, minimum):
+        while not clock.over(experiment, minimum):
             path.unlink(missing_ok=True)
             listener = socket.socket(socket.AF_UNIX, socket.SOCK_STREAM)
             listener.bind(str(path))
             listener.listen(5)
-            listener.settimeout(PATIENCE)
+            listener.settimeout(TIMEOUT)
             client = Process([self.peer, 'client', 'hostile'], stderr=subprocess.DEVNULL)
             asked = 0
             try:
                 connection, _ = listener.accept()
-                connection.settimeout(PATIENCE)
+                connection.settimeout(TIMEOUT)
                 text = ''
                 while asked < 30:
                     text += connection.recv(65536).decode(errors='replace')
@@ -524,7 +524,7 @@ class Torture:
                         asked += 1
                     text = text[text.rfind('</Message>') + 1:] if '</Message>' in text else text
             except OSError as error:
-                part.check(False, f'the client stopped asking: {error}')
+                experiment.check(False, f'the client stopped asking: {error}')
             listener.close()
             code = client.end()
             answers = [line.split()[1:] for line in client.lines if line and line.startswith('answer')]
@@ -533,8 +533,8 @@ class Torture:
             wrong = [answer for answer in answers if answer[0] != answer[1]]
             right = len(answers) - len(wrong)
             for _ in range(asked):
-                part.check(not wrong and right > 0, f'accepted as answers: {wrong[:3]}; right: {right}')
-            part.check(code == 0, f'the client ended with {code}')
+                experiment.check(not wrong and right > 0, f'accepted as answers: {wrong[:3]}; right: {right}')
+            experiment.check(code == 0, f'the client ended with {code}')
 
     def wrong_answers(self, request):
         unique = re.search(r'UniqueId="([^"]*)"', request)[1]
@@ -562,15 +562,17 @@ class Torture:
         rows = table.read_text().splitlines()[1:] if table.exists() else []
         return {(int(row.split()[1]), int(row.split()[4])) for row in rows}
 
-    def clean_grid(self, part, grid):
+    def clean_grid(self, experiment, grid):
         """Removes what killed members have left behind."""
         try:
-            subprocess.run([self.tool, 'grid', 'clean', grid], stdout=subprocess.DEVNULL,
-                           stderr=subprocess.DEVNULL, check=False, timeout=PATIENCE)
+            result = subprocess.run([self.tool, 'grid', 'clean', grid], stdout=subprocess.DEVNULL,
+                                    stderr=subprocess.PIPE, text=True, check=False, timeout=TIMEOUT)
         except subprocess.TimeoutExpired:
-            part.check(False, f'qvutil grid clean {grid} did not end')
+            experiment.check(False, f'qvutil grid clean {grid} did not end')
+            return
+        experiment.check(result.returncode in (0, 1), result.stderr.strip())  # 1: there is nothing left
 
-    def storm_grid(self, part, seconds, minimum):
+    def storm_grid(self, experiment, seconds, minimum):
         grid = f't{os.getpid()}'
         before = self.shared_memory()
         clock = Clock(seconds)
@@ -582,9 +584,9 @@ class Torture:
             """Lets a member leave the grid and end by itself."""
             joined = member.wait_for('joined')
             code = member.end()
-            part.check(joined and code == 0, f'joined: {joined}, ended with {code}')
+            experiment.check(joined and code == 0, f'joined: {joined}, ended with {code}')
 
-        while not clock.over(part, minimum):
+        while not clock.over(experiment, minimum):
             while len(living) < 12:
                 member = Process([self.peer, 'grid', grid], stderr=subprocess.DEVNULL)
                 processes.add(member.process.pid)
@@ -600,21 +602,21 @@ class Torture:
                 time.sleep(self.random.uniform(0, 0.02))
                 member.kill()
                 killed += 1
-                part.check(True, '')
+                experiment.check(True, '')
             else:
                 finish(member)
         for member in living:
             finish(member)
         finish(Process([self.peer, 'grid', grid], stderr=subprocess.DEVNULL))
-        part.note = f'{killed} of the members were killed'
+        experiment.note = f'{killed} of the members were killed'
         if self.tool:
-            self.clean_grid(part, grid)
+            self.clean_grid(experiment, grid)
             left = [entry for entry in os.listdir(self.folder) if grid in entry or 'qipc' in entry]
-            part.check(not left, f'files are left: {left}')
+            experiment.check(not left, f'files are left: {left}')
         left = {segment for segment in self.shared_memory() - before if segment[1] in processes}
-        part.check(not left, f'shared memory is left: {left}')
+        experiment.check(not left, f'shared memory is left: {left}')
 
-    def hang_in_grid(self, part, seconds, minimum):
+    def hang_in_grid(self, experiment, seconds, minimum):
         """Stops a process that holds both locks of a grid, like a member that is joining."""
         before = self.shared_memory()
         clock = Clock(seconds)
@@ -626,87 +628,88 @@ class Torture:
             processes.add(process.process.pid)
             return process
 
-        while not clock.over(part, minimum):
+        while not clock.over(experiment, minimum):
             turn += 1
             grid = f'h{os.getpid()}-{turn}'
             member = start('grid', grid)
             holder = start('hold', grid) if member.wait_for('joined') else None
             if holder is None or not holder.wait_for('holds'):
-                part.check(False, 'the locks could not be taken')
+                experiment.check(False, 'the locks could not be taken')
                 return
             holder.process.send_signal(signal.SIGSTOP)
             joiner = start('members', grid)
             code = member.end()  # it leaves while the joiner joins, so that both wait for the locks
-            part.check(code == 0, f'a member that leaves ended with {code}')
+            experiment.check(code == 0, f'a member that leaves ended with {code}')
             has_read = joiner.wait_for('members')
-            part.check(has_read, 'a member that joins did not give up')
+            experiment.check(has_read, 'a member that joins did not give up')
             code = joiner.end()
-            part.check(code == 0, f'a member that did not get the lock ended with {code}')
+            experiment.check(code == 0, f'a member that did not get the lock ended with {code}')
             if turn % 2:
                 holder.kill()
             else:
                 holder.process.send_signal(signal.SIGCONT)
                 code = holder.end()
-                part.check(code == 0, f'the member that was stopped ended with {code}')
+                experiment.check(code == 0, f'the member that was stopped ended with {code}')
             after = start('members', grid)
             is_found = after.wait_for('members 1')
             code = after.end()
-            part.check(is_found and code == 0, f'afterwards: joined: {is_found}, ended with {code}')
+            experiment.check(is_found and code == 0, f'afterwards: joined: {is_found}, ended with {code}')
             if self.tool:  # a killed process leaves a semaphore
-                self.clean_grid(part, grid)
+                self.clean_grid(experiment, grid)
         left = {segment for segment in self.shared_memory() - before if segment[1] in processes}
-        part.check(not left, f'shared memory is left: {left}')
+        experiment.check(not left, f'shared memory is left: {left}')
 
-    # All parts
+    # All experiments
 
     def run(self, seconds, is_short):
-        parts = []
+        experiments = []
 
         def do(name, operation, share, *arguments):
-            part = Part(name)
-            parts.append(part)
+            experiment = Experiment(name)
+            experiments.append(experiment)
             print(f'==> {name}', flush=True)
-            operation(part, *arguments[:-1], seconds * share, *arguments[-1:])
-            return part
+            operation(experiment, *arguments[:-1], seconds * share, *arguments[-1:])
+            return experiment
 
         scale = 1 if is_short else 4
         do('processes killed while they save', self.kill_savers, 0.30, 30 * scale)
-        do('saves with a failing system call', lambda part, time, _: self.fail_calls(part, time), 0.25, 0)
-        do('stores opened with a failing system call', lambda part, time, _: self.fail_settings(part, time),
+        do('saves with a failing system call', lambda experiment, time, _: self.fail_calls(experiment, time), 0.25, 0)
+        do('stores opened with a failing system call', lambda experiment, time, _: self.fail_settings(experiment, time),
            0.05, 0)
         do('saves to a full file system', self.fill_disk, 0.05, 10 * scale)
         do('saves beyond a file size limit', self.limit_size, 0.05, 10 * scale)
-        reads = Part('reads during these saves')
-        do('saves of six processes to one file', lambda part, time, least: self.compete(part, reads, time, least),
-           0.08, 200 * scale)
-        parts.append(reads)
-        answers = Part('requests answered meanwhile')
-        do('attacks by a peer on a server', lambda part, time, _: self.attack_server(part, answers, time), 0.08, 0)
-        parts.append(answers)
+        reads = Experiment('reads during these saves')
+        do('saves of six processes to one file',
+           lambda experiment, time, least: self.compete(experiment, reads, time, least), 0.08, 200 * scale)
+        experiments.append(reads)
+        answers = Experiment('requests answered meanwhile')
+        do('attacks by a peer on a server',
+           lambda experiment, time, _: self.attack_server(experiment, answers, time), 0.08, 0)
+        experiments.append(answers)
         do('wrong answers to a client', self.attack_client, 0.04, 30 * scale)
         do('members of a grid that come, go and die', self.storm_grid, 0.08, 20 * scale)
         do('members of a grid that hang', self.hang_in_grid, 0.02, 4 * scale)
-        return parts
+        return experiments
 
 
-def table(parts):
+def table(experiments):
     lines = ['| tried | times | held | remark |', '| --- | ---: | ---: | --- |']
-    for part in parts:
-        if part.tried == 0:
-            lines.append(f'| {part.name} | not tried | | {part.note} |')
+    for experiment in experiments:
+        if experiment.tried == 0:
+            lines.append(f'| {experiment.name} | not tried | | {experiment.note} |')
         else:
-            lines.append(f'| {part.name} | {part.tried:,} | {part.held:,} | {part.note} |')
+            lines.append(f'| {experiment.name} | {experiment.tried:,} | {experiment.held:,} | {experiment.note} |')
     return '\n'.join(lines)
 
 
-def exit_code(parts, is_strict):
+def exit_code(experiments, is_strict):
     """Prints what did not hold or was left out."""
-    failures = sum(len(part.failures) for part in parts)
+    failures = sum(len(experiment.failures) for experiment in experiments)
     if failures:
         print(f'{failures} did not hold')
-    left_out = [part for part in parts if part.is_cut_short or part.tried == 0]
-    for part in left_out:
-        print(f'{"not tried" if part.tried == 0 else "tried only in part"}: {part.name}: {part.note}')
+    left_out = [experiment for experiment in experiments if experiment.is_cut_short or experiment.tried == 0]
+    for experiment in left_out:
+        print(f'{"not tried" if experiment.tried == 0 else "tried only in part"}: {experiment.name}: {experiment.note}')
     return 1 if failures or (left_out and is_strict) else 0
 
 
@@ -717,8 +720,8 @@ def main():
     parser.add_argument('--tool', help='the program qvutil')
     parser.add_argument('--seconds', type=float, default=300)
     parser.add_argument('--seed', default=str(time.time_ns()))
-    parser.add_argument('--short', action='store_true', help='a quarter of the minimum of each part')
-    parser.add_argument('--strict', action='store_true', help='fail if a part could not be tried')
+    parser.add_argument('--short', action='store_true', help='a quarter of the minimum of each experiment')
+    parser.add_argument('--strict', action='store_true', help='fail if an experiment could not be tried')
     parser.add_argument('--report', type=pathlib.Path, help='file for the table')
     parser.add_argument('--fill-disk', help=argparse.SUPPRESS)
     parser.add_argument('--minimum', type=int, default=0, help=argparse.SUPPRESS)
@@ -732,13 +735,13 @@ def main():
 
     start = time.monotonic()
     print(f'==> seed {options.seed}', flush=True)
-    parts = torture.run(options.seconds, options.short)
-    print(f'\n{table(parts)}\n\n{time.monotonic() - start:.0f} seconds')
+    experiments = torture.run(options.seconds, options.short)
+    print(f'\n{table(experiments)}\n\n{time.monotonic() - start:.0f} seconds')
     if options.report:
         options.report.parent.mkdir(parents=True, exist_ok=True)
-        options.report.write_text(table(parts) + '\n')
-    code = exit_code(parts, options.strict)
-    if any(part.failures for part in parts):
+        options.report.write_text(table(experiments) + '\n')
+    code = exit_code(experiments, options.strict)
+    if any(experiment.failures for experiment in experiments):
         print(f'what is left is in {torture.folder}')
     else:
         shutil.rmtree(torture.folder)
