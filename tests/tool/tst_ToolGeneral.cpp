@@ -39,6 +39,10 @@ class tst_ToolGeneral : public TestSupport::ToolTest
 private Q_SLOTS:
     void Help();
     void Help_ofEachCommand();
+    void Help_command_data();
+    void Help_command();
+    void Help_command_refused_data();
+    void Help_command_refused();
     void Help_width_data();
     void Help_width();
     void Help_widthOfTerminal();
@@ -174,6 +178,50 @@ void tst_ToolGeneral::Help_ofEachCommand()
             QVERIFY2(line.contains(QRegularExpression(u" {2,}\\S| \\.\\.\\. +\\S|^\\S{24,}"_s)),
                      qPrintable(line));
     }
+}
+
+void tst_ToolGeneral::Help_command_data()
+{
+    QTest::addColumn<QStringList>("path");
+
+    QTest::newRow("tool") << QStringList();
+    QTest::newRow("group") << QStringList(u"xml"_s);
+    QTest::newRow("command") << QStringList{u"xml"_s, u"get"_s};
+    QTest::newRow("command outside groups") << QStringList(u"hash"_s);
+    QTest::newRow("help itself") << QStringList(u"help"_s);
+}
+
+void tst_ToolGeneral::Help_command()
+{
+    QFETCH(const QStringList, path);
+
+    const ToolResult expected = mTool->Run(path + QStringList(u"--help"_s));
+    const ToolResult result = mTool->Run(QStringList(u"help"_s) + path);
+    QCOMPARE(result.ToText(), expected.ToText());
+    QCOMPARE(result.ExitCode, 0);
+}
+
+void tst_ToolGeneral::Help_command_refused_data()
+{
+    QTest::addColumn<QStringList>("path");
+    QTest::addColumn<QString>("complaint");
+
+    QTest::newRow("no such group") << QStringList(u"foo"_s) << u"there is no command 'foo'"_s;
+    QTest::newRow("misspelt group") << QStringList{u"xlm"_s, u"get"_s}
+                                    << u"there is no command 'xlm'; did you mean 'xml'?"_s;
+    QTest::newRow("misspelt command") << QStringList{u"settings"_s, u"cheek"_s}
+                                      << u"there is no command 'settings cheek'; did you mean 'check'?"_s;
+    QTest::newRow("argument of a command")
+        << QStringList{u"xml"_s, u"get"_s, u"a.xml"_s} << u"there is no command 'xml get a.xml'"_s;
+}
+
+void tst_ToolGeneral::Help_command_refused()
+{
+    QFETCH(const QStringList, path);
+    QFETCH(const QString, complaint);
+
+    QCOMPARE(Run(QStringList(u"help"_s) + path),
+             u"! qvutil: %1\n! Try 'qvutil help --help'.\n=> 2\n"_s.arg(complaint));
 }
 
 void tst_ToolGeneral::Help_width_data()
@@ -677,6 +725,8 @@ void tst_ToolGeneral::Completion_candidates_data()
         {"all commands",
          u"qvutil xml "_s,
          {u"cat"_s, u"delete"_s, u"format"_s, u"get"_s, u"list"_s, u"move"_s, u"rename"_s, u"set"_s}},
+        {"group after help", u"qvutil help setti"_s, {u"settings"_s}},
+        {"command after help", u"qvutil help xml li"_s, {u"list"_s}},
         {"option", u"qvutil xml get a.xml --ty"_s, {u"--type"_s}},
         {"option of such a command", u"qvutil ipc doctor --conn"_s, {u"--connect"_s}},
         {"options of the tool", u"qvutil --"_s, {u"--help"_s, u"--version"_s}},

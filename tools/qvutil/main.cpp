@@ -20,6 +20,7 @@ int main(int argc, char* argv[])
     AddPathCommands(line);
     AddFilesCommands(line);
     AddHashCommand(line);
+    AddHelpCommand(line);
     AddCompletionCommand(line);
     AddManualCommand(line);
     return static_cast<int>(line.Run(argc, argv));

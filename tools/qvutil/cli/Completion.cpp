@@ -27,6 +27,7 @@ _qvutil()
             continue
         fi
         case "$command $word" in
+        " help") ;; # what follows is a command
 @STEPS@            command="${command:+$command }$word" ;;
 @VALUED@            option=$word ;;
         "$command -"*) ;;
@@ -91,6 +92,7 @@ _qvutil()
             continue
         fi
         case "$command $word" in
+        " help") ;; # what follows is a command
 @STEPS@            command="${command:+$command }$word" ;;
 @VALUED@            option=$word ;;
         "$command -"*) ;;
@@ -138,6 +140,7 @@ function __qvutil_at --description 'Whether the command so far is this one, and 
             continue
         end
         switch "$command $word"
+            case ' help' # what follows is a command
             case @STEPS@
                 set command (string trim -- "$command $word")
             case @VALUED@

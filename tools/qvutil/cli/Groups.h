@@ -20,6 +20,7 @@ void AddLocaleCommands(CommandLine& line);
 void AddPathCommands(CommandLine& line);
 void AddFilesCommands(CommandLine& line);
 void AddHashCommand(CommandLine& line);
+void AddHelpCommand(CommandLine& line);
 
 // Commands with which the build creates files that are installed with the tool. The files are made from the
 // tool's own commands and options, so they are always up to date. Help does not show these commands.
