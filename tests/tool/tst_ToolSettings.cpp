@@ -78,6 +78,8 @@ private Q_SLOTS:
     void Watch_createdAndRemoved();
     void Watch_malformed();
     void Watch_link();
+    void Watch_element();
+    void Watch_elementToCome();
     void Watch_json();
     void Watch_signal_data();
     void Watch_signal();
@@ -820,6 +822,30 @@ void tst_ToolSettings::Watch_link()
     QCOMPARE(watch.End().ExitCode, 0);
 }
 
+void tst_ToolSettings::Watch_element()
+{
+    RunningTool watch(*mTool, {u"settings"_s, u"watch"_s, u"app.xml"_s, u"Panel/Main"_s});
+    QVERIFY(watch.WaitForError("qvutil: watching Panel/Main in app.xml\n"));
+    for (const QString& path : {u"Notes"_s, u"Panel/Side"_s, u"Panel/Main/Deep"_s, u"Panel/Main"_s})
+        QCOMPARE(Run({u"set"_s, u"app.xml"_s, path, u"New"_s, u"1"_s}), u"=> 0\n"_s);
+    QVERIFY(watch.WaitForOutput("  + /Settings/Panel/Main New=\"1\"\n"));
+    QCOMPARE(Run({u"delete"_s, u"app.xml"_s, u"Panel"_s}), u"=> 0\n"_s);
+    QVERIFY(watch.WaitForOutput("  - /Settings/Panel/Main/Deep New=\"1\"\n"));
+    const ToolResult result = watch.End();
+    QCOMPARE(result.ExitCode, 0);
+    QVERIFY2(!result.Output.contains("Notes") && !result.Output.contains("Side"), result.Output.constData());
+}
+
+void tst_ToolSettings::Watch_elementToCome()
+{
+    RunningTool watch(*mTool, {u"settings"_s, u"watch"_s, u"app.xml"_s, u"Panel/Mian"_s});
+    QVERIFY(watch.WaitForError("qvutil: app.xml: there is no element Panel/Mian; did you mean 'Main'?\n"
+                               "qvutil: watching Panel/Mian in app.xml\n"));
+    QCOMPARE(Run({u"set"_s, u"app.xml"_s, u"Panel/Mian"_s, u"Width"_s, u"5"_s}), u"=> 0\n"_s);
+    QVERIFY(watch.WaitForOutput("  + /Settings/Panel/Mian Width=\"5\"\n"));
+    QCOMPARE(watch.End().ExitCode, 0);
+}
+
 void tst_ToolSettings::Watch_json()
 {
     RunningTool watch(*mTool, {u"settings"_s, u"watch"_s, u"app.xml"_s, u"--json"_s, u"--count"_s, u"1"_s});
@@ -860,6 +886,8 @@ void tst_ToolSettings::Watch_usage()
     QCOMPARE(
         Run({u"watch"_s, u"-"_s}),
         u"! qvutil: FILE is a file to watch, not standard input\n! Try 'qvutil settings watch --help'.\n=> 2\n"_s);
+    QCOMPARE(Run({u"watch"_s, u"app.xml"_s, u"//Main"_s}).section(u'\n', 1),
+             u"! Try 'qvutil settings watch --help'.\n=> 2\n"_s);
     QCOMPARE(Run({u"watch"_s, u"none/app.xml"_s}),
              u"! qvutil: none/app.xml: there is no folder none\n=> 2\n"_s);
     QCOMPARE(Run({u"watch"_s, u"."_s}), u"! qvutil: .: is a folder\n=> 2\n"_s);

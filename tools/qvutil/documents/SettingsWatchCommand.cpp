@@ -10,6 +10,7 @@
 #include "cli/Session.h"
 #include "documents/DocumentEntries.h"
 #include "documents/DocumentFile.h"
+#include "documents/ElementPath.h"
 
 #include <QDateTime>
 #include <QDir>
@@ -34,6 +35,7 @@ constexpr int kSettlingMs = 250;
 struct WatchOptions
 {
     QString File;
+    QString Path;
     int Count = 0;
     bool Json = false;
 };
@@ -45,6 +47,7 @@ public:
     SettingsFollower(Session& session, const WatchOptions& options)
         : mSession(session)
         , mOptions(options)
+        , mPath(options.Path)
     {
         const QFileInfo info(options.File);
         if (options.File.isEmpty() || options.File == "-"_L1)
@@ -62,9 +65,14 @@ public:
                          [this] { mSession.Do([this] { Update(true); }); });
         Update(true);
         mIsFirst = false;
-        Console::ReportError({}, u"watching %1"_s.arg(options.File));
+        Console::ReportError({}, u"watching %1"_s.arg(Subject()));
     }
 
+    // What is watched: the file, or an element in it.
+    [[nodiscard]] QString Subject() const
+    {
+        return mOptions.Path.isEmpty() ? mOptions.File : u"%1 in %2"_s.arg(mOptions.Path, mOptions.File);
+    }
     [[nodiscard]] bool IsDone() const { return mOptions.Count > 0 && mReported >= mOptions.Count; }
 
 private:
@@ -116,7 +124,11 @@ private:
         RequireLoadable(file.Name(), file.ReadAll());
         LoadDocument(filer, file);
         mContent = content;
-        const QList<Entry> entries = ListEntries(filer.GetCurrentNode().toElement());
+        const bool isThere = mPath.MoveTo(filer);
+        if (!isThere && mIsFirst)
+            Console::ReportError(file.Name(), mPath.WhyMissing(filer));
+        const QList<Entry> entries
+            = isThere ? ListEntries(filer.GetCurrentNode().toElement()) : QList<Entry>();
         const QList<Entry> before = mEntries;
         mEntries = entries;
         if (mIsFirst)
@@ -145,6 +157,7 @@ private:
 
     Session& mSession;
     const WatchOptions& mOptions;
+    const ElementPath mPath;
     QFileSystemWatcher mWatcher;
     QTimer mSettling;
     std::optional<QByteArray> mContent;
@@ -169,12 +182,16 @@ void AddSettingsWatchCommand(CommandLine& line, CLI::App& group)
     CLI::App& watch
         = line.AddCommand(group, "watch", "Print the changes of a settings file, until interrupted",
                           "qvutil settings watch app.xml\n"
+                          "qvutil settings watch app.xml Panel/Main\n"
                           "qvutil settings watch app.xml --json | jq --unbuffered -r .path",
                           [options] { return Watch(*options); });
     AddExplanation(watch,
                    "Prints the values that change, as settings diff does. The file may be replaced, written\n"
-                   "in place, removed, and created later.");
+                   "in place, removed, and created later. So may the element at PATH.");
     AddText(watch, "FILE", options->File, "Settings file to watch")->required();
+    AddText(
+        watch, "PATH", options->Path,
+        "Element, as names from the root joined by '/'; Item[2] is the second Item; the root if not given");
     AddNumber(watch, "--count", options->Count, {.Min = 1, .Max = 1000000000},
               "Stop after this number of changes")
         ->type_name("N");
