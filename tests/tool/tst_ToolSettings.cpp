@@ -58,6 +58,8 @@ private Q_SLOTS:
     void Check_leftoverBehindLink();
     void List_types_data();
     void List_types();
+    void List_typesOfContent_data();
+    void List_typesOfContent();
     void Export_json();
     void Export_ini();
     void Export_problems();
@@ -449,6 +451,39 @@ void tst_ToolSettings::List_types()
     const QJsonObject entry = RunJson({u"list"_s, u"v.xml"_s, u"--json"_s}).first().toObject();
     QCOMPARE(entry.value("type"_L1).toString(), type);
     QCOMPARE(entry.value("value"_L1), QJsonDocument::fromJson("[" + json.toUtf8() + "]").array().first());
+}
+
+void tst_ToolSettings::List_typesOfContent_data()
+{
+    QTest::addColumn<QByteArray>("content");
+    QTest::addColumn<QString>("type");
+    QTest::addColumn<QString>("text");
+
+    QTest::newRow("text") << QByteArray("AAEC/w==") << u"text"_s << u"AAEC/w=="_s;
+    QTest::newRow("bytes") << QByteArray("<![CDATA[AAEC/w==]]>") << u"buffer"_s << u"AAEC/w=="_s;
+    QTest::newRow("bytes, indented") << QByteArray("\n  <![CDATA[AAEC/w==]]>\n") << u"buffer"_s
+                                     << u"AAEC/w=="_s;
+    QTest::newRow("section that is no Base64") << QByteArray("<![CDATA[a < b]]>") << u"text"_s << u"a < b"_s;
+    QTest::newRow("section without padding") << QByteArray("<![CDATA[AAEC/w]]>") << u"text"_s << u"AAEC/w"_s;
+    QTest::newRow("text before the section")
+        << QByteArray("AAEC<![CDATA[/w==]]>") << u"text"_s << u"AAEC/w=="_s;
+    QTest::newRow("two sections") << QByteArray("<![CDATA[AAEC]]><![CDATA[/w==]]>") << u"text"_s
+                                  << u"AAEC/w=="_s;
+}
+
+void tst_ToolSettings::List_typesOfContent()
+{
+    QFETCH(const QByteArray, content);
+    QFETCH(const QString, type);
+    QFETCH(const QString, text);
+
+    const QByteArray document = "<R><I>" + content + "</I></R>";
+    // As a stream, and as a tree.
+    for (const QByteArray& start : {QByteArray(), QByteArray("<!DOCTYPE R>")}) {
+        QVERIFY(mTool->Write(u"v.xml"_s, start + document));
+        QCOMPARE(RunJson({u"list"_s, u"v.xml"_s, u"--json"_s}),
+                 (QJsonArray{QJsonObject{{u"path"_s, u"/R/I"_s}, {u"text"_s, text}, {u"type"_s, type}}}));
+    }
 }
 
 void tst_ToolSettings::Export_json()

@@ -61,6 +61,8 @@ const QList<Document>& Corpus()
         {"empty section", "<r><![CDATA[]]></r>", false},
         {"section of white space", "<r><![CDATA[ ]]></r>", false},
         {"section of bytes", "<r><a><![CDATA[AAEC/w==]]></a></r>", true},
+        {"section beside other nodes",
+         "<r><a><!--c--><![CDATA[x]]></a><a><![CDATA[x]]><?p?></a><a><![CDATA[x]]><b/></a></r>", true},
         {"section beside text", "<r>x<![CDATA[y]]>z<![CDATA[1]]><![CDATA[2]]></r>", true},
         {"text between elements", "<r>x<a/>y<b>z</b>  v  </r>", true},
         {"text behind elements", "<r><a/><b/>text</r>", true},
@@ -248,7 +250,9 @@ QString ToText(const VisitedElement& element)
     QString text = QString::number(element.Level) + u' ' + element.Path + u' ' + element.Name;
     for (auto it = element.Attributes.cbegin(); it != element.Attributes.cend(); ++it)
         text += u" %1=[%2]"_s.arg(it.key(), it.value());
-    return text + u" [%1]%2\n"_s.arg(element.Text, element.HasElements ? u" ..."_s : QString());
+    return text
+        + u" [%1]%2%3\n"_s.arg(element.Text, element.IsSection ? u" section"_s : QString(),
+                               element.HasElements ? u" ..."_s : QString());
 }
 
 /// Describes the element at a path: everything that commands read from it.

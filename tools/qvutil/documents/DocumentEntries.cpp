@@ -45,7 +45,8 @@ QJsonObject Entry::ToTypedJson() const
     QJsonObject object = ToJson();
     if (Kind == Element)
         return object;
-    const ValueType type = Kind == Text ? ValueType::Text : TypeOfText(Value);
+    const bool isBuffer = IsSection && BytesOfSection(Value);
+    const ValueType type = isBuffer ? ValueType::Buffer : Kind == Text ? ValueType::Text : TypeOfText(Value);
     object.insert(u"type"_s, ValueTypeName(type));
     if (Kind == Attribute && type != ValueType::String)
         object.insert(u"value"_s, NormalizedValue(type, Value.toUtf8()).Json);
@@ -59,7 +60,11 @@ QList<Entry> EntriesOf(const VisitedElement& element)
         entries.append(
             {.Kind = Entry::Attribute, .Path = element.Path, .Name = it.key(), .Value = it.value()});
     if (!element.Text.isEmpty())
-        entries.append({.Kind = Entry::Text, .Path = element.Path, .Name = {}, .Value = element.Text});
+        entries.append({.Kind = Entry::Text,
+                        .Path = element.Path,
+                        .Name = {},
+                        .Value = element.Text,
+                        .IsSection = element.IsSection});
     if (entries.isEmpty() && !element.HasElements)
         entries.append({.Kind = Entry::Element, .Path = element.Path, .Name = {}, .Value = {}});
     return entries;

@@ -26,6 +26,7 @@ struct Entry
     QString Path; ///< from the root; "Item[2]" is the second element of that name in its parent
     QString Name; ///< of an attribute
     QString Value;
+    bool IsSection = false; ///< whether the text is a CDATA section and the only content of the element
 
     [[nodiscard]] bool operator==(const Entry&) const = default;
     /// Returns path and name, which identify the entry in a comparison.

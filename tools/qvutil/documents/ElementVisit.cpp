@@ -46,6 +46,7 @@ void VisitSubtree(const QDomElement& element, int level, const QString& path, co
              .Name = element.tagName(),
              .Attributes = AttributesOf(element),
              .Text = TextOf(element),
+             .IsSection = IsSection(element),
              .HasElements = !child.isNull()});
     StepCounter steps;
     for (; !child.isNull(); child = child.nextSiblingElement())
@@ -140,8 +141,8 @@ public:
             BeginElement(node);
         else if (node.isEndElement())
             return EndElement();
-        else if (node.isCharacters() && mLatest)
-            mLatest->Text += node.text();
+        else if (mLatest)
+            AddContent(node);
         return true;
     }
 
@@ -160,6 +161,7 @@ private:
             return;
         if (mLatest) {
             mLatest->HasElements = true;
+            mLatest->IsSection = false;
             mLatest->Text = mSurvey.MixedTexts.value(mNumber);
             VisitLatest();
         }
@@ -171,7 +173,9 @@ private:
                                  .Name = name,
                                  .Attributes = StreamedAttributes(node),
                                  .Text = {},
+                                 .IsSection = false,
                                  .HasElements = false};
+        mIsEmpty = true;
         mOpen.append({.Path = path, .Steps = {}});
     }
 
@@ -186,6 +190,15 @@ private:
         return !mOpen.isEmpty();
     }
 
+    // A text, CDATA section, comment or processing instruction.
+    void AddContent(const QXmlStreamReader& node)
+    {
+        mLatest->IsSection = mIsEmpty && node.isCharacters() && node.isCDATA();
+        mIsEmpty = false;
+        if (node.isCharacters())
+            mLatest->Text += node.text();
+    }
+
     void VisitLatest()
     {
         mVisitor(*mLatest);
@@ -196,6 +209,7 @@ private:
     const Survey& mSurvey;
     const ElementVisitor& mVisitor;
     std::optional<VisitedElement> mLatest; ///< whose content has not been seen yet
+    bool mIsEmpty = true; ///< whether nothing in that element has been read
     qint64 mNumber = -1; ///< of that element
     QList<OpenElement> mOpen;
 };
@@ -256,6 +270,11 @@ QString TextOf(const QDomElement& element)
         hasElements = hasElements || child.isElement();
     }
     return hasElements ? text.trimmed() : text;
+}
+
+bool IsSection(const QDomElement& element)
+{
+    return element.firstChild().isCDATASection() && element.firstChild().nextSibling().isNull();
 }
 
 } // namespace Quorvin::Tool

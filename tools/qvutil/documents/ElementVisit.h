@@ -25,6 +25,7 @@ struct VisitedElement
     QString Name;
     QMap<QString, QString> Attributes;
     QString Text; ///< as of TextOf
+    bool IsSection = false; ///< as of IsSection
     bool HasElements = false; ///< whether it contains elements
 };
 using ElementVisitor = std::function<void(const VisitedElement&)>;
@@ -48,6 +49,9 @@ void VisitTree(const QDomElement& element, const ElementVisitor& visitor);
 /// Returns the text of an element, its CDATA sections included; without white space around it if there are
 /// elements too.
 [[nodiscard]] QString TextOf(const QDomElement& element);
+/// Returns whether an element contains a CDATA section and nothing else. The library stores bytes in this
+/// way.
+[[nodiscard]] bool IsSection(const QDomElement& element);
 
 } // namespace Quorvin::Tool
 

@@ -22,11 +22,6 @@ using Quorvin::Util::Internal::IsXmlName;
 namespace Quorvin::Tool {
 namespace {
 
-bool IsSection(const QDomElement& element)
-{
-    return element.firstChild().isCDATASection() && element.firstChild().nextSibling().isNull();
-}
-
 class ContentReader
 {
 public:

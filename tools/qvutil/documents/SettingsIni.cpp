@@ -51,15 +51,6 @@ QString KeyOf(const QString& path, const QString& name)
     return path.isEmpty() ? name : path + u'/' + name;
 }
 
-// Returns the bytes that the library reads from a CDATA section, if it would write them as the same section.
-std::optional<QByteArray> BytesOf(const QString& section)
-{
-    const QByteArray encoded = section.toLatin1();
-    const QByteArray bytes = QByteArray::fromBase64(encoded);
-    const bool isSame = !bytes.isEmpty() && QString::fromLatin1(bytes.toBase64()) == section;
-    return isSame ? std::optional(bytes) : std::nullopt;
-}
-
 // Converts a value of QSettings to the text that the library would store.
 std::optional<QString> TextOfVariant(const QVariant& value)
 {
@@ -155,7 +146,7 @@ QByteArray ToIni(const SettingsContent& content)
             ini.setValue(KeyOf(setting.Path, setting.Name), setting.Value);
             continue;
         }
-        const auto bytes = setting.Kind == Setting::Section ? BytesOf(setting.Value) : std::nullopt;
+        const auto bytes = setting.Kind == Setting::Section ? BytesOfSection(setting.Value) : std::nullopt;
         if (bytes && !setting.Path.isEmpty() && !attributes.contains(setting.Path))
             ini.setValue(setting.Path, *bytes);
         else

@@ -60,9 +60,7 @@ QJsonValue ToJsonValue(const QDomElement& element)
         object.insert(name, siblings.size() == 1 ? siblings.first() : QJsonValue(siblings));
     }
     const QString text = TextOf(element);
-    const bool isSection
-        = element.firstChild().isCDATASection() && element.firstChild().nextSibling().isNull();
-    if (isSection)
+    if (IsSection(element))
         object.insert(kSectionKey, text);
     else if (!text.isEmpty() && object.isEmpty())
         return text;

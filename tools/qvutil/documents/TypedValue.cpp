@@ -395,6 +395,14 @@ ValueType TypeOfText(const QString& text)
     return areInts && parts.size() == 2 ? ValueType::Size : ValueType::String;
 }
 
+std::optional<QByteArray> BytesOfSection(const QString& section)
+{
+    const QByteArray encoded = section.toLatin1();
+    const QByteArray bytes = QByteArray::fromBase64(encoded);
+    const bool isSame = !bytes.isEmpty() && QString::fromLatin1(bytes.toBase64()) == section;
+    return isSame ? std::optional(bytes) : std::nullopt;
+}
+
 QString DoubleText(double value)
 {
     XmlFiler filer;

@@ -62,6 +62,8 @@ void WriteValue(Util::XmlFiler& filer, ValueType type, const QString& name, cons
 /// Finds the type for which the library would write this text: "640" is an int and "True" a bool, but "0640"
 /// and "yes" are strings. The result is never a long, an unsigned number or a buffer.
 [[nodiscard]] ValueType TypeOfText(const QString& text);
+/// Returns the bytes that the library reads from a CDATA section, if it would write them as the same section.
+[[nodiscard]] std::optional<QByteArray> BytesOfSection(const QString& section);
 /// Formats a number as the library does.
 [[nodiscard]] QString DoubleText(double value);
 
