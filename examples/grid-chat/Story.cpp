@@ -73,14 +73,18 @@ private:
     QProcess mProcess;
 };
 
-void RunTool(const QString& tool, const QString& command, const QString& grid)
+// Runs a command of the tool. Its output goes to a file, if there is one.
+void RunTool(const QString& tool, const QStringList& arguments, const QString& file = {})
 {
     if (tool.isEmpty())
         return;
-    Print(u"$ qvutil grid %1 %2"_s.arg(command, grid));
+    Print(u"$ qvutil %1%2"_s.arg(arguments.join(u' '), file.isEmpty() ? QString() : u" > "_s + file));
     QProcess process;
-    process.setProcessChannelMode(QProcess::ForwardedChannels);
-    process.start(tool, {u"grid"_s, command, grid});
+    process.setProcessChannelMode(file.isEmpty() ? QProcess::ForwardedChannels
+                                                 : QProcess::ForwardedErrorChannel);
+    if (!file.isEmpty())
+        process.setStandardOutputFile(file);
+    process.start(tool, arguments);
     process.waitForFinished(kTimeoutMs);
 }
 
@@ -90,7 +94,7 @@ void ShowGrid(const QString& tool, const QString& grid, std::initializer_list<co
         return;
     for (const Actor* actor : actors)
         Print(actor->NameAndId());
-    RunTool(tool, u"list"_s, grid);
+    RunTool(tool, {u"grid"_s, u"list"_s, grid});
 }
 
 } // namespace
@@ -106,6 +110,8 @@ int PlayStory(const QString& tool)
     Actor cleo(grid, u"cleo"_s);
     cleo.Do("ask");
     ShowGrid(tool, grid, {&anna, &ben, &cleo});
+    RunTool(tool, {u"grid"_s, u"show"_s, grid, u"--svg"_s}, u"grid.svg"_s);
+    RunTool(tool, {u"grid"_s, u"watch"_s, grid, u"--count"_s, u"1"_s});
     ben.Kill();
     cleo.Do("members");
     ShowGrid(tool, grid, {});
@@ -113,6 +119,6 @@ int PlayStory(const QString& tool)
     Actor newBen(grid, u"ben"_s);
     ShowGrid(tool, grid, {&newBen});
     // The socket file of the killed member remains. No other process uses it.
-    RunTool(tool, u"clean"_s, grid);
+    RunTool(tool, {u"grid"_s, u"clean"_s, grid});
     return 0;
 }
