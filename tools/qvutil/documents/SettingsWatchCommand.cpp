@@ -68,7 +68,7 @@ public:
         Console::ReportError({}, u"watching %1"_s.arg(Subject()));
     }
 
-    // What is watched: the file, or an element in it.
+    // Names the watched file, or the watched element in it.
     [[nodiscard]] QString Subject() const
     {
         return mOptions.Path.isEmpty() ? mOptions.File : u"%1 in %2"_s.arg(mOptions.Path, mOptions.File);
@@ -187,7 +187,8 @@ void AddSettingsWatchCommand(CommandLine& line, CLI::App& group)
                           [options] { return Watch(*options); });
     AddExplanation(watch,
                    "Prints the values that change, as settings diff does. The file may be replaced, written\n"
-                   "in place, removed, and created later. So may the element at PATH.");
+                   "in place, removed, and created later. The same applies to the element at\n"
+                   "PATH.");
     AddText(watch, "FILE", options->File, "Settings file to watch")->required();
     AddText(
         watch, "PATH", options->Path,
