@@ -412,7 +412,7 @@ double SettledMemory()
     return before;
 }
 
-// Runs in a process of its own.
+// Runs in a separate process.
 int MeasureMemory()
 {
     ::mallopt(M_ARENA_MAX, 1); // because mallinfo2 counts only the first arena
