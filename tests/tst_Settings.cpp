@@ -161,6 +161,8 @@ private Q_SLOTS:
     void MarkChanged_savesByTheRule();
     void LostChanges_data();
     void LostChanges();
+    void LostChanges_byAnotherFile_data();
+    void LostChanges_byAnotherFile();
 
     void UnreadableFile_isLeftAlone_data();
     void UnreadableFile_isLeftAlone();
@@ -1422,6 +1424,56 @@ void tst_Settings::LostChanges()
     }
 }
 
+void tst_Settings::LostChanges_byAnotherFile_data()
+{
+    QTest::addColumn<bool>("opens");
+    QTest::addColumn<Change>("change");
+    QTest::addColumn<QString>("target");
+    QTest::addColumn<bool>("isLost");
+
+    const Change none([](Settings&) {});
+    const Change marked([](Settings& s) { s.WriteInt(u"A"_s, u"B"_s, 2); });
+    const Change unmarked([](Settings& s) { s.WriteSize(u"A"_s, u"C"_s, QSize(1, 2)); });
+    QTest::newRow("OpenFile, no change") << true << none << u"other.xml"_s << false;
+    QTest::newRow("OpenFile, change") << true << marked << u"other.xml"_s << true;
+    QTest::newRow("OpenFile, change that is not marked") << true << unmarked << u"other.xml"_s << true;
+    QTest::newRow("OpenFile, the same file") << true << marked << u"s.xml"_s << true;
+    QTest::newRow("OpenFile, missing file") << true << marked << u"none.xml"_s << true;
+    QTest::newRow("OpenFile, malformed file") << true << marked << u"malformed.xml"_s << true;
+    QTest::newRow("OpenFile, folder") << true << marked << u"folder"_s << true;
+    QTest::newRow("SetFile, no change") << false << none << u"other.xml"_s << false;
+    QTest::newRow("SetFile, change") << false << marked << u"other.xml"_s << true;
+    QTest::newRow("SetFile, change that is not marked") << false << unmarked << u"other.xml"_s << true;
+    QTest::newRow("SetFile, the same file") << false << marked << u"s.xml"_s << true;
+    QTest::newRow("SetFile, malformed file") << false << marked << u"malformed.xml"_s << true;
+    // The content is kept.
+    QTest::newRow("SetFile, missing file") << false << marked << u"none.xml"_s << false;
+    QTest::newRow("SetFile, folder") << false << marked << u"folder"_s << false;
+}
+
+void tst_Settings::LostChanges_byAnotherFile()
+{
+    QFETCH(const bool, opens);
+    QFETCH(const Change, change);
+    QFETCH(const QString, target);
+    QFETCH(const bool, isLost);
+    QVERIFY(WriteFile(Path(u"other.xml"_s), "<Settings/>"));
+    QVERIFY(WriteFile(Path(u"malformed.xml"_s), "<Settings>"));
+    QVERIFY(QDir().mkdir(Path(u"folder"_s)));
+
+    const LogGuard log;
+    Settings settings(Path(u"s.xml"_s), u"Settings"_s);
+    settings.WriteInt(u"A"_s, u"B"_s, 1); // saved at once
+    change(settings); // too soon for the next save
+    QCOMPARE(LogGuard::Messages(), QStringList());
+    if (opens)
+        settings.OpenFile(Path(target), u"Settings"_s);
+    else
+        settings.SetFile(Path(target), u"Settings"_s);
+    QCOMPARE(LogGuard::Messages().filter(u"changes of the settings in "_s + Path(u"s.xml"_s)).size(),
+             isLost ? 1 : 0);
+}
+
 void tst_Settings::UnreadableFile_isLeftAlone_data()
 {
     QTest::addColumn<QByteArray>("content");
@@ -1450,9 +1502,11 @@ void tst_Settings::UnreadableFile_isLeftAlone()
         QCOMPARE(ReadFile(Path(u"s.xml"_s)), content);
     }
     QCOMPARE(ReadFile(Path(u"s.xml"_s)), content);
-    // One line logs the reason, and nothing else is logged.
-    QCOMPARE(LogGuard::Messages().size(), 1);
+    // One line logs the reason, and another one the save that had no content.
+    QCOMPARE(LogGuard::Messages().size(), 2);
     QCOMPARE(LogGuard::Messages().filter(Path(u"s.xml"_s) + u" does not load: line "_s).size(), 1);
+    QCOMPARE(LogGuard::Messages().constLast(),
+             Path(u"s.xml"_s) + u" is not saved: the document has no root element"_s);
 }
 
 void tst_Settings::UnreadableFile_relativeWrites()

@@ -87,6 +87,7 @@ private Q_SLOTS:
     void LoadFromXmlFile_cannotOpen_data();
     void LoadFromXmlFile_cannotOpen();
     void LoadFromXmlFile_noPermission();
+    void LoadFromXmlFile_cannotOpenIsAWarning();
     void LoadFromXmlFile_replacesDocumentAndKeepsStack();
     void LoadFromXmlFile_remembersPath();
 
@@ -336,6 +337,20 @@ void tst_XmlFilerDocument::LoadFromXmlFile_noPermission()
     QCOMPARE(log.Messages(),
              QStringList(u"XmlFiler: Failed to open file %1. Permission denied (Error code: 5)"_s.arg(path)));
     QCOMPARE(filer.GetCurrentNodePath(), u"/Old"_s);
+}
+
+// Without debug messages, a line of its own gives the reason.
+void tst_XmlFilerDocument::LoadFromXmlFile_cannotOpenIsAWarning()
+{
+    QFile folder(mDir->path());
+    QVERIFY(!folder.open(QIODevice::ReadOnly));
+    XmlFiler filer;
+    const TestSupport::LogGuard log;
+    QLoggingCategory::setFilterRules(u"qvutil.warning=true"_s);
+
+    QVERIFY(!filer.LoadFromXmlFile(mDir->path()));
+
+    QCOMPARE(log.Messages(), QStringList(u"%1 does not load: %2"_s.arg(mDir->path(), folder.errorString())));
 }
 
 void tst_XmlFilerDocument::LoadFromXmlFile_replacesDocumentAndKeepsStack()
@@ -682,6 +697,7 @@ void tst_XmlFilerDocument::SaveAsXmlFile_nothingToSaveKeepsFile()
 {
     const QString path = Path(u"out.xml"_s);
     XmlFiler filer;
+    const TestSupport::LogGuard log;
     QVERIFY(!filer.SaveAsXmlFile(path));
     QVERIFY(!QFileInfo::exists(path));
     QVERIFY(TestSupport::WriteFile(path, "old"));
@@ -693,6 +709,7 @@ void tst_XmlFilerDocument::SaveAsXmlFile_nothingToSaveKeepsFile()
     QVERIFY(!filer.SaveAsXmlFile(path));
 
     QCOMPARE(TestSupport::ReadFile(path), QByteArray("old"));
+    QCOMPARE(log.Messages(), QStringList(4, path + u" is not saved: the document has no root element"_s));
 }
 
 void tst_XmlFilerDocument::SaveAsXmlFile_cannotOpen()

@@ -716,8 +716,8 @@ private:
 ///
 /// \par Failures
 /// OpenFile returns the state of the file, and GetLoadError returns why it could not be read. The category
-/// `qvutil` logs a failed save, a store that starts empty, and changes that are lost because nothing marked
-/// the store.
+/// `qvutil` logs a failed save, a store that starts empty, and changes that are lost, because nothing marked
+/// the store or because another file replaced them.
 ///
 /// \par Threads
 /// Reentrant, as XmlFiler. Two objects with the same file are not synchronised: the last save wins.
@@ -754,7 +754,8 @@ public:
     /// Sets the file to save to, and loads it if it exists. Does not mark the store as changed.
     ///
     /// If the file does not exist, the content is kept, and an empty document gets the root \p rootName. If
-    /// the file cannot be opened, the content is kept. If it does not parse, the content is lost.
+    /// the file cannot be opened, the content is kept. If it does not parse, the content is lost. Unsaved
+    /// changes are lost if the content is replaced; a lost change is logged.
     /// \param file      the file to save to
     /// \param rootName  name of a new root; "Root" if empty
     void SetFile(QString file, QString rootName);
@@ -767,8 +768,8 @@ public:
         Unreadable, ///< the file could not be read, or not be renamed; the store is empty and has no file
     };
     /// Sets the file to save to, and replaces the content of the store with that of the file. Unless the file
-    /// is loaded, the store then holds only the root \p rootName. Unsaved changes are dropped. No file is
-    /// written.
+    /// is loaded, the store then holds only the root \p rootName. Unsaved changes are dropped, and a dropped
+    /// change is logged. No file is written.
     ///
     /// A file that does not parse is renamed to "FILE.damaged", or "FILE.damaged-2" and so on if that exists,
     /// so that its content can still be rescued. A file that exists but cannot be opened or read is left

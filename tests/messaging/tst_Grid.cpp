@@ -474,9 +474,12 @@ void tst_Grid::Write_tooLargeWhenJoining()
     QVERIFY(registry.Create());
     const QByteArray full = Number32(1) + Entry(1, QString((kRegistrySize - 16) / 2, u'x'));
     registry.SetBytes(full);
+    const TestSupport::LogGuard log;
     IPCManager manager;
     QCOMPARE(manager.CreateGridConnection(grid, kReadWrite), true);
     QCOMPARE(registry.Bytes().first(kRegistrySize), full); // not registered, and the old content is kept
+    QCOMPARE(TestSupport::LogGuard::Messages().filter(u"registered"_s),
+             QStringList(u"grid \"%1\": this process could not be registered"_s.arg(grid)));
     manager.DisconnectFromServer(QString());
     QCOMPARE(manager.DeleteAllConnections(), true);
     QCOMPARE(registry.Bytes().first(kRegistrySize), full);

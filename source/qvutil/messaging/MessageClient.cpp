@@ -404,12 +404,17 @@ bool MessageClientWorker::IsConnected() const
 void MessageClientWorker::ConnectedSlot()
 {
     if (!Internal::IsTrustedPeer(*mSocket)) {
-        mSocket->abort(); // not a trusted server; the timer keeps trying
+        if (!std::exchange(mHasRefused, true)) {
+            qCWarning(Internal::lcQvUtil, "the server \"%ls\" belongs to another user and was refused",
+                      qUtf16Printable(mServerName));
+        }
+        mSocket->abort(); // the timer keeps trying
         return;
     }
     if (mConnectTimer)
         mConnectTimer->stop();
     mWasConnected = true;
+    mHasRefused = false;
     mWriter = new Internal::MessageWriter(mSocket);
     connect(mWriter, &Internal::MessageWriter::Written, this, &MessageClientWorker::MessageSent);
     connect(mSocket, &QLocalSocket::readyRead, this, &MessageClientWorker::ReadMessage);

@@ -215,6 +215,7 @@ private:
     std::unique_ptr<QTimer> mConnectTimer;
     bool mKeepConnecting = false;
     bool mWasConnected = false;
+    bool mHasRefused = false; // a server of another user; logged once, not at each try
     QIODeviceBase::OpenMode mMode;
     Internal::Mailbox<MessageInfo>* mOutgoing = nullptr; // messages to be sent
 };

@@ -50,6 +50,12 @@ QString SetAside(const QString& file)
     return {};
 }
 
+void LogIfAny(const QString& text)
+{
+    if (!text.isEmpty())
+        qCWarning(Internal::lcQvUtil, "%ls", qUtf16Printable(text));
+}
+
 } // namespace
 
 struct Settings::Private
@@ -62,6 +68,21 @@ struct Settings::Private
     // The content when last loaded or saved. Only kept while logging is on, for the warning about lost
     // changes.
     std::optional<QString> SavedContent;
+
+    // Returns the line to log if the content of a store is discarded; empty if no change would be lost, or if
+    // logging is off.
+    static QString DescribeUnsavedChanges(Settings& store)
+    {
+        if (store.mSettingsFile.isEmpty() || !Internal::lcQvUtil().isWarningEnabled())
+            return {};
+        if (store.mDirty)
+            return u"changes of the settings in %1 were not saved and are lost"_s.arg(store.mSettingsFile);
+        const std::optional<QString>& saved = store.mPrivate->SavedContent;
+        if (!saved || *saved == store.SaveAsXmlString())
+            return {};
+        return u"changes of the settings in %1 are lost: WriteRect, WriteDouble and the like do not mark the "
+               "store as changed; call MarkChanged after them"_s.arg(store.mSettingsFile);
+    }
 };
 
 Settings::Settings()
@@ -82,16 +103,23 @@ Settings::~Settings()
 
 void Settings::SetFile(QString file, QString rootName)
 {
+    const QString unsaved = Private::DescribeUnsavedChanges(*this);
     mSettingsFile = std::move(file);
-    if (QFile::exists(mSettingsFile))
+    if (QFile::exists(mSettingsFile)) {
+        const QDomNode cursor = GetCurrentNode();
         LoadFromXmlFile(mSettingsFile);
-    else
+        // If the file cannot be opened, the content and the cursor are kept.
+        if (IsEmpty() || GetCurrentNode() != cursor)
+            LogIfAny(unsaved);
+    } else {
         CreateRoot(rootName);
+    }
     NoteSavedContent();
 }
 
 Settings::FileState Settings::OpenFile(const QString& file, const QString& rootName)
 {
+    WarnOfLostChanges();
     mPrivate->SetAsideFile.clear();
     mPrivate->LastSaved.reset();
     mDirty = false;
@@ -219,18 +247,7 @@ void Settings::NoteSavedContent()
 
 void Settings::WarnOfLostChanges()
 {
-    if (mSettingsFile.isEmpty() || !Internal::lcQvUtil().isWarningEnabled())
-        return;
-    if (mDirty) {
-        qCWarning(Internal::lcQvUtil, "changes of the settings in %ls could not be saved and are lost",
-                  qUtf16Printable(mSettingsFile));
-    } else if (mPrivate->SavedContent && *mPrivate->SavedContent != SaveAsXmlString()) {
-        qCWarning(
-            Internal::lcQvUtil,
-            "changes of the settings in %ls are lost: WriteRect, WriteDouble and the like do not mark the "
-            "store as changed; call MarkChanged after them",
-            qUtf16Printable(mSettingsFile));
-    }
+    LogIfAny(Private::DescribeUnsavedChanges(*this));
 }
 
 void Settings::AutoSave()

@@ -117,7 +117,8 @@ bool XmlFiler::LoadFromXmlFile(const QString& path)
         GeneralUtil::OutputDebugString(u"XmlFiler: Failed to open file %1. %2 (Error code: %3)"_s.arg(path)
                                            .arg(file.errorString())
                                            .arg(static_cast<int>(file.error())));
-        if (!Platform::HasDebugOutput())
+        // The message above is enough if debug messages are logged.
+        if (!Platform::HasDebugOutput() || !Internal::lcQvUtil().isDebugEnabled())
             LogLoadError(path, mPrivate->LoadError);
         return false;
     }
@@ -158,8 +159,11 @@ bool XmlFiler::FinishLoad(bool loaded)
 
 bool XmlFiler::SaveAsXmlFile(const QString& path)
 {
-    if (IsEmpty())
+    if (IsEmpty()) {
+        qCWarning(Internal::lcQvUtil, "%ls is not saved: the document has no root element",
+                  qUtf16Printable(path));
         return false;
+    }
     const QByteArray content = Internal::WriteXmlFile(mDocument);
     errno = 0;
     if (!Platform::ReplaceFile(path, content)) {
