@@ -2,7 +2,7 @@
 # SPDX-FileCopyrightText: 2026 The QvUtil developers
 # SPDX-License-Identifier: MIT
 
-"""Checks which folders of the library and of the tool include each other.
+"""Checks which folders of the library and of the tool include each other, and which functions of Qt they avoid.
 
     layers.py [--update] [ROOT]
 
@@ -75,6 +75,21 @@ TREES = (
         top=("cli",),
     ),
 )
+
+@dataclass(frozen=True)
+class Replaced:
+    """A function that only one file may call."""
+
+    call: str
+    file: str
+    better: str
+
+
+REPLACED = (
+    Replaced("QDir::cleanPath(", "source/qvutil/base/QtCompat_p.h",
+             "keeps doubled slashes since Qt 6.8: call QDirCleanPath, or QDir::canonicalPath in an example"),
+)
+CALLERS = ("source", "tools", "examples")
 
 SOURCES = {".h", ".cpp", ".mm"}
 INCLUDE = re.compile(r'^\s*#\s*(?:include|import)\s*(["<])([^">]+)[">]')
@@ -153,6 +168,15 @@ def check_tree(tree, root):
             yield f"{tree.path}/{relative}:{number}: {reason}"
 
 
+def check_calls(root):
+    for path in sorted(path for folder in CALLERS for path in (root / folder).rglob("*") if path.suffix in SOURCES):
+        name = path.relative_to(root).as_posix()
+        for number, line in enumerate(path.read_text(encoding="utf-8").splitlines(), 1):
+            for function in REPLACED:
+                if function.call in line and name != function.file:
+                    yield f"{name}:{number}: {function.call}) {function.better}"
+
+
 def table(tree):
     """Returns the table in Markdown."""
     quoted = lambda names: ", ".join(f"`{name}`" for name in names) or "–"
@@ -185,6 +209,7 @@ def check_page(trees, root, update):
 def problems(trees, root, update=False):
     for tree in trees:
         yield from check_tree(tree, root)
+    yield from check_calls(root)
     yield from check_page(trees, root, update)
 
 

@@ -19,7 +19,7 @@ QString DataFolder()
     const QString program = GeneralUtil::GetAppDirPath();
     for (const QString& folder : {program + u"/data"_s, program + u"/../share/waypost"_s}) {
         if (QDir(folder).exists())
-            return QDir::cleanPath(folder);
+            return QDir(folder).canonicalPath();
     }
     return program;
 }

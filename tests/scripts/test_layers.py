@@ -93,6 +93,15 @@ class Layers(unittest.TestCase):
                     self.assertEqual(len(found), 1, found)
                     self.assertIn("tests for the operating system", found[0])
 
+    def test_replaced_calls(self):
+        call = "int a;\nQString b = QDir::cleanPath(a);\n"
+        for file in ("source/any/Any.cpp", "tools/Any.h", "examples/any/main.cpp"):
+            with self.subTest(file):
+                found = self.check({file: call})
+                self.assertEqual(len(found), 1, found)
+                self.assertTrue(found[0].startswith(f"{file}:2: QDir::cleanPath() "), found)
+        self.assertEqual(self.check({"source/qvutil/base/QtCompat_p.h": call, "tests/tst_Any.cpp": call}), [])
+
     def test_names(self):
         self.assertIn("must end in _p.h", self.check({"lib/low/Bare.h": "// not API\n"})[0])
         self.assertIn("is not part of the interface", self.check({"lib/low/Low_p.h": "/* not API */\n"})[0])

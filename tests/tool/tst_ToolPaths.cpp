@@ -251,6 +251,11 @@ void tst_ToolPaths::Delete_data()
         << QStringList{u"tree"_s,       u"tree/.dot"_s,      u"tree/.dot/e.txt"_s, u"tree/.hidden"_s,
                        u"tree/a.txt"_s, u"tree/b.log"_s,     u"tree/empty"_s,      u"tree/link.txt"_s,
                        u"tree/sub"_s,   u"tree/sub/c.txt"_s, u"tree/sub/deep"_s,   u"tree/sub/link"_s};
+    QTest::newRow("doubled separator after two dots")
+        << QStringList{u"tree/empty/..//sub/deep"_s, u"--recursive"_s} << u"~/tree/sub/deep/d.log\n=> 0\n"_s
+        << QStringList{u"tree"_s,       u"tree/.dot"_s,      u"tree/.dot/e.txt"_s, u"tree/.hidden"_s,
+                       u"tree/a.txt"_s, u"tree/b.log"_s,     u"tree/empty"_s,      u"tree/link.txt"_s,
+                       u"tree/sub"_s,   u"tree/sub/c.txt"_s, u"tree/sub/deep"_s,   u"tree/sub/link"_s};
     QTest::newRow("no file of the name, folders are kept")
         << QStringList{u"tree"_s, u"--name"_s, u"*.none"_s} << u"=> 0\n"_s
         << QStringList{u"tree"_s,         u"tree/.dot"_s,      u"tree/.dot/e.txt"_s, u"tree/.hidden"_s,

@@ -6,6 +6,7 @@
 #include "cli/Console.h"
 
 #include <qvutil/GeneralUtil.h>
+#include <qvutil/base/QtCompat_p.h>
 
 #include <QFile>
 #include <QFileInfo>
@@ -20,6 +21,7 @@
 
 using namespace Qt::StringLiterals;
 using Quorvin::Util::GeneralUtil;
+using Quorvin::Util::Internal::QDirCleanPath;
 
 namespace Quorvin::Tool {
 namespace {
@@ -32,7 +34,7 @@ QStringList EverythingIn(const QString& folder)
     QStringList paths;
     const QFileInfoList entries = QDir(folder).entryInfoList(kEverything);
     for (const QFileInfo& entry : entries)
-        paths.append(QDir::cleanPath(entry.absoluteFilePath()));
+        paths.append(QDirCleanPath(entry.absoluteFilePath()));
     return paths;
 }
 
@@ -69,7 +71,7 @@ private:
             = (mOptions.Filters() & ~QDir::Filters(QDir::Files)) | QDir::AllDirs | QDir::NoDotAndDotDot;
         const QFileInfoList entries = QDir(folder).entryInfoList({}, filters, QDir::NoSort);
         for (const QFileInfo& entry : entries) {
-            const QString path = QDir::cleanPath(entry.absoluteFilePath());
+            const QString path = QDirCleanPath(entry.absoluteFilePath());
             if (FileSystemOf(path) != mFileSystem)
                 continue;
             mFolders.append(path);
@@ -140,7 +142,7 @@ void RejectPreciousFolder(const FilesOptions& options)
 ExitCode Delete(const FilesOptions& options)
 {
     CheckPatterns(options.Patterns);
-    const QFileInfo info(QDir::cleanPath(options.Folder)); // a slash at the end would hide a link
+    const QFileInfo info(QDirCleanPath(options.Folder)); // a slash at the end would hide a link
     if (options.Folder.isEmpty() || (!info.exists() && !info.isSymLink()))
         throw Failure(options.Folder, u"there is no such folder"_s);
     if (info.isSymLink())

@@ -6,6 +6,8 @@
 #include "cli/Console.h"
 #include "cli/Failure.h"
 
+#include <qvutil/base/QtCompat_p.h>
+
 #include <QDir>
 #include <QFileInfo>
 #include <QJsonArray>
@@ -15,6 +17,7 @@
 #include <utility>
 
 using namespace Qt::StringLiterals;
+using Quorvin::Util::Internal::QDirCleanPath;
 
 namespace Quorvin::Tool {
 namespace {
@@ -152,7 +155,7 @@ QStringList EndpointFolders()
     const bool isOther
         = QFileInfo(session).canonicalFilePath() != QFileInfo(folders.first()).canonicalFilePath();
     if (QDir::isAbsolutePath(session) && QFileInfo(session).isDir() && isOther)
-        folders.append(QDir::cleanPath(session));
+        folders.append(QDirCleanPath(session));
     return folders;
 }
 

@@ -8,6 +8,8 @@
 #include "cli/FilePattern.h"
 #include "xliff/XliffDocument.h"
 
+#include <qvutil/base/QtCompat_p.h>
+
 #include <QDir>
 #include <QDirIterator>
 #include <QFileInfo>
@@ -17,6 +19,7 @@
 #include <algorithm>
 
 using namespace Qt::StringLiterals;
+using Quorvin::Util::Internal::QDirCleanPath;
 
 namespace Quorvin::Tool {
 namespace {
@@ -55,7 +58,7 @@ private:
         else if (!path.isEmpty() && QFileInfo(path).isDir())
             AddFolder(path);
         else
-            AddFile(QDir::cleanPath(path));
+            AddFile(QDirCleanPath(path));
     }
 
     void AddFile(const QString& path)
@@ -80,11 +83,11 @@ private:
             CheckFilePattern(pattern);
         const auto flags
             = mSelection.IsRecursive ? QDirIterator::Subdirectories : QDirIterator::NoIteratorFlags;
-        QDirIterator entries(QDir::cleanPath(path), patterns,
+        QDirIterator entries(QDirCleanPath(path), patterns,
                              QDir::Files | QDir::AllDirs | QDir::NoDotAndDotDot, flags);
         QStringList files;
         while (entries.hasNext()) {
-            const QString entry = QDir::cleanPath(entries.next());
+            const QString entry = QDirCleanPath(entries.next());
             if (!entries.fileInfo().isDir())
                 files.append(entry);
             else if (mSelection.IsRecursive && !entries.fileInfo().isReadable())

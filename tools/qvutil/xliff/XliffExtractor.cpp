@@ -5,6 +5,8 @@
 
 #include "cli/Failure.h"
 
+#include <qvutil/base/QtCompat_p.h>
+
 #include <QDir>
 #include <QFileInfo>
 #include <QHash>
@@ -13,6 +15,7 @@
 #include <algorithm>
 
 using namespace Qt::StringLiterals;
+using Quorvin::Util::Internal::QDirCleanPath;
 
 namespace Quorvin::Tool {
 namespace {
@@ -104,9 +107,9 @@ private:
         if (mGiven.contains(file.Key) || file.Key.isEmpty() || !IsOurs(file)
             || QFileInfo::exists(file.Original))
             return false;
-        const QString original = QDir::cleanPath(file.Original);
+        const QString original = QDirCleanPath(file.Original);
         return std::any_of(mOptions.Folders.cbegin(), mOptions.Folders.cend(), [&](const QString& folder) {
-            const QString clean = QDir::cleanPath(folder);
+            const QString clean = QDirCleanPath(folder);
             return clean == "."_L1 ? QDir::isRelativePath(original) && !original.startsWith("../"_L1)
                                    : original.startsWith(clean + u'/');
         });
