@@ -28,6 +28,8 @@ import threading
 import time
 
 TIMEOUT = 60  # seconds; enough on a busy machine
+PARSING_LIMIT = 30  # seconds for an answer while the server parses a hostile frame
+ANSWER_LIMIT = 5  # seconds for an answer during any other attack, on an idle machine
 NOBODY = 65534
 SHOWN_FAILURES = 5
 
@@ -423,33 +425,48 @@ class Torture:
         except OSError:
             return None
 
-    def attacks(self):
-        """Returns attacks by name: the pieces of bytes that a peer sends, and the pause in seconds after each."""
+    def attacks(self, is_short):
+        """Returns attacks by name: the pieces of bytes that a peer sends, the pause in seconds after each piece, and
+        the seconds that another client may have to wait.
+
+        A server that waits for nothing else drops a part of a frame that is not large. So each frame is one piece.
+        """
         noise = self.random.randbytes
         begin = b'<?xml version="1.0"?>\n<Message Id="Ask">'
+        end = b'</Message>'
         attributes = b''.join(b' a%d="1"' % i for i in range(200_000))
         block = b'<?xml version="1.0"?><?x \'?><a' + attributes[:100_000] + b'/>'
         laughs = b'<!ENTITY a "' + b'ha' * 50 + b'">' + b''.join(
             b'<!ENTITY %c "%s">' % (c + 1, b'&%c;' % c * 30) for c in range(ord('a'), ord('i')))
         defaults = b'<!DOCTYPE a [<!ATTLIST b c CDATA "' + b'x' * 200_000 + b'">]><a>' + b'<b/>' * 5000 + b'</a>'
-        deep = b'<Param Name="n" Type="Map">' * 5000
+        deep = b'<Param Name="n" Type="Map">' * 5000 + b'</Param>' * 5000
         long_text = f'<Param Name="t" Type="String" Value="{"y" * 9000}"/>'
+        drip = 8 if is_short else 33  # seconds; longer than ANSWER_LIMIT
         return {
-            'garbage': ([noise(65536) for _ in range(100)], 0),
-            'stream without a frame': ([b'x' * 65536] * 600, 0),
-            'frame without an end': ([begin] + [b'x' * 65536] * 400, 0),
-            'empty elements, 7 MB': ([begin, b'<a/>' * 1_750_000, b'</Message>'], 0),
-            '200,000 attributes': ([begin + b'<b' + attributes + b'/></Message>'], 0),
-            'frames of many attributes': ([block] * 60, 0),
-            'defaults of attributes': ([b'<?xml version="1.0"?>' + defaults], 0),
-            'entities': ([b'<?xml version="1.0"?><!DOCTYPE a [' + laughs + b']><a>&i;</a>'], 0),
-            'nested maps': ([begin + deep], 0),
-            'one byte at a time': ([begin + b'x' * 100_000] + [b'x'] * 40, 0.05),
-            'requests without reading': ([self.frame(long_text)] * 1000, 0),
-            'parts of requests': ([self.frame('')[:self.random.randrange(20, 150)] for _ in range(500)], 0),
+            'garbage': ([noise(65536) for _ in range(100)], 0, ANSWER_LIMIT),
+            'stream without a frame': ([b'x' * 65536] * 600, 0, ANSWER_LIMIT),
+            'frame without an end, 26 MB': ([begin + b'x' * 26_000_000], 0, ANSWER_LIMIT),
+            'empty elements, 7 MB': ([begin + b'<a/>' * 1_750_000 + end], 0, PARSING_LIMIT),
+            '200,000 attributes': ([begin + b'<b' + attributes + b'/>' + end], 0, ANSWER_LIMIT),
+            'frames of many attributes': ([block] * 60, 0, ANSWER_LIMIT),
+            'defaults of attributes': ([b'<?xml version="1.0"?>' + defaults], 0, ANSWER_LIMIT),
+            'entities': ([b'<?xml version="1.0"?><!DOCTYPE a [' + laughs + b']><a>&i;</a>'], 0, ANSWER_LIMIT),
+            'nested maps': ([begin + deep + end], 0, ANSWER_LIMIT),
+            'one byte at a time': ([begin + b'x' * 100_000] + [b'x'] * (20 * drip), 0.05, ANSWER_LIMIT),
+            '33 KB at a time': ([begin + b'x' * 100_000] + [b'x' * 33_000] * (5 * drip), 0.2, ANSWER_LIMIT),
+            'requests without reading': ([self.frame(long_text)] * 1000, 0, ANSWER_LIMIT),
+            'parts of requests': ([self.frame('')[:self.random.randrange(20, 150)] for _ in range(500)], 0,
+                                  ANSWER_LIMIT),
         }
 
-    def attack_server(self, experiment, answers, seconds):
+    @staticmethod
+    def memory_of(process):
+        """Returns the present and the peak memory of a process in KiB, or zeros if it has ended."""
+        status = pathlib.Path(f'/proc/{process.pid}/status')
+        values = dict(re.findall(r'(VmHWM|VmRSS):\s+(\d+)', status.read_text())) if status.exists() else {}
+        return int(values.get('VmRSS', 0)), int(values.get('VmHWM', 0))
+
+    def attack_server(self, experiment, answers, is_short, seconds):
         most_memory = 1024 * 1024  # KiB
         longest = (0.0, '')
         clock = Clock(seconds)
@@ -459,7 +476,7 @@ class Torture:
             return
         grown = []
         while True:
-            for name, (pieces, pause) in self.attacks().items():
+            for name, (pieces, pause, limit) in self.attacks(is_short).items():
                 def send(pieces=pieces, pause=pause):
                     try:
                         with self.connect('torture', 20) as connection:
@@ -478,16 +495,14 @@ class Torture:
                 answered = self.ask('torture')
                 attacker.join()
                 longest = max(longest, (answered or 0, name))
-                answers.check(answered is not None and answered < TIMEOUT / 2,
-                              f'{name}: answered after {answered} s')
-                status = pathlib.Path(f'/proc/{server.process.pid}/status')
-                values = dict(re.findall(r'(VmHWM|VmRSS):\s+(\d+)', status.read_text())) if status.exists() else {}
+                answers.check(answered is not None and answered < limit,
+                              f'{name}: answered after {answered} s; the limit is {limit} s')
+                present, peak = self.memory_of(server.process)
                 alive = server.process.poll() is None
-                experiment.check(alive and int(values.get('VmHWM', 0)) <= most_memory,
-                                 f'{name}: alive: {alive}, memory {values}')
+                experiment.check(alive and peak <= most_memory, f'{name}: alive: {alive}, peak memory {peak} KiB')
                 if not alive:
                     return
-            grown.append(int(values.get('VmRSS', 0)))
+            grown.append(present)
             for _ in range(200):
                 try:
                     self.connect('torture').close()
@@ -500,6 +515,36 @@ class Torture:
         experiment.check(code == 0, f'the server ended with {code}')
         answers.note = f'the slowest after {longest[0]:.1f} s ({longest[1]})'
         experiment.note = 'resident after each round: ' + ', '.join(f'{size // 1024} MiB' for size in grown)
+
+    def flood_server(self, experiment, answers, is_short):
+        """Sends requests and never reads the answers, which wait in the server: its memory grows with them."""
+        server = Process([self.peer, 'serve', 'flood'], stderr=subprocess.DEVNULL)
+        if not server.wait_for('ready'):
+            experiment.check(False, 'the server did not start')
+            return
+        before, _ = self.memory_of(server.process)
+        request = self.frame(f'<Param Name="t" Type="String" Value="{"y" * 9000}"/>')
+        rounds = 4 if is_short else 16
+        sent = 0
+        after = before
+        with self.connect('flood') as connection:
+            for _ in range(rounds):
+                try:
+                    for _ in range(500):
+                        connection.sendall(request)
+                        sent += len(request)
+                except OSError as error:
+                    experiment.check(False, f'the server stopped reading: {error}')
+                    break
+                after, _ = self.memory_of(server.process)
+                # The server has read all but what waits for its owner thread, and keeps the answers.
+                experiment.check(server.process.poll() is None and (after - before) * 1024 < 4 * sent + 64 * 2 ** 20,
+                           f'{sent >> 20} MiB of requests: {(after - before) >> 10} MiB of memory')
+        answered = self.ask('flood')
+        answers.check(answered is not None and answered < PARSING_LIMIT, f'unread answers: answered after {answered} s')
+        experiment.check(server.end() == 0, 'the server did not end')
+        experiment.note = (f'{sent >> 20} MiB of requests, none of their answers read: '
+                           f'{(after - before) >> 10} MiB more memory')
 
     def attack_client(self, experiment, seconds, minimum):
         """Runs a server that also sends wrong answers: the client must accept only the right ones."""
@@ -661,34 +706,42 @@ class Torture:
 
     # All experiments
 
-    def run(self, seconds, is_short):
+    NAMES = ('kills', 'calls', 'stores', 'disk', 'limits', 'saves', 'attacks', 'answers', 'storm', 'hang')
+
+    def run(self, seconds, is_short, only=None):
+        """Runs all experiments, or only the one of this name, which then has all of the time."""
         experiments = []
 
-        def do(name, operation, share, *arguments):
-            experiment = Experiment(name)
+        def do(name, row, operation, share, *arguments):
+            if only not in (None, name):
+                return False
+            experiment = Experiment(row)
             experiments.append(experiment)
-            print(f'==> {name}', flush=True)
-            operation(experiment, *arguments[:-1], seconds * share, *arguments[-1:])
-            return experiment
+            print(f'==> {row}', flush=True)
+            operation(experiment, *arguments[:-1], seconds * (1 if only else share), *arguments[-1:])
+            return True
 
         scale = 1 if is_short else 4
-        do('processes killed while they save', self.kill_savers, 0.30, 30 * scale)
-        do('saves with a failing system call', lambda experiment, time, _: self.fail_calls(experiment, time), 0.25, 0)
-        do('stores opened with a failing system call', lambda experiment, time, _: self.fail_settings(experiment, time),
-           0.05, 0)
-        do('saves to a full file system', self.fill_disk, 0.05, 10 * scale)
-        do('saves beyond a file size limit', self.limit_size, 0.05, 10 * scale)
+        do('kills', 'processes killed while they save', self.kill_savers, 0.30, 30 * scale)
+        do('calls', 'saves with a failing system call',
+           lambda experiment, time, _: self.fail_calls(experiment, time), 0.25, 0)
+        do('stores', 'stores opened with a failing system call',
+           lambda experiment, time, _: self.fail_settings(experiment, time), 0.05, 0)
+        do('disk', 'saves to a full file system', self.fill_disk, 0.05, 10 * scale)
+        do('limits', 'saves beyond a file size limit', self.limit_size, 0.05, 10 * scale)
         reads = Experiment('reads during these saves')
-        do('saves of six processes to one file',
-           lambda experiment, time, least: self.compete(experiment, reads, time, least), 0.08, 200 * scale)
-        experiments.append(reads)
+        if do('saves', 'saves of six processes to one file',
+              lambda experiment, time, least: self.compete(experiment, reads, time, least), 0.08, 200 * scale):
+            experiments.append(reads)
         answers = Experiment('requests answered meanwhile')
-        do('attacks by a peer on a server',
-           lambda experiment, time, _: self.attack_server(experiment, answers, time), 0.08, 0)
-        experiments.append(answers)
-        do('wrong answers to a client', self.attack_client, 0.04, 30 * scale)
-        do('members of a grid that come, go and die', self.storm_grid, 0.08, 20 * scale)
-        do('members of a grid that hang', self.hang_in_grid, 0.02, 4 * scale)
+        if do('attacks', 'attacks by a peer on a server',
+              lambda experiment, time, _: self.attack_server(experiment, answers, is_short, time), 0.08, 0):
+            do('attacks', 'unread answers',
+               lambda experiment, *_: self.flood_server(experiment, answers, is_short), 0, 0)
+            experiments.append(answers)
+        do('answers', 'wrong answers to a client', self.attack_client, 0.04, 30 * scale)
+        do('storm', 'members of a grid that come, go and die', self.storm_grid, 0.08, 20 * scale)
+        do('hang', 'members of a grid that hang', self.hang_in_grid, 0.02, 4 * scale)
         return experiments
 
 
@@ -722,6 +775,7 @@ def main():
     parser.add_argument('--seed', default=str(time.time_ns()))
     parser.add_argument('--short', action='store_true', help='a quarter of the minimum of each experiment')
     parser.add_argument('--strict', action='store_true', help='fail if an experiment could not be tried')
+    parser.add_argument('--only', choices=Torture.NAMES, help='run this experiment alone')
     parser.add_argument('--report', type=pathlib.Path, help='file for the table')
     parser.add_argument('--fill-disk', help=argparse.SUPPRESS)
     parser.add_argument('--minimum', type=int, default=0, help=argparse.SUPPRESS)
@@ -735,7 +789,7 @@ def main():
 
     start = time.monotonic()
     print(f'==> seed {options.seed}', flush=True)
-    experiments = torture.run(options.seconds, options.short)
+    experiments = torture.run(options.seconds, options.short, options.only)
     print(f'\n{table(experiments)}\n\n{time.monotonic() - start:.0f} seconds')
     if options.report:
         options.report.parent.mkdir(parents=True, exist_ok=True)
