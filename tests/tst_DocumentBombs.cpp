@@ -3,9 +3,8 @@
 
 // Small documents that would take far more memory or time than their size suggests.
 
+#include "support/LittleMemory.h"
 #include "support/TestSupport.h"
-
-#include "xml/XmlRules_p.h"
 
 #include <IPC.h>
 #include <XmlFiler.h>
@@ -13,50 +12,16 @@
 #include <QTemporaryDir>
 #include <QtTest>
 
-#include <functional>
 #include <memory>
-
-#include <sys/resource.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 using namespace Qt::StringLiterals;
 using namespace Quorvin::Util;
 using TestSupport::LogGuard;
+using TestSupport::Outcome;
+using TestSupport::RunWithLittleMemory;
 using TestSupport::WriteFile;
 
 namespace {
-
-enum class Outcome {
-    Refused,
-    Loaded,
-    OutOfMemory, // but the library survived it
-    Died,
-};
-
-constexpr rlim_t kMiB = 1024 * 1024;
-
-/// Runs a load in a child process that may allocate only a limited amount of memory, in bytes.
-Outcome RunWithLittleMemory(const std::function<bool()>& load, rlim_t memory = 512 * kMiB)
-{
-    const pid_t child = fork();
-    if (child == 0) {
-#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
-        const rlimit limit{memory, memory};
-        setrlimit(RLIMIT_DATA, &limit);
-#else
-        Q_UNUSED(memory)
-#endif
-        const LogGuard log;
-        const bool loaded = load();
-        const bool outOfMemory = log.Messages().join(u' ').contains(u"not enough memory"_s);
-        _exit(outOfMemory ? int(Outcome::OutOfMemory) : int(loaded ? Outcome::Loaded : Outcome::Refused));
-    }
-    int status = 0;
-    if (child < 0 || waitpid(child, &status, 0) != child || !WIFEXITED(status))
-        return Outcome::Died;
-    return Outcome(WEXITSTATUS(status));
-}
 
 QByteArray Attributes(int count)
 {
@@ -88,8 +53,6 @@ private Q_SLOTS:
     void Refused();
     void Loads_data();
     void Loads();
-    void FileSize();
-    void EndlessFile();
     void ReadError();
 
 private:
@@ -225,32 +188,6 @@ void tst_DocumentBombs::Loads()
     XmlFiler filer;
     QVERIFY(filer.LoadFromXmlFile(Path(u"s.xml"_s)));
     QVERIFY(filer.LoadFromXmlString(QString::fromUtf8(xml)));
-}
-
-void tst_DocumentBombs::FileSize()
-{
-    const QString file = Path(u"sparse.xml"_s);
-    QVERIFY(WriteFile(file, "<r/>"));
-    QVERIFY(QFile::resize(file, Internal::kMaxFileSize + 1));
-    XmlFiler filer;
-    const LogGuard log;
-
-    QVERIFY(!filer.LoadFromXmlFile(file));
-
-    QCOMPARE(log.Messages(), QStringList(file + u" does not load: it is larger than 1 GiB"_s));
-    // A file below the size limit is read, but consists of zeros, which XML does not allow.
-    QVERIFY(QFile::resize(file, qint64(256) * 1024 * 1024));
-    QVERIFY(!filer.LoadFromXmlFile(file));
-}
-
-void tst_DocumentBombs::EndlessFile()
-{
-    if (!QFile::exists(u"/dev/zero"_s))
-        QSKIP("this system has no such device");
-    // The device has no size and never ends, so that reading it could use up all memory. A file may have 1 GiB,
-    // and twice that is added when the content grows for the last time.
-    QCOMPARE(RunWithLittleMemory([] { return XmlFiler().LoadFromXmlFile(u"/dev/zero"_s); }, 4096 * kMiB),
-             Outcome::Refused);
 }
 
 void tst_DocumentBombs::ReadError()

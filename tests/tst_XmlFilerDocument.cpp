@@ -339,7 +339,7 @@ void tst_XmlFilerDocument::LoadFromXmlFile_noPermission()
     QCOMPARE(filer.GetCurrentNodePath(), u"/Old"_s);
 }
 
-// Without debug messages, a line of its own gives the reason.
+// Without debug messages, a warning gives the reason.
 void tst_XmlFilerDocument::LoadFromXmlFile_cannotOpenIsAWarning()
 {
     QFile folder(mDir->path());
