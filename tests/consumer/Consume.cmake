@@ -312,6 +312,7 @@ function(step_checks)
     break_and_mend("${host}" menu.de.xlf "<target>Speichern</target>" "<target/>" "untranslated")
     break_and_mend("${host}" menu.xml "open & writable" "open & (writable" "menu.xml")
     break_and_mend("${host}" menu.xml "open & writable" "open & writeable" "this operand is unknown")
+    break_and_mend("${host}" CMakeLists.txt "ATTRIBUTES enabled" "ATTRIBUTES enabeld" "enabeld")
     break_and_mend("${host}" conditions.txt "licensed | trial" "licensed | (trial" "conditions.txt")
 endfunction()
 

@@ -28,6 +28,7 @@ private Q_SLOTS:
     void Lint_xml_entityTooLong();
     void Lint_noExpressions_data();
     void Lint_noExpressions();
+    void Lint_missingAttribute();
     void Lint_badFiles_data();
     void Lint_badFiles();
     void Lint_manyOperands();
@@ -318,6 +319,19 @@ void tst_ToolExpr::Lint_noExpressions()
     QVERIFY(mTool->Write(u"blank.txt"_s, "\n  \n"));
     QCOMPARE(mTool->Run(QStringList{u"expr"_s, u"lint"_s} + arguments).ToText(),
              u"! qvutil: there is no expression to check\n=> 2\n"_s);
+}
+
+// Other expressions do not hide a misspelt attribute name.
+void tst_ToolExpr::Lint_missingAttribute()
+{
+    QVERIFY(mTool->Write(u"ui.xml"_s, "<window enabled=\"a\" visible=\" \"/>"));
+    const QStringList arguments{u"expr"_s, u"lint"_s, u"a"_s, u"--xml"_s, u"ui.xml"_s, u"--attribute"_s};
+    QCOMPARE(mTool->Run(arguments + QStringList{u"enable"_s}).ToText(),
+             u"! qvutil: no element has the attribute 'enable'\n=> 2\n"_s);
+    QCOMPARE(mTool->Run(arguments + QStringList{u"visible"_s}).ToText(),
+             u"no problems; expressions checked: 1\n=> 0\n"_s);
+    QCOMPARE(mTool->Run(arguments + QStringList{u"enabled"_s, u"--attribute"_s, u"hidden"_s}).ToText(),
+             u"! qvutil: no element has the attribute 'hidden'\n=> 2\n"_s);
 }
 
 void tst_ToolExpr::Lint_badFiles_data()

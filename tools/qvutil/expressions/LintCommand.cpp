@@ -13,6 +13,7 @@
 #include <qvutil/xml/XmlRules_p.h>
 
 #include <QJsonObject>
+#include <QSet>
 #include <QXmlStreamReader>
 
 #include <memory>
@@ -58,10 +59,17 @@ public:
             AddProblem(place, outline, problem);
     }
 
+    void NoteAttribute(const QString& name) { mSeen.insert(name); }
+
+    // A misspelt name of an attribute must not end in "no problems".
     [[nodiscard]] ExitCode Finish()
     {
-        if (mCount == 0) // otherwise a misspelt attribute name would give "no problems"
+        if (mCount == 0)
             throw Failure({}, u"there is no expression to check"_s);
+        for (const QString& attribute : mOptions.Attributes) {
+            if (!mSeen.contains(attribute))
+                throw Failure({}, u"no element has the attribute '%1'"_s.arg(attribute));
+        }
         mReport.Finish([this] {
             if (mFound == 0)
                 Console::PrintLine(u"no problems; expressions checked: %1"_s.arg(mCount));
@@ -117,6 +125,7 @@ private:
     const QStringList mKnown;
     int mCount = 0;
     int mFound = 0;
+    QSet<QString> mSeen; // names of attributes in XML files
     Report mReport;
 };
 
@@ -145,7 +154,10 @@ void LintXmlFile(Linter& linter, const QString& argument, const QStringList& att
             continue;
         const QXmlStreamAttributes found = reader.attributes();
         for (const QXmlStreamAttribute& attribute : found) {
-            if (attributes.contains(attribute.qualifiedName()) && !attribute.value().trimmed().isEmpty()) {
+            if (!attributes.contains(attribute.qualifiedName()))
+                continue;
+            linter.NoteAttribute(attribute.qualifiedName().toString());
+            if (!attribute.value().trimmed().isEmpty()) {
                 linter.Inspect(u"%1:%2, %3"_s.arg(input.Name(), QString::number(reader.lineNumber()),
                                                   attribute.qualifiedName()),
                                attribute.value().toString());
@@ -185,7 +197,9 @@ void AddExprLintCommand(CommandLine& line, CLI::App& group)
         lint,
         "Also reports operands that look like operators of other languages, such as !a, not a and a AND b,\n"
         "unless --known lists them. Expressions know '&', '|' and parentheses only.\n"
-        "If there is no expression to check, the exit code is 2: check the names after --attribute.");
+        "If there is no expression to check, or no element has an attribute of that name, the exit code is "
+        "2:\n"
+        "check the names after --attribute.");
     AddTexts(lint, "EXPRESSION", options->Expressions, "Expression to check");
     AddTexts(lint, "--file", options->Files, "File with one expression per line; - for standard input");
     AddTexts(lint, "--xml", options->XmlFiles, "XML file with expressions in attributes");
