@@ -32,5 +32,25 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     }
     if (size != 0)
         Fuzz::Check(Fuzz::Content(path) != bytes || bytes.contains("42"), "a change is saved");
+
+    const QString opened = Fuzz::File("opened.xml", bytes);
+    {
+        Settings settings;
+        const Settings::FileState state = settings.OpenFile(opened, QStringLiteral("Settings"));
+        Fuzz::Check(state == Settings::FileState::Loaded || state == Settings::FileState::SetAside,
+                    "a file that can be read is loaded or renamed");
+        const bool isDamaged = state == Settings::FileState::SetAside;
+        const QString kept = isDamaged ? settings.GetSetAsideFile() : opened;
+        Fuzz::Check(Fuzz::Content(kept) == bytes, "opening keeps the content");
+        settings.WriteInt(node, name, 42);
+        if (isDamaged) {
+            Fuzz::Check(Fuzz::Content(kept) == bytes, "a save keeps the damaged file");
+            QFile::remove(kept);
+            Settings again;
+            Fuzz::Check(again.OpenFile(opened, QStringLiteral("Settings")) == Settings::FileState::Loaded
+                            && again.ReadInt(node, name, 0) == 42,
+                        "the new file loads");
+        }
+    }
     return 0;
 }
