@@ -38,39 +38,36 @@ constexpr std::array kKindNames = {
     KindName{FindingKind::Missing, u"missing"},
 };
 
-QString ReasonOf(UnitReachability reach)
+/// Why the library does not find a unit, worded for one unit and for several.
+struct ReachabilityReason
 {
-    switch (reach) {
-    case UnitReachability::Found:
-        break;
-    case UnitReachability::NoFileName:
-        return u"the \"original\" of its file element does not name a file"_s;
-    case UnitReachability::BodyNotFirst:
-        return u"another element, such as a header, is before the body"_s;
-    case UnitReachability::Nested:
-        return u"it is not directly in a body, but for example in a group"_s;
-    case UnitReachability::Replaced:
-        return u"a later file element has the same file name"_s;
-    }
-    return {};
-}
+    UnitReachability Reachability;
+    QStringView Single;
+    QStringView Shared;
+};
 
-/// Returns the reason, worded for several units.
-QString SharedReasonOf(UnitReachability reach)
+constexpr std::array kReasons = {
+    ReachabilityReason{UnitReachability::NoFileName,
+                       u"the \"original\" of its file element does not name a file",
+                       u"the \"original\" of their file element does not name a file"},
+    ReachabilityReason{UnitReachability::BodyNotFirst,
+                       u"another element, such as a header, is before the body",
+                       u"another element, such as a header, is before the body"},
+    ReachabilityReason{UnitReachability::Nested, u"it is not directly in a body, but for example in a group",
+                       u"they are not directly in a body, but for example in a group"},
+    ReachabilityReason{UnitReachability::Replaced, u"a later file element has the same file name",
+                       u"a later file element has the same file name"},
+};
+
+/// Returns the reason for a unit that the library does not find.
+const ReachabilityReason& ReasonOf(UnitReachability reachability)
 {
-    switch (reach) {
-    case UnitReachability::Found:
-        break;
-    case UnitReachability::NoFileName:
-        return u"the \"original\" of their file element does not name a file"_s;
-    case UnitReachability::BodyNotFirst:
-        return u"another element, such as a header, is before the body"_s;
-    case UnitReachability::Nested:
-        return u"they are not directly in a body, but for example in a group"_s;
-    case UnitReachability::Replaced:
-        return u"a later file element has the same file name"_s;
-    }
-    return {};
+    const auto found
+        = std::find_if(kReasons.begin(), kReasons.end(), [reachability](const ReachabilityReason& reason) {
+              return reason.Reachability == reachability;
+          });
+    Q_ASSERT(found != kReasons.end());
+    return *found;
 }
 
 /// Returns the members of \p a that are not in \p b, for a message.
@@ -138,9 +135,9 @@ private:
     {
         const QString source = Console::Quoted(unit.Source);
         if (unit.Reachability != UnitReachability::Found) {
-            Add(FindingKind::Unreachable, unit,
-                u"%1 is out of reach: %2"_s.arg(source, ReasonOf(unit.Reachability)),
-                u"are out of reach: %1"_s.arg(SharedReasonOf(unit.Reachability)));
+            const ReachabilityReason& reason = ReasonOf(unit.Reachability);
+            Add(FindingKind::Unreachable, unit, u"%1 is out of reach: %2"_s.arg(source, reason.Single),
+                u"are out of reach: %1"_s.arg(reason.Shared));
         }
         if (unit.HasWrongId()) {
             Add(FindingKind::WrongId, unit,
