@@ -1036,6 +1036,8 @@ void tst_ToolXml::List_jsonBytes_data()
     QTest::newRow("one level") << nested << QStringList{u"--depth"_s, u"1"_s};
     QTest::newRow("characters that JSON escapes")
         << QByteArray("<a b='&quot;\\&#10;&#9;/&#x7f;'>&lt;&#13;\xf0\x9f\x98\x80</a>") << QStringList();
+    QTest::newRow("first and last characters that JSON does not escape")
+        << QByteArray("<a b=' ~!#[]/\xc2\x80'>~</a>") << QStringList();
     // The library has to load this one.
     QTest::newRow("document type") << "<!DOCTYPE a [<!ENTITY e 'text'>]><a b='&e;'><c>&e;</c><c/></a>"_ba
                                    << QStringList();

@@ -9,6 +9,7 @@
 #include <QJsonArray>
 #include <QJsonObject>
 
+#include <algorithm>
 #include <utility>
 
 using namespace Qt::StringLiterals;
@@ -21,9 +22,19 @@ constexpr qsizetype kIndentation = 4;
 // Printing each bracket by itself would take longer than reading the document.
 constexpr qsizetype kMaxHeldCharacters = 1 << 16;
 
+// Returns whether a text needs no escaping in JSON.
+bool IsPlain(const QString& text)
+{
+    return std::all_of(text.begin(), text.end(),
+                       [](QChar c) { return c >= u' ' && c <= u'~' && c != u'"' && c != u'\\'; });
+}
+
 // Returns the text of a value, without a line feed at its end.
 QString TextOf(const QJsonValue& value, QJsonDocument::JsonFormat format)
 {
+    // Names of elements and attributes are nearly always plain, and a document for each takes much longer.
+    if (const QString text = value.toString(); value.isString() && IsPlain(text))
+        return u'"' + text + u'"';
     if (value.isObject())
         return QString::fromUtf8(QJsonDocument(value.toObject()).toJson(format)).trimmed();
     if (value.isArray())
