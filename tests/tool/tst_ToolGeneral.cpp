@@ -77,6 +77,8 @@ private Q_SLOTS:
     void Completion_candidates();
     void Completion_foreignNames_data();
     void Completion_foreignNames();
+    void Completion_homeFolder_data();
+    void Completion_homeFolder();
     void Completion_unknownShell();
     void Hash_data();
     void Hash();
@@ -744,6 +746,8 @@ void tst_ToolGeneral::Completion_candidates_data()
         {"second locale", u"qvutil locale show en-GB de-D"_s, {u"de-DE"_s}},
         {"grid", u"qvutil grid show "_s, {u"desk"_s, u"two words"_s}},
         {"server", u"qvutil ipc doctor vi"_s, {u"viewer"_s}},
+        {"grid, tool in the home folder", u"~/qvutil grid show "_s, {u"desk"_s, u"two words"_s}},
+        {"grid, tool in a folder with a space", u"~/a\\ b/qvutil grid show "_s, {u"desk"_s, u"two words"_s}},
         {"server, after an option", u"qvutil ipc call --timeout 5 vi"_s, {u"viewer"_s}},
         {"server, after an option with =", u"qvutil ipc call --timeout=5 vi"_s, {u"viewer"_s}},
         {"not the message", u"qvutil ipc call viewer Fi"_s, files},
@@ -812,6 +816,25 @@ void tst_ToolGeneral::Completion_foreignNames()
     QVERIFY(!QFile::exists(mTool->Path(u"touched"_s)));
 }
 
+void tst_ToolGeneral::Completion_homeFolder_data()
+{
+    QTest::addColumn<QString>("shell");
+
+    QTest::newRow("bash") << u"bash"_s;
+    QTest::newRow("zsh") << u"zsh"_s;
+}
+
+// These shells do not expand a tilde after '=', so completion has to.
+void tst_ToolGeneral::Completion_homeFolder()
+{
+    QFETCH(const QString, shell);
+
+    if (QStandardPaths::findExecutable(shell).isEmpty())
+        QSKIP("this shell is not installed");
+    const QString inserted = Complete(shell, u"qvutil xliff fill a.xlf --output=~/Fi"_s).Inserted;
+    QCOMPARE(inserted.section(u'=', -1), mTool->Path(u"File"_s));
+}
+
 tst_ToolGeneral::Completion tst_ToolGeneral::Complete(const QString& shell, const QString& line) const
 {
     // The words of bash, which splits at '=' too.
@@ -833,6 +856,7 @@ tst_ToolGeneral::Completion tst_ToolGeneral::Complete(const QString& shell, cons
                         "'completion --list servers') printf '%s\\n' viewer '$(touch touched)' \"it's\" ;;\n"
                         "*) exec \"$TOOL\" \"$@\" ;;\nesac\n")
         && QFile::setPermissions(mTool->Path(u"qvutil"_s), QFile::Permissions(0x7755))
+        && QDir(mTool->Path({})).mkpath(u"a b"_s) && QFile::link(u"../qvutil"_s, mTool->Path(u"a b/qvutil"_s))
         && QFile::copy(scripts.filePath(u"complete."_s + shell), mTool->Path(u"try"_s))
         && QFile::copy(scripts.filePath(u"zshrc"_s), mTool->Path(u".zshrc"_s));
     // The settings and the history of the user have no part in it.

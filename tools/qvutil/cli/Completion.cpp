@@ -14,16 +14,16 @@ constexpr const char16_t* kBash = uR"sh(# Completion of qvutil's commands and op
 
 _qvutil()
 {
-    local current=${COMP_WORDS[COMP_CWORD]} command= words= word before= option= prefix= place=0 values=
+    local current=${COMP_WORDS[COMP_CWORD]} command= words= word before= option= prefix= joined= place=0 values=
     # Bash splits --option=value into three words, unless COMP_WORDBREAKS is without '='.
     for word in "${COMP_WORDS[@]:1:COMP_CWORD-1}"; do
         if [[ $word == = && $before == --* ]]; then
-            option=$before
+            option=$before joined=yes
             continue
         fi
         before=$word
         if [[ $option ]]; then
-            option=
+            option= joined=
             continue
         fi
         case "$command $word" in
@@ -35,10 +35,10 @@ _qvutil()
         esac
     done
     if [[ $current == = && $before == --* ]]; then
-        option=$before
+        option=$before joined=yes
         current=
     elif [[ ! $option && $current == --*=* ]]; then
-        option=${current%%=*}
+        option=${current%%=*} joined=yes
         current=${current#*=}
         prefix=$option=
     fi
@@ -49,6 +49,12 @@ _qvutil()
     case "$command ${option:-$place}" in
 @VALUES@    esac
     if [[ $values && ( $option || $current != -* ) ]]; then
+        # The command as the user typed it; only a tilde prefix of plain characters is evaluated.
+        local tool=${COMP_WORDS[0]//\\/}
+        if [[ $tool =~ ^(~[A-Za-z0-9._-]*)(/.*)$ ]]; then
+            eval "tool=${BASH_REMATCH[1]}"
+            tool+=${BASH_REMATCH[2]}
+        fi
         # compgen -W would run commands in the values, which contain file names of other users. Bash inserts the
         # replies as they are, so quote them, unless a quotation has been begun: then offer what needs nothing more.
         local quote= special=
@@ -69,7 +75,17 @@ _qvutil()
             elif [[ $word != *$special* ]]; then
                 COMPREPLY+=("$prefix$word")
             fi
-        done < <("${COMP_WORDS[0]}" completion --list "$values" 2>/dev/null)
+        done < <("$tool" completion --list "$values" 2>/dev/null)
+        return
+    fi
+    # Bash expands no tilde after '=', so the path must be complete.
+    if [[ $joined && $current == '~/'* ]]; then
+        current=${current//\\/}
+        compopt -o filenames 2>/dev/null
+        COMPREPLY=()
+        while IFS= read -r word; do
+            COMPREPLY+=("$prefix$word")
+        done < <(compgen -f -- "$HOME/${current:2}")
         return
     fi
     # Options come up only when one has been begun; where no command fits, bash goes on with file names.
@@ -109,11 +125,15 @@ _qvutil()
     case "$command ${option:-$place}" in
 @VALUES@    esac
     if [[ -n $values && ( -n $option || $PREFIX != -* ) ]]; then
-        candidates=("${(@f)$("${words[1]}" completion --list "$values" 2>/dev/null)}")
+        local tool=${(Q)words[1]} # as the user typed it
+        [[ $tool != '~'* ]] || tool=${~tool}
+        candidates=("${(@f)$("$tool" completion --list "$values" 2>/dev/null)}")
         [[ -z $candidates[1] ]] || compadd -- "${(@)candidates}"
         return
     fi
     if [[ -n $option || $PREFIX != -* ]]; then
+        # Zsh expands no tilde after '=', so the path must be complete.
+        [[ $IPREFIX != --*= || $PREFIX != '~/'* ]] || PREFIX=$HOME/${PREFIX#'~/'}
         candidates=("${(@)candidates:#-*}")
         (( $#candidates )) || { _files; return }
     fi
@@ -155,6 +175,10 @@ end
 
 function __qvutil_values --description 'Values of one kind'
     set -l words (commandline -opc)
+    # A variable is not expanded any further.
+    if string match -q '~/*' -- $words[1]
+        set words[1] $HOME(string sub -s 2 -- $words[1])
+    end
     command $words[1] completion --list $argv 2>/dev/null
 end
 )sh";
