@@ -49,6 +49,8 @@ private Q_SLOTS:
     void Version();
     void Usage_data();
     void Usage();
+    void Usage_standardInputTwice_data();
+    void Usage_standardInputTwice();
     void Usage_didYouMean_data();
     void Usage_didYouMean();
     void Usage_noCommand();
@@ -350,6 +352,53 @@ void tst_ToolGeneral::Usage()
     QFETCH(const QString, expected);
 
     QCOMPARE(Run(arguments), expected);
+}
+
+void tst_ToolGeneral::Usage_standardInputTwice_data()
+{
+    QTest::addColumn<QStringList>("command");
+    QTest::addColumn<QStringList>("arguments");
+
+    const QStringList twice{u"-"_s, u"-"_s};
+    const QList<QStringList> commands{
+        {u"hash"_s},
+        {u"settings"_s, u"check"_s},
+        {u"settings"_s, u"diff"_s},
+        {u"xml"_s, u"format"_s},
+        {u"message"_s, u"decode"_s},
+        {u"xliff"_s, u"check"_s},
+        {u"xliff"_s, u"list"_s},
+        {u"xliff"_s, u"stat"_s},
+    };
+    for (const QStringList& command : commands)
+        QTest::newRow(qPrintable(command.join(u' '))) << command << twice;
+    QTest::newRow("xliff stat --html")
+        << QStringList{u"xliff"_s, u"stat"_s} << QStringList{u"--html"_s} + twice;
+    const QStringList merge{u"xliff"_s, u"merge"_s};
+    QTest::newRow("xliff merge") << merge << QStringList{u"-o"_s, u"out.xlf"_s} + twice;
+    QTest::newRow("xliff merge, two other files") << merge << QStringList{u"a.xlf"_s} + twice;
+    const QStringList lint{u"expr"_s, u"lint"_s};
+    QTest::newRow("expr lint --file") << lint << QStringList{u"--file"_s, u"-"_s, u"--file"_s, u"-"_s};
+    QTest::newRow("expr lint --file --xml")
+        << lint << QStringList{u"--file"_s, u"-"_s, u"--xml"_s, u"-"_s, u"--attribute"_s, u"a"_s};
+    QTest::newRow("xml get --translations")
+        << QStringList{u"xml"_s, u"get"_s} << QStringList{u"-"_s, u"a"_s, u"--translations"_s, u"-"_s};
+    const QStringList call{u"ipc"_s, u"call"_s};
+    QTest::newRow("ipc call, two parameters")
+        << call << QStringList{u"nobody"_s, u"Ask"_s, u"a=@-"_s, u"b=@-"_s};
+    QTest::newRow("ipc call --params")
+        << call << QStringList{u"nobody"_s, u"Ask"_s, u"a=@-"_s, u"--params"_s, u"-"_s};
+}
+
+void tst_ToolGeneral::Usage_standardInputTwice()
+{
+    QFETCH(const QStringList, command);
+    QFETCH(const QStringList, arguments);
+
+    QCOMPARE(
+        Run(command + arguments, "<a/>"),
+        u"! qvutil: only one of the files can be standard input\n! Try 'qvutil %1 --help'.\n=> 2\n"_s.arg(
+            command.join(u' ')));
 }
 
 void tst_ToolGeneral::Usage_didYouMean_data()

@@ -99,4 +99,10 @@ QByteArray InputFile::ReadAll() const
     return bytes;
 }
 
+void RequireOneStandardInput(const QStringList& files)
+{
+    if (files.count(u"-"_s) > 1)
+        throw UsageFailure(u"only one of the files can be standard input"_s);
+}
+
 } // namespace Quorvin::Tool

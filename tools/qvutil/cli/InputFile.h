@@ -6,6 +6,7 @@
 
 #include <QByteArray>
 #include <QString>
+#include <QStringList>
 #include <QTemporaryFile>
 
 #include <memory>
@@ -39,6 +40,10 @@ private:
     QString mName;
     std::unique_ptr<QTemporaryFile> mCopy;
 };
+
+/// Throws UsageFailure if standard input is more than one of a command's files, because it can be read only
+/// once.
+void RequireOneStandardInput(const QStringList& files);
 
 } // namespace Quorvin::Tool
 

@@ -1,6 +1,7 @@
 // SPDX-FileCopyrightText: 2026 The QvUtil developers
 // SPDX-License-Identifier: MIT
 
+#include "cli/InputFile.h"
 #include "documents/ValueCommands.h"
 
 #include "cli/Console.h"
@@ -48,6 +49,7 @@ void PrintValue(const QString& path, const GetOptions& options, ValueType type, 
 
 ExitCode Get(const GetOptions& options, bool hasName, bool hasDefault)
 {
+    RequireOneStandardInput({options.File, options.Translations});
     const ValueType type = TypeOf(options.Type, hasName);
     const ElementPath path(options.Path);
     std::optional<Value> defaultValue;

@@ -1,6 +1,7 @@
 // SPDX-FileCopyrightText: 2026 The QvUtil developers
 // SPDX-License-Identifier: MIT
 
+#include "cli/InputFile.h"
 #include "documents/SettingsCommands.h"
 
 #include "cli/Command.h"
@@ -43,6 +44,7 @@ void Print(const QString& file, const QList<FileProblem>& problems)
 
 ExitCode Check(const CheckOptions& options)
 {
+    RequireOneStandardInput(options.Files);
     auto code = ExitCode::Yes;
     Report report(options.Json);
     for (const QString& argument : options.Files) {

@@ -1,6 +1,7 @@
 // SPDX-FileCopyrightText: 2026 The QvUtil developers
 // SPDX-License-Identifier: MIT
 
+#include "cli/InputFile.h"
 #include "documents/SettingsCommands.h"
 
 #include "cli/Command.h"
@@ -33,8 +34,7 @@ QList<Entry> LoadEntries(const QString& argument)
 
 ExitCode Diff(const DiffOptions& options)
 {
-    if (options.Left == "-"_L1 && options.Right == "-"_L1)
-        throw UsageFailure(u"only one of the files can be standard input"_s);
+    RequireOneStandardInput({options.Left, options.Right});
     const QList<Entry> left = LoadEntries(options.Left);
     const QList<Entry> right = LoadEntries(options.Right);
     const QList<EntryDifference> differences = CompareEntries(left, right);

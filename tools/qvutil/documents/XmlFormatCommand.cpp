@@ -1,6 +1,7 @@
 // SPDX-FileCopyrightText: 2026 The QvUtil developers
 // SPDX-License-Identifier: MIT
 
+#include "cli/InputFile.h"
 #include "documents/XmlCommands.h"
 
 #include "cli/Console.h"
@@ -24,6 +25,7 @@ struct FormatOptions
 
 ExitCode Format(const FormatOptions& options)
 {
+    RequireOneStandardInput(options.Files);
     auto code = ExitCode::Yes;
     for (const QString& file : options.Files) {
         try {

@@ -172,6 +172,7 @@ ExitCode Lint(const LintOptions& options)
         throw UsageFailure(u"EXPRESSION, --file or --xml is required"_s);
     if (options.XmlFiles.isEmpty() != options.Attributes.isEmpty())
         throw UsageFailure(u"--xml and --attribute must be used together"_s);
+    RequireOneStandardInput(options.Files + options.XmlFiles);
 
     Linter linter(options);
     for (qsizetype i = 0; i < options.Expressions.size(); ++i)

@@ -53,6 +53,7 @@ ExitCode Hash(const HashOptions& options)
 {
     if (options.Files.isEmpty() && options.Texts.isEmpty())
         throw UsageFailure(u"FILE or --text is required"_s);
+    RequireOneStandardInput(options.Files);
 
     Report report(options.Json);
     for (const QString& text : options.Texts)

@@ -47,6 +47,19 @@ QVariant ReadText(const QString& text)
     return text;
 }
 
+/// Returns the names of the files that parameters refer to.
+QStringList FilesOf(const QStringList& parameters)
+{
+    QStringList files;
+    for (const QString& parameter : parameters) {
+        const bool isTyped = parameter.section(u'=', 0, 0).contains(u':');
+        const QString value = parameter.section(u'=', 1);
+        if (!isTyped && value.startsWith(u'@') && !value.startsWith("@@"_L1))
+            files += value.sliced(1);
+    }
+    return files;
+}
+
 } // namespace
 
 QVariantMap ReadParameters(const QStringList& texts)
@@ -78,6 +91,7 @@ QVariantMap ReadParameters(const QStringList& texts)
 
 MessageInfo ReadMessage(const QString& id, const QString& file, const QStringList& parameters)
 {
+    RequireOneStandardInput(FilesOf(parameters) + QStringList{file});
     MessageInfo message;
     if (!file.isEmpty()) {
         const InputFile input(file);

@@ -58,6 +58,7 @@ ExitCode DecodeFile(const InputFile& input, bool indent)
 
 ExitCode Decode(const DecodeOptions& options)
 {
+    RequireOneStandardInput(options.Files);
     auto code = ExitCode::Yes;
     const QStringList files = options.Files.isEmpty() ? QStringList{u"-"_s} : options.Files;
     for (const QString& file : files) {

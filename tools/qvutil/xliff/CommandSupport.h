@@ -6,6 +6,7 @@
 
 #include "cli/Command.h"
 #include "cli/Console.h"
+#include "cli/InputFile.h"
 #include "xliff/DocumentWalk.h"
 #include "xliff/XliffDocument.h"
 #include "xliff/XmlSource.h"
@@ -28,10 +29,12 @@ namespace Quorvin::Tool {
 /// Adds the options that select documents.
 void AddDocumentOptions(CLI::App& command, DocumentSelection& selection);
 
-/// Calls `action(file)` for each file, and reports the files that cannot be read or written.
+/// Calls `action(file)` for each file, and reports the files that cannot be read or written. Throws
+/// UsageFailure if standard input is among them twice.
 /// \return Error if there was such a file
 template <typename Action> ExitCode ForEachFile(const QStringList& files, Action action)
 {
+    RequireOneStandardInput(files);
     auto code = ExitCode::Yes;
     for (const QString& file : files) {
         try {

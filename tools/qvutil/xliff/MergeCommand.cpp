@@ -1,6 +1,7 @@
 // SPDX-FileCopyrightText: 2026 The QvUtil developers
 // SPDX-License-Identifier: MIT
 
+#include "cli/InputFile.h"
 #include "xliff/XliffCommands.h"
 
 #include "cli/Command.h"
@@ -79,6 +80,7 @@ ExitCode Merge(const MergeCommandOptions& options)
         throw UsageFailure(u"--prefer must be mine or other, not '%1'"_s.arg(options.Prefer));
     if (options.File == "-"_L1 && options.Output.isEmpty())
         throw UsageFailure(u"standard input needs --output"_s);
+    RequireOneStandardInput(options.Others + QStringList{options.File});
     CheckOutput(options);
     XliffDocument xliff{InputFile(options.File)};
     std::vector<std::unique_ptr<XliffDocument>> documents;
