@@ -1133,11 +1133,12 @@ void tst_ToolXliff::List_texts_data()
     QTest::addColumn<QStringList>("arguments");
     QTest::addColumn<QString>("expected");
 
-    QTest::newRow("all") << QStringList() << u"done\nempty\nfilled\nTwo\\nlines\nreview\n=> 0\n"_s;
+    QTest::newRow("all") << QStringList()
+                         << u"done\nempty\nfilled\nTwo\\nlines\nTwo\\\\nlines\nreview\nmarkup\n=> 0\n"_s;
     QTest::newRow("untranslated") << QStringList{u"--untranslated"_s}
-                                  << u"empty\nfilled\nTwo\\nlines\n=> 0\n"_s;
+                                  << u"empty\nfilled\nTwo\\nlines\nTwo\\\\nlines\n=> 0\n"_s;
     QTest::newRow("unfinished") << QStringList{u"--unfinished"_s}
-                                << u"empty\nfilled\nTwo\\nlines\nreview\n=> 0\n"_s;
+                                << u"empty\nfilled\nTwo\\nlines\nTwo\\\\nlines\nreview\nmarkup\n=> 0\n"_s;
 }
 
 void tst_ToolXliff::List_texts()
@@ -1150,7 +1151,9 @@ void tst_ToolXliff::List_texts()
                          Xliff(done + Unit(u"empty"_s, "<target/>")
                                + Unit(u"filled"_s, "<target state='needs-translation'>x</target>")
                                + Unit(u"Two\nlines"_s, "<target state='new'>x</target>")
-                               + Unit(u"review"_s, "<target state='needs-review-translation'>x</target>"))));
+                               + Unit(u"Two\\nlines"_s, "<target state='new'>x</target>")
+                               + Unit(u"review"_s, "<target state='needs-review-translation'>x</target>")
+                               + Unit(u"markup"_s, "<target><g id='1'>x</g></target>"))));
     QCOMPARE(mTool->Run(QStringList{u"xliff"_s, u"list"_s, u"de.xlf"_s} + arguments).ToText(), expected);
     QVERIFY(mTool->Write(u"done.xlf"_s, Xliff(done)));
     QCOMPARE(mTool->Run(QStringList{u"xliff"_s, u"list"_s, u"done.xlf"_s} + arguments).ToText(),

@@ -26,15 +26,20 @@ struct ListOptions
     bool Json = false;
 };
 
-bool IsWanted(const XliffUnit& unit, const ListOptions& options)
+bool IsWanted(const XliffDocument& xliff, const XliffUnit& unit, const ListOptions& options)
 {
     if (!options.Untranslated && !options.Unfinished)
         return true;
-    const UnitProgress progress = unit.GetProgress();
+    const bool isTranslated = xliff.HasTarget(unit) && !unit.IsFilledIn();
     const bool isFinished
-        = progress == UnitProgress::Finished && unit.Reachability == UnitReachability::Found;
-    return (options.Untranslated && (progress == UnitProgress::Empty || unit.IsFilledIn()))
-        || (options.Unfinished && !isFinished);
+        = unit.GetProgress() == UnitProgress::Finished && unit.Reachability == UnitReachability::Found;
+    return (options.Untranslated && !isTranslated) || (options.Unfinished && !isFinished);
+}
+
+/// Returns a text on one line, from which the text can be restored.
+QString OneLine(QString text)
+{
+    return Console::Visible(text.replace(u'\\', "\\\\"_L1));
 }
 
 /// Returns the name of the field in which `stat --json` counts a unit.
@@ -73,11 +78,11 @@ ExitCode List(const ListOptions& options)
     const ExitCode code = ForEachFile(options.Files, [&](const QString& file) {
         const XliffDocument xliff{InputFile(file)};
         for (const XliffUnit& unit : xliff.GetUnits()) {
-            if (!IsWanted(unit, options))
+            if (!IsWanted(xliff, unit, options))
                 continue;
             isAny = true;
             report.AddItem([&] { return ToJson(xliff, unit); },
-                           [&] { Console::PrintLine(Console::Visible(unit.Source)); });
+                           [&] { Console::PrintLine(OneLine(unit.Source)); });
         }
     });
     report.Finish();
@@ -95,8 +100,9 @@ void AddXliffListCommand(CommandLine& line, CLI::App& group)
         "qvutil xliff list de.xlf --untranslated | wc -l    # how many?\n"
         "qvutil xliff list de.xlf --unfinished --json       # with their places and targets",
         [options] { return List(*options); });
-    AddExplanation(command,
-                   "Line breaks in a text are shown as \\n. The exit code is 1 if no text is listed.");
+    AddExplanation(
+        command,
+        "Line breaks in a text are shown as \\n, and \\ as \\\\. The exit code is 1 if no text is listed.");
     AddTexts(command, "XLIFF", options->Files, "XLIFF files")->required();
     command.add_flag("--untranslated", options->Untranslated,
                      "Only texts without a target, or with a target that was only filled in");
