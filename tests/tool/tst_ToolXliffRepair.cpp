@@ -79,6 +79,8 @@ private Q_SLOTS:
     void Repair_largeFile();
     void Repair_rules();
     void Approve_progress();
+    void Approve_agreesWithStat_data();
+    void Approve_agreesWithStat();
     void Approve_leaves_data();
     void Approve_leaves();
     void Approve_linguist();
@@ -806,6 +808,41 @@ void tst_ToolXliffRepair::Approve_progress()
     QCOMPARE(mTool->Run({u"xliff"_s, u"stat"_s, u"de.xlf"_s}).ToText(), before.ToText());
     QCOMPARE(mTool->Run({u"xliff"_s, u"repair"_s, u"--approve"_s, u"de.xlf"_s}).ToText(),
              u"de.xlf: nothing to repair\n=> 0\n"_s);
+}
+
+void tst_ToolXliffRepair::Approve_agreesWithStat_data()
+{
+    QTest::addColumn<QByteArray>("target");
+    QTest::addColumn<bool>("isFinished");
+
+    QTest::newRow("text") << QByteArray("<target>a</target>") << true;
+    QTest::newRow("blank CDATA section") << QByteArray("<target><![CDATA[ ]]></target>") << true;
+    QTest::newRow("mark") << QByteArray("<target>tr(a)</target>") << true;
+    QTest::newRow("mark around a space") << QByteArray("<target>tr( )</target>") << true;
+    QTest::newRow("mark without a text") << QByteArray("<target>tr()</target>") << false;
+    QTest::newRow("mark in a CDATA section") << QByteArray("<target><![CDATA[tr()]]></target>") << true;
+    QTest::newRow("element around a space") << QByteArray("<target><g id='1'> </g></target>") << false;
+    QTest::newRow("indentation") << QByteArray("<target>\n  </target>") << false;
+    QTest::newRow("comment") << QByteArray("<target><!-- a --></target>") << false;
+}
+
+void tst_ToolXliffRepair::Approve_agreesWithStat()
+{
+    QFETCH(const QByteArray, target);
+    QFETCH(const bool, isFinished);
+
+    for (const bool wasApproved : {false, true}) {
+        const QByteArray approved = " approved=\"yes\"";
+        QVERIFY(
+            mTool->Write(u"de.xlf"_s, Xliff(Unit(u"A"_s, target, 0, wasApproved ? approved : QByteArray()))));
+        const QStringList stat{u"xliff"_s, u"stat"_s, u"de.xlf"_s};
+        const QString before = Run(stat);
+        QVERIFY2(before.contains(isFinished ? u"1 of 1"_s : u"0 of 1"_s), qPrintable(before));
+        QCOMPARE(mTool->Run({u"xliff"_s, u"repair"_s, u"--approve"_s, u"de.xlf"_s}).ExitCode, 0);
+        const QByteArray after = mTool->Read(u"de.xlf"_s);
+        QVERIFY2(after.contains(approved) == isFinished, after.constData());
+        QCOMPARE(Run(stat), before);
+    }
 }
 
 void tst_ToolXliffRepair::Approve_leaves_data()

@@ -357,7 +357,7 @@ bool XliffDocument::HasTarget(const XliffUnit& unit) const
     const auto next = static_cast<qsizetype>(unit.TargetElement) + 1;
     const bool hasElement
         = unit.TargetElement >= 0 && next < elements.size() && elements.at(next).Parent == unit.TargetElement;
-    return hasElement || !unit.Target.isEmpty() || !IsBlank(unit.WholeTarget);
+    return hasElement || !unit.Target.isEmpty() || !IsBlank(unit.GetShownTarget());
 }
 
 QStringView XliffDocument::GetContentText(int element) const

@@ -141,7 +141,7 @@ private:
         for (int i = 0; i < Units().size(); ++i) {
             const XliffUnit& unit = Units().at(i);
             mUnitOf[unit.Element] = i;
-            mTargets.append(IsBlank(unit.WholeTarget) ? QString() : unit.WholeTarget);
+            mTargets.append(unit.Target);
             for (int parent = mElements.at(unit.Element).Parent; parent >= 0 && !mHoldsUnits.at(parent);
                  parent = mElements.at(parent).Parent)
                 mHoldsUnits[parent] = true;
@@ -417,7 +417,7 @@ private:
             const XliffUnit& unit = Units().at(index);
             const bool isFound = unit.Reachability == UnitReachability::Found && unit.Id == FinalId(unit);
             const UnitProgress progress = FinalProgress(index);
-            const bool hasTarget = progress != UnitProgress::Empty;
+            const bool hasTarget = !IsBlank(mTargets.at(index));
             return std::tuple(hasTarget && !IsTargetLeft(unit), hasTarget, isFound,
                               isFound || progress == UnitProgress::Finished, index);
         };
@@ -808,7 +808,7 @@ private:
     QList<int> mUnitOf; // by element: index of the unit, or -1
     QList<bool> mHoldsUnits; // by element
     QList<bool> mIsDropped; // by element: whether it is a unit that was joined to another
-    QStringList mTargets; // of the units, after the repair
+    QStringList mTargets; // of the units, as the library reads them after the repair
     QHash<int, InlineText> mTexts; // of targets that the library does not read completely
     QSet<int> mHasLanguage;
     QSet<int> mHasSourceLanguage;
