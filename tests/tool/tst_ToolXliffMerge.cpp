@@ -83,6 +83,12 @@ void tst_ToolXliffMerge::MergeUnits_data()
     QTest::newRow("both finished, other preferred") << a << b << u"other"_s << takenB << 1;
     QTest::newRow("only white space")
         << QByteArray("<target><![CDATA[ ]]></target>") << b << QString() << QByteArray() << 1;
+    QTest::newRow("mark without a text")
+        << QByteArray("<target>tr()</target>") << b << QString() << takenB << 0;
+    QTest::newRow("mark without a text in the other")
+        << none << QByteArray("<target>tr()</target>") << QString() << QByteArray() << 0;
+    QTest::newRow("indentation around the only element")
+        << none << QByteArray("<target>\n    <g id='1'>b</g>\n</target>") << QString() << takenB << 0;
 }
 
 void tst_ToolXliffMerge::MergeUnits()

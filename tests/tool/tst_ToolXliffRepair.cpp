@@ -12,6 +12,7 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QRandomGenerator>
+#include <QRegularExpression>
 
 #include <functional>
 
@@ -56,6 +57,11 @@ private Q_SLOTS:
     void Repair_shapes_data();
     void Repair_shapes();
     void Repair_exactText();
+    void Repair_indentation_data();
+    void Repair_indentation();
+    void Repair_misplaced_data();
+    void Repair_misplaced();
+    void Repair_anyNesting();
     void Repair_leaves_data();
     void Repair_leaves();
     void Repair_leavesAll();
@@ -280,6 +286,147 @@ void tst_ToolXliffRepair::Repair_exactText()
                 .replace(
                     "        </body>\n",
                     "        </body>\n        <header>\n            <note>h</note>\n        </header>\n")));
+}
+
+void tst_ToolXliffRepair::Repair_indentation_data()
+{
+    QTest::addColumn<QByteArray>("target");
+    QTest::addColumn<QString>("expected");
+
+    QTest::newRow("around the only element") << QByteArray("\n    <g id='1'>a</g>\n  ") << u"a"_s;
+    QTest::newRow("between line feeds of Windows") << QByteArray("\r\n    <g id='1'>a</g>\r\n  ") << u"a"_s;
+    QTest::newRow("in nested elements")
+        << QByteArray("\n  <g id='1'>\n    <g id='2'>a</g>\n  </g>\n") << u"a"_s;
+    QTest::newRow("between two elements")
+        << QByteArray("\n  <g id='1'>a</g>\n  <g id='2'>b</g>\n") << u"a b"_s;
+    QTest::newRow("before a space") << QByteArray("<g id='1'>a</g>\n  <g id='2'> b</g>") << u"a b"_s;
+    QTest::newRow("before an equivalent text")
+        << QByteArray("<g id='1'>a</g>\n  <x id='2' equiv-text='%1'/>\n") << u"a %1"_s;
+    QTest::newRow("before a line break")
+        << QByteArray("<g id='1'>a</g>\n  <x id='2' ctype='lb'/>\n  <g id='3'>b</g>") << u"a\n b"_s;
+    QTest::newRow("around a comment") << QByteArray("\n  <!-- c -->\n  <g id='1'>a</g>\n") << u"a"_s;
+    QTest::newRow("a space is text") << QByteArray(" <g id='1'>a</g> <g id='2'>b</g> ") << u" a b "_s;
+    QTest::newRow("a reference is text") << QByteArray("&#10;<g id='1'>a</g>") << u"\na"_s;
+    QTest::newRow("a CDATA section is text") << QByteArray("<![CDATA[\n]]><g id='1'>a</g>") << u"\na"_s;
+    QTest::newRow("all of an element is text") << QByteArray("<ph id='1'>\n</ph>a") << u"\na"_s;
+    QTest::newRow("beside a text is text") << QByteArray("\n  a <g id='1'>b</g>\n  c") << u"\n  a b\n  c"_s;
+}
+
+void tst_ToolXliffRepair::Repair_indentation()
+{
+    QFETCH(const QByteArray, target);
+    QFETCH(const QString, expected);
+
+    const QByteArray file = Xliff(Unit(u"A"_s, "<target>" + target + "</target>"));
+    QVERIFY(mTool->Write(u"de.xlf"_s, file));
+    QCOMPARE(mTool->Run({u"xliff"_s, u"repair"_s, u"de.xlf"_s}).ExitCode, 0);
+    QCOMPARE(Translated(mTool->Path(u"de.xlf"_s), u"A"_s), expected);
+    // With xml:space="preserve", all white space is text.
+    QVERIFY(mTool->Write(u"de.xlf"_s, QByteArray(file).replace("<body", "<body xml:space='preserve'")));
+    QCOMPARE(mTool->Run({u"xliff"_s, u"repair"_s, u"de.xlf"_s}).ExitCode, 0);
+    QByteArray text = target;
+    text.replace("\r\n", "\n").replace("<![CDATA[\n]]>", "\n").replace("&#10;", "\n");
+    text.replace("<x id='2' equiv-text='%1'/>", "%1").replace("<x id='2' ctype='lb'/>", "\n");
+    static const QRegularExpression markup(u"<[^>]*>"_s);
+    QCOMPARE(Translated(mTool->Path(u"de.xlf"_s), u"A"_s), QString::fromUtf8(text).remove(markup));
+}
+
+void tst_ToolXliffRepair::Repair_misplaced_data()
+{
+    QTest::addColumn<QByteArray>("content"); // of the body
+    QTest::addColumn<QString>("error");
+
+    const QByteArray inner = "<trans-unit id='2'><source>B</source><target>b</target></trans-unit>";
+    const auto unit
+        = [](const QByteArray& text) { return "<trans-unit id='1'>\n" + text + "\n</trans-unit>\n"; };
+    QTest::newRow("unit in a target")
+        << unit("<source>A</source><target>a " + inner + "</target>")
+        << u"de.xlf:6:29: the unit is inside the target of the unit on line 5; move it out by hand first"_s;
+    QTest::newRow("unit in an element of a target")
+        << unit("<source>A</source><target><g id='1'>" + inner + "</g>a</target>")
+        << u"de.xlf:6:37: the unit is inside the target of the unit on line 5; move it out by hand first"_s;
+    QTest::newRow("unit in a source")
+        << unit("<source>A" + inner + "</source><target>a</target>")
+        << u"de.xlf:6:10: the unit is inside the source of the unit on line 5; move it out by hand first"_s;
+    QTest::newRow("file in a body")
+        << "<file original='z.xml'><body>\n" + inner + "</body></file>\n"
+        << u"de.xlf:5:1: the file element is inside another element, but must be a child of the root; move "
+           "it by hand first"_s;
+}
+
+void tst_ToolXliffRepair::Repair_misplaced()
+{
+    QFETCH(const QByteArray, content);
+    QFETCH(const QString, error);
+
+    const QByteArray before = Xliff(content);
+    const QByteArray other = Xliff(Unit(u"A"_s, "<target>x</target>"));
+    QVERIFY(mTool->Write(u"de.xlf"_s, before));
+    QVERIFY(mTool->Write(u"other.xlf"_s, QByteArray(other).replace("<body>", "<header/><body>")));
+    QCOMPARE(Run({u"xliff"_s, u"repair"_s, u"de.xlf"_s, u"other.xlf"_s}).section(u'\n', -3),
+             u"! qvutil: %1\n=> 2\n"_s.arg(error));
+    // The other file is repaired.
+    QCOMPARE(Translated(mTool->Path(u"other.xlf"_s), u"A"_s), u"x"_s);
+    QCOMPARE(Run({u"xliff"_s, u"repair"_s, u"other.xlf"_s}), u"other.xlf: nothing to repair\n=> 0\n"_s);
+    const QByteArray repaired = mTool->Read(u"other.xlf"_s);
+    // All commands that change a file refuse it.
+    const QList<QStringList> commands{{u"fill"_s, u"de.xlf"_s},
+                                      {u"merge"_s, u"de.xlf"_s, u"other.xlf"_s},
+                                      {u"merge"_s, u"other.xlf"_s, u"de.xlf"_s}};
+    for (const QStringList& command : commands)
+        QCOMPARE(Run(QStringList{u"xliff"_s} + command), u"! qvutil: %1\n=> 2\n"_s.arg(error));
+    QCOMPARE(mTool->Read(u"de.xlf"_s), before);
+    QCOMPARE(mTool->Read(u"other.xlf"_s), repaired);
+}
+
+/// Repairs files with elements in random places. The file loses no text, or stays as it is with a reason that
+/// names a line.
+void tst_ToolXliffRepair::Repair_anyNesting()
+{
+    QRandomGenerator random(20260102); // the same files each time
+    static const QList<QByteArray> names{"file",   "body",   "group",  "trans-unit",
+                                         "source", "target", "header", "alt-trans",
+                                         "note",   "g",      "x",      "trans-unit"};
+    int refused = 0;
+    for (int round = 0; round < 150; ++round) {
+        QStringList words;
+        const std::function<QByteArray(int)> element = [&](int depth) -> QByteArray {
+            const QByteArray name = names.at(random.bounded(names.size()));
+            QByteArray text = '<' + name + " id='" + QByteArray::number(random.bounded(5))
+                + (name == "file" ? "' original='ui.xml'>" : "'>");
+            for (int i = static_cast<int>(random.bounded(depth > 5 ? 1 : 4)); i > 0; --i) {
+                words += u"w%1w"_s.arg(words.size());
+                text += random.bounded(2) == 0 ? "\n" + element(depth + 1)
+                                               : "<source>" + words.constLast().toLatin1() + "</source>";
+                words += u"w%1w"_s.arg(words.size());
+                text += words.constLast().toLatin1();
+            }
+            return text + "</" + name + '>';
+        };
+        QByteArray content;
+        for (int i = 0; i < 4; ++i)
+            content += element(0) + '\n';
+        const QByteArray before = Xliff(content);
+        QVERIFY(mTool->Write(u"de.xlf"_s, before));
+        const ToolResult result = mTool->Run({u"xliff"_s, u"repair"_s, u"--approve"_s, u"de.xlf"_s});
+        const QByteArray after = mTool->Read(u"de.xlf"_s);
+        if (result.ExitCode == 2) {
+            ++refused;
+            static const QRegularExpression place(u"^qvutil: de\\.xlf:\\d+:\\d+: the "_s);
+            QVERIFY2(place.match(QString::fromUtf8(result.Errors)).hasMatch(),
+                     (result.Errors + before).constData());
+            QCOMPARE(after, before);
+            continue;
+        }
+        QVERIFY2(result.ExitCode == 0 || result.ExitCode == 1, (result.Errors + before).constData());
+        QCOMPARE(result.Errors, QByteArray());
+        for (const QString& word : std::as_const(words)) {
+            QVERIFY2(after.count(word.toLatin1()) == before.count(word.toLatin1()),
+                     (word.toUtf8() + result.Output + before + after).constData());
+        }
+        QVERIFY2(mTool->Run({u"xliff"_s, u"check"_s, u"de.xlf"_s}).ExitCode < 2, after.constData());
+    }
+    QVERIFY(refused > 10 && refused < 140);
 }
 
 void tst_ToolXliffRepair::Repair_leaves_data()

@@ -99,6 +99,7 @@ private:
             extraction.Prune = false;
         }
         XliffDocument xliff = QFileInfo::exists(file) ? XliffDocument(InputFile(file)) : XliffDocument();
+        xliff.RequireChangeable();
         const QList<DocumentReport> reports = UpdateXliff(xliff, mWalk->Documents, extraction);
         if (xliff.IsChanged() && !mOptions.DryRun)
             xliff.Save(file);

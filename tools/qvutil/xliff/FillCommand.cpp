@@ -51,6 +51,7 @@ ExitCode FillFile(const QString& name, const FillOptions& options)
         CheckReplaced(name, options.Output);
     const InputFile file(name);
     XliffDocument xliff(file);
+    xliff.RequireChangeable();
     int filled = 0;
     int left = 0;
     for (const XliffUnit& unit : xliff.GetUnits()) {

@@ -7,6 +7,8 @@
 
 #include <QXmlStreamReader>
 
+#include <utility>
+
 using namespace Qt::StringLiterals;
 
 namespace Quorvin::Tool {
@@ -39,14 +41,15 @@ private:
 
     void ReadToken(QXmlStreamReader::TokenType token)
     {
+        const bool isAfterStartTag = std::exchange(mIsAfterStartTag, false);
         if (token == QXmlStreamReader::StartElement)
             StartElement();
-        else if (mText == nullptr)
-            return;
         else if (token == QXmlStreamReader::EndElement)
             EndElement();
+        else if (mText == nullptr)
+            return;
         else if (token == QXmlStreamReader::Characters)
-            mText->Text += mReader.text();
+            ReadCharacters(isAfterStartTag);
         else if (token == QXmlStreamReader::Comment)
             mText->Comments += "<!--"_L1 + mReader.text().toString() + "-->"_L1;
         else if (token == QXmlStreamReader::ProcessingInstruction)
@@ -54,9 +57,42 @@ private:
                 + mReader.processingInstructionData().toString() + "?>"_L1;
     }
 
+    /// Returns whether the reader's text only indents the elements around it. White space in a reference or a
+    /// CDATA section does not.
+    [[nodiscard]] bool IsIndentation() const
+    {
+        return !mPreserves.constLast() && mReader.isWhitespace() && !mReader.isCDATA()
+            && mReader.text().contains(u'\n');
+    }
+
+    void ReadCharacters(bool isAfterStartTag)
+    {
+        if (!IsIndentation()) {
+            AddText(mReader.text());
+            return;
+        }
+        mIndentation = mReader.text().toString();
+        mIsIndentationAlone = isAfterStartTag && !mOpen.isEmpty();
+    }
+
+    /// Adds text. Indentation between two texts becomes a space; elsewhere it is dropped.
+    void AddText(QStringView text)
+    {
+        if (text.isEmpty())
+            return;
+        if (!mIndentation.isEmpty() && !mText->Text.isEmpty() && !text.front().isSpace())
+            mText->Text += u' ';
+        mIndentation.clear();
+        mText->Text += text;
+    }
+
     void StartElement()
     {
         ++mNumber;
+        const QXmlStreamAttributes attributes = mReader.attributes();
+        const QStringView space = attributes.value("xml:space"_L1);
+        const bool isInherited = !mPreserves.isEmpty() && mPreserves.constLast();
+        mPreserves.append(space.isEmpty() ? isInherited : space == "preserve"_L1);
         if (mText != nullptr)
             StartInline();
         else if (mElements.contains(mNumber))
@@ -79,20 +115,28 @@ private:
                 + u'"';
         mText->Markup += tag + u'>';
         mOpen.append(element);
+        mIsIndentationAlone = false;
+        mIsAfterStartTag = true;
     }
 
     void EndElement()
     {
+        mPreserves.removeLast();
+        if (mText == nullptr)
+            return;
         if (mOpen.isEmpty()) { // this ends the source or target
             mText = nullptr;
+            mIndentation.clear();
             return;
         }
         const OpenElement element = mOpen.takeLast();
+        if (std::exchange(mIsIndentationAlone, false)) // the element stands for this white space
+            mText->Text += std::exchange(mIndentation, {});
         if (mText->Text.size() > element.TextBegin)
             return;
         static const QSet<QString> substitutes{u"x"_s, u"bx"_s, u"ex"_s, u"ph"_s};
         if (!element.Equivalent.isNull())
-            mText->Text += element.Equivalent;
+            AddText(element.Equivalent);
         else if (substitutes.contains(element.Name))
             mText->Unknown += u'<' + element.Name + u'>';
     }
@@ -102,6 +146,10 @@ private:
     QHash<int, InlineText> mTexts;
     InlineText* mText = nullptr; // of the source or target that is being read
     QList<OpenElement> mOpen;
+    QList<bool> mPreserves; // one for each open element: whether all white space is text
+    QString mIndentation; // that has not been followed by text yet
+    bool mIsIndentationAlone = false; // whether it is all that the innermost element has contained so far
+    bool mIsAfterStartTag = false; // whether the previous token was the start of an inline element
     int mNumber = -1;
 };
 

@@ -83,10 +83,12 @@ ExitCode Merge(const MergeCommandOptions& options)
     RequireOneStandardInput(options.Others + QStringList{options.File});
     CheckOutput(options);
     XliffDocument xliff{InputFile(options.File)};
+    xliff.RequireChangeable();
     std::vector<std::unique_ptr<XliffDocument>> documents;
     QList<const XliffDocument*> others;
     for (const QString& file : options.Others) {
         documents.push_back(std::make_unique<XliffDocument>(InputFile(file)));
+        documents.back()->RequireChangeable();
         others.append(documents.back().get());
     }
     const MergeResult result = MergeXliff(xliff, others, {options.Prefer == "other"_L1, options.Reuse});

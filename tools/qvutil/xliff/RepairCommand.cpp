@@ -54,6 +54,7 @@ private:
     void RepairFile(const QString& name)
     {
         XliffDocument xliff{InputFile(name)};
+        xliff.RequireChangeable();
         const QList<RepairNote> notes = RepairXliff(xliff, mOptions.Approve);
         const QString output = mOptions.Output.isEmpty() ? name : mOptions.Output;
         const bool isWanted = xliff.IsChanged() || !mOptions.Output.isEmpty();

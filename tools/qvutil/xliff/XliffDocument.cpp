@@ -37,6 +37,12 @@ bool IsUnfinished(QStringView state)
     return state == u"new" || state.startsWith(u"needs-");
 }
 
+/// Whether an element of a unit contains its source or target.
+bool IsText(QStringView name)
+{
+    return name == u"source" || name == u"seg-source" || name == u"target";
+}
+
 bool IsDigest(const QString& id)
 {
     return id.size() == 32 && std::all_of(id.begin(), id.end(), [](QChar c) {
@@ -127,6 +133,30 @@ XliffDocument::XliffDocument(const InputFile& file)
     if (!mSource.HasPlaces())
         throw Failure(mName, u"contains entities with markup; replace them with the markup"_s);
     Read();
+}
+
+void XliffDocument::RequireChangeable() const
+{
+    const auto refuse = [this](int element, const QString& reason) {
+        const Place place = GetPlace(element);
+        throw Failure(u"%1:%2:%3"_s.arg(mName, QString::number(place.Line), QString::number(place.Column)),
+                      reason);
+    };
+    for (const XliffUnit& unit : mUnits) {
+        int child = unit.Element;
+        for (int parent = GetParent(child); parent >= 0; child = parent, parent = GetParent(child)) {
+            if (LocalName(NameOf(parent)) == u"trans-unit" && IsText(NameOf(child))) {
+                refuse(unit.Element,
+                       u"the unit is inside the %1 of the unit on line %2; move it out by hand first"_s.arg(
+                           NameOf(child), QString::number(GetPlace(parent).Line)));
+            }
+            if (NameOf(parent) == u"file" && GetParent(parent) > 0) {
+                refuse(parent,
+                       u"the file element is inside another element, but must be a child of the root; move "
+                       "it by hand first"_s);
+            }
+        }
+    }
 }
 
 void XliffDocument::Read()
@@ -442,9 +472,7 @@ bool XliffDocument::SetLine(const XliffUnit& unit, int line)
             AddEdit({element.TagEnd, element.ContentEnd, number});
             return true;
         }
-        const bool isText
-            = element.Name == u"source" || element.Name == u"seg-source" || element.Name == u"target";
-        if (element.Parent == unit.Element && isText)
+        if (element.Parent == unit.Element && IsText(element.Name))
             last = i;
     }
     if (last == unit.Element)

@@ -103,6 +103,10 @@ public:
     /// Loads a file; throws Failure if it cannot be read or is not XLIFF 1.
     explicit XliffDocument(const InputFile& file);
 
+    /// Throws Failure with a place if a change could lose text, because a unit is inside the source or target
+    /// of another, or a file element with units is inside another element.
+    void RequireChangeable() const;
+
     /// Returns the name of the file for messages.
     [[nodiscard]] const QString& GetName() const { return mName; }
     [[nodiscard]] const QList<XliffFile>& GetFiles() const { return mFiles; }
