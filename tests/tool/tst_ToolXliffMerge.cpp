@@ -7,6 +7,7 @@
 #include "support/XliffSupport.h"
 
 #include <QJsonDocument>
+#include <QRegularExpression>
 
 using namespace Qt::StringLiterals;
 using TestSupport::Id;
@@ -24,6 +25,8 @@ private Q_SLOTS:
     void MergeUnits();
     void MatchUnits_data();
     void MatchUnits();
+    void Languages_data();
+    void Languages();
     void SeveralFiles();
     void SeveralFiles_firstWins_data();
     void SeveralFiles_firstWins();
@@ -168,6 +171,95 @@ void tst_ToolXliffMerge::MatchUnits()
     QCOMPARE(Translated(mTool->Path(u"de.xlf"_s), u"A"_s),
              result.contains(u"1 translation taken"_s) ? u"a"_s : QString::fromLatin1(Id(u"A"_s)));
     QCOMPARE(mTool->Read(u"old.xlf"_s), other);
+}
+
+void tst_ToolXliffMerge::Languages_data()
+{
+    QTest::addColumn<QStringList>("mine"); // target languages of the file elements for ui.xml
+    QTest::addColumn<QList<QStringList>>("others"); // the same of the other files
+    QTest::addColumn<QStringList>("targets"); // in mine after the merge
+    QTest::addColumn<QString>("result");
+
+    const QString taken = u"mine.xlf: 1 translation taken, 0 conflicts; written\n=> 0\n"_s;
+    const QString both = u"mine.xlf: 2 translations taken, 0 conflicts; written\n=> 0\n"_s;
+    const QStringList german{u"de"_s};
+    const QStringList unnamed{QString()};
+    const QStringList deFr{u"de"_s, u"fr"_s};
+    const QStringList frDe{u"fr"_s, u"de"_s};
+
+    QTest::newRow("two languages in the other file")
+        << german << QList<QStringList>{deFr} << QStringList{u"0 de"_s} << taken;
+    QTest::newRow("two languages in the other file, mine last")
+        << german << QList<QStringList>{frDe} << QStringList{u"0 de"_s} << taken;
+    QTest::newRow("two languages in both files")
+        << deFr << QList<QStringList>{frDe} << QStringList{u"0 de"_s, u"0 fr"_s} << both;
+    QTest::newRow("one language in each of the other files")
+        << deFr << QList<QStringList>{{u"fr"_s}, german} << QStringList{u"1 de"_s, u"0 fr"_s} << both;
+    QTest::newRow("other spelling") << german << QList<QStringList>{{u"DE"_s}} << QStringList{u"0 DE"_s}
+                                    << taken;
+    QTest::newRow("only mine names a language")
+        << german << QList<QStringList>{unnamed} << QStringList{u"0 "_s} << taken;
+    QTest::newRow("only one file names a language")
+        << unnamed << QList<QStringList>{german, unnamed} << QStringList{u"0 de"_s}
+        << u"mine.xlf:4:1: \"A\": \"0 de\" is kept; 1.xlf:4:1 has \"1 \" [conflict]\n"
+           "mine.xlf: 1 translation taken, 1 conflict; written\n=> 1\n"_s;
+    QTest::newRow("none names a language")
+        << unnamed << QList<QStringList>{unnamed} << QStringList{u"0 "_s} << taken;
+    QTest::newRow("the other names its language once")
+        << german << QList<QStringList>{{u"fr"_s, QString()}} << QStringList{QString()}
+        << u"! qvutil: 0.xlf: translates en to fr, not en to de\n=> 2\n"_s;
+    QTest::newRow("mine may be in either language")
+        << unnamed << QList<QStringList>{deFr} << QStringList{QString()}
+        << u"! qvutil: mine.xlf:3:1: the file element has no target-language, which could be de or fr\n"
+           "=> 2\n"_s;
+    QTest::newRow("mine may be in the language of either file")
+        << unnamed << QList<QStringList>{german, {u"fr"_s}} << QStringList{QString()}
+        << u"! qvutil: mine.xlf:3:1: the file element has no target-language, which could be de or fr\n"
+           "=> 2\n"_s;
+    QTest::newRow("the other may be in either language")
+        << deFr << QList<QStringList>{unnamed} << QStringList{QString(), QString()}
+        << u"! qvutil: 0.xlf:3:1: the file element has no target-language, which could be de or fr\n"
+           "=> 2\n"_s;
+}
+
+// Each translation names the file that it comes from and its language.
+void tst_ToolXliffMerge::Languages()
+{
+    QFETCH(const QStringList, mine);
+    QFETCH(const QList<QStringList>, others);
+    QFETCH(const QStringList, targets);
+    QFETCH(const QString, result);
+
+    const auto write = [this](const QString& name, const QStringList& languages, const QString& target) {
+        QString text = u"<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<xliff version=\"1.2\">\n"_s;
+        for (const QString& language : languages) {
+            const QString attribute
+                = language.isEmpty() ? QString() : u" target-language=\"%1\""_s.arg(language);
+            const QString content
+                = target.isEmpty() ? u"<target/>"_s : u"<target>%1 %2</target>"_s.arg(target, language);
+            text += u"<file original=\"ui.xml\" source-language=\"en\"%1 datatype=\"xml\"><body>\n"
+                    "<trans-unit id=\"%2\"><source>A</source>%3</trans-unit>\n</body></file>\n"_s.arg(
+                        attribute, QString::fromLatin1(Id(u"A"_s)), content);
+        }
+        return mTool->Write(name, (text + u"</xliff>\n"_s).toUtf8());
+    };
+    QVERIFY(write(u"mine.xlf"_s, mine, {}));
+    const QByteArray before = mTool->Read(u"mine.xlf"_s);
+    QStringList arguments{u"xliff"_s, u"merge"_s, u"mine.xlf"_s};
+    for (qsizetype i = 0; i < others.size(); ++i) {
+        arguments += u"%1.xlf"_s.arg(i);
+        QVERIFY(write(arguments.constLast(), others.at(i), QString::number(i)));
+    }
+    QCOMPARE(Run(arguments), result);
+    static const QRegularExpression target(u"<target[^>]*?(?:/>|>([^<]*)<)"_s);
+    QStringList found;
+    QRegularExpressionMatchIterator matches
+        = target.globalMatch(QString::fromUtf8(mTool->Read(u"mine.xlf"_s)));
+    while (matches.hasNext())
+        found += matches.next().captured(1);
+    QCOMPARE(found, targets);
+    if (result.endsWith("=> 2\n"_L1))
+        QCOMPARE(mTool->Read(u"mine.xlf"_s), before);
 }
 
 void tst_ToolXliffMerge::SeveralFiles()
@@ -442,10 +534,10 @@ void tst_ToolXliffMerge::Refusals_data()
     QTest::addColumn<QString>("error");
 
     const QString hint = u"! Try 'qvutil xliff merge --help'.\n"_s;
-    QTest::newRow("another language")
-        << QStringList{u"de.xlf"_s, u"fr.xlf"_s} << u"! qvutil: fr.xlf: translates into fr, not into de\n"_s;
-    QTest::newRow("another source language")
-        << QStringList{u"de.xlf"_s, u"it.xlf"_s} << u"! qvutil: it.xlf: translates from it, not from en\n"_s;
+    QTest::newRow("another language") << QStringList{u"de.xlf"_s, u"fr.xlf"_s}
+                                      << u"! qvutil: fr.xlf: translates en to fr, not en to de\n"_s;
+    QTest::newRow("another source language") << QStringList{u"de.xlf"_s, u"it.xlf"_s}
+                                             << u"! qvutil: it.xlf: translates it to de, not en to de\n"_s;
     QTest::newRow("another file as output")
         << QStringList{u"de.xlf"_s, u"old.xlf"_s, u"-o"_s, u"./old.xlf"_s}
         << u"! qvutil: --output must not be old.xlf, from which translations are taken\n"_s + hint;

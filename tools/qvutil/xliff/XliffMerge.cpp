@@ -4,6 +4,7 @@
 #include "xliff/XliffMerge.h"
 
 #include "cli/Failure.h"
+#include "xliff/CommandSupport.h"
 
 #include <QHash>
 #include <QSet>
@@ -16,39 +17,95 @@ using namespace Qt::StringLiterals;
 namespace Quorvin::Tool {
 namespace {
 
+/// The languages of a file element, as they are compared.
 struct LanguagePair
 {
-    QString Source;
+    QString Source; ///< without its region: only units with exactly the same source are merged
     QString Target;
+
+    friend bool operator==(const LanguagePair&, const LanguagePair&) = default;
 };
 
-LanguagePair LanguagesOf(const XliffFile& file)
+QString Normalized(const QString& language)
 {
-    return {file.SourceLanguage, file.TargetLanguage};
+    return QString(language).replace(u'_', u'-').toLower();
 }
 
-LanguagePair LanguagesOf(const XliffDocument& xliff, const XliffUnit& unit)
+/// Returns the languages that each file element names.
+QList<LanguagePair> NamedLanguages(const XliffDocument& xliff)
 {
-    return unit.File < 0 ? LanguagePair() : LanguagesOf(xliff.GetFiles().at(unit.File));
+    QList<LanguagePair> result;
+    for (const XliffFile& file : xliff.GetFiles())
+        result.append({Normalized(file.SourceLanguage).section(u'-', 0, 0), Normalized(file.TargetLanguage)});
+    return result;
 }
 
-bool AgreeTargets(const LanguagePair& a, const LanguagePair& b)
+/// Returns the different source or target languages in a list, without those that are not known.
+QStringList DistinctLanguages(const QList<LanguagePair>& pairs, QString LanguagePair::*field)
 {
-    return a.Target.isEmpty() || b.Target.isEmpty() || IsSameLanguage(a.Target, b.Target);
+    QStringList result;
+    for (const LanguagePair& pair : pairs)
+        result.append(pair.*field);
+    result.removeAll(QString());
+    result.removeDuplicates();
+    return result;
 }
 
-/// Regions are ignored, so "en" and "en-US" agree: only units with exactly the same source are merged.
-bool AgreeSources(const LanguagePair& a, const LanguagePair& b)
+/// The languages of the units of a file. File elements that name no language have the language of the others.
+class UnitLanguages
 {
-    const auto primary
-        = [](const QString& language) { return QString(language).replace(u'_', u'-').section(u'-', 0, 0); };
-    return a.Source.isEmpty() || b.Source.isEmpty() || IsSameLanguage(primary(a.Source), primary(b.Source));
-}
+public:
+    /// Throws Failure if it is not certain which language a file element has.
+    /// \param elsewhere  the languages of the files with which this one is merged, for a file that names none
+    UnitLanguages(const XliffDocument& xliff, const QList<LanguagePair>& elsewhere)
+        : mOfFiles(NamedLanguages(xliff))
+    {
+        FillIn(xliff, elsewhere, &LanguagePair::Source, u"source-language");
+        FillIn(xliff, elsewhere, &LanguagePair::Target, u"target-language");
+    }
 
-bool Agree(const LanguagePair& a, const LanguagePair& b)
-{
-    return AgreeTargets(a, b) && AgreeSources(a, b);
-}
+    [[nodiscard]] LanguagePair Of(const XliffUnit& unit) const
+    {
+        return unit.File < 0 ? mDefault : mOfFiles.at(unit.File);
+    }
+    [[nodiscard]] const QList<LanguagePair>& OfFiles() const { return mOfFiles; }
+
+    /// Returns the languages for a message: "en to de, en to fr".
+    [[nodiscard]] QString ToText() const
+    {
+        QStringList result;
+        for (const LanguagePair& languages : mOfFiles) {
+            const auto name = [](const QString& language) { return language.isEmpty() ? u"?"_s : language; };
+            result.append(name(languages.Source) + " to "_L1 + name(languages.Target));
+        }
+        result.removeDuplicates();
+        return result.join(", "_L1);
+    }
+
+private:
+    void FillIn(const XliffDocument& xliff, const QList<LanguagePair>& elsewhere,
+                QString LanguagePair::*field, QStringView attribute)
+    {
+        const QStringList own = DistinctLanguages(mOfFiles, field);
+        const QStringList known = own.isEmpty() ? DistinctLanguages(elsewhere, field) : own;
+        if (known.size() == 1)
+            mDefault.*field = known.constFirst();
+        for (qsizetype i = 0; i < mOfFiles.size(); ++i) {
+            QString& language = mOfFiles[i].*field;
+            const XliffFile& file = xliff.GetFiles().at(i);
+            if (language.isEmpty() && known.size() > 1 && !file.Units.isEmpty()) {
+                throw Failure(
+                    PlaceText(xliff.GetName(), xliff.GetPlace(file.Element)),
+                    u"the file element has no %1, which could be %2"_s.arg(attribute, known.join(" or "_L1)));
+            }
+            if (language.isEmpty())
+                language = mDefault.*field;
+        }
+    }
+
+    LanguagePair mDefault; // of file elements that name no language, and of units in no file element
+    QList<LanguagePair> mOfFiles; // by index of the file
+};
 
 /// Identifies a source. Elements that stand for unknown text distinguish two sources with the same text.
 QString SourceKey(const XliffDocument& xliff, const XliffUnit& unit)
@@ -56,9 +113,18 @@ QString SourceKey(const XliffDocument& xliff, const XliffUnit& unit)
     return unit.IsSourceComplete ? unit.Source : xliff.GetContentText(unit.SourceElement).toString();
 }
 
-QString MatchKey(const XliffDocument& xliff, const XliffUnit& unit)
+/// Identifies a source and the languages between which it is translated.
+QString TextKey(const XliffDocument& xliff, const UnitLanguages& languages, const XliffUnit& unit)
 {
-    return (unit.File < 0 ? QString() : xliff.GetFiles().at(unit.File).Key) + u'\n' + SourceKey(xliff, unit);
+    const LanguagePair pair = languages.Of(unit);
+    return pair.Source + u'\n' + pair.Target + u'\n' + SourceKey(xliff, unit);
+}
+
+/// Identifies the same in a document.
+QString MatchKey(const XliffDocument& xliff, const UnitLanguages& languages, const XliffUnit& unit)
+{
+    return (unit.File < 0 ? QString() : xliff.GetFiles().at(unit.File).Key) + u'\n'
+        + TextKey(xliff, languages, unit);
 }
 
 /// Returns whether a translation is finished.
@@ -80,20 +146,21 @@ QString StateOf(const XliffUnit& unit)
 class Merge
 {
 public:
-    Merge(XliffDocument& xliff, const MergeOptions& options)
+    Merge(XliffDocument& xliff, const QList<const XliffDocument*>& others, const MergeOptions& options)
         : mXliff(xliff)
+        , mLanguages(xliff, LanguagesOf(others))
         , mOptions(options)
     {
         for (const XliffUnit& unit : xliff.GetUnits()) {
             mCurrent.append(unit);
             mKnown.insert(SourceKey(xliff, unit));
         }
-    }
-
-    MergeResult Run(const QList<const XliffDocument*>& others)
-    {
         for (const XliffDocument* other : others)
             CollectOffers(*other);
+    }
+
+    MergeResult Run()
+    {
         // Translations in the same document come first, even if an earlier file has one in another document.
         for (const Source& source : std::as_const(mSources))
             TakeByDocument(source);
@@ -119,8 +186,16 @@ private:
     {
         const XliffDocument* File;
         Offers ByDocument; ///< see MatchKey
-        Offers ByText;
+        Offers ByText; ///< see TextKey
     };
+
+    static QList<LanguagePair> LanguagesOf(const QList<const XliffDocument*>& files)
+    {
+        QList<LanguagePair> result;
+        for (const XliffDocument* file : files)
+            result += NamedLanguages(*file);
+        return result;
+    }
 
     /// Registers a unit under a key. The last finished unit of a key counts, or the last unit if none is
     /// finished.
@@ -131,38 +206,24 @@ private:
             known = &unit;
     }
 
-    void CheckLanguages(const XliffDocument& other) const
-    {
-        const QList<XliffFile>& files = other.GetFiles();
-        const auto isUsable = [this](const XliffFile& file) { return AreOurLanguages(LanguagesOf(file)); };
-        if (files.isEmpty() || std::any_of(files.cbegin(), files.cend(), isUsable))
-            return;
-        const LanguagePair theirs = LanguagesOf(files.constFirst());
-        const LanguagePair ours = LanguagesOf(mXliff.GetFiles().constFirst());
-        throw Failure(other.GetName(),
-                      AgreeTargets(ours, theirs)
-                          ? u"translates from %1, not from %2"_s.arg(theirs.Source, ours.Source)
-                          : u"translates into %1, not into %2"_s.arg(theirs.Target, ours.Target));
-    }
-
-    [[nodiscard]] bool AreOurLanguages(const LanguagePair& languages) const
-    {
-        const QList<XliffFile>& files = mXliff.GetFiles();
-        return files.isEmpty() || std::any_of(files.cbegin(), files.cend(), [&](const XliffFile& file) {
-                   return Agree(LanguagesOf(file), languages);
-               });
-    }
-
     void CollectOffers(const XliffDocument& other)
     {
-        CheckLanguages(other);
+        const UnitLanguages languages(other, mLanguages.OfFiles());
+        const auto isOurs = [this](const LanguagePair& pair) {
+            return mLanguages.OfFiles().isEmpty() || mLanguages.OfFiles().contains(pair);
+        };
+        if (!other.GetFiles().isEmpty()
+            && std::none_of(languages.OfFiles().cbegin(), languages.OfFiles().cend(), isOurs)) {
+            throw Failure(other.GetName(),
+                          u"translates %1, not %2"_s.arg(languages.ToText(), mLanguages.ToText()));
+        }
         Source source{&other, {}, {}};
         for (const XliffUnit& unit : other.GetUnits()) {
             if (!other.HasTarget(unit) || unit.IsFilledIn() || unit.Source.isEmpty()
-                || !AreOurLanguages(LanguagesOf(other, unit)))
+                || !isOurs(languages.Of(unit)))
                 continue;
-            Offer(source.ByDocument, MatchKey(other, unit), unit);
-            Offer(source.ByText, SourceKey(other, unit), unit);
+            Offer(source.ByDocument, MatchKey(other, languages, unit), unit);
+            Offer(source.ByText, TextKey(other, languages, unit), unit);
             if (!mKnown.contains(SourceKey(other, unit)))
                 mResult.Unknown.append(unit.Source);
         }
@@ -172,7 +233,7 @@ private:
     void TakeByDocument(const Source& source)
     {
         for (qsizetype i = 0; i < mCurrent.size(); ++i) {
-            const XliffUnit* match = source.ByDocument.value(MatchKey(mXliff, mCurrent.at(i)));
+            const XliffUnit* match = source.ByDocument.value(MatchKey(mXliff, mLanguages, mCurrent.at(i)));
             if (match != nullptr)
                 MergeUnit(i, *source.File, *match, StateOf(*match));
         }
@@ -181,8 +242,9 @@ private:
     void TakeByText(const Source& source)
     {
         for (qsizetype i = 0; mOptions.Reuse && i < mCurrent.size(); ++i) {
-            const XliffUnit* match = source.ByText.value(SourceKey(mXliff, mCurrent.at(i)));
-            const bool isTried = match == source.ByDocument.value(MatchKey(mXliff, mCurrent.at(i)));
+            const XliffUnit* match = source.ByText.value(TextKey(mXliff, mLanguages, mCurrent.at(i)));
+            const bool isTried
+                = match == source.ByDocument.value(MatchKey(mXliff, mLanguages, mCurrent.at(i)));
             if (match != nullptr && !isTried && !HasTranslation(i))
                 MergeUnit(i, *source.File, *match, u"needs-review-translation"_s);
         }
@@ -216,7 +278,7 @@ private:
                    const QString& state)
     {
         XliffUnit& mine = mCurrent[index];
-        if (mine.SourceElement < 0 || !Agree(LanguagesOf(mXliff, mine), LanguagesOf(otherFile, other)))
+        if (mine.SourceElement < 0)
             return;
         const bool isTranslated = HasTranslation(index);
         const bool isEqual = isTranslated && IsEqual(index, otherFile, other);
@@ -272,6 +334,7 @@ private:
     }
 
     XliffDocument& mXliff;
+    const UnitLanguages mLanguages;
     const MergeOptions& mOptions;
     QList<XliffUnit> mCurrent; // the units with the changes so far
     QSet<QString> mKnown; // sources
@@ -287,7 +350,7 @@ private:
 MergeResult MergeXliff(XliffDocument& xliff, const QList<const XliffDocument*>& others,
                        const MergeOptions& options)
 {
-    return Merge(xliff, options).Run(others);
+    return Merge(xliff, others, options).Run();
 }
 
 } // namespace Quorvin::Tool

@@ -41,15 +41,16 @@ struct MergeResult
     QStringList Unknown; ///< translated texts that are only in the other files
 };
 
-/// Adds translations from other files. Units are matched by document and source. Their ids do not matter, and
-/// the library need not find them.
+/// Adds translations from other files. Units are matched by document, languages and source. Their ids do not
+/// matter, and the library need not find them.
 ///
 /// - A unit without a translation gets that of the first other file that has one, with its state.
 /// - If the targets are equal and only the one in the other file is finished, the unit gets its state.
 /// - A finished target is kept if the target in the other file is unfinished.
 /// - All other differences are conflicts. The first of the other files wins them if PrefersOther is set.
 ///
-/// Throws Failure if another file translates from or into another language.
+/// Throws Failure if another file only translates between other languages, or if it is not certain which
+/// language a file element has.
 [[nodiscard]] MergeResult MergeXliff(XliffDocument& xliff, const QList<const XliffDocument*>& others,
                                      const MergeOptions& options);
 
