@@ -51,6 +51,8 @@ private Q_SLOTS:
     void Usage();
     void Usage_standardInputTwice_data();
     void Usage_standardInputTwice();
+    void Usage_outputDash_data();
+    void Usage_outputDash();
     void Usage_didYouMean_data();
     void Usage_didYouMean();
     void Usage_noCommand();
@@ -399,6 +401,29 @@ void tst_ToolGeneral::Usage_standardInputTwice()
         Run(command + arguments, "<a/>"),
         u"! qvutil: only one of the files can be standard input\n! Try 'qvutil %1 --help'.\n=> 2\n"_s.arg(
             command.join(u' ')));
+}
+
+void tst_ToolGeneral::Usage_outputDash_data()
+{
+    QTest::addColumn<QString>("command");
+    QTest::addColumn<QStringList>("arguments");
+
+    QTest::newRow("extract") << u"extract"_s << QStringList{u"a.xml"_s, u"-l"_s, u"de"_s};
+    QTest::newRow("fill") << u"fill"_s << QStringList{u"a.xlf"_s};
+    QTest::newRow("merge") << u"merge"_s << QStringList{u"a.xlf"_s, u"b.xlf"_s};
+    QTest::newRow("repair") << u"repair"_s << QStringList{u"-"_s};
+}
+
+// These commands print what they did, so the file cannot go to standard output too.
+void tst_ToolGeneral::Usage_outputDash()
+{
+    QFETCH(const QString, command);
+    QFETCH(const QStringList, arguments);
+
+    QCOMPARE(Run(QStringList{u"xliff"_s, command, u"-o"_s, u"-"_s} + arguments),
+             u"! qvutil: --output must be a file; use ./- for a file with the name -\n"
+             "! Try 'qvutil xliff %1 --help'.\n=> 2\n"_s.arg(command));
+    QVERIFY(!QFile::exists(mTool->Path(u"-"_s)));
 }
 
 void tst_ToolGeneral::Usage_didYouMean_data()

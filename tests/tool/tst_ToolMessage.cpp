@@ -602,6 +602,8 @@ void tst_ToolMessage::Encode_output()
     QCOMPARE(mTool->Run({u"message"_s, u"encode"_s, u"m.json"_s, u"-o"_s, u"new.bin"_s}).ToText(),
              u"=> 0\n"_s);
     QCOMPARE(mTool->Read(u"new.bin"_s), Document("A"));
+    QCOMPARE(mTool->Run({u"message"_s, u"encode"_s, u"m.json"_s, u"-o"_s, u"-"_s}).Output, Document("A"));
+    QVERIFY(!QFile::exists(mTool->Path(u"-"_s)));
     // After an error, the existing file is unchanged.
     QCOMPARE(mTool->Run({u"message"_s, u"encode"_s, u"-"_s, u"-o"_s, u"out.bin"_s}, "{}").ExitCode, 2);
     QCOMPARE(mTool->Read(u"out.bin"_s), Document("A"));

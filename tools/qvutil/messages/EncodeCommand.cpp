@@ -31,7 +31,7 @@ ExitCode Encode(const EncodeOptions& options)
     QByteArray bytes;
     for (const MessageInfo& message : ReadMessages(input.ReadAll(), input.Name()))
         bytes += Util::EncodeMessage(message).toUtf8();
-    if (options.Output.isEmpty()) {
+    if (options.Output.isEmpty() || options.Output == "-"_L1) {
         Console::PrintBytes(bytes);
         return ExitCode::Yes;
     }
@@ -56,7 +56,7 @@ void AddMessageEncodeCommand(CommandLine& line, CLI::App& group)
                    "A message is an object as decode prints it; only \"id\" is required. The input is one\n"
                    "object, several objects, or a list.");
     AddText(encode, "FILE", options->File, "File with JSON; - or none for standard input");
-    AddText(encode, "--output,-o", options->Output, "Write to this file instead of standard output")
+    AddText(encode, "--output,-o", options->Output, "Write to this file instead of standard output (-)")
         ->type_name("FILE");
 }
 

@@ -34,6 +34,12 @@ QJsonObject PlaceJson(Place place)
     return object;
 }
 
+void RequireOutputFile(const QString& output)
+{
+    if (output == "-"_L1)
+        throw UsageFailure(u"--output must be a file; use ./- for a file with the name -"_s);
+}
+
 bool ShowDifference(const XliffDocument& xliff, const QString& output, bool prints)
 {
     const std::optional<QByteArray> before = ReadIfExists(output);

@@ -22,6 +22,8 @@ namespace Quorvin::Tool {
 [[nodiscard]] QString PlaceText(const QString& file, Place place);
 /// Returns an object with the line, and with the column if it is known.
 [[nodiscard]] QJsonObject PlaceJson(Place place);
+/// Throws UsageFailure if the output of a command is "-", which would be a file with that name.
+void RequireOutputFile(const QString& output);
 /// Compares a file with the content that a save would write.
 /// \param prints  whether to print the difference
 /// \return whether the file would change

@@ -67,6 +67,7 @@ public:
 private:
     void CheckUsage() const
     {
+        RequireOutputFile(mOptions.Output);
         if (mOptions.Languages.size() > 1 && !mOptions.Output.contains(kLanguageField))
             throw UsageFailure(u"with several languages, --output must contain {language}"_s);
         if (mOptions.Languages.isEmpty() && mOptions.Output.contains(kLanguageField))

@@ -80,6 +80,7 @@ ExitCode FillFile(const QString& name, const FillOptions& options)
 
 ExitCode Fill(const FillOptions& options)
 {
+    RequireOutputFile(options.Output);
     if (options.Files.size() > 1 && !options.Output.isEmpty())
         throw UsageFailure(u"--output takes one XLIFF file"_s);
     if (options.Files.contains("-"_L1) && options.Output.isEmpty())

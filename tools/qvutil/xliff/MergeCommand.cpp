@@ -81,6 +81,7 @@ ExitCode Merge(const MergeCommandOptions& options)
     if (options.File == "-"_L1 && options.Output.isEmpty())
         throw UsageFailure(u"standard input needs --output"_s);
     RequireOneStandardInput(options.Others + QStringList{options.File});
+    RequireOutputFile(options.Output);
     CheckOutput(options);
     XliffDocument xliff{InputFile(options.File)};
     xliff.RequireChangeable();

@@ -41,6 +41,7 @@ public:
 
     ExitCode Run()
     {
+        RequireOutputFile(mOptions.Output);
         if (mOptions.Files.size() > 1 && !mOptions.Output.isEmpty())
             throw UsageFailure(u"--output takes one XLIFF file"_s);
         if (mOptions.Files.contains("-"_L1) && mOptions.Output.isEmpty())
