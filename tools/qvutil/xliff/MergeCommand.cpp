@@ -150,8 +150,9 @@ void AddXliffMergeCommand(CommandLine& line, CLI::App& group)
         [options] { return Merge(*options); });
     AddExplanation(
         command,
-        "A text without a translation gets the translation of the same text in the same document of the\n"
-        "first OTHER that has one. If the files have different translations, the conflict is listed and\n"
+        "A text without a translation gets the translation of the same text, in the same document and\n"
+        "language, of the first OTHER that has one. If the files have different translations, the conflict "
+        "is listed and\n"
         "XLIFF keeps its translation. The exit code is 1 if there are conflicts without --prefer, or if\n"
         "a translation contains markup for text that is not in the file.");
     AddText(command, "XLIFF", options->File, "XLIFF file to update; changed in place")->required();
