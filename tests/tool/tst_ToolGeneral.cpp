@@ -636,7 +636,7 @@ void tst_ToolGeneral::Terminal_progressOfReading_data()
         << QByteArray("<xliff><file original='m'><body><trans-unit id='1'><source>a</source></trans-unit>"
                       "</body></file></xliff>")
         << QStringList{u"xliff"_s, u"stat"_s, u"a.xml"_s} << share
-        << QByteArray("a.xml: ? to ?\r\n  m  [....................]  0 of 1    0 %  1 empty\r\n");
+        << QByteArray("a.xml: ? to ?\r\n  m  [....................]  0 of 1    0 %  1 out of reach\r\n");
     QTest::newRow("error") << QByteArray("<a>") << QStringList{u"xml"_s, u"list"_s, u"a.xml"_s} << share
                            << QByteArray(
                                   "qvutil: a.xml:1:3: the file ends in the middle of the document\r\n");

@@ -1164,12 +1164,13 @@ void tst_ToolXliff::List_unreachable()
 {
     QVERIFY(mTool->Write(u"de.xlf"_s,
                          Xliff("<group>" + Unit(u"grouped"_s, "<target>x</target>") + "</group>"
+                               + "<trans-unit id='7'><source>numbered</source><target>x</target></trans-unit>"
                                + Unit(u"done"_s, "<target>x</target>"))));
     QVERIFY(
-        mTool->Run({u"xliff"_s, u"stat"_s, u"de.xlf"_s}).Output.contains("1 of 2   50 %  1 out of reach"));
+        mTool->Run({u"xliff"_s, u"stat"_s, u"de.xlf"_s}).Output.contains("1 of 3   33 %  2 out of reach"));
     QCOMPARE(mTool->Run({u"xliff"_s, u"list"_s, u"de.xlf"_s, u"--unfinished"_s}).ToText(),
-             u"grouped\n=> 0\n"_s);
-    // The unit has a translation, although the library does not find it.
+             u"grouped\nnumbered\n=> 0\n"_s);
+    // The units have translations, although the library does not find them.
     QCOMPARE(mTool->Run({u"xliff"_s, u"list"_s, u"de.xlf"_s, u"--untranslated"_s}).ToText(), u"=> 1\n"_s);
     const QByteArray json
         = mTool->Run({u"xliff"_s, u"list"_s, u"de.xlf"_s, u"--unfinished"_s, u"--json"_s}).Output;

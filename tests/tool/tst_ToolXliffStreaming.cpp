@@ -113,8 +113,11 @@ private:
         }
         if (depth < 3 && IsOneOf(8))
             content += MakeUnit(depth + 1);
-        return "<" + name + AnyOf({"", "", " approved='yes'", " approved='no'"}) + " id='1'>" + content + "</"
-            + name + ">";
+        static const QByteArray digest = TestSupport::Id(u"S"_s);
+        return "<" + name + AnyOf({"", "", " approved='yes'", " approved='no'"})
+            + AnyOf({" id='" + digest + "'", " id='" + digest + "'", " id='" + digest + "'",
+                     " id='tr(" + digest + ")'", " id='" + digest.toUpper() + "'", " id='1'", " id=''", ""})
+            + ">" + content + "</" + name + ">";
     }
 
     QRandomGenerator& mRandom;
@@ -210,6 +213,13 @@ void tst_ToolXliffStreaming::Files_data()
     QTest::newRow("header behind the body") << Xliff(a).replace("</body>", "</body><header/>") << true;
     QTest::newRow("comment before the body") << Xliff(a).replace("<body>", "<!-- c --><body>") << true;
     QTest::newRow("group") << Xliff("<group>" + a + "</group>" + a) << true;
+    for (const char* id : {"7", "", "tr(%1)", "%1 ", "0%1"}) {
+        const QByteArray digest = TestSupport::Id(u"A"_s);
+        QTest::addRow("id '%s'", id) << Xliff(
+            a + QByteArray(a).replace(digest, QByteArray(id).replace("%1", digest)))
+                                     << true;
+    }
+    QTest::newRow("no id") << Xliff(QByteArray(a).replace(" id=\"" + TestSupport::Id(u"A"_s) + '"', "")) << true;
     QTest::newRow("unit in a unit") << Xliff(QByteArray(a).replace("</target>", "</target>" + a)) << true;
     QTest::newRow("unit beside the body") << Xliff(a).replace("</body>", "</body>" + a) << true;
     QTest::newRow("unit without a file") << xliff(a) << true;

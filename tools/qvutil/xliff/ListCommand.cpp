@@ -31,8 +31,7 @@ bool IsWanted(const XliffDocument& xliff, const XliffUnit& unit, const ListOptio
     if (!options.Untranslated && !options.Unfinished)
         return true;
     const bool isTranslated = xliff.HasTarget(unit) && !unit.IsFilledIn();
-    const bool isFinished
-        = unit.GetProgress() == UnitProgress::Finished && unit.Reachability == UnitReachability::Found;
+    const bool isFinished = unit.GetProgress() == UnitProgress::Finished && unit.IsReachable();
     return (options.Untranslated && !isTranslated) || (options.Unfinished && !isFinished);
 }
 
@@ -45,7 +44,7 @@ QString OneLine(QString text)
 /// Returns the name of the field in which `stat --json` counts a unit.
 QString ProgressName(const XliffUnit& unit)
 {
-    if (unit.Reachability != UnitReachability::Found)
+    if (!unit.IsReachable())
         return u"unreachable"_s;
     switch (unit.GetProgress()) {
     case UnitProgress::Empty:

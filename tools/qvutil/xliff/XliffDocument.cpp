@@ -43,13 +43,6 @@ bool IsText(QStringView name)
     return name == u"source" || name == u"seg-source" || name == u"target";
 }
 
-bool IsDigest(const QString& id)
-{
-    return id.size() == 32 && std::all_of(id.begin(), id.end(), [](QChar c) {
-               return (c >= u'0' && c <= u'9') || (c >= u'a' && c <= u'f');
-           });
-}
-
 void AppendReference(QString& to, char32_t c)
 {
     to += "&#"_L1 + QString::number(static_cast<uint>(c)) + u';';
@@ -72,9 +65,21 @@ QString UnitId(const QString& source)
     return QString::fromLatin1(Util::GeneralUtil::GetHash(source));
 }
 
+bool IsDigest(const QString& id)
+{
+    return id.size() == 32 && std::all_of(id.begin(), id.end(), [](QChar c) {
+               return (c >= u'0' && c <= u'9') || (c >= u'a' && c <= u'f');
+           });
+}
+
 bool IsSameLanguage(const QString& a, const QString& b)
 {
     return QString(a).replace(u'_', u'-').compare(QString(b).replace(u'_', u'-'), Qt::CaseInsensitive) == 0;
+}
+
+bool XliffUnit::IsReachable() const
+{
+    return Reachability == UnitReachability::Found && IsDigest(Id);
 }
 
 UnitProgress XliffUnit::GetProgress() const

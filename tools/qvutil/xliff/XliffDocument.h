@@ -20,10 +20,13 @@ namespace Quorvin::Tool {
 [[nodiscard]] QString DocumentKey(const QString& path);
 /// Returns the id under which the library finds the unit of a text: the digest of the text.
 [[nodiscard]] QString UnitId(const QString& source);
+/// Returns whether an id consists of 32 lower-case hexadecimal digits. The library finds no unit with another
+/// id.
+[[nodiscard]] bool IsDigest(const QString& id);
 /// Compares language codes. "de-AT", "de_AT" and "DE-at" are the same language.
 [[nodiscard]] bool IsSameLanguage(const QString& a, const QString& b);
 
-/// Whether the library finds a unit, or the reason why not.
+/// Whether a unit is where the library looks for units, or the reason why not.
 enum class UnitReachability {
     Found,
     NoFileName, ///< the "original" of its `file` element does not end in a file name
@@ -57,6 +60,8 @@ struct XliffUnit
     bool IsApproved = false;
     UnitReachability Reachability = UnitReachability::Found;
 
+    /// Returns whether the library can find the unit: it is where the library looks, and its id is a digest.
+    [[nodiscard]] bool IsReachable() const;
     [[nodiscard]] UnitProgress GetProgress() const;
     /// Returns all text in the target as the library shows it: without a mark around it, if the library
     /// removes that.

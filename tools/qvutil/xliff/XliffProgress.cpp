@@ -47,10 +47,9 @@ public:
         for (qsizetype i = 0; i < mFiles.size(); ++i) {
             const File& file = mFiles.at(i);
             FileProgress progress = file.Progress;
-            const auto reachability
-                = readFiles.value(file.Key, -1) == i ? UnitReachability::Found : UnitReachability::Replaced;
+            const bool isReachable = readFiles.value(file.Key, -1) == i;
             for (const auto& [step, number] : file.InBody)
-                progress.Counts.Add(reachability, step, number);
+                progress.Counts.Add(isReachable, step, number);
             result.Files.append(progress);
             result.All += progress.Counts;
         }
@@ -70,7 +69,7 @@ private:
     struct OpenUnit
     {
         int Depth = 0;
-        XliffUnit Unit; ///< only what GetProgress needs
+        XliffUnit Unit; ///< only its id, and what GetProgress needs
         bool HasTarget = false;
     };
 
@@ -103,6 +102,7 @@ private:
         if (LocalName(node.qualifiedName()) == u"trans-unit") {
             OpenUnit open;
             open.Depth = depth;
+            open.Unit.Id = mFiler.Translate(AttributeOf(node, "id"_L1));
             open.Unit.IsApproved = AttributeOf(node, "approved"_L1) == "yes"_L1;
             mOpen.append(open);
         }
@@ -139,11 +139,11 @@ private:
     {
         const UnitProgress progress = open.Unit.GetProgress();
         if (open.Depth == 1) // takes the place of a file
-            mLoose.Add(UnitReachability::Nested, progress);
-        else if (open.Depth == 3 && mIsInBody && !mFiles.constLast().Key.isEmpty())
+            mLoose.Add(false, progress);
+        else if (open.Depth == 3 && mIsInBody && !mFiles.constLast().Key.isEmpty() && IsDigest(open.Unit.Id))
             ++mFiles.last().InBody[progress];
         else
-            mFiles.last().Progress.Counts.Add(UnitReachability::Nested, progress);
+            mFiles.last().Progress.Counts.Add(false, progress);
     }
 
     /// The reader takes the target's first node if it is a text.
@@ -183,10 +183,10 @@ bool IsDeclaredAsUtf8(const QByteArray& document)
 
 } // namespace
 
-void ProgressCounts::Add(UnitReachability reachability, UnitProgress progress, int number)
+void ProgressCounts::Add(bool isReachable, UnitProgress progress, int number)
 {
     Units += number;
-    if (reachability != UnitReachability::Found)
+    if (!isReachable)
         Unreachable += number;
     else if (progress == UnitProgress::Finished)
         Finished += number;
@@ -238,8 +238,8 @@ XliffProgress CountProgress(const XliffDocument& xliff)
     for (const XliffUnit& unit : xliff.GetUnits()) {
         const UnitProgress progress = unit.GetProgress();
         if (unit.File >= 0)
-            result.Files[unit.File].Counts.Add(unit.Reachability, progress);
-        result.All.Add(unit.Reachability, progress);
+            result.Files[unit.File].Counts.Add(unit.IsReachable(), progress);
+        result.All.Add(unit.IsReachable(), progress);
     }
     return result;
 }

@@ -24,7 +24,7 @@ struct ProgressCounts
     int Empty = 0;
     int Unreachable = 0;
 
-    void Add(UnitReachability reachability, UnitProgress progress, int number = 1);
+    void Add(bool isReachable, UnitProgress progress, int number = 1);
     ProgressCounts& operator+=(const ProgressCounts& other);
 
     friend bool operator==(const ProgressCounts&, const ProgressCounts&) = default;
