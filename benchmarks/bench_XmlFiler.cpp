@@ -234,7 +234,7 @@ void LoadSave1MB_QvUtil(benchmark::State& state)
 
 constexpr int kWrites = 1000;
 
-// A thousand settings in twenty groups of one page each.
+// A thousand settings in twenty groups.
 struct Setting
 {
     QString Group;

@@ -59,8 +59,8 @@ void Print(const char* chart, const char* contestant, double x, double y)
     std::fflush(stdout);
 }
 
-// Returns the median of five times, in seconds. Operations shorter than 20 ms are run repeatedly for each of
-// them. The first run, which finds cold caches, does not count.
+// Returns the median of five times, in seconds. An operation shorter than 20 ms is repeated for each. The
+// first run, which finds cold caches, does not count.
 double Time(const std::function<void()>& run)
 {
     constexpr qint64 kEnoughNs = 20'000'000;

@@ -170,7 +170,7 @@ need()
     fi
 }
 
-# Reuses compiled objects, also those of another clone of the same sources.
+# Reuses compiled objects, including those of other clones of the same sources.
 use_ccache()
 {
     if has ccache; then

@@ -193,7 +193,7 @@ class Torture:
     ERRORS = ['EIO', 'ENOSPC', 'EACCES', 'EINTR', 'EPERM', 'EMFILE', 'EROFS', 'EDQUOT', 'ENOLCK', 'EEXIST']
 
     def calls_of(self, command, file):
-        """Returns the system calls from the first one that names the file on: (name, number of earlier calls of it)."""
+        """Returns the system calls, starting with the first that names the file: (name, earlier calls of that name)."""
         log = self.folder / 'calls.log'
         result = subprocess.run(['strace', '-s', '4096', '-o', str(log), self.saver, *map(str, command)],
                                 stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True, check=False,

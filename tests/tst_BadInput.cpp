@@ -314,7 +314,7 @@ void tst_BadInput::TruncatedAtEachByte()
     for (qsizetype size = 0; size < whole.size(); ++size) {
         CheckRefused(whole.left(size));
         if (QTest::currentTestFailed())
-            QFAIL(qPrintable(u"torn after %1 bytes"_s.arg(size)));
+            QFAIL(qPrintable(u"truncated after %1 bytes"_s.arg(size)));
     }
     CheckUsable(whole);
 }
@@ -427,10 +427,11 @@ void tst_BadInput::Entities_data()
     QTest::newRow("parameter entities") << QByteArray(
         "<!DOCTYPE r [<!ENTITY % a \"haha\"><!ENTITY % b \"" + QByteArray("%a;").repeated(5'000)
         + "\"><!ENTITY % c \"" + QByteArray("%b;").repeated(5'000) + "\"><!ENTITY d \"%c;\">%c;]><r>&d;</r>");
-    QTest::newRow("entity of itself") << QByteArray("<!DOCTYPE r [<!ENTITY a \"&a;\">]><r>&a;</r>");
-    QTest::newRow("entities of each other")
+    QTest::newRow("entity that refers to itself")
+        << QByteArray("<!DOCTYPE r [<!ENTITY a \"&a;\">]><r>&a;</r>");
+    QTest::newRow("entities that refer to each other")
         << QByteArray("<!DOCTYPE r [<!ENTITY a \"&b;\"><!ENTITY b \"&a;\">]><r>&a;</r>");
-    QTest::newRow("entity of itself, in an attribute")
+    QTest::newRow("entity that refers to itself, in an attribute")
         << QByteArray("<!DOCTYPE r [<!ENTITY a \"&a;\">]><r b='&a;'/>");
     QTest::newRow("an element that never ends") << QByteArray("<!DOCTYPE r [<!ENTITY a \"<b>\">]><r>&a;</r>");
     QTest::newRow("many declarations before many blanks") << "<!DOCTYPE r ["
@@ -444,7 +445,7 @@ void tst_BadInput::Entities_data()
     QTest::newRow("a name without end") << "<!DOCTYPE r [<!ENTITY " + QByteArray(kMebibyte, 'n');
     QTest::newRow("many ampersands") << "<!DOCTYPE r [<!ENTITY a \"b\">]><r>" + QByteArray(kMebibyte, '&')
             + "</r>";
-    QTest::newRow("many references to nothing")
+    QTest::newRow("many references to an unknown entity")
         << "<!DOCTYPE r [<!ENTITY a \"b\">]><r>" + QByteArray("&none;").repeated(200'000) + "</r>";
 }
 

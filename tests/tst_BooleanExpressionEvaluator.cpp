@@ -226,7 +226,7 @@ private Q_SLOTS:
     void SplitByPrecedence();
     void SplitByPrecedence_clearsPartsOnFailure();
     void SplitByPrecedence_expressionIsOneOfTheParts();
-    void SplitByPrecedence_everyCharacterBehindAGroup();
+    void SplitByPrecedence_everyCharacterAfterAGroup();
     void Trimming_everyCharacter();
 
     void Evaluate_data();
@@ -433,7 +433,7 @@ void tst_BooleanExpressionEvaluator::SplitByPrecedence_expressionIsOneOfTheParts
     QCOMPARE(parts, QStringList({u"b"_s, u"|"_s, u"c"_s}));
 }
 
-void tst_BooleanExpressionEvaluator::SplitByPrecedence_everyCharacterBehindAGroup()
+void tst_BooleanExpressionEvaluator::SplitByPrecedence_everyCharacterAfterAGroup()
 {
     // The pattern "\S" decides which characters may stand between a group and its operator.
     for (char32_t code = 0; code <= 0xffff; ++code) {
@@ -518,8 +518,8 @@ void tst_BooleanExpressionEvaluator::Evaluate_data()
         {u"t1"_s, u"f1"_s, u"t2"_s, u"f2"_s, u"t3"_s});
     row("operand that is not ASCII", u"t\u00e4 & t\u65e5\u672c"_s, true, true,
         {u"t\u00e4"_s, u"t\u65e5\u672c"_s});
-    row("no negation", u"!t"_s, true, false, {u"!t"_s});
-    row("no literals", u"true | 1"_s, true, true, {u"true"_s});
+    row("'!' does not negate", u"!t"_s, true, false, {u"!t"_s});
+    row("'true' is not a literal", u"true | 1"_s, true, true, {u"true"_s});
 }
 
 void tst_BooleanExpressionEvaluator::Evaluate()

@@ -481,7 +481,7 @@ void tst_GeneralUtil::FileHash_data()
     QTest::addColumn<QByteArray>("content");
     QTest::addColumn<QByteArray>("expected");
 
-    // Computed with md5sum. The sizes are around 32768 bytes, which are read at a time.
+    // Computed with md5sum. Files are read in chunks of 32,768 bytes.
     QTest::newRow("empty") << ""_ba
                            << "d41d8cd98f00b204e9800998ecf8427e"_ba;
     QTest::newRow("short") << "abc"_ba

@@ -75,7 +75,7 @@ private Q_SLOTS:
     void GetModulePath_onlyWhileLoaded();
     void GetModulePath_firstOfTwoInLoadOrder();
     void GetModulePath_nameThatEndsLikeAnother();
-    void GetModulePath_programIsNoLibrary();
+    void GetModulePath_programIsNotALibrary();
 
     void IsProcessRunning();
 
@@ -195,7 +195,7 @@ void tst_GeneralUtilEnvironment::GetModulePath_data()
     QTest::newRow("suffix only") << file << suffix << false;
     QTest::newRow("other case") << file << "LibModule"_L1 + suffix << false;
     QTest::newRow("other case, without suffix") << file << u"libmodule"_s << false;
-    QTest::newRow("without the leading part") << file << u"Module"_s << false;
+    QTest::newRow("without the prefix \"lib\"") << file << u"Module"_s << false;
     QTest::newRow("with its folder") << file << "./"_L1 + file << false;
     QTest::newRow("any dot means no suffix is added") << file << u"libModule."_s << false;
     QTest::newRow("another library") << file << u"libModul"_s << false;
@@ -268,9 +268,9 @@ void tst_GeneralUtilEnvironment::GetModulePath_nameThatEndsLikeAnother()
     QVERIFY(library.unload());
 }
 
-void tst_GeneralUtilEnvironment::GetModulePath_programIsNoLibrary()
+void tst_GeneralUtilEnvironment::GetModulePath_programIsNotALibrary()
 {
-    // A copy of this program whose file name would match looks for a library of this name.
+    // A copy of this program, with a file name that would match, looks for a library of that name.
     const QString copy = mRoot + "/tst_copy"_L1 + Platform::GetLibrarySuffix();
     QVERIFY(QFile::copy(QCoreApplication::applicationFilePath(), copy));
     QProcess process;
@@ -304,18 +304,18 @@ void tst_GeneralUtilEnvironment::GetSymbolicLinkTarget_data()
     QTest::newRow("chain of links") << u"chain3"_s << u"folder/file"_s;
     QTest::newRow("link to a folder") << u"toFolder"_s << u"folder"_s;
     QTest::newRow("link to a folder, trailing slash") << u"toFolder/"_s << u"folder"_s;
-    QTest::newRow("file behind a link to a folder") << u"toFolder/file"_s << u"folder/file"_s;
+    QTest::newRow("file below a link to a folder") << u"toFolder/file"_s << u"folder/file"_s;
     QTest::newRow("two links in one path") << u"toFolder/near"_s << u"folder/file"_s;
     QTest::newRow("missing") << u"missing"_s << u"missing"_s;
     QTest::newRow("missing in a missing folder") << u"missing/deeper/file"_s << u"missing/deeper/file"_s;
-    QTest::newRow("missing behind a link") << u"toFolder/missing/file"_s << u"folder/missing/file"_s;
+    QTest::newRow("missing below a link") << u"toFolder/missing/file"_s << u"folder/missing/file"_s;
     QTest::newRow("link to nothing") << u"dangling"_s << u"dangling"_s;
-    QTest::newRow("behind a link to nothing") << u"toFolder/dangling/x"_s << u"folder/dangling/x"_s;
+    QTest::newRow("below a link to nothing") << u"toFolder/dangling/x"_s << u"folder/dangling/x"_s;
     QTest::newRow("link to nothing through a link") << u"danglingViaLink"_s << u"danglingViaLink"_s;
     QTest::newRow("loop of one") << u"loop"_s << u"loop"_s;
     QTest::newRow("loop of two") << u"loopA/x"_s << u"loopA/x"_s;
-    QTest::newRow("loop behind a link") << u"toFolder/loop/x"_s << u"folder/loop/x"_s;
-    QTest::newRow("behind a file") << u"toFile/x"_s << u"folder/file/x"_s;
+    QTest::newRow("loop below a link") << u"toFolder/loop/x"_s << u"folder/loop/x"_s;
+    QTest::newRow("below a file") << u"toFile/x"_s << u"folder/file/x"_s;
     QTest::newRow("up from the target of a link") << u"toInner/../file"_s << u"folder/file"_s;
     QTest::newRow("not ASCII") << u"\u00fcber/\u65e5\u672c"_s << u"folder/file"_s;
 }
@@ -379,14 +379,14 @@ void tst_GeneralUtilEnvironment::FindLocaleFile_data()
     QTest::addColumn<bool>("found");
 
     QTest::newRow("suffix is added") << u"fr-FR/strings.xlf"_s << u"strings"_s << u"fr-FR"_s << true;
-    QTest::newRow("no suffix is not tried as given")
+    QTest::newRow("name without a suffix is not tried as given")
         << u"fr-FR/strings"_s << u"strings"_s << u"fr-FR"_s << false;
     QTest::newRow("suffix as given") << u"fr-FR/strings.txt"_s << u"strings.txt"_s << u"fr-FR"_s << true;
     QTest::newRow("given suffix is not replaced")
         << u"fr-FR/strings.xlf"_s << u"strings.txt"_s << u"fr-FR"_s << false;
     QTest::newRow("two suffixes") << u"fr-FR/strings.tar.gz"_s << u"strings.tar.gz"_s << u"fr-FR"_s << true;
     QTest::newRow("name that is only a suffix") << u"fr-FR/.hidden"_s << u".hidden"_s << u"fr-FR"_s << true;
-    QTest::newRow("dot at the end is no suffix")
+    QTest::newRow("dot at the end is not a suffix")
         << u"fr-FR/strings..xlf"_s << u"strings."_s << u"fr-FR"_s << true;
     QTest::newRow("suffix and a dot at the end")
         << u"fr-FR/strings.txt."_s << u"strings.txt."_s << u"fr-FR"_s << true;
@@ -402,7 +402,7 @@ void tst_GeneralUtilEnvironment::FindLocaleFile_data()
     QTest::newRow("not in the folder itself") << u"strings.xlf"_s << u"strings"_s << u"fr-FR"_s << false;
     QTest::newRow("underscore of a given locale is kept")
         << u"fr-FR/strings.xlf"_s << u"strings"_s << u"fr_FR"_s << false;
-    QTest::newRow("locale as it is spelled")
+    QTest::newRow("spelling of a given locale is kept")
         << u"zz_Any thing/strings.xlf"_s << u"strings"_s << u"zz_Any thing"_s << true;
     QTest::newRow("missing") << u"fr-FR/other.xlf"_s << u"strings"_s << u"fr-FR"_s << false;
     QTest::newRow("folder of that name exists")
@@ -442,7 +442,7 @@ void tst_GeneralUtilEnvironment::FindLocaleFile_folderOrder()
 
 void tst_GeneralUtilEnvironment::FindLocaleFile_applicationFolder()
 {
-    // A new folder beside the program takes the role of the locale's folder.
+    // A new folder beside the program serves as the folder of a locale; its name is that of the locale.
     const QTemporaryDir localeFolder(GeneralUtil::GetAppDirPath() + "/locale-XXXXXX"_L1);
     QVERIFY(localeFolder.isValid());
     const QString locale = QFileInfo(localeFolder.path()).fileName();

@@ -320,7 +320,7 @@ void tst_GeneralUtilFiles::GetFiles_fileAsFolder_data()
 
     QTest::newRow("file") << u"a.txt"_s << u""_s << false << QStringList{u"a.txt"_s};
     QTest::newRow("file in a sub-folder") << u"sub/b.txt"_s << u""_s << false << QStringList{u"sub/b.txt"_s};
-    QTest::newRow("file, also in the sub-folders")
+    QTest::newRow("file, also found in the sub-folders")
         << u"a.txt"_s << u""_s << true << QStringList{u"a.txt"_s, u"sub/a.txt"_s};
     QTest::newRow("name as a pattern") << u"a.*"_s << u""_s << false << QStringList{u"a.log"_s, u"a.txt"_s};
     QTest::newRow("missing") << u"c.txt"_s << u""_s << false << QStringList();
@@ -435,7 +435,7 @@ void tst_GeneralUtilFiles::DeleteFiles_data()
         {u"d/"_s, u"d/sub/"_s, u"d/sub/c.tmp"_s, u"d/sub/e.txt"_s});
     row("no match", tree, u"*.xml"_s, kFilesOnly, true,
         {u"d/"_s, u"d/a.tmp"_s, u"d/b.txt"_s, u"d/sub/"_s, u"d/sub/c.tmp"_s, u"d/sub/e.txt"_s});
-    row("folder holds nothing", {u"d/"_s}, u""_s, kFilesOnly, false, {});
+    row("empty folder", {u"d/"_s}, u""_s, kFilesOnly, false, {});
 
     row("empty folders are removed, not recursive", {u"d/a.tmp"_s, u"d/b.txt"_s, u"d/e/f/"_s, u"d/g/"_s},
         u"*.tmp"_s, kFilesOnly, false, {u"d/"_s, u"d/b.txt"_s});
@@ -450,9 +450,9 @@ void tst_GeneralUtilFiles::DeleteFiles_data()
     row("hidden folders are kept, even if empty", {u"d/.s/"_s, u"d/a"_s}, u""_s, kFilesOnly, true,
         {u"d/"_s, u"d/.s/"_s});
     // Folders that are listed as files cannot be deleted as files; removing empty folders uses its own list.
-    row("listed folders are failures", {u"d/a"_s, u"d/sub/b"_s}, u""_s, kFilesOnly | QDir::Dirs, true, {},
-        false);
-    row("listed folders, not recursive", {u"d/a"_s, u"d/sub/b"_s}, u""_s,
+    row("folders are listed too, which fails", {u"d/a"_s, u"d/sub/b"_s}, u""_s, kFilesOnly | QDir::Dirs, true,
+        {}, false);
+    row("folders are listed too, not recursive", {u"d/a"_s, u"d/sub/b"_s}, u""_s,
         kFilesOnly | QDir::Dirs | QDir::NoDotAndDotDot, false, {u"d/"_s, u"d/sub/"_s, u"d/sub/b"_s}, false);
 }
 
@@ -676,7 +676,7 @@ void tst_GeneralUtilFiles::GetUniqueFile_data()
     row("no placeholder, in use", {u"a.txt"_s, u"a_.txt"_s}, u"_"_s, u""_s, true, 2, u""_s);
     row("no placeholder, first try in use", {u"a.txt"_s, u"ab.txt"_s, u"a_.txt"_s}, u"_"_s, u"b"_s, true, 2,
         u""_s);
-    row("percent sign is no placeholder", {u"a.txt"_s, u"a%.txt"_s}, u"%"_s, u""_s, true, 2, u""_s);
+    row("percent sign is not a placeholder", {u"a.txt"_s, u"a%.txt"_s}, u"%"_s, u""_s, true, 2, u""_s);
     row("percent sign in front of a letter", {u"a.txt"_s, u"a%L.txt"_s}, u"%L"_s, u""_s, true, 2, u""_s);
 
     const QString last = QString::number(kLastCounter);
@@ -834,8 +834,8 @@ void tst_GeneralUtilFiles::FixInvalidCharsInFileName_data()
     QTest::newRow("backslash by itself") << u"a\\b"_s << u"\\"_s << u"a\\b"_s;
     QTest::newRow("backslashes of the replacement are replaced once")
         << u"a:b\\c"_s << u"x\\"_s << u"axx\\bx\\c"_s;
-    QTest::newRow("backslash and digit are no reference") << u"a:b"_s << u"1"_s << u"a1b"_s;
-    QTest::newRow("backslash and 0 are no reference") << u"a:b"_s << u"\\0"_s << u"a\\00b"_s;
+    QTest::newRow("backslash and digit are not a reference") << u"a:b"_s << u"1"_s << u"a1b"_s;
+    QTest::newRow("backslash and 0 are not a reference") << u"a:b"_s << u"\\0"_s << u"a\\00b"_s;
     QTest::newRow("line breaks are kept") << u"a\nb:"_s << u"_"_s << u"a\nb_"_s;
     QTest::newRow("similar characters are kept") << u"a\uFF1Ab\u2215c"_s << u"_"_s << u"a\uFF1Ab\u2215c"_s;
     QTest::newRow("empty") << u""_s << u"_"_s << u""_s;

@@ -126,7 +126,7 @@ void tst_GeneralUtilPaths::CleanPath_data()
         << u" \\\\server\\share// "_s << u"\\\\server\\share"_s;
     QTest::newRow("server, both kinds in front") << u"\\/server//share/"_s << u"\\/server/share"_s;
     QTest::newRow("server, slash and backslash in front") << u"/\\server/share/"_s << u"/\\server/share"_s;
-    QTest::newRow("backslash in front is no slash") << u"\\a/"_s << u"\\a"_s;
+    QTest::newRow("backslash in front is not a slash") << u"\\a/"_s << u"\\a"_s;
 
     QTest::newRow("scheme") << u"ftp:\\\\a\\b"_s << u"ftp://a/b"_s;
     QTest::newRow("scheme, nothing else changes") << u" ftp:\\a/../b//c/. "_s << u" ftp:/a/../b//c/. "_s;
@@ -366,14 +366,14 @@ void tst_GeneralUtilPaths::IsParentPath_data()
     row("leaves the parent", u"a/b"_s, u"a/b/../c"_s, false, false);
     row("with and without a leading slash", u"/a"_s, u"a/b"_s, true, true);
     row("beyond ASCII, other case", u"Ä"_s, u"ä/b"_s, true, true);
-    row("no full folding", u"ss"_s, u"ß/b"_s, false, false);
+    row("simple case folding only", u"ss"_s, u"ß/b"_s, false, false);
     row("drive", u"C:/a"_s, u"c:\\A\\b"_s, true, true);
     row("drive alone", u"C:"_s, u"C:/a"_s, true, true);
     row("other drive", u"C:/a"_s, u"D:/a/b"_s, false, false);
     row("scheme", u"http://h/a"_s, u"HTTP://h/a/b"_s, true, true);
     row("root and a path", u"/"_s, u"/a"_s, false, false);
-    // Without its only character, the root is the beginning of every path, but only "/" continues with a
-    // slash.
+    // Cleaning removes the leading slash of every path except "/". So only "/" counts as below the root, and
+    // as below an empty path.
     row("root and itself", u"/"_s, u"/"_s, true, true);
     row("empty and root", u""_s, u"/"_s, true, true);
     row("empty and a path", u""_s, u"a"_s, false, false);
@@ -426,7 +426,7 @@ void tst_GeneralUtilPaths::GetCommonParentPath_data()
     row("same", u"a/b"_s, u"a/b"_s, u"a/b"_s);
     row("one below the other", u"a/b"_s, u"a/b/c"_s, u"a/b"_s);
     row("segments count, not letters", u"a/bc"_s, u"a/bd"_s, u"a"_s);
-    row("first difference ends it", u"a/b/c"_s, u"a/x/c"_s, u"a"_s);
+    row("equal segments after the first difference", u"a/b/c"_s, u"a/x/c"_s, u"a"_s);
     row("nothing in common", u"/a/b"_s, u"/c/b"_s, u""_s);
     row("cleaned first", u" /a/./b//c "_s, u"a/x/../b/d/"_s, u"a/b"_s);
     row("drives differ", u"C:/a/b"_s, u"D:/a/b"_s, u""_s);
@@ -434,7 +434,7 @@ void tst_GeneralUtilPaths::GetCommonParentPath_data()
     row("none and drive", u"/a/b"_s, u"C:/a/b"_s, u""_s);
     row("same drive", u"C:/a/b"_s, u"C:/A/c"_s, u"c:/a"_s);
     row("same drive, other case, backslashes", u"C:\\a\\b"_s, u"c:/a/c"_s, u"c:/a"_s);
-    row("same drive, characters that no URL has", u"C:/a %b|/x"_s, u"C:/a %b|/y"_s, u"c:/a %b|"_s);
+    row("same drive, characters that URLs do not allow", u"C:/a %b|/x"_s, u"C:/a %b|/y"_s, u"c:/a %b|"_s);
     row("same drive alone", u"C:/a"_s, u"C:/b"_s, GeneralUtil::CleanPath(u"c:"_s));
     row("drive, relative", u"C:a/b"_s, u"C:/a/c"_s, u"c:/a"_s);
     row("first has a scheme", u"http://h/a"_s, u"http://h/b"_s, u""_s);
@@ -442,7 +442,7 @@ void tst_GeneralUtilPaths::GetCommonParentPath_data()
     row("drive and scheme", u"C:/a"_s, u"cc:/a"_s, u""_s);
     row("colon further on in the first", u"/a/b:c"_s, u"/a/b:c"_s, u""_s);
     row("colon further on in the second", u"/a/b"_s, u"/a/b:c"_s, u""_s);
-    row("digit and colon is no drive", u"1:/a"_s, u"1:/b"_s, u"/1:"_s);
+    row("digit and colon is not a drive", u"1:/a"_s, u"1:/b"_s, u"/1:"_s);
     row("roots", u"/"_s, u"/"_s, u"/"_s);
     row("root and a path", u"/"_s, u"/a"_s, u""_s);
     row("empty and a path", u""_s, u"/a"_s, u""_s);

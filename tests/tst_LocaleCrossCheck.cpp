@@ -1,8 +1,8 @@
 // SPDX-FileCopyrightText: 2026 The QvUtil developers
 // SPDX-License-Identifier: MIT
 
-// Compares the table of locales with ICU's data. Known differences are listed here; any other one is an error
-// in the table or a change in ICU that needs a look.
+// Compares the table of locales with ICU's data. Known differences are listed here; any other difference
+// is an error in the table, or a change in ICU that must be checked.
 #include "locale/LocaleTable_p.h"
 #include "support/TestSupport.h"
 

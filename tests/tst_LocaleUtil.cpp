@@ -132,7 +132,7 @@ private Q_SLOTS:
 
     void ResolveTranslatorFile_data();
     void ResolveTranslatorFile();
-    void ResolveTranslatorFile_rootIsNoModulesFolder();
+    void ResolveTranslatorFile_rootIsNotAModulesFolder();
     void ResolveTranslatorFile_noApplication();
 
 private:
@@ -249,7 +249,7 @@ void tst_LocaleUtil::Lookup_everyCharacterForEveryLetter()
             const bool same = QString(character).compare(QString(letter), Qt::CaseInsensitive) == 0;
             const QString name = QString(place.first).replace(place.second, 1, character);
             const bool found = !LocaleUtil::LocaleNameToDisplayName(name).isEmpty();
-            if ((same && !found) || (found && !AgreesWithWalk(name))) // found can also be another record
+            if ((same && !found) || (found && !AgreesWithWalk(name))) // or it is the name of another locale
                 QFAIL(qPrintable(u"U+%1 for %2"_s.arg(uint(code), 4, 16).arg(letter)));
             beyondAscii += same ? 1 : 0;
         }
@@ -286,8 +286,8 @@ void tst_LocaleUtil::Lookup_oddNames_data()
     QTest::newRow("longest possible") << u"az-Cyrl-AZ-abcd"_s;
     QTest::newRow("as long as the field") << u"az-Cyrl-AZ-abcde"_s;
     QTest::newRow("known name, then very long") << u"en-US"_s + QString(100'000, u'x');
-    QTest::newRow("dotted capital I is no i") << u"\u0130s"_s;
-    QTest::newRow("dotless i is no i") << u"\u0131s"_s;
+    QTest::newRow("dotted capital I is not an i") << u"\u0130s"_s;
+    QTest::newRow("dotless i is not an i") << u"\u0131s"_s;
     QTest::newRow("full-width letters") << u"\uff41\uff46"_s;
     QTest::newRow("ligature") << u"\ufb06"_s;
     QTest::newRow("long s") << u"\u017fv-\u017fE"_s;
@@ -440,7 +440,7 @@ void tst_LocaleUtil::UserLocale_data()
     row("script that is not in the table", {"zh-Hans_CN"}, "zh-Hans_CN", u"en-US"_s, 0x0409);
     row("region that is not in the table", {"de_XX"}, "de_XX", u"en-US"_s, 0x0409);
     row("C", {"C.UTF-8"}, "C", u"en-US"_s, 0x0409);
-    row("no UTF-8", {"\xff\xfe"}, "\xff\xfe", u"en-US"_s, 0x0409);
+    row("not UTF-8", {"\xff\xfe"}, "\xff\xfe", u"en-US"_s, 0x0409);
     row("nothing", {}, "", u"en-US"_s, 0x0409);
     row("messages", {"", "fr_CA.UTF-8", "de_DE"}, "fr_CA", u"fr-CA"_s, 0x0c0c);
     row("language variable", {"", "", "de_DE.UTF-8"}, "de_DE", u"de-DE"_s, 0x0407);
@@ -588,7 +588,8 @@ void tst_LocaleUtil::ResolveTranslatorFile_data()
     row("name from a module that begins with its only dot", {none, u".so"_s}, {u"app/.qm"_s}, u"app/.qm"_s);
     row("suffix is added", {none, module, u"x"_s}, {u"app/x"_s}, none);
     row("suffix as given", {none, module, u"x.txt"_s}, {u"app/x.txt"_s, u"app/x.txt.qm"_s}, u"app/x.txt"_s);
-    row("dot at the end counts", {none, module, u"x."_s}, {u"app/x."_s, u"app/x..qm"_s}, u"app/x."_s);
+    row("dot at the end counts as a suffix", {none, module, u"x."_s}, {u"app/x."_s, u"app/x..qm"_s},
+        u"app/x."_s);
     row("file with a folder", {none, module, u"a/x"_s}, {u"app/a/x.qm"_s}, u"app/a/x.qm"_s);
     row("folder given", {none, module, u"x"_s, u"de"_s, u"lib"_s}, everywhere, everywhere.at(2));
     row("folder given, sub-folder not tried", {none, module, u"x"_s, u"de"_s, u"lib"_s}, {u"lib/de/x.qm"_s},
@@ -634,7 +635,7 @@ void tst_LocaleUtil::ResolveTranslatorFile()
 }
 
 // A module that is not loaded has no folder. An empty folder must not stand for the root folder.
-void tst_LocaleUtil::ResolveTranslatorFile_rootIsNoModulesFolder()
+void tst_LocaleUtil::ResolveTranslatorFile_rootIsNotAModulesFolder()
 {
     QVERIFY(WriteFile(mRoot + "/x.qm"_L1, "content"));
     const QString fromRoot = mRoot.mid(1); // without the leading slash

@@ -61,7 +61,7 @@ using Variable = std::optional<QByteArray>;
 // How many more times shared memory appears to be missing.
 std::atomic<int> gMissing = 0;
 
-// An attack of another user on a private folder.
+// When another user attacks a private folder.
 enum class Attack {
     None,
     AfterMakingTheFolder,
@@ -71,8 +71,8 @@ Attack gAttack = Attack::None;
 QByteArray gVictim; // the folder that a link leads to
 QByteArray gPrivateFolder;
 
-// Replaces the private folder by a link to the victim.
-void ReplaceByLink()
+// Replaces the private folder with a link to the victim.
+void ReplaceWithLink()
 {
     QCOMPARE(std::rename(gPrivateFolder.constData(), (gPrivateFolder + ".moved").constData()), 0);
     QCOMPARE(::symlink(gVictim.constData(), gPrivateFolder.constData()), 0);
@@ -100,7 +100,7 @@ extern "C" Q_DECL_EXPORT char* mkdtemp(char* name) noexcept
     char* const made = next(name);
     gPrivateFolder = made;
     if (gAttack == Attack::AfterMakingTheFolder)
-        ReplaceByLink();
+        ReplaceWithLink();
     return made;
 }
 
@@ -109,7 +109,7 @@ extern "C" Q_DECL_EXPORT int bind(int socket, const sockaddr* address, socklen_t
     using Function = int (*)(int, const sockaddr*, socklen_t);
     static const auto next = reinterpret_cast<Function>(::dlsym(RTLD_NEXT, "bind"));
     if (gAttack == Attack::BeforeBinding)
-        ReplaceByLink();
+        ReplaceWithLink();
     return next(socket, address, length);
 }
 
@@ -229,7 +229,7 @@ void tst_PlatformLinux::GetUserApplicationSupportFolder_data()
     QTest::newRow("tilde") << Variable("~/data") << home + "/.local/share"_L1 << home + "/.local/share"_L1;
     QTest::newRow("absolute") << Variable("/data") << u"/data"_s << u"/data"_s;
     QTest::newRow("not clean") << Variable("/x/../data//") << u"/x/../data//"_s << u"/data"_s;
-    QTest::newRow("colon is no separator") << Variable("/a:/b") << u"/a:/b"_s << u"/a:/b"_s;
+    QTest::newRow("colon is not a separator") << Variable("/a:/b") << u"/a:/b"_s << u"/a:/b"_s;
     QTest::newRow("not ASCII") << Variable("/donn\xc3\xa9"
                                            "es")
                                << u"/donn\u00e9es"_s << u"/donn\u00e9es"_s;
@@ -258,7 +258,7 @@ void tst_PlatformLinux::GetMachineApplicationSupportFolder_data()
     QTest::newRow("unset") << Variable() << u"/usr/local/share"_s << u"/usr/local/share"_s;
     QTest::newRow("empty") << Variable("") << u"/usr/local/share"_s << u"/usr/local/share"_s;
     QTest::newRow("relative") << Variable("data") << u"/usr/local/share"_s << u"/usr/local/share"_s;
-    QTest::newRow("one") << Variable("/opt/share") << u"/opt/share"_s << u"/opt/share"_s;
+    QTest::newRow("one folder") << Variable("/opt/share") << u"/opt/share"_s << u"/opt/share"_s;
     QTest::newRow("first of two") << Variable("/opt/share:/usr/share") << u"/opt/share"_s << u"/opt/share"_s;
     QTest::newRow("empty first") << Variable("::/usr/share") << u"/usr/share"_s << u"/usr/share"_s;
     QTest::newRow("relative first") << Variable("a:/usr/share") << u"/usr/share"_s << u"/usr/share"_s;
@@ -289,12 +289,12 @@ void tst_PlatformLinux::IsProcessRunning_data()
     QTest::addColumn<bool>("expected");
 
     const qint64 own = QCoreApplication::applicationPid();
-    QTest::newRow("this one") << own << true;
-    QTest::newRow("the first of the system") << qint64(1) << true;
-    QTest::newRow("0, which would mean this group") << qint64(0) << false;
-    QTest::newRow("-1, which would mean everybody") << qint64(-1) << false;
-    QTest::newRow("the negative of this one") << -own << false;
-    QTest::newRow("this one in the low half of a long number") << own + (qint64(1) << 32) << false;
+    QTest::newRow("this process") << own << true;
+    QTest::newRow("first process of the system") << qint64(1) << true;
+    QTest::newRow("0, which stands for this process group") << qint64(0) << false;
+    QTest::newRow("-1, which stands for all processes") << qint64(-1) << false;
+    QTest::newRow("this process, negated") << -own << false;
+    QTest::newRow("this process in the lower 32 bits") << own + (qint64(1) << 32) << false;
     QTest::newRow("largest number") << std::numeric_limits<qint64>::max() << false;
     QTest::newRow("smallest number") << std::numeric_limits<qint64>::min() << false;
     QTest::newRow("largest process id") << qint64(std::numeric_limits<pid_t>::max()) << false;
@@ -466,7 +466,7 @@ void tst_PlatformLinux::ListenAt_followsNoLink_data()
     QTest::newRow("before the socket is bound, to other files") << Attack::BeforeBinding << u"notes"_s;
 }
 
-// In a shared folder that is not sticky, another user can replace the private folder by a link.
+// In a shared folder that is not sticky, another user can replace the private folder with a link.
 void tst_PlatformLinux::ListenAt_followsNoLink()
 {
     QFETCH(const Attack, attack);

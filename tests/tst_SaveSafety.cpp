@@ -266,7 +266,7 @@ void tst_SaveSafety::Kill_leavesACompleteFile()
         // The next save removes what this one may have left, so that nothing accumulates.
         QVERIFY2(FolderContent(mDir->path()).size() <= 2, qPrintable(FolderContent(mDir->path()).join(u' ')));
         const qsizetype number = mDocuments.indexOf(ReadFile(file));
-        QVERIFY2(number >= 0, qPrintable(u"torn after kill %1"_s.arg(i)));
+        QVERIFY2(number >= 0, qPrintable(u"damaged after kill %1"_s.arg(i)));
         seen.insert(number);
     }
     QVERIFY(SaveDocument(file, 0));
@@ -603,12 +603,12 @@ void tst_SaveSafety::Permissions_openedSettings_data()
     QTest::addColumn<QByteArray>("state");
 
     const QByteArray good = "<Settings/>";
-    const QByteArray torn = "<Settings";
+    const QByteArray truncated = "<Settings";
     QTest::newRow("may be written, not read") << 0755 << 0200 << good << QByteArray("unreadable\n");
     QTest::newRow("neither written nor read") << 0755 << 0000 << good << QByteArray("unreadable\n");
-    QTest::newRow("torn, may not be read") << 0755 << 0200 << torn << QByteArray("unreadable\n");
+    QTest::newRow("truncated, may not be read") << 0755 << 0200 << truncated << QByteArray("unreadable\n");
     QTest::newRow("folder that cannot be entered") << 0600 << 0644 << good << QByteArray("unreadable\n");
-    QTest::newRow("torn, may not be renamed") << 0555 << 0644 << torn << QByteArray("unreadable\n");
+    QTest::newRow("truncated, may not be renamed") << 0555 << 0644 << truncated << QByteArray("unreadable\n");
 }
 
 void tst_SaveSafety::Permissions_openedSettings()

@@ -39,7 +39,7 @@ using TestSupport::WriteFile;
 namespace {
 int gLockError = 0;
 int gAttributeError = 0; ///< if not 0, the error for all operations on extended attributes
-/// A file that is removed before it can be locked, as by another save that took it for a stale one.
+/// A file that is removed before it can be locked, as if another save took it for a stale one.
 const char* gTakenFile = nullptr;
 // The only object that is constructed before main().
 const QByteArray kOld = "<Old><!-- not yet replaced --></Old>"; // clazy:exclude=non-pod-global-static
@@ -499,7 +499,7 @@ void tst_SaveSafetyLinux::FullFileSystem_settingsStayDirty()
 
 void tst_SaveSafetyLinux::MountedFile_isWrittenDirectly()
 {
-    // As containers do with a single configuration file: it cannot be replaced by renaming.
+    // Containers often mount a single configuration file. Renaming cannot replace such a file.
     QVERIFY(WriteFile(Path(u"real.xml"_s), kOld));
     QVERIFY(WriteFile(Path(u"s.xml"_s), QByteArray()));
     const QByteArray mounted = QFile::encodeName(Path(u"s.xml"_s));

@@ -1195,7 +1195,7 @@ void tst_Settings::OpenFile_setsADamagedFileAside_data()
 
     QTest::newRow("truncated") << QByteArray("<Settings>\n<Panel") << 2;
     QTest::newRow("empty") << QByteArray() << 1;
-    QTest::newRow("not XML") << QByteArray("torn") << 1;
+    QTest::newRow("not XML") << QByteArray("damaged") << 1;
     QTest::newRow("two roots") << QByteArray("<A/>\n\n<B/>") << 3;
 }
 
@@ -1226,11 +1226,11 @@ void tst_Settings::OpenFile_setsSeveralAside()
 {
     const QString file = Path(u"s.xml"_s);
     for (const QString& kept : {u".damaged"_s, u".damaged-2"_s, u".damaged-3"_s}) {
-        QVERIFY(WriteFile(file, "torn" + kept.toUtf8()));
+        QVERIFY(WriteFile(file, "damaged" + kept.toUtf8()));
         Settings settings;
         QCOMPARE(settings.OpenFile(file, u"Settings"_s), Settings::FileState::SetAside);
         QCOMPARE(settings.GetSetAsideFile(), file + kept);
-        QCOMPARE(ReadFile(file + kept), "torn" + kept.toUtf8());
+        QCOMPARE(ReadFile(file + kept), "damaged" + kept.toUtf8());
     }
 }
 
@@ -1253,7 +1253,7 @@ void tst_Settings::OpenFile_setsTheTargetOfALinkAside()
     const QString link = Path(u"link.xml"_s);
     const QString real = Path(u"real/s.xml"_s);
     QVERIFY(QDir().mkpath(Path(u"real"_s)));
-    QVERIFY(WriteFile(real, "torn"));
+    QVERIFY(WriteFile(real, "damaged"));
     QCOMPARE(::symlink("s.xml", QFile::encodeName(Path(u"real/other.xml"_s)).constData()), 0);
     const QByteArray leadsTo = QFile::encodeName(isAbsolute ? Path(target) : target);
     QCOMPARE(::symlink(leadsTo.constData(), QFile::encodeName(link).constData()), 0);
@@ -1264,7 +1264,7 @@ void tst_Settings::OpenFile_setsTheTargetOfALinkAside()
                  QFileInfo(Path(u"real"_s)).canonicalFilePath() + u"/s.xml.damaged"_s);
         settings.WriteInt(u"Panel"_s, u"Width"_s, 7);
     }
-    QCOMPARE(ReadFile(Path(u"real/s.xml.damaged"_s)), QByteArray("torn"));
+    QCOMPARE(ReadFile(Path(u"real/s.xml.damaged"_s)), QByteArray("damaged"));
     QVERIFY(!QFileInfo::exists(link + u".damaged"_s));
     QCOMPARE(std::filesystem::read_symlink(QFile::encodeName(link).toStdString()).string(),
              leadsTo.toStdString());
@@ -1278,7 +1278,7 @@ void tst_Settings::OpenFile_cannotBeRead_data()
 {
     QTest::addColumn<bool>("isFolder");
 
-    QTest::newRow("a folder") << true; // for every user
+    QTest::newRow("a folder") << true; // not even root can read it as a file
     QTest::newRow("no file descriptor is left") << false;
 }
 
@@ -1319,13 +1319,13 @@ void tst_Settings::OpenFile_cannotBeSetAside()
 {
     // With ".damaged", the name would be longer than any system allows.
     const QString file = Path(u"s"_s.repeated(250));
-    QVERIFY(WriteFile(file, "torn"));
+    QVERIFY(WriteFile(file, "damaged"));
     Settings settings;
     QCOMPARE(settings.OpenFile(file, u"Settings"_s), Settings::FileState::Unreadable);
     QCOMPARE(settings.GetSetAsideFile(), QString());
     QCOMPARE(settings.GetLoadError().Line, 1);
     settings.WriteInt(u"Panel"_s, u"Width"_s, 7);
-    QCOMPARE(ReadFile(file), QByteArray("torn"));
+    QCOMPARE(ReadFile(file), QByteArray("damaged"));
 }
 
 void tst_Settings::OpenFile_dropsOldContent()
@@ -1511,7 +1511,7 @@ void tst_Settings::UnreadableFile_isLeftAlone()
 
 void tst_Settings::UnreadableFile_relativeWrites()
 {
-    QVERIFY(WriteFile(Path(u"s.xml"_s), "torn"));
+    QVERIFY(WriteFile(Path(u"s.xml"_s), "damaged"));
     Settings settings(Path(u"s.xml"_s), u"Settings"_s);
 
     // No root was created, and each write restores the null cursor.
@@ -1558,7 +1558,7 @@ void tst_Settings::UnreadableFile_absoluteWrites()
 {
     QFETCH(const QStringList, paths);
     QFETCH(const QByteArray, expected);
-    QVERIFY(WriteFile(Path(u"s.xml"_s), "torn"));
+    QVERIFY(WriteFile(Path(u"s.xml"_s), "damaged"));
     {
         Settings settings(Path(u"s.xml"_s), u"Ignored"_s);
         for (int i = 0; i < paths.size(); ++i)
@@ -1569,19 +1569,19 @@ void tst_Settings::UnreadableFile_absoluteWrites()
 
 void tst_Settings::UnreadableFile_blankPath()
 {
-    QVERIFY(WriteFile(Path(u"s.xml"_s), "torn"));
+    QVERIFY(WriteFile(Path(u"s.xml"_s), "damaged"));
     {
         Settings settings(Path(u"s.xml"_s), u"Settings"_s);
         settings.WriteInt(QString(), u"V"_s, 1); // leads nowhere
         settings.Save();
         QVERIFY(settings.IsEmpty());
     }
-    QCOMPARE(ReadFile(Path(u"s.xml"_s)), QByteArray("torn"));
+    QCOMPARE(ReadFile(Path(u"s.xml"_s)), QByteArray("damaged"));
 }
 
 void tst_Settings::UnreadableFile_severalRootsDoNotLoadAgain()
 {
-    QVERIFY(WriteFile(Path(u"s.xml"_s), "torn"));
+    QVERIFY(WriteFile(Path(u"s.xml"_s), "damaged"));
     {
         Settings settings(Path(u"s.xml"_s), u"Settings"_s);
         settings.WriteInt(u"A"_s, u"V"_s, 1);

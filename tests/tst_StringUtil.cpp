@@ -99,7 +99,7 @@ void tst_StringUtil::Trim_data()
         << QStringList{u"  "_s, u""_s, u"x"_s} << QStringList{u""_s, u""_s, u"x"_s};
     QTest::newRow("white space beyond ASCII")
         << QStringList{u"\u00A0a\u2003"_s, u"\u3000b\u0085"_s} << QStringList{u"a"_s, u"b"_s};
-    QTest::newRow("a zero is no white space")
+    QTest::newRow("a zero is not white space")
         << QStringList{QString(QChar(0))} << QStringList{QString(QChar(0))};
 }
 
@@ -254,7 +254,8 @@ void tst_StringUtil::ResolveVariables_data()
     row("white space in the name", u"$(A B)"_s, {{u"A B"_s, u"1"_s}}, u"$(A B)"_s, 0);
     row("white space around the name", u"$( A )"_s, a1, u"$( A )"_s, 0);
     row("line break in the name", u"$(A\nB)$(A)"_s, a1, u"$(A\nB)1"_s, 1);
-    row("white space beyond ASCII is no white space", u"$(A\u00A0B)"_s, {{u"A\u00A0B"_s, u"1"_s}}, u"1"_s, 1);
+    row("white space beyond ASCII does not end a name", u"$(A\u00A0B)"_s, {{u"A\u00A0B"_s, u"1"_s}}, u"1"_s,
+        1);
     row("never closed", u"$(A"_s, a1, u"$(A"_s, 0);
     row("never closed, then a reference", u"$(B $(A)"_s, a1, u"$(B 1"_s, 1);
     row("leading dollar signs", u"$$(A)"_s, a1, u"$1"_s, 1);

@@ -34,7 +34,8 @@ namespace {
 constexpr int kThreads = 4;
 constexpr int kRounds = 25;
 
-// Runs the work in all threads at once. It gets the thread's number, and returns whether it succeeded.
+// Runs the work in all threads at once. The work receives the thread's number, and returns whether it
+// succeeded.
 template <typename Work> int CountFailures(const Work& work)
 {
     std::atomic<int> failures = 0;

@@ -156,11 +156,12 @@ void tst_XlfTranslator::Translate_context_data()
     QTest::newRow("lower case, not folded case") << u"Stra\u00DFe.xml"_s << u"strasse.xml"_s << false;
     QTest::newRow("final sigma is kept") << u"\u039F\u03A3.xml"_s << u"\u03BF\u03C2.xml"_s << false;
     QTest::newRow("final sigma on both sides") << u"\u03BF\u03C2.xml"_s << u"/x/\u03BF\u03C2.xml"_s << true;
-    QTest::newRow("final sigma, capital asked") << u"\u03BF\u03C2.xml"_s << u"\u039F\u03A3.xml"_s << false;
+    QTest::newRow("final sigma, capital in the context")
+        << u"\u03BF\u03C2.xml"_s << u"\u039F\u03A3.xml"_s << false;
     QTest::newRow("sigma") << u"\u039F\u03A3.xml"_s << u"\u03BF\u03C3.xml"_s << true;
     QTest::newRow("Kelvin sign") << u"\u212A.xml"_s << u"k.xml"_s << true;
     QTest::newRow("letter beyond U+FFFF") << u"\U00010400.xml"_s << u"\U00010428.xml"_s << true;
-    QTest::newRow("backslash is no separator") << u"C:\\ui\\main.xml"_s << u"main.xml"_s << false;
+    QTest::newRow("backslash is not a separator") << u"C:\\ui\\main.xml"_s << u"main.xml"_s << false;
     QTest::newRow("backslashes in both") << u"C:\\ui\\Main.xml"_s << u"/x/c:\\UI\\main.xml"_s << true;
     QTest::newRow("original is a mark") << u"tr(/ui/main.xml)"_s << u"main.xml"_s << true;
     QTest::newRow("original is a mark, in full") << u"tr(main.xml)"_s << u"tr(main.xml)"_s << false;

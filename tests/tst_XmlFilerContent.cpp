@@ -190,7 +190,7 @@ void tst_XmlFilerContent::ReadBuffer_data()
     QTest::newRow("element first") << u"<r><A/>YWJj</r>"_s << QByteArray();
     QTest::newRow("instruction first") << u"<r><?p YWJj?>YWJj</r>"_s << QByteArray();
     QTest::newRow("no content") << u"<r/>"_s << QByteArray();
-    QTest::newRow("no base64") << u"<r>!!!!</r>"_s << QByteArray();
+    QTest::newRow("not base64") << u"<r>!!!!</r>"_s << QByteArray();
     QTest::newRow("a mark is not unwrapped") << u"<r>tr(YWJj)</r>"_s << QByteArray::fromBase64("tr(YWJj)");
 }
 
@@ -674,7 +674,7 @@ void tst_XmlFilerContent::Translate()
     QCOMPARE(filer.Translate(QString()), QString());
     filer.TranslateEnabled = false;
     QCOMPARE(filer.Translate(u"tr(Save)"_s), u"tr(Save)"_s);
-    // StripTr does not depend on it.
+    // StripTr does not depend on TranslateEnabled.
     QString text = u"tr(Save)"_s;
     QVERIFY(filer.StripTr(text));
     QCOMPARE(text, u"Save"_s);

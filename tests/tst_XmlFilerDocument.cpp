@@ -290,8 +290,8 @@ void tst_XmlFilerDocument::LoadFromXmlFile_cannotOpen_data()
     QTest::newRow("folder") << u"folder"_s;
     // The parts of the message are filled in one after the other, so that a placeholder in the path is
     // replaced.
-    QTest::newRow("folder whose name holds a mark") << u"a%1b"_s;
-    QTest::newRow("folder whose name holds a later mark") << u"a%2b"_s;
+    QTest::newRow("folder with %1 in its name") << u"a%1b"_s;
+    QTest::newRow("folder with %2 in its name") << u"a%2b"_s;
 }
 
 void tst_XmlFilerDocument::LoadFromXmlFile_cannotOpen()
@@ -323,7 +323,7 @@ void tst_XmlFilerDocument::LoadFromXmlFile_noPermission()
     const QString path = Path(u"secret.xml"_s);
     QVERIFY(TestSupport::WriteFile(path, "<r/>"));
     QVERIFY(QFile::setPermissions(path, {}));
-    // Another user must be able to reach the file to be refused.
+    // The other user must be able to enter the folder, so that only the file denies access.
     QVERIFY(QFile::setPermissions(mDir->path(),
                                   QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner | QFile::ExeOther));
     XmlFiler filer;

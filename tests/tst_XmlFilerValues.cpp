@@ -325,25 +325,24 @@ void tst_XmlFilerValues::ReadInteger_data()
     all("word", u"True"_s, none);
     all("full-width digits", u"１２"_s, none);
     QTest::newRow("minus one") << u"-1"_s << u"-1"_s << none << u"-1"_s << none;
-    QTest::newRow("int's largest") << u"2147483647"_s << u"2147483647"_s << u"2147483647"_s << u"2147483647"_s
-                                   << u"2147483647"_s;
+    QTest::newRow("largest int") << u"2147483647"_s << u"2147483647"_s << u"2147483647"_s << u"2147483647"_s
+                                 << u"2147483647"_s;
     QTest::newRow("above int") << u"2147483648"_s << none << u"2147483648"_s << u"2147483648"_s
                                << u"2147483648"_s;
-    QTest::newRow("int's smallest") << u"-2147483648"_s << u"-2147483648"_s << none << u"-2147483648"_s
-                                    << none;
+    QTest::newRow("smallest int") << u"-2147483648"_s << u"-2147483648"_s << none << u"-2147483648"_s << none;
     QTest::newRow("below int") << u"-2147483649"_s << none << none << u"-2147483649"_s << none;
-    QTest::newRow("unsigned int's largest")
+    QTest::newRow("largest unsigned int")
         << u"4294967295"_s << none << u"4294967295"_s << u"4294967295"_s << u"4294967295"_s;
     QTest::newRow("above unsigned int")
         << u"4294967296"_s << none << none << u"4294967296"_s << u"4294967296"_s;
-    QTest::newRow("64 bits' largest")
+    QTest::newRow("largest 64-bit number")
         << u"9223372036854775807"_s << none << none << u"9223372036854775807"_s << u"9223372036854775807"_s;
     QTest::newRow("above 64 bits") << u"9223372036854775808"_s << none << none << none
                                    << u"9223372036854775808"_s;
-    QTest::newRow("64 bits' smallest")
+    QTest::newRow("smallest 64-bit number")
         << u"-9223372036854775808"_s << none << none << u"-9223372036854775808"_s << none;
     QTest::newRow("below 64 bits") << u"-9223372036854775809"_s << none << none << none << none;
-    QTest::newRow("unsigned 64 bits' largest")
+    QTest::newRow("largest unsigned 64-bit number")
         << u"18446744073709551615"_s << none << none << none << u"18446744073709551615"_s;
     QTest::newRow("above unsigned 64 bits") << u"18446744073709551616"_s << none << none << none << none;
 }
@@ -540,8 +539,8 @@ void tst_XmlFilerValues::ReadRect_data()
     QTest::newRow("plain") << u"10,20,30,40"_s << QRect(10, 20, 30, 40);
     QTest::newRow("negative") << u"-1,-2,-3,-4"_s << QRect(-1, -2, -3, -4);
     QTest::newRow("blanks around the parts") << u" 1 , 2,3 ,4 "_s << QRect(1, 2, 3, 4);
-    QTest::newRow("first part no number") << u"a,2,3,4"_s << QRect(0, 2, 3, 4);
-    QTest::newRow("last part no number") << u"1,2,3,4.5"_s << QRect(1, 2, 3, 0);
+    QTest::newRow("first part not a number") << u"a,2,3,4"_s << QRect(0, 2, 3, 4);
+    QTest::newRow("last part not a number") << u"1,2,3,4.5"_s << QRect(1, 2, 3, 0);
     QTest::newRow("parts empty") << u",,,"_s << QRect(0, 0, 0, 0);
     QTest::newRow("part too large") << u"1,99999999999,3,4"_s << QRect(1, 0, 3, 4);
     QTest::newRow("right edge beyond int")
@@ -597,7 +596,7 @@ void tst_XmlFilerValues::ReadSize_data()
     const QSize none(7, 7);
     QTest::newRow("plain") << u"10,20"_s << QSize(10, 20);
     QTest::newRow("negative") << u"-1,-2"_s << QSize(-1, -2);
-    QTest::newRow("part no number") << u"a,2"_s << QSize(0, 2);
+    QTest::newRow("part not a number") << u"a,2"_s << QSize(0, 2);
     QTest::newRow("parts empty") << u","_s << QSize(0, 0);
     QTest::newRow("one part") << u"1"_s << none;
     QTest::newRow("three parts") << u"1,2,3"_s << none;
@@ -705,7 +704,7 @@ void tst_XmlFilerValues::WriteDate_data()
     QTest::newRow("local in UTC") << QByteArray("UTC") << QDateTime() << u"2024-07-01T12:00:05Z"_s;
     QTest::newRow("local in Kolkata")
         << QByteArray("Asia/Kolkata") << QDateTime() << u"2024-07-01T06:30:05Z"_s;
-    QTest::newRow("local in a summer")
+    QTest::newRow("local in daylight saving time")
         << QByteArray("America/New_York") << QDateTime() << u"2024-07-01T16:00:05Z"_s;
     for (const char* zone : {"UTC", "Asia/Kolkata", "America/New_York"}) {
         QTest::addRow("UTC, in %s", zone)

@@ -65,7 +65,7 @@ void tst_XmlRules::FindNonXmlCharacter_data()
     QTest::newRow("high surrogate") << u"a"_s + QChar(0xD800) + u"b"_s << qsizetype(1);
     QTest::newRow("low surrogate") << QString(QChar(0xDC00)) << qsizetype(0);
     QTest::newRow("surrogates in the wrong order") << QString(QChar(0xDC00)) + QChar(0xD800) << qsizetype(0);
-    QTest::newRow("no character") << u"a"_s + QChar(0xFFFE) << qsizetype(1);
+    QTest::newRow("noncharacter") << u"a"_s + QChar(0xFFFE) << qsizetype(1);
 }
 
 void tst_XmlRules::FindNonXmlCharacter()
@@ -84,12 +84,12 @@ void tst_XmlRules::IsXmlName_data()
     QTest::newRow("letters") << u"Panel"_s << true;
     QTest::newRow("letters beyond ASCII") << u"Größe"_s << true;
     QTest::newRow("prefix") << u"ui:Panel"_s << true;
-    QTest::newRow("digit, point and hyphen behind") << u"a1.2-3"_s << true;
+    QTest::newRow("digit, point and hyphen after a letter") << u"a1.2-3"_s << true;
     QTest::newRow("underscore first") << u"_a"_s << true;
     QTest::newRow("empty") << QString() << false;
     QTest::newRow("digit first") << u"1a"_s << false;
     QTest::newRow("space") << u"a b"_s << false;
-    QTest::newRow("space behind") << u"a "_s << false;
+    QTest::newRow("space at the end") << u"a "_s << false;
     QTest::newRow("attribute") << u"a b='c'"_s << false;
     QTest::newRow("slash") << u"a/"_s << false;
     QTest::newRow("markup") << u"a/><b"_s << false;
@@ -131,7 +131,8 @@ void tst_XmlRules::FindXmlProblem_data()
     row("zero bytes", QByteArray(16, '\0'), int(Kind::Malformed), 1, 1, {});
     row("control character after a reference", "<!DOCTYPE r>\n<r>&lt;\x01</r>", int(Kind::Malformed), 2, 9,
         {});
-    row("entity of its own", "<!DOCTYPE r [<!ENTITY e '&e;'>]>\n<r>&e;</r>", int(Kind::Malformed), 2, 6, {});
+    row("entity that refers to itself", "<!DOCTYPE r [<!ENTITY e '&e;'>]>\n<r>&e;</r>", int(Kind::Malformed),
+        2, 6, {});
     row("entity that is too long", "<!DOCTYPE r [<!ENTITY e '" + QByteArray(5000, 'x') + "'>]>\n<r>&e;</r>",
         int(Kind::LimitExceeded), 2, 6, u"4,096 characters"_s);
     row("too deep", QByteArray("<a>\n").repeated(1001), int(Kind::LimitExceeded), 1001, 3, u"1,000 deep"_s);
@@ -329,9 +330,9 @@ void tst_XmlRules::FindXmlProblem_endOfRoot_data()
 
     QTest::newRow("inside") << QByteArray("<r><a></r>") << qint64{-1} << qint64{-1};
     QTest::newRow("truncated") << QByteArray("<r>") << qint64{-1} << qint64{-1};
-    QTest::newRow("text behind") << QByteArray("<r/>noise") << qint64{4} << qint64{4};
+    QTest::newRow("text after the root") << QByteArray("<r/>noise") << qint64{4} << qint64{4};
     QTest::newRow("second root") << QByteArray("<r>\n</r>\n<r/>") << qint64{8} << qint64{8};
-    QTest::newRow("behind characters of several bytes")
+    QTest::newRow("root after characters of several bytes")
         << QByteArray("<r a='\xC3\xA4'>\xF0\x9F\x98\x80</r>noise") << qint64{18} << qint64{15};
 }
 

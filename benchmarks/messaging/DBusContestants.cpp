@@ -152,7 +152,7 @@ bool StartBus(QProcess& daemon, const QString& address)
     daemon.setProcessChannelMode(QProcess::ForwardedErrorChannel);
     daemon.start(u"dbus-daemon"_s,
                  {u"--nofork"_s, u"--print-address"_s, u"--config-file"_s, config.fileName()});
-    return daemon.waitForReadyRead(kAnswerTimeoutMs); // it prints the address when it listens
+    return daemon.waitForReadyRead(kAnswerTimeoutMs); // the daemon prints its address when it listens
 }
 
 int ServeBus(const QString& address)

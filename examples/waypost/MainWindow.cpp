@@ -287,7 +287,7 @@ void MainWindow::NewTour()
 
 void MainWindow::Open()
 {
-    // In the folder of the current tour, or of the last one.
+    // Start in the folder of the current tour or, without one, of the most recent file.
     const QString last = mSettings.RecentFiles().value(0);
     const QString current = mCurrent >= 0 ? mTours.At(mCurrent).File : QString();
     const QString file = current.isEmpty() ? last : current;
@@ -320,7 +320,8 @@ void MainWindow::SaveAs(int index)
     const QString chosen = dialog.selectedFiles().constFirst();
     const int open = mTours.Find(chosen);
     if (open >= 0 && open != index)
-        mNotices.Show(Text(u"AlreadyOpen"_s).arg(QDir::toNativeSeparators(chosen))); // two tours in one file
+        mNotices.Show(
+            Text(u"AlreadyOpen"_s).arg(QDir::toNativeSeparators(chosen))); // two tours cannot share a file
     else
         SaveTo(index, chosen);
 }
@@ -459,7 +460,7 @@ void MainWindow::DeletePoint()
     mTours.Change(mCurrent, u"DeletePoint"_s, tour);
 }
 
-// Takes over the text of an open editor before the tours are saved, closed or changed in another way.
+// Applies the text of an open editor before the tours are saved, closed or changed in another way.
 void MainWindow::FinishEditing()
 {
     mPointTable->FinishEditing();
@@ -695,7 +696,7 @@ void MainWindow::RestorePlace()
 
 QString MainWindow::NameOf(int tour) const
 {
-    // One line without control characters, which can be pasted into a name.
+    // Show one line without control characters: a pasted name may contain them.
     const QString name = XmlText(mTours.At(tour).Content.Name).simplified();
     return name.isEmpty() ? Text(u"Untitled"_s) : name;
 }

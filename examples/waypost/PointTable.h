@@ -22,13 +22,13 @@ public:
     /// \param kindName  returns the name of a kind in the current language
     explicit PointTable(KindName kindName, QWidget* parent = nullptr);
 
-    /// Shows the waypoints again, after any change. First takes over the text of an open editor.
+    /// Shows the waypoints again, after any change. First applies the text of an open editor.
     void Fill(const QList<Point>& points, Units units, const QLocale& locale);
     /// Selects a waypoint without emitting a signal.
     /// \param point  index into the tour's points; -1 for none
     void Select(int point);
     [[nodiscard]] bool IsEditing() const { return indexWidget(currentIndex()) != nullptr; }
-    /// Takes over the text of an open editor, and closes it.
+    /// Applies the text of an open editor, and closes it.
     void FinishEditing();
 
 Q_SIGNALS:

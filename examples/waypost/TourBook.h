@@ -34,7 +34,7 @@ public:
 
     [[nodiscard]] int Count() const { return static_cast<int>(mEntries.size()); }
     [[nodiscard]] const Entry& At(int index) const { return *mEntries[static_cast<size_t>(index)]; }
-    /// Finds a file, also by another path that leads to it.
+    /// Finds the tour of a file, even if it was opened under a different path.
     /// \return index of its tour; -1 if it is not open
     [[nodiscard]] int Find(const QString& file) const;
     [[nodiscard]] bool IsModified(int index) const { return !At(index).Changes.isClean(); }

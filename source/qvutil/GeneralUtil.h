@@ -376,7 +376,7 @@ public:
     /// Returns "x64/Release", whatever the build type of the library.
     /// \return always "x64/Release"
     [[nodiscard]] static QString GetBuild();
-    /// Returns whether a process is running. On macOS only applications count, not daemons and command-line
+    /// Returns whether a process is running. On macOS only applications count, not daemons or command-line
     /// tools. On Linux the processes of all users count; a zombie process does not.
     /// \param processId  the process id
     /// \return false also for numbers that are not valid process ids

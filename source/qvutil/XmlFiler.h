@@ -513,14 +513,14 @@ public:
 
     /// @}
     /// \name Element content
-    /// A read returns an empty value if there is no such element. Unless stated otherwise, a write does
-    /// nothing if the cursor is not on an element.
+    /// A read returns an empty value if the cursor is not on an element, or if there is no element at the
+    /// path. Unless stated otherwise, a write does nothing if the cursor is not on an element.
     ///
     /// The writes of this class do not mark a Settings as changed; call Settings::MarkChanged after them.
     /// @{
 
     /// Reads binary data, stored as base64 in the element's first child node (text or CDATA).
-    /// \return the data; empty if there is none
+    /// \return the data; empty if the element has none
     [[nodiscard]] QByteArray ReadBuffer();
     /// Reads binary data from the element at \p path.
     /// \param path  node path of the element
@@ -536,11 +536,11 @@ public:
     /// \param value  the data
     void WriteBuffer(const QString& path, const QByteArray& value);
 
-    /// Reads the element's first child node if it is text. Plain text of the form tr(...) is translated, a
+    /// Reads the element's first child node if it is text. Plain text of the form tr(...) is translated; a
     /// CDATA section is not.
     /// \return the text; empty if the first child is not text
     [[nodiscard]] QString ReadNodeText();
-    /// Reads text from the element at \p path. Plain text of the form tr(...) is translated, a CDATA section
+    /// Reads text from the element at \p path. Plain text of the form tr(...) is translated; a CDATA section
     /// is not.
     /// \param path  node path of the element
     /// \return the text; empty if the first child is not text
@@ -564,17 +564,17 @@ public:
     /// \param text   the text
     /// \param cdata  true for a CDATA section, false for plain text
     void WriteNodeText(const QString& path, const QString& text, bool cdata);
-    /// Deleted: a string literal would silently convert to the flag \a cdata. Write u"…"_s.
+    /// Deleted: a string literal would silently convert to the flag \a cdata. Pass u"…"_s instead.
     void WriteNodeText(const QString& path, const char* text) = delete;
     /// \overload
     template <typename Char> void WriteNodeText(const QString& path, const Char* text) = delete;
 
     /// Returns the element's content as markup.
-    /// \return the markup; empty if there is no such element
+    /// \return the markup; empty if the cursor is not on an element
     [[nodiscard]] QString ReadInnerXml();
     /// Returns the content of the element at \p path as markup.
     /// \param path  node path of the element
-    /// \copydetails ReadInnerXml()
+    /// \return the markup; empty if there is no element at \p path
     [[nodiscard]] QString ReadInnerXml(const QString& path);
     /// Parses markup and appends it to the element's content. If the document has no root element, a root
     /// element "Root" is created for it. Does not mark a Settings as changed.
@@ -589,12 +589,12 @@ public:
     /// \return false if the markup is malformed or empty
     bool WriteInnerXml(const QString& path, const QString& xml);
 
-    /// Returns the element as markup, including its own tags and attributes.
-    /// \return the markup; empty if there is no such element
+    /// Returns the element under the cursor as markup, including its own tags and attributes.
+    /// \return the markup; empty if the cursor is not on an element
     [[nodiscard]] QString ReadOuterXml();
     /// Returns the element at \p path as markup, including its own tags and attributes.
     /// \param path  node path of the element
-    /// \copydetails ReadOuterXml()
+    /// \return the markup; empty if there is no element at \p path
     [[nodiscard]] QString ReadOuterXml(const QString& path);
 
     /// Appends a comment to the element's content or, without a cursor, to the end of the document, which
@@ -629,7 +629,7 @@ public:
     /// @{
 
     /// Replaces references in the attribute values, text, CDATA sections and processing instructions of the
-    /// whole document. Names of elements and comments are not touched.
+    /// whole document. Element names and comments are not changed.
     /// \param variables  names and values; a value must not contain a reference to itself
     /// \return the number of replacements
     int ResolveVariables(const QMap<QString, QString>& variables);
@@ -689,7 +689,7 @@ private:
     const std::unique_ptr<Private> mPrivate;
 };
 
-/// Stores application settings in an XML file, and saves changes by itself. Values have types and are
+/// Stores application settings in an XML file, and saves changes automatically. Values have types and are
 /// addressed by node path and name.
 ///
 /// Each change through an operation of this class marks the store as changed and saves it, unless it was
@@ -720,7 +720,7 @@ private:
 /// the store or because another file replaced them.
 ///
 /// \par Threads
-/// Reentrant, as XmlFiler. Two objects with the same file are not synchronised: the last save wins.
+/// Reentrant, like XmlFiler. Two objects with the same file are not synchronised: the last save wins.
 /// \since QvUtil 1.0
 class QVUTIL_EXPORT Settings : public XmlFiler
 {
@@ -828,10 +828,10 @@ public:
     /// \param path  node path of the element
     /// \param text  the text
     void WriteNodeText(const QString& path, const QString& text);
-    /// Deleted: a string literal would silently convert to the flag \a cdata. Write u"…"_s.
+    /// Deleted: a string literal would silently convert to the flag \a cdata. Pass u"…"_s instead.
     void WriteNodeText(const QString& path, const char* text) = delete;
-    /// Removes an element, marks the store as changed, even if there was no such element, and saves it if
-    /// due.
+    /// Removes an element, marks the store as changed and saves it if due, even if there is no element at
+    /// \p path.
     /// \param path  node path of the element
     void DeleteNode(const QString& path);
 
@@ -911,8 +911,8 @@ public:
     /// in case. Unless a file was read before, the next call of Translate reads the new file.
     /// \param file  the XLIFF file
     void SetXlfFile(const QString& file);
-    /// Reads the XLIFF file now. Its translations replace those of the same documents; the others are kept.
-    /// If the file is missing or does not parse, the translations are unchanged.
+    /// Reads the XLIFF file now. Its translations replace those of the same documents; translations of other
+    /// documents are kept. If the file is missing or does not parse, the translations are unchanged.
     void ParseXlfFile();
     /// Translates a text.
     /// \param text     the source text

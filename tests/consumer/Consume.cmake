@@ -259,8 +259,8 @@ function(step_pkg_config_static)
     consume_by_pkg_config("${SCRATCH}/static" "${SCRATCH}/pkg_config_static" STATIC)
 endfunction()
 
-# Builds the application in the folder "checks" and runs its tests; both must succeed, or both must fail and
-# print WORDS.
+# Builds the application in the folder "checks" and runs its tests. Both must succeed; with FAILS_WITH, both
+# must fail with output that matches it.
 function(build_checks build)
     cmake_parse_arguments(PARSE_ARGV 1 arg "" "FAILS_WITH" "")
     set(build_command "${CMAKE_COMMAND}" --build "${build}")
@@ -277,8 +277,8 @@ function(build_checks build)
     endforeach()
 endfunction()
 
-# Checks that configuring a project fails, and prints WORDS, if the project calls a function of the package
-# as in CALL. The project has no tool.
+# Checks that a project without the tool cannot be configured if it contains CALL, a call of one of the
+# package's functions, and that the output matches WORDS.
 function(reject_call call words)
     set(project "${SCRATCH}/checks_rejected")
     file(REMOVE_RECURSE "${project}")
@@ -309,15 +309,15 @@ function(step_checks)
         message(FATAL_ERROR "The checks run again, though nothing has changed\n${output}")
     endif()
 
-    break_and_mend("${host}" menu.de.xlf "<target>Speichern</target>" "<target/>" "untranslated")
-    break_and_mend("${host}" menu.xml "open & writable" "open & (writable" "menu.xml")
-    break_and_mend("${host}" menu.xml "open & writable" "open & writeable" "this operand is unknown")
-    break_and_mend("${host}" CMakeLists.txt "ATTRIBUTES enabled" "ATTRIBUTES enabeld" "enabeld")
-    break_and_mend("${host}" conditions.txt "licensed | trial" "licensed | (trial" "conditions.txt")
+    break_and_repair("${host}" menu.de.xlf "<target>Speichern</target>" "<target/>" "untranslated")
+    break_and_repair("${host}" menu.xml "open & writable" "open & (writable" "menu.xml")
+    break_and_repair("${host}" menu.xml "open & writable" "open & writeable" "this operand is unknown")
+    break_and_repair("${host}" CMakeLists.txt "ATTRIBUTES enabled" "ATTRIBUTES enabeld" "enabeld")
+    break_and_repair("${host}" conditions.txt "licensed | trial" "licensed | (trial" "conditions.txt")
 endfunction()
 
 # Checks that the application fails with TEXT replaced, and succeeds again without the change.
-function(break_and_mend host file text replacement words)
+function(break_and_repair host file text replacement words)
     string(REPLACE "&" "&amp;" escaped_text "${text}")
     string(REPLACE "&" "&amp;" escaped_replacement "${replacement}")
     file(READ "${host}/${file}" good)

@@ -2,8 +2,8 @@
 # SPDX-License-Identifier: MIT
 
 # Adds the tests of the package. They build small programs outside this build tree, with the same compiler,
-# and use the library from its build tree where possible. Their labels are `package` and `slow`. ccache, if
-# installed, keeps what they compile repeatedly.
+# and use the library from its build tree where possible. Their labels are `package` and `slow`. If ccache
+# is installed, it caches what they compile repeatedly.
 
 find_program(QVUTIL_PKG_CONFIG NAMES pkg-config pkgconf)
 get_filename_component(QVUTIL_QT_PREFIX "${Qt6_DIR}/../../.." ABSOLUTE)

@@ -39,16 +39,16 @@ inline QString File(const char* name)
     return folder.filePath(QString::fromLatin1(name));
 }
 
-/// Aborts with a message if a promise is broken, as a sanitizer does.
-inline void Check(bool condition, const char* promise)
+/// Aborts with a message if a condition is false, as a sanitizer does.
+inline void Check(bool condition, const char* expectation)
 {
     if (condition)
         return;
-    std::fprintf(stderr, "broken promise: %s\n", promise);
+    std::fprintf(stderr, "not as expected: %s\n", expectation);
     std::abort();
 }
 
-/// Creates such a file, or replaces its content. \return its path
+/// Creates the file in that folder, or replaces its content. \return its path
 inline QString File(const char* name, const QByteArray& content)
 {
     const QString path = File(name);

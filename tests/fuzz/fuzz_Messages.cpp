@@ -50,7 +50,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
         QList<MessageInfo> again;
         if (DecodeMessage(frame, again)) { // a text with a character that XML does not allow is lost
             Fuzz::Check(again.size() == 1, "a frame is one message");
-            Fuzz::Check(EncodeMessageAsBytes(again.constFirst()) == frame, "a message survives its journey");
+            Fuzz::Check(EncodeMessageAsBytes(again.constFirst()) == frame,
+                        "encoding a decoded message gives the same frame");
         }
     }
     (void)ExtractMessage(text);

@@ -87,7 +87,7 @@ int Serve(const QString& name)
     QObject::connect(&manager, &IPCManager::MessageReceived, &manager,
                      [](const QString& id) { Print(u"message "_s + id); });
     manager.StartServer(name, QIODeviceBase::ReadWrite);
-    // The server starts in the background. When a client of our own connects, it is listening.
+    // The server starts in the background. It listens as soon as a client of our own can connect.
     {
         MessageClient probe;
         probe.ConnectToServer(name);

@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: 2026 The QvUtil developers
 // SPDX-License-Identifier: MIT
 
-// Saves documents for tst_SaveSafety, which kills it or takes away its rights.
+// Saves documents for tst_SaveSafety, which kills it or runs it without root's rights.
 //
 //   SaveLoop loop FILE              saves the documents in turn, endlessly; prints a line when it begins
 //   SaveLoop settings FILE          the same with Settings instead of XmlFiler
@@ -43,14 +43,14 @@ void FillAll(Documents& documents)
         SaveLoopDocuments::Fill(documents[i], i);
 }
 
-void SayReady()
+void PrintReady()
 {
     std::puts("ready");
     std::fflush(stdout);
 }
 
 // Starts with the largest document, because saving it takes longest.
-size_t Turn(size_t i)
+size_t DocumentAt(size_t i)
 {
     constexpr size_t kCount = SaveLoopDocuments::kSizes.size();
     return kCount - 1 - i % kCount;
@@ -66,10 +66,10 @@ int Loop(const QString& file)
     Documents documents;
     FillAll(documents);
     for (size_t i = 0;; ++i) {
-        if (!documents.at(Turn(i)).SaveAsXmlFile(file))
+        if (!documents.at(DocumentAt(i)).SaveAsXmlFile(file))
             return EXIT_FAILURE;
         if (i == 0)
-            SayReady();
+            PrintReady();
     }
 }
 
@@ -84,9 +84,9 @@ int LoopSettings(const QString& file)
     for (Settings& store : stores)
         store.SetFile(file, QString());
     for (size_t i = 0;; ++i) {
-        stores.at(Turn(i)).SaveInternal();
+        stores.at(DocumentAt(i)).SaveInternal();
         if (i == 0)
-            SayReady();
+            PrintReady();
     }
 }
 
@@ -94,7 +94,7 @@ int Count(const QString& file, int count)
 {
     Documents documents;
     FillAll(documents);
-    SayReady();
+    PrintReady();
     for (int i = 0; i < count; ++i) {
         if (!documents.at(static_cast<size_t>(i) % documents.size()).SaveAsXmlFile(file))
             return EXIT_FAILURE;

@@ -25,7 +25,7 @@ struct Locale
     QByteArray Identifier = "en_US"; ///< UTF-8
     bool HasSystemEncodingPointer = true; ///< whether the string is available without conversion
     bool HasUtf8Pointer = true;
-    bool ConvertsWithoutTerminator = false; ///< convert even without room for the terminator
+    bool ConvertsWithoutTerminator = false; ///< whether to convert even without room for the terminator
     std::uint32_t SystemEncoding = 0; ///< MacRoman
 };
 

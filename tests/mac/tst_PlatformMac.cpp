@@ -135,8 +135,8 @@ void tst_PlatformMac::GetUserLocaleIdentifier_data()
         << plain << true << true << false << kMacRoman << plain << Encodings{kMacRoman} << QList<long>{};
     QTest::newRow("another system encoding")
         << plain << true << true << false << kIsoLatin1 << plain << Encodings{kIsoLatin1} << QList<long>{};
-    QTest::newRow("pointer in UTF-8 alone") << plain << false << true << false << kMacRoman << plain
-                                            << Encodings{kMacRoman, kUtf8} << QList<long>{};
+    QTest::newRow("pointer only in UTF-8") << plain << false << true << false << kMacRoman << plain
+                                           << Encodings{kMacRoman, kUtf8} << QList<long>{};
     QTest::newRow("conversion, first with a buffer one too small")
         << plain << false << false << false << kMacRoman << plain << Encodings{kMacRoman, kUtf8}
         << QList<long>{5, 16};
@@ -241,7 +241,7 @@ void tst_PlatformMac::NSStringToQString_data()
     QTest::newRow("surrogate pairs") << u"a𝄞b😀"_s << u"a𝄞b😀"_s;
     QTest::newRow("decomposed") << u"Gro\u0308\u00dfe"_s << u"Gro\u0308\u00dfe"_s;
     QTest::newRow("NUL inside") << QString(u"a\0b"_s) << QString(u"a\0b"_s);
-    QTest::newRow("a byte-order mark is taken as one") << u"\ufeffx"_s << u"x"_s;
+    QTest::newRow("leading byte-order mark is dropped") << u"\ufeffx"_s << u"x"_s;
     QTest::newRow("long") << QString(100'000, u'ä') << QString(100'000, u'ä');
 }
 
@@ -322,7 +322,7 @@ void tst_PlatformMac::ResolveSymbolicLinks_data()
 
     // The test's folder contains folder/file, link to folder, file-link to folder/file, chain to link, and
     // dangling to nothing.
-    QTest::newRow("no link") << u"folder/file"_s << u"folder/file"_s;
+    QTest::newRow("not a link") << u"folder/file"_s << u"folder/file"_s;
     QTest::newRow("link to a file") << u"file-link"_s << u"folder/file"_s;
     QTest::newRow("link to a folder") << u"link"_s << u"folder"_s;
     QTest::newRow("below a link") << u"link/file"_s << u"folder/file"_s;
@@ -366,8 +366,8 @@ void tst_PlatformMac::GetSymbolicLinkTarget_relativeResult()
     QTemporaryDir dir;
     const QDir root(QFileInfo(dir.path()).canonicalFilePath());
     QVERIFY(root.mkdir(u"folder"_s));
-    // Foundation returns a relative path that does not exist unchanged. It is then relative to the folder
-    // that contains it.
+    // Foundation does not change a relative path to a missing file. The result is then relative to the folder
+    // that would contain the file.
     const QString result = Platform::ResolveSymbolicLinks(u"folder/missing"_s);
     QVERIFY(QDir::isRelativePath(result));
     QDir base(u"folder/missing"_s);
@@ -419,11 +419,12 @@ void tst_PlatformMac::IsProcessRunning_data()
 
     constexpr qint64 kTooLarge = (qint64(1) << 32) + 4711;
     QTest::newRow("an application") << qint64(4711) << true << QList<qint64>{4711};
-    QTest::newRow("no application") << qint64(4712) << false << QList<qint64>{4712};
+    QTest::newRow("not an application") << qint64(4712) << false << QList<qint64>{4712};
     QTest::newRow("0") << qint64(0) << false << QList<qint64>{0};
     QTest::newRow("-1") << qint64(-1) << false << QList<qint64>{-1};
-    QTest::newRow("cut to 32 bits it would be an application") << kTooLarge << false << QList<qint64>{};
-    QTest::newRow("the same below zero") << -(qint64(1) << 32) + 4711 << false << QList<qint64>{};
+    QTest::newRow("an application's id if truncated to 32 bits") << kTooLarge << false << QList<qint64>{};
+    QTest::newRow("negative, an application's id if truncated")
+        << -(qint64(1) << 32) + 4711 << false << QList<qint64>{};
 }
 
 void tst_PlatformMac::IsProcessRunning()
@@ -463,16 +464,16 @@ void tst_PlatformMac::GetLoadedLibraries_data()
 
     using Images = QList<Doubles::Image>;
     QTest::newRow("no images") << Images{} << QStringList{};
-    QTest::newRow("the program is no library")
+    QTest::newRow("program before the libraries")
         << Images{{kExecutable, "/App/program"}, {kDynamicLibrary, "/App/libA.dylib"}}
         << QStringList{u"/App/libA.dylib"_s};
-    QTest::newRow("bundles and stubs are none") << Images{{kBundle, "/App/b.bundle"},
-                                                          {kLibraryStub, "/App/s.dylib"},
-                                                          {kDynamicLibrary, "/App/x.dylib"}}
-                                                << QStringList{u"/App/x.dylib"_s};
+    QTest::newRow("bundles and stubs are skipped") << Images{{kBundle, "/App/b.bundle"},
+                                                             {kLibraryStub, "/App/s.dylib"},
+                                                             {kDynamicLibrary, "/App/x.dylib"}}
+                                                   << QStringList{u"/App/x.dylib"_s};
     QTest::newRow("null name") << Images{{kDynamicLibrary, {}}, {kDynamicLibrary, "/b.dylib"}}
                                << QStringList{u"/b.dylib"_s};
-    QTest::newRow("unloaded meanwhile")
+    QTest::newRow("image unloaded meanwhile")
         << Images{{kDynamicLibrary, "/a.dylib", false}, {kDynamicLibrary, "/b"}} << QStringList{u"/b"_s};
     QTest::newRow("in the loader's order")
         << Images{{kDynamicLibrary, "/2"}, {kDynamicLibrary, "/1"}, {kDynamicLibrary, "/3"}}
@@ -498,7 +499,7 @@ void tst_PlatformMac::GetModulePath_data()
 
     QTest::newRow("whole file name") << u"libFoo.dylib"_s << u"/Applications/One/Frameworks"_s;
     QTest::newRow("without a dot gets the suffix") << u"libFoo"_s << u"/Applications/One/Frameworks"_s;
-    QTest::newRow("of equal names the first") << u"libSame.dylib"_s << u"/first"_s;
+    QTest::newRow("first of equal names") << u"libSame.dylib"_s << u"/first"_s;
     QTest::newRow("another case") << u"libfoo.dylib"_s << QString();
     QTest::newRow("any dot counts") << u"libFoo.1"_s << QString();
     QTest::newRow("version before the suffix") << u"libBar.1.dylib"_s << u"/usr/local/lib"_s;
@@ -586,8 +587,8 @@ void tst_PlatformMac::RemoveLibraryVersion_data()
 
     QTest::newRow("no version") << u"libFoo.dylib"_s;
     QTest::newRow("version before the suffix") << u"libFoo.1.2.dylib"_s;
-    QTest::newRow("another system's habit") << u"libFoo.so.6"_s;
-    QTest::newRow("behind the suffix") << u"libFoo.dylib.6"_s;
+    QTest::newRow("version in the Linux style") << u"libFoo.so.6"_s;
+    QTest::newRow("version after the suffix") << u"libFoo.dylib.6"_s;
 }
 
 void tst_PlatformMac::RemoveLibraryVersion()

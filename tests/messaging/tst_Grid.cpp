@@ -226,7 +226,7 @@ void tst_Grid::JoinOtherGrid()
     manager.DeleteAllConnections();
     QCOMPARE(manager.CreateGridConnection(second, kReadWrite), true);
     QCOMPARE(manager.ReadFromSharedMemory().at(0).ServerName, OwnServerName(second));
-    QVERIFY(!Registry(first).Attach()); // it has no members left
+    QVERIFY(!Registry(first).Attach()); // the first grid has no members left
     QLocalSocket client;
     QVERIFY(Connect(client, OwnServerName(second)));
 }
@@ -362,7 +362,7 @@ void tst_Grid::Read_damaged_data()
     QTest::newRow("count 0") << Number32(0) + entry << QList<qint64>();
     QTest::newRow("negative count") << Number32(0x80000000) + entry << QList<qint64>();
     QTest::newRow("count smaller than content") << Number32(1) + entry + entry << QList<qint64>{7};
-    QTest::newRow("length after the end")
+    QTest::newRow("length beyond the end")
         << Number32(2) + entry + Entry(8, QString()).first(8) + Number32(0x7FFFFFF0) << QList<qint64>{7};
     QTest::newRow("odd length") << Number32(2) + entry + Entry(8, QString()).first(8) + Number32(3)
                                 << QList<qint64>{7};
@@ -687,7 +687,7 @@ void tst_Grid::LockFile_heldWhileLeaving()
     QVERIFY(Registry(grid).Attach());
 
     std::make_unique<IPCManager>()->CreateGridConnection(grid, kReadWrite);
-    QVERIFY(!Registry(grid).Attach()); // it has been detached after all
+    QVERIFY(!Registry(grid).Attach()); // the segment has been detached after all
 }
 
 // A member that is stopped while it joins holds the lock on the file and that of the segment, which has no

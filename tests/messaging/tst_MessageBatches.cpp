@@ -39,7 +39,7 @@ QStringList NumbersBelow(int end)
     return numbers;
 }
 
-// Returns the documents 0 to end - 1. Keep them few, so that the receiver gets them in a single read.
+// Returns the documents 0 to end - 1. Keep \a end small, so that they arrive in a single read.
 QByteArray DocumentsBelow(int end)
 {
     QByteArray documents;
@@ -240,10 +240,11 @@ void tst_MessageBatches::Send_sizes_data()
 
     constexpr int kPiece = int(kMaxPiece);
     QTest::newRow("small") << QList<int>{10, 100, 1000};
-    QTest::newRow("two fit a piece") << QList<int>{kPiece / 2 - 400};
+    QTest::newRow("two fit into a piece") << QList<int>{kPiece / 2 - 400};
     QTest::newRow("two just exceed a piece") << QList<int>{kPiece / 2};
-    QTest::newRow("around a piece") << QList<int>{kPiece - 700, kPiece - 300, kPiece, kPiece + 300};
-    QTest::newRow("small and large in turn") << QList<int>{10, 100'000, 20, 30'000, 200'000, 30};
+    QTest::newRow("about as large as a piece")
+        << QList<int>{kPiece - 700, kPiece - 300, kPiece, kPiece + 300};
+    QTest::newRow("small and large alternating") << QList<int>{10, 100'000, 20, 30'000, 200'000, 30};
 }
 
 // All messages arrive, whole and in order, although the receiver drops frames that arrive in several reads.

@@ -213,7 +213,7 @@ void tst_MessageClient::ConnectToServer_unusableName_data()
 
     QTest::newRow("too long") << QString(200, u'x') << 1;
     QTest::newRow("empty") << QString() << 0;
-    QTest::newRow("folder missing") << u"/nowhere/at/all"_s << 0; // it may be created
+    QTest::newRow("folder missing") << u"/nowhere/at/all"_s << 0; // the folder may be created later
 }
 
 void tst_MessageClient::ConnectToServer_unusableName()
@@ -374,7 +374,7 @@ void tst_MessageClient::DisconnectFromServer()
     QSignalSpy disconnected(&link.Client, &MessageClient::Disconnected);
     link.Client.DisconnectFromServer();
     EVENTUALLY_EQUAL(link.Other().state(), QLocalSocket::UnconnectedState);
-    // The flag follows the signals, and the thread that would emit them has ended.
+    // The flag changes with the signals, and the thread that would emit them has ended.
     QCOMPARE(disconnected.count(), 0);
     QCOMPARE(link.Client.IsConnected(), true);
     QCOMPARE(link.Client.SendMessage(u"to nobody"_s, {}), true);

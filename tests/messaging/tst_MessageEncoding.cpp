@@ -350,11 +350,11 @@ void tst_MessageEncoding::ReadVariantMap_data()
     row("bytes", u"Type='ByteArray'><![CDATA[AP8=]]></Param>"_s, QByteArray("\0\xff", 2));
     row("bytes as text", u"Type='ByteArray'>AP8=</Param>"_s, QByteArray("\0\xff", 2));
     row("bytes missing", u"Type='ByteArray'/>"_s, QByteArray());
-    row("list keeps places",
+    row("invalid value in a list keeps its position",
         u"Type='List'><Param Type='Url' Value='x'/><Any Type='Int' Value='3'/></Param>"_s,
         QVariantList{InvalidValue(), 3});
-    row("string list keeps places", u"Type='StringList'><Param/><Any Value='x'/></Param>"_s,
-        QStringList{QString(), u"x"_s});
+    row("missing value in a string list keeps its position",
+        u"Type='StringList'><Param/><Any Value='x'/></Param>"_s, QStringList{QString(), u"x"_s});
     QTest::newRow("other element name")
         << u"<Other Name='k' Type='Int' Value='5'/>"_s << QVariantMap{{u"k"_s, 5}};
     QTest::newRow("text between") << u"text<Param Name='k' Type='Int' Value='5'/>text"_s
@@ -434,7 +434,7 @@ void tst_MessageEncoding::RoundTrip_data()
     for (int i = 0; i < 1000; ++i)
         bytes.append(static_cast<char>(i));
     QTest::newRow("all bytes") << QVariant(bytes);
-    QTest::newRow("bytes that are no text") << QVariant(QByteArray("\xc3\x28\0]]>", 6));
+    QTest::newRow("bytes that are not text") << QVariant(QByteArray("\xc3\x28\0]]>", 6));
     QTest::newRow("string list") << QVariant(QStringList{u"a"_s, QString(), u"c"_s});
     QTest::newRow("list of lists") << QVariant(QVariantList{QVariantList{1, QVariantList()}, InvalidValue()});
     QTest::newRow("map of maps") << QVariant(
@@ -548,17 +548,17 @@ void tst_MessageEncoding::ReadBase64_data()
     QTest::newRow("two padded") << QByteArray("AAAAAA==") << true;
     QTest::newRow("bits in the padding") << QByteArray("AP9=") << true;
     QTest::newRow("three characters") << QByteArray("AAA") << false;
-    QTest::newRow("one more") << QByteArray("AAAAA") << false;
+    QTest::newRow("five characters") << QByteArray("AAAAA") << false;
     QTest::newRow("padding missing") << QByteArray("AAAAAA") << false;
     QTest::newRow("three padded") << QByteArray("A===") << false;
     QTest::newRow("only padding") << QByteArray("====") << false;
     QTest::newRow("padding in the middle") << QByteArray("AA==AAAA") << false;
     QTest::newRow("padding before the last") << QByteArray("AA=A") << false;
     QTest::newRow("line end") << QByteArray("AAA\n") << false;
-    QTest::newRow("digits of the other alphabet") << QByteArray("AA-_") << false;
+    QTest::newRow("digits of the URL-safe alphabet") << QByteArray("AA-_") << false;
     QTest::newRow("null character") << QByteArray("AA\0A", 4) << false;
     QTest::newRow("above ASCII") << QByteArray("AA\xC1\x41") << false;
-    QTest::newRow("wrong before the padding") << QByteArray("A*==") << false;
+    QTest::newRow("invalid character before the padding") << QByteArray("A*==") << false;
 }
 
 // Where ReadBase64 succeeds, the result equals Qt's. It rejects everything else, which is then left to Qt.

@@ -478,7 +478,7 @@ void tst_MessageFraming::DecodeMessage_bytes_data()
     QTest::newRow("four bytes") << QByteArray("\xF0\x9F\x98\x80") << u"\U0001F600"_s;
     QTest::newRow("byte order mark in the middle") << QByteArray("\xEF\xBB\xBFx") << u"\uFEFFx"_s;
     QTest::newRow("replacement character") << QByteArray("\xEF\xBF\xBD") << u"\uFFFD"_s;
-    QTest::newRow("last characters of the plane before")
+    QTest::newRow("last characters that XML allows in the first plane")
         << QByteArray("\xEF\xBE\xBF\xEF\xBF\xBC") << u"\uFFBF\uFFFC"_s;
     QTest::newRow("truncated character") << QByteArray("\xC3") << u"\uFFFD"_s;
     QTest::newRow("continuation byte alone") << QByteArray("\x80") << u"\uFFFD"_s;
@@ -868,7 +868,7 @@ void tst_MessageFraming::FastPath_readsSameFromMutated()
     QVERIFY2(direct > 200, qPrintable(QString::number(direct)));
 }
 
-// Frames as several writers may have sent them, also truncated in the middle of a character.
+// Frames as several writers may have sent them, some truncated in the middle of a character.
 void tst_MessageFraming::FastPath_readsSameFromMutatedBytes()
 {
     Corpus corpus(4);

@@ -947,7 +947,7 @@ void tst_MessageServer::Client_connectedAtStop()
     QVERIFY(link.OpenAndWait());
     link.Server.Stop();
     EVENTUALLY_EQUAL(link.Client.state(), QLocalSocket::UnconnectedState);
-    // The count follows the signals, and the thread that would emit them has ended.
+    // The count changes with the signals, and the thread that would emit them has ended.
     QCOMPARE(link.Disconnected.count(), 0);
     QCOMPARE(link.Server.GetConnectionCount(), 1);
 }

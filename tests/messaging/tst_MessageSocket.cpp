@@ -303,8 +303,8 @@ void tst_MessageSocket::Window_full_data()
     QTest::addColumn<bool>("full");
 
     QTest::newRow("nothing") << QList<qsizetype>() << false;
-    QTest::newRow("as much as may be queued") << QList<qsizetype>{kMaxUndelivered} << false;
-    QTest::newRow("one byte too much") << QList<qsizetype>{kMaxUndelivered, 1} << true;
+    QTest::newRow("exactly the maximum") << QList<qsizetype>{kMaxUndelivered} << false;
+    QTest::newRow("one byte above the maximum") << QList<qsizetype>{kMaxUndelivered, 1} << true;
     QTest::newRow("one large read") << QList<qsizetype>{10 * kMaxUndelivered} << true;
 }
 

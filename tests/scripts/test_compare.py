@@ -28,7 +28,7 @@ class Statistics(unittest.TestCase):
         self.assertEqual(compare.u_statistic([1, 2], [2, 3]), 3.5)
 
     def test_exact_p(self):
-        # All of three above all of three: 2 of the 20 orders are as extreme.
+        # All three values are above all three others: 2 of the 20 orders are this extreme.
         self.assertAlmostEqual(compare.mann_whitney([1, 2, 3], [4, 5, 6]), 0.1)
         self.assertAlmostEqual(compare.mann_whitney([4, 5, 6], [1, 2, 3]), 0.1)
         # The critical value for samples of five and five at 5 % is U = 2, at 1 % it is 0.
@@ -47,7 +47,7 @@ class Statistics(unittest.TestCase):
         self.assertEqual([round(p, 6) for p in compare.holm([0.01, 0.04, 0.03])], [0.03, 0.06, 0.06])
         self.assertEqual(compare.holm([0.9, 0.8]), [1.0, 1.0])
 
-    def test_interval_holds_the_ratio(self):
+    def test_interval_contains_the_ratio(self):
         low, high = compare.ratio_interval(STEADY, [1.3 * value for value in STEADY])
         self.assertLess(low, 1.3)
         self.assertGreater(high, 1.3)
@@ -73,10 +73,10 @@ class Verdicts(unittest.TestCase):
         noisy = [80.0, 150.0, 90.0, 200.0, 100.0, 300.0, 85.0, 120.0, 95.0, 110.0]
         self.assertEqual(self.verdict(noisy, [1.1 * value for value in noisy]), "")
 
-    def test_too_few_runs_say_nothing(self):
+    def test_too_few_runs_give_no_verdict(self):
         self.assertEqual(self.verdict([1.0, 1.1, 1.2], [9.0, 9.1, 9.2]), "")
 
-    def test_only_what_both_have(self):
+    def test_only_benchmarks_in_both_files(self):
         names = [c.name for c in compare.compare({"a": STEADY, "b": STEADY}, {"b": STEADY, "c": STEADY})]
         self.assertEqual(names, ["b"])
 

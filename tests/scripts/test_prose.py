@@ -45,11 +45,11 @@ class Prose(unittest.TestCase):
             "text of a link": ("page.md", f"[{bad}](page.md)\n", 1),
             "after code": ("page.md", f"```sh\ntrue\n```\n{bad}.\n", 4),
             "C++ comment": ("a.cpp", f"int a;\n// {bad}.\n", 2),
-            "C++ comment behind code": ("a.h", f'const char* s = "//"; ///< {bad}\n', 1),
+            "C++ comment after code": ("a.h", f'const char* s = "//"; ///< {bad}\n', 1),
             "phrase across C++ lines": ("a.cpp", "// It waits in\n// vain.\n", 1),
             "C++ comment after sample code": ("a.h", f"/// \\code\n/// a;\n/// \\endcode\n/// {bad}.\n", 4),
             "CMake comment": ("CMakeLists.txt", f"# {bad}.\n", 1),
-            "comment behind a shell command": ("run", f"echo '#' # {bad}\n", 1),
+            "comment after a shell command": ("run", f"echo '#' # {bad}\n", 1),
             "Python docstring": ("a.py", f'"""Text.\n\n{bad}.\n"""\n', 3),
             "Python comment": ("a.py", f"a = '#'  # {bad}\n", 1),
         }

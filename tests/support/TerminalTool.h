@@ -75,7 +75,7 @@ public:
         return hasEnded && mProcess.exitStatus() == QProcess::NormalExit ? mProcess.exitCode() : -1;
     }
 
-    /// Returns the lines of the screen, without those at the end that are empty.
+    /// Returns the lines of the screen, without empty lines at the end.
     [[nodiscard]] QStringList Screen()
     {
         Read();
@@ -109,7 +109,7 @@ private:
         Draw();
     }
 
-    // Obeys the few sequences that the tool uses.
+    // Interprets the few escape sequences that the tool uses.
     void Draw()
     {
         static const QRegularExpression sequence(QStringLiteral("\x1b\\[(\\?7[hl]|\\d*[AJK])|\r|\n|."),

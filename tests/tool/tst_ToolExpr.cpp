@@ -305,9 +305,9 @@ void tst_ToolExpr::Lint_noExpressions_data()
     QTest::newRow("no such attribute") << QStringList{u"--xml"_s, u"ui.xml"_s, u"--attribute"_s, u"enable"_s};
     QTest::newRow("attribute is blank everywhere")
         << QStringList{u"--xml"_s, u"ui.xml"_s, u"--attribute"_s, u"visible"_s};
-    QTest::newRow("list without a line") << QStringList{u"--file"_s, u"blank.txt"_s};
-    QTest::newRow("for programs") << QStringList{u"--xml"_s, u"ui.xml"_s, u"--attribute"_s, u"enable"_s,
-                                                 u"--json"_s};
+    QTest::newRow("list of blank lines") << QStringList{u"--file"_s, u"blank.txt"_s};
+    QTest::newRow("as JSON") << QStringList{u"--xml"_s, u"ui.xml"_s, u"--attribute"_s, u"enable"_s,
+                                            u"--json"_s};
 }
 
 // A misspelt attribute name must not give the result "no problems".

@@ -99,7 +99,7 @@ private:
     struct Completion
     {
         QStringList Offered; ///< the candidates, sorted
-        QString Inserted; ///< what replaces the name of a server that has been begun; not of fish
+        QString Inserted; ///< replacement for the part of a name that was typed; empty for fish
     };
     // Lets a shell complete the end of a command line.
     [[nodiscard]] Completion Complete(const QString& shell, const QString& line) const;
@@ -431,9 +431,9 @@ void tst_ToolGeneral::Usage_didYouMean_data()
     QTest::addColumn<QStringList>("arguments");
     QTest::addColumn<QString>("complaint");
 
-    QTest::newRow("group, swapped letters")
+    QTest::newRow("swapped letters in a group's name")
         << QStringList{u"xlm"_s} << u"there is no command or option 'xlm'; did you mean 'xml'?"_s;
-    QTest::newRow("group, its beginning")
+    QTest::newRow("beginning of a group's name")
         << QStringList{u"comp"_s} << u"there is no command or option 'comp'; did you mean 'completion'?"_s;
     QTest::newRow("command") << QStringList{u"settings"_s, u"cheek"_s}
                              << u"there is no command or option 'cheek'; did you mean 'check'?"_s;
@@ -853,9 +853,9 @@ void tst_ToolGeneral::Completion_candidates()
 void tst_ToolGeneral::Completion_foreignNames_data()
 {
     QTest::addColumn<QString>("shell");
-    QTest::addColumn<QString>("begun"); // what is typed of the name
+    QTest::addColumn<QString>("begun"); // the part of the name that is typed
     QTest::addColumn<QStringList>("expected");
-    QTest::addColumn<QString>("inserted"); // what replaces it
+    QTest::addColumn<QString>("inserted"); // its replacement
 
     const QStringList name(u"$(touch touched)"_s);
     const QString escaped = uR"(\$\(touch\ touched\))"_s;
@@ -869,12 +869,12 @@ void tst_ToolGeneral::Completion_foreignNames_data()
     QTest::newRow("zsh, single quotes") << u"zsh"_s << u"'$"_s << name << quoted;
     QTest::newRow("zsh, double quotes") << u"zsh"_s << u"\"\\$"_s << name << u"\"\\$(touch touched)\""_s;
     QTest::newRow("zsh, name with a quote") << u"zsh"_s << u"it"_s << QStringList(u"it's"_s) << u"it\\'s"_s;
-    // Fish quotes what it inserts, and shows it without.
+    // Fish adds quotes when it inserts a candidate, and lists it without them.
     QTest::newRow("fish") << u"fish"_s << u"\\$"_s << name << QString();
     QTest::newRow("fish, single quotes") << u"fish"_s << u"'$"_s << name << QString();
 }
 
-// Every user can give a server a name that a shell would run.
+// Any user can give a server a name that a shell would execute.
 void tst_ToolGeneral::Completion_foreignNames()
 {
     QFETCH(const QString, shell);
@@ -911,7 +911,7 @@ void tst_ToolGeneral::Completion_homeFolder()
 
 tst_ToolGeneral::Completion tst_ToolGeneral::Complete(const QString& shell, const QString& line) const
 {
-    // The words of bash, which splits at '=' too.
+    // The words as bash splits them, which is also at '='.
     static const QRegularExpression word(uR"(=|("[^"]*"?|'[^']*'?|\\.|[^\s'"=\\])+)"_s);
     QStringList words;
     for (QRegularExpressionMatchIterator matches = word.globalMatch(line); matches.hasNext();)
@@ -923,7 +923,8 @@ tst_ToolGeneral::Completion tst_ToolGeneral::Complete(const QString& shell, cons
         && mTool->Write(u"script"_s, mTool->Run({u"completion"_s, shell}).Output)
         && mTool->Write(u"line"_s, line.toUtf8())
         && mTool->Write(u"File"_s, {})
-        // This answers what the script asks. tst_ToolGrid and tst_ToolIpcList test the tool's own answers.
+        // This stub prints fixed names of grids and servers, and passes all other calls to the tool.
+        // tst_ToolGrid and tst_ToolIpcList test the tool's own answers.
         && mTool->Write(u"qvutil"_s,
                         "#!/bin/sh\ncase \"$*\" in\n"
                         "'completion --list grids') printf '%s\\n' desk 'two words' ;;\n"
@@ -933,7 +934,7 @@ tst_ToolGeneral::Completion tst_ToolGeneral::Complete(const QString& shell, cons
         && QDir(mTool->Path({})).mkpath(u"a b"_s) && QFile::link(u"../qvutil"_s, mTool->Path(u"a b/qvutil"_s))
         && QFile::copy(scripts.filePath(u"complete."_s + shell), mTool->Path(u"try"_s))
         && QFile::copy(scripts.filePath(u"zshrc"_s), mTool->Path(u".zshrc"_s));
-    // The settings and the history of the user have no part in it.
+    // The shell must not read the settings and history of the user.
     const QString start
         = u"HOME=$PWD ZDOTDIR=$PWD XDG_CONFIG_HOME=$PWD/config XDG_DATA_HOME=$PWD/data PATH=$PWD:$PATH "_s;
     const QString options = shell == u"bash"_s ? u"--norc"_s
@@ -969,7 +970,7 @@ void tst_ToolGeneral::Hash_data()
     QTest::newRow("file") << QStringList{u"abc"_s} << u"900150983cd24fb0d6963f7d28e17f72  abc\n=> 0\n"_s;
     QTest::newRow("empty file") << QStringList{u"empty"_s}
                                 << u"d41d8cd98f00b204e9800998ecf8427e  empty\n=> 0\n"_s;
-    QTest::newRow("several, some bad")
+    QTest::newRow("several files, some bad")
         << QStringList{u"none"_s, u"abc"_s, u"."_s, u""_s, u"empty"_s}
         << u"900150983cd24fb0d6963f7d28e17f72  abc\nd41d8cd98f00b204e9800998ecf8427e  empty\n"
            "! qvutil: none: No such file or directory\n! qvutil: .: is a folder\n"

@@ -188,16 +188,16 @@ private:
     {
         return u"%1.MessagePeer.%2"_s.arg(grid).arg(peer.Id());
     }
-    /// Waits until a member has joined and its server listens, which starts in the background. With the sign
+    /// Waits until a member has joined and its server, which starts in the background, listens. With the sign
     /// "linked", the member is connected, but its peer may not have accepted the connection yet.
     [[nodiscard]] bool IsIn(Peer& peer, const QString& sign = u"joined"_s, const QString& grid = kGrid) const
     {
         return !peer.WaitForLine(sign).isEmpty()
             && WaitUntil([&] { return QFile::exists(Temporary(ServerName(peer, grid))); });
     }
-    /// Returns the contents of the folder for temporary files, where sockets and lock files are, except Qt's
-    /// semaphore files, which stay, and the hidden folders in which sockets are created, which disappear some
-    /// time after a socket has its name.
+    /// Returns the contents of the folder for temporary files, which has the sockets and lock files. Omits
+    /// Qt's semaphore files, because they stay, and the hidden folders in which sockets are created, because
+    /// they disappear some time after the socket has its name.
     [[nodiscard]] QStringList Files() const
     {
         QStringList files
@@ -472,7 +472,7 @@ void tst_ToolGrid::ChangesNothing()
     }
 }
 
-// Looking must not destroy what is left, which the last process to detach from the segment would do.
+// `show` must not destroy the segment, as the last process to detach from it normally does.
 void tst_ToolGrid::ChangesNothing_whenNobodyIsLeft()
 {
     Peer only({u"grid"_s, kGrid});
@@ -553,16 +553,16 @@ void tst_ToolGrid::Damaged_data()
     QTest::newRow("count too small") << Number32(1) + entry + entry << 1 << behind;
     QTest::newRow("count too large") << Number32(3) + entry + entry << 2 << claims(u"3"_s, 2);
     QTest::newRow("count far too large") << Number32(0x7FFFFFFF) + entry << 1 << claims(u"2147483647"_s, 1);
-    QTest::newRow("length after the end") << Number32(2) + entry + entry.first(8) + Number32(0x7FFFFFF0) << 1
-                                          << claims(u"2"_s, 1) + u'\n' + behind;
+    QTest::newRow("length beyond the end") << Number32(2) + entry + entry.first(8) + Number32(0x7FFFFFF0) << 1
+                                           << claims(u"2"_s, 1) + u'\n' + behind;
     QTest::newRow("odd length") << Number32(2) + entry + entry.first(8) + Number32(3) << 1
                                 << claims(u"2"_s, 1) + u'\n' + behind;
     QTest::newRow("null name") << Number32(1) + Entry(kNobody, QString()).first(8) + Number32(0) << 1
                                << QString();
     QTest::newRow("invalid process ids")
         << Number32(2) + Entry(-5, u"a"_s) + Entry(0, u"b"_s) << 2 << QString();
-    QTest::newRow("something at the end")
-        << Image(Number32(1) + entry).first(kRegistrySize - 1) + 'x' << 1 << behind;
+    QTest::newRow("data at the end") << Image(Number32(1) + entry).first(kRegistrySize - 1) + 'x' << 1
+                                     << behind;
 }
 
 void tst_ToolGrid::Damaged()
@@ -1128,12 +1128,12 @@ void tst_ToolGrid::Arguments_data()
     QTest::newRow("unknown command") << QStringList{
         u"join"_s,
         u"desk"_s} << u"qvutil: there is no command or option 'join'\nTry 'qvutil grid --help'.\n"_s;
-    QTest::newRow("show what") << QStringList{u"show"_s}
-                               << u"qvutil: GRID is required\nTry 'qvutil grid show --help'.\n"_s;
-    QTest::newRow("watch what") << QStringList{u"watch"_s}
-                                << u"qvutil: GRID is required\nTry 'qvutil grid watch --help'.\n"_s;
-    QTest::newRow("clean what") << QStringList{u"clean"_s}
-                                << u"qvutil: GRID is required\nTry 'qvutil grid clean --help'.\n"_s;
+    QTest::newRow("show without a name")
+        << QStringList{u"show"_s} << u"qvutil: GRID is required\nTry 'qvutil grid show --help'.\n"_s;
+    QTest::newRow("watch without a name")
+        << QStringList{u"watch"_s} << u"qvutil: GRID is required\nTry 'qvutil grid watch --help'.\n"_s;
+    QTest::newRow("clean without a name")
+        << QStringList{u"clean"_s} << u"qvutil: GRID is required\nTry 'qvutil grid clean --help'.\n"_s;
     QTest::newRow("empty name") << QStringList{
         u"show"_s, QString()} << u"qvutil: the name of the grid is empty\nTry 'qvutil grid show --help'.\n"_s;
     QTest::newRow("empty name in list")
@@ -1145,7 +1145,7 @@ void tst_ToolGrid::Arguments_data()
     QTest::newRow("count that is not a number")
         << QStringList{u"watch"_s, u"desk"_s, u"--count"_s, u"x"_s} << QString();
     QTest::newRow("interval 0") << QStringList{u"watch"_s, u"desk"_s, u"--interval"_s, u"0"_s} << QString();
-    QTest::newRow("dry run of something else")
+    QTest::newRow("dry run of another command")
         << QStringList{u"show"_s, u"desk"_s, u"--dry-run"_s} << QString();
 }
 

@@ -126,7 +126,7 @@ void tst_ToolIpc::Call_echo_data()
     row("text that begins with @", {u"text=@@home"_s}, u"text=@@home\n"_s);
     row("text that begins with @@", {u"text=@@@home"_s}, u"text=@@@home\n"_s);
     row("key with a colon", {u"a:b:string=x"_s}, u"a:b=x\n"_s);
-    row("several, by key", {u"b=2"_s, u"a:int=1"_s}, u"a:int=1\nb=2\n"_s);
+    row("several, sorted by key", {u"b=2"_s, u"a:int=1"_s}, u"a:int=1\nb=2\n"_s);
     row("bool", {u"on:bool=true"_s, u"off:bool=False"_s}, u"off:bool=false\non:bool=true\n"_s);
     row("int", {u"n:int=-2147483648"_s}, u"n:int=-2147483648\n"_s);
     row("uint", {u"n:uint=4294967295"_s}, u"n:uint=4294967295\n"_s);
@@ -181,27 +181,26 @@ void tst_ToolIpc::Call_badParameters_data()
     row("no key before the type", {u":int=5"_s}, u"! qvutil: \":int=5\" has no key\n"_s + hint);
     row("given twice", {u"a=1"_s, u"a:int=2"_s}, u"! qvutil: \"a\" is given twice\n"_s + hint);
     row("no such type", {u"a:number=1"_s}, u"! qvutil: a: there is no type \"number\"\n"_s);
-    row("type that does not travel", {u"a:url=http://x"_s},
+    row("url, which messages cannot contain", {u"a:url=http://x"_s},
         u"! qvutil: a: \"http://x\" is not a value of type url\n"_s);
-    row("another that does not travel", {u"a:ulonglong=1"_s},
+    row("ulonglong, which messages cannot contain", {u"a:ulonglong=1"_s},
         u"! qvutil: a: \"1\" is not a value of type ulonglong\n"_s);
-    row("no int", {u"a:int=x"_s}, u"! qvutil: a: \"x\" is not a value of type int\n"_s);
+    row("not an int", {u"a:int=x"_s}, u"! qvutil: a: \"x\" is not a value of type int\n"_s);
     row("int too large", {u"a:int=2147483648"_s},
         u"! qvutil: a: \"2147483648\" is not a value of type int\n"_s);
     row("negative uint", {u"a:uint=-1"_s}, u"! qvutil: a: \"-1\" is not a value of type uint\n"_s);
-    row("no bool", {u"a:bool=yes"_s}, u"! qvutil: a: \"yes\" is not a value of type bool\n"_s);
-    row("no base64", {u"a:bytearray=?"_s}, u"! qvutil: a: \"?\" is not a value of type bytearray\n"_s);
+    row("not a bool", {u"a:bool=yes"_s}, u"! qvutil: a: \"yes\" is not a value of type bool\n"_s);
+    row("not base64", {u"a:bytearray=?"_s}, u"! qvutil: a: \"?\" is not a value of type bytearray\n"_s);
     row("map that is a list", {u"a:map=[1]"_s}, u"! qvutil: a: [1] is not a value of type map\n"_s);
-    row("no JSON", {u"a:=[1"_s}, u"! qvutil: a: malformed JSON: unterminated array\n"_s + hint);
-    row("no JSON at all", {u"a:="_s},
-        u"! qvutil: a: malformed JSON: exactly one value is required\n"_s + hint);
+    row("malformed JSON", {u"a:=[1"_s}, u"! qvutil: a: malformed JSON: unterminated array\n"_s + hint);
+    row("empty JSON", {u"a:="_s}, u"! qvutil: a: malformed JSON: exactly one value is required\n"_s + hint);
     row("two JSON values", {u"a:=1,2"_s},
         u"! qvutil: a: malformed JSON: exactly one value is required\n"_s + hint);
     row("no such file", {u"a=@missing"_s}, u"! qvutil: missing: No such file or directory\n"_s);
     row("no file name", {u"a=@"_s}, u"! qvutil: \"\": an empty file name\n"_s);
-    row("character that no document holds", {u"a=\x01"_s},
+    row("character that XML does not allow", {u"a=\x01"_s},
         u"! qvutil: Ask: params.a: contains the character U+0001, which XML does not allow\n"_s);
-    row("such a character in the key", {u"a\x02=1"_s},
+    row("character that XML does not allow, in the key", {u"a\x02=1"_s},
         u"! qvutil: Ask: params.a\\u0002: contains the character U+0002, which XML does not allow\n"_s);
     row("unknown option", {u"--colour"_s}, u"! qvutil: unexpected argument '--colour'\n"_s + hint);
     row("negative time", {u"--timeout"_s, u"-1"_s},
@@ -267,10 +266,11 @@ void tst_ToolIpc::Call_badFile_data()
     QTest::addColumn<QByteArray>("content");
     QTest::addColumn<QString>("expected");
 
-    QTest::newRow("no JSON") << QByteArray("{") << u"! qvutil: m.json:1:1: unterminated object\n=> 2\n"_s;
+    QTest::newRow("malformed JSON") << QByteArray("{")
+                                    << u"! qvutil: m.json:1:1: unterminated object\n=> 2\n"_s;
     QTest::newRow("empty") << QByteArray() << u"! qvutil: m.json: there is no message\n=> 2\n"_s;
-    QTest::newRow("no object") << QByteArray("[1]")
-                               << u"! qvutil: m.json:1: message 1: 1 is not a message\n=> 2\n"_s;
+    QTest::newRow("not an object") << QByteArray("[1]")
+                                   << u"! qvutil: m.json:1: message 1: 1 is not a message\n=> 2\n"_s;
     QTest::newRow("two messages")
         << QByteArray(R"({"id":"a"}{"id":"b"})")
         << u"! qvutil: m.json: there are 2 messages, but exactly one is required\n=> 2\n"_s;
@@ -296,10 +296,10 @@ void tst_ToolIpc::Call_unreachable_data()
     QTest::addColumn<QString>("expected");
 
     QTest::newRow("no server") << u"none"_s << u"no server has this name: there is no PATH"_s;
-    QTest::newRow("left by a killed server")
+    QTest::newRow("socket of a killed server")
         << u"stale"_s << u"no process listens: a process that has ended left behind PATH"_s;
     QTest::newRow("another file") << u"file"_s << u"PATH is not a socket"_s;
-    QTest::newRow("no folder") << u"folder"_s << u"the folder FOLDER/no does not exist"_s;
+    QTest::newRow("missing folder") << u"folder"_s << u"the folder FOLDER/no does not exist"_s;
     QTest::newRow("too long") << u"long"_s << u"the path has SIZE bytes, and the system allows LONGEST"_s;
     QTest::newRow("empty") << u"empty"_s << u"the name is empty"_s;
 }
@@ -350,8 +350,8 @@ void tst_ToolIpc::Call_noAnswer_data()
 {
     QTest::addColumn<QString>("time");
 
-    QTest::newRow("some time") << u"50"_s;
-    QTest::newRow("no time") << u"0"_s;
+    QTest::newRow("50 ms") << u"50"_s;
+    QTest::newRow("0 ms") << u"0"_s;
 }
 
 void tst_ToolIpc::Call_noAnswer()
@@ -595,8 +595,8 @@ void tst_ToolIpc::Listen_badReply_data()
     QTest::addColumn<QByteArray>("content");
     QTest::addColumn<QString>("expected");
 
-    QTest::newRow("no file") << QByteArray() << u"! qvutil: r.json: No such file or directory\n=> 2\n"_s;
-    QTest::newRow("no JSON") << QByteArray("nothing") << u"! qvutil: r.json:1:1: illegal value\n=> 2\n"_s;
+    QTest::newRow("missing file") << QByteArray() << u"! qvutil: r.json: No such file or directory\n=> 2\n"_s;
+    QTest::newRow("not JSON") << QByteArray("nothing") << u"! qvutil: r.json:1:1: illegal value\n=> 2\n"_s;
     QTest::newRow("no name")
         << QByteArray(R"({"params": {}})")
         << u"! qvutil: r.json:1: id: a message must have a name, which is a text\n=> 2\n"_s;
@@ -738,7 +738,7 @@ void tst_ToolIpc::Listen_cannotListen_data()
         << u"! qvutil: /tmp/%1: the path has 125 bytes, and the system allows %2\n=> 2\n"_s
                .arg(QString(120, u'x'))
                .arg(Quorvin::Util::Platform::GetMaxSocketPathLength());
-    QTest::newRow("no folder")
+    QTest::newRow("missing folder")
         << u"/no-such-folder/s"_s
         << u"! qvutil: /no-such-folder/s: the folder /no-such-folder does not exist\n=> 2\n"_s;
 }

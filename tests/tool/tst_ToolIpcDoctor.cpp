@@ -526,7 +526,7 @@ void tst_ToolIpcDoctor::Bench_usage_data()
 {
     QTest::addColumn<QStringList>("options");
 
-    QTest::newRow("count of none") << QStringList{u"--count"_s, u"0"_s};
+    QTest::newRow("count 0") << QStringList{u"--count"_s, u"0"_s};
     QTest::newRow("count that is not a number") << QStringList{u"--count"_s, u"many"_s};
     QTest::newRow("negative size") << QStringList{u"--size"_s, u"-1"_s};
     QTest::newRow("size too large") << QStringList{u"--size"_s, u"67108865"_s};

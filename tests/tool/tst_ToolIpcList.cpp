@@ -125,7 +125,7 @@ void tst_ToolIpcList::Nothing()
 {
     QCOMPARE(Run().ToText(), u"no servers in %1\n=> 1\n"_s.arg(mTemporary->path()));
     QCOMPARE(List(), QJsonArray());
-    // Files and folders are no servers.
+    // Files and folders are not servers.
     QVERIFY(TestSupport::WriteFile(mTemporary->filePath(u"file"_s), "x"));
     QVERIFY(QDir(mTemporary->path()).mkdir(u"folder"_s));
     QCOMPARE(List(), QJsonArray());
@@ -168,7 +168,7 @@ void tst_ToolIpcList::Server_text()
     QCOMPARE(lines.last().simplified(),
              u"viewer %1 (qvutil) %2 - accepts %3"_s.arg(listener->Id())
                  .arg(owner, QLatin1StringView(kThisLibrary)));
-    // The columns stand below their headings.
+    // The columns are aligned with their headings.
     QCOMPARE(lines.last().indexOf(u"accepts"_s), lines.first().indexOf(u"state"_s));
 #else
     QCOMPARE(lines.last().simplified(), u"viewer ? %1 ? ? unknown"_s.arg(owner));
@@ -261,7 +261,7 @@ void tst_ToolIpcList::StaleFile()
     QVERIFY(QFile::exists(PathOf(u"viewer"_s)));
 }
 
-// The library never creates a socket at its final place.
+// The library never creates a socket under its final name.
 void tst_ToolIpcList::OtherPrograms()
 {
 #ifdef Q_OS_LINUX

@@ -39,7 +39,7 @@ void tst_ToolLocale::Run_data()
     row("show in any case", {u"show"_s, u"EN-gb"_s}, britain + u"=> 0\n"_s);
     row("show by hexadecimal identifier", {u"show"_s, u"0x0809"_s}, britain + u"=> 0\n"_s);
     row("show by decimal identifier", {u"show"_s, u"2057"_s}, britain + u"=> 0\n"_s);
-    row("show in the order asked", {u"show"_s, u"zh-CHT"_s, u"en-GB"_s},
+    row("show in the order of the arguments", {u"show"_s, u"zh-CHT"_s, u"en-GB"_s},
         u"zh-CHT     cht 0x7c04 Chinese (Traditional)\n"_s + britain + u"=> 0\n"_s);
     row("show two-letter name", {u"show"_s, u"cy-GB"_s}, u"cy-GB      cy  0x0452 Welsh\n=> 0\n"_s);
     row("show a name with '_'", {u"show"_s, u"de_DE"_s},
@@ -51,7 +51,7 @@ void tst_ToolLocale::Run_data()
         u"! qvutil: 0x9999: there is no such locale\n=> 1\n"_s);
     row("show identifier too large", {u"show"_s, u"0x100000809"_s},
         u"! qvutil: 0x100000809: there is no such locale\n=> 1\n"_s);
-    row("show a known one beside an unknown one", {u"show"_s, u"xx"_s, u"en-GB"_s},
+    row("show an unknown and a known name", {u"show"_s, u"xx"_s, u"en-GB"_s},
         britain + u"! qvutil: xx: there is no such locale\n=> 1\n"_s);
     row("find by region", {u"find"_s, u"CANADA"_s},
         u"en-CA      eng 0x1009 English (Canada)\nfr-CA      fra 0x0c0c French (Canada)\n"
@@ -116,7 +116,7 @@ void tst_ToolLocale::Current_data()
     QTest::newRow("unknown")
         << QByteArray("zh-Hans_CN.UTF-8") << QStringList()
         << u"en-US 0x0409\nThe system's locale, \"zh-Hans_CN\", is not in the table.\n=> 1\n"_s;
-    QTest::newRow("known, for programs")
+    QTest::newRow("known, as JSON")
         << QByteArray("de_AT") << QStringList{u"--json"_s}
         << u"{\"identifier\":\"de_AT\",\"known\":true,\"lcid\":3079,\"name\":\"de-AT\"}\n=> 0\n"_s;
 }

@@ -189,19 +189,19 @@ void tst_ToolMessage::Values_data()
     scalar("largest unsigned", "UInt", "4294967295", "4294967295", true);
     scalar("long", "LongLong", "5", "5", true);
     scalar("largest exact long", "LongLong", "9007199254740992", "9007199254740992", true);
-    scalar("long that doubles do not have", "LongLong", "9007199254740993", "\"9007199254740993\"", true);
+    scalar("long that no double can represent", "LongLong", "9007199254740993", "\"9007199254740993\"", true);
     scalar("smallest long", "LongLong", "-9223372036854775808", "\"-9223372036854775808\"", true);
     scalar("double with a fraction", "Double", "0.5", "0.5", true);
     scalar("whole double", "Double", "5", "5", true);
     scalar("double in 17 digits", "Double", "0.10000000000000001", "0.1", true);
-    scalar("no number", "Double", "nan", "\"nan\"", true);
+    scalar("not a number", "Double", "nan", "\"nan\"", true);
     scalar("infinity", "Double", "-inf", "\"-inf\"", true);
     scalar("text", "String", "x y", "\"x y\"", false);
     scalar("empty text", "String", "", "\"\"", false);
     scalar("text with escapes", "String", "&lt;&amp;&quot;&#x9;&#xa;", "\"<&\\\"\\t\\n\"", false);
     scalar("text beyond ASCII", "String", "é語😀", "\"é語😀\"", false);
     scalar("text like a number", "String", "5", "\"5\"", false);
-    scalar("type that does not travel", "Url", "&lt;&lt;Error: Unsupported type>>", "null", true);
+    scalar("type that cannot be sent", "Url", "&lt;&lt;Error: Unsupported type>>", "null", true);
     scalar("type that is not known", "", "&lt;&lt;Error: Unsupported type>>", "null", true);
     scalar("invalid", "Invalid", "&lt;&lt;Error: Unsupported type>>", "null", true);
     QTest::newRow("unsigned long") << QByteArray("  <Param Name=\"a\" Type=\"ULongLong\"/>\n")
@@ -269,7 +269,7 @@ void tst_ToolMessage::Fields_data()
     QTest::newRow("answer") << QByteArray("\"isResponse\":true,\"originalMessageUniqueId\":\"" + some + '"')
                             << QByteArray("UniqueId=\"" + none + "\" OriginalMessageUniqueId=\"" + some
                                           + "\" NeedResponse=\"False\" IsResponse=\"True\"");
-    QTest::newRow("identity of zeros")
+    QTest::newRow("identifier of zeros")
         << QByteArray("\"uniqueId\":\"" + none + '"')
         << QByteArray("UniqueId=\"" + none + "\" OriginalMessageUniqueId=\"" + none
                       + "\" NeedResponse=\"False\" IsResponse=\"False\"");
@@ -345,8 +345,7 @@ void tst_ToolMessage::Decode_skipped_data()
         << a.sliced(50) + b << QStringList{u"B"_s} << skipped(0, size - 50, u"no frame begins here"_s);
     QTest::newRow("start alone") << a + "<?xml " << QStringList{u"A"_s}
                                  << skipped(size, 6, u"the frame is truncated"_s);
-    QTest::newRow("only the start missing, as a reader has it")
-        << a.sliced(6) + b << QStringList{u"A"_s, u"B"_s} << QString();
+    QTest::newRow("start removed by a reader") << a.sliced(6) + b << QStringList{u"A"_s, u"B"_s} << QString();
     QByteArray wrong = Document("é");
     wrong.replace("<Params/>", "<Params>");
     QTest::newRow("not well-formed") << a + wrong + b << QStringList{u"A"_s, u"B"_s}
@@ -544,15 +543,15 @@ void tst_ToolMessage::Encode_forms_data()
     const auto param
         = [](const QByteArray& rest) { return Document("A", "  <Param Name=\"a\" " + rest + "\n"); };
     QTest::newRow("one") << QByteArray("{\"id\":\"A\"}") << Document("A");
-    QTest::newRow("one a line") << QByteArray("{\"id\":\"A\"}\n\n{\"id\":\"B\"}\r\n")
-                                << Document("A") + Document("B");
+    QTest::newRow("one per line") << QByteArray("{\"id\":\"A\"}\n\n{\"id\":\"B\"}\r\n")
+                                  << Document("A") + Document("B");
     QTest::newRow("list") << QByteArray("[{\"id\":\"A\"},{\"id\":\"B\"}]") << Document("A") + Document("B");
-    QTest::newRow("without anything between") << QByteArray("{\"id\":\"A\"}{\"id\":\"B\"}[{\"id\":\"C\"}]")
-                                              << Document("A") + Document("B") + Document("C");
+    QTest::newRow("without separators") << QByteArray("{\"id\":\"A\"}{\"id\":\"B\"}[{\"id\":\"C\"}]")
+                                        << Document("A") + Document("B") + Document("C");
     QTest::newRow("empty name") << QByteArray("{\"id\":\"\"}") << Document("");
-    QTest::newRow("types without regard to case") << QByteArray("{\"id\":\"A\",\"params\":{\"a\":1},"
-                                                                "\"types\":{\"a\":\"DOUBLE\"}}")
-                                                  << param("Type=\"Double\" Value=\"1\"/>");
+    QTest::newRow("types in another case") << QByteArray("{\"id\":\"A\",\"params\":{\"a\":1},"
+                                                         "\"types\":{\"a\":\"DOUBLE\"}}")
+                                           << param("Type=\"Double\" Value=\"1\"/>");
     QTest::newRow("type that may be omitted") << QByteArray("{\"id\":\"A\",\"params\":{\"a\":1},"
                                                             "\"types\":{\"a\":\"Int\"}}")
                                               << param("Type=\"Int\" Value=\"1\"/>");
@@ -628,10 +627,10 @@ void tst_ToolMessage::Encode_bad_data()
     row("nothing", "", u": there is no message"_s);
     row("blanks", " \n\t", u": there is no message"_s);
     row("empty list", "[]", u": there is no message"_s);
-    row("no JSON", "noise", u":1:1: illegal value"_s);
+    row("not JSON", "noise", u":1:1: illegal value"_s);
     row("truncated", "{\"id\":\"A\",\n \"params\":{", u":2:11: unterminated object"_s);
     row("wrong second line", "{\"id\":\"A\"}\n{\"id\" \"B\"}", u":2:7: missing name separator"_s);
-    row("a binary zero", QByteArray("{\"id\":\"A\"}\n\0", 12), u":2:1: illegal value"_s);
+    row("zero byte", QByteArray("{\"id\":\"A\"}\n\0", 12), u":2:1: illegal value"_s);
     row("list of something else", "[1]", u":1: message 1: 1 is not a message"_s);
     row("no name", "{}", u":1: id: a message must have a name, which is a text"_s);
     row("invalid name", "{\"id\":5}", u":1: id: a message must have a name, which is a text"_s);
@@ -641,7 +640,7 @@ void tst_ToolMessage::Encode_bad_data()
         "isResponse, params, types"_s);
     row("flag", "{\"id\":\"A\",\"needResponse\":\"True\"}",
         u":1: needResponse: \"True\" is neither true nor false"_s);
-    row("identity", "{\"id\":\"A\",\"uniqueId\":\"7\"}",
+    row("identifier", "{\"id\":\"A\",\"uniqueId\":\"7\"}",
         u":1: uniqueId: \"7\" is not an identifier such as {01234567-89ab-cdef-0123-456789abcdef}"_s);
     row("parameters", "{\"id\":\"A\",\"params\":[]}", u":1: params: [] is not an object"_s);
     row("types", "{\"id\":\"A\",\"types\":5}", u":1: types: 5 is not an object"_s);
@@ -658,25 +657,25 @@ void tst_ToolMessage::Encode_bad_data()
     param("negative for an unsigned", "-1", "\"UInt\"", u"-1 is not a value of type UInt"_s);
     param("too large for a long", "\"9223372036854775808\"", "\"LongLong\"",
           u"\"9223372036854775808\" is not a value of type LongLong"_s);
-    param("no double", "\"x\"", "\"Double\"", u"\"x\" is not a value of type Double"_s);
-    param("no boolean", "1", "\"Bool\"", u"1 is not a value of type Bool"_s);
-    param("no text", "1", "\"String\"", u"1 is not a value of type String"_s);
-    param("no base64", "\"A!\"", "\"ByteArray\"", u"\"A!\" is not a value of type ByteArray"_s);
+    param("not a double", "\"x\"", "\"Double\"", u"\"x\" is not a value of type Double"_s);
+    param("not a boolean", "1", "\"Bool\"", u"1 is not a value of type Bool"_s);
+    param("not a text", "1", "\"String\"", u"1 is not a value of type String"_s);
+    param("not base64", "\"A!\"", "\"ByteArray\"", u"\"A!\" is not a value of type ByteArray"_s);
     row("no texts", "{\"id\":\"A\",\"params\":{\"a\":[\"a\",1]},\"types\":{\"a\":\"StringList\"}}",
         u":1: params.a[1]: 1 is not a value of type String"_s);
     row("name with a percent sign",
         "{\"id\":\"A\",\"params\":{\"%2\":[\"a\",1]},\"types\":{\"%2\":\"StringList\"}}",
         u":1: params.%2[1]: 1 is not a value of type String"_s);
     param("value of a type that cannot be sent", "1", "\"Url\"", u"1 is not a value of type Url"_s);
-    param("type that nobody knows here", "null", "\"Pixmap\"",
+    param("type that the tool does not support", "null", "\"Pixmap\"",
           u"values of type Pixmap are not supported here"_s);
-    param("shape of the types", "1", "{}", u"{} is not a type for 1"_s);
+    param("object as a type", "1", "{}", u"{} is not a type for 1"_s);
     param("list for a map", "{}", "[]", u"[] is not a type for {}"_s);
     param("too many types", "[1]", "[null,null]", u"there are more types than values"_s);
-    param("character", "\"\\ud800\"", "null", u"contains the character U+D800, which XML does not allow"_s);
-    param("another character", "\"\\uffff\"", "\"String\"",
+    param("surrogate", "\"\\ud800\"", "null", u"contains the character U+D800, which XML does not allow"_s);
+    param("noncharacter", "\"\\uffff\"", "\"String\"",
           u"contains the character U+FFFF, which XML does not allow"_s);
-    row("place of a nested value", "{\"id\":\"A\",\"params\":{\"a\":{\"b\":[0,{\"c\":\"\\u0000\"}]}}}",
+    row("path of a nested value", "{\"id\":\"A\",\"params\":{\"a\":{\"b\":[0,{\"c\":\"\\u0000\"}]}}}",
         u":1: params.a.b[1].c: contains the character U+0000, which XML does not allow"_s);
     row("nested deeper than JSON may be", "{\"id\":\"A\",\"params\":{\"a\":" + QByteArray(5000, '['),
         u":1:1047: too deeply nested document"_s);
@@ -693,7 +692,7 @@ void tst_ToolMessage::Encode_bad()
     QCOMPARE(mTool->Run({u"message"_s, u"encode"_s}, json).ToText(), expected);
 }
 
-// File names may contain what looks like a place for an argument.
+// File names may contain what looks like a placeholder.
 void tst_ToolMessage::Encode_bad_percentInName()
 {
     QVERIFY(mTool->Write(u"%2 %3.json"_s, "[1]"));
@@ -768,7 +767,7 @@ void tst_ToolMessage::Split_files()
     QCOMPARE(mTool->Read(u"new/folder/0001-skipped.bin"_s), QByteArray("noise"));
     QCOMPARE(mTool->Read(u"new/folder/0003-___A__b.xml"_s), odd);
     QCOMPARE(mTool->Read(u"new/folder/0004-skipped.bin"_s), Document("A").first(30));
-    // Again nothing is changed.
+    // This failure changes nothing either.
     QVERIFY(mTool->Write(u"new/folder/0001-skipped.bin"_s, "mine"));
     const ToolResult again
         = mTool->Run({u"message"_s, u"split"_s, u"capture.bin"_s, u"--to"_s, u"new/folder"_s});

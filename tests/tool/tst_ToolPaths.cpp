@@ -117,10 +117,10 @@ void tst_ToolPaths::Path_data()
         u"C:/x\n=> 0\n"_s);
     row("absolute with slash", {u"absolute"_s, u"/x"_s, u"--base"_s, u"/b"_s}, u"/b/x\n=> 0\n"_s);
     row("common", {u"common"_s, u"/Users/a/x"_s, u"/users/A/y"_s}, u"Users/a\n=> 0\n"_s);
-    row("nothing common", {u"common"_s, u"C:/a"_s, u"D:/a"_s}, u"=> 1\n"_s);
+    row("nothing in common", {u"common"_s, u"C:/a"_s, u"D:/a"_s}, u"=> 1\n"_s);
     row("sub", {u"sub"_s, u"a/b"_s, u"A/B/c/d"_s}, u"c/d\n=> 0\n"_s);
     row("sub of itself", {u"sub"_s, u"a/b"_s, u"A/B"_s}, u"\n=> 0\n"_s);
-    row("sub of another", {u"sub"_s, u"a/b"_s, u"/x/y"_s}, u"x/y\n=> 1\n"_s);
+    row("sub of an unrelated path", {u"sub"_s, u"a/b"_s, u"/x/y"_s}, u"x/y\n=> 1\n"_s);
     row("without paths", {u"clean"_s},
         u"! qvutil: PATH is required\n! Try 'qvutil path clean --help'.\n=> 2\n"_s);
     row("relative without base", {u"relative"_s, u"a"_s},
@@ -155,9 +155,9 @@ void tst_ToolPaths::Path_json_data()
                                 << 0;
     QTest::newRow("common") << QStringList{u"common"_s, u"a/b"_s, u"a/c"_s}
                             << QJsonDocument(QJsonObject{{u"result"_s, u"a"_s}, {u"found"_s, true}}) << 0;
-    QTest::newRow("sub of another") << QStringList{u"sub"_s, u"a"_s, u"b"_s}
-                                    << QJsonDocument(QJsonObject{{u"result"_s, u"b"_s}, {u"found"_s, false}})
-                                    << 1;
+    QTest::newRow("sub of an unrelated path")
+        << QStringList{u"sub"_s, u"a"_s, u"b"_s}
+        << QJsonDocument(QJsonObject{{u"result"_s, u"b"_s}, {u"found"_s, false}}) << 1;
 }
 
 void tst_ToolPaths::Path_json()
@@ -183,27 +183,27 @@ void tst_ToolPaths::Files_data()
         u"~/tree/a.txt\n~/tree/b.log\n=> 0\n"_s);
     row("list recursively", {u"list"_s, u"tree"_s, u"-r"_s},
         u"~/tree/a.txt\n~/tree/b.log\n~/tree/sub/c.txt\n~/tree/sub/deep/d.log\n=> 0\n"_s);
-    row("list hidden ones", {u"list"_s, u"tree"_s, u"--hidden"_s, u"-r"_s, u"-n"_s, u"*.txt"_s},
+    row("list hidden files", {u"list"_s, u"tree"_s, u"--hidden"_s, u"-r"_s, u"-n"_s, u"*.txt"_s},
         u"~/tree/.dot/e.txt\n~/tree/a.txt\n~/tree/sub/c.txt\n=> 0\n"_s);
     row("list by two patterns", {u"list"_s, u"tree"_s, u"--name"_s, u"a*"_s, u"--name"_s, u"*.log"_s},
         u"~/tree/a.txt\n~/tree/b.log\n=> 0\n"_s);
     row("list one file", {u"list"_s, u"tree/a.txt"_s}, u"~/tree/a.txt\n=> 0\n"_s);
-    row("list for programs", {u"list"_s, u"tree"_s, u"-n"_s, u"a*"_s, u"--json"_s},
+    row("list as JSON", {u"list"_s, u"tree"_s, u"-n"_s, u"a*"_s, u"--json"_s},
         u"[\"~/tree/a.txt\"]\n=> 0\n"_s);
     row("list nothing", {u"list"_s, u"tree"_s, u"--name"_s, u"*.none"_s}, u"=> 1\n"_s);
-    row("list nothing for programs", {u"list"_s, u"tree/empty"_s, u"--json"_s}, u"[]\n=> 1\n"_s);
+    row("list nothing as JSON", {u"list"_s, u"tree/empty"_s, u"--json"_s}, u"[]\n=> 1\n"_s);
     row("list missing folder", {u"list"_s, u"none"_s}, u"! qvutil: none: there is no such folder\n=> 2\n"_s);
     row("list patterns in a file", {u"list"_s, u"tree/a.txt"_s, u"-n"_s, u"*"_s},
         u"! qvutil: tree/a.txt: is not a folder\n=> 2\n"_s);
     row("list by empty pattern", {u"list"_s, u"tree"_s, u"-n"_s, QString()},
         u"! qvutil: the pattern '' of --name is empty\n! Try 'qvutil files list --help'.\n=> 2\n"_s);
-    row("list by a pattern that does not end", {u"list"_s, u"tree"_s, u"-n"_s, u"*.log|a[b"_s},
+    row("list by an unterminated pattern", {u"list"_s, u"tree"_s, u"-n"_s, u"*.log|a[b"_s},
         u"! qvutil: 'a[b' is not a valid pattern for file names\n! Try 'qvutil files list --help'.\n=> 2\n"_s);
-    row("delete by a pattern that does not end", {u"delete"_s, u"tree"_s, u"-n"_s, u"["_s},
+    row("delete by an unterminated pattern", {u"delete"_s, u"tree"_s, u"-n"_s, u"["_s},
         u"! qvutil: '[' is not a valid pattern for file names\n! Try 'qvutil files delete --help'.\n=> 2\n"_s);
     row("delete by empty pattern", {u"delete"_s, u"tree"_s, u"--name"_s, QString()},
         u"! qvutil: the pattern '' of --name is empty\n! Try 'qvutil files delete --help'.\n=> 2\n"_s);
-    row("delete by pattern of separators", {u"delete"_s, u"tree"_s, u"--name"_s, u"|"_s},
+    row("delete by a pattern of only separators", {u"delete"_s, u"tree"_s, u"--name"_s, u"|"_s},
         u"! qvutil: the pattern '|' of --name is empty\n! Try 'qvutil files delete --help'.\n=> 2\n"_s);
     row("delete missing folder", {u"delete"_s, u"none"_s},
         u"! qvutil: none: there is no such folder\n=> 2\n"_s);
@@ -354,8 +354,8 @@ void tst_ToolPaths::Delete_protectedFolder_data()
         u"is the root folder"_s);
     row("home", u"$PWD/tree"_s, {u"tree"_s, u"--recursive"_s}, u"is the home folder"_s);
     row("home, one level", u"$PWD/tree"_s, {u"tree/"_s}, u"is the home folder"_s);
-    row("home behind a link", u"$PWD/home"_s, {u"tree"_s}, u"is the home folder"_s);
-    row("home below it", u"$PWD/tree/sub/deep"_s, {u"tree"_s, u"--recursive"_s},
+    row("link to home", u"$PWD/home"_s, {u"tree"_s}, u"is the home folder"_s);
+    row("folder that contains home", u"$PWD/tree/sub/deep"_s, {u"tree"_s, u"--recursive"_s},
         u"contains the home folder"_s);
 }
 
@@ -372,7 +372,7 @@ void tst_ToolPaths::Delete_protectedFolder()
     QCOMPARE(mTool->RunShell(line.arg(home, arguments.join("' '"_L1))).ToText(), expected);
 }
 
-// Needs a file system to be mounted, in a namespace that ends with the shell.
+// Mounts a file system in a namespace that ends with the shell.
 void tst_ToolPaths::Delete_otherFileSystem()
 {
     const QString inNameSpace = u"unshare --user --map-root-user --mount sh -c "_s;
@@ -424,8 +424,9 @@ void tst_ToolPaths::Unique_data()
     row("in use", {u"tree/a.txt"_s}, u"~/tree/a2.txt\n=> 0\n"_s);
     row("with a format", {u"tree/a.txt"_s, u"--format"_s, u"(%1)"_s}, u"~/tree/a(2).txt\n=> 0\n"_s);
     row("with a first tag", {u"tree/a.txt"_s, u"--first"_s, u"-backup"_s}, u"~/tree/a-backup.txt\n=> 0\n"_s);
-    row("in front", {u"tree/a.txt"_s, u"--prefix"_s, u"--format"_s, u"%1_"_s}, u"~/tree/2_a.txt\n=> 0\n"_s);
-    row("from another number", {u"tree/a.txt"_s, u"--start"_s, u"7"_s}, u"~/tree/a7.txt\n=> 0\n"_s);
+    row("tag in front", {u"tree/a.txt"_s, u"--prefix"_s, u"--format"_s, u"%1_"_s},
+        u"~/tree/2_a.txt\n=> 0\n"_s);
+    row("with another first number", {u"tree/a.txt"_s, u"--start"_s, u"7"_s}, u"~/tree/a7.txt\n=> 0\n"_s);
     row("all in use", {u"tree/a.txt"_s, u"--start"_s, u"2147483647"_s},
         u"! qvutil: tree/a.txt: all names are in use\n=> 1\n"_s);
 }

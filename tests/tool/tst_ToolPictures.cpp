@@ -73,7 +73,7 @@ QString WhyBadPicture(const QDomDocument& document)
     const double width = view.value(2).toDouble();
     const double height = view.value(3).toDouble();
     for (const QDomElement& text : Find(document, u"text"_s)) {
-        constexpr double kLetterWidth = 0.6; // a part of the height, as in fixed-width fonts
+        constexpr double kLetterWidth = 0.6; // as a fraction of the height, for fixed-width fonts
         const double length = static_cast<double>(text.text().size())
             * text.attribute(u"font-size"_s).toDouble() * kLetterWidth;
         const QString anchor = text.attribute(u"text-anchor"_s);

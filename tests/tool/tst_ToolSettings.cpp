@@ -54,8 +54,8 @@ private Q_SLOTS:
     void Check();
     void Check_severalFiles();
     void Check_json();
-    void Check_leftovers();
-    void Check_leftoverBehindLink();
+    void Check_staleFiles();
+    void Check_staleFileOfLinkTarget();
     void List_types_data();
     void List_types();
     void List_typesOfContent_data();
@@ -381,7 +381,7 @@ void tst_ToolSettings::Check_json()
                  .array());
 }
 
-void tst_ToolSettings::Check_leftovers()
+void tst_ToolSettings::Check_staleFiles()
 {
     QVERIFY(mTool->Write(u".app.xml.saving"_s, QByteArray(2048, 'x')));
     QVERIFY(mTool->Write(u".app.xml.saving7"_s, "a later one"));
@@ -399,7 +399,7 @@ void tst_ToolSettings::Check_leftovers()
         QVERIFY(QFile::exists(mTool->Path(other)));
 }
 
-void tst_ToolSettings::Check_leftoverBehindLink()
+void tst_ToolSettings::Check_staleFileOfLinkTarget()
 {
     QVERIFY(QDir(mTool->Path(u"."_s)).mkdir(u"real"_s));
     QVERIFY(mTool->Write(u"real/file.xml"_s, "<a/>"));
@@ -424,7 +424,7 @@ void tst_ToolSettings::List_types_data()
     row("int64", "2147483648", "int64", "2147483648");
     row("beyond int64", "9223372036854775808", "string", "\"9223372036854775808\"");
     row("leading zero", "0640", "string", "\"0640\"");
-    row("sign without need", "+1", "string", "\"+1\"");
+    row("redundant sign", "+1", "string", "\"+1\"");
     row("negative zero", "-0", "string", "\"-0\"");
     row("double", "0.10000000000000001", "double", "0.1");
     row("double that the library writes with more digits", "0.1", "string", "\"0.1\"");
@@ -548,10 +548,10 @@ void tst_ToolSettings::Import_json_data()
     };
     row("attribute", R"({"S": {"@a": "x"}})", "/S a=\"x\"\n");
     row("whole number", R"({"S": {"@a": 12}})", "/S a=\"12\"\n");
-    row("whole number with a point", R"({"S": {"@a": 12.0}})", "/S a=\"12\"\n");
+    row("whole number with a decimal point", R"({"S": {"@a": 12.0}})", "/S a=\"12\"\n");
     row("large whole number", R"({"S": {"@a": 9007199254740993}})", "/S a=\"9007199254740993\"\n");
     row("fraction", R"({"S": {"@a": 0.1}})", "/S a=\"0.10000000000000001\"\n");
-    row("truth", R"({"S": {"@a": true, "@b": false}})", "/S a=\"True\"\n/S b=\"False\"\n");
+    row("booleans", R"({"S": {"@a": true, "@b": false}})", "/S a=\"True\"\n/S b=\"False\"\n");
     row("element's text", R"({"S": {"A": "x", "B": 5, "C": {"#text": "y", "@c": 1}}})",
         "/S/A \"x\"\n/S/B \"5\"\n/S/C c=\"1\"\n/S/C \"y\"\n");
     row("siblings", R"({"S": {"A": [{"@n": 1}, "two", {}]}})", "/S/A n=\"1\"\n/S/A[2] \"two\"\n/S/A[3]\n");
@@ -597,8 +597,8 @@ void tst_ToolSettings::Import_jsonRefused_data()
             "B/@1: \"1\" is not a valid name of an element or attribute");
     problem("character that XML does not allow", R"({"Settings": {"@a": "\u0001", "@new": 1}})",
             "@a: the value contains the character U+0001, which XML does not allow");
-    QTest::newRow("no JSON") << QByteArray("{")
-                             << u"! qvutil: in.json: byte 1: unterminated object\n=> 2\n"_s;
+    QTest::newRow("malformed JSON") << QByteArray("{")
+                                    << u"! qvutil: in.json: byte 1: unterminated object\n=> 2\n"_s;
     QTest::newRow("list") << QByteArray(
         "[1]") << u"! qvutil: in.json: is not an object with a single member, the root element\n=> 2\n"_s;
     QTest::newRow("two roots")
@@ -741,11 +741,11 @@ void tst_ToolSettings::RoundTrip_data()
     QTest::newRow("another root") << QByteArray("<App a='1'/>");
     QTest::newRow("nothing") << QByteArray("<Settings/>");
     QTest::newRow("text of the root") << QByteArray("<Settings a='1'>text<B/></Settings>");
-    QTest::newRow("numbers and what looks like them")
+    QTest::newRow("numbers and similar texts")
         << QByteArray("<S a='1' b='01' c='-0' d='1e5' e='0.5' f='0.10000000000000001' g='9007199254740993' "
                       "h='9223372036854775808' i='nan' j='1E5' k=' 1' l='1.0' m='1.2345678901234568e+20'/>");
-    QTest::newRow("truth and what looks like it") << QByteArray("<S a='True' b='true' c='False' d='FALSE'/>");
-    QTest::newRow("lists, rectangles and what looks like it")
+    QTest::newRow("booleans and similar texts") << QByteArray("<S a='True' b='true' c='False' d='FALSE'/>");
+    QTest::newRow("lists, rectangles and similar texts")
         << QByteArray("<S a='1,2,3,4' b='1, 2' c='@Rect(1 2 3 4)' d='@@' e='@Invalid()' f=',' g='\\'/>");
     QTest::newRow("white space and quotes") << QByteArray(
         "<S a=' x ' b='&#10;' c='&#9;&#13;' d='&quot;' e=\"'\" f=';#=' g=''> <T>  two  </T></S>");
@@ -753,8 +753,8 @@ void tst_ToolSettings::RoundTrip_data()
     QTest::newRow("bytes") << QByteArray("<S><Icon><![CDATA[AAEC/w==]]></Icon></S>");
     QTest::newRow("bytes, and an attribute of that name")
         << QByteArray("<S Icon='1'><Icon><![CDATA[AAEC/w==]]></Icon></S>");
-    QTest::newRow("sections that are no bytes") << QByteArray("<S><![CDATA[<&>]]><A><![CDATA[x]]></A></S>");
-    QTest::newRow("names that mean something in INI")
+    QTest::newRow("sections that are not bytes") << QByteArray("<S><![CDATA[<&>]]><A><![CDATA[x]]></A></S>");
+    QTest::newRow("names with a meaning in INI")
         << QByteArray("<S><General a='1'/><size a='3'/><B><General b='4'/><general b='5'/></B></S>");
     QTest::newRow("many siblings") << "<S>" + QByteArray("<A/><A x='1'><B/><B y='2'/></A>").repeated(12)
             + "</S>";
@@ -784,7 +784,7 @@ void tst_ToolSettings::Watch_replacedFile()
 {
     RunningTool watch(*mTool, {u"settings"_s, u"watch"_s, u"app.xml"_s, u"--count"_s, u"6"_s});
     QVERIFY(watch.WaitForError("watching app.xml"));
-    // Each save replaces the file. The command must ignore changes of the file beside it.
+    // Each save replaces the file. The command must ignore changes of other files in the folder.
     for (int width = 1; width <= 5; ++width) {
         QVERIFY(mTool->Write(u"other.xml"_s, "<a n='" + QByteArray::number(width) + "'/>"));
         QCOMPARE(Run({u"set"_s, u"app.xml"_s, u"Panel/Main"_s, u"Width"_s, QString::number(width)}),

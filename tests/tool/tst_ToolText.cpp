@@ -65,12 +65,12 @@ void tst_ToolText::FirstColumns_data()
     QTest::addColumn<QString>("expected");
 
     QTest::newRow("fits") << u"abc"_s << 3 << u"abc"_s;
-    QTest::newRow("one too many") << u"abcd"_s << 3 << u"abc"_s;
-    QTest::newRow("none") << u"abc"_s << 0 << QString();
-    QTest::newRow("less than none") << u"abc"_s << -1 << QString();
-    QTest::newRow("wide character that half fits") << u"a中文"_s << 4 << u"a中"_s;
+    QTest::newRow("one character too many") << u"abcd"_s << 3 << u"abc"_s;
+    QTest::newRow("no columns") << u"abc"_s << 0 << QString();
+    QTest::newRow("negative number of columns") << u"abc"_s << -1 << QString();
+    QTest::newRow("wide character with room for half") << u"a中文"_s << 4 << u"a中"_s;
     QTest::newRow("surrogate pair at the end") << u"ab\U0001D400c"_s << 3 << u"ab\U0001D400"_s;
-    QTest::newRow("surrogate pair that half fits") << u"ab\U0001F600"_s << 3 << u"ab"_s;
+    QTest::newRow("surrogate pair with room for one column") << u"ab\U0001F600"_s << 3 << u"ab"_s;
     QTest::newRow("mark after the last character") << u"abe\u0301f"_s << 3 << u"abe\u0301"_s;
     QTest::newRow("joined emoji that do not fit") << kFamily << 5 << QString();
     QTest::newRow("joined emoji that fit") << kFamily + u'x' << 6 << kFamily;
@@ -92,10 +92,10 @@ void tst_ToolText::LastColumns_data()
     QTest::addColumn<QString>("expected");
 
     QTest::newRow("fits") << u"abc"_s << 3 << u"abc"_s;
-    QTest::newRow("one too many") << u"abcd"_s << 3 << u"bcd"_s;
-    QTest::newRow("none") << u"abc"_s << 0 << QString();
-    QTest::newRow("less than none") << u"abc"_s << -1 << QString();
-    QTest::newRow("wide character that half fits") << u"中文a"_s << 4 << u"文a"_s;
+    QTest::newRow("one character too many") << u"abcd"_s << 3 << u"bcd"_s;
+    QTest::newRow("no columns") << u"abc"_s << 0 << QString();
+    QTest::newRow("negative number of columns") << u"abc"_s << -1 << QString();
+    QTest::newRow("wide character with room for half") << u"中文a"_s << 4 << u"文a"_s;
     QTest::newRow("surrogate pair at the start") << u"c\U0001D400ab"_s << 3 << u"\U0001D400ab"_s;
     QTest::newRow("mark of a character that does not fit") << u"e\u0301abc"_s << 3 << u"abc"_s;
     QTest::newRow("joined emoji that do not fit") << kFamily << 5 << QString();

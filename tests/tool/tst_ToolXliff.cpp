@@ -567,8 +567,8 @@ void tst_ToolXliff::Extract_encodings_data()
     QTest::addColumn<bool>("byteOrderMark");
 
     QTest::newRow("UTF-8 with a byte order mark") << QByteArray("UTF-8") << true;
-    QTest::newRow("UTF-16, low byte first") << QByteArray("UTF-16LE") << true;
-    QTest::newRow("UTF-16, high byte first") << QByteArray("UTF-16BE") << true;
+    QTest::newRow("UTF-16, little endian") << QByteArray("UTF-16LE") << true;
+    QTest::newRow("UTF-16, big endian") << QByteArray("UTF-16BE") << true;
     QTest::newRow("ISO-8859-1") << QByteArray("ISO-8859-1") << false;
 }
 
@@ -804,9 +804,9 @@ void tst_ToolXliff::Check_allow_data()
             + u"de.xlf: 3 units, 2 findings, 1 allowed\n=> 1\n"_s;
     QTest::newRow("untranslated") << QStringList{u"--allow-untranslated"_s}
                                   << placeholders + u"de.xlf: 3 units, 1 finding, 2 allowed\n=> 1\n"_s;
-    QTest::newRow("both by name") << QStringList{u"--allow"_s, u"untranslated"_s, u"--allow"_s,
-                                                 u"placeholders"_s}
-                                  << u"de.xlf: 3 units, no findings, 3 allowed\n=> 0\n"_s;
+    QTest::newRow("two kinds by name")
+        << QStringList{u"--allow"_s, u"untranslated"_s, u"--allow"_s, u"placeholders"_s}
+        << u"de.xlf: 3 units, no findings, 3 allowed\n=> 0\n"_s;
     QTest::newRow("finished targets are required")
         << QStringList{u"--require-finished"_s}
         << untranslated + unfinished + placeholders + u"de.xlf: 3 units, 3 findings\n=> 1\n"_s;
@@ -989,10 +989,10 @@ void tst_ToolXliff::Fill_pseudo_data()
     QTest::newRow("placeholders") << u"%1 of %L2, %n in %Ln on %99 and $(App)"_s
                                   << u"[%1 öƒ %L2, %n íñ %Ln öñ %99 áñđ $(App)~~~~~~~]"_s;
     QTest::newRow("percent signs that are not placeholders") << u"5 % of %x%"_s << u"[5 % öƒ %ẋ%~~~~]"_s;
-    QTest::newRow("two digits at most") << u"%123"_s << u"[%123~]"_s;
+    QTest::newRow("number with three digits") << u"%123"_s << u"[%123~]"_s;
     QTest::newRow("tags and references")
         << u"<b>a</b>&nbsp;<i x=\"y\">&#65;"_s << u"[<b>á</b>&nbsp;<i x=\"y\">&#65;~]"_s;
-    QTest::newRow("signs that are not tags") << u"a < b & c"_s << u"[á < ƀ & ç~~~]"_s;
+    QTest::newRow("characters that do not begin tags or references") << u"a < b & c"_s << u"[á < ƀ & ç~~~]"_s;
     QTest::newRow("accelerator") << u"&File"_s << u"[&Ƒíļé~~]"_s;
     QTest::newRow("other scripts") << u"日本\n語"_s << u"[日本\n語~~]"_s;
 }

@@ -442,7 +442,7 @@ void tst_ToolXliffMerge::Reuse()
                                      + Unit(u"B"_s, "<target>b</target>"))));
 }
 
-// The library removes a mark around a target. Its result is taken over.
+// The library removes the mark around a target. The merged target is the text that the library returns.
 void tst_ToolXliffMerge::MarksAroundTargets()
 {
     QVERIFY(mTool->Write(u"mine.xlf"_s, Xliff(Unit(u"A"_s, "<target/>") + Unit(u"B"_s, "<target/>"))));

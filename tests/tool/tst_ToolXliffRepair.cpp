@@ -128,13 +128,13 @@ void tst_ToolXliffRepair::Repair_shapes_data()
 
     QTest::newRow("header") << Xliff(a).replace("        <body>",
                                                 "        <header><note>n</note></header>\n        <body>")
-                            << u"A"_s << u"A=a"_s << u"4:9: <header> moved behind the body: "_s + first;
+                            << u"A"_s << u"A=a"_s << u"4:9: <header> moved after the body: "_s + first;
     QTest::newRow("header on the line of the body")
         << Xliff(a).replace("<body>", "<header/><body>") << u"A"_s << u"A=a"_s
-        << u"4:9: <header> moved behind the body: "_s + first;
+        << u"4:9: <header> moved after the body: "_s + first;
     QTest::newRow("comment and header")
         << Xliff(a).replace("<body>", "<!-- c --><header/><!-- d --><body>") << u"A"_s << u"A=a"_s
-        << u"4:19: <header> moved behind the body: "_s + first;
+        << u"4:19: <header> moved after the body: "_s + first;
     QTest::newRow("two bodies") << Xliff(a).replace("</body>", "</body><body>" + b + "</body>") << u"B"_s
                                 << u"A=a;B=b"_s
                                 << u"9:16: the content of another body moved into the first: "_s + first;
@@ -145,16 +145,16 @@ void tst_ToolXliffRepair::Repair_shapes_data()
                              << u"A"_s << u"A=a"_s << u"4:13: \"A\" moved into the body: "_s + direct;
     QTest::newRow("header, no body")
         << Xliff(a).replace("        <body>\n", "<header/>").replace("        </body>\n", "") << u"A"_s
-        << u"A=a"_s << u"4:1: <header> moved behind the body: "_s + first;
-    QTest::newRow("unit behind the body") << Xliff(a).replace("</body>\n", "</body>\n" + b) << u"B"_s
-                                          << u"A=a;B=b"_s << u"10:13: \"B\" moved into the body: "_s + direct;
+        << u"A=a"_s << u"4:1: <header> moved after the body: "_s + first;
+    QTest::newRow("unit after the body") << Xliff(a).replace("</body>\n", "</body>\n" + b) << u"B"_s
+                                         << u"A=a;B=b"_s << u"10:13: \"B\" moved into the body: "_s + direct;
     QTest::newRow("group") << Xliff("<group restype=\"x-menu\" id='7'>\n" + a + "</group>\n" + b) << u"A"_s
                            << u"A=a;B=b"_s
                            << u"5:1: <group restype=\"x-menu\" id='7'> removed, its content kept: "_s
             + direct;
     QTest::newRow("group with a note")
         << Xliff("<group id='7'><note>n</note>\n" + a + "</group>\n") << u"A"_s << u"A=a"_s
-        << u"5:1: the units in <group id='7'> moved behind it: "_s + direct;
+        << u"5:1: the units in <group id='7'> moved after it: "_s + direct;
     QTest::newRow("groups in groups")
         << Xliff("<group>" + a + "<group><group>" + b + "</group></group></group>\n") << u"A;B"_s
         << u"A=a;B=b"_s << u"5:1: <group> removed, its content kept: "_s + direct;
@@ -194,7 +194,7 @@ void tst_ToolXliffRepair::Repair_shapes_data()
     QTest::newRow("comment in the target")
         << Xliff(Unit(u"A"_s, "<target>a<!-- c -->b</target>")) << u"A"_s << u"A=ab"_s
         << u"7:17: the target of \"A\" is now plain text: \"ab\": "_s + whole;
-    QTest::newRow("CDATA behind text")
+    QTest::newRow("CDATA after text")
         << Xliff(Unit(u"A"_s, "<target>a<![CDATA[<b>]]></target>")) << u"A"_s << u"A=a<b>"_s
         << u"7:17: the target of \"A\" is now plain text: \"a<b>\": "_s + whole;
     QTest::newRow("markup around a mark")
@@ -219,7 +219,7 @@ void tst_ToolXliffRepair::Repair_shapes_data()
                              "<header/><body><group>" + QByteArray(b).replace(">b<", "><g id='1'>b</g><")
                                  + "</group></body>")
                             + "</xliff>")
-        << u"A;B"_s << u"A=a;B=b"_s << u"4:9: <header> moved behind the body: "_s + first;
+        << u"A;B"_s << u"A=a;B=b"_s << u"4:9: <header> moved after the body: "_s + first;
 }
 
 void tst_ToolXliffRepair::Repair_shapes()
@@ -272,9 +272,9 @@ void tst_ToolXliffRepair::Repair_exactText()
             .replace("        <body>",
                      "        <header>\n            <note>h</note>\n        </header>\n        <body>")));
     QCOMPARE(mTool->Run({u"xliff"_s, u"repair"_s, u"de.xlf"_s}).ToText(),
-             u"de.xlf:4:9: <header> moved behind the body: the library reads only the first child of a file "
+             u"de.xlf:4:9: <header> moved after the body: the library reads only the first child of a file "
              "element [header]\n"
-             "de.xlf:9:13: the units in <group id=\"g\" xml:space=\"preserve\"> moved behind it: the library "
+             "de.xlf:9:13: the units in <group id=\"g\" xml:space=\"preserve\"> moved after it: the library "
              "finds only units directly in the body [group]\n"
              "de.xlf: 2 changes; written\n=> 0\n"_s);
     QCOMPARE(
@@ -490,15 +490,15 @@ void tst_ToolXliffRepair::Repair_sameIds_data()
     QTest::addColumn<QString>("notes");
 
     const QString unknown = u"its source contains markup for text that is not in the file [id]\n"_s;
-    QTest::newRow("no digest") << QByteArray("7") << QByteArray("A <x id='1'/>")
-                               << QByteArray("B <x id='1'/>")
-                               << u"de.xlf:5:1: left: \"A \" keeps the id \"7\": "_s + unknown
+    QTest::newRow("id that is not a digest")
+        << QByteArray("7") << QByteArray("A <x id='1'/>") << QByteArray("B <x id='1'/>")
+        << u"de.xlf:5:1: left: \"A \" keeps the id \"7\": "_s + unknown
             + u"de.xlf:6:1: left: \"B \" keeps the id \"7\": "_s + unknown;
     QTest::newRow("different elements")
         << QByteArray("7") << QByteArray("A <x id='1'/>") << QByteArray("A <x id='2'/>")
         << u"de.xlf:5:1: left: \"A \" keeps the id \"7\": "_s + unknown
             + u"de.xlf:6:1: left: \"A \" keeps the id \"7\": "_s + unknown;
-    QTest::newRow("digest")
+    QTest::newRow("id that is a digest")
         << QByteArray(32, 'a') << QByteArray("A <x id='1'/>") << QByteArray("B <x id='1'/>")
         << u"de.xlf:5:1: left: \"A \" has the same id as the unit on line 6, but a "
            "different source: the library finds only one unit for each id [duplicate-unit]\n"_s;
@@ -525,7 +525,7 @@ void tst_ToolXliffRepair::Repair_sameIds()
 void tst_ToolXliffRepair::Repair_joinedContent_data()
 {
     QTest::addColumn<QByteArray>("dropped"); // content of a unit that is joined to another
-    QTest::addColumn<QByteArray>("kept"); // content of the other unit behind its target
+    QTest::addColumn<QByteArray>("kept"); // content of the other unit after its target
     QTest::addColumn<QStringList>("words"); // each must be in the result once
 
     const QByteArray b = Unit(u"B"_s, "<target>b</target>");
@@ -621,8 +621,8 @@ void tst_ToolXliffRepair::Repair_keepsRightIds_data()
     QTest::addColumn<QString>("text"); // whose digest is the id
     QTest::addColumn<bool>("isLeft");
 
-    QTest::newRow("laid out anew") << QByteArray("\n    Save it\n  ") << u"Save it"_s << false;
-    QTest::newRow("broken into lines") << QByteArray("\n    Save\n    it\n  ") << u"Save it"_s << false;
+    QTest::newRow("reindented") << QByteArray("\n    Save it\n  ") << u"Save it"_s << false;
+    QTest::newRow("split into lines") << QByteArray("\n    Save\n    it\n  ") << u"Save it"_s << false;
     QTest::newRow("markup") << QByteArray("Click <g id='1'>here</g>") << u"Click <b>here</b>"_s << true;
     QTest::newRow("codes") << QByteArray("Click <bpt id='1'/>here<ept id='1'/>") << u"Click <b>here</b>"_s
                            << true;
@@ -661,7 +661,7 @@ void tst_ToolXliffRepair::Repair_keepsMarkupTargets()
     QVERIFY2(mTool->Read(u"de.xlf"_s).contains(marked), mTool->Read(u"de.xlf"_s).constData());
 }
 
-// Of two units that the library could find, the one stays that it does find.
+// Of two units with one source, the unit that the library finds is kept.
 void tst_ToolXliffRepair::Repair_keepsFoundUnit()
 {
     QVERIFY(mTool->Write(u"de.xlf"_s,

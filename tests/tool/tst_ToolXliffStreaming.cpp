@@ -38,7 +38,7 @@ QString ToText(const XliffProgress& progress)
     return text + ToText(progress.All);
 }
 
-/// Makes up XLIFF files, most of which break rules.
+/// Generates random XLIFF files, most of them invalid.
 class XliffMaker
 {
 public:
@@ -123,7 +123,7 @@ private:
     QRandomGenerator& mRandom;
 };
 
-/// Damages a file, or leaves it well-formed by chance.
+/// Changes a file at random, which usually makes it malformed.
 QByteArray Mutated(QByteArray content, QRandomGenerator& random)
 {
     static const QList<QByteArray> pieces{
@@ -154,7 +154,7 @@ private Q_SLOTS:
 
     void Files_data();
     void Files();
-    void MadeUpFiles();
+    void RandomFiles();
     void Mutations();
     void Samples();
 
@@ -203,14 +203,14 @@ void tst_ToolXliffStreaming::Files_data()
     };
     const auto xliff
         = [](const QByteArray& content) { return "<xliff version='1.2'>" + content + "</xliff>"; };
-    QTest::newRow("nothing in it") << xliff({}) << true;
+    QTest::newRow("no content") << xliff({}) << true;
     QTest::newRow("one unit") << Xliff(a) << true;
     QTest::newRow("all steps") << Xliff(
         a + Unit(u"B"_s, "<target/>") + Unit(u"C"_s, "") + Unit(u"D"_s, "<target state='new'>d</target>")
         + Unit(u"E"_s, "<target state='new'>e</target>", 0, " approved='yes'"))
                                << true;
     QTest::newRow("header before the body") << Xliff(a).replace("<body>", "<header/><body>") << true;
-    QTest::newRow("header behind the body") << Xliff(a).replace("</body>", "</body><header/>") << true;
+    QTest::newRow("header after the body") << Xliff(a).replace("</body>", "</body><header/>") << true;
     QTest::newRow("comment before the body") << Xliff(a).replace("<body>", "<!-- c --><body>") << true;
     QTest::newRow("group") << Xliff("<group>" + a + "</group>" + a) << true;
     for (const char* id : {"7", "", "tr(%1)", "%1 ", "0%1"}) {
@@ -219,7 +219,8 @@ void tst_ToolXliffStreaming::Files_data()
             a + QByteArray(a).replace(digest, QByteArray(id).replace("%1", digest)))
                                      << true;
     }
-    QTest::newRow("no id") << Xliff(QByteArray(a).replace(" id=\"" + TestSupport::Id(u"A"_s) + '"', "")) << true;
+    QTest::newRow("no id") << Xliff(QByteArray(a).replace(" id=\"" + TestSupport::Id(u"A"_s) + '"', ""))
+                           << true;
     QTest::newRow("unit in a unit") << Xliff(QByteArray(a).replace("</target>", "</target>" + a)) << true;
     QTest::newRow("unit beside the body") << Xliff(a).replace("</body>", "</body>" + a) << true;
     QTest::newRow("unit without a file") << xliff(a) << true;
@@ -277,7 +278,7 @@ void tst_ToolXliffStreaming::Files()
     QCOMPARE(CanStream(content), canStream);
 }
 
-void tst_ToolXliffStreaming::MadeUpFiles()
+void tst_ToolXliffStreaming::RandomFiles()
 {
     constexpr int kFiles = 1000;
     QRandomGenerator random(1);

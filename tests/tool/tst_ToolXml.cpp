@@ -126,8 +126,7 @@ void tst_ToolXml::Get_data()
     QTest::newRow("blank path") << QStringList{u""_s, u"version"_s} << u"3\n=> 0\n"_s;
     QTest::newRow("first of equal names") << QStringList{u"List/Item"_s, u"a"_s} << u"1\n=> 0\n"_s;
     QTest::newRow("text without a name") << QStringList{u"Notes"_s} << u"Call back\ntomorrow\n=> 0\n"_s;
-    QTest::newRow("mark is shown as it is")
-        << QStringList{u"Panel/Main"_s, u"Title"_s} << u"tr(Main)\n=> 0\n"_s;
+    QTest::newRow("mark is kept") << QStringList{u"Panel/Main"_s, u"Title"_s} << u"tr(Main)\n=> 0\n"_s;
     QTest::newRow("no element") << QStringList{u"Panel/None"_s, u"Width"_s}
                                 << u"! qvutil: app.xml: there is no element Panel/None\n=> 1\n"_s;
     QTest::newRow("no attribute") << QStringList{u"Panel/Main"_s, u"None"_s}
@@ -163,19 +162,19 @@ void tst_ToolXml::Get_data()
            "! Try 'qvutil xml get --help'.\n=> 2\n"_s;
     QTest::newRow("path that is a command's name")
         << QStringList{u"get"_s, u"list"_s} << u"! qvutil: app.xml: there is no element get\n=> 1\n"_s;
-    QTest::newRow("element close to another")
+    QTest::newRow("misspelt element")
         << QStringList{u"Panl/Main"_s, u"Width"_s}
         << u"! qvutil: app.xml: there is no element Panl/Main; did you mean 'Panel'?\n=> 1\n"_s;
-    QTest::newRow("element close to one at another place")
+    QTest::newRow("name of an element elsewhere")
         << QStringList{u"Main"_s, u"Width"_s} << u"! qvutil: app.xml: there is no element Main\n=> 1\n"_s;
-    QTest::newRow("attribute close to another")
+    QTest::newRow("misspelt attribute")
         << QStringList{u"Panel/Main"_s, u"width"_s}
         << u"! qvutil: app.xml: /App/Panel/Main has no attribute width; did you mean 'Width'?\n=> 1\n"_s;
     QTest::newRow("path missing") << QStringList{}
                                   << u"! qvutil: PATH is required\n! Try 'qvutil xml get --help'.\n=> 2\n"_s;
-    QTest::newRow("too many") << QStringList{
-        u"a"_s, u"b"_s,
-        u"c"_s} << u"! qvutil: unexpected argument 'c'\n! Try 'qvutil xml get --help'.\n=> 2\n"_s;
+    QTest::newRow("too many arguments")
+        << QStringList{u"a"_s, u"b"_s, u"c"_s}
+        << u"! qvutil: unexpected argument 'c'\n! Try 'qvutil xml get --help'.\n=> 2\n"_s;
 }
 
 void tst_ToolXml::Get()
@@ -199,11 +198,11 @@ void tst_ToolXml::Get_type_data()
                             << QString::fromUtf8(plain) << QString::fromUtf8(json);
     };
     row("int", "int", "-48", "-48", "-48");
-    row("int's default", "int", "0", "0", "0");
-    row("int's other default", "int", "1", "1", "1");
+    row("int 0, a default that the tool tries", "int", "0", "0", "0");
+    row("int 1, the other default that the tool tries", "int", "1", "1", "1");
     row("int, smallest", "int", "-2147483648", "-2147483648", "-2147483648");
     row("int out of range", "int", "2147483648", nullptr);
-    row("int of letters", "int", "12abc", nullptr);
+    row("int followed by letters", "int", "12abc", nullptr);
     row("uint, largest", "uint", "4294967295", "4294967295", "4294967295");
     row("uint below zero", "uint", "-1", nullptr);
     row("long, largest", "long", "9223372036854775807", "9223372036854775807", "9223372036854775807");
@@ -213,20 +212,20 @@ void tst_ToolXml::Get_type_data()
     row("int64 out of range", "int64", "9223372036854775808", nullptr);
     row("double", "double", "0.10000000000000001", "0.1", "0.1");
     row("double, not a number", "double", "nan", "nan", "\"nan\"");
-    row("double of letters", "double", "1.5x", nullptr);
+    row("double followed by a letter", "double", "1.5x", nullptr);
     row("bool in capitals", "bool", "TRUE", "True", "true");
-    row("bool by number", "bool", "7", "True", "true");
-    row("bool by zero", "bool", "0", "False", "false");
-    row("bool by word", "bool", "yes", nullptr);
+    row("bool as a number", "bool", "7", "True", "true");
+    row("bool as zero", "bool", "0", "False", "false");
+    row("bool as another word", "bool", "yes", nullptr);
     row("date", "date", "2026-11-21T04:30:00Z", "2026-11-21T04:30:00Z", "\"2026-11-21T04:30:00Z\"");
-    row("date's offset does not count", "date", "2026-11-21T04:30:00+02:00", "2026-11-21T04:30:00Z",
+    row("date, offset ignored", "date", "2026-11-21T04:30:00+02:00", "2026-11-21T04:30:00Z",
         "\"2026-11-21T04:30:00Z\"");
-    row("date of letters", "date", "today", nullptr);
+    row("date as a word", "date", "today", nullptr);
     row("rect", "rect", "1,2,30,40", "1,2,30,40", R"({"x":1,"y":2,"width":30,"height":40})");
     row("rect with a letter", "rect", "a,2,30,40", "0,2,30,40", R"({"x":0,"y":2,"width":30,"height":40})");
-    row("rect of three", "rect", "1,2,3", nullptr);
+    row("rect with three numbers", "rect", "1,2,3", nullptr);
     row("size", "size", "30,-1", "30,-1", R"({"width":30,"height":-1})");
-    row("size of three", "size", "1,2,3", nullptr);
+    row("size with three numbers", "size", "1,2,3", nullptr);
     row("string", "string", "ä, \"ö\" <ü>", "ä, \"ö\" <ü>", R"("ä, \"ö\" <ü>")");
 }
 
@@ -298,7 +297,7 @@ void tst_ToolXml::Get_badFile_data()
                                << u":3:4: the file ends in the middle of the document"_s;
     QTest::newRow("wrong end tag") << QByteArray("<a>\n<b></a>") << u":2:7: "_s;
     QTest::newRow("two roots") << QByteArray("<a/>\n<b/>") << u":2:4: "_s;
-    QTest::newRow("no markup") << QByteArray("hello") << u":1:1: "_s;
+    QTest::newRow("not markup") << QByteArray("hello") << u":1:1: "_s;
     QTest::newRow("not UTF-8") << QByteArray("<a>\n<b c=\"\xc3\xa4\xff\"/></a>")
                                << u":2:9: a byte that is not valid UTF-8"_s;
     QTest::newRow("binary") << QByteArray("\x7f"
@@ -307,7 +306,7 @@ void tst_ToolXml::Get_badFile_data()
                             << u":1:10: a byte that is not valid UTF-8"_s;
     QTest::newRow("too deep") << QByteArray("<a>").repeated(1001) + QByteArray("</a>").repeated(1001)
                               << u": elements are nested more than 1,000 deep"_s;
-    QTest::newRow("never ending entity")
+    QTest::newRow("entity that refers to itself")
         << QByteArray("<!DOCTYPE a [<!ENTITY e \"&e;\">]><a>&e;</a>") << u":1:38: "_s;
 }
 
@@ -323,7 +322,7 @@ void tst_ToolXml::Get_badFile()
              u"! qvutil: standard input"_s + complaint + u"\n=> 2\n"_s);
 }
 
-// Names and texts may contain what looks like a place for an argument.
+// Names and texts may contain what looks like a placeholder.
 void tst_ToolXml::Get_percentInName()
 {
     const QString name = u"100%2 %1.xml"_s;
@@ -366,7 +365,7 @@ void tst_ToolXml::Set_type_data()
     row("int64", "int64", "9223372036854775807", "9223372036854775807");
     row("double", "double", "0.1", "0.10000000000000001");
     row("bool", "bool", "true", "True");
-    row("bool by number", "bool", "0", "False");
+    row("bool as a number", "bool", "0", "False");
     row("date in UTC", "date", "2026-11-21T04:30:00Z", "2026-11-21T04:30:00Z");
     row("date with an offset", "date", "2026-11-21T04:30:00+05:30", "2026-11-20T23:00:00Z");
     row("date in local time, which is UTC here", "date", "2026-11-21T04:30:00", "2026-11-21T04:30:00Z");
@@ -405,12 +404,14 @@ void tst_ToolXml::Set_refused_data()
     };
     row("no value", {u"Panel"_s}, "VALUE is required");
     row("name without a value", {u"Panel"_s, u"a"_s, u"b"_s, u"c"_s}, "VALUE is required after the name 'c'");
-    row("no int", {u"P"_s, u"a"_s, u"1.5"_s, u"-t"_s, u"int"_s}, "\"1.5\" is not a value of type int");
-    row("no bool", {u"P"_s, u"a"_s, u"yes"_s, u"-t"_s, u"bool"_s}, "\"yes\" is not a value of type bool");
-    row("no date", {u"P"_s, u"a"_s, u"today"_s, u"-t"_s, u"date"_s}, "\"today\" is not a value of type date");
+    row("not an int", {u"P"_s, u"a"_s, u"1.5"_s, u"-t"_s, u"int"_s}, "\"1.5\" is not a value of type int");
+    row("not a bool", {u"P"_s, u"a"_s, u"yes"_s, u"-t"_s, u"bool"_s}, "\"yes\" is not a value of type bool");
+    row("not a date", {u"P"_s, u"a"_s, u"today"_s, u"-t"_s, u"date"_s},
+        "\"today\" is not a value of type date");
     row("letter in a rect", {u"P"_s, u"a"_s, u"1,2,x,4"_s, u"-t"_s, u"rect"_s},
         "\"1,2,x,4\" is not a value of type rect");
-    row("short size", {u"P"_s, u"a"_s, u"1"_s, u"-t"_s, u"size"_s}, "\"1\" is not a value of type size");
+    row("size with one number", {u"P"_s, u"a"_s, u"1"_s, u"-t"_s, u"size"_s},
+        "\"1\" is not a value of type size");
     row("name with a blank", {u"P"_s, u"a b"_s, u"1"_s},
         "\"a b\" is not a valid name of an element or attribute");
     row("empty name", {u"P"_s, u""_s, u"1"_s}, "\"\" is not a valid name of an element or attribute");
@@ -424,7 +425,7 @@ void tst_ToolXml::Set_refused_data()
         "--new appends an element, so PATH ends in a name without a position");
     row("control character", {u"P"_s, u"a"_s, u"x\u0001"_s},
         "the value contains the character U+0001, which XML does not allow");
-    row("no character", {u"P"_s, u"a"_s, u"\uffff"_s},
+    row("noncharacter", {u"P"_s, u"a"_s, u"\uffff"_s},
         "the value contains the character U+FFFF, which XML does not allow");
     row("name for text", {u"P"_s, u"a"_s, u"x"_s, u"-t"_s, u"text"_s},
         "a value of the type text is the content of an element and has no NAME");
@@ -515,11 +516,11 @@ void tst_ToolXml::Set_severalValues_refused_data()
     QTest::addColumn<QStringList>("arguments");
     QTest::addColumn<QString>("complaint");
 
-    QTest::newRow("second value is wrong")
+    QTest::newRow("second value invalid")
         << QStringList{u"Width"_s, u"1"_s, u"Height"_s, u"tall"_s, u"-t"_s, u"int"_s}
         << u"\"tall\" is not a value of type int"_s;
-    QTest::newRow("second name is wrong") << QStringList{u"Width"_s, u"1"_s, u"a b"_s, u"2"_s}
-                                          << u"\"a b\" is not a valid name of an element or attribute"_s;
+    QTest::newRow("second name invalid") << QStringList{u"Width"_s, u"1"_s, u"a b"_s, u"2"_s}
+                                         << u"\"a b\" is not a valid name of an element or attribute"_s;
     QTest::newRow("one name twice") << QStringList{u"Width"_s, u"1"_s, u"Width"_s, u"2"_s}
                                     << u"the name 'Width' is given twice"_s;
     QTest::newRow("second value from a file")
@@ -556,23 +557,22 @@ void tst_ToolXml::Position_data()
     row("first", u"List/Item[1]"_s, u"1\n=> 0\n"_s);
     row("second", u"List/Item[2]"_s, u"2\n=> 0\n"_s);
     row("second, from the root", u"/App/List/Item[2]"_s, u"2\n=> 0\n"_s);
-    row("on the way", u"List[1]/Item[2]"_s, u"2\n=> 0\n"_s);
-    row("behind the last", u"List/Item[3]"_s,
+    row("position in the middle", u"List[1]/Item[2]"_s, u"2\n=> 0\n"_s);
+    row("beyond the last", u"List/Item[3]"_s,
         missing.arg(u"List/Item[3]; /App/List has only 2 of that name"_s));
-    row("behind the last, on the way", u"List[2]/Item[2]"_s,
+    row("beyond the last, in the middle", u"List[2]/Item[2]"_s,
         missing.arg(u"List[2]/Item[2]; /App has only 1 of that name"_s));
-    row("name close to another, below a position", u"List[1]/Itm[2]"_s,
+    row("misspelt name below a position", u"List[1]/Itm[2]"_s,
         missing.arg(u"List[1]/Itm[2]; did you mean 'Item'?"_s));
-    row("root close to another", u"/Ap/List/Item[2]"_s,
-        missing.arg(u"/Ap/List/Item[2]; did you mean 'App'?"_s));
-    row("name close to the root, without '/'", u"Ap/List"_s, missing.arg(u"Ap/List"_s));
+    row("misspelt root", u"/Ap/List/Item[2]"_s, missing.arg(u"/Ap/List/Item[2]; did you mean 'App'?"_s));
+    row("misspelt root, without '/'", u"Ap/List"_s, missing.arg(u"Ap/List"_s));
     row("second root", u"/App[2]"_s, missing.arg(u"/App[2]"_s));
     row("zero", u"List/Item[0]"_s, refused.arg(u"Item[0]"_s));
     row("negative", u"List/Item[-1]"_s, refused.arg(u"Item[-1]"_s));
     row("too large for a number", u"List/Item[99999999999]"_s, refused.arg(u"Item[99999999999]"_s));
     row("empty brackets", u"List/Item[]"_s, refused.arg(u"Item[]"_s));
     row("condition", u"List/Item[@a]"_s, refused.arg(u"Item[@a]"_s));
-    row("brackets that stay open", u"List/Item[2"_s, refused.arg(u"Item[2"_s));
+    row("bracket that is not closed", u"List/Item[2"_s, refused.arg(u"Item[2"_s));
     row("position alone", u"List/[2]"_s, refused.arg(u"[2]"_s));
     row("wildcard", u"List/*"_s, refused.arg(u"*"_s));
     row("parent", u"List/.."_s, refused.arg(u".."_s));
@@ -658,17 +658,17 @@ void tst_ToolXml::Change_data()
         u"! qvutil: a.xml: there is no element E\n=> 1\n"_s);
     row("rename a missing attribute", {u"rename"_s, u"A"_s, u"n"_s, u"k"_s},
         u"! qvutil: a.xml: /R/A has no attribute n\n=> 1\n"_s);
-    row("rename to what is no name", {u"rename"_s, u"A"_s, u"a b"_s},
+    row("rename to an invalid name", {u"rename"_s, u"A"_s, u"a b"_s},
         refused("rename", "\"a b\" is not a valid name of an element or attribute"));
-    row("rename to nothing", {u"rename"_s, u"A"_s}, refused("rename", "NEWNAME is required"));
-    row("rename with too much", {u"rename"_s, u"A"_s, u"m"_s, u"k"_s, u"l"_s},
+    row("rename without a new name", {u"rename"_s, u"A"_s}, refused("rename", "NEWNAME is required"));
+    row("rename with too many arguments", {u"rename"_s, u"A"_s, u"m"_s, u"k"_s, u"l"_s},
         refused("rename", "unexpected argument 'l'"));
 
     row("move an element", {u"move"_s, u"A/B"_s, u"C"_s}, yes,
         R"(<R x="1"><A m="7"><B n="2"/></A><C><B n="1"><D/></B></C></R>)");
     row("move before a sibling", {u"move"_s, u"A/B[2]"_s, u"A/B"_s, u"--before"_s}, yes,
         R"(<R x="1"><A m="7"><B n="2"/><B n="1"><D/></B></A><C/></R>)");
-    row("move behind another element", {u"move"_s, u"A/B/D"_s, u"A"_s, u"--after"_s}, yes,
+    row("move after another element", {u"move"_s, u"A/B/D"_s, u"A"_s, u"--after"_s}, yes,
         R"(<R x="1"><A m="7"><B n="1"/><B n="2"/></A><D/><C/></R>)");
     row("move to the end of its parent", {u"move"_s, u"A/B"_s, u"A"_s}, yes,
         R"(<R x="1"><A m="7"><B n="2"/><B n="1"><D/></B></A><C/></R>)");
@@ -687,9 +687,9 @@ void tst_ToolXml::Change_data()
         refused("move", "/R/A cannot be moved into or beside itself"));
     row("move beside the root", {u"move"_s, u"A"_s, u"/"_s, u"--after"_s},
         refused("move", "a document has one root element: nothing can be moved beside it"));
-    row("move before and behind", {u"move"_s, u"A"_s, u"C"_s, u"--after"_s, u"--before"_s},
+    row("move before and after", {u"move"_s, u"A"_s, u"C"_s, u"--after"_s, u"--before"_s},
         refused("move", "--before and --after cannot be combined"));
-    row("move an attribute before", {u"move"_s, u"A"_s, u"m"_s, u"C"_s, u"--before"_s},
+    row("move an attribute before an element", {u"move"_s, u"A"_s, u"m"_s, u"C"_s, u"--before"_s},
         refused("move", "attributes have no order: --before and --after are for elements"));
 }
 
@@ -839,7 +839,7 @@ void tst_ToolXml::DryRun_isReadByPatch()
         u"=> 0\n"_s);
 }
 
-// A document of many lines in which most lines change, and one in which few lines of many change.
+// A long document in which most lines change, and one in which only a few do.
 void tst_ToolXml::DryRun_manyChanges()
 {
     QByteArray content = "<R>";
@@ -996,10 +996,10 @@ void tst_ToolXml::List_data()
     QTest::newRow("one level") << QStringList{u"/"_s, u"--depth"_s, u"1"_s}
                                << u"App version=\"3\"\n  Panel ...\n  Notes: \"Call back\\ntomorrow\"\n"
                                   "  Icon: \"AAEC/w==\"\n  List ...\n=> 0\n"_s;
-    QTest::newRow("no level") << QStringList{u"List"_s, u"--depth"_s, u"0"_s} << u"List ...\n=> 0\n"_s;
+    QTest::newRow("no levels") << QStringList{u"List"_s, u"--depth"_s, u"0"_s} << u"List ...\n=> 0\n"_s;
     QTest::newRow("missing") << QStringList{u"None"_s}
                              << u"! qvutil: app.xml: there is no element None\n=> 1\n"_s;
-    QTest::newRow("wrong depth")
+    QTest::newRow("negative depth")
         << QStringList{u"--depth"_s, u"-1"_s}
         << u"! qvutil: --depth: '-1' is not a whole number from 0 to 1000\n! Try 'qvutil xml list --help'.\n=> 2\n"_s;
 }
@@ -1072,7 +1072,7 @@ void tst_ToolXml::List_deepest()
     QVERIFY(mTool->Write(u"long.xml"_s, "<a b=\"" + QByteArray(101, 'x') + "\"/>"));
     QCOMPARE(Run({u"xml"_s, u"list"_s, u"long.xml"_s}),
              u"a b=\"%1\"... (101 characters)\n=> 0\n"_s.arg(QString(100, u'x')));
-    // Neither a surrogate pair is split, nor is "%2" in a value a placeholder.
+    // Surrogate pairs are not split, and "%2" in a value is not a placeholder.
     QVERIFY(mTool->Write(u"long.xml"_s, "<a b=\"%2" + QByteArray(97, 'x') + "\xf0\x9f\x98\x80\"/>"));
     QCOMPARE(Run({u"xml"_s, u"list"_s, u"long.xml"_s}),
              u"a b=\"%2%1\"... (101 characters)\n=> 0\n"_s.replace(u"%1"_s, QString(97, u'x')));

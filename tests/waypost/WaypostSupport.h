@@ -182,7 +182,7 @@ private:
     QProcess mProcess;
 };
 
-// The helper process of the tests of messaging, killed at the end unless it was ended.
+// The helper process of the tests of messaging, killed at the end unless it has ended before.
 class Peer
 {
 public:

@@ -87,7 +87,7 @@ private Q_SLOTS:
     void init();
     void cleanup();
 
-    void Tour_comesBackFromItsFile();
+    void Tour_isReadBackFromItsFile();
     void Tour_cannotBeLoaded_data();
     void Tour_cannotBeLoaded();
     void Tour_dropsWhatXmlForbids_data();
@@ -189,7 +189,7 @@ void tst_Waypost::cleanup()
 
 // Tours
 
-void tst_Waypost::Tour_comesBackFromItsFile()
+void tst_Waypost::Tour_isReadBackFromItsFile()
 {
     const Tour tour = MakeTour();
     const QString file = mHome->File(u"t.tour"_s);
@@ -242,10 +242,10 @@ void tst_Waypost::Tour_dropsWhatXmlForbids_data()
 
     QTest::newRow("vertical tab") << u"one\u000btwo"_s << u"onetwo"_s;
     QTest::newRow("form feed") << u"one\u000ctwo"_s << u"onetwo"_s;
-    QTest::newRow("lowest") << QString(u'a') + QChar(1) + u'b' << u"ab"_s;
+    QTest::newRow("lowest control character") << QString(u'a') + QChar(1) + u'b' << u"ab"_s;
     QTest::newRow("not a character") << QString(u'a') + QChar(0xfffe) + u'b' << u"ab"_s;
-    QTest::newRow("half of a character") << QString(u'a') + QChar(0xd83d) + u'b' << u"ab"_s;
-    QTest::newRow("a character of two parts") << u"a\U0001F600b"_s << u"a\U0001F600b"_s;
+    QTest::newRow("unpaired surrogate") << QString(u'a') + QChar(0xd83d) + u'b' << u"ab"_s;
+    QTest::newRow("surrogate pair") << u"a\U0001F600b"_s << u"a\U0001F600b"_s;
     QTest::newRow("tab and line feed") << u"a\tb\nc"_s << u"a\tb\nc"_s;
 }
 
@@ -739,7 +739,7 @@ void tst_Waypost::DamagedFileIsReported()
     QFETCH(const QByteArray, content);
     QFETCH(const QString, expected);
 
-    const QString file = mHome->File(u"t%2.tour"_s); // "%2" is also the place of the line in the message
+    const QString file = mHome->File(u"t%2.tour"_s); // the message has the placeholder "%2" for the line
     WriteFile(file, content);
     Shown shown;
     shown.Window.OpenFiles({file});
@@ -820,7 +820,7 @@ void TypeFile(QFileDialog& dialog, const QString& file)
     auto* edit = dialog.findChild<QLineEdit*>(u"fileNameEdit"_s);
     QVERIFY(QTest::qWaitForWindowActive(&dialog, kLongMs));
     dialog.setDirectory(QFileInfo(file).path());
-    edit->setFocus(); // without it, the dialog also selects what the first letters lead to
+    edit->setFocus(); // otherwise the dialog also selects files that begin with the typed letters
     edit->selectAll();
     QTest::keyClicks(edit, QFileInfo(file).fileName());
     EVENTUALLY_EQUAL(dialog.selectedFiles(), QStringList(file)); // the dialog reads the folder meanwhile
@@ -1012,7 +1012,7 @@ void tst_Waypost::SavingAChangedFileAsks()
     Shown shown;
     shown.Window.OpenFiles({file});
     shown.Action(u"AddPoint"_s)->trigger();
-    shown.Action(u"Save"_s)->trigger(); // the window's own save is no change
+    shown.Action(u"Save"_s)->trigger(); // the window's own save does not count as a change by another program
     QVERIFY(!shown.Window.Tours().IsModified(0));
 
     const QByteArray changed("<Tour Name=\"Changed by another program\"/>");

@@ -87,14 +87,14 @@ qsizetype GeneralUtil::RemoveDuplicates(QStringList& list, bool ignoreCase)
     return list.removeIf([&seen](const QString& entry) { return !seen.insert(entry).second; });
 }
 
-// NOLINTNEXTLINE(readability-identifier-naming): the interface spells it so
+// NOLINTNEXTLINE(readability-identifier-naming): this spelling is part of the interface
 QString GeneralUtil::DYNAMIC_SLOT(const char* signature)
 {
     Q_UNUSED(signature)
     return {};
 }
 
-// NOLINTNEXTLINE(readability-identifier-naming): the interface spells it so
+// NOLINTNEXTLINE(readability-identifier-naming): this spelling is part of the interface
 QString GeneralUtil::DYNAMIC_SIGNAL(const char* signature)
 {
     Q_UNUSED(signature)

@@ -180,7 +180,7 @@ private:
     // Reads the entries of a map after the attributes of its tag: "/>", or ">", the entries and the end tag.
     bool ReadMap(QVariantMap& map, QLatin1StringView endTag, int depth)
     {
-        // QMap can take over a std::map, but cannot move keys.
+        // QMap can adopt a std::map, but cannot move keys.
         std::map<QString, QVariant> entries;
         const bool ok = ReadChildren(endTag, depth, [this, &entries, depth] {
             std::array<Attribute, 3> attributes = {{{kNameStart}, {kTypeStart}, {kValueStart}}};

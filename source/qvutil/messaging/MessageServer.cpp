@@ -270,7 +270,7 @@ void MessageServerWorker::CheckEndpoint()
     }
     if (isTakenOver) {
         qCWarning(Internal::lcQvUtil,
-                  "another server has taken over the name \"%ls\": clients reach that one",
+                  "another server has taken over the name \"%ls\": clients connect to that server",
                   qUtf16Printable(mName));
         mEndpointTimer.stop(); // log only one line
         return;

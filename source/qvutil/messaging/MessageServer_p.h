@@ -74,7 +74,7 @@ Q_SIGNALS:
     void MessageReceived(const QString& id, const QVariantMap& paramMap);
     /// A message should be sent.
     void NewOutgoingMessage(const MessageInfo& msg);
-    /// A client connected, and displaced the one before.
+    /// A client connected, and displaced the previous one.
     void Connected(QLocalSocket* socket);
     /// A client disconnected.
     void Disconnected(QLocalSocket* socket);
@@ -175,7 +175,7 @@ private:
     std::optional<Platform::FileIdentity> mEndpoint; // the file of mLocalServer
     EndpointObserver mAnnounceEndpoint;
     QTimer mEndpointTimer; // checks whether the server still listens under its name
-    bool mIsFailureLogged = false; // of Listen, since the endpoint was last in order or a client came
+    bool mIsFailureLogged = false; // by Listen, since the endpoint was last in order or a client came
     bool mIsReopeningLogged = false; // since the last client
     QLocalSocket* mSocket = nullptr; // the current client's
     Internal::DeliveryWindow* mWindow = nullptr;

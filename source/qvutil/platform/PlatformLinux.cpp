@@ -216,7 +216,7 @@ bool IsProcessRunning(qint64 processId)
 
     const ProcessStatus status = ReadProcessStatus(id);
     if (status.State == 0)
-        return ProcessExists(id); // it has just ended, or its status file is not accessible
+        return ProcessExists(id); // it has just ended, or its status is not accessible
     if (status.ThreadGroup != processId)
         return false; // the id is that of a thread
     // If the main thread ends before the others, the process looks like a zombie but is still running.

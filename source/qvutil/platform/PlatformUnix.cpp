@@ -148,9 +148,9 @@ FileIdentity IdentityOf(const struct stat& file)
     return {static_cast<quint64>(file.st_dev), static_cast<quint64>(file.st_ino)};
 }
 
-// A folder next to a path that only this user can access, for one socket. Destroying the object removes both.
+// A folder beside a path, for one socket. Only this user can access it. Destroying the object removes both.
 //
-// If the folder around it is shared and not sticky, another user can replace this folder by a link, which
+// If the folder around it is shared and not sticky, another user can replace this folder with a link, which
 // would lead to other files of this user. So each step checks that the path still leads to this folder, and
 // only a file that this object has made is changed or removed. (A descriptor of the folder would be safer,
 // but a server must be able to listen again when the process has only one descriptor left.)

@@ -83,13 +83,13 @@ enum class AccessListCopy {
 
 // Processes
 
-/// \param processId  any number; false if it is not a valid process id
-/// \return whether a process of any user is running under this id. A zombie is not running.
+/// \param processId  any number
+/// \return whether a process of any user is running under this id; false for a zombie, and for an invalid id
 [[nodiscard]] bool IsProcessRunning(qint64 processId);
 
 // Loaded libraries
 
-/// Returns the dynamic libraries loaded into this process in the loader's order, without the program itself
+/// Returns the dynamic libraries loaded into this process in the loader's order, except the program itself
 /// and images that are not files.
 /// \return their paths as the loader spells them; a relative path is relative to the current folder
 [[nodiscard]] QStringList GetLoadedLibraries();

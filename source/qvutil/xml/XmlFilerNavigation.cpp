@@ -18,7 +18,7 @@ bool IsSeparator(QChar c)
     return c == u'/' || c == u'\\';
 }
 
-// Removes the next step from the front of a path; empty at the end of the path.
+// Removes the next step from the front of a path. Returns the step; empty at the end of the path.
 QStringView TakeStep(QStringView& path)
 {
     const auto begin = std::find_if_not(path.begin(), path.end(), IsSeparator);

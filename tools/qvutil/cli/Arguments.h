@@ -24,7 +24,7 @@ struct ArgumentScan
 
     const CLI::App* Command = nullptr; ///< the command or group that the arguments lead to
     Wish Wanted = Run;
-    QString Problem; ///< empty if the arguments are right
+    QString Problem; ///< empty if the arguments are valid
     bool IsIncomplete = false; ///< whether a command of the group is missing
     JsonStyle Json = JsonStyle::Automatic;
     std::vector<std::string> Arguments; ///< for CLI11, in reverse order

@@ -29,7 +29,7 @@ but are not options after --, as in: qvutil settings set FILE PATH NAME -- -v
 Help on a command: qvutil COMMAND --help, such as: qvutil xml get --help)";
 
 // Rejects invalid UTF-8: Qt converts arguments to UTF-16, so invalid bytes would name a different file.
-QString FindArgumentThatIsNoText(int argc, const char* const* argv)
+QString FindInvalidArgument(int argc, const char* const* argv)
 {
     for (int i = 1; i < argc; ++i) {
         QStringDecoder decoder(QStringDecoder::Utf8, QStringDecoder::Flag::Stateless);
@@ -134,7 +134,7 @@ ExitCode CommandLine::Run(int argc, const char* const* argv)
 {
     ExitCode code = ExitCode::Error;
     try {
-        if (const QString argument = FindArgumentThatIsNoText(argc, argv); !argument.isNull()) {
+        if (const QString argument = FindInvalidArgument(argc, argv); !argument.isNull()) {
             Console::ReportError(argument, u"the argument is not valid UTF-8"_s);
             return code;
         }

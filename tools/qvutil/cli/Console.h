@@ -44,7 +44,7 @@ void PrintError(const QString& text);
 /// Returns the name of a code point: U+0001.
 [[nodiscard]] QString CodePoint(char32_t c);
 
-/// A progress bar on standard error while it is a terminal; nothing at all elsewhere. It appears after a
+/// A progress bar on standard error. It is only shown if that is a terminal. It appears after a
 /// second, or after the milliseconds in the environment variable QVUTIL_PROGRESS_DELAY, and disappears with
 /// the object. Results and errors can be printed meanwhile: they replace the bar.
 class ProgressBar

@@ -10,7 +10,7 @@
 
 namespace Quorvin::Tool {
 
-/// A page as HTML, for light and dark displays of any width. It needs no other file, and no network.
+/// A page as HTML, for light and dark displays of any width. It needs no other files and no network.
 class HtmlPage
 {
 public:

@@ -94,7 +94,7 @@ void Session::CatchSignals()
     for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
         struct sigaction before = {};
         sigaction(signal, nullptr, &before);
-        if (before.sa_handler != SIG_IGN) // as nohup has it
+        if (before.sa_handler != SIG_IGN) // ignored by nohup, for example
             sigaction(signal, &action, nullptr);
     }
 }

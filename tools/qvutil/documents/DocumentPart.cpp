@@ -32,7 +32,7 @@ public:
 
     void Add(const QXmlStreamReader& node)
     {
-        const bool isBehindTarget = std::exchange(mIsBehindTarget, false);
+        const bool isBehindTarget = std::exchange(mIsAfterTarget, false);
         switch (node.tokenType()) {
         case QXmlStreamReader::StartElement:
             BeginElement(node);
@@ -56,7 +56,7 @@ public:
         default:
             break;
         }
-        mIsBehindText = node.isCharacters();
+        mIsAfterText = node.isCharacters();
     }
 
 private:
@@ -74,7 +74,7 @@ private:
         const Place place = mWalk.Enter(name);
         OpenElement open{.Element = {}, .Where = place};
         if (place != Place::Aside && (place != Place::Inside || TakesContent())) {
-            if (place == Place::Target && mIsBehindText)
+            if (place == Place::Target && mIsAfterText)
                 AppendText(u"text"_s, false);
             open.Element = AppendElement(name);
             if (place == Place::Target || place == Place::Inside) {
@@ -90,7 +90,7 @@ private:
     {
         mWalk.Leave();
         const OpenElement ended = mOpen.takeLast();
-        mIsBehindTarget = ended.Where == Place::Target && !mOpen.isEmpty();
+        mIsAfterTarget = ended.Where == Place::Target && !mOpen.isEmpty();
     }
 
     [[nodiscard]] bool TakesContent() const
@@ -128,8 +128,8 @@ private:
     PartContent mContent;
     QDomDocument mTree;
     QList<OpenElement> mOpen;
-    bool mIsBehindText = false; ///< whether the previous node is a text
-    bool mIsBehindTarget = false; ///< whether the previous node is the end of the element at the path
+    bool mIsAfterText = false; ///< whether the previous node is a text
+    bool mIsAfterTarget = false; ///< whether the previous node is the end of the element at the path
 };
 
 } // namespace

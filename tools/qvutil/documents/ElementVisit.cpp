@@ -265,7 +265,7 @@ QString TextOf(const QDomElement& element)
     QString text;
     bool hasElements = false;
     for (QDomNode child = element.firstChild(); !child.isNull(); child = child.nextSibling()) {
-        if (child.isText()) // a CDATA section is one too
+        if (child.isText()) // true for a CDATA section too
             text += child.nodeValue();
         hasElements = hasElements || child.isElement();
     }

@@ -21,7 +21,7 @@ namespace Quorvin::Tool {
 class NodeStream
 {
 public:
-    /// \param name  name of the file, for the progress bar; there is no bar if it is empty
+    /// \param name      name of the file, for the progress bar; there is no bar if it is empty
     /// \param document  content of the file
     NodeStream(const QString& name, const QByteArray& document);
 

@@ -102,8 +102,8 @@ void AddXmlMoveCommand(CommandLine& line, CLI::App& group)
              "Name of the attribute, if one is moved, and path of the element to move into")
         ->required()
         ->type_name("[NAME] TARGET");
-    command.add_flag("--before", options->Before, "Move the element in front of TARGET, not into it");
-    command.add_flag("--after", options->After, "Move the element behind TARGET, not into it");
+    command.add_flag("--before", options->Before, "Move the element before TARGET, not into it");
+    command.add_flag("--after", options->After, "Move the element after TARGET, not into it");
 }
 
 } // namespace Quorvin::Tool

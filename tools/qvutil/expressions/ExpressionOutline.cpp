@@ -148,8 +148,9 @@ void ExpressionOutline::Build()
         }
         if (!isSplit) {
             const bool isOperator = mStructure.Operator(notes.Mistake) != 0;
-            mProblems.append({ExpressionProblem::Empty, notes.Mistake,
-                              isOperator ? WhyNoOperand(notes.Mistake) : u"an operand is missing here"_s});
+            mProblems.append(
+                {ExpressionProblem::Empty, notes.Mistake,
+                 isOperator ? WhyOperandIsMissing(notes.Mistake) : u"an operand is missing here"_s});
         } else if (ranges.size() == 1) {
             mParts.append({Part::Operand, ranges.first(), part.Depth});
             const QString name = TextOf(ranges.first());
@@ -162,7 +163,7 @@ void ExpressionOutline::Build()
     }
 }
 
-QString ExpressionOutline::WhyNoOperand(Range operatorRange) const
+QString ExpressionOutline::WhyOperandIsMissing(Range operatorRange) const
 {
     const QChar sign = mText.at(operatorRange.Begin);
     const QString twice(2, sign);

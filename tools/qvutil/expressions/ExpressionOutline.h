@@ -99,7 +99,7 @@ public:
 
 private:
     void Build();
-    [[nodiscard]] QString WhyNoOperand(Range operatorRange) const;
+    [[nodiscard]] QString WhyOperandIsMissing(Range operatorRange) const;
     void AddList(const Util::Internal::BooleanExpressionText::Ranges& parts, Range content, int depth);
 
     QString mText;

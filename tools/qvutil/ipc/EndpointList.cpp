@@ -58,7 +58,7 @@ EndpointEntry InspectEntry(const Endpoint& endpoint, const SocketSnapshot& socke
         return entry;
     if (entry.Processes->IsListening)
         entry.Listening = Endpoint::Yes;
-    else if (entry.Listening == Endpoint::Yes) // it has just ended, or its container has a separate list
+    else if (entry.Listening == Endpoint::Yes) // the server has just ended, or runs in another container
         entry.Listening = InspectEndpoint(endpoint.Path).Listening;
     if (!entry.Processes->IsListening && entry.Listening == Endpoint::Yes)
         entry.Processes.reset();

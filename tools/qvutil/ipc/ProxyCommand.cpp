@@ -54,7 +54,7 @@ public:
         // Print nothing more, and call no slots.
         mServer.disconnect();
         mClient->disconnect();
-        mClient.release()->deleteLater(); // it may be emitting a signal
+        mClient.release()->deleteLater(); // the socket may be emitting a signal
     }
     Q_DISABLE_COPY_MOVE(Pair)
 

@@ -84,7 +84,7 @@ private:
 
 // Returns why a document is not a message; empty if it is one. A receiver accepts any document as a message,
 // possibly without a name. In a capture, however, a document with another root element is not a message.
-QString WhyNoMessage(const MessagePiece& piece)
+QString WhyNotAMessage(const MessagePiece& piece)
 {
     if (!piece.Message || !piece.Message->Id.isEmpty())
         return {};
@@ -108,7 +108,7 @@ QString OrStandardInput(const QString& argument)
 void ForEachCapturedPiece(QByteArrayView bytes, const std::function<void(const MessagePiece&)>& visit)
 {
     ForEachMessagePiece(bytes, [&visit](const MessagePiece& piece) {
-        const QString problem = WhyNoMessage(piece);
+        const QString problem = WhyNotAMessage(piece);
         if (problem.isEmpty())
             visit(piece);
         else

@@ -137,7 +137,7 @@ void AddXliffRepairCommand(CommandLine& line, CLI::App& group)
         [options] { return RepairCommand(*options).Run(); });
     AddExplanation(
         command,
-        "Moves headers and other elements behind the body, and units in groups into the body. Joins file\n"
+        "Moves headers and other elements after the body, and units in groups into the body. Joins file\n"
         "elements with the same file name. Replaces ids with the digests of the sources, and targets with\n"
         "inline elements with plain text. The exit code is 1 if something is left to fix by hand.");
     AddTexts(command, "XLIFF", options->Files, "XLIFF files; changed in place")->required();

@@ -38,7 +38,7 @@ struct Finding
     QString Original; ///< the document, as the XLIFF file names it
     QString Id; ///< of the unit; may be empty
     QString Text; ///< describes the problem
-    QString Shared; ///< describes it for all units with this problem, see PlaceLine; may be empty
+    QString Shared; ///< describes the problem for several units, see PlaceLine; may be empty
     QString Source; ///< the text to translate; may be empty
 };
 

@@ -429,10 +429,10 @@ void XliffDocument::SetTarget(const XliffUnit& unit, const QString& text, const 
     }
     SetApproved(unit, !IsUnfinished(state));
     const int segments = FindChild(unit.Element, u"seg-source");
-    const int behind = segments >= 0 ? segments : unit.SourceElement;
-    if (behind >= 0) {
-        Insert(mSource.GetElements().at(behind).End,
-               mLineEnd + IndentOf(behind) + "<target state=\""_L1 + Escape(state, true) + "\">"_L1 + content
+    const int after = segments >= 0 ? segments : unit.SourceElement;
+    if (after >= 0) {
+        Insert(mSource.GetElements().at(after).End,
+               mLineEnd + IndentOf(after) + "<target state=\""_L1 + Escape(state, true) + "\">"_L1 + content
                    + "</target>"_L1);
     }
 }
@@ -443,11 +443,11 @@ void XliffDocument::SetState(const XliffUnit& unit, const QString& state)
     SetAttribute(unit.TargetElement, u"state", state);
 }
 
-void XliffDocument::SetTargetContent(const XliffUnit& unit, const QString& text, const QStringList& behind)
+void XliffDocument::SetTargetContent(const XliffUnit& unit, const QString& text, const QStringList& after)
 {
     const XmlSource::Element& target = mSource.GetElements().at(unit.TargetElement);
     const QString endTag = RawText(target.ContentEnd, target.End).toString();
-    AddEdit({target.TagEnd, target.End, EscapeContent(text) + endTag + behind.join(QString())});
+    AddEdit({target.TagEnd, target.End, EscapeContent(text) + endTag + after.join(QString())});
 }
 
 void XliffDocument::SetApproved(const XliffUnit& unit, bool isApproved)
@@ -491,16 +491,16 @@ void XliffDocument::SetTargetLanguage(const XliffFile& file, const QString& lang
     SetAttribute(file.Element, u"target-language", language);
 }
 
-void XliffDocument::AddUnits(const XliffFile& file, const XliffUnit* behind, const QList<NewUnit>& units)
+void XliffDocument::AddUnits(const XliffFile& file, const XliffUnit* after, const QList<NewUnit>& units)
 {
     if (units.isEmpty())
         return;
     const QList<XmlSource::Element>& elements = mSource.GetElements();
-    if (behind) {
+    if (after) {
         QString text;
         for (const NewUnit& unit : units)
-            text += mLineEnd + ComposeUnit(unit, IndentOf(behind->Element));
-        Insert(elements.at(behind->Element).End, text);
+            text += mLineEnd + ComposeUnit(unit, IndentOf(after->Element));
+        Insert(elements.at(after->Element).End, text);
     } else if (file.Body < 0) {
         AppendChild(file.Element, ComposeBody(units, IndentOf(file.Element) + IndentStep()));
     } else if (const int next = file.Body + 1;

@@ -133,14 +133,14 @@ public:
     /// Returns the content of an element as it is written.
     [[nodiscard]] QStringView GetContentText(int element) const;
 
-    /// Adds a target to a unit, or replaces the content of its target. Comments move behind the target.
+    /// Adds a target to a unit, or replaces the content of its target. Comments move after the target.
     void SetTarget(const XliffUnit& unit, const QString& text, const QString& state);
     /// Sets the state of an existing target. Also sets `approved` of the unit, because some programs, such as
     /// Qt Linguist, ignore the state: "no" for the states "new" and "needs-…", "yes" for all others.
     void SetState(const XliffUnit& unit, const QString& state);
     /// Replaces the content of a target and keeps its attributes.
-    /// \param behind  comments to insert behind the target
-    void SetTargetContent(const XliffUnit& unit, const QString& text, const QStringList& behind);
+    /// \param after  comments to insert after the target
+    void SetTargetContent(const XliffUnit& unit, const QString& text, const QStringList& after);
     /// Sets the `approved` attribute of a unit.
     void SetApproved(const XliffUnit& unit, bool isApproved);
     /// Sets the id of a unit to the one under which the library finds its source.
@@ -148,14 +148,14 @@ public:
     /// Records the line of a unit's text in its document. \return false if nothing changed
     bool SetLine(const XliffUnit& unit, int line);
     void SetTargetLanguage(const XliffFile& file, const QString& language);
-    /// Adds units to a file, behind one of its units, or before all others if \p behind is null.
-    void AddUnits(const XliffFile& file, const XliffUnit* behind, const QList<NewUnit>& units);
+    /// Adds units to a file, after one of its units, or before all others if \p after is null.
+    void AddUnits(const XliffFile& file, const XliffUnit* after, const QList<NewUnit>& units);
     void AddFile(const QString& original, const QString& sourceLanguage, const QString& targetLanguage,
                  const QList<NewUnit>& units);
     void RemoveUnit(const XliffUnit& unit) { RemoveElement(unit.Element); }
     void RemoveFile(const XliffFile& file) { RemoveElement(file.Element); }
     void SetAttribute(int element, QStringView name, const QString& value);
-    /// Adds text behind the last child of an element that has children.
+    /// Adds text after the last child of an element that has children.
     void AppendText(int element, const QString& text);
     /// Returns a part of the text, with the changes that begin in it.
     [[nodiscard]] QString GetRange(qsizetype begin, qsizetype end);

@@ -152,7 +152,7 @@ private:
                 bySource.insert(unit.Source, index);
         }
         QSet<QString> ids;
-        const XliffUnit* behind = nullptr;
+        const XliffUnit* after = nullptr;
         QList<NewUnit> units;
         for (const DocumentTexts::Text& text : document.Texts) {
             const QString id = UnitId(text.Source);
@@ -170,12 +170,12 @@ private:
             mUsed.insert(index);
             Keep(unit, text, report);
             if (IsAnchor(unit, file)) {
-                mXliff.AddUnits(file, behind, units);
+                mXliff.AddUnits(file, after, units);
                 units.clear();
-                behind = &unit;
+                after = &unit;
             }
         }
-        mXliff.AddUnits(file, behind, units);
+        mXliff.AddUnits(file, after, units);
         ReportVanished(file, ids, report);
         return report;
     }
@@ -189,7 +189,7 @@ private:
             mXliff.SetLine(unit, text.Where.Line);
     }
 
-    /// Returns whether new units may be inserted behind a unit. In a group, the library would not find them.
+    /// Returns whether new units may be inserted after a unit. In a group, the library would not find them.
     [[nodiscard]] bool IsAnchor(const XliffUnit& unit, const XliffFile& file) const
     {
         return mXliff.GetParent(unit.Element) == file.Body;

@@ -37,7 +37,7 @@ public:
 
     [[nodiscard]] XliffProgress Finish() const
     {
-        QHash<QString, qsizetype> readFiles; // by the key: the reader takes the last one that holds units
+        QHash<QString, qsizetype> readFiles; // by key: the library uses the last file with units
         for (qsizetype i = 0; i < mFiles.size(); ++i) {
             if (mFiles.at(i).HasUnits)
                 readFiles.insert(mFiles.at(i).Key, i);
@@ -59,10 +59,10 @@ public:
 private:
     struct File
     {
-        FileProgress Progress; ///< counts only the units that are surely out of reach
+        FileProgress Progress; ///< counts only the units that the library certainly does not find
         QString Key;
         std::map<UnitProgress, int> InBody; ///< numbers of the other units
-        bool HasFirst = false; ///< whether it has a child: the reader takes the first one for the body
+        bool HasFirst = false; ///< whether it has a child; the library uses the first one as the body
         bool HasUnits = false; ///< whether that child has children
     };
 
@@ -138,7 +138,7 @@ private:
     void CountUnit(const OpenUnit& open)
     {
         const UnitProgress progress = open.Unit.GetProgress();
-        if (open.Depth == 1) // takes the place of a file
+        if (open.Depth == 1) // a child of the root, where a file is expected
             mLoose.Add(false, progress);
         else if (open.Depth == 3 && mIsInBody && !mFiles.constLast().Key.isEmpty() && IsDigest(open.Unit.Id))
             ++mFiles.last().InBody[progress];
@@ -146,7 +146,7 @@ private:
             mFiles.last().Progress.Counts.Add(false, progress);
     }
 
-    /// The reader takes the target's first node if it is a text.
+    /// The library reads the target's first node if it is a text.
     void AddContent(const QXmlStreamReader& node)
     {
         if (mIsTargetBegin && node.isCharacters()) {

@@ -51,8 +51,8 @@ struct XliffProgress
 /// Counts the units of an XLIFF file. Throws Failure like XliffDocument.
 [[nodiscard]] XliffProgress ReadProgress(const InputFile& file);
 
-/// As ReadProgress, for files that can be streamed.
-/// \param name  name of the file, for the progress bar
+/// Like ReadProgress, but only for files that can be streamed.
+/// \param name      name of the file, for the progress bar
 /// \param document  content of the file
 /// \return nullopt if XliffDocument has to load the file
 [[nodiscard]] std::optional<XliffProgress> StreamProgress(const QString& name, const QByteArray& document);

@@ -708,7 +708,7 @@ private:
         if (own.isEmpty()) {
             AddNote(group, kGroup, u"%1 removed, its content kept"_s.arg(tag), why);
         } else {
-            AddNote(group, kGroup, u"the units in %1 moved behind it"_s.arg(tag), why);
+            AddNote(group, kGroup, u"the units in %1 moved after it"_s.arg(tag), why);
             const QString inner = SpaceBefore(group) + mXliff.IndentStep();
             text.AddElement(StartTag(group) + inner + own.join(inner) + SpaceBefore(group) + EndTag(group));
         }
@@ -781,7 +781,7 @@ private:
             replaced.append({Files().at(group.Files.at(i)).Element, QString()});
     }
 
-    /// Adds a child of a file to the body or behind it.
+    /// Adds a child of a file to the body or after it.
     void AddFilePart(const FileGroup& group, int child, JoinedText& body, JoinedText& rest)
     {
         const XmlSource::Element& e = mElements.at(child);
@@ -798,7 +798,7 @@ private:
         } else {
             rest.AddElement(WithoutUnits(child));
             if (!isInFirst || group.Container < 0 || e.Begin < mElements.at(group.Container).Begin)
-                AddNote(child, kHeader, u"<%1> moved behind the body"_s.arg(e.Name), why);
+                AddNote(child, kHeader, u"<%1> moved after the body"_s.arg(e.Name), why);
         }
     }
 
@@ -813,7 +813,7 @@ private:
     QSet<int> mHasLanguage;
     QSet<int> mHasSourceLanguage;
     QSet<int> mLeftUnits; // elements of units that share their id with a unit of another source
-    QSet<int> mLeftFiles; // whose units the reader does not find because of another language
+    QSet<int> mLeftFiles; // whose units the library does not find because of another language
     QList<FileGroup> mGroups;
     QList<int> mMoved; // units that have left their place and must be inserted in the body
     QList<RepairNote> mNotes;

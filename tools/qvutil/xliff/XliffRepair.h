@@ -26,7 +26,7 @@ struct RepairNote
 
 /// Changes an XLIFF file so that the library finds every unit with its complete target:
 ///
-/// - Elements before the body move behind it. Units in groups and elsewhere move into the body.
+/// - Elements before the body move after it. Units in groups and elsewhere move into the body.
 /// - `file` elements with the same file name are joined.
 /// - Ids are replaced with the digests of the sources.
 /// - Units with the same id and source are joined if their targets differ. The other targets become
