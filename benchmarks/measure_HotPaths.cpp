@@ -178,6 +178,15 @@ constexpr std::array kHotPaths = {
                     Use(filer->ReadInt(path, name, -1));
                 };
             }},
+    HotPath{"read a value from a settings store on a file", 20'000,
+            []() -> Step {
+                const auto dir = std::make_shared<QTemporaryDir>();
+                WideDocument(1000)->SaveAsXmlFile(dir->filePath(u"s.xml"_s));
+                const auto store = std::make_shared<Settings>(dir->filePath(u"s.xml"_s), u"Root"_s);
+                return [dir, store, path = SiblingPath(1000), name = u"Value"_s] {
+                    Use(store->ReadInt(path, name, -1));
+                };
+            }},
     HotPath{"change a value in a settings store", 20'000,
             []() -> Step {
                 const auto dir = std::make_shared<QTemporaryDir>();

@@ -163,6 +163,8 @@ private Q_SLOTS:
     void LostChanges();
     void LostChanges_byAnotherFile_data();
     void LostChanges_byAnotherFile();
+    void LostChanges_afterAFileWasNotRead_data();
+    void LostChanges_afterAFileWasNotRead();
 
     void UnreadableFile_isLeftAlone_data();
     void UnreadableFile_isLeftAlone();
@@ -1449,6 +1451,31 @@ void tst_Settings::LostChanges_byAnotherFile_data()
     // The content is kept.
     QTest::newRow("SetFile, missing file") << false << marked << u"none.xml"_s << false;
     QTest::newRow("SetFile, folder") << false << marked << u"folder"_s << false;
+}
+
+void tst_Settings::LostChanges_afterAFileWasNotRead_data()
+{
+    QTest::addColumn<QString>("target");
+
+    QTest::newRow("missing file") << u"none.xml"_s;
+    QTest::newRow("folder") << u"folder"_s;
+}
+
+// The content is kept, and with it a change that is not marked.
+void tst_Settings::LostChanges_afterAFileWasNotRead()
+{
+    QFETCH(const QString, target);
+    QVERIFY(QDir().mkdir(Path(u"folder"_s)));
+
+    const LogGuard log;
+    {
+        Settings settings(Path(u"s.xml"_s), u"Settings"_s);
+        settings.WriteInt(u"A"_s, u"B"_s, 1); // saved at once
+        settings.WriteSize(u"A"_s, u"C"_s, QSize(1, 2));
+        settings.SetFile(Path(target), u"Settings"_s);
+        QCOMPARE(LogGuard::Messages().filter(u"are lost"_s), QStringList());
+    }
+    QCOMPARE(LogGuard::Messages().filter(u"changes of the settings in "_s + Path(target)).size(), 1);
 }
 
 void tst_Settings::LostChanges_byAnotherFile()

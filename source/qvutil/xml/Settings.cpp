@@ -105,16 +105,16 @@ void Settings::SetFile(QString file, QString rootName)
 {
     const QString unsaved = Private::DescribeUnsavedChanges(*this);
     mSettingsFile = std::move(file);
-    if (QFile::exists(mSettingsFile)) {
-        const QDomNode cursor = GetCurrentNode();
-        LoadFromXmlFile(mSettingsFile);
-        // If the file cannot be opened, the content and the cursor are kept.
-        if (IsEmpty() || GetCurrentNode() != cursor)
-            LogIfAny(unsaved);
-    } else {
+    bool isKept = !IsEmpty();
+    if (!QFile::exists(mSettingsFile)) {
         CreateRoot(rootName);
+    } else if (LoadFromXmlFile(mSettingsFile) || IsEmpty()) { // else the file could not be opened
+        isKept = false;
+        LogIfAny(unsaved);
     }
-    NoteSavedContent();
+    // The content that is kept may have changes that the destructor must log.
+    if (!isKept || unsaved.isEmpty())
+        NoteSavedContent();
 }
 
 Settings::FileState Settings::OpenFile(const QString& file, const QString& rootName)
