@@ -16,8 +16,8 @@
 
 namespace Quorvin::Util::Internal {
 
-/// Hashes strings for tables on hot paths. A QHash can need six times as long (see docs/benchmarks.md). Not
-/// for keys that an attacker can choose, because there is no seed.
+/// Hashes strings for tables on hot paths. A QHash can need six times as long (see docs/benchmarks.md). Only
+/// for tables with a small maximum size: there is no seed, so an attacker can choose keys with equal hashes.
 struct StringHash
 {
     [[nodiscard]] size_t operator()(const QString& text) const

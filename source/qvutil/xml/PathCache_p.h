@@ -33,17 +33,17 @@ public:
             return;
         Nodes& nodes = IsAbsolute(path) ? mAbsolute : mRelative;
         if (nodes.size() >= kMaxNodes)
-            nodes.clear();
+            Clear(nodes);
         // Copy the characters, because the caller's string may not own them.
         nodes.insert_or_assign(QString(path.constData(), path.size()), node);
     }
 
-    void CursorMoved() { mRelative.clear(); }
+    void CursorMoved() { Clear(mRelative); }
 
     void Invalidate()
     {
-        mAbsolute.clear();
-        mRelative.clear();
+        Clear(mAbsolute);
+        Clear(mRelative);
     }
 
     /// Turns caching off for good, because the document can now change without a call of Invalidate.
@@ -57,6 +57,18 @@ private:
     using Nodes = StringTable<QDomNode>;
 
     static constexpr size_t kMaxNodes = 4096;
+
+    // clear() visits all buckets, even those of an empty table, and the cursor moves often.
+    static void Clear(Nodes& nodes)
+    {
+        constexpr size_t kManyBuckets = 64;
+        if (nodes.empty())
+            return;
+        if (nodes.bucket_count() > kManyBuckets)
+            nodes = Nodes();
+        else
+            nodes.clear();
+    }
 
     [[nodiscard]] static bool IsAbsolute(const QString& path)
     {
