@@ -533,12 +533,14 @@ GridLock IPCManager::Private::LockGrid(const QString& gridName)
     const int timeoutMs = UseShortTimeout.hasExpired() ? Internal::kGridLockTimeoutMs : kShortTimeoutMs;
     const QString lockFile = Internal::GridLockFilePath(gridName);
     GridLock lock;
+    const QDeadlineTimer deadline(timeoutMs);
     lock.File = Platform::LockFile(lockFile, Platform::LockFileMode::CreateIfMissing, timeoutMs,
                                    QDeadlineTimer(Internal::kMaxGridLockWaitMs));
     if (lock.File == Platform::kLockTimedOut)
         lock.Obstacle = u"another process keeps %1 locked"_s.arg(lockFile);
     else
-        lock.Obstacle = WaitForSemaphore(gridName, QDeadlineTimer(timeoutMs));
+        lock.Obstacle = WaitForSemaphore(
+            gridName, QDeadlineTimer(std::max<qint64>(deadline.remainingTime(), kShortTimeoutMs)));
     if (!lock.Obstacle.isEmpty())
         Platform::UnlockFile(std::exchange(lock.File, Platform::kLockFailed));
     UseShortTimeout = QDeadlineTimer(lock.Obstacle.isEmpty() ? 0 : kShortTimeoutLastsMs);

@@ -14,6 +14,7 @@
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
+#include <ctime>
 
 #include <fcntl.h>
 #include <poll.h>
@@ -101,12 +102,15 @@ union SemaphoreArgument {
     semid_ds* Status;
 };
 
+// Returns whether a semaphore has existed for some seconds, and nobody has used it.
 bool HasNeverBeenUsed(int semaphore)
 {
+    constexpr time_t kMinAgeS = 3; // a creator that is only slow must not find it in use
     semid_ds status = {};
     SemaphoreArgument argument = {};
     argument.Status = &status;
-    return ::semctl(semaphore, 0, IPC_STAT, argument) == 0 && status.sem_otime == 0;
+    return ::semctl(semaphore, 0, IPC_STAT, argument) == 0 && status.sem_otime == 0
+        && ::time(nullptr) - status.sem_ctime >= kMinAgeS;
 }
 
 // Not IsProcessRunning: on macOS, that only finds applications.
