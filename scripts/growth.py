@@ -131,6 +131,8 @@ def main():
         page.append(f"### {title}\n\n![{title}](growth-{name}.svg)\n\n"
                     "| curve | slope at first | slope at last | steepest step |\n|---|---:|---:|---|\n")
         for contestant, points in charts[name].items():
+            if len(points) < 2:  # the sweep was interrupted
+                continue
             first, last = ends(points)
             start, end, slope_between = steepest(points)
             page.append(f"| {contestant} | {first:.2f} | {last:.2f} | "

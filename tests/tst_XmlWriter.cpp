@@ -93,7 +93,7 @@ private:
     QString Name()
     {
         static const QStringList names{u"a"_s, u"b"_s, u"B"_s, u"ab"_s, u"a-b"_s, u"x:y"_s, u"\u00E4"_s};
-        return names.at(mRandom.bounded(names.size()));
+        return names.at(mRandom.bounded(int(names.size())));
     }
     QString Text()
     {
@@ -119,7 +119,7 @@ private:
                                         u"\u0001"_s};
         QString text;
         for (int length = mRandom.bounded(6); length > 0; --length)
-            text += pieces.at(mRandom.bounded(pieces.size()));
+            text += pieces.at(mRandom.bounded(int(pieces.size())));
         return text;
     }
     // The name comes first: compilers evaluate the arguments of a call in different orders.
@@ -275,7 +275,7 @@ void tst_XmlWriter::RandomDocuments_sameWithEveryQt()
             digest.addData(WriteXmlFile(document));
     }
     QCOMPARE(digest.result().toHex(),
-             QByteArray("c1cb6a307fcbdab9342977bba09c1907d3a423e325a476162db39c32c085ea4f"));
+             QByteArray("b6d77dee897d37430958f0cbb471825a1c31ba4d22d19ef9cb9106b9c3203f13"));
 }
 
 // Documents of other programs.

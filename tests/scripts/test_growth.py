@@ -73,6 +73,12 @@ class Program(unittest.TestCase):
         self.assertIn("![Load a document](growth-load.svg)", page)
         self.assertNotIn("growth-save.svg", page)
 
+    def test_interrupted_sweep(self):
+        page = (self.run_program(["load,A,1000,0.001", "load,A,10000,0.01", "load,B,1000,0.001"])
+                / "growth.md").read_text(encoding="utf-8")
+        self.assertIn("| A | 1.00", page)
+        self.assertNotIn("| B |", page)
+
     def test_figures(self):
         page = (self.run_program(['figure,"start (s)",0,0.0042', 'figure,"memory of a thing (bytes)",0,1234.4'])
                 / "growth.md").read_text(encoding="utf-8")
