@@ -431,17 +431,21 @@ int MeasureMemory()
     {
         constexpr int kConnections = 20;
         const QTemporaryDir dir;
-        IPCManager client;
         const double before = SettledMemory();
         std::vector<std::unique_ptr<IPCManager>> servers;
+        std::vector<std::unique_ptr<IPCManager>> clients;
+        bool isConnected = true;
         for (int i = 0; i < kConnections; ++i) {
             const QString name = dir.filePath(QString::number(i));
             servers.push_back(std::make_unique<IPCManager>());
             servers.back()->StartServer(name, QIODeviceBase::ReadWrite);
-            client.ConnectToServer(name, QIODeviceBase::ReadWrite);
-            client.WaitForConnectionToServer(name, kTimeoutMs);
+            clients.push_back(std::make_unique<IPCManager>());
+            clients.back()->ConnectToServer(name, QIODeviceBase::ReadWrite);
+            isConnected = clients.back()->WaitForConnectionToServer(name, kTimeoutMs) && isConnected;
         }
-        Print("figure", "memory of a connection, client, server and its manager together (bytes)", 0,
+        if (!isConnected)
+            return 1;
+        Print("figure", "memory of a connection, both managers and their threads together (bytes)", 0,
               (SettledMemory() - before) / kConnections);
     }
     {
