@@ -175,8 +175,9 @@ void tst_ToolXliffMerge::MatchUnits()
 
 void tst_ToolXliffMerge::Languages_data()
 {
-    QTest::addColumn<QStringList>("mine"); // target languages of the file elements for ui.xml
-    QTest::addColumn<QList<QStringList>>("others"); // the same of the other files
+    // The file elements for ui.xml: "de" contains the text A in German, "de=B" the text B, "de=" no text.
+    QTest::addColumn<QStringList>("mine");
+    QTest::addColumn<QList<QStringList>>("others");
     QTest::addColumn<QStringList>("targets"); // in mine after the merge
     QTest::addColumn<QString>("result");
 
@@ -216,6 +217,29 @@ void tst_ToolXliffMerge::Languages_data()
         << unnamed << QList<QStringList>{german, {u"fr"_s}} << QStringList{QString()}
         << u"! qvutil: mine.xlf:3:1: the file element has no target-language, which could be de or fr\n"
            "=> 2\n"_s;
+    QTest::newRow("mine may be in either language, with regions")
+        << unnamed << QList<QStringList>{{u"de-AT"_s, u"pt_BR"_s}} << QStringList{QString()}
+        << u"! qvutil: mine.xlf:3:1: the file element has no target-language, which could be de-AT or pt_BR\n"
+           "=> 2\n"_s;
+    QTest::newRow("other languages, with regions")
+        << QStringList{u"de-DE"_s} << QList<QStringList>{{u"fr-FR"_s, u"pt_BR"_s}} << QStringList{QString()}
+        << u"! qvutil: 0.xlf: translates en to fr-FR, en to pt_BR, not en to de-DE\n=> 2\n"_s;
+    QTest::newRow("the text is in mine in another language")
+        << QStringList{u"de"_s, u"fr=B"_s} << QList<QStringList>{{u"fr"_s, u"fr=Z"_s}}
+        << QStringList{QString(), QString()}
+        << u"mine.xlf: 0 translations taken, 0 conflicts, 2 texts only in other files; unchanged\n=> 0\n"_s;
+    const QString nothing = u"mine.xlf: 0 translations taken, 0 conflicts; unchanged\n=> 0\n"_s;
+    QTest::newRow("no text in one language of the other")
+        << unnamed << QList<QStringList>{{u"de"_s, u"fr="_s}} << QStringList{u"0 de"_s} << taken;
+    QTest::newRow("no text where the other names its language")
+        << unnamed << QList<QStringList>{{QString(), u"fr="_s}} << QStringList{u"0 "_s} << taken;
+    QTest::newRow("no text in the other, which names no language")
+        << deFr << QList<QStringList>{{u"="_s}} << QStringList{QString(), QString()} << nothing;
+    QTest::newRow("no text in the other, in another language")
+        << german << QList<QStringList>{{u"fr="_s}} << QStringList{QString()} << nothing;
+    QTest::newRow("no text in mine") << QStringList{u"de="_s} << QList<QStringList>{{u"fr"_s}}
+                                     << QStringList{}
+                                     << u"! qvutil: 0.xlf: translates en to fr, not en to de\n=> 2\n"_s;
     QTest::newRow("the other may be in either language")
         << deFr << QList<QStringList>{unnamed} << QStringList{QString(), QString()}
         << u"! qvutil: 0.xlf:3:1: the file element has no target-language, which could be de or fr\n"
@@ -230,16 +254,19 @@ void tst_ToolXliffMerge::Languages()
     QFETCH(const QStringList, targets);
     QFETCH(const QString, result);
 
-    const auto write = [this](const QString& name, const QStringList& languages, const QString& target) {
+    const auto write = [this](const QString& name, const QStringList& elements, const QString& target) {
         QString text = u"<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<xliff version=\"1.2\">\n"_s;
-        for (const QString& language : languages) {
+        for (const QString& element : elements) {
+            const QString language = element.section(u'=', 0, 0);
+            const QString source = element.contains(u'=') ? element.section(u'=', 1) : u"A"_s;
             const QString attribute
                 = language.isEmpty() ? QString() : u" target-language=\"%1\""_s.arg(language);
             const QString content
                 = target.isEmpty() ? u"<target/>"_s : u"<target>%1 %2</target>"_s.arg(target, language);
+            const QString unit = u"<trans-unit id=\"%1\"><source>%2</source>%3</trans-unit>\n"_s.arg(
+                QString::fromLatin1(Id(source)), source, content);
             text += u"<file original=\"ui.xml\" source-language=\"en\"%1 datatype=\"xml\"><body>\n"
-                    "<trans-unit id=\"%2\"><source>A</source>%3</trans-unit>\n</body></file>\n"_s.arg(
-                        attribute, QString::fromLatin1(Id(u"A"_s)), content);
+                    "%2</body></file>\n"_s.arg(attribute, source.isEmpty() ? QString() : unit);
         }
         return mTool->Write(name, (text + u"</xliff>\n"_s).toUtf8());
     };

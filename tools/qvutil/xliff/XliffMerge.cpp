@@ -17,11 +17,20 @@ using namespace Qt::StringLiterals;
 namespace Quorvin::Tool {
 namespace {
 
-/// The languages of a file element, as they are compared.
+/// A language of a file element.
+struct Language
+{
+    QString Key; ///< as it is compared; empty if the language is not known
+    QString Name; ///< as the file spells it
+
+    friend bool operator==(const Language& a, const Language& b) { return a.Key == b.Key; }
+};
+
+/// The languages of a file element.
 struct LanguagePair
 {
-    QString Source; ///< without its region: only units with exactly the same source are merged
-    QString Target;
+    Language Source; ///< compared without its region: only units with exactly the same source are merged
+    Language Target;
 
     friend bool operator==(const LanguagePair&, const LanguagePair&) = default;
 };
@@ -35,20 +44,32 @@ QString Normalized(const QString& language)
 QList<LanguagePair> NamedLanguages(const XliffDocument& xliff)
 {
     QList<LanguagePair> result;
-    for (const XliffFile& file : xliff.GetFiles())
-        result.append({Normalized(file.SourceLanguage).section(u'-', 0, 0), Normalized(file.TargetLanguage)});
+    for (const XliffFile& file : xliff.GetFiles()) {
+        const QString source = Normalized(file.SourceLanguage).section(u'-', 0, 0);
+        result.append(LanguagePair{{source, file.SourceLanguage},
+                                   {Normalized(file.TargetLanguage), file.TargetLanguage}});
+    }
     return result;
 }
 
 /// Returns the different source or target languages in a list, without those that are not known.
-QStringList DistinctLanguages(const QList<LanguagePair>& pairs, QString LanguagePair::*field)
+QList<Language> DistinctLanguages(const QList<LanguagePair>& pairs, Language LanguagePair::*field)
 {
-    QStringList result;
-    for (const LanguagePair& pair : pairs)
-        result.append(pair.*field);
-    result.removeAll(QString());
-    result.removeDuplicates();
+    QList<Language> result;
+    for (const LanguagePair& pair : pairs) {
+        const Language& language = pair.*field;
+        if (!language.Key.isEmpty() && !result.contains(language))
+            result.append(language);
+    }
     return result;
+}
+
+QString NamesOf(const QList<Language>& languages)
+{
+    QStringList names;
+    for (const Language& language : languages)
+        names.append(language.Name);
+    return names.join(" or "_L1);
 }
 
 /// The languages of the units of a file. File elements that name no language have the language of the others.
@@ -70,35 +91,34 @@ public:
     }
     [[nodiscard]] const QList<LanguagePair>& OfFiles() const { return mOfFiles; }
 
-    /// Returns the languages for a message: "en to de, en to fr".
-    [[nodiscard]] QString ToText() const
+    /// Returns the languages of the file elements that contain units.
+    [[nodiscard]] QList<LanguagePair> OfFilesWithUnits(const XliffDocument& xliff) const
     {
-        QStringList result;
-        for (const LanguagePair& languages : mOfFiles) {
-            const auto name = [](const QString& language) { return language.isEmpty() ? u"?"_s : language; };
-            result.append(name(languages.Source) + " to "_L1 + name(languages.Target));
+        QList<LanguagePair> result;
+        for (qsizetype i = 0; i < mOfFiles.size(); ++i) {
+            if (!xliff.GetFiles().at(i).Units.isEmpty())
+                result.append(mOfFiles.at(i));
         }
-        result.removeDuplicates();
-        return result.join(", "_L1);
+        return result;
     }
 
 private:
     void FillIn(const XliffDocument& xliff, const QList<LanguagePair>& elsewhere,
-                QString LanguagePair::*field, QStringView attribute)
+                Language LanguagePair::*field, QStringView attribute)
     {
-        const QStringList own = DistinctLanguages(mOfFiles, field);
-        const QStringList known = own.isEmpty() ? DistinctLanguages(elsewhere, field) : own;
+        const QList<Language> own = DistinctLanguages(mOfFiles, field);
+        const QList<Language> known = own.isEmpty() ? DistinctLanguages(elsewhere, field) : own;
         if (known.size() == 1)
             mDefault.*field = known.constFirst();
         for (qsizetype i = 0; i < mOfFiles.size(); ++i) {
-            QString& language = mOfFiles[i].*field;
+            Language& language = mOfFiles[i].*field;
             const XliffFile& file = xliff.GetFiles().at(i);
-            if (language.isEmpty() && known.size() > 1 && !file.Units.isEmpty()) {
+            if (language.Key.isEmpty() && known.size() > 1 && !file.Units.isEmpty()) {
                 throw Failure(
                     PlaceText(xliff.GetName(), xliff.GetPlace(file.Element)),
-                    u"the file element has no %1, which could be %2"_s.arg(attribute, known.join(" or "_L1)));
+                    u"the file element has no %1, which could be %2"_s.arg(attribute, NamesOf(known)));
             }
-            if (language.isEmpty())
+            if (language.Key.isEmpty())
                 language = mDefault.*field;
         }
     }
@@ -106,6 +126,19 @@ private:
     LanguagePair mDefault; // of file elements that name no language, and of units in no file element
     QList<LanguagePair> mOfFiles; // by index of the file
 };
+
+/// Returns languages for a message: "en to de, en to fr".
+QString ToText(const QList<LanguagePair>& pairs)
+{
+    QStringList result;
+    for (const LanguagePair& pair : pairs) {
+        const auto name
+            = [](const Language& language) { return language.Name.isEmpty() ? u"?"_s : language.Name; };
+        result.append(name(pair.Source) + " to "_L1 + name(pair.Target));
+    }
+    result.removeDuplicates();
+    return result.join(", "_L1);
+}
 
 /// Identifies a source. Elements that stand for unknown text distinguish two sources with the same text.
 QString SourceKey(const XliffDocument& xliff, const XliffUnit& unit)
@@ -117,10 +150,10 @@ QString SourceKey(const XliffDocument& xliff, const XliffUnit& unit)
 QString TextKey(const XliffDocument& xliff, const UnitLanguages& languages, const XliffUnit& unit)
 {
     const LanguagePair pair = languages.Of(unit);
-    return pair.Source + u'\n' + pair.Target + u'\n' + SourceKey(xliff, unit);
+    return pair.Source.Key + u'\n' + pair.Target.Key + u'\n' + SourceKey(xliff, unit);
 }
 
-/// Identifies the same in a document.
+/// Identifies a source, its languages and the document in which it is used.
 QString MatchKey(const XliffDocument& xliff, const UnitLanguages& languages, const XliffUnit& unit)
 {
     return (unit.File < 0 ? QString() : xliff.GetFiles().at(unit.File).Key) + u'\n'
@@ -153,7 +186,7 @@ public:
     {
         for (const XliffUnit& unit : xliff.GetUnits()) {
             mCurrent.append(unit);
-            mKnown.insert(SourceKey(xliff, unit));
+            mKnown.insert(TextKey(xliff, mLanguages, unit));
         }
         for (const XliffDocument* other : others)
             CollectOffers(*other);
@@ -189,11 +222,12 @@ private:
         Offers ByText; ///< see TextKey
     };
 
-    static QList<LanguagePair> LanguagesOf(const QList<const XliffDocument*>& files)
+    /// Returns the languages of the texts in other files.
+    static QList<LanguagePair> LanguagesOf(const QList<const XliffDocument*>& others)
     {
         QList<LanguagePair> result;
-        for (const XliffDocument* file : files)
-            result += NamedLanguages(*file);
+        for (const XliffDocument* other : others)
+            result += UnitLanguages(*other, {}).OfFilesWithUnits(*other);
         return result;
     }
 
@@ -212,10 +246,10 @@ private:
         const auto isOurs = [this](const LanguagePair& pair) {
             return mLanguages.OfFiles().isEmpty() || mLanguages.OfFiles().contains(pair);
         };
-        if (!other.GetFiles().isEmpty()
-            && std::none_of(languages.OfFiles().cbegin(), languages.OfFiles().cend(), isOurs)) {
+        const QList<LanguagePair> offered = languages.OfFilesWithUnits(other);
+        if (!offered.isEmpty() && std::none_of(offered.cbegin(), offered.cend(), isOurs)) {
             throw Failure(other.GetName(),
-                          u"translates %1, not %2"_s.arg(languages.ToText(), mLanguages.ToText()));
+                          u"translates %1, not %2"_s.arg(ToText(offered), ToText(mLanguages.OfFiles())));
         }
         Source source{&other, {}, {}};
         for (const XliffUnit& unit : other.GetUnits()) {
@@ -224,7 +258,7 @@ private:
                 continue;
             Offer(source.ByDocument, MatchKey(other, languages, unit), unit);
             Offer(source.ByText, TextKey(other, languages, unit), unit);
-            if (!mKnown.contains(SourceKey(other, unit)))
+            if (!mKnown.contains(TextKey(other, languages, unit)))
                 mResult.Unknown.append(unit.Source);
         }
         mSources.append(source);
@@ -337,7 +371,7 @@ private:
     const UnitLanguages mLanguages;
     const MergeOptions& mOptions;
     QList<XliffUnit> mCurrent; // the units with the changes so far
-    QSet<QString> mKnown; // sources
+    QSet<QString> mKnown; // see TextKey
     QSet<qsizetype> mIsReplaced; // units whose target is replaced
     QSet<qsizetype> mIsConfirmed; // units of which only the state changes
     QSet<qsizetype> mIsDecided; // units whose target agrees with one of the other files
