@@ -300,10 +300,12 @@ void tst_ToolXliffRepair::Repair_indentation_data()
     QTest::newRow("between two elements")
         << QByteArray("\n  <g id='1'>a</g>\n  <g id='2'>b</g>\n") << u"a b"_s;
     QTest::newRow("before a space") << QByteArray("<g id='1'>a</g>\n  <g id='2'> b</g>") << u"a b"_s;
+    QTest::newRow("after a space") << QByteArray("<g id='1'>a </g>\n  <g id='2'>b</g>") << u"a b"_s;
+    QTest::newRow("between two spaces") << QByteArray("<g id='1'>a </g>\n  <g id='2'> b</g>") << u"a  b"_s;
     QTest::newRow("before an equivalent text")
         << QByteArray("<g id='1'>a</g>\n  <x id='2' equiv-text='%1'/>\n") << u"a %1"_s;
-    QTest::newRow("before a line break")
-        << QByteArray("<g id='1'>a</g>\n  <x id='2' ctype='lb'/>\n  <g id='3'>b</g>") << u"a\n b"_s;
+    QTest::newRow("around a line break")
+        << QByteArray("<g id='1'>a</g>\n  <x id='2' ctype='lb'/>\n  <g id='3'>b</g>") << u"a\nb"_s;
     QTest::newRow("around a comment") << QByteArray("\n  <!-- c -->\n  <g id='1'>a</g>\n") << u"a"_s;
     QTest::newRow("a space is text") << QByteArray(" <g id='1'>a</g> <g id='2'>b</g> ") << u" a b "_s;
     QTest::newRow("a reference is text") << QByteArray("&#10;<g id='1'>a</g>") << u"\na"_s;

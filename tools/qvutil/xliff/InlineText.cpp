@@ -75,12 +75,14 @@ private:
         mIsIndentationAlone = isAfterStartTag && !mOpen.isEmpty();
     }
 
-    /// Adds text. Indentation between two texts becomes a space; elsewhere it is dropped.
+    /// Adds text. Indentation between two texts becomes a space, unless there is white space already;
+    /// elsewhere it is dropped.
     void AddText(QStringView text)
     {
         if (text.isEmpty())
             return;
-        if (!mIndentation.isEmpty() && !mText->Text.isEmpty() && !text.front().isSpace())
+        if (!mIndentation.isEmpty() && !mText->Text.isEmpty() && !mText->Text.back().isSpace()
+            && !text.front().isSpace())
             mText->Text += u' ';
         mIndentation.clear();
         mText->Text += text;
