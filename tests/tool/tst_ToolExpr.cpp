@@ -301,24 +301,32 @@ void tst_ToolExpr::Lint_xml_entityTooLong()
 void tst_ToolExpr::Lint_noExpressions_data()
 {
     QTest::addColumn<QStringList>("arguments");
+    QTest::addColumn<QString>("complaint");
 
-    QTest::newRow("no such attribute") << QStringList{u"--xml"_s, u"ui.xml"_s, u"--attribute"_s, u"enable"_s};
+    const QString none = u"there is no expression to check"_s;
+    QTest::newRow("no such attribute") << QStringList{u"--xml"_s, u"ui.xml"_s, u"--attribute"_s, u"enable"_s}
+                                       << u"no element has the attribute 'enable'"_s;
+    QTest::newRow("attribute in other letter case")
+        << QStringList{u"--xml"_s, u"ui.xml"_s, u"--attribute"_s, u"Enabled"_s}
+        << u"no element has the attribute 'Enabled'"_s;
     QTest::newRow("attribute is blank everywhere")
-        << QStringList{u"--xml"_s, u"ui.xml"_s, u"--attribute"_s, u"visible"_s};
-    QTest::newRow("list of blank lines") << QStringList{u"--file"_s, u"blank.txt"_s};
-    QTest::newRow("as JSON") << QStringList{u"--xml"_s, u"ui.xml"_s, u"--attribute"_s, u"enable"_s,
-                                            u"--json"_s};
+        << QStringList{u"--xml"_s, u"ui.xml"_s, u"--attribute"_s, u"visible"_s} << none;
+    QTest::newRow("list of blank lines") << QStringList{u"--file"_s, u"blank.txt"_s} << none;
+    QTest::newRow("as JSON") << QStringList{u"--xml"_s, u"ui.xml"_s, u"--attribute"_s, u"visible"_s,
+                                            u"--json"_s}
+                             << none;
 }
 
 // A misspelt attribute name must not give the result "no problems".
 void tst_ToolExpr::Lint_noExpressions()
 {
     QFETCH(const QStringList, arguments);
+    QFETCH(const QString, complaint);
 
     QVERIFY(mTool->Write(u"ui.xml"_s, "<window enabled=\"a\" visible=\" \"/>"));
     QVERIFY(mTool->Write(u"blank.txt"_s, "\n  \n"));
     QCOMPARE(mTool->Run(QStringList{u"expr"_s, u"lint"_s} + arguments).ToText(),
-             u"! qvutil: there is no expression to check\n=> 2\n"_s);
+             u"! qvutil: "_s + complaint + u"\n=> 2\n"_s);
 }
 
 // Other expressions do not hide a misspelt attribute name.

@@ -64,12 +64,12 @@ public:
     // A misspelt name of an attribute must not end in "no problems".
     [[nodiscard]] ExitCode Finish()
     {
-        if (mCount == 0)
-            throw Failure({}, u"there is no expression to check"_s);
         for (const QString& attribute : mOptions.Attributes) {
             if (!mSeen.contains(attribute))
                 throw Failure({}, u"no element has the attribute '%1'"_s.arg(attribute));
         }
+        if (mCount == 0)
+            throw Failure({}, u"there is no expression to check"_s);
         mReport.Finish([this] {
             if (mFound == 0)
                 Console::PrintLine(u"no problems; expressions checked: %1"_s.arg(mCount));
@@ -198,9 +198,8 @@ void AddExprLintCommand(CommandLine& line, CLI::App& group)
         lint,
         "Also reports operands that look like operators of other languages, such as !a, not a and a AND b,\n"
         "unless --known lists them. Expressions know '&', '|' and parentheses only.\n"
-        "If there is no expression to check, or no element has an attribute of that name, the exit code is "
-        "2:\n"
-        "check the names after --attribute.");
+        "The exit code is 2 if there is no expression to check, or if no element has an attribute that\n"
+        "--attribute names.");
     AddTexts(lint, "EXPRESSION", options->Expressions, "Expression to check");
     AddTexts(lint, "--file", options->Files, "File with one expression per line; - for standard input");
     AddTexts(lint, "--xml", options->XmlFiles, "XML file with expressions in attributes");
