@@ -34,6 +34,8 @@ public:
 
     WalkResult Run()
     {
+        for (const QString& pattern : mSelection.Patterns)
+            CheckFilePattern(pattern);
         for (const QString& path : mSelection.Paths)
             AddPath(path);
         Console::ProgressBar bar(mFiles.size());
@@ -79,8 +81,6 @@ private:
         }
         const QStringList patterns
             = mSelection.Patterns.isEmpty() ? QStringList{u"*.xml"_s} : mSelection.Patterns;
-        for (const QString& pattern : patterns)
-            CheckFilePattern(pattern);
         const auto flags
             = mSelection.IsRecursive ? QDirIterator::Subdirectories : QDirIterator::NoIteratorFlags;
         QDirIterator entries(QDirCleanPath(path), patterns,

@@ -48,7 +48,7 @@ struct WalkResult
 
 /// Reads the documents of a selection and collects their texts. The documents are in the order of the paths,
 /// and those of a folder are sorted by name. Reports documents that cannot be read, and documents that share
-/// a file name. Leaves out texts that are only white space.
+/// a file name. Leaves out texts that are only white space. Throws UsageFailure if a pattern is not valid.
 [[nodiscard]] WalkResult CollectTexts(const DocumentSelection& selection);
 
 } // namespace Quorvin::Tool
