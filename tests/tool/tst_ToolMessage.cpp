@@ -783,6 +783,10 @@ void tst_ToolMessage::Split_bad()
              u"! qvutil: missing: No such file or directory\n=> 2\n"_s);
     QCOMPARE(mTool->Run({u"message"_s, u"split"_s, u"--to"_s, u"file"_s}, Document("A")).ToText(),
              u"! qvutil: file: the folder cannot be created\n=> 2\n"_s);
+    QCOMPARE(mTool->Run({u"message"_s, u"split"_s, u"--to"_s, u"-"_s}, Document("A")).ToText(),
+             u"! qvutil: --to must be a folder; use ./- for a folder with the name -\n"
+             "! Try 'qvutil message split --help'.\n=> 2\n"_s);
+    QVERIFY(!QFileInfo::exists(mTool->Path(u"-"_s)));
 }
 
 void tst_ToolMessage::Arguments_data()
