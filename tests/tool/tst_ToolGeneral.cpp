@@ -379,6 +379,10 @@ void tst_ToolGeneral::Usage_standardInputTwice_data()
     const QStringList merge{u"xliff"_s, u"merge"_s};
     QTest::newRow("xliff merge") << merge << QStringList{u"-o"_s, u"out.xlf"_s} + twice;
     QTest::newRow("xliff merge, two other files") << merge << QStringList{u"a.xlf"_s} + twice;
+    QTest::newRow("settings import") << QStringList{u"settings"_s, u"import"_s}
+                                     << QStringList{u"--format"_s, u"ini"_s} + twice;
+    QTest::newRow("xml set --from") << QStringList{u"xml"_s, u"set"_s}
+                                    << QStringList{u"-"_s, u"a"_s, u"--from"_s, u"-"_s};
     const QStringList lint{u"expr"_s, u"lint"_s};
     QTest::newRow("expr lint --file") << lint << QStringList{u"--file"_s, u"-"_s, u"--file"_s, u"-"_s};
     QTest::newRow("expr lint --file --xml")

@@ -880,9 +880,6 @@ void tst_ToolXml::Set_fromFile()
     QCOMPARE(Run({u"xml"_s, u"get"_s, u"app.xml"_s, u"N"_s, u"a"_s}), u"from input\n=> 0\n"_s);
     QCOMPARE(Run({u"xml"_s, u"set"_s, u"app.xml"_s, u"N"_s, u"a"_s, u"-f"_s, u"none"_s}),
              u"! qvutil: none: No such file or directory\n=> 2\n"_s);
-    QCOMPARE(
-        Run({u"xml"_s, u"set"_s, u"-"_s, u"N"_s, u"a"_s, u"-f"_s, u"-"_s}),
-        u"! qvutil: FILE and --from cannot both be standard input\n! Try 'qvutil xml set --help'.\n=> 2\n"_s);
 }
 
 void tst_ToolXml::Set_throughPipe()

@@ -43,8 +43,7 @@ QList<Assignment> GetAssignments(const SetOptions& options)
 {
     const QStringList& given = options.NamesAndValues;
     if (!options.From.isEmpty()) {
-        if (options.From == "-"_L1 && options.File == "-"_L1)
-            throw UsageFailure(u"FILE and --from cannot both be standard input"_s);
+        RequireOneStandardInput({options.File, options.From});
         if (given.size() > 1)
             throw UsageFailure(u"unexpected argument '%1'"_s.arg(given.at(1)));
         return {{.Name = given.value(0), .Value = InputFile(options.From).ReadAll()}};

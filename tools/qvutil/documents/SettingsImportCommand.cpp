@@ -53,8 +53,7 @@ void CheckRoot(const QString& wanted, const QString& root, const QString& file)
 
 ExitCode Import(const ImportOptions& options)
 {
-    if (options.File == "-"_L1 && options.Source == "-"_L1)
-        throw UsageFailure(u"FILE and SOURCE cannot both be standard input"_s);
+    RequireOneStandardInput({options.File, options.Source});
     const bool isIni = IsIni(options);
     const InputFile source(options.Source);
     const SettingsContent content
