@@ -1,10 +1,10 @@
 // SPDX-FileCopyrightText: 2026 The QvUtil developers
 // SPDX-License-Identifier: MIT
 
-#include "cli/InputFile.h"
 #include "documents/ValueCommands.h"
 
 #include "cli/Console.h"
+#include "cli/InputFile.h"
 #include "cli/Report.h"
 #include "documents/DocumentFile.h"
 #include "documents/DocumentPart.h"

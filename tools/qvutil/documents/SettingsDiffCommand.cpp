@@ -1,11 +1,11 @@
 // SPDX-FileCopyrightText: 2026 The QvUtil developers
 // SPDX-License-Identifier: MIT
 
-#include "cli/InputFile.h"
 #include "documents/SettingsCommands.h"
 
 #include "cli/Command.h"
 #include "cli/Console.h"
+#include "cli/InputFile.h"
 #include "cli/Report.h"
 #include "documents/DocumentEntries.h"
 #include "documents/ElementVisit.h"

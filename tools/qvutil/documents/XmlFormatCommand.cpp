@@ -1,13 +1,12 @@
 // SPDX-FileCopyrightText: 2026 The QvUtil developers
 // SPDX-License-Identifier: MIT
 
-#include "cli/InputFile.h"
 #include "documents/XmlCommands.h"
 
 #include "cli/Console.h"
-#include "documents/DocumentChange.h"
-
 #include "cli/Difference.h"
+#include "cli/InputFile.h"
+#include "documents/DocumentChange.h"
 
 #include <algorithm>
 #include <memory>

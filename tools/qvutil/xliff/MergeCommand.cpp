@@ -1,12 +1,12 @@
 // SPDX-FileCopyrightText: 2026 The QvUtil developers
 // SPDX-License-Identifier: MIT
 
-#include "cli/InputFile.h"
 #include "xliff/XliffCommands.h"
 
 #include "cli/Command.h"
 #include "cli/Console.h"
 #include "cli/Difference.h"
+#include "cli/InputFile.h"
 #include "cli/Report.h"
 #include "xliff/CommandSupport.h"
 #include "xliff/XliffMerge.h"
