@@ -121,7 +121,7 @@ LockedSegment::LockedSegment(const SegmentKeys& keys, QDeadlineTimer deadline)
             ReportDenied(keys.Name, error);
         return;
     }
-    // If there is no semaphore, nobody holds it. The one who created it has left and removed it.
+    // If there is no semaphore, there is nothing to hold: its creator removed it when it left.
     mSemaphore = Platform::TakeSemaphore(keys.Semaphore, deadline);
     if (mSemaphore == Platform::kLockTimedOut) {
         const qint64 user = Platform::FindSemaphoreUser(keys.Semaphore);
