@@ -30,7 +30,7 @@ char* WritePair(quint64 value, char* text)
     return text + pair.size();
 }
 
-// Has a bit set that no digit's value uses.
+// Marks a character that is not a digit, with a bit that no value uses.
 constexpr quint32 kNoDigit = 0x8000'0000U;
 
 // The value of each character, shifted to its position in a group of four.
@@ -92,7 +92,7 @@ std::optional<QByteArray> ReadBase64(QByteArrayView text)
     quint32 all = 0;
     const char* const end = in + text.size() - (padding > 0 ? 4 : 0);
     // Decodes two groups at a time. Each step writes two bytes too many, which the next group overwrites, so
-    // there must be a next group.
+    // at least one more group must follow.
     for (; end - in >= 12; in += 8, out += 6) {
         const quint32 first = GroupValue(in);
         const quint32 second = GroupValue(in + 4);

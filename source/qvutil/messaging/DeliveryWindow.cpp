@@ -42,8 +42,8 @@ void DeliveryWindow::DropTaken()
     }
 }
 
-// Returns the number of the message after which at most half of the bytes are queued. Resuming earlier is not
-// worthwhile.
+// Returns the number of the message after which at most half of the bytes are still queued. Resuming earlier
+// is not worthwhile.
 qint64 DeliveryWindow::FindResumePoint() const
 {
     qsizetype bytes = mBytes;

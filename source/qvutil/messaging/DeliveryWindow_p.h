@@ -26,9 +26,8 @@ public:
 
     /// Counts the result of one read. Worker thread only.
     void Add(qsizetype messages, qsizetype bytes);
-    /// Returns whether more than kMaxUndelivered bytes are queued, so that the worker should stop reading.
-    /// If so, a later Take returns true.
-    /// Worker thread only.
+    /// Returns whether the worker should stop reading because more than kMaxUndelivered bytes are queued. If
+    /// so, a later Take returns true. Worker thread only.
     [[nodiscard]] bool IsFull();
     /// Counts one message as processed. \return whether the worker should resume reading. Owner thread only.
     [[nodiscard]] bool Take();

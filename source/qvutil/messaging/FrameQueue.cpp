@@ -60,8 +60,8 @@ bool FrameQueue::CanWriteWhole(qsizetype size) const
 
 void FrameQueue::WriteNow(const QByteArray& piece)
 {
-    // Bypass QLocalSocket while its own buffer is empty: its write() copies the bytes, and later wakes the
-    // thread once more only to notice that they are written. QLocalSocket still detects errors.
+    // Bypass QLocalSocket while its own buffer is empty: its write() copies the bytes, and wakes the thread
+    // again later just to find that they have been written. QLocalSocket still detects errors.
     const qsizetype written
         = mSocket->bytesToWrite() == 0 ? Platform::WriteAvailable(mSocket->socketDescriptor(), piece) : 0;
     if (written == piece.size())

@@ -15,9 +15,9 @@
 
 namespace Quorvin::Util::Internal {
 
-// A receiver keeps nothing from one read to the next, so that a frame arrives whole or not at all. The kernel
-// delivers a write in pieces of about 36 KiB. A frame of up to kMaxPiece bytes fits into one piece. Larger
-// ones stay whole because
+// A receiver keeps nothing from one read to the next, so a frame arrives whole or not at all. The kernel
+// delivers a write in chunks of about 36 KiB. A frame of up to kMaxPiece bytes fits into one chunk. Larger
+// frames stay whole because
 //   - the send buffer is as large as the system allows, so that one write can take the whole frame;
 //   - such a frame is only written when nothing else is queued, so that the whole buffer is free for it;
 //   - the receiver drains the socket, and waits for the remainder of a large frame if the writer was

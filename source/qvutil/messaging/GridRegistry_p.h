@@ -29,7 +29,7 @@ namespace Quorvin::Util::Internal {
 inline constexpr int kRegistrySize = 8192;
 
 /// Reads the members from the bytes of a registry. If the count or the length of a name exceeds the data,
-/// returns the members before that.
+/// returns the members that precede it.
 [[nodiscard]] QList<ProcessInfo> ParseRegistry(const QByteArray& image);
 /// Returns the bytes of a registry with these members; longer than kRegistrySize if they do not fit.
 [[nodiscard]] QByteArray FormatRegistry(const QList<ProcessInfo>& processes);
@@ -46,7 +46,7 @@ inline constexpr int kMaxGridLockWaitMs = 30'000;
 /// or destroys its segment, locks this file with Platform::LockFile.
 ///
 /// The segment's own lock protects its content, but not the creation and destruction of segment and lock.
-/// There Qt has race conditions in which two processes hold the lock, or two segments exist.
+/// Qt has race conditions there: two processes may hold the lock, or two segments may exist.
 [[nodiscard]] QString GridLockFilePath(const QString& gridName);
 
 } // namespace Quorvin::Util::Internal

@@ -31,7 +31,7 @@ namespace Quorvin::Util {
 namespace {
 
 // Members hold the lock of a grid for a few milliseconds, unless they hang. After a time-out, the next waits
-// are short for a while, because some processes read the registry regularly.
+// are short for a while, so that a process that reads the registry regularly is not blocked each time.
 constexpr int kShortTimeoutMs = 100;
 constexpr int kShortTimeoutLastsMs = 10'000;
 
@@ -70,13 +70,13 @@ private:
 struct GridLock
 {
     int File = Platform::kLockFailed; // kLockFailed: the lock file cannot be used, but the registry can
-    QString Obstacle; // who keeps the grid locked; empty if it is locked now
+    QString Obstacle; // the process that keeps the grid locked; empty if this process has locked it
 };
 
-// Waits for the semaphore of a grid's segment, without keeping it. QSharedMemory, which takes it afterwards,
-// has no time-out. Members only take the semaphore while they hold the lock on the file, so that then no
-// member can take it in between.
-// \return which process keeps it; empty if nobody does
+// Waits until the semaphore of a grid's segment is free, because QSharedMemory, which takes it afterwards,
+// has no time-out. Members take the semaphore only while they hold the lock on the file, so no other member
+// can take it in between.
+// \return the process that holds it after the deadline; empty if it is free
 QString WaitForSemaphore(const QString& gridName, QDeadlineTimer deadline)
 {
     const QString keyFile = Internal::NativeSemaphoreKey(gridName);
@@ -462,7 +462,7 @@ void IPCManager::Private::LeaveRegistry()
     if (gridName.isEmpty())
         return;
     const GridLock lock = LockGrid(gridName);
-    UseShortTimeout = {}; // the next grid has another lock
+    UseShortTimeout = {}; // the next grid has a different lock
     std::unique_ptr<QSharedMemory> segment = std::exchange(SharedMemory, std::make_unique<QSharedMemory>());
     if (!lock.Obstacle.isEmpty()) {
         if (!segment->isAttached())

@@ -21,15 +21,15 @@ constexpr int kReconnectIntervalMs = 1000;
 constexpr int kSendTimeoutMs = 15000;
 constexpr int kResponseTimeoutMs = 30000;
 
-// The event that makes the client's thread object announce sent messages. Its mailbox uses another event type
-// for arrivals.
+// The event that makes the client's thread object announce sent messages. The mailbox of the thread object
+// uses another event type for arrivals.
 constexpr auto kSentEvent = static_cast<QEvent::Type>(Internal::Mailbox<Internal::Arrival>::kEvent + 1);
 
 constexpr int kExitSuccess = 0;
 constexpr int kExitTimeout = 1;
 
-// Suspends the notifications about sent messages for its lifetime, so that they do not wake the owner thread.
-// The thread object may be deleted earlier.
+// Pauses the notifications about sent messages while it exists, so that they do not wake the owner thread.
+// The thread object may be deleted in the meantime.
 class SentNotificationsPause
 {
 public:
@@ -315,8 +315,8 @@ void MessageClientThread::RunWorker()
 {
     MessageClientWorker worker(mServerName, mMode, mClient);
     using Kind = Internal::ArrivalKind;
-    // Set the flag after filling the mailbox: where WaitForConnection sees the flag, it announces the
-    // connection.
+    // Set the flag after filling the mailbox: WaitForConnection announces what is in the mailbox when it sees
+    // the flag.
     connect(&worker, &MessageClientWorker::Connected, &worker, [this] {
         Deliver({Kind::Connected});
         mSocketConnected.store(true, std::memory_order_release);

@@ -58,8 +58,8 @@ public:
     /// \param timeoutMs  in milliseconds; if negative, there is no time-out
     /// \return false after the time-out, or if another wait is running
     bool WaitForConnection(int timeoutMs);
-    /// Ends the worker thread, and with it the connection, and waits for its end. Queued messages are
-    /// dropped.
+    /// Ends the worker thread, and with it the connection. Returns when the thread has ended. Queued messages
+    /// are dropped.
     void DisconnectFromServer();
 
     /// Sends a message. \return false if there is no connection
@@ -159,7 +159,7 @@ private:
     MessageClient* mClient;
     QString mServerName;
     QIODeviceBase::OpenMode mMode;
-    // The state of the worker's socket for other threads, set after the signal about it is queued.
+    // The state of the worker's socket for other threads; set after the change is in the mailbox.
     std::atomic<bool> mSocketConnected = false;
 };
 
@@ -172,9 +172,9 @@ public:
     ~MessageClientWorker() override;
     Q_DISABLE_COPY_MOVE(MessageClientWorker)
 
-    /// Counts received messages in \p window. Call it first.
+    /// Counts received messages in \p window. Call this first.
     void SetWindow(Internal::DeliveryWindow* window) { mWindow = window; }
-    /// Sends messages from \p outgoing, instead of from one queued signal for each.
+    /// Takes the messages to be sent from \p outgoing. A queued signal for each would cost more.
     void UseMailbox(Internal::Mailbox<MessageInfo>& outgoing);
     /// Resumes reading after \p window was full.
     void ResumeReading();
@@ -215,7 +215,7 @@ private:
     std::unique_ptr<QTimer> mConnectTimer;
     bool mKeepConnecting = false;
     bool mWasConnected = false;
-    bool mHasRefused = false; // a server of another user; logged once, not at each try
+    bool mHasRefused = false; // a server of another user; only the first refusal is logged
     QIODeviceBase::OpenMode mMode;
     Internal::Mailbox<MessageInfo>* mOutgoing = nullptr; // messages to be sent
 };

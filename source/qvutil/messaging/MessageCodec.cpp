@@ -15,8 +15,8 @@ using namespace Qt::StringLiterals;
 namespace Quorvin::Util {
 namespace {
 
-// The parser compares each attribute of an element with all before it. This many comparisons take about half
-// a second; frames of the library have about ten per element.
+// The parser compares each attribute of an element with all those before it. This many comparisons take about
+// half a second; the library's own frames need about ten per element.
 constexpr qint64 kMaxAttributeComparisons = 200'000'000;
 
 void AppendByDom(const QString& frame, QList<MessageInfo>& messages)
@@ -101,7 +101,7 @@ QString Internal::EncodeMessageByDom(const MessageInfo& message)
 
 bool Internal::DecodeMessageByDom(const QString& frame, MessageInfo& message)
 {
-    // Bytes that are not a frame are dropped silently, but a failed load is logged.
+    // Malformed frames are dropped silently, but XmlFiler would log that it cannot load them.
     if (Internal::lcQvUtil().isWarningEnabled() && Internal::FindXmlProblem(frame))
         return false;
     XmlFiler filer;

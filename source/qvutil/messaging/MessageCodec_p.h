@@ -19,8 +19,8 @@
 namespace Quorvin::Util {
 
 // The wire format. A frame is one message as an XML document in UTF-8. There is no separator: each "<?xml "
-// begins a new frame. It cannot occur in an attribute, where '<' is escaped, or in a byte array, which is
-// encoded as base64.
+// begins a new frame. That text cannot occur in an attribute, where '<' is escaped, or in a byte array, which
+// is encoded as base64.
 //
 //     <?xml version="1.0"?>
 //     <Message Id="Greet" UniqueId="{b7…}" OriginalMessageUniqueId="{00…}" NeedResponse="True"

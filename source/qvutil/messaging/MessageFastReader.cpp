@@ -46,7 +46,7 @@ bool IsRoundTripUtf8(QByteArrayView text)
 class FastReader
 {
 public:
-    // \param bytes  begin with the frame
+    // \param bytes  the frame, and any bytes that follow it
     explicit FastReader(QByteArrayView bytes)
         : mNext(bytes.data())
         , mEnd(bytes.data() + bytes.size())
@@ -128,8 +128,8 @@ private:
         return true;
     }
 
-    // Reads up to and including the closing quote. The text is checked even if it is not used: an invalid one
-    // makes the frame unreadable.
+    // Reads up to and including the closing quote. The text is checked even if it is not used: invalid text
+    // makes the whole frame malformed.
     bool ReadText(Attribute& attribute)
     {
         constexpr auto kIsPlain = [](char byte) { return KindOf(byte) == ByteKind::Plain; };
@@ -235,7 +235,7 @@ private:
         return true;
     }
 
-    // Reads an element after its attributes.
+    // Reads the rest of an element whose attributes have been read.
     bool ReadVariant(const Attribute& type, const Attribute& text, QVariant& value, int depth)
     {
         const QLatin1StringView typeName(type.Text);

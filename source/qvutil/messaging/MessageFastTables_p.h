@@ -18,8 +18,8 @@ namespace Quorvin::Util::Internal {
 // At least one of a message's two ids is null. Both are null if nobody waits for an answer.
 inline constexpr QLatin1StringView kNullId = QLatin1StringView("{00000000-0000-0000-0000-000000000000}");
 
-// A character and its reference in attribute texts. White space other than blanks must be written as
-// references, because readers turn it into blanks.
+// A character and its reference in attribute texts. White space other than spaces must be written as
+// references, because XML parsers would turn it into spaces.
 struct CharacterReference
 {
     char Character;

@@ -19,7 +19,7 @@ using namespace Qt::StringLiterals;
 namespace Quorvin::Util::Internal {
 namespace {
 
-// Enough for most messages. (From 1 KiB on, including its overhead, malloc first consolidates freed chunks.)
+// Enough for most messages. (For 1 KiB or more, overhead included, malloc first consolidates freed chunks.)
 constexpr qsizetype kUsualSize = 960;
 
 // A growing byte buffer.
@@ -220,7 +220,7 @@ private:
         }
     }
 
-    // Writes an element from its type on.
+    // Writes the type of an element and everything after it.
     void WriteVariant(const QVariant& value, int depth)
     {
         const int type = value.typeId();

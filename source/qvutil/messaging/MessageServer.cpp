@@ -266,7 +266,7 @@ void MessageServerWorker::CheckEndpoint()
     const bool isTakenOver = file && file != mEndpoint;
     if (!isOpen) {
         RemoveEndpoint();
-        SetEndpoint(std::nullopt); // the inode number may be used again
+        SetEndpoint(std::nullopt); // the inode number may be reused
     }
     if (isTakenOver) {
         qCWarning(Internal::lcQvUtil,
@@ -276,15 +276,15 @@ void MessageServerWorker::CheckEndpoint()
         return;
     }
     // If listening fails, the next check tries again. While descriptors are scarce, the server may stop
-    // listening at each client: log only the first time.
+    // listening whenever a client connects: log only the first time.
     if (Listen(Platform::ExistingSocket::Keep) && (isOpen || !std::exchange(mIsReopeningLogged, true))) {
         qCWarning(Internal::lcQvUtil, "the socket of \"%ls\" %s: listening again", qUtf16Printable(mName),
                   isOpen ? "was removed" : "was closed because a client could not be accepted");
     }
 }
 
-// Removes the socket file, unless a successor has taken the name: while the socket is open, no other file
-// gets its inode number.
+// Removes the socket file, unless a successor has taken the name. Comparing inode numbers is reliable: while
+// the socket is open, no other file gets the same number.
 void MessageServerWorker::RemoveEndpoint()
 {
     const QString path = Internal::GetSocketPath(mName);

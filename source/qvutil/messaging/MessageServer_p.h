@@ -51,8 +51,9 @@ public:
     /// already started. If the worker cannot listen on the name, it logs one warning; the server still
     /// counts as started, but no client can connect. \return true
     bool Start(const QString& name);
-    /// Ends the worker thread, and with it the connection, and waits for its end. Messages that have arrived
-    /// but are not yet announced are dropped. The client's disconnection is not announced. \return true
+    /// Ends the worker thread, and with it the connection. Returns when the thread has ended. Messages that
+    /// have arrived but are not yet announced are dropped. The client's disconnection is not announced.
+    /// \return true
     bool Stop();
     [[nodiscard]] bool IsStarted() const;
     /// Returns whether clients can connect under the name, which requires that the socket file is the
@@ -131,9 +132,9 @@ public:
     ~MessageServerWorker() override;
     Q_DISABLE_COPY_MOVE(MessageServerWorker)
 
-    /// Counts received messages in \p window. Call it first.
+    /// Counts received messages in \p window. Call this first.
     void SetWindow(Internal::DeliveryWindow* window) { mWindow = window; }
-    /// Sends messages from \p outgoing, instead of from one queued signal for each.
+    /// Takes the messages to be sent from \p outgoing. A queued signal for each would cost more.
     void UseMailbox(Internal::Mailbox<MessageInfo>& outgoing);
     using EndpointObserver = std::function<void(const std::optional<Platform::FileIdentity>&)>;
     /// \param announce  called in the worker thread with the file of each socket that the worker listens on;
@@ -141,7 +142,7 @@ public:
     void SetEndpointObserver(EndpointObserver announce);
     /// Resumes reading after \p window was full.
     void ResumeReading();
-    /// Listens. \return false, after one warning, if it cannot listen on the name
+    /// Starts to listen. \return false, after one warning, if it cannot listen on the name
     bool Start(const QString& name);
     bool Stop();
     /// \return false if there is no client; the message is then dropped
@@ -175,7 +176,7 @@ private:
     std::optional<Platform::FileIdentity> mEndpoint; // the file of mLocalServer
     EndpointObserver mAnnounceEndpoint;
     QTimer mEndpointTimer; // checks whether the server still listens under its name
-    bool mIsFailureLogged = false; // by Listen, since the endpoint was last in order or a client came
+    bool mIsFailureLogged = false; // by Listen, since the last good check or the last client
     bool mIsReopeningLogged = false; // since the last client
     QLocalSocket* mSocket = nullptr; // the current client's
     Internal::DeliveryWindow* mWindow = nullptr;

@@ -59,8 +59,8 @@ void Drain(ByteSource& source, QByteArray& bytes);
 /// Returns whether the path of the socket of a server with that name would be too long for the system.
 [[nodiscard]] bool IsSocketNameTooLong(const QString& name);
 
-/// Returns whether a process of user \p own may talk to one of user \p user, which must be the same user or
-/// root.
+/// Returns whether a process of user \p own may talk to a process of user \p user. Only the same user and
+/// root are trusted.
 [[nodiscard]] constexpr bool IsTrustedUser(quint32 user, quint32 own)
 {
     return user == own || user == 0;

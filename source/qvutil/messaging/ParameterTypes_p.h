@@ -18,8 +18,8 @@ namespace Quorvin::Util::Internal {
 /// \return the id of the type with the name \p name, compared case-insensitively; 0 if there is none
 [[nodiscard]] int TypeIdOf(QStringView name);
 [[nodiscard]] int TypeIdOf(QLatin1StringView name);
-/// Returns whether the type is one of those from Bool to QByteArray, whose names frames contain. Values of
-/// all of them are sent, except ULongLong and QChar.
+/// Returns whether the type is one of those from Bool to QByteArray. Frames contain their names, and the
+/// values of all but ULongLong and QChar.
 [[nodiscard]] constexpr bool IsSupportedTypeId(int typeId)
 {
     return typeId >= QMetaType::Bool && typeId <= QMetaType::QByteArray;

@@ -169,7 +169,7 @@ void VariantMapEncoder::ReadVariant(XmlFiler& filer, QVariant& value) const
         value = filer.ReadBuffer();
         break;
     default:
-        break; // like ULongLong and QChar, which are not written
+        break; // as with ULongLong and QChar, whose values are not written
     }
 }
 

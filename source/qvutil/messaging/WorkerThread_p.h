@@ -48,7 +48,7 @@ protected:
     WorkerThread();
     void run() final;
     void customEvent(QEvent* event) override;
-    /// Emits the signal of an arrival; this object may be destroyed then. Owner thread only.
+    /// Emits the signal of an arrival. Slots may delete this object. Owner thread only.
     virtual void Announce(const Arrival& arrival) = 0;
     /// Hands an arrival to the owner thread, which announces arrivals in order. Worker thread only. (A
     /// queued signal instead of a mailbox would wake the owner thread for each message.)
