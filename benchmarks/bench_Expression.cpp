@@ -20,8 +20,8 @@ namespace {
 
 constexpr int kOperands = 60;
 
-// Operand "opN" is true if N is odd; "a" and "b" are true. Not a QHash, whose own cost would be most of the
-// time on some processors (see docs/benchmarks.md).
+// Operand "opN" is true if N is odd; "a" and "b" are true. Not a QHash, whose own cost would dominate on some
+// processors (see docs/benchmarks.md).
 const std::unordered_map<std::u16string, bool>& Values()
 {
     static const std::unordered_map<std::u16string, bool> values = [] {

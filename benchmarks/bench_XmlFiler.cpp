@@ -349,7 +349,7 @@ template <typename Table> void LookUp1000(benchmark::State& state)
     for (int i = 0; i < 1000; ++i) {
         const QString path = u"/Settings/Group%1/Page%2"_s.arg(i % 20).arg(i);
         table[path] = i;
-        paths.append(QString::fromUtf8(path.toUtf8())); // a copy, as the caller's string is one
+        paths.append(QString::fromUtf8(path.toUtf8())); // a separate copy, like the string of a caller
     }
     for (auto _ : state) {
         for (const QString& path : paths)
@@ -401,7 +401,7 @@ void Translate1000_QTranslator(benchmark::State& state)
     QProcess::execute(lrelease, {u"-silent"_s, dir.filePath(u"de.ts"_s)});
     QTranslator translator;
     if (!translator.load(dir.filePath(u"de.qm"_s))) {
-        state.SkipWithError("lrelease is missing, which creates QTranslator's file");
+        state.SkipWithError("lrelease, which creates QTranslator's file, is missing");
         return;
     }
     QList<QByteArray> sources;

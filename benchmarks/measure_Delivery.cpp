@@ -1,8 +1,8 @@
 // SPDX-FileCopyrightText: 2026 The QvUtil developers
 // SPDX-License-Identifier: MIT
 
-// Counts how many messages arrive, by frame size, if they are sent one by one and as fast as possible. The
-// receiver is this program with other arguments:
+// Counts how many messages arrive, by frame size, if the sender waits until each is written, and if it sends
+// them as fast as possible. The receiver is this program with other arguments:
 //
 //   measure_Delivery --serve NAME     receives until standard input is closed
 

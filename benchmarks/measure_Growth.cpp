@@ -266,7 +266,7 @@ public:
     {
         return mManager.SendMessageAndGetResponse(mName, id, params, answer, kTimeoutMs);
     }
-    // Returns the seconds per message, until the receiver has counted all of them.
+    // Returns the seconds per message, measured until the receiver has counted all of them.
     double Flood(const QVariantMap& params, int count)
     {
         QVariantMap answer;

@@ -16,12 +16,12 @@
 /// Evaluates boolean expressions of named conditions with '&' (and), '|' (or) and parentheses: "a & (b | c)".
 ///
 /// The caller supplies the value of each operand through a callback. An operand is any text without '(', ')',
-/// '&' and '|'; surrounding blanks are removed, blanks inside are kept.
+/// '&' and '|'; surrounding white space is removed, white space inside is kept.
 ///
 /// Without parentheses, '&' has precedence over '|': "a & b | c" means "(a & b) | c". With parentheses, some
 /// results differ from those of other expression languages, and applications rely on these differences:
-/// - After a group, operators are applied from left to right, and evaluation stops at the first that decides:
-///   "(a) & b | c" is false if a is false, whatever c is.
+/// - After a group, operators are applied from left to right, and evaluation stops at the first one that
+///   decides the result: "(a) & b | c" is false if a is false, whatever c is.
 /// - Text before a '(' is ignored unless it ends with '&': in "a & b (c)" and "x (c)", only c is evaluated.
 /// - Operands that cannot change the result are not evaluated: if a is true, "a | b" does not call the
 ///   callback for b, and succeeds even if b is unknown.
@@ -51,7 +51,7 @@ public:
     /// \return false if the operand is unknown, which ends the evaluation
     using OperandCallback = bool (*)(const QString& operand, bool& value);
 
-    /// Returns the value of an operand, as OperandCallback does, and may have state.
+    /// Does the same as OperandCallback, but may have state.
     using OperandFunction = std::function<bool(const QString& operand, bool& value)>;
 
     /// Constructs an evaluator with a function pointer or a lambda without captures.
@@ -83,8 +83,8 @@ public:
     /// Evaluates an expression.
     /// \param expression  the expression; groups may be nested to any depth
     /// \param value       receives the result; false after a failure
-    /// \return false if the expression is blank or malformed, if there is no callback, or if the callback was
-    ///         called for an operand that it does not know
+    /// \return false if the expression is blank or malformed, if there is no callback, or if the callback
+    ///         returned false
     bool Evaluate(const QString& expression, bool& value) const;
     /// Checks that parentheses are balanced, and removes those that enclose the whole expression: "((a & b))"
     /// becomes "a & b", while "(a) & (b)" does not change.
@@ -103,7 +103,7 @@ public:
     bool SplitByPrecedence(const QString& expression, QStringList& parts) const;
     /// Returns whether a text is an operator.
     /// \param token  any text
-    /// \return true for "&" and "|", with or without surrounding blanks
+    /// \return true for "&" and "|", with or without surrounding white space
     [[nodiscard]] bool IsOperator(const QString& token) const;
 
 private:

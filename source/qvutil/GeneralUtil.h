@@ -77,7 +77,7 @@ public:
     /// \param count  rows in \p table
     /// \param flags  false: the name of the first row with exactly this value. True: the names of all rows
     ///               that share a bit with \p value, in table order, separated by ",".
-    /// \return empty if no row matches, or if there is no table
+    /// \return the name or names; empty if no row matches, or if there is no table
     [[nodiscard]] static QString EnumValueToName(int value, const EnumValueName* table, int count,
                                                  bool flags);
     /// Returns the enumeration value for a name, or for a list of flag names. Names are compared
@@ -88,7 +88,7 @@ public:
     /// \param count  rows in \p table
     /// \param flags  false: the value of the first row with this name. True: the values of all rows whose
     ///               name is in the list, combined by OR; unknown names are ignored.
-    /// \return -1 if no row matches, or if there is no table
+    /// \return the value; -1 if no row matches, or if there is no table
     [[nodiscard]] static int EnumNameToValue(const QString& name, EnumValueName* table, int count,
                                              bool flags);
     /// Returns the names in a name table.
@@ -128,7 +128,7 @@ public:
     /// \return false for an empty path
     [[nodiscard]] static bool IsUNCPath(const QString& path);
     /// Makes a path absolute.
-    /// \param path        the path; one that begins with '/' but has no ':' counts as relative
+    /// \param path        the path; one that begins with a single '/' and has no ':' counts as relative
     /// \param base        the folder that \p path is relative to, or a file in that folder
     /// \param baseIsFile  whether \p base is a file; if it is relative, it is resolved against the current
     ///                    folder
@@ -209,12 +209,12 @@ public:
     /// GeneralUtil::DeleteFiles(cacheFolder, u"*.tmp"_s, QDir::Files | QDir::NoSymLinks, true);
     /// \endcode
     ///
-    /// \param folder     the folder; must not be empty text
+    /// \param folder     the folder; must not be an empty string
     /// \param filter     wildcard patterns, as for GetFiles
     /// \param filters    what to delete, as for GetFiles; folders cannot be deleted this way
     /// \param recursive  whether to delete the files of sub-folders too
-    /// \return false if \p folder is empty text, in which case nothing is deleted, or if a file could not be
-    ///         deleted, in which case the others are. Folders that could not be removed do not count.
+    /// \return false if \p folder is an empty string, in which case nothing is deleted, or if a file could
+    ///         not be deleted, in which case the others are. Folders that could not be removed do not count.
     static bool DeleteFiles(const QString& folder, const QString& filter, QDir::Filters filters,
                             bool recursive);
     /// Removes a folder and the folders below it, unless they contain files.
@@ -228,7 +228,7 @@ public:
     ///
     /// \param folder   the folder
     /// \param filters  which folders to visit: hidden ones only with QDir::Hidden
-    /// \return false if \p folder is empty text or not a folder, or if it could not be removed, usually
+    /// \return false if \p folder is an empty string or not a folder, or if it could not be removed, usually
     ///         because it is not empty; folders below it may have been removed nevertheless
     static bool DeleteEmptyDirectories(const QString& folder, QDir::Filters filters);
     /// Finds a file name that is not in use. If the file exists, adds different tags to its name until the
@@ -305,7 +305,7 @@ public:
     [[nodiscard]] static QString GenerateCheckSumMD5(const QString& path);
     /// Formats a number of bytes in the largest of the units bytes, KB, MB and GB in which it is at least 1.
     /// Each unit is 1,024 times the one before.
-    /// \param bytes      the number; below 1,024, and if negative, it is formatted in bytes
+    /// \param bytes      the number; numbers below 1,024, including negative ones, are formatted in bytes
     /// \param precision  decimal places in the other units
     /// \return for example "1.50 KB"; not localised
     [[nodiscard]] static QString BytesToString(qint64 bytes, int precision);

@@ -33,10 +33,10 @@ struct ProcessInfo
 /// message whose sender waits for an answer: the receiving server asks its IMessageResponder objects for it.
 ///
 /// The *server* listens under a name: either the name of a socket file in the folder for temporary files, or
-/// an absolute path. With its folder, the path can have about 100 bytes. Only processes of the same user, and
-/// of root, can connect. The server has one client at a time; a new client displaces the previous one. The
-/// *client* connects to one server. It tries once a second until it succeeds, and again when the connection
-/// is lost. It accepts only servers that run as the same user or as root.
+/// an absolute path. The whole path, including the folder, is limited to about 100 bytes. Only processes of
+/// the same user, and of root, can connect. The server has one client at a time; a new client displaces the
+/// previous one. The *client* connects to one server. It tries once a second until it succeeds, and again
+/// when the connection is lost. It accepts only servers that run as the same user or as root.
 ///
 /// A *grid* is a group of processes that find each other by a common name. Each member runs a server, and
 /// connects to the oldest member that was alive when it joined. Messages are not forwarded to other members.
@@ -58,9 +58,9 @@ struct ProcessInfo
 /// \endcode
 ///
 /// \par Failures
-/// Most operations only start something and return before it can fail. The logging category `qvutil` reports
-/// why a server does not listen or rejects a client, which message may be too large to arrive, and why a
-/// process was not registered in a grid. `qvutil ipc doctor NAME` examines a server from outside.
+/// Most operations only start something and return before it can fail. Warnings in the logging category
+/// `qvutil` say why a server does not listen or rejects a client, which message may be too large to arrive,
+/// and why a process was not registered in a grid. `qvutil ipc doctor NAME` examines a server from outside.
 ///
 /// \par Threads
 /// Use the object only in the thread that it lives in (QObject::thread). Called from another thread, an
@@ -107,8 +107,8 @@ public:
     /// Stops the server, if there is one. Messages that have arrived but were not yet announced are lost, and
     /// the client's disconnection is not announced.
     ///
-    /// Waits for the worker thread to end. If that thread is parsing a frame, it parses it to the end first,
-    /// which takes seconds for a hostile frame of several megabytes.
+    /// Waits for the worker thread to end. If that thread is parsing a frame, it finishes this first, which
+    /// takes seconds for a hostile frame of several megabytes.
     /// \return true
     bool StopServer();
     /// Returns whether the server is started. It need not be listening; see IsServerListening.
@@ -187,7 +187,7 @@ public:
     /// Registers an object that answers the requests that reach the server. The server need not be started.
     /// \param responder  not owned; does nothing if it is null or already registered
     void AddMessageResponder(IMessageResponder* responder);
-    /// Unregisters a responder. Call it before the responder is deleted.
+    /// Unregisters a responder. Call this before the responder is deleted.
     /// \param responder  does nothing if it is not registered
     void RemoveMessageResponder(IMessageResponder* responder);
 
@@ -205,7 +205,7 @@ public:
     /// the last 10 seconds), or if the registry is full, the server is started but this process is not
     /// registered, and a line is logged in the category "qvutil". If the registry was locked, a later call
     /// tries again.
-    /// \param gridName  name of the grid. The server's name consists of it, the program's name and the
+    /// \param gridName  name of the grid. The server's name consists of this name, the program's name and the
     ///                  process id.
     /// \param mode      as for StartServer and ConnectToServer
     /// \return true
@@ -226,7 +226,7 @@ public:
     /// Replaces the registry's content.
     /// \param processes  the members, oldest first
     /// \return false, with the registry unchanged, if there is none, if it stays locked, or if the members do
-    ///         not fit its 8192 bytes
+    ///         not fit into its 8192 bytes
     bool WriteToSharedMemory(const QList<ProcessInfo>& processes);
 
     /// @}

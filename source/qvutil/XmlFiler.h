@@ -225,8 +225,8 @@ public:
 
     /// Reads an int in decimal notation.
     /// \param name          name of the attribute
-    /// \param defaultValue  the value to return instead
-    /// \return \p defaultValue if missing, empty, not a number or out of range
+    /// \param defaultValue  the fallback value
+    /// \return the value; \p defaultValue if it is missing, empty, not a number or out of range
     [[nodiscard]] int ReadInt(const QString& name, int defaultValue) const;
     /// Reads an int from the element at \p path.
     /// \param path  node path of the element
@@ -244,8 +244,8 @@ public:
 
     /// Reads an unsigned int in decimal notation.
     /// \param name          name of the attribute
-    /// \param defaultValue  the value to return instead
-    /// \return \p defaultValue if missing, empty, not a number or out of range
+    /// \param defaultValue  the fallback value
+    /// \return the value; \p defaultValue if it is missing, empty, not a number or out of range
     [[nodiscard]] unsigned int ReadUInt(const QString& name, unsigned int defaultValue);
     /// Reads an unsigned int from the element at \p path.
     /// \param path  node path of the element
@@ -263,8 +263,8 @@ public:
 
     /// Reads a long in decimal notation.
     /// \param name          name of the attribute
-    /// \param defaultValue  the value to return instead
-    /// \return \p defaultValue if missing, empty, not a number or out of range
+    /// \param defaultValue  the fallback value
+    /// \return the value; \p defaultValue if it is missing, empty, not a number or out of range
     [[nodiscard]] long ReadLong(const QString& name, long defaultValue);
     /// Reads a long from the element at \p path.
     /// \param path  node path of the element
@@ -282,8 +282,8 @@ public:
 
     /// Reads an unsigned long in decimal notation.
     /// \param name          name of the attribute
-    /// \param defaultValue  the value to return instead
-    /// \return \p defaultValue if missing, empty, not a number or out of range
+    /// \param defaultValue  the fallback value
+    /// \return the value; \p defaultValue if it is missing, empty, not a number or out of range
     [[nodiscard]] unsigned long ReadULong(const QString& name, unsigned long defaultValue);
     /// Reads an unsigned long from the element at \p path.
     /// \param path  node path of the element
@@ -302,8 +302,8 @@ public:
 
     /// Reads a 64-bit integer in decimal notation.
     /// \param name          name of the attribute
-    /// \param defaultValue  the value to return instead
-    /// \return \p defaultValue if missing, empty, not a number or out of range
+    /// \param defaultValue  the fallback value
+    /// \return the value; \p defaultValue if it is missing, empty, not a number or out of range
     [[nodiscard]] long long ReadInt64(const QString& name, long long defaultValue);
     /// Reads a 64-bit integer from the element at \p path.
     /// \param path  node path of the element
@@ -321,8 +321,8 @@ public:
 
     /// Reads a floating-point number.
     /// \param name          name of the attribute
-    /// \param defaultValue  the value to return instead
-    /// \return \p defaultValue if missing, empty or not a number
+    /// \param defaultValue  the fallback value
+    /// \return the value; \p defaultValue if it is missing, empty or not a number
     [[nodiscard]] double ReadDouble(const QString& name, double defaultValue);
     /// Reads a floating-point number from the element at \p path.
     /// \param path  node path of the element
@@ -341,8 +341,8 @@ public:
 
     /// Reads a boolean: "true" or "false" in any case, or an unsigned decimal number, of which 0 is false.
     /// \param name          name of the attribute
-    /// \param defaultValue  the value to return instead
-    /// \return \p defaultValue for anything else
+    /// \param defaultValue  the fallback value
+    /// \return the value; \p defaultValue for anything else
     [[nodiscard]] bool ReadBoolean(const QString& name, bool defaultValue) const;
     /// Reads a boolean from the element at \p path.
     /// \param path  node path of the element
@@ -360,8 +360,8 @@ public:
 
     /// Reads a rectangle from the text "x,y,width,height". A part that is not a number counts as 0.
     /// \param name          name of the attribute
-    /// \param defaultValue  the value to return instead
-    /// \return \p defaultValue unless there are exactly four parts
+    /// \param defaultValue  the fallback value
+    /// \return the value; \p defaultValue unless there are exactly four parts
     [[nodiscard]] QRect ReadRect(const QString& name, const QRect& defaultValue);
     /// Reads a rectangle from the element at \p path.
     /// \param path  node path of the element
@@ -379,8 +379,8 @@ public:
 
     /// Reads a size from the text "width,height". A part that is not a number counts as 0.
     /// \param name          name of the attribute
-    /// \param defaultValue  the value to return instead
-    /// \return \p defaultValue unless there are exactly two parts
+    /// \param defaultValue  the fallback value
+    /// \return the value; \p defaultValue unless there are exactly two parts
     [[nodiscard]] QSize ReadSize(const QString& name, const QSize& defaultValue);
     /// Reads a size from the element at \p path.
     /// \param path  node path of the element
@@ -402,15 +402,15 @@ public:
     /// reads the attribute "Ui" of the element under the cursor, and returns "Language" if there is none. A
     /// call that looks like this mistake is logged in the category `qvutil`.
     /// \param name          name of the attribute
-    /// \param defaultValue  the value to return instead
-    /// \return \p defaultValue, untranslated, if missing or empty
+    /// \param defaultValue  the fallback value
+    /// \return the string; \p defaultValue, untranslated, if it is missing or empty
     [[nodiscard]] QString ReadString(const QString& name, const QString& defaultValue) const;
     /// Reads a string from the element at \p path. A text of the form tr(...) is translated, and so is the
     /// default.
     /// \param path          node path of the element
     /// \param name          name of the attribute
-    /// \param defaultValue  the value to return instead
-    /// \return Translate(\p defaultValue) if missing or empty
+    /// \param defaultValue  the fallback value
+    /// \return the string; Translate(\p defaultValue) if it is missing or empty
     [[nodiscard]] QString ReadString(const QString& path, const QString& name,
                                      const QString& defaultValue) const;
     /// Writes a string. An empty string reads back as the default. Does not mark a Settings as changed.
@@ -428,7 +428,7 @@ public:
 
     /// Reads a date and time, which is stored in UTC to the second.
     /// \param name          name of the attribute
-    /// \param defaultValue  the value to return instead
+    /// \param defaultValue  the fallback value
     /// \return the date in local time; \p defaultValue if missing or empty; an invalid QDateTime if the text
     ///         is not an ISO 8601 date
     [[nodiscard]] QDateTime ReadDate(const QString& name, const QDateTime& defaultValue) const;
@@ -448,24 +448,24 @@ public:
     /// missing. Does not mark a Settings as changed.
     /// \param path   node path of the element
     /// \param name   name of the attribute
-    /// \param value  the value, in local time, which is converted to UTC, or in UTC; see the overload above
+    /// \param value  the value, in local time or UTC; see the overload above
     void WriteDate(const QString& path, const QString& name, const QDateTime& value);
 
     /// Reads an enumeration value or a set of flags, which is stored by name.
     /// \param name          name of the attribute
-    /// \param defaultValue  the value to return instead
+    /// \param defaultValue  the fallback value
     /// \param table         \p count rows; not owned
     /// \param count         rows in \p table
     /// \param flags         whether the value is a set of flags, stored as names separated by ','
-    /// \return \p defaultValue if missing, empty or not in the table, and for every negative value
+    /// \return the value; \p defaultValue if it is missing, empty, negative or not in the table
     [[nodiscard]] int ReadEnum(const QString& name, int defaultValue, EnumValueName* table, int count,
                                bool flags);
     /// Reads an enumeration value.
     /// \param name          name of the attribute
-    /// \param defaultValue  the value to return instead
+    /// \param defaultValue  the fallback value
     /// \param table         \p count rows; not owned
     /// \param count         rows in \p table
-    /// \return \p defaultValue if missing, empty or not in the table, and for every negative value
+    /// \return the value; \p defaultValue if it is missing, empty, negative or not in the table
     [[nodiscard]] int ReadEnum(const QString& name, int defaultValue, EnumValueName* table, int count);
     /// Reads an enumeration value or a set of flags from the element at \p path.
     /// \param path  node path of the element
@@ -576,8 +576,8 @@ public:
     /// \param path  node path of the element
     /// \return the markup; empty if there is no element at \p path
     [[nodiscard]] QString ReadInnerXml(const QString& path);
-    /// Parses markup and appends it to the element's content. If the document has no root element, a root
-    /// element "Root" is created for it. Does not mark a Settings as changed.
+    /// Parses markup and appends it to the element's content. If the document has no root element, an element
+    /// "Root" is created first. Does not mark a Settings as changed.
     /// \param xml  the markup
     /// \return false, with the document unchanged, if the markup is malformed or empty, or if there is a root
     ///         element but no cursor
@@ -693,7 +693,7 @@ private:
 /// addressed by node path and name.
 ///
 /// Each change through an operation of this class marks the store as changed and saves it, unless it was
-/// saved less than 31 seconds ago. Changes within that time are written by the next change after it, by Save,
+/// saved less than 31 seconds ago. Changes within that time are written by the first later change, by Save,
 /// or by the destructor; there is no timer. The operations inherited from XmlFiler do not mark the store as
 /// changed: call MarkChanged after WriteRect, WriteDouble, WriteBuffer and so on.
 ///
@@ -715,9 +715,9 @@ private:
 /// root element, and a file with several root elements does not load.
 ///
 /// \par Failures
-/// OpenFile returns the state of the file, and GetLoadError returns why it could not be read. The category
-/// `qvutil` logs a failed save, a store that starts empty, and changes that are lost, because nothing marked
-/// the store or because another file replaced them.
+/// OpenFile returns the state of the file, and GetLoadError returns why it could not be read. Failed saves,
+/// stores that start empty, and lost changes are logged in the category `qvutil`. Changes are lost if nothing
+/// marks the store as changed, or if the content of another file replaces them.
 ///
 /// \par Threads
 /// Reentrant, like XmlFiler. Two objects with the same file are not synchronised: the last save wins.
@@ -754,8 +754,8 @@ public:
     /// Sets the file to save to, and loads it if it exists. Does not mark the store as changed.
     ///
     /// If the file does not exist, the content is kept, and an empty document gets the root \p rootName. If
-    /// the file cannot be opened, the content is kept. If it does not parse, the content is lost. Unsaved
-    /// changes are lost if the content is replaced; a lost change is logged.
+    /// the file cannot be opened, the content is kept. If it does not parse, the content is lost. If the
+    /// content is replaced, unsaved changes are lost, and the loss is logged.
     /// \param file      the file to save to
     /// \param rootName  name of a new root; "Root" if empty
     void SetFile(QString file, QString rootName);
@@ -764,12 +764,12 @@ public:
     enum class FileState {
         New, ///< the file does not exist; the first save creates it
         Loaded, ///< the file was loaded
-        SetAside, ///< the file was damaged and has been renamed to GetSetAsideFile; the store is empty
-        Unreadable, ///< the file could not be read, or not be renamed; the store is empty and has no file
+        SetAside, ///< the file was damaged and has been renamed, see GetSetAsideFile; the store is empty
+        Unreadable, ///< the file could not be read or set aside; the store is empty and has no file
     };
     /// Sets the file to save to, and replaces the content of the store with that of the file. Unless the file
-    /// is loaded, the store then holds only the root \p rootName. Unsaved changes are dropped, and a dropped
-    /// change is logged. No file is written.
+    /// is loaded, the store then holds only the root \p rootName. Unsaved changes are lost, and the loss is
+    /// logged. No file is written.
     ///
     /// A file that does not parse is renamed to "FILE.damaged", or "FILE.damaged-2" and so on if that exists,
     /// so that its content can still be rescued. A file that exists but cannot be opened or read is left
@@ -840,7 +840,7 @@ public:
     /// A failed save is logged and leaves the store marked as changed.
     /// @{
 
-    /// Marks the store as changed and saves it if due. Call it after writes that do not do so themselves,
+    /// Marks the store as changed and saves it if due. Call this after writes that do not do so themselves,
     /// such as WriteRect, WriteDouble, WriteEnum and WriteBuffer.
     void MarkChanged();
     /// Saves the store if it is marked as changed.
@@ -871,7 +871,7 @@ private:
 /// groups are not found. A unit with an empty target translates to its id, which makes missing translations
 /// visible.
 ///
-/// The first call of Translate reads the file. If SetXlfFile sets another file after that, the object has no
+/// The first call to Translate reads the file. If SetXlfFile sets another file after that, the object has no
 /// translations until ParseXlfFile is called.
 ///
 /// \par Failures
@@ -908,7 +908,7 @@ public:
     XlfTranslator& operator=(XlfTranslator&& other) noexcept;
 
     /// Sets the XLIFF file and clears all translations. Does nothing if the name is the same or differs only
-    /// in case. Unless a file was read before, the next call of Translate reads the new file.
+    /// in case. Unless a file was read before, the next call to Translate reads the new file.
     /// \param file  the XLIFF file
     void SetXlfFile(const QString& file);
     /// Reads the XLIFF file now. Its translations replace those of the same documents; translations of other

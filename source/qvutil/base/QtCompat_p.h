@@ -62,15 +62,15 @@ namespace Quorvin::Util::Internal {
         || time.contains(u'-'))
         return ReinterpretAsUtc(date);
     // Text without an offset is local time. If daylight saving time skips this hour, Qt 6.7 and newer have
-    // moved the time; parsing the text as UTC avoids that. For 24:00, keep Qt's result, the start of the next
-    // day in local time, which daylight saving time may skip too.
+    // already moved the time; parsing the text as UTC avoids that. For 24:00, keep Qt's result, the start of
+    // the next day in local time, which daylight saving time may skip too.
     const QDateTime utc = QDateTime::fromString(text + u'Z', Qt::ISODate);
     const bool isSameDay = utc.date() == QDate::fromString(text.first(kDateSize), Qt::ISODate);
     return ReinterpretAsUtc(isSameDay ? utc : date);
 }
 
 #if QT_VERSION < QT_VERSION_CHECK(6, 6, 0)
-// Before Qt 6.6, finding out the name means constructing an object, which creates semaphores and files.
+// Before Qt 6.6, only an object can report this name, and constructing one creates semaphores and files.
 [[nodiscard]] inline QString LegacyKeyFile(const QString& prefix, const QString& key)
 {
     QString letters;

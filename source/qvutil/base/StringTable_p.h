@@ -16,8 +16,9 @@
 
 namespace Quorvin::Util::Internal {
 
-/// Hashes strings for tables on hot paths. A QHash can need six times as long (see docs/benchmarks.md). Only
-/// for tables with a small maximum size: there is no seed, so an attacker can choose keys with equal hashes.
+/// Hashes strings for tables on hot paths. A QHash is several times slower there (see docs/benchmarks.md).
+/// Only for tables with a small maximum size: there is no seed, so an attacker can choose keys with equal
+/// hashes.
 struct StringHash
 {
     [[nodiscard]] size_t operator()(const QString& text) const

@@ -79,7 +79,7 @@ private:
             const Range part = mParts[level.Next++];
             if (mText.Operator(part) == 0)
                 return false;
-            // Only a bare operator can end the list early, not one that is alone in a group, with blanks
+            // Only a bare operator can end the list early, not one that is alone in a group, with white space
             // around it.
             const QStringView token = mText.View(part);
             if ((mValue && token == u'|') || (!mValue && token == u'&'))

@@ -188,8 +188,8 @@ bool BooleanExpressionText::Split(Range range, Ranges& parts, Notes* notes) cons
     return true;
 }
 
-// Returns whether a range contains no unpaired surrogate. In a text with one, nothing counts as a parenthesis
-// or an operator, because a regular expression would find nothing in it.
+// Returns whether a range contains no unpaired surrogate. If it contains one, nothing in it counts as a
+// parenthesis or an operator, because a regular expression would find nothing there.
 bool BooleanExpressionText::IsProper(Range range) const
 {
     const auto stray = std::lower_bound(mStray.cbegin(), mStray.cend(), range.Begin);

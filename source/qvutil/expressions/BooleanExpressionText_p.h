@@ -27,7 +27,7 @@ public:
     };
     using Ranges = QVarLengthArray<Range, 64>;
 
-    /// Remarks of Split for people who write expressions.
+    /// Findings of Split for people who write expressions.
     struct Notes
     {
         Ranges Dropped; ///< text that is ignored

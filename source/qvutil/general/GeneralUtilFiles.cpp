@@ -170,7 +170,7 @@ QString GeneralUtil::GetUniqueFile(const QString& folder, const QString& name, c
 
     const QString withFolder = u"%1/%2%3"_s.arg(parent);
     const QString withName = withFolder.arg(baseName);
-    // Without a placeholder in the separator, this format has none: "%%1" alone is not replaced.
+    // "_%1" becomes "_%1%_%1". Without a placeholder in the separator, this format has none either.
     return GetUniqueFile(withName.arg(ending), u"%1%%1"_s.arg(separator), QString(), true, 1);
 }
 

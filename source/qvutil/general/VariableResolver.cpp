@@ -12,7 +12,8 @@ namespace {
 
 constexpr QStringView kVariableStart = u"$(";
 
-// Folds a name such that two folded names are equal exactly if the names compare equal case-insensitively.
+// Folds a name such that two folded names are equal if and only if the names compare equal
+// case-insensitively.
 QString Folded(const QString& name)
 {
     QString folded = name;

@@ -29,7 +29,7 @@ using Internal::LocaleRecord;
 constexpr quint32 kEnglishLcid = 0x0409;
 constexpr std::size_t kNameCapacity = sizeof(LocaleRecord::Name) - 1;
 
-// The result of the most recent call of GetUserDefaultLocaleForMac.
+// The result of the most recent call to GetUserDefaultLocaleForMac.
 char cLocale[256];
 
 // A case-folded locale name as two numbers, which makes comparisons fast. The first character is the most

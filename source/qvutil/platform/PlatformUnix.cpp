@@ -49,8 +49,8 @@ bool IsModified(const struct stat& before, const struct stat& now)
 constexpr int kPollPauseMs = 2;
 
 // Waits for the lock on a file. No system has a time-out for flock, so this polls. Each holder updates the
-// file's modification time, which restarts the time-out, so that a single process that hangs causes it, but
-// not a few that take turns.
+// file's modification time, which restarts the time-out. So a single process that hangs causes a time-out,
+// but several processes that take turns do not.
 // \return 0, or what LockFile returns
 int WaitForLock(int file, int timeoutMs, QDeadlineTimer deadline)
 {
@@ -102,10 +102,10 @@ union SemaphoreArgument {
     semid_ds* Status;
 };
 
-// Returns whether a semaphore has existed for some seconds, and nobody has used it.
+// Returns whether a semaphore has existed for some seconds without being used.
 bool HasNeverBeenUsed(int semaphore)
 {
-    constexpr time_t kMinAgeS = 3; // a creator that is only slow must not find it in use
+    constexpr time_t kMinAgeS = 3; // time for a slow creator to set the value
     semid_ds status = {};
     SemaphoreArgument argument = {};
     argument.Status = &status;
@@ -119,9 +119,9 @@ bool HasEnded(pid_t process)
     return ::kill(process, 0) == -1 && errno == ESRCH;
 }
 
-// Returns whether a semaphore is taken although the last process that used it has ended. Its value is read
-// before and after that process: if both are 0 and the process is the same, nobody has used the semaphore
-// meanwhile.
+// Returns whether a semaphore is taken although the last process that used it has ended. The value is read
+// before and after looking up that process: if both values are 0 and the process is the same, nobody has used
+// the semaphore meanwhile.
 bool IsLeftByDeadProcess(int semaphore)
 {
     const auto isTaken = [semaphore] { return ::semctl(semaphore, 0, GETVAL) == 0; };
@@ -211,8 +211,8 @@ public:
         const QByteArray from = SocketPath();
         if (existing == ExistingSocket::Keep)
             return ::link(from.constData(), to.constData()) == 0; // fails if the name exists
-        // No system can rename on condition of the target's type. A file that is not a socket is replaced if
-        // it appears between these two calls.
+        // No system call renames only if the target has a certain type. A file that is not a socket is
+        // replaced if it appears between these two calls.
         struct stat there = {};
         if (::lstat(to.constData(), &there) == 0 && !S_ISSOCK(there.st_mode)) {
             errno = EEXIST;

@@ -66,7 +66,7 @@ bool ReplaceFile(const QString& path, const QByteArray& content);
 /// The result of copying an access control list.
 enum class AccessListCopy {
     Complete, ///< both files have the same list, or none
-    Failed, ///< the new file lacks the old one's list, or kept another one
+    Failed, ///< the new file lacks the old file's list, or has a different one
 };
 
 /// Copies the access control list and the extended attributes of a file as far as the user may set them.
@@ -198,7 +198,7 @@ void UnlockFile(int lock);
 /// creator has set its value, so that it stays taken if the creator is killed before that.
 /// \param keyFile  the file from which the key of the semaphore is made
 /// \return a semaphore for ReleaseSemaphore; kLockFailed if there is none, or if it belongs to another user;
-///         kLockTimedOut if another process keeps it
+///         kLockTimedOut if another process holds it
 [[nodiscard]] int TakeSemaphore(const QString& keyFile, QDeadlineTimer deadline);
 
 /// \param semaphore  the result of TakeSemaphore; does nothing if it is negative

@@ -50,7 +50,7 @@ private:
     int mDescriptor;
 };
 
-/// Repeats a system call that returns -1 while a signal interrupts it. \return its result
+/// Repeats a system call as long as a signal interrupts it. \return the result of the last call
 template <typename Call> auto RepeatWhenInterrupted(Call call)
 {
     auto result = call();

@@ -46,7 +46,7 @@ public:
         Clear(mRelative);
     }
 
-    /// Turns caching off for good, because the document can now change without a call of Invalidate.
+    /// Turns caching off for good, because the document can now change without a call to Invalidate.
     void Disable()
     {
         mIsEnabled = false;

@@ -29,7 +29,7 @@ std::optional<QStringView> FindTranslationMark(QStringView text)
         rest.chop(1);
     if (!rest.endsWith(u')'))
         return std::nullopt;
-    // No pattern matches in a text with an unpaired surrogate.
+    // A regular expression finds nothing in a text with an unpaired surrogate, so there is no mark in it.
     return text.isValidUtf16() ? std::optional(rest.sliced(1).chopped(1)) : std::nullopt;
 }
 

@@ -22,8 +22,8 @@ using namespace Qt::StringLiterals;
 namespace Quorvin::Util {
 namespace {
 
-// Parses an id. Returns nothing unless it consists of 32 lower-case hexadecimal digits, because no text has
-// such an id.
+// Parses an id. Returns nullopt for anything but 32 lower-case hexadecimal digits: the ids of all texts have
+// that form.
 template <typename Digest> std::optional<Digest> ParseId(const QString& id)
 {
     constexpr qsizetype kDigits = 16; // of 64 bits
@@ -62,7 +62,7 @@ struct Q_DECL_HIDDEN XlfTranslator::Private
 {
     using Translations = Internal::StringTable<QString>;
 
-    // A document, by the name that Translate was called with. The units share the data of the table.
+    // The translations for one context of Translate. The units share the data of the table.
     struct Context
     {
         Units ContextUnits;
@@ -78,7 +78,7 @@ struct Q_DECL_HIDDEN XlfTranslator::Private
     void Remember(const QString& text, const Digest& digest, const QString& translation);
 
     std::map<QString, Context> Contexts;
-    // The context of the last translation; most texts are of the same document as the previous one.
+    // The context of the last translation; most texts have the same context as the previous one.
     std::map<QString, Context>::iterator Last = Contexts.end();
     qsizetype RecentCount = 0;
     std::bitset<kSeenBits> Seen; // bits of the digests of all texts translated so far
@@ -95,7 +95,7 @@ void XlfTranslator::Private::Remember(const QString& text, const Digest& digest,
         Seen.set(bit);
         return;
     }
-    // Copy the characters of a string without a capacity, which may not own them.
+    // A string without a capacity may not own its characters, so copy them.
     Last->second.Recent.emplace(text.capacity() > 0 ? text : QString(text.constData(), text.size()),
                                 translation);
     ++RecentCount;

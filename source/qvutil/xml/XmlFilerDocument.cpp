@@ -42,7 +42,8 @@ void LogLoadError(const QString& name, const XmlLoadError& error)
                   qUtf16Printable(error.Text));
 }
 
-// Reads a whole file, even one that never ends. Returns nullopt, with the reason, if it cannot be read.
+// Reads a whole file. Stops at the maximum size, because a device file may never end. Returns nullopt, with
+// the reason, if the file is too large or cannot be read.
 std::optional<QByteArray> ReadAll(QFile& file, XmlLoadError& error)
 {
     constexpr qint64 kPieceSize = qint64{1024} * 1024;
@@ -152,7 +153,7 @@ bool XmlFiler::FinishLoad(bool loaded)
 {
     if (loaded)
         MoveToRoot();
-    else // Qt 6.4 keeps what it parsed before the error; parsing nothing also clears the document type
+    else // Qt 6.4 keeps what it parsed before the error; parsing an empty text also clears the document type
         static_cast<void>(mDocument.setContent(QString()));
     return loaded;
 }

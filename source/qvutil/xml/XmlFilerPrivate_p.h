@@ -12,7 +12,7 @@
 
 namespace Quorvin::Util {
 
-/// The members of an XmlFiler besides the fields of its interface.
+/// The data of an XmlFiler that is not part of its interface.
 struct XmlFiler::Private
 {
     explicit Private(const XmlFiler& filer)

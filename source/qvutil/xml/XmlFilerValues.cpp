@@ -337,8 +337,8 @@ QString XmlFiler::ReadText(const QDomElement& element, const QString& name, cons
 
 namespace {
 
-// Two texts are a name and a value or default, but callers mistake them for a path and a name. Warns if the
-// first text is the path of an element that has an attribute named by the second.
+// The forms with two texts take a name and a value or default, but some callers pass a path and a name. Warns
+// if the first text is the path of an element that has an attribute with the second as its name.
 void WarnOfPathWithoutName(const QDomElement& cursor, const QDomElement& element, const QString& first,
                            const QString& second, const char* remedy)
 {

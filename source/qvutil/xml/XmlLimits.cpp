@@ -35,7 +35,7 @@ template <typename Char> size_t SkipBlanks(Text<Char> text, size_t at)
     return at;
 }
 
-// Counts the attributes in a tag. Stops at its end, or like the parser at a character that no tag can
+// Counts the attributes in a tag. Stops at its end or, like the parser, at a character that no tag can
 // contain.
 template <typename Char> int CountAttributes(Text<Char> tag)
 {

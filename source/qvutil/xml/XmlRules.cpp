@@ -84,11 +84,11 @@ constexpr QChar LineEnd(const QString& /*text*/)
 bool IsUtf8(QByteArrayView bytes, QStringDecoder::Flag flag)
 {
     QStringDecoder decoder(QStringDecoder::Utf8, flag);
-    static_cast<void>(QString(decoder(bytes))); // the conversion to a text decodes
+    static_cast<void>(QString(decoder(bytes))); // only the conversion to QString decodes
     return !decoder.hasError();
 }
 
-// Returns the index of the first byte that is not part of a UTF-8 sequence; -1 if there is none.
+// Returns the index of the first byte that is not part of a valid UTF-8 sequence; -1 if there is none.
 qsizetype FindInvalidUtf8(const QByteArray& bytes)
 {
     using Flag = QStringDecoder::Flag;

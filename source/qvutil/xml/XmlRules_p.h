@@ -56,7 +56,7 @@ inline constexpr qint64 kMaxFileSize = qint64(1024) * 1024 * 1024;
 void WarnOfNonXmlCharacters(QStringView text);
 
 /// Configures a reader to behave like the parser of documents: without namespaces, so that an undeclared
-/// prefix is no error, and with the parser's limit for the expansion of one entity.
+/// prefix is not an error, and with the parser's limit for the expansion of one entity.
 void ConfigureXmlReader(QXmlStreamReader& reader);
 
 /// The kinds of reasons why a document does not load.
