@@ -46,7 +46,7 @@ def decades(values):
 
 
 def slope(first, second):
-    """Returns the power with which cost grows from one point to the other."""
+    """Returns the exponent with which cost grows from the first point to the second."""
     return math.log(second[1] / first[1]) / math.log(second[0] / first[0])
 
 

@@ -70,7 +70,7 @@ TREES = (
             Folder("xliff", "`xliff`", ("cli", "documents")),
             Folder("messages", "`message`: messages as files and as JSON", ("cli", "documents")),
             Folder("ipc", "`ipc`: talking to servers", ("cli", "messages")),
-            Folder("grid", "`grid`: looking at grids and cleaning them", ("cli", "ipc")),
+            Folder("grid", "`grid`: inspecting and cleaning grids", ("cli", "ipc")),
         ),
         top=("cli",),
     ),
@@ -149,7 +149,7 @@ def check_lines(tree, root, relative, text):
         name = match[2].removeprefix("qvutil/") if tree.is_library else match[2]
         if ".." in pathlib.PurePosixPath(name).parts or not (root / tree.path / name).is_file():
             if match[1] == '"':
-                yield number, f'"{match[2]}" is not a file of {tree.path}, where includes in quotes begin'
+                yield number, f'"{match[2]}" is not a file of {tree.path}; paths in quotes are relative to that folder'
             continue
         target = folder_of(tree, pathlib.PurePosixPath(name))
         if target not in allowed:

@@ -68,7 +68,7 @@ as_root()
 
 # packages_of SUBJECT SYSTEM: prints the names of the packages that a subject needs. SYSTEM is debian (also for Ubuntu)
 # or brew. The names contain no version of clang, because Debian 12 and 13 have different versions.
-# Every Debian has C.UTF-8 and a linker, but not the time zones (tzdata).
+# Every Debian system has C.UTF-8 and a linker, but not the time zones (tzdata).
 packages_of()
 {
     case "$1:$2" in

@@ -66,7 +66,7 @@ class Experiment:
 
 
 class Clock:
-    """The time for one experiment. It is over() after these seconds and at least the minimum number of attempts."""
+    """The time for one experiment, which is over after these seconds and at least the minimum number of attempts."""
 
     def __init__(self, seconds):
         self.end = time.monotonic() + seconds
@@ -96,7 +96,7 @@ class Process:
             self.changed.notify_all()
 
     def wait_for(self, start, timeout=TIMEOUT):
-        """Returns whether the program prints a line that begins with start in time."""
+        """Waits for a line that begins with start. Returns whether it was printed in time."""
         with self.changed:
             self.changed.wait_for(
                 lambda: any(line is None or line.startswith(start) for line in self.lines), timeout)
@@ -432,7 +432,7 @@ class Torture:
         """Returns attacks by name: the pieces of bytes that a peer sends, the pause in seconds after each piece, and
         the seconds that another client may have to wait.
 
-        A server that waits for nothing else drops a part of a frame that is not large. So each frame is one piece.
+        A server drops an incomplete frame unless it is large. So each small frame is sent in one piece.
         """
         noise = self.random.randbytes
         begin = b'<?xml version="1.0"?>\n<Message Id="Ask">'
@@ -525,7 +525,7 @@ class Torture:
         experiment.note = 'resident after each round: ' + ', '.join(f'{size // 1024} MiB' for size in grown)
 
     def flood_server(self, experiment, answers, is_short):
-        """Sends requests and never reads the answers, which wait in the server: its memory grows with them."""
+        """Sends requests and never reads the answers, which queue up in the server and take memory."""
         server = Process([self.peer, 'serve', 'flood'], stderr=subprocess.DEVNULL)
         if not server.wait_for('ready'):
             experiment.check(False, 'the server did not start')
@@ -545,7 +545,7 @@ class Torture:
                     experiment.check(False, f'the server stopped reading: {error}')
                     break
                 after, _ = self.memory_of(server.process)
-                # The server has read all but what waits for its owner thread, and keeps the answers.
+                # Some requests may still be queued for the owner thread; the answers to the others are in memory.
                 experiment.check(server.process.poll() is None and (after - before) * 1024 < 4 * sent + 64 * 2 ** 20,
                            f'{sent >> 20} MiB of requests: {(after - before) >> 10} MiB of memory')
         answered = self.ask('flood')
@@ -804,7 +804,7 @@ def main():
         options.report.write_text(table(experiments) + '\n')
     code = exit_code(experiments, options.strict)
     if any(experiment.failures for experiment in experiments):
-        print(f'what is left is in {torture.folder}')
+        print(f'the remaining files are in {torture.folder}')
     else:
         shutil.rmtree(torture.folder)
     return code
