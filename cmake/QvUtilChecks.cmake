@@ -18,7 +18,7 @@
 #     OPERANDS     file with the known operands, one per line; empty lines and lines that begin with '#' are
 #                  ignored
 #
-# Relative paths start at the current source folder.
+# Relative paths are relative to the current source folder.
 
 # Stops with an error unless all arguments are known, TARGET is a target, and there is a tool to run.
 macro(_qvutil_require_check function)
@@ -70,7 +70,7 @@ function(qvutil_check_xliff)
     cmake_parse_arguments(PARSE_ARGV 0 arg "" "TARGET" "FILES;DOCUMENTS;ALLOW")
     _qvutil_require_check(qvutil_check_xliff)
     if(NOT arg_FILES)
-        message(FATAL_ERROR "qvutil_check_xliff: FILES are missing")
+        message(FATAL_ERROR "qvutil_check_xliff: FILES is missing")
     endif()
     _qvutil_find_files(files ${arg_FILES})
     _qvutil_find_files(documents ${arg_DOCUMENTS})
@@ -98,7 +98,7 @@ function(qvutil_lint_expressions)
     cmake_parse_arguments(PARSE_ARGV 0 arg "" "TARGET;OPERANDS" "FILES;ATTRIBUTES;EXPRESSIONS")
     _qvutil_require_check(qvutil_lint_expressions)
     if(NOT arg_FILES AND NOT arg_EXPRESSIONS)
-        message(FATAL_ERROR "qvutil_lint_expressions: FILES or EXPRESSIONS are missing")
+        message(FATAL_ERROR "qvutil_lint_expressions: FILES or EXPRESSIONS is missing")
     endif()
     if(arg_ATTRIBUTES AND NOT arg_FILES)
         message(FATAL_ERROR "qvutil_lint_expressions: ATTRIBUTES require FILES")

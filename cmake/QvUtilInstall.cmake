@@ -1,7 +1,7 @@
 # SPDX-FileCopyrightText: 2026 The QvUtil developers
 # SPDX-License-Identifier: MIT
 
-# The install rules. The installed files can be moved to any folder, because none of them names the installation
+# The install rules. The installed files can be moved to any folder, because none of them contains the installation
 # prefix.
 #   component Runtime       the shared library, the tool, its manual page and completions, the licence
 #   component Development   headers, the static library or the link to the shared one, CMake package,
