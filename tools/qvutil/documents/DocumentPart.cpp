@@ -32,7 +32,7 @@ public:
 
     void Add(const QXmlStreamReader& node)
     {
-        const bool isBehindTarget = std::exchange(mIsAfterTarget, false);
+        const bool isAfterTarget = std::exchange(mIsAfterTarget, false);
         switch (node.tokenType()) {
         case QXmlStreamReader::StartElement:
             BeginElement(node);
@@ -41,7 +41,7 @@ public:
             EndElement();
             break;
         case QXmlStreamReader::Characters:
-            if (isBehindTarget || TakesContent())
+            if (isAfterTarget || TakesContent())
                 AppendText(node.text().toString(), node.isCDATA());
             break;
         case QXmlStreamReader::Comment:
