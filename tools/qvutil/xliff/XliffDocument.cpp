@@ -72,9 +72,14 @@ bool IsDigest(const QString& id)
            });
 }
 
+QString LanguageKey(const QString& language)
+{
+    return QString(language).replace(u'_', u'-').toLower();
+}
+
 bool IsSameLanguage(const QString& a, const QString& b)
 {
-    return QString(a).replace(u'_', u'-').compare(QString(b).replace(u'_', u'-'), Qt::CaseInsensitive) == 0;
+    return LanguageKey(a) == LanguageKey(b);
 }
 
 bool XliffUnit::IsReachable() const

@@ -23,7 +23,9 @@ namespace Quorvin::Tool {
 /// Returns whether an id consists of 32 lower-case hexadecimal digits. The library finds no unit with another
 /// id.
 [[nodiscard]] bool IsDigest(const QString& id);
-/// Compares language codes. "de-AT", "de_AT" and "DE-at" are the same language.
+/// Returns a language code in the form in which codes are compared: "de-at" for "de-AT", "de_AT" and "DE-at".
+[[nodiscard]] QString LanguageKey(const QString& language);
+/// Returns whether two language codes have the same key.
 [[nodiscard]] bool IsSameLanguage(const QString& a, const QString& b);
 
 /// Whether a unit is where the library looks for units, or the reason why not.

@@ -35,19 +35,14 @@ struct LanguagePair
     friend bool operator==(const LanguagePair&, const LanguagePair&) = default;
 };
 
-QString Normalized(const QString& language)
-{
-    return QString(language).replace(u'_', u'-').toLower();
-}
-
 /// Returns the languages that each file element names.
 QList<LanguagePair> NamedLanguages(const XliffDocument& xliff)
 {
     QList<LanguagePair> result;
     for (const XliffFile& file : xliff.GetFiles()) {
-        const QString source = Normalized(file.SourceLanguage).section(u'-', 0, 0);
+        const QString source = LanguageKey(file.SourceLanguage).section(u'-', 0, 0);
         result.append(LanguagePair{{source, file.SourceLanguage},
-                                   {Normalized(file.TargetLanguage), file.TargetLanguage}});
+                                   {LanguageKey(file.TargetLanguage), file.TargetLanguage}});
     }
     return result;
 }
