@@ -11,7 +11,6 @@
 #include <QHash>
 #include <QtEndian>
 
-#include <algorithm>
 #include <bitset>
 #include <map>
 #include <optional>
@@ -22,14 +21,12 @@ using namespace Qt::StringLiterals;
 namespace Quorvin::Util {
 namespace {
 
-// Parses an id. Returns nullopt for anything but 32 lower-case hexadecimal digits: the ids of all texts have
-// that form.
+// Parses an id. Returns nullopt for anything but a digest: the ids of all texts are digests.
 template <typename Digest> std::optional<Digest> ParseId(const QString& id)
 {
-    constexpr qsizetype kDigits = 16; // of 64 bits
-    const auto isDigit = [](QChar c) { return (c >= u'0' && c <= u'9') || (c >= u'a' && c <= u'f'); };
-    if (id.size() != 2 * kDigits || !std::all_of(id.cbegin(), id.cend(), isDigit))
+    if (!Internal::IsDigest(id))
         return std::nullopt;
+    constexpr qsizetype kDigits = 16; // of 64 bits
     const QStringView digits = id;
     return Digest{digits.first(kDigits).toULongLong(nullptr, 16),
                   digits.last(kDigits).toULongLong(nullptr, 16)};

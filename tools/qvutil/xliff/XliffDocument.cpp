@@ -6,6 +6,7 @@
 #include "cli/Failure.h"
 #include "documents/DocumentFile.h"
 #include "xliff/InlineText.h"
+#include <qvutil/general/Digest_p.h>
 #include <qvutil/platform/Platform_p.h>
 
 #include <qvutil/GeneralUtil.h>
@@ -18,6 +19,7 @@
 #include <utility>
 
 using namespace Qt::StringLiterals;
+using Quorvin::Util::Internal::IsDigest;
 
 namespace Quorvin::Tool {
 namespace {
@@ -63,13 +65,6 @@ QString DocumentKey(const QString& path)
 QString UnitId(const QString& source)
 {
     return QString::fromLatin1(Util::GeneralUtil::GetHash(source));
-}
-
-bool IsDigest(const QString& id)
-{
-    return id.size() == 32 && std::all_of(id.begin(), id.end(), [](QChar c) {
-               return (c >= u'0' && c <= u'9') || (c >= u'a' && c <= u'f');
-           });
 }
 
 QString LanguageKey(const QString& language)

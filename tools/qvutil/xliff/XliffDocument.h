@@ -20,9 +20,6 @@ namespace Quorvin::Tool {
 [[nodiscard]] QString DocumentKey(const QString& path);
 /// Returns the id under which the library finds the unit of a text: the digest of the text.
 [[nodiscard]] QString UnitId(const QString& source);
-/// Returns whether an id consists of 32 lower-case hexadecimal digits. The library finds no unit with another
-/// id.
-[[nodiscard]] bool IsDigest(const QString& id);
 /// Returns a language code in the form in which codes are compared: "de-at" for "de-AT", "de_AT" and "DE-at".
 [[nodiscard]] QString LanguageKey(const QString& language);
 /// Returns whether two language codes have the same key.

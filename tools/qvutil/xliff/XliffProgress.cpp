@@ -5,6 +5,7 @@
 
 #include "cli/Failure.h"
 #include "documents/NodeStream.h"
+#include <qvutil/general/Digest_p.h>
 
 #include <qvutil/XmlFiler.h>
 
@@ -15,6 +16,7 @@
 #include <new>
 
 using namespace Qt::StringLiterals;
+using Quorvin::Util::Internal::IsDigest;
 
 namespace Quorvin::Tool {
 namespace {
