@@ -19,7 +19,7 @@ namespace Quorvin::Util::Internal {
 // delivers a write in chunks of about 36 KiB. A frame of up to kMaxPiece bytes fits into one chunk. Larger
 // frames stay whole because
 //   - the send buffer is as large as the system allows, so that one write can take the whole frame;
-//   - such a frame is only written when nothing else is queued, so that the whole buffer is free for it;
+//   - a large frame is written only when nothing else is queued, so that the whole buffer is free for it;
 //   - the receiver drains the socket, and waits for the remainder of a large frame if the writer was
 //     evidently interrupted in the middle of a write.
 

@@ -54,7 +54,7 @@ public:
         const std::lock_guard lock(mMutex);
         mSegments.push_back(std::move(segment));
     }
-    /// Call it while the lock of the grid is held.
+    /// Call this while the lock of the grid is held.
     void Detach(const QString& gridName)
     {
         const std::lock_guard lock(mMutex);
@@ -274,7 +274,7 @@ bool IPCManager::SendMessage(const QString& id, const QVariantMap& params, bool 
         mPrivate->Server->SendMessage(id, params);
     if (mPrivate->Client)
         mPrivate->Client->SendMessage(id, params,
-                                      waitForSent); // a slot may delete client and manager meanwhile
+                                      waitForSent); // a slot may delete client and manager during the wait
     return true;
 }
 
@@ -455,7 +455,7 @@ void IPCManager::Private::CloseAll()
 }
 
 // Detaches from the registry. The last process to detach destroys the segment and its lock, which must not
-// happen while another process creates or attaches them.
+// happen while another process creates them or attaches to them.
 void IPCManager::Private::LeaveRegistry()
 {
     const QString gridName = SharedMemory->key();
@@ -474,7 +474,8 @@ void IPCManager::Private::LeaveRegistry()
     }
     segment.reset();
     AbandonedSegments::Instance().Detach(gridName);
-    // The file is only removed while it is locked: a process that waits for the lock then creates a new file.
+    // Remove the file only while it is locked: a process that waits for the lock notices this and creates a
+    // new file.
     if (lock.File >= 0 && !QSharedMemory(gridName).attach(QSharedMemory::ReadOnly))
         QFile::remove(Internal::GridLockFilePath(gridName));
     Platform::UnlockFile(lock.File);

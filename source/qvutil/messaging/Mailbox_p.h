@@ -18,7 +18,7 @@
 namespace Quorvin::Util::Internal {
 
 /// Hands items to an object that lives in another thread, in order. One event announces all items that the
-/// object has not yet taken, because an event for each costs more than most items.
+/// object has not yet taken, because an event for each item would cost more than handling most items.
 ///
 /// \par Threads
 /// Any thread can call Add. Everything else is for the receiver's thread only.
@@ -37,7 +37,7 @@ public:
     {
         const std::lock_guard lock(mLock);
         mReceiver = receiver;
-        mIsAnnounced = false; // an event that was posted before Close may not arrive
+        mIsAnnounced = false; // an event that was posted before Close might never arrive
         if (!mItems.empty())
             Announce();
     }
@@ -51,7 +51,7 @@ public:
         mItems.push_back(std::move(item));
         Announce();
     }
-    /// Appends all items to \p taken. The next item, or Announce, posts an event again.
+    /// Appends all items to \p taken. The next Add or CallAgain posts an event again.
     template <typename Container> void TakeAll(Container& taken)
     {
         std::vector<Item> items;

@@ -104,8 +104,8 @@ bool MessageClient::WaitForConnection(int timeoutMs)
 {
     if (!IsConnected())
         return !IsWaiting() && WaitFor(Wait::Goal::Connection, timeoutMs);
-    // Announce the connection now if that is still queued: later, it would end the wait for the answer to the
-    // first request.
+    // Announce the connection now if it is still queued: announced later, it would end the wait for the
+    // answer to the first request.
     if (!mConnected)
         mThread->AnnounceArrivals();
     return true;

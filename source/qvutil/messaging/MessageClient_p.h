@@ -54,7 +54,7 @@ public:
     bool ConnectToServer(const QString& name, QIODeviceBase::OpenMode mode);
     /// Thread-safe. \return whether there is a connection; after DisconnectFromServer, whether there was one
     [[nodiscard]] bool IsConnected() const;
-    /// Waits for the connection. When it returns true, the signal Connected has been emitted.
+    /// Waits for the connection. If this returns true, the signal Connected has been emitted.
     /// \param timeoutMs  in milliseconds; if negative, there is no time-out
     /// \return false after the time-out, or if another wait is running
     bool WaitForConnection(int timeoutMs);
@@ -82,7 +82,7 @@ public:
 Q_SIGNALS:
     /// A message arrived that is not an answer.
     void MessageReceived(const QString& id, const QVariantMap& paramMap);
-    /// A message should be sent.
+    /// Passes a message to the worker thread, which sends it.
     void NewOutgoingMessage(const MessageInfo& msg);
     void Connected(QString name);
     void Disconnected(QString name);
@@ -151,7 +151,7 @@ private:
     void FlushSentNotifications();
 
     // Sent messages that are not yet announced. They are announced in batches, because waking the owner
-    // thread for each costs more than sending one.
+    // thread for each message costs more than sending it.
     QMutex mSentLock; // guards the next three
     QList<MessageInfo> mSent;
     bool mIsFlushPosted = false; // whether an event for the owner thread is posted
@@ -201,7 +201,7 @@ public Q_SLOTS:
     void Error(QLocalSocket::LocalSocketError e);
 
 protected:
-    /// Sends what other threads have handed over.
+    /// Sends the messages that other threads have handed over.
     void customEvent(QEvent* event) override;
 
 private:

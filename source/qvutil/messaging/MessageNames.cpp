@@ -9,7 +9,7 @@ using namespace Qt::StringLiterals;
 
 namespace Quorvin::Util {
 
-// These literals need no constructor at run time, so that the order of initialisation does not matter.
+// These literals need no constructor at run time, so the order of initialisation does not matter.
 const QString kParamNeedResponse = u"NeedResponse"_s; // clazy:exclude=non-pod-global-static
 const QString kMsgResponse = u"Response"_s; // clazy:exclude=non-pod-global-static
 const QString kPropertyNode = u"Param"_s; // clazy:exclude=non-pod-global-static

@@ -224,8 +224,8 @@ bool MessageServerWorker::Start(const QString& name)
     return true;
 }
 
-// Not QLocalServer::listen(name): closing such a server removes whatever file then has the name, even the
-// socket of a successor.
+// Not QLocalServer::listen(name): closing such a server would remove whatever file has the name by then, even
+// the socket of a successor.
 bool MessageServerWorker::Listen(Platform::ExistingSocket existing)
 {
     const Platform::ListeningSocket socket = Platform::ListenAt(Internal::GetSocketPath(mName), existing);
@@ -253,7 +253,7 @@ void MessageServerWorker::SetEndpoint(const std::optional<Platform::FileIdentity
 }
 
 // Without its socket file, a server keeps running, but nobody can connect. QLocalServer stops listening when
-// it cannot accept a client, for example because the process has no file descriptor left.
+// it cannot accept a client, for example because the process has run out of file descriptors.
 void MessageServerWorker::CheckEndpoint()
 {
     const bool isOpen = mLocalServer->socketDescriptor() != -1;

@@ -73,9 +73,9 @@ public:
 Q_SIGNALS:
     /// A message arrived that needs no answer.
     void MessageReceived(const QString& id, const QVariantMap& paramMap);
-    /// A message should be sent.
+    /// Passes a message to the worker thread, which sends it.
     void NewOutgoingMessage(const MessageInfo& msg);
-    /// A client connected, and displaced the previous one.
+    /// A client connected, and displaced the previous client, if there was one.
     void Connected(QLocalSocket* socket);
     /// A client disconnected.
     void Disconnected(QLocalSocket* socket);
@@ -160,7 +160,7 @@ public Q_SLOTS:
     void NewOutgoingMessage(const MessageInfo& msg);
 
 protected:
-    /// Sends what other threads have handed over.
+    /// Sends the messages that other threads have handed over.
     void customEvent(QEvent* event) override;
 
 private:

@@ -77,8 +77,8 @@ public:
     /// \param socket  a connected socket; becomes the parent
     explicit MessageWriter(QLocalSocket* socket);
 
-    /// Writes messages at once, or queues each until a single write can take it. Several small ones are
-    /// written together: a write costs more than most messages.
+    /// Writes messages at once, or queues each until a single write can take it. Several small messages are
+    /// written together, because each write is expensive.
     void Write(std::span<const MessageInfo> messages);
 
 Q_SIGNALS:

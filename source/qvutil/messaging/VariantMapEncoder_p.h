@@ -51,7 +51,8 @@ public:
     /// Writes one element per entry under the filer's current node.
     void WriteVariantMap(const QVariantMap& map, XmlFiler& filer) const;
     /// Reads the elements under the filer's current node into \p map. Elements without a name are skipped,
-    /// unreadable values are invalid, and of elements with the same name the last is used.
+    /// malformed values become invalid QVariants, and the last of several elements with the same name is
+    /// used.
     void ReadVariantMap(XmlFiler& filer, QVariantMap& map) const;
     /// Writes a value, but not its type, into the filer's current element.
     void WriteVariant(const QVariant& value, XmlFiler& filer) const;
