@@ -259,7 +259,7 @@ int main(int argc, char* argv[])
         u"10000"_s);
     const QCommandLineOption limit(u"limit"_s, u"Assume that the system limits send buffers to this size."_s,
                                    u"bytes"_s, QString::number(kUsualLimit));
-    const QCommandLineOption busy(u"busy"_s, u"Keep all processors busy meanwhile."_s);
+    const QCommandLineOption busy(u"busy"_s, u"Keep all processors busy while measuring."_s);
     parser.addOptions({serve, messages, limit, busy});
     parser.process(application);
     if (parser.isSet(serve))

@@ -4,7 +4,7 @@
 // A program that starts and ends. measure_Growth measures how long that takes with the library, and without
 // it.
 //
-//   measure_Start             makes an application object
+//   measure_Start             creates an application object
 //   measure_Start manager     starts a server with an IPCManager as well
 
 #include <QCoreApplication>

@@ -5,10 +5,10 @@
 
     compare.py --before FILE... --after FILE... [--instructions-before FILE --instructions-after FILE] [--fail]
 
-Each file is the output of one run of one program; the runs of the two revisions should alternate. For each benchmark,
-a Mann-Whitney U test shows how likely such a difference is by chance, and a bootstrap estimates an interval for the
-ratio of the medians. A benchmark counts as slower or faster if the p value is below 1 % after Holm's correction for
-the number of benchmarks, and the whole interval is more than 2 % away from 1. With --fail, the exit code is 1 if a
+Each file is the output of one run of one program; the runs of the two revisions should alternate. For each benchmark, a
+Mann-Whitney U test shows how likely such a difference would be by chance alone, and a bootstrap estimates an interval
+for the ratio of the medians. A benchmark counts as slower or faster if the p value is below 1 % after Holm's correction
+for the number of benchmarks, and the whole interval is more than 2 % away from 1. With --fail, the exit code is 1 if a
 benchmark is slower, or if a hot path needs more than 4 % more instructions.
 
 Google Benchmark's own compare.py has the U test, but no interval and no exit code.

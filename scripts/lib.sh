@@ -182,8 +182,8 @@ use_ccache()
 # A script that builds no tests sets this to OFF, so that the packages for tests are not needed.
 with_tests=ON
 
-# configure PRESET: makes the build tree of a preset if it does not exist. If a script without tests made it, adds the
-# tests. The build regenerates itself when the CMake files change.
+# configure PRESET: creates the build tree of a preset if it does not exist. If a script without tests has created it,
+# adds the tests. The build regenerates itself when the CMake files change.
 configure()
 {
     use_ccache

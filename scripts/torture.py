@@ -4,10 +4,10 @@
 
 """Mistreats programs that use the library and counts how often its promises hold; scripts/torture calls this.
 
-Each experiment is one kind of mistreatment, repeated until its share of the time is over, and at least a minimum number
-of times. The table at the end shows how often each promise was tested and how often it held; docs/reliability.md
+Each experiment is one kind of mistreatment, repeated until its share of the time is used up, and at least a minimum
+number of times. The table at the end shows how often each promise was tested and how often it held; docs/reliability.md
 explains it. If the system does not allow an experiment, the table gives the reason. The exit code is 1 if a promise did
-not hold; with --strict, also if an experiment was left out.
+not hold; with --strict, also if an experiment was skipped.
 """
 
 import argparse
@@ -66,7 +66,7 @@ class Experiment:
 
 
 class Clock:
-    """The time for one experiment, which is over after these seconds and at least the minimum number of attempts."""
+    """The time for one experiment. It ends after these seconds, but not before the minimum number of attempts."""
 
     def __init__(self, seconds):
         self.end = time.monotonic() + seconds
@@ -217,7 +217,7 @@ class Torture:
         return found, ''
 
     def attempts(self, calls, experiment, seconds):
-        """Yields for each call one error and a kill, then further errors until the time is over."""
+        """Yields one error and one kill for each call, then further errors until the time is up."""
         clock = Clock(seconds)
         first = [(name, before, f'error={self.random.choice(self.ERRORS)}') for name, before in calls]
         first += [(name, before, 'signal=KILL') for name, before in calls]
@@ -717,7 +717,7 @@ class Torture:
     NAMES = ('kills', 'calls', 'stores', 'disk', 'limits', 'saves', 'attacks', 'answers', 'storm', 'hang')
 
     def run(self, seconds, is_short, only=None):
-        """Runs all experiments, or only the one of this name, which then has all of the time."""
+        """Runs all experiments, or only the one with this name, which then gets all of the time."""
         experiments = []
 
         def do(name, row, operation, share, *arguments):
@@ -764,7 +764,7 @@ def table(experiments):
 
 
 def exit_code(experiments, is_strict):
-    """Prints what did not hold or was left out."""
+    """Prints the promises that did not hold and the experiments that were skipped."""
     failures = sum(len(experiment.failures) for experiment in experiments)
     if failures:
         print(f'{failures} did not hold')
@@ -781,7 +781,7 @@ def main():
     parser.add_argument('--tool', help='the program qvutil')
     parser.add_argument('--seconds', type=float, default=300)
     parser.add_argument('--seed', default=str(time.time_ns()))
-    parser.add_argument('--short', action='store_true', help='a quarter of the minimum of each experiment')
+    parser.add_argument('--short', action='store_true', help='run a quarter of the minimum number of attempts')
     parser.add_argument('--strict', action='store_true', help='fail if an experiment could not be tried')
     parser.add_argument('--only', choices=Torture.NAMES, help='run this experiment alone')
     parser.add_argument('--report', type=pathlib.Path, help='file for the table')

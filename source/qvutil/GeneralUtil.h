@@ -282,7 +282,8 @@ public:
     static bool ReadAllLines(const QString& path, QStringList& lines);
     /// Writes a text file in UTF-8, replacing an existing one. The write is not atomic.
     /// \param path   the file
-    /// \param lines  the lines, each of which is followed by a line feed; an empty list makes an empty file
+    /// \param lines  the lines, each of which is followed by a line feed; an empty list produces an empty
+    ///               file
     /// \return false if the file cannot be opened; a later failure, such as a full disk, is not reported
     static bool WriteAllLines(const QString& path, const QStringList& lines);
 

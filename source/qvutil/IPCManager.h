@@ -70,8 +70,8 @@ struct ProcessInfo
 /// owner thread.
 ///
 /// \par Waiting
-/// Operations that wait run an event loop that excludes user input. Slots and responders are called
-/// meanwhile. They may send messages, disconnect, stop the server, or delete the manager. If they call an
+/// Operations that wait run an event loop that excludes user input. Slots and responders are called during
+/// the wait. They may send messages, disconnect, stop the server, or delete the manager. If they call an
 /// operation that would have to wait as well, it returns at once: SendMessage returns true, the others return
 /// false. If the application or the thread quits, the wait ends. With exit code 0, its result is then true
 /// although nothing has arrived.
@@ -118,9 +118,9 @@ public:
     ///
     /// StartServer does not wait for this; the result becomes true shortly afterwards, without a signal. If
     /// the socket file is deleted, the result is false until the server listens again some seconds later. If
-    /// a client cannot be accepted, for example because the process has no file descriptor left, the server
-    /// stops listening and begins again some seconds later; the result may still be true meanwhile. If
-    /// another server or another file has taken the name, the result stays false. A connected client stays
+    /// a client cannot be accepted, for example because the process has run out of file descriptors, the
+    /// server stops listening and begins again some seconds later; until then, the result may still be true.
+    /// If another server or another file has taken the name, the result stays false. A connected client stays
     /// connected in all these cases.
     /// \return false if the server is not started, does not listen yet, or cannot listen on its name, or if
     ///         its socket file is gone
@@ -181,7 +181,7 @@ public:
     ///                    no client
     /// \param timeoutMs   in milliseconds; if negative, 30 seconds
     /// \return false if there is no connection, no answer arrived in time, or another wait is running. If the
-    ///         connection is lost and restored meanwhile, the result is true, without an answer.
+    ///         connection is lost and restored during the wait, the result is true, without an answer.
     bool SendMessageAndGetResponse(const QString& serverName, const QString& id, const QVariantMap& params,
                                    QVariantMap& response, int timeoutMs);
     /// Registers an object that answers the requests that reach the server. The server need not be started.

@@ -33,8 +33,8 @@ public:
     /// @{
 
     /// Removes white space from both ends of every entry.
-    /// \param list  the list, changed in place; an entry of white space alone becomes empty and stays in the
-    ///              list
+    /// \param list  the list, changed in place; an entry that contains only white space becomes empty but is
+    ///              kept
     static void Trim(QStringList& list);
     /// Removes all leading occurrences of a character. White space is not treated specially.
     /// \param text  the text, changed in place

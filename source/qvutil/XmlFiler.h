@@ -871,8 +871,8 @@ private:
 /// groups are not found. A unit with an empty target translates to its id, which makes missing translations
 /// visible.
 ///
-/// The first call to Translate reads the file. If SetXlfFile sets another file after that, the object has no
-/// translations until ParseXlfFile is called.
+/// The first call to Translate reads the file. If SetXlfFile sets a different file after that, the object has
+/// no translations until ParseXlfFile is called.
 ///
 /// \par Failures
 /// A file that is missing, malformed or without translations is logged in the category `qvutil`, and texts

@@ -63,7 +63,7 @@ constexpr NameKey MakeKey(const LocaleRecord& record)
     return key;
 }
 
-// Returns the key of any text; nullopt if no locale can have such a name.
+// Returns the key of any text; nullopt if no locale can have this name.
 std::optional<NameKey> MakeKey(QStringView name)
 {
     const auto length = static_cast<std::size_t>(name.size());

@@ -130,7 +130,7 @@ QStringList GetLoadedLibraries()
     QStringList paths;
     const uint32_t count = _dyld_image_count();
     for (uint32_t i = 0; i < count; ++i) {
-        // If another thread unloads an image meanwhile, the loader returns null.
+        // If another thread unloads an image during the loop, the loader returns null.
         const mach_header* const header = _dyld_get_image_header(i);
         const char* const name = _dyld_get_image_name(i);
         if (header != nullptr && header->filetype == MH_DYLIB && name != nullptr)

@@ -121,7 +121,7 @@ bool HasEnded(pid_t process)
 
 // Returns whether a semaphore is taken although the last process that used it has ended. The value is read
 // before and after looking up that process: if both values are 0 and the process is the same, nobody has used
-// the semaphore meanwhile.
+// the semaphore in between.
 bool IsLeftByDeadProcess(int semaphore)
 {
     const auto isTaken = [semaphore] { return ::semctl(semaphore, 0, GETVAL) == 0; };
@@ -156,7 +156,7 @@ FileIdentity IdentityOf(const struct stat& file)
 //
 // If the folder around it is shared and not sticky, another user can replace this folder with a link, which
 // would lead to other files of this user. So each step checks that the path still leads to this folder, and
-// only a file that this object has made is changed or removed. (A descriptor of the folder would be safer,
+// only a file that this object has created is changed or removed. (A descriptor of the folder would be safer,
 // but a server must be able to listen again when the process has only one descriptor left.)
 class PrivateFolder
 {

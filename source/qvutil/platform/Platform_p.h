@@ -196,7 +196,7 @@ void UnlockFile(int lock);
 ///
 /// A semaphore that no living process can release is reset. For example, a new semaphore is taken until its
 /// creator has set its value, so that it stays taken if the creator is killed before that.
-/// \param keyFile  the file from which the key of the semaphore is made
+/// \param keyFile  the file from which the key of the semaphore is derived
 /// \return a semaphore for ReleaseSemaphore; kLockFailed if there is none, or if it belongs to another user;
 ///         kLockTimedOut if another process holds it
 [[nodiscard]] int TakeSemaphore(const QString& keyFile, QDeadlineTimer deadline);

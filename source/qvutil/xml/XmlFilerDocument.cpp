@@ -184,7 +184,7 @@ QString XmlFiler::SaveAsXmlString()
 
 bool XmlFiler::IsEmpty() const
 {
-    // A root element without attributes and content counts too.
+    // A document with an empty root element is not empty.
     return mDocument.documentElement().isNull();
 }
 
