@@ -67,7 +67,7 @@ private:
     qsizetype mMaxWholeFrame;
     QQueue<QByteArray> mPieces;
     qint64 mQueuedBytes = 0;
-    QElapsedTimer mQueuedSince; // when the current first piece became the first
+    QElapsedTimer mQueuedSince; // when the current first piece moved to the front
     // Only active while pieces are queued: no system reports when the receiver has read the last byte.
     QTimer mTimer;
 };

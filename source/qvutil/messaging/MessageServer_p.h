@@ -138,7 +138,7 @@ public:
     void UseMailbox(Internal::Mailbox<MessageInfo>& outgoing);
     using EndpointObserver = std::function<void(const std::optional<Platform::FileIdentity>&)>;
     /// \param announce  called in the worker thread with the file of each socket that the worker listens on;
-    ///                  with nullopt when it stops listening because of an error
+    ///                  and with nullopt when the worker stops listening because of an error
     void SetEndpointObserver(EndpointObserver announce);
     /// Resumes reading after \p window was full.
     void ResumeReading();

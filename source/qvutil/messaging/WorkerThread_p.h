@@ -58,10 +58,10 @@ protected:
 
     /// Counts what is queued for the owner thread.
     [[nodiscard]] DeliveryWindow& Window() { return mWindow; }
-    /// Sets the worker. Worker thread only; call it before the worker reads.
+    /// Sets the worker. Worker thread only; call this before the worker reads.
     /// \param read  called in the worker thread when it should resume reading
     void SetReader(QObject* worker, const std::function<void()>& read);
-    /// Messages to be sent. The worker opens it.
+    /// The mailbox for messages to be sent. The worker opens it.
     [[nodiscard]] Mailbox<MessageInfo>& Outgoing() { return mOutgoing; }
 
 private:
