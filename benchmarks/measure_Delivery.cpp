@@ -40,7 +40,7 @@ constexpr int kAnswerTimeoutMs = 600'000;
 // The send buffer limit of most systems.
 constexpr int kUsualLimit = 212'992;
 
-// In KiB; the last two exceed the usual limit.
+// In KiB; the last two do not fit into the usual send buffer.
 constexpr std::array kSizes = {1, 4, 16, 32, 36, 40, 64, 128, 192, 256, 512, 1024};
 constexpr int kAlwaysWhole = 256;
 

@@ -6,8 +6,8 @@
 //
 //   chart,contestant,x,y
 //
-//   measure_Growth [CHART...]         measures for these charts, or for all
-//   measure_Growth --serve NAME       runs the other process of the charts about messages
+//   measure_Growth [CHART...]         measures for these charts; default: for all charts
+//   measure_Growth --serve NAME       runs the other process for the message charts
 //   measure_Growth --memory           measures memory
 
 #include "BooleanExpressionEvaluator.h"
@@ -59,8 +59,8 @@ void Print(const char* chart, const char* contestant, double x, double y)
     std::fflush(stdout);
 }
 
-// Returns the median of five times, in seconds. An operation shorter than 20 ms is repeated for each. The
-// first run, which finds cold caches, does not count.
+// Returns the median of five times, in seconds. An operation shorter than 20 ms is repeated in each
+// measurement. The first run does not count, because the caches are cold.
 double Time(const std::function<void()>& run)
 {
     constexpr qint64 kEnoughNs = 20'000'000;

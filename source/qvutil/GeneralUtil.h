@@ -130,8 +130,8 @@ public:
     /// Makes a path absolute.
     /// \param path        the path; one that begins with a single '/' and has no ':' counts as relative
     /// \param base        the folder that \p path is relative to, or a file in that folder
-    /// \param baseIsFile  whether \p base is a file; if it is relative, it is resolved against the current
-    ///                    folder
+    /// \param baseIsFile  whether \p base is a file; if so, a relative \p base is resolved against the
+    ///                    current folder
     /// \return the path below the base folder, cleaned by QDir::cleanPath; if \p path is absolute, \p path
     ///         itself, cleaned in the same way
     [[nodiscard]] static QString RelativeToAbsolutePath(const QString& path, const QString& base,
@@ -185,8 +185,8 @@ public:
     ///     = GeneralUtil::GetFiles(folder, u"*.log|*.txt"_s, QDir::Files | QDir::NoSymLinks, true);
     /// \endcode
     ///
-    /// \param folder     the folder. If \p filter is empty it may be a file: its name is then the pattern,
-    ///                   and the folder that contains it is listed.
+    /// \param folder     the folder. If \p filter is empty, \p folder may be a file: the name of the file is
+    ///                   then the pattern, and the folder that contains it is listed.
     /// \param filter     wildcard patterns separated by '|', as for QDir::entryList; empty for "*"
     /// \param filters    what to list. With \p recursive, the patterns apply to files only, and QDir::Dirs or
     ///                   QDir::AllDirs adds every sub-folder. Otherwise QDir::Dirs also lists "." and "..",

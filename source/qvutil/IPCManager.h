@@ -73,7 +73,7 @@ struct ProcessInfo
 /// Operations that wait run an event loop that excludes user input. Slots and responders are called during
 /// the wait. They may send messages, disconnect, stop the server, or delete the manager. If they call an
 /// operation that would have to wait as well, it returns at once: SendMessage returns true, the others return
-/// false. If the application or the thread quits, the wait ends. With exit code 0, its result is then true
+/// false. If the application or the thread quits, the wait ends. With exit code 0, the wait then returns true
 /// although nothing has arrived.
 /// \since QvUtil 1.0
 class QVUTIL_EXPORT IPCManager : public QObject
@@ -86,7 +86,7 @@ public:
     /// \param parent  owns and deletes the manager, and must live in the same thread; may be null
     explicit IPCManager(QObject* parent);
     /// Leaves the grid, stops the server and disconnects. Waits for the worker threads to end, as StopServer
-    /// does, and for 5 seconds at most for the lock of the grid.
+    /// does, and up to 5 seconds for the lock of the grid.
     ~IPCManager() override;
     Q_DISABLE_COPY_MOVE(IPCManager)
 
@@ -96,8 +96,9 @@ public:
     /// Starts the server. Does nothing if it is running.
     ///
     /// This operation does not wait until the server listens; IsServerListening returns whether it does. If
-    /// it cannot listen, a line is logged in the category "qvutil", and no client can connect. Each start
-    /// connects the signals again: after StopServer and a second start, every message is announced twice.
+    /// the server cannot listen, a line is logged in the category "qvutil", and no client can connect. Each
+    /// start connects the signals again: after StopServer and a second start, every message is announced
+    /// twice.
     /// \param serverName  the name; if another server has it, that server loses it. A file that is not a
     ///                    socket is not replaced, and no client can then connect.
     /// \param mode        with ReadOnly, messages and connections are announced by signals. With WriteOnly,

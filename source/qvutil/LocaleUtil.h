@@ -51,8 +51,8 @@ public:
 
     /// @}
     /// \name Current user
-    /// The system is queried at each call. On Linux, the first non-empty of LC_ALL, LC_MESSAGES and LANG is
-    /// used.
+    /// The system is queried at each call. On Linux, the first of the variables LC_ALL, LC_MESSAGES and LANG
+    /// that is not empty is used.
     /// @{
 
     /// Returns the identifier of the user's locale, on every supported system.

@@ -429,8 +429,8 @@ public:
     /// Reads a date and time, which is stored in UTC to the second.
     /// \param name          name of the attribute
     /// \param defaultValue  the fallback value
-    /// \return the date in local time; \p defaultValue if missing or empty; an invalid QDateTime if the text
-    ///         is not an ISO 8601 date
+    /// \return the date in local time; \p defaultValue if it is missing or empty; an invalid QDateTime if the
+    ///         text is not an ISO 8601 date
     [[nodiscard]] QDateTime ReadDate(const QString& name, const QDateTime& defaultValue) const;
     /// Reads a date and time from the element at \p path.
     /// \param path  node path of the element

@@ -85,7 +85,7 @@ QChar VariableResolver::Take()
 }
 
 // Finds the next ')' or white space in mRest. As mRest is reversed, searches from an index downwards. Returns
-// -1 if there is none. Each character is searched only once, because the result stays valid until the text
+// -1 if there is none. Each character is examined only once, because the result stays valid until the text
 // before the stop is consumed: a value always replaces all characters up to the stop.
 qsizetype VariableResolver::FindStop(qsizetype from)
 {

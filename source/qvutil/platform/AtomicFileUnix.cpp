@@ -236,7 +236,7 @@ bool SetError(int error)
 int ReplaceRegularFile(const QByteArray& target, const FileDescriptor& old, const QByteArray& content)
 {
     TemporaryFile file;
-    // Nobody else may read the new content before it has the permissions of the old file.
+    // Nobody else may read the new file before it has the permissions of the old one.
     int error = file.Open(target, old.IsOpen() ? 0600 : 0666);
     if (error == 0)
         error = file.Write(content);

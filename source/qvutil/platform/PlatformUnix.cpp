@@ -152,7 +152,8 @@ FileIdentity IdentityOf(const struct stat& file)
     return {static_cast<quint64>(file.st_dev), static_cast<quint64>(file.st_ino)};
 }
 
-// A folder beside a path, for one socket. Only this user can access it. Destroying the object removes both.
+// A folder beside a path, for one socket. Only this user can access it. Destroying the object removes folder
+// and socket.
 //
 // If the folder around it is shared and not sticky, another user can replace this folder with a link, which
 // would lead to other files of this user. So each step checks that the path still leads to this folder, and
