@@ -59,7 +59,7 @@ char* WriteBase64(QByteArrayView bytes, char* text)
 {
     const char* in = bytes.data();
     qsizetype left = bytes.size();
-    // Encodes two groups of three bytes at a time, from eight.
+    // Encodes two groups of three bytes at a time. Each step reads eight bytes.
     for (; left >= 8; left -= 6, in += 6) {
         const auto eight = qFromBigEndian<quint64>(in);
         for (const int shift : {52, 40, 28, 16})

@@ -28,8 +28,8 @@ namespace Quorvin::Util::Internal {
 /// Size of the shared memory, in bytes.
 inline constexpr int kRegistrySize = 8192;
 
-/// Reads the members from the bytes of a registry. If the count or the length of a name exceeds the data,
-/// returns the members that precede it.
+/// Reads the members from the bytes of a registry. If the count, or the length of a name, exceeds the data,
+/// returns the members up to that point.
 [[nodiscard]] QList<ProcessInfo> ParseRegistry(const QByteArray& image);
 /// Returns the bytes of a registry with these members; longer than kRegistrySize if they do not fit.
 [[nodiscard]] QByteArray FormatRegistry(const QList<ProcessInfo>& processes);

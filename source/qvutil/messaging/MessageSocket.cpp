@@ -23,7 +23,7 @@ namespace {
 // Stop draining after this many bytes, even if more arrive.
 constexpr qsizetype kMaxBytes = qsizetype(4) * 1024 * 1024;
 
-// Drop an unfinished frame above this size: no system delivers a larger frame whole.
+// Drop an unfinished frame that is larger than this: no system delivers it whole.
 constexpr qsizetype kMaxFrameBytes = 2 * qsizetype(kRequestedSendBuffer);
 
 // Time-out for the remainders of all large frames in one call, however often a few bytes arrive. It is short,

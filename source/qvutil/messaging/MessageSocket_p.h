@@ -66,7 +66,7 @@ void Drain(ByteSource& source, QByteArray& bytes);
     return user == own || user == 0;
 }
 
-/// Returns whether the process at the other end belongs to the same user or to root, or its user is unknown.
+/// Returns whether the peer belongs to the same user or to root; also true if its user is unknown.
 [[nodiscard]] bool IsTrustedPeer(const QLocalSocket& socket);
 
 /// Writes messages to a socket, whole and in order.

@@ -59,7 +59,7 @@ template <typename View> int FindTypeId(View name)
 
 QLatin1StringView TypeName(int typeId)
 {
-    // All types that can be sent are found here.
+    // This covers all types that can be sent.
     if (typeId >= 0 && typeId <= kLastPlainId)
         return kTypes[static_cast<size_t>(typeId)].Name;
     const auto row = std::ranges::lower_bound(kTypes, typeId, {}, &TypeRow::Id);

@@ -41,7 +41,7 @@ class VariantMapEncoder final
 public:
     /// Returns a document: a root "Data" with an element for each entry.
     [[nodiscard]] QString Encode(const QVariantMap& map) const;
-    /// Reads the result of Encode into \p map, without removing other entries. Anything else is ignored.
+    /// Reads the result of Encode into \p map, without removing other entries. Any other document is ignored.
     void Decode(const QString& xml, QVariantMap& map) const;
     /// Same as WriteVariantMap.
     void Encode(const QVariantMap& map, XmlFiler& filer) const;
