@@ -35,7 +35,7 @@ QString SiblingName(int level, int index)
     return u"Node%1x%2"_s.arg(level).arg(index);
 }
 
-// Four levels. At each, the element on the path is in the middle of its siblings.
+// Four levels. At each level, the element on the path is in the middle of its siblings.
 constexpr int kLevels = 4;
 
 QStringList PathSteps(int siblings)

@@ -242,7 +242,7 @@ int Serve(const QString& name)
     return QCoreApplication::exec();
 }
 
-// The two processes.
+// A client in this process, and a server in another process.
 class Link
 {
 public:
@@ -352,7 +352,7 @@ void Expressions()
     }
 }
 
-// The programs whose start is measured.
+// The programs whose start-up is measured.
 struct StartedProgram
 {
     const char* Figure;

@@ -36,7 +36,7 @@ def median(values):
 
 
 def u_statistic(before, after):
-    """Returns the number of pairs in which the value of after is larger; a tie counts a half."""
+    """Returns the number of pairs in which the value of after is larger; a tie counts as a half."""
     return sum((a > b) + 0.5 * (a == b) for a in after for b in before)
 
 
@@ -60,7 +60,7 @@ def exact_p(u, m, n):
 
 
 def normal_p(u, before, after):
-    """Returns the same from the normal approximation, corrected for ties and continuity."""
+    """Returns the p value of U from the normal approximation, corrected for ties and continuity."""
     m, n = len(before), len(after)
     total = m + n
     sizes = defaultdict(int)
@@ -84,7 +84,7 @@ def mann_whitney(before, after):
 
 
 def ratio_interval(before, after, seed=1):
-    """Returns the interval that holds 99 % of the ratios of the medians of random resamples."""
+    """Returns the interval that contains 99 % of the ratios of the medians of random resamples."""
     chance = random.Random(seed)
     ratios = sorted(median(chance.choices(after, k=len(after))) / median(chance.choices(before, k=len(before)))
                     for _ in range(RESAMPLES))

@@ -7,7 +7,7 @@
     links.py HTML_FOLDER
 
 The handbook links to examples and sources in the repository, and to headings of its pages; Doxygen does not resolve
-these links. This script copies the files into HTML_FOLDER, replaces a link to a folder by one to its main.cpp or
+these links. This script copies the files into HTML_FOLDER, replaces a link to a folder with one to its main.cpp or
 CMakeLists.txt, and adds the files to the project file of the help collection. The exit code is 1 if a link or a picture
 leads nowhere.
 """

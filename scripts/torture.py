@@ -270,7 +270,7 @@ class Torture:
                 experiment.check(not problem, f'{attempt}, {"old file" if old else "no file"}: {problem}')
 
     def fail_settings(self, experiment, seconds):
-        """A store that could not be read must not be overwritten."""
+        """Checks that a store that could not be read is not overwritten."""
         if not shutil.which('strace'):
             experiment.cut_short('strace is not installed')
             return
@@ -464,7 +464,7 @@ class Torture:
 
     @staticmethod
     def memory_of(process):
-        """Returns the present and the peak memory of a process in KiB, or zeros if it has ended."""
+        """Returns the current and the peak memory of a process in KiB, or zeros if it has ended."""
         status = pathlib.Path(f'/proc/{process.pid}/status')
         values = dict(re.findall(r'(VmHWM|VmRSS):\s+(\d+)', status.read_text())) if status.exists() else {}
         return int(values.get('VmRSS', 0)), int(values.get('VmHWM', 0))

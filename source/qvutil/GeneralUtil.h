@@ -305,7 +305,7 @@ public:
     /// \return 32 lower-case hexadecimal digits, as from GetFileHash; empty if the file cannot be opened
     [[nodiscard]] static QString GenerateCheckSumMD5(const QString& path);
     /// Formats a number of bytes in the largest of the units bytes, KB, MB and GB in which it is at least 1.
-    /// Each unit is 1,024 times the one before.
+    /// Each unit is 1,024 times the previous one.
     /// \param bytes      the number; numbers below 1,024, including negative ones, are formatted in bytes
     /// \param precision  decimal places in the other units
     /// \return for example "1.50 KB"; not localised
@@ -380,7 +380,7 @@ public:
     /// Returns whether a process is running. On macOS only applications count, not daemons or command-line
     /// tools. On Linux the processes of all users count; a zombie process does not.
     /// \param processId  the process id
-    /// \return false also for numbers that are not valid process ids
+    /// \return false if it is not running, or if the number is not a valid process id
     [[nodiscard]] static bool IsProcessRunning(const long long& processId);
     /// Returns true: only 64-bit systems are supported.
     /// \return always true

@@ -68,12 +68,12 @@ public:
 
 /// Encodes a message as an XML document, the form in which IPCManager sends it, for use with other channels.
 ///
-/// Parameters keep value and type if they are of type bool, int, uint, qlonglong, double, QString,
-/// QStringList, QByteArray, QVariantMap or QVariantList, where the entries of maps and lists have these types
-/// too. Parameters of all other types, including qulonglong and QChar, are decoded as invalid QVariants. An
-/// entry with an empty name is lost. A text of the form tr(...) loses its mark: "tr(Save)" is decoded as
-/// "Save". Text must not contain characters that XML forbids, such as control characters other than tab and
-/// line endings: the document could not be decoded.
+/// Parameters keep their value and type if they are of type bool, int, uint, qlonglong, double, QString,
+/// QStringList, QByteArray, QVariantMap or QVariantList, and if the entries of maps and lists have these
+/// types too. Parameters of all other types, including qulonglong and QChar, are decoded as invalid
+/// QVariants. An entry with an empty name is lost. A text of the form tr(...) loses its mark: "tr(Save)" is
+/// decoded as "Save". Text must not contain characters that XML forbids, such as control characters other
+/// than tab and line endings: the document could not be decoded.
 /// \param id      name of the message
 /// \param params  its parameters
 /// \return the document, for ExtractMessage

@@ -186,9 +186,9 @@ public:
     /// parent of the removed element.
     /// \param path  node path of the element
     void DeleteNode(const QString& path);
-    /// Removes all children of the node under the cursor, of every kind. The cursor does not move.
+    /// Removes all child nodes of the node under the cursor, whatever their kind. The cursor does not move.
     void DeleteChildNodes();
-    /// Removes all children of the element at a node path, of every kind. The cursor does not move.
+    /// Removes all child nodes of the element at a node path, whatever their kind. The cursor does not move.
     /// \param path  node path of the element
     void DeleteChildNodes(const QString& path);
     /// Returns a handle to the node under the cursor.

@@ -54,7 +54,7 @@ public:
     /// \param range  the whole text, or a range with balanced parentheses
     /// \param parts  operands and operators are appended to it, even before a failure
     /// \param notes  receives oddities of the range; may be null
-    /// \return false if the parts cannot be an expression
+    /// \return false if the parts cannot form an expression
     [[nodiscard]] bool Split(Range range, Ranges& parts, Notes* notes = nullptr) const;
 
 private:

@@ -47,7 +47,7 @@ int WriteDirectly(const QString& path, const QByteArray& content)
         return LastError(EACCES); // a Qt resource, for example
     if (file.write(content) != content.size() || !file.flush())
         return LastError(EIO);
-    file.close(); // an error of the last write may only be reported now
+    file.close(); // some systems report an error of the last write only now
     return file.error() == QFileDevice::NoError ? 0 : LastError(EIO);
 }
 

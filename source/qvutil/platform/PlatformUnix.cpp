@@ -133,7 +133,7 @@ bool IsLeftByDeadProcess(int semaphore)
 }
 
 // A new semaphore is taken until its creator has set its value. Only a process that was killed or stopped in
-// between leaves it like this.
+// between leaves it in this state.
 bool IsLeftByCreator(int semaphore)
 {
     return ::semctl(semaphore, 0, GETVAL) == 0 && ::semctl(semaphore, 0, GETPID) == 0

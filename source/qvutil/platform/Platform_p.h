@@ -106,8 +106,7 @@ enum class AccessListCopy {
 
 /// Enlarges the send buffer; never shrinks it.
 /// \param bytes  the requested size
-/// \return maximum size of a frame that one write passes on completely while nothing else is queued; 0 if
-///         unknown
+/// \return maximum size of a frame that a single write can take while nothing else is queued; 0 if unknown
 [[nodiscard]] qsizetype EnlargeSendBuffer(qintptr socket, int bytes);
 
 /// \return bytes that were sent but not yet read by the receiver, as the system counts them; 0 if there are
@@ -127,7 +126,7 @@ bool ReadAvailable(qintptr socket, QByteArray& bytes);
 /// \return false after the time-out
 bool WaitForBytes(qintptr socket, int timeoutMs);
 
-/// \return the user id of the process at the other end; nullopt if unknown
+/// \return the user id of the peer; nullopt if unknown
 [[nodiscard]] std::optional<quint32> GetPeerUserId(qintptr socket);
 
 /// \return the user id of this process

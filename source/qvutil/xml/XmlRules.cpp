@@ -244,7 +244,7 @@ bool MayDeclareAttributes(const QString& document)
     return document.contains("ATTLIST"_L1);
 }
 
-// Returns a piece of a document that does not end inside a surrogate pair.
+// Returns a piece of a document. The piece does not end inside a surrogate pair.
 QByteArray PieceAt(const QByteArray& document, qsizetype at)
 {
     return document.mid(at, kPieceSize);

@@ -27,7 +27,7 @@ inline constexpr int kMaxAttributes = 10'000;
 
 /// Maximum number of characters that a document may make the parser produce in addition to its own text:
 /// expanded entities and attribute defaults. Each element in an entity and each default attribute counts as
-/// 64 characters more.
+/// 64 additional characters.
 inline constexpr qint64 kMaxExpansion = qint64(16) * 1024 * 1024;
 
 /// Maximum number of characters that one entity may expand to. This is QXmlStreamReader's default, which
