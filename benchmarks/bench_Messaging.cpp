@@ -2,7 +2,7 @@
 // SPDX-License-Identifier: MIT
 
 // Messages between two processes, compared with Qt's own modules. The other process is this program with
-// other arguments:
+// different arguments:
 //
 //   bench_Messaging --serve NAME ADDRESS     serves the contestant NAME until standard input is closed
 

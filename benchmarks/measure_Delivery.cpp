@@ -2,7 +2,7 @@
 // SPDX-License-Identifier: MIT
 
 // Counts how many messages arrive, by frame size, if the sender waits until each is written, and if it sends
-// them as fast as possible. The receiver is this program with other arguments:
+// them as fast as possible. The receiver is this program with different arguments:
 //
 //   measure_Delivery --serve NAME     receives until standard input is closed
 

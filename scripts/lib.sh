@@ -2,7 +2,8 @@
 # SPDX-License-Identifier: MIT
 # shellcheck shell=bash
 
-# Functions that the scripts in this folder share. It is sourced, never run, and must work in the bash 3.2 of macOS.
+# Functions that the scripts in this folder share. This file is sourced, never run, and must work in the bash 3.2 of
+# macOS.
 
 set -euo pipefail
 

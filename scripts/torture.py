@@ -482,7 +482,7 @@ class Torture:
         if None in usual:
             experiment.check(False, 'no answer before the attacks')
             return
-        slowness = max(1, statistics.median(usual) / USUAL_ANSWER)  # of a busy machine
+        slowness = max(1, statistics.median(usual) / USUAL_ANSWER)  # above 1 on a busy machine
         while True:
             for name, (pieces, pause, limit) in self.attacks(is_short).items():
                 def send(pieces=pieces, pause=pause):
@@ -764,7 +764,7 @@ def table(experiments):
 
 
 def exit_code(experiments, is_strict):
-    """Prints the promises that did not hold and the experiments that were skipped."""
+    """Prints the promises that did not hold and the skipped experiments. Returns the exit code."""
     failures = sum(len(experiment.failures) for experiment in experiments)
     if failures:
         print(f'{failures} did not hold')

@@ -11,7 +11,8 @@
 #include <string>
 #include <vector>
 
-/// One way for two processes to exchange messages. The other process is this program with other arguments.
+/// One way for two processes to exchange messages. The other process is this program with different
+/// arguments.
 class Contestant
 {
 public:

@@ -33,8 +33,8 @@ constexpr std::size_t kNameCapacity = sizeof(LocaleRecord::Name) - 1;
 char cLocale[256];
 
 // A case-folded locale name as two numbers, which makes comparisons fast. The first character is the most
-// significant byte. The length is the least significant byte, so that a name that contains a 0 differs from
-// the name up to that 0.
+// significant byte. The length is the least significant byte, so that a name with an embedded 0 differs from
+// the part before the 0.
 struct NameKey
 {
     quint64 High = 0;

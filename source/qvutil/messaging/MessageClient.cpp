@@ -163,7 +163,7 @@ bool MessageClient::SendMessageAndGetResponse(const QString& id, const QVariantM
     request.NeedResponse = true;
 
     const QPointer<MessageClient> self(this);
-    const SentNotificationsPause pause(mThread); // nothing waits for them now
+    const SentNotificationsPause pause(mThread); // nothing waits for these notifications
     if (!SendMessage(request, false) || self.isNull() || IsWaiting())
         return false;
     mWait.Request = request.UniqueId;

@@ -21,8 +21,8 @@ namespace Quorvin::Util::Internal {
 
 /// \return the frame; nullopt if a text may contain a character that XML does not allow
 [[nodiscard]] std::optional<QByteArray> EncodeMessageFast(const MessageInfo& message);
-/// Removes one frame from the front of \p bytes. The frame must extend to the end of
-/// \p bytes or to another frame.
+/// Removes one frame from the front of \p bytes. The frame must extend to the end of \p bytes or to another
+/// frame.
 /// \return false, with \p bytes unchanged but \p message partly set, if the frame is not exactly as the
 ///         library writes it
 [[nodiscard]] bool TakeMessageFast(QByteArrayView& bytes, MessageInfo& message);
