@@ -6,7 +6,7 @@
 
 file(REMOVE_RECURSE "${FOLDER}")
 file(MAKE_DIRECTORY "${FOLDER}")
-# Killed processes leave sockets behind. The folder has a short path, because that of a socket is limited.
+# Killed processes leave sockets behind. The folder has a short path, because the length of a socket's path is limited.
 string(RANDOM LENGTH 8 suffix)
 set(temporary "/tmp/qvutil-example-${suffix}")
 file(MAKE_DIRECTORY "${temporary}")

@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: 2026 The QvUtil developers
 // SPDX-License-Identifier: MIT
 
-// Makes a document with typed values, saves it, and reads it back.
+// Creates a document with typed values, saves it, and reads it back.
 
 //! [program]
 #include <qvutil/XmlFiler.h>
@@ -22,7 +22,7 @@ int main()
     writer.WriteRect(u"Page/Frame"_s, u"Place"_s, QRect(10, 20, 300, 200));
     writer.WriteBoolean(u"Page/Frame"_s, u"Visible"_s, true);
     writer.CreateNode(u"Page/Note"_s, false); // false: a new element each time
-    writer.WriteNodeText(u"Ends before the frame."_s);
+    writer.WriteNodeText(u"Drawn to scale."_s);
     writer.SaveAsXmlFile(u"drawing.xml"_s);
     //! [write]
 

@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: 2026 The QvUtil developers
 // SPDX-License-Identifier: MIT
 
-// Stores enumerations and sets of flags by name, and fills variables into a document.
+// Stores enumerations and sets of flags by name, and replaces variables in a document.
 
 //! [program]
 #include <qvutil/XmlFiler.h>

@@ -63,7 +63,7 @@ Member::Member(const QString& grid, const QString& name)
 //! [ask]
 QVariant Member::Ask(const QString& question, const QVariantMap& params)
 {
-    // A server talks to one client at a time, so another member may displace this one at any moment. The
+    // A server talks to one client at a time, so another member may displace this one at any time. The
     // question or its answer is lost then, and the client connects again within a second. So ask again until
     // an answer with a value arrives.
     for (int i = 0; mHasServer && i < kTries; ++i) {

@@ -41,7 +41,7 @@ private:
 
     Answers mAnswers;
     Quorvin::Util::IPCManager mManager;
-    bool mHasServer = false; // the first member is not connected to another
+    bool mHasServer = false; // true if connected to another member; at first, the first member is not
 };
 
 #endif // GRID_CHAT_MEMBER_H

@@ -57,7 +57,7 @@ public:
     }
 
 private:
-    // Read up to the line that reports the end.
+    // Prints the member's output up to the line "done", which ends the answer to a command.
     void PrintAnswer()
     {
         for (;;) {
@@ -73,7 +73,7 @@ private:
     QProcess mProcess;
 };
 
-// Runs a command of the tool. Its output goes to a file, if there is one.
+// Runs a command of the tool. Writes its output to a file if one is given, otherwise to the terminal.
 void RunTool(const QString& tool, const QStringList& arguments, const QString& file = {})
 {
     if (tool.isEmpty())

@@ -7,7 +7,8 @@
 #include <QString>
 
 /// Lets three processes join a grid and talk, and kills one of them.
-/// \param tool  path of the program qvutil, which shows the grid between the steps; empty to omit that
+/// \param tool  path of the program qvutil, which shows the grid between the steps. If it is empty, the
+///              grid is not shown.
 /// \return the exit code
 int PlayStory(const QString& tool);
 

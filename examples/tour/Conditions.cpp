@@ -36,7 +36,7 @@ bool ShowConditions(Transcript& transcript, const Folders& /*folders*/)
     SHOW(transcript, Evaluate(u"document open & text selected"_s));
     SHOW(transcript, Evaluate(u"document open & (read only | text selected)"_s));
     SHOW(transcript, Evaluate(u"read only | (document open & read only)"_s));
-    transcript.Note(u"what is decided already is not asked: an unknown condition does no harm there"_s);
+    transcript.Note(u"an operand that cannot change the result is not evaluated, so it may be unknown"_s);
     SHOW(transcript, Evaluate(u"document open | no such condition"_s));
     SHOW(transcript, Evaluate(u"read only | no such condition"_s));
     SHOW(transcript, Evaluate(u"document open & (text selected"_s));

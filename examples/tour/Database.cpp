@@ -75,14 +75,14 @@ bool ShowDatabase(Transcript& transcript, const Folders& folders)
     SHOW(transcript, filer.ReadInt(u"magic"_s, u"priority"_s, 50));
     SHOW(transcript, filer.ReadOuterXml(u"magic/match"_s).simplified());
 
-    transcript.Note(u"a file type of our own, in a copy of the database"_s);
+    transcript.Note(u"add a file type, in a copy of the database"_s);
     SHOW(transcript, filer.CreateNode(u"/mime-type"_s, false));
     SHOW_VOID(transcript, filer.WriteString(u"type"_s, u"application/x-tour"_s));
     SHOW_VOID(transcript, filer.WriteNodeText(u"comment"_s, u"Tour journal"_s));
     SHOW_VOID(transcript, filer.WriteString(u"glob"_s, u"pattern"_s, u"*.tour"_s));
     timer.start();
     SHOW(transcript, filer.SaveAsXmlFile(copy));
-    transcript.Note(u"saved in %1 ms, as a whole or not at all"_s.arg(timer.elapsed()));
+    transcript.Note(u"saved atomically in %1 ms"_s.arg(timer.elapsed()));
 
     XmlFiler again;
     SHOW(transcript, again.LoadFromXmlFile(copy));

@@ -33,5 +33,5 @@ bool ShowFiles(Transcript& transcript, const Folders& folders)
     SHOW(transcript, GeneralUtil::BytesToString(1536, 1));
     transcript.Note(u"links to folders are followed unless QDir::NoSymLinks is passed"_s);
     SHOW(transcript, GeneralUtil::DeleteFiles(folder, u"*.txt"_s, QDir::Files | QDir::NoSymLinks, true));
-    return !QDir(folder).exists(); // an empty folder is deleted, too
+    return !QDir(folder).exists(); // DeleteFiles also deletes the empty folder
 }

@@ -28,7 +28,7 @@ bool ShowTranslation(Transcript& transcript, const Folders& folders)
 
     XmlFiler filer;
     SHOW(transcript, filer.LoadFromXmlFile(path));
-    transcript.Note(u"as they stand in the document"_s);
+    transcript.Note(u"as written in the document"_s);
     SHOW_VOID(transcript, filer.TranslateEnabled = false);
     ShowTexts(transcript, filer);
     transcript.Note(u"without a translator"_s);

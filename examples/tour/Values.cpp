@@ -41,7 +41,7 @@ bool ShowValues(Transcript& transcript, const Folders& /*folders*/)
     SHOW(transcript, filer.ReadNodeText(u"Note"_s));
     SHOW(transcript, filer.ReadEnum(u"Flight"_s, u"Stages"_s, 0, stages, 3, true));
     SHOW(transcript, filer.ReadString(u"Flight"_s, u"Stages"_s, QString()));
-    transcript.Note(u"what is not there, or of another type, gives the default"_s);
+    transcript.Note(u"a value that is missing or of another type reads as the default"_s);
     SHOW(transcript, filer.ReadInt(u"Flight"_s, u"Landed"_s, -1));
     SHOW(transcript, filer.ReadInt(u"No/Such/Place"_s, u"Count"_s, -1));
     SHOW(transcript, filer.GetCurrentNodePath());

@@ -34,7 +34,7 @@ QString SectionNames()
     return names.join(u", "_s);
 }
 
-// Returns the system's database of file types: below /usr/share or Homebrew's prefix.
+// Returns the path of the system's database of file types, which is below /usr/share or Homebrew's prefix.
 QString FindDatabase()
 {
     const QString name = u"mime/packages/freedesktop.org.xml"_s;
@@ -70,7 +70,7 @@ int main(int argc, char* argv[])
 
     const Folders folders{parser.value(database), parser.value(samples), parser.value(work)};
     if (!QDir().mkpath(folders.Work)) {
-        qCritical("The folder %s cannot be made", qUtf8Printable(folders.Work));
+        qCritical("The folder %s cannot be created", qUtf8Printable(folders.Work));
         return 2;
     }
 

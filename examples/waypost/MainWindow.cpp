@@ -37,7 +37,7 @@ using Quorvin::Util::GeneralUtil;
 
 namespace {
 
-constexpr int kStatusMs = 8000; // for a message in the status bar
+constexpr int kStatusMs = 8000; // how long the status bar shows a message
 
 } // namespace
 
@@ -108,7 +108,7 @@ void MainWindow::BuildCentre()
     connect(mPointTable, &PointTable::EditingChanged, this, &MainWindow::UpdateActions);
     connect(mPointTable, &PointTable::PointEdited, this,
             [this](int point, PointDelegate::Column column, const QVariant& value) {
-                // Apply it later: a change fills the table again, but the delegate still uses its editor. By
+                // Apply the edit later: it fills the table again, but the delegate still uses the editor. By
                 // then, the user may have selected another tour.
                 mEdits.append({mCurrent, point, column, value});
                 QMetaObject::invokeMethod(this, &MainWindow::ApplyEdits, Qt::QueuedConnection);
@@ -368,7 +368,7 @@ void MainWindow::Export()
         mNotices.ShowWriteError(file);
 }
 
-// Asks the user whether to save the changes of a tour. \return false if the tour must stay open
+// Asks the user whether to save the changes of a tour. Returns false if the tour must stay open.
 bool MainWindow::MayClose(int index)
 {
     if (!mTours.IsModified(index))
@@ -386,7 +386,7 @@ bool MainWindow::MayOverwrite(int index)
     return !mTours.IsFileChanged(index) || Ask(u"FileChanged"_s, index) == "Overwrite"_L1;
 }
 
-// Asks a question about a tour. \return Name of the button that the user pressed
+// Asks a question about a tour. Returns the Name of the button that the user pressed.
 QString MainWindow::Ask(const QString& question, int index)
 {
     const std::unique_ptr<FormDialog> dialog(FormDialog::Make(mDocument, question, this));

@@ -59,7 +59,7 @@ public:
 
     void SelectTour(int index);
     void SelectPoint(int point);
-    /// Changes the language, and keeps it in the settings.
+    /// Changes the language, and saves it in the settings.
     void SelectLanguage(const QString& code);
     /// Changes the language until the program ends.
     void SelectLanguageOnce(const QString& code);
@@ -123,7 +123,7 @@ private:
     [[nodiscard]] QString Shorten(const QString& name) const;
     [[nodiscard]] QString Text(const QString& name) const { return mBuilder.Text(name); }
 
-    // An entry in the table of waypoints.
+    // A change that the user has made in the table of waypoints.
     struct Edit
     {
         int Tour = -1;

@@ -33,7 +33,7 @@ void Notices::ShowLoadError(const QString& file, const TourError& error)
     switch (error.Why) {
     case TourError::Reason::Damaged:
         Show(Text(u"Damaged"_s)
-                 // All at once: a name may contain "%2" itself.
+                 // One call replaces all markers, because a name may contain "%2".
                  .arg(name, QString::number(error.Line), QString::number(error.Column), error.Text));
         break;
     case TourError::Reason::Unreadable:

@@ -15,10 +15,10 @@ using Quorvin::Util::IPCManager;
 
 namespace {
 
-constexpr int kTimeoutMs = 30000; // the first instance may take long to start
+constexpr int kTimeoutMs = 30000; // the first instance may take a long time to start
 constexpr int kFirstAttemptMs = 50;
 constexpr int kLongestAttemptMs = 800;
-constexpr qsizetype kMaxTaken = 1000; // no more instances start within the time-out
+constexpr qsizetype kMaxTaken = 1000; // fewer instances start within the time-out
 
 //! [handover]
 // A message is an XML document, but the name of a file may contain characters that XML forbids.

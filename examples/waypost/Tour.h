@@ -74,12 +74,12 @@ struct Tour
 
     /// \return length of the track in metres
     [[nodiscard]] double Length() const;
-    /// \return metres climbed
+    /// \return metres of ascent
     [[nodiscard]] double Ascent() const;
 
-    /// Inserts a viewpoint half way to the next point; at the end of the track, a little further on.
-    /// \param after  index of a point; -1 inserts the first one
-    /// \return its index
+    /// Inserts a viewpoint halfway to the next point or, after the last point, a little further on.
+    /// \param after  index of a point; -1 inserts the viewpoint before all points
+    /// \return index of the viewpoint
     int InsertWaypoint(int after, const QString& name);
     /// Turns a waypoint into a point of the track.
     void RemoveWaypoint(int index);
@@ -88,8 +88,8 @@ struct Tour
     /// \param error  receives the reason of a failure
     /// \return nothing if the file does not contain a tour
     static std::optional<Tour> Load(const QString& file, TourError& error);
-    /// Saves the tour atomically: if it fails, the old file is unchanged.
-    /// \return false if it cannot be written
+    /// Saves the tour atomically: if that fails, the old file is unchanged.
+    /// \return false if the file cannot be written
     [[nodiscard]] bool Save(const QString& file) const;
 
     /// Reads a tour from XML text, for example from a message of another process.

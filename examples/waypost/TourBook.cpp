@@ -41,7 +41,7 @@ private:
     std::function<void()> mChanged;
 };
 
-// Symbolic links lead to one file from several paths.
+// Through symbolic links, several paths can lead to one file.
 QString RealPath(const QString& file)
 {
     const QFileInfo info(file);

@@ -24,7 +24,7 @@ public:
         Tour Content;
         QString File; // empty until the tour is saved
         QUndoStack Changes; // clean if the file is up to date
-        // Of the file, when it was last loaded or saved:
+        // The state of the file when it was last loaded or saved:
         QDateTime Modified;
         qint64 Size = 0;
     };
@@ -35,14 +35,14 @@ public:
     [[nodiscard]] int Count() const { return static_cast<int>(mEntries.size()); }
     [[nodiscard]] const Entry& At(int index) const { return *mEntries[static_cast<size_t>(index)]; }
     /// Finds the tour of a file, even if it was opened under a different path.
-    /// \return index of its tour; -1 if it is not open
+    /// \return index of the tour; -1 if the file is not open
     [[nodiscard]] int Find(const QString& file) const;
     [[nodiscard]] bool IsModified(int index) const { return !At(index).Changes.isClean(); }
     /// Returns whether another program has changed the tour's file since it was loaded or saved.
     [[nodiscard]] bool IsFileChanged(int index) const;
 
-    /// Adds a tour that has no file yet. It counts as modified.
-    /// \return its index
+    /// Adds a tour that has no file yet. The tour counts as modified.
+    /// \return index of the tour
     int Add(const Tour& tour);
     /// Opens a file, unless it is open already.
     /// \param error  receives the reason of a failure

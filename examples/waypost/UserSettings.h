@@ -39,7 +39,7 @@ struct WindowPlace
     QByteArray Splitters;
 };
 
-/// How an access to the settings file ended.
+/// The result of an access to the settings file.
 struct SettingsReport
 {
     Quorvin::Util::Settings::FileState State = Quorvin::Util::Settings::FileState::New;
@@ -59,8 +59,8 @@ public:
 
     /// Returns the state in which the constructor found the file.
     [[nodiscard]] const SettingsReport& AtStart() const { return mAtStart; }
-    /// Sets a function that is called when a change cannot be saved, or has found a damaged file. It is not
-    /// called again for the same failure.
+    /// Sets a function that is called when a change cannot be saved or finds a damaged file. The function is
+    /// not called again for the same failure.
     void SetObserver(std::function<void(const SettingsReport& report)> observer);
 
     [[nodiscard]] Preferences ReadPreferences();

@@ -63,8 +63,8 @@ WindowGrid::~WindowGrid()
 void WindowGrid::LookAround()
 {
     const QList<ProcessInfo> members = ReadMembers();
-    // Empty if another process, perhaps stopped in a debugger, keeps the registry locked: a member is always
-    // in the list. Then keep the windows that are known.
+    // A member is always in the list. So an empty list usually means that another process, perhaps stopped
+    // in a debugger, keeps the registry locked. In that case, keep the known windows.
     mLookTimer.setInterval(members.isEmpty() ? kLookIntervalWhileLocked : kLookInterval);
     if (members.isEmpty())
         return;

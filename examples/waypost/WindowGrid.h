@@ -42,7 +42,7 @@ public:
     /// Returns the other windows, the oldest first.
     [[nodiscard]] const QList<Window>& Others() const { return mOthers; }
     /// Sets the title that other windows receive when they ask for it.
-    void SetTitle(const QString& title) { mTitle = XmlText(title); } // a message is a document
+    void SetTitle(const QString& title) { mTitle = XmlText(title); } // a message is an XML document
     /// Asks all windows for their titles. OthersChanged is emitted for each title that has changed.
     void AskTitles();
     /// Brings a window to the front.
