@@ -176,7 +176,7 @@ def main():
         print_table(("hot path", "instructions before", "after", "ratio"),
                     [(name, f"{before[name]:.4g}", f"{after[name]:.4g}", f"{after[name] / before[name]:.3f}")
                      for name in names])
-        # Numbers of instructions hardly depend on the load of the machine.
+        # Instruction counts hardly depend on the machine's load.
         slower = slower or any(after[name] > before[name] * (1 + 2 * MARGIN) for name in names)
     sys.exit(1 if arguments.fail and slower else 0)
 

@@ -99,8 +99,8 @@ public:
     /// the server cannot listen, a line is logged in the category "qvutil", and no client can connect. Each
     /// start connects the signals again: after StopServer and a second start, every message is announced
     /// twice.
-    /// \param serverName  the name; if another server has it, that server loses it. A file that is not a
-    ///                    socket is not replaced, and no client can then connect.
+    /// \param serverName  the name. If another server uses it, this server takes it over. A file that is not
+    ///                    a socket is not replaced, and no client can then connect.
     /// \param mode        with ReadOnly, messages and connections are announced by signals. With WriteOnly,
     ///                    SendMessage sends to the server's client. Requests are answered in every mode.
     /// \return false if the signals could not be connected
@@ -108,8 +108,8 @@ public:
     /// Stops the server, if there is one. Messages that have arrived but were not yet announced are lost, and
     /// the client's disconnection is not announced.
     ///
-    /// Waits for the worker thread to end. If that thread is parsing a frame, it finishes this first, which
-    /// takes seconds for a hostile frame of several megabytes.
+    /// Waits for the worker thread to end. If that thread is parsing a frame, it finishes that frame first,
+    /// which takes seconds for a hostile frame of several megabytes.
     /// \return true
     bool StopServer();
     /// Returns whether the server is started. It need not be listening; see IsServerListening.

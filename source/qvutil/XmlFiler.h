@@ -182,7 +182,7 @@ public:
     /// Removes the node under the cursor and moves to its parent. Does nothing if it has no parent.
     void DeleteNode();
     /// Removes the element at a node path. The cursor does not move: if it was inside the removed element, it
-    /// points to a node that no longer belongs to any document. Without a cursor, the cursor moves to the
+    /// points to a node that no longer belongs to any document. If there is no cursor, it is set to the
     /// parent of the removed element.
     /// \param path  node path of the element
     void DeleteNode(const QString& path);

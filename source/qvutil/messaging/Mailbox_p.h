@@ -42,7 +42,7 @@ public:
             Announce();
     }
 
-    /// Any thread. Adds an item, unless the mailbox is closed.
+    /// Adds an item, unless the mailbox is closed. Any thread.
     void Add(Item item)
     {
         const std::lock_guard lock(mLock);

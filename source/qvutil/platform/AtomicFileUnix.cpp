@@ -97,7 +97,7 @@ FileDescriptor OpenStaleFile(const QByteArray& path)
     return isOurs ? std::move(file) : FileDescriptor();
 }
 
-// \return false if there is none, or if it is in use
+// \return false if there is no stale file, or if it is in use
 bool RemoveStaleFile(const QByteArray& path)
 {
     const FileDescriptor file = OpenStaleFile(path);

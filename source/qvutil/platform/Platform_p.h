@@ -177,8 +177,8 @@ enum class LockFileMode {
 inline constexpr int kLockFailed = -1; ///< no file, or not a regular file of this user; no semaphore
 inline constexpr int kLockTimedOut = -2; ///< another process keeps it locked
 
-/// Locks a file for this process, and waits while others hold the lock. The lock ends with the process at the
-/// latest. The file must be a regular file of this user; symbolic links are not followed.
+/// Locks a file for this process, and waits while others hold the lock. The system releases the lock when the
+/// process ends. The file must be a regular file of this user; symbolic links are not followed.
 /// \param timeoutMs  how long to wait for one holder, in milliseconds; if negative, there is no time-out
 /// \param deadline   end of the whole wait, even if many holders take turns
 /// \return a lock for UnlockFile; kLockFailed or kLockTimedOut, which are negative

@@ -362,7 +362,7 @@ QString XmlFiler::ReadString(const QString& name, const QString& defaultValue) c
 
 QString XmlFiler::ReadString(const QString& path, const QString& name, const QString& defaultValue) const
 {
-    // ReadText has translated a stored value already. The second translation is part of the interface: it
+    // ReadText has already translated a stored value. The second translation is part of the interface: it
     // applies to the default too, and to the inner mark of tr(tr(...)).
     return Translate(ReadText(ElementAt(path), name, defaultValue));
 }
