@@ -22,7 +22,7 @@ constexpr int kSendTimeoutMs = 15000;
 constexpr int kResponseTimeoutMs = 30000;
 
 // The event that makes the client's thread object announce sent messages. The mailbox of the thread object
-// uses another event type for arrivals.
+// uses a different event type for arrivals.
 constexpr auto kSentEvent = static_cast<QEvent::Type>(Internal::Mailbox<Internal::Arrival>::kEvent + 1);
 
 constexpr int kExitSuccess = 0;

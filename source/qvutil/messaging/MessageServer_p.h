@@ -137,7 +137,7 @@ public:
     /// Takes the messages to be sent from \p outgoing. A queued signal for each would cost more.
     void UseMailbox(Internal::Mailbox<MessageInfo>& outgoing);
     using EndpointObserver = std::function<void(const std::optional<Platform::FileIdentity>&)>;
-    /// \param announce  called in the worker thread with the file of each socket that the worker listens on;
+    /// \param announce  called in the worker thread with the file of each socket that the worker listens on,
     ///                  and with nullopt when the worker stops listening because of an error
     void SetEndpointObserver(EndpointObserver announce);
     /// Resumes reading after \p window was full.
