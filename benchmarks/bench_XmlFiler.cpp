@@ -120,7 +120,8 @@ void PathRead_QvUtil(benchmark::State& state)
         benchmark::DoNotOptimize(tree.ReadValue());
 }
 
-// The cost of a path that is not cached: a new path, or any path once the application holds a node.
+// The cost of a path that is not cached: a new path, or any path once the application has called
+// GetCurrentNode.
 void PathRead_QvUtilStepByStep(benchmark::State& state)
 {
     const LoadedTree tree(static_cast<int>(state.range(0)));

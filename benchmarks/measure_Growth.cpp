@@ -282,7 +282,7 @@ public:
     }
 
     void Tell(const QVariantMap& params) { mManager.SendMessage(u"Tell"_s, params); }
-    // Stops the process of the server, so that messages queue up.
+    // Stops the server process, so that messages queue up.
     void Stop() { ::kill(static_cast<pid_t>(mServer.processId()), SIGSTOP); }
     void Continue() { ::kill(static_cast<pid_t>(mServer.processId()), SIGCONT); }
 

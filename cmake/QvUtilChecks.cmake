@@ -122,7 +122,7 @@ function(qvutil_lint_expressions)
         list(TRANSFORM names STRIP)
         list(FILTER names EXCLUDE REGEX "^(#.*)?$")
         list(JOIN names "," known)
-        # The leading comma makes an empty list valid: no operand is known then.
+        # The leading comma makes an empty list valid. It means that no operand is known.
         list(APPEND options "--known=,${known}")
     endif()
     _qvutil_add_check("${arg_TARGET}" expressions

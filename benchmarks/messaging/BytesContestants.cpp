@@ -1,7 +1,8 @@
 // SPDX-FileCopyrightText: 2026 The QvUtil developers
 // SPDX-License-Identifier: MIT
 
-// Sends opaque bytes, as many as the library's frames have, to measure the cost of sockets and threads alone.
+// Sends opaque bytes, of the same size as the library's frames, to measure the cost of sockets and threads
+// alone.
 
 #include "Contestant.h"
 #include "messaging/MessageCodec_p.h"

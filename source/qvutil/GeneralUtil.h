@@ -361,7 +361,7 @@ public:
     /// Returns the same folder as GetCommonAppDataPath.
     /// \return the absolute clean path; the folder need not exist
     [[nodiscard]] static QString GetProgramDataPath();
-    /// Returns an empty path: the supported systems have no such folder.
+    /// Returns an empty path: the supported systems have no folder for favourites.
     /// \return an empty string
     [[nodiscard]] static QString GetFavoritesPath();
     /// Returns the folder of the system's libraries.

@@ -65,7 +65,7 @@ private:
     [[nodiscard]] bool SplitChain(Range chain, Ranges& parts, Notes& notes) const;
 
     QStringView mText;
-    QVarLengthArray<qsizetype, 256> mPartner; ///< for each '(' the index of its ')', -1 if there is none
+    QVarLengthArray<qsizetype, 256> mPartner; ///< for each '(' the index of its ')'; -1 if there is none
     QVarLengthArray<qsizetype, 4> mStray; ///< indexes of unpaired surrogates
 };
 
