@@ -522,7 +522,7 @@ class Torture:
         code = server.end()
         experiment.check(code == 0, f'the server ended with {code}')
         answers.note = f'the slowest after {longest[0]:.1f} s ({longest[1]})'
-        experiment.note = 'resident after each round: ' + ', '.join(f'{size // 1024} MiB' for size in grown)
+        experiment.note = 'resident memory after each round: ' + ', '.join(f'{size // 1024} MiB' for size in grown)
 
     def flood_server(self, experiment, answers, is_short):
         """Sends requests and never reads the answers, which queue up in the server and take memory."""
@@ -741,7 +741,7 @@ class Torture:
         if do('saves', 'saves of six processes to one file',
               lambda experiment, time, least: self.compete(experiment, reads, time, least), 0.08, 200 * scale):
             experiments.append(reads)
-        answers = Experiment('requests answered meanwhile')
+        answers = Experiment('requests answered during these attacks')
         if do('attacks', 'attacks by a peer on a server',
               lambda experiment, time, _: self.attack_server(experiment, answers, is_short, time), 0.08, 0):
             do('attacks', 'unread answers',

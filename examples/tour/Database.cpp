@@ -14,7 +14,7 @@ using Quorvin::Util::GeneralUtil;
 using Quorvin::Util::XmlFiler;
 
 namespace {
-// Moves to the file type of this name.
+// Moves to the file type with this name.
 bool FindType(XmlFiler& filer, const QString& type)
 {
     filer.MoveToRoot();

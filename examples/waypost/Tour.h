@@ -85,7 +85,7 @@ struct Tour
     void RemoveWaypoint(int index);
 
     /// Loads a tour from a file.
-    /// \param error  receives the reason of a failure
+    /// \param error  receives the reason for a failure
     /// \return nothing if the file does not contain a tour
     static std::optional<Tour> Load(const QString& file, TourError& error);
     /// Saves the tour atomically: if that fails, the old file is unchanged.

@@ -45,7 +45,7 @@ public:
     /// \return index of the tour
     int Add(const Tour& tour);
     /// Opens a file, unless it is open already.
-    /// \param error  receives the reason of a failure
+    /// \param error  receives the reason for a failure
     /// \return index of the tour; -1 if it cannot be loaded
     int Open(const QString& file, TourError& error);
     /// Saves a tour.
