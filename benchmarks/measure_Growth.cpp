@@ -59,7 +59,7 @@ void Print(const char* chart, const char* contestant, double x, double y)
     std::fflush(stdout);
 }
 
-// Returns the median of five times, in seconds. An operation shorter than 20 ms is repeated in each
+// Returns the median of five measured times, in seconds. An operation shorter than 20 ms is repeated in each
 // measurement. The first run does not count, because the caches are cold.
 double Time(const std::function<void()>& run)
 {

@@ -107,10 +107,10 @@ def check_table(tree, root):
                 yield f"{tree.path}: {folder.name} may not include {below}, which is not above it in the table"
         known.add(folder.name)
         if not (root / tree.path / folder.name).is_dir():
-            yield f"{tree.path}: the table names the folder {folder.name}, which is not there"
+            yield f"{tree.path}: the table names the folder {folder.name}, which does not exist"
         for header in folder.headers:
             if not (root / tree.path / header).is_file():
-                yield f"{tree.path}: the table names the header {header}, which is not there"
+                yield f"{tree.path}: the table names the header {header}, which does not exist"
     for path in sorted((root / tree.path).iterdir()):
         if path.is_dir() and path.name not in known:
             yield f"{tree.path}: the folder {path.name} is not in the table of scripts/layers.py"
@@ -153,7 +153,7 @@ def check_lines(tree, root, relative, text):
             continue
         target = folder_of(tree, pathlib.PurePosixPath(name))
         if target not in allowed:
-            yield number, f"{here or 'a file on top'} may not include {target or name}"
+            yield number, f"{here or 'a file in the top folder'} may not include {target or name}"
 
 
 def check_tree(tree, root):

@@ -1475,7 +1475,7 @@ void tst_Settings::LostChanges_afterAFileWasNotRead()
         settings.SetFile(Path(target), u"Settings"_s);
         QCOMPARE(LogGuard::Messages().filter(u"are lost"_s), QStringList());
     }
-    QCOMPARE(LogGuard::Messages().filter(u"changes of the settings in "_s + Path(target)).size(), 1);
+    QCOMPARE(LogGuard::Messages().filter(u"changes to the settings in "_s + Path(target)).size(), 1);
 }
 
 void tst_Settings::LostChanges_byAnotherFile()
@@ -1497,7 +1497,7 @@ void tst_Settings::LostChanges_byAnotherFile()
         settings.OpenFile(Path(target), u"Settings"_s);
     else
         settings.SetFile(Path(target), u"Settings"_s);
-    QCOMPARE(LogGuard::Messages().filter(u"changes of the settings in "_s + Path(u"s.xml"_s)).size(),
+    QCOMPARE(LogGuard::Messages().filter(u"changes to the settings in "_s + Path(u"s.xml"_s)).size(),
              isLost ? 1 : 0);
 }
 

@@ -75,7 +75,7 @@ class Layers(unittest.TestCase):
             "group of the tool from the bottom": ("tool/cli/Tree.h", '#include "one/One.h"\n', 1,
                                                   "cli may not include one"),
             "group of the tool from its top": ("tool/main.cpp", '#include "one/One.h"\n', 1,
-                                               "a file on top may not include one"),
+                                               "a file in the top folder may not include one"),
         }
         there = {"lib/system/System_p.h": "// Internal, not API.\n", "tool/one/One.h": ""}
         for name, (file, text, line, reason) in cases.items():
@@ -110,9 +110,9 @@ class Layers(unittest.TestCase):
 
     def test_table(self):
         self.assertIn("is not in the table", self.check({"lib/extra/Extra.cpp": ""})[0])
-        self.assertIn("folder system, which is not there", self.check({"lib/system/SystemLinux.cpp": None})[0])
+        self.assertIn("folder system, which does not exist", self.check({"lib/system/SystemLinux.cpp": None})[0])
         missing = self.check({"lib/High.h": None, "lib/high/High.cpp": ""})
-        self.assertIn("header High.h, which is not there", missing[0])
+        self.assertIn("header High.h, which does not exist", missing[0])
         upside_down = layers.Tree("lib", LIBRARY.folders[::-1], LIBRARY.top, LIBRARY.knows_systems, True)
         self.assertIn("may not include low, which is not above it", self.check({}, (upside_down, TOOL))[0])
 

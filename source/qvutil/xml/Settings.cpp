@@ -76,11 +76,11 @@ struct Settings::Private
         if (store.mSettingsFile.isEmpty() || !Internal::lcQvUtil().isWarningEnabled())
             return {};
         if (store.mDirty)
-            return u"changes of the settings in %1 were not saved and are lost"_s.arg(store.mSettingsFile);
+            return u"changes to the settings in %1 were not saved and are lost"_s.arg(store.mSettingsFile);
         const std::optional<QString>& saved = store.mPrivate->SavedContent;
         if (!saved || *saved == store.SaveAsXmlString())
             return {};
-        return u"changes of the settings in %1 are lost: WriteRect, WriteDouble and the like do not mark the "
+        return u"changes to the settings in %1 are lost: WriteRect, WriteDouble and the like do not mark the "
                "store as changed; call MarkChanged after them"_s.arg(store.mSettingsFile);
     }
 };
@@ -139,7 +139,7 @@ Settings::FileState Settings::OpenFile(const QString& file, const QString& rootN
     }
     if (state == FileState::SetAside) {
         qCWarning(Internal::lcQvUtil,
-                  "the settings in %ls are damaged and kept as %ls; the store starts empty",
+                  "the settings in %ls are damaged and were kept as %ls; the store starts empty",
                   qUtf16Printable(file), qUtf16Printable(mPrivate->SetAsideFile));
     } else if (state == FileState::Unreadable) {
         qCWarning(Internal::lcQvUtil,
