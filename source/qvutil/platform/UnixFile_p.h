@@ -38,7 +38,7 @@ public:
 
     [[nodiscard]] bool IsOpen() const { return mDescriptor >= 0; }
     [[nodiscard]] int Get() const { return mDescriptor; }
-    /// Returns the descriptor and gives up its ownership.
+    /// Returns the descriptor and releases ownership of it.
     [[nodiscard]] int Release() { return std::exchange(mDescriptor, -1); }
     void Close()
     {

@@ -112,7 +112,7 @@ void Settings::SetFile(QString file, QString rootName)
         isKept = false;
         LogIfAny(unsaved);
     }
-    // The content that is kept may have changes that the destructor must log.
+    // The content that is kept may contain changes that the destructor must log.
     if (!isKept || unsaved.isEmpty())
         NoteSavedContent();
 }
