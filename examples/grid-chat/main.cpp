@@ -36,7 +36,7 @@ int BeMember(const QString& grid, const QString& name)
             QCoreApplication::quit();
             return;
         }
-        notifier.setEnabled(false); // one at a time
+        notifier.setEnabled(false); // carry out one command at a time
         if (command == "members")
             out << name << " sees " << member.Members() << '\n';
         else if (command == "turn")

@@ -75,7 +75,7 @@ bool ShowDatabase(Transcript& transcript, const Folders& folders)
     SHOW(transcript, filer.ReadInt(u"magic"_s, u"priority"_s, 50));
     SHOW(transcript, filer.ReadOuterXml(u"magic/match"_s).simplified());
 
-    transcript.Note(u"add a file type, in a copy of the database"_s);
+    transcript.Note(u"add a file type to a copy of the database"_s);
     SHOW(transcript, filer.CreateNode(u"/mime-type"_s, false));
     SHOW_VOID(transcript, filer.WriteString(u"type"_s, u"application/x-tour"_s));
     SHOW_VOID(transcript, filer.WriteNodeText(u"comment"_s, u"Tour journal"_s));

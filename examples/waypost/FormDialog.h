@@ -35,7 +35,7 @@ public:
     /// \param document  a document with the cursor on an element Dialog; the cursor does not move
     /// \param parent    the parent, whose locale the dialog uses
     FormDialog(Quorvin::Util::XmlFiler& document, QWidget* parent);
-    /// Makes a dialog from the element Dialog with this Name, a child of the document's root.
+    /// Creates a dialog from the element Dialog with this Name, a child of the document's root.
     static FormDialog* Make(Quorvin::Util::XmlFiler& document, const QString& name, QWidget* parent);
 
     [[nodiscard]] QVariant Value(const QString& name) const;
@@ -56,7 +56,7 @@ private:
 
     QHash<QString, QWidget*> mFields;
     class QLabel* mMessage = nullptr;
-    QString mText; // of the message, as it was set
+    QString mText; // as passed to SetMessage, without the breaks that the label shows
     QString mPressed;
 };
 

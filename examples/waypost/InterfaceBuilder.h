@@ -39,7 +39,7 @@ public:
     [[nodiscard]] QTableWidget* Table(const QString& name) const;
     /// Returns the text of the element Text with that name, below Texts.
     [[nodiscard]] QString Text(const QString& name) const { return mTexts.value(name); }
-    /// Returns the text for a value of a choice, such as a kind of points.
+    /// Returns the text for a value of a choice, such as the kind of a waypoint.
     [[nodiscard]] QString Choice(const QString& choice, const QString& value) const;
 
     /// Returns the expression that enables an action or a menu; empty if it is always enabled.

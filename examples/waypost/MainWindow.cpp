@@ -74,7 +74,7 @@ MainWindow::MainWindow(UserSettings& settings, const QString& dataFolder, const 
 MainWindow::~MainWindow()
 {
     mSettings.SetObserver({});
-    mPointTable->disconnect(this); // an open editor is closed when it is destroyed
+    mPointTable->disconnect(this); // a table that is destroyed closes its editor, which emits a signal
     mTours.disconnect(this); // undo stacks emit signals when they are destroyed
 }
 
@@ -637,7 +637,7 @@ void MainWindow::ReceiveTour(const QString& xml)
 
 void MainWindow::ComeForward()
 {
-    setWindowState(windowState() & ~Qt::WindowMinimized); // a maximized window stays maximized
+    setWindowState(windowState() & ~Qt::WindowMinimized); // a maximised window stays maximised
     show();
     raise();
     activateWindow();

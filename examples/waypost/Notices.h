@@ -16,8 +16,8 @@
 class Notices
 {
 public:
-    /// \param document  has the dialog Notice
-    /// \param builder   has the texts of the messages
+    /// \param document  contains the dialog Notice
+    /// \param builder   contains the texts of the messages
     /// \param window    the parent of the dialogs
     Notices(Quorvin::Util::XmlFiler& document, const InterfaceBuilder& builder, QWidget& window);
 

@@ -34,7 +34,7 @@ PointTable::PointTable(KindName kindName, QWidget* parent)
 
 void PointTable::Fill(const QList<Point>& points, Units units, const QLocale& locale)
 {
-    FinishEditing(); // before its row is removed, and in the units that it shows
+    FinishEditing(); // while the editor's row exists and the units are still the ones that it shows
     const QSignalBlocker blocker(this);
     mDelegate->SetUnits(units);
     setRowCount(0);

@@ -15,8 +15,8 @@ class QLockFile;
 /// Runs one instance per user: the first one keeps a lock and a server; later ones hand over their files.
 ///
 /// The lock decides which instance is the first, because the name of the server cannot: if two programs start
-/// at the same time, exactly one gets the lock. A lock file contains the id of its process, so the lock of a
-/// killed process is taken over.
+/// at the same time, exactly one gets the lock. A lock file contains the id of its process, so another
+/// process can take over the lock of a killed one.
 ///
 /// \code
 /// QLockFile lock(folder + u"/instance.lock"_s);
@@ -29,7 +29,7 @@ class SingleInstance : public QObject, private Quorvin::Util::IMessageResponder
     Q_OBJECT
 public:
     enum class Outcome {
-        First, // this process holds the lock, or no process can lock: create a SingleInstance
+        First, // this process holds the lock, or no process can take it: create a SingleInstance
         HandedOver, // another instance has received the files: exit
         NoAnswer, // another instance is running, but does not answer
     };

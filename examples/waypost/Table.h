@@ -6,7 +6,7 @@
 
 #include <QTableWidget>
 
-/// The base of both tables: their look, and helpers to fill them.
+/// The base class of both tables: their appearance, and helpers to fill them.
 class Table : public QTableWidget
 {
     Q_OBJECT

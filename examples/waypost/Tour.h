@@ -67,7 +67,7 @@ struct Tour
     TourKind Kind = TourKind::Hike;
     QString Notes;
     QList<Point> Points;
-    QRect Section; // of the map, in metres east and south of the first point; null for all of the tour
+    QRect Section; // shown on the map, in metres east and south of the first point; null: the whole tour
     QByteArray Thumbnail; // PNG
 
     bool operator==(const Tour&) const = default;

@@ -199,7 +199,7 @@ void Courier::Ask()
     const QPointer<Courier> alive = this; // the window may be closed during the wait
     QVariantMap answer;
     // Use all of the time for one wait. A request may still arrive after its time-out, so do not repeat it.
-    // During the wait, another courier may begin to wait. This wait ends only after that one.
+    // During the wait, another courier may begin to wait. The first wait ends only after the second.
     mManager.SendMessageAndGetResponse({}, mQuestion, mParams, answer, mTimeout.remainingTime());
     if (!alive)
         return;
