@@ -368,7 +368,7 @@ void MainWindow::Export()
         mNotices.ShowWriteError(file);
 }
 
-// Asks the user whether to save the changes of a tour. Returns false if the tour must stay open.
+// Asks the user whether to save the changes to a tour. Returns false if the tour must stay open.
 bool MainWindow::MayClose(int index)
 {
     if (!mTours.IsModified(index))
