@@ -22,7 +22,8 @@
 /// results differ from those of other expression languages, and applications rely on these differences:
 /// - After a group, operators are applied from left to right, and evaluation stops at the first one that
 ///   decides the result: "(a) & b | c" is false if a is false, whatever c is.
-/// - Text before a '(' is ignored unless it ends with '&': in "a & b (c)" and "x (c)", only c is evaluated.
+/// - Text before a '(', back to the previous '|', is ignored unless it ends with '&': in "a & b (c)" and
+///   "x (c)", only c is evaluated.
 /// - Operands that cannot change the result are not evaluated: if a is true, "a | b" does not call the
 ///   callback for b, and succeeds even if b is unknown.
 ///
