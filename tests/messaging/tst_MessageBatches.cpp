@@ -8,6 +8,7 @@
 #include "support/MessagingSupport.h"
 #include "support/TestSupport.h"
 
+#include <QAbstractEventDispatcher>
 #include <QDeadlineTimer>
 #include <QRegularExpression>
 #include <QSignalSpy>
@@ -93,6 +94,45 @@ protected:
     }
 };
 
+// Takes all items out of a mailbox, in another thread, while an event is being posted that announces them.
+class TakingDispatcher final : public QAbstractEventDispatcher
+{
+public:
+    explicit TakingDispatcher(Mailbox<int>& box)
+        : mBox(box)
+    { }
+    ~TakingDispatcher() override
+    {
+        if (mOther)
+            mOther->wait();
+    }
+
+    bool HasTaken = false;
+    std::vector<int> Taken;
+
+    void wakeUp() override
+    {
+        mOther.reset(QThread::create([this] { mBox.TakeAll(Taken); }));
+        mOther->start();
+        HasTaken = mOther->wait(TestSupport::kEventTimeoutMs);
+    }
+
+    bool processEvents(QEventLoop::ProcessEventsFlags /*flags*/) override { return false; }
+    void registerSocketNotifier(QSocketNotifier* /*notifier*/) override { }
+    void unregisterSocketNotifier(QSocketNotifier* /*notifier*/) override { }
+    void registerTimer(int /*id*/, qint64 /*interval*/, Qt::TimerType /*type*/, QObject* /*object*/) override
+    { }
+    bool unregisterTimer(int /*id*/) override { return false; }
+    bool unregisterTimers(QObject* /*object*/) override { return false; }
+    QList<TimerInfo> registeredTimers(QObject* /*object*/) const override { return {}; }
+    int remainingTime(int /*id*/) override { return -1; }
+    void interrupt() override { }
+
+private:
+    Mailbox<int>& mBox;
+    std::unique_ptr<QThread> mOther;
+};
+
 // A server, and a record of its announcements in order.
 struct RecordingServer
 {
@@ -126,6 +166,7 @@ private Q_SLOTS:
     void Mailbox_closed();
     void Mailbox_openedAgain();
     void Mailbox_twoThreads();
+    void Mailbox_unlockedWhilePosting();
 
     void Send_wire();
     void Send_sizes_data();
@@ -213,6 +254,22 @@ void tst_MessageBatches::Mailbox_twoThreads()
     other->wait();
     for (int i = 0; i < kCount; ++i)
         QCOMPARE(receiver.Taken[static_cast<size_t>(i)], i);
+}
+
+// The event wakes the receiver's thread, which must not have to wait for the sender then.
+void tst_MessageBatches::Mailbox_unlockedWhilePosting()
+{
+    Mailbox<int> box;
+    QThread thread; // never started: the dispatcher only takes part in postEvent
+    auto* const dispatcher = new TakingDispatcher(box); // owned by the thread
+    thread.setEventDispatcher(dispatcher);
+    QObject receiver;
+    receiver.moveToThread(&thread);
+    box.Open(&receiver);
+    box.Add(1);
+    QVERIFY(dispatcher->HasTaken);
+    QCOMPARE(dispatcher->Taken, std::vector<int>{1});
+    box.Close();
 }
 
 // The bytes on the wire are the frames of the messages, one after another.

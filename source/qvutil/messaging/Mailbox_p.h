@@ -35,20 +35,29 @@ public:
     ///                  owns the mailbox
     void Open(QObject* receiver)
     {
-        const std::lock_guard lock(mLock);
-        mReceiver = receiver;
-        mIsAnnounced = false; // an event that was posted before Close might never arrive
-        if (!mItems.empty())
-            Announce();
+        {
+            const std::lock_guard receiverLock(mReceiverLock);
+            const std::lock_guard lock(mLock);
+            mReceiver = receiver;
+            mIsOpen = true;
+            mIsAnnounced = !mItems.empty(); // an event that was posted before Close might never arrive
+            if (!mIsAnnounced)
+                return;
+        }
+        Announce();
     }
 
     /// Adds an item, unless the mailbox is closed. Any thread.
     void Add(Item item)
     {
-        const std::lock_guard lock(mLock);
-        if (mReceiver == nullptr)
-            return;
-        mItems.push_back(std::move(item));
+        {
+            const std::lock_guard lock(mLock);
+            if (!mIsOpen)
+                return;
+            mItems.push_back(std::move(item));
+            if (std::exchange(mIsAnnounced, true))
+                return;
+        }
         Announce();
     }
     /// Appends all items to \p taken. The next Add or CallAgain posts an event again.
@@ -66,28 +75,42 @@ public:
     /// Posts an event even if there is nothing to take.
     void CallAgain()
     {
-        const std::lock_guard lock(mLock);
+        {
+            const std::lock_guard lock(mLock);
+            if (std::exchange(mIsAnnounced, true))
+                return;
+        }
         Announce();
     }
     /// Drops all items, including those that are added later.
     void Close()
     {
+        const std::lock_guard receiverLock(mReceiverLock);
         const std::lock_guard lock(mLock);
         mReceiver = nullptr;
+        mIsOpen = false;
         mItems.clear();
     }
 
 private:
+    // Posting the event wakes the receiver's thread, which calls TakeAll at once. So mLock must not be held
+    // here: that thread would go to sleep again.
     void Announce()
     {
-        if (!std::exchange(mIsAnnounced, true))
+        const std::lock_guard lock(mReceiverLock);
+        if (mReceiver != nullptr)
             QCoreApplication::postEvent(mReceiver, new QEvent(kEvent));
     }
 
-    std::mutex mLock; // guards the rest; not a QMutex, because race detectors cannot see inside it
+    // Not QMutexes, because race detectors cannot see inside them. Where both are locked, mReceiverLock is
+    // first.
+    std::mutex mReceiverLock; // keeps the receiver alive while an event is posted
     QObject* mReceiver = nullptr;
+
+    std::mutex mLock; // guards the rest
     std::vector<Item> mItems;
-    bool mIsAnnounced = false; // an event is posted and not yet handled
+    bool mIsOpen = false;
+    bool mIsAnnounced = false; // an event is posted, or is about to be, and not yet handled
 };
 
 } // namespace Quorvin::Util::Internal

@@ -267,11 +267,14 @@ void MessageClientThread::ResumeSentNotifications()
 
 void MessageClientThread::QueueSentNotification(const MessageInfo& message)
 {
-    const QMutexLocker locker(&mSentLock);
-    mSent.append(message);
-    if (mIsSentPaused || mIsFlushPosted)
-        return;
-    mIsFlushPosted = true;
+    {
+        const QMutexLocker locker(&mSentLock);
+        mSent.append(message);
+        if (mIsSentPaused || mIsFlushPosted)
+            return;
+        mIsFlushPosted = true;
+    }
+    // The event wakes the owner thread, which locks mSentLock at once.
     QCoreApplication::postEvent(this, new QEvent(kSentEvent));
 }
 
