@@ -59,11 +59,14 @@ char* WriteBase64(QByteArrayView bytes, char* text)
 {
     const char* in = bytes.data();
     qsizetype left = bytes.size();
-    // Encodes two groups of three bytes at a time. Each step reads eight bytes.
-    for (; left >= 8; left -= 6, in += 6) {
+    // Encodes two groups of three bytes at a time. Each step reads eight bytes. A loop over the four shifts
+    // would take twice as long, because g++ -O2 does not unroll it.
+    for (; left >= 8; left -= 6, in += 6, text += 8) {
         const auto eight = qFromBigEndian<quint64>(in);
-        for (const int shift : {52, 40, 28, 16})
-            text = WritePair(eight >> shift, text);
+        WritePair(eight >> 52, text);
+        WritePair(eight >> 40, text + 2);
+        WritePair(eight >> 28, text + 4);
+        WritePair(eight >> 16, text + 6);
     }
     const auto byte = [&in](qsizetype i) { return quint32(static_cast<uchar>(in[i])); };
     for (; left >= 3; left -= 3, in += 3) {
