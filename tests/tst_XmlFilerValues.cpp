@@ -83,6 +83,9 @@ QString Written(XmlFiler& filer)
     return filer.GetCurrentNode().toElement().attribute(kName);
 }
 
+// Changes a document between two reads.
+using Change = std::function<void(XmlFiler&)>;
+
 } // namespace
 
 Q_DECLARE_METATYPE(Kind)
@@ -131,6 +134,8 @@ private Q_SLOTS:
     void Date_roundTrip_data();
     void Date_roundTrip();
     void OtherType();
+    void Read_again_data();
+    void Read_again();
 };
 
 void tst_XmlFilerValues::ReadString_pathWithoutName_data()
@@ -827,6 +832,82 @@ void tst_XmlFilerValues::OtherType()
     QCOMPARE(filer.ReadSize(kName, QSize(7, 7)), QSize(7, 7));
     // Names are case-sensitive.
     QCOMPARE(filer.ReadString(u"N"_s, u"default"_s), u"default"_s);
+}
+
+// A value that was read before has to follow every change of the document.
+void tst_XmlFilerValues::Read_again_data()
+{
+    QTest::addColumn<Change>("change");
+    QTest::addColumn<QString>("expected");
+
+    const auto row = [](const char* name, const char* expected, const Change& change) {
+        QTest::newRow(name) << change << QString::fromLatin1(expected);
+    };
+    row("nothing changed", "1", [](XmlFiler&) {});
+    row("written by path", "2", [](XmlFiler& filer) { filer.WriteString(u"/A"_s, u"n"_s, u"2"_s); });
+    row("written as another type", "2.5", [](XmlFiler& filer) { filer.WriteDouble(u"A"_s, u"n"_s, 2.5); });
+    row("written at the cursor", "2", [](XmlFiler& filer) {
+        QVERIFY(filer.MoveToNode(u"A"_s));
+        filer.WriteInt(u"n"_s, 2);
+        filer.MoveToRoot();
+    });
+    row("written as an empty text", "none",
+        [](XmlFiler& filer) { filer.WriteString(u"/A"_s, u"n"_s, QString()); });
+    row("variable replaced", "2", [](XmlFiler& filer) {
+        filer.WriteString(u"/A"_s, u"n"_s, u"$(two)"_s);
+        QCOMPARE(filer.ReadString(u"/A"_s, u"n"_s, QString()), u"$(two)"_s);
+        QCOMPARE(filer.ResolveVariables({{u"two"_s, u"2"_s}}), 1);
+    });
+    row("element removed", "none", [](XmlFiler& filer) { filer.DeleteNode(u"/A"_s); });
+    row("element replaced", "2", [](XmlFiler& filer) {
+        filer.DeleteNode(u"/A"_s);
+        filer.WriteString(u"/A"_s, u"n"_s, u"2"_s);
+    });
+    row("element with the same name appended", "1", [](XmlFiler& filer) {
+        QVERIFY(filer.CreateNode(u"/A"_s, false)); // appends it
+        filer.WriteInt(u"n"_s, 2);
+        filer.MoveToRoot();
+    });
+    row("document replaced", "2",
+        [](XmlFiler& filer) { QVERIFY(filer.LoadFromXmlString(u"<r><A n=\"2\"/></r>"_s)); });
+    row("document reset", "none", [](XmlFiler& filer) { filer.Reset(); });
+    row("cursor moved", "1", [](XmlFiler& filer) { QVERIFY(filer.MoveToNode(u"A"_s)); });
+    row("attribute removed through a handle", "none",
+        [](XmlFiler& filer) { filer.GetCurrentNode().firstChild().toElement().removeAttribute(u"n"_s); });
+    row("attribute replaced through a handle", "2", [](XmlFiler& filer) {
+        QDomElement element = filer.GetCurrentNode().firstChild().toElement();
+        QDomAttr attribute = element.ownerDocument().createAttribute(u"n"_s);
+        attribute.setValue(u"2"_s);
+        element.setAttributeNode(attribute);
+    });
+    row("many other attributes read", "1", [](XmlFiler& filer) {
+        for (int i = 0; i < 1000; ++i) {
+            const QString name = u'm' + QString::number(i);
+            filer.WriteInt(u"/A"_s, name, i);
+            QCOMPARE(filer.ReadInt(u"/A"_s, name, -1), i);
+            QCOMPARE(filer.ReadInt(u"/A"_s, name, -1), i);
+        }
+    });
+}
+
+void tst_XmlFilerValues::Read_again()
+{
+    QFETCH(const Change, change);
+    QFETCH(const QString, expected);
+
+    XmlFiler filer;
+    QVERIFY(filer.LoadFromXmlString(u"<r><A n=\"1\"/></r>"_s));
+    const auto read = [&](const QString& path) { return filer.ReadString(path, u"n"_s, u"none"_s); };
+    for (int i = 0; i < 3; ++i) {
+        QCOMPARE(read(u"/A"_s), u"1"_s);
+        QCOMPARE(read(u"A"_s), u"1"_s);
+    }
+    change(filer);
+    filer.MoveToRoot();
+    for (int i = 0; i < 3; ++i) {
+        QCOMPARE(read(u"/A"_s), expected);
+        QCOMPARE(read(u"A"_s), expected);
+    }
 }
 
 QTEST_GUILESS_MAIN(tst_XmlFilerValues)

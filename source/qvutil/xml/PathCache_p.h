@@ -6,12 +6,37 @@
 
 #include "base/StringTable_p.h"
 
-#include <QDomNode>
+#include <QDomElement>
 #include <QString>
 
 // Internal, not API: may change in any version.
 
 namespace Quorvin::Util::Internal {
+
+/// A node that a path leads to, and those of its attributes that were read. An attribute stays the same as
+/// long as its element exists: the library changes the values of attributes, but never removes or replaces
+/// one.
+struct CachedNode
+{
+    QDomNode Node;
+    StringTable<QDomAttr> Attributes = {};
+
+    /// Returns the value of an attribute; a null string if there is none.
+    [[nodiscard]] QString Text(const QString& name)
+    {
+        constexpr size_t kMaxAttributes = 256;
+        if (const auto found = Attributes.find(name); found != Attributes.end())
+            return found->second.value();
+        const QDomAttr attribute = Node.toElement().attributeNode(name);
+        if (attribute.isNull())
+            return {};
+        if (Attributes.size() >= kMaxAttributes)
+            Attributes.clear();
+        // Copy the characters, because the caller's string may not own them.
+        Attributes.emplace(QString(name.constData(), name.size()), attribute);
+        return attribute.value();
+    }
+};
 
 /// Caches the nodes that node paths lead to: absolute paths, and paths relative to the current cursor. Paths
 /// that lead nowhere are not cached. The owner calls Invalidate when an element is removed, or inserted
@@ -20,11 +45,11 @@ class PathCache
 {
 public:
     /// \return the node, valid until the cache changes; null if the path is not cached
-    [[nodiscard]] const QDomNode* Find(const QString& path) const
+    [[nodiscard]] CachedNode* Find(const QString& path)
     {
-        const Nodes& nodes = IsAbsolute(path) ? mAbsolute : mRelative;
+        Nodes& nodes = IsAbsolute(path) ? mAbsolute : mRelative;
         const auto found = nodes.find(path);
-        return found == nodes.cend() ? nullptr : &found->second;
+        return found == nodes.end() ? nullptr : &found->second;
     }
 
     void Insert(const QString& path, const QDomNode& node)
@@ -35,7 +60,7 @@ public:
         if (nodes.size() >= kMaxNodes)
             Clear(nodes);
         // Copy the characters, because the caller's string may not own them.
-        nodes.insert_or_assign(QString(path.constData(), path.size()), node);
+        nodes.insert_or_assign(QString(path.constData(), path.size()), CachedNode{node});
     }
 
     void CursorMoved() { Clear(mRelative); }
@@ -54,7 +79,7 @@ public:
     }
 
 private:
-    using Nodes = StringTable<QDomNode>;
+    using Nodes = StringTable<CachedNode>;
 
     static constexpr size_t kMaxNodes = 4096;
 

@@ -19,6 +19,22 @@ struct XmlFiler::Private
         : Detached(filer.mCurrentNode, filer.mNodeStack)
     { }
 
+    /// Returns the value of an attribute of the element at a path; a null string if there is none.
+    [[nodiscard]] QString TextAt(const XmlFiler& filer, const QString& path, const QString& name)
+    {
+        if (Internal::CachedNode* const cached = Paths.Find(path))
+            return cached->Text(name);
+        return filer.ElementAt(path).attribute(name);
+    }
+
+    /// Does the same as XmlFiler::ReadText, for the element at a path.
+    [[nodiscard]] QString ReadTextAt(const XmlFiler& filer, const QString& path, const QString& name,
+                                     const QString& defaultValue)
+    {
+        const QString text = TextAt(filer, path, name);
+        return text.isEmpty() ? defaultValue : filer.Translate(text);
+    }
+
     Internal::PathCache Paths;
     Internal::DetachedTrees Detached;
     XmlLoadError LoadError;

@@ -5,6 +5,7 @@
 
 #include "base/Logging_p.h"
 #include "base/QtCompat_p.h"
+#include "xml/XmlFilerPrivate_p.h"
 #include "xml/XmlRules_p.h"
 
 #include <array>
@@ -14,10 +15,10 @@ using namespace Qt::StringLiterals;
 namespace Quorvin::Util {
 namespace {
 
-template <typename Parse> auto ReadNumber(const QDomElement& element, const QString& name, Parse parse)
+template <typename Parse> auto ReadNumber(const QString& text, Parse parse)
 {
     bool ok = false;
-    const auto value = parse(element.attribute(name), &ok);
+    const auto value = parse(text, &ok);
     return ok ? std::optional(value) : std::nullopt;
 }
 
@@ -115,18 +116,18 @@ int LastCoordinate(int start, int length)
     return static_cast<int>(static_cast<unsigned int>(start) + static_cast<unsigned int>(length) - 1U);
 }
 
-QRect ReadRectFrom(const QDomElement& element, const QString& name, const QRect& defaultValue)
+QRect ParseRect(const QString& text, const QRect& defaultValue)
 {
-    const auto numbers = ParseIntList<4>(element.attribute(name));
+    const auto numbers = ParseIntList<4>(text);
     if (!numbers)
         return defaultValue;
     const auto [x, y, width, height] = *numbers;
     return {QPoint(x, y), QPoint(LastCoordinate(x, width), LastCoordinate(y, height))};
 }
 
-QSize ReadSizeFrom(const QDomElement& element, const QString& name, const QSize& defaultValue)
+QSize ParseSize(const QString& text, const QSize& defaultValue)
 {
-    const auto numbers = ParseIntList<2>(element.attribute(name));
+    const auto numbers = ParseIntList<2>(text);
     return numbers ? QSize((*numbers)[0], (*numbers)[1]) : defaultValue;
 }
 
@@ -151,12 +152,12 @@ QDomElement XmlFiler::CreateElementAt(const QString& path)
 
 int XmlFiler::ReadInt(const QString& name, int defaultValue) const
 {
-    return ReadNumber(CurrentElement(), name, ParseInt).value_or(defaultValue);
+    return ReadNumber(CurrentElement().attribute(name), ParseInt).value_or(defaultValue);
 }
 
 int XmlFiler::ReadInt(const QString& path, const QString& name, int defaultValue) const
 {
-    return ReadNumber(ElementAt(path), name, ParseInt).value_or(defaultValue);
+    return ReadNumber(mPrivate->TextAt(*this, path, name), ParseInt).value_or(defaultValue);
 }
 
 void XmlFiler::WriteInt(const QString& name, int value)
@@ -171,12 +172,12 @@ void XmlFiler::WriteInt(const QString& path, const QString& name, int value)
 
 unsigned int XmlFiler::ReadUInt(const QString& name, unsigned int defaultValue)
 {
-    return ReadNumber(CurrentElement(), name, ParseUInt).value_or(defaultValue);
+    return ReadNumber(CurrentElement().attribute(name), ParseUInt).value_or(defaultValue);
 }
 
 unsigned int XmlFiler::ReadUInt(const QString& path, const QString& name, unsigned int defaultValue)
 {
-    return ReadNumber(ElementAt(path), name, ParseUInt).value_or(defaultValue);
+    return ReadNumber(mPrivate->TextAt(*this, path, name), ParseUInt).value_or(defaultValue);
 }
 
 void XmlFiler::WriteUInt(const QString& name, unsigned int value)
@@ -191,12 +192,12 @@ void XmlFiler::WriteUInt(const QString& path, const QString& name, unsigned int 
 
 long XmlFiler::ReadLong(const QString& name, long defaultValue)
 {
-    return ReadNumber(CurrentElement(), name, ParseLong).value_or(defaultValue);
+    return ReadNumber(CurrentElement().attribute(name), ParseLong).value_or(defaultValue);
 }
 
 long XmlFiler::ReadLong(const QString& path, const QString& name, long defaultValue)
 {
-    return ReadNumber(ElementAt(path), name, ParseLong).value_or(defaultValue);
+    return ReadNumber(mPrivate->TextAt(*this, path, name), ParseLong).value_or(defaultValue);
 }
 
 void XmlFiler::WriteLong(const QString& name, long value)
@@ -211,12 +212,12 @@ void XmlFiler::WriteLong(const QString& path, const QString& name, long value)
 
 unsigned long XmlFiler::ReadULong(const QString& name, unsigned long defaultValue)
 {
-    return ReadNumber(CurrentElement(), name, ParseULong).value_or(defaultValue);
+    return ReadNumber(CurrentElement().attribute(name), ParseULong).value_or(defaultValue);
 }
 
 unsigned long XmlFiler::ReadULong(const QString& path, const QString& name, unsigned long defaultValue)
 {
-    return ReadNumber(ElementAt(path), name, ParseULong).value_or(defaultValue);
+    return ReadNumber(mPrivate->TextAt(*this, path, name), ParseULong).value_or(defaultValue);
 }
 
 void XmlFiler::WriteULong(const QString& name, unsigned long value)
@@ -231,12 +232,12 @@ void XmlFiler::WriteULong(const QString& path, const QString& name, unsigned lon
 
 long long XmlFiler::ReadInt64(const QString& name, long long defaultValue)
 {
-    return ReadNumber(CurrentElement(), name, ParseInt64).value_or(defaultValue);
+    return ReadNumber(CurrentElement().attribute(name), ParseInt64).value_or(defaultValue);
 }
 
 long long XmlFiler::ReadInt64(const QString& path, const QString& name, long long defaultValue)
 {
-    return ReadNumber(ElementAt(path), name, ParseInt64).value_or(defaultValue);
+    return ReadNumber(mPrivate->TextAt(*this, path, name), ParseInt64).value_or(defaultValue);
 }
 
 void XmlFiler::WriteInt64(const QString& name, long long value)
@@ -251,12 +252,12 @@ void XmlFiler::WriteInt64(const QString& path, const QString& name, long long va
 
 double XmlFiler::ReadDouble(const QString& name, double defaultValue)
 {
-    return ReadNumber(CurrentElement(), name, ParseDouble).value_or(defaultValue);
+    return ReadNumber(CurrentElement().attribute(name), ParseDouble).value_or(defaultValue);
 }
 
 double XmlFiler::ReadDouble(const QString& path, const QString& name, double defaultValue)
 {
-    return ReadNumber(ElementAt(path), name, ParseDouble).value_or(defaultValue);
+    return ReadNumber(mPrivate->TextAt(*this, path, name), ParseDouble).value_or(defaultValue);
 }
 
 void XmlFiler::WriteDouble(const QString& name, double value)
@@ -276,7 +277,7 @@ bool XmlFiler::ReadBoolean(const QString& name, bool defaultValue) const
 
 bool XmlFiler::ReadBoolean(const QString& path, const QString& name, bool defaultValue) const
 {
-    return ParseBoolean(ElementAt(path).attribute(name), defaultValue);
+    return ParseBoolean(mPrivate->TextAt(*this, path, name), defaultValue);
 }
 
 void XmlFiler::WriteBoolean(const QString& name, bool value)
@@ -291,12 +292,12 @@ void XmlFiler::WriteBoolean(const QString& path, const QString& name, bool value
 
 QRect XmlFiler::ReadRect(const QString& name, const QRect& defaultValue)
 {
-    return ReadRectFrom(CurrentElement(), name, defaultValue);
+    return ParseRect(CurrentElement().attribute(name), defaultValue);
 }
 
 QRect XmlFiler::ReadRect(const QString& path, const QString& name, const QRect& defaultValue)
 {
-    return ReadRectFrom(ElementAt(path), name, defaultValue);
+    return ParseRect(mPrivate->TextAt(*this, path, name), defaultValue);
 }
 
 void XmlFiler::WriteRect(const QString& name, const QRect& value)
@@ -311,12 +312,12 @@ void XmlFiler::WriteRect(const QString& path, const QString& name, const QRect& 
 
 QSize XmlFiler::ReadSize(const QString& name, const QSize& defaultValue)
 {
-    return ReadSizeFrom(CurrentElement(), name, defaultValue);
+    return ParseSize(CurrentElement().attribute(name), defaultValue);
 }
 
 QSize XmlFiler::ReadSize(const QString& path, const QString& name, const QSize& defaultValue)
 {
-    return ReadSizeFrom(ElementAt(path), name, defaultValue);
+    return ParseSize(mPrivate->TextAt(*this, path, name), defaultValue);
 }
 
 void XmlFiler::WriteSize(const QString& name, const QSize& value)
@@ -362,9 +363,9 @@ QString XmlFiler::ReadString(const QString& name, const QString& defaultValue) c
 
 QString XmlFiler::ReadString(const QString& path, const QString& name, const QString& defaultValue) const
 {
-    // ReadText has already translated a stored value. The second translation is part of the interface: it
+    // ReadTextAt has already translated a stored value. The second translation is part of the interface: it
     // applies to the default too, and to the inner mark of tr(tr(...)).
-    return Translate(ReadText(ElementAt(path), name, defaultValue));
+    return Translate(mPrivate->ReadTextAt(*this, path, name, defaultValue));
 }
 
 void XmlFiler::WriteString(const QString& name, const QString& value)
@@ -389,7 +390,7 @@ QDateTime XmlFiler::ReadDate(const QString& name, const QDateTime& defaultValue)
 
 QDateTime XmlFiler::ReadDate(const QString& path, const QString& name, const QDateTime& defaultValue) const
 {
-    return ParseDate(ElementAt(path).attribute(name), defaultValue);
+    return ParseDate(mPrivate->TextAt(*this, path, name), defaultValue);
 }
 
 void XmlFiler::WriteDate(const QString& name, const QDateTime& value)
@@ -415,7 +416,7 @@ int XmlFiler::ReadEnum(const QString& name, int defaultValue, EnumValueName* tab
 int XmlFiler::ReadEnum(const QString& path, const QString& name, int defaultValue, EnumValueName* table,
                        int count, bool flags)
 {
-    return ParseEnum(ReadText(ElementAt(path), name, QString()), defaultValue, table, count, flags);
+    return ParseEnum(mPrivate->ReadTextAt(*this, path, name, QString()), defaultValue, table, count, flags);
 }
 
 int XmlFiler::ReadEnum(const QString& path, const QString& name, int defaultValue, EnumValueName* table,
