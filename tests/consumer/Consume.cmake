@@ -18,7 +18,7 @@
 #   waypost            builds a copy of the example application with windows, and has it draw a picture
 # Each step is a test; Tests.cmake defines their dependencies.
 
-cmake_minimum_required(VERSION 3.23)
+cmake_minimum_required(VERSION 3.25)
 
 function(run)
     cmake_parse_arguments(PARSE_ARGV 0 arg "" "OUTPUT" "COMMAND;ENVIRONMENT")
@@ -282,7 +282,7 @@ endfunction()
 function(reject_call call words)
     set(project "${SCRATCH}/checks_rejected")
     file(REMOVE_RECURSE "${project}")
-    file(WRITE "${project}/CMakeLists.txt" "cmake_minimum_required(VERSION 3.23)\nproject(rejected NONE)\n"
+    file(WRITE "${project}/CMakeLists.txt" "cmake_minimum_required(VERSION 3.25)\nproject(rejected NONE)\n"
         "include(\"${SOURCE}/cmake/QvUtilChecks.cmake\")\nadd_custom_target(app)\n${call}\n")
     execute_process(COMMAND "${CMAKE_COMMAND}" -G "${GENERATOR}" -S "${project}" -B "${project}/build"
         OUTPUT_VARIABLE output ERROR_VARIABLE output RESULT_VARIABLE result)
@@ -339,7 +339,7 @@ endfunction()
 function(step_checks_inside)
     set(host "${SCRATCH}/checks_inside")
     file(REMOVE_RECURSE "${host}")
-    file(WRITE "${host}/CMakeLists.txt" "cmake_minimum_required(VERSION 3.23)\nproject(inside LANGUAGES CXX)\n"
+    file(WRITE "${host}/CMakeLists.txt" "cmake_minimum_required(VERSION 3.25)\nproject(inside LANGUAGES CXX)\n"
         "enable_testing()\nset(CMAKE_AUTOMOC ON)\nset(QVUTIL_BUILD_TOOLS ON)\n"
         "add_subdirectory(\"${SOURCE}\" qvutil)\nset(QvUtil_DIR \"${host}\")\n"
         "add_subdirectory(\"${SOURCE}/examples/host-checks\" host-checks)\n")

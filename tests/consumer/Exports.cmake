@@ -4,7 +4,7 @@
 # Checks that the shared library exports only the public classes:
 #   cmake -DNM=program -DLIBRARY=file [-DAPPLE=ON] -P Exports.cmake
 
-cmake_minimum_required(VERSION 3.23)
+cmake_minimum_required(VERSION 3.25)
 
 # The public classes, which must all be exported. Those in the second list have virtual functions.
 set(classes BooleanExpressionEvaluator Quorvin::Util::GeneralUtil Quorvin::Util::LocaleUtil

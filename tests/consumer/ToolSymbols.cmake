@@ -4,7 +4,7 @@
 # Checks that the tool uses the public classes from the shared library and does not contain any of them:
 #   cmake -DNM=program -DLIBRARY=file -DTOOL=file -P ToolSymbols.cmake
 
-cmake_minimum_required(VERSION 3.23)
+cmake_minimum_required(VERSION 3.25)
 
 # Sets OUTPUT to the names that FILE defines. Imported variables, whose names have the library's version, do
 # not count.

@@ -4,7 +4,7 @@
 # Checks that the macOS backend exports only the public function to other libraries:
 #   cmake -DOBJDUMP=program -DINTERNAL=object -DPUBLIC=object -P Symbols.cmake
 
-cmake_minimum_required(VERSION 3.23)
+cmake_minimum_required(VERSION 3.25)
 
 execute_process(COMMAND "${OBJDUMP}" -tC "${INTERNAL}" OUTPUT_VARIABLE output RESULT_VARIABLE result)
 string(REGEX MATCHALL "[0-9a-f]+ g[^\n]*Platform::[^\n]*" internal "${output}")
