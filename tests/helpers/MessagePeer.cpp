@@ -1,8 +1,8 @@
 // SPDX-FileCopyrightText: 2026 The QvUtil developers
 // SPDX-License-Identifier: MIT
 
-// The second process in messaging tests. The first argument selects what it does. It reports events as lines
-// on standard output, and ends when standard input is closed or with the line "quit".
+// The helper process of the messaging tests. The first argument selects what it does. It reports events as
+// lines on standard output, and ends when standard input is closed or with the line "quit".
 //
 //   serve NAME
 //       a server: answers requests with their own parameters and the process id; prints "ready", and
@@ -87,7 +87,7 @@ int Serve(const QString& name)
     QObject::connect(&manager, &IPCManager::MessageReceived, &manager,
                      [](const QString& id) { Print(u"message "_s + id); });
     manager.StartServer(name, QIODeviceBase::ReadWrite);
-    // The server starts in the background. It listens as soon as a client of our own can connect.
+    // The server starts in the background. Wait until a client can connect.
     {
         MessageClient probe;
         probe.ConnectToServer(name);

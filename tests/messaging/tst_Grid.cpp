@@ -95,17 +95,17 @@ private Q_SLOTS:
     void LockFile_changesHands();
     void LockFile_changesHandsTooLong();
     void LockFile_heldWhileLeaving();
-    void BothLocks_heldWhileJoining();
-    void BothLocks_heldWhileReading();
-    void BothLocks_heldWhileRejoining();
-    void BothLocks_heldWhileLeaving();
-    void MemoryLock_held();
-    void MemoryLock_heldWhileLeaving();
+    void Locks_heldWhileJoining_data();
+    void Locks_heldWhileJoining();
+    void Locks_heldWhileReading();
+    void Locks_heldWhileRejoining();
+    void Locks_heldWhileLeaving_data();
+    void Locks_heldWhileLeaving();
     void MemoryLock_leftByKilledProcess_data();
     void MemoryLock_leftByKilledProcess();
-    void LockFile_other_data();
-    void LockFile_other();
-    void LockFile_goesWithLastMember();
+    void LockFile_unusable_data();
+    void LockFile_unusable();
+    void LockFile_removedWithLastMember();
 
     void Messages_oneHop();
     void ManyProcesses();
@@ -241,7 +241,7 @@ void tst_Grid::Leave()
     QCOMPARE(manager.DeleteAllConnections(), true);
     QCOMPARE(manager.IsServerRunning(), false);
     QCOMPARE(registry.Bytes().first(kRegistrySize), QByteArray(kRegistrySize, '\0'));
-    // A second call does nothing, not even to an entry that another program has added.
+    // A second call changes nothing, not even an entry that another program has added.
     const QByteArray other = Image(Number32(1) + Entry(QCoreApplication::applicationPid(), u"other"_s));
     registry.SetBytes(other);
     QCOMPARE(manager.DeleteAllConnections(), true);
@@ -382,14 +382,14 @@ void tst_Grid::Read_damaged()
     registry.SetBytes(bytes);
     QCOMPARE(ProcessIds(manager.ReadFromSharedMemory()), expected);
 
-    // With a count that exceeds the data, reading stops at the end of the data, which is zeros here.
+    // If the count exceeds the data, reading stops at the end of the data, which consists of zeros here.
     registry.SetBytes(Number32(0x7FFFFFFF) + Entry(7, u"name"_s));
     const QList<ProcessInfo> processes = manager.ReadFromSharedMemory();
     QVERIFY(processes.size() <= registry.Size() / 12);
     QCOMPARE(processes.at(0).ServerName, u"name"_s);
 }
 
-// Some systems round a segment up to whole pages. The registry is always its first 8192 bytes.
+// Some systems round a segment up to whole pages. The registry is always its first 8,192 bytes.
 void tst_Grid::Read_largerSegment()
 {
     const QString grid = UniqueName();
@@ -493,7 +493,7 @@ void tst_Grid::SharedMemory_createAndAttach()
     QCOMPARE(manager.AttachToSharedMemory(), true);
     QCOMPARE(manager.CreateSharedMemory(), true);
     manager.DeleteAllConnections();
-    // The segment stays attached, so that the grid can still be read.
+    // The segment stays attached, so the grid can still be read.
     QCOMPARE(manager.AttachToSharedMemory(), true);
     QVERIFY(manager.WriteToSharedMemory({{7, u"x"_s}}));
     QCOMPARE(ProcessIds(manager.ReadFromSharedMemory()), QList<qint64>{7});
@@ -514,7 +514,7 @@ void tst_Grid::Locking_nested()
     QVERIFY(other.unlock());
 }
 
-// Another program, which takes only the lock of the segment, changes the registry while members join and
+// Another program, which takes only the segment's lock, changes the registry while members join and
 // leave. No change is lost.
 void tst_Grid::Locking_otherProgram()
 {
@@ -560,7 +560,7 @@ void tst_Grid::Locking_otherProgram()
     }
 }
 
-// Nobody creates, changes or leaves a registry without holding the lock on the library's file.
+// Processes create, change and leave a registry only while they hold the lock on the library's lock file.
 void tst_Grid::LockFile_keepsOthersOut()
 {
     if (!QFile::exists(u"/proc/self/fd"_s))
@@ -611,7 +611,7 @@ void tst_Grid::LockFile_heldTooLong()
     QCOMPARE(ProcessIds(member.ReadFromSharedMemory()), QList<qint64>{QCoreApplication::applicationPid()});
 }
 
-// The time-out is for each holder: while holders take turns, the wait may be longer.
+// The time-out applies to each holder: while holders take turns, the wait may be longer.
 void tst_Grid::LockFile_changesHands()
 {
     const QString path = GridLockFilePath(UniqueName());
@@ -619,8 +619,7 @@ void tst_Grid::LockFile_changesHands()
     std::atomic<bool> isOver = false;
     const int first = Platform::LockFile(path);
     QVERIFY(first >= 0);
-    // The holder acts like a series of holders, for longer than the time-out, so that nobody else gets the
-    // lock.
+    // For longer than the time-out, the holder acts like a series of holders that take the lock in turn.
     const std::unique_ptr<QThread> holder(QThread::create([&] {
         for (turns = 0; turns < 30 && !isOver; ++turns) {
             const timespec time = {.tv_sec = 1000, .tv_nsec = (turns + 1) * 1'000'000L};
@@ -639,7 +638,7 @@ void tst_Grid::LockFile_changesHands()
     Platform::UnlockFile(second);
 }
 
-// Even if holders take turns for ever, the wait has an end.
+// Even if holders take turns for ever, the wait ends.
 void tst_Grid::LockFile_changesHandsTooLong()
 {
     const QString path = GridLockFilePath(UniqueName());
@@ -690,13 +689,27 @@ void tst_Grid::LockFile_heldWhileLeaving()
     QVERIFY(!Registry(grid).Attach()); // the segment has been detached after all
 }
 
-// A member that is stopped while it joins holds the lock on the file and that of the segment, which has no
-// time-out. Each operation waits once for the file, and never for the segment.
-void tst_Grid::BothLocks_heldWhileJoining()
+// A member that is stopped while it joins holds the lock on the file and the segment's lock. A program that
+// does not use the library holds only the segment's lock, which has no time-out: QSharedMemory would wait for
+// ever.
+void tst_Grid::Locks_heldWhileJoining_data()
 {
+    QTest::addColumn<QString>("holds");
+    QTest::addColumn<QString>("message");
+
+    QTest::newRow("both locks") << u"hold"_s << u"another process keeps "_s;
+    QTest::newRow("only the segment's lock")
+        << u"hold-memory"_s << u"process PID keeps the shared memory locked; "_s;
+}
+
+void tst_Grid::Locks_heldWhileJoining()
+{
+    QFETCH(const QString, holds);
+    QFETCH(QString, message);
+
     const TestSupport::LogGuard log;
     const QString grid = UniqueName();
-    Peer holder({u"hold"_s, grid});
+    Peer holder({holds, grid});
     QVERIFY(!holder.WaitForLine(u"holds"_s).isEmpty());
     IPCManager member;
     QCOMPARE(member.CreateGridConnection(grid, kReadWrite), true);
@@ -705,18 +718,18 @@ void tst_Grid::BothLocks_heldWhileJoining()
     QCOMPARE(member.WriteToSharedMemory({}), false);
     QCOMPARE(member.AttachToSharedMemory(), false);
     QCOMPARE(member.CreateSharedMemory(), false);
-    QCOMPARE(TestSupport::LogGuard::Messages().filter(u"keeps "_s).size(), 5);
-    QCOMPARE(TestSupport::LogGuard::Messages().size(), 5);
+    const QStringList messages = TestSupport::LogGuard::Messages();
+    QCOMPARE(messages.size(), 5);
+    QCOMPARE(messages.filter(message.replace(u"PID"_s, QString::number(holder.Id()))).size(), 5);
 
-    holder.EndInput();
-    QVERIFY(holder.WaitForEnd());
+    QVERIFY(holder.End());
     QCOMPARE(member.CreateGridConnection(grid, kReadWrite), true);
     QCOMPARE(ProcessIds(member.ReadFromSharedMemory()), QList<qint64>{QCoreApplication::applicationPid()});
 }
 
 // After a time-out, the next operations wait only for a short time. On a busy machine, one of them may take
 // longer, but not all of them.
-void tst_Grid::BothLocks_heldWhileReading()
+void tst_Grid::Locks_heldWhileReading()
 {
     const TestSupport::LogGuard log;
     const QString grid = UniqueName();
@@ -735,13 +748,13 @@ void tst_Grid::BothLocks_heldWhileReading()
     QVERIFY(fastest < Internal::kGridLockTimeoutMs);
     QCOMPARE(TestSupport::LogGuard::Messages().filter(u"keeps "_s).size(), 4);
 
-    holder.EndInput();
-    QVERIFY(holder.WaitForEnd());
+    QVERIFY(holder.End());
     QCOMPARE(ProcessIds(member.ReadFromSharedMemory()), QList<qint64>{QCoreApplication::applicationPid()});
 }
 
-// A process that has left the grid is still attached to the segment. To join again, it does not detach first.
-void tst_Grid::BothLocks_heldWhileRejoining()
+// A process that has left the grid is still attached to the segment. Joining again must not detach it first,
+// because detaching would wait for the segment's lock.
+void tst_Grid::Locks_heldWhileRejoining()
 {
     const TestSupport::LogGuard log;
     const QString grid = UniqueName();
@@ -754,73 +767,37 @@ void tst_Grid::BothLocks_heldWhileRejoining()
     QCOMPARE(member.ReadFromSharedMemory().size(), 0);
     QCOMPARE(TestSupport::LogGuard::Messages().size(), 2);
 
-    holder.EndInput();
-    QVERIFY(holder.WaitForEnd());
+    QVERIFY(holder.End());
     QCOMPARE(member.CreateGridConnection(grid, kReadWrite), true);
     QCOMPARE(ProcessIds(member.ReadFromSharedMemory()), QList<qint64>{QCoreApplication::applicationPid()});
 }
 
-void tst_Grid::BothLocks_heldWhileLeaving()
+void tst_Grid::Locks_heldWhileLeaving_data()
 {
+    QTest::addColumn<QString>("holds");
+
+    QTest::newRow("both locks") << u"hold"_s;
+    QTest::newRow("only the segment's lock") << u"hold-memory"_s;
+}
+
+void tst_Grid::Locks_heldWhileLeaving()
+{
+    QFETCH(const QString, holds);
+
     const TestSupport::LogGuard log;
     const QString grid = UniqueName();
     auto member = std::make_unique<IPCManager>();
     QCOMPARE(member->CreateGridConnection(grid, kReadWrite), true);
     Peer other({u"grid"_s, grid});
     QVERIFY(!other.WaitForLine(u"linked"_s).isEmpty());
-    Peer holder({u"hold"_s, grid});
+    Peer holder({holds, grid});
     QVERIFY(!holder.WaitForLine(u"holds"_s).isEmpty());
-    other.EndInput();
-    QVERIFY(other.WaitForEnd());
+    QVERIFY(other.End());
     member.reset();
     QCOMPARE(TestSupport::LogGuard::Messages().size(), 2);
     QVERIFY(TestSupport::LogGuard::Messages().constLast().contains(u"stays attached"_s));
 
-    holder.EndInput();
-    QVERIFY(holder.WaitForEnd());
-    QVERIFY(Registry(grid).Attach()); // this process is still attached
-    std::make_unique<IPCManager>()->CreateGridConnection(grid, kReadWrite);
-    QVERIFY(!Registry(grid).Attach());
-}
-
-// Another program holds only the lock of the shared memory, and hangs. QSharedMemory would wait for ever.
-void tst_Grid::MemoryLock_held()
-{
-    const TestSupport::LogGuard log;
-    const QString grid = UniqueName();
-    Peer holder({u"hold-memory"_s, grid});
-    QVERIFY(!holder.WaitForLine(u"holds"_s).isEmpty());
-    IPCManager member;
-    QCOMPARE(member.CreateGridConnection(grid, kReadWrite), true);
-    QCOMPARE(member.IsServerRunning(), true);
-    QCOMPARE(member.ReadFromSharedMemory().size(), 0);
-    QCOMPARE(member.WriteToSharedMemory({}), false);
-    QCOMPARE(member.AttachToSharedMemory(), false);
-    QCOMPARE(member.CreateSharedMemory(), false);
-    const QStringList messages = TestSupport::LogGuard::Messages();
-    QCOMPARE(messages.size(), 5);
-    QCOMPARE(messages.filter(u"process %1 keeps the shared memory locked; "_s.arg(holder.Id())).size(), 5);
-
-    holder.EndInput();
-    QVERIFY(holder.WaitForEnd());
-    QCOMPARE(member.CreateGridConnection(grid, kReadWrite), true);
-    QCOMPARE(ProcessIds(member.ReadFromSharedMemory()), QList<qint64>{QCoreApplication::applicationPid()});
-}
-
-void tst_Grid::MemoryLock_heldWhileLeaving()
-{
-    const TestSupport::LogGuard log;
-    const QString grid = UniqueName();
-    auto member = std::make_unique<IPCManager>();
-    QCOMPARE(member->CreateGridConnection(grid, kReadWrite), true);
-    Peer holder({u"hold-memory"_s, grid});
-    QVERIFY(!holder.WaitForLine(u"holds"_s).isEmpty());
-    member.reset();
-    QCOMPARE(TestSupport::LogGuard::Messages().size(), 2);
-    QVERIFY(TestSupport::LogGuard::Messages().constLast().contains(u"stays attached"_s));
-
-    holder.EndInput();
-    QVERIFY(holder.WaitForEnd());
+    QVERIFY(holder.End());
     QVERIFY(Registry(grid).Attach()); // this process is still attached
     std::make_unique<IPCManager>()->CreateGridConnection(grid, kReadWrite);
     QVERIFY(!Registry(grid).Attach());
@@ -849,8 +826,8 @@ void tst_Grid::MemoryLock_leftByKilledProcess()
 }
 
 // Another user could keep the lock file locked for ever, or replace it with a link to a file of this user.
-// Such a file is not used: the segment's own lock must suffice.
-void tst_Grid::LockFile_other_data()
+// The library does not use that file, and relies on the segment's lock alone.
+void tst_Grid::LockFile_unusable_data()
 {
     QTest::addColumn<int>("kind");
 
@@ -860,7 +837,7 @@ void tst_Grid::LockFile_other_data()
     QTest::newRow("file of another user") << int(S_IFREG);
 }
 
-void tst_Grid::LockFile_other()
+void tst_Grid::LockFile_unusable()
 {
     QFETCH(const int, kind);
 
@@ -898,7 +875,7 @@ void tst_Grid::LockFile_other()
     QVERIFY(TestSupport::LogGuard::Messages().constFirst().contains(u"cannot be locked"_s));
 }
 
-void tst_Grid::LockFile_goesWithLastMember()
+void tst_Grid::LockFile_removedWithLastMember()
 {
     const QString grid = UniqueName();
     const QString path = GridLockFilePath(grid);
@@ -956,7 +933,7 @@ void tst_Grid::ManyProcesses()
             const auto which = alive.begin() + random.bounded(static_cast<int>(alive.size()));
             if (random.bounded(2) == 0) {
                 dead.append((*which)->Id());
-                (*which)->Kill(); // its entry stays until a process joins
+                (*which)->Kill(); // the entry stays until a process joins
             } else {
                 expected.removeOne((*which)->Id());
             }

@@ -80,7 +80,7 @@ struct Pair
     bool Ok = false;
 };
 
-using Operation = std::function<bool(IPCManager&)>; // returns a value that must be false
+using Operation = std::function<bool(IPCManager&)>; // the result must be false
 
 } // namespace
 
@@ -147,7 +147,7 @@ void tst_IPCManager::MetaObject()
                           u"signal DisconnectedFromServer(QString) name"_s}));
 }
 
-// Each operation does nothing, logs a line and returns.
+// Each operation only logs a line and returns.
 void tst_IPCManager::WrongThread_data()
 {
     QTest::addColumn<Operation>("operation");
@@ -255,7 +255,7 @@ void tst_IPCManager::StartServer()
     QCOMPARE(manager.StopServer(), true);
     QCOMPARE(manager.IsServerRunning(), false);
     EVENTUALLY_EQUAL(client.state(), QLocalSocket::UnconnectedState);
-    QCOMPARE(manager.IsConnectedToAnyClient(), true); // the disconnection was not announced
+    QCOMPARE(manager.IsConnectedToAnyClient(), true); // the disconnection has not been announced
 }
 
 void tst_IPCManager::StartServer_twice()

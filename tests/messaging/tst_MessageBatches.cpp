@@ -26,7 +26,7 @@ using namespace Quorvin::Util::Internal;
 using namespace MessagingSupport;
 
 // Messages are sent in batches and passed between threads in batches. Neither side may notice: the results
-// are those of messages that are sent and received one by one.
+// must be the same as if messages were sent and received one by one.
 
 namespace {
 
@@ -40,7 +40,7 @@ QStringList NumbersBelow(int end)
     return numbers;
 }
 
-// Returns the documents 0 to end - 1. Keep \a end small, so that they arrive in a single read.
+// Returns the frames 0 to end - 1. Keep \a end small, so that the frames arrive in a single read.
 QByteArray DocumentsBelow(int end)
 {
     QByteArray documents;
@@ -49,7 +49,7 @@ QByteArray DocumentsBelow(int end)
     return documents;
 }
 
-// Writes the documents 0 to end - 1, each with a separate write.
+// Writes the frames 0 to end - 1, each with a separate write.
 void WriteDocumentsBelow(QLocalSocket& socket, int end)
 {
     for (int i = 0; i < end; ++i)
@@ -297,9 +297,9 @@ void tst_MessageBatches::Send_sizes_data()
 
     constexpr int kPiece = int(kMaxPiece);
     QTest::newRow("small") << QList<int>{10, 100, 1000};
-    QTest::newRow("two fit into a piece") << QList<int>{kPiece / 2 - 400};
-    QTest::newRow("two just exceed a piece") << QList<int>{kPiece / 2};
-    QTest::newRow("about as large as a piece")
+    QTest::newRow("two fit into a single read") << QList<int>{kPiece / 2 - 400};
+    QTest::newRow("two just exceed a single read") << QList<int>{kPiece / 2};
+    QTest::newRow("about as large as a single read")
         << QList<int>{kPiece - 700, kPiece - 300, kPiece, kPiece + 300};
     QTest::newRow("small and large alternating") << QList<int>{10, 100'000, 20, 30'000, 200'000, 30};
 }
@@ -413,7 +413,7 @@ void tst_MessageBatches::Send_peerNeverReads()
     EVENTUALLY_EQUAL(server.GetConnectionCount(), 1);
     client.setReadBufferSize(1);
     const QVariantMap filling{{u"filling"_s, QByteArray(600, 'x')}};
-    for (int i = 0; i < kCount; ++i) // some 40 MB
+    for (int i = 0; i < kCount; ++i) // about 40 MB
         server.SendMessage(QString::number(i), filling);
     EVENTUALLY(!TestSupport::LogGuard::Messages().isEmpty());
     client.setReadBufferSize(0);
@@ -437,8 +437,8 @@ void tst_MessageBatches::Receive_order()
     QCOMPARE(server.Notes, expected);
 }
 
-// Connections and disconnections are announced in their order among the messages, even if the owner thread is
-// late.
+// Connections, messages and disconnections are announced in the order in which they occurred, even if the
+// owner thread is late.
 void tst_MessageBatches::Receive_orderWithConnections()
 {
     RecordingServer server;
@@ -449,7 +449,7 @@ void tst_MessageBatches::Receive_orderWithConnections()
             return client.waitForConnected(1000);
         }));
         Write(client, DocumentsBelow(5));
-        QVERIFY(SpinUntil([&] { // the worker has read them
+        QVERIFY(SpinUntil([&] { // the worker has read the messages
             return client.bytesToWrite() == 0 && Platform::GetUnreadBytes(client.socketDescriptor()) == 0;
         }));
         client.disconnectFromServer();
@@ -470,7 +470,7 @@ void tst_MessageBatches::Receive_orderWithConnections()
 // messages are small.
 void tst_MessageBatches::Receive_busyOwner()
 {
-    constexpr int kCount = 100'000; // some 30 MB
+    constexpr int kCount = 100'000; // about 30 MB
     RecordingServer server;
     QLocalSocket client;
     QVERIFY(Connect(client, server.Name));

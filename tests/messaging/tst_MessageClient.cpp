@@ -84,7 +84,7 @@ private Q_SLOTS:
 
     void SendMessage_notConnected();
     void SendMessage_wire();
-    void SendMessage_record();
+    void SendMessage_messageInfo();
     void SendMessage_order();
     void SendMessage_waitForSent();
     void SendMessage_readOnly();
@@ -302,7 +302,7 @@ void tst_MessageClient::WaitForConnection_connected()
     bool ran = false;
     Later(this, [&] { ran = true; });
     QCOMPARE(link.Client.WaitForConnection(60000), true);
-    QCOMPARE(ran, false); // no event loop
+    QCOMPARE(ran, false); // no event loop has run
     EVENTUALLY(ran);
 }
 
@@ -353,7 +353,7 @@ void tst_MessageClient::WaitForConnection_waitsInSlot()
     bool answered = true;
     bool sent = true;
     connect(&client, &MessageClient::Connected, &client, [&] {
-        // The wait has ended but not returned yet.
+        // The outer wait has ended, but has not returned yet.
         QVariantMap answer;
         answered = client.SendMessageAndGetResponse(u"ask"_s, {}, answer, 60000);
         sent = client.SendMessage(u"m"_s, {}, true);
@@ -435,7 +435,7 @@ void tst_MessageClient::SendMessage_wire()
                  " IsResponse='False'><Params><Param Name='a' Type='Int' Value='1'/></Params></Message>"_s));
 }
 
-void tst_MessageClient::SendMessage_record()
+void tst_MessageClient::SendMessage_messageInfo()
 {
     Link link;
     QVERIFY(link.Ok);
@@ -680,7 +680,7 @@ void tst_MessageClient::Request_waitsWithinWaits()
     time.start();
     QCOMPARE(link.Client.SendMessageAndGetResponse(u"ask"_s, {}, answer, 300), false);
     QVERIFY(time.elapsed() < 14000); // the inner wait has not postponed the outer deadline
-    QCOMPARE(sent, false); // it did not wait
+    QCOMPARE(sent, false); // the slot did not wait
     QCOMPARE(connected, true); // no wait was necessary
     QCOMPARE(ReadMessages(link.Other(), 2).size(), 2); // sent nevertheless
 }
@@ -776,9 +776,9 @@ void tst_MessageClient::Receive_split()
     QSignalSpy received(&link.Client, &MessageClient::MessageReceived);
     const QByteArray document = Document(u"split"_s);
     Write(link.Other(), document.first(100));
-    QVERIFY(IsDealtWith(link.Other(), link.Client));
+    QVERIFY(WaitUntilProcessed(link.Other(), link.Client));
     Write(link.Other(), document.sliced(100));
-    QVERIFY(IsDealtWith(link.Other(), link.Client));
+    QVERIFY(WaitUntilProcessed(link.Other(), link.Client));
     Write(link.Other(), Document(u"next"_s));
     EVENTUALLY_EQUAL(received.count(), 1);
     QCOMPARE(received.at(0).at(0).toString(), u"next"_s);
@@ -790,7 +790,7 @@ void tst_MessageClient::Receive_joinedAndNoise()
     QVERIFY(link.Ok);
     QSignalSpy received(&link.Client, &MessageClient::MessageReceived);
     Write(link.Other(), "noise" + Document(u"a"_s) + Document(u"b"_s) + Document(u"cut"_s).chopped(5));
-    QVERIFY(IsDealtWith(link.Other(), link.Client));
+    QVERIFY(WaitUntilProcessed(link.Other(), link.Client));
     Write(link.Other(), Document(u"last"_s));
     EVENTUALLY_EQUAL(received.count(), 3);
     QCOMPARE(received.at(0).at(0).toString(), u"a"_s);

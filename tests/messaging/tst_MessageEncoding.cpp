@@ -226,8 +226,8 @@ void tst_MessageEncoding::StringToType_case_data()
     QTest::newRow("mixed case") << u"sTrInGlIsT"_s << 11;
     QTest::newRow("unknown") << u"Strange"_s << 0;
     QTest::newRow("empty") << QString() << 0;
-    QTest::newRow("blank before") << u" Int"_s << 0;
-    QTest::newRow("blank after") << u"Int "_s << 0;
+    QTest::newRow("leading blank") << u" Int"_s << 0;
+    QTest::newRow("trailing blank") << u"Int "_s << 0;
     QTest::newRow("beginning of a name") << u"Str"_s << 0;
     QTest::newRow("Qt's name") << u"QString"_s << 0;
     QTest::newRow("Qt's name of a map") << u"VariantMap"_s << 0;
@@ -325,7 +325,7 @@ void tst_MessageEncoding::ReadVariantMap_data()
         QTest::newRow(name) << u"<Param Name='k' "_s + rest << QVariantMap{{u"k"_s, value}};
     };
     QTest::newRow("no children") << QString() << QVariantMap();
-    row("bool in capitals", u"Type='Bool' Value='TRUE'/>"_s, true);
+    row("bool in upper case", u"Type='Bool' Value='TRUE'/>"_s, true);
     row("bool as a number", u"Type='Bool' Value='2'/>"_s, true);
     row("bool unreadable", u"Type='Bool' Value='yes'/>"_s, false);
     row("bool missing", u"Type='Bool'/>"_s, false);
@@ -345,7 +345,7 @@ void tst_MessageEncoding::ReadVariantMap_data()
     row("type without value", u"Type='UserType' Value='5'/>"_s, InvalidValue());
     row("empty type", u"Type='' Value='5'/>"_s, InvalidValue());
     row("no type", u"Value='5'/>"_s, InvalidValue());
-    row("type in another case", u"Type='string' Value='x'/>"_s, u"x"_s);
+    row("type in different case", u"Type='string' Value='x'/>"_s, u"x"_s);
     row("type with mark", u"Type='tr(Int)' Value='5'/>"_s, 5);
     row("bytes", u"Type='ByteArray'><![CDATA[AP8=]]></Param>"_s, QByteArray("\0\xff", 2));
     row("bytes as text", u"Type='ByteArray'>AP8=</Param>"_s, QByteArray("\0\xff", 2));
@@ -355,7 +355,7 @@ void tst_MessageEncoding::ReadVariantMap_data()
         QVariantList{InvalidValue(), 3});
     row("missing value in a string list keeps its position",
         u"Type='StringList'><Param/><Any Value='x'/></Param>"_s, QStringList{QString(), u"x"_s});
-    QTest::newRow("other element name")
+    QTest::newRow("another element name")
         << u"<Other Name='k' Type='Int' Value='5'/>"_s << QVariantMap{{u"k"_s, 5}};
     QTest::newRow("text between") << u"text<Param Name='k' Type='Int' Value='5'/>text"_s
                                   << QVariantMap{{u"k"_s, 5}};
@@ -365,7 +365,7 @@ void tst_MessageEncoding::ReadVariantMap_data()
     QTest::newRow("name twice") << u"<Param Name='k' Type='Int' Value='5'/>"
                                    "<Param Name='k' Type='Int' Value='6'/>"_s
                                 << QVariantMap{{u"k"_s, 6}};
-    QTest::newRow("name twice, the second unreadable")
+    QTest::newRow("name twice, second value unreadable")
         << u"<Param Name='k' Type='Int' Value='5'/><Param Name='k' Type='Url'/>"_s
         << QVariantMap{{u"k"_s, InvalidValue()}};
     QTest::newRow("names differ by case") << u"<Param Name='k' Type='Int' Value='5'/>"
@@ -421,7 +421,7 @@ void tst_MessageEncoding::RoundTrip_data()
     QTest::newRow("largest uint") << QVariant(std::numeric_limits<uint>::max());
     QTest::newRow("smallest longlong") << QVariant(std::numeric_limits<qlonglong>::min());
     QTest::newRow("largest longlong") << QVariant(std::numeric_limits<qlonglong>::max());
-    QTest::newRow("third") << QVariant(1.0 / 3);
+    QTest::newRow("a third") << QVariant(1.0 / 3);
     QTest::newRow("largest double") << QVariant(Limits::max());
     QTest::newRow("smallest double") << QVariant(Limits::min());
     QTest::newRow("infinity") << QVariant(Limits::infinity());
@@ -486,12 +486,12 @@ void tst_MessageEncoding::Decode_data()
     const QVariantMap after{{u"old"_s, 1}, {u"k"_s, 5}};
     const QString param = u"<Param Name='k' Type='Int' Value='5'/>"_s;
     QTest::newRow("plain") << u"<Data Encoder='XmlEncoder' Version='1.0'>%1</Data>"_s.arg(param) << after;
-    QTest::newRow("other version") << u"<Data Encoder='XmlEncoder' Version='7'>%1</Data>"_s.arg(param)
-                                   << after;
+    QTest::newRow("another version") << u"<Data Encoder='XmlEncoder' Version='7'>%1</Data>"_s.arg(param)
+                                     << after;
     QTest::newRow("no version") << u"<Data Encoder='XmlEncoder'>%1</Data>"_s.arg(param) << after;
-    QTest::newRow("other root") << u"<Any Encoder='XmlEncoder'>%1</Any>"_s.arg(param) << after;
-    QTest::newRow("other case") << u"<Data Encoder='xmlencoder'>%1</Data>"_s.arg(param) << before;
-    QTest::newRow("other encoder") << u"<Data Encoder='Other'>%1</Data>"_s.arg(param) << before;
+    QTest::newRow("another root") << u"<Any Encoder='XmlEncoder'>%1</Any>"_s.arg(param) << after;
+    QTest::newRow("different case") << u"<Data Encoder='xmlencoder'>%1</Data>"_s.arg(param) << before;
+    QTest::newRow("another encoder") << u"<Data Encoder='Other'>%1</Data>"_s.arg(param) << before;
     QTest::newRow("no encoder") << u"<Data>%1</Data>"_s.arg(param) << before;
     QTest::newRow("malformed") << u"<Data Encoder='XmlEncoder'>%1"_s.arg(param) << before;
     QTest::newRow("empty") << QString() << before;
@@ -544,19 +544,19 @@ void tst_MessageEncoding::ReadBase64_data()
     QTest::newRow("all digits") << QByteArray(
         "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/")
                                 << true;
-    QTest::newRow("one padded") << QByteArray("AAAAAAA=") << true;
-    QTest::newRow("two padded") << QByteArray("AAAAAA==") << true;
+    QTest::newRow("one padding character") << QByteArray("AAAAAAA=") << true;
+    QTest::newRow("two padding characters") << QByteArray("AAAAAA==") << true;
     QTest::newRow("bits in the padding") << QByteArray("AP9=") << true;
     QTest::newRow("three characters") << QByteArray("AAA") << false;
     QTest::newRow("five characters") << QByteArray("AAAAA") << false;
     QTest::newRow("padding missing") << QByteArray("AAAAAA") << false;
-    QTest::newRow("three padded") << QByteArray("A===") << false;
+    QTest::newRow("three padding characters") << QByteArray("A===") << false;
     QTest::newRow("only padding") << QByteArray("====") << false;
     QTest::newRow("padding in the middle") << QByteArray("AA==AAAA") << false;
     QTest::newRow("padding before the last") << QByteArray("AA=A") << false;
-    QTest::newRow("line end") << QByteArray("AAA\n") << false;
+    QTest::newRow("line ending") << QByteArray("AAA\n") << false;
     QTest::newRow("digits of the URL-safe alphabet") << QByteArray("AA-_") << false;
-    QTest::newRow("null character") << QByteArray("AA\0A", 4) << false;
+    QTest::newRow("NUL") << QByteArray("AA\0A", 4) << false;
     QTest::newRow("above ASCII") << QByteArray("AA\xC1\x41") << false;
     QTest::newRow("invalid character before the padding") << QByteArray("A*==") << false;
 }

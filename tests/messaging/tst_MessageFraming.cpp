@@ -198,7 +198,7 @@ public:
             u"\n"_s,     u"\r"_s,     u"\r\n"_s,  u"ä"_s,          u"漢"_s,     u"\U0001F600"_s, u"\u00a0"_s,
             u"<?xml "_s, u"&amp;"_s,  u"&#x9;"_s, u"\u0085"_s,     u"\u2028"_s, u"\uFFFD"_s,     u"\x7f"_s,
             u"\uFEFF"_s, u"\uE000"_s, u"12"_s,    u"--"_s,         u"%1"_s,     u"<!ENTITY"_s};
-        // Rarely a character that XML does not allow.
+        // In rare cases, add a character that XML does not allow.
         static const QStringList kBad
             = {QString(QChar(0)),      QString(QChar(1)),      QString(QChar(0x1f)),  QString(QChar(0xD800)),
                QString(QChar(0xDC00)), QString(QChar(0xFFFE)), QString(QChar(0xFFFF))};
@@ -328,8 +328,8 @@ private Q_SLOTS:
 
     void FastPath_takesOneByOne();
     void FastPath_takesNoneBeforeNoise();
-    void FastPath_readsItsOwn_data();
-    void FastPath_readsItsOwn();
+    void FastPath_readsOwnFrames_data();
+    void FastPath_readsOwnFrames();
     void FastPath_leavesToDomPath_data();
     void FastPath_leavesToDomPath();
     void FastPath_writesSameFrames();
@@ -397,7 +397,7 @@ void tst_MessageFraming::EncodeMessage_unwritableCharacters_data()
     QTest::newRow("value") << withParam(u"k"_s, control);
     QTest::newRow("value in a list") << withParam(u"k"_s, QVariantList{control});
     QTest::newRow("string list") << withParam(u"k"_s, QStringList{control});
-    QTest::newRow("null character") << withId(QString(QChar(0)));
+    QTest::newRow("NUL") << withId(QString(QChar(0)));
     QTest::newRow("noncharacter") << withId(QString(QChar(0xFFFE)));
 }
 
@@ -426,19 +426,21 @@ void tst_MessageFraming::DecodeMessage_data()
     const QString c = EncodeMessage(own);
     QTest::newRow("empty") << QString() << QStringList();
     QTest::newRow("one") << a << QStringList{u"a"_s};
-    QTest::newRow("own frames") << c << QStringList{u"own"_s};
+    QTest::newRow("frame of the library") << c << QStringList{u"own"_s};
     QTest::newRow("two") << a + b << QStringList{u"a"_s, u"b"_s};
-    QTest::newRow("own and other frames") << c + a + c << QStringList{u"own"_s, u"a"_s, u"own"_s};
+    QTest::newRow("frames of the library and of others")
+        << c + a + c << QStringList{u"own"_s, u"a"_s, u"own"_s};
     QTest::newRow("noise before") << u"noise"_s + a << QStringList{u"a"_s};
-    QTest::newRow("noise before own frames") << u"noise"_s + c << QStringList{u"own"_s};
+    QTest::newRow("noise before a frame of the library") << u"noise"_s + c << QStringList{u"own"_s};
     QTest::newRow("noise alone") << u"noise"_s << QStringList();
     QTest::newRow("noise after") << a + u"noise"_s + b << QStringList{u"b"_s};
-    QTest::newRow("noise after own frames") << c + u"noise"_s + c << QStringList{u"own"_s};
+    QTest::newRow("noise after a frame of the library") << c + u"noise"_s + c << QStringList{u"own"_s};
     QTest::newRow("blanks between") << a + u" \n"_s + b << QStringList{u"a"_s, u"b"_s};
-    QTest::newRow("blanks between own frames") << c + u" \n"_s + c << QStringList{u"own"_s, u"own"_s};
+    QTest::newRow("blanks between frames of the library")
+        << c + u" \n"_s + c << QStringList{u"own"_s, u"own"_s};
     QTest::newRow("tail missing") << a + b.chopped(1) << QStringList{u"a"_s};
-    QTest::newRow("own tail missing") << c + c.chopped(2) << QStringList{u"own"_s};
-    QTest::newRow("own line end missing") << c.chopped(1) << QStringList{u"own"_s};
+    QTest::newRow("tail missing, frame of the library") << c + c.chopped(2) << QStringList{u"own"_s};
+    QTest::newRow("line ending missing, frame of the library") << c.chopped(1) << QStringList{u"own"_s};
     QTest::newRow("head missing") << a.mid(1) + b << QStringList{u"b"_s};
     QTest::newRow("declaration's start missing") << a.mid(6) + b << QStringList{u"a"_s, u"b"_s};
     QTest::newRow("start alone") << u"<?xml "_s << QStringList();
@@ -446,10 +448,10 @@ void tst_MessageFraming::DecodeMessage_data()
     QTest::newRow("start, then a frame") << u"<?xml "_s + a << QStringList{u"a"_s};
     QTest::newRow("malformed between")
         << a + u"<?xml version='1.0'?><Message"_s + b << QStringList{u"a"_s, u"b"_s};
-    QTest::newRow("start in other case") << u"<?XML version='1.0'?><Message Id='x'/>"_s << QStringList();
+    QTest::newRow("start in different case") << u"<?XML version='1.0'?><Message Id='x'/>"_s << QStringList();
     QTest::newRow("declaration with tab") << u"<?xml\tversion='1.0'?><Message Id='x'/>"_s << QStringList();
     QTest::newRow("no declaration") << u"<Message Id='x'/>"_s << QStringList();
-    QTest::newRow("other root") << u"<?xml version='1.0'?><Any Id='x'/>"_s << QStringList{u"x"_s};
+    QTest::newRow("another root") << u"<?xml version='1.0'?><Any Id='x'/>"_s << QStringList{u"x"_s};
     QTest::newRow("no Params") << u"<?xml version='1.0'?><Message Id='x'/>"_s << QStringList{u"x"_s};
     QTest::newRow("no name") << u"<?xml version='1.0'?><Message/>"_s << QStringList{QString()};
     QTest::newRow("start within a text")
@@ -584,10 +586,10 @@ void tst_MessageFraming::DecodeMessage_interrupted()
     left = 0;
     messages.clear();
     Quorvin::Util::DecodeMessage(fast.repeated(10), messages, [] { return --left < 0; });
-    QCOMPARE(messages.size(), 10); // the fast path does not check
+    QCOMPARE(messages.size(), 10); // the fast path does not check for interruptions
 }
 
-// The parser's time is quadratic in the number of an element's attributes.
+// Parsing takes time that is quadratic in the number of an element's attributes.
 void tst_MessageFraming::DecodeMessage_manyAttributes_data()
 {
     QTest::addColumn<int>("attributes"); // of one element in each frame
@@ -652,7 +654,7 @@ void tst_MessageFraming::ExtractMessage_data()
     QTest::newRow("no name")
         << u"<Message><Params><Param Name='a' Type='Int' Value='1'/></Params></Message>"_s << QString()
         << map;
-    QTest::newRow("other root") << u"<Any Id='N'/>"_s << u"N"_s << QVariantMap();
+    QTest::newRow("another root") << u"<Any Id='N'/>"_s << u"N"_s << QVariantMap();
     QTest::newRow("other attributes are ignored")
         << u"<Message Id='N' UniqueId='no' NeedResponse='perhaps'/>"_s << u"N"_s << QVariantMap();
 }
@@ -688,7 +690,7 @@ void tst_MessageFraming::FastPath_takesOneByOne()
     QVERIFY(!DecodeMessageFast(bytes)); // more than one frame
 }
 
-// A frame extends to the start of the next one, so that noise makes it malformed.
+// A frame extends to the start of the next one, so noise after it makes it malformed.
 void tst_MessageFraming::FastPath_takesNoneBeforeNoise()
 {
     const QByteArray document = EncodeMessageAsBytes({u"Id"_s, {}, false, false, {}, {}});
@@ -705,7 +707,7 @@ void tst_MessageFraming::FastPath_takesNoneBeforeNoise()
     }
 }
 
-void tst_MessageFraming::FastPath_readsItsOwn_data()
+void tst_MessageFraming::FastPath_readsOwnFrames_data()
 {
     QTest::addColumn<QVariant>("value");
 
@@ -729,7 +731,7 @@ void tst_MessageFraming::FastPath_readsItsOwn_data()
 }
 
 // The fast path is not only correct, but also taken.
-void tst_MessageFraming::FastPath_readsItsOwn()
+void tst_MessageFraming::FastPath_readsOwnFrames()
 {
     QFETCH(const QVariant, value);
 
@@ -755,7 +757,7 @@ void tst_MessageFraming::FastPath_leavesToDomPath_data()
     QTest::newRow("blank before the end") << u"\"1\"/>"_s << u"\"1\" />"_s;
     QTest::newRow("blank around =") << u"Id="_s << u"Id = "_s;
     QTest::newRow("tab between elements") << u"\n <Params"_s << u"\n\t<Params"_s;
-    QTest::newRow("other root") << u"Message"_s << u"Massage"_s;
+    QTest::newRow("another root") << u"Message"_s << u"Massage"_s;
     QTest::newRow("attribute missing") << u" NeedResponse=\"True\""_s << QString();
     QTest::newRow("attribute twice") << u" NeedResponse"_s << u" NeedResponse=\"True\" NeedResponse"_s;
     QTest::newRow("unknown attribute") << u" Id="_s << u" New=\"\" Id="_s;
@@ -765,14 +767,14 @@ void tst_MessageFraming::FastPath_leavesToDomPath_data()
     QTest::newRow("mark in a type") << u"\"Int\""_s << u"\"tr(Int)\""_s;
     QTest::newRow("mark in a value") << u"\"text\""_s << u"\"tr(text)\""_s;
     QTest::newRow("escaped mark") << u"\"text\""_s << u"\"tr&#x9;(text)\""_s;
-    QTest::newRow("other reference") << u"\"text\""_s << u"\"&#65;\""_s;
+    QTest::newRow("another character reference") << u"\"text\""_s << u"\"&#65;\""_s;
     QTest::newRow("apostrophe") << u"\"text\""_s << u"\"&apos;\""_s;
     QTest::newRow("unknown entity") << u"\"text\""_s << u"\"&text;\""_s;
     QTest::newRow("ampersand") << u"\"text\""_s << u"\"&\""_s;
-    QTest::newRow("line end in a text") << u"\"text\""_s << u"\"te\nxt\""_s;
+    QTest::newRow("line ending in a text") << u"\"text\""_s << u"\"te\nxt\""_s;
     QTest::newRow("unpaired surrogate") << u"\"text\""_s << u"\""_s + QChar(0xD800) + u"\""_s;
     QTest::newRow("noncharacter") << u"\"text\""_s << u"\"\uFFFF\""_s;
-    QTest::newRow("null character") << u"\"text\""_s << u"\""_s + QChar(0) + u"\""_s;
+    QTest::newRow("NUL") << u"\"text\""_s << u"\""_s + QChar(0) + u"\""_s;
     QTest::newRow("not a number") << u"\"1\""_s << u"\"x\""_s;
     QTest::newRow("number missing") << u" Value=\"1\""_s << QString();
     QTest::newRow("unknown type") << u"\"Int\""_s << u"\"Thing\""_s;
@@ -780,15 +782,15 @@ void tst_MessageFraming::FastPath_leavesToDomPath_data()
     QTest::newRow("key missing") << u" Name=\"key\""_s << QString();
     QTest::newRow("comment") << u"<Params"_s << u"<!-- c --><Params"_s;
     QTest::newRow("text between") << u"<Params"_s << u"text<Params"_s;
-    QTest::newRow("other element") << u"<Params"_s << u"<Other/><Params"_s;
+    QTest::newRow("another element") << u"<Params"_s << u"<Other/><Params"_s;
     QTest::newRow("element in a scalar") << u"\"1\"/>"_s << u"\"1\"><Param/></Param>"_s;
     QTest::newRow("text after") << u"</Message>"_s << u"</Message>text"_s;
     QTest::newRow("comment after") << u"</Message>"_s << u"</Message><!-- c -->"_s;
     QTest::newRow("document type") << u"<Message"_s << u"<!DOCTYPE Message><Message"_s;
     QTest::newRow("bytes as text") << u"<![CDATA[AP8=]]>"_s << u"AP8="_s;
     QTest::newRow("bytes in two sections") << u"AP8="_s << u"AP8=]]><![CDATA[AAAA"_s;
-    QTest::newRow("bytes with line end") << u"AP8="_s << u"AP\n8="_s;
-    QTest::newRow("bytes with null character") << u"AP8="_s << u"AP8="_s + QChar(0);
+    QTest::newRow("bytes with line ending") << u"AP8="_s << u"AP\n8="_s;
+    QTest::newRow("bytes with NUL") << u"AP8="_s << u"AP8="_s + QChar(0);
     QTest::newRow("bytes without end") << u"]]>"_s << QString();
 }
 
@@ -841,7 +843,7 @@ void tst_MessageFraming::FastPath_readsSameMessages()
     int direct = 0;
     for (int i = 0; i < 3000; ++i) {
         const MessageInfo message = corpus.Message();
-        // Written by the DOM path, with its order of attributes.
+        // The DOM path writes attributes in a different order.
         for (const QString& document : {EncodeMessage(message), EncodeMessageByDom(message)}) {
             const std::optional<MessageInfo> read = DecodeMessageFast(document);
             direct += read ? 1 : 0;
@@ -863,7 +865,7 @@ void tst_MessageFraming::FastPath_readsSameFromMutated()
             continue;
         ++direct;
         const QString expected = Description(ReadByFiler(document));
-        QVERIFY2(Description(read) == expected, qPrintable(document + u" reads as "_s + expected));
+        QVERIFY2(Description(read) == expected, qPrintable(document + u" must read as "_s + expected));
     }
     QVERIFY2(direct > 200, qPrintable(QString::number(direct)));
 }

@@ -28,7 +28,7 @@ private Q_SLOTS:
 
 void tst_MessageRestarts::ServerRestarts()
 {
-    // 100 restarts of the server of a client that keeps sending requests.
+    // Restart the server 100 times while a client keeps sending requests.
     const QString name = UniqueName();
     Peer client({u"client"_s, name});
     for (int round = 0; round < 100; ++round) {
@@ -49,7 +49,7 @@ void tst_MessageRestarts::ServerRestarts()
             QVERIFY(!line.isEmpty());
             answered = line.section(u' ', 1, 1).toInt();
             asked = line.section(u' ', 2, 2).toInt();
-            // The answer to this request and no other. Reconnecting also ends a wait, with an empty answer.
+            // An answer must belong to this request. Reconnecting also ends a wait, with an empty answer.
             QVERIFY2(answered == asked || answered == 0, qPrintable(line));
         }
     }
@@ -65,7 +65,7 @@ void tst_MessageRestarts::ServerKilled()
         Peer server({u"serve"_s, name});
         const QObject thisRound;
         QVERIFY(!server.WaitForLine(u"ready"_s).isEmpty());
-        // There is soon a connection, possibly to the previous server, whose end has not been noticed yet.
+        // A connection soon exists, but possibly to the previous server, whose end has gone unnoticed so far.
         QVERIFY(WaitUntil([&] {
             QVariantMap answer;
             return client.SendMessageAndGetResponse(u"ask"_s, {{u"n"_s, round}}, answer, 1000)

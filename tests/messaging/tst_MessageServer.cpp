@@ -79,7 +79,7 @@ QStringList Names(const QSignalSpy& received)
     return names;
 }
 
-// Lets the process open no further file descriptor for the lifetime of the guard.
+// Prevents the process from opening file descriptors for the lifetime of the guard.
 class DescriptorGuard
 {
 public:
@@ -172,7 +172,7 @@ private Q_SLOTS:
 
     void SendMessage_withoutClient();
     void SendMessage_wire();
-    void SendMessage_record();
+    void SendMessage_messageInfo();
 
     void Receive_messages();
     void Receive_joined_data();
@@ -322,7 +322,7 @@ void tst_MessageServer::Start_unusableName()
     QCOMPARE(server.Start(name), true);
     QCOMPARE(server.IsStarted(), true);
     QCOMPARE(server.SendMessage(u"x"_s, {}), true);
-    QCOMPARE(server.Stop(), true); // by then the thread has tried
+    QCOMPARE(server.Stop(), true); // by then, the thread has tried to listen
     QCOMPARE(TestSupport::LogGuard::Messages().size(), 1);
     QVERIFY(TestSupport::LogGuard::Messages().constFirst().contains(warning));
 }
@@ -335,7 +335,7 @@ void tst_MessageServer::Start_staleEndpoint()
     QVERIFY(link.Open());
 }
 
-// Only a socket is replaced.
+// The server replaces only sockets.
 void tst_MessageServer::Start_otherFile_data()
 {
     QTest::addColumn<int>("kind");
@@ -371,7 +371,7 @@ void tst_MessageServer::Start_otherFile()
     const TestSupport::LogGuard log;
     MessageServer server;
     QCOMPARE(server.Start(name), true);
-    QCOMPARE(server.Stop(), true); // by then the thread has tried
+    QCOMPARE(server.Stop(), true); // by then, the thread has tried to listen
     QVERIFY(before.has_value());
     QVERIFY(Platform::GetFileIdentity(SocketPath(name)) == before);
     if (kind == S_IFREG)
@@ -407,7 +407,7 @@ void tst_MessageServer::Endpoint_removed()
     LinkedServer link;
     QVERIFY(link.OpenAndWait());
     QVERIFY(QFile::remove(SocketPath(link.Name)));
-    // The server checks every two seconds. It logs after the file is there.
+    // The server checks every two seconds. It logs once the file exists.
     EVENTUALLY(TestSupport::LogGuard::Messages().join(u' ').contains(u"listening again"_s));
     QVERIFY(QFile::exists(SocketPath(link.Name)));
 
@@ -499,7 +499,7 @@ void tst_MessageServer::Client_ofOtherUser()
     sockaddr_un address = {};
     address.sun_family = AF_UNIX;
     std::copy(path.begin(), path.end(), address.sun_path);
-    // Another process, because the system does not distinguish the users of this one's threads.
+    // Use another process, because setuid() affects all threads of this one.
     const pid_t child = ::fork();
     if (child == 0) {
         constexpr uid_t kNobody = 65534;
@@ -551,7 +551,7 @@ void tst_MessageServer::Send_peerNeverReads()
         link.Server.SendMessage(u"m"_s, filling);
     EVENTUALLY(!TestSupport::LogGuard::Messages().isEmpty());
     link.Client.setReadBufferSize(0);
-    QCOMPARE(ReadMessages(link.Client, 1500).size(), 1500); // all were written by then
+    QCOMPARE(ReadMessages(link.Client, 1500).size(), 1500); // all messages were written by then
     QCOMPARE(TestSupport::LogGuard::Messages().size(), 1);
     QVERIFY(TestSupport::LogGuard::Messages().constFirst().contains(u"are queued"_s));
 }
@@ -630,7 +630,7 @@ void tst_MessageServer::SendMessage_wire()
                  " IsResponse='False'><Params><Param Name='a' Type='Int' Value='1'/></Params></Message>"_s));
 }
 
-void tst_MessageServer::SendMessage_record()
+void tst_MessageServer::SendMessage_messageInfo()
 {
     LinkedServer link;
     QVERIFY(link.OpenAndWait());
@@ -679,7 +679,7 @@ void tst_MessageServer::Receive_joined()
     LinkedServer link;
     QVERIFY(link.Open());
     Write(link.Client, bytes);
-    QVERIFY(IsDealtWith(link.Client, link.Server));
+    QVERIFY(WaitUntilProcessed(link.Client, link.Server));
     Write(link.Client, Document(u"last"_s));
     expected.append(u"last"_s);
     EVENTUALLY_EQUAL(Names(link.Received), expected);
@@ -692,14 +692,14 @@ void tst_MessageServer::Receive_split()
     const QByteArray document = Document(u"split"_s, {{u"text"_s, u"some text"_s}});
     for (const int at : {3, 30, 200}) {
         Write(link.Client, document.first(at));
-        QVERIFY(IsDealtWith(link.Client, link.Server));
+        QVERIFY(WaitUntilProcessed(link.Client, link.Server));
         Write(link.Client, document.sliced(at));
-        QVERIFY(IsDealtWith(link.Client, link.Server));
+        QVERIFY(WaitUntilProcessed(link.Client, link.Server));
         // The end of one frame does not affect the next one.
         Write(link.Client, document.first(at));
-        QVERIFY(IsDealtWith(link.Client, link.Server));
+        QVERIFY(WaitUntilProcessed(link.Client, link.Server));
         Write(link.Client, document.sliced(at) + Document(u"next"_s));
-        QVERIFY(IsDealtWith(link.Client, link.Server));
+        QVERIFY(WaitUntilProcessed(link.Client, link.Server));
     }
     EVENTUALLY_EQUAL(link.Received.count(), 3);
     QCOMPARE(Names(link.Received), (QStringList{u"next"_s, u"next"_s, u"next"_s}));
@@ -712,7 +712,7 @@ void tst_MessageServer::Receive_splitLarge()
     // Send only the beginning of a frame: after half a second, the server drops it.
     const QByteArray document = Document(u"split"_s, {{u"text"_s, QString(100000, u'x')}});
     Write(link.Client, document.first(60000));
-    QVERIFY(IsDealtWith(link.Client, link.Server));
+    QVERIFY(WaitUntilProcessed(link.Client, link.Server));
     Write(link.Client, Document(u"next"_s));
     EVENTUALLY_EQUAL(Names(link.Received), QStringList{u"next"_s});
     Write(link.Client, document.sliced(60000) + Document(u"last"_s));
@@ -725,9 +725,9 @@ void tst_MessageServer::Receive_endless_data()
     QTest::addColumn<int>("messages");
 
     QTest::newRow("byte by byte") << 1 << 10;
-    // No message is sent here: the server sends only after the read, which lasts very long under a race
+    // Send no message here: the server sends only after the read, which takes very long under a race
     // detector.
-    QTest::newRow("piece by piece") << 40000 << 0;
+    QTest::newRow("block by block") << 40000 << 0;
 }
 
 void tst_MessageServer::Receive_endless()
@@ -814,7 +814,6 @@ void tst_MessageServer::Receive_wholeLargeMessages_data()
     QTest::addColumn<int>("size");
     QTest::addColumn<int>("count");
 
-    // With the send buffer that most systems have.
     for (const char* const mode : {"flood", "paced"}) {
         for (const int size : {100, 30000, 40000, 70000, 130000, 262144 - 500}) {
             QTest::addRow("%s, %d bytes", mode, size)
@@ -831,6 +830,7 @@ void tst_MessageServer::Receive_wholeLargeMessages()
 
     LinkedServer link;
     link.Server.Start(link.Name);
+    // The send buffer is as large as on most systems.
     Peer peer({mode, link.Name, QString::number(size), QString::number(count), u"212992"_s});
     EVENTUALLY(!link.Received.isEmpty() && link.Received.constLast().at(0).toString() == u"End"_s);
     QCOMPARE(link.Received.count(), count + 1);
@@ -845,9 +845,9 @@ void tst_MessageServer::Send_wholeLargeMessages_data()
 {
     QTest::addColumn<int>("size");
 
-    QTest::newRow("one piece") << 30000;
-    QTest::newRow("two pieces") << 60000;
-    QTest::newRow("many pieces") << 250000;
+    QTest::newRow("within a single read") << 30000;
+    QTest::newRow("as large as two reads") << 60000;
+    QTest::newRow("as large as many reads") << 250000;
 }
 
 void tst_MessageServer::Send_wholeLargeMessages()
@@ -932,7 +932,7 @@ void tst_MessageServer::Client_replaced()
     QVERIFY(Connect(second, link.Name));
     EVENTUALLY_EQUAL(link.Connected.count(), 2);
     EVENTUALLY_EQUAL(link.Client.state(), QLocalSocket::UnconnectedState);
-    EVENTUALLY_EQUAL(link.Server.GetConnectionCount(), 1); // Qt reports the disconnection of the first one
+    EVENTUALLY_EQUAL(link.Server.GetConnectionCount(), 1); // Qt reports the disconnection of the first client
 
     link.Server.SendMessage(u"to the second"_s, {});
     QCOMPARE(ReadMessages(second, 1).size(), 1);
@@ -1013,7 +1013,7 @@ void tst_MessageServer::Responders_allDecline()
     link.Server.AddMessageResponder(&first);
     link.Server.AddMessageResponder(&second);
     QVERIFY(link.Open());
-    // It makes no difference that the request is itself an answer.
+    // The request is itself an answer, which makes no difference.
     MessageInfo request;
     request.UniqueId = QUuid::createUuid();
     request.NeedResponse = true;
@@ -1068,7 +1068,7 @@ void tst_MessageServer::Responders_changedDuringRequest()
     QVERIFY(link.Open());
     Write(link.Client, Document(u"ask"_s, {}, QUuid::createUuid()));
     QCOMPARE(ReadMessages(link.Client, 1).size(), 1);
-    // The list of responders as it was when the request arrived.
+    // A request is passed to the responders that are registered when it arrives.
     QCOMPARE(added.Calls(), 0);
     QCOMPARE(second.Calls(), 1);
     Write(link.Client, Document(u"ask"_s, {}, QUuid::createUuid()));

@@ -62,13 +62,13 @@ public:
     }
 
     QList<QByteArray> Pieces; // an empty one is a read without a result
-    QByteArray Endless; // result of each read after them
+    QByteArray Endless; // result of each read after Pieces
     qint64 WaitNs = 0; // duration of successful waits
     qsizetype WaitsForPiece = 1; // the waits before this one fail
     int EndAfterReads = -1;
     int EndAfterWaits = -1;
-    int Reads = 0; // with a result
-    QList<int> Waits; // their time-outs
+    int Reads = 0; // number of reads with a result
+    QList<int> Waits; // the time-outs of all waits
 };
 
 } // namespace
@@ -92,8 +92,8 @@ private Q_SLOTS:
     void Drain_littleInManyReads_data();
     void Drain_littleInManyReads();
     void Drain_restartsCount();
-    void Drain_enough_data();
-    void Drain_enough();
+    void Drain_stopsAtMaximum_data();
+    void Drain_stopsAtMaximum();
     void Drain_threadEnds();
     void Drain_threadEndsWhileItWaits();
 
@@ -129,7 +129,7 @@ void tst_MessageSocket::Drain_waits_data()
     row("large frame, truncated", Beginning(kMaxPiece), nothing, true);
     row("large frame, truncated after the second read", Beginning(kMaxPiece - 1), "x", true);
     row("large frame, whole", whole, nothing, false);
-    row("large frame, whole, without line end", whole.chopped(1), nothing, false);
+    row("large frame, whole, without line ending", whole.chopped(1), nothing, false);
     row("large frame, last character missing", whole.chopped(2), nothing, true);
     row("large frame, end in the second read", whole.first(kMaxPiece), whole.sliced(kMaxPiece), false);
     row("large noise", noise, nothing, false);
@@ -190,7 +190,7 @@ void tst_MessageSocket::Drain_waitsUntilDeadline()
     QCOMPARE(std::accumulate(source.Waits.cbegin(), source.Waits.cend(), 0), 500);
 }
 
-// A peer gains no time by sending a frame in small parts, each just within its step.
+// A peer gains no time by sending a frame in small parts that each arrive within one step of the wait.
 void tst_MessageSocket::Drain_trickle_data()
 {
     QTest::addColumn<qint64>("waitNs");
@@ -223,11 +223,11 @@ void tst_MessageSocket::Drain_littleInManyReads_data()
     QTest::addColumn<int>("size");
     QTest::addColumn<bool>("stops");
 
-    // 64 reads must bring 32 KiB.
+    // 64 reads must yield 32 KiB.
     QTest::newRow("single bytes of noise") << QByteArray("x") << 1 << true;
     QTest::newRow("single bytes of a frame") << Beginning(kMaxPiece) << 1 << true;
-    QTest::newRow("just too little") << Beginning(kMaxPiece) << 511 << true;
-    QTest::newRow("exactly enough") << Beginning(kMaxPiece) << 512 << false;
+    QTest::newRow("just too few bytes") << Beginning(kMaxPiece) << 511 << true;
+    QTest::newRow("just enough bytes") << Beginning(kMaxPiece) << 512 << false;
 }
 
 void tst_MessageSocket::Drain_littleInManyReads()
@@ -254,25 +254,25 @@ void tst_MessageSocket::Drain_restartsCount()
     QCOMPARE(source.Reads, 64 + 64);
 }
 
-void tst_MessageSocket::Drain_enough_data()
+void tst_MessageSocket::Drain_stopsAtMaximum_data()
 {
     QTest::addColumn<QByteArray>("first");
-    QTest::addColumn<qsizetype>("most");
+    QTest::addColumn<qsizetype>("maximum");
 
     QTest::newRow("noise") << QByteArray(1, 'x') << 4 * kMiB;
     QTest::newRow("frame without end") << Beginning(kMaxPiece) << 8 * kMiB;
 }
 
-void tst_MessageSocket::Drain_enough()
+void tst_MessageSocket::Drain_stopsAtMaximum()
 {
     QFETCH(const QByteArray, first);
-    QFETCH(const qsizetype, most);
+    QFETCH(const qsizetype, maximum);
 
     Script source;
     source.Endless = QByteArray(kMiB / 8, 'x');
     QByteArray bytes = first;
     Drain(source, bytes);
-    QCOMPARE(source.Reads, static_cast<int>((most - first.size()) / source.Endless.size()) + 1);
+    QCOMPARE(source.Reads, static_cast<int>((maximum - first.size()) / source.Endless.size()) + 1);
 }
 
 void tst_MessageSocket::Drain_threadEnds()

@@ -78,7 +78,7 @@ public:
         return std::exchange(mCommonFlags, QEventLoop::ProcessEventsFlags(~0U));
     }
 
-    // Intervals of all active timers, in milliseconds.
+    // Returns the intervals of all active timers, in milliseconds.
     [[nodiscard]] QList<qint64> Intervals() const
     {
         QList<qint64> intervals;
@@ -195,7 +195,7 @@ bool WaitFor(MessageClient& client, Wait wait, int limitMs)
 
 } // namespace
 
-// Tests in which threads signals are emitted and responders called, and what ends a wait in each of them.
+// Tests in which threads signals are emitted and responders called, and what ends a wait in these threads.
 class tst_MessageThreads : public QObject
 {
     Q_OBJECT
@@ -342,7 +342,7 @@ void tst_MessageThreads::Wait_excludesUserInput()
                 round.Succeeded = wait();
                 round.Flags = dispatcher->TakeCommonFlags(round.Rounds);
             };
-            // Before the first attempt, so that there is something to wait for.
+            // Connect during the first wait, so that there is something to wait for.
             QMetaObject::invokeMethod(
                 &client, [&] { client.ConnectToServer(name, kReadWrite); }, Qt::QueuedConnection);
             run(u"connection"_s, [&] { return client.WaitForConnection(kLongMs); });
@@ -538,7 +538,7 @@ void tst_MessageThreads::Wait_ignoresLateConfirmation()
     QVERIFY(confirmed);
 }
 
-// A wait without an answer gives none, and in particular not that of the previous request.
+// A wait that ends without an answer clears the map, so that it does not contain the previous answer.
 void tst_MessageThreads::Wait_clearsPreviousAnswer()
 {
     RawServer server(UniqueName());

@@ -25,7 +25,7 @@ namespace TestSupport {
 }
 
 /// A socket file whose process never reads. With a backlog, it accepts as much as the system's buffers hold.
-/// Without, it is like the stale socket of a killed server.
+/// Without a backlog, it is like the stale socket of a killed server.
 class BareSocket
 {
 public:

@@ -73,7 +73,7 @@ private:
     QSharedMemory mMemory;
 };
 
-// Builds the bytes of a registry by hand.
+// Functions that build the bytes of a registry.
 [[nodiscard]] inline QByteArray Number32(quint32 value)
 {
     QByteArray bytes(4, '\0');
@@ -108,8 +108,8 @@ private:
     return key == -1 ? -1 : ::semget(key, 1, 0600);
 }
 
-/// The process that left a semaphore taken: killed before it could set the value of a new semaphore, or while
-/// it held one that the system does not release.
+/// The process that left a semaphore locked: its creator, killed before it could set the initial value, or a
+/// holder, killed while it held a semaphore that the system does not release.
 enum class KilledProcess { Creator, Holder };
 
 /// Replaces the semaphore of a grid's registry with one that nobody can release.

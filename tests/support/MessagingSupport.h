@@ -32,8 +32,8 @@
 namespace MessagingSupport {
 
 /// Names for servers and grids. They do not contain the process id, because the system reuses the id of a
-/// killed process, whose socket and lock file remain. When the program ends, such stale files are removed.
-/// (Key files of Qt's semaphores are kept: without its file, a semaphore would count as a new one.)
+/// killed process, whose socket and lock file remain. When the program ends, these stale files are removed.
+/// (Key files of Qt's semaphores are kept: without its key file, a semaphore cannot be found again.)
 class UniqueNames
 {
 public:
@@ -59,7 +59,7 @@ private:
     int mCount = 0;
 };
 
-/// Returns a server or grid name that was never used before and is short enough for every system.
+/// Returns a server or grid name that has never been used and is short enough for every system.
 [[nodiscard]] inline QString UniqueName()
 {
     static UniqueNames names;
@@ -90,7 +90,7 @@ inline void Write(QLocalSocket& socket, const QByteArray& bytes)
 }
 
 /// Waits until the peer has read everything that was written.
-[[nodiscard]] inline bool IsTaken(QLocalSocket& socket)
+[[nodiscard]] inline bool WaitUntilRead(QLocalSocket& socket)
 {
     return WaitUntil([&] {
         return socket.bytesToWrite() == 0
@@ -149,8 +149,8 @@ template <typename Function> void ForEachMessage(QLocalSocket& socket, Function 
     read();
 }
 
-/// Connects a message client and waits until it has announced the connection. Another wait that starts before
-/// that would be ended by the announcement.
+/// Connects a message client and waits until it has announced the connection. The announcement would end any
+/// other wait that had already started.
 template <typename Client>
 [[nodiscard]] bool ConnectClient(Client& client, const QString& name, QIODeviceBase::OpenMode mode)
 {
@@ -160,10 +160,10 @@ template <typename Client>
 }
 
 /// Waits until the message server or client at the other end of a plain Qt socket has processed everything
-/// that was written; it sends later messages after that. Unread bytes of the socket are dropped.
-template <typename Library> [[nodiscard]] bool IsDealtWith(QLocalSocket& socket, Library& library)
+/// that was written: only then does the next message arrive from there. Drops unread bytes of the socket.
+template <typename Library> [[nodiscard]] bool WaitUntilProcessed(QLocalSocket& socket, Library& library)
 {
-    if (!IsTaken(socket))
+    if (!WaitUntilRead(socket))
         return false;
     library.SendMessage(QStringLiteral("tick"), {});
     return ReadMessages(socket, 1).size() == 1;
@@ -181,7 +181,7 @@ inline void AddModes()
     QTest::newRow("write only") << static_cast<int>(QIODeviceBase::WriteOnly) << false << true;
 }
 
-/// Returns the signals and slots that a class declares itself, in order, with parameter names.
+/// Returns the signals and slots that a class itself declares, in order, with parameter names.
 [[nodiscard]] inline QStringList MethodsOf(const QMetaObject& metaObject)
 {
     QStringList result;
@@ -222,7 +222,7 @@ private:
     bool mListening = false;
 };
 
-/// A helper process that prints lines. It ends with the object.
+/// A helper process that prints lines. It ends when the object is destroyed.
 class Peer
 {
 public:
@@ -236,7 +236,7 @@ public:
     {
         if (mFrozen && mProcess.state() != QProcess::NotRunning)
             ::kill(static_cast<pid_t>(Id()), SIGCONT);
-        mProcess.closeWriteChannel(); // makes it end
+        mProcess.closeWriteChannel(); // makes the process end
         if (!mProcess.waitForFinished(60000))
             Kill();
     }
@@ -262,9 +262,10 @@ public:
     /// Makes the process end, without waiting for it.
     void EndInput() { mProcess.closeWriteChannel(); }
 
-    /// \return false if the process does not end within a minute
-    [[nodiscard]] bool WaitForEnd()
+    /// Makes the process end, and waits for it. \return false if it does not end within a minute
+    [[nodiscard]] bool End()
     {
+        EndInput();
         return WaitUntil([&] { return mProcess.state() == QProcess::NotRunning; });
     }
 

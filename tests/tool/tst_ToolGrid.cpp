@@ -42,7 +42,7 @@ namespace Platform = Quorvin::Util::Platform;
 
 const QString kGrid = u"desk"_s;
 
-// The width of columns depends on the text, so reduce the gaps to one space.
+// Returns the result with single spaces between columns, because the width of a column depends on its texts.
 QString Text(const ToolResult& result)
 {
     QString text;
@@ -52,7 +52,7 @@ QString Text(const ToolResult& result)
     return text.chopped(1);
 }
 
-// Replaces words with process ids.
+// Replaces placeholder words with process ids.
 class Words
 {
 public:
@@ -68,7 +68,7 @@ private:
     QList<std::pair<QString, QString>> mWords;
 };
 
-// Creates a socket file as a killed process leaves it.
+// Creates a socket file like one that a killed process leaves behind.
 [[nodiscard]] bool LeaveSocket(const QString& path)
 {
     const QByteArray name = QFile::encodeName(path);
@@ -83,7 +83,7 @@ private:
     return isBound;
 }
 
-// The tool, running in the background.
+// Runs `grid watch` in the background.
 class Watch
 {
 public:
@@ -195,9 +195,9 @@ private:
         return !peer.WaitForLine(sign).isEmpty()
             && WaitUntil([&] { return QFile::exists(Temporary(ServerName(peer, grid))); });
     }
-    /// Returns the contents of the folder for temporary files, which has the sockets and lock files. Omits
-    /// Qt's semaphore files, because they stay, and the hidden folders in which sockets are created, because
-    /// they disappear some time after the socket has its name.
+    /// Returns the contents of the folder for temporary files, including sockets and lock files. Omits Qt's
+    /// semaphore files, because they are never removed, and the hidden folders in which sockets are created,
+    /// because they disappear some time after the socket has its name.
     [[nodiscard]] QStringList Files() const
     {
         QStringList files
@@ -224,7 +224,7 @@ void tst_ToolGrid::TearDown()
 {
     // Killed processes also leave a segment and a semaphore behind, which are not in the folder. The last
     // process to detach removes the segment, and the creator of a semaphore removes the semaphore.
-    QSystemSemaphore(kGrid, 1, QSystemSemaphore::Create); // first: it may be taken
+    QSystemSemaphore(kGrid, 1, QSystemSemaphore::Create); // first, because it may be locked
     QSharedMemory(kGrid).attach();
     mFolderGuard.reset();
     mTemporary.reset();
@@ -516,8 +516,6 @@ void tst_ToolGrid::ListGrids()
                     QJsonObject{{u"grid"_s, u"b"_s}, {u"alive"_s, 1}, {u"dead"_s, 1}, {u"leftovers"_s, 2}}}));
 }
 
-// --- damaged registries
-
 // Completion offers the grids that the list shows.
 void tst_ToolGrid::Completion()
 {
@@ -529,6 +527,8 @@ void tst_ToolGrid::Completion()
     QVERIFY(IsIn(other, u"joined"_s, u"two words"_s));
     QCOMPARE(complete(), u"desk\ntwo words\n=> 0\n"_s);
 }
+
+// --- damaged registries
 
 void tst_ToolGrid::Damaged_data()
 {
@@ -571,7 +571,7 @@ void tst_ToolGrid::Damaged()
     QFETCH(const int, members);
     QFETCH(const QString, problem);
 
-    // None of them has a live member, so that after cleaning only this test is attached.
+    // None of them has a live member, so only this test is attached after cleaning.
     Registry registry(kGrid);
     QVERIFY(registry.Create());
     registry.SetBytes(bytes);
@@ -598,7 +598,7 @@ void tst_ToolGrid::Damaged()
     QCOMPARE(registry.Bytes().first(kRegistrySize), QByteArray(kRegistrySize, '\0'));
 }
 
-// A segment of that name which another program created.
+// A segment that another program created under the same name.
 void tst_ToolGrid::OtherSize()
 {
     QSharedMemory memory(kGrid);
@@ -663,7 +663,7 @@ void tst_ToolGrid::OddNames()
         return member.value("serverName"_L1).toString()
             + (member.value("listening"_L1).toBool() ? u"+"_s : u"-"_s);
     };
-    // It starts to listen some time after it has joined.
+    // The peer starts to listen some time after it has joined.
     EVENTUALLY_EQUAL(state(), ServerName(peer, grid) + (listens ? u"+"_s : u"-"_s));
     peer.Kill();
     QCOMPARE(mTool->Run(QStringList{u"grid"_s, u"clean"_s} + arguments).ExitCode, 0);
@@ -872,13 +872,13 @@ void tst_ToolGrid::Clean_semaphore()
     QVERIFY(IsIn(second, u"linked"_s));
     first.Kill();
     QVERIFY(Run(u"clean"_s, {kGrid}).ExitCode == 0);
-    QCOMPARE(semaphores(), 1); // it is in use
+    QCOMPARE(semaphores(), 1); // the semaphore is in use
     second.Kill();
     QVERIFY(Run(u"clean"_s, {kGrid}).ExitCode == 0);
     QCOMPARE(semaphores(), 0);
 }
 
-// The key of a semaphore contains only a part of its file's inode number, so two grids can have the same one.
+// The key of a semaphore contains only a part of its file's inode number, so two grids can have the same key.
 // A hard link has the same inode number.
 void tst_ToolGrid::Clean_semaphoreOfOtherGrid()
 {
@@ -906,8 +906,7 @@ void tst_ToolGrid::Clean_memoryLocked()
     QVERIFY(!holder.WaitForLine(u"holds"_s).isEmpty());
     QCOMPARE(Run(u"clean"_s, {kGrid}).ToText(),
              u"! qvutil: grid desk: process %1 keeps its shared memory locked\n=> 2\n"_s.arg(holder.Id()));
-    holder.EndInput();
-    QVERIFY(holder.WaitForEnd());
+    QVERIFY(holder.End());
     QCOMPARE(Run(u"clean"_s, {kGrid}).ToText(), u"nothing to remove\n=> 0\n"_s);
 }
 
@@ -967,7 +966,7 @@ void tst_ToolGrid::Clean_deadAmongLiving()
     QCOMPARE(QFile::exists(Temporary(ServerName(*peers.at(1)))), true);
     QCOMPARE(QFile::exists(Temporary(ServerName(*peers.at(3)))), true);
     QCOMPARE(Run(u"clean"_s, {kGrid}).ToText(), u"nothing to remove\n=> 0\n"_s);
-    // They continue undisturbed.
+    // The members continue undisturbed.
     Peer newcomer({u"grid"_s, kGrid});
     QCOMPARE(newcomer.WaitForLine(u"linked"_s), u"linked "_s + ServerName(*peers.at(1)));
 }
@@ -995,8 +994,9 @@ void tst_ToolGrid::Clean_whatOnlyLooksStale()
 {
     Peer peer({u"grid"_s, kGrid});
     QVERIFY(IsIn(peer));
-    // Socket of another grid, socket of a live process, not a socket, not a member's socket, and one with a
-    // listening server although no process has the id in its name.
+    // In turn: the socket of another grid, the socket of a live process, a file that is not a socket, four
+    // sockets whose names are not those of members, and the socket of a server that listens although no
+    // process has the id in its name.
     QVERIFY(LeaveSocket(Temporary(u"desk.two.x.2147483632"_s)));
     QVERIFY(LeaveSocket(Temporary(u"desk.x.%1"_s.arg(QCoreApplication::applicationPid()))));
     QVERIFY(TestSupport::WriteFile(Temporary(u"desk.y.2147483632"_s), "x"));

@@ -124,7 +124,7 @@ void tst_ToolIpcProxy::Bytes()
     QLocalSocket client;
     QVERIFY(Connect(client, mProxyName));
     QVERIFY(mServer->Client());
-    // Blocks of odd sizes, in both directions at once.
+    // Blocks of irregular sizes, in both directions at once.
     QRandomGenerator generator(7);
     qsizetype sentToServer = 0;
     qsizetype sentToClient = 0;
@@ -342,7 +342,7 @@ void tst_ToolIpcProxy::ClientGone()
         mProxy->WaitForError("qvutil: the client has disconnected\nqvutil: the server has disconnected\n"));
 }
 
-// The client is disconnected, as if it could not connect without the proxy, and may try again.
+// The proxy disconnects the client, which may try again, as it would without the proxy.
 void tst_ToolIpcProxy::ServerMissing()
 {
     mServer.reset();
