@@ -86,10 +86,10 @@ void tst_ToolExpr::Run_data()
         u"  c   1. true\n  note, column 1: text before '(' is ignored unless '&' joins them\ntrue\n=> 0\n"_s);
 
     row("lint, nothing wrong", lint(u"a & (b | c)"_s), u"no problems; expressions checked: 1\n=> 0\n"_s);
-    row("lint, dropped", lint(u"a & b (c)"_s),
+    row("lint, dropped text", lint(u"a & b (c)"_s),
         u"expression 1, column 1: text before '(' is ignored unless '&' joins them\n"
         "  a & b (c)\n  ^~~~~\n=> 1\n"_s);
-    row("lint, dropped in a group", lint(u"a & (x (b))"_s),
+    row("lint, dropped text in a group", lint(u"a & (x (b))"_s),
         u"expression 1, column 6: text before '(' is ignored unless '&' joins them\n"
         "  a & (x (b))\n       ^\n=> 1\n"_s);
     row("lint, mixed", lint(u"(a) & b | c"_s),
@@ -272,7 +272,7 @@ void tst_ToolExpr::Lint_xml()
              "  x (b)\n  ^\n=> 1\n"_s);
 }
 
-// The library loads such a document, so the part after the prefix must be checked.
+// The library loads documents with undeclared prefixes, so the part after the prefix must be checked.
 void tst_ToolExpr::Lint_xml_prefixWithoutNamespace()
 {
     QVERIFY(
@@ -306,7 +306,7 @@ void tst_ToolExpr::Lint_noExpressions_data()
     const QString none = u"there is no expression to check"_s;
     QTest::newRow("no such attribute") << QStringList{u"--xml"_s, u"ui.xml"_s, u"--attribute"_s, u"enable"_s}
                                        << u"no element has the attribute 'enable'"_s;
-    QTest::newRow("attribute in other letter case")
+    QTest::newRow("attribute in different case")
         << QStringList{u"--xml"_s, u"ui.xml"_s, u"--attribute"_s, u"Enabled"_s}
         << u"no element has the attribute 'Enabled'"_s;
     QTest::newRow("attribute is blank everywhere")
@@ -317,7 +317,7 @@ void tst_ToolExpr::Lint_noExpressions_data()
                              << none;
 }
 
-// A misspelt attribute name must not give the result "no problems".
+// A misspelt attribute name must not be reported as "no problems".
 void tst_ToolExpr::Lint_noExpressions()
 {
     QFETCH(const QStringList, arguments);

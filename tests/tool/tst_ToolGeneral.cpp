@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: 2026 The QvUtil developers
 // SPDX-License-Identifier: MIT
 
-// Tests what all commands of the tool have in common, and `hash`.
+// Tests what all commands of the tool have in common, and the command `hash`.
 
 #include "support/RunningTool.h"
 #include "support/ToolTest.h"
@@ -21,7 +21,7 @@ using TestSupport::ToolResult;
 
 namespace {
 
-/// Lets progress bars appear at once while it exists, however quick the tool is.
+/// Makes progress bars appear at once for the lifetime of the object, however quick the tool is.
 class ProgressWithoutDelay
 {
 public:
@@ -113,7 +113,7 @@ private:
     }
     // Returns the lines of a section of a help text, without indentation.
     [[nodiscard]] static QStringList Section(const QString& help, const QString& name);
-    // "--json", "-t" and so on.
+    // Returns the names of the options in a help text, such as "--json" and "-t".
     [[nodiscard]] static QStringList OptionNames(const QString& help);
 };
 
@@ -233,7 +233,7 @@ void tst_ToolGeneral::Help_command_refused()
 void tst_ToolGeneral::Help_width_data()
 {
     QTest::addColumn<int>("columns");
-    QTest::addColumn<int>("longest"); // line in the help of all commands
+    QTest::addColumn<int>("longest"); // length of the longest line in the help of all commands
 
     QTest::newRow("40") << 40 << 40;
     QTest::newRow("80") << 80 << 80;
@@ -537,7 +537,7 @@ void tst_ToolGeneral::Output_fullDevice()
 
 void tst_ToolGeneral::Output_closedPipe()
 {
-    // More than a pipe holds, so that the tool is still writing when the reader ends.
+    // More than a pipe holds, so the tool is still writing when the reader ends.
     QVERIFY(mTool->Write(u"a.xml"_s, "<a>" + QByteArray("<b c='1'/>").repeated(50000) + "</a>"));
     const QString pipe = u"%1; echo $? > code; } | head -n 1"_s;
     // Shells report exit code 141 for a process that a closed pipe has ended.
@@ -599,7 +599,7 @@ void tst_ToolGeneral::Terminal_bytes()
 
 void tst_ToolGeneral::Terminal_progress()
 {
-    // Reading it takes seconds, but it is sparse and takes no space on disk.
+    // Reading this file takes seconds, but the file is sparse and takes no space on disk.
     QFile file(mTool->Path(u"large"_s));
     QVERIFY(file.open(QIODevice::WriteOnly));
     QVERIFY(file.resize(qint64{1} << 29));
@@ -662,7 +662,7 @@ void tst_ToolGeneral::Terminal_progressOfReading()
     const QString output = QString::fromUtf8(mTool->RunOnTerminal(arguments).Output);
     QVERIFY2(shown.match(output).hasMatch(), qPrintable(output));
     QCOMPARE(QString(output).remove(shown), QString::fromUtf8(result));
-    // No progress bar if standard error is not a terminal.
+    // No progress bar appears if standard error is not a terminal.
     const ToolResult piped = mTool->Run(arguments);
     QByteArray lines = piped.Output + piped.Errors;
     QCOMPARE(lines.replace('\n', "\r\n"), result);
@@ -808,7 +808,7 @@ void tst_ToolGeneral::Completion_candidates_data()
         {"group after help", u"qvutil help setti"_s, {u"settings"_s}},
         {"command after help", u"qvutil help xml li"_s, {u"list"_s}},
         {"option", u"qvutil xml get a.xml --ty"_s, {u"--type"_s}},
-        {"option of such a command", u"qvutil ipc doctor --conn"_s, {u"--connect"_s}},
+        {"option of a command that talks to servers", u"qvutil ipc doctor --conn"_s, {u"--connect"_s}},
         {"options of the tool", u"qvutil --"_s, {u"--help"_s, u"--version"_s}},
         {"no such option", u"qvutil xml get list --inn"_s, {}},
         {"file", u"qvutil xml get Fi"_s, files},
@@ -828,13 +828,13 @@ void tst_ToolGeneral::Completion_candidates_data()
         {"grid, tool in a folder with a space", u"~/a\\ b/qvutil grid show "_s, {u"desk"_s, u"two words"_s}},
         {"server, after an option", u"qvutil ipc call --timeout 5 vi"_s, {u"viewer"_s}},
         {"server, after an option with =", u"qvutil ipc call --timeout=5 vi"_s, {u"viewer"_s}},
-        {"not the message", u"qvutil ipc call viewer Fi"_s, files},
+        {"server, but not the message", u"qvutil ipc call viewer Fi"_s, files},
         {"message after a name with a dash", u"qvutil ipc call 'a -b' Fi"_s, files},
         {"value of an option without a list", u"qvutil ipc call viewer Ask --timeout Fi"_s, files},
     };
     for (const char* shell : {"bash", "fish", "zsh"}) {
         for (const Case& testCase : cases) {
-            // Bash itself completes files, after the function.
+            // Bash completes file names itself if the script offers nothing.
             const bool isLeftToBash = qstrcmp(shell, "bash") == 0 && testCase.Expected == files;
             QTest::addRow("%s: %s", shell, testCase.Name)
                 << QString::fromLatin1(shell) << testCase.Line
@@ -859,7 +859,7 @@ void tst_ToolGeneral::Completion_foreignNames_data()
     QTest::addColumn<QString>("shell");
     QTest::addColumn<QString>("begun"); // the part of the name that is typed
     QTest::addColumn<QStringList>("expected");
-    QTest::addColumn<QString>("inserted"); // its replacement
+    QTest::addColumn<QString>("inserted"); // the replacement for that part
 
     const QStringList name(u"$(touch touched)"_s);
     const QString escaped = uR"(\$\(touch\ touched\))"_s;
@@ -915,7 +915,7 @@ void tst_ToolGeneral::Completion_homeFolder()
 
 tst_ToolGeneral::Completion tst_ToolGeneral::Complete(const QString& shell, const QString& line) const
 {
-    // The words as bash splits them, which is also at '='.
+    // Split the line as bash does: also at '='.
     static const QRegularExpression word(uR"(=|("[^"]*"?|'[^']*'?|\\.|[^\s'"=\\])+)"_s);
     QStringList words;
     for (QRegularExpressionMatchIterator matches = word.globalMatch(line); matches.hasNext();)

@@ -1,8 +1,8 @@
 // SPDX-FileCopyrightText: 2026 The QvUtil developers
 // SPDX-License-Identifier: MIT
 
-// How often the commands of `grid` query the system's sockets. This test calls the tool's code directly, and
-// replaces the code that queries them.
+// Tests how often the commands of `grid` query the system's sockets. Calls the tool's code directly, and
+// replaces the code that queries the sockets.
 
 #include "grid/GridCleaning.h"
 #include "grid/GridSnapshot.h"

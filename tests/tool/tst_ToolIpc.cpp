@@ -120,7 +120,7 @@ void tst_ToolIpc::Call_echo_data()
     row("empty text", {u"text="_s}, u"text=\n"_s);
     row("text with an equals sign", {u"text=a=b"_s}, u"text=a=b\n"_s);
     row("text in brackets", {u"text=[a,b]"_s}, u"text=[a,b]\n"_s);
-    row("text not in ASCII", {u"größe=\u00e4\U0001F600"_s}, u"größe=\u00e4\U0001F600\n"_s);
+    row("text beyond ASCII", {u"größe=\u00e4\U0001F600"_s}, u"größe=\u00e4\U0001F600\n"_s);
     row("text with line breaks", {u"text=a\nb\tc"_s}, u"text=a\\nb\\tc\n"_s);
     row("text that looks like XML", {u"text=<?xml &amp; \"'>"_s}, u"text=<?xml &amp; \"'>\n"_s);
     row("text that begins with @", {u"text=@@home"_s}, u"text=@@home\n"_s);
@@ -133,7 +133,7 @@ void tst_ToolIpc::Call_echo_data()
     row("longlong", {u"n:longlong=-9223372036854775808"_s}, u"n:longlong=-9223372036854775808\n"_s);
     row("double", {u"x:double=0.1"_s}, u"x:double=0.1\n"_s);
     row("double, infinite", {u"x:double=inf"_s}, u"x:double=inf\n"_s);
-    row("type in another case", {u"n:Int=1"_s}, u"n:int=1\n"_s);
+    row("type in different case", {u"n:Int=1"_s}, u"n:int=1\n"_s);
     row("stringlist", {u"l:stringlist=[\"a\",\"\"]"_s}, u"l:stringlist=[\"a\",\"\"]\n"_s);
     row("bytearray", {u"b:bytearray=AP8="_s}, u"b:bytearray=AP8=\n"_s);
     row("list", {u"l:list=[1,\"a\"]"_s}, u"l:list=[1,\"a\"]\n"_s);
@@ -408,7 +408,7 @@ void tst_ToolIpc::Call_serverKilled()
     QVERIFY(listener->Freeze()); // so that it does not answer
     RunningTool call(*mTool, IpcArguments({u"call"_s, name, u"Ask"_s}));
 #ifdef Q_OS_LINUX
-    // The system shows when the call has connected.
+    // The system reports when the call has connected.
     bool isConnected = false;
     const QDeadlineTimer deadline(60000);
     while (!isConnected && call.IsRunning() && !deadline.hasExpired())
@@ -519,7 +519,8 @@ void tst_ToolIpc::Listen_text()
     const auto listener = StartListener(*mTool, name);
     QVERIFY(listener);
     QCOMPARE(Run({u"call"_s, name, u"Ask"_s, u"n:int=5"_s, u"t=a\nb"_s}).ToText(), u"=> 0\n"_s);
-    QVERIFY(listener->WaitForError("a client has disconnected")); // else the next client might displace it
+    // Otherwise, the next client might displace the first.
+    QVERIFY(listener->WaitForError("a client has disconnected"));
     QCOMPARE(Run({u"send"_s, name, u"News"_s}).ToText(), u"=> 0\n"_s);
     QVERIFY(listener->WaitForError("a client has disconnected", 2));
     {
@@ -751,7 +752,7 @@ void tst_ToolIpc::Listen_cannotListen()
     QCOMPARE(Run({u"listen"_s, name}).ToText(), expected);
 }
 
-// A server removes a socket that is in its way, but the tool never removes another file.
+// The tool replaces a socket that is in its way, but never another type of file.
 void tst_ToolIpc::Listen_keepsFile()
 {
     QVERIFY(mTool->Write(u"f"_s, "precious"));
@@ -784,7 +785,7 @@ void tst_ToolIpc::Listen_ends()
     QVERIFY(listener->WaitForOutput("Hello"));
     const ToolResult end = listener->End(signal);
     QCOMPARE(end.ExitCode, 0);
-    // Standard error contains only the tool's messages, and no warning of Qt about the client that is still
+    // Standard error contains only the tool's messages, and no warning from Qt about the client that is still
     // connected.
     for (const QByteArray& line : end.Errors.trimmed().split('\n'))
         QVERIFY2(line.startsWith("qvutil: "), line.constData());

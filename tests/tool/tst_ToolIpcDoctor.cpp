@@ -195,7 +195,7 @@ void tst_ToolIpcDoctor::Doctor_client()
     third.connectToServer(name);
     QVERIFY(Run({u"doctor"_s, name})
                 .Output.contains("problem: the server does not accept 2 waiting connections\n"));
-    // As soon as it resumes, there is no problem left.
+    // As soon as the server resumes, no problem is left.
     listener->Signal(SIGCONT);
     QVERIFY(listener->WaitForError("a client has connected", 3));
     QCOMPARE(Codes(Diagnose(name)), QStringList());
@@ -249,7 +249,7 @@ void tst_ToolIpcDoctor::Doctor_noAnswer()
              result.Output.constData());
 }
 
-// The server accepts no connections and its queue is full, so that the next client has to wait.
+// The server accepts no connections and its queue is full, so the next client has to wait.
 void tst_ToolIpcDoctor::Doctor_notAccepted()
 {
 #ifdef Q_OS_LINUX
@@ -390,7 +390,7 @@ void tst_ToolIpcDoctor::Doctor_forbidden()
     QSKIP("access to another user's socket is only tested on Linux");
 #endif
     if (::geteuid() != 0)
-        QSKIP("needs root for a socket that another user may not use");
+        QSKIP("needs root to create a socket that another user may not use");
     const QString name = UniqueName();
     const auto listener = StartListener(*mTool, name);
     QVERIFY(listener);
@@ -464,7 +464,8 @@ void tst_ToolIpcDoctor::Bench_oneWay()
     const QJsonObject found = QJsonDocument::fromJson(result.Output).object();
     QCOMPARE(found.keys(), QStringList({u"count"_s, u"oneWay"_s, u"perSecond"_s, u"seconds"_s, u"size"_s}));
     QCOMPARE(found.value("oneWay"_L1), QJsonValue(true));
-    // All messages had arrived when the request after them was answered: 20 to warm up, and one at the end.
+    // The tool sends 20 requests to warm up, and one after the messages. The answer to the last one shows
+    // that all messages have arrived.
     const ToolResult heard = listener->End();
     QCOMPARE(heard.Output.count("\"needResponse\":false"), 2500);
     QCOMPARE(heard.Output.count("\"needResponse\":true"), 21);

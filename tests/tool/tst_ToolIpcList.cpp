@@ -72,7 +72,7 @@ private:
     {
         return TestSupport::RunIpc(*mTool, QStringList{u"watch"_s, u"--interval"_s, u"20"_s} + options);
     }
-    // Returns the list as JSON; nothing if the exit code does not match it.
+    // Returns the list as JSON; an empty array if the exit code does not match it.
     [[nodiscard]] QJsonArray List(const QStringList& options = {}) const
     {
         const ToolResult result = Run(QStringList(u"--json"_s) + options);
@@ -98,7 +98,7 @@ private:
 };
 
 namespace {
-// The library that the list shows for the tool and MessagePeer, which both use the library from the build.
+// The library that the list shows for the tool and for MessagePeer.
 const char* const kThisLibrary = QVUTIL_IS_SHARED ? "QvUtil" : "unknown";
 
 QJsonObject Process(qint64 id, const QString& name)
@@ -190,7 +190,7 @@ void tst_ToolIpcList::Server_client()
     const QString text = QString::fromUtf8(Run().Output);
     QVERIFY2(text.contains(u"  %1 (tst_ToolIpcList)  accepts  "_s.arg(own)), qPrintable(text));
 #else
-    QSKIP("only Linux tells which processes are connected");
+    QSKIP("only Linux reports which processes are connected");
 #endif
 }
 
@@ -210,7 +210,7 @@ void tst_ToolIpcList::Server_notAccepting()
     QVERIFY(listener->WaitForError("a client has connected"));
     QCOMPARE(List().first().toObject().value("accepts"_L1), QJsonValue(true));
 #else
-    QSKIP("only Linux tells which connections wait");
+    QSKIP("only Linux reports which connections wait");
 #endif
 }
 
@@ -285,7 +285,7 @@ void tst_ToolIpcList::OtherPrograms()
     QCOMPARE(all.first().toObject().value("stale"_L1), QJsonValue(false));
     QCOMPARE(all.last().toObject().value("listening"_L1), QJsonValue(true));
 #else
-    QSKIP("only Linux tells how a socket was created");
+    QSKIP("only Linux reports how a socket was created");
 #endif
 }
 
@@ -311,7 +311,7 @@ void tst_ToolIpcList::SessionFolder_ignored_data()
     QTest::addColumn<QString>("folder"); // %1 is the folder for temporary files
 
     QTest::newRow("same folder") << u"%1"_s;
-    QTest::newRow("same folder, by a link") << u"%1/link"_s;
+    QTest::newRow("same folder, through a link") << u"%1/link"_s;
     QTest::newRow("relative") << u"."_s;
     QTest::newRow("missing") << u"%1/none"_s;
 }
@@ -334,7 +334,7 @@ void tst_ToolIpcList::OtherUser()
 {
 #ifdef Q_OS_LINUX
     if (::geteuid() != 0)
-        QSKIP("needs to be root to list the servers of another user");
+        QSKIP("needs root to list root's server as another user");
     QFile::setPermissions(mTemporary->path(), QFile::Permissions(0x7755));
     QFile::setPermissions(mTool->Path(u"."_s), QFile::Permissions(0x7755));
     const auto viewer = StartListener(*mTool, u"viewer"_s);
@@ -349,7 +349,7 @@ void tst_ToolIpcList::OtherUser()
     QCOMPARE(entry.value("library"_L1), QJsonValue(u"unknown"_s));
     QVERIFY(mTool->RunUnprivileged({u"ipc"_s, u"list"_s}).Output.contains("\nviewer  ?  "));
 #else
-    QSKIP("only Linux tells of processes");
+    QSKIP("only Linux reports the processes of a server");
 #endif
 }
 
@@ -381,7 +381,7 @@ void tst_ToolIpcList::Completion()
     const auto editor = StartListener(*mTool, place);
     QVERIFY(editor);
     QCOMPARE(complete(), u"viewer 1\n%1\n=> 0\n"_s.arg(place));
-    // A stale socket file is no server.
+    // A stale socket file is not a server.
     (void)viewer->End(SIGKILL);
     QVERIFY(QFile::exists(PathOf(u"viewer 1"_s)));
     QCOMPARE(complete(), place + u"\n=> 0\n"_s);
@@ -415,7 +415,7 @@ void tst_ToolIpcList::Watch_events()
     QCOMPARE(result.Errors, QByteArray());
     QCOMPARE(result.Output.count('\n'), 6);
 #else
-    QSKIP("only Linux tells which processes are connected");
+    QSKIP("only Linux reports which processes are connected");
 #endif
 }
 
@@ -474,8 +474,8 @@ void tst_ToolIpcList::Watch_wideCharacters()
 {
     const auto server = StartListener(*mTool, u"中文中文\U0001F600\U0001F600"_s);
     QVERIFY(server);
-    // The fifth column has room for half of a character only. As text, it has the first half of a surrogate
-    // pair.
+    // The fifth column has room for only half a character. Truncating the text after five UTF-16 units would
+    // also split a surrogate pair.
     TerminalTool watch(*mTool, {u"ipc"_s, u"watch"_s, u"--count"_s, u"1"_s}, 5);
     QCOMPARE(watch.WaitForEnd(), 0);
     const QString output = QString::fromUtf8(watch.Output());

@@ -29,7 +29,7 @@ QByteArray Document(const QByteArray& id, const QByteArray& params = {})
         + "</Message>\n";
 }
 
-// Returns what decode prints for it.
+// Returns what decode prints for this frame.
 QByteArray Line(const QByteArray& id, const QByteArray& paramsAndTypes = "\"params\":{}")
 {
     return "{\"id\":\"" + id
@@ -210,14 +210,15 @@ void tst_ToolMessage::Values_data()
                                << QByteArray("\"Char\"");
     QTest::newRow("bytes") << QByteArray("  <Param Name=\"a\" Type=\"ByteArray\"><![CDATA[AP8=]]></Param>\n")
                            << QByteArray("\"AP8=\"") << QByteArray("\"ByteArray\"");
-    QTest::newRow("no bytes") << QByteArray("  <Param Name=\"a\" Type=\"ByteArray\"><![CDATA[]]></Param>\n")
-                              << QByteArray("\"\"") << QByteArray("\"ByteArray\"");
-    QTest::newRow("texts") << QByteArray(
+    QTest::newRow("empty bytes") << QByteArray(
+        "  <Param Name=\"a\" Type=\"ByteArray\"><![CDATA[]]></Param>\n")
+                                 << QByteArray("\"\"") << QByteArray("\"ByteArray\"");
+    QTest::newRow("string list") << QByteArray(
         "  <Param Name=\"a\" Type=\"StringList\">\n   <Param Value=\"x\"/>\n   <Param "
         "Value=\"\"/>\n  </Param>\n")
-                           << QByteArray("[\"x\",\"\"]") << QByteArray("\"StringList\"");
-    QTest::newRow("no texts") << QByteArray("  <Param Name=\"a\" Type=\"StringList\"/>\n") << QByteArray("[]")
-                              << QByteArray("\"StringList\"");
+                                 << QByteArray("[\"x\",\"\"]") << QByteArray("\"StringList\"");
+    QTest::newRow("empty string list") << QByteArray("  <Param Name=\"a\" Type=\"StringList\"/>\n")
+                                       << QByteArray("[]") << QByteArray("\"StringList\"");
     QTest::newRow("list") << QByteArray(
         "  <Param Name=\"a\" Type=\"List\">\n   <Param Type=\"Int\" Value=\"1\"/>\n   "
         "<Param Type=\"String\" Value=\"x\"/>\n  </Param>\n")
@@ -425,8 +426,8 @@ void tst_ToolMessage::Decode_otherWriters()
                  + QString::fromUtf8(Line("")) + u"=> 0\n"_s);
 }
 
-// A receiver accepts any document as a message. The tool does not, because a document in a file is hardly
-// meant as one.
+// A receiver accepts any document as a message. The tool does not, because a document in a file is rarely
+// meant to be a message.
 void tst_ToolMessage::Decode_noMessage()
 {
     const QByteArray settings = "<?xml version=\"1.0\"?><Settings><Panel Width=\"640\"/></Settings>";
@@ -453,7 +454,7 @@ void tst_ToolMessage::Decode_noMessage()
              QString::fromUtf8(Line("A") + "=> 0\n"));
 }
 
-// Of two values with the same name the last counts, whether it was lost or not.
+// Of two values with the same name, the last one counts, whether or not it was lost.
 void tst_ToolMessage::Decode_lostValueReplaced()
 {
     const auto decode = [this](const QByteArray& params) {
@@ -549,9 +550,9 @@ void tst_ToolMessage::Encode_forms_data()
     QTest::newRow("without separators") << QByteArray("{\"id\":\"A\"}{\"id\":\"B\"}[{\"id\":\"C\"}]")
                                         << Document("A") + Document("B") + Document("C");
     QTest::newRow("empty name") << QByteArray("{\"id\":\"\"}") << Document("");
-    QTest::newRow("types in another case") << QByteArray("{\"id\":\"A\",\"params\":{\"a\":1},"
-                                                         "\"types\":{\"a\":\"DOUBLE\"}}")
-                                           << param("Type=\"Double\" Value=\"1\"/>");
+    QTest::newRow("types in different case") << QByteArray("{\"id\":\"A\",\"params\":{\"a\":1},"
+                                                           "\"types\":{\"a\":\"DOUBLE\"}}")
+                                             << param("Type=\"Double\" Value=\"1\"/>");
     QTest::newRow("type that may be omitted") << QByteArray("{\"id\":\"A\",\"params\":{\"a\":1},"
                                                             "\"types\":{\"a\":\"Int\"}}")
                                               << param("Type=\"Int\" Value=\"1\"/>");
@@ -573,7 +574,7 @@ void tst_ToolMessage::Encode_forms_data()
                                           << param("Type=\"LongLong\" Value=\"2147483648\"/>");
     QTest::newRow("too small for an int") << QByteArray("{\"id\":\"A\",\"params\":{\"a\":-2147483649}}")
                                           << param("Type=\"LongLong\" Value=\"-2147483649\"/>");
-    QTest::newRow("too large for all")
+    QTest::newRow("too large for every type")
         << QByteArray("{\"id\":\"A\",\"params\":{\"a\":1e20}}") << param("Type=\"Double\" Value=\"1e+20\"/>");
     QTest::newRow("text for a number") << QByteArray("{\"id\":\"A\",\"params\":{\"a\":\"7\"},"
                                                      "\"types\":{\"a\":\"UInt\"}}")
@@ -726,7 +727,7 @@ void tst_ToolMessage::Split_list()
              u"    offset       size  message\n         0          5  (skipped: no frame begins here)\n"
              "         5        216  A\n       221         20  (skipped: the frame is truncated)\n=> 1\n"_s);
     QCOMPARE(mTool->Run({u"message"_s, u"split"_s}).ToText(), u"    offset       size  message\n=> 1\n"_s);
-    // The problem describes the content of the document, too.
+    // The reported problem quotes the document. Control characters in the quotation are escaped too.
     const ToolResult control
         = mTool->Run({u"message"_s, u"split"_s}, "<?xml version=\"1.0\"?><a>&\xc2\x9b;</a>");
     QVERIFY2(control.Output.contains("\\u009b") && !control.Output.contains("\xc2\x9b"),

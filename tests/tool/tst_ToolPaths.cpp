@@ -83,7 +83,7 @@ QStringList tst_ToolPaths::Tree() const
     return found;
 }
 
-// Runs the tool and returns its output, with "~" for the folder.
+// Runs the tool. Returns its output, with the folder replaced by "~".
 QString tst_ToolPaths::Run(const QStringList& arguments) const
 {
     const QString folder = QFileInfo(mTool->Path(QString())).canonicalFilePath();
@@ -256,7 +256,7 @@ void tst_ToolPaths::Delete_data()
         << QStringList{u"tree"_s,       u"tree/.dot"_s,      u"tree/.dot/e.txt"_s, u"tree/.hidden"_s,
                        u"tree/a.txt"_s, u"tree/b.log"_s,     u"tree/empty"_s,      u"tree/link.txt"_s,
                        u"tree/sub"_s,   u"tree/sub/c.txt"_s, u"tree/sub/deep"_s,   u"tree/sub/link"_s};
-    QTest::newRow("no file of the name, folders are kept")
+    QTest::newRow("no match, folders are kept")
         << QStringList{u"tree"_s, u"--name"_s, u"*.none"_s} << u"=> 0\n"_s
         << QStringList{u"tree"_s,         u"tree/.dot"_s,      u"tree/.dot/e.txt"_s, u"tree/.hidden"_s,
                        u"tree/a.txt"_s,   u"tree/b.log"_s,     u"tree/empty"_s,      u"tree/link.txt"_s,
@@ -359,7 +359,7 @@ void tst_ToolPaths::Delete_protectedFolder_data()
         u"contains the home folder"_s);
 }
 
-// Dry runs, because a failing test must do no harm.
+// Only dry runs, because a failing test must do no harm.
 void tst_ToolPaths::Delete_protectedFolder()
 {
     QFETCH(const QString, home);

@@ -92,7 +92,7 @@ QString WhyBadPage(const QByteArray& bytes)
     const QString text = QString::fromUtf8(bytes);
     if (!text.startsWith("<!DOCTYPE html>"_L1))
         return u"no page"_s;
-    // HTML reads <div/> as a start tag.
+    // HTML parsers treat <div/> as a start tag.
     static const QRegularExpression emptyElement(u"<(?!meta )[^>]*/>"_s);
     return emptyElement.match(text).captured();
 }
@@ -201,7 +201,7 @@ void tst_ToolPictures::Grid_dead()
     QVERIFY(!peer.WaitForLine(u"joined"_s).isEmpty());
     QVERIFY(WaitUntil(
         [&] { return QFile::exists(mTemporary->filePath(u"desk.MessagePeer.%1"_s.arg(peer.Id()))); }));
-    // The segment outlives its last process only as long as another is attached.
+    // Without this attachment, the segment would disappear with the killed process.
     Registry registry(kGrid);
     QVERIFY(registry.Attach());
     peer.Kill();

@@ -160,7 +160,7 @@ void tst_ToolSettings::Delete()
     QVERIFY(mTool->Write(u"before.xml"_s, kSettings));
     QCOMPARE(Run(QStringList{u"delete"_s, u"app.xml"_s} + arguments), expected);
     QCOMPARE(Run({u"diff"_s, u"before.xml"_s, u"app.xml"_s}), difference);
-    // An unchanged file was not written either.
+    // A file with equal content must be unchanged byte for byte.
     QCOMPARE(mTool->Read(u"app.xml"_s) == QByteArray(kSettings), difference == u"=> 0\n"_s);
 }
 
@@ -203,7 +203,7 @@ void tst_ToolSettings::List()
              QString(expected).replace(u"app.xml"_s, u"standard input"_s));
 }
 
-// The JSON is printed piece by piece. It has the form that Qt gives to a whole array.
+// The JSON is printed piece by piece, but in the form that Qt gives to a whole array.
 void tst_ToolSettings::List_jsonBytes()
 {
     QVERIFY(mTool->Write(u"a.xml"_s, "<a b='1' c='x&quot;y&#10;'><d>t</d><e r='1,2,3,4'/><f/></a>"));
@@ -245,13 +245,13 @@ void tst_ToolSettings::Diff_data()
     row("white space between elements", "<a><b/><c/></a>", "<a>\n  <b/>\n\n  <c/>\n</a>");
     row("order of elements of different names", "<a><b x='1'/><c/></a>", "<a><c/><b x='1'/></a>");
     row("comments and declaration", "<a><b/></a>", "<?xml version='1.0'?><!-- x --><a><!-- y --><b/></a>");
-    row("way of writing text", "<a>x&amp;y</a>", "<a><![CDATA[x&y]]></a>");
+    row("text and CDATA section", "<a>x&amp;y</a>", "<a><![CDATA[x&y]]></a>");
     row("changed value", "<a b='1'/>", "<a b='2'/>", "- /a b=\"1\"\n+ /a b=\"2\"\n=> 1\n");
     row("added value", "<a/>", "<a b='2'/>", "- /a\n+ /a b=\"2\"\n=> 1\n");
     row("empty value is a value", "<a b=''/>", "<a c='1' b=''/>", "+ /a c=\"1\"\n=> 1\n");
     row("changed text", "<a>x</a>", "<a>x </a>", "- /a \"x\"\n+ /a \"x \"\n=> 1\n");
     row("removed element", "<a><b/><c/></a>", "<a><c/></a>", "- /a/b\n=> 1\n");
-    row("order of elements of one name", "<a><b x='1'/><b x='2'/></a>", "<a><b x='2'/><b x='1'/></a>",
+    row("order of elements of the same name", "<a><b x='1'/><b x='2'/></a>", "<a><b x='2'/><b x='1'/></a>",
         "- /a/b x=\"1\"\n+ /a/b x=\"2\"\n- /a/b[2] x=\"2\"\n+ /a/b[2] x=\"1\"\n=> 1\n");
     row("case of a name", "<a B='1'/>", "<a b='1'/>", "- /a B=\"1\"\n+ /a b=\"1\"\n=> 1\n");
     row("another root", "<a x='1'/>", "<b x='1'/>", "- /a x=\"1\"\n+ /b x=\"1\"\n=> 1\n");
@@ -432,7 +432,7 @@ void tst_ToolSettings::List_types_data()
     row("bool", "True", "bool", "true");
     row("bool in another form", "true", "string", "\"true\"");
     row("date", "2026-11-21T04:30:00Z", "date", "\"2026-11-21T04:30:00Z\"");
-    row("date of another zone", "2026-11-21T04:30:00+02:00", "string", "\"2026-11-21T04:30:00+02:00\"");
+    row("date in another time zone", "2026-11-21T04:30:00+02:00", "string", "\"2026-11-21T04:30:00+02:00\"");
     row("rect", "1,-2,30,40", "rect", R"({"x":1,"y":-2,"width":30,"height":40})");
     row("size", "30,40", "size", R"({"width":30,"height":40})");
     row("three numbers", "1,2,3", "string", "\"1,2,3\"");
@@ -463,7 +463,7 @@ void tst_ToolSettings::List_typesOfContent_data()
     QTest::newRow("bytes") << QByteArray("<![CDATA[AAEC/w==]]>") << u"buffer"_s << u"AAEC/w=="_s;
     QTest::newRow("bytes, indented") << QByteArray("\n  <![CDATA[AAEC/w==]]>\n") << u"buffer"_s
                                      << u"AAEC/w=="_s;
-    QTest::newRow("section that is no Base64") << QByteArray("<![CDATA[a < b]]>") << u"text"_s << u"a < b"_s;
+    QTest::newRow("section that is not Base64") << QByteArray("<![CDATA[a < b]]>") << u"text"_s << u"a < b"_s;
     QTest::newRow("section without padding") << QByteArray("<![CDATA[AAEC/w]]>") << u"text"_s << u"AAEC/w"_s;
     QTest::newRow("text before the section")
         << QByteArray("AAEC<![CDATA[/w==]]>") << u"text"_s << u"AAEC/w=="_s;
@@ -478,7 +478,7 @@ void tst_ToolSettings::List_typesOfContent()
     QFETCH(const QString, text);
 
     const QByteArray document = "<R><I>" + content + "</I></R>";
-    // As a stream, and as a tree.
+    // The tool streams the first document, and loads the second one because of its document type.
     for (const QByteArray& start : {QByteArray(), QByteArray("<!DOCTYPE R>")}) {
         QVERIFY(mTool->Write(u"v.xml"_s, start + document));
         QCOMPARE(RunJson({u"list"_s, u"v.xml"_s, u"--json"_s}),
@@ -656,7 +656,7 @@ void tst_ToolSettings::Import_ini()
              u"! qvutil: in.ini: is not in the INI format of QSettings\n=> 2\n"_s);
 }
 
-// Imports a file that a program wrote with QSettings; such a program reads the file again after an export.
+// Imports a file that a program has written with QSettings. The program reads the file again after an export.
 void tst_ToolSettings::Import_iniOfQSettings()
 {
     {
@@ -749,14 +749,14 @@ void tst_ToolSettings::RoundTrip_data()
         "<S a=' x ' b='&#10;' c='&#9;&#13;' d='&quot;' e=\"'\" f=';#=' g=''> <T>  two  </T></S>");
     QTest::newRow("other scripts") << QByteArray("<Ö ä='日本' b='\xf0\x9f\x98\x80'><Ж-1.x:y z='é'/></Ö>");
     QTest::newRow("bytes") << QByteArray("<S><Icon><![CDATA[AAEC/w==]]></Icon></S>");
-    QTest::newRow("bytes, and an attribute of that name")
+    QTest::newRow("bytes, and an attribute of the same name")
         << QByteArray("<S Icon='1'><Icon><![CDATA[AAEC/w==]]></Icon></S>");
     QTest::newRow("sections that are not bytes") << QByteArray("<S><![CDATA[<&>]]><A><![CDATA[x]]></A></S>");
-    QTest::newRow("names with a meaning in INI")
+    QTest::newRow("names with a special meaning in INI")
         << QByteArray("<S><General a='1'/><size a='3'/><B><General b='4'/><general b='5'/></B></S>");
     QTest::newRow("many siblings") << "<S>" + QByteArray("<A/><A x='1'><B/><B y='2'/></A>").repeated(12)
             + "</S>";
-    QTest::newRow("element and attribute of one name")
+    QTest::newRow("element and attribute of the same name")
         << QByteArray("<S A='1'><A>2</A><B><A B='3'/></B></S>");
     QTest::newRow("order of different siblings") << QByteArray("<S><Z/><A/><M/></S>");
 }
@@ -782,7 +782,7 @@ void tst_ToolSettings::Watch_replacedFile()
 {
     RunningTool watch(*mTool, {u"settings"_s, u"watch"_s, u"app.xml"_s, u"--count"_s, u"6"_s});
     QVERIFY(watch.WaitForError("watching app.xml"));
-    // Each save replaces the file. The command must ignore changes of other files in the folder.
+    // Each save replaces the file. The command must ignore changes to other files in the folder.
     for (int width = 1; width <= 5; ++width) {
         QVERIFY(mTool->Write(u"other.xml"_s, "<a n='" + QByteArray::number(width) + "'/>"));
         QCOMPARE(Run({u"set"_s, u"app.xml"_s, u"Panel/Main"_s, u"Width"_s, QString::number(width)}),

@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: 2026 The QvUtil developers
 // SPDX-License-Identifier: MIT
 
-// Tests the width of texts on a terminal, in the tool's code.
+// Tests the width of texts on a terminal. Calls the tool's code directly.
 
 #include "cli/TextWidth.h"
 #include "support/TestSupport.h"

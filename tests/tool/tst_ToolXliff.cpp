@@ -172,7 +172,8 @@ void tst_ToolXliff::Extract_findsMarks_data()
     QTest::newRow("text split by a comment") << QByteArray("<a>tr(x<!-- c -->)</a>") << QStringList();
     QTest::newRow("comment that looks like an element")
         << QByteArray("<a><!-- <b c='tr(x)'/> --></a>") << QStringList();
-    QTest::newRow("other case and white space") << QByteArray("<a b=' TR ( x ) '/>") << QStringList{u" x "_s};
+    QTest::newRow("different case and white space")
+        << QByteArray("<a b=' TR ( x ) '/>") << QStringList{u" x "_s};
     QTest::newRow("no closing parenthesis") << QByteArray("<a b='tr(x'/>") << QStringList();
     QTest::newRow("text before the mark") << QByteArray("<a b='a tr(x)'/>") << QStringList();
     QTest::newRow("mark in a mark") << QByteArray("<a b='tr(tr(x))'/>") << QStringList{u"tr(x)"_s};
@@ -239,7 +240,7 @@ void tst_ToolXliff::Extract_update_data()
     QTest::newRow("file without a body")
         << QByteArray("<x b='tr(B)'/>") << Xliff({}).replace("        <body>\n        </body>\n", "")
         << Xliff(newB) << u"0 kept, 1 new; written"_s;
-    QTest::newRow("other order of units is kept")
+    QTest::newRow("different order of units is kept")
         << two << Xliff(b + a) << Xliff(b + a) << u"2 kept, 0 new; unchanged"_s;
     QTest::newRow("line has moved") << QByteArray("\n<x a='tr(A)'/>") << Xliff(a)
                                     << Xliff(Unit(u"A"_s, "<target>a</target>", 2))
@@ -749,7 +750,7 @@ void tst_ToolXliff::Check_findings_data()
            "the last one [duplicate-unit]"_s
         << u"b"_s;
     QTest::newRow("same id, same target") << Xliff(good + good) << QString() << u"a"_s;
-    QTest::newRow("original in other case and folder")
+    QTest::newRow("original in different case and folder")
         << Xliff(good).replace("ui.xml", "C:/x/UI.xml") << QString() << u"a"_s;
     QTest::newRow("original that is a mark")
         << Xliff(good).replace("ui.xml", "tr(ui.xml)") << QString() << u"a"_s;
@@ -894,7 +895,7 @@ void tst_ToolXliff::Check_inlineElements_data()
     QTest::newRow("native code") << QByteArray("a <ph id='1'>%1</ph>") << u"a %1"_s << 0;
     QTest::newRow("equivalent text") << QByteArray("a <x id='1' equiv-text='%1'/>") << u"a %1"_s << 0;
     QTest::newRow("unknown text, id may be right") << QByteArray("a <x id='1'/>") << u"a %1"_s << 0;
-    QTest::newRow("other text") << QByteArray("a <g id='1'>b</g>") << u"a b c"_s << 1;
+    QTest::newRow("another text") << QByteArray("a <g id='1'>b</g>") << u"a b c"_s << 1;
 }
 
 void tst_ToolXliff::Check_inlineElements()
@@ -933,8 +934,8 @@ void tst_ToolXliff::Check_unusable_data()
 
     QTest::newRow("binary") << QByteArray("\xff\xfe\0\0\1", 5) << QString();
     QTest::newRow("an element without an end") << QByteArray("<xliff><file") << QString();
-    QTest::newRow("other root") << QByteArray("<a/>")
-                                << u"! qvutil: bad.xlf: is not an XLIFF file: its root element is a\n"_s;
+    QTest::newRow("another root") << QByteArray("<a/>")
+                                  << u"! qvutil: bad.xlf: is not an XLIFF file: its root element is a\n"_s;
     QTest::newRow("unknown encoding")
         << QByteArray("<?xml version='1.0' encoding='X-NONE'?><xliff version='1.2'/>") << QString();
     QTest::newRow("deeply nested") << "<xliff>" + QByteArray("<file>").repeated(5000) << QString();

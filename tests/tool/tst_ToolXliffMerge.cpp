@@ -196,15 +196,15 @@ void tst_ToolXliffMerge::Languages_data()
         << deFr << QList<QStringList>{frDe} << QStringList{u"0 de"_s, u"0 fr"_s} << both;
     QTest::newRow("one language in each of the other files")
         << deFr << QList<QStringList>{{u"fr"_s}, german} << QStringList{u"1 de"_s, u"0 fr"_s} << both;
-    QTest::newRow("other spelling") << german << QList<QStringList>{{u"DE"_s}} << QStringList{u"0 DE"_s}
-                                    << taken;
+    QTest::newRow("different spelling")
+        << german << QList<QStringList>{{u"DE"_s}} << QStringList{u"0 DE"_s} << taken;
     QTest::newRow("only mine names a language")
         << german << QList<QStringList>{unnamed} << QStringList{u"0 "_s} << taken;
     QTest::newRow("only one file names a language")
         << unnamed << QList<QStringList>{german, unnamed} << QStringList{u"0 de"_s}
         << u"mine.xlf:4:1: \"A\": \"0 de\" is kept; 1.xlf:4:1 has \"1 \" [conflict]\n"
            "mine.xlf: 1 translation taken, 1 conflict; written\n=> 1\n"_s;
-    QTest::newRow("none names a language")
+    QTest::newRow("no file names a language")
         << unnamed << QList<QStringList>{unnamed} << QStringList{u"0 "_s} << taken;
     QTest::newRow("the other names its language once")
         << german << QList<QStringList>{{u"fr"_s, QString()}} << QStringList{QString()}
@@ -224,7 +224,7 @@ void tst_ToolXliffMerge::Languages_data()
     QTest::newRow("other languages, with regions")
         << QStringList{u"de-DE"_s} << QList<QStringList>{{u"fr-FR"_s, u"pt_BR"_s}} << QStringList{QString()}
         << u"! qvutil: 0.xlf: translates en to fr-FR, en to pt_BR, not en to de-DE\n=> 2\n"_s;
-    QTest::newRow("the text is in mine in another language")
+    QTest::newRow("mine has the text in another language")
         << QStringList{u"de"_s, u"fr=B"_s} << QList<QStringList>{{u"fr"_s, u"fr=Z"_s}}
         << QStringList{QString(), QString()}
         << u"mine.xlf: 0 translations taken, 0 conflicts, 2 texts only in other files; unchanged\n=> 0\n"_s;
@@ -521,7 +521,7 @@ void tst_ToolXliffMerge::DryRun()
     QVERIFY(tried.Output.startsWith("--- de.xlf\n+++ de.xlf\n@@ -"));
     QVERIFY(tried.Output.endsWith("\nde.xlf: 1 translation taken, 0 conflicts; would change\n"));
     QCOMPARE(mTool->Read(u"de.xlf"_s), before);
-    // With --json, the answer is the same.
+    // With --json, the exit code is the same.
     QCOMPARE(mTool->Run(arguments + QStringList{u"--json"_s}).ExitCode, 1);
     // An output file that does not exist differs, even if nothing is taken.
     QVERIFY(mTool->Write(u"none.xlf"_s, Xliff({})));

@@ -27,7 +27,7 @@ using TestSupport::Xliff;
 
 namespace {
 
-// The kinds of findings that a repair removes.
+// Returns the kinds of findings that a repair removes.
 const QStringList& RepairedKinds()
 {
     static const QStringList kinds{u"unreachable"_s, u"wrong-id"_s, u"duplicate-file"_s, u"duplicate-unit"_s,
@@ -294,7 +294,7 @@ void tst_ToolXliffRepair::Repair_indentation_data()
     QTest::addColumn<QString>("expected");
 
     QTest::newRow("around the only element") << QByteArray("\n    <g id='1'>a</g>\n  ") << u"a"_s;
-    QTest::newRow("between line feeds of Windows") << QByteArray("\r\n    <g id='1'>a</g>\r\n  ") << u"a"_s;
+    QTest::newRow("between Windows line endings") << QByteArray("\r\n    <g id='1'>a</g>\r\n  ") << u"a"_s;
     QTest::newRow("in nested elements")
         << QByteArray("\n  <g id='1'>\n    <g id='2'>a</g>\n  </g>\n") << u"a"_s;
     QTest::newRow("between two elements")
@@ -307,11 +307,12 @@ void tst_ToolXliffRepair::Repair_indentation_data()
     QTest::newRow("around a line break")
         << QByteArray("<g id='1'>a</g>\n  <x id='2' ctype='lb'/>\n  <g id='3'>b</g>") << u"a\nb"_s;
     QTest::newRow("around a comment") << QByteArray("\n  <!-- c -->\n  <g id='1'>a</g>\n") << u"a"_s;
-    QTest::newRow("a space is text") << QByteArray(" <g id='1'>a</g> <g id='2'>b</g> ") << u" a b "_s;
+    QTest::newRow("a single space is text") << QByteArray(" <g id='1'>a</g> <g id='2'>b</g> ") << u" a b "_s;
     QTest::newRow("a reference is text") << QByteArray("&#10;<g id='1'>a</g>") << u"\na"_s;
     QTest::newRow("a CDATA section is text") << QByteArray("<![CDATA[\n]]><g id='1'>a</g>") << u"\na"_s;
-    QTest::newRow("all of an element is text") << QByteArray("<ph id='1'>\n</ph>a") << u"\na"_s;
-    QTest::newRow("beside a text is text") << QByteArray("\n  a <g id='1'>b</g>\n  c") << u"\n  a b\n  c"_s;
+    QTest::newRow("the whole content of an element is text") << QByteArray("<ph id='1'>\n</ph>a") << u"\na"_s;
+    QTest::newRow("white space beside text is text")
+        << QByteArray("\n  a <g id='1'>b</g>\n  c") << u"\n  a b\n  c"_s;
 }
 
 void tst_ToolXliffRepair::Repair_indentation()
@@ -371,7 +372,7 @@ void tst_ToolXliffRepair::Repair_misplaced()
     QCOMPARE(Translated(mTool->Path(u"other.xlf"_s), u"A"_s), u"x"_s);
     QCOMPARE(Run({u"xliff"_s, u"repair"_s, u"other.xlf"_s}), u"other.xlf: nothing to repair\n=> 0\n"_s);
     const QByteArray repaired = mTool->Read(u"other.xlf"_s);
-    // All commands that change a file refuse it.
+    // All commands that change files refuse de.xlf.
     const QList<QStringList> commands{{u"fill"_s, u"de.xlf"_s},
                                       {u"merge"_s, u"de.xlf"_s, u"other.xlf"_s},
                                       {u"merge"_s, u"other.xlf"_s, u"de.xlf"_s}};
@@ -381,8 +382,8 @@ void tst_ToolXliffRepair::Repair_misplaced()
     QCOMPARE(mTool->Read(u"other.xlf"_s), repaired);
 }
 
-/// Repairs files with elements in random places. The file loses no text, or stays as it is with a reason that
-/// names a line.
+/// Repairs files with elements in random places. Either the repaired file has lost no text, or the file is
+/// unchanged and the reason names a line.
 void tst_ToolXliffRepair::Repair_anyNesting()
 {
     QRandomGenerator random(20260102); // the same files each time
@@ -620,7 +621,7 @@ void tst_ToolXliffRepair::Repair_alternatives()
 void tst_ToolXliffRepair::Repair_keepsRightIds_data()
 {
     QTest::addColumn<QByteArray>("source");
-    QTest::addColumn<QString>("text"); // whose digest is the id
+    QTest::addColumn<QString>("text"); // the id is the digest of this text
     QTest::addColumn<bool>("isLeft");
 
     QTest::newRow("reindented") << QByteArray("\n    Save it\n  ") << u"Save it"_s << false;
@@ -674,7 +675,7 @@ void tst_ToolXliffRepair::Repair_keepsFoundUnit()
     QCOMPARE(Translated(mTool->Path(u"de.xlf"_s), u"A"_s), u"b"_s);
 }
 
-// Line breaks in attributes do not look like another finding.
+// Line breaks in attributes must not look like the start of another finding.
 void tst_ToolXliffRepair::Repair_attributesOnOneLine()
 {
     QVERIFY(mTool->Write(
@@ -740,7 +741,7 @@ void tst_ToolXliffRepair::Repair_dryRun()
     QCOMPARE(mTool->Run(again).ExitCode, 0);
     QCOMPARE(mTool->Run(again + QStringList{u"--json"_s}).ExitCode, 0);
     QCOMPARE(mTool->Read(u"de.xlf"_s), before);
-    // The difference is what the repair does.
+    // Applying the printed difference has the same effect as the repair.
     QCOMPARE(mTool
                  ->RunShell(u"\"$TOOL\" xliff repair --dry-run de.xlf > de.patch; "
                             "patch -s -o patched.xlf de.xlf de.patch"_s)
@@ -788,7 +789,7 @@ void tst_ToolXliffRepair::Repair_usage()
 
 void tst_ToolXliffRepair::Repair_encodings()
 {
-    // Byte order mark, line ends and characters that the encoding lacks.
+    // Byte order marks, line endings, and characters that the encoding lacks.
     const QByteArray bom = "\xef\xbb\xbf"
         + Xliff("<group>\n" + Unit(u"Ä"_s, "<target>a <g id='1'>\xe3\x81\x82</g></target>") + "</group>\n")
               .replace("\n", "\r\n");

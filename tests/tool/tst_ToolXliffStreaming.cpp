@@ -245,12 +245,13 @@ void tst_ToolXliffStreaming::Files_data()
         << Xliff(Unit(u"A"_s, "<target><!-- c -->b</target>")) << true;
     QTest::newRow("target is a mark") << Xliff(Unit(u"A"_s, "<target>tr(b)</target>")) << true;
     QTest::newRow("target is an empty mark") << Xliff(Unit(u"A"_s, "<target>tr()</target>")) << true;
-    QTest::newRow("target is a section") << Xliff(Unit(u"A"_s, "<target><![CDATA[tr()]]></target>")) << true;
-    QTest::newRow("target is a section of white space")
+    QTest::newRow("target is a CDATA section")
+        << Xliff(Unit(u"A"_s, "<target><![CDATA[tr()]]></target>")) << true;
+    QTest::newRow("target is a CDATA section of white space")
         << Xliff(Unit(u"A"_s, "<target><![CDATA[ ]]></target>")) << false;
     QTest::newRow("byte order mark") << "\xEF\xBB\xBF" + Xliff(a) << true;
     QTest::newRow("no declaration") << Xliff(a).mid(Xliff(a).indexOf('\n') + 1) << true;
-    QTest::newRow("other case of the encoding") << Xliff(a).replace("UTF-8", "utf-8") << true;
+    QTest::newRow("different case of the encoding") << Xliff(a).replace("UTF-8", "utf-8") << true;
     QTest::newRow("Latin-1") << Xliff(Unit(u"A"_s, "<target>\xE4</target>")).replace("UTF-8", "ISO-8859-1")
                              << false;
     QTest::newRow("Latin-1, declared late")
@@ -263,7 +264,7 @@ void tst_ToolXliffStreaming::Files_data()
     QTest::newRow("version 1.1") << Xliff(a).replace(" version=\"1.2\"", " version=\"1.1\"") << true;
     QTest::newRow("version 2") << Xliff(a).replace(" version=\"1.2\"", " version=\"2.0\"") << false;
     QTest::newRow("empty version") << Xliff(a).replace(" version=\"1.2\"", " version=\"\"") << false;
-    QTest::newRow("other root") << QByteArray("<TS/>") << false;
+    QTest::newRow("another root") << QByteArray("<TS/>") << false;
     QTest::newRow("prefix") << Xliff(a).replace("xliff", "x:xliff") << false;
     QTest::newRow("malformed") << Xliff(a).replace("</xliff>", "") << false;
     QTest::newRow("empty") << QByteArray() << false;

@@ -213,7 +213,7 @@ void tst_ToolXml::Get_type_data()
     row("double", "double", "0.10000000000000001", "0.1", "0.1");
     row("double, not a number", "double", "nan", "nan", "\"nan\"");
     row("double followed by a letter", "double", "1.5x", nullptr);
-    row("bool in capitals", "bool", "TRUE", "True", "true");
+    row("bool in upper case", "bool", "TRUE", "True", "true");
     row("bool as a number", "bool", "7", "True", "true");
     row("bool as zero", "bool", "0", "False", "false");
     row("bool as another word", "bool", "yes", nullptr);
@@ -967,7 +967,7 @@ void tst_ToolXml::Set_diskFullReadOnlyFolder()
     QCOMPARE(getrlimit(RLIMIT_FSIZE, &before), 0);
     const rlimit none{0, before.rlim_max};
     const auto oldHandler = std::signal(SIGXFSZ, SIG_IGN);
-    QCOMPARE(setrlimit(RLIMIT_FSIZE, &none), 0); // the tool inherits it
+    QCOMPARE(setrlimit(RLIMIT_FSIZE, &none), 0); // the tool inherits the limit
     const ToolResult result = mTool->RunUnprivileged(set);
     setrlimit(RLIMIT_FSIZE, &before);
     std::signal(SIGXFSZ, oldHandler);
@@ -1040,7 +1040,7 @@ void tst_ToolXml::List_jsonBytes_data()
                                    << QStringList();
 }
 
-// The JSON is printed piece by piece. It has the form that Qt gives to a whole document.
+// The JSON is printed piece by piece, but in the form that Qt gives to a whole document.
 void tst_ToolXml::List_jsonBytes()
 {
     QFETCH(const QByteArray, document);

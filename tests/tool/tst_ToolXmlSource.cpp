@@ -166,7 +166,7 @@ QStringList ToText(const QList<ExpectedElement>& elements)
 
 } // namespace
 
-/// Where elements and attributes are in the text of a document.
+/// Tests where the tool finds elements and attributes in the text of a document.
 class tst_ToolXmlSource : public QObject
 {
     Q_OBJECT

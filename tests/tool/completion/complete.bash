@@ -1,8 +1,8 @@
 # SPDX-FileCopyrightText: 2026 The QvUtil developers
 # SPDX-License-Identifier: MIT
 
-# Prints what bash offers for the command line whose words, as its line editor splits it, are the lines of the file
-# `words`. Bash inserts these answers as they are.
+# Prints what bash offers for a command line. Each line of the file `words` is a word of the command line, as bash's
+# line editor splits it. Bash inserts what is printed, unchanged.
 source ./script
 while IFS= read -r word; do
     COMP_WORDS+=("$word")
