@@ -13,8 +13,6 @@
 #include <QTemporaryDir>
 #include <QtTest>
 
-#include <memory>
-
 using namespace Qt::StringLiterals;
 using namespace Quorvin::Util;
 using TestSupport::LogGuard;
@@ -27,34 +25,16 @@ class tst_LargeFiles : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void init();
-    void cleanup();
+    void init() { TestSupport::FailOnAnyMessage(); }
 
     void FileSize();
     void EndlessFile();
-
-private:
-    [[nodiscard]] QString Path(const QString& name) const { return mDir->filePath(name); }
-
-    std::unique_ptr<QTemporaryDir> mDir;
 };
-
-void tst_LargeFiles::init()
-{
-    QTest::failOnWarning(QRegularExpression(u".*"_s));
-    mDir = std::make_unique<QTemporaryDir>();
-    QVERIFY(mDir->isValid());
-}
-
-void tst_LargeFiles::cleanup()
-{
-    mDir->setAutoRemove(!QTest::currentTestFailed());
-    mDir.reset();
-}
 
 void tst_LargeFiles::FileSize()
 {
-    const QString file = Path(u"sparse.xml"_s);
+    const QTemporaryDir folder;
+    const QString file = folder.filePath(u"sparse.xml"_s);
     QVERIFY(WriteFile(file, "<r/>"));
     QVERIFY(QFile::resize(file, Internal::kMaxFileSize + 1));
     XmlFiler filer;
@@ -72,8 +52,8 @@ void tst_LargeFiles::EndlessFile()
 {
     if (!QFile::exists(u"/dev/zero"_s))
         QSKIP("this system has no such device");
-    // The device has no size and never ends, so that reading it could use up all memory. A file may have 1
-    // GiB, and twice that is added when the content grows for the last time.
+    // The device has no size and never ends, so reading it could use up all memory. The limit leaves room for
+    // a file of 1 GiB, plus twice that while the buffer grows for the last time.
     QCOMPARE(RunWithLittleMemory([] { return XmlFiler().LoadFromXmlFile(u"/dev/zero"_s); },
                                  4096 * TestSupport::kMiB),
              Outcome::Refused);
