@@ -25,7 +25,7 @@ namespace {
 constexpr int kDeepest = 1'000;
 constexpr qsizetype kMebibyte = 1024 * 1024;
 
-/// Returns nested elements of this depth, with \p inside in the innermost.
+/// Returns \p depth nested elements, with \p inside in the innermost.
 QByteArray Nested(int depth, const QByteArray& inside = {})
 {
     return QByteArray("<a>").repeated(depth) + inside + QByteArray("</a>").repeated(depth);
@@ -43,8 +43,8 @@ QByteArray EntityBomb(int levels, int width, const QByteArray& use)
     return xml.replace("&last;", "&e" + QByteArray::number(levels - 1) + ';');
 }
 
-/// Returns entities that each wrap another element around the one before, so that the elements in the text
-/// itself are not deep.
+/// Returns entities that each wrap another element around the previous one. The elements in the text itself
+/// are not deeply nested.
 QByteArray NestedByEntities(int levels, const QByteArray& root = "<r>&last;</r>")
 {
     QByteArray xml = "<!DOCTYPE r [<!ENTITY e0 \"x\">";
@@ -130,7 +130,7 @@ void tst_BadInput::cleanup()
     mDir.reset();
 }
 
-/// Every reader of the file must return its failure result, without a message and without changing the file.
+/// Every reader of the file must return its failure result, log one line and leave the file unchanged.
 void tst_BadInput::CheckRefused(const QByteArray& xml)
 {
     const QString path = Path(u"bad.xml"_s);
@@ -204,7 +204,7 @@ void tst_BadInput::Malformed_data()
     QTest::newRow("truncated in the document type") << QByteArray("<!DOCTYPE a [<!ENTITY b \"");
     QTest::newRow("truncated in a reference") << QByteArray("<a>&lt");
     QTest::newRow("wrong end tag") << QByteArray("<a></b>");
-    QTest::newRow("end tag in other case") << QByteArray("<a></A>");
+    QTest::newRow("end tag in different case") << QByteArray("<a></A>");
     QTest::newRow("crossed tags") << QByteArray("<a><b></a></b>");
     QTest::newRow("end tag alone") << QByteArray("</a>");
     QTest::newRow("two roots") << QByteArray("<a/><b/>");
@@ -223,7 +223,7 @@ void tst_BadInput::Malformed_data()
     QTest::newRow("end of a section in text") << QByteArray("<a>]]></a>");
     QTest::newRow("dashes in a comment") << QByteArray("<a><!-- a -- b --></a>");
     QTest::newRow("declaration not at the start") << QByteArray("\n<?xml version=\"1.0\"?><a/>");
-    QTest::newRow("declaration within") << QByteArray("<a><?xml version=\"1.0\"?></a>");
+    QTest::newRow("declaration within the root") << QByteArray("<a><?xml version=\"1.0\"?></a>");
     QTest::newRow("unknown encoding") << QByteArray("<?xml version=\"1.0\" encoding=\"none\"?><a/>");
     QTest::newRow("NUL alone") << QByteArray(1, '\0');
     QTest::newRow("NUL in text") << QByteArray("<a>x\0y</a>", 10);
@@ -355,8 +355,7 @@ void tst_BadInput::Depth_data()
         << QByteArray("<a>").repeated(1'000'000) + QByteArray("</b>").repeated(1'000'000) << false;
     QTest::newRow("a million end tags") << QByteArray("</a>").repeated(1'000'000) << false;
     QTest::newRow("end tags first") << QByteArray("</a>").repeated(10'000) + Nested(100'000) << false;
-    QTest::newRow("a million beside each other")
-        << "<a>" + QByteArray("<b/>").repeated(100'000) + "</a>" << true;
+    QTest::newRow("100,000 siblings") << "<a>" + QByteArray("<b/>").repeated(100'000) + "</a>" << true;
     QTest::newRow("1,000 twice") << "<a>" + Nested(kDeepest - 1) + Nested(kDeepest - 1) + "</a>" << true;
     QTest::newRow("tags in a comment do not count")
         << "<a><!--" + QByteArray("<a>").repeated(2'000) + "--></a>" << true;
@@ -381,7 +380,7 @@ void tst_BadInput::Depth_data()
     QTest::newRow("by entities, 20,000") << NestedByEntities(20'000) << false;
     QTest::newRow("UTF-16") << Utf16(u'\uFEFF' + QString::fromLatin1(Nested(100'000))) << false;
     QTest::newRow("UTF-16 without a mark") << Utf16(QString::fromLatin1(Nested(100'000))) << false;
-    QTest::newRow("UTF-16 after a declaration of single bytes")
+    QTest::newRow("UTF-16 after a declaration in single bytes")
         << "<?xml version=\"1.0\" encoding=\"UTF-16LE\"?>"
             + Utf16(u"<!-- \" -->"_s + QString::fromLatin1(Nested(100'000)))
         << false;
@@ -440,7 +439,7 @@ void tst_BadInput::Entities_data()
         << "<!DOCTYPE r [" + QByteArray("<!ENTITY ").repeated(100'000) + QByteArray(4 * kMebibyte, ' ');
     QTest::newRow("many unfinished declarations")
         << "<!DOCTYPE r [" + QByteArray("<!ENTITY a '").repeated(100'000);
-    QTest::newRow("many declarations of other names")
+    QTest::newRow("many declarations of different names")
         << QByteArray("<!DOCTYPE r [<!ENTITY a \"") + QByteArray("<!ENTITY b '").repeated(100'000);
     QTest::newRow("a name without end") << "<!DOCTYPE r [<!ENTITY " + QByteArray(kMebibyte, 'n');
     QTest::newRow("many ampersands") << "<!DOCTYPE r [<!ENTITY a \"b\">]><r>" + QByteArray(kMebibyte, '&')

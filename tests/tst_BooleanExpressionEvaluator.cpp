@@ -308,10 +308,10 @@ void tst_BooleanExpressionEvaluator::ValidateAndFixBraces_data()
     QTest::newRow("blank stops the stripping") << u"( (a) )"_s << true << u" (a) "_s;
     QTest::newRow("blank on the left stops") << u"( (a))"_s << true << u" (a)"_s;
     QTest::newRow("blank on the right stops") << u"((a) )"_s << true << u"(a) "_s;
-    QTest::newRow("trimmed once only") << u" ( a ) "_s << true << u" a "_s;
-    QTest::newRow("nothing in it") << u"()"_s << true << QString();
-    QTest::newRow("nothing in two") << u"(())"_s << true << QString();
-    QTest::newRow("blank in it") << u"( )"_s << true << u" "_s;
+    QTest::newRow("trimmed only once") << u" ( a ) "_s << true << u" a "_s;
+    QTest::newRow("empty pair") << u"()"_s << true << QString();
+    QTest::newRow("empty pair in a pair") << u"(())"_s << true << QString();
+    QTest::newRow("blank pair") << u"( )"_s << true << u" "_s;
     QTest::newRow("two empty groups") << u"()()"_s << true << u"()()"_s;
     QTest::newRow("two empty groups in one") << u"(()())"_s << true << u"()()"_s;
     QTest::newRow("begins with a group") << u"(a) b"_s << true << u"(a) b"_s;
@@ -371,8 +371,8 @@ void tst_BooleanExpressionEvaluator::SplitByPrecedence_data()
     row("single group in a group is kept", u"( (a & b) )"_s, {u" (a & b) "_s});
     row("text before a group is dropped", u"x (y)"_s, {u"y"_s});
     row("chain before a group is dropped", u"a & b (c)"_s, {u"c"_s});
-    row("dropped between groups", u"(a) | x (b)"_s, {u"a"_s, u"|"_s, u"b"_s});
-    row("dropped, then two in a row", u"(a) x (b)"_s, {u"a"_s, u"b"_s});
+    row("text between groups is dropped", u"(a) | x (b)"_s, {u"a"_s, u"|"_s, u"b"_s});
+    row("text between groups without an operator is dropped", u"(a) x (b)"_s, {u"a"_s, u"b"_s});
     row("two operands in a row", u"(a) b"_s, {u"a"_s, u"b"_s});
     row("operand at an odd place", u"(a) b & c"_s, {u"a"_s, u"b & c"_s});
     row("operator in a group at an odd place", u"(a) ( & ) b"_s, {u"a"_s, u" & "_s, u"b"_s});
@@ -385,12 +385,12 @@ void tst_BooleanExpressionEvaluator::SplitByPrecedence_data()
     row("blank group alone", u"( )"_s, {});
     row("and doubled", u"a & & b"_s, {});
     row("or doubled", u"a | | b"_s, {});
-    row("both in a row", u"a & | b"_s, {u"a &"_s, u"|"_s, u"b"_s});
-    row("both in a row, or first", u"a | & b"_s, {u"a"_s, u"|"_s, u"& b"_s});
+    row("and before or, nothing between", u"a & | b"_s, {u"a &"_s, u"|"_s, u"b"_s});
+    row("or before and, nothing between", u"a | & b"_s, {u"a"_s, u"|"_s, u"& b"_s});
     row("and at the end", u"a &"_s, {});
     row("and at the front", u"& a"_s, {});
     row("or at the end", u"a |"_s, {});
-    row("or at the end, blank after", u"a | "_s, {});
+    row("or at the end, then a blank", u"a | "_s, {});
     row("or at the front", u"| a"_s, {});
     row("and alone", u"&"_s, {});
     row("or alone", u"|"_s, {});
@@ -403,7 +403,7 @@ void tst_BooleanExpressionEvaluator::SplitByPrecedence_data()
     row("not closed, second group", u"(a) | (b"_s, {});
     row("not opened", u"a) | b"_s, {u"a)"_s, u"|"_s, u"b"_s});
     row("not opened, alone", u"a & b)"_s, {u"a & b)"_s});
-    row("tabs and line ends", u"\ta\n&\r\n(b)\f|\vc "_s, {u"a"_s, u"&"_s, u"b"_s, u"|"_s, u"c"_s});
+    row("tabs and line endings", u"\ta\n&\r\n(b)\f|\vc "_s, {u"a"_s, u"&"_s, u"b"_s, u"|"_s, u"c"_s});
     row("no-break space is not a blank after a group", u"(a)\u00a0& b"_s, {u"a"_s, u"& b"_s});
 }
 
@@ -516,8 +516,7 @@ void tst_BooleanExpressionEvaluator::Evaluate_data()
     row("operator with blanks in a group does not decide", u"(f) ( & ) t"_s, true, true, {u"f"_s, u"t"_s});
     row("three levels", u"t1 & (f1 | (t2 & (f2 | t3)))"_s, true, true,
         {u"t1"_s, u"f1"_s, u"t2"_s, u"f2"_s, u"t3"_s});
-    row("operand that is not ASCII", u"t\u00e4 & t\u65e5\u672c"_s, true, true,
-        {u"t\u00e4"_s, u"t\u65e5\u672c"_s});
+    row("operand beyond ASCII", u"t\u00e4 & t\u65e5\u672c"_s, true, true, {u"t\u00e4"_s, u"t\u65e5\u672c"_s});
     row("'!' does not negate", u"!t"_s, true, false, {u"!t"_s});
     row("'true' is not a literal", u"true | 1"_s, true, true, {u"true"_s});
 }
@@ -547,7 +546,7 @@ void tst_BooleanExpressionEvaluator::Evaluate_functionObject()
     QFETCH(const bool, value);
     QFETCH(const QStringList, asked);
 
-    QStringList heard; // captured, so that a function pointer would not work
+    QStringList heard; // captured, so a function pointer would not work
     const auto answer = [&heard](const QString& operand, bool& operandValue) {
         heard.append(operand);
         return Answer(operand, operandValue);
@@ -601,7 +600,7 @@ void tst_BooleanExpressionEvaluator::Evaluate_noCallback()
 
 void tst_BooleanExpressionEvaluator::Evaluate_operandStartsFalse()
 {
-    // If the callback does not set the value, it is false, even if it was true before.
+    // The callback always receives the value false, even after an operand that was true.
     const BooleanExpressionEvaluator evaluator([](const QString& operand, bool& value) {
         gAsked.append(operand + (value ? " true"_L1 : " false"_L1));
         if (operand == "t"_L1)
@@ -736,7 +735,7 @@ void tst_BooleanExpressionEvaluator::DeepNesting_data()
         << repeated(u"t&("_s) + "t&"_L1 + repeated(u")"_s) << false << kDepth;
     QTest::newRow("unpaired surrogate in the innermost")
         << repeated(u"t&("_s) + "t "_L1 + QChar(u'\xd800') + repeated(u")"_s) << true << kDepth + 1;
-    QTest::newRow("not closed by one")
+    QTest::newRow("one brace not closed")
         << repeated(u"t&("_s) + u't' + repeated(u")"_s).chopped(1) << false << 0;
     QTest::newRow("blanks and groups alternating") << repeated(u"(t)  & "_s) + u't' << true << kDepth + 1;
 }

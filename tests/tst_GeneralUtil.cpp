@@ -128,7 +128,7 @@ void tst_GeneralUtil::FindMatchingBrace_data()
     QTest::newRow("first of two pairs") << u"(a)(b)"_s << 0 << 2;
     QTest::newRow("second of two pairs") << u"(a)(b)"_s << 3 << 5;
     QTest::newRow("deeply nested") << u"((((x))))"_s << 1 << 7;
-    QTest::newRow("text after it") << u"f(x) + 1"_s << 1 << 3;
+    QTest::newRow("text after the pair") << u"f(x) + 1"_s << 1 << 3;
     QTest::newRow("in quotes") << u"(\")\")"_s << 0 << 2;
     QTest::newRow("other braces do not count") << u"([)]"_s << 0 << 2;
     QTest::newRow("never closed") << u"(a"_s << 0 << kNoPair;
@@ -172,7 +172,7 @@ void tst_GeneralUtil::ParseFunction_data()
     row("arguments are trimmed", u"f(\t a b \n,  c)"_s, true, u"f"_s, {u"a b"_s, u"c"_s});
     row("name is not trimmed", u" f (x)"_s, true, u" f "_s, {u"x"_s});
     row("name is empty", u"(x)"_s, true, u""_s, {u"x"_s});
-    row("text after it is ignored", u"f(x) + g(y)"_s, true, u"f"_s, {u"x"_s});
+    row("text after the call is ignored", u"f(x) + g(y)"_s, true, u"f"_s, {u"x"_s});
     row("never closed", u"Max(a"_s, false, u"Max"_s, {});
     row("inner brace closed alone", u"f(a(b)"_s, false, u"f"_s, {});
     row("no brace", u"Max"_s, false, u""_s, {});
@@ -370,7 +370,7 @@ void tst_GeneralUtil::EnumNameToValue_data()
     QTest::addColumn<int>("expected");
 
     QTest::newRow("exact") << u"Green"_s << false << 2;
-    QTest::newRow("other case") << u"green"_s << false << 2;
+    QTest::newRow("different case") << u"green"_s << false << 2;
     QTest::newRow("unknown") << u"Purple"_s << false << -1;
     QTest::newRow("padded") << u" Green"_s << false << -1;
     QTest::newRow("list of names") << u"Red,Blue"_s << false << -1;
@@ -381,7 +381,7 @@ void tst_GeneralUtil::EnumNameToValue_data()
     QTest::newRow("name with a comma") << u"With,Comma"_s << false << 64;
 
     QTest::newRow("flags, one") << u"Green"_s << true << 2;
-    QTest::newRow("flags, padded, other case, empty parts") << u" red , BLUE ,"_s << true << 5;
+    QTest::newRow("flags, padded, different case, empty parts") << u" red , BLUE ,"_s << true << 5;
     QTest::newRow("flags, unknown") << u"Purple"_s << true << -1;
     QTest::newRow("flags, unknown beside known") << u"Purple,Red"_s << true << 1;
     QTest::newRow("flags, name twice") << u"Red,red"_s << true << 1;
@@ -458,10 +458,10 @@ void tst_GeneralUtil::GetHash_data()
     QTest::newRow("null") << QString() << "d41d8cd98f00b204e9800998ecf8427e"_ba;
     QTest::newRow("one letter") << u"a"_s << "0cc175b9c0f1b6a831c399e269772661"_ba;
     QTest::newRow("three letters") << u"abc"_s << "900150983cd24fb0d6963f7d28e17f72"_ba;
-    QTest::newRow("other case is another text") << u"ABC"_s << "902fbdd2b1df0c4f70b4a5d23525e932"_ba;
+    QTest::newRow("different case is a different text") << u"ABC"_s << "902fbdd2b1df0c4f70b4a5d23525e932"_ba;
     QTest::newRow("two and three bytes") << u"Größe €"_s << "b3138d5429f8b49d5393e948c5eb4569"_ba;
     QTest::newRow("four bytes") << u"😀"_s << "2a02eac39d716a70ecf37579185927b6"_ba;
-    QTest::newRow("zero inside") << u"a\0b"_s << "70350f6027bce3713f6b76473084309b"_ba;
+    QTest::newRow("NUL inside") << u"a\0b"_s << "70350f6027bce3713f6b76473084309b"_ba;
     QTest::newRow("byte order mark") << u"\uFEFFa"_s << "35fa5d3e88c45478f98ea858a21ee2c0"_ba;
     QTest::newRow("invalid UTF-16, which Qt replaces")
         << u"a\xD83D"_s << QCryptographicHash::hash(u"a\xD83D"_s.toUtf8(), QCryptographicHash::Md5).toHex();
@@ -486,7 +486,7 @@ void tst_GeneralUtil::FileHash_data()
                            << "d41d8cd98f00b204e9800998ecf8427e"_ba;
     QTest::newRow("short") << "abc"_ba
                            << "900150983cd24fb0d6963f7d28e17f72"_ba;
-    QTest::newRow("line ends and zeros as they are")
+    QTest::newRow("line endings and NUL are not changed")
         << "a\r\nb\0\x1A"_ba + '\xFF' << "09c3eff98f4d03b161f8cbaeccc96a20"_ba;
     QTest::newRow("one byte less than a chunk")
         << QByteArray(32767, 'x') << "d405e9db29a0aa4a6b5aacba6b88bab0"_ba;

@@ -193,8 +193,8 @@ void tst_GeneralUtilEnvironment::GetModulePath_data()
     QTest::newRow("with suffix") << file << file << true;
     QTest::newRow("empty") << file << QString() << false;
     QTest::newRow("suffix only") << file << suffix << false;
-    QTest::newRow("other case") << file << "LibModule"_L1 + suffix << false;
-    QTest::newRow("other case, without suffix") << file << u"libmodule"_s << false;
+    QTest::newRow("different case") << file << "LibModule"_L1 + suffix << false;
+    QTest::newRow("different case, without suffix") << file << u"libmodule"_s << false;
     QTest::newRow("without the prefix \"lib\"") << file << u"Module"_s << false;
     QTest::newRow("with its folder") << file << "./"_L1 + file << false;
     QTest::newRow("any dot means no suffix is added") << file << u"libModule."_s << false;
@@ -204,7 +204,7 @@ void tst_GeneralUtilEnvironment::GetModulePath_data()
         << "libDotted.2"_L1 + suffix << u"libDotted.2"_s << false;
     QTest::newRow("no suffix in the file") << u"libBare"_s << u"libBare"_s << false;
     QTest::newRow("foreign suffix") << u"libForeign.plugin"_s << u"libForeign.plugin"_s << true;
-    QTest::newRow("not ASCII") << u"libGr\u00f6\u00dfe"_s + suffix << u"libGr\u00f6\u00dfe"_s << true;
+    QTest::newRow("beyond ASCII") << u"libGr\u00f6\u00dfe"_s + suffix << u"libGr\u00f6\u00dfe"_s << true;
 }
 
 void tst_GeneralUtilEnvironment::GetModulePath()
@@ -312,12 +312,12 @@ void tst_GeneralUtilEnvironment::GetSymbolicLinkTarget_data()
     QTest::newRow("link to nothing") << u"dangling"_s << u"dangling"_s;
     QTest::newRow("below a link to nothing") << u"toFolder/dangling/x"_s << u"folder/dangling/x"_s;
     QTest::newRow("link to nothing through a link") << u"danglingViaLink"_s << u"danglingViaLink"_s;
-    QTest::newRow("loop of one") << u"loop"_s << u"loop"_s;
-    QTest::newRow("loop of two") << u"loopA/x"_s << u"loopA/x"_s;
+    QTest::newRow("link to itself") << u"loop"_s << u"loop"_s;
+    QTest::newRow("two links to each other") << u"loopA/x"_s << u"loopA/x"_s;
     QTest::newRow("loop below a link") << u"toFolder/loop/x"_s << u"folder/loop/x"_s;
     QTest::newRow("below a file") << u"toFile/x"_s << u"folder/file/x"_s;
     QTest::newRow("up from the target of a link") << u"toInner/../file"_s << u"folder/file"_s;
-    QTest::newRow("not ASCII") << u"\u00fcber/\u65e5\u672c"_s << u"folder/file"_s;
+    QTest::newRow("beyond ASCII") << u"\u00fcber/\u65e5\u672c"_s << u"folder/file"_s;
 }
 
 void tst_GeneralUtilEnvironment::GetSymbolicLinkTarget()
@@ -432,17 +432,17 @@ void tst_GeneralUtilEnvironment::FindLocaleFile_folderOrder()
     const QString inA = MakeFile(u"a/fr-FR/strings.xlf"_s);
     QCOMPARE(GeneralUtil::FindLocaleFile(u"strings"_s, u"fr-FR"_s, folders), inA);
 
-    // an empty entry is not a folder, in particular not the root
+    // An empty entry is not a folder, in particular not the root.
     const QString fromRoot = mRoot.mid(1) + "/a/fr-FR"_L1;
     QCOMPARE(GeneralUtil::FindLocaleFile(u"strings"_s, fromRoot, u";"_s + mRoot + u";;"_s), QString());
 
-    // blanks belong to a folder's name
+    // Blanks are part of a folder's name.
     QCOMPARE(GeneralUtil::FindLocaleFile(u"strings"_s, u"fr-FR"_s, u' ' + mRoot + "/a"_L1), QString());
 }
 
 void tst_GeneralUtilEnvironment::FindLocaleFile_applicationFolder()
 {
-    // A new folder beside the program serves as the folder of a locale; its name is that of the locale.
+    // A new folder beside the program serves as a locale's folder. The locale is named after the folder.
     const QTemporaryDir localeFolder(GeneralUtil::GetAppDirPath() + "/locale-XXXXXX"_L1);
     QVERIFY(localeFolder.isValid());
     const QString locale = QFileInfo(localeFolder.path()).fileName();
@@ -537,7 +537,7 @@ void tst_GeneralUtilEnvironment::OutputDebugString_wideText()
 
 int main(int argc, char* argv[])
 {
-    qputenv("LC_ALL", "de_DE.UTF-8"); // before Qt reads it
+    qputenv("LC_ALL", "de_DE.UTF-8"); // before Qt reads the variable
     if (argc == 3 && std::strcmp(argv[1], "--locale-file") == 0) {
         const QString folders = QFile::decodeName(argv[2]);
         const QString path = GeneralUtil::FindLocaleFile(u"strings"_s, u"fr-FR"_s, folders);

@@ -233,15 +233,15 @@ void tst_GeneralUtilFiles::GetFiles_data()
     row("question mark and set", u"?.[tl]*"_s, files, false, {u"a.txt"_s, u"b.log"_s});
     row("a name", u"c.dat"_s, files, false, {u"c.dat"_s});
     row("no match", u"*.xml"_s, files, false, {});
-    row("other case", u"*.TXT"_s, files, false, {u"a.txt"_s});
-    row("other case, case counts", u"*.TXT"_s, files | QDir::CaseSensitive, false, {});
+    row("different case", u"*.TXT"_s, files, false, {u"a.txt"_s});
+    row("different case, case counts", u"*.TXT"_s, files | QDir::CaseSensitive, false, {});
     row("hidden files", u"*.txt"_s, files | QDir::Hidden, false, {u".h.txt"_s, u"a.txt"_s});
     row("folders", u""_s, folders, false, {u"empty"_s, u"sub"_s, u"txt"_s});
     row("folders by pattern", u"*t*"_s, folders, false, {u"empty"_s, u"txt"_s});
     row("files and folders by pattern", u"*t*"_s, files | folders, false,
         {u"a.txt"_s, u"c.dat"_s, u"empty"_s, u"txt"_s});
-    row("all folders in spite of the pattern", u"*.log"_s, files | QDir::AllDirs | QDir::NoDotAndDotDot,
-        false, {u"b.log"_s, u"empty"_s, u"sub"_s, u"txt"_s});
+    row("all folders, despite the pattern", u"*.log"_s, files | QDir::AllDirs | QDir::NoDotAndDotDot, false,
+        {u"b.log"_s, u"empty"_s, u"sub"_s, u"txt"_s});
 
     row("recursive", u""_s, files, true,
         {u"a.txt"_s, u"b.log"_s, u"c.dat"_s, u"sub/d.txt"_s, u"sub/deep/f.txt"_s, u"sub/e.log"_s,
@@ -397,7 +397,7 @@ void tst_GeneralUtilFiles::GetFiles_links()
         Paths({u"d/a.txt"_s, u"d/nothing"_s}));
 }
 
-// The system follows such a link only a limited number of times.
+// The system follows a link to itself only a limited number of times.
 void tst_GeneralUtilFiles::GetFiles_linkToItself()
 {
     QVERIFY(Make({u"a.txt"_s, u"loop>."_s}));
@@ -512,8 +512,7 @@ void tst_GeneralUtilFiles::DeleteFiles_readOnlyFile()
     QCOMPARE(Tree(), QStringList());
 }
 
-// In a folder that is not writable, the file cannot be deleted, so that its changed permissions can be
-// checked.
+// In a folder that is not writable, the file cannot be deleted, so its changed permissions can be checked.
 void tst_GeneralUtilFiles::DeleteFiles_readOnlyFileIsMadeWritableFirst()
 {
     QVERIFY(Make({u"d/a"_s, u"d/sub/b"_s}));
@@ -584,8 +583,9 @@ void tst_GeneralUtilFiles::DeleteEmptyDirectories_data()
         {u"d/"_s, u"d/a/"_s, u"d/a/f"_s});
     row("a hidden file", {u"d/.f"_s, u"d/e/"_s}, folders, false, {u"d/"_s, u"d/.f"_s});
     row("a hidden folder", {u"d/.s/"_s, u"d/e/"_s}, folders, false, {u"d/"_s, u"d/.s/"_s});
-    row("a hidden folder, hidden ones too", {u"d/.s/t/"_s}, folders | QDir::Hidden, true, {});
-    row("nothing beside it is touched", {u"d/"_s, u"e/"_s, u"d2/"_s}, folders, true, {u"d2/"_s, u"e/"_s});
+    row("a hidden folder, with hidden entries listed", {u"d/.s/t/"_s}, folders | QDir::Hidden, true, {});
+    row("nothing beside the folder is touched", {u"d/"_s, u"e/"_s, u"d2/"_s}, folders, true,
+        {u"d2/"_s, u"e/"_s});
 }
 
 void tst_GeneralUtilFiles::DeleteEmptyDirectories()
@@ -647,12 +647,12 @@ void tst_GeneralUtilFiles::GetUniqueFile_data()
     row("first number is unused", {u"a.txt"_s}, u"(%1)"_s, u""_s, true, 2, u"a(2).txt"_s);
     row("second number is unused", {u"a.txt"_s, u"a(2).txt"_s}, u"(%1)"_s, u""_s, true, 2, u"a(3).txt"_s);
     row("a gap", {u"a.txt"_s, u"a(2).txt"_s, u"a(4).txt"_s}, u"(%1)"_s, u""_s, true, 2, u"a(3).txt"_s);
-    row("other start", {u"a.txt"_s, u"a(2).txt"_s}, u"(%1)"_s, u""_s, true, 10, u"a(10).txt"_s);
+    row("another first number", {u"a.txt"_s, u"a(2).txt"_s}, u"(%1)"_s, u""_s, true, 10, u"a(10).txt"_s);
     row("through 0", {u"a.txt"_s, u"a-1.txt"_s, u"a0.txt"_s}, u"%1"_s, u""_s, true, -1, u"a1.txt"_s);
     row("no format", {u"a.txt"_s, u"a2.txt"_s}, u""_s, u""_s, true, 2, u"a3.txt"_s);
     row("tag in front", {u"a.txt"_s, u"1_a.txt"_s}, u"%1_"_s, u""_s, false, 1, u"2_a.txt"_s);
     row("number twice", {u"a.txt"_s}, u"-%1-%1"_s, u""_s, true, 7, u"a-7-7.txt"_s);
-    row("other placeholder", {u"a.txt"_s}, u"-%5"_s, u""_s, true, 7, u"a-7.txt"_s);
+    row("another placeholder", {u"a.txt"_s}, u"-%5"_s, u""_s, true, 7, u"a-7.txt"_s);
     row("only the lowest placeholder", {u"a.txt"_s}, u"-%2-%1"_s, u""_s, true, 7, u"a-%2-7.txt"_s);
     row("placeholder of two digits", {u"a.txt"_s}, u"-%99"_s, u""_s, true, 7, u"a-7.txt"_s);
     row("large number is not grouped", {u"a.txt"_s}, u"%1"_s, u""_s, true, 1234567, u"a1234567.txt"_s);
@@ -740,8 +740,7 @@ void tst_GeneralUtilFiles::GetUniqueFile_folderCountsAsInUse()
     QCOMPARE(GeneralUtil::GetUniqueFile(Path(u"a/"_s), u"(%1)"_s, u""_s, true, 2), Path(u"a(3)"_s));
 }
 
-// Folder, name and tag are filled in one after the other, so that the name replaces the placeholder in the
-// folder.
+// Folder, name and tag are filled in one after the other, so the name replaces the placeholder in the folder.
 void tst_GeneralUtilFiles::GetUniqueFile_placeholderInTheFolder()
 {
     QVERIFY(Make({u"x%1y/a.txt"_s}));
@@ -809,7 +808,7 @@ void tst_GeneralUtilFiles::GetUniqueFile_inFolder()
 
 void tst_GeneralUtilFiles::GetUniqueFile_inTemporaryFolder()
 {
-    // Use the test's folder for temporary files, because the system's contains files of other programs.
+    // Use the test's folder for temporary files, because the system's folder contains other files.
     const TestSupport::EnvironmentGuard guard("TMPDIR", QFile::encodeName(mRoot));
     QCOMPARE(QDir::tempPath(), mRoot);
 
@@ -849,7 +848,7 @@ void tst_GeneralUtilFiles::FixInvalidCharsInFileName()
     QFETCH(const QString, expected);
 
     QCOMPARE(GeneralUtil::FixInvalidCharsInFileName(name, replacement), expected);
-    // The same, in the two steps that the operation consists of.
+    // The two steps of which the operation consists must give the same result.
     static const QRegularExpression invalid(u"[\\/:*?\"<>|]"_s);
     QCOMPARE(QString(name).replace(invalid, replacement).replace(u"\\"_s, replacement), expected);
 }
@@ -861,13 +860,13 @@ void tst_GeneralUtilFiles::ReadAllLines_data()
 
     QTest::newRow("empty") << ""_ba << QStringList();
     QTest::newRow("one line") << "a"_ba << QStringList{u"a"_s};
-    QTest::newRow("one line with its line end") << "a\n"_ba << QStringList{u"a"_s};
-    QTest::newRow("no line end after the last line") << "a\nb"_ba << QStringList{u"a"_s, u"b"_s};
-    QTest::newRow("line end after the last line") << "a\nb\n"_ba << QStringList{u"a"_s, u"b"_s};
-    QTest::newRow("line ends of two characters") << "a\r\nb\r\n"_ba << QStringList{u"a"_s, u"b"_s};
-    QTest::newRow("both kinds of line ends") << "a\r\nb\nc"_ba << QStringList{u"a"_s, u"b"_s, u"c"_s};
+    QTest::newRow("one line with its line ending") << "a\n"_ba << QStringList{u"a"_s};
+    QTest::newRow("no line ending after the last line") << "a\nb"_ba << QStringList{u"a"_s, u"b"_s};
+    QTest::newRow("line ending after the last line") << "a\nb\n"_ba << QStringList{u"a"_s, u"b"_s};
+    QTest::newRow("line endings of two characters") << "a\r\nb\r\n"_ba << QStringList{u"a"_s, u"b"_s};
+    QTest::newRow("both kinds of line endings") << "a\r\nb\nc"_ba << QStringList{u"a"_s, u"b"_s, u"c"_s};
     QTest::newRow("blank lines") << "\n\na\n\n"_ba << QStringList{u""_s, u""_s, u"a"_s, u""_s};
-    QTest::newRow("only a line end") << "\n"_ba << QStringList{u""_s};
+    QTest::newRow("only a line ending") << "\n"_ba << QStringList{u""_s};
     QTest::newRow("white space is kept") << " a \t\n"_ba << QStringList{u" a \t"_s};
     QTest::newRow("UTF-8") << "Gr\xC3\xB6\xC3\x9F"
                               "e\n\xE2\x82\xAC \xF0\x9F\x98\x80"_ba
@@ -878,7 +877,7 @@ void tst_GeneralUtilFiles::ReadAllLines_data()
     QTest::newRow("invalid UTF-16") << "a\xFF"
                                        "b"_ba
                                     << QStringList{u"a\uFFFDb"_s};
-    QTest::newRow("zero inside") << "a\0b\n"_ba << QStringList{u"a\0b"_s};
+    QTest::newRow("NUL inside") << "a\0b\n"_ba << QStringList{u"a\0b"_s};
     QTest::newRow("longer than any buffer")
         << QByteArray(100000, 'x') + "\ny" << QStringList{QString(100000, u'x'), u"y"_s};
 }
@@ -932,7 +931,7 @@ void tst_GeneralUtilFiles::WriteAllLines_data()
     QTest::newRow("UTF-8, no byte order mark") << QStringList{u"Größe"_s, u"€ 😀"_s}
                                                << "Gr\xC3\xB6\xC3\x9F"
                                                   "e\n\xE2\x82\xAC \xF0\x9F\x98\x80\n"_ba;
-    QTest::newRow("zero inside") << QStringList{u"a\0b"_s} << "a\0b\n"_ba;
+    QTest::newRow("NUL inside") << QStringList{u"a\0b"_s} << "a\0b\n"_ba;
     QTest::newRow("placeholders and marks") << QStringList{u"%1 \"&<>"_s} << "%1 \"&<>\n"_ba;
     QTest::newRow("longer than any buffer")
         << QStringList{QString(100000, u'x'), u"y"_s} << QByteArray(100000, 'x') + "\ny\n";

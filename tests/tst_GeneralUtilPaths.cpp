@@ -16,7 +16,7 @@ using Quorvin::Util::GeneralUtil;
 
 namespace {
 
-// The standard library's form of a path, without "." and "..", and without a trailing slash.
+// Returns the standard library's normal form of a path, without a trailing slash.
 std::filesystem::path Normal(const QString& path)
 {
     const std::filesystem::path normal = std::filesystem::path(path.toStdU16String()).lexically_normal();
@@ -33,7 +33,7 @@ QString Relative(const QString& path, const QString& base)
     return ToQt(Normal(path).lexically_relative(Normal(base)));
 }
 
-// Returns a relative path, clean or not, made of few names, so that paths often have a common parent.
+// Returns a relative path, clean or not, made of only a few names, so that paths often have a common parent.
 QString RandomPath(QRandomGenerator& random, const QStringList& steps)
 {
     QString path = u"a"_s;
@@ -143,7 +143,7 @@ void tst_GeneralUtilPaths::CleanPath()
     QCOMPARE(GeneralUtil::CleanPath(path), expected);
 }
 
-// Only paths that both understand: without drives and surrounding white space.
+// Compares only paths that both libraries understand: without drives and surrounding white space.
 void tst_GeneralUtilPaths::CleanPath_sameAsStandardLibrary()
 {
     QRandomGenerator random(52);
@@ -215,7 +215,7 @@ void tst_GeneralUtilPaths::IsUNCPath_data()
     QTest::newRow("one slash") << u"/srv"_s << false;
     QTest::newRow("one slash alone") << u"/"_s << false;
     QTest::newRow("one backslash alone") << u"\\"_s << false;
-    QTest::newRow("later") << u"a//b"_s << false;
+    QTest::newRow("not at the start") << u"a//b"_s << false;
     QTest::newRow("white space in front") << u" //srv"_s << false;
     QTest::newRow("other slashes") << u"\uFF0F\uFF0Fsrv"_s << false;
     QTest::newRow("empty") << u""_s << false;
@@ -266,7 +266,7 @@ void tst_GeneralUtilPaths::RelativeToAbsolutePath_data()
     row("server, slashes, as Qt cleans it", u"//srv/x/"_s, u"/b"_s, false, QDir::cleanPath(u"//srv/x/"_s));
     row("server, backslashes", u"\\\\srv\\x"_s, u"/b"_s, false, QDir::cleanPath(u"\\\\srv\\x"_s));
     row("base on a drive", u"x"_s, u"C:/b"_s, false, u"C:/b/x"_s);
-    // The folder is filled in first, so that the path replaces a placeholder in it.
+    // The folder is filled in first, so the path replaces a placeholder in it.
     row("placeholder in the base", u"x"_s, u"/b/%1/c"_s, false, u"/b/x/c/%2"_s);
     row("placeholder in the path", u"%1/%2"_s, u"/b"_s, false, u"/b/%1/%2"_s);
 }
@@ -281,7 +281,7 @@ void tst_GeneralUtilPaths::RelativeToAbsolutePath()
     QCOMPARE(GeneralUtil::RelativeToAbsolutePath(path, base, baseIsFile), expected);
 }
 
-// The folder of a file is made absolute, a folder is not.
+// The folder of a file is made absolute; a folder is not.
 void tst_GeneralUtilPaths::RelativeToAbsolutePath_relativeBase()
 {
     QCOMPARE(GeneralUtil::RelativeToAbsolutePath(u"x"_s, u"b/f.txt"_s, true),
@@ -354,10 +354,10 @@ void tst_GeneralUtilPaths::IsParentPath_data()
     const auto row
         = [](const char* name, const QString& parent, const QString& child, bool expected,
              bool expectedOrSame) { QTest::newRow(name) << parent << child << expected << expectedOrSame; };
-    row("below, other case", u"A/B"_s, u"a/b/c"_s, true, true);
+    row("below, different case", u"A/B"_s, u"a/b/c"_s, true, true);
     row("far below", u"a"_s, u"a/b/c/d"_s, true, true);
     row("same", u"a/b"_s, u"a/b"_s, false, true);
-    row("same, other case", u"a/b"_s, u"A/B"_s, false, true);
+    row("same, different case", u"a/b"_s, u"A/B"_s, false, true);
     row("same after cleaning", u"/a/x/../b/"_s, u"a//b"_s, false, true);
     row("same beginning of a segment", u"a/b"_s, u"a/bc"_s, false, false);
     row("above", u"a/b/c"_s, u"a/b"_s, false, false);
@@ -365,11 +365,11 @@ void tst_GeneralUtilPaths::IsParentPath_data()
     row("below after cleaning", u"/a/b/"_s, u" a/./b/c/ "_s, true, true);
     row("leaves the parent", u"a/b"_s, u"a/b/../c"_s, false, false);
     row("with and without a leading slash", u"/a"_s, u"a/b"_s, true, true);
-    row("beyond ASCII, other case", u"Ä"_s, u"ä/b"_s, true, true);
+    row("beyond ASCII, different case", u"Ä"_s, u"ä/b"_s, true, true);
     row("simple case folding only", u"ss"_s, u"ß/b"_s, false, false);
     row("drive", u"C:/a"_s, u"c:\\A\\b"_s, true, true);
     row("drive alone", u"C:"_s, u"C:/a"_s, true, true);
-    row("other drive", u"C:/a"_s, u"D:/a/b"_s, false, false);
+    row("another drive", u"C:/a"_s, u"D:/a/b"_s, false, false);
     row("scheme", u"http://h/a"_s, u"HTTP://h/a/b"_s, true, true);
     row("root and a path", u"/"_s, u"/a"_s, false, false);
     // Cleaning removes the leading slash of every path except "/". So only "/" counts as below the root, and
@@ -419,10 +419,10 @@ void tst_GeneralUtilPaths::GetCommonParentPath_data()
 
     const auto row = [](const char* name, const QString& path1, const QString& path2,
                         const QString& expected) { QTest::newRow(name) << path1 << path2 << expected; };
-    row("other case, spelled like the first", u"/Users/a/x"_s, u"/users/A/y"_s, u"Users/a"_s);
+    row("different case, spelled like the first", u"/Users/a/x"_s, u"/users/A/y"_s, u"Users/a"_s);
     row("same number of segments, spelled like the first", u"/users/A/y"_s, u"/Users/a/x"_s, u"users/A"_s);
-    row("second is shorter, spelled like it", u"/users/A/y/z"_s, u"/Users/a/x"_s, u"Users/a"_s);
-    row("first is shorter, spelled like it", u"/Users/a"_s, u"/users/A/y/z"_s, u"Users/a"_s);
+    row("second is shorter, spelled like the second", u"/users/A/y/z"_s, u"/Users/a/x"_s, u"Users/a"_s);
+    row("first is shorter, spelled like the first", u"/Users/a"_s, u"/users/A/y/z"_s, u"Users/a"_s);
     row("same", u"a/b"_s, u"a/b"_s, u"a/b"_s);
     row("one below the other", u"a/b"_s, u"a/b/c"_s, u"a/b"_s);
     row("segments count, not letters", u"a/bc"_s, u"a/bd"_s, u"a"_s);
@@ -433,7 +433,7 @@ void tst_GeneralUtilPaths::GetCommonParentPath_data()
     row("drive and none", u"C:/a/b"_s, u"/a/b"_s, u""_s);
     row("none and drive", u"/a/b"_s, u"C:/a/b"_s, u""_s);
     row("same drive", u"C:/a/b"_s, u"C:/A/c"_s, u"c:/a"_s);
-    row("same drive, other case, backslashes", u"C:\\a\\b"_s, u"c:/a/c"_s, u"c:/a"_s);
+    row("same drive, different case, backslashes", u"C:\\a\\b"_s, u"c:/a/c"_s, u"c:/a"_s);
     row("same drive, characters that URLs do not allow", u"C:/a %b|/x"_s, u"C:/a %b|/y"_s, u"c:/a %b|"_s);
     row("same drive alone", u"C:/a"_s, u"C:/b"_s, GeneralUtil::CleanPath(u"c:"_s));
     row("drive, relative", u"C:a/b"_s, u"C:/a/c"_s, u"c:/a"_s);
@@ -487,13 +487,13 @@ void tst_GeneralUtilPaths::GetSubPath_data()
     const auto row = [](const char* name, const QString& parent, const QString& child,
                         const QString& expected) { QTest::newRow(name) << parent << child << expected; };
     row("below", u"a/b"_s, u"a/b/c/d"_s, u"c/d"_s);
-    row("below, other case", u"A/B"_s, u"a/b/C"_s, u"C"_s);
+    row("below, different case", u"A/B"_s, u"a/b/C"_s, u"C"_s);
     row("below after cleaning", u"/a/b/"_s, u" /a//b/x/../c/ "_s, u"c"_s);
     row("elsewhere", u"a/b"_s, u"x/y"_s, u"x/y"_s);
     row("elsewhere, cleaned", u"a/b"_s, u"/x//y/"_s, u"x/y"_s);
     row("same beginning of a segment", u"a/b"_s, u"a/bc"_s, u"a/bc"_s);
     row("same", u"a/b"_s, u"a/b"_s, u""_s);
-    row("same, other case", u"a/b"_s, u"A/B"_s, u""_s);
+    row("same, different case", u"a/b"_s, u"A/B"_s, u""_s);
     row("above", u"a/b/c"_s, u"a/b"_s, u"a/b"_s);
     row("drive", u"C:/a"_s, u"c:\\a\\b"_s, u"b"_s);
     row("drive alone", u"C:"_s, u"C:/a/b"_s, u"a/b"_s);

@@ -78,7 +78,7 @@ bool AgreesWithWalk(const QString& name)
         == (expected != nullptr ? expected->DisplayName : QString());
 }
 
-// On Linux tests can choose the user's locale, because the environment determines it; on macOS they cannot.
+// On Linux, tests can choose the user's locale, because the environment determines it; on macOS they cannot.
 #ifdef Q_OS_LINUX
 constexpr bool kCanChooseLocale = true;
 #else
@@ -115,7 +115,7 @@ private Q_SLOTS:
     void LocaleNameToLCID();
     void LCIDToLocaleName_data();
     void LCIDToLocaleName();
-    void LCIDToLocaleName_everyOther();
+    void LCIDToLocaleName_everyIdentifier();
     void LocaleNameToThreeLetterLocaleName_data();
     void LocaleNameToThreeLetterLocaleName();
     void LocaleNameToDisplayName_data();
@@ -249,7 +249,8 @@ void tst_LocaleUtil::Lookup_everyCharacterForEveryLetter()
             const bool same = QString(character).compare(QString(letter), Qt::CaseInsensitive) == 0;
             const QString name = QString(place.first).replace(place.second, 1, character);
             const bool found = !LocaleUtil::LocaleNameToDisplayName(name).isEmpty();
-            if ((same && !found) || (found && !AgreesWithWalk(name))) // or it is the name of another locale
+            // The new name may be that of another locale.
+            if ((same && !found) || (found && !AgreesWithWalk(name)))
                 QFAIL(qPrintable(u"U+%1 for %2"_s.arg(uint(code), 4, 16).arg(letter)));
             beyondAscii += same ? 1 : 0;
         }
@@ -275,12 +276,12 @@ void tst_LocaleUtil::Lookup_oddNames_data()
     QTest::newRow("empty") << u""_s;
     QTest::newRow("one letter") << u"a"_s;
     QTest::newRow("C") << u"C"_s;
-    QTest::newRow("zero after a name") << u"af\0"_s;
-    QTest::newRow("zeros after a name") << u"af\0\0\0\0\0\0\0\0\0\0\0\0\0"_s;
-    QTest::newRow("zero before a name") << u"\0af"_s;
-    QTest::newRow("zeros alone") << u"\0\0\0"_s;
+    QTest::newRow("NUL after a name") << u"af\0"_s;
+    QTest::newRow("several NULs after a name") << u"af\0\0\0\0\0\0\0\0\0\0\0\0\0"_s;
+    QTest::newRow("NUL before a name") << u"\0af"_s;
+    QTest::newRow("only NULs") << u"\0\0\0"_s;
     QTest::newRow("underscore") << u"en_US"_s;
-    QTest::newRow("blank after it") << u"en-US "_s;
+    QTest::newRow("trailing blank") << u"en-US "_s;
     QTest::newRow("unknown region") << u"de-XX"_s;
     QTest::newRow("codeset") << u"en-US.UTF-8"_s;
     QTest::newRow("longest possible") << u"az-Cyrl-AZ-abcd"_s;
@@ -309,11 +310,11 @@ void tst_LocaleUtil::LocaleNameToLCID_data()
     QTest::addColumn<quint32>("expected");
 
     QTest::newRow("as in the table") << QByteArray("de_DE") << u"en-US"_s << quint32(0x0409);
-    QTest::newRow("first capital, then small") << QByteArray("de_DE") << u"EN-us"_s << quint32(0x0409);
-    QTest::newRow("small") << QByteArray("de_DE") << u"en-us"_s << quint32(0x0409);
+    QTest::newRow("upper case, then lower case") << QByteArray("de_DE") << u"EN-us"_s << quint32(0x0409);
+    QTest::newRow("lower case") << QByteArray("de_DE") << u"en-us"_s << quint32(0x0409);
     QTest::newRow("empty is the user's") << QByteArray("de_DE") << QString() << quint32(0x0407);
     QTest::newRow("C is the user's") << QByteArray("de_DE") << u"C"_s << quint32(0x0407);
-    QTest::newRow("small c too") << QByteArray("de_DE") << u"c"_s << quint32(0x0407);
+    QTest::newRow("lower-case c is the user's") << QByteArray("de_DE") << u"c"_s << quint32(0x0407);
     QTest::newRow("unknown is the user's") << QByteArray("de_DE") << u"xx"_s << quint32(0x0407);
     QTest::newRow("unknown region is the user's") << QByteArray("fr_FR") << u"de-XX"_s << quint32(0x040c);
     QTest::newRow("empty, unknown user") << QByteArray("xx_XX") << QString() << quint32(0x0409);
@@ -361,7 +362,7 @@ void tst_LocaleUtil::LCIDToLocaleName()
     QCOMPARE(LocaleUtil::LCIDToLocaleName(lcid), expected);
 }
 
-void tst_LocaleUtil::LCIDToLocaleName_everyOther()
+void tst_LocaleUtil::LCIDToLocaleName_everyIdentifier()
 {
     QSet<quint32> known;
     for (const ExpectedLocale& locale : ExpectedLocales())
@@ -378,7 +379,7 @@ void tst_LocaleUtil::LocaleNameToThreeLetterLocaleName_data()
     QTest::newRow("three letters") << u"pt-PT"_s << u"ptb"_s;
     QTest::newRow("two letters") << u"cy-GB"_s << u"cy"_s;
     QTest::newRow("same language, two letters") << u"hr-BA"_s << u"hr"_s;
-    QTest::newRow("other case") << u"ZH-cn"_s << u"chs"_s;
+    QTest::newRow("different case") << u"ZH-cn"_s << u"chs"_s;
     QTest::newRow("unknown") << u"xx"_s << QString();
     QTest::newRow("unknown region") << u"de-XX"_s << QString();
     QTest::newRow("empty") << QString() << QString();
@@ -399,11 +400,11 @@ void tst_LocaleUtil::LocaleNameToDisplayName_data()
     QTest::addColumn<QString>("expected");
 
     QTest::newRow("last word of the region") << u"en-GB"_s << u"English (Kingdom)"_s;
-    QTest::newRow("letter left out") << u"nb-NO"_s << u"Norwegian, Bokml (Norway)"_s;
+    QTest::newRow("letter missing in the table") << u"nb-NO"_s << u"Norwegian, Bokml (Norway)"_s;
     QTest::newRow("script and region") << u"bs-Cyrl-BA"_s << u"Bosnian (Cyrillic,and Herzegovina)"_s;
     QTest::newRow("no region part") << u"zu-ZA"_s << u"Zulu"_s;
     QTest::newRow("apostrophe") << u"zh-CN"_s << u"Chinese (People'China)"_s;
-    QTest::newRow("other case") << u"EN-gb"_s << u"English (Kingdom)"_s;
+    QTest::newRow("different case") << u"EN-gb"_s << u"English (Kingdom)"_s;
     QTest::newRow("unknown") << u"xx"_s << QString();
     QTest::newRow("empty") << QString() << QString();
     QTest::newRow("C") << u"C"_s << QString();
@@ -490,7 +491,7 @@ void tst_LocaleUtil::GetUserDefaultLocaleForMac_buffer()
     QCOMPARE(QByteArray(first), QByteArray("en_GB"));
 
     qputenv("LC_ALL", "de");
-    QCOMPARE(QByteArray(first), QByteArray("en_GB")); // until the next call
+    QCOMPARE(QByteArray(first), QByteArray("en_GB")); // valid until the next call
     const char* const second = LocaleUtil::GetUserDefaultLocaleForMac();
     QVERIFY(first == second); // the same buffer
     QCOMPARE(QByteArray(first), QByteArray("de"));
@@ -515,8 +516,8 @@ void tst_LocaleUtil::GetUserDefaultLocaleForMac_longIdentifier_data()
 
     QTest::newRow("below the buffer's size") << 254 << 254;
     QTest::newRow("fills the buffer") << 255 << 255;
-    QTest::newRow("one character longer") << 256 << 255;
-    QTest::newRow("many more") << 100'000 << 255;
+    QTest::newRow("one character too long") << 256 << 255;
+    QTest::newRow("far too long") << 100'000 << 255;
 }
 
 void tst_LocaleUtil::GetUserDefaultLocaleForMac_longIdentifier()
@@ -580,7 +581,7 @@ void tst_LocaleUtil::ResolveTranslatorFile_data()
     row("module in a folder that differs in case", {"APP/"_L1 + module, module, u"x"_s, u"de"_s},
         {u"APP/x.qm"_s, u"APP/de/x.qm"_s}, none);
     row("name from the module", {inLib, module}, {u"app/libFoo.qm"_s}, u"app/libFoo.qm"_s);
-    row("name from the module, beside it", {inLib, module}, {u"lib/libFoo.qm"_s}, u"lib/libFoo.qm"_s);
+    row("name from the module, beside the module", {inLib, module}, {u"lib/libFoo.qm"_s}, u"lib/libFoo.qm"_s);
     row("name from a foreign module", {none, u"libFoo.dylib"_s}, {u"app/libFoo.qm"_s}, u"app/libFoo.qm"_s);
     row("name from a module without a dot", {none, u"Foo"_s}, {u"app/Foo.qm"_s}, u"app/Foo.qm"_s);
     row("name from a module with two dots", {none, u"libFoo.1.so"_s},

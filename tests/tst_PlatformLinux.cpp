@@ -230,9 +230,9 @@ void tst_PlatformLinux::GetUserApplicationSupportFolder_data()
     QTest::newRow("absolute") << Variable("/data") << u"/data"_s << u"/data"_s;
     QTest::newRow("not clean") << Variable("/x/../data//") << u"/x/../data//"_s << u"/data"_s;
     QTest::newRow("colon is not a separator") << Variable("/a:/b") << u"/a:/b"_s << u"/a:/b"_s;
-    QTest::newRow("not ASCII") << Variable("/donn\xc3\xa9"
-                                           "es")
-                               << u"/donn\u00e9es"_s << u"/donn\u00e9es"_s;
+    QTest::newRow("beyond ASCII") << Variable("/donn\xc3\xa9"
+                                              "es")
+                                  << u"/donn\u00e9es"_s << u"/donn\u00e9es"_s;
 }
 
 void tst_PlatformLinux::GetUserApplicationSupportFolder()
@@ -370,7 +370,7 @@ void tst_PlatformLinux::IsProcessRunning_thread()
     finish.count_down();
     thread.join();
 
-    QVERIFY(known); // the system takes it for a process
+    QVERIFY(known); // the system accepts the id as that of a process
     QCOMPARE(running, false);
 }
 
@@ -398,7 +398,7 @@ void tst_PlatformLinux::Grid_createdMeanwhile()
     gMissing = 1;
     QCOMPARE(second.CreateGridConnection(grid, QIODeviceBase::ReadWrite), true);
     gMissing = 0;
-    // Both are in the same grid.
+    // Both managers are in the same grid.
     QCOMPARE(second.ReadFromSharedMemory().size(), 2);
     QCOMPARE(first.ReadFromSharedMemory().size(), 2);
 }
@@ -410,7 +410,7 @@ void tst_PlatformLinux::ListenAt_leavesOnlyTheSocket_data()
     QTest::addColumn<bool>("listens");
 
     QTest::newRow("new name") << false << true << true;
-    QTest::newRow("new name, and another one would be kept") << false << false << true;
+    QTest::newRow("new name, when an existing socket would be kept") << false << false << true;
     QTest::newRow("replaced") << true << true << true;
     QTest::newRow("kept") << true << false << false;
 }
@@ -442,7 +442,7 @@ void tst_PlatformLinux::ListenAt_leavesOnlyTheSocket()
     ::close(old.Descriptor);
 }
 
-// The socket is made in a private folder first, whose path is only eight bytes longer than the folder's.
+// The socket is first created in a private folder, whose path is only eight bytes longer.
 void tst_PlatformLinux::ListenAt_longFolder()
 {
     constexpr qsizetype kFolderSize = 99; // with the slash
@@ -460,10 +460,11 @@ void tst_PlatformLinux::ListenAt_followsNoLink_data()
     QTest::addColumn<Attack>("attack");
     QTest::addColumn<QString>("file");
 
-    QTest::newRow("before it is opened") << Attack::AfterMakingTheFolder << u"s"_s;
-    QTest::newRow("before it is opened, to other files") << Attack::AfterMakingTheFolder << u"notes"_s;
+    QTest::newRow("before the folder is opened") << Attack::AfterMakingTheFolder << u"s"_s;
+    QTest::newRow("before the folder is opened, link to other files")
+        << Attack::AfterMakingTheFolder << u"notes"_s;
     QTest::newRow("before the socket is bound") << Attack::BeforeBinding << u"s"_s;
-    QTest::newRow("before the socket is bound, to other files") << Attack::BeforeBinding << u"notes"_s;
+    QTest::newRow("before the socket is bound, link to other files") << Attack::BeforeBinding << u"notes"_s;
 }
 
 // In a shared folder that is not sticky, another user can replace the private folder with a link.
@@ -520,7 +521,7 @@ void tst_PlatformLinux::RemoveLibraryVersion_data()
     QTest::newRow("suffix twice") << u"libFoo.so.so.1"_s << u"libFoo.so.so"_s;
     QTest::newRow("no suffix") << u"libFoo.1.2"_s << u"libFoo.1.2"_s;
     QTest::newRow("no dot") << u"libFoo"_s << u"libFoo"_s;
-    QTest::newRow("suffix in another case") << u"libFoo.SO.1"_s << u"libFoo.SO.1"_s;
+    QTest::newRow("suffix in different case") << u"libFoo.SO.1"_s << u"libFoo.SO.1"_s;
     QTest::newRow("suffix without a dot") << u"libFooso.1"_s << u"libFooso.1"_s;
     QTest::newRow("foreign digits") << u"libFoo.so.\u0661"_s << u"libFoo.so.\u0661"_s;
 }
@@ -546,7 +547,8 @@ void tst_PlatformLinux::GetModulePath_version()
     QCOMPARE(GeneralUtil::GetModulePath(u"libProbeLibrary.so.6.4.1"_s), QString());
     QVERIFY(library.unload());
 
-    QVERIFY(!GeneralUtil::GetModulePath(u"libQt6Core"_s).isEmpty()); // it is linked, and has a version
+    // The program links this library, whose file name contains a version.
+    QVERIFY(!GeneralUtil::GetModulePath(u"libQt6Core"_s).isEmpty());
     QCOMPARE(GeneralUtil::GetModulePath(u"linux-vdso.so.1"_s), QString()); // the vDSO has no file
 }
 

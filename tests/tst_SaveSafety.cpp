@@ -76,7 +76,7 @@ private:
     mode_t mOld;
 };
 
-/// Saves the document of this number in this process.
+/// Saves the document with this number in this process.
 bool SaveDocument(const QString& path, size_t number)
 {
     XmlFiler filer;
@@ -168,9 +168,9 @@ private:
     [[nodiscard]] QString Path(const QString& name) const { return mDir->filePath(name); }
     /// Runs SaveLoop until it ends. \return its exit code; -1 if it was killed or hangs
     int RunSaver(const QStringList& arguments, QByteArray* output = nullptr) const;
-    /// Runs SaveLoop without root's rights.
+    /// Runs SaveLoop without root privileges.
     int RunSaverWithoutRights(const QStringList& arguments, QByteArray* output = nullptr) const;
-    /// Kills a save at a random moment; the first time, after it has saved a second document.
+    /// Kills a save at a random moment; the first time, only after SaveLoop has saved a second document.
     /// \param seen  receives the numbers of the documents that the file contained; -1 for anything else
     void KillOneSaver(const QString& command, const QString& file, QRandomGenerator& random,
                       QSet<qsizetype>& seen);
@@ -218,7 +218,7 @@ int tst_SaveSafety::RunSaverWithoutRights(const QStringList& arguments, QByteArr
     return RunSaver(QStringList({u"--user"_s, QString::number(kNobody)}) + arguments, output);
 }
 
-// Killed
+// Killed saves
 
 void tst_SaveSafety::KillOneSaver(const QString& command, const QString& file, QRandomGenerator& random,
                                   QSet<qsizetype>& seen)
@@ -228,7 +228,7 @@ void tst_SaveSafety::KillOneSaver(const QString& command, const QString& file, Q
     QVERIFY(saver.waitForStarted(kTimeoutMs));
     QVERIFY(saver.waitForReadyRead(kTimeoutMs));
 
-    // Until a random moment, reading the file must always give a complete document.
+    // Until a random moment, every read of the file must yield a complete document.
     const bool isFirst = seen.isEmpty();
     const QDeadlineTimer latest(kTimeoutMs);
     const QDeadlineTimer end(std::chrono::microseconds(random.bounded(8'000)), Qt::PreciseTimer);
@@ -263,7 +263,7 @@ void tst_SaveSafety::Kill_leavesACompleteFile()
         if (QTest::currentTestFailed())
             return;
         QVERIFY(!seen.contains(-1));
-        // The next save removes what this one may have left, so that nothing accumulates.
+        // The next save removes what this one may have left, so nothing accumulates.
         QVERIFY2(FolderContent(mDir->path()).size() <= 2, qPrintable(FolderContent(mDir->path()).join(u' ')));
         const qsizetype number = mDocuments.indexOf(ReadFile(file));
         QVERIFY2(number >= 0, qPrintable(u"damaged after kill %1"_s.arg(i)));
@@ -604,11 +604,11 @@ void tst_SaveSafety::Permissions_openedSettings_data()
 
     const QByteArray good = "<Settings/>";
     const QByteArray truncated = "<Settings";
-    QTest::newRow("may be written, not read") << 0755 << 0200 << good << QByteArray("unreadable\n");
-    QTest::newRow("neither written nor read") << 0755 << 0000 << good << QByteArray("unreadable\n");
-    QTest::newRow("truncated, may not be read") << 0755 << 0200 << truncated << QByteArray("unreadable\n");
+    QTest::newRow("writable, not readable") << 0755 << 0200 << good << QByteArray("unreadable\n");
+    QTest::newRow("neither writable nor readable") << 0755 << 0000 << good << QByteArray("unreadable\n");
+    QTest::newRow("truncated, not readable") << 0755 << 0200 << truncated << QByteArray("unreadable\n");
     QTest::newRow("folder that cannot be entered") << 0600 << 0644 << good << QByteArray("unreadable\n");
-    QTest::newRow("truncated, may not be renamed") << 0555 << 0644 << truncated << QByteArray("unreadable\n");
+    QTest::newRow("truncated, cannot be renamed") << 0555 << 0644 << truncated << QByteArray("unreadable\n");
 }
 
 void tst_SaveSafety::Permissions_openedSettings()
@@ -820,9 +820,9 @@ void tst_SaveSafety::Owner_changes_data()
     QTest::newRow("set-group-id of another owner") << uid_t(0) << gid_t(kNobody) << 02676 << 0676;
     QTest::newRow("both, another group") << kNobody << kOtherGroup << 06777 << 0777;
     QTest::newRow("both, the same owner") << kNobody << gid_t(kNobody) << 06775 << 06775;
-    QTest::newRow("the new group had no right") << kNobody << kOtherGroup << 0640 << 0600;
-    QTest::newRow("the new group might read") << kNobody << kOtherGroup << 0664 << 0644;
-    QTest::newRow("the old group had no right") << kNobody << kOtherGroup << 0606 << 0600;
+    QTest::newRow("the new group had no permissions") << kNobody << kOtherGroup << 0640 << 0600;
+    QTest::newRow("the new group had permission to read") << kNobody << kOtherGroup << 0664 << 0644;
+    QTest::newRow("the old group had no permissions") << kNobody << kOtherGroup << 0606 << 0600;
 }
 
 void tst_SaveSafety::Owner_changes()
@@ -910,7 +910,7 @@ void tst_SaveSafety::Target_longestName()
     QCOMPARE(ReadFile(file), mDocuments.at(2));
     QCOMPARE(FolderContent(mDir->path()), QStringList({QString(255, u'x')}));
 
-    // Saving is atomic even so, although no name beside the file would be short enough.
+    // Saving is atomic nevertheless, although a temporary file beside it would have too long a name.
     bool saved = true;
     {
         const FileSizeLimit limit(1000);
@@ -946,7 +946,7 @@ void tst_SaveSafety::Target_searchPath()
     });
     QVERIFY(WriteFile(folder + u"/s.xml"_s, kOld));
 
-    QVERIFY(SaveDocument(u"saves:s.xml"_s, 1)); // where a load finds it
+    QVERIFY(SaveDocument(u"saves:s.xml"_s, 1)); // where a load finds the file
     QVERIFY(SaveDocument(u"saves:new.xml"_s, 2)); // a new file has exactly this name
 
     QCOMPARE(ReadFile(folder + u"/s.xml"_s), mDocuments.at(1));

@@ -65,7 +65,7 @@ public:
     ~TracedSaver() { Kill(); }
     Q_DISABLE_COPY_MOVE(TracedSaver)
 
-    /// Returns whether the system allows tracing, and the process is about to save.
+    /// Returns whether the system allows tracing and the process is about to save.
     [[nodiscard]] bool IsUsable() const { return mUsable; }
 
     /// Continues to the start of the next system call. \return false if the save is complete
@@ -401,7 +401,7 @@ void tst_SaveSafetyLinux::Device()
     QFETCH(const unsigned, minor);
     QFETCH(const bool, linked);
     QFETCH(const bool, saved);
-    // If saving had a fault, root would replace the system's device, so use a new one.
+    // If saving were faulty, root would replace the system's device, so use a new device.
     QString device = u"/dev/"_s + name;
     if (geteuid() == 0) {
         device = Path(name);
@@ -499,7 +499,7 @@ void tst_SaveSafetyLinux::FullFileSystem_settingsStayDirty()
 
 void tst_SaveSafetyLinux::MountedFile_isWrittenDirectly()
 {
-    // Containers often mount a single configuration file. Renaming cannot replace such a file.
+    // Containers often mount a single configuration file. Renaming cannot replace a mounted file.
     QVERIFY(WriteFile(Path(u"real.xml"_s), kOld));
     QVERIFY(WriteFile(Path(u"s.xml"_s), QByteArray()));
     const QByteArray mounted = QFile::encodeName(Path(u"s.xml"_s));
@@ -568,7 +568,7 @@ void tst_SaveSafetyLinux::AccessList_isKept_data()
     QTest::newRow("mask that gives more than the group has") << AccessList(6, 4, 0, 0, 4, 0) << 0640;
     QTest::newRow("mask that gives less than the group has") << AccessList(6, 6, 6, 6, 4, 0) << 0640;
     QTest::newRow("entries that deny") << AccessList(6, 0, 4, 0, 4, 4) << 0644;
-    QTest::newRow("all rights") << AccessList(7, 7, 7, 7, 7, 7) << 0777;
+    QTest::newRow("all permissions") << AccessList(7, 7, 7, 7, 7, 7) << 0777;
 }
 
 void tst_SaveSafetyLinux::AccessList_isKept()
@@ -640,7 +640,7 @@ void tst_SaveSafetyLinux::AccessList_ofAnotherOwner()
 {
     if (geteuid() != 0)
         QSKIP("needs root to create a file of another user");
-    const QByteArray list = AccessList(6, 6, 4, 4, 6, 0); // the named user is nobody, who saves
+    const QByteArray list = AccessList(6, 6, 4, 4, 6, 0); // the named user performs the save
     FIND_FILE_SYSTEM_OR_SKIP(kAccessList, list)
     const QString file = Path(u"s.xml"_s);
     QVERIFY(WriteFile(file, kOld));
@@ -767,7 +767,7 @@ void tst_SaveSafetyLinux::TemporaryFile_takenForStale()
 
     QVERIFY(SaveDocument(file, 1));
 
-    QVERIFY(gTakenFile == nullptr); // it was removed
+    QVERIFY(gTakenFile == nullptr); // the file was removed
     QCOMPARE(FolderContent(mDir->path()), QStringList({u"s.xml"_s}));
     QCOMPARE(ReadFile(file), AllDocumentBytes().at(1));
 }

@@ -46,7 +46,7 @@ QByteArray SettingsXml(const QByteArray& content)
     return "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<Settings>\n" + content + "</Settings>\n";
 }
 
-// A function, because an object would be constructed before main().
+// This is a function, because an object would be constructed before main().
 QByteArray BareSettings()
 {
     return "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<Settings/>\n";
@@ -304,7 +304,7 @@ void tst_Settings::Constructor_directory()
     QVERIFY(QDir().mkdir(folder));
     LogGuard log;
 
-    // The path exists, so it is loaded; it cannot be opened, so the store is empty and no root is created.
+    // The path exists, but loading it fails, so the store is empty and no root is created.
     Settings settings(folder, u"Settings"_s);
     QCOMPARE(LogGuard::Messages().size(), 1);
     QVERIFY2(LogGuard::Messages().constFirst().contains(u"XmlFiler: Failed to open file %1. "_s.arg(folder)),
@@ -621,7 +621,7 @@ void tst_Settings::Change_marksDirty()
         QCOMPARE(ReadFile(Path(u"s.xml"_s)), expected);
 
         QVERIFY(QFile::remove(Path(u"s.xml"_s)));
-        settings.Save(); // not marked any more
+        settings.Save(); // no longer marked
     }
     QVERIFY(!QFile::exists(Path(u"s.xml"_s)));
 }
@@ -630,7 +630,7 @@ void tst_Settings::Change_withoutEffectMarksDirty_data()
 {
     QTest::addColumn<Change>("change");
 
-    // Without a cursor, a blank path leads nowhere, so that nothing can be written.
+    // Without a cursor, a blank path leads nowhere, so nothing can be written.
     QTest::newRow("WriteBoolean") << Change([](Settings& s) { s.WriteBoolean(u" "_s, u"V"_s, true); });
     QTest::newRow("WriteInt") << Change([](Settings& s) { s.WriteInt(QString(), u"V"_s, 1); });
     QTest::newRow("WriteString") << Change([](Settings& s) { s.WriteString(QString(), u"V"_s, u"x"_s); });
@@ -1035,7 +1035,7 @@ void tst_Settings::AutoSave_waitsForTheSaveInterval()
     settings.AutoSave();
     QCOMPARE(ReadFile(Path(u"s.xml"_s)), SettingsXml("    <P V=\"2\"/>\n"));
 
-    // It has cleared the mark and restarted the interval.
+    // The second AutoSave has cleared the mark and restarted the interval.
     QVERIFY(QFile::remove(Path(u"s.xml"_s)));
     settings.Save();
     QVERIFY(!QFile::exists(Path(u"s.xml"_s)));
@@ -1087,7 +1087,7 @@ void tst_Settings::FailedSave_doesNotStartASaveInterval()
 
 void tst_Settings::FailedSave_keepsTheOldFile()
 {
-    // The document has no root any more, so it cannot be saved.
+    // The document no longer has a root, so it cannot be saved.
     const QByteArray old = SettingsXml("    <P V=\"1\"/>\n");
     {
         Settings settings(Path(u"s.xml"_s), u"Settings"_s);
@@ -1148,7 +1148,7 @@ void tst_Settings::Destructor_failureIsLogged()
         settings.WriteInt(u"P"_s, u"V"_s, 1);
     }
     QVERIFY(!QFile::exists(Path(u"folder"_s)));
-    // The change is saved at once and again at the end; then it is lost.
+    // One line each for the immediate save, the save at destruction, and the lost change.
     const QStringList messages = LogGuard::Messages();
     QCOMPARE(messages.size(), 3);
     for (const QString& message : messages)
@@ -1246,7 +1246,7 @@ void tst_Settings::OpenFile_setsTheTargetOfALinkAside_data()
     QTest::newRow("link to a link") << u"real/other.xml"_s << false;
 }
 
-// As a save does: the link is kept, so that it still leads to the settings.
+// As in a save, the link is kept, so it still leads to the settings.
 void tst_Settings::OpenFile_setsTheTargetOfALinkAside()
 {
     QFETCH(const QString, target);
@@ -1342,7 +1342,7 @@ void tst_Settings::OpenFile_dropsOldContent()
     settings.Save(); // nothing has changed
     QVERIFY(!QFileInfo::exists(Path(u"b.xml"_s)));
     QVERIFY(ReadFile(Path(u"a.xml"_s)).contains("\"7\""));
-    settings.WriteInt(u"Panel"_s, u"Width"_s, 9); // the first change of this file is saved at once
+    settings.WriteInt(u"Panel"_s, u"Width"_s, 9); // the first change to this file is saved at once
     QVERIFY(ReadFile(Path(u"b.xml"_s)).contains("\"9\""));
 }
 
@@ -1380,20 +1380,22 @@ void tst_Settings::LostChanges_data()
     QTest::addColumn<bool>("isLost");
 
     QTest::newRow("nothing") << Change([](Settings&) {}) << false;
-    QTest::newRow("its own write") << Change([](Settings& s) { s.WriteInt(u"A"_s, u"B"_s, 1); }) << false;
-    QTest::newRow("an inherited write")
-        << Change([](Settings& s) { s.WriteRect(u"A"_s, u"B"_s, QRect(1, 2, 3, 4)); }) << true;
-    QTest::newRow("a write by name alone") << Change([](Settings& s) { s.WriteInt(u"B"_s, 1); }) << true;
-    QTest::newRow("bytes") << Change([](Settings& s) { s.WriteBuffer(u"A"_s, "x"); }) << true;
-    QTest::newRow("marked") << Change([](Settings& s) {
+    QTest::newRow("write of Settings") << Change([](Settings& s) { s.WriteInt(u"A"_s, u"B"_s, 1); }) << false;
+    QTest::newRow("inherited write") << Change([](Settings& s) {
+        s.WriteRect(u"A"_s, u"B"_s, QRect(1, 2, 3, 4));
+    }) << true;
+    QTest::newRow("write by name alone") << Change([](Settings& s) { s.WriteInt(u"B"_s, 1); }) << true;
+    QTest::newRow("inherited write of bytes")
+        << Change([](Settings& s) { s.WriteBuffer(u"A"_s, "x"); }) << true;
+    QTest::newRow("marked as changed") << Change([](Settings& s) {
         s.WriteDouble(u"A"_s, u"B"_s, 0.5);
         s.MarkChanged();
     }) << false;
-    QTest::newRow("its own write after it") << Change([](Settings& s) {
+    QTest::newRow("inherited write, then one of Settings") << Change([](Settings& s) {
         s.WriteSize(u"A"_s, u"B"_s, QSize(1, 2));
         s.WriteInt(u"A"_s, u"C"_s, 1);
     }) << false;
-    QTest::newRow("its own write before it") << Change([](Settings& s) {
+    QTest::newRow("write of Settings, then an inherited one") << Change([](Settings& s) {
         s.WriteInt(u"A"_s, u"C"_s, 1);
         s.WriteSize(u"A"_s, u"B"_s, QSize(1, 2));
     }) << true;
@@ -1529,7 +1531,7 @@ void tst_Settings::UnreadableFile_isLeftAlone()
         QCOMPARE(ReadFile(Path(u"s.xml"_s)), content);
     }
     QCOMPARE(ReadFile(Path(u"s.xml"_s)), content);
-    // One line logs the reason, and another one the save that had no content.
+    // One line gives the reason why the file does not load, another reports that there is nothing to save.
     QCOMPARE(LogGuard::Messages().size(), 2);
     QCOMPARE(LogGuard::Messages().filter(Path(u"s.xml"_s) + u" does not load: line "_s).size(), 1);
     QCOMPARE(LogGuard::Messages().constLast(),

@@ -20,8 +20,7 @@ using Variables = QMap<QString, QString>;
 
 constexpr wchar_t kUntouched = L'#';
 
-// The reference for ResolveVariables: searches and replaces one reference at a time, with a new pattern each
-// time and without any optimisation.
+// A slow but simple equivalent of ResolveVariables: replaces one variable at a time, each with a new pattern.
 // \return the number of replacements; -1 if there are so many that the text probably grows without end
 int ResolveStepByStep(QString& text, const Variables& variables, bool ignoreCase)
 {
@@ -144,14 +143,14 @@ void tst_StringUtil::TrimOneCharacter_data()
     row("at both ends and inside", u"xaxbx"_s, U'x', u"axbx"_s, 1, u"xaxb"_s, 1);
     row("nowhere", u"ab"_s, U'x', u"ab"_s, 0, u"ab"_s, 0);
     row("nothing else", u"xxx"_s, U'x', u""_s, 3, u""_s, 3);
-    row("other case", u"XabX"_s, U'x', u"XabX"_s, 0, u"XabX"_s, 0);
+    row("different case", u"XabX"_s, U'x', u"XabX"_s, 0, u"XabX"_s, 0);
     row("white space is not special", u" xabx "_s, U'x', u" xabx "_s, 0, u" xabx "_s, 0);
     row("white space itself", u"  \tab\t  "_s, U' ', u"\tab\t  "_s, 2, u"  \tab\t"_s, 2);
     row("beyond ASCII", u"ÄÄaÄ"_s, U'Ä', u"aÄ"_s, 2, u"ÄÄa"_s, 1);
-    row("zero", QString(QChar(0)) + u'a', U'\0', u"a"_s, 1, QString(QChar(0)) + u'a', 0);
+    row("NUL", QString(QChar(0)) + u'a', U'\0', u"a"_s, 1, QString(QChar(0)) + u'a', 0);
     row("byte order mark", u"\uFEFFa\uFEFF"_s, U'\uFEFF', u"a\uFEFF"_s, 1, u"\uFEFFa"_s, 1);
-    // Only the first of a character's two UTF-16 units is compared: at the front the second one stays, and at
-    // the end it hides the first.
+    // Only the first of a character's two UTF-16 units is compared. At the front, the second unit stays; at
+    // the end, the second unit hides the first.
     row("surrogate pair, in front", u"😀a"_s, U'😀', u"😀a"_s.mid(1), 1, u"😀a"_s, 0);
     row("surrogate pair, at the end", u"a😀"_s, U'😀', u"a😀"_s, 0, u"a😀"_s, 0);
     row("surrogate pair, same high surrogate", u"😁"_s, U'😀', u"😁"_s.mid(1), 1, u"😁"_s, 0);
@@ -200,7 +199,7 @@ void tst_StringUtil::IsTextElided_data()
     QTest::newRow("twice") << u"a...b..."_s << true;
     QTest::newRow("inside") << u"a...b"_s << false;
     QTest::newRow("at the front") << u"...b"_s << false;
-    QTest::newRow("white space after it") << u"a... "_s << false;
+    QTest::newRow("trailing white space") << u"a... "_s << false;
     QTest::newRow("two full stops") << u"a.."_s << false;
     QTest::newRow("shorter than three") << u"."_s << false;
     QTest::newRow("the single character") << u"Loading\u2026"_s << false;
@@ -236,8 +235,8 @@ void tst_StringUtil::ResolveVariables_data()
     row("nothing but the reference", u"$(A)"_s, a1, u"1"_s, 1);
     row("three times", u"$(A)-$(A)$(A)"_s, a1, u"1-11"_s, 3);
     row("unknown before known", u"$(B)$(A)"_s, a1, u"$(B)1"_s, 1);
-    row("other case, case counts", u"$(A)"_s, {{u"a"_s, u"1"_s}}, u"$(A)"_s, 0);
-    row("other case, case ignored", u"$(A)"_s, {{u"a"_s, u"1"_s}}, u"1"_s, 1, true);
+    row("different case, case counts", u"$(A)"_s, {{u"a"_s, u"1"_s}}, u"$(A)"_s, 0);
+    row("different case, case ignored", u"$(A)"_s, {{u"a"_s, u"1"_s}}, u"1"_s, 1, true);
     row("exact case takes precedence", u"$(b)"_s, {{u"B"_s, u"1"_s}, {u"b"_s, u"2"_s}}, u"2"_s, 1, true);
     row("empty value", u"x$(A)y"_s, {{u"A"_s, u""_s}}, u"xy"_s, 1);
     row("empty value, nothing left", u"$(A)"_s, {{u"A"_s, u""_s}}, u""_s, 1);
@@ -263,7 +262,7 @@ void tst_StringUtil::ResolveVariables_data()
     row("value with a reference", u"$(A)"_s, {{u"A"_s, u"<$(B)>"_s}, {u"B"_s, u"2"_s}}, u"<2>"_s, 2);
     row("value begins with a reference", u"$(A)"_s, {{u"A"_s, u"$(B)"_s}, {u"B"_s, u"2"_s}}, u"$(B)"_s, 1);
     row("value and text make a reference", u"x$(A)B)"_s, {{u"A"_s, u"-$("_s}, {u"B"_s, u"2"_s}}, u"x-2"_s, 2);
-    row("value is its own reference at its start", u"$(A)"_s, {{u"A"_s, u"$(A)"_s}}, u"$(A)"_s, 1);
+    row("value that begins with a reference to itself", u"$(A)"_s, {{u"A"_s, u"$(A)"_s}}, u"$(A)"_s, 1);
     row("chain of values", u"$(A)"_s, {{u"A"_s, u"a$(B)"_s}, {u"B"_s, u"b$(C)"_s}, {u"C"_s, u"c"_s}},
         u"abc"_s, 3);
     row("backslash and digit in the value", u"$(A)"_s, {{u"A"_s, u"\\0\\1%1"_s}}, u"\\0\\1%1"_s, 1);
@@ -289,7 +288,7 @@ void tst_StringUtil::ResolveVariables()
 
 void tst_StringUtil::ResolveVariables_sameAsStepByStep()
 {
-    // "b" leads to "a", and "a" leads nowhere, so that no text grows without end.
+    // "b" leads to "a", and "a" leads nowhere, so no text grows without end.
     const Variables variables{{u"a"_s, u"1)"_s},  {u"B"_s, u"$(a)$(a"_s}, {u"b"_s, u" $(a)"_s},
                               {u"ab"_s, u""_s},   {u")"_s, u"("_s},       {u"a$(b"_s, u"$"_s},
                               {u"(a"_s, u"a) "_s}};
@@ -313,7 +312,7 @@ void tst_StringUtil::ResolveVariables_sameAsStepByStep()
     QVERIFY(replaced > 5000); // enough for a meaningful comparison
 }
 
-// The pattern "\\S" decides which characters end a name. All white space of Unicode is below this limit.
+// The pattern "\S" decides which characters end a name. All Unicode white space is below this limit.
 void tst_StringUtil::ResolveVariables_everyCharacterInAName()
 {
     for (char16_t code = 0; code <= 0x3001; ++code) {
@@ -346,7 +345,7 @@ void tst_StringUtil::ResolveVariables_manyReferences()
 
 void tst_StringUtil::ResolveVariables_anyMapSameAsStepByStep()
 {
-    // Letters whose folding is not a fixed distance. Letters beyond U+FFFF occur only in names, because the
+    // Letters whose case folding is irregular. Letters beyond U+FFFF occur only in names, because the
     // pattern matches nothing from inside a surrogate pair.
     const QStringList letters{u"a"_s,      u"A"_s,      u"b"_s,      u"s"_s, u"\u017F"_s, u"k"_s,
                               u"\u212A"_s, u"\u00DF"_s, u"\u0130"_s, u")"_s, u"("_s,      u"$"_s};
@@ -393,12 +392,12 @@ void tst_StringUtil::ResolveVariables_workIsLinear_data()
 
     const Variables some{{u"a"_s, u"value"_s}, {u"empty"_s, QString()}, {u"b"_s, u"x$(a)y$(a"_s}};
     QTest::newRow("starts without an end") << QString() << u"$("_s << QString() << some;
-    QTest::newRow("starts with one end") << QString() << u"$("_s << u")"_s << some;
+    QTest::newRow("several starts with one end") << QString() << u"$("_s << u")"_s << some;
     QTest::newRow("starts before a blank") << QString() << u"$("_s << u" )"_s << some;
-    QTest::newRow("dollars") << QString() << u"$"_s << u"(a)"_s << some;
+    QTest::newRow("dollar signs") << QString() << u"$"_s << u"(a)"_s << some;
     QTest::newRow("unknown names") << QString() << u"$(none)"_s << QString() << some;
     QTest::newRow("known names") << QString() << u"$(a)"_s << QString() << some;
-    QTest::newRow("known names in other case") << QString() << u"$(A)"_s << QString() << some;
+    QTest::newRow("known names in different case") << QString() << u"$(A)"_s << QString() << some;
     QTest::newRow("references in values") << QString() << u"$(b))"_s << QString() << some;
     QTest::newRow("empty values") << QString() << u"$(empty)"_s << QString() << some;
     QTest::newRow("a value, then a name without end") << u"$(b)"_s << u"$(x"_s << QString() << some;
@@ -434,8 +433,8 @@ void tst_StringUtil::GetKeyValue_data()
     const Variables two{{u"NAME"_s, u"1"_s}, {u"Name"_s, u"2"_s}};
     QTest::newRow("exact, case counts") << u"Name"_s << two << false << true << u"2"_s;
     QTest::newRow("exact, case ignored") << u"Name"_s << two << true << true << u"2"_s;
-    QTest::newRow("other case, case counts") << u"name"_s << two << false << false << u""_s;
-    QTest::newRow("other case, first in key order") << u"name"_s << two << true << true << u"1"_s;
+    QTest::newRow("different case, case counts") << u"name"_s << two << false << false << u""_s;
+    QTest::newRow("different case, first in key order") << u"name"_s << two << true << true << u"1"_s;
     QTest::newRow("missing") << u"Nam"_s << two << true << false << u""_s;
     QTest::newRow("empty map") << u"a"_s << Variables() << true << false << u""_s;
     QTest::newRow("empty key, missing") << u""_s << two << true << false << u""_s;
@@ -505,7 +504,7 @@ void tst_StringUtil::QStringToWchar_data()
     row("two surrogate pairs", u"😀😁"_s, 10, 4, {0x1F600, 0x1F601, kOld, kOld, 0, kOld});
     row("truncated inside a surrogate pair", u"a😀"_s, 3, 2, {'a', QChar::ReplacementCharacter, 0, kOld});
     row("truncated after a character", u"😀a"_s, 3, 2, {0x1F600, kOld, 0, kOld});
-    row("zero inside", u"a\0b"_s, 10, 3, {'a', 0, 'b', 0, kOld});
+    row("NUL inside", u"a\0b"_s, 10, 3, {'a', 0, 'b', 0, kOld});
 }
 
 void tst_StringUtil::QStringToWchar()

@@ -15,7 +15,7 @@
 using namespace Qt::StringLiterals;
 using namespace Quorvin::Util;
 
-// Calls operations that are documented as thread-safe in several threads at once, for the thread sanitizer.
+// Calls thread-safe operations from several threads at once, for the thread sanitizer.
 class tst_Threads : public QObject
 {
     Q_OBJECT

@@ -84,7 +84,7 @@ private Q_SLOTS:
     void SetXlfFile_sameFile();
     void SetXlfFile_toNothing();
 
-    void ParseXlfFile_doesNotEndTheFirstReading();
+    void ParseXlfFile_beforeTheFirstTranslation();
     void ParseXlfFile_again();
     void ParseXlfFile_failureKeepsTheTable();
     void ParseXlfFile_afterSetXlfFile();
@@ -143,11 +143,11 @@ void tst_XlfTranslator::Translate_context_data()
     QTest::addColumn<bool>("found");
 
     QTest::newRow("same path") << u"/ui/main.xml"_s << u"/ui/main.xml"_s << true;
-    QTest::newRow("other folder and case") << u"C:/ui/Main.XML"_s << u"/other/dir/main.xml"_s << true;
+    QTest::newRow("different folder and case") << u"C:/ui/Main.XML"_s << u"/other/dir/main.xml"_s << true;
     QTest::newRow("upper case in the context") << u"main.xml"_s << u"MAIN.XML"_s << true;
     QTest::newRow("file name alone") << u"main.xml"_s << u"main.xml"_s << true;
-    QTest::newRow("other name") << u"main.xml"_s << u"main2.xml"_s << false;
-    QTest::newRow("other suffix") << u"main.xml"_s << u"main.xm"_s << false;
+    QTest::newRow("another name") << u"main.xml"_s << u"main2.xml"_s << false;
+    QTest::newRow("another suffix") << u"main.xml"_s << u"main.xm"_s << false;
     QTest::newRow("no suffix") << u"main.xml"_s << u"/ui/main"_s << false;
     QTest::newRow("the folder's name") << u"/ui/main.xml"_s << u"/ui"_s << false;
     QTest::newRow("blank before the name") << u" main.xml"_s << u"main.xml"_s << false;
@@ -192,10 +192,11 @@ void tst_XlfTranslator::Translate_contextWithoutFileName_data()
     const QString bSave = File(u"B.xml"_s, Unit(u"Save"_s, u"B-Save"_s));
 
     QTest::newRow("only file") << aSave << u"Save"_s << u"A-Save"_s;
-    QTest::newRow("last by name has it") << aSave + bSave << u"Save"_s << u"B-Save"_s;
+    QTest::newRow("last by name has the unit") << aSave + bSave << u"Save"_s << u"B-Save"_s;
     QTest::newRow("last by name, first in the file") << bSave + aSave << u"Save"_s << u"B-Save"_s;
-    QTest::newRow("last by name lacks it") << aSave + bOpen << u"Save"_s << u"Save"_s;
-    QTest::newRow("last by name lacks it, first in the file") << bOpen + aSave << u"Save"_s << u"Save"_s;
+    QTest::newRow("last by name lacks the unit") << aSave + bOpen << u"Save"_s << u"Save"_s;
+    QTest::newRow("last by name lacks the unit, first in the file")
+        << bOpen + aSave << u"Save"_s << u"Save"_s;
     QTest::newRow("lower case counts for the order")
         << File(u"Zebra.xml"_s, Unit(u"Save"_s, u"Zebra"_s)) + aSave << u"Save"_s << u"Zebra"_s;
     QTest::newRow("the folder does not count") << File(u"/z/a.xml"_s, Unit(u"Save"_s, u"A-Save"_s))
@@ -235,7 +236,7 @@ void tst_XlfTranslator::Translate_text_data()
 
     QTest::newRow("plain") << u"Save"_s;
     QTest::newRow("empty") << QString();
-    QTest::newRow("blanks around it") << u" Save "_s;
+    QTest::newRow("surrounding blanks") << u" Save "_s;
     QTest::newRow("quotes") << u"\"Save\""_s;
     QTest::newRow("beyond ASCII") << u"Größe €"_s;
     QTest::newRow("beyond U+FFFF") << u"\U0001F600"_s;
@@ -291,7 +292,7 @@ void tst_XlfTranslator::Translate_unit_data()
     QTest::newRow("text, then CDATA") << unit(u"<target>Si<![CDATA[chern]]></target>"_s) << u"Si"_s;
     QTest::newRow("two targets") << unit(u"<target>first</target><target>second</target>"_s) << u"first"_s;
     QTest::newRow("empty target, then a full one") << unit(u"<target/><target>second</target>"_s) << id;
-    QTest::newRow("target in other case") << unit(u"<Target>Sichern</Target>"_s) << id;
+    QTest::newRow("target in different case") << unit(u"<Target>Sichern</Target>"_s) << id;
     QTest::newRow("target with prefix") << unit(u"<x:target>Sichern</x:target>"_s) << id;
     QTest::newRow("target deeper down") << unit(u"<alt-trans><target>Sichern</target></alt-trans>"_s) << id;
     QTest::newRow("sources are not read")
@@ -398,7 +399,7 @@ void tst_XlfTranslator::Translate_structure_data()
                                                      << u"Sichern"_s;
     QTest::newRow("file within a file")
         << u"<xliff><file original='a.xml'>"_s + file + u"</file></xliff>"_s << u"Save"_s;
-    QTest::newRow("original in other case")
+    QTest::newRow("original in different case")
         << u"<xliff><file Original='main.xml'><body>"_s + unit + u"</body></file></xliff>"_s << u"Save"_s;
     QTest::newRow("document type and name space")
         << u"<!DOCTYPE xliff><xliff xmlns='urn:oasis:names:tc:xliff:document:1.2'>"_s + file + u"</xliff>"_s
@@ -427,15 +428,15 @@ void tst_XlfTranslator::Translate_laterFileReplacesEarlier_data()
     QTest::addColumn<QString>("expectedOpen");
 
     QTest::newRow("same name") << File(u"main.xml"_s, Unit(u"Save"_s, u"new"_s)) << u"new"_s << u"Open"_s;
-    QTest::newRow("other folder and case")
+    QTest::newRow("different folder and case")
         << File(u"/x/MAIN.xml"_s, Unit(u"Save"_s, u"new"_s)) << u"new"_s << u"Open"_s;
-    QTest::newRow("one that only lacks a unit")
+    QTest::newRow("same name, without one of the units")
         << File(u"main.xml"_s, Unit(u"Open"_s, u"new"_s)) << u"Save"_s << u"new"_s;
     QTest::newRow("empty body leaves the earlier one")
         << File(u"main.xml"_s, QString()) << u"old"_s << u"old"_s;
     QTest::newRow("no body leaves the earlier one")
         << u"<file original='main.xml'/>"_s << u"old"_s << u"old"_s;
-    QTest::newRow("other name leaves the earlier one")
+    QTest::newRow("another name leaves the earlier one")
         << File(u"other.xml"_s, Unit(u"Save"_s, u"new"_s)) << u"old"_s << u"old"_s;
 }
 
@@ -555,9 +556,9 @@ void tst_XlfTranslator::SetXlfFile_sameFile_data()
     QTest::addColumn<bool>("otherCase");
 
     QTest::newRow("before, same text") << false << false;
-    QTest::newRow("before, other case") << false << true;
+    QTest::newRow("before, different case") << false << true;
     QTest::newRow("after, same text") << true << false;
-    QTest::newRow("after, other case") << true << true;
+    QTest::newRow("after, different case") << true << true;
 }
 
 void tst_XlfTranslator::SetXlfFile_sameFile()
@@ -586,7 +587,7 @@ void tst_XlfTranslator::SetXlfFile_toNothing()
 
 // Reading on request
 
-void tst_XlfTranslator::ParseXlfFile_doesNotEndTheFirstReading()
+void tst_XlfTranslator::ParseXlfFile_beforeTheFirstTranslation()
 {
     const QString path = Write(Xliff(File(u"main.xml"_s, Unit(u"Save"_s, u"one"_s))));
     XlfTranslator translator(path);
@@ -839,7 +840,7 @@ void tst_XlfTranslator::Filer_translatesThroughTranslator()
     QCOMPARE(filer.ReadString(u"Missing"_s, QString()), u"None"_s);
     QCOMPARE(filer.ReadNodeText(), u"Sichern"_s);
 
-    XmlFiler fromText; // has no file name, so that the document sorted last is used
+    XmlFiler fromText; // has no file name, so the document that sorts last is used
     fromText.Translator = &translator;
     QVERIFY(fromText.LoadFromXmlString(QString::fromUtf8(document)));
     QCOMPARE(fromText.ReadString(u"Title"_s, QString()), u"Zuletzt"_s);

@@ -21,7 +21,7 @@ QByteArray AllBytes()
     return bytes;
 }
 
-/// The two patterns that define a translation mark.
+/// Removes a translation mark by means of the two patterns that define it.
 bool StripByPatterns(QString& text)
 {
     static const QRegularExpression opening(u"^\\s*tr\\s*\\("_s, QRegularExpression::CaseInsensitiveOption);
@@ -33,7 +33,7 @@ bool StripByPatterns(QString& text)
     return true;
 }
 
-/// Returns a text made of the parts of marks, and of similar text.
+/// Returns a random text that consists of parts of translation marks and of similar texts.
 QString RandomText(QRandomGenerator& random)
 {
     static const QStringList pieces = {
@@ -52,7 +52,7 @@ QString RandomText(QRandomGenerator& random)
     return text;
 }
 
-/// Whether a text of this type can be written to an element at a node path.
+/// True if a text of this type can be written to an element at a node path.
 template <typename Filer, typename Text>
 concept TakesNodeText = requires(Filer& filer, const QString& path, Text text)
 {
@@ -131,9 +131,9 @@ void tst_XmlFilerContent::WriteBuffer_data()
     QTest::addColumn<QString>("text");
 
     QTest::newRow("empty") << QByteArray() << QString();
-    QTest::newRow("padded by two") << QByteArray("a") << u"YQ=="_s;
-    QTest::newRow("padded by one") << QByteArray("ab") << u"YWI="_s;
-    QTest::newRow("not padded") << QByteArray("abc") << u"YWJj"_s;
+    QTest::newRow("two padding characters") << QByteArray("a") << u"YQ=="_s;
+    QTest::newRow("one padding character") << QByteArray("ab") << u"YWI="_s;
+    QTest::newRow("no padding") << QByteArray("abc") << u"YWJj"_s;
     QTest::newRow("standard alphabet") << QByteArray("\xFB\xFF\xBF") << u"+/+/"_s;
     QTest::newRow("zero bytes") << QByteArray(3, '\0') << u"AAAA"_s;
     QTest::newRow("all bytes, one line") << AllBytes() << QString::fromLatin1(AllBytes().toBase64());
@@ -214,7 +214,7 @@ void tst_XmlFilerContent::WriteNodeText_data()
     QTest::addColumn<QString>("asText");
 
     QTest::newRow("plain") << u"text"_s << u"text"_s;
-    QTest::newRow("marked characters") << u"<a> & \"b\""_s << u"&lt;a> &amp; \"b\""_s;
+    QTest::newRow("markup characters") << u"<a> & \"b\""_s << u"&lt;a> &amp; \"b\""_s;
     QTest::newRow("lines") << u"one\n two"_s << u"one\n two"_s;
     QTest::newRow("beyond Latin-1") << u"日本 😀"_s << u"日本 😀"_s;
 }
@@ -253,7 +253,7 @@ void tst_XmlFilerContent::WriteText_charactersThatXmlForbids_data()
     QTest::addColumn<QString>("character"); // the character in the message; empty if there is no message
 
     QTest::newRow("empty") << QString() << QString();
-    QTest::newRow("tab and line ends") << u"\t\n\r"_s << QString();
+    QTest::newRow("tab and line endings") << u"\t\n\r"_s << QString();
     QTest::newRow("NUL") << QString(QChar(0)) << u"U+0000"_s;
     QTest::newRow("first of two") << u"a\u0008\u0001"_s << u"U+0008"_s;
     QTest::newRow("before the tab") << u"\t\u0008"_s << u"U+0008"_s;
@@ -261,7 +261,7 @@ void tst_XmlFilerContent::WriteText_charactersThatXmlForbids_data()
     QTest::newRow("before the carriage return") << u"\u000C"_s << u"U+000C"_s;
     QTest::newRow("after the carriage return") << u"\u000E"_s << u"U+000E"_s;
     QTest::newRow("last control character") << u"\u001F"_s << u"U+001F"_s;
-    QTest::newRow("blank and above") << u" \u007F\u0085\uD7FF\uE000\uFFFD"_s << QString();
+    QTest::newRow("space and above") << u" \u007F\u0085\uD7FF\uE000\uFFFD"_s << QString();
     QTest::newRow("pair") << u"😀\U0010FFFF"_s << QString();
     QTest::newRow("high surrogate at the end") << u"a"_s + QChar(0xD83D) << u"U+D83D"_s;
     QTest::newRow("high surrogate alone") << QString(QChar(0xD83D)) + u'a' << u"U+D83D"_s;
@@ -601,8 +601,8 @@ void tst_XmlFilerContent::StripTr_data()
 
     QTest::newRow("plain") << u"tr(abc)"_s << true << u"abc"_s;
     QTest::newRow("quotes are kept") << u"tr(\"Save\")"_s << true << u"\"Save\""_s;
-    QTest::newRow("blanks and capitals") << u" TR ( Save ) "_s << true << u" Save "_s;
-    QTest::newRow("line ends around") << u"\n\ttr\n(\nSave\n)\r\n"_s << true << u"\nSave\n"_s;
+    QTest::newRow("blanks and upper case") << u" TR ( Save ) "_s << true << u" Save "_s;
+    QTest::newRow("line endings around") << u"\n\ttr\n(\nSave\n)\r\n"_s << true << u"\nSave\n"_s;
     QTest::newRow("nothing inside") << u"tr()"_s << true << u""_s;
     QTest::newRow("one level only") << u"tr(tr(a))"_s << true << u"tr(a)"_s;
     QTest::newRow("parentheses inside") << u"tr(a (b) c)"_s << true << u"a (b) c"_s;

@@ -32,7 +32,7 @@ QString Expanding(int size, int uses, bool inAttribute)
     return head + (inAttribute ? u"<r a=\"%1\"/>"_s : u"<r>%1</r>"_s).arg(references);
 }
 
-/// A document of a few hundred characters that grows by a factor of a thousand with each of its entities.
+/// Returns a document of 40 KB that grows by a factor of a thousand with each of its entities.
 QString Bomb()
 {
     QString head = u"<!DOCTYPE r [<!ENTITY e0 \"%1\">"_s.arg(u"x"_s.repeated(1000));
@@ -89,14 +89,14 @@ private Q_SLOTS:
     void LoadFromXmlFile_noPermission();
     void LoadFromXmlFile_cannotOpenIsAWarning();
     void LoadFromXmlFile_replacesDocumentAndKeepsStack();
-    void LoadFromXmlFile_remembersPath();
+    void LoadFromXmlFile_setsTheTranslationContext();
 
     void LoadFromXmlString_data();
     void LoadFromXmlString();
     void LoadFromXmlString_notXml_data();
     void LoadFromXmlString_notXml();
-    void LoadFromXmlString_boundsOnInput_data();
-    void LoadFromXmlString_boundsOnInput();
+    void LoadFromXmlString_limits_data();
+    void LoadFromXmlString_limits();
     void LoadFromXmlString_failureDetachesCursor();
     void GetLoadError_data();
     void GetLoadError();
@@ -199,7 +199,8 @@ void tst_XmlFilerDocument::LoadFromXmlFile_data()
         << Encoded(QStringConverter::Utf16BE, declared.arg(u"UTF-16"_s)) << u"Grüße"_s;
     QTest::newRow("comment and document type before the root")
         << QByteArray("<!--c--><!DOCTYPE r><r t='x'/><!--d-->") << u"x"_s;
-    QTest::newRow("windows line ends") << QByteArray("<?xml version='1.0'?>\r\n<r\r\nt='x'/>\r\n") << u"x"_s;
+    QTest::newRow("Windows line endings")
+        << QByteArray("<?xml version='1.0'?>\r\n<r\r\nt='x'/>\r\n") << u"x"_s;
 }
 
 void tst_XmlFilerDocument::LoadFromXmlFile()
@@ -288,8 +289,7 @@ void tst_XmlFilerDocument::LoadFromXmlFile_cannotOpen_data()
     QTest::addColumn<QString>("name");
 
     QTest::newRow("folder") << u"folder"_s;
-    // The parts of the message are filled in one after the other, so that a placeholder in the path is
-    // replaced.
+    // The parts of the message are filled in one after the other, so a placeholder in the path is replaced.
     QTest::newRow("folder with %1 in its name") << u"a%1b"_s;
     QTest::newRow("folder with %2 in its name") << u"a%2b"_s;
 }
@@ -339,7 +339,7 @@ void tst_XmlFilerDocument::LoadFromXmlFile_noPermission()
     QCOMPARE(filer.GetCurrentNodePath(), u"/Old"_s);
 }
 
-// Without debug messages, a warning gives the reason.
+// If only warnings are logged, a warning gives the reason.
 void tst_XmlFilerDocument::LoadFromXmlFile_cannotOpenIsAWarning()
 {
     QFile folder(mDir->path());
@@ -372,7 +372,7 @@ void tst_XmlFilerDocument::LoadFromXmlFile_replacesDocumentAndKeepsStack()
     QCOMPARE(filer.SaveAsXmlString(), RawString(u"<New/>"_s));
 }
 
-void tst_XmlFilerDocument::LoadFromXmlFile_remembersPath()
+void tst_XmlFilerDocument::LoadFromXmlFile_setsTheTranslationContext()
 {
     XlfTranslator translator(WriteXliff());
     const QString one = Path(u"one.xml"_s);
@@ -386,7 +386,7 @@ void tst_XmlFilerDocument::LoadFromXmlFile_remembersPath()
     QVERIFY(filer.LoadFromXmlFile(one));
     QCOMPARE(filer.Translate(mark), u"in one.xml"_s);
 
-    // Only a successful load changes it.
+    // Only a successful load changes the context.
     QVERIFY(!filer.LoadFromXmlFile(two));
     QCOMPARE(filer.Translate(mark), u"in one.xml"_s);
     QVERIFY(!filer.LoadFromXmlFile(Path(u"none/two.xml"_s)));
@@ -448,7 +448,7 @@ void tst_XmlFilerDocument::LoadFromXmlString_notXml_data()
     QTest::newRow("wrong end tag") << u"<r></R>"_s;
     QTest::newRow("two roots") << u"<r/><s/>"_s;
     QTest::newRow("unknown entity at the root's start tag") << u"<r a=\"&none;\"/>"_s;
-    QTest::newRow("a NUL character") << u"<r>a"_s + QChar(0) + u"b</r>"_s;
+    QTest::newRow("NUL") << u"<r>a"_s + QChar(0) + u"b</r>"_s;
     QTest::newRow("blank before the declaration") << u" <?xml version=\"1.0\"?><r/>"_s;
 }
 
@@ -470,7 +470,7 @@ void tst_XmlFilerDocument::LoadFromXmlString_notXml()
     QVERIFY(filer.GetCurrentNode() == before);
 }
 
-void tst_XmlFilerDocument::LoadFromXmlString_boundsOnInput_data()
+void tst_XmlFilerDocument::LoadFromXmlString_limits_data()
 {
     QTest::addColumn<QString>("xml");
     QTest::addColumn<bool>("expected");
@@ -480,7 +480,7 @@ void tst_XmlFilerDocument::LoadFromXmlString_boundsOnInput_data()
     QTest::newRow("100,000 levels") << Nested(100000) << false;
     QTest::newRow("1,001 levels, far into the document")
         << u"<r>"_s + Nested(999) + Nested(1000) + u"</r>"_s << false;
-    QTest::newRow("2,000 elements side by side") << u"<r>"_s + u"<e/>"_s.repeated(2000) + u"</r>"_s << true;
+    QTest::newRow("2,000 siblings") << u"<r>"_s + u"<e/>"_s.repeated(2000) + u"</r>"_s << true;
     QTest::newRow("1,001 start tags inside a comment")
         << u"<r><!--"_s + u"<e>"_s.repeated(1001) + u"--></r>"_s << true;
     QTest::newRow("1,001 start tags inside CDATA")
@@ -494,7 +494,7 @@ void tst_XmlFilerDocument::LoadFromXmlString_boundsOnInput_data()
         << u"<!DOCTYPE r [<!ENTITY e \"&e;\">]><r>&e;</r>"_s << false;
 }
 
-void tst_XmlFilerDocument::LoadFromXmlString_boundsOnInput()
+void tst_XmlFilerDocument::LoadFromXmlString_limits()
 {
     QFETCH(const QString, xml);
     QFETCH(const bool, expected);
@@ -535,7 +535,7 @@ void tst_XmlFilerDocument::GetLoadError()
     QVERIFY2(filer.GetLoadError().Text.startsWith(text), qPrintable(filer.GetLoadError().Text));
     QCOMPARE(filer.GetLoadError().Line, line);
     QCOMPARE(filer.GetLoadError().Column, column);
-    QVERIFY(filer.LoadFromXmlString(u"<a/>"_s)); // clears it
+    QVERIFY(filer.LoadFromXmlString(u"<a/>"_s)); // clears the error
     QCOMPARE(filer.GetLoadError().Text, QString());
     QCOMPARE(filer.GetLoadError().Line, 0);
 }
@@ -611,7 +611,7 @@ void tst_XmlFilerDocument::SaveAsXmlString_data()
     QTest::newRow("document type") << u"<!DOCTYPE r><r/>"_s;
     QTest::newRow("text beside elements") << u"<r>one<a/>two<b>three</b></r>"_s;
     QTest::newRow("CDATA") << u"<r><a><![CDATA[1 < 2 & 3]]></a></r>"_s;
-    QTest::newRow("marked characters")
+    QTest::newRow("markup characters")
         << u"<r a=\"&lt;&amp;&gt;&quot;&apos;&#10;&#9;&#13;\">&lt;&amp;&gt;</r>"_s;
     QTest::newRow("beyond Latin-1") << u"<r a=\"日本語\">😀 Ω</r>"_s;
 }
@@ -737,16 +737,16 @@ void tst_XmlFilerDocument::SaveAsXmlFile_unloadable_data()
     QTest::addColumn<QString>("name");
     QTest::addColumn<QString>("section");
     QTest::addColumn<QString>("comment");
-    QTest::addColumn<QString>("warning"); // its end; empty if the document loads again
+    QTest::addColumn<QString>("warning"); // the end of the warning; empty if the document loads again
 
     const QString plain = u"a"_s;
-    QTest::newRow("nothing wrong") << u"A"_s << plain << plain << plain << QString();
+    QTest::newRow("valid names and texts") << u"A"_s << plain << plain << plain << QString();
     QTest::newRow("prefix without a namespace") << u"p:A"_s << u"q:a"_s << plain << plain << QString();
     QTest::newRow("blank in an element's name") << u"My A"_s << plain << plain << plain << u"line 3: "_s;
     QTest::newRow("digit before an element's name") << u"A/1B"_s << plain << plain << plain << u"line 4: "_s;
     QTest::newRow("blank in an attribute's name") << u"A"_s << u"a b"_s << plain << plain << u"line 3: "_s;
-    QTest::newRow("no attribute's name") << u"A"_s << QString() << plain << plain << u"line 3: "_s;
-    QTest::newRow("end of a section in it") << u"A"_s << plain << u"]]>"_s << plain << u"line 3: "_s;
+    QTest::newRow("attribute without a name") << u"A"_s << QString() << plain << plain << u"line 3: "_s;
+    QTest::newRow("end of a section in a section") << u"A"_s << plain << u"]]>"_s << plain << u"line 3: "_s;
     QTest::newRow("hyphens in a comment") << u"A"_s << plain << plain << u"a--b"_s << u"line 4: "_s;
     QTest::newRow("control character in a comment")
         << u"A"_s << plain << plain << u"\u0001"_s << u"line 4: "_s;
@@ -895,9 +895,9 @@ void tst_XmlFilerDocument::CreateXmlDeclaration_data()
     QTest::addColumn<QString>("xml");
     QTest::addColumn<QString>("expected");
 
-    QTest::newRow("none yet") << u"<r/>"_s << u"<?xml version=\"1.0\"?><r/>"_s;
-    QTest::newRow("there is one") << u"<?xml version=\"1.0\" encoding=\"UTF-8\"?><r/>"_s
-                                  << u"<?xml version=\"1.0\" encoding=\"UTF-8\"?><r/>"_s;
+    QTest::newRow("no declaration") << u"<r/>"_s << u"<?xml version=\"1.0\"?><r/>"_s;
+    QTest::newRow("declaration exists") << u"<?xml version=\"1.0\" encoding=\"UTF-8\"?><r/>"_s
+                                        << u"<?xml version=\"1.0\" encoding=\"UTF-8\"?><r/>"_s;
     QTest::newRow("another instruction") << u"<?p q?><r/>"_s << u"<?p q?><?xml version=\"1.0\"?><r/>"_s;
     QTest::newRow("comment first") << u"<!--xml--><r/>"_s << u"<!--xml--><?xml version=\"1.0\"?><r/>"_s;
     QTest::newRow("root element named xml") << u"<xml/>"_s << u"<?xml version=\"1.0\"?><xml/>"_s;

@@ -75,7 +75,7 @@ void tst_XmlFilerEnums::ReadEnum_data()
     QTest::addColumn<int>("flags");
 
     QTest::newRow("one name") << u"Green"_s << 2 << 2;
-    QTest::newRow("other case") << u"gREEN"_s << 2 << 2;
+    QTest::newRow("different case") << u"gREEN"_s << 2 << 2;
     QTest::newRow("value 0") << u"None"_s << 0 << 0;
     QTest::newRow("two names") << u"Red,Blue"_s << 77 << 5;
     QTest::newRow("blanks and empty parts") << u" red , BLUE ,"_s << 77 << 5;
@@ -126,7 +126,7 @@ void tst_XmlFilerEnums::ReadEnum_noTable()
 
 void tst_XmlFilerEnums::ReadEnum_negativeValue()
 {
-    // Written by name, but never read.
+    // A negative value is written by name, but never read by name.
     XmlFiler filer;
     filer.CreateRoot(u"r"_s);
     filer.WriteEnum(u"n"_s, -5, mTable.data(), Count());

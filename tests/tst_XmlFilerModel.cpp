@@ -401,7 +401,7 @@ public:
 
     /// \return a description of the first difference; empty if there is none
     QString Run(int count);
-    /// Reads a few paths again and again while elements are appended, and seldom removed.
+    /// Reads a few paths repeatedly while elements are appended and, occasionally, removed.
     QString RunAppends(int count);
 
 private:
@@ -542,7 +542,7 @@ void RandomWalk::Compare()
         CompareNodes();
     else
         Expect(OuterMeaning(), Model::DescribeMarkup(mModel.Cursor()));
-    // Compare only sometimes: it moves the cursor, which clears part of the filer's cache.
+    // Compare only sometimes: comparing moves the cursor, which clears part of the filer's cache.
     if (Flag())
         CompareDocument();
 }
@@ -785,7 +785,7 @@ void RandomWalk::AppendElement()
     }
 }
 
-// Does not move the cursor in between, so that a filer may have all these paths in its cache.
+// Does not move the cursor between the reads, so that all these paths can be in the filer's cache.
 void RandomWalk::ReadKnownPaths()
 {
     static const QStringList paths = {u"A"_s,    u"B"_s,  u"A/B"_s,    u"A/B/C"_s, u"/"_s,

@@ -142,9 +142,9 @@ void tst_XmlFilerNavigation::MoveToNode_data()
     QTest::newRow("root by name") << panel << u"/Settings"_s << true << u"root"_s;
     QTest::newRow("root by name, slash after it") << panel << u"/Settings/"_s << true << u"root"_s;
     QTest::newRow("root by name, slashes before it") << panel << u"//Settings"_s << true << u"root"_s;
-    QTest::newRow("root name in other case") << panel << u"/settings"_s << false << u"p1"_s;
+    QTest::newRow("root name in different case") << panel << u"/settings"_s << false << u"p1"_s;
     QTest::newRow("only one root step is dropped") << root << u"/Settings/Settings"_s << true << u"inner"_s;
-    QTest::newRow("root step dropped twice over")
+    QTest::newRow("root step dropped twice")
         << root << u"/Settings/Settings/Settings"_s << false << u"root"_s;
     QTest::newRow("relative path that names the root") << root << u"Settings"_s << true << u"inner"_s;
     QTest::newRow("relative path that names the root, elsewhere")
@@ -166,7 +166,7 @@ void tst_XmlFilerNavigation::MoveToNode_data()
     QTest::newRow("blank inside, after a step") << root << u"Panel /Item"_s << false << u"root"_s;
     QTest::newRow("blank after the first slash") << panel << u"/ Panel"_s << false << u"p1"_s;
     QTest::newRow("step of blanks") << root << u"Panel/ /Item"_s << false << u"root"_s;
-    QTest::newRow("other case") << root << u"panel"_s << false << u"root"_s;
+    QTest::newRow("different case") << root << u"panel"_s << false << u"root"_s;
     QTest::newRow("first step missing") << root << u"Missing/Panel"_s << false << u"root"_s;
     QTest::newRow("middle step missing") << root << u"Panel/Missing/Leaf"_s << false << u"root"_s;
     QTest::newRow("last step missing") << root << u"Panel/Item/Missing"_s << false << u"root"_s;
@@ -317,7 +317,7 @@ void tst_XmlFilerNavigation::CreateOrMoveToNode_data()
     QTest::newRow("absolute with root") << u"/A"_s << u"/r/B"_s << false << u"/r/B"_s << u"<r><A/><B/></r>"_s;
     QTest::newRow("absolute, root step twice")
         << u"/A"_s << u"/r/r"_s << false << u"/r/r"_s << u"<r><A/><r/></r>"_s;
-    QTest::newRow("absolute, root in other case")
+    QTest::newRow("absolute, root in different case")
         << u"/A"_s << u"/R/B"_s << false << u"/r/R/B"_s << u"<r><A/><R><B/></R></r>"_s;
     QTest::newRow("relative") << u"/A"_s << u"A"_s << false << u"/r/A/A"_s << u"<r><A><A/></A></r>"_s;
     QTest::newRow("backslashes and empty steps")
@@ -435,7 +435,7 @@ void tst_XmlFilerNavigation::CreateOrMoveToNode_withoutCursor()
     filer.PushCurrentNode();
     filer.PushCurrentNode();
 
-    // Without a cursor nothing is found, so that each call creates another top-level element.
+    // Without a cursor nothing is found, so each call creates another top-level element.
     QVERIFY(filer.CreateOrMoveToNode(u"r/A"_s, true, false));
     const QDomDocument document = filer.GetCurrentNode().ownerDocument();
     QCOMPARE(Children(document), QStringList({u"r"_s, u"r"_s}));
@@ -598,7 +598,7 @@ void tst_XmlFilerNavigation::MoveToImmediateChildNode_data()
     QTest::newRow("empty name is any name") << u""_s << true << u"p1"_s;
     QTest::newRow("null name is any name") << QString() << true << u"p1"_s;
     QTest::newRow("missing") << u"Missing"_s << false << u"root"_s;
-    QTest::newRow("other case") << u"panel"_s << false << u"root"_s;
+    QTest::newRow("different case") << u"panel"_s << false << u"root"_s;
     QTest::newRow("grandchild") << u"Item"_s << false << u"root"_s;
     QTest::newRow("path") << u"Panel/Item"_s << false << u"root"_s;
     QTest::newRow("slash before") << u"/Panel"_s << false << u"root"_s;
@@ -707,7 +707,7 @@ void tst_XmlFilerNavigation::DeleteNode_root()
     QCOMPARE(filer.GetCurrentNode().childNodes().count(), 2);
     QCOMPARE(filer.SaveAsXmlString(), QString());
 
-    // The cursor is on the document, so that the next element becomes the root.
+    // The cursor is on the document, so the next element becomes the root.
     QVERIFY(filer.CreateOrMoveToNode(u"s/A"_s, true, false));
     QCOMPARE(filer.GetCurrentNodePath(), u"/s/A"_s);
 }
@@ -744,7 +744,7 @@ void tst_XmlFilerNavigation::DeleteNode_path_data()
     QTest::newRow("absolute with root") << u"/D"_s << u"\\r\\B/C/"_s << u"<r><A/><B><C/></B><D/></r>"_s;
     QTest::newRow("missing") << u"/D"_s << u"A"_s << whole;
     QTest::newRow("missing last step") << u"/D"_s << u"/B/X"_s << whole;
-    QTest::newRow("other case") << u"/"_s << u"a"_s << whole;
+    QTest::newRow("different case") << u"/"_s << u"a"_s << whole;
 }
 
 void tst_XmlFilerNavigation::DeleteNode_path()
@@ -837,7 +837,7 @@ void tst_XmlFilerNavigation::DeleteNode_path_withoutParent()
     filer.DeleteNode(QString());
     QCOMPARE(filer.GetCurrentNode().nodeName(), u"Old"_s);
 
-    // The path leads to a root that does not exist, so that the cursor is null.
+    // The path leads to a root that does not exist, so the cursor is null.
     filer.DeleteNode(u"/"_s);
     QVERIFY(filer.GetCurrentNode().isNull());
 
@@ -951,7 +951,7 @@ void tst_XmlFilerNavigation::GetCurrentNode()
     QVERIFY(filer.GetCurrentNode().parentNode() == handle);
 }
 
-// Changes of the document through a handle take effect at once, even for paths that were used before.
+// Changes to the document through a handle take effect at once, even for paths that were used before.
 void tst_XmlFilerNavigation::GetCurrentNode_changesThroughTheHandle()
 {
     const QString name = u"n"_s;

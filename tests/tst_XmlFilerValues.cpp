@@ -414,7 +414,7 @@ void tst_XmlFilerValues::ReadDouble_data()
     QTest::newRow("plain") << u"1.5"_s << 1.5;
     QTest::newRow("whole") << u"-3"_s << -3.0;
     QTest::newRow("exponent") << u"1e3"_s << 1000.0;
-    QTest::newRow("capital exponent") << u"1E-3"_s << 0.001;
+    QTest::newRow("upper-case exponent") << u"1E-3"_s << 0.001;
     QTest::newRow("no digit before the point") << u".5"_s << 0.5;
     QTest::newRow("plus sign") << u"+5"_s << 5.0;
     QTest::newRow("white space around") << u" 1.5\n"_s << 1.5;
@@ -486,9 +486,9 @@ void tst_XmlFilerValues::ReadBoolean_data()
 
     QTest::newRow("as written, true") << u"True"_s << 1;
     QTest::newRow("as written, false") << u"False"_s << 0;
-    QTest::newRow("small true") << u"true"_s << 1;
-    QTest::newRow("capital true") << u"TRUE"_s << 1;
-    QTest::newRow("mixed false") << u"fALSE"_s << 0;
+    QTest::newRow("lower-case true") << u"true"_s << 1;
+    QTest::newRow("upper-case true") << u"TRUE"_s << 1;
+    QTest::newRow("mixed-case false") << u"fALSE"_s << 0;
     QTest::newRow("one") << u"1"_s << 1;
     QTest::newRow("two") << u"2"_s << 1;
     QTest::newRow("seven") << u"7"_s << 1;
@@ -555,7 +555,7 @@ void tst_XmlFilerValues::ReadRect_data()
     QTest::newRow("three parts") << u"1,2,3"_s << none;
     QTest::newRow("five parts") << u"1,2,3,4,5"_s << none;
     QTest::newRow("comma at the end") << u"1,2,3,4,"_s << none;
-    QTest::newRow("other separator") << u"1;2;3;4"_s << none;
+    QTest::newRow("another separator") << u"1;2;3;4"_s << none;
     QTest::newRow("empty") << u""_s << none;
 }
 
@@ -637,11 +637,11 @@ void tst_XmlFilerValues::String_data()
     QTest::addColumn<QString>("value");
 
     QTest::newRow("plain") << u"text"_s;
-    QTest::newRow("marked characters") << u"<a href=\"x\">'&amp;'</a>"_s;
+    QTest::newRow("markup characters") << u"<a href=\"x\">'&amp;'</a>"_s;
     QTest::newRow("white space") << u" a\tb\nc\rd "_s;
     QTest::newRow("beyond Latin-1") << u"Größe 日本語 😀"_s;
     QTest::newRow("variable") << u"$(Name)"_s;
-    QTest::newRow("nearly a mark") << u"tr(x"_s;
+    QTest::newRow("almost a mark") << u"tr(x"_s;
 }
 
 void tst_XmlFilerValues::String()
@@ -680,8 +680,8 @@ void tst_XmlFilerValues::ReadString_defaults()
     Load(filer, QString());
     filer.MoveToRoot();
 
-    // By name the default is returned unchanged, by path translated, whether the attribute or the element is
-    // missing.
+    // Reading by name returns the default unchanged. Reading by path translates it, whether the attribute or
+    // the element is missing.
     QCOMPARE(filer.ReadString(kName, u"tr(X)"_s), u"tr(X)"_s);
     QCOMPARE(filer.ReadString(u"none"_s, u"tr(X)"_s), u"tr(X)"_s);
     QCOMPARE(filer.ReadString(u"/"_s, kName, u"tr(X)"_s), u"X"_s);
@@ -761,7 +761,7 @@ void tst_XmlFilerValues::ReadDate_data()
     QTest::newRow("skipped in New York, UTC") << u"2020-03-08T02:30:00Z"_s << u"2020-03-08T02:30:00.000Z"_s;
     QTest::newRow("skipped in New York, offset")
         << u"2020-03-08T02:30:00-05:00"_s << u"2020-03-08T02:30:00.000Z"_s;
-    QTest::newRow("twice in New York") << u"2020-11-01T01:30:00"_s << u"2020-11-01T01:30:00.000Z"_s;
+    QTest::newRow("occurs twice in New York") << u"2020-11-01T01:30:00"_s << u"2020-11-01T01:30:00.000Z"_s;
     QTest::newRow("end of a day") << u"2024-07-01T24:00:00"_s << u"2024-07-02T00:00:00.000Z"_s;
     QTest::newRow("end of a day, UTC") << u"2024-07-01T24:00Z"_s << u"2024-07-02T00:00:00.000Z"_s;
     QTest::newRow("no time after the T") << u"2024-07-01T"_s << u"invalid"_s;
@@ -769,7 +769,7 @@ void tst_XmlFilerValues::ReadDate_data()
     QTest::newRow("word") << u"yesterday"_s << u"invalid"_s;
     QTest::newRow("blank") << u" "_s << u"invalid"_s;
     QTest::newRow("no such day") << u"2023-02-29T12:00:00Z"_s << u"invalid"_s;
-    QTest::newRow("other form") << u"01.07.2024 12:00"_s << u"invalid"_s;
+    QTest::newRow("different form") << u"01.07.2024 12:00"_s << u"invalid"_s;
 }
 
 void tst_XmlFilerValues::ReadDate()
@@ -805,7 +805,7 @@ void tst_XmlFilerValues::Date_roundTrip()
     XmlFiler filer;
     filer.CreateRoot(u"r"_s);
 
-    // Every 7 hours of a year, including both changes of the clocks.
+    // Every seventh hour of a year, including both clock changes.
     for (qint64 seconds = 1704067200; seconds < 1704067200 + 366 * 86400; seconds += 7 * 3600) {
         const QDateTime local = QDateTime::fromSecsSinceEpoch(seconds);
         filer.WriteDate(kName, local);

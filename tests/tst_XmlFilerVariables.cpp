@@ -51,7 +51,7 @@ void tst_XmlFilerVariables::Document_data()
         << u"<r a=\"/opt\" b=\"N\"><s a=\"/opt\">N<t>/opt</t>/opt</s></r>"_s;
     QTest::newRow("a value that refers to another") << u"<r>$(deep)</r>"_s << 2 << u"<r>in /opt</r>"_s;
     QTest::newRow("known beside unknown") << u"<r>$(x)$(dir)</r>"_s << 1 << u"<r>$(x)/opt</r>"_s;
-    QTest::newRow("marked characters in the value") << u"<r>$(xml)</r>"_s << 1 << u"<r>&lt;a&gt;</r>"_s;
+    QTest::newRow("markup characters in the value") << u"<r>$(xml)</r>"_s << 1 << u"<r>&lt;a&gt;</r>"_s;
     same("comment", u"<!--$(dir)--><r><!--$(dir)--></r><!--$(dir)-->"_s);
     same("unknown name", u"<r a=\"$(x)\">$(x)</r>"_s);
     same("not closed", u"<r>$(dir</r>"_s);

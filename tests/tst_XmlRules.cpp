@@ -20,7 +20,7 @@ class tst_XmlRules : public QObject
 private Q_SLOTS:
     void init();
 
-    void IsXmlCharacter_asTheParser();
+    void IsXmlCharacter_sameAsTheParser();
     void FindNonXmlCharacter_data();
     void FindNonXmlCharacter();
     void IsXmlName_data();
@@ -42,7 +42,7 @@ void tst_XmlRules::init()
     QTest::failOnWarning(QRegularExpression(u".*"_s));
 }
 
-void tst_XmlRules::IsXmlCharacter_asTheParser()
+void tst_XmlRules::IsXmlCharacter_sameAsTheParser()
 {
     for (char32_t c = 0; c <= 0x10FFFF; c += c < 0x3000 || c >= 0xD700 ? (c < 0x11000 ? 1 : 0xFF) : 0xFF) {
         QXmlStreamReader reader(u"<a>&#"_s + QString::number(c) + u";</a>"_s);
@@ -115,7 +115,7 @@ void tst_XmlRules::FindXmlProblem_data()
     const auto row
         = [](const char* name, const QByteArray& xml, int kind, qint64 line, qint64 column,
              const QString& reason) { QTest::newRow(name) << xml << kind << line << column << reason; };
-    row("fine", "<?xml version='1.0'?>\n<r a='b'>&lt;<!-- c --></r>\n", -1, 0, 0, {});
+    row("no problem", "<?xml version='1.0'?>\n<r a='b'>&lt;<!-- c --></r>\n", -1, 0, 0, {});
     row("unknown prefix", "<x:r y:a='b'/>", -1, 0, 0, {});
     row("empty", "", int(Kind::Truncated), 1, 1, u"empty"_s);
     row("truncated", "<r>\n  <a>\n te", int(Kind::Truncated), 3, 4, u"ends in the middle"_s);
@@ -175,7 +175,7 @@ void tst_XmlRules::FindXmlProblem()
             <= 2);
 
     if (problem->Kind == Kind::BadEncoding || reason == "unsupported"_L1)
-        return; // which text cannot contain
+        return; // a text cannot have these problems
     const std::optional<XmlProblem> inText = Quorvin::Util::Internal::FindXmlProblem(QString::fromUtf8(xml));
     QVERIFY(inText);
     QCOMPARE(inText->Kind, problem->Kind);
@@ -250,11 +250,11 @@ void tst_XmlRules::IsSafeToParse_data()
     const QByteArray open = QByteArray("<a>").repeated(1000);
     const QByteArray close = QByteArray("</a>").repeated(1000);
     QTest::newRow("plain") << QByteArray("<?xml version='1.0'?><r a='1'/>") << true;
-    QTest::newRow("empty") << QByteArray() << true; // no more than malformed
-    QTest::newRow("deepest") << open + close << true;
+    QTest::newRow("empty") << QByteArray() << true; // malformed, but harmless
+    QTest::newRow("maximum depth") << open + close << true;
     QTest::newRow("too deep") << "<a>" + open + close + "</a>" << false;
     QTest::newRow("too deep by an empty element") << open + "<b/>" + close << false;
-    QTest::newRow("one after another, deepest")
+    QTest::newRow("many siblings of limited depth")
         << "<r>" + QByteArray("<b><b/>t</b>").repeated(5000) + "</r>" << true;
     QTest::newRow("empty elements do not nest") << "<r>" + QByteArray("<b/>").repeated(5000) + "</r>" << true;
     QTest::newRow("end tag in a comment") << open + "<!--</a>--><a></a>" + close << false;
@@ -269,11 +269,11 @@ void tst_XmlRules::IsSafeToParse_data()
         << QByteArray("<r a='<a><a>'/>") << true;
     QTest::newRow("document type") << QByteArray("<!DOCTYPE r><r/>") << false;
     QTest::newRow("document type in a comment") << QByteArray("<r><!--<!DOCTYPE r>--></r>") << true;
-    QTest::newRow("other encoding") << QByteArray("<?xml version='1.0' encoding='UTF-16'?><r/>") << false;
+    QTest::newRow("another encoding") << QByteArray("<?xml version='1.0' encoding='UTF-16'?><r/>") << false;
     QByteArray attributes;
     for (int i = 0; i < 10'000; ++i)
         attributes += " a" + QByteArray::number(i) + "=''";
-    QTest::newRow("most attributes") << "<r" + attributes + "/>" << true;
+    QTest::newRow("maximum number of attributes") << "<r" + attributes + "/>" << true;
     QTest::newRow("too many attributes") << "<r" + attributes + " b=''/>" << false;
     QTest::newRow("too many attributes, in the middle of a tag") << "<r" + attributes + " b='' " << false;
 }

@@ -35,7 +35,7 @@ QString NodeSavedByQt(const QDomNode& node)
 }
 
 /// Returns the text with the attributes of each tag sorted. Tags are recognised by the form in which both
-/// writers write them; what looks like one in a comment or CDATA section is changed in both texts alike.
+/// writers write them. Text that looks like a tag in a comment or CDATA section changes in both alike.
 QString Sorted(const QString& text)
 {
     static const QRegularExpression tag(u"<([^\\s<>/!?=\"]*)((?: [^\\s=\"<>]*=\"[^\"<]*\")+)(/?>)"_s);
@@ -122,7 +122,7 @@ private:
             text += pieces.at(mRandom.bounded(int(pieces.size())));
         return text;
     }
-    // The name comes first: compilers evaluate the arguments of a call in different orders.
+    // Name() has a separate statement, because compilers evaluate arguments in different orders.
     void SetAttribute(QDomElement& element)
     {
         const QString name = Name();
@@ -181,9 +181,9 @@ private Q_SLOTS:
     void WriteXmlFile_everything();
     void WriteXmlFile_attributesAreSorted();
     void WriteXmlString_documentType();
-    void RandomDocuments_asByQt();
+    void RandomDocuments_sameAsQt();
     void RandomDocuments_sameWithEveryQt();
-    void Files_asByQt();
+    void Files_sameAsQt();
     void DeepDocument();
 };
 
@@ -240,7 +240,7 @@ void tst_XmlWriter::WriteXmlString_documentType()
              "<!ENTITY v SYSTEM 'g' NDATA n>\n]>\n<r/>\n"_s);
 }
 
-void tst_XmlWriter::RandomDocuments_asByQt()
+void tst_XmlWriter::RandomDocuments_sameAsQt()
 {
     if (QT_VERSION >= QT_VERSION_CHECK(6, 5, 0))
         QSKIP("the reference format is that of Qt 6.4");
@@ -259,8 +259,8 @@ void tst_XmlWriter::RandomDocuments_asByQt()
     }
 }
 
-// RandomDocuments_asByQt, where it runs, proves these documents equal to Qt's. With any other version of Qt,
-// they must have the same bytes.
+// RandomDocuments_sameAsQt, where it runs, proves these documents equal to Qt's. With any other version of
+// Qt, they must have the same bytes.
 void tst_XmlWriter::RandomDocuments_sameWithEveryQt()
 {
     QCryptographicHash digest(QCryptographicHash::Sha256);
@@ -271,15 +271,15 @@ void tst_XmlWriter::RandomDocuments_sameWithEveryQt()
         for (const QChar unit : text)
             units.append(char(unit.cell())).append(char(unit.row()));
         digest.addData(units);
-        if (text.isValidUtf16()) // otherwise, the encoder of Qt chooses the bytes
+        if (text.isValidUtf16()) // otherwise, Qt's encoder chooses the bytes
             digest.addData(WriteXmlFile(document));
     }
     QCOMPARE(digest.result().toHex(),
              QByteArray("b6d77dee897d37430958f0cbb471825a1c31ba4d22d19ef9cb9106b9c3203f13"));
 }
 
-// Documents of other programs.
-void tst_XmlWriter::Files_asByQt()
+// Documents from other programs.
+void tst_XmlWriter::Files_sameAsQt()
 {
     if (QT_VERSION >= QT_VERSION_CHECK(6, 5, 0))
         QSKIP("the reference format is that of Qt 6.4");
