@@ -11,11 +11,11 @@
 #   pkg_config         builds one from the installation with only the compiler and pkg-config
 #   pkg_config_static  the same from the static installation
 #   checks             builds one whose build checks its translations and expressions
-#   checks_inside      configures the same one with the library and its tool as a sub-project
+#   checks_inside      configures the same application with the library and its tool as a sub-project
 #   moved              moves the installation to another folder, and builds applications from there
 #   uninstall          checks what the target `uninstall` leaves behind
 #   versions           checks which version requests the package accepts
-#   waypost            builds a copy of the example application with windows, and has it draw a picture
+#   waypost            builds a copy of the example application Waypost, and makes it draw a picture
 # Each step is a test; Tests.cmake defines their dependencies.
 
 cmake_minimum_required(VERSION 3.25)
@@ -26,7 +26,7 @@ function(run)
         OUTPUT_VARIABLE output ERROR_VARIABLE errors RESULT_VARIABLE result)
     if(NOT result EQUAL 0)
         list(JOIN arg_COMMAND " " command)
-        message(FATAL_ERROR "${command}\ngave ${result}\n${output}\n${errors}")
+        message(FATAL_ERROR "${command}\nreturned ${result}\n${output}\n${errors}")
     endif()
     if(arg_OUTPUT)
         set(${arg_OUTPUT} "${output}" PARENT_SCOPE)
@@ -42,13 +42,13 @@ function(run_consumer program)
         string(CONCAT expected "QvUtil ${VERSION}\nplace 10 20 300 200\nhash c9cc8cce247e49bae79f15173ce97354\n"
             "types shared\nanswer 42\nrun ${count}\n")
         if(NOT output STREQUAL expected)
-            message(FATAL_ERROR "${program} printed\n${output}\nnot\n${expected}")
+            message(FATAL_ERROR "${program} printed\n${output}\ninstead of\n${expected}")
         endif()
     endforeach()
-    message(STATUS "${program} ran and printed what it should")
+    message(STATUS "${program} printed the expected output")
 endfunction()
 
-# Builds the application in the folder BUILD. Without a build type, so that all applications share the
+# Builds the application in the folder BUILD, without a build type, so that all applications share the
 # library's objects in ccache.
 function(configure_and_build build)
     file(REMOVE_RECURSE "${build}")
@@ -97,7 +97,7 @@ function(check_headers prefix)
     set(expected ${HEADERS})
     list(SORT expected)
     if(NOT found STREQUAL expected)
-        message(FATAL_ERROR "The installed headers are\n  ${found}\nnot\n  ${expected}")
+        message(FATAL_ERROR "The installed headers are\n  ${found}\ninstead of\n  ${expected}")
     endif()
 endfunction()
 
@@ -117,14 +117,14 @@ function(check_paths prefix)
         foreach(folder "${BUILD}" "${SOURCE}" "${prefix}")
             string(FIND "${content}" "${folder}" place)
             if(NOT place EQUAL -1)
-                message(FATAL_ERROR "${text} names ${folder}: it cannot be moved")
+                message(FATAL_ERROR "${text} names ${folder}, so the installation cannot be moved")
             endif()
         endforeach()
     endforeach()
 endfunction()
 
-# Installs the build tree and checks the installation. With UNINSTALL, removes it again. Keeps the list of
-# files that a person installed from this build tree, which `uninstall` uses.
+# Installs the build tree and checks the installation. With UNINSTALL, removes it again. Preserves the list of
+# files that the developer has installed from this build tree, because `uninstall` needs it.
 function(install_package build prefix)
     cmake_parse_arguments(PARSE_ARGV 2 arg "UNINSTALL" "" "")
     set(manifest "${build}/install_manifest.txt")
@@ -159,7 +159,7 @@ function(install_host build prefix)
     file(GLOB_RECURSE files RELATIVE "${prefix}" "${prefix}/*")
     if(NOT arg_INSTALL)
         if(NOT files STREQUAL "${BINDIR}/consumer")
-            message(FATAL_ERROR "With the host these files were installed: ${files}")
+            message(FATAL_ERROR "Installing the application also installed these files: ${files}")
         endif()
         return()
     endif()
@@ -173,10 +173,10 @@ endfunction()
 function(check_kind folder kind)
     file(GLOB_RECURSE found RELATIVE "${folder}" "${folder}/*libQvUtil*")
     if(kind STREQUAL "static" AND NOT found MATCHES "^[^;]*libQvUtil\\.a$")
-        message(FATAL_ERROR "The static library should be alone: ${found}")
+        message(FATAL_ERROR "Only the static library is expected, but found: ${found}")
     endif()
     if(kind STREQUAL "shared" AND (NOT found MATCHES "libQvUtil\\.(so|1|dylib)" OR found MATCHES "libQvUtil\\.a"))
-        message(FATAL_ERROR "The shared library should be alone: ${found}")
+        message(FATAL_ERROR "Only the shared library is expected, but found: ${found}")
     endif()
 endfunction()
 
@@ -209,7 +209,7 @@ macro(apply_variant)
     elseif(VARIANT STREQUAL "unity")
         list(APPEND arguments -DCMAKE_UNITY_BUILD=ON)
     elseif(VARIANT)
-        message(FATAL_ERROR "VARIANT is \"${VARIANT}\"")
+        message(FATAL_ERROR "Unknown VARIANT \"${VARIANT}\"")
     endif()
 endmacro()
 
@@ -269,15 +269,15 @@ function(build_checks build)
         execute_process(COMMAND ${${command}}
             OUTPUT_VARIABLE output ERROR_VARIABLE output RESULT_VARIABLE result)
         if(NOT arg_FAILS_WITH AND NOT result EQUAL 0)
-            message(FATAL_ERROR "${${command}}\ngave ${result}\n${output}")
+            message(FATAL_ERROR "${${command}}\nreturned ${result}\n${output}")
         endif()
         if(arg_FAILS_WITH AND (result EQUAL 0 OR NOT output MATCHES "${arg_FAILS_WITH}"))
-            message(FATAL_ERROR "${${command}}\ngave ${result} without \"${arg_FAILS_WITH}\"\n${output}")
+            message(FATAL_ERROR "${${command}}\nreturned ${result} without \"${arg_FAILS_WITH}\"\n${output}")
         endif()
     endforeach()
 endfunction()
 
-# Checks that a project without the tool cannot be configured if it contains CALL, a call of one of the
+# Checks that a project without the tool cannot be configured if it contains CALL, a call to one of the
 # package's functions, and that the output matches WORDS.
 function(reject_call call words)
     set(project "${SCRATCH}/checks_rejected")
@@ -287,7 +287,7 @@ function(reject_call call words)
     execute_process(COMMAND "${CMAKE_COMMAND}" -G "${GENERATOR}" -S "${project}" -B "${project}/build"
         OUTPUT_VARIABLE output ERROR_VARIABLE output RESULT_VARIABLE result)
     if(result EQUAL 0 OR NOT output MATCHES "${words}")
-        message(FATAL_ERROR "${call}\ngave ${result} without \"${words}\"\n${output}")
+        message(FATAL_ERROR "${call}\nreturned ${result} without \"${words}\"\n${output}")
     endif()
 endfunction()
 
@@ -306,7 +306,7 @@ function(step_checks)
 
     run(COMMAND "${CMAKE_COMMAND}" --build "${host}/build" OUTPUT output)
     if(output MATCHES "Checking")
-        message(FATAL_ERROR "The checks run again, though nothing has changed\n${output}")
+        message(FATAL_ERROR "The checks ran again although nothing had changed\n${output}")
     endif()
 
     break_and_repair("${host}" menu.de.xlf "<target>Speichern</target>" "<target/>" "untranslated")
@@ -316,7 +316,7 @@ function(step_checks)
     break_and_repair("${host}" conditions.txt "licensed | trial" "licensed | (trial" "conditions.txt")
 endfunction()
 
-# Checks that the application fails with TEXT replaced, and succeeds again without the change.
+# Checks that the application's checks fail if TEXT is replaced in FILE, and succeed again without the change.
 function(break_and_repair host file text replacement words)
     string(REPLACE "&" "&amp;" escaped_text "${text}")
     string(REPLACE "&" "&amp;" escaped_replacement "${replacement}")
@@ -327,7 +327,7 @@ function(break_and_repair host file text replacement words)
         string(REPLACE "${text}" "${replacement}" bad "${good}")
     endif()
     if(bad STREQUAL good)
-        message(FATAL_ERROR "${file} does not hold ${text}")
+        message(FATAL_ERROR "${file} does not contain ${text}")
     endif()
     file(WRITE "${host}/${file}" "${bad}")
     build_checks("${host}/build" FAILS_WITH "${words}")
@@ -352,7 +352,7 @@ function(step_checks_inside)
     run(COMMAND "${CMAKE_CTEST_COMMAND}" --test-dir "${host}/build" -N OUTPUT tests)
     foreach(check host-checks_xliff_1 host-checks_expressions_1)
         if(NOT plan MATCHES "Linking CXX executable [^\n]*/qvutil\n.*Checking ${check}")
-            message(FATAL_ERROR "The build does not run ${check} after it has built the tool\n${plan}")
+            message(FATAL_ERROR "The build does not run ${check} after building the tool\n${plan}")
         endif()
         if(NOT tests MATCHES ": ${check}\n")
             message(FATAL_ERROR "There is no test ${check}\n${tests}")
@@ -415,13 +415,13 @@ function(step_versions)
     foreach(request "${major}" "${major}.0" "${VERSION}")
         is_granted(granted "${request}")
         if(NOT granted)
-            message(FATAL_ERROR "Version ${request} is not granted by ${VERSION}")
+            message(FATAL_ERROR "Version ${VERSION} does not accept the request for version ${request}")
         endif()
     endforeach()
     foreach(request "${previous}.9" "${VERSION}.1" "${major}.999" "${next}.0")
         is_granted(granted "${request}")
         if(granted)
-            message(FATAL_ERROR "Version ${request} is granted by ${VERSION}")
+            message(FATAL_ERROR "Version ${VERSION} accepts the request for version ${request}")
         endif()
     endforeach()
 endfunction()
@@ -431,7 +431,7 @@ function(step_uninstall)
     install_package("${BUILD}" "${SCRATCH}/uninstall" UNINSTALL)
     file(GLOB_RECURSE files LIST_DIRECTORIES FALSE "${SCRATCH}/uninstall/*")
     if(files)
-        message(FATAL_ERROR "Left behind: ${files}")
+        message(FATAL_ERROR "Files left behind: ${files}")
     endif()
     file(GLOB_RECURSE folders LIST_DIRECTORIES TRUE "${SCRATCH}/uninstall/*")
     list(FILTER folders INCLUDE REGEX "/(qvutil|QvUtil)$")

@@ -40,7 +40,7 @@ function(qvutil_add_package_test name)
         FIXTURES_REQUIRED "${arg_AFTER}")
 endfunction()
 
-# Adds the test of one kind of application, package_host_WAY_KIND_MOC or package_host_WAY_KIND_MOC_VARIANT.
+# Adds the test of one kind of application, package_host_WAY_KIND_META or package_host_WAY_KIND_META_VARIANT.
 #   WAY      find_package, pkg_config, subdirectory or fetch_content
 #   KIND     shared or static: the library
 #   META     automoc or wrap: how the application's meta-objects are created
@@ -107,7 +107,7 @@ set(qvutil_variants cxx23 unity demanding lto)
 if(QVUTIL_CLANG)
     list(APPEND qvutil_variants clang)
 else()
-    message(STATUS "clang++ not found: no host is built by it")
+    message(STATUS "clang++ not found: no application is built with it")
 endif()
 foreach(variant IN LISTS qvutil_variants)
     qvutil_add_host_test(subdirectory static automoc ${variant})

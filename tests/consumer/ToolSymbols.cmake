@@ -6,13 +6,12 @@
 
 cmake_minimum_required(VERSION 3.25)
 
-# Sets OUTPUT to the names that FILE defines. Imported variables, whose names have the library's version, do
-# not count.
+# Sets OUTPUT to the names that FILE defines.
 function(get_defined_names output file)
     execute_process(COMMAND "${NM}" --defined-only --format=posix ${ARGN} "${file}"
         OUTPUT_VARIABLE lines RESULT_VARIABLE result)
     if(NOT result EQUAL 0 OR lines STREQUAL "")
-        message(FATAL_ERROR "${NM} ${file} gave ${result}")
+        message(FATAL_ERROR "${NM} ${file} returned ${result}")
     endif()
     string(REGEX MATCHALL "[^\n]+" lines "${lines}")
     list(TRANSFORM lines REPLACE " .*" "")
@@ -21,6 +20,7 @@ endfunction()
 
 get_defined_names(public "${LIBRARY}" --dynamic)
 list(TRANSFORM public REPLACE "@.*" "")
+# Variables that the tool imports keep the suffix with the library's version, so they match no public name.
 get_defined_names(own "${TOOL}")
 
 set(twice "")
@@ -30,5 +30,5 @@ foreach(name IN LISTS public)
     endif()
 endforeach()
 if(twice)
-    message(FATAL_ERROR "These symbols of the library are in the tool as well:${twice}")
+    message(FATAL_ERROR "The tool contains these symbols of the library:${twice}")
 endif()

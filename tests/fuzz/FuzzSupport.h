@@ -44,11 +44,11 @@ inline void Check(bool condition, const char* expectation)
 {
     if (condition)
         return;
-    std::fprintf(stderr, "not as expected: %s\n", expectation);
+    std::fprintf(stderr, "check failed: %s\n", expectation);
     std::abort();
 }
 
-/// Creates the file in that folder, or replaces its content. \return its path
+/// Like File(name), but creates the file, or replaces its content. \return its path
 inline QString File(const char* name, const QByteArray& content)
 {
     const QString path = File(name);

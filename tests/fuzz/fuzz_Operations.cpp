@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: 2026 The QvUtil developers
 // SPDX-License-Identifier: MIT
 
-// Interprets the input as operations on one document. No order of them may access freed memory.
+// Interprets the input as operations on one document. No sequence of operations may access freed memory.
 
 #include "FuzzSupport.h"
 

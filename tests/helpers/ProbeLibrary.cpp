@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: 2026 The QvUtil developers
 // SPDX-License-Identifier: MIT
 
-// A library to be loaded by tests, which look for its folder.
+// A library that tests load in order to look for its folder.
 extern "C" __attribute__((visibility("default"))) int ProbeLibraryAnswer()
 {
     return 42;

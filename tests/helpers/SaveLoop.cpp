@@ -1,14 +1,14 @@
 // SPDX-FileCopyrightText: 2026 The QvUtil developers
 // SPDX-License-Identifier: MIT
 
-// Saves documents for tst_SaveSafety, which kills it or runs it without root's rights.
+// Saves documents for tst_SaveSafety, which kills it or runs it without root privileges.
 //
 //   SaveLoop loop FILE              saves the documents in turn, endlessly; prints a line when it begins
 //   SaveLoop settings FILE          the same with Settings instead of XmlFiler
 //   SaveLoop count FILE COUNT       saves COUNT times; fails if a save fails
 //   SaveLoop save FILE NUMBER       saves one document; the exit code is 0 for true, 1 for false
 //   SaveLoop once FILE NUMBER       the same, but stops itself (SIGSTOP) before and after the save
-//   SaveLoop overwrite FILE         opens a Settings on a file and changes it; prints whether it was empty
+//   SaveLoop overwrite FILE         opens a file with Settings and changes it; prints whether it was empty
 //   SaveLoop open FILE              the same with Settings::OpenFile; prints the state that it returns
 //
 // With --user UID before the command, it runs as that user.
@@ -80,7 +80,7 @@ int LoopSettings(const QString& file)
         SaveLoopDocuments::Fill(stores.at(i), i);
         stores.at(i).MoveToRoot();
     }
-    // The file does not exist yet, so that setting it keeps the content of the stores.
+    // The file does not exist yet, so setting it keeps the content of the stores.
     for (Settings& store : stores)
         store.SetFile(file, QString());
     for (size_t i = 0;; ++i) {

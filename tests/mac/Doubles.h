@@ -91,7 +91,7 @@ enum class Folder { UserApplicationSupport, LocalApplicationSupport, SystemLibra
 /// Returns all folders that Foundation lists, in order.
 [[nodiscard]] QStringList ListFolders(Folder folder);
 
-/// Makes Foundation list one more folder, after those that it finds; none if empty.
+/// Makes Foundation list one more folder, after those that it finds. An empty text adds no folder.
 void AppendFolderToSearches(const QString& folder);
 
 /// Creates an NSString from UTF-16 code units and converts it back with the library.

@@ -58,7 +58,7 @@ QString gAppendedFolder;
 int gAccessListCopyResult = 0;
 QList<std::uint32_t> gFileCopies;
 
-// The loader
+// The dynamic loader
 
 QList<Doubles::Image> gImages;
 QList<mach_header> gHeaders;
@@ -87,7 +87,7 @@ void CountPoolDealloc(id self, SEL selector)
     gPoolDealloc(self, selector);
 }
 
-// Calls a method by its real type. IMP stands for any type, which newer compilers warn about without a cast.
+// Converts between a method's real type and IMP. Newer compilers warn about a direct cast.
 template <typename To, typename From> To CastMethod(From function)
 {
     return reinterpret_cast<To>(reinterpret_cast<void*>(function));
@@ -204,7 +204,7 @@ void CFRelease(CFTypeRef object)
 {
     CountMisuseUnless(object == &kLocaleObject && IsAlive());
     ++gLocaleCalls.Releases;
-    // Memory of a released object has undefined content.
+    // The memory of a released object has undefined content.
     gIdentifierInSystemEncoding.fill('?');
     gLocaleAnswers.Identifier.fill('?');
 }

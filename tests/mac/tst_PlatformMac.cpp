@@ -140,7 +140,7 @@ void tst_PlatformMac::GetUserLocaleIdentifier_data()
     QTest::newRow("conversion, first with a buffer one too small")
         << plain << false << false << false << kMacRoman << plain << Encodings{kMacRoman, kUtf8}
         << QList<long>{5, 16};
-    QTest::newRow("conversion that leaves out the terminator")
+    QTest::newRow("conversion that omits the terminator")
         << plain << false << false << true << kMacRoman << plain << Encodings{kMacRoman, kUtf8}
         << QList<long>{5};
     QTest::newRow("size of the conversion counts UTF-16 units")
@@ -194,7 +194,7 @@ void tst_PlatformMac::GetUserLocaleIdentifier_survivesTheLocale()
 {
     Doubles::SetLocale({"pt_BR"});
     const QByteArray identifier = Platform::GetUserLocaleIdentifier();
-    QCOMPARE(Doubles::GetLocaleCalls().Releases, 1); // from now on the string's memory has other content
+    QCOMPARE(Doubles::GetLocaleCalls().Releases, 1); // the string's memory has different content by now
     QCOMPARE(identifier, "pt_BR"_ba);
 }
 
@@ -320,8 +320,8 @@ void tst_PlatformMac::ResolveSymbolicLinks_data()
     QTest::addColumn<QString>("path");
     QTest::addColumn<QString>("expected");
 
-    // The test's folder contains folder/file, link to folder, file-link to folder/file, chain to link, and
-    // dangling to nothing.
+    // The test's folder contains the file folder/file and four links: "link" to the folder, "file-link" to
+    // the file, "chain" to "link", and "dangling" to a missing file.
     QTest::newRow("not a link") << u"folder/file"_s << u"folder/file"_s;
     QTest::newRow("link to a file") << u"file-link"_s << u"folder/file"_s;
     QTest::newRow("link to a folder") << u"link"_s << u"folder"_s;
@@ -500,10 +500,10 @@ void tst_PlatformMac::GetModulePath_data()
     QTest::newRow("whole file name") << u"libFoo.dylib"_s << u"/Applications/One/Frameworks"_s;
     QTest::newRow("without a dot gets the suffix") << u"libFoo"_s << u"/Applications/One/Frameworks"_s;
     QTest::newRow("first of equal names") << u"libSame.dylib"_s << u"/first"_s;
-    QTest::newRow("another case") << u"libfoo.dylib"_s << QString();
+    QTest::newRow("different case") << u"libfoo.dylib"_s << QString();
     QTest::newRow("any dot counts") << u"libFoo.1"_s << QString();
     QTest::newRow("version before the suffix") << u"libBar.1.dylib"_s << u"/usr/local/lib"_s;
-    QTest::newRow("version left out") << u"libBar.dylib"_s << QString();
+    QTest::newRow("version omitted") << u"libBar.dylib"_s << QString();
     QTest::newRow("the program") << u"program.x"_s << QString();
     QTest::newRow("framework without suffix") << u"QtCore"_s << QString();
     QTest::newRow("part of a name") << u"Foo.dylib"_s << QString();
@@ -615,7 +615,7 @@ void tst_PlatformMac::OutputDebugString_isSilent()
     QCOMPARE(messages, 0);
 }
 
-// The debug output is silent, but a failed load has its line in the log, as on other systems.
+// The debug output is silent, but a failed load still logs a line, as on other systems.
 void tst_PlatformMac::FailedOpenIsLogged()
 {
     static QStringList messages;

@@ -14,7 +14,7 @@ SCRIPTS = pathlib.Path(__file__).resolve().parents[2] / "scripts"
 sys.path.insert(0, str(SCRIPTS))
 sys.dont_write_bytecode = True
 
-import compare  # noqa: E402  (the path must be known first)
+import compare  # noqa: E402  (sys.path must be set first)
 
 STEADY = [100.0, 101.0, 99.0, 102.0, 98.0, 100.5, 99.5, 101.5, 98.5, 100.2]
 
@@ -31,7 +31,7 @@ class Statistics(unittest.TestCase):
         # All three values are above all three others: 2 of the 20 orders are this extreme.
         self.assertAlmostEqual(compare.mann_whitney([1, 2, 3], [4, 5, 6]), 0.1)
         self.assertAlmostEqual(compare.mann_whitney([4, 5, 6], [1, 2, 3]), 0.1)
-        # The critical value for samples of five and five at 5 % is U = 2, at 1 % it is 0.
+        # The critical value for samples of five and five is U = 2 at 5 %, and U = 0 at 1 %.
         self.assertLess(compare.exact_p(2, 5, 5), 0.05)
         self.assertGreater(compare.exact_p(3, 5, 5), 0.05)
         self.assertLess(compare.exact_p(0, 5, 5), 0.01)

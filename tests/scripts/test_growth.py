@@ -14,7 +14,7 @@ SCRIPTS = pathlib.Path(__file__).resolve().parents[2] / "scripts"
 sys.path.insert(0, str(SCRIPTS))
 sys.dont_write_bytecode = True
 
-import growth  # noqa: E402  (the path must be known first)
+import growth  # noqa: E402  (sys.path must be set first)
 
 SVG = "{http://www.w3.org/2000/svg}"
 
@@ -64,7 +64,7 @@ class Program(unittest.TestCase):
         texts = [text.text for text in chart.findall(f"{SVG}text")]
         for text in ("Load a document", "bytes of the document", "A, quick", "B <b>", "1 k", "10 k", "1 ms"):
             self.assertIn(text, texts)
-        # Two decades of time, and the axis grows upwards.
+        # The first line spans two decades of time, the second only one. Values grow upwards.
         heights = [[float(point.split(",")[1]) for point in line.get("points").split()] for line in lines]
         self.assertGreater(heights[0][0], heights[0][1])
         self.assertGreater(heights[0][0] - heights[0][1], 1.9 * (heights[1][0] - heights[1][1]))

@@ -11,7 +11,7 @@ import unittest
 sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[2] / "scripts"))
 sys.dont_write_bytecode = True
 
-import prose  # noqa: E402  (the path must be known first)
+import prose  # noqa: E402  (sys.path must be set first)
 
 
 class Prose(unittest.TestCase):

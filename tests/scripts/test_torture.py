@@ -12,7 +12,7 @@ import unittest
 sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[2] / "scripts"))
 sys.dont_write_bytecode = True
 
-import torture  # noqa: E402  (the path must be known first)
+import torture  # noqa: E402  (sys.path must be set first)
 
 
 def experiment(tried, failures=0, reason=None):

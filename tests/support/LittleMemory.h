@@ -14,7 +14,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-/// Loads documents with a limited amount of memory.
+/// Helpers for loading documents with a limited amount of memory.
 namespace TestSupport {
 
 enum class Outcome {

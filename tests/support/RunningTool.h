@@ -26,7 +26,7 @@ public:
         tool.Start(mProcess, arguments);
         mProcess.waitForStarted(ToolRunner::kTimeoutMs);
     }
-    /// Starts a shell command line instead.
+    /// Runs a shell command line in the background, with the tool as $TOOL.
     RunningTool(const ToolRunner& tool, const QString& shellLine)
     {
         tool.StartShell(mProcess, shellLine);

@@ -11,11 +11,10 @@
 /// The documents that SaveLoop saves. A file that it was saving must contain one of them.
 namespace SaveLoopDocuments {
 
-// Number of elements in each document: one write call suffices for the first, the last has several hundred
-// kilobytes.
+// Number of elements in each document: one write call suffices for the first, the last is larger than 100 KB.
 constexpr std::array<int, 4> kSizes = {1, 40, 400, 6'000};
 
-/// Fills an empty filer with the document of a number.
+/// Fills an empty filer with the document that has this number.
 inline void Fill(Quorvin::Util::XmlFiler& filer, size_t number)
 {
     filer.CreateRoot(QStringLiteral("Document%1").arg(number));

@@ -43,14 +43,14 @@ namespace SaveSafety {
                                   QDir::Name);
 }
 
-/// Returns the permission bits of a file, or -1.
+/// Returns the permission bits of a file; -1 if it does not exist.
 [[nodiscard]] inline int Mode(const QString& path)
 {
     struct stat status;
     return stat(QFile::encodeName(path).constData(), &status) == 0 ? int(status.st_mode & 07777) : -1;
 }
 
-/// Returns the type of the path itself (S_IFREG, S_IFLNK, ...), or 0.
+/// Returns the type of the path itself (S_IFREG, S_IFLNK, ...); 0 if it does not exist.
 [[nodiscard]] inline mode_t Kind(const QString& path)
 {
     struct stat status;

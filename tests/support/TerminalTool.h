@@ -81,7 +81,7 @@ public:
         Read();
         return mScreen;
     }
-    /// Returns all bytes so far.
+    /// Returns all output so far.
     [[nodiscard]] const QByteArray& Output()
     {
         Read();

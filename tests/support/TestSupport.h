@@ -88,7 +88,7 @@ private:
 };
 
 /// Enables the library's logging category and collects its messages for the lifetime of the guard. Other
-/// messages go where they would have gone. There may be one guard at a time.
+/// messages are handled as usual. Only one guard may exist at a time.
 class LogGuard
 {
 public:
@@ -144,8 +144,8 @@ private:
     }
 };
 
-/// Drops the rights of root, who can read and write every file, for the lifetime of the guard. Does nothing
-/// for other users. The folders above a file must be accessible to everybody.
+/// Drops root privileges, with which every file can be read and written, for the lifetime of the guard. Does
+/// nothing for other users. The folders above a file must be accessible to everybody.
 class UnprivilegedGuard
 {
 public:

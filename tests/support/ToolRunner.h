@@ -86,7 +86,7 @@ public:
             return Run(arguments);
         const QString folder = CopyToolForAll();
         return RunProgram(folder + QStringLiteral("/qvutil"), arguments, {}, [folder](QProcess& process) {
-            // The leak sanitizer traces its own process, which some systems forbid to such a user.
+            // Some systems forbid unprivileged users to trace a process, which the leak sanitizer does.
             QProcessEnvironment environment = process.processEnvironment();
             const QString name = QStringLiteral("ASAN_OPTIONS");
             environment.insert(name, environment.value(name) + QStringLiteral(":detect_leaks=0"));

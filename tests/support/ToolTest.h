@@ -14,14 +14,14 @@
 
 namespace TestSupport {
 
-/// Base of the tests that run the tool. The tool runs in a new folder for each test function and each of its
-/// rows. The folder of a failed test is kept.
+/// The base class of tests that run the tool. The tool runs in a new folder for each test function and each
+/// of its rows. The folder of a failed test is kept.
 class ToolTest : public QObject
 {
     Q_OBJECT
 
 protected:
-    /// Called before each test function, and after it, while the folder exists.
+    /// Called before and after each test function, while the folder exists.
     virtual void SetUp() { }
     virtual void TearDown() { }
 

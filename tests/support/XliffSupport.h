@@ -10,7 +10,7 @@
 #include <QByteArray>
 #include <QString>
 
-// Functions that return XLIFF files for tests, and read translations from such files.
+// Functions that create XLIFF files for tests, and read translations from them.
 namespace TestSupport {
 
 /// Returns the id of the unit for a text.

@@ -31,7 +31,7 @@ finish()
 }
 trap finish EXIT
 
-# The server chooses a free number, and writes it when it is ready.
+# The server chooses a free display number, and writes the number when it is ready.
 mkfifo "$folder/display"
 Xvfb -displayfd 3 -screen 0 1280x960x24 -nolisten tcp 3>"$folder/display" 2>"$folder/Xvfb.log" &
 processes+=($!)

@@ -52,7 +52,7 @@ public:
     }
     Q_DISABLE_COPY_MOVE(Home)
     [[nodiscard]] QString File(const QString& name) const { return mFolder.filePath(name); }
-    // A sample tour that may be changed.
+    // Copies a sample tour, which a test may then change. \return the path of the copy; empty after a failure
     [[nodiscard]] QString CopyTour(const QString& name) const
     {
         const QString copy = File(name + u".tour"_s);
@@ -64,7 +64,7 @@ private:
     QTemporaryDir mFolder;
 };
 
-// The files of a grid, and of other servers with names that begin with its name.
+// Returns the files of a grid, and of servers whose names begin with the grid's name.
 inline QStringList FindTraces(const QString& grid)
 {
     const QString digest
@@ -182,7 +182,7 @@ private:
     QProcess mProcess;
 };
 
-// The helper process of the tests of messaging, killed at the end unless it has ended before.
+// The helper process of the messaging tests, killed at the end unless it has ended before.
 class Peer
 {
 public:

@@ -99,7 +99,7 @@ private Q_SLOTS:
     void Language_data();
     void Language();
     void Language_isKept();
-    void Language_ofOneStartIsNotKept();
+    void Language_selectedOnceIsNotKept();
     void Language_ofOpenDialogs();
     void Language_ofQtTexts();
     void Menus_haveDistinctMnemonics_data();
@@ -327,7 +327,7 @@ void tst_Waypost::Language()
 
     Shown shown;
     QVERIFY(shown.IsActive);
-    QTest::keyClick(&shown.Window, Qt::Key_Comma, Qt::ControlModifier); // the preferences
+    QTest::keyClick(&shown.Window, Qt::Key_Comma, Qt::ControlModifier); // opens the preferences
     auto* dialog = shown.Window.findChild<FormDialog*>(u"Preferences"_s);
     QVERIFY(dialog != nullptr);
     QVERIFY(QTest::qWaitForWindowActive(dialog, kLongMs));
@@ -357,7 +357,7 @@ void tst_Waypost::Language_isKept()
     QCOMPARE(again.Action(u"Quit"_s)->text(), u"終了(&Q)"_s);
 }
 
-void tst_Waypost::Language_ofOneStartIsNotKept()
+void tst_Waypost::Language_selectedOnceIsNotKept()
 {
     Shown shown;
     shown.Window.SelectLanguageOnce(u"de"_s);
@@ -403,7 +403,7 @@ void tst_Waypost::Language_ofOpenDialogs()
 void tst_Waypost::Language_ofQtTexts()
 {
     if (!QFile::exists(QLibraryInfo::path(QLibraryInfo::TranslationsPath) + u"/qtbase_ja.qm"_s))
-        QSKIP("the translations of Qt are not installed");
+        QSKIP("Qt's translations are not installed");
     Shown shown;
     shown.Window.SelectLanguageOnce(u"de"_s);
     QCOMPARE(QCoreApplication::translate("QPlatformTheme", "Cancel"), u"Abbrechen"_s);
@@ -502,7 +502,7 @@ void tst_Waypost::Conditions()
         return names.join(u' ');
     };
     QCOMPARE(enabled(), QString());
-    QVERIFY(shown.Action(u"Open"_s)->isEnabled()); // without a condition
+    QVERIFY(shown.Action(u"Open"_s)->isEnabled()); // has no condition
     shown.Window.OpenFiles({mHome->CopyTour(u"ridge-walk"_s)});
     QCOMPARE(enabled(), u"SaveAs Export Close"_s);
     shown.ClickCell(shown.Points(), 1, 0);
@@ -875,7 +875,7 @@ void tst_Waypost::OpensInTheFolderOfTheTour()
         QCOMPARE(folder, QFileInfo(file).path());
     }
     folder.clear();
-    Shown again; // without a tour: where the last one was
+    Shown again; // has no tour, so the dialog opens in the folder of the last one
     QVERIFY(again.IsActive);
     open(again);
     QCOMPARE(folder, QFileInfo(file).path());
@@ -1156,11 +1156,11 @@ void tst_Waypost::Settings_twoWindowsKeepBothChanges()
     UserSettings one(Places::UserFolder());
     UserSettings other(Places::UserFolder());
     one.AddRecentFile(u"/a.tour"_s);
-    // Both have the preferences of the start.
+    // Both changes start from the same preferences.
     const Preferences before = one.ReadPreferences();
-    Preferences metres = before;
-    metres.Unit = Units::Imperial;
-    one.Write(before, metres);
+    Preferences imperial = before;
+    imperial.Unit = Units::Imperial;
+    one.Write(before, imperial);
     Preferences grid = before;
     grid.Grid = false;
     other.Write(before, grid);
@@ -1320,7 +1320,8 @@ void tst_Waypost::Program_listensBeforeItsWindow()
     EVENTUALLY(QFile::exists(QDir::tempPath() + u'/' + Places::ProcessName()));
     Program second({file}); // waits for an answer
     int writer = -1;
-    EVENTUALLY((writer = ::open(pipe.constData(), O_WRONLY | O_NONBLOCK)) >= 0); // if first reads
+    // This succeeds once the first process reads the pipe.
+    EVENTUALLY((writer = ::open(pipe.constData(), O_WRONLY | O_NONBLOCK)) >= 0);
     QVERIFY(QFile::remove(Home::SettingsFile()));
     QFile settings;
     QVERIFY(settings.open(writer, QIODevice::WriteOnly, QFileDevice::AutoCloseHandle));
@@ -1341,7 +1342,7 @@ void tst_Waypost::Program_handsOverOnceToABusyInstance()
     QVERIFY(SingleInstance::Claim(lock, name, {}) == SingleInstance::Outcome::First);
     SingleInstance first(behind);
     QSignalSpy received(&first, &SingleInstance::FilesReceived);
-    QProcess proxy; // prints the requests, but not before the server listens
+    QProcess proxy; // prints the requests once the server listens
     EVENTUALLY(QFile::exists(QDir::tempPath() + u'/' + behind));
     proxy.start(QStringLiteral(QVUTIL_TOOL), {u"ipc"_s, u"proxy"_s, behind, u"--as"_s, name});
     EVENTUALLY(QFile::exists(QDir::tempPath() + u'/' + name));
@@ -1465,7 +1466,7 @@ void tst_Waypost::Grid_joinsWhenItsRegistryIsUnlocked()
     grid.SetTitle(u"Late"_s);
     QVERIFY(holder.End());
     Program other({u"--screenshot"_s, mHome->File(u"p.png"_s), u"--picture"_s, u"window-menu"_s});
-    EVENTUALLY(!other.IsRunning()); // when it has found the window
+    EVENTUALLY(!other.IsRunning()); // the process ends when it has found the window
     const int result = other.Result();
     QVERIFY2(result == 0, qPrintable(other.Errors()));
 }
@@ -1493,8 +1494,8 @@ void tst_Waypost::Grid_looksLessOftenWhileItsRegistryIsLocked_data()
 {
     QTest::addColumn<bool>("isMember");
 
-    QTest::newRow("before it joins") << false;
-    QTest::newRow("after it has joined") << true;
+    QTest::newRow("before the window joins") << false;
+    QTest::newRow("after the window has joined") << true;
 }
 
 void tst_Waypost::Grid_looksLessOftenWhileItsRegistryIsLocked()
@@ -1630,7 +1631,7 @@ void tst_Waypost::Grid_ignoresATourSentAgain()
     QCOMPARE(shown.Window.Tours().Count(), tours);
 }
 
-// A busy window reads its messages late. If the tour was sent a second time meanwhile, it would arrive twice.
+// A busy window reads its messages late. If the tour were sent again meanwhile, it would arrive twice.
 void tst_Waypost::Grid_sendsOnceWhileConnected()
 {
     const QString name = mHome->File(u"s"_s);
@@ -1719,7 +1720,7 @@ void tst_Waypost::Grid_takesAnAnswerDuringAnotherWait()
     new Courier(
         mHome->File(u"living"_s), u"Question"_s, {},
         [&](const std::optional<QVariantMap>& answer) { isTaken = answer.has_value(); }, &parent);
-    QTimer timer; // its slot is called in the first wait
+    QTimer timer; // the slot runs during the first wait
     connect(&timer, &QTimer::timeout, this, [&] {
         if (!living.IsAsked)
             return;

@@ -61,7 +61,7 @@ private:
     std::unique_ptr<Home> mHome;
 };
 
-// Waits for the window manager: it puts a frame around the window.
+// Waits until the window manager is ready: it then puts a frame around a window.
 void tst_WaypostDesktop::initTestCase()
 {
     QWidget window;
@@ -92,7 +92,7 @@ void tst_WaypostDesktop::Window_comesBackInItsPlace()
         EVENTUALLY_EQUAL(shown.Window.geometry(), place);
         QVERIFY(shown.Window.close());
     }
-    for (int start = 0; start < 2; ++start) { // twice: the frame must not move it a little each time
+    for (int start = 0; start < 2; ++start) { // twice: the frame must not move the window a little each time
         UserSettings settings(Places::UserFolder());
         MainWindow window(settings, kData, {});
         window.RestorePlace();
@@ -186,7 +186,7 @@ void tst_WaypostDesktop::Grid_raisesAWindow()
     EVENTUALLY(!shown.Window.isActiveWindow());
     Q_EMIT grid->RaiseWanted();
     EVENTUALLY(shown.Window.isActiveWindow());
-    grid->Raise(other.ProcessId()); // and the other process
+    grid->Raise(other.ProcessId()); // raises the window of the other process
     EVENTUALLY(!shown.Window.isActiveWindow());
 }
 

@@ -4,7 +4,7 @@
 #ifndef QVUTIL_TESTS_SOCKET_H
 #define QVUTIL_TESTS_SOCKET_H
 
-// The system's header, with the additions of macOS.
+// The system's header, with what macOS adds to it.
 #include_next <sys/socket.h>
 #include <sys/types.h>
 
