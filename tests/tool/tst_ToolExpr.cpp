@@ -68,9 +68,8 @@ void tst_ToolExpr::Run_data()
     row("eval, not closed", {u"eval"_s, u"a & (b"_s},
         u"!   a & (b\n!       ^\n! qvutil: expression, column 5: this '(' is not closed\n=> 2\n"_s);
     row("eval, evaluated mistake", {u"eval"_s, u"a & (b & & c)"_s, u"--true"_s, u"a,b,c"_s},
-        u"!   a & (b & & c)\n!            ^\n! qvutil: expression, column 10: an operand is missing beside "
-        u"this "
-        "operator\n=> 2\n"_s);
+        u"!   a & (b & & c)\n!            ^\n! qvutil: expression, column 10: an operand is missing next to "
+        "this operator\n=> 2\n"_s);
     row("eval, explain",
         {u"eval"_s, u"a & (b | c) | d"_s, u"--true"_s, u"a,c"_s, u"--false"_s, u"b"_s, u"--explain"_s},
         u"  a & (b | c) | d\n    a   1. true\n    &\n    b | c\n      b   2. false\n      |\n      c   3. "
@@ -105,13 +104,13 @@ void tst_ToolExpr::Run_data()
         u"precedes them\n"
         "  a | b & (a | c)\n  ^~~~~~~~~~~~~~~\n=> 1\n"_s);
     row("lint, empty operand of a chain", lint(u"a & & b"_s),
-        u"expression 1, column 5: an operand is missing beside this operator\n  a & & b\n      ^\n=> 1\n"_s);
+        u"expression 1, column 5: an operand is missing next to this operator\n  a & & b\n      ^\n=> 1\n"_s);
     row("lint, and at the end", lint(u"a &"_s),
-        u"expression 1, column 3: an operand is missing beside this operator\n  a &\n    ^\n=> 1\n"_s);
+        u"expression 1, column 3: an operand is missing next to this operator\n  a &\n    ^\n=> 1\n"_s);
     row("lint, and at the front", lint(u"& a"_s),
-        u"expression 1, column 1: an operand is missing beside this operator\n  & a\n  ^\n=> 1\n"_s);
+        u"expression 1, column 1: an operand is missing next to this operator\n  & a\n  ^\n=> 1\n"_s);
     row("lint, or doubled", lint(u"a | | b"_s),
-        u"expression 1, column 5: an operand is missing beside this operator\n  a | | b\n      ^\n=> 1\n"_s);
+        u"expression 1, column 5: an operand is missing next to this operator\n  a | | b\n      ^\n=> 1\n"_s);
     row("lint, blank group", lint(u"a & ( )"_s),
         u"expression 1, column 6: an operand is missing here\n  a & ( )\n       ^\n=> 1\n"_s);
     row("lint, operator missing", lint(u"(a) b"_s),
@@ -119,7 +118,7 @@ void tst_ToolExpr::Run_data()
     row("lint, not closed", lint(u"a & (b"_s),
         u"expression 1, column 5: this '(' is not closed\n  a & (b\n      ^\n=> 1\n"_s);
     row("lint, not opened", lint(u"a) & b"_s),
-        u"expression 1, column 2: this ')' was not opened\n  a) & b\n   ^\n=> 1\n"_s);
+        u"expression 1, column 2: this ')' has no matching '('\n  a) & b\n   ^\n=> 1\n"_s);
     row("lint, known operands", {u"lint"_s, u"a & b"_s, u"--known"_s, u"a, b"_s},
         u"no problems; expressions checked: 1\n=> 0\n"_s);
     row("lint, unknown operand", {u"lint"_s, u"a & big cat"_s, u"--known"_s, u"a,b"_s},
@@ -170,7 +169,7 @@ void tst_ToolExpr::Run_data()
     row("table, line break in an operand", {u"table"_s, u"a\nb"_s},
         u"a\\nb\tresult\nfalse\tfalse\ntrue\ttrue\n=> 0\n"_s);
     row("table, mistake", {u"table"_s, u"a |"_s},
-        u"!   a |\n!     ^\n! qvutil: expression, column 3: an operand is missing beside this operator\n=> 2\n"_s);
+        u"!   a |\n!     ^\n! qvutil: expression, column 3: an operand is missing next to this operator\n=> 2\n"_s);
     row("operands", {u"operands"_s, u"x & (big cat | y) & x"_s}, u"x\nbig cat\ny\n=> 0\n"_s);
     row("operands, mistake", {u"operands"_s, u"(a"_s},
         u"!   (a\n!   ^\n! qvutil: expression, column 1: this '(' is not closed\n=> 2\n"_s);
@@ -235,14 +234,14 @@ void tst_ToolExpr::Lint_file()
     QVERIFY(mTool->Write(u"list.txt"_s, "a & b\n\n  (a\r\nc |"));
     QCOMPARE(mTool->Run({u"expr"_s, u"lint"_s, u"--file"_s, u"list.txt"_s}).ToText(),
              u"list.txt:3, column 1: this '(' is not closed\n  (a\n  ^\n"
-             "list.txt:4, column 3: an operand is missing beside this operator\n  c |\n    ^\n=> 1\n"_s);
+             "list.txt:4, column 3: an operand is missing next to this operator\n  c |\n    ^\n=> 1\n"_s);
 }
 
 void tst_ToolExpr::Lint_percentInName()
 {
     QVERIFY(mTool->Write(u"%2 %3.txt"_s, "a |"));
     QCOMPARE(mTool->Run({u"expr"_s, u"lint"_s, u"--file"_s, u"%2 %3.txt"_s}).ToText(),
-             u"%2 %3.txt:1, column 3: an operand is missing beside this operator\n  a |\n    ^\n=> 1\n"_s);
+             u"%2 %3.txt:1, column 3: an operand is missing next to this operator\n  a |\n    ^\n=> 1\n"_s);
     QVERIFY(mTool->Write(u"%2 %3.xml"_s, "<w e=\"a |\"/>"));
     const QString text
         = mTool->Run({u"expr"_s, u"lint"_s, u"--xml"_s, u"%2 %3.xml"_s, u"--attribute"_s, u"e"_s}).ToText();

@@ -162,7 +162,7 @@ void tst_ToolGeneral::Help()
                           "  1  no: not found, different, problems found\n"
                           "  2  wrong usage, or a file that cannot be read or written\n"_s));
     QVERIFY(Section(help, u"Commands"_s)
-                .contains(u"hash                      Print MD5 digests of files or texts"_s));
+                .contains(u"hash                      Print the MD5 digests of files or texts"_s));
     QCOMPARE(mTool->Run({u"-h"_s}).Output, result.Output);
 }
 
@@ -978,7 +978,7 @@ void tst_ToolGeneral::Hash_data()
         << QStringList{u"none"_s, u"abc"_s, u"."_s, u""_s, u"empty"_s}
         << u"900150983cd24fb0d6963f7d28e17f72  abc\nd41d8cd98f00b204e9800998ecf8427e  empty\n"
            "! qvutil: none: No such file or directory\n! qvutil: .: is a folder\n"
-           "! qvutil: \"\": an empty file name\n=> 2\n"_s;
+           "! qvutil: \"\": the file name is empty\n=> 2\n"_s;
     QTest::newRow("name in brackets")
         << QStringList{u"[a,b]"_s} << u"900150983cd24fb0d6963f7d28e17f72  [a,b]\n=> 0\n"_s;
     QTest::newRow("name with a line break")

@@ -197,7 +197,7 @@ void tst_ToolIpc::Call_badParameters_data()
     row("two JSON values", {u"a:=1,2"_s},
         u"! qvutil: a: malformed JSON: exactly one value is required\n"_s + hint);
     row("no such file", {u"a=@missing"_s}, u"! qvutil: missing: No such file or directory\n"_s);
-    row("no file name", {u"a=@"_s}, u"! qvutil: \"\": an empty file name\n"_s);
+    row("no file name", {u"a=@"_s}, u"! qvutil: \"\": the file name is empty\n"_s);
     row("character that XML does not allow", {u"a=\x01"_s},
         u"! qvutil: Ask: params.a: contains the character U+0001, which XML does not allow\n"_s);
     row("character that XML does not allow, in the key", {u"a\x02=1"_s},

@@ -345,7 +345,7 @@ void tst_ToolXml::Get_fromInput()
                  .ToText(),
              u"640\n=> 0\n"_s);
     QCOMPARE(Run({u"xml"_s, u"get"_s, u"."_s, u"a"_s}), u"! qvutil: .: is a folder\n=> 2\n"_s);
-    QCOMPARE(Run({u"xml"_s, u"get"_s, u""_s, u"a"_s}), u"! qvutil: \"\": an empty file name\n=> 2\n"_s);
+    QCOMPARE(Run({u"xml"_s, u"get"_s, u""_s, u"a"_s}), u"! qvutil: \"\": the file name is empty\n=> 2\n"_s);
 }
 
 void tst_ToolXml::Set_type_data()

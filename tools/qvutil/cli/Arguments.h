@@ -25,9 +25,9 @@ struct ArgumentScan
     const CLI::App* Command = nullptr; ///< the command or group that the arguments lead to
     Wish Wanted = Run;
     QString Problem; ///< empty if the arguments are valid
-    bool IsIncomplete = false; ///< whether a command of the group is missing
+    bool IsIncomplete = false; ///< whether they name a group, but none of its commands
     JsonStyle Json = JsonStyle::Automatic;
-    std::vector<std::string> Arguments; ///< for CLI11, in reverse order
+    std::vector<std::string> Arguments; ///< to pass to CLI11, which expects them in reverse order
 };
 
 [[nodiscard]] ArgumentScan ScanArguments(const CLI::App& root, int argc, const char* const* argv);

@@ -26,7 +26,7 @@ constexpr const char* kFooter = R"(Exit status:
 If FILE is -, the tool reads standard input. Put arguments that begin with '-'
 but are not options after --, as in: qvutil settings set FILE PATH NAME -- -v
 
-Help on a command: qvutil COMMAND --help, such as: qvutil xml get --help)";
+Help on a command: qvutil GROUP COMMAND --help, for example: qvutil xml get --help)";
 
 // Rejects invalid UTF-8: Qt converts arguments to UTF-16, so invalid bytes would name a different file.
 QString FindInvalidArgument(int argc, const char* const* argv)
@@ -101,7 +101,7 @@ ExitCode CommandLine::RejectArguments(const QString& reason)
     return Reject(SelectedCommand(), reason);
 }
 
-// ReadArguments reports all known errors; this is a fallback for any others.
+// ScanArguments reports all known errors; this is a fallback for any others.
 ExitCode CommandLine::RejectArguments(const CLI::ParseError& /*error*/)
 {
     return RejectArguments(u"these arguments cannot be combined"_s);
@@ -178,7 +178,8 @@ CLI::Option* AddTexts(CLI::App& command, const std::string& name, QStringList& t
                 target += FromArgument(text);
         },
         description);
-    // An option takes only one text each time; otherwise it would consume the arguments after it.
+    // Limit an option to one value each time it is given; otherwise it would consume the arguments after the
+    // value.
     if (!option->get_positional())
         option->allow_extra_args(false);
     return option;
@@ -202,9 +203,9 @@ CLI::Option* AddNumber(CLI::App& command, const std::string& name, int& target, 
 
 CLI::Option* AddJsonFlag(CLI::App& command, bool& target)
 {
-    return command.add_flag(
-        "--json", target,
-        "Print JSON: indented on a terminal, on one line elsewhere; --json=pretty or --json=lines to choose");
+    return command.add_flag("--json", target,
+                            "Print JSON: indented on a terminal, otherwise on one line; --json=pretty and "
+                            "--json=lines set the format");
 }
 
 } // namespace Quorvin::Tool

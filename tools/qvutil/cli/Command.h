@@ -19,7 +19,7 @@ namespace Quorvin::Tool {
 
 /// The tool's command line: groups of commands, their options and their actions.
 ///
-/// Each group has one source file with one function Add…Commands, which is listed in Groups.h:
+/// Each group has a function Add…Commands, which is declared in Groups.h and called by main:
 /// \code
 /// struct ShowOptions
 /// {
@@ -38,7 +38,7 @@ namespace Quorvin::Tool {
 /// }
 /// \endcode
 ///
-/// The action runs after the whole command line was read. It prints through Console and returns the exit
+/// The action runs after the whole command line has been read. It prints through Console and returns the exit
 /// code. To report an error, it throws Failure, or UsageFailure if the arguments are wrong.
 class CommandLine
 {
@@ -53,13 +53,13 @@ public:
     /// \param examples  command lines for the command's help, one per line
     CLI::App& AddCommand(CLI::App& group, const std::string& name, const std::string& description,
                          const std::string& examples, Action action);
-    /// Sets the action of a command, for an action that needs the command's options.
+    /// Sets the action of a command that was added without one, because the action needs the command's
+    /// options.
     void SetAction(CLI::App& command, Action action);
     /// Returns the root, for commands without a group.
     [[nodiscard]] CLI::App& Root() { return mApp; }
 
-    /// Reads the arguments, runs the command and returns its exit code. All output is written when this
-    /// returns.
+    /// Reads the arguments, runs the command, writes all of its output, and returns its exit code.
     [[nodiscard]] ExitCode Run(int argc, const char* const* argv);
 
 private:
@@ -75,12 +75,12 @@ private:
 /// Adds an explanation to a command's help, before the examples. Lines are joined and wrapped, except
 /// indented lines.
 void AddExplanation(CLI::App& command, const std::string& text);
-/// Adds an argument ("FILE") or an option ("--name,-n") whose value is a text. Use no other function for
-/// texts: this one ensures that they arrive as the user typed them.
+/// Adds an argument ("FILE") or an option ("--name,-n") whose value is a string. Always use this function for
+/// strings: it ensures that the value arrives as the user typed it.
 CLI::Option* AddText(CLI::App& command, const std::string& name, QString& target,
                      const std::string& description);
 /// Adds an argument ("FILE") or an option ("--name") that can be repeated. Help shows the type_name() of an
-/// argument if it contains a space: "[NAME] VALUE" for one or two texts.
+/// argument if it contains a space: "[NAME] VALUE" for one or two values.
 CLI::Option* AddTexts(CLI::App& command, const std::string& name, QStringList& target,
                       const std::string& description);
 /// The range of an option's value.
@@ -92,7 +92,6 @@ struct NumberRange
 /// Adds an option ("--count") whose value is a whole number.
 CLI::Option* AddNumber(CLI::App& command, const std::string& name, int& target, NumberRange range,
                        const std::string& description);
-/// Adds the flag --json.
 CLI::Option* AddJsonFlag(CLI::App& command, bool& target);
 
 } // namespace Quorvin::Tool

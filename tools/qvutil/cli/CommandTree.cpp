@@ -13,7 +13,7 @@ bool IsRepeatable(const CLI::Option& option)
     return option.get_items_expected_max() >= kManyTexts;
 }
 
-// "[FILE...]"
+// Returns an argument as the usage line shows it: "[FILE...]".
 QString UsageOf(const CLI::Option& argument)
 {
     const QString name = QString::fromStdString(ShownName(argument));

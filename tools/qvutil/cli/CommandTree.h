@@ -14,11 +14,11 @@
 
 namespace Quorvin::Tool {
 
-/// An argument or option that takes this many texts takes any number of them.
+/// The number of values of an argument or option that takes any number of them.
 inline constexpr int kManyTexts = 1 << 20;
 
-/// Returns the name of an argument as help shows it: "FILE", or "[NAME] VALUE" for a list of both. CLI11 does
-/// not allow a space in a name, so the latter is the argument's type name.
+/// Returns the name of an argument as help shows it: "FILE", or "[NAME] VALUE" for a list of texts with
+/// different meanings. CLI11 does not allow a space in a name, so the latter is the argument's type name.
 [[nodiscard]] std::string ShownName(const CLI::Option& option);
 
 /// An argument or option, as help shows it.
@@ -27,7 +27,7 @@ struct OptionInfo
     QStringList Names; ///< for example "--type" and "-t"; for an argument, only its name
     QString Value; ///< placeholder for the option's value, such as "TYPE"; empty for flags and arguments
     QString Description;
-    bool IsRepeatable = false; ///< whether it can be repeated
+    bool IsRepeatable = false;
 };
 
 /// A command or a group of commands, as help shows it.
@@ -36,12 +36,12 @@ struct CommandInfo
     QStringList Path; ///< "xml", "get"; empty for the tool itself
     QString Description;
     QString Usage; ///< "qvutil xml get [options] FILE PATH [NAME]"
-    QString Footer; ///< the text at the end of its help
+    QString Footer; ///< the text at the end of the help
     QList<OptionInfo> Arguments;
     QList<OptionInfo> Options;
     QList<QStringList> Commands; ///< name and description of each command below it
 
-    /// Returns the path as one text: "xml get".
+    /// Returns the path as a string: "xml get".
     [[nodiscard]] QString Name() const { return Path.join(u' '); }
     /// Returns the path with the name of the program: "qvutil xml get".
     [[nodiscard]] QString FullName() const
@@ -56,7 +56,7 @@ struct CommandInfo
 /// Lists the tool itself, then each group and command that help shows, groups before their commands.
 [[nodiscard]] QList<CommandInfo> ListCommands(const CLI::App& root);
 
-/// Return scripts with which a shell completes the tool's commands and options.
+/// Return the scripts that complete the tool's commands and options in a shell.
 [[nodiscard]] QString BashCompletion(const QList<CommandInfo>& commands);
 [[nodiscard]] QString FishCompletion(const QList<CommandInfo>& commands);
 [[nodiscard]] QString ZshCompletion(const QList<CommandInfo>& commands);

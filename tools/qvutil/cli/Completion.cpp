@@ -27,7 +27,7 @@ _qvutil()
             continue
         fi
         case "$command $word" in
-        " help") ;; # what follows is a command
+        " help") ;; # a command follows
 @STEPS@            command="${command:+$command }$word" ;;
 @VALUED@            option=$word ;;
         "$command -"*) ;;
@@ -108,7 +108,7 @@ _qvutil()
             continue
         fi
         case "$command $word" in
-        " help") ;; # what follows is a command
+        " help") ;; # a command follows
 @STEPS@            command="${command:+$command }$word" ;;
 @VALUED@            option=$word ;;
         "$command -"*) ;;
@@ -160,7 +160,7 @@ function __qvutil_at --description 'Whether the command so far is this one, and 
             continue
         end
         switch "$command $word"
-            case ' help' # what follows is a command
+            case ' help' # a command follows
             case @STEPS@
                 set command (string trim -- "$command $word")
             case @VALUED@
@@ -183,8 +183,8 @@ function __qvutil_values --description 'Values of one kind'
 end
 )sh";
 
-// Returns patterns "PARENT COMMAND" for a case statement, in the syntax of every shell: words that match
-// lead from a group to one of its commands.
+// Returns the patterns "GROUP COMMAND" of a case statement, in a syntax that every shell accepts. They match
+// a group followed by the name of one of its commands.
 QStringList Steps(const QList<CommandInfo>& commands, QChar quote)
 {
     QStringList steps;
@@ -202,8 +202,8 @@ QString Quoted(const QString& text)
     return u'\'' + QString(text).replace(u'\'', "'\\''"_L1) + u'\'';
 }
 
-// Returns the kind of values that completion offers for an argument or option (see OfferValues); empty if it
-// offers none.
+// Returns the kind of values that completion offers for an argument or option (see OfferValues); empty if
+// there are none.
 QString OfferedValues(const CommandInfo& command, const OptionInfo& option)
 {
     const QString place = option.Value.isEmpty() ? option.Names.value(0) : option.Value;
@@ -224,7 +224,7 @@ QString OfferedValues(const CommandInfo& command, const OptionInfo& option)
     return {};
 }
 
-// Returns patterns of a case statement that match the options with a value.
+// Returns the patterns of a case statement that match the options that take a value.
 QStringList ValuedOptions(const QList<CommandInfo>& commands, QChar quote)
 {
     QStringList cases;

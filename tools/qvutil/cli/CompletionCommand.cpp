@@ -68,7 +68,7 @@ void AddCompletionCommand(CommandLine& line)
         "The script completes commands, options and files, and the names of types, locales, grids and "
         "servers.");
     AddText(completion, "SHELL", options->Shell, "bash, zsh or fish");
-    AddText(completion, "--list", options->Kind, "Print the values that a script offers")
+    AddText(completion, "--list", options->Kind, "Print the values of one kind, for the script")
         ->type_name("KIND")
         ->group("");
 }

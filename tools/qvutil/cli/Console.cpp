@@ -21,7 +21,7 @@ using namespace Qt::StringLiterals;
 namespace Quorvin::Tool::Console {
 namespace {
 
-// Work that takes less time shows no progress bar.
+// No progress bar is shown for work that takes less time.
 constexpr int kBarDelayMs = 1000;
 constexpr qint64 kBarIntervalMs = 60;
 constexpr int kBarWidth = 24;
@@ -67,8 +67,8 @@ void WriteToOutput(const QByteArray& bytes)
         FailToWrite();
 }
 
-// Returns whether a terminal would interpret a character instead of showing it, or cannot show it. These are
-// control characters, characters that change the writing direction, and two noncharacters.
+// Returns whether a terminal would interpret a character instead of showing it, or could not show it. This is
+// true for control characters, characters that change the writing direction, and two noncharacters.
 bool IsControl(QChar c)
 {
     const char16_t code = c.unicode();

@@ -20,7 +20,7 @@ namespace Quorvin::Tool::Console {
 
 /// Prints text. On a terminal, control characters other than line feeds and tabs are escaped, so that no
 /// document can send commands to the terminal. If the output cannot be written, the command ends with an
-/// error; if it is a closed pipe, the command ends silently.
+/// error; if the output is a closed pipe, the command ends silently.
 void Print(const QString& text);
 /// Prints text and a line feed.
 void PrintLine(const QString& text);
@@ -44,13 +44,13 @@ void PrintError(const QString& text);
 /// Returns the name of a code point: U+0001.
 [[nodiscard]] QString CodePoint(char32_t c);
 
-/// A progress bar on standard error. It is only shown if that is a terminal. It appears after a
-/// second, or after the milliseconds in the environment variable QVUTIL_PROGRESS_DELAY, and disappears with
-/// the object. Results and errors can be printed meanwhile: they replace the bar.
+/// A progress bar on standard error, which is only shown on a terminal. It appears after one second, or after
+/// the number of milliseconds in the environment variable QVUTIL_PROGRESS_DELAY, and disappears when the
+/// object is destroyed. Results and errors can be printed meanwhile: they replace the bar.
 class ProgressBar
 {
 public:
-    /// \param total  amount of work, in any unit, of which the bar shows the share; 0 to show only the label
+    /// \param total  amount of work, in any unit; 0 to show only the label
     explicit ProgressBar(qint64 total);
     ~ProgressBar();
     Q_DISABLE_COPY_MOVE(ProgressBar)

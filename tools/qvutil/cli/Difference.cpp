@@ -153,7 +153,7 @@ private:
     int mAfterEnd = 0;
 };
 
-/// Collects the lines of a unified difference.
+/// Collects the lines of a unified diff.
 class DifferenceWriter
 {
 public:

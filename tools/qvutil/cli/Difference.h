@@ -13,23 +13,22 @@
 
 namespace Quorvin::Tool {
 
-/// Compares two contents of a file line by line.
-/// \param name    name of the file for the two lines at the beginning
-/// \param before  the old content; empty if there is no such file yet
-/// \return a unified difference with three lines of context, as `patch` reads it; empty if there is none
+/// Compares two versions of a file line by line.
+/// \param name    name of the file, for the two header lines
+/// \param before  the old content; nullopt if the file does not exist yet
+/// \return a unified diff with three lines of context, as `patch` reads it; empty if the versions are equal
 [[nodiscard]] QByteArray UnifiedDifference(const QString& name, const std::optional<QByteArray>& before,
                                            const QByteArray& after);
 
-/// Prints the unified difference for a command that was called with --dry-run.
+/// Prints a unified diff, for a command that was called with --dry-run.
 /// \return No if there is a difference
 ExitCode PrintDifference(const QString& name, const std::optional<QByteArray>& before,
                          const QByteArray& after);
 
 /// Reads a file for the comparison. Throws Failure if it exists but cannot be read.
-/// \return empty if there is no such file
+/// \return nullopt if the file does not exist
 [[nodiscard]] std::optional<QByteArray> ReadIfExists(const QString& file);
 
-/// Adds the flag --dry-run.
 CLI::Option* AddDryRunFlag(CLI::App& command, bool& target);
 
 } // namespace Quorvin::Tool

@@ -13,7 +13,7 @@
 namespace Quorvin::Tool {
 
 /// Shows the events of a command that watches something. On a terminal, the latest events appear below a
-/// table that is updated in place. Otherwise, and as JSON, each event is a line.
+/// table that is updated in place. Otherwise, and for JSON, each event is printed on one line.
 class EventLog
 {
 public:
@@ -24,7 +24,7 @@ public:
     /// \param text     description, which follows the time and the event
     /// \param details  the same information for programs
     void Add(const QString& event, const QString& text, QJsonObject details);
-    /// Returns whether the number of events that the user requested was reached.
+    /// Returns whether the number of events that the user requested has been reached.
     [[nodiscard]] bool IsDone() const { return mMaxCount > 0 && mCount >= mMaxCount; }
 
     /// Returns whether a table should be drawn.

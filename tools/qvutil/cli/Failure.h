@@ -31,7 +31,7 @@ public:
     QString Reason;
 };
 
-/// Ends the running command like Failure, with a hint at the command's help.
+/// Ends the running command like Failure, and points the user to the command's help.
 class UsageFailure : public Failure
 {
 public:

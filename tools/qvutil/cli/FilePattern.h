@@ -11,7 +11,7 @@
 namespace Quorvin::Tool {
 
 /// Throws UsageFailure if a pattern for file names, such as *.log, is not valid. Qt would print a warning for
-/// each file, with the characters of the pattern as they are.
+/// each file, without escaping the control characters in the pattern.
 inline void CheckFilePattern(const QString& pattern)
 {
     if (!QRegularExpression::fromWildcard(pattern).isValid())

@@ -22,8 +22,9 @@ void AddFilesCommands(CommandLine& line);
 void AddHashCommand(CommandLine& line);
 void AddHelpCommand(CommandLine& line);
 
-// Commands with which the build creates files that are installed with the tool. The files are made from the
-// tool's own commands and options, so they are always up to date. Help does not show these commands.
+// The build runs these commands to create the completion scripts and the manual page, which are installed
+// with the tool. Both commands describe the tool's own commands and options, so the files are always up to
+// date.
 void AddCompletionCommand(CommandLine& line);
 void AddManualCommand(CommandLine& line);
 

@@ -48,7 +48,7 @@ void AddHelpCommand(CommandLine& line)
     CLI::App& help = line.AddCommand(line.Root(), "help", "Print the help of the tool or of a command",
                                      "qvutil help xml get       # the same as qvutil xml get --help",
                                      [path, &root] { return PrintHelp(*path, root); });
-    AddTexts(help, "COMMAND", *path, "Words of the command; all commands are listed if not given");
+    AddTexts(help, "COMMAND", *path, "Group or command, such as xml get; default: the tool itself");
 }
 
 } // namespace Quorvin::Tool

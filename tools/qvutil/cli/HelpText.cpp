@@ -20,18 +20,17 @@ constexpr int kDefaultWidth = 80;
 constexpr int kMinWidth = 20;
 // Longer lines are hard to read.
 constexpr int kMaxWidth = 100;
-// The column of descriptions, and the minimum width for descriptions next to the names.
-constexpr int kColumn = 28;
-constexpr int kTwoColumnsWidth = 60;
+constexpr int kColumn = 28; // of the descriptions
+constexpr int kTwoColumnsWidth = 60; // minimum width for descriptions next to the names
 
 QString Spaces(int count)
 {
     return QString(count, u' ');
 }
 
-// Breaks a text into lines at spaces. A word that is too long is broken too.
+// Breaks text into lines at spaces, and breaks words that are longer than a line.
 // \param first  width already used in the first line
-// \param rest   indentation of the others
+// \param rest   indentation of the other lines
 QStringList Wrap(const QString& text, int width, int first, int rest)
 {
     QStringList lines;
@@ -76,7 +75,7 @@ QString Entry(const QString& name, const QString& description, int width)
     return text.leftJustified(kColumn) + wrapped;
 }
 
-// An option's short names come first, as in `-t,--type TYPE`.
+// Returns an option as help shows it, with its short names first: `-t,--type TYPE`.
 QString OptionText(const OptionInfo& option)
 {
     QStringList names = option.Names;
@@ -99,7 +98,7 @@ QString Section(const QString& title, const QList<OptionInfo>& options, int widt
     return text;
 }
 
-// Returns the positions at which a command line can be broken: spaces outside quotes.
+// Returns the words of a command line. Spaces inside quotes do not separate words.
 QStringList ShellWords(const QString& line)
 {
     QStringList words(1);
@@ -119,13 +118,13 @@ QStringList ShellWords(const QString& line)
     return words;
 }
 
-// A command line is continued after a backslash, as in a shell. A remark is moved to a separate line.
+// Continues a long command line after a backslash, as in a shell, and moves its comment to a separate line.
 QString WrapExample(const QString& line, int width)
 {
     if (line.size() <= width)
         return line + u'\n';
-    static const QRegularExpression remarkPattern(u"^(.*\\S) +(# .*)$"_s);
-    if (const auto match = remarkPattern.match(line); match.hasMatch())
+    static const QRegularExpression commentPattern(u"^(.*\\S) +(# .*)$"_s);
+    if (const auto match = commentPattern.match(line); match.hasMatch())
         return WrapExample(match.captured(1), width) + Spaces(6)
             + Joined(Wrap(match.captured(2), width, 6, 6));
     QStringList lines = {u" "_s};
@@ -148,7 +147,7 @@ QString WrapExample(const QString& line, int width)
     return Joined(pieces);
 }
 
-// A row of a table is continued below its second column.
+// Continues a long row of a table below its second column.
 QString WrapTableLine(const QString& line, int width)
 {
     static const QRegularExpression columnPattern(u"^( *\\S.*?) {2,}(?=\\S)"_s);
@@ -166,7 +165,7 @@ QString WrapTableLine(const QString& line, int width)
     return Spaces(start) + Joined(Wrap(line, width, start, start + 2));
 }
 
-// Lines without indentation are prose, which is wrapped; indented lines are kept.
+// Wraps lines without indentation as prose, and wraps indented lines one by one.
 QString WrapFooter(const QString& footer, int width)
 {
     QString text;

@@ -18,7 +18,7 @@ code { font: .9em @CODE@ }
 .muted { color: var(--muted) } .bad { color: var(--bad) }
 )css";
 
-// Returns the colours as variables.
+// Returns the colours as CSS variables.
 QString ColorStyle()
 {
     QString light = u":root { color-scheme: light dark;"_s;

@@ -74,7 +74,7 @@ InputFile::InputFile(const QString& argument, Size size)
             throw Failure(mName, file.errorString());
     } else {
         if (argument.isEmpty())
-            throw Failure(u"\"\""_s, u"an empty file name"_s);
+            throw Failure(u"\"\""_s, u"the file name is empty"_s);
         if (!file.open(QIODevice::ReadOnly) || QFileInfo(argument).isDir())
             throw Failure(mName, OpenError(file));
         if (!file.isSequential()) {

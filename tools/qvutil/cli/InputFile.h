@@ -28,7 +28,7 @@ public:
 
     /// Returns the path of the file to read.
     [[nodiscard]] const QString& Path() const { return mPath; }
-    /// Returns its name for messages.
+    /// Returns the input's name for messages.
     [[nodiscard]] const QString& Name() const { return mName; }
     /// Returns all bytes. Throws Failure if they cannot be read.
     [[nodiscard]] QByteArray ReadAll() const;
@@ -41,8 +41,7 @@ private:
     std::unique_ptr<QTemporaryFile> mCopy;
 };
 
-/// Throws UsageFailure if standard input is more than one of a command's files, because it can be read only
-/// once.
+/// Throws UsageFailure if more than one of a command's files is standard input, which can be read only once.
 void RequireOneStandardInput(const QStringList& files);
 
 } // namespace Quorvin::Tool

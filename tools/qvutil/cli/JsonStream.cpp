@@ -22,7 +22,7 @@ constexpr qsizetype kIndentation = 4;
 // Printing each bracket by itself would take longer than reading the document.
 constexpr qsizetype kMaxHeldCharacters = 1 << 16;
 
-// Returns whether a text needs no escaping in JSON.
+// Returns whether a string needs no escaping in JSON.
 bool IsPlain(const QString& text)
 {
     return std::all_of(text.begin(), text.end(),
@@ -32,7 +32,8 @@ bool IsPlain(const QString& text)
 // Returns the text of a value, without a line feed at its end.
 QString TextOf(const QJsonValue& value, QJsonDocument::JsonFormat format)
 {
-    // Names of elements and attributes are nearly always plain, and a document for each takes much longer.
+    // Names of elements and attributes are nearly always plain, and creating a QJsonDocument for each one
+    // takes much longer.
     if (const QString text = value.toString(); value.isString() && IsPlain(text))
         return u'"' + text + u'"';
     if (value.isObject())

@@ -11,11 +11,10 @@
 
 namespace Quorvin::Tool {
 
-/// Prints one JSON document piece by piece, in the bytes of Console::PrintJson, but without keeping it in
-/// memory.
+/// Prints one JSON document piece by piece, without keeping it in memory. The output has the format of
+/// Console::PrintJson.
 ///
-/// QJsonObject sorts its members, so a caller who wants the same bytes adds members in the order of their
-/// names.
+/// QJsonObject sorts its members by name, so add them in this order to get exactly the same output.
 class JsonStream
 {
 public:
@@ -25,7 +24,7 @@ public:
     void EndObject() { End(u'}'); }
     void BeginArray() { Begin(u'['); }
     void EndArray() { End(u']'); }
-    /// Begins a member of an object. Its value is the next thing that is added.
+    /// Begins a member of an object. The next value, object or array that is added becomes its value.
     void AddName(const QString& name);
     void AddValue(const QJsonValue& value);
     /// Ends the document.

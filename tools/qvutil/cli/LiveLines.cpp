@@ -69,7 +69,8 @@ void LiveLines::Show(const QStringList& table, const QStringList& below)
         line = FirstColumns(Console::Visible(line), size.ws_col);
     if (shown == mShown && size.ws_col == mColumns)
         return;
-    // Turn wrapping off meanwhile, because some terminals draw characters wider than they are counted here.
+    // Turn wrapping off while drawing, because some terminals draw characters wider than FirstColumns
+    // assumes.
     QByteArray bytes = "\r\x1b[?7l";
     if (!mShown.isEmpty())
         bytes += "\x1b[" + QByteArray::number(mShown.size()) + 'A';

@@ -8,10 +8,10 @@
 
 namespace Quorvin::Tool {
 
-/// Updates some lines on a terminal in place.
+/// Updates lines on a terminal in place.
 ///
-/// Between two calls, no mode of the terminal is changed, so nothing has to be restored when the process
-/// ends. The last lines remain on the terminal.
+/// Each call restores the modes of the terminal, so nothing has to be restored when the process ends. The
+/// last lines remain on the terminal.
 class LiveLines
 {
 public:
@@ -24,8 +24,8 @@ public:
     [[nodiscard]] static bool IsPossible();
 
     /// Replaces the lines. Long lines are truncated to the width of the terminal.
-    /// \param table  lines that are omitted at the end if the terminal is too low; its last line then
-    ///               says how many are missing
+    /// \param table  lines of the table; if the terminal has too few rows, the last ones are omitted, and a
+    ///               line says how many
     /// \param below  lines below the table
     void Show(const QStringList& table, const QStringList& below);
 

@@ -12,7 +12,7 @@
 
 namespace Quorvin::Tool {
 
-/// Writes SVG, or HTML that is also well-formed XML. Texts and attributes may contain any characters: those
+/// Writes SVG, or HTML that is also well-formed XML. Text and attributes may contain any characters: those
 /// with a meaning in the markup are escaped, and control characters appear as on a terminal.
 class MarkupWriter
 {
@@ -27,7 +27,7 @@ public:
     MarkupWriter();
     Q_DISABLE_COPY_MOVE(MarkupWriter)
 
-    /// Writes an instruction such as `<!DOCTYPE html>`.
+    /// Writes a declaration such as `<!DOCTYPE html>`.
     void AddDeclaration(const QString& text) { mWriter.writeDTD(text); }
     void Start(const QString& name, Attributes attributes = {});
     void End();
@@ -37,7 +37,7 @@ public:
     /// Writes an element that never has content, such as `meta`.
     void AddEmpty(const QString& name, Attributes attributes);
 
-    /// Writes an element `style`.
+    /// Writes a `style` element.
     /// \param rules  without '"', '<', '>' and '&', which HTML cannot escape there
     void AddStyle(const QString& rules);
 
@@ -55,9 +55,9 @@ private:
 /// Formats a number for an attribute, with at most one decimal place.
 [[nodiscard]] QString NumberText(double value);
 
-/// Shortens a text to a number of columns, with "…" in place of its middle.
+/// Shortens text to a number of columns, with "…" in place of its middle.
 [[nodiscard]] QString Elide(const QString& text, qsizetype columns);
-/// Breaks a text into lines, at its spaces if there are any.
+/// Breaks text into lines, at spaces if there are any.
 [[nodiscard]] QStringList BreakLines(const QString& text, qsizetype columns);
 
 } // namespace Quorvin::Tool

@@ -9,11 +9,11 @@
 
 namespace Quorvin::Tool {
 
-/// Makes completion offer values. Groups of commands call it when they are added.
-/// \param kind  "types", "locales", "grids" or "servers"
+/// Makes completion offer values. Called by the functions that add groups of commands.
+/// \param kind  for example "types", "locales" or "servers"
 /// \param list  returns the values as they are now
 void OfferValues(const QString& kind, QStringList (*list)());
-/// Returns the values of a kind; none if nothing offers it.
+/// Returns the values of a kind; empty if no group offers that kind.
 [[nodiscard]] QStringList ListValues(const QString& kind);
 
 } // namespace Quorvin::Tool

@@ -16,8 +16,8 @@ struct Color
     QStringView Dark;
 };
 
-/// Texts have a contrast of at least 4.5 to 1 with pages and cards. In the order of SvgPicture::Ink, followed
-/// by those that only pages use.
+/// The colours, in the order of SvgPicture::Ink, followed by those that only pages use. Text has a contrast
+/// of at least 4.5 to 1 with pages and cards.
 inline constexpr Color gColors[] = {
     {u"page", u"#ffffff", u"#14181d"},  {u"card", u"#f3f5f8", u"#20262e"},
     {u"line", u"#aab2bd", u"#56606c"},  {u"strong", u"#1f2328", u"#e6edf3"},

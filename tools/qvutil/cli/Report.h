@@ -31,7 +31,7 @@ public:
     enum ListStyle {
         Collected, ///< the JSON array is printed by Finish(), so nothing is printed if the command fails
                    ///< first
-        Streamed, ///< each item is printed at once, for long lists that cannot fail any more once they begin
+        Streamed, ///< each item is printed at once, for long lists that cannot fail after the first item
     };
 
     explicit Report(bool asJson, ListStyle style = Collected)
@@ -58,7 +58,8 @@ public:
         else
             printText();
     }
-    /// Ends a list: prints the JSON array, or the last lines of the text, which the array does not need.
+    /// Ends a list: prints the JSON array, or the last lines of the text, which have no counterpart in the
+    /// array.
     template <std::invocable PrintText> void Finish(const PrintText& printText)
     {
         if (mStream)

@@ -15,8 +15,8 @@
 
 namespace Quorvin::Tool {
 
-/// Provides commands that communicate with other processes with an event loop, a clean end on interruption,
-/// and the library's warnings on standard error.
+/// The environment of a command that communicates with other processes: an event loop, an orderly end on
+/// interruption, and the library's warnings on standard error.
 ///
 /// \par Threads
 /// The main thread; one object at a time.
@@ -24,8 +24,8 @@ class Session
 {
 public:
     enum Interruption {
-        DiesOfSignals, ///< SIGINT and SIGTERM end the process at once
-        EndsOnSignals, ///< they end WaitFor, so that the command can clean up
+        DiesOfSignals, ///< SIGINT, SIGTERM and SIGHUP end the process at once
+        EndsOnSignals, ///< these signals end WaitFor, so that the command can clean up
     };
 
     explicit Session(Interruption interruption);
@@ -40,7 +40,7 @@ public:
     void Pause(QDeadlineTimer deadline);
     /// Runs the event loop until a signal arrives. Throws as WaitFor does.
     void RunUntilInterrupted();
-    /// Runs an action in a slot, and keeps its exceptions out of the event loop.
+    /// Runs an action inside a slot, and keeps its exceptions out of the event loop.
     void Do(const std::function<void()>& action);
     /// Returns whether a signal has interrupted the command.
     [[nodiscard]] bool IsInterrupted() const { return mInterrupted; }
@@ -48,7 +48,7 @@ public:
 private:
     void CatchSignals();
 
-    QtMessageHandler mPreviousHandler; // before mApplication, whose start logs messages too
+    QtMessageHandler mPreviousHandler; // declared before mApplication, which already logs messages
     int mArgumentCount = 1;
     char mName[7] = "qvutil";
     char* mArguments[2] = {mName, nullptr};

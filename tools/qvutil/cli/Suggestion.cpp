@@ -13,7 +13,7 @@ namespace Quorvin::Tool {
 namespace {
 
 constexpr qsizetype kMaxSuggestions = 3;
-// Longer texts are not compared, because no name is that long.
+// Longer words are not compared, because no name is that long.
 constexpr qsizetype kMaxLength = 100;
 
 QString Folded(const QString& text)
@@ -21,7 +21,8 @@ QString Folded(const QString& text)
     return text.toCaseFolded().replace(u'_', u'-');
 }
 
-// Returns the number of characters to insert, remove, replace or swap with their neighbour.
+// Returns how many characters must be inserted, removed, replaced or swapped with their neighbour to turn one
+// text into the other.
 qsizetype Distance(QStringView a, QStringView b)
 {
     QList<qsizetype> beforeLast(b.size() + 1);

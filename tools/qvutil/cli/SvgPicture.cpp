@@ -26,7 +26,7 @@ QString NameOf(SvgPicture::Ink ink)
     return Palette::gColors[ink].Name.toString();
 }
 
-// Viewers that do not understand this use the colours of the attributes.
+// Returns the colours for dark displays. Viewers without media queries use the colours in the attributes.
 QString DarkStyle()
 {
     QString style = u"@media (prefers-color-scheme: dark) {"_s;

@@ -10,8 +10,8 @@
 
 namespace Quorvin::Tool {
 
-/// A picture as SVG, for light and dark displays. It is laid out for the narrow display of a phone, and is
-/// larger where there is room. Positions and sizes are in pixels of such a phone.
+/// A picture as SVG, for light and dark displays. It is laid out for the narrow display of a phone, and shown
+/// larger where there is room. Positions and sizes are in pixels of the phone.
 class SvgPicture
 {
 public:
@@ -24,7 +24,7 @@ public:
         Card, ///< the background of a card
         Line, ///< frames and scales
         Strong, ///< text
-        Muted, ///< text of less importance
+        Muted, ///< less important text
         Accent,
         Good,
         Bad,
@@ -57,18 +57,19 @@ public:
     /// \param description  a description of the picture, for readers who cannot see it
     SvgPicture(const QString& title, const QString& description, double height);
 
-    /// Returns the number of columns that fit for text of this size. See ColumnsOf.
+    /// Returns how many columns of text fit into a width. See ColumnsOf.
+    /// \param size  font size
     [[nodiscard]] static qsizetype FittingColumns(double width, double size);
 
     void AddText(double x, double y, const QString& text, const TextStyle& style);
     void AddBox(const Box& box, Ink fill);
     void AddFrame(const Box& box, Ink fill, const LineStyle& frame);
-    /// Adds lines that are not filled.
-    /// \param path  as in the attribute `d` of SVG
+    /// Adds lines without a fill.
+    /// \param path  in the syntax of the SVG attribute `d`
     void AddLines(const QString& path, const LineStyle& style);
-    /// Adds a shape that is filled.
+    /// Adds a filled shape.
     void AddShape(const QString& path, Ink fill);
-    /// Begins and ends a part with a title, which is shown when the pointer is on it.
+    /// Begin and end a part. Viewers show its title while the pointer is on the part.
     void StartPart(const QString& title);
     void EndPart() { mWriter.End(); }
 

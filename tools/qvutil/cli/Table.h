@@ -9,10 +9,9 @@
 
 namespace Quorvin::Tool {
 
-/// Arranges texts in columns, each as wide as its longest text.
+/// Arranges cells in columns, each as wide as its widest cell.
 /// \return one line for each row
 [[nodiscard]] QStringList FormatTable(const QList<QStringList>& rows);
-/// Prints a table.
 void PrintTable(const QList<QStringList>& rows);
 
 } // namespace Quorvin::Tool

@@ -40,7 +40,7 @@ constexpr CodeRange gWide[] = {
     {0x1fa70, 0x1faff}, {0x20000, 0x3fffd},
 };
 
-// More code units than any reasonable character with its marks has.
+// No reasonable character, including its combining marks, has more code units.
 constexpr qsizetype kMaxUnitsPerColumn = 64;
 
 bool IsWide(char32_t c)
@@ -74,7 +74,7 @@ qsizetype ColumnsOf(QStringView text)
 
 QString FirstColumns(const QString& text, qsizetype columns)
 {
-    // Do not look at all of a very long text.
+    // Avoid scanning all of a very long text.
     const QString start = text.left((std::max<qsizetype>(columns, 0) + 1) * kMaxUnitsPerColumn);
     QTextBoundaryFinder characters(QTextBoundaryFinder::Grapheme, start);
     qsizetype end = 0;

@@ -8,10 +8,10 @@
 
 namespace Quorvin::Tool {
 
-/// Returns the number of columns that a text takes on a terminal: two for each wide character, such as those
-/// of Chinese and Japanese and most emoji, none for a combining mark, one for any other character.
+/// Returns the number of columns that text takes on a terminal: two for each wide character, such as a
+/// Chinese character or most emoji, none for a combining mark, and one for any other character.
 [[nodiscard]] qsizetype ColumnsOf(QStringView text);
-/// Returns the longest beginning, or end, of a text that fits into a number of columns. A character is never
+/// Return the longest beginning, or end, of a text that fits into a number of columns. A character is never
 /// separated from its combining marks.
 [[nodiscard]] QString FirstColumns(const QString& text, qsizetype columns);
 [[nodiscard]] QString LastColumns(const QString& text, qsizetype columns);

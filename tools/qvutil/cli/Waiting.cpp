@@ -16,7 +16,7 @@ using namespace Qt::StringLiterals;
 namespace Quorvin::Tool {
 namespace {
 
-// Documents may be nested deeply, and the default of some systems is less than a megabyte.
+// Documents may be nested deeply, and the default stack size of some systems is less than a megabyte.
 constexpr unsigned int kStackSize = 8 * 1024 * 1024;
 
 } // namespace
@@ -31,7 +31,7 @@ void ShowWhile(Console::ProgressBar& bar, qint64 done, const QString& label,
     const std::unique_ptr<QThread> thread(QThread::create([&task] { task(); }));
     thread->setStackSize(kStackSize);
     thread->start();
-    if (!thread->isRunning() && !thread->isFinished()) // no thread can start
+    if (!thread->isRunning() && !thread->isFinished()) // the thread could not start
         return work();
     const auto wait = qScopeGuard([&thread] { thread->wait(); });
     QElapsedTimer timer;

@@ -12,9 +12,9 @@
 
 namespace Quorvin::Tool {
 
-/// Calls a function that cannot report its progress. On a terminal, a progress bar shows how long it has been
-/// running; the function runs in another thread meanwhile.
-/// \param done  amount of work that was done before
+/// Calls a function that cannot report its progress. On a terminal, the function runs in another thread,
+/// while a progress bar shows how long it has been running.
+/// \param done  amount of work done before the call
 void ShowWhile(Console::ProgressBar& bar, qint64 done, const QString& label,
                const std::function<void()>& work);
 

@@ -15,7 +15,7 @@ void AddWatchSchedule(CLI::App& command, WatchSchedule& schedule)
               "Stop after this number of events")
         ->type_name("N");
     AddNumber(command, "--interval", schedule.IntervalMs, {.Min = 1, .Max = 3600000},
-              "Milliseconds between two checks (default " + std::to_string(schedule.IntervalMs) + ')')
+              "Milliseconds between checks; default: " + std::to_string(schedule.IntervalMs))
         ->type_name("MS");
 }
 

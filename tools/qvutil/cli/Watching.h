@@ -10,14 +10,14 @@
 
 namespace Quorvin::Tool {
 
-/// The options of commands that check something at intervals, and report its changes.
+/// The options of commands that check something at intervals and report changes.
 struct WatchSchedule
 {
-    int IntervalMs = 1000; ///< between two checks
+    int IntervalMs = 1000; ///< between checks
     int Count = 0; ///< number of events after which the command ends; 0 for no limit
 };
 
-/// Adds --count and --interval. The interval that \p schedule has now is the default.
+/// Adds --count and --interval. The current interval of \p schedule is the default.
 void AddWatchSchedule(CLI::App& command, WatchSchedule& schedule);
 
 /// Calls a function at intervals, until it returns true or a signal interrupts the command.

@@ -45,7 +45,7 @@ void AddTextCommand(CommandLine& line, CLI::App& group, const std::string& name,
     auto options = std::make_shared<TextOptions>();
     CLI::App& command
         = line.AddCommand(group, name, description, examples, [options, run] { return run(*options); });
-    AddText(command, "EXPRESSION", options->Expression, "The expression")->required();
+    AddText(command, "EXPRESSION", options->Expression, "Expression, such as \"a & (b | c)\"")->required();
     AddJsonFlag(command, options->Json);
 }
 

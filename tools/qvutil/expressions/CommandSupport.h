@@ -20,10 +20,10 @@ namespace Quorvin::Tool {
 /// Returns "true" or "false".
 [[nodiscard]] QString Word(bool value);
 
-/// Prints the expression with a mark under the given place, and ends the command.
+/// Prints the expression with a mark under a place, and throws Failure with the reason.
 [[noreturn]] void FailAt(const ExpressionOutline& outline, ExpressionOutline::Range where,
                          const QString& reason);
-/// Ends the command if the expression is not well formed.
+/// Throws Failure if the expression is not well formed.
 void RequireWellFormed(const ExpressionOutline& outline);
 
 /// The options of a command that takes only an expression.

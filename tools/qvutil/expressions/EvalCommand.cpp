@@ -36,7 +36,8 @@ struct EvalOptions
     bool Json = false;
 };
 
-// Limits for the explanation: deeply nested groups would fill pages with repeated text and blanks.
+// Limits the length and indentation of a part: deeply nested groups would fill pages with repeated text and
+// spaces.
 QString ExplainPart(const ExpressionOutline& outline, const ExpressionOutline::Trace& trace, qsizetype index)
 {
     const Part& part = outline.Parts().at(index);
@@ -129,7 +130,7 @@ void AddExprEvalCommand(CommandLine& line, CLI::App& group)
                                      "qvutil expr eval \"admin & (licensed | trial)\" --true admin,trial "
                                      "--false licensed --explain",
                                      [options] { return Eval(*options); });
-    AddText(eval, "EXPRESSION", options->Expression, "The expression")->required();
+    AddText(eval, "EXPRESSION", options->Expression, "Expression, such as \"a & (b | c)\"")->required();
     AddTexts(eval, "--true", options->True, "Operands that are true, separated by commas");
     AddTexts(eval, "--false", options->False, "Operands that are false, separated by commas");
     eval.add_flag("--explain", options->Explain,

@@ -19,7 +19,7 @@ namespace Quorvin::Tool {
 namespace {
 
 // Limits for the search for operands that are never consulted: number of evaluations, and of characters read
-// by them. At these limits, the search takes some tenths of a second.
+// by them. At these limits, the search takes a few tenths of a second.
 constexpr qsizetype kMaxEvaluations = 10'000;
 constexpr qsizetype kMaxCharacters = 5'000'000;
 
@@ -119,7 +119,7 @@ ExpressionOutline::ExpressionOutline(const QString& expression)
         const bool isOpen = mText.at(unpaired) == u'(';
         mProblems.append({ExpressionProblem::Unbalanced,
                           {unpaired, unpaired + 1},
-                          isOpen ? u"this '(' is not closed"_s : u"this ')' was not opened"_s});
+                          isOpen ? u"this '(' is not closed"_s : u"this ')' has no matching '('"_s});
         return;
     }
     Build();
@@ -170,7 +170,7 @@ QString ExpressionOutline::WhyOperandIsMissing(Range operatorRange) const
     const QStringView around
         = QStringView(mText).sliced(std::max<qsizetype>(operatorRange.Begin - 1, 0)).left(3);
     return around.contains(twice) ? u"'%1' is not an operator: write '%2'"_s.arg(twice, sign)
-                                  : u"an operand is missing beside this operator"_s;
+                                  : u"an operand is missing next to this operator"_s;
 }
 
 // Adds a list to the parts, and its entries to the pending parts.

@@ -16,7 +16,7 @@
 
 namespace Quorvin::Tool {
 
-/// A problem or an oddity in an expression, for its author.
+/// A problem or an oddity in an expression, reported to its author.
 struct ExpressionProblem
 {
     enum ProblemKind {
@@ -27,7 +27,7 @@ struct ExpressionProblem
         Mixed, ///< both operators in one list, which is evaluated from left to right
         Unreachable, ///< an operand that is never consulted
         Unknown, ///< an operand that is not in the list of known ones
-        Foreign, ///< an operand whose name looks like an operator of other languages
+        Foreign, ///< an operand whose name looks like an operator of another language
     };
     ProblemKind Kind;
     Util::Internal::BooleanExpressionText::Range Where;
@@ -39,7 +39,7 @@ struct ExpressionProblem
     [[nodiscard]] QJsonObject ToJson() const;
 };
 
-/// Returns why an operand's name looks like an operator of other languages: "!a", "not a", "a AND b"; empty
+/// Returns why an operand's name looks like an operator of another language: "!a", "not a", "a AND b"; empty
 /// if it does not.
 [[nodiscard]] QString WhyForeign(const QString& operand);
 
@@ -62,16 +62,16 @@ public:
         int Depth; ///< number of lists around it
     };
 
-    /// The course of an evaluation: the operands that it consulted, in order, as indexes of Parts.
+    /// The steps of an evaluation: the operands that it consulted, in order, as indexes into Parts().
     struct Trace
     {
         QList<qsizetype> Consulted;
-        QList<bool> Values; ///< the value of each of them
+        QList<bool> Values; ///< the value of each consulted operand
         bool Done = false; ///< false if the evaluation met an unknown operand or a mistake
         bool Value = false;
     };
 
-    /// Returns the value of an operand; empty if it is unknown.
+    /// Returns the value of an operand; nullopt if it is unknown.
     using Answer = std::function<std::optional<bool>(const QString& operand)>;
 
     explicit ExpressionOutline(const QString& expression);
@@ -90,8 +90,9 @@ public:
     [[nodiscard]] QString TextOf(Range range) const { return mStructure.View(range).toString(); }
     /// Evaluates the expression with the library's own evaluation.
     [[nodiscard]] Trace Evaluate(const Answer& answer) const;
-    /// Finds the operands that are never consulted, whatever the values of the others, as indexes of Parts.
-    /// \param complete  set to false if there are too many combinations; the result is empty then
+    /// Finds the operands that are never consulted, whatever the values of the others, as indexes into
+    /// Parts().
+    /// \param complete  set to false if there are too many combinations; the result is then empty
     [[nodiscard]] QList<qsizetype> FindUnreachable(bool& complete) const;
 
     /// Returns two lines: the expression, and marks below a range of it.

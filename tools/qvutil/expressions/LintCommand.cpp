@@ -61,7 +61,7 @@ public:
 
     void NoteAttribute(const QString& name) { mSeen.insert(name); }
 
-    // A misspelt name of an attribute must not end in "no problems".
+    // Reports a misspelt attribute name as an error, because the result would otherwise be "no problems".
     [[nodiscard]] ExitCode Finish()
     {
         for (const QString& attribute : mOptions.Attributes) {
@@ -190,20 +190,20 @@ void AddExprLintCommand(CommandLine& line, CLI::App& group)
 {
     auto options = std::make_shared<LintOptions>();
     CLI::App& lint = line.AddCommand(
-        group, "lint", "Report mistakes and traps in expressions; the exit code is 1 if there are any",
+        group, "lint", "Report mistakes and pitfalls in expressions; the exit code is 1 if there are any",
         "qvutil expr lint \"a & b (c)\"\n"
         "qvutil expr lint --xml Window.xml --attribute enabled --known admin,trial",
         [options] { return Lint(*options); });
     AddExplanation(
         lint,
         "Also reports operands that look like operators of other languages, such as !a, not a and a AND b,\n"
-        "unless --known lists them. Expressions know '&', '|' and parentheses only.\n"
+        "unless --known lists them. Expressions support only '&', '|' and parentheses.\n"
         "The exit code is 2 if there is no expression to check, or if no element has an attribute that\n"
         "--attribute names.");
     AddTexts(lint, "EXPRESSION", options->Expressions, "Expression to check");
     AddTexts(lint, "--file", options->Files, "File with one expression per line; - for standard input");
     AddTexts(lint, "--xml", options->XmlFiles, "XML file with expressions in attributes");
-    AddTexts(lint, "--attribute", options->Attributes, "Name of the attributes to check, with --xml");
+    AddTexts(lint, "--attribute", options->Attributes, "Name of an attribute to check; requires --xml");
     AddTexts(lint, "--known", options->Known, "Known operands, separated by commas; others are reported");
     AddJsonFlag(lint, options->Json);
 }

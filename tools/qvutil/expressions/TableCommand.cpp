@@ -36,8 +36,8 @@ QString TableHead(const QStringList& names)
     return head + u"result"_s;
 }
 
-// Calls back with the values and the result of each row, from all false to all true. The last operand changes
-// most often.
+// Calls `addRow` with the values and the result of each row, from all false to all true. The value of the
+// last operand changes from row to row.
 template <typename AddRow> void ForEachRow(const ExpressionOutline& outline, const AddRow& addRow)
 {
     const QStringList& names = outline.Operands();
@@ -99,7 +99,7 @@ void AddExprTableCommand(CommandLine& line, CLI::App& group)
                                       "qvutil expr table \"(a) & b | c\"\n"
                                       "qvutil expr table \"(a) & b | c\" --html > table.html",
                                       [options] { return Table(*options); });
-    AddText(table, "EXPRESSION", options->Expression, "The expression")->required();
+    AddText(table, "EXPRESSION", options->Expression, "Expression, such as \"a & (b | c)\"")->required();
     AddJsonFlag(table, options->Json);
     table.add_flag("--html", options->Html, "Print the table as an HTML page");
 }

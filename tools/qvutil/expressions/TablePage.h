@@ -19,7 +19,7 @@ public:
     TablePage(const QString& expression, const QStringList& operands);
 
     /// Adds a row.
-    /// \param values  one for each operand
+    /// \param values  the values of the operands
     void AddRow(const QList<bool>& values, bool result);
     /// Returns the document.
     [[nodiscard]] QString Finish();

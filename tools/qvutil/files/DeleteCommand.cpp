@@ -83,7 +83,7 @@ private:
     {
         QStringList folders;
         std::swap(folders, mFolders);
-        std::reverse(folders.begin(), folders.end()); // each folder comes before those below it
+        std::reverse(folders.begin(), folders.end()); // check each folder after the folders in it
         for (const QString& folder : std::as_const(folders)) {
             const QStringList content = EverythingIn(folder);
             const bool becomesEmpty = std::all_of(content.cbegin(), content.cend(),
@@ -126,7 +126,7 @@ ExitCode CarryOut(const QStringList& plan, bool json)
     return code;
 }
 
-// A typing mistake must not delete everything.
+// A typo must not delete everything.
 void RejectPreciousFolder(const FilesOptions& options)
 {
     const QString folder = QFileInfo(options.Folder).canonicalFilePath();
@@ -142,7 +142,8 @@ void RejectPreciousFolder(const FilesOptions& options)
 ExitCode Delete(const FilesOptions& options)
 {
     CheckPatterns(options.Patterns);
-    const QFileInfo info(QDirCleanPath(options.Folder)); // a slash at the end would hide a link
+    const QFileInfo info(
+        QDirCleanPath(options.Folder)); // a trailing slash would hide that the path is a link
     if (options.Folder.isEmpty() || (!info.exists() && !info.isSymLink()))
         throw Failure(options.Folder, u"there is no such folder"_s);
     if (info.isSymLink())

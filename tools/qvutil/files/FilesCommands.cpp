@@ -18,7 +18,7 @@ CLI::App& AddFilesCommand(CommandLine& line, CLI::App& group, const std::string&
 {
     CLI::App& command
         = line.AddCommand(group, name, description, examples, [options, run] { return run(*options); });
-    AddText(command, "FOLDER", options->Folder, "The folder")->required();
+    AddText(command, "FOLDER", options->Folder, "Folder that contains the files")->required();
     AddTexts(command, "--name,-n", options->Patterns,
              "Pattern for file names, such as *.log; default: all files")
         ->type_name("PATTERN");
@@ -54,7 +54,8 @@ void PrintPaths(const QStringList& paths, bool json)
 
 void AddFilesCommands(CommandLine& line)
 {
-    CLI::App& group = line.AddGroup("files", "List and delete files, find unused names; links are ignored");
+    CLI::App& group
+        = line.AddGroup("files", "List and delete files, and find unused names; links are ignored");
     AddFilesListCommand(line, group);
     AddFilesDeleteCommand(line, group);
     AddFilesUniqueCommand(line, group);

@@ -43,7 +43,7 @@ CLI::App& AddFilesCommand(CommandLine& line, CLI::App& group, const std::string&
                           const std::string& description, const std::string& examples,
                           const std::shared_ptr<FilesOptions>& options, ExitCode (*run)(const FilesOptions&));
 /// Throws UsageFailure if a pattern is invalid or empty. For the library, an empty pattern means all files,
-/// but an empty variable of the shell must not mean that.
+/// but an empty shell variable must not select everything.
 void CheckPatterns(const QStringList& patterns);
 /// Throws UsageFailure if a pattern is invalid.
 void CheckPattern(const QString& pattern);

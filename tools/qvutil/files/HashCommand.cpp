@@ -83,12 +83,12 @@ ExitCode Hash(const HashOptions& options)
 void AddHashCommand(CommandLine& line)
 {
     auto options = std::make_shared<HashOptions>();
-    CLI::App& hash = line.AddCommand(line.Root(), "hash", "Print MD5 digests of files or texts",
+    CLI::App& hash = line.AddCommand(line.Root(), "hash", "Print the MD5 digests of files or texts",
                                      "qvutil hash settings.xml *.xlf\n"
                                      "qvutil hash --text \"Save as...\"   # the id of a text to translate",
                                      [options] { return Hash(*options); });
     AddTexts(hash, "FILE", options->Files, "File to read; - for standard input");
-    AddTexts(hash, "--text", options->Texts, "Text whose digest to print, encoded as UTF-8");
+    AddTexts(hash, "--text", options->Texts, "Text to hash, encoded as UTF-8");
     AddJsonFlag(hash, options->Json);
 }
 

@@ -17,7 +17,7 @@ namespace {
 
 QStringList ListFiles(const FilesOptions& options)
 {
-    // Sorted, because the file system's order differs from one machine to the next.
+    // Sort the files, because their order in the file system differs between machines.
     QStringList files
         = GeneralUtil::GetFiles(options.Folder, options.Filter(), options.Filters(), options.Recursive);
     files.sort();
@@ -33,7 +33,7 @@ ExitCode List(const FilesOptions& options)
     if (!info.isDir() && !options.Patterns.isEmpty())
         throw Failure(options.Folder, u"is not a folder"_s);
     if (!info.isDir())
-        CheckPattern(info.fileName()); // the library takes the name of a file as a pattern
+        CheckPattern(info.fileName()); // the library uses the name of a file as a pattern
     if (info.isDir() && !info.isReadable())
         throw Failure(options.Folder, u"cannot be read"_s);
 

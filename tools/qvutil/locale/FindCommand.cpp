@@ -35,7 +35,7 @@ ExitCode Find(const LocaleOptions& options)
 
 void AddLocaleFindCommand(CommandLine& line, CLI::App& group)
 {
-    AddLocaleCommand(line, group, "find", "Find locales whose names or identifiers contain all texts",
+    AddLocaleCommand(line, group, "find", "Find locales whose names or identifiers contain each TEXT",
                      "qvutil locale find canada", &Find, "TEXT", "Text to search for, ignoring case");
 }
 

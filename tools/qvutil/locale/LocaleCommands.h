@@ -21,13 +21,13 @@ void AddLocaleFindCommand(CommandLine& line, CLI::App& group);
 void AddLocaleCurrentCommand(CommandLine& line, CLI::App& group);
 void AddLocaleListCommand(CommandLine& line, CLI::App& group);
 
-/// The options of the commands.
+/// The options of a command of `qvutil locale`.
 struct LocaleOptions
 {
     QStringList Texts;
     bool Json = false;
 };
-/// Adds a command. It takes texts if a description of them is passed.
+/// Adds a command. It takes arguments if their name and description are passed.
 void AddLocaleCommand(CommandLine& line, CLI::App& group, const std::string& name,
                       const std::string& description, const std::string& examples,
                       ExitCode (*run)(const LocaleOptions&), const std::string& argument = {},

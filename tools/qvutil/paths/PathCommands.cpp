@@ -83,7 +83,8 @@ ExitCode PrintPathAnswer(const QString& result, bool isYes, bool json)
 void AddPathCommands(CommandLine& line)
 {
     CLI::App& group = line.AddGroup(
-        "path", "Convert and compare paths by the library's rules, with drive letters on every system");
+        "path",
+        "Convert and compare paths by the library's rules, which support drive letters on every system");
     AddPathCleanCommand(line, group);
     AddPathRelativeCommand(line, group);
     AddPathAbsoluteCommand(line, group);

@@ -20,7 +20,7 @@ void AddPathAbsoluteCommand(CommandLine& line, CLI::App& group);
 void AddPathCommonCommand(CommandLine& line, CLI::App& group);
 void AddPathSubCommand(CommandLine& line, CLI::App& group);
 
-/// Part of the help of each command to which the rule matters, because users of a Unix shell do not expect
+/// Part of the help of each command that this rule affects, because users of a Unix shell would not expect
 /// it.
 constexpr const char* kAbsoluteRules
     = " (a path is absolute if it contains a ':' or begins with two slashes)";
