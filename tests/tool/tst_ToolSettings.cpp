@@ -515,7 +515,7 @@ void tst_ToolSettings::Export_problems()
         QCOMPARE(result.ExitCode, 1);
         QCOMPARE(
             result.Errors,
-            QByteArray("qvutil: odd.xml: comments beside the root element are left out: 1\n"
+            QByteArray("qvutil: odd.xml: comments outside the root element are left out: 1\n"
                        "qvutil: odd.xml: /App: comments are left out: 1\n"
                        "qvutil: odd.xml: /App: processing instructions are left out: 1\n"
                        "qvutil: odd.xml: /App/B: the positions of text between elements are not kept\n"));
@@ -526,7 +526,8 @@ void tst_ToolSettings::Export_problems()
     QVERIFY(mTool->Write(u"case.xml"_s, "<Settings><General a='1'/><general b='2'/></Settings>"));
     QCOMPARE(mTool->Run({u"settings"_s, u"export"_s, u"case.xml"_s, u"-f"_s, u"json"_s}).ExitCode, 0);
     const ToolResult result = mTool->Run({u"settings"_s, u"export"_s, u"case.xml"_s, u"-f"_s, u"ini"_s});
-    QCOMPARE(result.Errors, QByteArray("qvutil: case.xml: general b: does not read back from this format\n"));
+    QCOMPARE(result.Errors,
+             QByteArray("qvutil: case.xml: general b: cannot be read back from this format\n"));
     QCOMPARE(result.ExitCode, 1);
 }
 
@@ -583,14 +584,14 @@ void tst_ToolSettings::Import_jsonRefused_data()
     const auto problem = [](const char* name, const char* json, const char* reason) {
         QTest::newRow(name)
             << QByteArray(json)
-            << u"! qvutil: in.json: %1\n! qvutil: app.xml: nothing was changed; --skip imports "
-               "the rest\n=> 1\n"_s.arg(QString::fromUtf8(reason));
+            << u"! qvutil: in.json: %1\n! qvutil: app.xml: nothing was changed; use --skip to "
+               "import the rest\n=> 1\n"_s.arg(QString::fromUtf8(reason));
     };
     problem("null", R"({"Settings": {"A": null, "@new": 1}})", "A: null cannot be stored in a document");
     problem("list in a list", R"({"Settings": {"A": [[1]], "@new": 1}})",
-            "A: a list in a list cannot be stored in a document");
+            "A: an array in an array cannot be stored in a document");
     problem("list as an attribute", R"({"Settings": {"@a": [1], "@new": 1}})",
-            "@a: is not a text, a number, true or false");
+            "@a: is not a string, a number, true or false");
     problem("blank in a name", R"({"Settings": {"a b": 1, "@new": 1}})",
             "a b: \"a b\" is not a valid name of an element or attribute");
     problem("name that begins with a digit", R"({"Settings": {"B": {"@1": 1}, "@new": 1}})",
@@ -647,8 +648,8 @@ void tst_ToolSettings::Import_ini()
         u"! qvutil: in.ini: List/1/a: \"1\" is not a step of a path: the library cannot address elements by "
         "wildcards, conditions or '..'; a step is the name of an element, or a name with a position counted "
         "from 1, such as Item[2]\n"
-        "! qvutil: in.ini: point: a value of the type QPoint cannot be stored in a document\n"
-        "! qvutil: other.xml: nothing was changed; --skip imports the rest\n=> 1\n"_s);
+        "! qvutil: in.ini: point: a value of type QPoint cannot be stored in a document\n"
+        "! qvutil: other.xml: nothing was changed; use --skip to import the rest\n=> 1\n"_s);
     QVERIFY(!QFile::exists(mTool->Path(u"other.xml"_s)));
 
     QVERIFY(mTool->Write(u"in.ini"_s, "no key\n"));
@@ -720,7 +721,7 @@ void tst_ToolSettings::Import_usage()
 {
     const QString hint = u"! Try 'qvutil settings import --help'.\n=> 2\n"_s;
     QCOMPARE(Run({u"import"_s, u"app.xml"_s, u"in.txt"_s}),
-             u"! qvutil: --format is required: the name of SOURCE ends in neither .json, .ini nor .conf\n"_s
+             u"! qvutil: --format is required: the name of SOURCE does not end in .json, .ini or .conf\n"_s
                  + hint);
     QCOMPARE(Run({u"import"_s, u"app.xml"_s, u"in.json"_s, u"--format"_s, u"toml"_s}),
              u"! qvutil: there is no format 'toml'; formats are json and ini\n"_s + hint);
@@ -918,7 +919,7 @@ void tst_ToolSettings::Watch_usage()
 {
     QCOMPARE(
         Run({u"watch"_s, u"-"_s}),
-        u"! qvutil: FILE is a file to watch, not standard input\n! Try 'qvutil settings watch --help'.\n=> 2\n"_s);
+        u"! qvutil: standard input cannot be watched; FILE must be a file\n! Try 'qvutil settings watch --help'.\n=> 2\n"_s);
     QCOMPARE(Run({u"watch"_s, u"app.xml"_s, u"//Main"_s}).section(u'\n', 1),
              u"! Try 'qvutil settings watch --help'.\n=> 2\n"_s);
     QCOMPARE(Run({u"watch"_s, u"none/app.xml"_s}),

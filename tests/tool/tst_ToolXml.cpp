@@ -155,10 +155,10 @@ void tst_ToolXml::Get_data()
            "bool, date, rect, size, text, buffer\n! Try 'qvutil xml get --help'.\n=> 2\n"_s;
     QTest::newRow("number without a name")
         << QStringList{u"Panel/Main"_s, u"-t"_s, u"int"_s}
-        << u"! qvutil: NAME is required for a value of the type int\n! Try 'qvutil xml get --help'.\n=> 2\n"_s;
+        << u"! qvutil: NAME is required for a value of type int\n! Try 'qvutil xml get --help'.\n=> 2\n"_s;
     QTest::newRow("text with a name")
         << QStringList{u"Notes"_s, u"a"_s, u"-t"_s, u"text"_s}
-        << u"! qvutil: a value of the type text is the content of an element and has no NAME\n"
+        << u"! qvutil: a value of type text is the content of an element and has no NAME\n"
            "! Try 'qvutil xml get --help'.\n=> 2\n"_s;
     QTest::newRow("path that is a command's name")
         << QStringList{u"get"_s, u"list"_s} << u"! qvutil: app.xml: there is no element get\n=> 1\n"_s;
@@ -422,15 +422,15 @@ void tst_ToolXml::Set_refused_data()
         "\"//P\" contains an empty step: the library cannot search at any depth and reads '//' as '/'; name "
         "each element on the way from the root, as in Panel/Main");
     row("new element with a position", {u"P[2]"_s, u"a"_s, u"1"_s, u"--new"_s},
-        "--new appends an element, so PATH ends in a name without a position");
+        "--new appends an element, so PATH must end in a name without a position");
     row("control character", {u"P"_s, u"a"_s, u"x\u0001"_s},
         "the value contains the character U+0001, which XML does not allow");
     row("noncharacter", {u"P"_s, u"a"_s, u"\uffff"_s},
         "the value contains the character U+FFFF, which XML does not allow");
     row("name for text", {u"P"_s, u"a"_s, u"x"_s, u"-t"_s, u"text"_s},
-        "a value of the type text is the content of an element and has no NAME");
+        "a value of type text is the content of an element and has no NAME");
     row("no name for a number", {u"P"_s, u"1"_s, u"-t"_s, u"int"_s},
-        "NAME is required for a value of the type int");
+        "NAME is required for a value of type int");
 }
 
 void tst_ToolXml::Set_refused()
@@ -686,11 +686,11 @@ void tst_ToolXml::Change_data()
     row("move into its child", {u"move"_s, u"A"_s, u"A/B"_s},
         refused("move", "/R/A cannot be moved into or beside itself"));
     row("move beside the root", {u"move"_s, u"A"_s, u"/"_s, u"--after"_s},
-        refused("move", "a document has one root element: nothing can be moved beside it"));
+        refused("move", "a document has only one root element: nothing can be moved before or after it"));
     row("move before and after", {u"move"_s, u"A"_s, u"C"_s, u"--after"_s, u"--before"_s},
         refused("move", "--before and --after cannot be combined"));
     row("move an attribute before an element", {u"move"_s, u"A"_s, u"m"_s, u"C"_s, u"--before"_s},
-        refused("move", "attributes have no order: --before and --after are for elements"));
+        refused("move", "attributes have no order: --before and --after are only for elements"));
 }
 
 void tst_ToolXml::Change()
@@ -974,7 +974,7 @@ void tst_ToolXml::Set_diskFullReadOnlyFolder()
     QVERIFY(QFile::setPermissions(mTool->Path(u"."_s), kReadOnly | QFile::WriteOwner));
     QCOMPARE(
         result.ToText(),
-        u"! qvutil: app.xml: could not be written in full; it now holds a part of the new content\n=> 2\n"_s);
+        u"! qvutil: app.xml: could not be written in full; it now holds part of the new content\n=> 2\n"_s);
     QCOMPARE(mTool->Read(u"app.xml"_s), QByteArray(""));
 }
 

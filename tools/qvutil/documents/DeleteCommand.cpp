@@ -62,7 +62,7 @@ void AddDeleteCommand(CommandLine& line, CLI::App& group)
         [options] { return Delete(*options); });
     AddChangeArguments(remove, *options);
     AddText(remove, "PATH", options->Path, kPathDescription)->required();
-    AddText(remove, "NAME", options->Name, "Name of one value; the whole element if not given");
+    AddText(remove, "NAME", options->Name, "Name of one value; default: the whole element");
 }
 
 } // namespace Quorvin::Tool

@@ -49,7 +49,7 @@ public:
 
 private:
     const ChangeOptions& mOptions;
-    std::optional<InputFile> mInput; // empty if the document is new
+    std::optional<InputFile> mInput; // nullopt if the document is new
     Util::XmlFiler mFiler;
 };
 

@@ -24,7 +24,7 @@ struct Entry
     };
     EntryKind Kind;
     QString Path; ///< from the root; "Item[2]" is the second element of that name in its parent
-    QString Name; ///< of an attribute
+    QString Name; ///< of the attribute; empty for other kinds
     QString Value;
     bool IsSection = false; ///< whether the text is a CDATA section and the only content of the element
 
@@ -34,8 +34,8 @@ struct Entry
     /// Returns one line such as: /Settings/Panel Width="640"
     [[nodiscard]] QString ToText() const;
     [[nodiscard]] QJsonObject ToJson() const;
-    /// Like ToJson, but adds the name of the value's type and stores the value in that type, such as a
-    /// number.
+    /// Like ToJson, but adds the name of the value's type, and stores the value as JSON of that type, such as
+    /// a number.
     [[nodiscard]] QJsonObject ToTypedJson() const;
 };
 
@@ -45,7 +45,7 @@ struct Entry
 /// Lists the entries of an element and of all elements in it, in the order of the document.
 [[nodiscard]] QList<Entry> ListEntries(const QDomElement& element);
 
-/// An entry that one of two documents has and the other does not, or that differs between them.
+/// An entry that only one of two documents has, or that differs between them.
 struct EntryDifference
 {
     const Entry* Left; ///< null if only the right document has it
@@ -53,7 +53,7 @@ struct EntryDifference
 
     /// Returns one or two lines: "- " and the left entry, "+ " and the right entry.
     [[nodiscard]] QStringList ToLines() const;
-    /// Returns the entry with the values "left" and "right", of which one may be null.
+    /// Returns the entry with the members "left" and "right", one of which may be null.
     [[nodiscard]] QJsonObject ToJson() const;
 };
 /// Compares the entries of two documents by path and name.

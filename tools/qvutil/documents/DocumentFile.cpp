@@ -71,7 +71,7 @@ void LoadDocument(Util::XmlFiler& filer, const InputFile& file)
     if (error.Line == 0) // the reason is not in the content
         throw Failure(file.Name(), error.Text);
     RequireLoadable(file.Name(), file.ReadAll());
-    throw Failure(file.Name(), error.Text); // another process has changed the file since
+    throw Failure(file.Name(), error.Text); // another process has changed the file since then
 }
 
 void SaveDocument(Util::XmlFiler& filer, const QString& file)
@@ -104,7 +104,7 @@ void SaveAttempt::Fail() const
         && info.lastModified() == mBefore.lastModified();
     throw Failure(mFile,
                   isKept ? u"could not be written in full; the old content is kept"_s
-                         : u"could not be written in full; it now holds a part of the new content"_s);
+                         : u"could not be written in full; it now holds part of the new content"_s);
 }
 
 } // namespace Quorvin::Tool

@@ -17,12 +17,12 @@
 
 namespace Quorvin::Tool {
 
-/// Returns the reason for a problem, worded for a file.
+/// Returns the reason for a problem in a file, as text for users.
 [[nodiscard]] QString ReasonText(const Util::Internal::XmlProblem& problem);
 /// Finds the reason why the library does not load a file. Line and column are meant for users: they are those
 /// of the last character if the file is truncated, count bytes if the encoding is wrong, and are 0 if a limit
-/// is exceeded, because that has no single place.
-/// \return nothing if the library loads the file
+/// is exceeded, because an exceeded limit has no single place.
+/// \return nullopt if the library loads the file
 [[nodiscard]] std::optional<Util::Internal::XmlProblem> FindFileProblem(const QByteArray& content);
 /// Throws Failure with the place and the reason if the library does not load a file.
 /// \param name  name of the file for messages
@@ -40,7 +40,7 @@ class SaveAttempt
 {
 public:
     explicit SaveAttempt(const QString& file);
-    /// Throws Failure with the likeliest reason for a save that did not succeed.
+    /// Throws Failure with the likeliest reason for a failed save.
     [[noreturn]] void Fail() const;
 
 private:

@@ -19,8 +19,8 @@ namespace Quorvin::Tool {
 namespace {
 
 /// Builds the tree of a part. Elements that only lead to the part get neither attributes nor content. The
-/// exception is text beside the part, because it determines whether the element is written on a separate
-/// line.
+/// exception is text before or after the part, because text determines whether an element is written on a
+/// separate line.
 class PartBuilder
 {
 public:
@@ -128,7 +128,7 @@ private:
     PartContent mContent;
     QDomDocument mTree;
     QList<OpenElement> mOpen;
-    bool mIsAfterText = false; ///< whether the previous node is a text
+    bool mIsAfterText = false; ///< whether the previous node is text
     bool mIsAfterTarget = false; ///< whether the previous node is the end of the element at the path
 };
 

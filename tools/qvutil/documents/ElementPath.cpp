@@ -94,8 +94,8 @@ ElementPath::ElementPath(const QString& text)
     QString path = text.trimmed();
     path.replace(u'\\', u'/');
     mIsFromRoot = path.startsWith(u'/');
-    // The library reads "//" as "/". In other path languages it searches the whole document, and a command
-    // that writes would create an element where such a path finds none.
+    // The library reads "//" as "/". Users of other path languages expect "//" to search the whole document,
+    // but a command that writes would create an element instead.
     if (path.contains("//"_L1)) {
         throw UsageFailure(u"%1 contains an empty step: the library cannot search at any depth and reads "
                            "'//' as '/'; name each element on the way from the root, as in Panel/Main"_s.arg(
@@ -134,7 +134,7 @@ public:
         : mPath(path)
     { }
 
-    /// An element begins. \return whether it is on the path
+    /// Call this when an element begins. \return whether the element is on the path
     bool Enter(const QString& name)
     {
         if (mDepth++ == 0) {
@@ -155,7 +155,7 @@ public:
         mNames.clear();
         return true;
     }
-    /// The last element that began and has not ended yet ends.
+    /// Call this when an element ends.
     void Leave()
     {
         if (--mDepth == mFound)
@@ -288,7 +288,7 @@ PathWalk::Place PathWalk::Enter(const QString& name)
 
 void PathWalk::Leave()
 {
-    // A path leads to one element per step. If that has ended without the next step, no other element is
+    // A path leads to one element per step. If that element ends without the next step, no other element is
     // tried.
     mIsOver = mIsOver || mDepth == mOnPath;
     --mDepth;

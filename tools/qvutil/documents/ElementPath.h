@@ -23,7 +23,7 @@ public:
     struct Step
     {
         QString Name;
-        int Position = 1; ///< among the siblings of that name, counted from 1
+        int Position = 1; ///< among the siblings with that name, counted from 1
 
         /// Returns "Item", or "Item[2]".
         [[nodiscard]] QString ToText() const;
@@ -31,8 +31,8 @@ public:
 
     /// Creates the path of the root.
     ElementPath() = default;
-    /// Throws UsageFailure if a step is neither a name nor a name with a position, or is empty. A separator
-    /// at either end is no step.
+    /// Throws UsageFailure if a step is neither a name nor a name with a position, or is empty. Ignores a
+    /// separator at either end.
     explicit ElementPath(const QString& text);
 
     /// Returns the path as it was typed.
@@ -52,16 +52,16 @@ public:
     /// Reports that the element does not exist.
     void Complain(const InputFile& file) const;
 
-    /// Returns why the element does not exist, and what the first step that leads nowhere was probably meant
-    /// to be. The document must be loaded completely.
+    /// Returns why the element does not exist, with suggestions for the first step that leads nowhere. The
+    /// document must be loaded completely.
     [[nodiscard]] QString WhyMissing(const Util::XmlFiler& filer) const;
     /// \overload
     /// \param document  content of the file
     [[nodiscard]] QString WhyMissing(const QByteArray& document) const;
 
     enum class LastStep {
-        IsReused, ///< if the element exists
-        IsNew, ///< a new element is appended even if one of that name exists
+        IsReused, ///< an existing element is used
+        IsNew, ///< a new element is appended even if one with that name exists
     };
     /// Moves to the element and creates what is missing. Throws Failure if a position leaves a gap.
     void Create(Util::XmlFiler& filer, LastStep last = LastStep::IsReused) const;
@@ -82,7 +82,7 @@ private:
 
     QString mText;
     QList<Step> mSteps;
-    bool mIsFromRoot = false; ///< begins with a separator, so that the first step may name the root
+    bool mIsFromRoot = false; ///< begins with a separator: the first step may name the root
 };
 
 /// Follows a path through the elements of a document as they begin and end, and finds what MoveTo finds.
@@ -95,20 +95,21 @@ public:
 
     /// How an element is related to the one at the path.
     enum class Place {
-        Aside, ///< it does not matter
+        Aside, ///< any other element
         Before, ///< a sibling that a position in the path counts
         Above, ///< an ancestor
         Target, ///< the element itself
         Inside, ///< a descendant
     };
-    /// Call it when an element begins. \return how that element is related to the one at the path
+    /// Call this when an element begins. \return how that element is related to the one at the path
     Place Enter(const QString& name);
-    /// Call it when an element ends.
+    /// Call this when an element ends.
     void Leave();
 
-    /// Returns whether the element has been found so far.
+    /// Returns whether the element has been found.
     [[nodiscard]] bool HasFound() const { return mHasFound; }
-    /// Returns the path of the element in the form of ElementPath::Of. Only call it after the root has begun.
+    /// Returns the path of the element in the form of ElementPath::Of. Only call this after the root has
+    /// begun.
     [[nodiscard]] QString TargetPath() const;
 
 private:
@@ -116,7 +117,7 @@ private:
     QString mRoot;
     QList<ElementPath::Step> mSteps;
     qsizetype mDepth = 0; ///< open elements
-    qsizetype mOnPath = 0; ///< open elements on the path, the root included
+    qsizetype mOnPath = 0; ///< open elements on the path, including the root
     int mPosition = 0; ///< of the last sibling with the name of the next step
     bool mHasFound = false;
     bool mIsOver = false; ///< the last element on the path has ended

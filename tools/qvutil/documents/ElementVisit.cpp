@@ -17,7 +17,7 @@ using Quorvin::Util::XmlFiler;
 namespace Quorvin::Tool {
 namespace {
 
-/// Makes the steps of the elements in one element.
+/// Numbers the children of one element, and returns their steps.
 class StepCounter
 {
 public:
@@ -53,7 +53,7 @@ void VisitSubtree(const QDomElement& element, int level, const QString& path, co
         VisitSubtree(child, level + 1, path + u'/' + steps.NextStep(child.tagName()), visitor);
 }
 
-/// Text in the elements that are open.
+/// Collects the text of the elements that are open.
 class OpenTexts
 {
 public:
@@ -91,12 +91,12 @@ struct Survey
 {
     bool CanStream = false;
     bool HasFound = false;
-    QHash<qint64, QString> MixedTexts; ///< of elements that contain elements too, by number
+    QHash<qint64, QString> MixedTexts; ///< of elements that also contain elements, by number
 };
 
-// Reads the whole document before the first visit, so that nothing is visited if the document is malformed.
-// Collects the text of elements with mixed content, because an element is visited before its last text has
-// been read.
+// Reads the whole document before the first visit, because nothing may be visited if the document is
+// malformed. Collects the text of elements with mixed content, because an element is visited before its last
+// text has been read.
 Survey MakeSurvey(const QString& name, const QByteArray& document, const ElementPath& path)
 {
     Survey survey;
@@ -190,7 +190,7 @@ private:
         return !mOpen.isEmpty();
     }
 
-    // A text, CDATA section, comment or processing instruction.
+    // Adds text, a CDATA section, a comment or a processing instruction.
     void AddContent(const QXmlStreamReader& node)
     {
         mLatest->IsSection = mIsEmpty && node.isCharacters() && node.isCDATA();

@@ -20,12 +20,12 @@ namespace Quorvin::Tool {
 /// An element of a document, without the elements in it.
 struct VisitedElement
 {
-    int Level = 0; ///< below the element where the visit starts
+    int Level = 0; ///< number of levels below the element where the visit starts
     QString Path; ///< from the root, see ElementPath::Of
     QString Name;
     QMap<QString, QString> Attributes;
-    QString Text; ///< as of TextOf
-    bool IsSection = false; ///< as of IsSection
+    QString Text; ///< see TextOf
+    bool IsSection = false; ///< see IsSection
     bool HasElements = false; ///< whether it contains elements
 };
 using ElementVisitor = std::function<void(const VisitedElement&)>;
@@ -46,8 +46,8 @@ using ElementVisitor = std::function<void(const VisitedElement&)>;
 void VisitTree(const QDomElement& element, const ElementVisitor& visitor);
 /// Returns the attributes of an element by name.
 [[nodiscard]] QMap<QString, QString> AttributesOf(const QDomElement& element);
-/// Returns the text of an element, its CDATA sections included; without white space around it if there are
-/// elements too.
+/// Returns the text of an element, including its CDATA sections. If the element contains elements, the text
+/// is trimmed.
 [[nodiscard]] QString TextOf(const QDomElement& element);
 /// Returns whether an element contains a CDATA section and nothing else. The library stores bytes in this
 /// way.

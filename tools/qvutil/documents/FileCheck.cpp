@@ -24,7 +24,7 @@ using Quorvin::Util::Internal::XmlProblemKind;
 namespace Quorvin::Tool {
 namespace {
 
-// Maximum number of problems of one kind; a binary file would have thousands.
+// Maximum number of reported problems of one kind; a binary file would have thousands.
 constexpr qsizetype kMaxOfKind = 10;
 
 constexpr QLatin1StringView gKindNames[] = {
@@ -79,7 +79,7 @@ void FindCharacters(const QByteArray& bytes, QList<FileProblem>& problems)
     qsizetype found = 0;
     for (qsizetype i = 0; i < size && found < kMaxOfKind; ++i) {
         const auto code = static_cast<unsigned char>(bytes.at(i));
-        if (IsXmlCharacter(code)) // bytes of characters beyond ASCII pass too
+        if (IsXmlCharacter(code)) // true for the bytes of non-ASCII characters too
             continue;
         ++found;
         position.MoveTo(i);
@@ -107,7 +107,8 @@ FileProblem::ProblemKind KindOf(const XmlProblem& problem)
     return FileProblem::Malformed;
 }
 
-// Returns whether the library loads the document.
+// Adds the reason why the library does not load the document, if there is one.
+// \return whether the library loads the document
 bool FindParseProblems(const QByteArray& content, QList<FileProblem>& problems)
 {
     const std::optional<XmlProblem> problem = FindFileProblem(content);
@@ -188,8 +189,8 @@ bool SurelyKeepsValues(const QString& name, const QByteArray& content)
 {
     NodeStream nodes(name, content);
     while (nodes.Next()) {
-        // When saving, the library writes a line break after an instruction, which changes text that follows
-        // it.
+        // When saving, the library writes a line break after a processing instruction, which changes the text
+        // after it.
         if (nodes.Node().isProcessingInstruction())
             return false;
     }

@@ -14,11 +14,11 @@
 
 namespace Quorvin::Tool {
 
-/// A problem of a settings file.
+/// A problem in a settings file.
 struct FileProblem
 {
     enum ProblemKind {
-        Torn, ///< the file ends in the middle, or with the zero bytes of a crashed system
+        Torn, ///< the file ends in the middle, or with zero bytes after a system crash
         Malformed, ///< it does not parse
         Limits, ///< it parses, but exceeds a limit of the library
         Character, ///< it holds a character that cannot be read back
@@ -27,7 +27,7 @@ struct FileProblem
     };
     ProblemKind Kind;
     qint64 Line; ///< counted from 1; 0 if the problem has no place
-    qint64 Column; ///< counted from 1, in bytes for characters
+    qint64 Column; ///< counted from 1; counts bytes if Kind is Character
     QString Reason;
 
     /// Returns "FILE:LINE:COLUMN: reason", or "FILE: reason".
@@ -35,7 +35,7 @@ struct FileProblem
     [[nodiscard]] QJsonObject ToJson() const;
 };
 
-/// Finds the values that would change if a loaded document was saved and loaded again.
+/// Finds the values that would change if a loaded document were saved and loaded again.
 [[nodiscard]] QList<FileProblem> FindChanges(Util::XmlFiler& filer);
 /// Returns whether a document certainly loads, and keeps all values when it is saved. Takes a fraction of the
 /// time and memory of FindChanges.
@@ -44,7 +44,7 @@ struct FileProblem
 /// \return false if FindChanges has to decide
 [[nodiscard]] bool SurelyKeepsValues(const QString& name, const QByteArray& content);
 
-/// Finds all problems of a settings file. Throws Failure if it cannot be read.
+/// Finds all problems in a settings file. Throws Failure if the file cannot be read.
 [[nodiscard]] QList<FileProblem> CheckFile(const InputFile& file);
 
 } // namespace Quorvin::Tool

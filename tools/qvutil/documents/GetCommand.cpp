@@ -108,10 +108,11 @@ void AddGetCommand(CommandLine& line, CLI::App& group)
     CLI::Option* valueName
         = AddText(get, "NAME", options->Name, "Name of the value, an attribute of the element");
     AddTypeOption(get, options->Type);
-    CLI::Option* defaultValue
-        = AddText(get, "--default,-d", options->Default, "Value to print if it is missing or of another type")
-              ->type_name("VALUE");
-    AddText(get, "--translations", options->Translations, "XLIFF file to translate texts of the form tr(...)")
+    CLI::Option* defaultValue = AddText(get, "--default,-d", options->Default,
+                                        "Fallback to print if the value is missing or of another type")
+                                    ->type_name("VALUE");
+    AddText(get, "--translations", options->Translations,
+            "XLIFF file with translations of texts of the form tr(...)")
         ->type_name("FILE");
     AddJsonFlag(get, options->Json);
     line.SetAction(get, [options, valueName, defaultValue] {

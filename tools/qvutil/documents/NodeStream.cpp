@@ -8,7 +8,7 @@
 namespace Quorvin::Tool {
 namespace {
 
-// Looking at the clock takes longer than reading a node.
+// Reading the clock takes longer than reading a node.
 constexpr int kNodesPerProgress = 1000;
 
 } // namespace
@@ -60,9 +60,9 @@ bool NodeStream::Next()
     return false;
 }
 
-// The tree holds no text that consists of white space. It depends on the version of Qt whether this includes
-// white space that is written as a reference or in a CDATA section, and characters that only Unicode counts
-// as spaces.
+// The tree holds no text that consists of white space. Whether this includes white space that is written as a
+// reference or in a CDATA section, and characters that only Unicode counts as spaces, depends on the version
+// of Qt.
 bool NodeStream::HoldsTreeText()
 {
     if (!mReader.text().trimmed().isEmpty())

@@ -91,7 +91,7 @@ ExitCode Set(const SetOptions& options)
 {
     const ElementPath path(options.Path);
     if (options.NewElement && path.EndsInPosition())
-        throw UsageFailure(u"--new appends an element, so PATH ends in a name without a position"_s);
+        throw UsageFailure(u"--new appends an element, so PATH must end in a name without a position"_s);
     const ValueType type = TypeOf(options.Type, HasName(options));
     const QList<Assignment> assignments = GetAssignments(options);
     CheckAssignments(assignments, type);
@@ -123,7 +123,7 @@ void AddSetCommand(CommandLine& line, CLI::App& group, MissingFile missing, cons
     options->Root = QString::fromStdString(root);
     options->Create = missing == MissingFile::IsCreated;
     const std::string name = "qvutil " + group.get_name() + " set ";
-    CLI::App& set = line.AddCommand(group, "set", "Write values of one element; missing elements are created",
+    CLI::App& set = line.AddCommand(group, "set", "Write values of one element, and create missing elements",
                                     name + "app.xml Panel/Main Width 640 --type int\n" + name
                                         + "app.xml Panel/Main Width 640 Height 480\n" + name
                                         + "app.xml Notes \"Call back\"           # the element's text\n"
@@ -138,11 +138,10 @@ void AddSetCommand(CommandLine& line, CLI::App& group, MissingFile missing, cons
     AddTypeOption(set, options->Type);
     AddText(set, "--from,-f", options->From, "Read VALUE from a file; - for standard input")
         ->type_name("FILE");
-    set.add_flag("--new", options->NewElement, "Append a new element even if there is one of that name");
+    set.add_flag("--new", options->NewElement, "Append a new element even if one with that name exists");
     if (missing == MissingFile::IsError)
         set.add_flag("--create", options->Create, "Create the file if it does not exist");
-    AddText(set, "--root", options->Root,
-            "Name of the root element if the file is created; " + root + " if not given")
+    AddText(set, "--root", options->Root, "Name of the root element if the file is created; default: " + root)
         ->type_name("NAME");
 }
 

@@ -73,9 +73,10 @@ void AddSettingsCheckCommand(CommandLine& line, CLI::App& group)
                                       "qvutil settings check app.xml\n"
                                       "qvutil settings check ~/.config/*/*.xml --json",
                                       [options] { return Check(*options); });
-    AddExplanation(check,
-                   "Reports files that do not parse, with line and column, truncated files, characters that\n"
-                   "cannot be read back, and temporary files that interrupted saves left behind.");
+    AddExplanation(
+        check,
+        "Reports files that do not parse (with line and column), truncated files, characters that\n"
+        "cannot be read back, and temporary files that interrupted saves left behind.");
     AddTexts(check, "FILE", options->Files, "Settings file to check; - for standard input")->required();
     AddJsonFlag(check, options->Json);
 }

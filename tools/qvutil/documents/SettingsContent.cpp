@@ -104,7 +104,7 @@ SettingsContent ReadContent(const QDomElement& root)
     for (QDomNode node = root.ownerDocument().firstChild(); !node.isNull(); node = node.nextSibling())
         comments += node.isComment() ? 1 : 0;
     if (comments > 0)
-        content.Problems.append(u"comments beside the root element are left out: %1"_s.arg(comments));
+        content.Problems.append(u"comments outside the root element are left out: %1"_s.arg(comments));
     ContentReader(content).Read(root, {});
     return content;
 }

@@ -23,7 +23,7 @@ struct Setting
     };
     SettingKind Kind;
     QString Path; ///< of the element below the root, such as "List/Item[2]"; empty for the root
-    QString Name; ///< of the attribute
+    QString Name; ///< of the attribute; empty for other kinds
     QString Value;
 };
 
@@ -32,7 +32,7 @@ struct SettingsContent
 {
     QString Root; ///< name of the root element; empty if it is not known
     QList<Setting> Settings; ///< in the order of the document
-    QStringList Problems; ///< values that cannot be converted, each as a line of text
+    QStringList Problems; ///< content that cannot be converted, each item as a line of text
 };
 
 /// Reads the content of an element and everything below it. Comments, processing instructions and the
@@ -41,7 +41,7 @@ struct SettingsContent
 /// Writes settings into a document and creates missing elements. Throws Failure if a position leaves a gap.
 void WriteContent(Util::XmlFiler& filer, const SettingsContent& content);
 
-// The formats. How each stores elements is described in the handbook, docs/tool.md.
+// The formats. docs/tool.md describes how they store elements.
 
 [[nodiscard]] QByteArray ToJson(const QDomElement& root);
 /// Throws Failure if the text is not JSON.
@@ -50,7 +50,7 @@ void WriteContent(Util::XmlFiler& filer, const SettingsContent& content);
 /// Throws Failure if the text is not in the format of QSettings.
 [[nodiscard]] SettingsContent FromIni(const QByteArray& text, const QString& file);
 
-/// Adds a setting if its names and characters can be stored in a document, and a problem if not.
+/// Adds a setting, or a problem if its name or characters cannot be stored in a document.
 /// \param where  name of the setting in the problem
 void AddSetting(SettingsContent& content, const Setting& setting, const QString& where);
 

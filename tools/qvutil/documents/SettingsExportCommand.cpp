@@ -41,7 +41,7 @@ QStringList FindLost(const SettingsContent& content, const SettingsContent& impo
         if (keys.contains(KeyOf(setting)))
             continue;
         const QString name = setting.Path + (setting.Name.isEmpty() ? QString() : u' ' + setting.Name);
-        lost += name.trimmed() + u": does not read back from this format"_s;
+        lost += name.trimmed() + u": cannot be read back from this format"_s;
     }
     return lost;
 }
@@ -81,7 +81,7 @@ void AddSettingsExportCommand(CommandLine& line, CLI::App& group)
         "comments, is omitted and reported; the exit code is then 1.");
     AddText(command, "FILE", options->File, "Settings file to read; - for standard input")->required();
     AddText(command, "--format,-f", options->Format,
-            "json, or ini for the format of QSettings; json if not given")
+            "json, or ini for the format of QSettings; default: json")
         ->type_name("FORMAT");
 }
 

@@ -38,7 +38,7 @@ bool IsIni(const ImportOptions& options)
         return format == "ini"_L1;
     throw UsageFailure(
         options.Format.isEmpty()
-            ? u"--format is required: the name of SOURCE ends in neither .json, .ini nor .conf"_s
+            ? u"--format is required: the name of SOURCE does not end in .json, .ini or .conf"_s
             : u"there is no format '%1'; formats are json and ini"_s.arg(format));
 }
 
@@ -61,7 +61,7 @@ ExitCode Import(const ImportOptions& options)
     for (const QString& problem : content.Problems)
         Console::ReportError(source.Name(), problem);
     if (!content.Problems.isEmpty() && !options.Skip) {
-        Console::ReportError(options.File, u"nothing was changed; --skip imports the rest"_s);
+        Console::ReportError(options.File, u"nothing was changed; use --skip to import the rest"_s);
         return ExitCode::No;
     }
 
@@ -92,21 +92,20 @@ void AddSettingsImportCommand(CommandLine& line, CLI::App& group)
                           "qvutil settings import app.xml ~/.config/Maker/App.conf\n"
                           "qvutil settings import app.xml app.json --replace --dry-run",
                           [options] { return Import(*options); });
-    AddExplanation(
-        command,
-        "Settings that SOURCE does not mention are kept. All values are written in one save. If a\n"
-        "value cannot be stored in a document, it is reported, nothing is written, and the exit\n"
-        "code is 1.");
+    AddExplanation(command,
+                   "Keeps settings that SOURCE does not contain. All values are written in one save. If a\n"
+                   "value cannot be stored in a document, it is reported, nothing is written, and the exit\n"
+                   "code is 1.");
     AddChangeArguments(command, *options);
     AddText(command, "SOURCE", options->Source, "JSON or INI file to read; - for standard input")->required();
     AddText(command, "--format,-f", options->Format,
-            "json or ini; if not given, the suffix of SOURCE decides: .json, .ini or .conf")
+            "json or ini; default: from the suffix of SOURCE (.json, .ini or .conf)")
         ->type_name("FORMAT");
     command.add_flag("--replace", options->Replace, "Replace the whole content of FILE");
     command.add_flag("--skip", options->Skip,
                      "Import the rest if some values cannot be stored in a document");
     AddText(command, "--root", options->Root,
-            "Root element if the file is created or replaced; by default as in SOURCE, or Settings")
+            "Name of the root element if the file is created or replaced; default: as in SOURCE, or Settings")
         ->type_name("NAME");
 }
 

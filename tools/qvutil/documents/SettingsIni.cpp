@@ -30,7 +30,7 @@ constexpr QLatin1StringView kSectionKey = "#cdata"_L1;
 
 constexpr QLatin1StringView kDefaultRoot = "Settings"_L1;
 
-// A file in a separate folder for QSettings, which locks its file, and leaves a lock file behind if it is
+// A file for QSettings in a separate folder, because QSettings leaves a lock file beside it if the process is
 // killed.
 class ScratchIni
 {
@@ -51,7 +51,7 @@ QString KeyOf(const QString& path, const QString& name)
     return path.isEmpty() ? name : path + u'/' + name;
 }
 
-// Converts a value of QSettings to the text that the library would store.
+// Converts a value of QSettings to the text that the library would store; nullopt if there is none.
 std::optional<QString> TextOfVariant(const QVariant& value)
 {
     switch (value.typeId()) {
@@ -103,7 +103,7 @@ void AddKey(SettingsContent& content, const QString& key, const QVariant& value)
     }
     const auto text = TextOfVariant(value);
     if (!text) {
-        content.Problems.append(u"%1: a value of the type %2 cannot be stored in a document"_s.arg(
+        content.Problems.append(u"%1: a value of type %2 cannot be stored in a document"_s.arg(
             Console::Visible(key), value.isValid() ? QString::fromLatin1(value.typeName()) : u"@Invalid"_s));
         return;
     }

@@ -29,10 +29,10 @@ constexpr QChar kAttributeMark = u'@';
 constexpr QLatin1StringView kTextKey = "#text"_L1;
 constexpr QLatin1StringView kSectionKey = "#cdata"_L1;
 
-// Every program that reads JSON supports whole numbers up to this one.
+// All programs that read JSON support whole numbers up to this one.
 constexpr qint64 kMaxJsonInteger = qint64{1} << 53;
 
-// Returns a number or a truth value only if FromJson converts it back to the same text.
+// Returns a number or Boolean only if FromJson converts it back to the same text.
 QJsonValue ToScalar(const QString& text)
 {
     const ValueType type = TypeOfText(text);
@@ -103,7 +103,7 @@ public:
             mContent.Problems.append(Console::Visible(path)
                                      + (value.isNull()
                                             ? u": null cannot be stored in a document"_s
-                                            : u": a list in a list cannot be stored in a document"_s));
+                                            : u": an array in an array cannot be stored in a document"_s));
             return;
         }
         const QJsonObject object = value.toObject();
@@ -122,7 +122,7 @@ private:
             const auto text = FromScalar(value);
             if (!text) {
                 mContent.Problems.append(Console::Visible(where)
-                                         + u": is not a text, a number, true or false"_s);
+                                         + u": is not a string, a number, true or false"_s);
                 return;
             }
             Add(!isText               ? Setting::Attribute

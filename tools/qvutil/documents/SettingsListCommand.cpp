@@ -49,9 +49,9 @@ void AddSettingsListCommand(CommandLine& line, CLI::App& group)
                                      "qvutil settings list app.xml Panel/Main --json",
                                      [options] { return List(*options); });
     AddText(list, "FILE", options->File, "Settings file to read; - for standard input")->required();
-    AddText(
-        list, "PATH", options->Path,
-        "Element, as names from the root joined by '/'; Item[2] is the second Item; the root if not given");
+    AddText(list, "PATH", options->Path,
+            "Path of the element: names below the root, joined by '/'; Item[2] is the second Item; default: "
+            "the root");
     AddJsonFlag(list, options->Json);
 }
 

@@ -51,7 +51,7 @@ public:
     {
         const QFileInfo info(options.File);
         if (options.File.isEmpty() || options.File == "-"_L1)
-            throw UsageFailure(u"FILE is a file to watch, not standard input"_s);
+            throw UsageFailure(u"standard input cannot be watched; FILE must be a file"_s);
         if (!info.dir().exists())
             throw Failure(options.File, u"there is no folder %1"_s.arg(info.path()));
         if (info.isDir())
@@ -68,7 +68,7 @@ public:
         Console::ReportError({}, u"watching %1"_s.arg(Subject()));
     }
 
-    // Names the watched file, or the watched element in it.
+    // Returns the name of the watched file or element, for messages.
     [[nodiscard]] QString Subject() const
     {
         return mOptions.Path.isEmpty() ? mOptions.File : u"%1 in %2"_s.arg(mOptions.Path, mOptions.File);
@@ -76,8 +76,8 @@ public:
     [[nodiscard]] bool IsDone() const { return mOptions.Count > 0 && mReported >= mOptions.Count; }
 
 private:
-    // The watcher stops watching a file that is replaced, so watch its folder too, which reports the new
-    // file. For a link, watch the folder of its target.
+    // The watcher stops watching a file that is replaced, so watch the folder too to notice the new file. For
+    // a link, watch the folder of its target.
     void Arm()
     {
         const QFileInfo info(mOptions.File);
@@ -187,12 +187,12 @@ void AddSettingsWatchCommand(CommandLine& line, CLI::App& group)
                           [options] { return Watch(*options); });
     AddExplanation(watch,
                    "Prints the values that change, as settings diff does. The file may be replaced, written\n"
-                   "in place, removed, and created later. The same applies to the element at\n"
+                   "in place, removed or created later. The same applies to the element at\n"
                    "PATH.");
     AddText(watch, "FILE", options->File, "Settings file to watch")->required();
-    AddText(
-        watch, "PATH", options->Path,
-        "Element, as names from the root joined by '/'; Item[2] is the second Item; the root if not given");
+    AddText(watch, "PATH", options->Path,
+            "Path of the element: names below the root, joined by '/'; Item[2] is the second Item; default: "
+            "the root");
     AddNumber(watch, "--count", options->Count, {.Min = 1, .Max = 1000000000},
               "Stop after this number of changes")
         ->type_name("N");

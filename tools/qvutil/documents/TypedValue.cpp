@@ -39,7 +39,7 @@ constexpr TypeName gTypeNames[] = {
 template <typename Number> Value NumberValue(Number value)
 {
     QJsonValue json;
-    // JSON supports whole numbers up to those of 64 bits with a sign.
+    // QJsonValue supports whole numbers up to the maximum of qint64.
     if constexpr (std::is_same_v<Number, unsigned long>) {
         json = value <= static_cast<unsigned long>(std::numeric_limits<qint64>::max())
             ? QJsonValue(static_cast<qint64>(value))
@@ -53,7 +53,7 @@ template <typename Number> Value NumberValue(Number value)
 Value DoubleValue(double value)
 {
     const QByteArray text = QByteArray::number(value, 'g', QLocale::FloatingPointShortest);
-    // JSON has no infinity and no NaN.
+    // JSON does not support infinity or NaN.
     return {.Plain = text,
             .Json = qIsFinite(value) ? QJsonValue(value) : QJsonValue(QString::fromLatin1(text))};
 }
@@ -106,11 +106,11 @@ std::optional<Value> FoundValue(const std::optional<Type>& found, ToValue toValu
     return found ? std::optional<Value>(toValue(*found)) : std::nullopt;
 }
 
-// The library's read operations, by the type of the default.
+// Returns the library's read operation for a type.
 template <typename Type> auto Reader(XmlFiler& filer, const QString& name)
 {
     return [&filer, &name](const Type& defaultValue) -> Type {
-        const QString path; // the cursor
+        const QString path; // empty: the element under the cursor
         if constexpr (std::is_same_v<Type, int>)
             return filer.ReadInt(path, name, defaultValue);
         else if constexpr (std::is_same_v<Type, unsigned int>)
@@ -172,7 +172,7 @@ std::optional<QString> FindContent(const QString& text)
 // No number, date or rectangle is longer.
 constexpr qsizetype kMaxTypedText = 64;
 
-// The attribute of a document that contains only one value.
+// The name of the attribute in a document that contains only one value.
 constexpr QStringView kName = u"Value";
 
 // A value from the command line, parsed by the library's own rules.
@@ -187,7 +187,7 @@ struct GivenValue
         Filer.WriteString({}, kName.toString(), Text);
     }
 
-    // The library reads a part that is not a number as 0. On the command line, it is an error.
+    // The library reads a part that is not a number as 0. The tool rejects it.
     [[nodiscard]] bool HasNumbersOnly() const
     {
         const QStringList parts = Text.split(u',');
@@ -213,7 +213,7 @@ struct GivenValue
     bool ToBool() { return Checked(Find<bool>(Filer, kName.toString(), false, true)); }
     QRect ToRect() { return Checked(HasNumbersOnly() ? FindRect(Filer, kName.toString()) : std::nullopt); }
     QSize ToSize() { return Checked(HasNumbersOnly() ? FindSize(Filer, kName.toString()) : std::nullopt); }
-    // Unlike in a document, an offset from UTC is respected.
+    // Respects an offset from UTC, which the library ignores in documents.
     QDateTime ToDate()
     {
         const QDateTime date = QDateTime::fromString(Text, Qt::ISODate);
@@ -296,7 +296,7 @@ std::optional<Value> ReadValue(XmlFiler& filer, ValueType type, const QString& n
 void WriteValue(XmlFiler& filer, ValueType type, const QString& name, const QByteArray& value)
 {
     GivenValue given(type, value);
-    const QString path; // the cursor
+    const QString path; // empty: the element under the cursor
     switch (type) {
     case ValueType::Int:
         return filer.WriteInt(path, name, given.ToNumber<int>());
@@ -333,7 +333,7 @@ Value NormalizedValue(ValueType type, const QByteArray& value)
     filer.TranslateEnabled = false;
     filer.CreateRoot({});
     WriteValue(filer, type, kName.toString(), value);
-    // An empty text looks like a missing one.
+    // ReadValue returns nullopt for an empty string, as for a missing value.
     return ReadValue(filer, type, kName.toString()).value_or(Value{.Plain = {}, .Json = QString()});
 }
 

@@ -48,12 +48,12 @@ struct Value
 
 /// Reads a value of the element under the cursor as the library does.
 /// \param name  name of the attribute; not used if the value is the element's content
-/// \return empty if the library would return the caller's default
+/// \return nullopt if the library would return the caller's default
 [[nodiscard]] std::optional<Value> ReadValue(Util::XmlFiler& filer, ValueType type, const QString& name);
-/// Writes a value of the element under the cursor. The value is a text, or bytes if it is a buffer. Throws
+/// Writes a value of the element under the cursor. \p value is UTF-8 text, or the bytes of a buffer. Throws
 /// UsageFailure if it is not a value of the type.
 void WriteValue(Util::XmlFiler& filer, ValueType type, const QString& name, const QByteArray& value);
-/// Returns the reason why ReadValue finds nothing.
+/// Returns the reason why ReadValue returns nullopt.
 [[nodiscard]] QString WhyMissing(const Util::XmlFiler& filer, ValueType type, const QString& name);
 
 /// Converts a value from text to the form in which ReadValue returns it.
@@ -62,12 +62,12 @@ void WriteValue(Util::XmlFiler& filer, ValueType type, const QString& name, cons
 /// Finds the type for which the library would write this text: "640" is an int and "True" a bool, but "0640"
 /// and "yes" are strings. The result is never a long, an unsigned number or a buffer.
 [[nodiscard]] ValueType TypeOfText(const QString& text);
-/// Returns the bytes that the library reads from a CDATA section, if it would write them as the same section.
+/// Returns the bytes that the library reads from a CDATA section; nullopt if it would write them differently.
 [[nodiscard]] std::optional<QByteArray> BytesOfSection(const QString& section);
 /// Formats a number as the library does.
 [[nodiscard]] QString DoubleText(double value);
 
-/// Throws UsageFailure if a text contains a character that XML does not allow.
+/// Throws UsageFailure if text contains a character that XML does not allow.
 void CheckCharacters(const QString& text);
 
 } // namespace Quorvin::Tool

@@ -9,7 +9,7 @@ namespace Quorvin::Tool {
 
 void AddTypeOption(CLI::App& command, QString& type)
 {
-    AddText(command, "--type,-t", type, "Type of the value; string if not given, text if there is no NAME")
+    AddText(command, "--type,-t", type, "Type of the value; default: string, or text without NAME")
         ->type_name("TYPE");
     command.footer(command.get_footer() + "\n\nTypes:\n  " + ValueTypeNames());
 }
@@ -21,9 +21,9 @@ ValueType TypeOf(const QString& typeName, bool hasName)
     const ValueType type = ValueTypeByName(typeName);
     if (IsContent(type) && hasName)
         throw UsageFailure(
-            u"a value of the type %1 is the content of an element and has no NAME"_s.arg(typeName));
+            u"a value of type %1 is the content of an element and has no NAME"_s.arg(typeName));
     if (!IsContent(type) && !hasName)
-        throw UsageFailure(u"NAME is required for a value of the type %1"_s.arg(typeName));
+        throw UsageFailure(u"NAME is required for a value of type %1"_s.arg(typeName));
     return type;
 }
 

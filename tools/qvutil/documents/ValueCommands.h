@@ -16,12 +16,12 @@ namespace Quorvin::Tool {
 
 /// The description of PATH in help texts.
 inline constexpr const char* kPathDescription
-    = "Element, as names from the root joined by '/'; Item[2] is the second Item; / is the root itself";
+    = "Path of the element: names below the root, joined by '/'; Item[2] is the second Item; / is the root";
 
 /// Adds the command `get` to a group.
 void AddGetCommand(CommandLine& line, CLI::App& group);
 
-/// Tells `set` how to treat a file that does not exist.
+/// How `set` treats a file that does not exist.
 enum class MissingFile {
     IsError, ///< unless --create is given
     IsCreated, ///< as the settings store does
@@ -40,7 +40,7 @@ void AddDeleteCommand(CommandLine& line, CLI::App& group);
 
 /// Adds the option --type.
 void AddTypeOption(CLI::App& command, QString& type);
-/// Returns the type of that name. Throws UsageFailure if the type requires or excludes a NAME. Without
+/// Returns the type with that name. Throws UsageFailure if the type requires or excludes a NAME. Without
 /// --type, a value with a name is a string, and a value without one is the element's text.
 [[nodiscard]] ValueType TypeOf(const QString& typeName, bool hasName);
 

@@ -18,9 +18,9 @@ namespace Quorvin::Tool {
 void AddPartArguments(CLI::App& command, PartOptions& options)
 {
     AddText(command, "FILE", options.File, "Document to read; - for standard input")->required();
-    AddText(
-        command, "PATH", options.Path,
-        "Element, as names from the root joined by '/'; Item[2] is the second Item; the root if not given");
+    AddText(command, "PATH", options.Path,
+            "Path of the element: names below the root, joined by '/'; Item[2] is the second Item; default: "
+            "the root");
     AddJsonFlag(command, options.Json);
 }
 

@@ -11,7 +11,7 @@
 
 namespace Quorvin::Tool {
 
-// The commands of `qvutil xml` in the order of its help, after those of ValueCommands.h.
+// The commands of `qvutil xml`, in the order of its help, after those of ValueCommands.h.
 void AddXmlRenameCommand(CommandLine& line, CLI::App& group);
 void AddXmlMoveCommand(CommandLine& line, CLI::App& group);
 void AddXmlFormatCommand(CommandLine& line, CLI::App& group);

@@ -92,7 +92,7 @@ private:
     {
         while (mOpen.size() > level) {
             const OpenElement element = mOpen.takeLast();
-            if (mOpen.size() < mDepth) // the level of the element
+            if (mOpen.size() < mDepth) // then it has the member "children"
                 mStream.EndArray();
             mStream.AddName(u"name"_s);
             mStream.AddValue(element.Name);
@@ -141,7 +141,7 @@ void AddXmlListCommand(CommandLine& line, CLI::App& group)
                                      [options] { return List(*options); });
     AddPartArguments(list, *options);
     AddNumber(list, "--depth", options->Depth, {.Min = 0, .Max = kMaxElementDepth},
-              "Maximum number of levels below the element; all if not given")
+              "Maximum number of levels below the element; default: all")
         ->type_name("LEVELS");
 }
 

@@ -48,7 +48,8 @@ void MoveElement(const QDomElement& element, QDomElement target, const MoveOptio
     }
     QDomNode parent = target.parentNode();
     if (parent.isDocument())
-        throw UsageFailure(u"a document has one root element: nothing can be moved beside it"_s);
+        throw UsageFailure(
+            u"a document has only one root element: nothing can be moved before or after it"_s);
     if (options.Before)
         parent.insertBefore(element, target);
     else
@@ -63,7 +64,7 @@ ExitCode Move(const MoveOptions& options)
     if (options.Before && options.After)
         throw UsageFailure(u"--before and --after cannot be combined"_s);
     if (hasName && (options.Before || options.After))
-        throw UsageFailure(u"attributes have no order: --before and --after are for elements"_s);
+        throw UsageFailure(u"attributes have no order: --before and --after are only for elements"_s);
     const ElementPath path(options.Path);
     const ElementPath targetPath(options.NameAndTarget.back());
 

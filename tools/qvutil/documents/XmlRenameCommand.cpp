@@ -62,7 +62,7 @@ void AddXmlRenameCommand(CommandLine& line, CLI::App& group)
     CLI::App& command
         = line.AddCommand(group, "rename", "Rename an element or an attribute",
                           "qvutil xml rename app.xml Panel/Main Centre        # the element\n"
-                          "qvutil xml rename app.xml Panel/Main Width Breadth # an attribute of it",
+                          "qvutil xml rename app.xml Panel/Main Width Breadth # its attribute Width",
                           [options] { return Rename(*options); });
     AddChangeArguments(command, *options);
     AddText(command, "PATH", options->Path, kPathDescription)->required();
