@@ -1018,10 +1018,9 @@ void tst_ToolGrid::Clean_withoutRegistry()
 {
     QVERIFY(LeaveSocket(Temporary(u"desk.x.2147483632"_s)));
     QVERIFY(TestSupport::WriteFile(GridLockFilePath(kGrid), {}));
-    QCOMPARE(
-        Run(u"list"_s, {kGrid}).ToText(),
-        u"! qvutil: grid desk: there is no such grid in %1, but stale files of one exist: see qvutil grid "
-        "show\n=> 1\n"_s.arg(mTemporary->path()));
+    QCOMPARE(Run(u"list"_s, {kGrid}).ToText(),
+             u"! qvutil: grid desk: there is no such grid in %1, but one has left stale files behind: see "
+             "qvutil grid show\n=> 1\n"_s.arg(mTemporary->path()));
     const QString files = u"the socket %1/desk.x.2147483632\n%3the lock file %2\n"_s.arg(
         mTemporary->path(), GridLockFilePath(kGrid));
     QCOMPARE(Text(Run(u"show"_s, {kGrid})),

@@ -297,10 +297,11 @@ void tst_ToolIpc::Call_unreachable_data()
 
     QTest::newRow("no server") << u"none"_s << u"no server has this name: there is no PATH"_s;
     QTest::newRow("socket of a killed server")
-        << u"stale"_s << u"no process listens: a process that has ended left behind PATH"_s;
+        << u"stale"_s << u"no process listens: a process that has ended left PATH behind"_s;
     QTest::newRow("another file") << u"file"_s << u"PATH is not a socket"_s;
     QTest::newRow("missing folder") << u"folder"_s << u"the folder FOLDER/no does not exist"_s;
-    QTest::newRow("too long") << u"long"_s << u"the path has SIZE bytes, and the system allows LONGEST"_s;
+    QTest::newRow("too long") << u"long"_s
+                              << u"the path has SIZE bytes, but the system allows only LONGEST"_s;
     QTest::newRow("empty") << u"empty"_s << u"the name is empty"_s;
 }
 
@@ -600,7 +601,7 @@ void tst_ToolIpc::Listen_badReply_data()
     QTest::newRow("not JSON") << QByteArray("nothing") << u"! qvutil: r.json:1:1: illegal value\n=> 2\n"_s;
     QTest::newRow("no name")
         << QByteArray(R"({"params": {}})")
-        << u"! qvutil: r.json:1: id: a message must have a name, which is a text\n=> 2\n"_s;
+        << u"! qvutil: r.json:1: id: a message must have a name, which is a string\n=> 2\n"_s;
     QTest::newRow("no message") << QByteArray("[]") << u"! qvutil: r.json: there is no message\n=> 2\n"_s;
 }
 
@@ -736,7 +737,7 @@ void tst_ToolIpc::Listen_cannotListen_data()
     QTest::newRow("empty") << QString() << u"! qvutil: the name is empty\n=> 2\n"_s;
     QTest::newRow("too long")
         << u"/tmp/"_s + QString(120, u'x')
-        << u"! qvutil: /tmp/%1: the path has 125 bytes, and the system allows %2\n=> 2\n"_s
+        << u"! qvutil: /tmp/%1: the path has 125 bytes, but the system allows only %2\n=> 2\n"_s
                .arg(QString(120, u'x'))
                .arg(Quorvin::Util::Platform::GetMaxSocketPathLength());
     QTest::newRow("missing folder")

@@ -293,9 +293,8 @@ void tst_ToolIpcDoctor::Doctor_missing()
              u"name        %1\npath        %2 (%3 bytes of %4)\nfile        none\nlistening   no\n"
              "answers     not asked: use --connect, which displaces the server's client\n"
              "problem: no server has this name: there is no %2\n"
-             "  advice: start the server; if it runs, compare the name, and its folder for temporary files "
-             "(TMPDIR) "
-             "with %5\n=> 1\n"_s.arg(name, PathOf(name))
+             "  advice: start the server; if it is running, compare its name, and its folder for temporary "
+             "files (TMPDIR), with %5\n=> 1\n"_s.arg(name, PathOf(name))
                  .arg(PathOf(name).size())
                  .arg(Quorvin::Util::Platform::GetMaxSocketPathLength())
                  .arg(folder));

@@ -633,8 +633,8 @@ void tst_ToolMessage::Encode_bad_data()
     row("wrong second line", "{\"id\":\"A\"}\n{\"id\" \"B\"}", u":2:7: missing name separator"_s);
     row("zero byte", QByteArray("{\"id\":\"A\"}\n\0", 12), u":2:1: illegal value"_s);
     row("list of something else", "[1]", u":1: message 1: 1 is not a message"_s);
-    row("no name", "{}", u":1: id: a message must have a name, which is a text"_s);
-    row("invalid name", "{\"id\":5}", u":1: id: a message must have a name, which is a text"_s);
+    row("no name", "{}", u":1: id: a message must have a name, which is a string"_s);
+    row("invalid name", "{\"id\":5}", u":1: id: a message must have a name, which is a string"_s);
     row("unknown field", "\n{\"id\":\"A\",\"extras\":{}}",
         u":2: extras: a message has no such field; fields are id, uniqueId, originalMessageUniqueId, "
         u"needResponse, "
@@ -785,7 +785,7 @@ void tst_ToolMessage::Split_bad()
     QCOMPARE(mTool->Run({u"message"_s, u"split"_s, u"--to"_s, u"file"_s}, Document("A")).ToText(),
              u"! qvutil: file: the folder cannot be created\n=> 2\n"_s);
     QCOMPARE(mTool->Run({u"message"_s, u"split"_s, u"--to"_s, u"-"_s}, Document("A")).ToText(),
-             u"! qvutil: --to must be a folder; use ./- for a folder with the name -\n"
+             u"! qvutil: --to must be a folder; use ./- for a folder named -\n"
              "! Try 'qvutil message split --help'.\n=> 2\n"_s);
     QVERIFY(!QFileInfo::exists(mTool->Path(u"-"_s)));
 }

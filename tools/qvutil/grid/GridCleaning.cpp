@@ -69,8 +69,8 @@ QList<ProcessInfo> RemoveDeadEntries(const QList<ProcessInfo>& processes, GridCl
     return alive;
 }
 
-// Returns the corrected content of a registry; nothing if it is already correct, or if the memory belongs to
-// another program.
+// Returns the corrected content of a registry; nullopt if the registry is already correct, or if the memory
+// belongs to another program.
 std::optional<QByteArray> CleanEntries(const QByteArray& before, GridCleaning& cleaning)
 {
     QByteArray after

@@ -15,7 +15,7 @@ namespace Quorvin::Tool {
 struct GridCleaning
 {
     QList<StaleItem> Removed;
-    QList<StaleItem> Kept; ///< traces that could not be removed
+    QList<StaleItem> Kept; ///< items that could not be removed
     bool IsRepaired = false; ///< a damaged registry was rewritten with the members that can be read
 };
 
@@ -24,8 +24,7 @@ struct GridCleaning
 /// Throws Failure if another process keeps the grid locked, or if access is denied.
 [[nodiscard]] GridCleaning CleanGrid(const QString& grid);
 
-/// Returns what CleanGrid would do, without changing anything. Throws Failure if the registry is not
-/// readable.
+/// Returns what CleanGrid would do, without changing anything. Throws Failure if the registry cannot be read.
 [[nodiscard]] GridCleaning PreviewCleaning(const GridSnapshot& snapshot);
 
 } // namespace Quorvin::Tool

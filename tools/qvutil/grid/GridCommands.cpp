@@ -32,7 +32,7 @@ ExitCode ReportMissingGrid(const GridSnapshot& snapshot)
 {
     QString reason = u"there is no such grid in %1"_s.arg(QDir::tempPath());
     if (snapshot.Exists())
-        reason += u", but stale files of one exist: see qvutil grid show"_s;
+        reason += u", but one has left stale files behind: see qvutil grid show"_s;
     Console::ReportError(u"grid %1"_s.arg(snapshot.Name), reason);
     return ExitCode::No;
 }

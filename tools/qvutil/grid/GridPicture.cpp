@@ -18,9 +18,8 @@ constexpr double kTitleHeight = 58;
 constexpr double kCardHeight = 74;
 constexpr double kCardStep = 84;
 constexpr double kLineHeight = 16;
-// The width for arrows beside the cards, and the width of one lane of them.
-constexpr double kMaxLaneRoom = 112;
-constexpr double kMaxLaneStep = 14;
+constexpr double kMaxLaneRoom = 112; // for the arrows beside the cards
+constexpr double kMaxLaneStep = 14; // for one lane of arrows
 constexpr double kArrowSize = 5;
 
 /// An arrow from a client to its server, beside the cards.
@@ -101,11 +100,11 @@ public:
 private:
     static constexpr double kContentWidth = SvgPicture::kWidth - 2 * SvgPicture::kMargin;
 
-    /// Lines below the members; those that begin a list are its title.
+    /// A line of text below the members.
     struct Remark
     {
         QString Text;
-        bool IsTitle = false;
+        bool IsTitle = false; ///< whether it is the title of the lines after it
     };
 
     [[nodiscard]] static double TopOf(qsizetype member)
@@ -154,7 +153,7 @@ private:
         return texts.isEmpty() ? QStringList(u"no connections"_s) : texts;
     }
 
-    // "process 4711 (desk.viewer.4711): alive; connected to 4712"
+    // Returns a description: "process 4711 (desk.viewer.4711): alive; connected to 4712".
     [[nodiscard]] QString TextOf(qsizetype i) const
     {
         const GridMember& member = mSnapshot.Registry.Members.at(i);
@@ -208,7 +207,7 @@ private:
         mPicture.AddText(SvgPicture::kMargin, 45, Counts(), {.Color = SvgPicture::Muted});
     }
 
-    // A disc if all is well, a ring if the process does not listen, a cross if it is dead.
+    // Draws a disc if all is well, a ring if the process does not listen, or a cross if it is dead.
     void PaintState(qsizetype member, double x, double y)
     {
         const QString state = StateOf(member);
@@ -261,7 +260,7 @@ private:
         mPicture.EndPart();
     }
 
-    // From the lower half of the client's card to the upper half of the server's.
+    // Draws an arrow from the lower half of the client's card to the upper half of the server's.
     void PaintArrow(const Arrow& arrow)
     {
         const double start = SvgPicture::kMargin + mCardWidth;

@@ -13,9 +13,9 @@
 // Output of the commands of `qvutil grid`.
 namespace Quorvin::Tool {
 
-/// Returns process ids as one text, "4711,4712"; "-" if there are none.
+/// Returns process ids as a string, such as "4711,4712"; "-" if there are none.
 [[nodiscard]] QString JoinIds(const QList<qint64>& ids);
-/// Returns the name of a grid and how many members it has: "grid desk: 2 alive, 1 dead".
+/// Returns the name of a grid and the number of its members: "grid desk: 2 alive, 1 dead".
 [[nodiscard]] QString TitleOf(const GridSnapshot& snapshot);
 /// Returns the problems of a grid's registry as text.
 [[nodiscard]] QStringList ProblemsOf(const GridSnapshot& snapshot);

@@ -33,15 +33,15 @@ namespace {
 
 namespace Platform = Util::Platform;
 
-// Members lock the registry for some milliseconds when they join and leave.
+// Members lock the registry for a few milliseconds when they join and leave.
 constexpr int kLockTimeoutMs = 2000;
-constexpr int kMaxLockWaitMs = 10'000; // if many members take turns
+constexpr int kMaxLockWaitMs = 10'000; // in total, because many members may take turns
 
 constexpr qsizetype kDigestSize = 40;
 constexpr QLatin1StringView kLockFileEnd = ".lock"_L1;
 constexpr QLatin1StringView kMemoryFileStart = "qipc_sharedmemory_"_L1;
 
-// Holds the lock of a grid's registry, if there is one, for reading.
+// Holds the lock of a grid's registry for reading, if the grid has a lock file.
 class ReaderLock
 {
 public:
@@ -67,7 +67,7 @@ qsizetype EntrySize(const ProcessInfo& process)
         + process.ServerName.size() * qsizetype(sizeof(char16_t));
 }
 
-// If the registry's count is too high, zero bytes are read as further members, which do not exist.
+// If the registry's count is too high, zero bytes are read as additional members, which do not exist.
 bool IsNobody(const ProcessInfo& process)
 {
     return process.ProcessId == 0 && process.ServerName.isEmpty();
@@ -171,7 +171,7 @@ QString LockFileOf(const QString& memoryFile)
 }
 
 // Adds the names of the grids whose members have entries in the registry. Only the members' server names
-// contain them.
+// contain the name of a grid.
 void AddGridsWithEntries(const QString& memoryFile, QSet<QString>& grids)
 {
     // Hold the lock, so that no member leaves meanwhile: the last one cannot destroy memory that is attached
@@ -252,7 +252,7 @@ QList<StaleItem> FindStaleSockets(const QString& grid)
     }
     if (sockets.isEmpty())
         return sockets;
-    // One snapshot for all of them: it takes milliseconds, and there can be thousands of files.
+    // Take only one snapshot for all files: each takes milliseconds, and there can be thousands of files.
     const SocketSnapshot inUse;
     sockets.removeIf([&inUse](const StaleItem& socket) { return IsInUse(socket.Path, inUse); });
     std::sort(sockets.begin(), sockets.end(),

@@ -13,8 +13,8 @@
 
 namespace Quorvin::Tool {
 
-// Inspects a grid from outside. The code here changes nothing, joins no grid and connects to no server,
-// because that would displace the server's client.
+// Inspects a grid from outside. The code here changes nothing, joins no grid, and connects to no server,
+// because a connection would displace the server's client.
 
 /// One entry of a grid's registry.
 struct GridMember
@@ -24,7 +24,7 @@ struct GridMember
     bool IsAlive = false; ///< false if the library would prune the entry
 };
 
-/// The content of a grid's registry at one time.
+/// The content of a grid's registry at one point in time.
 struct GridRegistry
 {
     bool Exists = false;
@@ -34,8 +34,8 @@ struct GridRegistry
     QStringList Problems; ///< signs of damage
 };
 
-/// Reads the memory of a grid's registry, without its locks.
-/// \return its bytes; nothing if there is none. Throws Failure if access is denied.
+/// Reads the memory of a grid's registry without taking its locks.
+/// \return its bytes; nullopt if there is none. Throws Failure if access is denied.
 [[nodiscard]] std::optional<QByteArray> ReadGridSegment(const QString& grid);
 
 /// Reads the registry of a grid. Throws Failure if access is denied.
@@ -49,7 +49,7 @@ struct GridLinks
     QList<qint64> Servers; ///< members to whose servers it is connected
 };
 
-/// A trace that a crashed process has left behind.
+/// An item that a crashed process has left behind.
 struct StaleItem
 {
     enum StaleKind {
@@ -72,7 +72,7 @@ struct GridSnapshot
     QString Name;
     GridRegistry Registry;
     std::optional<QList<GridLinks>>
-        Links; ///< one for each member; nothing if the system does not report them
+        Links; ///< one for each member; nullopt if the system does not report them
     QList<StaleItem> StaleItems;
 
     /// Returns whether there is any trace of the grid.

@@ -28,7 +28,7 @@ namespace {
 
 namespace Platform = Util::Platform;
 
-// The project id from which QSharedMemory makes the keys of a segment and its semaphore, together with the
+// The project id from which QSharedMemory makes the keys of a segment and of its semaphore, together with the
 // names of their files.
 constexpr int kProject = 'Q';
 
@@ -81,7 +81,7 @@ bool IsMissing(int error)
                   error == EACCES ? u"belongs to another user"_s : u"the shared memory cannot be read"_s);
 }
 
-// A key contains only 16 bits of the file's inode number, so files can have the same key.
+// A key contains only 16 bits of the file's inode number, so different files can have the same key.
 bool HasSameKeyAsOther(const QString& keyFile)
 {
     const QFileInfo own(keyFile);
@@ -121,7 +121,7 @@ LockedSegment::LockedSegment(const SegmentKeys& keys, QDeadlineTimer deadline)
             ReportDenied(keys.Name, error);
         return;
     }
-    // If there is no semaphore, there is nothing to hold: its creator removed it when it left.
+    // If there is no semaphore, nothing can be held: its creator removed it when it left.
     mSemaphore = Platform::TakeSemaphore(keys.Semaphore, deadline);
     if (mSemaphore == Platform::kLockTimedOut) {
         const qint64 user = Platform::FindSemaphoreUser(keys.Semaphore);
@@ -151,7 +151,8 @@ void LockedSegment::Attach(const QString& name)
     const int error = errno;
     if (IsMissing(error))
         return;
-    Platform::ReleaseSemaphore(std::exchange(mSemaphore, -1)); // no destructor runs
+    Platform::ReleaseSemaphore(
+        std::exchange(mSemaphore, -1)); // the destructor does not run if the constructor throws
     ReportDenied(name, error);
 }
 

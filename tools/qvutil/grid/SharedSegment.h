@@ -15,7 +15,7 @@ namespace Quorvin::Tool {
 /// Reads a shared memory segment of QSharedMemory without leaving a trace. Throws Failure, about \p name, if
 /// access is denied.
 /// \param nativeKey  see NativeSharedMemoryKey
-/// \return the bytes of the segment; nothing if there is none
+/// \return the bytes of the segment; nullopt if there is none
 [[nodiscard]] std::optional<QByteArray> ReadSharedSegment(const QString& nativeKey, const QString& name);
 
 /// The keys of a segment, and its name for messages.

@@ -115,16 +115,16 @@ void AddGridWatchCommand(CommandLine& line, CLI::App& group)
 {
     auto options = std::make_shared<WatchOptions>();
     CLI::App& watch
-        = AddGridCommand(line, group, "watch", "Show members that join, leave or die, until interrupted",
+        = AddGridCommand(line, group, "watch", "Show members as they join, leave or die, until interrupted",
                          "qvutil grid watch desk\n"
                          "qvutil grid watch desk --json | jq --unbuffered -r .event",
                          *options);
     AddExplanation(
         watch,
         "Updates the table of qvutil grid list on a terminal, with the latest events below it. Otherwise,\n"
-        "each event is a line. The first events are the existing members. \"left\" means that\n"
+        "prints one line per event. The first events are the existing members. \"left\" means that\n"
         "a process removed its entry, \"died\" that it ended without doing so, and \"pruned\" that\n"
-        "another process removed the entry of a dead one.");
+        "another process removed the entry of a dead process.");
     watch.get_option("GRID")->required();
     AddWatchSchedule(watch, options->Schedule);
     line.SetAction(watch, [options] { return Watch(*options); });

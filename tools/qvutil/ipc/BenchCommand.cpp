@@ -32,7 +32,7 @@ constexpr int kMaxRequests = 100'000'000;
 constexpr const char* kExplanation
     = R"(The server receives requests with one parameter, "data". Every server of the library answers
 them, possibly without parameters. With --one-way, messages count as arrived when a request
-that follows them is answered. A server has one client: the tool displaces the current one.)";
+that follows them is answered. A server has only one client: the tool displaces the current one.)";
 
 // The first requests are not measured: processors and allocators take some time to warm up.
 constexpr int kWarmUp = 20;
@@ -58,7 +58,7 @@ struct Result
     QList<qint64> LatenciesNs; ///< sorted; none for messages that are not answered
 };
 
-// The library's own client with its threads, as an application has it.
+// The library's own client with its threads, as applications use it.
 class Bench
 {
 public:
@@ -78,7 +78,7 @@ public:
         RequireServer(mOptions.Name);
         mManager.ConnectToServer(mOptions.Name, QIODeviceBase::ReadWrite);
         if (!mManager.WaitForConnectionToServer(mOptions.Name, mOptions.TimeoutMs))
-            throw LinkFailure(u"cannot connect in time"_s);
+            throw LinkFailure(u"could not connect in time"_s);
         for (int i = 0; i < std::min(kWarmUp, mOptions.Count); ++i)
             Ask(i);
         return mOptions.OneWay ? SendAll() : AskAll();
@@ -206,15 +206,15 @@ void AddBenchCommand(CommandLine& line, CLI::App& group)
                                       [options] { return RunBench(*options); });
     AddExplanation(bench, kExplanation);
     AddText(bench, "NAME", options->Name, "The server's name")->required();
-    AddText(bench, "--message", options->Message, "The name of the requests (default Bench)");
+    AddText(bench, "--message", options->Message, "The name of the requests; default: Bench");
     AddNumber(bench, "--count", options->Count, {.Min = 1, .Max = kMaxRequests},
-              "Number of messages (default 1000)")
+              "Number of messages; default: 1000")
         ->type_name("N");
     AddNumber(bench, "--size", options->Size, {.Min = 0, .Max = kMaxBytes},
-              "Bytes in each message (default 64)")
+              "Bytes in each message; default: 64")
         ->type_name("BYTES");
     AddNumber(bench, "--timeout", options->TimeoutMs, {.Min = 0},
-              "Time-out for each answer, in milliseconds (default 5000)")
+              "Time-out for each answer, in milliseconds; default: 5000")
         ->type_name("MS");
     bench.add_flag("--one-way", options->OneWay, "Send messages that need no answer");
     AddJsonFlag(bench, options->Json);

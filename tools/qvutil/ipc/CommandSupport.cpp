@@ -12,15 +12,15 @@ namespace Quorvin::Tool {
 namespace {
 
 constexpr const char* kExplanation = R"(Parameters:
-  KEY=TEXT          a text
+  KEY=TEXT          text
   KEY:TYPE=VALUE    bool, int, uint, longlong, double, string, stringlist, map, list (in JSON),
                     bytearray (in base64)
   KEY:=JSON         a JSON value, such as 1.5, true, [1,2] or {"x": 1}
   KEY=@FILE         the bytes of a file; - is standard input
-  KEY=@@TEXT        a text that begins with @
+  KEY=@@TEXT        text that begins with @
 
-A server has one client: the tool displaces the current one. If that uses the library, it
-connects again within a second, and displaces the tool.)";
+A server has only one client: the tool displaces the current one. If the displaced client uses
+the library, it reconnects within a second, and displaces the tool.)";
 
 } // namespace
 
@@ -36,12 +36,12 @@ CLI::App& AddMessageCommand(CommandLine& line, CLI::App& group, const std::strin
     AddText(command, "MESSAGE", options->Message, "The message's name")->required();
     AddTexts(command, "PARAMETER", options->Parameters, "A parameter, as described below");
     AddText(command, "--params", options->File,
-            "JSON file with the message, as qvutil message writes it; its parameters come first")
+            "JSON file with a message, as printed by message decode; PARAMETER overrides its parameters")
         ->type_name("FILE");
     AddNumber(command, "--timeout", options->TimeoutMs, {.Min = 0},
-              "Time-out for the whole command, in milliseconds (default 5000)")
+              "Time-out for the whole command, in milliseconds; default: 5000")
         ->type_name("MS");
-    command.add_flag("--wait", options->Wait, "Wait until the server is started");
+    command.add_flag("--wait", options->Wait, "Wait until the server is running");
     return command;
 }
 

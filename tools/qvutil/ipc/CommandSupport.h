@@ -28,7 +28,7 @@ struct MessageOptions
     bool Wait = false;
     bool Json = false;
 };
-/// Adds one of these commands.
+/// Adds `call` or `send`.
 CLI::App& AddMessageCommand(CommandLine& line, CLI::App& group, const std::string& name,
                             const std::string& description, const std::string& examples,
                             const std::shared_ptr<MessageOptions>& options,

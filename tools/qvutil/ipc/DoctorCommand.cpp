@@ -82,7 +82,7 @@ std::optional<Visit> ProbeServer(const DoctorOptions& options, QList<EndpointPro
 }
 
 // Returns the processes that own the socket or are connected to it. If a connection is waiting, looks again
-// for some time: a healthy server accepts connections at once, but may be busy.
+// for a while: a healthy server accepts connections at once, but may be busy.
 std::optional<EndpointProcesses> FindProcesses(const Endpoint& endpoint)
 {
     if (endpoint.Listening != Endpoint::Yes)
@@ -104,7 +104,7 @@ EndpointProblem NotAccepted(int waiting)
     return {.Code = u"not-accepted"_s,
             .Text = waiting == 1 ? u"the server does not accept a waiting connection"_s
                                  : u"the server does not accept %1 waiting connections"_s.arg(waiting),
-            .Advice = u"is the server busy, stopped in a debugger, or does its thread run no event loop?"_s,
+            .Advice = u"is the server busy, stopped in a debugger, or without an event loop in its thread?"_s,
             .IsInTheWay = false};
 }
 
@@ -156,7 +156,7 @@ void PrintText(const Endpoint& endpoint, const std::optional<EndpointProcesses>&
     PrintRow(u"name", endpoint.Name);
     PrintRow(u"path",
              u"%1 (%2 bytes of %3)"_s.arg(endpoint.Path, QString::number(endpoint.PathSize),
-                                          QString::number(endpoint.LongestPath)));
+                                          QString::number(endpoint.MaxPathSize)));
     PrintRow(u"file", FileText(endpoint));
     PrintRow(u"listening", ListeningText(endpoint, processes));
     if (processes) {
@@ -205,7 +205,7 @@ QJsonObject ToJson(const Endpoint& endpoint, const std::optional<EndpointProcess
     QJsonObject object{{u"name"_s, endpoint.Name},
                        {u"path"_s, endpoint.Path},
                        {u"pathBytes"_s, endpoint.PathSize},
-                       {u"longestPathBytes"_s, endpoint.LongestPath},
+                       {u"longestPathBytes"_s, endpoint.MaxPathSize},
                        {u"isSocket"_s, endpoint.Kind == Endpoint::Socket},
                        {u"listening"_s, ToJson(endpoint.Listening)}};
     if (endpoint.Kind == Endpoint::Socket || endpoint.Kind == Endpoint::OtherFile) {
@@ -265,9 +265,9 @@ void AddDoctorCommand(CommandLine& line, CLI::App& group)
         "server, and displaces the server's current client.");
     AddText(doctor, "NAME", options->Name, "The server's name")->required();
     doctor.add_flag("--connect", options->Connect,
-                    "Connect, which displaces the server's client, and send a request");
+                    "Connect and send a request, which displaces the server's client");
     AddNumber(doctor, "--timeout", options->TimeoutMs, {.Min = 0},
-              "Time-out for the answer, in milliseconds (default 2000)")
+              "Time-out for the answer, in milliseconds; default: 2000")
         ->type_name("MS");
     AddJsonFlag(doctor, options->Json);
 }

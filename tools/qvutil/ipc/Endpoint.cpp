@@ -55,7 +55,7 @@ QString Folder(const Endpoint& endpoint)
     return QFileInfo(endpoint.Path).path();
 }
 
-// Returns why no server can be found; nothing if one may exist.
+// Returns why no server can be found; nullopt if one may exist.
 std::optional<EndpointProblem> FindWhyMissing(const Endpoint& endpoint)
 {
     if (endpoint.Name.isEmpty())
@@ -64,8 +64,8 @@ std::optional<EndpointProblem> FindWhyMissing(const Endpoint& endpoint)
     if (endpoint.IsTooLong())
         return EndpointProblem{
             .Code = u"name-too-long"_s,
-            .Text = u"the path has %1 bytes, and the system allows %2"_s.arg(endpoint.PathSize)
-                        .arg(endpoint.LongestPath),
+            .Text = u"the path has %1 bytes, but the system allows only %2"_s.arg(endpoint.PathSize)
+                        .arg(endpoint.MaxPathSize),
             .Advice = u"choose a shorter name, or a shorter folder for temporary files (TMPDIR)"_s};
     switch (endpoint.Kind) {
     case Endpoint::FolderMissing:
@@ -76,8 +76,8 @@ std::optional<EndpointProblem> FindWhyMissing(const Endpoint& endpoint)
         return EndpointProblem{
             .Code = u"missing"_s,
             .Text = u"no server has this name: there is no %1"_s.arg(endpoint.Path),
-            .Advice = u"start the server; if it runs, compare the name, and its folder for temporary "
-                      "files (TMPDIR) with %1"_s.arg(Folder(endpoint))};
+            .Advice = u"start the server; if it is running, compare its name, and its folder for temporary "
+                      "files (TMPDIR), with %1"_s.arg(Folder(endpoint))};
     case Endpoint::OtherFile:
         return EndpointProblem{.Code = u"not-a-socket"_s,
                                .Text = u"%1 is not a socket"_s.arg(endpoint.Path),
@@ -95,7 +95,7 @@ Endpoint InspectEndpoint(const QString& name)
     Endpoint endpoint;
     endpoint.Name = name;
     endpoint.Path = Util::Internal::GetSocketPath(name);
-    endpoint.LongestPath = Util::Platform::GetMaxSocketPathLength();
+    endpoint.MaxPathSize = Util::Platform::GetMaxSocketPathLength();
     const QByteArray path = QFile::encodeName(endpoint.Path);
     endpoint.PathSize = path.size();
     struct stat file = {};
@@ -121,7 +121,7 @@ QList<EndpointProblem> FindProblems(const Endpoint& endpoint)
     if (endpoint.Listening == Endpoint::No) {
         problems.append(
             {.Code = u"stale"_s,
-             .Text = u"no process listens: a process that has ended left behind %1"_s.arg(endpoint.Path),
+             .Text = u"no process listens: a process that has ended left %1 behind"_s.arg(endpoint.Path),
              .Advice = u"start the server, which replaces the file"_s});
     }
     if (endpoint.Listening == Endpoint::Forbidden) {

@@ -25,25 +25,25 @@ struct EndpointEntry
         Other, ///< cannot be a server of QvUtil, which creates its sockets differently
     };
 
-    QString Name; ///< for other commands: a name, or a path if the folder is not the default one
+    QString Name; ///< to pass to other commands; the path if the folder is not the default one
     QString Path;
     QString User; ///< user of the process; owner of the file if the process is unknown
     Endpoint::Answer Listening = Endpoint::No;
-    std::optional<EndpointProcesses> Processes; ///< nothing if the system does not report them
+    std::optional<EndpointProcesses> Processes; ///< nullopt if the system does not report them
     Origin From = Unknown;
 
     /// Returns whether a process that has ended left the file behind.
     [[nodiscard]] bool IsStale() const { return Listening == Endpoint::No && From != Other; }
-    /// Returns whether the server accepts connections; nothing if unknown.
+    /// Returns whether the server accepts connections; nullopt if unknown.
     [[nodiscard]] std::optional<bool> Accepts() const;
     /// Returns whether a connection is waiting to be accepted.
     [[nodiscard]] bool HasWaiting() const { return Processes && Processes->Waiting > 0; }
 };
 
-/// Returns the folders with sockets: the one for temporary files, and that of the user's session.
+/// Returns the folders with sockets: the folder for temporary files, and that of the user's session.
 [[nodiscard]] QStringList EndpointFolders();
-/// Finds the sockets in these folders, sorted by name. Connects to none and creates no file.
-/// Throws Failure if the folder for temporary files cannot be read.
+/// Finds the sockets in these folders, sorted by name. Neither connects to them nor creates files. Throws
+/// Failure if the folder for temporary files cannot be read.
 [[nodiscard]] QList<EndpointEntry> ListEndpoints(bool withOthers);
 
 /// Returns a table with a heading.

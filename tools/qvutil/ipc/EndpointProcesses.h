@@ -13,7 +13,7 @@
 
 namespace Quorvin::Tool {
 
-/// A process with the name that users know.
+/// A process, and the name by which users know it.
 struct ProcessName
 {
     qint64 Id = 0;
@@ -34,7 +34,7 @@ struct EndpointProcesses
 
 // Each system implements these functions in a separate file.
 
-/// The sockets of the system at one time, and the processes that own them.
+/// The sockets of the system at one point in time, and the processes that own them.
 class SocketSnapshot
 {
 public:
@@ -43,7 +43,7 @@ public:
     Q_DISABLE_COPY_MOVE(SocketSnapshot)
 
     /// Finds the processes at a socket without connecting to it.
-    /// \return nothing if the system does not report them; processes of other users are usually missing
+    /// \return nullopt if the system does not report them; processes of other users are usually missing
     [[nodiscard]] std::optional<EndpointProcesses> Find(const QString& path) const;
 
 private:
@@ -56,11 +56,11 @@ private:
 {
     return SocketSnapshot().Find(path);
 }
-/// \return whether a process has loaded QvUtil as a shared library; nothing if unknown
+/// \return whether a process has loaded QvUtil as a shared library; nullopt if unknown
 [[nodiscard]] std::optional<bool> HasLibraryLoaded(qint64 processId);
-/// \return the effective user of a process; nothing if unknown
+/// \return the effective user of a process; nullopt if unknown
 [[nodiscard]] std::optional<quint32> FindProcessUser(qint64 processId);
-/// \return the process at the other end of a connected socket; nothing if unknown
+/// \return the process at the other end of a connected socket; nullopt if unknown
 [[nodiscard]] std::optional<ProcessName> FindPeerProcess(qintptr socket);
 
 } // namespace Quorvin::Tool

@@ -33,12 +33,12 @@ using namespace Qt::StringLiterals;
 namespace Quorvin::Tool {
 namespace {
 
-constexpr quint8 kConnected = 1; // TCP_ESTABLISHED and TCP_LISTEN of the kernel, which are used here too
-constexpr quint8 kListening = 10;
+constexpr quint8 kConnected = 1; // TCP_ESTABLISHED; the kernel uses the states of TCP for these sockets too
+constexpr quint8 kListening = 10; // TCP_LISTEN
 
 struct SocketRow
 {
-    quint8 Type = 0; // SOCK_STREAM and so on
+    quint8 Type = 0; // such as SOCK_STREAM
     quint8 State = 0;
     quint32 Inode = 0;
     quint32 FileInode = 0; // inode of the file that the socket is bound to; 0 if there is none
@@ -48,7 +48,7 @@ struct SocketRow
     quint32 QueueSize = 0; // for a listening socket: connections that wait to be accepted
 };
 
-// Returns the plain structure at the beginning of some bytes; all zero if there are too few bytes.
+// Returns the plain structure at the beginning of \p bytes; all zero if there are too few bytes.
 template <typename Plain> Plain ReadPlain(QByteArrayView bytes)
 {
     Plain plain = {};
@@ -181,8 +181,8 @@ QHash<quint32, QList<qint64>> ListOwners()
     return owners;
 }
 
-// Returns the device of a file as the kernel's list of sockets has it. This is the device of the mount, which
-// differs from st_dev on file systems with subvolumes. \return nothing if unknown
+// Returns the device of a file as in the kernel's list of sockets; nullopt if unknown. It is the device of
+// the mount, which differs from st_dev on file systems with subvolumes.
 std::optional<quint32> FindKernelDevice(const QByteArray& path)
 {
 #ifdef STATX_MNT_ID
@@ -286,7 +286,8 @@ std::optional<quint32> FindProcessUser(qint64 processId)
     QFile status(u"/proc/%1/status"_s.arg(processId));
     if (!status.open(QIODevice::ReadOnly))
         return std::nullopt;
-    constexpr QByteArrayView kStart = "Uid:\t"; // real, effective, saved, for files
+    constexpr QByteArrayView kStart
+        = "Uid:\t"; // followed by the real, effective, saved and file system user ids
     const QList<QByteArray> lines = status.readAll().split('\n');
     for (const QByteArray& line : lines) {
         if (line.startsWith(kStart))

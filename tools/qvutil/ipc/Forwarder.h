@@ -15,18 +15,18 @@
 
 namespace Quorvin::Tool {
 
-/// Forwards every byte from one socket to another, in order, and nothing else. A frame that arrived in a
-/// single read is forwarded in a single write, as far as the system allows. When the sender disconnects, the
+/// Forwards the bytes from one socket to another, unchanged and in order. A frame that arrived in a single
+/// read is forwarded in a single write, as far as the system allows. When the sender disconnects, the
 /// receiver is disconnected after the last byte.
 class Forwarder
 {
 public:
-    /// \param onBytes  called with the bytes of each read after they were forwarded
+    /// \param onBytes  called with the bytes of each read after they have been forwarded
     Forwarder(QLocalSocket& from, QLocalSocket& to, std::function<void(const QByteArray&)> onBytes);
     ~Forwarder();
     Q_DISABLE_COPY_MOVE(Forwarder)
 
-    /// Starts reading. Call it as soon as \p to is connected.
+    /// Starts reading. Call this as soon as \p to is connected.
     void Start();
 
 private:

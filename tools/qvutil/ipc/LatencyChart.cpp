@@ -26,7 +26,7 @@ constexpr double kSmall = 11;
 // Minimum distance of the numbers below the bars, so that they do not touch.
 constexpr double kMinTickDistance = 52;
 
-// 0.9 µs, 12 µs, 3.4 ms, 2 s
+// Formats a time with a suitable unit: 0.9 µs, 12 µs, 3.4 ms, 2 s.
 QString TimeText(double microseconds)
 {
     const auto text = [](double value, const QString& unit) {
@@ -59,7 +59,7 @@ public:
     explicit Chart(const QList<qint64>& sorted)
         : mSorted(sorted)
     {
-        // A margin on both sides, so that equal latencies are visible too.
+        // Leave a margin on both sides, so that equal latencies are visible too.
         constexpr double kMargin = 1.1;
         const double shortest = std::max(Percentile(sorted, 0), 0.001);
         mFrom = shortest / kMargin;
@@ -105,7 +105,7 @@ private:
         return count / static_cast<double>(mMostInBin) * (kBottom - kTop);
     }
 
-    // Two to four lines, at round numbers.
+    // Draws two to four lines, at round numbers.
     void PaintCounts(SvgPicture& picture) const
     {
         qint64 step = 1;
@@ -131,7 +131,7 @@ private:
     {
         if (bin.Count == 0)
             return;
-        // A single request stays visible beside a million.
+        // A single request must be visible even beside a million.
         const double height = std::max(HeightOf(static_cast<double>(bin.Count)), 1.0);
         const double left = PlaceOf(bin.From);
         picture.StartPart(u"%1 to %2: %3 %4"_s.arg(TimeText(bin.From), TimeText(bin.To))

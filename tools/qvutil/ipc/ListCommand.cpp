@@ -17,7 +17,7 @@ using namespace Qt::StringLiterals;
 namespace Quorvin::Tool {
 namespace {
 
-// A healthy server accepts a connection at once. One that is busy gets this time first.
+// A healthy server accepts a connection at once, but a busy one needs some time.
 constexpr int kAcceptMs = 500;
 constexpr int kLookAgainMs = 50;
 
@@ -73,7 +73,7 @@ void AddEndpointListCommand(CommandLine& line, CLI::App& group)
                                      "qvutil ipc list --json | jq -r '.[] | select(.stale).path'",
                                      [options] { return List(*options); });
     AddExplanation(list,
-                   "Looks into the folder for temporary files and into $XDG_RUNTIME_DIR, and connects to no\n"
+                   "Looks in the folder for temporary files and in $XDG_RUNTIME_DIR, and connects to no\n"
                    "server. A server is \"stale\" if its process has ended and left the socket file behind.\n"
                    "The library is \"unknown\" if the process belongs to another user, has ended, or links\n"
                    "QvUtil statically. The exit code is 1 if there is nothing to list.");

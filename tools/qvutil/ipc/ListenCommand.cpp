@@ -32,7 +32,7 @@ constexpr const char* kExplanation
 answers in JSON, each with the name of the request that it answers, or * for all others:
   {"id": "Open", "params": {"ok": true}}
   {"id": "*", "params": {}}
-The command ends with SIGINT (Ctrl+C) or SIGTERM.)";
+The command ends on SIGINT (Ctrl+C) or SIGTERM.)";
 
 struct ListenOptions
 {

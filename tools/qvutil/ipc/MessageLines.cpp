@@ -23,7 +23,7 @@ QString KindOf(const MessageInfo& message)
     return message.IsResponse ? u"answer"_s : message.NeedResponse ? u"request"_s : u"message"_s;
 }
 
-// Returns the time: only the time of day for people, with date and time zone for programs.
+// Returns the time of day, for people. Programs get the date and the time zone too, from JsonTime.
 QString TimeText()
 {
     return QDateTime::currentDateTime().toString(u"HH:mm:ss.zzz"_s);
@@ -83,10 +83,10 @@ void MessageLines::PrintEvent(const QString& event, const QString& text, const Q
     Console::Flush();
 }
 
-void PrintParameters(const QVariantMap& parameters, const QString& indent, qsizetype longest)
+void PrintParameters(const QVariantMap& parameters, const QString& indent, qsizetype maxLength)
 {
     for (auto it = parameters.begin(); it != parameters.end(); ++it)
-        Console::PrintLine(indent + ParameterToText(it.key(), it.value(), longest));
+        Console::PrintLine(indent + ParameterToText(it.key(), it.value(), maxLength));
 }
 
 } // namespace Quorvin::Tool

@@ -22,8 +22,7 @@ public:
 
     /// Prints a message.
     /// \param direction  for example "to server"; empty if there is only one direction
-    /// \param notes      further members of the JSON object. In text, only those that are strings are
-    ///                   printed, after the message.
+    /// \param notes      further members of the JSON object; the text contains only those that are strings
     void Print(const Util::MessageInfo& message, const QString& direction = {},
                const QJsonObject& notes = {}) const;
     /// Prints another event.
@@ -37,9 +36,9 @@ private:
 };
 
 /// Prints the parameters of a message, one per line.
-/// \param indent   the beginning of each line
-/// \param longest  as for ParameterToText
-void PrintParameters(const QVariantMap& parameters, const QString& indent, qsizetype longest);
+/// \param indent     prefix of each line
+/// \param maxLength  as for ParameterToText
+void PrintParameters(const QVariantMap& parameters, const QString& indent, qsizetype maxLength);
 
 } // namespace Quorvin::Tool
 

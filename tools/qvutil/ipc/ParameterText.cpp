@@ -103,12 +103,12 @@ MessageInfo ReadMessage(const QString& id, const QString& file, const QStringLis
     }
     message.Id = id;
     message.Params.insert(ReadParameters(parameters));
-    // The conversion to JSON and back rejects texts that no receiver could read.
+    // The conversion to JSON and back rejects strings that no receiver could read.
     (void)MessageFromJson(MessageToJson(message), id);
     return message;
 }
 
-QString ParameterToText(const QString& key, const QVariant& value, qsizetype longest)
+QString ParameterToText(const QString& key, const QVariant& value, qsizetype maxLength)
 {
     const auto type = static_cast<QMetaType::Type>(value.typeId());
     const JsonValue json = ValueToJson(value);
@@ -128,8 +128,8 @@ QString ParameterToText(const QString& key, const QVariant& value, qsizetype lon
     } else {
         text = Console::Visible(shown.toVariant().toString());
     }
-    if (longest > 0 && text.size() > longest)
-        text = text.first(longest) + u"… (%1 characters)"_s.arg(text.size());
+    if (maxLength > 0 && text.size() > maxLength)
+        text = text.first(maxLength) + u"… (%1 characters)"_s.arg(text.size());
     return left + text;
 }
 

@@ -14,26 +14,27 @@ namespace Quorvin::Tool {
 
 // Parameters of a message on the command line:
 //
-//     KEY=TEXT          a text
+//     KEY=TEXT          text
 //     KEY:TYPE=VALUE    a value of a type that can be sent: bool, int, uint, longlong, double, string,
 //                       stringlist, bytearray (as base64), map, list
 //     KEY:=JSON         a JSON value
 //     KEY=@FILE         the bytes of a file; - is standard input
-//     KEY=@@TEXT        a text that begins with @
+//     KEY=@@TEXT        text that begins with @
 
-/// Reads parameters from the command line. Throws UsageFailure, or Failure for a file.
+/// Reads parameters from the command line. Throws UsageFailure if one is invalid, and Failure if a file
+/// cannot be read.
 [[nodiscard]] QVariantMap ReadParameters(const QStringList& texts);
 
-/// Makes a message from the command line. Throws like ReadParameters, and if the message cannot be sent
+/// Makes a message from the command line. Throws like ReadParameters, and also if the message cannot be sent
 /// unchanged.
-/// \param file        file with the message as JSON, whose parameters come first; may be empty
+/// \param file        JSON file with a message, whose parameters \p parameters override; may be empty
 [[nodiscard]] Util::MessageInfo ReadMessage(const QString& id, const QString& file,
                                             const QStringList& parameters);
 
-/// Formats one parameter as on the command line, but always as one line, and with the type unless it is a
-/// text.
-/// \param longest  maximum number of characters of the value; 0 for no limit
-[[nodiscard]] QString ParameterToText(const QString& key, const QVariant& value, qsizetype longest);
+/// Formats one parameter as on the command line, but always on one line, and with its type unless the value
+/// is a string.
+/// \param maxLength  maximum number of characters of the value; 0 for no limit
+[[nodiscard]] QString ParameterToText(const QString& key, const QVariant& value, qsizetype maxLength);
 
 } // namespace Quorvin::Tool
 

@@ -24,10 +24,10 @@ namespace {
 constexpr int kConnectMs = 2000;
 
 constexpr const char* kExplanation
-    = R"(A server has one client, so a second client that only watches would displace it. Instead, let
-the client connect to the name given by --as. The command connects to the server for each
-client, and forwards every byte unchanged in both directions. It ends with SIGINT (Ctrl+C) or
-SIGTERM.)";
+    = R"(A server has only one client, so connecting just to watch would displace that client. Instead,
+connect the client to the name given by --as. The command connects to the server for each
+client, and forwards every byte unchanged in both directions. The command ends on SIGINT
+(Ctrl+C) or SIGTERM.)";
 
 struct ProxyOptions
 {

@@ -30,22 +30,22 @@ public:
     QString Reason;
 };
 
-/// A client like the library's own, but without a thread, and with reasons for failures. Its operations throw
-/// LinkFailure.
+/// A client that behaves like the library's own, but has no thread. Its operations throw LinkFailure with the
+/// reason if they fail.
 class ServerLink
 {
 public:
     ServerLink(Session& session, const QString& name);
     Q_DISABLE_COPY_MOVE(ServerLink)
 
-    /// Connects.
-    /// \param waitForServer  whether to wait until there is a server
+    /// Connects to the server.
+    /// \param waitForServer  whether to wait until the server is running
     void Connect(bool waitForServer, QDeadlineTimer deadline);
-    /// Writes a message, and waits until it is written.
+    /// Writes a message, and waits until all bytes have been written.
     void Send(const Util::MessageInfo& message, QDeadlineTimer deadline);
     /// Sends a request with a new unique id. \return the answer
     [[nodiscard]] Util::MessageInfo Ask(Util::MessageInfo request, QDeadlineTimer deadline);
-    /// Disconnects after all bytes were written.
+    /// Disconnects after all bytes have been written.
     void Close(QDeadlineTimer deadline);
 
     [[nodiscard]] const QLocalSocket& Socket() const { return mSocket; }

@@ -150,14 +150,14 @@ void AddEndpointWatchCommand(CommandLine& line, CLI::App& group)
 {
     auto options = std::make_shared<WatchOptions>();
     CLI::App& watch = line.AddCommand(
-        group, "watch", "Show servers and clients that appear and disappear, until interrupted",
+        group, "watch", "Show servers and clients as they appear and disappear, until interrupted",
         "qvutil ipc watch\n"
         "qvutil ipc watch --json | jq --unbuffered -r 'select(.event == \"died\").name'",
         [options] { return Watch(*options); });
     AddExplanation(
         watch,
         "Updates the table of qvutil ipc list on a terminal, with the latest events below it. Otherwise,\n"
-        "each event is a line: \"ended\" if a server has removed its socket file, \"died\" if its\n"
+        "prints one line per event: \"ended\" if a server has removed its socket file, \"died\" if its\n"
         "process has left the file behind. Connects to no server.");
     watch.add_flag("--all", options->All, "Watch the sockets of other programs too");
     AddWatchSchedule(watch, options->Schedule);

@@ -54,7 +54,7 @@ void AddMessageEncodeCommand(CommandLine& line, CLI::App& group)
         [options] { return Encode(*options); });
     AddExplanation(encode,
                    "A message is an object as decode prints it; only \"id\" is required. The input is one\n"
-                   "object, several objects, or a list.");
+                   "object, several objects, or an array of objects.");
     AddText(encode, "FILE", options->File, "File with JSON; - or none for standard input");
     AddText(encode, "--output,-o", options->Output, "Write to this file instead of standard output (-)")
         ->type_name("FILE");

@@ -10,7 +10,7 @@ namespace Quorvin::Tool {
 
 void AddMessageCommands(CommandLine& line)
 {
-    CLI::App& group = line.AddGroup("message", "Inspect captured messages between processes");
+    CLI::App& group = line.AddGroup("message", "Inspect messages that were captured between processes");
     AddMessageDecodeCommand(line, group);
     AddMessageEncodeCommand(line, group);
     AddMessageSplitCommand(line, group);

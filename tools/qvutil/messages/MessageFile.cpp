@@ -19,7 +19,8 @@ using Quorvin::Util::XmlFiler;
 namespace Quorvin::Tool {
 namespace {
 
-// Returns the line and column of the last of some bytes. The JSON parser reports only how far it has read.
+// Returns the line and column of the last byte of \p before. The JSON parser only reports how far it has
+// read.
 QString PlaceOf(const QString& name, QByteArrayView before)
 {
     const QByteArrayView line = before.sliced(before.lastIndexOf('\n') + 1);
@@ -27,7 +28,7 @@ QString PlaceOf(const QString& name, QByteArrayView before)
                              QString::number(std::max<qsizetype>(QString::fromUtf8(line).size(), 1)));
 }
 
-/// Reads the JSON values in a text, which may be separated by white space.
+/// Reads the JSON values in a text. White space between them is allowed.
 class JsonValues
 {
 public:

@@ -20,11 +20,11 @@ namespace Quorvin::Tool {
 /// Returns the argument; "-" for standard input if it is empty.
 [[nodiscard]] QString OrStandardInput(const QString& argument);
 
-/// Splits captured bytes into pieces like ForEachMessagePiece. Documents that are not messages are skipped
-/// too, like those that do not load.
+/// Splits captured bytes into pieces like ForEachMessagePiece. Also skips documents that load but are not
+/// messages.
 void ForEachCapturedPiece(QByteArrayView bytes, const std::function<void(const MessagePiece&)>& visit);
 
-/// Reads messages in JSON: one object, several objects, or a list. See MessageText.h.
+/// Reads messages in JSON: one object, several objects, or an array of objects. See MessageText.h.
 /// \param name  name of the text in error messages
 /// \return at least one message; throws Failure if there is none, or if the text contains anything else
 [[nodiscard]] QList<Util::MessageInfo> ReadMessages(const QByteArray& text, const QString& name);

@@ -41,7 +41,7 @@ Q_DECLARE_METATYPE(Quorvin::Tool::LostValue)
 namespace Quorvin::Tool {
 namespace {
 
-// Programs store JSON numbers as doubles, which represent all whole numbers up to this one.
+// Many programs store JSON numbers as doubles, which represent all whole numbers up to this one.
 constexpr qint64 kMaxExact = qint64{1} << 53;
 
 [[noreturn]] void FailAt(const QString& place, const QString& reason)
@@ -112,7 +112,7 @@ QString TextFrom(const QJsonValue& json, const QString& place)
 {
     const QString text = json.toString();
     RequireCharacters(text, place);
-    // An empty text that is read from a document is null.
+    // An empty string that is read from a document is null.
     return text.isEmpty() ? QString() : text;
 }
 
@@ -158,7 +158,7 @@ QStringList TextsFrom(const QJsonValue& json, const QString& place)
     return texts;
 }
 
-// Returns a value of which only the type is known.
+// Returns a value for which only the type is known.
 QVariant LostFrom(const QString& type, const QString& place)
 {
     const int id = TypeIdOf(type);
@@ -302,7 +302,7 @@ MessageInfo ReadMessageFields(const QJsonObject& object)
             FailAt(field, u"a message has no such field; fields are %1"_s.arg(known.join(u", ")));
     }
     if (!object.value("id"_L1).isString())
-        FailAt(u"id"_s, u"a message must have a name, which is a text"_s);
+        FailAt(u"id"_s, u"a message must have a name, which is a string"_s);
     MessageInfo message;
     message.Id = TextFrom(object.value("id"_L1), u"id"_s);
     message.UniqueId = IdentityFromJson(object.value("uniqueId"_L1), u"uniqueId"_s);

@@ -26,7 +26,7 @@ namespace Quorvin::Tool {
 //
 // Parameters are plain JSON, for programs to read. If JSON cannot express the type of a value, "types", which
 // has the same structure as "params", contains the name of the type, as it is in the frame. Without a name, a
-// number is an Int, a LongLong if it is too large, or a Double if it is not a whole number; a text is a
+// number is an Int, a LongLong if it is too large, or a Double if it is not a whole number; a string is a
 // String, an array a List, and an object a Map.
 
 /// A value as JSON.
@@ -38,16 +38,16 @@ struct JsonValue
 };
 
 /// Converts a value to JSON. Whole numbers that not every program reads exactly, and numbers that JSON does
-/// not have ("nan"), become texts; bytes become base64; values of types that cannot be sent become null.
+/// not support ("nan"), become strings; bytes become base64; values of types that cannot be sent become null.
 [[nodiscard]] JsonValue ValueToJson(const QVariant& value);
 /// Converts JSON to a value. Throws Failure if it is not a value of the type, or if there is no such type.
 /// \param place  name of the value in error messages, such as "params.count"; may be empty
 [[nodiscard]] QVariant ValueFromJson(const JsonValue& json, const QString& place);
-/// Converts a text to a value of a type, whose name may be in any case: "int", "Double", "ByteArray"
-/// (base64). For a Map, List or StringList the text is JSON. Throws Failure like ValueFromJson.
+/// Converts text to a value of a type, whose name may be in any case: "int", "Double", "ByteArray" (base64).
+/// For a Map, List or StringList the text is JSON. Throws Failure like ValueFromJson.
 [[nodiscard]] QVariant ValueFromText(const QString& type, const QString& text, const QString& place);
 
-/// Converts all of a message to JSON.
+/// Converts a message to JSON.
 [[nodiscard]] QJsonObject MessageToJson(const Util::MessageInfo& message);
 /// Converts JSON to a message. Only "id" is required; other missing members have their defaults. Throws
 /// Failure, with \p subject, if it is not a message, or one that no receiver could read.
@@ -61,7 +61,7 @@ struct MessagePiece
 {
     qint64 Offset = 0; ///< offset of its first byte
     QByteArrayView Bytes;
-    std::optional<Util::MessageInfo> Message; ///< nothing if a receiver skips the piece
+    std::optional<Util::MessageInfo> Message; ///< nullopt if a receiver skips the piece
     QString Problem; ///< why a receiver skips it, and at which byte
 };
 

@@ -81,7 +81,7 @@ QString ToText(const MessagePiece& piece, const QString& file)
 ExitCode Split(const SplitOptions& options)
 {
     if (options.To == "-"_L1)
-        throw UsageFailure(u"--to must be a folder; use ./- for a folder with the name -"_s);
+        throw UsageFailure(u"--to must be a folder; use ./- for a folder named -"_s);
     const InputFile input(OrStandardInput(options.File));
     const QByteArray bytes = input.ReadAll();
     if (!options.To.isEmpty() && !QDir().mkpath(options.To))
