@@ -425,7 +425,7 @@ void tst_ToolGeneral::Usage_outputDash()
     QFETCH(const QStringList, arguments);
 
     QCOMPARE(Run(QStringList{u"xliff"_s, command, u"-o"_s, u"-"_s} + arguments),
-             u"! qvutil: --output must be a file; use ./- for a file with the name -\n"
+             u"! qvutil: --output must be a file; use ./- for a file named -\n"
              "! Try 'qvutil xliff %1 --help'.\n=> 2\n"_s.arg(command));
     QVERIFY(!QFile::exists(mTool->Path(u"-"_s)));
 }

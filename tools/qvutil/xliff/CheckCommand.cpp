@@ -133,7 +133,7 @@ void AddXliffCheckCommand(CommandLine& line, CLI::App& group)
         [options] { return Check(*options); });
     AddTexts(command, "XLIFF", options->Files, "XLIFF files")->required();
     AddTexts(command, "--documents,-d", options->Documents.Paths,
-             "XML document that the XLIFF files translate, or a folder of such documents")
+             "XML document that the XLIFF files translate, or a folder of documents")
         ->type_name("PATH");
     AddDocumentOptions(command, options->Documents);
     command.add_flag("--allow-untranslated", options->AllowUntranslated, "Allow missing and empty targets");

@@ -37,7 +37,7 @@ QJsonObject PlaceJson(Place place)
 void RequireOutputFile(const QString& output)
 {
     if (output == "-"_L1)
-        throw UsageFailure(u"--output must be a file; use ./- for a file with the name -"_s);
+        throw UsageFailure(u"--output must be a file; use ./- for a file named -"_s);
 }
 
 bool ShowDifference(const XliffDocument& xliff, const QString& output, bool prints)

@@ -16,15 +16,15 @@
 // Functions that the commands of `qvutil xliff` share.
 namespace Quorvin::Tool {
 
-/// Returns a number with its noun: "1 text", "2 texts".
+/// Returns a number and a noun in the right form: "1 text", "2 texts".
 [[nodiscard]] QString Count(qsizetype number, const QString& noun);
-/// Returns "FILE:LINE:COLUMN", without the numbers that are not known.
+/// Returns "FILE:LINE:COLUMN", without unknown numbers.
 [[nodiscard]] QString PlaceText(const QString& file, Place place);
-/// Returns an object with the line, and with the column if it is known.
+/// Returns an object with the line, and the column if it is known.
 [[nodiscard]] QJsonObject PlaceJson(Place place);
 /// Throws UsageFailure if the output of a command is "-", which would be a file with that name.
 void RequireOutputFile(const QString& output);
-/// Compares a file with the content that a save would write.
+/// Compares a file with the content that saving would write.
 /// \param prints  whether to print the difference
 /// \return whether the file would change
 [[nodiscard]] bool ShowDifference(const XliffDocument& xliff, const QString& output, bool prints);

@@ -21,8 +21,8 @@ struct DocumentSelection
     QString Except; ///< a file to leave out even if its name matches, such as the output file
 };
 
-/// The texts to translate of one document, each once, in the order of their first appearance. Documents with
-/// the same key share one object.
+/// The texts to translate in one document, without duplicates, in the order of their first appearance.
+/// Documents with the same key share one object.
 struct DocumentTexts
 {
     struct Text

@@ -29,7 +29,7 @@ struct FillOptions
     bool DryRun = false;
 };
 
-/// Throws a failure if the output is the input or contains translations, which would be lost.
+/// Throws Failure if the output is the input or contains translations, which would be lost.
 void CheckReplaced(const QString& input, const QString& output)
 {
     const QFileInfo file(output);
@@ -106,7 +106,7 @@ void AddXliffFillCommand(CommandLine& line, CLI::App& group)
         [options] { return Fill(*options); });
     AddTexts(command, "XLIFF", options->Files, "XLIFF files; changed in place")->required();
     command.add_flag("--pseudo", options->Pseudo,
-                     "Fill in a pseudo-translation: the source with accents, longer, in brackets");
+                     "Fill in a pseudo-translation: the source text with accents, lengthened, in brackets");
     command.add_flag("--all", options->All, "With --pseudo and --output: also replace translations");
     AddText(command, "--output,-o", options->Output, "Write to this file instead")->type_name("FILE");
     AddDryRunFlag(command, options->DryRun);

@@ -58,7 +58,7 @@ private:
     }
 
     /// Returns whether the reader's text only indents the elements around it. White space in a reference or a
-    /// CDATA section does not.
+    /// CDATA section does not count.
     [[nodiscard]] bool IsIndentation() const
     {
         return !mPreserves.constLast() && mReader.isWhitespace() && !mReader.isCDATA()
@@ -75,8 +75,8 @@ private:
         mIsIndentationAlone = isAfterStartTag && !mOpen.isEmpty();
     }
 
-    /// Adds text. Indentation between two texts becomes a space, unless there is white space already;
-    /// elsewhere it is dropped.
+    /// Adds text. Indentation between two pieces of text becomes a space, unless there is already white
+    /// space; elsewhere it is dropped.
     void AddText(QStringView text)
     {
         if (text.isEmpty())
@@ -149,8 +149,8 @@ private:
     InlineText* mText = nullptr; // of the source or target that is being read
     QList<OpenElement> mOpen;
     QList<bool> mPreserves; // one for each open element: whether all white space is text
-    QString mIndentation; // that has not been followed by text yet
-    bool mIsIndentationAlone = false; // whether it is all that the innermost element has contained so far
+    QString mIndentation; // not followed by text yet
+    bool mIsIndentationAlone = false; // whether the innermost element contains nothing else so far
     bool mIsAfterStartTag = false; // whether the previous token was the start of an inline element
     int mNumber = -1;
 };

@@ -16,9 +16,9 @@ namespace Quorvin::Tool {
 /// The text of a source or target that contains inline elements.
 struct InlineText
 {
-    /// All text. The `equiv-text` or a line break replaces an element without content. White space with a
-    /// line break between elements is indentation unless `xml:space` is "preserve": it becomes a space, or
-    /// nothing at either end.
+    /// All text. An element without content is replaced by its `equiv-text` or by a line break. White space
+    /// with a line break between elements is indentation unless `xml:space` is "preserve": it becomes a
+    /// space, or nothing at either end.
     QString Text;
     QStringList Markup; ///< the start tags of the elements
     QStringList Unknown; ///< the elements that represent text that is not in the file

@@ -35,7 +35,7 @@ bool IsWanted(const XliffDocument& xliff, const XliffUnit& unit, const ListOptio
     return (options.Untranslated && !isTranslated) || (options.Unfinished && !isFinished);
 }
 
-/// Returns a text on one line, from which the text can be restored.
+/// Returns a text on one line, escaped reversibly.
 QString OneLine(QString text)
 {
     return Console::Visible(text.replace(u'\\', "\\\\"_L1));
@@ -104,10 +104,10 @@ void AddXliffListCommand(CommandLine& line, CLI::App& group)
         "Line breaks in a text are shown as \\n, and \\ as \\\\. The exit code is 1 if no text is listed.");
     AddTexts(command, "XLIFF", options->Files, "XLIFF files")->required();
     command.add_flag("--untranslated", options->Untranslated,
-                     "Only texts without a target, or with a target that was only filled in");
+                     "List only texts without a target, or with a target that was only filled in");
     command.add_flag(
         "--unfinished", options->Unfinished,
-        "Only texts that stat does not count as finished: untranslated, to be reviewed, or in units "
+        "List only texts that stat does not count as finished: untranslated, to be reviewed, or in units "
         "out of reach");
     AddJsonFlag(command, options->Json);
 }

@@ -64,7 +64,7 @@ QJsonObject ToJson(const MergeNote& note)
     return object;
 }
 
-/// Throws a failure if the output would replace one of the other files.
+/// Throws UsageFailure if the output would replace one of the other files.
 void CheckOutput(const MergeCommandOptions& options)
 {
     const QString output = QFileInfo(options.Output).canonicalFilePath();

@@ -24,8 +24,8 @@ struct PlaceLine
     QString Prefix = {}; ///< printed before the text
 };
 
-/// Prints the lines. More than three lines of a file with the same shared text and tag become one line, which
-/// has their number and the first three places.
+/// Prints the lines. More than three lines of a file with the same shared text and tag become one line, with
+/// their number and the first three places.
 void PrintPlaceLines(const QList<PlaceLine>& lines);
 
 } // namespace Quorvin::Tool

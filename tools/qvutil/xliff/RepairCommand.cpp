@@ -129,7 +129,7 @@ void AddXliffRepairCommand(CommandLine& line, CLI::App& group)
     auto options = std::make_shared<RepairOptions>();
     CLI::App& command = line.AddCommand(
         group, "repair", "Fix units that the library does not find, and list the changes",
-        "qvutil xliff repair de.xlf                     # from a translation office, with a header and "
+        "qvutil xliff repair de.xlf                     # from a translation agency, with a header and "
         "groups\n"
         "qvutil xliff repair de.xlf --dry-run           # see the changes first\n"
         "qvutil xliff repair de.xlf --output ready.xlf  # leave de.xlf as it is\n"
@@ -138,12 +138,13 @@ void AddXliffRepairCommand(CommandLine& line, CLI::App& group)
     AddExplanation(
         command,
         "Moves headers and other elements after the body, and units in groups into the body. Joins file\n"
-        "elements with the same file name. Replaces ids with the digests of the sources, and targets with\n"
-        "inline elements with plain text. The exit code is 1 if something is left to fix by hand.");
+        "elements with the same file name. Replaces ids with the digests of the sources. Converts targets\n"
+        "with inline elements to plain text. The exit code is 1 if something is left to fix by hand.");
     AddTexts(command, "XLIFF", options->Files, "XLIFF files; changed in place")->required();
     AddText(command, "--output,-o", options->Output, "Write to this file instead")->type_name("FILE");
-    command.add_flag("--approve", options->Approve,
-                     "Also set approved=\"yes\" for finished targets, by which other programs show progress");
+    command.add_flag(
+        "--approve", options->Approve,
+        "Also set approved=\"yes\" for finished targets, which other programs use to show progress");
     AddDryRunFlag(command, options->DryRun);
     AddJsonFlag(command, options->Json);
 }

@@ -13,8 +13,8 @@ namespace Quorvin::Tool {
 /// Returns the placeholders in a text: %1 to %99, %L1, %n, %Ln and $(name), each once, in ascending order.
 [[nodiscard]] QStringList FindPlaceholders(QStringView text);
 
-/// Returns a pseudo-translation, with which a program can be tried before it is translated. Letters get
-/// accents, the text grows by about a third, and brackets around it show where a text is truncated.
+/// Returns a pseudo-translation, with which a program can be tested before it is translated. Letters get
+/// accents, the text becomes about a third longer, and brackets around it show whether it is truncated.
 /// Placeholders, tags such as `<b>` and references such as `&nbsp;` are kept.
 [[nodiscard]] QString PseudoTranslate(QStringView text);
 

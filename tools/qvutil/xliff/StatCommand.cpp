@@ -31,7 +31,8 @@ struct StatOptions
     bool Html = false;
 };
 
-/// Returns the finished share of the units, of \p full. Rounds down, so that only a finished file is full.
+/// Returns the share of finished units, from 0 to \p full. Rounds down, so that only a finished file reaches
+/// \p full.
 int ShareOf(const ProgressCounts& counts, int full)
 {
     return counts.Units == 0 ? full : counts.Finished * full / counts.Units;
@@ -76,7 +77,7 @@ void PrintCounts(const QString& name, qsizetype nameWidth, const ProgressCounts&
     Console::PrintLine(line);
 }
 
-/// "en to de" for each pair of languages in the file.
+/// Returns "en to de" for each pair of languages in the file.
 QString LanguagesOf(const XliffProgress& progress)
 {
     QStringList result;
@@ -150,13 +151,13 @@ ExitCode Stat(const StatOptions& options)
 void AddXliffStatCommand(CommandLine& line, CLI::App& group)
 {
     auto options = std::make_shared<StatOptions>();
-    CLI::App& command = line.AddCommand(group, "stat", "Show the progress of translation for each document",
+    CLI::App& command = line.AddCommand(group, "stat", "Show the translation progress of each document",
                                         "qvutil xliff stat de.xlf ja.xlf\nqvutil xliff stat --json de.xlf\n"
                                         "qvutil xliff stat --html *.xlf > progress.html",
                                         [options] { return Stat(*options); });
     AddTexts(command, "XLIFF", options->Files, "XLIFF files")->required();
     AddJsonFlag(command, options->Json);
-    command.add_flag("--html", options->Html, "Print a page in HTML, which also fits a phone");
+    command.add_flag("--html", options->Html, "Print an HTML page, which also fits a phone");
 }
 
 } // namespace Quorvin::Tool

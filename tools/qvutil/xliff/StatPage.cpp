@@ -28,7 +28,7 @@ constexpr const char16_t* kStyle
 
 struct Part
 {
-    QLatin1StringView Name; // in JSON, and in the style
+    QLatin1StringView Name; // in JSON and CSS
     QLatin1StringView Text;
 };
 constexpr Part gParts[] = {{"finished"_L1, "finished"_L1},
@@ -48,7 +48,7 @@ int ShareOf(const QJsonObject& counts)
     return units == 0 ? 100 : static_cast<int>(CountOf(counts, "finished"_L1) * qint64(100) / units);
 }
 
-// Returns a text such as "3 of 5 finished, 1 unfinished, 1 empty".
+// Returns the numbers as text: "3 of 5 finished, 1 unfinished, 1 empty".
 QString CountsText(const QJsonObject& counts)
 {
     QString text

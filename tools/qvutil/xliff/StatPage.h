@@ -10,7 +10,7 @@
 
 namespace Quorvin::Tool {
 
-/// Returns a page in HTML that shows the translation progress of each file and document.
+/// Returns an HTML page that shows the translation progress of each file and document.
 /// \param files     the array that `xliff stat --json` prints
 /// \param unusable  names of files that could not be read
 [[nodiscard]] QString StatPage(const QJsonArray& files, const QStringList& unusable);

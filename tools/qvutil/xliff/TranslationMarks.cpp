@@ -30,7 +30,7 @@ private:
     void InspectElement(int element)
     {
         const QDomElement node = mFiler.GetCurrentNode().toElement();
-        // The attributes in the tree have no defined order, and access by index is slow.
+        // Attributes have no defined order in the tree, and access by index is slow.
         if (!mDocument.HasPlaces()) {
             InspectUnplacedAttributes(node);
         } else if (mDocument.GetElements().at(element).AttributeCount > 0) {

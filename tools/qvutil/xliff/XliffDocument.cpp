@@ -33,13 +33,13 @@ bool IsBlank(QStringView text)
     return text.trimmed().isEmpty();
 }
 
-/// Whether a state says that a target still needs work.
+/// Returns whether a state says that a target still needs work.
 bool IsUnfinished(QStringView state)
 {
     return state == u"new" || state.startsWith(u"needs-");
 }
 
-/// Whether an element of a unit contains its source or target.
+/// Returns whether an element of a unit contains the unit's source or target.
 bool IsText(QStringView name)
 {
     return name == u"source" || name == u"seg-source" || name == u"target";
@@ -103,7 +103,7 @@ bool XliffUnit::IsFilledIn() const
 
 bool XliffUnit::HasWrongId() const
 {
-    // Sources in a reformatted file have other white space.
+    // Sources in a reformatted file have different white space.
     if (Id == UnitId(Source) || Id == UnitId(Source.trimmed()) || Id == UnitId(Source.simplified()))
         return false;
     // The digest of an incomplete source cannot be computed. An id that looks like a digest may be right.
@@ -341,7 +341,7 @@ QString XliffDocument::EscapeContent(const QString& text) const
     if (isPlain)
         return Escape(text, false);
     // A CDATA section cannot contain references, and the library reads only the first of two sections.
-    // Another mark around the text, which the library removes, has neither limit.
+    // Another mark around the text, which the library removes, has neither limitation.
     if (text.contains("]]>"_L1) || text.contains(u'\r') || !mSource.CanEncode(text))
         return Escape("tr("_L1 + text + u')', false);
     return "<![CDATA["_L1 + text + "]]>"_L1;
@@ -577,7 +577,8 @@ void XliffDocument::SortEdits(QList<Edit>& edits)
                      [](const Edit& a, const Edit& b) { return a.Begin < b.Begin; });
 }
 
-/// Returns the text from \p begin to \p end, with those of the sorted edits that begin in this range.
+/// Returns the text from \p begin to \p end, after the edits that begin in this range. \p edits must be
+/// sorted.
 QString XliffDocument::Apply(const QList<Edit>& edits, qsizetype begin, qsizetype end) const
 {
     QString result;

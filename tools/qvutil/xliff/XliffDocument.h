@@ -25,7 +25,7 @@ namespace Quorvin::Tool {
 /// Returns whether two language codes have the same key.
 [[nodiscard]] bool IsSameLanguage(const QString& a, const QString& b);
 
-/// Whether a unit is where the library looks for units, or the reason why not.
+/// Whether a unit is where the library looks for units, or why it is not.
 enum class UnitReachability {
     Found,
     NoFileName, ///< the "original" of its `file` element does not end in a file name
@@ -63,13 +63,13 @@ struct XliffUnit
     [[nodiscard]] bool IsReachable() const;
     [[nodiscard]] UnitProgress GetProgress() const;
     /// Returns all text in the target as the library shows it: without a mark around it, if the library
-    /// removes that.
+    /// removes the mark.
     [[nodiscard]] QString GetShownTarget() const;
     /// Returns whether the target still needs to be translated, as after `xliff fill`.
     [[nodiscard]] bool IsFilledIn() const;
     /// Returns whether the library certainly does not find the source under this id.
     [[nodiscard]] bool HasWrongId() const;
-    /// Returns whether the right id certainly is the digest of Source.
+    /// Returns whether the right id is certainly the digest of Source.
     [[nodiscard]] bool CanCorrectId() const;
 };
 
@@ -96,19 +96,19 @@ struct NewUnit
 
 /// An XLIFF 1.2 file: its units as the library sees them, and changes to its text.
 ///
-/// Changes are made in the text itself, so that the rest of the file stays the same to the byte: notes,
-/// comments, attributes and their order, indentation, line ends and encoding. GetChanged returns the text
-/// with all changes; the units do not change until the file is loaded again.
+/// Changes are made in the text itself, which preserves the rest of the file byte for byte: notes, comments,
+/// attributes and their order, indentation, line endings and encoding. GetChanged returns the text with all
+/// changes; the units do not change until the file is loaded again.
 class XliffDocument
 {
 public:
     /// Creates an XLIFF file without content.
     XliffDocument();
-    /// Loads a file; throws Failure if it cannot be read or is not XLIFF 1.
+    /// Loads a file; throws Failure if it cannot be read or is not XLIFF 1.x.
     explicit XliffDocument(const InputFile& file);
 
-    /// Throws Failure with a place if a change could lose text, because a unit is inside the source or target
-    /// of another, or a file element with units is inside another element.
+    /// Throws Failure with the place if a change could lose text, because a unit is inside the source or
+    /// target of another, or a file element with units is inside another element.
     void RequireChangeable() const;
 
     /// Returns the name of the file for messages.
@@ -119,8 +119,7 @@ public:
     [[nodiscard]] int GetParent(int element) const { return mSource.GetElements().at(element).Parent; }
     [[nodiscard]] const XmlSource& GetSource() const { return mSource; }
     [[nodiscard]] const QString& GetLineEnd() const { return mLineEnd; }
-    /// Returns the indentation of an element; an empty text if something else precedes the element in its
-    /// line.
+    /// Returns the indentation of an element; empty if something else precedes the element on its line.
     [[nodiscard]] QString IndentOf(int element) const;
     /// Returns the additional indentation of a child element.
     [[nodiscard]] QString IndentStep() const;
@@ -167,8 +166,8 @@ public:
     /// Returns the bytes that Save writes. Throws Failure if they would not load.
     /// \param path  name of the file for the error message
     [[nodiscard]] QByteArray GetContent(const QString& path) const;
-    /// Writes the changed text to a file with an atomic write. Throws Failure if that fails; the file then
-    /// has its old content.
+    /// Saves the changed text with an atomic write. Throws Failure if that fails; the file then has its old
+    /// content.
     void Save(const QString& path) const;
 
 private:
@@ -177,7 +176,7 @@ private:
         qsizetype Begin;
         qsizetype End;
         QString Text;
-        qsizetype CoveredEnd = 0; ///< further changes that begin before this have no effect
+        qsizetype CoveredEnd = 0; ///< further changes that begin before this offset have no effect
     };
 
     void Read();

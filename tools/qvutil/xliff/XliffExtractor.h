@@ -45,7 +45,7 @@ struct DocumentReport
 };
 
 /// Updates an XLIFF file with the texts of documents: adds units for new texts, corrects ids, and reports or
-/// removes units whose texts have vanished. Units of other documents stay as they are. Throws Failure if the
+/// removes units whose texts have vanished. Units of other documents are not changed. Throws Failure if the
 /// file is for other languages.
 [[nodiscard]] QList<DocumentReport> UpdateXliff(XliffDocument& xliff, const QList<DocumentTexts>& documents,
                                                 const ExtractionOptions& options);

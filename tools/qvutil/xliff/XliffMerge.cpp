@@ -17,10 +17,10 @@ using namespace Qt::StringLiterals;
 namespace Quorvin::Tool {
 namespace {
 
-/// A language of a file element.
+/// The source or target language of a file element.
 struct Language
 {
-    QString Key; ///< as it is compared; empty if the language is not known
+    QString Key; ///< see LanguageKey; empty if the language is not known
     QString Name; ///< as the file spells it
 
     friend bool operator==(const Language& a, const Language& b) { return a.Key == b.Key; }
@@ -47,7 +47,7 @@ QList<LanguagePair> NamedLanguages(const XliffDocument& xliff)
     return result;
 }
 
-/// Returns the different source or target languages in a list, without those that are not known.
+/// Returns the distinct source or target languages of a list, without unknown ones.
 QList<Language> DistinctLanguages(const QList<LanguagePair>& pairs, Language LanguagePair::*field)
 {
     QList<Language> result;
@@ -67,12 +67,13 @@ QString NamesOf(const QList<Language>& languages)
     return names.join(" or "_L1);
 }
 
-/// The languages of the units of a file. File elements that name no language have the language of the others.
+/// The languages of the units of a file. File elements that name no language are assumed to have that of the
+/// others.
 class UnitLanguages
 {
 public:
-    /// Throws Failure if it is not certain which language a file element has.
-    /// \param elsewhere  the languages of the files with which this one is merged, for a file that names none
+    /// Throws Failure if the language of a file element is not certain.
+    /// \param elsewhere  the languages of the files to merge with, for a file that names no language
     UnitLanguages(const XliffDocument& xliff, const QList<LanguagePair>& elsewhere)
         : mOfFiles(NamedLanguages(xliff))
     {
@@ -135,27 +136,27 @@ QString ToText(const QList<LanguagePair>& pairs)
     return result.join(", "_L1);
 }
 
-/// Identifies a source. Elements that stand for unknown text distinguish two sources with the same text.
+/// Returns a key for a source. Elements that represent unknown text distinguish sources with the same text.
 QString SourceKey(const XliffDocument& xliff, const XliffUnit& unit)
 {
     return unit.IsSourceComplete ? unit.Source : xliff.GetContentText(unit.SourceElement).toString();
 }
 
-/// Identifies a source and the languages between which it is translated.
+/// Returns a key for a source and its languages.
 QString TextKey(const XliffDocument& xliff, const UnitLanguages& languages, const XliffUnit& unit)
 {
     const LanguagePair pair = languages.Of(unit);
     return pair.Source.Key + u'\n' + pair.Target.Key + u'\n' + SourceKey(xliff, unit);
 }
 
-/// Identifies a source, its languages and the document in which it is used.
+/// Returns a key for a source, its languages and its document.
 QString MatchKey(const XliffDocument& xliff, const UnitLanguages& languages, const XliffUnit& unit)
 {
     return (unit.File < 0 ? QString() : xliff.GetFiles().at(unit.File).Key) + u'\n'
         + TextKey(xliff, languages, unit);
 }
 
-/// Returns whether a translation is finished.
+/// Returns whether a translation is finished. Unlike GetProgress, accepts the state "new".
 bool IsFinished(const XliffUnit& unit)
 {
     return unit.IsApproved || !unit.State.startsWith("needs-"_L1);
@@ -226,7 +227,7 @@ private:
         return result;
     }
 
-    /// Registers a unit under a key. The last finished unit of a key counts, or the last unit if none is
+    /// Registers a unit under a key. The last finished unit of a key is kept, or the last unit if none is
     /// finished.
     static void Offer(Offers& offers, const QString& key, const XliffUnit& unit)
     {

@@ -44,13 +44,14 @@ struct MergeResult
 /// Adds translations from other files. Units are matched by document, languages and source. Their ids do not
 /// matter, and the library need not find them.
 ///
-/// - A unit without a translation gets that of the first other file that has one, with its state.
-/// - If the targets are equal and only the one in the other file is finished, the unit gets its state.
+/// - A unit without a translation gets the translation, and its state, of the first other file that has one.
+/// - If the targets are equal and only the one in the other file is finished, the unit gets the state of that
+///   target.
 /// - A finished target is kept if the target in the other file is unfinished.
 /// - All other differences are conflicts. The first of the other files wins them if PrefersOther is set.
 ///
-/// Throws Failure if another file only translates between other languages, or if it is not certain which
-/// language a file element has.
+/// Throws Failure if another file only translates between other languages, or if the language of a file
+/// element is not certain.
 [[nodiscard]] MergeResult MergeXliff(XliffDocument& xliff, const QList<const XliffDocument*>& others,
                                      const MergeOptions& options);
 

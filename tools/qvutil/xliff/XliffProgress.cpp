@@ -21,11 +21,11 @@ using Quorvin::Util::Internal::IsDigest;
 namespace Quorvin::Tool {
 namespace {
 
-/// Counts units from the nodes of a file, and takes from them what XliffDocument takes from the tree.
+/// Counts units while the nodes of a file are read, with the same result as from XliffDocument.
 class ProgressReader
 {
 public:
-    /// \return false if XliffDocument has to decide about the file
+    /// \return false if XliffDocument has to load the file
     [[nodiscard]] bool Add(const QXmlStreamReader& node)
     {
         if (node.isStartElement())
@@ -148,7 +148,7 @@ private:
             mFiles.last().Progress.Counts.Add(false, progress);
     }
 
-    /// The library reads the target's first node if it is a text.
+    /// The library reads the target's first node if that is text.
     void AddContent(const QXmlStreamReader& node)
     {
         if (mIsTargetBegin && node.isCharacters()) {
@@ -176,7 +176,7 @@ private:
 /// itself.
 bool IsDeclaredAsUtf8(const QByteArray& document)
 {
-    constexpr qsizetype kMaxDeclarationSize = 1024; // the reader would decode the whole document
+    constexpr qsizetype kMaxDeclarationSize = 1024; // otherwise, the reader would decode the whole document
     QXmlStreamReader reader(document.left(kMaxDeclarationSize));
     const bool hasBegun = reader.readNext() == QXmlStreamReader::StartDocument;
     const QStringView encoding = reader.documentEncoding();

@@ -15,7 +15,7 @@
 
 namespace Quorvin::Tool {
 
-/// How far the translation of some units is.
+/// The translation progress of a set of units.
 struct ProgressCounts
 {
     int Units = 0;

@@ -78,7 +78,7 @@ struct FileGroup
 {
     QList<int> Files; ///< indexes; the others are joined to the first
     int Container = -1; ///< the element of the first file that contains the units: its body
-    QList<int> Units; ///< indexes of all units, in the order of the library
+    QList<int> Units; ///< indexes of all units, in the order in which the library reads them
 };
 
 class Repair
@@ -352,7 +352,8 @@ private:
         return unit.HasWrongId() && unit.CanCorrectId() ? UnitId(unit.Source) : unit.Id;
     }
 
-    /// Returns whether the library reads only a part of the target, or nothing although it contains text.
+    /// Returns whether the library reads only part of the target, or nothing although the target contains
+    /// text.
     [[nodiscard]] static bool IsCut(const XliffUnit& unit)
     {
         const bool isCut = unit.GetShownTarget() != unit.Target && !IsBlank(unit.WholeTarget);
@@ -409,8 +410,8 @@ private:
         return unit.GetProgress();
     }
 
-    /// Chooses the unit to keep of several with the same id: the one that the library finds now, if it has a
-    /// target.
+    /// Chooses which of several units with the same id to keep: the one that the library finds now, if it has
+    /// a target.
     [[nodiscard]] int ChooseUnit(const QList<int>& units) const
     {
         const auto rank = [this](int index) {
@@ -447,8 +448,8 @@ private:
         LeaveSameIds(group);
     }
 
-    /// Returns the key by which units are joined. It contains the source, because ids that are not digests
-    /// may be the same by accident.
+    /// Returns a key that is equal for units to be joined. It contains the source, because ids that are not
+    /// digests may be equal by accident.
     [[nodiscard]] QString JoinKey(const XliffUnit& unit) const
     {
         const QString source
@@ -459,7 +460,7 @@ private:
     /// Reports units with the same id but different sources, of which the library finds only one.
     void LeaveSameIds(const FileGroup& group)
     {
-        QHash<QString, int> last; // by the id
+        QHash<QString, int> last; // by id
         for (const int index : group.Units) {
             if (!mIsDropped.at(Units().at(index).Element))
                 last.insert(FinalId(Units().at(index)), index);
@@ -639,7 +640,7 @@ private:
         gap(mXliff.GetRange(position, e.ContentEnd));
     }
 
-    /// Returns an element without the units in it, and adds these to mMoved.
+    /// Returns an element without the units in it, and adds those units to mMoved.
     [[nodiscard]] QString WithoutUnits(int element)
     {
         const XmlSource::Element& e = mElements.at(element);
@@ -679,7 +680,7 @@ private:
                 u"moved into the body: the library finds them only there"_s, source);
     }
 
-    /// Adds the content of a body. The units of groups move out of the groups.
+    /// Adds the content of a body, and moves units out of groups.
     void AddBody(JoinedText& text, int body)
     {
         ForEachPart(

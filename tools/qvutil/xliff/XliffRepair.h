@@ -12,7 +12,7 @@
 
 namespace Quorvin::Tool {
 
-/// A change by a repair, or a problem that it could not fix.
+/// A change made by a repair, or a problem that the repair could not fix.
 struct RepairNote
 {
     Place Where; ///< in the file before the repair
@@ -33,7 +33,7 @@ struct RepairNote
 ///   alternatives.
 /// - Targets with inline elements or comments become plain text.
 ///
-/// \param approves  whether to set `approved` too, by which other programs show progress: "yes" for units
+/// \param approves  whether to set `approved` too, which other programs use to show progress: "yes" for units
 ///                  with a finished target, "no" for units without a target
 /// \return the changes, and the problems that were not fixed, in the order of their places
 [[nodiscard]] QList<RepairNote> RepairXliff(XliffDocument& xliff, bool approves);

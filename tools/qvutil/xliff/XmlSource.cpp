@@ -19,7 +19,7 @@ using namespace Qt::StringLiterals;
 namespace Quorvin::Tool {
 namespace {
 
-/// Finds the places of the elements of a text that the library has loaded, and of their attributes.
+/// Finds the places of elements and attributes in a text that the library has loaded.
 class PlaceReader
 {
 public:
@@ -33,7 +33,7 @@ public:
         Util::Internal::ConfigureXmlReader(mReader);
     }
 
-    /// \return false if an element comes from an entity, so that it has no place in the text
+    /// \return false if an element comes from an entity and therefore has no place in the text
     bool Run()
     {
         while (!mReader.atEnd()) {

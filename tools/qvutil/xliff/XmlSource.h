@@ -18,7 +18,7 @@
 
 namespace Quorvin::Tool {
 
-/// A place in a text file. Both numbers count from 1, and are 0 if not known.
+/// A place in a text file. Both numbers are counted from 1; 0 means unknown.
 struct Place
 {
     int Line = 0;
@@ -31,12 +31,13 @@ struct Place
 
 /// An XML file as the library reads it, together with its text and the place of each element in that text.
 ///
-/// Values are read by the library, so that they are the same as in an application. The document tree contains
+/// The library reads the values, so they are the same as in an application. The document tree contains
 /// neither the places of elements nor the order of attributes, so these come from a second pass over the
 /// text. Elements are numbered in document order; the root is 0.
 class XmlSource
 {
 public:
+    /// An attribute, with offsets into the text.
     struct Attribute
     {
         QStringView Name;
@@ -45,7 +46,7 @@ public:
         qsizetype ValueEnd = 0; ///< at the closing quote
     };
 
-    /// Offsets into the text.
+    /// An element, with offsets into the text.
     struct Element
     {
         QStringView Name;
@@ -82,11 +83,11 @@ public:
     [[nodiscard]] Place GetPlace(qsizetype offset) const;
     /// Returns the place where an element begins.
     [[nodiscard]] Place GetElementPlace(int element) const;
-    /// Encodes a text in the encoding of the file. The encoding must contain all characters of the text.
+    /// Encodes text in the encoding of the file, which must be able to represent all of its characters.
     [[nodiscard]] QByteArray Encode(const QString& text) const;
-    /// Returns whether the file's encoding contains all characters of a text.
+    /// Returns whether the file's encoding can represent all characters of a text.
     [[nodiscard]] bool CanEncode(const QString& text) const;
-    /// Returns whether the file's encoding contains every Unicode character.
+    /// Returns whether the file's encoding can represent every Unicode character.
     [[nodiscard]] bool IsUnicode() const { return mUnicode; }
 
     /// Calls `visit(number)` for each element in document order, with the filer's cursor on it. The visitor
