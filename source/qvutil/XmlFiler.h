@@ -194,8 +194,8 @@ public:
     /// Returns a handle to the node under the cursor.
     ///
     /// The handle is valid until this object next changes the document. Calling this operation turns the
-    /// caching of node paths off for good, because the document can then be changed through the handle; paths
-    /// through elements with many children become slower.
+    /// caching of node paths off for good, because the document can then be changed through the handle. Every
+    /// operation with a path becomes slower, most of all if it leads through elements with many children.
     /// \return the node under the cursor; null if there is no cursor
     [[nodiscard]] QDomNode GetCurrentNode() const;
     /// Returns the cursor's path from the root, such as "/Settings/Panel". Siblings with the same name have

@@ -16,6 +16,7 @@
 #include <QtTest>
 
 #include <algorithm>
+#include <atomic>
 #include <functional>
 #include <memory>
 #include <vector>
@@ -107,14 +108,17 @@ public:
             mOther->wait();
     }
 
-    bool HasTaken = false;
+    std::atomic<bool> HasTaken = false; // set after Taken
     std::vector<int> Taken;
 
     void wakeUp() override
     {
-        mOther.reset(QThread::create([this] { mBox.TakeAll(Taken); }));
+        mOther.reset(QThread::create([this] {
+            mBox.TakeAll(Taken);
+            HasTaken = true;
+        }));
         mOther->start();
-        HasTaken = mOther->wait(TestSupport::kEventTimeoutMs);
+        mOther->wait(TestSupport::kEventTimeoutMs);
     }
 
     bool processEvents(QEventLoop::ProcessEventsFlags /*flags*/) override { return false; }
@@ -260,15 +264,15 @@ void tst_MessageBatches::Mailbox_twoThreads()
 void tst_MessageBatches::Mailbox_unlockedWhilePosting()
 {
     Mailbox<int> box;
-    QThread thread; // never started: the dispatcher only takes part in postEvent
-    auto* const dispatcher = new TakingDispatcher(box); // owned by the thread
-    thread.setEventDispatcher(dispatcher);
+    TakingDispatcher dispatcher(box);
+    QThread thread; // never started, so it does not own the dispatcher, which only takes part in postEvent
+    thread.setEventDispatcher(&dispatcher);
     QObject receiver;
     receiver.moveToThread(&thread);
     box.Open(&receiver);
     box.Add(1);
-    QVERIFY(dispatcher->HasTaken);
-    QCOMPARE(dispatcher->Taken, std::vector<int>{1});
+    QVERIFY(dispatcher.HasTaken);
+    QCOMPARE(dispatcher.Taken, std::vector<int>{1});
     box.Close();
 }
 

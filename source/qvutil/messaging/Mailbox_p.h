@@ -19,6 +19,7 @@ namespace Quorvin::Util::Internal {
 
 /// Hands items to an object that lives in another thread, in order. One event announces all items that the
 /// object has not yet taken, because an event for each item would cost more than handling most items.
+/// An event may also arrive when there is nothing to take.
 ///
 /// \par Threads
 /// Any thread can call Add. Everything else is for the receiver's thread only.

@@ -151,10 +151,13 @@ void XmlFiler::RemoveContent()
 
 bool XmlFiler::FinishLoad(bool loaded)
 {
-    if (loaded)
+    if (loaded) {
         MoveToRoot();
-    else // Qt 6.4 keeps what it parsed before the error; parsing an empty text also clears the document type
+    } else {
+        // Qt 6.4 keeps what it parsed before the error; parsing an empty text also clears the document type.
         static_cast<void>(mDocument.setContent(QString()));
+        mPrivate->Paths.Invalidate(); // a message handler may have read by path meanwhile
+    }
     return loaded;
 }
 

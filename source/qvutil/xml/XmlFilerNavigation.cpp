@@ -91,8 +91,8 @@ std::optional<QDomNode> XmlFiler::WalkTo(QStringView path) const
 
 std::optional<QDomNode> XmlFiler::FindNode(const QString& path) const
 {
-    if (const Internal::CachedNode* const cached = mPrivate->Paths.Find(path))
-        return cached->Node;
+    if (const QDomNode* const node = mPrivate->Paths.Find(path))
+        return *node;
     std::optional<QDomNode> node = WalkTo(path);
     if (node && !node->isNull())
         mPrivate->Paths.Insert(path, *node);

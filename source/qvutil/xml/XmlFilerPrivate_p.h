@@ -22,8 +22,8 @@ struct XmlFiler::Private
     /// Returns the value of an attribute of the element at a path; a null string if there is none.
     [[nodiscard]] QString TextAt(const XmlFiler& filer, const QString& path, const QString& name)
     {
-        if (Internal::CachedNode* const cached = Paths.Find(path))
-            return cached->Text(name);
+        if (const std::optional<QString> text = Paths.Read(path, name))
+            return *text;
         return filer.ElementAt(path).attribute(name);
     }
 
