@@ -538,7 +538,7 @@ void tst_ToolGrid::Damaged_data()
 
     const QByteArray entry = Entry(kNobody, u"desk.x.2147483632"_s);
     const auto claims = [](const QString& count, int members) {
-        return u"it should have %1 members, but %2 can be read"_s.arg(count).arg(members);
+        return u"the registry should have %1 members, but %2 can be read"_s.arg(count).arg(members);
     };
     const QString behind = u"there is data after the last member"_s;
     QTest::newRow("good") << Number32(2) + entry + entry << 2 << QString();

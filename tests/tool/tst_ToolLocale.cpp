@@ -115,7 +115,7 @@ void tst_ToolLocale::Current_data()
     QTest::newRow("known") << QByteArray("en_GB.UTF-8") << QStringList() << u"en-GB 0x0809\n=> 0\n"_s;
     QTest::newRow("unknown")
         << QByteArray("zh-Hans_CN.UTF-8") << QStringList()
-        << u"en-US 0x0409\nThe system's locale, \"zh-Hans_CN\", is not in the table.\n=> 1\n"_s;
+        << u"en-US 0x0409\nthe system's locale, \"zh-Hans_CN\", is not in the table\n=> 1\n"_s;
     QTest::newRow("known, as JSON")
         << QByteArray("de_AT") << QStringList{u"--json"_s}
         << u"{\"identifier\":\"de_AT\",\"known\":true,\"lcid\":3079,\"name\":\"de-AT\"}\n=> 0\n"_s;

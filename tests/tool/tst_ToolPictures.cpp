@@ -186,7 +186,7 @@ void tst_ToolPictures::Grid_links()
     QCOMPARE(WhyBadPicture(picture), QString());
     const QStringList texts = Texts(picture, u"text"_s);
     QCOMPARE(texts.value(0), u"grid desk"_s);
-    QCOMPARE(texts.value(1), u"2 alive, 0 dead; the oldest first"_s);
+    QCOMPARE(texts.value(1), u"2 alive, 0 dead; oldest first"_s);
     QVERIFY(texts.contains(process1));
     QVERIFY(texts.contains(u"desk.MessagePeer.%1"_s.arg(second.Id())));
     // The description is for people who cannot see the picture.
@@ -210,7 +210,7 @@ void tst_ToolPictures::Grid_dead()
     const QDomDocument picture = Parse(result.Output);
     QCOMPARE(WhyBadPicture(picture), QString());
     const QStringList texts = Texts(picture, u"text"_s);
-    QVERIFY(texts.contains(u"0 alive, 1 dead; the oldest first"_s));
+    QVERIFY(texts.contains(u"0 alive, 1 dead; oldest first"_s));
     QVERIFY(texts.contains(u"dead"_s));
     QVERIFY(texts.contains(u"Left behind by crashed processes"_s));
     QVERIFY(texts.join(u' ').contains(u"the entry of process %1"_s.arg(peer.Id())));

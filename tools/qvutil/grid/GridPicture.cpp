@@ -123,8 +123,7 @@ private:
         const qsizetype dead = mSnapshot.DeadCount();
         if (mSnapshot.Registry.Members.isEmpty())
             return u"no members"_s;
-        return u"%1 alive, %2 dead; the oldest first"_s.arg(mSnapshot.Registry.Members.size() - dead)
-            .arg(dead);
+        return u"%1 alive, %2 dead; oldest first"_s.arg(mSnapshot.Registry.Members.size() - dead).arg(dead);
     }
 
     [[nodiscard]] const GridLinks* LinksOf(qsizetype member) const

@@ -81,7 +81,8 @@ void FindDamage(const QByteArray& image, qsizetype readable, GridRegistry& regis
     const qint32 count
         = image.size() >= qsizetype(sizeof(qint32)) ? qFromBigEndian<qint32>(image.constData()) : 0;
     if (count != readable)
-        registry.Problems.append(u"it should have %1 members, but %2 can be read"_s.arg(count).arg(readable));
+        registry.Problems.append(
+            u"the registry should have %1 members, but %2 can be read"_s.arg(count).arg(readable));
     const QByteArrayView rest = QByteArrayView(image).sliced(std::min(registry.UsedBytes, image.size()));
     const QByteArrayView own = rest.first(
         std::clamp(Util::Internal::kRegistrySize - registry.UsedBytes, qsizetype(0), rest.size()));

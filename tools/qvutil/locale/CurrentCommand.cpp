@@ -33,7 +33,7 @@ ExitCode Current(const LocaleOptions& options)
                 Console::PrintLine(name + u' ' + IdentifierText(lcid));
                 if (!isKnown) {
                     Console::PrintLine(
-                        u"The system's locale, %1, is not in the table."_s.arg(Console::Quoted(identifier)));
+                        u"the system's locale, %1, is not in the table"_s.arg(Console::Quoted(identifier)));
                 }
             });
     return isKnown ? ExitCode::Yes : ExitCode::No;

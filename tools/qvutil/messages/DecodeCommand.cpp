@@ -90,7 +90,7 @@ void AddMessageDecodeCommand(CommandLine& line, CLI::App& group)
         "JSON. The object \"types\" names the types that JSON cannot express, so that encode writes the\n"
         "same frame again.");
     AddTexts(decode, "FILE", options->Files, "File with captured bytes; - or none for standard input");
-    decode.add_flag("--indent", options->Indent, "Print each message on several lines, for people to read");
+    decode.add_flag("--indent", options->Indent, "Print each message on several lines, indented");
 }
 
 } // namespace Quorvin::Tool
