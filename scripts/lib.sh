@@ -136,7 +136,7 @@ missing_brew()
     done
 }
 
-# need SUBJECT...: installs the missing packages that the subjects (of packages_of) need.
+# need SUBJECT...: installs the missing packages that the subjects need; packages_of lists the subjects.
 # Set QVUTIL_INSTALL_PACKAGES=no to install packages yourself.
 need()
 {

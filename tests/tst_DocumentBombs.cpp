@@ -146,7 +146,7 @@ void tst_DocumentBombs::Refused()
     message.insert(declarationEnd, QString::fromLatin1(start));
     QCOMPARE(RunWithLittleMemory([&] { return !ExtractMessage(message).first.isEmpty(); }), Outcome::Refused);
 
-    // In UTF-16, where no character has its ASCII encoding.
+    // The same document in UTF-16, in which a search for ASCII markup finds nothing.
     QStringEncoder encoder(QStringConverter::Utf16LE);
     const QByteArray encoded = encoder(u'\uFEFF' + text);
     QVERIFY(WriteFile(file, encoded));

@@ -55,7 +55,7 @@ Member::Member(const QString& grid, const QString& name)
     mManager.AddMessageResponder(&mAnswers);
     // Starts a server and connects to the oldest member that is alive, unless this is the first member.
     mManager.CreateGridConnection(grid, QIODeviceBase::ReadWrite);
-    const QList<ProcessInfo> members = mManager.ReadFromSharedMemory(); // the oldest first
+    const QList<ProcessInfo> members = mManager.ReadFromSharedMemory(); // oldest first
     mHasServer = members.size() > 1 && members[0].ProcessId != QCoreApplication::applicationPid();
 }
 //! [join]

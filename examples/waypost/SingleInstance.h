@@ -53,7 +53,7 @@ private:
                        QVariantMap& responseParams) override;
 
     Quorvin::Util::IPCManager mManager;
-    QStringList mTaken; // ids of the requests that were taken, the oldest first
+    QStringList mTaken; // ids of the requests that were taken, oldest first
 };
 
 #endif // WAYPOST_SINGLEINSTANCE_H

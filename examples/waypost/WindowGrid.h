@@ -39,7 +39,7 @@ public:
     explicit WindowGrid(const QString& grid, QObject* parent = nullptr);
     ~WindowGrid() override;
 
-    /// Returns the other windows, the oldest first.
+    /// Returns the other windows, oldest first.
     [[nodiscard]] const QList<Window>& Others() const { return mOthers; }
     /// Sets the title that other windows receive when they ask for it.
     void SetTitle(const QString& title) { mTitle = XmlText(title); } // a message is an XML document

@@ -51,7 +51,7 @@ public:
 
     /// @}
     /// \name Current user
-    /// The system is queried at each call. On Linux, the first of the variables LC_ALL, LC_MESSAGES and LANG
+    /// The system is queried on each call. On Linux, the first of the variables LC_ALL, LC_MESSAGES and LANG
     /// that is not empty is used.
     /// @{
 

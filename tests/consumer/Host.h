@@ -14,7 +14,7 @@ class Host : public QObject, public Quorvin::Util::IMessageResponder
 {
     Q_OBJECT
 public:
-    /// Counts the runs in a settings file. \return the number of runs so far, including this one
+    /// Counts this run in a settings file. \return the number of runs so far, including this one
     static int CountRun(const QString& file);
     /// \return whether types are the same on both sides of the library boundary: for dynamic_cast,
     ///         qobject_cast, typeid, and an exception that passes through the library

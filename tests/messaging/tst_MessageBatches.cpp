@@ -137,7 +137,7 @@ private:
     std::unique_ptr<QThread> mOther;
 };
 
-// A server, and a record of its announcements in order.
+// A server whose signals are recorded in order.
 struct RecordingServer
 {
     RecordingServer()
@@ -339,7 +339,7 @@ void tst_MessageBatches::Send_confirmations()
 {
     constexpr int kCount = 2000;
     RawServer server(UniqueName());
-    MessageClient client; // only announces outgoing messages
+    MessageClient client; // only emits NewOutgoingMessage
     MessageClientThread thread(server.Name(), kReadWrite, &client);
     const auto stop = qScopeGuard([&thread] { thread.Stop(); });
     QStringList sent;

@@ -934,7 +934,7 @@ void tst_MessageClient::Thread_pausesSentNotifications()
 {
     RawServer server(UniqueName());
     QVERIFY(server.IsListening());
-    MessageClient client; // only announces outgoing messages
+    MessageClient client; // only emits NewOutgoingMessage
     MessageClientThread thread(server.Name(), kReadWrite, &client);
     const auto stop = qScopeGuard([&thread] { thread.Stop(); });
     QStringList order;
@@ -977,7 +977,7 @@ void tst_MessageClient::Worker()
 {
     const QString name = UniqueName();
     RawServer server(name);
-    MessageClient client; // only announces outgoing messages
+    MessageClient client; // only emits NewOutgoingMessage
     MessageClientWorker worker(name, kReadWrite, &client);
     QSignalSpy connected(&worker, &MessageClientWorker::Connected);
     QSignalSpy disconnected(&worker, &MessageClientWorker::Disconnected);

@@ -1079,7 +1079,7 @@ void tst_MessageServer::Responders_changedDuringRequest()
 
 void tst_MessageServer::Worker()
 {
-    MessageServer server; // only announces outgoing messages
+    MessageServer server; // only emits NewOutgoingMessage
     MessageServerWorker worker(&server);
     QSignalSpy connected(&worker, &MessageServerWorker::Connected);
     QSignalSpy disconnected(&worker, &MessageServerWorker::Disconnected);

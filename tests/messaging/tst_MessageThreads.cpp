@@ -67,7 +67,8 @@ private:
     return finished;
 }
 
-// An event dispatcher for a thread without sockets, which records the events that it must exclude.
+// An event dispatcher for a thread without sockets. It records the flags that it receives, which name the
+// events to exclude.
 class Dispatcher final : public QAbstractEventDispatcher
 {
 public:
@@ -421,7 +422,7 @@ void tst_MessageThreads::Reconnect_interval()
     auto* const dispatcher = new Dispatcher;
     QVERIFY(RunInThread(
         [&] {
-            MessageClient client; // only announces outgoing messages
+            MessageClient client; // only emits NewOutgoingMessage
             MessageClientWorker worker(UniqueName(), kReadWrite, &client); // no server
             before = dispatcher->Intervals();
             worker.ConnectAndListen();

@@ -30,11 +30,11 @@ namespace Quorvin::Util {
 //      </Params>
 //     </Message>
 //
-// The order of attributes and white space do not matter. (The second line is split here.)
+// Neither the order of attributes nor white space matters. (The second line is split here.)
 
 /// Returns the frame of one message.
 [[nodiscard]] QString EncodeMessage(const MessageInfo& message);
-/// Returns the same in UTF-8, as it is sent.
+/// Returns the frame of one message in UTF-8, the form in which it is sent.
 [[nodiscard]] QByteArray EncodeMessageAsBytes(const MessageInfo& message);
 
 /// Decodes the messages in one or more frames, complete or not. Malformed ones are skipped.

@@ -25,7 +25,7 @@ namespace Quorvin::Util::Platform {
 
 // User
 
-/// Returns the user's locale. The system is queried at each call.
+/// Returns the user's locale. The system is queried on each call.
 /// \return language and region joined by '_' (en_GB), in UTF-8, without codeset and modifier, but with any
 ///         further parts that the system reports; empty if the user has set no locale
 [[nodiscard]] QByteArray GetUserLocaleIdentifier();

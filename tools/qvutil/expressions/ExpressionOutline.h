@@ -88,7 +88,7 @@ public:
     [[nodiscard]] const QStringList& Operands() const { return mOperands; }
 
     [[nodiscard]] QString TextOf(Range range) const { return mStructure.View(range).toString(); }
-    /// Evaluates the expression with the library's own evaluation.
+    /// Evaluates the expression with the library's evaluator.
     [[nodiscard]] Trace Evaluate(const Answer& answer) const;
     /// Finds the operands that are never consulted, whatever the values of the others, as indexes into
     /// Parts().

@@ -10,7 +10,7 @@
 
 namespace Quorvin::Tool {
 
-/// Draws a grid as SVG: its members, the oldest first, with an arrow from each client to its server, and the
+/// Draws a grid as SVG: its members, oldest first, with an arrow from each client to its server, and the
 /// grid's problems below them.
 [[nodiscard]] QString GridPicture(const GridSnapshot& snapshot);
 

@@ -29,7 +29,7 @@ struct GridRegistry
 {
     bool Exists = false;
     bool IsLocked = false; ///< another process kept it locked, so the content may be incomplete
-    QList<GridMember> Members; ///< the oldest first
+    QList<GridMember> Members; ///< oldest first
     qsizetype UsedBytes = 0; ///< out of kRegistrySize
     QStringList Problems; ///< signs of damage
 };

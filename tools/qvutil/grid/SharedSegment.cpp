@@ -121,7 +121,7 @@ LockedSegment::LockedSegment(const SegmentKeys& keys, QDeadlineTimer deadline)
             ReportDenied(keys.Name, error);
         return;
     }
-    // If there is no semaphore, nothing can be held: its creator removed it when it left.
+    // Without a semaphore, the segment cannot be locked: the semaphore's creator removed it when leaving.
     mSemaphore = Platform::TakeSemaphore(keys.Semaphore, deadline);
     if (mSemaphore == Platform::kLockTimedOut) {
         const qint64 user = Platform::FindSemaphoreUser(keys.Semaphore);

@@ -45,7 +45,7 @@ public:
     void Send(const Util::MessageInfo& message, QDeadlineTimer deadline);
     /// Sends a request with a new unique id. \return the answer
     [[nodiscard]] Util::MessageInfo Ask(Util::MessageInfo request, QDeadlineTimer deadline);
-    /// Disconnects after all bytes have been written.
+    /// Disconnects once all bytes have been written, and waits for that until the deadline.
     void Close(QDeadlineTimer deadline);
 
     [[nodiscard]] const QLocalSocket& Socket() const { return mSocket; }

@@ -814,7 +814,7 @@ private:
     QSet<int> mHasLanguage;
     QSet<int> mHasSourceLanguage;
     QSet<int> mLeftUnits; // elements of units that share their id with a unit of another source
-    QSet<int> mLeftFiles; // whose units the library does not find because of another language
+    QSet<int> mLeftFiles; // hidden from the library by a later file of the same name in other languages
     QList<FileGroup> mGroups;
     QList<int> mMoved; // units that have left their place and must be inserted in the body
     QList<RepairNote> mNotes;
