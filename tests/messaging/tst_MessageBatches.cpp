@@ -260,12 +260,12 @@ void tst_MessageBatches::Mailbox_twoThreads()
         QCOMPARE(receiver.Taken[static_cast<size_t>(i)], i);
 }
 
-// The event wakes the receiver's thread, which must not have to wait for the sender then.
+// The event wakes the receiver's thread, which must be able to take the items without waiting for the sender.
 void tst_MessageBatches::Mailbox_unlockedWhilePosting()
 {
     Mailbox<int> box;
     TakingDispatcher dispatcher(box);
-    QThread thread; // never started, so it does not own the dispatcher, which only takes part in postEvent
+    QThread thread; // never started: it does not own the dispatcher, which postEvent only wakes
     thread.setEventDispatcher(&dispatcher);
     QObject receiver;
     receiver.moveToThread(&thread);

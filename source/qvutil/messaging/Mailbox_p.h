@@ -103,8 +103,7 @@ private:
             QCoreApplication::postEvent(mReceiver, new QEvent(kEvent));
     }
 
-    // Not QMutexes, because race detectors cannot see inside them. Where both are locked, mReceiverLock is
-    // first.
+    // Not QMutexes, because race detectors cannot see inside them. To lock both, lock mReceiverLock first.
     std::mutex mReceiverLock; // keeps the receiver alive while an event is posted
     QObject* mReceiver = nullptr;
 

@@ -112,8 +112,8 @@ private:
     static constexpr size_t kMaxNodes = 4096;
     static constexpr size_t kMaxAttributes = 16'384;
 
-    // The first reads at a path do not cache their attributes: a program that reads each attribute of an
-    // element once, and moves on, would only pay for it.
+    // The first reads at a path do not cache their attributes, because a program that reads each attribute
+    // of an element once would gain nothing from the cache.
     static constexpr unsigned int kFewReads = 16;
 
     [[nodiscard]] Table& TableFor(const QString& path) { return IsAbsolute(path) ? mAbsolute : mRelative; }
