@@ -32,7 +32,7 @@ constexpr QLatin1StringView kSectionKey = "#cdata"_L1;
 // All programs that read JSON support whole numbers up to this one.
 constexpr qint64 kMaxJsonInteger = qint64{1} << 53;
 
-// Returns a number or Boolean only if FromJson converts it back to the same text.
+// Returns a number or boolean only if FromJson converts it back to the same text.
 QJsonValue ToScalar(const QString& text)
 {
     const ValueType type = TypeOfText(text);
