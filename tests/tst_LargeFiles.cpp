@@ -34,6 +34,7 @@ private Q_SLOTS:
 void tst_LargeFiles::FileSize()
 {
     const QTemporaryDir folder;
+    QVERIFY(folder.isValid());
     const QString file = folder.filePath(u"sparse.xml"_s);
     QVERIFY(WriteFile(file, "<r/>"));
     QVERIFY(QFile::resize(file, Internal::kMaxFileSize + 1));

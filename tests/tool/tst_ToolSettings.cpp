@@ -588,9 +588,9 @@ void tst_ToolSettings::Import_jsonRefused_data()
                "import the rest\n=> 1\n"_s.arg(QString::fromUtf8(reason));
     };
     problem("null", R"({"Settings": {"A": null, "@new": 1}})", "A: null cannot be stored in a document");
-    problem("list in a list", R"({"Settings": {"A": [[1]], "@new": 1}})",
+    problem("array in an array", R"({"Settings": {"A": [[1]], "@new": 1}})",
             "A: an array in an array cannot be stored in a document");
-    problem("list as an attribute", R"({"Settings": {"@a": [1], "@new": 1}})",
+    problem("array as an attribute", R"({"Settings": {"@a": [1], "@new": 1}})",
             "@a: is not a string, a number, true or false");
     problem("blank in a name", R"({"Settings": {"a b": 1, "@new": 1}})",
             "a b: \"a b\" is not a valid name of an element or attribute");

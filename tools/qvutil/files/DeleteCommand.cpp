@@ -142,8 +142,8 @@ void RejectPreciousFolder(const FilesOptions& options)
 ExitCode Delete(const FilesOptions& options)
 {
     CheckPatterns(options.Patterns);
-    const QFileInfo info(
-        QDirCleanPath(options.Folder)); // a trailing slash would hide that the path is a link
+    // A trailing slash would hide that the path is a link.
+    const QFileInfo info(QDirCleanPath(options.Folder));
     if (options.Folder.isEmpty() || (!info.exists() && !info.isSymLink()))
         throw Failure(options.Folder, u"there is no such folder"_s);
     if (info.isSymLink())

@@ -151,8 +151,8 @@ void LockedSegment::Attach(const QString& name)
     const int error = errno;
     if (IsMissing(error))
         return;
-    Platform::ReleaseSemaphore(
-        std::exchange(mSemaphore, -1)); // the destructor does not run if the constructor throws
+    // The destructor does not run if the constructor throws.
+    Platform::ReleaseSemaphore(std::exchange(mSemaphore, -1));
     ReportDenied(name, error);
 }
 

@@ -286,8 +286,8 @@ std::optional<quint32> FindProcessUser(qint64 processId)
     QFile status(u"/proc/%1/status"_s.arg(processId));
     if (!status.open(QIODevice::ReadOnly))
         return std::nullopt;
-    constexpr QByteArrayView kStart
-        = "Uid:\t"; // followed by the real, effective, saved and file system user ids
+    // Followed by the real, effective, saved and file system user ids.
+    constexpr QByteArrayView kStart = "Uid:\t";
     const QList<QByteArray> lines = status.readAll().split('\n');
     for (const QByteArray& line : lines) {
         if (line.startsWith(kStart))

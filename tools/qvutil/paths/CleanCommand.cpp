@@ -21,7 +21,7 @@ void AddPathCleanCommand(CommandLine& line, CLI::App& group)
 {
     AddPathConversion(
         line, group, "clean",
-        "Print paths in the form in which the library compares them, without a single leading slash",
+        "Print paths in the form in which the library compares them; a single leading slash is removed",
         "qvutil path clean /Users/a/b/      # Users/a/b\n"
         "qvutil path clean 'C:\\x\\..\\y'      # C:/y",
         &Clean);
