@@ -27,14 +27,6 @@ struct XmlFiler::Private
         return filer.ElementAt(path).attribute(name);
     }
 
-    /// Does the same as XmlFiler::ReadText, for the element at a path.
-    [[nodiscard]] QString ReadTextAt(const XmlFiler& filer, const QString& path, const QString& name,
-                                     const QString& defaultValue)
-    {
-        const QString text = TextAt(filer, path, name);
-        return text.isEmpty() ? defaultValue : filer.Translate(text);
-    }
-
     Internal::PathCache Paths;
     Internal::DetachedTrees Detached;
     XmlLoadError LoadError;

@@ -131,6 +131,12 @@ QSize ParseSize(const QString& text, const QSize& defaultValue)
     return numbers ? QSize((*numbers)[0], (*numbers)[1]) : defaultValue;
 }
 
+// Returns the translation of a stored text; the default, untranslated, if the text is empty.
+QString TranslatedText(const XmlFiler& filer, const QString& text, const QString& defaultValue)
+{
+    return text.isEmpty() ? defaultValue : filer.Translate(text);
+}
+
 } // namespace
 
 // Values
@@ -332,8 +338,7 @@ void XmlFiler::WriteSize(const QString& path, const QString& name, const QSize& 
 
 QString XmlFiler::ReadText(const QDomElement& element, const QString& name, const QString& defaultValue) const
 {
-    const QString text = element.attribute(name);
-    return text.isEmpty() ? defaultValue : Translate(text);
+    return TranslatedText(*this, element.attribute(name), defaultValue);
 }
 
 namespace {
@@ -363,9 +368,9 @@ QString XmlFiler::ReadString(const QString& name, const QString& defaultValue) c
 
 QString XmlFiler::ReadString(const QString& path, const QString& name, const QString& defaultValue) const
 {
-    // ReadTextAt has already translated a stored value. The second translation is part of the interface: it
-    // applies to the default too, and to the inner mark of tr(tr(...)).
-    return Translate(mPrivate->ReadTextAt(*this, path, name, defaultValue));
+    // TranslatedText has already translated a stored value. The second translation is part of the interface:
+    // it applies to the default too, and to the inner mark of tr(tr(...)).
+    return Translate(TranslatedText(*this, mPrivate->TextAt(*this, path, name), defaultValue));
 }
 
 void XmlFiler::WriteString(const QString& name, const QString& value)
@@ -416,7 +421,8 @@ int XmlFiler::ReadEnum(const QString& name, int defaultValue, EnumValueName* tab
 int XmlFiler::ReadEnum(const QString& path, const QString& name, int defaultValue, EnumValueName* table,
                        int count, bool flags)
 {
-    return ParseEnum(mPrivate->ReadTextAt(*this, path, name, QString()), defaultValue, table, count, flags);
+    return ParseEnum(TranslatedText(*this, mPrivate->TextAt(*this, path, name), QString()), defaultValue,
+                     table, count, flags);
 }
 
 int XmlFiler::ReadEnum(const QString& path, const QString& name, int defaultValue, EnumValueName* table,
