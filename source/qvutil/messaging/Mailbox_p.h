@@ -37,10 +37,8 @@ public:
     void Open(QObject* receiver)
     {
         {
-            const std::lock_guard receiverLock(mReceiverLock);
-            const std::lock_guard lock(mLock);
+            const std::scoped_lock lock(mReceiverLock, mLock);
             mReceiver = receiver;
-            mIsOpen = true;
             mIsAnnounced = !mItems.empty(); // an event that was posted before Close might never arrive
             if (!mIsAnnounced)
                 return;
@@ -53,7 +51,7 @@ public:
     {
         {
             const std::lock_guard lock(mLock);
-            if (!mIsOpen)
+            if (mReceiver == nullptr)
                 return;
             mItems.push_back(std::move(item));
             if (std::exchange(mIsAnnounced, true))
@@ -86,10 +84,8 @@ public:
     /// Drops all items, including those that are added later.
     void Close()
     {
-        const std::lock_guard receiverLock(mReceiverLock);
-        const std::lock_guard lock(mLock);
+        const std::scoped_lock lock(mReceiverLock, mLock);
         mReceiver = nullptr;
-        mIsOpen = false;
         mItems.clear();
     }
 
@@ -103,13 +99,11 @@ private:
             QCoreApplication::postEvent(mReceiver, new QEvent(kEvent));
     }
 
-    // Not QMutexes, because race detectors cannot see inside them. To lock both, lock mReceiverLock first.
+    // Not QMutexes, because race detectors cannot see inside them.
     std::mutex mReceiverLock; // keeps the receiver alive while an event is posted
-    QObject* mReceiver = nullptr;
-
-    std::mutex mLock; // guards the rest
+    std::mutex mLock; // guards everything else
+    QObject* mReceiver = nullptr; // null while closed; either lock allows reading, both allow writing
     std::vector<Item> mItems;
-    bool mIsOpen = false;
     bool mIsAnnounced = false; // an event is posted, or is about to be, and not yet handled
 };
 
